@@ -1,0 +1,64 @@
+#pragma once
+
+#include "base/Task.h"
+
+#include <boost/asio/associated_executor.hpp>
+#include <boost/asio/async_result.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include <exception>
+#include <type_traits>
+#include <utility>
+
+namespace zelvo {
+
+/// Runs a plain function on another executor and resumes the caller on its own with the result or the failure:
+/// `co_await on(contexts.main, [&] { return state.connection(id); })`. The result must be default constructible.
+template <class F, class R = std::invoke_result_t<F&>> Task<R> on(Executor executor, F work)
+{
+    if constexpr (std::is_void_v<R>) {
+        auto start = [executor, &work](auto handler) {
+            asio::post(executor, [&work, handler = std::move(handler)]() mutable {
+                std::exception_ptr failure;
+                try {
+                    work();
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+                auto home = asio::get_associated_executor(handler);
+                asio::dispatch(home, [handler = std::move(handler), failure]() mutable { handler(failure); });
+            });
+        };
+        co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(start,
+                                                                                               asio::use_awaitable);
+    } else {
+        auto start = [executor, &work](auto handler) {
+            asio::post(executor, [&work, handler = std::move(handler)]() mutable {
+                std::exception_ptr failure;
+                R result{};
+                try {
+                    result = work();
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+                auto home = asio::get_associated_executor(handler);
+                asio::dispatch(home, [handler = std::move(handler), failure, result = std::move(result)]() mutable {
+                    handler(failure, std::move(result));
+                });
+            });
+        };
+        co_return co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr, R)>(
+            start, asio::use_awaitable);
+    }
+}
+
+/// Runs a coroutine on another executor, a strand for instance, and resumes the caller on its own.
+template <class F, class T = typename std::invoke_result_t<F&>::value_type> Task<T> onStrand(Executor executor, F body)
+{
+    co_return co_await asio::co_spawn(executor, std::move(body), asio::use_awaitable);
+}
+
+} // namespace zelvo

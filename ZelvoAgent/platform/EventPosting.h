@@ -1,0 +1,77 @@
+#pragma once
+
+#include "base/Geometry.h"
+#include "base/Task.h"
+
+#include <cstdint>
+#include <string>
+#include <variant>
+
+namespace zelvo {
+
+enum class MouseButton { left, right, middle };
+
+/// The modifiers of an event.
+struct ModifierFlags {
+    bool cmd = false;
+    bool shift = false;
+    bool alt = false;
+    bool ctrl = false;
+    bool fn = false;
+    bool operator==(ModifierFlags const&) const = default;
+};
+
+struct MouseEvent {
+    enum class Kind { moved, down, up, dragged };
+    Kind kind = Kind::moved;
+    DesktopPoint point;
+    MouseButton button = MouseButton::left;
+    int clickState = 0; ///< 1 for the first click of a series, 2 for a double click; 0 when not said
+    ModifierFlags flags;
+    bool operator==(MouseEvent const&) const = default;
+};
+
+struct KeyEvent {
+    enum class Kind { down, up };
+    Kind kind = Kind::down;
+    std::uint16_t keyCode = 0; ///< a virtual key code as KeyCodes knows them, by position on an ANSI keyboard
+    ModifierFlags flags;
+    bool operator==(KeyEvent const&) const = default;
+};
+
+/// A key event that carries text instead of a key.
+struct TextEvent {
+    KeyEvent::Kind kind = KeyEvent::Kind::down;
+    std::string text; ///< UTF-8, whole user-perceived characters
+    bool operator==(TextEvent const&) const = default;
+};
+
+struct ScrollEvent {
+    std::int32_t dy = 0; ///< pixels; positive is up
+    std::int32_t dx = 0; ///< pixels; positive is left
+    bool operator==(ScrollEvent const&) const = default;
+};
+
+using PostedEvent = std::variant<MouseEvent, KeyEvent, TextEvent, ScrollEvent>;
+
+/// Makes input events that reach whatever is in front, exactly as hardware does.
+/// Thread: any, one caller at a time; resumes the caller on its own executor.
+/// Made by: platform/linux/x11/X11EventPosting, tests/fakes/FakeEventPosting; drivers/GatedEventPosting stands before it.
+class EventPosting {
+public:
+    virtual ~EventPosting() = default;
+    /// False when the event could not be made.
+    virtual Task<bool> post(PostedEvent event) = 0;
+    /// Tells of a whole text before its first TextEvent, so that a machine can make ready for all of it at once.
+    virtual Task<> beginText(std::string text) = 0;
+    /// Undoes what beginText did; resumes when the text has arrived as far as can be told.
+    virtual Task<> endText() = 0;
+    /// Lets go of every button and key that is held by earlier events.
+    virtual Task<> releaseAll() = 0;
+    /// Resumes when the system has taken all that was posted.
+    virtual Task<> drained() = 0;
+    /// Where the pointer stands; (0, 0) when that cannot be told.
+    virtual DesktopPoint pointerLocation() = 0;
+};
+
+} // namespace zelvo

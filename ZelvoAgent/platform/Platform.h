@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "platform/EventPosting.h"
+#include "platform/HotKey.h"
+#include "platform/HttpLoading.h"
+#include "platform/InformationDictionary.h"
+#include "platform/MachineFacts.h"
+#include "platform/NetworkPath.h"
+#include "platform/PowerAssertion.h"
+#include "platform/ScreenSource.h"
+#include "platform/SecretStore.h"
+#include "platform/SessionEvents.h"
+#include "platform/SingleInstance.h"
+#include "platform/SystemAccess.h"
+#include "platform/UserDefaults.h"
+#include "platform/WebSocket.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+#include <memory>
+
+namespace zelvo {
+
+/// All that the program needs of a machine. What it hands out lives as long as it does.
+/// Made by: platform/linux/LinuxPlatform, tests/fakes/FakePlatform.
+class Platform {
+public:
+    virtual ~Platform() = default;
+
+    virtual Clock& clock() = 0;
+    virtual InformationDictionary& information() = 0;
+    virtual UserDefaults& defaults() = 0;
+    virtual SecretStore& secrets() = 0;
+    virtual SingleInstance& singleInstance() = 0;
+    virtual SessionEvents& session() = 0;
+    virtual PowerAssertions& power() = 0;
+    virtual NetworkPath& network() = 0;
+    virtual HotKey& hotKey() = 0;
+    virtual Workspace& workspace() = 0;
+    virtual WindowList& windows() = 0;
+    virtual ScreenSource& screen() = 0;
+    virtual EventPosting& events() = 0;
+    virtual SystemAccess& access() = 0;
+    virtual MachineFacts& facts() = 0;
+    virtual WebSocketOpener& sockets() = 0;
+    virtual HttpLoading& http() = 0;
+};
+
+/// The machine that this program was built for. The contexts must outlive it; Contexts::agent must stand on an io_context.
+std::unique_ptr<Platform> makePlatform(Contexts contexts);
+
+} // namespace zelvo

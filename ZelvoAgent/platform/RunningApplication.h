@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// This program's own application identifier.
+inline constexpr char const* ownBundleIdentifier = "dev.zelvo.agent";
+
+/// The names that an application goes by, the best first; empty when nothing is known.
+struct ApplicationNames {
+    std::vector<std::string> names;
+    bool operator==(ApplicationNames const&) const = default;
+
+    /// The application's identifier. A name that is on the hidden list wins, so that hiding errs on the safe side.
+    std::optional<std::string> identifier(std::set<std::string> const& hidden) const
+    {
+        for (std::string const& name : names)
+            if (hidden.contains(name))
+                return name;
+        if (names.empty())
+            return std::nullopt;
+        return names.front();
+    }
+};
+
+/// An application that runs.
+struct RunningApplication {
+    std::int32_t pid = 0;
+    ApplicationNames names;
+    std::string localizedName;
+    bool operator==(RunningApplication const&) const = default;
+};
+
+} // namespace zelvo

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "wire/Permissions.h"
+
+namespace zelvo {
+
+/// The system permissions that all drivers depend on.
+/// Thread: any. Made by: platform/linux/LinuxSystemAccess, tests/fakes/FakeSystemAccess.
+class SystemAccess {
+public:
+    virtual ~SystemAccess() = default;
+    /// Cheap enough for every frame; never prompts and never waits.
+    virtual Permissions current() = 0;
+};
+
+} // namespace zelvo

@@ -1,0 +1,189 @@
+#include "wire/Json.h"
+
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/serialize.hpp>
+#include <boost/json/value_stack.hpp>
+
+#include <charconv>
+#include <cmath>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::size_t deepest = 512;
+
+/// Builds the value from the parser's events. Numbers are read from their text, so that they are exact.
+class ValueBuilder {
+public:
+    using error_code = boost::system::error_code;
+    using string_view = json::string_view;
+
+    static constexpr std::size_t max_object_size = std::size_t(-1);
+    static constexpr std::size_t max_array_size = std::size_t(-1);
+    static constexpr std::size_t max_key_size = std::size_t(-1);
+    static constexpr std::size_t max_string_size = std::size_t(-1);
+
+    ValueBuilder() { stack.reset(); }
+
+    json::value release() { return stack.release(); }
+
+    bool on_document_begin(error_code&) { return true; }
+    bool on_document_end(error_code&) { return true; }
+    bool on_object_begin(error_code&) { return true; }
+    bool on_object_end(std::size_t count, error_code&)
+    {
+        stack.push_object(count);
+        return true;
+    }
+    bool on_array_begin(error_code&) { return true; }
+    bool on_array_end(std::size_t count, error_code&)
+    {
+        stack.push_array(count);
+        return true;
+    }
+    bool on_key_part(string_view part, std::size_t, error_code&)
+    {
+        stack.push_chars(part);
+        return true;
+    }
+    bool on_key(string_view part, std::size_t, error_code&)
+    {
+        stack.push_key(part);
+        return true;
+    }
+    bool on_string_part(string_view part, std::size_t, error_code&)
+    {
+        stack.push_chars(part);
+        return true;
+    }
+    bool on_string(string_view part, std::size_t, error_code&)
+    {
+        stack.push_string(part);
+        return true;
+    }
+    bool on_number_part(string_view part, error_code&)
+    {
+        digits.append(part);
+        return true;
+    }
+    bool on_int64(std::int64_t, string_view part, error_code& error) { return number(part, 0, error); }
+    bool on_uint64(std::uint64_t, string_view part, error_code& error) { return number(part, 0, error); }
+    bool on_double(double near, string_view part, error_code& error) { return number(part, near, error); }
+    bool on_bool(bool value, error_code&)
+    {
+        stack.push_bool(value);
+        return true;
+    }
+    bool on_null(error_code&)
+    {
+        stack.push_null();
+        return true;
+    }
+    bool on_comment_part(string_view, error_code&) { return true; }
+    bool on_comment(string_view, error_code&) { return true; }
+
+private:
+    bool number(string_view part, double near, error_code& error)
+    {
+        digits.append(part);
+        std::string const text = std::exchange(digits, {});
+        char const* const end = text.data() + text.size();
+        std::int64_t whole = 0;
+        if (auto const read = std::from_chars(text.data(), end, whole); read.ec == std::errc() && read.ptr == end) {
+            stack.push_int64(whole);
+            return true;
+        }
+        double value = 0;
+        auto const read = std::from_chars(text.data(), end, value);
+        if (read.ec == std::errc::result_out_of_range && std::abs(near) >= 1) {
+            error = json::error::exponent_overflow;
+            return false;
+        }
+        pushDouble(read.ec == std::errc() ? value : 0.0);
+        return true;
+    }
+
+    void pushDouble(double value)
+    {
+        // 2^63 is the first double that no longer fits.
+        if (std::trunc(value) == value && value >= -0x1p63 && value < 0x1p63)
+            stack.push_int64(static_cast<std::int64_t>(value));
+        else
+            stack.push_double(value);
+    }
+
+    json::value_stack stack;
+    std::string digits; // Of the number that is being read in parts.
+};
+
+} // namespace
+
+std::optional<json::value> parseJson(std::string_view text)
+{
+    json::parse_options options;
+    options.max_depth = deepest;
+    json::basic_parser<ValueBuilder> parser(options);
+    boost::system::error_code error;
+    std::size_t const used = parser.write_some(false, text.data(), text.size(), error);
+    if (error || used < text.size() || !parser.done())
+        return std::nullopt;
+    return parser.handler().release();
+}
+
+std::string writeJson(json::value const& value)
+{
+    return json::serialize(value);
+}
+
+namespace read {
+
+std::optional<std::string> text(json::object const& object, std::string_view key)
+{
+    json::value const* const found = object.if_contains(key);
+    if (!found || !found->is_string())
+        return std::nullopt;
+    return std::string(found->get_string());
+}
+
+std::optional<std::int64_t> integer(json::object const& object, std::string_view key)
+{
+    json::value const* const found = object.if_contains(key);
+    if (!found || !found->is_int64())
+        return std::nullopt;
+    return found->get_int64();
+}
+
+std::optional<double> number(json::object const& object, std::string_view key)
+{
+    json::value const* const found = object.if_contains(key);
+    if (found && found->is_int64())
+        return static_cast<double>(found->get_int64());
+    if (found && found->is_double())
+        return found->get_double();
+    return std::nullopt;
+}
+
+std::optional<bool> truth(json::object const& object, std::string_view key)
+{
+    json::value const* const found = object.if_contains(key);
+    if (!found || !found->is_bool())
+        return std::nullopt;
+    return found->get_bool();
+}
+
+json::object const* object(json::object const& object, std::string_view key)
+{
+    json::value const* const found = object.if_contains(key);
+    return found ? found->if_object() : nullptr;
+}
+
+json::array const* array(json::object const& object, std::string_view key)
+{
+    json::value const* const found = object.if_contains(key);
+    return found ? found->if_array() : nullptr;
+}
+
+} // namespace read
+
+} // namespace zelvo

@@ -1,0 +1,33 @@
+# The libraries of the program, each found once and by one name. scripts/install-dependencies asks apt for them.
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+
+set(Boost_USE_STATIC_LIBS ON)   # The program is one file; of Boost only these two are not headers.
+find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS json url)
+find_package(OpenSSL 3 REQUIRED)
+find_package(CURL REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(SQLite3 REQUIRED)
+
+# zelvo_pkg(pictures libturbojpeg libpng) gives the target zelvo::pictures.
+function(zelvo_pkg NAME)
+    pkg_check_modules(${NAME} REQUIRED IMPORTED_TARGET GLOBAL ${ARGN})
+    add_library(zelvo::${NAME} ALIAS PkgConfig::${NAME})
+endfunction()
+
+zelvo_pkg(pictures libturbojpeg libpng)
+find_library(YUV_LIBRARY yuv REQUIRED)
+find_path(YUV_INCLUDE libyuv.h REQUIRED)
+add_library(zelvo_yuv INTERFACE)
+target_link_libraries(zelvo_yuv INTERFACE ${YUV_LIBRARY})
+target_include_directories(zelvo_yuv SYSTEM INTERFACE ${YUV_INCLUDE})
+add_library(zelvo::yuv ALIAS zelvo_yuv)
+
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    zelvo_pkg(x11 xcb xcb-shm xcb-xtest xcb-composite xcb-damage xcb-xfixes xcb-randr xcb-res xcb-shape xcb-xkb
+              xkbcommon xkbcommon-x11)
+    zelvo_pkg(sdbus libsystemd)
+    zelvo_pkg(secret libsecret-1)
+    zelvo_pkg(gio gio-2.0 gio-unix-2.0)
+endif()

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/Clock.h"
+
+#include <boost/asio/io_context.hpp>
+
+namespace zelvo {
+
+/// A clock that stands still until a test advances it. With an io_context, advance() runs what was woken before it returns.
+class ManualClock final : public Clock {
+public:
+    explicit ManualClock(asio::io_context* io = nullptr) : io(io) {}
+
+    Instant now() const override { return time; }
+    Date date() const override { return start + std::chrono::duration_cast<std::chrono::microseconds>(time - Instant{}); }
+
+    /// Moves time on, stopping at each moment at which somebody is due, so that periodic waits come out in order.
+    void advance(Duration duration)
+    {
+        Instant const target = time + duration;
+        settle();
+        while (auto const next = queue.earliest()) {
+            if (*next > target)
+                break;
+            time = std::max(time, *next);
+            queue.wakeDue(time);
+            settle();
+        }
+        time = target;
+        settle();
+    }
+
+    std::size_t sleeperCount() const { return queue.size(); }
+
+    Date start = Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 21));
+
+protected:
+    SleepQueue& sleepers() override { return queue; }
+
+private:
+    void settle()
+    {
+        if (!io)
+            return;
+        io->restart();
+        io->poll();
+    }
+
+    asio::io_context* io;
+    Instant time{};
+    SleepQueue queue;
+};
+
+} // namespace zelvo
