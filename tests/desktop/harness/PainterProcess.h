@@ -1,0 +1,47 @@
+#pragma once
+
+#include "desktop/harness/Painter.h"
+#include "desktop/harness/PrivateDesktop.h"
+
+#include <boost/json/object.hpp>
+
+#include <filesystem>
+#include <string>
+
+namespace zelvo::test {
+
+/// A Painter in a program of its own, so that its windows belong to another process than the test's.
+/// Thread: one at a time.
+class PainterProcess {
+public:
+    /// executable: a copy of the program with this path is run when it is given, so that the process has that
+    /// name.
+    explicit PainterProcess(PrivateDesktop& desktop, std::filesystem::path const& executable = {});
+    ~PainterProcess();
+
+    pid_t pid() const { return process; }
+
+    std::uint32_t open(PaintedWindow window);
+    void move(std::uint32_t window, int x, int y);
+    void raise(std::uint32_t window);
+    void lower(std::uint32_t window);
+    void map(std::uint32_t window);
+    void unmap(std::uint32_t window);
+    void close(std::uint32_t window);
+    void paint(std::uint32_t window, std::uint32_t color);
+    void embed(std::uint32_t window, std::uint32_t into, int x, int y);
+
+private:
+    std::uint32_t ask(boost::json::object question);
+    void ask(char const* what,
+             std::uint32_t window,
+             std::uint32_t first = 0,
+             std::uint32_t second = 0,
+             std::uint32_t third = 0);
+
+    PrivateDesktop& desktop;
+    pid_t process = 0;
+    int channel = -1;
+};
+
+} // namespace zelvo::test
