@@ -1,0 +1,92 @@
+#pragma once
+
+#include "wire/records/Commands.h"
+#include "wire/records/RecordCodec.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The records of the wire: parameters and results of shell, files, applications, windows and clipboard.
+namespace zelvo::records {
+
+using WindowInfoFrame = ElementFrame;
+
+struct ShellRequest {
+    std::string command;
+    std::optional<std::string> cwd;
+    std::optional<std::map<std::string, std::string>> env;
+    std::int64_t timeoutMs{};
+    bool operator==(ShellRequest const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(ShellRequest, (), (command, cwd, env, timeoutMs))
+
+struct ShellResult {
+    std::int64_t durationMs{};
+    std::int64_t exitCode{};
+    std::string stderr;
+    std::string stdout;
+    bool timedOut{};
+    bool truncated{};
+    bool operator==(ShellResult const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(ShellResult, (), (durationMs, exitCode, stderr, stdout, timedOut, truncated))
+
+struct FileUploadBegin {
+    std::string path;
+    std::string sha256;
+    std::int64_t sizeBytes{};
+    bool operator==(FileUploadBegin const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(FileUploadBegin, (), (path, sha256, sizeBytes))
+
+struct FileStat {
+    std::string modifiedAt;
+    std::string path;
+    std::string sha256;
+    std::int64_t sizeBytes{};
+    bool operator==(FileStat const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(FileStat, (), (modifiedAt, path, sha256, sizeBytes))
+
+struct AppRef {
+    std::optional<std::string> bundleId;
+    std::optional<std::string> name;
+    bool operator==(AppRef const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(AppRef, (), (bundleId, name))
+
+struct RunningApp {
+    bool active{};
+    std::string bundleId;
+    std::string name;
+    std::int64_t pid{};
+    bool operator==(RunningApp const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(RunningApp, (), (active, bundleId, name, pid))
+
+struct WindowInfo {
+    bool active{};
+    std::string appName;
+    std::string bundleId;
+    WindowInfoFrame frame;
+    std::string title;
+    bool operator==(WindowInfo const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(WindowInfo, (), (active, appName, bundleId, frame, title))
+
+struct OpenURLRequest {
+    std::string url;
+    bool operator==(OpenURLRequest const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(OpenURLRequest, (), (url))
+
+struct ClipboardText {
+    std::string text;
+    bool operator==(ClipboardText const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(ClipboardText, (), (text))
+
+} // namespace zelvo::records
