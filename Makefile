@@ -1,0 +1,48 @@
+# The commands of this repository; see README.md. Each installs what it lacks first.
+SHELL := /bin/bash
+# Where scripts/install-dependencies unpacks a newer Boost beside an installed older one.
+UNPACKED := $(CURDIR)/build/deps/usr
+CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v clang++-18 || echo clang++-19) \
+            $$([ ! -d $(UNPACKED) ] || echo -DCMAKE_PREFIX_PATH=$(UNPACKED)) --preset
+
+.PHONY: run build test bench fuzz check clean
+
+run: build
+	@exec scripts/run
+
+build:
+	@scripts/install-dependencies build run
+	@$(CONFIGURE) dev
+	@cmake --build build --target zelvo-agent zelvo-gateway
+
+test:
+	@scripts/install-dependencies build run test
+	@$(CONFIGURE) dev
+	@cmake --build build
+	@scripts/run-tests build
+
+bench:
+	@scripts/install-dependencies build run test check
+	@$(CONFIGURE) release
+	@cmake --build build/release
+	@scripts/run-benchmarks build/release
+
+# FUZZ_SECONDS is the time that each target gets.
+FUZZ_SECONDS ?= 60
+fuzz:
+	@scripts/install-dependencies build check
+	@$(CONFIGURE) fuzz
+	@cmake --build build/fuzz
+	@scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+
+check:
+	@scripts/install-dependencies build run test check
+	@scripts/check-format
+	@$(CONFIGURE) dev && cmake --build build
+	@scripts/check-headers build
+	@scripts/check-tidy build
+	@$(CONFIGURE) asan && cmake --build build/asan && scripts/run-tests build/asan
+	@$(CONFIGURE) tsan && cmake --build build/tsan && scripts/run-tests build/tsan 'unit|end_to_end'
+
+clean:
+	rm -rf build
