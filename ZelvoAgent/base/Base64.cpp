@@ -45,8 +45,9 @@ std::optional<std::string> decode(std::string_view text)
     if (text.size() % 4 != 0)
         return std::nullopt;
     std::size_t const padding = paddingOf(text);
-    if (text.substr(0, text.size() - padding).find_first_not_of(
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/") != std::string_view::npos)
+    if (text.substr(0, text.size() - padding)
+            .find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/") !=
+        std::string_view::npos)
         return std::nullopt; // The library would pass over white space and stop at other signs.
     std::string bytes(text.size() / 4 * 3, '\0');
     std::size_t written = 0;

@@ -13,9 +13,8 @@ using Duration = std::chrono::nanoseconds;
 
 using namespace std::chrono_literals;
 
-/// The time of day, and the continuous time that every wait goes through: it goes on while the machine sleeps.
-/// Thread: any.
-/// Made by: platform/linux/LinuxClock, tests/fakes/ManualClock.
+/// The time of day, and the continuous time that every wait goes through: it goes on while the machine
+/// sleeps. Thread: any. Made by: platform/linux/LinuxClock, tests/fakes/ManualClock.
 class Clock {
 public:
     virtual ~Clock() = default;
@@ -23,7 +22,8 @@ public:
     virtual Instant now() const = 0;
     virtual Date date() const = 0;
 
-    /// Waits until the continuous time has reached `due`; at once when it has. Throws operation_aborted when cancelled.
+    /// Waits until the continuous time has reached `due`; at once when it has. Throws operation_aborted when
+    /// cancelled.
     Task<> sleepUntil(Instant due);
     Task<> sleep(Duration duration);
     /// The same, but a cancelled wait simply ends early.

@@ -97,10 +97,11 @@ std::optional<Date> parseIso8601(std::string_view text)
     microseconds fraction{};
     minutes offset{};
     Reader reader(text);
-    bool const fits = reader.digits(4, y) && reader.literal('-') && reader.digits(2, m) && reader.literal('-') &&
-                      reader.digits(2, d) && reader.literal('T') && reader.digits(2, hour) && reader.literal(':') &&
-                      reader.digits(2, minute) && reader.literal(':') && reader.digits(2, second) &&
-                      reader.literal('.') && reader.fraction(fraction) && reader.zone(offset) && reader.atEnd();
+    bool const fits = reader.digits(4, y) && reader.literal('-') && reader.digits(2, m) &&
+                      reader.literal('-') && reader.digits(2, d) && reader.literal('T') &&
+                      reader.digits(2, hour) && reader.literal(':') && reader.digits(2, minute) &&
+                      reader.literal(':') && reader.digits(2, second) && reader.literal('.') &&
+                      reader.fraction(fraction) && reader.zone(offset) && reader.atEnd();
     year_month_day const date(year(y), month(static_cast<unsigned>(m)), day(static_cast<unsigned>(d)));
     if (!fits || !date.ok() || hour > 23 || minute > 59 || second > 60)
         return std::nullopt;
@@ -124,7 +125,8 @@ double storedSeconds(Date date)
 
 Date fromStoredSeconds(double seconds)
 {
-    // A stored number is foreign: one that no date can hold becomes the nearest that can (about 9000 years off).
+    // A stored number is foreign: one that no date can hold becomes the nearest that can (about 9000 years
+    // off).
     double const limit = 3e11;
     double const sane = std::isnan(seconds) ? 0 : std::fmin(std::fmax(seconds, -limit), limit);
     return referenceDate + microseconds(std::llround(sane * 1e6));

@@ -15,9 +15,11 @@
 
 namespace zelvo {
 
-/// Runs a plain function on another executor and resumes the caller on its own with the result or the failure:
-/// `co_await on(contexts.main, [&] { return state.connection(id); })`. The result must be default constructible.
-template <class F, class R = std::invoke_result_t<F&>> Task<R> on(Executor executor, F work)
+/// Runs a plain function on another executor and resumes the caller on its own with the result or the
+/// failure: `co_await on(contexts.main, [&] { return state.connection(id); })`. The result must be default
+/// constructible.
+template <class F, class R = std::invoke_result_t<F&>>
+Task<R> on(Executor executor, F work)
 {
     if constexpr (std::is_void_v<R>) {
         auto start = [executor, &work](auto handler) {
@@ -32,8 +34,8 @@ template <class F, class R = std::invoke_result_t<F&>> Task<R> on(Executor execu
                 asio::dispatch(home, [handler = std::move(handler), failure]() mutable { handler(failure); });
             });
         };
-        co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(start,
-                                                                                               asio::use_awaitable);
+        co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(
+            start, asio::use_awaitable);
     } else {
         auto start = [executor, &work](auto handler) {
             asio::post(executor, [&work, handler = std::move(handler)]() mutable {
@@ -45,9 +47,10 @@ template <class F, class R = std::invoke_result_t<F&>> Task<R> on(Executor execu
                     failure = std::current_exception();
                 }
                 auto home = asio::get_associated_executor(handler);
-                asio::dispatch(home, [handler = std::move(handler), failure, result = std::move(result)]() mutable {
-                    handler(failure, std::move(result));
-                });
+                asio::dispatch(home,
+                               [handler = std::move(handler), failure, result = std::move(result)]() mutable {
+                                   handler(failure, std::move(result));
+                               });
             });
         };
         co_return co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr, R)>(
@@ -56,7 +59,8 @@ template <class F, class R = std::invoke_result_t<F&>> Task<R> on(Executor execu
 }
 
 /// Runs a coroutine on another executor, a strand for instance, and resumes the caller on its own.
-template <class F, class T = typename std::invoke_result_t<F&>::value_type> Task<T> onStrand(Executor executor, F body)
+template <class F, class T = typename std::invoke_result_t<F&>::value_type>
+Task<T> onStrand(Executor executor, F body)
 {
     co_return co_await asio::co_spawn(executor, std::move(body), asio::use_awaitable);
 }

@@ -5,9 +5,10 @@
 
 namespace zelvo {
 
-/// A value behind a small lock, readable from any thread. The lock is held only while the value is copied or changed;
-/// `change` must not call out.
-template <class T> class LockedBox {
+/// A value behind a small lock, readable from any thread. The lock is held only while the value is copied or
+/// changed; `change` must not call out.
+template <class T>
+class LockedBox {
 public:
     LockedBox() = default;
     explicit LockedBox(T value) : value(std::move(value)) {}
@@ -24,7 +25,8 @@ public:
         value = std::move(next);
     }
 
-    template <class F> void change(F edit)
+    template <class F>
+    void change(F edit)
     {
         std::scoped_lock guard(lock);
         edit(value);

@@ -8,9 +8,9 @@ struct SleepQueue::Shared {
     using Key = std::pair<Instant, std::uint64_t>;
 
     mutable std::mutex lock;
-    std::map<Key, Handler> waiting;               // lock
-    std::map<std::uint64_t, Instant> dueById;     // lock
-    std::uint64_t lastId = 0;                     // lock
+    std::map<Key, Handler> waiting;           // lock
+    std::map<std::uint64_t, Instant> dueById; // lock
+    std::uint64_t lastId = 0;                 // lock
     std::function<void()> earliestChanged;
 };
 

@@ -29,15 +29,15 @@ struct ContinuousTime {
 };
 using Instant = ContinuousTime::time_point;
 
-/// The sleepers of a clock, in the order in which they are due. A clock wakes them with wakeDue(); each is resumed on its
-/// own executor, and a cancelled one with operation_aborted.
-/// Thread: any.
+/// The sleepers of a clock, in the order in which they are due. A clock wakes them with wakeDue(); each is
+/// resumed on its own executor, and a cancelled one with operation_aborted. Thread: any.
 class SleepQueue {
 public:
     /// earliestChanged is called, without the lock held, when another moment has become the next one.
     explicit SleepQueue(std::function<void()> earliestChanged = {});
 
-    template <class Token> auto wait(Instant due, Token&& token)
+    template <class Token>
+    auto wait(Instant due, Token&& token)
     {
         return boost::asio::async_initiate<Token, void(boost::system::error_code)>(
             [this, due](auto handler) { this->add(due, std::move(handler)); }, token);
@@ -53,7 +53,8 @@ private:
     using Handler = boost::asio::any_completion_handler<void(boost::system::error_code)>;
     struct Shared;
 
-    template <class H> void add(Instant due, H handler)
+    template <class H>
+    void add(Instant due, H handler)
     {
         auto slot = boost::asio::get_associated_cancellation_slot(handler);
         auto const executor = boost::asio::get_associated_executor(handler);
@@ -61,13 +62,14 @@ private:
         if (slot.is_connected())
             slot.assign([weak = weakShared(), id](boost::asio::cancellation_type) { cancel(weak, id); });
         // Completion hops home first; only there is it safe to let go of the slot.
-        insert(due, id, [executor, slot, handler = std::move(handler)](boost::system::error_code error) mutable {
-            boost::asio::post(executor, [slot, error, handler = std::move(handler)]() mutable {
-                if (slot.is_connected())
-                    slot.clear();
-                std::move(handler)(error);
-            });
-        });
+        insert(due, id,
+               [executor, slot, handler = std::move(handler)](boost::system::error_code error) mutable {
+                   boost::asio::post(executor, [slot, error, handler = std::move(handler)]() mutable {
+                       if (slot.is_connected())
+                           slot.clear();
+                       std::move(handler)(error);
+                   });
+               });
     }
 
     std::uint64_t nextId();

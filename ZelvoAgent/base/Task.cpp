@@ -46,8 +46,8 @@ TaskHandle spawn(Executor executor, std::function<Task<>()> body)
     TaskHandle handle;
     handle.state = std::make_shared<TaskHandle::State>(executor);
     auto onEnd = [kept = handle.state](std::exception_ptr failure) { reportFailure(failure); };
-    asio::co_spawn(
-        executor, std::move(body), asio::bind_cancellation_slot(handle.state->signal.slot(), std::move(onEnd)));
+    asio::co_spawn(executor, std::move(body),
+                   asio::bind_cancellation_slot(handle.state->signal.slot(), std::move(onEnd)));
     return handle;
 }
 

@@ -14,7 +14,8 @@ namespace asio = boost::asio;
 using Executor = asio::any_io_executor;
 
 /// A coroutine that gives a T. It starts when it is awaited.
-template <class T = void> using Task = asio::awaitable<T>;
+template <class T = void>
+using Task = asio::awaitable<T>;
 
 /// The handle of a started task. Letting go of it does not stop the task.
 /// Thread: any.
@@ -22,8 +23,8 @@ class TaskHandle {
 public:
     TaskHandle() = default;
 
-    /// Ends the task at its present or next wait, which then fails with operation_aborted. At once when called on the
-    /// task's own executor, soon otherwise. Harmless when the task has ended.
+    /// Ends the task at its present or next wait, which then fails with operation_aborted. At once when
+    /// called on the task's own executor, soon otherwise. Harmless when the task has ended.
     void cancel();
 
     /// True when a task was started under this handle, running or not.
@@ -36,8 +37,8 @@ private:
     std::shared_ptr<State> state;
 };
 
-/// Starts a task of its own on an executor. What the body captures lives as long as the task. A failure other than
-/// cancellation is a fault of the program: it is said on standard error and goes no further.
+/// Starts a task of its own on an executor. What the body captures lives as long as the task. A failure other
+/// than cancellation is a fault of the program: it is said on standard error and goes no further.
 TaskHandle spawn(Executor executor, std::function<Task<>()> body);
 
 } // namespace zelvo

@@ -56,13 +56,15 @@ using PostedEvent = std::variant<MouseEvent, KeyEvent, TextEvent, ScrollEvent>;
 
 /// Makes input events that reach whatever is in front, exactly as hardware does.
 /// Thread: any, one caller at a time; resumes the caller on its own executor.
-/// Made by: platform/linux/x11/X11EventPosting, tests/fakes/FakeEventPosting; drivers/GatedEventPosting stands before it.
+/// Made by: platform/linux/x11/X11EventPosting, tests/fakes/FakeEventPosting; drivers/GatedEventPosting
+/// stands before it.
 class EventPosting {
 public:
     virtual ~EventPosting() = default;
     /// False when the event could not be made.
     virtual Task<bool> post(PostedEvent event) = 0;
-    /// Tells of a whole text before its first TextEvent, so that a machine can make ready for all of it at once.
+    /// Tells of a whole text before its first TextEvent, so that a machine can make ready for all of it at
+    /// once.
     virtual Task<> beginText(std::string text) = 0;
     /// Undoes what beginText did; resumes when the text has arrived as far as can be told.
     virtual Task<> endText() = 0;

@@ -9,8 +9,8 @@ namespace zelvo {
 class HotKey {
 public:
     virtual ~HotKey() = default;
-    /// Registers the key for the life of the process; a key that somebody else holds just does not work. `onPressed` is
-    /// called on the main executor at each press, not at its repeats.
+    /// Registers the key for the life of the process; a key that somebody else holds just does not work.
+    /// `onPressed` is called on the main executor at each press, not at its repeats.
     virtual void start(std::function<void()> onPressed) = 0;
 };
 

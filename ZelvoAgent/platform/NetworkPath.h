@@ -10,8 +10,8 @@ namespace zelvo {
 class NetworkPath {
 public:
     virtual ~NetworkPath() = default;
-    /// Calls `onUpdate` with whether the path is satisfied, once soon and then at each change of the network, on the agent
-    /// executor. A loopback host is always reachable.
+    /// Calls `onUpdate` with whether the path is satisfied, once soon and then at each change of the network,
+    /// on the agent executor. A loopback host is always reachable.
     virtual void start(std::string host, std::function<void(bool satisfied)> onUpdate) = 0;
 };
 

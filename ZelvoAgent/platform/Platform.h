@@ -48,7 +48,8 @@ public:
     virtual HttpLoading& http() = 0;
 };
 
-/// The machine that this program was built for. The contexts must outlive it; Contexts::agent must stand on an io_context.
+/// The machine that this program was built for. The contexts must outlive it; Contexts::agent must stand on
+/// an io_context.
 std::unique_ptr<Platform> makePlatform(Contexts contexts);
 
 } // namespace zelvo

@@ -11,11 +11,13 @@ public:
     virtual ~PowerAssertion() = default;
 };
 
-/// Thread: any; does not wait. Made by: platform/linux/dbus/LinuxPowerAssertions, tests/fakes/FakePowerAssertions.
+/// Thread: any; does not wait. Made by: platform/linux/dbus/LinuxPowerAssertions,
+/// tests/fakes/FakePowerAssertions.
 class PowerAssertions {
 public:
     virtual ~PowerAssertions() = default;
-    /// Always gives a holder; a refusal goes unnoticed. `name` tells a person who asks why the machine stays awake.
+    /// Always gives a holder; a refusal goes unnoticed. `name` tells a person who asks why the machine stays
+    /// awake.
     virtual std::unique_ptr<PowerAssertion> preventIdleSleep(std::string name) = 0;
 };
 

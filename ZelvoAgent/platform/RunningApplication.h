@@ -16,7 +16,8 @@ struct ApplicationNames {
     std::vector<std::string> names;
     bool operator==(ApplicationNames const&) const = default;
 
-    /// The application's identifier. A name that is on the hidden list wins, so that hiding errs on the safe side.
+    /// The application's identifier. A name that is on the hidden list wins, so that hiding errs on the safe
+    /// side.
     std::optional<std::string> identifier(std::set<std::string> const& hidden) const
     {
         for (std::string const& name : names)

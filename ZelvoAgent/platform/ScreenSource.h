@@ -24,7 +24,8 @@ struct CaptureRequest {
     /// Size of the result in pixels; the whole display is scaled to it.
     int width = 0;
     int height = 0;
-    /// No pixel of an application that goes by one of these identifiers is ever read, nor of a window that belongs to one.
+    /// No pixel of an application that goes by one of these identifiers is ever read, nor of a window that
+    /// belongs to one.
     std::set<std::string> excluded;
 };
 
@@ -53,7 +54,8 @@ public:
     virtual Task<std::vector<Display>> capturableDisplays() = 0;
     /// One picture, the mouse pointer in it. Throws ScreenFailure, also for a width or height below 1.
     virtual Task<Picture> capture(CaptureRequest request) = 0;
-    /// Called on the main executor when the screens or their sizes have changed. Added at start and never removed.
+    /// Called on the main executor when the screens or their sizes have changed. Added at start and never
+    /// removed.
     virtual void observeScreens(std::function<void()> observer) = 0;
 };
 

@@ -14,10 +14,10 @@ struct SecretStoreFailure {
     std::int32_t status = 0; ///< the system's own number, or -1
 };
 
-/// The key ring, and where there is none a file that only the person can read. An item is named by service and account.
-/// Calls run in order, off the caller's thread; a silent service counts as not answering after 2 s.
-/// Thread: any; resumes the caller on its own executor.
-/// Made by: platform/linux/LinuxSecretStore, tests/fakes/FakeSecretStore.
+/// The key ring, and where there is none a file that only the person can read. An item is named by service
+/// and account. Calls run in order, off the caller's thread; a silent service counts as not answering after 2
+/// s. Thread: any; resumes the caller on its own executor. Made by: platform/linux/LinuxSecretStore,
+/// tests/fakes/FakeSecretStore.
 class SecretStore {
 public:
     virtual ~SecretStore() = default;

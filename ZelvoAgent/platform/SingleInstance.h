@@ -17,8 +17,9 @@ public:
         std::function<void()> activate;                          ///< a second start brought nothing
     };
 
-    /// Becomes the one instance, and calls `requests` on the main executor from then on; or hands `urls` (or, with none, the
-    /// wish to come to the front) to the one that runs, and gives false. Blocks, before anything else has started.
+    /// Becomes the one instance, and calls `requests` on the main executor from then on; or hands `urls` (or,
+    /// with none, the wish to come to the front) to the one that runs, and gives false. Blocks, before
+    /// anything else has started.
     virtual bool claim(std::vector<std::string> urls, Requests requests) = 0;
 };
 

@@ -12,11 +12,11 @@
 
 namespace zelvo {
 
-/// The person's stored settings, by key. A new value is in force at once and on disk within 100 ms; only the newest value
-/// of a key is written, in one step, off the caller's thread. A value that another program changed is taken over at the
-/// next read. What cannot be read as the wanted type reads as absent; what cannot be written stays unwritten.
-/// Thread: any.
-/// Made by: platform/linux/FileUserDefaults, tests/fakes/FakeUserDefaults.
+/// The person's stored settings, by key. A new value is in force at once and on disk within 100 ms; only the
+/// newest value of a key is written, in one step, off the caller's thread. A value that another program
+/// changed is taken over at the next read. What cannot be read as the wanted type reads as absent; what
+/// cannot be written stays unwritten. Thread: any. Made by: platform/linux/FileUserDefaults,
+/// tests/fakes/FakeUserDefaults.
 class UserDefaults {
 public:
     virtual ~UserDefaults() = default;

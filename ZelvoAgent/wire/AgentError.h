@@ -8,7 +8,8 @@
 
 namespace zelvo {
 
-/// The kinds of failure that an agent is told of. They are thrown as they stand, and become a reply in RpcRouter::handle.
+/// The kinds of failure that an agent is told of. They are thrown as they stand, and become a reply in
+/// RpcRouter::handle.
 enum class AgentError {
     scopeDenied,
     machinePaused,
@@ -35,7 +36,8 @@ std::string_view defaultMessage(AgentError error);
 /// The kind of a wire code; nothing for any text but the fourteen.
 std::optional<AgentError> agentErrorFrom(std::string_view rawValue);
 
-/// A failure with its own message and details. The details go out even when empty; numbers in them are decimal texts.
+/// A failure with its own message and details. The details go out even when empty; numbers in them are
+/// decimal texts.
 struct DetailedAgentError {
     AgentError error{};
     std::string message;

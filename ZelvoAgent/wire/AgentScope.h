@@ -12,13 +12,15 @@ namespace zelvo {
 /// One right that a person grants to a connection. Lists that a person sees are in this order.
 enum class AgentScope { screen, input, shell, files, clipboard, record };
 
-template <> struct EnumTexts<AgentScope> {
+template <>
+struct EnumTexts<AgentScope> {
     static constexpr std::array<std::string_view, 6> texts = {"screen", "input",     "shell",
                                                               "files",  "clipboard", "record"};
 };
 
-constexpr std::array<AgentScope, 6> allScopes = {AgentScope::screen, AgentScope::input,     AgentScope::shell,
-                                                 AgentScope::files,  AgentScope::clipboard, AgentScope::record};
+constexpr std::array<AgentScope, 6> allScopes = {AgentScope::screen,    AgentScope::input,
+                                                 AgentScope::shell,     AgentScope::files,
+                                                 AgentScope::clipboard, AgentScope::record};
 
 /// True for what reaches further than seeing and clicking; such a scope is not ticked in advance.
 constexpr bool isOffByDefault(AgentScope scope)

@@ -90,7 +90,8 @@ private:
         std::string const text = std::exchange(digits, {});
         char const* const end = text.data() + text.size();
         std::int64_t whole = 0;
-        if (auto const read = std::from_chars(text.data(), end, whole); read.ec == std::errc() && read.ptr == end) {
+        if (auto const read = std::from_chars(text.data(), end, whole);
+            read.ec == std::errc() && read.ptr == end) {
             stack.push_int64(whole);
             return true;
         }

@@ -8,8 +8,8 @@
 
 namespace zelvo {
 
-/// A command as it came from the gateway. Nothing is looked up yet: the connection may not exist, and the agent's name is
-/// only ever shown.
+/// A command as it came from the gateway. Nothing is looked up yet: the connection may not exist, and the
+/// agent's name is only ever shown.
 struct RpcFrame {
     std::string id;
     std::string method;
@@ -19,8 +19,8 @@ struct RpcFrame {
     bool operator==(RpcFrame const&) const = default;
 };
 
-/// Reads a text message. Nothing when it is no JSON object with a text "id" and a text "method": such a message is dropped
-/// without an answer.
+/// Reads a text message. Nothing when it is no JSON object with a text "id" and a text "method": such a
+/// message is dropped without an answer.
 std::optional<RpcFrame> parseFrame(std::string_view text);
 /// The text message that a frame is read back from.
 std::string writeFrame(RpcFrame const& frame);

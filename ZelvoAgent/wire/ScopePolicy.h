@@ -7,7 +7,8 @@
 
 namespace zelvo::ScopePolicy {
 
-/// The scope that a method needs; nothing for a method that needs none and for an unknown one. Names compare exactly.
+/// The scope that a method needs; nothing for a method that needs none and for an unknown one. Names compare
+/// exactly.
 std::optional<AgentScope> required(std::string_view method);
 
 } // namespace zelvo::ScopePolicy

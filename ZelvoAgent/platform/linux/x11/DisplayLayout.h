@@ -14,13 +14,14 @@ struct PixelPoint {
     bool operator==(PixelPoint const&) const = default;
 };
 
-/// Where the main display lies on the X screen, and how many pixels a point has: what turns points into pixels and back.
+/// Where the main display lies on the X screen, and how many pixels a point has: what turns points into
+/// pixels and back.
 struct DisplayLayout {
     std::uint32_t displayId = 1; ///< the XID of the main monitor's first output, else 1
     PixelPoint origin;           ///< the main display's top left
     int widthPixels = 0;         ///< 0 when there is no display
     int heightPixels = 0;
-    double scale = 1;            ///< Xft.dpi / 96, at least 1
+    double scale = 1; ///< Xft.dpi / 96, at least 1
     bool operator==(DisplayLayout const&) const = default;
 
     /// The pixel that a point lies in. The one place that rounds; a point beyond 16 bits stays at their edge.

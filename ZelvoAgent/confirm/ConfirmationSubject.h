@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace zelvo {
+
+/// What a person is asked about. Two subjects are equal when kind and all texts are.
+struct ConfirmationSubject {
+    struct ShellCommand {
+        std::string command;
+        bool operator==(ShellCommand const&) const = default;
+    };
+    struct FileDelete {
+        std::string path;
+        bool operator==(FileDelete const&) const = default;
+    };
+    struct FileWrite {
+        std::string path;
+        bool operator==(FileWrite const&) const = default;
+    };
+    struct OpenUrl {
+        std::string url;
+        bool operator==(OpenUrl const&) const = default;
+    };
+    struct SubmitButton {
+        std::string title;
+        bool operator==(SubmitButton const&) const = default;
+    };
+    struct DialogButton {
+        std::string title;
+        std::string app;
+        bool operator==(DialogButton const&) const = default;
+    };
+    struct KeyShortcut {
+        std::string keys;
+        std::string app;
+        std::string meaning;
+        bool operator==(KeyShortcut const&) const = default;
+    };
+
+    using Value =
+        std::variant<ShellCommand, FileDelete, FileWrite, OpenUrl, SubmitButton, DialogButton, KeyShortcut>;
+    Value value;
+    bool operator==(ConfirmationSubject const&) const = default;
+
+    /// The question, in the person's language.
+    std::string title() const;
+    /// What exactly it is about, never translated.
+    std::string detail() const;
+    /// Under which a remembered yes is kept: one key a kind, whatever the texts.
+    std::string_view allowanceKey() const;
+};
+
+} // namespace zelvo

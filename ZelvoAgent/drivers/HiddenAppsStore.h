@@ -1,0 +1,42 @@
+#pragma once
+
+#include "base/Task.h"
+#include "platform/UserDefaults.h"
+
+#include <array>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace zelvo {
+
+/// The applications that the person has hidden from agents. The stored list is the only copy: every operation
+/// reads it anew, so that a change holds from the next check on. Thread: any; a strand of its own, so that
+/// changes cannot lose each other.
+class HiddenAppsStore {
+public:
+    HiddenAppsStore(Executor agent, UserDefaults& defaults);
+
+    Task<std::set<std::string>> bundleIds();
+    Task<std::size_t> count();
+    /// False without an identifier.
+    Task<bool> isHidden(std::optional<std::string> bundleId);
+    /// Resumes when the new list is on disk.
+    Task<> add(std::string bundleId);
+    Task<> remove(std::string bundleId);
+
+    /// Candidates that are offered to the person; none is hidden without their choice.
+    static constexpr std::array<std::string_view, 6> suggestions = {
+        "com.apple.Passwords",     "com.apple.keychainaccess", "com.agilebits.onepassword7",
+        "com.1password.1password", "com.bitwarden.desktop",    "com.apple.MobileSMS"};
+
+private:
+    std::set<std::string> readOnStrand();
+    void persistOnStrand(std::set<std::string> const& bundleIds);
+
+    Executor strand;
+    UserDefaults& defaults;
+};
+
+} // namespace zelvo

@@ -1,0 +1,170 @@
+#include "drivers/InputDriver.h"
+
+#include "base/Text.h"
+#include "drivers/KeyCodes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::size_t chunkCharacters = 20;
+constexpr Duration chunkPause = 4ms;
+
+void add(ModifierFlags& flags, Modifier modifier)
+{
+    switch (modifier) {
+    case Modifier::cmd:
+        flags.cmd = true;
+        break;
+    case Modifier::shift:
+        flags.shift = true;
+        break;
+    case Modifier::alt:
+        flags.alt = true;
+        break;
+    case Modifier::ctrl:
+        flags.ctrl = true;
+        break;
+    case Modifier::fn:
+        flags.fn = true;
+        break;
+    }
+}
+
+MouseEvent mouse(MouseEvent::Kind kind, DesktopPoint point, MouseButton button)
+{
+    MouseEvent event;
+    event.kind = kind;
+    event.point = point;
+    event.button = button;
+    return event;
+}
+
+} // namespace
+
+DragPlan DragPlan::of(std::int64_t durationMs)
+{
+    DragPlan plan;
+    plan.steps = durationMs < 32 ? 2 : durationMs < 960 ? durationMs / 16 : 60;
+    plan.stepDelayMs = std::max<std::int64_t>(durationMs / plan.steps, 1);
+    return plan;
+}
+
+std::int32_t wheelPixels(double distance)
+{
+    if (std::isnan(distance))
+        return 0;
+    constexpr double least = std::numeric_limits<std::int32_t>::min();
+    constexpr double most = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::trunc(distance), least, most));
+}
+
+InputDriver::InputDriver(EventPosting& events, Clock& clock) : events(events), clock(clock) {}
+
+Task<> InputDriver::move(DesktopPoint to)
+{
+    PostedEvent const event = mouse(MouseEvent::Kind::moved, to, MouseButton::left);
+    co_await events.post(event);
+}
+
+Task<>
+InputDriver::click(DesktopPoint at, MouseButton button, std::int64_t count, std::vector<Modifier> modifiers)
+{
+    MouseEvent down = mouse(MouseEvent::Kind::down, at, button);
+    for (Modifier const modifier : modifiers)
+        add(down.flags, modifier);
+    for (std::int64_t number = 1; number <= std::max<std::int64_t>(count, 1); ++number) {
+        down.clickState = static_cast<int>(std::min<std::int64_t>(number, std::numeric_limits<int>::max()));
+        MouseEvent up = down;
+        up.kind = MouseEvent::Kind::up;
+        if (!co_await events.post(down) || !co_await events.post(up))
+            break;
+    }
+}
+
+Task<> InputDriver::mouseDown(DesktopPoint at, MouseButton button)
+{
+    PostedEvent const event = mouse(MouseEvent::Kind::down, at, button);
+    co_await events.post(event);
+}
+
+Task<> InputDriver::mouseUp(DesktopPoint at, MouseButton button)
+{
+    PostedEvent const event = mouse(MouseEvent::Kind::up, at, button);
+    co_await events.post(event);
+}
+
+Task<> InputDriver::drag(DesktopPoint from, DesktopPoint to, MouseButton button, std::int64_t durationMs)
+{
+    DragPlan const plan = DragPlan::of(durationMs);
+    PostedEvent event = mouse(MouseEvent::Kind::down, from, button);
+    bool made = co_await events.post(event);
+    for (std::int64_t i = 1; made && i <= plan.steps; ++i) {
+        double const part = static_cast<double>(i) / static_cast<double>(plan.steps);
+        DesktopPoint const point{from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
+        event = mouse(MouseEvent::Kind::dragged, point, button);
+        made = co_await events.post(event);
+        // A cancelled wait does not stop the drag, so that the button is always released.
+        co_await clock.sleepThroughCancel(std::chrono::milliseconds(plan.stepDelayMs));
+    }
+    if (!made)
+        co_return;
+    event = mouse(MouseEvent::Kind::up, to, button);
+    co_await events.post(event);
+}
+
+Task<> InputDriver::scroll(DesktopPoint at, double dx, double dy)
+{
+    co_await move(at); // The wheel acts on what lies under the pointer.
+    ScrollEvent event;
+    event.dy = wheelPixels(dy);
+    event.dx = wheelPixels(dx);
+    co_await events.post(event);
+}
+
+Task<> InputDriver::type(std::string text)
+{
+    co_await events.beginText(text);
+    for (std::string const& chunk : text::chunks(text, chunkCharacters)) {
+        TextEvent event;
+        event.text = chunk;
+        if (!co_await events.post(event))
+            break;
+        event.kind = KeyEvent::Kind::up;
+        if (!co_await events.post(event))
+            break;
+        co_await clock.sleepThroughCancel(chunkPause);
+    }
+    co_await events.endText();
+}
+
+Task<> InputDriver::pressKeys(std::vector<std::string> keys)
+{
+    KeyEvent event;
+    std::optional<std::uint16_t> chosen;
+    for (std::string const& key : keys) {
+        std::string const name = text::lowercased(key);
+        if (auto const modifier = fromRawValue<Modifier>(name))
+            add(event.flags, *modifier);
+        else
+            chosen = KeyCodes::code(name); // Only the last one counts, known or not.
+    }
+    if (!chosen)
+        co_return;
+    event.keyCode = *chosen;
+    if (!co_await events.post(event))
+        co_return;
+    event.kind = KeyEvent::Kind::up;
+    co_await events.post(event);
+}
+
+DesktopPoint InputDriver::cursorPosition()
+{
+    return events.pointerLocation();
+}
+
+} // namespace zelvo

@@ -1,0 +1,122 @@
+#include "drivers/PostingGate.h"
+
+#include "base/Hop.h"
+
+#include <algorithm>
+
+namespace zelvo {
+
+namespace {
+
+bool isButton(PostedEvent const& event)
+{
+    if (auto const* const mouse = std::get_if<MouseEvent>(&event))
+        return mouse->kind != MouseEvent::Kind::moved;
+    return std::holds_alternative<ScrollEvent>(event);
+}
+
+bool isKey(PostedEvent const& event)
+{
+    return std::holds_alternative<KeyEvent>(event) || std::holds_alternative<TextEvent>(event);
+}
+
+} // namespace
+
+/// Counts an event from the check to the end of its posting, so that close() can wait for it.
+class PostingGate::InFlight {
+public:
+    explicit InFlight(PostingGate& gate) : gate(gate)
+    {
+        gate.idle.with([&] { ++gate.inFlight; });
+    }
+    InFlight(InFlight const&) = delete;
+    InFlight& operator=(InFlight const&) = delete;
+    ~InFlight()
+    {
+        gate.idle.wakeAll([this] { --gate.inFlight; });
+    }
+
+private:
+    PostingGate& gate;
+};
+
+PostingGate::PostingGate(EventPosting& inner,
+                         Executor workers,
+                         std::function<bool()> paused,
+                         std::function<std::vector<DesktopRect>()> ownWindows)
+    : inner(inner), workers(std::move(workers)), paused(std::move(paused)), ownWindows(std::move(ownWindows))
+{
+}
+
+Task<> PostingGate::close()
+{
+    idle.with([this] { ++closings; });
+    co_await idle.wait([this] { return inFlight == 0; });
+    co_await inner.releaseAll();
+    co_await inner.drained();
+}
+
+void PostingGate::open()
+{
+    idle.with([this] { closings = std::max(closings - 1, 0); });
+}
+
+bool PostingGate::isClosed() const
+{
+    return idle.with([this] { return closings > 0; });
+}
+
+Task<bool> PostingGate::post(PostedEvent event)
+{
+    InFlight const counted(*this);
+    if (co_await mayPass(event))
+        co_return co_await inner.post(std::move(event));
+    co_await inner.releaseAll();
+    co_return false;
+}
+
+Task<bool> PostingGate::mayPass(PostedEvent event)
+{
+    if (paused())
+        co_return false;
+    if (!isClosed())
+        co_return true;
+    if (isKey(event))
+        co_return false;
+    if (!isButton(event))
+        co_return true;
+    auto const* const mouse = std::get_if<MouseEvent>(&event);
+    DesktopPoint const point = mouse ? mouse->point : inner.pointerLocation();
+    std::vector<DesktopRect> const frames = co_await on(workers, [this] { return ownWindows(); });
+    co_return std::none_of(frames.begin(), frames.end(),
+                           [&](DesktopRect const& f) { return f.contains(point); });
+}
+
+Task<> PostingGate::beginText(std::string text)
+{
+    InFlight const counted(*this);
+    if (!paused() && !isClosed())
+        co_await inner.beginText(std::move(text));
+}
+
+Task<> PostingGate::endText()
+{
+    co_await inner.endText();
+}
+
+Task<> PostingGate::releaseAll()
+{
+    co_await inner.releaseAll();
+}
+
+Task<> PostingGate::drained()
+{
+    co_await inner.drained();
+}
+
+DesktopPoint PostingGate::pointerLocation()
+{
+    return inner.pointerLocation();
+}
+
+} // namespace zelvo

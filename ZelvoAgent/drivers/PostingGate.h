@@ -1,0 +1,51 @@
+#pragma once
+
+#include "base/WakeList.h"
+#include "platform/EventPosting.h"
+
+#include <functional>
+#include <vector>
+
+namespace zelvo {
+
+/// The one gate that every event of ours passes. While the agent is paused no event can be made; while a
+/// window of ours is open that only a person may answer, no key event can be made and no button event inside
+/// a window of ours. A refused event releases what is held, so that typing, chords and drags end quietly.
+/// Thread: any, one poster at a time; resumes callers on their own executors.
+class PostingGate final : public EventPosting {
+public:
+    /// paused      read for every event; any thread
+    /// ownWindows  the frames of this program's windows; read on the workers, only while the gate is closed
+    PostingGate(EventPosting& inner,
+                Executor workers,
+                std::function<bool()> paused,
+                std::function<std::vector<DesktopRect>()> ownWindows);
+
+    /// Called before such a window opens: closes the gate, releases what is held, and resumes when the system
+    /// has taken what was posted. Calls nest; each needs an open().
+    Task<> close();
+    void open();
+    bool isClosed() const;
+
+    Task<bool> post(PostedEvent event) override;
+    Task<> beginText(std::string text) override;
+    Task<> endText() override;
+    Task<> releaseAll() override;
+    Task<> drained() override;
+    DesktopPoint pointerLocation() override;
+
+private:
+    class InFlight;
+
+    Task<bool> mayPass(PostedEvent event);
+
+    EventPosting& inner;
+    Executor workers;
+    std::function<bool()> paused;
+    std::function<std::vector<DesktopRect>()> ownWindows;
+    WakeList idle;
+    int closings = 0; // idle
+    int inFlight = 0; // idle
+};
+
+} // namespace zelvo

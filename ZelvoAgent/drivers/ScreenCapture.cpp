@@ -1,0 +1,91 @@
+#include "drivers/ScreenCapture.h"
+
+#include "base/Hop.h"
+#include "drivers/ImageEncoder.h"
+#include "platform/RunningApplication.h"
+#include "wire/AgentError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zelvo {
+
+namespace {
+
+std::uint32_t chosenDisplay(std::vector<Display> const& displays, std::uint32_t wanted)
+{
+    if (displays.empty())
+        throw AgentError::permissionMissing;
+    bool const found = std::any_of(displays.begin(), displays.end(),
+                                   [&](Display const& display) { return display.id == wanted; });
+    return found ? wanted : displays.front().id;
+}
+
+std::vector<std::uint8_t> encode(Picture const& picture, ScreenshotOptions const& options)
+{
+    if (options.format == ScreenshotOptions::ImageFormat::png)
+        return imageEncoder::png(picture);
+    return imageEncoder::jpeg(picture, options.quality);
+}
+
+} // namespace
+
+DisplayGeometry DisplayGeometry::of(Display const& display)
+{
+    return {static_cast<std::int64_t>(display.widthPoints), static_cast<std::int64_t>(display.heightPoints),
+            display.scaleFactor, display.id};
+}
+
+PictureSize PictureSize::of(DisplayGeometry const& geometry, std::optional<std::int64_t> maxWidth)
+{
+    std::int64_t const width = std::min(geometry.widthPoints, maxWidth.value_or(geometry.widthPoints));
+    double const height = static_cast<double>(geometry.heightPoints) * static_cast<double>(width) /
+                          static_cast<double>(geometry.widthPoints);
+    constexpr std::int64_t least = std::numeric_limits<int>::min();
+    return {static_cast<int>(std::max(width, least)),
+            static_cast<int>(std::max(std::round(height), static_cast<double>(least)))};
+}
+
+ScreenCapture::ScreenCapture(Contexts contexts, ScreenSource& source, HiddenAppsStore& hiddenApps)
+    : contexts(std::move(contexts)), source(source), hiddenApps(hiddenApps)
+{
+}
+
+DisplayGeometry ScreenCapture::displayGeometry()
+{
+    std::vector<Display> const screens = source.screens();
+    if (screens.empty())
+        throw AgentError::machineUnavailable;
+    return DisplayGeometry::of(screens.front());
+}
+
+Task<CapturedImage> ScreenCapture::capture(ScreenshotOptions options)
+{
+    DisplayGeometry const geometry = displayGeometry();
+    std::vector<Display> const displays = co_await source.capturableDisplays();
+    PictureSize const size = PictureSize::of(geometry, options.maxWidth);
+    CaptureRequest request;
+    request.display = chosenDisplay(displays, geometry.displayId);
+    request.width = size.width;
+    request.height = size.height;
+    request.excluded = co_await excludedApplications();
+    Picture const picture = co_await source.capture(std::move(request));
+
+    CapturedImage image;
+    image.data = co_await on(contexts.workers, [&] { return encode(picture, options); });
+    image.mime = options.format == ScreenshotOptions::ImageFormat::png ? "image/png" : "image/jpeg";
+    image.imageWidth = picture.width;
+    image.imageHeight = picture.height;
+    image.geometry = geometry;
+    co_return image;
+}
+
+Task<std::set<std::string>> ScreenCapture::excludedApplications()
+{
+    std::set<std::string> excluded = co_await hiddenApps.bundleIds();
+    excluded.insert(ownBundleIdentifier);
+    co_return excluded;
+}
+
+} // namespace zelvo

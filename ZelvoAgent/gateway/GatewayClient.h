@@ -1,0 +1,93 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "platform/WebSocket.h"
+#include "state/GatewayConnectionState.h"
+#include "wire/RpcFrame.h"
+#include "wire/RpcReply.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// Keeps the one WebSocket session to the gateway: opens it, tells live from dead, backs off and tries again,
+/// and gives up on a rejected token and a required update. Frames go to the handler strictly one at a time,
+/// and the next is taken only after the reply to the last was handed to the socket. Thread: any, unless a
+/// member says otherwise; a strand of its own holds the state. Made with create(), since its loops hold it
+/// weakly.
+class GatewayClient : public std::enable_shared_from_this<GatewayClient> {
+public:
+    using Handler = std::function<Task<std::optional<RpcReply>>(RpcFrame)>;
+    using HeartbeatReader = std::function<Task<std::optional<json::object>>()>;
+
+    struct Services {
+        Contexts contexts;
+        Clock& clock;
+        WebSocketOpener& sockets;
+        HeartbeatReader heartbeat; ///< builds the heartbeat's params
+        std::function<void(GatewayConnectionState)>
+            onState;                    ///< called on the client's strand at every change
+        std::function<double()> jitter; ///< a factor from 1.0 to 1.3
+    };
+
+    static std::shared_ptr<GatewayClient>
+    create(std::string gatewayUrl, std::string appVersion, Services services);
+    /// A factor drawn uniformly from 1.0 to 1.3, so that machines that lost the gateway together do not
+    /// return together.
+    static double randomJitter();
+
+    /// Takes a token and a handler and opens a fresh socket, in whatever state the client is.
+    Task<> connect(std::string machineToken, Handler handler);
+    Task<> stop();
+    /// Replaces the socket at once, unless the client is stopped, has no token or has given up.
+    Task<> reconnectNow();
+    /// Sends an event; it is lost when there is no socket.
+    Task<> sendEvent(std::string name, std::optional<std::string> connectionId, json::object data);
+    Task<GatewayConnectionState> currentState();
+
+private:
+    using SocketPtr = std::shared_ptr<WebSocket>;
+
+    GatewayClient(std::string gatewayUrl, std::string appVersion, Services services);
+
+    void openSocket();
+    void teardown();
+    void setState(GatewayConnectionState next);
+    bool isCurrent(std::int64_t number) const { return number == generation && !stopped; }
+    void markConnected(std::int64_t number);
+    void handleFailure(SocketPtr socket, NetworkFailure error, std::int64_t number);
+    void scheduleReconnect(std::string reason, std::int64_t number);
+    Task<> receiveLoop(SocketPtr socket, std::int64_t number);
+    Task<> handleText(std::string text);
+    Task<> send(json::object object);
+    Task<std::string> serialised(json::object object);
+    static Task<> heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock& clock);
+    static Task<> pingLoop(std::weak_ptr<GatewayClient> weak, Clock& clock, std::int64_t number);
+    enum class Pong { came, missed, unknown };
+    Task<Pong> ping(std::int64_t number);
+
+    std::string const gatewayUrl;
+    std::string const appVersion;
+    Services const services;
+    Executor const strand;
+
+    // All below: strand.
+    SocketPtr task;
+    Handler handler;
+    std::optional<std::string> machineToken;
+    std::int64_t generation = 0; ///< numbers the sockets: what was started for an old one does nothing
+    TaskHandle heartbeatTask;
+    TaskHandle pingTask;
+    TaskHandle reconnectTask;
+    std::int64_t reconnectAttempt = 0; ///< failures in a row since the last sign of life
+    bool stopped = true;
+    GatewayConnectionState state;
+};
+
+} // namespace zelvo

@@ -1,0 +1,102 @@
+#include "gateway/HeartbeatBuilder.h"
+
+#include "base/Text.h"
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::size_t longestComputerName = 128;
+constexpr double gibibyte = 1024.0 * 1024.0 * 1024.0;
+constexpr int mebibyteBits = 20;
+
+json::array texts(std::vector<std::string> const& list)
+{
+    json::array array;
+    for (std::string const& text : list)
+        array.emplace_back(text);
+    return array;
+}
+
+} // namespace
+
+HeartbeatBuilder::HeartbeatBuilder(Services services) : services(std::move(services)) {}
+
+Task<std::optional<json::object>> HeartbeatBuilder::current()
+{
+    Permissions const permissions = services.access.current();
+    StateMirror const state = services.state();
+    std::int64_t const hiddenCount = co_await hiddenAppCount();
+    double const freeBytes = static_cast<double>(services.facts.freeDiskBytes().value_or(0));
+    std::uint64_t const residentBytes = services.facts.residentBytes().value_or(0);
+
+    json::object record;
+    record["appVersion"] = appVersion();
+    record["computerName"] = computerName();
+    record["macosVersion"] = macosVersion();
+    record["mode"] = rawValue(mode.get());
+    record["permissions"] = json::object{{"screenRecording", permissions.screenRecording},
+                                         {"accessibility", permissions.accessibility}};
+    record["paused"] = state.paused;
+    record["availability"] = state.availability;
+    record["hiddenAppCount"] = hiddenCount;
+    record["display"] = display();
+    record["diskFreeGb"] = freeBytes / gibibyte;
+    record["memUsedMb"] = static_cast<std::int64_t>(residentBytes >> mebibyteBits);
+    record["grantedConnectionIds"] = texts(state.grantedConnectionIds);
+    record["recording"] = services.recordingMode();
+    record["features"] = json::array{"connection_names", "agents"};
+    co_return record;
+}
+
+Task<std::int64_t> HeartbeatBuilder::hiddenAppCount()
+{
+    HiddenAppsStore* const store = hiddenApps.get();
+    if (!store)
+        co_return 0;
+    co_return static_cast<std::int64_t>(co_await store->count());
+}
+
+json::value HeartbeatBuilder::display() const
+{
+    std::optional<DisplayGeometry> const snapshot = displayBox.get();
+    if (!snapshot)
+        return nullptr;
+    return json::object{{"widthPoints", snapshot->widthPoints},
+                        {"heightPoints", snapshot->heightPoints},
+                        {"scaleFactor", snapshot->scaleFactor},
+                        {"displayId", snapshot->displayId}};
+}
+
+void HeartbeatBuilder::refreshDisplay()
+{
+    std::vector<Display> const screens = services.screen.screens();
+    if (screens.empty())
+        displayBox.set(std::nullopt);
+    else
+        displayBox.set(DisplayGeometry::of(screens.front()));
+}
+
+AgentMode HeartbeatBuilder::configuredMode(UserDefaults& defaults)
+{
+    return defaults.text("ZelvoMode") == "cloud" ? AgentMode::cloud : AgentMode::connected;
+}
+
+std::string HeartbeatBuilder::appVersion() const
+{
+    return services.information.text("CFBundleShortVersionString").value_or("0.0.0");
+}
+
+std::string HeartbeatBuilder::computerName() const
+{
+    std::string const given = services.facts.computerName().value_or("Mac");
+    std::string const name = text::trimmed(text::withoutControlCharacters(given));
+    return name.empty() ? "Mac" : text::prefix(name, longestComputerName);
+}
+
+std::string HeartbeatBuilder::macosVersion() const
+{
+    return services.facts.osVersion();
+}
+
+} // namespace zelvo
