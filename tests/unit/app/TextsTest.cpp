@@ -1,0 +1,122 @@
+#include "base/LocalizedTexts.h"
+
+#include <gtest/gtest.h>
+#include <unicode/messagepattern.h>
+#include <unicode/unistr.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace zelvo {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Keys that the code puts together: a prefix, and what follows it there.
+std::set<std::string> computedKeys()
+{
+    std::set<std::string> keys;
+    for (std::string const scope : {"screen", "input", "shell", "files", "clipboard", "record"}) {
+        keys.insert("scope." + scope);
+        keys.insert("scope.short." + scope);
+    }
+    return keys;
+}
+
+std::string contentOf(fs::path const& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::set<std::string> keysOf(std::string const& language)
+{
+    std::vector<std::string> const all = texts::keys(language);
+    return {all.begin(), all.end()};
+}
+
+// The placeholders of a pattern, "0" and "1" for instance; a failure when it is no pattern.
+std::set<std::string> argumentsOf(std::string const& pattern)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    icu::MessagePattern const parsed(icu::UnicodeString::fromUTF8(pattern), nullptr, status);
+    EXPECT_TRUE(U_SUCCESS(status)) << pattern;
+    std::set<std::string> names;
+    for (int32_t index = 0; index < parsed.countParts(); ++index) {
+        icu::MessagePattern::Part const& part = parsed.getPart(index);
+        if (part.getType() == UMSGPAT_PART_TYPE_ARG_NAME || part.getType() == UMSGPAT_PART_TYPE_ARG_NUMBER) {
+            std::string name;
+            parsed.getSubstring(part).toUTF8String(name);
+            names.insert(name);
+        }
+    }
+    return names;
+}
+
+TEST(Texts, haveTheSameKeysInEveryLanguage)
+{
+    for (std::string const& language : texts::languages())
+        EXPECT_EQ(keysOf(language), keysOf("en")) << language;
+}
+
+TEST(Texts, haveTheSameArgumentsInEveryLanguage)
+{
+    for (std::string const& language : texts::languages())
+        for (std::string const& key : texts::keys("en"))
+            EXPECT_EQ(argumentsOf(texts::pattern(language, key)), argumentsOf(texts::pattern("en", key)))
+                << key;
+}
+
+TEST(Texts, takeTheArgumentsThatTheyAreFilledWith)
+{
+    std::map<std::string, std::set<std::string>> const filled = {{"confirm.title.keyShortcut", {"0"}},
+                                                                 {"consent.domainVerified", {"0"}},
+                                                                 {"consent.footer", {"0"}},
+                                                                 {"consent.platformAsks", {"0"}},
+                                                                 {"gateway.httpStatus", {"0"}},
+                                                                 {"gateway.retrying.detail", {"0", "1"}},
+                                                                 {"link.error.transport", {"0", "1"}},
+                                                                 {"link.error.unreachable", {"0", "1"}}};
+
+    for (std::string const& key : texts::keys("en")) {
+        auto const entry = filled.find(key);
+        std::set<std::string> const wanted = entry == filled.end() ? std::set<std::string>() : entry->second;
+        EXPECT_EQ(argumentsOf(texts::pattern("en", key)), wanted) << key;
+    }
+}
+
+TEST(Texts, existForEveryKeyThatTheCodeNames)
+{
+    std::set<std::string> const known = keysOf("en");
+
+    for (std::string const& key : computedKeys())
+        EXPECT_TRUE(known.contains(key)) << key;
+    for (fs::directory_entry const& entry : fs::recursive_directory_iterator(ZELVO_SOURCES)) {
+        std::string const code = entry.is_regular_file() ? contentOf(entry.path()) : std::string();
+        std::regex const call("localized\\(\\s*\"([^\"]*)\"\\s*[,)]");
+        for (std::sregex_iterator match(code.begin(), code.end(), call), end; match != end; ++match)
+            EXPECT_TRUE(known.contains((*match)[1])) << (*match)[1] << " in " << entry.path();
+    }
+}
+
+TEST(Texts, areFilledInEveryLanguage)
+{
+    for (std::string const& language : texts::languages()) {
+        texts::useLanguage(language);
+        EXPECT_NE(localized("gateway.httpStatus", {std::int64_t{1503}}).find("1503"), std::string::npos);
+        EXPECT_NE(localized("consent.platformAsks", {std::string("Acme {0} 'x'")}).find("Acme {0} 'x'"),
+                  std::string::npos);
+        std::string const detail =
+            localized("gateway.retrying.detail", {std::string("Why"), std::string("12:34:56")});
+        EXPECT_LT(detail.find("Why"), detail.find("12:34:56"));
+    }
+    texts::useLanguage("en");
+}
+
+} // namespace
+} // namespace zelvo
