@@ -31,3 +31,5 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     zelvo_pkg(secret libsecret-1)
     zelvo_pkg(gio gio-2.0 gio-unix-2.0)
 endif()
+
+find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)   # named by ZelvoAgent/app only
