@@ -48,18 +48,17 @@ void SleepQueue::cancel(std::weak_ptr<Shared> const& weak, std::uint64_t id)
     auto const shared = weak.lock();
     if (!shared)
         return;
-    Handler wake;
+    decltype(shared->waiting)::node_type
+        sleeper; // Moved as a node: assigning a handler recurses for ever in Boost 1.81.
     {
         std::scoped_lock guard(shared->lock);
         auto const due = shared->dueById.find(id);
         if (due == shared->dueById.end())
             return;
-        auto const entry = shared->waiting.find({due->second, id});
-        wake = std::move(entry->second);
-        shared->waiting.erase(entry);
+        sleeper = shared->waiting.extract({due->second, id});
         shared->dueById.erase(due);
     }
-    std::move(wake)(boost::asio::error::operation_aborted);
+    std::move(sleeper.mapped())(boost::asio::error::operation_aborted);
 }
 
 std::optional<Instant> SleepQueue::earliest() const
