@@ -1,0 +1,61 @@
+#include "platform/linux/system/AssignmentFile.h"
+
+#include "platform/linux/system/Files.h"
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::size_t longestFile = 64u << 10;
+constexpr std::string_view blank = " \t\r";
+
+std::string_view withoutBlanks(std::string_view text)
+{
+    auto const first = text.find_first_not_of(blank);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(blank) - first + 1);
+}
+
+/// What a shell makes of a quoted or plain word.
+std::optional<std::string> unquoted(std::string_view word)
+{
+    std::string value;
+    char quote = 0;
+    for (std::size_t at = 0; at < word.size(); ++at) {
+        char const c = word[at];
+        if (c == '\\' && quote != '\'' && at + 1 < word.size())
+            value += word[++at];
+        else if (quote && c == quote)
+            quote = 0;
+        else if (!quote && (c == '"' || c == '\''))
+            quote = c;
+        else
+            value += c;
+    }
+    if (quote)
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+std::optional<std::string> assignedValue(std::string_view text, std::string_view name)
+{
+    std::optional<std::string> value;
+    while (!text.empty()) {
+        std::string_view const line = withoutBlanks(text.substr(0, text.find('\n')));
+        text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
+        if (line.starts_with(name) && line.substr(name.size()).starts_with('='))
+            value = unquoted(line.substr(name.size() + 1));
+    }
+    return value;
+}
+
+std::optional<std::string> assignedValueIn(std::filesystem::path const& file, std::string_view name)
+{
+    auto const read = files::read(file, longestFile);
+    return read ? assignedValue(read->content, name) : std::nullopt;
+}
+
+} // namespace zelvo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/InformationDictionary.h"
+
+#include <boost/json/object.hpp>
+
+#include <filesystem>
+
+namespace zelvo {
+
+/// The JSON object in a file, read once. A file that is missing or broken is an empty dictionary.
+class FileInformationDictionary final : public InformationDictionary {
+public:
+    /// The packaging's file: `Info.json` beside the executable, else `../share/zelvo-agent/Info.json` from
+    /// there.
+    FileInformationDictionary();
+    explicit FileInformationDictionary(std::filesystem::path const& file);
+
+    std::optional<std::string> text(std::string_view key) const override;
+
+    /// Where the packaging's file stands for an executable in a folder.
+    static std::filesystem::path fileFor(std::filesystem::path const& executableFolder);
+
+private:
+    boost::json::object entries;
+};
+
+} // namespace zelvo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Task.h"
+
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// Names one secret.
+struct SecretName {
+    std::string service;
+    std::string account;
+};
+
+/// Blocking calls of the Secret Service that never bring up a prompt: what is locked counts as not answering,
+/// and so does a service that stays silent for `patience`. Thread: one at a time, never the agent's, which
+/// runs the clock.
+class SecretServiceCalls {
+public:
+    static constexpr Duration patience = 2s;
+
+    SecretServiceCalls(Executor agent, Clock& clock) : agent(std::move(agent)), clock(clock) {}
+
+    struct Found {
+        bool answered = false;
+        std::optional<std::string> secret;
+    };
+    Found get(SecretName const& name);
+    /// True when the service holds the secret now.
+    bool set(SecretName const& name, std::string const& secret);
+    /// True when the service holds no such secret now.
+    bool remove(SecretName const& name);
+
+private:
+    Executor agent;
+    Clock& clock;
+};
+
+} // namespace zelvo

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+/// The person's folders by the XDG rules. A variable that is not an absolute path counts as unset.
+/// Thread: any, while nobody changes the environment.
+namespace zelvo::xdg {
+
+std::filesystem::path home();
+/// $XDG_CONFIG_HOME, else ~/.config.
+std::filesystem::path configHome();
+/// $XDG_DATA_HOME, else ~/.local/share.
+std::filesystem::path dataHome();
+/// $XDG_RUNTIME_DIR; nothing when unset.
+std::optional<std::filesystem::path> runtimeFolder();
+
+/// Where this program keeps its settings, and its secrets where there is no key ring.
+std::filesystem::path settingsFolder();
+std::filesystem::path defaultsFolder();
+std::filesystem::path keychainFolder();
+
+} // namespace zelvo::xdg
