@@ -1,10 +1,19 @@
 #include "state/ActivityWording.h"
 
 #include "base/LocalizedTexts.h"
+#include "base/Text.h"
+#include "state/ActionCounts.h"
+
+#include <array>
+#include <utility>
 
 namespace zelvo::ActivityWording {
 
 namespace {
+
+using Part = ActionCounts::Part;
+
+constexpr std::size_t keysShown = 3;
 
 std::string readyAgain(Availability from)
 {
@@ -21,7 +30,121 @@ std::string readyAgain(Availability from)
     return {};
 }
 
+std::string verb(Part part)
+{
+    switch (part) {
+    case Part::click:
+        return localized("activity.verb.click");
+    case Part::type:
+        return localized("activity.verb.type");
+    case Part::keys:
+        return localized("activity.verb.keys");
+    case Part::scroll:
+        return localized("activity.verb.scroll");
+    case Part::drag:
+        return localized("activity.verb.drag");
+    }
+    return {};
+}
+
+std::vector<std::string> verbs(ActionCounts const& counts)
+{
+    std::vector<std::string> words;
+    for (Part const part : counts.parts)
+        words.push_back(verb(part));
+    if (words.empty())
+        words.push_back(localized(counts.moves > 0 ? "activity.verb.move" : "activity.verb.wait"));
+    return words;
+}
+
+std::string joined(std::vector<std::string> const& items, std::size_t count, std::string_view separator)
+{
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i)
+        text += (i == 0 ? std::string() : std::string(separator)) + items[i];
+    return text;
+}
+
+std::string counted(std::int64_t count, std::string_view one, std::string_view many)
+{
+    return count == 1 ? localized(one) : localized(many, {count});
+}
+
+std::string keysLine(std::vector<std::string> const& names)
+{
+    std::string const shown = joined(names, std::min(names.size(), keysShown), ", ");
+    return localized("activity.detail.keys", {shown + (names.size() > keysShown ? "…" : "")});
+}
+
+std::string line(Part part, ActionCounts const& counts)
+{
+    switch (part) {
+    case Part::click:
+        return counted(counts.clicks, "activity.detail.click", "activity.detail.clicks");
+    case Part::type:
+        return counted(counts.characters, "activity.detail.typeOne", "activity.detail.type");
+    case Part::scroll:
+        return counted(counts.scrolls, "activity.detail.scroll", "activity.detail.scrolls");
+    case Part::drag:
+        return counted(counts.drags, "activity.detail.drag", "activity.detail.drags");
+    case Part::keys:
+        return keysLine(counts.keyNames);
+    }
+    return {};
+}
+
+std::string symbol(std::string const& word)
+{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 8> symbols = {
+        {{"cmd", "⌘"},
+         {"command", "⌘"},
+         {"shift", "⇧"},
+         {"alt", "⌥"},
+         {"option", "⌥"},
+         {"ctrl", "⌃"},
+         {"control", "⌃"},
+         {"fn", "fn"}}};
+    std::string const lower = text::lowercased(word);
+    for (auto const& [name, sign] : symbols)
+        if (name == lower)
+            return std::string(sign);
+    return word;
+}
+
 } // namespace
+
+Actions actions(std::vector<InputAction> const& list, std::optional<std::string> const& appName)
+{
+    ActionCounts const counts = ActionCounts::of(list);
+    Actions words;
+    words.summary = text::capitalized(sentence(verbs(counts)));
+    if (appName)
+        words.summary = localized("activity.actionsIn", {words.summary, *appName});
+    std::vector<std::string> lines;
+    for (Part const part : counts.parts)
+        lines.push_back(line(part, counts));
+    words.detail = joined(lines, lines.size(), localized("list.separator"));
+    if (counts.characters > 0)
+        words.detail = localized("activity.detail.withPrivacy", {words.detail});
+    words.note =
+        counted(static_cast<std::int64_t>(list.size()), "activity.actions.one", "activity.actions.count");
+    return words;
+}
+
+std::string sentence(std::vector<std::string> const& items)
+{
+    if (items.size() < 2)
+        return items.empty() ? std::string() : items.front();
+    return localized("activity.and", {joined(items, items.size() - 1, ", "), items.back()});
+}
+
+std::string keyName(std::vector<std::string> const& keys)
+{
+    std::string name;
+    for (std::size_t i = 0; i < keys.size(); ++i)
+        name += i + 1 < keys.size() ? symbol(keys[i]) : text::capitalized(keys[i]);
+    return name;
+}
 
 std::string availability(Availability from, Availability to)
 {

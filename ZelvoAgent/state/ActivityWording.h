@@ -1,13 +1,30 @@
 #pragma once
 
+#include "drivers/InputAction.h"
 #include "wire/Availability.h"
 
+#include <optional>
 #include <string>
+#include <vector>
 
-/// The words of the activity log.
+/// The words of the activity log, in the person's language.
 namespace zelvo::ActivityWording {
+
+/// A batch of actions in words. What was typed never enters the log, only its length.
+struct Actions {
+    std::string summary;
+    std::string note;
+    std::string detail;
+    bool operator==(Actions const&) const = default;
+};
+Actions actions(std::vector<InputAction> const& list, std::optional<std::string> const& appName);
 
 /// What happened to the machine when its availability changed.
 std::string availability(Availability from, Availability to);
+
+/// A chord in symbols, "⌘⇧K".
+std::string keyName(std::vector<std::string> const& keys);
+/// "a, b and c".
+std::string sentence(std::vector<std::string> const& items);
 
 } // namespace zelvo::ActivityWording

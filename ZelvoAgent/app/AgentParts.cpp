@@ -1,0 +1,47 @@
+#include "app/AgentParts.h"
+
+#include "gateway/GatewayAddress.h"
+
+namespace zelvo {
+
+AgentParts::AgentParts(Contexts contexts, Platform& platform, std::function<double()> jitter)
+    : hiddenApps(contexts.agent, platform.defaults()), keychain(platform.secrets()),
+      recordingSettings(platform.defaults()),
+      heartbeat({.information = platform.information(),
+                 .facts = platform.facts(),
+                 .access = platform.access(),
+                 .screen = platform.screen(),
+                 .state = [this] { return state.currentState(); },
+                 .recordingMode = [this] { return std::string(rawValue(recordingSettings.mode())); }}),
+      state({.main = contexts.main,
+             .clock = platform.clock(),
+             .defaults = platform.defaults(),
+             .session = platform.session(),
+             .screen = platform.screen(),
+             .refreshDisplay = [this] { heartbeat.refreshDisplay(); }}),
+      ownWindows(platform.windows(), platform.facts().ownPid()),
+      gate(
+          platform.events(),
+          contexts.workers,
+          [this] { return state.currentState().paused; },
+          [this] { return ownWindows.windowFrames(); }),
+      runtime({.contexts = contexts,
+               .platform = platform,
+               .state = state,
+               .heartbeat = heartbeat,
+               .hiddenApps = hiddenApps,
+               .keychain = keychain,
+               .gate = gate,
+               .ownWindows = ownWindows,
+               .jitter = std::move(jitter)}),
+      links({.main = contexts.main,
+             .http = platform.http(),
+             .keychain = keychain,
+             .state = state,
+             .machine = heartbeat,
+             .httpBase = GatewayAddress::defaultHttpBase(platform.information()),
+             .connectIfLinked = [this] { runtime.connectIfLinked(); }})
+{
+}
+
+} // namespace zelvo

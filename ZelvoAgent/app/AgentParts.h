@@ -1,0 +1,29 @@
+#pragma once
+
+#include "app/AgentRuntime.h"
+#include "gateway/LinkCoordinator.h"
+#include "recording/RecordingSettings.h"
+
+namespace zelvo {
+
+/// Everything of the agent that is not a window, put together on one machine. Nothing runs before start is
+/// called on the members (AppDelegate does that, in its order). Thread: main.
+struct AgentParts {
+    AgentParts(Contexts contexts,
+               Platform& platform,
+               std::function<double()> jitter = GatewayClient::randomJitter);
+    AgentParts(AgentParts const&) = delete;
+    AgentParts& operator=(AgentParts const&) = delete;
+
+    HiddenAppsStore hiddenApps;
+    Keychain keychain;
+    RecordingSettings recordingSettings;
+    HeartbeatBuilder heartbeat;
+    AgentState state;
+    ZelvoWindows ownWindows;
+    PostingGate gate;
+    AgentRuntime runtime;
+    LinkCoordinator links;
+};
+
+} // namespace zelvo

@@ -1,0 +1,210 @@
+#include "app/AgentRuntime.h"
+
+#include "base/Hop.h"
+#include "base/LocalizedTexts.h"
+#include "gateway/GatewayAddress.h"
+
+#include <boost/url/parse.hpp>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::string_view builtInConsole = "https://console.zelvo.invalid";
+
+json::array textArray(std::vector<std::string> const& texts)
+{
+    json::array array;
+    for (std::string const& text : texts)
+        array.emplace_back(text);
+    return array;
+}
+
+} // namespace
+
+AgentRuntime::AgentRuntime(Services services) : services(std::move(services)) {}
+
+void AgentRuntime::start()
+{
+    services.heartbeat.hiddenApps.set(&services.hiddenApps);
+    services.heartbeat.mode.set(HeartbeatBuilder::configuredMode(services.platform.defaults()));
+    buildRouter();
+    buildClient();
+    services.state.onPauseChanged = [this](bool paused) { onPauseChanged(paused); };
+    watchNetwork();
+    watchSession();
+    watchSecrets();
+    connectIfLinked();
+}
+
+void AgentRuntime::buildRouter()
+{
+    Platform& platform = services.platform;
+    Executor const workers = services.contexts.workers;
+    screen = std::make_unique<ScreenCapture>(services.contexts, platform.screen(), services.hiddenApps);
+    input = std::make_unique<InputDriver>(services.gate, platform.clock());
+    hiddenGuard = std::make_unique<HiddenAppGuard>(workers, services.hiddenApps, platform.workspace(),
+                                                   platform.windows());
+    ownUi = std::make_unique<OwnUiGuard>(services.ownWindows);
+    probe = std::make_unique<ElementProbe>(workers, platform.workspace(), services.hiddenApps);
+    RpcRouter::Members members{
+        .screen = *screen,
+        .input = *input,
+        .hiddenGuard = *hiddenGuard,
+        .probe = *probe,
+        .workspace = platform.workspace(),
+        .ownUi = *ownUi,
+        .permissions = [&platform] { return platform.access().current(); },
+        .recorder = recorder,
+        .questionPending = []() -> Task<bool> { co_return false; }, // No part asks the person yet.
+        .cursor = cursor,
+        .mode = services.heartbeat.mode.get(),
+    };
+    router =
+        std::make_unique<RpcRouter>(services.contexts, platform.clock(), services.state, std::move(members));
+}
+
+void AgentRuntime::buildClient()
+{
+    auto onState = [this](GatewayConnectionState state) {
+        asio::post(services.contexts.main,
+                   [this, state = std::move(state)] { services.state.setGatewayState(state); });
+    };
+    GatewayClient::Services parts{
+        .contexts = services.contexts,
+        .clock = services.platform.clock(),
+        .sockets = services.platform.sockets(),
+        .heartbeat = [&heartbeat = services.heartbeat] { return heartbeat.current(); },
+        .onState = onState,
+        .jitter = services.jitter,
+    };
+    client = GatewayClient::create(gatewayUrl(), services.heartbeat.appVersion(), std::move(parts));
+}
+
+void AgentRuntime::connectIfLinked()
+{
+    spawn(services.contexts.main, [this]() -> Task<> {
+        std::optional<std::string> token = co_await services.keychain.get(Keychain::Item::machineToken);
+        if (!token) {
+            services.state.setGatewayState(
+                GatewayConnectionState::of(GatewayConnectionState::Kind::notLinked));
+            co_return;
+        }
+        if (!client || !router)
+            co_return;
+        GatewayClient::Handler handler = [this](RpcFrame frame) -> Task<std::optional<RpcReply>> {
+            co_return co_await router->handle(std::move(frame));
+        };
+        co_await client->connect(*std::move(token), std::move(handler));
+    });
+}
+
+void AgentRuntime::reconnectNow()
+{
+    if (client)
+        spawn(services.contexts.agent, [client = client] { return client->reconnectNow(); });
+}
+
+void AgentRuntime::relink()
+{
+    if (client)
+        spawn(services.contexts.main, [client = client] { return client->stop(); });
+    spawn(services.contexts.main, [this] { return services.keychain.remove(Keychain::Item::machineToken); });
+    services.state.forgetConnections();
+    services.state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::notLinked));
+    asio::post(services.contexts.workers,
+               [this, url = consoleUrl()] { services.platform.workspace().openUrl(url); });
+}
+
+void AgentRuntime::setAgentPaused(std::string ref, bool paused)
+{
+    sendEvent(paused ? "agent_pause" : "agent_resume", std::nullopt, json::object{{"ref", std::move(ref)}});
+}
+
+void AgentRuntime::sendQueueDecision(std::string connectionId,
+                                     std::vector<std::string> accepted,
+                                     std::vector<std::string> declined)
+{
+    json::object data{{"accepted", textArray(accepted)}, {"declined", textArray(declined)}};
+    sendEvent("queued_commands_ack", std::move(connectionId), std::move(data));
+}
+
+void AgentRuntime::sendEvent(std::string name, std::optional<std::string> connectionId, json::object data)
+{
+    if (!client)
+        return;
+    spawn(services.contexts.main,
+          [client = client, name = std::move(name), connectionId = std::move(connectionId),
+           data = std::move(data)] { return client->sendEvent(name, connectionId, data); });
+}
+
+void AgentRuntime::onPauseChanged(bool paused)
+{
+    sendEvent(paused ? "paused" : "resumed", std::nullopt, json::object());
+    updateSleepAssertion();
+    if (paused) // A button that an agent holds must not outlive its right to act.
+        spawn(services.contexts.agent, [this] { return services.gate.releaseAll(); });
+}
+
+void AgentRuntime::updateSleepAssertion()
+{
+    std::unique_ptr<PowerAssertion> next;
+    if (services.state.keepAwakeWhileWorking && !services.state.isPaused())
+        next = services.platform.power().preventIdleSleep(localized("power.agentWorking"));
+    sleepAssertion = std::move(next);
+}
+
+void AgentRuntime::watchNetwork()
+{
+    auto onUpdate = [this, wasSatisfied = true](bool satisfied) mutable {
+        if (satisfied && !wasSatisfied)
+            asio::post(services.contexts.main, [this] { reconnectNow(); });
+        wasSatisfied = satisfied;
+    };
+    services.platform.network().start(GatewayAddress::host(gatewayUrl()), std::move(onUpdate));
+}
+
+void AgentRuntime::watchSession()
+{
+    services.platform.session().observe([this](SessionEvent event) {
+        if (event == SessionEvent::didWake)
+            reconnectNow();
+    });
+}
+
+void AgentRuntime::watchSecrets()
+{
+    services.platform.secrets().onBecameAvailable([this] {
+        if (services.state.gateway().kind == GatewayConnectionState::Kind::notLinked)
+            connectIfLinked();
+    });
+}
+
+std::string AgentRuntime::gatewayUrl() const
+{
+    return GatewayAddress::configuredGateway(services.platform.information());
+}
+
+std::string AgentRuntime::httpBase() const
+{
+    return GatewayAddress::defaultHttpBase(services.platform.information());
+}
+
+std::string AgentRuntime::consoleUrl() const
+{
+    std::optional<std::string> const configured = services.platform.information().text("ZelvoConsoleURL");
+    if (configured) {
+        auto const parsed = boost::urls::parse_uri_reference(*configured);
+        if (parsed && parsed->has_scheme())
+            return *configured;
+    }
+    return std::string(builtInConsole);
+}
+
+Task<> AgentRuntime::shutDown()
+{
+    if (client)
+        co_await client->stop();
+}
+
+} // namespace zelvo

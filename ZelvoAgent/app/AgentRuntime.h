@@ -1,0 +1,95 @@
+#pragma once
+
+#include "base/Contexts.h"
+#include "drivers/ElementProbe.h"
+#include "drivers/HiddenAppGuard.h"
+#include "drivers/HiddenAppsStore.h"
+#include "drivers/InputDriver.h"
+#include "drivers/OwnUiGuard.h"
+#include "drivers/PostingGate.h"
+#include "drivers/ScreenCapture.h"
+#include "gateway/GatewayClient.h"
+#include "gateway/HeartbeatBuilder.h"
+#include "gateway/Keychain.h"
+#include "platform/Platform.h"
+#include "recording/SessionRecording.h"
+#include "router/AgentCursorPresenting.h"
+#include "router/RpcRouter.h"
+#include "state/AgentState.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// Turns the separate parts into a running agent: builds the router with its drivers and the client, joins
+/// them, carries the person's decisions out to the gateway, keeps the machine awake when asked and reacts to
+/// wake and network. Thread: main. Lives as long as the process.
+class AgentRuntime {
+public:
+    struct Services {
+        Contexts contexts;
+        Platform& platform;
+        AgentState& state;
+        HeartbeatBuilder& heartbeat;
+        HiddenAppsStore& hiddenApps;
+        Keychain& keychain;
+        PostingGate& gate;
+        OwnWindowLocating& ownWindows;
+        std::function<double()> jitter = GatewayClient::randomJitter;
+    };
+
+    explicit AgentRuntime(Services services);
+    AgentRuntime(AgentRuntime const&) = delete;
+    AgentRuntime& operator=(AgentRuntime const&) = delete;
+
+    /// Builds and connects everything. Called once.
+    void start();
+    /// Connects when a machine token is stored, else reports notLinked. Safe to repeat: a running client
+    /// takes the token and opens a fresh socket.
+    void connectIfLinked();
+    /// Asks for an attempt at once.
+    void reconnectNow();
+    /// Drops the link: stops the client, forgets token and connections, opens the console for a new one.
+    void relink();
+    /// Asks the gateway to pause or resume one live agent; its answer is the next "agents.update".
+    void setAgentPaused(std::string ref, bool paused);
+    /// Tells the gateway what was decided on queued commands.
+    void sendQueueDecision(std::string connectionId,
+                           std::vector<std::string> accepted,
+                           std::vector<std::string> declined);
+
+    std::string gatewayUrl() const;
+    std::string consoleUrl() const;
+    /// The HTTP form of the gateway's address.
+    std::string httpBase() const;
+    bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
+
+    /// Ends the link at the process's end; resumes when the socket was told.
+    Task<> shutDown();
+
+private:
+    void buildRouter();
+    void buildClient();
+    void onPauseChanged(bool paused);
+    void updateSleepAssertion();
+    void watchNetwork();
+    void watchSession();
+    void watchSecrets();
+    void sendEvent(std::string name, std::optional<std::string> connectionId, json::object data);
+
+    Services services;
+    std::unique_ptr<ScreenCapture> screen;
+    std::unique_ptr<InputDriver> input;
+    std::unique_ptr<HiddenAppGuard> hiddenGuard;
+    std::unique_ptr<OwnUiGuard> ownUi;
+    std::unique_ptr<ElementProbe> probe;
+    NoSessionRecording recorder;
+    NoAgentCursor cursor;
+    std::unique_ptr<RpcRouter> router;
+    std::shared_ptr<GatewayClient> client;
+    std::unique_ptr<PowerAssertion> sleepAssertion;
+};
+
+} // namespace zelvo

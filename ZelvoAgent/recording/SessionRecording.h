@@ -1,0 +1,25 @@
+#pragma once
+
+#include "base/Task.h"
+
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// Is told what agents do, so that it can be filmed. Thread: any.
+class SessionRecording {
+public:
+    virtual ~SessionRecording() = default;
+    virtual Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) = 0;
+    virtual Task<> agentLooked() = 0;
+};
+
+/// Where there is no recorder.
+class NoSessionRecording final : public SessionRecording {
+public:
+    Task<> agentActed(std::optional<std::string>, std::string) override { co_return; }
+    Task<> agentLooked() override { co_return; }
+};
+
+} // namespace zelvo

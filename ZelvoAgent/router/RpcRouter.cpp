@@ -1,0 +1,120 @@
+#include "router/RpcRouter.h"
+
+#include "base/Hop.h"
+#include "wire/ScopePolicy.h"
+
+#include <boost/asio/strand.hpp>
+
+#include <algorithm>
+
+namespace zelvo {
+
+namespace {
+
+/// Housekeeping of the gateway itself, answered whatever the state of the machine.
+constexpr std::array<std::string_view, 3> serviceMethods = {"connection.revoke", "connections.names",
+                                                            "agents.update"};
+
+} // namespace
+
+RpcRouter::RpcRouter(Contexts contexts, Clock& clock, AgentState& state, Members members)
+    : contexts(contexts), clock(clock), state(state), members(std::move(members)),
+      strand(asio::make_strand(contexts.agent))
+{
+}
+
+/// The method table. A name that is not here is an invalid request.
+std::map<std::string_view, RpcRouter::Handler> const& RpcRouter::methods()
+{
+    static std::map<std::string_view, Handler> const table = {
+        {"display.info", &RpcRouter::displayInfo},
+        {"permissions.get", &RpcRouter::permissionsGet},
+        {"screenshot", &RpcRouter::screenshot},
+        {"actions.perform", &RpcRouter::handleActions},
+        {"cursor.position", &RpcRouter::cursorPosition},
+        {"connection.grant", &RpcRouter::connectionGrant},
+        {"connection.revoke", &RpcRouter::connectionRevoke},
+        {"agents.update", &RpcRouter::agentsUpdate},
+        {"connections.names", &RpcRouter::connectionsNames},
+    };
+    return table;
+}
+
+bool RpcRouter::isServiceMethod(std::string_view method)
+{
+    return std::ranges::find(serviceMethods, method) != serviceMethods.end();
+}
+
+Task<RpcReply> RpcRouter::handle(RpcFrame frame)
+{
+    auto body = [this, &frame]() -> Task<RpcReply> { return handleOnStrand(std::move(frame)); };
+    co_return co_await onStrand(strand, std::move(body));
+}
+
+Task<RpcReply> RpcRouter::handleOnStrand(RpcFrame frame)
+{
+    std::string const id = frame.id;
+    try {
+        co_await preflight(frame);
+        json::value result = co_await dispatch(std::move(frame));
+        co_return RpcReply::result(id, std::move(result));
+    } catch (DetailedAgentError const& failure) {
+        co_return RpcReply::failure(id, failure.error, failure.details, failure.message);
+    } catch (AgentError const& failure) {
+        co_return failureReply(id, failure);
+    } catch (...) {
+        // Nothing of a failure of the system reaches an agent.
+        co_return RpcReply::failure(id, AgentError::internalError);
+    }
+}
+
+/// Scope first, then pause and availability, then the system's permission: a connection without the scope
+/// learns of that even when paused.
+Task<> RpcRouter::preflight(RpcFrame const& frame)
+{
+    if (isServiceMethod(frame.method))
+        co_return;
+    std::optional<AgentScope> const scope = ScopePolicy::required(frame.method);
+    co_await on(contexts.main, [&] {
+        if (members.mode == AgentMode::connected && scope)
+            state.assertScope(*scope, frame.connectionId);
+        state.assertReady();
+    });
+    Permissions const permissions = members.permissions();
+    if ((scope == AgentScope::input && !permissions.accessibility) ||
+        (scope == AgentScope::screen && !permissions.screenRecording))
+        throw AgentError::permissionMissing;
+}
+
+Task<json::value> RpcRouter::dispatch(RpcFrame frame)
+{
+    auto const method = methods().find(frame.method);
+    if (method == methods().end())
+        throw AgentError::invalidRequest;
+    return (this->*method->second)(std::move(frame));
+}
+
+RpcReply RpcRouter::failureReply(std::string id, AgentError error) const
+{
+    return RpcReply::failure(std::move(id), error, details(error));
+}
+
+std::optional<std::map<std::string, std::string>> RpcRouter::details(AgentError error) const
+{
+    if (error == AgentError::machineUnavailable)
+        return {{{"reason", state.currentState().availability}}};
+    if (error == AgentError::permissionMissing)
+        return {
+            {{"permission", members.permissions().screenRecording ? "accessibility" : "screenRecording"}}};
+    return std::nullopt;
+}
+
+Task<> RpcRouter::logLooked(RpcFrame const& frame)
+{
+    co_await on(contexts.main, [&] {
+        if (auto const connection = state.connection(frame.connectionId))
+            state.logLooked(connection->platformName, connection->id, frame.agentName, clock.date());
+    });
+}
+
+} // namespace zelvo

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "drivers/ElementProbing.h"
+#include "drivers/HiddenAppGuard.h"
+#include "drivers/InputDriving.h"
+#include "drivers/OwnUiGuard.h"
+#include "drivers/ScreenCapture.h"
+#include "recording/SessionRecording.h"
+#include "router/AgentCursorPresenting.h"
+#include "state/AgentState.h"
+#include "wire/AgentError.h"
+#include "wire/AgentMode.h"
+#include "wire/Permissions.h"
+#include "wire/RpcFrame.h"
+#include "wire/RpcReply.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zelvo {
+
+/// The one place through which every command from the gateway passes: it is checked, carried out, and
+/// whatever happened becomes the reply. Thread: any; a strand of its own holds the state. Commands interleave
+/// where they wait.
+class RpcRouter {
+public:
+    struct Members {
+        ScreenCapture& screen;
+        InputDriving& input;
+        HiddenAppGuard& hiddenGuard;
+        ElementProbing& probe;
+        Workspace& workspace;
+        OwnUiGuard& ownUi;
+        std::function<Permissions()> permissions;
+        SessionRecording& recorder;
+        std::function<Task<bool>()> questionPending; ///< is a question to the person open?
+        AgentCursorPresenting& cursor;
+        AgentMode mode = AgentMode::connected;
+    };
+
+    RpcRouter(Contexts contexts, Clock& clock, AgentState& state, Members members);
+
+    /// Never fails: every failure becomes an error reply.
+    Task<RpcReply> handle(RpcFrame frame);
+
+private:
+    using Handler = Task<json::value> (RpcRouter::*)(RpcFrame);
+    static std::map<std::string_view, Handler> const& methods();
+    static bool isServiceMethod(std::string_view method);
+
+    Task<RpcReply> handleOnStrand(RpcFrame frame);
+    Task<> preflight(RpcFrame const& frame);
+    Task<json::value> dispatch(RpcFrame frame);
+    RpcReply failureReply(std::string id, AgentError error) const;
+    std::optional<std::map<std::string, std::string>> details(AgentError error) const;
+    Task<> logLooked(RpcFrame const& frame);
+
+    // RouterObservation.cpp
+    Task<json::value> displayInfo(RpcFrame frame);
+    Task<json::value> screenshot(RpcFrame frame);
+    Task<json::value> cursorPosition(RpcFrame frame);
+    Task<json::value> handleScreenshot(RpcFrame frame);
+
+    // RouterActions.cpp
+    Task<json::value> handleActions(RpcFrame frame);
+    struct Performer;
+    Task<> performBatch(std::vector<InputAction> const& actions, std::string const& expected);
+    Task<bool> waitUntilFrontmost(std::string expected, Duration atMost);
+    Task<DetailedAgentError> notFrontmost(std::string expected, std::optional<std::size_t> failedIndex);
+    Task<> checkHiddenApps(InputAction action);
+    Task<> execute(InputAction action);
+    Task<> logActions(GrantedConnection connection,
+                      std::optional<std::string> agentName,
+                      std::vector<InputAction> const& actions);
+
+    // RouterSystem.cpp
+    Task<json::value> permissionsGet(RpcFrame frame);
+    Task<json::value> connectionGrant(RpcFrame frame);
+    Task<json::value> connectionRevoke(RpcFrame frame);
+    Task<json::value> agentsUpdate(RpcFrame frame);
+    Task<json::value> connectionsNames(RpcFrame frame);
+
+    Contexts contexts;
+    Clock& clock;
+    AgentState& state;
+    Members const members;
+    Executor const strand;
+    bool controlBusy = false; // strand; a batch of actions runs
+};
+
+} // namespace zelvo

@@ -1,0 +1,78 @@
+#include "state/ActionCounts.h"
+
+#include "base/Text.h"
+#include "state/ActivityWording.h"
+
+#include <algorithm>
+
+namespace zelvo {
+
+namespace {
+
+using Part = ActionCounts::Part;
+
+struct Counter {
+    ActionCounts& counts;
+
+    void operator()(InputAction::Move const&) const { ++counts.moves; }
+    void operator()(InputAction::Click const& click) const
+    {
+        // A count is an agent's number: one that would overflow the sum stays at the edge.
+        std::int64_t const more = std::clamp<std::int64_t>(click.count, 1, std::int64_t{1} << 31);
+        counts.clicks += more;
+        saw(Part::click);
+    }
+    void operator()(InputAction::MouseDown const&) const
+    {
+        ++counts.clicks;
+        saw(Part::click);
+    }
+    void operator()(InputAction::ClickElement const&) const
+    {
+        ++counts.clicks;
+        saw(Part::click);
+    }
+    void operator()(InputAction::MouseUp const&) const {}
+    void operator()(InputAction::Wait const&) const {}
+    void operator()(InputAction::Drag const&) const
+    {
+        ++counts.drags;
+        saw(Part::drag);
+    }
+    void operator()(InputAction::Scroll const&) const
+    {
+        ++counts.scrolls;
+        saw(Part::scroll);
+    }
+    void operator()(InputAction::Type const& type) const { typed(type.text); }
+    void operator()(InputAction::SetValue const& set) const { typed(set.text); }
+    void operator()(InputAction::Key const& key) const
+    {
+        counts.keyNames.push_back(ActivityWording::keyName(key.keys));
+        saw(Part::keys);
+    }
+
+    void typed(std::string const& text) const
+    {
+        counts.characters += static_cast<std::int64_t>(text::characterCount(text));
+        saw(Part::type);
+    }
+
+    void saw(Part part) const
+    {
+        if (std::ranges::find(counts.parts, part) == counts.parts.end())
+            counts.parts.push_back(part);
+    }
+};
+
+} // namespace
+
+ActionCounts ActionCounts::of(std::vector<InputAction> const& list)
+{
+    ActionCounts counts;
+    for (InputAction const& action : list)
+        std::visit(Counter{counts}, action.value);
+    return counts;
+}
+
+} // namespace zelvo
