@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QThread>
 
+#include <atomic>
 #include <cstdio>
 #include <exception>
 
@@ -41,6 +42,7 @@ public:
     }
 
     int depth = 0; // main thread
+    std::atomic<bool> isClosed = false;
 
 private:
     // Nothing may be thrown through the event loop. Tasks report their own failures; what comes here is a
@@ -73,7 +75,8 @@ QtExecutor QtContext::executor() noexcept
 
 void QtContext::post(std::unique_ptr<Work> work)
 {
-    QCoreApplication::postEvent(receiver.get(), new WorkEvent(std::move(work)));
+    if (!receiver->isClosed)
+        QCoreApplication::postEvent(receiver.get(), new WorkEvent(std::move(work)));
 }
 
 bool QtContext::isRunningHere() const noexcept

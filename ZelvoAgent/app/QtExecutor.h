@@ -23,6 +23,9 @@ public:
 
     QtExecutor executor() noexcept;
 
+    /// Drops what still waits, without running it, and all that is posted from now on.
+    void close();
+
     /// A function that waits for its turn.
     struct Work {
         virtual ~Work() = default;

@@ -6,15 +6,20 @@
 
 namespace zelvo {
 
-/// A clock that stands still until a test advances it. With an io_context, advance() runs what was woken before it returns.
+/// A clock that stands still until a test advances it. With an io_context, advance() runs what was woken
+/// before it returns.
 class ManualClock final : public Clock {
 public:
     explicit ManualClock(asio::io_context* io = nullptr) : io(io) {}
 
     Instant now() const override { return time; }
-    Date date() const override { return start + std::chrono::duration_cast<std::chrono::microseconds>(time - Instant{}); }
+    Date date() const override
+    {
+        return start + std::chrono::duration_cast<std::chrono::microseconds>(time - Instant{});
+    }
 
-    /// Moves time on, stopping at each moment at which somebody is due, so that periodic waits come out in order.
+    /// Moves time on, stopping at each moment at which somebody is due, so that periodic waits come out in
+    /// order.
     void advance(Duration duration)
     {
         Instant const target = time + duration;

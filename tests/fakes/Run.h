@@ -26,7 +26,8 @@ inline void settle(asio::io_context& io)
 }
 
 /// Runs a task that needs no time to its end and gives its result; throws what it throws.
-template <class T> T run(asio::io_context& io, Task<T> task)
+template <class T>
+T run(asio::io_context& io, Task<T> task)
 {
     std::exception_ptr failure;
     bool done = false;

@@ -1,0 +1,202 @@
+#include "app/ConsentOfferView.h"
+
+#include "app/Glyph.h"
+#include "app/Look.h"
+#include "app/ScopeRow.h"
+#include "app/WrappedLabel.h"
+#include "base/LocalizedTexts.h"
+
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace zelvo {
+
+namespace {
+
+// Points.
+constexpr int glyphGap = 8;
+constexpr int cardMargin = 14;
+constexpr int rowGap = 12;
+
+// Characters. A host name has at most 253, and where its end were cut off, another could be meant.
+constexpr std::size_t longestName = 80;
+constexpr std::size_t longestDomain = 253;
+constexpr std::size_t longestFailure = 600;
+
+QString worded(std::string_view key)
+{
+    return QString::fromStdString(localized(key));
+}
+
+QString worded(std::string_view key, QString const& argument)
+{
+    return QString::fromStdString(localized(key, {argument.toStdString()}));
+}
+
+// A sign and the text that belongs to it.
+QWidget* signedLine(Glyph::Shape shape,
+                    QColor const& color,
+                    QString const& text,
+                    QFont const& font,
+                    int width,
+                    QWidget* parent)
+{
+    auto* const line = new QWidget(parent);
+    auto* const row = new QHBoxLayout(line);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(glyphGap);
+    row->addWidget(new Glyph(shape, color, line), 0, Qt::AlignTop);
+    auto* const label = new WrappedLabel(text, font, width - Glyph::size - glyphGap, line);
+    label->setColor(color);
+    row->addWidget(label, 0, Qt::AlignVCenter);
+    return line;
+}
+
+QString primaryButtonStyle(Look const& look)
+{
+    return QString("QPushButton { background: %1; color: %2; border: 2px solid %1; border-radius: 8px;"
+                   " padding: 6px 22px; font-weight: 600; }"
+                   "QPushButton:focus { border-color: %3; }"
+                   "QPushButton:hover { background: %4; border-color: %4; }"
+                   "QPushButton:disabled { background: %5; border-color: %5; color: %6; }")
+        .arg(look.accent.name(), look.onAccent.name(), look.dark ? QString("#ffffff") : QString("#10142a"),
+             look.accent.darker(look.dark ? 90 : 115).name(), look.line.name(), look.secondary.name());
+}
+
+QString plainButtonStyle(Look const& look)
+{
+    return QString("QPushButton { background: transparent; border: 2px solid %1; border-radius: 8px; "
+                   "padding: 6px 22px; }"
+                   "QPushButton:focus { border-color: %2; }"
+                   "QPushButton:hover { background: %1; }")
+        .arg(look.line.name(), look.accent.name());
+}
+
+} // namespace
+
+ConsentOfferView::ConsentOfferView(LinkCoordinator& coordinator, int width, Answers answers, QWidget* parent)
+    : QWidget(parent), coordinator(coordinator), offer(*coordinator.offer()), columnWidth(width)
+{
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(rowGap);
+    addHeader(*column);
+    addScopes(*column);
+    failurePlace = new QVBoxLayout;
+    column->addLayout(failurePlace);
+    addFooter(*column, std::move(answers));
+    refresh();
+}
+
+void ConsentOfferView::addHeader(QVBoxLayout& column)
+{
+    QString const name = shownText(offer.platformName, longestName);
+    QString const title =
+        offer.isPersonal ? worded("consent.personal") : worded("consent.platformAsks", name);
+    column.addWidget(new WrappedLabel(title, Look::titleFont(), columnWidth, this));
+    addOrigin(column);
+}
+
+void ConsentOfferView::addOrigin(QVBoxLayout& column)
+{
+    Look const look(palette());
+    if (offer.verifiedDomain) {
+        QString const text =
+            worded("consent.domainVerified", shownText(*offer.verifiedDomain, longestDomain));
+        column.addWidget(signedLine(Glyph::Shape::seal, look.accent, text, font(), columnWidth, this));
+    } else if (!offer.isPersonal) {
+        QString const text = worded("consent.domainUnverified");
+        column.addWidget(signedLine(Glyph::Shape::warning, look.warning, text, font(), columnWidth, this));
+    }
+}
+
+void ConsentOfferView::addScopes(QVBoxLayout& column)
+{
+    Look const look(palette());
+    auto* const card = new QFrame(this);
+    card->setObjectName("card");
+    card->setStyleSheet(QString("#card { background: %1; border: 1px solid %2; border-radius: 10px; }")
+                            .arg(look.card.name(), look.line.name()));
+    auto* const list = new QVBoxLayout(card);
+    list->setContentsMargins(cardMargin, cardMargin, cardMargin, cardMargin);
+    list->setSpacing(rowGap);
+    for (AgentScope const scope : offer.requestedScopes) {
+        auto const turned = [this, scope](bool on) { coordinator.setGranted(scope, on); };
+        auto* const row = new ScopeRow(scope, columnWidth - 2 * cardMargin, turned, card);
+        rows[scope].push_back(row);
+        list->addWidget(row);
+    }
+    card->setVisible(!offer.requestedScopes.empty());
+    column.addWidget(card);
+
+    bypassWarning = signedLine(Glyph::Shape::info, look.secondary, worded("consent.bypassWarning"),
+                               Look::smallFont(), columnWidth, this);
+    column.addWidget(bypassWarning);
+}
+
+void ConsentOfferView::addFooter(QVBoxLayout& column, Answers answers)
+{
+    Look const look(palette());
+    QString const name = shownText(offer.platformName, longestName);
+    auto* const words =
+        new WrappedLabel(worded("consent.footer", name), Look::smallFont(), columnWidth, this);
+    words->setColor(look.secondary);
+    column.addWidget(words);
+
+    auto* const deny = new QPushButton(worded("confirm.deny"), this);
+    deny->setStyleSheet(plainButtonStyle(look));
+    QObject::connect(deny, &QPushButton::clicked, this, std::move(answers.deny));
+    allow = new QPushButton(worded("confirm.allow"), this);
+    allow->setStyleSheet(primaryButtonStyle(look));
+    allow->setDefault(true);
+    QObject::connect(allow, &QPushButton::clicked, this, std::move(answers.allow));
+
+    auto* const row = new QHBoxLayout;
+    row->setContentsMargins(0, rowGap / 2, 0, 0);
+    row->addWidget(deny);
+    row->addStretch();
+    row->addWidget(allow);
+    column.addLayout(row);
+    allow->setFocus();
+}
+
+void ConsentOfferView::refresh()
+{
+    std::set<AgentScope> const& granted = coordinator.granted();
+    for (auto const& [scope, shown] : rows)
+        for (ScopeRow* const row : shown)
+            row->setOn(granted.contains(scope));
+    bypassWarning->setVisible(std::ranges::any_of(granted, bypassesHiddenApps));
+    enableAllow(!coordinator.isBusy() && granted.contains(AgentScope::screen));
+    showFailure();
+}
+
+// A disabled button hands the focus on, here to "Deny", where the next Return would deny. So it waits in this
+// view.
+void ConsentOfferView::enableAllow(bool enabled)
+{
+    if (!enabled && allow->hasFocus())
+        setFocus();
+    allow->setEnabled(enabled);
+    if (enabled && hasFocus())
+        allow->setFocus();
+}
+
+// An answer that did not get through leaves the offer on show, so that the person can try again.
+void ConsentOfferView::showFailure()
+{
+    QString const text = coordinator.error() ? shownText(*coordinator.error(), longestFailure) : QString();
+    if (text == failureText)
+        return;
+    failureText = text;
+    delete failure;
+    failure = nullptr;
+    if (text.isEmpty())
+        return;
+    failure = signedLine(Glyph::Shape::warning, Look(palette()).warning, text, Look::smallFont(), columnWidth,
+                         this);
+    failurePlace->addWidget(failure);
+}
+
+} // namespace zelvo

@@ -1,0 +1,112 @@
+#include "app/ConsentWindow.h"
+
+#include "app/Look.h"
+#include "app/WrappedLabel.h"
+#include "base/LocalizedTexts.h"
+
+#include <QEvent>
+#include <QVBoxLayout>
+
+namespace zelvo {
+
+namespace {
+
+// Points.
+constexpr int margin = 24;
+constexpr int contentWidth = 440;
+constexpr std::size_t longestError = 1000; // Characters.
+
+} // namespace
+
+ConsentWindow::ConsentWindow(LinkCoordinator& coordinator, Executor main)
+    : coordinator(coordinator), main(std::move(main))
+{
+    setWindowTitle(QString::fromStdString(localized("window.consent")));
+    setWindowFlag(Qt::WindowStaysOnTopHint);
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->setSizeConstraint(QLayout::SetFixedSize);
+    rebuild();
+    following = coordinator.changed.connect([this] { refresh(); });
+}
+
+void ConsentWindow::bringToFront()
+{
+    show();
+    raise();
+    activateWindow();
+}
+
+void ConsentWindow::refresh()
+{
+    if (coordinator.offer() != shownOffer || (!shownOffer && coordinator.error() != shownError))
+        rebuild();
+    else if (offerView)
+        offerView->refresh();
+}
+
+void ConsentWindow::rebuild()
+{
+    shownOffer = coordinator.offer();
+    shownError = coordinator.error();
+    if (content) {
+        content->hide();
+        content->deleteLater(); // A button inside of it may be what led here.
+    }
+    content = newContent();
+    layout()->addWidget(content);
+}
+
+QWidget* ConsentWindow::newContent()
+{
+    offerView = nullptr;
+    if (!shownOffer)
+        return newMessage();
+    ConsentOfferView::Answers answers{.deny = [this] { reject(); }, .allow = [this] { allow(); }};
+    offerView = new ConsentOfferView(coordinator, contentWidth, std::move(answers), this);
+    return offerView;
+}
+
+QWidget* ConsentWindow::newMessage()
+{
+    auto* const message = new QWidget(this);
+    auto* const column = new QVBoxLayout(message);
+    column->setContentsMargins(0, 0, 0, 0);
+    if (shownError) {
+        QString const heading = QString::fromStdString(localized("link.error.generic"));
+        column->addWidget(new WrappedLabel(heading, Look::titleFont(), contentWidth, message));
+    }
+    QString const text = shownError ? shownText(*shownError, longestError)
+                                    : QString::fromStdString(localized("consent.noRequest"));
+    column->addWidget(new WrappedLabel(text, font(), contentWidth, message));
+    return message;
+}
+
+void ConsentWindow::allow()
+{
+    // The window may be gone before the answer comes.
+    spawn(main, [&coordinator = coordinator]() -> Task<> {
+        std::vector<AgentScope> granted(coordinator.granted().begin(), coordinator.granted().end());
+        co_await coordinator.complete(std::move(granted));
+    });
+}
+
+// What "Deny", Escape and the window's closing button come to.
+void ConsentWindow::reject()
+{
+    QDialog::reject();
+    coordinator.cancel();
+    if (onClosed)
+        onClosed();
+}
+
+void ConsentWindow::changeEvent(QEvent* event)
+{
+    QDialog::changeEvent(event);
+    bool const looksDifferent = event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange;
+    if (looksDifferent && content)
+        rebuild();
+}
+
+} // namespace zelvo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "app/ConsentOfferView.h"
+#include "base/Task.h"
+#include "gateway/LinkCoordinator.h"
+
+#include <QDialog>
+
+#include <optional>
+
+namespace zelvo {
+
+/// The moment of trust: says who asks for this machine and how sure that is, and takes the person's answer,
+/// right by right. A view over the coordinator, which decides. Return allows, Escape and closing the window
+/// deny. Thread: main.
+class ConsentWindow final : public QDialog {
+public:
+    ConsentWindow(LinkCoordinator& coordinator, Executor main);
+
+    /// Shows the window above all others and gives it the keyboard.
+    void bringToFront();
+    /// Called when the person has closed the window, whatever it showed.
+    std::function<void()> onClosed;
+
+protected:
+    void reject() override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void refresh();
+    void rebuild();
+    QWidget* newContent();
+    QWidget* newMessage();
+    void allow();
+
+    LinkCoordinator& coordinator;
+    Executor main;
+    std::optional<LinkOffer> shownOffer;
+    std::optional<std::string> shownError;
+    QWidget* content = nullptr;
+    ConsentOfferView* offerView = nullptr; // The content, while there is an offer.
+    boost::signals2::scoped_connection following;
+};
+
+} // namespace zelvo

@@ -1,0 +1,72 @@
+#include "app/ScopeRow.h"
+
+#include "app/Look.h"
+#include "app/SwitchButton.h"
+#include "app/WrappedLabel.h"
+#include "base/LocalizedTexts.h"
+
+#include <QHBoxLayout>
+#include <QMouseEvent>
+#include <QVBoxLayout>
+
+namespace zelvo {
+
+namespace {
+
+constexpr int gap = 12;
+
+QString noteOf(AgentScope scope)
+{
+    switch (scope) {
+    case AgentScope::files:
+        return QString::fromStdString(localized("consent.filesNote"));
+    case AgentScope::shell:
+        return QString::fromStdString(localized("consent.shellWarning"));
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+ScopeRow::ScopeRow(AgentScope scope, int width, std::function<void(bool)> onTurned, QWidget* parent)
+    : QWidget(parent)
+{
+    QString const name = QString::fromStdString(title(scope));
+    QString const note = noteOf(scope);
+    button = new SwitchButton(name, this);
+    button->setAccessibleDescription(note);
+    // A link without sight of the screen cannot be made, so that right is not refused alone.
+    button->setEnabled(scope != AgentScope::screen);
+    QObject::connect(button, &QCheckBox::clicked, this, std::move(onTurned));
+
+    int const textWidth = width - gap - button->sizeHint().width();
+    auto* const words = new QVBoxLayout;
+    words->setSpacing(2);
+    words->addWidget(new WrappedLabel(name, font(), textWidth, this));
+    if (!note.isEmpty()) {
+        Look const look(palette());
+        auto* const label = new WrappedLabel(note, Look::smallFont(), textWidth, this);
+        label->setColor(scope == AgentScope::shell ? look.warning : look.secondary);
+        words->addWidget(label);
+    }
+
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(gap);
+    row->addLayout(words);
+    row->addWidget(button, 0, Qt::AlignVCenter);
+}
+
+void ScopeRow::setOn(bool on)
+{
+    button->setChecked(on);
+}
+
+void ScopeRow::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
+        button->click();
+}
+
+} // namespace zelvo

@@ -1,0 +1,157 @@
+#pragma once
+
+#include "platform/HotKey.h"
+#include "platform/InformationDictionary.h"
+#include "platform/MachineFacts.h"
+#include "platform/NetworkPath.h"
+#include "platform/PowerAssertion.h"
+#include "platform/SessionEvents.h"
+#include "platform/SingleInstance.h"
+#include "platform/SystemAccess.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// The small fakes: each shows what a test set, and keeps what it was told.
+
+class FakeInformationDictionary final : public InformationDictionary {
+public:
+    std::map<std::string, std::string, std::less<>> texts;
+    std::optional<std::string> text(std::string_view key) const override
+    {
+        auto const entry = texts.find(key);
+        return entry == texts.end() ? std::nullopt : std::optional(entry->second);
+    }
+};
+
+class FakeMachineFacts final : public MachineFacts {
+public:
+    std::optional<std::string> name = "desk";
+    std::string version = "12.0.0";
+    std::optional<std::uint64_t> freeBytes = 5ull << 30;
+    std::optional<std::uint64_t> memoryBytes = 40ull << 20;
+    std::int32_t pid = 4711;
+
+    std::optional<std::string> computerName() override { return name; }
+    std::string osVersion() override { return version; }
+    std::optional<std::uint64_t> freeDiskBytes() override { return freeBytes; }
+    std::optional<std::uint64_t> residentBytes() override { return memoryBytes; }
+    std::int32_t ownPid() override { return pid; }
+};
+
+class FakeSessionEvents final : public SessionEvents {
+public:
+    Availability present = Availability::ready;
+    std::vector<std::function<void(SessionEvent)>> observers;
+
+    void tell(SessionEvent event)
+    {
+        for (auto const& observer : observers)
+            observer(event);
+    }
+    Availability current() const override { return present; }
+    void observe(std::function<void(SessionEvent)> observer) override
+    {
+        observers.push_back(std::move(observer));
+    }
+};
+
+class FakePowerAssertions final : public PowerAssertions {
+public:
+    int held = 0;
+    int taken = 0;
+    std::string lastName;
+
+    std::unique_ptr<PowerAssertion> preventIdleSleep(std::string name) override
+    {
+        lastName = std::move(name);
+        ++taken;
+        return std::make_unique<Held>(held);
+    }
+
+private:
+    class Held final : public PowerAssertion {
+    public:
+        explicit Held(int& counter) : count(counter) { ++count; }
+        Held(Held const&) = delete;
+        Held& operator=(Held const&) = delete;
+        ~Held() override { --count; }
+
+    private:
+        int& count;
+    };
+};
+
+class FakeNetworkPath final : public NetworkPath {
+public:
+    std::string host;
+    std::function<void(bool)> update;
+    void start(std::string hostName, std::function<void(bool)> onUpdate) override
+    {
+        host = std::move(hostName);
+        update = std::move(onUpdate);
+    }
+};
+
+class FakeHotKey final : public HotKey {
+public:
+    std::function<void()> press;
+    void start(std::function<void()> onPressed) override { press = std::move(onPressed); }
+};
+
+class FakeWorkspace final : public Workspace {
+public:
+    std::optional<RunningApplication> front;
+    std::vector<std::string> openedUrls;
+    int looks = 0;
+    std::function<void(int)> onLook; ///< called with the number of the look
+
+    std::optional<RunningApplication> frontmostApplication() override
+    {
+        ++looks;
+        if (onLook)
+            onLook(looks);
+        return front;
+    }
+    bool openUrl(std::string url) override
+    {
+        openedUrls.push_back(std::move(url));
+        return true;
+    }
+};
+
+class FakeWindowList final : public WindowList {
+public:
+    std::optional<std::vector<WindowEntry>> list = std::vector<WindowEntry>{};
+    std::optional<std::vector<WindowEntry>> windows() override { return list; }
+};
+
+class FakeSystemAccess final : public SystemAccess {
+public:
+    Permissions granted{.accessibility = true, .screenRecording = true};
+    std::function<void()> onRead;
+    Permissions current() override
+    {
+        if (onRead)
+            onRead();
+        return granted;
+    }
+};
+
+class FakeSingleInstance final : public SingleInstance {
+public:
+    bool isFirst = true;
+    Requests requests;
+    bool claim(std::vector<std::string>, Requests given) override
+    {
+        requests = std::move(given);
+        return isFirst;
+    }
+};
+
+} // namespace zelvo

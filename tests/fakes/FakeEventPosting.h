@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/EventPosting.h"
+
+#include <functional>
+#include <vector>
+
+namespace zelvo {
+
+/// Keeps what was posted.
+class FakeEventPosting final : public EventPosting {
+public:
+    std::vector<PostedEvent> posted;
+    std::vector<std::string> texts; ///< what beginText was told
+    int endedTexts = 0;
+    int releases = 0;
+    int drains = 0;
+    DesktopPoint pointer;
+    std::optional<std::size_t> refusesAfter;        ///< events that are made before one is refused
+    std::function<void(PostedEvent const&)> onPost; ///< called before an event is kept
+
+    Task<bool> post(PostedEvent event) override
+    {
+        if (onPost)
+            onPost(event);
+        if (refusesAfter && posted.size() >= *refusesAfter)
+            co_return false;
+        posted.push_back(std::move(event));
+        co_return true;
+    }
+    Task<> beginText(std::string text) override
+    {
+        texts.push_back(std::move(text));
+        co_return;
+    }
+    Task<> endText() override
+    {
+        ++endedTexts;
+        co_return;
+    }
+    Task<> releaseAll() override
+    {
+        ++releases;
+        co_return;
+    }
+    Task<> drained() override
+    {
+        ++drains;
+        co_return;
+    }
+    DesktopPoint pointerLocation() override { return pointer; }
+};
+
+} // namespace zelvo

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "fakes/FakeDesktop.h"
+#include "fakes/FakeEventPosting.h"
+#include "fakes/FakeHttpLoading.h"
+#include "fakes/FakeScreenSource.h"
+#include "fakes/FakeSecretStore.h"
+#include "fakes/FakeUserDefaults.h"
+#include "fakes/FakeWebSocket.h"
+#include "fakes/ManualClock.h"
+#include "fakes/Run.h"
+#include "platform/Platform.h"
+
+#include <boost/asio/io_context.hpp>
+
+namespace zelvo {
+
+/// A whole machine in memory, on one thread and the manual clock.
+class FakePlatform final : public Platform {
+public:
+    asio::io_context io;
+    Contexts contexts = contextsOn(io);
+    ManualClock time{&io};
+    FakeInformationDictionary info;
+    FakeUserDefaults settings;
+    FakeSecretStore secretStore;
+    FakeSingleInstance instance;
+    FakeSessionEvents sessionEvents;
+    FakePowerAssertions assertions;
+    FakeNetworkPath path;
+    FakeHotKey key;
+    FakeWorkspace desktop;
+    FakeWindowList windowList;
+    FakeScreenSource screenSource;
+    FakeEventPosting posting;
+    FakeSystemAccess systemAccess;
+    FakeMachineFacts machineFacts;
+    FakeWebSocketOpener opener;
+    FakeHttpLoading loading;
+
+    /// Runs what is ready until nothing is.
+    void settle() { zelvo::settle(io); }
+
+    Clock& clock() override { return time; }
+    InformationDictionary& information() override { return info; }
+    UserDefaults& defaults() override { return settings; }
+    SecretStore& secrets() override { return secretStore; }
+    SingleInstance& singleInstance() override { return instance; }
+    SessionEvents& session() override { return sessionEvents; }
+    PowerAssertions& power() override { return assertions; }
+    NetworkPath& network() override { return path; }
+    HotKey& hotKey() override { return key; }
+    Workspace& workspace() override { return desktop; }
+    WindowList& windows() override { return windowList; }
+    ScreenSource& screen() override { return screenSource; }
+    EventPosting& events() override { return posting; }
+    SystemAccess& access() override { return systemAccess; }
+    MachineFacts& facts() override { return machineFacts; }
+    WebSocketOpener& sockets() override { return opener; }
+    HttpLoading& http() override { return loading; }
+};
+
+} // namespace zelvo

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/SecretStore.h"
+
+#include <map>
+#include <utility>
+
+namespace zelvo {
+
+/// Secrets in memory.
+class FakeSecretStore final : public SecretStore {
+public:
+    std::map<std::pair<std::string, std::string>, std::string> items; ///< by service and account
+    std::optional<std::int32_t> refusesWith;                          ///< the status that set() fails with
+    std::function<void()> becameAvailable;                            ///< what a test calls
+
+    Task<std::optional<std::string>> get(std::string service, std::string account) override
+    {
+        auto const item = items.find({service, account});
+        co_return item == items.end() ? std::nullopt : std::optional(item->second);
+    }
+    Task<> set(std::string service, std::string account, std::string secret) override
+    {
+        if (refusesWith)
+            throw SecretStoreFailure{*refusesWith};
+        items[{service, account}] = secret;
+        co_return;
+    }
+    Task<> remove(std::string service, std::string account) override
+    {
+        items.erase({service, account});
+        co_return;
+    }
+    void onBecameAvailable(std::function<void()> observer) override { becameAvailable = std::move(observer); }
+};
+
+} // namespace zelvo
