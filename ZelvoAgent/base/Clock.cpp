@@ -1,5 +1,6 @@
 #include "base/Clock.h"
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/system/system_error.hpp>
@@ -8,7 +9,10 @@ namespace zelvo {
 
 Task<> Clock::sleepUntil(Instant due)
 {
-    co_await sleepers().wait(due, asio::use_awaitable);
+    if (due <= now())
+        co_await asio::post(asio::use_awaitable); // No wait, but others get their turn.
+    else
+        co_await sleepers().wait(due, asio::use_awaitable);
 }
 
 Task<> Clock::sleep(Duration duration)

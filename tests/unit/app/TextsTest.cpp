@@ -74,13 +74,23 @@ TEST(Texts, haveTheSameArgumentsInEveryLanguage)
 
 TEST(Texts, takeTheArgumentsThatTheyAreFilledWith)
 {
-    std::map<std::string, std::set<std::string>> const filled = {{"confirm.title.keyShortcut", {"0"}},
+    std::map<std::string, std::set<std::string>> const filled = {{"activity.actions.count", {"0"}},
+                                                                 {"activity.actionsIn", {"0", "1"}},
+                                                                 {"activity.and", {"0", "1"}},
+                                                                 {"activity.detail.clicks", {"0"}},
+                                                                 {"activity.detail.drags", {"0"}},
+                                                                 {"activity.detail.keys", {"0"}},
+                                                                 {"activity.detail.scrolls", {"0"}},
+                                                                 {"activity.detail.type", {"0"}},
+                                                                 {"activity.detail.withPrivacy", {"0"}},
+                                                                 {"confirm.title.keyShortcut", {"0"}},
                                                                  {"consent.domainVerified", {"0"}},
                                                                  {"consent.footer", {"0"}},
                                                                  {"consent.platformAsks", {"0"}},
                                                                  {"gateway.httpStatus", {"0"}},
                                                                  {"gateway.retrying.detail", {"0", "1"}},
                                                                  {"link.error.transport", {"0", "1"}},
+                                                                 {"link.reason.keychain", {"0"}},
                                                                  {"link.error.unreachable", {"0", "1"}}};
 
     for (std::string const& key : texts::keys("en")) {

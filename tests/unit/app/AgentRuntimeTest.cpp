@@ -1,0 +1,274 @@
+#include "app/AgentRuntime.h"
+
+#include "app/AgentParts.h"
+#include "base/LocalizedTexts.h"
+#include "fakes/FakePlatform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace zelvo {
+namespace {
+
+using Kind = GatewayConnectionState::Kind;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class AgentRuntimeTest : public testing::Test {
+protected:
+    FakePlatform platform;
+    AgentParts parts{platform.contexts, platform, [] { return 1.0; }};
+
+    void link(std::string token = "mt")
+    {
+        platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = std::move(token);
+    }
+    void start()
+    {
+        parts.state.startObserving();
+        parts.runtime.start();
+        platform.settle();
+    }
+    Kind state() const { return parts.state.gateway().kind; }
+    std::vector<std::string> const& sent() { return platform.opener.last().sent; }
+};
+
+TEST_F(AgentRuntimeTest, withoutATokenItIsNotLinkedAndNothingOpensASocket)
+{
+    start();
+    EXPECT_EQ(state(), Kind::notLinked);
+    platform.sessionEvents.tell(SessionEvent::didWake);
+    platform.path.update(false);
+    platform.path.update(true);
+    parts.runtime.reconnectNow();
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, IsEmpty());
+}
+
+TEST_F(AgentRuntimeTest, withATokenItConnectsToTheConfiguredGateway)
+{
+    platform.info.texts["ZelvoGatewayURL"] = "ws://127.0.0.1:9";
+    link();
+    start();
+    EXPECT_EQ(state(), Kind::connected);
+    EXPECT_EQ(platform.opener.last().request.url, "ws://127.0.0.1:9/machines/connect");
+    EXPECT_EQ(platform.path.host, "127.0.0.1");
+}
+
+TEST_F(AgentRuntimeTest, commandTravelsFromTheSocketToTheDesktopAndBack)
+{
+    platform.settings.contents["ZelvoMode"] = R"("cloud")";
+    link();
+    start();
+    platform.opener.last().deliver(
+        R"({"id":"1","method":"actions.perform","params":{"actions":[{"type":"move","x":3,"y":4}]}})");
+    platform.settle();
+    EXPECT_EQ(sent().back(), R"({"id":"1","result":{"ok":true}})");
+    EXPECT_THAT(platform.posting.posted, SizeIs(1));
+}
+
+TEST_F(AgentRuntimeTest, heartbeatTellsModeAndHiddenApplications)
+{
+    platform.settings.contents["ZelvoMode"] = R"("cloud")";
+    platform.settings.contents["dev.zelvo.hiddenApps"] = R"(["a"])";
+    link();
+    start();
+    json::object const params = parseJson(sent().front())->as_object().at("params").as_object();
+    EXPECT_EQ(params.at("mode"), "cloud");
+    EXPECT_EQ(params.at("hiddenAppCount"), 1);
+    EXPECT_EQ(params.at("recording"), "off");
+    EXPECT_TRUE(params.at("display").is_object());
+}
+
+TEST_F(AgentRuntimeTest, networkLostAndBackReconnectsOnce)
+{
+    link();
+    start();
+    platform.path.update(true);
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(1)); // The first update finds the network up and does nothing.
+    platform.path.update(false);
+    platform.path.update(true);
+    platform.path.update(true);
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(2));
+}
+
+TEST_F(AgentRuntimeTest, wakeReplacesAConnectedSocket)
+{
+    link();
+    start();
+    platform.sessionEvents.tell(SessionEvent::didWake);
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(2));
+    platform.sessionEvents.tell(SessionEvent::screenUnlocked);
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(2));
+}
+
+TEST_F(AgentRuntimeTest, rejectedTokenIsTriedAgainOnlyByConnectIfLinked)
+{
+    link();
+    start();
+    platform.opener.last().status = 401;
+    platform.opener.last().fail(NetworkFailure::Kind::other);
+    platform.settle();
+    EXPECT_EQ(state(), Kind::tokenRejected);
+    platform.sessionEvents.tell(SessionEvent::didWake);
+    platform.path.update(false);
+    platform.path.update(true);
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(1));
+    parts.runtime.connectIfLinked();
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(2));
+}
+
+TEST_F(AgentRuntimeTest, connectIfLinkedOnARunningClientTakesTheNewToken)
+{
+    link();
+    start();
+    link("new");
+    parts.runtime.connectIfLinked();
+    platform.settle();
+    EXPECT_EQ(platform.opener.last().request.headers[0].second, "Bearer new");
+    EXPECT_EQ(platform.opener.opened.front()->cancelCode, 1001);
+}
+
+TEST_F(AgentRuntimeTest, pauseAndResumeAreTold)
+{
+    link();
+    start();
+    parts.state.setPaused(true);
+    platform.settle();
+    EXPECT_EQ(sent().back(), R"({"event":"paused","data":{}})");
+    EXPECT_EQ(platform.posting.releases, 1);
+    parts.state.setPaused(false);
+    platform.settle();
+    EXPECT_EQ(sent().back(), R"({"event":"resumed","data":{}})");
+    parts.state.setPaused(false);
+    platform.settle();
+    EXPECT_THAT(sent(), SizeIs(3));
+}
+
+TEST_F(AgentRuntimeTest, wishToStayAwakeTakesEffectAtTheNextPauseOrResume)
+{
+    start();
+    parts.state.keepAwakeWhileWorking = true;
+    platform.settle();
+    EXPECT_EQ(platform.assertions.held, 0);
+    parts.state.setPaused(true);
+    EXPECT_EQ(platform.assertions.held, 0);
+    parts.state.setPaused(false);
+    EXPECT_EQ(platform.assertions.held, 1);
+    EXPECT_EQ(platform.assertions.lastName, localized("power.agentWorking"));
+    parts.state.keepAwakeWhileWorking = false;
+    EXPECT_EQ(platform.assertions.held, 1);
+    parts.state.setPaused(true);
+    EXPECT_EQ(platform.assertions.held, 0);
+}
+
+TEST_F(AgentRuntimeTest, relinkDropsTokenConnectionsAndLink)
+{
+    platform.info.texts["ZelvoConsoleURL"] = "https://console.test";
+    link();
+    start();
+    parts.state.grant({.id = "c", .platformName = "Acme", .scopes = {AgentScope::screen}});
+    parts.runtime.relink();
+    EXPECT_EQ(state(), Kind::notLinked); // At once.
+    platform.settle();
+    EXPECT_EQ(state(), Kind::notLinked);
+    EXPECT_THAT(platform.secretStore.items, IsEmpty());
+    EXPECT_THAT(parts.state.connections(), IsEmpty());
+    EXPECT_EQ(platform.opener.last().cancelCode, 1001);
+    EXPECT_THAT(platform.desktop.openedUrls, ElementsAre("https://console.test"));
+}
+
+TEST_F(AgentRuntimeTest, newLinkAfterRelinkRevivesTheClient)
+{
+    link();
+    start();
+    parts.runtime.relink();
+    platform.settle();
+    link("again");
+    parts.runtime.connectIfLinked();
+    platform.settle();
+    EXPECT_EQ(state(), Kind::connected);
+}
+
+TEST_F(AgentRuntimeTest, consoleAddressNeedsAScheme)
+{
+    EXPECT_EQ(parts.runtime.consoleUrl(), "https://console.zelvo.invalid");
+    for (char const* const unusable : {"console.test", "", "http://["}) {
+        platform.info.texts["ZelvoConsoleURL"] = unusable;
+        EXPECT_EQ(parts.runtime.consoleUrl(), "https://console.zelvo.invalid") << unusable;
+    }
+    platform.info.texts["ZelvoConsoleURL"] = "https://x";
+    EXPECT_EQ(parts.runtime.consoleUrl(), "https://x");
+}
+
+TEST_F(AgentRuntimeTest, liveAgentsAreLeftToTheGateway)
+{
+    parts.runtime.setAgentPaused("r1", true); // No client yet: nothing happens.
+    link();
+    start();
+    parts.runtime.setAgentPaused("r1", true);
+    platform.settle();
+    EXPECT_EQ(sent().back(), R"({"event":"agent_pause","data":{"ref":"r1"}})");
+    parts.runtime.setAgentPaused("r1", false);
+    platform.settle();
+    EXPECT_EQ(sent().back(), R"({"event":"agent_resume","data":{"ref":"r1"}})");
+}
+
+TEST_F(AgentRuntimeTest, queueDecisionBelongsToItsConnection)
+{
+    link();
+    start();
+    parts.runtime.sendQueueDecision("c", {"a"}, {"b", "d"});
+    platform.settle();
+    EXPECT_EQ(
+        sent().back(),
+        R"({"event":"queued_commands_ack","data":{"accepted":["a"],"declined":["b","d"]},"connectionId":"c"})");
+}
+
+TEST_F(AgentRuntimeTest, keyRingThatAppearsLaterIsTriedWhileNotLinked)
+{
+    start();
+    link();
+    platform.secretStore.becameAvailable();
+    platform.settle();
+    EXPECT_EQ(state(), Kind::connected);
+    platform.secretStore.becameAvailable();
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, SizeIs(1));
+}
+
+TEST_F(AgentRuntimeTest, finishedLinkOnAConnectedClientPassesThroughConnecting)
+{
+    link();
+    start();
+    std::vector<Kind> seen;
+    parts.state.changed.connect([&] {
+        if (seen.empty() || seen.back() != state())
+            seen.push_back(state());
+    });
+    platform.loading.answer(200, R"({"requestedScopes":["screen"]})");
+    parts.links.begin("t");
+    platform.settle();
+    platform.loading.answer(200, R"({"connectionId":"con"})");
+    spawn(platform.contexts.main, [&] { return parts.links.complete({AgentScope::screen}); });
+    platform.settle();
+    EXPECT_THAT(seen, ElementsAre(Kind::connected, Kind::connecting, Kind::connected));
+}
+
+TEST_F(AgentRuntimeTest, shutDownTellsTheGateway)
+{
+    link();
+    start();
+    run(platform.io, parts.runtime.shutDown());
+    EXPECT_EQ(platform.opener.last().cancelCode, 1001);
+}
+
+} // namespace
+} // namespace zelvo

@@ -1,0 +1,148 @@
+#pragma once
+
+#include "drivers/ElementProbe.h"
+#include "drivers/InputDriver.h"
+#include "fakes/FakePlatform.h"
+#include "router/RpcRouter.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo {
+
+/// Tells what the visible cursor was asked to show, in one list.
+class RecordingCursor final : public AgentCursorPresenting {
+public:
+    std::vector<std::string> shown;
+
+    Task<> approach(DesktopPoint point) override
+    {
+        shown.push_back("approach " + text(point));
+        co_return;
+    }
+    void clicked(DesktopPoint at, std::int64_t count) override
+    {
+        shown.push_back("clicked " + text(at) + " x" + std::to_string(count));
+    }
+    void dragged(DesktopPoint from, DesktopPoint to, std::int64_t) override
+    {
+        shown.push_back("dragged " + text(from) + " " + text(to));
+    }
+    void scrolled(DesktopPoint at) override { shown.push_back("scrolled " + text(at)); }
+    void typed(std::size_t characters) override { shown.push_back("typed " + std::to_string(characters)); }
+    void pressed(std::vector<std::string> const& keys) override { shown.push_back("pressed " + keys.back()); }
+
+private:
+    static std::string text(DesktopPoint point)
+    {
+        return std::to_string(static_cast<int>(point.x)) + "," + std::to_string(static_cast<int>(point.y));
+    }
+};
+
+class RecordingRecorder final : public SessionRecording {
+public:
+    std::vector<std::string> told;
+    Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) override
+    {
+        told.push_back("acted " + connectionId.value_or("-") + " " + platformName);
+        co_return;
+    }
+    Task<> agentLooked() override
+    {
+        told.emplace_back("looked");
+        co_return;
+    }
+};
+
+/// The router on a machine in memory, with one granted connection "c" of the platform "Acme" that holds every
+/// scope.
+class RouterHarness : public testing::Test {
+protected:
+    FakePlatform platform;
+    AgentState state{{.main = platform.contexts.main,
+                      .clock = platform.time,
+                      .defaults = platform.settings,
+                      .session = platform.sessionEvents,
+                      .screen = platform.screenSource,
+                      .refreshDisplay = [] {}}};
+    HiddenAppsStore hiddenApps{platform.contexts.agent, platform.settings};
+    ScreenCapture capture{platform.contexts, platform.screenSource, hiddenApps};
+    InputDriver input{platform.posting, platform.time};
+    HiddenAppGuard hiddenGuard{platform.contexts.workers, hiddenApps, platform.desktop, platform.windowList};
+    ZelvoWindows ownWindows{platform.windowList, platform.machineFacts.pid};
+    OwnUiGuard ownUi{ownWindows};
+    ElementProbe probe{platform.contexts.workers, platform.desktop, hiddenApps};
+    RecordingRecorder recorder;
+    RecordingCursor cursor;
+    bool question = false;
+    AgentMode mode = AgentMode::connected;
+    std::unique_ptr<RpcRouter> router;
+
+    void SetUp() override
+    {
+        state.grant({.id = "c", .platformName = "Acme", .scopes = {allScopes.begin(), allScopes.end()}});
+        makeRouter(AgentMode::connected);
+    }
+
+    void makeRouter(AgentMode newMode)
+    {
+        RpcRouter::Members members{
+            .screen = capture,
+            .input = input,
+            .hiddenGuard = hiddenGuard,
+            .probe = probe,
+            .workspace = platform.desktop,
+            .ownUi = ownUi,
+            .permissions = [this] { return platform.systemAccess.current(); },
+            .recorder = recorder,
+            .questionPending = [this]() -> Task<bool> { co_return question; },
+            .cursor = cursor,
+            .mode = newMode,
+        };
+        router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(members));
+    }
+
+    static RpcFrame
+    frame(std::string method, std::string const& params = "{}", std::optional<std::string> connection = "c")
+    {
+        RpcFrame made;
+        made.id = "7";
+        made.method = std::move(method);
+        made.connectionId = std::move(connection);
+        made.params = parseJson(params)->as_object();
+        return made;
+    }
+
+    /// The reply to a frame that needs no time.
+    json::object call(RpcFrame request)
+    {
+        return run(platform.io, router->handle(std::move(request))).payload;
+    }
+    json::object
+    call(std::string method, std::string const& params = "{}", std::optional<std::string> connection = "c")
+    {
+        return call(frame(std::move(method), params, std::move(connection)));
+    }
+    /// Starts a frame that needs time; the reply is there when `reply` is not empty.
+    void start(RpcFrame request, std::optional<json::object>& reply)
+    {
+        asio::co_spawn(platform.io, router->handle(std::move(request)),
+                       [&reply](std::exception_ptr, RpcReply result) { reply = std::move(result.payload); });
+        platform.settle();
+    }
+
+    static std::string code(json::object const& reply)
+    {
+        json::object const* const error = read::object(reply, "error");
+        return error ? read::text(*error, "code").value_or("?") : "";
+    }
+    static json::object details(json::object const& reply)
+    {
+        return reply.at("error").as_object().at("details").as_object();
+    }
+    void front(std::string bundleId, std::string name, std::int32_t pid = 100)
+    {
+        platform.desktop.front = RunningApplication{pid, {{std::move(bundleId)}}, std::move(name)};
+    }
+};
+
+} // namespace zelvo
