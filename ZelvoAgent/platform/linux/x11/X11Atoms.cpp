@@ -1,0 +1,44 @@
+#include "platform/linux/x11/X11Atoms.h"
+
+#include "platform/linux/x11/XReply.h"
+
+#include <xcb/xcb.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvo {
+
+X11Atoms X11Atoms::intern(xcb_connection_t* connection, int screenNumber)
+{
+    X11Atoms atoms;
+    std::vector<std::pair<std::string, std::uint32_t*>> const wanted = {
+        {"UTF8_STRING", &atoms.utf8String},
+        {"WM_STATE", &atoms.wmState},
+        {"_GTK_APPLICATION_ID", &atoms.gtkApplicationId},
+        {"_KDE_NET_WM_DESKTOP_FILE", &atoms.kdeDesktopFile},
+        {"_GTK_FRAME_EXTENTS", &atoms.gtkFrameExtents},
+        {"_NET_ACTIVE_WINDOW", &atoms.netActiveWindow},
+        {"_NET_CLIENT_LIST", &atoms.netClientList},
+        {"_NET_SUPPORTING_WM_CHECK", &atoms.netSupportingWmCheck},
+        {"_NET_WM_PID", &atoms.netWmPid},
+        {"_NET_WM_STATE", &atoms.netWmState},
+        {"_NET_WM_STATE_ABOVE", &atoms.netWmStateAbove},
+        {"_NET_WM_WINDOW_TYPE", &atoms.netWmWindowType},
+        {"_NET_WM_WINDOW_TYPE_DESKTOP", &atoms.typeDesktop},
+        {"_NET_WM_WINDOW_TYPE_DOCK", &atoms.typeDock},
+        {"_NET_WM_CM_S" + std::to_string(screenNumber), &atoms.compositor},
+    };
+    std::vector<xcb_intern_atom_cookie_t> cookies;
+    for (auto const& [name, atom] : wanted)
+        cookies.push_back(
+            xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data()));
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        XReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookies[i], nullptr));
+        *wanted[i].second = reply ? reply->atom : 0;
+    }
+    return atoms;
+}
+
+} // namespace zelvo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+
+struct xcb_connection_t;
+
+namespace zelvo {
+
+/// The atoms that we ask about; 0 for one that could not be had.
+struct X11Atoms {
+    std::uint32_t utf8String = 0;
+    std::uint32_t wmState = 0;
+    std::uint32_t gtkApplicationId = 0;
+    std::uint32_t kdeDesktopFile = 0;
+    std::uint32_t gtkFrameExtents = 0;
+    std::uint32_t netActiveWindow = 0;
+    std::uint32_t netClientList = 0;
+    std::uint32_t netSupportingWmCheck = 0;
+    std::uint32_t netWmPid = 0;
+    std::uint32_t netWmState = 0;
+    std::uint32_t netWmStateAbove = 0;
+    std::uint32_t netWmWindowType = 0;
+    std::uint32_t typeDesktop = 0;
+    std::uint32_t typeDock = 0;
+    std::uint32_t compositor = 0; ///< the selection that a compositing manager owns
+
+    /// Interns all of them in one round trip.
+    static X11Atoms intern(xcb_connection_t* connection, int screenNumber);
+};
+
+} // namespace zelvo

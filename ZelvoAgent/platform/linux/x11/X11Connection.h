@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/linux/x11/X11Atoms.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+struct xcb_connection_t;
+
+namespace zelvo {
+
+/// What an X server can do; read once, when the connection opens.
+struct X11Capabilities {
+    bool xtest = false;
+    bool xwayland =
+        false; ///< the server only shows its windows to a Wayland session, which keeps the screen to itself
+    bool shm = false;       ///< shared memory works, so the server runs on this machine
+    bool composite = false; ///< 0.2 at least: windows have named pixmaps
+    bool xfixes = false;    ///< 2 at least: the pointer's picture
+    bool shape = false;     ///< 1.1 at least: input shapes
+    bool res = false;       ///< 1.2 at least: process ids of clients
+    bool randr = false;     ///< 1.5 at least: monitors
+    std::uint8_t randrFirstEvent = 0;
+    std::uint8_t shapeFirstEvent = 0;
+    bool operator==(X11Capabilities const&) const = default;
+};
+
+/// A connection to the X server, its extensions asked for and its atoms known. Failures of requests without a
+/// reply are nobody's end: they lie among the events until those are taken. Thread: any; waiting for a reply
+/// blocks only the caller.
+class X11Connection {
+public:
+    /// Nothing when the display can't be reached. Blocks for a few round trips. display: empty for $DISPLAY.
+    static std::unique_ptr<X11Connection> open(std::string const& display = {});
+    ~X11Connection();
+    X11Connection(X11Connection const&) = delete;
+    X11Connection& operator=(X11Connection const&) = delete;
+
+    xcb_connection_t* get() const { return connection; }
+    X11Capabilities const& capabilities() const { return can; }
+    X11Atoms const& atoms() const { return names; }
+    std::uint32_t root() const { return rootWindow; }
+    std::uint32_t rootVisual() const { return visual; }
+    std::uint8_t rootDepth() const { return depth; }
+    /// The screen's number in the display's name; atoms of screen-wide selections end in it.
+    int screenNumber() const { return number; }
+    /// The bits of a resource id that tell whose client it is.
+    std::uint32_t clientOf(std::uint32_t resource) const { return resource & ~resourceMask; }
+    /// False when the server is gone. Does not ask it.
+    bool isAlive() const;
+    /// Returns when the server has carried out all that was asked on this connection.
+    void sync() const;
+    /// Drops events and errors that nobody waits for.
+    void drain() const;
+
+private:
+    X11Connection(xcb_connection_t* connection, int number);
+    void readScreen();
+    void askExtensions();
+
+    xcb_connection_t* connection;
+    int number;
+    X11Capabilities can;
+    X11Atoms names;
+    std::uint32_t rootWindow = 0;
+    std::uint32_t visual = 0;
+    std::uint32_t resourceMask = 0;
+    std::uint8_t depth = 24;
+};
+
+} // namespace zelvo

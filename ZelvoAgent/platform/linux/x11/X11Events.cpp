@@ -1,0 +1,57 @@
+#include "platform/linux/x11/X11Events.h"
+
+#include "platform/linux/x11/XReply.h"
+
+#include <boost/asio/posix/stream_descriptor.hpp>
+
+#include <fcntl.h>
+#include <xcb/xcb.h>
+
+namespace zelvo {
+
+struct X11Events::Loop : std::enable_shared_from_this<Loop> {
+    // The descriptor is a copy: xcb closes its own.
+    Loop(Executor const& agent,
+         std::shared_ptr<X11Connection> server,
+         std::function<void(xcb_generic_event_t const&)> f)
+        : connection(std::move(server)), handler(std::move(f)),
+          descriptor(agent, ::fcntl(xcb_get_file_descriptor(connection->get()), F_DUPFD_CLOEXEC, 0))
+    {
+    }
+
+    void step()
+    {
+        if (!connection->isAlive())
+            return;
+        xcb_flush(connection->get());
+        while (XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection->get())})
+            handler(*event);
+        auto const again = [self = shared_from_this()](boost::system::error_code failure) {
+            if (!failure)
+                self->step();
+        };
+        descriptor.async_wait(asio::posix::stream_descriptor::wait_read, again);
+    }
+
+    std::shared_ptr<X11Connection> connection;
+    std::function<void(xcb_generic_event_t const&)> handler;
+    asio::posix::stream_descriptor descriptor; // agent
+};
+
+X11Events::X11Events(Contexts const& contexts,
+                     std::shared_ptr<X11Connection> connection,
+                     std::function<void(xcb_generic_event_t const&)> handler)
+    : loop(std::make_shared<Loop>(contexts.agent, std::move(connection), std::move(handler)))
+{
+    asio::post(contexts.agent, [loop = loop] { loop->step(); });
+}
+
+X11Events::~X11Events()
+{
+    asio::post(loop->descriptor.get_executor(), [loop = std::move(loop)] {
+        boost::system::error_code ignored;
+        loop->descriptor.close(ignored);
+    });
+}
+
+} // namespace zelvo

@@ -1,0 +1,106 @@
+#include "ZelvoGateway/Administration.h"
+
+#include "ZelvoGateway/DataFolder.h"
+#include "ZelvoGateway/LinkService.h"
+#include "ZelvoGateway/Server.h"
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <ostream>
+#include <thread>
+
+namespace zelvo::service {
+
+namespace {
+
+/// A hundred machines and their callers need more descriptors than many systems give at first.
+void allowManyDescriptors()
+{
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+/// Blocks the ending signals in this thread and those it starts, and stops the server when one comes.
+class EndBySignal {
+public:
+    EndBySignal()
+    {
+        sigemptyset(&signals);
+        for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1})
+            sigaddset(&signals, signal);
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    }
+    EndBySignal(EndBySignal const&) = delete;
+    EndBySignal& operator=(EndBySignal const&) = delete;
+    ~EndBySignal()
+    {
+        if (!waiter.joinable())
+            return;
+        pthread_kill(waiter.native_handle(), SIGUSR1);
+        waiter.join();
+    }
+
+    void watch(Server& server)
+    {
+        waiter = std::thread([this, &server] {
+            int signal = 0;
+            sigwait(&signals, &signal);
+            server.stop();
+        });
+    }
+
+private:
+    sigset_t signals{};
+    std::thread waiter;
+};
+
+} // namespace
+
+void provision(Flags const& flags, std::ostream& out)
+{
+    DataFolder const folder(flags.settings.dataFolder);
+    Store store(folder.file("gateway.sqlite"));
+    LinkService links(store, flags.settings);
+    auto const made = links.provision(flags.endUserId);
+    out << "machine " << made.machine.machineId << "\nconnection " << made.connectionId << "\n";
+    if (!flags.connectionFile.empty())
+        writePrivateFile(flags.connectionFile, made.connectionId + "\n");
+    if (flags.tokenFile.empty())
+        out << "token " << made.machine.token << "\n";
+    else
+        writePrivateFile(flags.tokenFile, made.machine.token);
+}
+
+void printConsoleLink(Flags const& flags, std::ostream& out)
+{
+    DataFolder const folder(flags.settings.dataFolder);
+    auto address = folder.read("address");
+    if (!address)
+        throw std::runtime_error("no gateway is running on " + flags.settings.dataFolder);
+    while (!address->empty() && address->back() == '\n')
+        address->pop_back();
+    Store store(folder.file("gateway.sqlite"));
+    out << newConsoleLink(store, *address, flags.settings.consoleLinkLifetime) << "\n";
+}
+
+void serve(Flags const& flags, std::ostream& out)
+{
+    allowManyDescriptors();
+    std::signal(SIGPIPE, SIG_IGN);
+    EndBySignal end;
+    Server server(flags.settings);
+    if (!flags.portFile.empty())
+        writePrivateFile(flags.portFile, std::to_string(server.port()) + "\n");
+    out << "zelvo-gateway: listening on " << server.address() << std::endl;
+    if (flags.printConsoleLink)
+        out << "zelvo-gateway: console, once: " << server.newConsoleLink() << std::endl;
+    end.watch(server);
+    server.run();
+    out << "zelvo-gateway: stopped" << std::endl;
+}
+
+} // namespace zelvo::service

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "ZelvoGateway/Flags.h"
+
+#include <iosfwd>
+
+namespace zelvo::service {
+
+/// The commands of the command line that work on the data folder, beside a running gateway or without one.
+/// Errors: std::runtime_error, Failure.
+
+/// Makes an unattended machine. Prints "machine", "connection" and "token" lines; with a token file the token
+/// goes there only.
+void provision(Flags const& flags, std::ostream& out);
+/// Prints a one-time link to the console of the gateway that runs on this data folder.
+void printConsoleLink(Flags const& flags, std::ostream& out);
+/// Serves until SIGINT, SIGTERM or SIGHUP.
+void serve(Flags const& flags, std::ostream& out);
+
+} // namespace zelvo::service

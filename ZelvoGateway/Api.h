@@ -1,0 +1,94 @@
+#pragma once
+
+#include "ZelvoGateway/CommandService.h"
+#include "ZelvoGateway/ConnectionService.h"
+#include "ZelvoGateway/ConsoleAccess.h"
+#include "ZelvoGateway/Failure.h"
+#include "ZelvoGateway/HttpMessage.h"
+#include "ZelvoGateway/LinkService.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelvo::service {
+
+/// The HTTP interface: which path does what, who may ask for it, and how large the body may be.
+/// Thread: the server's.
+class Api {
+public:
+    using Ids = std::vector<std::string>; ///< what stood where the pattern has "*"
+
+    /// Who may call.
+    enum class Access {
+        open,     ///< anybody; the body is its own credential
+        platform, ///< the API key as a header, or the console's cookie
+        console,  ///< the console's cookie
+    };
+
+    struct Route {
+        std::string_view method;
+        std::vector<std::string_view> pattern;
+        Access access;
+        std::size_t Limits::* bodyLimit;
+        Task<HttpResponse> (Api::*handler)(HttpRequest, Ids);
+    };
+
+    /// A request that was let in by its head.
+    struct Admission {
+        Route const* route = nullptr;
+        Ids ids;
+        std::size_t bodyLimit = 0;
+    };
+
+    Api(Store& store,
+        MachineRegistry& machines,
+        ApiKey const& key,
+        Settings const& settings,
+        Executor workers);
+
+    /// Decides by the head alone, before a byte of the body is read. Throws Failure.
+    Admission admit(HttpRequest const& head) const;
+    /// Runs a request; every failure becomes a response.
+    Task<HttpResponse> answer(Admission admission, HttpRequest request);
+    /// The response that a failure becomes.
+    HttpResponse failed(Failure const& failure, HttpRequest const& request) const;
+
+    /// The machine of the token that a machine connects with. Throws Failure: unauthorized,
+    /// appUpdateRequired.
+    StoredMachine admitMachine(HttpRequest const& head);
+    Task<> tellRevocations(std::shared_ptr<MachineSession> session)
+    {
+        return connections.tellRevocations(session);
+    }
+
+private:
+    static std::span<Route const> routes();
+    void assertAccess(Route const& route, HttpRequest const& head) const;
+
+    Task<HttpResponse> handleConsole(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleConsoleOpen(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleConsoleFile(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleConsoleMachines(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleLinkResolve(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleLinkComplete(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleMachineConnect(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleEndUsers(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleLinkSessions(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleConnections(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleRevoke(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleCommands(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleMachine(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleRemoveMachine(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleCloudMachines(HttpRequest request, Ids ids);
+
+    Store& store;
+    Settings const& settings;
+    ConsoleAccess access;
+    LinkService links;
+    ConnectionService connections;
+    CommandService commands;
+};
+
+} // namespace zelvo::service

@@ -1,0 +1,123 @@
+#include "ZelvoGateway/MachineSession.h"
+
+#include "ZelvoGateway/Failure.h"
+#include "ZelvoGateway/Today.h"
+#include "wire/records/Events.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/this_coro.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+namespace zelvo::service {
+
+namespace {
+
+constexpr std::size_t longestHeartbeat = 64_KiB; // It is stored, so a machine must not choose its size.
+
+} // namespace
+
+/// A caller that waits; its timer is what wakes it.
+struct MachineSession::Call {
+    explicit Call(Executor executor) : wake(std::move(executor)) {}
+
+    asio::steady_timer wake;
+    std::optional<MachineMessage> reply;
+    bool ended = false;
+};
+
+MachineSession::MachineSession(std::string machineId,
+                               std::shared_ptr<MachineLink> link,
+                               Store& store,
+                               Limits const& limits)
+    : id(std::move(machineId)), link(std::move(link)), store(store), limits(limits)
+{
+}
+
+void MachineSession::assertRoomFor(std::size_t bytes, std::string const& requestId) const
+{
+    if (over)
+        throw Failure{.code = ErrorCode::machineOffline,
+                      .message = "The machine is not connected",
+                      .requestId = requestId};
+    if (calls.size() >= limits.callsOfMachine || callBytes + bytes > limits.callBytesOfMachine)
+        throw Failure{.code = ErrorCode::rateLimited,
+                      .message = "Too many commands are waiting for this machine",
+                      .requestId = requestId};
+}
+
+Task<MachineMessage> MachineSession::call(std::string requestId, std::string text, Duration timeout)
+{
+    auto const self = shared_from_this();
+    std::size_t const bytes = text.size();
+    assertRoomFor(bytes, requestId);
+    auto const call = std::make_shared<Call>(co_await asio::this_coro::executor);
+    call->wake.expires_after(timeout);
+    calls.emplace(requestId, call);
+    callBytes += bytes;
+    link->send(std::move(text));
+
+    co_await call->wake.async_wait(asio::as_tuple(asio::use_awaitable));
+
+    calls.erase(requestId);
+    callBytes -= bytes;
+    if (call->reply)
+        co_return std::move(*call->reply);
+    if (call->ended)
+        throw Failure{.code = ErrorCode::machineOffline,
+                      .message = "The machine went away before it answered",
+                      .requestId = requestId};
+    throw Failure{
+        .code = ErrorCode::timeout, .message = "The machine did not answer in time", .requestId = requestId};
+}
+
+void MachineSession::received(MachineMessage message)
+{
+    json::object const* const object = message.value.if_object();
+    if (!object || over)
+        return;
+    if (object->contains("event"))
+        receivedEvent(*object);
+    else if (read::text(*object, "method") == "heartbeat" && message.bytes <= longestHeartbeat)
+        receivedHeartbeat(*object);
+    else
+        receivedReply(std::move(message));
+}
+
+void MachineSession::receivedHeartbeat(json::object const& message)
+{
+    json::value const* const params = message.if_contains("params");
+    if (auto const heartbeat = params ? records::fromJson<records::Heartbeat>(*params) : std::nullopt)
+        store.saveHeartbeat(id, *heartbeat, today());
+}
+
+void MachineSession::receivedEvent(json::object const& message)
+{
+    auto const event = records::fromJson<records::MachineEvent>(message);
+    if (!event)
+        return;
+    if (event->event == records::MachineEventType::paused ||
+        event->event == records::MachineEventType::resumed)
+        store.setPaused(id, event->event == records::MachineEventType::paused, today());
+}
+
+void MachineSession::receivedReply(MachineMessage message)
+{
+    auto const requestId = read::text(message.value.get_object(), "id");
+    auto const call = requestId ? calls.find(*requestId) : calls.end();
+    if (call == calls.end() || call->second->reply)
+        return; // Too late, or never asked for.
+    call->second->reply = std::move(message);
+    call->second->wake.cancel();
+}
+
+void MachineSession::ended()
+{
+    over = true;
+    store.setSeen(id, today());
+    for (auto const& [requestId, call] : calls) {
+        call->ended = true;
+        call->wake.cancel();
+    }
+}
+
+} // namespace zelvo::service

@@ -1,0 +1,188 @@
+#include "ZelvoGateway/MachineSocket.h"
+
+#include "ZelvoGateway/Api.h"
+#include "ZelvoGateway/MachineRegistry.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
+
+namespace zelvo::service {
+
+namespace {
+
+namespace beast = boost::beast;
+namespace websocket = boost::beast::websocket;
+
+constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
+constexpr std::size_t readPiece = 256_KiB;
+constexpr std::size_t writePiece = 64_KiB; // Pings go out between two pieces of a large message.
+constexpr Duration closePatience = 3s;
+
+} // namespace
+
+MachineSocket::MachineSocket(beast::tcp_stream stream, ServerParts& parts)
+    : parts(parts), socket(std::move(stream)), pingTimer(socket.get_executor())
+{
+    socket.read_message_max(parts.settings.limits.machineMessage);
+    socket.write_buffer_bytes(writePiece);
+    socket.auto_fragment(true);
+}
+
+Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
+{
+    auto const self = shared_from_this();
+    if (!co_await accept(std::move(request)))
+        co_return;
+    auto const session =
+        std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits);
+    parts.machines.attach(session);
+    parts.store.setSeen(machineId,
+                        std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now()));
+    spawn(executor(), [self] { return self->keepAlive(); });
+    spawn(executor(), [self, session] { return self->parts.api.tellRevocations(session); });
+
+    co_await readUntilEnd(session);
+
+    session->ended();
+    parts.machines.detach(session);
+    if (!closing)
+        drop();
+}
+
+Task<bool> MachineSocket::accept(UpgradeRequest request)
+{
+    auto& stream = beast::get_lowest_layer(socket);
+    stream.expires_after(parts.settings.limits.handshake);
+    auto const [error] = co_await socket.async_accept(request, asTuple);
+    stream.expires_never();
+    boost::system::error_code ignored;
+    stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+    socket.control_callback([this](websocket::frame_type, beast::string_view) { heard = true; });
+    co_return !error && !parts.stopping;
+}
+
+Task<> MachineSocket::readUntilEnd(std::shared_ptr<MachineSession> session)
+{
+    for (;;) {
+        std::string text;
+        MachineMessage message;
+        if (!co_await readMessage(*session, text, message.memory))
+            co_return;
+        if (!socket.got_text())
+            continue;
+        auto parsed = co_await parseOn(parts.workers, text);
+        if (!parsed)
+            continue;
+        message.value = *std::move(parsed);
+        message.bytes = text.size();
+        session->received(std::move(message));
+    }
+}
+
+Task<bool> MachineSocket::readMessage(MachineSession& session, std::string& text, MemoryBudget::Lease& memory)
+{
+    auto buffer = asio::dynamic_buffer(text);
+    do {
+        auto const [error, count] = co_await socket.async_read_some(buffer, readPiece, asTuple);
+        heard = true;
+        if (error)
+            co_return false;
+        if (!takeRoom(session, text.size(), memory))
+            co_return false;
+    } while (!socket.is_message_done());
+    co_return true;
+}
+
+bool MachineSocket::takeRoom(MachineSession const& session, std::size_t bytes, MemoryBudget::Lease& memory)
+{
+    if (bytes <= parts.settings.limits.unaskedMessage)
+        return true;
+    if (!session.owesReply()) {
+        close(websocket::close_code::too_big, "a message this large was not asked for");
+        return false;
+    }
+    if (!parts.memory.grow(memory, bytes)) {
+        close(websocket::close_code::try_again_later, "the gateway is short of memory");
+        return false;
+    }
+    return true;
+}
+
+void MachineSocket::send(std::string text)
+{
+    if (closing || dropped)
+        return;
+    outgoing.push_back(std::move(text));
+    if (std::exchange(writing, true))
+        return;
+    spawn(executor(), [self = shared_from_this()] { return self->writeQueue(); });
+}
+
+Task<> MachineSocket::writeQueue()
+{
+    while (!outgoing.empty() && !dropped) {
+        std::string const text = std::move(outgoing.front());
+        outgoing.pop_front();
+        socket.text(true);
+        auto const [error, count] = co_await socket.async_write(asio::buffer(text), asTuple);
+        if (error) {
+            drop();
+            break;
+        }
+    }
+    writing = false;
+}
+
+Task<> MachineSocket::keepAlive()
+{
+    while (!dropped) {
+        heard = false;
+        ping();
+        pingTimer.expires_after(parts.settings.pingPeriod);
+        auto const [error] = co_await pingTimer.async_wait(asTuple);
+        if (error)
+            co_return;
+        if (!heard)
+            drop(); // The reading task notices.
+    }
+}
+
+void MachineSocket::ping()
+{
+    if (std::exchange(pinging, true))
+        return; // The last one still waits behind what is being written.
+    socket.async_ping({}, [self = shared_from_this()](boost::system::error_code) { self->pinging = false; });
+}
+
+void MachineSocket::close(int code, std::string reason)
+{
+    if (std::exchange(closing, true))
+        return;
+    outgoing.clear();
+    spawn(executor(), [self = shared_from_this(), code, reason = std::move(reason)] {
+        return self->closeThenDrop(code, reason);
+    });
+}
+
+Task<> MachineSocket::closeThenDrop(int code, std::string reason)
+{
+    asio::steady_timer patience(executor());
+    patience.expires_after(closePatience);
+    patience.async_wait([self = shared_from_this()](boost::system::error_code error) {
+        if (!error)
+            self->drop();
+    });
+    websocket::close_reason const told(static_cast<websocket::close_code>(code), reason);
+    co_await socket.async_close(told, asTuple);
+    drop();
+}
+
+void MachineSocket::drop()
+{
+    if (std::exchange(dropped, true))
+        return;
+    pingTimer.cancel();
+    beast::get_lowest_layer(socket).close();
+}
+
+} // namespace zelvo::service

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "ZelvoGateway/Api.h"
+#include "ZelvoGateway/ApiKey.h"
+#include "ZelvoGateway/DataFolder.h"
+#include "ZelvoGateway/HttpSession.h"
+#include "ZelvoGateway/MachineRegistry.h"
+#include "ZelvoGateway/MemoryBudget.h"
+#include "ZelvoGateway/Settings.h"
+#include "ZelvoGateway/Store.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/thread_pool.hpp>
+
+#include <memory>
+#include <set>
+#include <string>
+
+namespace zelvo::service {
+
+/// The whole gateway. Everything runs on the one thread that calls run(); two workers read and write large
+/// texts.
+class Server {
+public:
+    /// Opens the store and listens. Throws std::runtime_error with a text for the person who started it.
+    explicit Server(Settings settings);
+    ~Server();
+
+    std::uint16_t port() const { return boundPort; }
+    /// Where a browser on this machine reaches it, "http://127.0.0.1:8737", or the public URL.
+    std::string address() const;
+    std::string newConsoleLink();
+
+    /// Serves until stop(); returns when every connection has ended.
+    void run();
+    /// Ends the connections, machines with 1001, and lets run() return. From any thread.
+    void stop();
+
+private:
+    void listen();
+    Task<> acceptAll();
+    Task<> serveOne(asio::ip::tcp::socket socket);
+    void stopHere();
+
+    Settings settings;
+    DataFolder folder;
+    ApiKey key;
+    Store store;
+    MachineRegistry machines;
+    MemoryBudget memory;
+    asio::io_context io{1};
+    asio::thread_pool workers{2};
+    Api api;
+    ServerParts parts;
+    asio::ip::tcp::acceptor acceptor;
+    std::set<std::shared_ptr<HttpSession>> sessions;
+    std::uint16_t boundPort = 0;
+};
+
+} // namespace zelvo::service

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "base/Clock.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace zelvo::service {
+
+constexpr std::size_t operator""_KiB(unsigned long long count)
+{
+    return count << 10;
+}
+constexpr std::size_t operator""_MiB(unsigned long long count)
+{
+    return count << 20;
+}
+
+/// What nobody can make the gateway exceed.
+struct Limits {
+    std::size_t requestHeader = 16_KiB;
+    std::size_t linkBody = 64_KiB; ///< of those who have shown no key
+    std::size_t smallBody = 1_MiB;
+    std::size_t commandBody = 160_MiB;
+    std::size_t machineMessage = 192_MiB;
+    std::size_t unaskedMessage = 1_MiB; ///< of a machine that owes no reply
+    std::size_t memory = 1024_MiB;      ///< all bodies and messages together
+    std::size_t callsOfMachine = 48; ///< below the 64 of an agent's inbox, so that it always goes on reading
+    std::size_t callBytesOfMachine = 256_MiB; ///< below its 320 MiB
+    std::size_t connections = 512;            ///< HTTP connections at one time
+    std::size_t machines = 2048;
+
+    Duration header = 15s;   ///< for the whole head of a request
+    Duration idle = 75s;     ///< between two requests of a connection
+    Duration bodyIdle = 30s; ///< without a byte
+    Duration smallBodyTime = 15s;
+    Duration bodyTime = 600s;
+    Duration handshake = 15s;
+};
+
+/// What the person who starts the gateway chooses.
+struct Settings {
+    std::string dataFolder;
+    std::string listen = "127.0.0.1"; ///< an address, not a name
+    std::uint16_t port = 8737;        ///< 0 takes a free one
+    std::string publicUrl;            ///< where browsers and machines reach it, when not where it listens
+    std::string platformName = "Zelvo Local";
+    bool personal = false;
+    std::string minimumAppVersion; ///< empty lets every version in
+    Duration commandTimeout = 180s;
+    Duration pingPeriod = 20s;
+    Duration linkLifetime = 15min;
+    Duration consoleLinkLifetime = 10min;
+    Limits limits;
+};
+
+} // namespace zelvo::service

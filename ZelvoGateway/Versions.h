@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+namespace zelvo::service {
+
+/// Compares dotted versions number by number: "0.10" is not below "0.9", and "1" equals "1.0". What follows
+/// the numbers
+/// ("-beta") is passed over; a text that does not begin with a number counts as 0.
+bool isVersionBelow(std::string_view version, std::string_view minimum);
+
+} // namespace zelvo::service

@@ -1,0 +1,51 @@
+#include "ZelvoGateway/Administration.h"
+#include "ZelvoGateway/Failure.h"
+
+#include <exception>
+#include <iostream>
+#include <vector>
+
+namespace {
+
+int runCommand(std::span<char const* const> arguments)
+{
+    using namespace zelvo::service;
+    using Command = Flags::Command;
+    Flags const flags = readFlags(arguments);
+    switch (flags.command) {
+    case Command::serve:
+        serve(flags, std::cout);
+        break;
+    case Command::provision:
+        provision(flags, std::cout);
+        break;
+    case Command::consoleLink:
+        printConsoleLink(flags, std::cout);
+        break;
+    case Command::help:
+        std::cout << flagsHelp();
+        break;
+    case Command::version:
+        std::cout << "zelvo-gateway " ZELVO_VERSION "\n";
+        break;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    std::vector<char const*> const all(arguments + std::min(count, 1), arguments + count);
+    try {
+        return runCommand(all);
+    } catch (zelvo::service::FlagError const& error) {
+        std::cerr << "zelvo-gateway: " << error.what() << "; --help tells the flags\n";
+        return 2;
+    } catch (zelvo::service::Failure const& failure) {
+        std::cerr << "zelvo-gateway: " << failure.message << "\n";
+    } catch (std::exception const& error) {
+        std::cerr << "zelvo-gateway: " << error.what() << "\n";
+    }
+    return 1;
+}
