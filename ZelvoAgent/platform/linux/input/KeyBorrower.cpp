@@ -1,0 +1,189 @@
+#include "platform/linux/input/KeyBorrower.h"
+
+#include "platform/linux/input/XkbProtocol.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::uint8_t firstRarelyUsed = 191; // F13 to F24.
+constexpr std::uint8_t lastRarelyUsed = 202;
+
+/// Keys of browsers (stop, favourites, back, forward, home, reload, search): some act on them by their place
+/// on the keyboard, whatever symbol they carry.
+constexpr std::array<std::uint8_t, 7> browserKeys{136, 164, 166, 167, 180, 181, 225};
+
+/// Keeps other clients from changing the keymap between our reading and writing it.
+class ServerGrab {
+public:
+    explicit ServerGrab(InputConnection& connection) : connection(connection)
+    {
+        xcb_grab_server(connection.raw());
+    }
+    ~ServerGrab()
+    {
+        xcb_ungrab_server(connection.raw());
+        connection.flush();
+    }
+    ServerGrab(ServerGrab const&) = delete;
+    ServerGrab& operator=(ServerGrab const&) = delete;
+
+private:
+    InputConnection& connection;
+};
+
+bool isRarelyUsed(std::uint8_t keycode)
+{
+    return keycode >= firstRarelyUsed && keycode <= lastRarelyUsed;
+}
+
+} // namespace
+
+KeyBorrower::KeyBorrower(InputConnection& connection)
+    : connection(connection), loansAtom(connection.atom("_ZELVO_AGENT_LENT_KEYS"))
+{
+}
+
+void KeyBorrower::recover()
+{
+    loans = readLoans(connection.property(connection.root(), loansAtom));
+    giveBack();
+}
+
+bool KeyBorrower::isLent(std::uint8_t keycode) const
+{
+    return std::ranges::any_of(loans, [keycode](KeyLoan const& loan) { return loan.keycode == keycode; });
+}
+
+SpareKeys KeyBorrower::emptyKeys() const
+{
+    Keymap keymap = readKeymap();
+    undo(loans, keymap);
+    SpareKeys spare;
+    for (std::size_t at = 0; at < keymap.keys.size(); ++at) {
+        auto const keycode = static_cast<std::uint8_t>(keymap.lowest + at);
+        if (keymap.keys[at].isEmpty() && std::ranges::find(browserKeys, keycode) == browserKeys.end())
+            spare.empty.push_back(keycode);
+    }
+    return spare;
+}
+
+SpareKeys KeyBorrower::allSpareKeys() const
+{
+    SpareKeys spare = emptyKeys();
+    for (std::uint8_t keycode = firstRarelyUsed; keycode <= lastRarelyUsed; ++keycode)
+        if (std::ranges::find(spare.empty, keycode) == spare.empty.end() && isFree(keycode))
+            spare.rarelyUsed.push_back(keycode);
+    return spare;
+}
+
+/// Desktops wait for some of these keys (touch pad, microphone); pressing one of those would act instead of
+/// type.
+bool KeyBorrower::isFree(std::uint8_t keycode) const
+{
+    auto const cookie = xcb_grab_key_checked(connection.raw(), 0, connection.root(), XCB_MOD_MASK_ANY,
+                                             keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    Reply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
+    if (!refused)
+        xcb_ungrab_key(connection.raw(), keycode, connection.root(), XCB_MOD_MASK_ANY);
+    return !refused;
+}
+
+bool KeyBorrower::bind(std::vector<KeyBinding> const& bindings)
+{
+    ServerGrab const grab(connection);
+    Keymap keymap = readKeymap();
+    std::vector<std::uint8_t> changed = undo(loans, keymap);
+    loans.clear();
+    for (KeyBinding const& binding : bindings) {
+        KeySymbols* const key = keymap.find(binding.keycode);
+        if (!key || (!key->isEmpty() && !isRarelyUsed(binding.keycode)))
+            continue;
+        loans.push_back({binding.keycode, KeySymbols::typing(binding.plain, binding.shifted), *key});
+        *key = loans.back().bound;
+        changed.push_back(binding.keycode);
+    }
+    record();
+    return writeKeymap(keymap, changed);
+}
+
+void KeyBorrower::giveBack()
+{
+    if (loans.empty())
+        return;
+    ServerGrab const grab(connection);
+    Keymap keymap = readKeymap();
+    std::vector<std::uint8_t> const changed = undo(loans, keymap);
+    writeKeymap(keymap, changed);
+    loans.clear();
+    record();
+}
+
+std::vector<std::uint8_t> KeyBorrower::undo(std::vector<KeyLoan> const& loans, Keymap& keymap)
+{
+    std::vector<std::uint8_t> changed;
+    for (KeyLoan const& loan : loans) {
+        KeySymbols* const key = keymap.find(loan.keycode);
+        if (!key || *key != loan.bound)
+            continue;
+        *key = loan.former;
+        changed.push_back(loan.keycode);
+    }
+    return changed;
+}
+
+void KeyBorrower::record() const
+{
+    if (loans.empty())
+        connection.deleteRootProperty(loansAtom);
+    else
+        connection.setRootProperty(loansAtom, writeLoans(loans));
+}
+
+KeySymbols* KeyBorrower::Keymap::find(std::uint8_t keycode)
+{
+    bool const known = keycode >= lowest && static_cast<std::size_t>(keycode - lowest) < keys.size();
+    return known ? &keys[keycode - lowest] : nullptr;
+}
+
+KeyBorrower::Keymap KeyBorrower::readKeymap() const
+{
+    auto const cookie = xcb_xkb_get_map(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS,
+                                        0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+    Reply<xcb_xkb_get_map_reply_t> const reply(xcb_xkb_get_map_reply(connection.raw(), cookie, nullptr));
+    if (!reply)
+        return {};
+    // Only symbols were asked for, so they are all that follows the fixed part.
+    auto const* first = reinterpret_cast<std::uint8_t const*>(reply.get()) + sizeof(xcb_xkb_get_map_reply_t);
+    std::size_t const size =
+        32 + 4 * static_cast<std::size_t>(reply->length) - sizeof(xcb_xkb_get_map_reply_t);
+    auto keys = readKeySymbols({first, size}, reply->nKeySyms);
+    if (!keys)
+        return {};
+    // A keymap always has its symbols from the lowest keycode on.
+    return {.lowest = reply->firstKeySym, .highest = reply->maxKeyCode, .keys = std::move(*keys)};
+}
+
+bool KeyBorrower::writeKeymap(Keymap const& keymap, std::vector<std::uint8_t> const& changed) const
+{
+    if (changed.empty())
+        return true;
+    // One request writes one range: the keys in between are written as they were read.
+    auto const [low, high] = std::ranges::minmax(changed);
+    std::span<KeySymbols const> const range(keymap.keys.data() + (low - keymap.lowest), high - low + 1);
+    std::size_t symbols = 0;
+    for (KeySymbols const& key : range)
+        symbols += key.symbols.size();
+    std::vector<std::uint8_t> const bytes = writeKeySymbols(range);
+    auto const cookie = xcb_xkb_set_map_checked(
+        connection.raw(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS, 0, keymap.lowest,
+        keymap.highest, 0, 0, low, static_cast<std::uint8_t>(range.size()),
+        static_cast<std::uint16_t>(symbols), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, bytes.data());
+    Reply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
+    return !refused && connection.isAlive();
+}
+
+} // namespace zelvo

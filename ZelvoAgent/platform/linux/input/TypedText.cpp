@@ -1,0 +1,36 @@
+#include "platform/linux/input/TypedText.h"
+
+#include <unicode/utf8.h>
+
+namespace zelvo {
+
+namespace {
+
+bool isControl(char32_t character)
+{
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+} // namespace
+
+std::u32string typedCharacters(std::string_view text)
+{
+    std::u32string characters;
+    auto const length = static_cast<std::int32_t>(text.size());
+    bool afterReturn = false;
+    for (std::int32_t at = 0; at < length;) {
+        UChar32 next = 0;
+        U8_NEXT(text.data(), at, length, next);
+        if (next < 0)
+            continue;
+        auto const character = static_cast<char32_t>(next);
+        if (character == U'\r' || (character == U'\n' && !afterReturn))
+            characters.push_back(U'\n');
+        else if (character == U'\t' || !isControl(character))
+            characters.push_back(character);
+        afterReturn = character == U'\r';
+    }
+    return characters;
+}
+
+} // namespace zelvo

@@ -1,0 +1,95 @@
+#include "desktop/input/InputDesk.h"
+
+#include "base/Text.h"
+#include "desktop/harness/XQuestions.h"
+#include "platform/linux/input/XkbProtocol.h"
+
+namespace zelvo::test {
+
+namespace {
+
+DisplayLayout plainLayout()
+{
+    return {.widthPixels = 1280, .heightPixels = 800};
+}
+
+} // namespace
+
+InputDesk::InputDesk(DesktopOptions options) : desktop(options)
+{
+    desktop.adoptEnvironment();
+    restartPosting();
+}
+
+InputDesk::~InputDesk()
+{
+    posting.reset();
+    workers.join();
+}
+
+void InputDesk::restartPosting()
+{
+    posting.reset();
+    posting.emplace(contexts, clock, plainLayout);
+}
+
+void InputDesk::typeText(std::string text)
+{
+    await(typeLikeTheDriver(std::move(text)));
+}
+
+Task<> InputDesk::typeLikeTheDriver(std::string text)
+{
+    co_await posting->beginText(text);
+    for (std::string const& chunk : text::chunks(text, 20)) {
+        TextEvent down{KeyEvent::Kind::down, chunk};
+        TextEvent up{KeyEvent::Kind::up, chunk};
+        bool const made = co_await posting->post(down);
+        if (!made)
+            break;
+        co_await posting->post(up);
+        co_await clock.sleep(4ms);
+    }
+    co_await posting->endText();
+}
+
+void InputDesk::chord(std::uint16_t keyCode, ModifierFlags flags)
+{
+    post(KeyEvent{KeyEvent::Kind::down, keyCode, flags});
+    post(KeyEvent{KeyEvent::Kind::up, keyCode, flags});
+}
+
+void InputDesk::click(DesktopPoint point, int count)
+{
+    for (int state = 1; state <= count; ++state) {
+        post(MouseEvent{MouseEvent::Kind::down, point, MouseButton::left, state, {}});
+        post(MouseEvent{MouseEvent::Kind::up, point, MouseButton::left, state, {}});
+    }
+}
+
+std::string InputDesk::keymap()
+{
+    return desktop.run({"xkbcomp", "-xkb", desktop.display(), "-"}) + desktop.run({"xmodmap", "-pke"});
+}
+
+void InputDesk::useLayout(std::string const& layout, int group)
+{
+    desktop.run({"setxkbmap", layout});
+    XConnection const x = connectTo(desktop.display());
+    XReply<xcb_xkb_use_extension_reply_t> const used(
+        xcb_xkb_use_extension_reply(x.get(), xcb_xkb_use_extension(x.get(), 1, 0), nullptr));
+    xcb_xkb_latch_lock_state(x.get(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1, static_cast<std::uint8_t>(group), 0,
+                             0, 0);
+    syncWith(x.get());
+}
+
+void InputDesk::lockModifiers(std::uint8_t mask, bool on)
+{
+    XConnection const x = connectTo(desktop.display());
+    XReply<xcb_xkb_use_extension_reply_t> const used(
+        xcb_xkb_use_extension_reply(x.get(), xcb_xkb_use_extension(x.get(), 1, 0), nullptr));
+    xcb_xkb_latch_lock_state(x.get(), XCB_XKB_ID_USE_CORE_KBD, mask, on ? mask : 0, 0, 0, 0, 0, 0);
+    syncWith(x.get());
+}
+
+} // namespace zelvo::test

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "desktop/input/TextField.h"
+
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+/// One text a script, and one of everything that keyboards find hard.
+std::vector<std::string> sampleTexts();
+/// Some of each, short, with small letters and capitals.
+std::string mixedText();
+/// 1000 code points, 130 of them distinct.
+std::string longText();
+
+/// The applications that this test program is to type into.
+std::vector<FieldKind> fieldKinds();
+std::string fieldName(FieldKind kind);
+
+} // namespace zelvo::test

@@ -1,0 +1,103 @@
+#include "desktop/input/TextField.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace zelvo::test {
+
+namespace {
+
+std::string contentOf(std::string const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+std::string script(std::string const& name)
+{
+    return std::string(ZELVO_INPUT_TEST_FOLDER) + "/" + name;
+}
+
+WindowWanted windowOf(FieldKind kind)
+{
+    switch (kind) {
+    case FieldKind::gtk:
+        return {.title = "GTK field"};
+    case FieldKind::qt:
+        return {.title = "Qt field"};
+    case FieldKind::xterm:
+        return {.title = "Terminal field"};
+    case FieldKind::chromium:
+        return {.title = "Web field"};
+    }
+    return {};
+}
+
+std::vector<std::string> browser(PrivateDesktop& desktop, std::string const& path, std::string const& text)
+{
+    std::string const portFile = path + ".port";
+    desktop.start({"/usr/bin/python3", script("web_field.py"), portFile, path, text});
+    require("the page's server", [&] { return !contentOf(portFile).empty(); });
+    return {"chromium",
+            "--no-sandbox",
+            "--no-first-run",
+            "--no-default-browser-check",
+            "--disable-gpu",
+            "--disable-dev-shm-usage",
+            "--password-store=basic",
+            "--disable-background-networking",
+            "--disable-component-update",
+            "--disable-sync",
+            "--user-data-dir=" + path + ".profile",
+            "--app=http://127.0.0.1:" + contentOf(portFile) + "/"};
+}
+
+} // namespace
+
+TextField::TextField(PrivateDesktop& desktop, FieldKind kind, std::string text)
+    : path((desktop.home() / ("field" + std::to_string(static_cast<int>(kind)))).string())
+{
+    desktop.start(command(desktop, kind, text), {{"LANG", "C.UTF-8"}});
+    mainWindow = desktop.waitForWindow(windowOf(kind));
+    require(
+        "the field's focus",
+        [&] { return std::filesystem::exists(path) && desktop.activeWindow() == mainWindow; }, 20s);
+}
+
+std::vector<std::string>
+TextField::command(PrivateDesktop& desktop, FieldKind kind, std::string const& text) const
+{
+    switch (kind) {
+    case FieldKind::gtk:
+        return {"/usr/bin/python3", script("gtk_field.py"), path, text};
+    case FieldKind::qt:
+        return {ZELVO_QT_FIELD, path, text};
+    case FieldKind::xterm:
+        return {"xterm",          "-u8", "-T",
+                "Terminal field", "-e",  "stty -icanon -echo; exec cat > '" + path + "'"};
+    case FieldKind::chromium:
+        return browser(desktop, path, text);
+    }
+    return {};
+}
+
+std::string TextField::read(std::string const& suffix) const
+{
+    return contentOf(path + suffix);
+}
+
+int TextField::scroll() const
+{
+    std::string const text = read(".scroll");
+    return text.empty() ? 0 : std::stoi(text);
+}
+
+std::string TextField::valueAfter(std::string const& expected) const
+{
+    waitFor([&] { return value() == expected; }, 8s);
+    return value();
+}
+
+} // namespace zelvo::test

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "desktop/harness/PrivateDesktop.h"
+
+#include <string>
+
+namespace zelvo::test {
+
+enum class FieldKind { gtk, qt, xterm, chromium };
+
+/// A real application with one text field that has the focus and tells what it holds.
+class TextField {
+public:
+    /// Starts it and waits until it can be typed into. Throws when it does not come up. `text` is what it
+    /// begins with; xterm begins empty.
+    TextField(PrivateDesktop& desktop, FieldKind kind, std::string text = {});
+
+    std::string value() const { return read({}); }
+    std::string selection() const { return read(".selection"); }
+    /// How far it is scrolled down, in a unit of its own.
+    int scroll() const;
+    /// Waits for the value; applications show text seconds late. Gives the last value seen.
+    std::string valueAfter(std::string const& expected) const;
+    std::uint32_t window() const { return mainWindow; }
+
+private:
+    std::string read(std::string const& suffix) const;
+    std::vector<std::string> command(PrivateDesktop& desktop, FieldKind kind, std::string const& text) const;
+
+    std::string path;
+    std::uint32_t mainWindow = 0;
+};
+
+} // namespace zelvo::test
