@@ -61,7 +61,9 @@ std::string displayName(StoredMachine const& machine)
 {
     bool const named =
         machine.heartbeat && machine.heartbeat->computerName && !machine.heartbeat->computerName->empty();
-    return named ? *machine.heartbeat->computerName : machine.id;
+    return named ? *machine.heartbeat->computerName
+                 : "Machine " +
+                       machine.id.substr(machine.id.size() - std::min<std::size_t>(machine.id.size(), 6));
 }
 
 } // namespace zelvo::service

@@ -11,7 +11,7 @@ namespace zelvo::service {
 records::Machine machineRecord(StoredMachine const& machine, bool online);
 records::Connection
 connectionRecord(StoredConnection const& connection, StoredMachine const& machine, bool online);
-/// The name that the console shows: the computer's, else the identifier.
+/// The name that the console shows: the computer's, else one made of the identifier.
 std::string displayName(StoredMachine const& machine);
 
 } // namespace zelvo::service
