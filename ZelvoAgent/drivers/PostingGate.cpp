@@ -51,7 +51,8 @@ PostingGate::PostingGate(EventPosting& inner,
 Task<> PostingGate::close()
 {
     idle.with([this] { ++closings; });
-    co_await idle.wait([this] { return inFlight == 0; });
+    while (idle.with([this] { return inFlight > 0; }))
+        co_await idle.wait([this] { return inFlight == 0; });
     co_await inner.releaseAll();
     co_await inner.drained();
 }
@@ -69,6 +70,7 @@ bool PostingGate::isClosed() const
 Task<bool> PostingGate::post(PostedEvent event)
 {
     InFlight const counted(*this);
+    co_await inner.ready(event); // Before the check: the person may decide while it waits.
     if (co_await mayPass(event))
         co_return co_await inner.post(std::move(event));
     co_await inner.releaseAll();
@@ -90,6 +92,11 @@ Task<bool> PostingGate::mayPass(PostedEvent event)
     std::vector<DesktopRect> const frames = co_await on(workers, [this] { return ownWindows(); });
     co_return std::none_of(frames.begin(), frames.end(),
                            [&](DesktopRect const& f) { return f.contains(point); });
+}
+
+Task<> PostingGate::ready(PostedEvent event)
+{
+    co_await inner.ready(std::move(event));
 }
 
 Task<> PostingGate::beginText(std::string text)

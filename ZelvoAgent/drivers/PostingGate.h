@@ -27,6 +27,7 @@ public:
     void open();
     bool isClosed() const;
 
+    Task<> ready(PostedEvent event) override;
     Task<bool> post(PostedEvent event) override;
     Task<> beginText(std::string text) override;
     Task<> endText() override;

@@ -61,7 +61,9 @@ using PostedEvent = std::variant<MouseEvent, KeyEvent, TextEvent, ScrollEvent>;
 class EventPosting {
 public:
     virtual ~EventPosting() = default;
-    /// False when the event could not be made.
+    /// Waits as long as the event has to keep apart from earlier ones, for instance a first click from the click before.
+    virtual Task<> ready(PostedEvent event) = 0;
+    /// Makes the event, without waiting for the time that ready() waits for. False when it could not be made.
     virtual Task<bool> post(PostedEvent event) = 0;
     /// Tells of a whole text before its first TextEvent, so that a machine can make ready for all of it at
     /// once.

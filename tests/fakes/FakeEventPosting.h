@@ -16,9 +16,16 @@ public:
     int releases = 0;
     int drains = 0;
     DesktopPoint pointer;
-    std::optional<std::size_t> refusesAfter;        ///< events that are made before one is refused
-    std::function<void(PostedEvent const&)> onPost; ///< called before an event is kept
+    std::optional<std::size_t> refusesAfter;         ///< events that are made before one is refused
+    std::function<void(PostedEvent const&)> onReady; ///< called while an event keeps apart from earlier ones
+    std::function<void(PostedEvent const&)> onPost;  ///< called before an event is kept
 
+    Task<> ready(PostedEvent event) override
+    {
+        if (onReady)
+            onReady(event);
+        co_return;
+    }
     Task<bool> post(PostedEvent event) override
     {
         if (onPost)

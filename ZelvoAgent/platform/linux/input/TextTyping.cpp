@@ -8,6 +8,8 @@
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
+#include <algorithm>
+
 namespace zelvo {
 
 TextTyping::TextTyping(Contexts contexts, Clock& clock, InputConnection& connection, Keyboard& keyboard)
@@ -27,11 +29,21 @@ Task<> TextTyping::begin(std::string text)
     });
 }
 
+Task<> TextTyping::ready(std::string text)
+{
+    std::u32string const characters = typedCharacters(text);
+    continueWith(characters);
+    if (!co_await on(contexts.workers, [&] { return lacksKey(characters.size()); }))
+        co_return;
+    if (keys.hasLoans())
+        co_await barrier.wait();
+    co_await on(contexts.workers, [this] { bindUpcoming(); });
+}
+
 Task<bool> TextTyping::type(std::string text)
 {
     std::u32string characters = typedCharacters(text);
-    if (std::u32string_view(upcoming).substr(next, characters.size()) != characters)
-        expect(characters);
+    continueWith(characters);
     std::size_t const stop = next + characters.size();
     bool mayRebind = true;
     while (true) {
@@ -60,6 +72,22 @@ Task<> TextTyping::end()
     co_await barrier.wait();
     co_await on(contexts.workers, [this] { keys.giveBack(); });
     co_await asio::this_coro::throw_if_cancelled(throwing);
+}
+
+bool TextTyping::lacksKey(std::size_t count)
+{
+    if (!keyboard.refresh())
+        return false;
+    for (std::size_t i = next; i < std::min(next + count, upcoming.size()); ++i)
+        if (!keyboard.strokeFor(upcoming[i]))
+            return true;
+    return false;
+}
+
+void TextTyping::continueWith(std::u32string const& characters)
+{
+    if (std::u32string_view(upcoming).substr(next, characters.size()) != characters)
+        expect(characters);
 }
 
 void TextTyping::expect(std::u32string characters)

@@ -21,6 +21,8 @@ public:
 
     /// Binds keys for as much of the text as there is room for.
     Task<> begin(std::string text);
+    /// Binds keys for a piece of it where they still lack, once the application has read what came before.
+    Task<> ready(std::string text);
     /// Types a piece of it. False when it could not be typed: the connection is lost, or somebody holds
     /// Control, Alt or Super, with which letters would be commands.
     Task<bool> type(std::string text);
@@ -40,6 +42,10 @@ private:
     /// Binds keys for the upcoming text. False when the next character still has none.
     bool bindUpcoming();
     bool onLayout(char32_t character) const;
+    /// Whether one of the next `count` characters has no key.
+    bool lacksKey(std::size_t count);
+    /// Makes `characters` the upcoming text unless they are what comes next in it.
+    void continueWith(std::u32string const& characters);
     void expect(std::u32string characters);
 
     Contexts contexts;

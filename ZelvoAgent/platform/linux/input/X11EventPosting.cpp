@@ -118,12 +118,19 @@ X11EventPosting::X11EventPosting(Contexts contexts, Clock& clock, std::function<
 
 X11EventPosting::~X11EventPosting() = default;
 
+Task<> X11EventPosting::ready(PostedEvent event)
+{
+    if (machine && beginsSeries(event))
+        co_await waitForClickOfItsOwn(std::get<MouseEvent>(event));
+    else if (auto* const text = std::get_if<TextEvent>(&event);
+             machine && text && text->kind == KeyEvent::Kind::down)
+        co_await machine->typing.ready(text->text);
+}
+
 Task<bool> X11EventPosting::post(PostedEvent event)
 {
     if (!machine)
         co_return false;
-    if (beginsSeries(event))
-        co_await waitForClickOfItsOwn(std::get<MouseEvent>(event));
     auto* const text = std::get_if<TextEvent>(&event);
     if (text && text->kind == KeyEvent::Kind::down)
         co_return co_await machine->typing.type(std::move(text->text));

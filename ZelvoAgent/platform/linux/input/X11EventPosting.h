@@ -21,6 +21,7 @@ public:
     X11EventPosting(Contexts contexts, Clock& clock, std::function<DisplayLayout()> layout);
     ~X11EventPosting() override;
 
+    Task<> ready(PostedEvent event) override;
     Task<bool> post(PostedEvent event) override;
     Task<> beginText(std::string text) override;
     Task<> endText() override;
