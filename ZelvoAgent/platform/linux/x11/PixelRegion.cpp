@@ -1,0 +1,96 @@
+#include "platform/linux/x11/PixelRegion.h"
+
+#include <algorithm>
+
+namespace zelvo {
+
+PixelRect intersection(PixelRect const& left, PixelRect const& right)
+{
+    int const x = std::max(left.x, right.x);
+    int const y = std::max(left.y, right.y);
+    PixelRect const both{x, y, std::min(left.right(), right.right()) - x,
+                         std::min(left.bottom(), right.bottom()) - y};
+    return both.isEmpty() ? PixelRect{} : both;
+}
+
+void PixelRegion::add(PixelRect const& rect)
+{
+    if (rect.isEmpty())
+        return;
+    subtract(rect);
+    rects.push_back(rect);
+}
+
+void PixelRegion::subtract(PixelRect const& hole)
+{
+    std::vector<PixelRect> left;
+    left.reserve(rects.size() + 4);
+    for (PixelRect const& rect : rects) {
+        PixelRect const cut = intersection(rect, hole);
+        if (cut.isEmpty()) {
+            left.push_back(rect);
+            continue;
+        }
+        // Above, below, and the two beside.
+        PixelRect const parts[] = {
+            {rect.x, rect.y, rect.width, cut.y - rect.y},
+            {rect.x, cut.bottom(), rect.width, rect.bottom() - cut.bottom()},
+            {rect.x, cut.y, cut.x - rect.x, cut.height},
+            {cut.right(), cut.y, rect.right() - cut.right(), cut.height},
+        };
+        std::copy_if(std::begin(parts), std::end(parts), std::back_inserter(left),
+                     [](PixelRect const& part) { return !part.isEmpty(); });
+    }
+    rects = std::move(left);
+}
+
+void PixelRegion::subtract(PixelRegion const& other)
+{
+    for (PixelRect const& rect : other.rects)
+        subtract(rect);
+}
+
+PixelRegion PixelRegion::intersected(PixelRect const& rect) const
+{
+    PixelRegion result;
+    for (PixelRect const& own : rects)
+        if (PixelRect const both = intersection(own, rect); !both.isEmpty())
+            result.rects.push_back(both);
+    return result;
+}
+
+PixelRegion PixelRegion::intersected(PixelRegion const& other) const
+{
+    PixelRegion result;
+    for (PixelRect const& rect : other.rects)
+        for (PixelRect const& both : intersected(rect).rects)
+            result.rects.push_back(both);
+    return result;
+}
+
+std::int64_t PixelRegion::pixels() const
+{
+    std::int64_t sum = 0;
+    for (PixelRect const& rect : rects)
+        sum += rect.pixels();
+    return sum;
+}
+
+PixelRect PixelRegion::bounds() const
+{
+    if (rects.empty())
+        return {};
+    int left = rects.front().x;
+    int top = rects.front().y;
+    int right = rects.front().right();
+    int bottom = rects.front().bottom();
+    for (PixelRect const& rect : rects) {
+        left = std::min(left, rect.x);
+        top = std::min(top, rect.y);
+        right = std::max(right, rect.right());
+        bottom = std::max(bottom, rect.bottom());
+    }
+    return {left, top, right - left, bottom - top};
+}
+
+} // namespace zelvo

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace zelvo {
+
+/// An area of pixels; empty when a side is not positive.
+struct PixelRect {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    bool operator==(PixelRect const&) const = default;
+
+    int right() const { return x + width; }
+    int bottom() const { return y + height; }
+    bool isEmpty() const { return width <= 0 || height <= 0; }
+    std::int64_t pixels() const { return isEmpty() ? 0 : std::int64_t{width} * height; }
+    PixelRect movedBy(int dx, int dy) const { return {x + dx, y + dy, width, height}; }
+};
+
+PixelRect intersection(PixelRect const& left, PixelRect const& right);
+
+/// A set of pixels as rectangles that do not overlap.
+class PixelRegion {
+public:
+    PixelRegion() = default;
+    explicit PixelRegion(PixelRect const& rect) { add(rect); }
+
+    void add(PixelRect const& rect);
+    void subtract(PixelRect const& rect);
+    void subtract(PixelRegion const& other);
+    PixelRegion intersected(PixelRect const& rect) const;
+    PixelRegion intersected(PixelRegion const& other) const;
+
+    bool isEmpty() const { return rects.empty(); }
+    std::int64_t pixels() const;
+    /// The smallest rectangle around it.
+    PixelRect bounds() const;
+    std::vector<PixelRect> const& all() const { return rects; }
+
+private:
+    std::vector<PixelRect> rects;
+};
+
+} // namespace zelvo

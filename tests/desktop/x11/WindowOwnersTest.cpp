@@ -1,0 +1,133 @@
+#include "platform/linux/x11/WindowOwners.h"
+
+#include "platform/linux/x11/WindowEntries.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace zelvo::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+
+constexpr std::int32_t ownPid = 10;
+
+ProcessFacts noFacts(std::int32_t)
+{
+    return {};
+}
+
+SurveyedWindow window(std::uint32_t id, std::int32_t pid, std::string className)
+{
+    SurveyedWindow made;
+    made.id = id;
+    made.viewable = true;
+    made.area = {0, 0, 100, 100};
+    made.client = {.id = id + 1000, .pid = pid, .words = {.className = std::move(className)}};
+    return made;
+}
+
+struct Owners {
+    WindowSurvey survey;
+    DesktopEntryIndex index;
+    WindowOwners take() { return WindowOwners(survey, index, ownPid, noFacts); }
+};
+
+TEST(WindowOwners, knowThisProgramByItsProcessIdAlone)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, ownPid, "Somebody"), window(2, 20, "dev.zelvo.agent")};
+    auto const taken = owners.take();
+
+    EXPECT_THAT(taken.namesOf(owners.survey.windows[0]).names, ElementsAre("dev.zelvo.agent"));
+    EXPECT_THAT(taken.namesOf(owners.survey.windows[1]).names, Not(Contains("dev.zelvo.agent")));
+}
+
+TEST(WindowOwners, nameAMenuLikeTheOtherWindowsOfItsProcess)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "Keeper"), window(2, 20, "")};
+    owners.survey.others = {{.id = 3, .pid = 20, .words = {.className = "Minimised"}}};
+
+    EXPECT_THAT(owners.take().namesOf(owners.survey.windows[1]).names, ElementsAre("Keeper", "Minimised"));
+}
+
+TEST(WindowOwners, followTransientsThroughChainsAndCircles)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "Secret"), window(2, 30, "Portal"), window(3, 40, "Helper")};
+    owners.survey.windows[1].client.transientFor = 1001;
+    owners.survey.windows[2].client.transientFor = 1002;
+    owners.survey.windows[0].client.transientFor = 1003;
+
+    auto const taken = owners.take();
+
+    EXPECT_THAT(taken.namesOf(owners.survey.windows[2]).names, ElementsAre("Helper", "Portal", "Secret"));
+    EXPECT_EQ(taken.namesOf(owners.survey.windows[2]).identifier({"Secret"}), "Secret");
+    EXPECT_EQ(taken.namesOf(owners.survey.windows[2]).identifier({}), "Helper");
+}
+
+TEST(WindowOwners, nameEmbeddedClientsWithTheWindowAroundThem)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "Panel")};
+    owners.survey.windows[0].embedded = {{.client = {.id = 7, .pid = 30, .words = {.className = "Tray"}}}};
+
+    EXPECT_THAT(owners.take().namesOf(owners.survey.windows[0]).names, ElementsAre("Panel", "Tray"));
+    EXPECT_THAT(owners.take().namesOf(owners.survey.windows[0].client).names, ElementsAre("Panel"));
+}
+
+TEST(WindowEntries, leaveOutWhatNobodyCanClick)
+{
+    Owners owners;
+    for (std::uint32_t id = 1; id <= 5; ++id)
+        owners.survey.windows.push_back(window(id, 20, "A"));
+    owners.survey.windows[0].inputOnly = true;
+    owners.survey.windows[1].emptyInputShape = true;
+    owners.survey.windows[2].windowManagers = true;
+    owners.survey.windows[3].desktop = true;
+
+    auto const entries = windowEntries(owners.survey, owners.take(), {});
+
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].id, 5u);
+    EXPECT_EQ(entries[0].ownerPid, 20);
+}
+
+TEST(WindowEntries, haveTheirLayers)
+{
+    Owners owners;
+    for (std::uint32_t id = 1; id <= 6; ++id)
+        owners.survey.windows.push_back(window(id, id <= 2 ? ownPid : 20, "A"));
+    auto& windows = owners.survey.windows;
+    windows[0].overrideRedirect = true;
+    windows[1].dock = true;
+    windows[2].overrideRedirect = true;
+    windows[3].dock = true;
+    windows[4].above = true;
+
+    auto const entries = windowEntries(owners.survey, owners.take(), {});
+
+    std::vector<int> layers;
+    for (auto const& entry : entries)
+        layers.push_back(entry.layer);
+    EXPECT_THAT(layers, ElementsAre(0, 3, 3, 25, 8, 8)); // Front to back.
+}
+
+TEST(WindowEntries, haveBoundsInPointsWithoutShadows)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "A")};
+    owners.survey.windows[0].area = {700, 80, 240, 140};
+    owners.survey.windows[0].frameExtents = {20, 20, 10, 30};
+    DisplayLayout const layout{.origin = {600, 0}, .widthPixels = 1000, .heightPixels = 800, .scale = 2};
+
+    auto const entries = windowEntries(owners.survey, owners.take(), layout);
+
+    EXPECT_EQ(entries[0].bounds, (DesktopRect{60, 45, 100, 50}));
+}
+
+} // namespace
+} // namespace zelvo::test
