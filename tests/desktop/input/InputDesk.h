@@ -24,7 +24,12 @@ public:
     T await(Task<T> task);
     /// Types as the input driver does: told whole, then in pieces.
     void typeText(std::string text);
-    bool post(PostedEvent event) { return await(posting->post(std::move(event))); }
+    /// Makes an event once it keeps apart from earlier ones, as the gate does.
+    bool post(PostedEvent event)
+    {
+        await(posting->ready(event));
+        return await(posting->post(std::move(event)));
+    }
     void chord(std::uint16_t keyCode, ModifierFlags flags);
     void click(DesktopPoint point, int count = 1);
     /// Lets what was posted arrive, and ends the posting as a normal end of the program does.
