@@ -17,6 +17,9 @@ const report = () => fetch("/", {method: "POST", body: JSON.stringify({number: +
     selection: field.value.substring(field.selectionStart, field.selectionEnd), scroll: field.scrollTop,
     focus: document.hasFocus()})});
 field.oninput = report; field.onscroll = report; document.onselectionchange = report; window.onfocus = report;
+field.onkeydown = event => {   // A page's field would pass the focus on.
+    if (event.key === "Tab") { event.preventDefault(); field.setRangeText("\t", field.selectionStart,
+        field.selectionEnd, "end"); report(); }};
 field.focus(); report();
 </script>"""
 newest = 0
