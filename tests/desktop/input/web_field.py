@@ -9,18 +9,21 @@ import sys
 port_file, path = sys.argv[1], sys.argv[2]
 text = sys.argv[3] if len(sys.argv) > 3 else ""
 PAGE = """<!doctype html><meta charset=utf-8><title>Web field</title>
-<style>body{margin:0}textarea{width:680px;height:380px;font:16px monospace}</style><textarea id=t autofocus></textarea>
+<style>body{margin:0}textarea{width:680px;height:380px;font:16px monospace}</style><textarea id=t autofocus></textarea><p>Field</p>
 <script>
 const field = document.getElementById("t"); let number = 0;
 field.value = TEXT;
-const report = () => fetch("/", {method: "POST", body: JSON.stringify({number: ++number, value: field.value,
+let painted = false;   // Before its first picture a page is given no keys.
+const report = () => painted && fetch("/", {method: "POST", body: JSON.stringify({number: ++number, value: field.value,
     selection: field.value.substring(field.selectionStart, field.selectionEnd), scroll: field.scrollTop,
     focus: document.hasFocus()})});
 field.oninput = report; field.onscroll = report; document.onselectionchange = report; window.onfocus = report;
 field.onkeydown = event => {   // A page's field would pass the focus on.
     if (event.key === "Tab") { event.preventDefault(); field.setRangeText("\t", field.selectionStart,
         field.selectionEnd, "end"); report(); }};
-field.focus(); report();
+field.focus();
+new PerformanceObserver(() => setTimeout(() => { painted = true; report(); }, 300))
+    .observe({type: "paint", buffered: true});
 </script>"""
 newest = 0
 
