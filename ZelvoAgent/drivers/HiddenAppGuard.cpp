@@ -41,7 +41,8 @@ Task<> HiddenAppGuard::assertNamesAllowed(ApplicationNames names)
 ApplicationNames HiddenAppGuard::ownerOfWindow(DesktopPoint at, WindowList& windows)
 {
     for (WindowEntry const& window : windows.windows().value_or(std::vector<WindowEntry>{}))
-        if (window.bounds && window.bounds->contains(at) && window.ownerPid)
+        // A window of an unknown process still counts when its own words name an application.
+        if (window.bounds && window.bounds->contains(at) && (window.ownerPid || !window.owner.names.empty()))
             return window.owner;
     return {};
 }
