@@ -1,0 +1,128 @@
+#pragma once
+
+#include "base/Contexts.h"
+#include "platform/WebSocket.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace zelvo {
+
+/// Sets an environment variable for a test's length; nothing unsets it.
+class ScopedVariable {
+public:
+    ScopedVariable(std::string variable, std::optional<std::string> value) : name(std::move(variable))
+    {
+        if (char const* const before = std::getenv(name.c_str()))
+            saved = before;
+        assign(value);
+    }
+    ~ScopedVariable() { assign(saved); }
+    ScopedVariable(ScopedVariable const&) = delete;
+    ScopedVariable& operator=(ScopedVariable const&) = delete;
+
+private:
+    void assign(std::optional<std::string> const& value)
+    {
+        if (value)
+            ::setenv(name.c_str(), value->c_str(), 1);
+        else
+            ::unsetenv(name.c_str());
+    }
+
+    std::string name;
+    std::optional<std::string> saved;
+};
+
+/// Real sockets on the loopback interface, client and server on the test's thread. Waits end when what they
+/// wait for has happened; ten seconds without it fail the test.
+class NetTest : public testing::Test {
+protected:
+    static constexpr auto patience = std::chrono::seconds(20);
+
+    Contexts contexts() { return {io.get_executor(), io.get_executor(), io.get_executor()}; }
+
+    void until(std::function<bool()> const& happened)
+    {
+        auto const end = std::chrono::steady_clock::now() + patience;
+        io.restart();
+        while (!happened()) {
+            if (std::chrono::steady_clock::now() > end)
+                throw std::runtime_error("what the test waits for did not happen");
+            io.run_one_for(std::chrono::milliseconds(20));
+        }
+    }
+
+    /// Runs what is ready, and what becomes ready within the time.
+    void runFor(std::chrono::milliseconds time)
+    {
+        io.restart();
+        io.run_for(time);
+    }
+
+    template <class T>
+    T wait(Task<T> task)
+    {
+        std::exception_ptr failure;
+        bool done = false;
+        if constexpr (std::is_void_v<T>) {
+            asio::co_spawn(io, std::move(task), [&](std::exception_ptr error) {
+                failure = error;
+                done = true;
+            });
+            until([&] { return done; });
+            if (failure)
+                std::rethrow_exception(failure);
+        } else {
+            std::optional<T> result;
+            asio::co_spawn(io, std::move(task), [&](std::exception_ptr error, T value) {
+                failure = error;
+                result.emplace(std::move(value));
+                done = true;
+            });
+            until([&] { return done; });
+            if (failure)
+                std::rethrow_exception(failure);
+            return std::move(*result);
+        }
+    }
+
+    /// The failure that a task ends with; nothing when it succeeds.
+    template <class T>
+    std::optional<NetworkFailure> failureOfTask(Task<T> task)
+    {
+        try {
+            wait(std::move(task));
+        } catch (NetworkFailure const& failure) {
+            return failure;
+        }
+        return std::nullopt;
+    }
+
+    asio::io_context io;
+    asio::executor_work_guard<asio::io_context::executor_type> work{io.get_executor()};
+
+private:
+    // The tests talk to the loopback interface, whatever the machine's own settings are.
+    ScopedVariable noHttpProxy{"http_proxy", {}};
+    ScopedVariable noHttpsProxy{"https_proxy", {}};
+    ScopedVariable noUpperHttpsProxy{"HTTPS_PROXY", {}};
+    ScopedVariable noAllProxy{"all_proxy", {}};
+    ScopedVariable noUpperAllProxy{"ALL_PROXY", {}};
+    ScopedVariable noExemption{"no_proxy", {}};
+    ScopedVariable noUpperExemption{"NO_PROXY", {}};
+};
+
+} // namespace zelvo
