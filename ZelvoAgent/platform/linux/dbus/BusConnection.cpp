@@ -1,0 +1,333 @@
+#include "platform/linux/dbus/BusConnection.h"
+
+#include "base/Hop.h"
+#include "platform/linux/dbus/BusLink.h"
+
+#include <boost/asio/any_completion_handler.hpp>
+#include <boost/asio/associated_executor.hpp>
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include <list>
+#include <vector>
+
+namespace zelvo {
+
+namespace {
+
+constexpr Duration firstPause = 1s;
+constexpr Duration longestPause = 1h;
+constexpr Duration helloPatience = 30s;
+constexpr char const* noReply = "org.freedesktop.DBus.Error.NoReply";
+constexpr char const* disconnected = "org.freedesktop.DBus.Error.Disconnected";
+
+/// A call that waits for its answer.
+struct OpenCall {
+    using Resume = asio::any_completion_handler<void(std::exception_ptr)>;
+
+    OpenCall(Resume resume, BusConnection::MessageHandler onReply) : resume(std::move(resume)), onReply(std::move(onReply)) {}
+
+    void finish(std::exception_ptr failure)
+    {
+        if (std::exchange(isOver, true))
+            return;
+        deadline.cancel();
+        slot.reset();
+        onReply = {};
+        std::move(resume)(failure);
+    }
+
+    void fail(char const* name, std::string const& message) { finish(std::make_exception_ptr(BusFailure(name, message))); }
+
+    void answer(sd_bus_message* reply)
+    {
+        if (sd_bus_error const* const error = sd_bus_message_get_error(reply))
+            return fail(error->name, error->message ? error->message : "");
+        try {
+            if (onReply)
+                onReply(reply);
+            finish(nullptr);
+        } catch (...) {
+            finish(std::current_exception());
+        }
+    }
+
+    Resume resume;
+    BusConnection::MessageHandler onReply;
+    BusSlotPtr slot;
+    TaskHandle deadline;
+    bool isOver = false;
+};
+
+int takeReply(sd_bus_message* reply, void* data, sd_bus_error*)
+{
+    // What it holds may be let go of while it runs.
+    auto const call = *static_cast<std::weak_ptr<OpenCall>*>(data);
+    if (auto const kept = call.lock())
+        kept->answer(reply);
+    return 1;
+}
+
+BusMessagePtr messageOf(sd_bus* bus, BusCall const& call)
+{
+    sd_bus_message* message = nullptr;
+    if (sd_bus_message_new_method_call(bus, &message, call.destination.c_str(), call.path.c_str(), call.interface.c_str(),
+                                       call.member.c_str()) < 0)
+        return {};
+    BusMessagePtr made(message);
+    sd_bus_message_set_auto_start(message, call.mayStart);
+    if (call.arguments)
+        call.arguments(message);
+    return made;
+}
+
+} // namespace
+
+/// All of it on the agent's thread.
+class BusConnection::Bus : public std::enable_shared_from_this<Bus> {
+public:
+    Bus(Executor agent, Clock& clock, Open opener) : agent(std::move(agent)), clock(clock), opener(std::move(opener)) {}
+
+    Executor const agent;
+
+    void start()
+    {
+        if (isStopped || link)
+            return;
+        auto opened = opener();
+        if (!opened)
+            return retryLater();
+        retry.cancel();
+        isRetrying = false;
+        link = std::make_shared<BusLink>(
+            agent, std::move(opened),
+            BusLink::Events{.onReady = [this] { becomeReady(); }, .onLost = [this] { lose(); }});
+        hello = after(helloPatience, [](Bus& self) {
+            if (self.link && !self.link->isReady())
+                self.lose();
+        });
+        auto const kept = link;
+        kept->start();
+    }
+
+    void stop()
+    {
+        isStopped = true;
+        retry.cancel();
+        close();
+        signals.clear();
+        observers.clear();
+    }
+
+    void send(BusCall const& call, std::shared_ptr<OpenCall> open)
+    {
+        start();
+        BusMessagePtr const message = link ? messageOf(link->raw(), call) : BusMessagePtr();
+        if (!message)
+            return open->fail(disconnected, "there is no bus");
+        sd_bus_slot* slot = nullptr;
+        auto* const data = new std::weak_ptr<OpenCall>(open);
+        if (sd_bus_call_async(link->raw(), &slot, message.get(), takeReply, data, UINT64_MAX) < 0) {
+            delete data;
+            return open->fail(disconnected, "the call cannot be sent");
+        }
+        sd_bus_slot_set_destroy_callback(slot, [](void* raw) { delete static_cast<std::weak_ptr<OpenCall>*>(raw); });
+        open->slot.reset(slot);
+        open->deadline = after(call.patience, [weak = std::weak_ptr(open)](Bus&) {
+            if (auto const late = weak.lock())
+                late->fail(noReply, "no answer in time");
+        });
+        std::erase_if(calls, [](auto const& one) { return one->isOver; });
+        calls.push_back(std::move(open));
+        link->flush();
+    }
+
+    void ask(BusCall const& call, MessageHandler onReply, std::function<void()> onFailure)
+    {
+        auto resume = [onFailure = std::move(onFailure)](std::exception_ptr failure) {
+            if (failure && onFailure)
+                onFailure();
+        };
+        send(call, std::make_shared<OpenCall>(std::move(resume), std::move(onReply)));
+    }
+
+    void watchSignal(std::string rule, MessageHandler onSignal)
+    {
+        signals.push_back({std::move(rule), std::move(onSignal), {}});
+        if (link && link->isReady())
+            match(signals.back());
+    }
+
+    void watchConnection(std::function<void(sd_bus*)> onChange)
+    {
+        observers.push_back(std::move(onChange));
+        if (link && link->isReady())
+            observers.back()(link->raw());
+    }
+
+private:
+    struct Signal {
+        std::string rule;
+        MessageHandler onSignal;
+        BusSlotPtr slot;
+    };
+
+    TaskHandle after(Duration time, std::function<void(Bus&)> act)
+    {
+        return spawn(agent, [time, act = std::move(act), weak = weak_from_this(), &passing = clock]() -> Task<> {
+            co_await passing.sleep(time);
+            if (auto const self = weak.lock())
+                act(*self);
+        });
+    }
+
+    void retryLater()
+    {
+        if (std::exchange(isRetrying, true))
+            return;
+        retry = after(pause, [](Bus& self) {
+            self.isRetrying = false;
+            self.start();
+        });
+        pause = std::min(pause * 2, longestPause);
+    }
+
+    void becomeReady()
+    {
+        pause = firstPause;
+        hello.cancel();
+        for (Signal& signal : signals)
+            match(signal);
+        for (std::size_t at = 0; at < observers.size() && link; ++at)
+            observers[at](link->raw());
+        if (link)
+            link->flush();
+    }
+
+    void match(Signal& signal)
+    {
+        sd_bus_slot* slot = nullptr;
+        auto const take = [](sd_bus_message* message, void* data, sd_bus_error*) {
+            auto const onSignal = static_cast<Signal*>(data)->onSignal; // It may end the watch that it belongs to.
+            onSignal(message);
+            return 0;
+        };
+        if (sd_bus_add_match_async(link->raw(), &slot, signal.rule.c_str(), take, nullptr, &signal) >= 0)
+            signal.slot.reset(slot);
+        link->flush();
+    }
+
+    void lose()
+    {
+        if (isStopped)
+            return;
+        bool const wasReady = link && link->isReady();
+        close();
+        if (wasReady)
+            for (std::size_t at = 0; at < observers.size(); ++at)
+                observers[at](nullptr);
+        retryLater();
+    }
+
+    void close()
+    {
+        hello.cancel();
+        for (Signal& signal : signals)
+            signal.slot.reset();
+        auto const unanswered = std::exchange(calls, {});
+        for (auto const& call : unanswered)
+            call->fail(disconnected, "the bus is gone");
+        if (auto const kept = std::exchange(link, nullptr))
+            kept->stop();
+    }
+
+    Clock& clock;
+    Open const opener;
+    std::shared_ptr<BusLink> link;
+    std::list<Signal> signals; // A match points into it.
+    std::vector<std::function<void(sd_bus*)>> observers;
+    std::vector<std::shared_ptr<OpenCall>> calls; // Some of them over: they go with the next call.
+    TaskHandle retry;
+    TaskHandle hello;
+    Duration pause = firstPause;
+    bool isRetrying = false;
+    bool isStopped = false;
+};
+
+BusConnection::BusConnection(Executor agent, Clock& clock, Open open)
+    : bus(std::make_shared<Bus>(std::move(agent), clock, std::move(open)))
+{
+}
+
+BusConnection::~BusConnection()
+{
+    asio::dispatch(bus->agent, [kept = bus] { kept->stop(); });
+}
+
+void BusConnection::start()
+{
+    asio::dispatch(bus->agent, [kept = bus] { kept->start(); });
+}
+
+Task<> BusConnection::call(BusCall call, MessageHandler onReply)
+{
+    auto begin = [kept = bus, &call, &onReply](auto handler) {
+        auto const home = asio::get_associated_executor(handler);
+        auto resume = [home, handler = std::move(handler)](std::exception_ptr failure) mutable {
+            asio::post(home, [failure, handler = std::move(handler)]() mutable { std::move(handler)(failure); });
+        };
+        auto open = std::make_shared<OpenCall>(std::move(resume), std::move(onReply));
+        asio::dispatch(kept->agent, [kept, open, call = std::move(call)] { kept->send(call, open); });
+    };
+    co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(begin, asio::use_awaitable);
+}
+
+void BusConnection::ask(BusCall call, MessageHandler onReply, std::function<void()> onFailure)
+{
+    auto begin = [kept = bus, call = std::move(call), onReply = std::move(onReply), onFailure = std::move(onFailure)] {
+        kept->ask(call, onReply, onFailure);
+    };
+    asio::dispatch(bus->agent, std::move(begin));
+}
+
+void BusConnection::watchSignal(std::string rule, MessageHandler onSignal)
+{
+    asio::dispatch(bus->agent, [kept = bus, rule = std::move(rule), onSignal = std::move(onSignal)]() mutable {
+        kept->watchSignal(std::move(rule), std::move(onSignal));
+    });
+}
+
+void BusConnection::watchConnection(std::function<void(sd_bus*)> onChange)
+{
+    asio::dispatch(bus->agent, [kept = bus, onChange = std::move(onChange)]() mutable {
+        kept->watchConnection(std::move(onChange));
+    });
+}
+
+void BusConnection::watchName(std::string name, std::function<void(std::string const& owner)> onOwner)
+{
+    auto const tell = std::make_shared<std::function<void(std::string const&)>>(std::move(onOwner));
+    watchSignal("type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+                "member='NameOwnerChanged',arg0='" +
+                    name + "'",
+                [tell](sd_bus_message* message) {
+                    readText(message);
+                    readText(message);
+                    (*tell)(readText(message).value_or(""));
+                });
+    watchConnection([weak = std::weak_ptr(bus), tell, name](sd_bus* raw) {
+        auto const kept = weak.lock();
+        if (!raw || !kept)
+            return (*tell)("");
+        BusCall call{.destination = "org.freedesktop.DBus",
+                     .path = "/org/freedesktop/DBus",
+                     .interface = "org.freedesktop.DBus",
+                     .member = "GetNameOwner",
+                     .arguments = [name](sd_bus_message* message) { sd_bus_message_append(message, "s", name.c_str()); }};
+        auto onReply = [tell](sd_bus_message* reply) { (*tell)(readText(reply).value_or("")); };
+        kept->ask(call, std::move(onReply), [tell] { (*tell)(""); });
+    });
+}
+
+} // namespace zelvo

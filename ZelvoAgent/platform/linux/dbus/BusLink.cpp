@@ -1,0 +1,111 @@
+#include "platform/linux/dbus/BusLink.h"
+
+#include <boost/asio/post.hpp>
+
+#include <fcntl.h>
+#include <poll.h>
+
+namespace zelvo {
+
+namespace {
+
+constexpr int messagesATurn = 64; // Then others of the thread get their turn.
+
+} // namespace
+
+BusLink::BusLink(Executor agent, BusPtr bus, Events events)
+    : agent(agent), bus(std::move(bus)), descriptor(agent), events(std::move(events))
+{
+}
+
+void BusLink::start()
+{
+    // A descriptor of our own for the same socket: sd-bus closes the other one itself.
+    int const socket = ::fcntl(sd_bus_get_fd(bus.get()), F_DUPFD_CLOEXEC, 0);
+    if (socket < 0)
+        return lose();
+    descriptor.assign(socket);
+    noteReadiness();
+    pump();
+}
+
+void BusLink::stop()
+{
+    boost::system::error_code ignored;
+    descriptor.close(ignored);
+    bus.reset();
+    events = {};
+}
+
+void BusLink::flush()
+{
+    // Not at once: a loss that shows then must not happen below the one who sends.
+    asio::post(agent, [weak = weak_from_this()] {
+        auto const self = weak.lock();
+        if (self && self->bus)
+            self->pump();
+    });
+}
+
+void BusLink::pump()
+{
+    auto const kept = shared_from_this(); // A handler may end the link.
+    int handled = 1;
+    for (int turn = 0; turn < messagesATurn && handled > 0 && bus; ++turn) {
+        std::unique_ptr<sd_bus, ReleaseBus<sd_bus_unref>> const inUse(sd_bus_ref(bus.get()));
+        handled = sd_bus_process(inUse.get(), nullptr);
+        noteReadiness();
+    }
+    if (!bus)
+        return;
+    if (handled < 0 || sd_bus_is_open(bus.get()) <= 0)
+        return lose();
+    if (handled > 0)
+        asio::post(agent, [kept] { kept->bus ? kept->pump() : void(); });
+    else
+        arm();
+}
+
+void BusLink::noteReadiness()
+{
+    if (ready || !bus || sd_bus_is_ready(bus.get()) <= 0)
+        return;
+    ready = true;
+    if (events.onReady)
+        events.onReady();
+}
+
+void BusLink::arm()
+{
+    int const wanted = sd_bus_get_events(bus.get());
+    if (wanted < 0)
+        return lose();
+    if ((wanted & POLLIN) != 0)
+        await(Wait::wait_read, awaitsRead);
+    if ((wanted & POLLOUT) != 0)
+        await(Wait::wait_write, awaitsWrite);
+}
+
+void BusLink::await(Wait type, bool& isAwaited)
+{
+    if (std::exchange(isAwaited, true))
+        return;
+    descriptor.async_wait(type, [weak = weak_from_this(), &isAwaited](boost::system::error_code error) {
+        auto const self = weak.lock();
+        if (!self)
+            return;
+        isAwaited = false;
+        if (!error && self->bus)
+            self->pump();
+    });
+}
+
+void BusLink::lose()
+{
+    auto const onLost = events.onLost;
+    stop();
+    if (onLost)
+        onLost();
+}
+
+} // namespace zelvo

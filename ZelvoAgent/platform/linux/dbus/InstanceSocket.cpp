@@ -1,0 +1,236 @@
+#include "platform/linux/dbus/InstanceSocket.h"
+
+#include "platform/linux/system/Files.h"
+#include "wire/Json.h"
+
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cstring>
+#include <optional>
+#include <thread>
+
+namespace zelvo {
+
+namespace {
+
+using Protocol = asio::local::stream_protocol;
+
+constexpr char const* lockName = "dev.zelvo.agent.lock";
+constexpr char const* socketName = "dev.zelvo.agent.socket";
+
+/// The socket's address by way of an open folder: the path of a socket must be short, that of a folder need not.
+class SocketPlace {
+public:
+    explicit SocketPlace(std::filesystem::path const& folder)
+        : opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))
+    {
+        address.sun_family = AF_UNIX;
+        std::string const path = "/proc/self/fd/" + std::to_string(opened.get()) + "/" + socketName;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+    }
+
+    sockaddr const* data() const { return reinterpret_cast<sockaddr const*>(&address); }
+    static socklen_t size() { return sizeof(sockaddr_un); }
+
+private:
+    UniqueFd opened;
+    sockaddr_un address{};
+};
+
+UniqueFd newSocket()
+{
+    return UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+}
+
+/// A socket that answers only this user; none when it can't be made.
+UniqueFd listenIn(std::filesystem::path const& folder)
+{
+    ::unlink((folder / socketName).c_str()); // One that a dead process left; the lock says that it is nobody's.
+    UniqueFd socket = newSocket();
+    SocketPlace const place(folder);
+    if (!socket || ::bind(socket.get(), place.data(), SocketPlace::size()) != 0 ||
+        ::chmod((folder / socketName).c_str(), 0600) != 0 || ::listen(socket.get(), 8) != 0)
+        return {};
+    return socket;
+}
+
+bool isSameUser(int socket)
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::geteuid();
+}
+
+std::optional<std::vector<std::string>> urlsIn(std::string_view message)
+{
+    auto const value = parseJson(message);
+    if (!value || !value->is_array())
+        return std::nullopt;
+    std::vector<std::string> urls;
+    for (json::value const& element : value->get_array()) {
+        if (!element.is_string())
+            return std::nullopt;
+        urls.emplace_back(element.get_string());
+    }
+    return urls;
+}
+
+class Deadline {
+public:
+    explicit Deadline(Duration patience) : end(std::chrono::steady_clock::now() + patience) {}
+    bool isOver() const { return remainingMs() <= 0; }
+    int remainingMs() const
+    {
+        return static_cast<int>(
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count());
+    }
+    bool waitFor(int socket, short events) const
+    {
+        pollfd wanted{.fd = socket, .events = events, .revents = 0};
+        return !isOver() && ::poll(&wanted, 1, remainingMs()) > 0;
+    }
+
+private:
+    std::chrono::steady_clock::time_point end;
+};
+
+bool sendAll(int socket, std::string_view text, Deadline const& deadline)
+{
+    while (!text.empty()) {
+        ssize_t const count = ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
+        if (count < 0 && errno == EAGAIN && deadline.waitFor(socket, POLLOUT))
+            continue;
+        if (count < 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return ::shutdown(socket, SHUT_WR) == 0;
+}
+
+/// True when the other side said that it has the whole message.
+bool isTaken(int socket, Deadline const& deadline)
+{
+    char answer = 0;
+    return deadline.waitFor(socket, POLLIN) && ::recv(socket, &answer, 1, 0) == 1;
+}
+
+} // namespace
+
+class InstanceSocket::Server : public std::enable_shared_from_this<Server> {
+public:
+    Server(Executor agent, Clock& clock, UniqueFd socket, std::function<void(std::vector<std::string>)> onUrls)
+        : agent(agent), clock(clock), acceptor(agent), onUrls(std::move(onUrls))
+    {
+        acceptor.assign(Protocol(), socket.release());
+    }
+
+    Executor const agent;
+
+    void start()
+    {
+        spawn(agent, [self = shared_from_this()]() -> Task<> { co_await self->acceptAll(); });
+    }
+
+    void stop()
+    {
+        boost::system::error_code ignored;
+        acceptor.close(ignored);
+    }
+
+private:
+    /// One visitor after the other: each is gone after `patience` at the latest.
+    Task<> acceptAll()
+    {
+        while (acceptor.is_open()) {
+            auto const visitor = std::make_shared<Protocol::socket>(agent);
+            boost::system::error_code error;
+            auto token = asio::redirect_error(asio::use_awaitable, error);
+            co_await acceptor.async_accept(*visitor, token);
+            if (error == asio::error::operation_aborted)
+                co_return;
+            if (error)
+                co_await clock.sleep(1s);
+            else if (isSameUser(visitor->native_handle()))
+                co_await receive(visitor);
+        }
+    }
+
+    Task<> receive(std::shared_ptr<Protocol::socket> visitor)
+    {
+        TaskHandle impatience = spawn(agent, [&time = clock, visitor]() -> Task<> {
+            co_await time.sleep(patience);
+            visitor->close();
+        });
+        std::string message(longestMessage + 1, '\0');
+        boost::system::error_code error;
+        auto token = asio::redirect_error(asio::use_awaitable, error);
+        std::size_t const size = co_await asio::async_read(*visitor, asio::buffer(message), token);
+        impatience.cancel();
+        auto const urls = error == asio::error::eof ? urlsIn(std::string_view(message).substr(0, size)) : std::nullopt;
+        if (!urls)
+            co_return;
+        char const taken = '!';
+        ::send(visitor->native_handle(), &taken, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+        onUrls(*urls);
+    }
+
+    Clock& clock;
+    Protocol::acceptor acceptor;
+    std::function<void(std::vector<std::string>)> onUrls;
+};
+
+InstanceSocket::~InstanceSocket()
+{
+    if (!server)
+        return;
+    ::unlink((folder / socketName).c_str());
+    asio::dispatch(server->agent, [kept = server] { kept->stop(); });
+}
+
+bool InstanceSocket::lock()
+{
+    files::makePrivateFolder(folder);
+    UniqueFd file(::open((folder / lockName).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file)
+        return true;
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+        return errno != EWOULDBLOCK;
+    lockFile = std::move(file);
+    return true;
+}
+
+bool InstanceSocket::handOver(std::vector<std::string> const& urls) const
+{
+    std::string const message = writeJson(json::array(urls.begin(), urls.end()));
+    Deadline const deadline(patience);
+    while (!deadline.isOver()) {
+        UniqueFd const socket = newSocket();
+        SocketPlace const place(folder);
+        if (socket && ::connect(socket.get(), place.data(), SocketPlace::size()) == 0)
+            return sendAll(socket.get(), message, deadline) && isTaken(socket.get(), deadline);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // It has the lock and is about to listen.
+    }
+    return false;
+}
+
+void InstanceSocket::serve(Executor agent, Clock& clock, std::function<void(std::vector<std::string>)> onUrls)
+{
+    UniqueFd socket = lockFile ? listenIn(folder) : UniqueFd();
+    if (!socket)
+        return;
+    server = std::make_shared<Server>(agent, clock, std::move(socket), std::move(onUrls));
+    asio::dispatch(agent, [kept = server] { kept->start(); });
+}
+
+} // namespace zelvo

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "platform/SessionEvents.h"
+#include "platform/linux/dbus/BusConnection.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace zelvo {
+
+/// The logind session of our display, and the screen savers. Without such a session a reachable display is one on the
+/// console. Kept by signals; what is not known yet counts as not so.
+class LinuxSessionEvents final : public SessionEvents {
+public:
+    /// display           the text of DISPLAY; may be empty
+    /// displayReachable  cheap, and safe on any thread
+    /// The two buses must outlive it.
+    LinuxSessionEvents(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& session,
+                       std::string const& display, std::function<bool()> displayReachable);
+    ~LinuxSessionEvents() override;
+
+    Availability current() const override;
+    void observe(std::function<void(SessionEvent)> observer) override;
+
+private:
+    struct State;
+    std::shared_ptr<State> state;
+    std::shared_ptr<void> sources; // LoginSession and ScreenSavers; they are let go of on the agent executor.
+    Executor agent;
+};
+
+} // namespace zelvo

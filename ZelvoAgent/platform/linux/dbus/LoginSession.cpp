@@ -1,0 +1,182 @@
+#include "platform/linux/dbus/LoginSession.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace zelvo {
+
+namespace {
+
+constexpr char const* service = "org.freedesktop.login1";
+constexpr char const* managerPath = "/org/freedesktop/login1";
+constexpr char const* manager = "org.freedesktop.login1.Manager";
+constexpr char const* session = "org.freedesktop.login1.Session";
+constexpr Duration searchPause = 5s;
+constexpr int failuresForgiven = 4;
+
+} // namespace
+
+LoginSession::LoginSession(Executor agent, Clock& clock, BusConnection& system, std::string display, Events events)
+    : agent(std::move(agent)), clock(clock), system(system), display(std::move(display)), events(std::move(events))
+{
+}
+
+void LoginSession::start()
+{
+    std::string const fromManager = std::string("interface='") + manager + "',path='" + managerPath + "',member=";
+    auto const findAnew = [](LoginSession& self, sd_bus_message*) { self.find(); };
+    auto const watch = [this](std::string const& match, std::function<void(LoginSession&, sd_bus_message*)> onSignal) {
+        system.watchSignal(std::string("type='signal',sender='") + service + "'," + match,
+                           [weak = weak_from_this(), onSignal = std::move(onSignal)](sd_bus_message* message) {
+                               if (auto const self = weak.lock())
+                                   onSignal(*self, message);
+                           });
+    };
+    watch(fromManager + "'SessionNew'", findAnew);
+    watch(fromManager + "'SessionRemoved'", findAnew);
+    watch(fromManager + "'PrepareForSleep'", [](LoginSession& self, sd_bus_message* message) {
+        if (auto const goesToSleep = readTruth(message))
+            self.events.onSleep(*goesToSleep);
+    });
+    watch("interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
+          "path_namespace='/org/freedesktop/login1/session'",
+          [](LoginSession& self, sd_bus_message* message) { self.propertiesChanged(message); });
+    system.watchName(service, [weak = weak_from_this()](std::string const& owner) {
+        if (auto const self = weak.lock())
+            self->ownerChanged(owner);
+    });
+}
+
+void LoginSession::ownerChanged(std::string const& owner)
+{
+    grace.cancel();
+    if (!owner.empty())
+        return find();
+    path.clear();
+    if (!facts)
+        return;
+    grace = spawn(agent, [weak = weak_from_this(), &time = clock]() -> Task<> {
+        co_await time.sleep(restartPatience);
+        if (auto const self = weak.lock())
+            self->tell(std::nullopt);
+    });
+}
+
+void LoginSession::find()
+{
+    isStale = true;
+    if (std::exchange(isSearching, true))
+        return;
+    spawn(agent, [self = shared_from_this()]() -> Task<> {
+        for (int failures = 0; self->isStale && failures < failuresForgiven;) {
+            self->isStale = false;
+            bool const isFound = co_await self->findOnce();
+            if (isFound)
+                continue; // And looks again when something changed meanwhile.
+            self->isStale = true;
+            ++failures;
+            co_await self->clock.sleep(searchPause);
+        }
+        self->isSearching = false;
+    });
+}
+
+/// False when logind did not answer.
+Task<bool> LoginSession::findOnce()
+{
+    try {
+        auto const candidates = co_await sessions();
+        if (!isStale)
+            choose(candidates);
+        co_return true;
+    } catch (BusFailure const&) {
+        co_return false;
+    }
+}
+
+Task<std::vector<LoginSession::Candidate>> LoginSession::sessions()
+{
+    std::vector<Candidate> candidates;
+    BusCall list{.destination = service, .path = managerPath, .interface = manager, .member = "ListSessions"};
+    list.mayStart = false;
+    auto readList = [&candidates](sd_bus_message* reply) {
+        if (sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "(susso)") <= 0)
+            return;
+        char const* id = nullptr;
+        char const* user = nullptr;
+        char const* seat = nullptr;
+        char const* path = nullptr;
+        std::uint32_t uid = 0;
+        while (sd_bus_message_read(reply, "(susso)", &id, &uid, &user, &seat, &path) > 0)
+            candidates.push_back({.path = path, .user = uid, .properties = {}});
+    };
+    co_await system.call(std::move(list), readList);
+    for (Candidate& candidate : candidates) {
+        BusCall all{.destination = service,
+                    .path = candidate.path,
+                    .interface = "org.freedesktop.DBus.Properties",
+                    .member = "GetAll",
+                    .arguments = [](sd_bus_message* message) { sd_bus_message_append(message, "s", session); }};
+        all.mayStart = false;
+        auto readAll = [&candidate](sd_bus_message* reply) { candidate.properties = readDictionary(reply); };
+        try {
+            co_await system.call(std::move(all), readAll);
+        } catch (BusFailure const&) {
+            continue; // It ended meanwhile.
+        }
+    }
+    co_return candidates;
+}
+
+/// Our display's session: one that is not ending before one that is, ours before another user's. Below 0: not of our display.
+int LoginSession::rankOf(Candidate const& candidate) const
+{
+    auto const theirs = entryOf<std::string>(candidate.properties, "Display");
+    if (display.empty() || !theirs || displayOf(*theirs) != display)
+        return -1;
+    bool const isEnding = entryOf<std::string>(candidate.properties, "State") == "closing";
+    return (isEnding ? 0 : 2) + (candidate.user == ::geteuid() ? 1 : 0);
+}
+
+void LoginSession::choose(std::vector<Candidate> const& candidates)
+{
+    auto const best = std::max_element(candidates.begin(), candidates.end(), [this](auto const& left, auto const& right) {
+        return rankOf(left) < rankOf(right);
+    });
+    if (best == candidates.end() || rankOf(*best) < 0) {
+        path.clear();
+        return tell(std::nullopt);
+    }
+    path = best->path;
+    tell(LoginFacts{.isActive = entryOf<bool>(best->properties, "Active").value_or(true),
+                    .isLocked = entryOf<bool>(best->properties, "LockedHint").value_or(false)});
+}
+
+void LoginSession::propertiesChanged(sd_bus_message* message)
+{
+    char const* const sender = sd_bus_message_get_path(message);
+    if (isSearching) {
+        isStale = true; // What was read may be older than this.
+        return;
+    }
+    if (path.empty() || !sender || path != sender || readText(message) != session)
+        return;
+    BusDictionary const changed = readDictionary(message);
+    auto const dropped = readTexts(message);
+    auto const isDropped = [&](char const* name) { return std::find(dropped.begin(), dropped.end(), name) != dropped.end(); };
+    if (!facts || isDropped("Active") || isDropped("LockedHint"))
+        return find();
+    tell(LoginFacts{.isActive = entryOf<bool>(changed, "Active").value_or(facts->isActive),
+                    .isLocked = entryOf<bool>(changed, "LockedHint").value_or(facts->isLocked)});
+}
+
+void LoginSession::tell(std::optional<LoginFacts> next)
+{
+    if (facts == next)
+        return;
+    facts = next;
+    events.onFacts(next);
+}
+
+} // namespace zelvo

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "platform/linux/dbus/BusConnection.h"
+#include "platform/linux/dbus/SessionFacts.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// Follows the logind session of one display. A logind that restarts is forgiven for some seconds, so that a locked screen
+/// does not look open meanwhile.
+/// Thread: agent.
+class LoginSession : public std::enable_shared_from_this<LoginSession> {
+public:
+    static constexpr Duration restartPatience = 10s;
+
+    struct Events {
+        std::function<void(std::optional<LoginFacts>)> onFacts;
+        std::function<void(bool goesToSleep)> onSleep;
+    };
+
+    /// display  as displayOf() gives it
+    LoginSession(Executor agent, Clock& clock, BusConnection& system, std::string display, Events events);
+    void start();
+
+private:
+    struct Candidate {
+        std::string path;
+        std::uint32_t user = 0;
+        BusDictionary properties;
+    };
+
+    void ownerChanged(std::string const& owner);
+    void find();
+    Task<bool> findOnce();
+    Task<std::vector<Candidate>> sessions();
+    void choose(std::vector<Candidate> const& candidates);
+    int rankOf(Candidate const& candidate) const;
+    void propertiesChanged(sd_bus_message* message);
+    void tell(std::optional<LoginFacts> next);
+
+    Executor agent;
+    Clock& clock;
+    BusConnection& system;
+    std::string const display;
+    Events events;
+    std::string path; ///< of the session; empty without one
+    std::optional<LoginFacts> facts;
+    TaskHandle grace;
+    bool isSearching = false;
+    bool isStale = false; ///< something changed during the search
+};
+
+} // namespace zelvo
