@@ -26,7 +26,10 @@ constexpr char const* disconnected = "org.freedesktop.DBus.Error.Disconnected";
 struct OpenCall {
     using Resume = asio::any_completion_handler<void(std::exception_ptr)>;
 
-    OpenCall(Resume resume, BusConnection::MessageHandler onReply) : resume(std::move(resume)), onReply(std::move(onReply)) {}
+    OpenCall(Resume resume, BusConnection::MessageHandler onReply)
+        : resume(std::move(resume)), onReply(std::move(onReply))
+    {
+    }
 
     void finish(std::exception_ptr failure)
     {
@@ -38,7 +41,10 @@ struct OpenCall {
         std::move(resume)(failure);
     }
 
-    void fail(char const* name, std::string const& message) { finish(std::make_exception_ptr(BusFailure(name, message))); }
+    void fail(char const* name, std::string const& message)
+    {
+        finish(std::make_exception_ptr(BusFailure(name, message)));
+    }
 
     void answer(sd_bus_message* reply)
     {
@@ -72,8 +78,8 @@ int takeReply(sd_bus_message* reply, void* data, sd_bus_error*)
 BusMessagePtr messageOf(sd_bus* bus, BusCall const& call)
 {
     sd_bus_message* message = nullptr;
-    if (sd_bus_message_new_method_call(bus, &message, call.destination.c_str(), call.path.c_str(), call.interface.c_str(),
-                                       call.member.c_str()) < 0)
+    if (sd_bus_message_new_method_call(bus, &message, call.destination.c_str(), call.path.c_str(),
+                                       call.interface.c_str(), call.member.c_str()) < 0)
         return {};
     BusMessagePtr made(message);
     sd_bus_message_set_auto_start(message, call.mayStart);
@@ -87,7 +93,10 @@ BusMessagePtr messageOf(sd_bus* bus, BusCall const& call)
 /// All of it on the agent's thread.
 class BusConnection::Bus : public std::enable_shared_from_this<Bus> {
 public:
-    Bus(Executor agent, Clock& clock, Open opener) : agent(std::move(agent)), clock(clock), opener(std::move(opener)) {}
+    Bus(Executor agent, Clock& clock, Open opener)
+        : agent(std::move(agent)), clock(clock), opener(std::move(opener))
+    {
+    }
 
     Executor const agent;
 
@@ -132,7 +141,8 @@ public:
             delete data;
             return open->fail(disconnected, "the call cannot be sent");
         }
-        sd_bus_slot_set_destroy_callback(slot, [](void* raw) { delete static_cast<std::weak_ptr<OpenCall>*>(raw); });
+        sd_bus_slot_set_destroy_callback(
+            slot, [](void* raw) { delete static_cast<std::weak_ptr<OpenCall>*>(raw); });
         open->slot.reset(slot);
         open->deadline = after(call.patience, [weak = std::weak_ptr(open)](Bus&) {
             if (auto const late = weak.lock())
@@ -175,11 +185,12 @@ private:
 
     TaskHandle after(Duration time, std::function<void(Bus&)> act)
     {
-        return spawn(agent, [time, act = std::move(act), weak = weak_from_this(), &passing = clock]() -> Task<> {
-            co_await passing.sleep(time);
-            if (auto const self = weak.lock())
-                act(*self);
-        });
+        return spawn(agent,
+                     [time, act = std::move(act), weak = weak_from_this(), &passing = clock]() -> Task<> {
+                         co_await passing.sleep(time);
+                         if (auto const self = weak.lock())
+                             act(*self);
+                     });
     }
 
     void retryLater()
@@ -209,7 +220,8 @@ private:
     {
         sd_bus_slot* slot = nullptr;
         auto const take = [](sd_bus_message* message, void* data, sd_bus_error*) {
-            auto const onSignal = static_cast<Signal*>(data)->onSignal; // It may end the watch that it belongs to.
+            auto const onSignal =
+                static_cast<Signal*>(data)->onSignal; // It may end the watch that it belongs to.
             onSignal(message);
             return 0;
         };
@@ -275,27 +287,29 @@ Task<> BusConnection::call(BusCall call, MessageHandler onReply)
     auto begin = [kept = bus, &call, &onReply](auto handler) {
         auto const home = asio::get_associated_executor(handler);
         auto resume = [home, handler = std::move(handler)](std::exception_ptr failure) mutable {
-            asio::post(home, [failure, handler = std::move(handler)]() mutable { std::move(handler)(failure); });
+            asio::post(home,
+                       [failure, handler = std::move(handler)]() mutable { std::move(handler)(failure); });
         };
         auto open = std::make_shared<OpenCall>(std::move(resume), std::move(onReply));
         asio::dispatch(kept->agent, [kept, open, call = std::move(call)] { kept->send(call, open); });
     };
-    co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(begin, asio::use_awaitable);
+    co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(
+        begin, asio::use_awaitable);
 }
 
 void BusConnection::ask(BusCall call, MessageHandler onReply, std::function<void()> onFailure)
 {
-    auto begin = [kept = bus, call = std::move(call), onReply = std::move(onReply), onFailure = std::move(onFailure)] {
-        kept->ask(call, onReply, onFailure);
-    };
+    auto begin = [kept = bus, call = std::move(call), onReply = std::move(onReply),
+                  onFailure = std::move(onFailure)] { kept->ask(call, onReply, onFailure); };
     asio::dispatch(bus->agent, std::move(begin));
 }
 
 void BusConnection::watchSignal(std::string rule, MessageHandler onSignal)
 {
-    asio::dispatch(bus->agent, [kept = bus, rule = std::move(rule), onSignal = std::move(onSignal)]() mutable {
-        kept->watchSignal(std::move(rule), std::move(onSignal));
-    });
+    asio::dispatch(bus->agent,
+                   [kept = bus, rule = std::move(rule), onSignal = std::move(onSignal)]() mutable {
+                       kept->watchSignal(std::move(rule), std::move(onSignal));
+                   });
 }
 
 void BusConnection::watchConnection(std::function<void(sd_bus*)> onChange)
@@ -324,7 +338,9 @@ void BusConnection::watchName(std::string name, std::function<void(std::string c
                      .path = "/org/freedesktop/DBus",
                      .interface = "org.freedesktop.DBus",
                      .member = "GetNameOwner",
-                     .arguments = [name](sd_bus_message* message) { sd_bus_message_append(message, "s", name.c_str()); }};
+                     .arguments = [name](sd_bus_message* message) {
+                         sd_bus_message_append(message, "s", name.c_str());
+                     }};
         auto onReply = [tell](sd_bus_message* reply) { (*tell)(readText(reply).value_or("")); };
         kept->ask(call, std::move(onReply), [tell] { (*tell)(""); });
     });

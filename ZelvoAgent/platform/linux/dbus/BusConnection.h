@@ -24,12 +24,15 @@ struct BusCall {
 
 /// A call that was answered by an error, or by nobody in time. `name` is the D-Bus name of the error.
 struct BusFailure : std::runtime_error {
-    BusFailure(std::string name, std::string const& message) : std::runtime_error(name + ": " + message), name(std::move(name)) {}
+    BusFailure(std::string name, std::string const& message)
+        : std::runtime_error(name + ": " + message), name(std::move(name))
+    {
+    }
     std::string name;
 };
 
-/// A message bus, whether it is there or not: watches are kept and set up again with each connection. A bus that is missing or
-/// was lost is tried again after 1 s, 2 s, 4 s and so on up to an hour, and at each call.
+/// A message bus, whether it is there or not: watches are kept and set up again with each connection. A bus
+/// that is missing or was lost is tried again after 1 s, 2 s, 4 s and so on up to an hour, and at each call.
 /// Thread: any. All that is called back runs on the agent executor, in the order of the bus's messages.
 class BusConnection {
 public:
@@ -45,8 +48,9 @@ public:
     /// Connects, without waiting.
     void start();
 
-    /// Calls a method. `onReply` reads the answer, on the agent executor and before any later message is looked at.
-    /// Throws BusFailure, at the latest when the call's patience is over. Resumes the caller on its own executor.
+    /// Calls a method. `onReply` reads the answer, on the agent executor and before any later message is
+    /// looked at. Throws BusFailure, at the latest when the call's patience is over. Resumes the caller on
+    /// its own executor.
     Task<> call(BusCall call, MessageHandler onReply = {});
 
     /// The same for one who waits for nothing: `onReply` sees the answer, `onFailure` that there is none.
@@ -54,8 +58,8 @@ public:
 
     /// `onSignal` sees every signal that a match rule describes.
     void watchSignal(std::string rule, MessageHandler onSignal);
-    /// `onOwner` is told who owns a name, empty for nobody, with each connection and at each change; and nobody when the bus
-    /// is lost.
+    /// `onOwner` is told who owns a name, empty for nobody, with each connection and at each change; and
+    /// nobody when the bus is lost.
     void watchName(std::string name, std::function<void(std::string const& owner)> onOwner);
     /// `onChange` is told each connection, ready for calls and objects, and null for each loss.
     void watchConnection(std::function<void(sd_bus*)> onChange);

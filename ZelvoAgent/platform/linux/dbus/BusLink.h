@@ -10,9 +10,8 @@
 
 namespace zelvo {
 
-/// One sd-bus connection, driven by the agent's io_context: it is looked at when its descriptor says so and never else.
-/// sd-bus's own time-outs are not used; who calls keeps a deadline.
-/// Thread: agent.
+/// One sd-bus connection, driven by the agent's io_context: it is looked at when its descriptor says so and
+/// never else. sd-bus's own time-outs are not used; who calls keeps a deadline. Thread: agent.
 class BusLink : public std::enable_shared_from_this<BusLink> {
 public:
     struct Events {

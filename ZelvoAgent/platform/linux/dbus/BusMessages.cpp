@@ -10,12 +10,14 @@ BusPtr opened(int (*open)(sd_bus**))
     return BusPtr(open(&bus) >= 0 ? bus : nullptr);
 }
 
-template <class T> bool readBasic(sd_bus_message* message, char type, T& value)
+template <class T>
+bool readBasic(sd_bus_message* message, char type, T& value)
 {
     return sd_bus_message_read_basic(message, type, &value) > 0;
 }
 
-template <class T> BusValue number(sd_bus_message* message, char type)
+template <class T>
+BusValue number(sd_bus_message* message, char type)
 {
     T value{};
     if (!readBasic(message, type, value))
@@ -35,13 +37,20 @@ BusValue simpleValue(sd_bus_message* message)
         auto const truth = readTruth(message);
         return truth ? BusValue(*truth) : BusValue();
     }
-    case SD_BUS_TYPE_BYTE: return number<std::uint8_t>(message, type);
-    case SD_BUS_TYPE_INT16: return number<std::int16_t>(message, type);
-    case SD_BUS_TYPE_UINT16: return number<std::uint16_t>(message, type);
-    case SD_BUS_TYPE_INT32: return number<std::int32_t>(message, type);
-    case SD_BUS_TYPE_UINT32: return number<std::uint32_t>(message, type);
-    case SD_BUS_TYPE_INT64: return number<std::int64_t>(message, type);
-    case SD_BUS_TYPE_UINT64: return number<std::uint64_t>(message, type);
+    case SD_BUS_TYPE_BYTE:
+        return number<std::uint8_t>(message, type);
+    case SD_BUS_TYPE_INT16:
+        return number<std::int16_t>(message, type);
+    case SD_BUS_TYPE_UINT16:
+        return number<std::uint16_t>(message, type);
+    case SD_BUS_TYPE_INT32:
+        return number<std::int32_t>(message, type);
+    case SD_BUS_TYPE_UINT32:
+        return number<std::uint32_t>(message, type);
+    case SD_BUS_TYPE_INT64:
+        return number<std::int64_t>(message, type);
+    case SD_BUS_TYPE_UINT64:
+        return number<std::uint64_t>(message, type);
     case SD_BUS_TYPE_DOUBLE: {
         double value = 0;
         return readBasic(message, type, value) ? BusValue(value) : BusValue();
@@ -51,7 +60,8 @@ BusValue simpleValue(sd_bus_message* message)
         char const* value = nullptr;
         return readBasic(message, type, value) ? BusValue(std::string(value)) : BusValue();
     }
-    default: return {};
+    default:
+        return {};
     }
 }
 
@@ -87,7 +97,8 @@ BusPtr openBusAt(std::string const& address)
     if (sd_bus_new(&raw) < 0)
         return {};
     BusPtr bus(raw);
-    if (sd_bus_set_address(raw, address.c_str()) < 0 || sd_bus_set_bus_client(raw, 1) < 0 || sd_bus_start(raw) < 0)
+    if (sd_bus_set_address(raw, address.c_str()) < 0 || sd_bus_set_bus_client(raw, 1) < 0 ||
+        sd_bus_start(raw) < 0)
         return {};
     return bus;
 }

@@ -12,8 +12,13 @@
 
 namespace zelvo {
 
-template <auto release> struct ReleaseBus {
-    template <class T> void operator()(T* raw) const noexcept { release(raw); }
+template <auto release>
+struct ReleaseBus {
+    template <class T>
+    void operator()(T* raw) const noexcept
+    {
+        release(raw);
+    }
 };
 /// Closes the connection, unsent messages and all.
 using BusPtr = std::unique_ptr<sd_bus, ReleaseBus<sd_bus_close_unref>>;
@@ -30,7 +35,8 @@ BusPtr openBusAt(std::string const& address);
 using BusValue = std::variant<std::monostate, bool, std::int64_t, double, std::string>;
 using BusDictionary = std::map<std::string, BusValue>;
 
-/// Readers of a message's next argument; nothing, and the message stays where it was, when it is of another type.
+/// Readers of a message's next argument; nothing, and the message stays where it was, when it is of another
+/// type.
 std::optional<std::string> readText(sd_bus_message* message);
 std::optional<bool> readTruth(sd_bus_message* message);
 std::optional<std::uint32_t> readUnsigned(sd_bus_message* message);
@@ -38,7 +44,8 @@ std::vector<std::string> readTexts(sd_bus_message* message);
 BusDictionary readDictionary(sd_bus_message* message);
 
 /// The entry of that name and type; nothing without one.
-template <class T> std::optional<T> entryOf(BusDictionary const& dictionary, std::string const& name)
+template <class T>
+std::optional<T> entryOf(BusDictionary const& dictionary, std::string const& name)
 {
     auto const entry = dictionary.find(name);
     if (entry == dictionary.end() || !std::holds_alternative<T>(entry->second))

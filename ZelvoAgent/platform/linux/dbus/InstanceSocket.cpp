@@ -29,7 +29,8 @@ using Protocol = asio::local::stream_protocol;
 constexpr char const* lockName = "dev.zelvo.agent.lock";
 constexpr char const* socketName = "dev.zelvo.agent.socket";
 
-/// The socket's address by way of an open folder: the path of a socket must be short, that of a folder need not.
+/// The socket's address by way of an open folder: the path of a socket must be short, that of a folder need
+/// not.
 class SocketPlace {
 public:
     explicit SocketPlace(std::filesystem::path const& folder)
@@ -56,7 +57,8 @@ UniqueFd newSocket()
 /// A socket that answers only this user; none when it can't be made.
 UniqueFd listenIn(std::filesystem::path const& folder)
 {
-    ::unlink((folder / socketName).c_str()); // One that a dead process left; the lock says that it is nobody's.
+    ::unlink(
+        (folder / socketName).c_str()); // One that a dead process left; the lock says that it is nobody's.
     UniqueFd socket = newSocket();
     SocketPlace const place(folder);
     if (!socket || ::bind(socket.get(), place.data(), SocketPlace::size()) != 0 ||
@@ -129,7 +131,10 @@ bool isTaken(int socket, Deadline const& deadline)
 
 class InstanceSocket::Server : public std::enable_shared_from_this<Server> {
 public:
-    Server(Executor agent, Clock& clock, UniqueFd socket, std::function<void(std::vector<std::string>)> onUrls)
+    Server(Executor agent,
+           Clock& clock,
+           UniqueFd socket,
+           std::function<void(std::vector<std::string>)> onUrls)
         : agent(agent), clock(clock), acceptor(agent), onUrls(std::move(onUrls))
     {
         acceptor.assign(Protocol(), socket.release());
@@ -177,7 +182,8 @@ private:
         auto token = asio::redirect_error(asio::use_awaitable, error);
         std::size_t const size = co_await asio::async_read(*visitor, asio::buffer(message), token);
         impatience.cancel();
-        auto const urls = error == asio::error::eof ? urlsIn(std::string_view(message).substr(0, size)) : std::nullopt;
+        auto const urls =
+            error == asio::error::eof ? urlsIn(std::string_view(message).substr(0, size)) : std::nullopt;
         if (!urls)
             co_return;
         char const taken = '!';

@@ -11,8 +11,8 @@
 
 namespace zelvo {
 
-/// A lock file and a socket beside it, in one folder: who has the lock is the one instance, and the socket takes what later
-/// starts bring. The lock ends with its process, however that ends.
+/// A lock file and a socket beside it, in one folder: who has the lock is the one instance, and the socket
+/// takes what later starts bring. The lock ends with its process, however that ends.
 class InstanceSocket {
 public:
     static constexpr std::size_t longestMessage = 64u << 10;
@@ -25,7 +25,8 @@ public:
 
     /// False when another process holds the lock. True also where no lock can be made.
     bool lock();
-    /// Brings URLs to the process that holds the lock; blocks for at most `patience`. False when it did not take them.
+    /// Brings URLs to the process that holds the lock; blocks for at most `patience`. False when it did not
+    /// take them.
     bool handOver(std::vector<std::string> const& urls) const;
     /// Takes messages of the same user, with the lock held, on the agent executor.
     void serve(Executor agent, Clock& clock, std::function<void(std::vector<std::string>)> onUrls);

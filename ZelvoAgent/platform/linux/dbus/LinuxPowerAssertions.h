@@ -5,8 +5,8 @@
 
 namespace zelvo {
 
-/// Asks logind to hold off idleness ("idle", block), else the screen saver service of the session. An answer that comes after
-/// the holder has gone is given back.
+/// Asks logind to hold off idleness ("idle", block), else the screen saver service of the session. An answer
+/// that comes after the holder has gone is given back.
 class LinuxPowerAssertions final : public PowerAssertions {
 public:
     /// The two buses must outlive it and what it hands out.

@@ -25,7 +25,8 @@ struct LinuxSessionEvents::State {
     LockedBox<SessionFacts> facts; // written on the agent executor
     LockedBox<std::vector<std::function<void(SessionEvent)>>> observers;
 
-    template <class F> void change(F edit)
+    template <class F>
+    void change(F edit)
     {
         SessionFacts const before = facts.get();
         facts.change(edit);
@@ -40,8 +41,11 @@ struct LinuxSessionEvents::State {
     }
 };
 
-LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts, Clock& clock, BusConnection& system,
-                                       BusConnection& session, std::string const& display,
+LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts,
+                                       Clock& clock,
+                                       BusConnection& system,
+                                       BusConnection& session,
+                                       std::string const& display,
                                        std::function<bool()> displayReachable)
     : state(std::make_shared<State>()), agent(contexts.agent)
 {
@@ -57,8 +61,9 @@ LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts, Clock& clock, B
         kept->change([&](SessionFacts& facts) { facts.activeSavers = std::move(active); });
     };
     auto const both = std::make_shared<Sources>();
-    both->login = std::make_shared<LoginSession>(agent, clock, system, displayOf(display),
-                                                 LoginSession::Events{.onFacts = onFacts, .onSleep = onSleep});
+    both->login =
+        std::make_shared<LoginSession>(agent, clock, system, displayOf(display),
+                                       LoginSession::Events{.onFacts = onFacts, .onSleep = onSleep});
     both->savers = std::make_shared<ScreenSavers>(session, onSavers);
     both->login->start();
     both->savers->start();

@@ -11,15 +11,19 @@
 
 namespace zelvo {
 
-/// The logind session of our display, and the screen savers. Without such a session a reachable display is one on the
-/// console. Kept by signals; what is not known yet counts as not so.
+/// The logind session of our display, and the screen savers. Without such a session a reachable display is
+/// one on the console. Kept by signals; what is not known yet counts as not so.
 class LinuxSessionEvents final : public SessionEvents {
 public:
     /// display           the text of DISPLAY; may be empty
     /// displayReachable  cheap, and safe on any thread
     /// The two buses must outlive it.
-    LinuxSessionEvents(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& session,
-                       std::string const& display, std::function<bool()> displayReachable);
+    LinuxSessionEvents(Contexts const& contexts,
+                       Clock& clock,
+                       BusConnection& system,
+                       BusConnection& session,
+                       std::string const& display,
+                       std::function<bool()> displayReachable);
     ~LinuxSessionEvents() override;
 
     Availability current() const override;

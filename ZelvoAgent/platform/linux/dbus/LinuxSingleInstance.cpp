@@ -24,7 +24,8 @@ bool waitUntilReady(sd_bus* bus)
     auto const end = std::chrono::steady_clock::now() + std::chrono::microseconds(patienceUs);
     while (sd_bus_is_ready(bus) <= 0) {
         int const handled = sd_bus_process(bus, nullptr);
-        auto const left = std::chrono::duration_cast<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
+        auto const left =
+            std::chrono::duration_cast<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
         if (handled < 0 || left.count() <= 0)
             return false;
         if (handled == 0 && sd_bus_wait(bus, static_cast<std::uint64_t>(left.count())) < 0)
@@ -51,8 +52,8 @@ void appendNameRequest(sd_bus_message* message)
 std::optional<std::uint32_t> requestName(sd_bus* bus)
 {
     sd_bus_message* call = nullptr;
-    if (sd_bus_message_new_method_call(bus, &call, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                       "RequestName") < 0)
+    if (sd_bus_message_new_method_call(bus, &call, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                       "org.freedesktop.DBus", "RequestName") < 0)
         return std::nullopt;
     appendNameRequest(call);
     auto const reply = blockingCall(bus, call);
@@ -98,7 +99,8 @@ public:
     {
         slot.reset();
         sd_bus_slot* made = nullptr;
-        if (connection && sd_bus_add_object_vtable(connection, &made, objectPath, applicationInterface, members(), this) >= 0)
+        if (connection && sd_bus_add_object_vtable(connection, &made, objectPath, applicationInterface,
+                                                   members(), this) >= 0)
             slot.reset(made);
     }
 
@@ -137,7 +139,9 @@ private:
     BusSlotPtr slot; // agent
 };
 
-LinuxSingleInstance::LinuxSingleInstance(Contexts const& contexts, Clock& clock, BusConnection::Open open,
+LinuxSingleInstance::LinuxSingleInstance(Contexts const& contexts,
+                                         Clock& clock,
+                                         BusConnection::Open open,
                                          std::filesystem::path folder)
     : contexts(contexts), clock(clock), open(std::move(open)), socket(std::move(folder))
 {
@@ -154,9 +158,12 @@ bool LinuxSingleInstance::claim(std::vector<std::string> urls, Requests requests
 {
     application = std::make_shared<Application>(contexts.main, std::move(requests));
     switch (claimOnBus(urls)) {
-    case Claim::mine: return true;
-    case Claim::another: return false;
-    case Claim::noBus: break;
+    case Claim::mine:
+        return true;
+    case Claim::another:
+        return false;
+    case Claim::noBus:
+        break;
     }
     return claimInFolder(urls);
 }
@@ -177,13 +184,13 @@ LinuxSingleInstance::Claim LinuxSingleInstance::claimOnBus(std::vector<std::stri
     return Claim::mine;
 }
 
-/// Goes on with the connection that has the name; a bus that comes back after a loss is asked for the name again.
+/// Goes on with the connection that has the name; a bus that comes back after a loss is asked for the name
+/// again.
 void LinuxSingleInstance::serveOnBus(BusPtr made)
 {
     auto const first = std::make_shared<BusPtr>(std::move(made));
-    bus = std::make_unique<BusConnection>(contexts.agent, clock, [first, again = open] {
-        return *first ? std::move(*first) : again();
-    });
+    bus = std::make_unique<BusConnection>(
+        contexts.agent, clock, [first, again = open] { return *first ? std::move(*first) : again(); });
     auto onChange = [kept = application, connection = bus.get(), isFirst = true](sd_bus* connected) mutable {
         kept->show(connected);
         if (!connected || std::exchange(isFirst, false))
@@ -205,9 +212,8 @@ bool LinuxSingleInstance::claimInFolder(std::vector<std::string> const& urls)
         socket.handOver(urls);
         return false;
     }
-    socket.serve(contexts.agent, clock, [kept = application](std::vector<std::string> brought) {
-        kept->take(std::move(brought));
-    });
+    socket.serve(contexts.agent, clock,
+                 [kept = application](std::vector<std::string> brought) { kept->take(std::move(brought)); });
     return true;
 }
 

@@ -13,13 +13,16 @@
 
 namespace zelvo {
 
-/// The bus name "dev.zelvo.agent" with org.freedesktop.Application at /dev/zelvo/agent; where there is no session bus, or it
-/// does not answer for 2 s, a lock and a socket.
+/// The bus name "dev.zelvo.agent" with org.freedesktop.Application at /dev/zelvo/agent; where there is no
+/// session bus, or it does not answer for 2 s, a lock and a socket.
 class LinuxSingleInstance final : public SingleInstance {
 public:
     /// open    makes the session bus
     /// folder  of the lock and the socket: lockFolder()
-    LinuxSingleInstance(Contexts const& contexts, Clock& clock, BusConnection::Open open, std::filesystem::path folder);
+    LinuxSingleInstance(Contexts const& contexts,
+                        Clock& clock,
+                        BusConnection::Open open,
+                        std::filesystem::path folder);
     ~LinuxSingleInstance() override;
 
     bool claim(std::vector<std::string> urls, Requests requests) override;

@@ -49,7 +49,8 @@ private:
     {
         if (isFixed || std::exchange(isAsking, true))
             return;
-        BusCall call{.destination = launcher, .path = "/org/a11y/bus", .interface = launcher, .member = "GetAddress"};
+        BusCall call{
+            .destination = launcher, .path = "/org/a11y/bus", .interface = launcher, .member = "GetAddress"};
         session.ask(
             std::move(call),
             [weak = weak_from_this()](sd_bus_message* reply) {
@@ -80,7 +81,10 @@ private:
     bool isAsking = false;
 };
 
-LinuxSystemAccess::LinuxSystemAccess(Executor agent, Clock& clock, BusConnection& session, DisplayFacts display,
+LinuxSystemAccess::LinuxSystemAccess(Executor agent,
+                                     Clock& clock,
+                                     BusConnection& session,
+                                     DisplayFacts display,
                                      std::optional<std::string> address)
     : accessibility(std::make_shared<AccessibilityBus>(agent, clock, session)), display(std::move(display))
 {

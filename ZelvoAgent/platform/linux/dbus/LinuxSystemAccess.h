@@ -15,16 +15,21 @@ namespace zelvo {
 struct DisplayFacts {
     std::function<bool()> isReachable;
     std::function<bool()> hasTestExtension; ///< XTEST
-    std::function<bool()> isXwayland;       ///< the extension XWAYLAND: its pictures and events are not the desktop's
+    std::function<bool()>
+        isXwayland; ///< the extension XWAYLAND: its pictures and events are not the desktop's
 };
 
-/// Accessibility: the AT-SPI bus answers, and X takes events. Screen recording: X can be read. Both only on an X server that is
-/// the desktop itself. A connection to the AT-SPI bus is held, so that its end shows at once.
+/// Accessibility: the AT-SPI bus answers, and X takes events. Screen recording: X can be read. Both only on
+/// an X server that is the desktop itself. A connection to the AT-SPI bus is held, so that its end shows at
+/// once.
 class LinuxSystemAccess final : public SystemAccess {
 public:
     /// session  asked for the address of the AT-SPI bus, which starts it; must outlive this
     /// address  known beforehand (AT_SPI_BUS_ADDRESS); then nobody is asked
-    LinuxSystemAccess(Executor agent, Clock& clock, BusConnection& session, DisplayFacts display,
+    LinuxSystemAccess(Executor agent,
+                      Clock& clock,
+                      BusConnection& session,
+                      DisplayFacts display,
                       std::optional<std::string> address);
     ~LinuxSystemAccess() override;
 

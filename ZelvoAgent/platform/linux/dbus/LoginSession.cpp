@@ -17,21 +17,26 @@ constexpr int failuresForgiven = 4;
 
 } // namespace
 
-LoginSession::LoginSession(Executor agent, Clock& clock, BusConnection& system, std::string display, Events events)
-    : agent(std::move(agent)), clock(clock), system(system), display(std::move(display)), events(std::move(events))
+LoginSession::LoginSession(
+    Executor agent, Clock& clock, BusConnection& system, std::string display, Events events)
+    : agent(std::move(agent)), clock(clock), system(system), display(std::move(display)),
+      events(std::move(events))
 {
 }
 
 void LoginSession::start()
 {
-    std::string const fromManager = std::string("interface='") + manager + "',path='" + managerPath + "',member=";
+    std::string const fromManager =
+        std::string("interface='") + manager + "',path='" + managerPath + "',member=";
     auto const findAnew = [](LoginSession& self, sd_bus_message*) { self.find(); };
-    auto const watch = [this](std::string const& match, std::function<void(LoginSession&, sd_bus_message*)> onSignal) {
-        system.watchSignal(std::string("type='signal',sender='") + service + "'," + match,
-                           [weak = weak_from_this(), onSignal = std::move(onSignal)](sd_bus_message* message) {
-                               if (auto const self = weak.lock())
-                                   onSignal(*self, message);
-                           });
+    auto const watch = [this](std::string const& match,
+                              std::function<void(LoginSession&, sd_bus_message*)> onSignal) {
+        system.watchSignal(
+            std::string("type='signal',sender='") + service + "'," + match,
+            [weak = weak_from_this(), onSignal = std::move(onSignal)](sd_bus_message* message) {
+                if (auto const self = weak.lock())
+                    onSignal(*self, message);
+            });
     };
     watch(fromManager + "'SessionNew'", findAnew);
     watch(fromManager + "'SessionRemoved'", findAnew);
@@ -113,11 +118,12 @@ Task<std::vector<LoginSession::Candidate>> LoginSession::sessions()
     };
     co_await system.call(std::move(list), readList);
     for (Candidate& candidate : candidates) {
-        BusCall all{.destination = service,
-                    .path = candidate.path,
-                    .interface = "org.freedesktop.DBus.Properties",
-                    .member = "GetAll",
-                    .arguments = [](sd_bus_message* message) { sd_bus_message_append(message, "s", session); }};
+        BusCall all{
+            .destination = service,
+            .path = candidate.path,
+            .interface = "org.freedesktop.DBus.Properties",
+            .member = "GetAll",
+            .arguments = [](sd_bus_message* message) { sd_bus_message_append(message, "s", session); }};
         all.mayStart = false;
         auto readAll = [&candidate](sd_bus_message* reply) { candidate.properties = readDictionary(reply); };
         try {
@@ -129,7 +135,8 @@ Task<std::vector<LoginSession::Candidate>> LoginSession::sessions()
     co_return candidates;
 }
 
-/// Our display's session: one that is not ending before one that is, ours before another user's. Below 0: not of our display.
+/// Our display's session: one that is not ending before one that is, ours before another user's. Below 0: not
+/// of our display.
 int LoginSession::rankOf(Candidate const& candidate) const
 {
     auto const theirs = entryOf<std::string>(candidate.properties, "Display");
@@ -141,9 +148,10 @@ int LoginSession::rankOf(Candidate const& candidate) const
 
 void LoginSession::choose(std::vector<Candidate> const& candidates)
 {
-    auto const best = std::max_element(candidates.begin(), candidates.end(), [this](auto const& left, auto const& right) {
-        return rankOf(left) < rankOf(right);
-    });
+    auto const best =
+        std::max_element(candidates.begin(), candidates.end(), [this](auto const& left, auto const& right) {
+            return rankOf(left) < rankOf(right);
+        });
     if (best == candidates.end() || rankOf(*best) < 0) {
         path.clear();
         return tell(std::nullopt);
@@ -164,7 +172,9 @@ void LoginSession::propertiesChanged(sd_bus_message* message)
         return;
     BusDictionary const changed = readDictionary(message);
     auto const dropped = readTexts(message);
-    auto const isDropped = [&](char const* name) { return std::find(dropped.begin(), dropped.end(), name) != dropped.end(); };
+    auto const isDropped = [&](char const* name) {
+        return std::find(dropped.begin(), dropped.end(), name) != dropped.end();
+    };
     if (!facts || isDropped("Active") || isDropped("LockedHint"))
         return find();
     tell(LoginFacts{.isActive = entryOf<bool>(changed, "Active").value_or(facts->isActive),

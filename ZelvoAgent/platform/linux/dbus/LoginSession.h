@@ -12,9 +12,8 @@
 
 namespace zelvo {
 
-/// Follows the logind session of one display. A logind that restarts is forgiven for some seconds, so that a locked screen
-/// does not look open meanwhile.
-/// Thread: agent.
+/// Follows the logind session of one display. A logind that restarts is forgiven for some seconds, so that a
+/// locked screen does not look open meanwhile. Thread: agent.
 class LoginSession : public std::enable_shared_from_this<LoginSession> {
 public:
     static constexpr Duration restartPatience = 10s;

@@ -45,7 +45,8 @@ void ScreenSavers::follow(Saver const& saver)
 
 void ScreenSavers::ask(Saver const& saver)
 {
-    BusCall call{.destination = saver.name, .path = saver.path, .interface = saver.name, .member = "GetActive"};
+    BusCall call{
+        .destination = saver.name, .path = saver.path, .interface = saver.name, .member = "GetActive"};
     call.mayStart = false;
     session.ask(std::move(call), [weak = weak_from_this(), &saver](sd_bus_message* reply) {
         auto const self = weak.lock();

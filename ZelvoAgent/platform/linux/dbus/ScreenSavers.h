@@ -9,8 +9,8 @@
 
 namespace zelvo {
 
-/// Follows the screen savers of the session bus: freedesktop, GNOME, Xfce, Cinnamon. None of them is started for it.
-/// Thread: agent.
+/// Follows the screen savers of the session bus: freedesktop, GNOME, Xfce, Cinnamon. None of them is started
+/// for it. Thread: agent.
 class ScreenSavers : public std::enable_shared_from_this<ScreenSavers> {
 public:
     /// onChange  the bus names of those that are active

@@ -8,15 +8,16 @@ void watchSecretService(BusConnection& session, std::function<void()> onAvailabl
         if (!owner.empty())
             onAvailable();
     });
-    session.watchSignal("type='signal',sender='org.freedesktop.secrets',path_namespace='/org/freedesktop/secrets',"
-                        "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
-                        "arg0='org.freedesktop.Secret.Collection'",
-                        [onAvailable](sd_bus_message* message) {
-                            readText(message);
-                            // Its other properties change with every write, ours too.
-                            if (entryOf<bool>(readDictionary(message), "Locked") == false)
-                                onAvailable();
-                        });
+    session.watchSignal(
+        "type='signal',sender='org.freedesktop.secrets',path_namespace='/org/freedesktop/secrets',"
+        "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
+        "arg0='org.freedesktop.Secret.Collection'",
+        [onAvailable](sd_bus_message* message) {
+            readText(message);
+            // Its other properties change with every write, ours too.
+            if (entryOf<bool>(readDictionary(message), "Locked") == false)
+                onAvailable();
+        });
 }
 
 } // namespace zelvo

@@ -6,8 +6,8 @@
 
 namespace zelvo {
 
-/// Calls `onAvailable`, on the agent executor, when a Secret Service appears on the bus and when one of its collections is
-/// unlocked. Starts nothing and asks nothing.
+/// Calls `onAvailable`, on the agent executor, when a Secret Service appears on the bus and when one of its
+/// collections is unlocked. Starts nothing and asks nothing.
 void watchSecretService(BusConnection& session, std::function<void()> onAvailable);
 
 } // namespace zelvo

@@ -18,13 +18,15 @@ Availability availabilityOf(SessionFacts const& facts, bool displayReachable)
     return isOnConsole(facts, displayReachable) ? Availability::ready : Availability::noGUISession;
 }
 
-std::vector<SessionEvent> eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displayReachable)
+std::vector<SessionEvent>
+eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displayReachable)
 {
     std::vector<SessionEvent> events;
     bool const wasOnConsole = isOnConsole(before, displayReachable);
     bool const isNowOnConsole = isOnConsole(after, displayReachable);
     if (wasOnConsole != isNowOnConsole)
-        events.push_back(isNowOnConsole ? SessionEvent::sessionBecameActive : SessionEvent::sessionResignedActive);
+        events.push_back(isNowOnConsole ? SessionEvent::sessionBecameActive
+                                        : SessionEvent::sessionResignedActive);
     if (before.isLocked() != after.isLocked())
         events.push_back(after.isLocked() ? SessionEvent::screenLocked : SessionEvent::screenUnlocked);
     return events;

@@ -19,8 +19,8 @@ struct LoginFacts {
 
 /// All that is known of the person's session.
 struct SessionFacts {
-    std::optional<LoginFacts> login;      ///< nothing without logind or without a session of our display
-    std::set<std::string> activeSavers;   ///< bus names of the screen savers that hide the screen
+    std::optional<LoginFacts> login;    ///< nothing without logind or without a session of our display
+    std::set<std::string> activeSavers; ///< bus names of the screen savers that hide the screen
     bool operator==(SessionFacts const&) const = default;
 
     bool isLocked() const { return !activeSavers.empty() || (login && login->isLocked); }
@@ -29,7 +29,8 @@ struct SessionFacts {
 /// What the facts come to; `displayReachable` decides where there is no session to ask.
 Availability availabilityOf(SessionFacts const& facts, bool displayReachable);
 /// What an observer is told of a change, in this order.
-std::vector<SessionEvent> eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displayReachable);
+std::vector<SessionEvent>
+eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displayReachable);
 
 /// The display of a DISPLAY text without its screen, ":0" for ":0.0" and "unix:0"; empty when it names none.
 std::string displayOf(std::string_view text);

@@ -1,0 +1,122 @@
+#include "platform/linux/dbus/LinuxSystemAccess.h"
+
+#include "desktop/dbus/PrivateBuses.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+
+namespace zelvo::test {
+
+namespace {
+
+class Access : public testing::Test {
+protected:
+    void start(std::optional<std::string> address = std::nullopt)
+    {
+        access = std::make_unique<LinuxSystemAccess>(
+            running.agent.get_executor(), running.clock, running.session,
+            DisplayFacts{.isReachable = [this] { return isReachable.load(); },
+                         .hasTestExtension = [this] { return hasTest.load(); },
+                         .isXwayland = [this] { return isXwayland.load(); }},
+            std::move(address));
+        running.session.start();
+    }
+
+    bool becomes(Permissions wanted)
+    {
+        return running.eventually([&] { return access->current() == wanted; });
+    }
+
+    /// The real launcher of at-spi2-core, started when it is asked.
+    void offerLauncher()
+    {
+        std::ofstream(buses.folder() / "services" / "org.a11y.Bus.service")
+            << "[D-BUS Service]\nName=org.a11y.Bus\nExec=/usr/libexec/at-spi-bus-launcher\n";
+    }
+
+    std::atomic<bool> isReachable = true;
+    std::atomic<bool> hasTest = true;
+    std::atomic<bool> isXwayland = false;
+    PrivateBuses buses;
+    RunningContexts running;
+    std::unique_ptr<LinuxSystemAccess> access;
+};
+
+constexpr Permissions all{.accessibility = true, .screenRecording = true};
+constexpr Permissions none{};
+constexpr Permissions onlyScreen{.accessibility = false, .screenRecording = true};
+
+TEST_F(Access, isGivenByTheRealAccessibilityBusAndX)
+{
+    offerLauncher();
+    buses.start(BusKind::session);
+    start();
+
+    ASSERT_TRUE(becomes(all));
+    hasTest = false;
+    EXPECT_EQ(access->current(), onlyScreen);
+    hasTest = true;
+    isXwayland = true;
+    EXPECT_EQ(access->current(), none);
+    isXwayland = false;
+    isReachable = false;
+    EXPECT_EQ(access->current(), none);
+}
+
+TEST_F(Access, toElementsIsMissingWithoutTheAccessibilityBus)
+{
+    buses.start(BusKind::session);
+    start();
+
+    EXPECT_TRUE(running.staysSo([&] { return access->current() == onlyScreen; }));
+}
+
+TEST_F(Access, comesWhenTheLauncherDoes)
+{
+    buses.start(BusKind::session);
+    start();
+    ASSERT_TRUE(running.staysSo([&] { return access->current() == onlyScreen; }));
+
+    buses.run({"/usr/libexec/at-spi-bus-launcher"});
+
+    EXPECT_TRUE(becomes(all));
+}
+
+TEST_F(Access, goesWithTheAccessibilityBusAndComesBackWithTheNext)
+{
+    buses.start(BusKind::session);
+    buses.start(BusKind::system); // It plays the accessibility bus.
+    char const* const launcher = "org.a11y.Bus";
+    buses.mock(BusKind::session, launcher, "/org/a11y/bus", launcher);
+    buses.control(
+        BusKind::session, launcher, "/org/a11y/bus", "AddMethod",
+        {"sssss", launcher, "GetAddress", "", "s", "ret = '" + buses.addressOf(BusKind::system) + "'"});
+    start();
+    buses.stop(BusKind::session); // Asked too early, when the mock had no such method yet, it is asked again.
+    buses.start(BusKind::session);
+    buses.mock(BusKind::session, launcher, "/org/a11y/bus", launcher);
+    buses.control(
+        BusKind::session, launcher, "/org/a11y/bus", "AddMethod",
+        {"sssss", launcher, "GetAddress", "", "s", "ret = '" + buses.addressOf(BusKind::system) + "'"});
+    ASSERT_TRUE(becomes(all));
+
+    buses.stop(BusKind::system);
+    ASSERT_TRUE(becomes(onlyScreen));
+    buses.start(BusKind::system);
+
+    EXPECT_TRUE(becomes(all));
+}
+
+TEST_F(Access, goesByAnAddressThatIsKnownBeforehand)
+{
+    buses.start(BusKind::system);
+    start(buses.addressOf(BusKind::system)); // There is no session bus to ask.
+
+    EXPECT_TRUE(becomes(all));
+}
+
+} // namespace
+
+} // namespace zelvo::test
