@@ -14,6 +14,7 @@ class FakeUserDefaults final : public UserDefaults {
 public:
     std::map<std::string, std::string, std::less<>> contents; ///< what a test reads and sets
     int writtenCalls = 0;
+    int finalWrites = 0; ///< at the normal end
 
     std::optional<std::string> text(std::string_view key) override
     {
@@ -77,7 +78,7 @@ public:
         ++writtenCalls;
         co_return;
     }
-    void writeNow() override {}
+    void writeNow() override { ++finalWrites; }
 
 private:
     std::optional<json::value> parsed(std::string_view key)

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "app/AgentParts.h"
+#include "app/ConsentPresenter.h"
+#include "base/Contexts.h"
+#include "platform/Platform.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// The life of the program: starts everything in its order, takes link URLs, and finishes what has to be
+/// finished before the process may end. Thread: main.
+class AppDelegate {
+public:
+    AppDelegate(Contexts contexts, Platform& platform);
+
+    /// Starts the agent. Once a process.
+    void start();
+    /// Begins a link for each URL that is one; before start() the last of them waits for it.
+    void open(std::vector<std::string> const& urls);
+    /// Shows the program to a person who started it a second time.
+    void bringToFront();
+    /// Ends the link and writes what is left to write. Takes two seconds, in which the main thread does
+    /// nothing else.
+    void willTerminate();
+
+private:
+    void handlePendingLinkIfNeeded();
+
+    Contexts contexts;
+    Platform& platform;
+    AgentParts parts;
+    ConsentPresenter consent;
+    std::optional<std::string> pendingLinkToken;
+    bool hasStarted = false;
+};
+
+} // namespace zelvo

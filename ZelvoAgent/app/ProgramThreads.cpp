@@ -1,0 +1,45 @@
+#include "app/ProgramThreads.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::size_t workerCount = 3;
+
+} // namespace
+
+ProgramThreads::ProgramThreads()
+    : agentWork(agent.get_executor()), workers(workerCount), agentThread([this] { runAgent(); })
+{
+}
+
+Contexts ProgramThreads::contexts()
+{
+    return {.main = main.executor(), .agent = agent.get_executor(), .workers = workers.get_executor()};
+}
+
+void ProgramThreads::stop()
+{
+    agent.stop();
+    agentThread.join();
+    workers.stop();
+    workers.join();
+    main.close();
+}
+
+// Tasks report their own failures. What comes here is a plain function's, and must not end the thread.
+void ProgramThreads::runAgent()
+{
+    while (!agent.stopped()) {
+        try {
+            agent.run();
+        } catch (std::exception const& error) {
+            std::fprintf(stderr, "Zelvo: a function on the agent thread failed: %s\n", error.what());
+        }
+    }
+}
+
+} // namespace zelvo

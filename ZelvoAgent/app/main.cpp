@@ -1,0 +1,98 @@
+#include "app/AppDelegate.h"
+#include "app/ProgramThreads.h"
+#include "app/WindowIcon.h"
+#include "platform/Platform.h"
+
+#include <QApplication>
+#include <QSessionManager>
+#include <boost/asio/signal_set.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace zelvo {
+namespace {
+
+// SIGTERM, SIGINT and SIGHUP are the normal end, like the end of the session and "Quit".
+void endOnSignals(asio::signal_set& signals, Executor main)
+{
+    signals.async_wait([main](boost::system::error_code const& error, int) {
+        if (!error)
+            asio::post(main, [] { QCoreApplication::quit(); });
+    });
+}
+
+bool hasDisplay()
+{
+    auto const isSet = [](char const* name) {
+        char const* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets them here.
+        return value && *value;
+    };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY");
+}
+
+// The program takes no options of the toolkit either, so that is shown no arguments but the name.
+struct ToolkitArguments {
+    explicit ToolkitArguments(char* program) : values{program, nullptr} {}
+    int count = 1;
+    char* values[2];
+};
+
+void describeToToolkit(QApplication& application)
+{
+    QApplication::setApplicationName("zelvo-agent");
+    QApplication::setApplicationDisplayName("Zelvo");
+    QApplication::setDesktopFileName("dev.zelvo.agent");
+    QApplication::setWindowIcon(windowIcon());
+    QApplication::setQuitOnLastWindowClosed(false);
+    // The session's own autostart begins the next run, not a copy of this command line.
+    QObject::connect(&application, &QGuiApplication::saveStateRequest, &application,
+                     [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
+}
+
+int runApplication(char* program, std::vector<std::string> const& urls)
+{
+    auto& threads = *new ProgramThreads; // Never taken apart; see there.
+    Contexts const contexts = threads.contexts();
+    asio::signal_set signals(threads.agentContext(), SIGTERM, SIGINT, SIGHUP);
+    endOnSignals(signals, contexts.main);
+    std::unique_ptr<Platform> platform = makePlatform(contexts);
+
+    std::unique_ptr<AppDelegate> delegate;
+    SingleInstance::Requests requests{
+        .open = [&delegate](std::vector<std::string> const& opened) { delegate->open(opened); },
+        .activate = [&delegate] { delegate->bringToFront(); }};
+    int result = 0;
+    if (platform->singleInstance().claim(urls, std::move(requests))) {
+        ToolkitArguments arguments(program);
+        QApplication application(arguments.count, arguments.values);
+        describeToToolkit(application);
+        delegate = std::make_unique<AppDelegate>(contexts, *platform);
+        delegate->open(urls);
+        delegate->start();
+        result = QApplication::exec();
+        delegate->willTerminate();
+        threads.stop();
+        delegate.reset();
+    } else {
+        threads.stop();
+    }
+    platform.reset();
+    return result;
+}
+
+} // namespace
+} // namespace zelvo
+
+int main(int argc, char** argv)
+{
+    if (!zelvo::hasDisplay()) {
+        std::fputs("Zelvo needs a graphical session: DISPLAY is not set.\n", stderr);
+        return EXIT_FAILURE;
+    }
+    std::signal(SIGPIPE,
+                SIG_IGN); // A peer that went away is an error of the write, not the end of the program.
+    return zelvo::runApplication(argv[0], {argv + 1, argv + argc});
+}

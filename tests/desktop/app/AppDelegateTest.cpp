@@ -1,0 +1,110 @@
+#include "app/AppDelegate.h"
+
+#include "app/WindowIcon.h"
+#include "desktop/harness/PrivateDesktop.h"
+#include "fakes/FakePlatform.h"
+#include "gateway/Keychain.h"
+
+#include <QApplication>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace zelvo {
+namespace {
+
+class AppDelegateTest : public testing::Test {
+protected:
+    AppDelegateTest()
+    {
+        desktop.adoptEnvironment();
+        application.emplace(count, arguments);
+    }
+
+    std::vector<std::string> resolvedTokens()
+    {
+        platform.settle();
+        std::vector<std::string> tokens;
+        for (HttpRequest const& request : platform.loading.requests)
+            tokens.emplace_back(parseJson(request.body)->at("token").as_string());
+        return tokens;
+    }
+
+    test::PrivateDesktop desktop;
+    int count = 1;
+    char program[5] = "test";
+    char* arguments[2] = {program, nullptr};
+    std::optional<QApplication> application;
+    FakePlatform platform;
+    AppDelegate delegate{platform.contexts, platform};
+};
+
+using Tokens = std::vector<std::string>;
+
+TEST_F(AppDelegateTest, servesTheLastLinkThatCameBeforeTheStart)
+{
+    delegate.open({"zelvo://link?token=a"});
+    delegate.open({"zelvo://link?token=b", "https://elsewhere.example", "zelvo://link?token"});
+    EXPECT_EQ(resolvedTokens(), Tokens());
+
+    delegate.start();
+
+    EXPECT_EQ(resolvedTokens(), Tokens({"b"}));
+}
+
+TEST_F(AppDelegateTest, beginsEveryLinkOnceItRuns)
+{
+    delegate.start();
+
+    delegate.open({"zelvo://link?token=a", "nonsense", "zelvo://link?token=b"});
+
+    EXPECT_EQ(resolvedTokens(), Tokens({"a", "b"}));
+}
+
+TEST_F(AppDelegateTest, connectsWithTheStoredToken)
+{
+    platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = "secret";
+
+    delegate.start();
+    platform.settle();
+
+    EXPECT_EQ(platform.opener.opened.size(), 1u);
+}
+
+TEST_F(AppDelegateTest, pausesAndResumesByTheHotKey)
+{
+    delegate.start();
+    platform.settle();
+
+    ASSERT_TRUE(platform.key.press);
+    platform.key.press();
+    platform.settle();
+    EXPECT_EQ(platform.posting.releases, 1);
+
+    platform.key.press();
+    platform.settle();
+    EXPECT_EQ(platform.posting.releases, 1);
+}
+
+TEST_F(AppDelegateTest, takesTwoSecondsToEndAndWritesWhatIsLeft)
+{
+    delegate.start();
+    platform.settle();
+    auto const before = std::chrono::steady_clock::now();
+
+    delegate.willTerminate();
+
+    auto const taken = std::chrono::steady_clock::now() - before;
+    EXPECT_GE(taken, std::chrono::seconds(2));
+    EXPECT_LT(taken, std::chrono::seconds(3));
+    EXPECT_EQ(platform.settings.finalWrites, 1);
+}
+
+TEST_F(AppDelegateTest, hasAnIcon)
+{
+    EXPECT_EQ(windowIcon().pixmap(128).width(), 128);
+}
+
+} // namespace
+} // namespace zelvo
