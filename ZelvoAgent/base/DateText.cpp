@@ -59,7 +59,7 @@ public:
         if (sign == 0 || !digits(2, hour))
             return false;
         literal(':');
-        if (!digits(2, minute))
+        if (!digits(2, minute) || hour > 23 || minute > 59)
             return false;
         offset = sign * (hours(hour) + minutes(minute));
         return true;

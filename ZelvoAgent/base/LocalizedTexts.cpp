@@ -40,6 +40,19 @@ std::string supported(std::string_view language)
     return tables().contains(language) ? std::string(language) : "en";
 }
 
+/// The first language of a list like "de:ru_RU.UTF-8" that there are texts in.
+std::string firstSupported(std::string_view list)
+{
+    while (!list.empty()) {
+        std::string_view const wanted = list.substr(0, list.find(':'));
+        std::string_view const language = wanted.substr(0, wanted.find_first_of("_.@"));
+        if (tables().contains(language))
+            return std::string(language);
+        list.remove_prefix(std::min(wanted.size() + 1, list.size()));
+    }
+    return "en";
+}
+
 LockedBox<std::string>& current()
 {
     static LockedBox<std::string> language(texts::languageOfEnvironment());
@@ -114,8 +127,7 @@ std::string languageOfEnvironment()
         char const* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets them here.
         if (!value || !*value)
             continue;
-        std::string_view const wanted(value);
-        return supported(wanted.substr(0, wanted.find_first_of("_.@:")));
+        return firstSupported(value);
     }
     return "en";
 }
