@@ -102,17 +102,17 @@ Task<> InputDriver::drag(DesktopPoint from, DesktopPoint to, MouseButton button,
 {
     DragPlan const plan = DragPlan::of(durationMs);
     PostedEvent event = mouse(MouseEvent::Kind::down, from, button);
-    bool made = co_await events.post(event);
-    for (std::int64_t i = 1; made && i <= plan.steps; ++i) {
+    if (!co_await events.post(event))
+        co_return;
+    for (std::int64_t i = 1; i <= plan.steps; ++i) {
         double const part = static_cast<double>(i) / static_cast<double>(plan.steps);
         DesktopPoint const point{from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
         event = mouse(MouseEvent::Kind::dragged, point, button);
-        made = co_await events.post(event);
+        if (!co_await events.post(event))
+            co_return; // The gate has let go of the button.
         // A cancelled wait does not stop the drag, so that the button is always released.
         co_await clock.sleepThroughCancel(std::chrono::milliseconds(plan.stepDelayMs));
     }
-    if (!made)
-        co_return;
     event = mouse(MouseEvent::Kind::up, to, button);
     co_await events.post(event);
 }

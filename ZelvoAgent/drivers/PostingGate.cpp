@@ -51,10 +51,15 @@ PostingGate::PostingGate(EventPosting& inner,
 Task<> PostingGate::close()
 {
     idle.with([this] { ++closings; });
-    while (idle.with([this] { return inFlight > 0; }))
-        co_await idle.wait([this] { return inFlight == 0; });
+    co_await untilIdle();
     co_await inner.releaseAll();
     co_await inner.drained();
+}
+
+Task<> PostingGate::untilIdle()
+{
+    while (idle.with([this] { return inFlight > 0; }))
+        co_await idle.wait([this] { return inFlight == 0; });
 }
 
 void PostingGate::open()
@@ -71,8 +76,8 @@ Task<bool> PostingGate::post(PostedEvent event)
 {
     InFlight const counted(*this);
     co_await inner.ready(event); // Before the check: the person may decide while it waits.
-    if (co_await mayPass(event))
-        co_return co_await inner.post(std::move(event));
+    if (co_await mayPass(event) && co_await inner.post(std::move(event)))
+        co_return true;
     co_await inner.releaseAll();
     co_return false;
 }
@@ -113,6 +118,7 @@ Task<> PostingGate::endText()
 
 Task<> PostingGate::releaseAll()
 {
+    co_await untilIdle();
     co_await inner.releaseAll();
 }
 

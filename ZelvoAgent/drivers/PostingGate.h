@@ -10,7 +10,8 @@ namespace zelvo {
 
 /// The one gate that every event of ours passes. While the agent is paused no event can be made; while a
 /// window of ours is open that only a person may answer, no key event can be made and no button event inside
-/// a window of ours. A refused event releases what is held, so that typing, chords and drags end quietly.
+/// a window of ours. An event that is refused, or that the system cannot make, releases what is held: typing,
+/// chords and drags end quietly and leave nothing pressed.
 /// Thread: any, one poster at a time; resumes callers on their own executors.
 class PostingGate final : public EventPosting {
 public:
@@ -31,6 +32,7 @@ public:
     Task<bool> post(PostedEvent event) override;
     Task<> beginText(std::string text) override;
     Task<> endText() override;
+    /// Waits for the event in flight, which might press something.
     Task<> releaseAll() override;
     Task<> drained() override;
     DesktopPoint pointerLocation() override;
@@ -39,6 +41,7 @@ private:
     class InFlight;
 
     Task<bool> mayPass(PostedEvent event);
+    Task<> untilIdle();
 
     EventPosting& inner;
     Executor workers;
