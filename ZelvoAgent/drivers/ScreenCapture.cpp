@@ -22,6 +22,16 @@ std::uint32_t chosenDisplay(std::vector<Display> const& displays, std::uint32_t 
     return found ? wanted : displays.front().id;
 }
 
+/// A size that no number of an agent's can push out of an int; that of a display without an extent is 0.
+int bounded(double size)
+{
+    if (std::isnan(size))
+        return 0;
+    constexpr double least = std::numeric_limits<int>::min();
+    constexpr double most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::round(size), least, most));
+}
+
 std::vector<std::uint8_t> encode(Picture const& picture, ScreenshotOptions const& options)
 {
     if (options.format == ScreenshotOptions::ImageFormat::png)
@@ -39,12 +49,11 @@ DisplayGeometry DisplayGeometry::of(Display const& display)
 
 PictureSize PictureSize::of(DisplayGeometry const& geometry, std::optional<std::int64_t> maxWidth)
 {
-    std::int64_t const width = std::min(geometry.widthPoints, maxWidth.value_or(geometry.widthPoints));
-    double const height = static_cast<double>(geometry.heightPoints) * static_cast<double>(width) /
-                          static_cast<double>(geometry.widthPoints);
-    constexpr std::int64_t least = std::numeric_limits<int>::min();
-    return {static_cast<int>(std::max(width, least)),
-            static_cast<int>(std::max(std::round(height), static_cast<double>(least)))};
+    auto const width =
+        static_cast<double>(std::min(geometry.widthPoints, maxWidth.value_or(geometry.widthPoints)));
+    double const height =
+        static_cast<double>(geometry.heightPoints) * width / static_cast<double>(geometry.widthPoints);
+    return {bounded(width), bounded(height)};
 }
 
 ScreenCapture::ScreenCapture(Contexts contexts, ScreenSource& source, HiddenAppsStore& hiddenApps)
