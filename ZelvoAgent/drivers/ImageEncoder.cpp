@@ -18,6 +18,7 @@ struct DestroyCompressor {
 };
 
 constexpr int fastestCompression = 1;
+constexpr auto noBuffer = static_cast<unsigned long>(-1); // What the library says to a size it cannot encode.
 
 /// Owns libpng's write structures.
 class PngWriter {
@@ -73,6 +74,8 @@ std::vector<std::uint8_t> jpeg(Picture const& picture, std::int64_t quality)
     thread_local std::unique_ptr<void, DestroyCompressor> const compressor(tjInitCompress());
     // The worst case is 20 times the usual one: its pages are only touched when they are needed.
     unsigned long size = tjBufSize(picture.width, picture.height, TJSAMP_420);
+    if (size == noBuffer)
+        throw AgentError::internalError;
     auto const room = std::make_unique_for_overwrite<unsigned char[]>(size);
     unsigned char* out = room.get();
     int const failed =
