@@ -27,9 +27,23 @@ public:
     Task<> remove(std::string bundleId);
 
     /// Candidates that are offered to the person; none is hidden without their choice.
-    static constexpr std::array<std::string_view, 6> suggestions = {
-        "com.apple.Passwords",     "com.apple.keychainaccess", "com.agilebits.onepassword7",
-        "com.1password.1password", "com.bitwarden.desktop",    "com.apple.MobileSMS"};
+    static constexpr auto suggestions = std::to_array<std::string_view>({
+        "com.apple.Passwords",
+        "com.apple.keychainaccess",
+        "com.agilebits.onepassword7",
+        "com.1password.1password",
+        "com.bitwarden.desktop",
+        "com.apple.MobileSMS",
+        // The same kinds of application by their desktop entries: passwords and keys, then text messages.
+        "org.gnome.seahorse.Application",
+        "org.gnome.World.Secrets",
+        "org.kde.kwalletmanager5",
+        "org.keepassxc.KeePassXC",
+        "1password",
+        "bitwarden",
+        "org.kde.kdeconnect.sms",
+        "sm.puri.Chatty",
+    });
 
 private:
     std::set<std::string> readOnStrand();
