@@ -4,6 +4,7 @@
 #include "state/ActivityWording.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace zelvo {
 
@@ -15,23 +16,9 @@ struct Counter {
     ActionCounts& counts;
 
     void operator()(InputAction::Move const&) const { ++counts.moves; }
-    void operator()(InputAction::Click const& click) const
-    {
-        // A count is an agent's number: one that would overflow the sum stays at the edge.
-        std::int64_t const more = std::clamp<std::int64_t>(click.count, 1, std::int64_t{1} << 31);
-        counts.clicks += more;
-        saw(Part::click);
-    }
-    void operator()(InputAction::MouseDown const&) const
-    {
-        ++counts.clicks;
-        saw(Part::click);
-    }
-    void operator()(InputAction::ClickElement const&) const
-    {
-        ++counts.clicks;
-        saw(Part::click);
-    }
+    void operator()(InputAction::Click const& click) const { clicked(click.count); }
+    void operator()(InputAction::MouseDown const&) const { clicked(1); }
+    void operator()(InputAction::ClickElement const&) const { clicked(1); }
     void operator()(InputAction::MouseUp const&) const {}
     void operator()(InputAction::Wait const&) const {}
     void operator()(InputAction::Drag const&) const
@@ -50,6 +37,14 @@ struct Counter {
     {
         counts.keyNames.push_back(ActivityWording::keyName(key.keys));
         saw(Part::keys);
+    }
+
+    void clicked(std::int64_t count) const
+    {
+        // A count is an agent's number: a sum that would overflow stays at the edge.
+        std::int64_t const room = std::numeric_limits<std::int64_t>::max() - counts.clicks;
+        counts.clicks += std::min(std::max<std::int64_t>(count, 1), room);
+        saw(Part::click);
     }
 
     void typed(std::string const& text) const
