@@ -1,40 +1,24 @@
 #include "state/ComputerAgents.h"
 
 #include "base/DateText.h"
-#include "state/StoredList.h"
+#include "wire/records/Connections.h"
 
 namespace zelvo {
 
 namespace {
 
-std::optional<ComputerAgent> agentFrom(json::value const& value, Date now)
+ComputerAgent agentFrom(records::HolderClass record, Date now)
 {
-    json::object const* const object = value.if_object();
-    if (!object)
-        return std::nullopt;
-    auto const ref = read::text(*object, "ref");
-    auto const name = read::text(*object, "name");
-    auto const since = read::text(*object, "since");
-    auto const task = stored::optionalText(*object, "task");
-    auto const connectionId = stored::optionalText(*object, "connectionId");
-    if (!ref || !name || !since || !task || !connectionId)
-        return std::nullopt;
-    return ComputerAgent{*ref, *name, *task, *connectionId, dates::parseIso8601(*since).value_or(now)};
+    return {std::move(record.ref), std::move(record.name), std::move(record.task),
+            std::move(record.connectionId), dates::parseIso8601(record.since).value_or(now)};
 }
 
-std::optional<std::vector<ComputerAgent>>
-agentsFrom(json::object const& params, std::string_view key, Date now)
+std::vector<ComputerAgent> agentsFrom(std::vector<records::HolderClass> list, Date now)
 {
-    json::array const* const array = read::array(params, key);
-    if (!array)
-        return std::nullopt;
     std::vector<ComputerAgent> agents;
-    for (json::value const& value : *array) {
-        auto agent = agentFrom(value, now);
-        if (!agent)
-            return std::nullopt;
-        agents.push_back(*std::move(agent));
-    }
+    agents.reserve(list.size());
+    for (records::HolderClass& record : list)
+        agents.push_back(agentFrom(std::move(record), now));
     return agents;
 }
 
@@ -48,18 +32,14 @@ ComputerAgents const& ComputerAgents::none()
 
 ComputerAgents ComputerAgents::parse(json::object const& params, Date now)
 {
-    ComputerAgents agents;
-    auto waiting = agentsFrom(params, "waiting", now);
-    auto paused = agentsFrom(params, "paused", now);
-    if (!waiting || !paused)
+    auto update = records::fromJson<records::AgentsUpdate>(params);
+    if (!update)
         return none();
-    agents.waiting = *std::move(waiting);
-    agents.paused = *std::move(paused);
-    if (json::value const* const holder = params.if_contains("holder"); holder && !holder->is_null()) {
-        agents.holder = agentFrom(*holder, now);
-        if (!agents.holder)
-            return none();
-    }
+    ComputerAgents agents;
+    if (update->holder)
+        agents.holder = agentFrom(*std::move(update->holder), now);
+    agents.waiting = agentsFrom(std::move(update->waiting), now);
+    agents.paused = agentsFrom(std::move(update->paused), now);
     return agents;
 }
 
