@@ -7,7 +7,10 @@
 #include "state/StoredList.h"
 #include "wire/AgentError.h"
 
+#include <boost/asio/this_coro.hpp>
+
 #include <algorithm>
+#include <limits>
 
 namespace zelvo {
 
@@ -18,7 +21,7 @@ constexpr std::string_view activityKey = "zelvo.activity";
 constexpr std::string_view historyKey = "zelvo.availabilityHistory";
 constexpr std::string_view cursorKey = "zelvo.showAgentCursor";
 
-constexpr Duration lookWindow = 120s;
+constexpr std::chrono::microseconds lookWindow = 120s; // Of Date's unit: a stored date may be far off.
 constexpr Duration workingAfterglow = 3s;
 constexpr std::size_t longestName = 200;
 
@@ -141,7 +144,8 @@ void AgentState::logLooked(std::string platform,
 {
     if (mergesWithNewest(connectionId, agentName, at)) {
         ActivityEntry entry = activity().front();
-        entry.count = entry.count.value_or(1) + 1;
+        std::int64_t const count = entry.count.value_or(1);
+        entry.count = count < std::numeric_limits<std::int64_t>::max() ? count + 1 : count;
         entry.at = at;
         journal.replace(0, std::move(entry));
     } else {
@@ -281,7 +285,9 @@ void AgentState::markWorking()
     workingResetTask =
         spawn(services.main, [this, &clock = services.clock, weak = std::weak_ptr(alive)]() -> Task<> {
             co_await clock.sleep(workingAfterglow);
-            if (weak.expired())
+            // Cancelled after it was woken: the task that has taken over decides.
+            auto const cancelled = (co_await asio::this_coro::cancellation_state).cancelled();
+            if (weak.expired() || cancelled != asio::cancellation_type::none)
                 co_return;
             working = false;
             changed();
