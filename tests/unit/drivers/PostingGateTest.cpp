@@ -1,0 +1,399 @@
+#include "drivers/PostingGate.h"
+
+#include "drivers/InputDriver.h"
+#include "fakes/FakePlatform.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo {
+namespace {
+
+/// Event posting in which each event takes until the test lets it pass.
+class SlowEventPosting final : public EventPosting {
+public:
+    std::vector<std::string> log;
+    bool free = false;
+
+    void letPass()
+    {
+        list.wakeAll([this] { free = true; });
+    }
+
+    Task<> ready(PostedEvent) override { co_return; }
+    Task<bool> post(PostedEvent) override
+    {
+        log.emplace_back("begun");
+        co_await list.wait([this] { return free; });
+        log.emplace_back("posted");
+        co_return true;
+    }
+    Task<> beginText(std::string) override
+    {
+        log.emplace_back("text begun");
+        co_await list.wait([this] { return free; });
+        log.emplace_back("text ready");
+    }
+    Task<> endText() override { co_return; }
+    Task<> releaseAll() override
+    {
+        log.emplace_back("released");
+        co_return;
+    }
+    Task<> drained() override
+    {
+        log.emplace_back("drained");
+        co_return;
+    }
+    DesktopPoint pointerLocation() override { return {}; }
+
+private:
+    WakeList list;
+};
+
+class PostingGateTest : public testing::Test {
+public:
+    bool post(PostedEvent event) { return run(platform.io, gate.post(std::move(event))); }
+    void close() { run(platform.io, gate.close()); }
+
+    FakePlatform platform;
+    FakeEventPosting& inner = platform.posting;
+    bool paused = false;
+    std::vector<DesktopRect> ownWindows = {{.x = 100, .y = 100, .width = 50, .height = 50}};
+    int windowLooks = 0;
+    PostingGate gate{inner, platform.contexts.workers, [this] { return paused; },
+                     [this] {
+                         ++windowLooks;
+                         return ownWindows;
+                     }};
+};
+
+using Kind = MouseEvent::Kind;
+
+constexpr DesktopPoint inside{120, 120};
+constexpr DesktopPoint outside{10, 10};
+
+PostedEvent mouse(Kind kind, DesktopPoint point)
+{
+    MouseEvent event;
+    event.kind = kind;
+    event.point = point;
+    return event;
+}
+
+std::vector<PostedEvent> keyEvents()
+{
+    return {KeyEvent{}, KeyEvent{KeyEvent::Kind::up}, TextEvent{KeyEvent::Kind::down, "a"},
+            TextEvent{KeyEvent::Kind::up, "a"}};
+}
+
+std::vector<PostedEvent> mouseEvents(DesktopPoint point)
+{
+    return {mouse(Kind::moved, point), mouse(Kind::down, point), mouse(Kind::dragged, point),
+            mouse(Kind::up, point)};
+}
+
+TEST_F(PostingGateTest, passesEveryEventOnWhileItIsOpen)
+{
+    std::vector<PostedEvent> all = keyEvents();
+    for (PostedEvent const& event : mouseEvents(inside))
+        all.push_back(event);
+    all.emplace_back(ScrollEvent{1, 2});
+
+    for (PostedEvent const& event : all)
+        EXPECT_TRUE(post(event));
+
+    EXPECT_EQ(inner.posted, all);
+    EXPECT_EQ(inner.releases, 0);
+    EXPECT_EQ(windowLooks, 0); // Where the windows are is asked only while the gate is closed.
+}
+
+TEST_F(PostingGateTest, makesNothingWhilePausedAndReleasesWhatIsHeld)
+{
+    paused = true;
+    std::vector<PostedEvent> all = keyEvents();
+    for (PostedEvent const& event : mouseEvents(outside))
+        all.push_back(event);
+    all.emplace_back(ScrollEvent{1, 2});
+
+    for (PostedEvent const& event : all)
+        EXPECT_FALSE(post(event));
+
+    EXPECT_TRUE(inner.posted.empty());
+    EXPECT_EQ(inner.releases, static_cast<int>(all.size()));
+}
+
+TEST_F(PostingGateTest, decidesAfterAnEventHasWaited)
+{
+    inner.onReady = [this](PostedEvent const&) { paused = true; }; // The person pauses while it waits.
+
+    EXPECT_FALSE(post(mouse(Kind::down, outside)));
+
+    EXPECT_TRUE(inner.posted.empty());
+}
+
+TEST_F(PostingGateTest, passesEventsAgainAfterThePause)
+{
+    paused = true;
+    post(KeyEvent{});
+    paused = false;
+
+    EXPECT_TRUE(post(KeyEvent{}));
+}
+
+TEST_F(PostingGateTest, makesNoKeyEventWhileClosed)
+{
+    close();
+
+    for (PostedEvent const& event : keyEvents())
+        EXPECT_FALSE(post(event));
+
+    EXPECT_TRUE(inner.posted.empty());
+}
+
+TEST_F(PostingGateTest, makesNoButtonOrWheelEventInsideAnOwnWindowWhileClosed)
+{
+    close();
+    inner.pointer = inside;
+
+    EXPECT_FALSE(post(mouse(Kind::down, inside)));
+    EXPECT_FALSE(post(mouse(Kind::dragged, inside)));
+    EXPECT_FALSE(post(mouse(Kind::up, inside)));
+    EXPECT_FALSE(post(ScrollEvent{1, 0}));
+
+    EXPECT_TRUE(inner.posted.empty());
+}
+
+TEST_F(PostingGateTest, passesMovesEverywhereAndButtonsElsewhereWhileClosed)
+{
+    close();
+    inner.pointer = outside;
+
+    EXPECT_TRUE(post(mouse(Kind::moved, inside)));
+    for (PostedEvent const& event : mouseEvents(outside))
+        EXPECT_TRUE(post(event));
+    EXPECT_TRUE(post(ScrollEvent{1, 0}));
+
+    EXPECT_EQ(inner.posted.size(), 6u);
+}
+
+TEST_F(PostingGateTest, looksAtEveryOwnWindowAndAtItsEdges)
+{
+    ownWindows.push_back({.x = 0, .y = 0, .width = 5, .height = 5});
+    close();
+
+    EXPECT_FALSE(post(mouse(Kind::down, {4, 4})));
+    EXPECT_FALSE(post(mouse(Kind::down, {100, 100})));
+    EXPECT_FALSE(post(mouse(Kind::down, {149.5, 149.5})));
+    EXPECT_TRUE(post(mouse(Kind::down, {150, 120})));
+    EXPECT_TRUE(post(mouse(Kind::down, {120, 150})));
+    EXPECT_TRUE(post(mouse(Kind::down, {99.5, 120})));
+}
+
+TEST_F(PostingGateTest, releasesWhatIsHeldWhenItRefuses)
+{
+    close();
+    int const before = inner.releases;
+
+    post(KeyEvent{});
+    post(mouse(Kind::up, inside));
+
+    EXPECT_EQ(inner.releases, before + 2);
+}
+
+TEST_F(PostingGateTest, releasesWhatIsHeldWhenAnEventCannotBeMade)
+{
+    inner.refusesAfter = 1;
+
+    EXPECT_TRUE(post(mouse(Kind::down, outside)));
+    EXPECT_FALSE(post(mouse(Kind::up, outside)));
+
+    EXPECT_EQ(inner.releases, 1);
+}
+
+TEST_F(PostingGateTest, releasesAndDrainsWhenItCloses)
+{
+    close();
+
+    EXPECT_TRUE(gate.isClosed());
+    EXPECT_EQ(inner.releases, 1);
+    EXPECT_EQ(inner.drains, 1);
+}
+
+TEST_F(PostingGateTest, opensAfterAsManyOpensAsCloses)
+{
+    close();
+    close();
+
+    gate.open();
+    EXPECT_TRUE(gate.isClosed());
+    EXPECT_FALSE(post(KeyEvent{}));
+    gate.open();
+
+    EXPECT_FALSE(gate.isClosed());
+    EXPECT_TRUE(post(KeyEvent{}));
+}
+
+TEST_F(PostingGateTest, isNotOpenedInAdvance)
+{
+    gate.open();
+    close();
+
+    EXPECT_TRUE(gate.isClosed());
+}
+
+TEST_F(PostingGateTest, tellsOfATextOnlyWhenItMayBeTyped)
+{
+    run(platform.io, gate.beginText("one"));
+    paused = true;
+    run(platform.io, gate.beginText("two"));
+    paused = false;
+    close();
+    run(platform.io, gate.beginText("three"));
+
+    EXPECT_EQ(inner.texts, std::vector<std::string>{"one"});
+}
+
+TEST_F(PostingGateTest, endsATextWhateverItsState)
+{
+    paused = true;
+    close();
+
+    run(platform.io, gate.endText());
+
+    EXPECT_EQ(inner.endedTexts, 1);
+}
+
+TEST_F(PostingGateTest, passesTheOtherQuestionsOn)
+{
+    inner.pointer = {7, 8};
+
+    run(platform.io, gate.releaseAll());
+    run(platform.io, gate.drained());
+
+    EXPECT_EQ(inner.releases, 1);
+    EXPECT_EQ(inner.drains, 1);
+    EXPECT_EQ(gate.pointerLocation(), (DesktopPoint{7, 8}));
+}
+
+TEST_F(PostingGateTest, stopsALongTextInTheMiddleWhenPaused)
+{
+    InputDriver driver(gate, platform.time);
+    spawn(platform.contexts.agent, [&] { return driver.type(std::string(200, 'a')); });
+    platform.settle();
+    platform.time.advance(8ms);
+    ASSERT_EQ(inner.posted.size(), 6u);
+
+    paused = true;
+    platform.time.advance(1s);
+
+    EXPECT_EQ(inner.posted.size(), 6u);
+    EXPECT_EQ(inner.releases, 1);
+    EXPECT_EQ(inner.endedTexts, 1);
+}
+
+TEST_F(PostingGateTest, stopsALongTextInTheMiddleWhenClosed)
+{
+    InputDriver driver(gate, platform.time);
+    spawn(platform.contexts.agent, [&] { return driver.type(std::string(200, 'a')); });
+    platform.settle();
+
+    close();
+    platform.time.advance(1s);
+
+    EXPECT_EQ(inner.posted.size(), 2u);
+    EXPECT_EQ(inner.endedTexts, 1);
+}
+
+TEST_F(PostingGateTest, stopsATextBetweenKeyDownAndKeyUpAndReleasesTheKey)
+{
+    inner.onPost = [this](PostedEvent const&) { paused = true; }; // Right after the first key-down.
+    InputDriver driver(gate, platform.time);
+
+    spawn(platform.contexts.agent, [&] { return driver.type("a"); });
+    platform.time.advance(1s);
+
+    EXPECT_EQ(inner.posted, (std::vector<PostedEvent>{TextEvent{KeyEvent::Kind::down, "a"}}));
+    EXPECT_EQ(inner.releases, 1);
+}
+
+TEST_F(PostingGateTest, releasesTheButtonOfADragThatAPauseStops)
+{
+    InputDriver driver(gate, platform.time);
+    spawn(platform.contexts.agent, [&] { return driver.drag(outside, {20, 20}, MouseButton::left, 300); });
+    platform.settle();
+    std::size_t const before = inner.posted.size();
+
+    paused = true;
+    platform.time.advance(1s);
+
+    EXPECT_EQ(inner.posted.size(), before);
+    EXPECT_EQ(inner.releases, 1);
+}
+
+TEST_F(PostingGateTest, endsADragThatComesToAnOwnWindowWhileClosed)
+{
+    close();
+    InputDriver driver(gate, platform.time);
+    spawn(platform.contexts.agent, [&] { return driver.drag({80, 120}, {120, 120}, MouseButton::left, 32); });
+    platform.time.advance(1s);
+
+    EXPECT_EQ(inner.posted, (std::vector<PostedEvent>{mouse(Kind::down, {80, 120})}));
+    EXPECT_EQ(inner.releases, 2); // One by closing, one by the step that would have touched the window.
+}
+
+TEST_F(PostingGateTest, waitsForTheEventInFlightBeforeItIsClosed)
+{
+    SlowEventPosting slow;
+    PostingGate slowGate(
+        slow, platform.contexts.workers, [] { return false; }, [] { return std::vector<DesktopRect>{}; });
+    spawn(platform.contexts.agent, [&]() -> Task<> { co_await slowGate.post(KeyEvent{}); });
+    platform.settle();
+
+    spawn(platform.contexts.main, [&] { return slowGate.close(); });
+    platform.settle();
+    EXPECT_EQ(slow.log, std::vector<std::string>{"begun"});
+    EXPECT_TRUE(slowGate.isClosed()); // No further event passes meanwhile.
+    slow.letPass();
+    platform.settle();
+
+    EXPECT_EQ(slow.log, (std::vector<std::string>{"begun", "posted", "released", "drained"}));
+}
+
+TEST_F(PostingGateTest, waitsForATextThatIsBeingMadeReadyBeforeItIsClosed)
+{
+    SlowEventPosting slow;
+    PostingGate slowGate(
+        slow, platform.contexts.workers, [] { return false; }, [] { return std::vector<DesktopRect>{}; });
+    spawn(platform.contexts.agent, [&] { return slowGate.beginText("a"); });
+    platform.settle();
+
+    spawn(platform.contexts.main, [&] { return slowGate.close(); });
+    platform.settle();
+    EXPECT_EQ(slow.log, std::vector<std::string>{"text begun"});
+    slow.letPass();
+    platform.settle();
+
+    EXPECT_EQ(slow.log, (std::vector<std::string>{"text begun", "text ready", "released", "drained"}));
+}
+
+TEST_F(PostingGateTest, releasesOnlyAfterTheEventInFlight)
+{
+    SlowEventPosting slow;
+    bool slowPaused = false;
+    PostingGate slowGate(
+        slow, platform.contexts.workers, [&] { return slowPaused; },
+        [] { return std::vector<DesktopRect>{}; });
+    spawn(platform.contexts.agent, [&]() -> Task<> { co_await slowGate.post(mouse(Kind::down, outside)); });
+    platform.settle();
+
+    slowPaused = true; // The person pauses while a button is being pressed.
+    spawn(platform.contexts.agent, [&] { return slowGate.releaseAll(); });
+    platform.settle();
+    slow.letPass();
+    platform.settle();
+
+    EXPECT_EQ(slow.log, (std::vector<std::string>{"begun", "posted", "released"}));
+}
+
+} // namespace
+} // namespace zelvo
