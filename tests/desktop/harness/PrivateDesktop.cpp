@@ -1,5 +1,6 @@
 #include "desktop/harness/PrivateDesktop.h"
 
+#include "desktop/harness/Painter.h"
 #include "desktop/harness/XQuestions.h"
 
 #include <fcntl.h>
@@ -77,6 +78,20 @@ std::optional<xcb_window_t> search(xcb_connection_t* x, xcb_window_t window, Win
             return found;
     }
     return std::nullopt;
+}
+
+/// Asks the window manager to foretell a window's frame.
+void askForFrameExtents(xcb_connection_t* x, xcb_window_t window)
+{
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atomOf(x, "_NET_REQUEST_FRAME_EXTENTS");
+    xcb_send_event(x, 0, screenOf(x)->root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<char const*>(&message));
+    syncWith(x);
 }
 
 } // namespace
@@ -162,9 +177,16 @@ void PrivateDesktop::startWindowManager()
 {
     start({"openbox"});
     auto* x = connection->x.get();
-    // It calls itself the window manager long before it takes windows; the client list is the last that it
-    // writes.
-    require("openbox", [&] { return hasProperty(x, screenOf(x)->root, "_NET_CLIENT_LIST"); });
+    // It calls itself the window manager before it takes windows, and loses those that come in between: it is
+    // ready when it answers a question.
+    Painter painter(displayName);
+    std::uint32_t const probe = painter.open({.mapped = false});
+    auto const answers = [&] {
+        askForFrameExtents(painter.x(), probe);
+        return waitFor([&] { return hasProperty(x, probe, "_NET_FRAME_EXTENTS"); }, 20ms);
+    };
+    require("openbox", answers);
+    painter.close(probe);
 }
 
 void PrivateDesktop::enableAccessibility()
