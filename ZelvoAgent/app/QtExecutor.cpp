@@ -73,6 +73,12 @@ QtExecutor QtContext::executor() noexcept
     return QtExecutor(*this);
 }
 
+void QtContext::close()
+{
+    receiver->isClosed = true;
+    QCoreApplication::removePostedEvents(receiver.get(), workType());
+}
+
 void QtContext::post(std::unique_ptr<Work> work)
 {
     if (!receiver->isClosed)
