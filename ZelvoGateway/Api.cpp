@@ -39,7 +39,7 @@ bool matches(std::vector<std::string_view> const& pattern,
         return false;
     ids.clear();
     for (std::size_t i = 0; i < path.size(); ++i) {
-        if (pattern[i] == "*")
+        if (pattern[i] == "*" && !path[i].empty())
             ids.push_back(path[i]);
         else if (pattern[i] != path[i])
             return false;

@@ -256,6 +256,8 @@ Task<> BeastHttpSession::serveMachine(HeadParser& parser, HttpRequest head)
         if (parts.machines.count() >= parts.settings.limits.machines && !parts.machines.isOnline(machine.id))
             throw Failure{
                 .code = ErrorCode::rateLimited, .message = "Too many machines are connected", .status = 503};
+        if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
+            throw Failure{.code = ErrorCode::invalidRequest, .message = "Frames may only follow the answer"};
     } catch (Failure const& failure) {
         refused = failure;
     }

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "base/Task.h"
+#include "wire/Json.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace zelvo::service {
+
+/// The thread that any number of fake machines live on.
+class MachineThread {
+public:
+    MachineThread();
+    MachineThread(MachineThread const&) = delete;
+    MachineThread& operator=(MachineThread const&) = delete;
+    ~MachineThread();
+    asio::io_context io;
+
+private:
+    asio::executor_work_guard<asio::io_context::executor_type> work;
+    std::thread thread;
+};
+
+/// The other end of a gateway's socket: connects as an agent does and answers frames as the test wants.
+/// Thread: any.
+class FakeMachine {
+public:
+    /// The reply's "result" or "error" for a frame; nothing leaves it unanswered.
+    using Handler = std::function<std::optional<json::object>(json::object const& frame)>;
+
+    struct Options {
+        std::string version = "0.1.0";
+        std::vector<std::pair<std::string, std::string>> headers = {};
+        bool reads = true; ///< false leaves the socket unread, pings too
+    };
+
+    FakeMachine(MachineThread& thread, std::uint16_t port, std::string token);
+    FakeMachine(MachineThread& thread, std::uint16_t port, std::string token, Options options);
+    FakeMachine(FakeMachine const&) = delete;
+    FakeMachine& operator=(FakeMachine const&) = delete;
+    /// Drops the socket.
+    ~FakeMachine();
+
+    /// Waits for the answer to the upgrade: 101 when the machine is connected.
+    int status();
+    void onFrame(Handler handler);
+    void sendText(std::string text);
+    void sendBinary(std::string bytes);
+    void heartbeat(std::string const& computerName = "box", bool paused = false);
+    void drop();
+    /// Waits for the end of the socket and gives its close code, 0 when there was none.
+    int closeCode();
+    /// All frames that have come.
+    std::vector<json::object> frames() const;
+    int pings() const;
+
+    struct State;
+
+private:
+    std::shared_ptr<State> state;
+};
+
+/// A handler that answers every frame with {"ok": true}.
+std::optional<json::object> answerOk(json::object const& frame);
+json::object resultOf(json::value value);
+json::object errorOf(std::string const& code, std::string const& message);
+
+} // namespace zelvo::service

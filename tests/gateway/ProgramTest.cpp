@@ -1,0 +1,238 @@
+#include "gateway/FakeMachine.h"
+#include "gateway/Gateway.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+
+namespace zelvo::service {
+namespace {
+
+std::string contentOf(std::filesystem::path const& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// The built program with its output in a file.
+class Program {
+public:
+    Program(std::filesystem::path output, std::vector<std::string> arguments) : output(std::move(output))
+    {
+        arguments.insert(arguments.begin(), ZELVO_GATEWAY_PROGRAM);
+        std::vector<char*> raw;
+        for (std::string& argument : arguments)
+            raw.push_back(argument.data());
+        raw.push_back(nullptr);
+        pid = ::fork();
+        if (pid == 0) {
+            int const file = ::open(this->output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            ::dup2(file, 1);
+            ::dup2(file, 2);
+            ::execv(raw.front(), raw.data());
+            ::_exit(127);
+        }
+    }
+    Program(Program const&) = delete;
+    Program& operator=(Program const&) = delete;
+    ~Program()
+    {
+        if (pid > 0)
+            ::kill(pid, SIGKILL);
+        wait();
+    }
+
+    void send(int signal) const { ::kill(pid, signal); }
+    int wait()
+    {
+        if (pid > 0)
+            ::waitpid(std::exchange(pid, 0), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+    std::string text() const { return contentOf(output); }
+
+private:
+    std::filesystem::path output;
+    pid_t pid = 0;
+    int status = 0;
+};
+
+struct Place {
+    TemporaryFolder folder;
+    std::string data = folder.path / "data";
+    std::string out(std::string const& name) const { return folder.path / name; }
+    std::uint16_t port() const
+    {
+        becomes([this] { return !contentOf(folder.path / "port").empty(); });
+        return static_cast<std::uint16_t>(std::stoi(contentOf(folder.path / "port")));
+    }
+    std::vector<std::string> serve() const
+    {
+        return {"--data", data, "--port", "0", "--port-file", folder.path / "port"};
+    }
+};
+
+TEST(Program, endsCleanlyWithEachSignal)
+{
+    for (int const signal : {SIGTERM, SIGINT, SIGHUP}) {
+        Place place;
+        Program gateway(place.out("log"), place.serve());
+        ASSERT_EQ(request(place.port(), "GET", "/").status, 401);
+
+        gateway.send(signal);
+
+        EXPECT_EQ(gateway.wait(), 0);
+        EXPECT_NE(gateway.text().find("stopped"), std::string::npos);
+    }
+}
+
+TEST(Program, endsCleanlyWhileACommandWaits)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    Program(place.out("made"), {"provision", "--data", place.data, "--token-file", place.out("token"),
+                                "--connection-file", place.out("connection")})
+        .wait();
+    std::uint16_t const port = place.port();
+    MachineThread thread;
+    FakeMachine machine(thread, port, contentOf(place.out("token")));
+    machine.onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
+    ASSERT_EQ(machine.status(), 101);
+    std::string connection = contentOf(place.out("connection"));
+    connection.pop_back();
+    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
+    key.pop_back();
+    std::thread caller([&] {
+        request(port, "POST", "/v1/connections/" + connection + "/commands", R"({"method": "x"})",
+                {{"Authorization", "Bearer " + key}});
+    });
+    EXPECT_TRUE(becomes([&] { return machine.frames().size() == 1; }));
+
+    gateway.send(SIGTERM);
+
+    EXPECT_EQ(gateway.wait(), 0);
+    caller.join();
+    EXPECT_EQ(machine.closeCode(), 1001);
+}
+
+TEST(Program, provisionsAMachineBesideTheRunningGateway)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    place.port();
+
+    Program made(place.out("made"), {"provision", "--data", place.data, "--token-file", place.out("token")});
+    ASSERT_EQ(made.wait(), 0);
+
+    std::string const token = contentOf(place.out("token"));
+    EXPECT_EQ(token.size(), 64u);
+    EXPECT_EQ(made.text().find(token), std::string::npos);
+    EXPECT_NE(made.text().find("connection con_"), std::string::npos);
+    struct stat status{};
+    ASSERT_EQ(::stat(place.out("token").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    MachineThread thread;
+    FakeMachine machine(thread, place.port(), token);
+    EXPECT_EQ(machine.status(), 101);
+}
+
+TEST(Program, printsATokenWhenNoFileIsGiven)
+{
+    Place place;
+
+    Program made(place.out("made"), {"provision", "--data", place.data});
+
+    EXPECT_EQ(made.wait(), 0);
+    EXPECT_NE(made.text().find("\ntoken "), std::string::npos);
+}
+
+TEST(Program, printsAConsoleLinkThatWorks)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
+
+    Program link(place.out("link"), {"console-link", "--data", place.data});
+    ASSERT_EQ(link.wait(), 0);
+    std::string text = link.text();
+    text.pop_back();
+
+    ASSERT_TRUE(text.starts_with("http://127.0.0.1:" + std::to_string(port) + "/open?code=")) << text;
+    EXPECT_EQ(request(port, "GET", text.substr(text.find("/open"))).status, 200);
+}
+
+TEST(Program, printsAConsoleLinkAtItsStart)
+{
+    Place place;
+    auto arguments = place.serve();
+    arguments.emplace_back("--print-console-link");
+    Program gateway(place.out("log"), arguments);
+    std::uint16_t const port = place.port();
+
+    ASSERT_TRUE(becomes([&] { return gateway.text().find("/open?code=") != std::string::npos; }));
+    std::string const text = gateway.text();
+    std::string const path = text.substr(text.find("/open"), std::string("/open?code=").size() + 64);
+
+    EXPECT_EQ(request(port, "GET", path).status, 200);
+    EXPECT_EQ(text.find(contentOf(std::filesystem::path(place.data) / "api-key")), std::string::npos);
+}
+
+TEST(Program, saysWhatIsWrong)
+{
+    Place place;
+    Program flag(place.out("flag"), {"--bad"});
+    EXPECT_EQ(flag.wait(), 2);
+    EXPECT_EQ(flag.text(), "zelvo-gateway: unknown flag --bad; --help tells the flags\n");
+
+    Program address(place.out("address"), {"--data", place.data, "--listen", "nowhere"});
+    EXPECT_EQ(address.wait(), 1);
+    EXPECT_NE(address.text().find("\"nowhere\" is no address to listen on"), std::string::npos);
+
+    Program link(place.out("link"), {"console-link", "--data", place.data});
+    EXPECT_EQ(link.wait(), 1);
+    EXPECT_NE(link.text().find("no gateway is running"), std::string::npos);
+}
+
+TEST(Program, saysThatThePortIsTaken)
+{
+    Place first;
+    Program gateway(first.out("log"), first.serve());
+    Place second;
+
+    Program other(second.out("log"), {"--data", second.data, "--port", std::to_string(first.port())});
+
+    EXPECT_EQ(other.wait(), 1);
+    EXPECT_NE(other.text().find("Address already in use"), std::string::npos);
+}
+
+TEST(Program, keepsItsStateThroughASuddenEnd)
+{
+    Place place;
+    std::string connection;
+    {
+        Program gateway(place.out("log"), place.serve());
+        place.port();
+        Program made(place.out("made"),
+                     {"provision", "--data", place.data, "--token-file", place.out("token")});
+        ASSERT_EQ(made.wait(), 0);
+        gateway.send(SIGKILL);
+        gateway.wait();
+    }
+    std::filesystem::remove(place.out("port"));
+
+    Program again(place.out("log"), place.serve());
+    MachineThread thread;
+    FakeMachine machine(thread, place.port(), contentOf(place.out("token")));
+
+    EXPECT_EQ(machine.status(), 101);
+}
+
+} // namespace
+} // namespace zelvo::service
