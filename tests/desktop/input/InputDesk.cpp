@@ -4,16 +4,9 @@
 #include "desktop/harness/XQuestions.h"
 #include "platform/linux/input/XkbProtocol.h"
 
+#include <xcb/xtest.h>
+
 namespace zelvo::test {
-
-namespace {
-
-DisplayLayout plainLayout()
-{
-    return {.widthPixels = 1280, .heightPixels = 800};
-}
-
-} // namespace
 
 InputDesk::InputDesk(DesktopOptions options) : desktop(options)
 {
@@ -24,13 +17,13 @@ InputDesk::InputDesk(DesktopOptions options) : desktop(options)
 InputDesk::~InputDesk()
 {
     posting.reset();
-    workers.join();
+    live.stop();
 }
 
 void InputDesk::restartPosting()
 {
     posting.reset();
-    posting.emplace(contexts, clock, plainLayout);
+    posting.emplace(contexts, clock, [this] { return layout; });
 }
 
 void InputDesk::typeText(std::string text)
@@ -44,6 +37,7 @@ Task<> InputDesk::typeLikeTheDriver(std::string text)
     for (std::string const& chunk : text::chunks(text, 20)) {
         TextEvent down{KeyEvent::Kind::down, chunk};
         TextEvent up{KeyEvent::Kind::up, chunk};
+        co_await posting->ready(down);
         bool const made = co_await posting->post(down);
         if (!made)
             break;
@@ -72,9 +66,9 @@ std::string InputDesk::keymap()
     return desktop.run({"xkbcomp", "-xkb", desktop.display(), "-"}) + desktop.run({"xmodmap", "-pke"});
 }
 
-void InputDesk::useLayout(std::string const& layout, int group)
+void InputDesk::useLayout(std::string const& layouts, int group)
 {
-    desktop.run({"setxkbmap", layout});
+    desktop.run({"setxkbmap", layouts});
     XConnection const x = connectTo(desktop.display());
     XReply<xcb_xkb_use_extension_reply_t> const used(
         xcb_xkb_use_extension_reply(x.get(), xcb_xkb_use_extension(x.get(), 1, 0), nullptr));
@@ -90,6 +84,22 @@ void InputDesk::lockModifiers(std::uint8_t mask, bool on)
         xcb_xkb_use_extension_reply(x.get(), xcb_xkb_use_extension(x.get(), 1, 0), nullptr));
     xcb_xkb_latch_lock_state(x.get(), XCB_XKB_ID_USE_CORE_KBD, mask, on ? mask : 0, 0, 0, 0, 0, 0);
     syncWith(x.get());
+}
+
+void InputDesk::personKey(std::uint8_t keycode, bool down)
+{
+    XConnection const x = connectTo(desktop.display());
+    xcb_test_fake_input(x.get(), down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode, XCB_CURRENT_TIME, XCB_NONE,
+                        0, 0, 0);
+    syncWith(x.get());
+}
+
+std::uint16_t InputDesk::heldMask()
+{
+    XConnection const x = connectTo(desktop.display());
+    XReply<xcb_query_pointer_reply_t> const pointer(
+        xcb_query_pointer_reply(x.get(), xcb_query_pointer(x.get(), screenOf(x.get())->root), nullptr));
+    return pointer->mask;
 }
 
 } // namespace zelvo::test

@@ -3,18 +3,22 @@
 #include <QFile>
 #include <QFocusEvent>
 #include <QPlainTextEdit>
-#include <QSaveFile>
 #include <QScrollBar>
+#include <QTimer>
+
+#include <cstdio>
 
 namespace {
 
 void write(QString const& path, QString const& text)
 {
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(text.toUtf8());
-        file.commit();
-    }
+    // QSaveFile would wait for the disk, for longer than two clicks may be apart.
+    QFile file(path + ".new");
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    file.write(text.toUtf8());
+    file.close();
+    std::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(path).constData());
 }
 
 class Field : public QPlainTextEdit {
@@ -22,9 +26,13 @@ public:
     Field(QString path, QString const& text) : path(std::move(path))
     {
         setPlainText(text);
-        QObject::connect(this, &QPlainTextEdit::textChanged, this, &Field::report);
-        QObject::connect(this, &QPlainTextEdit::selectionChanged, this, &Field::report);
-        QObject::connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &Field::report);
+        // Reports once all events that are there have been handled.
+        soon.setSingleShot(true);
+        QObject::connect(&soon, &QTimer::timeout, this, &Field::report);
+        auto const wake = [this] { soon.start(); };
+        QObject::connect(this, &QPlainTextEdit::textChanged, this, wake);
+        QObject::connect(this, &QPlainTextEdit::selectionChanged, this, wake);
+        QObject::connect(verticalScrollBar(), &QScrollBar::valueChanged, this, wake);
     }
 
 protected:
@@ -43,6 +51,7 @@ private:
     }
 
     QString path;
+    QTimer soon;
 };
 
 } // namespace

@@ -31,7 +31,9 @@ std::vector<std::string> sampleTexts()
         "我能吞下玻璃而不伤身体。日本語の文章です。ひらがなカタカナ\n",
         "안녕하세요 세계, 한글을 씁니다\n",
         "שלום עולם مرحبا بالعالم हिन्दी ไทย ελληνικά\n",
-        "😀👍🏽👩‍👩‍👧‍👦🏳️‍🌈❤️🇩🇪🇯🇵🏴󠁧󠁢󠁥󠁮󠁧󠁿☕"
+        "😀👍🏽👩‍👩‍👧‍👦🏳️‍🌈❤️🇩🇪🇯🇵🏴󠁧󠁢󠁥󠁮󠁧"
+        "󠁿"
+        "☕"
         "️"
         "\n",
         "one\ttab\n\nand empty lines\n",
@@ -85,6 +87,13 @@ std::vector<FieldKind> fieldKinds()
 #else
     return {FieldKind::gtk, FieldKind::qt, FieldKind::xterm};
 #endif
+}
+
+std::vector<FieldKind> clickableKinds()
+{
+    std::vector<FieldKind> kinds = fieldKinds();
+    std::erase(kinds, FieldKind::xterm);
+    return kinds;
 }
 
 } // namespace zelvo::test

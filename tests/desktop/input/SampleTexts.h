@@ -16,6 +16,8 @@ std::string longText();
 
 /// The applications that this test program is to type into.
 std::vector<FieldKind> fieldKinds();
+/// Those of them in which words can be clicked and selected.
+std::vector<FieldKind> clickableKinds();
 std::string fieldName(FieldKind kind);
 
 } // namespace zelvo::test

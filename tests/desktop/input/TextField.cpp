@@ -1,5 +1,7 @@
 #include "desktop/input/TextField.h"
 
+#include "desktop/harness/XQuestions.h"
+
 #include <fstream>
 #include <sstream>
 
@@ -57,17 +59,16 @@ std::vector<std::string> browser(PrivateDesktop& desktop, std::string const& pat
 } // namespace
 
 TextField::TextField(PrivateDesktop& desktop, FieldKind kind, std::string text)
-    : path((desktop.home() / ("field" + std::to_string(static_cast<int>(kind)))).string())
+    : desktop(desktop), path((desktop.home() / ("field" + std::to_string(static_cast<int>(kind)))).string())
 {
-    desktop.start(command(desktop, kind, text), {{"LANG", "C.UTF-8"}});
+    desktop.start(command(kind, text), {{"LANG", "C.UTF-8"}});
     mainWindow = desktop.waitForWindow(windowOf(kind));
     require(
         "the field's focus",
         [&] { return std::filesystem::exists(path) && desktop.activeWindow() == mainWindow; }, 20s);
 }
 
-std::vector<std::string>
-TextField::command(PrivateDesktop& desktop, FieldKind kind, std::string const& text) const
+std::vector<std::string> TextField::command(FieldKind kind, std::string const& text) const
 {
     switch (kind) {
     case FieldKind::gtk:
@@ -92,6 +93,16 @@ int TextField::scroll() const
 {
     std::string const text = read(".scroll");
     return text.empty() ? 0 : std::stoi(text);
+}
+
+DesktopPoint TextField::pointIn(int x, int y) const
+{
+    XConnection const server = connectTo(desktop.display());
+    auto const asked = xcb_translate_coordinates(server.get(), mainWindow, screenOf(server.get())->root,
+                                                 static_cast<std::int16_t>(x), static_cast<std::int16_t>(y));
+    XReply<xcb_translate_coordinates_reply_t> const place(
+        xcb_translate_coordinates_reply(server.get(), asked, nullptr));
+    return {static_cast<double>(place->dst_x), static_cast<double>(place->dst_y)};
 }
 
 std::string TextField::valueAfter(std::string const& expected) const

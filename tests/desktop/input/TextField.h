@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Geometry.h"
 #include "desktop/harness/PrivateDesktop.h"
 
 #include <string>
@@ -21,12 +22,14 @@ public:
     int scroll() const;
     /// Waits for the value; applications show text seconds late. Gives the last value seen.
     std::string valueAfter(std::string const& expected) const;
-    std::uint32_t window() const { return mainWindow; }
+    /// A point of its window, given from the window's top left.
+    DesktopPoint pointIn(int x, int y) const;
 
 private:
     std::string read(std::string const& suffix) const;
-    std::vector<std::string> command(PrivateDesktop& desktop, FieldKind kind, std::string const& text) const;
+    std::vector<std::string> command(FieldKind kind, std::string const& text) const;
 
+    PrivateDesktop& desktop;
     std::string path;
     std::uint32_t mainWindow = 0;
 };

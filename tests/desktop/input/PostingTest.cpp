@@ -1,0 +1,211 @@
+#include "desktop/input/EventWindow.h"
+#include "desktop/input/InputDesk.h"
+
+#include <gmock/gmock.h>
+
+#include <stdlib.h>
+
+#include <limits>
+
+namespace zelvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint16_t keyA = 0;
+constexpr std::uint8_t personsShift = 62; // The right one.
+constexpr std::uint16_t shiftMask = 0x01;
+constexpr std::uint16_t controlMask = 0x04;
+constexpr std::uint16_t firstButtonMask = 0x100;
+
+class Posting : public testing::Test {
+protected:
+    std::vector<std::string> seen()
+    {
+        desk.await(desk.posting->drained());
+        return window.take();
+    }
+
+    MouseEvent mouse(MouseEvent::Kind kind, MouseButton button = MouseButton::left, ModifierFlags flags = {})
+    {
+        return {kind, {40, 30}, button, 0, flags};
+    }
+
+    InputDesk desk{{.width = 1280, .height = 800, .windowManager = false, .sessionBus = false}};
+    EventWindow window{desk.desktop.display()};
+};
+
+TEST_F(Posting, knowsTheThreeButtons)
+{
+    for (auto const button : {MouseButton::left, MouseButton::right, MouseButton::middle}) {
+        EXPECT_TRUE(desk.post(mouse(MouseEvent::Kind::down, button)));
+        EXPECT_TRUE(desk.post(mouse(MouseEvent::Kind::up, button)));
+    }
+
+    EXPECT_THAT(seen(), ElementsAre("button+1", "button-1", "button+3", "button-3", "button+2", "button-2"));
+    EXPECT_EQ(window.lastX, 40);
+    EXPECT_EQ(window.lastY, 30);
+}
+
+TEST_F(Posting, turnsPointsIntoPixels)
+{
+    desk.layout = {.origin = {100, 200}, .widthPixels = 800, .heightPixels = 600, .scale = 2};
+
+    desk.post(mouse(MouseEvent::Kind::down));
+    desk.post(mouse(MouseEvent::Kind::up));
+
+    EXPECT_THAT(seen(), ElementsAre("button+1", "button-1"));
+    EXPECT_EQ(window.lastX, 180);
+    EXPECT_EQ(window.lastY, 260);
+    EXPECT_EQ(desk.posting->pointerLocation(), (DesktopPoint{40, 30}));
+}
+
+TEST_F(Posting, pressesModifiersAroundAKey)
+{
+    desk.chord(keyA, {.cmd = true, .shift = true, .alt = true, .ctrl = true, .fn = true});
+
+    EXPECT_THAT(seen(),
+                ElementsAre("key+37", "key+64", "key+50", "key+38", "key-38", "key-50", "key-64", "key-37"));
+    EXPECT_EQ(desk.heldMask(), 0);
+}
+
+TEST_F(Posting, pressesModifiersAroundAClick)
+{
+    desk.post(mouse(MouseEvent::Kind::down, MouseButton::left, {.ctrl = true}));
+    EXPECT_EQ(desk.heldMask(), controlMask | firstButtonMask);
+    desk.post(mouse(MouseEvent::Kind::up, MouseButton::left, {.ctrl = true}));
+
+    EXPECT_THAT(seen(), ElementsAre("key+37", "button+1", "button-1", "key-37"));
+    EXPECT_EQ(desk.heldMask(), 0);
+}
+
+TEST_F(Posting, leavesAModifierThatThePersonHoldsAlone)
+{
+    desk.personKey(personsShift, true);
+    window.take();
+
+    desk.chord(keyA, {.shift = true, .ctrl = true});
+
+    EXPECT_THAT(seen(), ElementsAre("key+37", "key+38", "key-38", "key-37"));
+    EXPECT_EQ(desk.heldMask(), shiftMask);
+    desk.personKey(personsShift, false);
+}
+
+TEST_F(Posting, findsModifiersThatTheLayoutHasMoved)
+{
+    desk.desktop.run({"setxkbmap", "-layout", "us", "-option", "ctrl:swapcaps"});
+
+    desk.chord(keyA, {.ctrl = true});
+
+    EXPECT_THAT(seen(), ElementsAre("key+66", "key+38", "key-38", "key-66"));
+}
+
+TEST_F(Posting, scrollsByClicksOfTheWheel)
+{
+    desk.post(ScrollEvent{.dy = -106});
+    EXPECT_THAT(seen(), ElementsAre("button+5", "button-5", "button+5", "button-5"));
+    desk.post(ScrollEvent{.dy = 10, .dx = -1});
+    EXPECT_THAT(seen(), ElementsAre("button+4", "button-4", "button+7", "button-7"));
+    desk.post(ScrollEvent{.dy = std::numeric_limits<std::int32_t>::min()});
+    EXPECT_EQ(seen().size(), 400U);
+    desk.post(ScrollEvent{});
+    EXPECT_THAT(seen(), IsEmpty());
+}
+
+TEST_F(Posting, refusesAKeyThatDoesNotExist)
+{
+    EXPECT_FALSE(desk.post(KeyEvent{KeyEvent::Kind::down, 10, {.ctrl = true}}));
+
+    EXPECT_THAT(seen(), IsEmpty());
+}
+
+TEST_F(Posting, releasesAllThatItHolds)
+{
+    desk.post(mouse(MouseEvent::Kind::down, MouseButton::left, {.alt = true}));
+    desk.post(KeyEvent{KeyEvent::Kind::down, keyA, {.shift = true}});
+    seen();
+
+    desk.await(desk.posting->releaseAll());
+
+    EXPECT_THAT(seen(), ElementsAre("key-38", "button-1", "key-50", "key-64"));
+    EXPECT_EQ(desk.heldMask(), 0);
+    desk.await(desk.posting->releaseAll());
+    EXPECT_THAT(seen(), IsEmpty());
+}
+
+TEST_F(Posting, typesNoCommandsWhileThePersonHoldsControl)
+{
+    desk.personKey(37, true);
+    window.take();
+
+    EXPECT_FALSE(desk.post(TextEvent{KeyEvent::Kind::down, "w"}));
+
+    EXPECT_THAT(seen(), IsEmpty());
+    desk.personKey(37, false);
+}
+
+TEST_F(Posting, typesAnEmptyTextAndControlCharacters)
+{
+    desk.typeText("");
+    desk.typeText(std::string("\0\x1B\x7F", 3));
+
+    EXPECT_THAT(seen(), IsEmpty());
+}
+
+TEST_F(Posting, keepsFirstClicksApartByTheDesktopsTime)
+{
+    Instant const start = desk.clock.now();
+    desk.click({40, 30}, 3); // Within one action nothing waits.
+    Duration const together = desk.clock.now() - start;
+    desk.click({60, 30}); // Far enough away.
+    Duration const elsewhere = desk.clock.now() - start;
+    desk.click({60, 30});
+    Duration const apart = desk.clock.now() - start;
+
+    EXPECT_LT(together, 300ms);
+    EXPECT_LT(elsewhere, 300ms);
+    EXPECT_GE(apart, 400ms);
+    EXPECT_EQ(seen().size(), 10U);
+}
+
+TEST(PostingWithoutAServer, makesNothing)
+{
+    ::setenv("DISPLAY", ":59999", 1);
+    LiveContexts live;
+    LinuxClock clock(live.contexts().agent);
+    X11EventPosting posting(live.contexts(), clock, [] { return DisplayLayout{}; });
+
+    EXPECT_FALSE(live.run(posting.post(ScrollEvent{.dy = 1})));
+    EXPECT_FALSE(live.run(posting.post(TextEvent{KeyEvent::Kind::down, "a"})));
+    live.run(posting.beginText("a"));
+    live.run(posting.endText());
+    live.run(posting.releaseAll());
+    live.run(posting.drained());
+    EXPECT_EQ(posting.pointerLocation(), DesktopPoint{});
+    live.stop();
+}
+
+TEST_F(Posting, makesNothingOnceTheServerIsGone)
+{
+    pid_t const server = desk.desktop.start({"sh", "-c", "exec Xvfb -displayfd 1 -nolisten tcp 2>/dev/null"});
+    require("the server",
+            [&] { return desk.desktop.processes().output(server).find('\n') != std::string::npos; });
+    std::string const number = desk.desktop.processes().output(server);
+    ::setenv("DISPLAY", (":" + number.substr(0, number.find('\n'))).c_str(), 1);
+    desk.restartPosting();
+    ASSERT_TRUE(desk.post(mouse(MouseEvent::Kind::down)));
+
+    desk.desktop.processes().end(server, SIGKILL);
+
+    EXPECT_FALSE(desk.post(mouse(MouseEvent::Kind::up)));
+    EXPECT_FALSE(desk.post(KeyEvent{KeyEvent::Kind::down, keyA, {.ctrl = true}}));
+    EXPECT_FALSE(desk.post(TextEvent{KeyEvent::Kind::down, "a"}));
+    desk.await(desk.posting->beginText("я"));
+    desk.await(desk.posting->endText());
+    desk.await(desk.posting->releaseAll());
+    EXPECT_EQ(desk.posting->pointerLocation(), DesktopPoint{});
+}
+
+} // namespace
+} // namespace zelvo::test
