@@ -12,7 +12,7 @@ PAGE = """<!doctype html><meta charset=utf-8><title>Web field</title>
 <style>body{margin:0}textarea{width:680px;height:380px;font:16px monospace}</style><textarea id=t autofocus></textarea><p>Field</p>
 <script>
 const field = document.getElementById("t"); let number = 0;
-field.value = TEXT;
+field.value = TEXT; field.setSelectionRange(0, 0); field.scrollTop = 0;
 let painted = false;   // Before its first picture a page is given no keys.
 const report = () => painted && fetch("/", {method: "POST", body: JSON.stringify({number: ++number, value: field.value,
     selection: field.value.substring(field.selectionStart, field.selectionEnd), scroll: field.scrollTop,

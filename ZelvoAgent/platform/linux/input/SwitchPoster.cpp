@@ -59,8 +59,11 @@ bool SwitchPoster::post(MouseEvent const& event, DisplayLayout const& layout)
     bool made = true;
     if (event.kind == MouseEvent::Kind::down)
         made = press(buttonOf(event.button), event.flags);
-    else if (event.kind == MouseEvent::Kind::up)
-        release(buttonOf(event.button));
+    else if (event.kind == MouseEvent::Kind::up) {
+        InputSwitch const button = buttonOf(event.button);
+        release(button);
+        released = static_cast<std::uint16_t>(XCB_BUTTON_MASK_1 << (button.code - 1));
+    }
     connection.flush();
     return made;
 }
@@ -78,6 +81,19 @@ bool SwitchPoster::post(KeyEvent const& event)
         release(key);
     connection.flush();
     return made;
+}
+
+bool SwitchPoster::hasTakenRelease()
+{
+    if (released == 0)
+        return true;
+    auto const cookie = xcb_query_pointer(connection.raw(), connection.root());
+    Reply<xcb_query_pointer_reply_t> const pointer(
+        xcb_query_pointer_reply(connection.raw(), cookie, nullptr));
+    if (pointer && (pointer->mask & released) != 0)
+        return false;
+    released = 0;
+    return true;
 }
 
 void SwitchPoster::post(ScrollEvent const& event)

@@ -25,6 +25,9 @@ public:
     /// False for a code that no key has, or when the keyboard could not be read.
     bool post(KeyEvent const& event);
     void post(ScrollEvent const& event);
+    /// Whether the server has carried out the last release of a button. A window manager that looks at each
+    /// press first holds up what follows it, and presses that come meanwhile can get lost.
+    bool hasTakenRelease();
     void releaseAll();
 
 private:
@@ -38,6 +41,7 @@ private:
     Keyboard& keyboard;
     HeldInput held;
     std::uint32_t heldAtom;
+    std::uint16_t released = 0; ///< the bit of the button that was released last, until it is seen to be up
 };
 
 } // namespace zelvo

@@ -18,6 +18,14 @@ namespace {
 
 constexpr Duration usualDoubleClickTime = 400ms;
 constexpr Duration longestDoubleClickTime = 5s; // A foreign program's number must not stop us.
+constexpr Duration longestHoldUp =
+    200ms; // Of a window manager that looks at a press before the application does.
+
+bool isPress(PostedEvent const& event)
+{
+    auto const* mouse = std::get_if<MouseEvent>(&event);
+    return mouse && mouse->kind == MouseEvent::Kind::down;
+}
 
 bool beginsSeries(PostedEvent const& event)
 {
@@ -120,11 +128,27 @@ X11EventPosting::~X11EventPosting() = default;
 
 Task<> X11EventPosting::ready(PostedEvent event)
 {
-    if (machine && beginsSeries(event))
+    if (!machine)
+        co_return;
+    if (beginsSeries(event))
         co_await waitForClickOfItsOwn(std::get<MouseEvent>(event));
-    else if (auto* const text = std::get_if<TextEvent>(&event);
-             machine && text && text->kind == KeyEvent::Kind::down)
+    if (isPress(event))
+        co_await waitForRelease();
+    auto* const text = std::get_if<TextEvent>(&event);
+    if (text && text->kind == KeyEvent::Kind::down)
         co_await machine->typing.ready(text->text);
+}
+
+Task<> X11EventPosting::waitForRelease()
+{
+    Instant const deadline = clock.now() + longestHoldUp;
+    while (clock.now() < deadline) {
+        bool const taken =
+            co_await on(contexts.workers, [this] { return machine->switches.hasTakenRelease(); });
+        if (taken)
+            break;
+        co_await clock.sleepThroughCancel(1ms);
+    }
 }
 
 Task<bool> X11EventPosting::post(PostedEvent event)

@@ -33,6 +33,7 @@ private:
     class Machine;
 
     Task<> waitForClickOfItsOwn(MouseEvent event);
+    Task<> waitForRelease();
 
     Contexts contexts;
     Clock& clock;
