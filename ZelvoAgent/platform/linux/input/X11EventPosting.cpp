@@ -16,7 +16,8 @@ namespace zelvo {
 
 namespace {
 
-constexpr Duration usualDoubleClickTime = 400ms;
+// Without a settings manager each toolkit has a time of its own; Chromium has the longest, GTK and Qt have 400 ms.
+constexpr Duration usualDoubleClickTime = 500ms;
 constexpr Duration longestDoubleClickTime = 5s; // A foreign program's number must not stop us.
 constexpr Duration longestHoldUp =
     200ms; // Of a window manager that looks at a press before the application does.
