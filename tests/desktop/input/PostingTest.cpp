@@ -169,6 +169,39 @@ TEST_F(Posting, keepsFirstClicksApartByTheDesktopsTime)
     EXPECT_EQ(seen().size(), 10U);
 }
 
+/// A settings manager with one setting.
+class SettingsManager {
+public:
+    SettingsManager(std::string const& display, std::uint8_t doubleClickTime) : x(connectTo(display))
+    {
+        xcb_window_t const window = xcb_generate_id(x.get());
+        xcb_create_window(x.get(), 0, window, screenOf(x.get())->root, 0, 0, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        std::string settings("\0\0\0\0\1\0\0\0\1\0\0\0\0\0\x13\0Net/DoubleClickTime\0\0\0\0\0", 40);
+        settings += std::string{static_cast<char>(doubleClickTime), 0, 0, 0};
+        xcb_change_property(x.get(), XCB_PROP_MODE_REPLACE, window, atomOf(x.get(), "_XSETTINGS_SETTINGS"),
+                            atomOf(x.get(), "_XSETTINGS_SETTINGS"), 8,
+                            static_cast<std::uint32_t>(settings.size()), settings.data());
+        xcb_set_selection_owner(x.get(), window, atomOf(x.get(), "_XSETTINGS_S0"), XCB_CURRENT_TIME);
+        syncWith(x.get());
+    }
+
+private:
+    XConnection x;
+};
+
+TEST_F(Posting, asksTheSettingsManagerForTheTime)
+{
+    SettingsManager const manager(desk.desktop.display(), 120);
+    desk.click({40, 30});
+    Instant const start = desk.clock.now();
+
+    desk.click({40, 30});
+
+    EXPECT_GE(desk.clock.now() - start, 110ms);
+    EXPECT_LT(desk.clock.now() - start, 400ms);
+}
+
 TEST(PostingWithoutAServer, makesNothing)
 {
     ::setenv("DISPLAY", ":59999", 1);

@@ -6,17 +6,13 @@ namespace {
 
 std::string utf8(char32_t character)
 {
+    if (character < 0x80)
+        return {static_cast<char>(character)};
     std::string bytes;
-    if (character < 0x80) {
-        bytes += static_cast<char>(character);
-    } else if (character < 0x800) {
-        bytes += static_cast<char>(0xC0 | character >> 6);
-        bytes += static_cast<char>(0x80 | (character & 0x3F));
-    } else {
-        bytes += static_cast<char>(0xE0 | character >> 12);
-        bytes += static_cast<char>(0x80 | (character >> 6 & 0x3F));
-        bytes += static_cast<char>(0x80 | (character & 0x3F));
-    }
+    int const further = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    bytes += static_cast<char>((0xF0 << (3 - further) & 0xFF) | character >> (6 * further));
+    for (int at = further - 1; at >= 0; --at)
+        bytes += static_cast<char>(0x80 | (character >> (6 * at) & 0x3F));
     return bytes;
 }
 
@@ -62,6 +58,19 @@ std::string longText()
     std::string text;
     for (std::size_t at = 0; at < 1000; ++at)
         text += utf8(characters[(at * 37 + at / 130) % characters.size()]);
+    return text;
+}
+
+std::string crowdedText()
+{
+    constexpr char32_t letters = 0x430;
+    constexpr char32_t selectors = 0xE0100; // Each belongs to the character before it.
+    std::string text;
+    for (char32_t at = 0; at < 20; ++at) {
+        text += utf8(letters + at);
+        for (char32_t selector = 0; selector < 7; ++selector)
+            text += utf8(selectors + at * 7 + selector);
+    }
     return text;
 }
 

@@ -14,6 +14,9 @@ std::string mixedText();
 /// 1000 code points, 130 of them distinct.
 std::string longText();
 
+/// 20 characters of 8 code points each, all different: more than there are keys for one piece of text.
+std::string crowdedText();
+
 /// The applications that this test program is to type into.
 std::vector<FieldKind> fieldKinds();
 /// Those of them in which words can be clicked and selected.

@@ -44,6 +44,31 @@ TEST_P(Typing, isExactForALongTextWithManyCharacters)
     EXPECT_EQ(desk.keymap(), keymap);
 }
 
+TEST_P(Typing, isExactWhenOnePieceNeedsMoreKeysThanThereAre)
+{
+    TextField field(desk.desktop, GetParam());
+
+    expectExact(field, crowdedText());
+}
+
+TEST_P(Typing, isExactWhenTheLayoutChangesInItsMiddle)
+{
+    TextField field(desk.desktop, GetParam());
+    std::string const first = "Yes да 漢字 ";
+    std::string const second = "no нет 字漢 é\n";
+
+    desk.await(desk.posting->beginText(first + second));
+    desk.await(desk.posting->post(TextEvent{KeyEvent::Kind::down, first}));
+    ASSERT_EQ(field.valueAfter(first), first);
+    desk.desktop.run({"setxkbmap", "fr"});
+    std::string const keymap = desk.keymap();
+    desk.await(desk.posting->post(TextEvent{KeyEvent::Kind::down, second}));
+    EXPECT_EQ(field.valueAfter(first + second), first + second);
+    desk.await(desk.posting->endText());
+
+    EXPECT_EQ(desk.keymap(), keymap);
+}
+
 TEST_P(Typing, isExactWithCapsLockOn)
 {
     TextField field(desk.desktop, GetParam());
