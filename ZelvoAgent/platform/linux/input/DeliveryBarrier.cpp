@@ -86,7 +86,7 @@ std::optional<InputConnection::Pong> DeliveryBarrier::ping()
 std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers() const
 {
     auto const cookie = xcb_get_input_focus(connection.raw());
-    Reply<xcb_get_input_focus_reply_t> const focus(
+    XReply<xcb_get_input_focus_reply_t> const focus(
         xcb_get_input_focus_reply(connection.raw(), cookie, nullptr));
     if (!focus || focus->focus <= XCB_INPUT_FOCUS_POINTER_ROOT)
         return std::nullopt;
@@ -108,7 +108,7 @@ bool DeliveryBarrier::answersPings(std::uint32_t window) const
 std::optional<std::uint32_t> DeliveryBarrier::parentOf(std::uint32_t window) const
 {
     auto const cookie = xcb_query_tree(connection.raw(), window);
-    Reply<xcb_query_tree_reply_t> const tree(xcb_query_tree_reply(connection.raw(), cookie, nullptr));
+    XReply<xcb_query_tree_reply_t> const tree(xcb_query_tree_reply(connection.raw(), cookie, nullptr));
     if (!tree || tree->parent == XCB_WINDOW_NONE)
         return std::nullopt;
     return tree->parent;

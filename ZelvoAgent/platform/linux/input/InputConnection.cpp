@@ -70,14 +70,14 @@ void InputConnection::flush() const
 bool InputConnection::roundTrip() const
 {
     auto const cookie = xcb_get_input_focus(connection);
-    return Reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus_reply(connection, cookie, nullptr)) !=
+    return XReply<xcb_get_input_focus_reply_t>(xcb_get_input_focus_reply(connection, cookie, nullptr)) !=
            nullptr;
 }
 
 std::uint32_t InputConnection::atom(std::string_view name) const
 {
     auto const cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    Reply<xcb_intern_atom_reply_t> const reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+    XReply<xcb_intern_atom_reply_t> const reply(xcb_intern_atom_reply(connection, cookie, nullptr));
     return reply ? reply->atom : XCB_ATOM_NONE;
 }
 
@@ -86,7 +86,7 @@ std::vector<std::uint32_t> InputConnection::property(std::uint32_t window, std::
     constexpr std::uint32_t mostWords = 65536;
     auto const cookie =
         xcb_get_property(connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, mostWords);
-    Reply<xcb_get_property_reply_t> const reply(xcb_get_property_reply(connection, cookie, nullptr));
+    XReply<xcb_get_property_reply_t> const reply(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32)
         return {};
     auto const* values = static_cast<std::uint32_t const*>(xcb_get_property_value(reply.get()));
@@ -106,7 +106,7 @@ void InputConnection::deleteRootProperty(std::uint32_t name) const
 
 void InputConnection::pump(std::function<void(std::uint8_t type, void const* event)> const& other)
 {
-    while (Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+    while (XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
         int const type = event->response_type & 0x7F;
         if (type == firstKeyboardEvent) {
             keymapChanged = true; // Only changes of the keymap were asked for.

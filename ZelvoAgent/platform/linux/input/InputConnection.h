@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/linux/x11/XReply.h"
+
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <span>
@@ -11,13 +12,6 @@
 struct xcb_connection_t;
 
 namespace zelvo {
-
-/// Frees what xcb hands out.
-struct FreeReply {
-    void operator()(void* reply) const noexcept { std::free(reply); }
-};
-template <class T>
-using Reply = std::unique_ptr<T, FreeReply>;
 
 /// One connection to the X server for making input, with the keyboard extension switched on.
 /// Thread: requests from any thread; pump() and the fields that it fills from one at a time.

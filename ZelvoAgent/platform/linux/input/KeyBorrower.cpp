@@ -86,7 +86,7 @@ bool KeyBorrower::isFree(std::uint8_t keycode) const
 {
     auto const cookie = xcb_grab_key_checked(connection.raw(), 0, connection.root(), XCB_MOD_MASK_ANY,
                                              keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    Reply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
+    XReply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
     if (!refused)
         xcb_ungrab_key(connection.raw(), keycode, connection.root(), XCB_MOD_MASK_ANY);
     return !refused;
@@ -153,7 +153,7 @@ KeyBorrower::Keymap KeyBorrower::readKeymap() const
 {
     auto const cookie = xcb_xkb_get_map(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS,
                                         0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
-    Reply<xcb_xkb_get_map_reply_t> const reply(xcb_xkb_get_map_reply(connection.raw(), cookie, nullptr));
+    XReply<xcb_xkb_get_map_reply_t> const reply(xcb_xkb_get_map_reply(connection.raw(), cookie, nullptr));
     if (!reply)
         return {};
     // Only symbols were asked for, so they are all that follows the fixed part.
@@ -182,7 +182,7 @@ bool KeyBorrower::writeKeymap(Keymap const& keymap, std::vector<std::uint8_t> co
         connection.raw(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS, 0, keymap.lowest,
         keymap.highest, 0, 0, low, static_cast<std::uint8_t>(range.size()),
         static_cast<std::uint16_t>(symbols), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, bytes.data());
-    Reply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
+    XReply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
     return !refused && connection.isAlive();
 }
 

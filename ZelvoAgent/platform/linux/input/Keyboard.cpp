@@ -23,7 +23,7 @@ bool Keyboard::refresh()
 bool Keyboard::readState()
 {
     auto const cookie = xcb_xkb_get_state(connection.raw(), XCB_XKB_ID_USE_CORE_KBD);
-    Reply<xcb_xkb_get_state_reply_t> const reply(xcb_xkb_get_state_reply(connection.raw(), cookie, nullptr));
+    XReply<xcb_xkb_get_state_reply_t> const reply(xcb_xkb_get_state_reply(connection.raw(), cookie, nullptr));
     if (!reply)
         return false;
     state = {.baseModifiers = reply->baseMods,

@@ -88,7 +88,7 @@ bool SwitchPoster::hasTakenRelease()
     if (released == 0)
         return true;
     auto const cookie = xcb_query_pointer(connection.raw(), connection.root());
-    Reply<xcb_query_pointer_reply_t> const pointer(
+    XReply<xcb_query_pointer_reply_t> const pointer(
         xcb_query_pointer_reply(connection.raw(), cookie, nullptr));
     if (pointer && (pointer->mask & released) != 0)
         return false;

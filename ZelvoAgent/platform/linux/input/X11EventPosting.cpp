@@ -16,7 +16,8 @@ namespace zelvo {
 
 namespace {
 
-// Without a settings manager each toolkit has a time of its own; Chromium has the longest, GTK and Qt have 400 ms.
+// Without a settings manager each toolkit has a time of its own; Chromium has the longest, GTK and Qt have
+// 400 ms.
 constexpr Duration usualDoubleClickTime = 500ms;
 constexpr Duration longestDoubleClickTime = 5s; // A foreign program's number must not stop us.
 constexpr Duration longestHoldUp =
@@ -79,7 +80,7 @@ public:
     DesktopPoint pointer() const
     {
         auto const cookie = xcb_query_pointer(connection->raw(), connection->root());
-        Reply<xcb_query_pointer_reply_t> const reply(
+        XReply<xcb_query_pointer_reply_t> const reply(
             xcb_query_pointer_reply(connection->raw(), cookie, nullptr));
         return reply ? layout().toPoints({reply->root_x, reply->root_y}) : DesktopPoint{};
     }
@@ -88,14 +89,14 @@ public:
     Duration doubleClickTime() const
     {
         auto const cookie = xcb_get_selection_owner(connection->raw(), connection->atom("_XSETTINGS_S0"));
-        Reply<xcb_get_selection_owner_reply_t> const manager(
+        XReply<xcb_get_selection_owner_reply_t> const manager(
             xcb_get_selection_owner_reply(connection->raw(), cookie, nullptr));
         if (!manager || manager->owner == XCB_WINDOW_NONE)
             return usualDoubleClickTime;
         auto const asked =
             xcb_get_property(connection->raw(), 0, manager->owner, connection->atom("_XSETTINGS_SETTINGS"),
                              XCB_GET_PROPERTY_TYPE_ANY, 0, 65536);
-        Reply<xcb_get_property_reply_t> const settings(
+        XReply<xcb_get_property_reply_t> const settings(
             xcb_get_property_reply(connection->raw(), asked, nullptr));
         if (!settings || settings->format != 8)
             return usualDoubleClickTime;
