@@ -145,6 +145,20 @@ TEST_F(Posting, typesNoCommandsWhileThePersonHoldsControl)
     desk.personKey(37, false);
 }
 
+TEST_F(Posting, typesOnWhenThePersonLetsGoOfControl)
+{
+    desk.personKey(37, true);
+    std::thread person([this] {
+        std::this_thread::sleep_for(300ms);
+        desk.personKey(37, false);
+    });
+
+    EXPECT_TRUE(desk.post(TextEvent{KeyEvent::Kind::down, "w"}));
+
+    person.join();
+    EXPECT_THAT(seen(), ElementsAre("key+37", "key-37", "key+25", "key-25"));
+}
+
 TEST_F(Posting, typesAnEmptyTextAndControlCharacters)
 {
     desk.typeText("");

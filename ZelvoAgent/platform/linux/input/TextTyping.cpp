@@ -12,8 +12,15 @@
 
 namespace zelvo {
 
+namespace {
+
+constexpr Duration longestShortcut = 2s; // Of the person, at the same keyboard.
+constexpr Duration betweenLooks = 10ms;
+
+} // namespace
+
 TextTyping::TextTyping(Contexts contexts, Clock& clock, InputConnection& connection, Keyboard& keyboard)
-    : contexts(contexts), connection(connection), keyboard(keyboard), keys(connection),
+    : contexts(contexts), clock(clock), connection(connection), keyboard(keyboard), keys(connection),
       barrier(contexts, clock, connection)
 {
 }
@@ -31,6 +38,7 @@ Task<> TextTyping::begin(std::string text)
 
 Task<> TextTyping::ready(std::string text)
 {
+    co_await waitForModifiers();
     std::u32string const characters = typedCharacters(text);
     continueWith(characters);
     if (!co_await on(contexts.workers, [&] { return lacksKey(characters.size()); }))
@@ -38,6 +46,14 @@ Task<> TextTyping::ready(std::string text)
     if (keys.hasLoans())
         co_await barrier.wait();
     co_await on(contexts.workers, [this] { bindUpcoming(); });
+}
+
+Task<> TextTyping::waitForModifiers()
+{
+    Instant const deadline = clock.now() + longestShortcut;
+    auto const held = [this] { return keyboard.refresh() && keyboard.holdsCommandModifier(); };
+    while (co_await on(contexts.workers, held) && clock.now() < deadline)
+        co_await clock.sleepThroughCancel(betweenLooks);
 }
 
 Task<bool> TextTyping::type(std::string text)

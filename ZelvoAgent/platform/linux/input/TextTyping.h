@@ -21,7 +21,8 @@ public:
 
     /// Binds keys for as much of the text as there is room for.
     Task<> begin(std::string text);
-    /// Binds keys for a piece of it where they still lack, once the application has read what came before.
+    /// Waits a while for the person to let go of Control, Alt and Super. Then binds keys for a piece of the text where
+    /// they still lack, once the application has read what came before.
     Task<> ready(std::string text);
     /// Types a piece of it. False when it could not be typed: the connection is lost, or somebody holds
     /// Control, Alt or Super, with which letters would be commands.
@@ -42,6 +43,7 @@ private:
     /// Binds keys for the upcoming text. False when the next character still has none.
     bool bindUpcoming();
     bool onLayout(char32_t character) const;
+    Task<> waitForModifiers();
     /// Whether one of the next `count` characters has no key.
     bool lacksKey(std::size_t count);
     /// Makes `characters` the upcoming text unless they are what comes next in it.
@@ -49,6 +51,7 @@ private:
     void expect(std::u32string characters);
 
     Contexts contexts;
+    Clock& clock;
     InputConnection& connection;
     Keyboard& keyboard;
     KeyBorrower keys;
