@@ -476,7 +476,11 @@ void Session::pingNext()
         return;
     pinging = true;
     pingPayload.assign(payload->data(), payload->size());
-    socket.async_ping(pingPayload, [self = shared_from_this()](ErrorCode error) {
+    // Beast keeps a ping that waits for a write inside the stream, so it must not hold the session.
+    socket.async_ping(pingPayload, [weak = weak_from_this()](ErrorCode error) {
+        auto const self = weak.lock();
+        if (!self)
+            return;
         self->pinging = false;
         if (error && !self->failure)
             return self->fail(webSocketFailure(error));
@@ -519,7 +523,10 @@ void Session::cancel(std::optional<int> code)
         phase = Phase::closing;
         setDeadline(goodbyeTime, &Session::drop);
         websocket::close_reason const reason(static_cast<std::uint16_t>(*code));
-        socket.async_close(reason, [self = shared_from_this()](ErrorCode) { self->drop(); });
+        socket.async_close(reason, [weak = weak_from_this()](ErrorCode) {
+            if (auto const self = weak.lock())
+                self->drop();
+        });
     } else if (!code || phase == Phase::connecting) {
         drop();
     }
@@ -593,39 +600,41 @@ auto atHome(Handler handler)
     };
 }
 
+/// What waits does not hold the session: a loop that ends in the middle then leaves nothing behind.
 Task<WebSocketMessage> receiveFrom(std::shared_ptr<Session> session)
 {
-    auto start = [session](auto handler) {
+    auto start = [session = std::move(session)](auto handler) mutable {
         std::uint64_t const id = session->nextReceiveId();
+        Executor const executor = session->executor();
         auto slot = asio::get_associated_cancellation_slot(handler);
         if (slot.is_connected())
-            slot.assign(
-                [weak = std::weak_ptr(session), executor = session->executor(), id](asio::cancellation_type) {
-                    asio::dispatch(executor, [weak, id] {
-                        if (auto const alive = weak.lock())
-                            alive->abandonReceive(id);
-                    });
+            slot.assign([weak = std::weak_ptr(session), executor, id](asio::cancellation_type) {
+                asio::dispatch(executor, [weak, id] {
+                    if (auto const alive = weak.lock())
+                        alive->abandonReceive(id);
                 });
-        asio::dispatch(session->executor(),
-                       [session, id, onMessage = OnMessage(atHome(std::move(handler)))]() mutable {
-                           session->receive(id, std::move(onMessage));
-                       });
+            });
+        asio::dispatch(executor, [session = std::move(session), id,
+                                  onMessage = OnMessage(atHome(std::move(handler)))]() mutable {
+            session->receive(id, std::move(onMessage));
+        });
     };
     co_return co_await asio::async_initiate<decltype(asio::use_awaitable),
-                                            void(std::exception_ptr, WebSocketMessage)>(start,
+                                            void(std::exception_ptr, WebSocketMessage)>(std::move(start),
                                                                                         asio::use_awaitable);
 }
 
 Task<> sendThrough(std::shared_ptr<Session> session, std::string text)
 {
-    auto start = [session, &text](auto handler) {
-        asio::dispatch(session->executor(), [session, text = std::move(text),
-                                             onSent = OnSent(atHome(std::move(handler)))]() mutable {
+    auto start = [session = std::move(session), text = std::move(text)](auto handler) mutable {
+        Executor const executor = session->executor();
+        asio::dispatch(executor, [session = std::move(session), text = std::move(text),
+                                  onSent = OnSent(atHome(std::move(handler)))]() mutable {
             session->send(std::move(text), std::move(onSent));
         });
     };
     co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(
-        start, asio::use_awaitable);
+        std::move(start), asio::use_awaitable);
 }
 
 class BeastWebSocket final : public WebSocket {
