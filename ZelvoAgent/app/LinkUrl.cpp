@@ -24,6 +24,8 @@ std::optional<std::string> linkTokenOf(std::string_view url)
     if (!parsed || parsed->scheme() != "zelvo" || !parsed->has_authority() ||
         parsed->encoded_host() != "link")
         return std::nullopt;
+    if (parsed->encoded_query().empty())
+        return std::nullopt; // Boost 1.81 reads beyond an empty query in front of a fragment.
     for (auto const& item : parsed->encoded_params()) {
         if (decoded(item.key) != "token")
             continue;

@@ -88,6 +88,13 @@ TEST(LinkUrl, skipsWhatIsNoUrl)
     EXPECT_EQ(linkTokenOf("zelvo://link?token=a\n"), Token());
 }
 
+TEST(LinkUrl, skipsAnEmptyQueryInFrontOfAFragment)
+{
+    EXPECT_EQ(linkTokenOf("zelvo://link/?#f"), Token());
+    EXPECT_EQ(linkTokenOf("zelvo://link?#"), Token());
+    EXPECT_EQ(linkTokenOf("zelvo://link?&#token=a"), Token());
+}
+
 TEST(LinkUrl, skipsATokenThatIsNotUtf8)
 {
     EXPECT_EQ(linkTokenOf("zelvo://link?token=%FF"), Token());

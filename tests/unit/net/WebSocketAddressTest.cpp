@@ -31,8 +31,9 @@ TEST(WebSocketAddress, writesAuthorityAndHost)
 
 TEST(WebSocketAddress, refusesWhatIsNoWebSocketAndDoesNotRepeatIt)
 {
-    for (char const* const url : {"", "/path", "example.org", "http://example.org", "ws:", "ws://",
-                                  "ws://h:0", "ws://h:65536", "ws://h:x", "ws://se cret/", "wss://[::1"}) {
+    for (char const* const url :
+         {"", "/path", "example.org", "http://example.org", "ws:", "ws://", "ws://h:0", "ws://h:65536",
+          "ws://h:x", "ws://a%0d%0aX-Secret:%20b/", "ws://a%20b/", "ws://se cret/", "wss://[::1"}) {
         try {
             parseWebSocketAddress(url);
             ADD_FAILURE() << url;

@@ -313,11 +313,12 @@ Task<HttpResponse> performOn(Executor workers, std::shared_ptr<Transfer> transfe
                 failure = std::current_exception();
             }
             auto const home = asio::get_associated_executor(handler);
-            asio::post(home, [slot, failure, response = std::move(response),
+            // Moved, so that the worker is not the last to let go of it.
+            asio::post(home, [slot, failure = std::move(failure), response = std::move(response),
                               handler = std::move(handler)]() mutable {
                 if (slot.is_connected())
                     slot.clear();
-                std::move(handler)(failure, std::move(response));
+                std::move(handler)(std::move(failure), std::move(response));
             });
         });
     };

@@ -23,6 +23,14 @@ std::string targetOf(boost::urls::url_view const& url)
     return target;
 }
 
+/// True for names and addresses. What else a URL's escapes can bring, a line break for instance, must not get
+/// into the head of a request.
+bool isPlainHost(std::string_view host)
+{
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_:";
+    return !host.empty() && host.find_first_not_of(letters) == std::string_view::npos;
+}
+
 } // namespace
 
 std::string WebSocketAddress::bracketedHost() const
@@ -50,7 +58,7 @@ WebSocketAddress parseWebSocketAddress(std::string_view url)
     if (!address.secure && parsed->scheme_id() != boost::urls::scheme::ws)
         throw NetworkFailure{NetworkFailure::Kind::other, "the address is neither ws nor wss"};
     address.host = parsed->host_address();
-    if (address.host.empty())
+    if (!isPlainHost(address.host))
         throw NetworkFailure{NetworkFailure::Kind::other, "the address names no host"};
     // Boost 1.81 takes a port modulo 65536, and what stands in a port's place as a path.
     bool const hasPort = parsed->has_port() && !parsed->port().empty();

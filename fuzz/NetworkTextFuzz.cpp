@@ -1,0 +1,68 @@
+#include "platform/WebSocket.h"
+#include "platform/linux/net/HttpHead.h"
+#include "platform/linux/net/PendingPings.h"
+#include "platform/linux/net/ProxyChoice.h"
+#include "platform/linux/net/WebSocketAddress.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using namespace zelvo;
+
+void check(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+void readAsAddress(std::string_view text)
+{
+    try {
+        WebSocketAddress const address = parseWebSocketAddress(text);
+        check(address.port != 0 && !address.host.empty() && address.target.starts_with('/'));
+        // Neither may end the line of the request that it goes into.
+        check(address.target.find_first_of("\r\n ") == std::string::npos);
+        check(address.authority().find_first_of("\r\n ") == std::string::npos);
+    } catch (NetworkFailure const&) {
+        // Refused.
+    }
+}
+
+void readAsProxy(std::string_view text)
+{
+    auto const lookup = [text](std::string const& name) -> std::optional<std::string> {
+        return name == "https_proxy" ? std::optional<std::string>(text) : std::nullopt;
+    };
+    try {
+        auto const proxy = proxyFor(true, "example.org", 443, lookup);
+        check(proxy && proxy->port != 0 && !proxy->host.empty());
+    } catch (NetworkFailure const&) {
+        // Refused.
+    }
+}
+
+} // namespace
+
+/// The texts that reach the network layer from outside: addresses, proxy variables, the head of an answer,
+/// pongs.
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    std::string_view const text(reinterpret_cast<char const*>(data), size);
+    readAsAddress(text);
+    readAsProxy(text);
+    for (char const* const host : {"www.example.org", "127.0.0.1", "::1", ""})
+        isProxyExempt(text, host, 443);
+    if (auto const status = statusOfHead(text))
+        check(*status >= 100 && *status <= 999);
+    if (auto const length = headLength(text))
+        check(*length <= text.size());
+    PendingPings pings;
+    pings.add([](bool) {});
+    pings.nextToSend();
+    bool const answered = !pings.answeredBy(text).empty();
+    check(answered == (text == "1" || (text.ends_with('1') && text.find_first_not_of('0') == text.size() - 1)));
+    check(pings.takeAll().empty() == answered);
+    return 0;
+}

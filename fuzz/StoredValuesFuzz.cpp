@@ -1,0 +1,55 @@
+#include "confirm/ConfirmationPolicy.h"
+#include "gateway/LinkOffer.h"
+#include "state/ActivityLog.h"
+#include "state/AvailabilityChange.h"
+#include "state/ComputerAgents.h"
+#include "state/GrantedConnection.h"
+#include "state/StoredList.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using namespace zelvo;
+
+void check(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+/// What a file of the settings folder may hold: read, it can be written and reads back equal.
+void readAsStored(std::string_view bytes)
+{
+    if (auto const connections = decodeConnections(bytes))
+        check(decodeConnections(encodeConnections(*connections)) == connections);
+    if (auto const changes = stored::decodeList<AvailabilityChange>(bytes))
+        check(stored::decodeList<AvailabilityChange>(stored::encodeList(*changes)) == changes);
+    auto const log = ActivityLog::decoded(bytes);
+    check(ActivityLog::decoded(log.encoded()).entries() == log.entries());
+}
+
+/// What the gateway may send about links, policies and live agents.
+void readAsAnswer(json::value const& value)
+{
+    if (auto const policy = ConfirmationPolicy::fromJson(value))
+        check(ConfirmationPolicy::fromJson(policy->toJson()) == policy);
+    if (!value.is_object())
+        return;
+    auto const offer = LinkOffer::from(value.get_object(), "token");
+    check(offer.token == "token" && offer == LinkOffer::from(value.get_object(), "token"));
+    auto const agents = ComputerAgents::parse(value.get_object(), Date{});
+    check(agents == ComputerAgents::parse(value.get_object(), Date{}));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    std::string_view const bytes(reinterpret_cast<char const*>(data), size);
+    readAsStored(bytes);
+    if (auto const value = parseJson(bytes))
+        readAsAnswer(*value);
+    return 0;
+}
