@@ -61,7 +61,8 @@ using PostedEvent = std::variant<MouseEvent, KeyEvent, TextEvent, ScrollEvent>;
 class EventPosting {
 public:
     virtual ~EventPosting() = default;
-    /// Waits as long as the event has to keep apart from earlier ones, for instance a first click from the click before.
+    /// Waits as long as the event has to keep apart from earlier ones, for instance a first click from the
+    /// click before.
     virtual Task<> ready(PostedEvent event) = 0;
     /// Makes the event, without waiting for the time that ready() waits for. False when it could not be made.
     virtual Task<bool> post(PostedEvent event) = 0;

@@ -31,13 +31,15 @@ public:
     {
         arrivals.wakeAll([&] { inbox.push_back({kind, std::move(text)}); });
     }
-    /// The session ends.
+    /// The session ends, and with it the hope for pongs.
     void fail(NetworkFailure::Kind kind, std::string description = "ended")
     {
         arrivals.wakeAll([&] {
             if (!ended)
                 ended = NetworkFailure{kind, std::move(description)};
         });
+        while (!pendingPings.empty())
+            answerPing(false);
     }
     void answerPing(bool ok = true)
     {

@@ -20,6 +20,13 @@ protected:
     FakePlatform platform;
     AgentParts parts{platform.contexts, platform, [] { return 1.0; }};
 
+    // A waiting receive loop and its socket hold each other until the socket ends.
+    void TearDown() override
+    {
+        run(platform.io, parts.runtime.shutDown());
+        platform.settle();
+    }
+
     void link(std::string token = "mt")
     {
         platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = std::move(token);
@@ -249,7 +256,7 @@ TEST_F(AgentRuntimeTest, finishedLinkOnAConnectedClientPassesThroughConnecting)
     link();
     start();
     std::vector<Kind> seen;
-    parts.state.changed.connect([&] {
+    boost::signals2::scoped_connection const watching = parts.state.changed.connect([&] {
         if (seen.empty() || seen.back() != state())
             seen.push_back(state());
     });

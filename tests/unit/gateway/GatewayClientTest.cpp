@@ -23,6 +23,14 @@ protected:
     bool holdsReplies = false;
     std::shared_ptr<GatewayClient> client = makeClient();
 
+    // A waiting receive loop and its socket hold each other until the socket ends.
+    void TearDown() override
+    {
+        letGo();
+        if (client)
+            run(platform.io, client->stop());
+    }
+
     std::shared_ptr<GatewayClient> makeClient()
     {
         return GatewayClient::create(
