@@ -62,9 +62,10 @@ PixelRegion PixelRegion::intersected(PixelRect const& rect) const
 PixelRegion PixelRegion::intersected(PixelRegion const& other) const
 {
     PixelRegion result;
-    for (PixelRect const& rect : other.rects)
-        for (PixelRect const& both : intersected(rect).rects)
-            result.rects.push_back(both);
+    for (PixelRect const& rect : other.rects) {
+        PixelRegion const part = intersected(rect);
+        result.rects.insert(result.rects.end(), part.rects.begin(), part.rects.end());
+    }
     return result;
 }
 

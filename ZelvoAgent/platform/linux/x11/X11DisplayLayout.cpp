@@ -171,12 +171,13 @@ X11DisplayLayout::X11DisplayLayout(Contexts contexts, std::shared_ptr<X11Connect
     state->layouts.set(readDisplayLayouts(*state->connection));
     if (!watching)
         return;
-    X11Capabilities const can = watching->capabilities();
-    events.emplace(state->contexts, std::move(watching),
-                   [state = state, can](xcb_generic_event_t const& event) {
-                       if (concernsDisplays(event, can))
-                           asio::post(state->contexts.workers, [state] { state->refresh(); });
-                   });
+    events.emplace(state->contexts, watching, [state = state, watching] {
+        bool changed = false;
+        while (XReply<xcb_generic_event_t> const event{xcb_poll_for_event(watching->get())})
+            changed = concernsDisplays(*event, watching->capabilities()) || changed;
+        if (changed)
+            asio::post(state->contexts.workers, [state] { state->refresh(); });
+    });
 }
 
 X11DisplayLayout::~X11DisplayLayout() = default;

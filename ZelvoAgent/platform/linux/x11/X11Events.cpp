@@ -1,7 +1,5 @@
 #include "platform/linux/x11/X11Events.h"
 
-#include "platform/linux/x11/XReply.h"
-
 #include <boost/asio/posix/stream_descriptor.hpp>
 
 #include <fcntl.h>
@@ -11,10 +9,8 @@ namespace zelvo {
 
 struct X11Events::Loop : std::enable_shared_from_this<Loop> {
     // The descriptor is a copy: xcb closes its own.
-    Loop(Executor const& agent,
-         std::shared_ptr<X11Connection> server,
-         std::function<void(xcb_generic_event_t const&)> f)
-        : connection(std::move(server)), handler(std::move(f)),
+    Loop(Executor const& agent, std::shared_ptr<X11Connection> server, std::function<void()> call)
+        : connection(std::move(server)), arrived(std::move(call)),
           descriptor(agent, ::fcntl(xcb_get_file_descriptor(connection->get()), F_DUPFD_CLOEXEC, 0))
     {
     }
@@ -24,8 +20,7 @@ struct X11Events::Loop : std::enable_shared_from_this<Loop> {
         if (!connection->isAlive())
             return;
         xcb_flush(connection->get());
-        while (XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection->get())})
-            handler(*event);
+        arrived();
         auto const again = [self = shared_from_this()](boost::system::error_code failure) {
             if (!failure)
                 self->step();
@@ -34,14 +29,14 @@ struct X11Events::Loop : std::enable_shared_from_this<Loop> {
     }
 
     std::shared_ptr<X11Connection> connection;
-    std::function<void(xcb_generic_event_t const&)> handler;
+    std::function<void()> arrived;
     asio::posix::stream_descriptor descriptor; // agent
 };
 
 X11Events::X11Events(Contexts const& contexts,
                      std::shared_ptr<X11Connection> connection,
-                     std::function<void(xcb_generic_event_t const&)> handler)
-    : loop(std::make_shared<Loop>(contexts.agent, std::move(connection), std::move(handler)))
+                     std::function<void()> arrived)
+    : loop(std::make_shared<Loop>(contexts.agent, std::move(connection), std::move(arrived)))
 {
     asio::post(contexts.agent, [loop = loop] { loop->step(); });
 }

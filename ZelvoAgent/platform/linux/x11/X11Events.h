@@ -3,22 +3,21 @@
 #include "base/Contexts.h"
 #include "platform/linux/x11/X11Connection.h"
 
-#include <xcb/xcb.h>
-
 #include <functional>
 #include <memory>
 
 namespace zelvo {
 
-/// Takes the events of a connection as they come, on the agent's thread; it sleeps while there are none.
+/// Tells when a connection may have events, on the agent's thread; it sleeps while there are none.
 /// Thread: made and dropped anywhere.
 class X11Events {
 public:
-    /// handler: called on the agent's thread for each event; must not wait for the server. It may still run
-    /// once while this object goes away, so what it touches is held by a shared pointer of its own.
+    /// arrived: called on the agent's thread; takes events until there are none and must not wait for the
+    /// server. It may still run once while this object goes away, so what it touches is held by a shared
+    /// pointer of its own.
     X11Events(Contexts const& contexts,
               std::shared_ptr<X11Connection> connection,
-              std::function<void(xcb_generic_event_t const&)> handler);
+              std::function<void()> arrived);
     ~X11Events();
     X11Events(X11Events const&) = delete;
     X11Events& operator=(X11Events const&) = delete;

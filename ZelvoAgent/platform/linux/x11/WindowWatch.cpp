@@ -1,0 +1,176 @@
+#include "platform/linux/x11/WindowWatch.h"
+
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/XReply.h"
+
+#include <xcb/shape.h>
+#include <xcb/xcb.h>
+
+namespace zelvo {
+
+namespace {
+
+void select(X11Connection const& connection, std::uint32_t window)
+{
+    std::uint32_t const mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(connection.get(), window, XCB_CW_EVENT_MASK, &mask);
+}
+
+template <class Event>
+Event const& as(void const* event)
+{
+    return *static_cast<Event const*>(event);
+}
+
+} // namespace
+
+WindowWatch::WindowWatch(std::shared_ptr<X11Connection> server) : connection(std::move(server))
+{
+    select(*connection, connection->root());
+    connection->sync();
+}
+
+void WindowWatch::takeEvents()
+{
+    // Taking and noting are one step: nobody finds the queue empty before what was in it is noted.
+    std::scoped_lock guard(lock);
+    while (XReply<xcb_generic_event_t> const event{xcb_poll_for_event(connection->get())})
+        take(event.get());
+}
+
+bool WindowWatch::concernsNames(std::uint32_t atom) const
+{
+    auto const& atoms = connection->atoms();
+    return atom == XCB_ATOM_WM_CLASS || atom == XCB_ATOM_WM_TRANSIENT_FOR || atom == atoms.gtkApplicationId ||
+           atom == atoms.kdeDesktopFile || atom == atoms.netWmPid || atom == atoms.wmState ||
+           atom == atoms.netClientList || atom == atoms.netSupportingWmCheck;
+}
+
+void WindowWatch::take(void const* event)
+{
+    auto const type = as<xcb_generic_event_t>(event).response_type & 0x7f;
+    switch (type) {
+    case 0: // An error: a window went before we could select its events.
+        return;
+    case XCB_PROPERTY_NOTIFY:
+        changed = changed || concernsNames(as<xcb_property_notify_event_t>(event).atom);
+        return;
+    case XCB_CREATE_NOTIFY:
+    case XCB_DESTROY_NOTIFY:
+    case XCB_UNMAP_NOTIFY:
+    case XCB_MAP_NOTIFY:
+    case XCB_CONFIGURE_NOTIFY:
+    case XCB_REPARENT_NOTIFY:
+    case XCB_GRAVITY_NOTIFY:
+    case XCB_CIRCULATE_NOTIFY:
+        break;
+    default:
+        changed = changed ||
+                  (connection->capabilities().shape && type == connection->capabilities().shapeFirstEvent);
+        return;
+    }
+    // In all of these the window that it is about stands after the one that it was reported to, but for
+    // creation.
+    auto const& about = as<xcb_destroy_notify_event_t>(event);
+    bool const onRoot = about.event == connection->root();
+    if (about.window == ignored)
+        return;
+    changed = true;
+    if (type == XCB_DESTROY_NOTIFY) {
+        selected.erase(about.window);
+        selectedShapes.erase(about.window);
+        frames.erase(about.window);
+    }
+    if (!onRoot)
+        return;
+    if (type == XCB_CONFIGURE_NOTIFY) {
+        auto const& size = as<xcb_configure_notify_event_t>(event);
+        noteSize(size.window, size.width, size.height);
+    } else if (type == XCB_REPARENT_NOTIFY) {
+        auto const& move = as<xcb_reparent_notify_event_t>(event);
+        if (move.parent != connection->root())
+            frames.insert(move.parent);
+    } else if (type == XCB_MAP_NOTIFY) {
+        noteMapped(about.window);
+    } else if (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY) {
+        noteGone(about.window, type == XCB_DESTROY_NOTIFY);
+    }
+}
+
+void WindowWatch::noteSize(std::uint32_t window, int width, int height)
+{
+    Shown& entry = shown[window];
+    if (entry.width != width || entry.height != height)
+        entry = {width, height, std::chrono::steady_clock::now()};
+}
+
+void WindowWatch::noteMapped(std::uint32_t window)
+{
+    shown[window].since = std::chrono::steady_clock::now();
+}
+
+void WindowWatch::noteGone(std::uint32_t window, bool destroyed)
+{
+    if (!kept.contains(window))
+        loss = std::chrono::steady_clock::now();
+    if (destroyed)
+        shown.erase(window);
+}
+
+bool WindowWatch::hasChanged() const
+{
+    std::scoped_lock guard(lock);
+    return changed;
+}
+
+void WindowWatch::reset(WindowSurvey const& survey)
+{
+    std::scoped_lock guard(lock);
+    changed = false;
+    for (std::uint32_t const window : survey.watched)
+        if (selected.insert(window).second)
+            select(*connection, window);
+    for (SurveyedWindow const& window : survey.windows) {
+        // Sizes without borders, as events tell them.
+        if (window.client.id != window.id)
+            frames.insert(window.id);
+        Shown& entry = shown[window.id];
+        entry.width = window.area.width - 2 * window.border;
+        entry.height = window.area.height - 2 * window.border;
+        if (connection->capabilities().shape && selectedShapes.insert(window.id).second)
+            xcb_shape_select_input(connection->get(), window.id, 1);
+    }
+}
+
+WindowWatch::Time WindowWatch::shownSince(std::uint32_t window) const
+{
+    std::scoped_lock guard(lock);
+    auto const found = shown.find(window);
+    return found == shown.end() ? Time{} : found->second.since;
+}
+
+WindowWatch::Time WindowWatch::lastLoss() const
+{
+    std::scoped_lock guard(lock);
+    return loss;
+}
+
+bool WindowWatch::hasHeldClient(std::uint32_t window) const
+{
+    std::scoped_lock guard(lock);
+    return frames.contains(window);
+}
+
+void WindowWatch::setKept(std::unordered_set<std::uint32_t> windows)
+{
+    std::scoped_lock guard(lock);
+    kept = std::move(windows);
+}
+
+void WindowWatch::ignore(std::uint32_t window)
+{
+    std::scoped_lock guard(lock);
+    ignored = window;
+}
+
+} // namespace zelvo
