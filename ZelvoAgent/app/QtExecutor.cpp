@@ -61,11 +61,15 @@ QtContext::QtContext() : receiver(std::make_unique<Receiver>()) {}
 
 QtContext::~QtContext()
 {
+    close();
     shutdown();
-    // Functions that still wait may hold tasks, whose end may post again: until nothing is left, the receiver
-    // stays.
-    QCoreApplication::removePostedEvents(receiver.get(), workType());
     destroy();
+}
+
+void QtContext::close()
+{
+    receiver->isClosed = true;
+    QCoreApplication::removePostedEvents(receiver.get(), workType());
 }
 
 QtExecutor QtContext::executor() noexcept

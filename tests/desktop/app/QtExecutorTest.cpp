@@ -176,5 +176,34 @@ TEST(QtContext, dropsWhatStillWaitsWhenItGoes)
     EXPECT_EQ(held.use_count(), 1);
 }
 
+TEST_F(QtExecutorTest, takesNothingOnceItIsClosed)
+{
+    auto const held = std::make_shared<int>(1);
+    asio::post(executor, [held] {});
+
+    context.close();
+    asio::post(executor, [held] {});
+
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(QtContext, keepsWhatIsPostedBeforeTheApplicationIsMade)
+{
+    QtContext context;
+    bool ran = false;
+    asio::post(context.executor(), [&] {
+        ran = true;
+        QCoreApplication::quit();
+    });
+    int count = 1;
+    char name[] = "test";
+    char* arguments[] = {name, nullptr};
+    QCoreApplication const application(count, arguments);
+
+    QCoreApplication::exec();
+
+    EXPECT_TRUE(ran);
+}
+
 } // namespace
 } // namespace zelvo
