@@ -3,6 +3,7 @@
 #include "platform/EventPosting.h"
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace zelvo {

@@ -6,6 +6,7 @@
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/system/LinuxClock.h"
 
+#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
