@@ -1,0 +1,108 @@
+#include "end_to_end/AgentProgram.h"
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+
+namespace zelvo::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void write(fs::path const& file, std::string const& content)
+{
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+}
+
+} // namespace
+
+AgentProgram::AgentProgram(PrivateDesktop& desktop, std::uint16_t port)
+    : desktop(desktop), program(desktop.home() / "bin" / "zelvo-agent")
+{
+    fs::create_directories(program.parent_path());
+    fs::copy_file(ZELVO_AGENT, program);
+    pointTo(port);
+}
+
+void AgentProgram::pointTo(std::uint16_t port)
+{
+    std::string const host = "127.0.0.1:" + std::to_string(port);
+    json::object const information{{"ZelvoGatewayURL", "ws://" + host},
+                                   {"ZelvoConsoleURL", "http://" + host},
+                                   {"CFBundleShortVersionString", "1.2.3"}};
+    write(program.parent_path() / "Info.json", writeJson(information));
+}
+
+void AgentProgram::makeUnattended(std::string const& token)
+{
+    write(tokenFile(), token);
+    fs::permissions(tokenFile().parent_path(), fs::perms::owner_all);
+    fs::permissions(tokenFile(), fs::perms::owner_read | fs::perms::owner_write);
+    write(defaults() / "ZelvoMode.json", "\"cloud\"");
+}
+
+fs::path AgentProgram::tokenFile() const
+{
+    return desktop.dataHome() / "dev.zelvo.agent" / "keychain" / "dev.zelvo.agent.machine_token";
+}
+
+void AgentProgram::start(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), program.string());
+    process = desktop.start(std::move(arguments));
+}
+
+void AgentProgram::waitUntilItRuns()
+{
+    std::vector<std::string> const question = {"dbus-send",
+                                               "--session",
+                                               "--print-reply=literal",
+                                               "--dest=org.freedesktop.DBus",
+                                               "/org/freedesktop/DBus",
+                                               "org.freedesktop.DBus.NameHasOwner",
+                                               "string:dev.zelvo.agent"};
+    require("the agent", [&] { return desktop.run(question).find("true") != std::string::npos; });
+}
+
+int AgentProgram::startAgain(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), program.string());
+    return desktop.processes().waitForEnd(desktop.start(std::move(arguments)), 10);
+}
+
+void AgentProgram::kill()
+{
+    desktop.processes().end(process, SIGKILL);
+}
+
+int AgentProgram::end(int signal)
+{
+    ::kill(process, signal);
+    return desktop.processes().waitForEnd(process, 10);
+}
+
+bool AgentProgram::isRunning()
+{
+    return desktop.processes().isRunning(process);
+}
+
+json::value AgentProgram::setting(std::string const& key) const
+{
+    std::ifstream stream(defaults() / (key + ".json"), std::ios::binary);
+    std::string const content{std::istreambuf_iterator<char>(stream), {}};
+    return parseJson(content).value_or(nullptr);
+}
+
+std::vector<std::string> AgentProgram::activity() const
+{
+    std::vector<std::string> lines;
+    json::value const entries = setting("zelvo.activity");
+    if (entries.is_array())
+        for (json::value const& entry : entries.as_array())
+            lines.emplace_back(entry.at("summary").as_string());
+    return lines;
+}
+
+} // namespace zelvo::test

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "desktop/harness/PrivateDesktop.h"
+#include "wire/Json.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+/// The built agent, installed on a private desktop. Thread: the test's.
+class AgentProgram {
+public:
+    /// port: of the gateway on this machine that it is to connect to
+    AgentProgram(PrivateDesktop& desktop, std::uint16_t port);
+
+    /// Writes another gateway's port into what the agent reads at its start.
+    void pointTo(std::uint16_t port);
+    /// Puts a token and the unattended mode where the agent looks for them.
+    void makeUnattended(std::string const& token);
+
+    void start(std::vector<std::string> arguments = {});
+    /// Waits until it is the one that further starts hand over to; needs a session bus.
+    void waitUntilItRuns();
+    /// Starts the program again beside the one that runs; gives its exit code.
+    int startAgain(std::vector<std::string> arguments);
+    /// Ends it as a crash does.
+    void kill();
+    /// Sends a signal and waits for the end, at most ten seconds; gives the exit code.
+    int end(int signal);
+    bool isRunning();
+    pid_t pid() const { return process; }
+    std::string output() const { return desktop.processes().output(process); }
+
+    /// A stored setting; null when there is none.
+    json::value setting(std::string const& key) const;
+    /// The lines of the activity log, newest first.
+    std::vector<std::string> activity() const;
+    std::filesystem::path tokenFile() const;
+
+private:
+    std::filesystem::path defaults() const { return desktop.configHome() / "dev.zelvo.agent" / "defaults"; }
+
+    PrivateDesktop& desktop;
+    std::filesystem::path program;
+    pid_t process = 0;
+};
+
+} // namespace zelvo::test

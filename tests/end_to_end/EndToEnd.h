@@ -1,0 +1,40 @@
+#pragma once
+
+#include "desktop/harness/PrivateDesktop.h"
+#include "end_to_end/AgentProgram.h"
+#include "end_to_end/GatewayProgram.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo::test {
+
+/// A desktop with the built gateway and the built agent, which is not running yet.
+class EndToEnd : public testing::Test {
+protected:
+    /// Starts the agent as a provisioned, unattended machine and waits until it is online; gives the
+    /// connection.
+    std::string startUnattended()
+    {
+        auto const made = gateway.provision();
+        agent.makeUnattended(made.token);
+        agent.start();
+        machine = made.machine;
+        EXPECT_TRUE(gateway.comesOnline(made.connection)) << agent.output();
+        return made.connection;
+    }
+    void press(std::string const& key) { desktop.run({"xdotool", "key", key}); }
+    bool isOpen(std::string const& title) { return desktop.findWindow({.title = title}).has_value(); }
+    /// Waits for the consent window to be there and to have the keyboard.
+    void waitForConsent()
+    {
+        auto const window = desktop.waitForWindow({.title = "Connection request"});
+        require("the focus of the consent window", [&] { return desktop.activeWindow() == window; });
+    }
+
+    PrivateDesktop desktop{{.width = 1280, .height = 1024}};
+    GatewayProgram gateway{desktop};
+    AgentProgram agent{desktop, gateway.port()};
+    std::string machine;
+};
+
+} // namespace zelvo::test

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "desktop/harness/PrivateDesktop.h"
+#include "wire/Json.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+/// The built gateway, running on a private desktop with a folder of its own. Thread: the test's.
+class GatewayProgram {
+public:
+    struct Answer {
+        long status = 0;
+        json::value body;
+    };
+    struct Provisioned {
+        std::string token;
+        std::string connection;
+        std::string machine;
+    };
+
+    /// name   of its folder, so that a test may have several
+    /// flags  beside those for folder and port
+    explicit GatewayProgram(PrivateDesktop& desktop,
+                            std::string const& name = "gateway",
+                            std::vector<std::string> flags = {});
+
+    std::uint16_t port() const { return listeningPort; }
+    /// Ends it as a crash does.
+    void kill();
+    /// Starts it again on the same port and folder, perhaps with other flags.
+    void restart(std::vector<std::string> newFlags);
+
+    Answer ask(std::string const& method, std::string const& path, json::value const& body = nullptr) const;
+    /// A link URL for a session that asks for these scopes.
+    std::string newLink(std::vector<std::string> const& scopes) const;
+    std::vector<std::string> connections() const;
+    Provisioned provision() const;
+    /// Sends a command and gives the answer, whatever it is.
+    Answer command(std::string const& connection, std::string const& method, json::object params = {}) const;
+    /// True when a command gets an answer.
+    bool isOnline(std::string const& connection) const;
+    /// Waits for that, at most `longest`.
+    bool comesOnline(std::string const& connection, std::chrono::milliseconds longest = 20s) const;
+
+private:
+    void start(std::uint16_t port);
+
+    PrivateDesktop& desktop;
+    std::filesystem::path folder;
+    std::vector<std::string> flags;
+    pid_t process = 0;
+    std::uint16_t listeningPort = 0;
+};
+
+} // namespace zelvo::test

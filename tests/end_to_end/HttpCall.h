@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+struct HttpAnswer {
+    long status = 0; ///< 0 when there was none
+    std::string body;
+};
+
+/// One HTTP call, which the test's thread waits for, at most 40 s.
+HttpAnswer httpCall(std::string const& method,
+                    std::string const& url,
+                    std::vector<std::string> const& headers,
+                    std::string const& body);
+
+} // namespace zelvo::test

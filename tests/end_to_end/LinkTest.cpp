@@ -1,0 +1,163 @@
+#include "end_to_end/EndToEnd.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+namespace zelvo::test {
+namespace {
+
+bool contains(std::vector<std::string> const& lines, std::string const& line)
+{
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+class Link : public EndToEnd {
+protected:
+    // Starts the agent with a link, as a browser does, and allows it with the Return key; gives the
+    // connection.
+    std::string linkByReturn(std::vector<std::string> const& scopes = {"screen", "input", "shell"})
+    {
+        agent.start({gateway.newLink(scopes)});
+        waitForConsent();
+        press("Return");
+        require("the connection", [&] { return !gateway.connections().empty(); });
+        std::string const connection = gateway.connections().front();
+        EXPECT_TRUE(gateway.comesOnline(connection));
+        return connection;
+    }
+};
+
+TEST_F(Link, isMadeInTheConsentWindowWithTheReturnKey)
+{
+    std::string const connection = linkByReturn();
+
+    EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
+    ASSERT_TRUE(waitFor([&] { return agent.setting("zelvo.connections").is_array(); }));
+    json::value const stored = agent.setting("zelvo.connections").at(0);
+    EXPECT_EQ(stored.at("id").as_string(), connection);
+    EXPECT_EQ(writeJson(stored.at("scopes")), R"(["screen","input"])");
+    EXPECT_TRUE(waitFor([&] { return contains(agent.activity(), "Connection allowed"); }));
+
+    EXPECT_EQ(gateway.command(connection, "screenshot").status, 200);
+    EXPECT_EQ(gateway.command(connection, "cursor.position").status, 200);
+    auto const refused = gateway.command(connection, "shell.run", {{"command", "true"}});
+    EXPECT_NE(refused.status, 200);
+}
+
+TEST_F(Link, keepsTheTokenWhereOnlyThePersonCanReadIt)
+{
+    linkByReturn();
+
+    struct stat status{};
+    ASSERT_EQ(::stat(agent.tokenFile().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    ASSERT_EQ(::stat(agent.tokenFile().parent_path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
+}
+
+TEST_F(Link, isNotMadeWhenThePersonDenies)
+{
+    agent.start({gateway.newLink({"screen"})});
+    waitForConsent();
+
+    press("Escape");
+
+    EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
+    EXPECT_TRUE(gateway.connections().empty());
+}
+
+TEST_F(Link, isBegunByASecondStartWhichHandsOverTheUrlAndEnds)
+{
+    agent.start();
+    agent.waitUntilItRuns();
+
+    EXPECT_EQ(agent.startAgain({gateway.newLink({"screen"})}), 0);
+
+    waitForConsent();
+    press("Return");
+
+    EXPECT_TRUE(waitFor([&] { return gateway.connections().size() == 1; }));
+    EXPECT_TRUE(agent.isRunning());
+}
+
+TEST_F(Link, aSecondStartWithoutArgumentsComesToTheFront)
+{
+    agent.start();
+    agent.waitUntilItRuns();
+
+    EXPECT_EQ(agent.startAgain({}), 0);
+
+    waitForConsent();
+    EXPECT_TRUE(agent.isRunning());
+    press("Escape");
+    EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
+}
+
+TEST_F(Link, showsWhatTheGatewaySaysOfAUsedLink)
+{
+    std::string const link = gateway.newLink({"screen"});
+    agent.start({link});
+    waitForConsent();
+    press("Return");
+    require("the connection", [&] { return gateway.connections().size() == 1; });
+    EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
+
+    EXPECT_EQ(agent.startAgain({link}), 0);
+
+    waitForConsent();
+    EXPECT_EQ(gateway.connections().size(), 1u);
+}
+
+TEST_F(Link, isKeptOverARestart)
+{
+    std::string const connection = linkByReturn();
+    EXPECT_EQ(agent.end(SIGTERM), 0);
+    EXPECT_FALSE(gateway.isOnline(connection));
+
+    agent.start();
+
+    EXPECT_TRUE(gateway.comesOnline(connection));
+}
+
+TEST_F(Link, isKeptOverACrash)
+{
+    std::string const connection = linkByReturn();
+    ASSERT_TRUE(waitFor([&] { return agent.setting("zelvo.connections").is_array(); }));
+    agent.kill();
+
+    agent.start();
+
+    EXPECT_TRUE(gateway.comesOnline(connection));
+}
+
+TEST_F(Link, endsForAConnectionThatWasRevoked)
+{
+    std::string const connection = linkByReturn();
+
+    EXPECT_EQ(gateway.ask("DELETE", "/v1/connections/" + connection).status, 200);
+
+    EXPECT_TRUE(waitFor([&] { return agent.setting("zelvo.connections").as_array().empty(); }));
+    EXPECT_TRUE(waitFor([&] { return contains(agent.activity(), "Connection removed"); }));
+    EXPECT_NE(gateway.command(connection, "screenshot").status, 200);
+}
+
+// The question may be answered by the person only, not by an agent that is already connected.
+TEST_F(Link, cannotBeAllowedByAnAgent)
+{
+    std::string const connection = linkByReturn();
+    require("the end of the first question", [&] { return !isOpen("Connection request"); });
+    EXPECT_EQ(agent.startAgain({gateway.newLink({"screen", "input", "shell", "files"})}), 0);
+    waitForConsent();
+
+    json::array const actions{json::object{{"type", "key"}, {"keys", json::array{"return"}}}};
+    gateway.command(connection, "actions.perform", {{"actions", actions}});
+    json::array const text{json::object{{"type", "type"}, {"text", "\n \n"}}};
+    gateway.command(connection, "actions.perform", {{"actions", text}});
+
+    EXPECT_FALSE(waitFor([&] { return gateway.connections().size() > 1; }, 1s));
+    EXPECT_TRUE(isOpen("Connection request"));
+}
+
+} // namespace
+} // namespace zelvo::test
