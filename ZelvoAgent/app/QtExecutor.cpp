@@ -66,12 +66,6 @@ QtContext::~QtContext()
     destroy();
 }
 
-void QtContext::close()
-{
-    receiver->isClosed = true;
-    QCoreApplication::removePostedEvents(receiver.get(), workType());
-}
-
 QtExecutor QtContext::executor() noexcept
 {
     return QtExecutor(*this);
