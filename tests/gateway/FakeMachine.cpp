@@ -38,6 +38,7 @@ struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
     Task<> readAll();
     Task<> writeAll();
     void send(Outgoing message);
+    void startWriting();
     void answer(json::object const& frame);
 
     std::uint16_t port;
@@ -45,6 +46,7 @@ struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
     Options options;
     websocket::stream<beast::tcp_stream> socket; // thread
     std::deque<Outgoing> outgoing;               // thread
+    bool connected = false;                      // thread
     bool writing = false;                        // thread
 
     mutable std::mutex lock;
@@ -58,7 +60,9 @@ struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
 Task<> FakeMachine::State::run()
 {
     auto const self = shared_from_this();
-    if (co_await connect() && options.reads)
+    connected = co_await connect();
+    startWriting();
+    if (connected && options.reads)
         co_await readAll();
 }
 
@@ -118,7 +122,12 @@ void FakeMachine::State::answer(json::object const& frame)
 void FakeMachine::State::send(Outgoing message)
 {
     outgoing.push_back(std::move(message));
-    if (!std::exchange(writing, true))
+    startWriting();
+}
+
+void FakeMachine::State::startWriting()
+{
+    if (connected && !outgoing.empty() && !std::exchange(writing, true))
         spawn(socket.get_executor(), [self = shared_from_this()] { return self->writeAll(); });
 }
 
