@@ -1,0 +1,141 @@
+// Workload: the gateway's end sends a message and waits for its echo, one at a time, over the loopback
+// interface. "small" has the size of a "cursor.position" frame, "large" is 4 MiB of text, as a big
+// screenshot. The echo is either bare Beast on a thread of its own or our WebSocket, with its inbox and its
+// hops, on an agent thread. A hop is a task posted from one thread's io_context to another's.
+
+#include "BareEcho.h"
+#include "RatioTable.h"
+#include "platform/linux/net/BeastWebSocket.h"
+
+#include <boost/asio/detached.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+
+#include <atomic>
+#include <thread>
+
+namespace zelvo {
+
+namespace {
+
+std::string const small(130, 'x');
+std::string const large(std::size_t{4} << 20, 'x');
+
+/// A thread that runs an io_context until this goes.
+class LoopThread {
+public:
+    ~LoopThread()
+    {
+        work.reset();
+        thread.join();
+    }
+
+    asio::io_context io{1};
+
+private:
+    asio::executor_work_guard<asio::io_context::executor_type> work{io.get_executor()};
+    std::thread thread{[this] { io.run(); }};
+};
+
+Task<> echo(std::shared_ptr<WebSocket> socket)
+{
+    try {
+        while (true) {
+            WebSocketMessage message = co_await socket->receive();
+            co_await socket->send(std::move(message.payload));
+        }
+    } catch (NetworkFailure const&) {
+        // The measuring end has gone.
+    }
+}
+
+void measureRoundTrips(benchmark::State& state, EchoDriver& driver, std::string const& text)
+{
+    driver.roundTrip(text);
+    for (auto _ : state)
+        if (driver.roundTrip(text) != text.size())
+            state.SkipWithError("another message came back");
+}
+
+void bareEcho(benchmark::State& state, std::string const& text)
+{
+    EchoDriver driver;
+    BareEcho const bare(driver.port());
+    driver.accept();
+    measureRoundTrips(state, driver, text);
+}
+
+void ourEcho(benchmark::State& state, std::string const& text)
+{
+    EchoDriver driver;
+    LoopThread agent;
+    auto const executor = agent.io.get_executor();
+    BeastWebSocketOpener opener({executor, executor, executor});
+    WebSocketRequest request;
+    request.url = "ws://127.0.0.1:" + std::to_string(driver.port()) + "/";
+    std::shared_ptr<WebSocket> const socket = opener.open(std::move(request));
+    asio::co_spawn(executor, echo(socket), asio::detached);
+    driver.accept();
+    measureRoundTrips(state, driver, text);
+    socket->cancel();
+}
+
+struct HopGame {
+    void play(bool atHome)
+    {
+        if (--left == 0) {
+            done = true;
+            done.notify_one();
+            return;
+        }
+        asio::post(atHome ? away.io : home.io, [this, atHome] { play(!atHome); });
+    }
+
+    LoopThread home;
+    LoopThread away;
+    int left = 0;
+    std::atomic<bool> done = false;
+};
+
+constexpr int hopsAnIteration = 1000;
+
+void hops(benchmark::State& state)
+{
+    HopGame game;
+    for (auto _ : state) {
+        game.left = hopsAnIteration;
+        game.done = false;
+        asio::post(game.home.io, [&game] { game.play(true); });
+        game.done.wait(false);
+    }
+}
+
+double hopOf(Times const& times)
+{
+    return times.at("hops") / hopsAnIteration;
+}
+
+std::function<double(Times const&)> timeOf(std::string name)
+{
+    return [name = std::move(name)](Times const& times) { return times.at(name); };
+}
+
+} // namespace
+
+} // namespace zelvo
+
+int main(int count, char** arguments)
+{
+    using namespace zelvo;
+    benchmark::RegisterBenchmark("hops", hops)->UseRealTime();
+    benchmark::RegisterBenchmark("bareEchoSmall", bareEcho, small)->UseRealTime();
+    benchmark::RegisterBenchmark("ourEchoSmall", ourEcho, small)->UseRealTime();
+    benchmark::RegisterBenchmark("bareEchoLarge", bareEcho, large)->UseRealTime();
+    benchmark::RegisterBenchmark("ourEchoLarge", ourEcho, large)->UseRealTime();
+    auto const budget = [](Times const& times) { return 1.5 * times.at("bareEchoSmall") + 6 * hopOf(times); };
+    return runWithRatios(
+        count, arguments,
+        {{"our echo, 130 bytes", "bare Beast echo", timeOf("ourEchoSmall"), timeOf("bareEchoSmall")},
+         {"our echo, 130 bytes", "1.5 x bare Beast echo + 6 x hop", timeOf("ourEchoSmall"), budget, 1},
+         {"our echo, 4 MiB", "bare Beast echo", timeOf("ourEchoLarge"), timeOf("bareEchoLarge"), 1.5},
+         {"bare Beast echo, 130 bytes", "bare hop", timeOf("bareEchoSmall"), hopOf}});
+}
