@@ -1,0 +1,41 @@
+#include "platform/linux/LinuxDesktop.h"
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+namespace {
+
+/// A variable of the environment, which nobody changes while the program runs; nothing when unset or empty.
+std::optional<std::string> variable(char const* name)
+{
+    char const* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value && *value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+} // namespace
+
+LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& user)
+    : display(X11Connection::open()), layout(contexts, display), windows(display, layout, entries),
+      workspace(display, entries), screen(contexts, clock, display, layout, entries),
+      events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
+      session(contexts,
+              clock,
+              system,
+              user,
+              variable("DISPLAY").value_or(""),
+              [display = display] { return display && display->isAlive(); }),
+      access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS"))
+{
+}
+
+DisplayFacts LinuxDesktop::displayFacts()
+{
+    return {.isReachable = [display = display] { return display && display->isAlive(); },
+            .hasTestExtension = [display = display] { return display && display->capabilities().xtest; },
+            .isXwayland = [display = display] { return display && display->capabilities().xwayland; }};
+}
+
+} // namespace zelvo

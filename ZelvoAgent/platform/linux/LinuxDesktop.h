@@ -1,0 +1,43 @@
+#pragma once
+
+#include "base/Contexts.h"
+#include "platform/linux/dbus/BusConnection.h"
+#include "platform/linux/dbus/LinuxSessionEvents.h"
+#include "platform/linux/dbus/LinuxSystemAccess.h"
+#include "platform/linux/input/X11EventPosting.h"
+#include "platform/linux/input/X11HotKey.h"
+#include "platform/linux/x11/DesktopEntries.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11DisplayLayout.h"
+#include "platform/linux/x11/X11ScreenSource.h"
+#include "platform/linux/x11/X11WindowList.h"
+#include "platform/linux/x11/X11Workspace.h"
+
+#include <memory>
+
+namespace zelvo {
+
+/// What stands on the X server, and the session that it belongs to. Members stand in the order in which they
+/// need each other. Making it changes the server: windows are redirected, and keys that a killed process had
+/// bound are given back; so only the one running instance may.
+struct LinuxDesktop {
+    LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& user);
+    LinuxDesktop(LinuxDesktop const&) = delete;
+    LinuxDesktop& operator=(LinuxDesktop const&) = delete;
+
+    std::shared_ptr<X11Connection> display; ///< null when the X server cannot be reached
+    X11DisplayLayout layout;
+    DesktopEntries entries;
+    X11WindowList windows;
+    X11Workspace workspace;
+    X11ScreenSource screen;
+    X11EventPosting events;
+    X11HotKey hotKey;
+    LinuxSessionEvents session;
+    LinuxSystemAccess access;
+
+private:
+    DisplayFacts displayFacts();
+};
+
+} // namespace zelvo
