@@ -245,7 +245,7 @@ bool PrivateDesktop::startCompositor()
     auto* x = connection->x.get();
     xcb_atom_t const selection = atomOf(x, "_NET_WM_CM_S0");
     try {
-        start({"picom", "--backend", "xrender", "--config", "/dev/null"});
+        start({"picom", "--backend", "xrender", "--config", "/dev/null", "--fading", "--shadow"});
     } catch (std::runtime_error const&) {
         return false;
     }

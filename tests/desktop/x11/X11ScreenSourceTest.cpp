@@ -302,6 +302,27 @@ TEST(X11ScreenSource, givesNothingOfTheHiddenUnderACompositor)
     EXPECT_TRUE(waitFor([&] { return countOf(stage.onTheScreen(), planted) == 0; }));
 }
 
+TEST(X11ScreenSource, leavesOutARealApplicationWithAllItsWindows)
+{
+    CaptureDesktop stage;
+    stage.desktop.start({"xterm", "-geometry", "100x40+300+200", "-e", "sh", "-c", "seq 1000; sleep 1000"});
+    stage.desktop.waitForWindow({.className = "XTerm"});
+    Painter(stage.desktop.display()).paintRoot(behind);
+    Picture const before = stage.settledScreen();
+    stage.desktop.start({"mousepad", "--disable-server"});
+    stage.desktop.waitForWindow({.className = "Mousepad"});
+    Picture const open = stage.settledScreen();
+    keep(open, "real-open");
+    ASSERT_GT(differences(open, before, stage.desktopCorner), 10'000u);
+
+    Picture const without = stage.take({"org.xfce.mousepad"});
+
+    keep(without, "real-without");
+    // The terminal has lost the focus, which its frame and cursor show.
+    EXPECT_LT(differences(without, before, stage.desktopCorner), 20'000u);
+    EXPECT_GT(countOf(without, behind) + 1'000, countOf(before, behind)); // The pointer lies over some of it.
+}
+
 TEST(X11ScreenSource, hasThePointerInThePicture)
 {
     CaptureDesktop stage;
