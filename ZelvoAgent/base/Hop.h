@@ -31,7 +31,10 @@ Task<R> on(Executor executor, F work)
                     failure = std::current_exception();
                 }
                 auto home = asio::get_associated_executor(handler);
-                asio::dispatch(home, [handler = std::move(handler), failure]() mutable { handler(failure); });
+                // Moved, so that the failure belongs to one thread at a time.
+                asio::dispatch(home, [handler = std::move(handler), failure = std::move(failure)]() mutable {
+                    handler(std::move(failure));
+                });
             });
         };
         co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr)>(
@@ -47,10 +50,10 @@ Task<R> on(Executor executor, F work)
                     failure = std::current_exception();
                 }
                 auto home = asio::get_associated_executor(handler);
-                asio::dispatch(home,
-                               [handler = std::move(handler), failure, result = std::move(result)]() mutable {
-                                   handler(failure, std::move(result));
-                               });
+                asio::dispatch(home, [handler = std::move(handler), failure = std::move(failure),
+                                      result = std::move(result)]() mutable {
+                    handler(std::move(failure), std::move(result));
+                });
             });
         };
         co_return co_await asio::async_initiate<decltype(asio::use_awaitable), void(std::exception_ptr, R)>(

@@ -2,6 +2,8 @@
 #include "platform/linux/dbus/SecretServiceWatch.h"
 #include "platform/linux/system/LinuxSecretStore.h"
 
+#include <boost/asio/this_coro.hpp>
+#include <boost/asio/use_awaitable.hpp>
 #include <gtest/gtest.h>
 
 #include <sys/socket.h>

@@ -2,6 +2,7 @@
 // never ends.
 #include "platform/linux/system/FileUserDefaults.h"
 
+#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_future.hpp>
 

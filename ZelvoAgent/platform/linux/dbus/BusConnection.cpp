@@ -38,7 +38,7 @@ struct OpenCall {
         deadline.cancel();
         slot.reset();
         onReply = {};
-        std::move(resume)(failure);
+        std::move(resume)(std::move(failure)); // It belongs to one thread at a time.
     }
 
     void fail(char const* name, std::string const& message)
@@ -287,8 +287,9 @@ Task<> BusConnection::call(BusCall call, MessageHandler onReply)
     auto begin = [kept = bus, &call, &onReply](auto handler) {
         auto const home = asio::get_associated_executor(handler);
         auto resume = [home, handler = std::move(handler)](std::exception_ptr failure) mutable {
-            asio::post(home,
-                       [failure, handler = std::move(handler)]() mutable { std::move(handler)(failure); });
+            asio::post(home, [failure = std::move(failure), handler = std::move(handler)]() mutable {
+                std::move(handler)(std::move(failure));
+            });
         };
         auto open = std::make_shared<OpenCall>(std::move(resume), std::move(onReply));
         asio::dispatch(kept->agent, [kept, open, call = std::move(call)] { kept->send(call, open); });
