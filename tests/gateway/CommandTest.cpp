@@ -1,5 +1,4 @@
-#include "gateway/FakeMachine.h"
-#include "gateway/Gateway.h"
+#include "gateway/Connected.h"
 #include "wire/AgentError.h"
 
 #include <gtest/gtest.h>
@@ -8,25 +7,6 @@
 
 namespace zelvo::service {
 namespace {
-
-/// A gateway with one machine that is connected.
-struct Connected {
-    explicit Connected(std::function<void(Settings&)> const& change = [](Settings&) {})
-        : gateway(change), linked(gateway.link()), machine(thread, gateway.port(), linked.token)
-    {
-        EXPECT_EQ(machine.status(), 101);
-    }
-
-    Answer post(std::string const& body)
-    {
-        return gateway.platform("POST", "/v1/connections/" + linked.connectionId + "/commands", body);
-    }
-
-    Gateway gateway;
-    LinkedMachine linked;
-    MachineThread thread;
-    FakeMachine machine;
-};
 
 TEST(Command, reachesTheMachineAsAFrame)
 {
@@ -147,16 +127,13 @@ TEST(Command, failsWhenTheMachineGoesAway)
 TEST(Command, timesOut)
 {
     Connected on([](Settings& settings) { settings.commandTimeout = std::chrono::milliseconds(150); });
-    std::string late;
-    on.machine.onFrame([&](json::object const& frame) -> std::optional<json::object> {
-        late = frame.at("id").as_string();
-        return std::nullopt;
-    });
+    on.machine.onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
 
     Answer const answer = on.post(R"({"method": "x"})");
 
     EXPECT_EQ(answer.status, 504);
     EXPECT_EQ(answer.errorCode(), "timeout");
+    std::string const late(on.machine.frames().front().at("id").as_string());
     on.machine.sendText(R"({"id": ")" + late + R"(", "result": "too late"})");
     on.machine.onFrame(answerOk);
     EXPECT_EQ(on.post(R"({"method": "x"})").body, R"({"result":{"ok":true}})");
@@ -226,7 +203,7 @@ TEST(Command, needsAConnectionThatExists)
 TEST(Command, needsTheApiKey)
 {
     Connected on;
-    std::string const path = "/v1/connections/" + on.linked.connectionId + "/commands";
+    std::string const path = on.path();
     std::string const key = on.gateway.apiKey();
 
     for (std::string const& value :

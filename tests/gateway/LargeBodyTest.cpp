@@ -1,25 +1,9 @@
-#include "gateway/FakeMachine.h"
-#include "gateway/Gateway.h"
+#include "gateway/Connected.h"
 
 #include <gtest/gtest.h>
 
 namespace zelvo::service {
 namespace {
-
-struct Connected {
-    explicit Connected(std::function<void(Settings&)> const& change = [](Settings&) {})
-        : gateway(change), linked(gateway.link()), machine(thread, gateway.port(), linked.token)
-    {
-        EXPECT_EQ(machine.status(), 101);
-    }
-
-    std::string path() const { return "/v1/connections/" + linked.connectionId + "/commands"; }
-
-    Gateway gateway;
-    LinkedMachine linked;
-    MachineThread thread;
-    FakeMachine machine;
-};
 
 std::string bodyOf(std::size_t bytes)
 {
@@ -37,7 +21,7 @@ TEST(LargeBody, of160MiBGoesToTheMachine)
         return resultOf(json::object{{"ok", true}});
     });
 
-    Answer const answer = on.gateway.platform("POST", on.path(), bodyOf(160_MiB));
+    Answer const answer = on.post(bodyOf(160_MiB));
 
     EXPECT_EQ(answer.status, 200);
     EXPECT_GT(received, 159_MiB);
@@ -49,7 +33,7 @@ TEST(LargeBody, of160MiBComesFromTheMachine)
     std::string const data(160_MiB, 'B');
     on.machine.onFrame([&](json::object const&) { return resultOf(json::object{{"data", data}}); });
 
-    Answer const answer = on.gateway.platform("POST", on.path(), R"({"method": "files.download"})");
+    Answer const answer = on.post(R"({"method": "files.download"})");
 
     EXPECT_EQ(answer.status, 200);
     EXPECT_EQ(answer.body.size(), data.size() + std::string(R"({"result":{"data":""}})").size());
@@ -70,7 +54,7 @@ TEST(LargeBody, above160MiBLetsTheSenderReadTheRefusal)
 {
     Connected on;
 
-    Answer const answer = on.gateway.platform("POST", on.path(), bodyOf(165_MiB));
+    Answer const answer = on.post(bodyOf(165_MiB));
 
     EXPECT_EQ(answer.status, 413);
     EXPECT_EQ(answer.errorCode(), "invalid_request");
@@ -103,11 +87,11 @@ TEST(LargeBody, isRefusedWhenMemoryIsShort)
 {
     Connected on([](Settings& settings) { settings.limits.memory = 10_MiB; });
 
-    Answer const answer = on.gateway.platform("POST", on.path(), bodyOf(11_MiB));
+    Answer const answer = on.post(bodyOf(11_MiB));
 
     EXPECT_EQ(answer.status, 429);
-    EXPECT_EQ(on.gateway.platform("POST", on.path(), bodyOf(9_MiB)).status, 200);
-    EXPECT_EQ(on.gateway.platform("POST", on.path(), bodyOf(9_MiB)).status, 200);
+    EXPECT_EQ(on.post(bodyOf(9_MiB)).status, 200);
+    EXPECT_EQ(on.post(bodyOf(9_MiB)).status, 200);
 }
 
 TEST(LargeBody, ofAMachineEndsItsSessionWhenMemoryIsShort)
