@@ -10,8 +10,8 @@ namespace zelvo {
 
 namespace {
 
-constexpr Duration timeWithoutAnswer = 150ms;
-constexpr Duration longestAnswer = 5s; // A busy application has many keys to handle first.
+constexpr Duration timeWithoutAnswer = 300ms; // 150 ms is enough on a quiet machine, not on a busy one.
+constexpr Duration longestAnswer = 5s;        // A busy application has many keys to handle first.
 constexpr Duration betweenLooks = 2ms;
 constexpr std::size_t mostSilentWindows = 256;
 constexpr int deepestNesting = 32;

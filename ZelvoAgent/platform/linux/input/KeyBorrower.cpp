@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace zelvo {
 
@@ -38,6 +39,22 @@ private:
 bool isRarelyUsed(std::uint8_t keycode)
 {
     return keycode >= firstRarelyUsed && keycode <= lastRarelyUsed;
+}
+
+xcb_void_cookie_t sendKeys(InputConnection& connection,
+                           std::uint8_t lowest,
+                           std::uint8_t highest,
+                           std::uint8_t first,
+                           std::span<KeySymbols const> keys)
+{
+    std::size_t symbols = 0;
+    for (KeySymbols const& key : keys)
+        symbols += key.symbols.size();
+    std::vector<std::uint8_t> const bytes = writeKeySymbols(keys);
+    return xcb_xkb_set_map_checked(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS, 0,
+                                   lowest, highest, 0, 0, first, static_cast<std::uint8_t>(keys.size()),
+                                   static_cast<std::uint16_t>(symbols), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                                   0, 0, 0, bytes.data());
 }
 
 } // namespace
@@ -97,7 +114,7 @@ bool KeyBorrower::bind(std::vector<KeyBinding> const& bindings)
     ServerGrab const grab(connection);
     Keymap keymap = readKeymap();
     std::vector<std::uint8_t> changed = undo(loans, keymap);
-    loans.clear();
+    std::vector<KeyLoan> const before = std::exchange(loans, {});
     for (KeyBinding const& binding : bindings) {
         KeySymbols* const key = keymap.find(binding.keycode);
         if (!key || (!key->isEmpty() && !isRarelyUsed(binding.keycode)))
@@ -106,8 +123,13 @@ bool KeyBorrower::bind(std::vector<KeyBinding> const& bindings)
         *key = loans.back().bound;
         changed.push_back(binding.keycode);
     }
-    record();
-    return writeKeymap(keymap, changed);
+    // Until the keymap has changed, a kill leaves the loans of before.
+    std::vector<KeyLoan> both = before;
+    both.insert(both.end(), loans.begin(), loans.end());
+    record(both);
+    bool const written = writeKeymap(keymap, changed);
+    record(loans);
+    return written;
 }
 
 void KeyBorrower::giveBack()
@@ -119,7 +141,7 @@ void KeyBorrower::giveBack()
     std::vector<std::uint8_t> const changed = undo(loans, keymap);
     writeKeymap(keymap, changed);
     loans.clear();
-    record();
+    record(loans);
 }
 
 std::vector<std::uint8_t> KeyBorrower::undo(std::vector<KeyLoan> const& loans, Keymap& keymap)
@@ -135,12 +157,12 @@ std::vector<std::uint8_t> KeyBorrower::undo(std::vector<KeyLoan> const& loans, K
     return changed;
 }
 
-void KeyBorrower::record() const
+void KeyBorrower::record(std::vector<KeyLoan> const& lent) const
 {
-    if (loans.empty())
+    if (lent.empty())
         connection.deleteRootProperty(loansAtom);
     else
-        connection.setRootProperty(loansAtom, writeLoans(loans));
+        connection.setRootProperty(loansAtom, writeLoans(lent));
 }
 
 KeySymbols* KeyBorrower::Keymap::find(std::uint8_t keycode)
@@ -167,23 +189,27 @@ KeyBorrower::Keymap KeyBorrower::readKeymap() const
     return {.lowest = reply->firstKeySym, .highest = reply->maxKeyCode, .keys = std::move(*keys)};
 }
 
-bool KeyBorrower::writeKeymap(Keymap const& keymap, std::vector<std::uint8_t> const& changed) const
+bool KeyBorrower::writeKeymap(Keymap const& keymap, std::vector<std::uint8_t> changed) const
 {
-    if (changed.empty())
-        return true;
-    // One request writes one range: the keys in between are written as they were read.
-    auto const [low, high] = std::ranges::minmax(changed);
-    std::span<KeySymbols const> const range(keymap.keys.data() + (low - keymap.lowest), high - low + 1);
-    std::size_t symbols = 0;
-    for (KeySymbols const& key : range)
-        symbols += key.symbols.size();
-    std::vector<std::uint8_t> const bytes = writeKeySymbols(range);
-    auto const cookie = xcb_xkb_set_map_checked(
-        connection.raw(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS, 0, keymap.lowest,
-        keymap.highest, 0, 0, low, static_cast<std::uint8_t>(range.size()),
-        static_cast<std::uint16_t>(symbols), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, bytes.data());
-    XReply<xcb_generic_error_t> const refused(xcb_request_check(connection.raw(), cookie));
-    return !refused && connection.isAlive();
+    // One request writes one stretch of keycodes. Keys between those that changed are never written: another
+    // keyboard may have another layout there, and the change goes to all of them.
+    std::ranges::sort(changed);
+    std::vector<xcb_void_cookie_t> sent;
+    for (std::size_t first = 0; first < changed.size();) {
+        std::size_t end = first + 1;
+        while (end < changed.size() && changed[end] <= changed[end - 1] + 1)
+            ++end;
+        std::size_t const offset = changed[first] - keymap.lowest;
+        std::size_t const length = changed[end - 1] - changed[first] + 1;
+        sent.push_back(sendKeys(connection, keymap.lowest, keymap.highest, changed[first],
+                                std::span(keymap.keys).subspan(offset, length)));
+        first = end;
+    }
+    bool written = connection.isAlive();
+    for (xcb_void_cookie_t const cookie : sent)
+        if (XReply<xcb_generic_error_t> const refused{xcb_request_check(connection.raw(), cookie)})
+            written = false;
+    return written;
 }
 
 } // namespace zelvo

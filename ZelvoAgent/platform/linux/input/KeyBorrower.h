@@ -41,11 +41,11 @@ private:
     };
 
     Keymap readKeymap() const;
-    bool writeKeymap(Keymap const& keymap, std::vector<std::uint8_t> const& changed) const;
+    bool writeKeymap(Keymap const& keymap, std::vector<std::uint8_t> changed) const;
     /// Puts back, in a copy of the keymap, what these loans replaced; tells which keys changed by it.
     static std::vector<std::uint8_t> undo(std::vector<KeyLoan> const& loans, Keymap& keymap);
     bool isFree(std::uint8_t keycode) const;
-    void record() const;
+    void record(std::vector<KeyLoan> const& lent) const;
 
     InputConnection& connection;
     std::uint32_t loansAtom;

@@ -21,8 +21,8 @@ public:
 
     /// Binds keys for as much of the text as there is room for.
     Task<> begin(std::string text);
-    /// Waits a while for the person to let go of Control, Alt and Super. Then binds keys for a piece of the text where
-    /// they still lack, once the application has read what came before.
+    /// Waits a while for the person to let go of Control, Alt and Super. Then binds keys for a piece of the
+    /// text where they still lack, once the application has read what came before.
     Task<> ready(std::string text);
     /// Types a piece of it. False when it could not be typed: the connection is lost, or somebody holds
     /// Control, Alt or Super, with which letters would be commands.
