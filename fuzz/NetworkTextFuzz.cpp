@@ -62,7 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     pings.add([](bool) {});
     pings.nextToSend();
     bool const answered = !pings.answeredBy(text).empty();
-    check(answered == (text == "1" || (text.ends_with('1') && text.find_first_not_of('0') == text.size() - 1)));
+    check(answered ==
+          (text == "1" || (text.ends_with('1') && text.find_first_not_of('0') == text.size() - 1)));
     check(pings.takeAll().empty() == answered);
     return 0;
 }
