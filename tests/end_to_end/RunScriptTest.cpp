@@ -1,0 +1,111 @@
+#include "desktop/harness/PrivateDesktop.h"
+#include "end_to_end/HttpCall.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace zelvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What `make run` starts, on a machine with and without a graphical session.
+class RunScript : public testing::Test {
+protected:
+    void start(std::vector<std::string> const& how = {})
+    {
+        std::vector<std::string> command = {"env"};
+        command.insert(command.end(), how.begin(), how.end());
+        command.push_back("ZELVO_TEST_MARK=" + kept.string());
+        command.insert(command.end(), {ZELVO_RUN_SCRIPT, ZELVO_BUILD, kept.string()});
+        script = desktop.start(command);
+    }
+    bool says(std::string const& text)
+    {
+        return waitFor([&] { return said().find(text) != std::string::npos; }, 60s);
+    }
+    std::string said() { return desktop.processes().output(script); }
+    // The line of what it said that stands below another one.
+    std::string lineAfter(std::string const& heading)
+    {
+        std::string const text = said();
+        auto const begin = text.find('\n', text.find(heading)) + 1;
+        return text.substr(begin, text.find('\n', begin) - begin);
+    }
+    // The processes that were started by the script, by what they inherit from it.
+    int running() const
+    {
+        int count = 0;
+        for (fs::directory_entry const& entry : fs::directory_iterator("/proc")) {
+            std::ifstream stream(entry.path() / "environ", std::ios::binary);
+            std::string const environment{std::istreambuf_iterator<char>(stream), {}};
+            count += environment.find("ZELVO_TEST_MARK=" + kept.string()) != std::string::npos;
+            count += environment.find("HOME=" + kept.string()) != std::string::npos;
+        }
+        return count;
+    }
+    void endByCtrlC()
+    {
+        ASSERT_GT(running(), 2);
+        ::kill(script, SIGINT);
+        EXPECT_EQ(desktop.processes().waitForEnd(script, 20), 0) << said();
+        EXPECT_EQ(running(), 0);
+    }
+
+    PrivateDesktop desktop{{.width = 1280, .height = 1024}};
+    fs::path kept = desktop.home() / "kept";
+    pid_t script = 0;
+};
+
+TEST_F(RunScript, worksOnAVirtualDesktopWithoutAGraphicalSession)
+{
+    start({"-u", "DISPLAY"});
+    ASSERT_TRUE(says("Ctrl-C ends all of it")) << said();
+    EXPECT_NE(said().find("There is no graphical session here"), std::string::npos);
+
+    desktop.run({"sh", "-c", "cd " + desktop.home().string() + " && " + lineAfter("Take a screenshot")}, 30);
+    std::ifstream picture(desktop.home() / "screen.jpg", std::ios::binary);
+    std::string const begin{std::istreambuf_iterator<char>(picture), {}};
+    EXPECT_EQ(begin.substr(0, 3), "\xff\xd8\xff");
+    EXPECT_NE(desktop.run({"sh", "-c", lineAfter("Type into the editor")}, 30).find("\"ok\":true"),
+              std::string::npos);
+    std::string link = lineAfter("See it and use it");
+    link = link.substr(link.find("http"));
+    EXPECT_LT(httpCall("GET", link, {}, "").status, 400);
+    EXPECT_GE(httpCall("GET", link, {}, "").status, 400); // It works once.
+
+    endByCtrlC();
+}
+
+TEST_F(RunScript, asksOnThePersonsDesktopAndKeepsTheLink)
+{
+    start();
+    auto const window = desktop.waitForWindow({.title = "Connection request"}, 60s);
+    require("the focus", [&] { return desktop.activeWindow() == window; });
+    desktop.run({"xdotool", "key", "Return"});
+    ASSERT_TRUE(says("Ctrl-C ends all of it")) << said();
+    EXPECT_FALSE(fs::exists(desktop.configHome() / "dev.zelvo.agent"));
+    EXPECT_FALSE(fs::exists(desktop.dataHome() / "dev.zelvo.agent"));
+    endByCtrlC();
+
+    start();
+    ASSERT_TRUE(says("Ctrl-C ends all of it")) << said();
+    EXPECT_FALSE(desktop.findWindow({.title = "Connection request"}));
+    endByCtrlC();
+}
+
+TEST_F(RunScript, saysThatWaylandDoesNotWorkYet)
+{
+    start({"WAYLAND_DISPLAY=wayland-0"});
+
+    ASSERT_TRUE(says("This is a Wayland session"));
+    ASSERT_TRUE(says("Ctrl-C ends all of it")) << said();
+    endByCtrlC();
+}
+
+} // namespace
+} // namespace zelvo::test
