@@ -110,9 +110,10 @@ std::optional<Date> parseIso8601(std::string_view text)
 
 std::string localTime(Date date)
 {
-    std::time_t const seconds = system_clock::to_time_t(date);
+    // Not by way of system_clock, whose nanoseconds end in the year 2262.
+    std::time_t const time = floor<seconds>(date).time_since_epoch().count();
     std::tm parts{};
-    localtime_r(&seconds, &parts);
+    localtime_r(&time, &parts);
     char text[16];
     std::strftime(text, sizeof text, "%H:%M:%S", &parts);
     return text;
