@@ -33,6 +33,7 @@ AgentParts::AgentParts(Contexts contexts, Platform& platform, std::function<doub
                .keychain = keychain,
                .gate = gate,
                .ownWindows = ownWindows,
+               .isLinking = [this] { return links.isBusy() || links.offer(); },
                .jitter = std::move(jitter)}),
       links({.main = contexts.main,
              .http = platform.http(),

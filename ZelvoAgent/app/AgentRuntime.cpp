@@ -175,7 +175,7 @@ void AgentRuntime::watchSession()
 void AgentRuntime::watchSecrets()
 {
     services.platform.secrets().onBecameAvailable([this] {
-        if (services.state.gateway().kind == GatewayConnectionState::Kind::notLinked)
+        if (services.state.gateway().kind == GatewayConnectionState::Kind::notLinked && !services.isLinking())
             connectIfLinked();
     });
 }

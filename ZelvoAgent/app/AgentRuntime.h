@@ -37,6 +37,7 @@ public:
         Keychain& keychain;
         PostingGate& gate;
         OwnWindowLocating& ownWindows;
+        std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
         std::function<double()> jitter = GatewayClient::randomJitter;
     };
 

@@ -57,9 +57,9 @@ private:
     LinuxDesktop& desktop()
     {
         if (!madeDesktop) {
-            system.start();
-            user.start();
             madeDesktop = std::make_unique<LinuxDesktop>(contexts, time, system, user);
+            system.start(); // Only now, so that those who watch miss nothing.
+            user.start();
         }
         return *madeDesktop;
     }

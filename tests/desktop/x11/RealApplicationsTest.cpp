@@ -75,7 +75,7 @@ protected:
         std::ofstream(program)
             << "#!/bin/sh\n{ echo \"url=$1\"; echo \"startup=$DESKTOP_STARTUP_ID\"; echo \"self=$$\"\n"
                "echo \"parent=$(cut -d' ' -f4 /proc/$$/stat)\"; ls -l /proc/$$/fd\n"
-               "grep -E 'SigBlk|SigIgn' /proc/$$/status; echo end; } > "
+               "grep -E 'SigBlk|SigIgn' /proc/self/status; echo end; } > "
             << record() << ".part 2>&1\nmv " << record() << ".part " << record() << "\n";
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
         std::filesystem::create_directories(desktop.dataHome() / "applications");

@@ -251,6 +251,17 @@ TEST_F(AgentRuntimeTest, keyRingThatAppearsLaterIsTriedWhileNotLinked)
     EXPECT_THAT(platform.opener.opened, SizeIs(1));
 }
 
+TEST_F(AgentRuntimeTest, keyRingThatAppearsWhileAnOfferIsOpenWaitsForThePerson)
+{
+    start();
+    platform.loading.answer(200, R"({"requestedScopes":["screen"],"machineToken":"offered"})");
+    parts.links.begin("t");
+    platform.settle();
+    platform.secretStore.becameAvailable();
+    platform.settle();
+    EXPECT_THAT(platform.opener.opened, IsEmpty());
+}
+
 TEST_F(AgentRuntimeTest, finishedLinkOnAConnectedClientPassesThroughConnecting)
 {
     link();

@@ -21,6 +21,8 @@ namespace fs = std::filesystem;
 std::set<std::string> computedKeys()
 {
     std::set<std::string> keys;
+    for (std::string const mode : {"off", "local", "share"})
+        keys.insert("recording.mode." + mode);
     for (std::string const scope : {"screen", "input", "shell", "files", "clipboard", "record"}) {
         keys.insert("scope." + scope);
         keys.insert("scope.short." + scope);
