@@ -24,12 +24,28 @@ TEST_P(TypingEndToEnd, arrivesAsItWasSent)
     EXPECT_EQ(field.valueAfter(sample), sample);
 }
 
+std::string nameOf(testing::TestParamInfo<FieldKind> const& info)
+{
+    switch (info.param) {
+    case FieldKind::gtk:
+        return "gtk";
+    case FieldKind::qt:
+        return "qt";
+    case FieldKind::xterm:
+        return "xterm";
+    case FieldKind::chromium:
+        return "chromium";
+    }
+    return "unknown";
+}
+
 #ifdef ZELVO_TEST_CHROMIUM
-INSTANTIATE_TEST_SUITE_P(Fields, TypingEndToEnd, testing::Values(FieldKind::chromium));
+INSTANTIATE_TEST_SUITE_P(Fields, TypingEndToEnd, testing::Values(FieldKind::chromium), nameOf);
 #else
 INSTANTIATE_TEST_SUITE_P(Fields,
                          TypingEndToEnd,
-                         testing::Values(FieldKind::gtk, FieldKind::qt, FieldKind::xterm));
+                         testing::Values(FieldKind::gtk, FieldKind::qt, FieldKind::xterm),
+                         nameOf);
 #endif
 
 } // namespace
