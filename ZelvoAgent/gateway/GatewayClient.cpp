@@ -50,7 +50,7 @@ GatewayClient::create(std::string gatewayUrl, std::string appVersion, Services s
 
 double GatewayClient::randomJitter()
 {
-    thread_local std::mt19937 generator{std::random_device{}()};
+    static thread_local std::mt19937 generator{std::random_device{}()};
     // The distribution's upper bound is open; the step above it closes the range.
     return std::uniform_real_distribution<double>(1.0, std::nextafter(1.3, 2.0))(generator);
 }
@@ -128,11 +128,11 @@ void GatewayClient::openSocket()
 
     auto const self = shared_from_this();
     std::weak_ptr<GatewayClient> const weak = self;
-    Clock& clock = services.clock;
+    Clock* const clock = &services.clock;
     spawn(strand, [self, socket = task, number] { return self->receiveLoop(socket, number); });
-    heartbeatTask = spawn(services.contexts.agent, [weak, &clock] { return heartbeatLoop(weak, clock); });
+    heartbeatTask = spawn(services.contexts.agent, [weak, clock] { return heartbeatLoop(weak, clock); });
     pingTask =
-        spawn(services.contexts.agent, [weak, &clock, number] { return pingLoop(weak, clock, number); });
+        spawn(services.contexts.agent, [weak, clock, number] { return pingLoop(weak, clock, number); });
 }
 
 void GatewayClient::teardown()
@@ -159,7 +159,7 @@ Task<> GatewayClient::receiveLoop(SocketPtr socket, std::int64_t number)
         if (!isCurrent(number))
             co_return;
         if (failure) {
-            handleFailure(socket, *failure, number);
+            handleFailure(*socket, *failure, number);
             co_return;
         }
         markConnected(number); // Any message counts, also one that is dropped now.
@@ -220,7 +220,7 @@ void GatewayClient::markConnected(std::int64_t number)
         setState(GatewayConnectionState::of(Kind::connected));
 }
 
-Task<> GatewayClient::heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock& clock)
+Task<> GatewayClient::heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock* clock)
 {
     for (;;) {
         if (auto const client = weak.lock()) {
@@ -231,15 +231,15 @@ Task<> GatewayClient::heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock& cl
                 co_await onStrand(client->strand, std::move(body));
             }
         }
-        co_await clock.sleep(heartbeatPeriod);
+        co_await clock->sleep(heartbeatPeriod);
     }
 }
 
-Task<> GatewayClient::pingLoop(std::weak_ptr<GatewayClient> weak, Clock& clock, std::int64_t number)
+Task<> GatewayClient::pingLoop(std::weak_ptr<GatewayClient> weak, Clock* clock, std::int64_t number)
 {
     Duration pause = firstPing;
     for (;;) {
-        co_await clock.sleep(pause);
+        co_await clock->sleep(pause);
         auto const client = weak.lock();
         if (!client)
             co_return;
@@ -284,7 +284,7 @@ Task<GatewayClient::Pong> GatewayClient::ping(std::int64_t number)
     co_return socket->readingWasHeld() ? Pong::unknown : Pong::missed;
 }
 
-void GatewayClient::handleFailure(SocketPtr socket, NetworkFailure error, std::int64_t number)
+void GatewayClient::handleFailure(WebSocket const& socket, NetworkFailure const& error, std::int64_t number)
 {
     GatewayFailure failure = GatewayFailure::classify(socket->httpStatus(), socket->closeCode(),
                                                       socket->closeReason(), GatewayFailure::describe(error));

@@ -61,14 +61,14 @@ private:
     void setState(GatewayConnectionState next);
     bool isCurrent(std::int64_t number) const { return number == generation && !stopped; }
     void markConnected(std::int64_t number);
-    void handleFailure(SocketPtr socket, NetworkFailure error, std::int64_t number);
+    void handleFailure(WebSocket const& socket, NetworkFailure const& error, std::int64_t number);
     void scheduleReconnect(std::string reason, std::int64_t number);
     Task<> receiveLoop(SocketPtr socket, std::int64_t number);
     Task<> handleText(std::string text);
     Task<> send(json::object object);
     Task<std::string> serialised(json::object object);
-    static Task<> heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock& clock);
-    static Task<> pingLoop(std::weak_ptr<GatewayClient> weak, Clock& clock, std::int64_t number);
+    static Task<> heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock* clock);
+    static Task<> pingLoop(std::weak_ptr<GatewayClient> weak, Clock* clock, std::int64_t number);
     enum class Pong { came, missed, unknown };
     Task<Pong> ping(std::int64_t number);
 

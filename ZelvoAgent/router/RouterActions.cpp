@@ -69,7 +69,7 @@ Task<json::value> RpcRouter::handleActions(RpcFrame frame)
 
 /// Everything is looked at again before each action, so that a pause, a lock or another application stops the
 /// batch in its middle.
-Task<> RpcRouter::performBatch(std::vector<InputAction> const& actions, std::string const& expected)
+Task<> RpcRouter::performBatch(std::vector<InputAction> actions, std::string expected)
 {
     for (std::size_t i = 0; i < actions.size(); ++i) {
         co_await on(contexts.main, [this] { state.assertReady(); });
@@ -210,7 +210,7 @@ Task<> RpcRouter::execute(InputAction action)
 
 Task<> RpcRouter::logActions(GrantedConnection connection,
                              std::optional<std::string> agentName,
-                             std::vector<InputAction> const& actions)
+                             std::vector<InputAction> actions)
 {
     auto const front =
         co_await on(contexts.workers, [this] { return members.workspace.frontmostApplication(); });

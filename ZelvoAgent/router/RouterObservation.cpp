@@ -46,7 +46,7 @@ Task<json::value> RpcRouter::screenshot(RpcFrame frame)
 {
     co_await members.recorder.agentLooked();
     json::value result = co_await handleScreenshot(frame);
-    co_await logLooked(frame);
+    co_await logLooked(frame.connectionId, frame.agentName);
     co_return result;
 }
 

@@ -17,7 +17,7 @@ constexpr std::array<std::string_view, 3> serviceMethods = {"connection.revoke",
 
 } // namespace
 
-RpcRouter::RpcRouter(Contexts contexts, Clock& clock, AgentState& state, Members members)
+RpcRouter::RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Members members)
     : contexts(contexts), clock(clock), state(state), members(std::move(members)),
       strand(asio::make_strand(contexts.agent))
 {
@@ -55,7 +55,7 @@ Task<RpcReply> RpcRouter::handleOnStrand(RpcFrame frame)
 {
     std::string const id = frame.id;
     try {
-        co_await preflight(frame);
+        co_await preflight(frame.method, frame.connectionId);
         json::value result = co_await dispatch(std::move(frame));
         co_return RpcReply::result(id, std::move(result));
     } catch (DetailedAgentError const& failure) {
@@ -70,14 +70,14 @@ Task<RpcReply> RpcRouter::handleOnStrand(RpcFrame frame)
 
 /// Scope first, then pause and availability, then the system's permission: a connection without the scope
 /// learns of that even when paused.
-Task<> RpcRouter::preflight(RpcFrame const& frame)
+Task<> RpcRouter::preflight(std::string method, std::optional<std::string> connectionId)
 {
-    if (isServiceMethod(frame.method))
+    if (isServiceMethod(method))
         co_return;
-    std::optional<AgentScope> const scope = ScopePolicy::required(frame.method);
+    std::optional<AgentScope> const scope = ScopePolicy::required(method);
     co_await on(contexts.main, [&] {
         if (members.mode == AgentMode::connected && scope)
-            state.assertScope(*scope, frame.connectionId);
+            state.assertScope(*scope, connectionId);
         state.assertReady();
     });
     Permissions const permissions = members.permissions();
@@ -109,11 +109,11 @@ std::optional<std::map<std::string, std::string>> RpcRouter::details(AgentError 
     return std::nullopt;
 }
 
-Task<> RpcRouter::logLooked(RpcFrame const& frame)
+Task<> RpcRouter::logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName)
 {
     co_await on(contexts.main, [&] {
-        if (auto const connection = state.connection(frame.connectionId))
-            state.logLooked(connection->platformName, connection->id, frame.agentName, clock.date());
+        if (auto const connection = state.connection(connectionId))
+            state.logLooked(connection->platformName, connection->id, agentName, clock.date());
     });
 }
 

@@ -45,7 +45,7 @@ public:
         AgentMode mode = AgentMode::connected;
     };
 
-    RpcRouter(Contexts contexts, Clock& clock, AgentState& state, Members members);
+    RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Members members);
 
     /// Never fails: every failure becomes an error reply.
     Task<RpcReply> handle(RpcFrame frame);
@@ -56,11 +56,11 @@ private:
     static bool isServiceMethod(std::string_view method);
 
     Task<RpcReply> handleOnStrand(RpcFrame frame);
-    Task<> preflight(RpcFrame const& frame);
+    Task<> preflight(std::string method, std::optional<std::string> connectionId);
     Task<json::value> dispatch(RpcFrame frame);
     RpcReply failureReply(std::string id, AgentError error) const;
     std::optional<std::map<std::string, std::string>> details(AgentError error) const;
-    Task<> logLooked(RpcFrame const& frame);
+    Task<> logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName);
 
     // RouterObservation.cpp
     Task<json::value> displayInfo(RpcFrame frame);
@@ -71,14 +71,14 @@ private:
     // RouterActions.cpp
     Task<json::value> handleActions(RpcFrame frame);
     struct Performer;
-    Task<> performBatch(std::vector<InputAction> const& actions, std::string const& expected);
+    Task<> performBatch(std::vector<InputAction> actions, std::string expected);
     Task<bool> waitUntilFrontmost(std::string expected, Duration atMost);
     Task<DetailedAgentError> notFrontmost(std::string expected, std::optional<std::size_t> failedIndex);
     Task<> checkHiddenApps(InputAction action);
     Task<> execute(InputAction action);
     Task<> logActions(GrantedConnection connection,
                       std::optional<std::string> agentName,
-                      std::vector<InputAction> const& actions);
+                      std::vector<InputAction> actions);
 
     // RouterSystem.cpp
     Task<json::value> permissionsGet(RpcFrame frame);
