@@ -286,8 +286,8 @@ Task<GatewayClient::Pong> GatewayClient::ping(std::int64_t number)
 
 void GatewayClient::handleFailure(WebSocket const& socket, NetworkFailure const& error, std::int64_t number)
 {
-    GatewayFailure failure = GatewayFailure::classify(socket->httpStatus(), socket->closeCode(),
-                                                      socket->closeReason(), GatewayFailure::describe(error));
+    GatewayFailure failure = GatewayFailure::classify(socket.httpStatus(), socket.closeCode(),
+                                                      socket.closeReason(), GatewayFailure::describe(error));
     teardown();
     switch (failure.kind) {
     case GatewayFailure::Kind::tokenRejected:
