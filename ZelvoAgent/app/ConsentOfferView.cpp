@@ -75,8 +75,9 @@ QString plainButtonStyle(Look const& look)
 
 } // namespace
 
-ConsentOfferView::ConsentOfferView(LinkCoordinator& coordinator, int width, Answers answers, QWidget* parent)
-    : QWidget(parent), coordinator(coordinator), offer(*coordinator.offer()), columnWidth(width)
+ConsentOfferView::ConsentOfferView(
+    LinkCoordinator& coordinator, LinkOffer shown, int width, Answers answers, QWidget* parent)
+    : QWidget(parent), coordinator(coordinator), offer(std::move(shown)), columnWidth(width)
 {
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -186,7 +187,8 @@ void ConsentOfferView::enableAllow(bool enabled)
 // An answer that did not get through leaves the offer on show, so that the person can try again.
 void ConsentOfferView::showFailure()
 {
-    QString const text = coordinator.error() ? shownText(*coordinator.error(), longestFailure) : QString();
+    std::optional<std::string> const& error = coordinator.error();
+    QString const text = error ? shownText(*error, longestFailure) : QString();
     if (text == failureText)
         return;
     failureText = text;

@@ -25,7 +25,8 @@ public:
         std::function<void()> allow;
     };
 
-    ConsentOfferView(LinkCoordinator& coordinator, int width, Answers answers, QWidget* parent);
+    ConsentOfferView(
+        LinkCoordinator& coordinator, LinkOffer shown, int width, Answers answers, QWidget* parent);
 
     /// Follows the coordinator: what is ticked, what went wrong, whether "Allow" can be pressed.
     void refresh();

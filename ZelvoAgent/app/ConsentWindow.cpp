@@ -64,7 +64,7 @@ QWidget* ConsentWindow::newContent()
     if (!shownOffer)
         return newMessage();
     ConsentOfferView::Answers answers{.deny = [this] { reject(); }, .allow = [this] { allow(); }};
-    offerView = new ConsentOfferView(coordinator, contentWidth, std::move(answers), this);
+    offerView = new ConsentOfferView(coordinator, *shownOffer, contentWidth, std::move(answers), this);
     return offerView;
 }
 

@@ -51,8 +51,7 @@ void drawStroke(QPainter& painter, double top, double bottom)
 
 } // namespace
 
-Glyph::Glyph(Shape shape, QColor color, QWidget* parent)
-    : QWidget(parent), shape(shape), color(std::move(color))
+Glyph::Glyph(Shape shape, QColor color, QWidget* parent) : QWidget(parent), shape(shape), color(color)
 {
     setFixedSize(size, size);
 }

@@ -15,7 +15,7 @@ namespace {
 
 QEvent::Type workType()
 {
-    static QEvent::Type const type = static_cast<QEvent::Type>(QEvent::registerEventType());
+    static auto const type = static_cast<QEvent::Type>(QEvent::registerEventType());
     return type;
 }
 

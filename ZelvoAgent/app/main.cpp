@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <memory>
 
 namespace zelvo {
@@ -35,9 +36,8 @@ bool hasDisplay()
 
 // The program takes no options of the toolkit either, so that is shown no arguments but the name.
 struct ToolkitArguments {
-    explicit ToolkitArguments(char* program) : values{program, nullptr} {}
-    int count = 1;
     char* values[2];
+    int count = 1;
 };
 
 void describeToToolkit(QApplication& application)
@@ -66,7 +66,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         .activate = [&delegate] { delegate->bringToFront(); }};
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
-        ToolkitArguments arguments(program);
+        ToolkitArguments arguments{.values = {program, nullptr}};
         QApplication application(arguments.count, arguments.values);
         describeToToolkit(application);
         delegate = std::make_unique<AppDelegate>(contexts, *platform);
@@ -94,5 +94,10 @@ int main(int argc, char** argv)
     }
     std::signal(SIGPIPE,
                 SIG_IGN); // A peer that went away is an error of the write, not the end of the program.
-    return zelvo::runApplication(argv[0], {argv + 1, argv + argc});
+    try {
+        return zelvo::runApplication(argv[0], {argv + 1, argv + argc});
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "Zelvo cannot run: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
 }
