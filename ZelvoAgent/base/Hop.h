@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/QuietEnd.h"
 #include "base/Task.h"
 
 #include <boost/asio/associated_executor.hpp>
@@ -65,7 +66,7 @@ Task<R> on(Executor executor, F work)
 template <class F, class T = typename std::invoke_result_t<F&>::value_type>
 Task<T> onStrand(Executor executor, F body)
 {
-    co_return co_await asio::co_spawn(executor, std::move(body), asio::use_awaitable);
+    co_return co_await asio::co_spawn(executor, withQuietEnd(std::move(body)), asio::use_awaitable);
 }
 
 } // namespace zelvo

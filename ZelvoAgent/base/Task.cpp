@@ -1,5 +1,7 @@
 #include "base/Task.h"
 
+#include "base/QuietEnd.h"
+
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
@@ -46,7 +48,7 @@ TaskHandle spawn(Executor executor, std::function<Task<>()> body)
     TaskHandle handle;
     handle.state = std::make_shared<TaskHandle::State>(executor);
     auto onEnd = [kept = handle.state](std::exception_ptr failure) { reportFailure(failure); };
-    asio::co_spawn(executor, std::move(body),
+    asio::co_spawn(executor, withQuietEnd(std::move(body)),
                    asio::bind_cancellation_slot(handle.state->signal.slot(), std::move(onEnd)));
     return handle;
 }

@@ -46,6 +46,18 @@ TEST(TaskHandle, cancelAfterTheEndIsHarmless)
     settle(io);
 }
 
+TEST(TaskHandle, cancelJustBeforeTheEndThrowsNowhere)
+{
+    asio::io_context io;
+    TaskHandle handle;
+    handle = spawn(io.get_executor(), [&]() -> Task<> {
+        handle.cancel();
+        co_return;
+    });
+
+    EXPECT_NO_THROW(settle(io));
+}
+
 TEST(TaskHandle, cancelReachesATaskThatWaitsForAnother)
 {
     asio::io_context io;
