@@ -112,8 +112,10 @@ void AgentRuntime::relink()
     spawn(services.contexts.main, [this] { return services.keychain.remove(Keychain::Item::machineToken); });
     services.state.forgetConnections();
     services.state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::notLinked));
-    asio::post(services.contexts.workers,
-               [this, url = consoleUrl()] { services.platform.workspace().openUrl(url); });
+    spawn(services.contexts.workers, [this, url = consoleUrl()]() -> Task<> {
+        services.platform.workspace().openUrl(url);
+        co_return;
+    });
 }
 
 void AgentRuntime::setAgentPaused(std::string ref, bool paused)

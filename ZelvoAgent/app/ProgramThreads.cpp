@@ -38,6 +38,8 @@ void ProgramThreads::runAgent()
             agent.run();
         } catch (std::exception const& error) {
             std::fprintf(stderr, "Zelvo: a function on the agent thread failed: %s\n", error.what());
+        } catch (...) {
+            std::fputs("Zelvo: a function on the agent thread failed\n", stderr);
         }
     }
 }

@@ -53,6 +53,8 @@ private:
             work.run();
         } catch (std::exception const& error) {
             std::fprintf(stderr, "Zelvo: a function on the main thread failed: %s\n", error.what());
+        } catch (...) {
+            std::fputs("Zelvo: a function on the main thread failed\n", stderr);
         }
     }
 };

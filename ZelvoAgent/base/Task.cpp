@@ -31,6 +31,9 @@ void reportFailure(std::exception_ptr const& failure)
             std::fprintf(stderr, "Zelvo: a task failed: %s\n", error.what());
     } catch (std::exception const& error) {
         std::fprintf(stderr, "Zelvo: a task failed: %s\n", error.what());
+    } catch (...) {
+        // Our own failures are plain values. Thrown on, they would end the process.
+        std::fputs("Zelvo: a task failed\n", stderr);
     }
 }
 

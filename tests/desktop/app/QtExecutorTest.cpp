@@ -136,7 +136,9 @@ TEST_F(QtExecutorTest, carriesAStrand)
 
 TEST_F(QtExecutorTest, goesOnAfterAFunctionThatFailed)
 {
+    struct PlainFailure {};
     asio::post(executor, [] { throw std::runtime_error("on purpose"); });
+    asio::post(executor, [] { throw PlainFailure(); });
     asio::post(executor, [] { QCoreApplication::quit(); });
 
     EXPECT_TRUE(loop());

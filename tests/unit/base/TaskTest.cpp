@@ -115,6 +115,21 @@ TEST(TaskHandle, aFailureIsSaidOnStandardErrorAndGoesNoFurther)
     EXPECT_NE(testing::internal::GetCapturedStderr().find("broken"), std::string::npos);
 }
 
+TEST(TaskHandle, aFailureOfAnyTypeGoesNoFurther)
+{
+    struct PlainFailure {};
+    asio::io_context io;
+    testing::internal::CaptureStderr();
+
+    spawn(io.get_executor(), []() -> Task<> {
+        throw PlainFailure();
+        co_return;
+    });
+    EXPECT_NO_THROW(settle(io));
+
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(TaskHandle, aCancelledTaskIsNoFailure)
 {
     asio::io_context io;
