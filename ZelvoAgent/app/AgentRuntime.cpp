@@ -83,8 +83,10 @@ void AgentRuntime::buildClient()
 
 void AgentRuntime::connectIfLinked()
 {
-    spawn(services.contexts.main, [this]() -> Task<> {
+    spawn(services.contexts.main, [this, asked = relinks]() -> Task<> {
         std::optional<std::string> token = co_await services.keychain.get(Keychain::Item::machineToken);
+        if (asked != relinks)
+            co_return;
         if (!token) {
             services.state.setGatewayState(
                 GatewayConnectionState::of(GatewayConnectionState::Kind::notLinked));
@@ -107,6 +109,7 @@ void AgentRuntime::reconnectNow()
 
 void AgentRuntime::relink()
 {
+    ++relinks;
     if (client)
         spawn(services.contexts.main, [client = client] { return client->stop(); });
     spawn(services.contexts.main, [this] { return services.keychain.remove(Keychain::Item::machineToken); });

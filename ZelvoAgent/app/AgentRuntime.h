@@ -17,6 +17,7 @@
 #include "router/RpcRouter.h"
 #include "state/AgentState.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -91,6 +92,7 @@ private:
     std::unique_ptr<RpcRouter> router;
     std::shared_ptr<GatewayClient> client;
     std::unique_ptr<PowerAssertion> sleepAssertion;
+    std::uint64_t relinks = 0; // A token that was asked for before the last of them is no longer ours.
 };
 
 } // namespace zelvo

@@ -13,11 +13,16 @@ public:
     std::map<std::pair<std::string, std::string>, std::string> items; ///< by service and account
     std::optional<std::int32_t> refusesWith;                          ///< the status that set() fails with
     std::function<void()> becameAvailable;                            ///< what a test calls
+    std::function<Task<>()> delay; ///< waited for between the reading of an item and its answer
 
     Task<std::optional<std::string>> get(std::string service, std::string account) override
     {
         auto const item = items.find({service, account});
-        co_return item == items.end() ? std::nullopt : std::optional(item->second);
+        std::optional<std::string> const found =
+            item == items.end() ? std::nullopt : std::optional(item->second);
+        if (delay)
+            co_await delay();
+        co_return found;
     }
     Task<> set(std::string service, std::string account, std::string secret) override
     {

@@ -192,6 +192,18 @@ TEST_F(AgentRuntimeTest, relinkDropsTokenConnectionsAndLink)
     EXPECT_THAT(platform.desktop.openedUrls, ElementsAre("https://console.test"));
 }
 
+TEST_F(AgentRuntimeTest, tokenThatWasReadBeforeRelinkConnectsNoMore)
+{
+    platform.secretStore.delay = [this] { return platform.time.sleep(1s); }; // A key ring that is slow.
+    link();
+    start();
+    parts.runtime.relink();
+    platform.settle();
+    platform.time.advance(1s);
+    EXPECT_THAT(platform.opener.opened, IsEmpty());
+    EXPECT_EQ(state(), Kind::notLinked);
+}
+
 TEST_F(AgentRuntimeTest, newLinkAfterRelinkRevivesTheClient)
 {
     link();
