@@ -34,17 +34,16 @@ Task<> LinkCoordinator::resolve(std::string token)
         body["machineToken"] = *stored;
     std::optional<json::object> answer = co_await call(resolveEndpoint, std::move(body));
     if (answer)
-        co_await takeOffer(*std::move(answer), std::move(token), stored);
+        co_await takeOffer(*std::move(answer), std::move(token));
 }
 
-Task<>
-LinkCoordinator::takeOffer(json::object answer, std::string token, std::optional<std::string> storedToken)
+Task<> LinkCoordinator::takeOffer(json::object answer, std::string token)
 {
     LinkOffer offer = LinkOffer::from(answer, std::move(token));
     std::optional<std::string> const given = read::text(answer, "machineToken");
-    offer.machineToken = given ? *given : storedToken.value_or("");
     std::optional<std::int32_t> refused;
     if (given) {
+        offer.machineToken = *given;
         // Kept before the person decides: an offer whose token cannot be kept would give a link that cannot
         // connect.
         try {
@@ -52,6 +51,10 @@ LinkCoordinator::takeOffer(json::object answer, std::string token, std::optional
         } catch (SecretStoreFailure const& failure) {
             refused = failure.status;
         }
+    } else {
+        // Read anew: the person may have dropped the link meanwhile.
+        std::optional<std::string> const kept = co_await services.keychain.get(Keychain::Item::machineToken);
+        offer.machineToken = kept.value_or("");
     }
     if (refused) {
         fail(

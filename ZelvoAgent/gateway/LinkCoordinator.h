@@ -52,7 +52,7 @@ public:
 
 private:
     Task<> resolve(std::string token);
-    Task<> takeOffer(json::object answer, std::string token, std::optional<std::string> storedToken);
+    Task<> takeOffer(json::object answer, std::string token);
     /// The gateway's answer when its status is 200 and it is a JSON object; else `error` is set.
     Task<std::optional<json::object>> call(std::string endpoint, json::object body);
     void setBusy(bool value);

@@ -117,6 +117,17 @@ TEST_F(LinkCoordinatorTest, leftOutMachineTokenReusesTheStoredOne)
     EXPECT_EQ(storedToken(), "old");
 }
 
+TEST_F(LinkCoordinatorTest, tokenThatWasDroppedDuringTheRequestIsNotReused)
+{
+    run(platform.io, keychain.set("old", Keychain::Item::machineToken));
+    links.begin("t1");
+    platform.settle();
+    run(platform.io, keychain.remove(Keychain::Item::machineToken));
+    platform.loading.answer(200, R"({"requestedScopes":["screen"]})");
+    platform.settle();
+    EXPECT_EQ(links.offer()->machineToken, "");
+}
+
 TEST_F(LinkCoordinatorTest, noMachineTokenAnywhereIsSentEmpty)
 {
     offer(R"({"requestedScopes":["screen"]})");
