@@ -85,11 +85,16 @@ QWidget* ConsentWindow::newMessage()
 
 void ConsentWindow::allow()
 {
-    // The window may be gone before the answer comes.
-    spawn(main, [&coordinator = coordinator]() -> Task<> {
-        std::vector<AgentScope> granted(coordinator.granted().begin(), coordinator.granted().end());
-        co_await coordinator.complete(std::move(granted));
-    });
+    if (!coordinator.offer())
+        return;
+    // The window may be gone before the answer comes. What the person saw is what is allowed, once: before
+    // the task begins, a second press or another offer may come.
+    spawn(main,
+          [&coordinator = coordinator, seen = *coordinator.offer(),
+           granted = coordinator.granted()]() -> Task<> {
+              if (coordinator.offer() == seen && !coordinator.isBusy())
+                  co_await coordinator.complete({granted.begin(), granted.end()});
+          });
 }
 
 // What "Deny", Escape and the window's closing button come to.

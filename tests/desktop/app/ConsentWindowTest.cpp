@@ -196,6 +196,32 @@ TEST_F(ConsentWindowTest, returnAllowsAndTellsWhatIsTicked)
     EXPECT_FALSE(parts->gate.isClosed());
 }
 
+TEST_F(ConsentWindowTest, twoPressesInOneTurnAllowOnce)
+{
+    present(offerOf({AgentScope::screen}));
+
+    auto* const allow = named<QPushButton>("confirm.allow");
+    allow->click();
+    allow->click();
+
+    pass();
+    EXPECT_EQ(platform->loading.requests.size(), 1u);
+}
+
+TEST_F(ConsentWindowTest, pressThatCameBeforeAnotherOfferDoesNotAllowThatOne)
+{
+    present(offerOf({AgentScope::screen}));
+    LinkOffer other = offerOf({AgentScope::screen, AgentScope::input});
+    other.token = "other";
+
+    named<QPushButton>("confirm.allow")->click();
+    parts->links.present(other);
+
+    pass();
+    EXPECT_TRUE(platform->loading.requests.empty());
+    EXPECT_EQ(parts->links.offer(), other);
+}
+
 TEST_F(ConsentWindowTest, escapeDenies)
 {
     present(offerOf(everything));
