@@ -75,6 +75,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         result = QApplication::exec();
         delegate->willTerminate();
         threads.stop();
+        platform->clock().dropSleepers(); // A batch that waits holds on to the router.
         delegate.reset();
     } else {
         threads.stop();

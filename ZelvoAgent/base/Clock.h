@@ -29,6 +29,10 @@ public:
     /// The same, but a cancelled wait simply ends early.
     Task<> sleepThroughCancel(Duration duration);
 
+    /// At the end of the process, once no thread runs tasks any more: takes apart the tasks that wait here,
+    /// while what they use still stands.
+    void dropSleepers() { sleepers().drop(); }
+
 protected:
     virtual SleepQueue& sleepers() = 0;
 };

@@ -85,6 +85,14 @@ void SleepQueue::wakeDue(Instant now)
         std::move(wake)(boost::system::error_code());
 }
 
+void SleepQueue::drop()
+{
+    std::map<Shared::Key, Handler> dropped; // Goes without the lock: what ends with it may come back here.
+    std::scoped_lock guard(shared->lock);
+    dropped.swap(shared->waiting);
+    shared->dueById.clear();
+}
+
 std::size_t SleepQueue::size() const
 {
     std::scoped_lock guard(shared->lock);

@@ -47,6 +47,8 @@ public:
     std::optional<Instant> earliest() const;
     /// Wakes all that are due by `now`.
     void wakeDue(Instant now);
+    /// Lets go of all sleepers; they are never resumed.
+    void drop();
     std::size_t size() const;
 
 private:

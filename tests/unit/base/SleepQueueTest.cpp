@@ -40,6 +40,25 @@ TEST(SleepQueue, tellsWhenAnotherMomentIsTheNext)
     EXPECT_EQ(queue.size(), 3u);
 }
 
+TEST(SleepQueue, dropsItsSleepersWithoutWakingThem)
+{
+    asio::io_context io;
+    SleepQueue queue;
+    bool woken = false;
+    auto held = std::make_shared<int>();
+    std::weak_ptr<int> const seen = held;
+    auto sleeper = [&woken, held = std::move(held)](boost::system::error_code) { woken = true; };
+    queue.wait(at(1), asio::bind_executor(io, std::move(sleeper)));
+
+    queue.drop();
+    EXPECT_TRUE(seen.expired());
+    EXPECT_EQ(queue.size(), 0u);
+    queue.wakeDue(at(2));
+    settle(io);
+
+    EXPECT_FALSE(woken);
+}
+
 TEST(SleepQueue, wakesInOrderOnTheSleepersExecutor)
 {
     asio::io_context io;
