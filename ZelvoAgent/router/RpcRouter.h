@@ -60,6 +60,7 @@ private:
     Task<json::value> dispatch(RpcFrame frame);
     RpcReply failureReply(std::string id, AgentError error) const;
     std::optional<std::map<std::string, std::string>> details(AgentError error) const;
+    std::string unavailabilityReason() const;
     Task<> logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName);
 
     // RouterObservation.cpp

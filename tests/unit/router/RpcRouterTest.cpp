@@ -32,6 +32,20 @@ TEST_F(RpcRouterTest, displayInfoWithoutAScreenIsUnavailableWithTheReason)
     EXPECT_EQ(details(reply), (json::object{{"reason", "ready"}}));
 }
 
+TEST_F(RpcRouterTest, reasonIsWhatTheSessionShowsNowWhenNothingWasToldYet)
+{
+    platform.screenSource.attached.clear();
+    platform.sessionEvents.present = Availability::noGUISession;
+    EXPECT_EQ(details(call("display.info")), (json::object{{"reason", "no_gui_session"}}));
+}
+
+TEST_F(RpcRouterTest, reasonIsTheSleepThatWasTold)
+{
+    state.startObserving();
+    platform.sessionEvents.tell(SessionEvent::willSleep);
+    EXPECT_EQ(details(call("display.info")), (json::object{{"reason", "asleep"}}));
+}
+
 TEST_F(RpcRouterTest, cursorPositionInPoints)
 {
     platform.posting.pointer = {12.5, -3};
