@@ -63,7 +63,7 @@ Task<json::value> RpcRouter::handleActions(RpcFrame frame)
     co_await members.recorder.agentActed(frame.connectionId, connection ? connection->platformName : "");
     co_await performBatch(actions, expected);
     if (connection)
-        co_await logActions(*connection, frame.agentName, actions);
+        co_await logActions(*connection, loggedAgentName(frame.agentName), actions);
     co_return json::object{{"ok", true}};
 }
 

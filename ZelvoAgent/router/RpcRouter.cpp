@@ -1,6 +1,7 @@
 #include "router/RpcRouter.h"
 
 #include "base/Hop.h"
+#include "base/Text.h"
 #include "wire/ScopePolicy.h"
 
 #include <boost/asio/strand.hpp>
@@ -14,6 +15,8 @@ namespace {
 /// Housekeeping of the gateway itself, answered whatever the state of the machine.
 constexpr std::array<std::string_view, 3> serviceMethods = {"connection.revoke", "connections.names",
                                                             "agents.update"};
+
+constexpr std::size_t longestLoggedName = 200; // Characters.
 
 } // namespace
 
@@ -117,11 +120,19 @@ std::string RpcRouter::unavailabilityReason() const
     return told == rawValue(Availability::ready) ? std::string(rawValue(state.currentAvailability())) : told;
 }
 
+std::optional<std::string> RpcRouter::loggedAgentName(std::optional<std::string> const& name)
+{
+    if (!name)
+        return std::nullopt;
+    return text::prefix(*name, longestLoggedName);
+}
+
 Task<> RpcRouter::logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName)
 {
     co_await on(contexts.main, [&] {
         if (auto const connection = state.connection(connectionId))
-            state.logLooked(connection->platformName, connection->id, agentName, clock.date());
+            state.logLooked(connection->platformName, connection->id, loggedAgentName(agentName),
+                            clock.date());
     });
 }
 

@@ -325,6 +325,14 @@ TEST_F(RouterActionsTest, entryNamesApplicationAndAgent)
     EXPECT_EQ(entry.connectionId, "c");
 }
 
+TEST_F(RouterActionsTest, entryKeepsTheBeginningOfALongAgentsName)
+{
+    RpcFrame request = frame("actions.perform", R"({"actions":[]})");
+    request.agentName = std::string(1'000'000, 'x');
+    call(request);
+    EXPECT_EQ(state.activity().front().agentName, std::string(200, 'x'));
+}
+
 TEST_F(RouterActionsTest, wheelValuesBeyondAllBoundsStaySane)
 {
     EXPECT_EQ(code(perform(R"([{"type":"scroll","x":1,"y":1,"dx":1e300,"dy":-1e300}])")), "");

@@ -255,6 +255,16 @@ TEST_F(RpcRouterTest, screenshotTellsTheRecorderFirstAndIsLogged)
     EXPECT_EQ(state.activity().front().count, 2);
 }
 
+TEST_F(RpcRouterTest, logKeepsTheBeginningOfALongAgentsName)
+{
+    RpcFrame request = frame("screenshot");
+    request.agentName = std::string(1'000'000, 'x');
+    call(request);
+    call(request);
+    EXPECT_EQ(state.activity().front().agentName, std::string(200, 'x'));
+    EXPECT_EQ(state.activity().front().count, 2);
+}
+
 TEST_F(RpcRouterTest, lookOfAnUnknownConnectionIsNotLogged)
 {
     makeRouter(AgentMode::cloud);
