@@ -59,6 +59,7 @@ void AppDelegate::bringToFront()
 void AppDelegate::willTerminate()
 {
     spawn(contexts.agent, [this] { return parts.runtime.shutDown(); });
+    platform.http().endCalls();
     // The time in which the other threads end what they have begun.
     std::this_thread::sleep_for(timeToFinish);
     platform.defaults().writeNow();

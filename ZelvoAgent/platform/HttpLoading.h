@@ -30,6 +30,8 @@ public:
     virtual ~HttpLoading() = default;
     /// Throws NetworkFailure when no complete answer came.
     virtual Task<HttpResponse> load(HttpRequest request) = 0;
+    /// Ends the calls under way, which fail with `cancelled`, so that none holds up the end of the process.
+    virtual void endCalls() = 0;
 };
 
 } // namespace zelvo

@@ -14,6 +14,7 @@ namespace zelvo {
 class FakeHttpLoading final : public HttpLoading {
 public:
     std::vector<HttpRequest> requests;
+    int endings = 0; ///< calls of endCalls(), which leaves the answers to the test
 
     void answer(int status, std::string body)
     {
@@ -34,6 +35,8 @@ public:
             throw *failure;
         co_return std::get<HttpResponse>(std::move(next));
     }
+
+    void endCalls() override { ++endings; }
 
 private:
     WakeList arrivals;

@@ -48,6 +48,24 @@ protected:
         return std::nullopt;
     }
 
+    /// Makes a call that the server never answers, and ends it.
+    NetworkFailure failureOfSilentCall(std::function<void()> end)
+    {
+        std::optional<NetworkFailure> failure;
+        auto call = [&]() -> Task<> {
+            try {
+                co_await loading->load(request());
+            } catch (NetworkFailure const& problem) {
+                failure = problem;
+            }
+        };
+        asio::co_spawn(io, call(), asio::detached);
+        peer = wait(server.accept());
+        end();
+        until([&] { return failure.has_value(); });
+        return *failure;
+    }
+
     HttpRequest request() const
     {
         HttpRequest one;
@@ -271,21 +289,12 @@ TEST_F(CurlHttpLoadingTest, goesThroughTheProxyOfTheEnvironment)
 
 TEST_F(CurlHttpLoadingTest, endsItsCallsWhenItGoes)
 {
-    std::optional<NetworkFailure> failure;
-    auto call = [&]() -> Task<> {
-        try {
-            co_await loading->load(request());
-        } catch (NetworkFailure const& problem) {
-            failure = problem;
-        }
-    };
-    asio::co_spawn(io, call(), asio::detached);
-    peer = wait(server.accept());
+    EXPECT_EQ(failureOfSilentCall([this] { loading.reset(); }).kind, Kind::cancelled);
+}
 
-    loading.reset();
-    until([&] { return failure.has_value(); });
-
-    EXPECT_EQ(failure->kind, Kind::cancelled);
+TEST_F(CurlHttpLoadingTest, endsItsCallsWhenTold)
+{
+    EXPECT_EQ(failureOfSilentCall([this] { loading->endCalls(); }).kind, Kind::cancelled);
 }
 
 TEST_F(CurlHttpLoadingTest, endsACallWhoseTaskIsCancelled)

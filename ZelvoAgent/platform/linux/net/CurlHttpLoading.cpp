@@ -339,6 +339,11 @@ CurlHttpLoading::~CurlHttpLoading()
     transfers->stopAll();
 }
 
+void CurlHttpLoading::endCalls()
+{
+    transfers->stopAll();
+}
+
 Task<HttpResponse> CurlHttpLoading::load(HttpRequest request)
 {
     auto transfer = std::make_shared<Transfer>(std::move(request));
