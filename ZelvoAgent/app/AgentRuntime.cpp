@@ -84,7 +84,9 @@ void AgentRuntime::buildClient()
 void AgentRuntime::connectIfLinked()
 {
     spawn(services.contexts.main, [this, asked = relinks]() -> Task<> {
-        std::optional<std::string> token = co_await services.keychain.get(Keychain::Item::machineToken);
+        auto const mark = std::make_shared<int>();
+        connecting = mark;
+        std::optional<std::string> token = co_await storedToken();
         if (asked != relinks)
             co_return;
         if (!token) {
@@ -99,6 +101,16 @@ void AgentRuntime::connectIfLinked()
         };
         co_await client->connect(*std::move(token), std::move(handler));
     });
+}
+
+Task<std::optional<std::string>> AgentRuntime::storedToken()
+{
+    std::optional<std::string> token;
+    do {
+        readAgain = false;
+        token = co_await services.keychain.get(Keychain::Item::machineToken);
+    } while (!token && readAgain && !services.isLinking());
+    co_return token;
 }
 
 void AgentRuntime::reconnectNow()
@@ -180,7 +192,10 @@ void AgentRuntime::watchSession()
 void AgentRuntime::watchSecrets()
 {
     services.platform.secrets().onBecameAvailable([this] {
-        if (services.state.gateway().kind == GatewayConnectionState::Kind::notLinked && !services.isLinking())
+        if (!connecting.expired()) // Reading the token may itself have brought the key ring up.
+            readAgain = true;
+        else if (services.state.gateway().kind == GatewayConnectionState::Kind::notLinked &&
+                 !services.isLinking())
             connectIfLinked();
     });
 }

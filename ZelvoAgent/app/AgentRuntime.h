@@ -72,6 +72,8 @@ public:
     Task<> shutDown();
 
 private:
+    /// The machine token, read once more when the key ring came up meanwhile and there was none.
+    Task<std::optional<std::string>> storedToken();
     void buildRouter();
     void buildClient();
     void onPauseChanged(bool paused);
@@ -92,7 +94,9 @@ private:
     std::unique_ptr<RpcRouter> router;
     std::shared_ptr<GatewayClient> client;
     std::unique_ptr<PowerAssertion> sleepAssertion;
-    std::uint64_t relinks = 0; // A token that was asked for before the last of them is no longer ours.
+    std::uint64_t relinks = 0;     // A token that was asked for before the last of them is no longer ours.
+    std::weak_ptr<int> connecting; // main; lives while a token is read and handed to the client
+    bool readAgain = false;        // main
 };
 
 } // namespace zelvo

@@ -274,6 +274,32 @@ TEST_F(AgentRuntimeTest, keyRingThatAppearsWhileAnOfferIsOpenWaitsForThePerson)
     EXPECT_THAT(platform.opener.opened, IsEmpty());
 }
 
+TEST_F(AgentRuntimeTest, keyRingBroughtUpByTheFirstReadDoesNotConnectTwice)
+{
+    link();
+    platform.secretStore.delay = [this]() -> Task<> {
+        platform.secretStore.becameAvailable();
+        co_return;
+    };
+    start();
+    EXPECT_EQ(state(), Kind::connected);
+    EXPECT_THAT(platform.opener.opened, SizeIs(1));
+}
+
+TEST_F(AgentRuntimeTest, keyRingThatAppearsDuringAVainReadIsReadAgain)
+{
+    platform.secretStore.delay = [this]() -> Task<> {
+        if (platform.secretStore.items.empty()) {
+            link();
+            platform.secretStore.becameAvailable();
+        }
+        co_return;
+    };
+    start();
+    EXPECT_EQ(state(), Kind::connected);
+    EXPECT_THAT(platform.opener.opened, SizeIs(1));
+}
+
 TEST_F(AgentRuntimeTest, finishedLinkOnAConnectedClientPassesThroughConnecting)
 {
     link();
