@@ -47,9 +47,19 @@ void EchoDriver::accept()
 std::size_t EchoDriver::roundTrip(std::string const& text)
 {
     state->socket.write(asio::buffer(text));
+    return receive().size();
+}
+
+std::string_view EchoDriver::receive()
+{
     state->buffer.clear();
     state->socket.read(state->buffer);
-    return state->buffer.size();
+    return received();
+}
+
+std::string_view EchoDriver::received() const
+{
+    return {static_cast<char const*>(state->buffer.cdata().data()), state->buffer.size()};
 }
 
 struct BareEcho::State {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace zelvo {
 
@@ -14,8 +15,12 @@ public:
     ~EchoDriver();
 
     std::uint16_t port() const;
-    /// Takes the connection of the one that echoes.
+    /// Takes the connection of the one that echoes or answers.
     void accept();
+    /// Waits for a message.
+    std::string_view receive();
+    /// The message that came last; good until the next one is waited for.
+    std::string_view received() const;
     /// Sends a text and waits for what comes back; gives its size.
     std::size_t roundTrip(std::string const& text);
 

@@ -33,13 +33,14 @@ int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios)
         return 1;
     KeepingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    std::printf("\n%-38s %-38s %10s %10s %7s %7s\n", "what", "against", "us", "us", "ratio", "at most");
+    std::printf("\n%-40s %-40s %10s %10s %4s %7s %7s\n", "what", "against", "measured", "baseline", "",
+                "ratio", "at most");
     for (Ratio const& ratio : ratios) {
         try {
             double const measured = ratio.measured(reporter.times);
             double const baseline = ratio.baseline(reporter.times);
-            std::printf("%-38s %-38s %10.1f %10.1f %7.2f", ratio.what.c_str(), ratio.against.c_str(),
-                        measured, baseline, measured / baseline);
+            std::printf("%-40s %-40s %10.1f %10.1f %-4s %7.2f", ratio.what.c_str(), ratio.against.c_str(),
+                        measured, baseline, ratio.unit.c_str(), measured / baseline);
             std::printf(ratio.atMost > 0 ? " %7.2f\n" : "       -\n", ratio.atMost);
         } catch (std::out_of_range const&) {
             // Left out by --benchmark_filter.

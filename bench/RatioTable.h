@@ -16,9 +16,10 @@ using Times = std::map<std::string, double>;
 struct Ratio {
     std::string what;
     std::string against;
-    std::function<double(Times const&)> measured; ///< microseconds
-    std::function<double(Times const&)> baseline; ///< microseconds
+    std::function<double(Times const&)> measured; ///< throws std::out_of_range when it was left out
+    std::function<double(Times const&)> baseline; ///< in the same unit
     double atMost = 0;                            ///< 0 for none
+    std::string unit = "us";
 };
 
 /// Runs the registered benchmarks and prints the ratios of the run below them. For main().

@@ -3,15 +3,11 @@
 // screenshot. The echo is either bare Beast on a thread of its own or our WebSocket, with its inbox and its
 // hops, on an agent thread. A hop is a task posted from one thread's io_context to another's.
 
-#include "BareEcho.h"
-#include "RatioTable.h"
+#include "Baselines.h"
+#include "LoopThread.h"
 #include "platform/linux/net/BeastWebSocket.h"
 
 #include <boost/asio/detached.hpp>
-#include <boost/asio/executor_work_guard.hpp>
-
-#include <atomic>
-#include <thread>
 
 namespace zelvo {
 
@@ -19,22 +15,6 @@ namespace {
 
 std::string const small(130, 'x');
 std::string const large(std::size_t{4} << 20, 'x');
-
-/// A thread that runs an io_context until this goes.
-class LoopThread {
-public:
-    ~LoopThread()
-    {
-        work.reset();
-        thread.join();
-    }
-
-    asio::io_context io{1};
-
-private:
-    asio::executor_work_guard<asio::io_context::executor_type> work{io.get_executor()};
-    std::thread thread{[this] { io.run(); }};
-};
 
 Task<> echo(std::shared_ptr<WebSocket> socket)
 {
@@ -46,22 +26,6 @@ Task<> echo(std::shared_ptr<WebSocket> socket)
     } catch (NetworkFailure const&) {
         // The measuring end has gone.
     }
-}
-
-void measureRoundTrips(benchmark::State& state, EchoDriver& driver, std::string const& text)
-{
-    driver.roundTrip(text);
-    for (auto _ : state)
-        if (driver.roundTrip(text) != text.size())
-            state.SkipWithError("another message came back");
-}
-
-void bareEcho(benchmark::State& state, std::string const& text)
-{
-    EchoDriver driver;
-    BareEcho const bare(driver.port());
-    driver.accept();
-    measureRoundTrips(state, driver, text);
 }
 
 void ourEcho(benchmark::State& state, std::string const& text)
@@ -77,46 +41,6 @@ void ourEcho(benchmark::State& state, std::string const& text)
     driver.accept();
     measureRoundTrips(state, driver, text);
     socket->cancel();
-}
-
-struct HopGame {
-    void play(bool atHome)
-    {
-        if (--left == 0) {
-            done = true;
-            done.notify_one();
-            return;
-        }
-        asio::post(atHome ? away.io : home.io, [this, atHome] { play(!atHome); });
-    }
-
-    LoopThread home;
-    LoopThread away;
-    int left = 0;
-    std::atomic<bool> done = false;
-};
-
-constexpr int hopsAnIteration = 1000;
-
-void hops(benchmark::State& state)
-{
-    HopGame game;
-    for (auto _ : state) {
-        game.left = hopsAnIteration;
-        game.done = false;
-        asio::post(game.home.io, [&game] { game.play(true); });
-        game.done.wait(false);
-    }
-}
-
-double hopOf(Times const& times)
-{
-    return times.at("hops") / hopsAnIteration;
-}
-
-std::function<double(Times const&)> timeOf(std::string name)
-{
-    return [name = std::move(name)](Times const& times) { return times.at(name); };
 }
 
 } // namespace

@@ -1,0 +1,94 @@
+#include "AgentStage.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+namespace zelvo {
+
+namespace {
+
+bool isHeartbeat(std::string_view message)
+{
+    return message.substr(0, 64).find("\"heartbeat\"") != std::string_view::npos;
+}
+
+} // namespace
+
+AgentStage::AgentStage()
+{
+    agent.makeUnattended("token-of-the-benchmark");
+}
+
+double AgentStage::start()
+{
+    gateway.emplace();
+    agent.pointTo(gateway->port());
+    auto const before = std::chrono::steady_clock::now();
+    agent.start();
+    gateway->accept();
+    if (!isHeartbeat(gateway->receive()))
+        throw std::runtime_error("the first message is no heartbeat");
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
+}
+
+void AgentStage::kill()
+{
+    agent.kill();
+}
+
+void AgentStage::furnish()
+{
+    painter.paintRoot(0x336699);
+    painter.open({.x = 60, .y = 700, .width = 500, .height = 300, .color = 0xcc2244, .title = "red"});
+    painter.open({.x = 1500, .y = 640, .width = 360, .height = 380, .color = 0x22cc44, .title = "green"});
+    std::filesystem::path const text = desktop.home() / "text.txt";
+    std::ofstream stream(text);
+    for (int line = 0; line < 400; ++line)
+        stream << line << ": The quick brown fox jumps over the lazy dog, " << line * line
+               << " times by now.\n";
+    stream.close();
+    desktop.start({"mousepad", "--disable-server", text.string()});
+    desktop.waitForWindow({.className = "Mousepad"});
+    desktop.start({"xterm", "-geometry", "120x45+900+100", "-e", "cat " + text.string() + "; sleep 100000"});
+    desktop.waitForWindow({.className = "XTerm"});
+    // What a new window shows is complete only when it has painted itself.
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+}
+
+void AgentStage::hide(std::vector<std::string> const& bundleIds)
+{
+    json::array list;
+    for (std::string const& id : bundleIds)
+        list.emplace_back(id);
+    auto const folder = desktop.configHome() / "dev.zelvo.agent" / "defaults";
+    std::ofstream(folder / "new") << writeJson(list);
+    std::filesystem::rename(folder / "new", folder / "dev.zelvo.hiddenApps.json");
+}
+
+std::string_view AgentStage::ask(std::string const& frame)
+{
+    gateway->roundTrip(frame);
+    while (isHeartbeat(gateway->received()))
+        gateway->receive();
+    return gateway->received();
+}
+
+double AgentStage::memory(std::string const& name) const
+{
+    std::ifstream stream("/proc/" + std::to_string(agent.pid()) + "/status");
+    for (std::string line; std::getline(stream, line);)
+        if (line.starts_with(name + ":"))
+            return std::stod(line.substr(name.size() + 1));
+    throw std::runtime_error("no " + name);
+}
+
+std::string commandFrame(std::string const& method, std::string const& params)
+{
+    return R"({"id":"0b9ff3ad-6f0e-4f5c-8c0f-0f1f6c3a2d11","method":")" + method +
+           R"(","connectionId":"con_1","params":)" + params + R"(,"agent":{"name":"Benchmark"}})";
+}
+
+} // namespace zelvo

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "BareEcho.h"
+#include "desktop/harness/Painter.h"
+#include "desktop/harness/PrivateDesktop.h"
+#include "end_to_end/AgentProgram.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zelvo {
+
+/// The real agent program, unattended, on a private desktop of 1920 x 1080, with the benchmark as its
+/// gateway.
+class AgentStage {
+public:
+    AgentStage();
+
+    /// Starts the agent and waits for its first heartbeat; gives the seconds from before to after.
+    double start();
+    void kill();
+    /// Puts an editor and a terminal full of text and some plain windows on the screen.
+    void furnish();
+    /// Says which applications are left out of pictures.
+    void hide(std::vector<std::string> const& bundleIds);
+    /// Sends a frame and waits for its reply; heartbeats are passed over.
+    std::string_view ask(std::string const& frame);
+    /// A number of KiB of the agent's /proc status, for instance "VmRSS".
+    double memory(std::string const& name) const;
+    std::string const& display() const { return desktop.display(); }
+
+private:
+    test::PrivateDesktop desktop;
+    test::AgentProgram agent{desktop, 0};
+    test::Painter painter{desktop.display()};
+    std::optional<EchoDriver> gateway;
+};
+
+/// A command as the gateway sends it.
+std::string commandFrame(std::string const& method, std::string const& params = "{}");
+
+} // namespace zelvo
