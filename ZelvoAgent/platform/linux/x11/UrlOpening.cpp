@@ -3,6 +3,7 @@
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -47,8 +48,12 @@ GType contextType()
 void standAlone(gpointer)
 {
     ::setsid();
+    // By the system call: the C library refuses its own two signals, which whoever is started by posix_spawn
+    // finds ignored. All zero is the default action.
+    unsigned long const standard[8] = {};
+    constexpr std::size_t maskBytes = 8;
     for (int signal = 1; signal < NSIG; ++signal)
-        ::signal(signal, SIG_DFL);
+        ::syscall(SYS_rt_sigaction, signal, standard, nullptr, maskBytes);
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
