@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Task.h"
+#include "platform/PixelBuffer.h"
 
 #include <cstdint>
 #include <functional>
@@ -29,12 +30,12 @@ struct CaptureRequest {
     std::set<std::string> excluded;
 };
 
-/// BGRX, 8 bits each, top row first.
+/// BGRX, 8 bits each, top row first. It may hold memory of the screen system: do not keep it.
 struct Picture {
     int width = 0;
     int height = 0;
     int stride = 0; ///< bytes from row to row
-    std::vector<std::uint8_t> pixels;
+    PixelBuffer pixels;
 };
 
 /// The screen system refused or failed. Reaches no agent.

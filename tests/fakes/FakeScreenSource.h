@@ -2,6 +2,7 @@
 
 #include "platform/ScreenSource.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace zelvo {
@@ -28,7 +29,8 @@ public:
         picture.width = request.width;
         picture.height = request.height;
         picture.stride = request.width * 4;
-        picture.pixels.assign(static_cast<std::size_t>(picture.stride) * picture.height, 128);
+        picture.pixels = PixelBuffer(static_cast<std::size_t>(picture.stride) * picture.height);
+        std::fill_n(picture.pixels.data(), picture.pixels.size(), std::uint8_t{128});
         co_return picture;
     }
     void observeScreens(std::function<void()> observer) override { observers.push_back(std::move(observer)); }

@@ -130,7 +130,8 @@ TEST(CapturePlan, passesOverWhatHasNoPixels)
 Picture grey(int width, int height)
 {
     Picture picture{.width = width, .height = height, .stride = width * 4};
-    picture.pixels.assign(static_cast<std::size_t>(width * height) * 4, 100);
+    picture.pixels = PixelBuffer(static_cast<std::size_t>(width * height) * 4);
+    std::fill_n(picture.pixels.data(), picture.pixels.size(), std::uint8_t{100});
     return picture;
 }
 
@@ -169,12 +170,21 @@ TEST(PictureScaling, givesTheMean)
     Picture picture = grey(4, 2);
     picture.pixels[0] = 200;
 
-    Picture const small = scaled(picture, 2, 1);
+    Picture const small = scaled(grey(4, 2), 2, 1);
+    Picture const bright = scaled(std::move(picture), 2, 1);
 
     EXPECT_EQ(small.stride, 8);
-    EXPECT_EQ(small.pixels[0], 125);
-    EXPECT_EQ(small.pixels[4], 100);
-    EXPECT_EQ(scaled(picture, 4, 2).pixels, picture.pixels);
+    EXPECT_EQ(small.pixels[0], 100);
+    EXPECT_EQ(bright.pixels[0], 125);
+    EXPECT_EQ(bright.pixels[4], 100);
+}
+
+TEST(PictureScaling, keepsThePixelsOfTheSameSize)
+{
+    Picture picture = grey(4, 2);
+    auto const* const pixels = picture.pixels.data();
+
+    EXPECT_EQ(scaled(std::move(picture), 4, 2).pixels.data(), pixels);
 }
 
 } // namespace

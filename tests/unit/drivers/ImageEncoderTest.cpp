@@ -22,8 +22,8 @@ void paint(Picture& picture, int x, int y, std::array<int, 3> rgb)
 /// A picture whose unused bytes, those of each pixel and those after each row, hold noise that must not show.
 Picture noisy(int width, int height, int gap = 0)
 {
-    Picture picture{.width = width, .height = height, .stride = width * 4 + gap, .pixels = {}};
-    picture.pixels.resize(static_cast<std::size_t>(picture.stride) * height);
+    Picture picture{.width = width, .height = height, .stride = width * 4 + gap, .pixels = PixelBuffer()};
+    picture.pixels = PixelBuffer(static_cast<std::size_t>(picture.stride) * height);
     for (std::size_t i = 0; i < picture.pixels.size(); ++i)
         picture.pixels[i] = static_cast<std::uint8_t>(i * 37 + 11);
     return picture;

@@ -8,7 +8,7 @@ namespace zelvo {
 
 class X11Connection;
 
-/// Memory that the X server writes pictures into. It grows and is kept between pictures.
+/// Memory that the X server writes pictures into. It grows with them.
 /// Thread: one at a time.
 class SharedImage {
 public:
@@ -21,6 +21,7 @@ public:
     /// us.
     bool reserve(std::size_t bytes);
     std::uint32_t segment() const { return id; }
+    std::uint8_t* data() { return memory; }
     std::uint8_t const* data() const { return memory; }
 
 private:

@@ -73,8 +73,7 @@ public:
             capture.owners = std::make_unique<WindowOwners>(capture.survey, *capture.index, ::getpid());
         exclusion = excludedWindows(capture.survey, [&](ClientWindow const& client) {
             auto const names = capture.owners->namesOf(client).names;
-            return std::any_of(names.begin(), names.end(),
-                               [&](auto const& name) { return excluded.contains(name); });
+            return std::ranges::any_of(names, [&](auto const& name) { return excluded.contains(name); });
         });
         leaveOutEmptyFrames();
         return owner->owner != XCB_NONE;
@@ -98,8 +97,7 @@ public:
 
     Picture screen()
     {
-        if (!capture.shared.reserve(bytesOf(area)))
-            throw ScreenFailure{"the X server shares no memory"};
+        reserve(bytesOf(area));
         fetch(capture.connection->root(), area, area.movedBy(-area.x, -area.y));
         auto const cursor = askCursor();
         release();
@@ -124,7 +122,7 @@ public:
         picture.width = area.width;
         picture.height = area.height;
         picture.stride = area.width * 4;
-        picture.pixels.resize(bytesOf(area));
+        picture.pixels = PixelBuffer(bytesOf(area));
         for (std::size_t i = 0; i < firstPiece; ++i)
             put(picture, reads[i], plan.background, false);
         for (std::size_t i = firstPiece; i < reads.size(); ++i) {
@@ -199,7 +197,7 @@ private:
         auto const cookie = xcb_shm_get_image(
             x, drawable, static_cast<std::int16_t>(from.x), static_cast<std::int16_t>(from.y),
             static_cast<std::uint16_t>(from.width), static_cast<std::uint16_t>(from.height), ~0u,
-            XCB_IMAGE_FORMAT_Z_PIXMAP, capture.shared.segment(), static_cast<std::uint32_t>(used));
+            XCB_IMAGE_FORMAT_Z_PIXMAP, shared->segment(), static_cast<std::uint32_t>(used));
         reads.push_back({cookie, used, place, piece});
         used += bytesOf(from);
     }
@@ -212,14 +210,20 @@ private:
         return exactly ? region.all() : std::vector<PixelRect>{region.bounds()};
     }
 
+    void reserve(std::size_t bytes)
+    {
+        shared = capture.memory->lend(bytes);
+        if (!shared)
+            throw ScreenFailure{"the X server shares no memory"};
+    }
+
     void reserveFor(CapturePlan const& plan)
     {
         std::size_t bytes = bytesOf(plan.background.bounds());
         for (CapturePiece const& piece : plan.pieces)
             for (PixelRect const& rect : readsOf(piece.visible, piece.hasHoles))
                 bytes += bytesOf(rect);
-        if (!capture.shared.reserve(std::max<std::size_t>(bytes, 4)))
-            throw ScreenFailure{"the X server shares no memory"};
+        reserve(std::max<std::size_t>(bytes, 4));
     }
 
     void fetchBackground(PixelRegion const& region, bool compositor)
@@ -287,7 +291,7 @@ private:
         picture.width = area.width;
         picture.height = area.height;
         picture.stride = area.width * 4;
-        picture.pixels.assign(capture.shared.data(), capture.shared.data() + bytesOf(area));
+        picture.pixels = PixelBuffer({shared->data(), bytesOf(area)}, shared);
     }
 
     void put(Picture& picture, Read const& read, PixelRegion const& visible, bool blends)
@@ -295,7 +299,7 @@ private:
         // A window whose memory can't be read stays black.
         if (!arrived(read))
             return;
-        PixelSource const source{capture.shared.data() + read.offset, read.place};
+        PixelSource const source{shared->data() + read.offset, read.place};
         for (PixelRect const& rect : visible.all()) {
             PixelRect const part = rect.movedBy(-area.x, -area.y);
             if (blends)
@@ -309,6 +313,7 @@ private:
     xcb_connection_t* x;
     PixelRect area;
     CaptureExclusion exclusion;
+    std::shared_ptr<SharedImage> shared;
     std::vector<Read> reads;
     std::size_t used = 0;
     std::size_t nextPiece = 0;
@@ -316,8 +321,8 @@ private:
 };
 
 X11Capture::X11Capture(std::shared_ptr<X11Connection> server, DesktopEntries& entries)
-    : connection(std::move(server)), entries(entries), shared(connection), changes(connection),
-      background(connection), redirectedAt(steady_clock::now())
+    : connection(std::move(server)), entries(entries), memory(std::make_shared<SharedImagePool>(connection)),
+      changes(connection), background(connection), redirectedAt(steady_clock::now())
 {
     xcb_composite_redirect_subwindows(connection->get(), connection->root(),
                                       XCB_COMPOSITE_REDIRECT_AUTOMATIC);

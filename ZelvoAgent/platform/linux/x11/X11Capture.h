@@ -4,7 +4,7 @@
 #include "platform/linux/x11/CapturePlan.h"
 #include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/RootBackground.h"
-#include "platform/linux/x11/SharedImage.h"
+#include "platform/linux/x11/SharedImagePool.h"
 #include "platform/linux/x11/WindowWatch.h"
 
 #include <chrono>
@@ -48,7 +48,7 @@ private:
 
     std::shared_ptr<X11Connection> connection;
     DesktopEntries& entries;
-    SharedImage shared;
+    std::shared_ptr<SharedImagePool> memory;
     WindowWatch changes;
     RootBackground background;
     WindowWatch::Time redirectedAt;

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <span>
+#include <utility>
+
+namespace zelvo {
+
+/// The bytes of a picture: memory of its own, or memory lent by the screen system until the buffer ends.
+/// Thread: one at a time.
+class PixelBuffer {
+public:
+    PixelBuffer() = default;
+    /// Zeroes. The pages come zeroed from the system, so that what is never written costs nothing.
+    explicit PixelBuffer(std::size_t size)
+        : bytes(static_cast<std::uint8_t*>(std::calloc(size, 1)), size), owner(bytes.data(), std::free)
+    {
+        if (size && !bytes.data())
+            throw std::bad_alloc();
+    }
+    /// Lent: `owner` keeps the bytes until it goes.
+    PixelBuffer(std::span<std::uint8_t> bytes, std::shared_ptr<void> owner)
+        : bytes(bytes), owner(std::move(owner))
+    {
+    }
+    PixelBuffer(PixelBuffer&& other) noexcept
+        : bytes(std::exchange(other.bytes, {})), owner(std::move(other.owner))
+    {
+    }
+    PixelBuffer& operator=(PixelBuffer&& other) noexcept
+    {
+        bytes = std::exchange(other.bytes, {});
+        owner = std::move(other.owner);
+        return *this;
+    }
+    ~PixelBuffer() = default;
+
+    std::uint8_t* data() { return bytes.data(); }
+    std::uint8_t const* data() const { return bytes.data(); }
+    std::size_t size() const { return bytes.size(); }
+    std::uint8_t& operator[](std::size_t at) { return bytes[at]; }
+    std::uint8_t operator[](std::size_t at) const { return bytes[at]; }
+
+private:
+    std::span<std::uint8_t> bytes;
+    std::shared_ptr<void> owner;
+};
+
+} // namespace zelvo
