@@ -5,6 +5,9 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <poll.h>
+
+#include <stdexcept>
 #include <thread>
 
 namespace zelvo {
@@ -16,6 +19,8 @@ namespace websocket = boost::beast::websocket;
 using tcp = asio::ip::tcp;
 using ErrorCode = boost::system::error_code;
 using Stream = websocket::stream<tcp::socket, false>;
+
+constexpr int longestStart = 30'000; // ms
 
 } // namespace
 
@@ -37,6 +42,9 @@ std::uint16_t EchoDriver::port() const
 
 void EchoDriver::accept()
 {
+    pollfd waiting{.fd = state->acceptor.native_handle(), .events = POLLIN, .revents = 0};
+    if (::poll(&waiting, 1, longestStart) != 1)
+        throw std::runtime_error("nobody has connected");
     state->acceptor.accept(state->socket.next_layer());
     state->socket.next_layer().set_option(tcp::no_delay(true));
     state->socket.read_message_max(0);

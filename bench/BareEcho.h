@@ -15,7 +15,7 @@ public:
     ~EchoDriver();
 
     std::uint16_t port() const;
-    /// Takes the connection of the one that echoes or answers.
+    /// Takes the connection of the one that echoes or answers. Throws std::runtime_error when none comes.
     void accept();
     /// Waits for a message.
     std::string_view receive();
