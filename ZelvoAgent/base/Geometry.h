@@ -9,6 +9,13 @@ struct DesktopPoint {
     bool operator==(DesktopPoint const&) const = default;
 };
 
+/// A width and a height on the desktop, in points.
+struct DesktopSize {
+    double width{};
+    double height{};
+    bool operator==(DesktopSize const&) const = default;
+};
+
 /// An area of the desktop, in points. The left and top edges belong to it, the right and bottom ones do not.
 struct DesktopRect {
     double x{};

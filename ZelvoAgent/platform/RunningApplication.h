@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Clock.h"
+
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -34,6 +36,8 @@ struct RunningApplication {
     std::int32_t pid = 0;
     ApplicationNames names;
     std::string localizedName;
+    std::optional<std::string> bundlePath; ///< the folder of its executable, with links resolved
+    std::optional<Date> launchDate;        ///< when its process started
     bool operator==(RunningApplication const&) const = default;
 };
 

@@ -2,6 +2,7 @@
 
 #include "platform/RunningApplication.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -15,6 +16,8 @@ public:
     virtual ~Workspace() = default;
     /// The application whose window is in front.
     virtual std::optional<RunningApplication> frontmostApplication() = 0;
+    /// The application of a process, when that owns a window.
+    virtual std::optional<RunningApplication> application(std::int32_t pid) = 0;
     /// Opens a URL with the default application of its scheme. False when nothing takes it.
     virtual bool openUrl(std::string url) = 0;
 };

@@ -107,6 +107,7 @@ public:
 class FakeWorkspace final : public Workspace {
 public:
     std::optional<RunningApplication> front;
+    std::map<std::int32_t, RunningApplication> running;
     std::vector<std::string> openedUrls;
     int looks = 0;
     std::function<void(int)> onLook; ///< called with the number of the look
@@ -117,6 +118,11 @@ public:
         if (onLook)
             onLook(looks);
         return front;
+    }
+    std::optional<RunningApplication> application(std::int32_t pid) override
+    {
+        auto const found = running.find(pid);
+        return found == running.end() ? std::nullopt : std::optional(found->second);
     }
     bool openUrl(std::string url) override
     {

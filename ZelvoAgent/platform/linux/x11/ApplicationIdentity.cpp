@@ -1,8 +1,13 @@
 #include "platform/linux/x11/ApplicationIdentity.h"
 
+#include <time.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string_view>
 
 namespace zelvo {
@@ -33,6 +38,24 @@ std::filesystem::path executableOf(std::string const& folder)
     return name.substr(0, name.find('\n'));
 }
 
+/// When a process started, from the text of its /proc file "stat".
+std::optional<Date> startOf(std::string const& stat)
+{
+    // The name of the program, in brackets, may hold blanks and brackets; the start is the 20th field after
+    // it.
+    std::istringstream fields(stat.substr(std::min(stat.rfind(')') + 1, stat.size())));
+    std::string field;
+    for (int i = 0; i < 19; ++i)
+        fields >> field;
+    long long ticks = 0; // since the boot
+    timespec sinceBoot{};
+    if (!(fields >> ticks) || ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0)
+        return std::nullopt;
+    auto const age = std::chrono::seconds(sinceBoot.tv_sec) + std::chrono::nanoseconds(sinceBoot.tv_nsec) -
+                     std::chrono::milliseconds(ticks * 1000 / ::sysconf(_SC_CLK_TCK));
+    return std::chrono::floor<Date::duration>(std::chrono::system_clock::now() - age);
+}
+
 std::string flatpakId(std::string const& folder)
 {
     std::ifstream stream(folder + "root/.flatpak-info");
@@ -49,7 +72,7 @@ std::string flatpakId(std::string const& folder)
 void add(ApplicationNames& names, std::string const& name)
 {
     if (name.empty() || name == ownBundleIdentifier ||
-        std::find(names.names.begin(), names.names.end(), name) != names.names.end())
+        std::ranges::find(names.names, name) != names.names.end())
         return;
     names.names.push_back(name);
 }
@@ -116,6 +139,7 @@ ProcessFacts readProcessFacts(std::int32_t pid)
     std::string const folder = "/proc/" + std::to_string(pid) + "/";
     facts.executable = executableOf(folder);
     facts.confinedIds = confinedIdsIn(contentOf(folder + "cgroup"));
+    facts.started = startOf(contentOf(folder + "stat"));
     if (std::string const id = flatpakId(folder); !id.empty())
         facts.confinedIds.insert(facts.confinedIds.begin(), id);
     return facts;
@@ -156,7 +180,7 @@ std::string localizedName(ApplicationNames const& names,
 void append(ApplicationNames& names, ApplicationNames const& more)
 {
     for (std::string const& name : more.names)
-        if (std::find(names.names.begin(), names.names.end(), name) == names.names.end())
+        if (std::ranges::find(names.names, name) == names.names.end())
             names.names.push_back(name);
 }
 

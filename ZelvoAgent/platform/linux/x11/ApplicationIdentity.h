@@ -4,6 +4,7 @@
 #include "platform/linux/x11/DesktopEntryIndex.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct ProcessFacts {
     std::int32_t pid = 0;
     std::filesystem::path executable;     ///< links resolved; only a name when the path can't be read
     std::vector<std::string> confinedIds; ///< the id of its Flatpak or Snap
+    std::optional<Date> started;
     bool operator==(ProcessFacts const&) const = default;
 };
 

@@ -6,8 +6,8 @@ namespace zelvo {
 
 bool CaptureExclusion::isAny() const
 {
-    return std::find(windows.begin(), windows.end(), true) != windows.end() ||
-           std::any_of(holes.begin(), holes.end(), [](auto const& each) { return !each.empty(); });
+    return std::ranges::find(windows, true) != windows.end() ||
+           std::ranges::any_of(holes, [](auto const& each) { return !each.empty(); });
 }
 
 CaptureExclusion excludedWindows(WindowSurvey const& survey,
@@ -52,7 +52,7 @@ CapturePlan planCapture(WindowSurvey const& survey,
             plan.background.subtract(visible);
         plan.pieces.push_back({i, std::move(visible), blends, !exclusion.holes[i].empty()});
     }
-    std::reverse(plan.pieces.begin(), plan.pieces.end());
+    std::ranges::reverse(plan.pieces);
     return plan;
 }
 

@@ -56,7 +56,7 @@ std::filesystem::path onPath(std::string const& program)
 std::string idOf(std::filesystem::path const& base, std::filesystem::path const& file)
 {
     std::string id = file.lexically_relative(base).replace_extension();
-    std::replace(id.begin(), id.end(), '/', '-');
+    std::ranges::replace(id, '/', '-');
     return id;
 }
 
@@ -134,7 +134,7 @@ bool DesktopEntries::isFresh() const
     // Time stamps are some milliseconds coarse: a folder that changed just before it was read is read once
     // more.
     constexpr std::int64_t settlingNs = 50'000'000;
-    return index && std::all_of(seen.begin(), seen.end(), [&](FolderState const& state) {
+    return index && std::ranges::all_of(seen, [&](FolderState const& state) {
                return stateOf(state.folder) == state && nowNs() - state.changedNs > settlingNs;
            });
 }

@@ -18,7 +18,7 @@ std::string lastComponent(std::string const& id)
 
 DesktopEntryIndex::DesktopEntryIndex(std::vector<DesktopEntry> given) : entries(std::move(given))
 {
-    std::sort(entries.begin(), entries.end(), [](DesktopEntry const& left, DesktopEntry const& right) {
+    std::ranges::sort(entries, [](DesktopEntry const& left, DesktopEntry const& right) {
         return std::tuple(left.noDisplay, left.id.size(), left.id) <
                std::tuple(right.noDisplay, right.id.size(), right.id);
     });

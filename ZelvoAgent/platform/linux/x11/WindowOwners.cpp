@@ -14,7 +14,7 @@ WindowOwners::WindowOwners(WindowSurvey const& survey,
         byWindow.emplace(client.id, &client);
         byWindow.emplace(frame, &client);
         auto& words = byProcess[client.pid.value_or(0)];
-        if (client.pid && std::find(words.begin(), words.end(), client.words) == words.end())
+        if (client.pid && std::ranges::find(words, client.words) == words.end())
             words.push_back(client.words);
     };
     for (SurveyedWindow const& window : survey.windows) {
@@ -80,6 +80,9 @@ RunningApplication WindowOwners::application(ClientWindow const& client) const
 {
     RunningApplication application{.pid = client.pid.value_or(0), .names = namesOf(client)};
     ProcessFacts const process = client.pid ? factsOf(*client.pid) : ProcessFacts{};
+    if (process.executable.has_parent_path())
+        application.bundlePath = process.executable.parent_path().string();
+    application.launchDate = process.started;
     application.localizedName = localizedName(application.names, wordsOf(client), process, entries);
     return application;
 }

@@ -42,7 +42,7 @@ std::span<std::uint32_t const> numbersIn(xcb_get_property_reply_t const& reply)
 
 bool contains(std::span<std::uint32_t const> numbers, std::uint32_t number)
 {
-    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+    return std::ranges::find(numbers, number) != numbers.end();
 }
 
 /// A window somewhere below a child of the root, while the way down is found.

@@ -49,7 +49,7 @@ std::uint32_t parentOf(X11Connection const& connection, std::uint32_t window)
 /// With no application in front the window manager keeps the focus on a window of its own.
 bool isWindowManagers(WindowSurvey const& survey, ClientWindow const& client)
 {
-    return std::any_of(survey.windows.begin(), survey.windows.end(), [&](SurveyedWindow const& window) {
+    return std::ranges::any_of(survey.windows, [&](SurveyedWindow const& window) {
         return window.windowManagers && window.id == client.id;
     });
 }
@@ -88,6 +88,22 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication()
     if (!client || isWindowManagers(survey, *client))
         return std::nullopt;
     return owners.application(*client);
+}
+
+std::optional<RunningApplication> X11Workspace::application(std::int32_t pid)
+{
+    if (!connection || !connection->isAlive())
+        return std::nullopt;
+    WindowSurvey const survey = surveyWindows(*connection);
+    auto const index = entries.current();
+    WindowOwners const owners(survey, *index, ::getpid());
+    for (SurveyedWindow const& window : survey.windows)
+        if (window.client.pid == pid && !window.windowManagers)
+            return owners.application(window.client);
+    for (ClientWindow const& client : survey.others)
+        if (client.pid == pid)
+            return owners.application(client);
+    return std::nullopt;
 }
 
 bool X11Workspace::openUrl(std::string url)

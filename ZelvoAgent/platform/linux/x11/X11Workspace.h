@@ -15,6 +15,7 @@ public:
     X11Workspace(std::shared_ptr<X11Connection> connection, DesktopEntries& entries);
 
     std::optional<RunningApplication> frontmostApplication() override;
+    std::optional<RunningApplication> application(std::int32_t pid) override;
     bool openUrl(std::string url) override;
 
 private:
