@@ -34,7 +34,7 @@ std::string methodOf(json::object const& command)
     auto const method = read::text(command, "method");
     if (!method || method->empty())
         throw Failure{.code = ErrorCode::invalidRequest, .message = "\"method\" must be a text"};
-    if (std::find(ownMethods.begin(), ownMethods.end(), *method) != ownMethods.end())
+    if (std::ranges::find(ownMethods, *method) != ownMethods.end())
         throw Failure{.code = ErrorCode::forbidden,
                       .message = "\"" + *method + "\" is not for platforms to send"};
     return *method;

@@ -26,7 +26,7 @@ std::string requiredText(json::object const& request, std::string_view key)
 
 bool contains(std::vector<AgentScope> const& scopes, AgentScope scope)
 {
-    return std::find(scopes.begin(), scopes.end(), scope) != scopes.end();
+    return std::ranges::find(scopes, scope) != scopes.end();
 }
 
 /// Each once, in the order of the enumeration.

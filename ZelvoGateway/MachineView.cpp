@@ -52,7 +52,7 @@ connectionRecord(StoredConnection const& connection, StoredMachine const& machin
         connection.revokedAt ? records::ConnectionStatus::revoked : records::ConnectionStatus::active;
     if (machine.heartbeat && machine.heartbeat->grantedConnectionIds) {
         auto const& granted = *machine.heartbeat->grantedConnectionIds;
-        record.grantedOnMac = std::find(granted.begin(), granted.end(), connection.id) != granted.end();
+        record.grantedOnMac = std::ranges::find(granted, connection.id) != granted.end();
     }
     return record;
 }

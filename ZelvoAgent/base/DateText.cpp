@@ -53,15 +53,15 @@ public:
     {
         if (literal('Z'))
             return true;
-        int const sign = literal('+') ? 1 : literal('-') ? -1 : 0;
+        bool const east = literal('+');
         int hour = 0;
         int minute = 0;
-        if (sign == 0 || !digits(2, hour))
+        if ((!east && !literal('-')) || !digits(2, hour))
             return false;
         literal(':');
         if (!digits(2, minute) || hour > 23 || minute > 59)
             return false;
-        offset = sign * (hours(hour) + minutes(minute));
+        offset = (east ? 1 : -1) * (hours(hour) + minutes(minute));
         return true;
     }
 

@@ -11,7 +11,7 @@ namespace zelvo {
 
 std::string newUuid()
 {
-    thread_local boost::uuids::random_generator generate;
+    static thread_local boost::uuids::random_generator generate;
     std::string text = boost::uuids::to_string(generate());
     for (char& c : text)
         if (c >= 'a' && c <= 'f')

@@ -7,6 +7,7 @@
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace zelvo::text {
@@ -15,10 +16,9 @@ namespace {
 
 bool isAscii(std::string_view text)
 {
-    for (char const c : text)
-        if (static_cast<unsigned char>(c) >= 0x80 || c == '\r')
-            return false; // A line end of two characters is one user-perceived character.
-    return true;
+    // A line end of two characters is one user-perceived character.
+    return std::ranges::all_of(text,
+                               [](char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\r'; });
 }
 
 icu::UnicodeString unicode(std::string_view text)
@@ -167,7 +167,7 @@ bool isUtf8(std::string_view bytes)
     int32_t at = 0;
     while (at < length) {
         UChar32 c = 0;
-        U8_NEXT(data, at, length, c);
+        U8_NEXT(data, at, length, c); // NOLINT(bugprone-inc-dec-in-conditions): ICU's macro.
         if (c < 0)
             return false;
     }

@@ -95,8 +95,7 @@ Task<bool> PostingGate::mayPass(PostedEvent event)
     auto const* const mouse = std::get_if<MouseEvent>(&event);
     DesktopPoint const point = mouse ? mouse->point : inner.pointerLocation();
     std::vector<DesktopRect> const frames = co_await on(workers, [this] { return ownWindows(); });
-    co_return std::none_of(frames.begin(), frames.end(),
-                           [&](DesktopRect const& f) { return f.contains(point); });
+    co_return std::ranges::none_of(frames, [&](DesktopRect const& f) { return f.contains(point); });
 }
 
 Task<> PostingGate::ready(PostedEvent event)

@@ -17,8 +17,8 @@ std::uint32_t chosenDisplay(std::vector<Display> const& displays, std::uint32_t 
 {
     if (displays.empty())
         throw AgentError::permissionMissing;
-    bool const found = std::any_of(displays.begin(), displays.end(),
-                                   [&](Display const& display) { return display.id == wanted; });
+    bool const found =
+        std::ranges::any_of(displays, [&](Display const& display) { return display.id == wanted; });
     return found ? wanted : displays.front().id;
 }
 

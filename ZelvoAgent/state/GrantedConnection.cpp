@@ -24,7 +24,7 @@ std::optional<std::vector<AgentScope>> scopesFrom(json::array const& stored)
 
 bool GrantedConnection::holds(AgentScope scope) const
 {
-    return std::find(scopes.begin(), scopes.end(), scope) != scopes.end();
+    return std::ranges::find(scopes, scope) != scopes.end();
 }
 
 json::object GrantedConnection::toJson() const

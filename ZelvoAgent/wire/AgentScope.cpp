@@ -20,7 +20,7 @@ std::string shortList(std::vector<AgentScope> const& scopes)
 {
     std::string list;
     for (AgentScope const scope : allScopes) {
-        if (std::find(scopes.begin(), scopes.end(), scope) == scopes.end())
+        if (std::ranges::find(scopes, scope) == scopes.end())
             continue;
         if (!list.empty())
             list += localized("list.separator");

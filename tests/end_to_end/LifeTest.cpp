@@ -18,7 +18,7 @@ protected:
         return waitFor(
             [&] {
                 auto const lines = agent.activity();
-                return std::count(lines.begin(), lines.end(), line) >= times;
+                return std::ranges::count(lines, line) >= times;
             },
             20s);
     }

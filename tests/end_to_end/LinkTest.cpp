@@ -9,7 +9,7 @@ namespace {
 
 bool contains(std::vector<std::string> const& lines, std::string const& line)
 {
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
+    return std::ranges::find(lines, line) != lines.end();
 }
 
 class Link : public EndToEnd {

@@ -51,7 +51,7 @@ std::vector<pid_t> allProcesses()
     std::error_code ignored;
     for (auto const& entry : std::filesystem::directory_iterator("/proc", ignored)) {
         std::string const name = entry.path().filename();
-        if (std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isdigit(c); }))
+        if (std::ranges::all_of(name, [](unsigned char c) { return std::isdigit(c); }))
             pids.push_back(static_cast<pid_t>(std::stol(name)));
     }
     return pids;
@@ -128,7 +128,7 @@ pid_t ChildProcesses::start(std::vector<std::string> const& command,
         ::dup2(written, 2);
         // Whatever the test has open, a display connection for instance, is not the child's.
         for (int descriptor = 3; descriptor < 1024; ++descriptor) {
-            bool const keep = std::find(inherited.begin(), inherited.end(), descriptor) != inherited.end();
+            bool const keep = std::ranges::find(inherited, descriptor) != inherited.end();
             if (descriptor != failure[1])
                 ::fcntl(descriptor, F_SETFD, keep ? 0 : FD_CLOEXEC);
         }
@@ -218,7 +218,7 @@ void ChildProcesses::endAll()
         for (auto const& [pid, file] : outputOf)
             reap(pid);
         reapOrphans();
-        return std::all_of(killed.begin(), killed.end(), [](pid_t pid) { return stateOf(pid) == '?'; });
+        return std::ranges::all_of(killed, [](pid_t pid) { return stateOf(pid) == '?'; });
     };
     waitFor(nothingIsLeft, 5s);
 }

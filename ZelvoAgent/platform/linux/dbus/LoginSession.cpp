@@ -148,10 +148,8 @@ int LoginSession::rankOf(Candidate const& candidate) const
 
 void LoginSession::choose(std::vector<Candidate> const& candidates)
 {
-    auto const best =
-        std::max_element(candidates.begin(), candidates.end(), [this](auto const& left, auto const& right) {
-            return rankOf(left) < rankOf(right);
-        });
+    auto const best = std::ranges::max_element(
+        candidates, [this](auto const& left, auto const& right) { return rankOf(left) < rankOf(right); });
     if (best == candidates.end() || rankOf(*best) < 0) {
         path.clear();
         return tell(std::nullopt);
@@ -173,7 +171,7 @@ void LoginSession::propertiesChanged(sd_bus_message* message)
     BusDictionary const changed = readDictionary(message);
     auto const dropped = readTexts(message);
     auto const isDropped = [&](char const* name) {
-        return std::find(dropped.begin(), dropped.end(), name) != dropped.end();
+        return std::ranges::find(dropped, name) != dropped.end();
     };
     if (!facts || isDropped("Active") || isDropped("LockedHint"))
         return find();

@@ -28,7 +28,7 @@ char lowerAscii(char c)
 std::string lowered(std::string_view text)
 {
     std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), lowerAscii);
+    std::ranges::transform(lower, lower.begin(), lowerAscii);
     return lower;
 }
 

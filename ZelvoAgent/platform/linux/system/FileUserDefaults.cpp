@@ -25,7 +25,7 @@ bool isKey(std::string_view key)
 {
     if (key.empty() || key.size() > longestKey || key.front() == '.')
         return false;
-    return std::none_of(key.begin(), key.end(), [](char c) {
+    return std::ranges::none_of(key, [](char c) {
         auto const byte = static_cast<unsigned char>(c);
         return c == '/' || byte < 0x20 || byte == 0x7f;
     });
@@ -173,8 +173,8 @@ private:
         {
             std::scoped_lock guard(lock);
             lastWritten = std::max(lastWritten, upTo);
-            auto const keep = std::find_if(waiting.begin(), waiting.end(),
-                                           [&](Waiter const& waiter) { return waiter.setNumber > upTo; });
+            auto const keep =
+                std::ranges::find_if(waiting, [&](Waiter const& waiter) { return waiter.setNumber > upTo; });
             due.splice(due.end(), waiting, waiting.begin(), keep);
         }
         for (Waiter& waiter : due)
