@@ -1,0 +1,60 @@
+#pragma once
+
+#include "base/Contexts.h"
+#include "drivers/ElectronAccessibility.h"
+#include "drivers/HiddenAppsStore.h"
+#include "drivers/TreeCapturing.h"
+#include "drivers/TreeWalk.h"
+#include "platform/Accessibility.h"
+#include "platform/SystemAccess.h"
+#include "platform/Workspace.h"
+
+#include <functional>
+#include <set>
+#include <string>
+
+namespace zelvo {
+
+/// Turns an application's interface into a flat, bounded list of elements. It wakes Chromium, and walks again
+/// while that has shown nothing yet. Thread: any; holds nothing between calls, and the walk itself blocks a
+/// worker.
+class AccessibilityTree final : public TreeCapturing {
+public:
+    struct Services {
+        Contexts contexts;
+        Clock& clock;
+        Accessibility& accessibility;
+        SystemAccess& access;
+        Workspace& workspace;
+        HiddenAppsStore& hiddenApps;
+        ElectronAccessibility& electron;
+        std::int32_t ownPid = 0;
+    };
+
+    explicit AccessibilityTree(Services services, TreeLimits limits = {});
+
+    Task<UiTreeSnapshot>
+    snapshot(TreeScope scope, bool interactiveOnly, std::optional<std::int32_t> targetPid) override;
+
+    /// Has a window shown nothing but its title bar's small buttons yet, or nothing at all?
+    static bool looksUnbuilt(std::vector<UiElementInfo> const& collected);
+
+private:
+    struct Walked {
+        std::vector<UiElementInfo> elements;
+        bool truncated = false;
+    };
+    struct Target;
+
+    Task<Target> findTarget(std::optional<std::int32_t> targetPid);
+    /// How often a walk may be repeated. Wakes the application when it is a Chromium that sleeps.
+    Task<int> retryBudget(Target target);
+    Walked walkOnce(Target const& target, TreeScope scope, bool interactiveOnly);
+    AccessibilityPlan planOf(Target const& target, bool interactiveOnly, Instant deadline);
+    bool mayRead(std::int32_t pid, std::set<std::string> const& hidden);
+
+    Services services;
+    TreeLimits limits;
+};
+
+} // namespace zelvo

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// An element of an application's interface, as an agent is told of it. Texts are UTF-8.
+struct UiElementInfo {
+    /// In points of the main display; width and height are above zero.
+    struct Frame {
+        double x = 0;
+        double y = 0;
+        double w = 0;
+        double h = 0;
+        bool operator==(Frame const&) const = default;
+    };
+
+    std::string id;   ///< "e" and the place in its snapshot: "e0", "e1" and so on
+    std::string role; ///< for instance "AXButton"
+    std::optional<std::string> subrole;
+    std::optional<std::string> title;
+    std::optional<std::string> elementDescription;
+    std::optional<std::string> value; ///< its first 200 characters; never of a password field
+    std::optional<std::string> identifier;
+    Frame frame;
+    bool enabled = true;
+    bool focused = false;
+    std::vector<std::string> actions;
+    bool operator==(UiElementInfo const&) const = default;
+
+    /// The element in one line: [e12] button "Send" (120,44 80x24) focused
+    std::string compactLine() const;
+};
+
+} // namespace zelvo

@@ -1,0 +1,190 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// An element of a made-up interface. What is nothing cannot be read.
+struct FakeElement {
+    std::optional<std::string> role = "AXGroup";
+    std::optional<std::string> subrole = {};
+    std::optional<std::string> title = {};
+    std::optional<std::string> description = {};
+    std::optional<std::string> value = {};
+    std::optional<std::string> identifier = {};
+    std::optional<bool> enabled = {};
+    std::optional<bool> focused = {};
+    std::optional<DesktopPoint> position = DesktopPoint{10, 20};
+    std::optional<DesktopSize> size = DesktopSize{100, 50};
+    std::vector<std::string> actions = {};
+    std::optional<std::vector<FakeElement>> children = std::vector<FakeElement>{};
+};
+
+struct FakeApplication {
+    FakeElement itself = {.role = "AXApplication", .position = {}, .size = {}};
+    std::optional<std::vector<FakeElement>> windows = std::vector<FakeElement>{};
+    std::optional<FakeElement> focusedWindow = {};
+    std::optional<FakeElement> menuBar = {};
+    std::map<AccessibilityAttribute, bool> flags = {};
+    std::map<AccessibilityAttribute, bool> accepts = {}; ///< which flags may be set
+};
+
+/// What was asked, in one list: "AXValue Title", "AXPosition", and so on by the enumerator's name.
+struct FakeQuestion {
+    AccessibilityAttribute attribute{};
+    std::string title; ///< of the element, empty without one
+    bool operator==(FakeQuestion const&) const = default;
+};
+
+class FakeAccessibility final : public Accessibility {
+public:
+    std::map<std::int32_t, FakeApplication> applications;
+    std::vector<FakeQuestion> questions;
+    std::vector<std::string> written;  ///< "100 manualAccessibility on"
+    std::vector<std::int32_t> readers; ///< the process of each reader that was made
+    std::vector<AccessibilityPlan> plans;
+    std::function<void(FakeQuestion const&)> onQuestion;
+    std::function<void(std::size_t)> onReader; ///< told how many were made, before this one reads
+    std::function<void(std::int32_t)> unreadable;
+    int switchedOn = 0;
+    int switchedOff = 0;
+
+    std::size_t asked(AccessibilityAttribute attribute, std::string_view title) const
+    {
+        return static_cast<std::size_t>(
+            std::ranges::count(questions, FakeQuestion{attribute, std::string(title)}));
+    }
+
+    std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration) override
+    {
+        readers.push_back(pid);
+        if (onReader)
+            onReader(readers.size());
+        return std::make_unique<Reader>(*this, pid);
+    }
+    void observeUnreadable(std::function<void(std::int32_t)> observer) override
+    {
+        unreadable = std::move(observer);
+    }
+    Task<> switchOn() override
+    {
+        ++switchedOn;
+        co_return;
+    }
+    Task<> switchOff() override
+    {
+        ++switchedOff;
+        co_return;
+    }
+
+private:
+    using Attribute = AccessibilityAttribute;
+    using Element = AccessibilityElement;
+
+    class Reader final : public AccessibilityReader {
+    public:
+        Reader(FakeAccessibility& system, std::int32_t pid)
+            : system(system), pid(pid), its(system.applications[pid])
+        {
+            known.push_back(&its.itself);
+        }
+
+        Element application() override { return {0}; }
+        void plan(AccessibilityPlan plan) override { system.plans.push_back(std::move(plan)); }
+
+        std::optional<std::string> text(Element element, Attribute attribute) override
+        {
+            FakeElement const& read = look(element, attribute);
+            switch (attribute) {
+            case Attribute::role:
+                return read.role;
+            case Attribute::subrole:
+                return read.subrole;
+            case Attribute::title:
+                return read.title;
+            case Attribute::description:
+                return read.description;
+            case Attribute::value:
+                return read.value;
+            case Attribute::identifier:
+                return read.identifier;
+            default:
+                return std::nullopt;
+            }
+        }
+        std::optional<bool> flag(Element element, Attribute attribute) override
+        {
+            FakeElement const& read = look(element, attribute);
+            if (attribute == Attribute::enabled)
+                return read.enabled;
+            if (attribute == Attribute::focused)
+                return read.focused;
+            auto const found = its.flags.find(attribute);
+            return found == its.flags.end() ? std::nullopt : std::optional(found->second);
+        }
+        std::optional<Element> element(Element element, Attribute attribute) override
+        {
+            look(element, attribute);
+            auto const& wanted = attribute == Attribute::menuBar ? its.menuBar : its.focusedWindow;
+            return wanted ? std::optional(handle(*wanted)) : std::nullopt;
+        }
+        std::optional<std::vector<Element>> elements(Element element, Attribute attribute) override
+        {
+            FakeElement const& read = look(element, attribute);
+            auto const& wanted = attribute == Attribute::windows ? its.windows : read.children;
+            if (!wanted)
+                return std::nullopt;
+            std::vector<Element> handles;
+            for (FakeElement const& each : *wanted)
+                handles.push_back(handle(each));
+            return handles;
+        }
+        std::optional<DesktopPoint> position(Element element) override
+        {
+            return known.at(element.index)->position;
+        }
+        std::optional<DesktopSize> size(Element element) override { return known.at(element.index)->size; }
+        std::vector<std::string> actionNames(Element element) override
+        {
+            return known.at(element.index)->actions;
+        }
+        bool setFlag(Element, Attribute attribute, bool value) override
+        {
+            std::string const name =
+                attribute == Attribute::manualAccessibility ? "manualAccessibility" : "enhancedUserInterface";
+            system.written.push_back(std::to_string(pid) + " " + name + (value ? " on" : " off"));
+            if (!its.accepts[attribute])
+                return false;
+            its.flags[attribute] = value;
+            return true;
+        }
+
+    private:
+        FakeElement const& look(Element element, Attribute attribute)
+        {
+            FakeElement const& read = *known.at(element.index);
+            FakeQuestion const question{attribute, read.title.value_or("")};
+            system.questions.push_back(question);
+            if (system.onQuestion)
+                system.onQuestion(question);
+            return read;
+        }
+        Element handle(FakeElement const& element)
+        {
+            known.push_back(&element);
+            return {static_cast<std::uint32_t>(known.size() - 1)};
+        }
+
+        FakeAccessibility& system;
+        std::int32_t pid;
+        FakeApplication& its;
+        std::vector<FakeElement const*> known;
+    };
+};
+
+} // namespace zelvo
