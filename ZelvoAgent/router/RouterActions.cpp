@@ -1,5 +1,6 @@
 #include "base/Hop.h"
 #include "base/Text.h"
+#include "drivers/FrontmostApp.h"
 #include "router/RpcRouter.h"
 #include "state/ActivityWording.h"
 
@@ -75,25 +76,22 @@ Task<> RpcRouter::performBatch(std::vector<InputAction> actions, std::string exp
         co_await on(contexts.main, [this] { state.assertReady(); });
         if (!members.permissions().accessibility)
             throw AgentError::permissionMissing;
-        if (!expected.empty() &&
-            !co_await waitUntilFrontmost(expected, i == 0 ? frontmostWait : Duration::zero()))
+        if (!expected.empty() && !co_await isInFront(expected, i == 0 ? frontmostWait : Duration::zero()))
             throw co_await notFrontmost(expected, i);
         co_await checkHiddenApps(actions[i]);
         co_await execute(actions[i]);
     }
 }
 
-Task<bool> RpcRouter::waitUntilFrontmost(std::string expected, Duration atMost)
+Task<bool> RpcRouter::isInFront(std::string expected, Duration atMost)
 {
-    Instant const deadline = clock.now() + atMost;
-    for (;;) {
+    auto const current = [this]() -> Task<std::optional<std::string>> {
         auto const front = co_await members.probe.frontmostApp();
-        if (front && text::equalIgnoringCase(front->bundleId, expected))
-            co_return true;
-        if (clock.now() >= deadline)
-            co_return false;
-        co_await clock.sleepThroughCancel(frontmostPoll);
-    }
+        co_return front ? std::optional(front->bundleId) : std::nullopt;
+    };
+    auto const outcome =
+        co_await FrontmostApp::waitUntilFrontmost(clock, expected, atMost, frontmostPoll, current);
+    co_return outcome.matched;
 }
 
 Task<DetailedAgentError> RpcRouter::notFrontmost(std::string expected, std::optional<std::size_t> failedIndex)

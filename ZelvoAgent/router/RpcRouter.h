@@ -75,7 +75,7 @@ private:
     Task<json::value> handleActions(RpcFrame frame);
     struct Performer;
     Task<> performBatch(std::vector<InputAction> actions, std::string expected);
-    Task<bool> waitUntilFrontmost(std::string expected, Duration atMost);
+    Task<bool> isInFront(std::string expected, Duration atMost);
     Task<DetailedAgentError> notFrontmost(std::string expected, std::optional<std::size_t> failedIndex);
     Task<> checkHiddenApps(InputAction action);
     Task<> execute(InputAction action);
