@@ -22,6 +22,7 @@ X11Atoms X11Atoms::intern(xcb_connection_t* connection, int screenNumber)
         {"_NET_ACTIVE_WINDOW", &atoms.netActiveWindow},
         {"_NET_CLIENT_LIST", &atoms.netClientList},
         {"_NET_SUPPORTING_WM_CHECK", &atoms.netSupportingWmCheck},
+        {"_NET_WM_NAME", &atoms.netWmName},
         {"_NET_WM_PID", &atoms.netWmPid},
         {"_NET_WM_STATE", &atoms.netWmState},
         {"_NET_WM_STATE_ABOVE", &atoms.netWmStateAbove},

@@ -16,6 +16,7 @@ struct X11Atoms {
     std::uint32_t netActiveWindow = 0;
     std::uint32_t netClientList = 0;
     std::uint32_t netSupportingWmCheck = 0;
+    std::uint32_t netWmName = 0;
     std::uint32_t netWmPid = 0;
     std::uint32_t netWmState = 0;
     std::uint32_t netWmStateAbove = 0;

@@ -1,0 +1,210 @@
+#include "platform/linux/atspi/FrameMapping.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zelvo {
+
+namespace {
+
+/// Numbers of AT-SPI roles.
+enum Role : std::uint32_t {
+    alert = 2,
+    comboBox = 11,
+    dialog = 16,
+    filler = 20,
+    frame = 23,
+    list = 31,
+    menu = 33,
+    panel = 39,
+    popupMenu = 41,
+    scrollPane = 49,
+    table = 55,
+    toolTip = 64,
+    tree = 65,
+    treeTable = 66,
+    viewport = 68,
+    window = 69,
+    documentFrame = 82,
+    documentWeb = 95,
+    listBox = 98,
+};
+
+bool isDocument(std::uint32_t role)
+{
+    return role == documentWeb || role == documentFrame;
+}
+
+/// Is what lies in it shown in a window of its own, or does it drop down into one?
+bool opensAWindow(std::uint32_t role)
+{
+    switch (role) {
+    case alert:
+    case comboBox:
+    case dialog:
+    case frame:
+    case menu:
+    case popupMenu:
+    case toolTip:
+    case window:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// May a popover of GTK 4 have this role?
+bool mayBePopup(std::uint32_t role)
+{
+    return role == filler || role == panel || role == listBox || (opensAWindow(role) && role != comboBox);
+}
+
+/// An area of the root window, in pixels that need not be whole.
+struct RootArea {
+    double left = 0;
+    double top = 0;
+    double right = 0;
+    double bottom = 0;
+
+    bool isEmpty() const { return right <= left || bottom <= top; }
+};
+
+RootArea areaIn(FrameSpace const& space, ReportedRect const& reported)
+{
+    double const left = space.x + space.scale * reported.x;
+    double const top = space.y + space.scale * reported.y;
+    return {left, top, left + space.scale * reported.width, top + space.scale * reported.height};
+}
+
+RootArea visiblePart(RootArea const& area, PixelRect const& visible)
+{
+    return {std::max<double>(area.left, visible.x), std::max<double>(area.top, visible.y),
+            std::min<double>(area.right, visible.right()), std::min<double>(area.bottom, visible.bottom())};
+}
+
+PixelRect pixelsIn(RootArea const& area)
+{
+    // Far outside of any screen, so that nothing overflows.
+    auto const whole = [](double edge) { return static_cast<int>(std::clamp(edge, -1e6, 1e6)); };
+    int const left = whole(std::floor(area.left));
+    int const top = whole(std::floor(area.top));
+    return {left, top, whole(std::ceil(area.right)) - left, whole(std::ceil(area.bottom)) - top};
+}
+
+/// GTK tells this of what is not on the screen.
+bool isNowhere(ReportedRect const& reported)
+{
+    constexpr auto nowhere = std::numeric_limits<std::int32_t>::min();
+    return reported.x == nowhere || reported.y == nowhere;
+}
+
+} // namespace
+
+FrameMapping::FrameMapping(std::string toolkit,
+                           std::vector<ReportedWindow> const& reported,
+                           std::vector<ProcessWindow> windows,
+                           DisplayLayout const& layout)
+    : toolkit(std::move(toolkit)), windows(std::move(windows)), layout(layout)
+{
+    auto const matches = matchWindows(reported, this->windows, layout.scale);
+    for (std::size_t i = 0; i < reported.size(); ++i) {
+        bool const isNowhere = !matches[i] && !this->windows.empty();
+        spaces.push_back(isNowhere ? std::nullopt : std::optional(spaceFor(reported[i], matches[i])));
+    }
+}
+
+std::optional<FrameSpace> FrameMapping::topLevel(std::size_t index) const
+{
+    return index < spaces.size() ? spaces[index] : std::nullopt;
+}
+
+FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const
+{
+    // Without a window to look at, the toolkit's habit is all there is to go by.
+    bool const scalesItself = toolkit == "Qt" || toolkit == "Chromium";
+    FrameSpace space{.scale = scalesItself ? layout.scale : 1};
+    if (!window)
+        return space;
+    space.visible = windows[*window].inner;
+    if (auto const fit = fitWindow(reported.onScreen, windows[*window], layout.scale)) {
+        space.scale = fit->scale;
+        space.x = fit->x;
+        space.y = fit->y;
+    }
+    return space;
+}
+
+PlacedElement FrameMapping::place(FrameSpace const& parent,
+                                  std::uint32_t role,
+                                  std::optional<ReportedRect> const& reported) const
+{
+    PlacedElement placed{.inside = parent};
+    FrameSpace& space = placed.inside;
+    if (reported)
+        if (ProcessWindow const* popup = popupOf(parent, *reported); popup && mayBePopup(role)) {
+            space.x = popup->inner.x - space.scale * reported->x;
+            space.y = popup->inner.y - space.scale * reported->y;
+            space.visible = popup->inner;
+        }
+    // Chromium tells its own window in scaled units, and what is in pages in pixels.
+    if (isDocument(role) && toolkit == "Chromium")
+        space.scale = 1;
+    if (opensAWindow(role) && role != frame)
+        space.visible.reset();
+    if (!reported || isNowhere(*reported))
+        return placed;
+    RootArea area = areaIn(space, *reported);
+    if (space.visible)
+        area = visiblePart(area, *space.visible);
+    if (clipsItsContent(role))
+        space.visible = pixelsIn(area);
+    if (area.isEmpty())
+        return placed;
+    placed.frame =
+        DesktopRect{(area.left - layout.origin.x) / layout.scale, (area.top - layout.origin.y) / layout.scale,
+                    (area.right - area.left) / layout.scale, (area.bottom - area.top) / layout.scale};
+    return placed;
+}
+
+/// GTK 4 knows no places on the screen, so the elements of a popover are told from a corner of nothing that
+/// is on the screen. Its own size gives it away: it is that of the window that it is shown in.
+ProcessWindow const* FrameMapping::popupOf(FrameSpace const& parent, ReportedRect const& reported) const
+{
+    if (toolkit != "GTK")
+        return nullptr;
+    auto const found = std::ranges::find_if(windows, [&](ProcessWindow const& window) {
+        return window.overrideRedirect &&
+               std::abs(window.inner.width - parent.scale * reported.width) < parent.scale &&
+               std::abs(window.inner.height - parent.scale * reported.height) < parent.scale;
+    });
+    return found == windows.end() ? nullptr : &*found;
+}
+
+bool FrameMapping::mattersToPlaces(std::uint32_t role) const
+{
+    return clipsItsContent(role) || (toolkit == "GTK" && mayBePopup(role));
+}
+
+bool FrameMapping::clipsItsContent(std::uint32_t role) const
+{
+    switch (role) {
+    case scrollPane:
+    case viewport:
+    case documentWeb:
+    case documentFrame:
+        return true;
+    case filler:
+    case list:
+    case table:
+    case tree:
+    case treeTable:
+        // Qt calls what is scrolled out of view showing. Its plain and its scrolled widgets are fillers, and
+        // no widget is drawn outside of its parent.
+        return toolkit == "Qt";
+    default:
+        return false;
+    }
+}
+
+} // namespace zelvo

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "base/Geometry.h"
+#include "platform/linux/atspi/WindowFit.h"
+#include "platform/linux/x11/DisplayLayout.h"
+#include "platform/linux/x11/ProcessWindows.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// What the elements below an element share: how their reported coordinates become pixels of the root window,
+/// and the part of it in which any of them is drawn.
+struct FrameSpace {
+    double scale = 1; ///< pixel = scale * reported + offset
+    double x = 0;
+    double y = 0;
+    std::optional<PixelRect> visible; ///< nothing: not known
+    bool operator==(FrameSpace const&) const = default;
+};
+
+/// An element's place and that of the elements below it.
+struct PlacedElement {
+    std::optional<DesktopRect> frame; ///< nothing when no part of the element is drawn
+    FrameSpace inside;
+};
+
+/// Finds out where the elements of one application really are. Toolkits tell places in pixels or in units
+/// of their own, from the screen's or from their window's corner, or in both within one window; only sizes
+/// can be trusted. So each top-level element is laid over its X window, and what lies in it goes along.
+/// Holds for one reading: windows move.
+/// Thread: any.
+class FrameMapping {
+public:
+    /// toolkit    the application's ToolkitName
+    /// reported   its children that are windows
+    /// windows    processWindows() of its process; empty when they can't be known
+    FrameMapping(std::string toolkit,
+                 std::vector<ReportedWindow> const& reported,
+                 std::vector<ProcessWindow> windows,
+                 DisplayLayout const& layout);
+
+    /// The space in which a top-level element lies: place() it in here. Nothing when the application has
+    /// windows on the screen but none for it.
+    std::optional<FrameSpace> topLevel(std::size_t index) const;
+
+    /// Places an element in the space of its parent.
+    /// role      its AT-SPI role, the number on the bus
+    /// reported  its extents in coordinates of type screen; nothing when they were not asked for, which is
+    ///           right for an element whose place nobody wants and whose role does not matter to places
+    PlacedElement
+    place(FrameSpace const& parent, std::uint32_t role, std::optional<ReportedRect> const& reported) const;
+
+    /// Do elements below one of this role need its extents, to be placed right?
+    bool mattersToPlaces(std::uint32_t role) const;
+
+private:
+    FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
+    ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
+    bool clipsItsContent(std::uint32_t role) const;
+
+    std::string toolkit;
+    std::vector<ProcessWindow> windows;
+    DisplayLayout layout;
+    std::vector<std::optional<FrameSpace>> spaces; // of the top-level elements
+};
+
+} // namespace zelvo

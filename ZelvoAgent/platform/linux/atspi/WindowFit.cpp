@@ -1,0 +1,145 @@
+#include "platform/linux/atspi/WindowFit.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <tuple>
+
+namespace zelvo {
+
+namespace {
+
+/// The areas of a window that a top-level element may stand for.
+std::array<PixelRect, 3> areasOf(ProcessWindow const& window)
+{
+    auto const [left, right, top, bottom] = window.frameExtents;
+    PixelRect const& inner = window.inner;
+    PixelRect const bare = {inner.x + left, inner.y + top, inner.width - left - right,
+                            inner.height - top - bottom};
+    return {inner, bare, window.outer};
+}
+
+/// A reported length is a whole number of units, so it may be off by nearly one on each side.
+bool isAlike(double pixels, double reported, double scale)
+{
+    return std::abs(pixels - reported * scale) <= 2 * scale;
+}
+
+bool isAlike(PixelRect const& area, ReportedRect const& reported, double scale)
+{
+    return isAlike(area.width, reported.width, scale) && isAlike(area.height, reported.height, scale);
+}
+
+WindowFit fitAt(ReportedRect const& reported, double scale, double left, double top)
+{
+    return {.scale = scale, .x = left - reported.x * scale, .y = top - reported.y * scale};
+}
+
+std::optional<WindowFit>
+exactFit(ReportedRect const& reported, ProcessWindow const& window, std::vector<double> const& scales)
+{
+    for (double const scale : scales)
+        for (PixelRect const& area : areasOf(window))
+            if (isAlike(area, reported, scale)) {
+                WindowFit fit = fitAt(reported, scale, area.x, area.y);
+                fit.exact = true;
+                return fit;
+            }
+    return std::nullopt;
+}
+
+/// The window's own border lies around what the element stands for, alike on all sides.
+std::optional<WindowFit>
+borderedFit(ReportedRect const& reported, PixelRect const& inner, std::vector<double> const& scales)
+{
+    constexpr double widestBorder = 32; // units
+    std::optional<WindowFit> best;
+    double smallest = 0;
+    for (double const scale : scales) {
+        double const across = inner.width - reported.width * scale;
+        double const down = inner.height - reported.height * scale;
+        if (std::min(across, down) < -scale || std::max(across, down) > 2 * widestBorder * scale)
+            continue;
+        if (best && across + down >= smallest)
+            continue;
+        smallest = across + down;
+        best = fitAt(reported, scale, inner.x + across / 2, inner.y + down / 2);
+    }
+    return best;
+}
+
+std::vector<double> scalesToTry(double preferred, ReportedRect const& reported, PixelRect const& inner)
+{
+    std::vector<double> scales = {preferred, 1, 2, 3, 4};
+    // A toolkit may have been told a scale of its own, like 1.25.
+    if (double const ratio = static_cast<double>(inner.width) / reported.width; ratio > 0.4 && ratio < 10)
+        scales.push_back(ratio);
+    return scales;
+}
+
+/// How well an element and a window go together; more is better.
+struct Likeness {
+    int points = 0;
+    std::size_t element = 0;
+    std::size_t window = 0;
+};
+
+bool isSameTitle(std::string const& one, std::string const& other)
+{
+    // The server's copy may be cut, or go on with the application's name.
+    return !one.empty() && !other.empty() && (one.starts_with(other) || other.starts_with(one));
+}
+
+int points(ReportedWindow const& element, ProcessWindow const& window, double preferred)
+{
+    auto const fit = fitWindow(element.onScreen, window, preferred);
+    if (!fit)
+        return isSameTitle(element.title, window.title) ? 1 : 0;
+    int sum = fit->exact ? 4 : 1;
+    if (isSameTitle(element.title, window.title))
+        sum += 6;
+    // Where the toolkit tells places on the screen, the offset is nothing but rounding.
+    if (fit->exact && std::max(std::abs(fit->x), std::abs(fit->y)) <= 2 * fit->scale)
+        sum += 3;
+    if (!fit->exact && (element.title.empty() || window.overrideRedirect))
+        sum = 0;
+    return sum;
+}
+
+} // namespace
+
+std::optional<WindowFit>
+fitWindow(ReportedRect const& reported, ProcessWindow const& window, double preferred)
+{
+    if (reported.width <= 0 || reported.height <= 0 || window.inner.isEmpty())
+        return std::nullopt;
+    std::vector<double> const scales = scalesToTry(preferred, reported, window.inner);
+    if (auto fit = exactFit(reported, window, scales))
+        return fit;
+    return borderedFit(reported, window.inner, scales);
+}
+
+std::vector<std::optional<std::size_t>> matchWindows(std::vector<ReportedWindow> const& reported,
+                                                     std::vector<ProcessWindow> const& windows,
+                                                     double preferred)
+{
+    std::vector<Likeness> pairs;
+    for (std::size_t element = 0; element < reported.size(); ++element)
+        for (std::size_t window = 0; window < windows.size(); ++window)
+            if (int const sum = points(reported[element], windows[window], preferred); sum > 0)
+                pairs.push_back({sum, element, window});
+    std::ranges::sort(
+        pairs, {}, [](Likeness const& pair) { return std::tuple(-pair.points, pair.element, pair.window); });
+
+    std::vector<std::optional<std::size_t>> found(reported.size());
+    std::vector<bool> taken(windows.size());
+    for (Likeness const& pair : pairs) {
+        if (found[pair.element] || taken[pair.window])
+            continue;
+        found[pair.element] = pair.window;
+        taken[pair.window] = true;
+    }
+    return found;
+}
+
+} // namespace zelvo
