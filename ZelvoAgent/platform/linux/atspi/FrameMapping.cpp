@@ -54,12 +54,6 @@ bool opensAWindow(std::uint32_t role)
     }
 }
 
-/// May a popover of GTK 4 have this role?
-bool mayBePopup(std::uint32_t role)
-{
-    return role == filler || role == panel || role == listBox || (opensAWindow(role) && role != comboBox);
-}
-
 /// An area of the root window, in pixels that need not be whole.
 struct RootArea {
     double left = 0;
@@ -141,8 +135,8 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
 {
     PlacedElement placed{.inside = parent};
     FrameSpace& space = placed.inside;
-    if (reported)
-        if (ProcessWindow const* popup = popupOf(parent, *reported); popup && mayBePopup(role)) {
+    if (reported && mayFillAPopup(role))
+        if (ProcessWindow const* popup = popupOf(parent, *reported)) {
             space.x = popup->inner.x - space.scale * reported->x;
             space.y = popup->inner.y - space.scale * reported->y;
             space.visible = popup->inner;
@@ -167,23 +161,40 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
     return placed;
 }
 
-/// GTK 4 knows no places on the screen, so the elements of a popover are told from a corner of nothing that
-/// is on the screen. Its own size gives it away: it is that of the window that it is shown in.
+/// GTK 4 knows no places on the screen, so that the elements of a popover are told from a corner of nothing
+/// that is there; and Qt moves what lies on another display than its window. Its size gives a popup away: it
+/// is that of the window that it fills.
 ProcessWindow const* FrameMapping::popupOf(FrameSpace const& parent, ReportedRect const& reported) const
 {
-    if (toolkit != "GTK")
-        return nullptr;
-    auto const found = std::ranges::find_if(windows, [&](ProcessWindow const& window) {
-        return window.overrideRedirect &&
-               std::abs(window.inner.width - parent.scale * reported.width) < parent.scale &&
-               std::abs(window.inner.height - parent.scale * reported.height) < parent.scale;
-    });
-    return found == windows.end() ? nullptr : &*found;
+    RootArea const expected = areaIn(parent, reported);
+    ProcessWindow const* nearest = nullptr;
+    double least = 0;
+    for (ProcessWindow const& window : windows) {
+        double const wider = std::abs(window.inner.width - (expected.right - expected.left));
+        double const higher = std::abs(window.inner.height - (expected.bottom - expected.top));
+        if (!window.overrideRedirect || std::max(wider, higher) >= parent.scale)
+            continue;
+        double const distance =
+            std::abs(window.inner.x - expected.left) + std::abs(window.inner.y - expected.top);
+        if (nearest && distance >= least)
+            continue;
+        nearest = &window;
+        least = distance;
+    }
+    return nearest;
+}
+
+bool FrameMapping::mayFillAPopup(std::uint32_t role) const
+{
+    if (toolkit == "GTK")
+        return role == filler || role == panel || role == listBox || role == dialog || role == menu ||
+               role == popupMenu || role == toolTip || role == window;
+    return toolkit == "Qt" && role == popupMenu;
 }
 
 bool FrameMapping::mattersToPlaces(std::uint32_t role) const
 {
-    return clipsItsContent(role) || (toolkit == "GTK" && mayBePopup(role));
+    return clipsItsContent(role) || mayFillAPopup(role);
 }
 
 bool FrameMapping::clipsItsContent(std::uint32_t role) const

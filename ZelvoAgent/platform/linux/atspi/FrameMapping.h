@@ -61,6 +61,7 @@ public:
 private:
     FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
+    bool mayFillAPopup(std::uint32_t role) const;
     bool clipsItsContent(std::uint32_t role) const;
 
     std::string toolkit;

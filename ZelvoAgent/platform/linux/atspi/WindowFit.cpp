@@ -68,13 +68,14 @@ borderedFit(ReportedRect const& reported, PixelRect const& inner, std::vector<do
     return best;
 }
 
-std::vector<double> scalesToTry(double preferred, ReportedRect const& reported, PixelRect const& inner)
+/// A scale that the toolkit may have been told on its own, in tenths or quarters: finer ones would take a
+/// border for a scale.
+void addOddScales(std::vector<double>& scales, double ratio)
 {
-    std::vector<double> scales = {preferred, 1, 2, 3, 4};
-    // A toolkit may have been told a scale of its own, like 1.25.
-    if (double const ratio = static_cast<double>(inner.width) / reported.width; ratio > 0.4 && ratio < 10)
-        scales.push_back(ratio);
-    return scales;
+    if (ratio < 0.4 || ratio > 10)
+        return;
+    scales.push_back(std::round(ratio * 4) / 4);
+    scales.push_back(std::round(ratio * 10) / 10);
 }
 
 /// How well an element and a window go together; more is better.
@@ -113,10 +114,12 @@ fitWindow(ReportedRect const& reported, ProcessWindow const& window, double pref
 {
     if (reported.width <= 0 || reported.height <= 0 || window.inner.isEmpty())
         return std::nullopt;
-    std::vector<double> const scales = scalesToTry(preferred, reported, window.inner);
-    if (auto fit = exactFit(reported, window, scales))
+    std::vector<double> const usual = {preferred, 1, 2, 3, 4};
+    std::vector<double> all = usual;
+    addOddScales(all, static_cast<double>(window.inner.width) / reported.width);
+    if (auto fit = exactFit(reported, window, all))
         return fit;
-    return borderedFit(reported, window.inner, scales);
+    return borderedFit(reported, window.inner, usual);
 }
 
 std::vector<std::optional<std::size_t>> matchWindows(std::vector<ReportedWindow> const& reported,

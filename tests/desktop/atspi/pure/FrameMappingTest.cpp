@@ -1,0 +1,254 @@
+#include "platform/linux/atspi/FrameMapping.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo::test {
+namespace {
+
+// The numbers of AT-SPI roles.
+constexpr std::uint32_t comboBox = 11;
+constexpr std::uint32_t filler = 20;
+constexpr std::uint32_t frameRole = 23;
+constexpr std::uint32_t menu = 33;
+constexpr std::uint32_t menuItem = 35;
+constexpr std::uint32_t popupMenu = 41;
+constexpr std::uint32_t button = 43;
+constexpr std::uint32_t scrollPane = 49;
+constexpr std::uint32_t documentWeb = 95;
+
+constexpr DisplayLayout unscaled{.widthPixels = 1600, .heightPixels = 1200};
+constexpr DisplayLayout doubled{.widthPixels = 1600, .heightPixels = 1200, .scale = 2};
+
+/// Places an element that lies in others, by what each of them reports from the outermost to the innermost.
+struct Step {
+    std::uint32_t role;
+    ReportedRect reported;
+};
+std::optional<DesktopRect> placeOf(FrameMapping const& mapping, std::vector<Step> const& way)
+{
+    auto space = mapping.topLevel(0);
+    if (!space)
+        return std::nullopt;
+    std::optional<DesktopRect> frame;
+    for (Step const& step : way) {
+        PlacedElement const placed = mapping.place(*space, step.role, step.reported);
+        frame = placed.frame;
+        space = placed.inside;
+    }
+    return frame;
+}
+
+// The sizes and places below are those that the toolkits really told, and the pixels those that they drew.
+
+TEST(FramesOfGtk3, areUnitsOfTheScreen)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {302, 223, 840, 600}, .outer = {301, 201, 842, 627}};
+    ReportedRect const top{150, 100, 422, 314};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {171, 147, 58, 32}}}),
+              (DesktopRect{343, 295, 116, 64})); // drawn at 342, 295
+}
+
+TEST(FramesOfGtk3, arePlainPixelsInAShadow)
+{
+    ProcessWindow const window{.title = "Lab",
+                               .inner = {301, 201, 472, 399},
+                               .outer = {301, 201, 472, 399},
+                               .frameExtents = {26, 26, 23, 29}};
+    ReportedRect const top{301, 201, 472, 399};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {347, 307, 58, 32}}}),
+              (DesktopRect{347, 307, 58, 32}));
+}
+
+TEST(FramesOfGtk3, reachOutOfTheWindowInMenus)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {302, 223, 420, 300}, .outer = {301, 201, 422, 327}};
+    ReportedRect const top{301, 201, 422, 327};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+
+    EXPECT_EQ(
+        placeOf(mapping, {{frameRole, top}, {menu, {302, 223, 37, 27}}, {menuItem, {690, 597, 102, 32}}}),
+        (DesktopRect{690, 597, 102, 32}));
+}
+
+TEST(FramesOfGtk3, areNothingWhereNothingShows)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {302, 223, 420, 300}, .outer = {301, 201, 422, 327}};
+    ReportedRect const top{301, 201, 422, 327};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {INT32_MIN, INT32_MIN, 420, 32}}}), std::nullopt);
+}
+
+TEST(FramesOfGtk3, endWhereTheScrolledPartEnds)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {302, 223, 420, 300}, .outer = {301, 201, 422, 327}};
+    ReportedRect const top{301, 201, 422, 327};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+    Step const pane{scrollPane, {302, 382, 420, 141}};
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, pane, {button, {302, 356, 420, 32}}}),
+              (DesktopRect{302, 382, 420, 6}));
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, pane, {button, {302, 320, 420, 32}}}), std::nullopt);
+}
+
+TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsShadow)
+{
+    ProcessWindow const window{.title = "Lab",
+                               .inner = {301, 201, 896, 748},
+                               .outer = {301, 201, 896, 748},
+                               .frameExtents = {28, 28, 24, 34}};
+    ReportedRect const top{0, 0, 420, 345};
+    FrameMapping const mapping("GTK", {{"Lab", top}}, {window}, unscaled);
+
+    // Drawn with its padding at 369, 405, 116x64.
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {29, 94, 40, 24}}}),
+              (DesktopRect{387, 413, 80, 48}));
+}
+
+TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsBorder)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {301, 201, 420, 354}, .outer = {301, 201, 420, 354}};
+    ReportedRect const top{0, 0, 410, 344};
+    FrameMapping const mapping("GTK", {{"Lab", top}}, {window}, unscaled);
+
+    // Drawn with its padding at 326, 295, 58x32.
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {29, 93, 40, 24}}}),
+              (DesktopRect{335, 299, 40, 24}));
+}
+
+TEST(FramesOfGtk4, areThoseOfThePopoversOwnWindow)
+{
+    ProcessWindow const window{.title = "Lab",
+                               .inner = {301, 201, 896, 748},
+                               .outer = {301, 201, 896, 748},
+                               .frameExtents = {28, 28, 24, 34}};
+    ProcessWindow const popover{
+        .inner = {666, 382, 164, 264}, .outer = {666, 382, 164, 264}, .overrideRedirect = true};
+    ReportedRect const top{0, 0, 420, 345};
+    FrameMapping const mapping("GTK", {{"Lab", top}}, {popover, window}, unscaled);
+
+    // Drawn with its padding at 690, 428, 116x64.
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top},
+                                {button, {0, 47, 420, 34}},
+                                {filler, {0, 47, 82, 132}},
+                                {button, {21, 74, 40, 24}}}),
+              (DesktopRect{708, 436, 80, 48}));
+}
+
+TEST(FramesOfQt, areUnitsOfItsOwnScreen)
+{
+    // The main display begins at 700.
+    DisplayLayout const layout{.origin = {700, 0}, .widthPixels = 900, .heightPixels = 1200, .scale = 2};
+    ProcessWindow const window{.title = "Lab", .inner = {901, 201, 840, 600}, .outer = {900, 165, 842, 641}};
+    ReportedRect const top{801, 101, 420, 300};
+    FrameMapping const mapping("Qt", {{"Lab", top}}, {window}, layout);
+
+    // Drawn at 919, 263, 120x52.
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {810, 132, 60, 26}}}),
+              (DesktopRect{109.5, 131.5, 60, 26}));
+}
+
+TEST(FramesOfQt, areThoseOfTheMenusOwnWindow)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {901, 201, 840, 600}, .outer = {900, 165, 842, 641}};
+    ProcessWindow const far{
+        .inner = {40, 900, 262, 150}, .outer = {40, 900, 262, 150}, .overrideRedirect = true};
+    ProcessWindow const near{
+        .inner = {740, 356, 262, 150}, .outer = {740, 356, 262, 150}, .overrideRedirect = true};
+    ReportedRect const top{801, 101, 420, 300};
+    FrameMapping const mapping("Qt", {{"Lab", top}}, {far, near, window}, doubled);
+
+    EXPECT_EQ(placeOf(mapping,
+                      {{frameRole, top}, {popupMenu, {720, 178, 131, 75}}, {menuItem, {720, 203, 131, 25}}}),
+              (DesktopRect{370, 203, 131, 25})); // drawn at 740, 406
+}
+
+TEST(FramesOfQt, endWhereTheScrolledPartEnds)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {301, 201, 420, 300}, .outer = {300, 179, 422, 327}};
+    ReportedRect const top{301, 201, 420, 300};
+    FrameMapping const mapping("Qt", {{"Lab", top}}, {window}, unscaled);
+    Step const view{filler, {311, 329, 386, 162}};
+    Step const content{filler, {311, 229, 78, 972}};
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, view, content, {button, {320, 1166, 60, 26}}}),
+              std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, view, content, {button, {320, 478, 60, 26}}}),
+              (DesktopRect{320, 478, 60, 13}));
+}
+
+TEST(FramesOfChromium, areUnitsInItsWindowAndPixelsInPages)
+{
+    ProcessWindow const window{.title = "Web - Chromium",
+                               .inner = {301, 201, 1016, 1000},
+                               .outer = {301, 201, 1016, 1000},
+                               .frameExtents = {8, 8, 0, 8}};
+    ReportedRect const top{150, 100, 508, 500};
+    FrameMapping const mapping("Chromium", {{"Web - Chromium", top}}, {window}, doubled);
+    Step const page{documentWeb, {308, 486, 1000, 706}};
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {558, 100, 32, 40}}}),
+              (DesktopRect{558.5, 100.5, 32, 40}));
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, page, {button, {342, 520, 120, 60}}}),
+              (DesktopRect{171.5, 260.5, 60, 30})); // drawn at 343, 521
+    EXPECT_EQ(
+        placeOf(mapping,
+                {{frameRole, top}, page, {documentWeb, {342, 942, 600, 200}}, {button, {360, 960, 120, 60}}}),
+        (DesktopRect{180.5, 480.5, 60, 30})); // in a frame of the page
+}
+
+TEST(FramesOfChromium, reachOutOfThePageInLists)
+{
+    ProcessWindow const window{
+        .title = "Web - Chromium", .inner = {301, 201, 1016, 600}, .outer = {301, 201, 1016, 600}};
+    ReportedRect const top{150, 100, 508, 300};
+    FrameMapping const mapping("Chromium", {{"Web - Chromium", top}}, {window}, doubled);
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top},
+                                {documentWeb, {308, 486, 1000, 306}},
+                                {comboBox, {678, 731, 145, 63}},
+                                {menu, {678, 731, 145, 10}},
+                                {menuItem, {681, 866, 110, 71}}}),
+              (DesktopRect{341, 433.5, 55, 35.5}));
+}
+
+TEST(FrameMapping, placesNothingOfATopLevelWithoutAWindow)
+{
+    ProcessWindow const window{
+        .title = "Web - Chromium", .inner = {301, 201, 508, 500}, .outer = {301, 201, 508, 500}};
+    FrameMapping const mapping("Chromium", {{"", {368, 226, 374, 88}}}, {window}, unscaled);
+
+    EXPECT_EQ(mapping.topLevel(0), std::nullopt);
+    EXPECT_EQ(mapping.topLevel(1), std::nullopt);
+}
+
+TEST(FrameMapping, goesByTheToolkitsHabitWhenNoWindowIsKnown)
+{
+    ReportedRect const top{150, 100, 508, 500};
+
+    EXPECT_EQ(placeOf(FrameMapping("Qt", {{"a", top}}, {}, doubled), {{frameRole, top}}),
+              (DesktopRect{150, 100, 508, 500}));
+    EXPECT_EQ(placeOf(FrameMapping("gtk", {{"a", top}}, {}, doubled), {{frameRole, top}}),
+              (DesktopRect{75, 50, 254, 250}));
+}
+
+TEST(FrameMapping, survivesWildNumbers)
+{
+    ProcessWindow const window{.title = "a", .inner = {0, 0, 400, 300}, .outer = {0, 0, 400, 300}};
+    ReportedRect const top{0, 0, 400, 300};
+    FrameMapping const mapping("Qt", {{"a", top}}, {window}, unscaled);
+    ReportedRect const everything{INT32_MIN + 1, INT32_MIN + 1, INT32_MAX, INT32_MAX};
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {filler, everything}, {button, {1, 1, 2, 2}}}),
+              std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {-5, -5, INT32_MAX, INT32_MAX}}}),
+              (DesktopRect{0, 0, 400, 300}));
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {5, 5, -1, 10}}}), std::nullopt);
+}
+
+} // namespace
+} // namespace zelvo::test
