@@ -1,0 +1,69 @@
+#include "platform/linux/atspi/AtspiAccessibility.h"
+
+#include "platform/linux/atspi/AtspiBusAddress.h"
+#include "platform/linux/atspi/AtspiReader.h"
+
+#include <boost/asio/post.hpp>
+
+namespace zelvo {
+
+namespace {
+
+constexpr Duration addressPatience = 2s;
+
+}
+
+AtspiAccessibility::AtspiAccessibility(Contexts contexts,
+                                       Clock& clock,
+                                       BusConnection& session,
+                                       std::optional<std::string> address)
+    : contexts(std::move(contexts)), clock(clock), fixedAddress(std::move(address)), status(session)
+{
+}
+
+std::unique_ptr<AccessibilityReader> AtspiAccessibility::reader(std::int32_t pid, Duration messagingTimeout)
+{
+    return atspiReader(pid, messagingTimeout);
+}
+
+std::unique_ptr<AtspiReader> AtspiAccessibility::atspiReader(std::int32_t pid, Duration messagingTimeout)
+{
+    auto made = std::make_unique<AtspiReader>(clock, connect(), knowledge, pid, messagingTimeout);
+    if (!made->isOnBus()) {
+        // The bus may have been started anew, at another address.
+        knowledge.set({});
+        made = std::make_unique<AtspiReader>(clock, connect(), knowledge, pid, messagingTimeout);
+    }
+    if (made->isOnBus() == false)
+        noteUnreadable(pid);
+    return made;
+}
+
+std::unique_ptr<AtspiLink> AtspiAccessibility::connect()
+{
+    std::string address = fixedAddress ? *fixedAddress : knowledge.get().address;
+    if (address.empty()) {
+        address = askForAccessibilityBus(addressPatience).value_or("");
+        knowledge.change([&](AtspiKnowledge& all) { all = {.address = address}; });
+    }
+    return address.empty() ? nullptr : AtspiLink::toBus(address);
+}
+
+void AtspiAccessibility::noteUnreadable(std::int32_t pid)
+{
+    if (observer && unreadable.isNew(pid))
+        asio::post(contexts.main, [tell = observer, pid] { tell(pid); });
+}
+
+Task<> AtspiAccessibility::switchOn()
+{
+    co_await status.on();
+    unreadable.noteSwitchedOn();
+}
+
+Task<> AtspiAccessibility::switchOff()
+{
+    co_await status.off();
+}
+
+} // namespace zelvo

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "platform/Accessibility.h"
+#include "platform/linux/atspi/AtspiApplication.h"
+#include "platform/linux/atspi/StatusSwitch.h"
+#include "platform/linux/atspi/UnreadableProcesses.h"
+
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+class AtspiReader;
+
+/// The accessibility bus of the desktop.
+class AtspiAccessibility final : public Accessibility {
+public:
+    /// session  for the switch; must outlive this
+    /// address  of the accessibility bus, known beforehand (AT_SPI_BUS_ADDRESS); else the session bus is
+    /// asked
+    AtspiAccessibility(Contexts contexts,
+                       Clock& clock,
+                       BusConnection& session,
+                       std::optional<std::string> address);
+
+    std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override;
+    /// The same, by its own type.
+    std::unique_ptr<AtspiReader> atspiReader(std::int32_t pid, Duration messagingTimeout);
+    void observeUnreadable(std::function<void(std::int32_t pid)> next) override
+    {
+        observer = std::move(next);
+    }
+    Task<> switchOn() override;
+    Task<> switchOff() override;
+
+private:
+    std::unique_ptr<AtspiLink> connect();
+    void noteUnreadable(std::int32_t pid);
+
+    Contexts contexts;
+    Clock& clock;
+    std::optional<std::string> fixedAddress;
+    StatusSwitch status;
+    UnreadableProcesses unreadable;
+    AtspiKnowledgeBox knowledge;
+    std::function<void(std::int32_t pid)> observer;
+};
+
+} // namespace zelvo

@@ -1,0 +1,298 @@
+#include "platform/linux/atspi/AtspiInquiry.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace zelvo {
+
+namespace {
+
+constexpr char const* accessible = "org.a11y.atspi.Accessible";
+constexpr char const* properties = "org.freedesktop.DBus.Properties";
+
+struct Method {
+    char const* interface;
+    char const* member;
+};
+
+Method methodOf(AtspiQuestion question)
+{
+    switch (question) {
+    case AtspiQuestion::role:
+        return {accessible, "GetRole"};
+    case AtspiQuestion::states:
+        return {accessible, "GetState"};
+    case AtspiQuestion::interfaces:
+        return {accessible, "GetInterfaces"};
+    case AtspiQuestion::children:
+        return {accessible, "GetChildren"};
+    case AtspiQuestion::identifier:
+        return {accessible, "GetAttributes"};
+    case AtspiQuestion::properties:
+        return {properties, "GetAll"};
+    case AtspiQuestion::childCount:
+    case AtspiQuestion::name:
+    case AtspiQuestion::description:
+        return {properties, "Get"};
+    case AtspiQuestion::extents:
+        return {"org.a11y.atspi.Component", "GetExtents"};
+    case AtspiQuestion::actions:
+        return {"org.a11y.atspi.Action", "GetActions"};
+    case AtspiQuestion::text:
+        return {"org.a11y.atspi.Text", "GetText"};
+    }
+    return {};
+}
+
+void appendArguments(sd_bus_message* call, AtspiQuestion question)
+{
+    switch (question) {
+    case AtspiQuestion::properties:
+        sd_bus_message_append(call, "s", accessible);
+        break;
+    case AtspiQuestion::childCount:
+        sd_bus_message_append(call, "ss", accessible, "ChildCount");
+        break;
+    case AtspiQuestion::name:
+        sd_bus_message_append(call, "ss", accessible, "Name");
+        break;
+    case AtspiQuestion::description:
+        sd_bus_message_append(call, "ss", accessible, "Description");
+        break;
+    case AtspiQuestion::extents:
+        sd_bus_message_append(call, "u", 0u); // Of the screen.
+        break;
+    case AtspiQuestion::text:
+        sd_bus_message_append(call, "ii", 0, AtspiInquiry::longestText);
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+AtspiToolkit atspiToolkitOf(std::string_view name)
+{
+    bool const isChromium = name == "Chromium";
+    return {.takesGetAll = isChromium || name == "gtk" || name == "GTK", .givesAttributes = isChromium};
+}
+
+AtspiInquiry::AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon)
+    : exchange(exchange), nodes(nodes), bus(bus), daemon(daemon)
+{
+}
+
+void AtspiInquiry::addApplication(PeerId peer, std::int32_t pid, AtspiToolkit toolkit)
+{
+    sides[exchange.nameOf(peer)] = {
+        .peer = peer, .pid = pid, .isAsked = true, .isKnown = true, .isAllowed = true};
+    toolkits[peer] = toolkit;
+    ownPid = pid;
+}
+
+AtspiToolkit AtspiInquiry::toolkitOf(PeerId peer) const
+{
+    auto const known = toolkits.find(peer);
+    return known == toolkits.end() ? AtspiToolkit() : known->second;
+}
+
+void AtspiInquiry::startAnew()
+{
+    exchange.cancelAll();
+    nodes.forgetAnswers();
+    waiting.clear();
+    for (auto& [name, side] : sides)
+        if (!toolkits.contains(side.peer)) {
+            side.isAllowed.reset();
+            side.isAsked = side.isKnown;
+        }
+}
+
+void AtspiInquiry::ask(Index index, AtspiQuestion question)
+{
+    AtspiNode& node = nodes[index];
+    if (node.of(question) != AtspiNode::Progress::unasked)
+        return;
+    node.set(question, AtspiNode::Progress::asked);
+    if (question == AtspiQuestion::children)
+        askChildren(index);
+    else
+        send(index, question);
+}
+
+void AtspiInquiry::ensure(Index index, AtspiQuestion question)
+{
+    AtspiNode const& node = nodes[index];
+    if (node.isAnswered(question) || exchange.isOver())
+        return;
+    ask(index, question);
+    auto const isDone = [&] { return node.isAnswered(question); };
+    exchange.await(node.peer, isDone);
+    // Children of another process wait for what the bus knows of it.
+    if (!isDone() && waiting.contains(index))
+        exchange.await(daemon, isDone);
+}
+
+BusMessagePtr AtspiInquiry::messageFor(AtspiNode const& node, AtspiQuestion question) const
+{
+    Method const method = methodOf(question);
+    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, method.interface,
+                                                   method.member);
+    if (call)
+        appendArguments(call.get(), question);
+    return call;
+}
+
+void AtspiInquiry::send(Index index, AtspiQuestion question)
+{
+    AtspiNode const& node = nodes[index];
+    exchange.ask(node.peer, messageFor(node, question), [this, index, question](sd_bus_message* reply) {
+        AtspiNode& asked = nodes[index];
+        // It may have been forgotten, and asked anew, since then.
+        if (asked.of(question) != AtspiNode::Progress::asked)
+            return;
+        asked.take(question, reply);
+        onAnswered(index, question);
+    });
+}
+
+void AtspiInquiry::askChildren(Index index)
+{
+    AtspiNode& node = nodes[index];
+    bool const mayBeMany =
+        node.has(AtspiState::managesDescendants) && holdsManyChildren(node.role.value_or(0));
+    if (mayBeMany && !node.childCount) {
+        // The count comes first: a list of a million rows would keep the application busy for seconds.
+        node.set(AtspiQuestion::childCount, AtspiNode::Progress::asked);
+        return exchange.ask(node.peer, messageFor(node, AtspiQuestion::childCount),
+                            [this, index](sd_bus_message* reply) {
+                                nodes[index].take(AtspiQuestion::childCount, reply);
+                                if (!nodes[index].childCount)
+                                    return finishChildren(index, {});
+                                askChildren(index);
+                            });
+    }
+    if (node.childCount == 0)
+        return finishChildren(index, {});
+    if (mayBeMany && *node.childCount > manyChildren)
+        return askFirstChildren(index);
+    askAllChildren(index);
+}
+
+void AtspiInquiry::askAllChildren(Index index)
+{
+    AtspiNode const& node = nodes[index];
+    exchange.ask(node.peer, messageFor(node, AtspiQuestion::children), [this, index](sd_bus_message* reply) {
+        auto references = reply ? atspi::readReferences(reply) : std::nullopt;
+        if (references)
+            return takeChildren(index, std::move(*references));
+        nodes[index].set(AtspiQuestion::children, AtspiNode::Progress::answered);
+        onAnswered(index, AtspiQuestion::children);
+    });
+}
+
+void AtspiInquiry::askFirstChildren(Index index)
+{
+    AtspiNode const& node = nodes[index];
+    auto const listing = std::make_shared<Listing>();
+    listing->references.resize(firstOfMany);
+    listing->missing = firstOfMany;
+    for (std::int32_t at = 0; at < firstOfMany; ++at) {
+        auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, accessible,
+                                                       "GetChildAtIndex");
+        if (call)
+            sd_bus_message_append(call.get(), "i", at);
+        exchange.ask(node.peer, std::move(call), [this, index, listing, at](sd_bus_message* reply) {
+            if (reply)
+                listing->references[static_cast<std::size_t>(at)] = atspi::readReference(reply);
+            if (--listing->missing > 0)
+                return;
+            std::vector<atspi::Reference> found;
+            for (auto& reference : listing->references)
+                if (reference)
+                    found.push_back(std::move(*reference));
+            takeChildren(index, std::move(found));
+        });
+    }
+}
+
+void AtspiInquiry::takeChildren(Index index, std::vector<atspi::Reference> references)
+{
+    if (identify(index, references))
+        return finishChildren(index, references);
+    waiting[index] = std::move(references);
+}
+
+void AtspiInquiry::finishChildren(Index index, std::vector<atspi::Reference> const& references)
+{
+    std::vector<Index> children;
+    for (atspi::Reference const& reference : references) {
+        PeerId peer = nodes[index].peer;
+        if (isForeign(index, reference)) {
+            auto const side = sides.find(reference.name);
+            if (side == sides.end() || !allows(side->second))
+                continue;
+            peer = side->second.peer;
+        }
+        if (auto const child = nodes.find(peer, reference.path))
+            children.push_back(*child);
+    }
+    nodes.adopt(index, children);
+    nodes[index].set(AtspiQuestion::children, AtspiNode::Progress::answered);
+    onAnswered(index, AtspiQuestion::children);
+}
+
+bool AtspiInquiry::isForeign(Index index, atspi::Reference const& reference) const
+{
+    return !reference.name.empty() && reference.name != exchange.nameOf(nodes[index].peer);
+}
+
+AtspiInquiry::Side& AtspiInquiry::sideOf(std::string const& name)
+{
+    auto const [entry, isNew] = sides.try_emplace(name);
+    if (isNew)
+        entry->second.peer = exchange.addPeer(name, bus);
+    return entry->second;
+}
+
+bool AtspiInquiry::identify(Index index, std::vector<atspi::Reference> const& references)
+{
+    for (atspi::Reference const& reference : references) {
+        if (!isForeign(index, reference) || !isNewSide(reference.name))
+            continue;
+        sideOf(reference.name).isAsked = true;
+        auto call = bus.newCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                "GetConnectionUnixProcessID");
+        if (call)
+            sd_bus_message_append(call.get(), "s", reference.name.c_str());
+        exchange.ask(daemon, std::move(call), [this, name = reference.name](sd_bus_message* reply) {
+            Side& known = sideOf(name);
+            known.isKnown = true;
+            if (auto const pid = reply ? readUnsigned(reply) : std::nullopt)
+                known.pid = static_cast<std::int32_t>(*pid);
+            auto const lists = std::exchange(waiting, {});
+            for (auto const& [waiter, list] : lists)
+                takeChildren(waiter, list);
+        });
+    }
+    return std::ranges::all_of(references, [&](atspi::Reference const& reference) {
+        return !isForeign(index, reference) || !sides.contains(reference.name) ||
+               sides[reference.name].isKnown;
+    });
+}
+
+bool AtspiInquiry::isNewSide(std::string const& name) const
+{
+    auto const known = sides.find(name);
+    return known == sides.end() ? sides.size() < mostSides : !known->second.isAsked;
+}
+
+bool AtspiInquiry::allows(Side& side) const
+{
+    if (!side.isAllowed)
+        side.isAllowed = side.pid && (side.pid == ownPid || (allowsProcess && allowsProcess(*side.pid)));
+    return *side.isAllowed;
+}
+
+} // namespace zelvo

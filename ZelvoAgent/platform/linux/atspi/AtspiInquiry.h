@@ -1,0 +1,88 @@
+#pragma once
+
+#include "platform/linux/atspi/AtspiNodes.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// What the toolkit of a peer can take and give.
+struct AtspiToolkit {
+    bool takesGetAll = false;     ///< Properties.GetAll; Qt ends the application on it
+    bool givesAttributes = false; ///< identifiers are attributes
+};
+AtspiToolkit atspiToolkitOf(std::string_view name);
+
+/// Asks applications about elements and keeps the answers; each question once. Children of other processes
+/// are followed where that is allowed. Thread: one.
+class AtspiInquiry {
+public:
+    using Index = AtspiNode::Index;
+    using PeerId = AtspiExchange::PeerId;
+
+    static constexpr std::int32_t manyChildren = 2'000;
+    static constexpr std::int32_t firstOfMany = 500;
+    static constexpr std::size_t mostSides = 64;
+    static constexpr std::int32_t longestText = 1'000; ///< characters
+
+    /// Both must outlive it. bus: the link to the accessibility bus
+    AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon);
+
+    /// Told of each answer, also of a missing one.
+    std::function<void(Index, AtspiQuestion)> onAnswered = [](Index, AtspiQuestion) {};
+    /// May elements of another process be read?
+    std::function<bool(std::int32_t pid)> allowsProcess;
+
+    void addApplication(PeerId peer, std::int32_t pid, AtspiToolkit toolkit);
+    AtspiToolkit toolkitOf(PeerId peer) const;
+    /// Forgets all answers, those on their way too, and what was allowed.
+    void startAnew();
+
+    /// Sends the question, unless that was done before. Role and states must be answered for `children`.
+    void ask(Index node, AtspiQuestion question);
+    /// The same, and waits for the answer.
+    void ensure(Index node, AtspiQuestion question);
+
+private:
+    /// A process whose elements were met.
+    struct Side {
+        PeerId peer = 0;
+        std::optional<std::int32_t> pid;
+        bool isAsked = false;
+        bool isKnown = false; ///< pid was asked for and answered, or not
+        std::optional<bool> isAllowed;
+    };
+    /// A list of children that is being put together.
+    struct Listing {
+        std::vector<std::optional<atspi::Reference>> references;
+        std::size_t missing = 0;
+    };
+
+    BusMessagePtr messageFor(AtspiNode const& node, AtspiQuestion question) const;
+    void send(Index node, AtspiQuestion question);
+    void askChildren(Index node);
+    void askAllChildren(Index node);
+    void askFirstChildren(Index node);
+    void takeChildren(Index node, std::vector<atspi::Reference> references);
+    void finishChildren(Index node, std::vector<atspi::Reference> const& references);
+    Side& sideOf(std::string const& name);
+    bool isForeign(Index node, atspi::Reference const& reference) const;
+    /// False while it is being asked who a process is.
+    bool identify(Index node, std::vector<atspi::Reference> const& references);
+    bool isNewSide(std::string const& name) const;
+    bool allows(Side& side) const;
+
+    AtspiExchange& exchange;
+    AtspiNodes& nodes;
+    AtspiLink& bus;
+    PeerId daemon;
+    std::int32_t ownPid = 0;
+    std::map<std::string, Side> sides; // by bus name
+    std::map<PeerId, AtspiToolkit> toolkits;
+    std::map<Index, std::vector<atspi::Reference>> waiting; // for who a process is
+};
+
+} // namespace zelvo

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "platform/linux/atspi/AtspiRoles.h"
+#include "platform/linux/dbus/BusMessages.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// Readers of what applications answer over AT-SPI. The content is the application's word: each reader takes
+/// any message, gives nothing for one of another shape, and bounds what it keeps.
+namespace atspi {
+
+inline constexpr std::size_t longestText = 64u << 10; ///< bytes
+inline constexpr std::size_t mostChildren = 10'000;
+inline constexpr std::size_t mostActions = 64;
+inline constexpr std::size_t longestActionName = 256; ///< bytes
+
+/// An object of an application. An empty name: of the one who speaks.
+struct Reference {
+    std::string name;
+    std::string path;
+    bool operator==(Reference const&) const = default;
+};
+
+/// A rectangle as the application reports it.
+struct Extents {
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    bool operator==(Extents const&) const = default;
+};
+
+/// What an element can do, one bit each.
+enum Interface : std::uint32_t {
+    hasAction = 1,
+    hasComponent = 2,
+    hasText = 4,
+    hasEditableText = 8,
+};
+
+/// The properties of org.a11y.atspi.Accessible.
+struct Properties {
+    std::optional<std::string> name;
+    std::optional<std::string> description;
+    std::optional<std::string> identifier; ///< AccessibleId
+    std::optional<std::int32_t> childCount;
+};
+
+/// "a(so)"; null references are left out.
+std::optional<std::vector<Reference>> readReferences(sd_bus_message* message);
+/// "(so)"; nothing for the null reference.
+std::optional<Reference> readReference(sd_bus_message* message);
+/// "u"
+std::optional<std::uint32_t> readRole(sd_bus_message* message);
+/// "au": 32 states a number.
+std::optional<AtspiStates> readStates(sd_bus_message* message);
+/// "as", as bits of Interface.
+std::optional<std::uint32_t> readInterfaces(sd_bus_message* message);
+/// "a{sv}"
+std::optional<Properties> readProperties(sd_bus_message* message);
+/// "v" of a text.
+std::optional<std::string> readTextProperty(sd_bus_message* message);
+/// "v" of a number.
+std::optional<std::int32_t> readNumberProperty(sd_bus_message* message);
+/// "s"
+std::optional<std::string> readBoundedText(sd_bus_message* message);
+/// "(iiii)"
+std::optional<Extents> readExtents(sd_bus_message* message);
+/// "a(sss)": the names.
+std::optional<std::vector<std::string>> readActionNames(sd_bus_message* message);
+/// "a{ss}": the entry of that name.
+std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view name);
+
+/// The text cut to `longest` bytes of whole characters, ill-formed parts replaced.
+std::string bounded(std::string_view bytes, std::size_t longest);
+
+} // namespace atspi
+
+} // namespace zelvo

@@ -1,0 +1,162 @@
+#include "platform/linux/atspi/AtspiNodes.h"
+
+#include "platform/linux/atspi/AtspiActions.h"
+
+namespace zelvo {
+
+namespace {
+
+template <class T>
+std::optional<T> read(sd_bus_message* reply, std::optional<T> (*reader)(sd_bus_message*))
+{
+    return reply ? reader(reply) : std::nullopt;
+}
+
+} // namespace
+
+void AtspiNode::take(AtspiQuestion question, sd_bus_message* reply)
+{
+    using enum AtspiQuestion;
+    set(question, Progress::answered);
+    switch (question) {
+    case role:
+        this->role = read(reply, atspi::readRole);
+        break;
+    case states:
+        this->states = read(reply, atspi::readStates);
+        break;
+    case interfaces:
+        this->interfaces = read(reply, atspi::readInterfaces);
+        break;
+    case childCount:
+        this->childCount = read(reply, atspi::readNumberProperty);
+        break;
+    case name:
+        this->name = read(reply, atspi::readTextProperty);
+        break;
+    case description:
+        this->description = read(reply, atspi::readTextProperty);
+        break;
+    case properties:
+        if (auto answer = read(reply, atspi::readProperties)) {
+            this->name = std::move(answer->name);
+            this->description = std::move(answer->description);
+            this->identifier = std::move(answer->identifier);
+            this->childCount = answer->childCount;
+        }
+        break;
+    case identifier:
+        this->identifier = reply ? atspi::readAttribute(reply, "id") : std::nullopt;
+        break;
+    case extents:
+        this->extents = read(reply, atspi::readExtents);
+        break;
+    case actions:
+        this->actions = axActionsOf(read(reply, atspi::readActionNames).value_or(std::vector<std::string>()));
+        break;
+    case text:
+        this->text = read(reply, atspi::readBoundedText);
+        break;
+    case children:
+        break;
+    }
+}
+
+void AtspiNode::forget()
+{
+    AtspiNode blank;
+    blank.peer = peer;
+    blank.path = path;
+    *this = std::move(blank);
+}
+
+std::optional<AtspiNodes::Index> AtspiNodes::find(AtspiExchange::PeerId peer, std::string const& path)
+{
+    if (byPath.size() <= peer)
+        byPath.resize(peer + 1);
+    auto& known = byPath[peer];
+    if (auto const entry = known.find(path); entry != known.end())
+        return entry->second;
+    if (nodes.size() >= mostNodes)
+        return std::nullopt;
+    auto const index = static_cast<Index>(nodes.size());
+    auto const entry = known.emplace(path, index).first;
+    AtspiNode& node = nodes.emplace_back();
+    node.peer = peer;
+    node.path = &entry->first;
+    return index;
+}
+
+void AtspiNodes::adopt(Index parent, std::vector<Index> const& listed)
+{
+    std::vector<Index> children;
+    children.reserve(listed.size());
+    for (Index const child : listed) {
+        AtspiNode& node = nodes[child];
+        if (node.parent || child == 0 || isAbove(child, parent)) // The application is nobody's child.
+            continue;
+        node.parent = parent;
+        node.place = static_cast<std::uint32_t>(children.size());
+        node.level = nodes[parent].level + 1;
+        children.push_back(child);
+    }
+    nodes[parent].children = std::move(children);
+}
+
+bool AtspiNodes::isAbove(Index upper, Index lower) const
+{
+    if (!nodes[upper].children)
+        return upper == lower;
+    for (std::optional<Index> at = lower; at; at = nodes[*at].parent)
+        if (*at == upper)
+            return true;
+    return false;
+}
+
+void AtspiNodes::forgetAnswers()
+{
+    for (AtspiNode& node : nodes)
+        node.forget();
+}
+
+bool AtspiNodes::isBefore(Index left, Index right) const
+{
+    if (left == right)
+        return false;
+    Index const first = left;
+    while (nodes[left].level > nodes[right].level && nodes[left].parent)
+        left = *nodes[left].parent;
+    while (nodes[right].level > nodes[left].level && nodes[right].parent)
+        right = *nodes[right].parent;
+    if (left == right)
+        return left == first; // One is above the other: it comes first.
+    while (nodes[left].parent != nodes[right].parent && nodes[left].parent && nodes[right].parent) {
+        left = *nodes[left].parent;
+        right = *nodes[right].parent;
+    }
+    return nodes[left].place < nodes[right].place;
+}
+
+AxRole AtspiNodes::axRole(Index index) const
+{
+    AtspiNode const& node = nodes[index];
+    return axRoleOf(node.role.value_or(0), node.states.value_or(AtspiStates()), placeOf(index));
+}
+
+AtspiPlace AtspiNodes::placeOf(Index index) const
+{
+    auto const parent = nodes[index].parent;
+    if (!parent)
+        return {};
+    return {.isInApplication = *parent == 0, .isInMenuBar = nodes[*parent].role == atspi_role::menuBar};
+}
+
+bool AtspiNodes::isSecret(Index index) const
+{
+    for (std::optional<Index> at = index; at; at = nodes[*at].parent)
+        if (nodes[*at].role == atspi_role::passwordText)
+            return true;
+    return false;
+}
+
+} // namespace zelvo

@@ -1,0 +1,327 @@
+#include "platform/linux/atspi/AtspiReader.h"
+
+#include "platform/linux/atspi/ChromiumWaking.h"
+
+#include <algorithm>
+#include <deque>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::size_t mostSearchedForMenuBar = 300;
+
+std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)
+{
+    std::vector<AccessibilityElement> elements;
+    elements.reserve(indices.size());
+    for (auto const index : indices)
+        elements.push_back({index});
+    return elements;
+}
+
+} // namespace
+
+AtspiReader::AtspiReader(Clock& clock,
+                         std::unique_ptr<AtspiLink> link,
+                         AtspiKnowledgeBox& knowledge,
+                         std::int32_t pid,
+                         Duration messagingTimeout)
+    : clock(clock), knowledge(knowledge), exchange(messagingTimeout)
+{
+    if (!link)
+        return;
+    bus = &exchange.addLink(std::move(link));
+    AtspiApplicationSearch search(exchange, *bus, knowledge);
+    auto application = search.find(pid);
+    hasLooked = search.hasLooked();
+    if (!application)
+        return;
+    found = std::move(*application);
+    inquiry = std::make_unique<AtspiInquiry>(exchange, nodes, *bus, search.daemon());
+    inquiry->addApplication(found.peer, pid, atspiToolkitOf(found.toolkit));
+    known = std::make_unique<AtspiElements>(*inquiry, nodes);
+    if (found.isWoken)
+        known->noteWoken();
+    ahead = std::make_unique<AtspiReadAhead>(exchange, *inquiry, nodes, *known);
+    inquiry->onAnswered = [this](Index index, AtspiQuestion question) { ahead->noteAnswer(index, question); };
+    nodes.find(found.peer, found.path);
+}
+
+std::optional<bool> AtspiReader::isOnBus() const
+{
+    if (inquiry)
+        return true;
+    return hasLooked ? std::optional(false) : std::nullopt;
+}
+
+void AtspiReader::plan(AccessibilityPlan next)
+{
+    if (!ahead)
+        return;
+    if (ahead->hasPlan()) {
+        inquiry->startAnew();
+        lastWindows.clear();
+    }
+    exchange.trustAgain();
+    exchange.setDeadline(std::chrono::steady_clock::now() + (next.deadline - clock.now()));
+    inquiry->allowsProcess = next.allowsProcess;
+    ahead->plan(std::move(next));
+}
+
+bool AtspiReader::isReadable(AccessibilityElement element) const
+{
+    return inquiry && element.index < nodes.size();
+}
+
+void AtspiReader::follow(Index index)
+{
+    if (!ahead->hasPlan())
+        return;
+    if (!ahead->covers(index)) {
+        // A root of the walk. The windows after it are roots too.
+        auto const window = std::ranges::find(lastWindows, index);
+        if (window == lastWindows.end())
+            ahead->startAt({index});
+        else
+            ahead->startAt({window, lastWindows.end()});
+    }
+    ahead->reach(index);
+}
+
+bool AtspiReader::meet(Index index)
+{
+    follow(index);
+    known->identify(index);
+    return known->exists(index);
+}
+
+std::optional<std::string> AtspiReader::text(AccessibilityElement element, AccessibilityAttribute attribute)
+{
+    if (!isReadable(element) || !meet(element.index))
+        return std::nullopt;
+    Index const index = element.index;
+    switch (attribute) {
+    case AccessibilityAttribute::role:
+        return std::string(nodes.axRole(index).role);
+    case AccessibilityAttribute::subrole: {
+        AxRole const ax = nodes.axRole(index);
+        return ax.subrole.empty() ? std::nullopt : std::optional<std::string>(ax.subrole);
+    }
+    case AccessibilityAttribute::title:
+        if (!known->mayHaveTitle(index))
+            return std::nullopt;
+        return kept(index, known->titleQuestion(index), &AtspiNode::name);
+    case AccessibilityAttribute::description:
+        if (!known->mayHaveTitle(index))
+            return std::nullopt;
+        return kept(index, known->descriptionQuestion(index), &AtspiNode::description);
+    case AccessibilityAttribute::identifier:
+        return identifierOf(index);
+    case AccessibilityAttribute::value:
+        return valueOf(index);
+    default:
+        return std::nullopt;
+    }
+}
+
+std::optional<std::string>
+AtspiReader::kept(Index index, AtspiQuestion question, std::optional<std::string> AtspiNode::* answer)
+{
+    inquiry->ensure(index, question);
+    auto const& text = nodes[index].*answer;
+    // AT-SPI has no absent texts, only empty ones.
+    return text && !text->empty() ? text : std::nullopt;
+}
+
+std::optional<std::string> AtspiReader::identifierOf(Index index)
+{
+    auto const question = known->identifierQuestion(index);
+    return question ? kept(index, *question, &AtspiNode::identifier) : std::nullopt;
+}
+
+std::optional<std::string> AtspiReader::valueOf(Index index)
+{
+    auto may = known->mayHaveValue(index);
+    if (!may) {
+        inquiry->ensure(index, AtspiQuestion::interfaces);
+        may = known->mayHaveValue(index);
+    }
+    if (may != true)
+        return std::nullopt;
+    inquiry->ensure(index, AtspiQuestion::text);
+    return nodes[index].text;
+}
+
+std::optional<bool> AtspiReader::flag(AccessibilityElement element, AccessibilityAttribute attribute)
+{
+    if (!isReadable(element) || !meet(element.index) || !nodes[element.index].states)
+        return std::nullopt;
+    AtspiNode const& node = nodes[element.index];
+    switch (attribute) {
+    case AccessibilityAttribute::enabled:
+        return node.has(AtspiState::enabled) && node.has(AtspiState::sensitive);
+    case AccessibilityAttribute::focused:
+        return node.has(AtspiState::focused);
+    default:
+        return std::nullopt;
+    }
+}
+
+std::optional<AccessibilityElement> AtspiReader::element(AccessibilityElement element,
+                                                         AccessibilityAttribute attribute)
+{
+    if (!isReadable(element) || element != application())
+        return std::nullopt;
+    std::optional<Index> index;
+    if (attribute == AccessibilityAttribute::focusedWindow)
+        index = focusedWindow();
+    else if (attribute == AccessibilityAttribute::menuBar)
+        index = menuBar();
+    return index ? std::optional(AccessibilityElement{*index}) : std::nullopt;
+}
+
+std::optional<std::vector<AccessibilityElement>> AtspiReader::elements(AccessibilityElement element,
+                                                                       AccessibilityAttribute attribute)
+{
+    if (!isReadable(element))
+        return std::nullopt;
+    std::optional<std::vector<Index>> indices;
+    if (attribute == AccessibilityAttribute::children) {
+        follow(element.index);
+        indices = childrenOf(element.index);
+    } else if (attribute == AccessibilityAttribute::windows && element == application())
+        indices = windows();
+    return indices ? std::optional(handles(*indices)) : std::nullopt;
+}
+
+std::optional<std::vector<AtspiNode::Index>> AtspiReader::childrenOf(Index index)
+{
+    known->identify(index);
+    if (nodes[index].has(AtspiState::defunct))
+        return std::nullopt;
+    inquiry->ensure(index, AtspiQuestion::children);
+    return nodes[index].children;
+}
+
+std::optional<std::vector<AtspiNode::Index>> AtspiReader::windows()
+{
+    auto const children = childrenOf(0);
+    if (!children)
+        return std::nullopt;
+    // Together, as each alone would cost a round trip.
+    if (!exchange.isSilent(found.peer))
+        for (Index const child : *children)
+            known->askIdentity(child);
+    lastWindows.clear();
+    for (Index const child : *children) {
+        known->identify(child);
+        AtspiNode const& node = nodes[child];
+        bool const isThere = known->exists(child) && isTopLevelRole(*node.role);
+        if (isThere && (node.has(AtspiState::showing) || node.has(AtspiState::visible) ||
+                        node.has(AtspiState::iconified)))
+            lastWindows.push_back(child);
+    }
+    return lastWindows;
+}
+
+std::optional<AtspiNode::Index> AtspiReader::focusedWindow()
+{
+    auto const all = windows();
+    if (!all)
+        return std::nullopt;
+    auto const active =
+        std::ranges::find_if(*all, [&](Index index) { return nodes[index].has(AtspiState::active); });
+    lastWindows.clear();
+    return active == all->end() ? std::nullopt : std::optional(*active);
+}
+
+std::optional<AtspiNode::Index> AtspiReader::menuBar()
+{
+    auto const window = focusedWindow();
+    if (!window)
+        return std::nullopt;
+    std::vector<Index> row = {*window};
+    for (std::size_t searched = 0; !row.empty() && searched < mostSearchedForMenuBar;) {
+        std::vector<Index> below;
+        for (Index const index : row) {
+            known->identify(index);
+            if (nodes[index].role == atspi_role::menuBar && known->exists(index))
+                return index;
+            if (!known->exists(index) || ++searched >= mostSearchedForMenuBar)
+                continue;
+            for (Index const child : childrenOf(index).value_or(std::vector<Index>())) {
+                if (below.size() < mostSearchedForMenuBar && !exchange.isSilent(found.peer))
+                    known->askIdentity(child);
+                below.push_back(child);
+            }
+        }
+        row = std::move(below);
+    }
+    return std::nullopt;
+}
+
+std::optional<atspi::Extents> AtspiReader::extentsOf(Index index)
+{
+    if (index == 0 || !meet(index) || !known->isShowing(index))
+        return std::nullopt;
+    inquiry->ensure(index, AtspiQuestion::extents);
+    auto const& extents = nodes[index].extents;
+    // What GTK says of an element without a place.
+    if (extents && (extents->x == INT32_MIN || extents->y == INT32_MIN))
+        return std::nullopt;
+    return extents;
+}
+
+std::optional<DesktopPoint> AtspiReader::position(AccessibilityElement element)
+{
+    auto const extents = isReadable(element) ? extentsOf(element.index) : std::nullopt;
+    if (!extents)
+        return std::nullopt;
+    return DesktopPoint{static_cast<double>(extents->x), static_cast<double>(extents->y)};
+}
+
+std::optional<DesktopSize> AtspiReader::size(AccessibilityElement element)
+{
+    auto const extents = isReadable(element) ? extentsOf(element.index) : std::nullopt;
+    if (!extents)
+        return std::nullopt;
+    return DesktopSize{static_cast<double>(extents->width), static_cast<double>(extents->height)};
+}
+
+std::vector<std::string> AtspiReader::actionNames(AccessibilityElement element)
+{
+    if (!isReadable(element) || !meet(element.index))
+        return {};
+    inquiry->ensure(element.index, AtspiQuestion::actions);
+    return nodes[element.index].actions;
+}
+
+bool AtspiReader::setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value)
+{
+    if (!isReadable(element) || element != application() ||
+        attribute != AccessibilityAttribute::manualAccessibility)
+        return false;
+    if (!value)
+        return true;
+    auto const frames = windows();
+    if (!frames || frames->empty())
+        return false;
+    if (!ChromiumWaking(exchange, *inquiry, nodes).wake(*frames))
+        return false;
+    noteWoken();
+    inquiry->startAnew();
+    lastWindows.clear();
+    return true;
+}
+
+void AtspiReader::noteWoken()
+{
+    known->noteWoken();
+    knowledge.change([&](AtspiKnowledge& all) {
+        if (auto const entry = all.applications.find(found.name); entry != all.applications.end())
+            entry->second.isWoken = true;
+    });
+}
+
+} // namespace zelvo

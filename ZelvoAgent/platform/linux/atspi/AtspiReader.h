@@ -1,0 +1,72 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "platform/Accessibility.h"
+#include "platform/linux/atspi/AtspiApplication.h"
+#include "platform/linux/atspi/AtspiReadAhead.h"
+
+#include <memory>
+
+namespace zelvo {
+
+/// Reads one application over AT-SPI, on connections of its own. An answer is kept until the next plan.
+class AtspiReader final : public AccessibilityReader {
+public:
+    /// bus        connected or connecting; null when there is none: then nothing can be read
+    /// knowledge  shared with other readers; must outlive this
+    AtspiReader(Clock& clock,
+                std::unique_ptr<AtspiLink> bus,
+                AtspiKnowledgeBox& knowledge,
+                std::int32_t pid,
+                Duration messagingTimeout);
+
+    /// Is the application on the bus? Nothing when the bus does not tell.
+    std::optional<bool> isOnBus() const;
+    /// D-Bus messages sent so far.
+    std::uint64_t messagesSent() const { return exchange.messagesSent(); }
+
+    AccessibilityElement application() override { return {0}; }
+    void plan(AccessibilityPlan plan) override;
+    std::optional<std::string> text(AccessibilityElement element, AccessibilityAttribute attribute) override;
+    std::optional<bool> flag(AccessibilityElement element, AccessibilityAttribute attribute) override;
+    std::optional<AccessibilityElement> element(AccessibilityElement element,
+                                                AccessibilityAttribute attribute) override;
+    std::optional<std::vector<AccessibilityElement>> elements(AccessibilityElement element,
+                                                              AccessibilityAttribute attribute) override;
+    std::optional<DesktopPoint> position(AccessibilityElement element) override;
+    std::optional<DesktopSize> size(AccessibilityElement element) override;
+    std::vector<std::string> actionNames(AccessibilityElement element) override;
+    bool setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value) override;
+
+private:
+    using Index = AtspiNode::Index;
+
+    bool isReadable(AccessibilityElement element) const;
+    /// Learns what it is. False when it is nothing.
+    bool meet(Index index);
+    void follow(Index index);
+    std::optional<std::string> valueOf(Index index);
+    std::optional<std::string> identifierOf(Index index);
+    std::optional<std::string>
+    kept(Index index, AtspiQuestion question, std::optional<std::string> AtspiNode::* answer);
+    std::optional<atspi::Extents> extentsOf(Index index);
+    std::optional<std::vector<Index>> childrenOf(Index index);
+    std::optional<std::vector<Index>> windows();
+    std::optional<Index> focusedWindow();
+    std::optional<Index> menuBar();
+    void noteWoken();
+
+    Clock& clock;
+    AtspiKnowledgeBox& knowledge;
+    AtspiExchange exchange;
+    AtspiNodes nodes;
+    AtspiLink* bus = nullptr;
+    std::unique_ptr<AtspiInquiry> inquiry;
+    std::unique_ptr<AtspiElements> known;
+    std::unique_ptr<AtspiReadAhead> ahead; // All three absent without an application.
+    AtspiApplication found;
+    bool hasLooked = false;
+    std::vector<Index> lastWindows;
+};
+
+} // namespace zelvo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "base/LockedBox.h"
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <utility>
+
+namespace zelvo {
+
+/// The processes that could not be read, each remembered once. Thread: any.
+class UnreadableProcesses {
+public:
+    /// From now on applications publish their elements when they start: only older ones are helped by a new
+    /// start.
+    void noteSwitchedOn();
+    /// Is it a process to be told of, and for the first time?
+    bool isNew(std::int32_t pid);
+
+private:
+    using Process = std::pair<std::int32_t, std::uint64_t>; // id, start in clock ticks since the machine's
+
+    LockedBox<std::set<Process>> told;
+    LockedBox<std::optional<std::uint64_t>> switchedOn;
+};
+
+/// When a process started, in clock ticks since the machine's start; nothing without such a process.
+std::optional<std::uint64_t> startOfProcess(std::int32_t pid);
+
+} // namespace zelvo
