@@ -16,8 +16,10 @@ constexpr Duration addressPatience = 2s;
 AtspiAccessibility::AtspiAccessibility(Contexts contexts,
                                        Clock& clock,
                                        BusConnection& session,
-                                       std::optional<std::string> address)
-    : contexts(std::move(contexts)), clock(clock), fixedAddress(std::move(address)), status(session)
+                                       std::optional<std::string> address,
+                                       AtspiScreen screen)
+    : contexts(std::move(contexts)), clock(clock), fixedAddress(std::move(address)),
+      screen(std::move(screen)), status(session)
 {
 }
 
@@ -28,11 +30,11 @@ std::unique_ptr<AccessibilityReader> AtspiAccessibility::reader(std::int32_t pid
 
 std::unique_ptr<AtspiReader> AtspiAccessibility::atspiReader(std::int32_t pid, Duration messagingTimeout)
 {
-    auto made = std::make_unique<AtspiReader>(clock, connect(), knowledge, pid, messagingTimeout);
+    auto made = std::make_unique<AtspiReader>(clock, connect(), knowledge, screen, pid, messagingTimeout);
     if (!made->isOnBus()) {
         // The bus may have been started anew, at another address.
         knowledge.set({});
-        made = std::make_unique<AtspiReader>(clock, connect(), knowledge, pid, messagingTimeout);
+        made = std::make_unique<AtspiReader>(clock, connect(), knowledge, screen, pid, messagingTimeout);
     }
     if (made->isOnBus() == false)
         noteUnreadable(pid);

@@ -4,6 +4,7 @@
 #include "base/Contexts.h"
 #include "platform/Accessibility.h"
 #include "platform/linux/atspi/AtspiApplication.h"
+#include "platform/linux/atspi/AtspiPlaces.h"
 #include "platform/linux/atspi/StatusSwitch.h"
 #include "platform/linux/atspi/UnreadableProcesses.h"
 
@@ -18,12 +19,14 @@ class AtspiReader;
 class AtspiAccessibility final : public Accessibility {
 public:
     /// session  for the switch; must outlive this
+    /// screen   for the places of elements; what its functions use must outlive this
     /// address  of the accessibility bus, known beforehand (AT_SPI_BUS_ADDRESS); else the session bus is
     /// asked
     AtspiAccessibility(Contexts contexts,
                        Clock& clock,
                        BusConnection& session,
-                       std::optional<std::string> address);
+                       std::optional<std::string> address,
+                       AtspiScreen screen = {});
 
     std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override;
     /// The same, by its own type.
@@ -42,6 +45,7 @@ private:
     Contexts contexts;
     Clock& clock;
     std::optional<std::string> fixedAddress;
+    AtspiScreen screen;
     StatusSwitch status;
     UnreadableProcesses unreadable;
     AtspiKnowledgeBox knowledge;

@@ -158,6 +158,8 @@ void AtspiReadAhead::askDetails(Index index)
             inquiry.ask(index, question);
             mayHaveNone |= question == AtspiQuestion::properties;
         }
+    else if (elements.isShowing(index) && places.mattersToPlaces(index))
+        inquiry.ask(index, AtspiQuestion::extents);
     if (!mayHaveNone || nodes[index].isAnswered(AtspiQuestion::properties))
         inquiry.ask(index, AtspiQuestion::children);
     if (nodes[index].isAnswered(AtspiQuestion::children))

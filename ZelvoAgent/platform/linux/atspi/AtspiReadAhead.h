@@ -2,6 +2,7 @@
 
 #include "platform/Accessibility.h"
 #include "platform/linux/atspi/AtspiElements.h"
+#include "platform/linux/atspi/AtspiPlaces.h"
 
 #include <vector>
 
@@ -15,8 +16,12 @@ public:
     /// Elements that were asked about and that the walk has not come to.
     static constexpr std::size_t furthest = 512;
 
-    AtspiReadAhead(AtspiExchange& exchange, AtspiInquiry& inquiry, AtspiNodes& nodes, AtspiElements& elements)
-        : exchange(exchange), inquiry(inquiry), nodes(nodes), elements(elements)
+    AtspiReadAhead(AtspiExchange& exchange,
+                   AtspiInquiry& inquiry,
+                   AtspiNodes& nodes,
+                   AtspiElements& elements,
+                   AtspiPlaces const& places)
+        : exchange(exchange), inquiry(inquiry), nodes(nodes), elements(elements), places(places)
     {
     }
 
@@ -62,6 +67,7 @@ private:
     AtspiInquiry& inquiry;
     AtspiNodes& nodes;
     AtspiElements& elements;
+    AtspiPlaces const& places;
     AccessibilityPlan accessibilityPlan;
     bool isPlanned = false;
     bool isFilling = false;

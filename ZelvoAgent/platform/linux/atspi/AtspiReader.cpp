@@ -25,9 +25,10 @@ std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& i
 AtspiReader::AtspiReader(Clock& clock,
                          std::unique_ptr<AtspiLink> link,
                          AtspiKnowledgeBox& knowledge,
+                         AtspiScreen screen,
                          std::int32_t pid,
                          Duration messagingTimeout)
-    : clock(clock), knowledge(knowledge), exchange(messagingTimeout)
+    : clock(clock), knowledge(knowledge), screen(std::move(screen)), pid(pid), exchange(messagingTimeout)
 {
     if (!link)
         return;
@@ -43,7 +44,8 @@ AtspiReader::AtspiReader(Clock& clock,
     known = std::make_unique<AtspiElements>(*inquiry, nodes);
     if (found.isWoken)
         known->noteWoken();
-    ahead = std::make_unique<AtspiReadAhead>(exchange, *inquiry, nodes, *known);
+    places = std::make_unique<AtspiPlaces>(*inquiry, nodes, *known);
+    ahead = std::make_unique<AtspiReadAhead>(exchange, *inquiry, nodes, *known, *places);
     inquiry->onAnswered = [this](Index index, AtspiQuestion question) { ahead->noteAnswer(index, question); };
     nodes.find(found.peer, found.path);
 }
@@ -61,6 +63,7 @@ void AtspiReader::plan(AccessibilityPlan next)
         return;
     if (ahead->hasPlan()) {
         inquiry->startAnew();
+        places->forget();
         lastWindows.clear();
     }
     exchange.trustAgain();
@@ -79,6 +82,11 @@ void AtspiReader::follow(Index index)
     if (!ahead->hasPlan())
         return;
     if (!ahead->covers(index)) {
+        if (!places->hasBegun()) {
+            auto const roots = lastWindows;
+            beginPlaces();
+            lastWindows = roots;
+        }
         // A root of the walk. The windows after it are roots too.
         auto const window = std::ranges::find(lastWindows, index);
         if (window == lastWindows.end())
@@ -261,32 +269,33 @@ std::optional<AtspiNode::Index> AtspiReader::menuBar()
     return std::nullopt;
 }
 
-std::optional<atspi::Extents> AtspiReader::extentsOf(Index index)
+void AtspiReader::beginPlaces()
 {
-    if (index == 0 || !meet(index) || !known->isShowing(index))
+    auto topLevels = windows().value_or(std::vector<Index>());
+    std::erase_if(topLevels, [this](Index window) { return !known->isShowing(window); });
+    places->begin(screen, pid, found.toolkit, std::move(topLevels));
+}
+
+std::optional<DesktopRect> AtspiReader::frameOf(AccessibilityElement element)
+{
+    if (!isReadable(element) || element == application() || !meet(element.index) ||
+        !known->isShowing(element.index))
         return std::nullopt;
-    inquiry->ensure(index, AtspiQuestion::extents);
-    auto const& extents = nodes[index].extents;
-    // What GTK says of an element without a place.
-    if (extents && (extents->x == INT32_MIN || extents->y == INT32_MIN))
-        return std::nullopt;
-    return extents;
+    if (!places->hasBegun())
+        beginPlaces();
+    return places->frameOf(element.index);
 }
 
 std::optional<DesktopPoint> AtspiReader::position(AccessibilityElement element)
 {
-    auto const extents = isReadable(element) ? extentsOf(element.index) : std::nullopt;
-    if (!extents)
-        return std::nullopt;
-    return DesktopPoint{static_cast<double>(extents->x), static_cast<double>(extents->y)};
+    auto const frame = frameOf(element);
+    return frame ? std::optional(DesktopPoint{frame->x, frame->y}) : std::nullopt;
 }
 
 std::optional<DesktopSize> AtspiReader::size(AccessibilityElement element)
 {
-    auto const extents = isReadable(element) ? extentsOf(element.index) : std::nullopt;
-    if (!extents)
-        return std::nullopt;
-    return DesktopSize{static_cast<double>(extents->width), static_cast<double>(extents->height)};
+    auto const frame = frameOf(element);
+    return frame ? std::optional(DesktopSize{frame->width, frame->height}) : std::nullopt;
 }
 
 std::vector<std::string> AtspiReader::actionNames(AccessibilityElement element)
@@ -311,6 +320,7 @@ bool AtspiReader::setFlag(AccessibilityElement element, AccessibilityAttribute a
         return false;
     noteWoken();
     inquiry->startAnew();
+    places->forget();
     lastWindows.clear();
     return true;
 }

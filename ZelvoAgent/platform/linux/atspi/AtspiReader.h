@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "platform/Accessibility.h"
 #include "platform/linux/atspi/AtspiApplication.h"
+#include "platform/linux/atspi/AtspiPlaces.h"
 #include "platform/linux/atspi/AtspiReadAhead.h"
 
 #include <memory>
@@ -13,10 +14,11 @@ namespace zelvo {
 class AtspiReader final : public AccessibilityReader {
 public:
     /// bus        connected or connecting; null when there is none: then nothing can be read
-    /// knowledge  shared with other readers; must outlive this
+    /// knowledge  shared with other readers; must outlive this, as the clock must
     AtspiReader(Clock& clock,
                 std::unique_ptr<AtspiLink> bus,
                 AtspiKnowledgeBox& knowledge,
+                AtspiScreen screen,
                 std::int32_t pid,
                 Duration messagingTimeout);
 
@@ -49,7 +51,8 @@ private:
     std::optional<std::string> identifierOf(Index index);
     std::optional<std::string>
     kept(Index index, AtspiQuestion question, std::optional<std::string> AtspiNode::* answer);
-    std::optional<atspi::Extents> extentsOf(Index index);
+    std::optional<DesktopRect> frameOf(AccessibilityElement element);
+    void beginPlaces();
     std::optional<std::vector<Index>> childrenOf(Index index);
     std::optional<std::vector<Index>> windows();
     std::optional<Index> focusedWindow();
@@ -58,12 +61,15 @@ private:
 
     Clock& clock;
     AtspiKnowledgeBox& knowledge;
+    AtspiScreen screen;
+    std::int32_t pid;
     AtspiExchange exchange;
     AtspiNodes nodes;
     AtspiLink* bus = nullptr;
     std::unique_ptr<AtspiInquiry> inquiry;
     std::unique_ptr<AtspiElements> known;
-    std::unique_ptr<AtspiReadAhead> ahead; // All three absent without an application.
+    std::unique_ptr<AtspiPlaces> places;
+    std::unique_ptr<AtspiReadAhead> ahead; // All four absent without an application.
     AtspiApplication found;
     bool hasLooked = false;
     std::vector<Index> lastWindows;
