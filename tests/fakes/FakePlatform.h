@@ -38,6 +38,14 @@ public:
     FakeWebSocketOpener opener;
     FakeHttpLoading loading;
 
+    /// A reader that waits and its socket hold each other until the socket ends. The reader does not run
+    /// again: it is dropped with the io_context.
+    ~FakePlatform() override
+    {
+        for (auto const& socket : opener.opened)
+            socket->cancel(std::nullopt);
+    }
+
     /// Runs what is ready until nothing is.
     void settle() { zelvo::settle(io); }
 
