@@ -107,8 +107,10 @@ DesktopPoint TextField::pointIn(int x, int y) const
 
 std::string TextField::valueAfter(std::string const& expected) const
 {
-    waitFor([&] { return value() == expected; }, 8s);
-    return value();
+    std::string last = value();
+    while (last != expected && waitFor([&] { return value() != last; }, 8s))
+        last = value();
+    return last;
 }
 
 } // namespace zelvo::test

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Serves a page with one text field. Writes its port to PORT_FILE, what the field holds to FILE, the selection to
-FILE.selection. Each report carries a number, and an older one never replaces a newer."""
+FILE.selection. The page sends one report at a time, and the next when it has changed meanwhile."""
 import http.server
 import json
 import os
@@ -11,12 +11,22 @@ text = sys.argv[3] if len(sys.argv) > 3 else ""
 PAGE = """<!doctype html><meta charset=utf-8><title>Web field</title>
 <style>body{margin:0}textarea{width:680px;height:380px;font:16px monospace}</style><textarea id=t autofocus></textarea><p>Field</p>
 <script>
-const field = document.getElementById("t"); let number = 0;
+const field = document.getElementById("t");
 field.value = TEXT; field.setSelectionRange(0, 0); field.scrollTop = 0;
 let painted = false;   // Before its first picture a page is given no keys.
-const report = () => painted && fetch("/", {method: "POST", body: JSON.stringify({number: ++number, value: field.value,
-    selection: field.value.substring(field.selectionStart, field.selectionEnd), scroll: field.scrollTop,
-    focus: document.hasFocus()})});
+let sending = false, changed = false;
+const report = async () => {
+    changed = true;
+    if (!painted || sending) return;
+    sending = true;
+    while (changed) {
+        changed = false;
+        await fetch("/", {method: "POST", body: JSON.stringify({value: field.value,
+            selection: field.value.substring(field.selectionStart, field.selectionEnd), scroll: field.scrollTop,
+            focus: document.hasFocus()})});
+    }
+    sending = false;
+};
 field.oninput = report; field.onscroll = report; document.onselectionchange = report; window.onfocus = report;
 field.onkeydown = event => {   // A page's field would pass the focus on.
     if (event.key === "Tab") { event.preventDefault(); field.setRangeText("\t", field.selectionStart,
@@ -25,7 +35,6 @@ field.focus();
 new PerformanceObserver(() => setTimeout(() => { painted = true; report(); }, 300))
     .observe({type: "paint", buffered: true});
 </script>"""
-newest = 0
 
 
 def write(name, content):
@@ -44,10 +53,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.wfile.write(body)
 
     def do_POST(self):
-        global newest
         report = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
-        if report["number"] > newest and report["focus"]:
-            newest = report["number"]
+        if report["focus"]:
             write(path + ".selection", report["selection"])
             write(path + ".scroll", str(int(report["scroll"])))
             write(path, report["value"])
