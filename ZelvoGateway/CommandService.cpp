@@ -73,7 +73,7 @@ Task<std::optional<json::value>> parseOn(Executor workers, std::string_view text
     co_return co_await on(workers, parse);
 }
 
-Task<std::string> writeOn(Executor workers, json::value const& value, std::size_t bytes)
+Task<std::string> writeOn(Executor workers, json::value value, std::size_t bytes)
 {
     if (bytes <= longText)
         co_return writeJson(value);
@@ -99,8 +99,8 @@ Task<HttpResponse> CommandService::run(std::string connectionId, std::string bod
     std::size_t const bytes = body.size();
     json::object command = co_await readBody(std::move(body));
     std::string const requestId = newId("req");
-    json::value const frame = frameOf(requestId, connectionId, std::move(command));
-    std::string text = co_await writeOn(workers, frame, bytes);
+    json::value frame = frameOf(requestId, connectionId, std::move(command));
+    std::string text = co_await writeOn(workers, std::move(frame), bytes);
     // Asked again, since the connection may have been revoked meanwhile.
     auto const machine = machineOf(connectionId);
     MachineMessage reply = co_await machine->call(requestId, std::move(text), settings.commandTimeout);
@@ -128,9 +128,9 @@ Task<HttpResponse> CommandService::responseOf(std::string requestId, MachineMess
                       .requestId = requestId};
     json::object answer;
     answer.emplace("result", std::move(*result));
-    json::value const value(std::move(answer));
+    json::value value(std::move(answer));
     HttpResponse response;
-    response.body = co_await writeOn(workers, value, reply.bytes);
+    response.body = co_await writeOn(workers, std::move(value), reply.bytes);
     response.memory = std::move(reply.memory);
     co_return response;
 }

@@ -33,6 +33,6 @@ private:
 
 /// Reads JSON text: here when it is short, on the workers when it would hold up everybody else.
 Task<std::optional<json::value>> parseOn(Executor workers, std::string_view text);
-Task<std::string> writeOn(Executor workers, json::value const& value, std::size_t bytes);
+Task<std::string> writeOn(Executor workers, json::value value, std::size_t bytes);
 
 } // namespace zelvo::service

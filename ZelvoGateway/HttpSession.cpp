@@ -7,6 +7,7 @@
 #include "base/Text.h"
 
 #include <boost/asio/as_tuple.hpp>
+#include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
@@ -43,16 +44,17 @@ public:
     void drop() override;
 
 private:
-    using HeadParser = http::request_parser<http::empty_body>;
-    using BodyParser = http::request_parser<http::string_body>;
+    // Each task that reads with one keeps it.
+    using HeadParser = std::shared_ptr<http::request_parser<http::empty_body>>;
+    using BodyParser = std::shared_ptr<http::request_parser<http::string_body>>;
 
     Task<bool> serveOne(bool first);
-    Task<boost::system::error_code> readHead(HeadParser& parser, bool first);
+    Task<boost::system::error_code> readHead(HeadParser parser, bool first);
     Task<bool> serveBadHead(boost::system::error_code error);
-    Task<bool> serveRequest(HeadParser& parser, HttpRequest head);
+    Task<bool> serveRequest(HeadParser headParser, HttpRequest request);
     Task<bool> refuse(Failure failure, HttpRequest head);
-    Task<> serveMachine(HeadParser& parser, HttpRequest head);
-    Task<boost::system::error_code> readBody(BodyParser& parser);
+    Task<> serveMachine(HeadParser parser, HttpRequest head);
+    Task<boost::system::error_code> readBody(BodyParser parser);
     Task<bool> write(HttpResponse response, bool keepAlive);
     Task<> linger();
     std::string localAddress() const;
@@ -89,15 +91,15 @@ Task<> BeastHttpSession::serve()
 /// False when the connection is over.
 Task<bool> BeastHttpSession::serveOne(bool first)
 {
-    HeadParser parser;
+    auto const parser = std::make_shared<HeadParser::element_type>();
     if (auto const error = co_await readHead(parser, first))
         co_return co_await serveBadHead(error);
     std::optional<HttpRequest> head;
     std::optional<Failure> failure;
     bool machine = false;
     try {
-        head = headOf(parser.get(), localAddress());
-        machine = beast::websocket::is_upgrade(parser.get()) &&
+        head = headOf(parser->get(), localAddress());
+        machine = beast::websocket::is_upgrade(parser->get()) &&
                   head->path == std::vector<std::string>{"machines", "connect"};
     } catch (Failure const& thrown) {
         failure = thrown;
@@ -111,10 +113,10 @@ Task<bool> BeastHttpSession::serveOne(bool first)
     co_return co_await serveRequest(parser, *std::move(head));
 }
 
-Task<boost::system::error_code> BeastHttpSession::readHead(HeadParser& parser, bool first)
+Task<boost::system::error_code> BeastHttpSession::readHead(HeadParser parser, bool first)
 {
-    parser.header_limit(static_cast<std::uint32_t>(parts.settings.limits.requestHeader));
-    parser.body_limit(boost::none); // Judged when it is known whose request this is.
+    parser->header_limit(static_cast<std::uint32_t>(parts.settings.limits.requestHeader));
+    parser->body_limit(boost::none); // Judged when it is known whose request this is.
     if (!first && buffer.size() == 0) {
         // Only the wait for the next request may be long, not the request.
         stream.expires_after(parts.settings.limits.idle);
@@ -124,7 +126,7 @@ Task<boost::system::error_code> BeastHttpSession::readHead(HeadParser& parser, b
         buffer.commit(count);
     }
     stream.expires_after(parts.settings.limits.header);
-    auto const [error, count] = co_await http::async_read_header(stream, buffer, parser, asTuple);
+    auto const [error, count] = co_await http::async_read_header(stream, buffer, *parser, asTuple);
     co_return error;
 }
 
@@ -152,7 +154,7 @@ Task<bool> BeastHttpSession::refuse(Failure failure, HttpRequest head)
     co_return false;
 }
 
-Task<bool> BeastHttpSession::serveRequest(HeadParser& headParser, HttpRequest request)
+Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, HttpRequest request)
 {
     std::optional<Failure> refused;
     Api::Admission admission;
@@ -160,13 +162,13 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser& headParser, HttpRequest re
     headOnly = request.method == "HEAD";
     try {
         admission = parts.api.admit(request);
-        auto const length = headParser.content_length();
+        auto const length = headParser->content_length();
         if (length && *length > admission.bodyLimit)
             throw Failure{
                 .code = ErrorCode::invalidRequest, .message = "The body is too large", .status = 413};
-        std::size_t const atMost = length                 ? static_cast<std::size_t>(*length)
-                                   : headParser.chunked() ? admission.bodyLimit
-                                                          : 0;
+        std::size_t atMost = headParser->chunked() ? admission.bodyLimit : 0;
+        if (length)
+            atMost = static_cast<std::size_t>(*length);
         if (!parts.memory.grow(memory, atMost))
             throw Failure{.code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
     } catch (Failure const& failure) {
@@ -176,11 +178,11 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser& headParser, HttpRequest re
         co_return co_await refuse(*std::move(refused), std::move(request));
 
     if (text::equalIgnoringCase(request.header("expect"), "100-continue")) {
-        http::response<http::empty_body> const goOn(http::status::continue_, headParser.get().version());
+        http::response<http::empty_body> const goOn(http::status::continue_, headParser->get().version());
         co_await http::async_write(stream, goOn, asTuple);
     }
-    BodyParser parser(std::move(headParser));
-    parser.body_limit(admission.bodyLimit);
+    auto const parser = std::make_shared<BodyParser::element_type>(std::move(*headParser));
+    parser->body_limit(admission.bodyLimit);
     if (auto const error = co_await readBody(parser)) {
         bool const tooLarge = error == http::error::body_limit;
         Failure failure{.code = ErrorCode::invalidRequest,
@@ -188,20 +190,20 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser& headParser, HttpRequest re
                         .status = tooLarge ? 413 : 400};
         co_return co_await refuse(std::move(failure), std::move(request));
     }
-    bool const keepAlive = parser.get().keep_alive();
-    request.body = std::move(parser.get().body());
+    bool const keepAlive = parser->get().keep_alive();
+    request.body = std::move(parser->get().body());
     HttpResponse response = co_await parts.api.answer(std::move(admission), std::move(request));
     co_return co_await write(std::move(response), keepAlive);
 }
 
-Task<boost::system::error_code> BeastHttpSession::readBody(BodyParser& parser)
+Task<boost::system::error_code> BeastHttpSession::readBody(BodyParser parser)
 {
     Limits const& limits = parts.settings.limits;
-    bool const small = parser.content_length() && *parser.content_length() <= limits.smallBody;
+    bool const small = parser->content_length() && *parser->content_length() <= limits.smallBody;
     auto const end = Time::now() + (small ? limits.smallBodyTime : limits.bodyTime);
-    while (!parser.is_done()) {
+    while (!parser->is_done()) {
         stream.expires_at(std::min(end, Time::now() + limits.bodyIdle));
-        auto const [error, count] = co_await http::async_read_some(stream, buffer, parser, asTuple);
+        auto const [error, count] = co_await http::async_read_some(stream, buffer, *parser, asTuple);
         if (error)
             co_return error;
     }
@@ -247,7 +249,7 @@ Task<> BeastHttpSession::linger()
     }
 }
 
-Task<> BeastHttpSession::serveMachine(HeadParser& parser, HttpRequest head)
+Task<> BeastHttpSession::serveMachine(HeadParser parser, HttpRequest head)
 {
     std::optional<Failure> refused;
     StoredMachine machine;
@@ -265,7 +267,7 @@ Task<> BeastHttpSession::serveMachine(HeadParser& parser, HttpRequest head)
         co_await refuse(*std::move(refused), std::move(head));
         co_return;
     }
-    auto request = parser.release();
+    auto request = parser->release();
     auto const socket = std::make_shared<MachineSocket>(std::move(stream), parts);
     // A task of its own: this session ends here and makes room for another.
     spawn(socket->executor(),

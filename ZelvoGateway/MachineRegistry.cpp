@@ -39,7 +39,7 @@ void MachineRegistry::closeAll()
 {
     for (auto const& [machineId, session] : std::exchange(sessions, {})) {
         session->ended();
-        session->close(CloseCode::goingAway, "the gateway is stopping");
+        session->close(CloseCode::goingAway, CloseReason::stopping);
     }
 }
 

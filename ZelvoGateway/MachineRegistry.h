@@ -15,6 +15,10 @@ constexpr int replaced = 4409;
 constexpr int tokenRejected = 4401;
 } // namespace CloseCode
 
+namespace CloseReason {
+constexpr char const* stopping = "the gateway is stopping";
+} // namespace CloseReason
+
 /// The sessions of the machines that are connected, one a machine: a newer one replaces the older.
 /// Thread: the server's.
 class MachineRegistry {
@@ -29,6 +33,7 @@ public:
 
     /// Ends the session of a machine whose token is worth nothing any more.
     void reject(std::string const& machineId);
+    /// Tells all machines that the gateway stops.
     void closeAll();
 
 private:

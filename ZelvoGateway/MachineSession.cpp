@@ -18,7 +18,7 @@ constexpr std::size_t longestHeartbeat = 64_KiB; // It is stored, so a machine m
 
 /// A caller that waits; its timer is what wakes it.
 struct MachineSession::Call {
-    explicit Call(Executor executor) : wake(std::move(executor)) {}
+    explicit Call(Executor executor) : wake(executor) {}
 
     asio::steady_timer wake;
     std::optional<MachineMessage> reply;

@@ -4,6 +4,7 @@
 #include "ZelvoGateway/MachineRegistry.h"
 
 #include <boost/asio/as_tuple.hpp>
+#include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
 namespace zelvo::service {
@@ -33,6 +34,10 @@ Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
     auto const self = shared_from_this();
     if (!co_await accept(std::move(request)))
         co_return;
+    if (parts.stopping) { // It comes too late to be told with the others.
+        close(CloseCode::goingAway, CloseReason::stopping);
+        co_return;
+    }
     auto const session =
         std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits);
     parts.machines.attach(session);
@@ -58,50 +63,50 @@ Task<bool> MachineSocket::accept(UpgradeRequest request)
     boost::system::error_code ignored;
     stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
     socket.control_callback([this](websocket::frame_type, beast::string_view) { heard = true; });
-    co_return !error && !parts.stopping;
+    co_return !error;
 }
 
 Task<> MachineSocket::readUntilEnd(std::shared_ptr<MachineSession> session)
 {
     for (;;) {
-        std::string text;
-        MachineMessage message;
-        if (!co_await readMessage(*session, text, message.memory))
+        auto incoming = co_await readMessage(session);
+        if (!incoming)
             co_return;
         if (!socket.got_text())
             continue;
-        auto parsed = co_await parseOn(parts.workers, text);
+        auto parsed = co_await parseOn(parts.workers, incoming->text);
         if (!parsed)
             continue;
-        message.value = *std::move(parsed);
-        message.bytes = text.size();
-        session->received(std::move(message));
+        session->received({*std::move(parsed), incoming->text.size(), std::move(incoming->memory)});
     }
 }
 
-Task<bool> MachineSocket::readMessage(MachineSession& session, std::string& text, MemoryBudget::Lease& memory)
+Task<std::optional<MachineSocket::Incoming>>
+MachineSocket::readMessage(std::shared_ptr<MachineSession> session)
 {
-    auto buffer = asio::dynamic_buffer(text);
+    Incoming incoming;
+    auto buffer = asio::dynamic_buffer(incoming.text);
     do {
         auto const [error, count] = co_await socket.async_read_some(buffer, readPiece, asTuple);
         heard = true;
         if (error)
-            co_return false;
-        if (!takeRoom(session, text.size(), memory))
-            co_return false;
+            co_return std::nullopt;
+        if (!takeRoom(*session, incoming))
+            co_return std::nullopt;
     } while (!socket.is_message_done());
-    co_return true;
+    co_return incoming;
 }
 
-bool MachineSocket::takeRoom(MachineSession const& session, std::size_t bytes, MemoryBudget::Lease& memory)
+bool MachineSocket::takeRoom(MachineSession const& session, Incoming& incoming)
 {
+    std::size_t const bytes = incoming.text.size();
     if (bytes <= parts.settings.limits.unaskedMessage)
         return true;
     if (!session.owesReply()) {
         close(websocket::close_code::too_big, "a message this large was not asked for");
         return false;
     }
-    if (!parts.memory.grow(memory, bytes)) {
+    if (!parts.memory.grow(incoming.memory, bytes)) {
         close(websocket::close_code::try_again_later, "the gateway is short of memory");
         return false;
     }

@@ -28,13 +28,18 @@ public:
     Executor executor() override { return socket.get_executor(); }
 
 private:
+    struct Incoming {
+        std::string text;
+        MemoryBudget::Lease memory; ///< for a large text
+    };
+
     Task<bool> accept(UpgradeRequest request);
     Task<> readUntilEnd(std::shared_ptr<MachineSession> session);
-    Task<bool> readMessage(MachineSession& session, std::string& text, MemoryBudget::Lease& memory);
+    Task<std::optional<Incoming>> readMessage(std::shared_ptr<MachineSession> session);
     Task<> writeQueue();
     Task<> keepAlive();
     Task<> closeThenDrop(int code, std::string reason);
-    bool takeRoom(MachineSession const& session, std::size_t bytes, MemoryBudget::Lease& memory);
+    bool takeRoom(MachineSession const& session, Incoming& incoming);
     void ping();
     void drop();
 

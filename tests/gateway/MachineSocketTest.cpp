@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+#include <vector>
+
 namespace zelvo::service {
 namespace {
 
@@ -106,6 +109,25 @@ TEST(MachineSocket, isClosedWith1001WhenTheGatewayStops)
     gateway.stop();
 
     EXPECT_EQ(machine.closeCode(), 1001);
+}
+
+TEST(MachineSocket, isClosedWith1001WhenItConnectsWhileTheGatewayStops)
+{
+    Gateway gateway;
+    MachineThread thread;
+    std::vector<LinkedMachine> linked(8);
+    for (LinkedMachine& each : linked)
+        each = gateway.link();
+    std::deque<FakeMachine> machines;
+    for (LinkedMachine const& each : linked)
+        machines.emplace_back(thread, gateway.port(), each.token);
+    ASSERT_EQ(machines.front().status(), 101);
+
+    gateway.stop();
+
+    for (FakeMachine& machine : machines)
+        if (machine.status() == 101)
+            EXPECT_EQ(machine.closeCode(), 1001);
 }
 
 TEST(MachineSocket, isPingedAndStaysWhenItAnswers)
