@@ -77,8 +77,8 @@ Task<> ConnectionService::tellRevocation(std::shared_ptr<MachineSession> session
             co_await session->call(requestId, writeJson(frame), settings.commandTimeout);
         if (reply.value.get_object().contains("result"))
             store.setRevocationTold(connectionId);
-    } catch (
-        Failure const&) { // NOLINT(bugprone-empty-catch): it is told again when the machine connects next.
+    } catch (Failure const&) { // NOLINT(bugprone-empty-catch)
+        // It is told again when the machine connects next.
     }
 }
 

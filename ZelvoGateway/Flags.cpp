@@ -179,12 +179,10 @@ std::string flagsHelp()
 
 std::string defaultDataFolder()
 {
-    // NOLINTBEGIN(concurrency-mt-unsafe): nobody sets them here.
     char const* const data = std::getenv("XDG_DATA_HOME");
     if (data && *data == '/')
         return std::string(data) + "/zelvo-gateway";
     char const* const home = std::getenv("HOME");
-    // NOLINTEND(concurrency-mt-unsafe)
     if (!home || !*home)
         throw FlagError("--data is needed, since HOME is not set");
     return std::string(home) + "/.local/share/zelvo-gateway";

@@ -26,7 +26,7 @@ struct FlagError : std::runtime_error {
 };
 
 /// Reads the arguments behind the program's name. Throws FlagError.
-Flags readFlags(std::span<char const* const> arguments);
+Flags readFlags(std::span<char const* const> all);
 /// What --help prints.
 std::string flagsHelp();
 /// $XDG_DATA_HOME/zelvo-gateway, else ~/.local/share/zelvo-gateway.

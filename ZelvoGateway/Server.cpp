@@ -2,6 +2,8 @@
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/ip/address.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
 
 #include <stdexcept>
 

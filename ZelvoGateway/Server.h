@@ -24,7 +24,7 @@ namespace zelvo::service {
 class Server {
 public:
     /// Opens the store and listens. Throws std::runtime_error with a text for the person who started it.
-    explicit Server(Settings settings);
+    explicit Server(Settings wanted);
     ~Server();
 
     std::uint16_t port() const { return boundPort; }

@@ -28,7 +28,7 @@ void endOnSignals(asio::signal_set& signals, Executor main)
 bool hasDisplay()
 {
     auto const isSet = [](char const* name) {
-        char const* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets them here.
+        char const* const value = std::getenv(name);
         return value && *value;
     };
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY");

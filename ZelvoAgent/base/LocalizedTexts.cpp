@@ -124,7 +124,7 @@ void useLanguage(std::string_view language)
 std::string languageOfEnvironment()
 {
     for (char const* const name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-        char const* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets them here.
+        char const* const value = std::getenv(name);
         if (!value || !*value)
             continue;
         return firstSupported(value);

@@ -13,7 +13,7 @@ constexpr std::string_view key = "dev.zelvo.hiddenApps";
 } // namespace
 
 HiddenAppsStore::HiddenAppsStore(Executor agent, UserDefaults& defaults)
-    : strand(asio::make_strand(std::move(agent))), defaults(defaults)
+    : strand(asio::make_strand(agent)), defaults(defaults)
 {
 }
 

@@ -49,7 +49,7 @@ MouseEvent mouse(MouseEvent::Kind kind, DesktopPoint point, MouseButton button)
 DragPlan DragPlan::of(std::int64_t durationMs)
 {
     DragPlan plan;
-    plan.steps = durationMs < 32 ? 2 : durationMs < 960 ? durationMs / 16 : 60;
+    plan.steps = std::clamp<std::int64_t>(durationMs / 16, 2, 60);
     plan.stepDelayMs = std::max<std::int64_t>(durationMs / plan.steps, 1);
     return plan;
 }

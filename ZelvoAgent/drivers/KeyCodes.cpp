@@ -96,7 +96,7 @@ constexpr std::array rows = std::to_array<Row>({
 
 std::optional<std::uint16_t> code(std::string_view name)
 {
-    auto const row = std::ranges::find_if(rows, [&](Row const& each) { return each.name == name; });
+    auto const* const row = std::ranges::find_if(rows, [&](Row const& each) { return each.name == name; });
     if (row == rows.end())
         return std::nullopt;
     return row->code;

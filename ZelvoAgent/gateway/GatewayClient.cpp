@@ -9,6 +9,7 @@
 #include <boost/asio/strand.hpp>
 #include <boost/asio/this_coro.hpp>
 
+#include <algorithm>
 #include <random>
 
 namespace zelvo {
@@ -21,19 +22,15 @@ constexpr Duration pingPeriod = 20s;
 constexpr Duration pongTimeout = 15s;
 constexpr int goingAway = 1001;
 /// Parsing and serialising above this size is left to the workers.
-constexpr std::size_t largeText = 64 * 1024;
+constexpr std::size_t largeText = 64U * 1024;
 
 using Kind = GatewayConnectionState::Kind;
 
 /// A guess at the text's size that costs nothing: the long texts of a result.
 bool isLarge(json::value const& value)
 {
-    if (json::object const* const object = value.if_object()) {
-        for (auto const& [key, inner] : *object)
-            if (isLarge(inner))
-                return true;
-        return false;
-    }
+    if (json::object const* const object = value.if_object())
+        return std::ranges::any_of(*object, [](auto const& member) { return isLarge(member.value()); });
     if (json::array const* const array = value.if_array())
         return array->size() > 256;
     return value.is_string() && value.get_string().size() > largeText;

@@ -49,7 +49,7 @@ Task<std::optional<json::object>> HeartbeatBuilder::current()
     co_return record;
 }
 
-Task<std::int64_t> HeartbeatBuilder::hiddenAppCount()
+Task<std::int64_t> HeartbeatBuilder::hiddenAppCount() const
 {
     HiddenAppsStore* const store = hiddenApps.get();
     if (!store)

@@ -52,7 +52,7 @@ public:
     std::string macosVersion() const;
 
 private:
-    Task<std::int64_t> hiddenAppCount();
+    Task<std::int64_t> hiddenAppCount() const;
     json::value display() const;
 
     Services services;

@@ -18,11 +18,11 @@ ScreenshotOptions screenshotOptions(json::object const& params)
     return options;
 }
 
-json::value screenshotResult(CapturedImage const& image, std::string base64)
+json::value screenshotResult(CapturedImage const& image, std::string const& base64)
 {
     json::object result;
     result["mime"] = image.mime;
-    result["data"] = std::move(base64);
+    result["data"] = base64;
     result["imageWidth"] = image.imageWidth;
     result["imageHeight"] = image.imageHeight;
     result["widthPoints"] = image.geometry.widthPoints;
@@ -54,7 +54,7 @@ Task<json::value> RpcRouter::handleScreenshot(RpcFrame frame)
 {
     CapturedImage const image = co_await members.screen.capture(screenshotOptions(frame.params));
     std::string base64 = co_await on(contexts.workers, [&] { return base64::encode(image.data); });
-    co_return screenshotResult(image, std::move(base64));
+    co_return screenshotResult(image, base64);
 }
 
 Task<json::value> RpcRouter::cursorPosition(RpcFrame)

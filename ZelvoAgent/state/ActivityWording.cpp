@@ -50,6 +50,7 @@ std::string verb(Part part)
 std::vector<std::string> verbs(ActionCounts const& counts)
 {
     std::vector<std::string> words;
+    words.reserve(counts.parts.size());
     for (Part const part : counts.parts)
         words.push_back(verb(part));
     if (words.empty())
@@ -121,6 +122,7 @@ Actions actions(std::vector<InputAction> const& list, std::optional<std::string>
     if (appName)
         words.summary = localized("activity.actionsIn", {words.summary, *appName});
     std::vector<std::string> lines;
+    lines.reserve(counts.parts.size());
     for (Part const part : counts.parts)
         lines.push_back(line(part, counts));
     words.detail = joined(lines, lines.size(), localized("list.separator"));

@@ -11,7 +11,7 @@ namespace {
 /// A variable of the environment, which nobody changes while the program runs; nothing when unset or empty.
 std::optional<std::string> variable(char const* name)
 {
-    char const* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    char const* const value = std::getenv(name);
     return value && *value ? std::optional<std::string>(value) : std::nullopt;
 }
 
@@ -31,7 +31,7 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
 {
 }
 
-DisplayFacts LinuxDesktop::displayFacts()
+DisplayFacts LinuxDesktop::displayFacts() const
 {
     return {.isReachable = [display = display] { return display && display->isAlive(); },
             .hasTestExtension = [display = display] { return display && display->capabilities().xtest; },

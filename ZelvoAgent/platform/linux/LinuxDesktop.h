@@ -37,7 +37,7 @@ struct LinuxDesktop {
     LinuxSystemAccess access;
 
 private:
-    DisplayFacts displayFacts();
+    DisplayFacts displayFacts() const;
 };
 
 } // namespace zelvo

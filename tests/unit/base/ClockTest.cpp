@@ -23,7 +23,7 @@ TEST_F(Sleeping, wakesWhenItIsDueAndNotBefore)
 {
     start([this]() -> Task<> {
         co_await clock.sleep(10s);
-        happened.push_back("awake");
+        happened.emplace_back("awake");
     });
 
     clock.advance(10s - 1ns);
@@ -37,7 +37,7 @@ TEST_F(Sleeping, forNoTimeOrAPastMomentEndsWithTheNextLook)
     start([this]() -> Task<> {
         co_await clock.sleep(0s);
         co_await clock.sleepUntil(clock.now() - 1h);
-        happened.push_back("awake");
+        happened.emplace_back("awake");
     });
 
     clock.advance(0s);
@@ -67,9 +67,9 @@ TEST_F(Sleeping, throughACancelEndsEarlyAndTheTaskGoesOn)
 {
     TaskHandle task = start([this]() -> Task<> {
         co_await clock.sleepThroughCancel(10s);
-        happened.push_back("early");
+        happened.emplace_back("early");
         co_await clock.sleep(1s); // The cancel is used up.
-        happened.push_back("later");
+        happened.emplace_back("later");
     });
     settle(io);
 

@@ -67,7 +67,7 @@ TEST(TaskHandle, cancelReachesATaskThatWaitsForAnother)
         try {
             co_await clock.sleep(1h);
         } catch (boost::system::system_error const&) {
-            happened.push_back("inner");
+            happened.emplace_back("inner");
             throw;
         }
     };
@@ -75,7 +75,7 @@ TEST(TaskHandle, cancelReachesATaskThatWaitsForAnother)
         try {
             co_await inner();
         } catch (boost::system::system_error const&) {
-            happened.push_back("outer");
+            happened.emplace_back("outer");
             throw;
         }
     });

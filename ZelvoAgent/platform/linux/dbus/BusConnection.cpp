@@ -237,7 +237,8 @@ private:
         bool const wasReady = link && link->isReady();
         close();
         if (wasReady)
-            for (std::size_t at = 0; at < observers.size(); ++at)
+            // By index, since an observer may add another.
+            for (std::size_t at = 0; at < observers.size(); ++at) // NOLINT(modernize-loop-convert)
                 observers[at](nullptr);
         retryLater();
     }

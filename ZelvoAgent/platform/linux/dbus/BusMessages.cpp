@@ -13,7 +13,7 @@ BusPtr opened(int (*open)(sd_bus**))
 template <class T>
 bool readBasic(sd_bus_message* message, char type, T& value)
 {
-    return sd_bus_message_read_basic(message, type, &value) > 0;
+    return sd_bus_message_read_basic(message, type, static_cast<void*>(&value)) > 0;
 }
 
 template <class T>

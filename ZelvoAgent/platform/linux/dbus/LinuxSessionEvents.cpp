@@ -34,7 +34,7 @@ struct LinuxSessionEvents::State {
             tell(event);
     }
 
-    void tell(SessionEvent event)
+    void tell(SessionEvent event) const
     {
         for (auto const& observer : observers.get())
             asio::post(main, [observer, event] { observer(event); });

@@ -139,11 +139,11 @@ private:
     BusSlotPtr slot; // agent
 };
 
-LinuxSingleInstance::LinuxSingleInstance(Contexts const& contexts,
+LinuxSingleInstance::LinuxSingleInstance(Contexts contexts,
                                          Clock& clock,
                                          BusConnection::Open open,
                                          std::filesystem::path folder)
-    : contexts(contexts), clock(clock), open(std::move(open)), socket(std::move(folder))
+    : contexts(std::move(contexts)), clock(clock), open(std::move(open)), socket(std::move(folder))
 {
 }
 

@@ -19,7 +19,7 @@ class LinuxSingleInstance final : public SingleInstance {
 public:
     /// open    makes the session bus
     /// folder  of the lock and the socket: lockFolder()
-    LinuxSingleInstance(Contexts const& contexts,
+    LinuxSingleInstance(Contexts contexts,
                         Clock& clock,
                         BusConnection::Open open,
                         std::filesystem::path folder);
@@ -35,7 +35,7 @@ private:
     enum class Claim { mine, another, noBus };
     Claim claimOnBus(std::vector<std::string> const& urls);
     bool claimInFolder(std::vector<std::string> const& urls);
-    void serveOnBus(BusPtr bus);
+    void serveOnBus(BusPtr made);
 
     Contexts contexts;
     Clock& clock;

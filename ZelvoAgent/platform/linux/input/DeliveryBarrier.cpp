@@ -19,7 +19,7 @@ constexpr int deepestNesting = 32;
 } // namespace
 
 DeliveryBarrier::DeliveryBarrier(Contexts contexts, Clock& clock, InputConnection& connection)
-    : contexts(contexts), clock(clock), connection(connection),
+    : contexts(std::move(contexts)), clock(clock), connection(connection),
       protocolsAtom(connection.atom("WM_PROTOCOLS")), pingAtom(connection.atom("_NET_WM_PING"))
 {
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/input/HeldInput.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace zelvo {
 
@@ -39,9 +40,9 @@ std::vector<InputStep> HeldInput::up(InputSwitch what)
         if (need.by == what)
             free.insert(free.end(), need.modifiers.begin(), need.modifiers.end());
     std::erase_if(needs, [what](Need const& need) { return need.by == what; });
-    for (auto modifier = free.rbegin(); modifier != free.rend(); ++modifier)
-        if (isPressed(key(*modifier)) && !isNeeded(*modifier))
-            release(key(*modifier), steps);
+    for (std::uint8_t const modifier : std::views::reverse(free))
+        if (isPressed(key(modifier)) && !isNeeded(modifier))
+            release(key(modifier), steps);
     return steps;
 }
 
@@ -51,12 +52,12 @@ std::vector<InputStep> HeldInput::releaseAll()
         return what.kind == InputSwitch::Kind::key && isNeeded(what.code);
     };
     std::vector<InputStep> steps;
-    for (auto what = pressed.rbegin(); what != pressed.rend(); ++what)
-        if (!isModifier(*what))
-            steps.push_back({*what, false});
-    for (auto what = pressed.rbegin(); what != pressed.rend(); ++what)
-        if (isModifier(*what))
-            steps.push_back({*what, false});
+    for (InputSwitch const what : std::views::reverse(pressed))
+        if (!isModifier(what))
+            steps.push_back({what, false});
+    for (InputSwitch const what : std::views::reverse(pressed))
+        if (isModifier(what))
+            steps.push_back({what, false});
     pressed.clear();
     needs.clear();
     return steps;

@@ -49,7 +49,7 @@ bool isKeypad(xkb_keysym_t symbol)
 
 bool isTypable(std::uint32_t character)
 {
-    return character >= 0x20 && !(character >= 0x7F && character < 0xA0);
+    return character >= 0x20 && (character < 0x7F || character >= 0xA0);
 }
 
 } // namespace

@@ -14,11 +14,11 @@ constexpr std::uint32_t buttonBit = 0x100;
 
 InputSwitch buttonOf(MouseButton button)
 {
-    constexpr std::uint8_t left = 1;
-    constexpr std::uint8_t middle = 2;
-    constexpr std::uint8_t right = 3;
-    std::uint8_t const number =
-        button == MouseButton::right ? right : (button == MouseButton::middle ? middle : left);
+    std::uint8_t number = 1;
+    if (button == MouseButton::middle)
+        number = 2;
+    else if (button == MouseButton::right)
+        number = 3;
     return {InputSwitch::Kind::button, number};
 }
 

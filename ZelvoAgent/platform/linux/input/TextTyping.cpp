@@ -9,6 +9,7 @@
 #include <xcb/xtest.h>
 
 #include <algorithm>
+#include <ranges>
 
 namespace zelvo {
 
@@ -142,8 +143,8 @@ void TextTyping::holdModifiers(std::vector<std::uint8_t> const& wanted)
 {
     if (wanted == modifiersDown)
         return;
-    for (auto key = modifiersDown.rbegin(); key != modifiersDown.rend(); ++key)
-        fakeKey(*key, false);
+    for (std::uint8_t const key : std::views::reverse(modifiersDown))
+        fakeKey(key, false);
     for (std::uint8_t const key : wanted)
         fakeKey(key, true);
     modifiersDown = wanted;

@@ -116,7 +116,7 @@ private:
     TaskHandle task;
 };
 
-X11HotKey::X11HotKey(Contexts contexts) : contexts(contexts) {}
+X11HotKey::X11HotKey(Contexts contexts) : contexts(std::move(contexts)) {}
 
 X11HotKey::~X11HotKey()
 {

@@ -147,8 +147,8 @@ private:
     void controlFrame(websocket::frame_type kind, std::string_view payload);
     void peerClosed();
 
-    void end(NetworkFailure failure);
-    void fail(NetworkFailure failure);
+    void end(NetworkFailure problem);
+    void fail(NetworkFailure problem);
     void drop();
     void deliver();
     OnMessage takeReceiver();
@@ -551,6 +551,7 @@ void Session::end(NetworkFailure problem)
         return;
     failure = std::move(problem);
     std::vector<OnSent> unsent;
+    unsent.reserve(outgoing.size());
     for (Outgoing& message : outgoing)
         unsent.push_back(std::move(message.onSent));
     while (outgoing.size() > (writing ? 1U : 0U))

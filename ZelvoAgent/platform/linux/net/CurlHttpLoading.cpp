@@ -55,13 +55,15 @@ void addHeader(HeaderList& list, std::string const& line)
 
 HeaderList headerList(HttpRequest const& request)
 {
+    constexpr std::string_view lineEnds("\r\n\0", 3);
     HeaderList list;
     addHeader(list, "Expect:");       // No waiting for "100 Continue".
     addHeader(list, "Content-Type:"); // Only what the caller says.
     for (auto const& [name, value] : request.headers) {
-        if ((name + value).find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos)
+        if (name.find_first_of(lineEnds) != std::string::npos ||
+            value.find_first_of(lineEnds) != std::string::npos)
             throw NetworkFailure{Kind::other, "a header holds a line break"};
-        addHeader(list, value.empty() ? name + ";" : name + ": " + value);
+        addHeader(list, name + (value.empty() ? ";" : ": ") + value);
     }
     return list;
 }

@@ -35,7 +35,7 @@ public:
     using Socket = asio::ip::tcp::socket;
     using ErrorCode = boost::system::error_code;
 
-    explicit TransportStream(Executor executor) : socket(std::move(executor)) {}
+    explicit TransportStream(Executor executor) : socket(executor) {}
     TransportStream(TransportStream const&) = delete;
     TransportStream& operator=(TransportStream const&) = delete;
 

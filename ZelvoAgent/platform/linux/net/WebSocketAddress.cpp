@@ -62,7 +62,8 @@ WebSocketAddress parseWebSocketAddress(std::string_view url)
         throw NetworkFailure{NetworkFailure::Kind::other, "the address names no host"};
     // Boost 1.81 takes a port modulo 65536, and what stands in a port's place as a path.
     bool const hasPort = parsed->has_port() && !parsed->port().empty();
-    auto const port = hasPort ? parsePort(parsed->port()) : address.secure ? securePort : plainPort;
+    auto const usual = address.secure ? securePort : plainPort;
+    auto const port = hasPort ? parsePort(parsed->port()) : usual;
     bool const pathSound = parsed->encoded_path().empty() || parsed->encoded_path().front() == '/';
     if (!port || !pathSound)
         throw NetworkFailure{NetworkFailure::Kind::other, "the address has an impossible port"};

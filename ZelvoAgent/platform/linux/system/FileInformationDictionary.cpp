@@ -21,7 +21,7 @@ fs::path executableFolder()
 
 fs::path FileInformationDictionary::fileFor(fs::path const& executableFolder)
 {
-    fs::path const beside = executableFolder / "Info.json";
+    fs::path beside = executableFolder / "Info.json";
     if (files::identityOf(beside))
         return beside;
     return executableFolder.parent_path() / "share" / "zelvo-agent" / "Info.json";

@@ -3,13 +3,13 @@
 #include "platform/linux/system/UniqueFd.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
 #include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 
 namespace zelvo::files {

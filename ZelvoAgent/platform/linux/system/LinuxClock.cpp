@@ -6,9 +6,9 @@
 #include <boost/asio/posix/stream_descriptor.hpp>
 
 #include <sys/timerfd.h>
-#include <time.h>
 
 #include <cerrno>
+#include <ctime>
 #include <mutex>
 #include <system_error>
 

@@ -25,7 +25,7 @@ bool isFileName(SecretName const& name)
 {
     std::string const file = name.service + "." + name.account;
     return !file.starts_with('.') && file.size() <= 200 &&
-           file.find_first_of(std::string_view("/\0", 2)) == file.npos;
+           file.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
 }
 
 } // namespace
@@ -161,10 +161,10 @@ Task<> LinuxSecretStore::remove(std::string service, std::string account)
     co_await on(strand, work);
 }
 
-void LinuxSecretStore::onBecameAvailable(std::function<void()> next)
+void LinuxSecretStore::onBecameAvailable(std::function<void()> call)
 {
     std::scoped_lock guard(observer->lock);
-    observer->call = std::move(next);
+    observer->call = std::move(call);
 }
 
 } // namespace zelvo

@@ -26,7 +26,7 @@ public:
     Task<std::optional<std::string>> get(std::string service, std::string account) override;
     Task<> set(std::string service, std::string account, std::string secret) override;
     Task<> remove(std::string service, std::string account) override;
-    void onBecameAvailable(std::function<void()> observer) override;
+    void onBecameAvailable(std::function<void()> call) override;
 
 private:
     class Rings;

@@ -130,7 +130,7 @@ private:
     bool isStale = false;
     bool foundDefault = false;
     std::optional<bool> told;
-    std::array<unsigned char, 32 * 1024> buffer{};
+    std::array<unsigned char, 32UL * 1024> buffer{};
 };
 
 RtnetlinkPath::RtnetlinkPath(Executor agent) : agent(std::move(agent)) {}

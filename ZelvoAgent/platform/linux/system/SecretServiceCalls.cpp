@@ -61,8 +61,7 @@ Attributes attributesOf(SecretName const& name)
 /// Without an address GLib would start a bus of its own.
 bool hasSessionBus()
 {
-    char const* const address =
-        std::getenv("DBUS_SESSION_BUS_ADDRESS"); // NOLINT(concurrency-mt-unsafe): only read.
+    char const* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (address && *address)
         return std::string_view(address).find("autolaunch:") == std::string_view::npos;
     std::error_code error;

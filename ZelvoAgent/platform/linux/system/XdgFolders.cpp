@@ -15,7 +15,7 @@ constexpr char const* identifier = "dev.zelvo.agent";
 
 std::optional<fs::path> absoluteIn(char const* variable)
 {
-    char const* const value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): nobody sets them here.
+    char const* const value = std::getenv(variable);
     if (!value || *value != '/')
         return std::nullopt;
     return fs::path(value);

@@ -42,7 +42,7 @@ bool isInterpreter(std::filesystem::path const& program)
     if (name.starts_with("python") || name.starts_with("perl") || name.starts_with("java") ||
         name.starts_with("gjs"))
         return true;
-    return std::any_of(std::begin(names), std::end(names), [&](char const* other) { return name == other; });
+    return std::ranges::any_of(names, [&](char const* other) { return name == other; });
 }
 
 std::filesystem::path onPath(std::string const& program)

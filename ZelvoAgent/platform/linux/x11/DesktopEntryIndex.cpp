@@ -16,7 +16,7 @@ std::string lastComponent(std::string const& id)
 
 } // namespace
 
-DesktopEntryIndex::DesktopEntryIndex(std::vector<DesktopEntry> given) : entries(std::move(given))
+DesktopEntryIndex::DesktopEntryIndex(std::vector<DesktopEntry> unsorted) : entries(std::move(unsorted))
 {
     std::ranges::sort(entries, [](DesktopEntry const& left, DesktopEntry const& right) {
         return std::tuple(left.noDisplay, left.id.size(), left.id) <

@@ -24,7 +24,7 @@ struct DesktopEntry {
 /// order: those that menus show first, then the shorter id. Thread: any; it never changes.
 class DesktopEntryIndex {
 public:
-    explicit DesktopEntryIndex(std::vector<DesktopEntry> entries = {});
+    explicit DesktopEntryIndex(std::vector<DesktopEntry> unsorted = {});
 
     DesktopEntry const* find(std::string_view id) const;
     /// The ids of entries whose StartupWMClass is this.

@@ -38,8 +38,8 @@ void PixelRegion::subtract(PixelRect const& hole)
             {rect.x, cut.y, cut.x - rect.x, cut.height},
             {cut.right(), cut.y, rect.right() - cut.right(), cut.height},
         };
-        std::copy_if(std::begin(parts), std::end(parts), std::back_inserter(left),
-                     [](PixelRect const& part) { return !part.isEmpty(); });
+        std::ranges::copy_if(parts, std::back_inserter(left),
+                             [](PixelRect const& part) { return !part.isEmpty(); });
     }
     rects = std::move(left);
 }

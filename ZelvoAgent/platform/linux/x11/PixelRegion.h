@@ -29,7 +29,7 @@ public:
     explicit PixelRegion(PixelRect const& rect) { add(rect); }
 
     void add(PixelRect const& rect);
-    void subtract(PixelRect const& rect);
+    void subtract(PixelRect const& hole);
     void subtract(PixelRegion const& other);
     PixelRegion intersected(PixelRect const& rect) const;
     PixelRegion intersected(PixelRegion const& other) const;

@@ -14,7 +14,7 @@ class X11Connection;
 /// one at a time, while the server is grabbed.
 class RootBackground {
 public:
-    explicit RootBackground(std::shared_ptr<X11Connection> connection);
+    explicit RootBackground(std::shared_ptr<X11Connection> server);
     ~RootBackground();
     RootBackground(RootBackground const&) = delete;
     RootBackground& operator=(RootBackground const&) = delete;

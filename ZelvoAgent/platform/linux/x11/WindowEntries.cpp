@@ -1,6 +1,7 @@
 #include "platform/linux/x11/WindowEntries.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace zelvo {
 
@@ -40,15 +41,15 @@ std::vector<WindowEntry>
 windowEntries(WindowSurvey const& survey, WindowOwners const& owners, DisplayLayout const& layout)
 {
     std::vector<WindowEntry> entries;
-    for (auto window = survey.windows.rbegin(); window != survey.windows.rend(); ++window) {
-        if (!isListed(*window))
+    for (SurveyedWindow const& window : std::views::reverse(survey.windows)) {
+        if (!isListed(window))
             continue;
         WindowEntry& entry = entries.emplace_back();
-        entry.id = window->id;
-        entry.ownerPid = window->client.pid;
-        entry.layer = layerOf(*window, owners.isOwn(window->client));
-        entry.bounds = boundsOf(*window, layout);
-        entry.owner = owners.namesOf(*window);
+        entry.id = window.id;
+        entry.ownerPid = window.client.pid;
+        entry.layer = layerOf(window, owners.isOwn(window.client));
+        entry.bounds = boundsOf(window, layout);
+        entry.owner = owners.namesOf(window);
     }
     return entries;
 }

@@ -19,7 +19,7 @@ class WindowWatch {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    explicit WindowWatch(std::shared_ptr<X11Connection> connection);
+    explicit WindowWatch(std::shared_ptr<X11Connection> server);
 
     /// Takes the events that have come.
     void takeEvents();

@@ -32,6 +32,7 @@ X11Atoms X11Atoms::intern(xcb_connection_t* connection, int screenNumber)
         {"_NET_WM_CM_S" + std::to_string(screenNumber), &atoms.compositor},
     };
     std::vector<xcb_intern_atom_cookie_t> cookies;
+    cookies.reserve(wanted.size());
     for (auto const& [name, atom] : wanted)
         cookies.push_back(
             xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data()));

@@ -32,9 +32,9 @@ struct CaptureResult {
 /// memory. Thread: one at a time; blocks.
 class X11Capture {
 public:
-    /// connection: this object's alone. Redirects all windows into memory of their own, for as long as it
+    /// server: this object's alone. Redirects all windows into memory of their own, for as long as it
     /// lives.
-    X11Capture(std::shared_ptr<X11Connection> connection, DesktopEntries& entries);
+    X11Capture(std::shared_ptr<X11Connection> server, DesktopEntries& entries);
     ~X11Capture();
 
     /// area: pixels of the root window. lastTry: windows that would call for waiting are left out where they

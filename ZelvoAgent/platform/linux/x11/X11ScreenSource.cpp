@@ -13,6 +13,7 @@ namespace {
 std::vector<Display> displaysOf(std::vector<DisplayLayout> const& layouts)
 {
     std::vector<Display> displays;
+    displays.reserve(layouts.size());
     for (DisplayLayout const& layout : layouts)
         displays.push_back({.id = layout.displayId,
                             .widthPoints = layout.widthPixels / layout.scale,

@@ -18,12 +18,12 @@ class X11Capture;
 /// Pictures of the X screen. Blocking work runs on the workers, one picture at a time.
 class X11ScreenSource final : public ScreenSource {
 public:
-    /// Opens a connection of its own when `connection` stands, which blocks for a moment, and redirects all
-    /// windows into memory for as long as it lives. connection: null when the server can't be reached; then
+    /// Opens a connection of its own when `shared` stands, which blocks for a moment, and redirects all
+    /// windows into memory for as long as it lives. shared: null when the server can't be reached; then
     /// nothing can be captured.
-    X11ScreenSource(Contexts contexts,
+    X11ScreenSource(Contexts given,
                     Clock& clock,
-                    std::shared_ptr<X11Connection> connection,
+                    std::shared_ptr<X11Connection> shared,
                     X11DisplayLayout& layout,
                     DesktopEntries& entries);
     ~X11ScreenSource() override;
