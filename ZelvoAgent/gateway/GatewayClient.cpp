@@ -22,7 +22,7 @@ constexpr Duration pingPeriod = 20s;
 constexpr Duration pongTimeout = 15s;
 constexpr int goingAway = 1001;
 /// Parsing and serialising above this size is left to the workers.
-constexpr std::size_t largeText = 64U * 1024;
+constexpr std::size_t largeText = 64UL * 1024;
 
 using Kind = GatewayConnectionState::Kind;
 
