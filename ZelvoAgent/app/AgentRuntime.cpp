@@ -34,6 +34,7 @@ void AgentRuntime::start()
     watchNetwork();
     watchSession();
     watchSecrets();
+    watchAccessibility();
     connectIfLinked();
 }
 
@@ -42,6 +43,16 @@ void AgentRuntime::buildRouter()
     Platform& platform = services.platform;
     Executor const workers = services.contexts.workers;
     screen = std::make_unique<ScreenCapture>(services.contexts, platform.screen(), services.hiddenApps);
+    electron = std::make_unique<ElectronAccessibility>(services.contexts, platform.accessibility());
+    tree = std::make_unique<AccessibilityTree>(
+        AccessibilityTree::Services{.contexts = services.contexts,
+                                    .clock = platform.clock(),
+                                    .accessibility = platform.accessibility(),
+                                    .access = platform.access(),
+                                    .workspace = platform.workspace(),
+                                    .hiddenApps = services.hiddenApps,
+                                    .electron = *electron,
+                                    .ownPid = platform.facts().ownPid()});
     input = std::make_unique<InputDriver>(services.gate, platform.clock());
     hiddenGuard = std::make_unique<HiddenAppGuard>(workers, services.hiddenApps, platform.workspace(),
                                                    platform.windows());
@@ -49,6 +60,7 @@ void AgentRuntime::buildRouter()
     probe = std::make_unique<ElementProbe>(workers, platform.workspace(), services.hiddenApps);
     RpcRouter::Members members{
         .screen = *screen,
+        .tree = *tree,
         .input = *input,
         .hiddenGuard = *hiddenGuard,
         .probe = *probe,
@@ -187,6 +199,26 @@ void AgentRuntime::watchSession()
         if (event == SessionEvent::didWake)
             reconnectNow();
     });
+}
+
+void AgentRuntime::watchAccessibility()
+{
+    Accessibility& accessibility = services.platform.accessibility();
+    accessibility.observeUnreadable([this](std::int32_t pid) {
+        spawn(services.contexts.main, [this, pid] { return logUnreadable(pid); });
+    });
+    spawn(services.contexts.agent, [&accessibility] { return accessibility.switchOn(); });
+}
+
+/// An application that started before this program asked for it publishes nothing.
+Task<> AgentRuntime::logUnreadable(std::int32_t pid)
+{
+    auto const application = co_await on(services.contexts.workers,
+                                         [&] { return services.platform.workspace().application(pid); });
+    if (application)
+        services.state.log({.platform = localized("activity.thisMac"),
+                            .summary = localized("activity.unreadable", {application->localizedName}),
+                            .kind = ActivityKind::mac});
 }
 
 void AgentRuntime::watchSecrets()

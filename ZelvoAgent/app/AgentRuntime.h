@@ -1,6 +1,8 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "drivers/AccessibilityTree.h"
+#include "drivers/ElectronAccessibility.h"
 #include "drivers/ElementProbe.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/HiddenAppsStore.h"
@@ -66,6 +68,9 @@ public:
     std::string consoleUrl() const;
     /// The HTTP form of the gateway's address.
     std::string httpBase() const;
+    SessionRecording& recording() { return recorder; }
+    /// Switches off what was switched on in other applications. After start.
+    Task<> restoreApplications() { return electron->disableAll(); }
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
 
     /// Ends the link at the process's end; resumes when the socket was told.
@@ -81,10 +86,14 @@ private:
     void watchNetwork();
     void watchSession();
     void watchSecrets();
+    void watchAccessibility();
+    Task<> logUnreadable(std::int32_t pid);
     void sendEvent(std::string name, std::optional<std::string> connectionId, json::object data);
 
     Services services;
     std::unique_ptr<ScreenCapture> screen;
+    std::unique_ptr<ElectronAccessibility> electron;
+    std::unique_ptr<AccessibilityTree> tree;
     std::unique_ptr<InputDriver> input;
     std::unique_ptr<HiddenAppGuard> hiddenGuard;
     std::unique_ptr<OwnUiGuard> ownUi;

@@ -4,7 +4,9 @@
 #include "base/Task.h"
 
 #include <chrono>
-#include <thread>
+#include <memory>
+#include <semaphore>
+#include <tuple>
 
 namespace zelvo {
 
@@ -14,9 +16,10 @@ constexpr std::chrono::seconds timeToFinish{2};
 
 } // namespace
 
-AppDelegate::AppDelegate(Contexts contexts, Platform& platform)
+AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit)
     : contexts(contexts), platform(platform), parts(contexts, platform),
-      consent(parts.links, parts.gate, contexts.main)
+      consent(parts.links, parts.gate, contexts.main), quit(std::move(quit)),
+      termination(contexts.main, parts.runtime.recording(), this->quit)
 {
 }
 
@@ -56,12 +59,26 @@ void AppDelegate::bringToFront()
     consent.show();
 }
 
+void AppDelegate::terminate()
+{
+    if (termination.shouldTerminate() == Termination::Reply::terminateNow)
+        quit();
+}
+
 void AppDelegate::willTerminate()
 {
     spawn(contexts.agent, [this] { return parts.runtime.shutDown(); });
+    spawn(contexts.agent, [this] { return platform.accessibility().switchOff(); });
     platform.http().endCalls();
-    // The time in which the other threads end what they have begun.
-    std::this_thread::sleep_for(timeToFinish);
+    auto const restored = std::make_shared<std::binary_semaphore>(0);
+    if (hasStarted)
+        spawn(contexts.main, [this, restored]() -> Task<> {
+            co_await parts.runtime.restoreApplications();
+            restored->release();
+        });
+    // That task belongs to the very thread that waits here, so the time always runs out: it is the time in
+    // which the other threads end what they have begun.
+    std::ignore = restored->try_acquire_for(timeToFinish);
     platform.defaults().writeNow();
 }
 

@@ -2,9 +2,11 @@
 
 #include "app/AgentParts.h"
 #include "app/ConsentPresenter.h"
+#include "app/Termination.h"
 #include "base/Contexts.h"
 #include "platform/Platform.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +17,8 @@ namespace zelvo {
 /// finished before the process may end. Thread: main.
 class AppDelegate {
 public:
-    AppDelegate(Contexts contexts, Platform& platform);
+    /// quit: ends the event loop.
+    AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit);
 
     /// Starts the agent. Once a process.
     void start();
@@ -23,8 +26,10 @@ public:
     void open(std::vector<std::string> const& urls);
     /// Shows the program to a person who started it a second time.
     void bringToFront();
-    /// Ends the link and writes what is left to write. Takes two seconds, in which the main thread does
-    /// nothing else.
+    /// Asks for the end of the process: `quit` is called now, or when an open film is closed.
+    void terminate();
+    /// Ends the link, takes back what was changed in other applications and writes what is left to write.
+    /// Takes two seconds, in which the main thread does nothing else.
     void willTerminate();
 
 private:
@@ -34,6 +39,8 @@ private:
     Platform& platform;
     AgentParts parts;
     ConsentPresenter consent;
+    std::function<void()> quit;
+    Termination termination;
     std::optional<std::string> pendingLinkToken;
     bool hasStarted = false;
 };

@@ -11,17 +11,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <memory>
 
 namespace zelvo {
 namespace {
 
 // SIGTERM, SIGINT and SIGHUP are the normal end, like the end of the session and "Quit".
-void endOnSignals(asio::signal_set& signals, Executor main)
+void endOnSignals(asio::signal_set& signals, Executor main, std::function<void()> end)
 {
-    signals.async_wait([main](boost::system::error_code const& error, int) {
+    signals.async_wait([main, end = std::move(end)](boost::system::error_code const& error, int) {
         if (!error)
-            asio::post(main, [] { QCoreApplication::quit(); });
+            asio::post(main, end);
     });
 }
 
@@ -57,10 +58,14 @@ int runApplication(char* program, std::vector<std::string> const& urls)
     auto& threads = *new ProgramThreads; // Never taken apart; see there.
     Contexts const contexts = threads.contexts();
     asio::signal_set signals(threads.agentContext(), SIGTERM, SIGINT, SIGHUP);
-    endOnSignals(signals, contexts.main);
-    std::unique_ptr<Platform> platform = makePlatform(contexts);
-
     std::unique_ptr<AppDelegate> delegate;
+    endOnSignals(signals, contexts.main, [&delegate] {
+        if (delegate)
+            delegate->terminate();
+        else
+            QCoreApplication::quit();
+    });
+    std::unique_ptr<Platform> platform = makePlatform(contexts);
     SingleInstance::Requests requests{
         .open = [&delegate](std::vector<std::string> const& opened) { delegate->open(opened); },
         .activate = [&delegate] { delegate->bringToFront(); }};
@@ -69,7 +74,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         ToolkitArguments arguments{.values = {program, nullptr}};
         QApplication application(arguments.count, arguments.values);
         describeToToolkit(application);
-        delegate = std::make_unique<AppDelegate>(contexts, *platform);
+        delegate = std::make_unique<AppDelegate>(contexts, *platform, [] { QCoreApplication::quit(); });
         delegate->open(urls);
         delegate->start();
         result = QApplication::exec();

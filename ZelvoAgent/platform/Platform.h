@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
+#include "platform/Accessibility.h"
 #include "platform/EventPosting.h"
 #include "platform/HotKey.h"
 #include "platform/HttpLoading.h"
@@ -40,6 +41,7 @@ public:
     virtual HotKey& hotKey() = 0;
     virtual Workspace& workspace() = 0;
     virtual WindowList& windows() = 0;
+    virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
     virtual EventPosting& events() = 0;
     virtual SystemAccess& access() = 0;

@@ -13,6 +13,10 @@ public:
     virtual ~SessionRecording() = default;
     virtual Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) = 0;
     virtual Task<> agentLooked() = 0;
+    /// Is a film being written? Does not wait.
+    virtual bool hasOpenFile() const = 0;
+    /// Closes the film. quitting: for the end of the process.
+    virtual Task<> finishNow(bool quitting) = 0;
 };
 
 /// Where there is no recorder.
@@ -20,6 +24,8 @@ class NoSessionRecording final : public SessionRecording {
 public:
     Task<> agentActed(std::optional<std::string>, std::string) override { co_return; }
     Task<> agentLooked() override { co_return; }
+    bool hasOpenFile() const override { return false; }
+    Task<> finishNow(bool) override { co_return; }
 };
 
 } // namespace zelvo

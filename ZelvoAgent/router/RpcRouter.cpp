@@ -22,7 +22,7 @@ constexpr std::size_t longestLoggedName = 200; // Characters.
 
 RpcRouter::RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Members members)
     : contexts(contexts), clock(clock), state(state), members(std::move(members)),
-      strand(asio::make_strand(contexts.agent))
+      strand(asio::make_strand(contexts.agent)), snapshots(clock)
 {
 }
 
@@ -33,6 +33,7 @@ std::map<std::string_view, RpcRouter::Handler> const& RpcRouter::methods()
         {"display.info", &RpcRouter::displayInfo},
         {"permissions.get", &RpcRouter::permissionsGet},
         {"screenshot", &RpcRouter::screenshot},
+        {"ui.tree", &RpcRouter::uiTree},
         {"actions.perform", &RpcRouter::handleActions},
         {"cursor.position", &RpcRouter::cursorPosition},
         {"connection.grant", &RpcRouter::connectionGrant},

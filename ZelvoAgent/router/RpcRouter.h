@@ -7,8 +7,10 @@
 #include "drivers/InputDriving.h"
 #include "drivers/OwnUiGuard.h"
 #include "drivers/ScreenCapture.h"
+#include "drivers/TreeCapturing.h"
 #include "recording/SessionRecording.h"
 #include "router/AgentCursorPresenting.h"
+#include "router/SnapshotStore.h"
 #include "state/AgentState.h"
 #include "wire/AgentError.h"
 #include "wire/AgentMode.h"
@@ -33,6 +35,7 @@ class RpcRouter {
 public:
     struct Members {
         ScreenCapture& screen;
+        TreeCapturing& tree;
         InputDriving& input;
         HiddenAppGuard& hiddenGuard;
         ElementProbing& probe;
@@ -70,6 +73,9 @@ private:
     Task<json::value> screenshot(RpcFrame frame);
     Task<json::value> cursorPosition(RpcFrame frame);
     Task<json::value> handleScreenshot(RpcFrame frame);
+    Task<json::value> uiTree(RpcFrame frame);
+    Task<json::value> handleUiTree(RpcFrame frame);
+    static json::object encode(UiElementInfo const& element);
 
     // RouterActions.cpp
     Task<json::value> handleActions(RpcFrame frame);
@@ -96,6 +102,7 @@ private:
     Members const members;
     Executor const strand;
     bool controlBusy = false; // strand; a batch of actions runs
+    SnapshotStore snapshots;  // strand
 };
 
 } // namespace zelvo

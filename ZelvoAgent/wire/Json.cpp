@@ -137,6 +137,14 @@ std::string writeJson(json::value const& value)
     return json::serialize(value);
 }
 
+json::value plainNumber(double number)
+{
+    constexpr double exact = 9007199254740992; // 2^53: up to it every integer is a double.
+    if (std::abs(number) <= exact && std::trunc(number) == number)
+        return static_cast<std::int64_t>(number);
+    return number;
+}
+
 namespace read {
 
 std::optional<std::string> text(json::object const& object, std::string_view key)

@@ -18,8 +18,9 @@ namespace json = boost::json;
 /// Nothing when the text is not JSON, is not UTF-8, nests deeper, or holds a number beyond a double.
 std::optional<json::value> parseJson(std::string_view text);
 
-/// The shortest JSON text of a value.
 std::string writeJson(json::value const& value);
+/// A number that is written as an integer where it is one: 20 and not 2E1.
+json::value plainNumber(double number);
 
 /// Lenient readers: a key of the wrong type counts as missing.
 namespace read {

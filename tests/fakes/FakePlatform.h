@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fakes/FakeAccessibility.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventPosting.h"
 #include "fakes/FakeHttpLoading.h"
@@ -31,6 +32,7 @@ public:
     FakeHotKey key;
     FakeWorkspace desktop;
     FakeWindowList windowList;
+    FakeAccessibility elements;
     FakeScreenSource screenSource;
     FakeEventPosting posting;
     FakeSystemAccess systemAccess;
@@ -60,6 +62,7 @@ public:
     HotKey& hotKey() override { return key; }
     Workspace& workspace() override { return desktop; }
     WindowList& windows() override { return windowList; }
+    Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
     EventPosting& events() override { return posting; }
     SystemAccess& access() override { return systemAccess; }

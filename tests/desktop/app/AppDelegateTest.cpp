@@ -37,7 +37,8 @@ protected:
     char* arguments[2] = {program, nullptr};
     std::optional<QApplication> application;
     FakePlatform platform;
-    AppDelegate delegate{platform.contexts, platform};
+    int quits = 0;
+    AppDelegate delegate{platform.contexts, platform, [this] { ++quits; }};
 };
 
 using Tokens = std::vector<std::string>;
@@ -100,6 +101,22 @@ TEST_F(AppDelegateTest, takesTwoSecondsToEndAndWritesWhatIsLeft)
     EXPECT_LT(taken, std::chrono::seconds(3));
     EXPECT_EQ(platform.settings.finalWrites, 1);
     EXPECT_EQ(platform.loading.endings, 1); // A silent server does not hold up the end.
+    platform.settle();
+    EXPECT_EQ(platform.elements.switchedOff, 1);
+}
+
+TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenFilm)
+{
+    delegate.start();
+    delegate.terminate();
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(AppDelegateTest, asksApplicationsToPublishTheirElementsFromTheStart)
+{
+    delegate.start();
+    platform.settle();
+    EXPECT_EQ(platform.elements.switchedOn, 1);
 }
 
 TEST_F(AppDelegateTest, hasAnIcon)

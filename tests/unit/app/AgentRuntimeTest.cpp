@@ -326,5 +326,30 @@ TEST_F(AgentRuntimeTest, shutDownTellsTheGateway)
     EXPECT_EQ(platform.opener.last().cancelCode, 1001);
 }
 
+TEST_F(AgentRuntimeTest, tellsThePersonOfAnApplicationThatMustBeStartedAnew)
+{
+    start();
+    platform.desktop.running[300] = {.pid = 300, .names = {{"org.old"}}, .localizedName = "Old"};
+    platform.elements.unreadable(300);
+    platform.elements.unreadable(301); // Gone meanwhile.
+    platform.settle();
+    ASSERT_FALSE(parts.state.activity().empty());
+    EXPECT_EQ(parts.state.activity().front().summary, localized("activity.unreadable", {"Old"}));
+}
+
+TEST_F(AgentRuntimeTest, readsTheElementsOfTheApplicationInFront)
+{
+    platform.settings.contents["ZelvoMode"] = R"("cloud")";
+    platform.desktop.front =
+        RunningApplication{.pid = 100, .names = {{"org.editor"}}, .localizedName = "Editor"};
+    platform.elements.applications[100].focusedWindow =
+        FakeElement{.role = "AXWindow", .children = {{FakeElement{.role = "AXButton", .title = "Send"}}}};
+    link();
+    start();
+    platform.opener.last().deliver(R"({"id":"9","method":"ui.tree","params":{}})");
+    platform.settle();
+    EXPECT_THAT(sent().back(), testing::HasSubstr(R"([e0] button \"Send\" (10,20 100x50))"));
+}
+
 } // namespace
 } // namespace zelvo

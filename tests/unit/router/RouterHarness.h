@@ -3,6 +3,7 @@
 #include "drivers/ElementProbe.h"
 #include "drivers/InputDriver.h"
 #include "fakes/FakePlatform.h"
+#include "fakes/FakeTree.h"
 #include "router/RpcRouter.h"
 
 #include <gtest/gtest.h>
@@ -51,6 +52,8 @@ public:
         told.emplace_back("looked");
         co_return;
     }
+    bool hasOpenFile() const override { return false; }
+    Task<> finishNow(bool) override { co_return; }
 };
 
 /// The router on a machine in memory, with one granted connection "c" of the platform "Acme" that holds every
@@ -66,6 +69,7 @@ protected:
                       .refreshDisplay = [] {}}};
     HiddenAppsStore hiddenApps{platform.contexts.agent, platform.settings};
     ScreenCapture capture{platform.contexts, platform.screenSource, hiddenApps};
+    FakeTree tree{platform.time};
     InputDriver input{platform.posting, platform.time};
     HiddenAppGuard hiddenGuard{platform.contexts.workers, hiddenApps, platform.desktop, platform.windowList};
     ZelvoWindows ownWindows{platform.windowList, platform.machineFacts.pid};
@@ -87,6 +91,7 @@ protected:
     {
         RpcRouter::Members members{
             .screen = capture,
+            .tree = tree,
             .input = input,
             .hiddenGuard = hiddenGuard,
             .probe = probe,

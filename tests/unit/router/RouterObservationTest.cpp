@@ -31,7 +31,7 @@ TEST_F(RouterObservationTest, resultHasItsKeys)
     EXPECT_EQ(result.at("imageHeight"), 982);
     EXPECT_EQ(result.at("widthPoints"), 1512);
     EXPECT_EQ(result.at("heightPoints"), 982);
-    EXPECT_EQ(result.at("scale"), 1.0);
+    EXPECT_EQ(result.at("scale"), 1);
     EXPECT_EQ(bytes(result).substr(0, 3), "\xff\xd8\xff");
 }
 
@@ -80,6 +80,139 @@ TEST_F(RouterObservationTest, hiddenAndOwnApplicationsAreExcludedFromTheRequest)
     run(platform.io, hiddenApps.remove("com.bank"));
     shot();
     EXPECT_EQ(platform.screenSource.requests.back().excluded, (std::set<std::string>{"dev.zelvo.agent"}));
+}
+
+UiElementInfo sendButton()
+{
+    return {
+        .id = "e0", .role = "AXButton", .title = "Send", .frame = {12.5, 20, 80, 24}, .actions = {"AXPress"}};
+}
+
+UiElementInfo fullField()
+{
+    return {.id = "e1",
+            .role = "AXTextField",
+            .subrole = "AXSearchField",
+            .title = "Find",
+            .elementDescription = "Looks for a word",
+            .value = "fox",
+            .identifier = "search",
+            .frame = {1, 2, 3, 4},
+            .enabled = false,
+            .focused = true};
+}
+
+class RouterTreeTest : public RouterHarness {
+protected:
+    void SetUp() override
+    {
+        RouterHarness::SetUp();
+        front("org.editor", "Editor");
+        tree.elements = {sendButton(), fullField()};
+    }
+    json::object result(std::string const& params = "{}")
+    {
+        return call("ui.tree", params).at("result").as_object();
+    }
+};
+
+TEST_F(RouterTreeTest, resultHasItsKeys)
+{
+    EXPECT_EQ(json::value(result()), *parseJson(R"({
+        "snapshotId": "snp_1",
+        "truncated": false,
+        "elements": [
+            {"id": "e0", "role": "AXButton", "frame": {"x": 12.5, "y": 20.0, "w": 80.0, "h": 24.0},
+             "enabled": true, "focused": false, "actions": ["AXPress"], "title": "Send"},
+            {"id": "e1", "role": "AXTextField", "frame": {"x": 1.0, "y": 2.0, "w": 3.0, "h": 4.0},
+             "enabled": false, "focused": true, "actions": [], "title": "Find", "subrole": "AXSearchField",
+             "description": "Looks for a word", "value": "fox", "identifier": "search"}],
+        "app": {"bundleId": "org.editor", "name": "Editor"},
+        "compact": "[e0] button \"Send\" (12,20 80x24)\n[e1] textfield \"Find\" value=\"fox\" (1,2 3x4) disabled focused"
+    })"));
+}
+
+TEST_F(RouterTreeTest, tellsThatItIsTruncatedAndLeavesOutAnUnknownApplication)
+{
+    tree.truncated = true;
+    tree.app.reset();
+    tree.elements.clear();
+    EXPECT_EQ(json::value(result()),
+              *parseJson(R"({"snapshotId": "snp_1", "truncated": true, "elements": [], "compact": ""})"));
+}
+
+TEST_F(RouterTreeTest, isLoggedAsALook)
+{
+    result();
+    EXPECT_THAT(recorder.told, testing::ElementsAre("looked"));
+    ASSERT_FALSE(state.activity().empty());
+    EXPECT_EQ(state.activity().front().platformName, "Acme");
+}
+
+struct TreeParams {
+    char const* params;
+    FakeTree::Asked asked;
+};
+
+class RouterTreeParams : public RouterTreeTest, public testing::WithParamInterface<TreeParams> {};
+
+TEST_P(RouterTreeParams, areRead)
+{
+    result(GetParam().params);
+    EXPECT_EQ(tree.asked.back(), GetParam().asked) << GetParam().params;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All,
+    RouterTreeParams,
+    testing::Values(TreeParams{R"({})", {TreeScope::frontmost, true, {}}},
+                    TreeParams{R"({"scope":"frontmost"})", {TreeScope::frontmost, true, {}}},
+                    TreeParams{R"({"scope":"all_windows"})", {TreeScope::allWindows, true, {}}},
+                    TreeParams{R"({"scope":"menu_bar"})", {TreeScope::menuBar, true, {}}},
+                    TreeParams{R"({"scope":"everything"})", {TreeScope::frontmost, true, {}}},
+                    TreeParams{R"({"scope":"ALL_WINDOWS"})", {TreeScope::frontmost, true, {}}},
+                    TreeParams{R"({"scope":3})", {TreeScope::frontmost, true, {}}},
+                    TreeParams{R"({"interactiveOnly":false})", {TreeScope::frontmost, false, {}}},
+                    TreeParams{R"({"interactiveOnly":"false"})", {TreeScope::frontmost, true, {}}},
+                    TreeParams{R"({"interactiveOnly":0})", {TreeScope::frontmost, true, {}}}));
+
+TEST_F(RouterTreeTest, anyOtherFormatLeavesOutTheLines)
+{
+    EXPECT_TRUE(result(R"({"format":"compact"})").contains("compact"));
+    EXPECT_TRUE(result(R"({"format":7})").contains("compact"));
+    for (char const* const params : {R"({"format":"json"})", R"({"format":"Compact"})", R"({"format":""})"}) {
+        json::object const plain = result(params);
+        EXPECT_FALSE(plain.contains("compact")) << params;
+        EXPECT_EQ(plain.at("elements").as_array().size(), 2u) << params;
+    }
+}
+
+TEST_F(RouterTreeTest, ownWindowInFrontIsRefusedBeforeTheWalk)
+{
+    front("dev.zelvo.agent", "Zelvo");
+    EXPECT_EQ(code(call("ui.tree")), "zelvo_ui_protected");
+    EXPECT_TRUE(tree.asked.empty());
+}
+
+TEST_F(RouterTreeTest, ownWindowThatCameToTheFrontDuringTheWalkIsRefused)
+{
+    tree.app = {"dev.zelvo.agent", "Zelvo"};
+    EXPECT_EQ(code(call("ui.tree")), "zelvo_ui_protected");
+    EXPECT_EQ(tree.asked.size(), 1u);
+}
+
+TEST_F(RouterTreeTest, failuresOfTheWalkPassThrough)
+{
+    tree.failsWith = AgentError::hiddenAppActive;
+    EXPECT_EQ(code(call("ui.tree")), "hidden_app_active");
+    tree.failsWith = AgentError::permissionMissing;
+    EXPECT_EQ(code(call("ui.tree")), "permission_missing");
+}
+
+TEST_F(RouterTreeTest, needsTheScreenScope)
+{
+    state.setScopes({AgentScope::input}, "c");
+    EXPECT_EQ(code(call("ui.tree")), "scope_denied");
 }
 
 } // namespace

@@ -191,5 +191,15 @@ TEST(JsonReaders, takeIntegersAsNumbersToo)
     EXPECT_EQ(read::truth(object, "b"), true);
 }
 
+TEST(PlainNumber, isAnIntegerWhereItIsOne)
+{
+    EXPECT_EQ(writeJson(plainNumber(20)), "20");
+    EXPECT_EQ(writeJson(plainNumber(-3)), "-3");
+    EXPECT_EQ(writeJson(plainNumber(-0.0)), "0");
+    EXPECT_TRUE(plainNumber(12.5).is_double());
+    EXPECT_TRUE(plainNumber(1e300).is_double());
+    EXPECT_EQ(plainNumber(9007199254740992), 9007199254740992);
+}
+
 } // namespace
 } // namespace zelvo

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "base/Task.h"
+#include "recording/SessionRecording.h"
+
+#include <functional>
+
+namespace zelvo {
+
+/// Decides whether the process may end now: a film that is open is closed first. Thread: main.
+class Termination {
+public:
+    enum class Reply { terminateNow, terminateLater };
+
+    /// terminate: ends the process; called once after a `terminateLater`.
+    Termination(Executor main, SessionRecording& recorder, std::function<void()> terminate);
+
+    Reply shouldTerminate();
+
+private:
+    Executor main;
+    SessionRecording& recorder;
+    std::function<void()> terminate;
+    bool isFinishing = false;
+};
+
+} // namespace zelvo

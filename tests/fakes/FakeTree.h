@@ -1,0 +1,45 @@
+#pragma once
+
+#include "drivers/TreeCapturing.h"
+#include "wire/AgentError.h"
+
+namespace zelvo {
+
+/// Gives the elements that a test wants to be seen, and keeps what it was asked for.
+class FakeTree final : public TreeCapturing {
+public:
+    struct Asked {
+        TreeScope scope{};
+        bool interactiveOnly = false;
+        std::optional<std::int32_t> targetPid;
+        bool operator==(Asked const&) const = default;
+    };
+
+    explicit FakeTree(Clock& clock) : clock(clock) {}
+
+    std::optional<UiTreeSnapshot::App> app = UiTreeSnapshot::App{"org.editor", "Editor"};
+    std::vector<UiElementInfo> elements;
+    bool truncated = false;
+    std::optional<AgentError> failsWith;
+    std::vector<Asked> asked;
+
+    Task<UiTreeSnapshot>
+    snapshot(TreeScope scope, bool interactiveOnly, std::optional<std::int32_t> targetPid) override
+    {
+        asked.push_back({scope, interactiveOnly, targetPid});
+        if (failsWith)
+            throw *failsWith;
+        UiTreeSnapshot taken;
+        taken.snapshotId = "snp_" + std::to_string(asked.size());
+        taken.app = app;
+        taken.elements = elements;
+        taken.truncated = truncated;
+        taken.createdAt = clock.date();
+        co_return taken;
+    }
+
+private:
+    Clock& clock;
+};
+
+} // namespace zelvo
