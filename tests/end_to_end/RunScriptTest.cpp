@@ -88,6 +88,8 @@ TEST_F(RunScript, asksOnThePersonsDesktopAndKeepsTheLink)
     require("the focus", [&] { return desktop.activeWindow() == window; });
     desktop.run({"xdotool", "key", "Return"});
     ASSERT_TRUE(says("Ctrl-C ends all of it")) << said();
+    EXPECT_NE(desktop.run({"sh", "-c", lineAfter("Type where the cursor is")}, 30).find("\"ok\":true"),
+              std::string::npos);
     EXPECT_FALSE(fs::exists(desktop.configHome() / "dev.zelvo.agent"));
     EXPECT_FALSE(fs::exists(desktop.dataHome() / "dev.zelvo.agent"));
     endByCtrlC();
