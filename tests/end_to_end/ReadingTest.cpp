@@ -26,7 +26,7 @@ protected:
     {
         for (json::value const& each : tree.at("elements").as_array()) {
             json::object const& element = each.as_object();
-            if (element.at("role") == role && read::text(element, "title").value_or("") == title)
+            if (read::text(element, "role") == role && read::text(element, "title").value_or("") == title)
                 return element;
         }
         throw std::runtime_error("no " + std::string(title) + " in " + writeJson(tree));

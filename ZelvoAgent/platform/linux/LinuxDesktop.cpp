@@ -27,7 +27,8 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
               user,
               variable("DISPLAY").value_or(""),
               [display = display] { return display && display->isAlive(); }),
-      access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS"))
+      access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS")),
+      accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"))
 {
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "platform/linux/atspi/AtspiAccessibility.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/dbus/LinuxSessionEvents.h"
 #include "platform/linux/dbus/LinuxSystemAccess.h"
@@ -35,6 +36,7 @@ struct LinuxDesktop {
     X11HotKey hotKey;
     LinuxSessionEvents session;
     LinuxSystemAccess access;
+    AtspiAccessibility accessibility;
 
 private:
     DisplayFacts displayFacts() const;
