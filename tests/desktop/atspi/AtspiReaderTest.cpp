@@ -1,0 +1,431 @@
+#include "desktop/atspi/AtspiDesk.h"
+
+#include <boost/json/array.hpp>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+namespace zelvo::test {
+
+namespace {
+
+namespace json = boost::json;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using enum AccessibilityAttribute;
+
+std::vector<std::string> titles(Walk const& walk)
+{
+    std::vector<std::string> all;
+    for (WalkedElement const& element : walk.elements)
+        all.push_back(element.title.value_or(""));
+    return all;
+}
+
+std::string told(Walk const& walk)
+{
+    std::string text;
+    for (WalkedElement const& one : walk.elements) {
+        text += std::to_string(one.depth) + one.role + one.subrole.value_or("-") + one.title.value_or("-") +
+                one.description.value_or("-") + one.identifier.value_or("-") + one.value.value_or("-");
+        if (one.position && one.size)
+            text += std::to_string(one.position->x) + "," + std::to_string(one.position->y) + "," +
+                    std::to_string(one.size->width) + "," + std::to_string(one.size->height);
+        for (std::string const& action : one.actions)
+            text += "[" + action + "]";
+        text += "\n";
+    }
+    return text;
+}
+
+/// A tree of about that many elements with something of everything.
+json::array mixedTree(int elements, unsigned seed)
+{
+    json::array top;
+    std::vector<json::object> pool;
+    auto const next = [&seed] { return (seed = seed * 1664525u + 1013904223u) >> 16; };
+    std::vector<int> const roles = {43, 61, 40, 11, 39, 29, 32, 33, 88, 62, 55};
+    for (int at = 0; at < elements; ++at) {
+        json::object node = {{"role", roles[next() % roles.size()]},
+                             {"name", "n" + std::to_string(at)},
+                             {"id", next() % 2 ? "id" + std::to_string(at) : ""},
+                             {"extents", {static_cast<int>(next() % 300), 5, 40, 20}}};
+        if (next() % 5 == 0)
+            node["states"] = {8, 24, 30}; // Not showing.
+        if (next() % 3 == 0)
+            node["actions"] = {"click", "show menu"};
+        if (next() % 4 == 0) {
+            node["text"] = "text" + std::to_string(at);
+            node["editable"] = true;
+        }
+        if (!pool.empty() && next() % 3 != 0) {
+            json::array children;
+            for (unsigned taken = next() % 4; taken > 0 && !pool.empty(); --taken) {
+                children.push_back(pool.back());
+                pool.pop_back();
+            }
+            node["children"] = std::move(children);
+        }
+        pool.push_back(std::move(node));
+    }
+    for (json::object& node : pool)
+        top.push_back(std::move(node));
+    return top;
+}
+
+} // namespace
+
+TEST(AtspiReader, readsWhatTheApplicationSays)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow({{{"role", 43},
+                                                {"name", "Save"},
+                                                {"description", "Saves it"},
+                                                {"id", "save"},
+                                                {"extents", {30, 40, 80, 24}},
+                                                {"states", {8, 12, 24, 25, 30}},
+                                                {"actions", {"click", "show menu", "grow"}}},
+                                               {{"role", 61},
+                                                {"name", "Notes"},
+                                                {"text", "a note"},
+                                                {"editable", true},
+                                                {"states", {7, 24, 25, 30, 17}}}},
+                                              {{"toolkit", "gtk"}});
+    auto const reader = desk.reader(application);
+
+    Walk const seen = desk.walk(*reader);
+
+    ASSERT_THAT(seen.elements, SizeIs(3));
+    EXPECT_EQ(seen.elements[0].role, "AXWindow");
+    EXPECT_EQ(seen.elements[0].subrole, "AXStandardWindow");
+    WalkedElement const& save = seen.elements[1];
+    EXPECT_EQ(save.role, "AXButton");
+    EXPECT_EQ(save.subrole, std::nullopt);
+    EXPECT_EQ(save.title, "Save");
+    EXPECT_EQ(save.description, "Saves it");
+    EXPECT_EQ(save.identifier, "save");
+    EXPECT_EQ(save.position, (DesktopPoint{30, 40}));
+    EXPECT_EQ(save.size, (DesktopSize{80, 24}));
+    EXPECT_THAT(save.actions, ElementsAre("AXPress", "AXShowMenu", "grow"));
+    EXPECT_EQ(save.enabled, true);
+    EXPECT_EQ(save.focused, true);
+    EXPECT_EQ(save.value, std::nullopt);
+    WalkedElement const& notes = seen.elements[2];
+    EXPECT_EQ(notes.role, "AXTextArea");
+    EXPECT_EQ(notes.value, "a note");
+    EXPECT_EQ(notes.enabled, false);
+    EXPECT_EQ(notes.focused, false);
+    EXPECT_FALSE(seen.isTruncated);
+}
+
+TEST(AtspiReader, findsTheWindowsTheFocusedOneAndTheMenuBar)
+{
+    AtspiDesk desk;
+    json::object const bar = {{"role", 39}, {"children", {{{"role", 34}, {"name", "bar"}}}}};
+    auto const application = desk.serve(
+        {{"tree",
+          {{"role", 75},
+           {"children",
+            {{{"role", 23}, {"name", "first"}},
+             {{"role", 39}, {"name", "no window"}},
+             {{"role", 23}, {"name", "hidden"}, {"states", {8}}},
+             {{"role", 23}, {"name", "gone"}, {"states", {6, 25, 30}}},
+             {{"role", 16}, {"name", "second"}, {"states", {1, 25, 30}}, {"children", {bar}}}}}}}});
+    auto const reader = desk.reader(application);
+
+    auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
+    auto const focused = reader->element(reader->application(), AccessibilityAttribute::focusedWindow);
+    auto const menus = reader->element(reader->application(), AccessibilityAttribute::menuBar);
+
+    ASSERT_TRUE(windows && focused && menus);
+    ASSERT_THAT(*windows, SizeIs(2));
+    EXPECT_EQ(reader->text((*windows)[0], title), "first");
+    EXPECT_EQ(*focused, (*windows)[1]);
+    EXPECT_EQ(reader->text(*focused, subrole), "AXDialog");
+    EXPECT_EQ(reader->text(*menus, title), "bar");
+    EXPECT_EQ(reader->text(reader->application(), role), "AXApplication");
+}
+
+TEST(AtspiReader, readsTheSameAheadAndOneByOne)
+{
+    AtspiDesk desk;
+    for (std::string const toolkit : {"gtk", "Qt", "Chromium"}) {
+        auto const application = desk.serveWindow(mixedTree(600, 7), {{"toolkit", toolkit}});
+        auto const ahead = desk.reader(application);
+        auto const behind = desk.reader(application);
+
+        Walk const quick = desk.walk(*ahead, {.maxDepth = 600, .budget = 30s});
+        Walk const slow = desk.walk(*behind, {.maxDepth = 600, .budget = 30s, .readsAhead = false});
+
+        EXPECT_GT(quick.elements.size(), 500u);
+        EXPECT_EQ(told(quick), told(slow)) << toolkit;
+    }
+}
+
+TEST(AtspiReader, neverAsksForTheTextOfAPassword)
+{
+    AtspiDesk desk;
+    json::object const field = {{"role", 40},
+                                {"name", "Password"},
+                                {"text", "hunter2"},
+                                {"editable", true},
+                                {"states", {7, 8, 24, 25, 30}},
+                                {"children",
+                                 {{{"role", 116},
+                                   {"name", "hunter2"},
+                                   {"text", "hunter2"},
+                                   {"editable", true},
+                                   {"states", {7, 8, 24, 25, 30}}},
+                                  {{"role", 26}, {"name", "Show"}}}}};
+    for (std::string const toolkit : {"gtk", "Qt", "Chromium"}) {
+        auto const application = desk.serveWindow({field}, {{"toolkit", toolkit}});
+        auto const reader = desk.reader(application);
+
+        Walk const seen = desk.walk(*reader);
+        for (WalkedElement const& element : seen.elements)
+            EXPECT_EQ(reader->text(element.handle, value), std::nullopt);
+
+        ASSERT_THAT(seen.elements, SizeIs(4));
+        EXPECT_EQ(seen.elements[1].role, "AXSecureTextField");
+        EXPECT_EQ(seen.elements[1].title, "Password");
+        EXPECT_EQ(seen.elements[2].title, std::nullopt);
+        EXPECT_EQ(seen.elements[3].title, "Show");
+        EXPECT_EQ(application.countOf("GetText"), 0u) << toolkit;
+        EXPECT_EQ(told(seen).find("hunter2"), std::string::npos);
+    }
+}
+
+TEST(AtspiReader, neverAsksQtForAllPropertiesAtOnce)
+{
+    AtspiDesk desk;
+    for (std::string const toolkit : {"Qt", "", "Something new"}) {
+        auto const application = desk.serveWindow(mixedTree(50, 3), {{"toolkit", toolkit}});
+
+        desk.walk(*desk.reader(application));
+
+        EXPECT_EQ(application.countOf("GetAll"), 0u) << toolkit;
+        EXPECT_EQ(application.countOf("GetAttributes"), 0u) << toolkit;
+    }
+}
+
+TEST(AtspiReader, asksForAttributesOnlyWhereTheWebTreeExists)
+{
+    AtspiDesk desk;
+    json::object const button = {{"role", 43}, {"name", "Go"}, {"id", "go"}};
+    auto const asleep = desk.serveWindow({button}, {{"toolkit", "Chromium"}});
+    auto const awake = desk.serveWindow({{{"role", 95}, {"name", "page"}, {"children", {button}}}},
+                                        {{"toolkit", "Chromium"}});
+
+    Walk const before = desk.walk(*desk.reader(asleep));
+    Walk const after = desk.walk(*desk.reader(awake));
+
+    EXPECT_EQ(asleep.countOf("GetAttributes"), 0u);
+    ASSERT_TRUE(before.find("Go") && after.find("Go"));
+    EXPECT_EQ(before.find("Go")->identifier, std::nullopt);
+    EXPECT_EQ(after.find("Go")->identifier, "go");
+}
+
+TEST(AtspiReader, asksOnlyWhatIsGoingToBeWanted)
+{
+    AtspiDesk desk;
+    auto const application =
+        desk.serveWindow({{{"role", 29}, {"name", "label"}, {"repeat", 50}, {"extents", {0, 0, 50, 50}}},
+                          {{"role", 43}, {"name", "hidden"}, {"repeat", 50}, {"states", {8, 24}}},
+                          {{"role", 43}, {"name", "button"}, {"repeat", 10}}},
+                         {{"toolkit", "gtk"}});
+    auto const reader = desk.reader(application);
+
+    desk.walk(*reader, {.describes = [](std::string_view axRole) { return axRole == "AXButton"; }});
+
+    EXPECT_EQ(application.countOf("GetRole"), 112u);
+    EXPECT_EQ(application.countOf("GetExtents"), 11u); // The window's too.
+    EXPECT_EQ(application.countOf("GetActions"), 10u);
+    EXPECT_EQ(application.countOf("GetText"), 0u);
+}
+
+TEST(AtspiReader, boundsTexts)
+{
+    AtspiDesk desk;
+    std::string const huge(1u << 20, 'x');
+    std::string const odd = "a\x01\x1b[2J\u202eb\u200fc";
+    auto const application = desk.serveWindow({{{"role", 43}, {"name", huge}, {"description", huge}},
+                                               {{"role", 43}, {"name", odd}},
+                                               {{"role", 61},
+                                                {"name", "field"},
+                                                {"text", huge},
+                                                {"editable", true},
+                                                {"states", {7, 8, 24, 25, 30}}}});
+
+    Walk const seen = desk.walk(*desk.reader(application));
+
+    ASSERT_THAT(seen.elements, SizeIs(4));
+    EXPECT_EQ(seen.elements[1].title.value_or("").size(), 64u << 10);
+    EXPECT_EQ(seen.elements[1].description.value_or("").size(), 64u << 10);
+    EXPECT_EQ(seen.elements[2].title, odd);
+    EXPECT_EQ(seen.elements[3].value, std::string(1000, 'x'));
+}
+
+TEST(AtspiReader, meetsEachElementOnce)
+{
+    AtspiDesk desk;
+    // A cycle, an element in two places, the application and the null reference as children, a stale child.
+    auto const application = desk.serve(
+        {{"tree",
+          {{"role", 75},
+           {"label", "application"},
+           {"children",
+            {{{"role", 23},
+              {"name", "window"},
+              {"label", "window"},
+              {"children",
+               {{{"role", 43}, {"name", "one"}, {"label", "one"}, {"children", {{{"same", "window"}}}}},
+                {{"same", "one"}},
+                {{"same", "application"}},
+                {{"role", 43}, {"path", "/org/a11y/atspi/null"}},
+                {{"role", 43}, {"path", "/org/a11y/atspi/accessible/99999"}},
+                {{"role", 43}, {"name", "gone"}, {"states", {6, 25, 30}}},
+                {{"role", 43}, {"name", "two"}, {"children", {{{"same", "one"}}}}}}}}}}}}});
+    auto const reader = desk.reader(application);
+
+    Walk const seen = desk.walk(*reader);
+
+    EXPECT_THAT(titles(seen), ElementsAre("window", "one", "two"));
+    EXPECT_FALSE(seen.isTruncated);
+}
+
+TEST(AtspiReader, bearsLiesAboutTheNumberOfChildren)
+{
+    AtspiDesk desk;
+    json::array const rows = {{{"role", 32}, {"name", "row"}, {"repeat", 3}}};
+    for (std::string const toolkit : {"gtk", "Qt"})
+        for (int const claim : {-5, 1, 2'000'000'000}) {
+            json::array const children = {
+                {{"role", 55},
+                 {"name", "table"},
+                 {"states", {24, 25, 30, 31}},
+                 {"claims", claim},
+                 {"children", rows}},
+                {{"role", 31}, {"name", "list"}, {"claims", claim}, {"children", rows}}};
+            auto const application = desk.serveWindow(children, {{"toolkit", toolkit}});
+
+            Walk const seen = desk.walk(*desk.reader(application));
+
+            EXPECT_THAT(seen.elements, SizeIs(9)) << claim;
+        }
+}
+
+TEST(AtspiReader, readsTheFirstRowsOfALongTable)
+{
+    AtspiDesk desk;
+    auto const application =
+        desk.serveWindow({{{"role", 66},
+                           {"name", "table"},
+                           {"states", {24, 25, 30, 31}},
+                           {"children", {{{"role", 56}, {"name", "row"}, {"repeat", 5000}}}}}});
+
+    Walk const seen = desk.walk(*desk.reader(application));
+
+    EXPECT_THAT(seen.elements, SizeIs(502));
+    EXPECT_EQ(seen.elements.back().title, "row499");
+    EXPECT_EQ(application.count("2 GetChildren"), 0u);
+}
+
+TEST(AtspiReader, boundsTheNumberOfChildren)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 100'000}}});
+    auto const reader = desk.reader(application);
+    auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
+    ASSERT_TRUE(windows && windows->size() == 1);
+
+    EXPECT_THAT(reader->elements(windows->front(), children).value_or(std::vector<AccessibilityElement>()),
+                SizeIs(10'000));
+
+    Walk const seen = desk.walk(*desk.reader(application));
+    EXPECT_TRUE(seen.isTruncated);
+    EXPECT_LT(seen.took, 3s);
+    EXPECT_LT(application.countOf("GetRole"), 2'100u); // Of 1500 that were wanted.
+}
+
+TEST(AtspiReader, readsNoDeeperThanTheWalk)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow({{{"role", 39}, {"name", "level"}, {"deep", 10'000}}});
+    auto const reader = desk.reader(application);
+
+    Walk const seen = desk.walk(*reader);
+
+    EXPECT_THAT(seen.elements, SizeIs(26));
+    EXPECT_TRUE(seen.isTruncated);
+    EXPECT_EQ(application.countOf("GetRole"), 27u); // The application's too.
+}
+
+TEST(AtspiReader, readsElementsOfOtherProcessesWhereThatIsAllowed)
+{
+    AtspiDesk desk;
+    auto const other = desk.serve({{"tree", {{"role", 39}, {"name", "inside"}}}});
+    std::string const name = desk.desktop.processes().output(other.pid);
+    std::string const busName = name.substr(name.find(':'), name.find('\n', name.find(':')) - name.find(':'));
+    auto const application = desk.serveWindow(
+        {{{"role", 39}, {"foreign", busName}, {"path", "/org/a11y/atspi/accessible/root"}},
+         {{"role", 43}, {"name", "own"}},
+         {{"role", 39}, {"foreign", ":1.99999"}, {"path", "/org/a11y/atspi/accessible/root"}}});
+    std::vector<std::int32_t> asked;
+
+    Walk const allowed = desk.walk(*desk.reader(application), {.allowsProcess = [&](std::int32_t pid) {
+        asked.push_back(pid);
+        return true;
+    }});
+    std::size_t const callsThen = other.calls().size();
+    Walk const refused =
+        desk.walk(*desk.reader(application), {.allowsProcess = [](std::int32_t) { return false; }});
+    Walk const unasked = desk.walk(*desk.reader(application));
+
+    EXPECT_THAT(titles(allowed), ElementsAre("window", "inside", "own"));
+    EXPECT_THAT(asked, ElementsAre(other.pid));
+    EXPECT_THAT(titles(refused), ElementsAre("window", "own"));
+    EXPECT_THAT(titles(unasked), ElementsAre("window", "own"));
+    EXPECT_EQ(other.calls().size(), callsThen);
+}
+
+TEST(AtspiReader, usesTheApplicationsOwnSocket)
+{
+    AtspiDesk desk;
+    auto const direct = desk.serveWindow(mixedTree(100, 5), {{"toolkit", "gtk"}, {"direct", true}});
+    auto const onBus = desk.serveWindow(mixedTree(100, 5), {{"toolkit", "gtk"}});
+
+    Walk const first = desk.walk(*desk.reader(direct));
+    Walk const second = desk.walk(*desk.reader(onBus));
+
+    EXPECT_GT(first.elements.size(), 90u);
+    EXPECT_EQ(told(first), told(second));
+}
+
+TEST(AtspiReader, forgetsWhatItKnewWithEachPlan)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow({{{"role", 43}, {"name", "b"}}});
+    auto const reader = desk.reader(application);
+
+    Walk const first = desk.walk(*reader);
+    Walk const second = desk.walk(*reader);
+
+    EXPECT_EQ(told(first), told(second));
+    EXPECT_EQ(application.count("2 GetExtents"), 2u);
+}
+
+TEST(AtspiReader, knowsNothingWithoutAnApplication)
+{
+    AtspiDesk desk;
+    auto const reader = desk.accessibility->reader(::getpid(), 250ms);
+
+    EXPECT_EQ(reader->text(reader->application(), role), std::nullopt);
+    EXPECT_EQ(reader->elements(reader->application(), AccessibilityAttribute::windows), std::nullopt);
+    EXPECT_EQ(reader->element(reader->application(), AccessibilityAttribute::menuBar), std::nullopt);
+    EXPECT_EQ(reader->position(reader->application()), std::nullopt);
+    EXPECT_THAT(reader->actionNames({17}), IsEmpty());
+    EXPECT_FALSE(reader->setFlag(reader->application(), manualAccessibility, true));
+}
+
+} // namespace zelvo::test

@@ -1,0 +1,83 @@
+#include "platform/linux/atspi/AtspiNodes.h"
+
+#include <gmock/gmock.h>
+
+namespace zelvo::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct AtspiNodesTest : testing::Test {
+    /// 0 application, 1 and 2 below it, 3 and 4 below 1, 5 below 4.
+    AtspiNodesTest()
+    {
+        for (char const* path : {"/0", "/1", "/2", "/3", "/4", "/5"})
+            nodes.find(0, path);
+        nodes.adopt(0, {1, 2});
+        nodes.adopt(1, {3, 4});
+        nodes.adopt(4, {5});
+    }
+
+    AtspiNodes nodes;
+};
+
+} // namespace
+
+TEST_F(AtspiNodesTest, knowsAnElementAgain)
+{
+    EXPECT_EQ(nodes.find(0, "/4"), 4u);
+    EXPECT_EQ(nodes.find(1, "/4"), 6u); // Another process's.
+    EXPECT_EQ(nodes.find(0, "/9"), 7u);
+}
+
+TEST_F(AtspiNodesTest, goesInTheOrderOfAWalk)
+{
+    std::vector<AtspiNodes::Index> const order = {0, 1, 3, 4, 5, 2};
+    for (std::size_t left = 0; left < order.size(); ++left)
+        for (std::size_t right = 0; right < order.size(); ++right)
+            EXPECT_EQ(nodes.isBefore(order[left], order[right]), left < right)
+                << order[left] << " " << order[right];
+}
+
+TEST_F(AtspiNodesTest, hasEachElementOnce)
+{
+    auto const fresh = *nodes.find(0, "/6");
+    nodes.adopt(5, {1, 5, 0, fresh, fresh, 2});
+
+    EXPECT_THAT(*nodes[5].children, ElementsAre(fresh));
+}
+
+TEST_F(AtspiNodesTest, makesNoCircleOfElementsThatNobodyListed)
+{
+    nodes.forgetAnswers();
+    nodes.adopt(4, {5});
+    nodes.adopt(5, {4, 5});
+
+    EXPECT_THAT(*nodes[5].children, IsEmpty());
+    EXPECT_TRUE(nodes.isBefore(4, 5));
+    nodes.isBefore(1, 5); // Of different trees: either answer will do.
+}
+
+TEST_F(AtspiNodesTest, knowsWhatIsInAPasswordField)
+{
+    nodes[1].role = atspi_role::passwordText;
+
+    EXPECT_TRUE(nodes.isSecret(1));
+    EXPECT_TRUE(nodes.isSecret(5));
+    EXPECT_FALSE(nodes.isSecret(2));
+    EXPECT_FALSE(nodes.isSecret(0));
+}
+
+TEST_F(AtspiNodesTest, keepsToItsNumber)
+{
+    AtspiNodes many;
+    for (std::size_t at = 0; at < AtspiNodes::mostNodes; ++at)
+        many.find(0, "/" + std::to_string(at));
+
+    EXPECT_EQ(many.find(0, "/one/more"), std::nullopt);
+    EXPECT_EQ(many.find(0, "/7"), 7u);
+}
+
+} // namespace zelvo::test
