@@ -28,8 +28,17 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
               variable("DISPLAY").value_or(""),
               [display = display] { return display && display->isAlive(); }),
       access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS")),
-      accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"))
+      accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"), elementScreen())
 {
+}
+
+AtspiScreen LinuxDesktop::elementScreen() const
+{
+    return {.windowsOf =
+                [display = display](std::int32_t pid) {
+                    return display ? processWindows(*display, pid) : std::vector<ProcessWindow>();
+                },
+            .layout = [this] { return layout.current(); }};
 }
 
 DisplayFacts LinuxDesktop::displayFacts() const

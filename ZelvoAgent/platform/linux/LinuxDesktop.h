@@ -40,6 +40,7 @@ struct LinuxDesktop {
 
 private:
     DisplayFacts displayFacts() const;
+    AtspiScreen elementScreen() const;
 };
 
 } // namespace zelvo
