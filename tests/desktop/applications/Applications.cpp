@@ -1,0 +1,75 @@
+#include "desktop/applications/Applications.h"
+
+namespace zelvo::test {
+
+namespace {
+
+std::string file(std::string const& name)
+{
+    return std::string(ZELVO_TEST_APPLICATIONS) + "/" + name;
+}
+
+std::vector<std::string> python(std::string const& script)
+{
+    return {"/usr/bin/python3", file(script)};
+}
+
+} // namespace
+
+TestApplication swatches(PrivateDesktop const& desktop, Toolkit toolkit)
+{
+    switch (toolkit) {
+    case Toolkit::gtk3:
+        return {python("gtk_swatches.py"), {.title = "GTK swatches"}};
+    case Toolkit::gtk4:
+        return {python("gtk4_swatches.py"), {.title = "GTK 4 swatches"}};
+    case Toolkit::qt:
+        return {{ZELVO_QT_SWATCHES}, {.title = "Qt swatches"}};
+    case Toolkit::chromium:
+        return {chromium(desktop, {"file://" + file("swatches.html")}), {.title = "Web swatches"}};
+    }
+    return {};
+}
+
+TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit)
+{
+    switch (toolkit) {
+    case Toolkit::gtk3:
+        return {python("gtk_form.py"), {.title = "GTK form"}};
+    case Toolkit::gtk4:
+        return {python("gtk4_form.py"), {.title = "GTK 4 form"}};
+    case Toolkit::qt:
+        return {{ZELVO_QT_FORM}, {.title = "Qt form"}};
+    case Toolkit::chromium:
+        return {chromium(desktop, {"file://" + file("form.html")}), {.title = "Web form"}};
+    }
+    return {};
+}
+
+std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std::string> arguments)
+{
+    std::vector<std::string> command = {"chromium",
+                                        "--no-sandbox",
+                                        "--no-first-run",
+                                        "--no-default-browser-check",
+                                        "--disable-gpu",
+                                        "--disable-dev-shm-usage",
+                                        "--password-store=basic",
+                                        "--disable-background-networking",
+                                        "--disable-component-update",
+                                        "--disable-sync",
+                                        "--user-data-dir=" + (desktop.home() / "chromium").string()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+std::string readElements(PrivateDesktop& desktop, pid_t pid, bool wakes)
+{
+    std::vector<std::string> command = python("read_elements.py");
+    command.push_back(std::to_string(pid));
+    if (wakes)
+        command.emplace_back("--wake");
+    return desktop.run(command, 60);
+}
+
+} // namespace zelvo::test

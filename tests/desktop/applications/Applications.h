@@ -1,0 +1,31 @@
+#pragma once
+
+#include "desktop/harness/PrivateDesktop.h"
+
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+enum class Toolkit { gtk3, gtk4, qt, chromium };
+
+/// A program of ours for tests, and how its window is found.
+struct TestApplication {
+    std::vector<std::string> command;
+    WindowWanted window;
+};
+
+/// A window of plain colours: each element that is called "swatch RRGGBB" is drawn in that colour alone; some
+/// are scrolled out of view, some are in what the element "Swatches" opens.
+TestApplication swatches(PrivateDesktop const& desktop, Toolkit toolkit);
+/// A window with an element of each interactive role.
+TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit);
+
+/// Chromium with a page, its profile in the desktop's home.
+std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std::string> arguments);
+
+/// What another reader than ours reads of an application, an element a line, see read_elements.py.
+/// wakes: makes Chromium build the elements of its pages first
+std::string readElements(PrivateDesktop& desktop, pid_t pid, bool wakes = false);
+
+} // namespace zelvo::test

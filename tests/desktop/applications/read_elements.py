@@ -1,0 +1,96 @@
+#!/usr/bin/python3
+"""Reads the elements of a process one call at a time with pyatspi, for tests to compare others with.
+
+Usage: read_elements.py PID [--wake]. Prints one JSON object a line, an element before its children. With --wake the
+top-level elements are asked for their attributes first, which makes Chromium build the elements of its pages.
+"""
+import json
+import sys
+import time
+
+import pyatspi
+
+STATES = {
+    name: getattr(pyatspi, "STATE_" + name.upper())
+    for name in ("showing", "visible", "enabled", "sensitive", "focused", "checked", "expandable", "editable",
+                 "multi_line", "selected", "active", "modal", "defunct")
+}
+
+
+def attempt(ask, otherwise=None):
+    try:
+        return ask()
+    except Exception:  # pyatspi raises whatever the bus or the application says.
+        return otherwise
+
+
+def extents(element, kind):
+    return attempt(lambda: list(element.queryComponent().getExtents(kind)))
+
+
+def actions(element):
+    action = attempt(element.queryAction)
+    return [action.getName(i) for i in range(action.nActions)] if action else []
+
+
+def text(element):
+    if element.getRole() == pyatspi.ROLE_PASSWORD_TEXT or not attempt(element.queryEditableText):
+        return None
+    return attempt(lambda: element.queryText().getText(0, -1))
+
+
+def labels(element):
+    found = []
+    for relation in attempt(element.getRelationSet, []):
+        if relation.getRelationType() == pyatspi.RELATION_LABELLED_BY:
+            found += [relation.getTarget(i).name for i in range(relation.getNTargets())]
+    return found
+
+
+def describe(element, depth):
+    states = attempt(element.getState)
+    return {
+        "depth": depth,
+        "role": int(element.getRole()),
+        "roleName": element.getRoleName(),
+        "name": element.name,
+        "description": element.description,
+        "text": text(element),
+        "labels": labels(element),
+        "screen": extents(element, pyatspi.DESKTOP_COORDS),
+        "window": extents(element, pyatspi.WINDOW_COORDS),
+        "actions": attempt(lambda: actions(element), []),
+        "states": [name for name, state in STATES.items() if states and states.contains(state)],
+        "children": element.childCount,
+    }
+
+
+def walk(element, depth=0):
+    line = attempt(lambda: describe(element, depth))
+    if line is None or depth > 60:
+        return
+    print(json.dumps(line))
+    for i in range(line["children"]):
+        child = attempt(lambda: element.getChildAtIndex(i))
+        if child is not None:
+            walk(child, depth + 1)
+
+
+def application(pid):
+    found = [app for app in pyatspi.Registry.getDesktop(0) if app is not None]
+    return next((app for app in found if attempt(app.get_process_id) == pid), None)
+
+
+app = None
+for _ in range(100):  # An application comes onto the bus some time after its window.
+    if (app := application(int(sys.argv[1]))) is not None:
+        break
+    time.sleep(0.1)
+if app is None:
+    sys.exit("no such application on the bus")
+if "--wake" in sys.argv:
+    for window in app:
+        attempt(window.getAttributes)
+    time.sleep(1)  # Pages are built in a moment that nobody tells of.
+sys.stdout.reconfigure(errors="replace")
+walk(app)

@@ -1,0 +1,273 @@
+// Where elements are said to be, against the pixels of the screen.
+#include "desktop/applications/Applications.h"
+#include "desktop/harness/Painter.h"
+#include "platform/linux/atspi/FrameMapping.h"
+#include "platform/linux/x11/X11DisplayLayout.h"
+
+#include <boost/json.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
+
+namespace zelvo::test {
+namespace {
+
+using testing::Contains;
+using testing::IsSupersetOf;
+using testing::Not;
+
+namespace json = boost::json;
+
+/// How an application is shown.
+struct Showing {
+    std::string name;
+    Toolkit toolkit;
+    int scale = 1;
+    bool decorated = false; ///< draws its own frame
+    bool shadowed = false;  ///< with a shadow round it
+    bool elsewhere = false; ///< the main display is not at the origin
+};
+
+std::string nameOf(testing::TestParamInfo<Showing> const& showing)
+{
+    return showing.param.name;
+}
+
+class Frames : public testing::TestWithParam<Showing> {
+protected:
+    PrivateDesktop desktop{{.width = 1920, .height = 1200, .accessibility = true}};
+    Painter painter{desktop.display()};
+    std::shared_ptr<X11Connection> connection;
+    pid_t pid = 0;
+    std::uint32_t window = 0;
+
+    void SetUp() override
+    {
+        desktop.adoptEnvironment();
+        connection = X11Connection::open();
+        desktop.run(
+            {"sh", "-c", "echo Xft.dpi: " + std::to_string(GetParam().scale * 96) + " | xrdb -merge"});
+        if (GetParam().elsewhere) {
+            desktop.run({"xrandr", "--setmonitor", "left", "400/100x1200/300+0+0", "none"});
+            desktop.run({"xrandr", "--setmonitor", "*main", "1520/400x1150/300+400+50", "screen"});
+        }
+        if (GetParam().shadowed)
+            promiseShadows();
+        start();
+    }
+
+    /// GTK draws shadows where a compositing manager runs and the window manager knows of them, as larger
+    /// desktops' do.
+    void promiseShadows()
+    {
+        if (!desktop.startCompositor())
+            GTEST_SKIP() << "picom is not installed";
+        xcb_atom_t const known = atomOf(painter.x(), "_GTK_FRAME_EXTENTS");
+        xcb_change_property(painter.x(), XCB_PROP_MODE_APPEND, painter.root(),
+                            atomOf(painter.x(), "_NET_SUPPORTED"), XCB_ATOM_ATOM, 32, 1, &known);
+        painter.sync();
+    }
+
+    void start()
+    {
+        TestApplication application = swatches(desktop, GetParam().toolkit);
+        if (GetParam().decorated)
+            application.command.emplace_back("--decorated");
+        pid = desktop.start(application.command, {{"GDK_SCALE", std::to_string(GetParam().scale)}});
+        window = desktop.waitForWindow(application.window);
+        painter.move(window, 531, 83);
+    }
+
+    DisplayLayout layout() const { return readDisplayLayouts(*connection).at(0); }
+
+    /// The places of the elements by their names, those without a place left out.
+    std::map<std::string, DesktopRect> places()
+    {
+        std::vector<json::object> lines = read();
+        std::vector<ReportedWindow> tops;
+        for (json::object const& line : lines)
+            if (line.at("depth") == 1)
+                tops.push_back({nameIn(line), extentsIn(line).value_or(ReportedRect{})});
+        FrameMapping const mapping(toolkitName(), tops, processWindows(*connection, pid), layout());
+
+        std::map<std::string, DesktopRect> found;
+        std::vector<std::optional<FrameSpace>> spaces(1); // by depth
+        std::size_t top = 0;
+        for (json::object const& line : lines) {
+            auto const depth = static_cast<std::size_t>(line.at("depth").as_int64());
+            if (depth == 0)
+                continue;
+            spaces.resize(depth + 1);
+            auto const parent = depth == 1 ? mapping.topLevel(top++) : spaces[depth - 1];
+            spaces[depth].reset();
+            if (!parent)
+                continue;
+            auto const role = static_cast<std::uint32_t>(line.at("role").as_int64());
+            PlacedElement const placed = mapping.place(*parent, role, extentsIn(line));
+            spaces[depth] = placed.inside;
+            if (placed.frame && isShown(line))
+                found.emplace(nameIn(line), *placed.frame);
+        }
+        return found;
+    }
+
+    std::vector<json::object> read()
+    {
+        std::istringstream text(readElements(desktop, pid, GetParam().toolkit == Toolkit::chromium));
+        std::vector<json::object> lines;
+        for (std::string line; std::getline(text, line);)
+            if (line.starts_with("{"))
+                lines.push_back(json::parse(line).as_object());
+        return lines;
+    }
+
+    static std::string nameIn(json::object const& line) { return std::string(line.at("name").as_string()); }
+
+    static std::optional<ReportedRect> extentsIn(json::object const& line)
+    {
+        json::value const& found = line.at("screen");
+        if (!found.is_array())
+            return std::nullopt;
+        auto const at = [&](std::size_t i) {
+            return static_cast<std::int32_t>(found.as_array()[i].as_int64());
+        };
+        return ReportedRect{at(0), at(1), at(2), at(3)};
+    }
+
+    /// GTK 4 calls nothing but its windows showing.
+    bool isShown(json::object const& line) const
+    {
+        auto const& states = line.at("states").as_array();
+        json::value const wanted = GetParam().toolkit == Toolkit::gtk4 ? "visible" : "showing";
+        return std::ranges::find(states, wanted) != states.end();
+    }
+
+    std::string toolkitName() const
+    {
+        switch (GetParam().toolkit) {
+        case Toolkit::gtk3:
+            return "gtk";
+        case Toolkit::gtk4:
+            return "GTK";
+        case Toolkit::qt:
+            return "Qt";
+        case Toolkit::chromium:
+            return "Chromium";
+        }
+        return {};
+    }
+
+    std::string colorAt(DesktopPoint point) const
+    {
+        PixelPoint const pixel = layout().toPixels(point);
+        auto const cookie =
+            xcb_get_image(connection->get(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(),
+                          static_cast<std::int16_t>(pixel.x), static_cast<std::int16_t>(pixel.y), 1, 1, ~0U);
+        XReply<xcb_get_image_reply_t> const image(xcb_get_image_reply(connection->get(), cookie, nullptr));
+        if (!image)
+            return "off the screen";
+        std::uint8_t const* bytes = xcb_get_image_data(image.get());
+        char text[8];
+        std::snprintf(text, sizeof text, "%02x%02x%02x", bytes[2], bytes[1], bytes[0]);
+        return text;
+    }
+
+    /// What is drawn at the centre of each swatch that has a place.
+    std::map<std::string, std::string> drawn(std::map<std::string, DesktopRect> const& places) const
+    {
+        std::map<std::string, std::string> colors;
+        for (auto const& [name, frame] : places)
+            if (name.starts_with("swatch "))
+                colors[name] = "swatch " + colorAt(frame.center());
+        return colors;
+    }
+
+    /// Reads until what is said and what is drawn agree, with all that is wanted and nothing that is not; a
+    /// window takes a moment to come, to move, to scroll and to be painted.
+    std::map<std::string, DesktopRect> settled(std::vector<std::string> const& wanted,
+                                               std::vector<std::string> const& unwanted = {})
+    {
+        std::map<std::string, DesktopRect> found;
+        auto const has = [&](std::string const& name) { return found.contains(name); };
+        auto const agrees = [](auto const& pair) { return pair.first == pair.second; };
+        waitFor(
+            [&] {
+                found = places();
+                return std::ranges::all_of(wanted, has) && std::ranges::none_of(unwanted, has) &&
+                       std::ranges::all_of(drawn(found), agrees);
+            },
+            10s);
+        std::vector<std::string> names;
+        for (auto const& [name, frame] : found)
+            names.push_back(name);
+        EXPECT_THAT(names, IsSupersetOf(wanted));
+        for (std::string const& name : unwanted)
+            EXPECT_THAT(names, Not(Contains(name)));
+        for (auto const& [name, color] : drawn(found))
+            EXPECT_EQ(name, color);
+        return found;
+    }
+
+    void click(DesktopPoint point)
+    {
+        PixelPoint const pixel = layout().toPixels(point);
+        desktop.run({"xdotool", "mousemove", std::to_string(pixel.x), std::to_string(pixel.y), "click", "1"});
+    }
+};
+
+TEST_P(Frames, lieOnWhatIsDrawn)
+{
+    std::vector<std::string> wanted = {"swatch ff0000", "swatch ff3333", "swatch 00ff00", "swatch 33ff33",
+                                       "swatch 0000ff", "swatch 3333ff", "swatch 2080c0"};
+    if (GetParam().decorated)
+        wanted.emplace_back("swatch aa0000");
+    if (GetParam().toolkit == Toolkit::chromium)
+        wanted.emplace_back("swatch 553311");
+
+    // The last two are scrolled out of view.
+    settled(wanted, {"swatch 0080c0", "swatch e880c0"});
+}
+
+TEST_P(Frames, lieOnWhatIsDrawnInWhatOpens)
+{
+    auto const closed = settled({"Swatches"}, {"swatch 0080c0"});
+    ASSERT_TRUE(closed.contains("Swatches"));
+
+    click(closed.at("Swatches").center());
+
+    settled({"swatch ff8800", "swatch 0088ff", "swatch 88ff00", "swatch ff0000"});
+}
+
+std::vector<Showing> showings()
+{
+#ifdef ZELVO_TEST_CHROMIUM
+    return {
+        {.name = "ofChromium", .toolkit = Toolkit::chromium, .elsewhere = true},
+        {.name = "ofChromiumDoubled", .toolkit = Toolkit::chromium, .scale = 2},
+        {.name = "ofChromiumDoubledElsewhere", .toolkit = Toolkit::chromium, .scale = 2, .elsewhere = true}};
+#else
+    return {
+        {.name = "ofGtk3", .toolkit = Toolkit::gtk3, .elsewhere = true},
+        {.name = "ofGtk3Doubled", .toolkit = Toolkit::gtk3, .scale = 2},
+        {.name = "ofGtk3Decorated",
+         .toolkit = Toolkit::gtk3,
+         .scale = 2,
+         .decorated = true,
+         .elsewhere = true},
+        {.name = "ofGtk3Shadowed", .toolkit = Toolkit::gtk3, .decorated = true, .shadowed = true},
+        {.name = "ofGtk4", .toolkit = Toolkit::gtk4},
+        {.name = "ofGtk4Doubled", .toolkit = Toolkit::gtk4, .scale = 2, .elsewhere = true},
+        {.name = "ofGtk4Decorated", .toolkit = Toolkit::gtk4, .decorated = true, .elsewhere = true},
+        {.name = "ofGtk4Shadowed", .toolkit = Toolkit::gtk4, .scale = 2, .decorated = true, .shadowed = true},
+        {.name = "ofQt", .toolkit = Toolkit::qt, .elsewhere = true},
+        {.name = "ofQtDoubled", .toolkit = Toolkit::qt, .scale = 2},
+        {.name = "ofQtDoubledElsewhere", .toolkit = Toolkit::qt, .scale = 2, .elsewhere = true}};
+#endif
+}
+
+INSTANTIATE_TEST_SUITE_P(, Frames, testing::ValuesIn(showings()), nameOf);
+
+} // namespace
+} // namespace zelvo::test
