@@ -38,7 +38,7 @@ AtspiScreen LinuxDesktop::elementScreen() const
                 [display = display](std::int32_t pid) {
                     return display ? processWindows(*display, pid) : std::vector<ProcessWindow>();
                 },
-            .layout = [this] { return layout.current(); }};
+            .displays = [this] { return layout.all(); }};
 }
 
 DisplayFacts LinuxDesktop::displayFacts() const

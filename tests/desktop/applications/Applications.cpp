@@ -26,7 +26,8 @@ TestApplication swatches(PrivateDesktop const& desktop, Toolkit toolkit)
     case Toolkit::qt:
         return {{ZELVO_QT_SWATCHES}, {.title = "Qt swatches"}};
     case Toolkit::chromium:
-        return {chromium(desktop, {"file://" + file("swatches.html")}), {.title = "Web swatches"}};
+        return {chromium(desktop, {"--window-size=520,520", "file://" + file("swatches.html")}),
+                {.title = "Web swatches"}};
     }
     return {};
 }

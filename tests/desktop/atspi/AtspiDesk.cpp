@@ -1,5 +1,7 @@
 #include "desktop/atspi/AtspiDesk.h"
 
+#include "platform/linux/x11/X11DisplayLayout.h"
+
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
 
@@ -31,13 +33,22 @@ std::size_t ScriptedProcess::countOf(std::string const& member) const
         calls(), [&](std::string const& call) { return call.find(" " + member + " ") != call.npos; }));
 }
 
-AtspiDesk::AtspiDesk(DesktopOptions options) : desktop(std::move(options))
+AtspiScreen screenOf(std::shared_ptr<X11Connection> display)
+{
+    if (!display)
+        return {};
+    return {.windowsOf = [display](std::int32_t pid) { return processWindows(*display, pid); },
+            .displays = [display] { return readDisplayLayouts(*display); }};
+}
+
+AtspiDesk::AtspiDesk(DesktopOptions options, Screen screen) : desktop(std::move(options))
 {
     desktop.adoptEnvironment();
     clock = std::make_unique<LinuxClock>(live.contexts().agent);
     session = std::make_unique<BusConnection>(live.contexts().agent, *clock, openSessionBus);
-    accessibility =
-        std::make_unique<AtspiAccessibility>(live.contexts(), *clock, *session, std::nullopt, AtspiScreen{});
+    accessibility = std::make_unique<AtspiAccessibility>(
+        live.contexts(), *clock, *session, std::nullopt,
+        screen == Screen::known ? screenOf(X11Connection::open()) : AtspiScreen());
 }
 
 AtspiDesk::~AtspiDesk()

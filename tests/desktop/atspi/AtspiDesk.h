@@ -6,6 +6,7 @@
 #include "platform/linux/atspi/AtspiAccessibility.h"
 #include "platform/linux/atspi/AtspiReader.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/X11Connection.h"
 
 #include <boost/json/object.hpp>
 
@@ -29,10 +30,17 @@ struct ScriptedProcess {
     std::size_t countOf(std::string const& member) const;
 };
 
+/// What the display shows of applications; with null nothing.
+AtspiScreen screenOf(std::shared_ptr<X11Connection> display);
+
 /// A private desktop with an accessibility bus, and what is tested on it.
 class AtspiDesk {
 public:
-    explicit AtspiDesk(DesktopOptions options = {.windowManager = false, .accessibility = true});
+    enum class Screen { unknown, known };
+
+    /// screen  do readers know where windows are?
+    explicit AtspiDesk(DesktopOptions options = {.windowManager = false, .accessibility = true},
+                       Screen screen = Screen::unknown);
     ~AtspiDesk();
 
     /// Starts a scripted application: {"tree": .., "delay": ..}; see ScriptedTree.h.

@@ -1,15 +1,13 @@
 // Where elements are said to be, against the pixels of the screen.
 #include "desktop/applications/Applications.h"
+#include "desktop/atspi/AtspiDesk.h"
 #include "desktop/harness/Painter.h"
-#include "platform/linux/atspi/FrameMapping.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 
-#include <boost/json.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
-#include <sstream>
 
 namespace zelvo::test {
 namespace {
@@ -17,8 +15,6 @@ namespace {
 using testing::Contains;
 using testing::IsSupersetOf;
 using testing::Not;
-
-namespace json = boost::json;
 
 /// How an application is shown.
 struct Showing {
@@ -37,16 +33,14 @@ std::string nameOf(testing::TestParamInfo<Showing> const& showing)
 
 class Frames : public testing::TestWithParam<Showing> {
 protected:
-    PrivateDesktop desktop{{.width = 1920, .height = 1200, .accessibility = true}};
+    AtspiDesk desk{{.width = 1920, .height = 1200, .accessibility = true}, AtspiDesk::Screen::known};
+    PrivateDesktop& desktop = desk.desktop;
     Painter painter{desktop.display()};
-    std::shared_ptr<X11Connection> connection;
+    std::shared_ptr<X11Connection> connection = X11Connection::open();
     pid_t pid = 0;
-    std::uint32_t window = 0;
 
     void SetUp() override
     {
-        desktop.adoptEnvironment();
-        connection = X11Connection::open();
         desktop.run(
             {"sh", "-c", "echo Xft.dpi: " + std::to_string(GetParam().scale * 96) + " | xrdb -merge"});
         if (GetParam().elsewhere) {
@@ -76,8 +70,7 @@ protected:
         if (GetParam().decorated)
             application.command.emplace_back("--decorated");
         pid = desktop.start(application.command, {{"GDK_SCALE", std::to_string(GetParam().scale)}});
-        window = desktop.waitForWindow(application.window);
-        painter.move(window, 531, 83);
+        painter.move(desktop.waitForWindow(application.window), 531, 83);
     }
 
     DisplayLayout layout() const { return readDisplayLayouts(*connection).at(0); }
@@ -85,78 +78,14 @@ protected:
     /// The places of the elements by their names, those without a place left out.
     std::map<std::string, DesktopRect> places()
     {
-        std::vector<json::object> lines = read();
-        std::vector<ReportedWindow> tops;
-        for (json::object const& line : lines)
-            if (line.at("depth") == 1)
-                tops.push_back({nameIn(line), extentsIn(line).value_or(ReportedRect{})});
-        FrameMapping const mapping(toolkitName(), tops, processWindows(*connection, pid), layout());
-
+        auto const reader = desk.accessibility->reader(pid, 250ms);
+        if (GetParam().toolkit == Toolkit::chromium)
+            reader->setFlag(reader->application(), AccessibilityAttribute::manualAccessibility, true);
         std::map<std::string, DesktopRect> found;
-        std::vector<std::optional<FrameSpace>> spaces(1); // by depth
-        std::size_t top = 0;
-        for (json::object const& line : lines) {
-            auto const depth = static_cast<std::size_t>(line.at("depth").as_int64());
-            if (depth == 0)
-                continue;
-            spaces.resize(depth + 1);
-            auto const parent = depth == 1 ? mapping.topLevel(top++) : spaces[depth - 1];
-            spaces[depth].reset();
-            if (!parent)
-                continue;
-            auto const role = static_cast<std::uint32_t>(line.at("role").as_int64());
-            PlacedElement const placed = mapping.place(*parent, role, extentsIn(line));
-            spaces[depth] = placed.inside;
-            if (placed.frame && isShown(line))
-                found.emplace(nameIn(line), *placed.frame);
-        }
+        for (WalkedElement const& one : walkWindows(*reader, *desk.clock).elements)
+            if (one.title && one.position && one.size)
+                found[*one.title] = {one.position->x, one.position->y, one.size->width, one.size->height};
         return found;
-    }
-
-    std::vector<json::object> read()
-    {
-        std::istringstream text(readElements(desktop, pid, GetParam().toolkit == Toolkit::chromium));
-        std::vector<json::object> lines;
-        for (std::string line; std::getline(text, line);)
-            if (line.starts_with("{"))
-                lines.push_back(json::parse(line).as_object());
-        return lines;
-    }
-
-    static std::string nameIn(json::object const& line) { return std::string(line.at("name").as_string()); }
-
-    static std::optional<ReportedRect> extentsIn(json::object const& line)
-    {
-        json::value const& found = line.at("screen");
-        if (!found.is_array())
-            return std::nullopt;
-        auto const at = [&](std::size_t i) {
-            return static_cast<std::int32_t>(found.as_array()[i].as_int64());
-        };
-        return ReportedRect{at(0), at(1), at(2), at(3)};
-    }
-
-    /// GTK 4 calls nothing but its windows showing.
-    bool isShown(json::object const& line) const
-    {
-        auto const& states = line.at("states").as_array();
-        json::value const wanted = GetParam().toolkit == Toolkit::gtk4 ? "visible" : "showing";
-        return std::ranges::find(states, wanted) != states.end();
-    }
-
-    std::string toolkitName() const
-    {
-        switch (GetParam().toolkit) {
-        case Toolkit::gtk3:
-            return "gtk";
-        case Toolkit::gtk4:
-            return "GTK";
-        case Toolkit::qt:
-            return "Qt";
-        case Toolkit::chromium:
-            return "Chromium";
-        }
-        return {};
     }
 
     std::string colorAt(DesktopPoint point) const
@@ -169,9 +98,9 @@ protected:
         if (!image)
             return "off the screen";
         std::uint8_t const* bytes = xcb_get_image_data(image.get());
-        char text[8];
-        std::snprintf(text, sizeof text, "%02x%02x%02x", bytes[2], bytes[1], bytes[0]);
-        return text;
+        std::array<char, 8> text{};
+        std::snprintf(text.data(), text.size(), "%02x%02x%02x", bytes[2], bytes[1], bytes[0]);
+        return text.data();
     }
 
     /// What is drawn at the centre of each swatch that has a place.

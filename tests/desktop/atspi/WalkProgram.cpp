@@ -1,10 +1,4 @@
-#include "desktop/atspi/TreeWalk.h"
-#include "desktop/x11/LiveContexts.h"
-#include "platform/linux/atspi/AtspiAccessibility.h"
-#include "platform/linux/atspi/AtspiReader.h"
-#include "platform/linux/system/LinuxClock.h"
-#include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11DisplayLayout.h"
+#include "desktop/atspi/AtspiDesk.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -29,15 +23,8 @@ int main(int count, char** arguments)
     LiveContexts live;
     LinuxClock clock(live.contexts().agent);
     BusConnection session(live.contexts().agent, clock, openSessionBus);
-    std::shared_ptr<X11Connection> const display = X11Connection::open();
-    AtspiScreen screen;
-    if (display) {
-        auto const layouts = readDisplayLayouts(*display);
-        screen = {
-            .windowsOf = [display](std::int32_t process) { return processWindows(*display, process); },
-            .layout = [layout = layouts.empty() ? DisplayLayout() : layouts.front()] { return layout; }};
-    }
-    AtspiAccessibility accessibility(live.contexts(), clock, session, std::nullopt, screen);
+    AtspiAccessibility accessibility(live.contexts(), clock, session, std::nullopt,
+                                     screenOf(X11Connection::open()));
     if (has("wake")) {
         auto const reader = accessibility.reader(pid, 250ms);
         std::printf("woken %d\n", reader->setFlag(reader->application(),

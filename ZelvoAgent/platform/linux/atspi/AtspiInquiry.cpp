@@ -1,5 +1,7 @@
 #include "platform/linux/atspi/AtspiInquiry.h"
 
+#include "platform/linux/atspi/Gtk4Answers.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -75,7 +77,9 @@ void appendArguments(sd_bus_message* call, AtspiQuestion question)
 AtspiToolkit atspiToolkitOf(std::string_view name)
 {
     bool const isChromium = name == "Chromium";
-    return {.takesGetAll = isChromium || name == "gtk" || name == "GTK", .givesAttributes = isChromium};
+    return {.takesGetAll = isChromium || name == "gtk" || name == "GTK",
+            .givesAttributes = isChromium,
+            .isGtk4 = name == "GTK"};
 }
 
 AtspiInquiry::AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon)
@@ -153,6 +157,8 @@ void AtspiInquiry::send(Index index, AtspiQuestion question)
         if (asked.of(question) != AtspiNode::Progress::asked)
             return;
         asked.take(question, reply);
+        if (toolkitOf(asked.peer).isGtk4)
+            correctGtk4Answer(asked, question);
         onAnswered(index, question);
     });
 }

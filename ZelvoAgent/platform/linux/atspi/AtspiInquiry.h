@@ -13,6 +13,7 @@ namespace zelvo {
 struct AtspiToolkit {
     bool takesGetAll = false;     ///< Properties.GetAll; Qt ends the application on it
     bool givesAttributes = false; ///< identifiers are attributes
+    bool isGtk4 = false;          ///< its answers want correcting
 };
 AtspiToolkit atspiToolkitOf(std::string_view name);
 

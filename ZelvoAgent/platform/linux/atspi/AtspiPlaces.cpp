@@ -23,7 +23,7 @@ void AtspiPlaces::begin(AtspiScreen const& screen,
     }
     mapping.emplace(std::move(toolkit), reported,
                     screen.windowsOf ? screen.windowsOf(pid) : std::vector<ProcessWindow>(),
-                    screen.layout ? screen.layout() : DisplayLayout());
+                    screen.displays ? screen.displays() : std::vector<DisplayLayout>());
 }
 
 void AtspiPlaces::forget()

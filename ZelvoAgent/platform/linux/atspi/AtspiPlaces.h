@@ -15,8 +15,8 @@ namespace zelvo {
 /// taken as they are reported. Thread: any.
 struct AtspiScreen {
     std::function<std::vector<ProcessWindow>(std::int32_t pid)> windowsOf =
-        {}; ///< those on the screen; blocks
-    std::function<DisplayLayout()> layout = {};
+        {};                                                    ///< those on the screen; blocks
+    std::function<std::vector<DisplayLayout>()> displays = {}; ///< the main one first
 };
 
 /// Where the elements of an application are on the screen. Thread: one.

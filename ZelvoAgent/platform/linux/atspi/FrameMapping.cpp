@@ -86,6 +86,15 @@ PixelRect pixelsIn(RootArea const& area)
     return {left, top, whole(std::ceil(area.right)) - left, whole(std::ceil(area.bottom)) - top};
 }
 
+/// The smallest area around all displays; nothing when there is none.
+std::optional<PixelRect> screenOf(std::vector<DisplayLayout> const& displays)
+{
+    PixelRegion region;
+    for (DisplayLayout const& display : displays)
+        region.add({display.origin.x, display.origin.y, display.widthPixels, display.heightPixels});
+    return region.isEmpty() ? std::nullopt : std::optional(region.bounds());
+}
+
 /// GTK tells this of what is not on the screen.
 bool isNowhere(ReportedRect const& reported)
 {
@@ -98,8 +107,9 @@ bool isNowhere(ReportedRect const& reported)
 FrameMapping::FrameMapping(std::string toolkit,
                            std::vector<ReportedWindow> const& reported,
                            std::vector<ProcessWindow> windows,
-                           DisplayLayout const& layout)
-    : toolkit(std::move(toolkit)), windows(std::move(windows)), layout(layout)
+                           std::vector<DisplayLayout> const& displays)
+    : toolkit(std::move(toolkit)), windows(std::move(windows)),
+      layout(displays.empty() ? DisplayLayout() : displays.front()), screen(screenOf(displays))
 {
     auto const matches = matchWindows(reported, this->windows, layout.scale);
     for (std::size_t i = 0; i < reported.size(); ++i) {
@@ -117,10 +127,10 @@ FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<
 {
     // Without a window to look at, the toolkit's habit is all there is to go by.
     bool const scalesItself = toolkit == "Qt" || toolkit == "Chromium";
-    FrameSpace space{.scale = scalesItself ? layout.scale : 1};
+    FrameSpace space{.scale = scalesItself ? layout.scale : 1, .visible = screen};
     if (!window)
         return space;
-    space.visible = windows[*window].inner;
+    space.visible = onScreen(windows[*window].inner);
     if (auto const fit = fitWindow(reported.onScreen, windows[*window], layout.scale)) {
         space.scale = fit->scale;
         space.x = fit->x;
@@ -139,13 +149,13 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
         if (ProcessWindow const* popup = popupOf(parent, *reported)) {
             space.x = popup->inner.x - space.scale * reported->x;
             space.y = popup->inner.y - space.scale * reported->y;
-            space.visible = popup->inner;
+            space.visible = onScreen(popup->inner);
         }
     // Chromium tells its own window in scaled units, and what is in pages in pixels.
     if (isDocument(role) && toolkit == "Chromium")
         space.scale = 1;
     if (opensAWindow(role) && role != frame)
-        space.visible.reset();
+        space.visible = screen;
     if (!reported || isNowhere(*reported))
         return placed;
     RootArea area = areaIn(space, *reported);
@@ -159,6 +169,11 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
         DesktopRect{(area.left - layout.origin.x) / layout.scale, (area.top - layout.origin.y) / layout.scale,
                     (area.right - area.left) / layout.scale, (area.bottom - area.top) / layout.scale};
     return placed;
+}
+
+PixelRect FrameMapping::onScreen(PixelRect const& area) const
+{
+    return screen ? intersection(area, *screen) : area;
 }
 
 /// GTK 4 knows no places on the screen, so that the elements of a popover are told from a corner of nothing

@@ -39,10 +39,11 @@ public:
     /// toolkit    the application's ToolkitName
     /// reported   its children that are windows
     /// windows    processWindows() of its process; empty when they can't be known
+    /// displays   the main one first; empty when they can't be known
     FrameMapping(std::string toolkit,
                  std::vector<ReportedWindow> const& reported,
                  std::vector<ProcessWindow> windows,
-                 DisplayLayout const& layout);
+                 std::vector<DisplayLayout> const& displays);
 
     /// The space in which a top-level element lies: place() it in here. Nothing when the application has
     /// windows on the screen but none for it.
@@ -61,12 +62,14 @@ public:
 private:
     FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
+    PixelRect onScreen(PixelRect const& area) const;
     bool mayFillAPopup(std::uint32_t role) const;
     bool clipsItsContent(std::uint32_t role) const;
 
     std::string toolkit;
     std::vector<ProcessWindow> windows;
-    DisplayLayout layout;
+    DisplayLayout layout; // of the main display
+    std::optional<PixelRect> screen;
     std::vector<std::optional<FrameSpace>> spaces; // of the top-level elements
 };
 

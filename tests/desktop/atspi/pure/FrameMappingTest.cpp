@@ -16,8 +16,8 @@ constexpr std::uint32_t button = 43;
 constexpr std::uint32_t scrollPane = 49;
 constexpr std::uint32_t documentWeb = 95;
 
-constexpr DisplayLayout unscaled{.widthPixels = 1600, .heightPixels = 1200};
-constexpr DisplayLayout doubled{.widthPixels = 1600, .heightPixels = 1200, .scale = 2};
+std::vector<DisplayLayout> const unscaled = {{.widthPixels = 1600, .heightPixels = 1200}};
+std::vector<DisplayLayout> const doubled = {{.widthPixels = 1600, .heightPixels = 1200, .scale = 2}};
 
 /// Places an element that lies in others, by what each of them reports from the outermost to the innermost.
 struct Step {
@@ -142,10 +142,12 @@ TEST(FramesOfGtk4, areThoseOfThePopoversOwnWindow)
 TEST(FramesOfQt, areUnitsOfItsOwnScreen)
 {
     // The main display begins at 700.
-    DisplayLayout const layout{.origin = {700, 0}, .widthPixels = 900, .heightPixels = 1200, .scale = 2};
+    std::vector<DisplayLayout> const displays = {
+        {.origin = {700, 0}, .widthPixels = 900, .heightPixels = 1200, .scale = 2},
+        {.widthPixels = 700, .heightPixels = 1200, .scale = 2}};
     ProcessWindow const window{.title = "Lab", .inner = {901, 201, 840, 600}, .outer = {900, 165, 842, 641}};
     ReportedRect const top{801, 101, 420, 300};
-    FrameMapping const mapping("Qt", {{"Lab", top}}, {window}, layout);
+    FrameMapping const mapping("Qt", {{"Lab", top}}, {window}, displays);
 
     // Drawn at 919, 263, 120x52.
     EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {810, 132, 60, 26}}}),
@@ -214,6 +216,19 @@ TEST(FramesOfChromium, reachOutOfThePageInLists)
                                 {menu, {678, 731, 145, 10}},
                                 {menuItem, {681, 866, 110, 71}}}),
               (DesktopRect{341, 433.5, 55, 35.5}));
+}
+
+TEST(FrameMapping, endsWhereTheScreenEnds)
+{
+    ProcessWindow const window{.title = "a", .inner = {1400, 100, 400, 300}, .outer = {1400, 100, 400, 300}};
+    ReportedRect const top{1400, 100, 400, 300};
+    FrameMapping const mapping("gtk", {{"a", top}}, {window}, unscaled);
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}}), (DesktopRect{1400, 100, 200, 300}));
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {1650, 150, 60, 30}}}), std::nullopt);
+    EXPECT_EQ(
+        placeOf(mapping, {{frameRole, top}, {menu, {1500, 150, 60, 30}}, {menuItem, {1580, 180, 60, 30}}}),
+        (DesktopRect{1580, 180, 20, 30}));
 }
 
 TEST(FrameMapping, placesNothingOfATopLevelWithoutAWindow)
