@@ -13,6 +13,7 @@ namespace zelvo::test {
 namespace {
 
 using testing::Contains;
+using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Not;
 
@@ -69,7 +70,10 @@ protected:
         TestApplication application = swatches(desktop, GetParam().toolkit);
         if (GetParam().decorated)
             application.command.emplace_back("--decorated");
-        pid = desktop.start(application.command, {{"GDK_SCALE", std::to_string(GetParam().scale)}});
+        // GTK has a scale of its own; the others go by Xft.dpi.
+        bool const isGtk = GetParam().toolkit == Toolkit::gtk3 || GetParam().toolkit == Toolkit::gtk4;
+        pid = desktop.start(application.command,
+                            {{"GDK_SCALE", isGtk ? std::to_string(GetParam().scale) : "1"}});
         painter.move(desktop.waitForWindow(application.window), 531, 83);
     }
 
@@ -88,29 +92,35 @@ protected:
         return found;
     }
 
-    std::string colorAt(DesktopPoint point) const
+    std::array<int, 3> colorAt(DesktopPoint point)
     {
         PixelPoint const pixel = layout().toPixels(point);
         auto const cookie =
-            xcb_get_image(connection->get(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(),
+            xcb_get_image(painter.x(), XCB_IMAGE_FORMAT_Z_PIXMAP, painter.root(),
                           static_cast<std::int16_t>(pixel.x), static_cast<std::int16_t>(pixel.y), 1, 1, ~0U);
-        XReply<xcb_get_image_reply_t> const image(xcb_get_image_reply(connection->get(), cookie, nullptr));
+        XReply<xcb_get_image_reply_t> const image(xcb_get_image_reply(painter.x(), cookie, nullptr));
         if (!image)
-            return "off the screen";
+            return {-1, -1, -1};
         std::uint8_t const* bytes = xcb_get_image_data(image.get());
-        std::array<char, 8> text{};
-        std::snprintf(text.data(), text.size(), "%02x%02x%02x", bytes[2], bytes[1], bytes[0]);
-        return text.data();
+        return {bytes[2], bytes[1], bytes[0]};
     }
 
-    /// What is drawn at the centre of each swatch that has a place.
-    std::map<std::string, std::string> drawn(std::map<std::string, DesktopRect> const& places) const
+    /// Is that what the swatch of this name is drawn in? Chromium rounds a little.
+    static bool isDrawnIn(std::string const& name, std::array<int, 3> const& color)
     {
-        std::map<std::string, std::string> colors;
+        int const wanted = std::stoi(name.substr(name.size() - 6), nullptr, 16);
+        return std::abs((wanted >> 16) - color[0]) <= 1 && std::abs((wanted >> 8 & 255) - color[1]) <= 1 &&
+               std::abs((wanted & 255) - color[2]) <= 1;
+    }
+
+    /// The swatches with a place at whose centre something else is drawn.
+    std::vector<std::string> misplaced(std::map<std::string, DesktopRect> const& places)
+    {
+        std::vector<std::string> names;
         for (auto const& [name, frame] : places)
-            if (name.starts_with("swatch "))
-                colors[name] = "swatch " + colorAt(frame.center());
-        return colors;
+            if (name.starts_with("swatch ") && !isDrawnIn(name, colorAt(frame.center())))
+                names.push_back(name);
+        return names;
     }
 
     /// Reads until what is said and what is drawn agree, with all that is wanted and nothing that is not; a
@@ -120,12 +130,11 @@ protected:
     {
         std::map<std::string, DesktopRect> found;
         auto const has = [&](std::string const& name) { return found.contains(name); };
-        auto const agrees = [](auto const& pair) { return pair.first == pair.second; };
         waitFor(
             [&] {
                 found = places();
                 return std::ranges::all_of(wanted, has) && std::ranges::none_of(unwanted, has) &&
-                       std::ranges::all_of(drawn(found), agrees);
+                       misplaced(found).empty();
             },
             10s);
         std::vector<std::string> names;
@@ -134,8 +143,7 @@ protected:
         EXPECT_THAT(names, IsSupersetOf(wanted));
         for (std::string const& name : unwanted)
             EXPECT_THAT(names, Not(Contains(name)));
-        for (auto const& [name, color] : drawn(found))
-            EXPECT_EQ(name, color);
+        EXPECT_THAT(misplaced(found), IsEmpty());
         return found;
     }
 
