@@ -132,6 +132,20 @@ void Painter::unmap(std::uint32_t window)
     sync();
 }
 
+void Painter::minimise(std::uint32_t window)
+{
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atomOf(connection.get(), "WM_CHANGE_STATE");
+    message.data.data32[0] = 3; // IconicState
+    xcb_send_event(connection.get(), 0, root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<char const*>(&message));
+    sync();
+}
+
 void Painter::close(std::uint32_t window)
 {
     xcb_destroy_window(connection.get(), window);

@@ -62,6 +62,8 @@ public:
     void lower(std::uint32_t window);
     void map(std::uint32_t window);
     void unmap(std::uint32_t window);
+    /// Asks the window manager to; map() brings the window back.
+    void minimise(std::uint32_t window);
     void close(std::uint32_t window);
     void paint(std::uint32_t window, std::uint32_t color);
     /// Paints the root window, beneath everything.

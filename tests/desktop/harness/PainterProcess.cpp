@@ -65,6 +65,11 @@ void PainterProcess::move(std::uint32_t window, int x, int y)
     ask("move", window, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y));
 }
 
+void PainterProcess::resize(std::uint32_t window, int width, int height)
+{
+    ask("resize", window, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height));
+}
+
 void PainterProcess::raise(std::uint32_t window)
 {
     ask("raise", window);
@@ -83,6 +88,11 @@ void PainterProcess::map(std::uint32_t window)
 void PainterProcess::unmap(std::uint32_t window)
 {
     ask("unmap", window);
+}
+
+void PainterProcess::minimise(std::uint32_t window)
+{
+    ask("minimise", window);
 }
 
 void PainterProcess::close(std::uint32_t window)

@@ -23,10 +23,12 @@ public:
 
     std::uint32_t open(PaintedWindow window);
     void move(std::uint32_t window, int x, int y);
+    void resize(std::uint32_t window, int width, int height);
     void raise(std::uint32_t window);
     void lower(std::uint32_t window);
     void map(std::uint32_t window);
     void unmap(std::uint32_t window);
+    void minimise(std::uint32_t window);
     void close(std::uint32_t window);
     void paint(std::uint32_t window, std::uint32_t color);
     void embed(std::uint32_t window, std::uint32_t into, int x, int y);

@@ -28,6 +28,8 @@ std::uint32_t carryOut(Painter& painter, boost::json::object const& question)
     auto const second = static_cast<int>(number("second"));
     if (what == "move")
         painter.move(window, static_cast<int>(first), second);
+    else if (what == "resize")
+        painter.resize(window, static_cast<int>(first), second);
     else if (what == "raise")
         painter.raise(window);
     else if (what == "lower")
@@ -36,6 +38,8 @@ std::uint32_t carryOut(Painter& painter, boost::json::object const& question)
         painter.map(window);
     else if (what == "unmap")
         painter.unmap(window);
+    else if (what == "minimise")
+        painter.minimise(window);
     else if (what == "close")
         painter.close(window);
     else if (what == "paint")
