@@ -183,7 +183,7 @@ private:
     }
 
     /// Finds the window with WM_STATE in each frame: a child of another client, or below the window manager's
-    /// own windows.
+    /// own windows. Of several, as in frames with tabs, the topmost that is shown counts.
     void findClients()
     {
         std::vector<Step> level;
@@ -195,20 +195,30 @@ private:
         for (int depth = 0; depth < 3 && !level.empty(); ++depth) {
             for (Step const& step : level)
                 if (isForeign(step.window, survey.windows[step.top].id))
-                    askProperty(step.window, connection.atoms().wmState, 0,
-                                [this, step](Property const& reply) {
-                                    SurveyedWindow& frame = survey.windows[step.top];
-                                    if (reply.type == XCB_ATOM_NONE || frame.managed)
-                                        return;
-                                    frame.managed = true;
-                                    frame.client.id = step.window;
-                                });
+                    askWhetherClient(step);
             batch.run();
             level = belowFrames(level);
         }
         for (SurveyedWindow& window : survey.windows)
             window.windowManagers =
                 !window.managed && windowManager && connection.clientOf(window.id) == windowManager;
+    }
+
+    void askWhetherClient(Step const& step)
+    {
+        askProperty(step.window, connection.atoms().wmState, 0, [this, step](Property const& reply) {
+            if (reply.type != XCB_ATOM_NONE)
+                clients.insert(step.window);
+        });
+        batch.ask(xcb_get_window_attributes(x, step.window), xcb_get_window_attributes_reply,
+                  [this, step](xcb_get_window_attributes_reply_t const& reply) {
+                      SurveyedWindow& frame = survey.windows[step.top];
+                      bool const shown = reply.map_state == XCB_MAP_STATE_VIEWABLE;
+                      if (!clients.contains(step.window) || (frame.managed && !shown))
+                          return;
+                      frame.managed = true;
+                      frame.client.id = step.window;
+                  });
     }
 
     /// The next level down in frames whose client is not found yet. Some window managers put it one window
@@ -238,12 +248,15 @@ private:
             SurveyedWindow const& window = survey.windows[i];
             if (window.inputOnly || window.windowManagers)
                 continue;
-            if (window.client.id != window.id)
+            bool const framed = window.client.id != window.id;
+            if (framed) {
                 level.push_back({i, window.client.id, window.client.id});
-            else
-                for (std::uint32_t const child : children[i])
+                survey.watched.push_back(window.client.id);
+            }
+            for (std::uint32_t const child : children[i])
+                if (!framed || (child != window.client.id && isForeign(child, window.id)))
                     addInside({i, child, window.id}, level);
-            survey.watched.push_back(window.client.id);
+            survey.watched.push_back(window.id);
         }
         // A page or a video is a few windows deep; no window tree of use is deeper than this.
         for (int depth = 0; depth < 16 && !level.empty(); ++depth) {
@@ -334,6 +347,8 @@ private:
                   });
         batch.ask(xcb_get_geometry(x, inside.client.id), xcb_get_geometry_reply,
                   [this, &inside](xcb_get_geometry_reply_t const& reply) {
+                      inside.place = {reply.x, reply.y, reply.width + 2 * reply.border_width,
+                                      reply.height + 2 * reply.border_width};
                       if (visible.contains(inside.client.id))
                           inside.area = {-reply.border_width, -reply.border_width,
                                          reply.width + 2 * reply.border_width,
@@ -424,6 +439,7 @@ private:
     std::vector<std::uint32_t> managedClients;
     std::uint32_t windowManager = 0;
     std::vector<std::vector<std::uint32_t>> children; // of each of the survey's windows
+    std::set<std::uint32_t> clients;                  // with WM_STATE, in frames
     std::set<std::uint32_t> visible;
 };
 

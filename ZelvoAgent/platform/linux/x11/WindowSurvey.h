@@ -23,7 +23,8 @@ struct ClientWindow {
 /// A client's window inside another client's.
 struct EmbeddedWindow {
     ClientWindow client;
-    PixelRect area; ///< on the root window
+    PixelRect area;  ///< on the root window
+    PixelRect place; ///< in its parent; both with its border
 };
 
 /// A child of the root window.
