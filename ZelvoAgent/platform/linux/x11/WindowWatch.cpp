@@ -3,16 +3,25 @@
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XReply.h"
 
+#include <xcb/damage.h>
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
+
+#include <algorithm>
+#include <set>
 
 namespace zelvo {
 
 namespace {
 
+/// How long a client that has left a window may still be seen in it, when nobody tells of drawing there.
+constexpr std::chrono::seconds vacating{3};
+
 void select(X11Connection const& connection, std::uint32_t window)
 {
-    std::uint32_t const mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    // Its own end is told of too: its number may come again for a window that must be selected anew.
+    std::uint32_t const mask =
+        XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection.get(), window, XCB_CW_EVENT_MASK, &mask);
 }
 
@@ -24,7 +33,8 @@ Event const& as(void const* event)
 
 } // namespace
 
-WindowWatch::WindowWatch(std::shared_ptr<X11Connection> server) : connection(std::move(server))
+WindowWatch::WindowWatch(std::shared_ptr<X11Connection> server)
+    : connection(std::move(server)), stains(connection)
 {
     select(*connection, connection->root());
     connection->sync();
@@ -65,22 +75,21 @@ void WindowWatch::take(void const* event)
     case XCB_CIRCULATE_NOTIFY:
         break;
     default:
-        changed = changed ||
-                  (connection->capabilities().shape && type == connection->capabilities().shapeFirstEvent);
+        changed = takeExtension(type, event) || changed;
         return;
     }
     // In all of these the window that it is about stands after the one that it was reported to, but for
     // creation.
     auto const& about = as<xcb_destroy_notify_event_t>(event);
     bool const onRoot = about.event == connection->root();
-    if (about.window == ignored)
+    if (about.window == ignored || about.window == connection->root())
         return;
     changed = true;
-    if (type == XCB_DESTROY_NOTIFY) {
-        selected.erase(about.window);
-        selectedShapes.erase(about.window);
-        frames.erase(about.window);
-    }
+    noteGuest(type, event);
+    if (onRoot && (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY))
+        noteGone(about.window);
+    if (type == XCB_DESTROY_NOTIFY)
+        noteEnd(about.window);
     if (!onRoot)
         return;
     if (type == XCB_CONFIGURE_NOTIFY) {
@@ -92,16 +101,29 @@ void WindowWatch::take(void const* event)
             frames.insert(move.parent);
     } else if (type == XCB_MAP_NOTIFY) {
         noteMapped(about.window);
-    } else if (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY) {
-        noteGone(about.window, type == XCB_DESTROY_NOTIFY);
     }
+}
+
+/// True when it is about something that a survey rests on.
+bool WindowWatch::takeExtension(int type, void const* event)
+{
+    X11Capabilities const& can = connection->capabilities();
+    if (can.damage && type == can.damageFirstEvent) {
+        auto const& drawn = as<xcb_damage_notify_event_t>(event);
+        stains.isDrawn(drawn.drawable, drawn.damage, as<xcb_generic_event_t>(event).full_sequence,
+                       {drawn.area.x, drawn.area.y, drawn.area.width, drawn.area.height});
+        return false;
+    }
+    return can.shape && type == can.shapeFirstEvent;
 }
 
 void WindowWatch::noteSize(std::uint32_t window, int width, int height)
 {
     Shown& entry = shown[window];
-    if (entry.width != width || entry.height != height)
-        entry = {width, height, std::chrono::steady_clock::now()};
+    if (entry.width == width && entry.height == height)
+        return;
+    entry = {width, height, std::chrono::steady_clock::now()};
+    stains.isGone(window);
 }
 
 void WindowWatch::noteMapped(std::uint32_t window)
@@ -109,12 +131,21 @@ void WindowWatch::noteMapped(std::uint32_t window)
     shown[window].since = std::chrono::steady_clock::now();
 }
 
-void WindowWatch::noteGone(std::uint32_t window, bool destroyed)
+void WindowWatch::noteGone(std::uint32_t window)
 {
     if (!kept.contains(window))
         loss = std::chrono::steady_clock::now();
-    if (destroyed)
-        shown.erase(window);
+    stains.isGone(window);
+}
+
+/// Its number may come again for quite another window.
+void WindowWatch::noteEnd(std::uint32_t window)
+{
+    selected.erase(window);
+    selectedShapes.erase(window);
+    frames.erase(window);
+    kept.erase(window);
+    shown.erase(window);
 }
 
 bool WindowWatch::hasChanged() const
@@ -165,6 +196,59 @@ void WindowWatch::setKept(std::unordered_set<std::uint32_t> windows)
 {
     std::scoped_lock guard(lock);
     kept = std::move(windows);
+}
+
+/// A guest leaves its place. This is told of before the host is drawn there.
+void WindowWatch::noteGuest(int type, void const* event)
+{
+    auto const& about = as<xcb_destroy_notify_event_t>(event);
+    auto const guest = std::ranges::find(guests, about.window, &Guest::window);
+    if (guest == guests.end() || type == XCB_MAP_NOTIFY)
+        return;
+    PixelRegion vacated(guest->area);
+    auto const until = std::chrono::steady_clock::now() + vacating;
+    if (type != XCB_CONFIGURE_NOTIFY) {
+        stains.isStained(guest->host, vacated, until);
+        guests.erase(guest);
+        return;
+    }
+    auto const& now = as<xcb_configure_notify_event_t>(event);
+    PixelRect const place{now.x, now.y, now.width + 2 * now.border_width, now.height + 2 * now.border_width};
+    guest->area = {guest->area.x + place.x - guest->place.x, guest->area.y + place.y - guest->place.y,
+                   place.width, place.height};
+    guest->place = place;
+    vacated.subtract(guest->area);
+    stains.isStained(guest->host, vacated, until);
+}
+
+void WindowWatch::setGuests(std::vector<Guest> present)
+{
+    std::scoped_lock guard(lock);
+    std::set<std::uint32_t> hosts;
+    for (Guest const& guest : present)
+        hosts.insert(guest.host);
+    for (Guest const& before : guests) {
+        // One that went without a word, with a window between it and its host for instance.
+        PixelRegion vacated(before.area);
+        if (auto const now = std::ranges::find(present, before.window, &Guest::window);
+            now != present.end() && now->host == before.host)
+            vacated.subtract(now->area);
+        stains.isStained(before.host, vacated, std::chrono::steady_clock::now() + vacating);
+    }
+    stains.expect(std::move(hosts));
+    guests = std::move(present);
+}
+
+void WindowWatch::noteStain(std::uint32_t window, PixelRegion const& part, std::optional<Time> until)
+{
+    std::scoped_lock guard(lock);
+    stains.isStained(window, part, until);
+}
+
+PixelRegion WindowWatch::stain(SurveyedWindow const& window)
+{
+    std::scoped_lock guard(lock);
+    return stains.stain(window);
 }
 
 void WindowWatch::ignore(std::uint32_t window)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/x11/StainWatch.h"
 #include "platform/linux/x11/WindowSurvey.h"
 
 #include <chrono>
@@ -7,7 +8,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <unordered_set>
+#include <vector>
 
 namespace zelvo {
 
@@ -38,6 +41,20 @@ public:
     /// Whether a window has been a frame around a client's window.
     bool hasHeldClient(std::uint32_t window) const;
     void setKept(std::unordered_set<std::uint32_t> windows);
+    /// A part of a window shows what is none of its own. part: within the border. until: when it passes for
+    /// clean though nothing was drawn there; never without.
+    void noteStain(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
+    /// Such a part that is left, on the root window.
+    PixelRegion stain(SurveyedWindow const& window);
+    /// A client inside another's window that is left out of pictures. Where it was its host is stained.
+    struct Guest {
+        std::uint32_t window = 0;
+        std::uint32_t host = 0;
+        PixelRect place; ///< in its parent
+        PixelRect area;  ///< in its host, within the border
+        bool operator==(Guest const&) const = default;
+    };
+    void setGuests(std::vector<Guest> present);
     /// A window whose coming and going means nothing.
     void ignore(std::uint32_t window);
 
@@ -48,9 +65,12 @@ private:
         Time since;
     };
     void take(void const* event);
+    bool takeExtension(int type, void const* event);
     void noteSize(std::uint32_t window, int width, int height);
     void noteMapped(std::uint32_t window);
-    void noteGone(std::uint32_t window, bool destroyed);
+    void noteGone(std::uint32_t window);
+    void noteEnd(std::uint32_t window);
+    void noteGuest(int type, void const* event);
     bool concernsNames(std::uint32_t atom) const;
 
     std::shared_ptr<X11Connection> connection;
@@ -61,6 +81,8 @@ private:
     std::unordered_set<std::uint32_t> kept;
     std::unordered_set<std::uint32_t> frames;
     std::map<std::uint32_t, Shown> shown;
+    StainWatch stains;
+    std::vector<Guest> guests;
     Time loss{};
     std::uint32_t ignored = 0;
 };

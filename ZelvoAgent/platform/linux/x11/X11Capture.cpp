@@ -1,6 +1,7 @@
 #include "platform/linux/x11/X11Capture.h"
 
 #include "platform/linux/x11/PixelCopy.h"
+#include "platform/linux/x11/Redirection.h"
 #include "platform/linux/x11/WindowOwners.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XReply.h"
@@ -71,12 +72,25 @@ public:
         }
         if (!capture.owners)
             capture.owners = std::make_unique<WindowOwners>(capture.survey, *capture.index, ::getpid());
-        exclusion = excludedWindows(capture.survey, [&](ClientWindow const& client) {
+        auto const isNamed = [&](ClientWindow const& client) {
             auto const names = capture.owners->namesOf(client).names;
             return std::ranges::any_of(names, [&](auto const& name) { return excluded.contains(name); });
-        });
+        };
+        exclusion = excludedWindows(capture.survey, isNamed);
         leaveOutEmptyFrames();
+        capture.changes.setGuests(guests(isNamed));
         return owner->owner != XCB_NONE;
+    }
+
+    /// Leaves out what windows that stay may still show of others. hides: the person has hidden something.
+    void leaveOutStains(bool hides)
+    {
+        if (!hides && !exclusion.isAny())
+            return;
+        for (std::size_t i = 0; i < exclusion.windows.size(); ++i) {
+            PixelRegion const stain = capture.changes.stain(capture.survey.windows[i]);
+            exclusion.holes[i].insert(exclusion.holes[i].end(), stain.all().begin(), stain.all().end());
+        }
     }
 
     /// How long windows that stay must be given to paint themselves over those that don't.
@@ -152,6 +166,19 @@ private:
             if (window.windowManagers && !window.inputOnly && capture.changes.hasHeldClient(window.id))
                 exclusion.windows[i] = true;
         }
+    }
+
+    template <class Named>
+    std::vector<WindowWatch::Guest> guests(Named named) const
+    {
+        std::vector<WindowWatch::Guest> found;
+        for (SurveyedWindow const& host : capture.survey.windows)
+            for (EmbeddedWindow const& inside : host.embedded)
+                if (named(inside.client))
+                    found.push_back(
+                        {inside.client.id, host.id, inside.place,
+                         inside.area.movedBy(-host.area.x - host.border, -host.area.y - host.border)});
+        return found;
     }
 
     /// Pixels on their way into the shared memory.
@@ -324,10 +351,9 @@ X11Capture::X11Capture(std::shared_ptr<X11Connection> server, DesktopEntries& en
     : connection(std::move(server)), entries(entries), memory(std::make_shared<SharedImagePool>(connection)),
       changes(connection), background(connection), redirectedAt(steady_clock::now())
 {
-    xcb_composite_redirect_subwindows(connection->get(), connection->root(),
-                                      XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     changes.ignore(background.window());
-    connection->sync();
+    changes.takeEvents();
+    redirectWindows(*connection, changes);
     changes.takeEvents();
 }
 
@@ -343,6 +369,7 @@ CaptureResult X11Capture::take(PixelRect area, std::set<std::string> const& excl
     }
     Look look(*this, area);
     bool const compositor = look.bringUpToDate(excluded);
+    look.leaveOutStains(excluded.size() > excluded.count(ownBundleIdentifier));
     bool const excludes = look.isAnyExcluded();
     bool const lingers = compositor && timeLeft(changes.lastLoss(), fading) > milliseconds{0};
     CaptureResult result;

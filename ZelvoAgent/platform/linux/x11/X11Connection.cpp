@@ -3,6 +3,7 @@
 #include "platform/linux/x11/XReply.h"
 
 #include <xcb/composite.h>
+#include <xcb/damage.h>
 #include <xcb/randr.h>
 #include <xcb/res.h>
 #include <xcb/shape.h>
@@ -62,8 +63,8 @@ X11Connection::X11Connection(xcb_connection_t* connection, int number)
     : connection(connection), number(number)
 {
     readScreen();
-    for (auto* extension :
-         {&xcb_shm_id, &xcb_composite_id, &xcb_xfixes_id, &xcb_shape_id, &xcb_res_id, &xcb_randr_id})
+    for (auto* extension : {&xcb_shm_id, &xcb_composite_id, &xcb_xfixes_id, &xcb_damage_id, &xcb_shape_id,
+                            &xcb_res_id, &xcb_randr_id})
         xcb_prefetch_extension_data(connection, extension);
     names = X11Atoms::intern(connection, number);
     askExtensions();
@@ -105,6 +106,12 @@ void X11Connection::askExtensions()
         XReply<xcb_xfixes_query_version_reply_t> reply(
             xcb_xfixes_query_version_reply(x, xcb_xfixes_query_version(x, 5, 0), nullptr));
         can.xfixes = atLeast(reply, 2, 0);
+    }
+    if (auto const damage = present(x, &xcb_damage_id)) {
+        can.damageFirstEvent = *damage;
+        XReply<xcb_damage_query_version_reply_t> reply(
+            xcb_damage_query_version_reply(x, xcb_damage_query_version(x, 1, 1), nullptr));
+        can.damage = atLeast(reply, 1, 1);
     }
     if (shape) {
         XReply<xcb_shape_query_version_reply_t> reply(

@@ -19,10 +19,12 @@ struct X11Capabilities {
     bool composite = false; ///< 0.2 at least: windows have named pixmaps
     bool xfixes = false;    ///< 2 at least: the pointer's picture
     bool shape = false;     ///< 1.1 at least: input shapes
+    bool damage = false;    ///< the server tells what is drawn
     bool res = false;       ///< 1.2 at least: process ids of clients
     bool randr = false;     ///< 1.5 at least: monitors
     std::uint8_t randrFirstEvent = 0;
     std::uint8_t shapeFirstEvent = 0;
+    std::uint8_t damageFirstEvent = 0;
     bool operator==(X11Capabilities const&) const = default;
 };
 
