@@ -331,6 +331,23 @@ TEST(AtspiReader, readsTheFirstRowsOfALongTable)
     EXPECT_EQ(application.count("2 GetChildren"), 0u);
 }
 
+TEST(AtspiReader, asksGtkForTheChildrenOfALongListOneByOne)
+{
+    AtspiDesk desk;
+    auto const application =
+        desk.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 3000}}}, {{"toolkit", "gtk"}});
+    auto const reader = desk.reader(application);
+    auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
+    ASSERT_TRUE(windows && windows->size() == 1);
+
+    auto const found = reader->elements(windows->front(), children);
+
+    ASSERT_TRUE(found);
+    ASSERT_THAT(*found, SizeIs(3000));
+    EXPECT_EQ(reader->text(found->back(), title), "b2999");
+    EXPECT_EQ(application.count("1 GetChildren"), 0u);
+}
+
 TEST(AtspiReader, boundsTheNumberOfChildren)
 {
     AtspiDesk desk;

@@ -52,6 +52,7 @@ void AtspiExchange::cancelAll()
 void AtspiExchange::ask(PeerId id, BusMessagePtr call, OnAnswer onAnswer)
 {
     Peer& peer = *peers[id];
+    peer.isGone |= !peer.link->isOpen();
     if (!call || peer.isGone)
         return onAnswer(nullptr);
     auto const place = peer.calls.emplace(peer.calls.end());

@@ -79,7 +79,8 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
     bool const isChromium = name == "Chromium";
     return {.takesGetAll = isChromium || name == "gtk" || name == "GTK",
             .givesAttributes = isChromium,
-            .isGtk4 = name == "GTK"};
+            .isGtk4 = name == "GTK",
+            .listsSlowly = name == "gtk"};
 }
 
 AtspiInquiry::AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon)
@@ -165,25 +166,30 @@ void AtspiInquiry::send(Index index, AtspiQuestion question)
 
 void AtspiInquiry::askChildren(Index index)
 {
-    AtspiNode& node = nodes[index];
+    AtspiNode const& node = nodes[index];
     bool const mayBeMany =
         node.has(AtspiState::managesDescendants) && holdsManyChildren(node.role.value_or(0));
-    if (mayBeMany && !node.childCount) {
-        // The count comes first: a list of a million rows would keep the application busy for seconds.
-        node.set(AtspiQuestion::childCount, AtspiNode::Progress::asked);
-        return exchange.ask(node.peer, messageFor(node, AtspiQuestion::childCount),
-                            [this, index](sd_bus_message* reply) {
-                                nodes[index].take(AtspiQuestion::childCount, reply);
-                                if (!nodes[index].childCount)
-                                    return finishChildren(index, {});
-                                askChildren(index);
-                            });
-    }
-    if (node.childCount == 0)
+    bool const listsSlowly = toolkitOf(node.peer).listsSlowly;
+    // The count comes first where a long list would keep the application busy for seconds.
+    if ((mayBeMany || listsSlowly) && !node.isAnswered(AtspiQuestion::childCount) && !node.childCount)
+        return askChildCount(index);
+    std::int32_t const count = node.childCount.value_or(mayBeMany ? 0 : 1);
+    if (count == 0)
         return finishChildren(index, {});
-    if (mayBeMany && *node.childCount > manyChildren)
-        return askFirstChildren(index);
+    if (count > manyChildren && (mayBeMany || listsSlowly))
+        return askOneByOne(index, mayBeMany ? firstOfMany : count);
     askAllChildren(index);
+}
+
+void AtspiInquiry::askChildCount(Index index)
+{
+    AtspiNode& node = nodes[index];
+    node.set(AtspiQuestion::childCount, AtspiNode::Progress::asked);
+    exchange.ask(node.peer, messageFor(node, AtspiQuestion::childCount),
+                 [this, index](sd_bus_message* reply) {
+                     nodes[index].take(AtspiQuestion::childCount, reply);
+                     askChildren(index);
+                 });
 }
 
 void AtspiInquiry::askAllChildren(Index index)
@@ -198,29 +204,44 @@ void AtspiInquiry::askAllChildren(Index index)
     });
 }
 
-void AtspiInquiry::askFirstChildren(Index index)
+void AtspiInquiry::askOneByOne(Index index, std::int32_t count)
+{
+    auto const listing = std::make_shared<Listing>();
+    listing->references.resize(std::min(static_cast<std::size_t>(count), atspi::mostChildren));
+    continueListing(index, listing);
+}
+
+void AtspiInquiry::continueListing(Index index, std::shared_ptr<Listing> const& listing)
+{
+    auto const peer = nodes[index].peer;
+    auto const count = static_cast<std::int32_t>(listing->references.size());
+    // What has come by the end of its patience is the list.
+    while (listing->next < count && !exchange.isSilent(peer) && !exchange.isGone(peer) &&
+           (listing->inFlight == 0 || exchange.hasRoom(peer)))
+        askChildAt(index, listing, listing->next++);
+    if (listing->inFlight > 0 || nodes[index].isAnswered(AtspiQuestion::children))
+        return;
+    std::vector<atspi::Reference> found;
+    for (auto& reference : listing->references)
+        if (reference)
+            found.push_back(std::move(*reference));
+    takeChildren(index, std::move(found));
+}
+
+void AtspiInquiry::askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at)
 {
     AtspiNode const& node = nodes[index];
-    auto const listing = std::make_shared<Listing>();
-    listing->references.resize(firstOfMany);
-    listing->missing = firstOfMany;
-    for (std::int32_t at = 0; at < firstOfMany; ++at) {
-        auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, accessible,
-                                                       "GetChildAtIndex");
-        if (call)
-            sd_bus_message_append(call.get(), "i", at);
-        exchange.ask(node.peer, std::move(call), [this, index, listing, at](sd_bus_message* reply) {
-            if (reply)
-                listing->references[static_cast<std::size_t>(at)] = atspi::readReference(reply);
-            if (--listing->missing > 0)
-                return;
-            std::vector<atspi::Reference> found;
-            for (auto& reference : listing->references)
-                if (reference)
-                    found.push_back(std::move(*reference));
-            takeChildren(index, std::move(found));
-        });
-    }
+    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, accessible,
+                                                   "GetChildAtIndex");
+    if (call)
+        sd_bus_message_append(call.get(), "i", at);
+    ++listing->inFlight;
+    exchange.ask(node.peer, std::move(call), [this, index, listing, at](sd_bus_message* reply) {
+        --listing->inFlight;
+        if (reply)
+            listing->references[static_cast<std::size_t>(at)] = atspi::readReference(reply);
+        continueListing(index, listing);
+    });
 }
 
 void AtspiInquiry::takeChildren(Index index, std::vector<atspi::Reference> references)

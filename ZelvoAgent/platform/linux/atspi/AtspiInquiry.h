@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,7 @@ struct AtspiToolkit {
     bool takesGetAll = false;     ///< Properties.GetAll; Qt ends the application on it
     bool givesAttributes = false; ///< identifiers are attributes
     bool isGtk4 = false;          ///< its answers want correcting
+    bool listsSlowly = false;     ///< GTK 3: a list of children takes it the square of their number
 };
 AtspiToolkit atspiToolkitOf(std::string_view name);
 
@@ -56,17 +58,21 @@ private:
         bool isKnown = false; ///< pid was asked for and answered, or not
         std::optional<bool> isAllowed;
     };
-    /// A list of children that is being put together.
+    /// A list of children that is being put together, one by one.
     struct Listing {
         std::vector<std::optional<atspi::Reference>> references;
-        std::size_t missing = 0;
+        std::int32_t next = 0;
+        std::int32_t inFlight = 0;
     };
 
     BusMessagePtr messageFor(AtspiNode const& node, AtspiQuestion question) const;
     void send(Index node, AtspiQuestion question);
     void askChildren(Index node);
     void askAllChildren(Index node);
-    void askFirstChildren(Index node);
+    void askChildCount(Index node);
+    void askOneByOne(Index node, std::int32_t count);
+    void continueListing(Index node, std::shared_ptr<Listing> const& listing);
+    void askChildAt(Index node, std::shared_ptr<Listing> const& listing, std::int32_t at);
     void takeChildren(Index node, std::vector<atspi::Reference> references);
     void finishChildren(Index node, std::vector<atspi::Reference> const& references);
     Side& sideOf(std::string const& name);
