@@ -77,7 +77,7 @@ Task<> ConnectionService::tellRevocation(std::shared_ptr<MachineSession> session
             co_await session->call(requestId, writeJson(frame), settings.commandTimeout);
         if (reply.value.get_object().contains("result"))
             store.setRevocationTold(connectionId);
-    } catch (Failure const&) { // NOLINT(bugprone-empty-catch)
+    } catch (Failure const&) {
         // It is told again when the machine connects next.
     }
 }

@@ -124,7 +124,8 @@ Transaction::~Transaction()
         return;
     try {
         database.execute("ROLLBACK");
-    } catch (std::runtime_error const&) { // NOLINT(bugprone-empty-catch): closing the file undoes it as well.
+    } catch (std::runtime_error const&) {
+        // Closing the file undoes it as well.
     }
 }
 

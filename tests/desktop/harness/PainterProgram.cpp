@@ -17,7 +17,7 @@ namespace {
 
 std::uint32_t carryOut(Painter& painter, boost::json::object const& question)
 {
-    std::string const what = boost::json::value_to<std::string>(question.at("do"));
+    auto const what = boost::json::value_to<std::string>(question.at("do"));
     if (what == "open")
         return painter.open(windowFrom(question.at("window").as_object()));
     auto const number = [&](char const* name) {
@@ -71,7 +71,7 @@ int main(int count, char** arguments)
     if (count != 2)
         return 2;
     try {
-        zelvo::test::serve(std::atoi(arguments[1]));
+        zelvo::test::serve(std::stoi(arguments[1]));
     } catch (std::exception const& failure) {
         std::fprintf(stderr, "%s\n", failure.what());
         return 1;

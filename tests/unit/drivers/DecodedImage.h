@@ -25,7 +25,7 @@ struct DecodedImage {
     static DecodedImage jpeg(std::vector<std::uint8_t> const& data)
     {
         DecodedImage image;
-        tjhandle const reader = tjInitDecompress();
+        tjhandle reader = tjInitDecompress();
         int subsampling = 0;
         int colors = 0;
         bool ok = tjDecompressHeader3(reader, data.data(), data.size(), &image.width, &image.height,

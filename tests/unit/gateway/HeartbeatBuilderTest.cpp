@@ -115,7 +115,7 @@ TEST_F(HeartbeatBuilderTest, longNameIsCutToCharactersNotBytes)
     for (int i = 0; i < 200; ++i)
         name += "é";
     platform.machineFacts.name = name;
-    EXPECT_EQ(builder.computerName(), name.substr(0, 128 * 2));
+    EXPECT_EQ(builder.computerName(), name.substr(0, std::string("é").size() * 128));
 }
 
 TEST_F(HeartbeatBuilderTest, equalHiddenEntriesCountOnce)

@@ -26,7 +26,7 @@ public:
                 .refreshDisplay = [this] { ++displayRefreshes; }};
     }
 
-    ActivityEntry newest() { return state.activity().front(); }
+    ActivityEntry newest() const { return state.activity().front(); }
     std::string& content(char const* key) { return platform.settings.contents[key]; }
     std::vector<ActivityEntry> storedActivity()
     {
@@ -36,7 +36,7 @@ public:
 
     /// Forgets what is stored, so that a test sees whether something is stored again.
     void clearStored() { platform.settings.contents.clear(); }
-    bool isStored(std::string const& key) { return platform.settings.contents.contains(key); }
+    bool isStored(std::string const& key) const { return platform.settings.contents.contains(key); }
 
     void look(std::optional<std::string> connectionId, std::optional<std::string> agentName)
     {

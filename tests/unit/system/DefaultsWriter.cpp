@@ -13,13 +13,13 @@
 
 namespace {
 
-zelvo::Task<> writeForever(zelvo::FileUserDefaults& defaults, std::int64_t number)
+zelvo::Task<> writeForever(zelvo::FileUserDefaults* defaults, std::int64_t number)
 {
     for (;; ++number) {
-        defaults.setInteger("count", number);
+        defaults->setInteger("count", number);
         // Long enough that a write in pieces would show.
-        defaults.setTextArray("list", std::vector<std::string>(2000, std::to_string(number)));
-        co_await defaults.written();
+        defaults->setTextArray("list", std::vector<std::string>(2000, std::to_string(number)));
+        co_await defaults->written();
         std::string const line = std::to_string(number) + "\n";
         if (::write(1, line.data(), line.size()) < 0)
             co_return;
@@ -34,7 +34,7 @@ int main(int argc, char** argv)
         return 2;
     boost::asio::thread_pool pool(2);
     zelvo::FileUserDefaults defaults(pool.get_executor(), argv[1]);
-    auto body = writeForever(defaults, std::stoll(argv[2]));
+    auto body = writeForever(&defaults, std::stoll(argv[2]));
     boost::asio::co_spawn(pool, std::move(body), boost::asio::use_future).get();
     return 0;
 }

@@ -268,8 +268,8 @@ public:
 
     std::int64_t nextSaid()
     {
-        long long number = -1;
-        return std::fscanf(said, "%lld", &number) == 1 ? number : -1;
+        char line[32] = {};
+        return std::fgets(line, sizeof line, said) ? std::stoll(line) : -1;
     }
 
     /// Kills it and gives the last number that it said.

@@ -80,8 +80,8 @@ TYPED_TEST(UserDefaultsContract, readsAnotherTypeAsAbsent)
 TYPED_TEST(UserDefaultsContract, storesValuesAsJson)
 {
     this->defaults.setTextArray("a", {"x"});
-    EXPECT_EQ(this->defaults.bytes("a"), "[\"x\"]");
-    this->defaults.setBytes("a", " [ \"x\" , \"y\" ] ");
+    EXPECT_EQ(this->defaults.bytes("a"), R"(["x"])");
+    this->defaults.setBytes("a", R"( [ "x" , "y" ] )");
     EXPECT_EQ(this->defaults.textArray("a"), (Texts{"x", "y"}));
 }
 
