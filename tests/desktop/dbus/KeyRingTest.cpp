@@ -238,6 +238,7 @@ TEST_F(KeyRing, onABusThatNeverSaysHelloIsLeftAfterTwoSeconds)
 {
     std::string const path = (buses.folder() / "run" / "mute").string();
     int const mute = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(mute, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
@@ -290,16 +291,16 @@ TEST_F(KeyRing, tellsNothingOfOrdinaryWrites)
 TEST_F(KeyRing, callsRunInOrder)
 {
     startOpenRing();
-    auto both = [](LinuxSecretStore& secrets) -> Task<std::optional<std::string>> {
+    auto both = [](LinuxSecretStore* secrets) -> Task<std::optional<std::string>> {
         for (int number = 0; number < 10; ++number)
-            spawn(co_await asio::this_coro::executor, [&secrets, number]() -> Task<> {
-                co_await secrets.set(service, account, std::to_string(number));
+            spawn(co_await asio::this_coro::executor, [secrets, number]() -> Task<> {
+                co_await secrets->set(service, account, std::to_string(number));
             });
         co_await asio::post(co_await asio::this_coro::executor, asio::use_awaitable);
-        co_return co_await secrets.get(service, account);
+        co_return co_await secrets->get(service, account);
     };
 
-    EXPECT_EQ(running.await(both(*store)), "9");
+    EXPECT_EQ(running.await(both(store.get())), "9");
 }
 
 } // namespace

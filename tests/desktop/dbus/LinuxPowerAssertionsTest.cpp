@@ -90,7 +90,7 @@ TEST_F(Power, givesBackWhatIsGrantedTooLate)
     startSaver("import time; time.sleep(0.3); ret = 78");
 
     auto assertion = power.preventIdleSleep("late");
-    running.await([](Clock& clock) -> Task<> { co_await clock.sleep(100ms); }(running.clock));
+    running.await(running.clock.sleep(100ms));
     assertion.reset();
 
     EXPECT_TRUE(running.eventually([&] { return contains(saverCalls(), "\"UnInhibit\" 1 u 78"); }));

@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <stdexcept>
 
 namespace zelvo::test {
 
@@ -162,6 +164,8 @@ TEST_F(Instance, passesOverMessagesThatAreNotUrls)
     ASSERT_TRUE(first->claim({}, requests()));
     auto const visit = [&](std::string const& message) {
         int const visitor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (visitor < 0)
+            throw std::runtime_error("no socket");
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         (LinuxSingleInstance::lockFolder() / "dev.zelvo.agent.socket").string().copy(address.sun_path, 100);
@@ -194,6 +198,7 @@ TEST_F(Instance, passesOverMessagesThatAreNotUrls)
 TEST_F(Instance, aBusThatNeverSaysHelloIsNoBus)
 {
     int const mute = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(mute, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     (buses.folder() / "run" / "session").string().copy(address.sun_path, 100);

@@ -1,8 +1,7 @@
 #include "desktop/dbus/PrivateBuses.h"
 
-#include <signal.h>
-#include <stdlib.h>
-
+#include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
@@ -19,8 +18,8 @@ void writeConfiguration(fs::path const& file, std::string const& address, fs::pa
     std::ofstream(file) << "<busconfig><type>session</type><listen>" << address
                         << "</listen><auth>EXTERNAL</auth>"
                         << "<servicedir>" << services.string() << "</servicedir>"
-                        << "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                        << "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>";
+                        << R"(<policy context="default"><allow send_destination="*" eavesdrop="true"/>)"
+                        << R"(<allow eavesdrop="true"/><allow own="*"/></policy></busconfig>)";
 }
 
 char const* nameOf(BusKind kind)

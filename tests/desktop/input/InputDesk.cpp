@@ -77,7 +77,7 @@ void InputDesk::useLayout(std::string const& layouts, int group)
     syncWith(x.get());
 }
 
-void InputDesk::lockModifiers(std::uint8_t mask, bool on)
+void InputDesk::lockModifiers(std::uint8_t mask, bool on) const
 {
     XConnection const x = connectTo(desktop.display());
     XReply<xcb_xkb_use_extension_reply_t> const used(
@@ -86,7 +86,7 @@ void InputDesk::lockModifiers(std::uint8_t mask, bool on)
     syncWith(x.get());
 }
 
-void InputDesk::personKey(std::uint8_t keycode, bool down)
+void InputDesk::personKey(std::uint8_t keycode, bool down) const
 {
     XConnection const x = connectTo(desktop.display());
     xcb_test_fake_input(x.get(), down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode, XCB_CURRENT_TIME, XCB_NONE,
@@ -94,7 +94,7 @@ void InputDesk::personKey(std::uint8_t keycode, bool down)
     syncWith(x.get());
 }
 
-std::uint16_t InputDesk::heldMask()
+std::uint16_t InputDesk::heldMask() const
 {
     XConnection const x = connectTo(desktop.display());
     XReply<xcb_query_pointer_reply_t> const pointer(

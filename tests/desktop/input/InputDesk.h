@@ -39,11 +39,11 @@ public:
     std::string keymap();
     /// Switches the layout ("us,ru") and the active group, 0 being the first.
     void useLayout(std::string const& layouts, int group);
-    void lockModifiers(std::uint8_t mask, bool on);
+    void lockModifiers(std::uint8_t mask, bool on) const;
     /// A key pressed or released by somebody else than us.
-    void personKey(std::uint8_t keycode, bool down);
+    void personKey(std::uint8_t keycode, bool down) const;
     /// The modifiers and buttons that are down, as the core protocol shows them.
-    std::uint16_t heldMask();
+    std::uint16_t heldMask() const;
 
     PrivateDesktop desktop;
     LiveContexts live;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <signal.h>
+#include <csignal>
 
 namespace zelvo::test {
 namespace {

@@ -3,8 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include <stdlib.h>
-
+#include <cstdlib>
 #include <limits>
 
 namespace zelvo::test {

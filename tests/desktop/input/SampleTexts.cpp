@@ -9,7 +9,7 @@ std::string utf8(char32_t character)
     if (character < 0x80)
         return {static_cast<char>(character)};
     std::string bytes;
-    int const further = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    int const further = 1 + (character >= 0x800) + (character >= 0x10000);
     bytes += static_cast<char>((0xF0 << (3 - further) & 0xFF) | character >> (6 * further));
     for (int at = further - 1; at >= 0; --at)
         bytes += static_cast<char>(0x80 | (character >> (6 * at) & 0x3F));

@@ -86,7 +86,7 @@ public:
     }
 
     /// What the screen shows, read by nothing of ours: a plain GetImage of the root window.
-    Picture onTheScreen()
+    Picture onTheScreen() const
     {
         Painter reader(desktop.display());
         XReply<xcb_get_geometry_reply_t> const size(

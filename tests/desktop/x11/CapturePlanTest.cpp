@@ -138,7 +138,7 @@ Picture grey(int width, int height)
 TEST(PixelCopy, keepsInsideThePicture)
 {
     Picture picture = grey(4, 4);
-    std::vector<std::uint8_t> const white(8 * 8 * 4, 255);
+    std::vector<std::uint8_t> const white(8UL * 8 * 4, 255);
 
     copyPixels(picture, {white.data(), {-6, -6, 8, 8}}, {-6, -6, 8, 8});
     copyPixels(picture, {white.data(), {3, 3, 8, 8}}, {-100, -100, 1000, 1000});

@@ -32,7 +32,7 @@ SurveyedWindow window(std::uint32_t id, std::int32_t pid, std::string className)
 struct Owners {
     WindowSurvey survey;
     DesktopEntryIndex index;
-    WindowOwners take() { return WindowOwners(survey, index, ownPid, noFacts); }
+    WindowOwners take() const { return WindowOwners(survey, index, ownPid, noFacts); }
 };
 
 TEST(WindowOwners, knowThisProgramByItsProcessIdAlone)
