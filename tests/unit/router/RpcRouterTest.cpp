@@ -19,9 +19,9 @@ TEST_F(RpcRouterTest, resultCarriesTheFramesId)
 
 TEST_F(RpcRouterTest, displayInfoTellsTheGeometry)
 {
-    EXPECT_EQ(call("display.info").at("result"),
-              (json::object{
-                  {"widthPoints", 1512}, {"heightPoints", 982}, {"scaleFactor", 1}, {"displayId", 7u}}));
+    EXPECT_EQ(
+        call("display.info").at("result"),
+        (json::object{{"widthPoints", 1512}, {"heightPoints", 982}, {"scaleFactor", 1}, {"displayId", 7u}}));
 }
 
 TEST_F(RpcRouterTest, displayInfoWithoutAScreenIsUnavailableWithTheReason)
