@@ -225,8 +225,8 @@ std::optional<std::vector<AtspiNode::Index>> AtspiReader::windows()
     for (Index const child : *children) {
         known->identify(child);
         AtspiNode const& node = nodes[child];
-        bool const isThere = known->exists(child) && isTopLevelRole(*node.role);
-        if (isThere && (node.has(AtspiState::showing) || node.has(AtspiState::visible) ||
+        // Of any role: a plain window of Qt's calls itself a filler.
+        if (known->exists(child) && (node.has(AtspiState::showing) || node.has(AtspiState::visible) ||
                         node.has(AtspiState::iconified)))
             lastWindows.push_back(child);
     }

@@ -127,11 +127,6 @@ AxRole axRoleOf(std::uint32_t role, AtspiStates states, AtspiPlace place)
     return {"AXUnknown"};
 }
 
-bool isTopLevelRole(std::uint32_t role)
-{
-    return axRoleOf(role, {}, {.isInApplication = true}).role == "AXWindow";
-}
-
 bool holdsManyChildren(std::uint32_t role)
 {
     std::string_view const ax = axRoleOf(role, {}, {}).role;

@@ -62,9 +62,6 @@ struct AxRole {
 /// The role on the wire. States decide between roles that AT-SPI has only one of.
 AxRole axRoleOf(std::uint32_t role, AtspiStates states, AtspiPlace place);
 
-/// Is it a window of its own, when it is a child of the application?
-bool isTopLevelRole(std::uint32_t role);
-
 /// May the children of such an element be too many to be listed when its state says managesDescendants?
 bool holdsManyChildren(std::uint32_t role);
 
