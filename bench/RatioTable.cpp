@@ -26,7 +26,7 @@ public:
 
 } // namespace
 
-int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios)
+int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios, Times* times)
 {
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments))
@@ -46,6 +46,8 @@ int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios)
             // Left out by --benchmark_filter.
         }
     }
+    if (times)
+        *times = reporter.times;
     return 0;
 }
 

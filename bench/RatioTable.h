@@ -23,6 +23,7 @@ struct Ratio {
 };
 
 /// Runs the registered benchmarks and prints the ratios of the run below them. For main().
-int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios);
+/// times: gets the times of the run.
+int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios, Times* times = nullptr);
 
 } // namespace zelvo
