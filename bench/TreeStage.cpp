@@ -37,7 +37,7 @@ TreeStage::TreeStage()
     display = X11Connection::open();
     layout = std::make_unique<X11DisplayLayout>(contexts, display);
     AtspiScreen screen{.windowsOf = [this](std::int32_t pid) { return processWindows(*display, pid); },
-                       .layout = [this] { return layout->current(); }};
+                       .displays = [this] { return layout->all(); }};
     accessibility =
         std::make_unique<AtspiAccessibility>(contexts, *clock, *session, std::nullopt, std::move(screen));
 }
