@@ -1,44 +1,12 @@
-#include "base/Text.h"
-#include "end_to_end/EndToEnd.h"
+#include "end_to_end/ReadingDesk.h"
 
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <iterator>
 
 namespace zelvo::test {
 namespace {
-
-class Reading : public EndToEnd {
-protected:
-    json::object tree(std::string const& connection, json::object params = {})
-    {
-        auto const answer = gateway.command(connection, "ui.tree", std::move(params));
-        if (answer.status != 200)
-            throw std::runtime_error("no tree: " + writeJson(answer.body));
-        return answer.body.at("result").as_object();
-    }
-    std::string lines(std::string const& connection)
-    {
-        return std::string(tree(connection).at("compact").as_string());
-    }
-    /// The element of a role and a title, which must be there.
-    static json::object const& find(json::object const& tree, std::string_view role, std::string_view title)
-    {
-        for (json::value const& each : tree.at("elements").as_array()) {
-            json::object const& element = each.as_object();
-            if (read::text(element, "role") == role && read::text(element, "title").value_or("") == title)
-                return element;
-        }
-        throw std::runtime_error("no " + std::string(title) + " in " + writeJson(tree));
-    }
-    static std::string centerOf(json::object const& element)
-    {
-        json::object const& frame = element.at("frame").as_object();
-        auto const number = [&](char const* key) { return *read::number(frame, key); };
-        return R"({"type":"click","x":)" + std::to_string(number("x") + number("w") / 2) + R"(,"y":)" +
-               std::to_string(number("y") + number("h") / 2) + "}";
-    }
-};
 
 TEST_F(Reading, aPersonCouldActFromTheTreeOfAnEditor)
 {
@@ -71,6 +39,24 @@ TEST_F(Reading, theButtonsOfADialogAreWhereTheTreeSays)
     ASSERT_EQ(gateway.command(connection, "actions.perform", {{"actions", json::array{*click}}}).status, 200);
 
     EXPECT_EQ(desktop.processes().waitForEnd(dialog, 10), 0);
+}
+
+TEST_F(Reading, anApplicationThatStartedTooEarlyGetsOneLine)
+{
+    desktop.start({"xterm"});
+    desktop.waitForWindow({.className = "XTerm"});
+    std::string const connection = startUnattended();
+    auto const journal = [this] {
+        std::ifstream file(desktop.configHome() / "dev.zelvo.agent/defaults/zelvo.activity.json");
+        return std::string{std::istreambuf_iterator<char>(file), {}};
+    };
+    std::string const line = "shows its contents to agents only after it is started anew";
+
+    EXPECT_THAT(tree(connection).at("elements").as_array(), testing::IsEmpty());
+    tree(connection);
+
+    require("the line in the journal", [&] { return journal().find(line) != std::string::npos; });
+    EXPECT_EQ(journal().find(line), journal().rfind(line));
 }
 
 TEST_F(Reading, ourOwnWindowsCannotBeRead)

@@ -1,0 +1,45 @@
+#include "end_to_end/ReadingDesk.h"
+
+#include <gmock/gmock.h>
+
+namespace zelvo::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(Reading, wakesChromiumAndReadsAForm)
+{
+    std::string const connection = startUnattended();
+    TestApplication const page = form(desktop, Toolkit::chromium);
+    desktop.start(page.command);
+    desktop.waitForWindow(page.window, 60s);
+    require("the form", [&] { return lines(connection).find("\"Send\"") != std::string::npos; }, 60s);
+
+    json::object const form = tree(connection);
+
+    EXPECT_EQ(form.at("app").at("bundleId"), "chromium");
+    EXPECT_EQ(read::text(find(form, "AXTextField", "Name"), "value"), "typed text");
+    EXPECT_EQ(find(form, "AXButton", "Grey").at("enabled"), false);
+    find(form, "AXSecureTextField", "Password");
+    EXPECT_THAT(writeJson(form), Not(HasSubstr("secret\""))); // What stands in the password field.
+}
+
+TEST_F(Reading, clicksInChromiumWhereTheTreeSays)
+{
+    std::string const connection = startUnattended();
+    TestApplication const page = form(desktop, Toolkit::chromium);
+    desktop.start(page.command);
+    desktop.waitForWindow(page.window, 60s);
+    require("the form", [&] { return lines(connection).find("\"Name\"") != std::string::npos; }, 60s);
+
+    auto const click = parseJson(centerOf(find(tree(connection), "AXTextField", "Name")));
+    json::value const type = {{"type", "type"}, {"text", " and more"}};
+    ASSERT_EQ(gateway.command(connection, "actions.perform", {{"actions", json::array{*click, type}}}).status,
+              200);
+
+    require("what was typed", [&] { return lines(connection).find(" and more") != std::string::npos; }, 20s);
+}
+
+} // namespace
+} // namespace zelvo::test
