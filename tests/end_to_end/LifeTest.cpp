@@ -90,7 +90,7 @@ TEST_F(Life, stopsTryingWithATokenThatIsNotKnown_401)
 
 TEST_F(Life, stopsTryingWhenTheGatewayForgetsTheMachine_4401)
 {
-    std::string const connection = startUnattended();
+    startUnattended();
 
     EXPECT_EQ(gateway.ask("DELETE", "/v1/machines/" + machine).status, 200);
 

@@ -27,7 +27,7 @@ Pixels pixelsOfPng(std::string const& file)
 Pixels pixelsOfJpeg(std::string const& file)
 {
     auto const* const data = reinterpret_cast<unsigned char const*>(file.data());
-    tjhandle const decoder = tjInitDecompress();
+    tjhandle decoder = tjInitDecompress();
     Pixels pixels;
     int subsampling = 0;
     int space = 0;

@@ -65,14 +65,16 @@ std::string Gateway::apiKey() const
 Answer Gateway::platform(std::string const& method,
                          std::string const& target,
                          std::string const& body,
-                         Headers headers)
+                         Headers headers) const
 {
     headers.emplace_back("Authorization", "Bearer " + apiKey());
     return request(port(), method, target, body, std::move(headers));
 }
 
-Answer
-Gateway::call(std::string const& method, std::string const& target, std::string const& body, Headers headers)
+Answer Gateway::call(std::string const& method,
+                     std::string const& target,
+                     std::string const& body,
+                     Headers headers) const
 {
     return request(port(), method, target, body, std::move(headers));
 }

@@ -47,12 +47,12 @@ public:
     Answer platform(std::string const& method,
                     std::string const& target,
                     std::string const& body = {},
-                    Headers headers = {});
+                    Headers headers = {}) const;
     /// As anybody.
     Answer call(std::string const& method,
                 std::string const& target,
                 std::string const& body = {},
-                Headers headers = {});
+                Headers headers = {}) const;
     Answer
     command(std::string const& connectionId, std::string const& method, std::string const& params = "{}");
 

@@ -94,7 +94,7 @@ RawConnection::~RawConnection()
     ::close(socket);
 }
 
-bool RawConnection::send(std::string const& bytes)
+bool RawConnection::send(std::string const& bytes) const
 {
     for (std::size_t done = 0; done < bytes.size();) {
         ssize_t const count = ::send(socket, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
@@ -105,7 +105,7 @@ bool RawConnection::send(std::string const& bytes)
     return true;
 }
 
-std::string RawConnection::readSome()
+std::string RawConnection::readSome() const
 {
     char piece[65536];
     ssize_t const count = ::recv(socket, piece, sizeof piece, 0);

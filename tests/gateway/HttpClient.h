@@ -38,9 +38,9 @@ public:
     RawConnection& operator=(RawConnection const&) = delete;
     ~RawConnection();
     /// False when the peer has closed.
-    bool send(std::string const& bytes);
+    bool send(std::string const& bytes) const;
     /// What comes first.
-    std::string readSome();
+    std::string readSome() const;
     /// All that comes until the peer closes, or until `patience` seconds without a byte.
     std::string readToEnd(int patience = 10);
     /// True when the peer closes within `seconds`.

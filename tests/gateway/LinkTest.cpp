@@ -206,7 +206,7 @@ TEST(Link, takesNoLargeBodyFromStrangers)
 {
     Gateway gateway;
 
-    EXPECT_EQ(gateway.call("POST", "/machines/link/resolve", std::string(65 * 1024, 'x')).status, 413);
+    EXPECT_EQ(gateway.call("POST", "/machines/link/resolve", std::string(65UL * 1024, 'x')).status, 413);
 }
 
 TEST(EndUsers, areMadeOnce)

@@ -215,7 +215,6 @@ TEST(Program, saysThatThePortIsTaken)
 TEST(Program, keepsItsStateThroughASuddenEnd)
 {
     Place place;
-    std::string connection;
     {
         Program gateway(place.out("log"), place.serve());
         place.port();
