@@ -66,6 +66,7 @@ json::array mixedTree(int elements, unsigned seed)
                 pool.pop_back();
             }
             node["children"] = std::move(children);
+            node.erase("states"); // What is out of sight has nothing in it.
         }
         pool.push_back(std::move(node));
     }
@@ -243,6 +244,24 @@ TEST(AtspiReader, asksOnlyWhatIsGoingToBeWanted)
     EXPECT_EQ(application.countOf("GetExtents"), 11u); // The window's too.
     EXPECT_EQ(application.countOf("GetActions"), 10u);
     EXPECT_EQ(application.countOf("GetText"), 0u);
+}
+
+TEST(AtspiReader, looksForNothingInAButtonOutOfSight)
+{
+    AtspiDesk desk;
+    json::array const inside = {{{"role", 29}, {"name", "inside"}}};
+    json::array const parts = {
+        {{"role", 43}, {"name", "button"}, {"states", {8, 24, 30}}, {"children", inside}},
+        {{"role", 39}, {"name", "panel"}, {"states", {8, 24, 30}}, {"children", inside}},
+        {{"role", 43}, {"name", "shown"}, {"children", inside}}};
+    for (std::string const toolkit : {"gtk", "Chromium", "Qt"}) {
+        auto const application = desk.serveWindow(parts, {{"toolkit", toolkit}});
+
+        Walk const seen = desk.walk(*desk.reader(application));
+
+        EXPECT_THAT(seen.elements, SizeIs(toolkit == "Qt" ? 7 : 6)) << toolkit;
+        EXPECT_EQ(application.count("2 GetChildren"), toolkit == "Qt" ? 1u : 0u) << toolkit;
+    }
 }
 
 TEST(AtspiReader, boundsTexts)

@@ -35,11 +35,15 @@ bool AtspiElements::isShowing(Index index) const
 
 AtspiQuestion AtspiElements::titleQuestion(Index index) const
 {
+    if (nodes[index].isAnswered(name))
+        return name;
     return inquiry.toolkitOf(nodes[index].peer).takesGetAll ? properties : name;
 }
 
 AtspiQuestion AtspiElements::descriptionQuestion(Index index) const
 {
+    if (nodes[index].isAnswered(description))
+        return description;
     return inquiry.toolkitOf(nodes[index].peer).takesGetAll ? properties : description;
 }
 
@@ -48,7 +52,13 @@ std::optional<AtspiQuestion> AtspiElements::identifierQuestion(Index index) cons
     AtspiToolkit const toolkit = inquiry.toolkitOf(nodes[index].peer);
     if (toolkit.givesAttributes)
         return isWoken ? std::optional(identifier) : std::nullopt;
-    return toolkit.takesGetAll ? std::optional(properties) : std::nullopt;
+    return toolkit.takesGetAll && mayHaveTitle(index) ? std::optional(properties) : std::nullopt;
+}
+
+bool AtspiElements::can(Index index, std::uint32_t interface) const
+{
+    auto const& known = nodes[index].interfaces;
+    return !known || (*known & interface) != 0;
 }
 
 std::optional<bool> AtspiElements::mayHaveValue(Index index) const
@@ -57,7 +67,7 @@ std::optional<bool> AtspiElements::mayHaveValue(Index index) const
         return false;
     AtspiNode const& node = nodes[index];
     if (node.has(AtspiState::editable))
-        return true;
+        return can(index, atspi::hasText);
     std::string_view const ax = nodes.axRole(index).role;
     if (ax != "AXTextField" && ax != "AXTextArea" && ax != "AXComboBox")
         return false;
@@ -75,15 +85,19 @@ bool AtspiElements::mayHaveTitle(Index index) const
 
 std::vector<AtspiQuestion> AtspiElements::details(Index index) const
 {
-    std::vector<AtspiQuestion> wanted = {extents};
+    std::vector<AtspiQuestion> wanted;
+    if (can(index, atspi::hasComponent))
+        wanted.push_back(extents);
     if (mayHaveTitle(index)) {
         wanted.push_back(titleQuestion(index));
         if (descriptionQuestion(index) != wanted.back())
             wanted.push_back(descriptionQuestion(index));
     }
-    if (auto const question = identifierQuestion(index); question && *question != properties)
+    if (auto const question = identifierQuestion(index);
+        question && (wanted.empty() || *question != wanted.back()))
         wanted.push_back(*question);
-    wanted.push_back(actions);
+    if (can(index, atspi::hasAction))
+        wanted.push_back(actions);
     if (auto const value = mayHaveValue(index); !value)
         wanted.push_back(interfaces);
     else if (*value)

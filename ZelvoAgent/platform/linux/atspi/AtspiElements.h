@@ -35,6 +35,8 @@ public:
     /// decide.
     std::optional<bool> mayHaveValue(Index index) const;
     bool mayHaveTitle(Index index) const;
+    /// False when it is known to lack an interface (of atspi::Interface).
+    bool can(Index index, std::uint32_t interface) const;
 
     /// Chromium has built its web tree; asking for attributes changes nothing any more.
     void noteWoken() { isWoken = true; }

@@ -79,6 +79,7 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
     bool const isChromium = name == "Chromium";
     return {.takesGetAll = isChromium || name == "gtk" || name == "GTK",
             .givesAttributes = isChromium,
+            .hidesWhatIsOutOfView = isChromium || name == "gtk",
             .isGtk4 = name == "GTK",
             .listsSlowly = name == "gtk"};
 }
@@ -170,6 +171,10 @@ void AtspiInquiry::askChildren(Index index)
     bool const mayBeMany =
         node.has(AtspiState::managesDescendants) && holdsManyChildren(node.role.value_or(0));
     bool const listsSlowly = toolkitOf(node.peer).listsSlowly;
+    // What is in a button out of sight is so too. Of a long page most elements are such.
+    if (toolkitOf(node.peer).hidesWhatIsOutOfView && node.states && !node.has(AtspiState::showing) &&
+        isLeafRole(node.role.value_or(0)))
+        return finishChildren(index, {});
     // The count comes first where a long list would keep the application busy for seconds.
     if ((mayBeMany || listsSlowly) && !node.isAnswered(AtspiQuestion::childCount) && !node.childCount)
         return askChildCount(index);

@@ -12,10 +12,11 @@ namespace zelvo {
 
 /// What the toolkit of a peer can take and give.
 struct AtspiToolkit {
-    bool takesGetAll = false;     ///< Properties.GetAll; Qt ends the application on it
-    bool givesAttributes = false; ///< identifiers are attributes
-    bool isGtk4 = false;          ///< its answers want correcting
-    bool listsSlowly = false;     ///< GTK 3: a list of children takes it the square of their number
+    bool takesGetAll = false;          ///< Properties.GetAll; Qt ends the application on it
+    bool givesAttributes = false;      ///< identifiers are attributes
+    bool hidesWhatIsOutOfView = false; ///< calls it not showing
+    bool isGtk4 = false;               ///< its answers want correcting
+    bool listsSlowly = false;          ///< GTK 3: a list of children takes it the square of their number
 };
 AtspiToolkit atspiToolkitOf(std::string_view name);
 

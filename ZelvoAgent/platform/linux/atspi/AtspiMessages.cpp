@@ -30,7 +30,8 @@ bool enter(sd_bus_message* message, char type, char const* contents)
     return sd_bus_message_enter_container(message, type, contents) > 0;
 }
 
-/// Goes through an array until it ends, `take` has had enough or the message is not as it should be.
+/// Goes through an array until it ends, `take` has had enough or the message is not as it should be. Only one
+/// that was gone through to its end is left.
 template <class F>
 bool forEach(sd_bus_message* message, char const* contents, F take)
 {
@@ -38,8 +39,8 @@ bool forEach(sd_bus_message* message, char const* contents, F take)
         return false;
     while (sd_bus_message_at_end(message, 0) == 0)
         if (!take())
-            break;
-    return true;
+            return true;
+    return sd_bus_message_exit_container(message) >= 0;
 }
 
 /// A "(so)"; the null reference too.

@@ -227,7 +227,7 @@ std::optional<std::vector<AtspiNode::Index>> AtspiReader::windows()
         AtspiNode const& node = nodes[child];
         // Of any role: a plain window of Qt's calls itself a filler.
         if (known->exists(child) && (node.has(AtspiState::showing) || node.has(AtspiState::visible) ||
-                        node.has(AtspiState::iconified)))
+                                     node.has(AtspiState::iconified)))
             lastWindows.push_back(child);
     }
     return lastWindows;
@@ -302,7 +302,8 @@ std::vector<std::string> AtspiReader::actionNames(AccessibilityElement element)
 {
     if (!isReadable(element) || !meet(element.index))
         return {};
-    inquiry->ensure(element.index, AtspiQuestion::actions);
+    if (known->can(element.index, atspi::hasAction))
+        inquiry->ensure(element.index, AtspiQuestion::actions);
     return nodes[element.index].actions;
 }
 

@@ -133,6 +133,28 @@ bool holdsManyChildren(std::uint32_t role)
     return ax == "AXTable" || ax == "AXOutline" || ax == "AXList" || ax == "AXUnknown";
 }
 
+bool isLeafRole(std::uint32_t role)
+{
+    switch (role) {
+    case 7:   // check box
+    case 26:  // icon
+    case 27:  // image
+    case 40:  // password text
+    case 43:  // push button
+    case 44:  // radio button
+    case 50:  // separator
+    case 51:  // slider
+    case 61:  // text
+    case 62:  // toggle button
+    case 79:  // entry
+    case 88:  // link
+    case 116: // static
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool isTextRole(std::string_view axRole)
 {
     return axRole == "AXStaticText" || axRole == "AXTextField" || axRole == "AXTextArea" ||

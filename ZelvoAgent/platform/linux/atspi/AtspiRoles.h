@@ -65,6 +65,9 @@ AxRole axRoleOf(std::uint32_t role, AtspiStates states, AtspiPlace place);
 /// May the children of such an element be too many to be listed when its state says managesDescendants?
 bool holdsManyChildren(std::uint32_t role);
 
+/// Is nothing drawn in such an element that is not part of it? A label or a paragraph may hold whole fields.
+bool isLeafRole(std::uint32_t role);
+
 /// Is it text to read or to write, so that inside a password field it would give away the password?
 bool isTextRole(std::string_view axRole);
 
