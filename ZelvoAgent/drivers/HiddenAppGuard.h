@@ -23,7 +23,7 @@ public:
     Task<> assertPointAllowed(DesktopPoint point);
     Task<> assertBundleAllowed(std::optional<std::string> bundleId);
 
-    /// The names of the application whose window is topmost at a point.
+    /// The names of the application whose window is topmost at a point, and of those embedded in it there.
     static ApplicationNames ownerOfWindow(DesktopPoint at, WindowList& windows);
 
 private:

@@ -3,11 +3,19 @@
 #include "base/Geometry.h"
 #include "platform/RunningApplication.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace zelvo {
+
+/// A part of a window that shows another application: a client embedded in it.
+struct EmbeddedEntry {
+    DesktopRect bounds;
+    ApplicationNames owner;
+    bool operator==(EmbeddedEntry const&) const = default;
+};
 
 /// A window that is on the screen.
 struct WindowEntry {
@@ -15,8 +23,18 @@ struct WindowEntry {
     std::optional<std::int32_t> ownerPid;
     int layer = 0; ///< 8 for every window of this program; higher lies outside its own-window guard
     std::optional<DesktopRect> bounds; ///< without shadows
-    ApplicationNames owner;            ///< who it belongs to, transient and embedded windows included
+    /// Where it takes the pointer, when that is not all of its bounds.
+    std::optional<std::vector<DesktopRect>> parts = {};
+    ApplicationNames owner; ///< who it belongs to, and whose windows it is transient for
+    std::vector<EmbeddedEntry> embedded = {};
     bool operator==(WindowEntry const&) const = default;
+
+    /// Whether the pointer at this point is on this window, as far as no other lies over it.
+    bool isUnder(DesktopPoint point) const
+    {
+        auto const hit = [&](DesktopRect const& rect) { return rect.contains(point); };
+        return bounds && hit(*bounds) && (!parts || std::ranges::any_of(*parts, hit));
+    }
 };
 
 /// The windows of the display server.

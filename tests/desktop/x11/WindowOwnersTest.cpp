@@ -129,5 +129,30 @@ TEST(WindowEntries, haveBoundsInPointsWithoutShadows)
     EXPECT_EQ(entries[0].bounds, (DesktopRect{60, 45, 100, 50}));
 }
 
+TEST(WindowEntries, haveTheirPartsAndGuestsInPoints)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "A"), window(2, 20, "B"), window(3, 20, "C")};
+    auto& windows = owners.survey.windows;
+    for (SurveyedWindow& each : windows)
+        each.area = {600, 0, 200, 100};
+    windows[1].shaped = true;
+    windows[1].shape = PixelRegion(PixelRect{600, 0, 100, 100});
+    windows[1].input = PixelRegion(PixelRect{650, 50, 500, 500});
+    windows[2].embedded = {
+        {.client = {.id = 7, .pid = 30, .words = {.className = "Tray"}}, .area = {620, 40, 20, 20}}};
+    DisplayLayout const layout{.origin = {600, 0}, .widthPixels = 1000, .heightPixels = 800, .scale = 2};
+
+    auto const entries = windowEntries(owners.survey, owners.take(), layout);
+
+    ASSERT_EQ(entries.size(), 3u);
+    EXPECT_EQ(entries[2].parts, std::nullopt);
+    EXPECT_THAT(entries[1].parts.value(), ElementsAre(DesktopRect{25, 25, 25, 25}));
+    ASSERT_EQ(entries[0].embedded.size(), 1u);
+    EXPECT_EQ(entries[0].embedded[0].bounds, (DesktopRect{10, 20, 10, 10}));
+    EXPECT_THAT(entries[0].embedded[0].owner.names, ElementsAre("Tray"));
+    EXPECT_THAT(entries[0].owner.names, ElementsAre("C", "A", "B"));
+}
+
 } // namespace
 } // namespace zelvo::test

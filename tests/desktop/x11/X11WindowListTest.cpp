@@ -179,8 +179,12 @@ TEST_F(WindowsOnADesktop, nameTheClientsEmbeddedInThem)
     auto const plug = guest.open({.overrideRedirect = true, .mapped = false, .className = "Guest"});
     guest.embed(plug, socket, 0, 0);
 
-    EXPECT_THAT(entryAt(110, 110).owner.names, IsSupersetOf({"Host", "host", "Guest", "guest"}));
-    EXPECT_EQ(entryAt(110, 110).owner.identifier({}), "Host");
+    WindowEntry const entry = entryAt(110, 110);
+    EXPECT_THAT(entry.owner.names, IsSupersetOf({"Host", "host"}));
+    EXPECT_THAT(entry.owner.names, Not(Contains("guest")));
+    ASSERT_EQ(entry.embedded.size(), 1u);
+    EXPECT_EQ(entry.embedded[0].bounds, (DesktopRect{150, 150, 100, 100}));
+    EXPECT_THAT(entry.embedded[0].owner.names, IsSupersetOf({"Guest", "guest"}));
 }
 
 TEST_F(WindowsOnADesktop, areCheapToList)

@@ -142,6 +142,34 @@ TEST_F(HiddenAppGuardTest, refusesAWindowOfAnUnknownProcessThatNamesAHiddenAppli
     EXPECT_EQ(ofPoint({25, 25}), AgentError::hiddenAppActive);
 }
 
+TEST_F(HiddenAppGuardTest, refusesAHiddenApplicationEmbeddedInAnothersWindowOnlyWhereItIs)
+{
+    hide("org.keys");
+    WindowEntry panel = window("org.panel", large);
+    panel.embedded = {{.bounds = small, .owner = {{"org.keys"}}}};
+    platform.windowList.list = {panel};
+
+    EXPECT_EQ(ofPoint({25, 25}), AgentError::hiddenAppActive);
+    EXPECT_FALSE(ofPoint({50, 50}));
+
+    hide("org.panel");
+    EXPECT_EQ(ofPoint({50, 50}), AgentError::hiddenAppActive);
+}
+
+TEST_F(HiddenAppGuardTest, looksThroughTheHolesOfAWindow)
+{
+    hide("org.keys");
+    WindowEntry overlay = window("org.overlay", large);
+    overlay.parts = {{small}};
+    platform.windowList.list = {overlay, window("org.keys", large)};
+
+    EXPECT_FALSE(ofPoint({25, 25}));
+    EXPECT_EQ(ofPoint({50, 50}), AgentError::hiddenAppActive);
+
+    platform.windowList.list->front().parts = std::vector<DesktopRect>{};
+    EXPECT_EQ(ofPoint({25, 25}), AgentError::hiddenAppActive);
+}
+
 TEST_F(HiddenAppGuardTest, passesAWindowWhoseOwnerHasNoName)
 {
     hide("org.keys");

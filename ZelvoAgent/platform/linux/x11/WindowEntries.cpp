@@ -26,13 +26,33 @@ int layerOf(SurveyedWindow const& window, bool own)
     return window.dock || window.above ? floatingLayer : 0;
 }
 
+DesktopRect inPoints(PixelRect const& area, DisplayLayout const& layout)
+{
+    DesktopPoint const corner = layout.toPoints({area.x, area.y});
+    return {corner.x, corner.y, area.width / layout.scale, area.height / layout.scale};
+}
+
 DesktopRect boundsOf(SurveyedWindow const& window, DisplayLayout const& layout)
 {
     auto const [left, right, top, bottom] = window.frameExtents;
     PixelRect const& area = window.area;
-    DesktopPoint const corner = layout.toPoints({area.x + left, area.y + top});
-    return {corner.x, corner.y, std::max(0, area.width - left - right) / layout.scale,
-            std::max(0, area.height - top - bottom) / layout.scale};
+    return inPoints({area.x + left, area.y + top, std::max(0, area.width - left - right),
+                     std::max(0, area.height - top - bottom)},
+                    layout);
+}
+
+/// Where a window takes the pointer; nothing when that is everywhere.
+std::optional<std::vector<DesktopRect>> partsOf(SurveyedWindow const& window, DisplayLayout const& layout)
+{
+    if (!window.shaped && !window.input)
+        return std::nullopt;
+    PixelRegion region = window.input.value_or(PixelRegion(window.area)).intersected(window.area);
+    if (window.shaped)
+        region = region.intersected(window.shape);
+    std::vector<DesktopRect> parts;
+    for (PixelRect const& part : region.all())
+        parts.push_back(inPoints(part, layout));
+    return parts;
 }
 
 } // namespace
@@ -49,7 +69,10 @@ windowEntries(WindowSurvey const& survey, WindowOwners const& owners, DisplayLay
         entry.ownerPid = window.client.pid;
         entry.layer = layerOf(window, owners.isOwn(window.client));
         entry.bounds = boundsOf(window, layout);
-        entry.owner = owners.namesOf(window);
+        entry.parts = partsOf(window, layout);
+        entry.owner = owners.namesOf(window.client);
+        for (EmbeddedWindow const& inside : window.embedded)
+            entry.embedded.push_back({inPoints(inside.area, layout), owners.namesOf(inside.client)});
     }
     return entries;
 }

@@ -24,7 +24,7 @@ public:
 
     /// The best first.
     ApplicationNames namesOf(ClientWindow const& client) const;
-    /// Those of the window's client, then those of the clients embedded in it.
+    /// Those of the window's client, then those of the clients embedded in it, which get its keys.
     ApplicationNames namesOf(SurveyedWindow const& window) const;
     bool isOwn(ClientWindow const& client) const { return client.pid == own; }
     /// The application that a window belongs to, all names included.

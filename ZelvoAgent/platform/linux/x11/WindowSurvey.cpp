@@ -159,7 +159,10 @@ private:
             return;
         batch.ask(xcb_shape_get_rectangles(x, window.id, XCB_SHAPE_SK_INPUT), xcb_shape_get_rectangles_reply,
                   [&window](xcb_shape_get_rectangles_reply_t const& reply) {
-                      window.emptyInputShape = xcb_shape_get_rectangles_rectangles_length(&reply) == 0;
+                      PixelRegion const input = regionIn(reply, window);
+                      window.emptyInputShape = input.isEmpty();
+                      if (input.all() != std::vector<PixelRect>{window.area})
+                          window.input = input;
                   });
         batch.ask(xcb_shape_query_extents(x, window.id), xcb_shape_query_extents_reply,
                   [&window](xcb_shape_query_extents_reply_t const& reply) {
@@ -167,14 +170,21 @@ private:
                   });
         batch.ask(xcb_shape_get_rectangles(x, window.id, XCB_SHAPE_SK_BOUNDING),
                   xcb_shape_get_rectangles_reply, [&window](xcb_shape_get_rectangles_reply_t const& reply) {
-                      if (!window.shaped)
-                          return;
-                      auto const* first = xcb_shape_get_rectangles_rectangles(&reply);
-                      auto const count = xcb_shape_get_rectangles_rectangles_length(&reply);
-                      for (auto const& part : std::span(first, static_cast<std::size_t>(count)))
-                          window.shape.add({window.area.x + window.border + part.x,
-                                            window.area.y + window.border + part.y, part.width, part.height});
+                      if (window.shaped)
+                          window.shape = regionIn(reply, window);
                   });
+    }
+
+    /// A shape on the root window.
+    static PixelRegion regionIn(xcb_shape_get_rectangles_reply_t const& reply, SurveyedWindow const& window)
+    {
+        PixelRegion region;
+        auto const* first = xcb_shape_get_rectangles_rectangles(&reply);
+        auto const count = xcb_shape_get_rectangles_rectangles_length(&reply);
+        for (auto const& part : std::span(first, static_cast<std::size_t>(count)))
+            region.add({window.area.x + window.border + part.x, window.area.y + window.border + part.y,
+                        part.width, part.height});
+        return region;
     }
 
     bool isForeign(std::uint32_t window, std::uint32_t other) const

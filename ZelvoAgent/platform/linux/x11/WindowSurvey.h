@@ -44,6 +44,7 @@ struct SurveyedWindow {
     PixelRect area; ///< border included, on the root window
     int border = 0;
     PixelRegion shape;                 ///< on the root window; when `shaped`
+    std::optional<PixelRegion> input;  ///< on the root window; where it takes the pointer, when it says so
     std::array<int, 4> frameExtents{}; ///< shadows inside the window: left, right, top, bottom
     ClientWindow client;               ///< the window with WM_STATE, else the window itself
     std::vector<EmbeddedWindow> embedded;

@@ -19,8 +19,6 @@ public:
     bool openUrl(std::string url) override;
 
 private:
-    std::uint32_t windowInFront() const;
-
     std::shared_ptr<X11Connection> connection;
     DesktopEntries& entries;
 };
