@@ -21,6 +21,8 @@ void SharedImage::release()
     if (!memory)
         return;
     xcb_shm_detach(connection->get(), id);
+    // At once: until the server has let go of it, the memory stays.
+    xcb_flush(connection->get());
     ::shmdt(memory);
     memory = nullptr;
     size = 0;
