@@ -1,5 +1,6 @@
 #include "TreeStage.h"
 
+#include "desktop/harness/Chromium.h"
 #include "desktop/harness/WaitFor.h"
 #include "platform/linux/atspi/AtspiReader.h"
 #include "platform/linux/dbus/BusMessages.h"
@@ -61,18 +62,8 @@ std::vector<std::string> TreeStage::commandFor(TreeKind kind, int count)
     }
     auto const page = desktop.home() / ("links-" + std::to_string(count) + ".html");
     writePage(page, count);
-    return {"chromium",
-            "--no-sandbox",
-            "--no-first-run",
-            "--no-default-browser-check",
-            "--disable-gpu",
-            "--disable-dev-shm-usage",
-            "--password-store=basic",
-            "--disable-background-networking",
-            "--disable-component-update",
-            "--disable-sync",
-            "--user-data-dir=" + (desktop.home() / ("chromium-" + std::to_string(count))).string(),
-            "file://" + page.string()};
+    return test::chromiumCommand(desktop.home() / ("chromium-" + std::to_string(count)),
+                                 {"file://" + page.string()});
 }
 
 std::int32_t TreeStage::show(TreeKind kind, int count)

@@ -1,5 +1,7 @@
 #include "desktop/applications/Applications.h"
 
+#include "desktop/harness/Chromium.h"
+
 namespace zelvo::test {
 
 namespace {
@@ -49,19 +51,7 @@ TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit)
 
 std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std::string> arguments)
 {
-    std::vector<std::string> command = {"chromium",
-                                        "--no-sandbox",
-                                        "--no-first-run",
-                                        "--no-default-browser-check",
-                                        "--disable-gpu",
-                                        "--disable-dev-shm-usage",
-                                        "--password-store=basic",
-                                        "--disable-background-networking",
-                                        "--disable-component-update",
-                                        "--disable-sync",
-                                        "--user-data-dir=" + (desktop.home() / "chromium").string()};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return command;
+    return chromiumCommand(desktop.home() / "chromium", arguments);
 }
 
 std::string readElements(PrivateDesktop& desktop, pid_t pid, bool wakes)

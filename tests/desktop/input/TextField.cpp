@@ -1,5 +1,6 @@
 #include "desktop/input/TextField.h"
 
+#include "desktop/harness/Chromium.h"
 #include "desktop/harness/XQuestions.h"
 
 #include <fstream>
@@ -42,18 +43,7 @@ std::vector<std::string> browser(PrivateDesktop& desktop, std::string const& pat
     std::string const portFile = path + ".port";
     desktop.start({"/usr/bin/python3", script("web_field.py"), portFile, path, text});
     require("the page's server", [&] { return !contentOf(portFile).empty(); });
-    return {"chromium",
-            "--no-sandbox",
-            "--no-first-run",
-            "--no-default-browser-check",
-            "--disable-gpu",
-            "--disable-dev-shm-usage",
-            "--password-store=basic",
-            "--disable-background-networking",
-            "--disable-component-update",
-            "--disable-sync",
-            "--user-data-dir=" + path + ".profile",
-            "--app=http://127.0.0.1:" + contentOf(portFile) + "/"};
+    return chromiumCommand(path + ".profile", {"--app=http://127.0.0.1:" + contentOf(portFile) + "/"});
 }
 
 } // namespace
