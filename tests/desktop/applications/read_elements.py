@@ -13,7 +13,7 @@ import pyatspi
 STATES = {
     name: getattr(pyatspi, "STATE_" + name.upper())
     for name in ("showing", "visible", "enabled", "sensitive", "focused", "checked", "expandable", "editable",
-                 "multi_line", "selected", "active", "modal", "defunct")
+                 "has_popup", "multi_line", "selected", "active", "modal", "defunct")
 }
 
 
@@ -33,8 +33,11 @@ def actions(element):
     return [action.getName(i) for i in range(action.nActions)] if action else []
 
 
-def text(element):
-    if element.getRole() == pyatspi.ROLE_PASSWORD_TEXT or not attempt(element.queryEditableText):
+def text(element, states):
+    """The text of what can be edited."""
+    if element.getRole() == pyatspi.ROLE_PASSWORD_TEXT:
+        return None
+    if "editable" not in states and not attempt(element.queryEditableText):
         return None
     return attempt(lambda: element.queryText().getText(0, -1))
 
@@ -48,19 +51,20 @@ def labels(element):
 
 
 def describe(element, depth):
-    states = attempt(element.getState)
+    found = attempt(element.getState)
+    states = [name for name, state in STATES.items() if found and found.contains(state)]
     return {
         "depth": depth,
         "role": int(element.getRole()),
         "roleName": element.getRoleName(),
         "name": element.name,
         "description": element.description,
-        "text": text(element),
+        "text": text(element, states),
         "labels": labels(element),
         "screen": extents(element, pyatspi.DESKTOP_COORDS),
         "window": extents(element, pyatspi.WINDOW_COORDS),
         "actions": attempt(lambda: actions(element), []),
-        "states": [name for name, state in STATES.items() if states and states.contains(state)],
+        "states": states,
         "children": element.childCount,
     }
 

@@ -1,0 +1,334 @@
+// What our reader sees of real applications, against what another reader sees.
+#include "desktop/applications/Applications.h"
+#include "desktop/atspi/AtspiDesk.h"
+
+#include <boost/json.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace zelvo::test {
+namespace {
+
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+
+namespace json = boost::json;
+
+/// An application, and how it is to be read.
+struct Subject {
+    std::string name;
+    TestApplication application;
+    bool isGtk4 = false;
+    bool isChromium = false;
+};
+
+/// An element of the other reader, put into our words.
+struct OtherElement {
+    std::string role;
+    std::string title;
+    std::string description;
+    std::string value;
+    std::vector<std::string> states;
+
+    bool has(std::string const& state) const { return std::ranges::find(states, state) != states.end(); }
+};
+
+std::string textOf(json::value const& value)
+{
+    return value.is_string() ? std::string(value.as_string()) : std::string();
+}
+
+/// What each role of AT-SPI is called on the wire, by its name and not by its number.
+std::string axRole(std::string const& role, OtherElement const& element, std::string const& parent)
+{
+    static std::map<std::string, std::string> const plain = {
+        {"push button", "AXButton"},
+        {"column header", "AXButton"},
+        {"table column header", "AXButton"},
+        {"check box", "AXCheckBox"},
+        {"switch", "AXCheckBox"},
+        {"spin button", "AXTextField"},
+        {"password text", "AXSecureTextField"},
+        {"link", "AXLink"},
+        {"radio button", "AXRadioButton"},
+        {"menu item", "AXMenuItem"},
+        {"check menu item", "AXMenuItem"},
+        {"radio menu item", "AXMenuItem"},
+        {"slider", "AXSlider"},
+        {"dial", "AXSlider"},
+        {"page tab", "AXTab"},
+        {"popup menu", "AXMenu"},
+        {"push button menu", "AXMenuButton"},
+        {"frame", "AXWindow"},
+        {"window", "AXWindow"},
+        {"label", "AXStaticText"},
+        {"static", "AXStaticText"},
+        {"paragraph", "AXStaticText"},
+        {"heading", "AXHeading"},
+        {"panel", "AXGroup"},
+        {"filler", "AXGroup"},
+        {"section", "AXGroup"},
+        {"form", "AXGroup"},
+        {"grouping", "AXGroup"},
+        {"image", "AXImage"},
+        {"icon", "AXImage"},
+        {"canvas", "AXImage"},
+        {"document web", "AXWebArea"},
+        {"scroll pane", "AXScrollArea"},
+        {"viewport", "AXScrollArea"},
+        {"scroll bar", "AXScrollBar"},
+        {"tool bar", "AXToolbar"},
+        {"list", "AXList"},
+        {"list box", "AXList"},
+        {"list item", "AXRow"},
+        {"tree item", "AXRow"},
+        {"table row", "AXRow"},
+        {"table", "AXTable"},
+        {"tree table", "AXTable"},
+        {"tree", "AXOutline"},
+        {"table cell", "AXCell"},
+        {"page tab list", "AXTabGroup"},
+        {"split pane", "AXSplitGroup"},
+        {"separator", "AXSplitter"},
+        {"progress bar", "AXProgressIndicator"},
+        {"level bar", "AXProgressIndicator"},
+        {"status bar", "AXGroup"},
+        {"notification", "AXGroup"},
+    };
+    if (auto const found = plain.find(role); found != plain.end())
+        return found->second;
+    if (role == "text" || role == "entry")
+        return element.has("multi_line") ? "AXTextArea" : "AXTextField";
+    if (role == "combo box")
+        return element.has("editable") ? "AXComboBox" : "AXPopUpButton";
+    if (role == "toggle button" && !element.has("has_popup"))
+        return element.has("expandable") ? "AXDisclosureTriangle" : "AXCheckBox";
+    if (role == "toggle button")
+        return "AXMenuButton";
+    if (role == "menu")
+        return parent == "menu bar" ? "AXMenuItem" : "AXMenu";
+    if (role == "dialog" || role == "alert" || role == "file chooser")
+        return parent == "application" ? "AXWindow" : "AXGroup";
+    return "AXUnknown";
+}
+
+class Trees : public testing::Test {
+protected:
+    AtspiDesk desk{{.accessibility = true}, AtspiDesk::Screen::known};
+    PrivateDesktop& desktop = desk.desktop;
+    pid_t pid = 0;
+
+    void show(Subject const& subject)
+    {
+        pid = desktop.start(subject.application.command);
+        desktop.waitForWindow(subject.application.window);
+    }
+
+    std::vector<WalkedElement> ours(bool isChromium)
+    {
+        auto const reader = desk.accessibility->reader(pid, 1s);
+        if (isChromium)
+            reader->setFlag(reader->application(), AccessibilityAttribute::manualAccessibility, true);
+        return walkWindows(*reader, *desk.clock, {.maxElements = 5000, .budget = 20s}).elements;
+    }
+
+    std::vector<OtherElement> theirs(Subject const& subject)
+    {
+        std::vector<OtherElement> elements;
+        std::vector<std::string> roles; // of the elements above
+        std::istringstream text(readElements(desktop, pid, subject.isChromium));
+        for (std::string line; std::getline(text, line);) {
+            if (!line.starts_with("{"))
+                continue;
+            json::object const read = json::parse(line).as_object();
+            auto const depth = static_cast<std::size_t>(read.at("depth").as_int64());
+            roles.resize(depth);
+            roles.push_back(textOf(read.at("roleName")));
+            if (depth > 0)
+                elements.push_back(elementIn(read, roles.back(), roles[depth - 1], subject.isGtk4));
+        }
+        return elements;
+    }
+
+    static OtherElement
+    elementIn(json::object const& read, std::string const& role, std::string const& parent, bool isGtk4)
+    {
+        OtherElement element{.title = textOf(read.at("name")),
+                             .description = textOf(read.at("description")),
+                             .value = textOf(read.at("text"))};
+        for (json::value const& state : read.at("states").as_array())
+            element.states.push_back(textOf(state));
+        if (isGtk4 && element.title.starts_with("Gtk"))
+            element.title.clear();
+        element.role = axRole(role, element, parent);
+        return element;
+    }
+
+    /// Where the two disagree, one line each.
+    static std::vector<std::string>
+    differences(std::vector<WalkedElement> const& ours, std::vector<OtherElement> const& theirs, bool isGtk4)
+    {
+        std::vector<std::string> found;
+        if (ours.size() != theirs.size())
+            found.push_back(std::to_string(ours.size()) + " elements, not " + std::to_string(theirs.size()));
+        for (std::size_t i = 0; i < std::min(ours.size(), theirs.size()) && found.size() < 20; ++i)
+            compare(ours[i], theirs[i], isGtk4, found);
+        return found;
+    }
+
+    static void compare(WalkedElement const& ours,
+                        OtherElement const& theirs,
+                        bool isGtk4,
+                        std::vector<std::string>& found)
+    {
+        auto const differs = [&](char const* what, std::string const& our, std::string const& their) {
+            if (our != their)
+                found.push_back(theirs.role + " '" + theirs.title + "': " + what + " '" + our + "', not '" +
+                                their + "'");
+        };
+        auto const flag = [](std::optional<bool> value) { return value.value_or(false) ? "yes" : "no"; };
+        differs("role", ours.role, theirs.role);
+        if (!ours.size)
+            return;
+        differs("showing", "yes", flag(theirs.has(isGtk4 ? "visible" : "showing")));
+        differs("title", ours.title.value_or(""), theirs.title);
+        differs("description", ours.description.value_or(""), theirs.description);
+        differs("value", ours.value.value_or(""), theirs.value);
+        differs("enabled", flag(ours.enabled),
+                flag((isGtk4 || theirs.has("enabled")) && theirs.has("sensitive")));
+        differs("focused", flag(ours.focused), flag(theirs.has("focused")));
+    }
+
+    /// An application takes a moment to come to rest.
+    void expectSame(Subject const& subject)
+    {
+        show(subject);
+        std::vector<std::string> found;
+        std::size_t placed = 0;
+        waitFor(
+            [&] {
+                auto const all = ours(subject.isChromium);
+                placed = static_cast<std::size_t>(std::ranges::count_if(
+                    all, [](WalkedElement const& one) { return one.size.has_value(); }));
+                found = differences(all, theirs(subject), subject.isGtk4);
+                return found.empty() && placed > 3;
+            },
+            15s);
+        EXPECT_THAT(found, IsEmpty());
+        EXPECT_GT(placed, 3u);
+    }
+
+    std::vector<std::string> interactive(Subject const& subject, std::vector<std::string> const& wanted)
+    {
+        std::vector<std::string> lines;
+        waitFor(
+            [&] {
+                lines.clear();
+                for (WalkedElement const& one : ours(subject.isChromium))
+                    if (one.size)
+                        lines.push_back(one.role.substr(2) + " " + one.title.value_or("") +
+                                        (one.value ? "=" + *one.value : ""));
+                return std::ranges::all_of(
+                    wanted, [&](auto const& line) { return std::ranges::find(lines, line) != lines.end(); });
+            },
+            15s);
+        return lines;
+    }
+};
+
+Subject formOf(PrivateDesktop const& desktop, Toolkit toolkit)
+{
+    return {.name = "form",
+            .application = form(desktop, toolkit),
+            .isGtk4 = toolkit == Toolkit::gtk4,
+            .isChromium = toolkit == Toolkit::chromium};
+}
+
+#ifndef ZELVO_TEST_CHROMIUM
+
+Subject zenity(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), "zenity");
+    return {.name = "zenity", .application = {std::move(arguments), {.className = "Zenity"}}};
+}
+
+TEST_F(Trees, areTheSameOfAnEditor)
+{
+    std::ofstream(desktop.home() / "letter.txt") << "Dear reader,\nthis is it.\n";
+    expectSame({.name = "editor",
+                .application = {{"mousepad", "--disable-server", desktop.home() / "letter.txt"},
+                                {.className = "Mousepad"}}});
+}
+
+TEST_F(Trees, areTheSameOfAnEntry)
+{
+    expectSame(zenity({"--entry", "--text", "Your name", "--entry-text", "abc"}));
+}
+
+TEST_F(Trees, areTheSameOfAPassword)
+{
+    expectSame(zenity({"--password", "--username"}));
+}
+
+TEST_F(Trees, areTheSameOfAQuestion)
+{
+    expectSame(zenity({"--question", "--text", "Really?"}));
+}
+
+TEST_F(Trees, areTheSameOfAList)
+{
+    expectSame(zenity(
+        {"--list", "--checklist", "--column", "Take", "--column", "What", "TRUE", "ham", "FALSE", "eggs"}));
+}
+
+TEST_F(Trees, areTheSameOfEveryRoleOfQt)
+{
+    expectSame(formOf(desktop, Toolkit::qt));
+}
+
+TEST_F(Trees, areTheSameOfEveryRoleOfGtk3)
+{
+    expectSame(formOf(desktop, Toolkit::gtk3));
+}
+
+TEST_F(Trees, areTheSameOfEveryRoleOfGtk4)
+{
+    expectSame(formOf(desktop, Toolkit::gtk4));
+}
+
+TEST_F(Trees, areNotThereOfATerminal)
+{
+    std::atomic<int> notices = 0;
+    std::atomic<pid_t> about = 0;
+    desk.accessibility->observeUnreadable([&](std::int32_t process) {
+        about = process;
+        ++notices;
+    });
+    show({.name = "terminal", .application = {{"xterm"}, {.className = "XTerm"}}});
+
+    EXPECT_TRUE(waitFor([&] {
+        EXPECT_THAT(ours(false), IsEmpty());
+        return notices > 0;
+    }));
+    EXPECT_THAT(ours(false), IsEmpty());
+    EXPECT_FALSE(waitFor([&] { return notices > 1; }, 200ms));
+    EXPECT_EQ(about, pid);
+}
+
+#else
+
+TEST_F(Trees, areTheSameOfEveryFieldOfAPage)
+{
+    expectSame(formOf(desktop, Toolkit::chromium));
+}
+
+#endif
+
+} // namespace
+} // namespace zelvo::test
