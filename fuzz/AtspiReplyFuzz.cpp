@@ -142,10 +142,15 @@ void readAsEverything(sd_bus_message* message)
     atspi::readNumberProperty(again());
     checkText(atspi::readBoundedText(again()));
     atspi::readExtents(again());
-    if (auto const names = atspi::readActionNames(again())) {
-        check(names->size() <= atspi::mostActions);
-        check(axActionsOf(*names).size() <= names->size());
+    if (auto const actions = atspi::readActions(again())) {
+        check(actions->size() <= atspi::mostActions);
+        std::vector<std::string> names;
+        for (atspi::Action const& action : *actions)
+            names.push_back(action.name);
+        check(axActionsOf(names).size() <= names.size());
     }
+    if (auto const relations = atspi::readRelations(again()))
+        check(relations->size() <= atspi::mostRelations);
     checkText(atspi::readAttribute(again(), "id"));
 }
 

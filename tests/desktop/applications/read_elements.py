@@ -39,7 +39,8 @@ def text(element, states):
         return None
     if "editable" not in states and not attempt(element.queryEditableText):
         return None
-    return attempt(lambda: element.queryText().getText(0, -1))
+    found = attempt(element.queryText)
+    return attempt(lambda: found.getText(0, found.characterCount))
 
 
 def labels(element):

@@ -211,6 +211,76 @@ TEST(AtspiReader, neverAsksQtForAllPropertiesAtOnce)
     }
 }
 
+TEST(AtspiReader, givesActionsTheirNamesAndNotTheirTranslations)
+{
+    AtspiDesk desk;
+    json::object const button = {
+        {"role", 43}, {"actions", {"click", "edit"}}, {"translated", {"Нажать", "Править"}}};
+    auto const gtk = desk.serveWindow({button, button, button}, {{"toolkit", "gtk"}});
+    auto const chromium = desk.serveWindow(
+        {{{"role", 88}, {"actions", {"jump", "showContextMenu"}}, {"translated", {"", ""}}},
+         {{"role", 85}, {"actions", {"doDefault", "showContextMenu"}}, {"translated", {"", ""}}}},
+        {{"toolkit", "Chromium"}});
+
+    Walk const seen = desk.walk(*desk.reader(gtk));
+    Walk const page = desk.walk(*desk.reader(chromium));
+
+    ASSERT_THAT(seen.elements, SizeIs(4));
+    for (WalkedElement const& one : seen.elements)
+        if (one.role == "AXButton")
+            EXPECT_THAT(one.actions, ElementsAre("AXPress", "edit"));
+    ASSERT_THAT(page.elements, SizeIs(3));
+    EXPECT_THAT(page.elements[1].actions, ElementsAre("AXPress"));
+    EXPECT_THAT(page.elements[2].actions, IsEmpty());
+}
+
+TEST(AtspiReader, learnsTheNameOfAnActionOnce)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow(
+        {{{"role", 43}, {"repeat", 100}, {"actions", {"click"}}, {"translated", {"Нажать"}}}},
+        {{"toolkit", "gtk"}});
+
+    desk.walk(*desk.reader(application), {.readsAhead = false});
+
+    EXPECT_EQ(application.countOf("GetActions"), 101u); // The window's too.
+    EXPECT_EQ(application.countOf("GetName"), 1u);
+}
+
+TEST(AtspiReader, givesFieldsTheWordsOfTheirLabels)
+{
+    AtspiDesk desk;
+    json::array const children = {{{"role", 29}, {"name", "Your name"}, {"label", "a"}},
+                                  {{"role", 61}, {"editable", true}, {"labelledBy", "a"}},
+                                  {{"role", 61}, {"editable", true}, {"name", "Own"}, {"labelledBy", "a"}},
+                                  {{"role", 43}, {"labelledBy", "a"}},
+                                  {{"role", 40}}};
+    auto const application = desk.serveWindow(children, {{"toolkit", "gtk"}});
+
+    Walk const seen = desk.walk(*desk.reader(application));
+
+    ASSERT_THAT(seen.elements, SizeIs(6));
+    EXPECT_EQ(seen.elements[2].title, "Your name");
+    EXPECT_EQ(seen.elements[3].title, "Own");
+    EXPECT_EQ(seen.elements[4].title, std::nullopt); // A button, which has words of its own.
+    EXPECT_EQ(seen.elements[5].title, std::nullopt);
+    EXPECT_EQ(application.countOf("GetRelationSet"), 2u);
+}
+
+TEST(AtspiReader, asksQtForNoMoreTextThanThereIs)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow(
+        {{{"role", 61}, {"editable", true}, {"text", "several lines"}}, {{"role", 61}, {"editable", true}}},
+        {{"toolkit", "Qt"}});
+
+    Walk const seen = desk.walk(*desk.reader(application));
+
+    ASSERT_THAT(seen.elements, SizeIs(3));
+    EXPECT_EQ(seen.elements[1].value, "several lines");
+    EXPECT_EQ(seen.elements[2].value, "");
+}
+
 TEST(AtspiReader, asksForAttributesOnlyWhereTheWebTreeExists)
 {
     AtspiDesk desk;

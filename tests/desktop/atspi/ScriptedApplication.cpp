@@ -214,13 +214,31 @@ bool ScriptedApplication::reply(std::size_t index,
                               node.extents[3]);
     } else if (member == "GetActions" && !node.actions.empty()) {
         sd_bus_message_open_container(reply, 'a', "(sss)");
-        for (std::string const& action : node.actions)
+        for (std::string const& action : node.translatedActions.value_or(node.actions))
             sd_bus_message_append(reply, "(sss)", action.c_str(), "", "");
         sd_bus_message_close_container(reply);
+    } else if (member == "GetRelationSet") {
+        sd_bus_message_open_container(reply, 'a', "(ua(so))");
+        if (node.labelledBy) {
+            sd_bus_message_open_container(reply, 'r', "ua(so)");
+            sd_bus_message_append(reply, "u", 2u);
+            sd_bus_message_open_container(reply, 'a', "(so)");
+            appendReference(reply, *node.labelledBy);
+            sd_bus_message_close_container(reply);
+            sd_bus_message_close_container(reply);
+        }
+        sd_bus_message_close_container(reply);
+    } else if (member == "GetName") {
+        std::int32_t at = 0;
+        sd_bus_message_read(call, "i", &at);
+        sd_bus_message_append(reply, "s", node.actions.at(static_cast<std::size_t>(at)).c_str());
     } else if (member == "GetText" && (node.editable || !node.text.empty())) {
         std::int32_t start = 0;
         std::int32_t end = 0;
         sd_bus_message_read(call, "ii", &start, &end);
+        // As Qt does.
+        if (manners.toolkit == "Qt" && end > static_cast<std::int32_t>(node.text.size()))
+            end = start;
         auto const length = end < 0 ? std::string::npos : static_cast<std::size_t>(end - start);
         sd_bus_message_append(reply, "s", node.text.substr(0, length).c_str());
     } else if (member == "GetApplicationBusAddress" && manners.direct) {
@@ -244,6 +262,8 @@ bool ScriptedApplication::replyProperty(std::size_t index, sd_bus_message* call,
         return sd_bus_message_append(reply, "v", "s", manners.toolkit.c_str()) >= 0;
     if (name == "Name")
         return sd_bus_message_append(reply, "v", "s", node.name.c_str()) >= 0;
+    if (name == "CharacterCount")
+        return sd_bus_message_append(reply, "v", "i", static_cast<std::int32_t>(node.text.size())) >= 0;
     if (name == "Description")
         return sd_bus_message_append(reply, "v", "s", node.description.c_str()) >= 0;
     if (name == "AccessibleId")

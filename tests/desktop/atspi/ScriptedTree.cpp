@@ -43,6 +43,8 @@ public:
     {
         std::size_t const index = nodes.size();
         nodes.push_back(nodeFrom(described, number));
+        if (auto const by = entry<std::string>(described, "labelledBy", ""); !by.empty())
+            nodes.back().labelledBy = labels.at(by);
         if (index != 0)
             nodes[parent].children.push_back(index);
         if (auto const label = entry<std::string>(described, "label", ""); !label.empty())
@@ -66,6 +68,8 @@ private:
         auto const extents = entry<std::vector<std::int32_t>>(described, "extents", {10, 10, 20, 20});
         std::copy_n(extents.begin(), 4, node.extents.begin());
         node.actions = entry<std::vector<std::string>>(described, "actions", {});
+        if (described.contains("translated"))
+            node.translatedActions = entry<std::vector<std::string>>(described, "translated", {});
         node.text = entry<std::string>(described, "text", "");
         node.editable = entry<bool>(described, "editable", false);
         node.foreignName = entry<std::string>(described, "foreign", "");

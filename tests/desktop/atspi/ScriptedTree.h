@@ -19,6 +19,8 @@ struct ScriptedNode {
     std::string identifier;
     std::array<std::int32_t, 4> extents{};
     std::vector<std::string> actions;
+    std::optional<std::vector<std::string>> translatedActions;
+    std::optional<std::size_t> labelledBy;
     std::string text;
     bool editable = false; ///< has the interfaces Text and EditableText
     std::vector<std::size_t> children;
@@ -37,9 +39,10 @@ struct ScriptedManners {
 };
 
 /// Reads a tree: {"role": 43, "states": [25], "name": "..", "description", "id", "extents": [x, y, w, h],
-/// "actions": ["click"], "text": "..", "editable": true, "children": [..], "claims": n, "label": "a",
-/// "same": "a" (the element of that label once more), "repeat": n (that often, its name numbered), "deep": n
-/// (that often, each in the one before), "foreign": ":1.7", "path": "/.."}. The first is the application.
+/// "actions": ["click"], "translated": ["Klicken"], "labelledBy": "a" (the element of that label), "text":
+/// "..", "editable": true, "children": [..], "claims": n, "label": "a", "same": "a" (the element of that
+/// label once more), "repeat": n (that often, its name numbered), "deep": n (that often, each in the one
+/// before), "foreign": ":1.7", "path": "/.."}. The first is the application.
 std::vector<ScriptedNode> scriptedTree(boost::json::value const& root);
 
 ScriptedManners scriptedManners(boost::json::value const& script);

@@ -27,6 +27,12 @@ std::string axActionOf(std::string const& name)
     return letters == "showmenu" ? "AXShowMenu" : name;
 }
 
+/// Chromium says so of whatever has no action of its own.
+bool saysNothing(std::string const& name)
+{
+    return name == "doDefault" || name == "clickAncestor";
+}
+
 } // namespace
 
 std::vector<std::string> axActionsOf(std::vector<std::string> const& names)
@@ -34,6 +40,8 @@ std::vector<std::string> axActionsOf(std::vector<std::string> const& names)
     std::vector<std::string> actions;
     for (std::string const& name : names) {
         if (name.empty())
+            continue;
+        if (saysNothing(name))
             continue;
         std::string action = axActionOf(name);
         if (std::ranges::find(actions, action) == actions.end())

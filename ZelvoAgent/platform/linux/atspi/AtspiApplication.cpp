@@ -43,17 +43,19 @@ std::vector<AtspiApplicationSearch::Root> AtspiApplicationSearch::allRoots()
 {
     std::vector<Root> roots;
     bool isAnswered = false;
-    exchange.ask(
-        registry,
-        bus.newCall(exchange.nameOf(registry), "/org/a11y/atspi/accessible/root", accessible, "GetChildren"),
-        [&](sd_bus_message* reply) {
-            isAnswered = true;
-            auto const references = reply ? atspi::readReferences(reply) : std::nullopt;
-            looked = references.has_value();
-            for (auto const& reference : references.value_or(std::vector<atspi::Reference>()))
-                if (roots.size() < mostApplications)
-                    roots.push_back({reference.name, reference.path});
-        });
+    auto call =
+        bus.newCall(exchange.nameOf(registry), "/org/a11y/atspi/accessible/root", accessible, "GetChildren");
+    // It is started by the first application that publishes elements, or by who looks for them.
+    if (call)
+        sd_bus_message_set_auto_start(call.get(), 1);
+    exchange.ask(registry, std::move(call), [&](sd_bus_message* reply) {
+        isAnswered = true;
+        auto const references = reply ? atspi::readReferences(reply) : std::nullopt;
+        looked = references.has_value();
+        for (auto const& reference : references.value_or(std::vector<atspi::Reference>()))
+            if (roots.size() < mostApplications)
+                roots.push_back({reference.name, reference.path});
+    });
     exchange.await(registry, [&] { return isAnswered; });
     return roots;
 }

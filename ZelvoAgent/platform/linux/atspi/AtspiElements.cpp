@@ -83,6 +83,16 @@ bool AtspiElements::mayHaveTitle(Index index) const
            !isTextRole(nodes.axRole(index).role);
 }
 
+bool AtspiElements::mayBeLabelled(Index index) const
+{
+    // Chromium would wake, and has the labels' words.
+    if (inquiry.toolkitOf(nodes[index].peer).givesAttributes)
+        return false;
+    std::string_view const ax = nodes.axRole(index).role;
+    return ax == "AXTextField" || ax == "AXTextArea" || ax == "AXSecureTextField" || ax == "AXComboBox" ||
+           ax == "AXPopUpButton" || ax == "AXSlider" || ax == "AXCheckBox" || ax == "AXProgressIndicator";
+}
+
 std::vector<AtspiQuestion> AtspiElements::details(Index index) const
 {
     std::vector<AtspiQuestion> wanted;

@@ -37,6 +37,9 @@ public:
     bool mayHaveTitle(Index index) const;
     /// False when it is known to lack an interface (of atspi::Interface).
     bool can(Index index, std::uint32_t interface) const;
+    /// Is it a field whose name may stand in a label beside it? Some toolkits give the label's words to the
+    /// field themselves.
+    bool mayBeLabelled(Index index) const;
 
     /// Chromium has built its web tree; asking for attributes changes nothing any more.
     void noteWoken() { isWoken = true; }

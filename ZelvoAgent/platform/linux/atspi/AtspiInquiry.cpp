@@ -1,5 +1,6 @@
 #include "platform/linux/atspi/AtspiInquiry.h"
 
+#include "platform/linux/atspi/AtspiActions.h"
 #include "platform/linux/atspi/Gtk4Answers.h"
 
 #include <algorithm>
@@ -11,6 +12,8 @@ namespace {
 
 constexpr char const* accessible = "org.a11y.atspi.Accessible";
 constexpr char const* properties = "org.freedesktop.DBus.Properties";
+constexpr char const* actionInterface = "org.a11y.atspi.Action";
+constexpr char const* textInterface = "org.a11y.atspi.Text";
 
 struct Method {
     char const* interface;
@@ -39,14 +42,18 @@ Method methodOf(AtspiQuestion question)
     case AtspiQuestion::extents:
         return {"org.a11y.atspi.Component", "GetExtents"};
     case AtspiQuestion::actions:
-        return {"org.a11y.atspi.Action", "GetActions"};
+        return {actionInterface, "GetActions"};
+    case AtspiQuestion::textLength:
+        return {properties, "Get"};
     case AtspiQuestion::text:
-        return {"org.a11y.atspi.Text", "GetText"};
+        return {textInterface, "GetText"};
+    case AtspiQuestion::labels:
+        return {accessible, "GetRelationSet"};
     }
     return {};
 }
 
-void appendArguments(sd_bus_message* call, AtspiQuestion question)
+void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion question)
 {
     switch (question) {
     case AtspiQuestion::properties:
@@ -65,7 +72,12 @@ void appendArguments(sd_bus_message* call, AtspiQuestion question)
         sd_bus_message_append(call, "u", 0u); // Of the screen.
         break;
     case AtspiQuestion::text:
-        sd_bus_message_append(call, "ii", 0, AtspiInquiry::longestText);
+        sd_bus_message_append(
+            call, "ii", 0,
+            std::clamp(node.textLength.value_or(AtspiInquiry::longestText), 0, AtspiInquiry::longestText));
+        break;
+    case AtspiQuestion::textLength:
+        sd_bus_message_append(call, "ss", textInterface, "CharacterCount");
         break;
     default:
         break;
@@ -80,6 +92,8 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
     return {.takesGetAll = isChromium || name == "gtk" || name == "GTK",
             .givesAttributes = isChromium,
             .hidesWhatIsOutOfView = isChromium || name == "gtk",
+            .translatesActions = isChromium || name == "gtk" || name == "GTK",
+            .isStrictAboutText = name == "Qt",
             .isGtk4 = name == "GTK",
             .listsSlowly = name == "gtk"};
 }
@@ -123,6 +137,10 @@ void AtspiInquiry::ask(Index index, AtspiQuestion question)
     node.set(question, AtspiNode::Progress::asked);
     if (question == AtspiQuestion::children)
         askChildren(index);
+    else if (question == AtspiQuestion::actions)
+        askActions(index);
+    else if (question == AtspiQuestion::text)
+        askText(index);
     else
         send(index, question);
 }
@@ -146,7 +164,7 @@ BusMessagePtr AtspiInquiry::messageFor(AtspiNode const& node, AtspiQuestion ques
     auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, method.interface,
                                                    method.member);
     if (call)
-        appendArguments(call.get(), question);
+        appendArguments(call.get(), node, question);
     return call;
 }
 
@@ -163,6 +181,88 @@ void AtspiInquiry::send(Index index, AtspiQuestion question)
             correctGtk4Answer(asked, question);
         onAnswered(index, question);
     });
+}
+
+void AtspiInquiry::askText(Index index)
+{
+    if (!toolkitOf(nodes[index].peer).isStrictAboutText)
+        return send(index, AtspiQuestion::text);
+    AtspiNode& node = nodes[index];
+    node.set(AtspiQuestion::textLength, AtspiNode::Progress::asked);
+    exchange.ask(node.peer, messageFor(node, AtspiQuestion::textLength),
+                 [this, index](sd_bus_message* reply) {
+                     nodes[index].take(AtspiQuestion::textLength, reply);
+                     if (nodes[index].of(AtspiQuestion::text) == AtspiNode::Progress::asked)
+                         send(index, AtspiQuestion::text);
+                 });
+}
+
+void AtspiInquiry::askActions(Index index)
+{
+    AtspiNode const& node = nodes[index];
+    exchange.ask(node.peer, messageFor(node, AtspiQuestion::actions), [this, index](sd_bus_message* reply) {
+        if (nodes[index].of(AtspiQuestion::actions) != AtspiNode::Progress::asked)
+            return;
+        auto actions = reply ? atspi::readActions(reply) : std::nullopt;
+        takeActions(index, std::move(actions).value_or(std::vector<atspi::Action>()));
+    });
+}
+
+void AtspiInquiry::takeActions(Index index, std::vector<atspi::Action> actions)
+{
+    auto const naming = std::make_shared<Naming>();
+    for (atspi::Action const& action : actions)
+        naming->names.push_back(action.name);
+    if (!toolkitOf(nodes[index].peer).translatesActions)
+        return finishActions(index, naming->names);
+    // Chromium translates none and has several for everything; the first is what the element is for.
+    atspi::Action const untold;
+    if (!actions.empty() && actions.front() == untold) {
+        actions.resize(1);
+        naming->names.resize(1);
+    }
+    naming->missing = 1;
+    for (std::size_t at = 0; at < actions.size(); ++at) {
+        auto const known = actionNames.find({nodes[index].peer, actions[at]});
+        if (known != actionNames.end())
+            naming->names[at] = known->second;
+        else
+            askActionName(index, naming, at, actions[at]);
+    }
+    if (--naming->missing == 0)
+        finishActions(index, naming->names);
+}
+
+void AtspiInquiry::askActionName(Index index,
+                                 std::shared_ptr<Naming> const& naming,
+                                 std::size_t at,
+                                 atspi::Action const& action)
+{
+    AtspiNode const& node = nodes[index];
+    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, actionInterface,
+                                                   "GetName");
+    if (call)
+        sd_bus_message_append(call.get(), "i", static_cast<std::int32_t>(at));
+    ++naming->missing;
+    exchange.ask(node.peer, std::move(call), [this, index, naming, at, action](sd_bus_message* reply) {
+        if (auto name = reply ? atspi::readBoundedText(reply) : std::nullopt) {
+            naming->names[at] = atspi::bounded(*name, atspi::longestActionName);
+            if (action != atspi::Action())
+                actionNames[{nodes[index].peer, action}] = naming->names[at];
+        }
+        if (--naming->missing == 0)
+            finishActions(index, naming->names);
+    });
+}
+
+void AtspiInquiry::finishActions(Index index, std::vector<std::string> const& names)
+{
+    AtspiNode& node = nodes[index];
+    if (node.of(AtspiQuestion::actions) != AtspiNode::Progress::asked)
+        return;
+    node.actions = axActionsOf(names);
+    node.set(AtspiQuestion::actions, AtspiNode::Progress::answered);
+    onAnswered(index, AtspiQuestion::actions);
 }
 
 void AtspiInquiry::askChildren(Index index)
@@ -273,6 +373,11 @@ void AtspiInquiry::finishChildren(Index index, std::vector<atspi::Reference> con
     nodes.adopt(index, children);
     nodes[index].set(AtspiQuestion::children, AtspiNode::Progress::answered);
     onAnswered(index, AtspiQuestion::children);
+}
+
+std::optional<AtspiNode::Index> AtspiInquiry::find(Index from, atspi::Reference const& reference)
+{
+    return isForeign(from, reference) ? std::nullopt : nodes.find(nodes[from].peer, reference.path);
 }
 
 bool AtspiInquiry::isForeign(Index index, atspi::Reference const& reference) const

@@ -15,6 +15,8 @@ struct AtspiToolkit {
     bool takesGetAll = false;          ///< Properties.GetAll; Qt ends the application on it
     bool givesAttributes = false;      ///< identifiers are attributes
     bool hidesWhatIsOutOfView = false; ///< calls it not showing
+    bool translatesActions = false;    ///< GetActions gives names in the desktop's language, or none
+    bool isStrictAboutText = false;    ///< gives no text when asked for more than there is
     bool isGtk4 = false;               ///< its answers want correcting
     bool listsSlowly = false;          ///< GTK 3: a list of children takes it the square of their number
 };
@@ -50,6 +52,9 @@ public:
     /// The same, and waits for the answer.
     void ensure(Index node, AtspiQuestion question);
 
+    /// The element that another one of the same application refers to.
+    std::optional<Index> find(Index from, atspi::Reference const& reference);
+
 private:
     /// A process whose elements were met.
     struct Side {
@@ -66,6 +71,12 @@ private:
         std::int32_t inFlight = 0;
     };
 
+    /// Names of actions that are being asked for.
+    struct Naming {
+        std::vector<std::string> names;
+        std::size_t missing = 0;
+    };
+
     BusMessagePtr messageFor(AtspiNode const& node, AtspiQuestion question) const;
     void send(Index node, AtspiQuestion question);
     void askChildren(Index node);
@@ -74,6 +85,14 @@ private:
     void askOneByOne(Index node, std::int32_t count);
     void continueListing(Index node, std::shared_ptr<Listing> const& listing);
     void askChildAt(Index node, std::shared_ptr<Listing> const& listing, std::int32_t at);
+    void askText(Index node);
+    void askActions(Index node);
+    void takeActions(Index node, std::vector<atspi::Action> actions);
+    void askActionName(Index node,
+                       std::shared_ptr<Naming> const& naming,
+                       std::size_t at,
+                       atspi::Action const& action);
+    void finishActions(Index node, std::vector<std::string> const& names);
     void takeChildren(Index node, std::vector<atspi::Reference> references);
     void finishChildren(Index node, std::vector<atspi::Reference> const& references);
     Side& sideOf(std::string const& name);
@@ -91,6 +110,7 @@ private:
     std::map<std::string, Side> sides; // by bus name
     std::map<PeerId, AtspiToolkit> toolkits;
     std::map<Index, std::vector<atspi::Reference>> waiting; // for who a process is
+    std::map<std::pair<PeerId, atspi::Action>, std::string> actionNames;
 };
 
 } // namespace zelvo

@@ -226,19 +226,42 @@ std::optional<Extents> readExtents(sd_bus_message* message)
     return Extents{*x, *y, *width, *height};
 }
 
-std::optional<std::vector<std::string>> readActionNames(sd_bus_message* message)
+std::optional<std::vector<Action>> readActions(sd_bus_message* message)
 {
-    std::vector<std::string> names;
+    std::vector<Action> actions;
     bool const isList = forEach(message, "(sss)", [&] {
         if (!enter(message, SD_BUS_TYPE_STRUCT, "sss"))
             return false;
         auto const name = rawText(message);
-        if (!name || !rawText(message) || !rawText(message) || sd_bus_message_exit_container(message) < 0)
+        auto const description = rawText(message);
+        if (!name || !description || !rawText(message) || sd_bus_message_exit_container(message) < 0)
             return false;
-        names.push_back(bounded(*name, longestActionName));
-        return names.size() < mostActions;
+        actions.push_back({bounded(*name, longestActionName), bounded(*description, longestActionName)});
+        return actions.size() < mostActions;
     });
-    return isList ? std::optional(std::move(names)) : std::nullopt;
+    return isList ? std::optional(std::move(actions)) : std::nullopt;
+}
+
+std::optional<std::vector<Relation>> readRelations(sd_bus_message* message)
+{
+    std::vector<Relation> relations;
+    bool const isList = forEach(message, "(ua(so))", [&] {
+        if (!enter(message, SD_BUS_TYPE_STRUCT, "ua(so)"))
+            return false;
+        auto const type = readRole(message);
+        if (!type || !enter(message, SD_BUS_TYPE_ARRAY, "(so)"))
+            return false;
+        Relation& relation = relations.emplace_back(Relation{.type = *type});
+        while (sd_bus_message_at_end(message, 0) == 0) {
+            auto target = anyReference(message);
+            if (!target || relation.targets.size() >= mostTargets)
+                return false;
+            relation.targets.push_back(std::move(*target));
+        }
+        return sd_bus_message_exit_container(message) >= 0 && sd_bus_message_exit_container(message) >= 0 &&
+               relations.size() < mostRelations;
+    });
+    return isList ? std::optional(std::move(relations)) : std::nullopt;
 }
 
 std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view wanted)

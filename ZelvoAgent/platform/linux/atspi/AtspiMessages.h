@@ -18,6 +18,8 @@ namespace atspi {
 inline constexpr std::size_t longestText = 64u << 10; ///< bytes
 inline constexpr std::size_t mostChildren = 10'000;
 inline constexpr std::size_t mostActions = 64;
+inline constexpr std::size_t mostRelations = 32;
+inline constexpr std::size_t mostTargets = 32;
 inline constexpr std::size_t longestActionName = 256; ///< bytes
 
 /// An object of an application. An empty name: of the one who speaks.
@@ -52,6 +54,19 @@ struct Properties {
     std::optional<std::int32_t> childCount;
 };
 
+/// What an element can be told to do, in the desktop's language where the toolkit translates it.
+struct Action {
+    std::string name;
+    std::string description;
+    auto operator<=>(Action const&) const = default;
+};
+
+/// A relation to other elements.
+struct Relation {
+    std::uint32_t type = 0;
+    std::vector<Reference> targets;
+};
+
 /// "a(so)"; null references are left out.
 std::optional<std::vector<Reference>> readReferences(sd_bus_message* message);
 /// "(so)"; nothing for the null reference.
@@ -72,8 +87,10 @@ std::optional<std::int32_t> readNumberProperty(sd_bus_message* message);
 std::optional<std::string> readBoundedText(sd_bus_message* message);
 /// "(iiii)"
 std::optional<Extents> readExtents(sd_bus_message* message);
-/// "a(sss)": the names.
-std::optional<std::vector<std::string>> readActionNames(sd_bus_message* message);
+/// "a(sss)"
+std::optional<std::vector<Action>> readActions(sd_bus_message* message);
+/// "a(ua(so))"
+std::optional<std::vector<Relation>> readRelations(sd_bus_message* message);
 /// "a{ss}": the entry of that name.
 std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view name);
 

@@ -1,6 +1,6 @@
 #include "platform/linux/atspi/AtspiNodes.h"
 
-#include "platform/linux/atspi/AtspiActions.h"
+#include <algorithm>
 
 namespace zelvo {
 
@@ -10,6 +10,13 @@ template <class T>
 std::optional<T> read(sd_bus_message* reply, std::optional<T> (*reader)(sd_bus_message*))
 {
     return reply ? reader(reply) : std::nullopt;
+}
+
+std::vector<atspi::Reference> labelsIn(std::vector<atspi::Relation> const& relations)
+{
+    constexpr std::uint32_t labelledBy = 2;
+    auto const found = std::ranges::find(relations, labelledBy, &atspi::Relation::type);
+    return found == relations.end() ? std::vector<atspi::Reference>() : found->targets;
 }
 
 } // namespace
@@ -51,13 +58,17 @@ void AtspiNode::take(AtspiQuestion question, sd_bus_message* reply)
     case extents:
         this->extents = read(reply, atspi::readExtents);
         break;
-    case actions:
-        this->actions = axActionsOf(read(reply, atspi::readActionNames).value_or(std::vector<std::string>()));
+    case textLength:
+        this->textLength = read(reply, atspi::readNumberProperty);
         break;
     case text:
         this->text = read(reply, atspi::readBoundedText);
         break;
+    case labels:
+        this->labels = labelsIn(read(reply, atspi::readRelations).value_or(std::vector<atspi::Relation>()));
+        break;
     case children:
+    case actions:
         break;
     }
 }

@@ -27,9 +27,11 @@ enum class AtspiQuestion : std::uint8_t {
     identifier, ///< of the attributes
     extents,
     actions,
+    textLength, ///< characters
     text,
+    labels, ///< what labels it
 };
-inline constexpr std::size_t atspiQuestions = static_cast<std::size_t>(AtspiQuestion::text) + 1;
+inline constexpr std::size_t atspiQuestions = static_cast<std::size_t>(AtspiQuestion::labels) + 1;
 
 /// An element as far as it is known.
 struct AtspiNode {
@@ -53,14 +55,17 @@ struct AtspiNode {
     std::optional<std::string> identifier;
     std::optional<atspi::Extents> extents;
     std::vector<std::string> actions;
+    std::optional<std::int32_t> textLength;
     std::optional<std::string> text;
+    std::vector<atspi::Reference> labels;
 
     Progress of(AtspiQuestion question) const { return progress[static_cast<std::size_t>(question)]; }
     void set(AtspiQuestion question, Progress next) { progress[static_cast<std::size_t>(question)] = next; }
     bool isAnswered(AtspiQuestion question) const { return of(question) == Progress::answered; }
     bool has(AtspiState state) const { return states && states->has(state); }
 
-    /// Notes the answer to any question but `children`; null for none. What is not understood is nothing.
+    /// Notes the answer to any question but `children` and `actions`; null for none. What is not understood
+    /// is nothing.
     void take(AtspiQuestion question, sd_bus_message* reply);
     /// Back to knowing nothing but where it is.
     void forget();

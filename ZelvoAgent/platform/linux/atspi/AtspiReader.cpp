@@ -119,7 +119,7 @@ std::optional<std::string> AtspiReader::text(AccessibilityElement element, Acces
     case AccessibilityAttribute::title:
         if (!known->mayHaveTitle(index))
             return std::nullopt;
-        return kept(index, known->titleQuestion(index), &AtspiNode::name);
+        return titleOf(index);
     case AccessibilityAttribute::description:
         if (!known->mayHaveTitle(index))
             return std::nullopt;
@@ -131,6 +131,25 @@ std::optional<std::string> AtspiReader::text(AccessibilityElement element, Acces
     default:
         return std::nullopt;
     }
+}
+
+std::optional<std::string> AtspiReader::titleOf(Index index)
+{
+    auto const name = kept(index, known->titleQuestion(index), &AtspiNode::name);
+    if (name || !known->mayBeLabelled(index))
+        return name;
+    inquiry->ensure(index, AtspiQuestion::labels);
+    for (atspi::Reference const& reference : nodes[index].labels) {
+        auto const label = inquiry->find(index, reference);
+        if (!label)
+            continue;
+        known->identify(*label);
+        if (!known->exists(*label) || !known->mayHaveTitle(*label))
+            continue;
+        if (auto words = kept(*label, known->titleQuestion(*label), &AtspiNode::name))
+            return words;
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string>

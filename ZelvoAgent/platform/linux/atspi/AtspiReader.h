@@ -48,6 +48,8 @@ private:
     bool meet(Index index);
     void follow(Index index);
     std::optional<std::string> valueOf(Index index);
+    /// Its name, else that of what labels it.
+    std::optional<std::string> titleOf(Index index);
     std::optional<std::string> identifierOf(Index index);
     std::optional<std::string>
     kept(Index index, AtspiQuestion question, std::optional<std::string> AtspiNode::* answer);

@@ -114,9 +114,23 @@ TEST_F(AtspiMessages, readsExtentsActionsAndAttributes)
         [](sd_bus_message* m) { sd_bus_message_append(m, "a{ss}", 2, "class", "c", "id", "view_1"); });
 
     EXPECT_EQ(readExtents(extents.get()), (Extents{-1, 2, 3, 4}));
-    EXPECT_THAT(readActionNames(actions.get()).value_or(std::vector<std::string>()),
-                ElementsAre("click", ""));
+    EXPECT_THAT(readActions(actions.get()).value_or(std::vector<Action>()),
+                ElementsAre(Action{"click", "d"}, Action{}));
     EXPECT_EQ(readAttribute(attributes.get(), "id"), "view_1");
+}
+
+TEST_F(AtspiMessages, readsRelations)
+{
+    auto const relations = bus.message([](sd_bus_message* m) {
+        sd_bus_message_append(m, "a(ua(so))", 2, 1u, 0, 2u, 2, ":1.1", "/a", ":1.1", "/b");
+    });
+
+    auto const found = readRelations(relations.get()).value_or(std::vector<Relation>());
+
+    ASSERT_THAT(found, SizeIs(2));
+    EXPECT_EQ(found[0].type, 1u);
+    EXPECT_EQ(found[1].type, 2u);
+    EXPECT_THAT(found[1].targets, ElementsAre(Reference{":1.1", "/a"}, Reference{":1.1", "/b"}));
 }
 
 TEST_F(AtspiMessages, boundsTextsActionsAndTheirNames)
@@ -131,9 +145,9 @@ TEST_F(AtspiMessages, boundsTextsActionsAndTheirNames)
     });
 
     EXPECT_THAT(readBoundedText(text.get()).value_or(""), SizeIs(longestText));
-    auto const names = readActionNames(actions.get()).value_or(std::vector<std::string>());
-    ASSERT_THAT(names, SizeIs(mostActions));
-    EXPECT_THAT(names.front(), SizeIs(longestActionName));
+    auto const found = readActions(actions.get()).value_or(std::vector<Action>());
+    ASSERT_THAT(found, SizeIs(mostActions));
+    EXPECT_THAT(found.front().name, SizeIs(longestActionName));
 }
 
 TEST_F(AtspiMessages, takesMessagesOfAnotherShapeForNothing)
@@ -160,7 +174,8 @@ TEST_F(AtspiMessages, takesMessagesOfAnotherShapeForNothing)
         EXPECT_FALSE(readNumberProperty(make().get())) << content;
         EXPECT_FALSE(readBoundedText(make().get())) << content;
         EXPECT_FALSE(readExtents(make().get())) << content;
-        EXPECT_FALSE(readActionNames(make().get())) << content;
+        EXPECT_FALSE(readActions(make().get())) << content;
+        EXPECT_FALSE(readRelations(make().get())) << content;
         EXPECT_FALSE(readAttribute(make().get(), "id")) << content;
     }
 }
