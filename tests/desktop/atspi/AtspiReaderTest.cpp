@@ -154,8 +154,8 @@ TEST(AtspiReader, readsTheSameAheadAndOneByOne)
     AtspiDesk desk;
     for (std::string const toolkit : {"gtk", "Qt", "Chromium"}) {
         auto const application = desk.serveWindow(mixedTree(600, 7), {{"toolkit", toolkit}});
-        auto const ahead = desk.reader(application);
-        auto const behind = desk.reader(application);
+        auto const ahead = desk.reader(application, 5s);
+        auto const behind = desk.reader(application, 5s);
 
         Walk const quick = desk.walk(*ahead, {.maxDepth = 600, .budget = 30s});
         Walk const slow = desk.walk(*behind, {.maxDepth = 600, .budget = 30s, .readsAhead = false});
