@@ -17,7 +17,8 @@ bool isHeartbeat(std::string_view message)
 
 } // namespace
 
-AgentStage::AgentStage()
+AgentStage::AgentStage(int width, int height)
+    : width(width), height(height), desktop({.width = width, .height = height})
 {
     agent.makeUnattended("token-of-the-benchmark");
 }
@@ -42,8 +43,20 @@ void AgentStage::kill()
 void AgentStage::furnish()
 {
     painter.paintRoot(0x336699);
-    painter.open({.x = 60, .y = 700, .width = 500, .height = 300, .color = 0xcc2244, .title = "red"});
-    painter.open({.x = 1500, .y = 640, .width = 360, .height = 380, .color = 0x22cc44, .title = "green"});
+    auto const across = [&](int of1920) { return of1920 * width / 1920; };
+    auto const down = [&](int of1080) { return of1080 * height / 1080; };
+    painter.open({.x = across(60),
+                  .y = down(700),
+                  .width = across(500),
+                  .height = down(300),
+                  .color = 0xcc2244,
+                  .title = "red"});
+    painter.open({.x = across(1500),
+                  .y = down(640),
+                  .width = across(360),
+                  .height = down(380),
+                  .color = 0x22cc44,
+                  .title = "green"});
     std::filesystem::path const text = desktop.home() / "text.txt";
     std::ofstream stream(text);
     for (int line = 0; line < 400; ++line)
@@ -52,7 +65,9 @@ void AgentStage::furnish()
     stream.close();
     desktop.start({"mousepad", "--disable-server", text.string()});
     desktop.waitForWindow({.className = "Mousepad"});
-    desktop.start({"xterm", "-geometry", "120x45+900+100", "-e", "cat " + text.string() + "; sleep 100000"});
+    std::string const geometry = std::to_string(across(120)) + "x" + std::to_string(down(45)) + "+" +
+                                 std::to_string(across(900)) + "+" + std::to_string(down(100));
+    desktop.start({"xterm", "-geometry", geometry, "-e", "cat " + text.string() + "; sleep 100000"});
     desktop.waitForWindow({.className = "XTerm"});
     // What a new window shows is complete only when it has painted itself.
     std::this_thread::sleep_for(std::chrono::seconds(2));

@@ -11,16 +11,16 @@
 
 namespace zelvo {
 
-/// The real agent program, unattended, on a private desktop of 1920 x 1080, with the benchmark as its
-/// gateway.
+/// The real agent program, unattended, on a private desktop, with the benchmark as its gateway.
 class AgentStage {
 public:
-    AgentStage();
+    explicit AgentStage(int width = 1920, int height = 1080);
 
     /// Starts the agent and waits for its first heartbeat; gives the seconds from before to after.
     double start();
     void kill();
-    /// Puts an editor and a terminal full of text and some plain windows on the screen.
+    /// Puts an editor and a terminal full of text and some plain windows on the screen; all but the editor
+    /// grow with it.
     void furnish();
     /// Says which applications are left out of pictures.
     void hide(std::vector<std::string> const& bundleIds);
@@ -31,6 +31,8 @@ public:
     std::string const& display() const { return desktop.display(); }
 
 private:
+    int width;
+    int height;
     test::PrivateDesktop desktop;
     test::AgentProgram agent{desktop, 0};
     test::Painter painter{desktop.display()};
