@@ -6,6 +6,7 @@
 #include <signal.h>
 
 #include <chrono>
+#include <thread>
 
 namespace zelvo::test {
 
@@ -36,6 +37,25 @@ TEST(AtspiPatience, comesBackInTimeFromAnApplicationThatStopsInTheMiddle)
     EXPECT_GT(seen.took, 1900ms);
     EXPECT_LT(seen.took, 2400ms);
     ::kill(application.pid, SIGCONT);
+}
+
+TEST(AtspiPatience, readsOnWhenAnApplicationWasSilentForAMoment)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow(buttons(300), {{"stopsAfter", 500}});
+    auto const reader = desk.reader(application);
+    std::jthread const waker([&] {
+        require("the stop", [&] { return application.calls().size() > 490; });
+        waitFor([] { return false; }, 600ms);
+        ::kill(application.pid, SIGCONT);
+    });
+
+    Walk const seen = desk.walk(*reader, {.budget = 10s});
+
+    // What was being waited for is lost, and what was asked ahead is asked again.
+    EXPECT_FALSE(seen.isTruncated);
+    EXPECT_GE(seen.elements.size(), 297u);
+    EXPECT_LT(seen.took, 5s);
 }
 
 TEST(AtspiPatience, readsAnApplicationThatGoesOnAgain)

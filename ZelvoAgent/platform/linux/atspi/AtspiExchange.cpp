@@ -116,7 +116,10 @@ void AtspiExchange::await(PeerId id, std::function<bool()> const& isDone)
         Duration const left = endOfPatience(peer) - steady_clock::now();
         if (left <= 0s) {
             peer.isSilent = true;
-            return dropCalls(peer);
+            givingUp = true;
+            dropCalls(peer);
+            givingUp = false;
+            return;
         }
         peer.link->wait(std::min(left, longestWait));
     }

@@ -41,6 +41,9 @@ public:
     void trustAgain();
     /// Lets go of all calls in flight, which are not answered any more.
     void cancelAll();
+    /// Is a peer being given up, so that what is answered with nothing was merely not waited for any longer?
+    bool isGivingUp() const { return givingUp; }
+    bool hasDeadline() const { return deadline.has_value(); }
     /// Nothing is waited for after that moment.
     void setDeadline(std::optional<SteadyTime> moment) { deadline = moment; }
     bool isOver() const { return deadline && std::chrono::steady_clock::now() >= *deadline; }
@@ -81,6 +84,7 @@ private:
     std::optional<SteadyTime> deadline;
     std::vector<std::unique_ptr<AtspiLink>> links;
     std::vector<std::unique_ptr<Peer>> peers; // Gone before the links are.
+    bool givingUp = false;
     std::uint64_t sent = 0;
 };
 

@@ -150,12 +150,19 @@ void AtspiInquiry::ensure(Index index, AtspiQuestion question)
     AtspiNode const& node = nodes[index];
     if (node.isAnswered(question) || exchange.isOver())
         return;
+    awaited = {index, question};
     ask(index, question);
     auto const isDone = [&] { return node.isAnswered(question); };
     exchange.await(node.peer, isDone);
     // Children of another process wait for what the bus knows of it.
     if (!isDone() && waiting.contains(index))
         exchange.await(daemon, isDone);
+    awaited.reset();
+}
+
+bool AtspiInquiry::isPutOff(Index index, AtspiQuestion question) const
+{
+    return exchange.isGivingUp() && exchange.hasDeadline() && awaited != std::pair(index, question);
 }
 
 BusMessagePtr AtspiInquiry::messageFor(AtspiNode const& node, AtspiQuestion question) const
@@ -176,6 +183,8 @@ void AtspiInquiry::send(Index index, AtspiQuestion question)
         // It may have been forgotten, and asked anew, since then.
         if (asked.of(question) != AtspiNode::Progress::asked)
             return;
+        if (!reply)
+            return leave(index, question);
         asked.take(question, reply);
         if (toolkitOf(asked.peer).isGtk4)
             correctGtk4Answer(asked, question);
@@ -192,6 +201,8 @@ void AtspiInquiry::askText(Index index)
     exchange.ask(node.peer, messageFor(node, AtspiQuestion::textLength),
                  [this, index](sd_bus_message* reply) {
                      nodes[index].take(AtspiQuestion::textLength, reply);
+                     if (!reply && exchange.isGivingUp())
+                         return leave(index, AtspiQuestion::text);
                      if (nodes[index].of(AtspiQuestion::text) == AtspiNode::Progress::asked)
                          send(index, AtspiQuestion::text);
                  });
@@ -203,8 +214,9 @@ void AtspiInquiry::askActions(Index index)
     exchange.ask(node.peer, messageFor(node, AtspiQuestion::actions), [this, index](sd_bus_message* reply) {
         if (nodes[index].of(AtspiQuestion::actions) != AtspiNode::Progress::asked)
             return;
-        auto actions = reply ? atspi::readActions(reply) : std::nullopt;
-        takeActions(index, std::move(actions).value_or(std::vector<atspi::Action>()));
+        if (!reply)
+            return leave(index, AtspiQuestion::actions);
+        takeActions(index, atspi::readActions(reply).value_or(std::vector<atspi::Action>()));
     });
 }
 
@@ -281,9 +293,19 @@ void AtspiInquiry::askChildren(Index index)
     std::int32_t const count = node.childCount.value_or(mayBeMany ? 0 : 1);
     if (count == 0)
         return finishChildren(index, {});
-    if (count > manyChildren && (mayBeMany || listsSlowly))
-        return askOneByOne(index, mayBeMany ? firstOfMany : count);
+    if (mayBeMany && count > manyChildren)
+        return askOneByOne(index, firstOfMany);
+    if (listsSlowly && count > manyToListAtOnce)
+        return askOneByOne(index, count);
     askAllChildren(index);
+}
+
+void AtspiInquiry::leave(Index index, AtspiQuestion question)
+{
+    if (isPutOff(index, question))
+        return nodes[index].set(question, AtspiNode::Progress::unasked);
+    nodes[index].take(question, nullptr);
+    onAnswered(index, question);
 }
 
 void AtspiInquiry::askChildCount(Index index)
@@ -292,6 +314,10 @@ void AtspiInquiry::askChildCount(Index index)
     node.set(AtspiQuestion::childCount, AtspiNode::Progress::asked);
     exchange.ask(node.peer, messageFor(node, AtspiQuestion::childCount),
                  [this, index](sd_bus_message* reply) {
+                     if (!reply && exchange.isGivingUp()) {
+                         nodes[index].set(AtspiQuestion::childCount, AtspiNode::Progress::unasked);
+                         return leave(index, AtspiQuestion::children);
+                     }
                      nodes[index].take(AtspiQuestion::childCount, reply);
                      askChildren(index);
                  });
@@ -303,9 +329,9 @@ void AtspiInquiry::askAllChildren(Index index)
     exchange.ask(node.peer, messageFor(node, AtspiQuestion::children), [this, index](sd_bus_message* reply) {
         auto references = reply ? atspi::readReferences(reply) : std::nullopt;
         if (references)
-            return takeChildren(index, std::move(*references));
-        nodes[index].set(AtspiQuestion::children, AtspiNode::Progress::answered);
-        onAnswered(index, AtspiQuestion::children);
+            takeChildren(index, std::move(*references));
+        else
+            leave(index, AtspiQuestion::children);
     });
 }
 
@@ -320,12 +346,16 @@ void AtspiInquiry::continueListing(Index index, std::shared_ptr<Listing> const& 
 {
     auto const peer = nodes[index].peer;
     auto const count = static_cast<std::int32_t>(listing->references.size());
+    auto const mayAsk = [&] {
+        return listing->inFlight == 0 || (!exchange.isSilent(peer) && exchange.hasRoom(peer));
+    };
     // What has come by the end of its patience is the list.
-    while (listing->next < count && !exchange.isSilent(peer) && !exchange.isGone(peer) &&
-           (listing->inFlight == 0 || exchange.hasRoom(peer)))
+    while (listing->next < count && !listing->isCut && !exchange.isGone(peer) && mayAsk())
         askChildAt(index, listing, listing->next++);
     if (listing->inFlight > 0 || nodes[index].isAnswered(AtspiQuestion::children))
         return;
+    if (isPutOff(index, AtspiQuestion::children))
+        return leave(index, AtspiQuestion::children);
     std::vector<atspi::Reference> found;
     for (auto& reference : listing->references)
         if (reference)
@@ -343,6 +373,7 @@ void AtspiInquiry::askChildAt(Index index, std::shared_ptr<Listing> const& listi
     ++listing->inFlight;
     exchange.ask(node.peer, std::move(call), [this, index, listing, at](sd_bus_message* reply) {
         --listing->inFlight;
+        listing->isCut |= !reply && (exchange.isGivingUp() || exchange.isOver());
         if (reply)
             listing->references[static_cast<std::size_t>(at)] = atspi::readReference(reply);
         continueListing(index, listing);

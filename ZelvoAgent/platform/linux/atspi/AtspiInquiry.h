@@ -30,6 +30,7 @@ public:
     using PeerId = AtspiExchange::PeerId;
 
     static constexpr std::int32_t manyChildren = 2'000;
+    static constexpr std::int32_t manyToListAtOnce = 1'500;
     static constexpr std::int32_t firstOfMany = 500;
     static constexpr std::size_t mostSides = 64;
     static constexpr std::int32_t longestText = 1'000; ///< characters
@@ -69,6 +70,7 @@ private:
         std::vector<std::optional<atspi::Reference>> references;
         std::int32_t next = 0;
         std::int32_t inFlight = 0;
+        bool isCut = false; ///< nothing more will come
     };
 
     /// Names of actions that are being asked for.
@@ -77,10 +79,14 @@ private:
         std::size_t missing = 0;
     };
 
+    /// Is it one of the calls that a silent application was asked ahead, which can be asked again?
+    bool isPutOff(Index node, AtspiQuestion question) const;
     BusMessagePtr messageFor(AtspiNode const& node, AtspiQuestion question) const;
     void send(Index node, AtspiQuestion question);
     void askChildren(Index node);
     void askAllChildren(Index node);
+    /// There is no answer: for now when it is put off, else for good.
+    void leave(Index node, AtspiQuestion question);
     void askChildCount(Index node);
     void askOneByOne(Index node, std::int32_t count);
     void continueListing(Index node, std::shared_ptr<Listing> const& listing);
@@ -107,6 +113,7 @@ private:
     AtspiLink& bus;
     PeerId daemon;
     std::int32_t ownPid = 0;
+    std::optional<std::pair<Index, AtspiQuestion>> awaited;
     std::map<std::string, Side> sides; // by bus name
     std::map<PeerId, AtspiToolkit> toolkits;
     std::map<Index, std::vector<atspi::Reference>> waiting; // for who a process is
