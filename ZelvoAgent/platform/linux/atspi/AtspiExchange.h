@@ -48,12 +48,12 @@ public:
     void setDeadline(std::optional<SteadyTime> moment) { deadline = moment; }
     bool isOver() const { return deadline && std::chrono::steady_clock::now() >= *deadline; }
 
-    void ask(PeerId peer, BusMessagePtr call, OnAnswer onAnswer);
+    void ask(PeerId id, BusMessagePtr call, OnAnswer onAnswer);
     /// May another call go out now? As many as the peer answers in a twentieth of a second, so that a slow
     /// one is left with little to do when its reader has gone.
-    bool hasRoom(PeerId peer) const;
+    bool hasRoom(PeerId id) const;
     /// Takes replies until it is done, or the peer is given up.
-    void await(PeerId peer, std::function<bool()> const& isDone);
+    void await(PeerId id, std::function<bool()> const& isDone);
     /// Takes what has come, without waiting.
     void process();
 

@@ -49,9 +49,9 @@ public:
     void startAnew();
 
     /// Sends the question, unless that was done before. Role and states must be answered for `children`.
-    void ask(Index node, AtspiQuestion question);
+    void ask(Index index, AtspiQuestion question);
     /// The same, and waits for the answer.
-    void ensure(Index node, AtspiQuestion question);
+    void ensure(Index index, AtspiQuestion question);
 
     /// The element that another one of the same application refers to.
     std::optional<Index> find(Index from, atspi::Reference const& reference);
@@ -80,31 +80,31 @@ private:
     };
 
     /// Is it one of the calls that a silent application was asked ahead, which can be asked again?
-    bool isPutOff(Index node, AtspiQuestion question) const;
+    bool isPutOff(Index index, AtspiQuestion question) const;
     BusMessagePtr messageFor(AtspiNode const& node, AtspiQuestion question) const;
-    void send(Index node, AtspiQuestion question);
-    void askChildren(Index node);
-    void askAllChildren(Index node);
+    void send(Index index, AtspiQuestion question);
+    void askChildren(Index index);
+    void askAllChildren(Index index);
     /// There is no answer: for now when it is put off, else for good.
-    void leave(Index node, AtspiQuestion question);
-    void askChildCount(Index node);
-    void askOneByOne(Index node, std::int32_t count);
-    void continueListing(Index node, std::shared_ptr<Listing> const& listing);
-    void askChildAt(Index node, std::shared_ptr<Listing> const& listing, std::int32_t at);
-    void askText(Index node);
-    void askActions(Index node);
-    void takeActions(Index node, std::vector<atspi::Action> actions);
-    void askActionName(Index node,
+    void leave(Index index, AtspiQuestion question);
+    void askChildCount(Index index);
+    void askOneByOne(Index index, std::int32_t count);
+    void continueListing(Index index, std::shared_ptr<Listing> const& listing);
+    void askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at);
+    void askText(Index index);
+    void askActions(Index index);
+    void takeActions(Index index, std::vector<atspi::Action> actions);
+    void askActionName(Index index,
                        std::shared_ptr<Naming> const& naming,
                        std::size_t at,
                        atspi::Action const& action);
-    void finishActions(Index node, std::vector<std::string> const& names);
-    void takeChildren(Index node, std::vector<atspi::Reference> references);
-    void finishChildren(Index node, std::vector<atspi::Reference> const& references);
+    void finishActions(Index index, std::vector<std::string> const& names);
+    void takeChildren(Index index, std::vector<atspi::Reference> references);
+    void finishChildren(Index index, std::vector<atspi::Reference> const& references);
     Side& sideOf(std::string const& name);
-    bool isForeign(Index node, atspi::Reference const& reference) const;
+    bool isForeign(Index index, atspi::Reference const& reference) const;
     /// False while it is being asked who a process is.
-    bool identify(Index node, std::vector<atspi::Reference> const& references);
+    bool identify(Index index, std::vector<atspi::Reference> const& references);
     bool isNewSide(std::string const& name) const;
     bool allows(Side& side) const;
 

@@ -14,7 +14,7 @@ template <class T>
 std::optional<T> basic(sd_bus_message* message, char type)
 {
     T value{};
-    if (sd_bus_message_read_basic(message, type, &value) <= 0)
+    if (sd_bus_message_read_basic(message, type, static_cast<void*>(&value)) <= 0)
         return std::nullopt;
     return value;
 }
@@ -72,7 +72,7 @@ std::optional<T> inVariant(sd_bus_message* message, std::string_view types, F re
     char const* contents = nullptr;
     if (sd_bus_message_peek_type(message, &kind, &contents) <= 0 || kind != SD_BUS_TYPE_VARIANT || !contents)
         return std::nullopt;
-    if (std::string_view(contents).size() != 1 || types.find(contents[0]) == types.npos) {
+    if (std::string_view(contents).size() != 1 || types.find(contents[0]) == std::string_view::npos) {
         sd_bus_message_skip(message, "v");
         return std::nullopt;
     }
@@ -258,8 +258,10 @@ std::optional<std::vector<Relation>> readRelations(sd_bus_message* message)
                 return false;
             relation.targets.push_back(std::move(*target));
         }
-        return sd_bus_message_exit_container(message) >= 0 && sd_bus_message_exit_container(message) >= 0 &&
-               relations.size() < mostRelations;
+        bool const hasTargets = sd_bus_message_exit_container(message) >= 0;
+        if (!hasTargets || sd_bus_message_exit_container(message) < 0)
+            return false;
+        return relations.size() < mostRelations;
     });
     return isList ? std::optional(std::move(relations)) : std::nullopt;
 }

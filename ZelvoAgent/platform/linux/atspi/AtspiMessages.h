@@ -92,7 +92,7 @@ std::optional<std::vector<Action>> readActions(sd_bus_message* message);
 /// "a(ua(so))"
 std::optional<std::vector<Relation>> readRelations(sd_bus_message* message);
 /// "a{ss}": the entry of that name.
-std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view name);
+std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view wanted);
 
 /// The text cut to `longest` bytes of whole characters, ill-formed parts replaced.
 std::string bounded(std::string_view bytes, std::size_t longest);

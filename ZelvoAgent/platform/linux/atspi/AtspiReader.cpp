@@ -135,7 +135,7 @@ std::optional<std::string> AtspiReader::text(AccessibilityElement element, Acces
 
 std::optional<std::string> AtspiReader::titleOf(Index index)
 {
-    auto const name = kept(index, known->titleQuestion(index), &AtspiNode::name);
+    auto name = kept(index, known->titleQuestion(index), &AtspiNode::name);
     if (name || !known->mayBeLabelled(index))
         return name;
     inquiry->ensure(index, AtspiQuestion::labels);

@@ -13,10 +13,10 @@ namespace zelvo {
 /// Reads one application over AT-SPI, on connections of its own. An answer is kept until the next plan.
 class AtspiReader final : public AccessibilityReader {
 public:
-    /// bus        connected or connecting; null when there is none: then nothing can be read
+    /// link       to the bus, connected or connecting; null when there is none: then nothing can be read
     /// knowledge  shared with other readers; must outlive this, as the clock must
     AtspiReader(Clock& clock,
-                std::unique_ptr<AtspiLink> bus,
+                std::unique_ptr<AtspiLink> link,
                 AtspiKnowledgeBox& knowledge,
                 AtspiScreen screen,
                 std::int32_t pid,
@@ -28,7 +28,7 @@ public:
     std::uint64_t messagesSent() const { return exchange.messagesSent(); }
 
     AccessibilityElement application() override { return {0}; }
-    void plan(AccessibilityPlan plan) override;
+    void plan(AccessibilityPlan next) override;
     std::optional<std::string> text(AccessibilityElement element, AccessibilityAttribute attribute) override;
     std::optional<bool> flag(AccessibilityElement element, AccessibilityAttribute attribute) override;
     std::optional<AccessibilityElement> element(AccessibilityElement element,
