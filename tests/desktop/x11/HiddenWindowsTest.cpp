@@ -346,7 +346,7 @@ TEST_F(HiddenWindowsAmongOthers, leaveATrayAsIconsComeAndGo)
         {.width = 32, .height = 32, .color = 0x00ff00, .overrideRedirect = true, .mapped = false});
     player.embed(other, tray, 4, 4);
     int leaks = 0;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 30; ++i) {
         secret.embed(own, tray, 40 + i * 32, 4);
         leaks += leak() > 0;
         secret.unmap(own);

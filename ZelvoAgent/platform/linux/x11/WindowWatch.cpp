@@ -133,8 +133,9 @@ void WindowWatch::noteMapped(std::uint32_t window)
 
 void WindowWatch::noteGone(std::uint32_t window)
 {
+    anyLoss = std::chrono::steady_clock::now();
     if (!kept.contains(window))
-        loss = std::chrono::steady_clock::now();
+        loss = anyLoss;
     stains.isGone(window);
 }
 
@@ -184,6 +185,13 @@ WindowWatch::Time WindowWatch::lastLoss() const
 {
     std::scoped_lock guard(lock);
     return loss;
+}
+
+void WindowWatch::forgetKept()
+{
+    std::scoped_lock guard(lock);
+    loss = anyLoss;
+    kept.clear();
 }
 
 bool WindowWatch::hasHeldClient(std::uint32_t window) const

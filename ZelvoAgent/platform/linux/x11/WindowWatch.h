@@ -41,6 +41,8 @@ public:
     /// Whether a window has been a frame around a client's window.
     bool hasHeldClient(std::uint32_t window) const;
     void setKept(std::unordered_set<std::uint32_t> windows);
+    /// Other windows are to be kept from now on than those that have been.
+    void forgetKept();
     /// A part of a window shows what is none of its own. part: within the border. until: when it passes for
     /// clean though nothing was drawn there; never without.
     void noteStain(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
@@ -84,6 +86,7 @@ private:
     StainWatch stains;
     std::vector<Guest> guests;
     Time loss{};
+    Time anyLoss{}; ///< of kept ones too
     std::uint32_t ignored = 0;
 };
 

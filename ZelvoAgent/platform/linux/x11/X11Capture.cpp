@@ -65,6 +65,11 @@ public:
         if (!owner)
             throw ScreenFailure{"the X server is gone"};
         capture.changes.takeEvents();
+        // What has gone may have been one that is hidden only now.
+        if (excluded != capture.lastExcluded) {
+            capture.changes.forgetKept();
+            capture.lastExcluded = excluded;
+        }
         if (capture.changes.hasChanged()) {
             capture.survey = surveyWindows(server);
             capture.changes.reset(capture.survey);

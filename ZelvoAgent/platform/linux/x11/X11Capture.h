@@ -52,6 +52,7 @@ private:
     WindowWatch changes;
     RootBackground background;
     WindowWatch::Time redirectedAt;
+    std::set<std::string> lastExcluded;
 
     // What the last survey found; it holds until the watch says otherwise.
     WindowSurvey survey;
