@@ -1,11 +1,13 @@
 #include "desktop/atspi/AtspiDesk.h"
+#include "drivers/TreeWalk.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-/// Reads the windows of a process and says what it saw: walk_program PID [runs] [one] [print] [wake]
-/// `one`: one call at a time; `print`: each element; `wake`: as a Chromium.
+/// Reads the windows of a process and says what it saw: walk_program PID [runs] [one] [print] [compact]
+/// [wake] `one`: one call at a time; `print`: each element; `compact`: the lines that an agent gets; `wake`:
+/// as a Chromium.
 int main(int count, char** arguments)
 {
     using namespace zelvo;
@@ -29,6 +31,15 @@ int main(int count, char** arguments)
         auto const reader = accessibility.reader(pid, 250ms);
         std::printf("woken %d\n", reader->setFlag(reader->application(),
                                                   AccessibilityAttribute::manualAccessibility, true));
+    }
+    if (has("compact")) {
+        auto const reader = accessibility.reader(pid, 250ms);
+        zelvo::TreeWalk walk(*reader, clock, {}, clock.now() + 2s, false);
+        walk.run(reader->elements(reader->application(), AccessibilityAttribute::windows)
+                     .value_or(std::vector<AccessibilityElement>()));
+        for (UiElementInfo const& element : walk.collected)
+            std::printf("%s\n", element.compactLine().c_str());
+        return 0;
     }
     for (int run = 0; run < runs; ++run) {
         auto const began = std::chrono::steady_clock::now();
