@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace zelvo {
 
@@ -14,11 +15,12 @@ enum Role : std::uint32_t {
     comboBox = 11,
     dialog = 16,
     filler = 20,
-    frame = 23,
     list = 31,
     menu = 33,
+    menuBar = 34,
     panel = 39,
     popupMenu = 41,
+    rootPane = 46,
     scrollPane = 49,
     table = 55,
     toolTip = 64,
@@ -36,15 +38,12 @@ bool isDocument(std::uint32_t role)
     return role == documentWeb || role == documentFrame;
 }
 
-/// Is what lies in it shown in a window of its own, or does it drop down into one?
-bool opensAWindow(std::uint32_t role)
+/// Is it shown in a window of its own, wherever its parent is?
+bool isAWindow(std::uint32_t role)
 {
     switch (role) {
     case alert:
-    case comboBox:
     case dialog:
-    case frame:
-    case menu:
     case popupMenu:
     case toolTip:
     case window:
@@ -52,6 +51,12 @@ bool opensAWindow(std::uint32_t role)
     default:
         return false;
     }
+}
+
+/// Does what lies in it drop down into a window of its own?
+bool dropsDown(std::uint32_t role)
+{
+    return role == menu || role == comboBox;
 }
 
 /// An area of the root window, in pixels that need not be whole.
@@ -151,16 +156,21 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
             space.y = popup->inner.y - space.scale * reported->y;
             space.visible = onScreen(popup->inner);
         }
+    if (reported && toolkit == "gtk")
+        layOntoContainer(space, role, *reported);
     // Chromium tells its own window in scaled units, and what is in pages in pixels.
     if (isDocument(role) && toolkit == "Chromium")
         space.scale = 1;
-    if (opensAWindow(role) && role != frame)
+    if (isAWindow(role))
+        space.visible = screen;
+    std::optional<PixelRect> const visible = space.visible;
+    if (dropsDown(role))
         space.visible = screen;
     if (!reported || isNowhere(*reported))
         return placed;
     RootArea area = areaIn(space, *reported);
-    if (space.visible)
-        area = visiblePart(area, *space.visible);
+    if (visible)
+        area = visiblePart(area, *visible);
     if (clipsItsContent(role))
         space.visible = pixelsIn(area);
     if (area.isEmpty())
@@ -169,6 +179,22 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
         DesktopRect{(area.left - layout.origin.x) / layout.scale, (area.top - layout.origin.y) / layout.scale,
                     (area.right - area.left) / layout.scale, (area.bottom - area.top) / layout.scale};
     return placed;
+}
+
+/// LibreOffice draws a window of its own into one of GTK, below the menu bar, and some of GTK's into that
+/// again; each tells places as if the other were not there. Where one begins, a container fills another one,
+/// but elsewhere.
+void FrameMapping::layOntoContainer(FrameSpace& space, std::uint32_t role, ReportedRect const& reported)
+{
+    auto const outside = std::exchange(space.enclosing, std::nullopt);
+    if (role != panel && role != rootPane)
+        return;
+    space.enclosing = reported;
+    if (!outside || isNowhere(reported) || isNowhere(*outside) || reported.width != outside->width ||
+        reported.height != outside->height)
+        return;
+    space.x += space.scale * (static_cast<double>(outside->x) - reported.x);
+    space.y += space.scale * (static_cast<double>(outside->y) - reported.y);
 }
 
 PixelRect FrameMapping::onScreen(PixelRect const& area) const
@@ -209,12 +235,14 @@ bool FrameMapping::mayFillAPopup(std::uint32_t role) const
 
 bool FrameMapping::mattersToPlaces(std::uint32_t role) const
 {
-    return clipsItsContent(role) || mayFillAPopup(role);
+    bool const isContainer = toolkit == "gtk" && (role == panel || role == rootPane);
+    return clipsItsContent(role) || mayFillAPopup(role) || isContainer;
 }
 
 bool FrameMapping::clipsItsContent(std::uint32_t role) const
 {
     switch (role) {
+    case menuBar:
     case scrollPane:
     case viewport:
     case documentWeb:

@@ -19,7 +19,8 @@ struct FrameSpace {
     double scale = 1; ///< pixel = scale * reported + offset
     double x = 0;
     double y = 0;
-    std::optional<PixelRect> visible; ///< nothing: not known
+    std::optional<PixelRect> visible;      ///< nothing: not known
+    std::optional<ReportedRect> enclosing; ///< what the parent reports, when it is a plain container
     bool operator==(FrameSpace const&) const = default;
 };
 
@@ -62,6 +63,7 @@ public:
 private:
     FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
+    static void layOntoContainer(FrameSpace& space, std::uint32_t role, ReportedRect const& reported);
     PixelRect onScreen(PixelRect const& area) const;
     bool mayFillAPopup(std::uint32_t role) const;
     bool clipsItsContent(std::uint32_t role) const;

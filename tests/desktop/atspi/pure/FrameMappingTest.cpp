@@ -10,9 +10,12 @@ constexpr std::uint32_t comboBox = 11;
 constexpr std::uint32_t filler = 20;
 constexpr std::uint32_t frameRole = 23;
 constexpr std::uint32_t menu = 33;
+constexpr std::uint32_t menuBar = 34;
 constexpr std::uint32_t menuItem = 35;
+constexpr std::uint32_t panelRole = 39;
 constexpr std::uint32_t popupMenu = 41;
 constexpr std::uint32_t button = 43;
+constexpr std::uint32_t rootPane = 46;
 constexpr std::uint32_t scrollPane = 49;
 constexpr std::uint32_t documentWeb = 95;
 
@@ -93,6 +96,38 @@ TEST(FramesOfGtk3, endWhereTheScrolledPartEnds)
     EXPECT_EQ(placeOf(mapping, {{frameRole, top}, pane, {button, {302, 356, 420, 32}}}),
               (DesktopRect{302, 382, 420, 6}));
     EXPECT_EQ(placeOf(mapping, {{frameRole, top}, pane, {button, {302, 320, 420, 32}}}), std::nullopt);
+}
+
+TEST(FramesOfLibreOffice, areBelowItsMenuBar)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {0, 21, 1600, 1179}, .outer = {0, 0, 1600, 1200}};
+    ReportedRect const top{0, 0, 1600, 1200};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+    Step const whole{panelRole, {0, 21, 1600, 1179}};
+    Step const below{panelRole, {0, 48, 1600, 1152}};
+    Step const own{rootPane, {0, 21, 1600, 1152}}; // It is drawn where `below` is.
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, whole, {menu, {0, 21, 37, 27}}}),
+              (DesktopRect{0, 21, 37, 27}));
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, whole, below, own}), (DesktopRect{0, 48, 1600, 1152}));
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, whole, below, own, {button, {4, 23, 44, 35}}}),
+              (DesktopRect{4, 50, 44, 35}));
+    // The side bar is GTK's again.
+    Step const bar{panelRole, {1550, 101, 48, 1045}};
+    Step const inner{panelRole, {1550, 128, 48, 1045}};
+    EXPECT_EQ(
+        placeOf(mapping, {{frameRole, top}, whole, below, own, bar, inner, {button, {1554, 173, 37, 35}}}),
+        (DesktopRect{1554, 173, 37, 35}));
+}
+
+TEST(FramesOfLibreOffice, areNotThoseOfItsHiddenMenuBar)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {0, 21, 1600, 1179}, .outer = {0, 0, 1600, 1200}};
+    ReportedRect const top{0, 0, 1600, 1200};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+    Step const bar{menuBar, {0, 21, 1600, 0}};
+
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, bar, {menu, {0, 21, 36, 22}}}), std::nullopt);
 }
 
 TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsShadow)
