@@ -55,10 +55,10 @@ private:
     std::vector<Root> rootsOf(std::int32_t pid, std::vector<Root> const& roots);
     void learnPids(std::vector<Root> const& roots);
     Root firstWithChildren(std::vector<Root> const& roots);
-    void describe(AtspiApplication& application);
-    void connectDirectly(AtspiApplication const& application, std::string const& address);
-    std::optional<std::string> askToolkit(AtspiApplication const& application);
-    std::optional<std::string> askDirectAddress(AtspiApplication const& application);
+    void describe(AtspiApplication& found);
+    void connectDirectly(AtspiApplication const& found, std::string const& address);
+    std::optional<std::string> askToolkit(AtspiApplication const& found);
+    std::optional<std::string> askDirectAddress(AtspiApplication const& found);
 
     AtspiExchange& exchange;
     AtspiLink& bus;

@@ -1,6 +1,7 @@
 #include "platform/linux/atspi/AtspiLink.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace zelvo {
 
@@ -64,7 +65,7 @@ AtspiLink::Ticket AtspiLink::send(sd_bus_message* call, OnReply onReply)
     // No time-out of sd-bus's own: they stop coming when many calls are in flight.
     if (sd_bus_call_async(bus.get(), &slot, call, takeReply, data.get(), UINT64_MAX) < 0)
         return nullptr;
-    data.release();
+    std::ignore = data.release(); // The slot's from here on.
     sd_bus_slot_set_destroy_callback(slot, forgetReply);
     return Ticket(slot, [](void* raw) { sd_bus_slot_unref(static_cast<sd_bus_slot*>(raw)); });
 }

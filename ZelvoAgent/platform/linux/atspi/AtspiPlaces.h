@@ -30,9 +30,8 @@ public:
     }
 
     /// Lays the application's windows over those on the screen.
-    /// topLevels  the elements that are windows and are showing
-    void
-    begin(AtspiScreen const& screen, std::int32_t pid, std::string toolkit, std::vector<Index> topLevels);
+    /// windows  the elements that are windows and are showing
+    void begin(AtspiScreen const& screen, std::int32_t pid, std::string toolkit, std::vector<Index> windows);
     bool hasBegun() const { return mapping.has_value(); }
     void forget();
 

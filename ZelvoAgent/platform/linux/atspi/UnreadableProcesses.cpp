@@ -1,9 +1,9 @@
 #include "platform/linux/atspi/UnreadableProcesses.h"
 
-#include <time.h>
 #include <unistd.h>
 
 #include <charconv>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -37,7 +37,7 @@ std::optional<std::uint64_t> startOfProcess(std::int32_t pid)
     for (int at = 0; at < 20; ++at)
         fields >> field;
     std::uint64_t ticks = 0;
-    auto const end = field.data() + field.size();
+    char const* const end = field.data() + field.size();
     return std::from_chars(field.data(), end, ticks).ptr == end ? std::optional(ticks) : std::nullopt;
 }
 
