@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <xcb/composite.h>
+
 #include <atomic>
 #include <random>
 #include <thread>
@@ -234,8 +236,22 @@ protected:
     void startAgain()
     {
         stage.source.reset();
+        require("the end of the first", [&] { return !isRedirected(); });
         stage.source = std::make_unique<X11ScreenSource>(stage.live.contexts(), stage.clock, stage.connection,
                                                          *stage.layout, *stage.entries);
+    }
+
+    /// Whether the windows on the root are kept in memory of their own.
+    bool isRedirected()
+    {
+        Painter probe(stage.desktop.display());
+        xcb_connection_t* const x = probe.x();
+        auto const window =
+            probe.open({.x = 1910, .y = 0, .width = 1, .height = 1, .overrideRedirect = true});
+        XReply<xcb_composite_query_version_reply_t> const version(
+            xcb_composite_query_version_reply(x, xcb_composite_query_version(x, 0, 4), nullptr));
+        auto const cookie = xcb_composite_name_window_pixmap_checked(x, window, xcb_generate_id(x));
+        return !XReply<xcb_generic_error_t>(xcb_request_check(x, cookie));
     }
 
     CaptureDesktop stage;
