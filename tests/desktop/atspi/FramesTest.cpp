@@ -80,7 +80,7 @@ protected:
     DisplayLayout layout() const { return readDisplayLayouts(*connection).at(0); }
 
     /// The places of the elements by their names, those without a place left out.
-    std::map<std::string, DesktopRect> places()
+    std::map<std::string, DesktopRect> places() const
     {
         auto const reader = desk.accessibility->reader(pid, 250ms);
         if (GetParam().toolkit == Toolkit::chromium)

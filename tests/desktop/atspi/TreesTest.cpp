@@ -17,7 +17,6 @@ namespace zelvo::test {
 namespace {
 
 using testing::IsEmpty;
-using testing::IsSupersetOf;
 
 namespace json = boost::json;
 
@@ -153,7 +152,7 @@ protected:
         desktop.waitForWindow(subject.application.window);
     }
 
-    std::vector<WalkedElement> ours(bool isChromium)
+    std::vector<WalkedElement> ours(bool isChromium) const
     {
         auto const reader = desk.accessibility->reader(pid, 1s);
         if (isChromium)
