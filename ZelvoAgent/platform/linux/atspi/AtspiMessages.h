@@ -36,6 +36,14 @@ struct Extents {
     std::int32_t width = 0;
     std::int32_t height = 0;
     bool operator==(Extents const&) const = default;
+
+    /// Have the two a part in common?
+    bool meets(Extents const& other) const
+    {
+        auto const overlap = [](std::int64_t start, std::int64_t length, std::int64_t from,
+                                std::int64_t size) { return start < from + size && from < start + length; };
+        return overlap(x, width, other.x, other.width) && overlap(y, height, other.y, other.height);
+    }
 };
 
 /// What an element can do, one bit each.

@@ -1,6 +1,7 @@
 #include "platform/linux/atspi/AtspiReadAhead.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zelvo {
 
@@ -134,12 +135,32 @@ void AtspiReadAhead::noteAnswer(Index index, AtspiQuestion question)
     } else if (mark.stage == Stage::detailed) {
         if (question == AtspiQuestion::children)
             followChildren(index);
+        else if (question == AtspiQuestion::extents && std::exchange(mark.awaitsExtents, false))
+            push({.node = index, .isOpening = false});
         else if (question == AtspiQuestion::properties)
             inquiry.ask(index, AtspiQuestion::children);
         else if (question == AtspiQuestion::interfaces && elements.mayHaveValue(index) == true)
             inquiry.ask(index, AtspiQuestion::text);
     }
     fill();
+}
+
+bool AtspiReadAhead::isPlacedFirst(Index index) const
+{
+    return !inquiry.toolkitOf(nodes[index].peer).hidesWhatIsOutOfView &&
+           nodes[index].of(AtspiQuestion::extents) == AtspiNode::Progress::unasked;
+}
+
+/// A guess that costs little when it is wrong: then the walk asks itself.
+bool AtspiReadAhead::isOutOfView(Index index) const
+{
+    auto const& own = nodes[index].extents;
+    if (!own || inquiry.toolkitOf(nodes[index].peer).hidesWhatIsOutOfView)
+        return false;
+    for (auto above = nodes[index].parent; above; above = nodes[*above].parent)
+        if (auto const& outer = nodes[*above].extents; outer && !own->meets(*outer))
+            return true;
+    return false;
 }
 
 bool AtspiReadAhead::wantsDetails(Index index) const
@@ -153,7 +174,11 @@ void AtspiReadAhead::askDetails(Index index)
     if (!elements.exists(index) || exchange.isSilent(nodes[index].peer))
         return;
     bool mayHaveNone = false; // Its properties will tell whether it has children at all.
-    if (wantsDetails(index))
+    bool const wanted = wantsDetails(index);
+    if (wanted && isPlacedFirst(index)) {
+        markOf(index).awaitsExtents = true;
+        inquiry.ask(index, AtspiQuestion::extents);
+    } else if (wanted && !isOutOfView(index))
         for (AtspiQuestion const question : elements.details(index)) {
             inquiry.ask(index, question);
             mayHaveNone |= question == AtspiQuestion::properties;

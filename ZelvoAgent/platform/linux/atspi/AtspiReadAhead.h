@@ -44,7 +44,8 @@ private:
     struct Mark {
         Stage stage = Stage::unknown;
         bool isReached = false;
-        int depth = 0; ///< of the walk
+        bool awaitsExtents = false; ///< what else to ask depends on its place
+        int depth = 0;              ///< of the walk
     };
     /// Something to do, at an element's place in the walk. Siblings are opened one after the other by one
     /// task.
@@ -61,6 +62,8 @@ private:
     void openSiblingAfter(Index index);
     void askDetails(Index index);
     bool wantsDetails(Index index) const;
+    bool isPlacedFirst(Index index) const;
+    bool isOutOfView(Index index) const;
     void followChildren(Index index);
 
     AtspiExchange& exchange;
