@@ -6,6 +6,24 @@
 
 namespace zelvo {
 
+namespace {
+
+Task<FrontmostApp::Outcome> waitOn(
+    Clock* clock, std::string expected, Duration timeout, Duration pollEvery, FrontmostApp::Current current)
+{
+    Instant const deadline = clock->now() + timeout;
+    for (;;) {
+        std::optional<std::string> actual = co_await current();
+        if (FrontmostApp::matches(expected, actual))
+            co_return FrontmostApp::Outcome{.matched = true, .actual = std::move(actual)};
+        if (clock->now() >= deadline)
+            co_return FrontmostApp::Outcome{.matched = false, .actual = std::move(actual)};
+        co_await clock->sleepThroughCancel(pollEvery);
+    }
+}
+
+} // namespace
+
 bool FrontmostApp::matches(std::string const& expected, std::optional<std::string> const& actual)
 {
     return actual && text::equalIgnoringCase(*actual, expected);
@@ -14,15 +32,7 @@ bool FrontmostApp::matches(std::string const& expected, std::optional<std::strin
 Task<FrontmostApp::Outcome> FrontmostApp::waitUntilFrontmost(
     Clock& clock, std::string expected, Duration timeout, Duration pollEvery, Current current)
 {
-    Instant const deadline = clock.now() + timeout;
-    for (;;) {
-        std::optional<std::string> actual = co_await current();
-        if (matches(expected, actual))
-            co_return Outcome{.matched = true, .actual = std::move(actual)};
-        if (clock.now() >= deadline)
-            co_return Outcome{.matched = false, .actual = std::move(actual)};
-        co_await clock.sleepThroughCancel(pollEvery);
-    }
+    return waitOn(&clock, std::move(expected), timeout, pollEvery, std::move(current));
 }
 
 } // namespace zelvo

@@ -20,7 +20,7 @@ class StainWatch {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    explicit StainWatch(std::shared_ptr<X11Connection> connection);
+    explicit StainWatch(std::shared_ptr<X11Connection> server);
 
     /// part: within the window's border. until: when it passes for clean though nothing was drawn; never
     /// without.
