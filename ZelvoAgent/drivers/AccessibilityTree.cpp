@@ -131,7 +131,8 @@ AccessibilityTree::walkOnce(Target const& target, TreeScope scope, bool interact
     reader->plan(planOf(target, interactiveOnly, deadline));
     TreeWalk walk(*reader, services.clock, limits, deadline, interactiveOnly);
     walk.run(rootsOf(*reader, scope));
-    return {std::move(walk.collected), walk.truncated};
+    // What an application did not answer in time counts as absent, and nobody knows what hung below it.
+    return {std::move(walk.collected), walk.truncated || reader->hasFallenSilent()};
 }
 
 AccessibilityPlan AccessibilityTree::planOf(Target const& target, bool interactiveOnly, Instant deadline)

@@ -29,7 +29,7 @@ struct UiTreeSnapshot {
     std::string snapshotId; ///< "snp_" and twelve random characters
     std::optional<App> app; ///< nothing when the application has no identifier
     std::vector<UiElementInfo> elements;
-    bool truncated = false; ///< a limit ended the reading
+    bool truncated = false; ///< a limit ended the reading, or the application fell silent
     Date createdAt;
 };
 

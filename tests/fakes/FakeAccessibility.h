@@ -32,6 +32,7 @@ struct FakeApplication {
     std::optional<FakeElement> menuBar = {};
     std::map<AccessibilityAttribute, bool> flags = {};
     std::map<AccessibilityAttribute, bool> accepts = {}; ///< which flags may be set
+    bool isSilent = false;
 };
 
 /// What was asked, in one list: "AXValue Title", "AXPosition", and so on by the enumerator's name.
@@ -153,6 +154,7 @@ private:
         {
             return known.at(element.index)->actions;
         }
+        bool hasFallenSilent() const override { return its.isSilent; }
         bool setFlag(Element, Attribute attribute, bool value) override
         {
             std::string const name =

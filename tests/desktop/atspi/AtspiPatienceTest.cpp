@@ -36,6 +36,7 @@ TEST(AtspiPatience, comesBackInTimeFromAnApplicationThatStopsInTheMiddle)
     EXPECT_GT(seen.elements.size(), 100u);
     EXPECT_GT(seen.took, 1900ms);
     EXPECT_LT(seen.took, 2400ms);
+    EXPECT_TRUE(reader->hasFallenSilent());
     ::kill(application.pid, SIGCONT);
 }
 
@@ -114,6 +115,7 @@ TEST(AtspiPatience, doesNotGiveUpASlowApplication)
     Walk const seen = desk.walk(*reader, {.budget = 4s});
 
     EXPECT_TRUE(seen.isTruncated);
+    EXPECT_FALSE(reader->hasFallenSilent());
     EXPECT_LT(seen.took, 5s); // Finding the windows takes some of it.
     EXPECT_GE(seen.elements.size(), 2u);
     // What it is left with when nobody waits any more is little.

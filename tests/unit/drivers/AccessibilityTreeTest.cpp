@@ -217,6 +217,14 @@ TEST_F(AccessibilityTreeTest, stopsAtTheRootThatTruncates)
     EXPECT_THAT(snapshot.elements, SizeIs(1500));
 }
 
+TEST_F(AccessibilityTreeTest, isTruncatedWhenTheApplicationFellSilent)
+{
+    application().isSilent = true;
+    UiTreeSnapshot const snapshot = take();
+    EXPECT_THAT(titles(snapshot), ElementsAre("Send"));
+    EXPECT_TRUE(snapshot.truncated);
+}
+
 TEST_F(AccessibilityTreeTest, doesNotWakeWhatIsNoChromium)
 {
     application().focusedWindow = windowOf({});

@@ -38,6 +38,7 @@ public:
     std::optional<DesktopPoint> position(AccessibilityElement element) override;
     std::optional<DesktopSize> size(AccessibilityElement element) override;
     std::vector<std::string> actionNames(AccessibilityElement element) override;
+    bool hasFallenSilent() const override { return inquiry && exchange.isSilent(found.peer); }
     bool setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value) override;
 
 private:
