@@ -75,8 +75,8 @@ public:
     /// Width and height in points.
     virtual std::optional<DesktopSize> size(AccessibilityElement element) = 0;
     virtual std::vector<std::string> actionNames(AccessibilityElement element) = 0;
-    /// Has the application been silent for the messaging time-out since the plan? Then something of it may be
-    /// missing.
+    /// Has the application been silent for the messaging time-out since the plan, or until its deadline? Then
+    /// something of it may be missing.
     virtual bool hasFallenSilent() const = 0;
 
     /// False when the application refuses or does not answer.

@@ -147,6 +147,7 @@ TEST(AtspiReader, findsTheWindowsTheFocusedOneAndTheMenuBar)
     EXPECT_EQ(reader->text(*focused, subrole), "AXDialog");
     EXPECT_EQ(reader->text(*menus, title), "bar");
     EXPECT_EQ(reader->text(reader->application(), role), "AXApplication");
+    EXPECT_FALSE(reader->hasFallenSilent());
 }
 
 TEST(AtspiReader, readsTheSameAheadAndOneByOne)
