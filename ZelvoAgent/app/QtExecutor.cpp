@@ -5,9 +5,10 @@
 #include <QObject>
 #include <QThread>
 
-#include <atomic>
 #include <cstdio>
+#include <deque>
 #include <exception>
+#include <mutex>
 
 namespace zelvo {
 
@@ -19,32 +20,54 @@ QEvent::Type workType()
     return type;
 }
 
-struct WorkEvent final : QEvent {
-    explicit WorkEvent(std::unique_ptr<QtContext::Work> work) : QEvent(workType()), work(std::move(work)) {}
-    std::unique_ptr<QtContext::Work> work;
-};
-
 } // namespace
 
 class QtContext::Receiver final : public QObject {
 public:
     bool event(QEvent* event) override
     {
-        if (event->type() != workType())
+        std::unique_ptr<Work> const work = takeNext(*event);
+        if (!work)
             return QObject::event(event);
-        // Taken out of the event first: a function that opens a nested loop must not be there when that loop
-        // runs.
-        std::unique_ptr<Work> const work = std::move(static_cast<WorkEvent*>(event)->work);
         ++depth;
         run(*work);
         --depth;
         return true;
     }
 
+    void post(std::unique_ptr<Work> work)
+    {
+        std::scoped_lock const guard(lock);
+        if (isClosed)
+            return;
+        waiting.push_back(std::move(work));
+        QCoreApplication::postEvent(this, new QEvent(workType()));
+    }
+
+    void close()
+    {
+        std::deque<std::unique_ptr<Work>> dropped; // Without the lock, since what is dropped may post.
+        std::scoped_lock const guard(lock);
+        isClosed = true;
+        dropped.swap(waiting);
+        QCoreApplication::removePostedEvents(this, workType());
+    }
+
     int depth = 0; // main thread
-    std::atomic<bool> isClosed = false;
 
 private:
+    // One for each event. The lock, and not what Qt does inside, hands the work from thread to thread, so
+    // that the thread sanitizer sees it.
+    std::unique_ptr<Work> takeNext(QEvent const& event)
+    {
+        std::scoped_lock const guard(lock);
+        if (event.type() != workType() || waiting.empty())
+            return nullptr;
+        auto next = std::move(waiting.front());
+        waiting.pop_front();
+        return next;
+    }
+
     // Nothing may be thrown through the event loop. Tasks report their own failures; what comes here is a
     // plain function.
     static void run(Work& work)
@@ -57,6 +80,10 @@ private:
             std::fputs("Zelvo: a function on the main thread failed\n", stderr);
         }
     }
+
+    std::mutex lock;
+    std::deque<std::unique_ptr<Work>> waiting; // lock
+    bool isClosed = false;                     // lock
 };
 
 QtContext::QtContext() : receiver(std::make_unique<Receiver>()) {}
@@ -75,14 +102,12 @@ QtExecutor QtContext::executor() noexcept
 
 void QtContext::close()
 {
-    receiver->isClosed = true;
-    QCoreApplication::removePostedEvents(receiver.get(), workType());
+    receiver->close();
 }
 
 void QtContext::post(std::unique_ptr<Work> work)
 {
-    if (!receiver->isClosed)
-        QCoreApplication::postEvent(receiver.get(), new WorkEvent(std::move(work)));
+    receiver->post(std::move(work));
 }
 
 bool QtContext::isRunningHere() const noexcept
