@@ -74,7 +74,7 @@ bool isChromiumFramework(std::string_view name)
         return true;
     constexpr auto words = std::to_array<std::string_view>({"Chrome", "Chromium", "Edge", "Brave"});
     return name.ends_with(" Framework.framework") &&
-           std::ranges::any_of(words, [&](auto word) { return name.find(word) != name.npos; });
+           std::ranges::any_of(words, [&](auto word) { return name.find(word) != std::string_view::npos; });
 }
 
 /// The data that a Chromium keeps beside its program.

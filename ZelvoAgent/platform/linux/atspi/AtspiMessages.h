@@ -9,11 +9,9 @@
 #include <string>
 #include <vector>
 
-namespace zelvo {
-
 /// Readers of what applications answer over AT-SPI. The content is the application's word: each reader takes
 /// any message, gives nothing for one of another shape, and bounds what it keeps.
-namespace atspi {
+namespace zelvo::atspi {
 
 inline constexpr std::size_t longestText = 64u << 10; ///< bytes
 inline constexpr std::size_t mostChildren = 10'000;
@@ -105,6 +103,4 @@ std::optional<std::string> readAttribute(sd_bus_message* message, std::string_vi
 /// The text cut to `longest` bytes of whole characters, ill-formed parts replaced.
 std::string bounded(std::string_view bytes, std::size_t longest);
 
-} // namespace atspi
-
-} // namespace zelvo
+} // namespace zelvo::atspi
