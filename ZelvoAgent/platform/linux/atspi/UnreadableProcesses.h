@@ -2,6 +2,7 @@
 
 #include "base/LockedBox.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -19,13 +20,10 @@ public:
     bool isNew(std::int32_t pid);
 
 private:
-    using Process = std::pair<std::int32_t, std::uint64_t>; // id, start in clock ticks since the machine's
+    using Process = std::pair<std::int32_t, std::chrono::nanoseconds>; // id, start
 
     LockedBox<std::set<Process>> told;
-    LockedBox<std::optional<std::uint64_t>> switchedOn;
+    LockedBox<std::optional<std::chrono::nanoseconds>> switchedOn;
 };
-
-/// When a process started, in clock ticks since the machine's start; nothing without such a process.
-std::optional<std::uint64_t> startOfProcess(std::int32_t pid);
 
 } // namespace zelvo

@@ -9,6 +9,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
+#include <deque>
 #include <list>
 #include <vector>
 
@@ -258,9 +259,9 @@ private:
     Clock& clock;
     Open const opener;
     std::shared_ptr<BusLink> link;
-    std::list<Signal> signals; // A match points into it.
-    std::vector<std::function<void(sd_bus*)>> observers;
-    std::vector<std::shared_ptr<OpenCall>> calls; // Some of them over: they go with the next call.
+    std::list<Signal> signals;                          // A match points into it.
+    std::deque<std::function<void(sd_bus*)>> observers; // One may add another while it runs.
+    std::vector<std::shared_ptr<OpenCall>> calls;       // Some of them over: they go with the next call.
     TaskHandle retry;
     TaskHandle hello;
     Duration pause = firstPause;

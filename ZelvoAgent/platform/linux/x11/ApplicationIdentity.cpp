@@ -1,13 +1,11 @@
 #include "platform/linux/x11/ApplicationIdentity.h"
 
-#include <time.h>
-#include <unistd.h>
+#include "platform/linux/system/ProcessStart.h"
 
 #include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <string_view>
 
 namespace zelvo {
@@ -38,22 +36,12 @@ std::filesystem::path executableOf(std::string const& folder)
     return name.substr(0, name.find('\n'));
 }
 
-/// When a process started, from the text of its /proc file "stat".
-std::optional<Date> startOf(std::string const& stat)
+std::optional<Date> launchDate(std::int32_t pid)
 {
-    // The name of the program, in brackets, may hold blanks and brackets; the start is the 20th field after
-    // it.
-    std::istringstream fields(stat.substr(std::min(stat.rfind(')') + 1, stat.size())));
-    std::string field;
-    for (int i = 0; i < 19; ++i)
-        fields >> field;
-    long long ticks = 0; // since the boot
-    timespec sinceBoot{};
-    if (!(fields >> ticks) || ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0)
+    auto const start = startOfProcess(pid);
+    if (!start)
         return std::nullopt;
-    auto const age = std::chrono::seconds(sinceBoot.tv_sec) + std::chrono::nanoseconds(sinceBoot.tv_nsec) -
-                     std::chrono::milliseconds(ticks * 1000 / ::sysconf(_SC_CLK_TCK));
-    return std::chrono::floor<Date::duration>(std::chrono::system_clock::now() - age);
+    return std::chrono::floor<Date::duration>(std::chrono::system_clock::now() - (sinceBoot() - *start));
 }
 
 std::string flatpakId(std::string const& folder)
@@ -139,7 +127,7 @@ ProcessFacts readProcessFacts(std::int32_t pid)
     std::string const folder = "/proc/" + std::to_string(pid) + "/";
     facts.executable = executableOf(folder);
     facts.confinedIds = confinedIdsIn(contentOf(folder + "cgroup"));
-    facts.started = startOf(contentOf(folder + "stat"));
+    facts.started = launchDate(pid);
     if (std::string const id = flatpakId(folder); !id.empty())
         facts.confinedIds.insert(facts.confinedIds.begin(), id);
     return facts;

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace zelvo {
+
+/// When a process started, since the start of the machine, cut to the system's clock ticks (10 ms as a rule);
+/// nothing without such a process. Reads /proc.
+std::optional<std::chrono::nanoseconds> startOfProcess(std::int32_t pid);
+/// The same clock now; it goes on in suspend.
+std::chrono::nanoseconds sinceBoot();
+
+} // namespace zelvo
