@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "confirm/ElementProbe.h"
 #include "drivers/AccessibilityTree.h"
 #include "drivers/ElectronAccessibility.h"
-#include "drivers/ElementProbe.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/HiddenAppsStore.h"
 #include "drivers/InputDriver.h"

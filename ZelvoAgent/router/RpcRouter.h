@@ -2,7 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
-#include "drivers/ElementProbing.h"
+#include "confirm/ElementProbing.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/InputDriving.h"
 #include "drivers/OwnUiGuard.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "drivers/ElementProbe.h"
+#include "confirm/ElementProbe.h"
 #include "drivers/InputDriver.h"
 #include "fakes/FakePlatform.h"
 #include "fakes/FakeTree.h"

@@ -15,7 +15,7 @@ struct FrontmostAppInfo {
 };
 
 /// Looks at what is in front. Thread: any; resumes the caller on its own executor.
-/// Made by: drivers/ElementProbe, tests/fakes/FakeProbe.
+/// Made by: confirm/ElementProbe, tests/fakes/FakeProbe.
 class ElementProbing {
 public:
     virtual ~ElementProbing() = default;

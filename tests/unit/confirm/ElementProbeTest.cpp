@@ -1,4 +1,4 @@
-#include "drivers/ElementProbe.h"
+#include "confirm/ElementProbe.h"
 
 #include "fakes/FakePlatform.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "drivers/ElementProbing.h"
+#include "confirm/ElementProbing.h"
 #include "drivers/HiddenAppsStore.h"
 #include "platform/Workspace.h"
 
