@@ -57,7 +57,7 @@ void AgentRuntime::buildRouter()
     hiddenGuard = std::make_unique<HiddenAppGuard>(workers, services.hiddenApps, platform.workspace(),
                                                    platform.windows());
     ownUi = std::make_unique<OwnUiGuard>(services.ownWindows);
-    probe = std::make_unique<ElementProbe>(workers, platform.workspace(), services.hiddenApps);
+    probe = std::make_unique<ElementProbe>(workers, platform, services.hiddenApps);
     RpcRouter::Members members{
         .screen = *screen,
         .tree = *tree,

@@ -1,24 +1,178 @@
 #include "confirm/ElementProbe.h"
 
 #include "base/Hop.h"
+#include "confirm/ElementDescription.h"
+
+#include <algorithm>
 
 namespace zelvo {
 
-ElementProbe::ElementProbe(Executor workers, Workspace& workspace, HiddenAppsStore& hiddenApps)
-    : workers(std::move(workers)), workspace(workspace), hiddenApps(hiddenApps)
+namespace {
+
+using Attribute = AccessibilityAttribute;
+
+constexpr Duration longestProbe = 500ms;
+constexpr Duration messagingTimeout = 250ms;
+
+bool isHidden(ApplicationNames const& names, std::set<std::string> const& hidden)
 {
+    auto const bundleId = names.identifier(hidden);
+    return bundleId && hidden.contains(*bundleId);
+}
+
+std::optional<std::string> nonEmpty(std::string text)
+{
+    return text.empty() ? std::nullopt : std::optional(std::move(text));
+}
+
+} // namespace
+
+ElementProbe::ElementProbe(Executor workers, Platform& platform, HiddenAppsStore& hiddenApps)
+    : workers(std::move(workers)), platform(platform), hiddenApps(hiddenApps)
+{
+}
+
+Task<std::optional<ProbedElement>> ElementProbe::element(DesktopPoint at)
+{
+    if (!isTrusted())
+        co_return std::nullopt;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] { return elementNow(at, hidden); });
+}
+
+Task<std::optional<ProbedElement>> ElementProbe::frontmostDialog()
+{
+    if (!isTrusted())
+        co_return std::nullopt;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] { return dialogNow(hidden); });
 }
 
 Task<std::optional<FrontmostAppInfo>> ElementProbe::frontmostApp()
 {
-    auto const front = co_await on(workers, [this] { return workspace.frontmostApplication(); });
+    auto const front = co_await on(workers, [this] { return platform.workspace().frontmostApplication(); });
     if (!front)
         co_return std::nullopt;
-    std::set<std::string> const hidden = co_await hiddenApps.bundleIds();
+    Hidden const hidden = co_await hiddenApps.bundleIds();
     std::optional<std::string> const bundleId = front->names.identifier(hidden);
     if (!bundleId)
         co_return std::nullopt;
-    co_return FrontmostAppInfo{*bundleId, front->localizedName};
+    co_return FrontmostAppInfo{*bundleId, nonEmpty(front->localizedName).value_or(*bundleId)};
+}
+
+Task<std::optional<ProbedElement>> ElementProbe::focusedElement()
+{
+    if (!isTrusted())
+        co_return std::nullopt;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] { return focusedNow(hidden); });
+}
+
+std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden const& hidden)
+{
+    auto const window = readableWindow(at, hidden);
+    if (!window)
+        return std::nullopt;
+    auto const shows = [&](std::int32_t pid) {
+        return std::ranges::any_of(window->embedded, [&](EmbeddedEntry const& inside) {
+            return inside.ownerPid == pid && inside.bounds.contains(at);
+        });
+    };
+    auto const reader = read(*window->ownerPid, shows);
+    auto const hit = reader->elementAt(at);
+    if (!hit)
+        return std::nullopt;
+    return describe(*reader, nearestButton(*reader, *hit).value_or(*hit));
+}
+
+std::optional<ProbedElement> ElementProbe::dialogNow(Hidden const& hidden)
+{
+    auto const front = readableFront(hidden);
+    // The program's own panels are never a dialog to ask about.
+    if (!front || front->names.identifier(hidden) == ownBundleIdentifier)
+        return std::nullopt;
+    auto const reader = read(front->pid, [](std::int32_t) { return false; });
+    auto const window = reader->element(reader->application(), Attribute::focusedWindow);
+    if (!window)
+        return std::nullopt;
+    ProbedElement const seen = described(*reader, *window);
+    bool const isSheet = seen.role == "AXSheet";
+    if (!isSheet && !isDialogSubrole(seen.subrole))
+        return std::nullopt;
+    return ProbedElement{.role = seen.role,
+                         .subrole = seen.subrole,
+                         .title = seen.title,
+                         .label = {},
+                         .help = {},
+                         .identifier = {},
+                         .appName = nonEmpty(front->localizedName),
+                         .windowSubrole = seen.subrole,
+                         .isInSheet = isSheet};
+}
+
+std::optional<ProbedElement> ElementProbe::focusedNow(Hidden const& hidden)
+{
+    auto const front = readableFront(hidden);
+    if (!front)
+        return std::nullopt;
+    auto const shows = [&](std::int32_t pid) { return isEmbedded(pid, front->pid, hidden); };
+    auto const reader = read(front->pid, shows);
+    auto const focused = reader->element(reader->application(), Attribute::focusedUiElement);
+    return focused ? std::optional(describe(*reader, *focused)) : std::nullopt;
+}
+
+std::optional<WindowEntry> ElementProbe::readableWindow(DesktopPoint at, Hidden const& hidden)
+{
+    auto windows = platform.windows().windows().value_or(std::vector<WindowEntry>());
+    auto const top = std::ranges::find_if(windows, [&](WindowEntry const& each) { return each.isUnder(at); });
+    if (top == windows.end() || !top->ownerPid || *top->ownerPid == platform.facts().ownPid() ||
+        isHidden(top->namesAt(at), hidden))
+        return std::nullopt;
+    return std::move(*top);
+}
+
+std::optional<RunningApplication> ElementProbe::readableFront(Hidden const& hidden)
+{
+    auto front = platform.workspace().frontmostApplication();
+    if (!front || front->pid == platform.facts().ownPid() || isHidden(front->names, hidden))
+        return std::nullopt;
+    return front;
+}
+
+bool ElementProbe::isEmbedded(std::int32_t pid, std::int32_t holder, Hidden const& hidden)
+{
+    auto const shows = [&](WindowEntry const& window) {
+        return window.ownerPid == holder &&
+               std::ranges::any_of(window.embedded, [&](EmbeddedEntry const& inside) {
+                   return inside.ownerPid == pid && !isHidden(inside.owner, hidden);
+               });
+    };
+    return std::ranges::any_of(platform.windows().windows().value_or(std::vector<WindowEntry>()), shows);
+}
+
+std::unique_ptr<AccessibilityReader> ElementProbe::read(std::int32_t pid, Shows shows)
+{
+    Instant const deadline = platform.clock().now() + longestProbe;
+    auto reader = platform.accessibility().reader(pid, messagingTimeout);
+    AccessibilityPlan plan;
+    plan.deadline = deadline;
+    // A process with no window of its own is a part of the application: what draws its pages, for instance.
+    plan.allowsProcess = [this, shows = std::move(shows)](std::int32_t other) {
+        return other != platform.facts().ownPid() &&
+               (shows(other) || !platform.workspace().application(other));
+    };
+    reader->plan(std::move(plan));
+    return reader;
+}
+
+ProbedElement ElementProbe::describe(AccessibilityReader& reader, AccessibilityElement element)
+{
+    auto const pid = reader.processOf(element);
+    ProbedElement probed = described(reader, element);
+    auto const owner = pid ? platform.workspace().application(*pid) : std::nullopt;
+    if (owner)
+        probed.appName = nonEmpty(owner->localizedName);
+    return probed;
 }
 
 } // namespace zelvo

@@ -1,20 +1,51 @@
 #pragma once
 
+#include "base/Contexts.h"
 #include "confirm/ElementProbing.h"
 #include "drivers/HiddenAppsStore.h"
-#include "platform/Workspace.h"
+#include "platform/Platform.h"
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
 
 namespace zelvo {
 
-/// The probe on the real desktop; it is asked on the workers.
+/// The probe on the real desktop. It reads the application that is asked for, and what that shows of others
+/// embedded in it; never a hidden one, nor this program. A probe that takes longer than half a second is
+/// given up. Thread: any; the desktop is asked on the workers.
 class ElementProbe final : public ElementProbing {
 public:
-    ElementProbe(Executor workers, Workspace& workspace, HiddenAppsStore& hiddenApps);
+    ElementProbe(Executor workers, Platform& platform, HiddenAppsStore& hiddenApps);
+
+    Task<std::optional<ProbedElement>> element(DesktopPoint at) override;
+    Task<std::optional<ProbedElement>> frontmostDialog() override;
     Task<std::optional<FrontmostAppInfo>> frontmostApp() override;
+    Task<std::optional<ProbedElement>> focusedElement() override;
 
 private:
+    using Probed = std::optional<ProbedElement>;
+    using Hidden = std::set<std::string>;
+    using Shows = std::function<bool(std::int32_t pid)>;
+
+    Probed elementNow(DesktopPoint at, Hidden const& hidden);
+    Probed dialogNow(Hidden const& hidden);
+    Probed focusedNow(Hidden const& hidden);
+
+    bool isTrusted() { return platform.access().current().accessibility; }
+    /// The window that a press would reach, unless its application may not be read.
+    std::optional<WindowEntry> readableWindow(DesktopPoint at, Hidden const& hidden);
+    /// The application in front, unless it may not be read.
+    std::optional<RunningApplication> readableFront(Hidden const& hidden);
+    bool isEmbedded(std::int32_t pid, std::int32_t holder, Hidden const& hidden);
+    /// shows  does the application show that process's elements, so that they may be read? Asked while the
+    ///        reader lives
+    std::unique_ptr<AccessibilityReader> read(std::int32_t pid, Shows shows);
+    ProbedElement describe(AccessibilityReader& reader, AccessibilityElement element);
+
     Executor workers;
-    Workspace& workspace;
+    Platform& platform;
     HiddenAppsStore& hiddenApps;
 };
 

@@ -5,19 +5,6 @@
 
 namespace zelvo {
 
-namespace {
-
-ApplicationNames namesAt(DesktopPoint at, WindowEntry const& window)
-{
-    ApplicationNames names = window.owner;
-    for (EmbeddedEntry const& inside : window.embedded)
-        if (inside.bounds.contains(at))
-            names.names.insert(names.names.end(), inside.owner.names.begin(), inside.owner.names.end());
-    return names;
-}
-
-} // namespace
-
 HiddenAppGuard::HiddenAppGuard(Executor workers,
                                HiddenAppsStore& store,
                                Workspace& workspace,
@@ -56,7 +43,7 @@ ApplicationNames HiddenAppGuard::ownerOfWindow(DesktopPoint at, WindowList& wind
     for (WindowEntry const& window : windows.windows().value_or(std::vector<WindowEntry>{}))
         // A window of an unknown process still counts when its own words name an application.
         if (window.isUnder(at) && (window.ownerPid || !window.owner.names.empty()))
-            return namesAt(at, window);
+            return window.namesAt(at);
     return {};
 }
 

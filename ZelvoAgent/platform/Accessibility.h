@@ -21,12 +21,15 @@ enum class AccessibilityAttribute {
     title,                 ///< text
     description,           ///< text
     value,                 ///< text where the element has editable text; never for a password field
+    help,                  ///< text: of a tooltip, where there is one
     identifier,            ///< text
     enabled,               ///< flag
     focused,               ///< flag
+    parent,                ///< element
     children,              ///< elements
     windows,               ///< elements, of an application
     focusedWindow,         ///< element, of an application
+    focusedUiElement,      ///< element, of an application: the one with the keyboard focus
     menuBar,               ///< element, of an application
     manualAccessibility,   ///< flag, of an application; setting it wakes Chromium
     enhancedUserInterface, ///< flag, of an application
@@ -43,7 +46,8 @@ struct AccessibilityElement {
 struct AccessibilityPlan {
     int maxDepth = 0; ///< of the walk's roots: 0
     Instant deadline; ///< when the walk ends; until then a silent application is asked again
-    /// Is more than the role and the children of an element of this role going to be asked for?
+    /// Is more than the role and the children of an element of this role going to be asked for? Empty: there
+    /// is no walk, and nothing is asked ahead.
     std::function<bool(std::string_view role)> describes;
     /// May elements that belong to another process be read? Asked once a process, on the reading thread.
     std::function<bool(std::int32_t pid)> allowsProcess;
@@ -75,6 +79,12 @@ public:
     /// Width and height in points.
     virtual std::optional<DesktopSize> size(AccessibilityElement element) = 0;
     virtual std::vector<std::string> actionNames(AccessibilityElement element) = 0;
+    /// The deepest element that the application draws at a point of the main display, those of allowed
+    /// processes embedded in it too. It does not look at what other applications lay over it. Nothing outside
+    /// of the application's windows. Wakes a Chromium.
+    virtual std::optional<AccessibilityElement> elementAt(DesktopPoint point) = 0;
+    /// The process that an element belongs to.
+    virtual std::optional<std::int32_t> processOf(AccessibilityElement element) = 0;
     /// Has the application been silent for the messaging time-out since the plan, or until its deadline? Then
     /// something of it may be missing.
     virtual bool hasFallenSilent() const = 0;

@@ -14,6 +14,7 @@ namespace zelvo {
 struct EmbeddedEntry {
     DesktopRect bounds;
     ApplicationNames owner;
+    std::optional<std::int32_t> ownerPid = {};
     bool operator==(EmbeddedEntry const&) const = default;
 };
 
@@ -34,6 +35,15 @@ struct WindowEntry {
     {
         auto const hit = [&](DesktopRect const& rect) { return rect.contains(point); };
         return bounds && hit(*bounds) && (!parts || std::ranges::any_of(*parts, hit));
+    }
+    /// The names of the application that it belongs to, and of those embedded in it at this point.
+    ApplicationNames namesAt(DesktopPoint point) const
+    {
+        ApplicationNames all = owner;
+        for (EmbeddedEntry const& inside : embedded)
+            if (inside.bounds.contains(point))
+                all.names.insert(all.names.end(), inside.owner.names.begin(), inside.owner.names.end());
+        return all;
     }
 };
 

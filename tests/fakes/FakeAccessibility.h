@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <map>
+#include <ranges>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,7 @@ struct FakeElement {
     std::optional<std::string> title = {};
     std::optional<std::string> description = {};
     std::optional<std::string> value = {};
+    std::optional<std::string> help = {};
     std::optional<std::string> identifier = {};
     std::optional<bool> enabled = {};
     std::optional<bool> focused = {};
@@ -23,6 +26,8 @@ struct FakeElement {
     std::optional<DesktopSize> size = DesktopSize{100, 50};
     std::vector<std::string> actions = {};
     std::optional<std::vector<FakeElement>> children = std::vector<FakeElement>{};
+    std::optional<std::int32_t> pid = {}; ///< of another process than its parent's
+    bool hidesParent = false;             ///< its parent cannot be read
 };
 
 struct FakeApplication {
@@ -49,6 +54,7 @@ public:
     std::vector<std::string> written;  ///< "100 manualAccessibility on"
     std::vector<std::int32_t> readers; ///< the process of each reader that was made
     std::vector<AccessibilityPlan> plans;
+    std::vector<DesktopPoint> hits; ///< where elements were looked for
     std::function<void(FakeQuestion const&)> onQuestion;
     std::function<void(std::size_t)> onReader; ///< told how many were made, before this one reads
     std::function<void(std::int32_t)> unreadable;
@@ -112,6 +118,8 @@ private:
                 return read.description;
             case Attribute::value:
                 return read.value;
+            case Attribute::help:
+                return read.help;
             case Attribute::identifier:
                 return read.identifier;
             default:
@@ -130,7 +138,11 @@ private:
         }
         std::optional<Element> element(Element element, Attribute attribute) override
         {
-            look(element, attribute);
+            FakeElement const& read = look(element, attribute);
+            if (attribute == Attribute::parent)
+                return read.hidesParent ? std::nullopt : ancestor(read);
+            if (attribute == Attribute::focusedUiElement)
+                return focused();
             auto const& wanted = attribute == Attribute::menuBar ? its.menuBar : its.focusedWindow;
             return wanted ? std::optional(handle(*wanted)) : std::nullopt;
         }
@@ -153,6 +165,21 @@ private:
         std::vector<std::string> actionNames(Element element) override
         {
             return known.at(element.index)->actions;
+        }
+        std::optional<Element> elementAt(DesktopPoint point) override
+        {
+            system.hits.push_back(point);
+            for (FakeElement const* root : roots())
+                if (FakeElement const* const hit = deepest(*root, point))
+                    return handle(*hit);
+            return std::nullopt;
+        }
+        std::optional<std::int32_t> processOf(Element element) override
+        {
+            for (FakeElement const* read = known.at(element.index); read; read = parentOf(*read))
+                if (read->pid)
+                    return read->pid;
+            return pid;
         }
         bool hasFallenSilent() const override { return its.isSilent; }
         bool setFlag(Element, Attribute attribute, bool value) override
@@ -180,6 +207,73 @@ private:
         {
             known.push_back(&element);
             return {static_cast<std::uint32_t>(known.size() - 1)};
+        }
+
+        std::vector<FakeElement const*> roots() const
+        {
+            std::vector<FakeElement const*> all;
+            for (auto const* one : {&its.focusedWindow, &its.menuBar})
+                if (*one)
+                    all.push_back(&**one);
+            if (its.windows)
+                for (FakeElement const& window : *its.windows)
+                    all.push_back(&window);
+            return all;
+        }
+        static std::span<FakeElement const> below(FakeElement const& element)
+        {
+            return element.children ? std::span(*element.children) : std::span<FakeElement const>();
+        }
+        FakeElement const* parentOf(FakeElement const& wanted) const
+        {
+            for (FakeElement const* root : roots())
+                if (FakeElement const* const found = holder(*root, wanted))
+                    return found;
+            return nullptr;
+        }
+        static FakeElement const* holder(FakeElement const& from, FakeElement const& wanted)
+        {
+            for (FakeElement const& child : below(from)) {
+                if (&child == &wanted)
+                    return &from;
+                if (FakeElement const* const found = holder(child, wanted))
+                    return found;
+            }
+            return nullptr;
+        }
+        std::optional<Element> ancestor(FakeElement const& of)
+        {
+            if (FakeElement const* const parent = parentOf(of))
+                return handle(*parent);
+            return &of == &its.itself ? std::nullopt : std::optional(application());
+        }
+        std::optional<Element> focused()
+        {
+            for (FakeElement const* root : roots())
+                if (FakeElement const* const found = focusedIn(*root))
+                    return handle(*found);
+            return std::nullopt;
+        }
+        static FakeElement const* focusedIn(FakeElement const& element)
+        {
+            if (element.focused == true)
+                return &element;
+            for (FakeElement const& child : below(element))
+                if (FakeElement const* const found = focusedIn(child))
+                    return found;
+            return nullptr;
+        }
+        /// What is drawn last lies on top.
+        static FakeElement const* deepest(FakeElement const& element, DesktopPoint point)
+        {
+            for (FakeElement const& child : std::views::reverse(below(element)))
+                if (FakeElement const* const hit = deepest(child, point))
+                    return hit;
+            bool const holds = element.position && element.size &&
+                               DesktopRect{element.position->x, element.position->y, element.size->width,
+                                           element.size->height}
+                                   .contains(point);
+            return holds ? &element : nullptr;
         }
 
         FakeAccessibility& system;

@@ -74,7 +74,7 @@ protected:
     HiddenAppGuard hiddenGuard{platform.contexts.workers, hiddenApps, platform.desktop, platform.windowList};
     ZelvoWindows ownWindows{platform.windowList, platform.machineFacts.pid};
     OwnUiGuard ownUi{ownWindows};
-    ElementProbe probe{platform.contexts.workers, platform.desktop, hiddenApps};
+    ElementProbe probe{platform.contexts.workers, platform, hiddenApps};
     RecordingRecorder recorder;
     RecordingCursor cursor;
     bool question = false;

@@ -411,6 +411,12 @@ std::optional<AtspiNode::Index> AtspiInquiry::find(Index from, atspi::Reference 
     return isForeign(from, reference) ? std::nullopt : nodes.find(nodes[from].peer, reference.path);
 }
 
+std::optional<std::int32_t> AtspiInquiry::processOf(Index index) const
+{
+    auto const side = sides.find(exchange.nameOf(nodes[index].peer));
+    return side == sides.end() ? std::nullopt : side->second.pid;
+}
+
 bool AtspiInquiry::isForeign(Index index, atspi::Reference const& reference) const
 {
     return !reference.name.empty() && reference.name != exchange.nameOf(nodes[index].peer);

@@ -53,6 +53,8 @@ public:
     /// The same, and waits for the answer.
     void ensure(Index index, AtspiQuestion question);
 
+    /// The process that an element belongs to.
+    std::optional<std::int32_t> processOf(Index index) const;
     /// The element that another one of the same application refers to.
     std::optional<Index> find(Index from, atspi::Reference const& reference);
 

@@ -1,5 +1,7 @@
 #include "platform/linux/atspi/AtspiReader.h"
 
+#include "platform/linux/atspi/AtspiFocus.h"
+#include "platform/linux/atspi/AtspiHitTest.h"
 #include "platform/linux/atspi/ChromiumWaking.h"
 
 #include <algorithm>
@@ -79,7 +81,7 @@ bool AtspiReader::isReadable(AccessibilityElement element) const
 
 void AtspiReader::follow(Index index)
 {
-    if (!ahead->hasPlan())
+    if (!ahead->hasPlan() || !ahead->current().describes)
         return;
     if (!ahead->covers(index)) {
         if (!places->hasBegun()) {
@@ -198,10 +200,16 @@ std::optional<bool> AtspiReader::flag(AccessibilityElement element, Accessibilit
 std::optional<AccessibilityElement> AtspiReader::element(AccessibilityElement element,
                                                          AccessibilityAttribute attribute)
 {
-    if (!isReadable(element) || element != application())
+    if (!isReadable(element))
+        return std::nullopt;
+    if (attribute == AccessibilityAttribute::parent)
+        return parentOf(element.index);
+    if (element != application())
         return std::nullopt;
     std::optional<Index> index;
-    if (attribute == AccessibilityAttribute::focusedWindow)
+    if (attribute == AccessibilityAttribute::focusedUiElement)
+        index = focusedElement();
+    else if (attribute == AccessibilityAttribute::focusedWindow)
         index = focusedWindow();
     else if (attribute == AccessibilityAttribute::menuBar)
         index = menuBar();
@@ -261,6 +269,34 @@ std::optional<AtspiNode::Index> AtspiReader::focusedWindow()
         std::ranges::find_if(*all, [&](Index index) { return nodes[index].has(AtspiState::active); });
     lastWindows.clear();
     return active == all->end() ? std::nullopt : std::optional(*active);
+}
+
+std::optional<AccessibilityElement> AtspiReader::parentOf(Index index) const
+{
+    auto const parent = nodes[index].parent;
+    return parent ? std::optional(AccessibilityElement{*parent}) : std::nullopt;
+}
+
+std::optional<AtspiNode::Index> AtspiReader::focusedElement()
+{
+    auto const window = focusedWindow();
+    return window ? AtspiFocus(*inquiry, nodes, *known).findIn(*window) : std::nullopt;
+}
+
+std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)
+{
+    if (!inquiry)
+        return std::nullopt;
+    if (!places->hasBegun())
+        beginPlaces();
+    AtspiHitTest test(*inquiry, nodes, *known, *places);
+    auto const hit = test.find(windows().value_or(std::vector<Index>()), point);
+    return hit ? std::optional(AccessibilityElement{*hit}) : std::nullopt;
+}
+
+std::optional<std::int32_t> AtspiReader::processOf(AccessibilityElement element)
+{
+    return isReadable(element) ? inquiry->processOf(element.index) : std::nullopt;
 }
 
 std::optional<AtspiNode::Index> AtspiReader::menuBar()

@@ -38,6 +38,8 @@ public:
     std::optional<DesktopPoint> position(AccessibilityElement element) override;
     std::optional<DesktopSize> size(AccessibilityElement element) override;
     std::vector<std::string> actionNames(AccessibilityElement element) override;
+    std::optional<AccessibilityElement> elementAt(DesktopPoint point) override;
+    std::optional<std::int32_t> processOf(AccessibilityElement element) override;
     bool hasFallenSilent() const override { return inquiry && exchange.isSilent(found.peer); }
     bool setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value) override;
 
@@ -60,6 +62,8 @@ private:
     std::optional<std::vector<Index>> windows();
     std::optional<Index> focusedWindow();
     std::optional<Index> menuBar();
+    std::optional<AccessibilityElement> parentOf(Index index) const;
+    std::optional<Index> focusedElement();
     void noteWoken();
 
     Clock& clock;

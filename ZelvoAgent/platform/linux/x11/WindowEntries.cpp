@@ -72,7 +72,8 @@ windowEntries(WindowSurvey const& survey, WindowOwners const& owners, DisplayLay
         entry.parts = partsOf(window, layout);
         entry.owner = owners.namesOf(window.client);
         for (EmbeddedWindow const& inside : window.embedded)
-            entry.embedded.push_back({inPoints(inside.area, layout), owners.namesOf(inside.client)});
+            entry.embedded.push_back(
+                {inPoints(inside.area, layout), owners.namesOf(inside.client), inside.client.pid});
     }
     return entries;
 }

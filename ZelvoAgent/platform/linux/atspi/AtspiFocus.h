@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/linux/atspi/AtspiElements.h"
+
+#include <optional>
+
+namespace zelvo {
+
+/// Finds the element with the keyboard focus. Thread: one; blocks.
+class AtspiFocus {
+public:
+    using Index = AtspiNode::Index;
+    static constexpr std::size_t mostLookedAt = 5'000;
+
+    AtspiFocus(AtspiInquiry& inquiry, AtspiNodes& nodes, AtspiElements& known)
+        : inquiry(inquiry), nodes(nodes), known(known)
+    {
+    }
+
+    /// The deepest focused element in a window.
+    std::optional<Index> findIn(Index window);
+
+private:
+    AtspiInquiry& inquiry;
+    AtspiNodes& nodes;
+    AtspiElements& known;
+};
+
+} // namespace zelvo
