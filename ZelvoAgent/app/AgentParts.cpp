@@ -4,7 +4,10 @@
 
 namespace zelvo {
 
-AgentParts::AgentParts(Contexts contexts, Platform& platform, std::function<double()> jitter)
+AgentParts::AgentParts(Contexts contexts,
+                       Platform& platform,
+                       ConfirmationPanelMaker makePanel,
+                       std::function<double()> jitter)
     : hiddenApps(contexts.agent, platform.defaults()), keychain(platform.secrets()),
       recordingSettings(platform.defaults()),
       heartbeat({.information = platform.information(),
@@ -25,6 +28,12 @@ AgentParts::AgentParts(Contexts contexts, Platform& platform, std::function<doub
           contexts.workers,
           [this] { return state.currentState().paused; },
           [this] { return ownWindows.windowFrames(); }),
+      confirmations({.main = contexts.main,
+                     .workers = contexts.workers,
+                     .clock = platform.clock(),
+                     .gate = gate,
+                     .focus = platform.focus(),
+                     .makePanel = std::move(makePanel)}),
       runtime({.contexts = contexts,
                .platform = platform,
                .state = state,
@@ -33,6 +42,7 @@ AgentParts::AgentParts(Contexts contexts, Platform& platform, std::function<doub
                .keychain = keychain,
                .gate = gate,
                .ownWindows = ownWindows,
+               .confirmations = confirmations,
                .isLinking = [this] { return links.isBusy() || links.offer(); },
                .jitter = std::move(jitter)}),
       links({.main = contexts.main,

@@ -11,6 +11,7 @@ namespace zelvo {
 struct AgentParts {
     AgentParts(Contexts contexts,
                Platform& platform,
+               ConfirmationPanelMaker makePanel,
                std::function<double()> jitter = GatewayClient::randomJitter);
     AgentParts(AgentParts const&) = delete;
     AgentParts& operator=(AgentParts const&) = delete;
@@ -22,6 +23,7 @@ struct AgentParts {
     AgentState state;
     ZelvoWindows ownWindows;
     PostingGate gate;
+    ConfirmationPresenter confirmations;
     AgentRuntime runtime;
     LinkCoordinator links;
 };

@@ -64,16 +64,23 @@ void AgentRuntime::buildRouter()
         .input = *input,
         .hiddenGuard = *hiddenGuard,
         .probe = *probe,
+        .confirmations = services.confirmations,
         .workspace = platform.workspace(),
         .ownUi = *ownUi,
         .permissions = [&platform] { return platform.access().current(); },
         .recorder = recorder,
-        .questionPending = []() -> Task<bool> { co_return false; }, // No part asks the person yet.
+        .questionPending = [this] { return isQuestionPending(); },
         .cursor = cursor,
         .mode = services.heartbeat.mode.get(),
     };
     router =
         std::make_unique<RpcRouter>(services.contexts, platform.clock(), services.state, std::move(members));
+}
+
+Task<bool> AgentRuntime::isQuestionPending()
+{
+    co_return co_await on(services.contexts.main,
+                          [&asked = services.confirmations] { return asked.hasOpenQuestion(); });
 }
 
 void AgentRuntime::buildClient()

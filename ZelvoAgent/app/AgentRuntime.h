@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "confirm/ConfirmationPresenter.h"
 #include "confirm/ElementProbe.h"
 #include "drivers/AccessibilityTree.h"
 #include "drivers/ElectronAccessibility.h"
@@ -40,6 +41,7 @@ public:
         Keychain& keychain;
         PostingGate& gate;
         OwnWindowLocating& ownWindows;
+        ConfirmationPresenter& confirmations;
         std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
         std::function<double()> jitter = GatewayClient::randomJitter;
     };
@@ -80,6 +82,7 @@ private:
     /// The machine token, read once more when the key ring came up meanwhile and there was none.
     Task<std::optional<std::string>> storedToken();
     void buildRouter();
+    Task<bool> isQuestionPending();
     void buildClient();
     void onPauseChanged(bool paused);
     void updateSleepAssertion();

@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/LinkUrl.h"
+#include "app/QtConfirmationPanel.h"
 #include "base/Task.h"
 
 #include <chrono>
@@ -17,7 +18,8 @@ constexpr std::chrono::seconds timeToFinish{2};
 } // namespace
 
 AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit)
-    : contexts(contexts), platform(platform), parts(contexts, platform),
+    : contexts(contexts), platform(platform),
+      parts(contexts, platform, QtConfirmationPanel::maker(platform.clock())),
       consent(parts.links, parts.gate, contexts.main), quit(std::move(quit)),
       termination(contexts.main, parts.runtime.recording(), this->quit)
 {

@@ -1,5 +1,6 @@
 #include "app/ConsentOfferView.h"
 
+#include "app/ButtonStyle.h"
 #include "app/Glyph.h"
 #include "app/Look.h"
 #include "app/ScopeRow.h"
@@ -51,26 +52,6 @@ QWidget* signedLine(Glyph::Shape shape,
     label->setColor(color);
     row->addWidget(label, 0, Qt::AlignVCenter);
     return line;
-}
-
-QString primaryButtonStyle(Look const& look)
-{
-    return QString("QPushButton { background: %1; color: %2; border: 2px solid %1; border-radius: 8px;"
-                   " padding: 6px 22px; font-weight: 600; }"
-                   "QPushButton:focus { border-color: %3; }"
-                   "QPushButton:hover { background: %4; border-color: %4; }"
-                   "QPushButton:disabled { background: %5; border-color: %5; color: %6; }")
-        .arg(look.accent.name(), look.onAccent.name(), look.dark ? QString("#ffffff") : QString("#10142a"),
-             look.accent.darker(look.dark ? 90 : 115).name(), look.line.name(), look.secondary.name());
-}
-
-QString plainButtonStyle(Look const& look)
-{
-    return QString("QPushButton { background: transparent; border: 2px solid %1; border-radius: 8px; "
-                   "padding: 6px 22px; }"
-                   "QPushButton:focus { border-color: %2; }"
-                   "QPushButton:hover { background: %1; }")
-        .arg(look.line.name(), look.accent.name());
 }
 
 } // namespace

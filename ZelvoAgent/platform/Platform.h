@@ -17,6 +17,7 @@
 #include "platform/SystemAccess.h"
 #include "platform/UserDefaults.h"
 #include "platform/WebSocket.h"
+#include "platform/WindowFocus.h"
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 
@@ -41,6 +42,7 @@ public:
     virtual HotKey& hotKey() = 0;
     virtual Workspace& workspace() = 0;
     virtual WindowList& windows() = 0;
+    virtual WindowFocus& focus() = 0;
     virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
     virtual EventPosting& events() = 0;

@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
+#include "confirm/Confirming.h"
 #include "confirm/ElementProbing.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/InputDriving.h"
@@ -39,6 +40,7 @@ public:
         InputDriving& input;
         HiddenAppGuard& hiddenGuard;
         ElementProbing& probe;
+        Confirming& confirmations;
         Workspace& workspace;
         OwnUiGuard& ownUi;
         std::function<Permissions()> permissions;

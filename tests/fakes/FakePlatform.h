@@ -8,6 +8,7 @@
 #include "fakes/FakeSecretStore.h"
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/FakeWebSocket.h"
+#include "fakes/FakeWindowFocus.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 #include "platform/Platform.h"
@@ -32,6 +33,7 @@ public:
     FakeHotKey key;
     FakeWorkspace desktop;
     FakeWindowList windowList;
+    FakeWindowFocus windowFocus;
     FakeAccessibility elements;
     FakeScreenSource screenSource;
     FakeEventPosting posting;
@@ -62,6 +64,7 @@ public:
     HotKey& hotKey() override { return key; }
     Workspace& workspace() override { return desktop; }
     WindowList& windows() override { return windowList; }
+    WindowFocus& focus() override { return windowFocus; }
     Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
     EventPosting& events() override { return posting; }

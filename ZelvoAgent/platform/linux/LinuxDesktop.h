@@ -11,6 +11,7 @@
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11ScreenSource.h"
+#include "platform/linux/x11/X11WindowFocus.h"
 #include "platform/linux/x11/X11WindowList.h"
 #include "platform/linux/x11/X11Workspace.h"
 
@@ -30,6 +31,7 @@ struct LinuxDesktop {
     X11DisplayLayout layout;
     DesktopEntries entries;
     X11WindowList windows;
+    X11WindowFocus focus;
     X11Workspace workspace;
     X11ScreenSource screen;
     X11EventPosting events;

@@ -46,6 +46,7 @@ public:
     HotKey& hotKey() override { return desktop().hotKey; }
     Workspace& workspace() override { return desktop().workspace; }
     WindowList& windows() override { return desktop().windows; }
+    WindowFocus& focus() override { return desktop().focus; }
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
     EventPosting& events() override { return desktop().events; }

@@ -5,6 +5,7 @@
 #include "base/LocalizedTexts.h"
 #include "desktop/harness/Painter.h"
 #include "desktop/harness/PrivateDesktop.h"
+#include "fakes/FakeConfirmationPanel.h"
 #include "fakes/FakePlatform.h"
 
 #include <QApplication>
@@ -58,7 +59,8 @@ protected:
         QApplication::setQuitOnLastWindowClosed(false);
         texts::useLanguage("en");
         platform.emplace();
-        parts.emplace(platform->contexts, *platform);
+        panels.emplace(platform->windowFocus);
+        parts.emplace(platform->contexts, *platform, panels->maker());
         presenter.emplace(parts->links, parts->gate, platform->contexts.main);
     }
 
@@ -141,6 +143,7 @@ protected:
     std::optional<test::PrivateDesktop> desktop;
     std::optional<QApplication> application;
     std::optional<FakePlatform> platform;
+    std::optional<FakePanels> panels;
     std::optional<AgentParts> parts;
     std::optional<ConsentPresenter> presenter;
 };

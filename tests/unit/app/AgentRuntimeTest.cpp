@@ -2,6 +2,7 @@
 
 #include "app/AgentParts.h"
 #include "base/LocalizedTexts.h"
+#include "fakes/FakeConfirmationPanel.h"
 #include "fakes/FakePlatform.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +19,8 @@ using testing::SizeIs;
 class AgentRuntimeTest : public testing::Test {
 protected:
     FakePlatform platform;
-    AgentParts parts{platform.contexts, platform, [] { return 1.0; }};
+    FakePanels panels{platform.windowFocus};
+    AgentParts parts{platform.contexts, platform, panels.maker(), [] { return 1.0; }};
 
     // A waiting receive loop and its socket hold each other until the socket ends.
     void TearDown() override

@@ -2,6 +2,7 @@
 
 #include "confirm/ElementProbe.h"
 #include "drivers/InputDriver.h"
+#include "fakes/FakeConfirming.h"
 #include "fakes/FakePlatform.h"
 #include "fakes/FakeTree.h"
 #include "router/RpcRouter.h"
@@ -75,6 +76,7 @@ protected:
     ZelvoWindows ownWindows{platform.windowList, platform.machineFacts.pid};
     OwnUiGuard ownUi{ownWindows};
     ElementProbe probe{platform.contexts.workers, platform, hiddenApps};
+    FakeConfirming confirmations;
     RecordingRecorder recorder;
     RecordingCursor cursor;
     bool question = false;
@@ -95,6 +97,7 @@ protected:
             .input = input,
             .hiddenGuard = hiddenGuard,
             .probe = probe,
+            .confirmations = confirmations,
             .workspace = platform.desktop,
             .ownUi = ownUi,
             .permissions = [this] { return platform.systemAccess.current(); },

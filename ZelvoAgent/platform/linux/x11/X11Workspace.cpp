@@ -1,11 +1,10 @@
 #include "platform/linux/x11/X11Workspace.h"
 
+#include "platform/linux/x11/FocusQuestions.h"
 #include "platform/linux/x11/UrlOpening.h"
 #include "platform/linux/x11/WindowOwners.h"
-#include "platform/linux/x11/XReply.h"
 
 #include <unistd.h>
-#include <xcb/xcb.h>
 
 #include <algorithm>
 
@@ -17,34 +16,6 @@ X11Workspace::X11Workspace(std::shared_ptr<X11Connection> connection, DesktopEnt
 }
 
 namespace {
-
-/// The window that the window manager calls active; 0 when it names none.
-std::uint32_t activeWindow(X11Connection const& connection)
-{
-    auto* const x = connection.get();
-    auto const cookie =
-        xcb_get_property(x, 0, connection.root(), connection.atoms().netActiveWindow, XCB_ATOM_WINDOW, 0, 1);
-    XReply<xcb_get_property_reply_t> const reply(xcb_get_property_reply(x, cookie, nullptr));
-    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
-        return 0;
-    return *static_cast<std::uint32_t const*>(xcb_get_property_value(reply.get()));
-}
-
-std::uint32_t focusedWindow(X11Connection const& connection)
-{
-    auto* const x = connection.get();
-    XReply<xcb_get_input_focus_reply_t> const reply(
-        xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
-    // None and PointerRoot are no windows.
-    return reply && reply->focus > XCB_INPUT_FOCUS_POINTER_ROOT ? reply->focus : 0;
-}
-
-std::uint32_t parentOf(X11Connection const& connection, std::uint32_t window)
-{
-    auto* const x = connection.get();
-    XReply<xcb_query_tree_reply_t> const reply(xcb_query_tree_reply(x, xcb_query_tree(x, window), nullptr));
-    return reply ? reply->parent : 0;
-}
 
 /// One look at the windows and whose they are.
 class Desktop {
@@ -114,8 +85,8 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication()
 {
     if (!connection || !connection->isAlive())
         return std::nullopt;
-    std::uint32_t const active = activeWindow(*connection);
-    std::uint32_t const focused = focusedWindow(*connection);
+    std::uint32_t const active = activeWindowOf(*connection);
+    std::uint32_t const focused = focusedWindowOf(*connection);
     if (!active && !focused)
         return std::nullopt;
     Desktop const desktop(*connection, entries);

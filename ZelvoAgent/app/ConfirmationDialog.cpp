@@ -1,0 +1,300 @@
+#include "app/ConfirmationDialog.h"
+
+#include "app/ButtonStyle.h"
+#include "app/DetailView.h"
+#include "app/ExactText.h"
+#include "app/Look.h"
+#include "app/WrappedLabel.h"
+#include "base/LocalizedTexts.h"
+
+#include <QAccessible>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QVBoxLayout>
+#include <QWindow>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+// Points.
+constexpr int margin = 24;
+constexpr int gap = 12;
+constexpr int buttonGap = 8;
+constexpr int contentWidth = 420 - 2 * margin;
+constexpr int highestDetail = 220;
+constexpr int cardPadding = 8;
+constexpr int barHeight = 3;
+
+// Characters.
+constexpr std::size_t longestTitle = 300;
+constexpr std::size_t longestButton = 40;
+constexpr std::size_t longestDescription = 1000; // For a screen reader, which can read on in the text itself.
+
+constexpr int barSteps = 1000;
+constexpr std::chrono::milliseconds ticking{200};
+
+QString worded(std::string_view key)
+{
+    return QString::fromStdString(localized(key));
+}
+
+} // namespace
+
+ConfirmationDialog::ConfirmationDialog(PanelContents contents, Clock& clock)
+    : contents(std::move(contents)), clock(clock)
+{
+    setWindowTitle("Zelvo");
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
+                   Qt::WindowStaysOnTopHint);
+    build();
+    paintIn(palette());
+    setAccessibleName(title->accessibleName());
+    setAccessibleDescription(shownText(this->contents.detail, longestDescription));
+    tick.setInterval(ticking);
+    QObject::connect(&tick, &QTimer::timeout, this, [this] { showTimeLeft(); });
+}
+
+void ConfirmationDialog::build()
+{
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->setSpacing(gap);
+    column->setSizeConstraint(QLayout::SetFixedSize);
+    title = new WrappedLabel(shownText(contents.title, longestTitle), Look::titleFont(), contentWidth, this);
+    column->addWidget(title);
+    addDetail(*column);
+    addRemember(*column);
+    column->addStretch();
+    addButtons(*column);
+    column->addStrut(contentWidth);
+}
+
+void ConfirmationDialog::addDetail(QVBoxLayout& column)
+{
+    card = new QFrame(this);
+    card->setObjectName("card");
+    auto* const inside = new QVBoxLayout(card);
+    inside->setContentsMargins(cardPadding, cardPadding, cardPadding, cardPadding);
+    QFont font = this->font();
+    if (contents.isExact) {
+        font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+        font.setPointSizeF(this->font().pointSizeF());
+    }
+    detail = new DetailView(exactLines(contents.detail), font, contentWidth - 2 * cardPadding - 2,
+                            highestDetail, card);
+    detail->setAccessibleName(worded("confirm.detail"));
+    detail->onScrolled = [this] { showMoreBelow(); };
+    inside->addWidget(detail);
+    column.addWidget(card);
+    moreBelow = new WrappedLabel(worded("confirm.moreBelow"), Look::smallFont(), contentWidth, this);
+    moreBelow->hide();
+    column.addWidget(moreBelow);
+}
+
+void ConfirmationDialog::addRemember(QVBoxLayout& column)
+{
+    if (!contents.showsRemember)
+        return;
+    remember = new QCheckBox(worded("confirm.rememberSession"), this);
+    column.addWidget(remember);
+}
+
+void ConfirmationDialog::addButtons(QVBoxLayout& column)
+{
+    timeLeft = new QLabel(this);
+    timeLeft->setFont(Look::smallFont());
+    deny = newButton(contents.denyTitle);
+    QObject::connect(deny, &QPushButton::clicked, this, [this] { report(reports.deny); });
+    allow = newButton(contents.allowTitle);
+    allow->setDefault(true);
+    QObject::connect(allow, &QPushButton::clicked, this, [this] {
+        report([told = reports.allow, ticked = remember && remember->isChecked()] { told(ticked); });
+    });
+
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(buttonGap);
+    row->addWidget(timeLeft);
+    row->addStretch();
+    row->addWidget(deny);
+    row->addWidget(allow);
+    column.addLayout(row);
+
+    timeBar = new QProgressBar(this);
+    timeBar->setRange(0, barSteps);
+    timeBar->setTextVisible(false);
+    timeBar->setFixedHeight(barHeight);
+    column.addWidget(timeBar);
+}
+
+QPushButton* ConfirmationDialog::newButton(std::string const& words)
+{
+    QString const text = shownText(words, longestButton);
+    auto* const button = new QPushButton(QString(text).replace('&', "&&"), this);
+    button->setAccessibleName(text);
+    return button;
+}
+
+void ConfirmationDialog::paintIn(QPalette const& palette)
+{
+    Look const look(palette);
+    QString const buttons = answerButtonStyle(look);
+    deny->setStyleSheet(buttons);
+    allow->setStyleSheet(buttons);
+    card->setStyleSheet(QString("#card { background: %1; border: 1px solid %2; border-radius: 10px; }"
+                                "QPlainTextEdit { background: transparent; }")
+                            .arg(look.card.name(), look.line.name()));
+    timeBar->setStyleSheet(QString("QProgressBar { background: %1; border: none; border-radius: 1px; }"
+                                   "QProgressBar::chunk { background: %2; border-radius: 1px; }")
+                               .arg(look.line.name(), look.accent.name()));
+    QPalette quiet = palette;
+    quiet.setColor(QPalette::WindowText, look.secondary);
+    timeLeft->setPalette(quiet);
+    QPalette warning = palette;
+    warning.setColor(QPalette::WindowText, look.warning);
+    moreBelow->setPalette(warning);
+}
+
+void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports told)
+{
+    begin = clock.now();
+    end = timeIsUp;
+    reports = std::move(told);
+    guard.opened(begin);
+    showTimeLeft();
+    tick.start();
+    detail->setFocus(); // Neither an answer nor the box, so that a blank in the flow of typing hits nothing.
+    adjustSize();
+    placeInTheMiddle();
+    winId(); // Makes the window.
+    windowHandle()->installEventFilter(this);
+    show();
+    raise();
+    activateWindow();
+}
+
+void ConfirmationDialog::leave()
+{
+    reports = {};
+    tick.stop();
+    hide();
+}
+
+void ConfirmationDialog::placeInTheMiddle()
+{
+    QScreen const* const screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    QSize const size = sizeHint().expandedTo(minimumSizeHint());
+    move(screen->availableGeometry().center() - QPoint(size.width() / 2, size.height() / 2));
+}
+
+// The answer may be the end of this window.
+void ConfirmationDialog::report(std::function<void()> const& told)
+{
+    if (auto const kept = told)
+        kept();
+}
+
+void ConfirmationDialog::reject()
+{
+    report(reports.deny);
+}
+
+void ConfirmationDialog::closeEvent(QCloseEvent* event)
+{
+    event->ignore();
+    report(reports.close);
+}
+
+void ConfirmationDialog::changeEvent(QEvent* event)
+{
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && timeBar)
+        paintIn(palette());
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        guard.disturbed(clock.now());
+}
+
+void ConfirmationDialog::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    showMoreBelow();
+    QAccessibleEvent alert(this, QAccessible::Alert); // A screen reader speaks it at once.
+    QAccessible::updateAccessibility(&alert);
+}
+
+void ConfirmationDialog::showMoreBelow()
+{
+    moreBelow->setVisible(detail->hasMoreBelow());
+}
+
+void ConfirmationDialog::showTimeLeft()
+{
+    Duration const left = std::max(end - clock.now(), Duration::zero());
+    auto const seconds = std::chrono::ceil<std::chrono::seconds>(left).count();
+    QString const text = QString::fromStdString(localized("confirm.closesIn", {std::int64_t{seconds}}));
+    if (timeLeft->text() != text)
+        timeLeft->setText(text);
+    double const share =
+        end > begin ? static_cast<double>(left.count()) / static_cast<double>((end - begin).count()) : 0;
+    timeBar->setValue(static_cast<int>(share * barSteps));
+}
+
+bool ConfirmationDialog::eventFilter(QObject* receiver, QEvent* event)
+{
+    return isUnwitting(*event) || QDialog::eventFilter(receiver, event);
+}
+
+// Sees what a person presses, once, before any part of the window does. Assistive tools press buttons
+// without it.
+bool ConfirmationDialog::isUnwitting(QEvent const& event)
+{
+    Instant const now = clock.now();
+    if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick) {
+        QPoint const place = static_cast<QMouseEvent const&>(event).position().toPoint();
+        return childAt(place) == allow && !guard.clickMayAllow(now);
+    }
+    if (event.type() != QEvent::KeyPress)
+        return false;
+    auto const& press = static_cast<QKeyEvent const&>(event);
+    bool const refused = wouldAllow(press.key()) && !guard.keyMayAllow(now, press.isAutoRepeat());
+    switch (press.key()) {
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+    case Qt::Key_Shift:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        break; // Ways about the window.
+    default:
+        guard.disturbed(now);
+    }
+    return refused;
+}
+
+bool ConfirmationDialog::wouldAllow(int key) const
+{
+    if (key == Qt::Key_Return || key == Qt::Key_Enter)
+        return allow->isDefault();
+    return (key == Qt::Key_Space || key == Qt::Key_Select) && allow->hasFocus();
+}
+
+} // namespace zelvo

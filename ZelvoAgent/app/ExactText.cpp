@@ -1,0 +1,165 @@
+#include "app/ExactText.h"
+
+#include <QChar>
+#include <QString>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+constexpr int longestPiece = 2000; // Characters; a longer paragraph takes long to lay out.
+constexpr int mostEmptyLines = 3;  // In a row.
+constexpr int mostSpaces = 40;     // In a row.
+constexpr int mostMarks = 4;       // Upon one letter.
+constexpr char32_t space = U' ';
+constexpr char32_t controlPictures = 0x2400; // Of the characters from 0 to 0x1F, in their order.
+constexpr char32_t deletePicture = 0x2421;
+
+// Letters and marks with no look of their own.
+constexpr std::array invisible = {U'\u034F', U'\u115F', U'\u1160', U'\u17B4',
+                                  U'\u17B5', U'\u2800', U'\u3164', U'\uFFA0'};
+
+QString numbered(char32_t character)
+{
+    return QString("⟨U+%1⟩").arg(QString::number(character, 16).toUpper(), 4, QChar('0'));
+}
+
+QString told(QChar sign, qsizetype times)
+{
+    return QString("⟨%1 × %2⟩").arg(sign).arg(times);
+}
+
+bool isUnseen(char32_t character)
+{
+    switch (QChar::category(character)) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Other_Surrogate:
+    case QChar::Other_NotAssigned:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return std::ranges::find(invisible, character) != invisible.end();
+    }
+}
+
+bool isMark(char32_t character)
+{
+    QChar::Category const category = QChar::category(character);
+    return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing;
+}
+
+QString visible(char32_t character)
+{
+    if (character < 0x20)
+        return QString(QChar(static_cast<char16_t>(controlPictures + character)));
+    if (character == 0x7F)
+        return QString(QChar(static_cast<char16_t>(deletePicture)));
+    return numbered(character);
+}
+
+/// Puts the lines together, character by character.
+class Writer {
+public:
+    void add(char32_t character)
+    {
+        if (character == space) {
+            ++spaces;
+            return;
+        }
+        writeSpaces();
+        marks = isMark(character) ? marks + 1 : 0;
+        if (character == U'\n')
+            endLine();
+        else if (character == U'\t')
+            write("\t");
+        else if (isUnseen(character) || marks > mostMarks)
+            write(visible(character));
+        else
+            write(QString::fromUcs4(&character, 1));
+    }
+
+    QStringList end()
+    {
+        writeSpaces();
+        if (!line.isEmpty())
+            endLine();
+        writeEmptyLines();
+        return std::move(lines);
+    }
+
+private:
+    void write(QString const& text)
+    {
+        writeEmptyLines();
+        line += text;
+        if (++length == longestPiece) {
+            breakLine();
+            isPieceOfMore = true;
+        }
+    }
+    void endLine()
+    {
+        if (!line.isEmpty())
+            breakLine();
+        else if (!isPieceOfMore)
+            ++emptyLines;
+        isPieceOfMore = false;
+    }
+    void breakLine()
+    {
+        lines.push_back(std::move(line));
+        line.clear();
+        length = 0;
+    }
+    void writeSpaces()
+    {
+        qsizetype const count = std::exchange(spaces, 0);
+        if (count > mostSpaces)
+            write(told(QChar(u'␣'), count));
+        else if (count > 0)
+            write(QString(count, QChar::Space));
+    }
+    void writeEmptyLines()
+    {
+        qsizetype const count = std::exchange(emptyLines, 0);
+        if (count > mostEmptyLines)
+            lines.push_back(told(QChar(u'⏎'), count));
+        else
+            lines.insert(lines.end(), count, QString());
+    }
+
+    QStringList lines;
+    QString line;
+    int length = 0; // Of the line, in characters.
+    bool isPieceOfMore = false; // Earlier pieces of this line are among the lines.
+    int marks = 0;
+    qsizetype spaces = 0;     // Not yet written.
+    qsizetype emptyLines = 0; // Not yet written.
+};
+
+} // namespace
+
+QStringList exactLines(std::string_view text)
+{
+    QString const whole = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    Writer writer;
+    for (qsizetype at = 0; at < whole.size(); ++at) {
+        char32_t character = whole[at].unicode();
+        if (whole[at].isHighSurrogate() && at + 1 < whole.size()) {
+            character = QChar::surrogateToUcs4(whole[at], whole[at + 1]);
+            ++at;
+        }
+        bool const isLineEnd = character == U'\r' && at + 1 < whole.size() && whole[at + 1] == u'\n';
+        if (!isLineEnd) // "\r\n" is one end.
+            writer.add(character);
+    }
+    return writer.end();
+}
+
+} // namespace zelvo

@@ -1,0 +1,282 @@
+#include "confirm/ConfirmationPresenter.h"
+
+#include "base/Hop.h"
+#include "base/LocalizedTexts.h"
+#include "base/Text.h"
+#include "wire/AgentError.h"
+
+#include <boost/asio/this_coro.hpp>
+#include <boost/system/system_error.hpp>
+
+#include <algorithm>
+#include <utility>
+#include <variant>
+
+namespace zelvo {
+
+namespace {
+
+constexpr Duration longestSettling = 1s; // For the window manager to do what it was asked.
+constexpr Duration settlingPoll = 10ms;
+constexpr std::size_t longestName = 80; // Characters.
+
+// In one line and not too long: it stands above what is asked, and must not pass for that.
+std::string shownName(std::string const& platformName)
+{
+    std::string const plain = text::withoutControlCharacters(platformName);
+    std::string const cut = text::prefix(plain, longestName);
+    return cut.size() < plain.size() ? cut + "…" : cut;
+}
+
+bool isExact(ConfirmationSubject const& subject)
+{
+    return std::holds_alternative<ConfirmationSubject::ShellCommand>(subject.value) ||
+           std::holds_alternative<ConfirmationSubject::FileDelete>(subject.value) ||
+           std::holds_alternative<ConfirmationSubject::FileWrite>(subject.value) ||
+           std::holds_alternative<ConfirmationSubject::OpenUrl>(subject.value);
+}
+
+} // namespace
+
+/// A question from its very start until the screen is as it was.
+struct ConfirmationPresenter::Question {
+    std::shared_ptr<ConfirmationWindow> window;
+    Kind kind = Kind::action;
+    std::optional<ConfirmationDecision> decision;
+    SleepQueue decided;          ///< its caller sleeps here without end
+    bool isWithdrawn = false;    ///< its caller was cancelled
+    bool holdsGate = false;      ///< it has closed the gate and not yet opened it
+    std::uint32_t workplace = 0; ///< the window that had the keyboard before
+    std::uint32_t panelId = 0;
+
+    bool isOpen() const { return !decision && !isWithdrawn; }
+    void decide(ConfirmationDecision made)
+    {
+        decision = made;
+        decided.wakeDue(Instant::max());
+    }
+};
+
+ConfirmationPresenter::ConfirmationPresenter(Services services) : services(std::move(services)) {}
+
+ConfirmationPresenter::~ConfirmationPresenter()
+{
+    alive.reset();
+    for (QuestionPtr const& question : questions) {
+        if (std::exchange(question->holdsGate, false))
+            services.gate.open();
+        if (question->isOpen())
+            question->window->complete(ConfirmationDecision::timedOut());
+        if (question->isOpen()) // It was not shown yet.
+            question->decide(ConfirmationDecision::timedOut());
+    }
+}
+
+Task<>
+ConfirmationPresenter::confirm(ConfirmationSubject subject, std::string platformName, std::int64_t timeoutMs)
+{
+    auto const asking = [this, &subject, &platformName, timeoutMs] {
+        return ask(std::move(subject), std::move(platformName), timeoutMs);
+    };
+    ConfirmationDecision const decision = co_await onStrand(services.main, asking);
+    if (decision.kind == ConfirmationDecision::Kind::denied)
+        throw AgentError::deniedByUser;
+    if (decision.kind == ConfirmationDecision::Kind::timedOut)
+        throw AgentError::confirmationTimeout;
+}
+
+Task<ConfirmationDecision>
+ConfirmationPresenter::ask(ConfirmationSubject subject, std::string platformName, std::int64_t timeoutMs)
+{
+    std::string const key(subject.allowanceKey());
+    if (allowances.contains(key))
+        co_return ConfirmationDecision::allowed(true);
+    PanelContents contents{.title = subject.title(),
+                           .detail = shownName(platformName) + "\n\n" + subject.detail(),
+                           .allowTitle = localized("confirm.allow"),
+                           .denyTitle = localized("confirm.deny"),
+                           .showsRemember = true,
+                           .isExact = isExact(subject)};
+    std::weak_ptr const weak = alive;
+    ConfirmationDecision const decision = co_await put(std::move(contents), Kind::action, timeoutMs);
+    if (decision == ConfirmationDecision::allowed(true) && !weak.expired())
+        allowances.insert(key);
+    co_return decision;
+}
+
+Task<ConfirmationDecision> ConfirmationPresenter::askChoice(Choice choice, std::int64_t timeoutMs)
+{
+    PanelContents contents{.title = std::move(choice.title),
+                           .detail = std::move(choice.detail),
+                           .allowTitle = std::move(choice.allowTitle),
+                           .denyTitle = std::move(choice.denyTitle)};
+    co_return co_await put(std::move(contents), Kind::choice, timeoutMs);
+}
+
+std::vector<std::shared_ptr<ConfirmationWindow>> ConfirmationPresenter::openWindows() const
+{
+    std::vector<std::shared_ptr<ConfirmationWindow>> open;
+    for (QuestionPtr const& question : questions)
+        if (question->isOpen())
+            open.push_back(question->window);
+    return open;
+}
+
+// In a task of its own, so that how it takes a cancellation is not how its caller does.
+Task<ConfirmationDecision>
+ConfirmationPresenter::put(PanelContents contents, Kind kind, std::int64_t timeoutMs)
+{
+    auto const putting = [this, &contents, kind, timeoutMs] {
+        return putOnMain(std::move(contents), kind, timeoutMs);
+    };
+    co_return co_await onStrand(services.main, putting);
+}
+
+Task<ConfirmationDecision>
+ConfirmationPresenter::putOnMain(PanelContents contents, Kind kind, std::int64_t timeoutMs)
+{
+    // A cancellation ends the person's time to answer; what follows has to be done all the same.
+    co_await asio::this_coro::throw_if_cancelled(false);
+    std::weak_ptr const weak = alive;
+    ConfirmationDecision const closeMeans =
+        kind == Kind::action ? ConfirmationDecision::denied() : ConfirmationDecision::timedOut();
+    auto const question = std::make_shared<Question>();
+    question->kind = kind;
+    question->window = std::make_shared<ConfirmationWindow>(
+        services.main, services.clock, services.makePanel(std::move(contents)), closeMeans);
+    questions.push_back(question); // It counts from here on, though nothing is to be seen yet.
+
+    co_await closeGate(question);
+    bool cancelled =
+        (co_await asio::this_coro::cancellation_state).cancelled() != asio::cancellation_type::none;
+    if (!weak.expired() && !cancelled) {
+        show(question, timeoutMs);
+        try {
+            if (!question->decision)
+                co_await question->decided.wait(Instant::max(), asio::use_awaitable);
+        } catch (boost::system::system_error const&) {
+            cancelled = !question->decision;
+        }
+    }
+    question->isWithdrawn = cancelled;
+    if (!weak.expired())
+        co_await leave(question);
+    if (!question->decision)
+        throw boost::system::system_error(asio::error::operation_aborted);
+    co_return *question->decision;
+}
+
+Task<> ConfirmationPresenter::closeGate(QuestionPtr question)
+{
+    std::weak_ptr const weak = alive;
+    question->holdsGate = true;
+    try {
+        co_await services.gate.close();
+    } catch (boost::system::system_error const&) {
+        // Cancelled while it waited. It is closed by then.
+    }
+    if (!weak.expired())
+        co_await noteWorkplace(question);
+}
+
+// What had the keyboard before one of our panels had it is what the person works in.
+Task<> ConfirmationPresenter::noteWorkplace(QuestionPtr question)
+{
+    std::weak_ptr const weak = alive;
+    std::uint32_t const active =
+        co_await on(services.workers, [&focus = services.focus] { return focus.activeWindow(); });
+    if (weak.expired())
+        co_return;
+    auto const earlier = std::ranges::find_if(
+        questions, [active](QuestionPtr const& other) { return active && other->panelId == active; });
+    question->workplace = earlier == questions.end() ? active : (*earlier)->workplace;
+}
+
+void ConfirmationPresenter::show(QuestionPtr const& question, std::int64_t timeoutMs)
+{
+    question->window->show(timeoutMs,
+                           [this, weak = std::weak_ptr(alive), question](ConfirmationDecision made) {
+                               question->decide(made);
+                               if (!weak.expired() && question->kind == Kind::action)
+                                   setLastFrame(std::nullopt);
+                           });
+    question->panelId = question->window->panelId();
+    if (question->kind == Kind::action && question->isOpen())
+        setLastFrame(question->window->agentFrame());
+    spawn(services.main, [this, weak = std::weak_ptr(alive), question]() -> Task<> {
+        if (!weak.expired())
+            co_await bringForward(question);
+    });
+}
+
+// The window manager is told only of a window that is on the screen.
+Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
+{
+    std::weak_ptr const weak = alive;
+    WindowFocus& focus = services.focus;
+    Instant const deadline = services.clock.now() + longestSettling;
+    while (!weak.expired() && question->isOpen()) {
+        bool const isDone = co_await on(services.workers, [&focus, id = question->panelId] {
+            if (!focus.standing(id).isOnScreen)
+                return false;
+            focus.putInFront(id);
+            return true;
+        });
+        if (weak.expired() || isDone || services.clock.now() >= deadline)
+            break;
+        co_await services.clock.sleep(settlingPoll);
+    }
+    // By now it has the window manager's frame around it.
+    if (!weak.expired() && question->isOpen() && question->kind == Kind::action && lastFrame)
+        setLastFrame(question->window->agentFrame());
+}
+
+// Resumes when the screen is as it was, or the time for that is over; then the gate opens.
+Task<> ConfirmationPresenter::leave(QuestionPtr question)
+{
+    std::weak_ptr const weak = alive;
+    if (question->isWithdrawn) {
+        question->window->complete(ConfirmationDecision::timedOut());
+        question->decision.reset();
+    }
+    auto const isOther = [&](QuestionPtr const& other) { return other != question && other->isOpen(); };
+    // What was allowed is meant for that window. Another panel has the better claim: a person reads it.
+    bool const givesBack = question->decision && question->decision->isAllowed() &&
+                           question->workplace != 0 && std::ranges::none_of(questions, isOther);
+    if (givesBack)
+        co_await on(services.workers,
+                    [&focus = services.focus, to = question->workplace] { focus.activate(to); });
+    if (question->panelId != 0) {
+        Instant const deadline = services.clock.now() + longestSettling;
+        while (!weak.expired() && !co_await isScreenBack(question, givesBack) &&
+               services.clock.now() < deadline)
+            co_await services.clock.sleepThroughCancel(settlingPoll);
+    }
+    if (weak.expired())
+        co_return;
+    if (std::exchange(question->holdsGate, false))
+        services.gate.open();
+    std::erase(questions, question);
+}
+
+Task<bool> ConfirmationPresenter::isScreenBack(QuestionPtr question, bool givesBack)
+{
+    co_return co_await on(services.workers, [&focus = services.focus, panel = question->panelId,
+                                             workplace = question->workplace, givesBack] {
+        WindowStanding const left = focus.standing(panel);
+        if (left.isOnScreen || left.hasKeyboard)
+            return false;
+        if (!givesBack)
+            return true;
+        WindowStanding const returned = focus.standing(workplace);
+        return !returned.exists || returned.hasKeyboard;
+    });
+}
+
+void ConfirmationPresenter::setLastFrame(std::optional<DesktopRect> frame)
+{
+    lastFrame = frame;
+    lastPanelFrameChanged();
+}
+
+} // namespace zelvo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/WindowFocus.h"
+
+#include <memory>
+
+namespace zelvo {
+
+/// The keyboard's place by the X server, and requests to the window manager as a pager makes them, so that it
+/// does not take them for an application's that wants to steal the keyboard. Without a window manager it does
+/// itself what can be done. It opens a connection of its own when it is first asked; without a server there
+/// is no window.
+class X11WindowFocus final : public WindowFocus {
+public:
+    X11WindowFocus();
+    ~X11WindowFocus() override;
+
+    std::uint32_t activeWindow() override;
+    void putInFront(std::uint32_t window) override;
+    void activate(std::uint32_t window) override;
+    WindowStanding standing(std::uint32_t window) override;
+
+private:
+    class Requests;
+    std::unique_ptr<Requests> const requests;
+};
+
+} // namespace zelvo

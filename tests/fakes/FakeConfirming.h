@@ -1,0 +1,56 @@
+#pragma once
+
+#include "base/SleepQueue.h"
+#include "base/Task.h"
+#include "confirm/ConfirmationDecision.h"
+#include "confirm/Confirming.h"
+#include "wire/AgentError.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace zelvo {
+
+/// Keeps what was asked, and answers as it is told: at once, or, without an answer, when answer() is called.
+class FakeConfirming final : public Confirming {
+public:
+    struct Question {
+        ConfirmationSubject subject;
+        std::string platformName;
+        std::int64_t timeoutMs = 0;
+        bool operator==(Question const&) const = default;
+    };
+
+    std::vector<Question> questions;
+    std::optional<ConfirmationDecision> decision = ConfirmationDecision::allowed(false);
+    std::function<void()> onAsk; ///< called with the question kept and not yet answered
+    int open = 0;                ///< questions that wait for an answer
+
+    Task<> confirm(ConfirmationSubject subject, std::string platformName, std::int64_t timeoutMs) override
+    {
+        questions.push_back({std::move(subject), std::move(platformName), timeoutMs});
+        if (onAsk)
+            onAsk();
+        ++open;
+        while (!decision)
+            co_await answered.wait(Instant::max(), asio::use_awaitable);
+        --open;
+        if (decision->kind == ConfirmationDecision::Kind::denied)
+            throw AgentError::deniedByUser;
+        if (decision->kind == ConfirmationDecision::Kind::timedOut)
+            throw AgentError::confirmationTimeout;
+    }
+
+    /// Answers every question that waits, and those to come.
+    void answer(ConfirmationDecision made)
+    {
+        decision = made;
+        answered.wakeDue(Instant::max());
+    }
+
+private:
+    SleepQueue answered;
+};
+
+} // namespace zelvo

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/WindowFocus.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// A window manager that does at once what it is asked, unless a test tells it not to.
+class FakeWindowFocus final : public WindowFocus {
+public:
+    std::vector<std::uint32_t> onScreen; ///< in the order in which they had the keyboard, the last has it now
+    std::vector<std::string> log;
+    bool isDeaf = false; ///< nothing that is asked for happens
+
+    void open(std::uint32_t window) { toTheEnd(window); }
+    void close(std::uint32_t window) { std::erase(onScreen, window); }
+
+    std::uint32_t activeWindow() override { return onScreen.empty() ? 0 : onScreen.back(); }
+    void putInFront(std::uint32_t window) override
+    {
+        log.push_back("front " + std::to_string(window));
+        toTheEnd(window);
+    }
+    void activate(std::uint32_t window) override
+    {
+        log.push_back("activate " + std::to_string(window));
+        if (!isDeaf && std::ranges::find(onScreen, window) != onScreen.end())
+            toTheEnd(window);
+    }
+    WindowStanding standing(std::uint32_t window) override
+    {
+        bool const there = std::ranges::find(onScreen, window) != onScreen.end();
+        return {.exists = there, .isOnScreen = there, .hasKeyboard = there && activeWindow() == window};
+    }
+
+private:
+    void toTheEnd(std::uint32_t window)
+    {
+        std::erase(onScreen, window);
+        onScreen.push_back(window);
+    }
+};
+
+} // namespace zelvo
