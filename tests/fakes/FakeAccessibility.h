@@ -53,6 +53,7 @@ public:
     std::vector<FakeQuestion> questions;
     std::vector<std::string> written;  ///< "100 manualAccessibility on"
     std::vector<std::int32_t> readers; ///< the process of each reader that was made
+    std::vector<Duration> timeouts;    ///< the messaging time-out of each
     std::vector<AccessibilityPlan> plans;
     std::vector<DesktopPoint> hits; ///< where elements were looked for
     std::function<void(FakeQuestion const&)> onQuestion;
@@ -67,9 +68,10 @@ public:
             std::ranges::count(questions, FakeQuestion{attribute, std::string(title)}));
     }
 
-    std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration) override
+    std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override
     {
         readers.push_back(pid);
+        timeouts.push_back(messagingTimeout);
         if (onReader)
             onReader(readers.size());
         return std::make_unique<Reader>(*this, pid);

@@ -115,6 +115,19 @@ TEST_F(AccessibilityTreeTest, needsThePermission)
     EXPECT_THAT(system.readers, IsEmpty());
 }
 
+TEST_F(AccessibilityTreeTest, asksForThePermissionBeforeItLooksForTheApplication)
+{
+    platform.systemAccess.granted.accessibility = false;
+    platform.desktop.front.reset();
+    EXPECT_EQ(errorOf([&] { run(platform.io, ask()); }), AgentError::permissionMissing);
+}
+
+TEST_F(AccessibilityTreeTest, givesEachMessageAQuarterOfASecond)
+{
+    take();
+    EXPECT_THAT(system.timeouts, ElementsAre(250ms));
+}
+
 TEST_F(AccessibilityTreeTest, needsAnApplicationInFront)
 {
     platform.desktop.front.reset();
@@ -148,6 +161,15 @@ TEST_F(AccessibilityTreeTest, doesNotTouchAHiddenApplication)
     EXPECT_THAT(system.readers, IsEmpty());
 }
 
+TEST_F(AccessibilityTreeTest, asksTheStoredListEachTime)
+{
+    take();
+    platform.settings.contents["dev.zelvo.hiddenApps"] = R"(["org.example.app"])";
+    EXPECT_EQ(errorOf([&] { run(platform.io, ask()); }), AgentError::hiddenAppActive);
+    platform.settings.contents.clear();
+    EXPECT_THAT(titles(take()), ElementsAre("Send"));
+}
+
 TEST_F(AccessibilityTreeTest, neverRefusesAnApplicationWithoutAnIdentifierAsHidden)
 {
     platform.desktop.front->names = {};
@@ -167,7 +189,9 @@ TEST_F(AccessibilityTreeTest, startsAtTheApplicationWithoutAFocusedWindow)
 TEST_F(AccessibilityTreeTest, readsAllWindowsInTheirOrder)
 {
     application().windows = {windowOf({button("a")}), windowOf({button("b")})};
-    EXPECT_THAT(titles(take(TreeScope::allWindows)), ElementsAre("a", "b"));
+    UiTreeSnapshot const snapshot = take(TreeScope::allWindows);
+    EXPECT_THAT(titles(snapshot), ElementsAre("a", "b"));
+    EXPECT_EQ(snapshot.elements.back().id, "e1"); // Numbered through.
 }
 
 TEST_F(AccessibilityTreeTest, givesAnEmptyListWithoutWindows)
@@ -267,6 +291,26 @@ TEST_F(AccessibilityTreeTest, walksThirteenTimesAtMost)
     ASSERT_TRUE(late);
     EXPECT_THAT(system.plans, SizeIs(13));
     EXPECT_THAT(late->elements, SizeIs(3)); // The last walk stands, whatever it is.
+    EXPECT_EQ(late->createdAt, platform.time.date());
+}
+
+TEST_F(AccessibilityTreeTest, goesOnAtOnceAfterACancelledWait)
+{
+    beChromium();
+    application().focusedWindow = windowOf(titleBar());
+    TaskHandle task = spawn(platform.io.get_executor(), [this]() -> Task<> { late = co_await ask(); });
+    platform.settle();
+    ASSERT_THAT(system.plans, IsEmpty());
+    for (std::size_t walks = 1; walks <= 3; ++walks) {
+        task.cancel();
+        platform.settle();
+        EXPECT_THAT(system.plans, SizeIs(walks));
+    }
+
+    platform.time.advance(10 * 300ms);
+
+    ASSERT_TRUE(late);
+    EXPECT_THAT(system.plans, SizeIs(13));
 }
 
 TEST_F(AccessibilityTreeTest, doesNotWaitForAChromiumThatItManagesAlready)

@@ -169,6 +169,12 @@ TEST_F(TreeWalkTest, dropsAContainerOfBlanksButWalksItsChildren)
     EXPECT_THAT(titlesOf(walk({group})), ElementsAre("inside"));
 }
 
+TEST_F(TreeWalkTest, takesEveryKindOfBlankForNothing)
+{
+    EXPECT_THAT(walk({FakeElement{.title = "\n\t", .description = "\u00a0\u2028", .value = "\u3000"}}),
+                IsEmpty());
+}
+
 TEST_F(TreeWalkTest, keepsAContainerWithAnAction)
 {
     EXPECT_EQ(only({.actions = {"AXPress"}}).role, "AXGroup");
@@ -187,6 +193,37 @@ INSTANTIATE_TEST_SUITE_P(
     All,
     ContainerRole,
     testing::Values("AXGroup", "AXLayoutArea", "AXLayoutItem", "AXSplitGroup", "AXUnknown"));
+
+/// Roles of neither set.
+class PlainRole : public TreeWalkTest, public testing::WithParamInterface<char const*> {};
+
+TEST_P(PlainRole, isKeptWithNothingToSayButNotAmongInteractiveOnes)
+{
+    EXPECT_EQ(only({.role = GetParam()}).role, GetParam());
+    interactiveOnly = true;
+    EXPECT_THAT(walk({FakeElement{.role = GetParam(), .title = "t", .actions = {"AXPress"}}}), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(All,
+                         PlainRole,
+                         testing::Values("AXWindow",
+                                         "AXMenu",
+                                         "AXStaticText",
+                                         "AXHeading",
+                                         "AXImage",
+                                         "AXWebArea",
+                                         "AXScrollArea",
+                                         "AXScrollBar",
+                                         "AXToolbar",
+                                         "AXList",
+                                         "AXRow",
+                                         "AXTable",
+                                         "AXOutline",
+                                         "AXCell",
+                                         "AXTabGroup",
+                                         "AXSplitter",
+                                         "AXProgressIndicator",
+                                         "AXApplication"));
 
 class InteractiveRole : public TreeWalkTest, public testing::WithParamInterface<char const*> {};
 
@@ -235,6 +272,7 @@ TEST_F(TreeWalkTest, dropsAnElementOfNoWidthAndKeepsItsChildren)
     FakeElement flat{.role = "AXButton", .title = "flat", .size = DesktopSize{0, 10}};
     flat.children = {button("inside")};
     EXPECT_THAT(titlesOf(walk({flat})), ElementsAre("inside"));
+    EXPECT_EQ(system.asked(Attribute::title, "flat"), 0u); // Nothing more than its place.
 }
 
 TEST_F(TreeWalkTest, dropsElementsWithoutAVisibleExtent)
@@ -260,6 +298,15 @@ TEST_F(TreeWalkTest, cutsAValueToItsFirstCharacters)
         letters += "é"; // Two bytes each.
     auto const value = only({.role = "AXTextArea", .value = letters}).value;
     EXPECT_EQ(value, letters.substr(0, 400));
+}
+
+TEST_F(TreeWalkTest, countsCharactersAsAPersonSeesThem)
+{
+    std::string const flag = "\U0001F1E9\U0001F1EA"; // One character of two code points.
+    std::string flags;
+    for (int i = 0; i < 300; ++i)
+        flags += flag;
+    EXPECT_EQ(only({.role = "AXTextArea", .value = flags}).value, flags.substr(0, 200 * flag.size()));
 }
 
 TEST_F(TreeWalkTest, leavesAValueOfTheLongestLengthAsItIs)
