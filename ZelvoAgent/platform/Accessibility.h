@@ -85,8 +85,8 @@ public:
     virtual std::optional<AccessibilityElement> elementAt(DesktopPoint point) = 0;
     /// The process that an element belongs to.
     virtual std::optional<std::int32_t> processOf(AccessibilityElement element) = 0;
-    /// Has the application been silent for the messaging time-out since the plan, or until its deadline? Then
-    /// something of it may be missing.
+    /// Has the application, or a process inside it, been silent for the messaging time-out since the plan, or
+    /// until its deadline? Or was a question too late to be asked? Then something of it may be missing.
     virtual bool hasFallenSilent() const = 0;
 
     /// False when the application refuses or does not answer.

@@ -133,6 +133,23 @@ TEST(AtspiPatience, comesBackInTimeFromOneThatAnswersAtTheLastMoment)
     EXPECT_LT(seen.took, 2600ms);
 }
 
+TEST(AtspiPatience, saysThatSomethingIsMissingWhenItWasTooLateToAsk)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow(buttons(1));
+    auto const reader = desk.reader(application);
+    auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
+    ASSERT_TRUE(windows);
+    reader->plan({.maxDepth = 25, .deadline = desk.clock->now() + 10s});
+    ASSERT_FALSE(reader->hasFallenSilent());
+
+    reader->plan({.maxDepth = 25, .deadline = desk.clock->now()});
+
+    // Not even an element that is the last of a walk looks as if it held nothing.
+    EXPECT_EQ(reader->elements(windows->front(), AccessibilityAttribute::children), std::nullopt);
+    EXPECT_TRUE(reader->hasFallenSilent());
+}
+
 TEST(AtspiPatience, doesNotWaitForAnApplicationThatHasEnded)
 {
     AtspiDesk desk;
@@ -159,12 +176,13 @@ TEST(AtspiPatience, isNotHeldUpByAFrozenProcessInside)
     auto const application = desk.serveWindow(children);
     ::kill(other.pid, SIGSTOP);
 
-    Walk const seen =
-        desk.walk(*desk.reader(application), {.allowsProcess = [](std::int32_t) { return true; }});
+    auto const reader = desk.reader(application);
+    Walk const seen = desk.walk(*reader, {.allowsProcess = [](std::int32_t) { return true; }});
 
     EXPECT_THAT(seen.elements, SizeIs(201));
     EXPECT_FALSE(seen.isTruncated);
     EXPECT_LT(seen.took, 1500ms);
+    EXPECT_TRUE(reader->hasFallenSilent()); // For all that is known, there is more in it.
     ::kill(other.pid, SIGCONT);
 }
 

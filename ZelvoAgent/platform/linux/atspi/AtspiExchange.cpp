@@ -39,6 +39,7 @@ AtspiExchange::PeerId AtspiExchange::addPeer(std::string name, AtspiLink& link)
 
 void AtspiExchange::trustAgain()
 {
+    missesAnswers = false;
     for (auto const& peer : peers)
         peer->isSilent = false;
 }
@@ -116,6 +117,7 @@ void AtspiExchange::await(PeerId id, std::function<bool()> const& isDone)
         Duration const left = endOfPatience(peer) - steady_clock::now();
         if (left <= 0s) {
             peer.isSilent = true;
+            missesAnswers = true;
             givingUp = true;
             dropCalls(peer);
             givingUp = false;

@@ -39,6 +39,9 @@ public:
     /// Has it been given up since the last `trustAgain`?
     bool isSilent(PeerId peer) const { return peers[peer]->isSilent; }
     void trustAgain();
+    /// Has any peer been given up since then, or a question not been asked as the time was over?
+    bool isMissingAnswers() const { return missesAnswers; }
+    void noteUnasked() { missesAnswers = true; }
     /// Lets go of all calls in flight, which are not answered any more.
     void cancelAll();
     /// Is a peer being given up, so that what is answered with nothing was merely not waited for any longer?
@@ -85,6 +88,7 @@ private:
     std::vector<std::unique_ptr<AtspiLink>> links;
     std::vector<std::unique_ptr<Peer>> peers; // Gone before the links are.
     bool givingUp = false;
+    bool missesAnswers = false;
     std::uint64_t sent = 0;
 };
 

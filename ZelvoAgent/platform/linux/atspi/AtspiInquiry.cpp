@@ -148,8 +148,10 @@ void AtspiInquiry::ask(Index index, AtspiQuestion question)
 void AtspiInquiry::ensure(Index index, AtspiQuestion question)
 {
     AtspiNode const& node = nodes[index];
-    if (node.isAnswered(question) || exchange.isOver())
+    if (node.isAnswered(question))
         return;
+    if (exchange.isOver())
+        return exchange.noteUnasked();
     awaited = {index, question};
     ask(index, question);
     auto const isDone = [&] { return node.isAnswered(question); };

@@ -40,7 +40,7 @@ public:
     std::vector<std::string> actionNames(AccessibilityElement element) override;
     std::optional<AccessibilityElement> elementAt(DesktopPoint point) override;
     std::optional<std::int32_t> processOf(AccessibilityElement element) override;
-    bool hasFallenSilent() const override { return inquiry && exchange.isSilent(found.peer); }
+    bool hasFallenSilent() const override { return inquiry && exchange.isMissingAnswers(); }
     bool setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value) override;
 
 private:
