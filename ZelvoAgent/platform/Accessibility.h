@@ -56,7 +56,7 @@ struct AccessibilityPlan {
 /// Reads the elements of one application, in the order in which it is asked. What cannot be read, and what
 /// the application does not answer within the messaging time-out, is nothing. An element that has gone stays
 /// a valid handle that answers nothing. Lengths, numbers and shapes are the application's word and are
-/// bounded: a text to its first 64 KiB of valid UTF-8, a list of children to its first 10,000.
+/// bounded: a text to 64 KiB of valid UTF-8, all texts to 8 MiB, a list of children to its first 10,000.
 /// Thread: one; blocks.
 /// Made by: platform/linux/atspi/AtspiReader, tests/fakes/FakeAccessibilityReader.
 class AccessibilityReader {
@@ -86,7 +86,7 @@ public:
     /// The process that an element belongs to.
     virtual std::optional<std::int32_t> processOf(AccessibilityElement element) = 0;
     /// Has the application, or a process inside it, been silent for the messaging time-out since the plan, or
-    /// until its deadline? Or was a question too late to be asked? Then something of it may be missing.
+    /// until its deadline? Was a question too late, or the text too much? Then something may be missing.
     virtual bool hasFallenSilent() const = 0;
 
     /// False when the application refuses or does not answer.

@@ -357,6 +357,28 @@ TEST(AtspiReader, boundsTexts)
     EXPECT_EQ(seen.elements[3].value, std::string(1000, 'x'));
 }
 
+TEST(AtspiReader, boundsAllTextsTogether)
+{
+    AtspiDesk desk;
+    std::string const huge(64u << 10, 'x');
+    auto const application =
+        desk.serveWindow({{{"role", 43}, {"name", huge}, {"repeat", 200}}, {{"role", 43}, {"name", "last"}}});
+    auto const reader = desk.reader(application, 5s);
+
+    Walk const seen = desk.walk(*reader, {.budget = 20s});
+
+    ASSERT_THAT(seen.elements, SizeIs(202));
+    std::size_t told = 0;
+    for (WalkedElement const& one : seen.elements)
+        told += one.title.value_or("").size();
+    EXPECT_GT(told, 7u << 20);
+    EXPECT_LE(told, 8u << 20);
+    EXPECT_EQ(seen.elements[1].title, huge);
+    EXPECT_EQ(seen.elements.back().title, "last");
+    EXPECT_TRUE(reader->hasFallenSilent());
+    EXPECT_FALSE(seen.isTruncated);
+}
+
 TEST(AtspiReader, meetsEachElementOnce)
 {
     AtspiDesk desk;

@@ -39,9 +39,9 @@ public:
     /// Has it been given up since the last `trustAgain`?
     bool isSilent(PeerId peer) const { return peers[peer]->isSilent; }
     void trustAgain();
-    /// Has any peer been given up since then, or a question not been asked as the time was over?
+    /// Has any peer been given up since then, or something else not been told that was there?
     bool isMissingAnswers() const { return missesAnswers; }
-    void noteUnasked() { missesAnswers = true; }
+    void noteMissing() { missesAnswers = true; }
     /// Lets go of all calls in flight, which are not answered any more.
     void cancelAll();
     /// Is a peer being given up, so that what is answered with nothing was merely not waited for any longer?

@@ -122,6 +122,7 @@ void AtspiInquiry::startAnew()
     exchange.cancelAll();
     nodes.forgetAnswers();
     waiting.clear();
+    textKept = 0;
     for (auto& [name, side] : sides)
         if (!toolkits.contains(side.peer)) {
             side.isAllowed.reset();
@@ -151,7 +152,7 @@ void AtspiInquiry::ensure(Index index, AtspiQuestion question)
     if (node.isAnswered(question))
         return;
     if (exchange.isOver())
-        return exchange.noteUnasked();
+        return exchange.noteMissing();
     awaited = {index, question};
     ask(index, question);
     auto const isDone = [&] { return node.isAnswered(question); };
@@ -187,11 +188,24 @@ void AtspiInquiry::send(Index index, AtspiQuestion question)
             return;
         if (!reply)
             return leave(index, question);
+        std::size_t const before = asked.textSize();
         asked.take(question, reply);
+        boundText(asked, before);
         if (toolkitOf(asked.peer).isGtk4)
             correctGtk4Answer(asked, question);
         onAnswered(index, question);
     });
+}
+
+void AtspiInquiry::boundText(AtspiNode& node, std::size_t before)
+{
+    std::size_t const now = node.textSize();
+    textKept = textKept + now - before;
+    if (textKept <= mostText)
+        return;
+    textKept -= now;
+    node.forgetTexts();
+    exchange.noteMissing();
 }
 
 void AtspiInquiry::askText(Index index)

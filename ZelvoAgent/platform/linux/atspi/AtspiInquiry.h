@@ -34,6 +34,7 @@ public:
     static constexpr std::int32_t firstOfMany = 500;
     static constexpr std::size_t mostSides = 64;
     static constexpr std::int32_t longestText = 1'000; ///< characters
+    static constexpr std::size_t mostText = 8u << 20;  ///< bytes, of all elements together
 
     /// Both must outlive it. bus: the link to the accessibility bus
     AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon);
@@ -93,6 +94,8 @@ private:
     void askOneByOne(Index index, std::int32_t count);
     void continueListing(Index index, std::shared_ptr<Listing> const& listing);
     void askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at);
+    /// Lets go of an element's texts when they are too much. before: how much of them there was
+    void boundText(AtspiNode& node, std::size_t before);
     void askText(Index index);
     void askActions(Index index);
     void takeActions(Index index, std::vector<atspi::Action> actions);
@@ -115,6 +118,7 @@ private:
     AtspiLink& bus;
     PeerId daemon;
     std::int32_t ownPid = 0;
+    std::size_t textKept = 0; ///< bytes
     std::optional<std::pair<Index, AtspiQuestion>> awaited;
     std::map<std::string, Side> sides; // by bus name
     std::map<PeerId, AtspiToolkit> toolkits;

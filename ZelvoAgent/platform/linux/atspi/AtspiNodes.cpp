@@ -81,6 +81,20 @@ void AtspiNode::forget()
     *this = std::move(blank);
 }
 
+std::size_t AtspiNode::textSize() const
+{
+    std::size_t sum = 0;
+    for (auto const* each : {&name, &description, &identifier, &text})
+        sum += *each ? (*each)->size() : 0;
+    return sum;
+}
+
+void AtspiNode::forgetTexts()
+{
+    for (auto* each : {&name, &description, &identifier, &text})
+        each->reset();
+}
+
 std::optional<AtspiNodes::Index> AtspiNodes::find(AtspiExchange::PeerId peer, std::string const& path)
 {
     if (byPath.size() <= peer)

@@ -69,6 +69,9 @@ struct AtspiNode {
     void take(AtspiQuestion question, sd_bus_message* reply);
     /// Back to knowing nothing but where it is.
     void forget();
+    /// Bytes of its texts.
+    std::size_t textSize() const;
+    void forgetTexts();
 };
 
 /// The elements of one reader, each once. An index is good for ever.
