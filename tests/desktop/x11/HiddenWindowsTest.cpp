@@ -171,7 +171,9 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
                  .color = 0x8000ffff,
                  .argb = true,
                  .overrideRedirect = true});
-    std::this_thread::sleep_for(300ms); // Fades in where there is a compositing manager.
+    // It fades in where there is a compositing manager.
+    require("the first of it", [&] { return colorAt(stage.onTheScreen(), 1250, 450) != 0x336699; });
+    stage.settledScreen();
     // One that begins hidden and stays so, for both pictures are to be put together.
     secret.open({.x = 1800, .y = 20, .width = 20, .height = 20, .color = planted, .overrideRedirect = true});
     Picture const before = stage.take({"secret"});
