@@ -63,7 +63,7 @@ std::vector<std::string> TreeStage::commandFor(TreeKind kind, int count)
     auto const page = desktop.home() / ("links-" + std::to_string(count) + ".html");
     writePage(page, count);
     return test::chromiumCommand(desktop.home() / ("chromium-" + std::to_string(count)),
-                                 {"file://" + page.string()});
+                                 {"--window-size=945,1060", "file://" + page.string()});
 }
 
 std::int32_t TreeStage::show(TreeKind kind, int count)

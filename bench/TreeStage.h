@@ -39,7 +39,7 @@ private:
     std::vector<std::string> commandFor(TreeKind kind, int count);
     void awaitElements(TreeKind kind, std::int32_t pid, int count);
 
-    test::PrivateDesktop desktop{{.width = 1920, .height = 1080, .accessibility = true}};
+    test::PrivateDesktop desktop{{.width = 1920, .height = 4800, .accessibility = true}}; // All buttons fit.
     test::LiveContexts live;
     std::unique_ptr<LinuxClock> clock;
     std::unique_ptr<BusConnection> session;
