@@ -222,9 +222,14 @@ TEST(AtspiReader, givesActionsTheirNamesAndNotTheirTranslations)
         {{{"role", 88}, {"actions", {"jump", "showContextMenu"}}, {"translated", {"", ""}}},
          {{"role", 85}, {"actions", {"doDefault", "showContextMenu"}}, {"translated", {"", ""}}}},
         {{"toolkit", "Chromium"}});
+    // LibreOffice translates none, but means them all.
+    auto const office = desk.serveWindow(
+        {{{"role", 48}, {"actions", {"decrementLine", "incrementLine"}}, {"translated", {"", ""}}}},
+        {{"toolkit", "gtk"}});
 
     Walk const seen = desk.walk(*desk.reader(gtk));
     Walk const page = desk.walk(*desk.reader(chromium));
+    Walk const bar = desk.walk(*desk.reader(office));
 
     ASSERT_THAT(seen.elements, SizeIs(4));
     for (WalkedElement const& one : seen.elements)
@@ -233,6 +238,8 @@ TEST(AtspiReader, givesActionsTheirNamesAndNotTheirTranslations)
     ASSERT_THAT(page.elements, SizeIs(3));
     EXPECT_THAT(page.elements[1].actions, ElementsAre("AXPress"));
     EXPECT_THAT(page.elements[2].actions, IsEmpty());
+    ASSERT_THAT(bar.elements, SizeIs(2));
+    EXPECT_THAT(bar.elements[1].actions, ElementsAre("decrementLine", "incrementLine"));
 }
 
 TEST(AtspiReader, learnsTheNameOfAnActionOnce)
@@ -280,6 +287,25 @@ TEST(AtspiReader, asksQtForNoMoreTextThanThereIs)
     ASSERT_THAT(seen.elements, SizeIs(3));
     EXPECT_EQ(seen.elements[1].value, "several lines");
     EXPECT_EQ(seen.elements[2].value, "");
+}
+
+TEST(AtspiReader, asksForNoMoreOfAParagraphThanThereIs)
+{
+    AtspiDesk desk;
+    auto const application = desk.serveWindow({{{"role", 73},
+                                                {"editable", true},
+                                                {"text", "Dear reader,"},
+                                                {"states", {7, 8, 17, 25, 30}},
+                                                {"repeat", 2}},
+                                               {{"role", 61}, {"editable", true}, {"text", "field"}}},
+                                              {{"toolkit", "gtk"}});
+
+    Walk const seen = desk.walk(*desk.reader(application));
+
+    ASSERT_THAT(seen.elements, SizeIs(4));
+    EXPECT_EQ(seen.elements[1].value, "Dear reader,");
+    EXPECT_EQ(seen.elements[2].value, "Dear reader,");
+    EXPECT_EQ(seen.elements[3].value, "field");
 }
 
 TEST(AtspiReader, asksForAttributesOnlyWhereTheWebTreeExists)

@@ -236,8 +236,8 @@ bool ScriptedApplication::reply(std::size_t index,
         std::int32_t start = 0;
         std::int32_t end = 0;
         sd_bus_message_read(call, "ii", &start, &end);
-        // As Qt does.
-        if (manners.toolkit == "Qt" && end > static_cast<std::int32_t>(node.text.size()))
+        // As Qt does, and LibreOffice of a paragraph.
+        if ((manners.toolkit == "Qt" || node.role == 73) && end > static_cast<std::int32_t>(node.text.size()))
             end = start;
         auto const length = end < 0 ? std::string::npos : static_cast<std::size_t>(end - start);
         sd_bus_message_append(reply, "s", node.text.substr(0, length).c_str());

@@ -93,7 +93,9 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
             .givesAttributes = isChromium,
             .hidesWhatIsOutOfView = isChromium || name == "gtk",
             .translatesActions = isChromium || name == "gtk" || name == "GTK",
+            .hasActionsOfAll = isChromium,
             .isStrictAboutText = name == "Qt",
+            .mayHoldOffice = name == "gtk",
             .isGtk4 = name == "GTK",
             .listsSlowly = name == "gtk"};
 }
@@ -208,9 +210,19 @@ void AtspiInquiry::boundText(AtspiNode& node, std::size_t before)
     exchange.noteMissing();
 }
 
+bool AtspiInquiry::isStrictAboutText(Index index) const
+{
+    AtspiToolkit const toolkit = toolkitOf(nodes[index].peer);
+    std::string_view const ax = nodes.axRole(index).role;
+    // What can be edited and is no field of the toolkit's: a paragraph, for instance.
+    bool const isOffices =
+        toolkit.mayHoldOffice && ax != "AXTextField" && ax != "AXTextArea" && ax != "AXComboBox";
+    return toolkit.isStrictAboutText || isOffices;
+}
+
 void AtspiInquiry::askText(Index index)
 {
-    if (!toolkitOf(nodes[index].peer).isStrictAboutText)
+    if (!isStrictAboutText(index))
         return send(index, AtspiQuestion::text);
     AtspiNode& node = nodes[index];
     node.set(AtspiQuestion::textLength, AtspiNode::Progress::asked);
@@ -241,11 +253,11 @@ void AtspiInquiry::takeActions(Index index, std::vector<atspi::Action> actions)
     auto const naming = std::make_shared<Naming>();
     for (atspi::Action const& action : actions)
         naming->names.push_back(action.name);
-    if (!toolkitOf(nodes[index].peer).translatesActions)
+    AtspiToolkit const toolkit = toolkitOf(nodes[index].peer);
+    if (!toolkit.translatesActions)
         return finishActions(index, naming->names);
-    // Chromium translates none and has several for everything; the first is what the element is for.
     atspi::Action const untold;
-    if (!actions.empty() && actions.front() == untold) {
+    if (toolkit.hasActionsOfAll && !actions.empty() && actions.front() == untold) {
         actions.resize(1);
         naming->names.resize(1);
     }

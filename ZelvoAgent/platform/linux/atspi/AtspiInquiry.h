@@ -16,7 +16,9 @@ struct AtspiToolkit {
     bool givesAttributes = false;      ///< identifiers are attributes
     bool hidesWhatIsOutOfView = false; ///< calls it not showing
     bool translatesActions = false;    ///< GetActions gives names in the desktop's language, or none
+    bool hasActionsOfAll = false;      ///< after an element's own come those that every element has
     bool isStrictAboutText = false;    ///< gives no text when asked for more than there is
+    bool mayHoldOffice = false;        ///< LibreOffice draws elements of its own into it
     bool isGtk4 = false;               ///< its answers want correcting
     bool listsSlowly = false;          ///< GTK 3: a list of children takes it the square of their number
 };
@@ -96,6 +98,7 @@ private:
     void askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at);
     /// Lets go of an element's texts when they are too much. before: how much of them there was
     void boundText(AtspiNode& node, std::size_t before);
+    bool isStrictAboutText(Index index) const;
     void askText(Index index);
     void askActions(Index index);
     void takeActions(Index index, std::vector<atspi::Action> actions);
