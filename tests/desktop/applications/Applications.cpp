@@ -2,6 +2,8 @@
 
 #include "desktop/harness/Chromium.h"
 
+#include <fstream>
+
 namespace zelvo::test {
 
 namespace {
@@ -14,6 +16,14 @@ std::string file(std::string const& name)
 std::vector<std::string> python(std::string const& script)
 {
     return {"/usr/bin/python3", file(script)};
+}
+
+std::string readElementsBy(PrivateDesktop& desktop, pid_t pid, std::string const& option)
+{
+    std::vector<std::string> command = python("read_elements.py");
+    command.push_back(std::to_string(pid));
+    command.push_back(option);
+    return desktop.run(command, 60);
 }
 
 } // namespace
@@ -54,13 +64,29 @@ std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std
     return chromiumCommand(desktop.home() / "chromium", arguments);
 }
 
+TestApplication writer(PrivateDesktop const& desktop, std::filesystem::path const& document)
+{
+    auto const profile = desktop.home() / "office";
+    std::filesystem::create_directories(profile / "user");
+    std::ofstream(profile / "user" / "registrymodifications.xcu") << R"(<?xml version="1.0" encoding="UTF-8"?>
+<oor:items xmlns:oor="http://openoffice.org/2001/registry">
+<item oor:path="/org.openoffice.Office.Common/Misc">
+<prop oor:name="ShowTipOfTheDay" oor:op="fuse"><value>false</value></prop></item>
+</oor:items>
+)";
+    return {{"env", "SAL_USE_VCLPLUGIN=gtk3", "soffice", "-env:UserInstallation=file://" + profile.string(),
+             "--writer", "--norestore", "--nologo", "--nofirststartwizard", document.string()},
+            {.title = document.filename().string()}};
+}
+
 std::string readElements(PrivateDesktop& desktop, pid_t pid, bool wakes)
 {
-    std::vector<std::string> command = python("read_elements.py");
-    command.push_back(std::to_string(pid));
-    if (wakes)
-        command.emplace_back("--wake");
-    return desktop.run(command, 60);
+    return readElementsBy(desktop, pid, wakes ? "--wake" : "");
+}
+
+std::string readShownElements(PrivateDesktop& desktop, pid_t pid)
+{
+    return readElementsBy(desktop, pid, "--shown");
 }
 
 } // namespace zelvo::test

@@ -2,6 +2,7 @@
 
 #include "desktop/harness/PrivateDesktop.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,14 @@ TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit);
 /// Chromium with a page, its profile in the desktop's home.
 std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std::string> arguments);
 
+/// LibreOffice Writer with a document, its profile in the desktop's home, without what it shows at a first
+/// start. The window belongs to another process than the one that is started.
+TestApplication writer(PrivateDesktop const& desktop, std::filesystem::path const& document);
+
 /// What another reader than ours reads of an application, an element a line, see read_elements.py.
 /// wakes: makes Chromium build the elements of its pages first
 std::string readElements(PrivateDesktop& desktop, pid_t pid, bool wakes = false);
+/// The same of those that are showing, which is faster by the length of all closed menus.
+std::string readShownElements(PrivateDesktop& desktop, pid_t pid);
 
 } // namespace zelvo::test

@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 """Reads the elements of a process one call at a time with pyatspi, for tests to compare others with.
 
-Usage: read_elements.py PID [--wake]. Prints one JSON object a line, an element before its children. With --wake the
-top-level elements are asked for their attributes first, which makes Chromium build the elements of its pages.
+Usage: read_elements.py PID [--wake] [--shown]. Prints one JSON object a line, an element before its children. With
+--wake the top-level elements are asked for their attributes first, which makes Chromium build the elements of its
+pages. With --shown elements that are not showing are left out, and what is below them.
 """
 import json
 import sys
@@ -72,7 +73,7 @@ def describe(element, depth):
 
 def walk(element, depth=0):
     line = attempt(lambda: describe(element, depth))
-    if line is None or depth > 60:
+    if line is None or depth > 60 or (depth > 0 and "--shown" in sys.argv and "showing" not in line["states"]):
         return
     print(json.dumps(line))
     for i in range(line["children"]):
