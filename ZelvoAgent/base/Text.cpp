@@ -66,6 +66,19 @@ bool isTrimmed(UChar32 c)
     return u_isUWhiteSpace(c) || u_isspace(c);
 }
 
+UChar32 firstCodePoint(std::string_view character)
+{
+    return unicode(character).char32At(0);
+}
+
+/// Is its first code point upper case?
+bool isUppercase(std::string_view character)
+{
+    if (isAscii(character))
+        return character.front() >= 'A' && character.front() <= 'Z';
+    return u_hasBinaryProperty(firstCodePoint(character), UCHAR_UPPERCASE);
+}
+
 } // namespace
 
 std::size_t characterCount(std::string_view text)
@@ -153,6 +166,42 @@ std::string capitalized(std::string_view text)
 {
     std::string const first = prefix(text, 1);
     return uppercased(first) + std::string(text.substr(first.size()));
+}
+
+std::string camelCaseSplit(std::string_view text)
+{
+    Characters characters(text);
+    std::string split;
+    bool mayFollow = false; // Is there a character before that is neither upper case nor white space?
+    std::size_t start = 0;
+    for (int32_t next = characters.next(); next >= 0; next = characters.next()) {
+        auto const end = static_cast<std::size_t>(next);
+        std::string_view const character = text.substr(start, end - start);
+        bool const isUpper = isUppercase(character);
+        if (isUpper && mayFollow)
+            split += ' ';
+        split += character;
+        mayFollow = !isUpper && !isTrimmed(firstCodePoint(character));
+        start = end;
+    }
+    return split;
+}
+
+std::string wordsOnly(std::string_view text)
+{
+    icu::UnicodeString const all = unicode(text);
+    icu::UnicodeString words;
+    bool inGap = false;
+    for (int32_t at = 0; at < all.length(); at = all.moveIndex32(at, 1)) {
+        UChar32 const c = all.char32At(at);
+        bool const isKept = (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
+        if (isKept)
+            words.append(c);
+        else if (!inGap)
+            words.append(UChar32{' '});
+        inGap = !isKept;
+    }
+    return utf8(words);
 }
 
 bool equalIgnoringCase(std::string_view left, std::string_view right)

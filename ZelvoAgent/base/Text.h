@@ -23,6 +23,11 @@ std::string lowercased(std::string_view text);
 std::string uppercased(std::string_view text);
 /// The first character in upper case, the rest as it is.
 std::string capitalized(std::string_view text);
+/// With a blank before each upper-case character that stands after neither white space nor another such one:
+/// "send Message" for "sendMessage".
+std::string camelCaseSplit(std::string_view text);
+/// With one blank in the place of each run of code points that are neither letters nor numbers.
+std::string wordsOnly(std::string_view text);
 bool equalIgnoringCase(std::string_view left, std::string_view right);
 
 bool isUtf8(std::string_view bytes);

@@ -1,0 +1,145 @@
+#include "confirm/DangerousShortcuts.h"
+
+#include "base/LocalizedTexts.h"
+#include "base/Text.h"
+#include "confirm/MachineShortcuts.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace zelvo::DangerousShortcuts {
+
+namespace {
+
+constexpr auto modifiers = std::to_array<std::string_view>({"cmd", "ctrl", "alt", "shift"});
+
+constexpr auto synonyms = std::to_array<std::pair<std::string_view, std::string_view>>({
+    {"enter", "return"},
+    {"esc", "escape"},
+    {"backspace", "delete"},
+    {"del", "delete"},
+    {"option", "alt"},
+    {"opt", "alt"},
+    {"command", "cmd"},
+    {"control", "ctrl"},
+    {"meta", "cmd"},
+    {"space", "space"},
+    {"spacebar", "space"},
+});
+
+constexpr auto mailPrograms = std::to_array<std::string_view>({"com.apple.mail"});
+
+constexpr auto messengers = std::to_array<std::string_view>({
+    "com.apple.MobileSMS",
+    "com.tinyspeck.slackmacgap",
+    "ru.keepcoder.Telegram",
+    "com.telegram.desktop",
+    "com.hnc.Discord",
+    "net.whatsapp.WhatsApp",
+    "com.microsoft.teams2",
+    "com.apple.iChat",
+});
+
+using Apps = std::span<std::string_view const>;
+
+struct Entry {
+    std::string_view combination;
+    std::string_view meaningKey;
+    Apps apps;                       ///< bundle identifiers
+    Apps (*machineApps)() = nullptr; ///< further ones
+    bool isBound() const { return machineApps || !apps.empty(); }
+};
+
+constexpr auto entries = std::to_array<Entry>({
+    {"cmd+shift+d", "shortcut.sendMail", mailPrograms, MachineShortcuts::mailPrograms},
+    {"cmd+return", "shortcut.send", {}},
+    {"return", "shortcut.sendMessage", messengers, MachineShortcuts::messengers},
+    {"cmd+delete", "shortcut.moveToTrash", {}},
+    {"cmd+shift+delete", "shortcut.emptyTrash", {}},
+    {"cmd+s", "shortcut.save", {}},
+});
+
+std::vector<std::string> canonical(std::vector<std::string> const& keys)
+{
+    std::vector<std::string> names;
+    for (std::string const& key : keys) {
+        std::string name = text::lowercased(text::trimmed(key));
+        auto const* const synonym = std::ranges::find(synonyms, name, &decltype(synonyms)::value_type::first);
+        if (synonym != synonyms.end())
+            name = synonym->second;
+        if (!name.empty())
+            names.push_back(std::move(name));
+    }
+    return names;
+}
+
+std::string joined(std::vector<std::string> const& names)
+{
+    std::string combination;
+    auto const add = [&](std::string_view name) {
+        if (!combination.empty())
+            combination += '+';
+        combination += name;
+    };
+    for (std::string_view const modifier : modifiers)
+        if (std::ranges::find(names, modifier) != names.end())
+            add(modifier);
+    for (std::string const& name : names)
+        if (std::ranges::find(modifiers, name) == modifiers.end())
+            add(name);
+    return combination;
+}
+
+bool isOneOf(std::optional<std::string> const& app, Apps apps)
+{
+    return app && std::ranges::any_of(
+                      apps, [&](std::string_view each) { return text::equalIgnoringCase(each, *app); });
+}
+
+std::optional<std::string> lookUp(std::string_view combination, std::optional<std::string> const& app)
+{
+    for (Entry const& entry : entries)
+        if (entry.combination == combination && (!entry.isBound() || isOneOf(app, entry.apps) ||
+                                                 (entry.machineApps && isOneOf(app, entry.machineApps()))))
+            return localized(entry.meaningKey);
+    for (MachineShortcuts::Row const& row : MachineShortcuts::rows())
+        if (row.combination == combination && isOneOf(app, row.apps))
+            return localized(row.meaningKey);
+    return std::nullopt;
+}
+
+/// What a combination comes to, however it is spelt.
+std::string normalizedAsPressed(std::vector<std::string> const& keys)
+{
+    return joined(MachineShortcuts::pressed(canonical(keys)));
+}
+
+bool isActivating(std::string_view combination)
+{
+    return combination == "return" || combination == "space";
+}
+
+} // namespace
+
+std::string normalize(std::vector<std::string> const& keys)
+{
+    return joined(canonical(keys));
+}
+
+std::optional<std::string> meaning(std::vector<std::string> const& keys,
+                                   std::optional<std::string> const& app)
+{
+    if (auto asSent = lookUp(normalize(keys), app))
+        return asSent;
+    return lookUp(normalizedAsPressed(keys), app);
+}
+
+bool activatesFocusedControl(std::vector<std::string> const& keys)
+{
+    return isActivating(normalize(keys)) || isActivating(normalizedAsPressed(keys));
+}
+
+} // namespace zelvo::DangerousShortcuts

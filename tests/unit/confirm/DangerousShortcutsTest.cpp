@@ -1,0 +1,158 @@
+#include "confirm/DangerousShortcuts.h"
+
+#include "base/LocalizedTexts.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo {
+namespace {
+
+using DangerousShortcuts::activatesFocusedControl;
+using DangerousShortcuts::meaning;
+using DangerousShortcuts::normalize;
+
+using Keys = std::vector<std::string>;
+
+constexpr char const* anyApp = "org.example.any";
+
+TEST(DangerousShortcuts, haveOneSpelling)
+{
+    EXPECT_EQ(normalize({"Shift", "Command", "D"}), "cmd+shift+d");
+    EXPECT_EQ(normalize({"ENTER"}), "return");
+    EXPECT_EQ(normalize({"cmd", "backspace"}), "cmd+delete");
+    EXPECT_EQ(normalize({}), "");
+    EXPECT_EQ(normalize({" S ", "\tcmd\n"}), "cmd+s");
+}
+
+TEST(DangerousShortcuts, knowEverySynonym)
+{
+    std::vector<std::pair<char const*, char const*>> const synonyms = {
+        {"enter", "return"}, {"esc", "escape"},  {"backspace", "delete"}, {"del", "delete"},
+        {"option", "alt"},   {"opt", "alt"},     {"command", "cmd"},      {"control", "ctrl"},
+        {"meta", "cmd"},     {"space", "space"}, {"spacebar", "space"}};
+    for (auto const& [spelling, canonical] : synonyms)
+        EXPECT_EQ(normalize({spelling}), canonical);
+}
+
+TEST(DangerousShortcuts, nameAModifierOnceAndAKeyAsOftenAsItIsGiven)
+{
+    EXPECT_EQ(normalize({"cmd", "cmd", "s"}), "cmd+s");
+    EXPECT_EQ(normalize({"s", "s"}), "s+s");
+    EXPECT_EQ(normalize({"command", "meta", "s"}), "cmd+s");
+}
+
+TEST(DangerousShortcuts, putTheModifiersInOrder)
+{
+    EXPECT_EQ(normalize({"ctrl", "cmd", "alt", "shift", "x"}), "cmd+ctrl+alt+shift+x");
+    EXPECT_EQ(normalize({"x", "fn", "shift"}), "shift+x+fn");
+}
+
+TEST(DangerousShortcuts, meanNothingWithoutAKey)
+{
+    EXPECT_EQ(normalize({"  ", ""}), "");
+    EXPECT_EQ(meaning({"  ", ""}, anyApp), std::nullopt);
+    EXPECT_EQ(meaning({}, std::nullopt), std::nullopt);
+}
+
+TEST(DangerousShortcuts, saveInAnyApplication)
+{
+    EXPECT_EQ(meaning({"cmd", "s"}, std::nullopt), localized("shortcut.save"));
+    EXPECT_EQ(meaning({"cmd", "s"}, anyApp), localized("shortcut.save"));
+    EXPECT_EQ(meaning({"cmd", "shift", "s"}, anyApp), std::nullopt);
+}
+
+TEST(DangerousShortcuts, sendAMessageInAMessenger)
+{
+    for (char const* const app :
+         {"com.apple.MobileSMS", "com.tinyspeck.slackmacgap", "ru.keepcoder.Telegram", "com.telegram.desktop",
+          "com.hnc.Discord", "net.whatsapp.WhatsApp", "com.microsoft.teams2", "com.apple.iChat",
+          "COM.HNC.DISCORD", "org.telegram.desktop", "slack", "Signal-Desktop"})
+        EXPECT_EQ(meaning({"return"}, app), localized("shortcut.sendMessage")) << app;
+}
+
+TEST(DangerousShortcuts, activateTheFocusedControlElsewhere)
+{
+    EXPECT_EQ(meaning({"return"}, "com.apple.Safari"), std::nullopt);
+    EXPECT_EQ(meaning({"return"}, std::nullopt), std::nullopt);
+    EXPECT_TRUE(activatesFocusedControl({"return"}));
+}
+
+TEST(DangerousShortcuts, takeEnterForReturn)
+{
+    EXPECT_EQ(meaning({"enter"}, "com.hnc.Discord"), localized("shortcut.sendMessage"));
+    EXPECT_TRUE(activatesFocusedControl({"enter"}));
+    EXPECT_TRUE(activatesFocusedControl({"spacebar"}));
+    EXPECT_TRUE(activatesFocusedControl({"SPACE"}));
+}
+
+TEST(DangerousShortcuts, activateNothingWithAModifier)
+{
+    for (char const* const modifier : {"cmd", "ctrl", "alt", "shift"})
+        EXPECT_FALSE(activatesFocusedControl({modifier, "return"})) << modifier;
+    EXPECT_FALSE(activatesFocusedControl({"a"}));
+    EXPECT_FALSE(activatesFocusedControl({}));
+}
+
+TEST(DangerousShortcuts, sendMailOnlyInAMailProgram)
+{
+    Keys const keys = {"cmd", "shift", "d"};
+    EXPECT_EQ(meaning(keys, "com.apple.mail"), localized("shortcut.sendMail"));
+    EXPECT_EQ(meaning(keys, "org.mozilla.Thunderbird"), localized("shortcut.sendMail"));
+    EXPECT_EQ(meaning(keys, anyApp), std::nullopt);
+    EXPECT_EQ(meaning(keys, std::nullopt), std::nullopt);
+}
+
+TEST(DangerousShortcuts, emptyTheTrash)
+{
+    EXPECT_EQ(meaning({"cmd", "shift", "backspace"}, anyApp), localized("shortcut.emptyTrash"));
+    EXPECT_EQ(meaning({"shift", "cmd", "del"}, std::nullopt), localized("shortcut.emptyTrash"));
+}
+
+TEST(DangerousShortcuts, sendAndMoveToTheTrashAnywhere)
+{
+    EXPECT_EQ(meaning({"cmd", "return"}, anyApp), localized("shortcut.send"));
+    EXPECT_EQ(meaning({"cmd", "enter"}, std::nullopt), localized("shortcut.send"));
+    EXPECT_EQ(meaning({"cmd", "delete"}, anyApp), localized("shortcut.moveToTrash"));
+}
+
+// On this system "cmd" and "ctrl" are one key, "fn" is none, and of several keys only the last is pressed.
+
+TEST(DangerousShortcuts, areTheSameHoweverControlIsNamed)
+{
+    for (Keys const& keys : {Keys{"ctrl", "s"}, Keys{"control", "s"}, Keys{"ctrl", "cmd", "s"},
+                             Keys{"s", "ctrl"}, Keys{"CTRL", " S"}, Keys{"meta", "ctrl", "ctrl", "s"}})
+        EXPECT_EQ(meaning(keys, anyApp), localized("shortcut.save")) << normalize(keys);
+    EXPECT_EQ(meaning({"ctrl", "return"}, anyApp), localized("shortcut.send"));
+    EXPECT_EQ(meaning({"ctrl", "shift", "delete"}, anyApp), localized("shortcut.emptyTrash"));
+    EXPECT_EQ(meaning({"ctrl", "shift", "d"}, "thunderbird"), localized("shortcut.sendMail"));
+}
+
+TEST(DangerousShortcuts, areSeenThroughKeysThatArePressedByNobody)
+{
+    EXPECT_EQ(meaning({"cmd", "fn", "s"}, anyApp), localized("shortcut.save"));
+    EXPECT_EQ(meaning({"cmd", "x", "s"}, anyApp), localized("shortcut.save"));
+    EXPECT_EQ(meaning({"s", "cmd", "x"}, anyApp), std::nullopt);
+    EXPECT_EQ(meaning({"fn", "return"}, "discord"), localized("shortcut.sendMessage"));
+    EXPECT_TRUE(activatesFocusedControl({"fn", "return"}));
+    EXPECT_TRUE(activatesFocusedControl({"x", "space"}));
+    EXPECT_FALSE(activatesFocusedControl({"return", "x"}));
+    EXPECT_FALSE(activatesFocusedControl({"fn", "shift", "return"}));
+}
+
+TEST(DangerousShortcuts, areLookedUpAsSentFirst)
+{
+    EXPECT_EQ(meaning({"cmd", "alt", "s"}, anyApp), std::nullopt);
+    EXPECT_EQ(meaning({"alt", "shift", "ctrl", "return"}, anyApp), std::nullopt);
+}
+
+TEST(DangerousShortcuts, throwFilesAwayInAFileManager)
+{
+    EXPECT_EQ(meaning({"forwarddelete"}, "org.gnome.Nautilus"), localized("shortcut.moveToTrash"));
+    EXPECT_EQ(meaning({"shift", "ForwardDelete"}, "thunar"), localized("shortcut.deleteForGood"));
+    EXPECT_EQ(meaning({"forwarddelete"}, anyApp), std::nullopt);
+    EXPECT_EQ(meaning({"shift", "forwarddelete"}, std::nullopt), std::nullopt);
+    EXPECT_EQ(meaning({"fn", "x", "forwarddelete"}, "ORG.KDE.DOLPHIN"), localized("shortcut.moveToTrash"));
+}
+
+} // namespace
+} // namespace zelvo
