@@ -148,6 +148,28 @@ std::string keyName(std::vector<std::string> const& keys)
     return name;
 }
 
+std::string terminalNote(std::int64_t exitCode, std::int64_t durationMs, bool timedOut)
+{
+    std::string const end =
+        timedOut ? localized("activity.terminal.timedOut") : localized("activity.terminal.exit", {exitCode});
+    return end + localized("list.separator") + duration(durationMs);
+}
+
+std::string duration(std::int64_t ms)
+{
+    constexpr std::int64_t second = 1000;
+    constexpr std::int64_t minute = 60;
+    if (ms < second)
+        return localized("activity.duration.ms", {ms});
+    std::int64_t const seconds = ms / second + (ms % second >= second / 2 ? 1 : 0);
+    if (seconds < minute)
+        return localized("activity.duration.s", {seconds});
+    std::int64_t const minutes = seconds / minute;
+    if (seconds % minute != 0)
+        return localized("activity.duration.minS", {minutes, seconds % minute});
+    return localized("activity.duration.min", {minutes});
+}
+
 std::string availability(Availability from, Availability to)
 {
     switch (to) {

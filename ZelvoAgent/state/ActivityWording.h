@@ -3,6 +3,7 @@
 #include "drivers/InputAction.h"
 #include "wire/Availability.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,11 @@ Actions actions(std::vector<InputAction> const& list, std::optional<std::string>
 
 /// What happened to the machine when its availability changed.
 std::string availability(Availability from, Availability to);
+
+/// How a shell command ended and how long it took.
+std::string terminalNote(std::int64_t exitCode, std::int64_t durationMs, bool timedOut);
+/// "850 ms", "12 s", "1 min 30 s".
+std::string duration(std::int64_t ms);
 
 /// A chord in symbols, "⌘⇧K".
 std::string keyName(std::vector<std::string> const& keys);

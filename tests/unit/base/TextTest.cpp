@@ -118,6 +118,25 @@ TEST(Text, survivesIllFormedInputEverywhere)
     EXPECT_TRUE(text::isUtf8(text::lowercased(bad)));
 }
 
+TEST(Text, takesCamelCaseApart)
+{
+    EXPECT_EQ(text::camelCaseSplit("sendMessage"), "send Message");
+    EXPECT_EQ(text::camelCaseSplit("URLField"), "URLField");
+    EXPECT_EQ(text::camelCaseSplit("a1B c D"), "a1 B c D");
+    EXPECT_EQ(text::camelCaseSplit("a\u00a0B"), "a\u00a0B");
+    EXPECT_EQ(text::camelCaseSplit("письмоE\u0301tat"), "письмо E\u0301tat");
+    EXPECT_EQ(text::camelCaseSplit(""), "");
+}
+
+TEST(Text, keepsLettersAndNumbers)
+{
+    EXPECT_EQ(text::wordsOnly("a_b--c"), "a b c");
+    EXPECT_EQ(text::wordsOnly("!a 1!"), " a 1 ");
+    EXPECT_EQ(text::wordsOnly("e\u0301"), "e ");
+    EXPECT_EQ(text::wordsOnly("Ж½Ⅳ漢"), "Ж½Ⅳ漢");
+    EXPECT_EQ(text::wordsOnly(""), "");
+}
+
 } // namespace
 
 } // namespace zelvo

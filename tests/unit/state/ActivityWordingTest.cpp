@@ -228,5 +228,32 @@ TEST_F(ActivityWordingTest, wordsEveryChangeOfAvailability)
     EXPECT_EQ(ActivityWording::availability(ready, ready), localized("activity.mac.ready"));
 }
 
+TEST_F(ActivityWordingTest, wordsADuration)
+{
+    using ActivityWording::duration;
+    EXPECT_EQ(duration(0), localized("activity.duration.ms", {0}));
+    EXPECT_EQ(duration(999), localized("activity.duration.ms", {999}));
+    EXPECT_EQ(duration(1000), localized("activity.duration.s", {1}));
+    EXPECT_EQ(duration(1499), localized("activity.duration.s", {1}));
+    EXPECT_EQ(duration(1500), localized("activity.duration.s", {2}));
+    EXPECT_EQ(duration(59'499), localized("activity.duration.s", {59}));
+    EXPECT_EQ(duration(59'500), localized("activity.duration.min", {1}));
+    EXPECT_EQ(duration(90'000), localized("activity.duration.minS", {1, 30}));
+    EXPECT_EQ(duration(std::numeric_limits<std::int64_t>::max() / 1000 * 1000),
+              localized("activity.duration.minS", {153'722'867'280'912, 55}));
+    EXPECT_EQ(duration(-5), localized("activity.duration.ms", {-5}));
+}
+
+TEST_F(ActivityWordingTest, wordsTheEndOfACommand)
+{
+    using ActivityWording::duration;
+    using ActivityWording::terminalNote;
+    std::string const separator = localized("list.separator");
+    EXPECT_EQ(terminalNote(3, 1000, false),
+              localized("activity.terminal.exit", {3}) + separator + duration(1000));
+    EXPECT_EQ(terminalNote(15, 120'000, true),
+              localized("activity.terminal.timedOut") + separator + duration(120'000));
+}
+
 } // namespace
 } // namespace zelvo

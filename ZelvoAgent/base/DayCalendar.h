@@ -1,0 +1,28 @@
+#pragma once
+
+#include "base/Clock.h"
+
+#include <string>
+
+namespace zelvo {
+
+/// Days and times of day as the people of a time zone count them. Thread: any.
+class DayCalendar {
+public:
+    /// zone  an IANA name; empty: the machine's own, as it is at that moment
+    explicit DayCalendar(std::string zone = {}) : zone(std::move(zone)) {}
+
+    Date startOfDay(Date date) const;
+    /// The same time one day before.
+    Date dayBefore(Date date) const;
+    bool isSameDay(Date left, Date right) const { return startOfDay(left) == startOfDay(right); }
+    /// "November 21", always in English.
+    std::string monthAndDay(Date date) const;
+    /// "09:05".
+    std::string hourAndMinute(Date date) const;
+
+private:
+    std::string zone;
+};
+
+} // namespace zelvo
