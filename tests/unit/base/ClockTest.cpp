@@ -51,7 +51,7 @@ TEST_F(Sleeping, cancelledFailsWithOperationAborted)
         try {
             co_await clock.sleep(10s);
         } catch (boost::system::system_error const& error) {
-            happened.push_back(error.code() == asio::error::operation_aborted ? "aborted" : "other");
+            happened.emplace_back(error.code() == asio::error::operation_aborted ? "aborted" : "other");
         }
     });
     settle(io);

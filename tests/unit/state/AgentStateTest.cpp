@@ -691,7 +691,7 @@ TEST_F(AgentStateTest, mayEndWhileAnAgentWorks)
 TEST_F(AgentStateTest, assignsLiveAgentsOnlyWhenTheyDiffer)
 {
     int changes = 0;
-    state.changed.connect([&] { ++changes; });
+    boost::signals2::scoped_connection const watching = state.changed.connect([&] { ++changes; });
 
     state.setLiveAgents(someAgents());
     EXPECT_EQ(state.liveAgents(), someAgents());
@@ -808,7 +808,7 @@ TEST_F(AgentStateTest, doesNothingForTheSameLinkState)
 {
     retry("r");
     int changes = 0;
-    state.changed.connect([&] { ++changes; });
+    boost::signals2::scoped_connection const watching = state.changed.connect([&] { ++changes; });
 
     retry("r");
 
@@ -1013,7 +1013,7 @@ TEST_F(AgentStateTest, tellsWhoWatchesOfEveryChange)
 {
     state.startObserving();
     int changes = 0;
-    state.changed.connect([&] { ++changes; });
+    boost::signals2::scoped_connection const watching = state.changed.connect([&] { ++changes; });
     auto const changesBy = [&](std::function<void()> verb) {
         int const before = changes;
         verb();
