@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Geometry.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +17,8 @@ struct UiElementInfo {
         double w = 0;
         double h = 0;
         bool operator==(Frame const&) const = default;
+
+        DesktopPoint center() const { return {x + w * 0.5, y + h * 0.5}; }
     };
 
     std::string id;   ///< "e" and the place in its snapshot: "e0", "e1" and so on

@@ -62,7 +62,7 @@ Task<json::value> RpcRouter::handleActions(RpcFrame frame)
         return state.connection(frame.connectionId);
     });
     co_await members.recorder.agentActed(frame.connectionId, connection ? connection->platformName : "");
-    co_await performBatch(actions, expected);
+    co_await performBatch(actions, expected, connection);
     if (connection)
         co_await logActions(*connection, loggedAgentName(frame.agentName), actions);
     co_return json::object{{"ok", true}};
@@ -70,8 +70,11 @@ Task<json::value> RpcRouter::handleActions(RpcFrame frame)
 
 /// Everything is looked at again before each action, so that a pause, a lock or another application stops the
 /// batch in its middle.
-Task<> RpcRouter::performBatch(std::vector<InputAction> actions, std::string expected)
+Task<> RpcRouter::performBatch(std::vector<InputAction> actions,
+                               std::string expected,
+                               std::optional<GrantedConnection> connection)
 {
+    bool const asks = members.mode == AgentMode::connected && connection;
     for (std::size_t i = 0; i < actions.size(); ++i) {
         co_await on(contexts.main, [this] { state.assertReady(); });
         if (!members.permissions().accessibility)
@@ -79,6 +82,8 @@ Task<> RpcRouter::performBatch(std::vector<InputAction> actions, std::string exp
         if (!expected.empty() && !co_await isInFront(expected, i == 0 ? frontmostWait : Duration::zero()))
             throw co_await notFrontmost(expected, i);
         co_await checkHiddenApps(actions[i]);
+        if (asks)
+            co_await confirm(actions[i], *connection);
         co_await execute(actions[i]);
     }
 }
@@ -187,17 +192,8 @@ struct RpcRouter::Performer {
     {
         co_await router.clock.sleepThroughCancel(waitOf(action.ms));
     }
-    // There are no snapshots of the tree yet, so every snapshot's name is unknown.
-    Task<> operator()(InputAction::ClickElement)
-    {
-        throw AgentError::snapshotExpired;
-        co_return;
-    }
-    Task<> operator()(InputAction::SetValue)
-    {
-        throw AgentError::snapshotExpired;
-        co_return;
-    }
+    Task<> operator()(InputAction::ClickElement action) { co_await router.clickElement(std::move(action)); }
+    Task<> operator()(InputAction::SetValue action) { co_await router.setValue(std::move(action)); }
 };
 
 Task<> RpcRouter::execute(InputAction action)

@@ -82,7 +82,9 @@ private:
     // RouterActions.cpp
     Task<json::value> handleActions(RpcFrame frame);
     struct Performer;
-    Task<> performBatch(std::vector<InputAction> actions, std::string expected);
+    Task<> performBatch(std::vector<InputAction> actions,
+                        std::string expected,
+                        std::optional<GrantedConnection> connection);
     Task<bool> isInFront(std::string expected, Duration atMost);
     Task<DetailedAgentError> notFrontmost(std::string expected, std::optional<std::size_t> failedIndex);
     Task<> checkHiddenApps(InputAction action);
@@ -90,6 +92,20 @@ private:
     Task<> logActions(GrantedConnection connection,
                       std::optional<std::string> agentName,
                       std::vector<InputAction> actions);
+
+    // RouterConfirmations.cpp
+    Task<> confirm(InputAction action, GrantedConnection connection);
+    Task<> confirmClick(DesktopPoint at, GrantedConnection connection);
+    Task<> confirmKeys(std::vector<std::string> keys, GrantedConnection connection);
+    Task<> ask(ConfirmationSubject subject, GrantedConnection connection);
+
+    // RouterElements.cpp
+    UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
+    Task<> clickElement(InputAction::ClickElement action);
+    Task<> setValue(InputAction::SetValue action);
+    Task<> clickShown(DesktopPoint at);
+    Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
+    static bool sameElement(ProbedElement const& probed, UiElementInfo const& info);
 
     // RouterSystem.cpp
     Task<json::value> permissionsGet(RpcFrame frame);

@@ -2,27 +2,45 @@
 
 #include "confirm/ElementProbing.h"
 
+#include <optional>
 #include <vector>
 
 namespace zelvo {
 
-/// Sees what a test says, and keeps where it was asked to look.
+/// Sees the elements that a test sets, and the application in front that another probe sees.
 class FakeProbe final : public ElementProbing {
 public:
-    std::optional<ProbedElement> hit;
+    explicit FakeProbe(ElementProbing& desktop) : desktop(desktop) {}
+
+    std::optional<ProbedElement> hit; ///< at every point
     std::optional<ProbedElement> dialog;
-    std::optional<FrontmostAppInfo> front;
     std::optional<ProbedElement> focused;
     std::vector<DesktopPoint> points;
+    int dialogLooks = 0;
+    int focusLooks = 0;
 
     Task<std::optional<ProbedElement>> element(DesktopPoint at) override
     {
         points.push_back(at);
         co_return hit;
     }
-    Task<std::optional<ProbedElement>> frontmostDialog() override { co_return dialog; }
-    Task<std::optional<FrontmostAppInfo>> frontmostApp() override { co_return front; }
-    Task<std::optional<ProbedElement>> focusedElement() override { co_return focused; }
+    Task<std::optional<ProbedElement>> frontmostDialog() override
+    {
+        ++dialogLooks;
+        co_return dialog;
+    }
+    Task<std::optional<FrontmostAppInfo>> frontmostApp() override
+    {
+        co_return co_await desktop.frontmostApp();
+    }
+    Task<std::optional<ProbedElement>> focusedElement() override
+    {
+        ++focusLooks;
+        co_return focused;
+    }
+
+private:
+    ElementProbing& desktop;
 };
 
 } // namespace zelvo

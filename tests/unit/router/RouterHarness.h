@@ -4,6 +4,7 @@
 #include "drivers/InputDriver.h"
 #include "fakes/FakeConfirming.h"
 #include "fakes/FakePlatform.h"
+#include "fakes/FakeProbe.h"
 #include "fakes/FakeTree.h"
 #include "router/RpcRouter.h"
 
@@ -76,6 +77,7 @@ protected:
     ZelvoWindows ownWindows{platform.windowList, platform.machineFacts.pid};
     OwnUiGuard ownUi{ownWindows};
     ElementProbe probe{platform.contexts.workers, platform, hiddenApps};
+    FakeProbe fakeProbe{probe};
     FakeConfirming confirmations;
     RecordingRecorder recorder;
     RecordingCursor cursor;
@@ -96,7 +98,7 @@ protected:
             .tree = tree,
             .input = input,
             .hiddenGuard = hiddenGuard,
-            .probe = probe,
+            .probe = fakeProbe,
             .confirmations = confirmations,
             .workspace = platform.desktop,
             .ownUi = ownUi,
@@ -146,6 +148,16 @@ protected:
     static json::object details(json::object const& reply)
     {
         return reply.at("error").as_object().at("details").as_object();
+    }
+    /// A window of this program itself.
+    WindowEntry ownWindow(DesktopRect bounds) const
+    {
+        WindowEntry entry;
+        entry.ownerPid = platform.machineFacts.pid;
+        entry.layer = 8;
+        entry.bounds = bounds;
+        entry.owner = {{"dev.zelvo.agent"}};
+        return entry;
     }
     void front(std::string bundleId, std::string name, std::int32_t pid = 100)
     {

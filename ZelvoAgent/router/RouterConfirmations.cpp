@@ -1,0 +1,71 @@
+#include "base/LocalizedTexts.h"
+#include "confirm/DangerousShortcuts.h"
+#include "confirm/SubmitButtonHeuristic.h"
+#include "router/RpcRouter.h"
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::int64_t confirmationTimeoutMs = 60'000;
+
+} // namespace
+
+/// Asks for what commits something. A press of another button than the left, half a click, a drag and typed
+/// text commit nothing that could be told beforehand.
+Task<> RpcRouter::confirm(InputAction action, GrantedConnection connection)
+{
+    if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value)) {
+        UiElementInfo const info = element(pressed->snapshotId, pressed->elementId);
+        co_await confirmClick(info.frame.center(), std::move(connection));
+    } else if (auto const* const chord = std::get_if<InputAction::Key>(&action.value)) {
+        co_await confirmKeys(chord->keys, std::move(connection));
+    } else if (auto const* const click = std::get_if<InputAction::Click>(&action.value)) {
+        if (click->button == MouseButton::left)
+            co_await confirmClick(click->point, std::move(connection));
+    }
+}
+
+Task<> RpcRouter::confirmClick(DesktopPoint at, GrantedConnection connection)
+{
+    auto const probed = co_await members.probe.element(at);
+    std::optional<ConfirmationSubject> const subject =
+        probed ? SubmitButtonHeuristic::classify(*probed) : std::nullopt;
+    if (subject)
+        co_await ask(*subject, std::move(connection));
+}
+
+Task<> RpcRouter::confirmKeys(std::vector<std::string> keys, GrantedConnection connection)
+{
+    auto const front = co_await members.probe.frontmostApp();
+    std::string const frontName = front ? front->name : localized("common.app");
+    std::string const combination = DangerousShortcuts::normalize(keys);
+    auto const bundleId = front ? std::optional(front->bundleId) : std::nullopt;
+    if (auto const meaning = DangerousShortcuts::meaning(keys, bundleId)) {
+        ConfirmationSubject const subject{ConfirmationSubject::KeyShortcut{combination, frontName, *meaning}};
+        co_await ask(subject, std::move(connection));
+        co_return;
+    }
+    if (!DangerousShortcuts::activatesFocusedControl(keys))
+        co_return;
+    if (auto const dialog = co_await members.probe.frontmostDialog()) {
+        ConfirmationSubject const subject{ConfirmationSubject::DialogButton{
+            localized("confirm.defaultButton", {combination}), dialog->appName.value_or(frontName)}};
+        co_await ask(subject, std::move(connection));
+        co_return;
+    }
+    auto const focused = co_await members.probe.focusedElement();
+    std::optional<ConfirmationSubject> const subject =
+        focused ? SubmitButtonHeuristic::classify(*focused) : std::nullopt;
+    if (subject)
+        co_await ask(*subject, std::move(connection));
+}
+
+Task<> RpcRouter::ask(ConfirmationSubject subject, GrantedConnection connection)
+{
+    if (connection.policy.requiresConfirmation(subject))
+        co_await members.confirmations.confirm(std::move(subject), std::move(connection.platformName),
+                                               confirmationTimeoutMs);
+}
+
+} // namespace zelvo
