@@ -8,7 +8,9 @@
 #include <iterator>
 #include <string>
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+// Each target defines it.
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, // NOLINT(readability-redundant-declaration)
+                                      std::size_t size);
 
 int main(int count, char** arguments)
 {

@@ -17,7 +17,7 @@ struct Connected {
 
     /// Where the connection's commands are posted to.
     std::string path() const { return "/v1/connections/" + linked.connectionId + "/commands"; }
-    Answer post(std::string const& body) { return gateway.platform("POST", path(), body); }
+    Answer post(std::string const& body) const { return gateway.platform("POST", path(), body); }
 
     Gateway gateway;
     LinkedMachine linked;

@@ -79,20 +79,22 @@ Answer Gateway::call(std::string const& method,
     return request(port(), method, target, body, std::move(headers));
 }
 
-Answer Gateway::command(std::string const& connectionId, std::string const& method, std::string const& params)
+Answer
+Gateway::command(std::string const& connectionId, std::string const& method, std::string const& params) const
 {
     return platform("POST", "/v1/connections/" + connectionId + "/commands",
                     R"({"method":")" + method + R"(","params":)" + params + "}");
 }
 
-std::string Gateway::newLink(std::string const& scopes)
+std::string Gateway::newLink(std::string const& scopes) const
 {
     Answer const answer =
         platform("POST", "/v1/link-sessions", R"({"endUserId":"ada","scopes":)" + scopes + "}");
     return std::string(answer.json().at("code").as_string());
 }
 
-Answer Gateway::resolve(std::string const& link, std::string const& machineToken, std::string const& version)
+Answer
+Gateway::resolve(std::string const& link, std::string const& machineToken, std::string const& version) const
 {
     json::object body{{"token", link}, {"appVersion", version}, {"macosVersion", "12.0.0"}};
     if (!machineToken.empty())
@@ -100,7 +102,8 @@ Answer Gateway::resolve(std::string const& link, std::string const& machineToken
     return call("POST", "/machines/link/resolve", writeJson(body));
 }
 
-Answer Gateway::complete(std::string const& link, std::string const& machineToken, std::string const& scopes)
+Answer
+Gateway::complete(std::string const& link, std::string const& machineToken, std::string const& scopes) const
 {
     return call("POST", "/machines/link/complete",
                 R"({"token":")" + link + R"(","machineToken":")" + machineToken + R"(","grantedScopes":)" +

@@ -53,17 +53,18 @@ public:
                 std::string const& target,
                 std::string const& body = {},
                 Headers headers = {}) const;
-    Answer
-    command(std::string const& connectionId, std::string const& method, std::string const& params = "{}");
+    Answer command(std::string const& connectionId,
+                   std::string const& method,
+                   std::string const& params = "{}") const;
 
     /// The one-time token of a new link.
-    std::string newLink(std::string const& scopes = R"(["screen","input"])");
+    std::string newLink(std::string const& scopes = R"(["screen","input"])") const;
     Answer resolve(std::string const& link,
                    std::string const& machineToken = {},
-                   std::string const& version = "0.1.0");
+                   std::string const& version = "0.1.0") const;
     Answer complete(std::string const& link,
                     std::string const& machineToken,
-                    std::string const& scopes = R"(["screen"])");
+                    std::string const& scopes = R"(["screen"])") const;
     LinkedMachine link();
     /// The "Cookie" header of a browser that opened a console link.
     std::pair<std::string, std::string> consoleCookie();

@@ -92,6 +92,7 @@ protected:
     {
         parts->links.present(std::move(offer));
         ASSERT_TRUE(until([this] { return window() && window()->isActiveWindow(); }));
+        ASSERT_TRUE(until([this] { return desktop->activeWindow() == window()->winId(); }));
     }
     void press(std::string const& key) { desktop->run({"xdotool", "key", key}); }
     void clickOn(QWidget& widget)
@@ -391,8 +392,9 @@ TEST_F(ConsentWindowTest, takesTheKeyboardFromAnotherWindowAndStandsAboveIt)
 
 TEST_F(ConsentWindowTest, showsWhatOthersWordedAsPlainLetters)
 {
+    std::string const rightToLeft{'\xe2', '\x80', '\xae'}; // U+202E, which turns the letters after it round.
     LinkOffer offer = offerOf({AgentScope::screen});
-    offer.platformName = "<b>Acme</b>\n\n\u202Eevil" + std::string(500, 'x');
+    offer.platformName = "<b>Acme</b>\n\n" + rightToLeft + "evil" + std::string(500, 'x');
     offer.verifiedDomain = std::string(120, 'a') + ".example";
     present(offer);
 

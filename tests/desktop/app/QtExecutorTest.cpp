@@ -147,10 +147,10 @@ TEST_F(QtExecutorTest, goesOnAfterAFunctionThatFailed)
 TEST_F(QtExecutorTest, answersForItsProperties)
 {
     QtExecutor const plain = context.executor();
-    auto const never = asio::require(plain, asio::execution::blocking.never);
+    auto const never = asio::require(plain, asio::execution::blocking_t::never);
 
-    EXPECT_EQ(asio::query(plain, asio::execution::blocking), asio::execution::blocking.possibly);
-    EXPECT_EQ(asio::query(never, asio::execution::blocking), asio::execution::blocking.never);
+    EXPECT_EQ(asio::query(plain, asio::execution::blocking), asio::execution::blocking_t::possibly);
+    EXPECT_EQ(asio::query(never, asio::execution::blocking), asio::execution::blocking_t::never);
     EXPECT_EQ(&asio::query(plain, asio::execution::context), &context);
     EXPECT_EQ(&executor.context(), static_cast<asio::execution_context*>(&context));
     EXPECT_EQ(plain, asio::prefer(plain, asio::execution::outstanding_work.tracked));

@@ -29,8 +29,9 @@ std::size_t ScriptedProcess::count(std::string const& beginning) const
 
 std::size_t ScriptedProcess::countOf(std::string const& member) const
 {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        calls(), [&](std::string const& call) { return call.find(" " + member + " ") != call.npos; }));
+    return static_cast<std::size_t>(std::ranges::count_if(calls(), [&](std::string const& call) {
+        return call.find(" " + member + " ") != std::string::npos;
+    }));
 }
 
 AtspiScreen screenOf(std::shared_ptr<X11Connection> display)

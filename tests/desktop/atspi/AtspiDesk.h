@@ -54,11 +54,11 @@ public:
     std::unique_ptr<BusConnection> session;
     std::unique_ptr<AtspiAccessibility> accessibility;
 
-    std::unique_ptr<AtspiReader> reader(ScriptedProcess const& process, Duration patience = 250ms)
+    std::unique_ptr<AtspiReader> reader(ScriptedProcess const& process, Duration patience = 250ms) const
     {
         return accessibility->atspiReader(process.pid, patience);
     }
-    Walk walk(AtspiReader& reader, WalkOptions const& options = {})
+    Walk walk(AtspiReader& reader, WalkOptions const& options = {}) const
     {
         return walkWindows(reader, *clock, options);
     }

@@ -365,7 +365,8 @@ TEST(AtspiReader, boundsTexts)
 {
     AtspiDesk desk;
     std::string const huge(1u << 20, 'x');
-    std::string const odd = "a\x01\x1b[2J\u202eb\u200fc";
+    std::string const rightToLeft{'\xe2', '\x80', '\xae'}; // U+202E, which turns the letters after it round.
+    std::string const odd = "a\x01\x1b[2J" + rightToLeft + "b\u200fc";
     auto const application = desk.serveWindow({{{"role", 43}, {"name", huge}, {"description", huge}},
                                                {{"role", 43}, {"name", odd}},
                                                {{"role", 61},

@@ -47,6 +47,21 @@ void appendStates(sd_bus_message* reply, ScriptedNode const& node)
                           static_cast<std::uint32_t>(node.states >> 32));
 }
 
+void appendActions(sd_bus_message* reply, ScriptedNode const& node)
+{
+    sd_bus_message_open_container(reply, 'a', "(sss)");
+    for (std::string const& action : node.translatedActions.value_or(node.actions))
+        sd_bus_message_append(reply, "(sss)", action.c_str(), "", "");
+    sd_bus_message_close_container(reply);
+}
+
+void appendActionName(sd_bus_message* call, sd_bus_message* reply, ScriptedNode const& node)
+{
+    std::int32_t at = 0;
+    sd_bus_message_read(call, "i", &at);
+    sd_bus_message_append(reply, "s", node.actions.at(static_cast<std::size_t>(at)).c_str());
+}
+
 } // namespace
 
 ScriptedApplication::ScriptedApplication(std::vector<ScriptedNode> tree,
@@ -188,67 +203,91 @@ bool ScriptedApplication::reply(std::size_t index,
                                 sd_bus_message* reply)
 {
     ScriptedNode const& node = nodes[index];
-    if (member == "GetRole") {
+    if (member == "GetRole")
         sd_bus_message_append(reply, "u", node.role);
-    } else if (member == "GetState") {
+    else if (member == "GetState")
         appendStates(reply, node);
-    } else if (member == "GetInterfaces") {
+    else if (member == "GetInterfaces")
         appendTexts(reply, interfacesOf(node));
-    } else if (member == "GetChildren") {
-        appendChildren(reply, node);
-    } else if (member == "GetChildAtIndex") {
-        std::int32_t at = 0;
-        sd_bus_message_read(call, "i", &at);
-        if (at < 0 || static_cast<std::size_t>(at) >= node.children.size())
-            sd_bus_message_append(reply, "(so)", "", "/org/a11y/atspi/null");
-        else
-            appendReference(reply, node.children[static_cast<std::size_t>(at)]);
-    } else if (member == "GetAttributes") {
+    else if (member == "GetAttributes")
         sd_bus_message_append(reply, "a{ss}", 1, "id", node.identifier.c_str());
-    } else if (member == "Get") {
+    else if (member == "Get")
         return replyProperty(index, call, reply);
-    } else if (member == "GetAll") {
+    else if (member == "GetAll")
         appendProperties(index, reply);
-    } else if (member == "GetExtents") {
+    else if (member == "GetExtents")
         sd_bus_message_append(reply, "(iiii)", node.extents[0], node.extents[1], node.extents[2],
                               node.extents[3]);
-    } else if (member == "GetActions" && !node.actions.empty()) {
-        sd_bus_message_open_container(reply, 'a', "(sss)");
-        for (std::string const& action : node.translatedActions.value_or(node.actions))
-            sd_bus_message_append(reply, "(sss)", action.c_str(), "", "");
-        sd_bus_message_close_container(reply);
-    } else if (member == "GetRelationSet") {
-        sd_bus_message_open_container(reply, 'a', "(ua(so))");
-        if (node.labelledBy) {
-            sd_bus_message_open_container(reply, 'r', "ua(so)");
-            sd_bus_message_append(reply, "u", 2u);
-            sd_bus_message_open_container(reply, 'a', "(so)");
-            appendReference(reply, *node.labelledBy);
-            sd_bus_message_close_container(reply);
-            sd_bus_message_close_container(reply);
-        }
-        sd_bus_message_close_container(reply);
-    } else if (member == "GetName") {
-        std::int32_t at = 0;
-        sd_bus_message_read(call, "i", &at);
-        sd_bus_message_append(reply, "s", node.actions.at(static_cast<std::size_t>(at)).c_str());
-    } else if (member == "GetText" && (node.editable || !node.text.empty())) {
-        std::int32_t start = 0;
-        std::int32_t end = 0;
-        sd_bus_message_read(call, "ii", &start, &end);
-        // As Qt does, and LibreOffice of a paragraph.
-        if ((manners.toolkit == "Qt" || node.role == 73) && end > static_cast<std::int32_t>(node.text.size()))
-            end = start;
-        auto const length = end < 0 ? std::string::npos : static_cast<std::size_t>(end - start);
-        sd_bus_message_append(reply, "s", node.text.substr(0, length).c_str());
-    } else if (member == "GetApplicationBusAddress" && manners.direct) {
-        sd_bus_message_append(reply, "s", address.c_str());
-    } else if (member == "GetItems") {
-        appendItems(reply);
-    } else {
-        return false;
-    }
+    else if (member == "GetActions" && !node.actions.empty())
+        appendActions(reply, node);
+    else if (member == "GetName")
+        appendActionName(call, reply, node);
+    else
+        return replyAboutOthers(node, member, call, reply);
     return true;
+}
+
+/// What leads from an element to another one, to its text and to the application.
+bool ScriptedApplication::replyAboutOthers(ScriptedNode const& node,
+                                           std::string const& member,
+                                           sd_bus_message* call,
+                                           sd_bus_message* reply)
+{
+    if (member == "GetChildren")
+        appendChildren(reply, node);
+    else if (member == "GetChildAtIndex")
+        appendChildAt(call, reply, node);
+    else if (member == "GetRelationSet")
+        appendRelations(reply, node);
+    else if (member == "GetText" && (node.editable || !node.text.empty()))
+        appendText(call, reply, node);
+    else if (member == "GetApplicationBusAddress" && manners.direct)
+        sd_bus_message_append(reply, "s", address.c_str());
+    else if (member == "GetItems")
+        appendItems(reply);
+    else
+        return false;
+    return true;
+}
+
+void ScriptedApplication::appendChildAt(sd_bus_message* call,
+                                        sd_bus_message* reply,
+                                        ScriptedNode const& node) const
+{
+    std::int32_t at = 0;
+    sd_bus_message_read(call, "i", &at);
+    if (at < 0 || static_cast<std::size_t>(at) >= node.children.size())
+        sd_bus_message_append(reply, "(so)", "", "/org/a11y/atspi/null");
+    else
+        appendReference(reply, node.children[static_cast<std::size_t>(at)]);
+}
+
+void ScriptedApplication::appendRelations(sd_bus_message* reply, ScriptedNode const& node) const
+{
+    sd_bus_message_open_container(reply, 'a', "(ua(so))");
+    if (node.labelledBy) {
+        sd_bus_message_open_container(reply, 'r', "ua(so)");
+        sd_bus_message_append(reply, "u", 2u);
+        sd_bus_message_open_container(reply, 'a', "(so)");
+        appendReference(reply, *node.labelledBy);
+        sd_bus_message_close_container(reply);
+        sd_bus_message_close_container(reply);
+    }
+    sd_bus_message_close_container(reply);
+}
+
+void ScriptedApplication::appendText(sd_bus_message* call,
+                                     sd_bus_message* reply,
+                                     ScriptedNode const& node) const
+{
+    std::int32_t start = 0;
+    std::int32_t end = 0;
+    sd_bus_message_read(call, "ii", &start, &end);
+    // As Qt does, and LibreOffice of a paragraph.
+    if ((manners.toolkit == "Qt" || node.role == 73) && end > static_cast<std::int32_t>(node.text.size()))
+        end = start;
+    auto const length = end < 0 ? std::string::npos : static_cast<std::size_t>(end - start);
+    sd_bus_message_append(reply, "s", node.text.substr(0, length).c_str());
 }
 
 bool ScriptedApplication::replyProperty(std::size_t index, sd_bus_message* call, sd_bus_message* reply)

@@ -14,7 +14,9 @@ namespace zelvo::test {
 class ScriptedApplication {
 public:
     /// Ends what it is in when the accessibility bus is not there.
-    ScriptedApplication(std::vector<ScriptedNode> nodes, ScriptedManners manners, std::string const& record);
+    ScriptedApplication(std::vector<ScriptedNode> tree,
+                        ScriptedManners wanted,
+                        std::string const& recordFile);
 
     std::string const& busName() const { return ownName; }
     /// Serves until the bus is gone.
@@ -24,11 +26,18 @@ private:
     static int take(sd_bus_message* call, void* self, sd_bus_error*);
     int answer(sd_bus_message* call);
     void note(std::size_t node, sd_bus_message* call);
-    bool reply(std::size_t node, std::string const& member, sd_bus_message* call, sd_bus_message* reply);
-    bool replyProperty(std::size_t node, sd_bus_message* call, sd_bus_message* reply);
-    void appendProperties(std::size_t node, sd_bus_message* reply);
-    void appendReference(sd_bus_message* reply, std::size_t node) const;
+    bool reply(std::size_t index, std::string const& member, sd_bus_message* call, sd_bus_message* reply);
+    bool replyAboutOthers(ScriptedNode const& node,
+                          std::string const& member,
+                          sd_bus_message* call,
+                          sd_bus_message* reply);
+    bool replyProperty(std::size_t index, sd_bus_message* call, sd_bus_message* reply);
+    void appendProperties(std::size_t index, sd_bus_message* reply);
+    void appendReference(sd_bus_message* reply, std::size_t index) const;
     void appendChildren(sd_bus_message* reply, ScriptedNode const& node) const;
+    void appendChildAt(sd_bus_message* call, sd_bus_message* reply, ScriptedNode const& node) const;
+    void appendRelations(sd_bus_message* reply, ScriptedNode const& node) const;
+    void appendText(sd_bus_message* call, sd_bus_message* reply, ScriptedNode const& node) const;
     void appendItems(sd_bus_message* reply) const;
     std::string pathOf(std::size_t node) const;
     std::optional<std::size_t> nodeAt(std::string const& path) const;

@@ -39,7 +39,7 @@ struct Walk {
     bool isTruncated = false;
     Duration took{};
 
-    WalkedElement const* find(std::string const& title) const;
+    WalkedElement const* find(std::string const& wanted) const;
 };
 
 /// Asks a reader for what a snapshot needs, in the order in which a snapshot asks.

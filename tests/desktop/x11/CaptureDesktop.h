@@ -71,7 +71,7 @@ public:
 
     /// What the screen shows when nothing moves on it any more: the window manager paints its frames in its
     /// own time.
-    Picture settledScreen()
+    Picture settledScreen() const
     {
         Painter(desktop.display()).movePointer(desktopCorner.first, desktopCorner.second);
         Picture last;

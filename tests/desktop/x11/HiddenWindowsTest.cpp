@@ -244,7 +244,7 @@ protected:
     }
 
     /// Whether the windows on the root are kept in memory of their own.
-    bool isRedirected()
+    bool isRedirected() const
     {
         Painter probe(stage.desktop.display());
         xcb_connection_t* const x = probe.x();

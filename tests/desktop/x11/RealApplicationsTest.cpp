@@ -12,11 +12,9 @@
 namespace zelvo::test {
 namespace {
 
-using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsSupersetOf;
 using testing::Not;
-using testing::StartsWith;
 
 class RealApplications : public testing::Test {
 protected:

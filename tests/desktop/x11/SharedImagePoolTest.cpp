@@ -13,7 +13,7 @@
 namespace zelvo::test {
 namespace {
 
-constexpr std::size_t screenful = 1920u * 1080 * 4;
+constexpr std::size_t screenful = std::size_t{1920} * 1080 * 4;
 
 /// The segments of System V shared memory that this process made and that still exist, and their bytes.
 struct Segments {
@@ -75,7 +75,7 @@ TEST_F(Lending, neverGivesMemoryThatIsStillLent)
 {
     auto const first = pool->lend(screenful);
     auto const second = pool->lend(screenful);
-    auto const copy = first;
+    std::vector const holders(2, first); // Lent as long as anybody holds it.
 
     EXPECT_NE(first->segment(), second->segment());
     EXPECT_TRUE(second->data() >= first->data() + screenful || first->data() >= second->data() + screenful);

@@ -8,7 +8,6 @@
 namespace zelvo::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::uint32_t planted = 0xff00aa; // The hidden application's colour, which nothing else has.
