@@ -1,0 +1,57 @@
+#include "base/Text.h"
+#include "confirm/DangerousShortcuts.h"
+#include "confirm/SubmitButtonHeuristic.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using Keys = std::vector<std::string>;
+
+Keys split(std::string const& text)
+{
+    Keys keys{""};
+    for (char const c : text)
+        if (c == '+')
+            keys.emplace_back();
+        else
+            keys.back() += c;
+    return keys;
+}
+
+void check(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+} // namespace
+
+/// The bytes as the words on a button, and as a chord of keys with "+" between them.
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    using namespace zelvo;
+    std::string const text = text::repaired({reinterpret_cast<char const*>(data), size});
+    std::string const words = SubmitButtonHeuristic::normalize(text);
+    check(words == text::trimmed(words));
+    check(!SubmitButtonHeuristic::matches(text) || !words.empty());
+    ProbedElement button;
+    button.role = "AXButton";
+    button.title = text;
+    check(SubmitButtonHeuristic::classify(button).has_value() == SubmitButtonHeuristic::matches(text));
+
+    Keys const keys = split(text);
+    Keys other = keys;
+    std::ranges::replace(other, "cmd", "ctrl");
+    for (char const* const app : {"org.gnome.Nautilus", "discord", "org.example"}) {
+        check(DangerousShortcuts::meaning(keys, app) == DangerousShortcuts::meaning(other, app));
+        Keys wide = keys;
+        for (std::string& key : wide)
+            key = " " + key;
+        check(DangerousShortcuts::meaning(keys, app) == DangerousShortcuts::meaning(wide, app));
+    }
+    check(!DangerousShortcuts::activatesFocusedControl(keys) || !DangerousShortcuts::normalize(keys).empty());
+    return 0;
+}
