@@ -22,6 +22,18 @@ protected:
         EXPECT_TRUE(gateway.comesOnline(made.connection)) << agent.output();
         return made.connection;
     }
+    /// Starts the agent with a link, as a browser does, and allows it with the Return key; gives the
+    /// connection.
+    std::string linkByReturn(std::vector<std::string> const& scopes)
+    {
+        agent.start({gateway.newLink(scopes)});
+        waitForConsent();
+        press("Return");
+        require("the connection", [&] { return !gateway.connections().empty(); });
+        std::string const connection = gateway.connections().front();
+        EXPECT_TRUE(gateway.comesOnline(connection));
+        return connection;
+    }
     void press(std::string const& key) { desktop.run({"xdotool", "key", key}); }
     bool isOpen(std::string const& title) { return desktop.findWindow({.title = title}).has_value(); }
     /// Waits for the consent window to be there and to have the keyboard.

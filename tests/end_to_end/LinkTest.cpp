@@ -14,23 +14,12 @@ bool contains(std::vector<std::string> const& lines, std::string const& line)
 
 class Link : public EndToEnd {
 protected:
-    // Starts the agent with a link, as a browser does, and allows it with the Return key; gives the
-    // connection.
-    std::string linkByReturn(std::vector<std::string> const& scopes = {"screen", "input", "shell"})
-    {
-        agent.start({gateway.newLink(scopes)});
-        waitForConsent();
-        press("Return");
-        require("the connection", [&] { return !gateway.connections().empty(); });
-        std::string const connection = gateway.connections().front();
-        EXPECT_TRUE(gateway.comesOnline(connection));
-        return connection;
-    }
+    static inline std::vector<std::string> const most = {"screen", "input", "shell"};
 };
 
 TEST_F(Link, isMadeInTheConsentWindowWithTheReturnKey)
 {
-    std::string const connection = linkByReturn();
+    std::string const connection = linkByReturn(most);
 
     EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
     ASSERT_TRUE(waitFor([&] { return agent.setting("zelvo.connections").is_array(); }));
@@ -47,7 +36,7 @@ TEST_F(Link, isMadeInTheConsentWindowWithTheReturnKey)
 
 TEST_F(Link, keepsTheTokenWhereOnlyThePersonCanReadIt)
 {
-    linkByReturn();
+    linkByReturn(most);
 
     struct stat status{};
     ASSERT_EQ(::stat(agent.tokenFile().c_str(), &status), 0);
@@ -111,7 +100,7 @@ TEST_F(Link, showsWhatTheGatewaySaysOfAUsedLink)
 
 TEST_F(Link, isKeptOverARestart)
 {
-    std::string const connection = linkByReturn();
+    std::string const connection = linkByReturn(most);
     EXPECT_EQ(agent.end(SIGTERM), 0);
     EXPECT_FALSE(gateway.isOnline(connection));
 
@@ -122,7 +111,7 @@ TEST_F(Link, isKeptOverARestart)
 
 TEST_F(Link, isKeptOverACrash)
 {
-    std::string const connection = linkByReturn();
+    std::string const connection = linkByReturn(most);
     ASSERT_TRUE(waitFor([&] { return agent.setting("zelvo.connections").is_array(); }));
     agent.kill();
 
@@ -133,7 +122,7 @@ TEST_F(Link, isKeptOverACrash)
 
 TEST_F(Link, endsForAConnectionThatWasRevoked)
 {
-    std::string const connection = linkByReturn();
+    std::string const connection = linkByReturn(most);
 
     EXPECT_EQ(gateway.ask("DELETE", "/v1/connections/" + connection).status, 200);
 
@@ -145,7 +134,7 @@ TEST_F(Link, endsForAConnectionThatWasRevoked)
 // The question may be answered by the person only, not by an agent that is already connected.
 TEST_F(Link, cannotBeAllowedByAnAgent)
 {
-    std::string const connection = linkByReturn();
+    std::string const connection = linkByReturn(most);
     require("the end of the first question", [&] { return !isOpen("Connection request"); });
     EXPECT_EQ(agent.startAgain({gateway.newLink({"screen", "input", "shell", "files"})}), 0);
     waitForConsent();

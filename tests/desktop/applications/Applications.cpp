@@ -59,6 +59,21 @@ TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit)
     return {};
 }
 
+TestApplication letter(PrivateDesktop const& desktop, Toolkit toolkit)
+{
+    switch (toolkit) {
+    case Toolkit::gtk3:
+        return {python("gtk_letter.py"), {.title = "GTK letter"}};
+    case Toolkit::qt:
+        return {{ZELVO_QT_LETTER}, {.title = "Qt letter"}};
+    case Toolkit::chromium:
+        return {chromium(desktop, {"file://" + file("letter.html")}), {.title = "Web letter"}};
+    case Toolkit::gtk4:
+        break;
+    }
+    return {};
+}
+
 std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std::string> arguments)
 {
     return chromiumCommand(desktop.home() / "chromium", arguments);

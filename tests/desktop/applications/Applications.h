@@ -21,6 +21,10 @@ struct TestApplication {
 TestApplication swatches(PrivateDesktop const& desktop, Toolkit toolkit);
 /// A window with an element of each interactive role.
 TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit);
+/// What commits something when it is pressed: GTK 3 has a form with "Send" and more, Qt a dialog with
+/// "Delete", Chromium a page that is all one button "Pay". The first two say on their output what they were
+/// made to do, the page in its title. There is none for GTK 4.
+TestApplication letter(PrivateDesktop const& desktop, Toolkit toolkit);
 
 /// Chromium with a page, its profile in the desktop's home.
 std::vector<std::string> chromium(PrivateDesktop const& desktop, std::vector<std::string> arguments);
