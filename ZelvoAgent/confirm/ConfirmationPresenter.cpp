@@ -266,6 +266,10 @@ Task<bool> ConfirmationPresenter::isScreenBack(QuestionPtr question, bool givesB
         WindowStanding const left = focus.standing(panel);
         if (left.isOnScreen || left.hasKeyboard)
             return false;
+        // The key that said yes goes up after the panel has gone. While it is down, the same key of ours
+        // would be no press at all.
+        if (focus.isKeyDown())
+            return false;
         if (!givesBack)
             return true;
         WindowStanding const returned = focus.standing(workplace);

@@ -27,6 +27,8 @@ public:
     /// Makes a window active, wherever it is.
     virtual void activate(std::uint32_t window) = 0;
     virtual WindowStanding standing(std::uint32_t window) = 0;
+    /// Is any key of the keyboard down?
+    virtual bool isKeyDown() = 0;
 };
 
 } // namespace zelvo

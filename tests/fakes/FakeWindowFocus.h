@@ -14,6 +14,7 @@ public:
     std::vector<std::uint32_t> onScreen; ///< in the order in which they had the keyboard, the last has it now
     std::vector<std::string> log;
     bool isDeaf = false; ///< nothing that is asked for happens
+    bool keyIsDown = false;
 
     void open(std::uint32_t window) { toTheEnd(window); }
     void close(std::uint32_t window) { std::erase(onScreen, window); }
@@ -30,6 +31,7 @@ public:
         if (!isDeaf && std::ranges::find(onScreen, window) != onScreen.end())
             toTheEnd(window);
     }
+    bool isKeyDown() override { return keyIsDown; }
     WindowStanding standing(std::uint32_t window) override
     {
         bool const there = std::ranges::find(onScreen, window) != onScreen.end();

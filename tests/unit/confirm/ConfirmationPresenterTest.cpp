@@ -404,6 +404,21 @@ TEST_F(ConfirmationPresenterTest, resumesTheCallerOnlyWhenThePanelHasLeftTheScre
     EXPECT_FALSE(presenter->hasOpenQuestion());
 }
 
+TEST_F(ConfirmationPresenterTest, waitsUntilTheKeyThatAnsweredIsUp)
+{
+    Answer const answer = ask(shell("a"));
+    focus.keyIsDown = true;
+    allow(panels.last());
+    EXPECT_FALSE(answer->decision);
+    EXPECT_TRUE(gate.isClosed());
+
+    focus.keyIsDown = false;
+    platform.time.advance(10ms);
+
+    EXPECT_EQ(answer->decision, Decision::allowed(false));
+    EXPECT_FALSE(gate.isClosed());
+}
+
 TEST_F(ConfirmationPresenterTest, waitsForTheServerOneSecondAtMost)
 {
     panels.closesSlowly = true;

@@ -159,6 +159,15 @@ void X11WindowFocus::activate(std::uint32_t window)
     });
 }
 
+bool X11WindowFocus::isKeyDown()
+{
+    return requests->with<bool>([](X11Connection const& connection) {
+        auto* const x = connection.get();
+        XReply<xcb_query_keymap_reply_t> const reply(xcb_query_keymap_reply(x, xcb_query_keymap(x), nullptr));
+        return reply && std::ranges::any_of(reply->keys, [](std::uint8_t eight) { return eight != 0; });
+    });
+}
+
 WindowStanding X11WindowFocus::standing(std::uint32_t window)
 {
     return requests->with<WindowStanding>([window](X11Connection const& connection) {

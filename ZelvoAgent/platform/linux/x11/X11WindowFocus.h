@@ -19,6 +19,7 @@ public:
     void putInFront(std::uint32_t window) override;
     void activate(std::uint32_t window) override;
     WindowStanding standing(std::uint32_t window) override;
+    bool isKeyDown() override;
 
 private:
     class Requests;
