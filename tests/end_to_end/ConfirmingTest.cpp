@@ -1,88 +1,9 @@
-#include "end_to_end/ReadingDesk.h"
+#include "end_to_end/ConfirmingDesk.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <csignal>
-#include <future>
 
 namespace zelvo::test {
 namespace {
-
-using Answer = GatewayProgram::Answer;
-
-json::value const leftClick = {{"type", "click"}};
-
-/// Acts on applications that commit something, with a person at the machine who answers.
-class Confirming : public Reading {
-protected:
-    std::string connection;
-    pid_t application = 0;
-
-    void openLetter(Toolkit toolkit)
-    {
-        TestApplication const letter = test::letter(desktop, toolkit);
-        application = desktop.start(letter.command);
-        letterWindow = desktop.waitForWindow(letter.window, 60s);
-        require("the letter in front", [&] { return desktop.activeWindow() == letterWindow; }, 20s);
-    }
-    std::string said() { return desktop.processes().output(application); }
-    bool says(std::string const& words)
-    {
-        return waitFor([&] { return said().find(words) != std::string::npos; });
-    }
-
-    std::future<Answer> performing(json::array actions)
-    {
-        return std::async(std::launch::async, [this, actions = std::move(actions)] {
-            return gateway.command(connection, "actions.perform", {{"actions", actions}});
-        });
-    }
-    Answer perform(json::array actions) { return performing(std::move(actions)).get(); }
-    static std::string codeOf(Answer const& answer)
-    {
-        if (answer.status == 200)
-            return "ok";
-        return std::string(answer.body.at("error").at("code").as_string());
-    }
-
-    /// Waits for the panel with the keyboard, and presses a key on it as the person does.
-    void answerPanel(std::string const& key)
-    {
-        auto const panel = desktop.waitForWindow({.title = "Zelvo"});
-        require("the focus of the panel", [&] { return desktop.activeWindow() == panel; });
-        std::this_thread::sleep_for(
-            500ms); // As a person does: a key at once is taken for one that was meant for others.
-        press(key);
-        require("the end of the panel", [&] { return !isOpen("Zelvo"); });
-    }
-    std::string askedAnd(std::string const& key, json::array actions)
-    {
-        auto answer = performing(std::move(actions));
-        answerPanel(key);
-        return codeOf(answer.get());
-    }
-
-    json::value clickOn(std::string_view role, std::string_view title, std::string_view button = "left")
-    {
-        json::object action = parseJson(centerOf(find(tree(connection), role, title)))->as_object();
-        action["button"] = button;
-        return action;
-    }
-    json::value elementClick(std::string_view role, std::string_view title)
-    {
-        json::object const seen = tree(connection);
-        return {{"type", "click_element"},
-                {"snapshotId", seen.at("snapshotId")},
-                {"elementId", find(seen, role, title).at("id")}};
-    }
-    static json::value key(std::initializer_list<char const*> keys)
-    {
-        return {{"type", "key"}, {"keys", json::array(keys.begin(), keys.end())}};
-    }
-
-    std::uint32_t letterWindow = 0;
-};
 
 TEST_F(Confirming, asksBeforeSendIsClickedInAForm)
 {
@@ -175,6 +96,14 @@ TEST_F(Confirming, anElementThatMovedAwayIsNotClicked)
 
     ::kill(application, SIGUSR1);
     ASSERT_TRUE(says("swapped")) << said();
+
+    require("the buttons at their new places", [&] {
+        json::object const seen = tree(connection);
+        auto const left = [&](char const* title) {
+            return read::number(find(seen, "AXButton", title).at("frame").as_object(), "x").value_or(0);
+        };
+        return left("Send") > left("Print");
+    });
 
     EXPECT_EQ(askedAnd("Return", click), "snapshot_expired"); // "Send" is there now, and a person is asked.
     EXPECT_EQ(said().find("pressed Send"), std::string::npos) << said();
