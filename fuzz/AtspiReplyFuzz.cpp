@@ -136,10 +136,12 @@ void readAsEverything(sd_bus_message* message)
     if (auto const properties = atspi::readProperties(again())) {
         checkText(properties->name);
         checkText(properties->description);
+        checkText(properties->help);
         checkText(properties->identifier);
     }
     checkText(atspi::readTextProperty(again()));
     atspi::readNumberProperty(again());
+    atspi::readReferenceProperty(again());
     checkText(atspi::readBoundedText(again()));
     atspi::readExtents(again());
     if (auto const actions = atspi::readActions(again())) {

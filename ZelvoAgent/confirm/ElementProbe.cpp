@@ -11,7 +11,7 @@ namespace {
 
 using Attribute = AccessibilityAttribute;
 
-constexpr Duration longestProbe = 500ms;
+constexpr Duration longestProbe = 1s;
 constexpr Duration messagingTimeout = 250ms;
 
 bool isHidden(ApplicationNames const& names, std::set<std::string> const& hidden)
@@ -82,7 +82,10 @@ std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden co
     auto const hit = reader->elementAt(at);
     if (!hit)
         return std::nullopt;
-    return describe(*reader, nearestButton(*reader, *hit).value_or(*hit));
+    AccessibilityElement const pressed = nearestButton(*reader, *hit).value_or(*hit);
+    ProbedElement probed = described(*reader, pressed);
+    probed.appName = applicationOf(reader->processOf(pressed), *window->ownerPid, window->ownerName);
+    return probed;
 }
 
 std::optional<ProbedElement> ElementProbe::dialogNow(Hidden const& hidden)
@@ -118,7 +121,11 @@ std::optional<ProbedElement> ElementProbe::focusedNow(Hidden const& hidden)
     auto const shows = [&](std::int32_t pid) { return isEmbedded(pid, front->pid, hidden); };
     auto const reader = read(front->pid, shows);
     auto const focused = reader->element(reader->application(), Attribute::focusedUiElement);
-    return focused ? std::optional(describe(*reader, *focused)) : std::nullopt;
+    if (!focused)
+        return std::nullopt;
+    ProbedElement probed = described(*reader, *focused);
+    probed.appName = applicationOf(reader->processOf(*focused), front->pid, front->localizedName);
+    return probed;
 }
 
 std::optional<WindowEntry> ElementProbe::readableWindow(DesktopPoint at, Hidden const& hidden)
@@ -165,14 +172,14 @@ std::unique_ptr<AccessibilityReader> ElementProbe::read(std::int32_t pid, Shows 
     return reader;
 }
 
-ProbedElement ElementProbe::describe(AccessibilityReader& reader, AccessibilityElement element)
+std::optional<std::string>
+ElementProbe::applicationOf(std::optional<std::int32_t> pid, std::int32_t known, std::string const& name)
 {
-    auto const pid = reader.processOf(element);
-    ProbedElement probed = described(reader, element);
+    // It takes the display server a while to tell.
+    if (pid == known && !name.empty())
+        return name;
     auto const owner = pid ? platform.workspace().application(*pid) : std::nullopt;
-    if (owner)
-        probed.appName = nonEmpty(owner->localizedName);
-    return probed;
+    return owner ? nonEmpty(owner->localizedName) : std::nullopt;
 }
 
 } // namespace zelvo

@@ -13,8 +13,9 @@
 namespace zelvo {
 
 /// The probe on the real desktop. It reads the application that is asked for, and what that shows of others
-/// embedded in it; never a hidden one, nor this program. A probe that takes longer than half a second is
-/// given up. Thread: any; the desktop is asked on the workers.
+/// embedded in it; never a hidden one, nor this program. An application that is silent for a quarter
+/// of a second is given up, and one that answers slowly after one second. Thread: any; the desktop is asked
+/// on the workers.
 class ElementProbe final : public ElementProbing {
 public:
     ElementProbe(Executor workers, Platform& platform, HiddenAppsStore& hiddenApps);
@@ -42,7 +43,10 @@ private:
     /// shows  does the application show that process's elements, so that they may be read? Asked while the
     ///        reader lives
     std::unique_ptr<AccessibilityReader> read(std::int32_t pid, Shows shows);
-    ProbedElement describe(AccessibilityReader& reader, AccessibilityElement element);
+    /// The name of a process's application.
+    /// known, name  a process whose application's name is known already, unless it is empty
+    std::optional<std::string>
+    applicationOf(std::optional<std::int32_t> pid, std::int32_t known, std::string const& name);
 
     Executor workers;
     Platform& platform;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace zelvo {
@@ -28,6 +29,7 @@ struct WindowEntry {
     std::optional<std::vector<DesktopRect>> parts = {};
     ApplicationNames owner; ///< who it belongs to, and whose windows it is transient for
     std::vector<EmbeddedEntry> embedded = {};
+    std::string ownerName = {}; ///< of the process's application, in the desktop's language; empty: not known
     bool operator==(WindowEntry const&) const = default;
 
     /// Whether the pointer at this point is on this window, as far as no other lies over it.

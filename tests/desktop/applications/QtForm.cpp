@@ -1,4 +1,4 @@
-// A Qt window with an element of each interactive role.
+// A Qt window with an element of each interactive role; with --question a message that asks.
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -12,6 +12,7 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
@@ -138,11 +139,21 @@ void fillMenus(QMainWindow& window)
     window.statusBar()->showMessage(text("Ready"));
 }
 
+int askQuestion()
+{
+    QMessageBox box(QMessageBox::Question, text("Qt question"), text("Delete all?"));
+    box.addButton(text("Delete"), QMessageBox::AcceptRole);
+    box.addButton(text("Keep"), QMessageBox::RejectRole);
+    return box.exec();
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 {
     QApplication const application(count, arguments);
+    if (QApplication::arguments().contains(text("--question")))
+        return askQuestion();
     QMainWindow window;
     window.setWindowTitle(text("Qt form"));
     fillMenus(window);

@@ -43,6 +43,7 @@ public:
 
     /// Chromium has built its web tree; asking for attributes changes nothing any more.
     void noteWoken() { isWoken = true; }
+    bool isAwake() const { return isWoken; }
     void noteRole(Index index);
 
 private:

@@ -49,6 +49,11 @@ public:
     bool hasDeadline() const { return deadline.has_value(); }
     /// Nothing is waited for after that moment.
     void setDeadline(std::optional<SteadyTime> moment) { deadline = moment; }
+    /// Until the deadline.
+    Duration timeLeft() const
+    {
+        return deadline ? *deadline - std::chrono::steady_clock::now() : Duration::max();
+    }
     bool isOver() const { return deadline && std::chrono::steady_clock::now() >= *deadline; }
 
     void ask(PeerId id, BusMessagePtr call, OnAnswer onAnswer);

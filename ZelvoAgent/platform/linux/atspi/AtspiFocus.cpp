@@ -1,10 +1,49 @@
 #include "platform/linux/atspi/AtspiFocus.h"
 
-#include <vector>
+#include <algorithm>
+#include <ranges>
 
 namespace zelvo {
 
+namespace {
+
+constexpr std::size_t mostLevels = 100;
+
+bool isItem(std::uint32_t role)
+{
+    return role == atspi_role::listItem || role == atspi_role::pageTab || role == atspi_role::tableCell ||
+           role == atspi_role::treeItem;
+}
+
+} // namespace
+
 std::optional<AtspiNode::Index> AtspiFocus::findIn(Index window)
+{
+    auto const focused = inquiry.focusedIn(window);
+    return focused ? lastOf(*focused, window) : lookFor(window);
+}
+
+std::optional<AtspiNode::Index> AtspiFocus::lastOf(std::vector<Index> const& focused, Index window)
+{
+    for (Index const index : std::views::reverse(focused)) {
+        std::vector<Index> chain = {index};
+        while (chain.back() != window && chain.size() < mostLevels) {
+            known.askIdentity(chain.back());
+            auto const parent = inquiry.parentOf(chain.back());
+            if (!parent || std::ranges::find(chain, *parent) != chain.end())
+                break;
+            chain.push_back(*parent);
+        }
+        for (std::size_t i = chain.size() - 1; chain.back() == window && i > 0; --i)
+            nodes.hang(chain[i - 1], chain[i]);
+        known.identify(index);
+        if (nodes[index].parent && known.exists(index) && nodes[index].has(AtspiState::focused))
+            return index;
+    }
+    return std::nullopt;
+}
+
+std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
 {
     std::optional<Index> focused;
     std::vector<Index> row = {window};
@@ -16,7 +55,7 @@ std::optional<AtspiNode::Index> AtspiFocus::findIn(Index window)
             known.identify(index);
             if (!known.isShowing(index))
                 continue;
-            if (nodes[index].has(AtspiState::focused))
+            if (nodes[index].has(AtspiState::focused) && !isJustCurrent(index))
                 focused = index;
             inquiry.ask(index, AtspiQuestion::children);
             below.push_back(index);
@@ -30,6 +69,14 @@ std::optional<AtspiNode::Index> AtspiFocus::findIn(Index window)
         }
     }
     return focused;
+}
+
+/// Qt calls the current item of each list focused, and the current tab.
+bool AtspiFocus::isJustCurrent(Index index) const
+{
+    AtspiNode const& node = nodes[index];
+    return inquiry.toolkitOf(node.peer).callsItemsFocused && isItem(node.role.value_or(0)) && node.parent &&
+           !nodes[*node.parent].has(AtspiState::focused);
 }
 
 } // namespace zelvo

@@ -3,6 +3,7 @@
 #include "platform/linux/atspi/AtspiElements.h"
 
 #include <optional>
+#include <vector>
 
 namespace zelvo {
 
@@ -21,6 +22,11 @@ public:
     std::optional<Index> findIn(Index window);
 
 private:
+    /// The last, and so the deepest, of those that an application has found itself.
+    std::optional<Index> lastOf(std::vector<Index> const& focused, Index window);
+    std::optional<Index> lookFor(Index window);
+    bool isJustCurrent(Index index) const;
+
     AtspiInquiry& inquiry;
     AtspiNodes& nodes;
     AtspiElements& known;

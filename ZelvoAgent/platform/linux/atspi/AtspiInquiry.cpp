@@ -38,6 +38,7 @@ Method methodOf(AtspiQuestion question)
     case AtspiQuestion::childCount:
     case AtspiQuestion::name:
     case AtspiQuestion::description:
+    case AtspiQuestion::parent:
         return {properties, "Get"};
     case AtspiQuestion::extents:
         return {"org.a11y.atspi.Component", "GetExtents"};
@@ -68,6 +69,9 @@ void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion 
     case AtspiQuestion::description:
         sd_bus_message_append(call, "ss", accessible, "Description");
         break;
+    case AtspiQuestion::parent:
+        sd_bus_message_append(call, "ss", accessible, "Parent");
+        break;
     case AtspiQuestion::extents:
         sd_bus_message_append(call, "u", 0u); // Of the screen.
         break;
@@ -84,6 +88,29 @@ void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion 
     }
 }
 
+/// GTK 4 looks for what takes the pointer, which is often nothing that it has told of.
+AtspiHitAnswer hitAnswerOf(std::string_view toolkit)
+{
+    if (toolkit == "gtk")
+        return AtspiHitAnswer::child;
+    return toolkit == "Qt" || toolkit == "Chromium" ? AtspiHitAnswer::deepest : AtspiHitAnswer::none;
+}
+
+/// A rule of org.a11y.atspi.Collection: what has this state, whatever else it is.
+void appendRuleOfState(sd_bus_message* call, AtspiState state)
+{
+    constexpr std::int32_t all = 1;
+    auto const number = static_cast<unsigned>(state);
+    std::uint32_t const bits[] = {number < 32 ? 1u << number : 0, number < 32 ? 0 : 1u << (number - 32)};
+    sd_bus_message_open_container(call, SD_BUS_TYPE_STRUCT, "aiia{ss}iaiiasib");
+    sd_bus_message_append(call, "aii", 2, static_cast<std::int32_t>(bits[0]),
+                          static_cast<std::int32_t>(bits[1]), all);
+    sd_bus_message_append(call, "a{ss}i", 0, all);
+    sd_bus_message_append(call, "aii", 4, 0, 0, 0, 0, all);
+    sd_bus_message_append(call, "asib", 0, all, 0);
+    sd_bus_message_close_container(call);
+}
+
 } // namespace
 
 AtspiToolkit atspiToolkitOf(std::string_view name)
@@ -97,7 +124,11 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
             .isStrictAboutText = name == "Qt",
             .mayHoldOffice = name == "gtk",
             .isGtk4 = name == "GTK",
-            .listsSlowly = name == "gtk"};
+            .listsSlowly = name == "gtk",
+            .callsItemsFocused = name == "Qt",
+            .collects = isChromium || name == "gtk",
+            .hitAnswer = hitAnswerOf(name),
+            .guessesHits = isChromium};
 }
 
 AtspiInquiry::AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon)
@@ -437,6 +468,72 @@ void AtspiInquiry::finishChildren(Index index, std::vector<atspi::Reference> con
 std::optional<AtspiNode::Index> AtspiInquiry::find(Index from, atspi::Reference const& reference)
 {
     return isForeign(from, reference) ? std::nullopt : nodes.find(nodes[from].peer, reference.path);
+}
+
+BusMessagePtr AtspiInquiry::newCall(Index index, char const* interface, char const* member) const
+{
+    AtspiNode const& node = nodes[index];
+    return exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, interface, member);
+}
+
+BusMessagePtr AtspiInquiry::hitCall(Index index, ReportedPoint point) const
+{
+    auto call = newCall(index, "org.a11y.atspi.Component", "GetAccessibleAtPoint");
+    if (call)
+        sd_bus_message_append(call.get(), "iiu", point.x, point.y, 0u); // Of the screen.
+    return call;
+}
+
+void AtspiInquiry::announceHit(Index index, ReportedPoint point)
+{
+    exchange.ask(nodes[index].peer, hitCall(index, point), [](sd_bus_message*) {});
+}
+
+std::optional<AtspiNode::Index> AtspiInquiry::hitIn(Index index, ReportedPoint point)
+{
+    std::optional<atspi::Reference> hit;
+    bool isAnswered = exchange.isOver();
+    if (isAnswered)
+        return std::nullopt;
+    exchange.ask(nodes[index].peer, hitCall(index, point), [&](sd_bus_message* reply) {
+        isAnswered = true;
+        hit = reply ? atspi::readReference(reply) : std::nullopt;
+    });
+    exchange.await(nodes[index].peer, [&] { return isAnswered; });
+    return hit ? find(index, *hit) : std::nullopt;
+}
+
+std::optional<AtspiNode::Index> AtspiInquiry::parentOf(Index index)
+{
+    ensure(index, AtspiQuestion::parent);
+    auto const& claimed = nodes[index].claimed;
+    return claimed ? find(index, *claimed) : std::nullopt;
+}
+
+std::optional<std::vector<AtspiNode::Index>> AtspiInquiry::focusedIn(Index index)
+{
+    constexpr std::uint32_t inTheirOrder = 1;
+    if (!toolkitOf(nodes[index].peer).collects || exchange.isOver())
+        return std::nullopt;
+    auto call = newCall(index, "org.a11y.atspi.Collection", "GetMatches");
+    if (call) {
+        appendRuleOfState(call.get(), AtspiState::focused);
+        sd_bus_message_append(call.get(), "uib", inTheirOrder, 0, 1);
+    }
+    std::optional<std::vector<atspi::Reference>> focused;
+    bool isAnswered = false;
+    exchange.ask(nodes[index].peer, std::move(call), [&](sd_bus_message* reply) {
+        isAnswered = true;
+        focused = reply ? atspi::readReferences(reply) : std::nullopt;
+    });
+    exchange.await(nodes[index].peer, [&] { return isAnswered; });
+    if (!focused)
+        return std::nullopt;
+    std::vector<Index> found;
+    for (atspi::Reference const& reference : *focused)
+        if (auto const element = find(index, reference))
+            found.push_back(*element);
+    return found;
 }
 
 std::optional<std::int32_t> AtspiInquiry::processOf(Index index) const

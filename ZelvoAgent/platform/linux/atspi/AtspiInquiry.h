@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/atspi/AtspiNodes.h"
+#include "platform/linux/atspi/WindowFit.h"
 
 #include <functional>
 #include <map>
@@ -9,6 +10,13 @@
 #include <string>
 
 namespace zelvo {
+
+/// What a toolkit answers when it is asked what is at a point of an element.
+enum class AtspiHitAnswer : std::uint8_t {
+    none,    ///< nothing to go by
+    child,   ///< the first of its children that lies there
+    deepest, ///< the element that is drawn there
+};
 
 /// What the toolkit of a peer can take and give.
 struct AtspiToolkit {
@@ -21,6 +29,10 @@ struct AtspiToolkit {
     bool mayHoldOffice = false;        ///< LibreOffice draws elements of its own into it
     bool isGtk4 = false;               ///< its answers want correcting
     bool listsSlowly = false;          ///< GTK 3: a list of children takes it the square of their number
+    bool callsItemsFocused = false;    ///< Qt: the current ones of a list that has not the focus
+    bool collects = false;             ///< looks for elements by their states itself
+    AtspiHitAnswer hitAnswer = AtspiHitAnswer::none;
+    bool guessesHits = false; ///< Chromium: finds out after it has answered, for the next time
 };
 AtspiToolkit atspiToolkitOf(std::string_view name);
 
@@ -56,6 +68,16 @@ public:
     /// The same, and waits for the answer.
     void ensure(Index index, AtspiQuestion question);
 
+    /// What its application says is drawn at a point inside an element, which waits for the answer. Nothing
+    /// for an element of another process.
+    std::optional<Index> hitIn(Index index, ReportedPoint point);
+    /// Lets its application find out what is there, without waiting.
+    void announceHit(Index index, ReportedPoint point);
+    /// The element that calls itself its parent; waits for the answer.
+    std::optional<Index> parentOf(Index index);
+    /// Those in an element that have the focus, as the application finds them; waits for the answer. Nothing
+    /// when it does not look for them itself.
+    std::optional<std::vector<Index>> focusedIn(Index index);
     /// The process that an element belongs to.
     std::optional<std::int32_t> processOf(Index index) const;
     /// The element that another one of the same application refers to.
@@ -84,6 +106,8 @@ private:
         std::size_t missing = 0;
     };
 
+    BusMessagePtr hitCall(Index index, ReportedPoint point) const;
+    BusMessagePtr newCall(Index index, char const* interface, char const* member) const;
     /// Is it one of the calls that a silent application was asked ahead, which can be asked again?
     bool isPutOff(Index index, AtspiQuestion question) const;
     BusMessagePtr messageFor(AtspiNode const& node, AtspiQuestion question) const;

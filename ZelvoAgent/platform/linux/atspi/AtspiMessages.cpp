@@ -110,6 +110,8 @@ bool readProperty(sd_bus_message* message, Properties& properties)
         properties.name = readTextProperty(message);
     else if (*name == "Description")
         properties.description = readTextProperty(message);
+    else if (*name == "HelpText")
+        properties.help = readTextProperty(message);
     else if (*name == "AccessibleId")
         properties.identifier = readTextProperty(message);
     else if (*name == "ChildCount")
@@ -205,6 +207,11 @@ std::optional<std::string> readTextProperty(sd_bus_message* message)
 std::optional<std::int32_t> readNumberProperty(sd_bus_message* message)
 {
     return inVariant<std::int32_t>(message, "iu", anyNumber);
+}
+
+std::optional<Reference> readReferenceProperty(sd_bus_message* message)
+{
+    return enter(message, SD_BUS_TYPE_VARIANT, "(so)") ? readReference(message) : std::nullopt;
 }
 
 std::optional<std::string> readBoundedText(sd_bus_message* message)

@@ -56,6 +56,7 @@ enum Interface : std::uint32_t {
 struct Properties {
     std::optional<std::string> name;
     std::optional<std::string> description;
+    std::optional<std::string> help;       ///< HelpText
     std::optional<std::string> identifier; ///< AccessibleId
     std::optional<std::int32_t> childCount;
 };
@@ -89,6 +90,8 @@ std::optional<Properties> readProperties(sd_bus_message* message);
 std::optional<std::string> readTextProperty(sd_bus_message* message);
 /// "v" of a number.
 std::optional<std::int32_t> readNumberProperty(sd_bus_message* message);
+/// "v" of a reference; nothing for the null reference.
+std::optional<Reference> readReferenceProperty(sd_bus_message* message);
 /// "s"
 std::optional<std::string> readBoundedText(sd_bus_message* message);
 /// "(iiii)"

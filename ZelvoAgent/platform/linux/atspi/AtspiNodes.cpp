@@ -48,6 +48,7 @@ void AtspiNode::take(AtspiQuestion question, sd_bus_message* reply)
         if (auto answer = read(reply, atspi::readProperties)) {
             this->name = std::move(answer->name);
             this->description = std::move(answer->description);
+            this->help = std::move(answer->help);
             this->identifier = std::move(answer->identifier);
             this->childCount = answer->childCount;
         }
@@ -66,6 +67,9 @@ void AtspiNode::take(AtspiQuestion question, sd_bus_message* reply)
         break;
     case labels:
         this->labels = labelsIn(read(reply, atspi::readRelations).value_or(std::vector<atspi::Relation>()));
+        break;
+    case parent:
+        this->claimed = read(reply, atspi::readReferenceProperty);
         break;
     case children:
     case actions:
@@ -118,19 +122,35 @@ void AtspiNodes::adopt(Index parent, std::vector<Index> const& listed)
     children.reserve(listed.size());
     for (Index const child : listed) {
         AtspiNode& node = nodes[child];
-        if (node.parent || child == 0 || isAbove(child, parent)) // The application is nobody's child.
+        bool const isAnothers = node.parent && (node.isListed || *node.parent != parent);
+        if (isAnothers || child == 0 || isAbove(child, parent)) // The application is nobody's child.
             continue;
         node.parent = parent;
+        node.isListed = true;
         node.place = static_cast<std::uint32_t>(children.size());
         node.level = nodes[parent].level + 1;
         children.push_back(child);
     }
+    nodes[parent].isAParent |= !children.empty();
     nodes[parent].children = std::move(children);
+}
+
+bool AtspiNodes::hang(Index child, Index parent)
+{
+    AtspiNode& node = nodes[child];
+    if (node.parent)
+        return *node.parent == parent;
+    if (child == 0 || isAbove(child, parent))
+        return false;
+    node.parent = parent;
+    node.level = nodes[parent].level + 1;
+    nodes[parent].isAParent = true;
+    return true;
 }
 
 bool AtspiNodes::isAbove(Index upper, Index lower) const
 {
-    if (!nodes[upper].children)
+    if (!nodes[upper].isAParent)
         return upper == lower;
     for (std::optional<Index> at = lower; at; at = nodes[*at].parent)
         if (*at == upper)

@@ -30,8 +30,9 @@ enum class AtspiQuestion : std::uint8_t {
     textLength, ///< characters
     text,
     labels, ///< what labels it
+    parent, ///< by its own word
 };
-inline constexpr std::size_t atspiQuestions = static_cast<std::size_t>(AtspiQuestion::labels) + 1;
+inline constexpr std::size_t atspiQuestions = static_cast<std::size_t>(AtspiQuestion::parent) + 1;
 
 /// An element as far as it is known.
 struct AtspiNode {
@@ -40,8 +41,10 @@ struct AtspiNode {
 
     AtspiExchange::PeerId peer = 0;
     std::string const* path = nullptr; ///< the store's
-    std::optional<Index> parent;       ///< who listed it first
+    std::optional<Index> parent;       ///< who listed it first, else by its own word
     std::uint32_t place = 0;           ///< in that list
+    bool isListed = false;             ///< its parent has listed it
+    bool isAParent = false;            ///< somebody's, whether or not it was asked for its children
     int level = 0;                     ///< below the application
     std::array<Progress, atspiQuestions> progress{};
 
@@ -52,12 +55,14 @@ struct AtspiNode {
     std::optional<std::int32_t> childCount;
     std::optional<std::string> name;
     std::optional<std::string> description;
+    std::optional<std::string> help;
     std::optional<std::string> identifier;
     std::optional<atspi::Extents> extents;
     std::vector<std::string> actions;
     std::optional<std::int32_t> textLength;
     std::optional<std::string> text;
     std::vector<atspi::Reference> labels;
+    std::optional<atspi::Reference> claimed; ///< its parent, by its own word
 
     Progress of(AtspiQuestion question) const { return progress[static_cast<std::size_t>(question)]; }
     void set(AtspiQuestion question, Progress next) { progress[static_cast<std::size_t>(question)] = next; }
@@ -89,6 +94,9 @@ public:
     /// Makes elements the children of a parent, but for those that somebody has listed already: a tree has
     /// each once.
     void adopt(Index parent, std::vector<Index> const& listed);
+    /// Makes an element that nobody has listed the child of another. False when it has another parent, or
+    /// would be above itself.
+    bool hang(Index child, Index parent);
     /// Forgets all answers, and who listed whom.
     void forgetAnswers();
 

@@ -21,8 +21,9 @@ void AtspiPlaces::begin(AtspiScreen const& screen,
         reported.push_back({.title = nodes[window].name.value_or(""),
                             .onScreen = reportedOf(window).value_or(ReportedRect())});
     }
-    mapping.emplace(std::move(toolkit), reported,
-                    screen.windowsOf ? screen.windowsOf(pid) : std::vector<ProcessWindow>(),
+    auto shown = screen.windowsOf ? screen.windowsOf(pid) : std::vector<ProcessWindow>();
+    knowsWindows = !shown.empty();
+    mapping.emplace(std::move(toolkit), reported, std::move(shown),
                     screen.displays ? screen.displays() : std::vector<DisplayLayout>());
 }
 
@@ -44,6 +45,43 @@ std::optional<DesktopRect> AtspiPlaces::frameOf(Index index)
     return placed ? placed->frame : std::nullopt;
 }
 
+bool AtspiPlaces::isDropped(Index index)
+{
+    auto const placed = mapping ? place(index, mattersToPlaces(index)) : std::nullopt;
+    return placed && placed->isDropped;
+}
+
+std::vector<AtspiPlaces::Front> AtspiPlaces::windowsAt(DesktopPoint point)
+{
+    std::vector<Front> found;
+    if (!mapping)
+        return found;
+    for (FrontWindow const& window : mapping->windowsAt(point))
+        found.push_back(
+            {.element = window.topLevel ? std::optional(topLevels[*window.topLevel]) : std::nullopt,
+             .bounds = window.bounds,
+             .isPopup = window.isPopup});
+    if (!knowsWindows)
+        for (Index const window : topLevels)
+            if (auto const frame = frameOf(window))
+                found.push_back({.element = window, .bounds = *frame});
+    return found;
+}
+
+std::optional<ReportedPoint> AtspiPlaces::reportedAt(Index topLevel, DesktopPoint point) const
+{
+    auto const at = std::ranges::find(topLevels, topLevel);
+    if (!mapping || at == topLevels.end())
+        return std::nullopt;
+    auto const space = mapping->topLevel(static_cast<std::size_t>(at - topLevels.begin()));
+    return space ? std::optional(mapping->reportedAt(*space, point)) : std::nullopt;
+}
+
+ReportedPoint AtspiPlaces::pixelAt(DesktopPoint point) const
+{
+    return mapping ? mapping->reportedAt({}, point) : ReportedPoint();
+}
+
 std::optional<PlacedElement> AtspiPlaces::place(Index index, bool wantsFrame)
 {
     if (known.size() <= index)
@@ -55,6 +93,9 @@ std::optional<PlacedElement> AtspiPlaces::place(Index index, bool wantsFrame)
     if (auto const around = spaceAround(index))
         placed.placed = mapping->place(*around, nodes[index].role.value_or(0),
                                        wantsExtents ? reportedOf(index) : std::nullopt);
+    // A top-level element is a window, but lies over no other of its own.
+    if (placed.placed && nodes[index].parent == 0u)
+        placed.placed->isDropped = placed.placed->inside.isDropped = false;
     known[index] = placed;
     return placed.placed;
 }

@@ -37,6 +37,24 @@ public:
 
     /// Nothing for an element of which no part is drawn.
     std::optional<DesktopRect> frameOf(Index index);
+    /// Is it shown in a window of its own, over that of the top-level element that it is in? Asks for the
+    /// extents of what matters to it.
+    bool isDropped(Index index);
+    /// A window of the application under a point.
+    struct Front {
+        std::optional<Index> element; ///< that stands for it
+        DesktopRect bounds;
+        bool isPopup = false;
+    };
+    /// The windows at a point, the one on top first. When none of the application's is known: all its
+    /// top-level elements.
+    std::vector<Front> windowsAt(DesktopPoint point);
+    /// A point in the words of a top-level element.
+    std::optional<ReportedPoint> reportedAt(Index topLevel, DesktopPoint point) const;
+    /// The same as pixels of the root window.
+    ReportedPoint pixelAt(DesktopPoint point) const;
+    std::vector<Index> const& windows() const { return topLevels; }
+
     /// Does it take the element's extents to place those below it?
     bool mattersToPlaces(Index index) const;
 
@@ -54,6 +72,7 @@ private:
     AtspiNodes& nodes;
     AtspiElements& elements;
     std::optional<FrameMapping> mapping;
+    bool knowsWindows = false;
     std::vector<Index> topLevels;
     std::vector<std::optional<Known>> known; // by index
 };

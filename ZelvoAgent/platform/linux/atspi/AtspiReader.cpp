@@ -12,6 +12,8 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t mostSearchedForMenuBar = 300;
+constexpr Duration longestWaking = 1s;
+constexpr Duration wakingPause = 20ms;
 
 std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)
 {
@@ -126,6 +128,8 @@ std::optional<std::string> AtspiReader::text(AccessibilityElement element, Acces
         if (!known->mayHaveTitle(index))
             return std::nullopt;
         return kept(index, known->descriptionQuestion(index), &AtspiNode::description);
+    case AccessibilityAttribute::help:
+        return helpOf(index);
     case AccessibilityAttribute::identifier:
         return identifierOf(index);
     case AccessibilityAttribute::value:
@@ -167,6 +171,14 @@ std::optional<std::string> AtspiReader::identifierOf(Index index)
 {
     auto const question = known->identifierQuestion(index);
     return question ? kept(index, *question, &AtspiNode::identifier) : std::nullopt;
+}
+
+std::optional<std::string> AtspiReader::helpOf(Index index)
+{
+    // It comes with the name where it comes at all. Qt takes an unknown question amiss.
+    if (!known->mayHaveTitle(index) || known->titleQuestion(index) != AtspiQuestion::properties)
+        return std::nullopt;
+    return kept(index, AtspiQuestion::properties, &AtspiNode::help);
 }
 
 std::optional<std::string> AtspiReader::valueOf(Index index)
@@ -279,7 +291,11 @@ std::optional<AccessibilityElement> AtspiReader::parentOf(Index index) const
 
 std::optional<AtspiNode::Index> AtspiReader::focusedElement()
 {
-    auto const window = focusedWindow();
+    auto window = focusedWindow();
+    if (window && sleeps()) {
+        wakeOnTheWay();
+        window = focusedWindow();
+    }
     return window ? AtspiFocus(*inquiry, nodes, *known).findIn(*window) : std::nullopt;
 }
 
@@ -287,11 +303,64 @@ std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)
 {
     if (!inquiry)
         return std::nullopt;
+    auto hit = hitTest(point);
+    bool const isFrame = !hit || nodes[*hit].parent == 0u;
+    if (isFrame && sleeps() && wakeOnTheWay())
+        do
+            hit = hitTest(point);
+        while (isStillEmpty(hit) && waitForMore());
+    return hit ? std::optional(AccessibilityElement{*hit}) : std::nullopt;
+}
+
+std::optional<AtspiNode::Index> AtspiReader::hitTest(DesktopPoint point)
+{
+    announce(point);
     if (!places->hasBegun())
         beginPlaces();
-    AtspiHitTest test(*inquiry, nodes, *known, *places);
-    auto const hit = test.find(windows().value_or(std::vector<Index>()), point);
-    return hit ? std::optional(AccessibilityElement{*hit}) : std::nullopt;
+    return AtspiHitTest(*inquiry, nodes, *known, *places).find(point);
+}
+
+/// Chromium answers with a guess, and asks its pages meanwhile.
+void AtspiReader::announce(DesktopPoint point)
+{
+    auto const displays = screen.displays ? screen.displays() : std::vector<DisplayLayout>();
+    if (!inquiry->toolkitOf(found.peer).guessesHits || displays.empty() || displays.front().scale != 1)
+        return;
+    PixelPoint const pixel = displays.front().toPixels(point);
+    for (Index const window : windows().value_or(std::vector<Index>()))
+        inquiry->announceHit(window, {pixel.x, pixel.y});
+}
+
+bool AtspiReader::sleeps() const
+{
+    return found.toolkit == "Chromium" && !known->isAwake();
+}
+
+bool AtspiReader::wakeOnTheWay()
+{
+    // Once a process; its pages take their time.
+    exchange.setDeadline(std::chrono::steady_clock::now() + longestWaking);
+    return setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
+}
+
+bool AtspiReader::isStillEmpty(std::optional<Index> hit)
+{
+    if (!hit)
+        return true;
+    std::string_view const role = nodes.axRole(*hit).role;
+    return role == "AXWindow" || role == "AXWebArea" || role == "AXGroup" || role == "AXUnknown";
+}
+
+/// False when there is no time left but for telling what was found.
+bool AtspiReader::waitForMore()
+{
+    if (exchange.timeLeft() < longestWaking / 2 || exchange.isSilent(found.peer))
+        return false;
+    exchange.linkOf(found.peer).wait(wakingPause);
+    inquiry->startAnew();
+    places->forget();
+    lastWindows.clear();
+    return true;
 }
 
 std::optional<std::int32_t> AtspiReader::processOf(AccessibilityElement element)

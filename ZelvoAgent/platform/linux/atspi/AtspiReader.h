@@ -64,6 +64,15 @@ private:
     std::optional<Index> menuBar();
     std::optional<AccessibilityElement> parentOf(Index index) const;
     std::optional<Index> focusedElement();
+    std::optional<Index> hitTest(DesktopPoint point);
+    void announce(DesktopPoint point);
+    /// Is it a Chromium that has not built its pages' elements?
+    bool sleeps() const;
+    bool wakeOnTheWay();
+    /// Is there nothing that a page would show?
+    bool isStillEmpty(std::optional<Index> hit);
+    bool waitForMore();
+    std::optional<std::string> helpOf(Index index);
     void noteWoken();
 
     Clock& clock;

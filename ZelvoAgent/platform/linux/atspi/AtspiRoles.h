@@ -38,11 +38,18 @@ struct AtspiStates {
 /// Roles by their number in org.a11y.atspi.Accessible.GetRole, as far as code asks for one.
 namespace atspi_role {
 inline constexpr std::uint32_t dialog = 16;
+inline constexpr std::uint32_t layeredPane = 30;
+inline constexpr std::uint32_t listItem = 32;
+inline constexpr std::uint32_t menu = 33;
 inline constexpr std::uint32_t menuBar = 34;
+inline constexpr std::uint32_t pageTab = 37;
 inline constexpr std::uint32_t panel = 39;
 inline constexpr std::uint32_t passwordText = 40;
 inline constexpr std::uint32_t pushButton = 43;
 inline constexpr std::uint32_t frame = 23;
+inline constexpr std::uint32_t tableCell = 56;
+inline constexpr std::uint32_t treeItem = 91;
+inline constexpr std::uint32_t window = 69;
 inline constexpr std::uint32_t application = 75;
 inline constexpr std::uint32_t documentWeb = 95;
 } // namespace atspi_role

@@ -12,14 +12,17 @@ namespace {
 /// Numbers of AT-SPI roles.
 enum Role : std::uint32_t {
     alert = 2,
+    checkMenuItem = 8,
     comboBox = 11,
     dialog = 16,
     filler = 20,
     list = 31,
     menu = 33,
     menuBar = 34,
+    menuItem = 35,
     panel = 39,
     popupMenu = 41,
+    radioMenuItem = 45,
     rootPane = 46,
     scrollPane = 49,
     table = 55,
@@ -51,6 +54,12 @@ bool isAWindow(std::uint32_t role)
     default:
         return false;
     }
+}
+
+/// An item of a menu. A button of GTK 3 lists those of its menu as its own.
+bool isMenuItem(std::uint32_t role)
+{
+    return role == checkMenuItem || role == menuItem || role == radioMenuItem;
 }
 
 /// Does what lies in it drop down into a window of its own?
@@ -116,7 +125,7 @@ FrameMapping::FrameMapping(std::string toolkit,
     : toolkit(std::move(toolkit)), windows(std::move(windows)),
       layout(displays.empty() ? DisplayLayout() : displays.front()), screen(screenOf(displays))
 {
-    auto const matches = matchWindows(reported, this->windows, layout.scale);
+    matches = matchWindows(reported, this->windows, layout.scale);
     for (std::size_t i = 0; i < reported.size(); ++i) {
         bool const isNowhere = !matches[i] && !this->windows.empty();
         spaces.push_back(isNowhere ? std::nullopt : std::optional(spaceFor(reported[i], matches[i])));
@@ -126,6 +135,37 @@ FrameMapping::FrameMapping(std::string toolkit,
 std::optional<FrameSpace> FrameMapping::topLevel(std::size_t index) const
 {
     return index < spaces.size() ? spaces[index] : std::nullopt;
+}
+
+DesktopRect FrameMapping::inPoints(PixelRect const& area) const
+{
+    DesktopPoint const corner = layout.toPoints({area.x, area.y});
+    return {corner.x, corner.y, area.width / layout.scale, area.height / layout.scale};
+}
+
+std::vector<FrontWindow> FrameMapping::windowsAt(DesktopPoint point) const
+{
+    std::vector<FrontWindow> found;
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        DesktopRect const bounds = inPoints(windows[i].outer);
+        if (!windows[i].takesPointer || !bounds.contains(point))
+            continue;
+        FrontWindow& front = found.emplace_back();
+        front.bounds = bounds;
+        front.isPopup = windows[i].overrideRedirect;
+        if (auto const match = std::ranges::find(matches, i); match != matches.end())
+            front.topLevel = static_cast<std::size_t>(match - matches.begin());
+    }
+    return found;
+}
+
+ReportedPoint FrameMapping::reportedAt(FrameSpace const& space, DesktopPoint point) const
+{
+    auto const reported = [&](double points, int origin, double offset) {
+        double const value = (points * layout.scale + origin - offset) / space.scale;
+        return static_cast<std::int32_t>(std::floor(std::clamp(value, -1e6, 1e6)));
+    };
+    return {reported(point.x, layout.origin.x, space.x), reported(point.y, layout.origin.y, space.y)};
 }
 
 FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const
@@ -155,17 +195,23 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
             space.x = popup->inner.x - space.scale * reported->x;
             space.y = popup->inner.y - space.scale * reported->y;
             space.visible = onScreen(popup->inner);
+            space.isDropped = true;
         }
     if (reported && toolkit == "gtk")
         layOntoContainer(space, role, *reported);
     // Chromium tells its own window in scaled units, and what is in pages in pixels.
     if (isDocument(role) && toolkit == "Chromium")
         space.scale = 1;
-    if (isAWindow(role))
+    if (isAWindow(role) || (isMenuItem(role) && toolkit == "gtk")) {
         space.visible = screen;
+        space.isDropped = true;
+    }
     std::optional<PixelRect> const visible = space.visible;
-    if (dropsDown(role))
+    placed.isDropped = space.isDropped;
+    if (dropsDown(role)) {
         space.visible = screen;
+        space.isDropped = true;
+    }
     if (!reported || isNowhere(*reported))
         return placed;
     RootArea area = areaIn(space, *reported);

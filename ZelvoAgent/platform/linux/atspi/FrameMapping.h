@@ -21,6 +21,7 @@ struct FrameSpace {
     double y = 0;
     std::optional<PixelRect> visible;      ///< nothing: not known
     std::optional<ReportedRect> enclosing; ///< what the parent reports, when it is a plain container
+    bool isDropped = false;                ///< shown in a window of its own, over the top-level's
     bool operator==(FrameSpace const&) const = default;
 };
 
@@ -28,6 +29,14 @@ struct FrameSpace {
 struct PlacedElement {
     std::optional<DesktopRect> frame; ///< nothing when no part of the element is drawn
     FrameSpace inside;
+    bool isDropped = false; ///< itself in a window of its own, over the top-level's
+};
+
+/// A window of the application under a point.
+struct FrontWindow {
+    std::optional<std::size_t> topLevel; ///< the element that stands for it; nothing: none does
+    DesktopRect bounds;
+    bool isPopup = false;
 };
 
 /// Finds out where the elements of one application really are. Toolkits tell places in pixels or in units
@@ -57,6 +66,12 @@ public:
     PlacedElement
     place(FrameSpace const& parent, std::uint32_t role, std::optional<ReportedRect> const& reported) const;
 
+    /// The windows that take the pointer at a point of the main display, as far as other applications leave
+    /// them, the one on top first.
+    std::vector<FrontWindow> windowsAt(DesktopPoint point) const;
+    /// The point in the words of what lies in a space.
+    ReportedPoint reportedAt(FrameSpace const& space, DesktopPoint point) const;
+
     /// Do elements below one of this role need its extents, to be placed right?
     bool mattersToPlaces(std::uint32_t role) const;
 
@@ -65,6 +80,7 @@ private:
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
     static void layOntoContainer(FrameSpace& space, std::uint32_t role, ReportedRect const& reported);
     PixelRect onScreen(PixelRect const& area) const;
+    DesktopRect inPoints(PixelRect const& area) const;
     bool mayFillAPopup(std::uint32_t role) const;
     bool clipsItsContent(std::uint32_t role) const;
 
@@ -72,7 +88,8 @@ private:
     std::vector<ProcessWindow> windows;
     DisplayLayout layout; // of the main display
     std::optional<PixelRect> screen;
-    std::vector<std::optional<FrameSpace>> spaces; // of the top-level elements
+    std::vector<std::optional<std::size_t>> matches; // windows of the top-level elements
+    std::vector<std::optional<FrameSpace>> spaces;   // of the top-level elements
 };
 
 } // namespace zelvo

@@ -19,6 +19,13 @@ struct ReportedRect {
     bool operator==(ReportedRect const&) const = default;
 };
 
+/// A place in the same terms.
+struct ReportedPoint {
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    bool operator==(ReportedPoint const&) const = default;
+};
+
 /// A top-level element, as its application tells it.
 struct ReportedWindow {
     std::string title;     ///< the element's name

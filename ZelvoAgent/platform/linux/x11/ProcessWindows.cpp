@@ -24,7 +24,8 @@ std::vector<ProcessWindow> chosen(WindowSurvey const& survey, std::int32_t pid)
                              .inner = window.area,
                              .outer = window.area,
                              .frameExtents = window.frameExtents,
-                             .overrideRedirect = window.overrideRedirect && !window.managed});
+                             .overrideRedirect = window.overrideRedirect && !window.managed,
+                             .takesPointer = !window.emptyInputShape});
     }
     return found;
 }

@@ -19,6 +19,7 @@ struct ProcessWindow {
     PixelRect outer;                   ///< with the window manager's frame
     std::array<int, 4> frameExtents{}; ///< shadows inside `inner`: left, right, top, bottom
     bool overrideRedirect = false;     ///< a menu, a tooltip, a list that dropped down
+    bool takesPointer = true;
     bool operator==(ProcessWindow const&) const = default;
 };
 

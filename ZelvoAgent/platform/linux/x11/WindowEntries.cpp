@@ -71,6 +71,7 @@ windowEntries(WindowSurvey const& survey, WindowOwners const& owners, DisplayLay
         entry.bounds = boundsOf(window, layout);
         entry.parts = partsOf(window, layout);
         entry.owner = owners.namesOf(window.client);
+        entry.ownerName = owners.application(window.client).localizedName;
         for (EmbeddedWindow const& inside : window.embedded)
             entry.embedded.push_back(
                 {inPoints(inside.area, layout), owners.namesOf(inside.client), inside.client.pid});

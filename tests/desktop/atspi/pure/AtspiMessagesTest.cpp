@@ -78,9 +78,9 @@ TEST_F(AtspiMessages, readsInterfaces)
 TEST_F(AtspiMessages, readsProperties)
 {
     auto const message = bus.message([](sd_bus_message* m) {
-        sd_bus_message_append(m, "a{sv}", 6, "Name", "s", "the name", "Parent", "(so)", "", "/a",
-                              "ChildCount", "i", 7, "Description", "i", 5, "AccessibleId", "s", "id",
-                              "Locale", "s", "C");
+        sd_bus_message_append(m, "a{sv}", 7, "HelpText", "s", "the help", "Name", "s", "the name", "Parent",
+                              "(so)", "", "/a", "ChildCount", "i", 7, "Description", "i", 5, "AccessibleId",
+                              "s", "id", "Locale", "s", "C");
     });
 
     auto const properties = readProperties(message.get());
@@ -88,6 +88,7 @@ TEST_F(AtspiMessages, readsProperties)
     ASSERT_TRUE(properties);
     EXPECT_EQ(properties->name, "the name");
     EXPECT_EQ(properties->description, std::nullopt); // Of another type.
+    EXPECT_EQ(properties->help, "the help");
     EXPECT_EQ(properties->identifier, "id");
     EXPECT_EQ(properties->childCount, 7);
 }
@@ -99,6 +100,14 @@ TEST_F(AtspiMessages, readsOneProperty)
     auto const positive =
         bus.message([](sd_bus_message* m) { sd_bus_message_append(m, "v", "u", 4'000'000'000u); });
 
+    auto const parent =
+        bus.message([](sd_bus_message* m) { sd_bus_message_append(m, "v", "(so)", ":1.7", "/a"); });
+    auto const none = bus.message(
+        [](sd_bus_message* m) { sd_bus_message_append(m, "v", "(so)", "", "/org/a11y/atspi/null"); });
+
+    EXPECT_EQ(readReferenceProperty(parent.get()), (Reference{":1.7", "/a"}));
+    EXPECT_EQ(readReferenceProperty(none.get()), std::nullopt);
+    EXPECT_EQ(readReferenceProperty(text.get()), std::nullopt);
     EXPECT_EQ(readTextProperty(text.get()), "x");
     EXPECT_EQ(readNumberProperty(number.get()), -3);
     EXPECT_EQ(readNumberProperty(positive.get()), 0x7fffffff);

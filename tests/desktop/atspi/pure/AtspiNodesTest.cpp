@@ -60,6 +60,34 @@ TEST_F(AtspiNodesTest, makesNoCircleOfElementsThatNobodyListed)
     nodes.isBefore(1, 5); // Of different trees: either answer will do.
 }
 
+TEST_F(AtspiNodesTest, hangsWhatNobodyHasListedBelowItsOwnParent)
+{
+    auto const fresh = *nodes.find(0, "/6");
+
+    EXPECT_TRUE(nodes.hang(fresh, 5));
+    EXPECT_TRUE(nodes.hang(fresh, 5));
+    EXPECT_FALSE(nodes.hang(fresh, 2)); // It has another one.
+    EXPECT_FALSE(nodes.hang(0, fresh)); // The application is nobody's child.
+    EXPECT_TRUE(nodes.isBefore(5, fresh));
+
+    nodes.adopt(5, {fresh, fresh});
+
+    EXPECT_THAT(*nodes[5].children, ElementsAre(fresh));
+}
+
+TEST_F(AtspiNodesTest, hangsNothingAboveItself)
+{
+    nodes.forgetAnswers();
+
+    EXPECT_TRUE(nodes.hang(4, 3));
+    EXPECT_TRUE(nodes.hang(5, 4));
+    EXPECT_FALSE(nodes.hang(3, 5));
+    EXPECT_FALSE(nodes.hang(2, 2));
+    nodes.adopt(5, {3});
+
+    EXPECT_THAT(*nodes[5].children, IsEmpty());
+}
+
 TEST_F(AtspiNodesTest, knowsWhatIsInAPasswordField)
 {
     nodes[1].role = atspi_role::passwordText;

@@ -41,6 +41,58 @@ std::optional<DesktopRect> placeOf(FrameMapping const& mapping, std::vector<Step
     return frame;
 }
 
+TEST(FramesAtAPoint, areTheWindowsFromFrontToBack)
+{
+    ReportedRect const top{0, 0, 400, 300};
+    ProcessWindow const menuWindow{
+        .inner = {100, 100, 80, 60}, .outer = {100, 100, 80, 60}, .overrideRedirect = true};
+    ProcessWindow const tip{.inner = {100, 100, 80, 60},
+                            .outer = {100, 100, 80, 60},
+                            .overrideRedirect = true,
+                            .takesPointer = false};
+    ProcessWindow const main{.title = "Lab", .inner = {20, 40, 400, 300}, .outer = {20, 20, 400, 320}};
+    FrameMapping const mapping("Qt", {{"Lab", top}}, {tip, menuWindow, main}, unscaled);
+
+    auto const found = mapping.windowsAt({110, 110});
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_TRUE(found[0].isPopup);
+    EXPECT_EQ(found[0].topLevel, std::nullopt);
+    EXPECT_EQ(found[0].bounds, (DesktopRect{100, 100, 80, 60}));
+    EXPECT_FALSE(found[1].isPopup);
+    EXPECT_EQ(found[1].topLevel, 0u);
+    EXPECT_EQ(mapping.windowsAt({110, 30}).size(), 1u); // The title bar.
+    EXPECT_TRUE(mapping.windowsAt({110, 10}).empty());
+}
+
+TEST(FramesAtAPoint, turnItIntoTheWordsOfTheToolkit)
+{
+    std::vector<DisplayLayout> const elsewhere = {
+        {.origin = {100, 50}, .widthPixels = 1600, .heightPixels = 1200, .scale = 2}};
+    ProcessWindow const window{.title = "Lab", .inner = {300, 250, 800, 600}, .outer = {300, 250, 800, 600}};
+    FrameMapping const mapping("Qt", {{"Lab", {0, 0, 400, 300}}}, {window}, elsewhere);
+
+    // Pixel 310, 270: ten pixels from the left edge of the window, in units of two.
+    EXPECT_EQ(mapping.reportedAt(*mapping.topLevel(0), {105, 110}), (ReportedPoint{5, 10}));
+    EXPECT_EQ(mapping.reportedAt({}, {105, 110}), (ReportedPoint{310, 270}));
+}
+
+TEST(FramesAtAPoint, tellWhatLiesOverTheWindow)
+{
+    ReportedRect const top{0, 0, 400, 300};
+    FrameMapping const mapping("Qt", {{"Lab", top}}, {}, unscaled);
+    FrameSpace const space = *mapping.topLevel(0);
+
+    PlacedElement const item = mapping.place(space, menuItem, ReportedRect{10, 0, 40, 20});
+    PlacedElement const popup = mapping.place(item.inside, popupMenu, ReportedRect{10, 20, 100, 60});
+    PlacedElement const list = mapping.place(space, comboBox, ReportedRect{10, 50, 100, 20});
+
+    EXPECT_FALSE(item.isDropped);
+    EXPECT_TRUE(popup.isDropped);
+    EXPECT_TRUE(mapping.place(popup.inside, menuItem, ReportedRect{10, 20, 100, 20}).isDropped);
+    EXPECT_FALSE(list.isDropped);
+    EXPECT_TRUE(mapping.place(list.inside, filler, ReportedRect{10, 70, 100, 60}).isDropped);
+}
+
 // The sizes and places below are those that the toolkits really told, and the pixels those that they drew.
 
 TEST(FramesOfGtk3, areUnitsOfTheScreen)
@@ -75,6 +127,17 @@ TEST(FramesOfGtk3, reachOutOfTheWindowInMenus)
     EXPECT_EQ(
         placeOf(mapping, {{frameRole, top}, {menu, {302, 223, 37, 27}}, {menuItem, {690, 597, 102, 32}}}),
         (DesktopRect{690, 597, 102, 32}));
+}
+
+TEST(FramesOfGtk3, reachOutOfTheWindowInTheMenuOfAButton)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {302, 223, 420, 300}, .outer = {301, 201, 422, 327}};
+    ReportedRect const top{301, 201, 422, 327};
+    FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
+
+    EXPECT_EQ(
+        placeOf(mapping, {{frameRole, top}, {button, {302, 500, 37, 20}}, {menuItem, {302, 520, 102, 32}}}),
+        (DesktopRect{302, 520, 102, 32}));
 }
 
 TEST(FramesOfGtk3, areNothingWhereNothingShows)
