@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 
 namespace zelvo::MachineShortcuts {
 
@@ -129,8 +130,9 @@ std::vector<std::string> pressed(std::vector<std::string> const& keys)
         constexpr auto modifiers = std::to_array<std::string_view>({"cmd", "ctrl", "alt", "shift", "fn"});
         return std::ranges::find(modifiers, key) == modifiers.end();
     };
-    auto const last = std::find_if(keys.rbegin(), keys.rend(), isKey);
-    if (last != keys.rend())
+    auto const backwards = std::views::reverse(keys);
+    auto const last = std::ranges::find_if(backwards, isKey);
+    if (last != backwards.end())
         chord.push_back(*last);
     return chord;
 }

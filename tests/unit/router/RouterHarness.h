@@ -2,6 +2,7 @@
 
 #include "confirm/ElementProbe.h"
 #include "drivers/InputDriver.h"
+#include "drivers/PostingGate.h"
 #include "fakes/FakeConfirming.h"
 #include "fakes/FakePlatform.h"
 #include "fakes/FakeProbe.h"
@@ -72,7 +73,9 @@ protected:
     HiddenAppsStore hiddenApps{platform.contexts.agent, platform.settings};
     ScreenCapture capture{platform.contexts, platform.screenSource, hiddenApps};
     FakeTree tree{platform.time};
-    InputDriver input{platform.posting, platform.time};
+    PostingGate gate{platform.posting, platform.contexts.workers, [this] { return state.isPaused(); },
+                     [] { return std::vector<DesktopRect>(); }};
+    InputDriver input{gate, platform.time};
     HiddenAppGuard hiddenGuard{platform.contexts.workers, hiddenApps, platform.desktop, platform.windowList};
     ZelvoWindows ownWindows{platform.windowList, platform.machineFacts.pid};
     OwnUiGuard ownUi{ownWindows};
