@@ -35,7 +35,8 @@ QString plainButtonStyle(Look const& look)
 
 QString answerButtonStyle(Look const& look)
 {
-    return plainButtonStyle(look) + filled("QPushButton:default", look);
+    // The heavy letters of the filled one from the start, so that it has room for them.
+    return plainButtonStyle(look) + "QPushButton { font-weight: 600; }" + filled("QPushButton:default", look);
 }
 
 } // namespace zelvo

@@ -15,7 +15,6 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QMouseEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
@@ -227,7 +226,9 @@ void ConfirmationDialog::changeEvent(QEvent* event)
     if (event->type() == QEvent::PaletteChange && timeBar)
         paintIn(palette());
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        guard.disturbed(clock.now());
+        guard.activated(clock.now());
+    if (event->type() == QEvent::WindowStateChange && isMinimized())
+        setWindowState(Qt::WindowNoState); // It is not to be missed.
 }
 
 void ConfirmationDialog::showEvent(QShowEvent* event)
@@ -265,14 +266,13 @@ bool ConfirmationDialog::eventFilter(QObject* receiver, QEvent* event)
 bool ConfirmationDialog::isUnwitting(QEvent const& event)
 {
     Instant const now = clock.now();
-    if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick) {
-        QPoint const place = static_cast<QMouseEvent const&>(event).position().toPoint();
-        return childAt(place) == allow && !guard.clickMayAllow(now);
-    }
+    if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick)
+        return !guard.clickMayCount(now);
     if (event.type() != QEvent::KeyPress)
         return false;
     auto const& press = static_cast<QKeyEvent const&>(event);
-    bool const refused = wouldAllow(press.key()) && !guard.keyMayAllow(now, press.isAutoRepeat());
+    Duration const pressedAt = std::chrono::milliseconds(press.timestamp());
+    bool const refused = wouldAllow(press.key()) && !guard.keyMayAllow(now, pressedAt, press.isAutoRepeat());
     switch (press.key()) {
     case Qt::Key_Tab:
     case Qt::Key_Backtab:
@@ -285,7 +285,7 @@ bool ConfirmationDialog::isUnwitting(QEvent const& event)
     case Qt::Key_PageDown:
         break; // Ways about the window.
     default:
-        guard.disturbed(now);
+        guard.keyPressed(now, pressedAt);
     }
     return refused;
 }

@@ -20,7 +20,7 @@ class DetailView;
 /// The window of a question: what it is about, how long it still stands, and two answers, of which the filled
 /// one is pressed by Return: "Allow", unless the person has gone to "Deny" with Tab. Escape denies. A yes
 /// has to be meant (AnswerGuard): Return and Space allow only when the window has had the keyboard and no
-/// other key has come for 0.4 s, a click only 0.4 s after the opening; a repeated key never does.
+/// other key has come for 0.4 s, a repeated key never, and a click counts only 0.4 s after the opening.
 /// Thread: main.
 class ConfirmationDialog final : public QDialog {
 public:

@@ -24,6 +24,7 @@ DetailView::DetailView(QStringList lines, QFont const& font, int width, int high
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setTabChangesFocus(true);
     setUndoRedoEnabled(false);
+    setCursorWidth(0);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setFrameShape(QFrame::NoFrame);
@@ -59,7 +60,7 @@ void DetailView::addMore()
 void DetailView::fit(int highest)
 {
     ensurePolished();
-    document()->setTextWidth(viewport()->width());
+    document()->setTextWidth(width()); // The viewport gets it only when it is shown.
     double height = 2 * document()->documentMargin();
     for (QTextBlock block = document()->begin(); block.isValid() && height < highest; block = block.next())
         height += blockBoundingRect(block).height();

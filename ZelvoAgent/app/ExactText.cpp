@@ -136,7 +136,7 @@ private:
 
     QStringList lines;
     QString line;
-    int length = 0; // Of the line, in characters.
+    int length = 0;             // Of the line, in characters.
     bool isPieceOfMore = false; // Earlier pieces of this line are among the lines.
     int marks = 0;
     qsizetype spaces = 0;     // Not yet written.

@@ -216,12 +216,13 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
     WindowFocus& focus = services.focus;
     Instant const deadline = services.clock.now() + longestSettling;
     while (!weak.expired() && question->isOpen()) {
-        bool const isDone = co_await on(services.workers, [&focus, id = question->panelId] {
-            if (!focus.standing(id).isOnScreen)
-                return false;
-            focus.putInFront(id);
-            return true;
-        });
+        bool const isDone =
+            co_await on(services.workers, [&focus, id = question->panelId, over = question->workplace] {
+                if (!focus.standing(id).isOnScreen)
+                    return false;
+                focus.putInFront(id, over);
+                return true;
+            });
         if (weak.expired() || isDone || services.clock.now() >= deadline)
             break;
         co_await services.clock.sleep(settlingPoll);

@@ -22,21 +22,22 @@ bool isKey(PostedEvent const& event)
 
 } // namespace
 
-/// Counts an event from the check to the end of its posting, so that close() can wait for it.
+/// Notes an event from the check to the end of its posting, so that close() can wait for it.
 class PostingGate::InFlight {
 public:
     explicit InFlight(PostingGate& gate) : gate(gate)
     {
-        gate.idle.with([&] { ++gate.inFlight; });
+        number = gate.idle.with([&] { return *gate.inFlight.insert(++gate.lastEvent).first; });
     }
     InFlight(InFlight const&) = delete;
     InFlight& operator=(InFlight const&) = delete;
     ~InFlight()
     {
-        gate.idle.wakeAll([this] { --gate.inFlight; });
+        gate.idle.wakeAll([this] { gate.inFlight.erase(number); });
     }
 
 private:
+    std::uint64_t number = 0;
     PostingGate& gate;
 };
 
@@ -58,8 +59,12 @@ Task<> PostingGate::close()
 
 Task<> PostingGate::untilIdle()
 {
-    while (idle.with([this] { return inFlight > 0; }))
-        co_await idle.wait([this] { return inFlight == 0; });
+    // Not for those that begin meanwhile: they meet the closed gate, and may follow each other without end.
+    auto const areGone = [this, last = idle.with([this] { return lastEvent; })] {
+        return inFlight.empty() || *inFlight.begin() > last;
+    };
+    while (!idle.with(areGone))
+        co_await idle.wait(areGone);
 }
 
 void PostingGate::open()
@@ -95,7 +100,9 @@ Task<bool> PostingGate::mayPass(PostedEvent event)
     auto const* const mouse = std::get_if<MouseEvent>(&event);
     DesktopPoint const point = mouse ? mouse->point : inner.pointerLocation();
     std::vector<DesktopRect> const frames = co_await on(workers, [this] { return ownWindows(); });
-    co_return std::ranges::none_of(frames, [&](DesktopRect const& f) { return f.contains(point); });
+    // With no window yet, the one that the gate was closed for is just coming up, who knows where.
+    co_return !frames.empty() &&
+        std::ranges::none_of(frames, [&](DesktopRect const& f) { return f.contains(point); });
 }
 
 Task<> PostingGate::ready(PostedEvent event)

@@ -3,7 +3,9 @@
 #include "base/WakeList.h"
 #include "platform/EventPosting.h"
 
+#include <cstdint>
 #include <functional>
+#include <set>
 #include <vector>
 
 namespace zelvo {
@@ -41,6 +43,7 @@ private:
     class InFlight;
 
     Task<bool> mayPass(PostedEvent event);
+    /// Waits for the events that are in flight now.
     Task<> untilIdle();
 
     EventPosting& inner;
@@ -48,8 +51,9 @@ private:
     std::function<bool()> paused;
     std::function<std::vector<DesktopRect>()> ownWindows;
     WakeList idle;
-    int closings = 0; // idle
-    int inFlight = 0; // idle
+    int closings = 0;                 // idle
+    std::set<std::uint64_t> inFlight; // idle; events by number
+    std::uint64_t lastEvent = 0;      // idle
 };
 
 } // namespace zelvo

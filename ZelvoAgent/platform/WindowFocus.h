@@ -22,8 +22,9 @@ public:
     /// The application's window that the person works in; 0 when there is none.
     virtual std::uint32_t activeWindow() = 0;
     /// Puts a window of this program that is on the screen above all others, on every workspace, out of task
-    /// bars, and makes it the active one.
-    virtual void putInFront(std::uint32_t window) = 0;
+    /// bars, and makes it the active one. over: the window that was active before, 0 for none; if that fills
+    /// the screen, it does not cover the window either when the person goes back to it.
+    virtual void putInFront(std::uint32_t window, std::uint32_t over) = 0;
     /// Makes a window active, wherever it is.
     virtual void activate(std::uint32_t window) = 0;
     virtual WindowStanding standing(std::uint32_t window) = 0;

@@ -20,9 +20,9 @@ public:
     void close(std::uint32_t window) { std::erase(onScreen, window); }
 
     std::uint32_t activeWindow() override { return onScreen.empty() ? 0 : onScreen.back(); }
-    void putInFront(std::uint32_t window) override
+    void putInFront(std::uint32_t window, std::uint32_t over) override
     {
-        log.push_back("front " + std::to_string(window));
+        log.push_back("front " + std::to_string(window) + " over " + std::to_string(over));
         toTheEnd(window);
     }
     void activate(std::uint32_t window) override

@@ -382,7 +382,7 @@ TEST_F(ConfirmationPresenterTest, countsAsOpenWhileTheGateStillCloses)
 TEST_F(ConfirmationPresenterTest, putsThePanelInFrontOnceItIsOnTheScreen)
 {
     ask(shell("a"));
-    EXPECT_THAT(focus.log, ElementsAre("front 1001"));
+    EXPECT_THAT(focus.log, ElementsAre("front 1001 over 7"));
 }
 
 TEST_F(ConfirmationPresenterTest, resumesTheCallerOnlyWhenThePanelHasLeftTheScreen)
@@ -481,7 +481,7 @@ TEST_F(ConfirmationPresenterTest, leavesTheKeyboardWhereThePersonWentWhenNothing
 
     EXPECT_TRUE(answer->decision);
     EXPECT_EQ(focus.activeWindow(), 5u);
-    EXPECT_THAT(focus.log, ElementsAre("front 1001"));
+    EXPECT_THAT(focus.log, ElementsAre("front 1001 over 7"));
 }
 
 TEST_F(ConfirmationPresenterTest, twoQuestionsEndInAnyOrderAndTheGateOpensWithTheLast)

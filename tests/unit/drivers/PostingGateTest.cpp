@@ -12,25 +12,26 @@ namespace {
 class SlowEventPosting final : public EventPosting {
 public:
     std::vector<std::string> log;
-    bool free = false;
+    int free = 0; ///< events that may still pass
 
-    void letPass()
+    void letPass(int count = 1000)
     {
-        list.wakeAll([this] { free = true; });
+        list.wakeAll([this, count] { free += count; });
     }
 
     Task<> ready(PostedEvent) override { co_return; }
     Task<bool> post(PostedEvent) override
     {
         log.emplace_back("begun");
-        co_await list.wait([this] { return free; });
+        while (!list.with([this] { return free > 0 && free-- > 0; }))
+            co_await list.wait([this] { return free > 0; });
         log.emplace_back("posted");
         co_return true;
     }
     Task<> beginText(std::string) override
     {
         log.emplace_back("text begun");
-        co_await list.wait([this] { return free; });
+        co_await list.wait([this] { return free > 0; });
         log.emplace_back("text ready");
     }
     Task<> endText() override { co_return; }
@@ -187,6 +188,17 @@ TEST_F(PostingGateTest, looksAtEveryOwnWindowAndAtItsEdges)
     EXPECT_TRUE(post(mouse(Kind::down, {150, 120})));
     EXPECT_TRUE(post(mouse(Kind::down, {120, 150})));
     EXPECT_TRUE(post(mouse(Kind::down, {99.5, 120})));
+}
+
+TEST_F(PostingGateTest, makesNoButtonEventWhileTheWindowThatItClosedForIsStillComingUp)
+{
+    ownWindows.clear();
+    close();
+
+    EXPECT_FALSE(post(mouse(Kind::down, inside)));
+    EXPECT_TRUE(post(mouse(Kind::moved, inside)));
+    ownWindows.push_back({.x = 0, .y = 0, .width = 5, .height = 5});
+    EXPECT_TRUE(post(mouse(Kind::down, inside)));
 }
 
 TEST_F(PostingGateTest, releasesWhatIsHeldWhenItRefuses)
@@ -357,6 +369,29 @@ TEST_F(PostingGateTest, waitsForTheEventInFlightBeforeItIsClosed)
     platform.settle();
 
     EXPECT_EQ(slow.log, (std::vector<std::string>{"begun", "posted", "released", "drained"}));
+}
+
+TEST_F(PostingGateTest, isNotKeptFromClosingByEventsThatFollowEachOtherWithoutEnd)
+{
+    SlowEventPosting slow;
+    PostingGate slowGate(
+        slow, platform.contexts.workers, [] { return false; }, [] { return std::vector<DesktopRect>{}; });
+    auto const begin = [&] {
+        spawn(platform.contexts.agent,
+              [&]() -> Task<> { co_await slowGate.post(mouse(Kind::moved, outside)); });
+        platform.settle();
+    };
+    begin();
+    spawn(platform.contexts.main, [&] { return slowGate.close(); });
+    platform.settle();
+    begin(); // Before the first has ended.
+
+    slow.letPass(1);
+    platform.settle();
+
+    EXPECT_EQ(slow.log, (std::vector<std::string>{"begun", "begun", "posted", "released", "drained"}));
+    slow.letPass();
+    platform.settle();
 }
 
 TEST_F(PostingGateTest, waitsForATextThatIsBeingMadeReadyBeforeItIsClosed)

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <span>
 #include <string_view>
 
 namespace zelvo {
@@ -44,9 +45,10 @@ public:
         return work(*connection);
     }
 
-    void putInFront(std::uint32_t window)
+    void putInFront(std::uint32_t window, std::uint32_t over)
     {
         std::uint32_t const state = connection->atoms().netWmState;
+        standBeforeFullScreen(window, over);
         tell(window, desktopAtom, {allWorkspaces, fromPager});
         tell(window, state, {addState, connection->atoms().netWmStateAbove, stickyAtom, fromPager});
         tell(window, state, {addState, skipTaskbarAtom, skipPagerAtom, fromPager});
@@ -68,6 +70,29 @@ public:
     }
 
 private:
+    // Window managers lay a full-screen window over all others while it is active, but not over its own
+    // dialogs. So the person can go back to it and still see ours.
+    void standBeforeFullScreen(std::uint32_t window, std::uint32_t over)
+    {
+        if (over && over != window && isFullScreen(over))
+            xcb_change_property(connection->get(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_TRANSIENT_FOR,
+                                XCB_ATOM_WINDOW, 32, 1, &over);
+    }
+
+    bool isFullScreen(std::uint32_t window) const
+    {
+        constexpr std::uint32_t mostStates = 32;
+        auto* const x = connection->get();
+        auto const cookie =
+            xcb_get_property(x, 0, window, connection->atoms().netWmState, XCB_ATOM_ATOM, 0, mostStates);
+        XReply<xcb_get_property_reply_t> const reply(xcb_get_property_reply(x, cookie, nullptr));
+        if (!reply || reply->format != 32)
+            return false;
+        auto const* const states = static_cast<std::uint32_t const*>(xcb_get_property_value(reply.get()));
+        auto const count = static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / 4;
+        return std::ranges::find(std::span(states, count), fullScreenAtom) != std::span(states, count).end();
+    }
+
     void open()
     {
         isOpened = true;
@@ -76,6 +101,7 @@ private:
             return;
         auto* const x = connection->get();
         desktopAtom = atomNamed(x, "_NET_WM_DESKTOP");
+        fullScreenAtom = atomNamed(x, "_NET_WM_STATE_FULLSCREEN");
         stickyAtom = atomNamed(x, "_NET_WM_STATE_STICKY");
         skipTaskbarAtom = atomNamed(x, "_NET_WM_STATE_SKIP_TASKBAR");
         skipPagerAtom = atomNamed(x, "_NET_WM_STATE_SKIP_PAGER");
@@ -124,6 +150,7 @@ private:
     bool isOpened = false;
     std::unique_ptr<X11Connection> connection;
     std::uint32_t desktopAtom = 0;
+    std::uint32_t fullScreenAtom = 0;
     std::uint32_t stickyAtom = 0;
     std::uint32_t skipTaskbarAtom = 0;
     std::uint32_t skipPagerAtom = 0;
@@ -143,10 +170,10 @@ std::uint32_t X11WindowFocus::activeWindow()
     });
 }
 
-void X11WindowFocus::putInFront(std::uint32_t window)
+void X11WindowFocus::putInFront(std::uint32_t window, std::uint32_t over)
 {
     requests->with<bool>([&](X11Connection const&) {
-        requests->putInFront(window);
+        requests->putInFront(window, over);
         return true;
     });
 }

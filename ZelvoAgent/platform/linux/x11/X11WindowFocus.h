@@ -16,7 +16,7 @@ public:
     ~X11WindowFocus() override;
 
     std::uint32_t activeWindow() override;
-    void putInFront(std::uint32_t window) override;
+    void putInFront(std::uint32_t window, std::uint32_t over) override;
     void activate(std::uint32_t window) override;
     WindowStanding standing(std::uint32_t window) override;
     bool isKeyDown() override;
