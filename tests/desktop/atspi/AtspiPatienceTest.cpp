@@ -133,6 +133,21 @@ TEST(AtspiPatience, comesBackInTimeFromOneThatAnswersAtTheLastMoment)
     EXPECT_LT(seen.took, 2600ms);
 }
 
+TEST(AtspiPatience, readsSomethingOfAListThatTakesLongerThanThereIsTime)
+{
+    AtspiDesk desk;
+    for (std::string const toolkit : {"gtk", "Chromium"}) {
+        auto const application = desk.serveWindow(buttons(5000), {{"toolkit", toolkit}, {"delay", 1}});
+        auto const reader = desk.reader(application);
+
+        Walk const seen = desk.walk(*reader);
+
+        EXPECT_GT(seen.elements.size(), 20u) << toolkit;
+        EXPECT_LT(seen.took, 2600ms) << toolkit;
+        EXPECT_TRUE(seen.isTruncated || reader->hasFallenSilent()) << toolkit;
+    }
+}
+
 TEST(AtspiPatience, saysThatSomethingIsMissingWhenItWasTooLateToAsk)
 {
     AtspiDesk desk;

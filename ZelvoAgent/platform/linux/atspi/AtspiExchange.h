@@ -47,6 +47,7 @@ public:
     /// Is a peer being given up, so that what is answered with nothing was merely not waited for any longer?
     bool isGivingUp() const { return givingUp; }
     bool hasDeadline() const { return deadline.has_value(); }
+    std::optional<SteadyTime> currentDeadline() const { return deadline; }
     /// Nothing is waited for after that moment.
     void setDeadline(std::optional<SteadyTime> moment) { deadline = moment; }
     /// Until the deadline.

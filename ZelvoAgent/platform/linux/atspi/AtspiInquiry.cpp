@@ -124,7 +124,7 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
             .isStrictAboutText = name == "Qt",
             .mayHoldOffice = name == "gtk",
             .isGtk4 = name == "GTK",
-            .listsSlowly = name == "gtk",
+            .listsSlowly = isChromium || name == "gtk",
             .callsItemsFocused = name == "Qt",
             .collects = isChromium || name == "gtk",
             .hitAnswer = hitAnswerOf(name),
@@ -398,7 +398,15 @@ void AtspiInquiry::askOneByOne(Index index, std::int32_t count)
 {
     auto const listing = std::make_shared<Listing>();
     listing->references.resize(std::min(static_cast<std::size_t>(count), atspi::mostChildren));
+    listing->until = endOfListing();
     continueListing(index, listing);
+}
+
+std::optional<AtspiExchange::SteadyTime> AtspiInquiry::endOfListing() const
+{
+    auto const end = exchange.currentDeadline();
+    auto const now = std::chrono::steady_clock::now();
+    return end ? std::optional(now + (*end - now) / 2) : std::nullopt;
 }
 
 void AtspiInquiry::continueListing(Index index, std::shared_ptr<Listing> const& listing)
@@ -408,6 +416,10 @@ void AtspiInquiry::continueListing(Index index, std::shared_ptr<Listing> const& 
     auto const mayAsk = [&] {
         return listing->inFlight == 0 || (!exchange.isSilent(peer) && exchange.hasRoom(peer));
     };
+    if (listing->next < count && listing->until && std::chrono::steady_clock::now() >= *listing->until) {
+        listing->isCut = true;
+        exchange.noteMissing();
+    }
     // What has come by the end of its patience is the list.
     while (listing->next < count && !listing->isCut && !exchange.isGone(peer) && mayAsk())
         askChildAt(index, listing, listing->next++);

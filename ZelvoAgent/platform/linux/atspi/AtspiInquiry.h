@@ -28,7 +28,7 @@ struct AtspiToolkit {
     bool isStrictAboutText = false;    ///< gives no text when asked for more than there is
     bool mayHoldOffice = false;        ///< LibreOffice draws elements of its own into it
     bool isGtk4 = false;               ///< its answers want correcting
-    bool listsSlowly = false;          ///< GTK 3: a list of children takes it the square of their number
+    bool listsSlowly = false;          ///< a list of children takes it the square of their number
     bool callsItemsFocused = false;    ///< Qt: the current ones of a list that has not the focus
     bool collects = false;             ///< looks for elements by their states itself
     AtspiHitAnswer hitAnswer = AtspiHitAnswer::none;
@@ -97,7 +97,8 @@ private:
         std::vector<std::optional<atspi::Reference>> references;
         std::int32_t next = 0;
         std::int32_t inFlight = 0;
-        bool isCut = false; ///< nothing more will come
+        bool isCut = false;                                  ///< nothing more will come
+        std::optional<AtspiExchange::SteadyTime> until = {}; ///< then no more is asked for
     };
 
     /// Names of actions that are being asked for.
@@ -118,6 +119,8 @@ private:
     void leave(Index index, AtspiQuestion question);
     void askChildCount(Index index);
     void askOneByOne(Index index, std::int32_t count);
+    /// Half of what is left of the time, so that something of what is listed can be read.
+    std::optional<AtspiExchange::SteadyTime> endOfListing() const;
     void continueListing(Index index, std::shared_ptr<Listing> const& listing);
     void askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at);
     /// Lets go of an element's texts when they are too much. before: how much of them there was

@@ -47,6 +47,8 @@ bool ChromiumWaking::askForAttributes(AtspiNode::Index window)
 std::size_t ChromiumWaking::count(std::vector<AtspiNode::Index> const& windows)
 {
     inquiry.startAnew();
+    auto const outer = exchange.currentDeadline();
+    exchange.setDeadline(steady_clock::now() + longest);
     std::vector<AtspiNode::Index> row = windows;
     std::size_t counted = row.size();
     while (!row.empty() && counted < mostCounted) {
@@ -62,6 +64,8 @@ std::size_t ChromiumWaking::count(std::vector<AtspiNode::Index> const& windows)
         counted += below.size();
         row = std::move(below);
     }
+    exchange.setDeadline(outer);
+    exchange.trustAgain();
     return counted;
 }
 
