@@ -26,7 +26,11 @@ AgentParts::AgentParts(Contexts contexts,
       gate(
           platform.events(),
           contexts.workers,
-          [this] { return state.currentState().paused; },
+          [this] {
+              // Not on a locked screen either: there is a password to type into.
+              StateMirror const now = state.currentState();
+              return now.paused || now.availability != rawValue(Availability::ready);
+          },
           [this] { return ownWindows.windowFrames(); }),
       confirmations({.main = contexts.main,
                      .workers = contexts.workers,

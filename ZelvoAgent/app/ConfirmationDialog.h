@@ -49,7 +49,7 @@ private:
     void placeInTheMiddle();
     bool isUnwitting(QEvent const& event);
     bool wouldAllow(int key) const;
-    void report(std::function<void()> const& end);
+    void report(std::function<void()> const& told);
 
     PanelContents const contents;
     Clock& clock;

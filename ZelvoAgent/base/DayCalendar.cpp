@@ -29,9 +29,7 @@ Date dateOf(icu::Calendar const& calendar)
 
 std::unique_ptr<icu::TimeZone> zoneOf(std::string const& name)
 {
-    return std::unique_ptr<icu::TimeZone>(
-        name.empty() ? icu::TimeZone::detectHostTimeZone()
-                     : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
+    return std::unique_ptr<icu::TimeZone>(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
 }
 
 CalendarPtr calendarAt(Date date, std::string const& zone)
@@ -53,6 +51,16 @@ std::string formatted(icu::DateFormat& format, Date date, std::string const& zon
 }
 
 } // namespace
+
+// Finding out the machine's zone reads files, so it is done once.
+DayCalendar::DayCalendar(std::string zone) : zone(std::move(zone))
+{
+    if (!this->zone.empty())
+        return;
+    std::unique_ptr<icu::TimeZone> const host(icu::TimeZone::detectHostTimeZone());
+    icu::UnicodeString id;
+    host->getID(id).toUTF8String(this->zone);
+}
 
 Date DayCalendar::startOfDay(Date date) const
 {

@@ -10,7 +10,7 @@ namespace zelvo {
 class DayCalendar {
 public:
     /// zone  an IANA name; empty: the machine's own, as it is at that moment
-    explicit DayCalendar(std::string zone = {}) : zone(std::move(zone)) {}
+    explicit DayCalendar(std::string zone = {});
 
     Date startOfDay(Date date) const;
     /// The same time one day before.

@@ -16,7 +16,7 @@ public:
     std::optional<bool> truth(std::string_view key)
     {
         json::value const* const value = stored.if_contains(key);
-        if (!value)
+        if (!value || value->is_null())
             return std::nullopt;
         if (!value->is_bool()) {
             broken = true;
@@ -28,7 +28,7 @@ public:
     std::optional<std::int64_t> integer(std::string_view key)
     {
         json::value const* const value = stored.if_contains(key);
-        if (!value)
+        if (!value || value->is_null())
             return std::nullopt;
         if (!value->is_int64()) {
             broken = true;

@@ -36,6 +36,13 @@ bool isExact(ConfirmationSubject const& subject)
            std::holds_alternative<ConfirmationSubject::OpenUrl>(subject.value);
 }
 
+// Words of an application and of an agent must not pass for words of ours; a command is shown letter by
+// letter.
+std::string shownDetail(ConfirmationSubject const& subject)
+{
+    return isExact(subject) ? subject.detail() : text::withoutControlCharacters(subject.detail());
+}
+
 } // namespace
 
 /// A question from its very start until the screen is as it was.
@@ -92,7 +99,7 @@ ConfirmationPresenter::ask(ConfirmationSubject subject, std::string platformName
     if (allowances.contains(key))
         co_return ConfirmationDecision::allowed(true);
     PanelContents contents{.title = subject.title(),
-                           .detail = shownName(platformName) + "\n\n" + subject.detail(),
+                           .detail = shownName(platformName) + "\n\n" + shownDetail(subject),
                            .allowTitle = localized("confirm.allow"),
                            .denyTitle = localized("confirm.deny"),
                            .showsRemember = true,
@@ -248,10 +255,10 @@ Task<> ConfirmationPresenter::leave(QuestionPtr question)
         co_await on(services.workers,
                     [&focus = services.focus, to = question->workplace] { focus.activate(to); });
     if (question->panelId != 0) {
-        Instant const deadline = services.clock.now() + longestSettling;
-        while (!weak.expired() && !co_await isScreenBack(question, givesBack) &&
-               services.clock.now() < deadline)
-            co_await services.clock.sleepThroughCancel(settlingPoll);
+        Clock& clock = services.clock; // It outlives this presenter.
+        Instant const deadline = clock.now() + longestSettling;
+        while (!weak.expired() && !co_await isScreenBack(question, givesBack) && clock.now() < deadline)
+            co_await clock.sleepThroughCancel(settlingPoll);
     }
     if (weak.expired())
         co_return;

@@ -34,17 +34,22 @@ void ConfirmationWindow::show(std::int64_t timeoutMs, OnDecision onDecision)
 {
     decide = std::move(onDecision);
     Instant const end = clock.now() + timeOf(timeoutMs);
-    panel->show(end, reports());
+    panel->show(end, reports(end));
     startCountdown(end);
 }
 
-ConfirmationPanel::Reports ConfirmationWindow::reports()
+ConfirmationPanel::Reports ConfirmationWindow::reports(Instant end)
 {
     auto const completing = [weak = weak_from_this()](ConfirmationDecision decision) {
         if (auto const window = weak.lock())
             window->complete(decision);
     };
-    return {.allow = [completing](bool remember) { completing(ConfirmationDecision::allowed(remember)); },
+    // After a suspend the press may come before the countdown's end.
+    auto const allowing = [completing, end, &clock = clock](bool remember) {
+        completing(clock.now() > end ? ConfirmationDecision::timedOut()
+                                     : ConfirmationDecision::allowed(remember));
+    };
+    return {.allow = allowing,
             .deny = [completing] { completing(ConfirmationDecision::denied()); },
             .close = [completing, means = closeMeans] { completing(means); }};
 }

@@ -36,7 +36,7 @@ public:
     std::uint32_t panelId() const { return panel->windowId(); }
 
 private:
-    ConfirmationPanel::Reports reports();
+    ConfirmationPanel::Reports reports(Instant end);
     void startCountdown(Instant end);
 
     Executor main;

@@ -3,6 +3,7 @@
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
 #include "confirm/MachineShortcuts.h"
+#include "drivers/Chord.h"
 
 #include <algorithm>
 #include <array>
@@ -111,10 +112,21 @@ std::optional<std::string> lookUp(std::string_view combination, std::optional<st
     return std::nullopt;
 }
 
-/// What a combination comes to, however it is spelt.
-std::string normalizedAsPressed(std::vector<std::string> const& keys)
+/// What a combination comes to, however it is spelt: as it reads, and as the input driver takes it, which
+/// knows fewer names.
+std::array<std::string, 2> normalizedAsPressed(std::vector<std::string> const& keys)
 {
-    return joined(MachineShortcuts::pressed(canonical(keys)));
+    Chord const chord = Chord::of(keys);
+    std::vector<std::string> driven;
+    for (auto const& [isHeld, name] :
+         {std::pair(chord.flags.cmd, "cmd"), std::pair(chord.flags.ctrl, "ctrl"),
+          std::pair(chord.flags.alt, "alt"), std::pair(chord.flags.shift, "shift")})
+        if (isHeld && chord.key)
+            driven.emplace_back(name);
+    if (chord.key)
+        driven.push_back(*chord.key);
+    return {joined(MachineShortcuts::pressed(canonical(keys))),
+            joined(MachineShortcuts::pressed(canonical(driven)))};
 }
 
 bool isActivating(std::string_view combination)
@@ -134,12 +146,15 @@ std::optional<std::string> meaning(std::vector<std::string> const& keys,
 {
     if (auto asSent = lookUp(normalize(keys), app))
         return asSent;
-    return lookUp(normalizedAsPressed(keys), app);
+    for (std::string const& pressed : normalizedAsPressed(keys))
+        if (auto found = lookUp(pressed, app))
+            return found;
+    return std::nullopt;
 }
 
 bool activatesFocusedControl(std::vector<std::string> const& keys)
 {
-    return isActivating(normalize(keys)) || isActivating(normalizedAsPressed(keys));
+    return isActivating(normalize(keys)) || std::ranges::any_of(normalizedAsPressed(keys), isActivating);
 }
 
 } // namespace zelvo::DangerousShortcuts

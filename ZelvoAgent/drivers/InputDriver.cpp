@@ -1,6 +1,7 @@
 #include "drivers/InputDriver.h"
 
 #include "base/Text.h"
+#include "drivers/Chord.h"
 #include "drivers/KeyCodes.h"
 
 #include <algorithm>
@@ -13,27 +14,6 @@ namespace {
 
 constexpr std::size_t chunkCharacters = 20;
 constexpr Duration chunkPause = 4ms;
-
-void add(ModifierFlags& flags, Modifier modifier)
-{
-    switch (modifier) {
-    case Modifier::cmd:
-        flags.cmd = true;
-        break;
-    case Modifier::shift:
-        flags.shift = true;
-        break;
-    case Modifier::alt:
-        flags.alt = true;
-        break;
-    case Modifier::ctrl:
-        flags.ctrl = true;
-        break;
-    case Modifier::fn:
-        flags.fn = true;
-        break;
-    }
-}
 
 MouseEvent mouse(MouseEvent::Kind kind, DesktopPoint point, MouseButton button)
 {
@@ -48,9 +28,11 @@ MouseEvent mouse(MouseEvent::Kind kind, DesktopPoint point, MouseButton button)
 
 DragPlan DragPlan::of(std::int64_t durationMs)
 {
+    // So that no number of milliseconds overflows the clock.
+    std::int64_t const bounded = std::min<std::int64_t>(durationMs, std::numeric_limits<std::int32_t>::max());
     DragPlan plan;
-    plan.steps = std::clamp<std::int64_t>(durationMs / 16, 2, 60);
-    plan.stepDelayMs = std::max<std::int64_t>(durationMs / plan.steps, 1);
+    plan.steps = std::clamp<std::int64_t>(bounded / 16, 2, 60);
+    plan.stepDelayMs = std::max<std::int64_t>(bounded / plan.steps, 1);
     return plan;
 }
 
@@ -144,18 +126,13 @@ Task<> InputDriver::type(std::string text)
 
 Task<> InputDriver::pressKeys(std::vector<std::string> keys)
 {
-    KeyEvent event;
-    std::optional<std::uint16_t> chosen;
-    for (std::string const& key : keys) {
-        std::string const name = text::lowercased(key);
-        if (auto const modifier = fromRawValue<Modifier>(name))
-            add(event.flags, *modifier);
-        else
-            chosen = KeyCodes::code(name); // Only the last one counts, known or not.
-    }
-    if (!chosen)
+    Chord const chord = Chord::of(keys);
+    auto const code = chord.key ? KeyCodes::code(*chord.key) : std::nullopt;
+    if (!code)
         co_return;
-    event.keyCode = *chosen;
+    KeyEvent event;
+    event.flags = chord.flags;
+    event.keyCode = *code;
     if (!co_await events.post(event))
         co_return;
     event.kind = KeyEvent::Kind::up;

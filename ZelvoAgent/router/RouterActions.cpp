@@ -13,6 +13,7 @@ namespace {
 
 constexpr Duration frontmostWait = 2s;
 constexpr Duration frontmostPoll = 50ms;
+constexpr Duration waitSlice = 100ms;
 
 std::vector<InputAction> actionsFrom(json::object const& params)
 {
@@ -69,22 +70,38 @@ Task<json::value> RpcRouter::handleActions(RpcFrame frame)
 }
 
 /// Everything is looked at again before each action, so that a pause, a lock or another application stops the
-/// batch in its middle.
+/// batch in its middle; and once more when a person was asked, who may have taken a minute.
 Task<> RpcRouter::performBatch(std::vector<InputAction> actions,
                                std::string expected,
                                std::optional<GrantedConnection> connection)
 {
     bool const asks = members.mode == AgentMode::connected && connection;
     for (std::size_t i = 0; i < actions.size(); ++i) {
-        co_await on(contexts.main, [this] { state.assertReady(); });
-        if (!members.permissions().accessibility)
-            throw AgentError::permissionMissing;
-        if (!expected.empty() && !co_await isInFront(expected, i == 0 ? frontmostWait : Duration::zero()))
-            throw co_await notFrontmost(expected, i);
-        co_await checkHiddenApps(actions[i]);
-        if (asks)
-            co_await confirm(actions[i], *connection);
+        co_await assertMayAct(actions[i], expected, i, i == 0 ? frontmostWait : Duration::zero());
+        if (asks && co_await confirm(actions[i], *connection))
+            co_await assertMayAct(actions[i], expected, i, frontmostWait);
         co_await execute(actions[i]);
+    }
+}
+
+Task<>
+RpcRouter::assertMayAct(InputAction action, std::string expected, std::size_t index, Duration longestWait)
+{
+    co_await on(contexts.main, [this] { state.assertReady(); });
+    if (!members.permissions().accessibility)
+        throw AgentError::permissionMissing;
+    if (!expected.empty() && !co_await isInFront(expected, longestWait))
+        throw co_await notFrontmost(expected, index);
+    co_await checkHiddenApps(std::move(action));
+}
+
+/// A pause or a lock ends it: nobody waits for days.
+Task<> RpcRouter::wait(std::int64_t ms)
+{
+    Instant const end = clock.now() + waitOf(ms);
+    while (clock.now() < end) {
+        co_await clock.sleepThroughCancel(std::min<Duration>(end - clock.now(), waitSlice));
+        co_await on(contexts.main, [this] { state.assertReady(); });
     }
 }
 
@@ -188,10 +205,7 @@ struct RpcRouter::Performer {
         cursor.pressed(action.keys);
         co_await input.pressKeys(action.keys);
     }
-    Task<> operator()(InputAction::Wait action)
-    {
-        co_await router.clock.sleepThroughCancel(waitOf(action.ms));
-    }
+    Task<> operator()(InputAction::Wait action) { co_await router.wait(action.ms); }
     Task<> operator()(InputAction::ClickElement action) { co_await router.clickElement(std::move(action)); }
     Task<> operator()(InputAction::SetValue action) { co_await router.setValue(std::move(action)); }
 };
@@ -208,7 +222,8 @@ Task<> RpcRouter::logActions(GrantedConnection connection,
 {
     auto const front =
         co_await on(contexts.workers, [this] { return members.workspace.frontmostApplication(); });
-    std::optional<std::string> const appName = front ? std::optional(front->localizedName) : std::nullopt;
+    std::optional<std::string> const appName =
+        front && !front->localizedName.empty() ? std::optional(front->localizedName) : std::nullopt;
     ActivityWording::Actions words = ActivityWording::actions(actions, appName);
     co_await on(contexts.main, [&] {
         AgentState::LogLine line{.platform = connection.platformName, .summary = std::move(words.summary)};

@@ -85,6 +85,8 @@ private:
     Task<> performBatch(std::vector<InputAction> actions,
                         std::string expected,
                         std::optional<GrantedConnection> connection);
+    Task<> assertMayAct(InputAction action, std::string expected, std::size_t index, Duration longestWait);
+    Task<> wait(std::int64_t ms);
     Task<bool> isInFront(std::string expected, Duration atMost);
     Task<DetailedAgentError> notFrontmost(std::string expected, std::optional<std::size_t> failedIndex);
     Task<> checkHiddenApps(InputAction action);
@@ -94,10 +96,14 @@ private:
                       std::vector<InputAction> actions);
 
     // RouterConfirmations.cpp
-    Task<> confirm(InputAction action, GrantedConnection connection);
-    Task<> confirmClick(DesktopPoint at, GrantedConnection connection);
-    Task<> confirmKeys(std::vector<std::string> keys, GrantedConnection connection);
-    Task<> ask(ConfirmationSubject subject, GrantedConnection connection);
+    /// Each tells whether a person was asked, so that time has passed and all may be different.
+    Task<bool> confirm(InputAction action, GrantedConnection connection);
+    Task<bool> confirmClick(DesktopPoint at, GrantedConnection connection);
+    Task<bool> confirmKeys(std::vector<std::string> keys, GrantedConnection connection);
+    Task<bool> confirmChord(std::vector<std::string> keys,
+                            std::optional<FrontmostAppInfo> front,
+                            GrantedConnection connection);
+    Task<bool> ask(ConfirmationSubject subject, GrantedConnection connection);
 
     // RouterElements.cpp
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;

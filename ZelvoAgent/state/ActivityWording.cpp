@@ -14,6 +14,7 @@ namespace {
 using Part = ActionCounts::Part;
 
 constexpr std::size_t keysShown = 3;
+constexpr std::size_t longestKeyName = 40; // Characters.
 
 std::string readyAgain(Availability from)
 {
@@ -71,9 +72,18 @@ std::string counted(std::int64_t count, std::string_view one, std::string_view m
     return count == 1 ? localized(one) : localized(many, {count});
 }
 
+/// A name of a key is an agent's word, of any length.
+std::string shownKey(std::string const& name)
+{
+    return text::prefix(text::withoutControlCharacters(name), longestKeyName);
+}
+
 std::string keysLine(std::vector<std::string> const& names)
 {
-    std::string const shown = joined(names, std::min(names.size(), keysShown), ", ");
+    std::vector<std::string> first;
+    for (std::size_t i = 0; i < std::min(names.size(), keysShown); ++i)
+        first.push_back(shownKey(names[i]));
+    std::string const shown = joined(first, first.size(), ", ");
     return localized("activity.detail.keys", {shown + (names.size() > keysShown ? "…" : "")});
 }
 

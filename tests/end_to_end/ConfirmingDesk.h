@@ -2,7 +2,9 @@
 
 #include "end_to_end/ReadingDesk.h"
 
+#include <csignal>
 #include <future>
+#include <string_view>
 
 namespace zelvo::test {
 
@@ -25,6 +27,20 @@ protected:
     bool says(std::string const& words)
     {
         return waitFor([&] { return said().find(words) != std::string::npos; });
+    }
+
+    /// How many letters the field of the GTK letter holds.
+    std::size_t lettersTyped()
+    {
+        constexpr std::string_view before = "swapped with ";
+        std::size_t const known = said().rfind(before);
+        ::kill(application, SIGUSR1);
+        require("the number of letters", [&] {
+            std::string const all = said();
+            return all.rfind(before) != known && all.ends_with("letters\n");
+        });
+        std::string const all = said();
+        return std::stoul(all.substr(all.rfind(before) + before.size()));
     }
 
     std::future<Answer> performing(json::array actions)

@@ -68,7 +68,7 @@ def swap():
     places.reverse()
     field.move(send, *places[0])
     field.move(printing, *places[1])
-    say("swapped")
+    say(f"swapped with {len(text.get_text())} letters")
     return True
 
 

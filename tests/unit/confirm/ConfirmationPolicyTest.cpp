@@ -43,6 +43,16 @@ bool asksForUrl(std::string url)
 
 using Kinds = std::vector<std::string>;
 
+TEST(ConfirmationPolicy, takesANullForAbsent)
+{
+    auto const policy = ConfirmationPolicy::fromJson(*parseJson(
+        R"({"version":2,"confirmShell":null,"confirmDangerousActions":null,"confirmSubmitButtons":false})"));
+    ASSERT_TRUE(policy);
+    EXPECT_TRUE(policy->confirmShell);
+    EXPECT_FALSE(policy->confirmDangerousActions);
+    EXPECT_TRUE(ConfirmationPolicy::fromJson(*parseJson(R"({"version":null})")));
+}
+
 TEST(ConfirmationPolicy, asksForEverythingButFileWritesWhenNew)
 {
     EXPECT_EQ(asksFor({}),

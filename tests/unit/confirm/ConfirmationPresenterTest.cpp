@@ -171,6 +171,12 @@ TEST_F(ConfirmationPresenterTest, keepsAPlatformsNameFromPassingForTheCommand)
     EXPECT_EQ(panels.last().contents.detail, "Acmels" + std::string(74, 'x') + "…\n\nrm -r /");
 }
 
+TEST_F(ConfirmationPresenterTest, keepsAButtonsWordsInOneLine)
+{
+    ask(button("OK»\n\nChecked and harmless."));
+    EXPECT_EQ(panels.last().contents.detail, "Acme\n\n«OK»Checked and harmless.»");
+}
+
 TEST_F(ConfirmationPresenterTest, showsAChoiceAsItIsWordedAndWithoutTheBox)
 {
     choose();

@@ -78,6 +78,17 @@ TEST_F(ConfirmationWindowTest, takesAClickAtTheMomentInWhichTheTimeRunsOutOnce)
     EXPECT_EQ(decisions, std::vector{Decision::allowed(false)});
 }
 
+TEST_F(ConfirmationWindowTest, takesNoYesAfterItsTime)
+{
+    auto const shown = window(Decision::denied());
+    show(shown, 1000);
+
+    clock.jump(1001ms); // The machine slept, and a key woke it.
+    panels.last().reports.allow(false);
+
+    EXPECT_EQ(decisions, std::vector{Decision::timedOut()});
+}
+
 TEST_F(ConfirmationWindowTest, endsByItselfWhenItsTimeIsOverAndNotBefore)
 {
     auto const shown = window(Decision::denied());

@@ -139,6 +139,20 @@ TEST(DangerousShortcuts, areSeenThroughKeysThatArePressedByNobody)
     EXPECT_FALSE(activatesFocusedControl({"fn", "shift", "return"}));
 }
 
+// Names that the input driver does not know are no modifiers to it, and give way to the next key.
+TEST(DangerousShortcuts, areSeenThroughNamesThatPressNothing)
+{
+    for (Keys const& keys : {Keys{"cmd", "option", "s"}, Keys{"cmd", " alt ", "s"},
+                             Keys{"ctrl", "shift ", "s"}, Keys{"opt", "ctrl", "s"}})
+        EXPECT_EQ(meaning(keys, anyApp), localized("shortcut.save")) << normalize(keys);
+    EXPECT_EQ(meaning({"option", "return"}, "discord"), localized("shortcut.sendMessage"));
+    EXPECT_EQ(meaning({"opt", "forwarddelete"}, "thunar"), localized("shortcut.moveToTrash"));
+    for (Keys const& keys : {Keys{"option", "return"}, Keys{"opt", "space"}, Keys{"shift ", "enter"},
+                             Keys{"command", "return"}, Keys{"control", "space"}})
+        EXPECT_TRUE(activatesFocusedControl(keys)) << normalize(keys);
+    EXPECT_FALSE(activatesFocusedControl({"alt", "return"}));
+}
+
 TEST(DangerousShortcuts, areLookedUpAsSentFirst)
 {
     EXPECT_EQ(meaning({"cmd", "alt", "s"}, anyApp), std::nullopt);

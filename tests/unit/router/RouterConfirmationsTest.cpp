@@ -274,6 +274,30 @@ TEST_F(RouterConfirmationsTest, aSecondBatchIsBusyWhileAPersonIsAsked)
     EXPECT_THAT(platform.posting.posted, SizeIs(2));
 }
 
+TEST_F(RouterConfirmationsTest, allIsLookedAtAgainAfterAYes)
+{
+    fakeProbe.hit = seen("AXButton", "Send");
+    confirmations.onAsk = [&] { state.setPaused(true); };
+    EXPECT_EQ(code(clickAt()), "machine_paused");
+    state.setPaused(false);
+    confirmations.onAsk = [&] { platform.windowList.list = {{ownWindow({0, 0, 50, 50})}}; };
+    EXPECT_EQ(code(clickAt()), "zelvo_ui_protected");
+    platform.windowList.list.reset();
+    confirmations.onAsk = [&] { platform.systemAccess.granted.accessibility = false; };
+    EXPECT_EQ(code(clickAt()), "permission_missing");
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, anAllowedKeyIsPressedOnlyWhereItWasAskedFor)
+{
+    confirmations.onAsk = [&] { front("org.mail", "Mail"); };
+    json::object const reply = press(R"(["cmd","s"])");
+    EXPECT_EQ(code(reply), "app_not_frontmost");
+    EXPECT_EQ(details(reply),
+              (json::object{{"actual", "org.mail"}, {"actualName", "Mail"}, {"expected", "org.form"}}));
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
 TEST_F(RouterConfirmationsTest, eachActionOfABatchIsAskedForItself)
 {
     fakeProbe.hit = seen("AXButton", "Send");

@@ -79,6 +79,34 @@ TEST_F(RouterLimitsTest, aDragOfDaysStopsAtThePause)
     EXPECT_EQ(platform.posting.releases, 1);
 }
 
+TEST_F(RouterLimitsTest, aWaitOfDaysEndsAtThePause)
+{
+    std::optional<json::object> reply;
+    start(frame("actions.perform", R"({"actions":[{"type":"wait","ms":9223372036854775807}]})"), reply);
+    platform.time.advance(std::chrono::hours(1));
+    EXPECT_FALSE(reply);
+    state.setPaused(true);
+    platform.time.advance(100ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "machine_paused");
+}
+
+TEST_F(RouterLimitsTest, aDragWithoutEndOverflowsNothing)
+{
+    std::optional<json::object> reply;
+    start(
+        frame(
+            "actions.perform",
+            R"({"actions":[{"type":"drag","from":{"x":1,"y":1},"to":{"x":9,"y":9},"durationMs":9223372036854775807}]})"),
+        reply);
+    EXPECT_THAT(platform.posting.posted, SizeIs(2));
+    platform.time.advance(std::chrono::hours(1));
+    EXPECT_THAT(platform.posting.posted, SizeIs(2));
+    state.setPaused(true);
+    platform.time.advance(std::chrono::hours(10));
+    EXPECT_TRUE(reply);
+}
+
 TEST_F(RouterLimitsTest, negativeNumbersAreTheSmallest)
 {
     std::optional<json::object> reply;

@@ -162,6 +162,12 @@ TEST_F(ActivityWordingTest, listsThreeKeysAndNoMore)
     EXPECT_EQ(words({key("a"), key("b"), key("c"), key("d"), key("e")}).detail, keysLine("A, B, C…"));
 }
 
+TEST_F(ActivityWordingTest, boundsTheNamesOfKeys)
+{
+    std::string const detail = words({{A::Key{{std::string(1 << 20, 'x') + "\n\nAllowed by you"}}}}).detail;
+    EXPECT_EQ(detail, localized("activity.detail.keys", {"X" + std::string(39, 'x')}));
+}
+
 TEST_F(ActivityWordingTest, listsEachChordWithItsSymbols)
 {
     EXPECT_EQ(words({{A::Key{{"cmd", "c"}}}, {A::Key{{"cmd", "v"}}}}).detail,

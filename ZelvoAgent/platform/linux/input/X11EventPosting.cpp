@@ -11,6 +11,7 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
+#include <mutex>
 
 namespace zelvo {
 
@@ -37,15 +38,17 @@ bool beginsSeries(PostedEvent const& event)
 
 } // namespace
 
-/// What is there when the server can be used. But for pointer(), all runs on the workers, one call at a time.
+/// What is there when the server can be used. But for pointer(), all runs on the workers: typing one call at
+/// a time, what is pressed and released under a lock, since all may be let go of at any time.
 class X11EventPosting::Machine {
 public:
     Machine(Contexts contexts,
             Clock& clock,
             std::function<DisplayLayout()> layout,
             std::unique_ptr<InputConnection> opened)
-        : connection(std::move(opened)), keyboard(*connection), switches(*connection, keyboard),
-          typing(contexts, clock, *connection, keyboard), clock(clock), layout(std::move(layout))
+        : connection(std::move(opened)), keyboard(*connection),
+          typing(contexts, clock, *connection, keyboard), switches(*connection, keyboard), clock(clock),
+          layout(std::move(layout))
     {
         typing.borrower().recover();
         switches.recover();
@@ -53,8 +56,27 @@ public:
 
     bool post(PostedEvent const& event)
     {
+        std::scoped_lock const guard(lock);
         bool const made = std::visit([this](auto const& one) { return make(one); }, event);
         return made && connection->isAlive();
+    }
+
+    void releaseAll()
+    {
+        std::scoped_lock const guard(lock);
+        switches.releaseAll();
+    }
+
+    bool hasTakenRelease()
+    {
+        std::scoped_lock const guard(lock);
+        return switches.hasTakenRelease();
+    }
+
+    std::optional<Instant> earliestClick(DesktopPoint point, Duration doubleClickTime)
+    {
+        std::scoped_lock const guard(lock);
+        return spacing.earliest(point, doubleClickTime);
     }
 
     bool make(MouseEvent const& event)
@@ -110,11 +132,12 @@ public:
 
     std::unique_ptr<InputConnection> connection;
     Keyboard keyboard;
-    SwitchPoster switches;
     TextTyping typing;
-    ClickSpacing spacing;
 
 private:
+    std::mutex lock;
+    SwitchPoster switches; // lock
+    ClickSpacing spacing;  // lock
     Clock& clock;
     std::function<DisplayLayout()> layout;
 };
@@ -145,8 +168,7 @@ Task<> X11EventPosting::waitForRelease()
 {
     Instant const deadline = clock.now() + longestHoldUp;
     while (clock.now() < deadline) {
-        bool const taken =
-            co_await on(contexts.workers, [this] { return machine->switches.hasTakenRelease(); });
+        bool const taken = co_await on(contexts.workers, [this] { return machine->hasTakenRelease(); });
         if (taken)
             break;
         co_await clock.sleepThroughCancel(1ms);
@@ -165,10 +187,10 @@ Task<bool> X11EventPosting::post(PostedEvent event)
 
 Task<> X11EventPosting::waitForClickOfItsOwn(MouseEvent event)
 {
-    if (!machine->spacing.earliest(event.point, longestDoubleClickTime))
+    if (!machine->earliestClick(event.point, longestDoubleClickTime))
         co_return; // Nowhere near the last click; no need to ask for the time.
     Duration const time = co_await on(contexts.workers, [this] { return machine->doubleClickTime(); });
-    auto const due = machine->spacing.earliest(event.point, time);
+    auto const due = machine->earliestClick(event.point, time);
     if (due && *due > clock.now())
         co_await clock.sleepThroughCancel(*due - clock.now());
 }
@@ -188,7 +210,7 @@ Task<> X11EventPosting::endText()
 Task<> X11EventPosting::releaseAll()
 {
     if (machine)
-        co_await on(contexts.workers, [this] { machine->switches.releaseAll(); });
+        co_await on(contexts.workers, [this] { machine->releaseAll(); });
 }
 
 Task<> X11EventPosting::drained()
