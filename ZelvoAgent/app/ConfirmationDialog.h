@@ -26,7 +26,7 @@ class ConfirmationDialog final : public QDialog {
 public:
     ConfirmationDialog(PanelContents contents, Clock& clock);
 
-    void present(Instant end, ConfirmationPanel::Reports reports);
+    void present(Instant timeIsUp, ConfirmationPanel::Reports told);
     /// Hides it, and reports nothing any more.
     void leave();
 
