@@ -9,6 +9,7 @@
 #include <boost/system/system_error.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 #include <variant>
 
@@ -156,18 +157,24 @@ ConfirmationPresenter::putOnMain(PanelContents contents, Kind kind, std::int64_t
     co_await closeGate(question);
     bool cancelled =
         (co_await asio::this_coro::cancellation_state).cancelled() != asio::cancellation_type::none;
+    std::exception_ptr failure; // Of a panel that cannot be shown: the gate must not stay closed for it.
     if (!weak.expired() && !cancelled) {
-        show(question, timeoutMs);
         try {
+            show(question, timeoutMs);
             if (!question->decision)
                 co_await question->decided.wait(Instant::max(), asio::use_awaitable);
         } catch (boost::system::system_error const&) {
+            cancelled = !question->decision;
+        } catch (...) {
+            failure = std::current_exception();
             cancelled = !question->decision;
         }
     }
     question->isWithdrawn = cancelled;
     if (!weak.expired())
         co_await leave(question);
+    if (failure)
+        std::rethrow_exception(failure);
     if (!question->decision)
         throw boost::system::system_error(asio::error::operation_aborted);
     co_return *question->decision;

@@ -410,6 +410,25 @@ TEST_F(ConfirmationPresenterTest, resumesTheCallerOnlyWhenThePanelHasLeftTheScre
     EXPECT_FALSE(presenter->hasOpenQuestion());
 }
 
+TEST_F(ConfirmationPresenterTest, opensTheGateAgainWhenAPanelCannotBeShown)
+{
+    panels.onShow = [](FakePanelRecord&) { throw std::runtime_error("no screen"); };
+    std::string failure;
+    spawn(platform.contexts.main, [&]() -> Task<> {
+        try {
+            co_await presenter->ask(shell("a"), "Acme", 60000);
+        } catch (std::runtime_error const& error) {
+            failure = error.what();
+        }
+    });
+    platform.settle();
+
+    EXPECT_EQ(failure, "no screen");
+    EXPECT_FALSE(gate.isClosed());
+    EXPECT_FALSE(presenter->hasOpenQuestion());
+    EXPECT_FALSE(panels.last().isShown);
+}
+
 TEST_F(ConfirmationPresenterTest, waitsUntilTheKeyThatAnsweredIsUp)
 {
     Answer const answer = ask(shell("a"));
