@@ -20,6 +20,7 @@ protected:
         agent.start();
         machine = made.machine;
         EXPECT_TRUE(gateway.comesOnline(made.connection)) << agent.output();
+        waitFor([&] { return mayAct(made.connection); }); // The accessibility bus comes up in its own time.
         return made.connection;
     }
     /// Starts the agent with a link, as a browser does, and allows it with the Return key; gives the
@@ -33,6 +34,12 @@ protected:
         std::string const connection = gateway.connections().front();
         EXPECT_TRUE(gateway.comesOnline(connection));
         return connection;
+    }
+    /// Does the agent say that it can operate this desktop?
+    bool mayAct(std::string const& connection)
+    {
+        auto const answer = gateway.command(connection, "permissions.get");
+        return answer.status == 200 && answer.body.at("result").at("accessibility") == true;
     }
     void press(std::string const& key) { desktop.run({"xdotool", "key", key}); }
     bool isOpen(std::string const& title) { return desktop.findWindow({.title = title}).has_value(); }

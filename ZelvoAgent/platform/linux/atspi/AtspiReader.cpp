@@ -12,7 +12,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t mostSearchedForMenuBar = 300;
-constexpr Duration longestWaking = 1s;
+constexpr Duration longestWaking = 3s; // Once a process; a browser that has just started is busy.
 constexpr Duration wakingPause = 20ms;
 
 std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)
@@ -304,11 +304,14 @@ std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)
     if (!inquiry)
         return std::nullopt;
     auto hit = hitTest(point);
-    bool const isFrame = !hit || nodes[*hit].parent == 0u;
-    if (isFrame && sleeps() && wakeOnTheWay())
-        do
+    if (isStillEmpty(hit) && sleeps()) {
+        exchange.setDeadline(std::chrono::steady_clock::now() + longestWaking);
+        do { // A browser that has just started falls silent while it works.
+            if (sleeps())
+                setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
             hit = hitTest(point);
-        while (isStillEmpty(hit) && waitForMore());
+        } while (isStillEmpty(hit) && waitForMore());
+    }
     return hit ? std::optional(AccessibilityElement{*hit}) : std::nullopt;
 }
 
@@ -354,8 +357,9 @@ bool AtspiReader::isStillEmpty(std::optional<Index> hit)
 /// False when there is no time left but for telling what was found.
 bool AtspiReader::waitForMore()
 {
-    if (exchange.timeLeft() < longestWaking / 2 || exchange.isSilent(found.peer))
+    if (exchange.timeLeft() < longestWaking / 2)
         return false;
+    exchange.trustAgain();
     exchange.linkOf(found.peer).wait(wakingPause);
     inquiry->startAnew();
     places->forget();
