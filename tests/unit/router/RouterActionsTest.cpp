@@ -346,7 +346,8 @@ TEST_F(RouterActionsTest, negativeAndHugeWaitsAreBounded)
     std::optional<json::object> reply;
     start(frame("actions.perform", R"({"actions":[{"type":"wait","ms":9223372036854775807}]})"), reply);
     EXPECT_FALSE(reply);
-    platform.time.advance(std::chrono::hours(24 * 30));
+    platform.time.jump(std::chrono::hours(24 * 30));
+    platform.time.advance(100ms); // It looks up now and then.
     EXPECT_TRUE(reply);
 }
 
