@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-// Each target defines it.
+// Each target defines it; the analysis, which reads several sources as one, has seen that before.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, // NOLINT(readability-redundant-declaration)
                                       std::size_t size);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace zelvo {
@@ -13,6 +15,12 @@ inline constexpr std::array<std::string_view, 6> buttonRoles = {
 constexpr bool isButtonRole(std::string_view role)
 {
     return std::ranges::find(buttonRoles, role) != buttonRoles.end();
+}
+
+/// Is it the subrole of a dialog's window?
+inline bool isDialogSubrole(std::optional<std::string> const& subrole)
+{
+    return subrole == "AXDialog" || subrole == "AXSystemDialog" || subrole == "AXSystemFloatingWindow";
 }
 
 } // namespace zelvo

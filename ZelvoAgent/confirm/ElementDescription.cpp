@@ -62,9 +62,4 @@ ProbedElement described(AccessibilityReader& reader, AccessibilityElement elemen
     return probed;
 }
 
-bool isDialogSubrole(std::optional<std::string> const& subrole)
-{
-    return subrole == "AXDialog" || subrole == "AXSystemDialog" || subrole == "AXSystemFloatingWindow";
-}
-
 } // namespace zelvo

@@ -25,7 +25,4 @@ WindowContext windowContext(AccessibilityReader& reader, AccessibilityElement fr
 /// All that is told of an element but the name of its application. Its value is not asked for.
 ProbedElement described(AccessibilityReader& reader, AccessibilityElement element);
 
-/// Is it the subrole of a dialog's window?
-bool isDialogSubrole(std::optional<std::string> const& subrole);
-
 } // namespace zelvo

@@ -1,6 +1,7 @@
 #include "confirm/ElementProbe.h"
 
 #include "base/Hop.h"
+#include "confirm/ButtonRoles.h"
 #include "confirm/ElementDescription.h"
 
 #include <algorithm>

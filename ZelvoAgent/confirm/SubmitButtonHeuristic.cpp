@@ -3,7 +3,6 @@
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
 #include "confirm/ButtonRoles.h"
-#include "confirm/ElementDescription.h"
 
 #include <algorithm>
 #include <array>

@@ -110,7 +110,7 @@ Gateway::complete(std::string const& link, std::string const& machineToken, std:
                     scopes + "}");
 }
 
-LinkedMachine Gateway::link()
+LinkedMachine Gateway::link() const
 {
     std::string const code = newLink();
     json::value const resolved = resolve(code).json();

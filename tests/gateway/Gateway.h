@@ -65,7 +65,7 @@ public:
     Answer complete(std::string const& link,
                     std::string const& machineToken,
                     std::string const& scopes = R"(["screen"])") const;
-    LinkedMachine link();
+    LinkedMachine link() const;
     /// The "Cookie" header of a browser that opened a console link.
     std::pair<std::string, std::string> consoleCookie();
     std::string origin() const { return "http://127.0.0.1:" + std::to_string(port()); }

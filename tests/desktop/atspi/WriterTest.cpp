@@ -57,7 +57,7 @@ protected:
     {
         std::istringstream lines(readShownElements(desktop, pid));
         for (std::string line; std::getline(lines, line);)
-            if (line.find(named) != line.npos && line.find('"' + state + '"') != line.npos)
+            if (line.find(named) != std::string::npos && line.find('"' + state + '"') != std::string::npos)
                 return true;
         return false;
     }
