@@ -135,6 +135,7 @@ void AtspiApplicationSearch::describe(AtspiApplication& found)
     }
     found.toolkit = known.toolkit.value_or("");
     found.isWoken = known.isWoken;
+    found.isBuilt = known.isBuilt;
     if (known.directAddress && !known.directAddress->empty() && !exchange.isSilent(found.peer))
         connectDirectly(found, *known.directAddress);
 }

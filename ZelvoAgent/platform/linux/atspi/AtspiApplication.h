@@ -18,7 +18,8 @@ struct AtspiKnowledge {
         std::int32_t pid = 0;
         std::optional<std::string> toolkit;
         std::optional<std::string> directAddress; ///< empty: it offers none
-        bool isWoken = false;                     ///< Chromium has its web tree
+        bool isWoken = false;                     ///< Chromium makes its web tree
+        bool isBuilt = false;                     ///< and has had the time to
     };
     std::string address;                             ///< of the bus; empty: not known yet
     std::map<std::string, Application> applications; ///< by bus name
@@ -31,6 +32,7 @@ struct AtspiApplication {
     std::string path; ///< of its root
     std::string toolkit;
     bool isWoken = false;
+    bool isBuilt = false;
     AtspiExchange::PeerId peer = 0;
 };
 

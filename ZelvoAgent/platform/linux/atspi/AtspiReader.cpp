@@ -291,28 +291,36 @@ std::optional<AccessibilityElement> AtspiReader::parentOf(Index index) const
 
 std::optional<AtspiNode::Index> AtspiReader::focusedElement()
 {
-    auto window = focusedWindow();
-    if (window && sleeps()) {
-        wakeOnTheWay();
-        window = focusedWindow();
-    }
-    return window ? AtspiFocus(*inquiry, nodes, *known).findIn(*window) : std::nullopt;
+    if (!focusedWindow())
+        return std::nullopt;
+    return onceBuilt([this]() -> std::optional<Index> {
+        auto const window = focusedWindow();
+        return window ? AtspiFocus(*inquiry, nodes, *known).findIn(*window) : std::nullopt;
+    });
 }
 
 std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)
 {
     if (!inquiry)
         return std::nullopt;
-    auto hit = hitTest(point);
-    if (isStillEmpty(hit) && sleeps()) {
-        exchange.setDeadline(std::chrono::steady_clock::now() + longestWaking);
-        do { // A browser that has just started falls silent while it works.
-            if (sleeps())
-                setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
-            hit = hitTest(point);
-        } while (isStillEmpty(hit) && waitForMore());
-    }
+    auto const hit = onceBuilt([&] { return hitTest(point); });
     return hit ? std::optional(AccessibilityElement{*hit}) : std::nullopt;
+}
+
+std::optional<AtspiNode::Index> AtspiReader::onceBuilt(std::function<std::optional<Index>()> const& look)
+{
+    auto seen = look();
+    if (!isStillEmpty(seen) || !mayStillBuild())
+        return seen;
+    exchange.setDeadline(std::chrono::steady_clock::now() + longestWaking);
+    do { // A browser that has just started falls silent while it works.
+        if (sleeps())
+            setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
+        seen = look();
+    } while (isStillEmpty(seen) && waitForMore());
+    found.isBuilt = true;
+    remember([](AtspiKnowledge::Application& application) { application.isBuilt = true; });
+    return seen;
 }
 
 std::optional<AtspiNode::Index> AtspiReader::hitTest(DesktopPoint point)
@@ -334,23 +342,21 @@ void AtspiReader::announce(DesktopPoint point)
         inquiry->announceHit(window, {pixel.x, pixel.y});
 }
 
+bool AtspiReader::mayStillBuild() const
+{
+    return found.toolkit == "Chromium" && !found.isBuilt;
+}
+
 bool AtspiReader::sleeps() const
 {
     return found.toolkit == "Chromium" && !known->isAwake();
 }
 
-bool AtspiReader::wakeOnTheWay()
+bool AtspiReader::isStillEmpty(std::optional<Index> seen)
 {
-    // Once a process; its pages take their time.
-    exchange.setDeadline(std::chrono::steady_clock::now() + longestWaking);
-    return setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
-}
-
-bool AtspiReader::isStillEmpty(std::optional<Index> hit)
-{
-    if (!hit)
+    if (!seen)
         return true;
-    std::string_view const role = nodes.axRole(*hit).role;
+    std::string_view const role = nodes.axRole(*seen).role;
     return role == "AXWindow" || role == "AXWebArea" || role == "AXGroup" || role == "AXUnknown";
 }
 
@@ -457,9 +463,14 @@ bool AtspiReader::setFlag(AccessibilityElement element, AccessibilityAttribute a
 void AtspiReader::noteWoken()
 {
     known->noteWoken();
+    remember([](AtspiKnowledge::Application& application) { application.isWoken = true; });
+}
+
+void AtspiReader::remember(std::function<void(AtspiKnowledge::Application&)> const& change)
+{
     knowledge.change([&](AtspiKnowledge& all) {
         if (auto const entry = all.applications.find(found.name); entry != all.applications.end())
-            entry->second.isWoken = true;
+            change(entry->second);
     });
 }
 

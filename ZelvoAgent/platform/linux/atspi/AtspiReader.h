@@ -6,6 +6,7 @@
 #include "platform/linux/atspi/AtspiPlaces.h"
 #include "platform/linux/atspi/AtspiReadAhead.h"
 
+#include <functional>
 #include <memory>
 
 namespace zelvo {
@@ -66,14 +67,19 @@ private:
     std::optional<Index> focusedElement();
     std::optional<Index> hitTest(DesktopPoint point);
     void announce(DesktopPoint point);
-    /// Is it a Chromium that has not built its pages' elements?
+    /// What look finds. A Chromium whose pages nobody has asked about yet gets the time to make their
+    /// elements.
+    std::optional<Index> onceBuilt(std::function<std::optional<Index>()> const& look);
+    /// May the pages lack elements because nobody has asked for them before?
+    bool mayStillBuild() const;
+    /// Is it a Chromium that makes no elements for its pages?
     bool sleeps() const;
-    bool wakeOnTheWay();
     /// Is there nothing that a page would show?
-    bool isStillEmpty(std::optional<Index> hit);
+    bool isStillEmpty(std::optional<Index> seen);
     bool waitForMore();
     std::optional<std::string> helpOf(Index index);
     void noteWoken();
+    void remember(std::function<void(AtspiKnowledge::Application&)> const& change);
 
     Clock& clock;
     AtspiKnowledgeBox& knowledge;
