@@ -1,5 +1,4 @@
 #include "base/Hop.h"
-#include "base/Text.h"
 #include "drivers/FrontmostApp.h"
 #include "router/RpcRouter.h"
 #include "state/ActivityWording.h"
@@ -195,11 +194,7 @@ struct RpcRouter::Performer {
         co_await input.scroll(action.point, action.dx, action.dy);
         cursor.scrolled(action.point);
     }
-    Task<> operator()(InputAction::Type action)
-    {
-        cursor.typed(text::characterCount(action.text));
-        co_await input.type(action.text);
-    }
+    Task<> operator()(InputAction::Type action) { co_await router.typeShown(std::move(action.text)); }
     Task<> operator()(InputAction::Key action)
     {
         cursor.pressed(action.keys);
@@ -220,11 +215,13 @@ Task<> RpcRouter::logActions(GrantedConnection connection,
                              std::optional<std::string> agentName,
                              std::vector<InputAction> actions)
 {
-    auto const front =
-        co_await on(contexts.workers, [this] { return members.workspace.frontmostApplication(); });
-    std::optional<std::string> const appName =
-        front && !front->localizedName.empty() ? std::optional(front->localizedName) : std::nullopt;
-    ActivityWording::Actions words = ActivityWording::actions(actions, appName);
+    // The words rest on every character that was typed, which takes a while for a long text.
+    ActivityWording::Actions words = co_await on(contexts.workers, [&] {
+        auto const front = members.workspace.frontmostApplication();
+        bool const isNamed = front && !front->localizedName.empty();
+        return ActivityWording::actions(actions,
+                                        isNamed ? std::optional(front->localizedName) : std::nullopt);
+    });
     co_await on(contexts.main, [&] {
         AgentState::LogLine line{.platform = connection.platformName, .summary = std::move(words.summary)};
         line.kind = ActivityKind::actions;

@@ -101,8 +101,14 @@ Task<> RpcRouter::setValue(InputAction::SetValue action)
     co_await clock.sleepThroughCancel(settlePause);
     std::vector<std::string> const selectAll{"cmd", "a"};
     co_await members.input.pressKeys(selectAll);
-    members.cursor.typed(text::characterCount(action.text));
-    co_await members.input.type(std::move(action.text));
+    co_await typeShown(std::move(action.text));
+}
+
+Task<> RpcRouter::typeShown(std::string text)
+{
+    // It may be long, and the agent's thread has the socket to look after.
+    members.cursor.typed(co_await on(contexts.workers, [&] { return text::characterCount(text); }));
+    co_await members.input.type(std::move(text));
 }
 
 Task<> RpcRouter::clickShown(DesktopPoint at)

@@ -110,6 +110,7 @@ private:
     Task<> clickElement(InputAction::ClickElement action);
     Task<> setValue(InputAction::SetValue action);
     Task<> clickShown(DesktopPoint at);
+    Task<> typeShown(std::string text);
     Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
     static bool sameElement(ProbedElement const& probed, UiElementInfo const& info);
 

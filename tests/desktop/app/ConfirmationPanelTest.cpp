@@ -230,6 +230,20 @@ TEST_F(ConfirmationPanelTest, remembersWithTheBoxTickedByClickOrByKey)
     EXPECT_EQ(*third, Decision::allowed(true));
 }
 
+TEST_F(ConfirmationPanelTest, remembersNothingOfANoWithTheBoxTicked)
+{
+    Answer const first = askAndWait(shell("a"));
+    clickOn(*panel()->findChild<QCheckBox*>());
+    EXPECT_TRUE(until([this] { return panel()->findChild<QCheckBox*>()->isChecked(); }));
+    clickOn(*named<QPushButton>("Deny"));
+    EXPECT_TRUE(until([&] { return first->has_value(); }));
+    EXPECT_EQ(*first, Decision::denied());
+
+    Answer const second = askAndWait(shell("b"));
+    EXPECT_FALSE(*second);
+    EXPECT_FALSE(panel()->findChild<QCheckBox*>()->isChecked());
+}
+
 TEST_F(ConfirmationPanelTest, returnPressesTheFilledButton)
 {
     Answer const answer = askAndWait(shell("a"));

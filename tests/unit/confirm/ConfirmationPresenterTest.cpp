@@ -596,6 +596,20 @@ TEST_F(ConfirmationPresenterTest, resumesTheCallersWhenItGoes)
     EXPECT_FALSE(gate.isClosed());
 }
 
+TEST_F(ConfirmationPresenterTest, resumesACallerWhosePanelIsStillLeavingWhenItGoes)
+{
+    panels.closesSlowly = true;
+    Answer const answer = ask(shell("a"));
+    allow(panels.last());
+    EXPECT_FALSE(answer->decision);
+
+    presenter.reset();
+    platform.time.advance(2s);
+
+    EXPECT_EQ(answer->decision, Decision::allowed(false));
+    EXPECT_FALSE(gate.isClosed());
+}
+
 TEST_F(ConfirmationPresenterTest, asksAsToldOfAPanelThatIsDecidedWhileItOpens)
 {
     panels.onShow = [](FakePanelRecord& panel) { panel.reports.deny(); };

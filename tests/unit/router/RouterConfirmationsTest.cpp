@@ -312,5 +312,28 @@ TEST_F(RouterConfirmationsTest, eachActionOfABatchIsAskedForItself)
     EXPECT_THAT(state.activity(), SizeIs(1)); // The grant; a failed batch leaves no entry.
 }
 
+TEST_F(RouterConfirmationsTest, aBatchKeepsThePolicyThatItBeganWith)
+{
+    fakeProbe.hit = seen("AXButton", "Send");
+    confirmations.onAsk = [&] {
+        ConfirmationPolicy lax = state.connection("c")->policy;
+        lax.confirmDangerousActions = false;
+        setPolicy(lax);
+    };
+    std::string const click = R"({"type":"click","x":1,"y":1})";
+    EXPECT_EQ(code(perform("[" + click + "," + click + "]")), "");
+    EXPECT_THAT(confirmations.questions, SizeIs(2));
+    EXPECT_EQ(code(clickAt()), "");
+    EXPECT_THAT(confirmations.questions, SizeIs(2)); // The next one has the new policy.
+}
+
+TEST_F(RouterConfirmationsTest, aConnectionThatIsRevokedWhileItsQuestionStandsActsNoMoreAfterItsBatch)
+{
+    fakeProbe.hit = seen("AXButton", "Send");
+    confirmations.onAsk = [&] { state.revoke("c"); };
+    EXPECT_EQ(code(clickAt()), "");
+    EXPECT_EQ(code(clickAt()), "scope_denied");
+}
+
 } // namespace
 } // namespace zelvo
