@@ -1,7 +1,8 @@
 // Workload: everything that is looked at between an agent's click and the event: is a hidden application
 // there, is a window of this program there, what would the click press, would that commit something. On real
-// programs on a private desktop that is otherwise at rest; a click in the middle of one of 300 buttons (links
-// in Chromium). The median of 101 clicks is told beside the 5 ms that a person would not notice.
+// programs on a private desktop that is otherwise at rest; a click on an editor's menu bar, or in the middle
+// of one of 300 buttons (links in Chromium). The median of 101 clicks is told beside the 5 ms that a person
+// would not notice. GTK itself takes 3 ms to say which of a box's 80 buttons is at a point.
 
 #include "RatioTable.h"
 #include "confirm/ElementProbe.h"
@@ -26,10 +27,12 @@ constexpr double unnoticedMicroseconds = 5000;
 
 struct Program {
     char const* name;
-    bool isChromium;
+    char const* role;        ///< of what is clicked
+    std::size_t count = 100; ///< as many of it there are at least
 };
 
-std::vector<Program> const programs = {{"GTK", false}, {"Qt", false}, {"Chromium", true}};
+std::vector<Program> const programs = {
+    {"GTK editor", "AXMenuItem", 5}, {"GTK buttons", "AXButton"}, {"Qt", "AXButton"}, {"Chromium", "AXLink"}};
 
 class Stage {
 public:
@@ -68,7 +71,9 @@ private:
     std::vector<std::string> commandFor(Program const& program)
     {
         std::string const name = program.name;
-        if (name == "GTK")
+        if (name == "GTK editor")
+            return {"mousepad"};
+        if (name == "GTK buttons")
             return {"/usr/bin/python3", ZELVO_GTK_BUTTONS, "300", "all"};
         if (name == "Qt")
             return {ZELVO_QT_BUTTONS, "300"};
@@ -83,16 +88,16 @@ private:
     std::optional<DesktopPoint> aButton(Program const& program)
     {
         auto const reader = platform->accessibility().reader(shown, 250ms);
-        if (program.isChromium)
+        if (program.role == std::string_view("AXLink"))
             reader->setFlag(reader->application(), AccessibilityAttribute::manualAccessibility, true);
         TreeWalk walk(*reader, platform->clock(), {}, platform->clock().now() + 5s, true);
         walk.run(reader->elements(reader->application(), AccessibilityAttribute::windows)
                      .value_or(std::vector<AccessibilityElement>{}));
         std::vector<DesktopPoint> centers;
         for (UiElementInfo const& element : walk.collected)
-            if (element.role == (program.isChromium ? "AXLink" : "AXButton"))
+            if (element.role == program.role)
                 centers.push_back(element.frame.center());
-        if (centers.size() < 100)
+        if (centers.size() < program.count)
             return std::nullopt;
         return centers[centers.size() / 2];
     }
@@ -146,7 +151,7 @@ std::vector<Ratio> ratios()
                        .against = "5 ms",
                        .measured = [name = nameOf(program)](Times const& times) { return times.at(name); },
                        .baseline = [](Times const&) { return unnoticedMicroseconds; },
-                       .atMost = 1});
+                       .atMost = std::string_view(program.name) == "GTK buttons" ? 0.0 : 1.0});
     return all;
 }
 

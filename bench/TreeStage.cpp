@@ -5,6 +5,7 @@
 #include "platform/linux/atspi/AtspiReader.h"
 #include "platform/linux/dbus/BusMessages.h"
 #include "platform/linux/x11/ProcessWindows.h"
+#include "platform/linux/x11/WindowSurvey.h"
 
 #include <csignal>
 #include <fstream>
@@ -37,8 +38,10 @@ TreeStage::TreeStage()
     session->start();
     display = X11Connection::open();
     layout = std::make_unique<X11DisplayLayout>(contexts, display);
-    AtspiScreen screen{.windowsOf = [this](std::int32_t pid) { return processWindows(*display, pid); },
-                       .displays = [this] { return layout->all(); }};
+    AtspiScreen screen{
+        .windowsOf =
+            [this](std::int32_t pid) { return processWindows(*display, surveyWindows(*display), pid); },
+        .displays = [this] { return layout->all(); }};
     accessibility =
         std::make_unique<AtspiAccessibility>(contexts, *clock, *session, std::nullopt, std::move(screen));
 }

@@ -6,6 +6,8 @@
 #include "confirm/Confirming.h"
 #include "wire/AgentError.h"
 
+#include <boost/asio/use_awaitable.hpp>
+
 #include <functional>
 #include <optional>
 #include <vector>

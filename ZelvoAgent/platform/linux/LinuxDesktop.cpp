@@ -18,8 +18,9 @@ std::optional<std::string> variable(char const* name)
 } // namespace
 
 LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& user)
-    : display(X11Connection::open()), layout(contexts, display), windows(display, layout, entries),
-      workspace(display, entries), screen(contexts, clock, display, layout, entries),
+    : display(X11Connection::open()), layout(contexts, display), survey(display),
+      windows(survey, layout, entries), workspace(display, entries),
+      screen(contexts, clock, display, layout, entries),
       events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
       session(contexts,
               clock,
@@ -32,11 +33,12 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
 {
 }
 
-AtspiScreen LinuxDesktop::elementScreen() const
+AtspiScreen LinuxDesktop::elementScreen()
 {
     return {.windowsOf =
-                [display = display](std::int32_t pid) {
-                    return display ? processWindows(*display, pid) : std::vector<ProcessWindow>();
+                [this](std::int32_t pid) {
+                    auto const seen = survey.look();
+                    return seen ? processWindows(*display, *seen, pid) : std::vector<ProcessWindow>();
                 },
             .displays = [this] { return layout.all(); }};
 }

@@ -8,6 +8,7 @@
 #include "platform/linux/input/X11EventPosting.h"
 #include "platform/linux/input/X11HotKey.h"
 #include "platform/linux/x11/DesktopEntries.h"
+#include "platform/linux/x11/RecentSurvey.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11ScreenSource.h"
@@ -30,6 +31,7 @@ struct LinuxDesktop {
     std::shared_ptr<X11Connection> display; ///< null when the X server cannot be reached
     X11DisplayLayout layout;
     DesktopEntries entries;
+    RecentSurvey survey;
     X11WindowList windows;
     X11WindowFocus focus;
     X11Workspace workspace;
@@ -42,7 +44,7 @@ struct LinuxDesktop {
 
 private:
     DisplayFacts displayFacts() const;
-    AtspiScreen elementScreen() const;
+    AtspiScreen elementScreen();
 };
 
 } // namespace zelvo

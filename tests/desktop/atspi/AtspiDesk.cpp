@@ -1,5 +1,6 @@
 #include "desktop/atspi/AtspiDesk.h"
 
+#include "platform/linux/x11/WindowSurvey.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 
 #include <boost/json/array.hpp>
@@ -38,8 +39,10 @@ AtspiScreen screenOf(std::shared_ptr<X11Connection> display)
 {
     if (!display)
         return {};
-    return {.windowsOf = [display](std::int32_t pid) { return processWindows(*display, pid); },
-            .displays = [display] { return readDisplayLayouts(*display); }};
+    return {
+        .windowsOf =
+            [display](std::int32_t pid) { return processWindows(*display, surveyWindows(*display), pid); },
+        .displays = [display] { return readDisplayLayouts(*display); }};
 }
 
 AtspiDesk::AtspiDesk(DesktopOptions options, Screen screen) : desktop(std::move(options))

@@ -33,7 +33,8 @@ protected:
         connection = X11Connection::open();
         layout = std::make_unique<X11DisplayLayout>(live.contexts(), connection);
         entries = std::make_unique<DesktopEntries>();
-        windows = std::make_unique<X11WindowList>(connection, *layout, *entries);
+        survey = std::make_unique<RecentSurvey>(connection, 0ms);
+        windows = std::make_unique<X11WindowList>(*survey, *layout, *entries);
         workspace = std::make_unique<X11Workspace>(connection, *entries);
         guard = std::make_unique<HiddenAppGuard>(live.contexts().workers, store, *workspace, *windows);
         live.run(store.add("secret"));
@@ -88,6 +89,7 @@ protected:
     std::shared_ptr<X11Connection> connection;
     std::unique_ptr<X11DisplayLayout> layout;
     std::unique_ptr<DesktopEntries> entries;
+    std::unique_ptr<RecentSurvey> survey;
     std::unique_ptr<X11WindowList> windows;
     std::unique_ptr<X11Workspace> workspace;
     std::unique_ptr<HiddenAppGuard> guard;

@@ -1,6 +1,7 @@
 #include "platform/linux/x11/ProcessWindows.h"
 
 #include "desktop/harness/PainterProcess.h"
+#include "platform/linux/x11/WindowSurvey.h"
 #include "platform/linux/x11/X11Connection.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +19,10 @@ protected:
     std::unique_ptr<X11Connection> connection = X11Connection::open(desktop.display());
     PainterProcess painter{desktop};
 
-    std::vector<ProcessWindow> windows() const { return processWindows(*connection, painter.pid()); }
+    std::vector<ProcessWindow> windows() const
+    {
+        return processWindows(*connection, surveyWindows(*connection), painter.pid());
+    }
 };
 
 TEST_F(ProcessWindowsOnADesktop, tellTheWindowInItsFrame)
@@ -86,7 +90,7 @@ TEST_F(ProcessWindowsOnADesktop, areTheProcesssOwn)
     ASSERT_THAT(found, SizeIs(1));
     EXPECT_EQ(found[0].id, plug);
     EXPECT_EQ(found[0].inner, (PixelRect{210, 120, 50, 40}));
-    EXPECT_THAT(processWindows(*connection, 1), IsEmpty());
+    EXPECT_THAT(processWindows(*connection, surveyWindows(*connection), 1), IsEmpty());
 }
 
 } // namespace

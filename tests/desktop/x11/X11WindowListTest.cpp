@@ -28,6 +28,7 @@ protected:
     std::shared_ptr<X11Connection> connection;
     std::unique_ptr<X11DisplayLayout> layout;
     std::unique_ptr<DesktopEntries> entries;
+    std::unique_ptr<RecentSurvey> survey;
     std::unique_ptr<X11WindowList> list;
     std::unique_ptr<X11Workspace> workspace;
 
@@ -37,7 +38,8 @@ protected:
         connection = X11Connection::open();
         layout = std::make_unique<X11DisplayLayout>(live.contexts(), connection);
         entries = std::make_unique<DesktopEntries>();
-        list = std::make_unique<X11WindowList>(connection, *layout, *entries);
+        survey = std::make_unique<RecentSurvey>(connection, 0ms);
+        list = std::make_unique<X11WindowList>(*survey, *layout, *entries);
         workspace = std::make_unique<X11Workspace>(connection, *entries);
     }
     void TearDown() override { live.stop(); }
@@ -207,9 +209,21 @@ TEST_F(WindowsOnADesktop, areCheapToList)
     EXPECT_LT(ms, 10);
 }
 
+TEST_F(WindowsOnADesktop, areLookedAtOnceForLooksInARow)
+{
+    RecentSurvey lasting(connection, 1h);
+    auto const first = lasting.look();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(lasting.look(), first);
+
+    auto const now = survey->look();
+    EXPECT_NE(survey->look(), now);
+}
+
 TEST_F(WindowsOnADesktop, areNoListWhenTheServerIsGone)
 {
-    X11WindowList nowhere(nullptr, *layout, *entries);
+    RecentSurvey none(nullptr);
+    X11WindowList nowhere(none, *layout, *entries);
     EXPECT_EQ(nowhere.windows(), std::nullopt);
     EXPECT_EQ(X11Workspace(nullptr, *entries).frontmostApplication(), std::nullopt);
 }

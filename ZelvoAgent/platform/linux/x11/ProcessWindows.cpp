@@ -75,9 +75,10 @@ private:
 
 } // namespace
 
-std::vector<ProcessWindow> processWindows(X11Connection const& connection, std::int32_t pid)
+std::vector<ProcessWindow>
+processWindows(X11Connection const& connection, WindowSurvey const& survey, std::int32_t pid)
 {
-    std::vector<ProcessWindow> windows = chosen(surveyWindows(connection), pid);
+    std::vector<ProcessWindow> windows = chosen(survey, pid);
     Details details(connection);
     for (ProcessWindow& window : windows)
         details.ask(window);

@@ -10,6 +10,7 @@
 namespace zelvo {
 
 class X11Connection;
+struct WindowSurvey;
 
 /// A window that a process has on the screen.
 struct ProcessWindow {
@@ -24,7 +25,8 @@ struct ProcessWindow {
 };
 
 /// The windows of a process that are mapped, those embedded in other processes' windows too, front to back.
-/// Blocks for about ten round trips; empty when the server is gone.
-std::vector<ProcessWindow> processWindows(X11Connection const& connection, std::int32_t pid);
+/// Blocks for a round trip; empty when the server is gone.
+std::vector<ProcessWindow>
+processWindows(X11Connection const& connection, WindowSurvey const& survey, std::int32_t pid);
 
 } // namespace zelvo

@@ -6,22 +6,18 @@
 
 namespace zelvo {
 
-X11WindowList::X11WindowList(std::shared_ptr<X11Connection> connection,
-                             X11DisplayLayout const& layout,
-                             DesktopEntries& entries)
-    : connection(std::move(connection)), layout(layout), entries(entries)
+X11WindowList::X11WindowList(RecentSurvey& survey, X11DisplayLayout const& layout, DesktopEntries& entries)
+    : survey(survey), layout(layout), entries(entries)
 {
 }
 
 std::optional<std::vector<WindowEntry>> X11WindowList::windows()
 {
-    if (!connection || !connection->isAlive())
-        return std::nullopt;
-    WindowSurvey const survey = surveyWindows(*connection);
-    if (!connection->isAlive())
+    auto const seen = survey.look();
+    if (!seen)
         return std::nullopt;
     auto const index = entries.current();
-    return windowEntries(survey, WindowOwners(survey, *index, ::getpid()), layout.current());
+    return windowEntries(*seen, WindowOwners(*seen, *index, ::getpid()), layout.current());
 }
 
 } // namespace zelvo
