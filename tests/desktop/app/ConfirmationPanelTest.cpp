@@ -67,7 +67,9 @@ TEST(ExactText, showsWhatHasNoLook)
 {
     EXPECT_EQ(exactLines("a\x1b[2K\x08z\x7f"), QStringList({"a␛[2K␈z␡"}));
     EXPECT_EQ(exactLines(std::string_view("a\0b\rc", 5)), QStringList({"a␀b␍c"}));
-    EXPECT_EQ(exactLines("\u202Efdp\u2028x\u200B"), QStringList({"⟨U+202E⟩fdp⟨U+2028⟩x⟨U+200B⟩"}));
+    std::string const rightToLeftOverride = {'\xE2', '\x80', '\xAE'};
+    EXPECT_EQ(exactLines(rightToLeftOverride + "fdp\u2028x\u200B"),
+              QStringList({"⟨U+202E⟩fdp⟨U+2028⟩x⟨U+200B⟩"}));
     EXPECT_EQ(exactLines("\u3164\u00AD\U000E0041"), QStringList({"⟨U+3164⟩⟨U+00AD⟩⟨U+E0041⟩"}));
     EXPECT_EQ(exactLines("\xff"), QStringList({"\uFFFD"}));
     EXPECT_EQ(exactLines("e\u0301\u0301\u0301\u0301\u0301"),

@@ -48,7 +48,7 @@ std::vector<UiElementInfo> ProbeDesk::snapshot(std::int32_t pid, bool interactiv
     return live.run(tree->snapshot(TreeScope::allWindows, interactiveOnly, pid)).elements;
 }
 
-bool ProbeDesk::isOnTop(std::int32_t pid, DesktopPoint at)
+bool ProbeDesk::isOnTop(std::int32_t pid, DesktopPoint at) const
 {
     auto const windows = platform->windows().windows().value_or(std::vector<WindowEntry>());
     auto const top = std::ranges::find_if(windows, [&](WindowEntry const& each) { return each.isUnder(at); });

@@ -27,7 +27,7 @@ public:
     /// All that a walk finds of an application, whether or not it can be operated.
     std::vector<UiElementInfo> snapshot(std::int32_t pid, bool interactiveOnly = false);
     /// Is a window of that process on top there?
-    bool isOnTop(std::int32_t pid, DesktopPoint at);
+    bool isOnTop(std::int32_t pid, DesktopPoint at) const;
 
     LiveContexts live;
     std::unique_ptr<Platform> platform{makePlatform(live.contexts())};

@@ -67,7 +67,7 @@ int main(int count, char** arguments)
     }
     test::ProbeDesk desk;
     if (std::string(arguments[1]) == "pid")
-        return probeAll(desk, std::atoi(arguments[2]));
-    DesktopPoint const point = {std::atof(arguments[1]), std::atof(arguments[2])};
-    return probePoint(desk, point, count > 3 ? std::max(1, std::atoi(arguments[3])) : 1);
+        return probeAll(desk, std::stoi(arguments[2]));
+    DesktopPoint const point = {std::stod(arguments[1]), std::stod(arguments[2])};
+    return probePoint(desk, point, count > 3 ? std::max(1, std::stoi(arguments[3])) : 1);
 }

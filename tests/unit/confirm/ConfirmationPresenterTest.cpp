@@ -165,7 +165,8 @@ TEST_F(ConfirmationPresenterTest, wordsAPanelFromItsSubject)
 
 TEST_F(ConfirmationPresenterTest, keepsAPlatformsNameFromPassingForTheCommand)
 {
-    std::string const name = "Acme\n\nls\u202E" + std::string(200, 'x');
+    std::string const rightToLeftOverride = {'\xE2', '\x80', '\xAE'};
+    std::string const name = "Acme\n\nls" + rightToLeftOverride + std::string(200, 'x');
     start([this, name] { return presenter->ask(shell("rm -r /"), name, 1000); });
 
     EXPECT_EQ(panels.last().contents.detail, "Acmels" + std::string(74, 'x') + "…\n\nrm -r /");

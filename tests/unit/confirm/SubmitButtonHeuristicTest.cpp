@@ -231,10 +231,10 @@ TEST(SubmitButtonHeuristic, readsTheLabelsInTheirOrder)
 
 TEST(SubmitButtonHeuristic, bearsAHostileLabel)
 {
+    std::string const rightToLeftOverride = {'\xE2', '\x80', '\xAE'};
     std::string hostile;
-    while (hostile.size() < 64 * 1024)
-        hostile += "\xE2\x80\xAE"
-                   "aB\xCC\x81_";
+    while (hostile.size() < std::size_t{64} * 1024)
+        hostile += rightToLeftOverride + "aB\xCC\x81_";
     EXPECT_FALSE(matches(hostile));
     EXPECT_TRUE(matches(hostile + " pay"));
 }

@@ -13,6 +13,13 @@ class SlowEventPosting final : public EventPosting {
 public:
     std::vector<std::string> log;
     int free = 0; ///< events that may still pass
+    bool take()
+    {
+        if (free == 0)
+            return false;
+        --free;
+        return true;
+    }
 
     void letPass(int count = 1000)
     {
@@ -23,7 +30,7 @@ public:
     Task<bool> post(PostedEvent) override
     {
         log.emplace_back("begun");
-        while (!list.with([this] { return free > 0 && free-- > 0; }))
+        while (!list.with([this] { return take(); }))
             co_await list.wait([this] { return free > 0; });
         log.emplace_back("posted");
         co_return true;

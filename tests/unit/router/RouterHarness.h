@@ -94,6 +94,13 @@ protected:
         makeRouter(AgentMode::connected);
     }
 
+    /// Frames that still wait are taken apart while what they use stands.
+    void TearDown() override
+    {
+        platform.time.dropSleepers();
+        platform.settle();
+    }
+
     void makeRouter(AgentMode newMode)
     {
         RpcRouter::Members members{

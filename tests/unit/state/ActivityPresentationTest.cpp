@@ -25,7 +25,7 @@ ActivityEntry entryOf(Kind kind, std::string summary = "s")
 
 Date moment(unsigned day, microseconds time)
 {
-    return Date(sys_days(year(2026) / November / day)) + time;
+    return Date(sys_days(year(2026) / November / std::chrono::day(day))) + time;
 }
 
 ActivityEntry entryAt(Date at)
