@@ -4,8 +4,11 @@
 #include "state/AvailabilityChange.h"
 #include "state/ComputerAgents.h"
 #include "state/GrantedConnection.h"
+#include "state/QueueWording.h"
 #include "state/StoredList.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
@@ -30,7 +33,7 @@ void readAsStored(std::string_view bytes)
     check(ActivityLog::decoded(log.encoded()).entries() == log.entries());
 }
 
-/// What the gateway may send about links, policies and live agents.
+/// What the gateway may send about links, policies, live agents and commands that wait.
 void readAsAnswer(json::value const& value)
 {
     if (auto const policy = ConfirmationPolicy::fromJson(value))
@@ -41,6 +44,12 @@ void readAsAnswer(json::value const& value)
     check(offer.token == "token" && offer == LinkOffer::from(value.get_object(), "token"));
     auto const agents = ComputerAgents::parse(value.get_object(), Date{});
     check(agents == ComputerAgents::parse(value.get_object(), Date{}));
+    if (auto const waiting = QueuedCommandsOffer::parse(value.get_object())) {
+        auto const list = QueueWording::list(*waiting);
+        constexpr std::ptrdiff_t mostLineEnds = 8;
+        check(!waiting->connectionId.empty() && std::ranges::count(list, '\n') <= mostLineEnds);
+        check(std::ranges::count(waiting->ids(), std::string()) == 0);
+    }
 }
 
 } // namespace

@@ -47,8 +47,23 @@ AgentParts::AgentParts(Contexts contexts,
                .gate = gate,
                .ownWindows = ownWindows,
                .confirmations = confirmations,
+               .offers = offers,
                .isLinking = [this] { return links.isBusy() || links.offer(); },
                .jitter = std::move(jitter)}),
+      queue({.main = contexts.main,
+             .clock = platform.clock(),
+             .defaults = platform.defaults(),
+             .notifications = platform.notifications(),
+             .state = state,
+             .inbox = offers,
+             .askChoice =
+                 [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
+                     return confirmations.askChoice(std::move(choice), timeoutMs);
+                 },
+             .sendDecision =
+                 [this](std::string connectionId, QueueDecision decision) {
+                     runtime.sendQueueDecision(std::move(connectionId), decision);
+                 }}),
       links({.main = contexts.main,
              .http = platform.http(),
              .keychain = keychain,

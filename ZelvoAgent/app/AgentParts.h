@@ -3,6 +3,7 @@
 #include "app/AgentRuntime.h"
 #include "gateway/LinkCoordinator.h"
 #include "recording/RecordingSettings.h"
+#include "state/QueueCoordinator.h"
 
 namespace zelvo {
 
@@ -24,7 +25,9 @@ struct AgentParts {
     ZelvoWindows ownWindows;
     PostingGate gate;
     ConfirmationPresenter confirmations;
+    QueueOfferInbox offers;
     AgentRuntime runtime;
+    QueueCoordinator queue;
     LinkCoordinator links;
 };
 

@@ -71,6 +71,7 @@ void AgentRuntime::buildRouter()
         .recorder = recorder,
         .questionPending = [this] { return isQuestionPending(); },
         .cursor = cursor,
+        .offers = services.offers,
         .mode = services.heartbeat.mode.get(),
     };
     router =
@@ -157,11 +158,9 @@ void AgentRuntime::setAgentPaused(std::string ref, bool paused)
     sendEvent(paused ? "agent_pause" : "agent_resume", std::nullopt, json::object{{"ref", std::move(ref)}});
 }
 
-void AgentRuntime::sendQueueDecision(std::string connectionId,
-                                     std::vector<std::string> accepted,
-                                     std::vector<std::string> declined)
+void AgentRuntime::sendQueueDecision(std::string connectionId, QueueDecision const& decision)
 {
-    json::object data{{"accepted", textArray(accepted)}, {"declined", textArray(declined)}};
+    json::object data{{"accepted", textArray(decision.accepted)}, {"declined", textArray(decision.declined)}};
     sendEvent("queued_commands_ack", std::move(connectionId), std::move(data));
 }
 

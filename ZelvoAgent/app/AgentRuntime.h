@@ -19,6 +19,8 @@
 #include "router/AgentCursorPresenting.h"
 #include "router/RpcRouter.h"
 #include "state/AgentState.h"
+#include "state/QueueOfferInbox.h"
+#include "state/QueuePolicy.h"
 
 #include <cstdint>
 #include <memory>
@@ -42,6 +44,7 @@ public:
         PostingGate& gate;
         OwnWindowLocating& ownWindows;
         ConfirmationPresenter& confirmations;
+        QueueOfferInbox const& offers;
         std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
         std::function<double()> jitter = GatewayClient::randomJitter;
     };
@@ -62,9 +65,7 @@ public:
     /// Asks the gateway to pause or resume one live agent; its answer is the next "agents.update".
     void setAgentPaused(std::string ref, bool paused);
     /// Tells the gateway what was decided on queued commands.
-    void sendQueueDecision(std::string connectionId,
-                           std::vector<std::string> accepted,
-                           std::vector<std::string> declined);
+    void sendQueueDecision(std::string connectionId, QueueDecision const& decision);
 
     std::string gatewayUrl() const;
     std::string consoleUrl() const;

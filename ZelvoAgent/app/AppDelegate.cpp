@@ -28,6 +28,7 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<vo
 void AppDelegate::start()
 {
     parts.state.startObserving();
+    parts.queue.start(); // Before there is a link that offers could come over.
     parts.runtime.start();
     hasStarted = true;
     platform.hotKey().start([this] { parts.state.setPaused(!parts.state.isPaused()); });

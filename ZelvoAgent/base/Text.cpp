@@ -152,6 +152,13 @@ std::string withoutControlCharacters(std::string_view text)
     return utf8(kept);
 }
 
+std::string shownInLine(std::string_view text, std::size_t longest)
+{
+    std::string const plain = withoutControlCharacters(text);
+    std::string const cut = prefix(plain, longest);
+    return cut.size() < plain.size() ? cut + "…" : cut;
+}
+
 std::string lowercased(std::string_view text)
 {
     return utf8(unicode(text).toLower(icu::Locale::getRoot()));

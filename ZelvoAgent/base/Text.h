@@ -18,6 +18,9 @@ std::vector<std::string> chunks(std::string_view text, std::size_t size);
 std::string trimmed(std::string_view text);
 /// Without control characters (Unicode categories Cc and Cf).
 std::string withoutControlCharacters(std::string_view text);
+/// Words of others for a line of ours: without control characters and of at most `longest` characters, an
+/// ellipsis behind them when there were more.
+std::string shownInLine(std::string_view text, std::size_t longest);
 
 std::string lowercased(std::string_view text);
 std::string uppercased(std::string_view text);

@@ -19,15 +19,8 @@ namespace {
 
 constexpr Duration longestSettling = 1s; // For the window manager to do what it was asked.
 constexpr Duration settlingPoll = 10ms;
-constexpr std::size_t longestName = 80; // Characters.
-
-// In one line and not too long: it stands above what is asked, and must not pass for that.
-std::string shownName(std::string const& platformName)
-{
-    std::string const plain = text::withoutControlCharacters(platformName);
-    std::string const cut = text::prefix(plain, longestName);
-    return cut.size() < plain.size() ? cut + "…" : cut;
-}
+constexpr std::size_t longestName =
+    80; // Characters. It stands above what is asked, and must not pass for that.
 
 bool isExact(ConfirmationSubject const& subject)
 {
@@ -100,7 +93,8 @@ ConfirmationPresenter::ask(ConfirmationSubject subject, std::string platformName
     if (allowances.contains(key))
         co_return ConfirmationDecision::allowed(true);
     PanelContents contents{.title = subject.title(),
-                           .detail = shownName(platformName) + "\n\n" + shownDetail(subject),
+                           .detail =
+                               text::shownInLine(platformName, longestName) + "\n\n" + shownDetail(subject),
                            .allowTitle = localized("confirm.allow"),
                            .denyTitle = localized("confirm.deny"),
                            .showsRemember = true,

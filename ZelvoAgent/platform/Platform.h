@@ -16,6 +16,7 @@
 #include "platform/SingleInstance.h"
 #include "platform/SystemAccess.h"
 #include "platform/UserDefaults.h"
+#include "platform/UserNotifications.h"
 #include "platform/WebSocket.h"
 #include "platform/WindowFocus.h"
 #include "platform/WindowList.h"
@@ -38,6 +39,7 @@ public:
     virtual SingleInstance& singleInstance() = 0;
     virtual SessionEvents& session() = 0;
     virtual PowerAssertions& power() = 0;
+    virtual UserNotifications& notifications() = 0;
     virtual NetworkPath& network() = 0;
     virtual HotKey& hotKey() = 0;
     virtual Workspace& workspace() = 0;

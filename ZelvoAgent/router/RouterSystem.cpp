@@ -68,4 +68,14 @@ Task<json::value> RpcRouter::connectionsNames(RpcFrame frame)
     co_return ok();
 }
 
+/// The person decides later, or has decided once and for all.
+Task<json::value> RpcRouter::queueOffer(RpcFrame frame)
+{
+    auto offer = QueuedCommandsOffer::parse(frame.params);
+    if (!offer)
+        throw AgentError::internalError;
+    members.offers.deliver(*std::move(offer));
+    co_return ok();
+}
+
 } // namespace zelvo

@@ -40,6 +40,7 @@ std::map<std::string_view, RpcRouter::Handler> const& RpcRouter::methods()
         {"connection.revoke", &RpcRouter::connectionRevoke},
         {"agents.update", &RpcRouter::agentsUpdate},
         {"connections.names", &RpcRouter::connectionsNames},
+        {"queue.offer", &RpcRouter::queueOffer},
     };
     return table;
 }

@@ -13,6 +13,7 @@
 #include "router/AgentCursorPresenting.h"
 #include "router/SnapshotStore.h"
 #include "state/AgentState.h"
+#include "state/QueueOfferInbox.h"
 #include "wire/AgentError.h"
 #include "wire/AgentMode.h"
 #include "wire/Permissions.h"
@@ -47,6 +48,7 @@ public:
         SessionRecording& recorder;
         std::function<Task<bool>()> questionPending; ///< is a question to the person open?
         AgentCursorPresenting& cursor;
+        QueueOfferInbox const& offers;
         AgentMode mode = AgentMode::connected;
     };
 
@@ -120,6 +122,7 @@ private:
     Task<json::value> connectionRevoke(RpcFrame frame);
     Task<json::value> agentsUpdate(RpcFrame frame);
     Task<json::value> connectionsNames(RpcFrame frame);
+    Task<json::value> queueOffer(RpcFrame frame);
 
     Contexts contexts;
     Clock& clock;

@@ -7,6 +7,7 @@
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeSecretStore.h"
 #include "fakes/FakeUserDefaults.h"
+#include "fakes/FakeUserNotifications.h"
 #include "fakes/FakeWebSocket.h"
 #include "fakes/FakeWindowFocus.h"
 #include "fakes/ManualClock.h"
@@ -29,6 +30,7 @@ public:
     FakeSingleInstance instance;
     FakeSessionEvents sessionEvents;
     FakePowerAssertions assertions;
+    FakeUserNotifications notices;
     FakeNetworkPath path;
     FakeHotKey key;
     FakeWorkspace desktop;
@@ -60,6 +62,7 @@ public:
     SingleInstance& singleInstance() override { return instance; }
     SessionEvents& session() override { return sessionEvents; }
     PowerAssertions& power() override { return assertions; }
+    UserNotifications& notifications() override { return notices; }
     NetworkPath& network() override { return path; }
     HotKey& hotKey() override { return key; }
     Workspace& workspace() override { return desktop; }

@@ -1,6 +1,7 @@
 #include "platform/Platform.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/dbus/BusMessages.h"
+#include "platform/linux/dbus/LinuxNotifications.h"
 #include "platform/linux/dbus/LinuxPowerAssertions.h"
 #include "platform/linux/dbus/LinuxSingleInstance.h"
 #include "platform/linux/dbus/SecretServiceWatch.h"
@@ -31,7 +32,7 @@ public:
           user(contexts.agent, time, openSessionBus),
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
-          assertions(contexts.agent, system, user), opener(contexts), loading(contexts)
+          assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts)
     {
     }
 
@@ -42,6 +43,7 @@ public:
     SingleInstance& singleInstance() override { return instance; }
     SessionEvents& session() override { return desktop().session; }
     PowerAssertions& power() override { return assertions; }
+    UserNotifications& notifications() override { return notices; }
     NetworkPath& network() override { return path; }
     HotKey& hotKey() override { return desktop().hotKey; }
     Workspace& workspace() override { return desktop().workspace; }
@@ -83,6 +85,7 @@ private:
     LinuxSingleInstance instance;
     LinuxSecretStore secretStore;
     LinuxPowerAssertions assertions;
+    LinuxNotifications notices;
     BeastWebSocketOpener opener;
     CurlHttpLoading loading;
     std::unique_ptr<LinuxDesktop> madeDesktop; // main

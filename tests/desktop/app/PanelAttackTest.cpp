@@ -391,6 +391,7 @@ protected:
                 co_return co_await on(main, [this] { return parts->confirmations.hasOpenQuestion(); });
             },
             .cursor = cursor,
+            .offers = offers,
         };
         router.emplace(contexts, platform->clock(), parts->state, std::move(members));
     }
@@ -431,6 +432,7 @@ protected:
     std::optional<ElementProbe> probe;
     NoSessionRecording recorder;
     NoAgentCursor cursor;
+    QueueOfferInbox offers;
     std::optional<RpcRouter> router;
 };
 

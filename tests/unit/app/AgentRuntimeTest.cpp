@@ -246,7 +246,7 @@ TEST_F(AgentRuntimeTest, queueDecisionBelongsToItsConnection)
 {
     link();
     start();
-    parts.runtime.sendQueueDecision("c", {"a"}, {"b", "d"});
+    parts.runtime.sendQueueDecision("c", {.accepted = {"a"}, .declined = {"b", "d"}});
     platform.settle();
     EXPECT_EQ(
         sent().back(),

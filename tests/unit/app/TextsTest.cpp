@@ -21,7 +21,8 @@ namespace fs = std::filesystem;
 std::map<std::string, std::vector<std::string>> const computedKeys = {
     {"scope.", {"screen", "input", "shell", "files", "clipboard", "record"}},
     {"scope.short.", {"screen", "input", "shell", "files", "clipboard", "record"}},
-    {"recording.mode.", {"off", "local", "share"}}};
+    {"recording.mode.", {"off", "local", "share"}},
+    {"queue.policy.", {"ask", "auto", "never"}}};
 
 std::set<std::string> allComputedKeys()
 {

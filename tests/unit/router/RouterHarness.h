@@ -84,6 +84,7 @@ protected:
     FakeConfirming confirmations;
     RecordingRecorder recorder;
     RecordingCursor cursor;
+    QueueOfferInbox offers;
     bool question = false;
     AgentMode mode = AgentMode::connected;
     std::unique_ptr<RpcRouter> router;
@@ -116,6 +117,7 @@ protected:
             .recorder = recorder,
             .questionPending = [this]() -> Task<bool> { co_return question; },
             .cursor = cursor,
+            .offers = offers,
             .mode = newMode,
         };
         router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(members));

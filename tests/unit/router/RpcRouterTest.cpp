@@ -140,9 +140,8 @@ TEST_F(RpcRouterTest, shellNeedsNoSystemPermission)
 
 TEST_F(RpcRouterTest, methodsWithoutAHandlerAreInvalid)
 {
-    for (char const* const method :
-         {"Screenshot", "", "hello", "heartbeat", "system.reboot", "vnc.open", "vnc.close",
-          "files.upload.chunk", "files.upload.end", "apps.open", "queue.offer"})
+    for (char const* const method : {"Screenshot", "", "hello", "heartbeat", "system.reboot", "vnc.open",
+                                     "vnc.close", "files.upload.chunk", "files.upload.end", "apps.open"})
         EXPECT_EQ(call(method),
                   (json::object{{"id", "7"},
                                 {"error", {{"code", "invalid_request"}, {"message", "Invalid request"}}}}))
@@ -280,6 +279,31 @@ TEST_F(RpcRouterTest, commandsInterleaveWhereTheyWait)
     EXPECT_TRUE(call("screenshot").contains("result"));
     platform.time.advance(1s);
     EXPECT_TRUE(batch && batch->contains("result"));
+}
+
+TEST_F(RpcRouterTest, anOfferIsAnsweredBeforeItIsDecided)
+{
+    std::vector<QueuedCommandsOffer> taken;
+    offers.handler.set([&](QueuedCommandsOffer offer) { taken.push_back(std::move(offer)); });
+    std::string const params = R"({"connectionId":"c","commands":[{"commandId":"1","type":"screenshot"}]})";
+
+    EXPECT_EQ(call("queue.offer", params).at("result"), (json::object{{"ok", true}}));
+
+    ASSERT_EQ(taken.size(), 1u);
+    EXPECT_EQ(taken[0].ids(), std::vector<std::string>{"1"});
+}
+
+TEST_F(RpcRouterTest, anOfferThatCannotBeReadIsAnInternalError)
+{
+    EXPECT_EQ(code(call("queue.offer")), "internal_error");
+    EXPECT_EQ(code(call("queue.offer", R"({"connectionId":"c","commands":[{"type":"screenshot"}]})")),
+              "internal_error");
+}
+
+TEST_F(RpcRouterTest, anOfferBeforeSomebodyTakesItIsLost)
+{
+    EXPECT_EQ(call("queue.offer", R"({"connectionId":"c","commands":[]})").at("result"),
+              (json::object{{"ok", true}}));
 }
 
 } // namespace

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/UserNotifications.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvo {
+
+/// Keeps what it was to show: title and body.
+class FakeUserNotifications final : public UserNotifications {
+public:
+    std::vector<std::pair<std::string, std::string>> shown;
+
+    void show(std::string title, std::string body) override
+    {
+        shown.emplace_back(std::move(title), std::move(body));
+    }
+};
+
+} // namespace zelvo

@@ -1,0 +1,208 @@
+#include "state/QueueCoordinator.h"
+
+#include "base/LocalizedTexts.h"
+#include "fakes/FakePlatform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace zelvo {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using Decision = ConfirmationDecision;
+
+class QueueCoordinatorTest : public testing::Test {
+protected:
+    struct Question {
+        ConfirmationPresenter::Choice choice;
+        std::int64_t timeoutMs = 0;
+    };
+    struct Sent {
+        std::string connectionId;
+        QueueDecision decision;
+        bool operator==(Sent const&) const = default;
+    };
+
+    FakePlatform platform;
+    AgentState state{{.main = platform.contexts.main,
+                      .clock = platform.time,
+                      .defaults = platform.settings,
+                      .session = platform.sessionEvents,
+                      .screen = platform.screenSource,
+                      .refreshDisplay = [] {}}};
+    QueueOfferInbox inbox;
+    std::vector<Question> questions;
+    std::function<void()> onAsk = [] {};
+    Decision answer = Decision::allowed(false);
+    std::vector<Sent> sent;
+    QueueCoordinator coordinator{services()};
+
+    QueueCoordinator::Services services()
+    {
+        return {.main = platform.contexts.main,
+                .clock = platform.time,
+                .defaults = platform.settings,
+                .notifications = platform.notices,
+                .state = state,
+                .inbox = inbox,
+                .askChoice = [this](ConfirmationPresenter::Choice choice,
+                                    std::int64_t timeoutMs) -> Task<Decision> {
+                    questions.push_back({std::move(choice), timeoutMs});
+                    onAsk();
+                    co_return answer;
+                },
+                .sendDecision =
+                    [this](std::string id, QueueDecision decision) {
+                        sent.push_back({std::move(id), std::move(decision)});
+                    }};
+    }
+
+    static QueuedCommandsOffer offerOf(std::size_t count)
+    {
+        QueuedCommandsOffer offer{.connectionId = "c", .platformName = "Acme", .commands = {}};
+        for (std::size_t i = 1; i <= count; ++i)
+            offer.commands.push_back({std::to_string(i), "t", "do " + std::to_string(i), std::nullopt});
+        return offer;
+    }
+    void receive(QueuedCommandsOffer offer)
+    {
+        coordinator.receive(std::move(offer));
+        platform.settle();
+    }
+    /// How long a question about one command that expires then stands, in milliseconds.
+    std::int64_t timeFor(std::chrono::microseconds fromNow)
+    {
+        QueuedCommandsOffer offer = offerOf(2);
+        offer.commands[1].expiresAt = platform.time.date() + fromNow;
+        receive(offer);
+        return questions.back().timeoutMs;
+    }
+    ActivityEntry logged() const { return state.activity().front(); }
+};
+
+TEST_F(QueueCoordinatorTest, takesOffersOnTheMainThreadOnceStarted)
+{
+    inbox.deliver(offerOf(1));
+    platform.settle();
+    EXPECT_THAT(questions, IsEmpty());
+    coordinator.start();
+    inbox.deliver(offerOf(1));
+    EXPECT_THAT(questions, IsEmpty());
+    platform.settle();
+    EXPECT_THAT(questions, SizeIs(1));
+}
+
+TEST_F(QueueCoordinatorTest, asksInWordsAndRunsAllAfterAYes)
+{
+    receive(offerOf(2));
+
+    ASSERT_THAT(questions, SizeIs(1));
+    EXPECT_EQ(questions[0].choice.title, "Acme: 2 commands waited for you");
+    EXPECT_EQ(questions[0].choice.detail, "• do 1\n• do 2");
+    EXPECT_EQ(questions[0].choice.allowTitle, "Run them");
+    EXPECT_EQ(questions[0].choice.denyTitle, "Don't run them");
+    EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {"1", "2"}, .declined = {}}}));
+    EXPECT_EQ(logged().summary, "Let 2 commands run that had waited");
+    EXPECT_EQ(logged().kind, ActivityKind::queue);
+    EXPECT_EQ(logged().connectionId, "c");
+    EXPECT_EQ(logged().platformName, "Acme");
+}
+
+TEST_F(QueueCoordinatorTest, declinesAllAfterANo)
+{
+    answer = Decision::denied();
+    receive(offerOf(1));
+    EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {}, .declined = {"1"}}}));
+    EXPECT_EQ(logged().summary, "Declined 1 command that had waited");
+}
+
+TEST_F(QueueCoordinatorTest, tellsTheGatewayNothingWhenNobodyAnswers)
+{
+    answer = Decision::timedOut();
+    receive(offerOf(1));
+    EXPECT_THAT(sent, IsEmpty());
+    EXPECT_EQ(logged().summary, localized("activity.queueUnanswered"));
+    EXPECT_EQ(logged().kind, ActivityKind::queue);
+}
+
+TEST_F(QueueCoordinatorTest, nineCommandsShowEightLinesAndOneMore)
+{
+    receive(offerOf(9));
+    std::string const& detail = questions.at(0).choice.detail;
+    EXPECT_EQ(std::ranges::count(detail, '\n'), 8);
+    EXPECT_TRUE(detail.ends_with("• do 8\nand 1 more")) << detail;
+}
+
+TEST_F(QueueCoordinatorTest, asksNoLongerThanTheFirstCommandLasts)
+{
+    EXPECT_EQ(timeFor(90s), 90'000);
+    EXPECT_EQ(timeFor(-1h), 5'000);
+    EXPECT_EQ(timeFor(2h), 600'000);
+    EXPECT_EQ(timeFor(std::chrono::hours(24 * 365 * 7000)), 600'000); // The year 9000.
+    EXPECT_EQ(timeFor(-std::chrono::hours(24 * 365 * 2000)), 5'000);
+    receive(offerOf(3));
+    EXPECT_EQ(questions.back().timeoutMs, 600'000);
+}
+
+TEST_F(QueueCoordinatorTest, notifiesInEveryPolicyWithABodyOfItsOwn)
+{
+    for (QueuePolicy const policy : {QueuePolicy::ask, QueuePolicy::automatic, QueuePolicy::never}) {
+        coordinator.setPolicy(policy);
+        receive(offerOf(1));
+    }
+    std::string const title = "Acme: 1 command waited for you";
+    EXPECT_THAT(platform.notices.shown, ElementsAre(std::pair(title, localized("queue.notify.ask")),
+                                                    std::pair(title, localized("queue.notify.auto")),
+                                                    std::pair(title, localized("queue.notify.never"))));
+}
+
+TEST_F(QueueCoordinatorTest, decidesAtOnceWithoutAPanelWhenThePolicySaysSo)
+{
+    coordinator.setPolicy(QueuePolicy::automatic);
+    coordinator.receive(offerOf(1));
+    EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {"1"}, .declined = {}}}));
+    coordinator.setPolicy(QueuePolicy::never);
+    coordinator.receive(offerOf(1));
+    EXPECT_EQ(sent.back(), (Sent{"c", {.accepted = {}, .declined = {"1"}}}));
+    EXPECT_THAT(questions, IsEmpty());
+}
+
+TEST_F(QueueCoordinatorTest, aNewPolicyDoesNotTouchAPanelThatStands)
+{
+    onAsk = [&] { coordinator.setPolicy(QueuePolicy::never); };
+    receive(offerOf(1));
+    EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {"1"}, .declined = {}}}));
+}
+
+TEST_F(QueueCoordinatorTest, keepsItsPolicy)
+{
+    int changes = 0;
+    coordinator.policyChanged.connect([&] { ++changes; });
+    coordinator.setPolicy(QueuePolicy::never);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(QueueCoordinator(services()).policy(), QueuePolicy::never);
+    platform.settings.setText("dev.zelvo.queuePolicy", "maybe");
+    EXPECT_EQ(QueueCoordinator(services()).policy(), QueuePolicy::ask);
+}
+
+TEST_F(QueueCoordinatorTest, anOfferOfNothingIsLoggedAsDeclined)
+{
+    coordinator.setPolicy(QueuePolicy::automatic);
+    receive(offerOf(0));
+    EXPECT_THAT(sent, ElementsAre(Sent{"c", {}}));
+    EXPECT_EQ(logged().summary, "Declined 0 commands that had waited");
+}
+
+TEST_F(QueueCoordinatorTest, eachOfSeveralOffersIsAskedForItself)
+{
+    coordinator.receive(offerOf(1));
+    coordinator.receive(offerOf(2));
+    platform.settle();
+    EXPECT_THAT(questions, SizeIs(2));
+}
+
+} // namespace
+} // namespace zelvo
