@@ -90,13 +90,14 @@ protected:
 
     json::value clickOn(std::string_view role, std::string_view title, std::string_view button = "left")
     {
-        json::object action = parseJson(centerOf(find(tree(connection), role, title)))->as_object();
+        json::object action =
+            parseJson(centerOf(find(treeWith(connection, role, title), role, title)))->as_object();
         action["button"] = button;
         return action;
     }
     json::value elementClick(std::string_view role, std::string_view title)
     {
-        json::object const seen = tree(connection);
+        json::object const seen = treeWith(connection, role, title);
         return {{"type", "click_element"},
                 {"snapshotId", seen.at("snapshotId")},
                 {"elementId", find(seen, role, title).at("id")}};

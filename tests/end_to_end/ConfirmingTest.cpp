@@ -98,7 +98,7 @@ TEST_F(Confirming, anElementThatMovedAwayIsNotClicked)
     ASSERT_TRUE(says("swapped")) << said();
 
     require("the buttons at their new places", [&] {
-        json::object const seen = tree(connection);
+        json::object const seen = treeWith(connection, "AXButton", "Print");
         auto const left = [&](char const* title) {
             return read::number(find(seen, "AXButton", title).at("frame").as_object(), "x").value_or(0);
         };

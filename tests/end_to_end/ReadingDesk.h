@@ -24,15 +24,30 @@ protected:
     {
         return std::string(tree(connection).at("compact").as_string());
     }
-    /// The element of a role and a title, which must be there.
-    static json::object const& find(json::object const& tree, std::string_view role, std::string_view title)
+    /// The element of a role and a title, null when it is not there.
+    static json::object const* findIf(json::object const& tree, std::string_view role, std::string_view title)
     {
         for (json::value const& each : tree.at("elements").as_array()) {
             json::object const& element = each.as_object();
             if (read::text(element, "role") == role && read::text(element, "title").value_or("") == title)
-                return element;
+                return &element;
         }
+        return nullptr;
+    }
+    /// The same, which must be there.
+    static json::object const& find(json::object const& tree, std::string_view role, std::string_view title)
+    {
+        if (json::object const* const found = findIf(tree, role, title))
+            return *found;
         throw std::runtime_error("no " + std::string(title) + " in " + writeJson(tree));
+    }
+    /// A tree with that element. A window is on the screen before its application has published what it
+    /// holds.
+    json::object treeWith(std::string const& connection, std::string_view role, std::string_view title)
+    {
+        json::object seen;
+        waitFor([&] { return findIf(seen = tree(connection), role, title) != nullptr; });
+        return seen;
     }
     static std::string centerOf(json::object const& element)
     {
