@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "platform/Accessibility.h"
+#include "platform/ChildProcess.h"
 #include "platform/EventPosting.h"
 #include "platform/HotKey.h"
 #include "platform/HttpLoading.h"
@@ -52,6 +53,7 @@ public:
     virtual MachineFacts& facts() = 0;
     virtual WebSocketOpener& sockets() = 0;
     virtual HttpLoading& http() = 0;
+    virtual ChildProcesses& children() = 0;
 };
 
 /// The machine that this program was built for. The contexts must outlive it; Contexts::agent must stand on

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fakes/FakeAccessibility.h"
+#include "fakes/FakeChildProcesses.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventPosting.h"
 #include "fakes/FakeHttpLoading.h"
@@ -43,6 +44,7 @@ public:
     FakeMachineFacts machineFacts;
     FakeWebSocketOpener opener;
     FakeHttpLoading loading;
+    FakeChildProcesses processes;
 
     /// A reader that waits and its socket hold each other until the socket ends. The reader does not run
     /// again: it is dropped with the io_context.
@@ -75,6 +77,7 @@ public:
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }
     HttpLoading& http() override { return loading; }
+    ChildProcesses& children() override { return processes; }
 };
 
 } // namespace zelvo

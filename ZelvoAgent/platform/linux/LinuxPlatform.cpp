@@ -9,6 +9,7 @@
 #include "platform/linux/net/CurlHttpLoading.h"
 #include "platform/linux/system/FileInformationDictionary.h"
 #include "platform/linux/system/FileUserDefaults.h"
+#include "platform/linux/system/LinuxChildProcesses.h"
 #include "platform/linux/system/LinuxClock.h"
 #include "platform/linux/system/LinuxMachineFacts.h"
 #include "platform/linux/system/LinuxSecretStore.h"
@@ -32,7 +33,8 @@ public:
           user(contexts.agent, time, openSessionBus),
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
-          assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts)
+          assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
+          processes(contexts)
     {
     }
 
@@ -56,6 +58,7 @@ public:
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }
     HttpLoading& http() override { return loading; }
+    ChildProcesses& children() override { return processes; }
 
 private:
     LinuxDesktop& desktop()
@@ -88,6 +91,7 @@ private:
     LinuxNotifications notices;
     BeastWebSocketOpener opener;
     CurlHttpLoading loading;
+    LinuxChildProcesses processes;
     std::unique_ptr<LinuxDesktop> madeDesktop; // main
 };
 
