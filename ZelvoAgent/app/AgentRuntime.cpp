@@ -54,6 +54,7 @@ void AgentRuntime::buildRouter()
                                     .electron = *electron,
                                     .ownPid = platform.facts().ownPid()});
     input = std::make_unique<InputDriver>(services.gate, platform.clock());
+    shell = std::make_unique<ShellRunner>(services.contexts, platform.clock(), platform.children());
     hiddenGuard = std::make_unique<HiddenAppGuard>(workers, services.hiddenApps, platform.workspace(),
                                                    platform.windows());
     ownUi = std::make_unique<OwnUiGuard>(services.ownWindows);
@@ -261,6 +262,7 @@ std::string AgentRuntime::consoleUrl() const
 
 Task<> AgentRuntime::shutDown()
 {
+    services.platform.children().terminateAll();
     if (client)
         co_await client->stop();
 }

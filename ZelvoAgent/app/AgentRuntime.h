@@ -11,6 +11,7 @@
 #include "drivers/OwnUiGuard.h"
 #include "drivers/PostingGate.h"
 #include "drivers/ScreenCapture.h"
+#include "drivers/ShellRunner.h"
 #include "gateway/GatewayClient.h"
 #include "gateway/HeartbeatBuilder.h"
 #include "gateway/Keychain.h"
@@ -76,7 +77,8 @@ public:
     Task<> restoreApplications() { return electron->disableAll(); }
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
 
-    /// Ends the link at the process's end; resumes when the socket was told.
+    /// Asks running commands to end and ends the link, at the process's end; resumes when the socket was
+    /// told.
     Task<> shutDown();
 
 private:
@@ -99,6 +101,7 @@ private:
     std::unique_ptr<ElectronAccessibility> electron;
     std::unique_ptr<AccessibilityTree> tree;
     std::unique_ptr<InputDriver> input;
+    std::unique_ptr<ShellRunner> shell;
     std::unique_ptr<HiddenAppGuard> hiddenGuard;
     std::unique_ptr<OwnUiGuard> ownUi;
     std::unique_ptr<ElementProbe> probe;

@@ -328,6 +328,14 @@ TEST_F(AgentRuntimeTest, shutDownTellsTheGateway)
     EXPECT_EQ(platform.opener.last().cancelCode, 1001);
 }
 
+TEST_F(AgentRuntimeTest, shutDownAsksRunningCommandsToEnd)
+{
+    start();
+    EXPECT_FALSE(platform.processes.areTerminated);
+    run(platform.io, parts.runtime.shutDown());
+    EXPECT_TRUE(platform.processes.areTerminated);
+}
+
 TEST_F(AgentRuntimeTest, tellsThePersonOfAnApplicationThatMustBeStartedAnew)
 {
     start();
