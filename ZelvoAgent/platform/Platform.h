@@ -5,6 +5,7 @@
 #include "platform/Accessibility.h"
 #include "platform/ChildProcess.h"
 #include "platform/EventPosting.h"
+#include "platform/FileSystem.h"
 #include "platform/HotKey.h"
 #include "platform/HttpLoading.h"
 #include "platform/InformationDictionary.h"
@@ -36,6 +37,7 @@ public:
     virtual Clock& clock() = 0;
     virtual InformationDictionary& information() = 0;
     virtual UserDefaults& defaults() = 0;
+    virtual FileSystem& files() = 0;
     virtual SecretStore& secrets() = 0;
     virtual SingleInstance& singleInstance() = 0;
     virtual SessionEvents& session() = 0;

@@ -4,6 +4,7 @@
 #include "fakes/FakeChildProcesses.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventPosting.h"
+#include "fakes/FakeFileSystem.h"
 #include "fakes/FakeHttpLoading.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeSecretStore.h"
@@ -27,6 +28,7 @@ public:
     ManualClock time{&io};
     FakeInformationDictionary info;
     FakeUserDefaults settings;
+    FakeFileSystem fileSystem;
     FakeSecretStore secretStore;
     FakeSingleInstance instance;
     FakeSessionEvents sessionEvents;
@@ -60,6 +62,7 @@ public:
     Clock& clock() override { return time; }
     InformationDictionary& information() override { return info; }
     UserDefaults& defaults() override { return settings; }
+    FileSystem& files() override { return fileSystem; }
     SecretStore& secrets() override { return secretStore; }
     SingleInstance& singleInstance() override { return instance; }
     SessionEvents& session() override { return sessionEvents; }

@@ -11,6 +11,7 @@
 #include "platform/linux/system/FileUserDefaults.h"
 #include "platform/linux/system/LinuxChildProcesses.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/system/LinuxFileSystem.h"
 #include "platform/linux/system/LinuxMachineFacts.h"
 #include "platform/linux/system/LinuxSecretStore.h"
 #include "platform/linux/system/RtnetlinkPath.h"
@@ -29,8 +30,8 @@ class LinuxPlatform final : public Platform {
 public:
     explicit LinuxPlatform(Contexts const& contexts)
         : contexts(contexts), time(contexts.agent), settings(contexts.workers, xdg::defaultsFolder()),
-          machineFacts("/", xdg::home()), path(contexts.agent), system(contexts.agent, time, openSystemBus),
-          user(contexts.agent, time, openSessionBus),
+          fileSystem(xdg::home()), machineFacts("/", xdg::home()), path(contexts.agent),
+          system(contexts.agent, time, openSystemBus), user(contexts.agent, time, openSessionBus),
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
@@ -41,6 +42,7 @@ public:
     Clock& clock() override { return time; }
     InformationDictionary& information() override { return info; }
     UserDefaults& defaults() override { return settings; }
+    FileSystem& files() override { return fileSystem; }
     SecretStore& secrets() override { return secretStore; }
     SingleInstance& singleInstance() override { return instance; }
     SessionEvents& session() override { return desktop().session; }
@@ -81,6 +83,7 @@ private:
     LinuxClock time;
     FileInformationDictionary info;
     FileUserDefaults settings;
+    LinuxFileSystem fileSystem;
     LinuxMachineFacts machineFacts;
     RtnetlinkPath path;
     BusConnection system;

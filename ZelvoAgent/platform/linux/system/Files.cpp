@@ -1,5 +1,6 @@
 #include "platform/linux/system/Files.h"
 
+#include "platform/linux/system/FileBytes.h"
 #include "platform/linux/system/UniqueFd.h"
 
 #include <fcntl.h>
@@ -36,19 +37,6 @@ fs::path temporaryBeside(fs::path const& path)
     std::string const name = "." + path.filename().string() + "." + std::to_string(++last) + "." +
                              std::to_string(::getpid()) + std::string(temporarySuffix);
     return path.parent_path() / name;
-}
-
-bool writeAll(int file, std::string_view content)
-{
-    while (!content.empty()) {
-        ssize_t const count = ::write(file, content.data(), content.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return false;
-        content.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
 }
 
 /// Writes and syncs a new file; its identity, or nothing with errno set.

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/linux/system/UniqueFd.h"
+
+#include <string>
+
+namespace zelvo {
+
+/// Walks to folders without ever following a link. All calls give no descriptor, with errno set, when they
+/// fail: ELOOP for a link in the way, ENOTDIR for a file in the way. Descriptors are for walking on only
+/// (O_PATH). Thread: any.
+class FolderWalk {
+public:
+    enum class Method {
+        inOneStep,  ///< openat2 where the kernel has it and lets us, else part by part
+        partByPart, ///< opening each folder below the last one
+    };
+    explicit FolderWalk(Method method = Method::inOneStep) : method(method) {}
+
+    /// relative  without a slash in front, without ".."; empty for the folder itself
+    UniqueFd open(int folder, std::string const& relative) const;
+    /// The same; makes what is missing, with the modes that the umask leaves.
+    UniqueFd openOrMake(int folder, std::string const& relative) const;
+
+private:
+    Method method;
+};
+
+} // namespace zelvo
