@@ -1,0 +1,110 @@
+#include "drivers/FileAccess.h"
+
+#include "base/Hop.h"
+#include "drivers/FilePath.h"
+#include "drivers/FilePlace.h"
+#include "wire/AgentError.h"
+
+#include <boost/asio/strand.hpp>
+
+namespace zelvo {
+
+namespace {
+
+/// How often a place is judged that is moved about meanwhile, before it is refused.
+constexpr int mostLooks = 8;
+/// Bytes; far more than any system takes.
+constexpr std::size_t longestPath = 64u << 10;
+
+std::string contentOf(OpenFile& file)
+{
+    if (auto const size = file.size(); size && *size > std::uint64_t(FileAccess::maxBytes))
+        throw AgentError::invalidRequest;
+    // One byte more than is allowed tells a file that has grown meanwhile.
+    std::string content = file.read(std::size_t(FileAccess::maxBytes) + 1);
+    if (content.size() > std::size_t(FileAccess::maxBytes))
+        throw AgentError::invalidRequest;
+    return content;
+}
+
+} // namespace
+
+FileAccess::FileAccess(Executor workers, FileSystem& files, std::vector<std::string> allowedRoots)
+    : strand(asio::make_strand(workers)), files(files), allowedRoots(std::move(allowedRoots))
+{
+}
+
+Task<> FileAccess::setRoots(std::vector<std::string> roots)
+{
+    co_await on(strand, [&] { allowedRoots = std::move(roots); });
+}
+
+Task<> FileAccess::setRootsFrom(std::function<std::vector<std::string>()> read)
+{
+    co_await on(strand, [&] { allowedRoots = read(); });
+}
+
+Task<std::string> FileAccess::read(std::string path)
+{
+    co_return co_await on(strand, [&] { return readOnStrand(path); });
+}
+
+Task<> FileAccess::write(std::string path, std::string data)
+{
+    if (data.size() > std::size_t(maxBytes))
+        throw AgentError::invalidRequest;
+    co_await on(strand, [&] { writeOnStrand(path, data); });
+}
+
+std::string FileAccess::readOnStrand(std::string const& path)
+{
+    std::string const standard = standardize(path);
+    for (int look = 0; look < mostLooks; ++look)
+        if (auto const file = files.open(resolve(standard, Target::mustExist).place))
+            return contentOf(*file);
+    throw AgentError::scopeDenied;
+}
+
+void FileAccess::writeOnStrand(std::string const& path, std::string_view data)
+{
+    std::string const standard = standardize(path);
+    for (int look = 0; look < mostLooks; ++look) {
+        Judged const judged = resolve(standard, Target::mayBeNew);
+        auto const link = judged.exists ? FileSystem::LinkThere::refused : FileSystem::LinkThere::replaced;
+        if (files.replace(judged.place, data, link))
+            return;
+    }
+    throw AgentError::scopeDenied;
+}
+
+std::string FileAccess::standardize(std::string path)
+{
+    // A name ends at a NUL for the system: it would judge another path than it opens.
+    if (path.size() > longestPath || path.find('\0') != std::string::npos)
+        throw AgentError::invalidRequest;
+    if (auto const tilde = paths::tildePath(path))
+        if (auto const home = files.homeFolder(tilde->user))
+            path = *home + tilde->rest;
+    return paths::standardized(path, path.starts_with('/') ? "/" : files.currentFolder());
+}
+
+/// The gate. The order is what makes it hold: whether it exists, where it leads, which folder holds that.
+FileAccess::Judged FileAccess::resolve(std::string const& standard, Target target)
+{
+    FilePlace place = locate(files, standard);
+    bool const exists = place.exists;
+    if (!exists && target == Target::mustExist)
+        throw AgentError::invalidRequest;
+    if (!exists)
+        place = locate(files, paths::parentOf(standard));
+    for (std::string const& root : allowedRoots) {
+        std::string const folder = locate(files, paths::standardized(root, "/")).path;
+        if (!paths::isInside(place.path, folder))
+            continue;
+        std::string const full = exists ? place.path : paths::joined(place.path, paths::nameOf(standard));
+        return {.place = {.folder = folder, .path = paths::below(full, folder)}, .exists = exists};
+    }
+    throw AgentError::scopeDenied;
+}
+
+} // namespace zelvo

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "drivers/FileAccessing.h"
+
+#include <exception>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvo {
+
+/// Granted files in memory, under the paths as they are asked for.
+class FakeFiles final : public FileAccessing {
+public:
+    std::map<std::string, std::string> contents;             ///< what a test reads and sets
+    std::vector<std::string> readPaths;                      ///< in the order of the calls
+    std::vector<std::pair<std::string, std::string>> writes; ///< path and data, also of those that failed
+    std::exception_ptr failure;                              ///< what every call throws
+
+    Task<std::string> read(std::string path) override
+    {
+        readPaths.push_back(path);
+        throwFailure();
+        co_return contents[path];
+    }
+
+    Task<> write(std::string path, std::string data) override
+    {
+        writes.emplace_back(path, data);
+        throwFailure();
+        contents[path] = std::move(data);
+        co_return;
+    }
+
+private:
+    void throwFailure() const
+    {
+        if (failure)
+            std::rethrow_exception(failure);
+    }
+};
+
+} // namespace zelvo

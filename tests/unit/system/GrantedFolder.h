@@ -1,0 +1,67 @@
+#pragma once
+
+#include "TemporaryFolder.h"
+#include "drivers/FileAccess.h"
+#include "fakes/Run.h"
+#include "platform/linux/system/LinuxFileSystem.h"
+#include "wire/AgentError.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+namespace zelvo {
+
+/// The gate on real files: a folder "in" that is granted and a folder "out" that is not, side by side.
+class GrantedFolder {
+public:
+    explicit GrantedFolder(FolderWalk::Method method = FolderWalk::Method::inOneStep)
+        : machine(top.path, FolderWalk(method))
+    {
+        std::filesystem::create_directories(in);
+        std::filesystem::create_directories(out);
+    }
+
+    std::string read(std::filesystem::path const& path) { return run(io, access.read(path.native())); }
+    void write(std::filesystem::path const& path, std::string data)
+    {
+        run(io, access.write(path.native(), std::move(data)));
+    }
+
+    /// What a use ended with: "ok", a wire code, or the text of the system's failure.
+    template <class F>
+    static std::string outcome(F use)
+    {
+        try {
+            use();
+        } catch (AgentError error) {
+            return std::string(rawValue(error));
+        } catch (FileFailure const& failure) {
+            return failure.code().message();
+        }
+        return "ok";
+    }
+    std::string readOutcome(std::filesystem::path const& path)
+    {
+        return outcome([&] { read(path); });
+    }
+    std::string writeOutcome(std::filesystem::path const& path, std::string data = "new")
+    {
+        return outcome([&] { write(path, std::move(data)); });
+    }
+
+    /// How many names there are in a folder.
+    static std::size_t count(std::filesystem::path const& folder)
+    {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+    }
+
+    TemporaryFolder top;
+    std::filesystem::path in = top.path / "in";
+    std::filesystem::path out = top.path / "out";
+    asio::io_context io;
+    LinuxFileSystem machine;
+    FileAccess access{io.get_executor(), machine, {in.native()}};
+};
+
+} // namespace zelvo

@@ -1,0 +1,280 @@
+#include "GrantedFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <optional>
+#include <thread>
+
+namespace zelvo {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Lets the calling thread, and no other, fail with `reason` in openat2.
+bool refuseOpenat2(int reason)
+{
+    sock_filter rules[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(reason)),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    sock_fprog const program{.len = std::size(rules), .filter = rules};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(LinuxFileSystem, tellsWhatStandsAtAPath)
+{
+    GrantedFolder files;
+    writeFile(files.in / "file", "x");
+    fs::create_symlink("no where", files.in / "link");
+
+    EXPECT_EQ(files.machine.look(files.in).kind, FileNode::Kind::folder);
+    EXPECT_EQ(files.machine.look(files.in / "file").kind, FileNode::Kind::other);
+    EXPECT_EQ(files.machine.look(files.in / "gone").kind, FileNode::Kind::missing);
+    EXPECT_EQ(files.machine.look((files.in / "file").native() + '\0').kind, FileNode::Kind::missing);
+    FileNode const link = files.machine.look(files.in / "link");
+    EXPECT_EQ(link.kind, FileNode::Kind::link);
+    EXPECT_EQ(link.target, "no where");
+}
+
+TEST(LinuxFileSystem, knowsTheHomesOfUsers)
+{
+    LinuxFileSystem machine("/home/of-ours");
+
+    EXPECT_EQ(machine.homeFolder(""), "/home/of-ours");
+    EXPECT_EQ(machine.homeFolder("root"), ::getpwnam("root")->pw_dir);
+    EXPECT_EQ(machine.homeFolder("no-such-user"), std::nullopt);
+    EXPECT_EQ(machine.currentFolder(), fs::current_path().native());
+}
+
+TEST(LinuxFileSystem, keepsAnOldFilesPermissionBits)
+{
+    GrantedFolder files;
+    for (mode_t const mode : {0600u, 0640u, 0755u, 0444u}) {
+        writeFile(files.in / "file", "old");
+        ASSERT_EQ(::chmod((files.in / "file").c_str(), mode), 0);
+
+        files.write(files.in / "file", "new");
+
+        EXPECT_EQ(modeOf(files.in / "file"), mode);
+        EXPECT_EQ(contentOf(files.in / "file"), "new");
+        fs::remove(files.in / "file");
+    }
+}
+
+TEST(LinuxFileSystem, doesNotKeepARightToRunAsAnotherUser)
+{
+    GrantedFolder files;
+    writeFile(files.in / "file", "old");
+    ASSERT_EQ(::chmod((files.in / "file").c_str(), 06755), 0);
+
+    files.write(files.in / "file", "new");
+
+    EXPECT_EQ(modeOf(files.in / "file"), 0755u);
+}
+
+TEST(LinuxFileSystem, leavesTheModesOfWhatIsNewToTheUmask)
+{
+    GrantedFolder files;
+    mode_t const before = ::umask(027);
+
+    files.write(files.in / "folder/file", "new");
+
+    ::umask(before);
+    EXPECT_EQ(modeOf(files.in / "folder/file"), 0640u);
+    EXPECT_EQ(modeOf(files.in / "folder"), 0750u);
+}
+
+TEST(LinuxFileSystem, leavesNoTemporaryFile)
+{
+    GrantedFolder files;
+
+    files.write(files.in / "file", "");
+    EXPECT_EQ(files.read(files.in / "file"), "");
+    files.write(files.in / "file", "new");
+    EXPECT_EQ(files.read(files.in / "file"), "new");
+
+    EXPECT_EQ(GrantedFolder::count(files.in), 1u);
+}
+
+TEST(LinuxFileSystem, writesANameOfTheGreatestLength)
+{
+    GrantedFolder files;
+    std::string const name(255, 'n');
+
+    EXPECT_EQ(files.writeOutcome(files.in / name), "ok");
+    EXPECT_EQ(files.read(files.in / name), "new");
+}
+
+/// The same as a full disk, for where nothing may be mounted.
+TEST(LinuxFileSystem, keepsTheOldFileWhenTheNewOneDoesNotFit)
+{
+    GrantedFolder files;
+    writeFile(files.in / "file", "old");
+    auto const ignored = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit const small{.rlim_cur = 4096, .rlim_max = before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+
+    std::string const outcome = files.writeOutcome(files.in / "file", std::string(1u << 20, 'x'));
+    std::string const outcomeOfNew = files.writeOutcome(files.in / "other", std::string(1u << 20, 'x'));
+
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, ignored);
+    EXPECT_EQ(outcome, "File too large");
+    EXPECT_EQ(outcomeOfNew, "File too large");
+    EXPECT_EQ(contentOf(files.in / "file"), "old");
+    EXPECT_EQ(GrantedFolder::count(files.in), 1u);
+}
+
+TEST(LinuxFileSystem, carriesTheLargestFileBothWaysAndNoLarger)
+{
+    GrantedFolder files;
+    std::string data(std::size_t(FileAccess::maxBytes), 'x');
+    data.front() = 'a';
+    data.back() = 'z';
+
+    EXPECT_EQ(files.writeOutcome(files.in / "big", data), "ok");
+    EXPECT_TRUE(files.read(files.in / "big") == data);
+
+    fs::resize_file(files.in / "big", std::uintmax_t(FileAccess::maxBytes) + 1);
+    EXPECT_EQ(files.readOutcome(files.in / "big"), "invalid_request");
+}
+
+TEST(LinuxFileSystem, readsNoMoreThanItIsAskedForOfAFileThatGrows)
+{
+    GrantedFolder files;
+    writeFile(files.in / "file", "12345");
+    auto const file = files.machine.open({.folder = files.in, .path = "file"});
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->size(), 5u);
+
+    writeFile(files.in / "file", std::string(1u << 20, 'x'));
+    EXPECT_EQ(file->read(1000), std::string(1000, 'x'));
+}
+
+TEST(LinuxFileSystem, readsWhatIsLeftOfAFileThatShrinks)
+{
+    GrantedFolder files;
+    writeFile(files.in / "file", std::string(1u << 20, 'x'));
+    auto const file = files.machine.open({.folder = files.in, .path = "file"});
+    ASSERT_TRUE(file);
+
+    fs::resize_file(files.in / "file", 10);
+    EXPECT_EQ(file->read(1u << 20), std::string(10, 'x'));
+}
+
+TEST(LinuxFileSystem, readsAndWritesWhileAnotherProgramGrowsAndCutsTheFile)
+{
+    GrantedFolder files;
+    fs::path const path = files.in / "file";
+    std::atomic<bool> isEnding = false;
+    std::thread other([&] {
+        while (!isEnding) {
+            writeFile(path, std::string(300'000, 'y'));
+            writeFile(path, "");
+        }
+    });
+    for (int round = 0; round < 500; ++round) {
+        std::string content;
+        std::string const outcome = GrantedFolder::outcome([&] { content = files.read(path); });
+        EXPECT_TRUE(outcome == "ok" || outcome == "invalid_request") << outcome;
+        EXPECT_LE(content.size(), 300'000u);
+    }
+    isEnding = true;
+    other.join();
+}
+
+class RefusedOpenat2 : public testing::TestWithParam<int> {};
+
+TEST_P(RefusedOpenat2, isDoneWithoutPartByPart)
+{
+    std::string inside;
+    std::string outside;
+    std::string written;
+    bool isRefused = false;
+    std::thread sandboxed([&] {
+        isRefused = refuseOpenat2(GetParam());
+        GrantedFolder files;
+        writeFile(files.in / "deep/x", "inside");
+        writeFile(files.out / "x", "outside");
+        fs::create_symlink(files.out, files.in / "link");
+        inside = files.read(files.in / "deep/x");
+        outside = files.readOutcome(files.in / "link/x");
+        written = files.writeOutcome(files.in / "new/er/x");
+    });
+    sandboxed.join();
+    if (!isRefused)
+        GTEST_SKIP() << "no seccomp filters here";
+
+    EXPECT_EQ(inside, "inside");
+    EXPECT_EQ(outside, "scope_denied");
+    EXPECT_EQ(written, "ok");
+}
+
+INSTANTIATE_TEST_SUITE_P(Reasons, RefusedOpenat2, testing::Values(ENOSYS, EPERM));
+
+class FolderWalkTest : public testing::TestWithParam<FolderWalk::Method> {};
+
+INSTANTIATE_TEST_SUITE_P(Walks,
+                         FolderWalkTest,
+                         testing::Values(FolderWalk::Method::inOneStep, FolderWalk::Method::partByPart));
+
+TEST_P(FolderWalkTest, tellsLinksFilesAndNothingApart)
+{
+    TemporaryFolder top;
+    fs::create_directories(top.path / "folder/deep");
+    writeFile(top.path / "file", "x");
+    fs::create_symlink("folder", top.path / "link");
+    UniqueFd const base(::open(top.path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    FolderWalk const walk(GetParam());
+    auto const failureOf = [&](std::string const& path) {
+        errno = 0;
+        return walk.open(base.get(), path) ? 0 : errno;
+    };
+
+    EXPECT_EQ(failureOf(""), 0);
+    EXPECT_EQ(failureOf("folder/deep"), 0);
+    EXPECT_EQ(failureOf("link"), ELOOP);
+    EXPECT_EQ(failureOf("link/deep"), ELOOP);
+    EXPECT_EQ(failureOf("file"), ENOTDIR);
+    EXPECT_EQ(failureOf("file/x"), ENOTDIR);
+    EXPECT_EQ(failureOf("none"), ENOENT);
+}
+
+TEST_P(FolderWalkTest, makesWhatIsMissingAndNothingBehindALink)
+{
+    TemporaryFolder top;
+    fs::create_directories(top.path / "folder");
+    fs::create_symlink("folder", top.path / "link");
+    UniqueFd const base(::open(top.path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    FolderWalk const walk(GetParam());
+
+    EXPECT_TRUE(walk.openOrMake(base.get(), "folder/a/b/c"));
+    EXPECT_TRUE(fs::is_directory(top.path / "folder/a/b/c"));
+    EXPECT_FALSE(walk.openOrMake(base.get(), "link/x"));
+    EXPECT_EQ(errno, ELOOP);
+    EXPECT_FALSE(fs::exists(top.path / "folder/x"));
+}
+
+} // namespace
+
+} // namespace zelvo
