@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/AgentRuntime.h"
+#include "drivers/FileAccess.h"
+#include "drivers/FolderAccessStore.h"
 #include "gateway/LinkCoordinator.h"
 #include "recording/RecordingSettings.h"
 #include "state/QueueCoordinator.h"
@@ -26,6 +28,8 @@ struct AgentParts {
     PostingGate gate;
     ConfirmationPresenter confirmations;
     QueueOfferInbox offers;
+    FileAccess files;
+    FolderAccessStore folders;
     AgentRuntime runtime;
     QueueCoordinator queue;
     LinkCoordinator links;

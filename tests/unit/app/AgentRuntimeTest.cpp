@@ -361,5 +361,21 @@ TEST_F(AgentRuntimeTest, readsTheElementsOfTheApplicationInFront)
     EXPECT_THAT(sent().back(), testing::HasSubstr(R"([e0] button \"Send\" (10,20 100x50))"));
 }
 
+TEST(AgentParts, letAgentsReachTheFoldersThatAreStored)
+{
+    FakePlatform platform;
+    FakePanels panels{platform.windowFocus};
+    platform.fileSystem.addFile("/granted/x", "content");
+    platform.fileSystem.addFile("/other/x", "content");
+    platform.settings.contents["dev.zelvo.fileRoots"] = R"(["/gone","/granted"])";
+    AgentParts parts(platform.contexts, platform, panels.maker());
+
+    EXPECT_EQ(run(platform.io, parts.files.read("/granted/x")), "content");
+    EXPECT_THROW(run(platform.io, parts.files.read("/other/x")), AgentError);
+
+    run(platform.io, parts.folders.remove("/granted"));
+    EXPECT_THROW(run(platform.io, parts.files.read("/granted/x")), AgentError);
+}
+
 } // namespace
 } // namespace zelvo
