@@ -38,6 +38,12 @@ struct RunningApplication {
     std::string localizedName;
     std::optional<std::string> bundlePath; ///< the folder of its executable, with links resolved
     std::optional<Date> launchDate;        ///< when its process started
+    // The rest is told by Workspace::runningApplications() alone.
+    bool isRegular = false; ///< owns a normal window or a dialog of its own, minimised or not
+    bool isActive = false;  ///< in front
+    /// The path of its desktop entry; without one that of its executable, unless that is an
+    /// interpreter.
+    std::optional<std::string> location = {};
     bool operator==(RunningApplication const&) const = default;
 };
 

@@ -30,6 +30,7 @@ struct WindowEntry {
     ApplicationNames owner; ///< who it belongs to, and whose windows it is transient for
     std::vector<EmbeddedEntry> embedded = {};
     std::string ownerName = {}; ///< of the process's application, in the desktop's language; empty: not known
+    std::string title = {};     ///< bounded; empty without one
     bool operator==(WindowEntry const&) const = default;
 
     /// Whether the pointer at this point is on this window, as far as no other lies over it.

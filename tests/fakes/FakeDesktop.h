@@ -12,6 +12,7 @@
 #include "platform/Workspace.h"
 
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,13 @@ public:
     std::vector<std::string> openedUrls;
     int looks = 0;
     std::function<void(int)> onLook; ///< called with the number of the look
+    std::vector<RunningApplication> applications;
+    std::map<std::string, std::string> locations;      ///< by identifier
+    std::map<std::string, std::string> namedLocations; ///< by name
+    std::map<std::string, ApplicationBundle> bundles;  ///< by location
+    std::vector<std::string> opened;                   ///< locations
+    std::optional<std::string> openFailure;            ///< what opening fails with
+    std::function<void(std::string const&)> onOpen;    ///< called with the location before opening ends
 
     std::optional<RunningApplication> frontmostApplication() override
     {
@@ -124,10 +132,41 @@ public:
         auto const found = running.find(pid);
         return found == running.end() ? std::nullopt : std::optional(found->second);
     }
+    std::vector<RunningApplication> runningApplications() override { return applications; }
+    std::optional<std::string> applicationLocation(std::string identifier) override
+    {
+        return valueOf(locations, identifier);
+    }
+    std::optional<std::string> applicationLocationNamed(std::string name) override
+    {
+        return valueOf(namedLocations, name);
+    }
+    std::optional<ApplicationBundle> bundle(std::string location) override
+    {
+        return valueOf(bundles, location);
+    }
+    Task<std::string> openApplication(std::string location) override
+    {
+        if (openFailure)
+            throw std::runtime_error(*openFailure);
+        opened.push_back(location);
+        if (onOpen)
+            onOpen(location);
+        auto const known = bundle(location);
+        co_return known ? known->localizedName : "";
+    }
     bool openUrl(std::string url) override
     {
         openedUrls.push_back(std::move(url));
         return true;
+    }
+
+private:
+    template <class T>
+    static std::optional<T> valueOf(std::map<std::string, T> const& values, std::string const& key)
+    {
+        auto const found = values.find(key);
+        return found == values.end() ? std::nullopt : std::optional(found->second);
     }
 };
 

@@ -19,8 +19,8 @@ std::optional<std::string> variable(char const* name)
 
 LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& user)
     : display(X11Connection::open()), layout(contexts, display), survey(display),
-      windows(survey, layout, entries), workspace(display, entries),
-      screen(contexts, clock, display, layout, entries),
+      windows(survey, layout, entries), opener(contexts, clock, display, entries, focus, user),
+      workspace(display, entries, &opener), screen(contexts, clock, display, layout, entries),
       events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
       session(contexts,
               clock,

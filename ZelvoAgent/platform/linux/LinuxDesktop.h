@@ -7,6 +7,7 @@
 #include "platform/linux/dbus/LinuxSystemAccess.h"
 #include "platform/linux/input/X11EventPosting.h"
 #include "platform/linux/input/X11HotKey.h"
+#include "platform/linux/x11/ApplicationOpener.h"
 #include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/RecentSurvey.h"
 #include "platform/linux/x11/X11Connection.h"
@@ -34,6 +35,7 @@ struct LinuxDesktop {
     RecentSurvey survey;
     X11WindowList windows;
     X11WindowFocus focus;
+    ApplicationOpener opener;
     X11Workspace workspace;
     X11ScreenSource screen;
     X11EventPosting events;

@@ -79,6 +79,37 @@ TEST(WindowOwners, nameEmbeddedClientsWithTheWindowAroundThem)
     EXPECT_THAT(owners.take().namesOf(owners.survey.windows[0].client).names, ElementsAre("Panel"));
 }
 
+TEST(WindowOwners, knowAnApplicationsLocation)
+{
+    Owners owners;
+    owners.index =
+        DesktopEntryIndex({{.id = "org.example.keeper", .name = "Keeper", .file = "/a/keeper.desktop"},
+                           {.id = "program", .name = "P", .file = "/a/program.desktop"},
+                           {.id = "dev.zelvo.agent", .name = "Z", .file = "/a/zelvo.desktop"}});
+    owners.survey.windows = {window(1, ownPid, "Somebody"), window(2, 20, "Keeper"), window(3, 30, "Unknown"),
+                             window(4, 40, "Unknown")};
+    auto const facts = [](std::int32_t pid) {
+        return ProcessFacts{.pid = pid, .executable = pid == 40 ? "/usr/bin/python3.11" : "/usr/bin/program"};
+    };
+    WindowOwners const taken(owners.survey, owners.index, ownPid, facts);
+    auto const locationOf = [&](std::size_t i) { return taken.locationOf(owners.survey.windows[i].client); };
+
+    EXPECT_EQ(locationOf(0), "/a/zelvo.desktop");
+    EXPECT_EQ(locationOf(1), "/a/keeper.desktop");
+    EXPECT_EQ(locationOf(2), "/usr/bin/program"); // The program's name alone is no entry's id.
+    EXPECT_EQ(locationOf(3), std::nullopt);       // It may be anybody's.
+    EXPECT_EQ(owners.take().locationOf(owners.survey.windows[2].client), std::nullopt);
+}
+
+TEST(WindowEntries, haveTheirTitles)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "Keeper")};
+    owners.survey.windows[0].client.title = "Заметки";
+
+    EXPECT_EQ(windowEntries(owners.survey, owners.take(), {}).at(0).title, "Заметки");
+}
+
 TEST(WindowEntries, leaveOutWhatNobodyCanClick)
 {
     Owners owners;

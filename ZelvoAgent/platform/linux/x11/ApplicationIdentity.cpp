@@ -85,6 +85,19 @@ void addEntries(ApplicationNames& names, WindowWords const& words, DesktopEntryI
         add(names, entries.named(part));
 }
 
+/// What points at a desktop entry, the best first.
+void addPointers(ApplicationNames& names,
+                 WindowWords const& window,
+                 ProcessFacts const& process,
+                 DesktopEntryIndex const& entries)
+{
+    addOwnWord(names, window);
+    add(names, process.confinedIds);
+    addEntries(names, window, entries);
+    if (process.executable.is_absolute())
+        add(names, entries.running(process.executable));
+}
+
 } // namespace
 
 std::vector<std::string> confinedIdsIn(std::string const& cgroups)
@@ -140,15 +153,23 @@ ApplicationNames applicationNames(std::vector<WindowWords> const& words,
     ApplicationNames names;
     std::vector<WindowWords> const none(1);
     for (WindowWords const& window : words.empty() ? none : words) {
-        addOwnWord(names, window);
-        add(names, process.confinedIds);
-        addEntries(names, window, entries);
-        if (process.executable.is_absolute())
-            add(names, entries.running(process.executable));
+        addPointers(names, window, process, entries);
         add(names, window.className);
         add(names, process.executable.filename());
     }
     return names;
+}
+
+DesktopEntry const*
+entryOf(std::vector<WindowWords> const& words, ProcessFacts const& process, DesktopEntryIndex const& entries)
+{
+    ApplicationNames pointers;
+    for (WindowWords const& window : words)
+        addPointers(pointers, window, process, entries);
+    for (std::string const& name : pointers.names)
+        if (DesktopEntry const* const entry = entries.find(name))
+            return entry;
+    return nullptr;
 }
 
 std::string localizedName(ApplicationNames const& names,

@@ -41,6 +41,11 @@ ApplicationNames applicationNames(std::vector<WindowWords> const& words,
                                   ProcessFacts const& process,
                                   DesktopEntryIndex const& entries);
 
+/// The entry that the application is known by: of those names the first that points at one. A program's name
+/// alone points at none, since it may be an interpreter's. Null when there is none.
+DesktopEntry const*
+entryOf(std::vector<WindowWords> const& words, ProcessFacts const& process, DesktopEntryIndex const& entries);
+
 /// The name for a person: that of the first entry among the names, else the first window's class, else the
 /// program's.
 std::string localizedName(ApplicationNames const& names,

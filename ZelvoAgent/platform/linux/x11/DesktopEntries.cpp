@@ -32,6 +32,8 @@ std::string textOf(GKeyFile* file, char const* key)
     return value ? value.get() : "";
 }
 
+} // namespace
+
 bool isInterpreter(std::filesystem::path const& program)
 {
     static char const* const names[] = {"sh",   "bash",        "dash",      "zsh",  "busybox", "env",
@@ -44,6 +46,8 @@ bool isInterpreter(std::filesystem::path const& program)
         return true;
     return std::ranges::any_of(names, [&](char const* other) { return name == other; });
 }
+
+namespace {
 
 std::filesystem::path onPath(std::string const& program)
 {
@@ -71,6 +75,7 @@ DesktopEntry readEntry(std::filesystem::path const& base, std::filesystem::path 
         return entry;
     GText const name(g_key_file_get_locale_string(keys.get(), group, "Name", nullptr, nullptr));
     entry.name = name && *name ? name.get() : entry.id;
+    entry.plainName = textOf(keys.get(), "Name");
     entry.startupWmClass = textOf(keys.get(), "StartupWMClass");
     entry.executable = programOf(textOf(keys.get(), "Exec"));
     entry.noDisplay = g_key_file_get_boolean(keys.get(), group, "NoDisplay", nullptr);
@@ -154,11 +159,23 @@ void DesktopEntries::read()
     for (auto const& folder : folders)
         readFolder(folder, folder, found, 0);
     std::vector<DesktopEntry> entries;
-    for (auto& [id, entry] : found)
-        if (!entry.name.empty())
-            entries.push_back(std::move(entry));
+    for (auto& [id, entry] : found) {
+        if (entry.name.empty())
+            continue;
+        entry.folder = placeOf(entry.file);
+        entries.push_back(std::move(entry));
+    }
     if (!index || DesktopEntryIndex(entries).all() != index->all())
         index = std::make_shared<DesktopEntryIndex const>(std::move(entries));
+}
+
+/// Of the folder that it was found in. Two of them may lie in each other; the first one had it.
+std::size_t DesktopEntries::placeOf(std::filesystem::path const& file) const
+{
+    auto const holds = [&](std::filesystem::path const& folder) {
+        return file.native().starts_with((folder / "").native());
+    };
+    return static_cast<std::size_t>(std::ranges::find_if(folders, holds) - folders.begin());
 }
 
 void DesktopEntries::readFolder(std::filesystem::path const& base,

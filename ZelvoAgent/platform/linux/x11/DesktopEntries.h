@@ -14,6 +14,9 @@ namespace zelvo {
 /// The "applications" folders of the XDG data path, the person's own first.
 std::vector<std::filesystem::path> applicationFolders();
 
+/// Whether a program stands for many applications: an interpreter, a launcher.
+bool isInterpreter(std::filesystem::path const& program);
+
 /// The program of an Exec line, links resolved: looked for on PATH, "env" and assignments before it skipped.
 /// Empty when it is not found, or is an interpreter or launcher, which stands for many applications.
 std::filesystem::path programOf(std::string const& commandLine);
@@ -35,6 +38,7 @@ private:
     static FolderState stateOf(std::filesystem::path const& folder);
     bool isFresh() const;
     void read();
+    std::size_t placeOf(std::filesystem::path const& file) const;
     void readFolder(std::filesystem::path const& base,
                     std::filesystem::path const& folder,
                     std::map<std::string, DesktopEntry>& found,

@@ -7,14 +7,10 @@
 
 namespace zelvo {
 
-namespace {
-
-std::string lastComponent(std::string const& id)
+std::string lastComponentOf(std::string const& id)
 {
-    return id.substr(id.rfind('.') + 1); // The whole id when it has no dot.
+    return id.substr(id.rfind('.') + 1); // No dot is the greatest number, and one more is 0.
 }
-
-} // namespace
 
 DesktopEntryIndex::DesktopEntryIndex(std::vector<DesktopEntry> unsorted) : entries(std::move(unsorted))
 {
@@ -25,7 +21,7 @@ DesktopEntryIndex::DesktopEntryIndex(std::vector<DesktopEntry> unsorted) : entri
     for (std::size_t i = 0; i < entries.size(); ++i) {
         DesktopEntry const& entry = entries[i];
         std::string const id = text::lowercased(entry.id);
-        std::string const component = lastComponent(id);
+        std::string const component = lastComponentOf(id);
         byId.emplace(entry.id, i);
         byName.emplace(id, i);
         if (component != id)

@@ -17,8 +17,13 @@ struct DesktopEntry {
         executable; ///< of Exec, links resolved; empty when it is not found or stands for many programs
     std::filesystem::path file;
     bool noDisplay = false;
+    std::string plainName = {}; ///< Name without a language; empty without one
+    std::size_t folder = 0;     ///< the place of its application folder in the XDG data path
     bool operator==(DesktopEntry const&) const = default;
 };
+
+/// What comes after an id's last dot; the whole id when it has none.
+std::string lastComponentOf(std::string const& id);
 
 /// Desktop entries by all that an application is recognised by. Entries that are equally good come in a fixed
 /// order: those that menus show first, then the shorter id. Thread: any; it never changes.

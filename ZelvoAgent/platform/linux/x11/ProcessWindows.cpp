@@ -18,9 +18,13 @@ std::vector<ProcessWindow> chosen(WindowSurvey const& survey, std::int32_t pid)
             continue;
         for (EmbeddedWindow const& inside : window.embedded)
             if (inside.client.pid == pid)
-                found.push_back({.id = inside.client.id, .inner = inside.area, .outer = inside.area});
+                found.push_back({.id = inside.client.id,
+                                 .title = inside.client.title,
+                                 .inner = inside.area,
+                                 .outer = inside.area});
         if (window.client.pid == pid)
             found.push_back({.id = window.client.id,
+                             .title = window.client.title,
                              .inner = window.area,
                              .outer = window.area,
                              .frameExtents = window.frameExtents,
@@ -30,14 +34,6 @@ std::vector<ProcessWindow> chosen(WindowSurvey const& survey, std::int32_t pid)
     return found;
 }
 
-std::string textIn(xcb_get_property_reply_t const& reply)
-{
-    if (reply.format != 8)
-        return {};
-    return {static_cast<char const*>(xcb_get_property_value(&reply)),
-            static_cast<std::size_t>(xcb_get_property_value_length(&reply))};
-}
-
 /// Asks for what the survey does not tell.
 class Details {
 public:
@@ -45,8 +41,6 @@ public:
 
     void ask(ProcessWindow& window)
     {
-        askTitle(window, XCB_ATOM_WM_NAME);
-        askTitle(window, connection.atoms().netWmName);
         batch.ask(xcb_get_geometry(connection.get(), window.id), xcb_get_geometry_reply,
                   [&window](xcb_get_geometry_reply_t const& reply) {
                       window.inner.width = reply.width;
@@ -60,15 +54,6 @@ public:
     void run() { batch.run(); }
 
 private:
-    void askTitle(ProcessWindow& window, std::uint32_t atom)
-    {
-        batch.ask(xcb_get_property(connection.get(), 0, window.id, atom, XCB_ATOM_ANY, 0, 1024),
-                  xcb_get_property_reply, [&window](xcb_get_property_reply_t const& reply) {
-                      if (std::string title = textIn(reply); !title.empty())
-                          window.title = std::move(title);
-                  });
-    }
-
     X11Connection const& connection;
     XBatch batch;
 };

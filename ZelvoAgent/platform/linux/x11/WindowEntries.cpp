@@ -72,6 +72,7 @@ windowEntries(WindowSurvey const& survey, WindowOwners const& owners, DisplayLay
         entry.parts = partsOf(window, layout);
         entry.owner = owners.namesOf(window.client);
         entry.ownerName = owners.application(window.client).localizedName;
+        entry.title = window.client.title;
         for (EmbeddedWindow const& inside : window.embedded)
             entry.embedded.push_back(
                 {inPoints(inside.area, layout), owners.namesOf(inside.client), inside.client.pid});

@@ -1,5 +1,7 @@
 #include "platform/linux/x11/WindowOwners.h"
 
+#include "platform/linux/x11/DesktopEntries.h"
+
 #include <algorithm>
 
 namespace zelvo {
@@ -74,6 +76,18 @@ ApplicationNames WindowOwners::namesOf(SurveyedWindow const& window) const
     for (EmbeddedWindow const& inside : window.embedded)
         append(names, namesOf(inside.client));
     return names;
+}
+
+std::optional<std::string> WindowOwners::locationOf(ClientWindow const& client) const
+{
+    ProcessFacts const process = client.pid ? factsOf(*client.pid) : ProcessFacts{};
+    DesktopEntry const* const entry =
+        isOwn(client) ? entries.find(ownBundleIdentifier) : entryOf(wordsOf(client), process, entries);
+    if (entry)
+        return entry->file;
+    if (!process.executable.is_absolute() || isInterpreter(process.executable))
+        return std::nullopt;
+    return process.executable.string();
 }
 
 RunningApplication WindowOwners::application(ClientWindow const& client) const

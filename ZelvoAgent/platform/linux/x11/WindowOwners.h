@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -29,6 +30,9 @@ public:
     bool isOwn(ClientWindow const& client) const { return client.pid == own; }
     /// The application that a window belongs to, all names included.
     RunningApplication application(ClientWindow const& client) const;
+    /// The path of the desktop entry that a window's own application is known by, else of its executable;
+    /// nothing when neither is known, or the executable is an interpreter.
+    std::optional<std::string> locationOf(ClientWindow const& client) const;
     ClientWindow const* find(std::uint32_t window) const;
 
 private:

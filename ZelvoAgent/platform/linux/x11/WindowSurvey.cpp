@@ -1,5 +1,6 @@
 #include "platform/linux/x11/WindowSurvey.h"
 
+#include "platform/linux/x11/WindowTitle.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XBatch.h"
 
@@ -324,9 +325,21 @@ private:
             if (auto const target = numbersIn(reply); !target.empty() && target.front() != connection.root())
                 client.transientFor = target.front();
         });
+        // In the order of asking: the second one wins where it says anything.
+        askTitle(client, XCB_ATOM_WM_NAME);
+        askTitle(client, atoms.netWmName);
         askProperty(client.id, atoms.netWmPid, 1, [&client](Property const& reply) {
             if (auto const pid = numbersIn(reply); !pid.empty())
                 client.pid = static_cast<std::int32_t>(pid.front());
+        });
+    }
+
+    void askTitle(ClientWindow& client, std::uint32_t atom)
+    {
+        askProperty(client.id, atom, longestTitleBytes / 4, [&client](Property const& reply) {
+            std::string const bytes = firstTextIn(reply);
+            if (!bytes.empty())
+                client.title = windowTitle(bytes, reply.type == XCB_ATOM_STRING, reply.bytes_after > 0);
         });
     }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace zelvo {
@@ -18,6 +19,7 @@ struct ClientWindow {
     std::optional<std::int32_t> pid; ///< by the server, else by its own word
     WindowWords words;
     std::uint32_t transientFor = 0; ///< 0 when for none
+    std::string title = {};         ///< UTF-8, see WindowTitle
 };
 
 /// A client's window inside another client's.

@@ -15,14 +15,20 @@ struct X11Atoms {
     std::uint32_t gtkFrameExtents = 0;
     std::uint32_t netActiveWindow = 0;
     std::uint32_t netClientList = 0;
+    std::uint32_t netClientListStacking = 0;
+    std::uint32_t netStartupId = 0;
     std::uint32_t netSupportingWmCheck = 0;
     std::uint32_t netWmName = 0;
     std::uint32_t netWmPid = 0;
     std::uint32_t netWmState = 0;
     std::uint32_t netWmStateAbove = 0;
+    std::uint32_t netWmStateHidden = 0;
+    std::uint32_t netWmStateShaded = 0;
     std::uint32_t netWmWindowType = 0;
     std::uint32_t typeDesktop = 0;
     std::uint32_t typeDock = 0;
+    std::uint32_t typeDialog = 0;
+    std::uint32_t typeNormal = 0;
     std::uint32_t compositor = 0; ///< the selection that a compositing manager owns
 
     /// Interns all of them in one round trip.

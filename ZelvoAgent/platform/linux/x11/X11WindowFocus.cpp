@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -17,6 +18,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::uint32_t fromPager = 2; // Who asks, in the messages of the window manager hints.
+constexpr std::uint32_t removeState = 0;
 constexpr std::uint32_t addState = 1;
 constexpr std::uint32_t allWorkspaces = 0xFFFFFFFF;
 constexpr int deepestNesting = 32;
@@ -69,7 +71,27 @@ public:
         connection->sync();
     }
 
+    void bringBack(std::uint32_t window)
+    {
+        auto const home = numberAt(window, desktopAtom);
+        if (home && home != allWorkspaces && home != numberAt(connection->root(), currentDesktopAtom))
+            tell(connection->root(), currentDesktopAtom, {*home, serverTime()});
+        tell(window, connection->atoms().netWmState,
+             {removeState, connection->atoms().netWmStateShaded, 0, fromPager});
+        activate(window);
+    }
+
 private:
+    std::optional<std::uint32_t> numberAt(std::uint32_t window, std::uint32_t property) const
+    {
+        auto* const x = connection->get();
+        auto const cookie = xcb_get_property(x, 0, window, property, XCB_ATOM_ANY, 0, 1);
+        XReply<xcb_get_property_reply_t> const reply(xcb_get_property_reply(x, cookie, nullptr));
+        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) != 4)
+            return std::nullopt;
+        return *static_cast<std::uint32_t const*>(xcb_get_property_value(reply.get()));
+    }
+
     // Window managers lay a full-screen window over all others while it is active, but not over its own
     // dialogs. So the person can go back to it and still see ours.
     void standBeforeFullScreen(std::uint32_t window, std::uint32_t over)
@@ -101,6 +123,7 @@ private:
             return;
         auto* const x = connection->get();
         desktopAtom = atomNamed(x, "_NET_WM_DESKTOP");
+        currentDesktopAtom = atomNamed(x, "_NET_CURRENT_DESKTOP");
         fullScreenAtom = atomNamed(x, "_NET_WM_STATE_FULLSCREEN");
         stickyAtom = atomNamed(x, "_NET_WM_STATE_STICKY");
         skipTaskbarAtom = atomNamed(x, "_NET_WM_STATE_SKIP_TASKBAR");
@@ -139,17 +162,14 @@ private:
 
     bool hasWindowManager() const
     {
-        auto* const x = connection->get();
-        auto const cookie = xcb_get_property(x, 0, connection->root(),
-                                             connection->atoms().netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
-        XReply<xcb_get_property_reply_t> const reply(xcb_get_property_reply(x, cookie, nullptr));
-        return reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) == 4;
+        return numberAt(connection->root(), connection->atoms().netSupportingWmCheck).has_value();
     }
 
     std::mutex lock; // All below.
     bool isOpened = false;
     std::unique_ptr<X11Connection> connection;
     std::uint32_t desktopAtom = 0;
+    std::uint32_t currentDesktopAtom = 0;
     std::uint32_t fullScreenAtom = 0;
     std::uint32_t stickyAtom = 0;
     std::uint32_t skipTaskbarAtom = 0;
@@ -182,6 +202,14 @@ void X11WindowFocus::activate(std::uint32_t window)
 {
     requests->with<bool>([&](X11Connection const&) {
         requests->activate(window);
+        return true;
+    });
+}
+
+void X11WindowFocus::bringBack(std::uint32_t window)
+{
+    requests->with<bool>([&](X11Connection const&) {
+        requests->bringBack(window);
         return true;
     });
 }

@@ -19,6 +19,9 @@ public:
     void putInFront(std::uint32_t window, std::uint32_t over) override;
     void activate(std::uint32_t window) override;
     WindowStanding standing(std::uint32_t window) override;
+    /// Makes a window active, going to its workspace and unrolling it, which window managers do not all do by
+    /// themselves.
+    void bringBack(std::uint32_t window);
     bool isKeyDown() override;
 
 private:

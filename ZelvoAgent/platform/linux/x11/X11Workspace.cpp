@@ -1,85 +1,20 @@
 #include "platform/linux/x11/X11Workspace.h"
 
+#include "platform/linux/x11/ApplicationSearch.h"
+#include "platform/linux/x11/DesktopLook.h"
 #include "platform/linux/x11/FocusQuestions.h"
 #include "platform/linux/x11/UrlOpening.h"
-#include "platform/linux/x11/WindowOwners.h"
 
-#include <unistd.h>
-
-#include <algorithm>
+#include <stdexcept>
 
 namespace zelvo {
 
-X11Workspace::X11Workspace(std::shared_ptr<X11Connection> connection, DesktopEntries& entries)
-    : connection(std::move(connection)), entries(entries)
+X11Workspace::X11Workspace(std::shared_ptr<X11Connection> connection,
+                           DesktopEntries& entries,
+                           ApplicationOpener* opener)
+    : connection(std::move(connection)), entries(entries), opener(opener)
 {
 }
-
-namespace {
-
-/// One look at the windows and whose they are.
-class Desktop {
-public:
-    Desktop(X11Connection const& connection, DesktopEntries& entries)
-        : connection(connection), survey(surveyWindows(connection)), index(entries.current()),
-          windowOwners(survey, *index, ::getpid())
-    {
-    }
-
-    WindowOwners const& owners() const { return windowOwners; }
-
-    /// The client whose window this is, or lies in. None for the window manager's own windows, on which it
-    /// keeps the focus when no application is in front.
-    ClientWindow const* clientAround(std::uint32_t window) const
-    {
-        for (int depth = 0; window && window != connection.root() && depth < 32; ++depth) {
-            if (ClientWindow const* const client = windowOwners.find(window))
-                return isWindowManagers(*client) ? nullptr : client;
-            window = parentOf(connection, window);
-        }
-        return nullptr;
-    }
-
-    /// All who share a window on the screen with a client, itself included: what is typed there may reach any
-    /// of them.
-    ApplicationNames namesAround(ClientWindow const& client) const
-    {
-        for (SurveyedWindow const& window : survey.windows)
-            if (window.client.id == client.id ||
-                std::ranges::any_of(window.embedded,
-                                    [&](auto const& inside) { return inside.client.id == client.id; }))
-                return windowOwners.namesOf(window);
-        return {};
-    }
-
-    template <class F>
-    void eachClient(F visit) const
-    {
-        for (SurveyedWindow const& window : survey.windows) {
-            if (!window.windowManagers)
-                visit(window.client);
-            for (EmbeddedWindow const& inside : window.embedded)
-                visit(inside.client);
-        }
-        for (ClientWindow const& client : survey.others)
-            visit(client);
-    }
-
-private:
-    bool isWindowManagers(ClientWindow const& client) const
-    {
-        return std::ranges::any_of(survey.windows, [&](SurveyedWindow const& window) {
-            return window.windowManagers && window.id == client.id;
-        });
-    }
-
-    X11Connection const& connection;
-    WindowSurvey survey;
-    std::shared_ptr<DesktopEntryIndex const> index;
-    WindowOwners windowOwners;
-};
-
-} // namespace
 
 std::optional<RunningApplication> X11Workspace::frontmostApplication()
 {
@@ -89,7 +24,7 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication()
     std::uint32_t const focused = focusedWindowOf(*connection);
     if (!active && !focused)
         return std::nullopt;
-    Desktop const desktop(*connection, entries);
+    DesktopLook const desktop(*connection, entries);
     ClientWindow const* const front = desktop.clientAround(active ? active : focused);
     if (!front)
         return std::nullopt;
@@ -105,17 +40,56 @@ std::optional<RunningApplication> X11Workspace::application(std::int32_t pid)
 {
     if (!connection || !connection->isAlive())
         return std::nullopt;
-    Desktop const desktop(*connection, entries);
+    DesktopLook const desktop(*connection, entries);
     std::optional<RunningApplication> application;
-    desktop.eachClient([&](ClientWindow const& client) {
-        if (client.pid != pid)
-            return;
+    for (ClientWindow const* const client : desktop.clients()) {
+        if (client->pid != pid)
+            continue;
         if (application) // One of its windows may be transient for another application's.
-            append(application->names, desktop.owners().namesOf(client));
+            append(application->names, desktop.owners().namesOf(*client));
         else
-            application = desktop.owners().application(client);
-    });
+            application = desktop.owners().application(*client);
+    }
     return application;
+}
+
+std::vector<RunningApplication> X11Workspace::runningApplications()
+{
+    if (!connection || !connection->isAlive())
+        return {};
+    return DesktopLook(*connection, entries).applications();
+}
+
+std::optional<std::string> X11Workspace::applicationLocation(std::string identifier)
+{
+    auto const index = entries.current();
+    if (DesktopEntry const* const entry = entryWithId(*index, identifier))
+        return entry->file;
+    for (RunningApplication const& application : runningApplications())
+        if (application.location && application.names.names.front() == identifier)
+            return application.location;
+    return std::nullopt;
+}
+
+std::optional<std::string> X11Workspace::applicationLocationNamed(std::string name)
+{
+    auto const index = entries.current();
+    DesktopEntry const* const entry = entryNamed(*index, name);
+    return entry ? std::optional<std::string>(entry->file) : std::nullopt;
+}
+
+std::optional<ApplicationBundle> X11Workspace::bundle(std::string location)
+{
+    if (!connection || !connection->isAlive())
+        return std::nullopt;
+    return DesktopLook(*connection, entries).bundle(location);
+}
+
+Task<std::string> X11Workspace::openApplication(std::string location)
+{
+    if (!opener || !connection || !connection->isAlive())
+        throw std::runtime_error("the display cannot be reached");
+    co_return co_await opener->open(std::move(location));
 }
 
 bool X11Workspace::openUrl(std::string url)

@@ -1,0 +1,135 @@
+#include "platform/linux/x11/ApplicationSearch.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace zelvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsSupersetOf;
+
+DesktopEntry entry(std::string id, std::string name, std::size_t folder = 1, std::string plainName = {})
+{
+    DesktopEntry made{
+        .id = std::move(id), .name = std::move(name), .plainName = std::move(plainName), .folder = folder};
+    made.file = "/folder" + std::to_string(folder) + "/" + made.id + ".desktop";
+    return made;
+}
+
+DesktopEntryIndex index()
+{
+    DesktopEntry hidden = entry("a.helper", "Notes");
+    hidden.noDisplay = true;
+    return DesktopEntryIndex({
+        entry("org.xfce.mousepad", "Правка", 1, "Mousepad"),
+        entry("files", "Terminal"),
+        entry("org.example.files", "Files"),
+        entry("terminal", "Files manager"),
+        entry("org.example.Notes", "Notes"),
+        entry("com.example.Notes2", "Notes", 2),
+        entry("late.Player", "Player", 2),
+        entry("early.Other", "Other", 0),
+        entry("early.Player", "Film", 0),
+        entry("tool.app", "Tool"),
+        entry("short", "Twice"),
+        entry("longer", "Twice"),
+        hidden,
+    });
+}
+
+struct Asked {
+    std::string text;
+    std::string found; ///< an id; empty: nothing
+};
+
+TEST(ApplicationSearch, findsByName)
+{
+    auto const entries = index();
+    for (Asked const& asked : std::vector<Asked>{
+             {"Правка", "org.xfce.mousepad"},
+             {"Mousepad", "org.xfce.mousepad"},
+             {"mousepad", "org.xfce.mousepad"},
+             {"org.xfce.mousepad", "org.xfce.mousepad"},
+             {"Mousepad.app", "org.xfce.mousepad"},
+             {"mousepad.desktop", "org.xfce.mousepad"},
+             {"org.xfce.mousepad.desktop", "org.xfce.mousepad"},
+             {"org.xfce.mousepad.app", "org.xfce.mousepad"},
+             {"Files", "org.example.files"},
+             {"files", "files"},    // An id goes before the last part of another one.
+             {"Terminal", "files"}, // A name goes before an id.
+             {"terminal", "terminal"},
+             {"Notes", "org.example.Notes"}, // Of the first folder, and one that menus show.
+             {"Notes2", "com.example.Notes2"},
+             {"Player", "early.Player"}, // The first folder, though the name stands in another one.
+             {"Film", "early.Player"},
+             {"Twice", "short"},
+             {"tool.app", "tool.app"},
+             {"Tool", "tool.app"},
+             // Only what runs is found without regard to case, and that end must be written as it is.
+             {"MOUSEPAD", ""},
+             {"правка", ""},
+             {"Mousepad.APP", ""},
+             {"Mousepad.app.app", ""},
+             {"xfce", ""},
+             {"Mouse", ""},
+             {" Mousepad", ""},
+             {".app", ""},
+             {".desktop", ""},
+             {"", ""},
+             {"../mousepad", ""},
+         }) {
+        DesktopEntry const* const found = entryNamed(entries, asked.text);
+        EXPECT_EQ(found ? found->id : "", asked.found) << asked.text;
+    }
+}
+
+TEST(ApplicationSearch, findsByIdentifier)
+{
+    auto const entries = index();
+    for (Asked const& asked : std::vector<Asked>{
+             {"org.xfce.mousepad", "org.xfce.mousepad"},
+             {"org.xfce.mousepad.desktop", "org.xfce.mousepad"},
+             {"a.helper", "a.helper"},
+             {"tool.app", "tool.app"},
+             {"mousepad", ""},
+             {"Mousepad", ""},
+             {"org.xfce.Mousepad", ""},
+             {"org.xfce.mousepad.app", ""},
+             {"", ""},
+             {".desktop", ""},
+         }) {
+        DesktopEntry const* const found = entryWithId(entries, asked.text);
+        EXPECT_EQ(found ? found->id : "", asked.found) << asked.text;
+    }
+}
+
+TEST(ApplicationSearch, findsByFile)
+{
+    auto const entries = index();
+
+    ASSERT_TRUE(entryAt(entries, "/folder2/late.Player.desktop"));
+    EXPECT_EQ(entryAt(entries, "/folder2/late.Player.desktop")->id, "late.Player");
+    EXPECT_EQ(entryAt(entries, "/folder1/late.Player.desktop"), nullptr);
+    EXPECT_EQ(entryAt(entries, ""), nullptr);
+}
+
+TEST(ApplicationSearch, tellsAllNamesOfAnEntry)
+{
+    DesktopEntryIndex const entries({
+        {.id = "web.page", .name = "Page", .startupWmClass = "Page-Class", .executable = "/usr/bin/web"},
+        {.id = "web", .name = "Web", .executable = "/usr/bin/web"},
+        {.id = "other", .name = "Other", .startupWmClass = "Page-Class"},
+        {.id = "dev.zelvo.agent", .name = "Zelvo", .executable = "/usr/bin/zelvo-agent"},
+    });
+
+    ApplicationNames const names = namesOfEntry(*entries.find("web.page"), entries);
+    EXPECT_EQ(names.names.front(), "web.page");
+    EXPECT_THAT(names.names, IsSupersetOf({"web", "other", "Page-Class"}));
+    EXPECT_EQ(names.identifier({"web"}), "web");
+    EXPECT_EQ(names.identifier({"nobody"}), "web.page");
+    EXPECT_EQ(namesOfEntry(*entries.find("dev.zelvo.agent"), entries).names.front(), "dev.zelvo.agent");
+}
+
+} // namespace
+} // namespace zelvo::test
