@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AgentRuntime.h"
+#include "drivers/ClipboardWatcher.h"
 #include "drivers/FileAccess.h"
 #include "drivers/FolderAccessStore.h"
 #include "gateway/LinkCoordinator.h"
@@ -20,6 +21,7 @@ struct AgentParts {
     AgentParts& operator=(AgentParts const&) = delete;
 
     HiddenAppsStore hiddenApps;
+    ClipboardWatcher clipboard;
     Keychain keychain;
     RecordingSettings recordingSettings;
     HeartbeatBuilder heartbeat;

@@ -27,6 +27,7 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<vo
 
 void AppDelegate::start()
 {
+    parts.clipboard.start();
     parts.state.startObserving();
     parts.queue.start(); // Before there is a link that offers could come over.
     parts.runtime.start();
@@ -72,6 +73,7 @@ void AppDelegate::willTerminate()
 {
     spawn(contexts.agent, [this] { return parts.runtime.shutDown(); });
     spawn(contexts.agent, [this] { return platform.accessibility().switchOff(); });
+    spawn(contexts.agent, [this] { return platform.pasteboard().handOver(); });
     platform.http().endCalls();
     auto const restored = std::make_shared<std::binary_semaphore>(0);
     if (hasStarted)

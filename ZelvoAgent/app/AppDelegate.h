@@ -28,8 +28,8 @@ public:
     void bringToFront();
     /// Asks for the end of the process: `quit` is called now, or when an open film is closed.
     void terminate();
-    /// Ends the link, takes back what was changed in other applications and writes what is left to write.
-    /// Takes two seconds, in which the main thread does nothing else.
+    /// Ends the link, takes back what was changed in other applications, hands the clipboard over and writes
+    /// what is left to write. Takes two seconds, in which the main thread does nothing else.
     void willTerminate();
 
 private:

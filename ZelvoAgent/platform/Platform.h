@@ -11,6 +11,7 @@
 #include "platform/InformationDictionary.h"
 #include "platform/MachineFacts.h"
 #include "platform/NetworkPath.h"
+#include "platform/Pasteboard.h"
 #include "platform/PowerAssertion.h"
 #include "platform/ScreenSource.h"
 #include "platform/SecretStore.h"
@@ -51,6 +52,7 @@ public:
     virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
     virtual EventPosting& events() = 0;
+    virtual Pasteboard& pasteboard() = 0;
     virtual SystemAccess& access() = 0;
     virtual MachineFacts& facts() = 0;
     virtual WebSocketOpener& sockets() = 0;

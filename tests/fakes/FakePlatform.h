@@ -6,6 +6,7 @@
 #include "fakes/FakeEventPosting.h"
 #include "fakes/FakeFileSystem.h"
 #include "fakes/FakeHttpLoading.h"
+#include "fakes/FakePasteboard.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeSecretStore.h"
 #include "fakes/FakeUserDefaults.h"
@@ -42,6 +43,7 @@ public:
     FakeAccessibility elements;
     FakeScreenSource screenSource;
     FakeEventPosting posting;
+    FakePasteboard clipboard;
     FakeSystemAccess systemAccess;
     FakeMachineFacts machineFacts;
     FakeWebSocketOpener opener;
@@ -76,6 +78,7 @@ public:
     Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
     EventPosting& events() override { return posting; }
+    Pasteboard& pasteboard() override { return clipboard; }
     SystemAccess& access() override { return systemAccess; }
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }

@@ -22,12 +22,12 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
       windows(survey, layout, entries), opener(contexts, clock, display, entries, focus, user),
       workspace(display, entries, &opener), screen(contexts, clock, display, layout, entries),
       events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
-      session(contexts,
-              clock,
-              system,
-              user,
-              variable("DISPLAY").value_or(""),
-              [display = display] { return display && display->isAlive(); }),
+      pasteboard(contexts, clock), session(contexts,
+                                           clock,
+                                           system,
+                                           user,
+                                           variable("DISPLAY").value_or(""),
+                                           [display = display] { return display && display->isAlive(); }),
       access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS")),
       accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"), elementScreen())
 {

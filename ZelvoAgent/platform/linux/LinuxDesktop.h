@@ -12,6 +12,7 @@
 #include "platform/linux/x11/RecentSurvey.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
+#include "platform/linux/x11/X11Pasteboard.h"
 #include "platform/linux/x11/X11ScreenSource.h"
 #include "platform/linux/x11/X11WindowFocus.h"
 #include "platform/linux/x11/X11WindowList.h"
@@ -40,6 +41,7 @@ struct LinuxDesktop {
     X11ScreenSource screen;
     X11EventPosting events;
     X11HotKey hotKey;
+    X11Pasteboard pasteboard;
     LinuxSessionEvents session;
     LinuxSystemAccess access;
     AtspiAccessibility accessibility;

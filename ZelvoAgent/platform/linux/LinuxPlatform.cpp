@@ -56,6 +56,7 @@ public:
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
     EventPosting& events() override { return desktop().events; }
+    Pasteboard& pasteboard() override { return desktop().pasteboard; }
     SystemAccess& access() override { return desktop().access; }
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }

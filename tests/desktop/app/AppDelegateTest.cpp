@@ -103,6 +103,18 @@ TEST_F(AppDelegateTest, takesTwoSecondsToEndAndWritesWhatIsLeft)
     EXPECT_EQ(platform.loading.endings, 1); // A silent server does not hold up the end.
     platform.settle();
     EXPECT_EQ(platform.elements.switchedOff, 1);
+    EXPECT_EQ(platform.clipboard.handedOver, 1);
+}
+
+TEST_F(AppDelegateTest, watchesTheClipboardFromItsStart)
+{
+    delegate.start();
+    platform.settle();
+    platform.clipboard.copy("text");
+
+    platform.time.advance(500ms);
+
+    EXPECT_EQ(platform.desktop.looks, 1);
 }
 
 TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenFilm)

@@ -1,0 +1,120 @@
+// The clipboard between this program and real applications, whose keys a person presses.
+#include "desktop/input/InputDesk.h"
+#include "desktop/input/SampleTexts.h"
+#include "desktop/input/TextField.h"
+#include "platform/linux/x11/X11Pasteboard.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace zelvo::test {
+namespace {
+
+// As every X server on Linux numbers them.
+constexpr std::uint8_t control = 37;
+constexpr std::uint8_t shift = 50;
+constexpr std::uint8_t keyA = 38;
+constexpr std::uint8_t keyC = 54;
+constexpr std::uint8_t keyV = 55;
+constexpr std::uint8_t insert = 118;
+
+class Clipboard : public testing::TestWithParam<FieldKind> {
+protected:
+    Clipboard()
+    {
+        auto const resources = desk.desktop.home() / "resources";
+        std::ofstream(resources) << "XTerm*selectToClipboard: true\n";
+        desk.desktop.run({"xrdb", "-merge", resources.string()});
+    }
+    ~Clipboard() override { desk.live.stop(); } // Before the pasteboard goes, which it runs.
+
+    void press(std::uint8_t modifier, std::uint8_t key)
+    {
+        desk.personKey(modifier, true);
+        desk.personKey(key, true);
+        desk.personKey(key, false);
+        desk.personKey(modifier, false);
+    }
+    void paste() { GetParam() == FieldKind::xterm ? press(shift, insert) : press(control, keyV); }
+    void copyAll()
+    {
+        std::int64_t const before = pasteboard.changeCount();
+        press(control, keyA);
+        press(control, keyC);
+        require("the copy", [&] { return pasteboard.changeCount() > before; });
+    }
+    bool set(std::string text) { return desk.await(pasteboard.setText(std::move(text))); }
+    std::string get() { return desk.await(pasteboard.text()); }
+
+    InputDesk desk;
+    X11Pasteboard pasteboard{desk.contexts, desk.clock, desk.desktop.display()};
+};
+
+std::string manyLines(std::size_t size)
+{
+    std::string text;
+    for (int line = 0; text.size() < size; ++line)
+        text += std::to_string(line) + " é漢😀 and so on until the end of the line\n";
+    return text;
+}
+
+TEST_P(Clipboard, isPastedFromUs)
+{
+    TextField const field(desk.desktop, GetParam());
+    std::string const text = "Grüße € 漢字 😀 and more.";
+    ASSERT_TRUE(set(text));
+
+    paste();
+
+    EXPECT_EQ(field.valueAfter(text), text);
+}
+
+TEST_P(Clipboard, isPastedFromUsAgainWhenItHasChanged)
+{
+    TextField const field(desk.desktop, GetParam());
+    ASSERT_TRUE(set("one "));
+    paste();
+    ASSERT_EQ(field.valueAfter("one "), "one ");
+
+    ASSERT_TRUE(set("two"));
+    paste();
+
+    EXPECT_EQ(field.valueAfter("one two"), "one two");
+}
+
+TEST_P(Clipboard, isCopiedToUs)
+{
+    if (GetParam() == FieldKind::xterm)
+        GTEST_SKIP() << "a terminal has no key that copies";
+    std::string const text = "Grüße € 漢字 😀\nand a second line";
+    TextField const field(desk.desktop, GetParam(), text);
+    ASSERT_EQ(field.valueAfter(text), text);
+
+    copyAll();
+
+    EXPECT_EQ(get(), text);
+}
+
+TEST_P(Clipboard, takesALongTextBothWays)
+{
+    if (GetParam() == FieldKind::xterm)
+        GTEST_SKIP() << "a terminal has no key that copies";
+    TextField const field(desk.desktop, GetParam());
+    std::string const text = manyLines(std::size_t{1} << 20);
+    ASSERT_TRUE(set(text));
+    paste();
+    ASSERT_TRUE(field.valueAfter(text) == text);
+
+    ASSERT_TRUE(set("something else"));
+    copyAll();
+
+    EXPECT_TRUE(get() == text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fields, Clipboard, testing::ValuesIn(fieldKinds()), [](auto const& info) {
+    return fieldName(info.param);
+});
+
+} // namespace
+} // namespace zelvo::test

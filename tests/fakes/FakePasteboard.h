@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/Pasteboard.h"
+
+#include <string>
+#include <utility>
+
+namespace zelvo {
+
+/// A clipboard in memory.
+class FakePasteboard final : public Pasteboard {
+public:
+    std::string content;
+    std::int64_t changes = 0;
+    bool refuses = false;  ///< the system does not take what is set
+    int handedOver = 0;    ///< how often
+    mutable int looks = 0; ///< at the change counter
+
+    /// Some application copies.
+    void copy(std::string text)
+    {
+        content = std::move(text);
+        ++changes;
+    }
+
+    std::int64_t changeCount() const override
+    {
+        ++looks;
+        return changes;
+    }
+    Task<std::string> text() override { co_return content.size() > longestText ? std::string() : content; }
+    Task<bool> setText(std::string text) override
+    {
+        if (refuses)
+            co_return false;
+        copy(std::move(text));
+        co_return true;
+    }
+    Task<> handOver() override
+    {
+        ++handedOver;
+        co_return;
+    }
+};
+
+} // namespace zelvo
