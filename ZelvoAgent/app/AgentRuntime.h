@@ -4,7 +4,9 @@
 #include "confirm/ConfirmationPresenter.h"
 #include "confirm/ElementProbe.h"
 #include "drivers/AccessibilityTree.h"
+#include "drivers/ClipboardWatcher.h"
 #include "drivers/ElectronAccessibility.h"
+#include "drivers/FileAccessing.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/HiddenAppsStore.h"
 #include "drivers/InputDriver.h"
@@ -45,6 +47,8 @@ public:
         PostingGate& gate;
         OwnWindowLocating& ownWindows;
         ConfirmationPresenter& confirmations;
+        ClipboardWatcher& clipboard;
+        FileAccessing& files;
         QueueOfferInbox const& offers;
         std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
         std::function<double()> jitter = GatewayClient::randomJitter;

@@ -29,15 +29,23 @@ std::size_t paddingOf(std::string_view text)
 
 std::string encode(std::span<unsigned char const> bytes)
 {
-    std::size_t const length = (bytes.size() + 2) / 3 * 4;
-    std::string text(length + 1, '\0'); // The library ends each piece with a zero byte.
-    std::size_t written = 0;
+    std::string text(encodedLength(bytes.size()), '\0');
+    encodeTo(text.data(), bytes); // A text has room for a zero byte behind it.
+    return text;
+}
+
+std::size_t encodedLength(std::size_t bytes)
+{
+    return (bytes + 2) / 3 * 4;
+}
+
+void encodeTo(char* text, std::span<unsigned char const> bytes)
+{
+    *text = '\0';
     for (std::size_t at = 0; at < bytes.size(); at += pieceBytes) {
         auto const size = static_cast<int>(std::min(pieceBytes, bytes.size() - at));
-        written += static_cast<std::size_t>(EVP_EncodeBlock(raw(text, written), bytes.data() + at, size));
+        text += EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text), bytes.data() + at, size);
     }
-    text.resize(length);
-    return text;
 }
 
 std::optional<std::string> decode(std::string_view text)

@@ -5,12 +5,6 @@
 
 namespace zelvo {
 
-namespace {
-
-constexpr std::int64_t confirmationTimeoutMs = 60'000;
-
-} // namespace
-
 /// Asks for what commits something. A press of another button than the left, half a click, a drag and typed
 /// text commit nothing that could be told beforehand.
 Task<bool> RpcRouter::confirm(InputAction action, GrantedConnection connection)
@@ -31,7 +25,7 @@ Task<bool> RpcRouter::confirmClick(DesktopPoint at, GrantedConnection connection
     auto const probed = co_await members.probe.element(at);
     std::optional<ConfirmationSubject> const subject =
         probed ? SubmitButtonHeuristic::classify(*probed) : std::nullopt;
-    co_return subject&& co_await ask(*subject, std::move(connection));
+    co_return subject&& co_await ask(*subject, std::move(connection), confirmationTimeoutMs);
 }
 
 /// A key goes to whatever is in front, so what was allowed is pressed only where it was asked for.
@@ -54,28 +48,40 @@ Task<bool> RpcRouter::confirmChord(std::vector<std::string> keys,
     auto const bundleId = front ? std::optional(front->bundleId) : std::nullopt;
     if (auto const meaning = DangerousShortcuts::meaning(keys, bundleId)) {
         ConfirmationSubject const subject{ConfirmationSubject::KeyShortcut{combination, frontName, *meaning}};
-        co_return co_await ask(subject, std::move(connection));
+        co_return co_await ask(subject, std::move(connection), confirmationTimeoutMs);
     }
     if (!DangerousShortcuts::activatesFocusedControl(keys))
         co_return false;
     if (auto const dialog = co_await members.probe.frontmostDialog()) {
         ConfirmationSubject const subject{ConfirmationSubject::DialogButton{
             localized("confirm.defaultButton", {combination}), dialog->appName.value_or(frontName)}};
-        co_return co_await ask(subject, std::move(connection));
+        co_return co_await ask(subject, std::move(connection), confirmationTimeoutMs);
     }
     auto const focused = co_await members.probe.focusedElement();
     std::optional<ConfirmationSubject> const subject =
         focused ? SubmitButtonHeuristic::classify(*focused) : std::nullopt;
-    co_return subject&& co_await ask(*subject, std::move(connection));
+    co_return subject&& co_await ask(*subject, std::move(connection), confirmationTimeoutMs);
 }
 
-Task<bool> RpcRouter::ask(ConfirmationSubject subject, GrantedConnection connection)
+Task<bool> RpcRouter::ask(ConfirmationSubject subject, GrantedConnection connection, std::int64_t timeoutMs)
 {
     if (!connection.policy.requiresConfirmation(subject))
         co_return false;
-    co_await members.confirmations.confirm(std::move(subject), std::move(connection.platformName),
-                                           confirmationTimeoutMs);
+    co_await members.confirmations.confirm(std::move(subject), std::move(connection.platformName), timeoutMs);
     co_return true;
+}
+
+Task<> RpcRouter::askFirst(ConfirmationSubject subject,
+                           std::optional<GrantedConnection> connection,
+                           std::int64_t timeoutMs)
+{
+    if (members.mode == AgentMode::connected && connection)
+        co_await ask(std::move(subject), *std::move(connection), timeoutMs);
+}
+
+std::int64_t RpcRouter::confirmationTimeout(json::object const& params)
+{
+    return read::integer(params, "confirmationTimeoutMs").value_or(confirmationTimeoutMs);
 }
 
 } // namespace zelvo

@@ -36,6 +36,16 @@ std::map<std::string_view, RpcRouter::Handler> const& RpcRouter::methods()
         {"ui.tree", &RpcRouter::uiTree},
         {"actions.perform", &RpcRouter::handleActions},
         {"cursor.position", &RpcRouter::cursorPosition},
+        {"shell.run", &RpcRouter::handleShell},
+        {"clipboard.get", &RpcRouter::handleClipboardGet},
+        {"clipboard.set", &RpcRouter::clipboardSet},
+        {"apps.open", &RpcRouter::appsOpen},
+        {"apps.activate", &RpcRouter::appsActivate},
+        {"apps.list", &RpcRouter::handleAppsList},
+        {"windows.list", &RpcRouter::handleWindowsList},
+        {"urls.open", &RpcRouter::handleOpenUrl},
+        {"files.download", &RpcRouter::filesDownload},
+        {"files.upload.begin", &RpcRouter::handleFileUpload},
         {"connection.grant", &RpcRouter::connectionGrant},
         {"connection.revoke", &RpcRouter::connectionRevoke},
         {"agents.update", &RpcRouter::agentsUpdate},
@@ -127,6 +137,11 @@ std::optional<std::string> RpcRouter::loggedAgentName(std::optional<std::string>
     if (!name)
         return std::nullopt;
     return text::prefix(*name, longestLoggedName);
+}
+
+Task<std::optional<GrantedConnection>> RpcRouter::connection(std::optional<std::string> id)
+{
+    return on(contexts.main, [this, id = std::move(id)] { return state.connection(id); });
 }
 
 Task<> RpcRouter::logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName)

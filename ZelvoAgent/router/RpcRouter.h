@@ -4,11 +4,17 @@
 #include "base/Contexts.h"
 #include "confirm/Confirming.h"
 #include "confirm/ElementProbing.h"
+#include "drivers/ClipboardWatcher.h"
+#include "drivers/FileAccessing.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/InputDriving.h"
 #include "drivers/OwnUiGuard.h"
 #include "drivers/ScreenCapture.h"
+#include "drivers/ShellRunning.h"
 #include "drivers/TreeCapturing.h"
+#include "platform/Pasteboard.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
 #include "recording/SessionRecording.h"
 #include "router/AgentCursorPresenting.h"
 #include "router/SnapshotStore.h"
@@ -39,10 +45,16 @@ public:
         ScreenCapture& screen;
         TreeCapturing& tree;
         InputDriving& input;
+        ShellRunning& shell;
+        FileAccessing& files;
+        Pasteboard& pasteboard;
+        ClipboardWatcher& clipboard;
+        HiddenAppsStore& hiddenApps;
         HiddenAppGuard& hiddenGuard;
         ElementProbing& probe;
         Confirming& confirmations;
         Workspace& workspace;
+        WindowList& windows;
         OwnUiGuard& ownUi;
         std::function<Permissions()> permissions;
         SessionRecording& recorder;
@@ -71,6 +83,7 @@ private:
     /// The agent's name as the log keeps it: its beginning, since an agent may give a name of any length.
     static std::optional<std::string> loggedAgentName(std::optional<std::string> const& name);
     Task<> logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName);
+    Task<std::optional<GrantedConnection>> connection(std::optional<std::string> id);
 
     // RouterObservation.cpp
     Task<json::value> displayInfo(RpcFrame frame);
@@ -105,7 +118,14 @@ private:
     Task<bool> confirmChord(std::vector<std::string> keys,
                             std::optional<FrontmostAppInfo> front,
                             GrantedConnection connection);
-    Task<bool> ask(ConfirmationSubject subject, GrantedConnection connection);
+    Task<bool> ask(ConfirmationSubject subject, GrantedConnection connection, std::int64_t timeoutMs);
+    /// Asks where this machine is a person's own and the connection's policy wants it.
+    Task<> askFirst(ConfirmationSubject subject,
+                    std::optional<GrantedConnection> connection,
+                    std::int64_t timeoutMs);
+    /// How long a caller lets the person think about a question.
+    static std::int64_t confirmationTimeout(json::object const& params);
+    static constexpr std::int64_t confirmationTimeoutMs = 60'000;
 
     // RouterElements.cpp
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
@@ -115,6 +135,28 @@ private:
     Task<> typeShown(std::string text);
     Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
     static bool sameElement(ProbedElement const& probed, UiElementInfo const& info);
+
+    // RouterShell.cpp
+    Task<json::value> handleShell(RpcFrame frame);
+    Task<> logShell(GrantedConnection connection,
+                    std::optional<std::string> agentName,
+                    std::string command,
+                    ShellRunResult result);
+
+    // RouterTransfers.cpp
+    Task<json::value> handleFileUpload(RpcFrame frame);
+    Task<json::value> filesDownload(RpcFrame frame);
+    Task<json::value> handleClipboardGet(RpcFrame frame);
+    Task<json::value> clipboardSet(RpcFrame frame);
+    Task<> assertClipboardMayBeSeen();
+
+    // RouterApplications.cpp
+    Task<json::value> appsOpen(RpcFrame frame);
+    Task<json::value> appsActivate(RpcFrame frame);
+    Task<json::value> handleOpenApp(RpcFrame frame, bool activateOnly);
+    Task<json::value> handleAppsList(RpcFrame frame);
+    Task<json::value> handleWindowsList(RpcFrame frame);
+    Task<json::value> handleOpenUrl(RpcFrame frame);
 
     // RouterSystem.cpp
     Task<json::value> permissionsGet(RpcFrame frame);

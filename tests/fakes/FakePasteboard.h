@@ -2,6 +2,7 @@
 
 #include "platform/Pasteboard.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -12,9 +13,10 @@ class FakePasteboard final : public Pasteboard {
 public:
     std::string content;
     std::int64_t changes = 0;
-    bool refuses = false;  ///< the system does not take what is set
-    int handedOver = 0;    ///< how often
-    mutable int looks = 0; ///< at the change counter
+    std::function<void()> onText; ///< called before the text is given
+    bool refuses = false;         ///< the system does not take what is set
+    int handedOver = 0;           ///< how often
+    mutable int looks = 0;        ///< at the change counter
 
     /// Some application copies.
     void copy(std::string text)
@@ -28,7 +30,12 @@ public:
         ++looks;
         return changes;
     }
-    Task<std::string> text() override { co_return content.size() > longestText ? std::string() : content; }
+    Task<std::string> text() override
+    {
+        if (onText)
+            onText();
+        co_return content.size() > longestText ? std::string() : content;
+    }
     Task<bool> setText(std::string text) override
     {
         if (refuses)

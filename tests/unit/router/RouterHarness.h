@@ -4,8 +4,10 @@
 #include "drivers/InputDriver.h"
 #include "drivers/PostingGate.h"
 #include "fakes/FakeConfirming.h"
+#include "fakes/FakeFiles.h"
 #include "fakes/FakePlatform.h"
 #include "fakes/FakeProbe.h"
+#include "fakes/FakeShell.h"
 #include "fakes/FakeTree.h"
 #include "router/RpcRouter.h"
 
@@ -82,6 +84,9 @@ protected:
     ElementProbe probe{platform.contexts.workers, platform, hiddenApps};
     FakeProbe fakeProbe{probe};
     FakeConfirming confirmations;
+    FakeShell shell;
+    FakeFiles files;
+    ClipboardWatcher clipboard{platform.contexts, platform.time, platform.clipboard, platform.desktop};
     RecordingRecorder recorder;
     RecordingCursor cursor;
     QueueOfferInbox offers;
@@ -108,10 +113,16 @@ protected:
             .screen = capture,
             .tree = tree,
             .input = input,
+            .shell = shell,
+            .files = files,
+            .pasteboard = platform.clipboard,
+            .clipboard = clipboard,
+            .hiddenApps = hiddenApps,
             .hiddenGuard = hiddenGuard,
             .probe = fakeProbe,
             .confirmations = confirmations,
             .workspace = platform.desktop,
+            .windows = platform.windowList,
             .ownUi = ownUi,
             .permissions = [this] { return platform.systemAccess.current(); },
             .recorder = recorder,

@@ -132,16 +132,10 @@ TEST_F(RpcRouterTest, withBothMissingScreenRecordingIsReportedFirst)
               (json::object{{"permission", "screenRecording"}}));
 }
 
-TEST_F(RpcRouterTest, shellNeedsNoSystemPermission)
-{
-    platform.systemAccess.granted = {};
-    EXPECT_EQ(code(call("shell.run")), "invalid_request"); // It passed the checks; there is no shell yet.
-}
-
 TEST_F(RpcRouterTest, methodsWithoutAHandlerAreInvalid)
 {
     for (char const* const method : {"Screenshot", "", "hello", "heartbeat", "system.reboot", "vnc.open",
-                                     "vnc.close", "files.upload.chunk", "files.upload.end", "apps.open"})
+                                     "vnc.close", "files.upload.chunk", "files.upload.end"})
         EXPECT_EQ(call(method),
                   (json::object{{"id", "7"},
                                 {"error", {{"code", "invalid_request"}, {"message", "Invalid request"}}}}))

@@ -1,0 +1,71 @@
+#include "base/Hop.h"
+#include "base/LocalizedTexts.h"
+#include "base/Text.h"
+#include "router/RpcRouter.h"
+#include "state/ActivityWording.h"
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::int64_t defaultTimeoutMs = 60'000;
+constexpr std::size_t longestLoggedCommand = 300; // Characters.
+
+/// Nothing unless each value is a text.
+std::optional<std::map<std::string, std::string>> environmentFrom(json::object const& params)
+{
+    json::object const* const entries = read::object(params, "env");
+    if (!entries)
+        return std::nullopt;
+    std::map<std::string, std::string> environment;
+    for (json::key_value_pair const& entry : *entries) {
+        if (!entry.value().is_string())
+            return std::nullopt;
+        environment.emplace(entry.key(), std::string_view(entry.value().get_string()));
+    }
+    return environment;
+}
+
+json::value shellResult(ShellRunResult const& result)
+{
+    return json::object{{"exitCode", result.exitCode},    {"stdout", result.standardOutput},
+                        {"stderr", result.standardError}, {"durationMs", result.durationMs},
+                        {"truncated", result.truncated},  {"timedOut", result.timedOut}};
+}
+
+} // namespace
+
+Task<json::value> RpcRouter::handleShell(RpcFrame frame)
+{
+    auto const command = read::text(frame.params, "command");
+    if (!command)
+        throw AgentError::invalidRequest;
+    auto const caller = co_await connection(frame.connectionId);
+    ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{*command}};
+    co_await askFirst(subject, caller, confirmationTimeout(frame.params));
+    std::int64_t const timeoutMs = read::integer(frame.params, "timeoutMs").value_or(defaultTimeoutMs);
+    ShellRunResult const result = co_await members.shell.run(*command, read::text(frame.params, "cwd"),
+                                                             timeoutMs, environmentFrom(frame.params));
+    if (caller)
+        co_await logShell(*caller, loggedAgentName(frame.agentName), *command, result);
+    co_return shellResult(result);
+}
+
+Task<> RpcRouter::logShell(GrantedConnection connection,
+                           std::optional<std::string> agentName,
+                           std::string command,
+                           ShellRunResult result)
+{
+    co_await on(contexts.main, [&] {
+        AgentState::LogLine line{.platform = connection.platformName,
+                                 .summary = localized("activity.terminal.ran")};
+        line.kind = ActivityKind::terminal;
+        line.connectionId = connection.id;
+        line.note = ActivityWording::terminalNote(result.exitCode, result.durationMs, result.timedOut);
+        line.detail = text::prefix(command, longestLoggedCommand);
+        line.agentName = agentName;
+        state.log(std::move(line));
+    });
+}
+
+} // namespace zelvo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "drivers/ShellRunning.h"
+
+#include <exception>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvo {
+
+/// A shell that keeps what it was asked to run, and gives the result that a test sets.
+class FakeShell final : public ShellRunning {
+public:
+    struct Run {
+        std::string command;
+        std::optional<std::string> cwd;
+        std::int64_t timeoutMs = 0;
+        std::optional<std::map<std::string, std::string>> env;
+        bool operator==(Run const&) const = default;
+    };
+
+    std::vector<Run> runs;
+    ShellRunResult result;
+    std::exception_ptr failure; ///< what every call throws
+
+    Task<ShellRunResult> run(std::string command,
+                             std::optional<std::string> cwd,
+                             std::int64_t timeoutMs,
+                             std::optional<std::map<std::string, std::string>> env) override
+    {
+        runs.push_back({std::move(command), std::move(cwd), timeoutMs, std::move(env)});
+        if (failure)
+            std::rethrow_exception(failure);
+        co_return result;
+    }
+};
+
+} // namespace zelvo

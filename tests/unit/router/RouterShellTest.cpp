@@ -1,0 +1,215 @@
+#include "base/LocalizedTexts.h"
+#include "platform/ChildProcess.h"
+#include "unit/router/RouterHarness.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace zelvo {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class RouterShellTest : public RouterHarness {
+protected:
+    void neverAsk()
+    {
+        ConfirmationPolicy policy;
+        policy.confirmShell = false;
+        state.grant({.id = "c",
+                     .platformName = "Acme",
+                     .scopes = {allScopes.begin(), allScopes.end()},
+                     .policy = policy});
+    }
+    /// What was written of commands, beside the line of the grant.
+    std::vector<ActivityEntry> lines() const
+    {
+        std::vector<ActivityEntry> found;
+        std::ranges::copy_if(state.activity(), std::back_inserter(found),
+                             [](ActivityEntry const& entry) { return entry.kind == ActivityKind::terminal; });
+        return found;
+    }
+    FakeShell::Run onlyRun() const
+    {
+        EXPECT_EQ(shell.runs.size(), 1U);
+        return shell.runs.empty() ? FakeShell::Run{} : shell.runs.front();
+    }
+};
+
+TEST_F(RouterShellTest, answersWithWhatTheCommandLeft)
+{
+    shell.result = {.exitCode = 3,
+                    .standardOutput = "out",
+                    .standardError = "err",
+                    .durationMs = 12,
+                    .truncated = true,
+                    .timedOut = false};
+    EXPECT_EQ(call("shell.run", R"({"command": "make"})").at("result"), (json::object{{"exitCode", 3},
+                                                                                      {"stdout", "out"},
+                                                                                      {"stderr", "err"},
+                                                                                      {"durationMs", 12},
+                                                                                      {"truncated", true},
+                                                                                      {"timedOut", false}}));
+}
+
+TEST_F(RouterShellTest, aCommandThatExitsWithOneIsAResult)
+{
+    shell.result.exitCode = 1;
+    EXPECT_EQ(call("shell.run", R"({"command": "false"})").at("result").at("exitCode"), 1);
+}
+
+TEST_F(RouterShellTest, withoutACommandItIsAnInvalidRequest)
+{
+    for (char const* const params :
+         {"{}", R"({"command": 1})", R"({"command": null})", R"({"command": ["ls"]})"})
+        EXPECT_EQ(code(call("shell.run", params)), "invalid_request") << params;
+    EXPECT_THAT(shell.runs, IsEmpty());
+    EXPECT_THAT(confirmations.questions, IsEmpty());
+}
+
+TEST_F(RouterShellTest, anEmptyCommandRuns)
+{
+    call("shell.run", R"({"command": ""})");
+    EXPECT_EQ(onlyRun(), (FakeShell::Run{"", std::nullopt, 60'000, std::nullopt}));
+}
+
+TEST_F(RouterShellTest, passesOnFolderTimeAndEnvironment)
+{
+    call("shell.run", R"({"command": "ls", "cwd": "/tmp", "timeoutMs": 5, "env": {"A": "1", "B": ""}})");
+    EXPECT_EQ(onlyRun(), (FakeShell::Run{"ls", "/tmp", 5, {{{"A", "1"}, {"B", ""}}}}));
+}
+
+TEST_F(RouterShellTest, whatIsOfAnotherTypeCountsAsMissing)
+{
+    for (char const* const params :
+         {R"({"command": "ls", "timeoutMs": "5"})", R"({"command": "ls", "timeoutMs": 5.5})",
+          R"({"command": "ls", "timeoutMs": true})", R"({"command": "ls", "cwd": 1})",
+          R"({"command": "ls", "cwd": ["/"]})", R"({"command": "ls", "env": "A=1"})",
+          R"({"command": "ls", "env": ["A"]})", R"({"command": "ls", "env": {"A": 1, "B": "2"}})",
+          R"({"command": "ls", "env": {"A": null}})"}) {
+        shell.runs.clear();
+        call("shell.run", params);
+        EXPECT_EQ(onlyRun(), (FakeShell::Run{"ls", std::nullopt, 60'000, std::nullopt})) << params;
+    }
+}
+
+TEST_F(RouterShellTest, anEmptyEnvironmentIsOne)
+{
+    call("shell.run", R"({"command": "ls", "env": {}})");
+    EXPECT_EQ(onlyRun().env, (std::map<std::string, std::string>{}));
+}
+
+TEST_F(RouterShellTest, asksThePersonWithTheCallersTime)
+{
+    call("shell.run", R"({"command": "rm -r x", "confirmationTimeoutMs": 900})");
+    ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{"rm -r x"}};
+    EXPECT_THAT(confirmations.questions, ElementsAre(FakeConfirming::Question{subject, "Acme", 900}));
+}
+
+TEST_F(RouterShellTest, asksForAMinuteUnlessTold)
+{
+    call("shell.run", R"({"command": "ls", "confirmationTimeoutMs": "900"})");
+    ASSERT_EQ(confirmations.questions.size(), 1U);
+    EXPECT_EQ(confirmations.questions.front().timeoutMs, 60'000);
+}
+
+TEST_F(RouterShellTest, runsNothingAfterANo)
+{
+    confirmations.decision = ConfirmationDecision::denied();
+    EXPECT_EQ(code(call("shell.run", R"({"command": "ls"})")), "denied_by_user");
+    confirmations.decision = ConfirmationDecision::timedOut();
+    EXPECT_EQ(code(call("shell.run", R"({"command": "ls"})")), "confirmation_timeout");
+    EXPECT_THAT(shell.runs, IsEmpty());
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(RouterShellTest, doesNotAskWhereThePolicyDoesNotWantIt)
+{
+    neverAsk();
+    call("shell.run", R"({"command": "ls"})");
+    EXPECT_THAT(confirmations.questions, IsEmpty());
+    EXPECT_EQ(shell.runs.size(), 1U);
+}
+
+TEST_F(RouterShellTest, doesNotAskOnAMachineOfTheCloud)
+{
+    makeRouter(AgentMode::cloud);
+    call("shell.run", R"({"command": "ls"})");
+    EXPECT_THAT(confirmations.questions, IsEmpty());
+    EXPECT_EQ(shell.runs.size(), 1U);
+}
+
+TEST_F(RouterShellTest, aConnectionThatIsGoneRunsWithoutAQuestionAndWritesNoActivity)
+{
+    makeRouter(AgentMode::cloud); // Where no scope is looked up before.
+    EXPECT_EQ(code(call("shell.run", R"({"command": "ls"})", "gone")), "");
+    EXPECT_EQ(shell.runs.size(), 1U);
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(RouterShellTest, logsTheBeginningOfTheCommand)
+{
+    shell.result = {.exitCode = 2, .durationMs = 850};
+    RpcFrame request = frame("shell.run", R"({"command": ")" + std::string(400, 'x') + R"("})");
+    request.agentName = "Scout";
+    call(request);
+    ASSERT_EQ(lines().size(), 1U);
+    ActivityEntry const entry = lines().front();
+    EXPECT_EQ(entry.summary, localized("activity.terminal.ran"));
+    EXPECT_EQ(entry.kind, ActivityKind::terminal);
+    EXPECT_EQ(entry.note, "exit code 2, 850 ms");
+    EXPECT_EQ(entry.detail, std::string(300, 'x'));
+    EXPECT_EQ(entry.platformName, "Acme");
+    EXPECT_EQ(entry.connectionId, "c");
+    EXPECT_EQ(entry.agentName, "Scout");
+}
+
+TEST_F(RouterShellTest, failuresOfTheRunnerPassThrough)
+{
+    shell.failure = std::make_exception_ptr(AgentError::machineBusy);
+    EXPECT_EQ(code(call("shell.run", R"({"command": "ls"})")), "machine_busy");
+    shell.failure = std::make_exception_ptr(LaunchFailure("/secret/folder is not there"));
+    json::object const reply = call("shell.run", R"({"command": "ls"})");
+    EXPECT_EQ(code(reply), "internal_error");
+    EXPECT_EQ(writeJson(reply).find("secret"), std::string::npos);
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(RouterShellTest, runsWithoutEitherPermission)
+{
+    platform.systemAccess.granted = {};
+    EXPECT_EQ(code(call("shell.run", R"({"command": "ls"})")), "");
+}
+
+TEST_F(RouterShellTest, otherFramesAreServedWhileThePersonIsAsked)
+{
+    confirmations.decision.reset();
+    std::optional<json::object> reply;
+    start(frame("shell.run", R"({"command": "ls"})"), reply);
+    EXPECT_FALSE(reply);
+    EXPECT_EQ(code(call("permissions.get")), "");
+    confirmations.answer(ConfirmationDecision::allowed(false));
+    platform.settle();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "");
+}
+
+TEST_F(RouterShellTest, isNotHeldBackByABatchOfActions)
+{
+    std::optional<json::object> batch;
+    start(frame("actions.perform", R"({"actions": [{"type": "wait", "ms": 1000}]})"), batch);
+    EXPECT_EQ(code(call("shell.run", R"({"command": "ls"})")), "");
+    EXPECT_FALSE(batch);
+}
+
+TEST_F(RouterShellTest, tellsTheRecorderNothing)
+{
+    call("shell.run", R"({"command": "ls"})");
+    EXPECT_THAT(recorder.told, IsEmpty());
+}
+
+} // namespace
+} // namespace zelvo
