@@ -40,7 +40,12 @@ void AgentProgram::makeUnattended(std::string const& token)
     write(tokenFile(), token);
     fs::permissions(tokenFile().parent_path(), fs::perms::owner_all);
     fs::permissions(tokenFile(), fs::perms::owner_read | fs::perms::owner_write);
-    write(defaults() / "ZelvoMode.json", "\"cloud\"");
+    store("ZelvoMode", "cloud");
+}
+
+void AgentProgram::store(std::string const& key, json::value const& value)
+{
+    write(defaults() / (key + ".json"), writeJson(value));
 }
 
 fs::path AgentProgram::tokenFile() const

@@ -33,6 +33,8 @@ public:
     pid_t pid() const { return process; }
     std::string output() const { return desktop.processes().output(process); }
 
+    /// Stores a setting before the start.
+    void store(std::string const& key, json::value const& value);
     /// A stored setting; null when there is none.
     json::value setting(std::string const& key) const;
     /// The lines of the activity log, newest first.
