@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <csignal>
 
 namespace zelvo::test {
 
@@ -558,6 +559,35 @@ TEST(AtspiReader, usesTheApplicationsOwnSocket)
 
     EXPECT_GT(first.elements.size(), 90u);
     EXPECT_EQ(told(first), told(second));
+}
+
+TEST(AtspiReader, findsApplicationsThatComeAfterThoseThatAreKnown)
+{
+    AtspiDesk desk;
+    auto const manners = boost::json::object{{"toolkit", "gtk"}, {"direct", true}};
+    auto const first = desk.serveWindow({{{"role", 43}, {"name", "first"}}}, manners);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_THAT(titles(desk.walk(*desk.reader(first))), ElementsAre("window", "first")) << i;
+
+    auto const second = desk.serveWindow({{{"role", 43}, {"name", "second"}}}, manners);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_THAT(titles(desk.walk(*desk.reader(second))), ElementsAre("window", "second")) << i;
+        EXPECT_THAT(titles(desk.walk(*desk.reader(first))), ElementsAre("window", "first")) << i;
+    }
+}
+
+TEST(AtspiReader, forgetsAnApplicationThatHasEnded)
+{
+    AtspiDesk desk;
+    auto const application =
+        desk.serveWindow({{{"role", 43}, {"name", "b"}}}, {{"toolkit", "gtk"}, {"direct", true}});
+    desk.walk(*desk.reader(application));
+    desk.walk(*desk.reader(application));
+
+    desk.desktop.processes().end(application.pid, SIGKILL);
+
+    auto const gone = [&] { return desk.reader(application)->isOnBus() == false; };
+    EXPECT_TRUE(waitFor(gone));
 }
 
 TEST(AtspiReader, forgetsWhatItKnewWithEachPlan)

@@ -27,28 +27,83 @@ AtspiApplicationSearch::AtspiApplicationSearch(AtspiExchange& exchange,
 
 std::optional<AtspiApplication> AtspiApplicationSearch::find(std::int32_t pid)
 {
+    if (auto known = findKnown(pid))
+        return known;
     auto const roots = allRoots();
     learnPids(roots);
     auto const own = rootsOf(pid, roots);
     if (own.empty())
         return std::nullopt;
     Root const root = firstWithChildren(own);
+    AtspiApplication found = begin(root);
+    describe(found);
+    knowledge.change([&](AtspiKnowledge& all) {
+        if (auto const entry = all.applications.find(root.name); entry != all.applications.end()) {
+            entry->second.path = root.path;
+            entry->second.isAlone = own.size() == 1;
+        }
+    });
+    return found;
+}
+
+/// Where the process had one application when the registry was last asked, that is asked at once, over its
+/// own socket, which shows that it lives. The registry is asked beside it, for the next time.
+std::optional<AtspiApplication> AtspiApplicationSearch::findKnown(std::int32_t pid)
+{
+    auto const known = knowledge.get().applications;
+    auto const isIt = [pid](auto const& entry) { return entry.second.pid == pid && entry.second.isAlone; };
+    auto const entry = std::ranges::find_if(known, isIt);
+    if (entry == known.end() || entry->second.directAddress.value_or("").empty())
+        return std::nullopt;
+    AtspiApplication found = begin({entry->first, entry->second.path});
+    if (!describe(found))
+        return std::nullopt;
+    lookAgainBeside(found.name);
+    return found;
+}
+
+/// Unless the answer says that nobody has come, the next one waits for it.
+void AtspiApplicationSearch::lookAgainBeside(std::string const& name)
+{
+    auto const setAlone = [&box = knowledge, name](bool isAlone) {
+        box.change([&](AtspiKnowledge& all) {
+            if (auto const entry = all.applications.find(name); entry != all.applications.end())
+                entry->second.isAlone = isAlone;
+        });
+    };
+    setAlone(false);
+    exchange.ask(registry, rootsQuestion(), [&box = knowledge, setAlone](sd_bus_message* reply) {
+        auto const references = reply ? atspi::readReferences(reply) : std::nullopt;
+        if (!references)
+            return;
+        auto const known = box.get().applications;
+        setAlone(std::ranges::all_of(*references,
+                                     [&](atspi::Reference const& one) { return known.contains(one.name); }));
+    });
+}
+
+AtspiApplication AtspiApplicationSearch::begin(Root const& root)
+{
     AtspiApplication found{.name = root.name, .path = root.path};
     found.peer = exchange.addPeer(found.name, bus);
-    describe(found);
     return found;
+}
+
+BusMessagePtr AtspiApplicationSearch::rootsQuestion()
+{
+    auto call =
+        bus.newCall(exchange.nameOf(registry), "/org/a11y/atspi/accessible/root", accessible, "GetChildren");
+    // It is started by the first application that publishes elements, or by who looks for them.
+    if (call)
+        sd_bus_message_set_auto_start(call.get(), 1);
+    return call;
 }
 
 std::vector<AtspiApplicationSearch::Root> AtspiApplicationSearch::allRoots()
 {
     std::vector<Root> roots;
     bool isAnswered = false;
-    auto call =
-        bus.newCall(exchange.nameOf(registry), "/org/a11y/atspi/accessible/root", accessible, "GetChildren");
-    // It is started by the first application that publishes elements, or by who looks for them.
-    if (call)
-        sd_bus_message_set_auto_start(call.get(), 1);
-    exchange.ask(registry, std::move(call), [&](sd_bus_message* reply) {
+    exchange.ask(registry, rootsQuestion(), [&](sd_bus_message* reply) {
         isAnswered = true;
         auto const references = reply ? atspi::readReferences(reply) : std::nullopt;
         looked = references.has_value();
@@ -119,7 +174,7 @@ AtspiApplicationSearch::Root AtspiApplicationSearch::firstWithChildren(std::vect
     return roots.front();
 }
 
-void AtspiApplicationSearch::describe(AtspiApplication& found)
+bool AtspiApplicationSearch::describe(AtspiApplication& found)
 {
     AtspiKnowledge::Application known = knowledge.get().applications[found.name];
     if (!known.toolkit) {
@@ -136,8 +191,8 @@ void AtspiApplicationSearch::describe(AtspiApplication& found)
     found.toolkit = known.toolkit.value_or("");
     found.isWoken = known.isWoken;
     found.isBuilt = known.isBuilt;
-    if (known.directAddress && !known.directAddress->empty() && !exchange.isSilent(found.peer))
-        connectDirectly(found, *known.directAddress);
+    return known.directAddress && !known.directAddress->empty() && !exchange.isSilent(found.peer) &&
+           connectDirectly(found, *known.directAddress);
 }
 
 std::optional<std::string> AtspiApplicationSearch::askToolkit(AtspiApplication const& found)
@@ -168,17 +223,18 @@ std::optional<std::string> AtspiApplicationSearch::askDirectAddress(AtspiApplica
     return address;
 }
 
-void AtspiApplicationSearch::connectDirectly(AtspiApplication const& found, std::string const& address)
+bool AtspiApplicationSearch::connectDirectly(AtspiApplication const& found, std::string const& address)
 {
     auto link = AtspiLink::toApplication(address);
     if (!link)
-        return;
+        return false;
     // Tried with a question, as a socket may be there that nobody answers on any more.
     auto const trial = exchange.addPeer(found.name, exchange.addLink(std::move(link)));
     AtspiApplication direct = found;
     direct.peer = trial;
     if (askToolkit(direct))
         exchange.moveTo(found.peer, exchange.linkOf(trial));
+    return true;
 }
 
 } // namespace zelvo

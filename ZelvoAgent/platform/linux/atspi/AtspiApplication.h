@@ -18,8 +18,10 @@ struct AtspiKnowledge {
         std::int32_t pid = 0;
         std::optional<std::string> toolkit;
         std::optional<std::string> directAddress; ///< empty: it offers none
-        bool isWoken = false;                     ///< Chromium makes its web tree
-        bool isBuilt = false;                     ///< and has had the time to
+        std::string path;                         ///< of its root
+        bool isAlone = false; ///< in its process, as far as the registry has told; then it is asked at once
+        bool isWoken = false; ///< Chromium makes its web tree
+        bool isBuilt = false; ///< and has had the time to
     };
     std::string address;                             ///< of the bus; empty: not known yet
     std::map<std::string, Application> applications; ///< by bus name
@@ -53,12 +55,17 @@ private:
         std::string path;
     };
 
+    std::optional<AtspiApplication> findKnown(std::int32_t pid);
+    void lookAgainBeside(std::string const& name);
+    BusMessagePtr rootsQuestion();
     std::vector<Root> allRoots();
     std::vector<Root> rootsOf(std::int32_t pid, std::vector<Root> const& roots);
     void learnPids(std::vector<Root> const& roots);
     Root firstWithChildren(std::vector<Root> const& roots);
-    void describe(AtspiApplication& found);
-    void connectDirectly(AtspiApplication const& found, std::string const& address);
+    AtspiApplication begin(Root const& root);
+    /// Is somebody there at a socket of its own?
+    bool describe(AtspiApplication& found);
+    bool connectDirectly(AtspiApplication const& found, std::string const& address);
     std::optional<std::string> askToolkit(AtspiApplication const& found);
     std::optional<std::string> askDirectAddress(AtspiApplication const& found);
 
