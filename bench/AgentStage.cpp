@@ -91,6 +91,19 @@ std::string_view AgentStage::ask(std::string const& frame)
     return gateway->received();
 }
 
+double AgentStage::askUnderPings(std::string const& frame)
+{
+    double const longest = gateway->roundTripUnderPings(frame);
+    while (isHeartbeat(gateway->received()))
+        gateway->receive();
+    return longest;
+}
+
+void AgentStage::forgetPeak() const
+{
+    std::ofstream("/proc/" + std::to_string(agent.pid()) + "/clear_refs") << "5";
+}
+
 double AgentStage::memory(std::string const& name) const
 {
     std::ifstream stream("/proc/" + std::to_string(agent.pid()) + "/status");

@@ -26,6 +26,14 @@ public:
     void hide(std::vector<std::string> const& bundleIds);
     /// Sends a frame and waits for its reply; heartbeats are passed over.
     std::string_view ask(std::string const& frame);
+    /// The same under pings all the time; gives the longest that one was unanswered, in milliseconds.
+    double askUnderPings(std::string const& frame);
+    std::string_view answer() const { return gateway->received(); }
+    /// Stores a setting before the start.
+    void store(std::string const& key, json::value const& value) { agent.store(key, value); }
+    std::filesystem::path home() const { return desktop.home(); }
+    /// Counts the most memory, "VmHWM", anew.
+    void forgetPeak() const;
     /// A number of KiB of the agent's /proc status, for instance "VmRSS".
     double memory(std::string const& name) const;
     std::string const& display() const { return desktop.display(); }

@@ -2,11 +2,14 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
 #include <poll.h>
 
+#include <algorithm>
+#include <chrono>
 #include <stdexcept>
 #include <thread>
 
@@ -21,8 +24,60 @@ using ErrorCode = boost::system::error_code;
 using Stream = websocket::stream<tcp::socket, false>;
 
 constexpr int longestStart = 30'000; // ms
+constexpr auto betweenPings = std::chrono::milliseconds(10);
 
 } // namespace
+
+/// One ping after the other, and how long each was unanswered.
+class Pings {
+public:
+    explicit Pings(Stream& socket) : socket(socket), timer(socket.get_executor())
+    {
+        socket.control_callback([this](websocket::frame_type kind, boost::beast::string_view) {
+            if (kind == websocket::frame_type::pong && !isAnswered) // Not one of an earlier exchange.
+                noteAnswer();
+        });
+    }
+    Pings(Pings const&) = delete;
+    Pings& operator=(Pings const&) = delete;
+    ~Pings() { socket.control_callback(); }
+
+    void next()
+    {
+        isAnswered = false;
+        sentAt = std::chrono::steady_clock::now();
+        socket.async_ping({}, [](ErrorCode) {});
+    }
+    /// The last one counts as answered by whatever came instead.
+    double end()
+    {
+        if (!isAnswered)
+            noteAnswer();
+        timer.cancel();
+        hasEnded = true;
+        return longest;
+    }
+
+private:
+    void noteAnswer()
+    {
+        std::chrono::duration<double, std::milli> const taken = std::chrono::steady_clock::now() - sentAt;
+        longest = std::max(longest, taken.count());
+        isAnswered = true;
+        timer.expires_after(betweenPings);
+        timer.async_wait([this](ErrorCode error) {
+            if (!error && !hasEnded)
+                next();
+        });
+    }
+
+    Stream& socket;
+    asio::steady_timer timer;
+    std::chrono::steady_clock::time_point sentAt;
+    double longest = 0;
+    bool isAnswered = true;
+    bool hasEnded = false;
+};
 
 struct EchoDriver::State {
     asio::io_context io;
@@ -56,6 +111,22 @@ std::size_t EchoDriver::roundTrip(std::string const& text)
 {
     state->socket.write(asio::buffer(text));
     return receive().size();
+}
+
+double EchoDriver::roundTripUnderPings(std::string const& text)
+{
+    Pings pings(state->socket);
+    double longest = 0;
+    state->buffer.clear();
+    state->socket.async_write(asio::buffer(text), [&](ErrorCode, std::size_t) { pings.next(); });
+    state->socket.async_read(state->buffer, [&](ErrorCode error, std::size_t) {
+        if (error)
+            throw boost::system::system_error(error);
+        longest = pings.end();
+    });
+    state->io.restart();
+    state->io.run();
+    return longest;
 }
 
 std::string_view EchoDriver::receive()

@@ -23,6 +23,9 @@ public:
     std::string_view received() const;
     /// Sends a text and waits for what comes back; gives its size.
     std::size_t roundTrip(std::string const& text);
+    /// Sends a text and pings all the time until a message comes; gives the longest that a ping was
+    /// unanswered, in milliseconds.
+    double roundTripUnderPings(std::string const& text);
 
 private:
     struct State;

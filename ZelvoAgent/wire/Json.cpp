@@ -1,7 +1,7 @@
 #include "wire/Json.h"
 
 #include <boost/json/basic_parser_impl.hpp>
-#include <boost/json/serialize.hpp>
+#include <boost/json/serializer.hpp>
 #include <boost/json/value_stack.hpp>
 
 #include <charconv>
@@ -118,6 +118,52 @@ private:
     std::string digits; // Of the number that is being read in parts.
 };
 
+/// How long a value's text is, as long as nothing in it has to be escaped; numbers count as long ones.
+std::size_t expectedSize(json::value const& value);
+
+constexpr std::size_t signs = 4; // Quotes, a colon or bracket, a comma.
+
+std::size_t expectedSize(json::object const& object)
+{
+    std::size_t size = signs;
+    for (json::key_value_pair const& entry : object)
+        size += entry.key().size() + signs + expectedSize(entry.value());
+    return size;
+}
+
+std::size_t expectedSize(json::value const& value)
+{
+    constexpr std::size_t longestNumber = 24;
+    if (value.is_object())
+        return expectedSize(value.get_object());
+    if (value.is_string())
+        return value.get_string().size() + signs;
+    if (!value.is_array())
+        return longestNumber + signs;
+    std::size_t size = signs;
+    for (json::value const& item : value.get_array())
+        size += expectedSize(item);
+    return size;
+}
+
+// Into a text that is made large enough beforehand: one that grows by doubling would for a moment take three
+// times the memory of a body of a hundred megabytes.
+template <class Value>
+std::string textOf(Value const& value)
+{
+    constexpr std::size_t least = 256;
+    std::string text(expectedSize(value) + least, '\0');
+    std::size_t written = 0;
+    json::serializer writer;
+    for (writer.reset(&value); !writer.done();) {
+        if (text.size() - written < least)
+            text.resize(text.size() + text.size() / 2);
+        written += writer.read(text.data() + written, text.size() - written).size();
+    }
+    text.resize(written);
+    return text;
+}
+
 } // namespace
 
 std::optional<json::value> parseJson(std::string_view text)
@@ -134,7 +180,12 @@ std::optional<json::value> parseJson(std::string_view text)
 
 std::string writeJson(json::value const& value)
 {
-    return json::serialize(value);
+    return textOf(value);
+}
+
+std::string writeJson(json::object const& object)
+{
+    return textOf(object);
 }
 
 json::value plainNumber(double number)

@@ -19,6 +19,7 @@ namespace json = boost::json;
 std::optional<json::value> parseJson(std::string_view text);
 
 std::string writeJson(json::value const& value);
+std::string writeJson(json::object const& object); // A value made of it would be a copy.
 /// A number that is written as an integer where it is one: 20 and not 2E1.
 json::value plainNumber(double number);
 

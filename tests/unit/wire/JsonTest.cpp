@@ -167,6 +167,19 @@ TEST(Json, writesWhatItReads)
     EXPECT_EQ(again, parseJson(text));
 }
 
+TEST(JsonWriter, writesWhatIsReadBack)
+{
+    std::string const escaped(10'000, '\x01'); // Six times as long when it is written.
+    for (json::value const& value :
+         {json::value(nullptr), json::value(true), json::value(-1), json::value(1.5e300), json::value(""),
+          json::value(escaped), json::value(json::array()), json::value(json::object()),
+          json::value(json::array(5000, 7)),
+          json::value(
+              json::object{{"a", json::array{json::object{{"ключ", "\"\\\n"}}, escaped}}, {"b", nullptr}})})
+        EXPECT_EQ(parseJson(writeJson(value)), value);
+    EXPECT_EQ(writeJson(json::object{{"a", json::array{1, "b\n", false}}}), R"({"a":[1,"b\n",false]})");
+}
+
 TEST(JsonReaders, countAWrongTypeAsMissing)
 {
     json::object const object =
