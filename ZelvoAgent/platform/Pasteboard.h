@@ -14,8 +14,8 @@ namespace zelvo {
 class Pasteboard {
 public:
     /// The longest text that is read, in bytes of UTF-8. It fits a frame of 192 MiB even when every byte of
-    /// it has to be escaped.
-    static constexpr std::size_t longestText = std::size_t{32} << 20;
+    /// it has to be escaped by six, with room for the rest of the frame.
+    static constexpr std::size_t longestText = std::size_t{31} << 20;
 
     virtual ~Pasteboard() = default;
     /// Grows with each change of the content, by whomever, this program included. Never waits.

@@ -214,6 +214,69 @@ TEST_F(PasteboardReading, isEmptyAtOnceWhenTheOwnerEndsBeforeItAnswers)
     EXPECT_EQ(get(), "");
 }
 
+TEST_F(PasteboardReading, readsWhatAnOwnerHasGivenThatThenEnded)
+{
+    ClipboardPeer& owner = peer();
+    owner.onRequest = [&](ClipboardPeer::Asked const& asked) {
+        owner.give(asked, "UTF8_STRING", 8, "its last word");
+        owner.vanish();
+    };
+    owner.take();
+
+    EXPECT_EQ(get(), "its last word");
+}
+
+TEST_F(PasteboardReading, readsTheLastPieceOfAnOwnerThatThenEnded)
+{
+    ClipboardPeer& owner = peer();
+    std::optional<ClipboardPeer::Asked> asked;
+    int pieces = 0;
+    owner.onRequest = [&](ClipboardPeer::Asked const& request) {
+        asked = request;
+        owner.giveInPieces(request, "UTF8_STRING", [&]() -> std::optional<std::string> {
+            if (++pieces <= 2)
+                return "piece";
+            owner.put(*asked, "UTF8_STRING", 8, "");
+            owner.vanish();
+            return std::nullopt;
+        });
+    };
+    owner.take();
+
+    EXPECT_EQ(get(), "piecepiece");
+}
+
+TEST_F(PasteboardReading, followsAnOwnerThatHasLostTheClipboardInTheMiddle)
+{
+    ClipboardPeer& owner = peer();
+    ClipboardPeer& next = peer();
+    int pieces = 0;
+    givePieces(owner, [&] {
+        if (++pieces == 2)
+            next.serve("next");
+        if (pieces == 3)
+            next.vanish();
+        return std::optional<std::string>(pieces <= 4 ? "piece" : "");
+    });
+
+    EXPECT_EQ(get(), "piecepiecepiecepiece");
+}
+
+TEST_F(PasteboardReading, isNotMisledByTheEndOfAnEarlierOwner)
+{
+    for (int round = 0; round < 30; ++round) {
+        ClipboardPeer& ending = peer();
+        ClipboardPeer& owner = peer();
+        ending.serve("earlier");
+        ASSERT_EQ(get(), "earlier");
+
+        ending.vanish();
+        owner.serve("now");
+
+        ASSERT_EQ(get(), "now") << round;
+    }
+}
+
 TEST_F(PasteboardReading, doesNotFollowATextWithoutEnd)
 {
     ClipboardPeer& owner = peer();

@@ -129,9 +129,8 @@ TEST_F(PasteboardServing, makesSeveralConversionsAtOnce)
 {
     ClipboardPeer& other = peer();
     ASSERT_TRUE(set("é"));
-    std::uint32_t const refused = other.atom("image/png");
     other.setNumbers("LIST", "ATOM_PAIR",
-                     {other.atom("UTF8_STRING"), other.atom("A"), refused, other.atom("B"),
+                     {other.atom("UTF8_STRING"), other.atom("A"), other.atom("image/png"), other.atom("B"),
                       other.atom("STRING"), other.atom("C"), other.atom("TARGETS"), 0, other.atom("MULTIPLE"),
                       other.atom("D")});
 
@@ -142,16 +141,8 @@ TEST_F(PasteboardServing, makesSeveralConversionsAtOnce)
     EXPECT_EQ(other.read("A").bytes, "é");
     EXPECT_EQ(other.read("B").type, 0u);
     EXPECT_EQ(other.read("C").bytes, "\xe9");
-    std::vector<std::uint32_t> const results = {other.atom("UTF8_STRING"),
-                                                other.atom("A"),
-                                                refused,
-                                                0,
-                                                other.atom("STRING"),
-                                                other.atom("C"),
-                                                other.atom("TARGETS"),
-                                                0,
-                                                other.atom("MULTIPLE"),
-                                                0};
+    std::vector<std::uint32_t> const results = {
+        other.atom("UTF8_STRING"), other.atom("A"), 0, 0, other.atom("STRING"), other.atom("C"), 0, 0, 0, 0};
     EXPECT_EQ(other.read("LIST").numbers(), results);
 }
 
@@ -334,6 +325,31 @@ TEST_F(PasteboardServing, forgetsWhoHasVanishedBeforeTheAnswer)
     EXPECT_TRUE(other.received->bytes == text);
 }
 
+TEST_F(PasteboardServing, keepsNoMoreThanAFewOldTextsForThoseWhoDoNotTakeThem)
+{
+    std::vector<ClipboardPeer*> others;
+    for (int text = 0; text < 6; ++text) {
+        ASSERT_TRUE(set(longText(oneMiB + static_cast<std::size_t>(text))));
+        others.push_back(&peer());
+        beginReading(*others.back());
+    }
+
+    for (std::size_t at = 0; at < others.size(); ++at) {
+        EXPECT_EQ(others[at]->read("ANSWER").type, others[at]->atom("INCR"));
+        syncWith(others[at]->x());
+    }
+
+    for (std::size_t at = 0; at < others.size(); ++at) {
+        bool const isKept = at >= 2;
+        std::string piece;
+        auto const hasCome = [&] {
+            pump();
+            return !others[at]->read("ANSWER").bytes.empty();
+        };
+        EXPECT_EQ(isKept ? waitFor(hasCome) : hasCome(), isKept) << at;
+    }
+}
+
 TEST_F(PasteboardServing, isNotMisledByAQuestionInTheNameOfItsOwnWindow)
 {
     ClipboardPeer& hostile = peer();
@@ -387,6 +403,26 @@ TEST_F(PasteboardServing, isNotOursOnceAnotherProgramTakesIt)
     EXPECT_FALSE(other.owns());
     EXPECT_EQ(get(), "ours again");
     EXPECT_EQ(given(other, "UTF8_STRING")->bytes, "ours again");
+}
+
+TEST_F(PasteboardServing, knowsWhoseItIsWhenTwoTakeItAtTheSameMoment)
+{
+    ClipboardPeer& other = peer();
+    for (int round = 0; round < 100; ++round) {
+        ASSERT_TRUE(set("before"));
+        auto const isTaken = begin(pasteboard.setText("ours"));
+        settle(io); // It has asked for the time.
+        other.serve("theirs");
+        ASSERT_TRUE(until([&] { return isTaken->has_value(); }));
+
+        EXPECT_EQ(**isTaken, !other.owns());
+        ASSERT_EQ(get(), **isTaken ? "ours" : "theirs") << round;
+        if (**isTaken) {
+            auto const value = given(other, "UTF8_STRING");
+            ASSERT_TRUE(value) << round;
+            EXPECT_EQ(value->bytes, "ours");
+        }
+    }
 }
 
 TEST_F(PasteboardServing, readsItsOwnTextWithoutAskingAnybody)

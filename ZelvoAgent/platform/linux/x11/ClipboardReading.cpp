@@ -4,6 +4,7 @@
 #include "platform/linux/x11/ClipboardLink.h"
 
 #include <xcb/xcb.h>
+#include <xcb/xfixes.h>
 
 #include <algorithm>
 #include <string_view>
@@ -104,9 +105,12 @@ void ClipboardReading::askNext()
 void ClipboardReading::ask(std::uint32_t time)
 {
     xcb_delete_property(link->x(), ownWindow, link->atoms().content);
-    xcb_convert_selection(link->x(), ownWindow, link->atoms().clipboard, forms()[next], link->atoms().content,
-                          time);
+    question = xcb_convert_selection(link->x(), ownWindow, link->atoms().clipboard, forms()[next],
+                                     link->atoms().content, time)
+                   .sequence;
     isAsked = true;
+    isOfFormerOwner = false;
+    hasOwnerEnded = false;
     ++next;
 }
 
@@ -134,15 +138,36 @@ void ClipboardReading::noteProperty(void const* event)
         fetch();
 }
 
+void ClipboardReading::noteOwner(void const* event)
+{
+    auto const number = static_cast<xcb_generic_event_t const*>(event)->full_sequence;
+    bool const wasBefore = static_cast<std::int32_t>(number - question) < 0;
+    if (over || question == 0 || wasBefore || isOfFormerOwner)
+        return;
+    auto const& change = *static_cast<xcb_xfixes_selection_notify_event_t const*>(event);
+    if (change.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER)
+        isOfFormerOwner = true;
+    else
+        noteEndOfOwner();
+}
+
+/// The server tells requestors nothing. What the owner has put there before is there still.
+void ClipboardReading::noteEndOfOwner()
+{
+    hasOwnerEnded = true;
+    if (isAsked || (inPieces && !isFetching))
+        end(false);
+}
+
 /// Asks for the next part of the property, which goes with its last part.
 void ClipboardReading::fetch()
 {
     isFetching = true;
     if (offset == 0)
         isFresh = false;
-    auto const question = xcb_get_property(link->x(), 1, ownWindow, link->atoms().content,
-                                           XCB_GET_PROPERTY_TYPE_ANY, offset, link->pieceSize() / 4);
-    link->expect(question.sequence, [weak = weak_from_this()](void const* reply) {
+    auto const look = xcb_get_property(link->x(), 1, ownWindow, link->atoms().content,
+                                       XCB_GET_PROPERTY_TYPE_ANY, offset, link->pieceSize() / 4);
+    link->expect(look.sequence, [weak = weak_from_this()](void const* reply) {
         auto const self = weak.lock();
         if (self && !self->over)
             self->takeSlice(reply);
@@ -215,6 +240,8 @@ void ClipboardReading::waitForPiece()
     // It may have been put there before we knew that the one before was taken.
     if (isFresh)
         fetch();
+    else if (hasOwnerEnded)
+        end(false);
 }
 
 void ClipboardReading::end(bool given)

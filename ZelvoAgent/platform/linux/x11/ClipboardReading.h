@@ -31,6 +31,8 @@ public:
     std::uint32_t window() const { return ownWindow; }
     void noteAnswer(void const* event);
     void noteProperty(void const* event);
+    /// The clipboard has another owner, or none since its owner has ended.
+    void noteOwner(void const* event);
     bool isOver() const { return over; }
     /// When it is to be given up, unless something comes.
     Instant deadline() const;
@@ -48,6 +50,7 @@ private:
     bool begins(void const* reply);
     void append(void const* reply);
     void waitForPiece();
+    void noteEndOfOwner();
     void end(bool given);
 
     std::shared_ptr<ClipboardLink> link;
@@ -55,8 +58,11 @@ private:
     Instant lastSign;
     Instant latest;
     std::uint32_t ownWindow = 0;
-    std::size_t next = 0;     ///< the form that is asked for after this one
-    bool isAsked = false;     ///< that before has not been answered yet
+    std::size_t next = 0;         ///< the form that is asked for after this one
+    bool isAsked = false;         ///< that before has not been answered yet
+    std::uint32_t question = 0;   ///< the number of the request that asked
+    bool isOfFormerOwner = false; ///< who was asked has lost the clipboard, and still gives its text
+    bool hasOwnerEnded = false;
     std::uint32_t offset = 0; ///< in the property, in units of four bytes
     std::uint32_t type = 0;   ///< of the first piece
     bool inPieces = false;

@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint32_t mostPairs = 32;
 constexpr std::size_t mostLists = 32;
 
-/// The server's time comes round every 49 days.
+/// The server's time comes round every 49 days, and so do the numbers of requests in the end.
 bool isBefore(std::uint32_t time, std::uint32_t other)
 {
     return static_cast<std::int32_t>(time - other) < 0;
@@ -36,12 +36,12 @@ void ClipboardServing::take(std::shared_ptr<OfferedText const> text,
     // From here on the server may send requests, before it says that it gave the selection.
     offered = std::move(text);
     since = time;
-    xcb_set_selection_owner(link.x(), link.window(), link.atoms().clipboard, time);
+    claim = xcb_set_selection_owner(link.x(), link.window(), link.atoms().clipboard, time).sequence;
     auto const asked = xcb_get_selection_owner(link.x(), link.atoms().clipboard);
-    link.expect(asked.sequence, [this, done = std::move(done), time](void const* reply) {
+    link.expect(asked.sequence, [this, done = std::move(done), own = claim](void const* reply) {
         auto const* const owner = static_cast<xcb_get_selection_owner_reply_t const*>(reply);
         bool const isOurs = owner && owner->owner == link.window();
-        if (!isOurs && since == time)
+        if (!isOurs && claim == own)
             offered.reset();
         done(isOurs);
     });
@@ -56,9 +56,10 @@ std::vector<std::uint32_t> ClipboardServing::forms() const
 void ClipboardServing::noteClear(void const* event)
 {
     auto const& clear = *static_cast<xcb_selection_clear_event_t const*>(event);
-    // One that was on its way when the selection was taken anew says nothing about now.
-    if (clear.selection == link.atoms().clipboard && clear.owner == link.window() &&
-        !isBefore(clear.time, since))
+    // One that was on its way when the selection was taken anew says nothing about now. Times would not tell:
+    // two programs may take it within one millisecond.
+    bool const isOfNow = !isBefore(static_cast<xcb_generic_event_t const*>(event)->full_sequence, claim);
+    if (clear.selection == link.atoms().clipboard && clear.owner == link.window() && isOfNow)
         offered.reset();
 }
 
@@ -148,13 +149,14 @@ void ClipboardServing::convertSeveral(Asked asked)
     });
 }
 
-/// Notes in the list what could not be given.
+/// Notes in the list what could not be given: by the convention's letter in the place of the form, by the
+/// toolkits' habit in that of the property.
 bool ClipboardServing::convertPairs(Asked const& asked, std::vector<AtomPair> pairs)
 {
     std::vector<std::uint32_t> results;
     for (AtomPair& pair : pairs) {
-        if (pair.property && !convert(pair.target, {asked.requestor, pair.property}))
-            pair.property = XCB_NONE;
+        if (!pair.property || !convert(pair.target, {asked.requestor, pair.property}))
+            pair = {.target = XCB_NONE, .property = XCB_NONE};
         results.push_back(pair.target);
         results.push_back(pair.property);
     }

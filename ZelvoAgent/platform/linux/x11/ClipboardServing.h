@@ -47,6 +47,7 @@ private:
     ClipboardTransfers open;
     std::shared_ptr<OfferedText const> offered;
     std::uint32_t since = 0; ///< the server's time when the selection became ours
+    std::uint32_t claim = 0; ///< the number of the request that took it
     std::size_t listsAsked = 0;
 };
 

@@ -25,12 +25,24 @@ bool ClipboardTransfers::begin(ClipboardPlace place,
     std::erase_if(open, [&](Transfer const& each) { return each.place == place; });
     if (open.size() >= most)
         return false;
+    makeRoomFor(text);
     watch(place.window, true);
     auto const atLeast = static_cast<std::uint32_t>(bytes.size());
     xcb_change_property(link.x(), XCB_PROP_MODE_REPLACE, place.window, place.property, link.atoms().incr, 32,
                         1, &atLeast);
     open.push_back({place, type, std::move(text), bytes, clock.now() + longestSilence});
     return true;
+}
+
+/// Who takes nothing of it for long, again and again, could else keep every text that was ever there.
+void ClipboardTransfers::makeRoomFor(std::shared_ptr<OfferedText const> const& text)
+{
+    std::vector<OfferedText const*> others; // the oldest first, as in `open`
+    for (Transfer const& each : open)
+        if (each.text != text && std::ranges::find(others, each.text.get()) == others.end())
+            others.push_back(each.text.get());
+    if (others.size() >= mostTexts)
+        drop([oldest = others.front()](Transfer const& each) { return each.text.get() == oldest; });
 }
 
 void ClipboardTransfers::noteProperty(void const* event)
@@ -63,10 +75,15 @@ void ClipboardTransfers::noteGone(std::uint32_t window)
 
 void ClipboardTransfers::dropSilent()
 {
-    Instant const now = clock.now();
+    drop([now = clock.now()](Transfer const& each) { return each.ends <= now; });
+}
+
+template <class Condition>
+void ClipboardTransfers::drop(Condition isOver)
+{
     std::set<std::uint32_t> left;
     std::erase_if(open, [&](Transfer const& each) {
-        if (each.ends > now)
+        if (!isOver(each))
             return false;
         left.insert(each.place.window);
         return true;

@@ -26,6 +26,8 @@ class ClipboardTransfers {
 public:
     /// More at once are refused.
     static constexpr std::size_t most = 64;
+    /// So many texts are kept for those who still take them; for a newer one the oldest is dropped.
+    static constexpr std::size_t mostTexts = 4;
 
     ClipboardTransfers(ClipboardLink& link, Clock& clock) : link(link), clock(clock) {}
 
@@ -52,6 +54,9 @@ private:
         std::string_view left;
         Instant ends;
     };
+    void makeRoomFor(std::shared_ptr<OfferedText const> const& text);
+    template <class Condition>
+    void drop(Condition isOver);
     void watch(std::uint32_t window, bool on);
     void forget(std::uint32_t window);
     /// True when it was the last piece.

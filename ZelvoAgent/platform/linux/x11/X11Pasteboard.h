@@ -11,6 +11,8 @@
 
 namespace zelvo {
 
+class ClipboardEngine;
+
 /// The CLIPBOARD selection, as owner and as requestor, on a connection of its own. The change counter counts
 /// what the server tells of new owners; a clipboard manager that takes the selection over is none, since it
 /// keeps what another program has put there. Without an X server there is no text and no change.
@@ -27,10 +29,8 @@ public:
     Task<> handOver() override;
 
 private:
-    struct Engine;
-
     Contexts contexts;
-    std::shared_ptr<Engine> engine; ///< null without a server
+    std::shared_ptr<ClipboardEngine> engine; ///< null without a server
     std::optional<X11Events> events;
 };
 
