@@ -1,6 +1,7 @@
 #include "platform/linux/x11/ApplicationOpener.h"
 
 #include "base/Hop.h"
+#include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/x11/ApplicationSearch.h"
 #include "platform/linux/x11/EntryStart.h"
 #include "platform/linux/x11/StartupId.h"

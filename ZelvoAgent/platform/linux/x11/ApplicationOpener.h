@@ -2,7 +2,6 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
-#include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/x11/DesktopEntries.h"
 #include "platform/linux/x11/DesktopLook.h"
 #include "platform/linux/x11/X11Connection.h"
@@ -12,6 +11,8 @@
 #include <string>
 
 namespace zelvo {
+
+class BusConnection;
 
 /// Starts applications and brings them to the front. The looks at the desktop and the starting run on the
 /// workers; between the looks nothing is held.
