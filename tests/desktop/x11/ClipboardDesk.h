@@ -23,10 +23,11 @@ protected:
     /// Lets everybody do what there is to do, until the condition holds.
     bool until(std::function<bool()> condition)
     {
-        return waitFor([&] {
+        auto const holds = [&] {
             pump();
             return condition();
-        });
+        };
+        return waitFor(holds, 40s); // Long texts take their time on a busy machine.
     }
     void pump()
     {

@@ -219,6 +219,7 @@ TEST_F(PasteboardReading, readsWhatAnOwnerHasGivenThatThenEnded)
     ClipboardPeer& owner = peer();
     owner.onRequest = [&](ClipboardPeer::Asked const& asked) {
         owner.give(asked, "UTF8_STRING", 8, "its last word");
+        syncWith(owner.x()); // The server drops what a client has left unread at its end.
         owner.vanish();
     };
     owner.take();
@@ -237,6 +238,7 @@ TEST_F(PasteboardReading, readsTheLastPieceOfAnOwnerThatThenEnded)
             if (++pieces <= 2)
                 return "piece";
             owner.put(*asked, "UTF8_STRING", 8, "");
+            syncWith(owner.x());
             owner.vanish();
             return std::nullopt;
         });
