@@ -3,16 +3,15 @@
 // the bare calls with the same buffers: open and read into one fresh text; open, write, fsync and rename.
 // The file is in the page cache when it is read. Peak memory is that of a process of its own for each side.
 
+#include "BareFiles.h"
 #include "LoopThread.h"
 #include "RatioTable.h"
 #include "drivers/FileAccess.h"
 #include "platform/linux/system/LinuxFileSystem.h"
-#include "platform/linux/system/UniqueFd.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/use_future.hpp>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
@@ -46,33 +45,6 @@ public:
     fs::path folder;
     fs::path file;
 };
-
-void bareWrite(fs::path const& file, std::string const& data)
-{
-    std::string const next = file.native() + ".next";
-    UniqueFd const descriptor(::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    for (std::size_t done = 0; done < data.size();) {
-        ssize_t const count = ::write(descriptor.get(), data.data() + done, data.size() - done);
-        if (count <= 0)
-            std::abort();
-        done += static_cast<std::size_t>(count);
-    }
-    if (::fsync(descriptor.get()) != 0 || ::rename(next.c_str(), file.c_str()) != 0)
-        std::abort();
-}
-
-std::string bareRead(fs::path const& file)
-{
-    UniqueFd const descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    std::string content(fs::file_size(file), '\0');
-    for (std::size_t done = 0; done < content.size();) {
-        ssize_t const count = ::read(descriptor.get(), content.data() + done, content.size() - done);
-        if (count <= 0)
-            std::abort();
-        done += static_cast<std::size_t>(count);
-    }
-    return content;
-}
 
 /// Our gate on a thread of workers.
 class Gate {

@@ -4,6 +4,7 @@
 // and rename. The file is in the page cache when it is read.
 
 #include "AgentStage.h"
+#include "BareFiles.h"
 #include "Baselines.h"
 #include "base/Base64.h"
 
@@ -11,15 +12,10 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <thread>
 
@@ -132,34 +128,6 @@ private:
 
     std::thread thread;
 };
-
-std::string bareRead(fs::path const& file)
-{
-    int const descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    std::string content(fs::file_size(file), '\0');
-    for (std::size_t done = 0; done < content.size();) {
-        ssize_t const count = ::read(descriptor, content.data() + done, content.size() - done);
-        if (count <= 0)
-            std::abort();
-        done += static_cast<std::size_t>(count);
-    }
-    ::close(descriptor);
-    return content;
-}
-
-void bareWrite(fs::path const& file, std::string_view data)
-{
-    std::string const next = file.native() + ".next";
-    int const descriptor = ::open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    for (std::size_t done = 0; done < data.size();) {
-        ssize_t const count = ::write(descriptor, data.data() + done, data.size() - done);
-        if (count <= 0)
-            std::abort();
-        done += static_cast<std::size_t>(count);
-    }
-    if (::fsync(descriptor) != 0 || ::close(descriptor) != 0 || ::rename(next.c_str(), file.c_str()) != 0)
-        std::abort();
-}
 
 void bare(benchmark::State& state,
           std::string const& frame,
