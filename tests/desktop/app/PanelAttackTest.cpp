@@ -6,6 +6,7 @@
 #include "desktop/input/TextField.h"
 #include "drivers/AccessibilityTree.h"
 #include "drivers/InputDriver.h"
+#include "drivers/ShellRunner.h"
 #include "fakes/ErrorOf.h"
 #include "recording/SessionRecording.h"
 #include "router/AgentCursorPresenting.h"
@@ -356,6 +357,7 @@ protected:
         PanelAttackTest::SetUp();
         Contexts const contexts = threads->contexts();
         capture.emplace(contexts, platform->screen(), parts->hiddenApps);
+        shell.emplace(contexts, platform->clock(), platform->children());
         electron.emplace(contexts, platform->accessibility());
         tree.emplace(AccessibilityTree::Services{.contexts = contexts,
                                                  .clock = platform->clock(),
@@ -380,10 +382,16 @@ protected:
             .screen = *capture,
             .tree = *tree,
             .input = *input,
+            .shell = *shell,
+            .files = parts->files,
+            .pasteboard = platform->pasteboard(),
+            .clipboard = parts->clipboard,
+            .hiddenApps = parts->hiddenApps,
             .hiddenGuard = *hiddenGuard,
             .probe = *probe,
             .confirmations = parts->confirmations,
             .workspace = platform->workspace(),
+            .windows = platform->windows(),
             .ownUi = *ownUi,
             .permissions = [] { return Permissions{.accessibility = true, .screenRecording = true}; },
             .recorder = recorder,
@@ -425,6 +433,7 @@ protected:
     }
 
     std::optional<ScreenCapture> capture;
+    std::optional<ShellRunner> shell;
     std::optional<ElectronAccessibility> electron;
     std::optional<AccessibilityTree> tree;
     std::optional<HiddenAppGuard> hiddenGuard;
