@@ -70,9 +70,9 @@ public:
         replaced, ///< it leads nowhere, so that the place was judged as a new file
     };
     /// Replaces a file, or makes one, in one step that is either whole or not there; the folders above it are
-    /// made where they are missing, the granted one too. An old file's permission bits are kept. False, with
-    /// nothing written, when the place isn't what it was. Throws FileFailure; the old file then stands and
-    /// nothing else is left behind but folders.
+    /// made where they are missing, the granted one too. An old file's permission bits, group and access
+    /// list are kept. False, with nothing written, when the place isn't what it was. Throws FileFailure; the
+    /// old file then stands and nothing else is left behind but folders.
     virtual bool replace(PlaceInFolder const& place, std::string_view content, LinkThere link) = 0;
 };
 

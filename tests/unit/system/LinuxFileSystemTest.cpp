@@ -1,8 +1,10 @@
 #include "GrantedFolder.h"
+#include "platform/linux/system/TemporaryFile.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <grp.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <pwd.h>
@@ -10,13 +12,19 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
+#include <string_view>
 #include <thread>
 
 namespace zelvo {
@@ -25,7 +33,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Lets the calling thread, and no other, fail with `reason` in openat2.
+/// For the calling thread and no other.
+bool takeRules(std::span<sock_filter> rules)
+{
+    sock_fprog const program{.len = static_cast<unsigned short>(rules.size()), .filter = rules.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+/// Lets the calling thread fail with `reason` in openat2.
 bool refuseOpenat2(int reason)
 {
     sock_filter rules[] = {
@@ -34,9 +50,45 @@ bool refuseOpenat2(int reason)
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(reason)),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
-    sock_fprog const program{.len = std::size(rules), .filter = rules};
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+    return takeRules(rules);
+}
+
+/// Lets the calling thread make no file without a name, like many file systems.
+bool refuseUnnamedFiles()
+{
+    constexpr unsigned justUnnamed = O_TMPFILE & ~O_DIRECTORY;
+    sock_filter rules[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, justUnnamed, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    return takeRules(rules);
+}
+
+/// What a process without any right of its own writes; it has to be somebody else's file system for that.
+bool writesAsNobody(LinuxFileSystem& machine, fs::path const& folder, std::string const& name)
+{
+    pid_t const child = ::fork();
+    if (child == 0) {
+        constexpr unsigned nobody = 65534;
+        bool const isNobody = ::setgroups(0, nullptr) == 0 && ::setresgid(nobody, nobody, nobody) == 0 &&
+                              ::setresuid(nobody, nobody, nobody) == 0;
+        bool const isWritten = isNobody && machine.replace({.folder = folder, .path = name}, "new",
+                                                           FileSystem::LinkThere::refused);
+        ::_exit(isWritten ? 0 : 1);
+    }
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+struct stat factsOf(fs::path const& file)
+{
+    struct stat facts{};
+    EXPECT_EQ(::stat(file.c_str(), &facts), 0);
+    return facts;
 }
 
 TEST(LinuxFileSystem, tellsWhatStandsAtAPath)
@@ -90,6 +142,60 @@ TEST(LinuxFileSystem, doesNotKeepARightToRunAsAnotherUser)
     EXPECT_EQ(modeOf(files.in / "file"), 0755u);
 }
 
+TEST(LinuxFileSystem, keepsAnOldFilesGroup)
+{
+    GrantedFolder files;
+    writeFile(files.in / "file", "old");
+    constexpr gid_t other = 4711;
+    if (::chown((files.in / "file").c_str(), uid_t(-1), other) != 0)
+        GTEST_SKIP() << "no file can be given to a group here";
+    ASSERT_EQ(::chmod((files.in / "file").c_str(), 0660), 0);
+
+    files.write(files.in / "file", "new");
+
+    EXPECT_EQ(factsOf(files.in / "file").st_gid, other);
+    EXPECT_EQ(modeOf(files.in / "file"), 0660u);
+}
+
+/// Another group may then do no more than everybody.
+TEST(LinuxFileSystem, givesNoRightsOfAGroupToAnotherOne)
+{
+    if (::getuid() != 0)
+        GTEST_SKIP() << "only the superuser can be somebody else";
+    GrantedFolder files;
+    writeFile(files.in / "file", "old");
+    ASSERT_EQ(::chmod((files.in / "file").c_str(), 0664), 0);
+    ASSERT_EQ(::chmod(files.top.path.c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(files.in.c_str(), 0777), 0);
+
+    ASSERT_TRUE(writesAsNobody(files.machine, files.in, "file"));
+
+    EXPECT_EQ(contentOf(files.in / "file"), "new");
+    EXPECT_EQ(factsOf(files.in / "file").st_gid, 65534u);
+    EXPECT_EQ(modeOf(files.in / "file"), 0644u);
+}
+
+/// With such a list the group's bits are those of its mask: without it they would be the group's.
+TEST(LinuxFileSystem, keepsAnOldFilesAccessList)
+{
+    // Version 2; then tag, rights and id of the owner, the user 4711, the group, the mask and the others.
+    std::array<std::uint16_t, 22> list = {2,      0,      1,  6, 0xFFFF, 0xFFFF, 2,  6, 4711,   0,     4, 0,
+                                          0xFFFF, 0xFFFF, 16, 6, 0xFFFF, 0xFFFF, 32, 0, 0xFFFF, 0xFFFF};
+    GrantedFolder files;
+    fs::path const file = files.in / "file";
+    writeFile(file, "old");
+    if (::setxattr(file.c_str(), "system.posix_acl_access", list.data(), sizeof list, 0) != 0)
+        GTEST_SKIP() << "no access lists here";
+
+    files.write(file, "new");
+
+    std::array<std::uint16_t, 22> kept{};
+    EXPECT_EQ(::getxattr(file.c_str(), "system.posix_acl_access", kept.data(), sizeof kept),
+              ssize_t(sizeof list));
+    EXPECT_EQ(kept, list);
+    EXPECT_EQ(modeOf(file), 0660u);
+}
+
 TEST(LinuxFileSystem, leavesTheModesOfWhatIsNewToTheUmask)
 {
     GrantedFolder files;
@@ -112,6 +218,68 @@ TEST(LinuxFileSystem, leavesNoTemporaryFile)
     EXPECT_EQ(files.read(files.in / "file"), "new");
 
     EXPECT_EQ(GrantedFolder::count(files.in), 1u);
+}
+
+/// So nothing is left of it either when the process is killed.
+TEST(TemporaryFile, hasNoNameBeforeItIsWhole)
+{
+    TemporaryFolder top;
+    UniqueFd const folder(::open(top.path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!UniqueFd(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600)))
+        GTEST_SKIP() << "no files without a name here";
+
+    TemporaryFile next(folder.get(), 0640);
+
+    ASSERT_TRUE(next);
+    EXPECT_TRUE(next.write("new"));
+    EXPECT_EQ(GrantedFolder::count(top.path), 0u);
+    EXPECT_TRUE(next.rename("file"));
+    EXPECT_EQ(contentOf(top.path / "file"), "new");
+    EXPECT_EQ(modeOf(top.path / "file"), 0640u);
+    EXPECT_EQ(GrantedFolder::count(top.path), 1u);
+}
+
+TEST(TemporaryFile, takesThePlaceOfFilesAndLinksButNotOfFolders)
+{
+    TemporaryFolder top;
+    writeFile(top.path / "file", "old");
+    fs::create_symlink("nowhere", top.path / "link");
+    writeFile(top.path / "folder/deep", "");
+    UniqueFd const folder(::open(top.path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    for (char const* const name : {"file", "link", "folder"}) {
+        TemporaryFile next(folder.get(), 0600);
+        EXPECT_TRUE(next.write("new"));
+        EXPECT_EQ(next.rename(name), name != std::string_view("folder"));
+    }
+    EXPECT_EQ(contentOf(top.path / "file"), "new");
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(top.path / "link")));
+    EXPECT_EQ(GrantedFolder::count(top.path), 3u);
+}
+
+TEST(TemporaryFile, isDoneWithAHiddenNameWhereItNeedsOne)
+{
+    TemporaryFolder top;
+    UniqueFd const folder(::open(top.path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    bool isRefused = false;
+    std::size_t during = 0;
+    std::size_t dropped = 1;
+    std::thread sandboxed([&] {
+        isRefused = refuseUnnamedFiles();
+        TemporaryFile(folder.get(), 0600).write("dropped");
+        dropped = GrantedFolder::count(top.path);
+        TemporaryFile next(folder.get(), 0600);
+        next.write("new");
+        during = GrantedFolder::count(top.path);
+        next.rename("file");
+    });
+    sandboxed.join();
+    if (!isRefused)
+        GTEST_SKIP() << "no seccomp filters here";
+
+    EXPECT_EQ(dropped, 0u);
+    EXPECT_EQ(during, 1u);
+    EXPECT_EQ(contentOf(top.path / "file"), "new");
+    EXPECT_EQ(GrantedFolder::count(top.path), 1u);
 }
 
 TEST(LinuxFileSystem, writesANameOfTheGreatestLength)

@@ -186,13 +186,13 @@ bool LinuxFileSystem::replace(PlaceInFolder const& place, std::string_view conte
     if (reason != 0 && !isChange(reason))
         throw FileFailure(reason);
     bool const replaces = reason == 0;
-    // Nobody may read of a private file's new content before it has the old one's mode.
+    // Nobody may read of a private file's new content before it has the old one's rights.
     TemporaryFile next(folder.get(), replaces ? 0600 : 0666);
     if (!next) {
         throwUnlessChange(errno); // The folder was removed.
         return false;
     }
-    if (!next.write(content) || (replaces && !next.setMode(old.st_mode & 0777)) || !next.sync() ||
+    if (!next.write(content) || (replaces && !next.takeRights(name, old)) || !next.sync() ||
         !next.rename(name))
         throw FileFailure(errno);
     return true;

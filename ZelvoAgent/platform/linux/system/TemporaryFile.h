@@ -2,6 +2,7 @@
 
 #include "platform/linux/system/UniqueFd.h"
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <string>
@@ -9,8 +10,9 @@
 
 namespace zelvo {
 
-/// A hidden file of a name that nothing else has, in a folder; gone with this object unless it took another's
-/// place. All calls tell failure by false with errno set. Thread: one at a time.
+/// A file in a folder that is gone with this object, or with the process, unless it took its place. It has no
+/// name until then; where the file system can't do that it has a hidden one, which a killed process leaves
+/// behind. All calls tell failure by false with errno set. Thread: one at a time.
 class TemporaryFile {
 public:
     /// folder  a descriptor, of any kind, that outlives this object
@@ -23,14 +25,21 @@ public:
     /// Was it made?
     explicit operator bool() const { return bool(file); }
     bool write(std::string_view content);
-    bool setMode(mode_t mode);
+    /// Takes over what an old file in the folder lets others do: its permission bits, group and access list.
+    /// Where one of the two can't be taken over, the group's bits are at most those of everybody.
+    bool takeRights(std::string const& old, struct stat const& facts);
     bool sync();
     /// Takes the place of a file or a link of that name in the folder, in one step.
     bool rename(std::string const& name);
 
 private:
+    bool takeGroup(gid_t group);
+    bool takeAccessList(std::string const& old);
+    bool giveName(std::string const& wanted);
+    bool giveRandomName();
+
     int const folder;
-    std::string name; // empty once it has another
+    std::string name; // the hidden one; empty without one
     UniqueFd file;
 };
 
