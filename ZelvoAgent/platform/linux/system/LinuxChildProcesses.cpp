@@ -91,8 +91,9 @@ private:
 class LinuxChildProcesses::Process : public std::enable_shared_from_this<Process> {
 public:
     Process(Executor const& agent, pid_t pid, UniqueFd pidFd, std::shared_ptr<RunningGroups> groups)
-        : id(pid), fd(pidFd.release()), descriptor(agent, fd), groups(std::move(groups))
+        : id(pid), fd(pidFd.get()), descriptor(agent, fd), groups(std::move(groups))
     {
+        pidFd.release(); // Only now is it the other's.
     }
     Process(Process const&) = delete;
     Process& operator=(Process const&) = delete;
@@ -192,7 +193,10 @@ public:
 private:
     /// A reading end of a pipe.
     struct Stream {
-        Stream(Executor const& agent, UniqueFd end) : fd(end.release()), descriptor(agent, fd) {}
+        Stream(Executor const& agent, UniqueFd end) : fd(end.get()), descriptor(agent, fd)
+        {
+            end.release(); // Only now is it the other's.
+        }
 
         bool isHeld() const { return !(eventsOf(fd) & POLLHUP); }
 
