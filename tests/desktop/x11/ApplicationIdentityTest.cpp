@@ -48,6 +48,17 @@ TEST(ApplicationNames, beginWithTheApplicationsOwnWord)
                 ElementsAre("firefox_firefox", "firefox", "Firefox"));
 }
 
+/// They go into replies, which must be UTF-8 whatever a program calls itself.
+TEST(ApplicationNames, areUtf8)
+{
+    WindowWords const words{.gtkApplicationId = "org.\xC3", .className = "Caf\xE9"};
+    ProcessFacts const process{.executable = "/opt/\xFFtool"};
+
+    EXPECT_THAT(names(words, process), ElementsAre("org.\uFFFD", "Caf\uFFFD", "\uFFFDtool"));
+    EXPECT_EQ(localizedName({}, {words}, process, index()), "Caf\uFFFD");
+    EXPECT_EQ(localizedName({}, {}, process, index()), "\uFFFDtool");
+}
+
 TEST(ApplicationNames, goOnWithStartupWmClass)
 {
     EXPECT_THAT(names({.instance = "xterm", .className = "XTerm"}, {.executable = "/usr/bin/xterm"}),
@@ -198,6 +209,18 @@ TEST_F(EntriesInAFolder, giveWayToThePersonsOwn)
     EXPECT_EQ(found->all().size(), 1u);
     ASSERT_TRUE(found->find("a"));
     EXPECT_EQ(found->find("a")->name, "Own");
+}
+
+TEST_F(EntriesInAFolder, haveIdsInUtf8WhateverTheirFilesAreCalled)
+{
+    write(system() / "caf\xE9.desktop", "Name[ru]=\nExec=ls\n");
+    DesktopEntries entries({system()});
+
+    ASSERT_EQ(entries.current()->all().size(), 1u);
+    DesktopEntry const& entry = entries.current()->all().front();
+    EXPECT_EQ(entry.id, "caf\uFFFD");
+    EXPECT_EQ(entry.name, "caf\uFFFD");
+    EXPECT_EQ(entry.file, system() / "caf\xE9.desktop");
 }
 
 TEST_F(EntriesInAFolder, haveTheirNameInTheDesktopsLanguage)

@@ -1,5 +1,6 @@
 #include "platform/linux/x11/ApplicationIdentity.h"
 
+#include "base/Text.h"
 #include "platform/linux/system/ProcessStart.h"
 
 #include <algorithm>
@@ -57,8 +58,9 @@ std::string flatpakId(std::string const& folder)
     return {};
 }
 
-void add(ApplicationNames& names, std::string const& name)
+void add(ApplicationNames& names, std::string const& said)
 {
+    std::string const name = text::repaired(said); // They go into replies.
     if (name.empty() || name == ownBundleIdentifier ||
         std::ranges::find(names.names, name) != names.names.end())
         return;
@@ -182,8 +184,8 @@ std::string localizedName(ApplicationNames const& names,
             return entry->name;
     for (WindowWords const& window : words)
         if (!window.className.empty())
-            return window.className;
-    return process.executable.filename();
+            return text::repaired(window.className);
+    return text::repaired(process.executable.filename().native());
 }
 
 void append(ApplicationNames& names, ApplicationNames const& more)

@@ -36,7 +36,7 @@ std::vector<std::string> confinedIdsIn(std::string const& cgroups);
 /// The names that an application goes by, the best first: its own word, entries by StartupWMClass, by id, by
 /// program, then WM_CLASS's class and the executable's name. words: those of the window in question first,
 /// then of the others of its process. "dev.zelvo.agent" is never among them: that is this program alone,
-/// known by its process id.
+/// known by its process id. All are UTF-8, ill-formed sequences replaced.
 ApplicationNames applicationNames(std::vector<WindowWords> const& words,
                                   ProcessFacts const& process,
                                   DesktopEntryIndex const& entries);
@@ -47,7 +47,7 @@ DesktopEntry const*
 entryOf(std::vector<WindowWords> const& words, ProcessFacts const& process, DesktopEntryIndex const& entries);
 
 /// The name for a person: that of the first entry among the names, else the first window's class, else the
-/// program's.
+/// program's; UTF-8.
 std::string localizedName(ApplicationNames const& names,
                           std::vector<WindowWords> const& words,
                           ProcessFacts const& process,

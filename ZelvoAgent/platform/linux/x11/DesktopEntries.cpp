@@ -1,5 +1,6 @@
 #include "platform/linux/x11/DesktopEntries.h"
 
+#include "base/Text.h"
 #include "platform/linux/system/XdgFolders.h"
 
 #include <gio/gio.h>
@@ -61,7 +62,7 @@ std::string idOf(std::filesystem::path const& base, std::filesystem::path const&
 {
     std::string id = file.lexically_relative(base).replace_extension();
     std::ranges::replace(id, '/', '-');
-    return id;
+    return text::repaired(id); // It goes into replies.
 }
 
 /// An entry; one without a name for what is no application, is deleted, or can't be read.

@@ -10,7 +10,7 @@ namespace zelvo {
 
 /// An application as a desktop entry tells of it.
 struct DesktopEntry {
-    std::string id;             ///< without ".desktop"
+    std::string id;             ///< without ".desktop"; UTF-8
     std::string name;           ///< in the desktop's language
     std::string startupWmClass; ///< empty without one
     std::filesystem::path

@@ -317,9 +317,11 @@ private:
                     [&client](Property const& reply) { client.words.kdeDesktopFile = firstTextIn(reply); });
         askProperty(client.id, XCB_ATOM_WM_CLASS, 512, [&client](Property const& reply) {
             std::string const both = textIn(reply);
-            client.words.instance = both.substr(0, both.find('\0'));
-            if (client.words.instance.size() < both.size())
-                client.words.className = both.c_str() + client.words.instance.size() + 1;
+            bool const isLatin1 = reply.type == XCB_ATOM_STRING;
+            std::size_t const end = both.find('\0');
+            client.words.instance = windowTitle(both.substr(0, end), isLatin1, false);
+            if (end != std::string::npos)
+                client.words.className = windowTitle(both.c_str() + end + 1, isLatin1, false);
         });
         askProperty(client.id, XCB_ATOM_WM_TRANSIENT_FOR, 1, [this, &client](Property const& reply) {
             if (auto const target = numbersIn(reply); !target.empty() && target.front() != connection.root())
