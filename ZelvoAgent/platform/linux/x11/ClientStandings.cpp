@@ -4,6 +4,7 @@
 #include "platform/linux/x11/XBatch.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 
 namespace zelvo {
@@ -61,10 +62,25 @@ public:
 
 private:
     /// The types stand in the order of preference; the first that we know counts. A window without one is
-    /// normal, or a dialog when it is transient.
+    /// normal, or a dialog when it is transient; so is one with types of its toolkit alone.
     bool isRegularType(std::span<std::uint32_t const> types) const
     {
-        return types.empty() || types.front() == atoms.typeNormal || types.front() == atoms.typeDialog;
+        for (std::uint32_t const type : types) {
+            if (type == atoms.typeNormal || type == atoms.typeDialog)
+                return true;
+            if (isKnownType(type))
+                return false;
+        }
+        return true;
+    }
+
+    bool isKnownType(std::uint32_t type) const
+    {
+        std::array const others{atoms.typeDesktop,   atoms.typeDock,    atoms.typeToolbar,
+                                atoms.typeMenu,      atoms.typeUtility, atoms.typeSplash,
+                                atoms.typeTooltip,   atoms.typeDragged, atoms.typeDropdownMenu,
+                                atoms.typePopupMenu, atoms.typeCombo,   atoms.typeNotification};
+        return std::ranges::find(others, type) != others.end();
     }
 
     xcb_connection_t* x;

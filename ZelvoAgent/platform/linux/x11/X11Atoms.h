@@ -27,7 +27,17 @@ struct X11Atoms {
     std::uint32_t netWmWindowType = 0;
     std::uint32_t typeDesktop = 0;
     std::uint32_t typeDock = 0;
+    std::uint32_t typeToolbar = 0;
+    std::uint32_t typeMenu = 0;
+    std::uint32_t typeUtility = 0;
+    std::uint32_t typeSplash = 0;
     std::uint32_t typeDialog = 0;
+    std::uint32_t typeDropdownMenu = 0;
+    std::uint32_t typePopupMenu = 0;
+    std::uint32_t typeTooltip = 0;
+    std::uint32_t typeNotification = 0;
+    std::uint32_t typeCombo = 0;
+    std::uint32_t typeDragged = 0;
     std::uint32_t typeNormal = 0;
     std::uint32_t compositor = 0; ///< the selection that a compositing manager owns
 
