@@ -54,6 +54,14 @@ void notePid(GDesktopAppInfo*, GPid pid, gpointer into)
 
 } // namespace
 
+GPtr<GDBusConnection> sharedBus()
+{
+    GPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (bus)
+        g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+    return bus;
+}
+
 GPtr<GAppLaunchContext> startContext(std::string const& startupId)
 {
     GPtr<GAppLaunchContext> context(static_cast<GAppLaunchContext*>(g_object_new(contextType(), nullptr)));
@@ -65,6 +73,7 @@ GPtr<GAppLaunchContext> startContext(std::string const& startupId)
 
 std::int32_t startProgram(GAppInfo* application, GList* urls, std::string const& startupId)
 {
+    auto const bus = sharedBus();
     auto const context = startContext(startupId);
     std::int32_t pid = 0;
     GError* failure = nullptr;

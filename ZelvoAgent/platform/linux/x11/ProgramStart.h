@@ -27,6 +27,10 @@ struct FreeGError {
 };
 using GFailure = std::unique_ptr<GError, FreeGError>;
 
+/// GIO's connection to the session bus, which it makes and keeps for every start; null without a bus. While
+/// this stands, the program does not end together with the bus.
+GPtr<GDBusConnection> sharedBus();
+
 /// What programs are started in: it hands them this startup id.
 GPtr<GAppLaunchContext> startContext(std::string const& startupId);
 

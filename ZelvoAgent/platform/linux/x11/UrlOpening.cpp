@@ -46,11 +46,7 @@ bool openWithDefaultApplication(std::string const& url)
     // What a program makes of other texts nobody knows; and C would take one with a NUL for a shorter one.
     if (!isAbsoluteUrl(url))
         return false;
-    // GIO would end this program together with the session bus.
-    GPtr<GDBusConnection> const bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-    if (bus)
-        g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-
+    auto const bus = sharedBus();
     GPtr<GAppInfo> const application = defaultApplication(url);
     return application && launch(application.get(), url);
 }
