@@ -42,11 +42,13 @@ public:
     virtual std::optional<std::string> applicationLocationNamed(std::string name) = 0;
     /// Nothing when no application is there.
     virtual std::optional<ApplicationBundle> bundle(std::string location) = 0;
+    /// What is to become of an application without a window that could be brought to the front.
+    enum class NotRunning { isStarted, isLeft };
     /// Brings the last active window of an application that runs to the front, wherever it is, or else starts
     /// the application; waits until its window is in front, at most some 5 s. Gives its name in the desktop's
     /// language, also when no window came or another stayed in front. Throws std::runtime_error when it can't
     /// be started.
-    virtual Task<std::string> openApplication(std::string location) = 0;
+    virtual Task<std::string> openApplication(std::string location, NotRunning notRunning) = 0;
     /// Opens a URL with the default application of its scheme. False when nothing takes it, and for a text
     /// that is no URL with a scheme.
     virtual bool openUrl(std::string url) = 0;

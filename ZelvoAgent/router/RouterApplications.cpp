@@ -110,7 +110,9 @@ Task<json::value> RpcRouter::handleOpenApp(RpcFrame frame, bool activateOnly)
             return isRunning(members.workspace, location, bundle->identifier);
         }))
         throw AgentError::invalidRequest;
-    std::string const openedName = co_await members.workspace.openApplication(location);
+    // What ran a moment ago may have ended, or have no window that could come to the front.
+    auto const notRunning = activateOnly ? Workspace::NotRunning::isLeft : Workspace::NotRunning::isStarted;
+    std::string const openedName = co_await members.workspace.openApplication(location, notRunning);
     if (!co_await isInFront(bundle->identifier, openWait))
         throw co_await notFrontmost(bundle->identifier, std::nullopt);
     co_return json::object{{"ok", true}, {"bundleId", bundle->identifier}, {"name", openedName}};

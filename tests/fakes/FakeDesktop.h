@@ -117,6 +117,7 @@ public:
     std::map<std::string, std::string> namedLocations; ///< by name
     std::map<std::string, ApplicationBundle> bundles;  ///< by location
     std::vector<std::string> opened;                   ///< locations
+    std::optional<bool> mayStart;                      ///< the last one of them, if it does not run
     std::optional<std::string> openFailure;            ///< what opening fails with
     std::function<void(std::string const&)> onOpen;    ///< called with the location before opening ends
 
@@ -145,11 +146,12 @@ public:
     {
         return valueOf(bundles, location);
     }
-    Task<std::string> openApplication(std::string location) override
+    Task<std::string> openApplication(std::string location, NotRunning notRunning) override
     {
         if (openFailure)
             throw std::runtime_error(*openFailure);
         opened.push_back(location);
+        mayStart = notRunning == NotRunning::isStarted;
         if (onOpen)
             onOpen(location);
         auto const known = bundle(location);

@@ -30,7 +30,10 @@ protected:
     std::string terminalEntry(std::string const& id);
     std::size_t startsOf(std::string const& id) const;
 
-    std::string open(std::string const& location) { return live.run(workspace->openApplication(location)); }
+    std::string open(std::string const& location)
+    {
+        return live.run(workspace->openApplication(location, Workspace::NotRunning::isStarted));
+    }
     /// What opening fails with; empty when it does not.
     std::string failureOf(std::string const& location);
     /// The identifier of the application in front.

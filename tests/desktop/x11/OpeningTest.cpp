@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <gio/gio.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -133,7 +134,7 @@ TEST_F(Starting, waitsNoLongerThanFiveSecondsForAWindow)
     ManualClock manual(&io);
     ApplicationOpener patient(contextsOn(io), manual, connection, *entries, *focus, *bus);
     std::optional<std::string> name;
-    asio::co_spawn(io, patient.open(location),
+    asio::co_spawn(io, patient.open(location, Workspace::NotRunning::isStarted),
                    [&](std::exception_ptr, std::string given) { name = std::move(given); });
     settle(io);
 
@@ -141,6 +142,19 @@ TEST_F(Starting, waitsNoLongerThanFiveSecondsForAWindow)
     EXPECT_EQ(name, std::nullopt);
     manual.advance(200ms);
     EXPECT_EQ(name, "Windowless");
+}
+
+/// GIO connects to the bus for every start, and ends the program with it unless it is told not to.
+TEST_F(Starting, doesNotTieThisProgramToTheSessionBus)
+{
+    std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> const shared(
+        g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr), g_object_unref);
+    ASSERT_TRUE(shared);
+    g_dbus_connection_set_exit_on_close(shared.get(), TRUE); // As it begins.
+
+    open(terminalEntry("Tested"));
+
+    EXPECT_FALSE(g_dbus_connection_get_exit_on_close(shared.get()));
 }
 
 /// Opens an application of the session bus.
@@ -269,6 +283,16 @@ TEST_F(Activating, bringsBackAMinimisedWindow)
     EXPECT_TRUE(desktop.findWindow({.className = "Tested"}));
 }
 
+TEST_F(Activating, startsNothingWhereItMayNot)
+{
+    auto const other = *workspace->applicationLocation("Other");
+
+    EXPECT_EQ(live.run(workspace->openApplication(other, Workspace::NotRunning::isLeft)), "The Other");
+
+    EXPECT_EQ(startsOf("Other"), 0u);
+    EXPECT_EQ(front(), "Tested");
+}
+
 TEST_F(Activating, goesToAnotherWorkspace)
 {
     desktop.run({"xdotool", "set_desktop", "2"});
@@ -394,6 +418,37 @@ TEST_F(Telling, whatRuns)
     EXPECT_EQ(workspace->runningApplications(), all);
 }
 
+/// The first type that we know counts; toolkits put their own before it.
+TEST_F(Telling, whichTypesOfWindowsAreRegular)
+{
+    struct Typed {
+        std::string name;
+        std::vector<char const*> types;
+        bool isRegular;
+    };
+    for (Typed const& typed : std::vector<Typed>{
+             {"First", {"_KDE_NET_WM_WINDOW_TYPE_OVERRIDE", "_NET_WM_WINDOW_TYPE_NORMAL"}, true},
+             {"Second", {"_KDE_NET_WM_WINDOW_TYPE_OVERRIDE"}, true},
+             {"Third", {"_NET_WM_WINDOW_TYPE_DIALOG", "_NET_WM_WINDOW_TYPE_NORMAL"}, true},
+             {"Fourth", {"_KDE_NET_WM_WINDOW_TYPE_OVERRIDE", "_NET_WM_WINDOW_TYPE_UTILITY"}, false},
+             {"Fifth", {"_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_WINDOW_TYPE_NORMAL"}, false},
+             {"Sixth", {"_NET_WM_WINDOW_TYPE_SPLASH"}, false},
+         }) {
+        PainterProcess painter(desktop);
+        std::uint32_t const window = painter.open({.className = typed.name});
+        ASSERT_TRUE(waitFor([&] { return running(typed.name).isRegular; }));
+        Painter ours(desktop.display());
+        std::vector<xcb_atom_t> atoms;
+        for (char const* const type : typed.types)
+            atoms.push_back(atomOf(ours.x(), type));
+        xcb_change_property(ours.x(), XCB_PROP_MODE_REPLACE, window, atomOf(ours.x(), "_NET_WM_WINDOW_TYPE"),
+                            XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(atoms.size()), atoms.data());
+        ours.sync();
+
+        EXPECT_EQ(running(typed.name).isRegular, typed.isRegular) << typed.name;
+    }
+}
+
 TEST_F(Telling, nothingWithoutAServer)
 {
     X11Workspace blind(nullptr, *entries);
@@ -401,7 +456,8 @@ TEST_F(Telling, nothingWithoutAServer)
     EXPECT_TRUE(blind.runningApplications().empty());
     EXPECT_EQ(blind.applicationLocation("nowhere"), std::nullopt);
     EXPECT_EQ(blind.bundle("/nowhere"), std::nullopt);
-    EXPECT_THROW(live.run(blind.openApplication("/nowhere")), std::runtime_error);
+    EXPECT_THROW(live.run(blind.openApplication("/nowhere", Workspace::NotRunning::isStarted)),
+                 std::runtime_error);
 }
 
 } // namespace

@@ -117,6 +117,9 @@ TEST_F(RouterApplicationsTest, activateBringsARunningOneToTheFront)
     platform.desktop.applications = {application("org.editor", "Editor", 1)};
     EXPECT_EQ(code(call("apps.activate", R"({"bundleId": "org.editor"})")), "");
     EXPECT_THAT(platform.desktop.opened, ElementsAre(entry));
+    EXPECT_EQ(platform.desktop.mayStart, false); // Should it end meanwhile.
+    call("apps.open", R"({"bundleId": "org.editor"})");
+    EXPECT_EQ(platform.desktop.mayStart, true);
 }
 
 TEST_F(RouterApplicationsTest, aFailedStartIsAnInternalError)

@@ -69,11 +69,14 @@ ApplicationOpener::Target ApplicationOpener::lookFor(std::string const& location
     return target;
 }
 
-Task<std::string> ApplicationOpener::open(std::string location)
+Task<std::string> ApplicationOpener::open(std::string location, Workspace::NotRunning notRunning)
 {
     Target const target = co_await on(contexts.workers, [&] { return lookFor(location); });
-    if (!target.bundle || (!target.hasWindow && !target.entryId))
+    bool const isLeft = !target.hasWindow && notRunning == Workspace::NotRunning::isLeft;
+    if (!target.bundle || (!target.hasWindow && !target.entryId && !isLeft))
         throw std::runtime_error("there is no application any more where it was found");
+    if (isLeft)
+        co_return target.bundle->localizedName;
     StartMarks started;
     if (!target.hasWindow)
         started = co_await start(location, *target.entryId);

@@ -29,7 +29,7 @@ public:
                       BusConnection& user);
 
     /// See Workspace::openApplication().
-    Task<std::string> open(std::string location);
+    Task<std::string> open(std::string location, Workspace::NotRunning notRunning);
 
 private:
     struct Target;

@@ -85,11 +85,11 @@ std::optional<ApplicationBundle> X11Workspace::bundle(std::string location)
     return DesktopLook(*connection, entries).bundle(location);
 }
 
-Task<std::string> X11Workspace::openApplication(std::string location)
+Task<std::string> X11Workspace::openApplication(std::string location, NotRunning notRunning)
 {
     if (!opener || !connection || !connection->isAlive())
         throw std::runtime_error("the display cannot be reached");
-    co_return co_await opener->open(std::move(location));
+    co_return co_await opener->open(std::move(location), notRunning);
 }
 
 bool X11Workspace::openUrl(std::string url)
