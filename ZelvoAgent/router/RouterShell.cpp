@@ -47,25 +47,24 @@ Task<json::value> RpcRouter::handleShell(RpcFrame frame)
     ShellRunResult const result = co_await members.shell.run(*command, read::text(frame.params, "cwd"),
                                                              timeoutMs, environmentFrom(frame.params));
     if (caller)
-        co_await logShell(*caller, loggedAgentName(frame.agentName), *command, result);
+        co_await on(contexts.main, [&] { logShell(*caller, frame.agentName, *command, result); });
     co_return shellResult(result);
 }
 
-Task<> RpcRouter::logShell(GrantedConnection connection,
-                           std::optional<std::string> agentName,
-                           std::string command,
-                           ShellRunResult result)
+/// On the main thread.
+void RpcRouter::logShell(GrantedConnection const& connection,
+                         std::optional<std::string> const& agentName,
+                         std::string const& command,
+                         ShellRunResult const& result)
 {
-    co_await on(contexts.main, [&] {
-        AgentState::LogLine line{.platform = connection.platformName,
-                                 .summary = localized("activity.terminal.ran")};
-        line.kind = ActivityKind::terminal;
-        line.connectionId = connection.id;
-        line.note = ActivityWording::terminalNote(result.exitCode, result.durationMs, result.timedOut);
-        line.detail = text::prefix(command, longestLoggedCommand);
-        line.agentName = agentName;
-        state.log(std::move(line));
-    });
+    AgentState::LogLine line{.platform = connection.platformName,
+                             .summary = localized("activity.terminal.ran")};
+    line.kind = ActivityKind::terminal;
+    line.connectionId = connection.id;
+    line.note = ActivityWording::terminalNote(result.exitCode, result.durationMs, result.timedOut);
+    line.detail = text::prefix(command, longestLoggedCommand);
+    line.agentName = loggedAgentName(agentName);
+    state.log(std::move(line));
 }
 
 } // namespace zelvo

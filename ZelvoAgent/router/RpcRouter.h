@@ -138,10 +138,10 @@ private:
 
     // RouterShell.cpp
     Task<json::value> handleShell(RpcFrame frame);
-    Task<> logShell(GrantedConnection connection,
-                    std::optional<std::string> agentName,
-                    std::string command,
-                    ShellRunResult result);
+    void logShell(GrantedConnection const& connection,
+                  std::optional<std::string> const& agentName,
+                  std::string const& command,
+                  ShellRunResult const& result);
 
     // RouterTransfers.cpp
     Task<json::value> handleFileUpload(RpcFrame frame);
