@@ -28,7 +28,15 @@ struct Limits {
     std::size_t memory = 1024_MiB;      ///< all bodies and messages together
     std::size_t callsOfMachine = 48; ///< below the 64 of an agent's inbox, so that it always goes on reading
     std::size_t callBytesOfMachine = 256_MiB; ///< below its 320 MiB
-    std::size_t connections = 512;            ///< HTTP connections at one time
+    std::size_t queuedCommand = 4_MiB;        ///< one command that is to wait for its machine
+    std::size_t queuedCommands = 100;         ///< that wait on one connection
+    std::size_t queuedBytes = 16_MiB;         ///< of them
+    std::size_t queuedCommandsOfMachine = 400;
+    std::size_t queuedBytesOfMachine = 64_MiB;
+    std::size_t queuedResult = 8_MiB; ///< a larger result of a queued command is not kept
+    std::size_t endedCommands = 200;  ///< kept of one connection, the newest
+    std::size_t endedBytes = 64_MiB;  ///< of their results
+    std::size_t connections = 512;    ///< HTTP connections at one time
     std::size_t machines = 2048;
 
     Duration header = 15s;   ///< for the whole head of a request
@@ -37,6 +45,15 @@ struct Limits {
     Duration smallBodyTime = 15s;
     Duration bodyTime = 600s;
     Duration handshake = 15s;
+};
+
+/// How long agents of one machine wait for each other.
+struct ControlTimes {
+    Duration idle = 30s;     ///< a holder that sends no command of control for this long loses it
+    Duration turn = 10s;     ///< one whose turn comes while it has no command waiting has this long to act
+    Duration place = 30s;    ///< one that gave up waiting keeps its place in line
+    Duration patience = 60s; ///< a command waits for control, then fails with machine_busy
+    std::size_t longestLine = 32; ///< agents in line for one machine
 };
 
 /// What the person who starts the gateway chooses.
@@ -52,6 +69,8 @@ struct Settings {
     Duration pingPeriod = 20s;
     Duration linkLifetime = 15min;
     Duration consoleLinkLifetime = 10min;
+    ControlTimes control;
+    Duration queuedResultKept = 24h; ///< how a queued command ended can be asked for this long
     Limits limits;
 };
 
