@@ -1,5 +1,6 @@
 #include "ZelvoGateway/Store.h"
 
+#include "ZelvoGateway/Rows.h"
 #include "ZelvoGateway/Secrets.h"
 #include "base/DateText.h"
 
@@ -23,6 +24,17 @@ CREATE TABLE IF NOT EXISTS link_sessions (
 CREATE TABLE IF NOT EXISTS end_users (
     id TEXT PRIMARY KEY, external_id TEXT NOT NULL UNIQUE, email TEXT, name TEXT, created_at TEXT NOT NULL) STRICT;
 CREATE TABLE IF NOT EXISTS console_codes (code_hash TEXT PRIMARY KEY, expires_at INTEGER NOT NULL) STRICT;
+CREATE TABLE IF NOT EXISTS queued_commands (
+    sequence INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE,
+    connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, method TEXT NOT NULL,
+    summary TEXT NOT NULL, frame TEXT NOT NULL, status TEXT NOT NULL, expires_at INTEGER NOT NULL,
+    bytes INTEGER NOT NULL, ended_at INTEGER, result TEXT, error TEXT) STRICT;
+CREATE INDEX IF NOT EXISTS queued_commands_of_connection ON queued_commands(connection_id, status);
+CREATE INDEX IF NOT EXISTS queued_commands_by_status ON queued_commands(status, expires_at);
+CREATE TABLE IF NOT EXISTS paused_agents (
+    machine_id TEXT NOT NULL REFERENCES machines(id) ON DELETE CASCADE, ref TEXT NOT NULL,
+    connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, name TEXT NOT NULL, task TEXT,
+    since INTEGER NOT NULL, PRIMARY KEY (machine_id, ref)) STRICT;
 )sql";
 
 constexpr std::string_view machineColumns =
@@ -75,22 +87,6 @@ StoredConnection connectionOf(Statement const& row)
     connection.createdAt = row.text(6);
     connection.revokedAt = row.optionalText(7);
     return connection;
-}
-
-template <class F>
-auto allOf(Statement statement, F read)
-{
-    std::vector<decltype(read(statement))> all;
-    while (statement.step())
-        all.push_back(read(statement));
-    return all;
-}
-
-template <class F>
-auto firstOf(Statement statement, F read)
-{
-    using Value = decltype(read(statement));
-    return statement.step() ? std::optional<Value>(read(statement)) : std::nullopt;
 }
 
 } // namespace

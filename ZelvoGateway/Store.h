@@ -1,9 +1,11 @@
 #pragma once
 
+#include "ZelvoGateway/Arbiter.h"
 #include "ZelvoGateway/Database.h"
 #include "base/Clock.h"
 #include "wire/AgentMode.h"
 #include "wire/AgentScope.h"
+#include "wire/records/Connections.h"
 #include "wire/records/Heartbeat.h"
 #include "wire/records/ServiceLinking.h"
 
@@ -49,9 +51,35 @@ struct MachineWithToken {
     std::string token;
 };
 
+/// A command that waits for its machine, runs, or has ended.
+struct StoredCommand {
+    std::string id; ///< also the "id" of its frame
+    std::string connectionId;
+    std::string method;
+    std::string summary;
+    std::string frame; ///< JSON; empty once it has ended
+    Date expiresAt;
+    records::CommandStatus status = records::CommandStatus::queued;
+    std::optional<std::string> result; ///< JSON
+    std::optional<std::string> error;  ///< JSON, {"code", "message", "details"?}
+};
+
+/// How a queued command ended.
+struct CommandEnd {
+    records::CommandStatus status{};
+    std::optional<std::string> result = {};
+    std::optional<std::string> error = {};
+};
+
+/// What commands that wait take up.
+struct QueueUse {
+    std::size_t commands = 0;
+    std::size_t bytes = 0;
+};
+
 /// Everything that outlives the process: machines, connections, link sessions, end users, one-time codes of
-/// the console. Of tokens and codes only hashes are kept. Other processes may use the same file at the same
-/// time. Thread: one at a time. Errors: std::runtime_error.
+/// the console, queued commands, agents that were put aside. Of tokens and codes only hashes are kept. Other
+/// processes may use the same file at the same time. Thread: one at a time. Errors: std::runtime_error.
 class Store {
 public:
     explicit Store(std::filesystem::path const& file);
@@ -90,6 +118,36 @@ public:
     void addConsoleCode(std::string_view code, Date expiresAt);
     /// True once for each code, and only before its end.
     bool takeConsoleCode(std::string_view code, Date now);
+
+    /// Keeps a command; it waits for its machine, in the order of the calls.
+    void addCommand(StoredCommand const& command);
+    std::optional<StoredCommand> command(std::string const& id);
+    /// Commands that wait, oldest first, of connections that stand; without their frames.
+    std::vector<StoredCommand> waitingCommands(std::string const& machineId, Date now);
+    QueueUse queueOfConnection(std::string const& connectionId);
+    QueueUse queueOfMachine(std::string const& machineId);
+    /// From queued to running; false when it is not queued any more or its time is over. It is on disk before
+    /// this returns, so that no command is ever sent twice.
+    bool startCommand(std::string const& id, Date now);
+    /// Back from running to queued, for one that the machine did not start.
+    void requeueCommand(std::string const& id);
+    /// From `status` to its end; false when it has another status.
+    bool endCommand(std::string const& id, records::CommandStatus status, CommandEnd const& end, Date now);
+    /// Ends the commands whose time is over while they wait.
+    void expireCommands(Date now);
+    /// Ends the commands that were running when the gateway stopped: whether they were carried out is not
+    /// known.
+    void endInterruptedCommands(Date now);
+    /// Forgets what ended before `oldest`.
+    void forgetEndedCommands(Date oldest);
+    /// Keeps at most so many ended commands of a connection and so many bytes of their results, the newest.
+    void trimEndedCommands(std::string const& connectionId, std::size_t count, std::size_t bytes);
+    void dropCommands(std::string const& connectionId);
+
+    void addPausedAgent(std::string const& machineId, PausedAgent const& paused);
+    void removePausedAgent(std::string const& machineId, std::string const& ref);
+    void removePausedAgents(std::string const& connectionId);
+    std::vector<PausedAgent> pausedAgents(std::string const& machineId);
 
     /// Forgets codes and sessions whose time was over a day ago.
     void forgetExpired(Date now);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "ZelvoGateway/Database.h"
+
+#include <optional>
+#include <vector>
+
+namespace zelvo::service {
+
+/// Every row of a statement, as `read` takes it.
+template <class F>
+auto allOf(Statement statement, F read)
+{
+    std::vector<decltype(read(statement))> all;
+    while (statement.step())
+        all.push_back(read(statement));
+    return all;
+}
+
+/// Its first row; nothing when there is none.
+template <class F>
+auto firstOf(Statement statement, F read)
+{
+    using Value = decltype(read(statement));
+    return statement.step() ? std::optional<Value>(read(statement)) : std::nullopt;
+}
+
+} // namespace zelvo::service
