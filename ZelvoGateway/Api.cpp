@@ -12,6 +12,8 @@ namespace zelvo::service {
 
 namespace {
 
+constexpr Duration housekeepingPeriod = 60s;
+
 json::object objectOf(std::string const& body)
 {
     auto parsed = parseJson(body);
@@ -49,11 +51,25 @@ bool matches(std::vector<std::string_view> const& pattern,
 
 } // namespace
 
-Api::Api(
-    Store& store, MachineRegistry& machines, ApiKey const& key, Settings const& settings, Executor workers)
-    : store(store), settings(settings), access(store, key, settings), links(store, settings),
-      connections(store, machines, settings), commands(store, machines, settings, std::move(workers))
+Api::Api(Store& store,
+         MachineRegistry& machines,
+         ApiKey const& key,
+         Settings const& settings,
+         Clock& clock,
+         MemoryBudget& memory,
+         Executor workers)
+    : store(store), settings(settings), clock(clock), access(store, key, settings), links(store, settings),
+      connections(store, machines, settings),
+      commands(store, machines, settings, clock, memory, std::move(workers))
 {
+}
+
+Task<> Api::keepHouse()
+{
+    for (;;) {
+        commands.tidy();
+        co_await clock.sleep(housekeepingPeriod);
+    }
 }
 
 std::span<Api::Route const> Api::routes()
@@ -76,6 +92,16 @@ std::span<Api::Route const> Api::routes()
          platform,
          &Limits::commandBody,
          &Api::handleCommands},
+        {"GET",
+         {"v1", "connections", "*", "commands", "*"},
+         platform,
+         &Limits::smallBody,
+         &Api::handleCommand},
+        {"DELETE",
+         {"v1", "connections", "*", "commands", "*"},
+         platform,
+         &Limits::smallBody,
+         &Api::handleCancelCommand},
         {"GET", {"v1", "machines", "*"}, platform, &Limits::smallBody, &Api::handleMachine},
         {"DELETE", {"v1", "machines", "*"}, platform, &Limits::smallBody, &Api::handleRemoveMachine},
         {"POST", {"v1", "cloud-machines"}, platform, &Limits::smallBody, &Api::handleCloudMachines},
@@ -229,12 +255,24 @@ Task<HttpResponse> Api::handleConnections(HttpRequest, Ids)
 
 Task<HttpResponse> Api::handleRevoke(HttpRequest, Ids ids)
 {
-    co_return jsonResponse(200, records::toJson(connections.revoke(ids.front())));
+    auto const revoked = connections.revoke(ids.front());
+    commands.connectionRevoked(revoked.machineId, revoked.id);
+    co_return jsonResponse(200, records::toJson(revoked));
 }
 
 Task<HttpResponse> Api::handleCommands(HttpRequest request, Ids ids)
 {
     co_return co_await commands.run(std::move(ids.front()), std::move(request.body));
+}
+
+Task<HttpResponse> Api::handleCommand(HttpRequest, Ids ids)
+{
+    co_return commands.state(ids.front(), ids.back());
+}
+
+Task<HttpResponse> Api::handleCancelCommand(HttpRequest, Ids ids)
+{
+    co_return commands.cancel(ids.front(), ids.back());
 }
 
 Task<HttpResponse> Api::handleMachine(HttpRequest, Ids ids)
@@ -245,6 +283,7 @@ Task<HttpResponse> Api::handleMachine(HttpRequest, Ids ids)
 Task<HttpResponse> Api::handleRemoveMachine(HttpRequest, Ids ids)
 {
     connections.removeMachine(ids.front());
+    commands.machineRemoved(ids.front());
     co_return jsonResponse(200, json::object{{"ok", true}});
 }
 

@@ -46,6 +46,8 @@ public:
         MachineRegistry& machines,
         ApiKey const& key,
         Settings const& settings,
+        Clock& clock,
+        MemoryBudget& memory,
         Executor workers);
 
     /// Decides by the head alone, before a byte of the body is read. Throws Failure.
@@ -63,6 +65,12 @@ public:
         return connections.tellRevocations(session);
     }
 
+    MachineListener& listener() { return commands; }
+    /// What is to be done again and again while the server runs.
+    Task<> keepHouse();
+    /// Ends what waits for other than machines and callers.
+    void stop() { commands.stop(); }
+
 private:
     static std::span<Route const> routes();
     void assertAccess(Route const& route, HttpRequest const& head) const;
@@ -79,12 +87,15 @@ private:
     Task<HttpResponse> handleConnections(HttpRequest request, Ids ids);
     Task<HttpResponse> handleRevoke(HttpRequest request, Ids ids);
     Task<HttpResponse> handleCommands(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleCommand(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleCancelCommand(HttpRequest request, Ids ids);
     Task<HttpResponse> handleMachine(HttpRequest request, Ids ids);
     Task<HttpResponse> handleRemoveMachine(HttpRequest request, Ids ids);
     Task<HttpResponse> handleCloudMachines(HttpRequest request, Ids ids);
 
     Store& store;
     Settings const& settings;
+    Clock& clock;
     ConsoleAccess access;
     LinkService links;
     ConnectionService connections;

@@ -1,138 +1,170 @@
 #include "ZelvoGateway/CommandService.h"
 
 #include "ZelvoGateway/Failure.h"
+#include "ZelvoGateway/JsonWork.h"
+#include "ZelvoGateway/MachineReply.h"
 #include "ZelvoGateway/Secrets.h"
-#include "base/Hop.h"
-
-#include <array>
 
 namespace zelvo::service {
 
-namespace {
-
-constexpr std::size_t longText = 64_KiB;
-
-/// The gateway's own messages to a machine. A machine answers them whatever the connection may do, and they
-/// name other connections, so they are not for platforms to send.
-constexpr std::array<std::string_view, 5> ownMethods = {"agents.update", "connection.revoke",
-                                                        "connections.names", "heartbeat", "queue.offer"};
-
-Failure failureOf(std::string const& requestId, json::object const& error)
+CommandService::CommandService(Store& store,
+                               MachineRegistry& machines,
+                               Settings const& settings,
+                               Clock& clock,
+                               MemoryBudget& memory,
+                               Executor workers)
+    : store(store), machines(machines), settings(settings), clock(clock), memory(memory), workers(workers),
+      control(store, clock, settings), queue(store, control, clock, settings, workers)
 {
-    auto const code = fromRawValue<ErrorCode>(read::text(error, "code").value_or(""));
-    Failure failure;
-    failure.code = code.value_or(ErrorCode::internalError);
-    failure.message = read::text(error, "message").value_or("The machine reported a failure");
-    failure.requestId = requestId;
-    if (json::object const* const details = read::object(error, "details"))
-        failure.details = *details;
-    return failure;
 }
 
-std::string methodOf(json::object const& command)
+StoredConnection CommandService::connectionOf(std::string const& id)
 {
-    auto const method = read::text(command, "method");
-    if (!method || method->empty())
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "\"method\" must be a text"};
-    if (std::ranges::find(ownMethods, *method) != ownMethods.end())
-        throw Failure{.code = ErrorCode::forbidden,
-                      .message = "\"" + *method + "\" is not for platforms to send"};
-    return *method;
-}
-
-/// Moves a member that must be an object, when it is there, from one object to another.
-void moveObject(json::object& from, std::string_view key, json::object& to)
-{
-    json::value* const value = from.if_contains(key);
-    if (!value || value->is_null())
-        return;
-    if (!value->is_object())
-        throw Failure{.code = ErrorCode::invalidRequest,
-                      .message = "\"" + std::string(key) + "\" must be an object"};
-    to.emplace(key, std::move(*value));
-}
-
-json::value frameOf(std::string const& requestId, std::string const& connectionId, json::object command)
-{
-    json::object frame;
-    frame["id"] = requestId;
-    frame["method"] = methodOf(command);
-    frame["connectionId"] = connectionId;
-    moveObject(command, "params", frame);
-    moveObject(command, "agent", frame);
-    return frame;
-}
-
-} // namespace
-
-Task<std::optional<json::value>> parseOn(Executor workers, std::string_view text)
-{
-    if (text.size() <= longText)
-        co_return parseJson(text);
-    auto const parse = [text] { return parseJson(text); };
-    co_return co_await on(workers, parse);
-}
-
-Task<std::string> writeOn(Executor workers, json::value value, std::size_t bytes)
-{
-    if (bytes <= longText)
-        co_return writeJson(value);
-    auto const write = [&value] { return writeJson(value); };
-    co_return co_await on(workers, write);
-}
-
-std::shared_ptr<MachineSession> CommandService::machineOf(std::string const& connectionId)
-{
-    auto const connection = store.connection(connectionId);
+    auto connection = store.connection(id);
     if (!connection || connection->revokedAt)
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};
-    auto machine = machines.find(connection->machineId);
-    if (!machine)
-        throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
-    return machine;
+    return *std::move(connection);
 }
 
 Task<HttpResponse> CommandService::run(std::string connectionId, std::string body)
 {
-    machineOf(
-        connectionId); // Before the body is looked at: nobody waits for the reading of what can't be sent.
-    std::size_t const bytes = body.size();
-    json::object command = co_await readBody(std::move(body));
-    std::string const requestId = newId("req");
-    json::value frame = frameOf(requestId, connectionId, std::move(command));
-    std::string text = co_await writeOn(workers, std::move(frame), bytes);
-    // Asked again, since the connection may have been revoked meanwhile.
-    auto const machine = machineOf(connectionId);
-    MachineMessage reply = co_await machine->call(requestId, std::move(text), settings.commandTimeout);
-    co_return co_await responseOf(requestId, std::move(reply));
+    // Before the body is looked at: nobody waits for the reading of what can't be sent.
+    StoredConnection connection = connectionOf(connectionId);
+    Way way = co_await read(std::move(connection), std::move(body));
+    control.assertNotPaused(way.connection.machineId, way.agent.ref);
+    auto const session = machines.find(way.connection.machineId);
+    if (way.command.mayBeQueued() && (!session || !session->presence().isUsable()))
+        co_return enqueue(std::move(way));
+    if (!session)
+        throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
+    co_return co_await send(std::move(way));
 }
 
-Task<json::object> CommandService::readBody(std::string body)
+Task<CommandService::Way> CommandService::read(StoredConnection connection, std::string body)
 {
     auto parsed = co_await parseOn(workers, body);
     json::object* const object = parsed ? parsed->if_object() : nullptr;
     if (!object)
         throw Failure{.code = ErrorCode::invalidRequest, .message = "The body must be a JSON object"};
-    co_return std::move(*object);
+    Way way;
+    way.connection = std::move(connection);
+    way.command = readCommand(std::move(*object));
+    auto const* const params = way.command.params ? &*way.command.params : nullptr;
+    way.agent = agentOf(way.connection, way.command.agent ? &*way.command.agent : nullptr);
+    way.patience = patienceFor(params, settings.commandTimeout);
+    way.summary = summaryOf(way.command.method, params);
+    way.id = newId(way.command.mayBeQueued() ? "cmd" : "req");
+    json::value frame = frameOf(way.id, way.connection.id, way.command);
+    way.text = co_await writeOn(workers, std::move(frame), body.size());
+    co_return way;
+}
+
+Task<HttpResponse> CommandService::send(Way way)
+{
+    std::string const machineId = way.connection.machineId;
+    Instant const deadline =
+        clock.now() + (way.command.mustNotWait() ? Duration{} : settings.control.patience);
+    std::optional<Failure> refused;
+    std::optional<ControlService::Lease> lease;
+    try {
+        lease.emplace(co_await control.acquire(way.connection, way.command.method, way.agent, deadline));
+    } catch (Failure const& failure) {
+        refused = failure;
+    }
+    // Asked again, since both may have ended meanwhile.
+    connectionOf(way.connection.id);
+    if (refused)
+        throw *refused;
+    auto const session = machines.find(machineId);
+    if (!session)
+        throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
+    bool const mayBeKept = way.command.mayBeQueued() && way.text.size() <= settings.limits.queuedCommand;
+    std::string const kept = mayBeKept ? way.text : std::string();
+    MachineMessage reply = co_await session->call(way.id, std::move(way.text), way.patience);
+    auto const code = errorCodeOf(reply.value.get_object());
+    if (mayBeKept && code && wasNotStarted(way.command.method, *code)) {
+        // It is less ready than its last heartbeat said.
+        queue.machineRefused(session);
+        connectionOf(way.connection.id);
+        way.text = kept;
+        co_return enqueue(std::move(way));
+    }
+    co_return co_await responseOf(way.id, std::move(reply));
+}
+
+HttpResponse CommandService::enqueue(Way way)
+{
+    auto const queued = queue.add(way.connection, way.command, std::move(way.id), std::move(way.summary),
+                                  std::move(way.text));
+    return jsonResponse(202, records::toJson(queued));
 }
 
 Task<HttpResponse> CommandService::responseOf(std::string requestId, MachineMessage reply)
 {
     json::object& object = reply.value.get_object();
-    if (json::object const* const error = read::object(object, "error"))
-        throw failureOf(requestId, *error);
-    json::value* const result = object.if_contains("result");
-    if (!result)
-        throw Failure{.code = ErrorCode::internalError,
-                      .message = "The machine's answer was no answer",
-                      .requestId = requestId};
+    if (auto const failure = failureIn(requestId, object))
+        throw *failure;
     json::object answer;
-    answer.emplace("result", std::move(*result));
+    answer.emplace("result", std::move(object.at("result")));
     json::value value(std::move(answer));
     HttpResponse response;
     response.body = co_await writeOn(workers, std::move(value), reply.bytes);
     response.memory = std::move(reply.memory);
     co_return response;
+}
+
+HttpResponse CommandService::state(std::string const& connectionId, std::string const& commandId)
+{
+    connectionOf(connectionId);
+    return recordResponse(queue.state(connectionId, commandId));
+}
+
+HttpResponse CommandService::cancel(std::string const& connectionId, std::string const& commandId)
+{
+    connectionOf(connectionId);
+    return recordResponse(queue.cancel(connectionId, commandId));
+}
+
+HttpResponse CommandService::recordResponse(StoredCommand command)
+{
+    HttpResponse response;
+    response.body = recordText(command);
+    if (!memory.grow(response.memory, response.body.size()))
+        throw Failure{.code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
+    return response;
+}
+
+void CommandService::connectionRevoked(std::string const& machineId, std::string const& connectionId)
+{
+    control.connectionRevoked(machineId, connectionId);
+    queue.connectionRevoked(connectionId);
+}
+
+void CommandService::presenceTold(std::shared_ptr<MachineSession> const& session)
+{
+    control.heartbeat(session);
+    queue.presenceTold(session);
+}
+
+void CommandService::eventTold(std::shared_ptr<MachineSession> const& session,
+                               records::MachineEvent const& event)
+{
+    using records::MachineEventType;
+    auto const ref = event.data ? read::text(*event.data, "ref") : std::nullopt;
+    if (event.event == MachineEventType::agentPause && ref)
+        control.pause(session->machineId(), *ref);
+    else if (event.event == MachineEventType::agentResume && ref)
+        control.resume(session->machineId(), *ref);
+    else if (event.event == MachineEventType::queuedCommandsACK)
+        queue.acknowledged(session, event);
+}
+
+void CommandService::sessionEnded(std::shared_ptr<MachineSession> const& session)
+{
+    queue.sessionEnded(session);
+    auto const newer = machines.find(session->machineId());
+    if (!newer || newer == session) // Else it only changed its socket, and who holds goes on.
+        control.machineGone(session->machineId());
 }
 
 } // namespace zelvo::service

@@ -2,7 +2,6 @@
 
 #include "ZelvoGateway/Failure.h"
 #include "ZelvoGateway/Today.h"
-#include "wire/records/Events.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/this_coro.hpp>
@@ -13,6 +12,18 @@ namespace zelvo::service {
 namespace {
 
 constexpr std::size_t longestHeartbeat = 64_KiB; // It is stored, so a machine must not choose its size.
+
+Presence presenceOf(records::Heartbeat const& heartbeat)
+{
+    Presence presence{.paused = heartbeat.paused, .availability = heartbeat.availability, .granted = {}};
+    if (auto const& features = heartbeat.features)
+        presence.knowsAgents = std::ranges::find(*features, "agents") != features->end();
+    // Machines without a person know of no connections.
+    if (auto const& granted = heartbeat.grantedConnectionIds;
+        granted && heartbeat.mode == AgentMode::connected)
+        presence.granted.emplace(granted->begin(), granted->end());
+    return presence;
+}
 
 } // namespace
 
@@ -28,9 +39,12 @@ struct MachineSession::Call {
 MachineSession::MachineSession(std::string machineId,
                                std::shared_ptr<MachineLink> link,
                                Store& store,
-                               Limits const& limits)
-    : id(std::move(machineId)), link(std::move(link)), store(store), limits(limits)
+                               Limits const& limits,
+                               MachineListener& listener)
+    : id(std::move(machineId)), link(std::move(link)), store(store), limits(limits), listener(listener)
 {
+    if (auto const machine = store.machine(id))
+        present.paused = machine->paused;
 }
 
 void MachineSession::assertRoomFor(std::size_t bytes, std::string const& requestId) const
@@ -86,8 +100,12 @@ void MachineSession::received(MachineMessage message)
 void MachineSession::receivedHeartbeat(json::object const& message)
 {
     json::value const* const params = message.if_contains("params");
-    if (auto const heartbeat = params ? records::fromJson<records::Heartbeat>(*params) : std::nullopt)
-        store.saveHeartbeat(id, *heartbeat, today());
+    auto const heartbeat = params ? records::fromJson<records::Heartbeat>(*params) : std::nullopt;
+    if (!heartbeat)
+        return;
+    store.saveHeartbeat(id, *heartbeat, today());
+    present = presenceOf(*heartbeat);
+    listener.presenceTold(shared_from_this());
 }
 
 void MachineSession::receivedEvent(json::object const& message)
@@ -95,9 +113,14 @@ void MachineSession::receivedEvent(json::object const& message)
     auto const event = records::fromJson<records::MachineEvent>(message);
     if (!event)
         return;
-    if (event->event == records::MachineEventType::paused ||
-        event->event == records::MachineEventType::resumed)
-        store.setPaused(id, event->event == records::MachineEventType::paused, today());
+    bool const paused = event->event == records::MachineEventType::paused;
+    if (paused || event->event == records::MachineEventType::resumed) {
+        store.setPaused(id, paused, today());
+        present.paused = paused;
+        listener.presenceTold(shared_from_this());
+    } else {
+        listener.eventTold(shared_from_this(), *event);
+    }
 }
 
 void MachineSession::receivedReply(MachineMessage message)
@@ -112,12 +135,14 @@ void MachineSession::receivedReply(MachineMessage message)
 
 void MachineSession::ended()
 {
-    over = true;
+    bool const first = !std::exchange(over, true);
     store.setSeen(id, today());
     for (auto const& [requestId, call] : calls) {
         call->ended = true;
         call->wake.cancel();
     }
+    if (first)
+        listener.sessionEnded(shared_from_this());
 }
 
 } // namespace zelvo::service

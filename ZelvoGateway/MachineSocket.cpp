@@ -1,6 +1,7 @@
 #include "ZelvoGateway/MachineSocket.h"
 
 #include "ZelvoGateway/Api.h"
+#include "ZelvoGateway/JsonWork.h"
 #include "ZelvoGateway/MachineRegistry.h"
 
 #include <boost/asio/as_tuple.hpp>
@@ -40,8 +41,8 @@ Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
         close(CloseCode::goingAway, CloseReason::stopping);
         co_return;
     }
-    auto const session =
-        std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits);
+    auto const session = std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits,
+                                                          parts.api.listener());
     parts.machines.attach(session);
     parts.store.setSeen(machineId,
                         std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now()));

@@ -31,18 +31,20 @@ asio::ip::address listenAddress(std::string const& text)
 
 } // namespace
 
-Server::Server(Settings wanted)
+Server::Server(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
-      store(folder.file("gateway.sqlite")), memory(settings.limits.memory),
-      api(store, machines, key, settings, workers.get_executor()), parts{.settings = settings,
-                                                                         .store = store,
-                                                                         .machines = machines,
-                                                                         .api = api,
-                                                                         .memory = memory,
-                                                                         .workers = workers.get_executor()},
+      store(folder.file("gateway.sqlite")), memory(settings.limits.memory), clock(clock ? *clock : ownClock),
+      api(store, machines, key, settings, this->clock, memory, workers.get_executor()),
+      parts{.settings = settings,
+            .store = store,
+            .machines = machines,
+            .api = api,
+            .memory = memory,
+            .workers = workers.get_executor()},
       acceptor(io)
 {
     folder.lock();
+    store.endInterruptedCommands(this->clock.date());
     listen();
     folder.write(addressFile, address() + "\n");
 }
@@ -51,6 +53,7 @@ Server::~Server()
 {
     folder.remove(addressFile);
     workers.join();
+    clock.dropSleepers();
 }
 
 void Server::listen()
@@ -87,6 +90,12 @@ std::string Server::newConsoleLink()
 void Server::run()
 {
     spawn(io.get_executor(), [this] { return acceptAll(); });
+    // From inside the loop, where it starts at once: one that is cancelled before its start throws out of
+    // run().
+    asio::post(io, [this] {
+        if (!parts.stopping)
+            housekeeping = spawn(io.get_executor(), [this] { return api.keepHouse(); });
+    });
     while (!parts.stopping && io.run_one() > 0) {
     }
     io.run_for(patienceAtEnd); // Until the last connection has ended.
@@ -135,6 +144,9 @@ void Server::stopHere()
     boost::system::error_code ignored;
     acceptor.close(ignored);
     machines.closeAll();
+    api.stop();
+    housekeeping.cancel();
+    ownClock.rest();
     for (auto const& session : sessions)
         session->drop();
 }

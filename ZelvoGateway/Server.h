@@ -6,6 +6,7 @@
 #include "ZelvoGateway/HttpSession.h"
 #include "ZelvoGateway/MachineRegistry.h"
 #include "ZelvoGateway/MemoryBudget.h"
+#include "ZelvoGateway/ServerClock.h"
 #include "ZelvoGateway/Settings.h"
 #include "ZelvoGateway/Store.h"
 
@@ -24,7 +25,9 @@ namespace zelvo::service {
 class Server {
 public:
     /// Opens the store and listens. Throws std::runtime_error with a text for the person who started it.
-    explicit Server(Settings wanted);
+    /// Agents take turns and queued commands end by `clock`, which must outlive the server; without one the
+    /// server has its own.
+    explicit Server(Settings wanted, Clock* clock = nullptr);
     ~Server();
 
     std::uint16_t port() const { return boundPort; }
@@ -51,10 +54,13 @@ private:
     MemoryBudget memory;
     asio::io_context io{1};
     asio::thread_pool workers{2};
+    ServerClock ownClock{io.get_executor()};
+    Clock& clock;
     Api api;
     ServerParts parts;
     asio::ip::tcp::acceptor acceptor;
     std::set<std::shared_ptr<HttpSession>> sessions;
+    TaskHandle housekeeping;
     std::uint16_t boundPort = 0;
 };
 

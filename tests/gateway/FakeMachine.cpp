@@ -9,6 +9,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/websocket/stream.hpp>
+#include <boost/json/value_from.hpp>
 
 #include <deque>
 
@@ -197,11 +198,21 @@ void FakeMachine::sendBinary(std::string bytes)
                [state = state, bytes = std::move(bytes)] { state->send({bytes, false}); });
 }
 
-void FakeMachine::heartbeat(std::string const& computerName, bool paused)
+void FakeMachine::sendEvent(std::string const& event, json::object data, std::string const& connectionId)
 {
-    json::object const params{
+    json::object message{{"event", event}, {"data", std::move(data)}};
+    if (!connectionId.empty())
+        message["connectionId"] = connectionId;
+    sendText(writeJson(message));
+}
+
+namespace {
+
+json::object heartbeatOf(std::string const& computerName, bool paused, std::string const& availability)
+{
+    return {
         {"appVersion", "0.1.0"},
-        {"availability", "ready"},
+        {"availability", availability},
         {"computerName", computerName},
         {"macosVersion", "12.0.0"},
         {"mode", "connected"},
@@ -211,9 +222,22 @@ void FakeMachine::heartbeat(std::string const& computerName, bool paused)
         {"display", {{"displayId", 66}, {"heightPoints", 1080}, {"scaleFactor", 1}, {"widthPoints", 1920}}},
         {"diskFreeGb", 1.5},
         {"memUsedMb", 40},
-        {"grantedConnectionIds", json::array()},
         {"recording", "off"},
         {"features", {"connection_names", "agents"}}};
+}
+
+} // namespace
+
+void FakeMachine::heartbeat(std::string const& computerName, bool paused, std::string const& availability)
+{
+    json::object const params = heartbeatOf(computerName, paused, availability);
+    sendText(writeJson(json::object{{"method", "heartbeat"}, {"params", params}}));
+}
+
+void FakeMachine::heartbeatWith(std::vector<std::string> const& connections)
+{
+    json::object params = heartbeatOf("box", false, "ready");
+    params["grantedConnectionIds"] = json::value_from(connections);
     sendText(writeJson(json::object{{"method", "heartbeat"}, {"params", params}}));
 }
 
@@ -237,6 +261,13 @@ std::vector<json::object> FakeMachine::frames() const
 {
     std::scoped_lock guard(state->lock);
     return state->frames;
+}
+
+std::vector<json::object> FakeMachine::framesOf(std::string const& method) const
+{
+    std::vector<json::object> all = frames();
+    std::erase_if(all, [&](json::object const& frame) { return frame.at("method").as_string() != method; });
+    return all;
 }
 
 int FakeMachine::pings() const

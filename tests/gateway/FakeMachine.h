@@ -55,12 +55,19 @@ public:
     void onFrame(Handler handler);
     void sendText(std::string text);
     void sendBinary(std::string bytes);
-    void heartbeat(std::string const& computerName = "box", bool paused = false);
+    void heartbeat(std::string const& computerName = "box",
+                   bool paused = false,
+                   std::string const& availability = "ready");
+    /// A heartbeat of a machine at which these connections stand, and no others.
+    void heartbeatWith(std::vector<std::string> const& connections);
+    void sendEvent(std::string const& event, json::object data, std::string const& connectionId = {});
     void drop();
     /// Waits for the end of the socket and gives its close code, 0 when there was none.
     int closeCode();
     /// All frames that have come.
     std::vector<json::object> frames() const;
+    /// Those of one method.
+    std::vector<json::object> framesOf(std::string const& method) const;
     int pings() const;
 
     struct State;

@@ -7,6 +7,12 @@
 
 namespace zelvo::service {
 
+namespace {
+
+constexpr char const* bothScopes = R"(["screen","input"])";
+
+} // namespace
+
 TemporaryFolder::TemporaryFolder()
 {
     std::string name = (std::filesystem::temp_directory_path() / "zelvo-gateway-test-XXXXXX").string();
@@ -36,7 +42,7 @@ Gateway::~Gateway()
 
 void Gateway::start()
 {
-    server = std::make_unique<Server>(settings);
+    server = std::make_unique<Server>(settings, &clock);
     thread = std::thread([this] { server->run(); });
 }
 
@@ -117,8 +123,16 @@ LinkedMachine Gateway::link() const
     LinkedMachine machine;
     machine.machineId = std::string(resolved.at("machineId").as_string());
     machine.token = std::string(resolved.at("machineToken").as_string());
-    machine.connectionId = std::string(complete(code, machine.token).json().at("connectionId").as_string());
+    machine.connectionId =
+        std::string(complete(code, machine.token, bothScopes).json().at("connectionId").as_string());
     return machine;
+}
+
+std::string Gateway::connect(LinkedMachine const& linked) const
+{
+    std::string const code = newLink();
+    resolve(code, linked.token);
+    return std::string(complete(code, linked.token, bothScopes).json().at("connectionId").as_string());
 }
 
 std::pair<std::string, std::string> Gateway::consoleCookie()

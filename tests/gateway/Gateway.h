@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/Server.h"
 #include "gateway/HttpClient.h"
+#include "gateway/SteppedClock.h"
 
 #include <filesystem>
 #include <functional>
@@ -40,6 +41,8 @@ public:
     std::string readFile(std::string const& name) const;
     std::string apiKey() const;
     Server& running() { return *server; }
+    /// What the gateway's agents and queues go by; it goes on through stop() and start().
+    SteppedClock clock;
     void stop();
     void start();
 
@@ -57,6 +60,8 @@ public:
                    std::string const& method,
                    std::string const& params = "{}") const;
 
+    /// A further connection of a linked machine, made as its person would make it.
+    std::string connect(LinkedMachine const& linked) const;
     /// The one-time token of a new link.
     std::string newLink(std::string const& scopes = R"(["screen","input"])") const;
     Answer resolve(std::string const& link,

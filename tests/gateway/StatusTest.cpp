@@ -86,7 +86,7 @@ TEST(Status, standsInTheConnection)
     MachineThread thread;
     LinkedMachine const linked = gateway.link();
     FakeMachine machine(thread, gateway.port(), linked.token);
-    machine.heartbeat();
+    machine.heartbeatWith({});
     ASSERT_TRUE(becomes([&] { return statusOf(gateway, linked).appVersion.has_value(); }));
 
     auto const list = gateway.platform("GET", "/v1/connections").json();
