@@ -32,7 +32,9 @@ async function call(path, body) {
 }
 
 async function command(connection, method, params) {
-  return (await call(`/v1/connections/${encodeURIComponent(connection)}/commands`, { method, params, agent })).result;
+  // What a hand does is for the screen that it sees now: it must not wait for another agent's end.
+  const delivery = { whenUnavailable: "fail" };
+  return (await call(`/v1/connections/${encodeURIComponent(connection)}/commands`, { method, params, agent, delivery })).result;
 }
 
 const awayTexts = {
@@ -45,6 +47,7 @@ const awayTexts = {
 function explain(error) {
   switch (error.code) {
     case "machine_paused": return ["Paused at the machine", "The person there has paused all agents. Only they can go on."];
+    case "agent_paused": return ["Paused at the machine", "The person there has paused this console. Only they can go on."];
     case "machine_unavailable": return awayTexts[error.details.reason] || ["The machine is unavailable", error.message];
     case "machine_offline": return ["The machine is offline", "The picture comes back when it connects again."];
     case "permission_missing":
