@@ -194,8 +194,7 @@ TEST_F(ConfirmationPanelTest, buttonsAnswer)
 TEST_F(ConfirmationPanelTest, closingDeniesAnActionAndLeavesAChoiceUnanswered)
 {
     Answer const action = askAndWait(shell("a"));
-    press("alt+F4");
-    EXPECT_TRUE(until([&] { return action->has_value(); }));
+    EXPECT_TRUE(pressUntil("alt+F4", [&] { return action->has_value(); }));
     Answer const choice = choose();
     waitForPanel();
     EXPECT_FALSE(panel()->findChild<QCheckBox*>());

@@ -66,6 +66,15 @@ protected:
     static DesktopPoint middleOf(QWidget const& widget);
     void clickOn(QWidget const& widget);
     void press(std::string const& key) { desktop->run({"xdotool", "key", key}); }
+    /// For a key that the window manager takes, which on a busy machine may not listen for it yet.
+    bool pressUntil(std::string const& key, std::function<bool()> const& condition)
+    {
+        for (int tries = 0; tries < 5 && !condition(); ++tries) {
+            press(key);
+            until(condition, 3s);
+        }
+        return condition();
+    }
 
     /// What is on the screen, also as a file for a person to look at.
     QImage picture(std::string const& name);
