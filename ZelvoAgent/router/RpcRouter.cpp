@@ -55,6 +55,14 @@ std::map<std::string_view, RpcRouter::Handler> const& RpcRouter::methods()
     return table;
 }
 
+std::vector<std::string_view> RpcRouter::methodNames()
+{
+    std::vector<std::string_view> names;
+    for (auto const& [name, handler] : methods())
+        names.push_back(name);
+    return names;
+}
+
 bool RpcRouter::isServiceMethod(std::string_view method)
 {
     return std::ranges::find(serviceMethods, method) != serviceMethods.end();

@@ -33,6 +33,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zelvo {
 
@@ -68,6 +69,9 @@ public:
 
     /// Never fails: every failure becomes an error reply.
     Task<RpcReply> handle(RpcFrame frame);
+
+    /// Every method that is served, in alphabetical order.
+    static std::vector<std::string_view> methodNames();
 
 private:
     using Handler = Task<json::value> (RpcRouter::*)(RpcFrame);
