@@ -10,6 +10,7 @@
 #include "fakes/FakeShell.h"
 #include "fakes/FakeTree.h"
 #include "router/RpcRouter.h"
+#include "unit/docs/JsonSchemas.h"
 
 #include <gtest/gtest.h>
 
@@ -148,7 +149,10 @@ protected:
     /// The reply to a frame that needs no time.
     json::object call(RpcFrame request)
     {
-        return run(platform.io, router->handle(std::move(request))).payload;
+        std::string const method = request.method;
+        json::object reply = run(platform.io, router->handle(std::move(request))).payload;
+        expectFitsSchema(method, reply);
+        return reply;
     }
     json::object
     call(std::string method, std::string const& params = "{}", std::optional<std::string> connection = "c")
@@ -158,11 +162,23 @@ protected:
     /// Starts a frame that needs time; the reply is there when `reply` is not empty.
     void start(RpcFrame request, std::optional<json::object>& reply)
     {
-        asio::co_spawn(platform.io, router->handle(std::move(request)),
-                       [&reply](std::exception_ptr, RpcReply result) { reply = std::move(result.payload); });
+        auto const take = [&reply, method = request.method](std::exception_ptr, RpcReply result) {
+            expectFitsSchema(method, result.payload);
+            reply = std::move(result.payload);
+        };
+        asio::co_spawn(platform.io, router->handle(std::move(request)), take);
         platform.settle();
     }
 
+    /// Every reply is one that docs/schema tells of.
+    static void expectFitsSchema(std::string const& method, json::object const& reply)
+    {
+        JsonSchemas const& schemas = JsonSchemas::ofProtocol();
+        EXPECT_EQ(schemas.faults("frame.json#/$defs/reply", reply), std::vector<std::string>()) << method;
+        json::value const* const result = reply.if_contains("result");
+        if (std::string const reference = schemas.definition(method + ".result"); result)
+            EXPECT_EQ(schemas.faults(reference, *result), std::vector<std::string>()) << method;
+    }
     static std::string code(json::object const& reply)
     {
         json::object const* const error = read::object(reply, "error");
