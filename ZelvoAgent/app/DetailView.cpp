@@ -2,6 +2,7 @@
 
 #include <QScrollBar>
 #include <QTextBlock>
+#include <QTextLayout>
 #include <QTextOption>
 #include <QTimer>
 
@@ -13,6 +14,25 @@ namespace zelvo {
 namespace {
 
 constexpr qsizetype linesAtOnce = 400;
+constexpr QTextOption::WrapMode wrapping = QTextOption::WrapAtWordBoundaryOrAnywhere;
+
+/// How high a line is when it is wrapped to a width.
+double wrappedHeight(QString const& text, QFont const& font, double width)
+{
+    QTextOption option;
+    option.setWrapMode(wrapping);
+    option.setTextDirection(Qt::LeftToRight);
+    QTextLayout layout(text, font);
+    layout.setTextOption(option);
+    double height = 0;
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        height += line.height();
+    }
+    layout.endLayout();
+    return height;
+}
 
 } // namespace
 
@@ -26,7 +46,7 @@ DetailView::DetailView(QStringList lines, QFont const& font, int width, int high
     setUndoRedoEnabled(false);
     setCursorWidth(0);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setWordWrapMode(wrapping);
     setFrameShape(QFrame::NoFrame);
     QTextOption option = document()->defaultTextOption();
     option.setTextDirection(Qt::LeftToRight); // Whatever letters it begins with.
@@ -57,14 +77,18 @@ void DetailView::addMore()
         QTimer::singleShot(0, this, [this] { addMore(); });
 }
 
+// The document itself wraps its lines only when it is shown.
 void DetailView::fit(int highest)
 {
     ensurePolished();
-    document()->setTextWidth(width()); // The viewport gets it only when it is shown.
-    double height = 2 * document()->documentMargin();
+    double const margin = document()->documentMargin();
+    double height = 3 * margin; // The first line has one of its own.
     for (QTextBlock block = document()->begin(); block.isValid() && height < highest; block = block.next())
-        height += blockBoundingRect(block).height();
+        height += wrappedHeight(block.text(), font(), width() - 2 * margin);
     setFixedHeight(std::min(static_cast<int>(std::ceil(height)), highest));
+    // Once there, a scroll bar makes lines wrap that fit without it, and so keeps being needed.
+    if (waiting.empty() && height <= highest)
+        setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 }
 
 bool DetailView::hasMoreBelow() const

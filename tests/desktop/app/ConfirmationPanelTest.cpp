@@ -10,6 +10,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTextDocument>
 #include <gmock/gmock.h>
 
 namespace zelvo::test {
@@ -376,6 +377,16 @@ TEST_F(ConfirmationPanelTest, severalStandAtOnceAndTheLastWhoHadTheKeyboardGetsI
     ASSERT_TRUE(until([&] { return first->has_value() && second->has_value(); }));
     EXPECT_TRUE(platform->focus().standing(here).hasKeyboard);
     EXPECT_FALSE(parts->gate.isClosed());
+}
+
+TEST_F(ConfirmationPanelTest, showsAFewWrappedLinesWithoutScrolling)
+{
+    std::string const path = "/a/long/path/that/needs/much/room/";
+    askAndWait(shell("cp " + path + "one " + path + "another\nls " + path));
+
+    EXPECT_GT(detail()->document()->lineCount(), detail()->blockCount());
+    EXPECT_EQ(detail()->verticalScrollBar()->maximum(), 0);
+    EXPECT_FALSE(named<QLabel>(localized("confirm.moreBelow")));
 }
 
 TEST_F(ConfirmationPanelTest, showsALongCommandWhollyByScrolling)
