@@ -12,8 +12,8 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 
 namespace zelvo::test {
@@ -23,7 +23,9 @@ namespace {
 std::string contentOf(std::filesystem::path const& file)
 {
     std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream content;
+    content << stream.rdbuf(); // Not by iterators, which throw when the process ends meanwhile.
+    return content.str();
 }
 
 std::vector<char*> pointers(std::vector<std::string>& texts)

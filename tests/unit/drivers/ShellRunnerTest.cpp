@@ -31,6 +31,16 @@ protected:
         bool isThere() const { return result || refusal || launchFailure; }
     };
 
+    /// What still runs is ended: a command and those who wait for it hold each other.
+    void TearDown() override
+    {
+        for (auto const& each : platform.processes.children)
+            each->end(0);
+        platform.settle();
+        platform.time.dropSleepers();
+        platform.settle();
+    }
+
     using Variables = std::optional<std::map<std::string, std::string>>;
 
     Reply& begin(std::string command,

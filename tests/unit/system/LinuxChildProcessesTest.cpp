@@ -269,6 +269,8 @@ TEST_F(LinuxChildProcessesTest, withoutFreeDescriptorsNothingRuns)
     std::filesystem::path const trace = folder.path / "trace";
     rlimit before{};
     ::getrlimit(RLIMIT_NOFILE, &before);
+    // A sanitizer needs descriptors when it sees the type of an object for the first time.
+    EXPECT_THAT(failureOf({.executable = "/nowhere"}), HasSubstr("No such file"));
     int failures = 0;
     // One descriptor more each time, until there are enough.
     for (UniqueFd top(::dup(0)); failures < 20; ++failures) {

@@ -5,7 +5,6 @@
 #include <charconv>
 #include <ctime>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -14,7 +13,8 @@ namespace zelvo {
 std::optional<std::chrono::nanoseconds> startOfProcess(std::int32_t pid)
 {
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string const stat{std::istreambuf_iterator<char>(file), {}};
+    std::string stat;
+    std::getline(file, stat, '\0'); // Not by iterators, which throw when the process ends meanwhile.
     // The name in brackets may hold blanks and brackets; the start is the 20th field after it.
     auto const name = stat.rfind(')');
     if (name == std::string::npos)

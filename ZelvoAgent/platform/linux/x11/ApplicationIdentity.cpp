@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string_view>
 
 namespace zelvo {
@@ -16,7 +16,9 @@ namespace {
 std::string contentOf(std::string const& file)
 {
     std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream content;
+    content << stream.rdbuf(); // Not by iterators, which throw when the process ends meanwhile.
+    return content.str();
 }
 
 std::string withoutSuffix(std::string text, std::string_view suffix)
