@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -34,7 +35,9 @@ public:
 inline std::string contentOf(std::filesystem::path const& file)
 {
     std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream content;
+    content << stream.rdbuf(); // Iterators throw when it is of a process that ends meanwhile.
+    return content.str();
 }
 
 /// Writes in place, as an editor might.
