@@ -110,9 +110,9 @@ void AgentRuntime::buildClient()
 
 void AgentRuntime::connectIfLinked()
 {
-    spawn(services.contexts.main, [this, asked = relinks]() -> Task<> {
-        auto const mark = std::make_shared<int>();
-        connecting = mark;
+    auto const mark = std::make_shared<int>();
+    connecting = mark;
+    spawn(services.contexts.main, [this, mark, asked = relinks]() -> Task<> {
         std::optional<std::string> token = co_await storedToken();
         if (asked != relinks)
             co_return;

@@ -288,6 +288,17 @@ TEST_F(AgentRuntimeTest, keyRingBroughtUpByTheFirstReadDoesNotConnectTwice)
     EXPECT_THAT(platform.opener.opened, SizeIs(1));
 }
 
+TEST_F(AgentRuntimeTest, keyRingThatAppearsInTheVeryTurnOfTheStartDoesNotConnectTwice)
+{
+    link();
+    parts.state.startObserving();
+    parts.runtime.start();
+    platform.secretStore.becameAvailable();
+    platform.settle();
+    EXPECT_EQ(state(), Kind::connected);
+    EXPECT_THAT(platform.opener.opened, SizeIs(1));
+}
+
 TEST_F(AgentRuntimeTest, keyRingThatAppearsDuringAVainReadIsReadAgain)
 {
     platform.secretStore.delay = [this]() -> Task<> {
