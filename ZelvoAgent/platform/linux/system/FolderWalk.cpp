@@ -29,18 +29,26 @@ UniqueFd openInOneStep(int folder, std::string const& relative)
     return UniqueFd(static_cast<int>(::syscall(SYS_openat2, folder, relative.c_str(), &how, sizeof how)));
 }
 
+/// 0 for a folder, else what errno is to say.
+int whyNoFolder(int opened)
+{
+    struct stat facts{};
+    if (::fstat(opened, &facts) != 0)
+        return errno;
+    if (S_ISLNK(facts.st_mode))
+        return ELOOP;
+    return S_ISDIR(facts.st_mode) ? 0 : ENOTDIR;
+}
+
 UniqueFd openPart(int folder, std::string const& name)
 {
     // Without O_DIRECTORY, which would call a link no folder.
     UniqueFd part(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    struct stat facts{};
-    if (!part || ::fstat(part.get(), &facts) != 0)
-        return {};
-    if (S_ISLNK(facts.st_mode))
-        return failed(ELOOP);
-    if (!S_ISDIR(facts.st_mode))
-        return failed(ENOTDIR);
-    return part;
+    int const reason = part ? whyNoFolder(part.get()) : 0;
+    if (!reason)
+        return part;
+    part.reset();
+    return failed(reason);
 }
 
 UniqueFd makePart(int folder, std::string const& name)

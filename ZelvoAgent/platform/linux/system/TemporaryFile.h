@@ -30,7 +30,7 @@ public:
     bool takeRights(std::string const& old, struct stat const& facts);
     bool sync();
     /// Takes the place of a file or a link of that name in the folder, in one step.
-    bool rename(std::string const& name);
+    bool rename(std::string const& next);
 
 private:
     bool takeGroup(gid_t group);

@@ -28,7 +28,9 @@ std::size_t ClipboardContent::size() const
 
 std::string ClipboardContent::text() const
 {
-    std::string text = own ? own->utf8 : foreign ? foreign->text() : std::string();
+    std::string text = own ? own->utf8 : std::string();
+    if (!own && foreign)
+        text = foreign->text();
     return text.size() <= Pasteboard::longestText ? text : std::string();
 }
 
@@ -46,11 +48,12 @@ Task<bool> ClipboardEngine::Outcome::get()
     co_return list.with([this] { return *known; });
 }
 
-ClipboardEngine::ClipboardEngine(Contexts given, Clock& clock, std::shared_ptr<ClipboardLink> opened)
-    : contexts(std::move(given)), clock(clock), link(std::move(opened)), serving(*link, clock)
+ClipboardEngine::ClipboardEngine(Contexts contexts, Clock& clock, std::shared_ptr<ClipboardLink> link)
+    : contexts(std::move(contexts)), clock(clock), link(std::move(link)), serving(*this->link, clock)
 {
-    auto const asked = xcb_get_selection_owner(link->x(), link->atoms().manager);
-    link->expect(asked.sequence, [this](void const* reply) {
+    ClipboardLink& opened = *this->link;
+    auto const asked = xcb_get_selection_owner(opened.x(), opened.atoms().manager);
+    opened.expect(asked.sequence, [this](void const* reply) {
         if (reply && manager == 0)
             manager = static_cast<xcb_get_selection_owner_reply_t const*>(reply)->owner;
     });

@@ -27,14 +27,15 @@ std::string_view valueOf(xcb_get_property_reply_t const& reply)
 
 } // namespace
 
-ClipboardReading::ClipboardReading(std::shared_ptr<ClipboardLink> given, Clock& clock)
-    : link(std::move(given)), clock(clock), lastSign(clock.now()), latest(lastSign + longestReading),
-      ownWindow(xcb_generate_id(link->x()))
+ClipboardReading::ClipboardReading(std::shared_ptr<ClipboardLink> link, Clock& clock)
+    : link(std::move(link)), clock(clock), lastSign(clock.now()), latest(lastSign + longestReading),
+      ownWindow(xcb_generate_id(this->link->x()))
 {
+    ClipboardLink const& server = *this->link;
     // Inside of our other window, so that nobody who watches the screen's windows is told of it.
     std::uint32_t const events = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_create_window(link->x(), 0, ownWindow, link->window(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, 0,
-                      XCB_CW_EVENT_MASK, &events);
+    xcb_create_window(server.x(), 0, ownWindow, server.window(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      0, XCB_CW_EVENT_MASK, &events);
 }
 
 ClipboardReading::~ClipboardReading()
@@ -178,10 +179,10 @@ void ClipboardReading::takeSlice(void const* raw)
 {
     isFetching = false;
     auto const* const reply = static_cast<xcb_get_property_reply_t const*>(raw);
-    bool const isFirst = !taken;
     if (!reply)
-        end(false);
-    else if (isFirst && !inPieces && reply->type == link->atoms().incr && reply->bytes_after == 0) {
+        return end(false);
+    bool const isFirst = !taken;
+    if (isFirst && !inPieces && reply->type == link->atoms().incr && reply->bytes_after == 0) {
         lastSign = clock.now();
         inPieces = true;
         waitForPiece();

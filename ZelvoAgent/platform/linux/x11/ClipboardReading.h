@@ -46,9 +46,9 @@ private:
     void askNext();
     void ask(std::uint32_t time);
     void fetch();
-    void takeSlice(void const* reply);
-    bool begins(void const* reply);
-    void append(void const* reply);
+    void takeSlice(void const* raw);
+    bool begins(void const* raw);
+    void append(void const* raw);
     void waitForPiece();
     void noteEndOfOwner();
     void end(bool given);

@@ -15,14 +15,14 @@ constexpr std::size_t worthAHop = 64 << 10;
 
 } // namespace
 
-X11Pasteboard::X11Pasteboard(Contexts given, Clock& clock, std::string const& display)
-    : contexts(std::move(given))
+X11Pasteboard::X11Pasteboard(Contexts contexts, Clock& clock, std::string const& display)
+    : contexts(std::move(contexts))
 {
     std::shared_ptr<ClipboardLink> const link = ClipboardLink::open(display);
     if (!link)
         return;
-    engine = std::make_shared<ClipboardEngine>(contexts, clock, link);
-    events.emplace(contexts, link->server(), [engine = engine] { engine->arrived(); });
+    engine = std::make_shared<ClipboardEngine>(this->contexts, clock, link);
+    events.emplace(this->contexts, link->server(), [engine = engine] { engine->arrived(); });
 }
 
 X11Pasteboard::~X11Pasteboard() = default;
