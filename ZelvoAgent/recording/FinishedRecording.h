@@ -1,0 +1,18 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// A film that is closed and complete.
+struct FinishedRecording {
+    std::filesystem::path file;
+    std::optional<std::string> connectionId; ///< whose agent was filmed
+    std::string platformName;
+    double durationSec = 0;
+    bool operator==(FinishedRecording const&) const = default;
+};
+
+} // namespace zelvo

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "base/Task.h"
+#include "recording/FinishedRecording.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace zelvo {
+
+struct RecordingStart {
+    std::filesystem::path file;
+    std::optional<std::string> connectionId;
+    std::string platformName;
+    std::set<std::string> excludedBundleIds;
+};
+
+/// One film in the making, as its recorder sees it. Used once. Thread: any.
+class RecordingWriting {
+public:
+    virtual ~RecordingWriting() = default;
+    virtual std::optional<std::string> const& connectionId() const = 0;
+    /// From the next picture on. What fails leaves the old filter.
+    virtual Task<> updateFilter(std::set<std::string> excludedBundleIds) = 0;
+    virtual void pause() = 0;
+    virtual void resume() = 0;
+    /// Without the pauses.
+    virtual Task<double> recordedSeconds() = 0;
+    /// Closes the film; nothing when there is none. Never fails.
+    virtual Task<std::optional<FinishedRecording>> finish() = 0;
+};
+
+/// Opens a film. Throws AgentError, ScreenFailure or MovieFailure.
+using StartRecording = std::function<Task<std::shared_ptr<RecordingWriting>>(RecordingStart start)>;
+
+} // namespace zelvo
