@@ -96,7 +96,7 @@ std::optional<Agent> Arbiter::takeOut(std::string const& ref)
     if (holder && holder->agent.ref == ref)
         return std::exchange(holder, std::nullopt)->agent; // What it has sent already runs to its end.
     if (Waiter const* const place = waiterOf(ref)) {
-        Agent const agent = place->agent;
+        Agent agent = place->agent;
         decide(place->wishes, Outcome::paused);
         std::erase_if(waiting, [&](Waiter const& one) { return one.agent.ref == ref; });
         return agent;

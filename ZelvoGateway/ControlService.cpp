@@ -57,7 +57,9 @@ public:
         }
     }
 
-    Task<Arbiter::Outcome> outcomeOf(Agent agent, Instant deadline, Arbiter::Ticket& ticket);
+    /// caller: who will wait for the outcome.
+    Arbiter::Ticket ask(Executor caller, Agent const& agent, Instant deadline);
+    Task<Arbiter::Outcome> outcomeOf(Arbiter::Ticket ticket);
     void attach(std::shared_ptr<MachineSession> const& session);
     void detach();
     bool isPaused(std::string const& ref) const { return arbiter.isPaused(ref); }
@@ -85,7 +87,7 @@ private:
     void handOut();
     void setTimer();
     void tell();
-    Task<> tellAll(std::shared_ptr<Telling> telling);
+    Task<> tellAll(std::shared_ptr<Telling> one);
     bool isNews(Telling const& one) const { return one.told != arbiter.picture(); }
 
     Clock& clock;
@@ -100,12 +102,16 @@ private:
     bool stopped = false;
 };
 
-Task<Arbiter::Outcome> ControlService::Desk::outcomeOf(Agent agent, Instant deadline, Arbiter::Ticket& ticket)
+Arbiter::Ticket ControlService::Desk::ask(Executor caller, Agent const& agent, Instant deadline)
+{
+    executor = std::move(caller);
+    return change(
+        [&](Arbiter& on, Moment now) { return on.ask(agent, std::max(deadline, now.instant), now); });
+}
+
+Task<Arbiter::Outcome> ControlService::Desk::outcomeOf(Arbiter::Ticket ticket)
 {
     auto const self = shared_from_this();
-    executor = co_await asio::this_coro::executor;
-    ticket =
-        change([&](Arbiter& on, Moment now) { return on.ask(agent, std::max(deadline, now.instant), now); });
     if (auto const known = early.extract(ticket))
         co_return known.mapped();
     if (stopped)
@@ -235,13 +241,13 @@ ControlService::acquire(StoredConnection connection, std::string method, Agent a
         throw failureOf(Arbiter::Outcome::paused);
     if (!needsControl(method) || !mayControl(connection))
         co_return Lease();
-    Arbiter::Ticket ticket = 0;
-    std::string const ref = agent.ref;
-    Arbiter::Outcome const outcome = co_await desk->outcomeOf(std::move(agent), deadline, ticket);
+    Executor const caller = co_await asio::this_coro::executor;
+    Arbiter::Ticket const ticket = desk->ask(caller, agent, deadline);
+    Arbiter::Outcome const outcome = co_await desk->outcomeOf(ticket);
     if (outcome != Arbiter::Outcome::granted)
         throw failureOf(outcome);
     Lease lease(desk, ticket);
-    if (desk->isPaused(ref)) // It was put aside between its turn and this moment.
+    if (desk->isPaused(agent.ref)) // It was put aside between its turn and this moment.
         throw failureOf(Arbiter::Outcome::paused);
     co_return lease;
 }

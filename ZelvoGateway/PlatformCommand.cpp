@@ -90,7 +90,7 @@ records::DeliveryOptions deliveryOf(json::object& body)
     using namespace DeliveryBounds;
     for (std::string_view const key : deliveryKeys)
         if (body.contains(key)) // There it would have no effect, which the caller would learn too late.
-            throw invalid("\"" + std::string(key) + "\" belongs into \"delivery\"");
+            throw invalid("\"" + std::string(key) + R"(" belongs into "delivery")");
     auto delivery = takeObject(body, "delivery");
     if (!delivery)
         return {};

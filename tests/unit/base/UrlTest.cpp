@@ -50,9 +50,9 @@ TEST(Url, isNoOtherText)
                                         "-x://y"sv,
                                         ":a"sv,
                                         "http://a/<b>"sv,
-                                        "http://a/\"b\""sv,
+                                        R"(http://a/"b")"sv,
                                         "http://a/{b}"sv,
-                                        "http://a/b\\c"sv,
+                                        R"(http://a/b\c)"sv,
                                         "http://a/#b#c"sv})
         EXPECT_FALSE(isUrl(text)) << text;
 }
