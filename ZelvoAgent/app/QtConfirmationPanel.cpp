@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QWindow>
 
 namespace zelvo {
 
@@ -39,7 +40,9 @@ DesktopRect QtConfirmationPanel::frame() const
 {
     QScreen const* const screen = QGuiApplication::primaryScreen();
     QPoint const origin = screen ? screen->geometry().topLeft() : QPoint();
-    QRect const frame = dialog->frameGeometry().translated(-origin);
+    // The widget keeps the frame that it knew first; its window asks for what the window manager has put on.
+    QWindow const* const window = dialog->windowHandle();
+    QRect const frame = (window ? window->frameGeometry() : dialog->frameGeometry()).translated(-origin);
     return {static_cast<double>(frame.x()), static_cast<double>(frame.y()),
             static_cast<double>(frame.width()), static_cast<double>(frame.height())};
 }

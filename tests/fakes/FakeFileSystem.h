@@ -129,7 +129,7 @@ private:
             return place.folder;
         return (place.folder == "/" ? "" : place.folder) + "/" + place.path;
     }
-    void use()
+    void use() const
     {
         if (onUse)
             onUse();
