@@ -30,7 +30,7 @@ protected:
     {
         return wait(task(std::move(command), timeoutMs, std::move(env)));
     }
-    std::string file(std::string const& name) { return (folder.path / name).string(); }
+    std::string file(std::string const& name) const { return (folder.path / name).string(); }
 
     /// Starts a command beside the test; its result comes into the list.
     void begin(std::string command, std::int64_t timeoutMs = 30000)
