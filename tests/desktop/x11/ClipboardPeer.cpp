@@ -37,35 +37,42 @@ bool ClipboardPeer::pump()
     while (XReply<xcb_generic_event_t> const event{xcb_poll_for_event(x())}) {
         any = true;
         auto const type = event->response_type & 0x7f;
-        if (type == XCB_SELECTION_REQUEST) {
-            auto const& request = reinterpret_cast<xcb_selection_request_event_t const&>(*event);
-            Asked const asked{request.requestor, request.selection, request.target, request.property,
-                              request.time};
-            targetsAsked.push_back(asked.target);
-            onRequest ? onRequest(asked) : answer(asked, XCB_NONE);
-            if (!connection)
-                return true;
-        } else if (type == XCB_SELECTION_NOTIFY) {
-            auto const& answer = reinterpret_cast<xcb_selection_notify_event_t const&>(*event);
-            answers.push_back(answer);
-            if (collects && answer.property && answer.target != atom("MULTIPLE"))
-                collect(answer.property);
-        } else if (type == XCB_PROPERTY_NOTIFY) {
-            auto const& change = reinterpret_cast<xcb_property_notify_event_t const&>(*event);
-            if (change.window == own && change.state == XCB_PROPERTY_NEW_VALUE && collectsPieces)
-                collect(change.atom);
-            auto const sending = std::ranges::find_if(sendings, [&](auto const& each) {
-                return each.first.requestor == change.window && each.first.property == change.atom;
-            });
-            if (sending != sendings.end() && change.state == XCB_PROPERTY_DELETE)
-                sendNext(sending->first, sending->second);
-            if (!connection)
-                return true;
-        }
+        if (type == XCB_SELECTION_REQUEST)
+            take(reinterpret_cast<xcb_selection_request_event_t const&>(*event));
+        else if (type == XCB_SELECTION_NOTIFY)
+            take(reinterpret_cast<xcb_selection_notify_event_t const&>(*event));
+        else if (type == XCB_PROPERTY_NOTIFY)
+            take(reinterpret_cast<xcb_property_notify_event_t const&>(*event));
+        if (!connection)
+            return true;
     }
-    if (connection)
-        xcb_flush(x());
+    xcb_flush(x());
     return any;
+}
+
+void ClipboardPeer::take(xcb_selection_request_event_t const& request)
+{
+    Asked const asked{request.requestor, request.selection, request.target, request.property, request.time};
+    targetsAsked.push_back(asked.target);
+    onRequest ? onRequest(asked) : answer(asked, XCB_NONE);
+}
+
+void ClipboardPeer::take(xcb_selection_notify_event_t const& answer)
+{
+    answers.push_back(answer);
+    if (collects && answer.property && answer.target != atom("MULTIPLE"))
+        collect(answer.property);
+}
+
+void ClipboardPeer::take(xcb_property_notify_event_t const& change)
+{
+    if (change.window == own && change.state == XCB_PROPERTY_NEW_VALUE && collectsPieces)
+        collect(change.atom);
+    auto const sending = std::ranges::find_if(sendings, [&](auto const& each) {
+        return each.first.requestor == change.window && each.first.property == change.atom;
+    });
+    if (sending != sendings.end() && change.state == XCB_PROPERTY_DELETE)
+        sendNext(sending->first, sending->second);
 }
 
 void ClipboardPeer::take(std::string const& selection)

@@ -74,6 +74,9 @@ private:
         std::string type;
         std::function<std::optional<std::string>()> next;
     };
+    void take(xcb_selection_request_event_t const& request);
+    void take(xcb_selection_notify_event_t const& answer);
+    void take(xcb_property_notify_event_t const& change);
     void collect(xcb_atom_t property);
     void sendNext(Asked const& asked, Sending& sending);
     Value read(xcb_atom_t property, bool remove);

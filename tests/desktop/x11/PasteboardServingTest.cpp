@@ -334,14 +334,13 @@ TEST_F(PasteboardServing, keepsNoMoreThanAFewOldTextsForThoseWhoDoNotTakeThem)
         beginReading(*others.back());
     }
 
-    for (std::size_t at = 0; at < others.size(); ++at) {
-        EXPECT_EQ(others[at]->read("ANSWER").type, others[at]->atom("INCR"));
-        syncWith(others[at]->x());
+    for (ClipboardPeer* const other : others) {
+        EXPECT_EQ(other->read("ANSWER").type, other->atom("INCR"));
+        syncWith(other->x());
     }
 
     for (std::size_t at = 0; at < others.size(); ++at) {
         bool const isKept = at >= 2;
-        std::string piece;
         auto const hasCome = [&] {
             pump();
             return !others[at]->read("ANSWER").bytes.empty();
@@ -461,10 +460,11 @@ TEST_F(PasteboardServing, handsItsTextOverToAManager)
         manager.ask("UTF8_STRING");
     };
 
-    auto const done = begin([](X11Pasteboard& board) -> Task<bool> {
-        co_await board.handOver();
+    auto const hand = [this]() -> Task<bool> {
+        co_await pasteboard.handOver();
         co_return true;
-    }(pasteboard));
+    };
+    auto const done = begin(hand());
     ASSERT_TRUE(until([&] { return manager.received.has_value(); }));
     EXPECT_FALSE(done->has_value());
     ASSERT_TRUE(saving);

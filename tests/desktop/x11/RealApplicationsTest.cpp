@@ -120,7 +120,7 @@ TEST_F(UrlTaker, isNotAskedForTextsThatAreNoUrls)
 {
     using namespace std::string_literals;
     for (std::string const& text : {"-tested://place"s, "--tested:x"s, " tested://place"s, "tested://a b"s,
-                                    "tested://a\0b"s, "\0tested://a"s, "tested://a\n-b"s, "tested:\"; ls\""s,
+                                    "tested://a\0b"s, "\0tested://a"s, "tested://a\n-b"s, R"(tested:"; ls")"s,
                                     "tested://a|b"s, "tested"s, "/etc/hosts"s, "file"s, "-"s, "//place"s})
         EXPECT_FALSE(workspace->openUrl(text)) << text;
     EXPECT_FALSE(std::filesystem::exists(record()));
