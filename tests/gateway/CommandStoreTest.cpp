@@ -33,7 +33,7 @@ struct Opened {
                            .connectionId = connection,
                            .method = "shell.run",
                            .summary = "Run: " + id,
-                           .frame = "{\"n\":\"" + id + "\"}",
+                           .frame = R"({"n":")" + id + R"("})",
                            .expiresAt = at(life)});
     }
     static Date at(Duration later)

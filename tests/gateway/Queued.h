@@ -66,7 +66,7 @@ struct Queued {
         return *machine;
     }
     /// The machine goes, and the gateway has noticed.
-    void leave()
+    void leave() const
     {
         machine->drop();
         EXPECT_TRUE(becomes([&] { return !isOnline(); }));
