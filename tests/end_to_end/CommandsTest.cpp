@@ -141,9 +141,14 @@ TEST_F(Commands, sharesTheClipboardWithApplications)
     EXPECT_EQ(failureOf("clipboard.set", {{"text", "от агента"}}), "ok");
     EXPECT_EQ(resultOf("clipboard.get").at("text"), "от агента");
 
-    ASSERT_EQ(
-        codeOf(perform({key({"ctrl", "v"}), key({"end"}), json::object{{"type", "type"}, {"text", "!"}}})),
-        "ok");
+    auto const shows = [&](std::string const& text) {
+        require("the field with " + text,
+                [&] { return lines(connection).find("value=\"" + text + "\"") != std::string::npos; });
+    };
+    ASSERT_EQ(codeOf(perform({key({"ctrl", "v"})})), "ok");
+    shows("от агента"); // It asks us for the text, and takes further keys meanwhile.
+    ASSERT_EQ(codeOf(perform({key({"end"}), json::object{{"type", "type"}, {"text", "!"}}})), "ok");
+    shows("от агента!");
     EXPECT_EQ(resultOf("clipboard.get").at("text"), "от агента");
     ASSERT_EQ(codeOf(perform({key({"ctrl", "a"}), key({"ctrl", "c"})})), "ok");
     require("the copied text", [&] { return resultOf("clipboard.get").at("text") == "от агента!"; });
