@@ -27,7 +27,7 @@ struct Opened {
         store.reset();
         store = std::make_unique<Store>(folder.path / "store.sqlite");
     }
-    void add(std::string const& id, std::string const& connection = "con_a", Duration life = 60s)
+    void add(std::string const& id, std::string const& connection = "con_a", Duration life = 60s) const
     {
         store->addCommand({.id = id,
                            .connectionId = connection,
