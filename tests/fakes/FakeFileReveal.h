@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/FileReveal.h"
+
+#include <vector>
+
+namespace zelvo {
+
+/// Keeps what it was to show.
+class FakeFileReveal final : public FileReveal {
+public:
+    std::vector<std::filesystem::path> revealed;
+    void reveal(std::filesystem::path file) override { revealed.push_back(std::move(file)); }
+};
+
+} // namespace zelvo
