@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Clock.h"
 #include "base/Task.h"
 #include "recording/FinishedRecording.h"
 
@@ -26,7 +27,9 @@ public:
     virtual std::optional<std::string> const& connectionId() const = 0;
     /// From the next picture on. What fails leaves the old filter.
     virtual Task<> updateFilter(std::set<std::string> excludedBundleIds) = 0;
-    virtual void pause() = 0;
+    /// Does not wait. at: the moment that the film stops at, at most now
+    virtual void pause(Instant at) = 0;
+    /// Does not wait.
     virtual void resume() = 0;
     /// Without the pauses.
     virtual Task<double> recordedSeconds() = 0;

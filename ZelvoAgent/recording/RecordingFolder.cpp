@@ -1,0 +1,32 @@
+#include "recording/RecordingFolder.h"
+
+#include "recording/RecordingPlan.h"
+
+#include <cerrno>
+
+namespace zelvo {
+
+namespace {
+
+constexpr int lastNumber = 99; // More films of one second are no accident.
+
+} // namespace
+
+std::filesystem::path recordingFolder(MovieFolders& folders)
+{
+    return folders.moviesFolder() / "Zelvo";
+}
+
+std::filesystem::path
+freeFilmPath(MovieFolders& folders, std::filesystem::path const& folder, std::string_view fileName)
+{
+    std::filesystem::path file = folder / fileName;
+    for (int number = 2; folders.isTaken(file); ++number) {
+        if (number > lastNumber)
+            throw FileFailure(EEXIST);
+        file = folder / RecordingPlan::numbered(fileName, number);
+    }
+    return file;
+}
+
+} // namespace zelvo

@@ -1,0 +1,222 @@
+#include "recording/RecordingWriter.h"
+
+#include "base/Hop.h"
+#include "wire/AgentError.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+/// The main display if it may be captured, else the first that may.
+Display chosenDisplay(std::vector<Display> const& displays, std::vector<Display> const& screens)
+{
+    if (displays.empty())
+        throw AgentError::permissionMissing;
+    for (Display const& display : displays)
+        if (!screens.empty() && display.id == screens.front().id)
+            return display;
+    return displays.front();
+}
+
+double seconds(Duration duration)
+{
+    return std::chrono::duration<double>(duration).count();
+}
+
+} // namespace
+
+RecordingWriter::RecordingWriter(Services services, RecordingStart start)
+    : services(std::move(services)), subject(std::move(start)),
+      queue(asio::make_strand(this->services.workers))
+{
+}
+
+Task<std::shared_ptr<RecordingWriting>> RecordingWriter::start(Services services, RecordingStart start)
+{
+    std::shared_ptr<RecordingWriter> const writer(new RecordingWriter(std::move(services), std::move(start)));
+    co_await writer->open();
+    co_return writer;
+}
+
+StartRecording RecordingWriter::starter(Services services)
+{
+    return [services = std::move(services)](RecordingStart start) {
+        return RecordingWriter::start(services, std::move(start));
+    };
+}
+
+Task<> RecordingWriter::open()
+{
+    std::vector<Display> const displays = co_await services.screen.capturableDisplays();
+    Display const display = chosenDisplay(displays, services.screen.screens());
+    RecordingPlan::Size const wanted = RecordingPlan::size(static_cast<std::int64_t>(display.widthPoints),
+                                                           static_cast<std::int64_t>(display.heightPoints));
+    MovieSettings settings;
+    settings.file = subject.file;
+    settings.width = wanted.width;
+    settings.height = wanted.height;
+    settings.averageBitRate = RecordingPlan::bitRate(wanted.width, wanted.height);
+    settings.expectedFrameRate = RecordingPlan::framesPerSecond;
+    settings.maxKeyFrameInterval = RecordingPlan::maxKeyFrameInterval;
+    co_await on(queue, [&] {
+        size = wanted;
+        movie = services.movies.create(settings);
+    });
+
+    ScreenStreamRequest request;
+    request.picture = {display.id, wanted.width, wanted.height, subject.excludedBundleIds};
+    request.minimumFrameInterval = RecordingPlan::frameInterval;
+    std::exception_ptr failure;
+    try {
+        stream.set(co_await services.streams.open(std::move(request), queue, weak_from_this()));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!failure)
+        co_return;
+    co_await on(queue, [this] { std::exchange(movie, nullptr)->cancel(); });
+    std::rethrow_exception(failure);
+}
+
+Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
+{
+    StreamPtr const kept = stream.get();
+    if (!kept)
+        co_return;
+    try {
+        co_await kept->updateExcluded(std::move(excludedBundleIds));
+    } catch (ScreenFailure const&) { // The old filter stands.
+    }
+}
+
+void RecordingWriter::pause(Instant at)
+{
+    asio::post(queue, [self = shared_from_this(), at] {
+        self->standStillUntil(at);
+        self->capturing = false;
+        self->setWanted(false);
+    });
+}
+
+void RecordingWriter::resume()
+{
+    asio::post(queue, [self = shared_from_this()] {
+        self->capturing = true;
+        self->resumed = true;
+        self->setWanted(true);
+    });
+}
+
+void RecordingWriter::setWanted(bool wanted)
+{
+    if (StreamPtr const kept = stream.get())
+        kept->setWanted(wanted);
+}
+
+/// The length up to the last frame that was written: who asks does not wait for the next one.
+Task<double> RecordingWriter::recordedSeconds()
+{
+    co_return recorded.get();
+}
+
+void RecordingWriter::frameArrived(ScreenFrame const& frame)
+{
+    if (!isFrame(frame))
+        return;
+    beginOrGoOnAt(frame.time);
+    Instant const adjusted = frame.time - offset;
+    if (isDue(adjusted))
+        wroteOrFailed(movie->append(*frame.picture, adjusted - *firstTime), adjusted);
+}
+
+bool RecordingWriter::isFrame(ScreenFrame const& frame) const
+{
+    return movie && capturing && !failed && frame.status == ScreenFrame::Status::complete && frame.picture &&
+           RecordingPlan::Size{frame.picture->width, frame.picture->height} == size;
+}
+
+/// The first frame after a pause stands one frame after the last one before it.
+void RecordingWriter::beginOrGoOnAt(Instant time)
+{
+    if (!firstTime)
+        firstTime = time;
+    else if (resumed && lastTime) {
+        offset = (time - *lastTime) - RecordingPlan::frameInterval;
+        resumed = false;
+    }
+}
+
+/// Times only ever grow, and a frame that comes while the last one is being written is shed.
+bool RecordingWriter::isDue(Instant adjusted) const
+{
+    return (!lastTime || adjusted > *lastTime) && movie->isReadyForMoreData();
+}
+
+void RecordingWriter::wroteOrFailed(bool wrote, Instant adjusted)
+{
+    if (!wrote) {
+        failed = true;
+        return;
+    }
+    lastTime = adjusted;
+    recorded.set(seconds(*lastTime - *firstTime));
+}
+
+/// Nothing has changed since the last frame. Right after a resume it is not known yet where the film goes on.
+void RecordingWriter::standStillUntil(Instant time)
+{
+    if (!movie || !capturing || failed || resumed || !lastTime)
+        return;
+    Instant const adjusted = time - offset;
+    if (isDue(adjusted))
+        wroteOrFailed(movie->repeat(adjusted - *firstTime), adjusted);
+}
+
+/// What was written so far is kept.
+void RecordingWriter::streamStopped(ScreenFailure const&)
+{
+    failed = true;
+}
+
+Task<std::optional<FinishedRecording>> RecordingWriter::finish()
+{
+    auto const self = shared_from_this();
+    Instant const end = services.clock.now();
+    if (StreamPtr const kept = stream.get()) {
+        try {
+            co_await kept->stop();
+        } catch (...) { // What it still delivers is not taken.
+        }
+        stream.set(nullptr);
+    }
+    co_return co_await on(queue, [this, end] {
+        standStillUntil(end);
+        capturing = false;
+        return close();
+    });
+}
+
+std::optional<FinishedRecording> RecordingWriter::close()
+{
+    std::unique_ptr<MovieFile> const closed = std::exchange(movie, nullptr);
+    if (!closed)
+        return std::nullopt;
+    if (!lastTime) {
+        closed->cancel();
+        return std::nullopt;
+    }
+    Duration const length = *lastTime + RecordingPlan::frameInterval - *firstTime;
+    if (!closed->finish(length))
+        return std::nullopt;
+    return FinishedRecording{subject.file, subject.connectionId, subject.platformName, seconds(length)};
+}
+
+} // namespace zelvo

@@ -1,0 +1,350 @@
+#include "recording/SessionRecorder.h"
+
+#include "base/Hop.h"
+#include "platform/MovieFile.h"
+#include "platform/RunningApplication.h"
+#include "platform/ScreenSource.h"
+#include "recording/RecordingFolder.h"
+#include "recording/RecordingPlan.h"
+#include "wire/AgentError.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+/// What a film failed to start with, in the words that it came with. They name no path.
+std::string reasonOf(std::exception_ptr failure)
+{
+    try {
+        std::rethrow_exception(std::move(failure));
+    } catch (AgentError error) {
+        return std::string(defaultMessage(error));
+    } catch (ScreenFailure const& error) {
+        return error.reason;
+    } catch (MovieFailure const& error) {
+        return error.reason;
+    } catch (std::exception const& error) {
+        return error.what();
+    } catch (...) {
+        return "unknown failure";
+    }
+}
+
+} // namespace
+
+/// What an agent waits for: the end of the recorder's work for its action, or of its patience.
+struct SessionRecorder::Hold {
+    WakeList waiting;
+    bool isOver = false; // under the lock of `waiting` when written
+
+    void end()
+    {
+        waiting.wakeAll([this] { isOver = true; });
+    }
+    Task<> wait()
+    {
+        co_await waiting.wait([this] { return isOver; });
+    }
+};
+
+std::shared_ptr<SessionRecorder> SessionRecorder::create(Services services)
+{
+    return std::shared_ptr<SessionRecorder>(new SessionRecorder(std::move(services)));
+}
+
+SessionRecorder::SessionRecorder(Services services)
+    : services(std::move(services)), strand(asio::make_strand(this->services.contexts.agent))
+{
+}
+
+bool SessionRecorder::mayRecord() const
+{
+    return services.settings.mode() != RecordingMode::off && services.access.current().screenRecording;
+}
+
+/// The work is a task of its own: it goes on when the caller is cancelled or has waited long enough.
+Task<> SessionRecorder::agentActed(std::optional<std::string> connectionId, std::string platformName)
+{
+    if (!mayRecord())
+        co_return;
+    if (isLate.get()) {
+        asio::post(strand, [self = shared_from_this(), connectionId] { self->giveUpFor(connectionId); });
+        co_return;
+    }
+    auto const hold = std::make_shared<Hold>();
+    spawn(strand,
+          [self = shared_from_this(), hold, connectionId = std::move(connectionId),
+           platformName = std::move(platformName)]() -> Task<> {
+              co_await self->act(connectionId, platformName);
+              hold->end();
+              self->isLate.set(false);
+          });
+    TaskHandle patience = spawn(strand, [self = shared_from_this(), hold]() -> Task<> {
+        co_await self->services.clock.sleep(longestHold);
+        if (hold->isOver)
+            co_return;
+        self->isLate.set(true);
+        hold->end();
+    });
+    co_await hold->wait();
+    patience.cancel();
+}
+
+/// A film that is late for one connection must not show what another does.
+void SessionRecorder::giveUpFor(std::optional<std::string> const& connectionId)
+{
+    if (!isActing || actingFor == connectionId)
+        return;
+    ++finishes;
+    closeInBackground(takeWriter());
+}
+
+Task<> SessionRecorder::act(std::optional<std::string> connectionId, std::string platformName)
+{
+    while (isActing)
+        co_await turns.wait([this] { return !isActing; });
+    turns.wakeAll([this] { isActing = true; });
+    actingFor = connectionId;
+    try {
+        co_await actInTurn(std::move(connectionId), std::move(platformName));
+    } catch (...) { // NOLINT(bugprone-empty-catch): an action never fails for the recorder's sake.
+    }
+    turns.wakeAll([this] { isActing = false; });
+}
+
+/// After each wait all may be different: a countdown has ended the film, or the person has stopped it.
+Task<> SessionRecorder::actInTurn(std::optional<std::string> connectionId, std::string platformName)
+{
+    if (isQuitting || !mayRecord())
+        co_return;
+    std::uint64_t const asked = finishes;
+    pauseIfOverdue();
+    if (WriterPtr const open = writer; open && co_await isToEnd(open, connectionId) && writer == open)
+        closeInBackground(takeWriter());
+    if (writer)
+        co_await refreshFilterIfNeeded();
+    if (asked != finishes)
+        co_return;
+    if (!writer)
+        co_await start(std::move(connectionId), std::move(platformName));
+    if (!writer)
+        co_return;
+    if (!capturing) {
+        writer->resume();
+        setCapturing(true);
+    }
+    scheduleIdle();
+}
+
+/// One film never mixes two connections, and a long session is cut into pieces.
+Task<bool> SessionRecorder::isToEnd(WriterPtr film, std::optional<std::string> connectionId)
+{
+    if (film->connectionId() != connectionId)
+        co_return true;
+    co_return co_await film->recordedSeconds() >= RecordingPlan::maxSegmentSeconds;
+}
+
+Task<> SessionRecorder::agentLooked()
+{
+    if (!isRecording())
+        co_return;
+    auto const self = shared_from_this();
+    co_await on(strand, [this] {
+        pauseIfOverdue();
+        if (writer && capturing)
+            scheduleIdle();
+    });
+}
+
+Task<> SessionRecorder::start(std::optional<std::string> connectionId, std::string platformName)
+{
+    std::uint64_t const asked = finishes;
+    openedFile();
+    RecordingStart request;
+    request.connectionId = std::move(connectionId);
+    request.platformName = std::move(platformName);
+    Begun begun = co_await begin(std::move(request));
+    if (!begun.film) {
+        closedFile();
+        co_return;
+    }
+    if (asked != finishes) {
+        closeInBackground(std::move(begun.film));
+        co_return;
+    }
+    writer = std::move(begun.film);
+    excludedSnapshot = std::move(begun.excluded);
+    setCapturing(true);
+}
+
+/// No film, and a line in the log, when it can't be made.
+Task<SessionRecorder::Begun> SessionRecorder::begin(RecordingStart request)
+{
+    Begun begun;
+    std::exception_ptr failure;
+    try {
+        begun.excluded = co_await excludedBundleIds();
+        request.excludedBundleIds = begun.excluded;
+        request.file = co_await on(services.contexts.workers, [&] {
+            std::filesystem::path const folder = recordingFolder(services.folders);
+            services.folders.make(folder);
+            return freeFilmPath(services.folders, folder,
+                                RecordingPlan::fileName(services.clock.date(), request.platformName));
+        });
+        begun.film = co_await services.startWriter(std::move(request));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure && services.log)
+        services.log("Zelvo: recording did not start: " + reasonOf(std::move(failure)));
+    co_return begun;
+}
+
+Task<std::set<std::string>> SessionRecorder::excludedBundleIds()
+{
+    std::set<std::string> excluded;
+    if (services.hiddenBundleIds)
+        excluded = co_await services.hiddenBundleIds();
+    excluded.insert(ownBundleIdentifier);
+    co_return excluded;
+}
+
+Task<> SessionRecorder::refreshFilterIfNeeded()
+{
+    std::set<std::string> const excluded = co_await excludedBundleIds();
+    WriterPtr const open = writer;
+    if (!open || excluded == excludedSnapshot)
+        co_return;
+    excludedSnapshot = excluded;
+    co_await open->updateFilter(excluded);
+}
+
+void SessionRecorder::stopCountdowns()
+{
+    ++countdown;
+    idleTask.cancel();
+    closeTask.cancel();
+    idleTask = {};
+    closeTask = {};
+}
+
+void SessionRecorder::scheduleIdle()
+{
+    stopCountdowns();
+    idleDue = services.clock.now() + RecordingPlan::idleTimeout;
+    idleTask = spawn(
+        strand,
+        [weak = weak_from_this(), &clock = services.clock, due = idleDue, number = countdown]() -> Task<> {
+            co_await clock.sleepUntil(due);
+            auto const self = weak.lock();
+            if (self && self->countdown == number)
+                self->pauseForIdle();
+        });
+}
+
+/// What was seen after the time was over does not belong to the film: a countdown that ran out while the
+/// machine slept is late by hours.
+void SessionRecorder::pauseForIdle()
+{
+    if (!writer || !capturing)
+        return;
+    stopCountdowns();
+    writer->pause(idleDue);
+    setCapturing(false);
+    closeTask =
+        spawn(strand, [weak = weak_from_this(), &clock = services.clock, number = countdown]() -> Task<> {
+            co_await clock.sleep(RecordingPlan::resumeWindow);
+            auto const self = weak.lock();
+            if (self && self->countdown == number)
+                self->closeInBackground(self->takeWriter());
+        });
+}
+
+void SessionRecorder::pauseIfOverdue()
+{
+    if (capturing && services.clock.now() >= idleDue)
+        pauseForIdle();
+}
+
+/// A new action starts a film of its own from here on, while this one is being closed.
+SessionRecorder::WriterPtr SessionRecorder::takeWriter()
+{
+    stopCountdowns();
+    setCapturing(false);
+    return std::exchange(writer, nullptr);
+}
+
+void SessionRecorder::closeInBackground(WriterPtr film)
+{
+    if (film)
+        spawn(strand,
+              [self = shared_from_this(), film = std::move(film)] { return self->close(film, false); });
+}
+
+/// Handing a film on may take minutes: a person is asked, or it is sent. At the end of the process it does
+/// not, and is waited for.
+Task<> SessionRecorder::close(WriterPtr film, bool quitting)
+{
+    std::optional<FinishedRecording> finished;
+    try {
+        finished = co_await film->finish();
+    } catch (...) { // NOLINT(bugprone-empty-catch): then there is no film.
+    }
+    bool const isLast = quitting || isQuitting;
+    if (!isLast)
+        closedFile();
+    try {
+        if (finished && services.onFinished)
+            co_await services.onFinished(*std::move(finished), isLast);
+    } catch (...) { // NOLINT(bugprone-empty-catch): the film stays where it is.
+    }
+    if (isLast)
+        closedFile();
+}
+
+Task<> SessionRecorder::finishNow(bool quitting)
+{
+    auto const self = shared_from_this();
+    co_await onStrand(strand, [this, quitting] { return finish(quitting); });
+}
+
+Task<> SessionRecorder::finish(bool quitting)
+{
+    ++finishes;
+    isQuitting = isQuitting || quitting;
+    pauseIfOverdue();
+    if (WriterPtr film = takeWriter())
+        co_await close(std::move(film), quitting);
+    while (quitting && openFiles > 0)
+        co_await filesClosed.wait([this] { return openFiles == 0; });
+}
+
+void SessionRecorder::setCapturing(bool value)
+{
+    if (capturing == value)
+        return;
+    capturing = value;
+    recording.set(value);
+    if (services.onCapturingChanged)
+        asio::post(services.contexts.main, [tell = services.onCapturingChanged, value] { tell(value); });
+}
+
+void SessionRecorder::openedFile()
+{
+    filesClosed.wakeAll([this] { ++openFiles; });
+    openFile.set(true);
+}
+
+void SessionRecorder::closedFile()
+{
+    filesClosed.wakeAll([this] { --openFiles; });
+    openFile.set(openFiles > 0);
+}
+
+} // namespace zelvo
