@@ -188,6 +188,25 @@ TEST_F(CurlHttpLoadingTest, doesNotTimeOutWhileBytesCome)
     EXPECT_EQ(wait(loading->load(one)).body, "xxxxxxxxxx");
 }
 
+TEST_F(CurlHttpLoadingTest, endsAfterItsLongestTimeThoughBytesCome)
+{
+    HttpRequest one = request();
+    one.longest = 200ms;
+    auto serve = [&]() -> Task<> {
+        peer = co_await server.accept();
+        co_await peer->answer("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
+        asio::steady_timer pause(io);
+        while (true) {
+            pause.expires_after(10ms);
+            co_await pause.async_wait(asio::use_awaitable);
+            co_await peer->writeRaw("x");
+        }
+    };
+    asio::co_spawn(io, serve(), [](std::exception_ptr const&) {}); // Its end is the client's going.
+
+    EXPECT_EQ(failureOfTask(loading->load(one))->kind, Kind::timedOut);
+}
+
 TEST_F(CurlHttpLoadingTest, tellsWhyNoAnswerCame)
 {
     HttpRequest one = request();

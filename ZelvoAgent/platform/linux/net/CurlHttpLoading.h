@@ -18,6 +18,7 @@ public:
     CurlHttpLoading& operator=(CurlHttpLoading const&) = delete;
 
     Task<HttpResponse> load(HttpRequest request) override;
+    Task<HttpResponse> upload(HttpUpload upload) override;
     void endCalls() override;
 
     class Transfers;

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/write.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace zelvo {
+
+/// A server for one upload, on a thread of its own, with a buffer that does not grow: a test tells it step by
+/// step what to do with the connection.
+class UploadServer {
+public:
+    using tcp = boost::asio::ip::tcp;
+
+    /// The server's end of the connection. Everything blocks.
+    class Guest {
+    public:
+        explicit Guest(tcp::socket socket) : socket(std::move(socket)) {}
+
+        /// Reads up to the end of the head; the first bytes of the body may come with it.
+        void readHead()
+        {
+            while (head.find("\r\n\r\n") == std::string::npos)
+                head += std::string(readSome());
+            std::size_t const end = head.find("\r\n\r\n") + 4;
+            keep(std::string_view(head).substr(end));
+            head.resize(end);
+        }
+        /// Reads until the body has so many bytes, or the client has gone.
+        void readBody(std::int64_t bytes)
+        {
+            while (bodyBytes < bytes && !isOver)
+                keep(readSome());
+        }
+        /// Reads what comes until the client goes.
+        void readToEnd() { readBody(INT64_MAX); }
+        void write(std::string_view bytes)
+        {
+            boost::system::error_code error;
+            boost::asio::write(socket, boost::asio::buffer(bytes), error);
+            isOver = isOver || error;
+        }
+        void close() { socket.close(); }
+        void reset()
+        {
+            socket.set_option(boost::asio::socket_base::linger(true, 0));
+            socket.close();
+        }
+
+        std::string head;
+        std::string firstBytes; ///< of the body, at most 64
+        std::string lastBytes;  ///< alike
+        std::int64_t bodyBytes = 0;
+        bool isOver = false;
+
+    private:
+        std::string_view readSome()
+        {
+            boost::system::error_code error;
+            std::size_t const count = socket.read_some(boost::asio::buffer(block), error);
+            isOver = isOver || error;
+            if (error && head.find("\r\n\r\n") == std::string::npos)
+                throw std::runtime_error("the client went before its head was there");
+            return {block.data(), count};
+        }
+        void keep(std::string_view bytes)
+        {
+            constexpr std::size_t kept = 64;
+            bodyBytes += static_cast<std::int64_t>(bytes.size());
+            firstBytes += bytes.substr(0, kept - std::min(kept, firstBytes.size()));
+            lastBytes += bytes.substr(bytes.size() - std::min(kept, bytes.size()));
+            if (lastBytes.size() > kept)
+                lastBytes.erase(0, lastBytes.size() - kept);
+        }
+
+        tcp::socket socket;
+        std::array<char, 65536> block{};
+    };
+
+    /// serve  what is done with the one connection
+    explicit UploadServer(std::function<void(Guest&)> serve)
+        : acceptor(io, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0)),
+          thread([this, serve = std::move(serve)] {
+              Guest guest(acceptor.accept());
+              serve(guest);
+              head = guest.head;
+              firstBytes = guest.firstBytes;
+              lastBytes = guest.lastBytes;
+              bodyBytes = guest.bodyBytes;
+          })
+    {
+    }
+    ~UploadServer() { join(); }
+    UploadServer(UploadServer const&) = delete;
+    UploadServer& operator=(UploadServer const&) = delete;
+
+    std::string url() const
+    {
+        return "http://127.0.0.1:" + std::to_string(acceptor.local_endpoint().port()) + "/put/it?here=1";
+    }
+    /// Waits until the connection is done with; only then is what follows there.
+    void join()
+    {
+        if (thread.joinable())
+            thread.join();
+    }
+
+    std::string head;
+    std::string firstBytes;
+    std::string lastBytes;
+    std::int64_t bodyBytes = 0;
+
+private:
+    boost::asio::io_context io;
+    tcp::acceptor acceptor;
+    std::thread thread;
+};
+
+} // namespace zelvo
