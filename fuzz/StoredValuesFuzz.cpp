@@ -1,5 +1,8 @@
 #include "confirm/ConfirmationPolicy.h"
 #include "gateway/LinkOffer.h"
+#include "recording/RecordingService.h"
+#include "recording/RecordingUploadOutcome.h"
+#include "recording/RecordingUploadQueue.h"
 #include "state/ActivityLog.h"
 #include "state/AvailabilityChange.h"
 #include "state/ComputerAgents.h"
@@ -29,6 +32,10 @@ void readAsStored(std::string_view bytes)
         check(decodeConnections(encodeConnections(*connections)) == connections);
     if (auto const changes = stored::decodeList<AvailabilityChange>(bytes))
         check(stored::decodeList<AvailabilityChange>(stored::encodeList(*changes)) == changes);
+    if (auto const waiting = RecordingUploadQueue::decode(bytes)) {
+        auto const written = RecordingUploadQueue::encode(*waiting);
+        check(written && RecordingUploadQueue::decode(*written) == waiting);
+    }
     auto const log = ActivityLog::decoded(bytes);
     check(ActivityLog::decoded(log.encoded()).entries() == log.entries());
 }
@@ -52,12 +59,26 @@ void readAsAnswer(json::value const& value)
     }
 }
 
+/// What the gateway may answer about films.
+void readAsRecordingReply(std::string_view bytes)
+{
+    RecordingReply const reply = RecordingReply::from({.status = 503, .body = std::string(bytes)});
+    if (auto const target = RecordingUploadTarget::from(reply))
+        check(target->uploadUrl.find_first_of(std::string_view("\r\n\0 ", 4)) == std::string::npos);
+    auto const outcome = RecordingUploadOutcome::classify(reply.status, reply.code());
+    check(outcome.kind != RecordingUploadOutcome::Kind::done);
+    constexpr std::size_t mostBytes = 10'000;
+    std::string const shown = explain(reply.code().value_or(""));
+    check(shown.find('\n') == std::string::npos && shown.size() < mostBytes);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     std::string_view const bytes(reinterpret_cast<char const*>(data), size);
     readAsStored(bytes);
+    readAsRecordingReply(bytes);
     if (auto const value = parseJson(bytes))
         readAsAnswer(*value);
     return 0;

@@ -105,7 +105,10 @@ TEST(Texts, takeTheArgumentsThatTheyAreFilledWith)
                                                                  {"gateway.retrying.detail", {"0", "1"}},
                                                                  {"link.reason.keychain", {"0"}},
                                                                  {"link.error.transport", {"0", "1"}},
-                                                                 {"link.error.unreachable", {"0", "1"}}};
+                                                                 {"link.error.unreachable", {"0", "1"}},
+                                                                 {"recording.keptLocal", {"0"}},
+                                                                 {"recording.share.detail", {"0"}},
+                                                                 {"recording.share.title", {"0"}}};
 
     for (auto const& [key, arguments] : filled)
         EXPECT_EQ(argumentsOf(texts::pattern("en", key)), arguments) << key;
