@@ -101,6 +101,16 @@ TEST_F(CurlHttpLoadingTest, givesTheBodyOfARefusalToo)
     }
 }
 
+TEST_F(CurlHttpLoadingTest, takesAHeadBeforeTheHeadAndLinesBehindTheBody)
+{
+    auto const answer = load(request(), "HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n"
+                                        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                                        "2\r\nok\r\n0\r\nX-Sum: 7\r\n\r\n");
+
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.body, "ok");
+}
+
 TEST_F(CurlHttpLoadingTest, sendsMethodHeadersAndBody)
 {
     HttpRequest post = request();
@@ -229,7 +239,8 @@ TEST_F(CurlHttpLoadingTest, isLostWhenTheServerGoes)
         co_await peer->answer(answer);
         peer->reset();
     };
-    for (char const* const answer : {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhe"}) {
+    for (char const* const answer : {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhe",
+                                     "HTTP/1.1 200 OK\r\nConte", "HTTP/1.1 200 OK\r\n"}) {
         asio::co_spawn(io, serve(answer), asio::detached);
         EXPECT_EQ(failureOfTask(loading->load(request()))->kind, Kind::lost);
     }

@@ -315,7 +315,10 @@ TEST_F(CurlUploadTest, endsAfterItsTimeThoughBytesFlow)
 
 TEST_F(CurlUploadTest, endsAfterItsTimeWithoutAnAnswer)
 {
-    UploadServer server([](Guest& guest) { guest.readToEnd(); });
+    UploadServer server([](Guest& guest) {
+        guest.readHead();
+        guest.readToEnd();
+    });
     HttpUpload one = uploadOf("film", server);
     one.timeout = 100ms;
 

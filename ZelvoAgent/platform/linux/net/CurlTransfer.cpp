@@ -124,6 +124,8 @@ HttpResponse CurlTransfer::perform()
     long status = 0;
     curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
     response.status = static_cast<int>(status);
+    if (!isHeadComplete) // libcurl takes a head that breaks off for a whole one.
+        throw NetworkFailure{Kind::lost, "the answer ended in its head"};
     assertWholeFileWent(easy.get());
     return std::move(response);
 }
@@ -275,10 +277,18 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t one, std::size_t coun
     return bytes;
 }
 
-std::size_t CurlTransfer::takeHeader(char*, std::size_t one, std::size_t count, void* self)
+/// Is given each line, and an empty one at the end of every head: there may be several, interim ones first.
+/// Lines that follow a body in chunks come here too.
+std::size_t CurlTransfer::takeHeader(char* data, std::size_t one, std::size_t count, void* self)
 {
-    static_cast<CurlTransfer*>(self)->touch();
-    return one * count;
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    std::string_view const line(data, one * count);
+    if (line.starts_with("HTTP/"))
+        transfer.isHeadComplete = false;
+    else if (line == "\r\n" || line == "\n")
+        transfer.isHeadComplete = true;
+    transfer.touch();
+    return line.size();
 }
 
 std::size_t CurlTransfer::giveFile(char* room, std::size_t one, std::size_t count, void* self)

@@ -71,6 +71,7 @@ private:
     SteadyTime lastByte;
     curl_off_t moved = 0; ///< bytes of bodies, both ways
     curl_off_t sent = 0;  ///< bytes of our body
+    bool isHeadComplete = false;
     bool tooLong = false;
     char errorText[CURL_ERROR_SIZE] = {};
 };
