@@ -6,21 +6,11 @@
 #include "ZelvoGateway/Today.h"
 #include "ZelvoGateway/Versions.h"
 
-#include <iostream>
-
 namespace zelvo::service {
 
 namespace {
 
 constexpr Duration housekeepingPeriod = 60s;
-
-json::object objectOf(std::string const& body)
-{
-    auto parsed = parseJson(body);
-    if (!parsed || !parsed->is_object())
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "The body must be a JSON object"};
-    return std::move(parsed->get_object());
-}
 
 template <class R>
 R recordOf(std::string const& body)
@@ -57,10 +47,11 @@ Api::Api(Store& store,
          Settings const& settings,
          Clock& clock,
          MemoryBudget& memory,
-         Executor workers)
+         Executor workers,
+         std::shared_ptr<FilmFolder const> films)
     : store(store), settings(settings), clock(clock), access(store, key, settings), links(store, settings),
-      connections(store, machines, settings),
-      commands(store, machines, settings, clock, memory, std::move(workers))
+      connections(store, machines, settings), commands(store, machines, settings, clock, memory, workers),
+      intake(store, films, settings, clock, workers), library(store, films, key, settings, clock, workers)
 {
 }
 
@@ -68,6 +59,7 @@ Task<> Api::keepHouse()
 {
     for (;;) {
         commands.tidy();
+        co_await library.tidy();
         co_await clock.sleep(housekeepingPeriod);
     }
 }
@@ -105,6 +97,16 @@ std::span<Api::Route const> Api::routes()
         {"GET", {"v1", "machines", "*"}, platform, &Limits::smallBody, &Api::handleMachine},
         {"DELETE", {"v1", "machines", "*"}, platform, &Limits::smallBody, &Api::handleRemoveMachine},
         {"POST", {"v1", "cloud-machines"}, platform, &Limits::smallBody, &Api::handleCloudMachines},
+        {"GET", {"recordings"}, open, &Limits::linkBody, &Api::handleRecordingsPage},
+        {"POST", {"machines", "recordings"}, machine, &Limits::linkBody, &Api::handleAnnounce},
+        {"POST", {"machines", "recordings", "complete"}, machine, &Limits::linkBody, &Api::handleComplete},
+        {"POST", {"machines", "recordings", "sharing"}, machine, &Limits::linkBody, &Api::handleSharing},
+        {"PUT", {"uploads", "*"}, open, &Limits::linkBody, nullptr, &Api::receiveFilm},
+        {"GET", {"v1", "recordings"}, platform, &Limits::smallBody, &Api::handleRecordings},
+        {"GET", {"v1", "recordings", "*"}, platform, &Limits::smallBody, &Api::handleRecording},
+        {"DELETE", {"v1", "recordings", "*"}, platform, &Limits::smallBody, &Api::handleRemoveRecording},
+        {"GET", {"films", "*"}, open, &Limits::linkBody, &Api::handleFilm},
+        {"HEAD", {"films", "*"}, open, &Limits::linkBody, &Api::handleFilm},
     };
     return all;
 }
@@ -135,11 +137,21 @@ void Api::assertAccess(Route const& route, HttpRequest const& head) const
 {
     if (route.access == Access::open)
         return;
+    if (route.access == Access::machine) {
+        admitMachine(head);
+        return;
+    }
     if (route.access == Access::platform && access.hasApiKey(head))
         return;
     if (!access.hasCookie(head))
         throw Failure{.code = ErrorCode::unauthorized, .message = "The API key is missing or wrong"};
     access.assertSentByOwnPage(head);
+}
+
+std::shared_ptr<BodySink> Api::receiverOf(Admission const& admission, HttpRequest const& head)
+{
+    auto const receiver = admission.route->receiver;
+    return receiver ? (this->*receiver)(head, admission.ids) : nullptr;
 }
 
 Task<HttpResponse> Api::answer(Admission admission, HttpRequest request)
@@ -152,9 +164,7 @@ Task<HttpResponse> Api::answer(Admission admission, HttpRequest request)
     } catch (Failure const& failure) {
         co_return failed(failure, head);
     } catch (std::exception const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
-        Failure const failure{.message = "Internal error", .status = 500};
-        co_return failed(failure, head);
+        co_return failed(internalFailure(error), head);
     }
 }
 
@@ -177,7 +187,7 @@ HttpResponse Api::failed(Failure const& failure, HttpRequest const& request) con
     return response;
 }
 
-StoredMachine Api::admitMachine(HttpRequest const& head)
+StoredMachine Api::admitMachine(HttpRequest const& head) const
 {
     access.assertOwnSite(head);
     std::string const authorization = head.header("authorization");
@@ -257,6 +267,7 @@ Task<HttpResponse> Api::handleRevoke(HttpRequest, Ids ids)
 {
     auto const revoked = connections.revoke(ids.front());
     commands.connectionRevoked(revoked.machineId, revoked.id);
+    co_await intake.connectionEnded(revoked.id);
     co_return jsonResponse(200, records::toJson(revoked));
 }
 
@@ -282,8 +293,10 @@ Task<HttpResponse> Api::handleMachine(HttpRequest, Ids ids)
 
 Task<HttpResponse> Api::handleRemoveMachine(HttpRequest, Ids ids)
 {
+    auto films = library.filmsOf(ids.front());
     connections.removeMachine(ids.front());
     commands.machineRemoved(ids.front());
+    co_await library.removeFiles(std::move(films));
     co_return jsonResponse(200, json::object{{"ok", true}});
 }
 

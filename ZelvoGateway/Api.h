@@ -6,6 +6,8 @@
 #include "ZelvoGateway/Failure.h"
 #include "ZelvoGateway/HttpMessage.h"
 #include "ZelvoGateway/LinkService.h"
+#include "ZelvoGateway/RecordingIntake.h"
+#include "ZelvoGateway/RecordingLibrary.h"
 
 #include <span>
 #include <string>
@@ -25,6 +27,7 @@ public:
         open,     ///< anybody; the body is its own credential
         platform, ///< the API key as a header, or the console's cookie
         console,  ///< the console's cookie
+        machine,  ///< a machine's token
     };
 
     struct Route {
@@ -33,6 +36,8 @@ public:
         Access access;
         std::size_t Limits::* bodyLimit;
         Task<HttpResponse> (Api::*handler)(HttpRequest, Ids);
+        /// Takes the body piece by piece, however large it is; then there is no handler.
+        std::shared_ptr<BodySink> (Api::*receiver)(HttpRequest const& head, Ids const&) = nullptr;
     };
 
     /// A request that was let in by its head.
@@ -48,10 +53,13 @@ public:
         Settings const& settings,
         Clock& clock,
         MemoryBudget& memory,
-        Executor workers);
+        Executor workers,
+        std::shared_ptr<FilmFolder const> films);
 
     /// Decides by the head alone, before a byte of the body is read. Throws Failure.
     Admission admit(HttpRequest const& head) const;
+    /// What takes the body of a request that was let in; null when it is read whole. Throws Failure.
+    std::shared_ptr<BodySink> receiverOf(Admission const& admission, HttpRequest const& head);
     /// Runs a request; every failure becomes a response.
     Task<HttpResponse> answer(Admission admission, HttpRequest request);
     /// The response that a failure becomes.
@@ -59,13 +67,15 @@ public:
 
     /// The machine of the token that a machine connects with. Throws Failure: unauthorized,
     /// appUpdateRequired.
-    StoredMachine admitMachine(HttpRequest const& head);
+    StoredMachine admitMachine(HttpRequest const& head) const;
     Task<> tellRevocations(std::shared_ptr<MachineSession> session)
     {
         return connections.tellRevocations(session);
     }
 
     MachineListener& listener() { return commands; }
+    /// Before anything is served, once nobody else uses the data folder.
+    void begin() { library.begin(); }
     /// What is to be done again and again while the server runs.
     Task<> keepHouse();
     /// Ends what waits for other than machines and callers.
@@ -93,6 +103,16 @@ private:
     Task<HttpResponse> handleRemoveMachine(HttpRequest request, Ids ids);
     Task<HttpResponse> handleCloudMachines(HttpRequest request, Ids ids);
 
+    Task<HttpResponse> handleRecordingsPage(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleAnnounce(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleComplete(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleSharing(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleRecordings(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleRecording(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleRemoveRecording(HttpRequest request, Ids ids);
+    Task<HttpResponse> handleFilm(HttpRequest request, Ids ids);
+    std::shared_ptr<BodySink> receiveFilm(HttpRequest const& head, Ids const& ids);
+
     Store& store;
     Settings const& settings;
     Clock& clock;
@@ -100,6 +120,8 @@ private:
     LinkService links;
     ConnectionService connections;
     CommandService commands;
+    RecordingIntake intake;
+    RecordingLibrary library;
 };
 
 } // namespace zelvo::service

@@ -67,6 +67,18 @@ void ConsoleAccess::assertOwnSite(HttpRequest const& request) const
         throw Failure{.code = ErrorCode::forbidden, .message = "Other sites may not use this gateway"};
 }
 
+std::string ConsoleAccess::addressFor(HttpRequest const& request) const
+{
+    std::string const host = text::lowercased(request.header("host"));
+    if (!settings.publicUrl.empty() && host == authorityOf(settings.publicUrl))
+        return settings.publicUrl;
+    std::string const address = "http://" + host;
+    auto const parsed = boost::urls::parse_uri(address);
+    if (!parsed || parsed->has_userinfo() || parsed->encoded_authority() != host)
+        throw Failure{.code = ErrorCode::forbidden, .message = "This Host is no host"};
+    return address;
+}
+
 bool ConsoleAccess::hasApiKey(HttpRequest const& request) const
 {
     std::string const authorization = request.header("authorization");

@@ -22,6 +22,9 @@ public:
 
     /// Refuses a foreign Host and a foreign Origin. For every request.
     void assertOwnSite(HttpRequest const& request) const;
+    /// "http://127.0.0.1:8737": the address by which the caller reached this gateway. Throws Failure when its
+    /// Host is none that an address can be made of.
+    std::string addressFor(HttpRequest const& request) const;
     bool hasApiKey(HttpRequest const& request) const;
     bool hasCookie(HttpRequest const& request) const;
     /// Refuses a request with the cookie that a page of ours did not send.

@@ -9,6 +9,10 @@ namespace zelvo {
 extern EmbeddedFile const embedded_console_html;
 extern EmbeddedFile const embedded_console_locked_html;
 extern EmbeddedFile const embedded_console_entered_html;
+extern EmbeddedFile const embedded_console_recordings_html;
+extern EmbeddedFile const embedded_console_recordings_js;
+extern EmbeddedFile const embedded_console_recordings_css;
+extern EmbeddedFile const embedded_console_gateway_js;
 extern EmbeddedFile const embedded_console_css;
 extern EmbeddedFile const embedded_console_js;
 extern EmbeddedFile const embedded_console_screen_js;
@@ -25,9 +29,13 @@ struct File {
     char const* type;
 };
 
+constexpr char const* style = "text/css; charset=utf-8";
 constexpr char const* script = "text/javascript; charset=utf-8";
 
-std::array<File, 5> const files = {{{"console.css", embedded_console_css, "text/css; charset=utf-8"},
+std::array<File, 8> const files = {{{"console.css", embedded_console_css, style},
+                                    {"recordings.css", embedded_console_recordings_css, style},
+                                    {"recordings.js", embedded_console_recordings_js, script},
+                                    {"gateway.js", embedded_console_gateway_js, script},
                                     {"console.js", embedded_console_js, script},
                                     {"screen.js", embedded_console_screen_js, script},
                                     {"input.js", embedded_console_input_js, script},
@@ -43,6 +51,11 @@ HttpResponse page(int status, EmbeddedFile const& content)
 HttpResponse consolePage()
 {
     return page(200, embedded_console_html);
+}
+
+HttpResponse recordingsPage()
+{
+    return page(200, embedded_console_recordings_html);
 }
 
 HttpResponse lockedPage()

@@ -9,6 +9,8 @@ namespace zelvo::service {
 
 /// The console's page, for those who have the cookie.
 HttpResponse consolePage();
+/// The page that plays films, for those who have the cookie.
+HttpResponse recordingsPage();
 /// The page that says how to get in: 401.
 HttpResponse lockedPage();
 /// The page after a one-time link, which leads on to the console. It is no redirect: a browser that follows

@@ -1,5 +1,6 @@
 #include "ZelvoGateway/DataFolder.h"
 
+#include "ZelvoGateway/OwnedDescriptor.h"
 #include "base/Identifiers.h"
 
 #include <fcntl.h>
@@ -23,18 +24,6 @@ namespace {
     throw std::runtime_error("cannot " + what + " " + path.string() + ": " +
                              std::generic_category().message(error));
 }
-
-class OwnedDescriptor {
-public:
-    explicit OwnedDescriptor(int number) : number(number) {}
-    OwnedDescriptor(OwnedDescriptor const&) = delete;
-    OwnedDescriptor& operator=(OwnedDescriptor const&) = delete;
-    ~OwnedDescriptor() { ::close(number); }
-    int get() const { return number; }
-
-private:
-    int number;
-};
 
 void writeAll(int file, std::string const& text, std::filesystem::path const& path)
 {

@@ -49,6 +49,12 @@ Statement& Statement::bind(std::int64_t number)
     return *this;
 }
 
+Statement& Statement::bind(double number)
+{
+    sqlite3_bind_double(statement.get(), ++bound, number);
+    return *this;
+}
+
 Statement& Statement::bind(std::optional<std::string> const& text)
 {
     if (text)
@@ -83,6 +89,11 @@ std::optional<std::string> Statement::optionalText(int column) const
 std::int64_t Statement::integer(int column) const
 {
     return sqlite3_column_int64(statement.get(), column);
+}
+
+double Statement::real(int column) const
+{
+    return sqlite3_column_double(statement.get(), column);
 }
 
 Database::Database(std::filesystem::path const& file)

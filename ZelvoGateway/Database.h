@@ -27,6 +27,7 @@ public:
     Statement& bind(std::string_view text);
     Statement& bind(std::string const& text) { return bind(std::string_view(text)); }
     Statement& bind(std::int64_t number);
+    Statement& bind(double number);
     Statement& bind(std::optional<std::string> const& text);
 
     /// The next row; false when there is none.
@@ -34,6 +35,7 @@ public:
     std::string text(int column) const;
     std::optional<std::string> optionalText(int column) const;
     std::int64_t integer(int column) const;
+    double real(int column) const;
 
 private:
     std::unique_ptr<sqlite3_stmt, FinalizeStatement> statement;

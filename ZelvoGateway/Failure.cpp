@@ -1,6 +1,14 @@
 #include "ZelvoGateway/Failure.h"
 
+#include <iostream>
+
 namespace zelvo::service {
+
+Failure internalFailure(std::exception const& error)
+{
+    std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+    return {.message = "Internal error", .status = 500};
+}
 
 int httpStatus(ErrorCode code)
 {
@@ -17,7 +25,6 @@ int httpStatus(ErrorCode code)
     case ErrorCode::zelvoUIProtected:
         return 403;
     case ErrorCode::notFound:
-    case ErrorCode::recordingsUnavailable:
         return 404;
     case ErrorCode::confirmationTimeout:
         return 408;
@@ -42,6 +49,7 @@ int httpStatus(ErrorCode code)
         return 502;
     case ErrorCode::machineOffline:
     case ErrorCode::machineUnavailable:
+    case ErrorCode::recordingsUnavailable:
         return 503;
     case ErrorCode::timeout:
         return 504;

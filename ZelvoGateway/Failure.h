@@ -3,6 +3,7 @@
 #include "wire/ErrorCode.h"
 #include "wire/Json.h"
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +20,8 @@ struct Failure {
     std::optional<int> status = {}; ///< instead of the status of the code
 };
 
+/// What callers are told of a failure that is nobody's business: it goes to standard error.
+Failure internalFailure(std::exception const& error);
 /// The HTTP status that goes with a code.
 int httpStatus(ErrorCode code);
 

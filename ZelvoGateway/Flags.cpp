@@ -31,6 +31,12 @@ std::int64_t number(std::string const& text, std::int64_t least, std::int64_t mo
     return value;
 }
 
+/// Of a text that says how many mebibytes.
+std::uint64_t mebibytes(std::string const& text)
+{
+    return static_cast<std::uint64_t>(number(text, 1, 1 << 30)) << 20;
+}
+
 std::string webAddress(std::string const& text)
 {
     auto const url = boost::urls::parse_uri(text);
@@ -43,7 +49,7 @@ std::string webAddress(std::string const& text)
     return text.ends_with('/') ? text.substr(0, text.size() - 1) : text;
 }
 
-constexpr std::array<Flag, 15> flags = {{
+constexpr std::array<Flag, 19> flags = {{
     {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
      [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
     {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
@@ -66,6 +72,16 @@ constexpr std::array<Flag, 15> flags = {{
      [](Flags& f, std::string const& v) {
          f.settings.commandTimeout = std::chrono::seconds(number(v, 1, 3600));
      }},
+    {"--no-recordings", "", "takes no more films from machines",
+     [](Flags& f, std::string const&) { f.settings.recordings.taken = false; }},
+    {"--recording-days", "N", "how long a film is kept (default 30)",
+     [](Flags& f, std::string const& v) {
+         f.settings.recordings.kept = std::chrono::days(number(v, 1, 3650));
+     }},
+    {"--recording-mib", "N", "the largest film that is taken (default 2048)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.largest = mebibytes(v); }},
+    {"--recordings-mib", "N", "what all films together may take up (default 20480)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.allTogether = mebibytes(v); }},
     {"--print-console-link", "", "prints a one-time link to the console once it listens",
      [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
     {"--token-file", "FILE",

@@ -1,5 +1,7 @@
 #include "ZelvoGateway/HttpMessage.h"
 
+#include "ZelvoGateway/Failure.h"
+
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 
@@ -28,6 +30,14 @@ std::string HttpRequest::queryItem(std::string const& name) const
 HttpResponse jsonResponse(int status, json::value const& value)
 {
     return {.status = status, .body = writeJson(value)};
+}
+
+json::object objectOf(std::string const& body)
+{
+    auto parsed = parseJson(body);
+    if (!parsed || !parsed->is_object())
+        throw Failure{.code = ErrorCode::invalidRequest, .message = "The body must be a JSON object"};
+    return std::move(parsed->get_object());
 }
 
 bool readTarget(std::string_view target, HttpRequest& request)

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "ZelvoGateway/MemoryBudget.h"
+#include "ZelvoGateway/OpenFile.h"
 #include "wire/Json.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,10 +32,14 @@ struct HttpResponse {
     std::string contentType = "application/json";
     std::string body = {};
     std::vector<std::pair<std::string, std::string>> headers = {};
-    MemoryBudget::Lease memory = {}; ///< held until the body was sent
+    MemoryBudget::Lease memory = {};   ///< held until the body was sent
+    std::optional<FilePart> file = {}; ///< sent instead of the body
 };
 
 HttpResponse jsonResponse(int status, json::value const& value);
+
+/// The body of a request, which must be a JSON object. Throws Failure.
+json::object objectOf(std::string const& body);
 
 /// Takes the target of a request apart; false when it is no path with an optional query.
 bool readTarget(std::string_view target, HttpRequest& request);

@@ -1,9 +1,12 @@
 #include "ZelvoGateway/HttpSession.h"
 
 #include "ZelvoGateway/Api.h"
+#include "ZelvoGateway/BodyPieces.h"
+#include "ZelvoGateway/BodySink.h"
 #include "ZelvoGateway/Failure.h"
 #include "ZelvoGateway/MachineRegistry.h"
 #include "ZelvoGateway/MachineSocket.h"
+#include "ZelvoGateway/ResponseWriter.h"
 #include "base/Text.h"
 
 #include <boost/asio/as_tuple.hpp>
@@ -27,11 +30,6 @@ constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr std::size_t readBuffer = 128_KiB;
 constexpr std::size_t lingerBytes = 256_MiB;
 constexpr Duration lingerTime = 15s;
-constexpr std::size_t slowestReader = 256_KiB; // A second; who reads slower is let go.
-
-constexpr char const* contentPolicy = "default-src 'none'; script-src 'self'; style-src 'self'; img-src "
-                                      "'self' data: blob:; connect-src 'self'; "
-                                      "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
 class BeastHttpSession final : public HttpSession {
 public:
@@ -48,10 +46,20 @@ private:
     using HeadParser = std::shared_ptr<http::request_parser<http::empty_body>>;
     using BodyParser = std::shared_ptr<http::request_parser<http::string_body>>;
 
+    /// A request that was let in.
+    struct Entry {
+        Api::Admission admission;
+        MemoryBudget::Lease memory;
+        std::shared_ptr<BodySink> sink; ///< takes the body piece by piece; null when it is read whole
+    };
+
     Task<bool> serveOne(bool first);
     Task<boost::system::error_code> readHead(HeadParser parser, bool first);
     Task<bool> serveBadHead(boost::system::error_code error);
+    Entry letIn(HeadParser const& head, HttpRequest const& request);
     Task<bool> serveRequest(HeadParser headParser, HttpRequest request);
+    Task<bool> receive(HeadParser headParser, HttpRequest request, std::shared_ptr<BodySink> sink);
+    Task<> goOn(HeadParser headParser, HttpRequest const* request);
     Task<bool> refuse(Failure failure, HttpRequest head);
     Task<> serveMachine(HeadParser parser, HttpRequest head);
     Task<boost::system::error_code> readBody(BodyParser parser);
@@ -154,35 +162,44 @@ Task<bool> BeastHttpSession::refuse(Failure failure, HttpRequest head)
     co_return false;
 }
 
+/// Judges a request by its head. Throws Failure.
+BeastHttpSession::Entry BeastHttpSession::letIn(HeadParser const& head, HttpRequest const& request)
+{
+    Entry entry;
+    entry.admission = parts.api.admit(request);
+    bool const inPieces = entry.admission.route->receiver != nullptr;
+    auto const length = head->content_length();
+    if (!inPieces && length && *length > entry.admission.bodyLimit)
+        throw Failure{.code = ErrorCode::invalidRequest, .message = "The body is too large", .status = 413};
+    std::size_t atMost = head->chunked() ? entry.admission.bodyLimit : 0;
+    if (length)
+        atMost = inPieces ? BodyPieces::size : static_cast<std::size_t>(*length);
+    if (!parts.memory.grow(entry.memory, atMost))
+        throw Failure{.code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
+    entry.sink = parts.api.receiverOf(entry.admission, request);
+    return entry;
+}
+
 Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, HttpRequest request)
 {
     std::optional<Failure> refused;
-    Api::Admission admission;
-    MemoryBudget::Lease memory;
+    Entry entry;
     headOnly = request.method == "HEAD";
     try {
-        admission = parts.api.admit(request);
-        auto const length = headParser->content_length();
-        if (length && *length > admission.bodyLimit)
-            throw Failure{
-                .code = ErrorCode::invalidRequest, .message = "The body is too large", .status = 413};
-        std::size_t atMost = headParser->chunked() ? admission.bodyLimit : 0;
-        if (length)
-            atMost = static_cast<std::size_t>(*length);
-        if (!parts.memory.grow(memory, atMost))
-            throw Failure{.code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
+        entry = letIn(headParser, request);
     } catch (Failure const& failure) {
         refused = failure;
+    } catch (std::exception const& error) {
+        refused = internalFailure(error);
     }
     if (refused)
         co_return co_await refuse(*std::move(refused), std::move(request));
 
-    if (text::equalIgnoringCase(request.header("expect"), "100-continue")) {
-        http::response<http::empty_body> const goOn(http::status::continue_, headParser->get().version());
-        co_await http::async_write(stream, goOn, asTuple);
-    }
+    co_await goOn(headParser, &request);
+    if (entry.sink)
+        co_return co_await receive(headParser, std::move(request), std::move(entry.sink));
     auto const parser = std::make_shared<BodyParser::element_type>(std::move(*headParser));
-    parser->body_limit(admission.bodyLimit);
+    parser->body_limit(entry.admission.bodyLimit);
     if (auto const error = co_await readBody(parser)) {
         bool const tooLarge = error == http::error::body_limit;
         Failure failure{.code = ErrorCode::invalidRequest,
@@ -192,8 +209,42 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, HttpRequest req
     }
     bool const keepAlive = parser->get().keep_alive();
     request.body = std::move(parser->get().body());
-    HttpResponse response = co_await parts.api.answer(std::move(admission), std::move(request));
+    HttpResponse response = co_await parts.api.answer(std::move(entry.admission), std::move(request));
+    if (response.file && !parts.memory.grow(response.memory, ResponseWriter::filePiece)) {
+        Failure const failure{.code = ErrorCode::rateLimited, .message = "Too many films are read"};
+        response = parts.api.failed(failure, {});
+    }
     co_return co_await write(std::move(response), keepAlive);
+}
+
+Task<> BeastHttpSession::goOn(HeadParser headParser, HttpRequest const* request)
+{
+    if (!text::equalIgnoringCase(request->header("expect"), "100-continue"))
+        co_return;
+    http::response<http::empty_body> const message(http::status::continue_, headParser->get().version());
+    co_await http::async_write(stream, message, asTuple);
+}
+
+/// A body that is taken piece by piece.
+Task<bool>
+BeastHttpSession::receive(HeadParser headParser, HttpRequest request, std::shared_ptr<BodySink> sink)
+{
+    BodyPieces pieces(stream, buffer, std::move(*headParser), parts.settings.limits);
+    std::optional<Failure> failure;
+    HttpResponse response;
+    try {
+        for (auto piece = co_await pieces.next(); !piece.empty(); piece = co_await pieces.next())
+            co_await sink->take(piece);
+        response = co_await sink->finish();
+    } catch (Failure const& thrown) {
+        failure = thrown;
+    } catch (std::exception const& error) {
+        failure = internalFailure(error);
+    }
+    sink.reset(); // What it leaves behind is gone before the sender hears of it.
+    if (failure)
+        co_return co_await refuse(*std::move(failure), std::move(request));
+    co_return co_await write(std::move(response), pieces.keepAlive());
 }
 
 Task<boost::system::error_code> BeastHttpSession::readBody(BodyParser parser)
@@ -212,26 +263,9 @@ Task<boost::system::error_code> BeastHttpSession::readBody(BodyParser parser)
 
 Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
 {
-    http::response<http::string_body> message(static_cast<http::status>(response.status), 11);
-    message.set(http::field::server, "zelvo-gateway");
-    message.set(http::field::content_type, response.contentType);
-    message.set(http::field::cache_control, "no-store");
-    message.set("X-Content-Type-Options", "nosniff");
-    message.set("X-Frame-Options", "DENY");
-    message.set("Referrer-Policy", "no-referrer");
-    message.set("Cross-Origin-Resource-Policy", "same-origin");
-    message.set("Cross-Origin-Opener-Policy", "same-origin");
-    message.set("Content-Security-Policy", contentPolicy);
-    for (auto const& [name, value] : response.headers)
-        message.insert(name, value);
-    message.keep_alive(keepAlive && !parts.stopping);
-    message.body() = std::move(response.body);
-    message.prepare_payload();
-    if (std::exchange(headOnly, false))
-        message.body().clear(); // The length stays that of the body.
-    stream.expires_after(60s + std::chrono::seconds(message.body().size() / slowestReader));
-    auto const [error, count] = co_await http::async_write(stream, message, asTuple);
-    co_return !error && message.keep_alive();
+    ResponseWriter writer(stream, parts.workers);
+    bool const whole = !std::exchange(headOnly, false);
+    co_return co_await writer.write(std::move(response), keepAlive && !parts.stopping, whole);
 }
 
 /// Takes in what the client still sends, so that it gets to read the answer before the connection breaks.

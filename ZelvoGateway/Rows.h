@@ -1,11 +1,23 @@
 #pragma once
 
 #include "ZelvoGateway/Database.h"
+#include "base/Clock.h"
 
 #include <optional>
 #include <vector>
 
 namespace zelvo::service {
+
+/// A date as most tables keep it: milliseconds since 1970.
+inline std::int64_t millisecondsOf(Date date)
+{
+    return std::chrono::floor<std::chrono::milliseconds>(date).time_since_epoch().count();
+}
+
+inline Date dateOfMilliseconds(std::int64_t milliseconds)
+{
+    return Date(std::chrono::milliseconds(milliseconds));
+}
 
 /// Every row of a statement, as `read` takes it.
 template <class F>

@@ -3,11 +3,30 @@
 #include "base/Identifiers.h"
 
 #include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 #include <openssl/sha.h>
 
 #include <array>
 
 namespace zelvo::service {
+
+namespace {
+
+using Digest = std::array<unsigned char, SHA256_DIGEST_LENGTH>;
+
+std::string hexadecimal(Digest const& digest)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (unsigned char const byte : digest) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+} // namespace
 
 std::string newSecret()
 {
@@ -21,15 +40,17 @@ std::string newId(std::string_view prefix)
 
 std::string hashOf(std::string_view secret)
 {
-    std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
+    Digest digest{};
     SHA256(reinterpret_cast<unsigned char const*>(secret.data()), secret.size(), digest.data());
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (unsigned char const byte : digest) {
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
+    return hexadecimal(digest);
+}
+
+std::string signatureOf(std::string_view text, std::string_view key)
+{
+    Digest digest{};
+    HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()),
+         reinterpret_cast<unsigned char const*>(text.data()), text.size(), digest.data(), nullptr);
+    return hexadecimal(digest);
 }
 
 bool sameSecret(std::string_view left, std::string_view right)

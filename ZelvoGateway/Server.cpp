@@ -34,7 +34,14 @@ asio::ip::address listenAddress(std::string const& text)
 Server::Server(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
       store(folder.file("gateway.sqlite")), memory(settings.limits.memory), clock(clock ? *clock : ownClock),
-      api(store, machines, key, settings, this->clock, memory, workers.get_executor()),
+      api(store,
+          machines,
+          key,
+          settings,
+          this->clock,
+          memory,
+          workers.get_executor(),
+          std::make_shared<FilmFolder const>(folder.file("recordings"))),
       parts{.settings = settings,
             .store = store,
             .machines = machines,
@@ -45,6 +52,7 @@ Server::Server(Settings wanted, Clock* clock)
 {
     folder.lock();
     store.endInterruptedCommands(this->clock.date());
+    api.begin();
     listen();
     folder.write(addressFile, address() + "\n");
 }

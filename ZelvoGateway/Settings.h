@@ -56,6 +56,20 @@ struct ControlTimes {
     std::size_t longestLine = 32; ///< agents in line for one machine
 };
 
+/// Films that machines hand over.
+struct RecordingRules {
+    bool taken = true;                     ///< false takes no new ones; those that are here stay
+    std::uint64_t largest = 2048_MiB;      ///< bytes of one film
+    std::uint64_t allTogether = 20480_MiB; ///< bytes of all films
+    std::uint64_t spareDisk = 512_MiB;     ///< bytes that stay free on the disk
+    std::size_t openUploads = 8;           ///< of one connection at a time
+    Duration kept = 30 * 24h;              ///< from the day on which it was handed over
+    Duration uploadAddress = 15min;        ///< within which its body must begin to come
+    Duration completion = 24h;             ///< within which a film that has come must be completed
+    Duration filmAddress = 1h;             ///< how long the address of a film is good
+    Duration deletedKept = 7 * 24h;        ///< that a film was deleted can be asked for this long
+};
+
 /// What the person who starts the gateway chooses.
 struct Settings {
     std::string dataFolder;
@@ -71,6 +85,7 @@ struct Settings {
     Duration consoleLinkLifetime = 10min;
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how a queued command ended can be asked for this long
+    RecordingRules recordings;
     Limits limits;
 };
 

@@ -35,6 +35,16 @@ CREATE TABLE IF NOT EXISTS paused_agents (
     machine_id TEXT NOT NULL REFERENCES machines(id) ON DELETE CASCADE, ref TEXT NOT NULL,
     connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, name TEXT NOT NULL, task TEXT,
     since INTEGER NOT NULL, PRIMARY KEY (machine_id, ref)) STRICT;
+CREATE TABLE IF NOT EXISTS shared_recordings (
+    connection_id TEXT PRIMARY KEY REFERENCES connections(id) ON DELETE CASCADE) STRICT;
+CREATE TABLE IF NOT EXISTS recordings (
+    sequence INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE,
+    connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, stage TEXT NOT NULL,
+    size_bytes INTEGER NOT NULL, duration_sec REAL NOT NULL, created_at INTEGER NOT NULL,
+    deletes_at INTEGER NOT NULL, upload_until INTEGER NOT NULL, upload_hash TEXT NOT NULL UNIQUE,
+    changed_at INTEGER NOT NULL DEFAULT 0) STRICT;
+CREATE INDEX IF NOT EXISTS recordings_of_connection ON recordings(connection_id, stage);
+CREATE INDEX IF NOT EXISTS recordings_by_stage ON recordings(stage, deletes_at);
 )sql";
 
 constexpr std::string_view machineColumns =

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/Arbiter.h"
 #include "ZelvoGateway/Database.h"
+#include "ZelvoGateway/StoredRecording.h"
 #include "base/Clock.h"
 #include "wire/AgentMode.h"
 #include "wire/AgentScope.h"
@@ -78,8 +79,9 @@ struct QueueUse {
 };
 
 /// Everything that outlives the process: machines, connections, link sessions, end users, one-time codes of
-/// the console, queued commands, agents that were put aside. Of tokens and codes only hashes are kept. Other
-/// processes may use the same file at the same time. Thread: one at a time. Errors: std::runtime_error.
+/// the console, queued commands, agents that were put aside, what is known of films. Of tokens and codes only
+/// hashes are kept. Other processes may use the same file at the same time. Thread: one at a time. Errors:
+/// std::runtime_error.
 class Store {
 public:
     explicit Store(std::filesystem::path const& file);
@@ -148,6 +150,31 @@ public:
     void removePausedAgent(std::string const& machineId, std::string const& ref);
     void removePausedAgents(std::string const& connectionId);
     std::vector<PausedAgent> pausedAgents(std::string const& machineId);
+
+    /// Whether the person shares films of what this connection does.
+    void setShared(std::string const& connectionId, bool shared);
+    bool isShared(std::string const& connectionId);
+    void addRecording(StoredRecording const& recording, std::string_view uploadSecret);
+    std::optional<StoredRecording> recording(std::string const& id);
+    std::optional<StoredRecording> recordingOfUpload(std::string_view secret);
+    /// Those that can be watched or are on their way, newest first.
+    std::vector<StoredRecording> recordings(RecordingQuery const& query);
+    /// From one stage to another; false when it has another stage.
+    bool moveRecording(std::string const& id, FilmStage from, FilmStage to, Date now);
+    RecordingUse recordingUse();
+    std::size_t openUploads(std::string const& connectionId);
+    /// Ends what is not ready, and tells of what.
+    std::vector<std::string> endUploads(std::string const& connectionId, Date now);
+    /// Ends the uploads that were under way when the gateway stopped.
+    void endInterruptedUploads(Date now);
+    /// Ends films whose time is over, addresses that nobody used in time, and films that came before
+    /// `oldestReceived` and were not completed; tells of which.
+    std::vector<std::string> endOldRecordings(Date now, Date oldestReceived);
+    /// Forgets what ended before `oldest`.
+    void forgetEndedRecordings(Date oldest);
+    /// Those whose files belong on the disk when nothing is on its way.
+    std::vector<std::string> filmsThatStay();
+    std::vector<std::string> filmsOf(std::string const& machineId);
 
     /// Forgets codes and sessions whose time was over a day ago.
     void forgetExpired(Date now);

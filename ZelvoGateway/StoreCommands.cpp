@@ -7,16 +7,6 @@ namespace {
 
 using records::CommandStatus;
 
-std::int64_t millisecondsOf(Date date)
-{
-    return std::chrono::floor<std::chrono::milliseconds>(date).time_since_epoch().count();
-}
-
-Date dateOf(std::int64_t milliseconds)
-{
-    return Date(std::chrono::milliseconds(milliseconds));
-}
-
 /// Columns: id, connection_id, method, summary, expires_at, status.
 StoredCommand headOf(Statement const& row)
 {
@@ -25,7 +15,7 @@ StoredCommand headOf(Statement const& row)
     command.connectionId = row.text(1);
     command.method = row.text(2);
     command.summary = row.text(3);
-    command.expiresAt = dateOf(row.integer(4));
+    command.expiresAt = dateOfMilliseconds(row.integer(4));
     command.status = fromRawValue<CommandStatus>(row.text(5)).value_or(CommandStatus::failed);
     return command;
 }
@@ -212,7 +202,7 @@ std::vector<PausedAgent> Store::pausedAgents(std::string const& machineId)
                         .connectionId = row.text(1),
                         .name = row.text(2),
                         .task = row.optionalText(3)};
-        paused.since = dateOf(row.integer(4));
+        paused.since = dateOfMilliseconds(row.integer(4));
         return paused;
     });
 }

@@ -1,35 +1,13 @@
 // The console: the list of machines, and the one that is looked at.
 
+import { $, call, element } from "/page/gateway.js";
 import { Input } from "/page/input.js";
 import { Screen } from "/page/screen.js";
 
-const $ = id => document.getElementById(id);
 const agent = { name: "Console", ref: "console" };
 let machines = [];
 let chosen = location.hash.slice(1);   // The connection that is looked at.
 let watched = null;                    // The connection whose picture is being fetched.
-
-class CallError extends Error {
-  constructor(status, error) {
-    super(error?.message || `The gateway answered ${status}`);
-    this.status = status;
-    this.code = error?.code || "";
-    this.details = error?.details || {};
-  }
-}
-
-async function call(path, body) {
-  const options = body ? { method: "POST", headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) } : {};
-  let response;
-  try {
-    response = await fetch(path, options);
-  } catch {
-    throw new CallError(0, { code: "gateway_gone", message: "The gateway does not answer" });
-  }
-  const answer = await response.json().catch(() => ({}));
-  if (!response.ok) throw new CallError(response.status, answer.error);
-  return answer;
-}
 
 async function command(connection, method, params) {
   // What a hand does is for the screen that it sees now: it must not wait for another agent's end.
@@ -121,12 +99,6 @@ function stateOf(machine) {
   if (status.paused) return ["held", "Paused"];
   if (status.availability === "ready") return ["ready", "Ready"];
   return ["held", { asleep: "Asleep", no_gui_session: "No session", screen_locked: "Locked" }[status.availability] || "Connecting"];
-}
-
-function element(tag, attributes, ...children) {
-  const made = Object.assign(document.createElement(tag), attributes);
-  made.append(...children);
-  return made;
 }
 
 function entry(machine, connection) {

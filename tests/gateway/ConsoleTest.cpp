@@ -205,7 +205,8 @@ TEST(Console, hasTheFilesOfItsPage)
 {
     Gateway gateway;
 
-    for (std::string const name : {"console.css", "console.js", "screen.js", "input.js", "keys.js"}) {
+    for (std::string const name : {"console.css", "console.js", "screen.js", "input.js", "keys.js",
+                                   "gateway.js", "recordings.js", "recordings.css"}) {
         Answer const file = gateway.call("GET", "/page/" + name);
         EXPECT_EQ(file.status, 200) << name;
         EXPECT_GT(file.body.size(), 500u) << name;

@@ -32,6 +32,23 @@ TEST(Flags, haveDefaults)
     EXPECT_EQ(flags.settings.platformName, "Zelvo Local");
     EXPECT_FALSE(flags.settings.personal);
     EXPECT_EQ(flags.settings.commandTimeout, 180s);
+    EXPECT_TRUE(flags.settings.recordings.taken);
+    EXPECT_EQ(flags.settings.recordings.kept, 30 * 24h);
+    EXPECT_EQ(flags.settings.recordings.largest, 2048_MiB);
+    EXPECT_EQ(flags.settings.recordings.allTogether, 20480_MiB);
+}
+
+TEST(Flags, tellOfRecordings)
+{
+    Flags const flags = read({"--data=/d", "--no-recordings", "--recording-days", "7", "--recording-mib=100",
+                              "--recordings-mib=1000"});
+
+    EXPECT_FALSE(flags.settings.recordings.taken);
+    EXPECT_EQ(flags.settings.recordings.kept, 7 * 24h);
+    EXPECT_EQ(flags.settings.recordings.largest, 100_MiB);
+    EXPECT_EQ(flags.settings.recordings.allTogether, 1000_MiB);
+    EXPECT_EQ(failureOf({"--recording-days", "0"}),
+              "--recording-days: a number from 1 to 3650 is needed, not \"0\"");
 }
 
 TEST(Flags, areReadInBothForms)

@@ -45,6 +45,8 @@ public:
     SteppedClock clock;
     void stop();
     void start();
+    /// Other settings from the next start() on.
+    void change(std::function<void(Settings&)> const& how) { how(settings); }
 
     /// As a platform, with the API key.
     Answer platform(std::string const& method,

@@ -1,0 +1,33 @@
+#include "ZelvoGateway/FilmAddresses.h"
+
+#include "ZelvoGateway/Rows.h"
+#include "ZelvoGateway/Secrets.h"
+
+#include <charconv>
+
+namespace zelvo::service {
+
+std::string FilmAddresses::proof(std::string const& id, std::string const& until) const
+{
+    return signatureOf("film " + id + " " + until, key.value());
+}
+
+std::string FilmAddresses::path(std::string const& id, Date until) const
+{
+    std::string const end = std::to_string(millisecondsOf(until));
+    return "/films/" + id + "?until=" + end + "&proof=" + proof(id, end);
+}
+
+bool FilmAddresses::isGood(std::string const& id,
+                           std::string const& until,
+                           std::string const& candidate,
+                           Date now) const
+{
+    if (!sameSecret(candidate, proof(id, until)))
+        return false;
+    std::int64_t end = 0;
+    std::from_chars(until.data(), until.data() + until.size(), end);
+    return millisecondsOf(now) < end;
+}
+
+} // namespace zelvo::service

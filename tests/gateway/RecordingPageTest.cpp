@@ -1,0 +1,48 @@
+#include "gateway/Filmed.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+// The page that plays films, behind the same lock as the console. How it looks and plays is for a browser.
+
+namespace zelvo::service {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(RecordingPage, isLockedWithoutTheCookie)
+{
+    Gateway gateway;
+
+    Answer const locked = gateway.call("GET", "/recordings");
+    Answer const open = gateway.call("GET", "/recordings", "", {gateway.consoleCookie()});
+
+    EXPECT_EQ(locked.status, 401);
+    EXPECT_THAT(locked.body, HasSubstr("zelvo-gateway console-link"));
+    EXPECT_EQ(open.status, 200);
+    EXPECT_THAT(open.body, HasSubstr("/page/recordings.js"));
+}
+
+TEST(RecordingPage, mayPlayFilmsOfThisGatewayOnly)
+{
+    Gateway gateway;
+
+    Answer const page = gateway.call("GET", "/recordings", "", {gateway.consoleCookie()});
+
+    EXPECT_THAT(page.headers.at("content-security-policy"), HasSubstr("; media-src 'self';"));
+    EXPECT_THAT(page.headers.at("content-security-policy"), HasSubstr("default-src 'none'"));
+    for (char const* const part : {"<script>", "<style", " style=", " onclick="})
+        EXPECT_EQ(page.body.find(part), std::string::npos) << part;
+    EXPECT_EQ(gateway.call("GET", "/recordings", "", {{"Origin", "http://evil.example"}}).status, 403);
+}
+
+TEST(RecordingPage, isReachedFromTheConsole)
+{
+    Gateway gateway;
+
+    EXPECT_THAT(gateway.call("GET", "/", "", {gateway.consoleCookie()}).body,
+                HasSubstr(R"(<a href="/recordings">)"));
+}
+
+} // namespace
+} // namespace zelvo::service
