@@ -25,6 +25,12 @@ target_include_directories(zelvo_yuv SYSTEM INTERFACE ${YUV_INCLUDE})
 add_library(zelvo::yuv ALIAS zelvo_yuv)
 
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    # Only their headers: they are loaded with the first film.
+    pkg_check_modules(LIBAV REQUIRED libavcodec libavformat libavutil)
+    add_library(zelvo_libav INTERFACE)
+    target_include_directories(zelvo_libav SYSTEM INTERFACE ${LIBAV_INCLUDE_DIRS})
+    target_link_libraries(zelvo_libav INTERFACE ${CMAKE_DL_LIBS})
+    add_library(zelvo::libav ALIAS zelvo_libav)
     zelvo_pkg(x11 xcb xcb-shm xcb-xtest xcb-composite xcb-damage xcb-xfixes xcb-randr xcb-res xcb-shape xcb-xkb
               xkbcommon xkbcommon-x11)
     zelvo_pkg(sdbus libsystemd)

@@ -25,6 +25,8 @@ public:
     /// Was it made?
     explicit operator bool() const { return bool(file); }
     bool write(std::string_view content);
+    /// For writing in another way; -1 when it was not made.
+    int descriptor() const { return file.get(); }
     /// Takes over what an old file in the folder lets others do: its permission bits, group and access list.
     /// Where one of the two can't be taken over, the group's bits are at most those of everybody.
     bool takeRights(std::string const& old, struct stat const& facts);

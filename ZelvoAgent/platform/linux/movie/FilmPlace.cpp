@@ -1,0 +1,63 @@
+#include "platform/linux/movie/FilmPlace.h"
+
+#include "platform/MovieFile.h"
+#include "platform/linux/system/TemporaryFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace zelvo {
+
+namespace {
+
+constexpr mode_t onlyOurs = 0600;
+
+[[noreturn]] void fail(std::filesystem::path const& path, int error)
+{
+    throw MovieFailure{path.string() + ": " + std::generic_category().message(error)};
+}
+
+} // namespace
+
+FilmPlace::FilmPlace(std::filesystem::path const& path)
+    : name(path.filename().string()),
+      folder(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+    if (!folder)
+        fail(path.parent_path(), errno);
+    film.reset(::openat(folder.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, onlyOurs));
+    if (!film)
+        fail(path, errno);
+}
+
+bool FilmPlace::isInPlace() const
+{
+    struct stat ours{};
+    struct stat there{};
+    return ::fstat(film.get(), &ours) == 0 &&
+           ::fstatat(folder.get(), name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
+           ours.st_dev == there.st_dev && ours.st_ino == there.st_ino;
+}
+
+bool FilmPlace::replace(std::function<bool(int file)> const& fill)
+{
+    if (!isInPlace())
+        return false;
+    TemporaryFile next(folder.get(), onlyOurs);
+    if (!next || !fill(next.descriptor()) || !next.sync() || !isInPlace() || !next.rename(name))
+        return false;
+    ::fsync(folder.get());
+    return true;
+}
+
+void FilmPlace::remove()
+{
+    if (isInPlace())
+        ::unlinkat(folder.get(), name.c_str(), 0);
+}
+
+} // namespace zelvo

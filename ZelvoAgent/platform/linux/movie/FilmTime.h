@@ -1,0 +1,24 @@
+#pragma once
+
+#include "base/Clock.h"
+
+#include <cstdint>
+
+namespace zelvo {
+
+/// The unit of time in a film: milliseconds and eighths of a second are whole numbers of it.
+constexpr int filmTicksPerSecond = 90'000;
+
+/// In film ticks; of two frames that are closer the second is moved.
+constexpr std::int64_t shortestFrame = 2;
+
+/// Rounded to the nearest.
+inline std::int64_t filmTicks(Duration time)
+{
+    constexpr std::int64_t unit = 100'000; // 9 ticks are that many nanoseconds.
+    std::int64_t const whole = time.count() / unit;
+    std::int64_t const rest = time.count() % unit;
+    return whole * 9 + (rest * 9 + (rest < 0 ? -unit / 2 : unit / 2)) / unit;
+}
+
+} // namespace zelvo

@@ -1,0 +1,264 @@
+#include "desktop/movie/FakeEncoder.h"
+#include "desktop/movie/FilmFacts.h"
+#include "desktop/movie/TestPictures.h"
+#include "platform/linux/movie/LibavMovies.h"
+#include "unit/system/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <sched.h>
+#include <signal.h>
+#include <sys/fsuid.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <thread>
+
+namespace zelvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr Duration eighth = 125ms;
+
+class BrokenMovies : public testing::Test {
+protected:
+    /// Gives frames until one is refused. Gives how many were taken.
+    static std::size_t fill(MovieFile& film, int atMost)
+    {
+        for (int number = 0; number < atMost; ++number)
+            if (!film.append(busyPicture(320, 180, number), number * eighth))
+                return std::size_t(number);
+        return std::size_t(atMost);
+    }
+
+    static void expectPlays(fs::path const& film, std::size_t frames)
+    {
+        EXPECT_EQ(decodableFrames(film), frames);
+        EXPECT_EQ(complaintsAbout(film), "");
+    }
+
+    TemporaryFolder folder;
+    fs::path path = folder.path / "film.mp4";
+};
+
+TEST_F(BrokenMovies, keepWhatCameBeforeTheEncoderFailedAtAnyCall)
+{
+    for (int call : {0, 1, 2, 3, 8, 11}) {
+        // The probe's encoder has none of these faults.
+        int opened = 0;
+        LibavMovies movies([&](EncoderCandidate const& candidate, MovieSettings const& settings) {
+            return withFaults({.failsAtCall = opened++ ? call : -1})(candidate, settings);
+        });
+        auto const film = movies.create(settingsFor(path));
+
+        std::size_t const taken = fill(*film, 10);
+
+        EXPECT_EQ(taken, std::size_t(call) / 2);
+        EXPECT_FALSE(film->isReadyForMoreData());
+        EXPECT_FALSE(film->append(busyPicture(320, 180, 11), 11 * eighth));
+        EXPECT_FALSE(film->repeat(12 * eighth));
+        EXPECT_EQ(film->finish(20 * eighth), taken > 0) << call;
+        EXPECT_EQ(fs::exists(path), taken > 0) << call;
+        if (taken > 0) {
+            expectPlays(path, taken);
+            EXPECT_DOUBLE_EQ(factsOf(path).duration, 2.5);
+        }
+        fs::remove(path);
+    }
+}
+
+TEST_F(BrokenMovies, areAnsweredTruthfullyWhenTheEncoderFailsAtTheEnd)
+{
+    for (bool fails : {true, false}) {
+        int opened = 0;
+        LibavMovies movies([&](EncoderCandidate const& candidate, MovieSettings const& settings) {
+            // The probe's encoder has none of these faults.
+            EncoderFaults faults;
+            if (opened++)
+                faults = {.failsAtCall = fails ? 10 : -1, .holdsBack = true};
+            return withFaults(faults)(candidate, settings);
+        });
+        auto const film = movies.create(settingsFor(path));
+        EXPECT_EQ(fill(*film, 5), 5u);
+
+        EXPECT_EQ(film->finish(5 * eighth), !fails);
+
+        EXPECT_EQ(fs::exists(path), !fails);
+        if (!fails)
+            expectPlays(path, 5);
+    }
+}
+
+TEST_F(BrokenMovies, takeNoPictureOfAnotherSize)
+{
+    LibavMovies movies;
+    auto const film = movies.create(settingsFor(path));
+    ASSERT_EQ(fill(*film, 3), 3u);
+
+    EXPECT_FALSE(film->append(busyPicture(322, 180, 3), 3 * eighth));
+
+    EXPECT_TRUE(film->finish(1s));
+    expectPlays(path, 3);
+}
+
+/// No file of this process may grow beyond this.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        rlimit const limit{.rlim_cur = bytes, .rlim_max = before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        ::signal(SIGXFSZ, SIG_DFL);
+    }
+    FileSizeLimit(FileSizeLimit const&) = delete;
+    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
+
+private:
+    rlimit before{};
+};
+
+TEST_F(BrokenMovies, playUpToWhereTheFileCouldNotGrow)
+{
+    LibavMovies movies;
+    auto const film = movies.create(settingsFor(path));
+    std::size_t taken = 0;
+    {
+        FileSizeLimit const limit(100'000);
+        taken = fill(*film, 10'000);
+        EXPECT_LT(fs::file_size(path), 300'001u);
+    }
+
+    EXPECT_GT(taken, 3u);
+    EXPECT_LT(taken, 10'000u);
+    expectPlays(path, taken);
+    EXPECT_TRUE(film->finish(taken * eighth)); // There is room again.
+    expectPlays(path, taken);
+    EXPECT_NEAR(factsOf(path).duration, double(taken) * 0.125, 1e-6);
+}
+
+TEST_F(BrokenMovies, cannotBeginWhereNotEvenTheHeadFits)
+{
+    FileSizeLimit const limit(100);
+
+    EXPECT_THROW(LibavMovies().create(settingsFor(path)), MovieFailure);
+
+    EXPECT_FALSE(fs::exists(path));
+}
+
+/// Runs on a thread that sees a disk of its own size at a folder. False when that can't be had.
+bool onASmallDisk(fs::path const& folder, char const* size, std::function<void()> const& body)
+{
+    bool ran = false;
+    std::thread([&] {
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("none", folder.c_str(), "tmpfs", 0, size) != 0)
+            return;
+        ran = true;
+        body();
+    }).join();
+    return ran;
+}
+
+TEST_F(BrokenMovies, playUpToWhereTheDiskWasFull)
+{
+    auto const body = [&] {
+        LibavMovies movies;
+        auto const film = movies.create(settingsFor(path));
+
+        std::size_t const taken = fill(*film, 10'000);
+
+        EXPECT_GT(taken, 3u);
+        EXPECT_LT(taken, 10'000u);
+        expectPlays(path, taken);
+        EXPECT_FALSE(film->finish(taken * eighth)); // No room to rewrite it.
+        expectPlays(path, taken);
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), fs::directory_iterator()), 1);
+    };
+    if (!onASmallDisk(folder.path, "size=200k", body))
+        GTEST_SKIP() << "no disk of our own can be mounted here";
+}
+
+TEST_F(BrokenMovies, areFinishedOnAnotherFileSystem)
+{
+    auto const body = [&] {
+        LibavMovies movies;
+        auto const film = movies.create(settingsFor(path));
+        ASSERT_EQ(fill(*film, 10), 10u);
+        EXPECT_TRUE(film->finish(10 * eighth));
+        expectPlays(path, 10);
+    };
+    if (!onASmallDisk(folder.path, "size=8m", body))
+        GTEST_SKIP() << "no disk of our own can be mounted here";
+}
+
+/// This thread may not write into a folder.
+class ReadOnly {
+public:
+    explicit ReadOnly(fs::path folder) : folder(std::move(folder))
+    {
+        fs::permissions(this->folder, fs::perms(0555));
+        if (::geteuid() == 0)
+            ::setfsuid(65534);
+    }
+    ~ReadOnly()
+    {
+        ::setfsuid(::geteuid());
+        fs::permissions(folder, fs::perms(0700));
+    }
+    ReadOnly(ReadOnly const&) = delete;
+    ReadOnly& operator=(ReadOnly const&) = delete;
+
+private:
+    fs::path folder;
+};
+
+TEST_F(BrokenMovies, cannotBeginInAReadOnlyFolder)
+{
+    ReadOnly const sealed(folder.path);
+
+    try {
+        LibavMovies().create(settingsFor(path));
+        FAIL() << "a film was made";
+    } catch (MovieFailure const& failure) {
+        EXPECT_THAT(failure.reason, testing::HasSubstr("Permission denied"));
+    }
+}
+
+TEST_F(BrokenMovies, stayWhenTheFolderHasBecomeReadOnly)
+{
+    LibavMovies movies;
+    auto const film = movies.create(settingsFor(path));
+    ASSERT_EQ(fill(*film, 5), 5u);
+    {
+        ReadOnly const sealed(folder.path);
+
+        EXPECT_TRUE(film->append(busyPicture(320, 180, 5), 5 * eighth));
+        EXPECT_FALSE(film->finish(6 * eighth));
+    }
+    expectPlays(path, 6);
+}
+
+TEST_F(BrokenMovies, areNotTalkedAbout)
+{
+    testing::internal::CaptureStderr();
+    {
+        LibavMovies movies;
+        auto const film = movies.create(settingsFor(path));
+        EXPECT_EQ(fill(*film, 3), 3u);
+        FileSizeLimit const limit(10'000);
+        fill(*film, 100);
+        film->finish(1s);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+} // namespace
+} // namespace zelvo::test

@@ -1,0 +1,257 @@
+#include "desktop/movie/FilmFacts.h"
+#include "desktop/movie/TestPictures.h"
+#include "platform/linux/movie/LibavMovies.h"
+#include "unit/system/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <fstream>
+
+namespace zelvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+std::size_t place(std::vector<std::string> const& boxes, std::string const& name)
+{
+    return std::size_t(std::ranges::find(boxes, name) - boxes.begin());
+}
+
+std::size_t residentBytes()
+{
+    std::ifstream file("/proc/self/statm");
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    file >> total >> resident;
+    return resident * 4096;
+}
+
+class LibavMovieFile : public testing::Test {
+protected:
+    std::unique_ptr<MovieFile> create(int width = 320, int height = 180)
+    {
+        return movies.create(settingsFor(path, width, height));
+    }
+
+    std::size_t filesInFolder() const
+    {
+        return std::size_t(std::distance(fs::directory_iterator(folder.path), fs::directory_iterator()));
+    }
+
+    LibavMovies movies;
+    TemporaryFolder folder;
+    fs::path path = folder.path / "film.mp4";
+};
+
+TEST_F(LibavMovieFile, isWhatWasAskedFor)
+{
+    auto const film = create(640, 360);
+    for (int number = 0; number < 100; ++number) {
+        // Every tenth is a cut to quite another scene.
+        Picture const picture =
+            number % 10 == 5 ? busyPicture(640, 360, number) : calmPicture(640, 360, number);
+        EXPECT_TRUE(film->isReadyForMoreData());
+        ASSERT_TRUE(film->append(picture, number * Duration(125ms)));
+    }
+    ASSERT_TRUE(film->finish(12'500ms));
+
+    FilmFacts const facts = factsOf(path);
+    EXPECT_EQ(facts.codec, "h264");
+    EXPECT_EQ(facts.profile, "High");
+    EXPECT_EQ(facts.pixelFormat, "yuv420p");
+    EXPECT_EQ(facts.width, 640);
+    EXPECT_EQ(facts.height, 360);
+    EXPECT_EQ(facts.reorderedFrames, 0);
+    EXPECT_DOUBLE_EQ(facts.duration, 12.5);
+    ASSERT_EQ(facts.packets.size(), 100u);
+    for (std::size_t i = 0; i < 100; ++i) {
+        EXPECT_NEAR(facts.packets[i].time, double(i) * 0.125, 1e-6);
+        EXPECT_NEAR(facts.packets[i].duration, 0.125, 1e-6);
+        EXPECT_EQ(facts.packets[i].isKey, i % 80 == 0) << i;
+    }
+    EXPECT_EQ(complaintsAbout(path), "");
+    EXPECT_EQ(decodableFrames(path), 100u);
+}
+
+TEST_F(LibavMovieFile, isAPlainFileWithTheIndexInFrontInTheEnd)
+{
+    auto const film = create();
+    for (int number = 0; number < 20; ++number)
+        ASSERT_TRUE(film->append(calmPicture(320, 180, number), number * Duration(125ms)));
+    EXPECT_THAT(boxesOf(path), Contains("moof"));
+
+    ASSERT_TRUE(film->finish(3s));
+
+    auto const boxes = boxesOf(path);
+    EXPECT_LT(place(boxes, "moov"), place(boxes, "mdat"));
+    EXPECT_LT(place(boxes, "mdat"), boxes.size());
+    EXPECT_THAT(boxes, Not(Contains("moof")));
+    EXPECT_EQ(modeOf(path), 0600u);
+    EXPECT_EQ(filesInFolder(), 1u);
+}
+
+TEST_F(LibavMovieFile, playsWhileItGrows)
+{
+    auto const film = create();
+    EXPECT_EQ(modeOf(path), 0600u);
+    for (std::size_t number = 0; number < 12; ++number) {
+        ASSERT_TRUE(film->append(calmPicture(320, 180, int(number)), number * Duration(500ms)));
+        EXPECT_EQ(decodableFrames(path), number + 1);
+    }
+
+    FilmFacts const facts = factsOf(path);
+    for (std::size_t i = 0; i < facts.packets.size(); ++i)
+        EXPECT_NEAR(facts.packets[i].time, double(i) * 0.5, 1e-6);
+    EXPECT_EQ(complaintsAbout(path), "");
+}
+
+TEST_F(LibavMovieFile, keepsTimesExactly)
+{
+    // Times count from the first, whatever that is; two fall into one tick, one comes after half an hour.
+    std::vector<Duration> const times = {
+        7s, 7s + 3ms, 7s + 3'001us, 7s + 3'002us, 8s + 123'456us, 8s + 1'000'000us, 8s + 1'001'000us, 1807s};
+    auto const film = create();
+    for (Duration const time : times)
+        ASSERT_TRUE(film->append(calmPicture(320, 180, int(time / 1s)), time));
+    ASSERT_TRUE(film->finish(1820s));
+
+    FilmFacts const facts = factsOf(path);
+    ASSERT_EQ(facts.packets.size(), times.size());
+    constexpr double tick = 1.0 / 90'000;
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        double const wanted = std::chrono::duration<double>(times[i] - times[0]).count();
+        EXPECT_NEAR(facts.packets[i].time, wanted, 4.1 * tick) << i;
+        if (i > 0)
+            EXPECT_GT(facts.packets[i].time, facts.packets[i - 1].time + tick / 2);
+    }
+    EXPECT_NEAR(facts.packets.back().duration, 13, 1e-5);
+    EXPECT_NEAR(facts.duration, 1813, 1e-5);
+    EXPECT_EQ(decodableFrames(path), times.size());
+}
+
+TEST_F(LibavMovieFile, isAsLongAsItLastedThoughNothingMoved)
+{
+    auto const film = create();
+    ASSERT_TRUE(film->append(plainPicture(320, 180, 0x336699), 0s));
+    ASSERT_TRUE(film->finish(60s));
+
+    EXPECT_DOUBLE_EQ(factsOf(path).duration, 60);
+    EXPECT_EQ(decodableFrames(path), 1u);
+}
+
+TEST_F(LibavMovieFile, repeatsThePictureBefore)
+{
+    auto const film = create();
+    EXPECT_FALSE(film->repeat(0s)); // There is none.
+    ASSERT_TRUE(film->append(plainPicture(320, 180, 0x00aa00), 0s));
+    ASSERT_TRUE(film->repeat(10s));
+    ASSERT_TRUE(film->finish(10'125ms));
+
+    FilmFacts const facts = factsOf(path);
+    ASSERT_EQ(facts.packets.size(), 2u);
+    EXPECT_NEAR(facts.packets[1].time, 10, 1e-6);
+    EXPECT_NEAR(facts.duration, 10.125, 1e-6);
+    EXPECT_EQ(frameAt(path, 0), frameAt(path, 10));
+}
+
+TEST_F(LibavMovieFile, showsTheColoursOfTheScreen)
+{
+    std::vector<std::uint32_t> const colors = {0xff0000, 0x00ff00, 0x0000ff, 0xffffff,
+                                               0x000000, 0x808080, 0xff00aa};
+    auto const film = create(64 * int(colors.size()), 64);
+    Picture picture = plainPicture(64 * int(colors.size()), 64, 0);
+    for (std::size_t i = 0; i < colors.size(); ++i)
+        fill(picture, int(i) * 64, 0, 64, 64, colors[i]);
+    ASSERT_TRUE(film->append(picture, 0s));
+    ASSERT_TRUE(film->finish(1s));
+
+    std::string const shown = frameAt(path, 0);
+    ASSERT_EQ(shown.size(), std::size_t(picture.width) * 64 * 4);
+    for (std::size_t i = 0; i < colors.size(); ++i) {
+        std::size_t const at = (std::size_t(32) * std::size_t(picture.width) + i * 64 + 32) * 4;
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            EXPECT_NEAR(std::uint8_t(shown[at + channel]), colors[i] >> 8 * channel & 0xff, 14)
+                << std::hex << colors[i];
+    }
+}
+
+TEST_F(LibavMovieFile, doesNotTakeAPlaceThatIsTaken)
+{
+    writeFile(path, "somebody's");
+    fs::create_symlink(folder.path / "nowhere", folder.path / "link.mp4");
+
+    EXPECT_THROW(create(), MovieFailure);
+    EXPECT_EQ(contentOf(path), "somebody's");
+    path = folder.path / "link.mp4";
+    EXPECT_THROW(create(), MovieFailure);
+    EXPECT_FALSE(fs::exists(folder.path / "nowhere"));
+    path = folder.path / "missing" / "film.mp4";
+    EXPECT_THROW(create(), MovieFailure);
+}
+
+TEST_F(LibavMovieFile, wantsASizeThatCanBeFilmed)
+{
+    EXPECT_THROW(create(321, 180), MovieFailure);
+    EXPECT_THROW(create(320, 0), MovieFailure);
+    EXPECT_THROW(create(100'000, 100'000), MovieFailure);
+    EXPECT_EQ(filesInFolder(), 0u);
+}
+
+TEST_F(LibavMovieFile, goesWhenItIsCancelledOrHasNoFrame)
+{
+    create()->cancel();
+    EXPECT_EQ(filesInFolder(), 0u);
+
+    auto film = create();
+    ASSERT_TRUE(film->append(calmPicture(320, 180, 0), 0s));
+    film->cancel();
+    EXPECT_EQ(filesInFolder(), 0u);
+    EXPECT_FALSE(film->append(calmPicture(320, 180, 1), 1s));
+    EXPECT_FALSE(film->finish(2s));
+
+    EXPECT_FALSE(create()->finish(1s));
+    EXPECT_EQ(filesInFolder(), 0u);
+}
+
+TEST_F(LibavMovieFile, staysWhenNobodyFinishesIt)
+{
+    ASSERT_TRUE(create()->append(calmPicture(320, 180, 0), 0s));
+
+    EXPECT_EQ(decodableFrames(path), 1u);
+}
+
+TEST_F(LibavMovieFile, leavesAloneWhatSomebodyHasMovedOrPutThere)
+{
+    auto film = create();
+    ASSERT_TRUE(film->append(calmPicture(320, 180, 0), 0s));
+    fs::rename(path, folder.path / "moved.mp4");
+    writeFile(path, "somebody's");
+
+    EXPECT_FALSE(film->finish(1s));
+
+    EXPECT_EQ(contentOf(path), "somebody's");
+    EXPECT_EQ(decodableFrames(folder.path / "moved.mp4"), 1u);
+    EXPECT_EQ(filesInFolder(), 2u);
+}
+
+TEST_F(LibavMovieFile, needsNoMoreMemoryTheLongerItIs)
+{
+    auto const film = create();
+    std::size_t before = 0;
+    for (int number = 0; number < 3000; ++number) {
+        if (number == 500)
+            before = residentBytes();
+        ASSERT_TRUE(film->append(calmPicture(320, 180, number % 60), number * Duration(125ms)));
+    }
+
+    EXPECT_LT(residentBytes(), before + (1u << 20));
+    ASSERT_TRUE(film->finish(375s));
+    EXPECT_DOUBLE_EQ(factsOf(path).duration, 375);
+}
+
+} // namespace
+} // namespace zelvo::test
