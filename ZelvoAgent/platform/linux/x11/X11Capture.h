@@ -8,6 +8,7 @@
 #include "platform/linux/x11/WindowWatch.h"
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
@@ -42,6 +43,8 @@ public:
     CaptureResult take(PixelRect area, std::set<std::string> const& excluded, bool lastTry);
 
     WindowWatch& watch() { return changes; }
+    /// The window that pictures are made with; it comes and goes with them, and nobody sees it.
+    std::uint32_t ownWindow() const { return background.window(); }
 
 private:
     class Look;

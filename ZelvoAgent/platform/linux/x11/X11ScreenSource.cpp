@@ -100,6 +100,11 @@ Task<Picture> X11ScreenSource::capture(CaptureRequest request)
     }
 }
 
+std::uint32_t X11ScreenSource::ownWindow() const
+{
+    return pictures ? pictures->ownWindow() : 0;
+}
+
 void X11ScreenSource::observeScreens(std::function<void()> observer)
 {
     layout.observe(std::move(observer));

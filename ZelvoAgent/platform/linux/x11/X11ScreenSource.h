@@ -8,6 +8,7 @@
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11Events.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -32,6 +33,8 @@ public:
     Task<std::vector<Display>> capturableDisplays() override;
     Task<Picture> capture(CaptureRequest request) override;
     void observeScreens(std::function<void()> observer) override;
+    /// A window that comes and goes as pictures are taken; 0 when there is none. Nobody sees it.
+    std::uint32_t ownWindow() const;
 
 private:
     bool canCapture() const;
