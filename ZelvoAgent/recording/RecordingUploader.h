@@ -2,41 +2,30 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
-#include "base/LockedBox.h"
 #include "gateway/Keychain.h"
 #include "platform/HttpLoading.h"
 #include "platform/UserDefaults.h"
 #include "recording/FinishedRecording.h"
 #include "recording/RecordingService.h"
 #include "recording/RecordingSettings.h"
+#include "recording/RecordingTransfer.h"
 #include "recording/RecordingUploadOutcome.h"
 #include "recording/RecordingUploadQueue.h"
 #include "state/AgentState.h"
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace zelvo {
 
-/// The film that is going out now.
-struct RecordingUploadProgress {
-    std::string path;
-    std::string connectionId;
-    std::int64_t sentBytes = 0;
-    std::int64_t totalBytes = 0;
-    bool operator==(RecordingUploadProgress const&) const = default;
-};
-
 /// Hands finished films over to the connections that caused them, where the person allows it: keeps a stored
 /// queue of them and sends one at a time, each in three steps. A film stays on the machine whatever comes of
 /// it, and is given up after five tries.
 ///
-/// The right to hand a film over is asked for again before each step, and every second while it goes out:
-/// where it was taken away the film stays here for good.
+/// A film whose right to go was taken away while it waited, or on its way, stays here for good.
 ///
 /// Thread: any; a strand of its own on the agent thread.
 class RecordingUploader {
@@ -70,16 +59,9 @@ public:
     Task<bool> sendSharing(std::string connectionId, bool shared);
 
     /// Thread: any. Nothing while no film goes out.
-    std::optional<RecordingUploadProgress> progress() const { return progressBox->get(); }
+    std::optional<RecordingUploadProgress> progress() const { return transfer.progress(); }
 
 private:
-    using ProgressBox = LockedBox<std::optional<RecordingUploadProgress>>;
-    struct Watch;
-    struct Announced {
-        RecordingUploadOutcome outcome;
-        RecordingUploadTarget target; ///< when it is done
-    };
-
     Task<> handleOnStrand(FinishedRecording finished, bool quitting);
     Task<bool> askOnMain(std::string connectionId);
     Task<> drainOnStrand();
@@ -89,25 +71,14 @@ private:
     Task<> logUploaded(std::string connectionId);
     Task<> logKeptLocal(std::string reason);
 
-    Task<RecordingUploadOutcome> upload(Pending entry);
-    Task<Announced> announce(Pending entry, std::int64_t bytes);
-    Task<RecordingUploadOutcome> put(Pending entry, std::int64_t bytes, std::string url);
-    Task<RecordingUploadOutcome> complete(std::string recordingId);
-    HttpUpload uploadOf(Pending const& entry,
-                        std::int64_t bytes,
-                        std::string url,
-                        std::shared_ptr<Watch const> watch) const;
-    Task<> watchRight(std::string connectionId, std::shared_ptr<Watch> watch);
-    Task<std::optional<std::string>> refusal(std::string connectionId);
-
     Services services;
     Executor strand;
     RecordingSettings settings;
     RecordingService service;
-    RecordingUploadQueue queue;                                                 // strand
-    bool draining = false;                                                      // strand
-    bool drainAgain = false;                                                    // strand
-    std::shared_ptr<ProgressBox> progressBox = std::make_shared<ProgressBox>(); // Transfers may outlive this.
+    RecordingTransfer transfer; // strand
+    RecordingUploadQueue queue; // strand
+    bool draining = false;      // strand
+    bool drainAgain = false;    // strand
 };
 
 } // namespace zelvo

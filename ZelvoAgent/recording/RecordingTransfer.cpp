@@ -1,0 +1,162 @@
+#include "recording/RecordingTransfer.h"
+
+#include "base/Hop.h"
+#include "recording/RecordingSharePolicy.h"
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+namespace zelvo {
+
+namespace {
+
+using Outcome = RecordingUploadOutcome;
+
+constexpr Duration transferTime = 600s;
+constexpr Duration watchInterval = 1s;
+
+/// Bytes; nothing when there is no film to be read. Blocks.
+std::optional<std::int64_t> sizeOfFilm(std::string const& stored)
+{
+    std::filesystem::path const path(stored);
+    if (stored.find('\0') != std::string::npos || !path.is_absolute())
+        return std::nullopt;
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) // Opening a pipe would wait for its writer.
+        return std::nullopt;
+    std::uintmax_t const bytes = std::filesystem::file_size(path, error);
+    if (error || bytes < 1 || !std::ifstream(path, std::ios::binary))
+        return std::nullopt;
+    return static_cast<std::int64_t>(bytes);
+}
+
+} // namespace
+
+/// Looks after the right to send a film while it goes out.
+struct RecordingTransfer::Watch {
+    std::atomic<bool> mayGoOn = true; // any thread
+    std::string reason;               // strand; once it may not
+};
+
+Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
+{
+    if (auto reason = co_await refusal(entry.connectionId))
+        co_return Outcome::keepLocal(*std::move(reason));
+    auto const bytes = co_await on(services.contexts.workers, [&] { return sizeOfFilm(entry.path); });
+    if (!bytes)
+        co_return Outcome::keepLocal("file_missing");
+    Announced const announced = co_await announce(entry, *bytes);
+    if (announced.outcome.kind != Outcome::Kind::done)
+        co_return announced.outcome;
+    if (auto reason = co_await refusal(entry.connectionId))
+        co_return Outcome::keepLocal(*std::move(reason));
+    Outcome const sent = co_await put(entry, *bytes, announced.target.uploadUrl);
+    if (sent.kind != Outcome::Kind::done)
+        co_return sent;
+    // A film that is not completed is none to the service.
+    if (auto reason = co_await refusal(entry.connectionId))
+        co_return Outcome::keepLocal(*std::move(reason));
+    co_return co_await complete(announced.target.recordingId);
+}
+
+Task<RecordingTransfer::Announced> RecordingTransfer::announce(PendingRecording entry, std::int64_t bytes)
+{
+    json::object body{{"connectionId", entry.connectionId},
+                      {"durationSec", plainNumber(entry.durationSec)},
+                      {"sizeBytes", bytes}};
+    RecordingReply const reply = co_await services.service.post("machines/recordings", std::move(body));
+    Announced announced{.outcome = Outcome::classify(reply.status, reply.code()), .target = {}};
+    if (announced.outcome.kind != Outcome::Kind::done)
+        co_return announced;
+    if (auto target = RecordingUploadTarget::from(reply))
+        announced.target = *std::move(target);
+    else
+        announced.outcome = Outcome::retry();
+    co_return announced;
+}
+
+Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes, std::string url)
+{
+    auto const watch = std::make_shared<Watch>();
+    TaskHandle watcher =
+        spawn(services.strand, [this, watch, id = entry.connectionId] { return watchRight(id, watch); });
+    progressBox->set(RecordingUploadProgress{entry.path, entry.connectionId, 0, bytes});
+    HttpResponse response;
+    std::optional<NetworkFailure> failure;
+    try {
+        response = co_await services.http.upload(uploadOf(entry, bytes, std::move(url), watch));
+    } catch (NetworkFailure const& problem) {
+        failure = problem;
+    }
+    watcher.cancel();
+    progressBox->set(std::nullopt);
+    if (!watch->mayGoOn)
+        co_return Outcome::keepLocal(watch->reason);
+    if (failure && failure->kind == NetworkFailure::Kind::cancelled)
+        throw *failure;
+    bool const isSuccess = response.status >= 200 && response.status <= 299;
+    co_return !failure && isSuccess ? Outcome::done() : Outcome::retry();
+}
+
+/// The machine's token is not for this address.
+HttpUpload RecordingTransfer::uploadOf(PendingRecording const& entry,
+                                       std::int64_t bytes,
+                                       std::string url,
+                                       std::shared_ptr<Watch const> watch) const
+{
+    HttpUpload upload;
+    upload.url = std::move(url);
+    upload.method = "PUT";
+    upload.headers = {{"Content-Type", "video/mp4"}};
+    upload.file = entry.path;
+    upload.bytes = bytes;
+    upload.timeout = transferTime;
+    RecordingUploadProgress step{entry.path, entry.connectionId, 0, bytes};
+    upload.onProgress = [box = progressBox, watch = std::move(watch), step](std::int64_t sent) mutable {
+        step.sentBytes = sent;
+        box->change([&](auto& shown) {
+            if (shown) // Not after the end.
+                shown = step;
+        });
+        return watch->mayGoOn.load();
+    };
+    return upload;
+}
+
+Task<> RecordingTransfer::watchRight(std::string connectionId, std::shared_ptr<Watch> watch)
+{
+    while (watch->mayGoOn) {
+        co_await services.clock.sleep(watchInterval);
+        if (auto reason = co_await refusal(connectionId)) {
+            watch->reason = *std::move(reason);
+            watch->mayGoOn = false;
+        }
+    }
+}
+
+Task<Outcome> RecordingTransfer::complete(std::string recordingId)
+{
+    json::object body{{"recordingId", std::move(recordingId)}};
+    RecordingReply const reply =
+        co_await services.service.post("machines/recordings/complete", std::move(body));
+    co_return Outcome::classify(reply.status, reply.code());
+}
+
+/// Why no film may go to a connection now; nothing when it may. What the person took away is answered as the
+/// service would answer it.
+Task<std::optional<std::string>> RecordingTransfer::refusal(std::string connectionId)
+{
+    auto const connection =
+        co_await on(services.contexts.main, [&] { return services.state.connection(connectionId); });
+    if (!connection || !connection->holds(AgentScope::record))
+        co_return "scope_denied";
+    auto const decision = RecordingSharePolicy::decision(services.settings.mode(), connection->scopes,
+                                                         connection->shareRecordings);
+    if (decision != RecordingShareDecision::upload)
+        co_return "recording_not_shared";
+    co_return std::nullopt;
+}
+
+} // namespace zelvo

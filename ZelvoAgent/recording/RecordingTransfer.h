@@ -1,0 +1,77 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "base/LockedBox.h"
+#include "platform/HttpLoading.h"
+#include "recording/RecordingService.h"
+#include "recording/RecordingSettings.h"
+#include "recording/RecordingUploadOutcome.h"
+#include "recording/RecordingUploadQueue.h"
+#include "state/AgentState.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// The film that is going out now.
+struct RecordingUploadProgress {
+    std::string path;
+    std::string connectionId;
+    std::int64_t sentBytes = 0;
+    std::int64_t totalBytes = 0;
+    bool operator==(RecordingUploadProgress const&) const = default;
+};
+
+/// Hands one film over to the connection that caused it, in three steps: it is announced to the service, sent
+/// to the address that the service names, and said to be complete.
+///
+/// The right to do so is asked for before each step, and every second while the film goes out: a right that
+/// was taken away ends it there. Thread: the strand of its uploader, except progress().
+class RecordingTransfer {
+public:
+    struct Services {
+        Contexts contexts;
+        Executor strand;
+        Clock& clock;
+        HttpLoading& http;
+        AgentState& state;
+        RecordingSettings const& settings;
+        RecordingService& service;
+    };
+
+    explicit RecordingTransfer(Services services) : services(std::move(services)) {}
+    RecordingTransfer(RecordingTransfer const&) = delete;
+    RecordingTransfer& operator=(RecordingTransfer const&) = delete;
+
+    /// One film at a time. Throws NetworkFailure of kind `cancelled` when the process ends.
+    Task<RecordingUploadOutcome> upload(PendingRecording entry);
+    /// Thread: any. Nothing while no film goes out.
+    std::optional<RecordingUploadProgress> progress() const { return progressBox->get(); }
+
+private:
+    using ProgressBox = LockedBox<std::optional<RecordingUploadProgress>>;
+    struct Watch;
+    struct Announced {
+        RecordingUploadOutcome outcome;
+        RecordingUploadTarget target; ///< when it is done
+    };
+
+    Task<Announced> announce(PendingRecording entry, std::int64_t bytes);
+    Task<RecordingUploadOutcome> put(PendingRecording entry, std::int64_t bytes, std::string url);
+    Task<RecordingUploadOutcome> complete(std::string recordingId);
+    HttpUpload uploadOf(PendingRecording const& entry,
+                        std::int64_t bytes,
+                        std::string url,
+                        std::shared_ptr<Watch const> watch) const;
+    Task<> watchRight(std::string connectionId, std::shared_ptr<Watch> watch);
+    Task<std::optional<std::string>> refusal(std::string connectionId);
+
+    Services services;
+    std::shared_ptr<ProgressBox> progressBox = std::make_shared<ProgressBox>(); // Calls may outlive this.
+};
+
+} // namespace zelvo
