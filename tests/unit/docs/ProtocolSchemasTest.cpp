@@ -7,6 +7,7 @@
 #include "wire/records/Connections.h"
 #include "wire/records/Events.h"
 #include "wire/records/Heartbeat.h"
+#include "wire/records/ServiceHistory.h"
 #include "wire/records/ServiceMachines.h"
 
 #include <gmock/gmock.h>
@@ -86,6 +87,18 @@ void addOthers(std::vector<Instance>& all)
         R"({"whenUnavailable": "queue", "ttlSeconds": 60, "confirmationTimeoutMs": 1000})");
     add("delivery.json#/$defs/queuedCommand",
         R"({"commandId": "cmd_1", "expiresAt": "", "status": "failed", "result": 1, "error": {"code": "timeout"}})");
+    add("recordings.json#/$defs/announcement",
+        R"({"connectionId": "con_7f2a", "durationSec": 12.5, "sizeBytes": 80})");
+    add("recordings.json#/$defs/announced", R"({"recordingId": "rec_1", "uploadUrl": "http://a/uploads/b"})");
+    add("recordings.json#/$defs/completion", R"({"recordingId": "rec_1"})");
+    add("recordings.json#/$defs/completed", R"({"recordingId": "rec_1", "status": "ready"})");
+    add("recordings.json#/$defs/sharing", R"({"connectionId": "con_7f2a", "shared": true})");
+    add("recordings.json#/$defs/recording",
+        R"({"createdAt": "", "deletesAt": "", "durationSEC": 12.5, "id": "rec_1", "status": "processing",
+            "target": "con_7f2a"})");
+    add("recordings.json#/$defs/recordingList",
+        R"({"data": [{"createdAt": "", "deletesAt": "", "durationSEC": 12, "expiresAt": "", "id": "rec_1",
+            "status": "ready", "target": "con_7f2a", "url": "http://a/films/b"}], "nextBefore": "rec_1"})");
     for (char const* const empty :
          {"screenshot", "ui.tree", "apps.open", "apps.activate", "connection.revoke"})
         all.push_back({schemas().definition(std::string(empty) + ".params"), json::object()});
@@ -268,6 +281,7 @@ INSTANTIATE_TEST_SUITE_P(
     ProtocolRecords,
     testing::Values(RecordCase{"delivery.json#/$defs/deliveryOptions", isRead<records::DeliveryOptions>},
                     RecordCase{"delivery.json#/$defs/queuedCommand", isRead<records::QueuedCommand>},
+                    RecordCase{"recordings.json#/$defs/recording", isRead<records::Recording>},
                     RecordCase{"service.json#/$defs/agents.update.params", isRead<records::AgentsUpdate>},
                     RecordCase{"service.json#/$defs/connections.names.params",
                                isRead<records::ConnectionNames>},
