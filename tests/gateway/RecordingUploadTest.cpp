@@ -350,6 +350,15 @@ TEST(RecordingUpload, isGoneAfterASuddenEndInItsMiddle)
     EXPECT_EQ(on.put(film.path, "film").status, 404);
 }
 
+// A sanitizer keeps freed memory, so how much there is says nothing then, and a tenth of the film will do.
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool measured = false;
+#else
+constexpr bool measured = true;
+#endif
+constexpr int mebibytes = measured ? 200 : 20;
+constexpr std::size_t largeFilm = std::size_t{mebibytes} << 20;
+
 /// What this process has in memory, in bytes.
 std::size_t residentBytes()
 {
@@ -364,13 +373,13 @@ TEST(RecordingUpload, of200MiBNeedsLittleMemoryBothWays)
 {
     Filmed on([](Settings& settings) { settings.limits.memory = 4_MiB; });
     std::string const piece = filmOf(1_MiB);
-    Filmed::Announced const film = on.announce(200_MiB);
+    Filmed::Announced const film = on.announce(largeFilm);
     std::size_t const before = residentBytes();
     std::size_t most = before;
     RawConnection up(on.gateway.port());
-    up.send(Filmed::headOf(film.path, 200_MiB));
+    up.send(Filmed::headOf(film.path, largeFilm));
 
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < mebibytes; ++i) {
         ASSERT_TRUE(up.send(piece));
         most = std::max(most, residentBytes());
     }
@@ -391,9 +400,10 @@ TEST(RecordingUpload, of200MiBNeedsLittleMemoryBothWays)
         last = down.readSome();
     } while (!last.empty());
 
-    EXPECT_EQ(taken, 200_MiB);
+    EXPECT_EQ(taken, largeFilm);
     EXPECT_TRUE(same);
-    EXPECT_LT(most - before, 32_MiB);
+    if (measured)
+        EXPECT_LT(most - before, 32_MiB);
 }
 
 } // namespace
