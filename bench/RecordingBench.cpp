@@ -1,0 +1,367 @@
+// Workload: a private desktop of 1920x1080 is filmed for 20 seconds at 8 frames a second, at rest and with a
+// terminal that fills it with text ten times a second: by our stream and film in this process, and by ffmpeg
+// grabbing the same screen with the same encoder, preset, rate and bit rate. Measured is processor time, of
+// the program alone and of the X server beside it. Then the time of a picture as "screenshot" takes it, alone
+// and while the busy screen is filmed, and what half an hour of film adds to the memory.
+
+#include "RatioTable.h"
+#include "desktop/harness/Painter.h"
+#include "desktop/x11/CaptureDesktop.h"
+#include "platform/linux/movie/LibavMovies.h"
+#include "platform/linux/x11/X11ScreenStreams.h"
+
+#include <boost/asio/strand.hpp>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <thread>
+
+namespace zelvo {
+namespace {
+
+using Seconds = std::chrono::duration<double>;
+
+constexpr int width = 1920;
+constexpr int height = 1080;
+constexpr int rate = 8;
+constexpr std::int64_t bitRate = std::int64_t{width} * height * rate / 10;
+constexpr std::chrono::seconds length{20};
+
+double secondsIn(timeval const& time)
+{
+    return double(time.tv_sec) + double(time.tv_usec) / 1e6;
+}
+
+/// Processor time used so far, in seconds. whose: RUSAGE_SELF, or RUSAGE_CHILDREN for those that have ended.
+double used(int whose)
+{
+    rusage usage{};
+    ::getrusage(whose, &usage);
+    return secondsIn(usage.ru_utime) + secondsIn(usage.ru_stime);
+}
+
+/// Of another process, in seconds.
+double usedBy(pid_t pid)
+{
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string word;
+    double ticks = 0;
+    for (int field = 1; file >> word && field <= 15; ++field)
+        if (field >= 14)
+            ticks += std::stod(word);
+    return ticks / double(::sysconf(_SC_CLK_TCK));
+}
+
+double residentMegabytes()
+{
+    std::ifstream file("/proc/self/statm");
+    double total = 0;
+    double resident = 0;
+    file >> total >> resident;
+    return resident * 4096 / 1e6;
+}
+
+/// Puts what a stream delivers into a film.
+class Filming final : public ScreenStreamOutput {
+public:
+    explicit Filming(std::filesystem::path const& file)
+        : film(LibavMovies().create({.file = file,
+                                     .width = width,
+                                     .height = height,
+                                     .averageBitRate = bitRate,
+                                     .expectedFrameRate = rate,
+                                     .maxKeyFrameInterval = rate * 10}))
+    {
+    }
+
+    void frameArrived(ScreenFrame const& frame) override
+    {
+        if (frames++ == 0)
+            first = frame.time;
+        if (!film->append(*frame.picture, frame.time - first))
+            isBroken = true;
+    }
+    void streamStopped(ScreenFailure const&) override { isBroken = true; }
+
+    std::unique_ptr<MovieFile> film;
+    Instant first{};
+    int frames = 0;
+    bool isBroken = false;
+};
+
+struct Stage {
+    Stage()
+    {
+        screen.desktopCorner = {width - 10, height - 10};
+        test::Painter painter(screen.desktop.display());
+        painter.paintRoot(0x336699);
+        ucred peer{};
+        socklen_t size = sizeof peer;
+        ::getsockopt(xcb_get_file_descriptor(painter.x()), SOL_SOCKET, SO_PEERCRED, &peer, &size);
+        server = peer.pid;
+        screen.settledScreen();
+    }
+
+    void beBusy()
+    {
+        if (terminal)
+            return;
+        terminal =
+            screen.desktop.start({"xterm", "-fn", "fixed", "-geometry", "320x83+0+0", "-e", "sh", "-c",
+                                  "while :; do head -c 12000 /dev/urandom | base64 -w 300; sleep 0.1; done"});
+        screen.desktop.waitForWindow({.className = "XTerm"});
+    }
+    void beAtRest()
+    {
+        if (!terminal)
+            return;
+        screen.desktop.processes().end(terminal, SIGKILL);
+        terminal = 0;
+        screen.settledScreen();
+    }
+
+    test::CaptureDesktop screen{test::DesktopOptions{.width = width, .height = height, .sessionBus = false}};
+    X11ScreenStreams streams{screen.live.contexts(), screen.clock, *screen.source};
+    Executor queue = asio::make_strand(screen.live.contexts().workers);
+    pid_t server = 0;
+    pid_t terminal = 0;
+    int number = 0;
+
+    std::filesystem::path nextFile()
+    {
+        return screen.desktop.home() / ("film" + std::to_string(++number) + ".mp4");
+    }
+};
+
+std::unique_ptr<Stage> stage;
+
+/// A running film of the whole screen.
+class Recording {
+public:
+    Recording() : output(std::make_shared<Filming>(stage->nextFile()))
+    {
+        ScreenStreamRequest request{.picture = {.display = stage->screen.layout->current().displayId,
+                                                .width = width,
+                                                .height = height},
+                                    .minimumFrameInterval = std::chrono::milliseconds(1000 / rate)};
+        stream = stage->screen.live.run(stage->streams.open(std::move(request), stage->queue, output));
+    }
+
+    /// True when all went well.
+    bool finish(Duration lasted)
+    {
+        stage->screen.live.run(stream->stop());
+        return output->film->finish(lasted) && !output->isBroken && output->frames > 0;
+    }
+    int frames() const { return output->frames; }
+
+private:
+    std::shared_ptr<Filming> output;
+    std::unique_ptr<ScreenStream> stream;
+};
+
+void reportServer(benchmark::State& state, double before)
+{
+    state.counters["X server, s"] = usedBy(stage->server) - before;
+}
+
+void ours(benchmark::State& state)
+{
+    for (auto _ : state) {
+        double const server = usedBy(stage->server);
+        double const before = used(RUSAGE_SELF);
+        Recording recording;
+        std::this_thread::sleep_for(length);
+        if (!recording.finish(length))
+            state.SkipWithError("no film");
+        state.SetIterationTime(used(RUSAGE_SELF) - before);
+        state.counters["frames"] = recording.frames();
+        reportServer(state, server);
+    }
+}
+
+void ffmpegs(benchmark::State& state, std::vector<std::string> const& further = {})
+{
+    std::vector<std::string> command = {"ffmpeg",
+                                        "-loglevel",
+                                        "error",
+                                        "-f",
+                                        "x11grab",
+                                        "-framerate",
+                                        std::to_string(rate),
+                                        "-video_size",
+                                        std::to_string(width) + "x" + std::to_string(height),
+                                        "-i",
+                                        stage->screen.desktop.display(),
+                                        "-t",
+                                        std::to_string(length.count()),
+                                        "-c:v",
+                                        "libx264",
+                                        "-preset",
+                                        "superfast",
+                                        "-profile:v",
+                                        "high",
+                                        "-pix_fmt",
+                                        "yuv420p",
+                                        "-b:v",
+                                        std::to_string(bitRate),
+                                        "-g",
+                                        std::to_string(rate * 10),
+                                        "-bf",
+                                        "0",
+                                        "-x264-params",
+                                        "scenecut=0",
+                                        "-movflags",
+                                        "+faststart"};
+    command.insert(command.end(), further.begin(), further.end());
+    for (auto _ : state) {
+        double const server = usedBy(stage->server);
+        double const before = used(RUSAGE_CHILDREN);
+        auto whole = command;
+        whole.push_back(stage->nextFile().string());
+        stage->screen.desktop.run(whole, int(length.count()) * 3);
+        state.SetIterationTime(used(RUSAGE_CHILDREN) - before);
+        reportServer(state, server);
+    }
+}
+
+void restOurs(benchmark::State& state)
+{
+    stage->beAtRest();
+    ours(state);
+}
+
+void restFfmpeg(benchmark::State& state)
+{
+    stage->beAtRest();
+    ffmpegs(state);
+}
+
+void busyOurs(benchmark::State& state)
+{
+    stage->beBusy();
+    ours(state);
+}
+
+void busyFfmpeg(benchmark::State& state)
+{
+    stage->beBusy();
+    ffmpegs(state);
+}
+
+void busyFfmpegOneThread(benchmark::State& state)
+{
+    stage->beBusy();
+    ffmpegs(state, {"-threads", "1"});
+}
+
+/// Pictures at times that have nothing to do with those of the film.
+void takePictures(benchmark::State& state)
+{
+    double longest = 0;
+    int number = 0;
+    for (auto _ : state) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(17 + number++ * 7 % 31));
+        auto const begin = std::chrono::steady_clock::now();
+        benchmark::DoNotOptimize(stage->screen.take());
+        double const lasted = Seconds(std::chrono::steady_clock::now() - begin).count();
+        longest = std::max(longest, lasted);
+        state.SetIterationTime(lasted);
+    }
+    state.counters["longest, ms"] = longest * 1e3;
+}
+
+void pictureAlone(benchmark::State& state)
+{
+    stage->beBusy();
+    takePictures(state);
+}
+
+void pictureWhileRecording(benchmark::State& state)
+{
+    stage->beBusy();
+    auto const begin = std::chrono::steady_clock::now();
+    Recording recording;
+    takePictures(state);
+    if (!recording.finish(std::chrono::steady_clock::now() - begin))
+        state.SkipWithError("no film");
+}
+
+double grownMegabytes = 0;
+
+/// Half an hour of a screen in which something moves all the time, as fast as it can be encoded.
+void halfAnHour(benchmark::State& state)
+{
+    stage->beBusy();
+    constexpr int minute = 60 * rate;
+    for (auto _ : state) {
+        Filming filming(stage->nextFile());
+        Picture const one = stage->screen.take();
+        double before = 0;
+        for (int frame = 0; frame < 30 * minute; ++frame) {
+            if (frame == minute)
+                before = residentMegabytes();
+            Duration const time = frame * Duration(std::chrono::seconds(1)) / rate;
+            if (!(frame % 40 ? filming.film->repeat(time) : filming.film->append(one, time)))
+                state.SkipWithError("no film");
+        }
+        grownMegabytes = residentMegabytes() - before;
+        if (!filming.film->finish(std::chrono::minutes(30)))
+            state.SkipWithError("no film");
+    }
+}
+
+BENCHMARK(restOurs)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(restFfmpeg)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(busyOurs)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(busyFfmpeg)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(busyFfmpegOneThread)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(pictureAlone)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(pictureWhileRecording)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(halfAnHour)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+Ratio row(std::string what, std::string against, std::string ours, std::string theirs, double atMost)
+{
+    auto const timeOf = [](std::string name) {
+        return [name = std::move(name)](Times const& times) { return times.at(name); };
+    };
+    return {.what = std::move(what),
+            .against = std::move(against),
+            .measured = timeOf(std::move(ours)),
+            .baseline = timeOf(std::move(theirs)),
+            .atMost = atMost};
+}
+
+} // namespace
+} // namespace zelvo
+
+int main(int count, char** arguments)
+{
+    using namespace zelvo;
+    stage = std::make_unique<Stage>();
+    Ratio const memory{.what = "memory from minute 1 to 30",
+                       .against = "limit",
+                       .measured =
+                           [](Times const& times) {
+                               static_cast<void>(times.at("halfAnHour"));
+                               return grownMegabytes;
+                           },
+                       .baseline = [](Times const&) { return 4.0; },
+                       .atMost = 1,
+                       .unit = "MB"};
+    int const result = runWithRatios(
+        count, arguments,
+        {row("20 s of a screen at rest", "ffmpeg", "restOurs", "restFfmpeg", 0.1),
+         row("20 s of a busy screen", "ffmpeg", "busyOurs", "busyFfmpeg", 0.9),
+         row("20 s of a busy screen", "ffmpeg on one thread", "busyOurs", "busyFfmpegOneThread", 0),
+         row("a picture while a film is made", "a picture alone", "pictureWhileRecording", "pictureAlone", 0),
+         memory});
+    stage.reset();
+    return result;
+}
