@@ -248,7 +248,12 @@ TEST_F(LibavMovieFile, needsNoMoreMemoryTheLongerItIs)
         ASSERT_TRUE(film->append(calmPicture(320, 180, number % 60), number * Duration(125ms)));
     }
 
+    // A sanitizer keeps what was freed.
+#if !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer)
     EXPECT_LT(residentBytes(), before + (1u << 20));
+#else
+    EXPECT_GT(before, 0u);
+#endif
     ASSERT_TRUE(film->finish(375s));
     EXPECT_DOUBLE_EQ(factsOf(path).duration, 375);
 }

@@ -36,7 +36,7 @@ DescriptorIo::DescriptorIo(int file, Use use) : file(file)
 
 DescriptorIo::~DescriptorIo()
 {
-    libav().av_freep(&context->buffer);
+    libav().av_freep(static_cast<void*>(&context->buffer));
     libav().avio_context_free(&context);
 }
 
@@ -52,7 +52,7 @@ std::int64_t DescriptorIo::length() const
     return ::fstat(file, &facts) == 0 ? facts.st_size : -1;
 }
 
-bool DescriptorIo::truncate(std::int64_t length)
+bool DescriptorIo::truncate(std::int64_t length) const
 {
     return ::ftruncate(file, length) == 0;
 }

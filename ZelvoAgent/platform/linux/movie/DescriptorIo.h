@@ -23,7 +23,7 @@ public:
     bool flush();
     std::int64_t length() const;
     /// Cuts the file off. False when it can't.
-    bool truncate(std::int64_t length);
+    bool truncate(std::int64_t length) const;
 
 private:
     static int read(void* self, std::uint8_t* to, int size);

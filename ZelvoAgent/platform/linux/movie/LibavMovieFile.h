@@ -18,7 +18,7 @@ namespace zelvo {
 class LibavMovieFile final : public MovieFile {
 public:
     /// Makes the file. Throws MovieFailure.
-    LibavMovieFile(MovieSettings const& settings, std::unique_ptr<FilmEncoder> encoder);
+    LibavMovieFile(MovieSettings const& settings, std::unique_ptr<FilmEncoder> given);
     /// What is not finished stays as it is.
     ~LibavMovieFile() override;
 
