@@ -7,8 +7,10 @@ CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v cl
 
 .PHONY: run build test bench fuzz check clean
 
+# RECORDINGS=local films what agents do, share offers the films to the platform, off does neither; it is kept.
+RECORDINGS ?=
 run: build
-	@exec scripts/run
+	@exec scripts/run build build/run $(RECORDINGS)
 
 build:
 	@scripts/install-dependencies build run

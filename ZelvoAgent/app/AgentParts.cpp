@@ -4,6 +4,17 @@
 
 namespace zelvo {
 
+namespace {
+
+auto askerOf(ConfirmationPresenter& confirmations)
+{
+    return [&confirmations](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
+        return confirmations.askChoice(std::move(choice), timeoutMs);
+    };
+}
+
+} // namespace
+
 AgentParts::AgentParts(Contexts contexts,
                        Platform& platform,
                        ConfirmationPanelMaker makePanel,
@@ -43,6 +54,15 @@ AgentParts::AgentParts(Contexts contexts,
             platform.files(),
             FolderAccessStore::roots(platform.defaults(), platform.files())),
       folders(contexts.workers, platform.defaults(), platform.files(), files),
+      recording({.contexts = contexts,
+                 .platform = platform,
+                 .settings = recordingSettings,
+                 .state = state,
+                 .hiddenApps = hiddenApps,
+                 .keychain = keychain,
+                 .httpBase = GatewayAddress::defaultHttpBase(platform.information()),
+                 .appVersion = heartbeat.appVersion(),
+                 .askChoice = askerOf(confirmations)}),
       runtime({.contexts = contexts,
                .platform = platform,
                .state = state,
@@ -54,6 +74,7 @@ AgentParts::AgentParts(Contexts contexts,
                .confirmations = confirmations,
                .clipboard = clipboard,
                .files = files,
+               .recording = recording,
                .offers = offers,
                .isLinking = [this] { return links.isBusy() || links.offer(); },
                .jitter = std::move(jitter)}),
@@ -63,10 +84,7 @@ AgentParts::AgentParts(Contexts contexts,
              .notifications = platform.notifications(),
              .state = state,
              .inbox = offers,
-             .askChoice =
-                 [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
-                     return confirmations.askChoice(std::move(choice), timeoutMs);
-                 },
+             .askChoice = askerOf(confirmations),
              .sendDecision =
                  [this](std::string connectionId, QueueDecision decision) {
                      runtime.sendQueueDecision(std::move(connectionId), decision);

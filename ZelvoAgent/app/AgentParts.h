@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AgentRecording.h"
 #include "app/AgentRuntime.h"
 #include "drivers/ClipboardWatcher.h"
 #include "drivers/FileAccess.h"
@@ -32,6 +33,7 @@ struct AgentParts {
     QueueOfferInbox offers;
     FileAccess files;
     FolderAccessStore folders;
+    AgentRecording recording;
     AgentRuntime runtime;
     QueueCoordinator queue;
     LinkCoordinator links;

@@ -31,6 +31,7 @@ void AgentRuntime::start()
     buildRouter();
     buildClient();
     services.state.onPauseChanged = [this](bool paused) { onPauseChanged(paused); };
+    services.recording.start();
     watchNetwork();
     watchSession();
     watchSecrets();
@@ -75,7 +76,7 @@ void AgentRuntime::buildRouter()
         .windows = platform.windows(),
         .ownUi = *ownUi,
         .permissions = [&platform] { return platform.access().current(); },
-        .recorder = recorder,
+        .recorder = services.recording.recorder(),
         .questionPending = [this] { return isQuestionPending(); },
         .cursor = cursor,
         .offers = services.offers,
@@ -184,8 +185,11 @@ void AgentRuntime::onPauseChanged(bool paused)
 {
     sendEvent(paused ? "paused" : "resumed", std::nullopt, json::object());
     updateSleepAssertion();
-    if (paused) // A button that an agent holds must not outlive its right to act.
-        spawn(services.contexts.agent, [this] { return services.gate.releaseAll(); });
+    if (!paused)
+        return;
+    services.recording.finish();
+    // A button that an agent holds must not outlive its right to act.
+    spawn(services.contexts.agent, [this] { return services.gate.releaseAll(); });
 }
 
 void AgentRuntime::updateSleepAssertion()
@@ -200,7 +204,10 @@ void AgentRuntime::watchNetwork()
 {
     auto onUpdate = [this, wasSatisfied = true](bool satisfied) mutable {
         if (satisfied && !wasSatisfied)
-            asio::post(services.contexts.main, [this] { reconnectNow(); });
+            asio::post(services.contexts.main, [this] {
+                reconnectNow();
+                services.recording.drain();
+            });
         wasSatisfied = satisfied;
     };
     services.platform.network().start(GatewayAddress::host(gatewayUrl()), std::move(onUpdate));

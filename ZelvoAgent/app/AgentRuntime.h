@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AgentRecording.h"
 #include "base/Contexts.h"
 #include "confirm/ConfirmationPresenter.h"
 #include "confirm/ElementProbe.h"
@@ -18,7 +19,6 @@
 #include "gateway/HeartbeatBuilder.h"
 #include "gateway/Keychain.h"
 #include "platform/Platform.h"
-#include "recording/SessionRecording.h"
 #include "router/AgentCursorPresenting.h"
 #include "router/RpcRouter.h"
 #include "state/AgentState.h"
@@ -49,6 +49,7 @@ public:
         ConfirmationPresenter& confirmations;
         ClipboardWatcher& clipboard;
         FileAccessing& files;
+        AgentRecording& recording;
         QueueOfferInbox const& offers;
         std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
         std::function<double()> jitter = GatewayClient::randomJitter;
@@ -76,7 +77,7 @@ public:
     std::string consoleUrl() const;
     /// The HTTP form of the gateway's address.
     std::string httpBase() const;
-    SessionRecording& recording() { return recorder; }
+    SessionRecording& recording() { return services.recording.recorder(); }
     /// Switches off what was switched on in other applications. After start.
     Task<> restoreApplications() { return electron->disableAll(); }
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
@@ -109,7 +110,6 @@ private:
     std::unique_ptr<HiddenAppGuard> hiddenGuard;
     std::unique_ptr<OwnUiGuard> ownUi;
     std::unique_ptr<ElementProbe> probe;
-    NoSessionRecording recorder;
     NoAgentCursor cursor;
     std::unique_ptr<RpcRouter> router;
     std::shared_ptr<GatewayClient> client;

@@ -5,15 +5,19 @@
 #include "platform/Accessibility.h"
 #include "platform/ChildProcess.h"
 #include "platform/EventPosting.h"
+#include "platform/FileReveal.h"
 #include "platform/FileSystem.h"
 #include "platform/HotKey.h"
 #include "platform/HttpLoading.h"
 #include "platform/InformationDictionary.h"
 #include "platform/MachineFacts.h"
+#include "platform/MovieFile.h"
+#include "platform/MovieFolders.h"
 #include "platform/NetworkPath.h"
 #include "platform/Pasteboard.h"
 #include "platform/PowerAssertion.h"
 #include "platform/ScreenSource.h"
+#include "platform/ScreenStream.h"
 #include "platform/SecretStore.h"
 #include "platform/SessionEvents.h"
 #include "platform/SingleInstance.h"
@@ -51,6 +55,10 @@ public:
     virtual WindowFocus& focus() = 0;
     virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
+    virtual ScreenStreams& screenStreams() = 0;
+    virtual MovieFiles& movies() = 0;
+    virtual MovieFolders& movieFolders() = 0;
+    virtual FileReveal& reveal() = 0;
     virtual EventPosting& events() = 0;
     virtual Pasteboard& pasteboard() = 0;
     virtual SystemAccess& access() = 0;

@@ -51,9 +51,11 @@ protected:
         std::ofstream(file, std::ios::binary) << content;
     }
     /// A link that may run commands, which the person has to switch on.
-    void linkWithShell()
+    void linkWithShell() { linkSwitchingOnLast({"screen", "shell"}); }
+    /// A link whose last scope is one that the person has to switch on.
+    void linkSwitchingOnLast(std::vector<std::string> const& scopes)
     {
-        agent.start({gateway.newLink({"screen", "shell"})});
+        agent.start({gateway.newLink(scopes)});
         waitForConsent();
         for (char const* const key : {"shift+Tab", "shift+Tab", "space", "Tab", "Tab", "Return"})
             press(key); // From "Allow" over "Deny" to the switch, and back.

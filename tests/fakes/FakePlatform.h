@@ -4,10 +4,14 @@
 #include "fakes/FakeChildProcesses.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventPosting.h"
+#include "fakes/FakeFileReveal.h"
 #include "fakes/FakeFileSystem.h"
 #include "fakes/FakeHttpLoading.h"
+#include "fakes/FakeMovieFolders.h"
+#include "fakes/FakeMovies.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeScreenSource.h"
+#include "fakes/FakeScreenStreams.h"
 #include "fakes/FakeSecretStore.h"
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/FakeUserNotifications.h"
@@ -42,6 +46,10 @@ public:
     FakeWindowFocus windowFocus;
     FakeAccessibility elements;
     FakeScreenSource screenSource;
+    FakeScreenStreams streams;
+    FakeMovies films;
+    FakeMovieFolders filmFolders;
+    FakeFileReveal fileReveal;
     FakeEventPosting posting;
     FakePasteboard clipboard;
     FakeSystemAccess systemAccess;
@@ -77,6 +85,10 @@ public:
     WindowFocus& focus() override { return windowFocus; }
     Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
+    ScreenStreams& screenStreams() override { return streams; }
+    MovieFiles& movies() override { return films; }
+    MovieFolders& movieFolders() override { return filmFolders; }
+    FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return posting; }
     Pasteboard& pasteboard() override { return clipboard; }
     SystemAccess& access() override { return systemAccess; }

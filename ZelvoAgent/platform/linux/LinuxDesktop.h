@@ -14,6 +14,7 @@
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11Pasteboard.h"
 #include "platform/linux/x11/X11ScreenSource.h"
+#include "platform/linux/x11/X11ScreenStreams.h"
 #include "platform/linux/x11/X11WindowFocus.h"
 #include "platform/linux/x11/X11WindowList.h"
 #include "platform/linux/x11/X11Workspace.h"
@@ -39,6 +40,7 @@ struct LinuxDesktop {
     ApplicationOpener opener;
     X11Workspace workspace;
     X11ScreenSource screen;
+    X11ScreenStreams streams;
     X11EventPosting events;
     X11HotKey hotKey;
     X11Pasteboard pasteboard;

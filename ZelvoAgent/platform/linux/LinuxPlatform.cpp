@@ -1,10 +1,12 @@
 #include "platform/Platform.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/dbus/BusMessages.h"
+#include "platform/linux/dbus/LinuxFileReveal.h"
 #include "platform/linux/dbus/LinuxNotifications.h"
 #include "platform/linux/dbus/LinuxPowerAssertions.h"
 #include "platform/linux/dbus/LinuxSingleInstance.h"
 #include "platform/linux/dbus/SecretServiceWatch.h"
+#include "platform/linux/movie/LibavMovies.h"
 #include "platform/linux/net/BeastWebSocket.h"
 #include "platform/linux/net/CurlHttpLoading.h"
 #include "platform/linux/system/FileInformationDictionary.h"
@@ -13,6 +15,7 @@
 #include "platform/linux/system/LinuxClock.h"
 #include "platform/linux/system/LinuxFileSystem.h"
 #include "platform/linux/system/LinuxMachineFacts.h"
+#include "platform/linux/system/LinuxMovieFolders.h"
 #include "platform/linux/system/LinuxSecretStore.h"
 #include "platform/linux/system/RtnetlinkPath.h"
 #include "platform/linux/system/XdgFolders.h"
@@ -35,7 +38,10 @@ public:
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
-          processes(contexts)
+          processes(contexts), filmFolders(xdg::configHome(), xdg::home()),
+          fileReveal(contexts.workers, user, [this](std::string const& url) {
+              return desktop().workspace.openUrl(url);
+          })
     {
     }
 
@@ -55,6 +61,10 @@ public:
     WindowFocus& focus() override { return desktop().focus; }
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
+    ScreenStreams& screenStreams() override { return desktop().streams; }
+    MovieFiles& movies() override { return films; }
+    MovieFolders& movieFolders() override { return filmFolders; }
+    FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return desktop().events; }
     Pasteboard& pasteboard() override { return desktop().pasteboard; }
     SystemAccess& access() override { return desktop().access; }
@@ -96,6 +106,9 @@ private:
     BeastWebSocketOpener opener;
     CurlHttpLoading loading;
     LinuxChildProcesses processes;
+    LibavMovies films;
+    LinuxMovieFolders filmFolders;
+    LinuxFileReveal fileReveal;
     std::unique_ptr<LinuxDesktop> madeDesktop; // main
 };
 

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "desktop/harness/PrivateDesktop.h"
+#include "end_to_end/Pixels.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+/// A film as a player sees it, told by ffprobe and ffmpeg. Throws std::runtime_error when the file is none.
+struct Film {
+    Film(PrivateDesktop& desktop, std::filesystem::path const& file);
+
+    std::string codec;
+    std::string profile;
+    int width = 0;
+    int height = 0;
+    double seconds = 0;
+    std::vector<double> times;  ///< of the frames
+    std::vector<Pixels> frames; ///< in their order
+};
+
+/// The colour of a pixel, RRGGBB.
+std::uint32_t colorAt(Pixels const& picture, int x, int y);
+/// Is every channel of it within what the film's compression may change?
+bool isNear(std::uint32_t color, std::uint32_t wanted);
+/// How many pixels of a picture look like that colour.
+int pixelsLike(Pixels const& picture, std::uint32_t wanted);
+
+} // namespace zelvo::test

@@ -1,0 +1,210 @@
+#include "end_to_end/RecordingDesk.h"
+
+namespace zelvo::test {
+namespace {
+
+constexpr PaintedArea pageArea{.x = 200, .y = 200, .width = 400, .height = 300};
+
+/// A pointer is drawn with other colours than the plain window beneath it.
+bool hasPointerAt(Pixels const& frame, int x, int y, std::uint32_t beneath)
+{
+    for (int dy = 0; dy < 12; ++dy)
+        for (int dx = 0; dx < 8; ++dx)
+            if (!isNear(colorAt(frame, x + dx, y + dy), beneath))
+                return true;
+    return false;
+}
+
+/// How many pixels of an area look different.
+int differencesWithin(Pixels const& first, Pixels const& second, PaintedArea const& area)
+{
+    int found = 0;
+    for (int y = area.y; y < area.y + area.height; ++y)
+        for (int x = area.x; x < area.x + area.width; ++x)
+            found += isNear(colorAt(first, x, y), colorAt(second, x, y)) ? 0 : 1;
+    return found;
+}
+
+TEST_F(Recording, showsTheClickWhereItHappened)
+{
+    connection = startUnattended();
+    auto const page = painter.open({.x = pageArea.x,
+                                    .y = pageArea.y,
+                                    .width = pageArea.width,
+                                    .height = pageArea.height,
+                                    .color = 0xf0e080,
+                                    .overrideRedirect = true});
+
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    letItRun();
+    painter.paint(page, 0x40c040); // The page answers.
+    letItRun();
+    EXPECT_EQ(codeOf(perform({clickAt(450, 400)})), "ok");
+    letItRun();
+    Film const film = onlyFilm();
+
+    EXPECT_EQ(film.codec, "h264");
+    EXPECT_EQ(film.profile, "High");
+    EXPECT_EQ(film.width, 1280);
+    EXPECT_EQ(film.height, 1024);
+    EXPECT_TRUE(std::ranges::is_sorted(film.times, std::ranges::less_equal()) || film.times.size() < 2);
+    EXPECT_GE(film.seconds, 1.0);
+    ASSERT_GE(film.frames.size(), 3u);
+    EXPECT_TRUE(isNear(colorAt(film.frames.front(), 220, 220), 0xf0e080));
+    EXPECT_TRUE(isNear(colorAt(film.frames.back(), 220, 220), 0x40c040));
+    EXPECT_TRUE(hasPointerAt(film.frames.back(), 450, 400, 0x40c040));
+    EXPECT_FALSE(hasPointerAt(film.frames.back(), 300, 300, 0x40c040));
+    auto const isFirstClick = [](Pixels const& frame) { return hasPointerAt(frame, 300, 300, 0xf0e080); };
+    EXPECT_TRUE(std::ranges::any_of(film.frames, isFirstClick));
+}
+
+TEST_F(Recording, neverShowsWhatIsHidden)
+{
+    auto const program = desktop.home() / "hushhush";
+    agent.store("dev.zelvo.hiddenApps", json::array{"hushhush"});
+    connection = startUnattended();
+    PainterProcess hidden(desktop, program);
+    painter.open({.x = 900, .y = 100, .width = 200, .height = 200, .color = 0xf0e080, .title = "shown"});
+
+    EXPECT_EQ(codeOf(perform({clickAt(1000, 200)})), "ok");
+    auto const window =
+        hidden.open({.x = 100, .y = 100, .width = 300, .height = 300, .color = secret, .title = "hidden"});
+    for (int step = 0; step < 20; ++step) {
+        hidden.move(window, 100 + 20 * step, 100 + 15 * step);
+        hidden.raise(window);
+        waitFor([] { return false; }, 60ms);
+    }
+    Film const film = onlyFilm();
+
+    EXPECT_GE(film.frames.size(), 1u);
+    expectWithout(film, secret);
+    EXPECT_GT(pixelsLike(film.frames.back(), 0xf0e080), 10000);
+}
+
+TEST_F(Recording, leavesOutWhatIsHiddenInItsMiddle)
+{
+    auto const program = desktop.home() / "hushhush";
+    connection = startUnattended();
+    PainterProcess other(desktop, program);
+    other.open({.x = 100, .y = 100, .width = 300, .height = 300, .color = secret, .title = "hidden soon"});
+
+    EXPECT_EQ(codeOf(perform({clickAt(1000, 800)})), "ok");
+    letItRun();
+    agent.store("dev.zelvo.hiddenApps", json::array{"hushhush"});
+    EXPECT_EQ(codeOf(perform({clickAt(1010, 800)})), "ok");
+    painter.open(
+        {.x = 900, .y = 100, .width = 50, .height = 50, .color = 0x40c040, .overrideRedirect = true});
+    letItRun();
+    Film const film = onlyFilm();
+
+    EXPECT_GT(pixelsLike(film.frames.front(), secret), 10000);
+    EXPECT_EQ(pixelsLike(film.frames.back(), secret), 0);
+}
+
+TEST_F(Recording, neverShowsOurOwnWindows)
+{
+    connection = linkByReturn({"screen", "input"});
+    waitFor([&] { return mayAct(connection); });
+    openLetter(Toolkit::gtk3);
+    json::value const send = clickOn("AXButton", "Send");
+
+    EXPECT_EQ(codeOf(perform({json::object{{"type", "type"}, {"text", "x"}}})), "ok"); // The film runs.
+    auto answer = performing({send});
+    PaintedArea const place = placeOf(waitForPanel());
+    letItRun();
+    Pixels const withPanel = pixelsOfRoot(painter.x());
+    press("Escape");
+    EXPECT_EQ(codeOf(answer.get()), "denied_by_user");
+    letItRun();
+    Pixels const without = pixelsOfRoot(painter.x());
+    Film const film = onlyFilm();
+
+    int const size = place.width * place.height;
+    EXPECT_GT(differencesWithin(withPanel, without, place), size / 8); // The letter beneath is grey too.
+    ASSERT_GE(film.frames.size(), 2u);
+    for (Pixels const& frame : film.frames)
+        EXPECT_LT(differencesWithin(frame, without, place), size / 50);
+}
+
+TEST_F(Recording, isOffUnlessThePersonWantsIt)
+{
+    agent.store("zelvo.recording.mode", "off");
+    connection = startUnattended();
+
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    letItRun();
+    EXPECT_EQ(agent.end(SIGTERM), 0);
+
+    EXPECT_FALSE(std::filesystem::exists(folder()));
+}
+
+TEST_F(Recording, aLookAloneFilmsNothing)
+{
+    connection = startUnattended();
+
+    resultOf("screenshot");
+    letItRun();
+    EXPECT_EQ(agent.end(SIGTERM), 0);
+
+    EXPECT_TRUE(films().empty());
+}
+
+TEST_F(Recording, goesToThePlatformOnlyAfterAYes)
+{
+    agent.store("zelvo.recording.mode", "share");
+    linkSwitchingOnLast({"screen", "input", "record"});
+    waitFor([&] { return mayAct(connection); });
+    auto const shared = [&] { return gateway.ask("GET", "/v1/recordings").body.at("data").as_array(); };
+
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    letItRun();
+    press("ctrl+alt+super+p"); // A pause ends the film, and the question comes.
+    waitForPanel();
+    EXPECT_TRUE(shared().empty());
+    answerPanel("Return");
+
+    ASSERT_TRUE(
+        waitFor([&] { return shared().size() == 1 && shared().front().at("status") == "ready"; }, 20s))
+        << writeJson(shared());
+    EXPECT_EQ(films().size(), 1u); // It stays here too.
+    auto const lines = agent.activity();
+    EXPECT_NE(std::ranges::find(lines, "Recording shared with the platform"), lines.end());
+}
+
+TEST_F(Recording, staysHereAfterANo)
+{
+    agent.store("zelvo.recording.mode", "share");
+    linkSwitchingOnLast({"screen", "input", "record"});
+    waitFor([&] { return mayAct(connection); });
+
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    letItRun();
+    press("ctrl+alt+super+p");
+    answerPanel("Escape");
+
+    EXPECT_EQ(agent.end(SIGTERM), 0);
+    EXPECT_TRUE(gateway.ask("GET", "/v1/recordings").body.at("data").as_array().empty());
+    EXPECT_EQ(films().size(), 1u);
+}
+
+TEST_F(Recording, goesOnInTheSameFilmAfterAPauseAndEndsAMinuteLater)
+{
+    connection = startUnattended();
+
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    waitFor([] { return false; }, 14s); // Ten seconds without an action pause it.
+    EXPECT_EQ(codeOf(perform({clickAt(310, 300)})), "ok");
+    auto const isClosed = [&] {
+        auto const lines = agent.activity();
+        return std::ranges::find(lines, "Recording saved") != lines.end();
+    };
+    EXPECT_FALSE(isClosed());
+    EXPECT_TRUE(waitFor(isClosed, 80s)); // Ten seconds, then a minute.
+    ASSERT_EQ(films().size(), 1u);
+    Film const film(desktop, films().front());
+
+    EXPECT_NEAR(film.seconds, 20, 1.5);
+}
+
+} // namespace
+} // namespace zelvo::test
