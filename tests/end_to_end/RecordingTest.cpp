@@ -187,24 +187,5 @@ TEST_F(Recording, staysHereAfterANo)
     EXPECT_EQ(films().size(), 1u);
 }
 
-TEST_F(Recording, goesOnInTheSameFilmAfterAPauseAndEndsAMinuteLater)
-{
-    connection = startUnattended();
-
-    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
-    waitFor([] { return false; }, 14s); // Ten seconds without an action pause it.
-    EXPECT_EQ(codeOf(perform({clickAt(310, 300)})), "ok");
-    auto const isClosed = [&] {
-        auto const lines = agent.activity();
-        return std::ranges::find(lines, "Recording saved") != lines.end();
-    };
-    EXPECT_FALSE(isClosed());
-    EXPECT_TRUE(waitFor(isClosed, 80s)); // Ten seconds, then a minute.
-    ASSERT_EQ(films().size(), 1u);
-    Film const film(desktop, films().front());
-
-    EXPECT_NEAR(film.seconds, 20, 1.5);
-}
-
 } // namespace
 } // namespace zelvo::test

@@ -1,0 +1,27 @@
+#include "end_to_end/RecordingDesk.h"
+
+namespace zelvo::test {
+namespace {
+
+// In real time, which is a minute and a half: the program's own clock, its timers and its film together.
+TEST_F(Recording, goesOnInTheSameFilmAfterAPauseAndEndsAMinuteLater)
+{
+    connection = startUnattended();
+
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    waitFor([] { return false; }, 14s); // Ten seconds without an action pause it.
+    EXPECT_EQ(codeOf(perform({clickAt(310, 300)})), "ok");
+    auto const isClosed = [&] {
+        auto const lines = agent.activity();
+        return std::ranges::find(lines, "Recording saved") != lines.end();
+    };
+    EXPECT_FALSE(isClosed());
+    EXPECT_TRUE(waitFor(isClosed, 80s)); // Ten seconds, then a minute.
+    ASSERT_EQ(films().size(), 1u);
+    Film const film(desktop, films().front());
+
+    EXPECT_NEAR(film.seconds, 20, 1.5);
+}
+
+} // namespace
+} // namespace zelvo::test
