@@ -57,10 +57,8 @@ SessionRecorder::Services AgentRecording::recorderServices()
                                                      .streams = platform.screenStreams(),
                                                      .movies = platform.movies()}),
             .hiddenBundleIds = [this] { return services.hiddenApps.bundleIds(); },
-            .onFinished =
-                [this](FinishedRecording film, bool quitting) {
-                    return uploads.handle(std::move(film), quitting);
-                },
+            .onFinished = [this](FinishedRecording film,
+                                 bool quitting) { return uploads.handle(std::move(film), quitting); },
             .onCapturingChanged = [this](bool capturing) { shown.setRecording(capturing); },
             .log = [](std::string const& line) { std::fprintf(stderr, "%s\n", line.c_str()); }};
 }

@@ -38,8 +38,8 @@ public:
     AgentRecording(AgentRecording const&) = delete;
     AgentRecording& operator=(AgentRecording const&) = delete;
 
-    /// Removes films that are too old, which blocks for a moment, sends on what waits to be sent, and from now
-    /// on does both every ten minutes.
+    /// Removes films that are too old, which blocks for a moment, sends on what waits to be sent, and from
+    /// now on does both every ten minutes.
     void start();
     /// Tries what waits to be sent, in the background.
     void drain();

@@ -24,8 +24,7 @@ LinkedMachine Filmed::linkWith(std::string const& scopes) const
 
 Answer Filmed::post(std::string const& path, json::value const& body) const
 {
-    return post(path, body,
-                {{"Authorization", "Bearer " + linked.token}, {"X-Zelvo-App-Version", "0.1.0"}});
+    return post(path, body, {{"Authorization", "Bearer " + linked.token}, {"X-Zelvo-App-Version", "0.1.0"}});
 }
 
 Answer Filmed::post(std::string const& path, json::value const& body, Headers headers) const
