@@ -19,6 +19,7 @@ namespace {
 
 constexpr Duration longestSettling = 1s; // For the window manager to do what it was asked.
 constexpr Duration settlingPoll = 10ms;
+constexpr int looksAtTheFrame = 20;
 constexpr std::size_t longestName =
     80; // Characters. It stands above what is asked, and must not pass for that.
 
@@ -235,9 +236,14 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
             break;
         co_await services.clock.sleep(settlingPoll);
     }
-    // By now it has the window manager's frame around it.
-    if (!weak.expired() && question->isOpen() && question->kind == Kind::action && lastFrame)
+    // By now it has the window manager's frame around it; the toolkit may learn of that a little later.
+    auto const isCurrent = [&] {
+        return !weak.expired() && question->isOpen() && question->kind == Kind::action && lastFrame;
+    };
+    for (int look = 0; look < looksAtTheFrame && isCurrent(); ++look) {
         setLastFrame(question->window->agentFrame());
+        co_await services.clock.sleep(settlingPoll);
+    }
 }
 
 // Resumes when the screen is as it was, or the time for that is over; then the gate opens.

@@ -513,7 +513,10 @@ TEST(QueueOffer, isMadeLaterWhenThereIsNoRoom)
 
     std::string const update(on.machine->framesOf("agents.update").at(0).at("id").as_string());
     on.machine->sendText(R"({"id":")" + update + R"(","result":{}})");
-    on.settle();
+    auto const hasRoom = [&] {
+        return on.gateway.command(on.linked.connectionId, "display.info").status == 200;
+    };
+    ASSERT_TRUE(becomes(hasRoom));
 
     EXPECT_THAT(on.offers(), IsEmpty());
     on.gateway.clock.advance(1s);
