@@ -13,8 +13,8 @@ constexpr Duration housekeepingPeriod = 600s;
 
 } // namespace
 
-AgentRecording::AgentRecording(Services given)
-    : services(std::move(given)), retention(services.settings, services.platform.movieFolders()),
+AgentRecording::AgentRecording(Services wired)
+    : services(std::move(wired)), retention(services.settings, services.platform.movieFolders()),
       uploads({.contexts = services.contexts,
                .clock = services.platform.clock(),
                .http = services.platform.http(),

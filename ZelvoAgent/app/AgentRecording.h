@@ -34,7 +34,7 @@ public:
             askChoice;
     };
 
-    explicit AgentRecording(Services services);
+    explicit AgentRecording(Services wired);
     AgentRecording(AgentRecording const&) = delete;
     AgentRecording& operator=(AgentRecording const&) = delete;
 

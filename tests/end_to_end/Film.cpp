@@ -2,6 +2,8 @@
 
 #include "wire/Json.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -66,11 +68,10 @@ std::uint32_t colorAt(Pixels const& picture, int x, int y)
 
 bool isNear(std::uint32_t color, std::uint32_t wanted)
 {
-    for (int const shift : {0, 8, 16})
-        if (std::abs(static_cast<int>(color >> shift & 0xFF) - static_cast<int>(wanted >> shift & 0xFF)) >
-            compressionNoise)
-            return false;
-    return true;
+    auto const channel = [](std::uint32_t of, int shift) { return static_cast<int>(of >> shift & 0xFF); };
+    return std::ranges::all_of(std::array{0, 8, 16}, [&](int shift) {
+        return std::abs(channel(color, shift) - channel(wanted, shift)) <= compressionNoise;
+    });
 }
 
 int pixelsLike(Pixels const& picture, std::uint32_t wanted)
