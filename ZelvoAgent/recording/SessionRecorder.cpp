@@ -38,21 +38,6 @@ std::string reasonOf(std::exception_ptr failure)
 
 } // namespace
 
-/// What an agent waits for: the end of the recorder's work for its action, or of its patience.
-struct SessionRecorder::Hold {
-    WakeList waiting;
-    bool isOver = false; // under the lock of `waiting` when written
-
-    void end()
-    {
-        waiting.wakeAll([this] { isOver = true; });
-    }
-    Task<> wait()
-    {
-        co_await waiting.wait([this] { return isOver; });
-    }
-};
-
 std::shared_ptr<SessionRecorder> SessionRecorder::create(Services services)
 {
     return std::shared_ptr<SessionRecorder>(new SessionRecorder(std::move(services)));
@@ -77,23 +62,30 @@ Task<> SessionRecorder::agentActed(std::optional<std::string> connectionId, std:
         asio::post(strand, [self = shared_from_this(), connectionId] { self->giveUpFor(connectionId); });
         co_return;
     }
-    auto const hold = std::make_shared<Hold>();
+    auto const isOver = std::make_shared<bool>(false); // under the lock of `holds`
     spawn(strand,
-          [self = shared_from_this(), hold, connectionId = std::move(connectionId),
+          [self = shared_from_this(), isOver, connectionId = std::move(connectionId),
            platformName = std::move(platformName)]() -> Task<> {
               co_await self->act(connectionId, platformName);
-              hold->end();
+              self->endHold(*isOver);
               self->isLate.set(false);
           });
-    TaskHandle patience = spawn(strand, [self = shared_from_this(), hold]() -> Task<> {
+    TaskHandle patience = spawn(strand, [self = shared_from_this(), isOver]() -> Task<> {
         co_await self->services.clock.sleep(longestHold);
-        if (hold->isOver)
+        if (self->holds.with([&] { return *isOver; }))
             co_return;
         self->isLate.set(true);
-        hold->end();
+        self->endHold(*isOver);
     });
-    co_await hold->wait();
+    auto const ended = [&] { return *isOver; };
+    while (!holds.with(ended))
+        co_await holds.wait(ended);
     patience.cancel();
+}
+
+void SessionRecorder::endHold(bool& isOver)
+{
+    holds.wakeAll([&] { isOver = true; });
 }
 
 /// A film that is late for one connection must not show what another does.

@@ -67,11 +67,11 @@ private:
         WriterPtr film; ///< null when there is none
         std::set<std::string> excluded;
     };
-    struct Hold;
 
     explicit SessionRecorder(Services services);
 
     bool mayRecord() const;
+    void endHold(bool& isOver);
     void giveUpFor(std::optional<std::string> const& connectionId);
     Task<> act(std::optional<std::string> connectionId, std::string platformName);
     Task<> actInTurn(std::optional<std::string> connectionId, std::string platformName);
@@ -96,6 +96,7 @@ private:
     Executor const strand;
     LockedBox<bool> recording{false};
     LockedBox<bool> openFile{false};
+    WakeList holds;                ///< of actions that wait for the recorder
     LockedBox<bool> isLate{false}; ///< somebody's patience was over, and the work still goes on
 
     // All below: strand.

@@ -158,7 +158,9 @@ TEST(FilmName, hasNoControlCharacters)
     EXPECT_EQ(nameIn(named("a\x1b[31mb\x7f")), "a [31mb");
     EXPECT_EQ(nameIn(named("a\u009b31mb")), "a 31mb");
     // They would let "4pm.exe" be read where ".mp4" stands.
-    EXPECT_EQ(nameIn(named("a\u202egpj\u2066b")), "a gpj b");
+    std::string const rightToLeft = {'\xe2', '\x80', '\xae'};
+    std::string const isolated = {'\xe2', '\x81', '\xa6'};
+    EXPECT_EQ(nameIn(named("a" + rightToLeft + "gpj" + isolated + "b")), "a gpj b");
 }
 
 TEST(FilmName, keepsWhatJoinsACharacter)

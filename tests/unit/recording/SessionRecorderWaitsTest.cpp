@@ -243,6 +243,20 @@ TEST_F(SessionRecorderWaitsTest, isPatientAgainOnceTheFilmHasBegun)
     EXPECT_TRUE(*acted);
 }
 
+TEST_F(SessionRecorderWaitsTest, isPatientAgainAfterAFilmThatBeganInTheLastMoment)
+{
+    beforeStart = taking(2s);
+    auto const first = beginAct("a");
+    clock.advance(2s);
+    EXPECT_TRUE(*first);
+    EXPECT_TRUE(recorder->isRecording());
+    auto const second = beginAct("b");
+    EXPECT_FALSE(*second);
+
+    clock.advance(1s);
+    EXPECT_FALSE(*second);
+}
+
 TEST_F(SessionRecorderWaitsTest, keepsTheFilmOfAnActionThatIsCancelled)
 {
     beforeStart = taking(1s);
