@@ -12,7 +12,7 @@ int main(int count, char** arguments)
     using namespace zelvo;
     if (count < 2)
         return 2;
-    int const frames = count > 2 ? std::atoi(arguments[2]) : 1 << 30;
+    long const frames = count > 2 ? std::strtol(arguments[2], nullptr, 10) : 1L << 30;
     LibavMovies movies;
     auto const film = movies.create(test::settingsFor(arguments[1]));
     for (int number = 0; number < frames; ++number) {

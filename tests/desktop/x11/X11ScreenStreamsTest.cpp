@@ -2,7 +2,6 @@
 
 #include "desktop/x11/CaptureDesktop.h"
 
-#include <boost/asio/strand.hpp>
 #include <gmock/gmock.h>
 
 #include <sys/resource.h>
@@ -106,11 +105,14 @@ protected:
         while (waitFor([&] { return frames() > count; }, 500ms));
         return count;
     }
-    std::filesystem::path program(std::string const& name) { return stage.desktop.home() / "bin" / name; }
+    std::filesystem::path program(std::string const& name) const
+    {
+        return stage.desktop.home() / "bin" / name;
+    }
 
     CaptureDesktop stage;
     X11ScreenStreams streams{stage.live.contexts(), stage.clock, *stage.source};
-    Executor queue = asio::make_strand(stage.live.contexts().workers);
+    Executor queue = stage.live.contexts().agent; // One thread.
     std::shared_ptr<Watching> output = std::make_shared<Watching>();
     std::unique_ptr<ScreenStream> stream;
 };
