@@ -159,12 +159,14 @@ TEST_F(X11ScreenStreamsTest, givesAtMostEightASecondOfWhatBlinks)
     PainterProcess painter(stage.desktop);
     auto const window = painter.open({.x = 0, .y = 0, .width = 300, .height = 200, .overrideRedirect = true});
     open();
-    auto const end = std::chrono::steady_clock::now() + 3s;
-    for (std::uint32_t color = 0; std::chrono::steady_clock::now() < end; ++color)
-        painter.paint(window, color % 2 ? 0x00ff00 : 0x00aa00);
+    std::uint32_t color = 0;
+    auto const isEnough = [&] {
+        painter.paint(window, ++color % 2 ? 0x00ff00 : 0x00aa00);
+        return frames() >= 16;
+    };
+    ASSERT_TRUE(waitFor(isEnough, 30s));
 
     auto const seen = output->seen();
-    ASSERT_GE(seen.size(), 12u); // The machine may be busy.
     for (std::size_t i = 1; i < seen.size(); ++i)
         EXPECT_GE(seen[i].time - seen[i - 1].time, eighth);
 }
