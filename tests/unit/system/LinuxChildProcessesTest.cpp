@@ -214,6 +214,7 @@ TEST_F(LinuxChildProcessesTest, signalMaskAndIgnoredSignalsOfOursDoNotReachTheCh
     std::string const status = read(*child, ChildStream::output);
     for (char const* field : {"SigPnd", "SigBlk", "SigIgn", "SigCgt"})
         EXPECT_THAT(status, HasSubstr(std::string(field) + ":\t0000000000000000\n"));
+    EXPECT_EQ(wait(child->exit()), 0); // Or it would be left to the tests that follow.
     blocked.join();
 }
 
