@@ -141,6 +141,7 @@ TEST_F(LinuxChildProcessesTest, leadsAGroupWithoutATerminal)
     EXPECT_EQ(group, child->pid());
     EXPECT_EQ(session, child->pid());
     EXPECT_EQ(terminal, 0);
+    EXPECT_EQ(wait(child->exit()), 0);
 }
 
 TEST_F(LinuxChildProcessesTest, signalsReachTheWholeGroup)
