@@ -15,7 +15,8 @@ public:
 
     /// "/films/ID?until=...&proof=...".
     std::string path(std::string const& id, Date until) const;
-    bool isGood(std::string const& id, std::string const& until, std::string const& proof, Date now) const;
+    bool
+    isGood(std::string const& id, std::string const& until, std::string const& candidate, Date now) const;
 
 private:
     std::string proof(std::string const& id, std::string const& until) const;

@@ -16,7 +16,7 @@ namespace zelvo::service {
 class FilmDraft {
 public:
     /// Makes the file and, where the file system can, sets `bytes` aside for it.
-    FilmDraft(std::filesystem::path draft, std::filesystem::path film, std::uint64_t bytes);
+    FilmDraft(std::filesystem::path path, std::filesystem::path target, std::uint64_t bytes);
     FilmDraft(FilmDraft const&) = delete;
     FilmDraft& operator=(FilmDraft const&) = delete;
     ~FilmDraft();
