@@ -48,8 +48,6 @@ public:
 
     SessionRecording& recorder() { return *sessions; }
     RecordingState& state() { return shown; }
-    RecordingSharing& sharing() { return shares; }
-    RecordingUploader& uploader() { return uploads; }
 
 private:
     SessionRecorder::Services recorderServices();

@@ -1,12 +1,9 @@
 #include "app/AgentRecording.h"
 
-#include "app/AgentParts.h"
 #include "base/LocalizedTexts.h"
-#include "fakes/FakeConfirmationPanel.h"
-#include "fakes/FakePlatform.h"
+#include "unit/app/RuntimeDesk.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace zelvo {
 namespace {
@@ -15,23 +12,8 @@ using testing::Contains;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class AgentRecordingTest : public testing::Test {
+class AgentRecordingTest : public RuntimeDesk {
 protected:
-    FakePlatform platform;
-    FakePanels panels{platform.windowFocus};
-    AgentParts parts{platform.contexts, platform, panels.maker(), [] { return 1.0; }};
-
-    void TearDown() override
-    {
-        run(platform.io, parts.runtime.shutDown());
-        platform.settle();
-    }
-    void start()
-    {
-        parts.state.startObserving();
-        parts.runtime.start();
-        platform.settle();
-    }
     /// An agent acts, and its film has a first picture.
     void film()
     {

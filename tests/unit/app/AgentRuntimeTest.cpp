@@ -1,12 +1,9 @@
 #include "app/AgentRuntime.h"
 
-#include "app/AgentParts.h"
 #include "base/LocalizedTexts.h"
-#include "fakes/FakeConfirmationPanel.h"
-#include "fakes/FakePlatform.h"
+#include "unit/app/RuntimeDesk.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace zelvo {
 namespace {
@@ -16,28 +13,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class AgentRuntimeTest : public testing::Test {
+class AgentRuntimeTest : public RuntimeDesk {
 protected:
-    FakePlatform platform;
-    FakePanels panels{platform.windowFocus};
-    AgentParts parts{platform.contexts, platform, panels.maker(), [] { return 1.0; }};
-
-    // A waiting receive loop and its socket hold each other until the socket ends.
-    void TearDown() override
-    {
-        run(platform.io, parts.runtime.shutDown());
-        platform.settle();
-    }
-
     void link(std::string token = "mt")
     {
         platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = std::move(token);
-    }
-    void start()
-    {
-        parts.state.startObserving();
-        parts.runtime.start();
-        platform.settle();
     }
     Kind state() const { return parts.state.gateway().kind; }
     std::vector<std::string> const& sent() { return platform.opener.last().sent; }
