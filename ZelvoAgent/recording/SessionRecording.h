@@ -19,13 +19,4 @@ public:
     virtual Task<> finishNow(bool quitting) = 0;
 };
 
-/// Where there is no recorder.
-class NoSessionRecording final : public SessionRecording {
-public:
-    Task<> agentActed(std::optional<std::string>, std::string) override { co_return; }
-    Task<> agentLooked() override { co_return; }
-    bool hasOpenFile() const override { return false; }
-    Task<> finishNow(bool) override { co_return; }
-};
-
 } // namespace zelvo

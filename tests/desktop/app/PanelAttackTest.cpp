@@ -8,7 +8,7 @@
 #include "drivers/InputDriver.h"
 #include "drivers/ShellRunner.h"
 #include "fakes/ErrorOf.h"
-#include "recording/SessionRecording.h"
+#include "fakes/NoSessionRecording.h"
 #include "router/AgentCursorPresenting.h"
 #include "router/RpcRouter.h"
 

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "recording/SessionRecording.h"
+
+namespace zelvo {
+
+/// Films nothing, for tests of other things.
+class NoSessionRecording final : public SessionRecording {
+public:
+    Task<> agentActed(std::optional<std::string>, std::string) override { co_return; }
+    Task<> agentLooked() override { co_return; }
+    bool hasOpenFile() const override { return false; }
+    Task<> finishNow(bool) override { co_return; }
+};
+
+} // namespace zelvo
