@@ -30,7 +30,8 @@ struct Outgoing {
 
 struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
     State(asio::io_context& io, std::uint16_t port, std::string token, Options options)
-        : port(port), token(std::move(token)), options(std::move(options)), socket(io)
+        : port(port), token(std::move(token)), options(std::move(options)), socket(io),
+          handler(this->options.handler)
     {
     }
 
@@ -54,7 +55,7 @@ struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
     std::optional<int> status;        // lock
     std::optional<int> closeCode;     // lock
     std::vector<json::object> frames; // lock
-    Handler handler = answerOk;       // lock
+    Handler handler;                  // lock
     int pings = 0;                    // lock
 };
 
@@ -194,8 +195,9 @@ void FakeMachine::sendText(std::string text)
 
 void FakeMachine::sendBinary(std::string bytes)
 {
-    asio::post(state->socket.get_executor(),
-               [state = state, bytes = std::move(bytes)] { state->send({bytes, false}); });
+    asio::post(state->socket.get_executor(), [state = state, bytes = std::move(bytes)] {
+        state->send({bytes, false});
+    });
 }
 
 void FakeMachine::sendEvent(std::string const& event, json::object data, std::string const& connectionId)

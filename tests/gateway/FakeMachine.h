@@ -30,6 +30,11 @@ private:
     std::thread thread;
 };
 
+/// A handler that answers every frame with {"ok": true}.
+std::optional<json::object> answerOk(json::object const& frame);
+json::object resultOf(json::value value);
+json::object errorOf(std::string const& code, std::string const& message);
+
 /// The other end of a gateway's socket: connects as an agent does and answers frames as the test wants.
 /// Thread: any.
 class FakeMachine {
@@ -40,7 +45,8 @@ public:
     struct Options {
         std::string version = "0.1.0";
         std::vector<std::pair<std::string, std::string>> headers = {};
-        bool reads = true; ///< false leaves the socket unread, pings too
+        bool reads = true;          ///< false leaves the socket unread, pings too
+        Handler handler = answerOk; ///< from the very first frame, which may come before onFrame()
     };
 
     FakeMachine(MachineThread& thread, std::uint16_t port, std::string token);
@@ -75,10 +81,5 @@ public:
 private:
     std::shared_ptr<State> state;
 };
-
-/// A handler that answers every frame with {"ok": true}.
-std::optional<json::object> answerOk(json::object const& frame);
-json::object resultOf(json::value value);
-json::object errorOf(std::string const& code, std::string const& message);
 
 } // namespace zelvo::service

@@ -69,6 +69,12 @@ TEST(Revocation, ofAMachineThatIsAwayIsToldWhenItConnects)
         FakeMachine machine(thread, gateway.port(), linked.token);
         ASSERT_TRUE(becomes([&] { return machine.frames().size() == 1; }));
         EXPECT_EQ(machine.frames().front().at("method").as_string(), "connection.revoke");
+        // What is sent after the answer is seen after it.
+        machine.heartbeat();
+        EXPECT_TRUE(becomes([&] {
+            json::value const status = gateway.platform("GET", "/v1/machines/" + linked.machineId).json();
+            return status.as_object().contains("appVersion") && !status.at("appVersion").is_null();
+        }));
     }
 
     // Told once: the next session hears nothing of it.
@@ -87,8 +93,8 @@ TEST(Revocation, isToldAgainWhenTheMachineDidNotTakeIt)
     gateway.platform("DELETE", "/v1/connections/" + linked.connectionId);
 
     for (int i = 0; i < 2; ++i) {
-        FakeMachine machine(thread, gateway.port(), linked.token);
-        machine.onFrame([](json::object const&) { return errorOf("internal_error", "no"); });
+        FakeMachine machine(thread, gateway.port(), linked.token,
+                            {.handler = [](json::object const&) { return errorOf("internal_error", "no"); }});
         EXPECT_TRUE(becomes([&] { return machine.frames().size() == 1; })) << i;
     }
 }
