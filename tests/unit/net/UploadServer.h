@@ -3,6 +3,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 
 #include <algorithm>
@@ -35,6 +36,12 @@ public:
             std::size_t const end = head.find("\r\n\r\n") + 4;
             keep(std::string_view(head).substr(end));
             head.resize(end);
+        }
+        /// Reads the first byte, and with it the certainty that the client has connected.
+        void readByte()
+        {
+            boost::system::error_code error;
+            boost::asio::read(socket, boost::asio::buffer(block, 1), error);
         }
         /// Reads until the body has so many bytes, or the client has gone.
         void readBody(std::int64_t bytes)
