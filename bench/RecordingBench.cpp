@@ -8,8 +8,8 @@
 #include "RatioTable.h"
 #include "desktop/harness/Painter.h"
 #include "desktop/x11/CaptureDesktop.h"
+#include "platform/linux/capture/X11ScreenStreams.h"
 #include "platform/linux/movie/LibavMovies.h"
-#include "platform/linux/x11/X11ScreenStreams.h"
 
 #include <boost/asio/strand.hpp>
 

@@ -10,7 +10,7 @@ namespace zelvo {
 
 /// The general clipboard, as far as it holds plain text.
 /// Thread: any; callers are resumed on their own executor.
-/// Made by: platform/linux/x11/X11Pasteboard, tests/fakes/FakePasteboard.
+/// Made by: platform/linux/clipboard/X11Pasteboard, tests/fakes/FakePasteboard.
 class Pasteboard {
 public:
     /// The longest text that is read, in bytes of UTF-8. It fits a frame of 192 MiB even when every byte of

@@ -1,23 +1,23 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/atspi/AtspiAccessibility.h"
+#include "platform/linux/capture/X11ScreenSource.h"
+#include "platform/linux/capture/X11ScreenStreams.h"
+#include "platform/linux/clipboard/X11Pasteboard.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/dbus/LinuxSessionEvents.h"
 #include "platform/linux/dbus/LinuxSystemAccess.h"
 #include "platform/linux/input/X11EventPosting.h"
 #include "platform/linux/input/X11HotKey.h"
-#include "platform/linux/x11/ApplicationOpener.h"
-#include "platform/linux/x11/DesktopEntries.h"
-#include "platform/linux/x11/RecentSurvey.h"
+#include "platform/linux/windows/ApplicationOpener.h"
+#include "platform/linux/windows/RecentSurvey.h"
+#include "platform/linux/windows/X11WindowFocus.h"
+#include "platform/linux/windows/X11WindowList.h"
+#include "platform/linux/windows/X11Workspace.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
-#include "platform/linux/x11/X11Pasteboard.h"
-#include "platform/linux/x11/X11ScreenSource.h"
-#include "platform/linux/x11/X11ScreenStreams.h"
-#include "platform/linux/x11/X11WindowFocus.h"
-#include "platform/linux/x11/X11WindowList.h"
-#include "platform/linux/x11/X11Workspace.h"
 
 #include <memory>
 

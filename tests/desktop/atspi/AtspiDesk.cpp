@@ -1,6 +1,6 @@
 #include "desktop/atspi/AtspiDesk.h"
 
-#include "platform/linux/x11/WindowSurvey.h"
+#include "platform/linux/windows/WindowSurvey.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 
 #include <boost/json/array.hpp>

@@ -2,7 +2,7 @@
 #include "desktop/input/InputDesk.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/input/TextField.h"
-#include "platform/linux/x11/X11Pasteboard.h"
+#include "platform/linux/clipboard/X11Pasteboard.h"
 
 #include <gtest/gtest.h>
 

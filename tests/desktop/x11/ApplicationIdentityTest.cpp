@@ -1,6 +1,6 @@
-#include "platform/linux/x11/ApplicationIdentity.h"
+#include "platform/linux/applications/ApplicationIdentity.h"
 
-#include "platform/linux/x11/DesktopEntries.h"
+#include "platform/linux/applications/DesktopEntries.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

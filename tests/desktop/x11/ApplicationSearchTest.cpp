@@ -1,4 +1,4 @@
-#include "platform/linux/x11/ApplicationSearch.h"
+#include "platform/linux/applications/ApplicationSearch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/ClipboardBytes.h"
+#include "platform/linux/clipboard/ClipboardBytes.h"
 
 #include <gtest/gtest.h>
 

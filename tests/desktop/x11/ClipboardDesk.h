@@ -4,7 +4,7 @@
 #include "desktop/x11/ClipboardPeer.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
-#include "platform/linux/x11/X11Pasteboard.h"
+#include "platform/linux/clipboard/X11Pasteboard.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <gtest/gtest.h>

@@ -4,8 +4,8 @@
 #include "desktop/x11/LiveContexts.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/system/LinuxClock.h"
-#include "platform/linux/x11/X11WindowFocus.h"
-#include "platform/linux/x11/X11Workspace.h"
+#include "platform/linux/windows/X11WindowFocus.h"
+#include "platform/linux/windows/X11Workspace.h"
 
 #include <gtest/gtest.h>
 

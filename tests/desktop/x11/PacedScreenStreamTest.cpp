@@ -1,4 +1,4 @@
-#include "platform/linux/x11/PacedScreenStream.h"
+#include "platform/linux/capture/PacedScreenStream.h"
 
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"

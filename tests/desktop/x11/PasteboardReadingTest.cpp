@@ -1,7 +1,7 @@
 // The requestor's side of the clipboard: what is read of other programs, good and bad ones; and the counting
 // of changes.
 #include "desktop/x11/ClipboardDesk.h"
-#include "platform/linux/x11/X11WindowList.h"
+#include "platform/linux/windows/X11WindowList.h"
 
 #include <gmock/gmock.h>
 

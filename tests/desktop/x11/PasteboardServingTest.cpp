@@ -1,6 +1,6 @@
 // The owner's side of the clipboard: what other programs are given.
 #include "desktop/x11/ClipboardDesk.h"
-#include "platform/linux/x11/ClipboardBytes.h"
+#include "platform/linux/clipboard/ClipboardBytes.h"
 
 #include <algorithm>
 #include <cstring>

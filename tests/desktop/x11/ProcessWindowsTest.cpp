@@ -1,7 +1,7 @@
-#include "platform/linux/x11/ProcessWindows.h"
+#include "platform/linux/windows/ProcessWindows.h"
 
 #include "desktop/harness/PainterProcess.h"
-#include "platform/linux/x11/WindowSurvey.h"
+#include "platform/linux/windows/WindowSurvey.h"
 #include "platform/linux/x11/X11Connection.h"
 
 #include <gmock/gmock.h>

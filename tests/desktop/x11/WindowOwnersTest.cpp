@@ -1,6 +1,6 @@
-#include "platform/linux/x11/WindowOwners.h"
+#include "platform/linux/windows/WindowOwners.h"
 
-#include "platform/linux/x11/WindowEntries.h"
+#include "platform/linux/windows/WindowEntries.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/WindowTitle.h"
+#include "platform/linux/windows/WindowTitle.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/X11ScreenStreams.h"
+#include "platform/linux/capture/X11ScreenStreams.h"
 
 #include "desktop/x11/CaptureDesktop.h"
 

@@ -1,0 +1,81 @@
+#include "platform/linux/applications/ApplicationSearch.h"
+
+#include "platform/linux/applications/ApplicationIdentity.h"
+
+#include <algorithm>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+namespace zelvo {
+
+namespace {
+
+/// The text, and what it is without one of these ends.
+std::vector<std::string_view> spellings(std::string_view text, std::vector<std::string_view> const& ends)
+{
+    std::vector<std::string_view> found{text};
+    for (std::string_view const end : ends)
+        if (text.size() > end.size() && text.ends_with(end))
+            found.push_back(text.substr(0, text.size() - end.size()));
+    return found;
+}
+
+/// How well an entry fits a name, the least being the best.
+enum class Fit { name, plainName, id, lastComponent, none };
+
+Fit fitOf(DesktopEntry const& entry, std::vector<std::string_view> const& wanted)
+{
+    auto const isWanted = [&](std::string_view text) {
+        return !text.empty() && std::ranges::find(wanted, text) != wanted.end();
+    };
+    if (isWanted(entry.name))
+        return Fit::name;
+    if (isWanted(entry.plainName))
+        return Fit::plainName;
+    if (isWanted(entry.id))
+        return Fit::id;
+    return isWanted(lastComponentOf(entry.id)) ? Fit::lastComponent : Fit::none;
+}
+
+} // namespace
+
+DesktopEntry const* entryWithId(DesktopEntryIndex const& entries, std::string const& id)
+{
+    for (std::string_view const spelling : spellings(id, {".desktop"}))
+        if (DesktopEntry const* const entry = entries.find(spelling))
+            return entry;
+    return nullptr;
+}
+
+DesktopEntry const* entryNamed(DesktopEntryIndex const& entries, std::string const& name)
+{
+    auto const wanted = spellings(name, {".app", ".desktop"});
+    DesktopEntry const* best = nullptr;
+    std::tuple<std::size_t, Fit> bestPlace;
+    for (DesktopEntry const& entry : entries.all()) {
+        std::tuple const place(entry.folder, fitOf(entry, wanted));
+        if (std::get<Fit>(place) != Fit::none && (!best || place < bestPlace)) {
+            best = &entry;
+            bestPlace = place;
+        }
+    }
+    return best;
+}
+
+DesktopEntry const* entryAt(DesktopEntryIndex const& entries, std::string const& file)
+{
+    auto const found =
+        std::ranges::find_if(entries.all(), [&](DesktopEntry const& entry) { return entry.file == file; });
+    return found == entries.all().end() ? nullptr : &*found;
+}
+
+ApplicationNames namesOfEntry(DesktopEntry const& entry, DesktopEntryIndex const& entries)
+{
+    ApplicationNames names{{entry.id}};
+    append(names, applicationNames({{.className = entry.startupWmClass}}, {.executable = entry.executable},
+                                   entries));
+    return names;
+}
+
+} // namespace zelvo

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "platform/ScreenSource.h"
+#include "platform/linux/applications/DesktopEntries.h"
+#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/x11/X11DisplayLayout.h"
+#include "platform/linux/x11/X11Events.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace zelvo {
+
+class X11Capture;
+
+/// Pictures of the X screen. Blocking work runs on the workers, one picture at a time.
+class X11ScreenSource final : public ScreenSource {
+public:
+    /// Opens a connection of its own when `shared` stands, which blocks for a moment, and redirects all
+    /// windows into memory for as long as it lives. shared: null when the server can't be reached; then
+    /// nothing can be captured.
+    X11ScreenSource(Contexts given,
+                    Clock& clock,
+                    std::shared_ptr<X11Connection> shared,
+                    X11DisplayLayout& layout,
+                    DesktopEntries& entries);
+    ~X11ScreenSource() override;
+
+    std::vector<Display> screens() override;
+    Task<std::vector<Display>> capturableDisplays() override;
+    Task<Picture> capture(CaptureRequest request) override;
+    void observeScreens(std::function<void()> observer) override;
+    /// A window that comes and goes as pictures are taken; 0 when there is none. Nobody sees it.
+    std::uint32_t ownWindow() const;
+
+private:
+    bool canCapture() const;
+    PixelRect areaOf(std::uint32_t display) const;
+
+    Contexts contexts;
+    Clock& clock;
+    std::shared_ptr<X11Connection> connection;
+    X11DisplayLayout& layout;
+    std::shared_ptr<X11Capture> pictures; // turns; null when nothing can be captured
+    Executor turns;                       // a strand on the workers
+    std::optional<X11Events> events;
+};
+
+} // namespace zelvo
