@@ -22,6 +22,8 @@ public:
     /// Puts an editor and a terminal full of text and some plain windows on the screen; all but the editor
     /// grow with it.
     void furnish();
+    /// Starts a program on the desktop.
+    void run(std::vector<std::string> const& command) { desktop.start(command); }
     /// Says which applications are left out of pictures.
     void hide(std::vector<std::string> const& bundleIds);
     /// Sends a frame and waits for its reply; heartbeats are passed over.

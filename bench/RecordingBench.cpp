@@ -1,10 +1,11 @@
 // Workload: a private desktop of 1920x1080 is filmed at 8 frames a second, for a minute at rest and for 20
 // seconds with a terminal that fills it with text ten times a second: by our stream and film in this process,
 // and by ffmpeg grabbing the same screen with the same encoder, preset, rate and bit rate. Measured is
-// processor time, of the program alone and of the X server beside it. Then the time of a picture as
-// "screenshot" takes it, alone and while the busy screen is filmed, and what half an hour of film adds to the
-// memory.
+// processor time, of the program alone and of the X server beside it. Then what half an hour of film adds to
+// the memory, and the time of a click and of "screenshot" at the real agent program on such a busy screen,
+// without a film and while one is made.
 
+#include "AgentStage.h"
 #include "RatioTable.h"
 #include "desktop/harness/Painter.h"
 #include "desktop/x11/CaptureDesktop.h"
@@ -34,6 +35,12 @@ constexpr int rate = 8;
 constexpr std::int64_t bitRate = std::int64_t{width} * height * rate / 10;
 constexpr std::chrono::seconds restLength{60};
 constexpr std::chrono::seconds busyLength{20};
+
+/// Fills the screen with other text ten times a second.
+std::vector<std::string> const flood = {
+    "xterm",     "-fn",        "fixed",
+    "-geometry", "320x83+0+0", "-e",
+    "sh",        "-c",         "while :; do head -c 12000 /dev/urandom | base64 -w 300; sleep 0.1; done"};
 
 double secondsIn(timeval const& time)
 {
@@ -114,9 +121,7 @@ struct Stage {
     {
         if (terminal)
             return;
-        terminal =
-            screen.desktop.start({"xterm", "-fn", "fixed", "-geometry", "320x83+0+0", "-e", "sh", "-c",
-                                  "while :; do head -c 12000 /dev/urandom | base64 -w 300; sleep 0.1; done"});
+        terminal = screen.desktop.start(flood);
         screen.desktop.waitForWindow({.className = "XTerm"});
     }
     void beAtRest()
@@ -265,15 +270,57 @@ void busyFfmpegOneThread(benchmark::State& state)
     ffmpegs(state, busyLength, {"-threads", "1"});
 }
 
-/// Pictures at times that have nothing to do with those of the film.
-void takePictures(benchmark::State& state)
+/// The real agent program on a screen of its own that is as busy, and films there or does not.
+class Agent {
+public:
+    explicit Agent(std::string const& mode)
+    {
+        stage.store("zelvo.recording.mode", mode);
+        stage.run(flood);
+        stage.start();
+        // The first action starts the film; its first second is not looked at.
+        click();
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+
+    void click() { ask(R"({"actions":[{"type":"click","x":1800,"y":1050}]})", "actions.perform"); }
+    void screenshot() { ask(R"({"format":"jpeg","quality":80})", "screenshot"); }
+    bool hasFilm() const
+    {
+        std::filesystem::path const films = stage.home() / "Videos" / "Zelvo";
+        return std::filesystem::exists(films) && !std::filesystem::is_empty(films);
+    }
+
+private:
+    void ask(std::string const& params, std::string const& method)
+    {
+        if (stage.ask(commandFrame(method, params)).find("\"result\"") == std::string_view::npos)
+            throw std::runtime_error("no result of " + method);
+    }
+
+    AgentStage stage{width, height};
+};
+
+std::unique_ptr<Agent> agent; ///< of the benchmarks that run now
+
+void startAgent(std::string const& mode)
+{
+    stage->beAtRest();
+    agent.reset();
+    agent = std::make_unique<Agent>(mode);
+}
+
+/// Commands at times that have nothing to do with those of the film's pictures.
+void commands(benchmark::State& state, void (Agent::*command)())
 {
     double longest = 0;
     int number = 0;
     for (auto _ : state) {
+        if (number % 50 == 0)
+            agent->click(); // A film pauses when nothing was done for ten seconds.
         std::this_thread::sleep_for(std::chrono::milliseconds(17 + number++ * 7 % 31));
         auto const begin = std::chrono::steady_clock::now();
-        benchmark::DoNotOptimize(stage->screen.take());
+        ((*agent).*command)();
         double const lasted = Seconds(std::chrono::steady_clock::now() - begin).count();
         longest = std::max(longest, lasted);
         state.SetIterationTime(lasted);
@@ -281,20 +328,31 @@ void takePictures(benchmark::State& state)
     state.counters["longest, ms"] = longest * 1e3;
 }
 
-void pictureAlone(benchmark::State& state)
+void clickAlone(benchmark::State& state)
 {
-    stage->beBusy();
-    takePictures(state);
+    startAgent("off");
+    commands(state, &Agent::click);
 }
 
-void pictureWhileRecording(benchmark::State& state)
+void screenshotAlone(benchmark::State& state)
 {
-    stage->beBusy();
-    auto const begin = std::chrono::steady_clock::now();
-    Recording recording;
-    takePictures(state);
-    if (!recording.finish(std::chrono::steady_clock::now() - begin))
+    commands(state, &Agent::screenshot);
+    if (agent->hasFilm())
+        state.SkipWithError("a film, though none was wanted");
+}
+
+void clickWhileRecording(benchmark::State& state)
+{
+    startAgent("local");
+    commands(state, &Agent::click);
+}
+
+void screenshotWhileRecording(benchmark::State& state)
+{
+    commands(state, &Agent::screenshot);
+    if (!agent->hasFilm())
         state.SkipWithError("no film");
+    agent.reset();
 }
 
 double grownMegabytes = 0;
@@ -326,9 +384,12 @@ BENCHMARK(restFfmpeg)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisec
 BENCHMARK(busyOurs)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(busyFfmpeg)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(busyFfmpegOneThread)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(pictureAlone)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
-BENCHMARK(pictureWhileRecording)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
 BENCHMARK(halfAnHour)->Iterations(1)->Unit(benchmark::kMillisecond);
+// In this order: each pair shares an agent.
+BENCHMARK(clickAlone)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(screenshotAlone)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(clickWhileRecording)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(screenshotWhileRecording)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
 
 Ratio row(std::string what, std::string against, std::string ours, std::string theirs, double atMost)
 {
@@ -364,8 +425,11 @@ int main(int count, char** arguments)
         {row("a minute of a screen at rest", "ffmpeg", "restOurs", "restFfmpeg", 0.1),
          row("20 s of a busy screen", "ffmpeg", "busyOurs", "busyFfmpeg", 0.9),
          row("20 s of a busy screen", "ffmpeg on one thread", "busyOurs", "busyFfmpegOneThread", 0),
-         row("a picture while a film is made", "a picture alone", "pictureWhileRecording", "pictureAlone", 0),
+         row("a click while a film is made", "a click alone", "clickWhileRecording", "clickAlone", 0),
+         row("\"screenshot\" while a film is made", "\"screenshot\" alone", "screenshotWhileRecording",
+             "screenshotAlone", 0),
          memory});
+    agent.reset();
     stage.reset();
     return result;
 }

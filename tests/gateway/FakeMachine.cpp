@@ -195,9 +195,8 @@ void FakeMachine::sendText(std::string text)
 
 void FakeMachine::sendBinary(std::string bytes)
 {
-    asio::post(state->socket.get_executor(), [state = state, bytes = std::move(bytes)] {
-        state->send({bytes, false});
-    });
+    asio::post(state->socket.get_executor(),
+               [state = state, bytes = std::move(bytes)] { state->send({bytes, false}); });
 }
 
 void FakeMachine::sendEvent(std::string const& event, json::object data, std::string const& connectionId)
