@@ -1,135 +1,13 @@
 #include "platform/linux/atspi/AtspiInquiry.h"
 
 #include "platform/linux/atspi/AtspiActions.h"
+#include "platform/linux/atspi/AtspiCalls.h"
 #include "platform/linux/atspi/Gtk4Answers.h"
 
 #include <algorithm>
 #include <memory>
 
 namespace zelvo {
-
-namespace {
-
-constexpr char const* accessible = "org.a11y.atspi.Accessible";
-constexpr char const* properties = "org.freedesktop.DBus.Properties";
-constexpr char const* actionInterface = "org.a11y.atspi.Action";
-constexpr char const* textInterface = "org.a11y.atspi.Text";
-
-struct Method {
-    char const* interface;
-    char const* member;
-};
-
-Method methodOf(AtspiQuestion question)
-{
-    switch (question) {
-    case AtspiQuestion::role:
-        return {accessible, "GetRole"};
-    case AtspiQuestion::states:
-        return {accessible, "GetState"};
-    case AtspiQuestion::interfaces:
-        return {accessible, "GetInterfaces"};
-    case AtspiQuestion::children:
-        return {accessible, "GetChildren"};
-    case AtspiQuestion::identifier:
-        return {accessible, "GetAttributes"};
-    case AtspiQuestion::properties:
-        return {properties, "GetAll"};
-    case AtspiQuestion::childCount:
-    case AtspiQuestion::name:
-    case AtspiQuestion::description:
-    case AtspiQuestion::parent:
-        return {properties, "Get"};
-    case AtspiQuestion::extents:
-        return {"org.a11y.atspi.Component", "GetExtents"};
-    case AtspiQuestion::actions:
-        return {actionInterface, "GetActions"};
-    case AtspiQuestion::textLength:
-        return {properties, "Get"};
-    case AtspiQuestion::text:
-        return {textInterface, "GetText"};
-    case AtspiQuestion::labels:
-        return {accessible, "GetRelationSet"};
-    }
-    return {};
-}
-
-void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion question)
-{
-    switch (question) {
-    case AtspiQuestion::properties:
-        sd_bus_message_append(call, "s", accessible);
-        break;
-    case AtspiQuestion::childCount:
-        sd_bus_message_append(call, "ss", accessible, "ChildCount");
-        break;
-    case AtspiQuestion::name:
-        sd_bus_message_append(call, "ss", accessible, "Name");
-        break;
-    case AtspiQuestion::description:
-        sd_bus_message_append(call, "ss", accessible, "Description");
-        break;
-    case AtspiQuestion::parent:
-        sd_bus_message_append(call, "ss", accessible, "Parent");
-        break;
-    case AtspiQuestion::extents:
-        sd_bus_message_append(call, "u", 0u); // Of the screen.
-        break;
-    case AtspiQuestion::text:
-        sd_bus_message_append(
-            call, "ii", 0,
-            std::clamp(node.textLength.value_or(AtspiInquiry::longestText), 0, AtspiInquiry::longestText));
-        break;
-    case AtspiQuestion::textLength:
-        sd_bus_message_append(call, "ss", textInterface, "CharacterCount");
-        break;
-    default:
-        break;
-    }
-}
-
-/// GTK 4 looks for what takes the pointer, which is often nothing that it has told of.
-AtspiHitAnswer hitAnswerOf(std::string_view toolkit)
-{
-    if (toolkit == "gtk")
-        return AtspiHitAnswer::child;
-    return toolkit == "Qt" || toolkit == "Chromium" ? AtspiHitAnswer::deepest : AtspiHitAnswer::none;
-}
-
-/// A rule of org.a11y.atspi.Collection: what has this state, whatever else it is.
-void appendRuleOfState(sd_bus_message* call, AtspiState state)
-{
-    constexpr std::int32_t all = 1;
-    auto const number = static_cast<unsigned>(state);
-    std::uint32_t const bits[] = {number < 32 ? 1u << number : 0, number < 32 ? 0 : 1u << (number - 32)};
-    sd_bus_message_open_container(call, SD_BUS_TYPE_STRUCT, "aiia{ss}iaiiasib");
-    sd_bus_message_append(call, "aii", 2, static_cast<std::int32_t>(bits[0]),
-                          static_cast<std::int32_t>(bits[1]), all);
-    sd_bus_message_append(call, "a{ss}i", 0, all);
-    sd_bus_message_append(call, "aii", 4, 0, 0, 0, 0, all);
-    sd_bus_message_append(call, "asib", 0, all, 0);
-    sd_bus_message_close_container(call);
-}
-
-} // namespace
-
-AtspiToolkit atspiToolkitOf(std::string_view name)
-{
-    bool const isChromium = name == "Chromium";
-    return {.takesGetAll = isChromium || name == "gtk" || name == "GTK",
-            .givesAttributes = isChromium,
-            .hidesWhatIsOutOfView = isChromium || name == "gtk",
-            .translatesActions = isChromium || name == "gtk" || name == "GTK",
-            .hasActionsOfAll = isChromium,
-            .isStrictAboutText = name == "Qt",
-            .mayHoldOffice = name == "gtk",
-            .isGtk4 = name == "GTK",
-            .listsSlowly = isChromium || name == "gtk",
-            .callsItemsFocused = name == "Qt",
-            .collects = isChromium || name == "gtk",
-            .hitAnswer = hitAnswerOf(name),
-            .guessesHits = isChromium};
-}
 
 AtspiInquiry::AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon)
     : exchange(exchange), nodes(nodes), bus(bus), daemon(daemon)
@@ -203,11 +81,11 @@ bool AtspiInquiry::isPutOff(Index index, AtspiQuestion question) const
 
 BusMessagePtr AtspiInquiry::messageFor(AtspiNode const& node, AtspiQuestion question) const
 {
-    Method const method = methodOf(question);
+    atspi::Method const method = atspi::methodOf(question);
     auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, method.interface,
                                                    method.member);
     if (call)
-        appendArguments(call.get(), node, question);
+        atspi::appendArguments(call.get(), node, question);
     return call;
 }
 
@@ -310,8 +188,8 @@ void AtspiInquiry::askActionName(Index index,
                                  atspi::Action const& action)
 {
     AtspiNode const& node = nodes[index];
-    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, actionInterface,
-                                                   "GetName");
+    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path,
+                                                   atspi::actionInterface, "GetName");
     if (call)
         sd_bus_message_append(call.get(), "i", static_cast<std::int32_t>(at));
     ++naming->missing;
@@ -437,8 +315,8 @@ void AtspiInquiry::continueListing(Index index, std::shared_ptr<Listing> const& 
 void AtspiInquiry::askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at)
 {
     AtspiNode const& node = nodes[index];
-    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, accessible,
-                                                   "GetChildAtIndex");
+    auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path,
+                                                   atspi::accessibleInterface, "GetChildAtIndex");
     if (call)
         sd_bus_message_append(call.get(), "i", at);
     ++listing->inFlight;
@@ -529,7 +407,7 @@ std::optional<std::vector<AtspiNode::Index>> AtspiInquiry::focusedIn(Index index
         return std::nullopt;
     auto call = newCall(index, "org.a11y.atspi.Collection", "GetMatches");
     if (call) {
-        appendRuleOfState(call.get(), AtspiState::focused);
+        atspi::appendRuleOfState(call.get(), AtspiState::focused);
         sd_bus_message_append(call.get(), "uib", inTheirOrder, 0, 1);
     }
     std::optional<std::vector<atspi::Reference>> focused;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/atspi/AtspiNodes.h"
+#include "platform/linux/atspi/AtspiToolkit.h"
 #include "platform/linux/atspi/WindowFit.h"
 
 #include <functional>
@@ -10,31 +11,6 @@
 #include <string>
 
 namespace zelvo {
-
-/// What a toolkit answers when it is asked what is at a point of an element.
-enum class AtspiHitAnswer : std::uint8_t {
-    none,    ///< nothing to go by
-    child,   ///< the first of its children that lies there
-    deepest, ///< the element that is drawn there
-};
-
-/// What the toolkit of a peer can take and give.
-struct AtspiToolkit {
-    bool takesGetAll = false;          ///< Properties.GetAll; Qt ends the application on it
-    bool givesAttributes = false;      ///< identifiers are attributes
-    bool hidesWhatIsOutOfView = false; ///< calls it not showing
-    bool translatesActions = false;    ///< GetActions gives names in the desktop's language, or none
-    bool hasActionsOfAll = false;      ///< after an element's own come those that every element has
-    bool isStrictAboutText = false;    ///< gives no text when asked for more than there is
-    bool mayHoldOffice = false;        ///< LibreOffice draws elements of its own into it
-    bool isGtk4 = false;               ///< its answers want correcting
-    bool listsSlowly = false;          ///< a list of children takes it the square of their number
-    bool callsItemsFocused = false;    ///< Qt: the current ones of a list that has not the focus
-    bool collects = false;             ///< looks for elements by their states itself
-    AtspiHitAnswer hitAnswer = AtspiHitAnswer::none;
-    bool guessesHits = false; ///< Chromium: finds out after it has answered, for the next time
-};
-AtspiToolkit atspiToolkitOf(std::string_view name);
 
 /// Asks applications about elements and keeps the answers; each question once. Children of other processes
 /// are followed where that is allowed. Thread: one.
@@ -47,8 +23,7 @@ public:
     static constexpr std::int32_t manyToListAtOnce = 1'500;
     static constexpr std::int32_t firstOfMany = 500;
     static constexpr std::size_t mostSides = 64;
-    static constexpr std::int32_t longestText = 1'000; ///< characters
-    static constexpr std::size_t mostText = 8u << 20;  ///< bytes, of all elements together
+    static constexpr std::size_t mostText = 8u << 20; ///< bytes, of all elements together
 
     /// Both must outlive it. bus: the link to the accessibility bus
     AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon);
