@@ -275,7 +275,7 @@ class Agent {
 public:
     explicit Agent(std::string const& mode)
     {
-        stage.store("zelvo.recording.mode", mode);
+        stage.store("zelvo.recording.mode", json::string(mode));
         stage.run(flood);
         stage.start();
         // The first action starts the film; its first second is not looked at.
@@ -283,7 +283,15 @@ public:
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
 
-    void click() { ask(R"({"actions":[{"type":"click","x":1800,"y":1050}]})", "actions.perform"); }
+    /// Now on the left, now on the right: at one place a click waits until it can't be taken for a double
+    /// click.
+    void click()
+    {
+        isLeft = !isLeft;
+        ask(isLeft ? R"({"actions":[{"type":"click","x":100,"y":1050}]})"
+                   : R"({"actions":[{"type":"click","x":1800,"y":1050}]})",
+            "actions.perform");
+    }
     void screenshot() { ask(R"({"format":"jpeg","quality":80})", "screenshot"); }
     bool hasFilm() const
     {
@@ -299,6 +307,7 @@ private:
     }
 
     AgentStage stage{width, height};
+    bool isLeft = false;
 };
 
 std::unique_ptr<Agent> agent; ///< of the benchmarks that run now
