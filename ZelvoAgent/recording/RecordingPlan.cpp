@@ -29,6 +29,7 @@ std::string dateText(Date date)
 {
     std::time_t const time = std::chrono::floor<std::chrono::seconds>(date).time_since_epoch().count();
     std::tm parts{};
+    ::tzset(); // The machine may have been carried into another zone since the start.
     ::localtime_r(&time, &parts);
     char text[64];
     std::snprintf(text, sizeof text, "%04d-%02d-%02d at %02d.%02d.%02d", parts.tm_year + 1900,

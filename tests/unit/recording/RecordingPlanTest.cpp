@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <ctime>
 
 namespace zelvo {
@@ -116,6 +117,17 @@ TEST(FilmName, padsTheDate)
 {
     EXPECT_EQ(RecordingPlan::fileName(localDate(2027, 1, 2, 3, 4, 5), ""),
               "Zelvo 2027-01-02 at 03.04.05.mp4");
+}
+
+TEST(FilmName, followsTheMachineIntoAnotherZone)
+{
+    Date const moment{std::chrono::sys_days(std::chrono::year(2026) / 11 / 15) + 12h};
+    ::setenv("TZ", "UTC0", 1);
+    EXPECT_EQ(RecordingPlan::fileName(moment, ""), "Zelvo 2026-11-15 at 12.00.00.mp4");
+    ::setenv("TZ", "JST-9", 1);
+    EXPECT_EQ(RecordingPlan::fileName(moment, ""), "Zelvo 2026-11-15 at 21.00.00.mp4");
+    ::unsetenv("TZ");
+    ::tzset();
 }
 
 TEST(FilmName, hasNoDashWithoutAPlatform)
