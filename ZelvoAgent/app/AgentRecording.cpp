@@ -57,6 +57,7 @@ SessionRecorder::Services AgentRecording::recorderServices()
                                                      .streams = platform.screenStreams(),
                                                      .movies = platform.movies()}),
             .hiddenBundleIds = [this] { return services.hiddenApps.bundleIds(); },
+            .isPaused = [this] { return services.state.currentState().paused; },
             .onFinished = [this](FinishedRecording film,
                                  bool quitting) { return uploads.handle(std::move(film), quitting); },
             .onCapturingChanged = [this](bool capturing) { shown.setRecording(capturing); },

@@ -82,8 +82,8 @@ public:
     Task<> restoreApplications() { return electron->disableAll(); }
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
 
-    /// Asks running commands to end and ends the link, at the process's end; resumes when the socket was
-    /// told.
+    /// Asks running commands to end, lets no film begin any more and ends the link, at the process's end;
+    /// resumes when the socket was told.
     Task<> shutDown();
 
 private:

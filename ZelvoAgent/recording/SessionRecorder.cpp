@@ -18,7 +18,7 @@ namespace zelvo {
 
 namespace {
 
-/// What a film failed to start with, in the words that it came with. They name no path.
+/// What a film failed to start with, in the words that it came with.
 std::string reasonOf(std::exception_ptr failure)
 {
     try {
@@ -48,9 +48,12 @@ SessionRecorder::SessionRecorder(Services services)
 {
 }
 
+/// An action that a pause overtook on its way here comes to nothing, and films nothing.
 bool SessionRecorder::mayRecord() const
 {
-    return services.settings.mode() != RecordingMode::off && services.access.current().screenRecording;
+    bool const isPaused = services.isPaused && services.isPaused();
+    return !isPaused && services.settings.mode() != RecordingMode::off &&
+           services.access.current().screenRecording;
 }
 
 /// The work is a task of its own: it goes on when the caller is cancelled or has waited long enough.

@@ -36,6 +36,8 @@ public:
         StartRecording startWriter;
         /// The applications that the person has hidden; absent where there is no such list.
         std::function<Task<std::set<std::string>>()> hiddenBundleIds = {};
+        /// Has the person paused the agents? Any thread; true before finishNow() is called for a pause.
+        std::function<bool()> isPaused = {};
         /// Called after each finished film, on the recorder's strand.
         std::function<Task<>(FinishedRecording film, bool quitting)> onFinished = {};
         /// Called on the main executor, in order, at each change of isRecording().

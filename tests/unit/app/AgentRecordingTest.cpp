@@ -1,9 +1,14 @@
 #include "app/AgentRecording.h"
 
+#include "app/Termination.h"
 #include "base/LocalizedTexts.h"
 #include "unit/app/RuntimeDesk.h"
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
 
 namespace zelvo {
 namespace {
@@ -17,8 +22,9 @@ protected:
     /// An agent acts, and its film has a first picture.
     void film()
     {
+        std::size_t const before = platform.streams.opened.size();
         run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
-        ASSERT_THAT(platform.streams.opened, SizeIs(1));
+        ASSERT_THAT(platform.streams.opened, SizeIs(before + 1));
         platform.streams.deliver(platform.time.now());
         platform.settle();
     }
@@ -30,6 +36,17 @@ protected:
         return lines;
     }
     bool isOpen() { return parts.recording.recorder().hasOpenFile(); }
+    /// Its connection was never granted: that sending it was tried is what the log tells.
+    void leaveToBeSent()
+    {
+        RecordingUploadQueue(platform.settings)
+            .append({.path = "/gone.mp4", .connectionId = "c", .durationSec = 1});
+    }
+    std::ptrdiff_t triesToSend() const
+    {
+        return std::ranges::count(logged(),
+                                  localized("recording.keptLocal", {localized("recording.reason.noScope")}));
+    }
 };
 
 TEST_F(AgentRecordingTest, filmsNothingUnlessThePersonWantsIt)
@@ -63,6 +80,19 @@ TEST_F(AgentRecordingTest, pausingTheAgentEndsTheFilmAndResumingStartsNone)
     platform.settle();
     EXPECT_FALSE(isOpen());
     EXPECT_FALSE(parts.recording.state().isRecording());
+    film(); // It was not the end for good.
+}
+
+TEST_F(AgentRecordingTest, anActionThatThePauseOvertookIsNotFilmed)
+{
+    parts.recording.state().setMode(RecordingMode::local);
+    start();
+    parts.state.setPaused(true);
+    platform.settle();
+    run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
+    EXPECT_THAT(platform.films.movies, IsEmpty());
+    parts.state.setPaused(false);
+    film();
 }
 
 TEST_F(AgentRecordingTest, switchingRecordingsOffEndsTheFilm)
@@ -74,6 +104,35 @@ TEST_F(AgentRecordingTest, switchingRecordingsOffEndsTheFilm)
     platform.settle();
     EXPECT_FALSE(isOpen());
     EXPECT_TRUE(platform.films.last().end);
+    parts.recording.state().setMode(RecordingMode::local);
+    film(); // It was not the end for good.
+}
+
+TEST_F(AgentRecordingTest, quittingWithAPausedFilmWaitsForItsEnd)
+{
+    parts.recording.state().setMode(RecordingMode::local);
+    start();
+    film();
+    platform.time.advance(10s);
+    EXPECT_FALSE(parts.recording.state().isRecording());
+    int ends = 0;
+    Termination termination(platform.contexts.main, parts.runtime.recording(), [&] { ++ends; });
+
+    EXPECT_EQ(termination.shouldTerminate(), Termination::Reply::terminateLater);
+    EXPECT_FALSE(platform.films.last().end);
+    platform.settle();
+    EXPECT_TRUE(platform.films.last().end);
+    EXPECT_EQ(ends, 1);
+}
+
+TEST_F(AgentRecordingTest, noFilmBeginsOnceTheProcessEnds)
+{
+    parts.recording.state().setMode(RecordingMode::local);
+    start();
+    run(platform.io, parts.runtime.shutDown());
+    platform.settle();
+    run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
+    EXPECT_THAT(platform.films.movies, IsEmpty());
 }
 
 TEST_F(AgentRecordingTest, oldFilmsGoAtTheStartAndEveryTenMinutes)
@@ -94,12 +153,55 @@ TEST_F(AgentRecordingTest, oldFilmsGoAtTheStartAndEveryTenMinutes)
 
 TEST_F(AgentRecordingTest, whatAQuitLeftToBeSentIsTriedAtTheNextStart)
 {
-    RecordingUploadQueue(platform.settings)
-        .append({.path = "/gone.mp4", .connectionId = "c", .durationSec = 1});
+    leaveToBeSent();
     start();
-    // There is no such connection any more; that it was tried is what the log tells.
-    EXPECT_THAT(logged(),
-                Contains(localized("recording.keptLocal", {localized("recording.reason.noScope")})));
+    EXPECT_EQ(triesToSend(), 1);
+}
+
+TEST_F(AgentRecordingTest, whatIsLeftToBeSentIsTriedEveryTenMinutes)
+{
+    start();
+    for (int tries = 1; tries <= 3; ++tries) {
+        leaveToBeSent();
+        platform.time.advance(599s);
+        platform.settle();
+        EXPECT_EQ(triesToSend(), tries - 1);
+        platform.time.advance(1s);
+        platform.settle();
+        EXPECT_EQ(triesToSend(), tries);
+    }
+}
+
+TEST_F(AgentRecordingTest, whatIsLeftToBeSentIsTriedOnceWhenTheNetworkIsBack)
+{
+    start();
+    leaveToBeSent();
+    platform.path.update(true);
+    platform.settle();
+    EXPECT_EQ(triesToSend(), 0); // The first update finds the network up and does nothing.
+    platform.path.update(false);
+    platform.settle();
+    EXPECT_EQ(triesToSend(), 0);
+    platform.path.update(true);
+    platform.settle();
+    EXPECT_EQ(triesToSend(), 1);
+    leaveToBeSent();
+    platform.path.update(true);
+    platform.settle();
+    EXPECT_EQ(triesToSend(), 1);
+}
+
+TEST_F(AgentRecordingTest, heartbeatTellsTheMode)
+{
+    start();
+    for (auto const& [mode, text] :
+         {std::pair(RecordingMode::local, "local"), std::pair(RecordingMode::share, "share"),
+          std::pair(RecordingMode::off, "off")}) {
+        parts.recording.state().setMode(mode);
+        auto const record = run(platform.io, parts.heartbeat.current());
+        ASSERT_TRUE(record);
+        EXPECT_EQ(record->at("recording"), text);
+    }
 }
 
 } // namespace

@@ -73,6 +73,7 @@ public:
             .folders = folders,
             .startWriter = [this](RecordingStart start) { return startWriter(std::move(start)); },
             .hiddenBundleIds = [this]() -> Task<std::set<std::string>> { co_return hidden; },
+            .isPaused = [this] { return paused; },
             .onFinished = [this](FinishedRecording film, bool quitting) -> Task<> {
                 finished.emplace_back(film.file.filename().string(), quitting);
                 if (handingOn)
@@ -118,6 +119,7 @@ public:
     FakeSystemAccess access;
     FakeMovieFolders folders;
     std::set<std::string> hidden;
+    bool paused = false;
     std::vector<std::shared_ptr<FakeWriting>> films;
     std::function<Task<>()> beforeStart;
     std::function<Task<>()> handingOn;

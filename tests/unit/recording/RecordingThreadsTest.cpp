@@ -169,6 +169,7 @@ public:
         .folders = folders,
         .startWriter = RecordingWriter::starter(filming),
         .hiddenBundleIds = {},
+        .isPaused = {},
         .onFinished = [this](FinishedRecording, bool) -> Task<> {
             ++tally.handedOn;
             co_return;

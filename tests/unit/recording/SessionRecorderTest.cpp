@@ -87,6 +87,17 @@ TEST_F(SessionRecorderTest, doesNotTouchAnOpenFilmWithoutAccessToTheScreen)
     EXPECT_EQ(standing(), Standing::recording);
 }
 
+TEST_F(SessionRecorderTest, doesNothingForAnActionThatAPauseOvertook)
+{
+    paused = true;
+    finish();
+    act();
+
+    EXPECT_EQ(standing(), Standing::idle);
+    EXPECT_THAT(films, IsEmpty());
+    EXPECT_EQ(sleepers(), 0u);
+}
+
 TEST_F(SessionRecorderTest, startsAFilmAtAnAction)
 {
     act("c", "Acme: bot");
@@ -310,6 +321,7 @@ TEST_F(SessionRecorderTest, needsNobodyToTell)
 {
     SessionRecorder::Services alone = services();
     alone.hiddenBundleIds = {};
+    alone.isPaused = {};
     alone.onFinished = {};
     alone.onCapturingChanged = {};
     alone.log = {};

@@ -127,6 +127,20 @@ TEST_F(SessionRecorderWaitsTest, closesAFilmThatWasStoppedBeforeItBegan)
     EXPECT_EQ(sleepers(), 0u);
 }
 
+TEST_F(SessionRecorderWaitsTest, startsNothingForAnActionThatAPauseOvertookWhileItWaitedForItsTurn)
+{
+    beforeStart = taking(1s);
+    beginAct("a");
+    auto const second = beginAct("b");
+    paused = true;
+    finish();
+    clock.advance(1s);
+
+    EXPECT_TRUE(*second);
+    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_FALSE(recorder->hasOpenFile());
+}
+
 TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenAFilmThatIsAboutToBeginIsClosed)
 {
     beforeStart = taking(1s);
