@@ -1,6 +1,7 @@
 #include "recording/RecordingSharing.h"
 
 #include "base/LocalizedTexts.h"
+#include "base/Text.h"
 
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::int64_t questionMs = 300'000;
+constexpr std::size_t longestName = 80; // Characters.
 
 /// A connection's place in a set, given back with this object.
 class Place {
@@ -50,10 +52,12 @@ private:
     std::list<char>::iterator const place;
 };
 
+/// A platform's name must not pass for words of ours, nor push those out of sight.
 ConfirmationPresenter::Choice question(std::string const& platformName)
 {
-    return {.title = localized("recording.share.title", {platformName}),
-            .detail = localized("recording.share.detail", {platformName}),
+    std::string const name = text::shownInLine(platformName, longestName);
+    return {.title = localized("recording.share.title", {name}),
+            .detail = localized("recording.share.detail", {name}),
             .allowTitle = localized("recording.share.allow"),
             .denyTitle = localized("recording.share.deny")};
 }

@@ -1,6 +1,7 @@
 #include "recording/RecordingSharing.h"
 
 #include "base/LocalizedTexts.h"
+#include "base/Text.h"
 #include "fakes/FakePlatform.h"
 
 #include <gmock/gmock.h>
@@ -140,16 +141,20 @@ TEST_F(RecordingSharingTest, asksForAConnectionByItsName)
     EXPECT_NE(questions[0].choice.detail.find("Acme"), std::string::npos);
 }
 
-TEST_F(RecordingSharingTest, takesANameOfAnyKind)
+TEST_F(RecordingSharingTest, asksWithANameOfAnyKindAsOneShortLine)
 {
-    std::string longName;
-    while (longName.size() < 40'000)
-        longName += "👩‍👩‍👧/:\n{0}'";
-    grant("c1", longName);
+    std::string name = "Acme\n\nNothing is shared.\u202e ";
+    while (name.size() < 40'000)
+        name += "👩‍👩‍👧/:\n{0}'";
+    grant("c1", name);
     begin("c1");
 
     ASSERT_THAT(questions, SizeIs(1));
-    EXPECT_NE(questions[0].choice.title.find(longName), std::string::npos);
+    ConfirmationPresenter::Choice const& asked = questions[0].choice;
+    std::string const shown = text::shownInLine(name, 80);
+    EXPECT_EQ(asked.title, localized("recording.share.title", {shown}));
+    EXPECT_EQ(asked.detail, localized("recording.share.detail", {shown}));
+    EXPECT_EQ(text::withoutControlCharacters(asked.detail), asked.detail);
 }
 
 TEST_F(RecordingSharingTest, tellsTheServiceOfAYesAndKeepsIt)
