@@ -2,7 +2,7 @@
 
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
-#include "fakes/FakePlatform.h"
+#include "unit/recording/ConnectionsHarness.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -39,7 +39,7 @@ private:
     std::deque<T> ready;
 };
 
-class RecordingSharingTest : public testing::Test {
+class RecordingSharingTest : public ConnectionsHarness {
 protected:
     struct Question {
         ConfirmationPresenter::Choice choice;
@@ -60,21 +60,8 @@ protected:
         }
     }
 
-    void grant(std::string id, std::string name, std::vector<AgentScope> scopes = {AgentScope::record})
-    {
-        state.grant({.id = std::move(id),
-                     .platformName = std::move(name),
-                     .scopes = std::move(scopes),
-                     .policy = {},
-                     .shareRecordings = {}});
-    }
     std::optional<bool> stored(std::string const& id) const { return state.connection(id)->shareRecordings; }
     ActivityEntry const& logged() const { return state.activity().front(); }
-    std::size_t linesOfRecordings() const
-    {
-        return static_cast<std::size_t>(std::ranges::count(
-            state.activity(), std::optional(ActivityKind::recording), &ActivityEntry::kind));
-    }
     /// Begins to ask; the result comes when the question is decided.
     std::shared_ptr<std::optional<bool>> begin(std::string id)
     {
@@ -102,13 +89,6 @@ protected:
         platform.settle();
     }
 
-    FakePlatform platform;
-    AgentState state{{.main = platform.contexts.main,
-                      .clock = platform.time,
-                      .defaults = platform.settings,
-                      .session = platform.sessionEvents,
-                      .screen = platform.screenSource,
-                      .refreshDisplay = [] {}}};
     std::vector<Question> questions;
     Answers<Decision> decisions;
     std::vector<Told> told;
@@ -186,7 +166,7 @@ TEST_F(RecordingSharingTest, keepsANoWithoutTellingTheService)
     EXPECT_EQ(stored("c1"), false);
     EXPECT_GT(platform.settings.writtenCalls, writtenBefore) << "on disk before it is answered";
     EXPECT_THAT(told, IsEmpty());
-    EXPECT_EQ(linesOfRecordings(), 0U);
+    EXPECT_THAT(lines(), IsEmpty());
     EXPECT_THAT(sharing.asking(), IsEmpty());
 }
 

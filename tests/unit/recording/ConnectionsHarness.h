@@ -1,0 +1,46 @@
+#pragma once
+
+#include "fakes/FakePlatform.h"
+#include "state/AgentState.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvo {
+
+/// A machine in memory, with the connections that its person granted.
+class ConnectionsHarness : public testing::Test {
+protected:
+    void grant(std::string id, std::string name, std::vector<AgentScope> scopes = {AgentScope::record})
+    {
+        state.grant({.id = std::move(id),
+                     .platformName = std::move(name),
+                     .scopes = std::move(scopes),
+                     .policy = {},
+                     .shareRecordings = {}});
+    }
+    /// What the person is told of films, the newest first.
+    std::vector<ActivityEntry> lines() const
+    {
+        std::vector<ActivityEntry> all;
+        std::ranges::copy_if(state.activity(), std::back_inserter(all), [](ActivityEntry const& entry) {
+            return entry.kind == ActivityKind::recording;
+        });
+        return all;
+    }
+
+    FakePlatform platform;
+    AgentState state{{.main = platform.contexts.main,
+                      .clock = platform.time,
+                      .defaults = platform.settings,
+                      .session = platform.sessionEvents,
+                      .screen = platform.screenSource,
+                      .refreshDisplay = [] {}}};
+};
+
+} // namespace zelvo
