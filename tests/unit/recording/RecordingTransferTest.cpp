@@ -184,6 +184,38 @@ TEST_F(RecordingTransferTest, sendsOnlyFilesThatHoldSomething)
     EXPECT_THAT(calls(), IsEmpty());
 }
 
+TEST_F(RecordingTransferTest, takesTheTokenOfTheMomentForEachStep)
+{
+    auto const tokenOf = [this](std::size_t request) {
+        HttpHeaders const& headers = platform.loading.requests.at(request).headers;
+        return std::ranges::find(headers, "Authorization", &HttpHeaders::value_type::first)->second;
+    };
+    enqueue("a.mp4");
+    announced();
+    drain();
+    zelvo::run(platform.io, keychain.set("mt_2", Keychain::Item::machineToken));
+    platform.loading.answer(200, "");
+    platform.loading.answer(200, "");
+    settle();
+
+    EXPECT_THAT(calls(), ElementsAre("recordings", "complete"));
+    EXPECT_EQ(tokenOf(0), "Bearer mt_1");
+    EXPECT_EQ(tokenOf(1), "Bearer mt_2");
+}
+
+TEST_F(RecordingTransferTest, triesAgainWhenTheTokenGoesMeanwhile)
+{
+    enqueue("a.mp4");
+    announced();
+    drain();
+    zelvo::run(platform.io, keychain.remove(Keychain::Item::machineToken));
+    platform.loading.answer(200, "");
+    settle();
+
+    EXPECT_THAT(calls(), ElementsAre("recordings")) << "nothing is completed";
+    EXPECT_THAT(queued(), ElementsAre("a.mp4:1"));
+}
+
 // A right that was taken away holds.
 
 TEST_F(RecordingTransferTest, keepsLocalAFilmWhoseConnectionWasRevoked)
