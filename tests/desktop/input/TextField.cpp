@@ -51,7 +51,7 @@ std::vector<std::string> browser(PrivateDesktop& desktop, std::string const& pat
 TextField::TextField(PrivateDesktop& desktop, FieldKind kind, std::string text)
     : desktop(desktop), path((desktop.home() / ("field" + std::to_string(static_cast<int>(kind)))).string())
 {
-    desktop.start(command(kind, text), {{"LANG", "C.UTF-8"}});
+    process = desktop.start(command(kind, text), {{"LANG", "C.UTF-8"}});
     mainWindow = desktop.waitForWindow(windowOf(kind));
     require(
         "the field's focus",

@@ -18,6 +18,7 @@ public:
 
     std::string value() const { return read({}); }
     std::string selection() const { return read(".selection"); }
+    pid_t pid() const { return process; }
     /// How far it is scrolled down, in a unit of its own.
     int scroll() const;
     /// Waits for the value; applications show text seconds late. Gives the last value seen.
@@ -31,6 +32,7 @@ private:
 
     PrivateDesktop& desktop;
     std::string path;
+    pid_t process = 0;
     std::uint32_t mainWindow = 0;
 };
 

@@ -1,7 +1,7 @@
 #include "platform/linux/applications/ApplicationIdentity.h"
 
 #include "base/Text.h"
-#include "platform/linux/system/ProcessStart.h"
+#include "platform/linux/system/ProcessStat.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "platform/linux/atspi/UnreadableProcesses.h"
 
-#include "platform/linux/system/ProcessStart.h"
+#include "platform/linux/system/ProcessStat.h"
 
 namespace zelvo {
 

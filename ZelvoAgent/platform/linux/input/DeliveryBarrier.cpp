@@ -1,7 +1,10 @@
 #include "platform/linux/input/DeliveryBarrier.h"
 
 #include "base/Hop.h"
+#include "platform/linux/system/ProcessStat.h"
 
+#include <sys/socket.h>
+#include <xcb/res.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
@@ -10,11 +13,27 @@ namespace zelvo {
 
 namespace {
 
-constexpr Duration timeWithoutAnswer = 300ms; // 150 ms is enough on a quiet machine, not on a busy one.
-constexpr Duration longestAnswer = 5s;        // A busy application has many keys to handle first.
+constexpr Duration timeWithoutAnswer = 300ms;
+constexpr Duration longestUnrest = 10s;
+constexpr Duration mostWork = 1s; // Of processor time: some programs never rest.
+constexpr Duration betweenGlances = 10ms;
+constexpr int glancesAtRest = 3;       // It also rests while it waits for an answer of the X server.
+constexpr Duration longestAnswer = 5s; // A busy application has many keys to handle first.
 constexpr Duration betweenLooks = 2ms;
 constexpr std::size_t mostSilentWindows = 256;
 constexpr int deepestNesting = 32;
+
+/// Of all of them together; those that have ended count as at rest.
+ProcessActivity activityOf(std::vector<std::int32_t> const& processes)
+{
+    ProcessActivity all{.isAtRest = true};
+    for (std::int32_t const process : processes)
+        if (auto const one = activityOfProcess(process)) {
+            all.isAtRest = all.isAtRest && one->isAtRest;
+            all.used += one->used;
+        }
+    return all;
+}
 
 } // namespace
 
@@ -29,6 +48,7 @@ Task<> DeliveryBarrier::wait()
     auto const sent = co_await on(contexts.workers, [this] { return ping(); });
     if (!sent) {
         co_await clock.sleepThroughCancel(timeWithoutAnswer);
+        co_await waitForRest(); // On a busy machine it may not have had a processor yet.
         co_return;
     }
     bool const answered = co_await waitFor(*sent);
@@ -50,6 +70,21 @@ Task<bool> DeliveryBarrier::waitFor(InputConnection::Pong expected)
     listenOnRoot(false);
     connection.flush();
     co_return answered;
+}
+
+Task<> DeliveryBarrier::waitForRest()
+{
+    auto const processes = co_await on(contexts.workers, [this] { return processesAtWork(); });
+    auto const glance = [&processes] { return activityOf(processes); };
+    Instant const deadline = clock.now() + longestUnrest;
+    ProcessActivity const first = co_await on(contexts.workers, glance);
+    ProcessActivity now = first;
+    for (int rested = 0;
+         rested < glancesAtRest && now.used - first.used < mostWork && clock.now() < deadline;) {
+        co_await clock.sleepThroughCancel(betweenGlances);
+        now = co_await on(contexts.workers, glance);
+        rested = now.isAtRest ? rested + 1 : 0;
+    }
 }
 
 bool DeliveryBarrier::hasAnswered(InputConnection::Pong expected)
@@ -83,14 +118,44 @@ std::optional<InputConnection::Pong> DeliveryBarrier::ping()
     return sent;
 }
 
-std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers() const
+std::optional<std::uint32_t> DeliveryBarrier::windowWithFocus() const
 {
     auto const cookie = xcb_get_input_focus(connection.raw());
     XReply<xcb_get_input_focus_reply_t> const focus(
         xcb_get_input_focus_reply(connection.raw(), cookie, nullptr));
     if (!focus || focus->focus <= XCB_INPUT_FOCUS_POINTER_ROOT)
         return std::nullopt;
-    std::optional<std::uint32_t> window = focus->focus;
+    return focus->focus;
+}
+
+std::vector<std::int32_t> DeliveryBarrier::processesAtWork() const
+{
+    std::vector<std::int32_t> processes;
+    // Where a client asks the server about each key, it waits for the server most of the time.
+    ucred server{};
+    socklen_t size = sizeof server;
+    if (::getsockopt(xcb_get_file_descriptor(connection.raw()), SOL_SOCKET, SO_PEERCRED, &server, &size) == 0)
+        processes.push_back(server.pid);
+    auto const* const resources = xcb_get_extension_data(connection.raw(), &xcb_res_id);
+    auto const window = windowWithFocus();
+    if (!window || !resources || !resources->present)
+        return processes;
+    xcb_res_client_id_spec_t const asked{*window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    auto const cookie = xcb_res_query_client_ids(connection.raw(), 1, &asked);
+    XReply<xcb_res_query_client_ids_reply_t> const reply(
+        xcb_res_query_client_ids_reply(connection.raw(), cookie, nullptr));
+    if (!reply)
+        return processes;
+    auto id = xcb_res_query_client_ids_ids_iterator(reply.get());
+    for (; id.rem; xcb_res_client_id_value_next(&id))
+        if (xcb_res_client_id_value_value_length(id.data) > 0)
+            processes.push_back(static_cast<std::int32_t>(*xcb_res_client_id_value_value(id.data)));
+    return processes;
+}
+
+std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers() const
+{
+    std::optional<std::uint32_t> window = windowWithFocus();
     for (int depth = 0; window && *window != connection.root() && depth < deepestNesting; ++depth) {
         if (answersPings(*window))
             return silentWindows.contains(*window) ? std::nullopt : window;

@@ -7,13 +7,14 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <vector>
 
 namespace zelvo {
 
 /// Waits until the application in front has handled the keys that were sent to it. The keymap must not change
 /// before: clients read queued keys with the map of the moment. Asks by _NET_WM_PING, which is answered in
-/// the order of events; where nobody answers, time has to do. Thread: one caller at a time; the round trips
-/// run on the workers.
+/// the order of events; where nobody answers, time has to do, and the look of a process that waits for more.
+/// Thread: one caller at a time; the round trips run on the workers.
 class DeliveryBarrier {
 public:
     DeliveryBarrier(Contexts contexts, Clock& clock, InputConnection& connection);
@@ -29,6 +30,10 @@ private:
     std::optional<std::uint32_t> parentOf(std::uint32_t window) const;
     bool hasAnswered(InputConnection::Pong expected);
     Task<bool> waitFor(InputConnection::Pong expected);
+    /// Waits until the process of the window with the focus, and the X server, have been seen at rest.
+    Task<> waitForRest();
+    std::vector<std::int32_t> processesAtWork() const;
+    std::optional<std::uint32_t> windowWithFocus() const;
     void listenOnRoot(bool listen) const;
 
     Contexts contexts;

@@ -12,4 +12,12 @@ std::optional<std::chrono::nanoseconds> startOfProcess(std::int32_t pid);
 /// The same clock now; it goes on in suspend.
 std::chrono::nanoseconds sinceBoot();
 
+/// What a process is about.
+struct ProcessActivity {
+    bool isAtRest = false;            ///< its first thread neither runs nor waits for a processor or a disk
+    std::chrono::milliseconds used{}; ///< processor time so far, to the system's clock ticks
+};
+/// Nothing without such a process. Reads /proc.
+std::optional<ProcessActivity> activityOfProcess(std::int32_t pid);
+
 } // namespace zelvo

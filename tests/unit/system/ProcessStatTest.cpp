@@ -1,0 +1,81 @@
+#include "platform/linux/system/ProcessStat.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+
+namespace zelvo {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A child that does this without end.
+class Child {
+public:
+    explicit Child(void (*what)()) : pid(::fork())
+    {
+        while (pid == 0)
+            what();
+    }
+    ~Child() { end(); }
+    Child(Child const&) = delete;
+    Child& operator=(Child const&) = delete;
+
+    void end()
+    {
+        ::kill(pid, SIGKILL);
+        ::waitpid(pid, nullptr, 0);
+    }
+    /// Looks again and again for at most ten seconds.
+    bool becomes(std::function<bool(ProcessActivity const&)> const& condition) const
+    {
+        for (auto const end = std::chrono::steady_clock::now() + 10s; std::chrono::steady_clock::now() < end;)
+            if (auto const activity = activityOfProcess(pid); activity && condition(*activity))
+                return true;
+        return false;
+    }
+
+    pid_t const pid;
+};
+
+TEST(ProcessStat, tellsWhoWaits)
+{
+    Child const child([] { ::pause(); });
+
+    EXPECT_TRUE(child.becomes([](ProcessActivity const& activity) { return activity.isAtRest; }));
+}
+
+TEST(ProcessStat, tellsWhoWorksAndHowMuch)
+{
+    Child const child([] {});
+
+    EXPECT_TRUE(child.becomes(
+        [](ProcessActivity const& activity) { return !activity.isAtRest && activity.used >= 30ms; }));
+}
+
+TEST(ProcessStat, tellsWhenAProcessStarted)
+{
+    auto const before = sinceBoot();
+    Child const child([] { ::pause(); });
+    auto const start = startOfProcess(child.pid);
+
+    ASSERT_TRUE(start);
+    EXPECT_GE(*start, before - 20ms);
+    EXPECT_LE(*start, sinceBoot());
+}
+
+TEST(ProcessStat, knowsNothingOfAProcessThatHasGone)
+{
+    Child child([] { ::pause(); });
+    child.end();
+
+    EXPECT_FALSE(activityOfProcess(child.pid));
+    EXPECT_FALSE(startOfProcess(child.pid));
+}
+
+} // namespace
+} // namespace zelvo
