@@ -3,6 +3,7 @@
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 
+#include <boost/asio/detached.hpp>
 #include <gmock/gmock.h>
 
 namespace zelvo {
@@ -239,6 +240,22 @@ TEST_F(PacedStream, endsWhenNoPictureCanBeTakenForTwoSeconds)
     EXPECT_EQ(clock.sleeperCount(), 0u);
 }
 
+TEST_F(PacedStream, countsNoPauseToTheTimeInWhichPicturesFail)
+{
+    source.whileTaking = [] { throw ScreenFailure{"broken"}; };
+    start();
+    clock.advance(1s);
+    stream->setWanted(false);
+    clock.advance(60s);
+
+    stream->setWanted(true);
+    clock.advance(1900ms);
+    EXPECT_THAT(output->stops, IsEmpty());
+
+    clock.advance(1s);
+    EXPECT_THAT(output->stops, ElementsAre("broken"));
+}
+
 TEST_F(PacedStream, endsWhenItsDisplayIsGone)
 {
     start();
@@ -273,6 +290,8 @@ TEST_F(PacedStream, endsWhenTheScreenIsGone)
     clock.advance(10s);
     EXPECT_THAT(output->stops, SizeIs(1));
     EXPECT_THAT(output->times, SizeIs(1));
+    EXPECT_EQ(changes.open, 0);
+    EXPECT_EQ(clock.sleeperCount(), 0u);
 }
 
 TEST_F(PacedStream, endsWhenItCannotBeToldOfChangesAnyMore)
@@ -312,6 +331,43 @@ TEST_F(PacedStream, isStoppedAfterWhatIsBeingDelivered)
     EXPECT_TRUE(isStopped);
     clock.advance(10s);
     EXPECT_THAT(output->times, SizeIs(1));
+}
+
+TEST_F(PacedStream, isStillBeingStoppedWhateverElseIsWishedMeanwhile)
+{
+    changes.isChanged = true;
+    int stopped = 0;
+    auto const noteStop = [&](std::exception_ptr) { ++stopped; };
+    output->whileTaking = [&] {
+        asio::co_spawn(io, stream->stop(), noteStop);
+        io.poll();
+        asio::co_spawn(io, stream->stop(), noteStop);
+        asio::co_spawn(io, stream->updateExcluded({"b"}), asio::detached);
+        stream->setWanted(false);
+        io.poll();
+        EXPECT_EQ(stopped, 0);
+    };
+    start();
+
+    EXPECT_EQ(stopped, 2);
+    EXPECT_THAT(output->times, SizeIs(1));
+}
+
+TEST_F(PacedStream, deliversNothingThatIsBeingTakenWhenItIsStopped)
+{
+    bool isStopped = false;
+    source.whileTaking = [&] {
+        asio::co_spawn(io, stream->stop(), [&](std::exception_ptr) { isStopped = true; });
+        io.poll();
+        EXPECT_FALSE(isStopped);
+    };
+    start();
+
+    EXPECT_TRUE(isStopped);
+    clock.advance(10s);
+    EXPECT_THAT(output->times, IsEmpty());
+    EXPECT_THAT(output->stops, IsEmpty());
+    EXPECT_EQ(changes.open, 0);
 }
 
 TEST_F(PacedStream, endsWithItsObjectAndWithItsOutput)

@@ -54,7 +54,9 @@ public:
     /// Waits until nothing is being taken or delivered.
     Task<> rest()
     {
-        co_await wake.wait([this] { return !busy; });
+        auto const rests = [this] { return !busy; };
+        while (!wake.with(rests))
+            co_await wake.wait(rests);
     }
 
 private:
@@ -108,8 +110,10 @@ private:
     /// Waits until frames are wanted; false when no more ever are.
     Task<bool> isWanted()
     {
-        if (!current().wanted)
+        if (!current().wanted) {
             co_await beToldNothing();
+            failingSince.reset();
+        }
         co_await wake.wait([this] { return wishes.wanted || wishes.ended; });
         co_return !current().ended;
     }
