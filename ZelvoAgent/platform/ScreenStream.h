@@ -5,6 +5,7 @@
 #include "base/Task.h"
 #include "platform/ScreenSource.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
@@ -41,8 +42,9 @@ public:
 class ScreenStream {
 public:
     virtual ~ScreenStream() = default;
-    /// From the next picture on leaves out these applications. Throws ScreenFailure.
-    virtual Task<> updateExcluded(std::set<std::string> excluded) = 0;
+    /// From the next picture on shows this display, where one is named, and leaves out these applications.
+    /// That picture comes at once, changed or not. Throws ScreenFailure.
+    virtual Task<> updateFilter(std::optional<std::uint32_t> display, std::set<std::string> excluded) = 0;
     /// While no frames are wanted the screen is not read. Once they are again a picture comes at once,
     /// changed or not.
     virtual void setWanted(bool wanted) = 0;

@@ -15,15 +15,17 @@ namespace zelvo {
 
 namespace {
 
-/// The main display if it may be captured, else the first that may.
-Display chosenDisplay(std::vector<Display> const& displays, std::vector<Display> const& screens)
+/// The main display if it may be captured, else the first that may; nothing when none may.
+Task<std::optional<Display>> chosenDisplay(ScreenSource& screen)
 {
-    if (displays.empty())
-        throw AgentError::permissionMissing;
+    std::vector<Display> const displays = co_await screen.capturableDisplays();
+    std::vector<Display> const screens = screen.screens();
     for (Display const& display : displays)
         if (!screens.empty() && display.id == screens.front().id)
-            return display;
-    return displays.front();
+            co_return display;
+    if (displays.empty())
+        co_return std::nullopt;
+    co_return displays.front();
 }
 
 double seconds(Duration duration)
@@ -55,10 +57,11 @@ StartRecording RecordingWriter::starter(Services services)
 
 Task<> RecordingWriter::open()
 {
-    std::vector<Display> const displays = co_await services.screen.capturableDisplays();
-    Display const display = chosenDisplay(displays, services.screen.screens());
-    RecordingPlan::Size const wanted = RecordingPlan::size(static_cast<std::int64_t>(display.widthPoints),
-                                                           static_cast<std::int64_t>(display.heightPoints));
+    std::optional<Display> const display = co_await chosenDisplay(services.screen);
+    if (!display)
+        throw AgentError::permissionMissing;
+    RecordingPlan::Size const wanted = RecordingPlan::size(static_cast<std::int64_t>(display->widthPoints),
+                                                           static_cast<std::int64_t>(display->heightPoints));
     MovieSettings settings;
     settings.file = subject.file;
     settings.width = wanted.width;
@@ -72,7 +75,7 @@ Task<> RecordingWriter::open()
     });
 
     ScreenStreamRequest request;
-    request.picture = {display.id, wanted.width, wanted.height, subject.excludedBundleIds};
+    request.picture = {display->id, wanted.width, wanted.height, subject.excludedBundleIds};
     request.minimumFrameInterval = RecordingPlan::frameInterval;
     std::exception_ptr failure;
     try {
@@ -86,14 +89,24 @@ Task<> RecordingWriter::open()
     std::rethrow_exception(failure);
 }
 
+/// What the last picture shows it shows until now, and not again before there is one by the new filter.
 Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
 {
+    auto const self = shared_from_this();
     StreamPtr const kept = stream.get();
     if (!kept)
         co_return;
+    asio::post(queue, [self, now = services.clock.now()] {
+        self->standStillUntil(now);
+        self->outdated = true;
+    });
     try {
-        co_await kept->updateExcluded(std::move(excludedBundleIds));
+        // The main display may be another by now. Where none is told, what is to be hidden still is.
+        std::optional<Display> const display = co_await chosenDisplay(services.screen);
+        std::optional<std::uint32_t> const id = display ? std::optional(display->id) : std::nullopt;
+        co_await kept->updateFilter(id, std::move(excludedBundleIds));
     } catch (ScreenFailure const&) { // The old filter stands.
+        asio::post(queue, [self] { self->outdated = false; });
     }
 }
 
@@ -133,8 +146,10 @@ void RecordingWriter::frameArrived(ScreenFrame const& frame)
         return;
     beginOrGoOnAt(frame.time);
     Instant const adjusted = frame.time - offset;
-    if (isDue(adjusted))
-        wroteOrFailed(movie->append(*frame.picture, adjusted - *firstTime), adjusted);
+    if (!isDue(adjusted))
+        return;
+    wroteOrFailed(movie->append(*frame.picture, adjusted - *firstTime), adjusted);
+    outdated = false;
 }
 
 bool RecordingWriter::isFrame(ScreenFrame const& frame) const
@@ -173,7 +188,7 @@ void RecordingWriter::wroteOrFailed(bool wrote, Instant adjusted)
 /// Nothing has changed since the last frame. Right after a resume it is not known yet where the film goes on.
 void RecordingWriter::standStillUntil(Instant time)
 {
-    if (!movie || !capturing || failed || resumed || !lastTime)
+    if (!movie || !capturing || failed || resumed || outdated || !lastTime)
         return;
     Instant const adjusted = time - offset;
     if (isDue(adjusted))

@@ -70,6 +70,7 @@ private:
     bool capturing = true;            ///< frames are wanted
     bool failed = false;              ///< the stream has ended, or nothing more can be written
     bool resumed = false;             ///< the next frame is the first after a pause
+    bool outdated = false;            ///< the last picture may show what is hidden by now
     std::optional<Instant> firstTime; ///< of the stream's first frame; the film has begun
     std::optional<Instant> lastTime;  ///< adjusted time of the last frame that was written
     Duration offset{};                ///< all pauses so far

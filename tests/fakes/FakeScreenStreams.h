@@ -17,7 +17,7 @@ class FakeScreenStreams final : public ScreenStreams {
 public:
     /// One stream, for as long as anybody wants to look at it.
     struct Opened {
-        ScreenStreamRequest request;
+        ScreenStreamRequest request; ///< its display is the newest
         Executor queue;
         std::weak_ptr<ScreenStreamOutput> output;
         std::vector<std::set<std::string>> filters; ///< the first one and each update
@@ -90,12 +90,13 @@ private:
         Stream& operator=(Stream const&) = delete;
         ~Stream() override { state->ended = true; }
 
-        Task<> updateExcluded(std::set<std::string> excluded) override
+        Task<> updateFilter(std::optional<std::uint32_t> display, std::set<std::string> excluded) override
         {
             if (all.beforeUpdate)
                 co_await all.beforeUpdate();
             if (all.updateFailure)
                 throw *all.updateFailure;
+            state->request.picture.display = display.value_or(state->request.picture.display);
             state->filters.push_back(std::move(excluded));
         }
         void setWanted(bool wanted) override { state->wanted.push_back(wanted); }

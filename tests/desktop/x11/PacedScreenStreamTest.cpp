@@ -182,7 +182,7 @@ TEST_F(PacedStream, takesOneAtOnceWhenFramesAreWantedAgain)
 TEST_F(PacedStream, leavesOutTheNewOnesFromTheNextPictureOn)
 {
     start();
-    run(io, stream->updateExcluded({"b"}));
+    run(io, stream->updateFilter({}, {"b"}));
     clock.advance(interval);
 
     EXPECT_THAT(output->times, SizeIs(2));
@@ -191,12 +191,26 @@ TEST_F(PacedStream, leavesOutTheNewOnesFromTheNextPictureOn)
     EXPECT_THAT(output->times, SizeIs(2));
 }
 
+TEST_F(PacedStream, showsTheOtherDisplayFromTheNextPictureOn)
+{
+    source.attached.push_back({.id = 8, .widthPoints = 640, .heightPoints = 320});
+    start();
+    run(io, stream->updateFilter(8, {"a"}));
+    source.attached.erase(source.attached.begin());
+    clock.advance(10s);
+
+    EXPECT_THAT(output->times, SizeIs(2));
+    EXPECT_EQ(source.requests.back().display, 8u);
+    EXPECT_EQ(source.requests.back().width, 64); // The pictures keep their size.
+    EXPECT_THAT(output->stops, IsEmpty());
+}
+
 TEST_F(PacedStream, doesNotDeliverAPictureThatWasTakenBeforeTheChange)
 {
     bool isFirst = true;
     source.whileTaking = [this, &isFirst] {
         if (std::exchange(isFirst, false))
-            run(io, stream->updateExcluded({"b"}));
+            run(io, stream->updateFilter({}, {"b"}));
     };
     // Started by hand: the stream must be known while the first picture is taken.
     PacedStreamParts parts{.contexts = contextsOn(io), .clock = clock, .source = source, .openChanges = open};
@@ -342,7 +356,7 @@ TEST_F(PacedStream, isStillBeingStoppedWhateverElseIsWishedMeanwhile)
         asio::co_spawn(io, stream->stop(), noteStop);
         io.poll();
         asio::co_spawn(io, stream->stop(), noteStop);
-        asio::co_spawn(io, stream->updateExcluded({"b"}), asio::detached);
+        asio::co_spawn(io, stream->updateFilter({}, {"b"}), asio::detached);
         stream->setWanted(false);
         io.poll();
         EXPECT_EQ(stopped, 0);

@@ -284,7 +284,7 @@ TEST_F(X11ScreenStreamsTest, leavesOutWhatIsHiddenInTheMiddle)
     std::size_t const before = framesAtRest();
     EXPECT_EQ(output->seen().back().tinted, 60'000u);
 
-    stage.live.run(stream->updateExcluded({"secret"}));
+    stage.live.run(stream->updateFilter({}, {"secret"}));
 
     EXPECT_TRUE(waitForFrames(before + 1));
     framesAtRest();
@@ -292,7 +292,7 @@ TEST_F(X11ScreenStreamsTest, leavesOutWhatIsHiddenInTheMiddle)
     for (std::size_t i = before; i < seen.size(); ++i)
         EXPECT_EQ(seen[i].tinted, 0u);
 
-    stage.live.run(stream->updateExcluded({}));
+    stage.live.run(stream->updateFilter({}, {}));
     EXPECT_TRUE(waitFor([&] { return output->seen().back().tinted == 60'000u; }));
 }
 

@@ -79,7 +79,7 @@ public:
     {
         deliver(state);
     }
-    Task<> updateExcluded(std::set<std::string>) override { co_return; }
+    Task<> updateFilter(std::optional<std::uint32_t>, std::set<std::string>) override { co_return; }
     void setWanted(bool) override {}
     Task<> stop() override
     {

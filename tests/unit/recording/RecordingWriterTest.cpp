@@ -600,6 +600,65 @@ TEST_F(RecordingWriterTest, handsItsFilterOn)
                                                     std::set<std::string>{"dev.zelvo.agent", "org.other"}));
 }
 
+TEST_F(RecordingWriterTest, filmsWhatIsTheMainDisplayByNowWithANewFilter)
+{
+    begin();
+    screen.attached.insert(screen.attached.begin(), {.id = 9, .widthPoints = 800, .heightPoints = 600});
+    run(io, writer->updateFilter({"org.other"}));
+
+    EXPECT_EQ(streams.last().request.picture.display, 9u);
+    EXPECT_EQ(streams.last().request.picture.width, 1512);
+}
+
+TEST_F(RecordingWriterTest, hidesByANewFilterAlsoWhereNoDisplayIsTold)
+{
+    begin();
+    screen.attached.clear();
+    run(io, writer->updateFilter({"org.other"}));
+
+    EXPECT_EQ(streams.last().request.picture.display, 7u);
+    EXPECT_EQ(streams.last().filters.back(), std::set<std::string>{"org.other"});
+}
+
+TEST_F(RecordingWriterTest, showsWhatIsHiddenByNowOnlyUntilThen)
+{
+    begin();
+    frameAt(0s, 1);
+    goTo(5s);
+    run(io, writer->updateFilter({"org.other"}));
+
+    auto const finished = finishAt(6s);
+
+    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{5s, 1, true}));
+    EXPECT_EQ(finished->durationSec, 5.125);
+}
+
+TEST_F(RecordingWriterTest, standsStillAgainOnceThereIsAPictureByTheNewFilter)
+{
+    begin();
+    frameAt(0s, 1);
+    goTo(5s);
+    run(io, writer->updateFilter({"org.other"}));
+    frameAt(5s + 125ms, 2);
+
+    auto const finished = finishAt(9s);
+
+    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{5s, 1, true},
+                                           FakeMovies::Frame{5s + 125ms, 2}, FakeMovies::Frame{9s, 2, true}));
+    EXPECT_EQ(finished->durationSec, 9.125);
+}
+
+TEST_F(RecordingWriterTest, standsStillAsBeforeWhenTheNewFilterFails)
+{
+    begin();
+    frameAt(0s, 1);
+    streams.updateFailure = ScreenFailure{"gone"};
+    goTo(5s);
+    run(io, writer->updateFilter({"org.other"}));
+
+    EXPECT_EQ(finishAt(6s)->durationSec, 6.125);
+}
+
 TEST_F(RecordingWriterTest, keepsTheOldFilterWhenTheNewOneFails)
 {
     begin();

@@ -25,10 +25,10 @@ public:
          ScreenStreamRequest asked,
          Executor where,
          std::weak_ptr<ScreenStreamOutput> to)
-        : parts(std::move(given)), changes(std::move(opened)), request(std::move(asked)),
+        : parts(std::move(given)), changes(std::move(opened)), interval(asked.minimumFrameInterval),
           queue(std::move(where)), output(std::move(to))
     {
-        wishes.excluded = std::move(request.picture.excluded);
+        wishes.picture = std::move(asked.picture);
     }
 
     void start()
@@ -36,9 +36,12 @@ public:
         spawn(parts.contexts.agent, [self = shared_from_this()] { return self->run(); });
     }
 
-    void setExcluded(std::set<std::string> excluded)
+    void setFilter(std::optional<std::uint32_t> display, std::set<std::string> excluded)
     {
-        changed([&] { wishes.excluded = std::move(excluded); });
+        changed([&] {
+            wishes.picture.display = display.value_or(wishes.picture.display);
+            wishes.picture.excluded = std::move(excluded);
+        });
     }
 
     void setWanted(bool wanted)
@@ -61,7 +64,7 @@ public:
 
 private:
     struct Wishes {
-        std::set<std::string> excluded;
+        CaptureRequest picture;
         bool wanted = true;
         bool ended = false;
         unsigned version = 1; ///< another after every change
@@ -134,16 +137,16 @@ private:
         Wishes const wished = current();
         Instant started = parts.clock.now();
         if (!co_await looksNew(wished.version))
-            co_return started + request.minimumFrameInterval;
-        std::optional<Picture> const picture = co_await take(wished.excluded);
+            co_return started + interval;
+        std::optional<Picture> const picture = co_await take(wished.picture);
         // It may have had to wait until the screen could be read.
-        if (Instant const now = parts.clock.now(); now - started > request.minimumFrameInterval)
+        if (Instant const now = parts.clock.now(); now - started > interval)
             started = now;
         if (picture) {
             ScreenFrame const frame{.time = started, .picture = &*picture};
             co_await deliver(frame, wished.version);
         }
-        co_return started + request.minimumFrameInterval;
+        co_return started + interval;
     }
 
     Task<bool> looksNew(unsigned version)
@@ -166,18 +169,16 @@ private:
         co_return isNew;
     }
 
-    bool isDisplayThere() const
+    bool isThere(std::uint32_t display) const
     {
-        return std::ranges::find(lastScreens, request.picture.display, &Display::id) != lastScreens.end();
+        return std::ranges::find(lastScreens, display, &Display::id) != lastScreens.end();
     }
 
-    Task<std::optional<Picture>> take(std::set<std::string> excluded)
+    Task<std::optional<Picture>> take(CaptureRequest wanted)
     {
-        CaptureRequest wanted = request.picture;
-        wanted.excluded = std::move(excluded);
         ScreenFailure failure{"the display is gone"};
         try {
-            if (isDisplayThere()) {
+            if (isThere(wanted.display)) {
                 Picture picture = co_await parts.source.capture(std::move(wanted));
                 failingSince.reset();
                 co_return std::move(picture);
@@ -222,7 +223,7 @@ private:
 
     PacedStreamParts parts;
     std::unique_ptr<ScreenChanging> changes; // the loop's, used on the workers
-    ScreenStreamRequest request;
+    Duration const interval;
     Executor queue;
     std::weak_ptr<ScreenStreamOutput> output;
 
@@ -253,9 +254,9 @@ PacedScreenStream::~PacedScreenStream()
     loop->end();
 }
 
-Task<> PacedScreenStream::updateExcluded(std::set<std::string> excluded)
+Task<> PacedScreenStream::updateFilter(std::optional<std::uint32_t> display, std::set<std::string> excluded)
 {
-    loop->setExcluded(std::move(excluded));
+    loop->setFilter(display, std::move(excluded));
     co_return;
 }
 

@@ -48,7 +48,7 @@ public:
     ~PacedScreenStream() override;
 
     /// Also a picture that is just being taken is not delivered any more.
-    Task<> updateExcluded(std::set<std::string> excluded) override;
+    Task<> updateFilter(std::optional<std::uint32_t> display, std::set<std::string> excluded) override;
     void setWanted(bool wanted) override;
     Task<> stop() override;
 
