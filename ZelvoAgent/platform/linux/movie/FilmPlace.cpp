@@ -16,9 +16,10 @@ namespace {
 
 constexpr mode_t onlyOurs = 0600;
 
-[[noreturn]] void fail(std::filesystem::path const& path, int error)
+/// Names no path: in it stand the person's name and the platform's.
+[[noreturn]] void fail(std::string const& what, int error)
 {
-    throw MovieFailure{path.string() + ": " + std::generic_category().message(error)};
+    throw MovieFailure{what + ": " + std::generic_category().message(error)};
 }
 
 } // namespace
@@ -28,10 +29,10 @@ FilmPlace::FilmPlace(std::filesystem::path const& path)
       folder(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
     if (!folder)
-        fail(path.parent_path(), errno);
+        fail("the film's folder", errno);
     film.reset(::openat(folder.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, onlyOurs));
     if (!film)
-        fail(path, errno);
+        fail("the film's file", errno);
 }
 
 bool FilmPlace::isInPlace() const
