@@ -22,6 +22,11 @@ namespace fs = std::filesystem;
 
 constexpr Duration eighth = 125ms;
 
+std::ptrdiff_t openDescriptors()
+{
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
 class BrokenMovies : public testing::Test {
 protected:
     /// Gives frames until one is refused. Gives how many were taken.
@@ -67,6 +72,46 @@ TEST_F(BrokenMovies, keepWhatCameBeforeTheEncoderFailedAtAnyCall)
         }
         fs::remove(path);
     }
+}
+
+TEST_F(BrokenMovies, leaveNothingOpen)
+{
+    auto const before = openDescriptors();
+    for (int call = 0; call < 12; ++call) {
+        int opened = 0;
+        LibavMovies movies([&](EncoderCandidate const& candidate, MovieSettings const& settings) {
+            return withFaults({.failsAtCall = opened++ ? call : -1})(candidate, settings);
+        });
+        auto film = movies.create(settingsFor(path));
+        EXPECT_GT(openDescriptors(), before);
+        fill(*film, 5);
+        if (call % 3 == 0)
+            film->cancel();
+        else if (call % 3 == 1)
+            film->finish(1s);
+        film.reset();
+        EXPECT_EQ(openDescriptors(), before) << call;
+        fs::remove(path);
+    }
+}
+
+TEST_F(BrokenMovies, chooseAnotherEncoderWhenTheOneTheyKnewDoesNotOpen)
+{
+    bool isGone = false;
+    LibavMovies movies([&](EncoderCandidate const& candidate, MovieSettings const& settings) {
+        if (std::exchange(isGone, false))
+            throw MovieFailure{"the device is gone"};
+        return openLibavEncoder(candidate, settings);
+    });
+    movies.create(settingsFor(folder.path / "first.mp4"))->cancel();
+    isGone = true;
+
+    auto const film = movies.create(settingsFor(path));
+
+    EXPECT_FALSE(isGone);
+    EXPECT_EQ(fill(*film, 3), 3u);
+    EXPECT_TRUE(film->finish(1s));
+    expectPlays(path, 3);
 }
 
 TEST_F(BrokenMovies, areAnsweredTruthfullyWhenTheEncoderFailsAtTheEnd)

@@ -20,15 +20,18 @@ std::unique_ptr<MovieFile> LibavMovies::create(MovieSettings settings)
     if (settings.width < 2 || settings.height < 2 || settings.width % 2 || settings.height % 2)
         throw MovieFailure{"a film needs an even width and height"};
     libav(); // So that its absence is told as what it is.
-    EncoderCandidate const candidate = encoderFor(settings);
-    return std::make_unique<LibavMovieFile>(settings, open(candidate, settings));
+    return std::make_unique<LibavMovieFile>(settings, encoderFor(settings));
 }
 
-EncoderCandidate LibavMovies::encoderFor(MovieSettings const& settings)
+std::unique_ptr<FilmEncoder> LibavMovies::encoderFor(MovieSettings const& settings)
 {
     std::pair const size(settings.width, settings.height);
-    if (auto const known = chosen.get(); known && known->size == size)
-        return known->encoder;
+    if (auto const known = chosen.get(); known && known->size == size) {
+        try {
+            return open(known->encoder, settings);
+        } catch (MovieFailure const&) { // Its device may have gone, or be in use by too many.
+        }
+    }
     auto const fits = [&](EncoderCandidate const& candidate) {
         return isFitEncoder(candidate, settings, open);
     };
@@ -36,7 +39,7 @@ EncoderCandidate LibavMovies::encoderFor(MovieSettings const& settings)
     if (!found)
         throw MovieFailure{"there is no encoder for H.264 of the High profile"};
     chosen.set(Chosen{.size = size, .encoder = *found});
-    return *found;
+    return open(*found, settings);
 }
 
 } // namespace zelvo

@@ -14,7 +14,7 @@ std::unique_ptr<FilmEncoder> openLibavEncoder(EncoderCandidate const& candidate,
                                               MovieSettings const& settings);
 
 /// Films by libavcodec and libavformat: with the first encoder that is present and fit, which is found out
-/// once for each size. Making this object costs nothing.
+/// once for each size, and again when it does not open any more. Making this object costs nothing.
 class LibavMovies final : public MovieFiles {
 public:
     LibavMovies() = default;
@@ -29,7 +29,7 @@ private:
         EncoderCandidate encoder;
     };
 
-    EncoderCandidate encoderFor(MovieSettings const& settings);
+    std::unique_ptr<FilmEncoder> encoderFor(MovieSettings const& settings);
 
     OpenEncoder open = openLibavEncoder;
     LockedBox<std::optional<Chosen>> chosen;
