@@ -143,6 +143,24 @@ TEST_F(LibavMovieFile, isAsLongAsItLastedThoughNothingMoved)
     EXPECT_EQ(decodableFrames(path), 1u);
 }
 
+TEST_F(LibavMovieFile, isAsLongAsItLastedThoughNothingMovedForTwoDays)
+{
+    auto const film = create();
+    ASSERT_TRUE(film->append(plainPicture(320, 180, 0x336699), 0s));
+    ASSERT_TRUE(film->append(plainPicture(320, 180, 0x00aa00), 24h));
+    ASSERT_TRUE(film->repeat(36h));
+    ASSERT_TRUE(film->finish(48h));
+
+    FilmFacts const facts = factsOf(path);
+    EXPECT_NEAR(facts.duration, 48 * 3600, 1e-3);
+    ASSERT_EQ(facts.packets.size(), 48u);
+    for (std::size_t i = 0; i < facts.packets.size(); ++i)
+        EXPECT_NEAR(facts.packets[i].time, double(i) * 3600, 1e-3);
+    EXPECT_EQ(complaintsAbout(path), "");
+    EXPECT_EQ(frameAt(path, 0), frameAt(path, 23 * 3600));
+    EXPECT_NE(frameAt(path, 0), frameAt(path, 24 * 3600));
+}
+
 TEST_F(LibavMovieFile, repeatsThePictureBefore)
 {
     auto const film = create();

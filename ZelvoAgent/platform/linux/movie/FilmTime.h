@@ -11,6 +11,9 @@ constexpr int filmTicksPerSecond = 90'000;
 
 /// In film ticks; of two frames that are closer the second is moved.
 constexpr std::int64_t shortestFrame = 2;
+/// In film ticks, an hour; what stands still for longer is written once more. Containers keep a frame's
+/// length in 31 bits, which are over after six hours and a half.
+constexpr std::int64_t longestFrame = std::int64_t{3600} * filmTicksPerSecond;
 
 /// Rounded to the nearest.
 inline std::int64_t filmTicks(Duration time)

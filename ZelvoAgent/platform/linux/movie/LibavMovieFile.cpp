@@ -27,26 +27,37 @@ bool LibavMovieFile::append(Picture const& picture, Duration time)
 {
     if (!film || failed)
         return false;
-    AVFrame* const frame = encoder->frame();
+    if (!first)
+        first = time;
+    repeatUntil(time);
+    AVFrame* const frame = failed ? nullptr : encoder->frame();
     failed = !frame || !convertPicture(picture, *frame);
-    return encode(time);
+    return encode(ticksSinceFirst(time));
 }
 
 bool LibavMovieFile::repeat(Duration time)
 {
-    if (!film || failed || !first)
+    if (!film || failed || accepted == 0)
         return false;
-    failed = !encoder->frame();
-    return encode(time);
+    repeatUntil(time);
+    failed = failed || !encoder->frame();
+    return encode(ticksSinceFirst(time));
 }
 
-bool LibavMovieFile::encode(Duration time)
+/// So that no frame is longer than the longest.
+void LibavMovieFile::repeatUntil(Duration time)
+{
+    while (!failed && accepted > 0 && ticksSinceFirst(time) - last > longestFrame) {
+        failed = !encoder->frame();
+        encode(last + longestFrame);
+    }
+}
+
+bool LibavMovieFile::encode(std::int64_t ticks)
 {
     if (failed)
         return false;
-    if (!first)
-        first = time;
-    std::int64_t const ticks = std::max(ticksSinceFirst(time), last + shortestFrame);
+    ticks = std::max(ticks, last + shortestFrame);
     failed = !encoder->encode(ticks, keep);
     if (failed)
         return false;
@@ -64,6 +75,7 @@ bool LibavMovieFile::finish(Duration end)
 {
     if (!film)
         return false;
+    repeatUntil(end);
     bool const whole = (failed || encoder->drain(keep)) && film->packets() >= accepted;
     encoder.reset();
     if (film->packets() == 0) {

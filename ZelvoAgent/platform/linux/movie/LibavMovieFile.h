@@ -34,7 +34,8 @@ public:
     void cancel() override;
 
 private:
-    bool encode(Duration time);
+    void repeatUntil(Duration time);
+    bool encode(std::int64_t ticks);
     std::int64_t ticksSinceFirst(Duration time) const;
 
     FilmPlace place;
