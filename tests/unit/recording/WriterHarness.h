@@ -1,0 +1,87 @@
+#pragma once
+
+#include "fakes/FakeMovies.h"
+#include "fakes/FakeScreenSource.h"
+#include "fakes/FakeScreenStreams.h"
+#include "fakes/ManualClock.h"
+#include "fakes/Run.h"
+#include "recording/RecordingWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvo {
+
+/// A film in the making, of a screen that changes when a test says so.
+class WriterHarness : public testing::Test {
+public:
+    RecordingWriting& begin(std::optional<std::string> connectionId = "c")
+    {
+        RecordingStart start;
+        start.file = "/films/Zelvo x.mp4";
+        start.connectionId = std::move(connectionId);
+        start.platformName = "Acme";
+        start.excludedBundleIds = {"dev.zelvo.agent", "org.keys"};
+        writer = run(io, RecordingWriter::starter(services)(std::move(start)));
+        return *writer;
+    }
+
+    /// Moves on to a time from the start.
+    void goTo(Duration time) { clock.advance(Instant{} + time - clock.now()); }
+    /// The screen changes at that time.
+    void frameAt(Duration time, std::uint8_t shade = 128)
+    {
+        goTo(time);
+        streams.deliver(clock.now(), shade);
+        settle(io);
+    }
+    void frameAt(Duration time, ScreenFrame::Status status, std::optional<std::uint8_t> shade)
+    {
+        goTo(time);
+        streams.deliver({.status = status, .time = clock.now()}, shade);
+        settle(io);
+    }
+    void pauseAt(Duration time)
+    {
+        goTo(time);
+        writer->pause(clock.now());
+        settle(io);
+    }
+    void resumeAt(Duration time)
+    {
+        goTo(time);
+        writer->resume();
+        settle(io);
+    }
+    std::optional<FinishedRecording> finishAt(Duration time)
+    {
+        goTo(time);
+        return run(io, writer->finish());
+    }
+    double recorded() { return run(io, writer->recordedSeconds()); }
+    FakeMovies::Movie& film() { return movies.last(); }
+    std::vector<Duration> times()
+    {
+        std::vector<Duration> all;
+        for (auto const& frame : film().frames)
+            all.push_back(frame.time);
+        return all;
+    }
+
+    asio::io_context io;
+    ManualClock clock{&io};
+    FakeScreenSource screen;
+    FakeScreenStreams streams;
+    FakeMovies movies;
+    RecordingWriter::Services services{
+        .workers = io.get_executor(), .clock = clock, .screen = screen, .streams = streams, .movies = movies};
+    std::shared_ptr<RecordingWriting> writer;
+};
+
+} // namespace zelvo
