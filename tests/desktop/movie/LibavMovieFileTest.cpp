@@ -77,6 +77,23 @@ TEST_F(LibavMovieFile, isWhatWasAskedFor)
     EXPECT_EQ(decodableFrames(path), 100u);
 }
 
+TEST_F(LibavMovieFile, spendsTheBitsThatItWasGiven)
+{
+    constexpr int frames = 160;
+    for (std::int64_t const bitRate : {1'000'000, 2'000'000}) {
+        MovieSettings settings = settingsFor(path, 640, 360);
+        settings.averageBitRate = bitRate;
+        auto const film = movies.create(settings);
+        for (int number = 0; number < frames; ++number)
+            ASSERT_TRUE(film->append(busyPicture(640, 360, number), number * Duration(125ms)));
+        ASSERT_TRUE(film->finish(frames * Duration(125ms)));
+
+        double const spent = double(fs::file_size(path)) * 8 / (frames * 0.125);
+        EXPECT_NEAR(spent, double(bitRate), double(bitRate) * 0.2);
+        fs::remove(path);
+    }
+}
+
 TEST_F(LibavMovieFile, isAPlainFileWithTheIndexInFrontInTheEnd)
 {
     auto const film = create();
