@@ -6,6 +6,8 @@
 #include "ZelvoGateway/Today.h"
 #include "ZelvoGateway/Versions.h"
 
+#include <iostream>
+
 namespace zelvo::service {
 
 namespace {
@@ -58,8 +60,12 @@ Api::Api(Store& store,
 Task<> Api::keepHouse()
 {
     for (;;) {
-        commands.tidy();
-        co_await library.tidy();
+        try {
+            commands.tidy();
+            co_await library.tidy();
+        } catch (std::exception const& error) { // A full disk, for instance. It is due next time too.
+            std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        }
         co_await clock.sleep(housekeepingPeriod);
     }
 }

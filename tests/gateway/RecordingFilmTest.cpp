@@ -1,3 +1,4 @@
+#include "ZelvoGateway/Database.h"
 #include "gateway/Filmed.h"
 #include "wire/records/ServiceHistory.h"
 
@@ -233,6 +234,41 @@ TEST(RecordingFilm, needsTheProofOfItsAddress)
     EXPECT_EQ(on.gateway.call("GET", address).status, 200);
 }
 
+TEST(RecordingFilm, isNoPath)
+{
+    Filmed on;
+    std::string const id = on.film();
+    std::string const address = on.addressOf(id);
+    std::string const query = address.substr(address.find('?'));
+
+    for (std::string const& trick :
+         {std::string("..%2fapi-key"), std::string("%2e%2e%2fapi-key%00"), "..%2frecordings%2f" + id,
+          ".%2f" + id, id + ".mp4", id + "%00", std::string("%ff"), std::string("..")}) {
+        EXPECT_EQ(on.gateway.call("GET", "/films/" + trick + query).status, 403) << trick;
+        EXPECT_EQ(on.gateway.platform("GET", "/v1/recordings/" + trick).status, 404) << trick;
+        EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + trick).status, 404) << trick;
+        EXPECT_EQ(on.put("/uploads/" + trick, "film").status, 404) << trick;
+    }
+    for (std::string const trick : {"../api-key", "..", "../recordings/"})
+        EXPECT_EQ(on.complete(trick).status, 404) << trick;
+    EXPECT_THAT(on.files(), ElementsAre(id + ".mp4"));
+    EXPECT_EQ(on.gateway.call("GET", address).status, 200);
+}
+
+TEST(RecordingFilm, isNotForThePagesOfOtherSites)
+{
+    Filmed on;
+    std::string const address = on.addressOf(on.film());
+    Filmed::Announced const next = on.announce(4);
+    Headers const foreign = {{"Origin", "http://evil.example"}, {"Content-Type", "video/mp4"}};
+
+    EXPECT_EQ(on.gateway.call("GET", address, "", foreign).status, 403);
+    EXPECT_EQ(on.gateway.call("PUT", next.path, "film", foreign).status, 403);
+    EXPECT_EQ(on.gateway.call("PUT", next.path, "film", {{"Host", "evil.example"}}).status, 403);
+
+    EXPECT_EQ(on.put(next.path, "film").status, 200);
+}
+
 TEST(RecordingFilm, isThereForAnHour)
 {
     Filmed on;
@@ -339,6 +375,24 @@ TEST(RecordingEnd, comesWhenItIsSetTo)
     on.gateway.clock.advance(30min);
     on.gateway.start();
     EXPECT_TRUE(becomes([&] { return on.files().empty(); }));
+}
+
+TEST(RecordingEnd, comesThoughTheStoreFailedForAWhile)
+{
+    Filmed on;
+    std::string const id = on.film();
+    Database other(on.gateway.data() / "gateway.sqlite");
+
+    other.execute("ALTER TABLE recordings RENAME TO away");
+    on.gateway.clock.advance(31 * 24h);
+    EXPECT_EQ(on.gateway.platform("GET", "/v1/recordings").status, 500); // Behind the housekeeping.
+    other.execute("ALTER TABLE away RENAME TO recordings");
+
+    EXPECT_TRUE(becomes([&] {
+        on.gateway.clock.advance(1min);
+        return on.files().empty();
+    }));
+    EXPECT_EQ(on.stateOf(id), "deleted");
 }
 
 TEST(RecordingEnd, comesWithItsMachine)
