@@ -205,7 +205,8 @@ $("really").addEventListener("click", async () => {
     return;
   }
   films = films.filter(film => film.id !== id);
-  leave("");
+  if (id === chosen) leave("");
+  else draw(); // Another film was chosen meanwhile.
 });
 $("older").addEventListener("click", () => {
   pages += 1;

@@ -36,6 +36,20 @@ TEST(RecordingPage, mayPlayFilmsOfThisGatewayOnly)
     EXPECT_EQ(gateway.call("GET", "/recordings", "", {{"Origin", "http://evil.example"}}).status, 403);
 }
 
+// Names of machines and of end users come from outside, and are text wherever they stand.
+TEST(RecordingPage, makesNoMarkupOfNames)
+{
+    Gateway gateway;
+
+    for (char const* const script : {"recordings.js", "gateway.js", "console.js", "screen.js", "input.js"}) {
+        Answer const answer = gateway.call("GET", std::string("/page/") + script);
+        ASSERT_EQ(answer.status, 200);
+        for (char const* const way : {"innerHTML", "outerHTML", "insertAdjacentHTML", "document.write",
+                                      "createContextualFragment", "eval(", "Function("})
+            EXPECT_EQ(answer.body.find(way), std::string::npos) << script << ": " << way;
+    }
+}
+
 TEST(RecordingPage, isReachedFromTheConsole)
 {
     Gateway gateway;
