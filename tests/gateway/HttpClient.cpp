@@ -20,6 +20,8 @@ namespace {
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
 
+constexpr int longestStart = 10; // Seconds until an answer begins, on a computer that has other things to do.
+
 asio::ip::tcp::endpoint loopback(std::uint16_t port)
 {
     return {asio::ip::address_v4::loopback(), port};
@@ -117,7 +119,8 @@ std::string RawConnection::readToEnd(int patience)
     std::string all;
     for (;;) {
         pollfd ready{.fd = socket, .events = POLLIN, .revents = 0};
-        if (::poll(&ready, 1, patience * 1000) <= 0)
+        int const seconds = all.empty() ? std::max(patience, longestStart) : patience;
+        if (::poll(&ready, 1, seconds * 1000) <= 0)
             return all;
         char piece[65536];
         ssize_t const count = ::recv(socket, piece, sizeof piece, 0);

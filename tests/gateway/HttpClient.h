@@ -41,7 +41,7 @@ public:
     bool send(std::string const& bytes) const;
     /// What comes first.
     std::string readSome() const;
-    /// All that comes until the peer closes, or until `patience` seconds without a byte.
+    /// All that comes until the peer closes, or until `patience` seconds without a further byte.
     std::string readToEnd(int patience = 10);
     /// True when the peer closes within `seconds`.
     bool closes(int seconds);

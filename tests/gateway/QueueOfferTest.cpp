@@ -478,7 +478,7 @@ TEST(QueueOffer, triesACommandAgainForWhichThereWasNoRoom)
     std::string const id = on.queue("x");
     on.arrive();
     ASSERT_TRUE(on.offered(1));
-    on.settle();
+    ASSERT_TRUE(on.becomesFree());
     on.machine->onFrame([](json::object const& frame) {
         return frame.at("method") == "slow" ? std::nullopt : answerOk(frame);
     });
@@ -513,10 +513,7 @@ TEST(QueueOffer, isMadeLaterWhenThereIsNoRoom)
 
     std::string const update(on.machine->framesOf("agents.update").at(0).at("id").as_string());
     on.machine->sendText(R"({"id":")" + update + R"(","result":{}})");
-    auto const hasRoom = [&] {
-        return on.gateway.command(on.linked.connectionId, "display.info").status == 200;
-    };
-    ASSERT_TRUE(becomes(hasRoom));
+    ASSERT_TRUE(on.becomesFree());
 
     EXPECT_THAT(on.offers(), IsEmpty());
     on.gateway.clock.advance(1s);

@@ -81,6 +81,11 @@ struct Queued {
     }
     /// Waits until the gateway has taken in what the machine sent before: a command's way and back.
     void settle() const { EXPECT_EQ(gateway.command(linked.connectionId, "display.info").status, 200); }
+    /// The same where few commands may be under way: waits until there is room for one.
+    bool becomesFree() const
+    {
+        return becomes([&] { return gateway.command(linked.connectionId, "display.info").status == 200; });
+    }
     std::vector<json::object> offers() const { return machine->framesOf("queue.offer"); }
     bool offered(std::size_t count) const
     {
