@@ -1,12 +1,17 @@
-#include "desktop/x11/LiveContexts.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/ManualClock.h"
 #include "platform/linux/capture/PacedScreenStream.h"
 
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/strand.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <boost/asio/use_future.hpp>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <thread>
 
 namespace zelvo::test {
 namespace {
@@ -38,21 +43,33 @@ public:
 
 class PacedStreamThreads : public testing::Test {
 protected:
+    /// Lets every stream's task come to its end.
+    ~PacedStreamThreads() override
+    {
+        work.reset();
+        thread.join();
+        workers.join();
+    }
+
     std::unique_ptr<ScreenStream> open(std::shared_ptr<SlowOutput> const& output)
     {
-        PacedStreamParts const parts{.contexts = live.contexts(),
+        PacedStreamParts const parts{.contexts = contexts,
                                      .clock = clock,
                                      .source = source,
                                      .openChanges = [] { return std::make_unique<AlwaysChanging>(); }};
         ScreenStreamRequest const request{.picture = {.display = 7, .width = 8, .height = 8, .excluded = {}},
                                           .minimumFrameInterval = 0ns};
         return std::make_unique<PacedScreenStream>(parts, parts.openChanges(), request,
-                                                   asio::make_strand(live.contexts().workers), output);
+                                                   asio::make_strand(contexts.workers), output);
     }
 
     ManualClock clock; // stands still, so that every frame is due at once
     FakeScreenSource source;
-    LiveContexts live;
+    asio::io_context agent;
+    asio::thread_pool workers{2};
+    asio::executor_work_guard<asio::io_context::executor_type> work{agent.get_executor()};
+    Contexts contexts{agent.get_executor(), agent.get_executor(), workers.get_executor()};
+    std::thread thread{[this] { agent.run(); }};
 };
 
 TEST_F(PacedStreamThreads, deliverNothingOnceTheyAreStopped)
@@ -63,8 +80,8 @@ TEST_F(PacedStreamThreads, deliverNothingOnceTheyAreStopped)
         while (output->frames <= round % 3)
             std::this_thread::yield();
 
-        auto stopped = asio::co_spawn(live.contexts().agent, stream->stop(), asio::use_future);
-        live.run(stream->updateFilter({}, {"b"}));
+        auto stopped = asio::co_spawn(contexts.agent, stream->stop(), asio::use_future);
+        asio::co_spawn(contexts.agent, stream->updateFilter({}, {"b"}), asio::use_future).get();
         stream->setWanted(round % 2 == 0);
         stopped.get();
 
