@@ -41,7 +41,8 @@ struct HttpUpload {
     std::function<bool(std::int64_t sent)> onProgress;
 };
 
-/// Plain HTTP and HTTPS calls. Redirects are not followed.
+/// Plain HTTP and HTTPS calls. Redirects are not followed. An answer whose head is longer than 1 MiB is a
+/// failure.
 /// Thread: any; resumes the caller on its own executor.
 /// Made by: platform/linux/net/CurlHttpLoading, tests/fakes/FakeHttpLoading.
 class HttpLoading {

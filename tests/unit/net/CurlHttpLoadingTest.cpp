@@ -276,6 +276,35 @@ TEST_F(CurlHttpLoadingTest, givesUpABodyThatNeverEnds)
     until([&] { return gone; });
 }
 
+TEST_F(CurlHttpLoadingTest, givesUpAHeadThatNeverEnds)
+{
+    std::string const lines(1000, 'x');
+    std::vector<std::pair<std::string, std::string>> const heads = {
+        {"HTTP/1.1 200 OK\r\n", "X-Line: " + lines + "\r\n"},
+        {"HTTP/1.1 200 OK\r\nX-One-Line: ", lines},
+        {"", "HTTP/1.1 103 Early Hints\r\nX-Line: " + lines + "\r\n\r\n"},
+        {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n", "X-Line: " + lines + "\r\n"}};
+    for (auto const& [begin, more] : heads) {
+        bool gone = false;
+        auto serve = [&]() -> Task<> {
+            peer = co_await server.accept();
+            co_await peer->answer(begin);
+            for (int i = 0; i < 20'000; ++i)
+                co_await peer->writeRaw(more);
+        };
+        asio::co_spawn(io, serve(),
+                       [&](std::exception_ptr writingFailed) { gone = writingFailed != nullptr; });
+        HttpRequest one = request();
+        one.timeout = 5s;
+
+        auto const failure = failureOfTask(loading->load(one));
+
+        ASSERT_TRUE(failure) << more.substr(0, 20);
+        EXPECT_NE(failure->kind, Kind::timedOut) << more.substr(0, 20);
+        until([&] { return gone; });
+    }
+}
+
 TEST_F(CurlHttpLoadingTest, checksTheCertificateAgainstTheStoreAndTheName)
 {
     TestCertificates const certificates("localhost");

@@ -237,6 +237,23 @@ TEST_F(CurlUploadTest, givesUpABodyThatNeverEnds)
     EXPECT_THAT(failure->description, HasSubstr("16 MiB"));
 }
 
+TEST_F(CurlUploadTest, givesUpAHeadThatNeverEnds)
+{
+    UploadServer server([](Guest& guest) {
+        guest.readHead();
+        guest.readBody(4);
+        guest.write("HTTP/1.1 200 OK\r\n");
+        std::string const line = "X-Line: " + std::string(1000, 'x') + "\r\n";
+        while (!guest.isOver)
+            guest.write(line);
+    });
+
+    auto const failure = failureOf(uploadOf("film", server));
+
+    ASSERT_TRUE(failure);
+    EXPECT_NE(failure->kind, Kind::timedOut);
+}
+
 TEST_F(CurlUploadTest, isLostWhenTheConnectionIsClosedAtAnyStage)
 {
     std::vector<std::pair<char const*, std::function<void(Guest&)>>> const stages = {

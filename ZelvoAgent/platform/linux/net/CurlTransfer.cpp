@@ -14,6 +14,7 @@ namespace {
 using Kind = NetworkFailure::Kind;
 
 constexpr std::size_t mostBodyBytes = std::size_t{16} << 20;
+constexpr std::size_t mostHeadBytes = std::size_t{1} << 20;
 
 struct EasyCleanup {
     void operator()(CURL* easy) const noexcept { curl_easy_cleanup(easy); }
@@ -255,8 +256,8 @@ NetworkFailure CurlTransfer::failureOfCode(CURL* easy, CURLcode code) const
         return {Kind::cancelled, "cancelled"};
     if (upload && !upload->file->failure().empty())
         return {Kind::other, upload->file->failure()};
-    if (tooLong)
-        return {Kind::other, "the answer is longer than 16 MiB"};
+    if (excess)
+        return {Kind::other, excess};
     long osError = 0;
     curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osError);
     // libcurl's detailed texts name host and port at most, never a header or a body.
@@ -270,7 +271,7 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t one, std::size_t coun
     std::size_t const bytes = one * count;
     transfer.touch();
     if (transfer.response.body.size() + bytes > mostBodyBytes) {
-        transfer.tooLong = true;
+        transfer.excess = "the answer is longer than 16 MiB";
         return 0;
     }
     transfer.response.body.append(data, bytes);
@@ -278,11 +279,16 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t one, std::size_t coun
 }
 
 /// Is given each line, and an empty one at the end of every head: there may be several, interim ones first.
-/// Lines that follow a body in chunks come here too.
+/// Lines that follow a body in chunks come here too; those libcurl takes without end.
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t one, std::size_t count, void* self)
 {
     auto& transfer = *static_cast<CurlTransfer*>(self);
     std::string_view const line(data, one * count);
+    transfer.headBytes += line.size();
+    if (transfer.headBytes > mostHeadBytes) {
+        transfer.excess = "the head of the answer is longer than 1 MiB";
+        return 0;
+    }
     if (line.starts_with("HTTP/"))
         transfer.isHeadComplete = false;
     else if (line == "\r\n" || line == "\n")

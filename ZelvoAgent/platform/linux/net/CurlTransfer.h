@@ -69,10 +69,11 @@ private:
     HttpResponse response;
     SteadyTime start;
     SteadyTime lastByte;
-    curl_off_t moved = 0; ///< bytes of bodies, both ways
-    curl_off_t sent = 0;  ///< bytes of our body
+    curl_off_t moved = 0;      ///< bytes of bodies, both ways
+    curl_off_t sent = 0;       ///< bytes of our body
+    std::size_t headBytes = 0; ///< of all heads and of the lines behind the body
     bool isHeadComplete = false;
-    bool tooLong = false;
+    char const* excess = nullptr; ///< what of the answer was too long
     char errorText[CURL_ERROR_SIZE] = {};
 };
 
