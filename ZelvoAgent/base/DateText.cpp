@@ -108,12 +108,19 @@ std::optional<Date> parseIso8601(std::string_view text)
     return Date(sys_days(date)) + hours(hour) + minutes(minute) + seconds(second) + fraction - offset;
 }
 
-std::string localTime(Date date)
+std::tm localParts(Date date)
 {
     // Not by way of system_clock, whose nanoseconds end in the year 2262.
     std::time_t const time = floor<seconds>(date).time_since_epoch().count();
     std::tm parts{};
-    localtime_r(&time, &parts);
+    ::tzset(); // The machine may have been carried into another zone since the start.
+    ::localtime_r(&time, &parts);
+    return parts;
+}
+
+std::string localTime(Date date)
+{
+    std::tm const parts = localParts(date);
     char text[16];
     std::strftime(text, sizeof text, "%H:%M:%S", &parts);
     return text;

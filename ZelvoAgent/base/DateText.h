@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +14,8 @@ namespace zelvo::dates {
 std::string iso8601(Date date);
 /// Reads an internet date-time with fractional seconds and "Z" or an offset; nothing for any other form.
 std::optional<Date> parseIso8601(std::string_view text);
+/// The date by the clocks of the zone that the machine is in now.
+std::tm localParts(Date date);
 /// Local time as "HH:mm:ss".
 std::string localTime(Date date);
 

@@ -1,11 +1,11 @@
 #include "recording/RecordingPlan.h"
 
+#include "base/DateText.h"
 #include "base/Text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <limits>
 
 namespace zelvo {
@@ -27,10 +27,7 @@ int evenSide(double points, double scale)
 
 std::string dateText(Date date)
 {
-    std::time_t const time = std::chrono::floor<std::chrono::seconds>(date).time_since_epoch().count();
-    std::tm parts{};
-    ::tzset(); // The machine may have been carried into another zone since the start.
-    ::localtime_r(&time, &parts);
+    std::tm const parts = dates::localParts(date);
     char text[64];
     std::snprintf(text, sizeof text, "%04d-%02d-%02d at %02d.%02d.%02d", parts.tm_year + 1900,
                   parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
