@@ -1,5 +1,8 @@
 #include "end_to_end/RecordingDesk.h"
 
+#include <sys/socket.h>
+#include <xcb/xcb.h>
+
 namespace zelvo::test {
 namespace {
 
@@ -23,6 +26,15 @@ int differencesWithin(Pixels const& first, Pixels const& second, PaintedArea con
         for (int x = area.x; x < area.x + area.width; ++x)
             found += isNear(colorAt(first, x, y), colorAt(second, x, y)) ? 0 : 1;
     return found;
+}
+
+/// The process at the other end.
+pid_t serverOf(xcb_connection_t* connection)
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    ::getsockopt(xcb_get_file_descriptor(connection), SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    return peer.pid;
 }
 
 TEST_F(Recording, showsTheClickWhereItHappened)
@@ -124,6 +136,36 @@ TEST_F(Recording, neverShowsOurOwnWindows)
     ASSERT_GE(film.frames.size(), 2u);
     for (Pixels const& frame : film.frames)
         EXPECT_LT(differencesWithin(frame, without, place), size / 50);
+}
+
+TEST_F(Recording, playsUpToWhereTheProcessWasKilled)
+{
+    connection = startUnattended();
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    letItRun();
+    painter.open({.x = 100, .y = 100, .width = 300, .height = 300, .color = 0x40c040, .title = "late"});
+    letItRun();
+
+    agent.kill();
+
+    ASSERT_EQ(films().size(), 1u);
+    Film const film(desktop, films().front());
+    ASSERT_GE(film.frames.size(), 2u);
+    EXPECT_EQ(pixelsLike(film.frames.front(), 0x40c040), 0);
+    EXPECT_GT(pixelsLike(film.frames.back(), 0x40c040), 10000);
+}
+
+TEST_F(Recording, playsUpToWhereTheDisplayWentAway)
+{
+    connection = startUnattended();
+    EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
+    letItRun();
+
+    ::kill(serverOf(painter.x()), SIGTERM);
+
+    EXPECT_TRUE(waitFor([&] { return !agent.isRunning(); }, 20s)); // Nobody would see it any more.
+    ASSERT_EQ(films().size(), 1u);
+    EXPECT_GE(Film(desktop, films().front()).frames.size(), 1u);
 }
 
 TEST_F(Recording, isOffUnlessThePersonWantsIt)
