@@ -1,24 +1,20 @@
 #pragma once
 
 #include "desktop/harness/PrivateDesktop.h"
+#include "desktop/movie/FilmFacts.h"
 #include "end_to_end/Pixels.h"
 
+#include <cstdint>
 #include <filesystem>
-#include <string>
 #include <vector>
 
 namespace zelvo::test {
 
-/// A film as a player sees it, told by ffprobe and ffmpeg. Throws std::runtime_error when the file is none.
+/// A film as a player sees it. Throws std::runtime_error when the file is none.
 struct Film {
     Film(PrivateDesktop& desktop, std::filesystem::path const& file);
 
-    std::string codec;
-    std::string profile;
-    int width = 0;
-    int height = 0;
-    double seconds = 0;
-    std::vector<double> times;  ///< of the frames
+    FilmFacts facts;
     std::vector<Pixels> frames; ///< in their order
 };
 

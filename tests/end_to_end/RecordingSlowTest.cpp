@@ -20,7 +20,7 @@ TEST_F(Recording, goesOnInTheSameFilmAfterAPauseAndEndsAMinuteLater)
     ASSERT_EQ(films().size(), 1u);
     Film const film(desktop, films().front());
 
-    EXPECT_NEAR(film.seconds, 20, 1.5);
+    EXPECT_NEAR(film.facts.duration, 20, 1.5);
 }
 
 } // namespace

@@ -55,12 +55,12 @@ TEST_F(Recording, showsTheClickWhereItHappened)
     letItRun();
     Film const film = onlyFilm();
 
-    EXPECT_EQ(film.codec, "h264");
-    EXPECT_EQ(film.profile, "High");
-    EXPECT_EQ(film.width, 1280);
-    EXPECT_EQ(film.height, 1024);
-    EXPECT_TRUE(std::ranges::is_sorted(film.times, std::ranges::less_equal()) || film.times.size() < 2);
-    EXPECT_GE(film.seconds, 1.0);
+    EXPECT_EQ(film.facts.codec, "h264");
+    EXPECT_EQ(film.facts.profile, "High");
+    EXPECT_EQ(film.facts.width, 1280);
+    EXPECT_EQ(film.facts.height, 1024);
+    EXPECT_TRUE(std::ranges::is_sorted(film.facts.packets, std::ranges::less_equal(), &FilmPacket::time));
+    EXPECT_GE(film.facts.duration, 1.0);
     ASSERT_GE(film.frames.size(), 3u);
     EXPECT_TRUE(isNear(colorAt(film.frames.front(), 220, 220), 0xf0e080));
     EXPECT_TRUE(isNear(colorAt(film.frames.back(), 220, 220), 0x40c040));

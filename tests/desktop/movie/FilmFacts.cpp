@@ -36,6 +36,18 @@ Output run(std::string const& command)
     return output;
 }
 
+/// For the shell.
+std::string quoted(std::filesystem::path const& file)
+{
+    std::string text = "'";
+    for (char const each : file.string())
+        if (each == '\'')
+            text += R"('\'')";
+        else
+            text += each;
+    return text + "'";
+}
+
 std::string textIn(json::object const& object, char const* key)
 {
     auto const* const value = object.if_contains(key);
@@ -52,7 +64,7 @@ double numberIn(json::object const& object, char const* key)
 FilmFacts factsOf(std::filesystem::path const& film)
 {
     Output const output =
-        run("ffprobe -v error -show_streams -show_packets -show_format -of json '" + film.string() + "'");
+        run("ffprobe -v error -show_streams -show_packets -show_format -of json " + quoted(film));
     if (!output.succeeded)
         throw std::runtime_error("ffprobe can't read " + film.string());
     json::object const all = json::parse(output.text).as_object();
@@ -73,22 +85,20 @@ FilmFacts factsOf(std::filesystem::path const& film)
 
 std::string complaintsAbout(std::filesystem::path const& film)
 {
-    Output const output =
-        run("ffmpeg -v error -i '" + film.string() + "' -fps_mode passthrough -f null - 2>&1");
+    Output const output = run("ffmpeg -v error -i " + quoted(film) + " -fps_mode passthrough -f null - 2>&1");
     return output.succeeded ? output.text : output.text + "(failed)";
 }
 
 std::size_t decodableFrames(std::filesystem::path const& film)
 {
     Output const output =
-        run("ffprobe -v quiet -count_frames -show_entries stream=nb_read_frames -of csv=p=0 '" +
-            film.string() + "'");
+        run("ffprobe -v quiet -count_frames -show_entries stream=nb_read_frames -of csv=p=0 " + quoted(film));
     return std::strtoul(output.text.c_str(), nullptr, 10);
 }
 
 std::string frameAt(std::filesystem::path const& film, double seconds)
 {
-    return run("ffmpeg -v error -i '" + film.string() + "' -ss " + std::to_string(seconds) +
+    return run("ffmpeg -v error -i " + quoted(film) + " -ss " + std::to_string(seconds) +
                " -frames:v 1 -f rawvideo -pix_fmt bgr0 -")
         .text;
 }
