@@ -96,14 +96,15 @@ Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
     StreamPtr const kept = stream.get();
     if (!kept)
         co_return;
-    asio::post(queue, [self, now = services.clock.now()] {
-        self->standStillUntil(now);
-        self->outdated = true;
-    });
     try {
         // The main display may be another by now. Where none is told, what is to be hidden still is.
         std::optional<Display> const display = co_await chosenDisplay(services.screen);
         std::optional<std::uint32_t> const id = display ? std::optional(display->id) : std::nullopt;
+        // Nothing may come between these two: a picture by the old filter would pass for one by the new.
+        asio::post(queue, [self, now = services.clock.now()] {
+            self->standStillUntil(now);
+            self->outdated = true;
+        });
         co_await kept->updateFilter(id, std::move(excludedBundleIds));
     } catch (ScreenFailure const&) { // The old filter stands.
         asio::post(queue, [self] { self->outdated = false; });
