@@ -68,6 +68,17 @@ TEST(ProcessStat, tellsWhenAProcessStarted)
     EXPECT_LE(*start, sinceBoot());
 }
 
+TEST(ProcessStat, givesTheSameStartWheneverItIsAsked)
+{
+    auto const first = startDateOfProcess(::getpid());
+    ASSERT_TRUE(first);
+    EXPECT_LE(*first, std::chrono::system_clock::now());
+    EXPECT_GE(*first, std::chrono::system_clock::now() - 1h);
+
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_EQ(startDateOfProcess(::getpid()), first);
+}
+
 TEST(ProcessStat, knowsNothingOfAProcessThatHasGone)
 {
     Child child([] { ::pause(); });
@@ -75,6 +86,7 @@ TEST(ProcessStat, knowsNothingOfAProcessThatHasGone)
 
     EXPECT_FALSE(activityOfProcess(child.pid));
     EXPECT_FALSE(startOfProcess(child.pid));
+    EXPECT_FALSE(startDateOfProcess(child.pid));
 }
 
 } // namespace

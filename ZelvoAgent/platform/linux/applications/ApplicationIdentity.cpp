@@ -39,14 +39,6 @@ std::filesystem::path executableOf(std::string const& folder)
     return name.substr(0, name.find('\n'));
 }
 
-std::optional<Date> launchDate(std::int32_t pid)
-{
-    auto const start = startOfProcess(pid);
-    if (!start)
-        return std::nullopt;
-    return std::chrono::floor<Date::duration>(std::chrono::system_clock::now() - (sinceBoot() - *start));
-}
-
 std::string flatpakId(std::string const& folder)
 {
     std::ifstream stream(folder + "root/.flatpak-info");
@@ -144,7 +136,7 @@ ProcessFacts readProcessFacts(std::int32_t pid)
     std::string const folder = "/proc/" + std::to_string(pid) + "/";
     facts.executable = executableOf(folder);
     facts.confinedIds = confinedIdsIn(contentOf(folder + "cgroup"));
-    facts.started = launchDate(pid);
+    facts.started = startDateOfProcess(pid);
     if (std::string const id = flatpakId(folder); !id.empty())
         facts.confinedIds.insert(facts.confinedIds.begin(), id);
     return facts;

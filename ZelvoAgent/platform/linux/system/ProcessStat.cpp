@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <charconv>
 #include <ctime>
 #include <fstream>
@@ -45,12 +46,34 @@ std::optional<std::chrono::milliseconds> timeIn(std::string const& field)
     return std::chrono::milliseconds(ticks * 1000 / ::sysconf(_SC_CLK_TCK));
 }
 
+/// When the machine started, by the calendar. Two clocks cannot be read at once, so each look at them gives
+/// another answer: the first one holds until the clock has been set.
+std::chrono::system_clock::time_point bootDate()
+{
+    using Clock = std::chrono::system_clock;
+    constexpr Clock::duration asGood = 100ms;
+    static std::atomic<Clock::duration> known{};
+    Clock::duration const seen = Clock::now().time_since_epoch() - sinceBoot();
+    Clock::duration kept = known.load();
+    if (std::chrono::abs(seen - kept) > asGood && known.compare_exchange_strong(kept, seen))
+        kept = seen;
+    return Clock::time_point(kept);
+}
+
 } // namespace
 
 std::optional<std::chrono::nanoseconds> startOfProcess(std::int32_t pid)
 {
     auto const fields = fieldsAfterName(pid);
     return fields.size() > startTime ? timeIn(fields[startTime]) : std::nullopt;
+}
+
+std::optional<Date> startDateOfProcess(std::int32_t pid)
+{
+    auto const start = startOfProcess(pid);
+    if (!start)
+        return std::nullopt;
+    return std::chrono::floor<Date::duration>(bootDate() + *start);
 }
 
 std::optional<ProcessActivity> activityOfProcess(std::int32_t pid)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Clock.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -11,6 +13,8 @@ namespace zelvo {
 std::optional<std::chrono::nanoseconds> startOfProcess(std::int32_t pid);
 /// The same clock now; it goes on in suspend.
 std::chrono::nanoseconds sinceBoot();
+/// When a process started, by the calendar. It stays the same until somebody sets the clock.
+std::optional<Date> startDateOfProcess(std::int32_t pid);
 
 /// What a process is about.
 struct ProcessActivity {
