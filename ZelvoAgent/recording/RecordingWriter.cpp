@@ -15,19 +15,6 @@ namespace zelvo {
 
 namespace {
 
-/// The main display if it may be captured, else the first that may; nothing when none may.
-Task<std::optional<Display>> chosenDisplay(ScreenSource& screen)
-{
-    std::vector<Display> const displays = co_await screen.capturableDisplays();
-    std::vector<Display> const screens = screen.screens();
-    for (Display const& display : displays)
-        if (!screens.empty() && display.id == screens.front().id)
-            co_return display;
-    if (displays.empty())
-        co_return std::nullopt;
-    co_return displays.front();
-}
-
 double seconds(Duration duration)
 {
     return std::chrono::duration<double>(duration).count();
@@ -57,7 +44,7 @@ StartRecording RecordingWriter::starter(Services services)
 
 Task<> RecordingWriter::open()
 {
-    std::optional<Display> const display = co_await chosenDisplay(services.screen);
+    std::optional<Display> const display = co_await chosenDisplay();
     if (!display)
         throw AgentError::permissionMissing;
     RecordingPlan::Size const wanted = RecordingPlan::size(static_cast<std::int64_t>(display->widthPoints),
@@ -89,6 +76,19 @@ Task<> RecordingWriter::open()
     std::rethrow_exception(failure);
 }
 
+/// The main display if it may be captured, else the first that may; nothing when none may.
+Task<std::optional<Display>> RecordingWriter::chosenDisplay()
+{
+    std::vector<Display> const displays = co_await services.screen.capturableDisplays();
+    std::vector<Display> const screens = services.screen.screens();
+    for (Display const& display : displays)
+        if (!screens.empty() && display.id == screens.front().id)
+            co_return display;
+    if (displays.empty())
+        co_return std::nullopt;
+    co_return displays.front();
+}
+
 /// What the last picture shows it shows until now, and not again before there is one by the new filter.
 Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
 {
@@ -98,7 +98,7 @@ Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
         co_return;
     try {
         // The main display may be another by now. Where none is told, what is to be hidden still is.
-        std::optional<Display> const display = co_await chosenDisplay(services.screen);
+        std::optional<Display> const display = co_await chosenDisplay();
         std::optional<std::uint32_t> const id = display ? std::optional(display->id) : std::nullopt;
         // Nothing may come between these two: a picture by the old filter would pass for one by the new.
         asio::post(queue, [self, now = services.clock.now()] {

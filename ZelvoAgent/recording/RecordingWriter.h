@@ -50,6 +50,7 @@ private:
 
     RecordingWriter(Services services, RecordingStart start);
     Task<> open();
+    Task<std::optional<Display>> chosenDisplay();
     void setWanted(bool wanted);
     bool isFrame(ScreenFrame const& frame) const;
     void beginOrGoOnAt(Instant time);
