@@ -242,6 +242,7 @@ Task<HttpResponse> Api::handleLinkComplete(HttpRequest request, Ids)
     co_return jsonResponse(200, links.complete(objectOf(request.body)));
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): the table holds methods of one type.
 Task<HttpResponse> Api::handleMachineConnect(HttpRequest request, Ids)
 {
     admitMachine(request);

@@ -123,6 +123,7 @@ TEST_F(RecordingSharingTest, asksForAConnectionByItsName)
 
 TEST_F(RecordingSharingTest, asksWithANameOfAnyKindAsOneShortLine)
 {
+    // NOLINTNEXTLINE(misc-misleading-bidirectional): that is what it is to stand.
     std::string name = "Acme\n\nNothing is shared.\u202e ";
     while (name.size() < 40'000)
         name += "👩‍👩‍👧/:\n{0}'";

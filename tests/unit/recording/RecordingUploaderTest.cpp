@@ -255,7 +255,7 @@ TEST_F(RecordingUploaderTest, readsAQueueThatItCannotDecodeAsEmpty)
 
 TEST_F(RecordingUploaderTest, sendsAFilmThatIsStoredTwiceOnce)
 {
-    std::string const path = enqueue("a.mp4");
+    enqueue("a.mp4");
     PendingRecording const entry = queue.load()[0];
     platform.settings.contents[key] = *RecordingUploadQueue::encode({entry, entry});
     accepted();

@@ -34,7 +34,7 @@ protected:
     }
 
     /// A film on disk.
-    FinishedRecording film(std::string name, std::optional<std::string> connectionId = "c1")
+    FinishedRecording film(std::string name, std::optional<std::string> connectionId = "c1") const
     {
         std::filesystem::path const file = folder.path / name;
         writeFile(file, "film " + name);

@@ -25,7 +25,7 @@ public:
     Child(Child const&) = delete;
     Child& operator=(Child const&) = delete;
 
-    void end()
+    void end() const
     {
         ::kill(pid, SIGKILL);
         ::waitpid(pid, nullptr, 0);
