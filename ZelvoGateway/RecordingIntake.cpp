@@ -180,7 +180,7 @@ StoredRecording RecordingIntake::complete(StoredMachine const& machine, json::ob
 Task<json::object> RecordingIntake::share(StoredMachine machine, json::object request)
 {
     std::string const id = requiredText(request, "connectionId");
-    auto const shared = read::truth(request, "shared");
+    auto const shared = read::boolean(request, "shared");
     if (!shared)
         throw invalid("\"shared\" must be true or false");
     StoredConnection const connection = connectionOf(machine, id);

@@ -23,7 +23,7 @@ using tcp = asio::ip::tcp;
 using ErrorCode = boost::system::error_code;
 using Stream = websocket::stream<tcp::socket, false>;
 
-constexpr int longestStart = 30'000; // ms
+constexpr int maxStart = 30'000; // ms
 constexpr auto betweenPings = std::chrono::milliseconds(10);
 
 } // namespace
@@ -98,7 +98,7 @@ std::uint16_t EchoDriver::port() const
 void EchoDriver::accept()
 {
     pollfd waiting{.fd = state->acceptor.native_handle(), .events = POLLIN, .revents = 0};
-    if (::poll(&waiting, 1, longestStart) != 1)
+    if (::poll(&waiting, 1, maxStart) != 1)
         throw std::runtime_error("nobody has connected");
     state->acceptor.accept(state->socket.next_layer());
     state->socket.next_layer().set_option(tcp::no_delay(true));

@@ -1,6 +1,6 @@
 #include "BareFiles.h"
 
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <fcntl.h>
 #include <unistd.h>

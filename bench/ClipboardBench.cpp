@@ -8,8 +8,8 @@
 #include "desktop/harness/PrivateDesktop.h"
 #include "desktop/harness/XQuestions.h"
 #include "desktop/x11/LiveContexts.h"
-#include "platform/linux/clipboard/X11Pasteboard.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/clipboard/X11Pasteboard.h"
 
 #include <cstring>
 #include <memory>

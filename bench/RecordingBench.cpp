@@ -1,16 +1,16 @@
-// Workload: a private desktop of 1920x1080 is filmed at 8 frames a second, for a minute at rest and for 20
-// seconds with a terminal that fills it with text ten times a second: by our stream and film in this process,
-// and by ffmpeg grabbing the same screen with the same encoder, preset, rate and bit rate. Measured is
-// processor time, of the program alone and of the X server beside it. Then what half an hour of film adds to
-// the memory, and the time of a click and of "screenshot" at the real agent program on such a busy screen,
-// without a film and while one is made.
+// Workload: a private desktop of 1920x1080 is recorded at 8 frames a second, for a minute at rest and for 20
+// seconds with a terminal that fills it with text ten times a second: by our stream and recording in this
+// process, and by ffmpeg grabbing the same screen with the same encoder, preset, rate and bit rate. Measured
+// is processor time, of the program alone and of the X server beside it. Then what half an hour of recording
+// adds to the memory, and the time of a click and of "screenshot" at the real agent program on such a busy
+// screen, without a recording and while one is made.
 
 #include "AgentStage.h"
 #include "RatioTable.h"
 #include "desktop/harness/Painter.h"
 #include "desktop/x11/CaptureDesktop.h"
-#include "platform/linux/capture/X11ScreenStreams.h"
-#include "platform/linux/movie/LibavMovies.h"
+#include "platform/linux/x11/capture/X11ScreenStreams.h"
+#include "platform/portable/video/LibavVideoFiles.h"
 
 #include <boost/asio/strand.hpp>
 
@@ -76,16 +76,16 @@ double residentMegabytes()
     return resident * 4096 / 1e6;
 }
 
-/// Puts what a stream delivers into a film.
-class Filming final : public ScreenStreamOutput {
+/// Puts what a stream delivers into a recording.
+class Recording final : public ScreenStreamOutput {
 public:
-    explicit Filming(std::filesystem::path const& file)
-        : film(LibavMovies().create({.file = file,
-                                     .width = width,
-                                     .height = height,
-                                     .averageBitRate = bitRate,
-                                     .expectedFrameRate = rate,
-                                     .maxKeyFrameInterval = rate * 10}))
+    explicit Recording(std::filesystem::path const& file)
+        : recording(LibavVideoFiles().create({.file = file,
+                                              .width = width,
+                                              .height = height,
+                                              .averageBitRate = bitRate,
+                                              .expectedFrameRate = rate,
+                                              .maxKeyFrameInterval = rate * 10}))
     {
     }
 
@@ -93,12 +93,12 @@ public:
     {
         if (frames++ == 0)
             first = frame.time;
-        if (!film->append(*frame.picture, frame.time - first))
+        if (!recording->append(*frame.picture, frame.time - first))
             isBroken = true;
     }
     void streamStopped(ScreenFailure const&) override { isBroken = true; }
 
-    std::unique_ptr<MovieFile> film;
+    std::unique_ptr<VideoFile> recording;
     Instant first{};
     int frames = 0;
     bool isBroken = false;
@@ -142,16 +142,16 @@ struct Stage {
 
     std::filesystem::path nextFile()
     {
-        return screen.desktop.home() / ("film" + std::to_string(++number) + ".mp4");
+        return screen.desktop.home() / ("recording" + std::to_string(++number) + ".mp4");
     }
 };
 
 std::unique_ptr<Stage> stage;
 
-/// A running film of the whole screen.
+/// A running recording of the whole screen.
 class Recording {
 public:
-    Recording() : output(std::make_shared<Filming>(stage->nextFile()))
+    Recording() : output(std::make_shared<Recording>(stage->nextFile()))
     {
         ScreenStreamRequest request{.picture = {.display = stage->screen.layout->current().displayId,
                                                 .width = width,
@@ -164,12 +164,12 @@ public:
     bool finish(Duration lasted)
     {
         stage->screen.live.run(stream->stop());
-        return output->film->finish(lasted) && !output->isBroken && output->frames > 0;
+        return output->recording->finish(lasted) && !output->isBroken && output->frames > 0;
     }
     int frames() const { return output->frames; }
 
 private:
-    std::shared_ptr<Filming> output;
+    std::shared_ptr<Recording> output;
     std::unique_ptr<ScreenStream> stream;
 };
 
@@ -186,7 +186,7 @@ void ours(benchmark::State& state, std::chrono::seconds length)
         Recording recording;
         std::this_thread::sleep_for(length);
         if (!recording.finish(length))
-            state.SkipWithError("no film");
+            state.SkipWithError("no recording");
         state.SetIterationTime(used(RUSAGE_SELF) - before);
         state.counters["frames"] = recording.frames();
         reportServer(state, server);
@@ -270,7 +270,7 @@ void busyFfmpegOneThread(benchmark::State& state)
     ffmpegs(state, busyLength, {"-threads", "1"});
 }
 
-/// The real agent program on a screen of its own that is as busy, and films there or does not.
+/// The real agent program on a screen of its own that is as busy, and recordings there or does not.
 class Agent {
 public:
     explicit Agent(std::string const& mode)
@@ -278,7 +278,7 @@ public:
         stage.store("zelvo.recording.mode", json::string(mode));
         stage.run(flood);
         stage.start();
-        // The first action starts the film; its first second is not looked at.
+        // The first action starts the recording; its first second is not looked at.
         click();
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
@@ -293,10 +293,10 @@ public:
             "actions.perform");
     }
     void screenshot() { ask(R"({"format":"jpeg","quality":80})", "screenshot"); }
-    bool hasFilm() const
+    bool hasRecording() const
     {
-        std::filesystem::path const films = stage.home() / "Videos" / "Zelvo";
-        return std::filesystem::exists(films) && !std::filesystem::is_empty(films);
+        std::filesystem::path const recordings = stage.home() / "Videos" / "Zelvo";
+        return std::filesystem::exists(recordings) && !std::filesystem::is_empty(recordings);
     }
 
 private:
@@ -319,14 +319,14 @@ void startAgent(std::string const& mode)
     agent = std::make_unique<Agent>(mode);
 }
 
-/// Commands at times that have nothing to do with those of the film's pictures.
+/// Commands at times that have nothing to do with those of the recording's pictures.
 void commands(benchmark::State& state, void (Agent::*command)())
 {
     double longest = 0;
     int number = 0;
     for (auto _ : state) {
         if (number % 50 == 0)
-            agent->click(); // A film pauses when nothing was done for ten seconds.
+            agent->click(); // A recording pauses when nothing was done for ten seconds.
         std::this_thread::sleep_for(std::chrono::milliseconds(17 + number++ * 7 % 31));
         auto const begin = std::chrono::steady_clock::now();
         ((*agent).*command)();
@@ -346,8 +346,8 @@ void clickAlone(benchmark::State& state)
 void screenshotAlone(benchmark::State& state)
 {
     commands(state, &Agent::screenshot);
-    if (agent->hasFilm())
-        state.SkipWithError("a film, though none was wanted");
+    if (agent->hasRecording())
+        state.SkipWithError("a recording, though none was wanted");
 }
 
 void clickWhileRecording(benchmark::State& state)
@@ -359,8 +359,8 @@ void clickWhileRecording(benchmark::State& state)
 void screenshotWhileRecording(benchmark::State& state)
 {
     commands(state, &Agent::screenshot);
-    if (!agent->hasFilm())
-        state.SkipWithError("no film");
+    if (!agent->hasRecording())
+        state.SkipWithError("no recording");
     agent.reset();
 }
 
@@ -372,19 +372,19 @@ void halfAnHour(benchmark::State& state)
     stage->beBusy();
     constexpr int minute = 60 * rate;
     for (auto _ : state) {
-        Filming filming(stage->nextFile());
+        Recording recording(stage->nextFile());
         Picture const one = stage->screen.take();
         double before = 0;
         for (int frame = 0; frame < 30 * minute; ++frame) {
             if (frame == minute)
                 before = residentMegabytes();
             Duration const time = frame * Duration(std::chrono::seconds(1)) / rate;
-            if (!(frame % 40 ? filming.film->repeat(time) : filming.film->append(one, time)))
-                state.SkipWithError("no film");
+            if (!(frame % 40 ? recording.recording->repeat(time) : recording.recording->append(one, time)))
+                state.SkipWithError("no recording");
         }
         grownMegabytes = residentMegabytes() - before;
-        if (!filming.film->finish(std::chrono::minutes(30)))
-            state.SkipWithError("no film");
+        if (!recording.recording->finish(std::chrono::minutes(30)))
+            state.SkipWithError("no recording");
     }
 }
 
@@ -434,8 +434,8 @@ int main(int count, char** arguments)
         {row("a minute of a screen at rest", "ffmpeg", "restOurs", "restFfmpeg", 0.1),
          row("20 s of a busy screen", "ffmpeg", "busyOurs", "busyFfmpeg", 0.9),
          row("20 s of a busy screen", "ffmpeg on one thread", "busyOurs", "busyFfmpegOneThread", 0),
-         row("a click while a film is made", "a click alone", "clickWhileRecording", "clickAlone", 0),
-         row("\"screenshot\" while a film is made", "\"screenshot\" alone", "screenshotWhileRecording",
+         row("a click while a recording is made", "a click alone", "clickWhileRecording", "clickAlone", 0),
+         row("\"screenshot\" while a recording is made", "\"screenshot\" alone", "screenshotWhileRecording",
              "screenshotAlone", 0),
          memory});
     agent.reset();

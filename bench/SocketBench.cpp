@@ -5,7 +5,7 @@
 
 #include "Baselines.h"
 #include "LoopThread.h"
-#include "platform/linux/net/BeastWebSocket.h"
+#include "platform/portable/net/BeastWebSocket.h"
 
 #include <boost/asio/detached.hpp>
 

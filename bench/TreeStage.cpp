@@ -4,8 +4,8 @@
 #include "desktop/harness/WaitFor.h"
 #include "platform/linux/atspi/AtspiReader.h"
 #include "platform/linux/dbus/BusMessages.h"
-#include "platform/linux/windows/ProcessWindows.h"
-#include "platform/linux/windows/WindowSurvey.h"
+#include "platform/linux/x11/windows/ProcessWindows.h"
+#include "platform/linux/x11/windows/WindowSurvey.h"
 
 #include <csignal>
 #include <fstream>

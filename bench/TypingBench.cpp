@@ -4,7 +4,7 @@
 // many characters have to be changed, put in or taken out to make the text of what the field then held.
 
 #include "base/Text.h"
-#include "desktop/input/InputDesk.h"
+#include "desktop/input/InputFixture.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/input/TextField.h"
 
@@ -59,10 +59,10 @@ std::size_t errorsIn(std::string const& typed, std::string const& wanted)
 template <class Type>
 Outcome measured(FieldKind kind, std::string const& text, Type const& type)
 {
-    InputDesk desk;
-    TextField const field(desk.desktop, kind);
+    InputFixture fixture;
+    TextField const field(fixture.desktop, kind);
     auto const began = std::chrono::steady_clock::now();
-    type(desk);
+    type(fixture);
     std::chrono::duration<double> const taken = std::chrono::steady_clock::now() - began;
     std::string const value = field.valueAfter(text);
     return {static_cast<double>(text::characterCount(text)) / taken.count(), errorsIn(value, text)};
@@ -70,15 +70,15 @@ Outcome measured(FieldKind kind, std::string const& text, Type const& type)
 
 Outcome typedByUs(FieldKind kind, std::string const& text)
 {
-    return measured(kind, text, [&](InputDesk& desk) { desk.typeText(text); });
+    return measured(kind, text, [&](InputFixture& fixture) { fixture.typeText(text); });
 }
 
 Outcome typedByXdotool(FieldKind kind, std::string const& text)
 {
-    return measured(kind, text, [&](InputDesk& desk) {
-        auto const file = desk.desktop.home() / "text";
+    return measured(kind, text, [&](InputFixture& fixture) {
+        auto const file = fixture.desktop.home() / "text";
         std::ofstream(file, std::ios::binary) << text;
-        desk.desktop.run({"xdotool", "type", "--file", file.string()}, 120);
+        fixture.desktop.run({"xdotool", "type", "--file", file.string()}, 120);
     });
 }
 

@@ -25,7 +25,7 @@ target_include_directories(zelvo_yuv SYSTEM INTERFACE ${YUV_INCLUDE})
 add_library(zelvo::yuv ALIAS zelvo_yuv)
 
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
-    # Only their headers: they are loaded with the first film.
+    # Only their headers: they are loaded with the first recording.
     pkg_check_modules(LIBAV REQUIRED libavcodec libavformat libavutil)
     add_library(zelvo_libav INTERFACE)
     target_include_directories(zelvo_libav SYSTEM INTERFACE ${LIBAV_INCLUDE_DIRS})

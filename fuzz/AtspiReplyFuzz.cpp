@@ -118,7 +118,7 @@ void appendSignature(sd_bus_message* message, std::string_view signature, Input&
 
 void checkText(std::optional<std::string> const& text)
 {
-    check(!text || (text->size() <= 3 * atspi::longestText && text::isUtf8(*text)));
+    check(!text || (text->size() <= 3 * atspi::maxTextLength && text::isUtf8(*text)));
 }
 
 void readAsEverything(sd_bus_message* message)
@@ -128,7 +128,7 @@ void readAsEverything(sd_bus_message* message)
         return message;
     };
     auto const references = atspi::readReferences(again());
-    check(!references || references->size() <= atspi::mostChildren);
+    check(!references || references->size() <= atspi::maxChildren);
     atspi::readReference(again());
     atspi::readRole(again());
     atspi::readStates(again());
@@ -145,14 +145,14 @@ void readAsEverything(sd_bus_message* message)
     checkText(atspi::readBoundedText(again()));
     atspi::readExtents(again());
     if (auto const actions = atspi::readActions(again())) {
-        check(actions->size() <= atspi::mostActions);
+        check(actions->size() <= atspi::maxActions);
         std::vector<std::string> names;
         for (atspi::Action const& action : *actions)
             names.push_back(action.name);
         check(axActionsOf(names).size() <= names.size());
     }
     if (auto const relations = atspi::readRelations(again()))
-        check(relations->size() <= atspi::mostRelations);
+        check(relations->size() <= atspi::maxRelations);
     checkText(atspi::readAttribute(again(), "id"));
 }
 

@@ -1,5 +1,5 @@
 #include "base/Text.h"
-#include "platform/linux/clipboard/ClipboardBytes.h"
+#include "platform/linux/x11/clipboard/ClipboardBytes.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 #include "platform/WebSocket.h"
-#include "platform/linux/net/HttpHead.h"
-#include "platform/linux/net/PendingPings.h"
-#include "platform/linux/net/ProxyChoice.h"
-#include "platform/linux/net/WebSocketAddress.h"
+#include "platform/portable/net/HttpHead.h"
+#include "platform/portable/net/PendingPings.h"
+#include "platform/portable/net/ProxyChoice.h"
+#include "platform/portable/net/WebSocketAddress.h"
 
 #include <cstdint>
 #include <cstdlib>

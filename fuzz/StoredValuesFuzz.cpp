@@ -53,13 +53,13 @@ void readAsAnswer(json::value const& value)
     check(agents == ComputerAgents::parse(value.get_object(), Date{}));
     if (auto const waiting = QueuedCommandsOffer::parse(value.get_object())) {
         auto const list = QueueWording::list(*waiting);
-        constexpr std::ptrdiff_t mostLineEnds = 8;
-        check(!waiting->connectionId.empty() && std::ranges::count(list, '\n') <= mostLineEnds);
+        constexpr std::ptrdiff_t maxLineEnds = 8;
+        check(!waiting->connectionId.empty() && std::ranges::count(list, '\n') <= maxLineEnds);
         check(std::ranges::count(waiting->ids(), std::string()) == 0);
     }
 }
 
-/// What the gateway may answer about films.
+/// What the gateway may answer about recordings.
 void readAsRecordingReply(std::string_view bytes)
 {
     RecordingReply const reply = RecordingReply::from({.status = 503, .body = std::string(bytes)});
@@ -67,9 +67,9 @@ void readAsRecordingReply(std::string_view bytes)
         check(target->uploadUrl.find_first_of(std::string_view("\r\n\0 ", 4)) == std::string::npos);
     auto const outcome = RecordingUploadOutcome::classify(reply.status, reply.code());
     check(outcome.kind != RecordingUploadOutcome::Kind::done);
-    constexpr std::size_t mostBytes = 10'000;
+    constexpr std::size_t maxBytes = 10'000;
     std::string const shown = explain(reply.code().value_or(""));
-    check(shown.find('\n') == std::string::npos && shown.size() < mostBytes);
+    check(shown.find('\n') == std::string::npos && shown.size() < maxBytes);
 }
 
 } // namespace

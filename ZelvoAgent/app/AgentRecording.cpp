@@ -14,7 +14,7 @@ constexpr Duration housekeepingPeriod = 600s;
 } // namespace
 
 AgentRecording::AgentRecording(Services wired)
-    : services(std::move(wired)), retention(services.settings, services.platform.movieFolders()),
+    : services(std::move(wired)), retention(services.settings, services.platform.videoFolders()),
       uploads({.contexts = services.contexts,
                .clock = services.platform.clock(),
                .http = services.platform.http(),
@@ -36,7 +36,7 @@ AgentRecording::AgentRecording(Services wired)
              .clock = services.platform.clock(),
              .settings = services.settings,
              .retention = retention,
-             .folders = services.platform.movieFolders(),
+             .folders = services.platform.videoFolders(),
              .reveal = services.platform.reveal(),
              .finishRecording = [this] { return sessions->finishNow(false); },
              .askUndecided = [this] { shares.askUndecided(); }})
@@ -50,16 +50,16 @@ SessionRecorder::Services AgentRecording::recorderServices()
             .clock = platform.clock(),
             .settings = services.settings,
             .access = platform.access(),
-            .folders = platform.movieFolders(),
+            .folders = platform.videoFolders(),
             .startWriter = RecordingWriter::starter({.workers = services.contexts.workers,
                                                      .clock = platform.clock(),
                                                      .screen = platform.screen(),
                                                      .streams = platform.screenStreams(),
-                                                     .movies = platform.movies()}),
+                                                     .videos = platform.videos()}),
             .hiddenBundleIds = [this] { return services.hiddenApps.bundleIds(); },
             .isPaused = [this] { return services.state.currentState().paused; },
-            .onFinished = [this](FinishedRecording film,
-                                 bool quitting) { return uploads.handle(std::move(film), quitting); },
+            .onFinished = [this](FinishedRecording recording,
+                                 bool quitting) { return uploads.handle(std::move(recording), quitting); },
             .onCapturingChanged = [this](bool capturing) { shown.setRecording(capturing); },
             .log = [](std::string const& line) { std::fprintf(stderr, "%s\n", line.c_str()); }};
 }
@@ -67,11 +67,11 @@ SessionRecorder::Services AgentRecording::recorderServices()
 void AgentRecording::start()
 {
     retention.purge(services.platform.clock().date());
-    housekeeping = spawn(services.contexts.main, [this] { return keepHouse(); });
+    maintenance = spawn(services.contexts.main, [this] { return runMaintenance(); });
     drain();
 }
 
-Task<> AgentRecording::keepHouse()
+Task<> AgentRecording::runMaintenance()
 {
     Clock& clock = services.platform.clock();
     for (;;) {

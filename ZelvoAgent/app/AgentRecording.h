@@ -17,7 +17,7 @@
 
 namespace zelvo {
 
-/// Everything about films, put together: what makes them, shares them and removes them in time.
+/// Everything about recordings, put together: what makes them, shares them and removes them in time.
 /// Thread: main. Lives as long as the process.
 class AgentRecording {
 public:
@@ -38,12 +38,12 @@ public:
     AgentRecording(AgentRecording const&) = delete;
     AgentRecording& operator=(AgentRecording const&) = delete;
 
-    /// Removes films that are too old, which blocks for a moment, sends on what waits to be sent, and from
-    /// now on does both every ten minutes.
+    /// Removes recordings that are too old, which blocks for a moment, sends on what waits to be sent, and
+    /// from now on does both every ten minutes.
     void start();
     /// Tries what waits to be sent, in the background.
     void drain();
-    /// Closes the film that runs, in the background.
+    /// Closes the recording that runs, in the background.
     void finish();
 
     SessionRecording& recorder() { return *sessions; }
@@ -51,7 +51,7 @@ public:
 
 private:
     SessionRecorder::Services recorderServices();
-    Task<> keepHouse();
+    Task<> runMaintenance();
 
     Services services;
     RecordingRetention retention;
@@ -59,7 +59,7 @@ private:
     RecordingSharing shares;
     std::shared_ptr<SessionRecorder> sessions;
     RecordingState shown;
-    TaskHandle housekeeping;
+    TaskHandle maintenance;
 };
 
 } // namespace zelvo

@@ -276,7 +276,7 @@ std::string AgentRuntime::consoleUrl() const
 Task<> AgentRuntime::shutDown()
 {
     services.platform.children().terminateAll();
-    // An action that is still on its way would begin a film that nobody closes.
+    // An action that is still on its way would begin a recording that nobody closes.
     spawn(services.contexts.agent, [this] { return recording().finishNow(true); });
     if (client)
         co_await client->stop();

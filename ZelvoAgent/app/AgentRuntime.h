@@ -7,7 +7,7 @@
 #include "drivers/AccessibilityTree.h"
 #include "drivers/ClipboardWatcher.h"
 #include "drivers/ElectronAccessibility.h"
-#include "drivers/FileAccessing.h"
+#include "drivers/FileGate.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/HiddenAppsStore.h"
 #include "drivers/InputDriver.h"
@@ -48,7 +48,7 @@ public:
         OwnWindowLocating& ownWindows;
         ConfirmationPresenter& confirmations;
         ClipboardWatcher& clipboard;
-        FileAccessing& files;
+        FileGate& files;
         AgentRecording& recording;
         QueueOfferInbox const& offers;
         std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
@@ -82,8 +82,8 @@ public:
     Task<> restoreApplications() { return electron->disableAll(); }
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
 
-    /// Asks running commands to end, lets no film begin any more and ends the link, at the process's end;
-    /// resumes when the socket was told.
+    /// Asks running commands to end, lets no recording begin any more and ends the link, at the process's
+    /// end; resumes when the socket was told.
     Task<> shutDown();
 
 private:

@@ -26,7 +26,7 @@ public:
     void open(std::vector<std::string> const& urls);
     /// Shows the program to a person who started it a second time.
     void bringToFront();
-    /// Asks for the end of the process: `quit` is called now, or when an open film is closed.
+    /// Asks for the end of the process: `quit` is called now, or when an open recording is closed.
     void terminate();
     /// Ends the link, takes back what was changed in other applications, hands the clipboard over and writes
     /// what is left to write. Takes two seconds, in which the main thread does nothing else.

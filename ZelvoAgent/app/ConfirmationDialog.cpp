@@ -3,7 +3,7 @@
 #include "app/ButtonStyle.h"
 #include "app/DetailView.h"
 #include "app/ExactText.h"
-#include "app/Look.h"
+#include "app/Theme.h"
 #include "app/WrappedLabel.h"
 #include "base/LocalizedTexts.h"
 
@@ -40,9 +40,10 @@ constexpr int cardPadding = 8;
 constexpr int barHeight = 3;
 
 // Characters.
-constexpr std::size_t longestTitle = 300;
-constexpr std::size_t longestButton = 40;
-constexpr std::size_t longestDescription = 1000; // For a screen reader, which can read on in the text itself.
+constexpr std::size_t maxTitleLength = 300;
+constexpr std::size_t maxButtonLength = 40;
+constexpr std::size_t maxDescriptionLength =
+    1000; // For a screen reader, which can read on in the text itself.
 
 constexpr int barSteps = 1000;
 constexpr std::chrono::milliseconds ticking{200};
@@ -63,7 +64,7 @@ ConfirmationDialog::ConfirmationDialog(PanelContents contents, Clock& clock)
     build();
     paintIn(palette());
     setAccessibleName(title->accessibleName());
-    setAccessibleDescription(shownText(this->contents.detail, longestDescription));
+    setAccessibleDescription(shownText(this->contents.detail, maxDescriptionLength));
     tick.setInterval(ticking);
     QObject::connect(&tick, &QTimer::timeout, this, [this] { showTimeLeft(); });
 }
@@ -74,7 +75,8 @@ void ConfirmationDialog::build()
     column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(gap);
     column->setSizeConstraint(QLayout::SetFixedSize);
-    title = new WrappedLabel(shownText(contents.title, longestTitle), Look::titleFont(), contentWidth, this);
+    title =
+        new WrappedLabel(shownText(contents.title, maxTitleLength), Theme::titleFont(), contentWidth, this);
     column->addWidget(title);
     addDetail(*column);
     addRemember(*column);
@@ -100,7 +102,7 @@ void ConfirmationDialog::addDetail(QVBoxLayout& column)
     detail->onScrolled = [this] { showMoreBelow(); };
     inside->addWidget(detail);
     column.addWidget(card);
-    moreBelow = new WrappedLabel(worded("confirm.moreBelow"), Look::smallFont(), contentWidth, this);
+    moreBelow = new WrappedLabel(worded("confirm.moreBelow"), Theme::smallFont(), contentWidth, this);
     moreBelow->hide();
     column.addWidget(moreBelow);
 }
@@ -116,7 +118,7 @@ void ConfirmationDialog::addRemember(QVBoxLayout& column)
 void ConfirmationDialog::addButtons(QVBoxLayout& column)
 {
     timeLeft = new QLabel(this);
-    timeLeft->setFont(Look::smallFont());
+    timeLeft->setFont(Theme::smallFont());
     deny = newButton(contents.denyTitle);
     QObject::connect(deny, &QPushButton::clicked, this, [this] { report(reports.deny); });
     allow = newButton(contents.allowTitle);
@@ -143,7 +145,7 @@ void ConfirmationDialog::addButtons(QVBoxLayout& column)
 
 QPushButton* ConfirmationDialog::newButton(std::string const& words)
 {
-    QString const text = shownText(words, longestButton);
+    QString const text = shownText(words, maxButtonLength);
     auto* const button = new QPushButton(QString(text).replace('&', "&&"), this);
     button->setAccessibleName(text);
     return button;
@@ -151,21 +153,21 @@ QPushButton* ConfirmationDialog::newButton(std::string const& words)
 
 void ConfirmationDialog::paintIn(QPalette const& palette)
 {
-    Look const look(palette);
-    QString const buttons = answerButtonStyle(look);
+    Theme const theme(palette);
+    QString const buttons = answerButtonStyle(theme);
     deny->setStyleSheet(buttons);
     allow->setStyleSheet(buttons);
     card->setStyleSheet(QString("#card { background: %1; border: 1px solid %2; border-radius: 10px; }"
                                 "QPlainTextEdit { background: transparent; }")
-                            .arg(look.card.name(), look.line.name()));
+                            .arg(theme.card.name(), theme.line.name()));
     timeBar->setStyleSheet(QString("QProgressBar { background: %1; border: none; border-radius: 1px; }"
                                    "QProgressBar::chunk { background: %2; border-radius: 1px; }")
-                               .arg(look.line.name(), look.accent.name()));
+                               .arg(theme.line.name(), theme.accent.name()));
     QPalette quiet = palette;
-    quiet.setColor(QPalette::WindowText, look.secondary);
+    quiet.setColor(QPalette::WindowText, theme.secondary);
     timeLeft->setPalette(quiet);
     QPalette warning = palette;
-    warning.setColor(QPalette::WindowText, look.warning);
+    warning.setColor(QPalette::WindowText, theme.warning);
     moreBelow->setPalette(warning);
 }
 

@@ -2,8 +2,8 @@
 
 #include "app/ButtonStyle.h"
 #include "app/Glyph.h"
-#include "app/Look.h"
 #include "app/ScopeRow.h"
+#include "app/Theme.h"
 #include "app/WrappedLabel.h"
 #include "base/LocalizedTexts.h"
 
@@ -21,9 +21,9 @@ constexpr int cardMargin = 14;
 constexpr int rowGap = 12;
 
 // Characters. A host name has at most 253, and where its end were cut off, another could be meant.
-constexpr std::size_t longestName = 80;
-constexpr std::size_t longestDomain = 253;
-constexpr std::size_t longestFailure = 600;
+constexpr std::size_t maxNameLength = 80;
+constexpr std::size_t maxDomainLength = 253;
+constexpr std::size_t maxFailureLength = 600;
 
 QString worded(std::string_view key)
 {
@@ -73,33 +73,33 @@ ConsentOfferView::ConsentOfferView(
 
 void ConsentOfferView::addHeader(QVBoxLayout& column)
 {
-    QString const name = shownText(offer.platformName, longestName);
+    QString const name = shownText(offer.platformName, maxNameLength);
     QString const title =
         offer.isPersonal ? worded("consent.personal") : worded("consent.platformAsks", name);
-    column.addWidget(new WrappedLabel(title, Look::titleFont(), columnWidth, this));
+    column.addWidget(new WrappedLabel(title, Theme::titleFont(), columnWidth, this));
     addOrigin(column);
 }
 
 void ConsentOfferView::addOrigin(QVBoxLayout& column)
 {
-    Look const look(palette());
+    Theme const theme(palette());
     if (offer.verifiedDomain) {
         QString const text =
-            worded("consent.domainVerified", shownText(*offer.verifiedDomain, longestDomain));
-        column.addWidget(signedLine(Glyph::Shape::seal, look.accent, text, font(), columnWidth, this));
+            worded("consent.domainVerified", shownText(*offer.verifiedDomain, maxDomainLength));
+        column.addWidget(signedLine(Glyph::Shape::seal, theme.accent, text, font(), columnWidth, this));
     } else if (!offer.isPersonal) {
         QString const text = worded("consent.domainUnverified");
-        column.addWidget(signedLine(Glyph::Shape::warning, look.warning, text, font(), columnWidth, this));
+        column.addWidget(signedLine(Glyph::Shape::warning, theme.warning, text, font(), columnWidth, this));
     }
 }
 
 void ConsentOfferView::addScopes(QVBoxLayout& column)
 {
-    Look const look(palette());
+    Theme const theme(palette());
     auto* const card = new QFrame(this);
     card->setObjectName("card");
     card->setStyleSheet(QString("#card { background: %1; border: 1px solid %2; border-radius: 10px; }")
-                            .arg(look.card.name(), look.line.name()));
+                            .arg(theme.card.name(), theme.line.name()));
     auto* const list = new QVBoxLayout(card);
     list->setContentsMargins(cardMargin, cardMargin, cardMargin, cardMargin);
     list->setSpacing(rowGap);
@@ -112,25 +112,25 @@ void ConsentOfferView::addScopes(QVBoxLayout& column)
     card->setVisible(!offer.requestedScopes.empty());
     column.addWidget(card);
 
-    bypassWarning = signedLine(Glyph::Shape::info, look.secondary, worded("consent.bypassWarning"),
-                               Look::smallFont(), columnWidth, this);
+    bypassWarning = signedLine(Glyph::Shape::info, theme.secondary, worded("consent.bypassWarning"),
+                               Theme::smallFont(), columnWidth, this);
     column.addWidget(bypassWarning);
 }
 
 void ConsentOfferView::addFooter(QVBoxLayout& column, Answers answers)
 {
-    Look const look(palette());
-    QString const name = shownText(offer.platformName, longestName);
+    Theme const theme(palette());
+    QString const name = shownText(offer.platformName, maxNameLength);
     auto* const words =
-        new WrappedLabel(worded("consent.footer", name), Look::smallFont(), columnWidth, this);
-    words->setColor(look.secondary);
+        new WrappedLabel(worded("consent.footer", name), Theme::smallFont(), columnWidth, this);
+    words->setColor(theme.secondary);
     column.addWidget(words);
 
     auto* const deny = new QPushButton(worded("confirm.deny"), this);
-    deny->setStyleSheet(plainButtonStyle(look));
+    deny->setStyleSheet(plainButtonStyle(theme));
     QObject::connect(deny, &QPushButton::clicked, this, std::move(answers.deny));
     allow = new QPushButton(worded("confirm.allow"), this);
-    allow->setStyleSheet(primaryButtonStyle(look));
+    allow->setStyleSheet(primaryButtonStyle(theme));
     allow->setDefault(true);
     QObject::connect(allow, &QPushButton::clicked, this, std::move(answers.allow));
 
@@ -169,7 +169,7 @@ void ConsentOfferView::enableAllow(bool enabled)
 void ConsentOfferView::showFailure()
 {
     std::optional<std::string> const& error = coordinator.error();
-    QString const text = error ? shownText(*error, longestFailure) : QString();
+    QString const text = error ? shownText(*error, maxFailureLength) : QString();
     if (text == failureText)
         return;
     failureText = text;
@@ -177,8 +177,8 @@ void ConsentOfferView::showFailure()
     failure = nullptr;
     if (text.isEmpty())
         return;
-    failure = signedLine(Glyph::Shape::warning, Look(palette()).warning, text, Look::smallFont(), columnWidth,
-                         this);
+    failure = signedLine(Glyph::Shape::warning, Theme(palette()).warning, text, Theme::smallFont(),
+                         columnWidth, this);
     failurePlace->addWidget(failure);
 }
 

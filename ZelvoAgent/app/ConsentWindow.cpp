@@ -1,6 +1,6 @@
 #include "app/ConsentWindow.h"
 
-#include "app/Look.h"
+#include "app/Theme.h"
 #include "app/WrappedLabel.h"
 #include "base/LocalizedTexts.h"
 
@@ -14,7 +14,7 @@ namespace {
 // Points.
 constexpr int margin = 24;
 constexpr int contentWidth = 440;
-constexpr std::size_t longestError = 1000; // Characters.
+constexpr std::size_t maxErrorLength = 1000; // Characters.
 
 } // namespace
 
@@ -75,9 +75,9 @@ QWidget* ConsentWindow::newMessage()
     column->setContentsMargins(0, 0, 0, 0);
     if (shownError) {
         QString const heading = QString::fromStdString(localized("link.error.generic"));
-        column->addWidget(new WrappedLabel(heading, Look::titleFont(), contentWidth, message));
+        column->addWidget(new WrappedLabel(heading, Theme::titleFont(), contentWidth, message));
     }
-    QString const text = shownError ? shownText(*shownError, longestError)
+    QString const text = shownError ? shownText(*shownError, maxErrorLength)
                                     : QString::fromStdString(localized("consent.noRequest"));
     column->addWidget(new WrappedLabel(text, font(), contentWidth, message));
     return message;

@@ -11,10 +11,10 @@ namespace zelvo {
 
 namespace {
 
-constexpr int longestPiece = 2000; // Characters; a longer paragraph takes long to lay out.
-constexpr int mostEmptyLines = 3;  // In a row.
-constexpr int mostSpaces = 40;     // In a row.
-constexpr int mostMarks = 4;       // Upon one letter.
+constexpr int maxPiece = 2000;   // Characters; a longer paragraph takes long to lay out.
+constexpr int maxEmptyLines = 3; // In a row.
+constexpr int maxSpaces = 40;    // In a row.
+constexpr int maxMarks = 4;      // Upon one letter.
 constexpr char32_t space = U' ';
 constexpr char32_t controlPictures = 0x2400; // Of the characters from 0 to 0x1F, in their order.
 constexpr char32_t deletePicture = 0x2421;
@@ -78,7 +78,7 @@ public:
             endLine();
         else if (character == U'\t')
             write("\t");
-        else if (isUnseen(character) || marks > mostMarks)
+        else if (isUnseen(character) || marks > maxMarks)
             write(visible(character));
         else
             write(QString::fromUcs4(&character, 1));
@@ -98,7 +98,7 @@ private:
     {
         writeEmptyLines();
         line += text;
-        if (++length == longestPiece) {
+        if (++length == maxPiece) {
             breakLine();
             isPieceOfMore = true;
         }
@@ -120,7 +120,7 @@ private:
     void writeSpaces()
     {
         qsizetype const count = std::exchange(spaces, 0);
-        if (count > mostSpaces)
+        if (count > maxSpaces)
             write(told(QChar(u'␣'), count));
         else if (count > 0)
             write(QString(count, QChar::Space));
@@ -128,7 +128,7 @@ private:
     void writeEmptyLines()
     {
         qsizetype const count = std::exchange(emptyLines, 0);
-        if (count > mostEmptyLines)
+        if (count > maxEmptyLines)
             lines.push_back(told(QChar(u'⏎'), count));
         else
             lines.insert(lines.end(), count, QString());

@@ -7,7 +7,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t workerCount = 4; // One of them may send a film for ten minutes.
+constexpr std::size_t workerCount = 4; // One of them may send a recording for ten minutes.
 
 } // namespace
 

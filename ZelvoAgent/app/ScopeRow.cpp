@@ -1,7 +1,7 @@
 #include "app/ScopeRow.h"
 
-#include "app/Look.h"
 #include "app/SwitchButton.h"
+#include "app/Theme.h"
 #include "app/WrappedLabel.h"
 #include "base/LocalizedTexts.h"
 
@@ -45,9 +45,9 @@ ScopeRow::ScopeRow(AgentScope scope, int width, std::function<void(bool)> onTurn
     words->setSpacing(2);
     words->addWidget(new WrappedLabel(name, font(), textWidth, this));
     if (!note.isEmpty()) {
-        Look const look(palette());
-        auto* const label = new WrappedLabel(note, Look::smallFont(), textWidth, this);
-        label->setColor(scope == AgentScope::shell ? look.warning : look.secondary);
+        Theme const theme(palette());
+        auto* const label = new WrappedLabel(note, Theme::smallFont(), textWidth, this);
+        label->setColor(scope == AgentScope::shell ? theme.warning : theme.secondary);
         words->addWidget(label);
     }
 

@@ -1,6 +1,6 @@
 #include "app/SwitchButton.h"
 
-#include "app/Look.h"
+#include "app/Theme.h"
 
 #include <QPainter>
 
@@ -35,25 +35,25 @@ bool SwitchButton::hitButton(QPoint const& position) const
 
 void SwitchButton::paintEvent(QPaintEvent*)
 {
-    Look const look(palette());
+    Theme const theme(palette());
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     if (!isEnabled())
         painter.setOpacity(disabledOpacity);
 
     QRectF const track(ring, ring, trackWidth, trackHeight);
-    painter.setPen(isChecked() ? QPen(Qt::NoPen) : QPen(look.secondary, 1.5));
-    painter.setBrush(isChecked() ? look.accent : look.card);
+    painter.setPen(isChecked() ? QPen(Qt::NoPen) : QPen(theme.secondary, 1.5));
+    painter.setBrush(isChecked() ? theme.accent : theme.card);
     painter.drawRoundedRect(track, trackHeight / 2, trackHeight / 2);
 
     double const margin = (trackHeight - knob) / 2;
     double const left = isChecked() ? track.right() - margin - knob : track.left() + margin;
     painter.setPen(Qt::NoPen);
-    painter.setBrush(isChecked() ? look.onAccent : look.secondary);
+    painter.setBrush(isChecked() ? theme.onAccent : theme.secondary);
     painter.drawEllipse(QRectF(left, track.top() + margin, knob, knob));
 
     if (hasFocus()) {
-        painter.setPen(QPen(look.accent, 1.5));
+        painter.setPen(QPen(theme.accent, 1.5));
         painter.setBrush(Qt::NoBrush);
         QRectF const around = track.adjusted(-ring + 1, -ring + 1, ring - 1, ring - 1);
         painter.drawRoundedRect(around, around.height() / 2, around.height() / 2);

@@ -7,7 +7,7 @@
 
 namespace zelvo {
 
-/// Decides whether the process may end now: a film that is open is closed first. Thread: main.
+/// Decides whether the process may end now: a recording that is open is closed first. Thread: main.
 class Termination {
 public:
     enum class Reply { terminateNow, terminateLater };

@@ -6,7 +6,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr qsizetype longestWord = 24; // In UTF-16 units; fits our narrowest column in the largest letters.
+constexpr qsizetype maxWordLength = 24; // In UTF-16 units; fits our narrowest column in the largest letters.
 
 // With zero-width spaces inside of long words, since a label breaks lines at spaces only.
 QString breakable(QString const& text)
@@ -15,7 +15,7 @@ QString breakable(QString const& text)
     qsizetype run = 0;
     for (QChar const letter : text) {
         run = letter.isSpace() ? 0 : run + 1;
-        if (run > longestWord && !letter.isLowSurrogate() && !letter.isMark()) {
+        if (run > maxWordLength && !letter.isLowSurrogate() && !letter.isMark()) {
             broken += QChar(0x200b);
             run = 1;
         }

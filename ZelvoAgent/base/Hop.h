@@ -64,7 +64,7 @@ Task<R> on(Executor executor, F work)
 
 /// Runs a coroutine on another executor, a strand for instance, and resumes the caller on its own.
 template <class F, class T = typename std::invoke_result_t<F&>::value_type>
-Task<T> onStrand(Executor executor, F body)
+Task<T> runOn(Executor executor, F body)
 {
     co_return co_await asio::co_spawn(executor, withQuietEnd(std::move(body)), asio::use_awaitable);
 }

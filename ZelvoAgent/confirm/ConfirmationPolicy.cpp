@@ -13,7 +13,7 @@ class StoredPolicy {
 public:
     explicit StoredPolicy(json::object const& stored) : stored(stored) {}
 
-    std::optional<bool> truth(std::string_view key)
+    std::optional<bool> boolean(std::string_view key)
     {
         json::value const* const value = stored.if_contains(key);
         if (!value || value->is_null())
@@ -40,9 +40,9 @@ public:
     /// A switch that had another name before; the old name counts only when the new one is absent.
     bool renamed(std::string_view key, std::string_view formerKey)
     {
-        if (auto const value = truth(key))
+        if (auto const value = boolean(key))
             return *value;
-        return truth(formerKey).value_or(true);
+        return boolean(formerKey).value_or(true);
     }
 
     bool broken = false;
@@ -101,10 +101,10 @@ std::optional<ConfirmationPolicy> ConfirmationPolicy::fromJson(json::value const
     StoredPolicy reader(*object);
     std::int64_t const storedVersion = reader.integer("version").value_or(0);
     ConfirmationPolicy policy;
-    policy.confirmShell = reader.truth("confirmShell").value_or(true);
-    policy.confirmFileDelete = reader.truth("confirmFileDelete").value_or(true);
-    policy.confirmFileWrite = reader.truth("confirmFileWrite").value_or(false);
-    policy.confirmNonHttpUrl = reader.truth("confirmNonHttpUrl").value_or(true);
+    policy.confirmShell = reader.boolean("confirmShell").value_or(true);
+    policy.confirmFileDelete = reader.boolean("confirmFileDelete").value_or(true);
+    policy.confirmFileWrite = reader.boolean("confirmFileWrite").value_or(false);
+    policy.confirmNonHttpUrl = reader.boolean("confirmNonHttpUrl").value_or(true);
     policy.confirmDangerousActions = reader.renamed("confirmDangerousActions", "confirmSubmitButtons");
     policy.confirmDialogActions = reader.renamed("confirmDialogActions", "confirmDialogButtons");
     if (reader.broken)

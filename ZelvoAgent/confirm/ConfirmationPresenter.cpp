@@ -17,10 +17,10 @@ namespace zelvo {
 
 namespace {
 
-constexpr Duration longestSettling = 1s; // For the window manager to do what it was asked.
+constexpr Duration maxSettling = 1s; // For the window manager to do what it was asked.
 constexpr Duration settlingPoll = 10ms;
 constexpr int looksAtTheFrame = 20;
-constexpr std::size_t longestName =
+constexpr std::size_t maxNameLength =
     80; // Characters. It stands above what is asked, and must not pass for that.
 
 bool isExact(ConfirmationSubject const& subject)
@@ -80,7 +80,7 @@ ConfirmationPresenter::confirm(ConfirmationSubject subject, std::string platform
     auto const asking = [this, &subject, &platformName, timeoutMs] {
         return ask(std::move(subject), std::move(platformName), timeoutMs);
     };
-    ConfirmationDecision const decision = co_await onStrand(services.main, asking);
+    ConfirmationDecision const decision = co_await runOn(services.main, asking);
     if (decision.kind == ConfirmationDecision::Kind::denied)
         throw AgentError::deniedByUser;
     if (decision.kind == ConfirmationDecision::Kind::timedOut)
@@ -95,7 +95,7 @@ ConfirmationPresenter::ask(ConfirmationSubject subject, std::string platformName
         co_return ConfirmationDecision::allowed(true);
     PanelContents contents{.title = subject.title(),
                            .detail =
-                               text::shownInLine(platformName, longestName) + "\n\n" + shownDetail(subject),
+                               text::shownInLine(platformName, maxNameLength) + "\n\n" + shownDetail(subject),
                            .allowTitle = localized("confirm.allow"),
                            .denyTitle = localized("confirm.deny"),
                            .showsRemember = true,
@@ -132,7 +132,7 @@ ConfirmationPresenter::put(PanelContents contents, Kind kind, std::int64_t timeo
     auto const putting = [this, &contents, kind, timeoutMs] {
         return putOnMain(std::move(contents), kind, timeoutMs);
     };
-    co_return co_await onStrand(services.main, putting);
+    co_return co_await runOn(services.main, putting);
 }
 
 Task<ConfirmationDecision>
@@ -223,7 +223,7 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
 {
     std::weak_ptr const weak = alive;
     WindowFocus& focus = services.focus;
-    Instant const deadline = services.clock.now() + longestSettling;
+    Instant const deadline = services.clock.now() + maxSettling;
     while (!weak.expired() && question->isOpen()) {
         bool const isDone =
             co_await on(services.workers, [&focus, id = question->panelId, over = question->workplace] {
@@ -263,7 +263,7 @@ Task<> ConfirmationPresenter::leave(QuestionPtr question)
                     [&focus = services.focus, to = question->workplace] { focus.activate(to); });
     if (question->panelId != 0) {
         Clock& clock = services.clock; // It outlives this presenter.
-        Instant const deadline = clock.now() + longestSettling;
+        Instant const deadline = clock.now() + maxSettling;
         while (!weak.expired() && !co_await isScreenBack(question, givesBack) && clock.now() < deadline)
             co_await clock.sleepThroughCancel(settlingPoll);
     }

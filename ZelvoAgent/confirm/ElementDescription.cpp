@@ -9,8 +9,8 @@ namespace {
 using Attribute = AccessibilityAttribute;
 
 /// Each step up is a question to another process, on the way of every click.
-constexpr int mostTestedForButton = 4;
-constexpr int mostTestedForWindow = 12;
+constexpr int maxTestedForButton = 4;
+constexpr int maxTestedForWindow = 12;
 
 std::optional<std::string>
 filledText(AccessibilityReader& reader, AccessibilityElement element, Attribute attribute)
@@ -24,10 +24,10 @@ filledText(AccessibilityReader& reader, AccessibilityElement element, Attribute 
 std::optional<AccessibilityElement> nearestButton(AccessibilityReader& reader, AccessibilityElement from)
 {
     std::optional<AccessibilityElement> tested = from;
-    for (int count = 0; tested && count < mostTestedForButton; ++count) {
+    for (int count = 0; tested && count < maxTestedForButton; ++count) {
         if (isButtonRole(reader.text(*tested, Attribute::role).value_or("")))
             return tested;
-        if (count + 1 < mostTestedForButton)
+        if (count + 1 < maxTestedForButton)
             tested = reader.element(*tested, Attribute::parent);
     }
     return std::nullopt;
@@ -36,12 +36,12 @@ std::optional<AccessibilityElement> nearestButton(AccessibilityReader& reader, A
 WindowContext windowContext(AccessibilityReader& reader, AccessibilityElement from)
 {
     std::optional<AccessibilityElement> tested = from;
-    for (int count = 0; tested && count < mostTestedForWindow; ++count) {
+    for (int count = 0; tested && count < maxTestedForWindow; ++count) {
         auto const role = reader.text(*tested, Attribute::role);
         if (role == "AXSheet" || role == "AXWindow")
             return {.subrole = filledText(reader, *tested, Attribute::subrole),
                     .isInSheet = role == "AXSheet"};
-        if (count + 1 < mostTestedForWindow)
+        if (count + 1 < maxTestedForWindow)
             tested = reader.element(*tested, Attribute::parent);
     }
     return {};

@@ -12,7 +12,7 @@ namespace {
 
 using Attribute = AccessibilityAttribute;
 
-constexpr Duration longestProbe = 1s;
+constexpr Duration maxProbe = 1s;
 constexpr Duration messagingTimeout = 250ms;
 
 bool isHidden(ApplicationNames const& names, std::set<std::string> const& hidden)
@@ -160,7 +160,7 @@ bool ElementProbe::isEmbedded(std::int32_t pid, std::int32_t holder, Hidden cons
 
 std::unique_ptr<AccessibilityReader> ElementProbe::read(std::int32_t pid, Shows shows)
 {
-    Instant const deadline = platform.clock().now() + longestProbe;
+    Instant const deadline = platform.clock().now() + maxProbe;
     auto reader = platform.accessibility().reader(pid, messagingTimeout);
     AccessibilityPlan plan;
     plan.deadline = deadline;

@@ -12,7 +12,7 @@ namespace {
 
 using Attribute = AccessibilityAttribute;
 
-constexpr int mostRetries = 12;
+constexpr int maxRetries = 12;
 constexpr Duration retryPause = 300ms;
 constexpr Duration wakingPause = 150ms;
 /// A Chromium that has just been started may still be building its tree.
@@ -116,10 +116,10 @@ Task<int> AccessibilityTree::retryBudget(Target target)
     bool const isOn = co_await services.electron.enable(application.pid);
     if (isOn && !wasOurs) {
         co_await services.clock.sleepThroughCancel(wakingPause);
-        co_return mostRetries;
+        co_return maxRetries;
     }
     bool const isYoung = application.launchDate && services.clock.date() - *application.launchDate < youth;
-    co_return isYoung ? mostRetries : 0;
+    co_return isYoung ? maxRetries : 0;
 }
 
 AccessibilityTree::Walked

@@ -1,7 +1,7 @@
 #include "drivers/ClipboardWatcher.h"
 
+#include "base/AsyncCondition.h"
 #include "base/Hop.h"
-#include "base/WakeList.h"
 
 #include <algorithm>
 #include <utility>
@@ -53,7 +53,7 @@ struct ClipboardWatcher::Looker {
     /// All names, since which of them are hidden may change between copying and reading.
     ApplicationNames source;
     bool isLooking = false; // under the lock of `looked` when written
-    WakeList looked;
+    AsyncCondition looked;
 };
 
 ClipboardWatcher::ClipboardWatcher(Contexts const& contexts,

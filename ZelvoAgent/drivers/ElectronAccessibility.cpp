@@ -131,7 +131,7 @@ bool ElectronAccessibility::embedsChromium(std::string const& bundlePath)
 Task<bool> ElectronAccessibility::enable(std::int32_t pid)
 {
     auto body = [this, pid]() -> Task<bool> { return enableOnStrand(pid); };
-    co_return co_await onStrand(strand, std::move(body));
+    co_return co_await runOn(strand, std::move(body));
 }
 
 Task<bool> ElectronAccessibility::enableOnStrand(std::int32_t pid)
@@ -161,7 +161,7 @@ Task<> ElectronAccessibility::disable(std::int32_t pid)
         if (enabledByUs.erase(pid) > 0)
             co_await switchOff(pid);
     };
-    co_await onStrand(strand, std::move(body));
+    co_await runOn(strand, std::move(body));
 }
 
 Task<> ElectronAccessibility::disableAll()
@@ -171,7 +171,7 @@ Task<> ElectronAccessibility::disableAll()
         for (std::int32_t const pid : all)
             co_await switchOff(pid);
     };
-    co_await onStrand(strand, std::move(body));
+    co_await runOn(strand, std::move(body));
 }
 
 Task<> ElectronAccessibility::forget(std::int32_t pid)

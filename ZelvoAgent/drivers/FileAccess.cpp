@@ -12,9 +12,9 @@ namespace zelvo {
 namespace {
 
 /// How often a place is judged that is moved about meanwhile, before it is refused.
-constexpr int mostLooks = 8;
+constexpr int maxLooks = 8;
 /// Bytes; far more than any system takes.
-constexpr std::size_t longestPath = 64u << 10;
+constexpr std::size_t maxPathLength = 64u << 10;
 
 std::string contentOf(OpenFile& file)
 {
@@ -59,7 +59,7 @@ Task<> FileAccess::write(std::string path, std::string data)
 std::string FileAccess::readOnStrand(std::string const& path)
 {
     std::string const standard = standardize(path);
-    for (int look = 0; look < mostLooks; ++look)
+    for (int look = 0; look < maxLooks; ++look)
         if (auto const file = files.open(resolve(standard, Target::mustExist).place))
             return contentOf(*file);
     throw AgentError::scopeDenied;
@@ -68,7 +68,7 @@ std::string FileAccess::readOnStrand(std::string const& path)
 void FileAccess::writeOnStrand(std::string const& path, std::string_view data)
 {
     std::string const standard = standardize(path);
-    for (int look = 0; look < mostLooks; ++look) {
+    for (int look = 0; look < maxLooks; ++look) {
         Judged const judged = resolve(standard, Target::mayBeNew);
         auto const link = judged.exists ? FileSystem::LinkThere::refused : FileSystem::LinkThere::replaced;
         if (files.replace(judged.place, data, link))
@@ -80,7 +80,7 @@ void FileAccess::writeOnStrand(std::string const& path, std::string_view data)
 std::string FileAccess::standardize(std::string path)
 {
     // A name ends at a NUL for the system: it would judge another path than it opens.
-    if (path.size() > longestPath || path.find('\0') != std::string::npos)
+    if (path.size() > maxPathLength || path.find('\0') != std::string::npos)
         throw AgentError::invalidRequest;
     if (auto const tilde = paths::tildePath(path))
         if (auto const home = files.homeFolder(tilde->user))

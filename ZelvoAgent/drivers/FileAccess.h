@@ -1,6 +1,6 @@
 #pragma once
 
-#include "drivers/FileAccessing.h"
+#include "drivers/FileGate.h"
 #include "platform/FileSystem.h"
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace zelvo {
 /// A place is judged by where its links lead, a new file by the folder that will hold it. A hard link counts
 /// as the file that it is, since no file knows its other names; writing leaves those as they were.
 /// Thread: any. A strand on the workers: transfers run one at a time, and each holds a worker for its length.
-class FileAccess final : public FileAccessing {
+class FileAccess final : public FileGate {
 public:
     static constexpr std::int64_t maxBytes = 104'857'600;
 

@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr int mostLinks = 40; // As the system follows.
+constexpr int maxLinks = 40; // As the system follows.
 
 /// Walks down a path part by part. What is done has no link in it, so that ".." is simply its parent.
 class Walk {
@@ -38,7 +38,7 @@ private:
     void step(std::string const& part)
     {
         FileNode const node = exists ? files.look(paths::joined(done, part)) : FileNode{};
-        if (node.kind == FileNode::Kind::link && ++links <= mostLinks) {
+        if (node.kind == FileNode::Kind::link && ++links <= maxLinks) {
             if (node.target.starts_with('/'))
                 done = "/";
             push(node.target);

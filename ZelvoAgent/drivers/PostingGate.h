@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/WakeList.h"
+#include "base/AsyncCondition.h"
 #include "platform/EventPosting.h"
 
 #include <cstdint>
@@ -50,7 +50,7 @@ private:
     Executor workers;
     std::function<bool()> paused;
     std::function<std::vector<DesktopRect>()> ownWindows;
-    WakeList idle;
+    AsyncCondition idle;
     int closings = 0;                 // idle
     std::set<std::uint64_t> inFlight; // idle; events by number
     std::uint64_t lastEvent = 0;      // idle

@@ -80,7 +80,7 @@ Task<ShellRunResult> ShellRunner::run(std::string command,
     auto body = [this, launch = launchOf(std::move(command), std::move(cwd), std::move(env)), timeoutMs] {
         return runOnStrand(launch, timeoutMs);
     };
-    co_return co_await onStrand(strand, std::move(body));
+    co_return co_await runOn(strand, std::move(body));
 }
 
 Task<ShellRunResult> ShellRunner::runOnStrand(ChildLaunch launch, std::int64_t timeoutMs)

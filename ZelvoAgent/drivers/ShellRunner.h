@@ -2,7 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
-#include "drivers/ShellRunning.h"
+#include "drivers/Shell.h"
 #include "platform/ChildProcess.h"
 
 #include <memory>
@@ -14,7 +14,7 @@ namespace zelvo {
 /// outputs are closed, so that what a command leaves behind in its group and with its outputs counts as a
 /// part of it; what has left the group is beyond the signals' reach. A caller that goes does not end its
 /// command.
-class ShellRunner final : public ShellRunning {
+class ShellRunner final : public Shell {
 public:
     struct Limits {
         std::size_t maxOutputBytes =

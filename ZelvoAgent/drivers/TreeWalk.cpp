@@ -11,7 +11,7 @@ namespace {
 
 using Attribute = AccessibilityAttribute;
 
-constexpr std::size_t longestValue = 200; // Characters.
+constexpr std::size_t maxValueLength = 200; // Characters.
 constexpr std::string_view passwordRole = "AXSecureTextField";
 
 std::unordered_set<std::string_view> const interactiveRoles = {
@@ -83,7 +83,7 @@ std::optional<UiElementInfo> TreeWalk::describe(AccessibilityElement element, st
         return std::nullopt;
     if (*role != passwordRole)
         if (auto const value = reader.text(element, Attribute::value))
-            info.value = text::prefix(*value, longestValue);
+            info.value = text::prefix(*value, maxValueLength);
     info.id = "e" + std::to_string(index);
     info.role = *std::move(role);
     info.subrole = reader.text(element, Attribute::subrole);

@@ -96,7 +96,7 @@ Task<> GatewayClient::sendEvent(std::string name, std::optional<std::string> con
     if (connectionId)
         event["connectionId"] = *std::move(connectionId);
     auto body = [self = shared_from_this(), event]() -> Task<> { co_await self->send(event); };
-    co_await onStrand(strand, std::move(body));
+    co_await runOn(strand, std::move(body));
 }
 
 Task<GatewayConnectionState> GatewayClient::currentState()
@@ -225,7 +225,7 @@ Task<> GatewayClient::heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock* cl
             if (payload) {
                 json::object const message{{"method", "heartbeat"}, {"params", *std::move(payload)}};
                 auto body = [client, message]() -> Task<> { co_await client->send(message); };
-                co_await onStrand(client->strand, std::move(body));
+                co_await runOn(client->strand, std::move(body));
             }
         }
         co_await clock->sleep(heartbeatPeriod);
@@ -248,7 +248,7 @@ Task<> GatewayClient::pingLoop(std::weak_ptr<GatewayClient> weak, Clock* clock, 
                 client->task->cancel();
             co_return pong != Pong::missed;
         };
-        if (!co_await onStrand(client->strand, std::move(body)))
+        if (!co_await runOn(client->strand, std::move(body)))
             co_return;
         pause = pingPeriod;
     }

@@ -6,7 +6,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t longestComputerName = 128;
+constexpr std::size_t maxComputerNameLength = 128;
 constexpr double gibibyte = 1024.0 * 1024.0 * 1024.0;
 constexpr int mebibyteBits = 20;
 
@@ -91,7 +91,7 @@ std::string HeartbeatBuilder::computerName() const
 {
     std::string const given = services.facts.computerName().value_or("Mac");
     std::string const name = text::trimmed(text::withoutControlCharacters(given));
-    return name.empty() ? "Mac" : text::prefix(name, longestComputerName);
+    return name.empty() ? "Mac" : text::prefix(name, maxComputerNameLength);
 }
 
 std::string HeartbeatBuilder::macosVersion() const

@@ -14,7 +14,7 @@ LinkOffer LinkOffer::from(json::object const& answer, std::string token)
     offer.platformName = read::text(platform, "name").value_or(localized("common.platform"));
     offer.website = read::text(platform, "website");
     offer.verifiedDomain = read::text(platform, "verifiedDomain");
-    offer.isPersonal = read::truth(platform, "isPersonal").value_or(false);
+    offer.isPersonal = read::boolean(platform, "isPersonal").value_or(false);
     if (json::array const* const scopes = read::array(answer, "requestedScopes"))
         for (json::value const& text : *scopes)
             if (auto const scope =

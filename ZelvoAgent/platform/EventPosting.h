@@ -56,7 +56,7 @@ using PostedEvent = std::variant<MouseEvent, KeyEvent, TextEvent, ScrollEvent>;
 
 /// Makes input events that reach whatever is in front, exactly as hardware does.
 /// Thread: any, one caller at a time; resumes the caller on its own executor.
-/// Made by: platform/linux/input/X11EventPosting, tests/fakes/FakeEventPosting; drivers/GatedEventPosting
+/// Made by: platform/linux/x11/input/X11EventPosting, tests/fakes/FakeEventPosting; drivers/GatedEventPosting
 /// stands before it.
 class EventPosting {
 public:

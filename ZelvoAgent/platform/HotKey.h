@@ -5,7 +5,7 @@
 namespace zelvo {
 
 /// The global key Control, Option, Command and P.
-/// Made by: platform/linux/input/X11HotKey, tests/fakes/FakeHotKey.
+/// Made by: platform/linux/x11/input/X11HotKey, tests/fakes/FakeHotKey.
 class HotKey {
 public:
     virtual ~HotKey() = default;

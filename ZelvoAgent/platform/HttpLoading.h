@@ -44,7 +44,7 @@ struct HttpUpload {
 /// Plain HTTP and HTTPS calls. Redirects are not followed. An answer whose head is longer than 1 MiB is a
 /// failure.
 /// Thread: any; resumes the caller on its own executor.
-/// Made by: platform/linux/net/CurlHttpLoading, tests/fakes/FakeHttpLoading.
+/// Made by: platform/portable/net/CurlHttpLoading, tests/fakes/FakeHttpLoading.
 class HttpLoading {
 public:
     virtual ~HttpLoading() = default;

@@ -10,17 +10,17 @@ namespace zelvo {
 
 /// The general clipboard, as far as it holds plain text.
 /// Thread: any; callers are resumed on their own executor.
-/// Made by: platform/linux/clipboard/X11Pasteboard, tests/fakes/FakePasteboard.
+/// Made by: platform/linux/x11/clipboard/X11Pasteboard, tests/fakes/FakePasteboard.
 class Pasteboard {
 public:
     /// The longest text that is read, in bytes of UTF-8. It fits a frame of 192 MiB even when every byte of
     /// it has to be escaped by six, with room for the rest of the frame.
-    static constexpr std::size_t longestText = std::size_t{31} << 20;
+    static constexpr std::size_t maxTextLength = std::size_t{31} << 20;
 
     virtual ~Pasteboard() = default;
     /// Grows with each change of the content, by whomever, this program included. Never waits.
     virtual std::int64_t changeCount() const = 0;
-    /// The plain text, always UTF-8. Empty when there is none, when it is longer than longestText, and when
+    /// The plain text, always UTF-8. Empty when there is none, when it is longer than maxTextLength, and when
     /// the application that has it does not hand it over: that is silent for 5 s, takes more than 30 s in all
     /// or ends in the middle.
     virtual Task<std::string> text() = 0;

@@ -11,8 +11,6 @@
 #include "platform/HttpLoading.h"
 #include "platform/InformationDictionary.h"
 #include "platform/MachineFacts.h"
-#include "platform/MovieFile.h"
-#include "platform/MovieFolders.h"
 #include "platform/NetworkPath.h"
 #include "platform/Pasteboard.h"
 #include "platform/PowerAssertion.h"
@@ -24,6 +22,8 @@
 #include "platform/SystemAccess.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotifications.h"
+#include "platform/VideoFile.h"
+#include "platform/VideoFolders.h"
 #include "platform/WebSocket.h"
 #include "platform/WindowFocus.h"
 #include "platform/WindowList.h"
@@ -56,8 +56,8 @@ public:
     virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
     virtual ScreenStreams& screenStreams() = 0;
-    virtual MovieFiles& movies() = 0;
-    virtual MovieFolders& movieFolders() = 0;
+    virtual VideoFiles& videos() = 0;
+    virtual VideoFolders& videoFolders() = 0;
     virtual FileReveal& reveal() = 0;
     virtual EventPosting& events() = 0;
     virtual Pasteboard& pasteboard() = 0;

@@ -45,7 +45,7 @@ struct ScreenFailure {
 
 /// Takes still pictures of a display, leaving out whole applications before the picture exists.
 /// Thread: any; one call at a time, further ones wait.
-/// Made by: platform/linux/capture/X11ScreenSource, tests/fakes/FakeScreenSource.
+/// Made by: platform/linux/x11/capture/X11ScreenSource, tests/fakes/FakeScreenSource.
 class ScreenSource {
 public:
     virtual ~ScreenSource() = default;

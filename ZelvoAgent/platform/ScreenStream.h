@@ -53,7 +53,7 @@ public:
 };
 
 /// Opens streams. A stream delivers its first picture at once and further ones when something has changed.
-/// Thread: any. Made by: platform/linux/capture/X11ScreenStreams, tests/fakes/FakeScreenStreams.
+/// Thread: any. Made by: platform/linux/x11/capture/X11ScreenStreams, tests/fakes/FakeScreenStreams.
 class ScreenStreams {
 public:
     virtual ~ScreenStreams() = default;

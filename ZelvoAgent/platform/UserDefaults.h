@@ -22,14 +22,14 @@ public:
     virtual ~UserDefaults() = default;
 
     virtual std::optional<std::string> text(std::string_view key) = 0;
-    virtual std::optional<bool> truth(std::string_view key) = 0;
+    virtual std::optional<bool> boolean(std::string_view key) = 0;
     virtual std::optional<std::int64_t> integer(std::string_view key) = 0;
     virtual std::optional<std::vector<std::string>> textArray(std::string_view key) = 0;
     /// A value that is stored as bytes: its content as it stands.
     virtual std::optional<std::string> bytes(std::string_view key) = 0;
 
     virtual void setText(std::string_view key, std::string value) = 0;
-    virtual void setTruth(std::string_view key, bool value) = 0;
+    virtual void setBoolean(std::string_view key, bool value) = 0;
     virtual void setInteger(std::string_view key, std::int64_t value) = 0;
     virtual void setTextArray(std::string_view key, std::vector<std::string> value) = 0;
     virtual void setBytes(std::string_view key, std::string value) = 0;

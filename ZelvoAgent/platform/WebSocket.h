@@ -36,7 +36,7 @@ struct NetworkFailure {
 /// A read is always pending, so that pings and pongs live while the owner is busy; complete messages wait in
 /// an inbox of at most 64 messages and 320 MiB. While the inbox is full reading stops. A text message that is
 /// not UTF-8 ends the socket with close code 1007, one above 192 MiB with 1009. Thread: any; resumes callers
-/// on their own executor. Made by: platform/linux/net/BeastWebSocket, tests/fakes/FakeWebSocket.
+/// on their own executor. Made by: platform/portable/net/BeastWebSocket, tests/fakes/FakeWebSocket.
 class WebSocket {
 public:
     virtual ~WebSocket() = default;

@@ -15,7 +15,7 @@ struct WindowStanding {
 /// Who has the keyboard, and how a window gets it although the person did not ask for that just now. Windows
 /// go by the display server's numbers.
 /// Thread: any; each call takes a few round trips to the display server.
-/// Made by: platform/linux/windows/X11WindowFocus, tests/fakes/FakeWindowFocus.
+/// Made by: platform/linux/x11/windows/X11WindowFocus, tests/fakes/FakeWindowFocus.
 class WindowFocus {
 public:
     virtual ~WindowFocus() = default;

@@ -52,7 +52,7 @@ struct WindowEntry {
 
 /// The windows of the display server.
 /// Thread: any; takes a few milliseconds.
-/// Made by: platform/linux/windows/X11WindowList, tests/fakes/FakeWindowList.
+/// Made by: platform/linux/x11/windows/X11WindowList, tests/fakes/FakeWindowList.
 class WindowList {
 public:
     virtual ~WindowList() = default;

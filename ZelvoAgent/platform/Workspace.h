@@ -21,7 +21,7 @@ struct ApplicationBundle {
 /// The desktop's applications and what it can open. A location is a path: that of an application's desktop
 /// entry, or for an application without one that of its executable. Names and identifiers are compared
 /// exactly. Thread: any; each call may take a few milliseconds of the display server. Made by:
-/// platform/linux/windows/X11Workspace, tests/fakes/FakeWorkspace.
+/// platform/linux/x11/windows/X11Workspace, tests/fakes/FakeWorkspace.
 class Workspace {
 public:
     virtual ~Workspace() = default;

@@ -6,10 +6,10 @@
 
 namespace zelvo {
 
-/// A film that is closed and complete.
+/// A recording that is closed and complete.
 struct FinishedRecording {
     std::filesystem::path file;
-    std::optional<std::string> connectionId; ///< whose agent was filmed
+    std::optional<std::string> connectionId; ///< whose agent was recorded
     std::string platformName;
     double durationSec = 0;
     bool operator==(FinishedRecording const&) const = default;

@@ -8,17 +8,17 @@ namespace zelvo {
 
 namespace {
 
-constexpr int lastNumber = 99; // More films of one second are no accident.
+constexpr int lastNumber = 99; // More recordings of one second are no accident.
 
 } // namespace
 
-std::filesystem::path recordingFolder(MovieFolders& folders)
+std::filesystem::path recordingFolder(VideoFolders& folders)
 {
-    return folders.moviesFolder() / "Zelvo";
+    return folders.videosFolder() / "Zelvo";
 }
 
 std::filesystem::path
-freeFilmPath(MovieFolders& folders, std::filesystem::path const& folder, std::string_view fileName)
+freeRecordingPath(VideoFolders& folders, std::filesystem::path const& folder, std::string_view fileName)
 {
     std::filesystem::path file = folder / fileName;
     for (int number = 2; folders.isTaken(file); ++number) {

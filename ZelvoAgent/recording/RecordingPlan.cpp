@@ -14,14 +14,14 @@ namespace {
 
 constexpr std::string_view extension = ".mp4";
 constexpr std::string_view dash = " — ";
-constexpr std::size_t longestName = 60;      // user-perceived characters
-constexpr std::size_t longestFileName = 255; // bytes, on every file system of Linux
-constexpr std::size_t numberRoom = 5;        // for " 9999"
-constexpr double longestSide = 1 << 20;      // No number of a screen system goes beyond an int.
+constexpr std::size_t maxNameLength = 60;      // user-perceived characters
+constexpr std::size_t maxFileNameLength = 255; // bytes, on every file system of Linux
+constexpr std::size_t numberRoom = 5;          // for " 9999"
+constexpr double maxSide = 1 << 20;            // No number of a screen system goes beyond an int.
 
 int evenSide(double points, double scale)
 {
-    double const side = std::floor(scale * std::clamp(points, 0.0, longestSide) * 0.5) * 2;
+    double const side = std::floor(scale * std::clamp(points, 0.0, maxSide) * 0.5) * 2;
     return std::max(static_cast<int>(side), 2);
 }
 
@@ -75,7 +75,7 @@ std::string nameInFile(std::string_view platformName)
     std::string plain = withoutControls(text::repaired(platformName));
     std::ranges::replace(plain, '/', '-');
     std::ranges::replace(plain, ':', '-');
-    return text::prefix(text::trimmed(plain), longestName);
+    return text::prefix(text::trimmed(plain), maxNameLength);
 }
 
 /// As many whole characters as fit. One character can be of any length: then none.
@@ -109,7 +109,7 @@ std::int64_t RecordingPlan::bitRate(std::int64_t width, std::int64_t height)
 std::string RecordingPlan::fileName(Date startedAt, std::string_view platformName)
 {
     std::string const start = "Zelvo " + dateText(startedAt);
-    std::size_t const room = longestFileName - start.size() - dash.size() - extension.size() - numberRoom;
+    std::size_t const room = maxFileNameLength - start.size() - dash.size() - extension.size() - numberRoom;
     std::string const name = fitting(nameInFile(platformName), room);
     std::string file = start;
     if (!name.empty())

@@ -8,12 +8,12 @@
 
 namespace zelvo {
 
-/// What every film has in common.
+/// What every recording has in common.
 struct RecordingPlan {
     static constexpr std::int32_t framesPerSecond = 8;
     static constexpr std::int64_t maxHeight = 1440; ///< lines
     static constexpr Duration idleTimeout = 10s;    ///< from the last activity to the pause
-    static constexpr Duration resumeWindow = 60s;   ///< from the pause to the end of the film
+    static constexpr Duration resumeWindow = 60s;   ///< from the pause to the end of the recording
     static constexpr double maxSegmentSeconds = 1800.0;
     static constexpr Duration frameInterval = 1000ms / framesPerSecond;
     static constexpr int maxKeyFrameInterval = 10 * framesPerSecond; ///< frames
@@ -33,7 +33,7 @@ struct RecordingPlan {
     /// is, the result names a file in a folder, has no control characters and fits a file system, numbered
     /// too.
     static std::string fileName(Date startedAt, std::string_view platformName);
-    /// The name with " 2" before its extension, for a film whose name is taken.
+    /// The name with " 2" before its extension, for a recording whose name is taken.
     static std::string numbered(std::string_view fileName, int number);
 };
 

@@ -6,19 +6,19 @@ namespace zelvo {
 
 namespace {
 
-bool isNamedAsFilm(std::filesystem::path const& file)
+bool isNamedAsRecording(std::filesystem::path const& file)
 {
     return file.extension() == ".mp4" && file.filename().string().starts_with("Zelvo ");
 }
 
 } // namespace
 
-RecordingRetention::RecordingRetention(RecordingSettings const& settings, MovieFolders& folders)
+RecordingRetention::RecordingRetention(RecordingSettings const& settings, VideoFolders& folders)
     : settings(settings), folders(folders)
 {
 }
 
-std::vector<std::filesystem::path> RecordingRetention::expired(MovieFolders& folders,
+std::vector<std::filesystem::path> RecordingRetention::expired(VideoFolders& folders,
                                                                std::filesystem::path const& folder,
                                                                std::int64_t olderThanDays,
                                                                Date now)
@@ -26,7 +26,7 @@ std::vector<std::filesystem::path> RecordingRetention::expired(MovieFolders& fol
     Date const cutoff = now - std::chrono::seconds(86'400 * olderThanDays);
     std::vector<std::filesystem::path> old;
     for (StoredFile const& file : folders.files(folder))
-        if (isNamedAsFilm(file.path) && file.created.value_or(now) < cutoff)
+        if (isNamedAsRecording(file.path) && file.created.value_or(now) < cutoff)
             old.push_back(file.path);
     return old;
 }

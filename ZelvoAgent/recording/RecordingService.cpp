@@ -65,7 +65,8 @@ HttpRequest RecordingService::requestFor(std::string const& path,
                        {"X-Zelvo-App-Version", services.appVersion}};
     request.body = writeJson(body);
     request.timeout = patience;
-    request.longest = patience; // A server that sends a byte now and then would hold up every film behind.
+    request.longest =
+        patience; // A server that sends a byte now and then would hold up every recording behind.
     return request;
 }
 

@@ -20,7 +20,7 @@ struct RecordingReply {
     std::optional<std::string> code() const;
 };
 
-/// Where a film is to go.
+/// Where a recording is to go.
 struct RecordingUploadTarget {
     std::string recordingId;
     std::string uploadUrl;

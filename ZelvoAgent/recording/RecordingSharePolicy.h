@@ -8,10 +8,10 @@
 
 namespace zelvo {
 
-/// What becomes of a finished film.
+/// What becomes of a finished recording.
 enum class RecordingShareDecision { keepLocal, ask, upload };
 
-/// Whether a film may go to the connection that caused it. Three things must line up: the mode, the
+/// Whether a recording may go to the connection that caused it. Three things must line up: the mode, the
 /// connection's scope, and the person's yes for this connection.
 namespace RecordingSharePolicy {
 

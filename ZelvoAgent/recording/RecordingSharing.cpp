@@ -11,7 +11,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::int64_t questionMs = 300'000;
-constexpr std::size_t longestName = 80; // Characters.
+constexpr std::size_t maxNameLength = 80; // Characters.
 
 /// A connection's place in a set, given back with this object.
 class Place {
@@ -32,7 +32,7 @@ private:
 /// The last place in a line, given up with this object. Whoever stands behind is then woken.
 class PlaceInLine {
 public:
-    PlaceInLine(std::list<char>& line, WakeList& moved)
+    PlaceInLine(std::list<char>& line, AsyncCondition& moved)
         : line(line), moved(moved), place(line.emplace(line.end()))
     {
     }
@@ -48,14 +48,14 @@ public:
 
 private:
     std::list<char>& line;
-    WakeList& moved;
+    AsyncCondition& moved;
     std::list<char>::iterator const place;
 };
 
 /// A platform's name must not pass for words of ours, nor push those out of sight.
 ConfirmationPresenter::Choice question(std::string const& platformName)
 {
-    std::string const name = text::shownInLine(platformName, longestName);
+    std::string const name = text::shownInLine(platformName, maxNameLength);
     return {.title = localized("recording.share.title", {name}),
             .detail = localized("recording.share.detail", {name}),
             .allowTitle = localized("recording.share.allow"),

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/AsyncCondition.h"
 #include "base/Task.h"
-#include "base/WakeList.h"
 #include "confirm/ConfirmationPresenter.h"
 #include "state/AgentState.h"
 
@@ -13,8 +13,8 @@
 
 namespace zelvo {
 
-/// The person's word on whether a connection's films are shared with it: asks for it, tells the service and
-/// keeps it. Thread: main.
+/// The person's word on whether a connection's recordings are shared with it: asks for it, tells the service
+/// and keeps it. Thread: main.
 class RecordingSharing {
 public:
     struct Services {
@@ -31,13 +31,13 @@ public:
     RecordingSharing(RecordingSharing const&) = delete;
     RecordingSharing& operator=(RecordingSharing const&) = delete;
 
-    /// Asks whether films may go to a connection; true only when sharing is on now. One question a connection
-    /// stands at a time. No answer leaves the connection undecided.
+    /// Asks whether recordings may go to a connection; true only when sharing is on now. One question a
+    /// connection stands at a time. No answer leaves the connection undecided.
     Task<bool> ask(std::string connectionId);
     /// Tells the service, and keeps the choice when it agreed. Gives the new state. Choices go out one after
     /// another, so that the last one holds here and there.
     Task<bool> set(std::string connectionId, bool shared);
-    /// Asks about every connection that may have films and was not decided on, all side by side.
+    /// Asks about every connection that may have recordings and was not decided on, all side by side.
     void askUndecided();
 
     /// The connections whose question stands.
@@ -52,7 +52,7 @@ private:
     Services services;
     std::set<std::string> open;
     std::list<char> line; // A place each for those who tell the service, the first one's turn.
-    WakeList lineMoved;
+    AsyncCondition lineMoved;
 };
 
 } // namespace zelvo

@@ -3,7 +3,7 @@
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "platform/FileReveal.h"
-#include "platform/MovieFolders.h"
+#include "platform/VideoFolders.h"
 #include "recording/RecordingRetention.h"
 #include "recording/RecordingSettings.h"
 
@@ -22,9 +22,10 @@ public:
         Clock& clock;
         RecordingSettings& settings;
         RecordingRetention& retention; ///< these three outlive all tasks on the workers
-        MovieFolders& folders;
+        VideoFolders& folders;
         FileReveal& reveal;
-        std::function<Task<>()> finishRecording; ///< closes the film that runs; started on the main executor
+        std::function<Task<>()>
+            finishRecording;                ///< closes the recording that runs; started on the main executor
         std::function<void()> askUndecided; ///< puts the question of sharing where it was not answered yet
     };
 
@@ -41,11 +42,11 @@ public:
 
     /// Told by the recorder.
     void setRecording(bool value);
-    /// Off closes a film that runs; share puts the questions that are open.
+    /// Off closes a recording that runs; share puts the questions that are open.
     void setMode(RecordingMode value);
     /// Removes at once what is too old by then. value: one of RecordingSettings::retentionChoices
     void setRetentionDays(std::int64_t value);
-    /// Shows the folder of the films in the file manager; makes it where it is missing.
+    /// Shows the folder of the recordings in the file manager; makes it where it is missing.
     void showInFinder();
 
 private:

@@ -17,8 +17,8 @@ using Outcome = RecordingUploadOutcome;
 constexpr Duration transferTime = 600s;
 constexpr Duration watchInterval = 1s;
 
-/// Bytes; nothing when there is no film to be read. Blocks.
-std::optional<std::int64_t> sizeOfFilm(std::string const& stored)
+/// Bytes; nothing when there is no recording to be read. Blocks.
+std::optional<std::int64_t> sizeOfRecording(std::string const& stored)
 {
     std::filesystem::path const path(stored);
     if (stored.find('\0') != std::string::npos || !path.is_absolute())
@@ -34,7 +34,7 @@ std::optional<std::int64_t> sizeOfFilm(std::string const& stored)
 
 } // namespace
 
-/// Looks after the right to send a film while it goes out.
+/// Looks after the right to send a recording while it goes out.
 struct RecordingTransfer::Watch {
     std::atomic<bool> mayGoOn = true; // any thread
     std::string reason;               // strand; once it may not
@@ -44,7 +44,7 @@ Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
 {
     if (auto reason = co_await refusal(entry.connectionId))
         co_return Outcome::keepLocal(*std::move(reason));
-    auto const bytes = co_await on(services.contexts.workers, [&] { return sizeOfFilm(entry.path); });
+    auto const bytes = co_await on(services.contexts.workers, [&] { return sizeOfRecording(entry.path); });
     if (!bytes)
         co_return Outcome::keepLocal("file_missing");
     Announced const announced = co_await announce(entry, *bytes);
@@ -55,7 +55,7 @@ Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
     Outcome const sent = co_await put(entry, *bytes, announced.target.uploadUrl);
     if (sent.kind != Outcome::Kind::done)
         co_return sent;
-    // A film that is not completed is none to the service.
+    // A recording that is not completed is none to the service.
     if (auto reason = co_await refusal(entry.connectionId))
         co_return Outcome::keepLocal(*std::move(reason));
     co_return co_await complete(announced.target.recordingId);
@@ -144,8 +144,8 @@ Task<Outcome> RecordingTransfer::complete(std::string recordingId)
     co_return Outcome::classify(reply.status, reply.code());
 }
 
-/// Why no film may go to a connection now; nothing when it may. What the person took away is answered as the
-/// service would answer it.
+/// Why no recording may go to a connection now; nothing when it may. What the person took away is answered as
+/// the service would answer it.
 Task<std::optional<std::string>> RecordingTransfer::refusal(std::string connectionId)
 {
     auto const connection =

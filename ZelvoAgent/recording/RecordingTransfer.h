@@ -17,7 +17,7 @@
 
 namespace zelvo {
 
-/// The film that is going out now.
+/// The recording that is going out now.
 struct RecordingUploadProgress {
     std::string path;
     std::string connectionId;
@@ -26,11 +26,11 @@ struct RecordingUploadProgress {
     bool operator==(RecordingUploadProgress const&) const = default;
 };
 
-/// Hands one film over to the connection that caused it, in three steps: it is announced to the service, sent
-/// to the address that the service names, and said to be complete.
+/// Hands one recording over to the connection that caused it, in three steps: it is announced to the service,
+/// sent to the address that the service names, and said to be complete.
 ///
-/// The right to do so is asked for before each step, and every second while the film goes out: a right that
-/// was taken away ends it there. Thread: the strand of its uploader, except progress().
+/// The right to do so is asked for before each step, and every second while the recording goes out: a right
+/// that was taken away ends it there. Thread: the strand of its uploader, except progress().
 class RecordingTransfer {
 public:
     struct Services {
@@ -47,9 +47,9 @@ public:
     RecordingTransfer(RecordingTransfer const&) = delete;
     RecordingTransfer& operator=(RecordingTransfer const&) = delete;
 
-    /// One film at a time. Throws NetworkFailure of kind `cancelled` when the process ends.
+    /// One recording at a time. Throws NetworkFailure of kind `cancelled` when the process ends.
     Task<RecordingUploadOutcome> upload(PendingRecording entry);
-    /// Thread: any. Nothing while no film goes out.
+    /// Thread: any. Nothing while no recording goes out.
     std::optional<RecordingUploadProgress> progress() const { return progressBox->get(); }
 
 private:

@@ -11,8 +11,8 @@ namespace zelvo {
 namespace {
 
 constexpr std::string_view noStorage = "recordings_unavailable";
-constexpr std::size_t mostReasonBytes = 2000;
-constexpr std::size_t longestReason = 200; // characters
+constexpr std::size_t maxReasonBytes = 2000;
+constexpr std::size_t maxReasonLength = 200; // characters
 
 /// The statuses that the same request would get again.
 constexpr bool isFinal(int status)
@@ -54,7 +54,7 @@ std::string explain(std::string const& reason)
     if (reason == "file_missing")
         return localized("recording.reason.fileMissing");
     // A server may say anything, at any length.
-    return text::shownInLine(text::repaired(reason.substr(0, mostReasonBytes)), longestReason);
+    return text::shownInLine(text::repaired(reason.substr(0, maxReasonBytes)), maxReasonLength);
 }
 
 } // namespace zelvo

@@ -5,7 +5,7 @@
 
 namespace zelvo {
 
-/// How one try to hand over a film ended.
+/// How one try to hand over a recording ended.
 struct RecordingUploadOutcome {
     enum class Kind {
         keepLocal, ///< another try would end alike

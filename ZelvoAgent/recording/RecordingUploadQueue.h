@@ -11,9 +11,9 @@
 
 namespace zelvo {
 
-/// A film that waits to be handed over.
+/// A recording that waits to be handed over.
 struct PendingRecording {
-    std::string path; ///< of the film; it also identifies the entry
+    std::string path; ///< of the recording; it also identifies the entry
     std::string connectionId;
     double durationSec = 0;
     std::int64_t attempts = 0; ///< tries that failed so far
@@ -23,8 +23,8 @@ struct PendingRecording {
     static std::optional<PendingRecording> fromJson(json::value const& stored);
 };
 
-/// The films that wait, in the order in which they came. The stored list is the only copy: every operation
-/// reads it anew and leaves the whole old or the whole new one. Thread: one at a time.
+/// The recordings that wait, in the order in which they came. The stored list is the only copy: every
+/// operation reads it anew and leaves the whole old or the whole new one. Thread: one at a time.
 class RecordingUploadQueue {
 public:
     explicit RecordingUploadQueue(UserDefaults& defaults) : defaults(defaults) {}
@@ -32,7 +32,7 @@ public:
     /// Empty when what is stored can't be read.
     std::vector<PendingRecording> load() const;
     bool holds(std::string const& path) const;
-    /// A film that waits already keeps its place.
+    /// A recording that waits already keeps its place.
     void append(PendingRecording entry);
     void remove(std::string const& path);
     void setAttempts(std::string const& path, std::int64_t attempts);

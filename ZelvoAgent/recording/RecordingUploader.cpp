@@ -14,7 +14,7 @@ namespace {
 
 using Outcome = RecordingUploadOutcome;
 
-constexpr std::int64_t mostAttempts = 5;
+constexpr std::int64_t maxAttempts = 5;
 
 /// True while it exists, so that no way out of a drain leaves it behind.
 class Flag {
@@ -53,7 +53,7 @@ Task<> RecordingUploader::handle(FinishedRecording finished, bool quitting)
     auto body = [this, finished = std::move(finished), quitting] {
         return handleOnStrand(finished, quitting);
     };
-    co_await onStrand(strand, std::move(body));
+    co_await runOn(strand, std::move(body));
 }
 
 Task<> RecordingUploader::handleOnStrand(FinishedRecording finished, bool quitting)
@@ -84,13 +84,13 @@ Task<> RecordingUploader::handleOnStrand(FinishedRecording finished, bool quitti
 Task<bool> RecordingUploader::askOnMain(std::string connectionId)
 {
     auto body = [this, id = std::move(connectionId)] { return services.ask(id); };
-    co_return co_await onStrand(services.contexts.main, std::move(body));
+    co_return co_await runOn(services.contexts.main, std::move(body));
 }
 
 Task<> RecordingUploader::drain()
 {
     auto body = [this] { return drainOnStrand(); };
-    co_await onStrand(strand, std::move(body));
+    co_await runOn(strand, std::move(body));
 }
 
 Task<> RecordingUploader::drainOnStrand()
@@ -136,7 +136,7 @@ Task<std::optional<Outcome>> RecordingUploader::attempt(Pending entry)
 
 Task<> RecordingUploader::settle(Pending entry, Outcome outcome)
 {
-    bool const isLastTry = entry.attempts >= mostAttempts - 1;
+    bool const isLastTry = entry.attempts >= maxAttempts - 1;
     if (outcome.kind == Outcome::Kind::retry && !isLastTry)
         queue.setAttempts(entry.path, entry.attempts + 1);
     else

@@ -21,11 +21,11 @@
 
 namespace zelvo {
 
-/// Hands finished films over to the connections that caused them, where the person allows it: keeps a stored
-/// queue of them and sends one at a time, each in three steps. A film stays on the machine whatever comes of
-/// it, and is given up after five tries.
+/// Hands finished recordings over to the connections that caused them, where the person allows it: keeps a
+/// stored queue of them and sends one at a time, each in three steps. A recording stays on the machine
+/// whatever comes of it, and is given up after five tries.
 ///
-/// A film whose right to go was taken away while it waited, or on its way, stays here for good.
+/// A recording whose right to go was taken away while it waited, or on its way, stays here for good.
 ///
 /// Thread: any; a strand of its own on the agent thread.
 class RecordingUploader {
@@ -49,16 +49,16 @@ public:
     RecordingUploader(RecordingUploader const&) = delete;
     RecordingUploader& operator=(RecordingUploader const&) = delete;
 
-    /// Takes a film that has just been closed. Resumes when all that can be done about it now is done.
+    /// Takes a recording that has just been closed. Resumes when all that can be done about it now is done.
     /// quitting  the process ends: nobody is asked and nothing is sent; what may be sent waits
     Task<> handle(FinishedRecording finished, bool quitting);
-    /// Tries each film of the queue once. One runs at a time; a call that comes meanwhile makes that one
+    /// Tries each recording of the queue once. One runs at a time; a call that comes meanwhile makes that one
     /// begin again at its end.
     Task<> drain();
-    /// Tells the service whether a connection's films are shared; true when it agreed.
+    /// Tells the service whether a connection's recordings are shared; true when it agreed.
     Task<bool> sendSharing(std::string connectionId, bool shared);
 
-    /// Thread: any. Nothing while no film goes out.
+    /// Thread: any. Nothing while no recording goes out.
     std::optional<RecordingUploadProgress> progress() const { return transfer.progress(); }
 
 private:

@@ -28,7 +28,7 @@ RecordingWriter::RecordingWriter(Services services, RecordingStart start)
 {
 }
 
-Task<std::shared_ptr<RecordingWriting>> RecordingWriter::start(Services services, RecordingStart start)
+Task<std::shared_ptr<RecordingOutput>> RecordingWriter::start(Services services, RecordingStart start)
 {
     std::shared_ptr<RecordingWriter> const writer(new RecordingWriter(std::move(services), std::move(start)));
     co_await writer->open();
@@ -49,7 +49,7 @@ Task<> RecordingWriter::open()
         throw AgentError::permissionMissing;
     RecordingPlan::Size const wanted = RecordingPlan::size(static_cast<std::int64_t>(display->widthPoints),
                                                            static_cast<std::int64_t>(display->heightPoints));
-    MovieSettings settings;
+    VideoSettings settings;
     settings.file = subject.file;
     settings.width = wanted.width;
     settings.height = wanted.height;
@@ -58,7 +58,7 @@ Task<> RecordingWriter::open()
     settings.maxKeyFrameInterval = RecordingPlan::maxKeyFrameInterval;
     co_await on(queue, [&] {
         size = wanted;
-        movie = services.movies.create(settings);
+        video = services.videos.create(settings);
     });
 
     ScreenStreamRequest request;
@@ -72,7 +72,7 @@ Task<> RecordingWriter::open()
     }
     if (!failure)
         co_return;
-    co_await on(queue, [this] { std::exchange(movie, nullptr)->cancel(); });
+    co_await on(queue, [this] { std::exchange(video, nullptr)->cancel(); });
     std::rethrow_exception(failure);
 }
 
@@ -149,13 +149,13 @@ void RecordingWriter::frameArrived(ScreenFrame const& frame)
     Instant const adjusted = frame.time - offset;
     if (!isDue(adjusted))
         return;
-    wroteOrFailed(movie->append(*frame.picture, adjusted - *firstTime), adjusted);
+    wroteOrFailed(video->append(*frame.picture, adjusted - *firstTime), adjusted);
     outdated = false;
 }
 
 bool RecordingWriter::isFrame(ScreenFrame const& frame) const
 {
-    return movie && capturing && !failed && frame.status == ScreenFrame::Status::complete && frame.picture &&
+    return video && capturing && !failed && frame.status == ScreenFrame::Status::complete && frame.picture &&
            RecordingPlan::Size{frame.picture->width, frame.picture->height} == size;
 }
 
@@ -173,7 +173,7 @@ void RecordingWriter::beginOrGoOnAt(Instant time)
 /// Times only ever grow, and a frame that comes while the last one is being written is shed.
 bool RecordingWriter::isDue(Instant adjusted) const
 {
-    return (!lastTime || adjusted > *lastTime) && movie->isReadyForMoreData();
+    return (!lastTime || adjusted > *lastTime) && video->isReadyForMoreData();
 }
 
 void RecordingWriter::wroteOrFailed(bool wrote, Instant adjusted)
@@ -186,14 +186,15 @@ void RecordingWriter::wroteOrFailed(bool wrote, Instant adjusted)
     recorded.set(seconds(*lastTime - *firstTime));
 }
 
-/// Nothing has changed since the last frame. Right after a resume it is not known yet where the film goes on.
+/// Nothing has changed since the last frame. Right after a resume it is not known yet where the recording
+/// goes on.
 void RecordingWriter::standStillUntil(Instant time)
 {
-    if (!movie || !capturing || failed || resumed || outdated || !lastTime)
+    if (!video || !capturing || failed || resumed || outdated || !lastTime)
         return;
     Instant const adjusted = time - offset;
     if (isDue(adjusted))
-        wroteOrFailed(movie->repeat(adjusted - *firstTime), adjusted);
+        wroteOrFailed(video->repeat(adjusted - *firstTime), adjusted);
 }
 
 /// What was written so far is kept.
@@ -222,7 +223,7 @@ Task<std::optional<FinishedRecording>> RecordingWriter::finish()
 
 std::optional<FinishedRecording> RecordingWriter::close()
 {
-    std::unique_ptr<MovieFile> const closed = std::exchange(movie, nullptr);
+    std::unique_ptr<VideoFile> const closed = std::exchange(video, nullptr);
     if (!closed)
         return std::nullopt;
     if (!lastTime) {

@@ -3,21 +3,21 @@
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "base/LockedBox.h"
-#include "platform/MovieFile.h"
 #include "platform/ScreenStream.h"
+#include "platform/VideoFile.h"
+#include "recording/RecordingOutput.h"
 #include "recording/RecordingPlan.h"
-#include "recording/RecordingWriting.h"
 
 #include <memory>
 #include <optional>
 
 namespace zelvo {
 
-/// One film in the making: takes the frames of a screen stream and writes them at times from which the pauses
-/// are cut out. Between two frames nothing moved; so that the film of a screen that stands still is as long
-/// as what it shows, the last picture is written once more where it stops. Thread: any; a strand of the
-/// workers, the stream's queue, holds the state and encodes. Nobody but finish() waits for that.
-class RecordingWriter final : public RecordingWriting,
+/// One recording in the making: takes the frames of a screen stream and writes them at times from which the
+/// pauses are cut out. Between two frames nothing moved; so that the recording of a screen that stands still
+/// is as long as what it shows, the last picture is written once more where it stops. Thread: any; a strand
+/// of the workers, the stream's queue, holds the state and encodes. Nobody but finish() waits for that.
+class RecordingWriter final : public RecordingOutput,
                               public ScreenStreamOutput,
                               public std::enable_shared_from_this<RecordingWriter> {
 public:
@@ -26,13 +26,13 @@ public:
         Clock& clock;
         ScreenSource& screen;
         ScreenStreams& streams;
-        MovieFiles& movies;
+        VideoFiles& videos;
     };
 
-    /// Begins to film the main display. Throws AgentError::permissionMissing when none may be captured,
-    /// ScreenFailure or MovieFailure; then no file is left behind.
-    static Task<std::shared_ptr<RecordingWriting>> start(Services services, RecordingStart start);
-    /// The same as a function that a recorder is given. What the services name must outlive its films.
+    /// Begins to recording the main display. Throws AgentError::permissionMissing when none may be captured,
+    /// ScreenFailure or VideoFailure; then no file is left behind.
+    static Task<std::shared_ptr<RecordingOutput>> start(Services services, RecordingStart start);
+    /// The same as a function that a recorder is given. What the services name must outlive its recordings.
     static StartRecording starter(Services services);
 
     std::optional<std::string> const& connectionId() const override { return subject.connectionId; }
@@ -67,12 +67,12 @@ private:
 
     // All below: queue.
     RecordingPlan::Size size;
-    std::unique_ptr<MovieFile> movie; ///< absent once it was closed
+    std::unique_ptr<VideoFile> video; ///< absent once it was closed
     bool capturing = true;            ///< frames are wanted
     bool failed = false;              ///< the stream has ended, or nothing more can be written
     bool resumed = false;             ///< the next frame is the first after a pause
     bool outdated = false;            ///< the last picture may show what is hidden by now
-    std::optional<Instant> firstTime; ///< of the stream's first frame; the film has begun
+    std::optional<Instant> firstTime; ///< of the stream's first frame; the recording has begun
     std::optional<Instant> lastTime;  ///< adjusted time of the last frame that was written
     Duration offset{};                ///< all pauses so far
 };

@@ -1,9 +1,9 @@
 #include "recording/SessionRecorder.h"
 
 #include "base/Hop.h"
-#include "platform/MovieFile.h"
 #include "platform/RunningApplication.h"
 #include "platform/ScreenSource.h"
+#include "platform/VideoFile.h"
 #include "recording/RecordingFolder.h"
 #include "recording/RecordingPlan.h"
 #include "wire/AgentError.h"
@@ -18,7 +18,7 @@ namespace zelvo {
 
 namespace {
 
-/// What a film failed to start with, in the words that it came with.
+/// What a recording failed to start with, in the words that it came with.
 std::string reasonOf(std::exception_ptr failure)
 {
     try {
@@ -27,7 +27,7 @@ std::string reasonOf(std::exception_ptr failure)
         return std::string(defaultMessage(error));
     } catch (ScreenFailure const& error) {
         return error.reason;
-    } catch (MovieFailure const& error) {
+    } catch (VideoFailure const& error) {
         return error.reason;
     } catch (std::exception const& error) {
         return error.what();
@@ -48,7 +48,7 @@ SessionRecorder::SessionRecorder(Services services)
 {
 }
 
-/// An action that a pause overtook on its way here comes to nothing, and films nothing.
+/// An action that a pause overtook on its way here comes to nothing, and recordings nothing.
 bool SessionRecorder::mayRecord() const
 {
     bool const isPaused = services.isPaused && services.isPaused();
@@ -74,7 +74,7 @@ Task<> SessionRecorder::agentActed(std::optional<std::string> connectionId, std:
               self->isLate.set(false);
           });
     TaskHandle patience = spawn(strand, [self = shared_from_this(), isOver]() -> Task<> {
-        co_await self->services.clock.sleep(longestHold);
+        co_await self->services.clock.sleep(maxHold);
         if (self->holds.with([&] { return *isOver; }))
             co_return;
         self->isLate.set(true);
@@ -91,7 +91,7 @@ void SessionRecorder::endHold(bool& isOver)
     holds.wakeAll([&] { isOver = true; });
 }
 
-/// A film that is late for one connection must not show what another does.
+/// A recording that is late for one connection must not show what another does.
 void SessionRecorder::giveUpFor(std::optional<std::string> const& connectionId)
 {
     if (!isActing || actingFor == connectionId)
@@ -113,7 +113,7 @@ Task<> SessionRecorder::act(std::optional<std::string> connectionId, std::string
     turns.wakeAll([this] { isActing = false; });
 }
 
-/// After each wait all may be different: a countdown has ended the film, or the person has stopped it.
+/// After each wait all may be different: a countdown has ended the recording, or the person has stopped it.
 Task<> SessionRecorder::actInTurn(std::optional<std::string> connectionId, std::string platformName)
 {
     if (isQuitting || !mayRecord())
@@ -137,12 +137,12 @@ Task<> SessionRecorder::actInTurn(std::optional<std::string> connectionId, std::
     scheduleIdle();
 }
 
-/// One film never mixes two connections, and a long session is cut into pieces.
-Task<bool> SessionRecorder::isToEnd(WriterPtr film, std::optional<std::string> connectionId)
+/// One recording never mixes two connections, and a long session is cut into pieces.
+Task<bool> SessionRecorder::isToEnd(WriterPtr open, std::optional<std::string> connectionId)
 {
-    if (film->connectionId() != connectionId)
+    if (open->connectionId() != connectionId)
         co_return true;
-    co_return co_await film->recordedSeconds() >= RecordingPlan::maxSegmentSeconds;
+    co_return co_await open->recordedSeconds() >= RecordingPlan::maxSegmentSeconds;
 }
 
 Task<> SessionRecorder::agentLooked()
@@ -165,20 +165,20 @@ Task<> SessionRecorder::start(std::optional<std::string> connectionId, std::stri
     request.connectionId = std::move(connectionId);
     request.platformName = std::move(platformName);
     Begun begun = co_await begin(std::move(request));
-    if (!begun.film) {
+    if (!begun.writer) {
         closedFile();
         co_return;
     }
     if (asked != finishes) {
-        closeInBackground(std::move(begun.film));
+        closeInBackground(std::move(begun.writer));
         co_return;
     }
-    writer = std::move(begun.film);
+    writer = std::move(begun.writer);
     excludedSnapshot = std::move(begun.excluded);
     setCapturing(true);
 }
 
-/// No film, and a line in the log, when it can't be made.
+/// No recording, and a line in the log, when it can't be made.
 Task<SessionRecorder::Begun> SessionRecorder::begin(RecordingStart request)
 {
     Begun begun;
@@ -189,10 +189,10 @@ Task<SessionRecorder::Begun> SessionRecorder::begin(RecordingStart request)
         request.file = co_await on(services.contexts.workers, [&] {
             std::filesystem::path const folder = recordingFolder(services.folders);
             services.folders.make(folder);
-            return freeFilmPath(services.folders, folder,
-                                RecordingPlan::fileName(services.clock.date(), request.platformName));
+            return freeRecordingPath(services.folders, folder,
+                                     RecordingPlan::fileName(services.clock.date(), request.platformName));
         });
-        begun.film = co_await services.startWriter(std::move(request));
+        begun.writer = co_await services.startWriter(std::move(request));
     } catch (...) {
         failure = std::current_exception();
     }
@@ -243,7 +243,7 @@ void SessionRecorder::scheduleIdle()
         });
 }
 
-/// What was seen after the time was over does not belong to the film: a countdown that ran out while the
+/// What was seen after the time was over does not belong to the recording: a countdown that ran out while the
 /// machine slept is late by hours.
 void SessionRecorder::pauseForIdle()
 {
@@ -267,7 +267,7 @@ void SessionRecorder::pauseIfOverdue()
         pauseForIdle();
 }
 
-/// A new action starts a film of its own from here on, while this one is being closed.
+/// A new action starts a recording of its own from here on, while this one is being closed.
 SessionRecorder::WriterPtr SessionRecorder::takeWriter()
 {
     stopCountdowns();
@@ -275,21 +275,22 @@ SessionRecorder::WriterPtr SessionRecorder::takeWriter()
     return std::exchange(writer, nullptr);
 }
 
-void SessionRecorder::closeInBackground(WriterPtr film)
+void SessionRecorder::closeInBackground(WriterPtr closing)
 {
-    if (film)
-        spawn(strand,
-              [self = shared_from_this(), film = std::move(film)] { return self->close(film, false); });
+    if (closing)
+        spawn(strand, [self = shared_from_this(), closing = std::move(closing)] {
+            return self->close(closing, false);
+        });
 }
 
-/// Handing a film on may take minutes: a person is asked, or it is sent. At the end of the process it does
-/// not, and is waited for.
-Task<> SessionRecorder::close(WriterPtr film, bool quitting)
+/// Handing a recording on may take minutes: a person is asked, or it is sent. At the end of the process it
+/// does not, and is waited for.
+Task<> SessionRecorder::close(WriterPtr closing, bool quitting)
 {
     std::optional<FinishedRecording> finished;
     try {
-        finished = co_await film->finish();
-    } catch (...) { // NOLINT(bugprone-empty-catch): then there is no film.
+        finished = co_await closing->finish();
+    } catch (...) { // NOLINT(bugprone-empty-catch): then there is no recording.
     }
     bool const isLast = quitting || isQuitting;
     if (!isLast)
@@ -297,7 +298,7 @@ Task<> SessionRecorder::close(WriterPtr film, bool quitting)
     try {
         if (finished && services.onFinished)
             co_await services.onFinished(*std::move(finished), isLast);
-    } catch (...) { // NOLINT(bugprone-empty-catch): the film stays where it is.
+    } catch (...) { // NOLINT(bugprone-empty-catch): the recording stays where it is.
     }
     if (isLast)
         closedFile();
@@ -306,7 +307,7 @@ Task<> SessionRecorder::close(WriterPtr film, bool quitting)
 Task<> SessionRecorder::finishNow(bool quitting)
 {
     auto const self = shared_from_this();
-    co_await onStrand(strand, [this, quitting] { return finish(quitting); });
+    co_await runOn(strand, [this, quitting] { return finish(quitting); });
 }
 
 Task<> SessionRecorder::finish(bool quitting)
@@ -314,8 +315,8 @@ Task<> SessionRecorder::finish(bool quitting)
     ++finishes;
     isQuitting = isQuitting || quitting;
     pauseIfOverdue();
-    if (WriterPtr film = takeWriter())
-        co_await close(std::move(film), quitting);
+    if (WriterPtr closing = takeWriter())
+        co_await close(std::move(closing), quitting);
     while (quitting && openFiles > 0)
         co_await filesClosed.wait([this] { return openFiles == 0; });
 }

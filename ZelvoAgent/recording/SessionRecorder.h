@@ -1,14 +1,14 @@
 #pragma once
 
+#include "base/AsyncCondition.h"
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "base/LockedBox.h"
-#include "base/WakeList.h"
-#include "platform/MovieFolders.h"
 #include "platform/SystemAccess.h"
+#include "platform/VideoFolders.h"
 #include "recording/FinishedRecording.h"
+#include "recording/RecordingOutput.h"
 #include "recording/RecordingSettings.h"
-#include "recording/RecordingWriting.h"
 #include "recording/SessionRecording.h"
 
 #include <cstdint>
@@ -21,9 +21,9 @@
 
 namespace zelvo {
 
-/// Decides when a film starts, pauses, goes on and ends, by the agents' activity alone: an action starts or
-/// wakes it, a look keeps it awake, 10 s without either pause it and 60 s more end it. Nothing here fails
-/// towards an agent, and a film is closed in the background. Thread: any; a strand of its own holds the
+/// Decides when a recording starts, pauses, goes on and ends, by the agents' activity alone: an action starts
+/// or wakes it, a look keeps it awake, 10 s without either pause it and 60 s more end it. Nothing here fails
+/// towards an agent, and a recording is closed in the background. Thread: any; a strand of its own holds the
 /// state. Made with create(), since its countdowns hold it weakly.
 class SessionRecorder final : public SessionRecording, public std::enable_shared_from_this<SessionRecorder> {
 public:
@@ -32,41 +32,41 @@ public:
         Clock& clock;
         RecordingSettings const& settings;
         SystemAccess& access;
-        MovieFolders& folders;
+        VideoFolders& folders;
         StartRecording startWriter;
         /// The applications that the person has hidden; absent where there is no such list.
         std::function<Task<std::set<std::string>>()> hiddenBundleIds = {};
         /// Has the person paused the agents? Any thread; true before finishNow() is called for a pause.
         std::function<bool()> isPaused = {};
-        /// Called after each finished film, on the recorder's strand.
-        std::function<Task<>(FinishedRecording film, bool quitting)> onFinished = {};
+        /// Called after each finished recording, on the recorder's strand.
+        std::function<Task<>(FinishedRecording recording, bool quitting)> onFinished = {};
         /// Called on the main executor, in order, at each change of isRecording().
         std::function<void(bool)> onCapturingChanged = {};
         /// Takes a line for the system's log; called on the recorder's strand.
         std::function<void(std::string line)> log = {};
     };
 
-    /// An agent does not wait longer than this for a film to begin. The film begins behind its action then,
-    /// and until it has, no action waits.
-    static constexpr Duration longestHold = 2s;
+    /// An agent does not wait longer than this for a recording to begin. The recording begins behind its
+    /// action then, and until it has, no action waits.
+    static constexpr Duration maxHold = 2s;
 
     static std::shared_ptr<SessionRecorder> create(Services services);
 
     Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) override;
     Task<> agentLooked() override;
-    /// True from before a film's file is made until after it is closed.
+    /// True from before a recording's file is made until after it is closed.
     bool hasOpenFile() const override { return openFile.get(); }
-    /// Resumes when the film is closed and was handed on. With quitting: when all films are, those too that
-    /// were about to begin or end by themselves; none begins any more.
+    /// Resumes when the recording is closed and was handed on. With quitting: when all recordings are, those
+    /// too that were about to begin or end by themselves; none begins any more.
     Task<> finishNow(bool quitting) override;
 
     /// Are frames taken now? Does not wait.
     bool isRecording() const { return recording.get(); }
 
 private:
-    using WriterPtr = std::shared_ptr<RecordingWriting>;
+    using WriterPtr = std::shared_ptr<RecordingOutput>;
     struct Begun {
-        WriterPtr film; ///< null when there is none
+        WriterPtr writer; ///< null when there is none
         std::set<std::string> excluded;
     };
 
@@ -77,7 +77,7 @@ private:
     void giveUpFor(std::optional<std::string> const& connectionId);
     Task<> act(std::optional<std::string> connectionId, std::string platformName);
     Task<> actInTurn(std::optional<std::string> connectionId, std::string platformName);
-    Task<bool> isToEnd(WriterPtr film, std::optional<std::string> connectionId);
+    Task<bool> isToEnd(WriterPtr open, std::optional<std::string> connectionId);
     Task<> start(std::optional<std::string> connectionId, std::string platformName);
     Task<Begun> begin(RecordingStart request);
     Task<std::set<std::string>> excludedBundleIds();
@@ -87,8 +87,8 @@ private:
     void pauseIfOverdue();
     void stopCountdowns();
     WriterPtr takeWriter();
-    void closeInBackground(WriterPtr film);
-    Task<> close(WriterPtr film, bool quitting);
+    void closeInBackground(WriterPtr closing);
+    Task<> close(WriterPtr closing, bool quitting);
     Task<> finish(bool quitting);
     void setCapturing(bool value);
     void openedFile();
@@ -98,11 +98,11 @@ private:
     Executor const strand;
     LockedBox<bool> recording{false};
     LockedBox<bool> openFile{false};
-    WakeList holds;                ///< of actions that wait for the recorder
+    AsyncCondition holds;          ///< of actions that wait for the recorder
     LockedBox<bool> isLate{false}; ///< somebody's patience was over, and the work still goes on
 
     // All below: strand.
-    WriterPtr writer; ///< the open film
+    WriterPtr writer; ///< the open recording
     bool capturing = false;
     TaskHandle idleTask;
     TaskHandle closeTask;
@@ -111,11 +111,11 @@ private:
     std::set<std::string> excludedSnapshot;
     std::uint64_t finishes = 0; ///< what began before the last of them is no longer wanted
     bool isQuitting = false;
-    bool isActing = false;                ///< actions take turns, so that two do not start a film each
+    bool isActing = false;                ///< actions take turns, so that two do not start a recording each
     std::optional<std::string> actingFor; ///< the connection whose turn it is
-    WakeList turns;
-    int openFiles = 0; ///< of films that begin, run or are being closed
-    WakeList filesClosed;
+    AsyncCondition turns;
+    int openFiles = 0; ///< of recordings that begin, run or are being closed
+    AsyncCondition filesClosed;
 };
 
 } // namespace zelvo

@@ -7,15 +7,15 @@
 
 namespace zelvo {
 
-/// Is told what agents do, so that it can be filmed. Thread: any.
+/// Is told what agents do, so that it can be recorded. Thread: any.
 class SessionRecording {
 public:
     virtual ~SessionRecording() = default;
     virtual Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) = 0;
     virtual Task<> agentLooked() = 0;
-    /// Is a film being written? Does not wait.
+    /// Is a recording being written? Does not wait.
     virtual bool hasOpenFile() const = 0;
-    /// Closes the film. quitting: for the end of the process.
+    /// Closes the recording. quitting: for the end of the process.
     virtual Task<> finishNow(bool quitting) = 0;
 };
 

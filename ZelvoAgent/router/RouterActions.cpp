@@ -83,13 +83,12 @@ Task<> RpcRouter::performBatch(std::vector<InputAction> actions,
     }
 }
 
-Task<>
-RpcRouter::assertMayAct(InputAction action, std::string expected, std::size_t index, Duration longestWait)
+Task<> RpcRouter::assertMayAct(InputAction action, std::string expected, std::size_t index, Duration maxWait)
 {
     co_await on(contexts.main, [this] { state.assertReady(); });
     if (!members.permissions().accessibility)
         throw AgentError::permissionMissing;
-    if (!expected.empty() && !co_await isInFront(expected, longestWait))
+    if (!expected.empty() && !co_await isInFront(expected, maxWait))
         throw co_await notFrontmost(expected, index);
     co_await checkHiddenApps(std::move(action));
 }

@@ -104,7 +104,7 @@ Task<json::value> RpcRouter::uiTree(RpcFrame frame)
 Task<json::value> RpcRouter::handleUiTree(RpcFrame frame)
 {
     TreeScope const scope = treeScope(read::text(frame.params, "scope").value_or("frontmost"));
-    bool const interactiveOnly = read::truth(frame.params, "interactiveOnly").value_or(true);
+    bool const interactiveOnly = read::boolean(frame.params, "interactiveOnly").value_or(true);
     bool const compact = read::text(frame.params, "format").value_or("compact") == "compact";
 
     auto const front = co_await members.probe.frontmostApp();

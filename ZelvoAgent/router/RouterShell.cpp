@@ -9,7 +9,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::int64_t defaultTimeoutMs = 60'000;
-constexpr std::size_t longestLoggedCommand = 300; // Characters.
+constexpr std::size_t maxLoggedCommandLength = 300; // Characters.
 
 /// Nothing unless each value is a text.
 std::optional<std::map<std::string, std::string>> environmentFrom(json::object const& params)
@@ -62,7 +62,7 @@ void RpcRouter::logShell(GrantedConnection const& connection,
     line.kind = ActivityKind::terminal;
     line.connectionId = connection.id;
     line.note = ActivityWording::terminalNote(result.exitCode, result.durationMs, result.timedOut);
-    line.detail = text::prefix(command, longestLoggedCommand);
+    line.detail = text::prefix(command, maxLoggedCommandLength);
     line.agentName = loggedAgentName(agentName);
     state.log(std::move(line));
 }

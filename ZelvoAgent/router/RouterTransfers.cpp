@@ -68,7 +68,7 @@ Task<> RpcRouter::assertClipboardMayBeSeen()
         co_await members.clipboard.poll(); // A change of the last half second too.
         co_return members.clipboard.isSourceHidden(hidden);
     };
-    if (co_await onStrand(contexts.main, std::move(look)))
+    if (co_await runOn(contexts.main, std::move(look)))
         throw AgentError::hiddenAppActive;
 }
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::array<std::string_view, 3> serviceMethods = {"connection.revoke", "connections.names",
                                                             "agents.update"};
 
-constexpr std::size_t longestLoggedName = 200; // Characters.
+constexpr std::size_t maxLoggedNameLength = 200; // Characters.
 
 } // namespace
 
@@ -71,7 +71,7 @@ bool RpcRouter::isServiceMethod(std::string_view method)
 Task<RpcReply> RpcRouter::handle(RpcFrame frame)
 {
     auto body = [this, &frame]() -> Task<RpcReply> { return handleOnStrand(std::move(frame)); };
-    co_return co_await onStrand(strand, std::move(body));
+    co_return co_await runOn(strand, std::move(body));
 }
 
 Task<RpcReply> RpcRouter::handleOnStrand(RpcFrame frame)
@@ -144,7 +144,7 @@ std::optional<std::string> RpcRouter::loggedAgentName(std::optional<std::string>
 {
     if (!name)
         return std::nullopt;
-    return text::prefix(*name, longestLoggedName);
+    return text::prefix(*name, maxLoggedNameLength);
 }
 
 Task<std::optional<GrantedConnection>> RpcRouter::connection(std::optional<std::string> id)

@@ -5,12 +5,12 @@
 #include "confirm/Confirming.h"
 #include "confirm/ElementProbing.h"
 #include "drivers/ClipboardWatcher.h"
-#include "drivers/FileAccessing.h"
+#include "drivers/FileGate.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/InputDriving.h"
 #include "drivers/OwnUiGuard.h"
 #include "drivers/ScreenCapture.h"
-#include "drivers/ShellRunning.h"
+#include "drivers/Shell.h"
 #include "drivers/TreeCapturing.h"
 #include "platform/Pasteboard.h"
 #include "platform/WindowList.h"
@@ -46,8 +46,8 @@ public:
         ScreenCapture& screen;
         TreeCapturing& tree;
         InputDriving& input;
-        ShellRunning& shell;
-        FileAccessing& files;
+        Shell& shell;
+        FileGate& files;
         Pasteboard& pasteboard;
         ClipboardWatcher& clipboard;
         HiddenAppsStore& hiddenApps;
@@ -104,7 +104,7 @@ private:
     Task<> performBatch(std::vector<InputAction> actions,
                         std::string expected,
                         std::optional<GrantedConnection> connection);
-    Task<> assertMayAct(InputAction action, std::string expected, std::size_t index, Duration longestWait);
+    Task<> assertMayAct(InputAction action, std::string expected, std::size_t index, Duration maxWait);
     Task<> wait(std::int64_t ms);
     Task<bool> isInFront(std::string expected, Duration atMost);
     Task<DetailedAgentError> notFrontmost(std::string expected, std::optional<std::size_t> failedIndex);

@@ -14,7 +14,7 @@ namespace {
 using Part = ActionCounts::Part;
 
 constexpr std::size_t keysShown = 3;
-constexpr std::size_t longestKeyName = 40; // Characters.
+constexpr std::size_t maxKeyNameLength = 40; // Characters.
 
 std::string readyAgain(Availability from)
 {
@@ -75,7 +75,7 @@ std::string counted(std::int64_t count, std::string_view one, std::string_view m
 /// A name of a key is an agent's word, of any length.
 std::string shownKey(std::string const& name)
 {
-    return text::prefix(text::withoutControlCharacters(name), longestKeyName);
+    return text::prefix(text::withoutControlCharacters(name), maxKeyNameLength);
 }
 
 std::string keysLine(std::vector<std::string> const& names)

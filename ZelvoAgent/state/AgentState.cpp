@@ -23,7 +23,7 @@ constexpr std::string_view cursorKey = "zelvo.showAgentCursor";
 
 constexpr std::chrono::microseconds lookWindow = 120s; // Of Date's unit: a stored date may be far off.
 constexpr Duration workingAfterglow = 3s;
-constexpr std::size_t longestName = 200;
+constexpr std::size_t maxNameLength = 200;
 
 } // namespace
 
@@ -31,12 +31,12 @@ AgentState::AgentState(Services services) : services(std::move(services)) {}
 
 bool AgentState::showAgentCursor() const
 {
-    return services.defaults.truth(cursorKey).value_or(true);
+    return services.defaults.boolean(cursorKey).value_or(true);
 }
 
 void AgentState::setShowAgentCursor(bool value)
 {
-    services.defaults.setTruth(cursorKey, value);
+    services.defaults.setBoolean(cursorKey, value);
     changed();
 }
 
@@ -209,7 +209,7 @@ void AgentState::renameConnections(std::map<std::string, std::string> const& nam
     for (auto const& [id, given] : names) {
         std::string const name = text::trimmed(given);
         auto const connection = granted.find(id);
-        if (name.empty() || text::characterCount(name) > longestName || connection == granted.end())
+        if (name.empty() || text::characterCount(name) > maxNameLength || connection == granted.end())
             continue;
         byId[id] = name;
         std::string& oldName = connection->second.platformName;

@@ -12,7 +12,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::chrono::microseconds shortestQuestion = 5s;
-constexpr std::chrono::microseconds longestQuestion = 600s;
+constexpr std::chrono::microseconds maxQuestion = 600s;
 
 std::string notice(QueuePolicy policy)
 {
@@ -84,7 +84,7 @@ void QueueCoordinator::ask(QueuedCommandsOffer offer)
 /// A later answer would be of no use to the command that expires first.
 std::int64_t QueueCoordinator::timeoutMs(QueuedCommandsOffer const& offer) const
 {
-    std::chrono::microseconds left = longestQuestion; // A date may lie further away than nanoseconds reach.
+    std::chrono::microseconds left = maxQuestion; // A date may lie further away than nanoseconds reach.
     Date const now = services.clock.date();
     for (QueuedCommandInfo const& command : offer.commands)
         if (command.expiresAt)

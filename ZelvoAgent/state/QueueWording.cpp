@@ -10,11 +10,11 @@ namespace zelvo::QueueWording {
 
 namespace {
 
-constexpr std::size_t mostLines = 8;
+constexpr std::size_t maxLines = 8;
 
 // Characters.
-constexpr std::size_t longestName = 80;
-constexpr std::size_t longestSummary = 200;
+constexpr std::size_t maxNameLength = 80;
+constexpr std::size_t maxSummaryLength = 200;
 
 } // namespace
 
@@ -27,17 +27,17 @@ std::string waiting(std::size_t count)
 std::string title(QueuedCommandsOffer const& offer)
 {
     return localized("queue.title",
-                     {text::shownInLine(offer.platformName, longestName), waiting(offer.commands.size())});
+                     {text::shownInLine(offer.platformName, maxNameLength), waiting(offer.commands.size())});
 }
 
 std::string list(QueuedCommandsOffer const& offer)
 {
     std::size_t const count = offer.commands.size();
     std::string lines;
-    for (std::size_t i = 0; i < std::min(count, mostLines); ++i)
-        lines += (i == 0 ? "• " : "\n• ") + text::shownInLine(offer.commands[i].summary, longestSummary);
-    if (count > mostLines)
-        lines += "\n" + localized("queue.andMore", {static_cast<std::int64_t>(count - mostLines)});
+    for (std::size_t i = 0; i < std::min(count, maxLines); ++i)
+        lines += (i == 0 ? "• " : "\n• ") + text::shownInLine(offer.commands[i].summary, maxSummaryLength);
+    if (count > maxLines)
+        lines += "\n" + localized("queue.andMore", {static_cast<std::int64_t>(count - maxLines)});
     return lines;
 }
 

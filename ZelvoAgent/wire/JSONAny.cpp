@@ -80,8 +80,8 @@ JSONAny JSONAny::decodeText(std::string_view text)
 
 json::value JSONAny::encode() const
 {
-    if (auto const* const truth = std::any_cast<bool>(&value))
-        return *truth;
+    if (auto const* const boolean = std::any_cast<bool>(&value))
+        return *boolean;
     if (auto const* const integer = std::any_cast<std::int64_t>(&value))
         return *integer;
     if (auto const* const number = std::any_cast<double>(&value); number && std::isfinite(*number))

@@ -31,8 +31,8 @@ struct JSONAny {
 
     std::any value = JSONNull{};
 
-    /// Each element is tried as truth value, 64-bit integer, double, text and null, in this order: so 1 is an
-    /// integer, 1.5 a number, and true never a number.
+    /// Each element is tried as boolean value, 64-bit integer, double, text and null, in this order: so 1 is
+    /// an integer, 1.5 a number, and true never a number.
     static JSONAny decode(json::value const& from);
     /// The same from JSON text. Throws JSONAnyError "Cannot decode JSONAny" when the text is no JSON value.
     static JSONAny decodeText(std::string_view text);

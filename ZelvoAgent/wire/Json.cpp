@@ -133,13 +133,13 @@ std::size_t expectedSize(json::object const& object)
 
 std::size_t expectedSize(json::value const& value)
 {
-    constexpr std::size_t longestNumber = 24;
+    constexpr std::size_t maxNumberLength = 24;
     if (value.is_object())
         return expectedSize(value.get_object());
     if (value.is_string())
         return value.get_string().size() + signs;
     if (!value.is_array())
-        return longestNumber + signs;
+        return maxNumberLength + signs;
     std::size_t size = signs;
     for (json::value const& item : value.get_array())
         size += expectedSize(item);
@@ -224,7 +224,7 @@ std::optional<double> number(json::object const& object, std::string_view key)
     return std::nullopt;
 }
 
-std::optional<bool> truth(json::object const& object, std::string_view key)
+std::optional<bool> boolean(json::object const& object, std::string_view key)
 {
     json::value const* const found = object.if_contains(key);
     if (!found || !found->is_bool())

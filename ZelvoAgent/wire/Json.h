@@ -30,7 +30,7 @@ std::optional<std::string> text(json::object const& object, std::string_view key
 std::optional<std::int64_t> integer(json::object const& object, std::string_view key);
 /// An integer or a number with a fraction.
 std::optional<double> number(json::object const& object, std::string_view key);
-std::optional<bool> truth(json::object const& object, std::string_view key);
+std::optional<bool> boolean(json::object const& object, std::string_view key);
 /// Null when missing or of another type; else lives as long as `object`.
 json::object const* object(json::object const& object, std::string_view key);
 json::array const* array(json::object const& object, std::string_view key);

@@ -1,4 +1,4 @@
-#include "end_to_end/ConfirmingDesk.h"
+#include "end_to_end/ConfirmingFixture.h"
 
 #include <csignal>
 

@@ -9,7 +9,7 @@ namespace zelvo::test {
 
 namespace {
 
-constexpr long longestSeconds = 40;
+constexpr long maxSeconds = 40;
 
 size_t keep(char* data, size_t size, size_t count, void* into)
 {
@@ -39,7 +39,7 @@ HttpAnswer httpCall(std::string const& method,
     curl_easy_setopt(call.get(), CURLOPT_HTTPHEADER, lines.get());
     curl_easy_setopt(call.get(), CURLOPT_NOPROXY, "*");
     curl_easy_setopt(call.get(), CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(call.get(), CURLOPT_TIMEOUT, longestSeconds);
+    curl_easy_setopt(call.get(), CURLOPT_TIMEOUT, maxSeconds);
     curl_easy_setopt(call.get(), CURLOPT_WRITEFUNCTION, keep);
     curl_easy_setopt(call.get(), CURLOPT_WRITEDATA, &answer.body);
     if (!body.empty()) {

@@ -1,4 +1,4 @@
-#include "end_to_end/CommandsDesk.h"
+#include "end_to_end/CommandsFixture.h"
 
 #include <csignal>
 

@@ -1,4 +1,4 @@
-#include "end_to_end/ReadingDesk.h"
+#include "end_to_end/ReadingFixture.h"
 
 #include <gmock/gmock.h>
 

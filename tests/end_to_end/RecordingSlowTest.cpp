@@ -1,10 +1,10 @@
-#include "end_to_end/RecordingDesk.h"
+#include "end_to_end/RecordingFixture.h"
 
 namespace zelvo::test {
 namespace {
 
-// In real time, which is a minute and a half: the program's own clock, its timers and its film together.
-TEST_F(Recording, goesOnInTheSameFilmAfterAPauseAndEndsAMinuteLater)
+// In real time, which is a minute and a half: the program's own clock, its timers and its recording together.
+TEST_F(Recording, goesOnInTheSameRecordingAfterAPauseAndEndsAMinuteLater)
 {
     connection = startUnattended();
 
@@ -17,10 +17,10 @@ TEST_F(Recording, goesOnInTheSameFilmAfterAPauseAndEndsAMinuteLater)
     };
     EXPECT_FALSE(isClosed());
     EXPECT_TRUE(waitFor(isClosed, 80s)); // Ten seconds, then a minute.
-    ASSERT_EQ(films().size(), 1u);
-    Film const film(desktop, films().front());
+    ASSERT_EQ(recordings().size(), 1u);
+    PlayedRecording const recording(desktop, recordings().front());
 
-    EXPECT_NEAR(film.facts.duration, 20, 1.5);
+    EXPECT_NEAR(recording.facts.duration, 20, 1.5);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "end_to_end/RecordingDesk.h"
+#include "end_to_end/RecordingFixture.h"
 
 #include <sys/socket.h>
 #include <xcb/xcb.h>
@@ -53,21 +53,22 @@ TEST_F(Recording, showsTheClickWhereItHappened)
     letItRun();
     EXPECT_EQ(codeOf(perform({clickAt(450, 400)})), "ok");
     letItRun();
-    Film const film = onlyFilm();
+    PlayedRecording const recording = onlyRecording();
 
-    EXPECT_EQ(film.facts.codec, "h264");
-    EXPECT_EQ(film.facts.profile, "High");
-    EXPECT_EQ(film.facts.width, 1280);
-    EXPECT_EQ(film.facts.height, 1024);
-    EXPECT_TRUE(std::ranges::is_sorted(film.facts.packets, std::ranges::less_equal(), &FilmPacket::time));
-    EXPECT_GE(film.facts.duration, 1.0);
-    ASSERT_GE(film.frames.size(), 3u);
-    EXPECT_TRUE(isNear(colorAt(film.frames.front(), 220, 220), 0xf0e080));
-    EXPECT_TRUE(isNear(colorAt(film.frames.back(), 220, 220), 0x40c040));
-    EXPECT_TRUE(hasPointerAt(film.frames.back(), 450, 400, 0x40c040));
-    EXPECT_FALSE(hasPointerAt(film.frames.back(), 300, 300, 0x40c040));
+    EXPECT_EQ(recording.facts.codec, "h264");
+    EXPECT_EQ(recording.facts.profile, "High");
+    EXPECT_EQ(recording.facts.width, 1280);
+    EXPECT_EQ(recording.facts.height, 1024);
+    EXPECT_TRUE(
+        std::ranges::is_sorted(recording.facts.packets, std::ranges::less_equal(), &VideoPacket::time));
+    EXPECT_GE(recording.facts.duration, 1.0);
+    ASSERT_GE(recording.frames.size(), 3u);
+    EXPECT_TRUE(isNear(colorAt(recording.frames.front(), 220, 220), 0xf0e080));
+    EXPECT_TRUE(isNear(colorAt(recording.frames.back(), 220, 220), 0x40c040));
+    EXPECT_TRUE(hasPointerAt(recording.frames.back(), 450, 400, 0x40c040));
+    EXPECT_FALSE(hasPointerAt(recording.frames.back(), 300, 300, 0x40c040));
     auto const isFirstClick = [](Pixels const& frame) { return hasPointerAt(frame, 300, 300, 0xf0e080); };
-    EXPECT_TRUE(std::ranges::any_of(film.frames, isFirstClick));
+    EXPECT_TRUE(std::ranges::any_of(recording.frames, isFirstClick));
 }
 
 TEST_F(Recording, neverShowsWhatIsHidden)
@@ -86,11 +87,11 @@ TEST_F(Recording, neverShowsWhatIsHidden)
         hidden.raise(window);
         waitFor([] { return false; }, 60ms);
     }
-    Film const film = onlyFilm();
+    PlayedRecording const recording = onlyRecording();
 
-    EXPECT_GE(film.frames.size(), 1u);
-    expectWithout(film, secret);
-    EXPECT_GT(pixelsLike(film.frames.back(), 0xf0e080), 10000);
+    EXPECT_GE(recording.frames.size(), 1u);
+    expectWithout(recording, secret);
+    EXPECT_GT(pixelsLike(recording.frames.back(), 0xf0e080), 10000);
 }
 
 TEST_F(Recording, leavesOutWhatIsHiddenInItsMiddle)
@@ -107,10 +108,10 @@ TEST_F(Recording, leavesOutWhatIsHiddenInItsMiddle)
     painter.open(
         {.x = 900, .y = 100, .width = 50, .height = 50, .color = 0x40c040, .overrideRedirect = true});
     letItRun();
-    Film const film = onlyFilm();
+    PlayedRecording const recording = onlyRecording();
 
-    EXPECT_GT(pixelsLike(film.frames.front(), secret), 10000);
-    EXPECT_EQ(pixelsLike(film.frames.back(), secret), 0);
+    EXPECT_GT(pixelsLike(recording.frames.front(), secret), 10000);
+    EXPECT_EQ(pixelsLike(recording.frames.back(), secret), 0);
 }
 
 TEST_F(Recording, neverShowsOurOwnWindows)
@@ -120,7 +121,7 @@ TEST_F(Recording, neverShowsOurOwnWindows)
     openLetter(Toolkit::gtk3);
     json::value const send = clickOn("AXButton", "Send");
 
-    EXPECT_EQ(codeOf(perform({json::object{{"type", "type"}, {"text", "x"}}})), "ok"); // The film runs.
+    EXPECT_EQ(codeOf(perform({json::object{{"type", "type"}, {"text", "x"}}})), "ok"); // The recording runs.
     auto answer = performing({send});
     PaintedArea const place = placeOf(waitForPanel());
     letItRun();
@@ -129,12 +130,12 @@ TEST_F(Recording, neverShowsOurOwnWindows)
     EXPECT_EQ(codeOf(answer.get()), "denied_by_user");
     letItRun();
     Pixels const without = pixelsOfRoot(painter.x());
-    Film const film = onlyFilm();
+    PlayedRecording const recording = onlyRecording();
 
     int const size = place.width * place.height;
     EXPECT_GT(differencesWithin(withPanel, without, place), size / 8); // The letter beneath is grey too.
-    ASSERT_GE(film.frames.size(), 2u);
-    for (Pixels const& frame : film.frames)
+    ASSERT_GE(recording.frames.size(), 2u);
+    for (Pixels const& frame : recording.frames)
         EXPECT_LT(differencesWithin(frame, without, place), size / 50);
 }
 
@@ -148,11 +149,11 @@ TEST_F(Recording, playsUpToWhereTheProcessWasKilled)
 
     agent.kill();
 
-    ASSERT_EQ(films().size(), 1u);
-    Film const film(desktop, films().front());
-    ASSERT_GE(film.frames.size(), 2u);
-    EXPECT_EQ(pixelsLike(film.frames.front(), 0x40c040), 0);
-    EXPECT_GT(pixelsLike(film.frames.back(), 0x40c040), 10000);
+    ASSERT_EQ(recordings().size(), 1u);
+    PlayedRecording const recording(desktop, recordings().front());
+    ASSERT_GE(recording.frames.size(), 2u);
+    EXPECT_EQ(pixelsLike(recording.frames.front(), 0x40c040), 0);
+    EXPECT_GT(pixelsLike(recording.frames.back(), 0x40c040), 10000);
 }
 
 TEST_F(Recording, playsUpToWhereTheDisplayWentAway)
@@ -164,8 +165,8 @@ TEST_F(Recording, playsUpToWhereTheDisplayWentAway)
     ::kill(serverOf(painter.x()), SIGTERM);
 
     EXPECT_TRUE(waitFor([&] { return !agent.isRunning(); }, 20s)); // Nobody would see it any more.
-    ASSERT_EQ(films().size(), 1u);
-    EXPECT_GE(Film(desktop, films().front()).frames.size(), 1u);
+    ASSERT_EQ(recordings().size(), 1u);
+    EXPECT_GE(Recording(desktop, recordings().front()).frames.size(), 1u);
 }
 
 TEST_F(Recording, isOffUnlessThePersonWantsIt)
@@ -180,7 +181,7 @@ TEST_F(Recording, isOffUnlessThePersonWantsIt)
     EXPECT_FALSE(std::filesystem::exists(folder()));
 }
 
-TEST_F(Recording, aLookAloneFilmsNothing)
+TEST_F(Recording, aLookAloneRecordingsNothing)
 {
     connection = startUnattended();
 
@@ -188,7 +189,7 @@ TEST_F(Recording, aLookAloneFilmsNothing)
     letItRun();
     EXPECT_EQ(agent.end(SIGTERM), 0);
 
-    EXPECT_TRUE(films().empty());
+    EXPECT_TRUE(recordings().empty());
 }
 
 TEST_F(Recording, goesToThePlatformOnlyAfterAYes)
@@ -200,7 +201,7 @@ TEST_F(Recording, goesToThePlatformOnlyAfterAYes)
 
     EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
     letItRun();
-    press("ctrl+alt+super+p"); // A pause ends the film, and the question comes.
+    press("ctrl+alt+super+p"); // A pause ends the recording, and the question comes.
     waitForPanel();
     EXPECT_TRUE(shared().empty());
     answerPanel("Return");
@@ -208,7 +209,7 @@ TEST_F(Recording, goesToThePlatformOnlyAfterAYes)
     ASSERT_TRUE(
         waitFor([&] { return shared().size() == 1 && shared().front().at("status") == "ready"; }, 20s))
         << writeJson(shared());
-    EXPECT_EQ(films().size(), 1u); // It stays here too.
+    EXPECT_EQ(recordings().size(), 1u); // It stays here too.
     auto const lines = agent.activity();
     EXPECT_NE(std::ranges::find(lines, "Recording shared with the platform"), lines.end());
 }
@@ -226,7 +227,7 @@ TEST_F(Recording, staysHereAfterANo)
 
     EXPECT_EQ(agent.end(SIGTERM), 0);
     EXPECT_TRUE(gateway.ask("GET", "/v1/recordings").body.at("data").as_array().empty());
-    EXPECT_EQ(films().size(), 1u);
+    EXPECT_EQ(recordings().size(), 1u);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/WakeList.h"
+#include "base/AsyncCondition.h"
 #include "platform/ChildProcess.h"
 
 #include <array>
@@ -64,11 +64,11 @@ private:
     struct Pipe {
         std::string text;
         bool isClosed = false;
-        WakeList readers;
+        AsyncCondition readers;
     };
     std::array<Pipe, 2> pipes;
     std::optional<std::int32_t> status;
-    WakeList waiting;
+    AsyncCondition waiting;
 };
 
 /// Starts children in memory, and keeps them for the test.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "drivers/FileAccessing.h"
+#include "drivers/FileGate.h"
 
 #include <exception>
 #include <map>
@@ -11,7 +11,7 @@
 namespace zelvo {
 
 /// Granted files in memory, under the paths as they are asked for.
-class FakeFiles final : public FileAccessing {
+class FakeFiles final : public FileGate {
 public:
     std::map<std::string, std::string> contents;             ///< what a test reads and sets
     std::vector<std::string> readPaths;                      ///< in the order of the calls

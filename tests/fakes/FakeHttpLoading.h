@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/WakeList.h"
+#include "base/AsyncCondition.h"
 #include "platform/HttpLoading.h"
 
 #include <deque>
@@ -61,7 +61,7 @@ private:
         co_return std::get<HttpResponse>(std::move(next));
     }
 
-    WakeList arrivals;
+    AsyncCondition arrivals;
     std::deque<std::variant<HttpResponse, NetworkFailure>> answers;
 };
 

@@ -34,7 +34,7 @@ public:
     {
         if (onText)
             onText();
-        co_return content.size() > longestText ? std::string() : content;
+        co_return content.size() > maxTextLength ? std::string() : content;
     }
     Task<bool> setText(std::string text) override
     {

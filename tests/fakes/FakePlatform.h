@@ -7,14 +7,14 @@
 #include "fakes/FakeFileReveal.h"
 #include "fakes/FakeFileSystem.h"
 #include "fakes/FakeHttpLoading.h"
-#include "fakes/FakeMovieFolders.h"
-#include "fakes/FakeMovies.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
 #include "fakes/FakeSecretStore.h"
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/FakeUserNotifications.h"
+#include "fakes/FakeVideoFiles.h"
+#include "fakes/FakeVideoFolders.h"
 #include "fakes/FakeWebSocket.h"
 #include "fakes/FakeWindowFocus.h"
 #include "fakes/ManualClock.h"
@@ -47,8 +47,8 @@ public:
     FakeAccessibility elements;
     FakeScreenSource screenSource;
     FakeScreenStreams streams;
-    FakeMovies films;
-    FakeMovieFolders filmFolders;
+    FakeVideoFiles recordings;
+    FakeVideoFolders recordingFolders;
     FakeFileReveal fileReveal;
     FakeEventPosting posting;
     FakePasteboard clipboard;
@@ -86,8 +86,8 @@ public:
     Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
     ScreenStreams& screenStreams() override { return streams; }
-    MovieFiles& movies() override { return films; }
-    MovieFolders& movieFolders() override { return filmFolders; }
+    VideoFiles& videos() override { return recordings; }
+    VideoFolders& videoFolders() override { return recordingFolders; }
     FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return posting; }
     Pasteboard& pasteboard() override { return clipboard; }

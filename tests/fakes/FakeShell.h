@@ -1,6 +1,6 @@
 #pragma once
 
-#include "drivers/ShellRunning.h"
+#include "drivers/Shell.h"
 
 #include <exception>
 #include <map>
@@ -12,7 +12,7 @@
 namespace zelvo {
 
 /// A shell that keeps what it was asked to run, and gives the result that a test sets.
-class FakeShell final : public ShellRunning {
+class FakeShell final : public Shell {
 public:
     struct Run {
         std::string command;

@@ -21,7 +21,7 @@ public:
         auto const value = parsed(key);
         return value && value->is_string() ? std::optional(std::string(value->get_string())) : std::nullopt;
     }
-    std::optional<bool> truth(std::string_view key) override
+    std::optional<bool> boolean(std::string_view key) override
     {
         auto const value = parsed(key);
         return value && value->is_bool() ? std::optional(value->get_bool()) : std::nullopt;
@@ -55,7 +55,7 @@ public:
     {
         setBytes(key, writeJson(json::value(value)));
     }
-    void setTruth(std::string_view key, bool value) override { setBytes(key, value ? "true" : "false"); }
+    void setBoolean(std::string_view key, bool value) override { setBytes(key, value ? "true" : "false"); }
     void setInteger(std::string_view key, std::int64_t value) override
     {
         setBytes(key, std::to_string(value));

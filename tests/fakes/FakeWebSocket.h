@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/WakeList.h"
+#include "base/AsyncCondition.h"
 #include "platform/WebSocket.h"
 
 #include <deque>
@@ -84,7 +84,7 @@ public:
     std::optional<std::string> closeReason() const override { return reason; }
 
 private:
-    WakeList arrivals;
+    AsyncCondition arrivals;
     std::deque<WebSocketMessage> inbox;
     std::optional<NetworkFailure> ended;
 };

@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// Films nothing, for tests of other things.
+/// Recordings nothing, for tests of other things.
 class NoSessionRecording final : public SessionRecording {
 public:
     Task<> agentActed(std::optional<std::string>, std::string) override { co_return; }

@@ -6,19 +6,19 @@
 #include "platform/linux/dbus/LinuxPowerAssertions.h"
 #include "platform/linux/dbus/LinuxSingleInstance.h"
 #include "platform/linux/dbus/SecretServiceWatch.h"
-#include "platform/linux/movie/LibavMovies.h"
-#include "platform/linux/net/BeastWebSocket.h"
-#include "platform/linux/net/CurlHttpLoading.h"
-#include "platform/linux/system/FileInformationDictionary.h"
-#include "platform/linux/system/FileUserDefaults.h"
 #include "platform/linux/system/LinuxChildProcesses.h"
 #include "platform/linux/system/LinuxClock.h"
 #include "platform/linux/system/LinuxFileSystem.h"
 #include "platform/linux/system/LinuxMachineFacts.h"
-#include "platform/linux/system/LinuxMovieFolders.h"
 #include "platform/linux/system/LinuxSecretStore.h"
+#include "platform/linux/system/LinuxVideoFolders.h"
 #include "platform/linux/system/RtnetlinkPath.h"
 #include "platform/linux/system/XdgFolders.h"
+#include "platform/portable/net/BeastWebSocket.h"
+#include "platform/portable/net/CurlHttpLoading.h"
+#include "platform/portable/settings/FileInformationDictionary.h"
+#include "platform/portable/settings/FileUserDefaults.h"
+#include "platform/portable/video/LibavVideoFiles.h"
 
 #include <memory>
 
@@ -38,7 +38,7 @@ public:
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
-          processes(contexts), filmFolders(xdg::configHome(), xdg::home()),
+          processes(contexts), folders(xdg::configHome(), xdg::home()),
           fileReveal(contexts.workers, user, [this](std::string const& url) {
               return desktop().workspace.openUrl(url);
           })
@@ -62,8 +62,8 @@ public:
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
     ScreenStreams& screenStreams() override { return desktop().streams; }
-    MovieFiles& movies() override { return films; }
-    MovieFolders& movieFolders() override { return filmFolders; }
+    VideoFiles& videos() override { return videoFiles; }
+    VideoFolders& videoFolders() override { return folders; }
     FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return desktop().events; }
     Pasteboard& pasteboard() override { return desktop().pasteboard; }
@@ -106,8 +106,8 @@ private:
     BeastWebSocketOpener opener;
     CurlHttpLoading loading;
     LinuxChildProcesses processes;
-    LibavMovies films;
-    LinuxMovieFolders filmFolders;
+    LibavVideoFiles videoFiles;
+    LinuxVideoFolders folders;
     LinuxFileReveal fileReveal;
     std::unique_ptr<LinuxDesktop> madeDesktop; // main
 };

@@ -117,7 +117,7 @@ TEST_F(AppDelegateTest, watchesTheClipboardFromItsStart)
     EXPECT_EQ(platform.desktop.looks, 1);
 }
 
-TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenFilm)
+TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenRecording)
 {
     delegate.start();
     delegate.terminate();

@@ -1,7 +1,7 @@
 #include "app/AnswerGuard.h"
 #include "app/ExactText.h"
 #include "base/LocalizedTexts.h"
-#include "desktop/app/PanelDesk.h"
+#include "desktop/app/PanelFixture.h"
 #include "desktop/harness/PainterProcess.h"
 
 #include <QAccessible>
@@ -96,7 +96,7 @@ TEST(ExactText, losesNothingOfALongText)
     EXPECT_EQ(lines.join(QString()).toStdString(), huge);
 }
 
-class ConfirmationPanelTest : public PanelDesk {
+class ConfirmationPanelTest : public PanelFixture {
 protected:
     QPlainTextEdit* detail() { return panel()->findChild<QPlainTextEdit*>(); }
     std::string property(std::string const& name)
@@ -144,12 +144,12 @@ TEST_F(ConfirmationPanelTest, standsInFrontOnEveryWorkspace)
 TEST_F(ConfirmationPanelTest, standsAboveAFullScreenWindow)
 {
     PainterProcess painter(*desktop);
-    std::uint32_t const film = painter.open({.width = 1280,
-                                             .height = 1000,
-                                             .color = 0x102030,
-                                             .title = "film",
-                                             .state = "_NET_WM_STATE_FULLSCREEN"});
-    ASSERT_TRUE(until([&] { return desktop->activeWindow() == film; }));
+    std::uint32_t const recording = painter.open({.width = 1280,
+                                                  .height = 1000,
+                                                  .color = 0x102030,
+                                                  .title = "recording",
+                                                  .state = "_NET_WM_STATE_FULLSCREEN"});
+    ASSERT_TRUE(until([&] { return desktop->activeWindow() == recording; }));
 
     Answer const answer = askAndWait(shell("ls"));
 
@@ -158,7 +158,8 @@ TEST_F(ConfirmationPanelTest, standsAboveAFullScreenWindow)
     EXPECT_EQ(image.pixelColor(inside), panel()->palette().window().color());
     EXPECT_EQ(image.pixelColor(QPoint(3, 3)), QColor(0x10, 0x20, 0x30));
 
-    desktop->run({"xdotool", "mousemove", "20", "20", "click", "1"}); // The person goes back to the film.
+    desktop->run(
+        {"xdotool", "mousemove", "20", "20", "click", "1"}); // The person goes back to the recording.
     pass();
     EXPECT_EQ(picture("fullscreen-left").pixelColor(inside), panel()->palette().window().color());
     EXPECT_FALSE(*answer);

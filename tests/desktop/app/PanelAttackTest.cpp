@@ -2,7 +2,7 @@
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "confirm/ElementProbe.h"
-#include "desktop/app/PanelDesk.h"
+#include "desktop/app/PanelFixture.h"
 #include "desktop/input/TextField.h"
 #include "drivers/AccessibilityTree.h"
 #include "drivers/InputDriver.h"
@@ -27,7 +27,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// Everything that an agent can do with mouse and keyboard, against windows that only a person may answer.
-class PanelAttackTest : public PanelDesk {
+class PanelAttackTest : public PanelFixture {
 protected:
     void bringUpField(FieldKind kind)
     {
@@ -36,13 +36,13 @@ protected:
     }
     void SetUp() override
     {
-        PanelDesk::SetUp();
+        PanelFixture::SetUp();
         bringUpField(FieldKind::qt);
     }
     void TearDown() override
     {
         parts->links.cancel();
-        PanelDesk::TearDown();
+        PanelFixture::TearDown();
     }
 
     // A text in which every line end and every blank would press something.

@@ -1,4 +1,4 @@
-#include "desktop/atspi/AtspiDesk.h"
+#include "desktop/atspi/AtspiFixture.h"
 
 #include <boost/json/array.hpp>
 #include <gmock/gmock.h>
@@ -12,57 +12,57 @@ namespace {
 using testing::HasSubstr;
 using enum AccessibilityAttribute;
 
-std::string status(AtspiDesk& desk)
+std::string status(AtspiFixture& fixture)
 {
-    return desk.desktop.run({"gdbus", "call", "--session", "--dest", "org.a11y.Bus", "--object-path",
-                             "/org/a11y/bus", "--method", "org.freedesktop.DBus.Properties.Get",
-                             "org.a11y.Status", "IsEnabled"});
+    return fixture.desktop.run({"gdbus", "call", "--session", "--dest", "org.a11y.Bus", "--object-path",
+                                "/org/a11y/bus", "--method", "org.freedesktop.DBus.Properties.Get",
+                                "org.a11y.Status", "IsEnabled"});
 }
 
 } // namespace
 
 TEST(AtspiAccessibility, switchesOnAndBack)
 {
-    AtspiDesk desk({.windowManager = false, .accessibility = false});
-    ASSERT_THAT(status(desk), HasSubstr("false"));
+    AtspiFixture fixture({.windowManager = false, .accessibility = false});
+    ASSERT_THAT(status(fixture), HasSubstr("false"));
 
-    desk.live.run(desk.accessibility->switchOn());
-    EXPECT_THAT(status(desk), HasSubstr("true"));
+    fixture.live.run(fixture.accessibility->switchOn());
+    EXPECT_THAT(status(fixture), HasSubstr("true"));
 
-    desk.live.run(desk.accessibility->switchOff());
-    EXPECT_THAT(status(desk), HasSubstr("false"));
+    fixture.live.run(fixture.accessibility->switchOff());
+    EXPECT_THAT(status(fixture), HasSubstr("false"));
 }
 
 TEST(AtspiAccessibility, leavesOnWhatSomebodyElseSwitchedOn)
 {
-    AtspiDesk desk;
-    ASSERT_THAT(status(desk), HasSubstr("true"));
+    AtspiFixture fixture;
+    ASSERT_THAT(status(fixture), HasSubstr("true"));
 
-    desk.live.run(desk.accessibility->switchOn());
-    desk.live.run(desk.accessibility->switchOff());
+    fixture.live.run(fixture.accessibility->switchOn());
+    fixture.live.run(fixture.accessibility->switchOff());
 
-    EXPECT_THAT(status(desk), HasSubstr("true"));
+    EXPECT_THAT(status(fixture), HasSubstr("true"));
 }
 
 TEST(AtspiAccessibility, tellsOnceOfAProcessThatStartedTooEarly)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     std::atomic<int> told = 0;
     std::atomic<std::int32_t> last = 0;
-    desk.accessibility->observeUnreadable([&](std::int32_t pid) {
+    fixture.accessibility->observeUnreadable([&](std::int32_t pid) {
         last = pid;
         ++told;
     });
-    pid_t const early = desk.desktop.start({"sleep", "100"});
-    auto const readable = desk.serveWindow({});
+    pid_t const early = fixture.desktop.start({"sleep", "100"});
+    auto const readable = fixture.serveWindow({});
     waitFor([] { return false; }, 30ms); // A start is told in steps of 10 ms.
-    desk.live.run(desk.accessibility->switchOn());
+    fixture.live.run(fixture.accessibility->switchOn());
     waitFor([] { return false; }, 30ms);
-    pid_t const late = desk.desktop.start({"sleep", "100"});
+    pid_t const late = fixture.desktop.start({"sleep", "100"});
 
     for (int at = 0; at < 2; ++at)
         for (pid_t const pid : {early, late, readable.pid, 1'999'999})
-            desk.accessibility->reader(pid, 250ms);
+            fixture.accessibility->reader(pid, 250ms);
 
     EXPECT_TRUE(waitFor([&] { return told > 0; }, 1s));
     EXPECT_FALSE(waitFor([&] { return told > 1; }, 100ms));
@@ -71,9 +71,9 @@ TEST(AtspiAccessibility, tellsOnceOfAProcessThatStartedTooEarly)
 
 TEST(AtspiAccessibility, wakesAnApplicationByAskingEachWindowOnce)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 5}}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 5}}});
+    auto const reader = fixture.reader(application);
 
     EXPECT_TRUE(reader->setFlag(reader->application(), manualAccessibility, true));
 
@@ -89,24 +89,24 @@ TEST(AtspiAccessibility, wakesAnApplicationByAskingEachWindowOnce)
 
 TEST(AtspiAccessibility, doesNotWakeAnApplicationWithoutWindows)
 {
-    AtspiDesk desk;
-    auto const application = desk.serve({{"tree", {{"role", 75}}}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serve({{"tree", {{"role", 75}}}});
+    auto const reader = fixture.reader(application);
 
     EXPECT_FALSE(reader->setFlag(reader->application(), manualAccessibility, true));
 }
 
 TEST(AtspiAccessibility, readsNothingWithoutABus)
 {
-    AtspiDesk desk({.windowManager = false, .sessionBus = false});
+    AtspiFixture fixture({.windowManager = false, .sessionBus = false});
     std::atomic<int> told = 0;
-    desk.accessibility->observeUnreadable([&](std::int32_t) { ++told; });
+    fixture.accessibility->observeUnreadable([&](std::int32_t) { ++told; });
 
-    auto const reader = desk.accessibility->reader(::getpid(), 250ms);
+    auto const reader = fixture.accessibility->reader(::getpid(), 250ms);
 
     EXPECT_EQ(reader->text(reader->application(), role), std::nullopt);
     EXPECT_FALSE(waitFor([&] { return told > 0; }, 100ms));
-    desk.live.run(desk.accessibility->switchOn());
+    fixture.live.run(fixture.accessibility->switchOn());
 }
 
 } // namespace zelvo::test

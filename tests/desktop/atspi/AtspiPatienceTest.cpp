@@ -1,4 +1,4 @@
-#include "desktop/atspi/AtspiDesk.h"
+#include "desktop/atspi/AtspiFixture.h"
 
 #include <boost/json/array.hpp>
 #include <gmock/gmock.h>
@@ -26,11 +26,11 @@ json::array buttons(int count)
 
 TEST(AtspiPatience, comesBackInTimeFromAnApplicationThatStopsInTheMiddle)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(1000), {{"stopsAfter", 1500}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(1000), {{"stopsAfter", 1500}});
+    auto const reader = fixture.reader(application);
 
-    Walk const seen = desk.walk(*reader);
+    Walk const seen = fixture.walk(*reader);
 
     EXPECT_TRUE(seen.isTruncated);
     EXPECT_GT(seen.elements.size(), 100u);
@@ -42,16 +42,16 @@ TEST(AtspiPatience, comesBackInTimeFromAnApplicationThatStopsInTheMiddle)
 
 TEST(AtspiPatience, readsOnWhenAnApplicationWasSilentForAMoment)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(300), {{"stopsAfter", 500}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(300), {{"stopsAfter", 500}});
+    auto const reader = fixture.reader(application);
     std::jthread const waker([&] {
         require("the stop", [&] { return application.calls().size() > 490; });
         waitFor([] { return false; }, 600ms);
         ::kill(application.pid, SIGCONT);
     });
 
-    Walk const seen = desk.walk(*reader, {.budget = 10s});
+    Walk const seen = fixture.walk(*reader, {.budget = 10s});
 
     // What was being waited for is lost, and what was asked ahead is asked again.
     EXPECT_FALSE(seen.isTruncated);
@@ -61,12 +61,12 @@ TEST(AtspiPatience, readsOnWhenAnApplicationWasSilentForAMoment)
 
 TEST(AtspiPatience, readsAnApplicationThatGoesOnAgain)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(200), {{"stopsAfter", 300}});
-    desk.walk(*desk.reader(application));
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(200), {{"stopsAfter", 300}});
+    fixture.walk(*fixture.reader(application));
 
     ::kill(application.pid, SIGCONT);
-    Walk const seen = desk.walk(*desk.reader(application));
+    Walk const seen = fixture.walk(*fixture.reader(application));
 
     EXPECT_THAT(seen.elements, SizeIs(201));
     EXPECT_FALSE(seen.isTruncated);
@@ -74,9 +74,9 @@ TEST(AtspiPatience, readsAnApplicationThatGoesOnAgain)
 
 TEST(AtspiPatience, asksAFrozenApplicationOneThingAtATime)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(1000));
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(1000));
+    auto const reader = fixture.reader(application);
     ASSERT_TRUE(reader->elements(reader->application(), AccessibilityAttribute::windows));
     ::kill(application.pid, SIGSTOP);
     auto const began = steady_clock::now();
@@ -85,7 +85,7 @@ TEST(AtspiPatience, asksAFrozenApplicationOneThingAtATime)
 
     EXPECT_GT(steady_clock::now() - began, 240ms);
     std::uint64_t const sent = reader->messagesSent();
-    Walk const seen = desk.walk(*reader, {.budget = 1s});
+    Walk const seen = fixture.walk(*reader, {.budget = 1s});
     EXPECT_LT(seen.took, 1300ms);
     EXPECT_LT(reader->messagesSent() - sent, 12u);
     ::kill(application.pid, SIGCONT);
@@ -93,12 +93,12 @@ TEST(AtspiPatience, asksAFrozenApplicationOneThingAtATime)
 
 TEST(AtspiPatience, findsAFrozenApplicationUnreadableQuickly)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(10));
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(10));
     ::kill(application.pid, SIGSTOP);
     auto const began = steady_clock::now();
 
-    auto const reader = desk.reader(application);
+    auto const reader = fixture.reader(application);
     auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
 
     EXPECT_EQ(windows, std::nullopt);
@@ -108,11 +108,11 @@ TEST(AtspiPatience, findsAFrozenApplicationUnreadableQuickly)
 
 TEST(AtspiPatience, doesNotGiveUpASlowApplication)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(100), {{"delay", 180}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(100), {{"delay", 180}});
+    auto const reader = fixture.reader(application);
 
-    Walk const seen = desk.walk(*reader, {.budget = 4s});
+    Walk const seen = fixture.walk(*reader, {.budget = 4s});
 
     EXPECT_TRUE(seen.isTruncated);
     EXPECT_LT(seen.took, 5s); // Finding the windows takes some of it.
@@ -124,23 +124,23 @@ TEST(AtspiPatience, doesNotGiveUpASlowApplication)
 
 TEST(AtspiPatience, comesBackInTimeFromOneThatAnswersAtTheLastMoment)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(100), {{"delay", 240}});
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(100), {{"delay", 240}});
 
-    auto const reader = desk.reader(application);
-    Walk const seen = desk.walk(*reader, {.budget = 2s});
+    auto const reader = fixture.reader(application);
+    Walk const seen = fixture.walk(*reader, {.budget = 2s});
 
     EXPECT_LT(seen.took, 2600ms);
 }
 
 TEST(AtspiPatience, readsSomethingOfAListThatTakesLongerThanThereIsTime)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     for (std::string const toolkit : {"gtk", "Chromium"}) {
-        auto const application = desk.serveWindow(buttons(5000), {{"toolkit", toolkit}, {"delay", 1}});
-        auto const reader = desk.reader(application);
+        auto const application = fixture.serveWindow(buttons(5000), {{"toolkit", toolkit}, {"delay", 1}});
+        auto const reader = fixture.reader(application);
 
-        Walk const seen = desk.walk(*reader);
+        Walk const seen = fixture.walk(*reader);
 
         EXPECT_GT(seen.elements.size(), 20u) << toolkit;
         EXPECT_LT(seen.took, 2600ms) << toolkit;
@@ -150,15 +150,15 @@ TEST(AtspiPatience, readsSomethingOfAListThatTakesLongerThanThereIsTime)
 
 TEST(AtspiPatience, saysThatSomethingIsMissingWhenItWasTooLateToAsk)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(buttons(1));
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(buttons(1));
+    auto const reader = fixture.reader(application);
     auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
     ASSERT_TRUE(windows);
-    reader->plan({.maxDepth = 25, .deadline = desk.clock->now() + 10s});
+    reader->plan({.maxDepth = 25, .deadline = fixture.clock->now() + 10s});
     ASSERT_FALSE(reader->hasFallenSilent());
 
-    reader->plan({.maxDepth = 25, .deadline = desk.clock->now()});
+    reader->plan({.maxDepth = 25, .deadline = fixture.clock->now()});
 
     // Not even an element that is the last of a walk looks as if it held nothing.
     EXPECT_EQ(reader->elements(windows->front(), AccessibilityAttribute::children), std::nullopt);
@@ -167,12 +167,13 @@ TEST(AtspiPatience, saysThatSomethingIsMissingWhenItWasTooLateToAsk)
 
 TEST(AtspiPatience, doesNotWaitForAnApplicationThatHasEnded)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     for (bool const direct : {false, true}) {
-        auto const application = desk.serveWindow(buttons(1000), {{"leavesAfter", 1500}, {"direct", direct}});
-        auto const reader = desk.reader(application);
+        auto const application =
+            fixture.serveWindow(buttons(1000), {{"leavesAfter", 1500}, {"direct", direct}});
+        auto const reader = fixture.reader(application);
 
-        Walk const seen = desk.walk(*reader, {.budget = 10s});
+        Walk const seen = fixture.walk(*reader, {.budget = 10s});
 
         EXPECT_LT(seen.took, 2s) << direct;
         EXPECT_GT(seen.elements.size(), 50u) << direct;
@@ -181,18 +182,18 @@ TEST(AtspiPatience, doesNotWaitForAnApplicationThatHasEnded)
 
 TEST(AtspiPatience, isNotHeldUpByAFrozenProcessInside)
 {
-    AtspiDesk desk;
-    auto const other = desk.serve({{"tree", {{"role", 39}, {"name", "inside"}}}});
-    std::string const name = desk.desktop.processes().output(other.pid);
+    AtspiFixture fixture;
+    auto const other = fixture.serve({{"tree", {{"role", 39}, {"name", "inside"}}}});
+    std::string const name = fixture.desktop.processes().output(other.pid);
     std::string const busName = name.substr(name.find(':'), name.find('\n', name.find(':')) - name.find(':'));
     json::array children = {
         {{"role", 39}, {"foreign", busName}, {"path", "/org/a11y/atspi/accessible/root"}}};
     children.push_back(buttons(200).front());
-    auto const application = desk.serveWindow(children);
+    auto const application = fixture.serveWindow(children);
     ::kill(other.pid, SIGSTOP);
 
-    auto const reader = desk.reader(application);
-    Walk const seen = desk.walk(*reader, {.allowsProcess = [](std::int32_t) { return true; }});
+    auto const reader = fixture.reader(application);
+    Walk const seen = fixture.walk(*reader, {.allowsProcess = [](std::int32_t) { return true; }});
 
     EXPECT_THAT(seen.elements, SizeIs(201));
     EXPECT_FALSE(seen.isTruncated);

@@ -1,4 +1,4 @@
-#include "desktop/atspi/AtspiDesk.h"
+#include "desktop/atspi/AtspiFixture.h"
 
 #include <boost/json/array.hpp>
 #include <gmock/gmock.h>
@@ -80,23 +80,23 @@ json::array mixedTree(int elements, unsigned seed)
 
 TEST(AtspiReader, readsWhatTheApplicationSays)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow({{{"role", 43},
-                                                {"name", "Save"},
-                                                {"description", "Saves it"},
-                                                {"id", "save"},
-                                                {"extents", {30, 40, 80, 24}},
-                                                {"states", {8, 12, 24, 25, 30}},
-                                                {"actions", {"click", "show menu", "grow"}}},
-                                               {{"role", 61},
-                                                {"name", "Notes"},
-                                                {"text", "a note"},
-                                                {"editable", true},
-                                                {"states", {7, 24, 25, 30, 17}}}},
-                                              {{"toolkit", "gtk"}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({{{"role", 43},
+                                                   {"name", "Save"},
+                                                   {"description", "Saves it"},
+                                                   {"id", "save"},
+                                                   {"extents", {30, 40, 80, 24}},
+                                                   {"states", {8, 12, 24, 25, 30}},
+                                                   {"actions", {"click", "show menu", "grow"}}},
+                                                  {{"role", 61},
+                                                   {"name", "Notes"},
+                                                   {"text", "a note"},
+                                                   {"editable", true},
+                                                   {"states", {7, 24, 25, 30, 17}}}},
+                                                 {{"toolkit", "gtk"}});
+    auto const reader = fixture.reader(application);
 
-    Walk const seen = desk.walk(*reader);
+    Walk const seen = fixture.walk(*reader);
 
     ASSERT_THAT(seen.elements, SizeIs(3));
     EXPECT_EQ(seen.elements[0].role, "AXWindow");
@@ -123,9 +123,9 @@ TEST(AtspiReader, readsWhatTheApplicationSays)
 
 TEST(AtspiReader, findsTheWindowsTheFocusedOneAndTheMenuBar)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::object const bar = {{"role", 39}, {"children", {{{"role", 34}, {"name", "bar"}}}}};
-    auto const application = desk.serve(
+    auto const application = fixture.serve(
         {{"tree",
           {{"role", 75},
            {"children",
@@ -134,7 +134,7 @@ TEST(AtspiReader, findsTheWindowsTheFocusedOneAndTheMenuBar)
              {{"role", 23}, {"name", "hidden"}, {"states", {8}}},
              {{"role", 23}, {"name", "gone"}, {"states", {6, 25, 30}}},
              {{"role", 16}, {"name", "second"}, {"states", {1, 25, 30}}, {"children", {bar}}}}}}}});
-    auto const reader = desk.reader(application);
+    auto const reader = fixture.reader(application);
 
     auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
     auto const focused = reader->element(reader->application(), AccessibilityAttribute::focusedWindow);
@@ -153,14 +153,14 @@ TEST(AtspiReader, findsTheWindowsTheFocusedOneAndTheMenuBar)
 
 TEST(AtspiReader, readsTheSameAheadAndOneByOne)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     for (std::string const toolkit : {"gtk", "Qt", "Chromium"}) {
-        auto const application = desk.serveWindow(mixedTree(600, 7), {{"toolkit", toolkit}});
-        auto const ahead = desk.reader(application, 5s);
-        auto const behind = desk.reader(application, 5s);
+        auto const application = fixture.serveWindow(mixedTree(600, 7), {{"toolkit", toolkit}});
+        auto const ahead = fixture.reader(application, 5s);
+        auto const behind = fixture.reader(application, 5s);
 
-        Walk const quick = desk.walk(*ahead, {.maxDepth = 600, .budget = 30s});
-        Walk const slow = desk.walk(*behind, {.maxDepth = 600, .budget = 30s, .readsAhead = false});
+        Walk const quick = fixture.walk(*ahead, {.maxDepth = 600, .budget = 30s});
+        Walk const slow = fixture.walk(*behind, {.maxDepth = 600, .budget = 30s, .readsAhead = false});
 
         EXPECT_GT(quick.elements.size(), 500u);
         EXPECT_EQ(told(quick), told(slow)) << toolkit;
@@ -169,7 +169,7 @@ TEST(AtspiReader, readsTheSameAheadAndOneByOne)
 
 TEST(AtspiReader, neverAsksForTheTextOfAPassword)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::object const field = {{"role", 40},
                                 {"name", "Password"},
                                 {"text", "hunter2"},
@@ -183,10 +183,10 @@ TEST(AtspiReader, neverAsksForTheTextOfAPassword)
                                    {"states", {7, 8, 24, 25, 30}}},
                                   {{"role", 26}, {"name", "Show"}}}}};
     for (std::string const toolkit : {"gtk", "Qt", "Chromium"}) {
-        auto const application = desk.serveWindow({field}, {{"toolkit", toolkit}});
-        auto const reader = desk.reader(application);
+        auto const application = fixture.serveWindow({field}, {{"toolkit", toolkit}});
+        auto const reader = fixture.reader(application);
 
-        Walk const seen = desk.walk(*reader);
+        Walk const seen = fixture.walk(*reader);
         for (WalkedElement const& element : seen.elements)
             EXPECT_EQ(reader->text(element.handle, value), std::nullopt);
 
@@ -202,11 +202,11 @@ TEST(AtspiReader, neverAsksForTheTextOfAPassword)
 
 TEST(AtspiReader, neverAsksQtForAllPropertiesAtOnce)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     for (std::string const toolkit : {"Qt", "", "Something new"}) {
-        auto const application = desk.serveWindow(mixedTree(50, 3), {{"toolkit", toolkit}});
+        auto const application = fixture.serveWindow(mixedTree(50, 3), {{"toolkit", toolkit}});
 
-        desk.walk(*desk.reader(application));
+        fixture.walk(*fixture.reader(application));
 
         EXPECT_EQ(application.countOf("GetAll"), 0u) << toolkit;
         EXPECT_EQ(application.countOf("GetAttributes"), 0u) << toolkit;
@@ -215,22 +215,22 @@ TEST(AtspiReader, neverAsksQtForAllPropertiesAtOnce)
 
 TEST(AtspiReader, givesActionsTheirNamesAndNotTheirTranslations)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::object const button = {
         {"role", 43}, {"actions", {"click", "edit"}}, {"translated", {"Нажать", "Править"}}};
-    auto const gtk = desk.serveWindow({button, button, button}, {{"toolkit", "gtk"}});
-    auto const chromium = desk.serveWindow(
+    auto const gtk = fixture.serveWindow({button, button, button}, {{"toolkit", "gtk"}});
+    auto const chromium = fixture.serveWindow(
         {{{"role", 88}, {"actions", {"jump", "showContextMenu"}}, {"translated", {"", ""}}},
          {{"role", 85}, {"actions", {"doDefault", "showContextMenu"}}, {"translated", {"", ""}}}},
         {{"toolkit", "Chromium"}});
     // LibreOffice translates none, but means them all.
-    auto const office = desk.serveWindow(
+    auto const office = fixture.serveWindow(
         {{{"role", 48}, {"actions", {"decrementLine", "incrementLine"}}, {"translated", {"", ""}}}},
         {{"toolkit", "gtk"}});
 
-    Walk const seen = desk.walk(*desk.reader(gtk));
-    Walk const page = desk.walk(*desk.reader(chromium));
-    Walk const bar = desk.walk(*desk.reader(office));
+    Walk const seen = fixture.walk(*fixture.reader(gtk));
+    Walk const page = fixture.walk(*fixture.reader(chromium));
+    Walk const bar = fixture.walk(*fixture.reader(office));
 
     ASSERT_THAT(seen.elements, SizeIs(4));
     for (WalkedElement const& one : seen.elements)
@@ -245,12 +245,12 @@ TEST(AtspiReader, givesActionsTheirNamesAndNotTheirTranslations)
 
 TEST(AtspiReader, learnsTheNameOfAnActionOnce)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(
         {{{"role", 43}, {"repeat", 100}, {"actions", {"click"}}, {"translated", {"Нажать"}}}},
         {{"toolkit", "gtk"}});
 
-    desk.walk(*desk.reader(application), {.readsAhead = false});
+    fixture.walk(*fixture.reader(application), {.readsAhead = false});
 
     EXPECT_EQ(application.countOf("GetActions"), 101u); // The window's too.
     EXPECT_EQ(application.countOf("GetName"), 1u);
@@ -258,15 +258,15 @@ TEST(AtspiReader, learnsTheNameOfAnActionOnce)
 
 TEST(AtspiReader, givesFieldsTheWordsOfTheirLabels)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::array const children = {{{"role", 29}, {"name", "Your name"}, {"label", "a"}},
                                   {{"role", 61}, {"editable", true}, {"labelledBy", "a"}},
                                   {{"role", 61}, {"editable", true}, {"name", "Own"}, {"labelledBy", "a"}},
                                   {{"role", 43}, {"labelledBy", "a"}},
                                   {{"role", 40}}};
-    auto const application = desk.serveWindow(children, {{"toolkit", "gtk"}});
+    auto const application = fixture.serveWindow(children, {{"toolkit", "gtk"}});
 
-    Walk const seen = desk.walk(*desk.reader(application));
+    Walk const seen = fixture.walk(*fixture.reader(application));
 
     ASSERT_THAT(seen.elements, SizeIs(6));
     EXPECT_EQ(seen.elements[2].title, "Your name");
@@ -278,12 +278,12 @@ TEST(AtspiReader, givesFieldsTheWordsOfTheirLabels)
 
 TEST(AtspiReader, asksQtForNoMoreTextThanThereIs)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow(
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow(
         {{{"role", 61}, {"editable", true}, {"text", "several lines"}}, {{"role", 61}, {"editable", true}}},
         {{"toolkit", "Qt"}});
 
-    Walk const seen = desk.walk(*desk.reader(application));
+    Walk const seen = fixture.walk(*fixture.reader(application));
 
     ASSERT_THAT(seen.elements, SizeIs(3));
     EXPECT_EQ(seen.elements[1].value, "several lines");
@@ -292,16 +292,16 @@ TEST(AtspiReader, asksQtForNoMoreTextThanThereIs)
 
 TEST(AtspiReader, asksForNoMoreOfAParagraphThanThereIs)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow({{{"role", 73},
-                                                {"editable", true},
-                                                {"text", "Dear reader,"},
-                                                {"states", {7, 8, 17, 25, 30}},
-                                                {"repeat", 2}},
-                                               {{"role", 61}, {"editable", true}, {"text", "field"}}},
-                                              {{"toolkit", "gtk"}});
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({{{"role", 73},
+                                                   {"editable", true},
+                                                   {"text", "Dear reader,"},
+                                                   {"states", {7, 8, 17, 25, 30}},
+                                                   {"repeat", 2}},
+                                                  {{"role", 61}, {"editable", true}, {"text", "field"}}},
+                                                 {{"toolkit", "gtk"}});
 
-    Walk const seen = desk.walk(*desk.reader(application));
+    Walk const seen = fixture.walk(*fixture.reader(application));
 
     ASSERT_THAT(seen.elements, SizeIs(4));
     EXPECT_EQ(seen.elements[1].value, "Dear reader,");
@@ -311,14 +311,14 @@ TEST(AtspiReader, asksForNoMoreOfAParagraphThanThereIs)
 
 TEST(AtspiReader, asksForAttributesOnlyWhereTheWebTreeExists)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::object const button = {{"role", 43}, {"name", "Go"}, {"id", "go"}};
-    auto const asleep = desk.serveWindow({button}, {{"toolkit", "Chromium"}});
-    auto const awake = desk.serveWindow({{{"role", 95}, {"name", "page"}, {"children", {button}}}},
-                                        {{"toolkit", "Chromium"}});
+    auto const asleep = fixture.serveWindow({button}, {{"toolkit", "Chromium"}});
+    auto const awake = fixture.serveWindow({{{"role", 95}, {"name", "page"}, {"children", {button}}}},
+                                           {{"toolkit", "Chromium"}});
 
-    Walk const before = desk.walk(*desk.reader(asleep));
-    Walk const after = desk.walk(*desk.reader(awake));
+    Walk const before = fixture.walk(*fixture.reader(asleep));
+    Walk const after = fixture.walk(*fixture.reader(awake));
 
     EXPECT_EQ(asleep.countOf("GetAttributes"), 0u);
     ASSERT_TRUE(before.find("Go") && after.find("Go"));
@@ -328,15 +328,15 @@ TEST(AtspiReader, asksForAttributesOnlyWhereTheWebTreeExists)
 
 TEST(AtspiReader, asksOnlyWhatIsGoingToBeWanted)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     auto const application =
-        desk.serveWindow({{{"role", 29}, {"name", "label"}, {"repeat", 50}, {"extents", {0, 0, 50, 50}}},
-                          {{"role", 43}, {"name", "hidden"}, {"repeat", 50}, {"states", {8, 24}}},
-                          {{"role", 43}, {"name", "button"}, {"repeat", 10}}},
-                         {{"toolkit", "gtk"}});
-    auto const reader = desk.reader(application);
+        fixture.serveWindow({{{"role", 29}, {"name", "label"}, {"repeat", 50}, {"extents", {0, 0, 50, 50}}},
+                             {{"role", 43}, {"name", "hidden"}, {"repeat", 50}, {"states", {8, 24}}},
+                             {{"role", 43}, {"name", "button"}, {"repeat", 10}}},
+                            {{"toolkit", "gtk"}});
+    auto const reader = fixture.reader(application);
 
-    desk.walk(*reader, {.describes = [](std::string_view axRole) { return axRole == "AXButton"; }});
+    fixture.walk(*reader, {.describes = [](std::string_view axRole) { return axRole == "AXButton"; }});
 
     EXPECT_EQ(application.countOf("GetRole"), 112u);
     EXPECT_EQ(application.countOf("GetExtents"), 11u); // The window's too.
@@ -346,16 +346,16 @@ TEST(AtspiReader, asksOnlyWhatIsGoingToBeWanted)
 
 TEST(AtspiReader, looksForNothingInAButtonOutOfSight)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::array const inside = {{{"role", 29}, {"name", "inside"}}};
     json::array const parts = {
         {{"role", 43}, {"name", "button"}, {"states", {8, 24, 30}}, {"children", inside}},
         {{"role", 39}, {"name", "panel"}, {"states", {8, 24, 30}}, {"children", inside}},
         {{"role", 43}, {"name", "shown"}, {"children", inside}}};
     for (std::string const toolkit : {"gtk", "Chromium", "Qt"}) {
-        auto const application = desk.serveWindow(parts, {{"toolkit", toolkit}});
+        auto const application = fixture.serveWindow(parts, {{"toolkit", toolkit}});
 
-        Walk const seen = desk.walk(*desk.reader(application));
+        Walk const seen = fixture.walk(*fixture.reader(application));
 
         EXPECT_THAT(seen.elements, SizeIs(toolkit == "Qt" ? 7 : 6)) << toolkit;
         EXPECT_EQ(application.count("2 GetChildren"), toolkit == "Qt" ? 1u : 0u) << toolkit;
@@ -364,19 +364,19 @@ TEST(AtspiReader, looksForNothingInAButtonOutOfSight)
 
 TEST(AtspiReader, boundsTexts)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     std::string const huge(1u << 20, 'x');
     std::string const rightToLeft{'\xe2', '\x80', '\xae'}; // U+202E, which turns the letters after it round.
     std::string const odd = "a\x01\x1b[2J" + rightToLeft + "b\u200fc";
-    auto const application = desk.serveWindow({{{"role", 43}, {"name", huge}, {"description", huge}},
-                                               {{"role", 43}, {"name", odd}},
-                                               {{"role", 61},
-                                                {"name", "field"},
-                                                {"text", huge},
-                                                {"editable", true},
-                                                {"states", {7, 8, 24, 25, 30}}}});
+    auto const application = fixture.serveWindow({{{"role", 43}, {"name", huge}, {"description", huge}},
+                                                  {{"role", 43}, {"name", odd}},
+                                                  {{"role", 61},
+                                                   {"name", "field"},
+                                                   {"text", huge},
+                                                   {"editable", true},
+                                                   {"states", {7, 8, 24, 25, 30}}}});
 
-    Walk const seen = desk.walk(*desk.reader(application));
+    Walk const seen = fixture.walk(*fixture.reader(application));
 
     ASSERT_THAT(seen.elements, SizeIs(4));
     EXPECT_EQ(seen.elements[1].title.value_or("").size(), 64u << 10);
@@ -387,13 +387,13 @@ TEST(AtspiReader, boundsTexts)
 
 TEST(AtspiReader, boundsAllTextsTogether)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     std::string const huge(64u << 10, 'x');
-    auto const application =
-        desk.serveWindow({{{"role", 43}, {"name", huge}, {"repeat", 200}}, {{"role", 43}, {"name", "last"}}});
-    auto const reader = desk.reader(application, 5s);
+    auto const application = fixture.serveWindow(
+        {{{"role", 43}, {"name", huge}, {"repeat", 200}}, {{"role", 43}, {"name", "last"}}});
+    auto const reader = fixture.reader(application, 5s);
 
-    Walk const seen = desk.walk(*reader, {.budget = 20s});
+    Walk const seen = fixture.walk(*reader, {.budget = 20s});
 
     ASSERT_THAT(seen.elements, SizeIs(202));
     std::size_t told = 0;
@@ -409,9 +409,9 @@ TEST(AtspiReader, boundsAllTextsTogether)
 
 TEST(AtspiReader, meetsEachElementOnce)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     // A cycle, an element in two places, the application and the null reference as children, a stale child.
-    auto const application = desk.serve(
+    auto const application = fixture.serve(
         {{"tree",
           {{"role", 75},
            {"label", "application"},
@@ -427,9 +427,9 @@ TEST(AtspiReader, meetsEachElementOnce)
                 {{"role", 43}, {"path", "/org/a11y/atspi/accessible/99999"}},
                 {{"role", 43}, {"name", "gone"}, {"states", {6, 25, 30}}},
                 {{"role", 43}, {"name", "two"}, {"children", {{{"same", "one"}}}}}}}}}}}}});
-    auto const reader = desk.reader(application);
+    auto const reader = fixture.reader(application);
 
-    Walk const seen = desk.walk(*reader);
+    Walk const seen = fixture.walk(*reader);
 
     EXPECT_THAT(titles(seen), ElementsAre("window", "one", "two"));
     EXPECT_FALSE(seen.isTruncated);
@@ -437,7 +437,7 @@ TEST(AtspiReader, meetsEachElementOnce)
 
 TEST(AtspiReader, bearsLiesAboutTheNumberOfChildren)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     json::array const rows = {{{"role", 32}, {"name", "row"}, {"repeat", 3}}};
     for (std::string const toolkit : {"gtk", "Qt"})
         for (int const claim : {-5, 1, 2'000'000'000}) {
@@ -448,9 +448,9 @@ TEST(AtspiReader, bearsLiesAboutTheNumberOfChildren)
                  {"claims", claim},
                  {"children", rows}},
                 {{"role", 31}, {"name", "list"}, {"claims", claim}, {"children", rows}}};
-            auto const application = desk.serveWindow(children, {{"toolkit", toolkit}});
+            auto const application = fixture.serveWindow(children, {{"toolkit", toolkit}});
 
-            Walk const seen = desk.walk(*desk.reader(application));
+            Walk const seen = fixture.walk(*fixture.reader(application));
 
             EXPECT_THAT(seen.elements, SizeIs(9)) << claim;
         }
@@ -458,14 +458,14 @@ TEST(AtspiReader, bearsLiesAboutTheNumberOfChildren)
 
 TEST(AtspiReader, readsTheFirstRowsOfALongTable)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     auto const application =
-        desk.serveWindow({{{"role", 66},
-                           {"name", "table"},
-                           {"states", {24, 25, 30, 31}},
-                           {"children", {{{"role", 56}, {"name", "row"}, {"repeat", 5000}}}}}});
+        fixture.serveWindow({{{"role", 66},
+                              {"name", "table"},
+                              {"states", {24, 25, 30, 31}},
+                              {"children", {{{"role", 56}, {"name", "row"}, {"repeat", 5000}}}}}});
 
-    Walk const seen = desk.walk(*desk.reader(application), {.budget = 10s});
+    Walk const seen = fixture.walk(*fixture.reader(application), {.budget = 10s});
 
     EXPECT_THAT(seen.elements, SizeIs(502));
     EXPECT_EQ(seen.elements.back().title, "row499");
@@ -474,10 +474,10 @@ TEST(AtspiReader, readsTheFirstRowsOfALongTable)
 
 TEST(AtspiReader, asksGtkForTheChildrenOfALongListOneByOne)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     auto const application =
-        desk.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 3000}}}, {{"toolkit", "gtk"}});
-    auto const reader = desk.reader(application);
+        fixture.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 3000}}}, {{"toolkit", "gtk"}});
+    auto const reader = fixture.reader(application);
     auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
     ASSERT_TRUE(windows && windows->size() == 1);
 
@@ -491,17 +491,17 @@ TEST(AtspiReader, asksGtkForTheChildrenOfALongListOneByOne)
 
 TEST(AtspiReader, boundsTheNumberOfChildren)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 100'000}}});
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 100'000}}});
     // A list of so many takes the application its time.
-    auto const reader = desk.reader(application, 5s);
+    auto const reader = fixture.reader(application, 5s);
     auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
     ASSERT_TRUE(windows && windows->size() == 1);
 
     EXPECT_THAT(reader->elements(windows->front(), children).value_or(std::vector<AccessibilityElement>()),
                 SizeIs(10'000));
 
-    Walk const seen = desk.walk(*desk.reader(application, 5s), {.budget = 10s});
+    Walk const seen = fixture.walk(*fixture.reader(application, 5s), {.budget = 10s});
     EXPECT_TRUE(seen.isTruncated);
     EXPECT_LT(seen.took, 10s);
     EXPECT_LT(application.countOf("GetRole"), 2'100u); // Of 1500 that were wanted.
@@ -509,11 +509,11 @@ TEST(AtspiReader, boundsTheNumberOfChildren)
 
 TEST(AtspiReader, readsNoDeeperThanTheWalk)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow({{{"role", 39}, {"name", "level"}, {"deep", 10'000}}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({{{"role", 39}, {"name", "level"}, {"deep", 10'000}}});
+    auto const reader = fixture.reader(application);
 
-    Walk const seen = desk.walk(*reader);
+    Walk const seen = fixture.walk(*reader);
 
     EXPECT_THAT(seen.elements, SizeIs(26));
     EXPECT_TRUE(seen.isTruncated);
@@ -522,24 +522,24 @@ TEST(AtspiReader, readsNoDeeperThanTheWalk)
 
 TEST(AtspiReader, readsElementsOfOtherProcessesWhereThatIsAllowed)
 {
-    AtspiDesk desk;
-    auto const other = desk.serve({{"tree", {{"role", 39}, {"name", "inside"}}}});
-    std::string const name = desk.desktop.processes().output(other.pid);
+    AtspiFixture fixture;
+    auto const other = fixture.serve({{"tree", {{"role", 39}, {"name", "inside"}}}});
+    std::string const name = fixture.desktop.processes().output(other.pid);
     std::string const busName = name.substr(name.find(':'), name.find('\n', name.find(':')) - name.find(':'));
-    auto const application = desk.serveWindow(
+    auto const application = fixture.serveWindow(
         {{{"role", 39}, {"foreign", busName}, {"path", "/org/a11y/atspi/accessible/root"}},
          {{"role", 43}, {"name", "own"}},
          {{"role", 39}, {"foreign", ":1.99999"}, {"path", "/org/a11y/atspi/accessible/root"}}});
     std::vector<std::int32_t> asked;
 
-    Walk const allowed = desk.walk(*desk.reader(application), {.allowsProcess = [&](std::int32_t pid) {
+    Walk const allowed = fixture.walk(*fixture.reader(application), {.allowsProcess = [&](std::int32_t pid) {
         asked.push_back(pid);
         return true;
     }});
     std::size_t const callsThen = other.calls().size();
     Walk const refused =
-        desk.walk(*desk.reader(application), {.allowsProcess = [](std::int32_t) { return false; }});
-    Walk const unasked = desk.walk(*desk.reader(application));
+        fixture.walk(*fixture.reader(application), {.allowsProcess = [](std::int32_t) { return false; }});
+    Walk const unasked = fixture.walk(*fixture.reader(application));
 
     EXPECT_THAT(titles(allowed), ElementsAre("window", "inside", "own"));
     EXPECT_THAT(asked, ElementsAre(other.pid));
@@ -550,12 +550,12 @@ TEST(AtspiReader, readsElementsOfOtherProcessesWhereThatIsAllowed)
 
 TEST(AtspiReader, usesTheApplicationsOwnSocket)
 {
-    AtspiDesk desk;
-    auto const direct = desk.serveWindow(mixedTree(100, 5), {{"toolkit", "gtk"}, {"direct", true}});
-    auto const onBus = desk.serveWindow(mixedTree(100, 5), {{"toolkit", "gtk"}});
+    AtspiFixture fixture;
+    auto const direct = fixture.serveWindow(mixedTree(100, 5), {{"toolkit", "gtk"}, {"direct", true}});
+    auto const onBus = fixture.serveWindow(mixedTree(100, 5), {{"toolkit", "gtk"}});
 
-    Walk const first = desk.walk(*desk.reader(direct));
-    Walk const second = desk.walk(*desk.reader(onBus));
+    Walk const first = fixture.walk(*fixture.reader(direct));
+    Walk const second = fixture.walk(*fixture.reader(onBus));
 
     EXPECT_GT(first.elements.size(), 90u);
     EXPECT_EQ(told(first), told(second));
@@ -563,41 +563,41 @@ TEST(AtspiReader, usesTheApplicationsOwnSocket)
 
 TEST(AtspiReader, findsApplicationsThatComeAfterThoseThatAreKnown)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     auto const manners = boost::json::object{{"toolkit", "gtk"}, {"direct", true}};
-    auto const first = desk.serveWindow({{{"role", 43}, {"name", "first"}}}, manners);
+    auto const first = fixture.serveWindow({{{"role", 43}, {"name", "first"}}}, manners);
     for (int i = 0; i < 3; ++i)
-        EXPECT_THAT(titles(desk.walk(*desk.reader(first))), ElementsAre("window", "first")) << i;
+        EXPECT_THAT(titles(fixture.walk(*fixture.reader(first))), ElementsAre("window", "first")) << i;
 
-    auto const second = desk.serveWindow({{{"role", 43}, {"name", "second"}}}, manners);
+    auto const second = fixture.serveWindow({{{"role", 43}, {"name", "second"}}}, manners);
     for (int i = 0; i < 3; ++i) {
-        EXPECT_THAT(titles(desk.walk(*desk.reader(second))), ElementsAre("window", "second")) << i;
-        EXPECT_THAT(titles(desk.walk(*desk.reader(first))), ElementsAre("window", "first")) << i;
+        EXPECT_THAT(titles(fixture.walk(*fixture.reader(second))), ElementsAre("window", "second")) << i;
+        EXPECT_THAT(titles(fixture.walk(*fixture.reader(first))), ElementsAre("window", "first")) << i;
     }
 }
 
 TEST(AtspiReader, forgetsAnApplicationThatHasEnded)
 {
-    AtspiDesk desk;
+    AtspiFixture fixture;
     auto const application =
-        desk.serveWindow({{{"role", 43}, {"name", "b"}}}, {{"toolkit", "gtk"}, {"direct", true}});
-    desk.walk(*desk.reader(application));
-    desk.walk(*desk.reader(application));
+        fixture.serveWindow({{{"role", 43}, {"name", "b"}}}, {{"toolkit", "gtk"}, {"direct", true}});
+    fixture.walk(*fixture.reader(application));
+    fixture.walk(*fixture.reader(application));
 
-    desk.desktop.processes().end(application.pid, SIGKILL);
+    fixture.desktop.processes().end(application.pid, SIGKILL);
 
-    auto const gone = [&] { return desk.reader(application)->isOnBus() == false; };
+    auto const gone = [&] { return fixture.reader(application)->isOnBus() == false; };
     EXPECT_TRUE(waitFor(gone));
 }
 
 TEST(AtspiReader, forgetsWhatItKnewWithEachPlan)
 {
-    AtspiDesk desk;
-    auto const application = desk.serveWindow({{{"role", 43}, {"name", "b"}}});
-    auto const reader = desk.reader(application);
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({{{"role", 43}, {"name", "b"}}});
+    auto const reader = fixture.reader(application);
 
-    Walk const first = desk.walk(*reader);
-    Walk const second = desk.walk(*reader);
+    Walk const first = fixture.walk(*reader);
+    Walk const second = fixture.walk(*reader);
 
     EXPECT_EQ(told(first), told(second));
     EXPECT_EQ(application.count("2 GetExtents"), 2u);
@@ -605,8 +605,8 @@ TEST(AtspiReader, forgetsWhatItKnewWithEachPlan)
 
 TEST(AtspiReader, knowsNothingWithoutAnApplication)
 {
-    AtspiDesk desk;
-    auto const reader = desk.accessibility->reader(::getpid(), 250ms);
+    AtspiFixture fixture;
+    auto const reader = fixture.accessibility->reader(::getpid(), 250ms);
 
     EXPECT_EQ(reader->text(reader->application(), role), std::nullopt);
     EXPECT_EQ(reader->elements(reader->application(), AccessibilityAttribute::windows), std::nullopt);

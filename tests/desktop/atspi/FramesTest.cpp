@@ -1,6 +1,6 @@
 // Where elements are said to be, against the pixels of the screen.
 #include "desktop/applications/Applications.h"
-#include "desktop/atspi/AtspiDesk.h"
+#include "desktop/atspi/AtspiFixture.h"
 #include "desktop/harness/Painter.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 
@@ -34,8 +34,8 @@ std::string nameOf(testing::TestParamInfo<Showing> const& showing)
 
 class Frames : public testing::TestWithParam<Showing> {
 protected:
-    AtspiDesk desk{{.width = 1920, .height = 1200, .accessibility = true}, AtspiDesk::Screen::known};
-    PrivateDesktop& desktop = desk.desktop;
+    AtspiFixture fixture{{.width = 1920, .height = 1200, .accessibility = true}, AtspiFixture::Screen::known};
+    PrivateDesktop& desktop = fixture.desktop;
     Painter painter{desktop.display()};
     std::shared_ptr<X11Connection> connection = X11Connection::open();
     pid_t pid = 0;
@@ -82,11 +82,11 @@ protected:
     /// The places of the elements by their names, those without a place left out.
     std::map<std::string, DesktopRect> places() const
     {
-        auto const reader = desk.accessibility->reader(pid, 250ms);
+        auto const reader = fixture.accessibility->reader(pid, 250ms);
         if (GetParam().toolkit == Toolkit::chromium)
             reader->setFlag(reader->application(), AccessibilityAttribute::manualAccessibility, true);
         std::map<std::string, DesktopRect> found;
-        for (WalkedElement const& one : walkWindows(*reader, *desk.clock).elements)
+        for (WalkedElement const& one : walkWindows(*reader, *fixture.clock).elements)
             if (one.title && one.position && one.size)
                 found[*one.title] = {one.position->x, one.position->y, one.size->width, one.size->height};
         return found;

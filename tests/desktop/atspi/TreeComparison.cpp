@@ -201,10 +201,10 @@ void TreeComparison::show(Subject const& subject)
 
 std::vector<WalkedElement> TreeComparison::ours(bool isChromium) const
 {
-    auto const reader = desk.accessibility->reader(pid, 1s);
+    auto const reader = fixture.accessibility->reader(pid, 1s);
     if (isChromium)
         reader->setFlag(reader->application(), AccessibilityAttribute::manualAccessibility, true);
-    return walkWindows(*reader, *desk.clock, {.maxElements = 5000, .budget = 20s}).elements;
+    return walkWindows(*reader, *fixture.clock, {.maxElements = 5000, .budget = 20s}).elements;
 }
 
 std::vector<OtherElement> TreeComparison::theirs(Subject const& subject)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "desktop/applications/Applications.h"
-#include "desktop/atspi/AtspiDesk.h"
+#include "desktop/atspi/AtspiFixture.h"
 
 #include <boost/json/object.hpp>
 #include <gtest/gtest.h>
@@ -36,8 +36,8 @@ struct OtherElement {
 /// A desktop on which one application is read twice: by our reader, and by one that is not ours.
 class TreeComparison : public testing::Test {
 protected:
-    AtspiDesk desk{{.accessibility = true}, AtspiDesk::Screen::known};
-    PrivateDesktop& desktop = desk.desktop;
+    AtspiFixture fixture{{.accessibility = true}, AtspiFixture::Screen::known};
+    PrivateDesktop& desktop = fixture.desktop;
     pid_t pid = 0;
 
     /// Starts it and waits for its window.

@@ -56,7 +56,7 @@ TEST_F(Trees, haveTheTextAndTheMenuBarOfAnEditor)
     });
 
     EXPECT_EQ(text, "A line of text.\n");
-    auto const reader = desk.accessibility->reader(pid, 1s);
+    auto const reader = fixture.accessibility->reader(pid, 1s);
     EXPECT_TRUE(reader->element(reader->application(), AccessibilityAttribute::focusedWindow));
     EXPECT_TRUE(reader->element(reader->application(), AccessibilityAttribute::menuBar));
 }
@@ -116,7 +116,7 @@ TEST_F(Trees, areNotThereOfATerminal)
 {
     std::atomic<int> notices = 0;
     std::atomic<pid_t> about = 0;
-    desk.accessibility->observeUnreadable([&](std::int32_t process) {
+    fixture.accessibility->observeUnreadable([&](std::int32_t process) {
         about = process;
         ++notices;
     });

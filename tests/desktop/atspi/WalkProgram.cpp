@@ -1,4 +1,4 @@
-#include "desktop/atspi/AtspiDesk.h"
+#include "desktop/atspi/AtspiFixture.h"
 #include "drivers/TreeWalk.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // What the probe sees of real applications, against what a walk tells of them.
 #include "desktop/applications/Applications.h"
-#include "desktop/confirm/ProbeDesk.h"
+#include "desktop/confirm/ProbeFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,13 +41,13 @@ bool isSame(std::optional<ProbedElement> const& probed, UiElementInfo const& inf
 class Probes : public testing::Test {
 protected:
     PrivateDesktop desktop{{.height = 1200, .accessibility = true}};
-    std::unique_ptr<ProbeDesk> desk;
+    std::unique_ptr<ProbeFixture> fixture;
     pid_t pid = 0;
 
     void SetUp() override
     {
         desktop.adoptEnvironment();
-        desk = std::make_unique<ProbeDesk>();
+        fixture = std::make_unique<ProbeFixture>();
     }
 
     void show(TestApplication const& application)
@@ -70,8 +70,8 @@ protected:
     /// The elements that can be operated and whose centres nothing of another application covers.
     std::vector<UiElementInfo> operable()
     {
-        auto all = desk->snapshot(pid, true);
-        std::erase_if(all, [&](UiElementInfo const& info) { return !desk->isOnTop(pid, centerOf(info)); });
+        auto all = fixture->snapshot(pid, true);
+        std::erase_if(all, [&](UiElementInfo const& info) { return !fixture->isOnTop(pid, centerOf(info)); });
         return all;
     }
 
@@ -95,7 +95,7 @@ protected:
         for (UiElementInfo const& info : operable()) {
             if (exceptions.contains(info.role + " " + info.title.value_or("")))
                 continue;
-            if (auto const seen = desk->element(centerOf(info)); !isSame(seen, info))
+            if (auto const seen = fixture->element(centerOf(info)); !isSame(seen, info))
                 found.push_back(info.compactLine() + ": " + textOf(seen));
         }
         return found;
@@ -122,7 +122,7 @@ protected:
     {
         std::optional<ProbedElement> probed;
         waitFor([&] {
-            probed = desk->element(at);
+            probed = fixture->element(at);
             return probed && probed->title == title;
         });
         return probed;
@@ -142,7 +142,7 @@ protected:
     {
         std::optional<ProbedElement> probed;
         waitFor([&] {
-            probed = desk->focused();
+            probed = fixture->focused();
             return probed && probed->role == role;
         });
         return probed;
@@ -205,8 +205,8 @@ TEST_F(Probes, seeAButtonOfAQuestionInADialog)
     EXPECT_EQ(probed->role, "AXButton");
     EXPECT_EQ(probed->windowSubrole, "AXDialog");
     EXPECT_TRUE(probed->appName);
-    EXPECT_EQ(textOf(desk->dialog()).find("AXWindow subrole='AXDialog' title='Delete'"), 0u)
-        << textOf(desk->dialog());
+    EXPECT_EQ(textOf(fixture->dialog()).find("AXWindow subrole='AXDialog' title='Delete'"), 0u)
+        << textOf(fixture->dialog());
     EXPECT_EQ(focusOn("AXButton")->windowSubrole, "AXDialog");
 }
 
@@ -222,8 +222,8 @@ TEST_F(Probes, seeAButtonOfAMessageOfQtInADialog)
     ASSERT_TRUE(probed);
     EXPECT_EQ(probed->role, "AXButton");
     EXPECT_EQ(probed->windowSubrole, "AXDialog");
-    EXPECT_EQ(textOf(desk->dialog()).find("AXWindow subrole='AXDialog' title='Qt question'"), 0u)
-        << textOf(desk->dialog());
+    EXPECT_EQ(textOf(fixture->dialog()).find("AXWindow subrole='AXDialog' title='Qt question'"), 0u)
+        << textOf(fixture->dialog());
     EXPECT_EQ(focusOn("AXButton")->windowSubrole, "AXDialog");
 }
 
@@ -277,7 +277,7 @@ TEST_P(ProbesOfFocus, seeTheFieldThatHasIt)
     std::optional<ProbedElement> const probed = focusOn("AXTextField");
     EXPECT_TRUE(isSame(probed, field)) << textOf(probed);
     EXPECT_EQ(probed->windowSubrole, "AXStandardWindow");
-    EXPECT_EQ(desk->dialog(), std::nullopt);
+    EXPECT_EQ(fixture->dialog(), std::nullopt);
 }
 
 std::string nameOf(testing::TestParamInfo<Toolkit> const& given)
@@ -304,7 +304,7 @@ TEST_F(Probes, giveUpAFrozenApplicationAtItsTimeOut)
     ::kill(pid, SIGSTOP);
 
     auto const start = std::chrono::steady_clock::now();
-    auto const probed = desk->element(at);
+    auto const probed = fixture->element(at);
     auto const took = std::chrono::steady_clock::now() - start;
 
     ::kill(pid, SIGCONT);
@@ -319,19 +319,19 @@ TEST_F(Probes, seeNothingOfAHiddenApplication)
     DesktopPoint const at = centerOf(wait("Yes"));
     ASSERT_TRUE(seen(at, "Yes"));
 
-    desk->live.run(desk->hiddenApps->add("zenity"));
+    fixture->live.run(fixture->hiddenApps->add("zenity"));
 
-    EXPECT_EQ(desk->element(at), std::nullopt);
-    EXPECT_EQ(desk->dialog(), std::nullopt);
-    EXPECT_EQ(desk->focused(), std::nullopt);
+    EXPECT_EQ(fixture->element(at), std::nullopt);
+    EXPECT_EQ(fixture->dialog(), std::nullopt);
+    EXPECT_EQ(fixture->focused(), std::nullopt);
 }
 
 TEST_F(Probes, seeNothingOfATerminalAndOfTheDesktop)
 {
     show({{"xterm", "-geometry", "40x10+100+100"}, {.className = "XTerm"}});
 
-    EXPECT_EQ(desk->element({150, 170}), std::nullopt);
-    EXPECT_EQ(desk->element({1800, 1100}), std::nullopt);
+    EXPECT_EQ(fixture->element({150, 170}), std::nullopt);
+    EXPECT_EQ(fixture->element({1800, 1100}), std::nullopt);
 }
 
 #else
@@ -364,15 +364,15 @@ TEST_F(Probes, seePayInAPageOfASleepingChromiumAtTheFirstLook)
               "height:90%;background:green' src='data:image/gif;base64,R0lGODlhAQABAAAAACwAAAAAAQABAAA='>Pay"
               "</button>"));
     // The page must be on the screen; nobody has looked at an element yet.
-    require("the window", [&] { return desk->isOnTop(pid, {400, 400}); });
+    require("the window", [&] { return fixture->isOnTop(pid, {400, 400}); });
 
-    std::optional<ProbedElement> const probed = desk->element({400, 400});
+    std::optional<ProbedElement> const probed = fixture->element({400, 400});
 
     ASSERT_TRUE(probed);
     EXPECT_EQ(probed->role, "AXButton") << textOf(probed);
     EXPECT_EQ(probed->title, "Pay");
     EXPECT_EQ(probed->identifier, "pay");
-    EXPECT_EQ(desk->element({400, 400}), probed);
+    EXPECT_EQ(fixture->element({400, 400}), probed);
 }
 
 TEST_F(Probes, seeTheButtonOfAPageThatHasTheFocus)
@@ -383,7 +383,7 @@ TEST_F(Probes, seeTheButtonOfAPageThatHasTheFocus)
 
     ASSERT_TRUE(probed);
     EXPECT_EQ(probed->title, "Pay");
-    EXPECT_EQ(desk->dialog(), std::nullopt);
+    EXPECT_EQ(fixture->dialog(), std::nullopt);
 }
 
 #endif

@@ -1,4 +1,4 @@
-#include "desktop/confirm/ProbeDesk.h"
+#include "desktop/confirm/ProbeFixture.h"
 
 #include <algorithm>
 #include <chrono>
@@ -18,35 +18,35 @@ double millisecondsOf(auto const& work)
 
 /// probe_program X Y [TIMES]: what is at that point.  probe_program pid PID: all that can be operated, and
 /// what is found at its centre.
-int probePoint(test::ProbeDesk& desk, DesktopPoint point, int times)
+int probePoint(test::ProbeFixture& fixture, DesktopPoint point, int times)
 {
     std::vector<double> took;
     std::string seen;
     for (int i = 0; i < times; ++i)
-        took.push_back(millisecondsOf([&] { seen = test::textOf(desk.element(point)); }));
+        took.push_back(millisecondsOf([&] { seen = test::textOf(fixture.element(point)); }));
     std::cout << seen << "\nfirst " << took.front() << " ms";
     std::ranges::sort(took);
     std::cout << ", median " << took[took.size() / 2] << " ms, longest " << took.back() << " ms\n";
     took.clear();
     for (int i = 0; i < times; ++i)
-        took.push_back(millisecondsOf([&] { desk.platform->windows().windows(); }));
+        took.push_back(millisecondsOf([&] { fixture.platform->windows().windows(); }));
     std::ranges::sort(took);
     std::cout << "of that the list of windows: " << took[took.size() / 2] << " ms\n";
-    std::cout << "focus: " << test::textOf(desk.focused()) << "\ndialog: " << test::textOf(desk.dialog())
-              << "\n";
+    std::cout << "focus: " << test::textOf(fixture.focused())
+              << "\ndialog: " << test::textOf(fixture.dialog()) << "\n";
     return 0;
 }
 
-int probeAll(test::ProbeDesk& desk, std::int32_t pid)
+int probeAll(test::ProbeFixture& fixture, std::int32_t pid)
 {
     std::vector<double> took;
-    for (UiElementInfo const& info : desk.snapshot(pid, true)) {
+    for (UiElementInfo const& info : fixture.snapshot(pid, true)) {
         auto const& frame = info.frame;
         DesktopPoint const at = DesktopRect{frame.x, frame.y, frame.w, frame.h}.center();
-        if (!desk.isOnTop(pid, at))
+        if (!fixture.isOnTop(pid, at))
             continue;
         std::string seen;
-        took.push_back(millisecondsOf([&] { seen = test::textOf(desk.element(at)); }));
+        took.push_back(millisecondsOf([&] { seen = test::textOf(fixture.element(at)); }));
         std::cout << info.compactLine() << "  ->  " << seen << "  " << took.back() << " ms\n";
     }
     if (took.empty())
@@ -65,9 +65,9 @@ int main(int count, char** arguments)
         std::cerr << "probe_program X Y [TIMES] | probe_program pid PID\n";
         return 2;
     }
-    test::ProbeDesk desk;
+    test::ProbeFixture fixture;
     if (std::string(arguments[1]) == "pid")
-        return probeAll(desk, std::stoi(arguments[2]));
+        return probeAll(fixture, std::stoi(arguments[2]));
     DesktopPoint const point = {std::stod(arguments[1]), std::stod(arguments[2])};
-    return probePoint(desk, point, count > 3 ? std::max(1, std::stoi(arguments[3])) : 1);
+    return probePoint(fixture, point, count > 3 ? std::max(1, std::stoi(arguments[3])) : 1);
 }

@@ -1,8 +1,8 @@
 // The clipboard between this program and real applications, whose keys a person presses.
-#include "desktop/input/InputDesk.h"
+#include "desktop/input/InputFixture.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/input/TextField.h"
-#include "platform/linux/clipboard/X11Pasteboard.h"
+#include "platform/linux/x11/clipboard/X11Pasteboard.h"
 
 #include <gtest/gtest.h>
 
@@ -23,18 +23,18 @@ class Clipboard : public testing::TestWithParam<FieldKind> {
 protected:
     Clipboard()
     {
-        auto const resources = desk.desktop.home() / "resources";
+        auto const resources = fixture.desktop.home() / "resources";
         std::ofstream(resources) << "XTerm*selectToClipboard: true\n";
-        desk.desktop.run({"xrdb", "-merge", resources.string()});
+        fixture.desktop.run({"xrdb", "-merge", resources.string()});
     }
-    ~Clipboard() override { desk.live.stop(); } // Before the pasteboard goes, which it runs.
+    ~Clipboard() override { fixture.live.stop(); } // Before the pasteboard goes, which it runs.
 
     void press(std::uint8_t modifier, std::uint8_t key)
     {
-        desk.personKey(modifier, true);
-        desk.personKey(key, true);
-        desk.personKey(key, false);
-        desk.personKey(modifier, false);
+        fixture.personKey(modifier, true);
+        fixture.personKey(key, true);
+        fixture.personKey(key, false);
+        fixture.personKey(modifier, false);
     }
     void paste() { GetParam() == FieldKind::xterm ? press(shift, insert) : press(control, keyV); }
     void copyAll()
@@ -44,11 +44,11 @@ protected:
         press(control, keyC);
         require("the copy", [&] { return pasteboard.changeCount() > before; });
     }
-    bool set(std::string text) { return desk.await(pasteboard.setText(std::move(text))); }
-    std::string get() { return desk.await(pasteboard.text()); }
+    bool set(std::string text) { return fixture.await(pasteboard.setText(std::move(text))); }
+    std::string get() { return fixture.await(pasteboard.text()); }
 
-    InputDesk desk;
-    X11Pasteboard pasteboard{desk.contexts, desk.clock, desk.desktop.display()};
+    InputFixture fixture;
+    X11Pasteboard pasteboard{fixture.contexts, fixture.clock, fixture.desktop.display()};
 };
 
 std::string manyLines(std::size_t size)
@@ -61,7 +61,7 @@ std::string manyLines(std::size_t size)
 
 TEST_P(Clipboard, isPastedFromUs)
 {
-    TextField const field(desk.desktop, GetParam());
+    TextField const field(fixture.desktop, GetParam());
     std::string const text = "Grüße € 漢字 😀 and more.";
     ASSERT_TRUE(set(text));
 
@@ -72,7 +72,7 @@ TEST_P(Clipboard, isPastedFromUs)
 
 TEST_P(Clipboard, isPastedFromUsAgainWhenItHasChanged)
 {
-    TextField const field(desk.desktop, GetParam());
+    TextField const field(fixture.desktop, GetParam());
     ASSERT_TRUE(set("one "));
     paste();
     ASSERT_EQ(field.valueAfter("one "), "one ");
@@ -89,7 +89,7 @@ class CopyingClipboard : public Clipboard {};
 TEST_P(CopyingClipboard, isCopiedToUs)
 {
     std::string const text = "Grüße € 漢字 😀\nand a second line";
-    TextField const field(desk.desktop, GetParam(), text);
+    TextField const field(fixture.desktop, GetParam(), text);
     ASSERT_EQ(field.valueAfter(text), text);
 
     copyAll();
@@ -99,7 +99,7 @@ TEST_P(CopyingClipboard, isCopiedToUs)
 
 TEST_P(CopyingClipboard, takesALongTextBothWays)
 {
-    TextField const field(desk.desktop, GetParam());
+    TextField const field(fixture.desktop, GetParam());
     std::string const text = manyLines(std::size_t{1} << 20);
     ASSERT_TRUE(set(text));
     paste();

@@ -1,6 +1,6 @@
 #include "desktop/harness/XQuestions.h"
-#include "desktop/input/InputDesk.h"
-#include "platform/linux/input/X11HotKey.h"
+#include "desktop/input/InputFixture.h"
+#include "platform/linux/x11/input/X11HotKey.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ class HotKeys : public testing::Test {
 protected:
     void start()
     {
-        key.emplace(desk.contexts);
+        key.emplace(fixture.contexts);
         key->start([this] { ++calls; });
         // The grab is made in the background.
         require("the hot key", [this] { return pressOnce() > 0; });
@@ -29,7 +29,7 @@ protected:
     void chord(bool down, std::uint8_t keycode = positionOfP)
     {
         for (std::uint8_t const code : {control, alt, super, keycode})
-            desk.personKey(code, down);
+            fixture.personKey(code, down);
     }
 
     /// Presses the chord once and gives the calls that came of it.
@@ -42,9 +42,9 @@ protected:
         return calls - before;
     }
 
-    ~HotKeys() override { desk.live.stop(); }
+    ~HotKeys() override { fixture.live.stop(); }
 
-    InputDesk desk;
+    InputFixture fixture;
     std::atomic<int> calls = 0;
     std::optional<X11HotKey> key;
 };
@@ -67,11 +67,11 @@ TEST_F(HotKeys, workInEveryStateOfTheLockKeysAndGroups)
 {
     start();
     for (std::uint8_t const locks : {0, int{capsLock}, int{numLock}, capsLock | numLock}) {
-        desk.lockModifiers(capsLock | numLock, false);
-        desk.lockModifiers(locks, true);
+        fixture.lockModifiers(capsLock | numLock, false);
+        fixture.lockModifiers(locks, true);
         EXPECT_EQ(pressOnce(), 1) << int{locks};
     }
-    desk.useLayout("us,ru", 1);
+    fixture.useLayout("us,ru", 1);
     EXPECT_TRUE(waitFor([this] { return pressOnce() == 1; }));
     EXPECT_EQ(pressOnce(), 1);
 }
@@ -80,24 +80,24 @@ TEST_F(HotKeys, followTheLetterToAnotherLayout)
 {
     start();
 
-    desk.desktop.run({"setxkbmap", "us", "-variant", "dvorak"});
+    fixture.desktop.run({"setxkbmap", "us", "-variant", "dvorak"});
 
     EXPECT_TRUE(waitFor([this] { return pressOnce(27) == 1; }));
     EXPECT_EQ(pressOnce(positionOfP), 0);
-    desk.desktop.run({"setxkbmap", "ru"});
+    fixture.desktop.run({"setxkbmap", "ru"});
     EXPECT_TRUE(waitFor([this] { return pressOnce(positionOfP) == 1; }));
 }
 
 TEST_F(HotKeys, workWhileTextIsBeingTyped)
 {
-    desk.desktop.run({"setxkbmap", "ru"});
+    fixture.desktop.run({"setxkbmap", "ru"});
     start();
 
-    desk.await(desk.posting->beginText("ppp 漢字 text"));
-    desk.await(desk.posting->post(TextEvent{KeyEvent::Kind::down, "ppp 漢字"}));
+    fixture.await(fixture.posting->beginText("ppp 漢字 text"));
+    fixture.await(fixture.posting->post(TextEvent{KeyEvent::Kind::down, "ppp 漢字"}));
     EXPECT_EQ(pressOnce(), 1);
-    desk.await(desk.posting->post(TextEvent{KeyEvent::Kind::down, " text"}));
-    desk.await(desk.posting->endText());
+    fixture.await(fixture.posting->post(TextEvent{KeyEvent::Kind::down, " text"}));
+    fixture.await(fixture.posting->endText());
     EXPECT_EQ(pressOnce(), 1);
 }
 
@@ -106,8 +106,8 @@ TEST_F(HotKeys, areNotPressedByTypingAndChords)
     start();
     calls = 0;
 
-    desk.typeText("pPpP ПпPp");
-    desk.chord(35, {.cmd = true, .shift = true, .alt = true, .ctrl = true, .fn = true});
+    fixture.typeText("pPpP ПпPp");
+    fixture.chord(35, {.cmd = true, .shift = true, .alt = true, .ctrl = true, .fn = true});
 
     std::this_thread::sleep_for(300ms);
     EXPECT_EQ(calls, 0);
@@ -115,11 +115,11 @@ TEST_F(HotKeys, areNotPressedByTypingAndChords)
 
 TEST_F(HotKeys, doNothingWhereSomebodyElseHoldsTheKey)
 {
-    XConnection const other = connectTo(desk.desktop.display());
+    XConnection const other = connectTo(fixture.desktop.display());
     xcb_grab_key(other.get(), 0, screenOf(other.get())->root, XCB_MOD_MASK_ANY, positionOfP,
                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     syncWith(other.get());
-    key.emplace(desk.contexts);
+    key.emplace(fixture.contexts);
     key->start([this] { ++calls; });
 
     EXPECT_FALSE(waitFor([this] { return pressOnce() > 0; }, 2s));

@@ -1,4 +1,4 @@
-#include "desktop/input/InputDesk.h"
+#include "desktop/input/InputFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -12,37 +12,37 @@ constexpr std::uint16_t controlMask = 0x04;
 
 TEST(Leftovers, ofAKilledProcessAreUndoneAtTheNextStart)
 {
-    InputDesk desk;
-    desk.useLayout("us,ru", 0);
-    std::string const keymap = desk.keymap();
-    pid_t const typist = desk.desktop.start({ZELVO_TYPIST});
+    InputFixture fixture;
+    fixture.useLayout("us,ru", 0);
+    std::string const keymap = fixture.keymap();
+    pid_t const typist = fixture.desktop.start({ZELVO_TYPIST});
     require("the typing",
-            [&] { return desk.desktop.processes().output(typist).find("typing") != std::string::npos; });
+            [&] { return fixture.desktop.processes().output(typist).find("typing") != std::string::npos; });
 
-    desk.desktop.processes().end(typist, SIGKILL);
+    fixture.desktop.processes().end(typist, SIGKILL);
 
-    EXPECT_NE(desk.keymap(), keymap);
-    EXPECT_EQ(desk.heldMask(), firstButtonMask | controlMask);
-    desk.restartPosting();
-    EXPECT_EQ(desk.keymap(), keymap);
-    EXPECT_EQ(desk.heldMask(), 0);
-    desk.restartPosting();
-    EXPECT_EQ(desk.keymap(), keymap);
+    EXPECT_NE(fixture.keymap(), keymap);
+    EXPECT_EQ(fixture.heldMask(), firstButtonMask | controlMask);
+    fixture.restartPosting();
+    EXPECT_EQ(fixture.keymap(), keymap);
+    EXPECT_EQ(fixture.heldMask(), 0);
+    fixture.restartPosting();
+    EXPECT_EQ(fixture.keymap(), keymap);
 }
 
 TEST(Leftovers, leaveALayoutAloneThatWasSetMeanwhile)
 {
-    InputDesk desk;
-    pid_t const typist = desk.desktop.start({ZELVO_TYPIST});
+    InputFixture fixture;
+    pid_t const typist = fixture.desktop.start({ZELVO_TYPIST});
     require("the typing",
-            [&] { return desk.desktop.processes().output(typist).find("typing") != std::string::npos; });
-    desk.desktop.processes().end(typist, SIGKILL);
-    desk.desktop.run({"setxkbmap", "de"});
-    std::string const keymap = desk.keymap();
+            [&] { return fixture.desktop.processes().output(typist).find("typing") != std::string::npos; });
+    fixture.desktop.processes().end(typist, SIGKILL);
+    fixture.desktop.run({"setxkbmap", "de"});
+    std::string const keymap = fixture.keymap();
 
-    desk.restartPosting();
+    fixture.restartPosting();
 
-    EXPECT_EQ(desk.keymap(), keymap);
+    EXPECT_EQ(fixture.keymap(), keymap);
 }
 
 } // namespace

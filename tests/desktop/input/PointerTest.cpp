@@ -1,4 +1,4 @@
-#include "desktop/input/InputDesk.h"
+#include "desktop/input/InputFixture.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/input/TextField.h"
 
@@ -31,39 +31,39 @@ protected:
         return !waitFor([&] { return field.selection() != expected; }, 700ms);
     }
 
-    InputDesk desk;
-    TextField field{desk.desktop, GetParam(), manyLines()};
+    InputFixture fixture;
+    TextField field{fixture.desktop, GetParam(), manyLines()};
     DesktopPoint word = field.pointIn(25, 100); ///< in the first word of a line
 };
 
 TEST_P(Pointer, doubleClickSelectsAWord)
 {
-    desk.click(word, 2);
+    fixture.click(word, 2);
 
     EXPECT_TRUE(selects("alpha")) << field.selection();
 }
 
 TEST_P(Pointer, tripleClickSelectsMore)
 {
-    desk.click(word, 3);
+    fixture.click(word, 3);
 
     EXPECT_TRUE(waitFor([&] { return field.selection().starts_with(line); }, 5s)) << field.selection();
 }
 
 TEST_P(Pointer, twoSingleClicksMakeNoDoubleClick)
 {
-    desk.click(word);
-    desk.click(word);
+    fixture.click(word);
+    fixture.click(word);
 
     EXPECT_TRUE(keepsSelecting("")) << field.selection();
 }
 
 TEST_P(Pointer, aClickAfterADoubleClickEndsTheSelection)
 {
-    desk.click(word, 2);
+    fixture.click(word, 2);
     ASSERT_TRUE(selects("alpha"));
 
-    desk.click(word);
+    fixture.click(word);
 
     EXPECT_TRUE(selects("")) << field.selection();
     EXPECT_TRUE(keepsSelecting("")) << field.selection();
@@ -72,35 +72,35 @@ TEST_P(Pointer, aClickAfterADoubleClickEndsTheSelection)
 TEST_P(Pointer, dragSelects)
 {
     DesktopPoint const from{field.pointIn(1, 100)};
-    desk.post(MouseEvent{MouseEvent::Kind::down, from, MouseButton::left, 0, {}});
+    fixture.post(MouseEvent{MouseEvent::Kind::down, from, MouseButton::left, 0, {}});
     for (int step = 1; step <= 10; ++step)
-        desk.post(
+        fixture.post(
             MouseEvent{MouseEvent::Kind::dragged, {from.x + step * 40, from.y}, MouseButton::left, 0, {}});
-    desk.post(MouseEvent{MouseEvent::Kind::up, {from.x + 400, from.y}, MouseButton::left, 0, {}});
+    fixture.post(MouseEvent{MouseEvent::Kind::up, {from.x + 400, from.y}, MouseButton::left, 0, {}});
 
     EXPECT_TRUE(selects(line)) << field.selection();
 }
 
 TEST_P(Pointer, wheelScrolls)
 {
-    desk.post(MouseEvent{MouseEvent::Kind::moved, word, MouseButton::left, 0, {}});
-    desk.post(ScrollEvent{.dy = -530});
+    fixture.post(MouseEvent{MouseEvent::Kind::moved, word, MouseButton::left, 0, {}});
+    fixture.post(ScrollEvent{.dy = -530});
     ASSERT_TRUE(waitFor([&] { return field.scroll() > 0; }, 5s));
 
-    desk.post(ScrollEvent{.dy = 5300});
+    fixture.post(ScrollEvent{.dy = 5300});
 
     EXPECT_TRUE(waitFor([&] { return field.scroll() == 0; }, 5s)) << field.scroll();
 }
 
 TEST_P(Pointer, chordForSelectAllWorksInEveryGroup)
 {
-    desk.chord(keyA, {.cmd = true});
+    fixture.chord(keyA, {.cmd = true});
     EXPECT_TRUE(waitFor([&] { return field.selection().size() >= manyLines().size() - 1; }, 5s));
-    desk.click(word);
+    fixture.click(word);
     ASSERT_TRUE(selects(""));
 
-    desk.useLayout("us,ru", 1);
-    desk.chord(keyA, {.ctrl = true});
+    fixture.useLayout("us,ru", 1);
+    fixture.chord(keyA, {.ctrl = true});
 
     EXPECT_TRUE(waitFor([&] { return field.selection().size() >= manyLines().size() - 1; }, 5s));
 }

@@ -1,5 +1,5 @@
 #include "desktop/input/EventWindow.h"
-#include "desktop/input/InputDesk.h"
+#include "desktop/input/InputFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -22,7 +22,7 @@ class Posting : public testing::Test {
 protected:
     std::vector<std::string> seen()
     {
-        desk.await(desk.posting->drained());
+        fixture.await(fixture.posting->drained());
         return window.take();
     }
 
@@ -31,15 +31,15 @@ protected:
         return {kind, {40, 30}, button, 0, flags};
     }
 
-    InputDesk desk{{.width = 1280, .height = 800, .windowManager = false, .sessionBus = false}};
-    EventWindow window{desk.desktop.display()};
+    InputFixture fixture{{.width = 1280, .height = 800, .windowManager = false, .sessionBus = false}};
+    EventWindow window{fixture.desktop.display()};
 };
 
 TEST_F(Posting, knowsTheThreeButtons)
 {
     for (auto const button : {MouseButton::left, MouseButton::right, MouseButton::middle}) {
-        EXPECT_TRUE(desk.post(mouse(MouseEvent::Kind::down, button)));
-        EXPECT_TRUE(desk.post(mouse(MouseEvent::Kind::up, button)));
+        EXPECT_TRUE(fixture.post(mouse(MouseEvent::Kind::down, button)));
+        EXPECT_TRUE(fixture.post(mouse(MouseEvent::Kind::up, button)));
     }
 
     EXPECT_THAT(seen(), ElementsAre("button+1", "button-1", "button+3", "button-3", "button+2", "button-2"));
@@ -49,110 +49,110 @@ TEST_F(Posting, knowsTheThreeButtons)
 
 TEST_F(Posting, turnsPointsIntoPixels)
 {
-    desk.layout = {.origin = {100, 200}, .widthPixels = 800, .heightPixels = 600, .scale = 2};
+    fixture.layout = {.origin = {100, 200}, .widthPixels = 800, .heightPixels = 600, .scale = 2};
 
-    desk.post(mouse(MouseEvent::Kind::down));
-    desk.post(mouse(MouseEvent::Kind::up));
+    fixture.post(mouse(MouseEvent::Kind::down));
+    fixture.post(mouse(MouseEvent::Kind::up));
 
     EXPECT_THAT(seen(), ElementsAre("button+1", "button-1"));
     EXPECT_EQ(window.lastX, 180);
     EXPECT_EQ(window.lastY, 260);
-    EXPECT_EQ(desk.posting->pointerLocation(), (DesktopPoint{40, 30}));
+    EXPECT_EQ(fixture.posting->pointerLocation(), (DesktopPoint{40, 30}));
 }
 
 TEST_F(Posting, pressesModifiersAroundAKey)
 {
-    desk.chord(keyA, {.cmd = true, .shift = true, .alt = true, .ctrl = true, .fn = true});
+    fixture.chord(keyA, {.cmd = true, .shift = true, .alt = true, .ctrl = true, .fn = true});
 
     EXPECT_THAT(seen(),
                 ElementsAre("key+37", "key+64", "key+50", "key+38", "key-38", "key-50", "key-64", "key-37"));
-    EXPECT_EQ(desk.heldMask(), 0);
+    EXPECT_EQ(fixture.heldMask(), 0);
 }
 
 TEST_F(Posting, pressesModifiersAroundAClick)
 {
-    desk.post(mouse(MouseEvent::Kind::down, MouseButton::left, {.ctrl = true}));
-    EXPECT_EQ(desk.heldMask(), controlMask | firstButtonMask);
-    desk.post(mouse(MouseEvent::Kind::up, MouseButton::left, {.ctrl = true}));
+    fixture.post(mouse(MouseEvent::Kind::down, MouseButton::left, {.ctrl = true}));
+    EXPECT_EQ(fixture.heldMask(), controlMask | firstButtonMask);
+    fixture.post(mouse(MouseEvent::Kind::up, MouseButton::left, {.ctrl = true}));
 
     EXPECT_THAT(seen(), ElementsAre("key+37", "button+1", "button-1", "key-37"));
-    EXPECT_EQ(desk.heldMask(), 0);
+    EXPECT_EQ(fixture.heldMask(), 0);
 }
 
 TEST_F(Posting, leavesAModifierThatThePersonHoldsAlone)
 {
-    desk.personKey(personsShift, true);
+    fixture.personKey(personsShift, true);
     window.take();
 
-    desk.chord(keyA, {.shift = true, .ctrl = true});
+    fixture.chord(keyA, {.shift = true, .ctrl = true});
 
     EXPECT_THAT(seen(), ElementsAre("key+37", "key+38", "key-38", "key-37"));
-    EXPECT_EQ(desk.heldMask(), shiftMask);
-    desk.personKey(personsShift, false);
+    EXPECT_EQ(fixture.heldMask(), shiftMask);
+    fixture.personKey(personsShift, false);
 }
 
 TEST_F(Posting, findsModifiersThatTheLayoutHasMoved)
 {
-    desk.desktop.run({"setxkbmap", "-layout", "us", "-option", "ctrl:swapcaps"});
+    fixture.desktop.run({"setxkbmap", "-layout", "us", "-option", "ctrl:swapcaps"});
 
-    desk.chord(keyA, {.ctrl = true});
+    fixture.chord(keyA, {.ctrl = true});
 
     EXPECT_THAT(seen(), ElementsAre("key+66", "key+38", "key-38", "key-66"));
 }
 
 TEST_F(Posting, scrollsByClicksOfTheWheel)
 {
-    desk.post(ScrollEvent{.dy = -106});
+    fixture.post(ScrollEvent{.dy = -106});
     EXPECT_THAT(seen(), ElementsAre("button+5", "button-5", "button+5", "button-5"));
-    desk.post(ScrollEvent{.dy = 10, .dx = -1});
+    fixture.post(ScrollEvent{.dy = 10, .dx = -1});
     EXPECT_THAT(seen(), ElementsAre("button+4", "button-4", "button+7", "button-7"));
-    desk.post(ScrollEvent{.dy = std::numeric_limits<std::int32_t>::min()});
+    fixture.post(ScrollEvent{.dy = std::numeric_limits<std::int32_t>::min()});
     EXPECT_EQ(seen().size(), 400U);
-    desk.post(ScrollEvent{});
+    fixture.post(ScrollEvent{});
     EXPECT_THAT(seen(), IsEmpty());
 }
 
 TEST_F(Posting, refusesAKeyThatDoesNotExist)
 {
-    EXPECT_FALSE(desk.post(KeyEvent{KeyEvent::Kind::down, 10, {.ctrl = true}}));
+    EXPECT_FALSE(fixture.post(KeyEvent{KeyEvent::Kind::down, 10, {.ctrl = true}}));
 
     EXPECT_THAT(seen(), IsEmpty());
 }
 
 TEST_F(Posting, releasesAllThatItHolds)
 {
-    desk.post(mouse(MouseEvent::Kind::down, MouseButton::left, {.alt = true}));
-    desk.post(KeyEvent{KeyEvent::Kind::down, keyA, {.shift = true}});
+    fixture.post(mouse(MouseEvent::Kind::down, MouseButton::left, {.alt = true}));
+    fixture.post(KeyEvent{KeyEvent::Kind::down, keyA, {.shift = true}});
     seen();
 
-    desk.await(desk.posting->releaseAll());
+    fixture.await(fixture.posting->releaseAll());
 
     EXPECT_THAT(seen(), ElementsAre("key-38", "button-1", "key-50", "key-64"));
-    EXPECT_EQ(desk.heldMask(), 0);
-    desk.await(desk.posting->releaseAll());
+    EXPECT_EQ(fixture.heldMask(), 0);
+    fixture.await(fixture.posting->releaseAll());
     EXPECT_THAT(seen(), IsEmpty());
 }
 
 TEST_F(Posting, typesNoCommandsWhileThePersonHoldsControl)
 {
-    desk.personKey(37, true);
+    fixture.personKey(37, true);
     window.take();
 
-    EXPECT_FALSE(desk.post(TextEvent{KeyEvent::Kind::down, "w"}));
+    EXPECT_FALSE(fixture.post(TextEvent{KeyEvent::Kind::down, "w"}));
 
     EXPECT_THAT(seen(), IsEmpty());
-    desk.personKey(37, false);
+    fixture.personKey(37, false);
 }
 
 TEST_F(Posting, typesOnWhenThePersonLetsGoOfControl)
 {
-    desk.personKey(37, true);
+    fixture.personKey(37, true);
     std::thread person([this] {
         std::this_thread::sleep_for(300ms);
-        desk.personKey(37, false);
+        fixture.personKey(37, false);
     });
 
-    EXPECT_TRUE(desk.post(TextEvent{KeyEvent::Kind::down, "w"}));
+    EXPECT_TRUE(fixture.post(TextEvent{KeyEvent::Kind::down, "w"}));
 
     person.join();
     EXPECT_THAT(seen(), ElementsAre("key+37", "key-37", "key+25", "key-25"));
@@ -160,21 +160,21 @@ TEST_F(Posting, typesOnWhenThePersonLetsGoOfControl)
 
 TEST_F(Posting, typesAnEmptyTextAndControlCharacters)
 {
-    desk.typeText("");
-    desk.typeText(std::string("\0\x1B\x7F", 3));
+    fixture.typeText("");
+    fixture.typeText(std::string("\0\x1B\x7F", 3));
 
     EXPECT_THAT(seen(), IsEmpty());
 }
 
 TEST_F(Posting, keepsFirstClicksApartByTheDesktopsTime)
 {
-    Instant const start = desk.clock.now();
-    desk.click({40, 30}, 3); // Within one action nothing waits.
-    Duration const together = desk.clock.now() - start;
-    desk.click({60, 30}); // Far enough away.
-    Duration const elsewhere = desk.clock.now() - start;
-    desk.click({60, 30});
-    Duration const apart = desk.clock.now() - start;
+    Instant const start = fixture.clock.now();
+    fixture.click({40, 30}, 3); // Within one action nothing waits.
+    Duration const together = fixture.clock.now() - start;
+    fixture.click({60, 30}); // Far enough away.
+    Duration const elsewhere = fixture.clock.now() - start;
+    fixture.click({60, 30});
+    Duration const apart = fixture.clock.now() - start;
 
     EXPECT_LT(together, 300ms);
     EXPECT_LT(elsewhere, 300ms);
@@ -205,14 +205,14 @@ private:
 
 TEST_F(Posting, asksTheSettingsManagerForTheTime)
 {
-    SettingsManager const manager(desk.desktop.display(), 120);
-    desk.click({40, 30});
-    Instant const start = desk.clock.now();
+    SettingsManager const manager(fixture.desktop.display(), 120);
+    fixture.click({40, 30});
+    Instant const start = fixture.clock.now();
 
-    desk.click({40, 30});
+    fixture.click({40, 30});
 
-    EXPECT_GE(desk.clock.now() - start, 110ms);
-    EXPECT_LT(desk.clock.now() - start, 400ms);
+    EXPECT_GE(fixture.clock.now() - start, 110ms);
+    EXPECT_LT(fixture.clock.now() - start, 400ms);
 }
 
 TEST(PostingWithoutAServer, makesNothing)
@@ -234,23 +234,24 @@ TEST(PostingWithoutAServer, makesNothing)
 
 TEST_F(Posting, makesNothingOnceTheServerIsGone)
 {
-    pid_t const server = desk.desktop.start({"sh", "-c", "exec Xvfb -displayfd 1 -nolisten tcp 2>/dev/null"});
+    pid_t const server =
+        fixture.desktop.start({"sh", "-c", "exec Xvfb -displayfd 1 -nolisten tcp 2>/dev/null"});
     require("the server",
-            [&] { return desk.desktop.processes().output(server).find('\n') != std::string::npos; });
-    std::string const number = desk.desktop.processes().output(server);
+            [&] { return fixture.desktop.processes().output(server).find('\n') != std::string::npos; });
+    std::string const number = fixture.desktop.processes().output(server);
     ::setenv("DISPLAY", (":" + number.substr(0, number.find('\n'))).c_str(), 1);
-    desk.restartPosting();
-    ASSERT_TRUE(desk.post(mouse(MouseEvent::Kind::down)));
+    fixture.restartPosting();
+    ASSERT_TRUE(fixture.post(mouse(MouseEvent::Kind::down)));
 
-    desk.desktop.processes().end(server, SIGKILL);
+    fixture.desktop.processes().end(server, SIGKILL);
 
-    EXPECT_FALSE(desk.post(mouse(MouseEvent::Kind::up)));
-    EXPECT_FALSE(desk.post(KeyEvent{KeyEvent::Kind::down, keyA, {.ctrl = true}}));
-    EXPECT_FALSE(desk.post(TextEvent{KeyEvent::Kind::down, "a"}));
-    desk.await(desk.posting->beginText("я"));
-    desk.await(desk.posting->endText());
-    desk.await(desk.posting->releaseAll());
-    EXPECT_EQ(desk.posting->pointerLocation(), DesktopPoint{});
+    EXPECT_FALSE(fixture.post(mouse(MouseEvent::Kind::up)));
+    EXPECT_FALSE(fixture.post(KeyEvent{KeyEvent::Kind::down, keyA, {.ctrl = true}}));
+    EXPECT_FALSE(fixture.post(TextEvent{KeyEvent::Kind::down, "a"}));
+    fixture.await(fixture.posting->beginText("я"));
+    fixture.await(fixture.posting->endText());
+    fixture.await(fixture.posting->releaseAll());
+    EXPECT_EQ(fixture.posting->pointerLocation(), DesktopPoint{});
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "desktop/input/InputDesk.h"
+#include "desktop/input/InputFixture.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/input/TextField.h"
 
@@ -22,22 +22,22 @@ protected:
         ::sched_setaffinity(field.pid(), sizeof one, &one);
         ::setpriority(PRIO_PROCESS, static_cast<id_t>(field.pid()), 10);
         for (int i = 0; i < 2; ++i)
-            desk.desktop.start(
+            fixture.desktop.start(
                 {"taskset", "-c", std::to_string(processor), "sh", "-c", "while :; do :; done"});
     }
 
-    InputDesk desk;
-    TextField field{desk.desktop, FieldKind::xterm};
+    InputFixture fixture;
+    TextField field{fixture.desktop, FieldKind::xterm};
 };
 
 TEST_F(SlowField, getsTextOfMoreCharactersThanThereAreKeysFor)
 {
-    std::string const keymap = desk.keymap();
+    std::string const keymap = fixture.keymap();
 
-    desk.typeText(longText());
+    fixture.typeText(longText());
 
     EXPECT_EQ(field.valueAfter(longText()), longText());
-    EXPECT_EQ(desk.keymap(), keymap);
+    EXPECT_EQ(fixture.keymap(), keymap);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Binds keys, holds a button and Control down, says "typing" and waits to be killed.
 #include "desktop/x11/LiveContexts.h"
-#include "platform/linux/input/X11EventPosting.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/input/X11EventPosting.h"
 
 #include <unistd.h>
 

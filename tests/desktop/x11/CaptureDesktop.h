@@ -2,8 +2,8 @@
 
 #include "desktop/harness/PainterProcess.h"
 #include "desktop/x11/LiveContexts.h"
-#include "platform/linux/capture/X11ScreenSource.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/capture/X11ScreenSource.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/clipboard/ClipboardBytes.h"
+#include "platform/linux/x11/clipboard/ClipboardBytes.h"
 
 #include <gtest/gtest.h>
 

@@ -6,8 +6,8 @@
 #include "fakes/ErrorOf.h"
 #include "fakes/FakeUserDefaults.h"
 #include "platform/linux/system/LinuxClock.h"
-#include "platform/linux/windows/X11WindowList.h"
-#include "platform/linux/windows/X11Workspace.h"
+#include "platform/linux/x11/windows/X11WindowList.h"
+#include "platform/linux/x11/windows/X11Workspace.h"
 #include "wire/AgentError.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 #include "desktop/harness/PainterProcess.h"
-#include "desktop/x11/OpeningDesk.h"
+#include "desktop/x11/OpeningFixture.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 
@@ -22,7 +22,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 /// Opens applications that do not run.
-class Starting : public OpeningDesk {};
+class Starting : public OpeningFixture {};
 
 TEST_F(Starting, startsAnApplicationOfTheSystem)
 {
@@ -158,7 +158,7 @@ TEST_F(Starting, doesNotTieThisProgramToTheSessionBus)
 }
 
 /// Opens an application of the session bus.
-class StartingByBus : public OpeningDesk {
+class StartingByBus : public OpeningFixture {
 protected:
     static constexpr char const* id = "dev.example.Bus-App";
 
@@ -208,7 +208,7 @@ TEST_F(StartingByBus, saysWhatTheBusSaid)
 }
 
 /// Opens an application that runs already.
-class Activating : public OpeningDesk {
+class Activating : public OpeningFixture {
 protected:
     std::string location;
     RunningApplication application;
@@ -337,9 +337,9 @@ TEST_F(Activating, takesTheWindowThatWasActiveLast)
 }
 
 /// What the workspace tells of applications.
-class Telling : public OpeningDesk {};
+class WorkspaceFacts : public OpeningFixture {};
 
-TEST_F(Telling, thePersonsEntriesBeforeTheSystems)
+TEST_F(WorkspaceFacts, thePersonsEntriesBeforeTheSystems)
 {
     EXPECT_EQ(workspace->applicationLocation("debian-xterm"), "/usr/share/applications/debian-xterm.desktop");
     auto const own = entry("debian-xterm", "Name=Mine\nExec=xterm\n");
@@ -358,7 +358,7 @@ TEST_F(Telling, thePersonsEntriesBeforeTheSystems)
     EXPECT_EQ(fresh.applicationLocationNamed("XTerm.app"), editor);
 }
 
-TEST_F(Telling, namesInTheDesktopsLanguage)
+TEST_F(WorkspaceFacts, namesInTheDesktopsLanguage)
 {
     auto const location = entry("org.example.edit", "Name=Editing\nName[ru]=Правка\nExec=xterm\n");
     ::setenv("LANGUAGE", "ru", 1);
@@ -374,7 +374,7 @@ TEST_F(Telling, namesInTheDesktopsLanguage)
     ::setenv("LANG", "C.UTF-8", 1);
 }
 
-TEST_F(Telling, allThatAnApplicationMayBeHiddenUnder)
+TEST_F(WorkspaceFacts, allThatAnApplicationMayBeHiddenUnder)
 {
     auto const location = entry("org.example.secret", "Name=S\nStartupWMClass=Secret-Class\nExec=xterm\n");
     auto const names = workspace->bundle(location)->names;
@@ -389,7 +389,7 @@ TEST_F(Telling, allThatAnApplicationMayBeHiddenUnder)
     EXPECT_THAT(workspace->bundle(location)->names.names, Contains("Secret-Class"));
 }
 
-TEST_F(Telling, whatRuns)
+TEST_F(WorkspaceFacts, whatRuns)
 {
     EXPECT_TRUE(workspace->runningApplications().empty());
     PainterProcess plain(desktop);
@@ -420,7 +420,7 @@ TEST_F(Telling, whatRuns)
 }
 
 /// The first type that we know counts; toolkits put their own before it.
-TEST_F(Telling, whichTypesOfWindowsAreRegular)
+TEST_F(WorkspaceFacts, whichTypesOfWindowsAreRegular)
 {
     struct Typed {
         std::string name;
@@ -450,7 +450,7 @@ TEST_F(Telling, whichTypesOfWindowsAreRegular)
     }
 }
 
-TEST_F(Telling, nothingWithoutAServer)
+TEST_F(WorkspaceFacts, nothingWithoutAServer)
 {
     X11Workspace blind(nullptr, *entries);
 

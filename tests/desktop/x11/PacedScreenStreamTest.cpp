@@ -1,4 +1,4 @@
-#include "platform/linux/capture/PacedScreenStream.h"
+#include "platform/portable/streams/PacedScreenStream.h"
 
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
@@ -45,10 +45,10 @@ struct ScriptedChanges {
     int open = 0;
 };
 
-class FakeChanging final : public ScreenChanging {
+class FakeChangeDetector final : public ChangeDetector {
 public:
-    explicit FakeChanging(ScriptedChanges& script) : script(script) { ++script.open; }
-    ~FakeChanging() override { --script.open; }
+    explicit FakeChangeDetector(ScriptedChanges& script) : script(script) { ++script.open; }
+    ~FakeChangeDetector() override { --script.open; }
     bool take() override
     {
         ++script.looks;
@@ -86,9 +86,9 @@ protected:
         stream = std::make_unique<PacedScreenStream>(parts, open(), request, io.get_executor(), output);
         settle(io);
     }
-    std::unique_ptr<ScreenChanging> openNow()
+    std::unique_ptr<ChangeDetector> openNow()
     {
-        return changes.canBeTold ? std::make_unique<FakeChanging>(changes) : nullptr;
+        return changes.canBeTold ? std::make_unique<FakeChangeDetector>(changes) : nullptr;
     }
 
     asio::io_context io;
@@ -96,7 +96,7 @@ protected:
     ScriptedSource source;
     ScriptedChanges changes;
     std::shared_ptr<KeepingOutput> output = std::make_shared<KeepingOutput>();
-    std::function<std::unique_ptr<ScreenChanging>()> open = [this] { return openNow(); };
+    std::function<std::unique_ptr<ChangeDetector>()> open = [this] { return openNow(); };
     ScreenStreamRequest request{.picture = {.display = 7, .width = 64, .height = 32, .excluded = {"a"}},
                                 .minimumFrameInterval = interval};
     std::unique_ptr<PacedScreenStream> stream;

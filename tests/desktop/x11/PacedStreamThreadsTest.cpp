@@ -1,6 +1,6 @@
 #include "fakes/FakeScreenSource.h"
 #include "fakes/ManualClock.h"
-#include "platform/linux/capture/PacedScreenStream.h"
+#include "platform/portable/streams/PacedScreenStream.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -16,7 +16,7 @@
 namespace zelvo::test {
 namespace {
 
-class AlwaysChanging final : public ScreenChanging {
+class AlwaysChanging final : public ChangeDetector {
 public:
     bool take() override { return true; }
     bool isAlive() const override { return true; }

@@ -1,7 +1,7 @@
 // The requestor's side of the clipboard: what is read of other programs, good and bad ones; and the counting
 // of changes.
-#include "desktop/x11/ClipboardDesk.h"
-#include "platform/linux/windows/X11WindowList.h"
+#include "desktop/x11/ClipboardFixture.h"
+#include "platform/linux/x11/windows/X11WindowList.h"
 
 #include <gmock/gmock.h>
 
@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t oneMiB = std::size_t{1} << 20;
 
-class PasteboardReading : public ClipboardDesk {
+class PasteboardReading : public ClipboardFixture {
 protected:
     /// An owner that gives `form` in pieces, and refuses the other forms.
     void givePieces(ClipboardPeer& owner,

@@ -1,6 +1,6 @@
 // The owner's side of the clipboard: what other programs are given.
-#include "desktop/x11/ClipboardDesk.h"
-#include "platform/linux/clipboard/ClipboardBytes.h"
+#include "desktop/x11/ClipboardFixture.h"
+#include "platform/linux/x11/clipboard/ClipboardBytes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t oneMiB = std::size_t{1} << 20;
 
-class PasteboardServing : public ClipboardDesk {
+class PasteboardServing : public ClipboardFixture {
 protected:
     xcb_timestamp_t since(ClipboardPeer& to)
     {

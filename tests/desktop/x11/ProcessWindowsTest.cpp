@@ -1,8 +1,8 @@
-#include "platform/linux/windows/ProcessWindows.h"
+#include "platform/linux/x11/windows/ProcessWindows.h"
 
 #include "desktop/harness/PainterProcess.h"
-#include "platform/linux/windows/WindowSurvey.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/windows/WindowSurvey.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/capture/SharedImagePool.h"
+#include "platform/linux/x11/capture/SharedImagePool.h"
 
 #include "desktop/x11/CaptureDesktop.h"
 

@@ -1,6 +1,6 @@
-#include "platform/linux/windows/WindowOwners.h"
+#include "platform/linux/x11/windows/WindowOwners.h"
 
-#include "platform/linux/windows/WindowEntries.h"
+#include "platform/linux/x11/windows/WindowEntries.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -151,17 +151,17 @@ TEST(X11ScreenSource, cutsHiddenClientsOutOfOthersWindows)
 {
     CaptureDesktop stage;
     PainterProcess host(stage.desktop, stage.desktop.home() / "bin" / "host");
-    PainterProcess guest(stage.desktop, stage.desktop.home() / "bin" / "guest");
+    PainterProcess hiddenEmbedded(stage.desktop, stage.desktop.home() / "bin" / "hiddenEmbedded");
     auto const around =
         host.open({.x = 100, .y = 100, .width = 300, .height = 300, .color = behind, .className = "Host"});
     auto const socket =
         host.open({.x = 50, .y = 50, .width = 200, .height = 200, .color = 0x00ff00, .parent = around});
-    auto const plug =
-        guest.open({.color = planted, .overrideRedirect = true, .mapped = false, .className = "Guest"});
-    EXPECT_EQ(countOf(stage.take({"Guest"}), planted), 0u);
-    guest.embed(plug, socket, 20, 30); // Noticed, though no window of the root has changed.
+    auto const plug = hiddenEmbedded.open(
+        {.color = planted, .overrideRedirect = true, .mapped = false, .className = "HiddenEmbeddedWindow"});
+    EXPECT_EQ(countOf(stage.take({"HiddenEmbeddedWindow"}), planted), 0u);
+    hiddenEmbedded.embed(plug, socket, 20, 30); // Noticed, though no window of the root has changed.
 
-    Picture const picture = stage.take({"Guest"});
+    Picture const picture = stage.take({"HiddenEmbeddedWindow"});
 
     EXPECT_EQ(countOf(picture, planted), 0u);
     EXPECT_EQ(countOf(picture, 0x00ff00), 30'000u);

@@ -1,4 +1,4 @@
-#include "platform/linux/capture/X11ScreenStreams.h"
+#include "platform/linux/x11/capture/X11ScreenStreams.h"
 
 #include "desktop/x11/CaptureDesktop.h"
 
@@ -337,7 +337,8 @@ TEST_F(X11ScreenStreamsTest, keepsItsSizeWhenTheScreenChangesItsOwn)
     EXPECT_TRUE(waitForFrames(before + 1));
     framesAtRest();
     PainterProcess painter(stage.desktop);
-    // The right half of the small screen, in the middle of which a film of 1280x720 has its 960th column.
+    // The right half of the small screen, in the middle of which a recording of 1280x720 has its 960th
+    // column.
     output->placeX = 960;
     output->placeY = 360;
     painter.open(
@@ -367,7 +368,7 @@ TEST_F(X11ScreenStreamsTest, endsWithTheServer)
     stage.desktop.processes().endAll();
 
     EXPECT_TRUE(waitFor([&] { return output->stops == 1; }));
-    // Another server may by now stand where this one stood, and must not be filmed for it.
+    // Another server may by now stand where this one stood, and must not be recorded for it.
     EXPECT_TRUE(waitFor([&] { return !opens(); }));
 }
 

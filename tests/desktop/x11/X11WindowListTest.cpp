@@ -1,8 +1,8 @@
-#include "platform/linux/windows/X11WindowList.h"
+#include "platform/linux/x11/windows/X11WindowList.h"
 
 #include "desktop/harness/PainterProcess.h"
 #include "desktop/x11/LiveContexts.h"
-#include "platform/linux/windows/X11Workspace.h"
+#include "platform/linux/x11/windows/X11Workspace.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 
 #include "app/Termination.h"
 #include "base/LocalizedTexts.h"
-#include "unit/app/RuntimeDesk.h"
+#include "unit/app/RuntimeFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -17,10 +17,10 @@ using testing::Contains;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class AgentRecordingTest : public RuntimeDesk {
+class AgentRecordingTest : public RuntimeFixture {
 protected:
-    /// An agent acts, and its film has a first picture.
-    void film()
+    /// An agent acts, and its recording has a first picture.
+    void recording()
     {
         std::size_t const before = platform.streams.opened.size();
         run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
@@ -49,106 +49,106 @@ protected:
     }
 };
 
-TEST_F(AgentRecordingTest, filmsNothingUnlessThePersonWantsIt)
+TEST_F(AgentRecordingTest, recordsNothingUnlessThePersonWantsIt)
 {
     start();
     run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
-    EXPECT_THAT(platform.films.movies, IsEmpty());
+    EXPECT_THAT(platform.recordings.videos, IsEmpty());
 }
 
-TEST_F(AgentRecordingTest, filmsAnActionAndShowsThat)
+TEST_F(AgentRecordingTest, recordsAnActionAndShowsThat)
 {
     parts.recording.state().setMode(RecordingMode::local);
     start();
-    film();
+    recording();
     EXPECT_TRUE(isOpen());
     EXPECT_TRUE(parts.recording.state().isRecording());
     EXPECT_THAT(platform.streams.last().request.picture.excluded, Contains("dev.zelvo.agent"));
 }
 
-TEST_F(AgentRecordingTest, pausingTheAgentEndsTheFilmAndResumingStartsNone)
+TEST_F(AgentRecordingTest, pausingTheAgentEndsTheRecordingAndResumingStartsNone)
 {
     parts.recording.state().setMode(RecordingMode::local);
     start();
-    film();
+    recording();
     parts.state.setPaused(true);
     platform.settle();
     EXPECT_FALSE(isOpen());
-    EXPECT_TRUE(platform.films.last().end);
+    EXPECT_TRUE(platform.recordings.last().end);
     EXPECT_THAT(logged(), Contains(localized("recording.saved")));
     parts.state.setPaused(false);
     platform.settle();
     EXPECT_FALSE(isOpen());
     EXPECT_FALSE(parts.recording.state().isRecording());
-    film(); // It was not the end for good.
+    recording(); // It was not the end for good.
 }
 
-TEST_F(AgentRecordingTest, anActionThatThePauseOvertookIsNotFilmed)
+TEST_F(AgentRecordingTest, anActionThatThePauseOvertookIsNotRecorded)
 {
     parts.recording.state().setMode(RecordingMode::local);
     start();
     parts.state.setPaused(true);
     platform.settle();
     run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
-    EXPECT_THAT(platform.films.movies, IsEmpty());
+    EXPECT_THAT(platform.recordings.videos, IsEmpty());
     parts.state.setPaused(false);
-    film();
+    recording();
 }
 
-TEST_F(AgentRecordingTest, switchingRecordingsOffEndsTheFilm)
+TEST_F(AgentRecordingTest, switchingRecordingsOffEndsTheRecording)
 {
     parts.recording.state().setMode(RecordingMode::local);
     start();
-    film();
+    recording();
     parts.recording.state().setMode(RecordingMode::off);
     platform.settle();
     EXPECT_FALSE(isOpen());
-    EXPECT_TRUE(platform.films.last().end);
+    EXPECT_TRUE(platform.recordings.last().end);
     parts.recording.state().setMode(RecordingMode::local);
-    film(); // It was not the end for good.
+    recording(); // It was not the end for good.
 }
 
-TEST_F(AgentRecordingTest, quittingWithAPausedFilmWaitsForItsEnd)
+TEST_F(AgentRecordingTest, quittingWithAPausedRecordingWaitsForItsEnd)
 {
     parts.recording.state().setMode(RecordingMode::local);
     start();
-    film();
+    recording();
     platform.time.advance(10s);
     EXPECT_FALSE(parts.recording.state().isRecording());
     int ends = 0;
     Termination termination(platform.contexts.main, parts.runtime.recording(), [&] { ++ends; });
 
     EXPECT_EQ(termination.shouldTerminate(), Termination::Reply::terminateLater);
-    EXPECT_FALSE(platform.films.last().end);
+    EXPECT_FALSE(platform.recordings.last().end);
     platform.settle();
-    EXPECT_TRUE(platform.films.last().end);
+    EXPECT_TRUE(platform.recordings.last().end);
     EXPECT_EQ(ends, 1);
 }
 
-TEST_F(AgentRecordingTest, noFilmBeginsOnceTheProcessEnds)
+TEST_F(AgentRecordingTest, noRecordingBeginsOnceTheProcessEnds)
 {
     parts.recording.state().setMode(RecordingMode::local);
     start();
     run(platform.io, parts.runtime.shutDown());
     platform.settle();
     run(platform.io, parts.recording.recorder().agentActed("c", "Acme"));
-    EXPECT_THAT(platform.films.movies, IsEmpty());
+    EXPECT_THAT(platform.recordings.videos, IsEmpty());
 }
 
-TEST_F(AgentRecordingTest, oldFilmsGoAtTheStartAndEveryTenMinutes)
+TEST_F(AgentRecordingTest, oldRecordingsGoAtTheStartAndEveryTenMinutes)
 {
     Date const now = platform.time.date();
-    auto const folder = platform.filmFolders.movies / "Zelvo";
-    platform.filmFolders.stored[folder / "Zelvo old.mp4"] = now - std::chrono::hours(24 * 7 + 1);
-    platform.filmFolders.stored[folder / "Zelvo soon.mp4"] = now - std::chrono::hours(24 * 7) + 9min;
+    auto const folder = platform.recordingFolders.videos / "Zelvo";
+    platform.recordingFolders.stored[folder / "Zelvo old.mp4"] = now - std::chrono::hours(24 * 7 + 1);
+    platform.recordingFolders.stored[folder / "Zelvo soon.mp4"] = now - std::chrono::hours(24 * 7) + 9min;
     start();
-    EXPECT_THAT(platform.filmFolders.stored, SizeIs(1));
+    EXPECT_THAT(platform.recordingFolders.stored, SizeIs(1));
     platform.time.advance(9min + 59s);
     platform.settle();
-    EXPECT_THAT(platform.filmFolders.stored, SizeIs(1));
+    EXPECT_THAT(platform.recordingFolders.stored, SizeIs(1));
     platform.time.advance(2s);
     platform.settle();
-    EXPECT_THAT(platform.filmFolders.stored, IsEmpty());
+    EXPECT_THAT(platform.recordingFolders.stored, IsEmpty());
 }
 
 TEST_F(AgentRecordingTest, whatAQuitLeftToBeSentIsTriedAtTheNextStart)

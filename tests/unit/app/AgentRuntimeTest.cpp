@@ -1,7 +1,7 @@
 #include "app/AgentRuntime.h"
 
 #include "base/LocalizedTexts.h"
-#include "unit/app/RuntimeDesk.h"
+#include "unit/app/RuntimeFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class AgentRuntimeTest : public RuntimeDesk {
+class AgentRuntimeTest : public RuntimeFixture {
 protected:
     void link(std::string token = "mt")
     {

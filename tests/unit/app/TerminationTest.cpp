@@ -8,7 +8,7 @@
 namespace zelvo {
 namespace {
 
-/// A recorder that takes a second to close its film.
+/// A recorder that takes a second to close its recording.
 class SlowRecorder final : public SessionRecording {
 public:
     explicit SlowRecorder(Clock& clock) : clock(clock) {}
@@ -41,7 +41,7 @@ protected:
     Termination termination{io.get_executor(), recorder, [this] { ++ends; }};
 };
 
-TEST_F(TerminationTest, isAtOnceWithoutAnOpenFilm)
+TEST_F(TerminationTest, isAtOnceWithoutAnOpenRecording)
 {
     EXPECT_EQ(termination.shouldTerminate(), Reply::terminateNow);
     settle(io);
@@ -49,7 +49,7 @@ TEST_F(TerminationTest, isAtOnceWithoutAnOpenFilm)
     EXPECT_EQ(ends, 0); // The one who asked ends it.
 }
 
-TEST_F(TerminationTest, waitsUntilTheFilmIsClosed)
+TEST_F(TerminationTest, waitsUntilTheRecordingIsClosed)
 {
     recorder.open = true;
     EXPECT_EQ(termination.shouldTerminate(), Reply::terminateLater);
@@ -61,7 +61,7 @@ TEST_F(TerminationTest, waitsUntilTheFilmIsClosed)
     EXPECT_EQ(ends, 1);
 }
 
-TEST_F(TerminationTest, closesTheFilmOnceHoweverOftenItIsAsked)
+TEST_F(TerminationTest, closesTheRecordingOnceHoweverOftenItIsAsked)
 {
     recorder.open = true;
     termination.shouldTerminate();

@@ -82,7 +82,7 @@ TEST_F(Hopping, aCoroutineRunsOnTheStrandAndItsCallerGoesOnHere)
             co_await asio::post(co_await asio::this_coro::executor, asio::use_awaitable);
             co_return inside&& strand.running_in_this_thread() && std::this_thread::get_id() != here;
         };
-        bool const wasThere = co_await onStrand(strand, work);
+        bool const wasThere = co_await runOn(strand, work);
         EXPECT_TRUE(wasThere);
         EXPECT_EQ(std::this_thread::get_id(), here);
     };

@@ -51,7 +51,7 @@ public:
     DesktopPoint pointerLocation() override { return {}; }
 
 private:
-    WakeList event;
+    AsyncCondition event;
     bool isMade = false; // event
 };
 

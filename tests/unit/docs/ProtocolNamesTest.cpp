@@ -118,7 +118,7 @@ TEST(ProtocolNames, limitsAreThoseOfTheProgram)
     EXPECT_EQ(shell.maxConcurrent, 4);
     expectTold("Methods", "shell.run", "the first MiB");
     EXPECT_EQ(shell.maxOutputBytes, 1U << 20);
-    expectTold("Methods", "clipboard.get", "longer than " + mib(Pasteboard::longestText));
+    expectTold("Methods", "clipboard.get", "longer than " + mib(Pasteboard::maxTextLength));
     expectTold("Methods", "files.download", "up to " + mib(FileAccess::maxBytes));
     expectTold("Methods", "files.upload.begin", "up to " + mib(FileAccess::maxBytes));
 }

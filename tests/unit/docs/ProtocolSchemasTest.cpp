@@ -98,7 +98,7 @@ void addOthers(std::vector<Instance>& all)
             "target": "con_7f2a"})");
     add("recordings.json#/$defs/recordingList",
         R"({"data": [{"createdAt": "", "deletesAt": "", "durationSEC": 12, "expiresAt": "", "id": "rec_1",
-            "status": "ready", "target": "con_7f2a", "url": "http://a/films/b"}], "nextBefore": "rec_1"})");
+            "status": "ready", "target": "con_7f2a", "url": "http://a/recordings/b"}], "nextBefore": "rec_1"})");
     for (char const* const empty :
          {"screenshot", "ui.tree", "apps.open", "apps.activate", "connection.revoke"})
         all.push_back({schemas().definition(std::string(empty) + ".params"), json::object()});

@@ -55,7 +55,7 @@ public:
     DesktopPoint pointerLocation() override { return {}; }
 
 private:
-    WakeList list;
+    AsyncCondition list;
 };
 
 class PostingGateTest : public testing::Test {

@@ -19,7 +19,7 @@ protected:
     std::vector<GatewayConnectionState> states;
     std::vector<RpcFrame> frames;
     double factor = 1.0;
-    WakeList release;
+    AsyncCondition release;
     bool holdsReplies = false;
     std::shared_ptr<GatewayClient> client = makeClient();
 

@@ -1,4 +1,4 @@
-#include "platform/linux/net/CurlHttpLoading.h"
+#include "platform/portable/net/CurlHttpLoading.h"
 
 #include "unit/net/NetTest.h"
 #include "unit/net/TestPeer.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/net/CurlHttpLoading.h"
+#include "platform/portable/net/CurlHttpLoading.h"
 #include "unit/net/NetTest.h"
 #include "unit/net/UploadServer.h"
 #include "unit/system/TemporaryFolder.h"
@@ -39,14 +39,14 @@ protected:
 
     HttpUpload uploadOf(std::string content, UploadServer const& server)
     {
-        writeFile(film, content);
+        writeFile(recording, content);
         return upload(static_cast<std::int64_t>(content.size()), server);
     }
     /// A file with nothing in it, on disk too.
     HttpUpload uploadOfSparse(std::int64_t bytes, UploadServer const& server)
     {
-        writeFile(film, "");
-        std::filesystem::resize_file(film, static_cast<std::uintmax_t>(bytes));
+        writeFile(recording, "");
+        std::filesystem::resize_file(recording, static_cast<std::uintmax_t>(bytes));
         return upload(bytes, server);
     }
     HttpUpload upload(std::int64_t bytes, UploadServer const& server)
@@ -54,7 +54,7 @@ protected:
         HttpUpload one;
         one.url = server.url();
         one.headers = {{"Content-Type", "video/mp4"}};
-        one.file = film;
+        one.file = recording;
         one.bytes = bytes;
         one.timeout = 10s;
         return one;
@@ -71,7 +71,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    std::filesystem::path film = folder.path / "Zelvo film — Acme.mp4";
+    std::filesystem::path recording = folder.path / "Zelvo recording — Acme.mp4";
     asio::thread_pool workers{2};
     std::unique_ptr<CurlHttpLoading> loading = std::make_unique<CurlHttpLoading>(
         Contexts{io.get_executor(), io.get_executor(), workers.get_executor()});
@@ -85,7 +85,7 @@ TEST_F(CurlUploadTest, putsTheFileWithItsLengthAndNothingElse)
         guest.write(ok);
     });
 
-    auto const answer = wait(loading->upload(uploadOf("a film file", server)));
+    auto const answer = wait(loading->upload(uploadOf("a recording file", server)));
     server.join();
 
     EXPECT_EQ(answer.status, 200);
@@ -96,7 +96,7 @@ TEST_F(CurlUploadTest, putsTheFileWithItsLengthAndNothingElse)
     EXPECT_THAT(server.head, Not(HasSubstr("Expect")));
     EXPECT_THAT(server.head, Not(HasSubstr("Transfer-Encoding")));
     EXPECT_THAT(server.head, Not(HasSubstr("Authorization")));
-    EXPECT_EQ(server.firstBytes, "a film file");
+    EXPECT_EQ(server.firstBytes, "a recording file");
 }
 
 TEST_F(CurlUploadTest, tellsWhatWentOut)
@@ -158,7 +158,7 @@ TEST_F(CurlUploadTest, followsNoRedirect)
                         std::to_string(elsewhere.local_endpoint().port()) + "/\r\nContent-Length: 0\r\n\r\n");
         });
 
-        EXPECT_EQ(wait(loading->upload(uploadOf("film", server))).status, status);
+        EXPECT_EQ(wait(loading->upload(uploadOf("recording", server))).status, status);
 
         boost::system::error_code nobodyCame;
         elsewhere.accept(nobodyCame);
@@ -175,7 +175,7 @@ TEST_F(CurlUploadTest, givesAnAnswerOfGarbageAsItIs)
                     std::string("\0\xff{]x", 5));
     });
 
-    auto const answer = wait(loading->upload(uploadOf("film", server)));
+    auto const answer = wait(loading->upload(uploadOf("recording", server)));
 
     EXPECT_EQ(answer.status, 200);
     EXPECT_EQ(answer.body, std::string("\0\xff{]x", 5));
@@ -190,7 +190,7 @@ TEST_F(CurlUploadTest, failsAtAnAnswerThatIsNoHttp)
         guest.close();
     });
 
-    EXPECT_TRUE(failureOf(uploadOf("film", server)));
+    EXPECT_TRUE(failureOf(uploadOf("recording", server)));
 }
 
 TEST_F(CurlUploadTest, takesAnEarlyRefusal)
@@ -231,7 +231,7 @@ TEST_F(CurlUploadTest, givesUpABodyThatNeverEnds)
             guest.write(chunk);
     });
 
-    auto const failure = failureOf(uploadOf("film", server));
+    auto const failure = failureOf(uploadOf("recording", server));
 
     ASSERT_TRUE(failure);
     EXPECT_THAT(failure->description, HasSubstr("16 MiB"));
@@ -248,7 +248,7 @@ TEST_F(CurlUploadTest, givesUpAHeadThatNeverEnds)
             guest.write(line);
     });
 
-    auto const failure = failureOf(uploadOf("film", server));
+    auto const failure = failureOf(uploadOf("recording", server));
 
     ASSERT_TRUE(failure);
     EXPECT_NE(failure->kind, Kind::timedOut);
@@ -310,10 +310,10 @@ TEST_F(CurlUploadTest, isLostWhenTheConnectionIsClosedAtAnyStage)
 
 TEST_F(CurlUploadTest, isUnreachableWhereNobodyListens)
 {
-    writeFile(film, "film");
+    writeFile(recording, "recording");
     HttpUpload one;
     one.url = "http://127.0.0.1:1/";
-    one.file = film;
+    one.file = recording;
     one.bytes = 4;
 
     EXPECT_EQ(failureOf(one)->kind, Kind::unreachable);
@@ -340,7 +340,7 @@ TEST_F(CurlUploadTest, endsAfterItsTimeWithoutAnAnswer)
         guest.readHead();
         guest.readToEnd();
     });
-    HttpUpload one = uploadOf("film", server);
+    HttpUpload one = uploadOf("recording", server);
     one.timeout = 100ms;
 
     EXPECT_EQ(failureOf(std::move(one))->kind, Kind::timedOut);
@@ -349,7 +349,7 @@ TEST_F(CurlUploadTest, endsAfterItsTimeWithoutAnAnswer)
 TEST_F(CurlUploadTest, failsWhenTheFileIsNotOfTheToldSize)
 {
     UploadServer server([](Guest& guest) { guest.readHead(); });
-    HttpUpload one = uploadOf("film", server);
+    HttpUpload one = uploadOf("recording", server);
     for (std::int64_t const bytes : {0, 3, 5}) {
         one.bytes = bytes;
         auto const failure = failureOf(one);
@@ -367,7 +367,7 @@ TEST_F(CurlUploadTest, failsWhenTheFileShrinksOrGrowsOnItsWay)
         UploadServer server([&](Guest& guest) {
             guest.readHead();
             guest.readBody(mebibyte);
-            std::filesystem::resize_file(film, static_cast<std::uintmax_t>(changed));
+            std::filesystem::resize_file(recording, static_cast<std::uintmax_t>(changed));
             guest.readToEnd();
         });
         HttpUpload one = uploadOfSparse(bigBytes, server);
@@ -385,7 +385,7 @@ TEST_F(CurlUploadTest, failsWhenTheFileShrinksOrGrowsOnItsWay)
 TEST_F(CurlUploadTest, sendsNothingThatIsNoFile)
 {
     UploadServer server([](Guest& guest) { guest.readHead(); });
-    HttpUpload one = uploadOf("film", server);
+    HttpUpload one = uploadOf("recording", server);
     HttpUpload other = one;
     other.file = folder.path / "gone.mp4";
     EXPECT_EQ(failureOf(other)->kind, Kind::other);
@@ -407,7 +407,7 @@ TEST_F(CurlUploadTest, endsWithTheProcess)
         hasBegun = true;
         guest.readToEnd();
     });
-    HttpUpload one = uploadOf("film", server);
+    HttpUpload one = uploadOf("recording", server);
     std::optional<NetworkFailure> failure;
     auto call = [&]() -> Task<> {
         try {
@@ -436,7 +436,7 @@ std::int64_t peakBytes()
     return std::stoll(status.substr(status.find("VmHWM:") + 6)) * 1024;
 }
 
-TEST_F(CurlUploadTest, holdsLittleOfALongFilmInMemory)
+TEST_F(CurlUploadTest, holdsLittleOfALongRecordingInMemory)
 {
     constexpr std::int64_t bytes = 300 * mebibyte;
     UploadServer server([](Guest& guest) {

@@ -1,4 +1,4 @@
-#include "platform/linux/net/HttpHead.h"
+#include "platform/portable/net/HttpHead.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/net/MessageAssembly.h"
+#include "platform/portable/net/MessageAssembly.h"
 
 #include <gtest/gtest.h>
 

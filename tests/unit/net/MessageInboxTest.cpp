@@ -1,4 +1,4 @@
-#include "platform/linux/net/MessageInbox.h"
+#include "platform/portable/net/MessageInbox.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ TEST(MessageInbox, givesMessagesInOrderAndThenNothing)
 TEST(MessageInbox, isFullAtItsMostMessages)
 {
     MessageInbox inbox;
-    for (std::size_t i = 0; i < MessageInbox::mostMessages; ++i) {
+    for (std::size_t i = 0; i < MessageInbox::maxMessages; ++i) {
         EXPECT_TRUE(inbox.hasRoomFor(1));
         inbox.put({});
     }
@@ -33,13 +33,13 @@ TEST(MessageInbox, isFullAtItsMostMessages)
 TEST(MessageInbox, isFullAtItsMostBytesWithTheMessageThatGrows)
 {
     MessageInbox inbox;
-    EXPECT_TRUE(inbox.hasRoomFor(2 * MessageInbox::mostBytes));
+    EXPECT_TRUE(inbox.hasRoomFor(2 * MessageInbox::maxBytes));
     inbox.put({WebSocketMessage::Kind::text, std::string(1000, 'a')});
 
-    EXPECT_TRUE(inbox.hasRoomFor(MessageInbox::mostBytes - 1001));
-    EXPECT_FALSE(inbox.hasRoomFor(MessageInbox::mostBytes - 1000));
+    EXPECT_TRUE(inbox.hasRoomFor(MessageInbox::maxBytes - 1001));
+    EXPECT_FALSE(inbox.hasRoomFor(MessageInbox::maxBytes - 1000));
     inbox.take();
-    EXPECT_TRUE(inbox.hasRoomFor(MessageInbox::mostBytes));
+    EXPECT_TRUE(inbox.hasRoomFor(MessageInbox::maxBytes));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "platform/linux/net/NetworkFailures.h"
+#include "platform/portable/net/NetworkFailures.h"
 
 #include <boost/asio/error.hpp>
 #include <boost/asio/ssl/error.hpp>

@@ -1,4 +1,4 @@
-#include "platform/linux/net/PendingPings.h"
+#include "platform/portable/net/PendingPings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

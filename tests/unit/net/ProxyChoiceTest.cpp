@@ -1,4 +1,4 @@
-#include "platform/linux/net/ProxyChoice.h"
+#include "platform/portable/net/ProxyChoice.h"
 
 #include "platform/WebSocket.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/net/BeastWebSocket.h"
+#include "platform/portable/net/BeastWebSocket.h"
 #include "unit/net/NetTest.h"
 #include "unit/net/TestPeer.h"
 

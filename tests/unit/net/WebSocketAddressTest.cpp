@@ -1,4 +1,4 @@
-#include "platform/linux/net/WebSocketAddress.h"
+#include "platform/portable/net/WebSocketAddress.h"
 
 #include "platform/WebSocket.h"
 

@@ -24,7 +24,7 @@ protected:
                      .policy = {},
                      .shareRecordings = {}});
     }
-    /// What the person is told of films, the newest first.
+    /// What the person is told of recordings, the newest first.
     std::vector<ActivityEntry> lines() const
     {
         std::vector<ActivityEntry> all;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "fakes/FakeDesktop.h"
-#include "fakes/FakeMovieFolders.h"
 #include "fakes/FakeUserDefaults.h"
+#include "fakes/FakeVideoFolders.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 #include "recording/SessionRecorder.h"
@@ -19,8 +19,8 @@
 
 namespace zelvo {
 
-/// A film that keeps what it was told.
-class FakeWriting final : public RecordingWriting {
+/// A recording that keeps what it was told.
+class FakeWriting final : public RecordingOutput {
 public:
     explicit FakeWriting(RecordingStart start) : start(std::move(start)) {}
 
@@ -58,7 +58,7 @@ public:
     }
 };
 
-/// A recorder whose films are fakes, on the manual clock.
+/// A recorder whose recordings are fakes, on the manual clock.
 class RecorderHarness : public testing::Test {
 public:
     RecorderHarness() { settings.setMode(RecordingMode::local); }
@@ -74,8 +74,8 @@ public:
             .startWriter = [this](RecordingStart start) { return startWriter(std::move(start)); },
             .hiddenBundleIds = [this]() -> Task<std::set<std::string>> { co_return hidden; },
             .isPaused = [this] { return paused; },
-            .onFinished = [this](FinishedRecording film, bool quitting) -> Task<> {
-                finished.emplace_back(film.file.filename().string(), quitting);
+            .onFinished = [this](FinishedRecording recording, bool quitting) -> Task<> {
+                finished.emplace_back(recording.file.filename().string(), quitting);
                 if (handingOn)
                     co_await handingOn();
             },
@@ -105,7 +105,7 @@ public:
     {
         return begin([this, connectionId] { return recorder->agentActed(connectionId, "Acme"); });
     }
-    FakeWriting& film(std::size_t number = 0) { return *films.at(number); }
+    FakeWriting& recording(std::size_t number = 0) { return *recordings.at(number); }
     std::size_t sleepers()
     {
         settle(io);
@@ -117,10 +117,10 @@ public:
     FakeUserDefaults defaults;
     RecordingSettings settings{defaults};
     FakeSystemAccess access;
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     std::set<std::string> hidden;
     bool paused = false;
-    std::vector<std::shared_ptr<FakeWriting>> films;
+    std::vector<std::shared_ptr<FakeWriting>> recordings;
     std::function<Task<>()> beforeStart;
     std::function<Task<>()> handingOn;
     std::vector<std::pair<std::string, bool>> finished; ///< file name, quitting
@@ -129,13 +129,13 @@ public:
     std::shared_ptr<SessionRecorder> recorder = SessionRecorder::create(services());
 
 private:
-    Task<std::shared_ptr<RecordingWriting>> startWriter(RecordingStart start)
+    Task<std::shared_ptr<RecordingOutput>> startWriter(RecordingStart start)
     {
         if (beforeStart)
             co_await beforeStart();
         folders.stored[start.file] = clock.date();
-        films.push_back(std::make_shared<FakeWriting>(std::move(start)));
-        co_return films.back();
+        recordings.push_back(std::make_shared<FakeWriting>(std::move(start)));
+        co_return recordings.back();
     }
 };
 

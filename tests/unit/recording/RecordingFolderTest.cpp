@@ -1,44 +1,44 @@
 #include "recording/RecordingFolder.h"
 
-#include "fakes/FakeMovieFolders.h"
+#include "fakes/FakeVideoFolders.h"
 
 #include <gtest/gtest.h>
 
 namespace zelvo {
 namespace {
 
-TEST(RecordingFolder, standsAmongThePersonsFilms)
+TEST(RecordingFolder, standsAmongThePersonsRecordings)
 {
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     EXPECT_EQ(recordingFolder(folders), "/home/me/Videos/Zelvo");
 
-    folders.movies = "/data/films";
-    EXPECT_EQ(recordingFolder(folders), "/data/films/Zelvo");
+    folders.videos = "/data/recordings";
+    EXPECT_EQ(recordingFolder(folders), "/data/recordings/Zelvo");
 }
 
-TEST(FreeFilmPath, isTheNameWhereThatIsFree)
+TEST(FreeRecordingPath, isTheNameWhereThatIsFree)
 {
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
 
-    EXPECT_EQ(freeFilmPath(folders, "/f", "Zelvo x.mp4"), "/f/Zelvo x.mp4");
+    EXPECT_EQ(freeRecordingPath(folders, "/f", "Zelvo x.mp4"), "/f/Zelvo x.mp4");
 }
 
-TEST(FreeFilmPath, countsOnWhereTheNameIsTaken)
+TEST(FreeRecordingPath, countsOnWhereTheNameIsTaken)
 {
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     folders.stored["/f/Zelvo x.mp4"];
-    EXPECT_EQ(freeFilmPath(folders, "/f", "Zelvo x.mp4"), "/f/Zelvo x 2.mp4");
+    EXPECT_EQ(freeRecordingPath(folders, "/f", "Zelvo x.mp4"), "/f/Zelvo x 2.mp4");
 
     folders.stored["/f/Zelvo x 2.mp4"];
-    EXPECT_EQ(freeFilmPath(folders, "/f", "Zelvo x.mp4"), "/f/Zelvo x 3.mp4");
+    EXPECT_EQ(freeRecordingPath(folders, "/f", "Zelvo x.mp4"), "/f/Zelvo x 3.mp4");
 }
 
-TEST(FreeFilmPath, givesUpWhereNothingIsFree)
+TEST(FreeRecordingPath, givesUpWhereNothingIsFree)
 {
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     folders.everythingIsTaken = true;
 
-    EXPECT_THROW(freeFilmPath(folders, "/f", "Zelvo x.mp4"), FileFailure);
+    EXPECT_THROW(freeRecordingPath(folders, "/f", "Zelvo x.mp4"), FileFailure);
 }
 
 } // namespace

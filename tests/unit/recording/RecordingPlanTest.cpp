@@ -107,19 +107,19 @@ TEST(RecordingPlan, spendsNoLessThanItsFloor)
     EXPECT_EQ(RecordingPlan::bitRate(2, 2), 500'000);
 }
 
-TEST(FilmName, saysWhenAndWho)
+TEST(RecordingName, saysWhenAndWho)
 {
     EXPECT_EQ(named("Acme"), "Zelvo 2026-11-15 at 12.30.05 — Acme.mp4");
     EXPECT_EQ(named("Acme: bot"), "Zelvo 2026-11-15 at 12.30.05 — Acme- bot.mp4");
 }
 
-TEST(FilmName, padsTheDate)
+TEST(RecordingName, padsTheDate)
 {
     EXPECT_EQ(RecordingPlan::fileName(localDate(2027, 1, 2, 3, 4, 5), ""),
               "Zelvo 2027-01-02 at 03.04.05.mp4");
 }
 
-TEST(FilmName, followsTheMachineIntoAnotherZone)
+TEST(RecordingName, followsTheMachineIntoAnotherZone)
 {
     Date const moment{std::chrono::sys_days(std::chrono::year(2026) / 11 / 15) + 12h};
     ::setenv("TZ", "UTC0", 1);
@@ -130,26 +130,26 @@ TEST(FilmName, followsTheMachineIntoAnotherZone)
     ::tzset();
 }
 
-TEST(FilmName, hasNoDashWithoutAPlatform)
+TEST(RecordingName, hasNoDashWithoutAPlatform)
 {
     for (std::string_view const name : {"", " ", "\t\n \r\n", "\u00a0\u3000", "\x01\x02"})
         EXPECT_EQ(named(name), "Zelvo 2026-11-15 at 12.30.05.mp4") << name;
 }
 
-TEST(FilmName, hasNoSlashesAndColons)
+TEST(RecordingName, hasNoSlashesAndColons)
 {
     EXPECT_EQ(nameIn(named("a/b:c/../..")), "a-b-c-..-..");
     EXPECT_EQ(nameIn(named("/")), "-");
     EXPECT_EQ(nameIn(named("/etc/passwd")), "-etc-passwd");
 }
 
-TEST(FilmName, isTrimmed)
+TEST(RecordingName, isTrimmed)
 {
     EXPECT_EQ(nameIn(named("  Acme\n")), "Acme");
     EXPECT_EQ(nameIn(named(" / Acme")), "- Acme"); // Replaced first.
 }
 
-TEST(FilmName, isCutToSixtyCharacters)
+TEST(RecordingName, isCutToSixtyCharacters)
 {
     EXPECT_EQ(nameIn(named(std::string(100, 'a'))), std::string(60, 'a'));
     EXPECT_EQ(nameIn(named(std::string(60, 'a'))), std::string(60, 'a'));
@@ -158,13 +158,13 @@ TEST(FilmName, isCutToSixtyCharacters)
     EXPECT_EQ(nameIn(named(repeated("漢", 100))), repeated("漢", 60));
 }
 
-TEST(FilmName, isOneLine)
+TEST(RecordingName, isOneLine)
 {
     EXPECT_EQ(nameIn(named("Acme\r\nEvil\nbot")), "Acme Evil bot");
     EXPECT_EQ(nameIn(named("Acme\u2028Evil\u2029\u0085bot")), "Acme Evil bot");
 }
 
-TEST(FilmName, hasNoControlCharacters)
+TEST(RecordingName, hasNoControlCharacters)
 {
     EXPECT_EQ(nameIn(named(std::string("a\0b", 3))), "a b");
     EXPECT_EQ(nameIn(named("a\x1b[31mb\x7f")), "a [31mb");
@@ -175,12 +175,12 @@ TEST(FilmName, hasNoControlCharacters)
     EXPECT_EQ(nameIn(named("a" + rightToLeft + "gpj" + isolated + "b")), "a gpj b");
 }
 
-TEST(FilmName, keepsWhatJoinsACharacter)
+TEST(RecordingName, keepsWhatJoinsACharacter)
 {
     EXPECT_EQ(nameIn(named("👩‍👩‍👧 \u00a0x")), "👩‍👩‍👧 \u00a0x");
 }
 
-TEST(FilmName, repairsBytesThatAreNoText)
+TEST(RecordingName, repairsBytesThatAreNoText)
 {
     EXPECT_EQ(nameIn(named("a\xff\xfe"
                            "b\xc3")),
@@ -188,7 +188,7 @@ TEST(FilmName, repairsBytesThatAreNoText)
     EXPECT_TRUE(text::isUtf8(named(std::string(300, '\xf0'))));
 }
 
-TEST(FilmName, alwaysFitsAFileName)
+TEST(RecordingName, alwaysFitsAFileName)
 {
     for (std::string_view const piece :
          {"😀", "👩‍👩‍👧", "🇩🇪", "漢", "a", "é", "\xff", "e\u0301\u0302\u0303"}) {
@@ -198,13 +198,13 @@ TEST(FilmName, alwaysFitsAFileName)
     }
 }
 
-TEST(FilmName, isCutAtAWholeCharacterWhereItMustFit)
+TEST(RecordingName, isCutAtAWholeCharacterWhereItMustFit)
 {
     EXPECT_EQ(nameIn(named(repeated("😀", 60))), repeated("😀", 53)); // 212 of 213 bytes
     EXPECT_EQ(nameIn(named(repeated("👩‍👩‍👧", 60))), repeated("👩‍👩‍👧", 11));
 }
 
-TEST(FilmName, leavesOutACharacterThatFitsNowhere)
+TEST(RecordingName, leavesOutACharacterThatFitsNowhere)
 {
     std::string const heap = "e" + repeated("\u0301", 500);
 
@@ -212,12 +212,12 @@ TEST(FilmName, leavesOutACharacterThatFitsNowhere)
     EXPECT_EQ(nameIn(named("ab" + heap)), "ab");
 }
 
-TEST(FilmName, takesTenThousandCharacters)
+TEST(RecordingName, takesTenThousandCharacters)
 {
     EXPECT_EQ(nameIn(named("Acme" + std::string(10'000, '/'))), "Acme" + std::string(56, '-'));
 }
 
-TEST(FilmName, isNumberedBeforeItsExtension)
+TEST(RecordingName, isNumberedBeforeItsExtension)
 {
     EXPECT_EQ(RecordingPlan::numbered("Zelvo 2026-11-15 at 12.30.05 — Acme.mp4", 2),
               "Zelvo 2026-11-15 at 12.30.05 — Acme 2.mp4");

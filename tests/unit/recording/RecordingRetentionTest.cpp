@@ -1,7 +1,7 @@
 #include "recording/RecordingRetention.h"
 
-#include "fakes/FakeMovieFolders.h"
 #include "fakes/FakeUserDefaults.h"
+#include "fakes/FakeVideoFolders.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ public:
     Date const now = Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 21));
     FakeUserDefaults defaults;
     RecordingSettings settings{defaults};
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     RecordingRetention retention{settings, folders};
 };
 
@@ -58,7 +58,7 @@ TEST_F(RecordingRetentionTest, keepsWhatHasNoDate)
     EXPECT_THAT(expired(1), IsEmpty());
 }
 
-TEST_F(RecordingRetentionTest, touchesOnlyWhatIsNamedAsAFilm)
+TEST_F(RecordingRetentionTest, touchesOnlyWhatIsNamedAsARecording)
 {
     for (std::string const name :
          {"Zelvo x.mov", "Recording.mp4", "Zelvo x.MP4", "Zelvo.mp4", "zelvo x.mp4", "Zelvox.mp4",

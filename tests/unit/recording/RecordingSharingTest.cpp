@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    WakeList arrivals;
+    AsyncCondition arrivals;
     std::deque<T> ready;
 };
 
@@ -182,7 +182,7 @@ TEST_F(RecordingSharingTest, leavesAConnectionUndecidedWithoutAnAnswer)
     EXPECT_THAT(told, IsEmpty());
     EXPECT_THAT(sharing.asking(), IsEmpty());
     begin("c1");
-    EXPECT_THAT(questions, SizeIs(2)) << "asked again after the next film";
+    EXPECT_THAT(questions, SizeIs(2)) << "asked again after the next recording";
 }
 
 TEST_F(RecordingSharingTest, asksNothingForAnUnknownConnection)

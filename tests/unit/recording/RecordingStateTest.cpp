@@ -1,8 +1,8 @@
 #include "recording/RecordingState.h"
 
 #include "fakes/FakeFileReveal.h"
-#include "fakes/FakeMovieFolders.h"
 #include "fakes/FakeUserDefaults.h"
+#include "fakes/FakeVideoFolders.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 
@@ -43,7 +43,7 @@ public:
     ManualClock clock{&io};
     FakeUserDefaults defaults;
     RecordingSettings settings{defaults};
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     RecordingRetention retention{settings, folders};
     FakeFileReveal reveal;
     std::vector<RecordingMode> modesAtFinish;
@@ -104,7 +104,7 @@ TEST_F(RecordingStateTest, doesNothingForTheModeThatItHas)
     EXPECT_EQ(changes, 0);
 }
 
-TEST_F(RecordingStateTest, endsAFilmWhenSwitchedOff)
+TEST_F(RecordingStateTest, endsARecordingWhenSwitchedOff)
 {
     settings.setMode(RecordingMode::local);
     begin().setMode(RecordingMode::off);

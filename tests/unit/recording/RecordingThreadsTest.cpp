@@ -1,7 +1,7 @@
 #include "fakes/FakeDesktop.h"
-#include "fakes/FakeMovieFolders.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeUserDefaults.h"
+#include "fakes/FakeVideoFolders.h"
 #include "fakes/ManualClock.h"
 #include "recording/RecordingWriter.h"
 #include "recording/SessionRecorder.h"
@@ -24,7 +24,7 @@
 namespace zelvo {
 namespace {
 
-/// What the films of a test have come to. Thread: any.
+/// What the recordings of a test have come to. Thread: any.
 struct Tally {
     std::atomic<int> made = 0;
     std::atomic<int> frames = 0;
@@ -33,9 +33,9 @@ struct Tally {
     std::atomic<int> handedOn = 0;
 };
 
-class CountedMovie final : public MovieFile {
+class CountedVideoFile final : public VideoFile {
 public:
-    explicit CountedMovie(Tally& tally) : tally(tally) { ++tally.made; }
+    explicit CountedVideoFile(Tally& tally) : tally(tally) { ++tally.made; }
     bool isReadyForMoreData() const override { return true; }
     bool append(Picture const&, Duration time) override { return write(time); }
     bool repeat(Duration time) override { return write(time); }
@@ -59,12 +59,12 @@ private:
     Duration last = -1ns; // What sanitizers watch: only one thread at a time may come here.
 };
 
-class CountedMovies final : public MovieFiles {
+class CountedVideoFiles final : public VideoFiles {
 public:
-    explicit CountedMovies(Tally& tally) : tally(tally) {}
-    std::unique_ptr<MovieFile> create(MovieSettings) override
+    explicit CountedVideoFiles(Tally& tally) : tally(tally) {}
+    std::unique_ptr<VideoFile> create(VideoSettings) override
     {
-        return std::make_unique<CountedMovie>(tally);
+        return std::make_unique<CountedVideoFile>(tally);
     }
 
 private:
@@ -154,20 +154,20 @@ public:
     FakeUserDefaults defaults;
     RecordingSettings settings{defaults};
     FakeSystemAccess access;
-    FakeMovieFolders folders;
+    FakeVideoFolders folders;
     FakeScreenSource screen;
     BusyStreams streams;
     Tally tally;
-    CountedMovies movies{tally};
-    RecordingWriter::Services filming{
-        .workers = contexts.workers, .clock = clock, .screen = screen, .streams = streams, .movies = movies};
+    CountedVideoFiles videos{tally};
+    RecordingWriter::Services recording{
+        .workers = contexts.workers, .clock = clock, .screen = screen, .streams = streams, .videos = videos};
     std::shared_ptr<SessionRecorder> recorder = SessionRecorder::create({
         .contexts = contexts,
         .clock = clock,
         .settings = settings,
         .access = access,
         .folders = folders,
-        .startWriter = RecordingWriter::starter(filming),
+        .startWriter = RecordingWriter::starter(recording),
         .hiddenBundleIds = {},
         .isPaused = {},
         .onFinished = [this](FinishedRecording, bool) -> Task<> {
@@ -180,7 +180,7 @@ public:
     std::thread thread{[this] { agent.run(); }};
 };
 
-TEST_F(RecordingThreads, leaveNoFilmOpen)
+TEST_F(RecordingThreads, leaveNoRecordingOpen)
 {
     for (int i = 0; i < 60; ++i) {
         std::string const connection = i % 3 == 0 ? "a" : "b";
@@ -223,22 +223,22 @@ TEST_F(RecordingThreads, mayActAtOnce)
 TEST_F(RecordingThreads, pauseAndGoOnWhileFramesArrive)
 {
     RecordingStart start;
-    start.file = "/films/Zelvo x.mp4";
-    std::shared_ptr<RecordingWriting> film;
-    await(contexts.agent, [&]() -> Task<> { film = co_await RecordingWriter::start(filming, start); });
+    start.file = "/recordings/Zelvo x.mp4";
+    std::shared_ptr<RecordingOutput> recording;
+    await(contexts.agent, [&]() -> Task<> { recording = co_await RecordingWriter::start(recording, start); });
     double longest = 0;
     for (int i = 0; tally.frames < 500; ++i) {
-        film->pause(Instant{} + std::chrono::seconds(i));
-        film->resume();
+        recording->pause(Instant{} + std::chrono::seconds(i));
+        recording->resume();
         await(contexts.agent, [&]() -> Task<> {
-            double const recorded = co_await film->recordedSeconds();
+            double const recorded = co_await recording->recordedSeconds();
             EXPECT_GE(recorded, longest);
             longest = recorded;
             std::set<std::string> const excluded = {"org.keys"};
-            co_await film->updateFilter(excluded);
+            co_await recording->updateFilter(excluded);
         });
     }
-    await(contexts.agent, [&]() -> Task<> { co_await film->finish(); });
+    await(contexts.agent, [&]() -> Task<> { co_await recording->finish(); });
 
     EXPECT_EQ(tally.closed + tally.cancelled, 1);
 }

@@ -15,15 +15,15 @@ using testing::Pair;
 using testing::SizeIs;
 using Kind = NetworkFailure::Kind;
 
-/// A transfer as its uploader runs it, one film at a time.
+/// A transfer as its uploader runs it, one recording at a time.
 class RecordingTransferTest : public UploaderHarness {};
 
 // Outcomes of the steps.
 
-TEST_F(RecordingTransferTest, handsAFilmOverInThreeSteps)
+TEST_F(RecordingTransferTest, handsARecordingOverInThreeSteps)
 {
     accepted();
-    FinishedRecording const finished = film("a.mp4");
+    FinishedRecording const finished = recording("a.mp4");
     handle(finished);
 
     EXPECT_EQ(handled, 1);
@@ -100,7 +100,7 @@ TEST_F(RecordingTransferTest, triesAgainAfterASuccessWithoutAnAddress)
     EXPECT_THAT(platform.loading.uploads, IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, triesAgainWhenTheFilmDidNotGetThrough)
+TEST_F(RecordingTransferTest, triesAgainWhenTheRecordingDidNotGetThrough)
 {
     for (int const status : {0, 199, 300, 302, 403, 404, 413, 500}) {
         enqueue("a.mp4");
@@ -123,7 +123,7 @@ TEST_F(RecordingTransferTest, triesAgainWhenTheFilmDidNotGetThrough)
     EXPECT_THAT(lines(), IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, takesAnyAnswerToTheFilmThatIsASuccess)
+TEST_F(RecordingTransferTest, takesAnyAnswerToTheRecordingThatIsASuccess)
 {
     enqueue("a.mp4");
     announced();
@@ -152,7 +152,7 @@ TEST_F(RecordingTransferTest, goesByTheAnswerToTheLastStep)
     EXPECT_THAT(queued(), ElementsAre("b.mp4:1"));
 }
 
-TEST_F(RecordingTransferTest, keepsLocalWhatIsNoFilmAnyMore)
+TEST_F(RecordingTransferTest, keepsLocalWhatIsNoRecordingAnyMore)
 {
     std::string const path = enqueue("a.mp4");
     std::filesystem::remove(path); // Its time was over.
@@ -176,9 +176,9 @@ TEST_F(RecordingTransferTest, sendsOnlyFilesThatHoldSomething)
     expectMissing(folder.path / "pipe.mp4");
     expectMissing(folder.path);
     expectMissing("/dev/zero");
-    expectMissing("film.mp4");
+    expectMissing("recording.mp4");
     expectMissing("");
-    expectMissing(film("a.mp4").file.native() + std::string("\0.mp4", 5));
+    expectMissing(recording("a.mp4").file.native() + std::string("\0.mp4", 5));
     expectMissing("/" + std::string(100'000, 'x'));
     EXPECT_THAT(lines(), SizeIs(8));
     EXPECT_THAT(calls(), IsEmpty());
@@ -218,7 +218,7 @@ TEST_F(RecordingTransferTest, triesAgainWhenTheTokenGoesMeanwhile)
 
 // A right that was taken away holds.
 
-TEST_F(RecordingTransferTest, keepsLocalAFilmWhoseConnectionWasRevoked)
+TEST_F(RecordingTransferTest, keepsLocalARecordingWhoseConnectionWasRevoked)
 {
     enqueue("a.mp4");
     state.revoke("c1");
@@ -228,7 +228,7 @@ TEST_F(RecordingTransferTest, keepsLocalAFilmWhoseConnectionWasRevoked)
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, keepsLocalAFilmWhoseConnectionLostTheScope)
+TEST_F(RecordingTransferTest, keepsLocalARecordingWhoseConnectionLostTheScope)
 {
     enqueue("a.mp4");
     state.setScopes({AgentScope::screen, AgentScope::input}, "c1");
@@ -238,7 +238,7 @@ TEST_F(RecordingTransferTest, keepsLocalAFilmWhoseConnectionLostTheScope)
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, keepsLocalAFilmThatIsNoLongerShared)
+TEST_F(RecordingTransferTest, keepsLocalARecordingThatIsNoLongerShared)
 {
     for (std::optional<bool> const share : {std::optional(false), std::optional<bool>()}) {
         enqueue("a.mp4");
@@ -251,7 +251,7 @@ TEST_F(RecordingTransferTest, keepsLocalAFilmThatIsNoLongerShared)
     EXPECT_THAT(asked, IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, keepsLocalAllFilmsOnceTheModeIsNotShare)
+TEST_F(RecordingTransferTest, keepsLocalAllRecordingsOnceTheModeIsNotShare)
 {
     enqueue("a.mp4");
     settings.setMode(RecordingMode::local);
@@ -272,7 +272,7 @@ TEST_F(RecordingTransferTest, doesNotSendLaterWhatWasKeptLocal)
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, sendsNoFilmWhenTheRightGoesAfterTheAnnouncement)
+TEST_F(RecordingTransferTest, sendsNoRecordingWhenTheRightGoesAfterTheAnnouncement)
 {
     enqueue("a.mp4");
     drain();
@@ -284,7 +284,7 @@ TEST_F(RecordingTransferTest, sendsNoFilmWhenTheRightGoesAfterTheAnnouncement)
     expectKeptLocal("recording_not_shared");
 }
 
-TEST_F(RecordingTransferTest, stopsAFilmOnItsWayWhenTheRightGoes)
+TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheRightGoes)
 {
     enqueue("a.mp4");
     enqueue("b.mp4");
@@ -307,7 +307,7 @@ TEST_F(RecordingTransferTest, stopsAFilmOnItsWayWhenTheRightGoes)
     EXPECT_EQ(platform.time.sleeperCount(), 0U);
 }
 
-TEST_F(RecordingTransferTest, stopsAFilmOnItsWayWhenTheModeChanges)
+TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheModeChanges)
 {
     enqueue("a.mp4");
     announced();
@@ -351,7 +351,7 @@ TEST_F(RecordingTransferTest, namesAConnectionThatGoesAtTheEndAsAnUnnamedPlatfor
 
 // Progress.
 
-TEST_F(RecordingTransferTest, tellsHowFarAFilmIs)
+TEST_F(RecordingTransferTest, tellsHowFarARecordingIs)
 {
     EXPECT_EQ(uploader.progress(), std::nullopt);
     std::string const path = enqueue("a.mp4");
@@ -370,7 +370,7 @@ TEST_F(RecordingTransferTest, tellsHowFarAFilmIs)
     EXPECT_EQ(uploader.progress(), std::nullopt) << "a late word changes nothing";
 }
 
-TEST_F(RecordingTransferTest, looksAfterTheRightOnlyWhileAFilmGoesOut)
+TEST_F(RecordingTransferTest, looksAfterTheRightOnlyWhileARecordingGoesOut)
 {
     enqueue("a.mp4");
     announced();

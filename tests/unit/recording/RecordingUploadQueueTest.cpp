@@ -39,7 +39,7 @@ TEST_F(RecordingUploadQueueTest, isStoredAsAnArrayWithTheFieldsAsKeys)
               R"([{"path":"/m/Zelvo 1 — Ж.mp4","connectionId":"c1","durationSec":20,"attempts":0}])");
 }
 
-TEST_F(RecordingUploadQueueTest, keepsTheOrderInWhichFilmsCame)
+TEST_F(RecordingUploadQueueTest, keepsTheOrderInWhichRecordingsCame)
 {
     queue.append(entry("/a"));
     queue.append(entry("/b"));
@@ -52,7 +52,7 @@ TEST_F(RecordingUploadQueueTest, keepsTheOrderInWhichFilmsCame)
     EXPECT_FALSE(queue.holds("/b"));
 }
 
-TEST_F(RecordingUploadQueueTest, holdsAFilmOnce)
+TEST_F(RecordingUploadQueueTest, holdsARecordingOnce)
 {
     queue.append(entry("/a", 2));
     queue.append(entry("/a"));

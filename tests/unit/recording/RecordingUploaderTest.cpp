@@ -14,12 +14,12 @@ constexpr char const* key = "zelvo.recording.pendingUploads";
 
 class RecordingUploaderTest : public UploaderHarness {};
 
-// What becomes of a film that was just closed.
+// What becomes of a recording that was just closed.
 
-TEST_F(RecordingUploaderTest, logsEveryFilm)
+TEST_F(RecordingUploaderTest, logsEveryRecording)
 {
     settings.setMode(RecordingMode::local);
-    handle(film("a.mp4"));
+    handle(recording("a.mp4"));
 
     ASSERT_THAT(lines(), SizeIs(1));
     EXPECT_EQ(lines()[0].platformName, "Acme");
@@ -28,9 +28,9 @@ TEST_F(RecordingUploaderTest, logsEveryFilm)
     EXPECT_EQ(handled, 1);
 }
 
-TEST_F(RecordingUploaderTest, logsAFilmThatBelongsToNoConnectionAndNoMore)
+TEST_F(RecordingUploaderTest, logsARecordingThatBelongsToNoConnectionAndNoMore)
 {
-    handle(film("a.mp4", std::nullopt));
+    handle(recording("a.mp4", std::nullopt));
 
     ASSERT_THAT(lines(), SizeIs(1));
     EXPECT_EQ(lines()[0].connectionId, std::nullopt);
@@ -38,17 +38,17 @@ TEST_F(RecordingUploaderTest, logsAFilmThatBelongsToNoConnectionAndNoMore)
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(RecordingUploaderTest, keepsAFilmHereUnlessAllThreeLineUp)
+TEST_F(RecordingUploaderTest, keepsARecordingHereUnlessAllThreeLineUp)
 {
     settings.setMode(RecordingMode::local);
-    handle(film("a.mp4"));
+    handle(recording("a.mp4"));
     settings.setMode(RecordingMode::share);
     state.setScopes({AgentScope::screen}, "c1");
-    handle(film("b.mp4"));
+    handle(recording("b.mp4"));
     state.setScopes({AgentScope::record}, "c1");
     state.setShareRecordings(false, "c1");
-    handle(film("c.mp4"));
-    handle(film("d.mp4", "unknown"));
+    handle(recording("c.mp4"));
+    handle(recording("d.mp4", "unknown"));
 
     EXPECT_THAT(calls(), IsEmpty());
     EXPECT_THAT(asked, IsEmpty());
@@ -64,17 +64,17 @@ TEST_F(RecordingUploaderTest, asksAnUndecidedConnection)
         co_return true;
     };
     accepted();
-    handle(film("a.mp4"));
+    handle(recording("a.mp4"));
 
     EXPECT_THAT(asked, ElementsAre("c1"));
     EXPECT_THAT(calls(), ElementsAre("recordings", "complete"));
 }
 
-TEST_F(RecordingUploaderTest, keepsTheFilmHereWithoutAYes)
+TEST_F(RecordingUploaderTest, keepsTheRecordingHereWithoutAYes)
 {
     state.setShareRecordings(std::nullopt, "c1");
     answerToAsk = []() -> Task<bool> { co_return false; };
-    handle(film("a.mp4"));
+    handle(recording("a.mp4"));
 
     EXPECT_THAT(asked, ElementsAre("c1"));
     EXPECT_THAT(queued(), IsEmpty());
@@ -82,18 +82,18 @@ TEST_F(RecordingUploaderTest, keepsTheFilmHereWithoutAYes)
     EXPECT_EQ(handled, 1);
 }
 
-TEST_F(RecordingUploaderTest, goesOnWithOtherFilmsWhileAQuestionStands)
+TEST_F(RecordingUploaderTest, goesOnWithOtherRecordingsWhileAQuestionStands)
 {
     grant("c2", "Bolt");
-    WakeList waiting;
+    AsyncCondition waiting;
     answerToAsk = [&]() -> Task<bool> {
         co_await waiting.wait([] { return false; });
         co_return false;
     };
-    handle(film("a.mp4", "c2"));
+    handle(recording("a.mp4", "c2"));
     EXPECT_EQ(handled, 0);
     accepted();
-    handle(film("b.mp4"));
+    handle(recording("b.mp4"));
 
     EXPECT_EQ(handled, 1);
     EXPECT_THAT(calls(), ElementsAre("recordings", "complete"));
@@ -104,7 +104,7 @@ TEST_F(RecordingUploaderTest, goesOnWithOtherFilmsWhileAQuestionStands)
 
 TEST_F(RecordingUploaderTest, queuesWithoutATransferWhileQuitting)
 {
-    handle(film("a.mp4"), true);
+    handle(recording("a.mp4"), true);
 
     EXPECT_EQ(handled, 1);
     EXPECT_THAT(queued(), ElementsAre("a.mp4:0"));
@@ -119,7 +119,7 @@ TEST_F(RecordingUploaderTest, queuesWithoutATransferWhileQuitting)
 TEST_F(RecordingUploaderTest, asksNobodyWhileQuitting)
 {
     state.setShareRecordings(std::nullopt, "c1");
-    handle(film("a.mp4"), true);
+    handle(recording("a.mp4"), true);
 
     EXPECT_EQ(handled, 1);
     EXPECT_THAT(asked, IsEmpty());
@@ -156,11 +156,11 @@ TEST_F(RecordingUploaderTest, sendsOneAfterAnotherInOrder)
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(RecordingUploaderTest, takesAFilmThatComesWhileItDrainsIntoTheSameRun)
+TEST_F(RecordingUploaderTest, takesARecordingThatComesWhileItDrainsIntoTheSameRun)
 {
     enqueue("a.mp4");
     drain();
-    handle(film("b.mp4"));
+    handle(recording("b.mp4"));
     EXPECT_EQ(handled, 1) << "the run that is under way takes it";
     EXPECT_THAT(queued(), ElementsAre("a.mp4:0", "b.mp4:0"));
     EXPECT_THAT(calls(), ElementsAre("recordings"));
@@ -178,7 +178,7 @@ TEST_F(RecordingUploaderTest, keepsWhatFailedBeforeWhatCameMeanwhile)
 {
     enqueue("a.mp4");
     drain();
-    handle(film("b.mp4"), true); // Queued, with no call for another run.
+    handle(recording("b.mp4"), true); // Queued, with no call for another run.
     platform.loading.answer(500, "");
     settle();
 
@@ -249,11 +249,11 @@ TEST_F(RecordingUploaderTest, readsAQueueThatItCannotDecodeAsEmpty)
     drain();
     EXPECT_THAT(calls(), IsEmpty());
     accepted();
-    handle(film("a.mp4"));
+    handle(recording("a.mp4"));
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(RecordingUploaderTest, sendsAFilmThatIsStoredTwiceOnce)
+TEST_F(RecordingUploaderTest, sendsARecordingThatIsStoredTwiceOnce)
 {
     enqueue("a.mp4");
     PendingRecording const entry = queue.load()[0];
@@ -265,7 +265,7 @@ TEST_F(RecordingUploaderTest, sendsAFilmThatIsStoredTwiceOnce)
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(RecordingUploaderTest, keepsTheCountOfAFilmThatTheEndOfTheProcessInterrupted)
+TEST_F(RecordingUploaderTest, keepsTheCountOfARecordingThatTheEndOfTheProcessInterrupted)
 {
     enqueue("a.mp4");
     enqueue("b.mp4");
@@ -277,7 +277,7 @@ TEST_F(RecordingUploaderTest, keepsTheCountOfAFilmThatTheEndOfTheProcessInterrup
     EXPECT_THAT(calls(), SizeIs(1)) << "the next one is not begun";
 
     announced();
-    platform.loading.fail(Kind::cancelled); // In the middle of the film.
+    platform.loading.fail(Kind::cancelled); // In the middle of the recording.
     drain();
     EXPECT_THAT(queued(), ElementsAre("a.mp4:0", "b.mp4:0"));
 

@@ -17,15 +17,15 @@ TEST_F(RecordingWriterFailuresTest, lacksThePermissionWithoutADisplay)
     screen.capturable = std::vector<Display>{};
 
     EXPECT_EQ(errorOf([this] { begin(); }), AgentError::permissionMissing);
-    EXPECT_THAT(movies.movies, IsEmpty());
+    EXPECT_THAT(videos.videos, IsEmpty());
     EXPECT_THAT(streams.opened, IsEmpty());
 }
 
 TEST_F(RecordingWriterFailuresTest, doesNotStartWithoutAFile)
 {
-    movies.createFailure = MovieFailure{"no space left"};
+    videos.createFailure = VideoFailure{"no space left"};
 
-    EXPECT_THROW(begin(), MovieFailure);
+    EXPECT_THROW(begin(), VideoFailure);
     EXPECT_THAT(streams.opened, IsEmpty());
 }
 
@@ -34,8 +34,8 @@ TEST_F(RecordingWriterFailuresTest, removesTheFileWhenTheStreamDoesNotStart)
     streams.openFailure = ScreenFailure{"gone"};
 
     EXPECT_THROW(begin(), ScreenFailure);
-    EXPECT_TRUE(film().cancelled);
-    EXPECT_TRUE(film().released);
+    EXPECT_TRUE(recording().cancelled);
+    EXPECT_TRUE(recording().released);
 }
 
 TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeAnAppendThatFailed)
@@ -43,9 +43,9 @@ TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeAnAppendThatFailed)
     begin();
     frameAt(0s);
     frameAt(1s);
-    movies.writes = false;
+    videos.writes = false;
     frameAt(2s);
-    movies.writes = true;
+    videos.writes = true;
     frameAt(3s);
 
     auto const finished = finishAt(9s);
@@ -58,13 +58,13 @@ TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeAnAppendThatFailed)
 TEST_F(RecordingWriterFailuresTest, leavesNothingBehindWhenItsFirstAppendFails)
 {
     begin();
-    movies.writes = false;
+    videos.writes = false;
     frameAt(0s);
-    movies.writes = true;
+    videos.writes = true;
     frameAt(1s);
 
     EXPECT_EQ(finishAt(2s), std::nullopt);
-    EXPECT_TRUE(film().cancelled);
+    EXPECT_TRUE(recording().cancelled);
 }
 
 TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeTheStreamStopped)
@@ -100,7 +100,7 @@ TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeARepeatThatFailed)
     begin();
     frameAt(0s);
     frameAt(1s);
-    movies.writes = false;
+    videos.writes = false;
 
     EXPECT_EQ(finishAt(6s)->durationSec, 1.125);
 }
@@ -109,11 +109,11 @@ TEST_F(RecordingWriterFailuresTest, tellsNobodyOfAFileThatCouldNotBeClosed)
 {
     begin();
     frameAt(0s);
-    movies.closes = false;
+    videos.closes = false;
 
     EXPECT_EQ(finishAt(1s), std::nullopt);
-    EXPECT_FALSE(film().cancelled); // It stays for the sweep.
-    EXPECT_TRUE(film().released);
+    EXPECT_FALSE(recording().cancelled); // It stays for the sweep.
+    EXPECT_TRUE(recording().released);
 }
 
 TEST_F(RecordingWriterFailuresTest, closesAlsoWhenTheStreamDoesNotStop)
@@ -144,7 +144,7 @@ TEST_F(RecordingWriterFailuresTest, keepsTheOldFilterWhenTheNewOneFails)
     EXPECT_NO_THROW(run(io, writer->updateFilter({"org.other"})));
     EXPECT_THAT(streams.last().filters, SizeIs(1));
     frameAt(1s);
-    EXPECT_THAT(film().frames, SizeIs(1));
+    EXPECT_THAT(recording().frames, SizeIs(1));
 }
 } // namespace
 } // namespace zelvo

@@ -11,7 +11,7 @@ using testing::SizeIs;
 
 class RecordingWriterTest : public WriterHarness {};
 
-TEST_F(RecordingWriterTest, filmsTheMainDisplay)
+TEST_F(RecordingWriterTest, recordsTheMainDisplay)
 {
     Display const main{.id = 9, .widthPoints = 3008, .heightPoints = 1692, .scaleFactor = 2};
     screen.attached = {main, {.id = 1, .widthPoints = 800, .heightPoints = 600}};
@@ -24,17 +24,17 @@ TEST_F(RecordingWriterTest, filmsTheMainDisplay)
     EXPECT_EQ(asked.height, 1440);
 }
 
-TEST_F(RecordingWriterTest, filmsTheFirstDisplayWhereTheMainOneMayNotBeCaptured)
+TEST_F(RecordingWriterTest, recordsTheFirstDisplayWhereTheMainOneMayNotBeCaptured)
 {
     screen.capturable = std::vector<Display>{{.id = 4, .widthPoints = 100, .heightPoints = 50},
                                              {.id = 5, .widthPoints = 20, .heightPoints = 20}};
     begin();
 
     EXPECT_EQ(streams.last().request.picture.display, 4u);
-    EXPECT_EQ(film().settings.width, 100);
+    EXPECT_EQ(recording().settings.width, 100);
 }
 
-TEST_F(RecordingWriterTest, filmsTheFirstDisplayWhereNoScreenIsTold)
+TEST_F(RecordingWriterTest, recordsTheFirstDisplayWhereNoScreenIsTold)
 {
     screen.capturable = screen.attached;
     screen.attached.clear();
@@ -48,16 +48,16 @@ TEST_F(RecordingWriterTest, cutsDisplaySizesTowardZero)
     screen.attached = {{.id = 7, .widthPoints = 1513.9, .heightPoints = 983.5, .scaleFactor = 1.25}};
     begin();
 
-    EXPECT_EQ(film().settings.width, 1512);
-    EXPECT_EQ(film().settings.height, 982);
+    EXPECT_EQ(recording().settings.width, 1512);
+    EXPECT_EQ(recording().settings.height, 982);
 }
 
-TEST_F(RecordingWriterTest, asksForAFilmByThePlan)
+TEST_F(RecordingWriterTest, asksForARecordingByThePlan)
 {
     begin();
 
-    MovieSettings const& asked = film().settings;
-    EXPECT_EQ(asked.file, "/films/Zelvo x.mp4");
+    VideoSettings const& asked = recording().settings;
+    EXPECT_EQ(asked.file, "/recordings/Zelvo x.mp4");
     EXPECT_EQ(asked.width, 1512);
     EXPECT_EQ(asked.height, 982);
     EXPECT_EQ(asked.averageBitRate, 1'187'827);
@@ -86,9 +86,9 @@ TEST_F(RecordingWriterTest, leavesNothingBehindWithoutAFrame)
     begin();
 
     EXPECT_EQ(finishAt(5s), std::nullopt);
-    EXPECT_TRUE(film().cancelled);
-    EXPECT_EQ(film().end, std::nullopt);
-    EXPECT_TRUE(film().released);
+    EXPECT_TRUE(recording().cancelled);
+    EXPECT_EQ(recording().end, std::nullopt);
+    EXPECT_TRUE(recording().released);
     EXPECT_TRUE(streams.last().ended);
 }
 
@@ -108,20 +108,20 @@ TEST_F(RecordingWriterTest, dropsAPictureOfAnotherSize)
     begin();
     streams.deliver({.time = Instant{} + 1s}, 10, 100, 100);
     settle(io);
-    EXPECT_THAT(film().frames, IsEmpty());
+    EXPECT_THAT(recording().frames, IsEmpty());
 }
 
 TEST_F(RecordingWriterTest, stopsTheStreamBeforeItCloses)
 {
     begin();
     frameAt(0s);
-    streams.onStop = [this] { EXPECT_EQ(film().end, std::nullopt); };
+    streams.onStop = [this] { EXPECT_EQ(recording().end, std::nullopt); };
 
     finishAt(1s);
 
     EXPECT_TRUE(streams.last().stopped);
     EXPECT_TRUE(streams.last().ended);
-    EXPECT_NE(film().end, std::nullopt);
+    EXPECT_NE(recording().end, std::nullopt);
 }
 
 TEST_F(RecordingWriterTest, isFinishedOnce)
@@ -147,7 +147,7 @@ TEST_F(RecordingWriterTest, handsItsFilterOn)
                                                     std::set<std::string>{"dev.zelvo.agent", "org.other"}));
 }
 
-TEST_F(RecordingWriterTest, filmsWhatIsTheMainDisplayByNowWithANewFilter)
+TEST_F(RecordingWriterTest, recordsWhatIsTheMainDisplayByNowWithANewFilter)
 {
     begin();
     screen.attached.insert(screen.attached.begin(), {.id = 9, .widthPoints = 800, .heightPoints = 600});
@@ -198,7 +198,7 @@ TEST_F(RecordingWriterTest, endsWithItsOwner)
     frameAt(1s);
 
     EXPECT_TRUE(streams.last().ended);
-    EXPECT_TRUE(film().released);
+    EXPECT_TRUE(recording().released);
 }
 } // namespace
 } // namespace zelvo

@@ -18,8 +18,9 @@ TEST_F(RecordingWriterTimesTest, countsTimesFromTheFirstFrame)
     frameAt(3s + 125ms, 20);
     frameAt(5s, 30);
 
-    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 10}, FakeMovies::Frame{125ms, 20},
-                                           FakeMovies::Frame{2s, 30}));
+    EXPECT_THAT(recording().frames,
+                ElementsAre(FakeVideoFiles::Frame{0s, 10}, FakeVideoFiles::Frame{125ms, 20},
+                            FakeVideoFiles::Frame{2s, 30}));
     EXPECT_EQ(recorded(), 2.0);
 }
 
@@ -32,10 +33,10 @@ TEST_F(RecordingWriterTimesTest, isOneFrameLongerThanItsLastTime)
     auto const finished = finishAt(4s);
 
     ASSERT_TRUE(finished);
-    EXPECT_EQ(*finished, (FinishedRecording{"/films/Zelvo x.mp4", "c", "Acme", 3.125}));
-    EXPECT_EQ(film().end, 3125ms);
+    EXPECT_EQ(*finished, (FinishedRecording{"/recordings/Zelvo x.mp4", "c", "Acme", 3.125}));
+    EXPECT_EQ(recording().end, 3125ms);
     EXPECT_EQ(finished->durationSec, recorded() + 0.125);
-    EXPECT_FALSE(film().cancelled);
+    EXPECT_FALSE(recording().cancelled);
 }
 
 TEST_F(RecordingWriterTimesTest, hasRecordedNothingWithOneFrame)
@@ -117,7 +118,7 @@ TEST_F(RecordingWriterTimesTest, dropsAFrameThatIsNotLater)
     streams.deliver(Instant{} + 1500ms, 4);
     settle(io);
 
-    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{1s, 2}));
+    EXPECT_THAT(recording().frames, ElementsAre(FakeVideoFiles::Frame{0s, 1}, FakeVideoFiles::Frame{1s, 2}));
     frameAt(2s + 1ns, 5);
     EXPECT_THAT(times(), ElementsAre(0s, 1s, 1s + 1ns));
 }
@@ -142,7 +143,7 @@ TEST_F(RecordingWriterTimesTest, beginsWithTheFirstCompleteFrame)
     frameAt(1s, ScreenFrame::Status::idle, 10);
     frameAt(2s, ScreenFrame::Status::blank, 10);
     frameAt(3s, ScreenFrame::Status::complete, std::nullopt);
-    EXPECT_THAT(film().frames, IsEmpty());
+    EXPECT_THAT(recording().frames, IsEmpty());
 
     frameAt(4s);
     frameAt(5s, ScreenFrame::Status::idle, std::nullopt);
@@ -154,22 +155,22 @@ TEST_F(RecordingWriterTimesTest, shedsFramesWhileTheEncoderIsBehind)
 {
     begin();
     frameAt(0s, 1);
-    movies.isReady = false;
+    videos.isReady = false;
     frameAt(1s, 2);
     frameAt(2s, 3);
-    movies.isReady = true;
+    videos.isReady = true;
     frameAt(3s, 4);
 
-    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{3s, 4}));
+    EXPECT_THAT(recording().frames, ElementsAre(FakeVideoFiles::Frame{0s, 1}, FakeVideoFiles::Frame{3s, 4}));
 }
 
 TEST_F(RecordingWriterTimesTest, beginsAtTheFirstFrameEvenWhenThatIsShed)
 {
     begin();
-    movies.isReady = false;
+    videos.isReady = false;
     frameAt(1s);
     EXPECT_EQ(recorded(), 0.0);
-    movies.isReady = true;
+    videos.isReady = true;
     frameAt(3s);
 
     EXPECT_THAT(times(), ElementsAre(2s));
@@ -183,9 +184,9 @@ TEST_F(RecordingWriterTimesTest, keepsTheOffsetOfAFrameThatIsShedAfterAPause)
     frameAt(1s);
     pauseAt(1s);
     resumeAt(11s);
-    movies.isReady = false;
+    videos.isReady = false;
     frameAt(11s);
-    movies.isReady = true;
+    videos.isReady = true;
     frameAt(12s);
 
     EXPECT_THAT(times(), ElementsAre(0s, 1s, 2s + 125ms));
@@ -198,9 +199,10 @@ TEST_F(RecordingWriterTimesTest, isAsLongAsAScreenThatStandsStill)
 
     auto const finished = finishAt(21s);
 
-    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 77}, FakeMovies::Frame{20s, 77, true}));
+    EXPECT_THAT(recording().frames,
+                ElementsAre(FakeVideoFiles::Frame{0s, 77}, FakeVideoFiles::Frame{20s, 77, true}));
     EXPECT_EQ(finished->durationSec, 20.125);
-    EXPECT_EQ(film().end, 20s + 125ms);
+    EXPECT_EQ(recording().end, 20s + 125ms);
 }
 
 TEST_F(RecordingWriterTimesTest, showsTheLastPictureUntilAPause)
@@ -214,9 +216,9 @@ TEST_F(RecordingWriterTimesTest, showsTheLastPictureUntilAPause)
     resumeAt(40s);
     frameAt(40s, 3);
 
-    EXPECT_THAT(film().frames,
-                ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{2s, 2},
-                            FakeMovies::Frame{10s, 2, true}, FakeMovies::Frame{10s + 125ms, 3}));
+    EXPECT_THAT(recording().frames,
+                ElementsAre(FakeVideoFiles::Frame{0s, 1}, FakeVideoFiles::Frame{2s, 2},
+                            FakeVideoFiles::Frame{10s, 2, true}, FakeVideoFiles::Frame{10s + 125ms, 3}));
     EXPECT_EQ(finishAt(45s)->durationSec, 15.25);
 }
 
@@ -274,7 +276,7 @@ TEST_F(RecordingWriterTimesTest, addsNoPictureWhileTheEncoderIsBehind)
 {
     begin();
     frameAt(0s);
-    movies.isReady = false;
+    videos.isReady = false;
     pauseAt(5s);
 
     EXPECT_EQ(finishAt(6s)->durationSec, 0.125);
@@ -289,7 +291,8 @@ TEST_F(RecordingWriterTimesTest, showsWhatIsHiddenByNowOnlyUntilThen)
 
     auto const finished = finishAt(6s);
 
-    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{5s, 1, true}));
+    EXPECT_THAT(recording().frames,
+                ElementsAre(FakeVideoFiles::Frame{0s, 1}, FakeVideoFiles::Frame{5s, 1, true}));
     EXPECT_EQ(finished->durationSec, 5.125);
 }
 
@@ -303,8 +306,9 @@ TEST_F(RecordingWriterTimesTest, standsStillAgainOnceThereIsAPictureByTheNewFilt
 
     auto const finished = finishAt(9s);
 
-    EXPECT_THAT(film().frames, ElementsAre(FakeMovies::Frame{0s, 1}, FakeMovies::Frame{5s, 1, true},
-                                           FakeMovies::Frame{5s + 125ms, 2}, FakeMovies::Frame{9s, 2, true}));
+    EXPECT_THAT(recording().frames,
+                ElementsAre(FakeVideoFiles::Frame{0s, 1}, FakeVideoFiles::Frame{5s, 1, true},
+                            FakeVideoFiles::Frame{5s + 125ms, 2}, FakeVideoFiles::Frame{9s, 2, true}));
     EXPECT_EQ(finished->durationSec, 9.125);
 }
 } // namespace

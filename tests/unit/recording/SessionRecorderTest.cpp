@@ -1,6 +1,6 @@
 #include "RecorderHarness.h"
-#include "platform/MovieFile.h"
 #include "platform/ScreenSource.h"
+#include "platform/VideoFile.h"
 #include "recording/RecordingPlan.h"
 #include "wire/AgentError.h"
 
@@ -37,22 +37,22 @@ TEST_F(SessionRecorderTest, doesNothingAtAllWhenOff)
     act();
 
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(films, IsEmpty());
+    EXPECT_THAT(recordings, IsEmpty());
     EXPECT_THAT(folders.made, IsEmpty());
     EXPECT_EQ(sleepers(), 0u);
 }
 
-TEST_F(SessionRecorderTest, leavesAnOpenFilmAloneWhenOff)
+TEST_F(SessionRecorderTest, leavesAnOpenRecordingAloneWhenOff)
 {
     act();
     settings.setMode(RecordingMode::off);
     clock.advance(5s);
     act("other");
 
-    EXPECT_THAT(films, SizeIs(1));
-    EXPECT_THAT(film().calls, IsEmpty());
+    EXPECT_THAT(recordings, SizeIs(1));
+    EXPECT_THAT(recording().calls, IsEmpty());
     clock.advance(5s);
-    EXPECT_THAT(film().calls, ElementsAre("pause")); // The action counted for nothing.
+    EXPECT_THAT(recording().calls, ElementsAre("pause")); // The action counted for nothing.
 }
 
 TEST_F(SessionRecorderTest, recordsInBothModesThatAreOn)
@@ -62,7 +62,7 @@ TEST_F(SessionRecorderTest, recordsInBothModesThatAreOn)
     settings.setMode(RecordingMode::share);
     act();
 
-    EXPECT_THAT(films, SizeIs(2));
+    EXPECT_THAT(recordings, SizeIs(2));
 }
 
 TEST_F(SessionRecorderTest, doesNothingWithoutAccessToTheScreen)
@@ -71,19 +71,19 @@ TEST_F(SessionRecorderTest, doesNothingWithoutAccessToTheScreen)
     act();
 
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(films, IsEmpty());
+    EXPECT_THAT(recordings, IsEmpty());
     EXPECT_EQ(sleepers(), 0u);
 }
 
-TEST_F(SessionRecorderTest, doesNotTouchAnOpenFilmWithoutAccessToTheScreen)
+TEST_F(SessionRecorderTest, doesNotTouchAnOpenRecordingWithoutAccessToTheScreen)
 {
     act();
-    film().seconds = 1800;
+    recording().seconds = 1800;
     access.granted.screenRecording = false;
     act("other");
 
-    EXPECT_THAT(films, SizeIs(1));
-    EXPECT_THAT(film().calls, IsEmpty());
+    EXPECT_THAT(recordings, SizeIs(1));
+    EXPECT_THAT(recording().calls, IsEmpty());
     EXPECT_EQ(standing(), Standing::recording);
 }
 
@@ -94,17 +94,17 @@ TEST_F(SessionRecorderTest, doesNothingForAnActionThatAPauseOvertook)
     act();
 
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(films, IsEmpty());
+    EXPECT_THAT(recordings, IsEmpty());
     EXPECT_EQ(sleepers(), 0u);
 }
 
-TEST_F(SessionRecorderTest, startsAFilmAtAnAction)
+TEST_F(SessionRecorderTest, startsARecordingAtAnAction)
 {
     act("c", "Acme: bot");
 
     EXPECT_EQ(standing(), Standing::recording);
     EXPECT_THAT(capturing, ElementsAre(true));
-    RecordingStart const& start = film().start;
+    RecordingStart const& start = recording().start;
     EXPECT_EQ(start.file, "/home/me/Videos/Zelvo/" + RecordingPlan::fileName(clock.date(), "Acme: bot"));
     EXPECT_EQ(start.connectionId, "c");
     EXPECT_EQ(start.platformName, "Acme: bot");
@@ -115,7 +115,7 @@ TEST_F(SessionRecorderTest, startsNothingAtALook)
 {
     look();
 
-    EXPECT_THAT(films, IsEmpty());
+    EXPECT_THAT(recordings, IsEmpty());
     EXPECT_EQ(sleepers(), 0u);
 }
 
@@ -127,7 +127,7 @@ TEST_F(SessionRecorderTest, pausesAfterTenSecondsWithoutActivity)
 
     clock.advance(1ms);
     EXPECT_EQ(standing(), Standing::paused);
-    EXPECT_THAT(film().calls, ElementsAre("pause"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause"));
     EXPECT_THAT(capturing, ElementsAre(true, false));
 }
 
@@ -141,7 +141,7 @@ TEST_F(SessionRecorderTest, movesThePauseOnWithEachAction)
 
     clock.advance(100ms);
     EXPECT_EQ(standing(), Standing::paused);
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
 }
 
 TEST_F(SessionRecorderTest, movesThePauseOnWithEachLook)
@@ -165,7 +165,7 @@ TEST_F(SessionRecorderTest, isNotWokenByALook)
     look();
 
     EXPECT_EQ(standing(), Standing::paused);
-    EXPECT_THAT(film().calls, ElementsAre("pause"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause"));
     clock.advance(1s); // The countdown went on.
     EXPECT_EQ(standing(), Standing::idle);
 }
@@ -178,17 +178,17 @@ TEST_F(SessionRecorderTest, goesOnInTheSameFileAtAnAction)
     act();
 
     EXPECT_EQ(standing(), Standing::recording);
-    EXPECT_THAT(film().calls, ElementsAre("pause", "resume"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
     EXPECT_THAT(capturing, ElementsAre(true, false, true));
     for (int i = 0; i < 5; ++i) { // The end that was due is not.
         clock.advance(9s);
         act();
     }
     EXPECT_EQ(standing(), Standing::recording);
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
 }
 
-TEST_F(SessionRecorderTest, endsTheFilmAMinuteAfterThePause)
+TEST_F(SessionRecorderTest, endsTheRecordingAMinuteAfterThePause)
 {
     act();
     clock.advance(69999ms);
@@ -197,8 +197,8 @@ TEST_F(SessionRecorderTest, endsTheFilmAMinuteAfterThePause)
 
     clock.advance(1ms);
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(film().calls, ElementsAre("pause", "finish"));
-    EXPECT_THAT(finished, ElementsAre(Pair(film().start.file.filename().string(), false)));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "finish"));
+    EXPECT_THAT(finished, ElementsAre(Pair(recording().start.file.filename().string(), false)));
     EXPECT_THAT(capturing, ElementsAre(true, false));
     EXPECT_EQ(sleepers(), 0u);
 }
@@ -209,7 +209,7 @@ TEST_F(SessionRecorderTest, startsAnewAfterTheEnd)
     clock.advance(70s);
     act();
 
-    EXPECT_THAT(films, SizeIs(2));
+    EXPECT_THAT(recordings, SizeIs(2));
     EXPECT_EQ(standing(), Standing::recording);
 }
 
@@ -217,14 +217,14 @@ TEST_F(SessionRecorderTest, mixesNoTwoConnections)
 {
     act("a");
     act("b");
-    EXPECT_THAT(films, SizeIs(2));
-    EXPECT_THAT(film(0).calls, ElementsAre("finish"));
-    EXPECT_EQ(film(1).start.connectionId, "b");
-    EXPECT_THAT(finished, ElementsAre(Pair(film(0).start.file.filename().string(), false)));
+    EXPECT_THAT(recordings, SizeIs(2));
+    EXPECT_THAT(recording(0).calls, ElementsAre("finish"));
+    EXPECT_EQ(recording(1).start.connectionId, "b");
+    EXPECT_THAT(finished, ElementsAre(Pair(recording(0).start.file.filename().string(), false)));
 
     act("a");
-    EXPECT_THAT(films, SizeIs(3));
-    EXPECT_THAT(film(1).calls, ElementsAre("finish"));
+    EXPECT_THAT(recordings, SizeIs(3));
+    EXPECT_THAT(recording(1).calls, ElementsAre("finish"));
     EXPECT_EQ(standing(), Standing::recording);
     EXPECT_THAT(capturing, ElementsAre(true, false, true, false, true));
 }
@@ -236,8 +236,8 @@ TEST_F(SessionRecorderTest, takesNoConnectionForOneOfItsOwn)
     act(std::nullopt);
     act("a");
 
-    ASSERT_THAT(films, SizeIs(3));
-    EXPECT_EQ(film(1).start.connectionId, std::nullopt);
+    ASSERT_THAT(recordings, SizeIs(3));
+    EXPECT_EQ(recording(1).start.connectionId, std::nullopt);
 }
 
 TEST_F(SessionRecorderTest, mixesNoTwoConnectionsWhilePausedEither)
@@ -246,32 +246,32 @@ TEST_F(SessionRecorderTest, mixesNoTwoConnectionsWhilePausedEither)
     clock.advance(20s);
     act("b");
 
-    EXPECT_THAT(film(0).calls, ElementsAre("pause", "finish"));
-    EXPECT_THAT(films, SizeIs(2));
+    EXPECT_THAT(recording(0).calls, ElementsAre("pause", "finish"));
+    EXPECT_THAT(recordings, SizeIs(2));
 }
 
 TEST_F(SessionRecorderTest, cutsALongSession)
 {
     act();
-    film().seconds = 1799.999;
+    recording().seconds = 1799.999;
     act();
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
 
-    film().seconds = 1800.0;
+    recording().seconds = 1800.0;
     act();
-    EXPECT_THAT(films, SizeIs(2));
-    EXPECT_THAT(film(0).calls, ElementsAre("finish"));
-    EXPECT_EQ(film(1).start.connectionId, "c");
+    EXPECT_THAT(recordings, SizeIs(2));
+    EXPECT_THAT(recording(0).calls, ElementsAre("finish"));
+    EXPECT_EQ(recording(1).start.connectionId, "c");
     EXPECT_EQ(standing(), Standing::recording);
 }
 
 TEST_F(SessionRecorderTest, cutsALongSessionAtNoLook)
 {
     act();
-    film().seconds = 5000;
+    recording().seconds = 5000;
     look();
 
-    EXPECT_THAT(film().calls, IsEmpty());
+    EXPECT_THAT(recording().calls, IsEmpty());
 }
 
 TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhileRecording)
@@ -280,11 +280,11 @@ TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhileRecording)
     finish();
 
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(film().calls, ElementsAre("finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("finish"));
     EXPECT_THAT(finished, ElementsAre(Pair(testing::_, false)));
     EXPECT_EQ(sleepers(), 0u);
     clock.advance(100s);
-    EXPECT_THAT(film().calls, ElementsAre("finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("finish"));
 }
 
 TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhilePaused)
@@ -310,7 +310,7 @@ TEST_F(SessionRecorderTest, callsNobodyWithNothingOpen)
 TEST_F(SessionRecorderTest, callsNobodyWithoutAFile)
 {
     act();
-    film().givesFile = false;
+    recording().givesFile = false;
     finish();
 
     EXPECT_EQ(standing(), Standing::idle);
@@ -331,7 +331,7 @@ TEST_F(SessionRecorderTest, needsNobodyToTell)
     folders.makeFailure = EROFS;
     act();
 
-    EXPECT_EQ(film().start.excludedBundleIds, std::set<std::string>{"dev.zelvo.agent"});
+    EXPECT_EQ(recording().start.excludedBundleIds, std::set<std::string>{"dev.zelvo.agent"});
     EXPECT_EQ(standing(), Standing::idle);
 }
 
@@ -340,7 +340,7 @@ TEST_F(SessionRecorderTest, leavesOutItselfAndTheHiddenApplications)
     hidden = {"org.keys", "org.mail"};
     act();
 
-    EXPECT_EQ(film().start.excludedBundleIds,
+    EXPECT_EQ(recording().start.excludedBundleIds,
               (std::set<std::string>{"dev.zelvo.agent", "org.keys", "org.mail"}));
 }
 
@@ -350,16 +350,16 @@ TEST_F(SessionRecorderTest, takesAnApplicationOutAtTheNextAction)
     hidden = {"org.keys"};
     look();
     clock.advance(1s);
-    EXPECT_THAT(film().filters, IsEmpty());
+    EXPECT_THAT(recording().filters, IsEmpty());
 
     act();
-    EXPECT_THAT(film().filters, ElementsAre(std::set<std::string>{"dev.zelvo.agent", "org.keys"}));
+    EXPECT_THAT(recording().filters, ElementsAre(std::set<std::string>{"dev.zelvo.agent", "org.keys"}));
 
     act();
-    EXPECT_THAT(film().filters, SizeIs(1));
+    EXPECT_THAT(recording().filters, SizeIs(1));
     hidden.clear();
     act();
-    EXPECT_THAT(film().filters, SizeIs(2));
+    EXPECT_THAT(recording().filters, SizeIs(2));
 }
 
 TEST_F(SessionRecorderTest, takesAnApplicationOutBeforeThePictureComesBack)
@@ -368,21 +368,21 @@ TEST_F(SessionRecorderTest, takesAnApplicationOutBeforeThePictureComesBack)
     clock.advance(10s);
     hidden = {"org.keys"};
     std::size_t callsBefore = 0;
-    film().beforeFilter = [&]() -> Task<> {
-        callsBefore = film().calls.size();
+    recording().beforeFilter = [&]() -> Task<> {
+        callsBefore = recording().calls.size();
         co_return;
     };
     act();
 
     EXPECT_EQ(callsBefore, 1u); // "pause" alone
-    EXPECT_THAT(film().calls, ElementsAre("pause", "resume"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
 }
 
-TEST_F(SessionRecorderTest, saysWhyAFilmDidNotStart)
+TEST_F(SessionRecorderTest, saysWhyARecordingDidNotStart)
 {
     std::vector<std::function<void()>> const failures = {
         [] { throw AgentError::permissionMissing; }, [] { throw ScreenFailure{"no such display"}; },
-        [] { throw MovieFailure{"no encoder"}; }, [] { throw std::runtime_error("odd"); }, [] { throw 7; }};
+        [] { throw VideoFailure{"no encoder"}; }, [] { throw std::runtime_error("odd"); }, [] { throw 7; }};
     for (auto const& failure : failures) {
         beforeStart = [&]() -> Task<> {
             failure();
@@ -406,7 +406,7 @@ TEST_F(SessionRecorderTest, saysWhyTheFolderCouldNotBeMade)
     act();
 
     EXPECT_THAT(log, ElementsAre("Zelvo: recording did not start: Read-only file system"));
-    EXPECT_THAT(films, IsEmpty());
+    EXPECT_THAT(recordings, IsEmpty());
     EXPECT_EQ(standing(), Standing::idle);
 }
 
@@ -431,50 +431,50 @@ TEST_F(SessionRecorderTest, survivesAListOfHiddenApplicationsThatFails)
     EXPECT_NO_THROW(act());
 
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(films, IsEmpty()); // It would show what is hidden.
+    EXPECT_THAT(recordings, IsEmpty()); // It would show what is hidden.
 }
 
-TEST_F(SessionRecorderTest, overwritesNoFilmOfTheSameSecond)
+TEST_F(SessionRecorderTest, overwritesNoRecordingOfTheSameSecond)
 {
     act("a", "Acme");
     act("b", "Acme");
     act("a", "Acme");
 
-    std::string const first = film(0).start.file.filename().string();
-    EXPECT_EQ(film(1).start.file.filename().string(), RecordingPlan::numbered(first, 2));
-    EXPECT_EQ(film(2).start.file.filename().string(), RecordingPlan::numbered(first, 3));
+    std::string const first = recording(0).start.file.filename().string();
+    EXPECT_EQ(recording(1).start.file.filename().string(), RecordingPlan::numbered(first, 2));
+    EXPECT_EQ(recording(2).start.file.filename().string(), RecordingPlan::numbered(first, 3));
 }
 
-TEST_F(SessionRecorderTest, stopsFilmingWhereTheCountdownRanOut)
+TEST_F(SessionRecorderTest, stopsRecordingWhereTheCountdownRanOut)
 {
     act();
     clock.jump(8h); // The machine slept.
     clock.advance(0s);
 
-    EXPECT_THAT(film().pausedAt, ElementsAre(Instant{} + 10s));
+    EXPECT_THAT(recording().pausedAt, ElementsAre(Instant{} + 10s));
 }
 
-TEST_F(SessionRecorderTest, stopsFilmingWhereTheCountdownRanOutBeforeItGoesOn)
+TEST_F(SessionRecorderTest, stopsRecordingWhereTheCountdownRanOutBeforeItGoesOn)
 {
     act();
     clock.jump(8h);
     act(); // Faster than the countdown.
 
-    EXPECT_THAT(film().calls, ElementsAre("pause", "resume"));
-    EXPECT_THAT(film().pausedAt, ElementsAre(Instant{} + 10s));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
+    EXPECT_THAT(recording().pausedAt, ElementsAre(Instant{} + 10s));
     EXPECT_EQ(standing(), Standing::recording);
     clock.advance(9s);
     EXPECT_EQ(standing(), Standing::recording);
 }
 
-TEST_F(SessionRecorderTest, stopsFilmingWhereTheCountdownRanOutBeforeItEnds)
+TEST_F(SessionRecorderTest, stopsRecordingWhereTheCountdownRanOutBeforeItEnds)
 {
     act();
     clock.jump(8h);
     finish();
 
-    EXPECT_THAT(film().calls, ElementsAre("pause", "finish"));
-    EXPECT_THAT(film().pausedAt, ElementsAre(Instant{} + 10s));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "finish"));
+    EXPECT_THAT(recording().pausedAt, ElementsAre(Instant{} + 10s));
 }
 
 TEST_F(SessionRecorderTest, isNotKeptAwakeByALookThatComesTooLate)
@@ -492,7 +492,7 @@ TEST_F(SessionRecorderTest, isNoFurtherThanItsCountdowns)
     recorder.reset();
 
     EXPECT_NO_FATAL_FAILURE(clock.advance(100s));
-    EXPECT_THAT(film().calls, IsEmpty());
+    EXPECT_THAT(recording().calls, IsEmpty());
 }
 
 } // namespace

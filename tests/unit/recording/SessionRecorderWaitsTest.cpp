@@ -1,7 +1,7 @@
 #include "RecorderHarness.h"
-#include "fakes/FakeMovies.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
+#include "fakes/FakeVideoFiles.h"
 #include "recording/RecordingWriter.h"
 
 namespace zelvo {
@@ -21,29 +21,29 @@ public:
     }
 };
 
-TEST_F(SessionRecorderWaitsTest, startsAFreshFilmWhileTheLastOneIsClosed)
+TEST_F(SessionRecorderWaitsTest, startsAFreshRecordingWhileTheLastOneIsClosed)
 {
     act("a");
-    film(0).beforeEnd = taking(5s);
+    recording(0).beforeEnd = taking(5s);
     auto const acted = beginAct("b");
 
     EXPECT_TRUE(*acted); // Nobody waits for the encoder.
-    EXPECT_THAT(films, SizeIs(2));
+    EXPECT_THAT(recordings, SizeIs(2));
     EXPECT_TRUE(recorder->isRecording());
     EXPECT_THAT(finished, IsEmpty());
     clock.advance(5s);
-    EXPECT_THAT(finished, ElementsAre(Pair(film(0).start.file.filename().string(), false)));
+    EXPECT_THAT(finished, ElementsAre(Pair(recording(0).start.file.filename().string(), false)));
 }
 
-TEST_F(SessionRecorderWaitsTest, startsAFreshFilmWhileTheLastOneIsClosedByTheClock)
+TEST_F(SessionRecorderWaitsTest, startsAFreshRecordingWhileTheLastOneIsClosedByTheClock)
 {
     act();
-    film(0).beforeEnd = taking(5s);
+    recording(0).beforeEnd = taking(5s);
     clock.advance(70s);
     EXPECT_FALSE(recorder->isRecording());
     act();
 
-    EXPECT_THAT(films, SizeIs(2));
+    EXPECT_THAT(recordings, SizeIs(2));
     EXPECT_TRUE(recorder->isRecording());
     clock.advance(5s);
     EXPECT_THAT(finished, SizeIs(1));
@@ -53,7 +53,7 @@ TEST_F(SessionRecorderWaitsTest, startsAFreshFilmWhileTheLastOneIsClosedByTheClo
 TEST_F(SessionRecorderWaitsTest, hasAnOpenFileUntilItIsClosed)
 {
     act();
-    film().beforeEnd = taking(5s);
+    recording().beforeEnd = taking(5s);
     clock.advance(70s);
     EXPECT_TRUE(recorder->hasOpenFile());
 
@@ -61,7 +61,7 @@ TEST_F(SessionRecorderWaitsTest, hasAnOpenFileUntilItIsClosed)
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
-TEST_F(SessionRecorderWaitsTest, holdsNobodyUpWhileAFilmIsHandedOn)
+TEST_F(SessionRecorderWaitsTest, holdsNobodyUpWhileARecordingIsHandedOn)
 {
     handingOn = taking(300s);
     act("a");
@@ -76,7 +76,7 @@ TEST_F(SessionRecorderWaitsTest, holdsNobodyUpWhileAFilmIsHandedOn)
     EXPECT_TRUE(*stopped);
 }
 
-TEST_F(SessionRecorderWaitsTest, startsOneFilmForTwoActionsAtOnce)
+TEST_F(SessionRecorderWaitsTest, startsOneRecordingForTwoActionsAtOnce)
 {
     beforeStart = taking(1s);
     auto const first = beginAct();
@@ -87,19 +87,19 @@ TEST_F(SessionRecorderWaitsTest, startsOneFilmForTwoActionsAtOnce)
     clock.advance(1s);
     EXPECT_TRUE(*first);
     EXPECT_TRUE(*second);
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
 }
 
-TEST_F(SessionRecorderWaitsTest, startsAFilmEachForTwoConnectionsAtOnce)
+TEST_F(SessionRecorderWaitsTest, startsARecordingEachForTwoConnectionsAtOnce)
 {
     beforeStart = taking(500ms);
     beginAct("a");
     beginAct("b");
     clock.advance(1s);
 
-    ASSERT_THAT(films, SizeIs(2));
-    EXPECT_THAT(film(0).calls, ElementsAre("finish"));
-    EXPECT_EQ(film(1).start.connectionId, "b");
+    ASSERT_THAT(recordings, SizeIs(2));
+    EXPECT_THAT(recording(0).calls, ElementsAre("finish"));
+    EXPECT_EQ(recording(1).start.connectionId, "b");
 }
 
 TEST_F(SessionRecorderWaitsTest, hasAnOpenFileAsSoonAsOneIsMade)
@@ -113,7 +113,7 @@ TEST_F(SessionRecorderWaitsTest, hasAnOpenFileAsSoonAsOneIsMade)
     EXPECT_TRUE(recorder->isRecording());
 }
 
-TEST_F(SessionRecorderWaitsTest, closesAFilmThatWasStoppedBeforeItBegan)
+TEST_F(SessionRecorderWaitsTest, closesARecordingThatWasStoppedBeforeItBegan)
 {
     beforeStart = taking(1s);
     auto const acted = beginAct();
@@ -121,7 +121,7 @@ TEST_F(SessionRecorderWaitsTest, closesAFilmThatWasStoppedBeforeItBegan)
     clock.advance(1s);
 
     EXPECT_TRUE(*acted);
-    EXPECT_THAT(film().calls, ElementsAre("finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("finish"));
     EXPECT_FALSE(recorder->hasOpenFile());
     EXPECT_THAT(capturing, IsEmpty());
     EXPECT_EQ(sleepers(), 0u);
@@ -137,11 +137,11 @@ TEST_F(SessionRecorderWaitsTest, startsNothingForAnActionThatAPauseOvertookWhile
     clock.advance(1s);
 
     EXPECT_TRUE(*second);
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
-TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenAFilmThatIsAboutToBeginIsClosed)
+TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenARecordingThatIsAboutToBeginIsClosed)
 {
     beforeStart = taking(1s);
     beginAct();
@@ -150,15 +150,15 @@ TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenAFilmThatIsAboutToBeginIsClosed)
 
     clock.advance(1s);
     EXPECT_TRUE(*ended);
-    EXPECT_THAT(film().calls, ElementsAre("finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("finish"));
     EXPECT_THAT(finished, ElementsAre(Pair(testing::_, true)));
 }
 
-TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenAFilmThatIsBeingClosedIsClosed)
+TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenARecordingThatIsBeingClosedIsClosed)
 {
     handingOn = taking(1s);
     act();
-    film().beforeEnd = taking(5s);
+    recording().beforeEnd = taking(5s);
     clock.advance(70s);
     auto const ended = begin([this] { return recorder->finishNow(true); });
     clock.advance(5s);
@@ -186,7 +186,7 @@ TEST_F(SessionRecorderWaitsTest, beginsNothingOnceItQuits)
     finish(true);
     act();
 
-    EXPECT_THAT(films, IsEmpty());
+    EXPECT_THAT(recordings, IsEmpty());
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
@@ -201,15 +201,15 @@ TEST_F(SessionRecorderWaitsTest, holdsAnActionUpNoLongerThanItsPatience)
     EXPECT_TRUE(*acted);
     EXPECT_TRUE(*beginAct()); // Nor the next ones at all.
 
-    clock.advance(58s); // The film begins behind the action.
+    clock.advance(58s); // The recording begins behind the action.
     EXPECT_TRUE(recorder->isRecording());
     clock.advance(10s);
     EXPECT_FALSE(recorder->isRecording());
     act();
-    EXPECT_THAT(film().calls, ElementsAre("pause", "resume"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
 }
 
-TEST_F(SessionRecorderWaitsTest, filmsNoOtherConnectionWhenItBeginsTooLate)
+TEST_F(SessionRecorderWaitsTest, recordsNoOtherConnectionWhenItBeginsTooLate)
 {
     beforeStart = taking(60s);
     beginAct("a");
@@ -217,35 +217,35 @@ TEST_F(SessionRecorderWaitsTest, filmsNoOtherConnectionWhenItBeginsTooLate)
     EXPECT_TRUE(*beginAct("b"));
     clock.advance(30s);
 
-    EXPECT_THAT(film().calls, ElementsAre("finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("finish"));
     EXPECT_FALSE(recorder->isRecording());
     EXPECT_FALSE(recorder->hasOpenFile());
     beforeStart = {};
     act("b");
-    EXPECT_EQ(film(1).start.connectionId, "b");
+    EXPECT_EQ(recording(1).start.connectionId, "b");
     EXPECT_TRUE(recorder->isRecording());
 }
 
-TEST_F(SessionRecorderWaitsTest, filmsNoOtherConnectionWhileItsFilterIsLate)
+TEST_F(SessionRecorderWaitsTest, recordsNoOtherConnectionWhileItsFilterIsLate)
 {
     act("a");
     hidden = {"org.keys"};
-    film().beforeFilter = taking(5s);
+    recording().beforeFilter = taking(5s);
     beginAct("a");
     clock.advance(3s);
     EXPECT_TRUE(*beginAct("a"));
     EXPECT_TRUE(recorder->isRecording());
     EXPECT_TRUE(*beginAct("b"));
     EXPECT_FALSE(recorder->isRecording());
-    EXPECT_THAT(film().calls, ElementsAre("finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("finish"));
 
     clock.advance(2s);
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
     act("b");
-    EXPECT_THAT(films, SizeIs(2));
+    EXPECT_THAT(recordings, SizeIs(2));
 }
 
-TEST_F(SessionRecorderWaitsTest, isPatientAgainOnceTheFilmHasBegun)
+TEST_F(SessionRecorderWaitsTest, isPatientAgainOnceTheRecordingHasBegun)
 {
     beforeStart = taking(3s);
     beginAct("a");
@@ -257,7 +257,7 @@ TEST_F(SessionRecorderWaitsTest, isPatientAgainOnceTheFilmHasBegun)
     EXPECT_TRUE(*acted);
 }
 
-TEST_F(SessionRecorderWaitsTest, isPatientAgainAfterAFilmThatBeganInTheLastMoment)
+TEST_F(SessionRecorderWaitsTest, isPatientAgainAfterARecordingThatBeganInTheLastMoment)
 {
     beforeStart = taking(2s);
     auto const first = beginAct("a");
@@ -271,7 +271,7 @@ TEST_F(SessionRecorderWaitsTest, isPatientAgainAfterAFilmThatBeganInTheLastMomen
     EXPECT_FALSE(*second);
 }
 
-TEST_F(SessionRecorderWaitsTest, keepsTheFilmOfAnActionThatIsCancelled)
+TEST_F(SessionRecorderWaitsTest, keepsTheRecordingOfAnActionThatIsCancelled)
 {
     beforeStart = taking(1s);
     TaskHandle action = spawn(io.get_executor(), [this] { return recorder->agentActed("c", "Acme"); });
@@ -281,22 +281,22 @@ TEST_F(SessionRecorderWaitsTest, keepsTheFilmOfAnActionThatIsCancelled)
 
     EXPECT_TRUE(recorder->isRecording());
     clock.advance(70s);
-    EXPECT_THAT(film().calls, ElementsAre("pause", "finish"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "finish"));
 }
 
-TEST_F(SessionRecorderWaitsTest, startsAnewWhenTheFilmEndsWhileItsFilterIsTakenOver)
+TEST_F(SessionRecorderWaitsTest, startsAnewWhenTheRecordingEndsWhileItsFilterIsTakenOver)
 {
     act();
     clock.advance(69s);
     hidden = {"org.keys"};
-    film().beforeFilter = taking(1500ms);
+    recording().beforeFilter = taking(1500ms);
     auto const acted = beginAct();
     clock.advance(1500ms); // The countdown to the end ran out meanwhile.
 
     EXPECT_TRUE(*acted);
-    ASSERT_THAT(films, SizeIs(2));
-    EXPECT_THAT(film(0).calls, ElementsAre("pause", "finish"));
-    EXPECT_EQ(film(1).start.excludedBundleIds, (std::set<std::string>{"dev.zelvo.agent", "org.keys"}));
+    ASSERT_THAT(recordings, SizeIs(2));
+    EXPECT_THAT(recording(0).calls, ElementsAre("pause", "finish"));
+    EXPECT_EQ(recording(1).start.excludedBundleIds, (std::set<std::string>{"dev.zelvo.agent", "org.keys"}));
     EXPECT_TRUE(recorder->isRecording());
 }
 
@@ -305,11 +305,11 @@ TEST_F(SessionRecorderWaitsTest, goesOnWhenThePauseComesWhileItsFilterIsTakenOve
     act();
     clock.advance(9s);
     hidden = {"org.keys"};
-    film().beforeFilter = taking(1500ms);
+    recording().beforeFilter = taking(1500ms);
     beginAct();
     clock.advance(1500ms);
 
-    EXPECT_THAT(film().calls, ElementsAre("pause", "resume"));
+    EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
     EXPECT_TRUE(recorder->isRecording());
 }
 
@@ -317,12 +317,12 @@ TEST_F(SessionRecorderWaitsTest, startsNothingWhenItWasStoppedWhileItsFilterIsTa
 {
     act();
     hidden = {"org.keys"};
-    film().beforeFilter = taking(1s);
+    recording().beforeFilter = taking(1s);
     beginAct();
     finish();
     clock.advance(1s);
 
-    EXPECT_THAT(films, SizeIs(1));
+    EXPECT_THAT(recordings, SizeIs(1));
     EXPECT_FALSE(recorder->hasOpenFile());
     EXPECT_EQ(sleepers(), 0u);
 }
@@ -338,19 +338,19 @@ TEST_F(SessionRecorderWaitsTest, survivesThoseThatItTells)
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
-/// The recorder with real films on a screen and a file in memory.
-class FilmTest : public RecorderHarness {
+/// The recorder with real recordings on a screen and a file in memory.
+class RecordingTest : public RecorderHarness {
 public:
-    FilmTest()
+    RecordingTest()
     {
         SessionRecorder::Services real = services();
         real.startWriter = RecordingWriter::starter({.workers = io.get_executor(),
                                                      .clock = clock,
                                                      .screen = screen,
                                                      .streams = streams,
-                                                     .movies = movies});
-        real.onFinished = [this](FinishedRecording film, bool) -> Task<> {
-            made.push_back(std::move(film));
+                                                     .videos = videos});
+        real.onFinished = [this](FinishedRecording recording, bool) -> Task<> {
+            made.push_back(std::move(recording));
             co_return;
         };
         recorder = SessionRecorder::create(real);
@@ -363,11 +363,11 @@ public:
 
     FakeScreenSource screen;
     FakeScreenStreams streams;
-    FakeMovies movies;
+    FakeVideoFiles videos;
     std::vector<FinishedRecording> made;
 };
 
-TEST_F(FilmTest, isAsLongAsTheAgentWasWatched)
+TEST_F(RecordingTest, isAsLongAsTheAgentWasWatched)
 {
     act();
     change();
@@ -383,10 +383,10 @@ TEST_F(FilmTest, isAsLongAsTheAgentWasWatched)
     EXPECT_EQ(made[0].durationSec, 14 + 0.125 + 10 + 0.125);
     EXPECT_EQ(made[0].connectionId, "c");
     EXPECT_THAT(streams.last().wanted, ElementsAre(false, true, false));
-    EXPECT_EQ(movies.last().end, 24250ms);
+    EXPECT_EQ(videos.last().end, 24250ms);
 }
 
-TEST_F(FilmTest, isCutAfterHalfAnHourOfFilm)
+TEST_F(RecordingTest, isCutAfterHalfAnHourOfRecording)
 {
     for (Duration at = 0s; at <= 1800s; at += 5s) {
         act();
@@ -401,17 +401,17 @@ TEST_F(FilmTest, isCutAfterHalfAnHourOfFilm)
     EXPECT_TRUE(recorder->isRecording());
 }
 
-TEST_F(FilmTest, leavesNothingOpenWhenTheStreamFails)
+TEST_F(RecordingTest, leavesNothingOpenWhenTheStreamFails)
 {
     streams.openFailure = ScreenFailure{"no such display"};
     act();
 
     EXPECT_FALSE(recorder->hasOpenFile());
-    EXPECT_TRUE(movies.last().cancelled);
+    EXPECT_TRUE(videos.last().cancelled);
     EXPECT_THAT(log, ElementsAre("Zelvo: recording did not start: no such display"));
 }
 
-TEST_F(FilmTest, isKeptWhenTheProcessEnds)
+TEST_F(RecordingTest, isKeptWhenTheProcessEnds)
 {
     act();
     change();
@@ -422,7 +422,7 @@ TEST_F(FilmTest, isKeptWhenTheProcessEnds)
     EXPECT_EQ(made[0].durationSec, 3.125);
 }
 
-TEST_F(FilmTest, takesAHiddenApplicationOutInItsMiddle)
+TEST_F(RecordingTest, takesAHiddenApplicationOutInItsMiddle)
 {
     act();
     change();

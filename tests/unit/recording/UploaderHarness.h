@@ -15,7 +15,8 @@
 
 namespace zelvo {
 
-/// An uploader of films on a machine in memory, whose person shares the films of the connection "c1".
+/// An uploader of recordings on a machine in memory, whose person shares the recordings of the connection
+/// "c1".
 class UploaderHarness : public ConnectionsHarness {
 protected:
     UploaderHarness()
@@ -33,20 +34,20 @@ protected:
         settle();
     }
 
-    /// A film on disk.
-    FinishedRecording film(std::string name, std::optional<std::string> connectionId = "c1") const
+    /// A recording on disk.
+    FinishedRecording recording(std::string name, std::optional<std::string> connectionId = "c1") const
     {
         std::filesystem::path const file = folder.path / name;
-        writeFile(file, "film " + name);
+        writeFile(file, "recording " + name);
         return {.file = file,
                 .connectionId = std::move(connectionId),
                 .platformName = "Acme",
                 .durationSec = 12.5};
     }
-    /// Puts a film into the queue, as an earlier run left it.
+    /// Puts a recording into the queue, as an earlier run left it.
     std::string enqueue(std::string name, std::int64_t attempts = 0, std::string connectionId = "c1")
     {
-        std::string const path = film(std::move(name)).file;
+        std::string const path = recording(std::move(name)).file;
         queue.append({.path = path,
                       .connectionId = std::move(connectionId),
                       .durationSec = 12.5,
@@ -85,7 +86,7 @@ protected:
         platform.loading.answer(200, R"({"recordingId":")" + recordingId +
                                          R"(","uploadUrl":"https://store.test/)" + recordingId + R"("})");
     }
-    /// Answers all three steps of one film.
+    /// Answers all three steps of one recording.
     void accepted(std::string recordingId = "r1")
     {
         announced(std::move(recordingId));
@@ -109,7 +110,7 @@ protected:
     {
         return localized("recording.keptLocal", {explain(reason)});
     }
-    /// One line says that the film stays here, and why.
+    /// One line says that the recording stays here, and why.
     void expectKeptLocal(std::string const& reason)
     {
         ASSERT_THAT(lines(), testing::SizeIs(1));

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "fakes/FakeMovies.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
+#include "fakes/FakeVideoFiles.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 #include "recording/RecordingWriter.h"
@@ -18,13 +18,13 @@
 
 namespace zelvo {
 
-/// A film in the making, of a screen that changes when a test says so.
+/// A recording in the making, of a screen that changes when a test says so.
 class WriterHarness : public testing::Test {
 public:
-    RecordingWriting& begin(std::optional<std::string> connectionId = "c")
+    RecordingOutput& begin(std::optional<std::string> connectionId = "c")
     {
         RecordingStart start;
-        start.file = "/films/Zelvo x.mp4";
+        start.file = "/recordings/Zelvo x.mp4";
         start.connectionId = std::move(connectionId);
         start.platformName = "Acme";
         start.excludedBundleIds = {"dev.zelvo.agent", "org.keys"};
@@ -65,11 +65,11 @@ public:
         return run(io, writer->finish());
     }
     double recorded() { return run(io, writer->recordedSeconds()); }
-    FakeMovies::Movie& film() { return movies.last(); }
+    FakeVideoFiles::Video& recording() { return videos.last(); }
     std::vector<Duration> times()
     {
         std::vector<Duration> all;
-        for (auto const& frame : film().frames)
+        for (auto const& frame : recording().frames)
             all.push_back(frame.time);
         return all;
     }
@@ -78,10 +78,10 @@ public:
     ManualClock clock{&io};
     FakeScreenSource screen;
     FakeScreenStreams streams;
-    FakeMovies movies;
+    FakeVideoFiles videos;
     RecordingWriter::Services services{
-        .workers = io.get_executor(), .clock = clock, .screen = screen, .streams = streams, .movies = movies};
-    std::shared_ptr<RecordingWriting> writer;
+        .workers = io.get_executor(), .clock = clock, .screen = screen, .streams = streams, .videos = videos};
+    std::shared_ptr<RecordingOutput> writer;
 };
 
 } // namespace zelvo

@@ -1,6 +1,6 @@
 // Sets "count" and "list" to ever higher numbers, says a number on standard output once it is on disk, and
 // never ends.
-#include "platform/linux/system/FileUserDefaults.h"
+#include "platform/portable/settings/FileUserDefaults.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/thread_pool.hpp>

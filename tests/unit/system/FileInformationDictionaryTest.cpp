@@ -1,4 +1,4 @@
-#include "platform/linux/system/FileInformationDictionary.h"
+#include "platform/portable/settings/FileInformationDictionary.h"
 
 #include "TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/system/FileUserDefaults.h"
+#include "platform/portable/settings/FileUserDefaults.h"
 
 #include "TemporaryFolder.h"
 #include "fakes/Run.h"
@@ -38,7 +38,7 @@ protected:
 TEST_F(Defaults, givesNothingAtFirstAndMakesNoFolder)
 {
     EXPECT_EQ(defaults.text("a"), std::nullopt);
-    EXPECT_EQ(defaults.truth("a"), std::nullopt);
+    EXPECT_EQ(defaults.boolean("a"), std::nullopt);
     EXPECT_EQ(defaults.integer("a"), std::nullopt);
     EXPECT_EQ(defaults.textArray("a"), std::nullopt);
     EXPECT_EQ(defaults.bytes("a"), std::nullopt);
@@ -48,13 +48,13 @@ TEST_F(Defaults, givesNothingAtFirstAndMakesNoFolder)
 TEST_F(Defaults, isInForceAtOnceAndOnDiskAsJson)
 {
     defaults.setText("zelvo.recording.mode", "always \"on\"");
-    defaults.setTruth("zelvo.showAgentCursor", false);
+    defaults.setBoolean("zelvo.showAgentCursor", false);
     defaults.setInteger("days", -9007199254740993);
     defaults.setTextArray("list", {"b", "a"});
     defaults.setBytes("zelvo.connections", "[{\"id\": 1}] \n");
 
     EXPECT_EQ(defaults.text("zelvo.recording.mode"), "always \"on\"");
-    EXPECT_EQ(defaults.truth("zelvo.showAgentCursor"), false);
+    EXPECT_EQ(defaults.boolean("zelvo.showAgentCursor"), false);
     EXPECT_EQ(defaults.integer("days"), -9007199254740993);
     EXPECT_EQ(defaults.textArray("list"), (Texts{"b", "a"}));
     EXPECT_EQ(defaults.bytes("zelvo.connections"), "[{\"id\": 1}] \n");
@@ -90,7 +90,7 @@ TEST_F(Defaults, readsAnotherTypeAsAbsent)
     writeFile(fileOf("binary"), std::string("\"\xff\"\0", 4));
     writeFile(fileOf("deep"), std::string(1'000'000, '['));
 
-    EXPECT_EQ(defaults.truth("text"), std::nullopt);
+    EXPECT_EQ(defaults.boolean("text"), std::nullopt);
     EXPECT_EQ(defaults.integer("text"), std::nullopt);
     EXPECT_EQ(defaults.textArray("text"), std::nullopt);
     EXPECT_EQ(defaults.integer("number"), std::nullopt);

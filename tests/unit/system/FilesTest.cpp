@@ -1,4 +1,4 @@
-#include "platform/linux/system/Files.h"
+#include "platform/portable/files/Files.h"
 
 #include "TemporaryFolder.h"
 

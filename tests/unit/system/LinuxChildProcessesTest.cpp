@@ -1,6 +1,6 @@
 #include "platform/linux/system/LinuxChildProcesses.h"
 
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 #include "unit/system/ChildrenTest.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 #include "GrantedFolder.h"
-#include "platform/linux/system/TemporaryFile.h"
+#include "platform/portable/files/TemporaryFile.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "TemporaryFolder.h"
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/Run.h"
-#include "platform/linux/system/FileUserDefaults.h"
+#include "platform/portable/settings/FileUserDefaults.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TYPED_TEST_SUITE(UserDefaultsContract, Implementations);
 TYPED_TEST(UserDefaultsContract, isEmptyAtFirst)
 {
     EXPECT_EQ(this->defaults.text("a"), std::nullopt);
-    EXPECT_EQ(this->defaults.truth("a"), std::nullopt);
+    EXPECT_EQ(this->defaults.boolean("a"), std::nullopt);
     EXPECT_EQ(this->defaults.integer("a"), std::nullopt);
     EXPECT_EQ(this->defaults.textArray("a"), std::nullopt);
     EXPECT_EQ(this->defaults.bytes("a"), std::nullopt);
@@ -45,13 +45,13 @@ TYPED_TEST(UserDefaultsContract, isEmptyAtFirst)
 TYPED_TEST(UserDefaultsContract, givesAtOnceWhatWasSet)
 {
     this->defaults.setText("text", "a \"b\" \n ё");
-    this->defaults.setTruth("truth", true);
+    this->defaults.setBoolean("boolean", true);
     this->defaults.setInteger("integer", INT64_MIN);
     this->defaults.setTextArray("array", {});
     this->defaults.setBytes("bytes", std::string("\0\xff", 2));
 
     EXPECT_EQ(this->defaults.text("text"), "a \"b\" \n ё");
-    EXPECT_EQ(this->defaults.truth("truth"), true);
+    EXPECT_EQ(this->defaults.boolean("boolean"), true);
     EXPECT_EQ(this->defaults.integer("integer"), INT64_MIN);
     EXPECT_EQ(this->defaults.textArray("array"), Texts{});
     EXPECT_EQ(this->defaults.bytes("bytes"), std::string("\0\xff", 2));
@@ -60,10 +60,10 @@ TYPED_TEST(UserDefaultsContract, givesAtOnceWhatWasSet)
 TYPED_TEST(UserDefaultsContract, replacesAValueOfAnotherType)
 {
     this->defaults.setTextArray("a", {"x", "y"});
-    this->defaults.setTruth("a", false);
+    this->defaults.setBoolean("a", false);
 
     EXPECT_EQ(this->defaults.textArray("a"), std::nullopt);
-    EXPECT_EQ(this->defaults.truth("a"), false);
+    EXPECT_EQ(this->defaults.boolean("a"), false);
 }
 
 TYPED_TEST(UserDefaultsContract, readsAnotherTypeAsAbsent)
@@ -73,7 +73,7 @@ TYPED_TEST(UserDefaultsContract, readsAnotherTypeAsAbsent)
 
     EXPECT_EQ(this->defaults.integer("text"), std::nullopt);
     EXPECT_EQ(this->defaults.textArray("text"), std::nullopt);
-    EXPECT_EQ(this->defaults.truth("one"), std::nullopt);
+    EXPECT_EQ(this->defaults.boolean("one"), std::nullopt);
     EXPECT_EQ(this->defaults.text("one"), std::nullopt);
 }
 

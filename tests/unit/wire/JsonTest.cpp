@@ -188,7 +188,7 @@ TEST(JsonReaders, countAWrongTypeAsMissing)
     EXPECT_FALSE(read::text(object, "t"));
     EXPECT_FALSE(read::integer(object, "i"));
     EXPECT_FALSE(read::integer(object, "f"));
-    EXPECT_FALSE(read::truth(object, "b"));
+    EXPECT_FALSE(read::boolean(object, "b"));
     EXPECT_FALSE(read::object(object, "o"));
     EXPECT_FALSE(read::array(object, "a"));
     EXPECT_FALSE(read::number(object, "missing"));
@@ -201,7 +201,7 @@ TEST(JsonReaders, takeIntegersAsNumbersToo)
     EXPECT_EQ(read::number(object, "i"), 3.0);
     EXPECT_EQ(read::number(object, "f"), 1.5);
     EXPECT_FALSE(read::number(object, "b"));
-    EXPECT_EQ(read::truth(object, "b"), true);
+    EXPECT_EQ(read::boolean(object, "b"), true);
 }
 
 TEST(PlainNumber, isAnIntegerWhereItIsOne)

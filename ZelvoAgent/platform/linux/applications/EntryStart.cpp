@@ -25,7 +25,7 @@ KeyFile load(std::string const& file)
     return keys;
 }
 
-bool truth(GKeyFile* keys, char const* key)
+bool boolean(GKeyFile* keys, char const* key)
 {
     return g_key_file_get_boolean(keys, group, key, nullptr);
 }
@@ -54,8 +54,8 @@ void putIntoTerminal(GKeyFile* keys)
 GPtr<GAppInfo> applicationOf(std::string const& entryFile)
 {
     KeyFile const keys = load(entryFile);
-    bool const inTerminal = truth(keys.get(), "Terminal");
-    if (!inTerminal && !truth(keys.get(), "DBusActivatable"))
+    bool const inTerminal = boolean(keys.get(), "Terminal");
+    if (!inTerminal && !boolean(keys.get(), "DBusActivatable"))
         return GPtr<GAppInfo>(G_APP_INFO(g_desktop_app_info_new_from_filename(entryFile.c_str())));
     // By its file GIO would start it over the bus all the same.
     if (inTerminal)
@@ -67,7 +67,7 @@ GPtr<GAppInfo> applicationOf(std::string const& entryFile)
 
 bool isStartedByBus(std::string const& entryFile)
 {
-    return truth(load(entryFile).get(), "DBusActivatable");
+    return boolean(load(entryFile).get(), "DBusActivatable");
 }
 
 std::int32_t startEntry(std::string const& entryFile, std::string const& startupId)

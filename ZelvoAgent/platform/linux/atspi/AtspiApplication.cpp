@@ -13,7 +13,7 @@ constexpr char const* accessible = "org.a11y.atspi.Accessible";
 constexpr char const* application = "org.a11y.atspi.Application";
 constexpr char const* properties = "org.freedesktop.DBus.Properties";
 constexpr char const* daemonName = "org.freedesktop.DBus";
-constexpr std::size_t mostApplications = 1'000;
+constexpr std::size_t maxApplications = 1'000;
 
 } // namespace
 
@@ -108,7 +108,7 @@ std::vector<AtspiApplicationSearch::Root> AtspiApplicationSearch::allRoots()
         auto const references = reply ? atspi::readReferences(reply) : std::nullopt;
         looked = references.has_value();
         for (auto const& reference : references.value_or(std::vector<atspi::Reference>()))
-            if (roots.size() < mostApplications)
+            if (roots.size() < maxApplications)
                 roots.push_back({reference.name, reference.path});
     });
     exchange.await(registry, [&] { return isAnswered; });

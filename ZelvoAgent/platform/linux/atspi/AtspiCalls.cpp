@@ -68,7 +68,7 @@ void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion 
         break;
     case AtspiQuestion::text:
         sd_bus_message_append(call, "ii", 0,
-                              std::clamp(node.textLength.value_or(mostCharacters), 0, mostCharacters));
+                              std::clamp(node.textLength.value_or(maxCharacters), 0, maxCharacters));
         break;
     case AtspiQuestion::textLength:
         sd_bus_message_append(call, "ss", textInterface, "CharacterCount");

@@ -12,7 +12,7 @@ namespace zelvo::atspi {
 inline constexpr char const* accessibleInterface = "org.a11y.atspi.Accessible";
 inline constexpr char const* actionInterface = "org.a11y.atspi.Action";
 /// As much of an element's text as is asked for.
-inline constexpr std::int32_t mostCharacters = 1'000;
+inline constexpr std::int32_t maxCharacters = 1'000;
 
 struct Method {
     char const* interface;

@@ -10,7 +10,7 @@ namespace {
 using std::chrono::steady_clock;
 
 /// A wait inside sd-bus is never longer, so that a moment of ours is not missed.
-constexpr Duration longestWait = 20ms;
+constexpr Duration maxWait = 20ms;
 /// How much of a peer's time may be in flight.
 constexpr Duration workInFlight = 50ms;
 
@@ -123,7 +123,7 @@ void AtspiExchange::await(PeerId id, std::function<bool()> const& isDone)
             givingUp = false;
             return;
         }
-        peer.link->wait(std::min(left, longestWait));
+        peer.link->wait(std::min(left, maxWait));
     }
 }
 

@@ -7,7 +7,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t mostLevels = 100;
+constexpr std::size_t maxLevels = 100;
 
 bool isItem(std::uint32_t role)
 {
@@ -27,7 +27,7 @@ std::optional<AtspiNode::Index> AtspiFocus::lastOf(std::vector<Index> const& foc
 {
     for (Index const index : std::views::reverse(focused)) {
         std::vector<Index> chain = {index};
-        while (chain.back() != window && chain.size() < mostLevels) {
+        while (chain.back() != window && chain.size() < maxLevels) {
             known.askIdentity(chain.back());
             auto const parent = inquiry.parentOf(chain.back());
             if (!parent || std::ranges::find(chain, *parent) != chain.end())
@@ -47,7 +47,7 @@ std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
 {
     std::optional<Index> focused;
     std::vector<Index> row = {window};
-    for (std::size_t lookedAt = 0; !row.empty() && lookedAt < mostLookedAt; lookedAt += row.size()) {
+    for (std::size_t lookedAt = 0; !row.empty() && lookedAt < maxLookedAt; lookedAt += row.size()) {
         for (Index const index : row)
             known.askIdentity(index);
         std::vector<Index> below;

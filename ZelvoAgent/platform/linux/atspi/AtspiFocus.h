@@ -11,7 +11,7 @@ namespace zelvo {
 class AtspiFocus {
 public:
     using Index = AtspiNode::Index;
-    static constexpr std::size_t mostLookedAt = 5'000;
+    static constexpr std::size_t maxLookedAt = 5'000;
 
     AtspiFocus(AtspiInquiry& inquiry, AtspiNodes& nodes, AtspiElements& known)
         : inquiry(inquiry), nodes(nodes), known(known)

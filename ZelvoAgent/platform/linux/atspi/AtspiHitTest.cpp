@@ -8,10 +8,10 @@ namespace zelvo {
 namespace {
 
 /// Levels of a window that are gone through; pages nest deeply.
-constexpr std::size_t mostLevels = 100;
+constexpr std::size_t maxLevels = 100;
 /// Elements from a part of a field up to the field.
-constexpr int mostAroundAPart = 6;
-constexpr int mostGuesses = 3;
+constexpr int maxAroundAPart = 6;
+constexpr int maxGuesses = 3;
 
 bool isAField(std::string_view axRole)
 {
@@ -98,7 +98,7 @@ AtspiHitTest::Chain AtspiHitTest::asked(Index window, ReportedPoint at)
         return childByChild(window, at);
     Chain chain = {window};
     std::optional<Index> before;
-    for (int i = 0; i < mostGuesses; ++i) {
+    for (int i = 0; i < maxGuesses; ++i) {
         auto const hit = inquiry.hitIn(window, at);
         if (hit == before)
             break;
@@ -113,7 +113,7 @@ AtspiHitTest::Chain AtspiHitTest::asked(Index window, ReportedPoint at)
 AtspiHitTest::Chain AtspiHitTest::childByChild(Index window, ReportedPoint at)
 {
     Chain chain = {window};
-    while (chain.size() < mostLevels) {
+    while (chain.size() < maxLevels) {
         auto const child = inquiry.hitIn(chain.back(), at);
         // It gives the element itself when none of its children is there.
         if (!child || std::ranges::find(chain, *child) != chain.end() || !nodes.hang(*child, chain.back()))
@@ -129,7 +129,7 @@ AtspiHitTest::Chain AtspiHitTest::upFrom(Index hit, Index window)
 {
     inquiry.ask(hit, AtspiQuestion::childCount);
     Chain chain = {hit};
-    while (chain.back() != window && chain.size() < mostLevels) {
+    while (chain.back() != window && chain.size() < maxLevels) {
         askPlace(chain.back());
         auto const parent = inquiry.parentOf(chain.back());
         if (!parent || std::ranges::find(chain, *parent) != chain.end())
@@ -185,7 +185,7 @@ AtspiNode::Index AtspiHitTest::deepest(Index index, DesktopPoint point)
 
 std::optional<AtspiNode::Index> AtspiHitTest::below(Index index, DesktopPoint point, std::size_t level)
 {
-    if (level >= mostLevels || lookedAt >= mostLookedAt)
+    if (level >= maxLevels || lookedAt >= maxLookedAt)
         return std::nullopt;
     Chain const children = childrenOf(index);
     lookedAt += children.size();
@@ -220,7 +220,7 @@ bool AtspiHitTest::isBlank(Index index)
 
 std::optional<AtspiNode::Index> AtspiHitTest::anythingElse(Index index, DesktopPoint point)
 {
-    if (lookedAt >= mostLookedAt || nodes[index].role == atspi_role::documentWeb)
+    if (lookedAt >= maxLookedAt || nodes[index].role == atspi_role::documentWeb)
         return std::nullopt;
     Chain const children = childrenOf(index);
     lookedAt += children.size();
@@ -238,7 +238,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::anythingElse(Index index, DesktopP
 std::optional<AtspiNode::Index> AtspiHitTest::findDropped(DesktopRect const& popup, DesktopPoint point)
 {
     Chain row = places.windows();
-    while (!row.empty() && lookedAt < mostLookedAt) {
+    while (!row.empty() && lookedAt < maxLookedAt) {
         for (Index const index : row)
             known.askIdentity(index);
         Chain showing;
@@ -274,7 +274,7 @@ AtspiNode::Index AtspiHitTest::wholeOf(Index index, DesktopPoint point)
     if (!isText && !isAContainer(role))
         return index;
     auto above = nodes[index].parent;
-    for (int i = 0; above && *above != 0 && i < mostAroundAPart; ++i, above = nodes[*above].parent) {
+    for (int i = 0; above && *above != 0 && i < maxAroundAPart; ++i, above = nodes[*above].parent) {
         std::string_view const around = nodes.axRole(*above).role;
         // What is written in a text of several lines has elements of its own.
         if (isAField(around) && !(isText && around == "AXTextArea"))
@@ -319,7 +319,7 @@ bool AtspiHitTest::hasFew(Index index)
 {
     inquiry.ensure(index, AtspiQuestion::childCount);
     auto const& count = nodes[index].childCount;
-    return count && *count <= mostBelowAnAnswer;
+    return count && *count <= maxBelowAnAnswer;
 }
 
 AtspiHitTest::Chain AtspiHitTest::childrenOf(Index index)

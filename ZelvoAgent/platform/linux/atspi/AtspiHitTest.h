@@ -15,9 +15,9 @@ class AtspiHitTest {
 public:
     using Index = AtspiNode::Index;
     /// Elements, in windows whose application does not say what is there.
-    static constexpr std::size_t mostLookedAt = 5'000;
+    static constexpr std::size_t maxLookedAt = 5'000;
     /// An element with more children than that is not looked through when its application has been asked.
-    static constexpr std::int32_t mostBelowAnAnswer = 64;
+    static constexpr std::int32_t maxBelowAnAnswer = 64;
 
     AtspiHitTest(AtspiInquiry& inquiry, AtspiNodes& nodes, AtspiElements& known, AtspiPlaces& places)
         : inquiry(inquiry), nodes(nodes), known(known), places(places)

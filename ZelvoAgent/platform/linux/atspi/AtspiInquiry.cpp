@@ -16,7 +16,7 @@ AtspiInquiry::AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink
 
 void AtspiInquiry::addApplication(PeerId peer, std::int32_t pid, AtspiToolkit toolkit)
 {
-    sides[exchange.nameOf(peer)] = {
+    peers[exchange.nameOf(peer)] = {
         .peer = peer, .pid = pid, .isAsked = true, .isKnown = true, .isAllowed = true};
     toolkits[peer] = toolkit;
     ownPid = pid;
@@ -34,7 +34,7 @@ void AtspiInquiry::startAnew()
     nodes.forgetAnswers();
     waiting.clear();
     textKept = 0;
-    for (auto& [name, side] : sides)
+    for (auto& [name, side] : peers)
         if (!toolkits.contains(side.peer)) {
             side.isAllowed.reset();
             side.isAsked = side.isKnown;
@@ -112,7 +112,7 @@ void AtspiInquiry::boundText(AtspiNode& node, std::size_t before)
 {
     std::size_t const now = node.textSize();
     textKept = textKept + now - before;
-    if (textKept <= mostText)
+    if (textKept <= maxText)
         return;
     textKept -= now;
     node.forgetTexts();
@@ -195,7 +195,7 @@ void AtspiInquiry::askActionName(Index index,
     ++naming->missing;
     exchange.ask(node.peer, std::move(call), [this, index, naming, at, action](sd_bus_message* reply) {
         if (auto name = reply ? atspi::readBoundedText(reply) : std::nullopt) {
-            naming->names[at] = atspi::bounded(*name, atspi::longestActionName);
+            naming->names[at] = atspi::bounded(*name, atspi::maxActionNameLength);
             if (action != atspi::Action())
                 actionNames[{nodes[index].peer, action}] = naming->names[at];
         }
@@ -275,7 +275,7 @@ void AtspiInquiry::askAllChildren(Index index)
 void AtspiInquiry::askOneByOne(Index index, std::int32_t count)
 {
     auto const listing = std::make_shared<Listing>();
-    listing->references.resize(std::min(static_cast<std::size_t>(count), atspi::mostChildren));
+    listing->references.resize(std::min(static_cast<std::size_t>(count), atspi::maxChildren));
     listing->until = endOfListing();
     continueListing(index, listing);
 }
@@ -342,8 +342,8 @@ void AtspiInquiry::finishChildren(Index index, std::vector<atspi::Reference> con
     for (atspi::Reference const& reference : references) {
         PeerId peer = nodes[index].peer;
         if (isForeign(index, reference)) {
-            auto const side = sides.find(reference.name);
-            if (side == sides.end() || !allows(side->second))
+            auto const side = peers.find(reference.name);
+            if (side == peers.end() || !allows(side->second))
                 continue;
             peer = side->second.peer;
         }
@@ -428,8 +428,8 @@ std::optional<std::vector<AtspiNode::Index>> AtspiInquiry::focusedIn(Index index
 
 std::optional<std::int32_t> AtspiInquiry::processOf(Index index) const
 {
-    auto const side = sides.find(exchange.nameOf(nodes[index].peer));
-    return side == sides.end() ? std::nullopt : side->second.pid;
+    auto const side = peers.find(exchange.nameOf(nodes[index].peer));
+    return side == peers.end() ? std::nullopt : side->second.pid;
 }
 
 bool AtspiInquiry::isForeign(Index index, atspi::Reference const& reference) const
@@ -437,9 +437,9 @@ bool AtspiInquiry::isForeign(Index index, atspi::Reference const& reference) con
     return !reference.name.empty() && reference.name != exchange.nameOf(nodes[index].peer);
 }
 
-AtspiInquiry::Side& AtspiInquiry::sideOf(std::string const& name)
+AtspiInquiry::PeerProcess& AtspiInquiry::peerOf(std::string const& name)
 {
-    auto const [entry, isNew] = sides.try_emplace(name);
+    auto const [entry, isNew] = peers.try_emplace(name);
     if (isNew)
         entry->second.peer = exchange.addPeer(name, bus);
     return entry->second;
@@ -450,13 +450,13 @@ bool AtspiInquiry::identify(Index index, std::vector<atspi::Reference> const& re
     for (atspi::Reference const& reference : references) {
         if (!isForeign(index, reference) || !isNewSide(reference.name))
             continue;
-        sideOf(reference.name).isAsked = true;
+        peerOf(reference.name).isAsked = true;
         auto call = bus.newCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                                 "GetConnectionUnixProcessID");
         if (call)
             sd_bus_message_append(call.get(), "s", reference.name.c_str());
         exchange.ask(daemon, std::move(call), [this, name = reference.name](sd_bus_message* reply) {
-            Side& known = sideOf(name);
+            PeerProcess& known = peerOf(name);
             known.isKnown = true;
             if (auto const pid = reply ? readUnsigned(reply) : std::nullopt)
                 known.pid = static_cast<std::int32_t>(*pid);
@@ -466,18 +466,18 @@ bool AtspiInquiry::identify(Index index, std::vector<atspi::Reference> const& re
         });
     }
     return std::ranges::all_of(references, [&](atspi::Reference const& reference) {
-        return !isForeign(index, reference) || !sides.contains(reference.name) ||
-               sides[reference.name].isKnown;
+        return !isForeign(index, reference) || !peers.contains(reference.name) ||
+               peers[reference.name].isKnown;
     });
 }
 
 bool AtspiInquiry::isNewSide(std::string const& name) const
 {
-    auto const known = sides.find(name);
-    return known == sides.end() ? sides.size() < mostSides : !known->second.isAsked;
+    auto const known = peers.find(name);
+    return known == peers.end() ? peers.size() < maxSides : !known->second.isAsked;
 }
 
-bool AtspiInquiry::allows(Side& side) const
+bool AtspiInquiry::allows(PeerProcess& side) const
 {
     if (!side.isAllowed)
         side.isAllowed = side.pid && (side.pid == ownPid || (allowsProcess && allowsProcess(*side.pid)));

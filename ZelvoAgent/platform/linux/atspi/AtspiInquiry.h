@@ -22,8 +22,8 @@ public:
     static constexpr std::int32_t manyChildren = 2'000;
     static constexpr std::int32_t manyToListAtOnce = 1'500;
     static constexpr std::int32_t firstOfMany = 500;
-    static constexpr std::size_t mostSides = 64;
-    static constexpr std::size_t mostText = 8u << 20; ///< bytes, of all elements together
+    static constexpr std::size_t maxSides = 64;
+    static constexpr std::size_t maxText = 8u << 20; ///< bytes, of all elements together
 
     /// Both must outlive it. bus: the link to the accessibility bus
     AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon);
@@ -60,7 +60,7 @@ public:
 
 private:
     /// A process whose elements were met.
-    struct Side {
+    struct PeerProcess {
         PeerId peer = 0;
         std::optional<std::int32_t> pid;
         bool isAsked = false;
@@ -111,12 +111,12 @@ private:
     void finishActions(Index index, std::vector<std::string> const& names);
     void takeChildren(Index index, std::vector<atspi::Reference> references);
     void finishChildren(Index index, std::vector<atspi::Reference> const& references);
-    Side& sideOf(std::string const& name);
+    PeerProcess& peerOf(std::string const& name);
     bool isForeign(Index index, atspi::Reference const& reference) const;
     /// False while it is being asked who a process is.
     bool identify(Index index, std::vector<atspi::Reference> const& references);
     bool isNewSide(std::string const& name) const;
-    bool allows(Side& side) const;
+    bool allows(PeerProcess& side) const;
 
     AtspiExchange& exchange;
     AtspiNodes& nodes;
@@ -125,7 +125,7 @@ private:
     std::int32_t ownPid = 0;
     std::size_t textKept = 0; ///< bytes
     std::optional<std::pair<Index, AtspiQuestion>> awaited;
-    std::map<std::string, Side> sides; // by bus name
+    std::map<std::string, PeerProcess> peers; // by bus name
     std::map<PeerId, AtspiToolkit> toolkits;
     std::map<Index, std::vector<atspi::Reference>> waiting; // for who a process is
     std::map<std::pair<PeerId, atspi::Action>, std::string> actionNames;

@@ -8,7 +8,7 @@ namespace zelvo {
 namespace {
 
 /// One that talks without end must not keep its reader from looking at the clock.
-constexpr int mostMessagesAtOnce = 256;
+constexpr int maxMessagesAtOnce = 256;
 
 int takeReply(sd_bus_message* reply, void* data, sd_bus_error*)
 {
@@ -72,7 +72,7 @@ AtspiLink::Ticket AtspiLink::send(sd_bus_message* call, OnReply onReply)
 
 bool AtspiLink::process()
 {
-    for (int taken = 0; taken < mostMessagesAtOnce; ++taken) {
+    for (int taken = 0; taken < maxMessagesAtOnce; ++taken) {
         int const code = bus ? sd_bus_process(bus.get(), nullptr) : -1;
         if (code == 0)
             return taken > 0;

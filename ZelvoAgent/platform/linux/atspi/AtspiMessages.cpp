@@ -143,7 +143,7 @@ std::optional<std::vector<Reference>> readReferences(sd_bus_message* message)
             return false;
         if (reference->path != nullPath)
             references.push_back(std::move(*reference));
-        return references.size() < mostChildren;
+        return references.size() < maxChildren;
     });
     return isList ? std::optional(std::move(references)) : std::nullopt;
 }
@@ -217,7 +217,7 @@ std::optional<Reference> readReferenceProperty(sd_bus_message* message)
 std::optional<std::string> readBoundedText(sd_bus_message* message)
 {
     auto const text = rawText(message);
-    return text ? std::optional(bounded(*text, longestText)) : std::nullopt;
+    return text ? std::optional(bounded(*text, maxTextLength)) : std::nullopt;
 }
 
 std::optional<Extents> readExtents(sd_bus_message* message)
@@ -243,8 +243,8 @@ std::optional<std::vector<Action>> readActions(sd_bus_message* message)
         auto const description = rawText(message);
         if (!name || !description || !rawText(message) || sd_bus_message_exit_container(message) < 0)
             return false;
-        actions.push_back({bounded(*name, longestActionName), bounded(*description, longestActionName)});
-        return actions.size() < mostActions;
+        actions.push_back({bounded(*name, maxActionNameLength), bounded(*description, maxActionNameLength)});
+        return actions.size() < maxActions;
     });
     return isList ? std::optional(std::move(actions)) : std::nullopt;
 }
@@ -261,14 +261,14 @@ std::optional<std::vector<Relation>> readRelations(sd_bus_message* message)
         Relation& relation = relations.emplace_back(Relation{.type = *type});
         while (sd_bus_message_at_end(message, 0) == 0) {
             auto target = anyReference(message);
-            if (!target || relation.targets.size() >= mostTargets)
+            if (!target || relation.targets.size() >= maxTargets)
                 return false;
             relation.targets.push_back(std::move(*target));
         }
         bool const hasTargets = sd_bus_message_exit_container(message) >= 0;
         if (!hasTargets || sd_bus_message_exit_container(message) < 0)
             return false;
-        return relations.size() < mostRelations;
+        return relations.size() < maxRelations;
     });
     return isList ? std::optional(std::move(relations)) : std::nullopt;
 }
@@ -285,7 +285,7 @@ std::optional<std::string> readAttribute(sd_bus_message* message, std::string_vi
         if (!name || !value || sd_bus_message_exit_container(message) < 0)
             return false;
         if (*name == wanted)
-            found = bounded(*value, longestText);
+            found = bounded(*value, maxTextLength);
         return !found && --left > 0;
     });
     return found;

@@ -13,12 +13,12 @@
 /// any message, gives nothing for one of another shape, and bounds what it keeps.
 namespace zelvo::atspi {
 
-inline constexpr std::size_t longestText = 64u << 10; ///< bytes
-inline constexpr std::size_t mostChildren = 10'000;
-inline constexpr std::size_t mostActions = 64;
-inline constexpr std::size_t mostRelations = 32;
-inline constexpr std::size_t mostTargets = 32;
-inline constexpr std::size_t longestActionName = 256; ///< bytes
+inline constexpr std::size_t maxTextLength = 64u << 10; ///< bytes
+inline constexpr std::size_t maxChildren = 10'000;
+inline constexpr std::size_t maxActions = 64;
+inline constexpr std::size_t maxRelations = 32;
+inline constexpr std::size_t maxTargets = 32;
+inline constexpr std::size_t maxActionNameLength = 256; ///< bytes
 
 /// An object of an application. An empty name: of the one who speaks.
 struct Reference {

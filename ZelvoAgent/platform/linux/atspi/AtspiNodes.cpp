@@ -106,7 +106,7 @@ std::optional<AtspiNodes::Index> AtspiNodes::find(AtspiExchange::PeerId peer, st
     auto& known = byPath[peer];
     if (auto const entry = known.find(path); entry != known.end())
         return entry->second;
-    if (nodes.size() >= mostNodes)
+    if (nodes.size() >= maxNodes)
         return std::nullopt;
     auto const index = static_cast<Index>(nodes.size());
     auto const entry = known.emplace(path, index).first;

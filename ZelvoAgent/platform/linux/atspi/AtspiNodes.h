@@ -83,7 +83,7 @@ struct AtspiNode {
 class AtspiNodes {
 public:
     using Index = AtspiNode::Index;
-    static constexpr std::size_t mostNodes = 200'000;
+    static constexpr std::size_t maxNodes = 200'000;
 
     AtspiNode& operator[](Index index) { return nodes[index]; }
     AtspiNode const& operator[](Index index) const { return nodes[index]; }

@@ -11,8 +11,8 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t mostSearchedForMenuBar = 300;
-constexpr Duration longestWaking = 3s; // Once a process; a browser that has just started is busy.
+constexpr std::size_t maxSearchedForMenuBar = 300;
+constexpr Duration maxWaking = 3s; // Once a process; a browser that has just started is busy.
 constexpr Duration wakingPause = 20ms;
 
 std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)
@@ -312,7 +312,7 @@ std::optional<AtspiNode::Index> AtspiReader::onceBuilt(std::function<std::option
     auto seen = look();
     if (!isStillEmpty(seen) || !mayStillBuild())
         return seen;
-    exchange.setDeadline(std::chrono::steady_clock::now() + longestWaking);
+    exchange.setDeadline(std::chrono::steady_clock::now() + maxWaking);
     do { // A browser that has just started falls silent while it works.
         if (sleeps())
             setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
@@ -363,7 +363,7 @@ bool AtspiReader::isStillEmpty(std::optional<Index> seen)
 /// False when there is no time left but for telling what was found.
 bool AtspiReader::waitForMore()
 {
-    if (exchange.timeLeft() < longestWaking / 2)
+    if (exchange.timeLeft() < maxWaking / 2)
         return false;
     exchange.trustAgain();
     exchange.linkOf(found.peer).wait(wakingPause);
@@ -384,16 +384,16 @@ std::optional<AtspiNode::Index> AtspiReader::menuBar()
     if (!window)
         return std::nullopt;
     std::vector<Index> row = {*window};
-    for (std::size_t searched = 0; !row.empty() && searched < mostSearchedForMenuBar;) {
+    for (std::size_t searched = 0; !row.empty() && searched < maxSearchedForMenuBar;) {
         std::vector<Index> below;
         for (Index const index : row) {
             known->identify(index);
             if (nodes[index].role == atspi_role::menuBar && known->exists(index))
                 return index;
-            if (!known->exists(index) || ++searched >= mostSearchedForMenuBar)
+            if (!known->exists(index) || ++searched >= maxSearchedForMenuBar)
                 continue;
             for (Index const child : childrenOf(index).value_or(std::vector<Index>())) {
-                if (below.size() < mostSearchedForMenuBar && !exchange.isSilent(found.peer))
+                if (below.size() < maxSearchedForMenuBar && !exchange.isSilent(found.peer))
                     known->askIdentity(child);
                 below.push_back(child);
             }

@@ -8,7 +8,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::size_t mostCounted = 3'000;
+constexpr std::size_t maxCounted = 3'000;
 constexpr Duration pause = 15ms;
 
 } // namespace
@@ -16,7 +16,7 @@ constexpr Duration pause = 15ms;
 bool ChromiumWaking::wake(std::vector<AtspiNode::Index> const& windows)
 {
     std::size_t const before = count(windows);
-    bool const isBuilt = before >= mostCounted;
+    bool const isBuilt = before >= maxCounted;
     auto const end = steady_clock::now() + longest;
     bool answered = false;
     for (AtspiNode::Index const window : windows)
@@ -51,14 +51,14 @@ std::size_t ChromiumWaking::count(std::vector<AtspiNode::Index> const& windows)
     exchange.setDeadline(steady_clock::now() + longest);
     std::vector<AtspiNode::Index> row = windows;
     std::size_t counted = row.size();
-    while (!row.empty() && counted < mostCounted) {
+    while (!row.empty() && counted < maxCounted) {
         for (AtspiNode::Index const index : row)
             inquiry.ask(index, AtspiQuestion::children);
         std::vector<AtspiNode::Index> below;
         for (AtspiNode::Index const index : row) {
             inquiry.ensure(index, AtspiQuestion::children);
             auto const& children = nodes[index].children;
-            if (children && below.size() < mostCounted)
+            if (children && below.size() < maxCounted)
                 below.insert(below.end(), children->begin(), children->end());
         }
         counted += below.size();

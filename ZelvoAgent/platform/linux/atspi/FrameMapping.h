@@ -2,8 +2,8 @@
 
 #include "base/Geometry.h"
 #include "platform/linux/atspi/WindowFit.h"
-#include "platform/linux/windows/ProcessWindows.h"
 #include "platform/linux/x11/DisplayLayout.h"
+#include "platform/linux/x11/windows/ProcessWindows.h"
 
 #include <cstddef>
 #include <cstdint>

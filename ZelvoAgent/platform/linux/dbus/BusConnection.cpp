@@ -18,7 +18,7 @@ namespace zelvo {
 namespace {
 
 constexpr Duration firstPause = 1s;
-constexpr Duration longestPause = 1h;
+constexpr Duration maxPause = 1h;
 constexpr Duration helloPatience = 30s;
 constexpr char const* noReply = "org.freedesktop.DBus.Error.NoReply";
 constexpr char const* disconnected = "org.freedesktop.DBus.Error.Disconnected";
@@ -202,7 +202,7 @@ private:
             self.isRetrying = false;
             self.start();
         });
-        pause = std::min(pause * 2, longestPause);
+        pause = std::min(pause * 2, maxPause);
     }
 
     void becomeReady()

@@ -34,8 +34,8 @@ BusValue simpleValue(sd_bus_message* message)
         return {};
     switch (type) {
     case SD_BUS_TYPE_BOOLEAN: {
-        auto const truth = readTruth(message);
-        return truth ? BusValue(*truth) : BusValue();
+        auto const boolean = readTruth(message);
+        return boolean ? BusValue(*boolean) : BusValue();
     }
     case SD_BUS_TYPE_BYTE:
         return number<std::uint8_t>(message, type);

@@ -1,6 +1,6 @@
 #include "platform/linux/dbus/InstanceSocket.h"
 
-#include "platform/linux/system/Files.h"
+#include "platform/portable/files/Files.h"
 #include "wire/Json.h"
 
 #include <boost/asio/dispatch.hpp>
@@ -177,7 +177,7 @@ private:
             co_await time.sleep(patience);
             visitor->close();
         });
-        std::string message(longestMessage + 1, '\0');
+        std::string message(maxMessage + 1, '\0');
         boost::system::error_code error;
         auto token = asio::redirect_error(asio::use_awaitable, error);
         std::size_t const size = co_await asio::async_read(*visitor, asio::buffer(message), token);

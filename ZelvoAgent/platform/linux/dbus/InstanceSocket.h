@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Clock.h"
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <filesystem>
 #include <functional>
@@ -15,7 +15,7 @@ namespace zelvo {
 /// takes what later starts bring. The lock ends with its process, however that ends.
 class InstanceSocket {
 public:
-    static constexpr std::size_t longestMessage = 64u << 10;
+    static constexpr std::size_t maxMessage = 64u << 10;
     static constexpr Duration patience = 2s;
 
     explicit InstanceSocket(std::filesystem::path folder) : folder(std::move(folder)) {}

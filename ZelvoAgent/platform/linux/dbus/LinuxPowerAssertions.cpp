@@ -1,6 +1,6 @@
 #include "platform/linux/dbus/LinuxPowerAssertions.h"
 
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <boost/asio/dispatch.hpp>
 

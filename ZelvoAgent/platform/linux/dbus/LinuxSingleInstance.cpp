@@ -128,7 +128,7 @@ private:
         std::size_t total = 0;
         for (std::string const& url : urls)
             total += url.size();
-        if (total > InstanceSocket::longestMessage || urls.size() > InstanceSocket::longestMessage)
+        if (total > InstanceSocket::maxMessage || urls.size() > InstanceSocket::maxMessage)
             return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "too long");
         static_cast<Application*>(self)->take(std::move(urls));
         return sd_bus_reply_method_return(call, "");

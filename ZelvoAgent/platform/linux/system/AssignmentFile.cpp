@@ -1,12 +1,12 @@
 #include "platform/linux/system/AssignmentFile.h"
 
-#include "platform/linux/system/Files.h"
+#include "platform/portable/files/Files.h"
 
 namespace zelvo {
 
 namespace {
 
-constexpr std::size_t longestFile = 64u << 10;
+constexpr std::size_t maxFile = 64u << 10;
 constexpr std::string_view blank = " \t\r";
 
 std::string_view withoutBlanks(std::string_view text)
@@ -54,7 +54,7 @@ std::optional<std::string> assignedValue(std::string_view text, std::string_view
 
 std::optional<std::string> assignedValueIn(std::filesystem::path const& file, std::string_view name)
 {
-    auto const read = files::read(file, longestFile);
+    auto const read = files::read(file, maxFile);
     return read ? assignedValue(read->content, name) : std::nullopt;
 }
 

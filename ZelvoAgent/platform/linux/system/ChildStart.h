@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/ChildProcess.h"
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <sys/types.h>
 

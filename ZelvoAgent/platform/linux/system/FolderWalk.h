@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #include "platform/linux/system/LinuxChildProcesses.h"
 
+#include "base/AsyncCondition.h"
 #include "base/Hop.h"
-#include "base/WakeList.h"
 #include "platform/linux/system/ChildStart.h"
 
 #include <boost/asio/buffer.hpp>
@@ -152,7 +152,7 @@ private:
     int const fd;
     asio::posix::stream_descriptor descriptor; // of fd
     std::shared_ptr<RunningGroups> groups;
-    WakeList waiting;
+    AsyncCondition waiting;
     std::optional<std::int32_t> status;
     bool isLetGo = false;
     bool isReaped = false;

@@ -1,6 +1,6 @@
 #include "platform/linux/system/LinuxClock.h"
 
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>

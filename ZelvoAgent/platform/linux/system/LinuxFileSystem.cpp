@@ -1,7 +1,7 @@
 #include "platform/linux/system/LinuxFileSystem.h"
 
-#include "platform/linux/system/FileBytes.h"
-#include "platform/linux/system/TemporaryFile.h"
+#include "platform/portable/files/FileBytes.h"
+#include "platform/portable/files/TemporaryFile.h"
 
 #include <fcntl.h>
 #include <pwd.h>

@@ -1,7 +1,7 @@
 #include "platform/linux/system/LinuxMachineFacts.h"
 
 #include "platform/linux/system/AssignmentFile.h"
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/statvfs.h>

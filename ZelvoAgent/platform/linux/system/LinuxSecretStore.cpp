@@ -2,8 +2,8 @@
 
 #include "base/Hop.h"
 #include "base/Text.h"
-#include "platform/linux/system/Files.h"
 #include "platform/linux/system/SecretServiceCalls.h"
+#include "platform/portable/files/Files.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t longestSecret = 1u << 20;
+constexpr std::size_t maxSecret = 1u << 20;
 
 bool isFileName(SecretName const& name)
 {
@@ -44,7 +44,7 @@ public:
         if (isMadeUp(name))
             secret = service.get(name).secret;
         if (!secret)
-            if (auto file = files::read(fileOf(name), longestSecret))
+            if (auto file = files::read(fileOf(name), maxSecret))
                 secret = std::move(file->content);
         return secret ? std::optional(text::repaired(*secret)) : std::nullopt;
     }
@@ -85,7 +85,7 @@ private:
     {
         if (!files::identityOf(noteOf(name)))
             return true;
-        auto const file = files::read(fileOf(name), longestSecret);
+        auto const file = files::read(fileOf(name), maxSecret);
         if (file ? !service.set(name, file->content) : !service.remove(name))
             return false;
         drop(fileOf(name));

@@ -2,7 +2,7 @@
 
 #include "base/Text.h"
 #include "platform/linux/system/RouteMessages.h"
-#include "platform/linux/system/UniqueFd.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/ip/address.hpp>

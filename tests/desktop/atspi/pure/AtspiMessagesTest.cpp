@@ -41,7 +41,7 @@ TEST_F(AtspiMessages, stopsAtTheMostChildren)
         sd_bus_message_close_container(m);
     });
 
-    EXPECT_THAT(readReferences(message.get()).value_or(std::vector<Reference>()), SizeIs(mostChildren));
+    EXPECT_THAT(readReferences(message.get()).value_or(std::vector<Reference>()), SizeIs(maxChildren));
 }
 
 TEST_F(AtspiMessages, readsOneReference)
@@ -153,10 +153,10 @@ TEST_F(AtspiMessages, boundsTextsActionsAndTheirNames)
         sd_bus_message_close_container(m);
     });
 
-    EXPECT_THAT(readBoundedText(text.get()).value_or(""), SizeIs(longestText));
+    EXPECT_THAT(readBoundedText(text.get()).value_or(""), SizeIs(maxTextLength));
     auto const found = readActions(actions.get()).value_or(std::vector<Action>());
-    ASSERT_THAT(found, SizeIs(mostActions));
-    EXPECT_THAT(found.front().name, SizeIs(longestActionName));
+    ASSERT_THAT(found, SizeIs(maxActions));
+    EXPECT_THAT(found.front().name, SizeIs(maxActionNameLength));
 }
 
 TEST_F(AtspiMessages, takesMessagesOfAnotherShapeForNothing)

@@ -1,4 +1,4 @@
-#include "platform/linux/input/BindingPlan.h"
+#include "platform/linux/x11/input/BindingPlan.h"
 
 #include <gtest/gtest.h>
 

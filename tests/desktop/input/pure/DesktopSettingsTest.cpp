@@ -1,4 +1,4 @@
-#include "platform/linux/input/DesktopSettings.h"
+#include "platform/linux/x11/input/DesktopSettings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/input/HotKeyChord.h"
+#include "platform/linux/x11/input/HotKeyChord.h"
 
 #include "desktop/input/pure/NamedKeymap.h"
 

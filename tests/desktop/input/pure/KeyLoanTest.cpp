@@ -1,4 +1,4 @@
-#include "platform/linux/input/KeyLoan.h"
+#include "platform/linux/x11/input/KeyLoan.h"
 
 #include <gtest/gtest.h>
 

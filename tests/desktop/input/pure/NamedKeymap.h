@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/input/ServerKeymap.h"
+#include "platform/linux/x11/input/ServerKeymap.h"
 
 #include <xkbcommon/xkbcommon.h>
 

@@ -1,0 +1,59 @@
+#include "platform/linux/x11/capture/CapturePlan.h"
+
+#include <algorithm>
+
+namespace zelvo {
+
+bool CaptureExclusion::isAny() const
+{
+    return std::ranges::find(windows, true) != windows.end() ||
+           std::ranges::any_of(holes, [](auto const& each) { return !each.empty(); });
+}
+
+CaptureExclusion excludedWindows(WindowSurvey const& survey,
+                                 std::function<bool(ClientWindow const&)> const& named)
+{
+    CaptureExclusion exclusion;
+    exclusion.windows.resize(survey.windows.size());
+    exclusion.holes.resize(survey.windows.size());
+    for (std::size_t i = 0; i < survey.windows.size(); ++i) {
+        SurveyedWindow const& window = survey.windows[i];
+        if (window.inputOnly)
+            continue;
+        exclusion.windows[i] = named(window.client);
+        for (EmbeddedWindow const& inside : window.embedded)
+            if (named(inside.client))
+                exclusion.holes[i].push_back(inside.area);
+    }
+    return exclusion;
+}
+
+CapturePlan planCapture(WindowSurvey const& survey,
+                        CaptureExclusion const& exclusion,
+                        PixelRect const& display,
+                        bool alphaCounts)
+{
+    CapturePlan plan;
+    plan.background = PixelRegion(display);
+    for (std::size_t i = survey.windows.size(); i-- > 0;) {
+        SurveyedWindow const& window = survey.windows[i];
+        bool const readable = window.depth == 24 || window.depth == 32;
+        if (window.inputOnly || exclusion.windows[i] || !readable)
+            continue;
+        PixelRegion visible = plan.background.intersected(window.area);
+        if (window.shaped)
+            visible = visible.intersected(window.shape);
+        for (PixelRect const& hole : exclusion.holes[i])
+            visible.subtract(hole);
+        if (visible.isEmpty())
+            continue;
+        bool const blends = alphaCounts && window.depth == 32;
+        if (!blends)
+            plan.background.subtract(visible);
+        plan.pieces.push_back({i, std::move(visible), blends, !exclusion.holes[i].empty()});
+    }
+    std::ranges::reverse(plan.pieces);
+    return plan;
+}
+
+} // namespace zelvo

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/linux/x11/PixelRegion.h"
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+
+namespace zelvo {
+
+class X11Connection;
+struct SurveyedWindow;
+
+/// Knows which parts of windows still show what is none of theirs, and asks the server when they are drawn
+/// over. Thread: one at a time.
+class StalePixelTracker {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    explicit StalePixelTracker(std::shared_ptr<X11Connection> server);
+
+    /// part: within the window's border. until: when it passes for clean though nothing was drawn; never
+    /// without.
+    void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
+    /// The server says that something was drawn. sequence: of the event.
+    void isDrawn(std::uint32_t window, std::uint32_t damage, std::uint32_t sequence, PixelRect const& part);
+    /// A window leaves the screen, or changes its size and with it all that it shows.
+    void isGone(std::uint32_t window);
+    /// Windows that will be stained: the server begins to tell at once, so that nothing is missed.
+    void expect(std::set<std::uint32_t> windows);
+
+    /// On the root window; empty for most.
+    PixelRegion stale(SurveyedWindow const& window);
+
+private:
+    struct Entry {
+        std::uint32_t damage = 0;
+        std::uint32_t asked = 0; ///< the request with which the server began to tell
+        PixelRegion left;
+        std::optional<Time> until;
+    };
+    using Entries = std::map<std::uint32_t, Entry>;
+
+    void follow(std::uint32_t window, Entry& entry);
+    /// Ends it where nothing is left of it.
+    void dropClean(Entries::iterator entry);
+    void drop(Entries::iterator entry);
+
+    std::shared_ptr<X11Connection> connection;
+    Entries entries;
+    std::set<std::uint32_t> expected;
+};
+
+} // namespace zelvo

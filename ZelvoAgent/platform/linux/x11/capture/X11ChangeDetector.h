@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/portable/streams/PacedScreenStream.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace zelvo {
+
+class X11Connection;
+
+/// The changes of an X screen: something was drawn, in a window that others cover too; windows have come,
+/// gone or moved; the pointer has. Over a connection of its own, on which the server says little however much
+/// is drawn.
+class X11ChangeDetector final : public ChangeDetector {
+public:
+    /// Blocks for a few round trips. Null when the server can't be reached or does not tell. ignored: a
+    /// window whose coming and going means nothing. display: empty for $DISPLAY.
+    static std::unique_ptr<ChangeDetector> open(std::uint32_t ignored, std::string const& display = {});
+    ~X11ChangeDetector() override;
+    X11ChangeDetector(X11ChangeDetector const&) = delete;
+    X11ChangeDetector& operator=(X11ChangeDetector const&) = delete;
+
+    /// One round trip.
+    bool take() override;
+    bool isAlive() const override;
+
+private:
+    X11ChangeDetector(std::unique_ptr<X11Connection> server, std::uint32_t ignored);
+
+    struct Pointer {
+        int x = 0;
+        int y = 0;
+        bool isHere = false;
+        bool operator==(Pointer const&) const = default;
+    };
+
+    void follow(std::uint32_t window);
+    bool noteEvent(void const* event);
+    Pointer askPointer();
+
+    std::unique_ptr<X11Connection> connection;
+    std::uint32_t const ignored;
+    std::uint8_t cursorEvent = 0;
+    Pointer pointer;
+};
+
+} // namespace zelvo

@@ -1,0 +1,113 @@
+#include "platform/linux/x11/capture/X11ScreenSource.h"
+
+#include "base/Hop.h"
+#include "platform/linux/x11/capture/PictureScaling.h"
+#include "platform/linux/x11/capture/X11Capture.h"
+
+#include <boost/asio/strand.hpp>
+
+namespace zelvo {
+
+namespace {
+
+std::vector<Display> displaysOf(std::vector<DisplayLayout> const& layouts)
+{
+    std::vector<Display> displays;
+    displays.reserve(layouts.size());
+    for (DisplayLayout const& layout : layouts)
+        displays.push_back({.id = layout.displayId,
+                            .widthPoints = layout.widthPixels / layout.scale,
+                            .heightPoints = layout.heightPixels / layout.scale,
+                            .scaleFactor = layout.scale});
+    return displays;
+}
+
+/// A picture needs shared memory, windows in memory of their own, and to know whose they are.
+bool suffices(X11Connection const& connection)
+{
+    X11Capabilities const& can = connection.capabilities();
+    bool const depth = connection.rootDepth() == 24 || connection.rootDepth() == 32;
+    return can.shm && can.composite && can.res && depth && !can.xwayland;
+}
+
+} // namespace
+
+X11ScreenSource::X11ScreenSource(Contexts given,
+                                 Clock& clock,
+                                 std::shared_ptr<X11Connection> shared,
+                                 X11DisplayLayout& layout,
+                                 DesktopEntries& entries)
+    : contexts(std::move(given)), clock(clock), connection(std::move(shared)), layout(layout),
+      turns(asio::make_strand(contexts.workers))
+{
+    if (!connection || !suffices(*connection))
+        return;
+    // Its own, since a grab of the server serves one connection only.
+    std::shared_ptr<X11Connection> const own = X11Connection::open();
+    if (!own)
+        return;
+    pictures = std::make_shared<X11Capture>(own, entries);
+    events.emplace(contexts, own, [pictures = pictures] { pictures->watch().takeEvents(); });
+}
+
+X11ScreenSource::~X11ScreenSource() = default;
+
+bool X11ScreenSource::canCapture() const
+{
+    return pictures && connection->isAlive();
+}
+
+std::vector<Display> X11ScreenSource::screens()
+{
+    return displaysOf(layout.all());
+}
+
+Task<std::vector<Display>> X11ScreenSource::capturableDisplays()
+{
+    co_return canCapture() ? displaysOf(layout.all()) : std::vector<Display>{};
+}
+
+PixelRect X11ScreenSource::areaOf(std::uint32_t display) const
+{
+    DisplayLayout wanted = layout.current();
+    for (DisplayLayout const& one : layout.all())
+        if (one.displayId == display) {
+            wanted = one;
+            break;
+        }
+    return {wanted.origin.x, wanted.origin.y, wanted.widthPixels, wanted.heightPixels};
+}
+
+Task<Picture> X11ScreenSource::capture(CaptureRequest request)
+{
+    if (request.width < 1 || request.height < 1)
+        throw ScreenFailure{"a picture needs a width and a height"};
+    if (!canCapture())
+        throw ScreenFailure{"the screen can't be read"};
+    constexpr int tries = 4;
+    for (int attempt = 1;; ++attempt) {
+        auto const take = [this, &request, attempt] {
+            CaptureResult result =
+                pictures->take(areaOf(request.display), request.excluded, attempt == tries);
+            if (result.wait.count() == 0)
+                result.picture = scaled(std::move(result.picture), request.width, request.height);
+            return result;
+        };
+        CaptureResult result = co_await on(turns, take);
+        if (result.wait.count() == 0)
+            co_return std::move(result.picture);
+        co_await clock.sleep(result.wait);
+    }
+}
+
+std::uint32_t X11ScreenSource::ownWindow() const
+{
+    return pictures ? pictures->ownWindow() : 0;
+}
+
+void X11ScreenSource::observeScreens(std::function<void()> observer)
+{
+    layout.observe(std::move(observer));
+}
+
+} // namespace zelvo

@@ -1,0 +1,146 @@
+#include "platform/linux/x11/windows/ApplicationOpener.h"
+
+#include "base/Hop.h"
+#include "platform/linux/applications/ApplicationSearch.h"
+#include "platform/linux/applications/EntryStart.h"
+#include "platform/linux/applications/StartupId.h"
+#include "platform/linux/dbus/BusConnection.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+constexpr Duration patience = 5s; // Until the window is there and in front.
+constexpr Duration lookEvery = 50ms;
+constexpr Duration askAgainAfter = 400ms; // A window manager may be busy with the window's first showing.
+constexpr Duration insistFor = 2s;        // What is not in front by then is kept from it.
+
+bool hasNoService(BusFailure const& failure)
+{
+    return failure.name == "org.freedesktop.DBus.Error.ServiceUnknown" ||
+           failure.name == "org.freedesktop.DBus.Error.Disconnected";
+}
+
+/// "org.example.Some-App" lies at "/org/example/Some_App".
+std::string objectPathOf(std::string const& id)
+{
+    std::string path = "/" + id;
+    std::ranges::replace(path, '.', '/');
+    std::ranges::replace(path, '-', '_');
+    return path;
+}
+
+void appendPlatformData(sd_bus_message* message, std::string const& startupId)
+{
+    sd_bus_message_append(message, "a{sv}", 2, "desktop-startup-id", "s", startupId.c_str(),
+                          "activation-token", "s", startupId.c_str());
+}
+
+} // namespace
+
+struct ApplicationOpener::Target {
+    std::optional<ApplicationBundle> bundle;
+    std::optional<std::string> entryId; ///< none: nothing can start it
+    bool hasWindow = false;
+};
+
+ApplicationOpener::ApplicationOpener(Contexts contexts,
+                                     Clock& clock,
+                                     std::shared_ptr<X11Connection> connection,
+                                     DesktopEntries& entries,
+                                     X11WindowFocus& focus,
+                                     BusConnection& user)
+    : contexts(std::move(contexts)), clock(clock), connection(std::move(connection)), entries(entries),
+      focus(focus), user(user)
+{
+}
+
+ApplicationOpener::Target ApplicationOpener::lookFor(std::string const& location)
+{
+    DesktopSnapshot const desktop(*connection, entries);
+    Target target{.bundle = desktop.bundle(location)};
+    if (DesktopEntry const* const entry = entryAt(desktop.entryIndex(), location))
+        target.entryId = entry->id;
+    target.hasWindow = desktop.windowOf(location, nullptr).id != 0;
+    return target;
+}
+
+Task<std::string> ApplicationOpener::open(std::string location, Workspace::NotRunning notRunning)
+{
+    Target const target = co_await on(contexts.workers, [&] { return lookFor(location); });
+    bool const isLeft = !target.hasWindow && notRunning == Workspace::NotRunning::isLeft;
+    if (!target.bundle || (!target.hasWindow && !target.entryId && !isLeft))
+        throw std::runtime_error("there is no application any more where it was found");
+    if (isLeft)
+        co_return target.bundle->localizedName;
+    StartMarks started;
+    if (!target.hasWindow)
+        started = co_await start(location, *target.entryId);
+    co_await bringToFront(location, std::move(started));
+    co_return target.bundle->localizedName;
+}
+
+Task<StartMarks> ApplicationOpener::start(std::string entryFile, std::string id)
+{
+    StartMarks marks{.startupId = newStartupId()};
+    bool const byBus = co_await on(contexts.workers, [&] { return isStartedByBus(entryFile); });
+    if (byBus && co_await startByBus(std::move(id), marks.startupId))
+        co_return marks;
+    marks.session = co_await on(contexts.workers, [&] { return startEntry(entryFile, marks.startupId); });
+    co_return marks;
+}
+
+/// False when the bus knows no such application, whose command may be known all the same.
+Task<bool> ApplicationOpener::startByBus(std::string id, std::string startupId)
+{
+    if (!sd_bus_service_name_is_valid(id.c_str()))
+        co_return false;
+    BusCall call{
+        .destination = id,
+        .path = objectPathOf(id),
+        .interface = "org.freedesktop.Application",
+        .member = "Activate",
+        .arguments = [startupId](sd_bus_message* message) { appendPlatformData(message, startupId); },
+        .patience = patience};
+    try {
+        co_await user.call(std::move(call));
+    } catch (BusFailure const& failure) {
+        // One that is slow to answer has been started.
+        if (failure.name == "org.freedesktop.DBus.Error.NoReply")
+            co_return true;
+        if (hasNoService(failure))
+            co_return false;
+        throw;
+    }
+    co_return true;
+}
+
+Task<> ApplicationOpener::bringToFront(std::string location, StartMarks started)
+{
+    Instant end = clock.now() + patience;
+    Instant askAgain{};
+    std::uint32_t asked = 0;
+    for (;;) {
+        auto const found = co_await on(contexts.workers, [&] {
+            StartMarks const* const marks = started.startupId.empty() ? nullptr : &started;
+            return DesktopSnapshot(*connection, entries).windowOf(location, marks);
+        });
+        Instant const now = clock.now();
+        if (found.inFront || now >= end)
+            co_return;
+        if (found.id && (found.id != asked || now >= askAgain)) {
+            if (!asked)
+                end = std::min(end, now + insistFor);
+            asked = found.id;
+            askAgain = now + askAgainAfter;
+            co_await on(contexts.workers, [&] { focus.bringBack(found.id); });
+        }
+        co_await clock.sleep(lookEvery);
+    }
+}
+
+} // namespace zelvo

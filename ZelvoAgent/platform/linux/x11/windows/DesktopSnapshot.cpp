@@ -1,0 +1,189 @@
+#include "platform/linux/x11/windows/DesktopSnapshot.h"
+
+#include "platform/linux/applications/ApplicationSearch.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/windows/ClientStandings.h"
+#include "platform/linux/x11/windows/FocusQuestions.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+/// The place of each window in a list, the first one's being 1; others have none.
+std::map<std::uint32_t, std::size_t> placesIn(std::vector<std::uint32_t> const& windows)
+{
+    std::map<std::uint32_t, std::size_t> places;
+    for (std::size_t i = 0; i < windows.size(); ++i)
+        places.emplace(windows[i], i + 1);
+    return places;
+}
+
+std::size_t
+placeOf(std::map<std::uint32_t, std::size_t> const& places, std::uint32_t window, std::size_t other)
+{
+    auto const found = places.find(window);
+    return found == places.end() ? other : found->second;
+}
+
+/// An application among others while they are collected.
+struct Collected {
+    RunningApplication application;
+    std::size_t place = 0;
+};
+
+} // namespace
+
+DesktopSnapshot::DesktopSnapshot(X11Connection const& connection, DesktopEntries& entries)
+    : connection(connection), survey(surveyWindows(connection)), index(entries.current()),
+      windowOwners(survey, *index, ::getpid())
+{
+}
+
+ClientWindow const* DesktopSnapshot::clientAround(std::uint32_t window) const
+{
+    for (int depth = 0; window && window != connection.root() && depth < 32; ++depth) {
+        if (ClientWindow const* const client = windowOwners.find(window))
+            return isWindowManagers(*client) ? nullptr : client;
+        window = parentOf(connection, window);
+    }
+    return nullptr;
+}
+
+ClientWindow const* DesktopSnapshot::clientInFront() const
+{
+    std::uint32_t const active = activeWindowOf(connection);
+    return clientAround(active ? active : focusedWindowOf(connection));
+}
+
+ApplicationNames DesktopSnapshot::namesAround(ClientWindow const& client) const
+{
+    for (SurveyedWindow const& window : survey.windows)
+        if (window.client.id == client.id || std::ranges::any_of(window.embedded, [&](auto const& inside) {
+                return inside.client.id == client.id;
+            }))
+            return windowOwners.namesOf(window);
+    return {};
+}
+
+std::vector<ClientWindow const*> DesktopSnapshot::clients() const
+{
+    std::vector<ClientWindow const*> all;
+    for (SurveyedWindow const& window : survey.windows) {
+        if (!window.windowManagers)
+            all.push_back(&window.client);
+        for (EmbeddedWindow const& inside : window.embedded)
+            all.push_back(&inside.client);
+    }
+    for (ClientWindow const& client : survey.others)
+        all.push_back(&client);
+    return all;
+}
+
+bool DesktopSnapshot::isWindowManagers(ClientWindow const& client) const
+{
+    return std::ranges::any_of(survey.windows, [&](SurveyedWindow const& window) {
+        return window.windowManagers && window.id == client.id;
+    });
+}
+
+std::map<std::uint32_t, ClientStanding> DesktopSnapshot::standings() const
+{
+    std::vector<std::uint32_t> ids;
+    for (ClientWindow const* const client : clients())
+        ids.push_back(client->id);
+    return clientStandings(connection, ids);
+}
+
+std::vector<RunningApplication> DesktopSnapshot::applications() const
+{
+    auto const standing = standings();
+    auto const places = placesIn(managedWindows(connection).oldestFirst);
+    ClientWindow const* const front = clientInFront();
+    std::map<std::pair<std::int32_t, std::string>, Collected> found;
+    for (ClientWindow const* const client : clients()) {
+        RunningApplication application = windowOwners.application(*client);
+        if (application.names.names.empty())
+            continue;
+        std::size_t const place = placeOf(places, client->id, places.size() + 1);
+        auto const [known, isNew] = found.try_emplace({application.pid, application.names.names.front()});
+        auto& [whole, first] = known->second;
+        if (isNew) {
+            whole = std::move(application);
+            whole.location = windowOwners.locationOf(*client);
+            first = place;
+        } else {
+            append(whole.names, application.names); // It may be transient for another application's window.
+            first = std::min(first, place);
+        }
+        whole.isRegular = whole.isRegular || standing.at(client->id).regular;
+        whole.isActive = whole.isActive || client == front;
+    }
+    std::multimap<std::size_t, RunningApplication> ordered; // Equal ones by process id.
+    for (auto& [key, one] : found)
+        ordered.emplace(one.place, std::move(one.application));
+    std::vector<RunningApplication> applications;
+    for (auto& [place, application] : ordered)
+        applications.push_back(std::move(application));
+    return applications;
+}
+
+std::optional<ApplicationBundle> DesktopSnapshot::bundle(std::string const& location) const
+{
+    std::optional<ApplicationBundle> bundle;
+    if (DesktopEntry const* const entry = entryAt(*index, location))
+        bundle = {
+            .identifier = entry->id, .localizedName = entry->name, .names = namesOfEntry(*entry, *index)};
+    for (RunningApplication const& application : applications()) {
+        if (application.location != location)
+            continue;
+        if (bundle)
+            append(bundle->names, application.names);
+        else
+            bundle = {.identifier = application.names.names.front(),
+                      .localizedName = application.localizedName,
+                      .names = application.names};
+    }
+    return bundle;
+}
+
+bool DesktopSnapshot::belongs(ClientWindow const& client,
+                              ClientStanding const& standing,
+                              std::string const& location,
+                              StartMarks const* started) const
+{
+    if (windowOwners.locationOf(client) == location)
+        return true;
+    if (!started)
+        return false;
+    return standing.startupId == started->startupId ||
+           (started->session && client.pid && ::getsid(*client.pid) == *started->session);
+}
+
+ApplicationWindow DesktopSnapshot::windowOf(std::string const& location, StartMarks const* started) const
+{
+    auto const standing = standings();
+    auto const places = placesIn(managedWindows(connection).bottomToTop);
+    ClientWindow const* const front = clientInFront();
+    ApplicationWindow best;
+    std::tuple<bool, std::size_t> bestPlace;
+    for (ClientWindow const* const client : clients()) {
+        ClientStanding const& its = standing.at(client->id);
+        if (!belongs(*client, its, location, started))
+            continue;
+        best.inFront = best.inFront || (client == front && !its.shaded);
+        std::tuple const place(!its.minimised, placeOf(places, client->id, 0));
+        if (its.regular && (!best.id || place > bestPlace)) {
+            best.id = client->id;
+            bestPlace = place;
+        }
+    }
+    return best;
+}
+
+} // namespace zelvo

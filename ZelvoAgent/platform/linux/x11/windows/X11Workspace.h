@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/Workspace.h"
+#include "platform/linux/applications/DesktopEntries.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/windows/ApplicationOpener.h"
+
+#include <memory>
+
+namespace zelvo {
+
+/// The desktop's applications as the window manager and the desktop entries tell of them.
+class X11Workspace final : public Workspace {
+public:
+    /// connection: null when the server can't be reached; then nothing is in front.
+    /// opener: null when no application is to be opened. The references must outlive this.
+    X11Workspace(std::shared_ptr<X11Connection> connection,
+                 DesktopEntries& entries,
+                 ApplicationOpener* opener = nullptr);
+
+    std::optional<RunningApplication> frontmostApplication() override;
+    std::optional<RunningApplication> application(std::int32_t pid) override;
+    std::vector<RunningApplication> runningApplications() override;
+    std::optional<std::string> applicationLocation(std::string identifier) override;
+    std::optional<std::string> applicationLocationNamed(std::string name) override;
+    std::optional<ApplicationBundle> bundle(std::string location) override;
+    Task<std::string> openApplication(std::string location, NotRunning notRunning) override;
+    bool openUrl(std::string url) override;
+
+private:
+    std::shared_ptr<X11Connection> connection;
+    DesktopEntries& entries;
+    ApplicationOpener* opener;
+};
+
+} // namespace zelvo

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "platform/HttpLoading.h"
+#include "platform/portable/net/UploadFile.h"
+
+#include <curl/curl.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+struct MultiCleanup {
+    void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
+};
+struct ListCleanup {
+    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
+};
+
+/// One HTTP call by libcurl, carried out by the worker that runs it. Used once.
+class CurlTransfer {
+public:
+    explicit CurlTransfer(HttpRequest request);
+    explicit CurlTransfer(HttpUpload upload);
+    CurlTransfer(CurlTransfer const&) = delete;
+    CurlTransfer& operator=(CurlTransfer const&) = delete;
+
+    /// Blocks until the call is over. Throws NetworkFailure.
+    HttpResponse perform();
+    /// Ends the call soon. Thread: any.
+    void stop();
+
+private:
+    using HeaderList = std::unique_ptr<curl_slist, ListCleanup>;
+    using SteadyTime = std::chrono::steady_clock::time_point;
+
+    /// What a request with a body in memory does not have.
+    struct Upload {
+        std::filesystem::path path;
+        std::int64_t bytes = 0;
+        std::function<bool(std::int64_t)> onProgress;
+        std::optional<UploadFile> file; ///< once it is open
+    };
+
+    void prepare(CURL* easy, HeaderList const& headers);
+    void prepareBody(CURL* easy);
+    void prepareFile(CURL* easy);
+    static void prepareCertificates(CURL* easy);
+    CURLcode runToEnd(CURL* easy);
+    Duration timeLeft() const;
+    void tellProgress();
+    void assertWholeFileWent(CURL* easy) const;
+    NetworkFailure failureOfCode(CURL* easy, CURLcode code) const;
+    void touch() { lastByte = std::chrono::steady_clock::now(); }
+
+    static std::size_t takeBody(char* data, std::size_t one, std::size_t count, void* self);
+    static std::size_t takeHeader(char* data, std::size_t one, std::size_t count, void* self);
+    static std::size_t giveFile(char* room, std::size_t one, std::size_t count, void* self);
+    static int onBytesMoved(void* self, curl_off_t, curl_off_t downloaded, curl_off_t, curl_off_t uploaded);
+
+    HttpRequest request;
+    std::optional<Upload> upload;
+    std::unique_ptr<CURLM, MultiCleanup> multi;
+    std::atomic<bool> stopped = false; // any thread
+    HttpResponse response;
+    SteadyTime start;
+    SteadyTime lastByte;
+    curl_off_t moved = 0;      ///< bytes of bodies, both ways
+    curl_off_t sent = 0;       ///< bytes of our body
+    std::size_t headBytes = 0; ///< of all heads and of the lines behind the body
+    bool isHeadComplete = false;
+    char const* excess = nullptr; ///< what of the answer was too long
+    char errorText[CURL_ERROR_SIZE] = {};
+};
+
+} // namespace zelvo

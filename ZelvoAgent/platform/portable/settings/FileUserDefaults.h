@@ -1,0 +1,42 @@
+#pragma once
+
+#include "base/Task.h"
+#include "platform/UserDefaults.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace zelvo {
+
+/// One file a key, `KEY.json` in one folder: a value as JSON, or bytes as they stand. Values live in memory;
+/// a read costs one look at the file's date. Writing begins at once on the workers, and what is set meanwhile
+/// goes with the next round, the newest value of each key. A key that is no plain file name is never stored
+/// and reads as absent. Thread: any.
+class FileUserDefaults final : public UserDefaults {
+public:
+    /// folder  made, with mode 0700, at the first write
+    FileUserDefaults(Executor workers, std::filesystem::path folder);
+    /// Leaves what is not written yet to the round that is under way; writeNow() is for the normal end.
+    ~FileUserDefaults() override;
+
+    std::optional<std::string> text(std::string_view key) override;
+    std::optional<bool> boolean(std::string_view key) override;
+    std::optional<std::int64_t> integer(std::string_view key) override;
+    std::optional<std::vector<std::string>> textArray(std::string_view key) override;
+    std::optional<std::string> bytes(std::string_view key) override;
+
+    void setText(std::string_view key, std::string value) override;
+    void setBoolean(std::string_view key, bool value) override;
+    void setInteger(std::string_view key, std::int64_t value) override;
+    void setTextArray(std::string_view key, std::vector<std::string> value) override;
+    void setBytes(std::string_view key, std::string value) override;
+
+    Task<> written() override;
+    void writeNow() override;
+
+private:
+    class Store;
+    std::shared_ptr<Store> store;
+};
+
+} // namespace zelvo
