@@ -224,21 +224,21 @@ TEST_F(RecordingThreads, pauseAndGoOnWhileFramesArrive)
 {
     RecordingStart start;
     start.file = "/recordings/Zelvo x.mp4";
-    std::shared_ptr<RecordingOutput> recording;
-    await(contexts.agent, [&]() -> Task<> { recording = co_await RecordingWriter::start(recording, start); });
+    std::shared_ptr<RecordingOutput> output;
+    await(contexts.agent, [&]() -> Task<> { output = co_await RecordingWriter::start(recording, start); });
     double longest = 0;
     for (int i = 0; tally.frames < 500; ++i) {
-        recording->pause(Instant{} + std::chrono::seconds(i));
-        recording->resume();
+        output->pause(Instant{} + std::chrono::seconds(i));
+        output->resume();
         await(contexts.agent, [&]() -> Task<> {
-            double const recorded = co_await recording->recordedSeconds();
+            double const recorded = co_await output->recordedSeconds();
             EXPECT_GE(recorded, longest);
             longest = recorded;
             std::set<std::string> const excluded = {"org.keys"};
-            co_await recording->updateFilter(excluded);
+            co_await output->updateFilter(excluded);
         });
     }
-    await(contexts.agent, [&]() -> Task<> { co_await recording->finish(); });
+    await(contexts.agent, [&]() -> Task<> { co_await output->finish(); });
 
     EXPECT_EQ(tally.closed + tally.cancelled, 1);
 }
