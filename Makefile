@@ -7,7 +7,7 @@ CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v cl
 
 .PHONY: run build test bench fuzz check clean
 
-# RECORDINGS=local films what agents do, share offers the films to the platform, off does neither; it is kept.
+# RECORDINGS=local records what agents do, share also offers recordings to the platform, off does neither; the choice is kept.
 RECORDINGS ?=
 run: build
 	@exec scripts/run build build/run $(RECORDINGS)
