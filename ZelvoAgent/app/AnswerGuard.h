@@ -6,10 +6,10 @@
 
 namespace zelvo {
 
-/// Keeps a person who types or clicks on while a panel comes up from saying yes unwittingly: a key says yes
-/// only after a moment in which the panel had the keyboard and no key came, so never in the flow of typing
-/// nor while it is held down; a click counts only when the panel has been there for that moment, so never as
-/// the second of a double click that began before. A key that says no counts at once. Thread: main.
+/// Prevents an unintended yes from a person who is typing or clicking when a panel opens. A key allows only
+/// after 0.4 s in which the panel had the keyboard and no key came, so never while the person types on or
+/// holds the key down. A click counts only 0.4 s after the panel opened, so never as the second click of an
+/// earlier double click. A key that denies counts at once. Thread: main.
 class AnswerGuard {
 public:
     static constexpr Duration quiet = 400ms;
@@ -17,8 +17,8 @@ public:
     void opened(Instant now) { openedAt = lastKey = now; }
     /// The panel got the keyboard.
     void activated(Instant now) { lastKey = now; }
-    /// Every key but those that only lead about the window. pressedAt: by the clock that stamps events, which
-    /// counts when the program was busy and sees several keys at once.
+    /// Every key except those that only move the focus. pressedAt: the event's own timestamp, because a busy
+    /// program receives several keys at once.
     void keyPressed(Instant now, Duration pressedAt)
     {
         lastKey = now;

@@ -29,7 +29,7 @@ void AppDelegate::start()
 {
     parts.clipboard.start();
     parts.state.startObserving();
-    parts.queue.start(); // Before there is a link that offers could come over.
+    parts.queue.start(); // Before a link exists that can deliver offers.
     parts.runtime.start();
     hasStarted = true;
     platform.hotKey().start([this] { parts.state.setPaused(!parts.state.isPaused()); });
@@ -81,8 +81,8 @@ void AppDelegate::willTerminate()
             co_await parts.runtime.restoreApplications();
             restored->release();
         });
-    // That task belongs to the very thread that waits here, so the time always runs out: it is the time in
-    // which the other threads end what they have begun.
+    // That task runs on the thread that waits here, so the wait always takes its full time: it is what the
+    // other threads have to finish.
     std::ignore = restored->try_acquire_for(timeToFinish);
     platform.defaults().writeNow();
 }

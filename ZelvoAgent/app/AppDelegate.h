@@ -13,23 +13,23 @@
 
 namespace zelvo {
 
-/// The life of the program: starts everything in its order, takes link URLs, and finishes what has to be
-/// finished before the process may end. Thread: main.
+/// The program's life cycle: starts everything in order, takes link URLs, and finishes what must be finished
+/// before the process may end. Thread: main.
 class AppDelegate {
 public:
     /// quit: ends the event loop.
     AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit);
 
-    /// Starts the agent. Once a process.
+    /// Starts the agent. Called once.
     void start();
-    /// Begins a link for each URL that is one; before start() the last of them waits for it.
+    /// Starts linking for each link URL; before start() the last of them is kept until then.
     void open(std::vector<std::string> const& urls);
-    /// Shows the program to a person who started it a second time.
+    /// Brings the program to the front after a second start.
     void bringToFront();
-    /// Asks for the end of the process: `quit` is called now, or when an open recording is closed.
+    /// Requests the end of the process: calls `quit` now, or once an open recording is closed.
     void terminate();
-    /// Ends the link, takes back what was changed in other applications, hands the clipboard over and writes
-    /// what is left to write. Takes two seconds, in which the main thread does nothing else.
+    /// Ends the link, reverts changes in other applications, hands the clipboard over and writes pending
+    /// settings. Takes two seconds, in which the main thread does nothing else.
     void willTerminate();
 
 private:

@@ -4,7 +4,7 @@ namespace zelvo {
 
 namespace {
 
-// The rules of a filled button, for the buttons that the selector fits.
+// The rules of a filled button, for buttons that match the selector.
 QString filled(QString const& selector, Theme const& theme)
 {
     return QString("%7 { background: %1; color: %2; border: 2px solid %1; border-radius: 8px;"
@@ -35,7 +35,7 @@ QString plainButtonStyle(Theme const& theme)
 
 QString answerButtonStyle(Theme const& theme)
 {
-    // The heavy letters of the filled one from the start, so that it has room for them.
+    // Bold from the start, so that the button does not grow when it is filled.
     return plainButtonStyle(theme) + "QPushButton { font-weight: 600; }" +
            filled("QPushButton:default", theme);
 }

@@ -6,8 +6,8 @@
 
 namespace zelvo {
 
-/// The style sheets of a window's buttons. In the first pair a button keeps its theme; with the third the one
-/// that Return presses is filled, whichever that is at the time.
+/// The style sheets of a window's buttons. With the first two a button keeps its appearance; with the third
+/// the button that Return presses at the moment is filled.
 QString primaryButtonStyle(Theme const& theme);
 QString plainButtonStyle(Theme const& theme);
 QString answerButtonStyle(Theme const& theme);

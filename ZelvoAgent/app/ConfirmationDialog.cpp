@@ -124,7 +124,7 @@ void ConfirmationDialog::addButtons(QVBoxLayout& column)
     allow = newButton(contents.allowTitle);
     allow->setDefault(true);
     QObject::connect(allow, &QPushButton::clicked, this, [this] {
-        if (auto const told = reports.allow) // None when an assistive tool presses late.
+        if (auto const told = reports.allow) // Empty when an assistive tool presses late.
             told(remember && remember->isChecked());
     });
 
@@ -179,10 +179,11 @@ void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports to
     guard.opened(begin);
     showTimeLeft();
     tick.start();
-    detail->setFocus(); // Neither an answer nor the box, so that a blank in the flow of typing hits nothing.
+    detail->setFocus(); // Neither an answer nor the check box, so that a space from a typing person presses
+                        // nothing.
     adjustSize();
     placeInTheMiddle();
-    winId(); // Makes the window.
+    winId(); // Creates the native window.
     windowHandle()->installEventFilter(this);
     show();
     raise();
@@ -205,7 +206,7 @@ void ConfirmationDialog::placeInTheMiddle()
     move(screen->availableGeometry().center() - QPoint(size.width() / 2, size.height() / 2));
 }
 
-// The answer may be the end of this window.
+// The answer may destroy this window.
 void ConfirmationDialog::report(std::function<void()> const& told)
 {
     if (auto const kept = told)
@@ -231,7 +232,7 @@ void ConfirmationDialog::changeEvent(QEvent* event)
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
         guard.activated(clock.now());
     if (event->type() == QEvent::WindowStateChange && isMinimized())
-        setWindowState(Qt::WindowNoState); // It is not to be missed.
+        setWindowState(Qt::WindowNoState); // The person must not miss it.
 }
 
 void ConfirmationDialog::showEvent(QShowEvent* event)
@@ -264,7 +265,7 @@ bool ConfirmationDialog::eventFilter(QObject* receiver, QEvent* event)
     return isUnwitting(*event) || QDialog::eventFilter(receiver, event);
 }
 
-// Sees what a person presses, once, before any part of the window does. Assistive tools press buttons
+// Sees each key and click of a person once, before any part of the window does. Assistive tools press buttons
 // without it.
 bool ConfirmationDialog::isUnwitting(QEvent const& event)
 {
@@ -286,7 +287,7 @@ bool ConfirmationDialog::isUnwitting(QEvent const& event)
     case Qt::Key_Right:
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
-        break; // Ways about the window.
+        break; // These only move the focus.
     default:
         guard.keyPressed(now, pressedAt);
     }

@@ -17,17 +17,17 @@ namespace zelvo {
 
 class DetailView;
 
-/// The window of a question: what it is about, how long it still stands, and two answers, of which the filled
-/// one is pressed by Return: "Allow", unless the person has gone to "Deny" with Tab. Escape denies. A yes
-/// has to be meant (AnswerGuard): Return and Space allow only when the window has had the keyboard and no
-/// other key has come for 0.4 s, a repeated key never, and a click counts only 0.4 s after the opening.
+/// The window of a question: what it is about, how long it stays open, and two answers. Return presses the
+/// filled one, which is "Allow" until the person moves to "Deny" with Tab; Escape denies. A yes must be
+/// deliberate (AnswerGuard): Return and Space allow only after 0.4 s in which the window had the keyboard and
+/// no other key came, a repeated key never does, and a click counts only 0.4 s after the window opened.
 /// Thread: main.
 class ConfirmationDialog final : public QDialog {
 public:
     ConfirmationDialog(PanelContents contents, Clock& clock);
 
     void present(Instant timeIsUp, ConfirmationPanel::Reports told);
-    /// Hides it, and reports nothing any more.
+    /// Hides it; reports nothing after this.
     void leave();
 
 protected:
@@ -62,7 +62,7 @@ private:
     QWidget* card = nullptr;
     DetailView* detail = nullptr;
     QLabel* moreBelow = nullptr;
-    QCheckBox* remember = nullptr; // Null when it is not asked for.
+    QCheckBox* remember = nullptr; // Null without the option to remember.
     QLabel* timeLeft = nullptr;
     QProgressBar* timeBar = nullptr;
     QPushButton* deny = nullptr;

@@ -20,7 +20,7 @@ constexpr int glyphGap = 8;
 constexpr int cardMargin = 14;
 constexpr int rowGap = 12;
 
-// Characters. A host name has at most 253, and where its end were cut off, another could be meant.
+// Characters. A host name has at most 253; a shorter limit could hide its end and make it look like another.
 constexpr std::size_t maxNameLength = 80;
 constexpr std::size_t maxDomainLength = 253;
 constexpr std::size_t maxFailureLength = 600;
@@ -35,7 +35,7 @@ QString worded(std::string_view key, QString const& argument)
     return QString::fromStdString(localized(key, {argument.toStdString()}));
 }
 
-// A sign and the text that belongs to it.
+// A sign and its text.
 QWidget* signedLine(Glyph::Shape shape,
                     QColor const& color,
                     QString const& text,
@@ -154,8 +154,8 @@ void ConsentOfferView::refresh()
     showFailure();
 }
 
-// A disabled button hands the focus on, here to "Deny", where the next Return would deny. So it waits in this
-// view.
+// A disabled button passes the focus on, here to "Deny", where the next Return would deny. So this view takes
+// the focus.
 void ConsentOfferView::enableAllow(bool enabled)
 {
     if (!enabled && allow->hasFocus())
@@ -165,7 +165,7 @@ void ConsentOfferView::enableAllow(bool enabled)
         allow->setFocus();
 }
 
-// An answer that did not get through leaves the offer on show, so that the person can try again.
+// After a failed answer the offer stays, so that the person can try again.
 void ConsentOfferView::showFailure()
 {
     std::optional<std::string> const& error = coordinator.error();

@@ -16,8 +16,8 @@ namespace zelvo {
 class ScopeRow;
 class WrappedLabel;
 
-/// What the consent window shows while there is an offer: who asks and how sure that is, the rights asked
-/// for, and the two answers. Thread: main.
+/// The consent window's content while there is an offer: who asks and how sure that is, the requested rights,
+/// and the two answers. Thread: main.
 class ConsentOfferView final : public QWidget {
 public:
     struct Answers {
@@ -28,7 +28,7 @@ public:
     ConsentOfferView(
         LinkCoordinator& coordinator, LinkOffer shown, int width, Answers answers, QWidget* parent);
 
-    /// Follows the coordinator: what is ticked, what went wrong, whether "Allow" can be pressed.
+    /// Updates from the coordinator: what is ticked, what failed, whether "Allow" is enabled.
     void refresh();
 
 private:

@@ -26,8 +26,8 @@ void ConsentPresenter::follow()
         close();
 }
 
-// An error stays in the coordinator until the next offer. It is told while it is new: not again after the
-// offer that it belonged to was answered, and not while the next request is on its way.
+// An error stays in the coordinator until the next offer. It is shown only while it is new: not after its
+// offer was answered, and not while the next request is being resolved.
 void ConsentPresenter::noteFailures()
 {
     bool const requestBegins = coordinator.isBusy() && !wasBusy;
@@ -88,7 +88,7 @@ void ConsentPresenter::close()
     if (!window)
         return;
     window->hide();
-    window.release()->deleteLater(); // One of its own buttons may be what led here.
+    window.release()->deleteLater(); // The call may come from one of the window's own buttons.
     gate.open();
 }
 

@@ -11,9 +11,9 @@
 
 namespace zelvo {
 
-/// Opens the consent window when somebody asks for this machine or a link has failed, and closes it when that
-/// is over. From before the window opens until it is closed no event of ours can answer it: the posting gate
-/// is closed. Thread: main.
+/// Opens the consent window when somebody asks for this machine or a link has failed, and closes it
+/// afterwards. The posting gate is closed from before the window opens until it is closed, so no agent can
+/// answer it. Thread: main.
 class ConsentPresenter {
 public:
     ConsentPresenter(LinkCoordinator& coordinator, PostingGate& gate, Executor main);
@@ -21,7 +21,7 @@ public:
     ConsentPresenter(ConsentPresenter const&) = delete;
     ConsentPresenter& operator=(ConsentPresenter const&) = delete;
 
-    /// Opens the window because the person asked for it, whatever it has to show, or brings it to the front.
+    /// Opens the window at the person's request, whatever it shows, or brings it to the front.
     void show();
     bool isShown() const { return window != nullptr; }
 
@@ -38,11 +38,12 @@ private:
     Executor main;
     std::unique_ptr<ConsentWindow> window;
     bool isOpening = false;
-    bool askedFor = false;      // By the person, not by an offer.
-    bool failureIsOver = false; // The present error was answered or seen.
+    bool askedFor = false;      // Opened by the person, not by an offer.
+    bool failureIsOver = false; // The person has seen or answered the current error.
     bool wasBusy = false;
     std::optional<LinkOffer> lastOffer;
-    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks that hold this weakly look at it.
+    std::shared_ptr<int> alive =
+        std::make_shared<int>(); // Tasks hold this weakly to see whether the presenter still exists.
     boost::signals2::scoped_connection following;
 };
 

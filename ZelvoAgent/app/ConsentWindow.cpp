@@ -52,7 +52,7 @@ void ConsentWindow::rebuild()
     shownError = coordinator.error();
     if (content) {
         content->hide();
-        content->deleteLater(); // A button inside of it may be what led here.
+        content->deleteLater(); // The call may come from one of its own buttons.
     }
     content = newContent();
     layout()->addWidget(content);
@@ -87,8 +87,8 @@ void ConsentWindow::allow()
 {
     if (!coordinator.offer())
         return;
-    // The window may be gone before the answer comes. What the person saw is what is allowed, once: before
-    // the task begins, a second press or another offer may come.
+    // The window may be gone before the answer arrives. Only what the person saw is allowed, and once: a
+    // second press or another offer may come before the task starts.
     spawn(main,
           [&coordinator = coordinator, seen = *coordinator.offer(),
            granted = coordinator.granted()]() -> Task<> {
@@ -97,7 +97,7 @@ void ConsentWindow::allow()
           });
 }
 
-// What "Deny", Escape and the window's closing button come to.
+// "Deny", Escape and the window's close button.
 void ConsentWindow::reject()
 {
     QDialog::reject();

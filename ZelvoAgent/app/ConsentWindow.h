@@ -10,14 +10,14 @@
 
 namespace zelvo {
 
-/// The moment of trust: says who asks for this machine and how sure that is, and takes the person's answer,
-/// right by right. A view over the coordinator, which decides. Return allows, Escape and closing the window
+/// The consent window: shows who asks for this machine and how sure that is, and takes the person's answer,
+/// right by right. A view over LinkCoordinator, which decides. Return allows, Escape and closing the window
 /// deny. Thread: main.
 class ConsentWindow final : public QDialog {
 public:
     ConsentWindow(LinkCoordinator& coordinator, Executor main);
 
-    /// Shows the window above all others and gives it the keyboard.
+    /// Raises the window above all others and gives it the keyboard.
     void bringToFront();
     /// Called when the person has closed the window, whatever it showed.
     std::function<void()> onClosed;

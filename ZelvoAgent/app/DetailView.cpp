@@ -16,7 +16,7 @@ namespace {
 constexpr qsizetype linesAtOnce = 400;
 constexpr QTextOption::WrapMode wrapping = QTextOption::WrapAtWordBoundaryOrAnywhere;
 
-/// How high a line is when it is wrapped to a width.
+/// The height of a line when it is wrapped to a width.
 double wrappedHeight(QString const& text, QFont const& font, double width)
 {
     QTextOption option;
@@ -77,16 +77,16 @@ void DetailView::addMore()
         QTimer::singleShot(0, this, [this] { addMore(); });
 }
 
-// The document itself wraps its lines only when it is shown.
+// The document wraps its lines only when it is shown.
 void DetailView::fit(int highest)
 {
     ensurePolished();
     double const margin = document()->documentMargin();
-    double height = 3 * margin; // The first line has one of its own.
+    double height = 3 * margin; // The first line has an extra one.
     for (QTextBlock block = document()->begin(); block.isValid() && height < highest; block = block.next())
         height += wrappedHeight(block.text(), font(), width() - 2 * margin);
     setFixedHeight(std::min(static_cast<int>(std::ceil(height)), highest));
-    // Once there, a scroll bar makes lines wrap that fit without it, and so keeps being needed.
+    // A scroll bar makes lines wrap that fit without it, and so stays necessary once it is there.
     if (waiting.empty() && height <= highest)
         setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 }

@@ -14,12 +14,12 @@ namespace {
 constexpr int maxPiece = 2000;   // Characters; a longer paragraph takes long to lay out.
 constexpr int maxEmptyLines = 3; // In a row.
 constexpr int maxSpaces = 40;    // In a row.
-constexpr int maxMarks = 4;      // Upon one letter.
+constexpr int maxMarks = 4;      // On one letter.
 constexpr char32_t space = U' ';
 constexpr char32_t controlPictures = 0x2400; // Of the characters from 0 to 0x1F, in their order.
 constexpr char32_t deletePicture = 0x2421;
 
-// Letters and marks with no look of their own.
+// Letters and marks without a glyph.
 constexpr std::array invisible = {U'\u034F', U'\u115F', U'\u1160', U'\u17B4',
                                   U'\u17B5', U'\u2800', U'\u3164', U'\uFFA0'};
 
@@ -63,7 +63,7 @@ QString visible(char32_t character)
     return numbered(character);
 }
 
-/// Puts the lines together, character by character.
+/// Assembles the lines, character by character.
 class Writer {
 public:
     void add(char32_t character)

@@ -6,11 +6,10 @@
 
 namespace zelvo {
 
-/// A text from outside as lines that can be shown and hide nothing: what has no look of its own (control
-/// characters, direction marks, invisible letters) stands there by its number or sign, so that it neither
-/// works nor goes unseen; many empty lines or spaces in a row are told instead of shown, so that they push
-/// nothing out of sight; and marks upon a letter are few enough to cover no other line. A very long line is
-/// given in pieces.
+/// A text from outside as lines that hide nothing. Characters without a glyph (controls, direction marks,
+/// invisible letters) appear as their number or sign, so they neither take effect nor go unseen. Long runs of
+/// empty lines or spaces are replaced by their count, so that they push nothing out of sight. Combining marks
+/// are limited so that they cover no other line. A very long line is split into pieces.
 QStringList exactLines(std::string_view text);
 
 } // namespace zelvo

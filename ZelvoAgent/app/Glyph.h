@@ -5,8 +5,8 @@
 
 namespace zelvo {
 
-/// A small drawn sign beside a line of text, sharp at every scale. It says nothing that the text does not.
-/// Thread: main.
+/// A small drawn sign beside a line of text, sharp at every scale. It repeats what the text says. Thread:
+/// main.
 class Glyph final : public QWidget {
 public:
     enum class Shape { seal, warning, info };

@@ -7,7 +7,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t workerCount = 4; // One of them may send a recording for ten minutes.
+constexpr std::size_t workerCount = 4; // One of them may upload a recording for ten minutes.
 
 } // namespace
 
@@ -30,7 +30,7 @@ void ProgramThreads::stop()
     main.close();
 }
 
-// Tasks report their own failures. What comes here is a plain function's, and must not end the thread.
+// Tasks report their own failures. What arrives here is a plain function's, which must not end the thread.
 void ProgramThreads::runAgent()
 {
     while (!agent.stopped()) {

@@ -11,10 +11,10 @@
 
 namespace zelvo {
 
-/// The three places where the program's code runs: the toolkit's event loop on the main thread, one agent
-/// thread with one io_context, and a small pool of workers. Made and stopped on the main thread. Lives to the
-/// end of the process: tasks that wait hold references to what was built upon these contexts, so they are
-/// never taken apart.
+/// The three contexts that run the program's code: the toolkit's event loop on the main thread, one agent
+/// thread with one io_context, and a small pool of workers. Created and stopped on the main thread. Lives
+/// until the process ends: suspended tasks hold references to objects built on these contexts, so it is never
+/// destroyed.
 class ProgramThreads {
 public:
     ProgramThreads();
@@ -23,8 +23,8 @@ public:
     Contexts contexts();
     asio::io_context& agentContext() { return agent; }
 
-    /// Ends the agent thread and the workers when what they run at this moment has ended, then drops what
-    /// waits for the main thread. Nothing runs on any of the three from here on.
+    /// Stops the agent thread and the workers once their current handlers return, then drops what is queued
+    /// for the main thread. Nothing runs on any of the three afterwards.
     void stop();
 
 private:

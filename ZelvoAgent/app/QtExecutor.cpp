@@ -46,7 +46,8 @@ public:
 
     void close()
     {
-        std::deque<std::unique_ptr<Work>> dropped; // Without the lock, since what is dropped may post.
+        std::deque<std::unique_ptr<Work>>
+            dropped; // Destroyed without the lock, because their destructors may post.
         std::scoped_lock const guard(lock);
         isClosed = true;
         dropped.swap(waiting);
@@ -56,8 +57,8 @@ public:
     int depth = 0; // main thread
 
 private:
-    // One for each event. The lock, and not what Qt does inside, hands the work from thread to thread, so
-    // that the thread sanitizer sees it.
+    // One for each event. The lock, not Qt's internals, hands the work from thread to thread, so that the
+    // thread sanitizer sees it.
     std::unique_ptr<Work> takeNext(QEvent const& event)
     {
         std::scoped_lock const guard(lock);
@@ -68,8 +69,8 @@ private:
         return next;
     }
 
-    // Nothing may be thrown through the event loop. Tasks report their own failures; what comes here is a
-    // plain function.
+    // Nothing may be thrown through the event loop. Tasks report their own failures; what arrives here is a
+    // plain function's.
     static void run(Work& work)
     {
         try {

@@ -10,10 +10,10 @@ namespace zelvo {
 
 class QtExecutor;
 
-/// The Qt event loop of the main thread as an Asio execution context. What is posted runs in the loop as an
-/// event of its own, in the order of posting; what is still waiting when the context goes away is dropped
-/// without having run. Made in the main thread, after the QApplication and before all that posts to it, and
-/// gone in the reverse order.
+/// The Qt event loop of the main thread as an Asio execution context. Each posted function runs as a separate
+/// event, in the order of posting; functions still queued when the context is destroyed are dropped without
+/// having run. Created on the main thread, after the QApplication and before everything that posts to it;
+/// destroyed in reverse order.
 class QtContext final : public boost::asio::execution_context {
 public:
     QtContext();
@@ -23,17 +23,17 @@ public:
 
     QtExecutor executor() noexcept;
 
-    /// Drops what still waits, without running it, and all that is posted from now on.
+    /// Drops queued functions without running them, and everything that is posted from now on.
     void close();
 
-    /// A function that waits for its turn.
+    /// A queued function.
     struct Work {
         virtual ~Work() = default;
         virtual void run() = 0;
     };
     /// Thread: any.
     void post(std::unique_ptr<Work> work);
-    /// True inside of a posted function, where dispatched work may run at once. Thread: any.
+    /// True inside a posted function, where dispatched work may run at once. Thread: any.
     bool isRunningHere() const noexcept;
 
 private:
@@ -56,7 +56,7 @@ public:
     QtExecutor require(Blocking::possibly_t) const noexcept { return {*context, true}; }
     QtExecutor require(Blocking::never_t) const noexcept { return {*context, false}; }
 
-    // The loop has one queue and runs until it is told to end, so these two make no difference to it.
+    // The loop has one queue and runs until it is told to quit, so these two properties do not matter to it.
     using Relationship = boost::asio::execution::relationship_t;
     static constexpr Relationship query(Relationship) noexcept { return Relationship::fork; }
     QtExecutor require(Relationship::fork_t) const noexcept { return *this; }

@@ -36,7 +36,7 @@ ScopeRow::ScopeRow(AgentScope scope, int width, std::function<void(bool)> onTurn
     QString const note = noteOf(scope);
     button = new SwitchButton(name, this);
     button->setAccessibleDescription(note);
-    // A link without sight of the screen cannot be made, so that right is not refused alone.
+    // A link without the right to see the screen is impossible, so that right cannot be refused alone.
     button->setEnabled(scope != AgentScope::screen);
     QObject::connect(button, &QCheckBox::clicked, this, std::move(onTurned));
 

@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-// Points. The ring of the keyboard focus lies around the track.
+// Points. The focus ring is around the track.
 constexpr double trackWidth = 36;
 constexpr double trackHeight = 20;
 constexpr double ring = 3;

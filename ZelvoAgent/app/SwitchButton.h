@@ -4,8 +4,7 @@
 
 namespace zelvo {
 
-/// A check box that is drawn as a switch. Its name is said by its accessible name and by the text beside it.
-/// Thread: main.
+/// A check box drawn as a switch. Its name is in its accessible name and in the text beside it. Thread: main.
 class SwitchButton final : public QCheckBox {
 public:
     SwitchButton(QString const& accessibleName, QWidget* parent);

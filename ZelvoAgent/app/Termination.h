@@ -7,7 +7,7 @@
 
 namespace zelvo {
 
-/// Decides whether the process may end now: a recording that is open is closed first. Thread: main.
+/// Decides whether the process may end now or closes an open recording first. Thread: main.
 class Termination {
 public:
     enum class Reply { terminateNow, terminateLater };

@@ -6,18 +6,18 @@
 
 namespace zelvo {
 
-/// The colours and letter sizes of this program's windows, fitting the desktop's palette, light or dark.
-/// Thread: main.
+/// The colours and font sizes of this program's windows, for the desktop's palette, light or dark. Thread:
+/// main.
 struct Theme {
     explicit Theme(QPalette const& palette);
 
     bool dark;
-    QColor accent;    ///< what invites and what is good
-    QColor onAccent;  ///< letters on the accent colour
-    QColor warning;   ///< letters of a warning
-    QColor secondary; ///< letters of what stands beside the matter
-    QColor card;      ///< the ground of a group
-    QColor line;      ///< borders and what separates
+    QColor accent;    ///< primary actions and good news
+    QColor onAccent;  ///< text on the accent colour
+    QColor warning;   ///< text of a warning
+    QColor secondary; ///< text of secondary importance
+    QColor card;      ///< background of a group
+    QColor line;      ///< borders and separators
 
     static QFont titleFont();
     static QFont smallFont();

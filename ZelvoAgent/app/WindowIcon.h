@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// The program's icon, which is inside of the program. Thread: main.
+/// The program's icon, which is compiled in. Thread: main.
 QIcon windowIcon();
 
 } // namespace zelvo

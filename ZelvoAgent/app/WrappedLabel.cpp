@@ -8,7 +8,7 @@ namespace {
 
 constexpr qsizetype maxWordLength = 24; // In UTF-16 units; fits our narrowest column in the largest letters.
 
-// With zero-width spaces inside of long words, since a label breaks lines at spaces only.
+// With zero-width spaces inside long words, because a label breaks lines at spaces only.
 QString breakable(QString const& text)
 {
     QString broken;

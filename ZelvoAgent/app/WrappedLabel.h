@@ -5,9 +5,8 @@
 
 namespace zelvo {
 
-/// Plain text that wraps in a given width and is just as high as that takes. What somebody else worded is
-/// shown as the letters that it is: no markup, no control characters, and a long word is broken. Thread:
-/// main.
+/// Plain text that wraps in a given width and is as high as it needs. Foreign text is shown literally: no
+/// markup, no control characters, long words broken. Thread: main.
 class WrappedLabel final : public QLabel {
 public:
     WrappedLabel(QString const& text, QFont const& font, int width, QWidget* parent);
@@ -18,8 +17,7 @@ private:
     void fit();
 };
 
-/// A text from outside, in one line: without control and direction characters, cut after `longest`
-/// characters.
+/// A foreign text on one line: without control and direction characters, cut after `longest` characters.
 QString shownText(std::string_view text, std::size_t longest);
 
 } // namespace zelvo

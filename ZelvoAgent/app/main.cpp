@@ -17,7 +17,7 @@
 namespace zelvo {
 namespace {
 
-// SIGTERM, SIGINT and SIGHUP are the normal end, like the end of the session and "Quit".
+// SIGTERM, SIGINT and SIGHUP are a normal end, like the session's end and "Quit".
 void endOnSignals(asio::signal_set& signals, Executor main, std::function<void()> end)
 {
     signals.async_wait([main, end = std::move(end)](boost::system::error_code const& error, int) {
@@ -35,7 +35,7 @@ bool hasDisplay()
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY");
 }
 
-// The program takes no options of the toolkit either, so that is shown no arguments but the name.
+// The program takes no toolkit options either, so Qt sees only the program's name.
 struct ToolkitArguments {
     char* values[2];
     int count = 1;
@@ -48,14 +48,14 @@ void describeToToolkit(QApplication& application)
     QApplication::setDesktopFileName("dev.zelvo.agent");
     QApplication::setWindowIcon(windowIcon());
     QApplication::setQuitOnLastWindowClosed(false);
-    // The session's own autostart begins the next run, not a copy of this command line.
+    // Autostart begins the next run; the session manager must not restore this command line.
     QObject::connect(&application, &QGuiApplication::saveStateRequest, &application,
                      [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
 }
 
 int runApplication(char* program, std::vector<std::string> const& urls)
 {
-    auto& threads = *new ProgramThreads; // Never taken apart; see there.
+    auto& threads = *new ProgramThreads; // Never destroyed; see ProgramThreads.h.
     Contexts const contexts = threads.contexts();
     asio::signal_set signals(threads.agentContext(), SIGTERM, SIGINT, SIGHUP);
     std::unique_ptr<AppDelegate> delegate;
@@ -80,7 +80,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         result = QApplication::exec();
         delegate->willTerminate();
         threads.stop();
-        platform->clock().dropSleepers(); // A batch that waits holds on to the router.
+        platform->clock().dropSleepers(); // A sleeping batch holds on to the router.
         delegate.reset();
     } else {
         threads.stop();
@@ -99,7 +99,7 @@ int main(int argc, char** argv)
         return EXIT_FAILURE;
     }
     std::signal(SIGPIPE,
-                SIG_IGN); // A peer that went away is an error of the write, not the end of the program.
+                SIG_IGN); // A lost peer is an error of the write, not the end of the program.
     try {
         return zelvo::runApplication(argv[0], {argv + 1, argv + argc});
     } catch (std::exception const& error) {
