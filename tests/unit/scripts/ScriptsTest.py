@@ -1,0 +1,104 @@
+"""The scripts of the repository say why they end. Usage: ScriptsTest.py REPOSITORY"""
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(sys.argv.pop(1))
+LISTED = [path for folder in ("scripts", ".ci") for path in sorted((ROOT / folder).iterdir()) if path.is_file()]
+BASH = [path for path in LISTED if path.read_text().startswith("#!/usr/bin/env bash")]
+
+
+def run(command, **options):
+    return subprocess.run(command, capture_output=True, text=True, timeout=30, check=False, **options)
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        holder = tempfile.TemporaryDirectory()
+        self.addCleanup(holder.cleanup)
+        self.folder = pathlib.Path(holder.name)
+
+    def program(self, name, text):
+        path = self.folder / name
+        path.write_text(text)
+        path.chmod(0o755)
+        return path
+
+
+class FailingCommands(Folder):
+    def end_of(self, lines):
+        script = self.program("sample", f"#!/usr/bin/env bash\nsource {ROOT}/scripts/errors.sh\n{lines}\n")
+        return run([script])
+
+    def test_the_message_names_script_line_and_command(self):
+        ended = self.end_of("true\nls /nowhere/at/all")
+        self.assertEqual(ended.returncode, 2)
+        self.assertIn("sample: line 4: status 2 from: ls /nowhere/at/all", ended.stderr)
+
+    def test_a_function_a_pipeline_and_a_substitution_report_too(self):
+        for lines in ("work() { false; }\nwork", "false | cat", "text=$(false; echo more)\necho \"$text\""):
+            ended = self.end_of(lines)
+            self.assertEqual(ended.returncode, 1, lines)
+            self.assertRegex(ended.stderr, "sample: line [34]: status 1 from: ")
+            self.assertEqual(ended.stdout, "")
+
+    def test_what_is_asked_and_not_so_is_no_failure(self):
+        ended = self.end_of("if false; then :; fi\nfalse || true\n[[ -n '' ]] && echo never\necho done")
+        self.assertEqual((ended.returncode, ended.stdout, ended.stderr), (0, "done\n", ""))
+
+    def test_every_bash_script_reports(self):
+        self.assertGreater(len(BASH), 4)
+        for script in BASH:
+            first = next(line for line in script.read_text().splitlines() if line and not line.startswith("#"))
+            self.assertIn("errors.sh", first, script)
+
+
+class InstallDependencies(Folder):
+    """On a machine whose dpkg knows none of our packages and that lets nobody be root."""
+
+    def start(self, *groups):
+        self.program("dpkg-query", "#!/bin/sh\nexit 1\n")
+        self.program("apt-get", "#!/bin/sh\nexit 1\n")
+        self.program("apt-cache", "#!/bin/sh\nexit 0\n")
+        self.program("sudo", "#!/bin/sh\nexit 1\n")
+        self.program("id", "#!/bin/sh\necho 1000\n")
+        environment = dict(os.environ, PATH=f"{self.folder}:{os.environ['PATH']}")
+        return run([ROOT / "scripts/install-dependencies", *groups], env=environment, stdin=subprocess.DEVNULL)
+
+    def test_prints_the_line_that_root_has_to_run(self):
+        ended = self.start("build", "run", "test")
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("needs root", ended.stderr)
+        self.assertIn("apt-get install -y --no-remove", ended.stdout)
+        for package in ("clang-19", "libboost1.81-dev", "xvfb", "zenity"):
+            self.assertIn(f" {package} ", ended.stdout + " ")
+
+    def test_refuses_an_unknown_group(self):
+        ended = self.start("everything")
+        self.assertEqual(ended.returncode, 2)
+        self.assertIn("unknown group 'everything'", ended.stderr)
+
+
+class Run(Folder):
+    def test_says_which_line_could_not_go_on(self):
+        build = self.folder / "build"
+        build.mkdir()
+        for name in ("zelvo-agent", "zelvo-gateway"):
+            self.program(f"build/{name}", "#!/bin/sh\nexit 1\n")
+        kept = self.folder / "kept"
+        kept.write_text("a file where a folder has to be")
+        ended = run([ROOT / "scripts/run", build, kept])
+        self.assertEqual(ended.returncode, 1)
+        self.assertRegex(ended.stdout, r"run: line \d+: .*(Error|error).*kept")
+        self.assertNotIn("Traceback", ended.stderr)
+
+    def test_says_that_nothing_was_built(self):
+        ended = run([ROOT / "scripts/run", self.folder])
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("zelvo-agent is missing", ended.stdout)
+
+
+unittest.main()
