@@ -5,7 +5,7 @@ UNPACKED := $(CURDIR)/build/deps/usr
 CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v clang++-18 || echo clang++-19) \
             $$([ ! -d $(UNPACKED) ] || echo -DCMAKE_PREFIX_PATH=$(UNPACKED)) --preset
 
-.PHONY: run build test bench fuzz check clean
+.PHONY: run build test bench fuzz check fresh clean
 
 # RECORDINGS=local records what agents do, share also offers recordings to the platform, off does neither; the choice is kept.
 RECORDINGS ?=
@@ -37,6 +37,11 @@ fuzz:
 	@cmake --build build/fuzz
 	@scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
 
+# SUITE is the Debian that README.md is tried on: bookworm or trixie.
+SUITE ?= bookworm
+fresh:
+	@scripts/try-fresh $(SUITE)
+
 check:
 	@scripts/install-dependencies build run test check
 	@scripts/check-format
@@ -45,6 +50,7 @@ check:
 	@scripts/check-tidy build
 	@$(CONFIGURE) asan && cmake --build build/asan && scripts/run-tests build/asan
 	@$(CONFIGURE) tsan && cmake --build build/tsan && scripts/run-tests build/tsan 'unit|end_to_end'
+	@scripts/try-fresh trixie --with-tests
 
 clean:
 	rm -rf build
