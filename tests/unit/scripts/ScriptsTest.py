@@ -1,6 +1,7 @@
 """The scripts of the repository say why they end. Usage: ScriptsTest.py REPOSITORY"""
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -80,6 +81,35 @@ class InstallDependencies(Folder):
         ended = self.start("everything")
         self.assertEqual(ended.returncode, 2)
         self.assertIn("unknown group 'everything'", ended.stderr)
+
+
+class RunTests(Folder):
+    CTEST = """#!/usr/bin/env bash
+case " $* " in
+*" -N -L ^chromium$ "*) printf '  Test  #7: web.reads\\n  Test #12: web.types\\n\\nTotal Tests: 2\\n' ;;
+*" -N "*) printf 'Total Tests: 0\\n' ;;
+*) echo "called: $*"; printf '100%% tests passed, 0 tests failed out of 5\\n\\nTotal Test time (real) = 1 sec\\n'; exit "${RESULT:-0}" ;;
+esac
+"""
+
+    def start(self, **more):
+        self.program("ctest", self.CTEST)
+        for tool in ("bash", "env", "dirname", "awk", "sed", "grep", "wc", "readlink"):
+            os.symlink(shutil.which(tool), self.folder / tool)
+        return run([ROOT / "scripts/run-tests", "build"], env=dict(os.environ, PATH=str(self.folder), **more))
+
+    def test_names_the_tests_of_an_application_that_is_missing(self):
+        ended = self.start()
+        self.assertEqual(ended.returncode, 0, ended.stderr)
+        self.assertIn("-LE ^(chromium|writer)$", ended.stdout)
+        self.assertIn("2 tests skipped, since this system has no Chromium that a test can drive:\n  web.reads\n  web.types\n100% tests",
+                      ended.stdout)
+        self.assertNotIn("Writer", ended.stdout)
+        self.assertTrue(ended.stdout.endswith("Total Test time (real) = 1 sec\n"))
+
+    def test_ends_with_the_status_of_ctest_and_leaves_it_the_last_word(self):
+        ended = self.start(RESULT="8")
+        self.assertEqual((ended.returncode, ended.stderr), (8, ""))
 
 
 class Run(Folder):
