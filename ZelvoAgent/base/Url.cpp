@@ -13,18 +13,29 @@ bool hasSoundPath(boost::urls::url_view const& url)
     return !url.has_authority() || path.empty() || path.starts_with('/');
 }
 
+/// Newer versions of the library let a fragment contain a second '#'.
+bool hasSoundFragment(boost::urls::url_view const& url)
+{
+    return url.encoded_fragment().find('#') == boost::core::string_view::npos;
+}
+
+bool isSound(boost::urls::url_view const& url)
+{
+    return hasSoundPath(url) && hasSoundFragment(url);
+}
+
 } // namespace
 
 bool isUrl(std::string_view text)
 {
     auto const parsed = boost::urls::parse_uri_reference(text);
-    return !text.empty() && parsed && hasSoundPath(*parsed);
+    return !text.empty() && parsed && isSound(*parsed);
 }
 
 bool isAbsoluteUrl(std::string_view text)
 {
     auto const parsed = boost::urls::parse_uri(text);
-    return parsed && hasSoundPath(*parsed);
+    return parsed && isSound(*parsed);
 }
 
 } // namespace zelvo
