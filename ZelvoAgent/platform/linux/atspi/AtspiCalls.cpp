@@ -45,8 +45,13 @@ Method methodOf(AtspiQuestion question)
     return {};
 }
 
-void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion question)
+void appendArguments(sd_bus_message* call,
+                     AtspiNode const& node,
+                     AtspiQuestion question,
+                     AtspiToolkit const& toolkit)
 {
+    constexpr std::uint32_t ofTheScreen = 0;
+    constexpr std::uint32_t ofTheWindow = 1;
     switch (question) {
     case AtspiQuestion::properties:
         sd_bus_message_append(call, "s", accessibleInterface);
@@ -64,7 +69,7 @@ void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion 
         sd_bus_message_append(call, "ss", accessibleInterface, "Parent");
         break;
     case AtspiQuestion::extents:
-        sd_bus_message_append(call, "u", 0u); // Of the screen.
+        sd_bus_message_append(call, "u", toolkit.placesInWindow ? ofTheWindow : ofTheScreen);
         break;
     case AtspiQuestion::text:
         sd_bus_message_append(call, "ii", 0,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/atspi/AtspiNodes.h"
+#include "platform/linux/atspi/AtspiToolkit.h"
 
 #include <systemd/sd-bus.h>
 
@@ -20,8 +21,11 @@ struct Method {
 };
 
 Method methodOf(AtspiQuestion question);
-/// Appends the arguments of a question's method. node: whom it is put to
-void appendArguments(sd_bus_message* call, AtspiNode const& node, AtspiQuestion question);
+/// Appends the arguments of a question's method. node: whom it is put to; toolkit: that of its peer
+void appendArguments(sd_bus_message* call,
+                     AtspiNode const& node,
+                     AtspiQuestion question,
+                     AtspiToolkit const& toolkit);
 /// Appends a rule of org.a11y.atspi.Collection: what has this state, whatever else it is.
 void appendRuleOfState(sd_bus_message* call, AtspiState state);
 

@@ -85,7 +85,7 @@ BusMessagePtr AtspiInquiry::messageFor(AtspiNode const& node, AtspiQuestion ques
     auto call = exchange.linkOf(node.peer).newCall(exchange.nameOf(node.peer), *node.path, method.interface,
                                                    method.member);
     if (call)
-        atspi::appendArguments(call.get(), node, question);
+        atspi::appendArguments(call.get(), node, question, toolkitOf(node.peer));
     return call;
 }
 

@@ -25,6 +25,7 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
             .isStrictAboutText = name == "Qt",
             .mayHoldOffice = name == "gtk",
             .isGtk4 = name == "GTK",
+            .placesInWindow = name == "GTK",
             .listsSlowly = isChromium || name == "gtk",
             .callsItemsFocused = name == "Qt",
             .collects = isChromium || name == "gtk",

@@ -22,6 +22,7 @@ struct AtspiToolkit {
     bool isStrictAboutText = false;    ///< gives no text when asked for more than there is
     bool mayHoldOffice = false;        ///< LibreOffice draws elements of its own into it
     bool isGtk4 = false;               ///< its answers want correcting
+    bool placesInWindow = false;       ///< knows places in its window only, none on the screen
     bool listsSlowly = false;          ///< a list of children takes it the square of their number
     bool callsItemsFocused = false;    ///< Qt: the current ones of a list that has not the focus
     bool collects = false;             ///< looks for elements by their states itself

@@ -181,12 +181,28 @@ FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<
         space.x = fit->x;
         space.y = fit->y;
     }
+    // GTK 4.18 reports a window's corner as seen from inside of its border, which is where its content
+    // begins, and adds that corner to the places of all that is in the window.
+    if (toolkit == "GTK") {
+        space.contentX = -space.scale * reported.onScreen.x;
+        space.contentY = -space.scale * reported.onScreen.y;
+    }
     return space;
 }
 
 PlacedElement FrameMapping::place(FrameSpace const& parent,
                                   std::uint32_t role,
                                   std::optional<ReportedRect> const& reported) const
+{
+    PlacedElement placed = placeItself(parent, role, reported);
+    placed.inside.x += std::exchange(placed.inside.contentX, 0);
+    placed.inside.y += std::exchange(placed.inside.contentY, 0);
+    return placed;
+}
+
+PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
+                                        std::uint32_t role,
+                                        std::optional<ReportedRect> const& reported) const
 {
     PlacedElement placed{.inside = parent};
     FrameSpace& space = placed.inside;

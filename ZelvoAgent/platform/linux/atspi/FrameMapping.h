@@ -19,6 +19,8 @@ struct FrameSpace {
     double scale = 1; ///< pixel = scale * reported + offset
     double x = 0;
     double y = 0;
+    double contentX = 0; ///< added to the offset for what is inside of the element
+    double contentY = 0;
     std::optional<PixelRect> visible;      ///< nothing: not known
     std::optional<ReportedRect> enclosing; ///< what the parent reports, when it is a plain container
     bool isDropped = false;                ///< shown in a window of its own, over the top-level's
@@ -61,7 +63,7 @@ public:
 
     /// Places an element in the space of its parent.
     /// role      its AT-SPI role, the number on the bus
-    /// reported  its extents in coordinates of type screen; nothing when they were not asked for, which is
+    /// reported  its extents as the application gives them; nothing when they were not asked for, which is
     ///           right for an element whose place nobody wants and whose role does not matter to places
     PlacedElement
     place(FrameSpace const& parent, std::uint32_t role, std::optional<ReportedRect> const& reported) const;
@@ -76,6 +78,9 @@ public:
     bool mattersToPlaces(std::uint32_t role) const;
 
 private:
+    PlacedElement placeItself(FrameSpace const& parent,
+                              std::uint32_t role,
+                              std::optional<ReportedRect> const& reported) const;
     FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
     static void layOntoContainer(FrameSpace& space, std::uint32_t role, ReportedRect const& reported);

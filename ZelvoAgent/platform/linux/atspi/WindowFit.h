@@ -29,7 +29,7 @@ struct ReportedPoint {
 /// A top-level element, as its application tells it.
 struct ReportedWindow {
     std::string title;     ///< the element's name
-    ReportedRect onScreen; ///< its extents in coordinates of type screen
+    ReportedRect onScreen; ///< its extents, in coordinates of type window if the toolkit has no others
     bool operator==(ReportedWindow const&) const = default;
 };
 

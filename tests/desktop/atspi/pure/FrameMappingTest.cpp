@@ -218,6 +218,19 @@ TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsBorder)
               (DesktopRect{335, 299, 40, 24}));
 }
 
+TEST(FramesOfGtk4, beginInsideTheBorderThatTheWindowReports)
+{
+    ProcessWindow const window{.title = "Lab", .inner = {750, 450, 420, 300}, .outer = {750, 450, 420, 300}};
+    ReportedRect const top{-5, -5, 420, 300};
+    FrameMapping const mapping("GTK", {{"Lab", top}}, {window}, unscaled);
+
+    // GTK 4.18; drawn at 975, 544.
+    EXPECT_EQ(placeOf(mapping, {{frameRole, top}}), (DesktopRect{750, 450, 420, 300}));
+    EXPECT_EQ(
+        placeOf(mapping, {{frameRole, top}, {panelRole, {-5, 41, 410, 244}}, {button, {215, 84, 58, 32}}}),
+        (DesktopRect{975, 544, 58, 32}));
+}
+
 TEST(FramesOfGtk4, areThoseOfThePopoversOwnWindow)
 {
     ProcessWindow const window{.title = "Lab",
