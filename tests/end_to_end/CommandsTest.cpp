@@ -17,7 +17,7 @@ TEST_F(Commands, everyMethodAnswers)
     fs::path const folder = grantFolder();
     connection = startUnattended();
     desktop.start({"zenity", "--entry", "--text", "Q"});
-    auto const dialog = desktop.waitForWindow({.className = "Zenity"});
+    auto const dialog = desktop.waitForWindow({.className = "zenity"});
     require("the dialog in front", [&] { return desktop.activeWindow() == dialog; });
     json::array const wait{json::object{{"type", "wait"}, {"ms", 1}}};
     std::vector<std::pair<std::string, json::object>> const served = {
@@ -136,7 +136,7 @@ TEST_F(Commands, sharesTheClipboardWithApplications)
 {
     connection = startUnattended();
     desktop.start({"zenity", "--entry", "--text", "Q"});
-    auto const dialog = desktop.waitForWindow({.className = "Zenity"});
+    auto const dialog = desktop.waitForWindow({.className = "zenity"});
     require("the dialog in front", [&] { return desktop.activeWindow() == dialog; });
     EXPECT_EQ(failureOf("clipboard.set", {{"text", "от агента"}}), "ok");
     EXPECT_EQ(resultOf("clipboard.get").at("text"), "от агента");
@@ -158,15 +158,15 @@ TEST_F(Commands, keepsTheClipboardOfAHiddenApplicationToItself)
 {
     agent.store("dev.zelvo.hiddenApps", json::array{"zenity"});
     connection = startUnattended();
-    desktop.start({"zenity", "--entry", "--entry-text", "secret", "--text", "Q"});
-    auto const dialog = desktop.waitForWindow({.className = "Zenity"});
+    desktop.start({"zenity", "--entry", "--title", "Asking", "--entry-text", "secret", "--text", "Q"});
+    auto const dialog = desktop.waitForWindow({.className = "zenity"});
     require("the dialog in front", [&] { return desktop.activeWindow() == dialog; });
     press("ctrl+a");
     press("ctrl+c");
 
     require("the refusal", [&] { return failureOf("clipboard.get") == "hidden_app_active"; });
     desktop.run({"xdotool", "key", "Escape"});
-    require("the end of the dialog", [&] { return !isOpen("Add a new entry"); });
+    require("the end of the dialog", [&] { return !isOpen("Asking"); });
     EXPECT_EQ(failureOf("clipboard.get"), "hidden_app_active"); // Whatever is in front now.
 }
 
@@ -174,7 +174,7 @@ TEST_F(Commands, opensListsAndActivatesApplications)
 {
     connection = startUnattended();
     desktop.start({"zenity", "--entry", "--title", "Before", "--text", "Q"});
-    desktop.waitForWindow({.className = "Zenity"});
+    desktop.waitForWindow({.className = "zenity"});
     EXPECT_EQ(failureOf("apps.activate", {{"bundleId", "org.xfce.mousepad"}}), "invalid_request");
 
     EXPECT_EQ(resultOf("apps.open", {{"name", "Mousepad.app"}}),

@@ -32,7 +32,7 @@ TEST_F(Reading, theButtonsOfADialogAreWhereTheTreeSays)
 {
     std::string const connection = startUnattended();
     auto const dialog = desktop.start({"zenity", "--question", "--text", "Go on?", "--ok-label", "Onward"});
-    desktop.waitForWindow({.className = "Zenity"});
+    desktop.waitForWindow({.className = "zenity"});
     require("the tree of the dialog", [&] { return lines(connection).find("Onward") != std::string::npos; });
 
     auto const click = parseJson(centerOf(find(tree(connection), "AXButton", "Onward")));

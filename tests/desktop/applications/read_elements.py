@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Reads the elements of a process one call at a time with pyatspi, for tests to compare others with.
 
-Usage: read_elements.py PID [--wake] [--shown]. Prints one JSON object a line, an element before its children. With
+Usage: read_elements.py PID [--wake] [--shown]. Prints one JSON object a line, an element before its children, the
+application first, with its toolkit. With
 --wake the top-level elements are asked for their attributes first, which makes Chromium build the elements of its
 pages. With --shown elements that are not showing are left out, and what is below them.
 """
@@ -68,6 +69,7 @@ def describe(element, depth):
         "actions": attempt(lambda: actions(element), []),
         "states": states,
         "children": element.childCount,
+        **({"toolkit": element.get_toolkit_name()} if depth == 0 else {}),
     }
 
 

@@ -24,6 +24,7 @@ std::string axRole(std::string const& role, OtherElement const& element, std::st
 {
     static std::map<std::string, std::string> const plain = {
         {"push button", "AXButton"},
+        {"button", "AXButton"}, // what newer versions call the same
         {"column header", "AXButton"},
         {"table column header", "AXButton"},
         {"check box", "AXCheckBox"},
@@ -115,33 +116,34 @@ std::vector<std::string> axActions(json::array const& names, bool isChromium)
     return actions;
 }
 
-/// Of a button or a text that is scrolled out of view nobody wants to know what is in it. Qt does not
+/// Of a button or a text that is scrolled out of view nobody wants to know what is in it. Qt and GTK 4 do not
 /// tell.
-bool isOutOfSight(json::object const& read, Subject const& subject)
+bool isOutOfSight(json::object const& read, std::string const& toolkit)
 {
     static std::set<std::string> const leaves = {
-        "check box",    "entry",     "icon",   "image",  "link", "password text", "push button",
-        "radio button", "separator", "slider", "static", "text", "toggle button"};
+        "button",      "check box",    "entry",     "icon",   "image",  "link", "password text",
+        "push button", "radio button", "separator", "slider", "static", "text", "toggle button"};
     json::array const& states = read.at("states").as_array();
-    return (subject.isChromium || subject.isGtk3) && leaves.contains(textOf(read.at("roleName"))) &&
+    return (toolkit == "Chromium" || toolkit == "gtk") && leaves.contains(textOf(read.at("roleName"))) &&
            std::ranges::find(states, json::value("showing")) == states.end();
 }
 
 OtherElement elementIn(json::object const& read,
                        std::string const& role,
                        std::string const& parent,
-                       Subject const& subject)
+                       std::string const& toolkit)
 {
+    bool const isChromium = toolkit == "Chromium";
     OtherElement element{.title = textOf(read.at("name")),
                          .description = textOf(read.at("description")),
                          .value = textOf(read.at("text"))};
     for (json::value const& state : read.at("states").as_array())
         element.states.push_back(textOf(state));
-    element.actions = axActions(read.at("actions").as_array(), subject.isChromium);
-    if (subject.isGtk4 && element.title.starts_with("Gtk"))
+    element.actions = axActions(read.at("actions").as_array(), isChromium);
+    if (toolkit == "GTK" && element.title.starts_with("Gtk"))
         element.title.clear();
     if (json::array const& labels = read.at("labels").as_array();
-        element.title.empty() && !labels.empty() && !subject.isChromium && role != "panel")
+        element.title.empty() && !labels.empty() && !isChromium && role != "panel")
         element.title = textOf(labels.front());
     element.role = axRole(role, element, parent);
     return element;
@@ -207,9 +209,10 @@ std::vector<WalkedElement> TreeComparison::ours(bool isChromium) const
     return walkWindows(*reader, *fixture.clock, {.maxElements = 5000, .budget = 20s}).elements;
 }
 
-std::vector<OtherElement> TreeComparison::theirs(Subject const& subject)
+TreeComparison::OtherTree TreeComparison::theirs(Subject const& subject)
 {
-    std::vector<OtherElement> elements;
+    OtherTree tree;
+    auto& [elements, toolkit] = tree;
     std::vector<std::string> roles; // of the elements above
     std::size_t unread = SIZE_MAX;  // what lies deeper is not read
     std::istringstream text(readElements(desktop, pid, subject.isChromium));
@@ -218,17 +221,19 @@ std::vector<OtherElement> TreeComparison::theirs(Subject const& subject)
             continue;
         json::object const read = json::parse(line).as_object();
         auto const depth = static_cast<std::size_t>(read.at("depth").as_int64());
+        if (depth == 0)
+            toolkit = textOf(read.at("toolkit"));
         if (depth > unread)
             continue;
-        unread = isOutOfSight(read, subject) ? depth : SIZE_MAX;
+        unread = isOutOfSight(read, toolkit) ? depth : SIZE_MAX;
         roles.resize(depth);
         roles.push_back(textOf(read.at("roleName")));
         // Pages of a stack in GTK 4 have no role, so that they count as nothing.
-        bool const isNothing = subject.isGtk4 && !read.at("screen").is_array();
+        bool const isNothing = toolkit == "GTK" && !read.at("screen").is_array();
         if (depth > 0 && !isNothing)
-            elements.push_back(elementIn(read, roles.back(), roles[depth - 1], subject));
+            elements.push_back(elementIn(read, roles.back(), roles[depth - 1], toolkit));
     }
-    return elements;
+    return tree;
 }
 
 void TreeComparison::expectSame(Subject const& subject)
@@ -246,7 +251,8 @@ void TreeComparison::expectSameOfShown(Subject const& subject)
             auto const all = ours(subject.isChromium);
             placed = static_cast<std::size_t>(
                 std::ranges::count_if(all, [](WalkedElement const& one) { return one.size.has_value(); }));
-            found = differences(all, theirs(subject), subject.isGtk4);
+            OtherTree const other = theirs(subject);
+            found = differences(all, other.elements, other.toolkit == "GTK");
             return found.empty() && placed > 3;
         },
         15s);

@@ -16,8 +16,6 @@ namespace zelvo::test {
 struct Subject {
     std::string name;
     TestApplication application;
-    bool isGtk3 = false;
-    bool isGtk4 = false;
     bool isChromium = false;
 };
 
@@ -43,7 +41,11 @@ protected:
     /// Starts it and waits for its window.
     void show(Subject const& subject);
     std::vector<WalkedElement> ours(bool isChromium) const;
-    std::vector<OtherElement> theirs(Subject const& subject);
+    struct OtherTree {
+        std::vector<OtherElement> elements;
+        std::string toolkit; ///< as the application calls it
+    };
+    OtherTree theirs(Subject const& subject);
     /// Shows it and compares until both readers agree on every element: an application takes a moment to come
     /// to rest.
     void expectSame(Subject const& subject);

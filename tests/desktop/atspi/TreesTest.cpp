@@ -16,11 +16,8 @@ using Trees = TreeComparison;
 
 Subject formOf(PrivateDesktop const& desktop, Toolkit toolkit)
 {
-    return {.name = "form",
-            .application = form(desktop, toolkit),
-            .isGtk3 = toolkit == Toolkit::gtk3,
-            .isGtk4 = toolkit == Toolkit::gtk4,
-            .isChromium = toolkit == Toolkit::chromium};
+    return {
+        .name = "form", .application = form(desktop, toolkit), .isChromium = toolkit == Toolkit::chromium};
 }
 
 #ifndef ZELVO_TEST_CHROMIUM
@@ -28,7 +25,7 @@ Subject formOf(PrivateDesktop const& desktop, Toolkit toolkit)
 Subject zenity(std::vector<std::string> arguments)
 {
     arguments.insert(arguments.begin(), "zenity");
-    return {.name = "zenity", .application = {std::move(arguments), {.className = "Zenity"}}, .isGtk3 = true};
+    return {.name = "zenity", .application = {std::move(arguments), {.className = "zenity"}}};
 }
 
 TEST_F(Trees, areTheSameOfAnEditor)
@@ -36,8 +33,7 @@ TEST_F(Trees, areTheSameOfAnEditor)
     std::ofstream(desktop.home() / "letter.txt") << "Dear reader,\nthis is it.\n";
     expectSame({.name = "editor",
                 .application = {{"mousepad", "--disable-server", desktop.home() / "letter.txt"},
-                                {.className = "Mousepad"}},
-                .isGtk3 = true});
+                                {.className = "Mousepad"}}});
 }
 
 TEST_F(Trees, haveTheTextAndTheMenuBarOfAnEditor)

@@ -20,7 +20,7 @@ protected:
     {
         auto const letter = desktop.home() / "letter.txt";
         std::ofstream(letter) << "Dear reader,\nthis is it.\n";
-        subject = {.name = "Writer", .application = writer(desktop, letter), .isGtk3 = true};
+        subject = {.name = "Writer", .application = writer(desktop, letter)};
         desktop.start(subject.application.command);
         auto const window = desktop.waitForWindow(subject.application.window, 60s);
         pid = std::stoi(desktop.run({"xdotool", "getwindowpid", std::to_string(window)}));

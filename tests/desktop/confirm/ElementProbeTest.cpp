@@ -154,7 +154,7 @@ protected:
 TestApplication zenity(std::vector<std::string> arguments)
 {
     arguments.insert(arguments.begin(), "zenity");
-    return {std::move(arguments), {.className = "Zenity"}};
+    return {std::move(arguments), {.className = "zenity"}};
 }
 
 TEST_F(Probes, agreeWithAWalkOfEveryRoleOfGtk3)

@@ -40,7 +40,7 @@ TEST_F(Starting, comesBeforeTheWindowThatHasTheFocus)
 {
     auto const location = terminalEntry("Tested");
     desktop.start({"zenity", "--entry", "--text", "Q"});
-    desktop.waitForWindow({.className = "Zenity"});
+    desktop.waitForWindow({.className = "zenity"});
     ASSERT_TRUE(waitFor([&] { return front() == "zenity" || front() == "Zenity"; }));
 
     EXPECT_EQ(open(location), "The Tested");

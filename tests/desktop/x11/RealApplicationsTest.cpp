@@ -12,6 +12,7 @@
 namespace zelvo::test {
 namespace {
 
+using testing::Contains;
 using testing::HasSubstr;
 using testing::IsSupersetOf;
 using testing::Not;
@@ -58,8 +59,8 @@ TEST_F(RealApplications, areKnownByTheirEntries)
     EXPECT_THAT(terminal.names.names, IsSupersetOf({"debian-xterm", "XTerm", "xterm"}));
 
     RunningApplication const dialog =
-        frontAfter({"zenity", "--question", "--text", "Q"}, {.className = "Zenity"});
-    EXPECT_THAT(dialog.names.names, IsSupersetOf({"Zenity", "zenity"}));
+        frontAfter({"zenity", "--question", "--text", "Q"}, {.className = "zenity"});
+    EXPECT_THAT(dialog.names.names, Contains("zenity"));
 }
 
 /// A program that takes URLs of the scheme "tested" and writes down how it was started.
