@@ -17,7 +17,7 @@ std::string_view withoutBlanks(std::string_view text)
     return text.substr(first, text.find_last_not_of(blank) - first + 1);
 }
 
-/// What a shell makes of a quoted or plain word.
+/// The value of a quoted or plain word, as a shell reads it.
 std::optional<std::string> unquoted(std::string_view word)
 {
     std::string value;

@@ -12,8 +12,8 @@
 #include <system_error>
 #include <utility>
 
-// The C library's clone() by its other name: the thread sanitizer puts its own in the place of the first,
-// which takes no child that shares its memory.
+// The C library's clone() under its other name: the thread sanitizer replaces the first with a version that
+// does not support a child sharing its memory.
 extern "C" int
 cloneOfTheSystem(int (*body)(void*), void* stack, int flags, void* argument, ...) asm("__clone");
 
@@ -23,11 +23,11 @@ namespace {
 
 constexpr std::size_t stackBytes = 64UL * 1024;
 constexpr int lastSignal = 64;
-/// Between clone() and execve() the child lives in our memory, beside our other threads: it may make system
-/// calls and nothing else, not even those that a sanitizer adds.
+/// Between clone() and execve() the child shares our memory with our other threads: it may make system calls
+/// and nothing else, not even those that a sanitizer adds.
 #define ZELVO_IN_CHILD __attribute__((no_sanitize("address", "thread", "undefined"), no_stack_protector))
 
-/// As the kernel takes it; the C library hides two signals.
+/// In the kernel's layout; the C library hides two signals.
 struct KernelSignalAction {
     void (*handler)(int) = SIG_DFL;
     unsigned long flags = 0;
@@ -35,14 +35,14 @@ struct KernelSignalAction {
     unsigned long mask = 0;
 };
 
-/// All that the child needs, made before it is there.
+/// Everything that the child needs, prepared before it exists.
 struct ChildPlan {
     char const* executable = nullptr;
     char* const* arguments = nullptr;
     char* const* environment = nullptr;
     int directory = -1; ///< an open folder; -1 to stay
     int input = -1;
-    int output = -1; ///< all three at least 3, so that none stands in another's way
+    int output = -1; ///< all three at least 3, so that none overwrites another
     int error = -1;
     int failure = 0; ///< set by the child: the errno of what did not work
 };
@@ -55,7 +55,8 @@ LaunchFailure failureOf(std::string const& what, int code)
 ZELVO_IN_CHILD void resetSignals()
 {
     KernelSignalAction const standard;
-    for (int number = 1; number <= lastSignal; ++number) // It refuses SIGKILL and SIGSTOP, which need none.
+    for (int number = 1; number <= lastSignal;
+         ++number) // Fails for SIGKILL and SIGSTOP, which need no reset.
         ::syscall(SYS_rt_sigaction, number, &standard, nullptr, sizeof standard.mask);
     unsigned long const none = 0;
     ::syscall(SYS_rt_sigprocmask, SIG_SETMASK, &none, nullptr, sizeof none);
@@ -63,8 +64,8 @@ ZELVO_IN_CHILD void resetSignals()
 
 ZELVO_IN_CHILD bool wireUp(ChildPlan const& plan)
 {
-    // A session of its own makes a group too, and has no terminal: whoever asks for a password there is told
-    // so at once, instead of being stopped.
+    // A new session is also a new group and has no terminal: a program that asks for a password there fails
+    // at once instead of being stopped.
     return ::syscall(SYS_setsid) >= 0 && (plan.directory < 0 || ::syscall(SYS_fchdir, plan.directory) == 0) &&
            ::syscall(SYS_dup3, plan.input, 0, 0) >= 0 && ::syscall(SYS_dup3, plan.output, 1, 0) >= 0 &&
            ::syscall(SYS_dup3, plan.error, 2, 0) >= 0 && ::syscall(SYS_close_range, 3U, ~0U, 0U) == 0;
@@ -102,7 +103,7 @@ void assertSound(ChildLaunch const& launch)
     }
 }
 
-/// A list as execve() takes it.
+/// In the form that execve() takes.
 std::vector<char*> pointersTo(std::vector<std::string>& texts)
 {
     std::vector<char*> pointers;
@@ -133,8 +134,8 @@ UniqueFd openFolder(std::string const& path)
     return folder;
 }
 
-/// The descriptor itself, or a copy of it that is none of the three standard ones. Those can be free in a
-/// program that was started without them.
+/// The descriptor itself, or a copy above the three standard ones. Those can be free in a program that was
+/// started without them.
 UniqueFd aboveStandard(int raw)
 {
     UniqueFd descriptor(raw);
@@ -160,8 +161,7 @@ Pipe makePipe()
     return {.reading = std::move(reading), .writing = std::move(writing)};
 }
 
-/// Keeps every signal from this thread: none of our handlers may run in the child, which shares our memory
-/// with it.
+/// Blocks every signal on this thread: none of our handlers may run in the child, which shares our memory.
 class BlockedSignals {
 public:
     BlockedSignals()
@@ -178,7 +178,7 @@ private:
     sigset_t before{};
 };
 
-/// What the child stands on until it is another program.
+/// The child's stack until execve().
 class ChildStack {
 public:
     ChildStack()
@@ -205,8 +205,8 @@ void reap(int pidFd)
     }
 }
 
-/// Resumes when the child has become the program or has failed. The descriptor comes from the same call, so
-/// that the want of one more is known before anything runs.
+/// Returns when the child has become the program or has failed. The same call creates the descriptor, so a
+/// lack of descriptors shows before anything runs.
 void bringUp(ChildPlan& plan, StartedChild& child)
 {
     ChildStack const stack;

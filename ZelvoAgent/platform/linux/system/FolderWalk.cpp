@@ -29,7 +29,7 @@ UniqueFd openInOneStep(int folder, std::string const& relative)
     return UniqueFd(static_cast<int>(::syscall(SYS_openat2, folder, relative.c_str(), &how, sizeof how)));
 }
 
-/// 0 for a folder, else what errno is to say.
+/// 0 for a folder, else the errno to report.
 int whyNoFolder(int opened)
 {
     struct stat facts{};
@@ -42,7 +42,7 @@ int whyNoFolder(int opened)
 
 UniqueFd openPart(int folder, std::string const& name)
 {
-    // Without O_DIRECTORY, which would call a link no folder.
+    // Without O_DIRECTORY, which would report ENOTDIR for a link.
     UniqueFd part(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     int const reason = part ? whyNoFolder(part.get()) : 0;
     if (!reason)

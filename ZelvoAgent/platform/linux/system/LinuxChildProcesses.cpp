@@ -22,7 +22,7 @@ namespace zelvo {
 
 namespace {
 
-/// With SIGCHLD ignored, as some launchers leave it, the kernel throws exit codes away.
+/// While SIGCHLD is ignored, as some launchers leave it, the kernel discards exit codes.
 void keepExitCodes()
 {
     struct sigaction action{};
@@ -45,7 +45,7 @@ short eventsOf(int descriptor)
 
 } // namespace
 
-/// The groups whose numbers are ours: their leaders are not reaped yet. Thread: any.
+/// The groups whose ids are still ours because their leaders are not reaped yet. Thread: any.
 class LinuxChildProcesses::RunningGroups {
 public:
     void assertOpen() const
@@ -59,11 +59,11 @@ public:
     {
         std::scoped_lock guard(lock);
         leaders.insert(leader);
-        if (isEnding) // It was started while the others were told.
+        if (isEnding) // It started while the others were being ended.
             ::kill(-leader, SIGTERM);
     }
 
-    /// Gives the number back to the system, which may use it for another group at once.
+    /// Releases the id, which the system may give to another group at once.
     void reap(pid_t leader, int pidFd)
     {
         std::scoped_lock guard(lock);
@@ -86,20 +86,20 @@ private:
     bool isEnding = false;   // lock
 };
 
-/// The process itself, followed until it is reaped, also after everybody has let go of it. It is reaped only
-/// then: until that its number, which is its group's, can't become another's. All on the agent's thread.
+/// A process, followed until it is reaped, also after all owners are gone. It is reaped only then, so that
+/// its id, which is also its group's, cannot be reused before. Everything on the agent's thread.
 class LinuxChildProcesses::Process : public std::enable_shared_from_this<Process> {
 public:
     Process(Executor const& agent, pid_t pid, UniqueFd pidFd, std::shared_ptr<RunningGroups> groups)
         : id(pid), fd(pidFd.get()), descriptor(agent, fd), groups(std::move(groups))
     {
-        pidFd.release(); // Only now is it the other's.
+        pidFd.release(); // Owned by the stream from here on.
     }
     Process(Process const&) = delete;
     Process& operator=(Process const&) = delete;
     ~Process()
     {
-        if (!isReaped) // The event loop goes before the process has ended.
+        if (!isReaped) // The event loop ended before the process.
             groups->reap(id, fd);
     }
 
@@ -136,7 +136,7 @@ private:
         bool const isKnown =
             ::waitid(P_PIDFD, static_cast<id_t>(fd), &facts, WEXITED | WNOHANG | WNOWAIT) == 0 &&
             facts.si_pid;
-        // Of a signalled process this is the signal's number. -1: somebody else has reaped it.
+        // For a signalled process, the signal's number. -1: somebody else has reaped it.
         waiting.wakeAll([&] { status = isKnown ? facts.si_status : -1; });
         if (isLetGo)
             reap();
@@ -219,7 +219,7 @@ LinuxChildProcesses::~LinuxChildProcesses() = default;
 
 Task<std::unique_ptr<ChildProcess>> LinuxChildProcesses::launch(ChildLaunch launch)
 {
-    // On a worker, since a folder or a program on a slow disk takes its time.
+    // On a worker, because a folder or program on a slow disk takes time.
     auto start = [groups = groups, launch = std::move(launch)] {
         groups->assertOpen();
         StartedChild started = startChild(launch);

@@ -7,11 +7,11 @@
 
 namespace zelvo {
 
-/// Children that are started on a worker and followed by descriptors on the agent's io_context. Waits for no
-/// process but its own, so that it takes nobody else's child.
+/// Starts children on a worker and follows them by descriptors on the agent's io_context. Waits only for its
+/// own processes, so it reaps nobody else's child.
 class LinuxChildProcesses final : public ChildProcesses {
 public:
-    /// contexts.agent must stand on an io_context that runs on one thread.
+    /// contexts.agent must belong to an io_context that runs on one thread.
     explicit LinuxChildProcesses(Contexts contexts);
     ~LinuxChildProcesses() override;
 

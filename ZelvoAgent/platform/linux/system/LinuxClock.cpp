@@ -31,7 +31,7 @@ int makeTimer()
     return timer;
 }
 
-/// A descriptor's moment; zero would disarm it.
+/// A timer descriptor's expiry; zero would disarm it.
 timespec momentOf(Instant due)
 {
     auto const ns = std::max<std::int64_t>(due.time_since_epoch().count(), 1);
@@ -46,8 +46,8 @@ struct LinuxClock::Timer : std::enable_shared_from_this<Timer> {
     {
     }
 
-    /// Sets the descriptor to the next sleeper. The lock makes the last of two callers the one that knows
-    /// best.
+    /// Sets the descriptor to the next sleeper. The lock ensures that the last of two callers uses the newest
+    /// list.
     void arm()
     {
         std::scoped_lock guard(arming);
@@ -91,7 +91,7 @@ LinuxClock::LinuxClock(Executor agent) : timer(std::make_shared<Timer>(agent))
 
 LinuxClock::~LinuxClock()
 {
-    // The descriptor belongs to the agent's thread, where it is let go.
+    // The descriptor belongs to the agent's thread, so it is destroyed there.
     asio::dispatch(timer->agent, [kept = timer] { kept->descriptor.cancel(); });
 }
 

@@ -6,12 +6,12 @@
 
 namespace zelvo {
 
-/// The continuous time is CLOCK_BOOTTIME, which goes on in suspend. One timer descriptor, watched on the
-/// agent's io_context, wakes all sleepers; it is set only while somebody sleeps. Thread: any. Sleepers that
-/// are left when the clock goes are never resumed.
+/// The continuous time is CLOCK_BOOTTIME, which continues in suspend. One timer descriptor, watched on the
+/// agent's io_context, wakes all sleepers; it is armed only while somebody sleeps. Thread: any. Sleepers that
+/// remain when the clock is destroyed are never resumed.
 class LinuxClock final : public Clock {
 public:
-    /// agent must stand on an io_context. Throws std::system_error when the system grants no timer.
+    /// agent must belong to an io_context. Throws std::system_error if the system grants no timer.
     explicit LinuxClock(Executor agent);
     ~LinuxClock() override;
 

@@ -18,13 +18,13 @@ namespace zelvo {
 
 namespace {
 
-/// Can this be because somebody moved things after the place was judged?
+/// Whether somebody may have moved things after the place was checked.
 bool isChange(int reason)
 {
     return reason == ELOOP || reason == ENOENT || reason == EXDEV || reason == EAGAIN;
 }
 
-/// To be called for a failure that may be a change; the place is to be judged anew when it returns.
+/// For a failure that may be such a change: returns if the place must be checked again.
 void throwUnlessChange(int reason)
 {
     if (!isChange(reason))
@@ -42,7 +42,7 @@ std::string folderIn(std::string_view path)
     return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash));
 }
 
-/// The errno that stands for being no regular file; 0 for one.
+/// The errno for something that is not a regular file; 0 for one.
 int notRegular(mode_t mode)
 {
     if (S_ISREG(mode))
@@ -61,7 +61,7 @@ public:
     std::string read(std::size_t atMost) override
     {
         std::string content;
-        content.reserve(std::min<std::uint64_t>(bytes, atMost) + 1); // One more, to see the end.
+        content.reserve(std::min<std::uint64_t>(bytes, atMost) + 1); // One more byte, to see the end.
         if (!files::readUpTo(file.get(), atMost, content))
             throw FileFailure(errno);
         return content;
@@ -121,7 +121,7 @@ FileNode LinuxFileSystem::look(std::string const& path)
             return {.kind = FileNode::Kind::other, .target = {}};
         if (auto target = linkTarget(path))
             return {.kind = FileNode::Kind::link, .target = *std::move(target)};
-        if (errno != EINVAL) // Else it is no link any more.
+        if (errno != EINVAL) // Otherwise it is no longer a link.
             return {};
     }
     return {};
@@ -132,7 +132,7 @@ UniqueFd LinuxFileSystem::folderOf(PlaceInFolder const& place, Missing missing) 
     auto const go = [&](int from, std::string const& relative) {
         return missing == Missing::isMade ? walk.openOrMake(from, relative) : walk.open(from, relative);
     };
-    // Part by part the walk could go further than any program could follow by a path.
+    // Part by part the walk could reach a place that is too deep for any path.
     if (place.folder.size() + 1 + place.path.size() >= PATH_MAX)
         throw FileFailure(ENAMETOOLONG);
     UniqueFd const top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -154,7 +154,7 @@ std::unique_ptr<OpenFile> LinuxFileSystem::open(PlaceInFolder const& place)
         return nullptr;
     std::string const name(nameIn(place.path));
     struct stat facts{};
-    // Merely opening a device can do things.
+    // Opening a device can have side effects.
     int reason = ::fstatat(folder.get(), name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0
                      ? notRegular(facts.st_mode)
                      : errno;
@@ -186,7 +186,7 @@ bool LinuxFileSystem::replace(PlaceInFolder const& place, std::string_view conte
     if (reason != 0 && !isChange(reason))
         throw FileFailure(reason);
     bool const replaces = reason == 0;
-    // Nobody may read of a private file's new content before it has the old one's rights.
+    // Nobody may read a private file's new content before it has the old file's rights.
     TemporaryFile next(folder.get(), replaces ? 0600 : 0666);
     if (!next) {
         throwUnlessChange(errno); // The folder was removed.

@@ -7,10 +7,9 @@
 
 namespace zelvo {
 
-/// The files as the kernel has them. A folder that is granted is walked to from "/", a place from the
-/// granted folder's descriptor; the last name is opened, or replaced, in the folder that was reached. So a
-/// link that is put in the way is met and never followed. Mounted file systems are walked into.
-/// Thread: any.
+/// The kernel's files. It walks to a granted folder from "/" and to a place from the granted folder's
+/// descriptor; it opens or replaces the last name in the folder that it reached. So it meets a link that
+/// somebody puts in the way, and never follows it. Mounted file systems are walked into. Thread: any.
 class LinuxFileSystem final : public FileSystem {
 public:
     /// home  our own home folder
@@ -24,7 +23,7 @@ public:
 
 private:
     enum class Missing { fails, isMade };
-    /// Of the last name of a place; no descriptor when the place isn't what it was.
+    /// The folder of a place's last name; no descriptor if the place has changed.
     UniqueFd folderOf(PlaceInFolder const& place, Missing missing) const;
 
     std::filesystem::path const home;

@@ -31,7 +31,7 @@ std::optional<std::string> LinuxMachineFacts::computerName()
 
 std::string LinuxMachineFacts::osVersion()
 {
-    // The first file that exists counts, whatever it holds.
+    // The first file that exists counts, whatever its content.
     std::error_code error;
     auto const own = root / "etc" / "os-release";
     auto const file = std::filesystem::exists(own, error) ? own : root / "usr" / "lib" / "os-release";

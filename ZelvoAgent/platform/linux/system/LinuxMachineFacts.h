@@ -10,8 +10,8 @@ namespace zelvo {
 /// Facts from system calls and from the files in /etc and /proc.
 class LinuxMachineFacts final : public MachineFacts {
 public:
-    /// root  the folder that etc/ and usr/lib/ are looked for in
-    /// home  a folder on the volume whose free space is told
+    /// root  the folder that contains etc/ and usr/lib/; home  a folder on the volume whose free space is
+    /// reported
     explicit LinuxMachineFacts(std::filesystem::path root, std::filesystem::path home);
 
     /// PRETTY_HOSTNAME of etc/machine-info, else the host name.
@@ -22,8 +22,8 @@ public:
     std::optional<std::uint64_t> residentBytes() override;
     std::int32_t ownPid() override;
 
-    /// "12" gives "12.0.0" and "24.04" gives "24.4.0": three numbers, those that are missing are 0, what
-    /// follows is left out.
+    /// "12" becomes "12.0.0" and "24.04" becomes "24.4.0": three numbers; missing ones are 0, further ones
+    /// are dropped.
     static std::string threeNumbers(std::string_view version);
 
 private:

@@ -56,7 +56,7 @@ public:
             drop(noteOf(name));
             return;
         }
-        // First the note: with the file alone a service that comes back would win with what it held before.
+        // The note first: with the file alone, a service that returns would win with its old value.
         write(noteOf(name), "");
         write(fileOf(name), secret);
     }
@@ -79,7 +79,7 @@ private:
         return folder / (name.service + "." + name.account + ".newer");
     }
 
-    /// Brings to the service what it missed. False when it does not take it: what it holds is then out of
+    /// Applies the changes that the service missed. False if it refuses them; its values are then out of
     /// date.
     bool isMadeUp(SecretName const& name)
     {

@@ -10,16 +10,16 @@
 namespace zelvo {
 
 /// The Secret Service of the session bus, and a folder of files for when it does not answer. A read asks the
-/// service, then the file. A write goes to the service, and then the file goes; else to the file. A removal
-/// clears both. A change that the service missed is noted beside the file and made up for as soon as it
-/// answers again, so that no secret that was replaced or removed comes back.
+/// service, then the file. A write goes to the service and removes the file, or goes to the file. A removal
+/// clears both. A change that the service missed is noted beside the file and applied once the service
+/// answers again, so that no replaced or removed secret comes back.
 class LinuxSecretStore final : public SecretStore {
 public:
-    /// Calls what it is given, on any thread, each time the key ring appears or is unlocked.
+    /// Calls its argument, on any thread, each time the key ring appears or is unlocked.
     using Watch = std::function<void(std::function<void()> onAvailable)>;
 
-    /// folder  of the files, which are named SERVICE.ACCOUNT; made with mode 0700 at the first write
-    /// watch   may be empty: then nobody is ever told
+    /// folder  for the files, which are named SERVICE.ACCOUNT; made with mode 0700 at the first write; watch
+    /// may be empty: then nobody is notified
     LinuxSecretStore(Contexts const& contexts, Clock& clock, std::filesystem::path folder, Watch watch);
     ~LinuxSecretStore() override;
 

@@ -28,12 +28,12 @@ std::optional<Date> creationDate(struct statx const& facts)
 {
     if (!(facts.stx_mask & STATX_BTIME))
         return std::nullopt;
-    // Of Date's unit throughout: nanoseconds end in the year 2262.
+    // In Date's unit throughout: nanoseconds end in the year 2262.
     return Date(std::chrono::seconds(facts.stx_btime.tv_sec)) +
            std::chrono::microseconds(facts.stx_btime.tv_nsec / 1000);
 }
 
-/// Nothing unless it is a regular file.
+/// `nullopt` unless it is a regular file.
 std::optional<StoredFile> storedFile(DIR* folder, fs::path path)
 {
     struct statx facts{};
@@ -69,7 +69,7 @@ void LinuxVideoFolders::make(fs::path const& folder)
     fs::create_directories(folder, error);
     if (error)
         throw FileFailure(error.value());
-    if (!fs::is_directory(folder, error)) // It may be a file: nothing was made then.
+    if (!fs::is_directory(folder, error)) // It may be a file, in which case nothing was made.
         throw FileFailure(ENOTDIR);
 }
 

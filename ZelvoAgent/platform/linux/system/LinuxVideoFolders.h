@@ -7,8 +7,7 @@ namespace zelvo {
 /// The videos folder of the XDG rules, and ordinary files.
 class LinuxVideoFolders final : public VideoFolders {
 public:
-    /// configHome  the folder that user-dirs.dirs stands in
-    /// home        the person's home folder
+    /// configHome  the folder of user-dirs.dirs; home  the person's home folder
     LinuxVideoFolders(std::filesystem::path configHome, std::filesystem::path home);
 
     /// XDG_VIDEOS_DIR of user-dirs.dirs, read anew each time; without one, or with one that is neither

@@ -14,19 +14,19 @@ namespace zelvo {
 
 namespace {
 
-// Of what stands behind the name in /proc/PID/stat.
+// Indices of the fields after the name in /proc/PID/stat.
 constexpr std::size_t state = 0;
 constexpr std::size_t userTime = 11;
 constexpr std::size_t systemTime = 12;
 constexpr std::size_t startTime = 19;
 
-/// The fields behind the name; fewer than all of them without such a process.
+/// The fields after the name; fewer if there is no such process.
 std::vector<std::string> fieldsAfterName(std::int32_t pid)
 {
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
     std::string stat;
-    std::getline(file, stat, '\0'); // Not by iterators, which throw when the process ends meanwhile.
-    // The name in brackets may hold blanks and brackets.
+    std::getline(file, stat, '\0'); // Not with iterators, which throw if the process ends meanwhile.
+    // The name in brackets may contain blanks and brackets.
     auto const name = stat.rfind(')');
     if (name == std::string::npos)
         return {};
@@ -46,8 +46,8 @@ std::optional<std::chrono::milliseconds> timeIn(std::string const& field)
     return std::chrono::milliseconds(ticks * 1000 / ::sysconf(_SC_CLK_TCK));
 }
 
-/// When the machine started, by the calendar. Two clocks cannot be read at once, so each look at them gives
-/// another answer: the first one holds until the clock has been set.
+/// The date at which the machine started. Two clocks cannot be read at once, so each look gives a slightly
+/// different date: the first one is kept until somebody sets the clock.
 std::chrono::system_clock::time_point bootDate()
 {
     using Clock = std::chrono::system_clock;

@@ -10,7 +10,7 @@ namespace zelvo::routes {
 
 namespace {
 
-/// A default route that packets can take: not one that only refuses them, nor one over a link that is down.
+/// A default route that carries packets: neither one that rejects them nor one over a link that is down.
 bool isUsableDefault(rtmsg const& route)
 {
     return (route.rtm_family == AF_INET || route.rtm_family == AF_INET6) && route.rtm_dst_len == 0 &&

@@ -26,8 +26,7 @@ int openSocket()
     UniqueFd socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
-    // With an interface the kernel drops its IPv4 routes without a word about them, so links and addresses
-    // count too.
+    // The kernel removes an interface's IPv4 routes without a message, so links and addresses count too.
     address.nl_groups =
         RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE | RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
     if (!socket || ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
@@ -37,8 +36,8 @@ int openSocket()
 
 } // namespace
 
-/// One socket that asks for all routes and hears of changes. After a change it asks again; changes that come
-/// while an answer is under way cost one more question, however many they are.
+/// One socket that requests all routes and receives changes. After a change it asks again; any number of
+/// changes during an answer cost one more request.
 class RtnetlinkPath::Watcher : public std::enable_shared_from_this<Watcher> {
 public:
     Watcher(Executor const& agent, std::function<void(bool)> onUpdate)
@@ -84,7 +83,7 @@ private:
                               });
     }
 
-    /// One packet a turn, so that a long table never holds up the thread.
+    /// One packet per handler, so that a long table never blocks the thread.
     void readPacket()
     {
         sockaddr_nl from{};
@@ -93,7 +92,7 @@ private:
             ::recvfrom(descriptor.native_handle(), buffer.data(), buffer.size(), MSG_DONTWAIT | MSG_TRUNC,
                        reinterpret_cast<sockaddr*>(&from), &length);
         if (count < 0 && errno == ENOBUFS)
-            isStale = true; // News were lost.
+            isStale = true; // The kernel dropped notifications.
         else if (count > 0 && from.nl_pid == 0 && static_cast<std::size_t>(count) <= buffer.size())
             take(routes::parse(std::span(buffer).first(static_cast<std::size_t>(count)), sequence));
         if (isStale && !isAsking)
@@ -122,7 +121,7 @@ private:
             onUpdate(satisfied);
     }
 
-    // All on the agent's thread.
+    // Everything on the agent's thread.
     asio::posix::stream_descriptor descriptor;
     std::function<void(bool)> onUpdate;
     std::uint32_t sequence = 0;

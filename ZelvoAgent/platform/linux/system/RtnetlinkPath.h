@@ -7,12 +7,11 @@
 
 namespace zelvo {
 
-/// The kernel's routes: the path is satisfied while a usable default route exists, of IPv4 or IPv6. Told once
-/// at the start and at each change of that. Where the kernel gives no answer at all, the path counts as
-/// satisfied.
+/// The kernel's routes: the path is satisfied while a usable IPv4 or IPv6 default route exists. Reports once
+/// at the start and at each change. If the kernel never answers, the path counts as satisfied.
 class RtnetlinkPath final : public NetworkPath {
 public:
-    /// agent must stand on an io_context.
+    /// agent must belong to an io_context.
     explicit RtnetlinkPath(Executor agent);
     ~RtnetlinkPath() override;
 

@@ -18,7 +18,7 @@ struct Unref {
 template <class T>
 using GRef = std::unique_ptr<T, Unref>;
 
-/// Takes the error of a GLib call. Its text is never used: it could hold what a service was told.
+/// Receives a GLib call's error. Its text is never used: it could contain what was sent to a service.
 class Failure {
 public:
     Failure() = default;
@@ -58,7 +58,7 @@ Attributes attributesOf(SecretName const& name)
             &g_hash_table_unref};
 }
 
-/// Without an address GLib would start a bus of its own.
+/// Without an address GLib would start a new bus.
 bool hasSessionBus()
 {
     char const* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
@@ -69,8 +69,7 @@ bool hasSessionBus()
     return runtime && std::filesystem::is_socket(*runtime / "bus", error);
 }
 
-/// A main context of the thread's own for the time of one conversation, so that no other loop is handed its
-/// events.
+/// A main context for one conversation, so that no other loop receives its events.
 class OwnMainContext {
 public:
     OwnMainContext() : context(g_main_context_new()) { g_main_context_push_thread_default(context); }
@@ -78,7 +77,7 @@ public:
     OwnMainContext& operator=(OwnMainContext const&) = delete;
     ~OwnMainContext()
     {
-        while (g_main_context_iteration(context, FALSE)) // Lets go of what pending events hold.
+        while (g_main_context_iteration(context, FALSE)) // Releases what pending events hold.
             ;
         g_main_context_pop_thread_default(context);
         g_main_context_unref(context);
@@ -88,7 +87,7 @@ private:
     GMainContext* context;
 };
 
-/// One conversation with the service, which ends when its patience does.
+/// One conversation with the service, limited by its patience.
 class Conversation {
 public:
     Conversation(Executor const& agent, Clock& clock)
@@ -102,7 +101,8 @@ public:
         bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, end.get(), failure.out()));
         if (!bus)
             return;
-        g_dbus_connection_set_exit_on_close(bus.get(), FALSE); // Else the process dies with the bus.
+        g_dbus_connection_set_exit_on_close(bus.get(),
+                                            FALSE); // Otherwise the process would exit with the bus.
         service.reset(secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, end.get(),
                                                failure.out()));
     }
@@ -112,7 +112,7 @@ public:
 
     explicit operator bool() const { return service != nullptr; }
 
-    /// All items of that name, locked ones among them; nothing when there was no answer.
+    /// All items of that name, including locked ones; `nullopt` without an answer.
     std::optional<std::vector<GRef<SecretItem>>> items(SecretName const& name, bool withSecrets)
     {
         auto const flags = static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL |
@@ -140,7 +140,7 @@ public:
         GRef<SecretCollection> const collection(secret_collection_for_alias_sync(
             service.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, end.get(), failure.out()));
         if (!collection || secret_collection_get_locked(collection.get()))
-            return false; // Asking to make or unlock one would bring up a prompt.
+            return false; // Creating or unlocking one would show a prompt.
         GRef<SecretItem> const made(
             secret_item_create_sync(collection.get(), &schema(), attributesOf(name).get(), "Zelvo", value,
                                     SECRET_ITEM_CREATE_REPLACE, end.get(), failure.out()));
@@ -211,7 +211,7 @@ bool SecretServiceCalls::set(SecretName const& name, std::string const& secret)
     bool isHeld = false;
     for (auto const& item : *items) {
         if (secret_item_get_locked(item.get()))
-            return false; // The old secret would come back with the unlocking.
+            return false; // The old secret would come back once it is unlocked.
         if (isHeld)
             talk.erase(item.get());
         else

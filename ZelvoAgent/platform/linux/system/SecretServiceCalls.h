@@ -14,9 +14,8 @@ struct SecretName {
     std::string account;
 };
 
-/// Blocking calls of the Secret Service that never bring up a prompt: what is locked counts as not answering,
-/// and so does a service that stays silent for `patience`. Thread: one at a time, never the agent's, which
-/// runs the clock.
+/// Blocking Secret Service calls that never show a prompt: a locked service counts as not answering, and so
+/// does one that stays silent for `patience`. Thread: one at a time, never the agent's, which runs the clock.
 class SecretServiceCalls {
 public:
     static constexpr Duration patience = 2s;
@@ -28,9 +27,9 @@ public:
         std::optional<std::string> secret;
     };
     Found get(SecretName const& name);
-    /// True when the service holds the secret now.
+    /// True if the service holds the secret now.
     bool set(SecretName const& name, std::string const& secret);
-    /// True when the service holds no such secret now.
+    /// True if the service holds no such secret now.
     bool remove(SecretName const& name);
 
 private:

@@ -12,7 +12,7 @@ std::filesystem::path home();
 std::filesystem::path configHome();
 /// $XDG_DATA_HOME, else ~/.local/share.
 std::filesystem::path dataHome();
-/// $XDG_RUNTIME_DIR; nothing when unset.
+/// $XDG_RUNTIME_DIR; `nullopt` if unset.
 std::optional<std::filesystem::path> runtimeFolder();
 
 /// Where this program keeps its settings, and its secrets where there is no key ring.
