@@ -169,15 +169,17 @@ TEST_F(Probes, agreeWithAWalkOfEveryRoleOfGtk4)
 {
     show(form(desktop, Toolkit::gtk4));
 
-    // A button without a name lies in each of these, and is told as a part of them.
-    expectAgreement({"AXButton "}, 20);
+    // A button without a name lies in each of these, and is told as a part of them; since GTK 4.18 it stays
+    // pressed, and lies in the button of a menu too.
+    expectAgreement({"AXButton ", "AXCheckBox ", "AXButton Tool"}, 20);
 }
 
 TEST_F(Probes, agreeWithAWalkOfEveryRoleOfQt)
 {
     show(form(desktop, Toolkit::qt));
 
-    expectAgreement({"AXPopUpButton one"}, 20);
+    // The field in an editable list, as in GTK 3. Newer versions of Qt call the list editable.
+    expectAgreement({"AXPopUpButton one", "AXComboBox one"}, 20);
 }
 
 TEST_F(Probes, agreeWithAWalkOfAnEditor)
@@ -248,17 +250,6 @@ TEST_F(Probes, seeAnItemInTheOpenMenuOfAButtonOfGtk3)
     expectItem("Tool", "Tool item");
 }
 
-TEST_F(Probes, seeAPasswordFieldAndNothingOfItsContent)
-{
-    show(zenity({"--entry", "--hide-text", "--entry-text", "hunter2", "--text", "Secret?"}));
-
-    std::optional<ProbedElement> const probed = focusOn("AXSecureTextField");
-
-    ASSERT_TRUE(probed);
-    EXPECT_EQ(textOf(probed).find("hunter2"), std::string::npos);
-    EXPECT_EQ(probed->windowSubrole, "AXDialog");
-}
-
 class ProbesOfFocus : public Probes, public testing::WithParamInterface<Toolkit> {};
 
 TEST_P(ProbesOfFocus, seeTheFieldThatHasIt)
@@ -278,6 +269,25 @@ TEST_P(ProbesOfFocus, seeTheFieldThatHasIt)
     EXPECT_TRUE(isSame(probed, field)) << textOf(probed);
     EXPECT_EQ(probed->windowSubrole, "AXStandardWindow");
     EXPECT_EQ(fixture->dialog(), std::nullopt);
+}
+
+TEST_P(ProbesOfFocus, seeAPasswordFieldAndNothingOfItsContent)
+{
+    show(form(desktop, GetParam()));
+    UiElementInfo field;
+    require("a password field", [&] {
+        for (UiElementInfo const& info : operable())
+            if (info.role == "AXSecureTextField")
+                field = info;
+        return !field.role.empty();
+    });
+
+    click(centerOf(field));
+
+    std::optional<ProbedElement> const probed = focusOn("AXSecureTextField");
+    ASSERT_TRUE(probed);
+    EXPECT_EQ(probed->role, "AXSecureTextField");
+    EXPECT_EQ(textOf(probed).find("secret"), std::string::npos);
 }
 
 std::string nameOf(testing::TestParamInfo<Toolkit> const& given)

@@ -279,8 +279,9 @@ AtspiNode::Index AtspiHitTest::wholeOf(Index index, DesktopPoint point)
         // What is written in a text of several lines has elements of its own.
         if (isAField(around) && !(isText && around == "AXTextArea"))
             return isAt(*above, point) ? *above : index;
-        // A list that drops down may be made of a button.
-        if (!isAContainer(around) && !(around == "AXButton" && isPartOfAList(*above)))
+        // A list that drops down may be made of a button, which is one that stays pressed in GTK 4.18.
+        bool const isButton = around == "AXButton" || around == "AXCheckBox" || around == "AXMenuButton";
+        if (!isAContainer(around) && !(isButton && isPartOfAList(*above)))
             return index;
     }
     return index;
