@@ -245,7 +245,9 @@ bool PrivateDesktop::startCompositor()
     auto* x = connection->x.get();
     xcb_atom_t const selection = atomOf(x, "_NET_WM_CM_S0");
     try {
-        start({"picom", "--backend", "xrender", "--config", "/dev/null", "--fading", "--shadow"});
+        // picom 12 leaves most of the screen black when it draws on Xvfb only what has changed.
+        start({"picom", "--backend", "xrender", "--config", "/dev/null", "--fading", "--shadow",
+               "--no-use-damage"});
     } catch (std::runtime_error const&) {
         return false;
     }
