@@ -112,6 +112,24 @@ esac
         self.assertEqual((ended.returncode, ended.stderr), (8, ""))
 
 
+class TryFresh(Folder):
+    def start(self, *arguments):
+        """On a machine that permits neither root nor mounts, whoever runs the tests."""
+        self.program("unshare", "#!/bin/sh\nexit 1\n")
+        self.program("sudo", "#!/bin/sh\nexit 1\n")
+        environment = dict(os.environ, PATH=f"{self.folder}:{os.environ['PATH']}", TMPDIR=str(self.folder))
+        return run([ROOT / "scripts/try-fresh", *arguments], env=environment, stdin=subprocess.DEVNULL)
+
+    def test_says_in_one_line_that_the_machine_does_not_permit_it(self):
+        ended = self.start("trixie")
+        self.assertEqual((ended.returncode, ended.stderr), (0, ""))
+        self.assertRegex(ended.stdout, r"^Fresh trixie: left out, (this machine permits no private mounts|it needs root)\n$")
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["sudo", "unshare"])
+
+    def test_refuses_an_unknown_suite(self):
+        self.assertEqual(self.start("potato").returncode, 2)
+
+
 class Run(Folder):
     def test_says_which_line_could_not_go_on(self):
         build = self.folder / "build"
