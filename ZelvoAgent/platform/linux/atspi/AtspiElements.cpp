@@ -79,7 +79,7 @@ std::optional<bool> AtspiElements::mayHaveValue(Index index) const
 bool AtspiElements::mayHaveTitle(Index index) const
 {
     // Inside a password field a label could be what was typed. Its own name is that of the field.
-    return nodes[index].role == atspi_role::passwordText || !nodes.isSecret(index) ||
+    return nodes[index].role == AtspiRole::passwordText || !nodes.isSecret(index) ||
            !isTextRole(nodes.axRole(index).role);
 }
 
@@ -117,7 +117,7 @@ std::vector<AtspiQuestion> AtspiElements::details(Index index) const
 
 void AtspiElements::noteRole(Index index)
 {
-    if (nodes[index].role == atspi_role::documentWeb)
+    if (nodes[index].role == AtspiRole::documentWeb)
         isWoken = true;
 }
 

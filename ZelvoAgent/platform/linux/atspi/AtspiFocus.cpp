@@ -9,10 +9,10 @@ namespace {
 
 constexpr std::size_t maxLevels = 100;
 
-bool isItem(std::uint32_t role)
+bool isItem(AtspiRole role)
 {
-    return role == atspi_role::listItem || role == atspi_role::pageTab || role == atspi_role::tableCell ||
-           role == atspi_role::treeItem;
+    return role == AtspiRole::listItem || role == AtspiRole::pageTab || role == AtspiRole::tableCell ||
+           role == AtspiRole::treeItem;
 }
 
 } // namespace
@@ -75,8 +75,8 @@ std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
 bool AtspiFocus::isJustCurrent(Index index) const
 {
     AtspiNode const& node = nodes[index];
-    return inquiry.toolkitOf(node.peer).callsItemsFocused && isItem(node.role.value_or(0)) && node.parent &&
-           !nodes[*node.parent].has(AtspiState::focused);
+    return inquiry.toolkitOf(node.peer).callsItemsFocused && isItem(node.role.value_or(AtspiRole::invalid)) &&
+           node.parent && !nodes[*node.parent].has(AtspiState::focused);
 }
 
 } // namespace zelvo

@@ -27,10 +27,10 @@ bool isAContainer(std::string_view axRole)
 
 /// May an element of this role lay its children over one another? GTK 3 calls boxes and lists, which do not,
 /// otherwise.
-bool mayStack(std::uint32_t role)
+bool mayStack(AtspiRole role)
 {
-    return role == atspi_role::dialog || role == atspi_role::frame || role == atspi_role::panel ||
-           role == atspi_role::layeredPane || role == atspi_role::window;
+    return role == AtspiRole::dialog || role == AtspiRole::frame || role == AtspiRole::panel ||
+           role == AtspiRole::layeredPane || role == AtspiRole::window;
 }
 
 /// The part of a rectangle that lies in another one, from 0 to 1.
@@ -161,7 +161,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::overlay(Chain const& chain, Deskto
         return std::nullopt;
     Chain stacks;
     for (Index const index : chain | std::views::take(chain.size() - 1))
-        if (mayStack(nodes[index].role.value_or(0)))
+        if (mayStack(nodes[index].role.value_or(AtspiRole::invalid)))
             stacks.push_back(index);
     for (Index const index : stacks)
         inquiry.ask(index, AtspiQuestion::childCount);
@@ -205,7 +205,7 @@ bool AtspiHitTest::isElsewhere(Index index)
     AtspiNode const& node = nodes[index];
     if (node.has(AtspiState::defunct))
         return false;
-    return !node.role || (known.isShowing(index) && node.role == atspi_role::pageTab);
+    return !node.role || (known.isShowing(index) && node.role == AtspiRole::pageTab);
 }
 
 bool AtspiHitTest::isBlank(Index index)
@@ -213,14 +213,14 @@ bool AtspiHitTest::isBlank(Index index)
     if (!inquiry.toolkitOf(nodes[index].peer).guessesHits || !isAContainer(nodes.axRole(index).role))
         return false;
     for (std::optional<Index> at = index; at; at = nodes[*at].parent)
-        if (nodes[*at].role == atspi_role::documentWeb)
+        if (nodes[*at].role == AtspiRole::documentWeb)
             return false;
     return true;
 }
 
 std::optional<AtspiNode::Index> AtspiHitTest::anythingElse(Index index, DesktopPoint point)
 {
-    if (lookedAt >= maxLookedAt || nodes[index].role == atspi_role::documentWeb)
+    if (lookedAt >= maxLookedAt || nodes[index].role == AtspiRole::documentWeb)
         return std::nullopt;
     Chain const children = childrenOf(index);
     lookedAt += children.size();
@@ -229,7 +229,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::anythingElse(Index index, DesktopP
             continue;
         if (auto const found = anythingElse(child, point))
             return found;
-        if (!isAContainer(nodes.axRole(child).role) && nodes[child].role != atspi_role::documentWeb)
+        if (!isAContainer(nodes.axRole(child).role) && nodes[child].role != AtspiRole::documentWeb)
             return child;
     }
     return std::nullopt;
@@ -245,7 +245,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::findDropped(DesktopRect const& pop
         for (Index const index : row) {
             known.identify(index);
             // GTK 3 does not call the menu showing that a button has opened.
-            if (!known.isShowing(index) && !(known.exists(index) && nodes[index].role == atspi_role::menu))
+            if (!known.isShowing(index) && !(known.exists(index) && nodes[index].role == AtspiRole::menu))
                 continue;
             showing.push_back(index);
             inquiry.ask(index, AtspiQuestion::children);

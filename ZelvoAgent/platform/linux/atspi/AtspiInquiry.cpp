@@ -218,11 +218,11 @@ void AtspiInquiry::askChildren(Index index)
 {
     AtspiNode const& node = nodes[index];
     bool const mayBeMany =
-        node.has(AtspiState::managesDescendants) && holdsManyChildren(node.role.value_or(0));
+        node.has(AtspiState::managesDescendants) && holdsManyChildren(node.role.value_or(AtspiRole::invalid));
     bool const listsSlowly = toolkitOf(node.peer).listsSlowly;
     // What is in a button out of sight is so too. Of a long page most elements are such.
     if (toolkitOf(node.peer).hidesWhatIsOutOfView && node.states && !node.has(AtspiState::showing) &&
-        isLeafRole(node.role.value_or(0)))
+        isLeafRole(node.role.value_or(AtspiRole::invalid)))
         return finishChildren(index, {});
     // The count comes first where a long list would keep the application busy for seconds.
     if ((mayBeMany || listsSlowly) && !node.isAnswered(AtspiQuestion::childCount) && !node.childCount)

@@ -156,9 +156,10 @@ std::optional<Reference> readReference(sd_bus_message* message)
     return reference;
 }
 
-std::optional<std::uint32_t> readRole(sd_bus_message* message)
+std::optional<AtspiRole> readRole(sd_bus_message* message)
 {
-    return basic<std::uint32_t>(message, SD_BUS_TYPE_UINT32);
+    auto const number = basic<std::uint32_t>(message, SD_BUS_TYPE_UINT32);
+    return number ? std::optional(static_cast<AtspiRole>(*number)) : std::nullopt;
 }
 
 std::optional<AtspiStates> readStates(sd_bus_message* message)
@@ -255,7 +256,7 @@ std::optional<std::vector<Relation>> readRelations(sd_bus_message* message)
     bool const isList = forEach(message, "(ua(so))", [&] {
         if (!enter(message, SD_BUS_TYPE_STRUCT, "ua(so)"))
             return false;
-        auto const type = readRole(message);
+        auto const type = basic<std::uint32_t>(message, SD_BUS_TYPE_UINT32);
         if (!type || !enter(message, SD_BUS_TYPE_ARRAY, "(so)"))
             return false;
         Relation& relation = relations.emplace_back(Relation{.type = *type});

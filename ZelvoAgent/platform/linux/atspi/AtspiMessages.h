@@ -79,7 +79,7 @@ std::optional<std::vector<Reference>> readReferences(sd_bus_message* message);
 /// "(so)"; nothing for the null reference.
 std::optional<Reference> readReference(sd_bus_message* message);
 /// "u"
-std::optional<std::uint32_t> readRole(sd_bus_message* message);
+std::optional<AtspiRole> readRole(sd_bus_message* message);
 /// "au": 32 states a number.
 std::optional<AtspiStates> readStates(sd_bus_message* message);
 /// "as", as bits of Interface.

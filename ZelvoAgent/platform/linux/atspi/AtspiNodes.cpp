@@ -185,7 +185,8 @@ bool AtspiNodes::isBefore(Index left, Index right) const
 AxRole AtspiNodes::axRole(Index index) const
 {
     AtspiNode const& node = nodes[index];
-    return axRoleOf(node.role.value_or(0), node.states.value_or(AtspiStates()), placeOf(index));
+    return axRoleOf(node.role.value_or(AtspiRole::invalid), node.states.value_or(AtspiStates()),
+                    placeOf(index));
 }
 
 AtspiPlace AtspiNodes::placeOf(Index index) const
@@ -193,13 +194,13 @@ AtspiPlace AtspiNodes::placeOf(Index index) const
     auto const parent = nodes[index].parent;
     if (!parent)
         return {};
-    return {.isInApplication = *parent == 0, .isInMenuBar = nodes[*parent].role == atspi_role::menuBar};
+    return {.isInApplication = *parent == 0, .isInMenuBar = nodes[*parent].role == AtspiRole::menuBar};
 }
 
 bool AtspiNodes::isSecret(Index index) const
 {
     for (std::optional<Index> at = index; at; at = nodes[*at].parent)
-        if (nodes[*at].role == atspi_role::passwordText)
+        if (nodes[*at].role == AtspiRole::passwordText)
             return true;
     return false;
 }

@@ -48,7 +48,7 @@ struct AtspiNode {
     int level = 0;                     ///< below the application
     std::array<Progress, atspiQuestions> progress{};
 
-    std::optional<std::uint32_t> role;
+    std::optional<AtspiRole> role;
     std::optional<AtspiStates> states;
     std::optional<std::uint32_t> interfaces;
     std::optional<std::vector<Index>> children;

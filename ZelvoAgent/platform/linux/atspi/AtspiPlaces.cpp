@@ -36,7 +36,7 @@ void AtspiPlaces::forget()
 
 bool AtspiPlaces::mattersToPlaces(Index index) const
 {
-    return mapping && mapping->mattersToPlaces(nodes[index].role.value_or(0));
+    return mapping && mapping->mattersToPlaces(nodes[index].role.value_or(AtspiRole::invalid));
 }
 
 std::optional<DesktopRect> AtspiPlaces::frameOf(Index index)
@@ -91,7 +91,7 @@ std::optional<PlacedElement> AtspiPlaces::place(Index index, bool wantsFrame)
     bool const wantsExtents = wantsFrame || mattersToPlaces(index);
     Known placed{.hasFrame = wantsExtents};
     if (auto const around = spaceAround(index))
-        placed.placed = mapping->place(*around, nodes[index].role.value_or(0),
+        placed.placed = mapping->place(*around, nodes[index].role.value_or(AtspiRole::invalid),
                                        wantsExtents ? reportedOf(index) : std::nullopt);
     // A top-level element is a window, but lies over no other of its own.
     if (placed.placed && nodes[index].parent == 0u)

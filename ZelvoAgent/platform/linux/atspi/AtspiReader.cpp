@@ -388,7 +388,7 @@ std::optional<AtspiNode::Index> AtspiReader::menuBar()
         std::vector<Index> below;
         for (Index const index : row) {
             known->identify(index);
-            if (nodes[index].role == atspi_role::menuBar && known->exists(index))
+            if (nodes[index].role == AtspiRole::menuBar && known->exists(index))
                 return index;
             if (!known->exists(index) || ++searched >= maxSearchedForMenuBar)
                 continue;

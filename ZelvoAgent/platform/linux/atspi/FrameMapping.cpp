@@ -9,40 +9,15 @@ namespace zelvo {
 
 namespace {
 
-/// Numbers of AT-SPI roles.
-enum Role : std::uint32_t {
-    alert = 2,
-    checkMenuItem = 8,
-    comboBox = 11,
-    dialog = 16,
-    filler = 20,
-    list = 31,
-    menu = 33,
-    menuBar = 34,
-    menuItem = 35,
-    panel = 39,
-    popupMenu = 41,
-    radioMenuItem = 45,
-    rootPane = 46,
-    scrollPane = 49,
-    table = 55,
-    toolTip = 64,
-    tree = 65,
-    treeTable = 66,
-    viewport = 68,
-    window = 69,
-    documentFrame = 82,
-    documentWeb = 95,
-    listBox = 98,
-};
+using enum AtspiRole;
 
-bool isDocument(std::uint32_t role)
+bool isDocument(AtspiRole role)
 {
     return role == documentWeb || role == documentFrame;
 }
 
 /// Is it shown in a window of its own, wherever its parent is?
-bool isAWindow(std::uint32_t role)
+bool isAWindow(AtspiRole role)
 {
     switch (role) {
     case alert:
@@ -57,13 +32,13 @@ bool isAWindow(std::uint32_t role)
 }
 
 /// An item of a menu. A button of GTK 3 lists those of its menu as its own.
-bool isMenuItem(std::uint32_t role)
+bool isMenuItem(AtspiRole role)
 {
     return role == checkMenuItem || role == menuItem || role == radioMenuItem;
 }
 
 /// Does what lies in it drop down into a window of its own?
-bool dropsDown(std::uint32_t role)
+bool dropsDown(AtspiRole role)
 {
     return role == menu || role == comboBox;
 }
@@ -191,7 +166,7 @@ FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<
 }
 
 PlacedElement FrameMapping::place(FrameSpace const& parent,
-                                  std::uint32_t role,
+                                  AtspiRole role,
                                   std::optional<ReportedRect> const& reported) const
 {
     PlacedElement placed = placeItself(parent, role, reported);
@@ -201,7 +176,7 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
 }
 
 PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
-                                        std::uint32_t role,
+                                        AtspiRole role,
                                         std::optional<ReportedRect> const& reported) const
 {
     PlacedElement placed{.inside = parent};
@@ -246,7 +221,7 @@ PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
 /// LibreOffice draws a window of its own into one of GTK, below the menu bar, and some of GTK's into that
 /// again; each tells places as if the other were not there. Where one begins, a container fills another one,
 /// but elsewhere.
-void FrameMapping::layOntoContainer(FrameSpace& space, std::uint32_t role, ReportedRect const& reported)
+void FrameMapping::layOntoContainer(FrameSpace& space, AtspiRole role, ReportedRect const& reported)
 {
     auto const outside = std::exchange(space.enclosing, std::nullopt);
     if (role != panel && role != rootPane)
@@ -287,7 +262,7 @@ ProcessWindow const* FrameMapping::popupOf(FrameSpace const& parent, ReportedRec
     return nearest;
 }
 
-bool FrameMapping::mayFillAPopup(std::uint32_t role) const
+bool FrameMapping::mayFillAPopup(AtspiRole role) const
 {
     if (toolkit == "GTK")
         return role == filler || role == panel || role == listBox || role == dialog || role == menu ||
@@ -295,13 +270,13 @@ bool FrameMapping::mayFillAPopup(std::uint32_t role) const
     return toolkit == "Qt" && role == popupMenu;
 }
 
-bool FrameMapping::mattersToPlaces(std::uint32_t role) const
+bool FrameMapping::mattersToPlaces(AtspiRole role) const
 {
     bool const isContainer = toolkit == "gtk" && (role == panel || role == rootPane);
     return clipsItsContent(role) || mayFillAPopup(role) || isContainer;
 }
 
-bool FrameMapping::clipsItsContent(std::uint32_t role) const
+bool FrameMapping::clipsItsContent(AtspiRole role) const
 {
     switch (role) {
     case menuBar:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
+#include "platform/linux/atspi/AtspiRole.h"
 #include "platform/linux/atspi/WindowFit.h"
 #include "platform/linux/x11/DisplayLayout.h"
 #include "platform/linux/x11/windows/ProcessWindows.h"
@@ -62,11 +63,11 @@ public:
     std::optional<FrameSpace> topLevel(std::size_t index) const;
 
     /// Places an element in the space of its parent.
-    /// role      its AT-SPI role, the number on the bus
+    /// role      its AT-SPI role
     /// reported  its extents as the application gives them; nothing when they were not asked for, which is
     ///           right for an element whose place nobody wants and whose role does not matter to places
     PlacedElement
-    place(FrameSpace const& parent, std::uint32_t role, std::optional<ReportedRect> const& reported) const;
+    place(FrameSpace const& parent, AtspiRole role, std::optional<ReportedRect> const& reported) const;
 
     /// The windows that take the pointer at a point of the main display, as far as other applications leave
     /// them, the one on top first.
@@ -75,19 +76,18 @@ public:
     ReportedPoint reportedAt(FrameSpace const& space, DesktopPoint point) const;
 
     /// Do elements below one of this role need its extents, to be placed right?
-    bool mattersToPlaces(std::uint32_t role) const;
+    bool mattersToPlaces(AtspiRole role) const;
 
 private:
-    PlacedElement placeItself(FrameSpace const& parent,
-                              std::uint32_t role,
-                              std::optional<ReportedRect> const& reported) const;
+    PlacedElement
+    placeItself(FrameSpace const& parent, AtspiRole role, std::optional<ReportedRect> const& reported) const;
     FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
-    static void layOntoContainer(FrameSpace& space, std::uint32_t role, ReportedRect const& reported);
+    static void layOntoContainer(FrameSpace& space, AtspiRole role, ReportedRect const& reported);
     PixelRect onScreen(PixelRect const& area) const;
     DesktopRect inPoints(PixelRect const& area) const;
-    bool mayFillAPopup(std::uint32_t role) const;
-    bool clipsItsContent(std::uint32_t role) const;
+    bool mayFillAPopup(AtspiRole role) const;
+    bool clipsItsContent(AtspiRole role) const;
 
     std::string toolkit;
     std::vector<ProcessWindow> windows;

@@ -90,7 +90,7 @@ TEST_F(AtspiNodesTest, hangsNothingAboveItself)
 
 TEST_F(AtspiNodesTest, knowsWhatIsInAPasswordField)
 {
-    nodes[1].role = atspi_role::passwordText;
+    nodes[1].role = AtspiRole::passwordText;
 
     EXPECT_TRUE(nodes.isSecret(1));
     EXPECT_TRUE(nodes.isSecret(5));

@@ -12,7 +12,7 @@ using enum AtspiState;
 
 std::string ax(std::uint32_t role, AtspiStates states = {}, AtspiPlace place = {})
 {
-    AxRole const found = axRoleOf(role, states, place);
+    AxRole const found = axRoleOf(AtspiRole{role}, states, place);
     return std::string(found.role) + (found.subrole.empty() ? "" : "/" + std::string(found.subrole));
 }
 

@@ -5,26 +5,14 @@
 namespace zelvo::test {
 namespace {
 
-// The numbers of AT-SPI roles.
-constexpr std::uint32_t comboBox = 11;
-constexpr std::uint32_t filler = 20;
-constexpr std::uint32_t frameRole = 23;
-constexpr std::uint32_t menu = 33;
-constexpr std::uint32_t menuBar = 34;
-constexpr std::uint32_t menuItem = 35;
-constexpr std::uint32_t panelRole = 39;
-constexpr std::uint32_t popupMenu = 41;
-constexpr std::uint32_t button = 43;
-constexpr std::uint32_t rootPane = 46;
-constexpr std::uint32_t scrollPane = 49;
-constexpr std::uint32_t documentWeb = 95;
+using enum AtspiRole;
 
 std::vector<DisplayLayout> const unscaled = {{.widthPixels = 1600, .heightPixels = 1200}};
 std::vector<DisplayLayout> const doubled = {{.widthPixels = 1600, .heightPixels = 1200, .scale = 2}};
 
 /// Places an element that lies in others, by what each of them reports from the outermost to the innermost.
 struct Step {
-    std::uint32_t role;
+    AtspiRole role;
     ReportedRect reported;
 };
 std::optional<DesktopRect> placeOf(FrameMapping const& mapping, std::vector<Step> const& way)
@@ -101,7 +89,7 @@ TEST(FramesOfGtk3, areUnitsOfTheScreen)
     ReportedRect const top{150, 100, 422, 314};
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {171, 147, 58, 32}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {171, 147, 58, 32}}}),
               (DesktopRect{343, 295, 116, 64})); // drawn at 342, 295
 }
 
@@ -114,7 +102,7 @@ TEST(FramesOfGtk3, arePlainPixelsInAShadow)
     ReportedRect const top{301, 201, 472, 399};
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {347, 307, 58, 32}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {347, 307, 58, 32}}}),
               (DesktopRect{347, 307, 58, 32}));
 }
 
@@ -124,9 +112,8 @@ TEST(FramesOfGtk3, reachOutOfTheWindowInMenus)
     ReportedRect const top{301, 201, 422, 327};
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
 
-    EXPECT_EQ(
-        placeOf(mapping, {{frameRole, top}, {menu, {302, 223, 37, 27}}, {menuItem, {690, 597, 102, 32}}}),
-        (DesktopRect{690, 597, 102, 32}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {menu, {302, 223, 37, 27}}, {menuItem, {690, 597, 102, 32}}}),
+              (DesktopRect{690, 597, 102, 32}));
 }
 
 TEST(FramesOfGtk3, reachOutOfTheWindowInTheMenuOfAButton)
@@ -136,7 +123,7 @@ TEST(FramesOfGtk3, reachOutOfTheWindowInTheMenuOfAButton)
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
 
     EXPECT_EQ(
-        placeOf(mapping, {{frameRole, top}, {button, {302, 500, 37, 20}}, {menuItem, {302, 520, 102, 32}}}),
+        placeOf(mapping, {{frame, top}, {pushButton, {302, 500, 37, 20}}, {menuItem, {302, 520, 102, 32}}}),
         (DesktopRect{302, 520, 102, 32}));
 }
 
@@ -146,7 +133,7 @@ TEST(FramesOfGtk3, areNothingWhereNothingShows)
     ReportedRect const top{301, 201, 422, 327};
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {INT32_MIN, INT32_MIN, 420, 32}}}), std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {INT32_MIN, INT32_MIN, 420, 32}}}), std::nullopt);
 }
 
 TEST(FramesOfGtk3, endWhereTheScrolledPartEnds)
@@ -156,9 +143,9 @@ TEST(FramesOfGtk3, endWhereTheScrolledPartEnds)
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
     Step const pane{scrollPane, {302, 382, 420, 141}};
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, pane, {button, {302, 356, 420, 32}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, pane, {pushButton, {302, 356, 420, 32}}}),
               (DesktopRect{302, 382, 420, 6}));
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, pane, {button, {302, 320, 420, 32}}}), std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, pane, {pushButton, {302, 320, 420, 32}}}), std::nullopt);
 }
 
 TEST(FramesOfLibreOffice, areBelowItsMenuBar)
@@ -166,20 +153,19 @@ TEST(FramesOfLibreOffice, areBelowItsMenuBar)
     ProcessWindow const window{.title = "Lab", .inner = {0, 21, 1600, 1179}, .outer = {0, 0, 1600, 1200}};
     ReportedRect const top{0, 0, 1600, 1200};
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
-    Step const whole{panelRole, {0, 21, 1600, 1179}};
-    Step const below{panelRole, {0, 48, 1600, 1152}};
+    Step const whole{panel, {0, 21, 1600, 1179}};
+    Step const below{panel, {0, 48, 1600, 1152}};
     Step const own{rootPane, {0, 21, 1600, 1152}}; // It is drawn where `below` is.
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, whole, {menu, {0, 21, 37, 27}}}),
-              (DesktopRect{0, 21, 37, 27}));
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, whole, below, own}), (DesktopRect{0, 48, 1600, 1152}));
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, whole, below, own, {button, {4, 23, 44, 35}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, whole, {menu, {0, 21, 37, 27}}}), (DesktopRect{0, 21, 37, 27}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, whole, below, own}), (DesktopRect{0, 48, 1600, 1152}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, whole, below, own, {pushButton, {4, 23, 44, 35}}}),
               (DesktopRect{4, 50, 44, 35}));
     // The side bar is GTK's again.
-    Step const bar{panelRole, {1550, 101, 48, 1045}};
-    Step const inner{panelRole, {1550, 128, 48, 1045}};
+    Step const bar{panel, {1550, 101, 48, 1045}};
+    Step const inner{panel, {1550, 128, 48, 1045}};
     EXPECT_EQ(
-        placeOf(mapping, {{frameRole, top}, whole, below, own, bar, inner, {button, {1554, 173, 37, 35}}}),
+        placeOf(mapping, {{frame, top}, whole, below, own, bar, inner, {pushButton, {1554, 173, 37, 35}}}),
         (DesktopRect{1554, 173, 37, 35}));
 }
 
@@ -190,7 +176,7 @@ TEST(FramesOfLibreOffice, areNotThoseOfItsHiddenMenuBar)
     FrameMapping const mapping("gtk", {{"Lab", top}}, {window}, unscaled);
     Step const bar{menuBar, {0, 21, 1600, 0}};
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, bar, {menu, {0, 21, 36, 22}}}), std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, bar, {menu, {0, 21, 36, 22}}}), std::nullopt);
 }
 
 TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsShadow)
@@ -203,7 +189,7 @@ TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsShadow)
     FrameMapping const mapping("GTK", {{"Lab", top}}, {window}, unscaled);
 
     // Drawn with its padding at 369, 405, 116x64.
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {29, 94, 40, 24}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {29, 94, 40, 24}}}),
               (DesktopRect{387, 413, 80, 48}));
 }
 
@@ -214,7 +200,7 @@ TEST(FramesOfGtk4, areUnitsFromTheWindowsCornerInsideItsBorder)
     FrameMapping const mapping("GTK", {{"Lab", top}}, {window}, unscaled);
 
     // Drawn with its padding at 326, 295, 58x32.
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {29, 93, 40, 24}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {29, 93, 40, 24}}}),
               (DesktopRect{335, 299, 40, 24}));
 }
 
@@ -225,10 +211,9 @@ TEST(FramesOfGtk4, beginInsideTheBorderThatTheWindowReports)
     FrameMapping const mapping("GTK", {{"Lab", top}}, {window}, unscaled);
 
     // GTK 4.18; drawn at 975, 544.
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}}), (DesktopRect{750, 450, 420, 300}));
-    EXPECT_EQ(
-        placeOf(mapping, {{frameRole, top}, {panelRole, {-5, 41, 410, 244}}, {button, {215, 84, 58, 32}}}),
-        (DesktopRect{975, 544, 58, 32}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}}), (DesktopRect{750, 450, 420, 300}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {panel, {-5, 41, 410, 244}}, {pushButton, {215, 84, 58, 32}}}),
+              (DesktopRect{975, 544, 58, 32}));
 }
 
 TEST(FramesOfGtk4, areThoseOfThePopoversOwnWindow)
@@ -243,10 +228,10 @@ TEST(FramesOfGtk4, areThoseOfThePopoversOwnWindow)
     FrameMapping const mapping("GTK", {{"Lab", top}}, {popover, window}, unscaled);
 
     // Drawn with its padding at 690, 428, 116x64.
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top},
-                                {button, {0, 47, 420, 34}},
+    EXPECT_EQ(placeOf(mapping, {{frame, top},
+                                {pushButton, {0, 47, 420, 34}},
                                 {filler, {0, 47, 82, 132}},
-                                {button, {21, 74, 40, 24}}}),
+                                {pushButton, {21, 74, 40, 24}}}),
               (DesktopRect{708, 436, 80, 48}));
 }
 
@@ -261,7 +246,7 @@ TEST(FramesOfQt, areUnitsOfItsOwnScreen)
     FrameMapping const mapping("Qt", {{"Lab", top}}, {window}, displays);
 
     // Drawn at 919, 263, 120x52.
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {810, 132, 60, 26}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {810, 132, 60, 26}}}),
               (DesktopRect{109.5, 131.5, 60, 26}));
 }
 
@@ -275,9 +260,9 @@ TEST(FramesOfQt, areThoseOfTheMenusOwnWindow)
     ReportedRect const top{801, 101, 420, 300};
     FrameMapping const mapping("Qt", {{"Lab", top}}, {far, near, window}, doubled);
 
-    EXPECT_EQ(placeOf(mapping,
-                      {{frameRole, top}, {popupMenu, {720, 178, 131, 75}}, {menuItem, {720, 203, 131, 25}}}),
-              (DesktopRect{370, 203, 131, 25})); // drawn at 740, 406
+    EXPECT_EQ(
+        placeOf(mapping, {{frame, top}, {popupMenu, {720, 178, 131, 75}}, {menuItem, {720, 203, 131, 25}}}),
+        (DesktopRect{370, 203, 131, 25})); // drawn at 740, 406
 }
 
 TEST(FramesOfQt, endWhereTheScrolledPartEnds)
@@ -288,9 +273,9 @@ TEST(FramesOfQt, endWhereTheScrolledPartEnds)
     Step const view{filler, {311, 329, 386, 162}};
     Step const content{filler, {311, 229, 78, 972}};
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, view, content, {button, {320, 1166, 60, 26}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, view, content, {pushButton, {320, 1166, 60, 26}}}),
               std::nullopt);
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, view, content, {button, {320, 478, 60, 26}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, view, content, {pushButton, {320, 478, 60, 26}}}),
               (DesktopRect{320, 478, 60, 13}));
 }
 
@@ -304,13 +289,13 @@ TEST(FramesOfChromium, areUnitsInItsWindowAndPixelsInPages)
     FrameMapping const mapping("Chromium", {{"Web - Chromium", top}}, {window}, doubled);
     Step const page{documentWeb, {308, 486, 1000, 706}};
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {558, 100, 32, 40}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {558, 100, 32, 40}}}),
               (DesktopRect{558.5, 100.5, 32, 40}));
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, page, {button, {342, 520, 120, 60}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, page, {pushButton, {342, 520, 120, 60}}}),
               (DesktopRect{171.5, 260.5, 60, 30})); // drawn at 343, 521
     EXPECT_EQ(
         placeOf(mapping,
-                {{frameRole, top}, page, {documentWeb, {342, 942, 600, 200}}, {button, {360, 960, 120, 60}}}),
+                {{frame, top}, page, {documentWeb, {342, 942, 600, 200}}, {pushButton, {360, 960, 120, 60}}}),
         (DesktopRect{180.5, 480.5, 60, 30})); // in a frame of the page
 }
 
@@ -321,7 +306,7 @@ TEST(FramesOfChromium, reachOutOfThePageInLists)
     ReportedRect const top{150, 100, 508, 300};
     FrameMapping const mapping("Chromium", {{"Web - Chromium", top}}, {window}, doubled);
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top},
+    EXPECT_EQ(placeOf(mapping, {{frame, top},
                                 {documentWeb, {308, 486, 1000, 306}},
                                 {comboBox, {678, 731, 145, 63}},
                                 {menu, {678, 731, 145, 10}},
@@ -335,11 +320,10 @@ TEST(FrameMapping, endsWhereTheScreenEnds)
     ReportedRect const top{1400, 100, 400, 300};
     FrameMapping const mapping("gtk", {{"a", top}}, {window}, unscaled);
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}}), (DesktopRect{1400, 100, 200, 300}));
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {1650, 150, 60, 30}}}), std::nullopt);
-    EXPECT_EQ(
-        placeOf(mapping, {{frameRole, top}, {menu, {1500, 150, 60, 30}}, {menuItem, {1580, 180, 60, 30}}}),
-        (DesktopRect{1580, 180, 20, 30}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}}), (DesktopRect{1400, 100, 200, 300}));
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {1650, 150, 60, 30}}}), std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {menu, {1500, 150, 60, 30}}, {menuItem, {1580, 180, 60, 30}}}),
+              (DesktopRect{1580, 180, 20, 30}));
 }
 
 TEST(FrameMapping, placesNothingOfATopLevelWithoutAWindow)
@@ -356,9 +340,9 @@ TEST(FrameMapping, goesByTheToolkitsHabitWhenNoWindowIsKnown)
 {
     ReportedRect const top{150, 100, 508, 500};
 
-    EXPECT_EQ(placeOf(FrameMapping("Qt", {{"a", top}}, {}, doubled), {{frameRole, top}}),
+    EXPECT_EQ(placeOf(FrameMapping("Qt", {{"a", top}}, {}, doubled), {{frame, top}}),
               (DesktopRect{150, 100, 508, 500}));
-    EXPECT_EQ(placeOf(FrameMapping("gtk", {{"a", top}}, {}, doubled), {{frameRole, top}}),
+    EXPECT_EQ(placeOf(FrameMapping("gtk", {{"a", top}}, {}, doubled), {{frame, top}}),
               (DesktopRect{75, 50, 254, 250}));
 }
 
@@ -369,11 +353,11 @@ TEST(FrameMapping, survivesWildNumbers)
     FrameMapping const mapping("Qt", {{"a", top}}, {window}, unscaled);
     ReportedRect const everything{INT32_MIN + 1, INT32_MIN + 1, INT32_MAX, INT32_MAX};
 
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {filler, everything}, {button, {1, 1, 2, 2}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {filler, everything}, {pushButton, {1, 1, 2, 2}}}),
               std::nullopt);
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {-5, -5, INT32_MAX, INT32_MAX}}}),
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {-5, -5, INT32_MAX, INT32_MAX}}}),
               (DesktopRect{0, 0, 400, 300}));
-    EXPECT_EQ(placeOf(mapping, {{frameRole, top}, {button, {5, 5, -1, 10}}}), std::nullopt);
+    EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {5, 5, -1, 10}}}), std::nullopt);
 }
 
 } // namespace
