@@ -1,5 +1,6 @@
 #include "app/AgentParts.h"
 
+#include "base/Hop.h"
 #include "gateway/GatewayAddress.h"
 
 namespace zelvo {
@@ -63,19 +64,26 @@ AgentParts::AgentParts(Contexts contexts,
                  .httpBase = GatewayAddress::defaultHttpBase(platform.information()),
                  .appVersion = heartbeat.appVersion(),
                  .askChoice = askerOf(confirmations)}),
+      screen(contexts, platform.screen(), hiddenApps), electron(contexts, platform.accessibility()),
+      tree({.contexts = contexts,
+            .clock = platform.clock(),
+            .accessibility = platform.accessibility(),
+            .access = platform.access(),
+            .workspace = platform.workspace(),
+            .hiddenApps = hiddenApps,
+            .electron = electron,
+            .ownPid = platform.facts().ownPid()}),
+      input(gate, platform.clock()), shell(contexts, platform.clock(), platform.children()),
+      hiddenGuard(contexts.workers, hiddenApps, platform.workspace(), platform.windows()), ownUi(ownWindows),
+      probe(contexts.workers, platform, hiddenApps),
       runtime({.contexts = contexts,
                .platform = platform,
                .state = state,
                .heartbeat = heartbeat,
-               .hiddenApps = hiddenApps,
                .keychain = keychain,
                .gate = gate,
-               .ownWindows = ownWindows,
-               .confirmations = confirmations,
-               .clipboard = clipboard,
-               .files = files,
                .recording = recording,
-               .offers = offers,
+               .makeRouter = [this, contexts, &platform] { return makeRouter(contexts, platform); },
                .isLinking = [this] { return links.isBusy() || links.offer(); },
                .jitter = std::move(jitter)}),
       queue({.main = contexts.main,
@@ -97,6 +105,35 @@ AgentParts::AgentParts(Contexts contexts,
              .httpBase = GatewayAddress::defaultHttpBase(platform.information()),
              .connectIfLinked = [this] { runtime.connectIfLinked(); }})
 {
+    heartbeat.hiddenApps.set(&hiddenApps);
+}
+
+std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Platform& platform)
+{
+    auto hasOpenQuestion = [this] { return confirmations.hasOpenQuestion(); };
+    RpcRouter::Members members{
+        .screen = screen,
+        .tree = tree,
+        .input = input,
+        .shell = shell,
+        .files = files,
+        .pasteboard = platform.pasteboard(),
+        .clipboard = clipboard,
+        .hiddenApps = hiddenApps,
+        .hiddenGuard = hiddenGuard,
+        .probe = probe,
+        .confirmations = confirmations,
+        .workspace = platform.workspace(),
+        .windows = platform.windows(),
+        .ownUi = ownUi,
+        .permissions = [&platform] { return platform.access().current(); },
+        .recorder = recording.recorder(),
+        .questionPending = [main = contexts.main, hasOpenQuestion] { return on(main, hasOpenQuestion); },
+        .cursor = cursor,
+        .offers = offers,
+        .mode = heartbeat.mode.get(),
+    };
+    return std::make_unique<RpcRouter>(contexts, platform.clock(), state, std::move(members));
 }
 
 } // namespace zelvo

@@ -2,12 +2,29 @@
 
 #include "app/AgentRecording.h"
 #include "app/AgentRuntime.h"
+#include "confirm/ConfirmationPresenter.h"
+#include "confirm/ElementProbe.h"
+#include "drivers/AccessibilityTree.h"
 #include "drivers/ClipboardWatcher.h"
+#include "drivers/ElectronAccessibility.h"
 #include "drivers/FileAccess.h"
 #include "drivers/FolderAccessStore.h"
+#include "drivers/HiddenAppGuard.h"
+#include "drivers/HiddenAppsStore.h"
+#include "drivers/InputDriver.h"
+#include "drivers/OwnUiGuard.h"
+#include "drivers/PostingGate.h"
+#include "drivers/ScreenCapture.h"
+#include "drivers/ShellRunner.h"
 #include "gateway/LinkCoordinator.h"
 #include "recording/RecordingSettings.h"
+#include "router/AgentCursorPresenting.h"
+#include "router/RpcRouter.h"
 #include "state/QueueCoordinator.h"
+#include "state/QueueOfferInbox.h"
+
+#include <functional>
+#include <memory>
 
 namespace zelvo {
 
@@ -34,9 +51,21 @@ struct AgentParts {
     FileAccess files;
     FolderAccessStore folders;
     AgentRecording recording;
+    ScreenCapture screen;
+    ElectronAccessibility electron;
+    AccessibilityTree tree;
+    InputDriver input;
+    ShellRunner shell;
+    HiddenAppGuard hiddenGuard;
+    OwnUiGuard ownUi;
+    ElementProbe probe;
+    NoAgentCursor cursor;
     AgentRuntime runtime;
     QueueCoordinator queue;
     LinkCoordinator links;
+
+private:
+    std::unique_ptr<RpcRouter> makeRouter(Contexts const& contexts, Platform& platform);
 };
 
 } // namespace zelvo

@@ -26,9 +26,8 @@ AgentRuntime::AgentRuntime(Services services) : services(std::move(services)) {}
 
 void AgentRuntime::start()
 {
-    services.heartbeat.hiddenApps.set(&services.hiddenApps);
     services.heartbeat.mode.set(HeartbeatBuilder::configuredMode(services.platform.defaults()));
-    buildRouter();
+    router = services.makeRouter();
     buildClient();
     services.state.onPauseChanged = [this](bool paused) { onPauseChanged(paused); };
     services.recording.start();
@@ -37,59 +36,6 @@ void AgentRuntime::start()
     watchSecrets();
     watchAccessibility();
     connectIfLinked();
-}
-
-void AgentRuntime::buildRouter()
-{
-    Platform& platform = services.platform;
-    Executor const workers = services.contexts.workers;
-    screen = std::make_unique<ScreenCapture>(services.contexts, platform.screen(), services.hiddenApps);
-    electron = std::make_unique<ElectronAccessibility>(services.contexts, platform.accessibility());
-    tree = std::make_unique<AccessibilityTree>(
-        AccessibilityTree::Services{.contexts = services.contexts,
-                                    .clock = platform.clock(),
-                                    .accessibility = platform.accessibility(),
-                                    .access = platform.access(),
-                                    .workspace = platform.workspace(),
-                                    .hiddenApps = services.hiddenApps,
-                                    .electron = *electron,
-                                    .ownPid = platform.facts().ownPid()});
-    input = std::make_unique<InputDriver>(services.gate, platform.clock());
-    shell = std::make_unique<ShellRunner>(services.contexts, platform.clock(), platform.children());
-    hiddenGuard = std::make_unique<HiddenAppGuard>(workers, services.hiddenApps, platform.workspace(),
-                                                   platform.windows());
-    ownUi = std::make_unique<OwnUiGuard>(services.ownWindows);
-    probe = std::make_unique<ElementProbe>(workers, platform, services.hiddenApps);
-    RpcRouter::Members members{
-        .screen = *screen,
-        .tree = *tree,
-        .input = *input,
-        .shell = *shell,
-        .files = services.files,
-        .pasteboard = platform.pasteboard(),
-        .clipboard = services.clipboard,
-        .hiddenApps = services.hiddenApps,
-        .hiddenGuard = *hiddenGuard,
-        .probe = *probe,
-        .confirmations = services.confirmations,
-        .workspace = platform.workspace(),
-        .windows = platform.windows(),
-        .ownUi = *ownUi,
-        .permissions = [&platform] { return platform.access().current(); },
-        .recorder = services.recording.recorder(),
-        .questionPending = [this] { return isQuestionPending(); },
-        .cursor = cursor,
-        .offers = services.offers,
-        .mode = services.heartbeat.mode.get(),
-    };
-    router =
-        std::make_unique<RpcRouter>(services.contexts, platform.clock(), services.state, std::move(members));
-}
-
-Task<bool> AgentRuntime::isQuestionPending()
-{
-    co_return co_await on(services.contexts.main,
-                          [&asked = services.confirmations] { return asked.hasOpenQuestion(); });
 }
 
 void AgentRuntime::buildClient()

@@ -2,39 +2,26 @@
 
 #include "app/AgentRecording.h"
 #include "base/Contexts.h"
-#include "confirm/ConfirmationPresenter.h"
-#include "confirm/ElementProbe.h"
-#include "drivers/AccessibilityTree.h"
-#include "drivers/ClipboardWatcher.h"
-#include "drivers/ElectronAccessibility.h"
-#include "drivers/FileGate.h"
-#include "drivers/HiddenAppGuard.h"
-#include "drivers/HiddenAppsStore.h"
-#include "drivers/InputDriver.h"
-#include "drivers/OwnUiGuard.h"
 #include "drivers/PostingGate.h"
-#include "drivers/ScreenCapture.h"
-#include "drivers/ShellRunner.h"
 #include "gateway/GatewayClient.h"
 #include "gateway/HeartbeatBuilder.h"
 #include "gateway/Keychain.h"
 #include "platform/Platform.h"
-#include "router/AgentCursorPresenting.h"
 #include "router/RpcRouter.h"
 #include "state/AgentState.h"
-#include "state/QueueOfferInbox.h"
 #include "state/QueuePolicy.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace zelvo {
 
-/// Turns the separate parts into a running agent: builds the router with its drivers and the client, joins
-/// them, carries the person's decisions out to the gateway, keeps the machine awake when asked and reacts to
-/// wake and network. Thread: main. Lives as long as the process.
+/// Runs the link: connects the client with the router, carries the person's decisions out to the gateway,
+/// keeps the machine awake when asked and reacts to wake and network. Thread: main. Lives as long as the
+/// process.
 class AgentRuntime {
 public:
     struct Services {
@@ -42,15 +29,10 @@ public:
         Platform& platform;
         AgentState& state;
         HeartbeatBuilder& heartbeat;
-        HiddenAppsStore& hiddenApps;
         Keychain& keychain;
         PostingGate& gate;
-        OwnWindowLocating& ownWindows;
-        ConfirmationPresenter& confirmations;
-        ClipboardWatcher& clipboard;
-        FileGate& files;
         AgentRecording& recording;
-        QueueOfferInbox const& offers;
+        std::function<std::unique_ptr<RpcRouter>()> makeRouter; ///< called once, when the mode is known
         std::function<bool()> isLinking; ///< is an offer open? Its token is kept before the person decides
         std::function<double()> jitter = GatewayClient::randomJitter;
     };
@@ -78,8 +60,6 @@ public:
     /// The HTTP form of the gateway's address.
     std::string httpBase() const;
     SessionRecording& recording() { return services.recording.recorder(); }
-    /// Switches off what was switched on in other applications. After start.
-    Task<> restoreApplications() { return electron->disableAll(); }
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
 
     /// Asks running commands to end, lets no recording begin any more and ends the link, at the process's
@@ -89,8 +69,6 @@ public:
 private:
     /// The machine token, read once more when the key ring came up meanwhile and there was none.
     Task<std::optional<std::string>> storedToken();
-    void buildRouter();
-    Task<bool> isQuestionPending();
     void buildClient();
     void onPauseChanged(bool paused);
     void updateSleepAssertion();
@@ -102,15 +80,6 @@ private:
     void sendEvent(std::string name, std::optional<std::string> connectionId, json::object data);
 
     Services services;
-    std::unique_ptr<ScreenCapture> screen;
-    std::unique_ptr<ElectronAccessibility> electron;
-    std::unique_ptr<AccessibilityTree> tree;
-    std::unique_ptr<InputDriver> input;
-    std::unique_ptr<ShellRunner> shell;
-    std::unique_ptr<HiddenAppGuard> hiddenGuard;
-    std::unique_ptr<OwnUiGuard> ownUi;
-    std::unique_ptr<ElementProbe> probe;
-    NoAgentCursor cursor;
     std::unique_ptr<RpcRouter> router;
     std::shared_ptr<GatewayClient> client;
     std::unique_ptr<PowerAssertion> sleepAssertion;

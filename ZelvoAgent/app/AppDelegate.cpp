@@ -78,7 +78,7 @@ void AppDelegate::willTerminate()
     auto const restored = std::make_shared<std::binary_semaphore>(0);
     if (hasStarted)
         spawn(contexts.main, [this, restored]() -> Task<> {
-            co_await parts.runtime.restoreApplications();
+            co_await parts.electron.disableAll();
             restored->release();
         });
     // That task runs on the thread that waits here, so the wait always takes its full time: it is what the
