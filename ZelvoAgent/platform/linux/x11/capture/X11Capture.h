@@ -1,23 +1,19 @@
 #pragma once
 
 #include "platform/ScreenSource.h"
-#include "platform/linux/applications/DesktopEntries.h"
-#include "platform/linux/x11/capture/CapturePlan.h"
+#include "platform/linux/x11/capture/CaptureScene.h"
 #include "platform/linux/x11/capture/RootBackground.h"
 #include "platform/linux/x11/capture/SharedImagePool.h"
-#include "platform/linux/x11/capture/WindowWatch.h"
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 
 namespace zelvo {
 
 class X11Connection;
-class WindowOwners;
 
 /// What came of one look at the screen.
 struct CaptureResult {
@@ -36,31 +32,20 @@ public:
     /// server: this object's alone. Redirects all windows into memory of their own, for as long as it
     /// lives.
     X11Capture(std::shared_ptr<X11Connection> server, DesktopEntries& entries);
-    ~X11Capture();
 
     /// area: pixels of the root window. lastTry: windows that would call for waiting are left out where they
     /// overlap what is left out. Throws ScreenFailure.
     CaptureResult take(PixelRect area, std::set<std::string> const& excluded, bool lastTry);
 
-    WindowWatch& watch() { return changes; }
+    WindowWatch& watch() { return scene.watch(); }
     /// The window that pictures are made with; it comes and goes with them, and nobody sees it.
     std::uint32_t ownWindow() const { return background.window(); }
 
 private:
-    class Look;
-
     std::shared_ptr<X11Connection> connection;
-    DesktopEntries& entries;
     std::shared_ptr<SharedImagePool> memory;
-    WindowWatch changes;
+    CaptureScene scene;
     RootBackground background;
-    WindowWatch::Time redirectedAt;
-    std::set<std::string> lastExcluded;
-
-    // What the last survey found; it holds until the watch says otherwise.
-    WindowSurvey survey;
-    std::shared_ptr<DesktopEntryIndex const> index;
-    std::unique_ptr<WindowOwners> owners;
 };
 
 } // namespace zelvo

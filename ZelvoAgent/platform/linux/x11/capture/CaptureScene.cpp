@@ -1,0 +1,176 @@
+#include "platform/linux/x11/capture/CaptureScene.h"
+
+#include "platform/ScreenSource.h"
+#include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/XReply.h"
+#include "platform/linux/x11/capture/Redirection.h"
+#include "platform/linux/x11/windows/WindowOwners.h"
+
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+/// How long a new window may show what was beneath it, and a new redirection what was above.
+constexpr milliseconds settling{250};
+/// How long a compositing manager may go on showing a window that is gone.
+constexpr milliseconds fading{1000};
+
+milliseconds timeLeft(WindowWatch::Time since, milliseconds length)
+{
+    auto const left = std::chrono::ceil<milliseconds>(since + length - steady_clock::now());
+    return std::max(left, milliseconds{0});
+}
+
+} // namespace
+
+CaptureScene::CaptureScene(std::shared_ptr<X11Connection> server, DesktopEntries& entries)
+    : connection(std::move(server)), entries(entries), changes(connection)
+{
+}
+
+CaptureScene::~CaptureScene() = default;
+
+void CaptureScene::redirect(std::uint32_t ownWindow)
+{
+    redirectedAt = steady_clock::now();
+    changes.ignore(ownWindow);
+    changes.takeEvents();
+    redirectWindows(*connection, changes);
+    changes.takeEvents();
+}
+
+void CaptureScene::takeEntries()
+{
+    if (auto newest = entries.current(); newest != index) {
+        owners.reset();
+        index = std::move(newest);
+    }
+}
+
+bool CaptureScene::update(std::set<std::string> const& excluded)
+{
+    auto* const x = connection->get();
+    // Its answer also brings all events from before the grab.
+    XReply<xcb_get_selection_owner_reply_t> const owner(xcb_get_selection_owner_reply(
+        x, xcb_get_selection_owner(x, connection->atoms().compositor), nullptr));
+    if (!owner)
+        throw ScreenFailure{"the X server is gone"};
+    changes.takeEvents();
+    // What has gone may have been one that is hidden only now.
+    if (excluded != lastExcluded) {
+        changes.forgetKept();
+        lastExcluded = excluded;
+    }
+    if (changes.hasChanged())
+        surveyAnew();
+    if (!owners)
+        owners = std::make_unique<WindowOwners>(survey, *index, ::getpid());
+    auto const isNamed = [&](ClientWindow const& client) {
+        auto const names = owners->namesOf(client).names;
+        return std::ranges::any_of(names, [&](auto const& name) { return excluded.contains(name); });
+    };
+    leftOut = excludedWindows(survey, isNamed);
+    leaveOutEmptyFrames();
+    changes.setHiddenEmbedded(hiddenEmbedded(isNamed));
+    bool const hides = excluded.size() > excluded.count(ownBundleIdentifier);
+    if (hides || leftOut.isAny())
+        leaveOutStalePixels();
+    return owner->owner != XCB_NONE;
+}
+
+void CaptureScene::surveyAnew()
+{
+    survey = surveyWindows(*connection);
+    changes.reset(survey);
+    owners.reset();
+}
+
+/// A frame whose client is gone keeps that client's pixels until the window manager takes it away.
+void CaptureScene::leaveOutEmptyFrames()
+{
+    for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
+        SurveyedWindow const& window = survey.windows[i];
+        if (window.windowManagers && !window.inputOnly && changes.hasHeldClient(window.id))
+            leftOut.windows[i] = true;
+    }
+}
+
+/// Leaves out what windows that stay may still show of others.
+void CaptureScene::leaveOutStalePixels()
+{
+    for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
+        PixelRegion const stale = changes.stale(survey.windows[i]);
+        leftOut.holes[i].insert(leftOut.holes[i].end(), stale.all().begin(), stale.all().end());
+    }
+}
+
+std::vector<WindowWatch::HiddenEmbeddedWindow> CaptureScene::hiddenEmbedded(IsNamed const& isNamed) const
+{
+    std::vector<WindowWatch::HiddenEmbeddedWindow> found;
+    for (SurveyedWindow const& host : survey.windows)
+        for (EmbeddedWindow const& inside : host.embedded)
+            if (isNamed(inside.client))
+                found.push_back(
+                    {inside.client.id, host.id, inside.place,
+                     inside.area.movedBy(-host.area.x - host.border, -host.area.y - host.border)});
+    return found;
+}
+
+bool CaptureScene::lingers() const
+{
+    return timeLeft(changes.lastLoss(), fading) > milliseconds{0};
+}
+
+std::vector<CaptureScene::Unsettled> CaptureScene::unsettledWindows() const
+{
+    std::vector<Unsettled> found;
+    auto const& windows = survey.windows;
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        if (leftOut.windows[i] || windows[i].inputOnly)
+            continue;
+        milliseconds const left = timeLeft(changes.shownSince(windows[i].id), settling);
+        if (left == milliseconds{0})
+            continue;
+        for (std::size_t other = 0; other < windows.size(); ++other)
+            if (leftOut.windows[other])
+                if (auto const overlap = intersection(windows[i].area, windows[other].area);
+                    !overlap.isEmpty())
+                    found.push_back({i, overlap, left});
+    }
+    return found;
+}
+
+milliseconds CaptureScene::unsettled() const
+{
+    milliseconds left = timeLeft(redirectedAt, settling);
+    for (Unsettled const& one : unsettledWindows())
+        left = std::max(left, one.left);
+    return left;
+}
+
+void CaptureScene::leaveOutUnsettled()
+{
+    for (Unsettled const& one : unsettledWindows())
+        leftOut.holes[one.window].push_back(one.overlap);
+}
+
+void CaptureScene::noteKept()
+{
+    std::unordered_set<std::uint32_t> kept;
+    for (std::size_t i = 0; i < leftOut.windows.size(); ++i)
+        if (!leftOut.windows[i] && leftOut.holes[i].empty())
+            kept.insert(survey.windows[i].id);
+    changes.setKept(std::move(kept));
+}
+
+} // namespace zelvo

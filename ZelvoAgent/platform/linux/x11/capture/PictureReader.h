@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/ScreenSource.h"
+#include "platform/linux/x11/capture/CapturePlan.h"
+#include "platform/linux/x11/capture/SharedImagePool.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace zelvo {
+
+class RootBackground;
+class ServerGrab;
+class X11Connection;
+
+/// Reads the pixels of one picture into shared memory and puts them together. Releases the server as soon as
+/// all is asked for. Thread: one.
+class PictureReader {
+public:
+    struct Services {
+        X11Connection& connection;
+        SharedImagePool& memory;
+        RootBackground& background;
+        ServerGrab& grab;
+    };
+
+    /// area: of the root window
+    PictureReader(Services services, PixelRect const& area);
+
+    /// The screen itself. Throws ScreenFailure.
+    Picture screen();
+    /// The windows that stay, each from its own memory. alphaCounts: a compositing manager is there
+    Picture composed(WindowSurvey const& survey, CaptureExclusion const& exclusion, bool alphaCounts);
+
+private:
+    /// Pixels on their way into the shared memory.
+    struct Read {
+        unsigned sequence = 0; ///< of the request
+        std::size_t offset = 0;
+        PixelRect place; ///< in the picture
+        std::size_t piece = 0;
+    };
+
+    void reserve(std::size_t bytes);
+    void reserveFor(CapturePlan const& plan);
+    void fetch(std::uint32_t drawable, PixelRect const& from, PixelRect const& place, std::size_t piece = 0);
+    void fetchBackground(WindowSurvey const& survey, PixelRegion const& region, bool compositor);
+    void fetchUncovered(PixelRegion const& region, PixelRegion const& covered);
+    void fetchPiece(SurveyedWindow const& window, CapturePiece const& piece, std::size_t number);
+    bool arrived(Read const& read);
+    Picture emptyPicture() const;
+    void put(Picture& picture, Read const& read, PixelRegion const& visible, bool blends);
+    unsigned askCursor();
+    void drawCursor(Picture& picture, unsigned asked);
+
+    Services services;
+    PixelRect area;
+    std::shared_ptr<SharedImage> shared;
+    std::vector<Read> reads;
+    std::size_t used = 0; ///< bytes of `shared`
+};
+
+} // namespace zelvo
