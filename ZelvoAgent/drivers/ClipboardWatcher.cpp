@@ -1,6 +1,6 @@
 #include "drivers/ClipboardWatcher.h"
 
-#include "base/AsyncCondition.h"
+#include "base/AsyncMutex.h"
 #include "base/Hop.h"
 
 #include <algorithm>
@@ -24,20 +24,17 @@ struct ClipboardWatcher::Looker {
 
     Task<> poll()
     {
-        while (isLooking)
-            co_await looked.wait([this] { return !isLooking; });
+        AsyncMutex::Lock const lock = co_await looks.lock();
         std::int64_t const count = pasteboard.changeCount();
         if (count == lastChangeCount)
             co_return;
         lastChangeCount = count;
-        looked.wakeAll([this] { isLooking = true; });
         ApplicationNames names;
         try {
             names = co_await on(workers, [this] { return namesInFront(); });
         } catch (...) { // NOLINT(bugprone-empty-catch): what cannot be told is unknown.
         }
         source = std::move(names);
-        looked.wakeAll([this] { isLooking = false; });
     }
 
     ApplicationNames namesInFront()
@@ -52,8 +49,7 @@ struct ClipboardWatcher::Looker {
     std::int64_t lastChangeCount;
     /// All names, since which of them are hidden may change between copying and reading.
     ApplicationNames source;
-    bool isLooking = false; // under the lock of `looked` when written
-    AsyncCondition looked;
+    AsyncMutex looks; ///< one after another
 };
 
 ClipboardWatcher::ClipboardWatcher(Contexts const& contexts,

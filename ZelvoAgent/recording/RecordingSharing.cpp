@@ -29,29 +29,6 @@ private:
     std::string const id;
 };
 
-/// The last place in a line, given up with this object. Whoever stands behind is then woken.
-class PlaceInLine {
-public:
-    PlaceInLine(std::list<char>& line, AsyncCondition& moved)
-        : line(line), moved(moved), place(line.emplace(line.end()))
-    {
-    }
-    ~PlaceInLine()
-    {
-        line.erase(place);
-        moved.wakeAll([] {});
-    }
-    PlaceInLine(PlaceInLine const&) = delete;
-    PlaceInLine& operator=(PlaceInLine const&) = delete;
-
-    bool isFirst() const { return place == line.begin(); }
-
-private:
-    std::list<char>& line;
-    AsyncCondition& moved;
-    std::list<char>::iterator const place;
-};
-
 /// A platform's name must not pass for words of ours, nor push those out of sight.
 ConfirmationPresenter::Choice question(std::string const& platformName)
 {
@@ -101,9 +78,7 @@ Task<bool> RecordingSharing::set(std::string connectionId, bool shared)
 
 Task<bool> RecordingSharing::tell(std::string connectionId, bool shared)
 {
-    PlaceInLine const place(line, lineMoved);
-    while (!place.isFirst())
-        co_await lineMoved.wait([&place] { return place.isFirst(); });
+    AsyncMutex::Lock const lock = co_await sending.lock();
     bool const hasAgreed = co_await services.sendSharing(connectionId, shared);
     if (hasAgreed)
         services.state.setShareRecordings(shared, connectionId);

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "base/AsyncCondition.h"
+#include "base/AsyncMutex.h"
 #include "base/Task.h"
 #include "confirm/ConfirmationPresenter.h"
 #include "state/AgentState.h"
 
 #include <cstdint>
 #include <functional>
-#include <list>
 #include <set>
 #include <string>
 
@@ -51,8 +50,7 @@ private:
 
     Services services;
     std::set<std::string> open;
-    std::list<char> line; // A place each for those who tell the service, the first one's turn.
-    AsyncCondition lineMoved;
+    AsyncMutex sending; ///< choices are sent one after another
 };
 
 } // namespace zelvo

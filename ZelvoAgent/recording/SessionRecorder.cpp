@@ -102,19 +102,18 @@ void SessionRecorder::giveUpFor(std::optional<std::string> const& connectionId)
 
 Task<> SessionRecorder::act(std::optional<std::string> connectionId, std::string platformName)
 {
-    while (isActing)
-        co_await turns.wait([this] { return !isActing; });
-    turns.wakeAll([this] { isActing = true; });
+    AsyncMutex::Lock const lock = co_await actions.lock();
+    isActing = true;
     actingFor = connectionId;
     try {
-        co_await actInTurn(std::move(connectionId), std::move(platformName));
+        co_await actAlone(std::move(connectionId), std::move(platformName));
     } catch (...) { // NOLINT(bugprone-empty-catch): an action never fails for the recorder's sake.
     }
-    turns.wakeAll([this] { isActing = false; });
+    isActing = false;
 }
 
 /// After each wait all may be different: a countdown has ended the recording, or the person has stopped it.
-Task<> SessionRecorder::actInTurn(std::optional<std::string> connectionId, std::string platformName)
+Task<> SessionRecorder::actAlone(std::optional<std::string> connectionId, std::string platformName)
 {
     if (isQuitting || !mayRecord())
         co_return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/AsyncCondition.h"
+#include "base/AsyncMutex.h"
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "base/LockedBox.h"
@@ -76,7 +77,7 @@ private:
     void endHold(bool& isOver);
     void giveUpFor(std::optional<std::string> const& connectionId);
     Task<> act(std::optional<std::string> connectionId, std::string platformName);
-    Task<> actInTurn(std::optional<std::string> connectionId, std::string platformName);
+    Task<> actAlone(std::optional<std::string> connectionId, std::string platformName);
     Task<bool> isToEnd(WriterPtr open, std::optional<std::string> connectionId);
     Task<> start(std::optional<std::string> connectionId, std::string platformName);
     Task<Begun> begin(RecordingStart request);
@@ -111,10 +112,10 @@ private:
     std::set<std::string> excludedSnapshot;
     std::uint64_t finishes = 0; ///< what began before the last of them is no longer wanted
     bool isQuitting = false;
-    bool isActing = false;                ///< actions take turns, so that two do not start a recording each
-    std::optional<std::string> actingFor; ///< the connection whose turn it is
-    AsyncCondition turns;
-    int openFiles = 0; ///< of recordings that begin, run or are being closed
+    AsyncMutex actions; ///< one after another, so that two do not start a recording each
+    bool isActing = false;
+    std::optional<std::string> actingFor; ///< the connection of the action that has the mutex
+    int openFiles = 0;                    ///< of recordings that begin, run or are being closed
     AsyncCondition filesClosed;
 };
 
