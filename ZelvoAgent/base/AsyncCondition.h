@@ -18,7 +18,7 @@ namespace zelvo {
 /// Thread: any.
 class AsyncCondition {
 public:
-    /// Waits for the next wakeAll(), unless `alreadyTrue`, asked under the lock, says that there is nothing
+    /// Waits for the next notifyAll(), unless `alreadyTrue`, asked under the lock, says that there is nothing
     /// to wait for.
     template <class Condition>
     Task<> wait(Condition alreadyTrue)
@@ -41,7 +41,7 @@ public:
 
     /// Makes a change under the lock, then wakes everybody.
     template <class Change>
-    void wakeAll(Change change)
+    void notifyAll(Change change)
     {
         std::vector<Handler> woken;
         {

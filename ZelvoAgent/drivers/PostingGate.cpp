@@ -33,7 +33,7 @@ public:
     InFlight& operator=(InFlight const&) = delete;
     ~InFlight()
     {
-        gate.idle.wakeAll([this] { gate.inFlight.erase(number); });
+        gate.idle.notifyAll([this] { gate.inFlight.erase(number); });
     }
 
 private:

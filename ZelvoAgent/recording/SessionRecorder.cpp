@@ -88,7 +88,7 @@ Task<> SessionRecorder::agentActed(std::optional<std::string> connectionId, std:
 
 void SessionRecorder::endHold(bool& isOver)
 {
-    holds.wakeAll([&] { isOver = true; });
+    holds.notifyAll([&] { isOver = true; });
 }
 
 /// A recording that is late for one connection must not show what another does.
@@ -332,13 +332,13 @@ void SessionRecorder::setCapturing(bool value)
 
 void SessionRecorder::openedFile()
 {
-    filesClosed.wakeAll([this] { ++openFiles; });
+    filesClosed.notifyAll([this] { ++openFiles; });
     openFile.set(true);
 }
 
 void SessionRecorder::closedFile()
 {
-    filesClosed.wakeAll([this] { --openFiles; });
+    filesClosed.notifyAll([this] { --openFiles; });
     openFile.set(openFiles > 0);
 }
 

@@ -131,10 +131,10 @@ TEST_F(AsyncMutexTest, letsATaskGoThatIsCancelledWhileItWaits)
 
 TEST_F(AsyncMutexTest, isFreeAfterItsHolderIsCancelled)
 {
-    TaskHandle const holder = startHolder("a");
+    TaskHandle holder = startHolder("a");
     startHolder("b");
 
-    TaskHandle(holder).cancel();
+    holder.cancel();
     settle(io);
 
     EXPECT_THAT(holders, ElementsAre("a", "b"));

@@ -137,7 +137,7 @@ private:
             ::waitid(P_PIDFD, static_cast<id_t>(fd), &facts, WEXITED | WNOHANG | WNOWAIT) == 0 &&
             facts.si_pid;
         // For a signalled process, the signal's number. -1: somebody else has reaped it.
-        waiting.wakeAll([&] { status = isKnown ? facts.si_status : -1; });
+        waiting.notifyAll([&] { status = isKnown ? facts.si_status : -1; });
         if (isLetGo)
             reap();
     }

@@ -74,7 +74,7 @@ private:
     template <class Change>
     void changed(Change change)
     {
-        wake.wakeAll([&] {
+        wake.notifyAll([&] {
             change();
             ++wishes.version;
         });
@@ -101,7 +101,7 @@ private:
         explicit Turn(Loop& loop) : loop(loop), isOurs(loop.begin()) {}
         ~Turn()
         {
-            loop.wake.wakeAll([this] { loop.busy = false; });
+            loop.wake.notifyAll([this] { loop.busy = false; });
         }
         Turn(Turn const&) = delete;
         Turn& operator=(Turn const&) = delete;

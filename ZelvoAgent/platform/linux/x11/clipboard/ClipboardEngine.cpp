@@ -36,7 +36,7 @@ std::string ClipboardContent::text() const
 
 void ClipboardEngine::Outcome::set(bool value)
 {
-    list.wakeAll([&] {
+    list.notifyAll([&] {
         if (!known)
             known = value;
     });

@@ -251,7 +251,7 @@ void ClipboardReading::end(bool given)
         return;
     if (!given)
         taken.reset();
-    ended.wakeAll([this] { over = true; });
+    ended.notifyAll([this] { over = true; });
 }
 
 } // namespace zelvo
