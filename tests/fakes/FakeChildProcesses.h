@@ -23,18 +23,18 @@ public:
     void write(ChildStream stream, std::string text)
     {
         Pipe& pipe = pipes.at(static_cast<std::size_t>(stream));
-        pipe.readers.wakeAll([&] { pipe.text += text; });
+        pipe.readers.notifyAll([&] { pipe.text += text; });
     }
     void close(ChildStream stream)
     {
         Pipe& pipe = pipes.at(static_cast<std::size_t>(stream));
-        pipe.readers.wakeAll([&] { pipe.isClosed = true; });
+        pipe.readers.notifyAll([&] { pipe.isClosed = true; });
     }
     /// The process ends; its outputs stay open for whoever holds them.
     void exit(std::int32_t code)
     {
         isRunning = false;
-        waiting.wakeAll([&] { status = code; });
+        waiting.notifyAll([&] { status = code; });
     }
     /// The process ends and nobody holds its outputs.
     void end(std::int32_t code)

@@ -21,11 +21,11 @@ public:
 
     void answer(int status, std::string body)
     {
-        arrivals.wakeAll([&] { answers.emplace_back(HttpResponse{status, std::move(body)}); });
+        arrivals.notifyAll([&] { answers.emplace_back(HttpResponse{status, std::move(body)}); });
     }
     void fail(NetworkFailure::Kind kind, std::string description = "failed")
     {
-        arrivals.wakeAll([&] { answers.emplace_back(NetworkFailure{kind, std::move(description)}); });
+        arrivals.notifyAll([&] { answers.emplace_back(NetworkFailure{kind, std::move(description)}); });
     }
 
     /// Says that so many bytes of the last upload have gone out; it fails when it is not to go on.

@@ -29,12 +29,12 @@ public:
     /// The peer sends a message.
     void deliver(std::string text, WebSocketMessage::Kind kind = WebSocketMessage::Kind::text)
     {
-        arrivals.wakeAll([&] { inbox.push_back({kind, std::move(text)}); });
+        arrivals.notifyAll([&] { inbox.push_back({kind, std::move(text)}); });
     }
     /// The session ends, and with it the hope for pongs.
     void fail(NetworkFailure::Kind kind, std::string description = "ended")
     {
-        arrivals.wakeAll([&] {
+        arrivals.notifyAll([&] {
             if (!ended)
                 ended = NetworkFailure{kind, std::move(description)};
         });

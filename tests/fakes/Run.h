@@ -5,10 +5,13 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/use_future.hpp>
 
-#include <exception>
-#include <optional>
+#include <chrono>
+#include <functional>
+#include <future>
 #include <stdexcept>
+#include <utility>
 
 namespace zelvo {
 
@@ -25,36 +28,53 @@ inline void settle(asio::io_context& io)
     io.poll();
 }
 
-/// Runs a task that needs no time to its end and gives its result; throws what it throws.
+/// Runs what is ready, and what becomes ready, until something has happened. Throws when that takes more than
+/// twenty seconds.
+inline void runUntil(asio::io_context& io, std::function<bool()> const& happened)
+{
+    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    io.restart();
+    while (!happened()) {
+        if (std::chrono::steady_clock::now() > end)
+            throw std::runtime_error("what the test waits for did not happen");
+        io.run_one_for(std::chrono::milliseconds(10));
+    }
+}
+
+/// Starts a task, calls `runUntil` with the question whether it has ended, and gives its result; throws what
+/// it throws. `runUntil` throws when it gives up.
+template <class T, class RunUntil>
+T runWith(Executor executor, Task<T> task, RunUntil runUntil)
+{
+    std::future<T> result = asio::co_spawn(std::move(executor), std::move(task), asio::use_future);
+    runUntil([&] { return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+    return result.get();
+}
+
+/// Runs a task that needs no time.
 template <class T>
 T run(asio::io_context& io, Task<T> task)
 {
-    std::exception_ptr failure;
-    bool done = false;
-    if constexpr (std::is_void_v<T>) {
-        asio::co_spawn(io, std::move(task), [&](std::exception_ptr error) {
-            failure = error;
-            done = true;
-        });
+    return runWith(io.get_executor(), std::move(task), [&io](auto const& hasEnded) {
         settle(io);
-        if (!done)
+        if (!hasEnded())
             throw std::logic_error("the task is still waiting");
-        if (failure)
-            std::rethrow_exception(failure);
-    } else {
-        std::optional<T> result;
-        asio::co_spawn(io, std::move(task), [&](std::exception_ptr error, T value) {
-            failure = error;
-            result.emplace(std::move(value));
-            done = true;
-        });
-        settle(io);
-        if (!done)
-            throw std::logic_error("the task is still waiting");
-        if (failure)
-            std::rethrow_exception(failure);
-        return std::move(*result);
-    }
+    });
+}
+
+/// Runs a task that waits for something real.
+template <class T>
+T runToEnd(asio::io_context& io, Task<T> task)
+{
+    return runWith(io.get_executor(), std::move(task),
+                   [&io](auto const& hasEnded) { runUntil(io, hasEnded); });
+}
+
+/// Runs a task on an executor that other threads serve, and blocks until its end.
+template <class T>
+T runBlocking(Executor executor, Task<T> task)
+{
+    return runWith(std::move(executor), std::move(task), [](auto const&) {});
 }
 
 } // namespace zelvo

@@ -3,10 +3,10 @@
 #include "base/Contexts.h"
 #include "desktop/harness/ChildProcesses.h"
 #include "desktop/harness/WaitFor.h"
+#include "fakes/Run.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/system/LinuxClock.h"
 
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -102,28 +102,9 @@ private:
 template <class T>
 T RunningContexts::await(Task<T> task)
 {
-    std::exception_ptr failure;
-    bool isDone = false;
-    if constexpr (std::is_void_v<T>) {
-        asio::co_spawn(main, std::move(task), [&](std::exception_ptr error) {
-            failure = error;
-            isDone = true;
-        });
-        require("the task's end", [&] { return eventually([&] { return isDone; }); });
-        if (failure)
-            std::rethrow_exception(failure);
-    } else {
-        std::optional<T> result;
-        asio::co_spawn(main, std::move(task), [&](std::exception_ptr error, T value) {
-            failure = error;
-            result.emplace(std::move(value));
-            isDone = true;
-        });
-        require("the task's end", [&] { return eventually([&] { return isDone; }); });
-        if (failure)
-            std::rethrow_exception(failure);
-        return std::move(*result);
-    }
+    return runWith(main.get_executor(), std::move(task), [this](auto const& hasEnded) {
+        require("the task's end", [&] { return eventually(hasEnded); });
+    });
 }
 
 } // namespace zelvo::test

@@ -2,12 +2,11 @@
 
 #include "base/Contexts.h"
 #include "base/Task.h"
+#include "fakes/Run.h"
 
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
-#include <boost/asio/use_future.hpp>
 
 #include <thread>
 
@@ -24,7 +23,7 @@ public:
     template <class T>
     T run(Task<T> task)
     {
-        return asio::co_spawn(agent, std::move(task), asio::use_future).get();
+        return runBlocking(agent.get_executor(), std::move(task));
     }
 
     void stop()

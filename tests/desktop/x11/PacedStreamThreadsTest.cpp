@@ -1,5 +1,6 @@
 #include "fakes/FakeScreenSource.h"
 #include "fakes/ManualClock.h"
+#include "fakes/Run.h"
 #include "platform/portable/streams/PacedScreenStream.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -81,7 +82,7 @@ TEST_F(PacedStreamThreads, deliverNothingOnceTheyAreStopped)
             std::this_thread::yield();
 
         auto stopped = asio::co_spawn(contexts.agent, stream->stop(), asio::use_future);
-        asio::co_spawn(contexts.agent, stream->updateFilter({}, {"b"}), asio::use_future).get();
+        runBlocking(contexts.agent, stream->updateFilter({}, {"b"}));
         stream->setWanted(round % 2 == 0);
         stopped.get();
 

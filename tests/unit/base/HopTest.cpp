@@ -5,7 +5,6 @@
 #include <boost/asio/strand.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/thread_pool.hpp>
-#include <boost/asio/use_future.hpp>
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -20,7 +19,7 @@ protected:
     template <class T>
     T run(Task<T> task)
     {
-        return asio::co_spawn(home, std::move(task), asio::use_future).get();
+        return runBlocking(home.get_executor(), std::move(task));
     }
 
     asio::thread_pool home{1};

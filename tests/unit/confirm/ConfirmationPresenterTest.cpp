@@ -34,7 +34,7 @@ public:
 
     void letPass()
     {
-        event.wakeAll([this] { isMade = true; });
+        event.notifyAll([this] { isMade = true; });
     }
     PostingGate gate;
 

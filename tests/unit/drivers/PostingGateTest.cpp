@@ -23,7 +23,7 @@ public:
 
     void letPass(int count = 1000)
     {
-        list.wakeAll([this, count] { free += count; });
+        list.notifyAll([this, count] { free += count; });
     }
 
     Task<> ready(PostedEvent) override { co_return; }

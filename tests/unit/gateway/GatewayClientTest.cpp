@@ -64,7 +64,7 @@ protected:
     }
     void letGo()
     {
-        release.wakeAll([this] { holdsReplies = false; });
+        release.notifyAll([this] { holdsReplies = false; });
         platform.settle();
     }
     FakeWebSocket& socket() { return platform.opener.last(); }

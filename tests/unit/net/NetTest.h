@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "fakes/Run.h"
 #include "platform/WebSocket.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -11,10 +12,8 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <exception>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -47,23 +46,12 @@ private:
 };
 
 /// Real sockets on the loopback interface, client and server on the test's thread. Waits end when what they
-/// wait for has happened; ten seconds without it fail the test.
+/// wait for has happened.
 class NetTest : public testing::Test {
 protected:
-    static constexpr auto patience = std::chrono::seconds(20);
+    Contexts contexts() { return contextsOn(io); }
 
-    Contexts contexts() { return {io.get_executor(), io.get_executor(), io.get_executor()}; }
-
-    void until(std::function<bool()> const& happened)
-    {
-        auto const end = std::chrono::steady_clock::now() + patience;
-        io.restart();
-        while (!happened()) {
-            if (std::chrono::steady_clock::now() > end)
-                throw std::runtime_error("what the test waits for did not happen");
-            io.run_one_for(std::chrono::milliseconds(20));
-        }
-    }
+    void until(std::function<bool()> const& happened) { runUntil(io, happened); }
 
     /// Runs what is ready, and what becomes ready within the time.
     void runFor(std::chrono::milliseconds time)
@@ -75,28 +63,7 @@ protected:
     template <class T>
     T wait(Task<T> task)
     {
-        std::exception_ptr failure;
-        bool done = false;
-        if constexpr (std::is_void_v<T>) {
-            asio::co_spawn(io, std::move(task), [&](std::exception_ptr error) {
-                failure = error;
-                done = true;
-            });
-            until([&] { return done; });
-            if (failure)
-                std::rethrow_exception(failure);
-        } else {
-            std::optional<T> result;
-            asio::co_spawn(io, std::move(task), [&](std::exception_ptr error, T value) {
-                failure = error;
-                result.emplace(std::move(value));
-                done = true;
-            });
-            until([&] { return done; });
-            if (failure)
-                std::rethrow_exception(failure);
-            return std::move(*result);
-        }
+        return runToEnd(io, std::move(task));
     }
 
     /// The failure that a task ends with; nothing when it succeeds.

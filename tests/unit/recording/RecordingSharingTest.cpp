@@ -24,7 +24,7 @@ class Answers {
 public:
     void give(T answer)
     {
-        arrivals.wakeAll([&] { ready.push_back(std::move(answer)); });
+        arrivals.notifyAll([&] { ready.push_back(std::move(answer)); });
     }
     Task<T> next()
     {

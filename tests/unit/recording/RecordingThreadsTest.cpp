@@ -3,10 +3,10 @@
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/FakeVideoFolders.h"
 #include "fakes/ManualClock.h"
+#include "fakes/Run.h"
 #include "recording/RecordingWriter.h"
 #include "recording/SessionRecorder.h"
 
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
@@ -142,7 +142,7 @@ public:
     /// Runs a task on the agent's thread, or another, and waits for its end.
     void await(Executor executor, std::function<Task<>()> body)
     {
-        asio::co_spawn(executor, std::move(body), asio::use_future).get();
+        runBlocking(std::move(executor), body());
     }
 
     asio::io_context agent;

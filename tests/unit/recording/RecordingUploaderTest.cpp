@@ -97,7 +97,7 @@ TEST_F(RecordingUploaderTest, goesOnWithOtherRecordingsWhileAQuestionStands)
 
     EXPECT_EQ(handled, 1);
     EXPECT_THAT(calls(), ElementsAre("recordings", "complete"));
-    waiting.wakeAll([] {});
+    waiting.notifyAll([] {});
     settle();
     EXPECT_EQ(handled, 2);
 }

@@ -4,7 +4,6 @@
 #include "fakes/Run.h"
 
 #include <boost/asio/thread_pool.hpp>
-#include <boost/asio/use_future.hpp>
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -234,7 +233,7 @@ TEST(FileUserDefaults, isOnDiskWithinAMomentUnderALoadOfManyThreads)
     for (auto& thread : threads)
         thread.join();
 
-    asio::co_spawn(pool, defaults.written(), asio::use_future).get();
+    runBlocking(pool.get_executor(), defaults.written());
 
     for (int thread = 0; thread < 4; ++thread)
         EXPECT_EQ(contentOf(folder.path / ("key" + std::to_string(thread) + ".json")), "200");
