@@ -1,7 +1,7 @@
 #include "gateway/LinkCoordinator.h"
 
 #include "base/LocalizedTexts.h"
-#include "fakes/FakePlatform.h"
+#include "unit/state/StateFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,17 +15,10 @@ constexpr char const* answer =
     R"({"platform":{"name":"Acme","website":"https://acme.test","verifiedDomain":"acme.test",
     "isPersonal":true},"requestedScopes":["screen","input","shell"],"machineToken":"mt_1","machineId":"m_1"})";
 
-class LinkCoordinatorTest : public testing::Test {
+class LinkCoordinatorTest : public StateFixture {
 protected:
-    FakePlatform platform;
     int connects = 0;
     Keychain keychain{platform.secretStore};
-    AgentState state{{.main = platform.contexts.main,
-                      .clock = platform.time,
-                      .defaults = platform.settings,
-                      .session = platform.sessionEvents,
-                      .screen = platform.screenSource,
-                      .refreshDisplay = [] {}}};
     HeartbeatBuilder machine{{.information = platform.info,
                               .facts = platform.machineFacts,
                               .access = platform.systemAccess,

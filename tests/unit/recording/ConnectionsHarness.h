@@ -1,7 +1,6 @@
 #pragma once
 
-#include "fakes/FakePlatform.h"
-#include "state/AgentState.h"
+#include "unit/state/StateFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +13,7 @@
 namespace zelvo {
 
 /// A machine in memory, with the connections that its person granted.
-class ConnectionsHarness : public testing::Test {
+class ConnectionsHarness : public StateFixture {
 protected:
     void grant(std::string id, std::string name, std::vector<AgentScope> scopes = {AgentScope::record})
     {
@@ -33,14 +32,6 @@ protected:
         });
         return all;
     }
-
-    FakePlatform platform;
-    AgentState state{{.main = platform.contexts.main,
-                      .clock = platform.time,
-                      .defaults = platform.settings,
-                      .session = platform.sessionEvents,
-                      .screen = platform.screenSource,
-                      .refreshDisplay = [] {}}};
 };
 
 } // namespace zelvo

@@ -5,12 +5,12 @@
 #include "drivers/PostingGate.h"
 #include "fakes/FakeConfirming.h"
 #include "fakes/FakeFiles.h"
-#include "fakes/FakePlatform.h"
 #include "fakes/FakeProbe.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeTree.h"
 #include "router/RpcRouter.h"
 #include "unit/docs/JsonSchemas.h"
+#include "unit/state/StateFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -64,15 +64,8 @@ public:
 
 /// The router on a machine in memory, with one granted connection "c" of the platform "Acme" that holds every
 /// scope.
-class RouterHarness : public testing::Test {
+class RouterHarness : public StateFixture {
 protected:
-    FakePlatform platform;
-    AgentState state{{.main = platform.contexts.main,
-                      .clock = platform.time,
-                      .defaults = platform.settings,
-                      .session = platform.sessionEvents,
-                      .screen = platform.screenSource,
-                      .refreshDisplay = [] {}}};
     HiddenAppsStore hiddenApps{platform.contexts.agent, platform.settings};
     ScreenCapture capture{platform.contexts, platform.screenSource, hiddenApps};
     FakeTree tree{platform.time};

@@ -3,9 +3,9 @@
 #include "base/DateText.h"
 #include "base/LocalizedTexts.h"
 #include "fakes/ErrorOf.h"
-#include "fakes/FakePlatform.h"
 #include "state/ActivityWording.h"
 #include "state/StoredList.h"
+#include "unit/state/StateFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,18 +14,8 @@ namespace {
 
 using Kind = GatewayConnectionState::Kind;
 
-class AgentStateTest : public testing::Test {
-public:
-    AgentState::Services services()
-    {
-        return {.main = platform.contexts.main,
-                .clock = platform.time,
-                .defaults = platform.settings,
-                .session = platform.sessionEvents,
-                .screen = platform.screenSource,
-                .refreshDisplay = [this] { ++displayRefreshes; }};
-    }
-
+class AgentStateTest : public StateFixture {
+protected:
     ActivityEntry newest() const { return state.activity().front(); }
     std::string& content(char const* key) { return platform.settings.contents[key]; }
     std::vector<ActivityEntry> storedActivity()
@@ -49,10 +39,6 @@ public:
             std::move(reason),
             platform.time.date() + std::chrono::duration_cast<std::chrono::microseconds>(in)));
     }
-
-    FakePlatform platform;
-    int displayRefreshes = 0;
-    AgentState state{services()};
 };
 
 GrantedConnection acme(std::string id = "con_1", std::string name = "Acme")

@@ -1,7 +1,7 @@
 #include "state/QueueCoordinator.h"
 
 #include "base/LocalizedTexts.h"
-#include "fakes/FakePlatform.h"
+#include "unit/state/StateFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using Decision = ConfirmationDecision;
 
-class QueueCoordinatorTest : public testing::Test {
+class QueueCoordinatorTest : public StateFixture {
 protected:
     struct Question {
         ConfirmationPresenter::Choice choice;
@@ -26,21 +26,14 @@ protected:
         bool operator==(Sent const&) const = default;
     };
 
-    FakePlatform platform;
-    AgentState state{{.main = platform.contexts.main,
-                      .clock = platform.time,
-                      .defaults = platform.settings,
-                      .session = platform.sessionEvents,
-                      .screen = platform.screenSource,
-                      .refreshDisplay = [] {}}};
     QueueOfferInbox inbox;
     std::vector<Question> questions;
     std::function<void()> onAsk = [] {};
     Decision answer = Decision::allowed(false);
     std::vector<Sent> sent;
-    QueueCoordinator coordinator{services()};
+    QueueCoordinator coordinator{parts()};
 
-    QueueCoordinator::Services services()
+    QueueCoordinator::Services parts()
     {
         return {.main = platform.contexts.main,
                 .clock = platform.time,
@@ -183,9 +176,9 @@ TEST_F(QueueCoordinatorTest, keepsItsPolicy)
     coordinator.policyChanged.connect([&] { ++changes; });
     coordinator.setPolicy(QueuePolicy::never);
     EXPECT_EQ(changes, 1);
-    EXPECT_EQ(QueueCoordinator(services()).policy(), QueuePolicy::never);
+    EXPECT_EQ(QueueCoordinator(parts()).policy(), QueuePolicy::never);
     platform.settings.setText("dev.zelvo.queuePolicy", "maybe");
-    EXPECT_EQ(QueueCoordinator(services()).policy(), QueuePolicy::ask);
+    EXPECT_EQ(QueueCoordinator(parts()).policy(), QueuePolicy::ask);
 }
 
 TEST_F(QueueCoordinatorTest, anOfferOfNothingIsLoggedAsDeclined)
