@@ -67,11 +67,6 @@ std::string joined(std::vector<std::string> const& items, std::size_t count, std
     return text;
 }
 
-std::string counted(std::int64_t count, std::string_view one, std::string_view many)
-{
-    return count == 1 ? localized(one) : localized(many, {count});
-}
-
 /// A name of a key is an agent's word, of any length.
 std::string shownKey(std::string const& name)
 {
@@ -91,13 +86,13 @@ std::string line(Part part, ActionCounts const& counts)
 {
     switch (part) {
     case Part::click:
-        return counted(counts.clicks, "activity.detail.click", "activity.detail.clicks");
+        return localized("activity.detail.clicks", {counts.clicks});
     case Part::type:
-        return counted(counts.characters, "activity.detail.typeOne", "activity.detail.type");
+        return localized("activity.detail.characters", {counts.characters});
     case Part::scroll:
-        return counted(counts.scrolls, "activity.detail.scroll", "activity.detail.scrolls");
+        return localized("activity.detail.scrolls", {counts.scrolls});
     case Part::drag:
-        return counted(counts.drags, "activity.detail.drag", "activity.detail.drags");
+        return localized("activity.detail.drags", {counts.drags});
     case Part::keys:
         return keysLine(counts.keyNames);
     }
@@ -138,8 +133,7 @@ Actions actions(std::vector<InputAction> const& list, std::optional<std::string>
     words.detail = joined(lines, lines.size(), localized("list.separator"));
     if (counts.characters > 0)
         words.detail = localized("activity.detail.withPrivacy", {words.detail});
-    words.note =
-        counted(static_cast<std::int64_t>(list.size()), "activity.actions.one", "activity.actions.count");
+    words.note = localized("activity.actions", {static_cast<std::int64_t>(list.size())});
     return words;
 }
 

@@ -20,8 +20,7 @@ constexpr std::size_t maxSummaryLength = 200;
 
 std::string waiting(std::size_t count)
 {
-    return count == 1 ? localized("queue.waiting.one")
-                      : localized("queue.waiting.other", {static_cast<std::int64_t>(count)});
+    return localized("queue.waiting", {static_cast<std::int64_t>(count)});
 }
 
 std::string title(QueuedCommandsOffer const& offer)

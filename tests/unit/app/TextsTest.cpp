@@ -95,6 +95,40 @@ TEST(Texts, haveTheSameArgumentsInEveryLanguage)
                 << key;
 }
 
+// The cases of the plurals in a pattern, "one" and "other" for instance.
+std::set<std::string> pluralCasesOf(std::string const& pattern)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    icu::MessagePattern const parsed(icu::UnicodeString::fromUTF8(pattern), nullptr, status);
+    std::set<std::string> cases;
+    bool isPlural = false;
+    for (int32_t index = 0; index < parsed.countParts(); ++index) {
+        icu::MessagePattern::Part const& part = parsed.getPart(index);
+        if (part.getType() == UMSGPAT_PART_TYPE_ARG_START)
+            isPlural = part.getArgType() == UMSGPAT_ARG_TYPE_PLURAL;
+        if (part.getType() == UMSGPAT_PART_TYPE_ARG_SELECTOR && isPlural) {
+            std::string name;
+            parsed.getSubstring(part).toUTF8String(name);
+            cases.insert(name);
+        }
+    }
+    return cases;
+}
+
+TEST(Texts, haveEveryPluralOfTheirLanguage)
+{
+    std::map<std::string, std::set<std::string>> const needed = {{"en", {"one", "other"}},
+                                                                 {"ru", {"one", "few", "many", "other"}}};
+    std::size_t plurals = 0;
+    for (std::string const& language : texts::languages())
+        for (std::string const& key : texts::keys(language))
+            if (auto const cases = pluralCasesOf(texts::pattern(language, key)); !cases.empty()) {
+                ++plurals;
+                EXPECT_EQ(cases, needed.at(language)) << language << " " << key;
+            }
+    EXPECT_GE(plurals, 18U);
+}
+
 TEST(Texts, takeTheArgumentsThatTheyAreFilledWith)
 {
     std::map<std::string, std::set<std::string>> const filled = {{"confirm.title.keyShortcut", {"0"}},

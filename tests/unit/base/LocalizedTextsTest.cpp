@@ -33,18 +33,18 @@ protected:
 TEST_F(Texts, fillsPlaceholdersAndChoosesPlurals)
 {
     texts::useLanguage("en");
-    EXPECT_EQ(localized("activity.actions.count", {std::int64_t(1)}), "1 action");
-    EXPECT_EQ(localized("activity.actions.count", {std::int64_t(5)}), "5 actions");
+    EXPECT_EQ(localized("activity.actions", {std::int64_t(1)}), "1 action");
+    EXPECT_EQ(localized("activity.actions", {std::int64_t(5)}), "5 actions");
     EXPECT_EQ(localized("activity.and", {"a {0} 'b'", "c"}), "a {0} 'b' and c");
 }
 
 TEST_F(Texts, countsByTheRulesOfTheLanguage)
 {
     texts::useLanguage("ru");
-    auto const one = localized("activity.actions.count", {std::int64_t(1)});
-    auto const few = localized("activity.actions.count", {std::int64_t(2)});
-    auto const many = localized("activity.actions.count", {std::int64_t(5)});
-    auto const twentyOne = localized("activity.actions.count", {std::int64_t(21)});
+    auto const one = localized("activity.actions", {std::int64_t(1)});
+    auto const few = localized("activity.actions", {std::int64_t(2)});
+    auto const many = localized("activity.actions", {std::int64_t(5)});
+    auto const twentyOne = localized("activity.actions", {std::int64_t(21)});
 
     EXPECT_NE(one.substr(2), few.substr(2));
     EXPECT_NE(few.substr(2), many.substr(2));

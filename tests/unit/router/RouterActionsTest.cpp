@@ -75,7 +75,7 @@ TEST_F(RouterActionsTest, actionsMissingOrOfTheWrongTypeIsInvalid)
 TEST_F(RouterActionsTest, emptyBatchIsLegalAndLogged)
 {
     EXPECT_EQ(perform("[]").at("result"), (json::object{{"ok", true}}));
-    EXPECT_EQ(state.activity().front().note, localized("activity.actions.count", {std::int64_t{0}}));
+    EXPECT_EQ(state.activity().front().note, localized("activity.actions", {std::int64_t{0}}));
     EXPECT_EQ(state.activity().front().kind, ActivityKind::actions);
 }
 
@@ -319,7 +319,7 @@ TEST_F(RouterActionsTest, entryNamesApplicationAndAgent)
     call(request);
     ActivityEntry const& entry = state.activity().front();
     EXPECT_NE(entry.summary.find("Foo"), std::string::npos);
-    EXPECT_EQ(entry.note, localized("activity.actions.one"));
+    EXPECT_EQ(entry.note, localized("activity.actions", {1}));
     EXPECT_EQ(entry.detail, localized("activity.detail.clicks", {std::int64_t{2}}));
     EXPECT_EQ(entry.agentName, "Robo");
     EXPECT_EQ(entry.connectionId, "c");

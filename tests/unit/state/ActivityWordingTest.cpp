@@ -42,8 +42,8 @@ public:
 
 TEST_F(ActivityWordingTest, wordsAnEmptyBatchAsWaiting)
 {
-    EXPECT_EQ(words({}), (Actions{upper(localized("activity.verb.wait")),
-                                  localized("activity.actions.count", {0}), ""}));
+    EXPECT_EQ(words({}),
+              (Actions{upper(localized("activity.verb.wait")), localized("activity.actions", {0}), ""}));
 }
 
 TEST_F(ActivityWordingTest, wordsMovesAndWaits)
@@ -98,8 +98,8 @@ TEST_F(ActivityWordingTest, capitalizesAlsoBeyondAscii)
 
 TEST_F(ActivityWordingTest, countsTheActionsInTheNote)
 {
-    EXPECT_EQ(words({click()}).note, localized("activity.actions.one"));
-    EXPECT_EQ(words({click(), {A::Wait{}}}).note, localized("activity.actions.count", {2}));
+    EXPECT_EQ(words({click()}).note, localized("activity.actions", {1}));
+    EXPECT_EQ(words({click(), {A::Wait{}}}).note, localized("activity.actions", {2}));
 }
 
 TEST_F(ActivityWordingTest, countsClicksApartFromActions)
@@ -107,26 +107,52 @@ TEST_F(ActivityWordingTest, countsClicksApartFromActions)
     Actions const actions = words({click(2)});
 
     EXPECT_EQ(actions.detail, localized("activity.detail.clicks", {2}));
-    EXPECT_EQ(actions.note, localized("activity.actions.one"));
+    EXPECT_EQ(actions.note, localized("activity.actions", {1}));
 }
 
 TEST_F(ActivityWordingTest, wordsOneAndManyOfEachPart)
 {
-    EXPECT_EQ(words({click()}).detail, localized("activity.detail.click"));
+    EXPECT_EQ(words({click()}).detail, localized("activity.detail.clicks", {1}));
     EXPECT_EQ(words({click(), click()}).detail, localized("activity.detail.clicks", {2}));
-    EXPECT_EQ(words({{A::Scroll{}}}).detail, localized("activity.detail.scroll"));
+    EXPECT_EQ(words({{A::Scroll{}}}).detail, localized("activity.detail.scrolls", {1}));
     EXPECT_EQ(words({{A::Scroll{}}, {A::Scroll{}}, {A::Scroll{}}}).detail,
               localized("activity.detail.scrolls", {3}));
-    EXPECT_EQ(words({{A::Drag{}}}).detail, localized("activity.detail.drag"));
+    EXPECT_EQ(words({{A::Drag{}}}).detail, localized("activity.detail.drags", {1}));
     EXPECT_EQ(words({{A::Drag{}}, {A::Drag{}}}).detail, localized("activity.detail.drags", {2}));
+}
+
+TEST_F(ActivityWordingTest, countsByTheRulesOfEachLanguage)
+{
+    auto const drags = [](std::size_t count) { return words(std::vector<InputAction>(count, {A::Drag{}})); };
+
+    EXPECT_EQ(drags(1).note, "1 action");
+    EXPECT_EQ(drags(1).detail, "1 drag");
+    EXPECT_EQ(drags(2).note, "2 actions");
+    EXPECT_EQ(drags(21).detail, "21 drags");
+    EXPECT_EQ(words({{A::Type{"a"}}}).detail, "1 character typed (what was typed is not kept)");
+
+    texts::useLanguage("ru");
+    EXPECT_EQ(drags(1).note, "1 действие");
+    EXPECT_EQ(drags(3).note, "3 действия");
+    EXPECT_EQ(drags(5).note, "5 действий");
+    EXPECT_EQ(drags(21).note, "21 действие");
+    EXPECT_EQ(drags(1).detail, "1 перетаскивание");
+    EXPECT_EQ(drags(3).detail, "3 перетаскивания");
+    EXPECT_EQ(drags(11).detail, "11 перетаскиваний");
+    EXPECT_EQ(words({click(1)}).detail, "1 нажатие");
+    EXPECT_EQ(words({click(4)}).detail, "4 нажатия");
+    EXPECT_EQ(words({{A::Scroll{}}}).detail, "1 прокрутка");
+    EXPECT_EQ(words({{A::Type{"a"}}}).detail, "напечатан 1 знак (сам текст не сохраняется)");
+    EXPECT_EQ(words({{A::Type{"abc"}}}).detail, "напечатано 3 знака (сам текст не сохраняется)");
+    texts::useLanguage("en");
 }
 
 TEST_F(ActivityWordingTest, saysThatTypedTextIsNotKept)
 {
     EXPECT_EQ(words({{A::Type{"é"}}}).detail,
-              localized("activity.detail.withPrivacy", {localized("activity.detail.typeOne")}));
+              localized("activity.detail.withPrivacy", {localized("activity.detail.characters", {1})}));
     EXPECT_EQ(words({{A::Type{"abc"}}, {A::SetValue{"s", "e", "de"}}}).detail,
-              localized("activity.detail.withPrivacy", {localized("activity.detail.type", {5})}));
+              localized("activity.detail.withPrivacy", {localized("activity.detail.characters", {5})}));
 }
 
 TEST_F(ActivityWordingTest, neverHoldsTypedText)
@@ -138,16 +164,16 @@ TEST_F(ActivityWordingTest, neverHoldsTypedText)
 
 TEST_F(ActivityWordingTest, needsNoPrivacyForAnEmptyText)
 {
-    EXPECT_EQ(words({{A::Type{""}}}).detail, localized("activity.detail.type", {0}));
+    EXPECT_EQ(words({{A::Type{""}}}).detail, localized("activity.detail.characters", {0}));
 }
 
 TEST_F(ActivityWordingTest, joinsTheLinesInTheOrderOfTheirParts)
 {
     EXPECT_EQ(words({{A::Drag{}}, click(2), {A::Type{"ab"}}}).detail,
               localized("activity.detail.withPrivacy",
-                        {localized("activity.detail.drag") + localized("list.separator") +
+                        {localized("activity.detail.drags", {1}) + localized("list.separator") +
                          localized("activity.detail.clicks", {2}) + localized("list.separator") +
-                         localized("activity.detail.type", {2})}));
+                         localized("activity.detail.characters", {2})}));
 }
 
 TEST_F(ActivityWordingTest, listsThreeKeysAndNoMore)

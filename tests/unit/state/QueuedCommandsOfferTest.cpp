@@ -1,6 +1,7 @@
 #include "state/QueuedCommandsOffer.h"
 
 #include "base/DateText.h"
+#include "base/LocalizedTexts.h"
 #include "state/QueueWording.h"
 
 #include <gtest/gtest.h>
@@ -67,6 +68,14 @@ TEST(QueueWording, countsWhatWaits)
     EXPECT_EQ(QueueWording::waiting(0), "0 commands waited for you");
     EXPECT_EQ(QueueWording::waiting(1), "1 command waited for you");
     EXPECT_EQ(QueueWording::waiting(2), "2 commands waited for you");
+    EXPECT_EQ(QueueWording::waiting(1000), "1000 commands waited for you");
+
+    texts::useLanguage("ru");
+    EXPECT_EQ(QueueWording::waiting(1), "вас ждала 1 команда");
+    EXPECT_EQ(QueueWording::waiting(2), "вас ждали 2 команды");
+    EXPECT_EQ(QueueWording::waiting(5), "вас ждали 5 команд");
+    EXPECT_EQ(QueueWording::waiting(21), "вас ждала 21 команда");
+    texts::useLanguage("en");
 }
 
 TEST(QueueWording, listsEightAndHowManyMore)
