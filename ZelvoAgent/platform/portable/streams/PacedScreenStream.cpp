@@ -151,12 +151,12 @@ private:
 
     Task<bool> looksNew(unsigned version)
     {
-        auto const look = [this] {
+        auto const hasChanged = [this] {
             if (!changes)
                 changes = parts.openChanges();
             return changes && changes->take();
         };
-        bool const isChanged = co_await on(parts.contexts.workers, look);
+        bool const isChanged = co_await on(parts.contexts.workers, hasChanged);
         if (!changes || !changes->isAlive()) {
             co_await fail({"the screen is gone"});
             co_return false;
@@ -212,12 +212,12 @@ private:
 
     Task<> fail(ScreenFailure failure)
     {
-        auto const tell = [&] {
+        auto const report = [&] {
             auto const taker = output.lock();
             if (taker && !current().ended)
                 taker->streamStopped(failure);
         };
-        co_await on(queue, tell);
+        co_await on(queue, report);
         end();
     }
 

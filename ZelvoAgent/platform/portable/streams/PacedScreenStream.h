@@ -3,30 +3,19 @@
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "platform/ScreenStream.h"
+#include "platform/portable/streams/ChangeDetector.h"
 
 #include <functional>
 #include <memory>
 
 namespace zelvo {
 
-/// Tells whether pictures of the screen would differ from before, without reading any. Thread: one at a time;
-/// blocks for a moment. Made by: X11ChangeDetector, and by tests.
-class ChangeDetector {
-public:
-    virtual ~ChangeDetector() = default;
-    /// Whether anything has changed since the last call, or since this object was made. What happens after
-    /// this has returned is told by the next call.
-    virtual bool take() = 0;
-    /// False when the screen system is gone.
-    virtual bool isAlive() const = 0;
-};
-
 /// What a stream of pictures is made from; all of it outlives the stream.
 struct PacedStreamParts {
     Contexts contexts;
     Clock& clock;
     ScreenSource& source;
-    /// On the workers. Null when changes can't be told.
+    /// On the workers. Null when changes can't be noticed.
     std::function<std::unique_ptr<ChangeDetector>()> openChanges;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/portable/streams/PacedScreenStream.h"
+#include "platform/portable/streams/ChangeDetector.h"
 
 #include <cstdint>
 #include <memory>
