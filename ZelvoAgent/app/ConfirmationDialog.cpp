@@ -124,8 +124,8 @@ void ConfirmationDialog::addButtons(QVBoxLayout& column)
     allow = newButton(contents.allowTitle);
     allow->setDefault(true);
     QObject::connect(allow, &QPushButton::clicked, this, [this] {
-        if (auto const told = reports.allow) // Empty when an assistive tool presses late.
-            told(remember && remember->isChecked());
+        if (auto const onAllow = reports.allow) // Empty when an assistive tool presses late.
+            onAllow(remember && remember->isChecked());
     });
 
     auto* const row = new QHBoxLayout;
@@ -171,11 +171,11 @@ void ConfirmationDialog::paintIn(QPalette const& palette)
     moreBelow->setPalette(warning);
 }
 
-void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports told)
+void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports next)
 {
     begin = clock.now();
     end = timeIsUp;
-    reports = std::move(told);
+    reports = std::move(next);
     guard.opened(begin);
     showTimeLeft();
     tick.start();
@@ -207,9 +207,9 @@ void ConfirmationDialog::placeInTheMiddle()
 }
 
 // The answer may destroy this window.
-void ConfirmationDialog::report(std::function<void()> const& told)
+void ConfirmationDialog::report(std::function<void()> const& callback)
 {
-    if (auto const kept = told)
+    if (auto const kept = callback)
         kept();
 }
 

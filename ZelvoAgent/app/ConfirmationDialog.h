@@ -26,7 +26,7 @@ class ConfirmationDialog final : public QDialog {
 public:
     ConfirmationDialog(PanelContents contents, Clock& clock);
 
-    void present(Instant timeIsUp, ConfirmationPanel::Reports told);
+    void present(Instant timeIsUp, ConfirmationPanel::Reports next);
     /// Hides it; reports nothing after this.
     void leave();
 
@@ -49,7 +49,7 @@ private:
     void placeInTheMiddle();
     bool isUnwitting(QEvent const& event);
     bool wouldAllow(int key) const;
-    void report(std::function<void()> const& told);
+    void report(std::function<void()> const& callback);
 
     PanelContents const contents;
     Clock& clock;

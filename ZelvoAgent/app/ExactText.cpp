@@ -28,7 +28,7 @@ QString numbered(char32_t character)
     return QString("⟨U+%1⟩").arg(QString::number(character, 16).toUpper(), 4, QChar('0'));
 }
 
-QString told(QChar sign, qsizetype times)
+QString repeated(QChar sign, qsizetype times)
 {
     return QString("⟨%1 × %2⟩").arg(sign).arg(times);
 }
@@ -121,7 +121,7 @@ private:
     {
         qsizetype const count = std::exchange(spaces, 0);
         if (count > maxSpaces)
-            write(told(QChar(u'␣'), count));
+            write(repeated(QChar(u'␣'), count));
         else if (count > 0)
             write(QString(count, QChar::Space));
     }
@@ -129,7 +129,7 @@ private:
     {
         qsizetype const count = std::exchange(emptyLines, 0);
         if (count > maxEmptyLines)
-            lines.push_back(told(QChar(u'⏎'), count));
+            lines.push_back(repeated(QChar(u'⏎'), count));
         else
             lines.insert(lines.end(), count, QString());
     }

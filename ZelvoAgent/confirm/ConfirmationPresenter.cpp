@@ -19,7 +19,7 @@ namespace {
 
 constexpr Duration maxSettling = 1s; // For the window manager to do what it was asked.
 constexpr Duration settlingPoll = 10ms;
-constexpr int looksAtTheFrame = 20;
+constexpr int maxFrameChecks = 20;
 constexpr std::size_t maxNameLength =
     80; // Characters. It stands above what is asked, and must not pass for that.
 
@@ -240,7 +240,7 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
     auto const isCurrent = [&] {
         return !weak.expired() && question->isOpen() && question->kind == Kind::action && lastFrame;
     };
-    for (int look = 0; look < looksAtTheFrame && isCurrent(); ++look) {
+    for (int check = 0; check < maxFrameChecks && isCurrent(); ++check) {
         setLastFrame(question->window->agentFrame());
         co_await services.clock.sleep(settlingPoll);
     }

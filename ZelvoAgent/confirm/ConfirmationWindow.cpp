@@ -67,10 +67,10 @@ void ConfirmationWindow::complete(ConfirmationDecision decision)
 {
     if (!decide)
         return;
-    OnDecision const told = std::exchange(decide, nullptr);
+    OnDecision const onDecision = std::exchange(decide, nullptr);
     countdown.cancel();
     panel->takeAway();
-    told(decision);
+    onDecision(decision);
 }
 
 } // namespace zelvo

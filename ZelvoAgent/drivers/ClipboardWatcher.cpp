@@ -15,8 +15,8 @@ constexpr Duration tick = 500ms;
 } // namespace
 
 /// What a look reads and writes. Thread: main.
-struct ClipboardWatcher::Looker {
-    Looker(Executor workers, Pasteboard& pasteboard, Workspace& workspace)
+struct ClipboardWatcher::Poller {
+    Poller(Executor workers, Pasteboard& pasteboard, Workspace& workspace)
         : workers(std::move(workers)), pasteboard(pasteboard), workspace(workspace),
           lastChangeCount(pasteboard.changeCount())
     {
@@ -24,7 +24,7 @@ struct ClipboardWatcher::Looker {
 
     Task<> poll()
     {
-        AsyncMutex::Lock const lock = co_await looks.lock();
+        AsyncMutex::Lock const lock = co_await polls.lock();
         std::int64_t const count = pasteboard.changeCount();
         if (count == lastChangeCount)
             co_return;
@@ -49,7 +49,7 @@ struct ClipboardWatcher::Looker {
     std::int64_t lastChangeCount;
     /// All names, since which of them are hidden may change between copying and reading.
     ApplicationNames source;
-    AsyncMutex looks; ///< one after another
+    AsyncMutex polls; ///< one after another
 };
 
 ClipboardWatcher::ClipboardWatcher(Contexts const& contexts,
@@ -57,7 +57,7 @@ ClipboardWatcher::ClipboardWatcher(Contexts const& contexts,
                                    Pasteboard& pasteboard,
                                    Workspace& workspace)
     : main(contexts.main), clock(clock),
-      looker(std::make_shared<Looker>(contexts.workers, pasteboard, workspace))
+      poller(std::make_shared<Poller>(contexts.workers, pasteboard, workspace))
 {
 }
 
@@ -69,13 +69,13 @@ ClipboardWatcher::~ClipboardWatcher()
 void ClipboardWatcher::start()
 {
     stop();
-    timer = spawn(main, [weak = std::weak_ptr(looker), &clock = clock]() -> Task<> {
+    timer = spawn(main, [weak = std::weak_ptr(poller), &clock = clock]() -> Task<> {
         for (Instant due = clock.now() + tick;; due = std::max(due + tick, clock.now())) {
             co_await clock.sleepUntil(due);
-            auto const looker = weak.lock();
-            if (!looker)
+            auto const poller = weak.lock();
+            if (!poller)
                 co_return;
-            co_await looker->poll();
+            co_await poller->poll();
         }
     });
 }
@@ -88,18 +88,18 @@ void ClipboardWatcher::stop()
 
 Task<> ClipboardWatcher::poll()
 {
-    auto const kept = looker;
+    auto const kept = poller;
     co_await kept->poll();
 }
 
 std::optional<std::string> ClipboardWatcher::lastSourceBundleId() const
 {
-    return looker->source.identifier({});
+    return poller->source.identifier({});
 }
 
 bool ClipboardWatcher::isSourceHidden(std::set<std::string> const& hidden) const
 {
-    auto const bundleId = looker->source.identifier(hidden);
+    auto const bundleId = poller->source.identifier(hidden);
     return bundleId && hidden.contains(*bundleId);
 }
 

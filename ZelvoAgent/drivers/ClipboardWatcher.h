@@ -40,11 +40,11 @@ public:
     bool isSourceHidden(std::set<std::string> const& hidden) const;
 
 private:
-    struct Looker;
+    struct Poller;
 
     Executor main;
     Clock& clock;
-    std::shared_ptr<Looker> looker; ///< the timer holds it weakly
+    std::shared_ptr<Poller> poller; ///< the timer holds it weakly
     TaskHandle timer;
 };
 

@@ -12,7 +12,7 @@ namespace zelvo {
 namespace {
 
 /// How often a place is judged that is moved about meanwhile, before it is refused.
-constexpr int maxLooks = 8;
+constexpr int maxAttempts = 8;
 /// Bytes; far more than any system takes.
 constexpr std::size_t maxPathLength = 64u << 10;
 
@@ -59,7 +59,7 @@ Task<> FileAccess::write(std::string path, std::string data)
 std::string FileAccess::readOnStrand(std::string const& path)
 {
     std::string const standard = standardize(path);
-    for (int look = 0; look < maxLooks; ++look)
+    for (int attempt = 0; attempt < maxAttempts; ++attempt)
         if (auto const file = files.open(resolve(standard, Target::mustExist).place))
             return contentOf(*file);
     throw AgentError::scopeDenied;
@@ -68,7 +68,7 @@ std::string FileAccess::readOnStrand(std::string const& path)
 void FileAccess::writeOnStrand(std::string const& path, std::string_view data)
 {
     std::string const standard = standardize(path);
-    for (int look = 0; look < maxLooks; ++look) {
+    for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         Judged const judged = resolve(standard, Target::mayBeNew);
         auto const link = judged.exists ? FileSystem::LinkThere::refused : FileSystem::LinkThere::replaced;
         if (files.replace(judged.place, data, link))

@@ -37,7 +37,7 @@ private:
 
     void step(std::string const& part)
     {
-        FileNode const node = exists ? files.look(paths::joined(done, part)) : FileNode{};
+        FileNode const node = exists ? files.nodeAt(paths::joined(done, part)) : FileNode{};
         if (node.kind == FileNode::Kind::link && ++links <= maxLinks) {
             if (node.target.starts_with('/'))
                 done = "/";

@@ -58,7 +58,7 @@ public:
     virtual std::optional<std::string> homeFolder(std::string const& user) = 0;
     /// What a path without a slash in front counts from.
     virtual std::string currentFolder() = 0;
-    virtual FileNode look(std::string const& path) = 0;
+    virtual FileNode nodeAt(std::string const& path) = 0;
 
     /// Opens a regular file. Null when the place isn't what it was: a link stands in the way, or nothing is
     /// there. Throws FileFailure, for a folder, a device, a pipe or a socket too, without having opened it.

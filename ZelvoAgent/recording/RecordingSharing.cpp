@@ -66,7 +66,7 @@ Task<bool> RecordingSharing::putQuestion(std::string connectionId, std::string p
 
 Task<bool> RecordingSharing::set(std::string connectionId, bool shared)
 {
-    if (!co_await tell(connectionId, shared)) {
+    if (!co_await sendChoice(connectionId, shared)) {
         logFailure();
         co_return false;
     }
@@ -76,7 +76,7 @@ Task<bool> RecordingSharing::set(std::string connectionId, bool shared)
     co_return shared;
 }
 
-Task<bool> RecordingSharing::tell(std::string connectionId, bool shared)
+Task<bool> RecordingSharing::sendChoice(std::string connectionId, bool shared)
 {
     AsyncMutex::Lock const lock = co_await sending.lock();
     bool const hasAgreed = co_await services.sendSharing(connectionId, shared);

@@ -44,7 +44,7 @@ public:
 
 private:
     Task<bool> putQuestion(std::string connectionId, std::string platformName);
-    Task<bool> tell(std::string connectionId, bool shared);
+    Task<bool> sendChoice(std::string connectionId, bool shared);
     void logSet(std::string const& connectionId, bool shared);
     void logFailure();
 

@@ -327,7 +327,7 @@ void SessionRecorder::setCapturing(bool value)
     capturing = value;
     recording.set(value);
     if (services.onCapturingChanged)
-        asio::post(services.contexts.main, [tell = services.onCapturingChanged, value] { tell(value); });
+        asio::post(services.contexts.main, [report = services.onCapturingChanged, value] { report(value); });
 }
 
 void SessionRecorder::openedFile()

@@ -68,7 +68,7 @@ public:
     }
     std::string currentFolder() override { return current; }
 
-    FileNode look(std::string const& path) override
+    FileNode nodeAt(std::string const& path) override
     {
         looked.push_back(path);
         auto const found = nodes.find(path);

@@ -97,11 +97,11 @@ TEST(LinuxFileSystem, tellsWhatStandsAtAPath)
     writeFile(files.in / "file", "x");
     fs::create_symlink("no where", files.in / "link");
 
-    EXPECT_EQ(files.machine.look(files.in).kind, FileNode::Kind::folder);
-    EXPECT_EQ(files.machine.look(files.in / "file").kind, FileNode::Kind::other);
-    EXPECT_EQ(files.machine.look(files.in / "gone").kind, FileNode::Kind::missing);
-    EXPECT_EQ(files.machine.look((files.in / "file").native() + '\0').kind, FileNode::Kind::missing);
-    FileNode const link = files.machine.look(files.in / "link");
+    EXPECT_EQ(files.machine.nodeAt(files.in).kind, FileNode::Kind::folder);
+    EXPECT_EQ(files.machine.nodeAt(files.in / "file").kind, FileNode::Kind::other);
+    EXPECT_EQ(files.machine.nodeAt(files.in / "gone").kind, FileNode::Kind::missing);
+    EXPECT_EQ(files.machine.nodeAt((files.in / "file").native() + '\0').kind, FileNode::Kind::missing);
+    FileNode const link = files.machine.nodeAt(files.in / "link");
     EXPECT_EQ(link.kind, FileNode::Kind::link);
     EXPECT_EQ(link.target, "no where");
 }

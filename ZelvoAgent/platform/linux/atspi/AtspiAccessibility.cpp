@@ -54,7 +54,7 @@ std::unique_ptr<AtspiLink> AtspiAccessibility::connect()
 void AtspiAccessibility::noteUnreadable(std::int32_t pid)
 {
     if (observer && unreadable.isNew(pid))
-        asio::post(contexts.main, [tell = observer, pid] { tell(pid); });
+        asio::post(contexts.main, [report = observer, pid] { report(pid); });
 }
 
 Task<> AtspiAccessibility::switchOn()

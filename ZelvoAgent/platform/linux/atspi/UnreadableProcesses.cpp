@@ -16,7 +16,7 @@ bool UnreadableProcesses::isNew(std::int32_t pid)
     if (!start || (since && *start > *since))
         return false;
     bool isFirst = false;
-    told.change([&](std::set<Process>& all) { isFirst = all.insert({pid, *start}).second; });
+    reported.change([&](std::set<Process>& all) { isFirst = all.insert({pid, *start}).second; });
     return isFirst;
 }
 

@@ -22,7 +22,7 @@ public:
 private:
     using Process = std::pair<std::int32_t, std::chrono::nanoseconds>; // id, start
 
-    LockedBox<std::set<Process>> told;
+    LockedBox<std::set<Process>> reported;
     LockedBox<std::optional<std::chrono::nanoseconds>> switchedOn;
 };
 

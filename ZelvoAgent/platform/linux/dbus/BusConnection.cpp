@@ -324,19 +324,19 @@ void BusConnection::watchConnection(std::function<void(sd_bus*)> onChange)
 
 void BusConnection::watchName(std::string name, std::function<void(std::string const& owner)> onOwner)
 {
-    auto const tell = std::make_shared<std::function<void(std::string const&)>>(std::move(onOwner));
+    auto const report = std::make_shared<std::function<void(std::string const&)>>(std::move(onOwner));
     watchSignal("type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
                 "member='NameOwnerChanged',arg0='" +
                     name + "'",
-                [tell](sd_bus_message* message) {
+                [report](sd_bus_message* message) {
                     readText(message);
                     readText(message);
-                    (*tell)(readText(message).value_or(""));
+                    (*report)(readText(message).value_or(""));
                 });
-    watchConnection([weak = std::weak_ptr(bus), tell, name](sd_bus* raw) {
+    watchConnection([weak = std::weak_ptr(bus), report, name](sd_bus* raw) {
         auto const kept = weak.lock();
         if (!raw || !kept)
-            return (*tell)("");
+            return (*report)("");
         BusCall call{.destination = "org.freedesktop.DBus",
                      .path = "/org/freedesktop/DBus",
                      .interface = "org.freedesktop.DBus",
@@ -344,8 +344,8 @@ void BusConnection::watchName(std::string name, std::function<void(std::string c
                      .arguments = [name](sd_bus_message* message) {
                          sd_bus_message_append(message, "s", name.c_str());
                      }};
-        auto onReply = [tell](sd_bus_message* reply) { (*tell)(readText(reply).value_or("")); };
-        kept->ask(call, std::move(onReply), [tell] { (*tell)(""); });
+        auto onReply = [report](sd_bus_message* reply) { (*report)(readText(reply).value_or("")); };
+        kept->ask(call, std::move(onReply), [report] { (*report)(""); });
     });
 }
 

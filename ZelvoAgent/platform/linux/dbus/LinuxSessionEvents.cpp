@@ -31,10 +31,10 @@ struct LinuxSessionEvents::State {
         SessionFacts const before = facts.get();
         facts.change(edit);
         for (SessionEvent const event : eventsBetween(before, facts.get(), displayReachable()))
-            tell(event);
+            report(event);
     }
 
-    void tell(SessionEvent event) const
+    void report(SessionEvent event) const
     {
         for (auto const& observer : observers.get())
             asio::post(main, [observer, event] { observer(event); });
@@ -55,7 +55,7 @@ LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts,
         kept->change([&](SessionFacts& facts) { facts.login = login; });
     };
     auto onSleep = [kept = state](bool goesToSleep) {
-        kept->tell(goesToSleep ? SessionEvent::willSleep : SessionEvent::didWake);
+        kept->report(goesToSleep ? SessionEvent::willSleep : SessionEvent::didWake);
     };
     auto onSavers = [kept = state](std::set<std::string> active) {
         kept->change([&](SessionFacts& facts) { facts.activeSavers = std::move(active); });

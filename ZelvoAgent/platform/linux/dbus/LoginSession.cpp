@@ -64,7 +64,7 @@ void LoginSession::ownerChanged(std::string const& owner)
     grace = spawn(agent, [weak = weak_from_this(), &time = clock]() -> Task<> {
         co_await time.sleep(restartPatience);
         if (auto const self = weak.lock())
-            self->tell(std::nullopt);
+            self->report(std::nullopt);
     });
 }
 
@@ -152,11 +152,11 @@ void LoginSession::choose(std::vector<Candidate> const& candidates)
         candidates, [this](auto const& left, auto const& right) { return rankOf(left) < rankOf(right); });
     if (best == candidates.end() || rankOf(*best) < 0) {
         path.clear();
-        return tell(std::nullopt);
+        return report(std::nullopt);
     }
     path = best->path;
-    tell(LoginFacts{.isActive = entryOf<bool>(best->properties, "Active").value_or(true),
-                    .isLocked = entryOf<bool>(best->properties, "LockedHint").value_or(false)});
+    report(LoginFacts{.isActive = entryOf<bool>(best->properties, "Active").value_or(true),
+                      .isLocked = entryOf<bool>(best->properties, "LockedHint").value_or(false)});
 }
 
 void LoginSession::propertiesChanged(sd_bus_message* message)
@@ -175,11 +175,11 @@ void LoginSession::propertiesChanged(sd_bus_message* message)
     };
     if (!facts || isDropped("Active") || isDropped("LockedHint"))
         return find();
-    tell(LoginFacts{.isActive = entryOf<bool>(changed, "Active").value_or(facts->isActive),
-                    .isLocked = entryOf<bool>(changed, "LockedHint").value_or(facts->isLocked)});
+    report(LoginFacts{.isActive = entryOf<bool>(changed, "Active").value_or(facts->isActive),
+                      .isLocked = entryOf<bool>(changed, "LockedHint").value_or(facts->isLocked)});
 }
 
-void LoginSession::tell(std::optional<LoginFacts> next)
+void LoginSession::report(std::optional<LoginFacts> next)
 {
     if (facts == next)
         return;

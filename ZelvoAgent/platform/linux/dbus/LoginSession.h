@@ -41,7 +41,7 @@ private:
     void choose(std::vector<Candidate> const& candidates);
     int rankOf(Candidate const& candidate) const;
     void propertiesChanged(sd_bus_message* message);
-    void tell(std::optional<LoginFacts> next);
+    void report(std::optional<LoginFacts> next);
 
     Executor agent;
     Clock& clock;

@@ -107,7 +107,7 @@ std::string LinuxFileSystem::currentFolder()
     return error ? "/" : folder.native();
 }
 
-FileNode LinuxFileSystem::look(std::string const& path)
+FileNode LinuxFileSystem::nodeAt(std::string const& path)
 {
     struct stat facts{};
     if (path.find('\0') != std::string::npos)

@@ -17,7 +17,7 @@ public:
 
     std::optional<std::string> homeFolder(std::string const& user) override;
     std::string currentFolder() override;
-    FileNode look(std::string const& path) override;
+    FileNode nodeAt(std::string const& path) override;
     std::unique_ptr<OpenFile> open(PlaceInFolder const& place) override;
     bool replace(PlaceInFolder const& place, std::string_view content, LinkThere link) override;
 

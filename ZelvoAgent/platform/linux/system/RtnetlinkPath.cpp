@@ -49,7 +49,7 @@ public:
     {
         int const socket = openSocket();
         if (socket < 0)
-            return tell(true);
+            return report(true);
         descriptor.assign(socket);
         ask();
         wait();
@@ -69,8 +69,8 @@ private:
         foundDefault = false;
         auto const request = routes::dumpRequest(++sequence);
         isAsking = ::send(descriptor.native_handle(), request.data(), request.size(), 0) >= 0;
-        if (!isAsking && !told)
-            tell(true);
+        if (!isAsking && !reported)
+            report(true);
     }
 
     void wait()
@@ -109,14 +109,14 @@ private:
             return;
         isAsking = false;
         if (!packet.isInterrupted)
-            tell(foundDefault);
+            report(foundDefault);
     }
 
-    void tell(bool satisfied)
+    void report(bool satisfied)
     {
-        if (told == satisfied)
+        if (reported == satisfied)
             return;
-        told = satisfied;
+        reported = satisfied;
         if (onUpdate)
             onUpdate(satisfied);
     }
@@ -128,7 +128,7 @@ private:
     bool isAsking = false;
     bool isStale = false;
     bool foundDefault = false;
-    std::optional<bool> told;
+    std::optional<bool> reported;
     std::array<unsigned char, 32UL * 1024> buffer{};
 };
 
@@ -143,7 +143,7 @@ RtnetlinkPath::~RtnetlinkPath()
 void RtnetlinkPath::start(std::string host, std::function<void(bool satisfied)> onUpdate)
 {
     if (isLoopback(host)) {
-        asio::post(agent, [tell = std::move(onUpdate)] { tell(true); });
+        asio::post(agent, [report = std::move(onUpdate)] { report(true); });
         return;
     }
     watcher = std::make_shared<Watcher>(agent, std::move(onUpdate));

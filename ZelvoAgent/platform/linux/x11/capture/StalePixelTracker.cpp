@@ -60,10 +60,10 @@ void StalePixelTracker::markStale(std::uint32_t window, PixelRegion const& part,
         follow(window, entry);
 }
 
-void StalePixelTracker::isDrawn(std::uint32_t window,
-                                std::uint32_t damage,
-                                std::uint32_t sequence,
-                                PixelRect const& part)
+void StalePixelTracker::noteDrawn(std::uint32_t window,
+                                  std::uint32_t damage,
+                                  std::uint32_t sequence,
+                                  PixelRect const& part)
 {
     auto const found = entries.find(window);
     if (found == entries.end() || found->second.damage != damage || found->second.asked == sequence)
@@ -72,7 +72,7 @@ void StalePixelTracker::isDrawn(std::uint32_t window,
     dropClean(found);
 }
 
-void StalePixelTracker::isGone(std::uint32_t window)
+void StalePixelTracker::noteGone(std::uint32_t window)
 {
     if (auto const entry = entries.find(window); entry != entries.end())
         drop(entry);

@@ -26,10 +26,11 @@ public:
     /// without.
     void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
     /// The server says that something was drawn. sequence: of the event.
-    void isDrawn(std::uint32_t window, std::uint32_t damage, std::uint32_t sequence, PixelRect const& part);
+    void noteDrawn(std::uint32_t window, std::uint32_t damage, std::uint32_t sequence, PixelRect const& part);
     /// A window leaves the screen, or changes its size and with it all that it shows.
-    void isGone(std::uint32_t window);
-    /// Windows that will be stained: the server begins to tell at once, so that nothing is missed.
+    void noteGone(std::uint32_t window);
+    /// Windows that will have stale pixels: the server reports drawing in them from now on, so that nothing
+    /// is missed.
     void expect(std::set<std::uint32_t> windows);
 
     /// On the root window; empty for most.

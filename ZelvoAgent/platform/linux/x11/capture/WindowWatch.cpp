@@ -110,8 +110,8 @@ bool WindowWatch::takeExtension(int type, void const* event)
     X11Capabilities const& can = connection->capabilities();
     if (can.damage && type == can.damageFirstEvent) {
         auto const& drawn = as<xcb_damage_notify_event_t>(event);
-        stalePixels.isDrawn(drawn.drawable, drawn.damage, as<xcb_generic_event_t>(event).full_sequence,
-                            {drawn.area.x, drawn.area.y, drawn.area.width, drawn.area.height});
+        stalePixels.noteDrawn(drawn.drawable, drawn.damage, as<xcb_generic_event_t>(event).full_sequence,
+                              {drawn.area.x, drawn.area.y, drawn.area.width, drawn.area.height});
         return false;
     }
     return can.shape && type == can.shapeFirstEvent;
@@ -123,7 +123,7 @@ void WindowWatch::noteSize(std::uint32_t window, int width, int height)
     if (entry.width == width && entry.height == height)
         return;
     entry = {width, height, std::chrono::steady_clock::now()};
-    stalePixels.isGone(window);
+    stalePixels.noteGone(window);
 }
 
 void WindowWatch::noteMapped(std::uint32_t window)
@@ -136,7 +136,7 @@ void WindowWatch::noteGone(std::uint32_t window)
     anyLoss = std::chrono::steady_clock::now();
     if (!kept.contains(window))
         loss = anyLoss;
-    stalePixels.isGone(window);
+    stalePixels.noteGone(window);
 }
 
 /// Its number may come again for quite another window.

@@ -48,7 +48,8 @@ public:
     void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
     /// Such a part that is left, on the root window.
     PixelRegion stale(SurveyedWindow const& window);
-    /// A client inside another's window that is left out of pictures. Where it was its host is stained.
+    /// A client inside another's window that is left out of pictures. Where it was, its host's pixels are
+    /// stale.
     struct HiddenEmbeddedWindow {
         std::uint32_t window = 0;
         std::uint32_t host = 0;
