@@ -2,57 +2,42 @@
 
 #include "base/Task.h"
 #include "platform/portable/net/HttpHead.h"
+#include "platform/portable/net/Transport.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/co_spawn.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
-#include <boost/asio/ssl/context.hpp>
-#include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/role.hpp>
 #include <boost/beast/websocket/error.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <array>
+#include <exception>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace zelvo {
 
-/// The bytes below a WebSocket: TCP, or TLS over it. One type for both, so that the WebSocket code exists
-/// once.
+/// The bytes below a WebSocket. One type for plain TCP and TLS, so that the WebSocket code exists once.
 ///
 /// The head of the answer to the upgrade is read here, and only the head: its status is known even when the
 /// body of a refusal never ends. From then on reads and writes go straight through. Thread: that of the
-/// executor. Included by BeastWebSocket.cpp only.
-class TransportStream {
+/// executor. Included by BeastSession.cpp only.
+class TransportStream : public Transport {
 public:
     using executor_type = Executor;
-    using Socket = asio::ip::tcp::socket;
     using ErrorCode = boost::system::error_code;
 
-    explicit TransportStream(Executor executor) : socket(executor) {}
-    TransportStream(TransportStream const&) = delete;
-    TransportStream& operator=(TransportStream const&) = delete;
+    explicit TransportStream(Executor executor) : Transport(std::move(executor)) {}
 
     Executor get_executor() { return socket.get_executor(); }
 
-    Socket socket;
-    std::shared_ptr<asio::ssl::context> tlsContext;
-    std::unique_ptr<asio::ssl::stream<Socket&>> tls; ///< null for plain TCP
-    std::function<void(int status)> onStatus;        ///< the status of the answer to the upgrade
-    std::function<void()> onTearDown;                ///< the session is over, only the goodbye is left
-
-    /// Drops the connection; what is under way fails with operation_aborted.
-    void close()
-    {
-        ErrorCode ignored;
-        socket.close(ignored);
-    }
+    std::function<void(int status)> onStatus; ///< the status of the answer to the upgrade
+    std::function<void()> onTearDown;         ///< the session is over, only the goodbye is left
 
     template <class Buffers, class Token>
     auto async_read_some(Buffers const& buffers, Token&& token)
