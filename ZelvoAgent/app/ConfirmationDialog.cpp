@@ -35,7 +35,7 @@ constexpr int margin = 24;
 constexpr int gap = 12;
 constexpr int buttonGap = 8;
 constexpr int contentWidth = 420 - 2 * margin;
-constexpr int highestDetail = 220;
+constexpr int maxDetailHeight = 220;
 constexpr int cardPadding = 8;
 constexpr int barHeight = 3;
 
@@ -97,7 +97,7 @@ void ConfirmationDialog::addDetail(QVBoxLayout& column)
         font.setPointSizeF(this->font().pointSizeF());
     }
     detail = new DetailView(exactLines(contents.detail), font, contentWidth - 2 * cardPadding - 2,
-                            highestDetail, card);
+                            maxDetailHeight, card);
     detail->setAccessibleName(worded("confirm.detail"));
     detail->onScrolled = [this] { showMoreBelow(); };
     inside->addWidget(detail);

@@ -11,8 +11,8 @@ namespace {
 // Bounded so that no number of milliseconds overflows the clock.
 Duration timeOf(std::int64_t ms)
 {
-    constexpr std::int64_t longest = std::numeric_limits<std::int32_t>::max();
-    return std::chrono::milliseconds(std::clamp<std::int64_t>(ms, 0, longest));
+    constexpr std::int64_t maxMs = std::numeric_limits<std::int32_t>::max();
+    return std::chrono::milliseconds(std::clamp<std::int64_t>(ms, 0, maxMs));
 }
 
 } // namespace

@@ -40,9 +40,9 @@ std::int32_t wheelPixels(double distance)
 {
     if (std::isnan(distance))
         return 0;
-    constexpr double least = std::numeric_limits<std::int32_t>::min();
-    constexpr double most = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(std::trunc(distance), least, most));
+    constexpr double minValue = std::numeric_limits<std::int32_t>::min();
+    constexpr double maxValue = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::trunc(distance), minValue, maxValue));
 }
 
 InputDriver::InputDriver(EventPosting& events, Clock& clock) : events(events), clock(clock) {}

@@ -7,7 +7,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr int highestProtectedLayer = 8;
+constexpr int maxProtectedLayer = 8;
 
 } // namespace
 
@@ -23,7 +23,7 @@ std::vector<DesktopRect> ZelvoWindows::interactiveFrames(std::vector<WindowEntry
 {
     std::vector<DesktopRect> frames;
     for (WindowEntry const& window : windows)
-        if (window.ownerPid == ownPid && window.layer <= highestProtectedLayer && window.bounds)
+        if (window.ownerPid == ownPid && window.layer <= maxProtectedLayer && window.bounds)
             frames.push_back(*window.bounds);
     return frames;
 }

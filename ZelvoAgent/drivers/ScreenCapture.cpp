@@ -27,9 +27,9 @@ int bounded(double size)
 {
     if (std::isnan(size))
         return 0;
-    constexpr double least = std::numeric_limits<int>::min();
-    constexpr double most = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(std::round(size), least, most));
+    constexpr double minValue = std::numeric_limits<int>::min();
+    constexpr double maxValue = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::round(size), minValue, maxValue));
 }
 
 std::vector<std::uint8_t> encode(Picture const& picture, ScreenshotOptions const& options)

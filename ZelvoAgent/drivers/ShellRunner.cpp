@@ -35,8 +35,8 @@ private:
 /// The moment some milliseconds from now; the last moment there is when they are too many.
 Instant after(Instant now, std::int64_t ms)
 {
-    auto const most = std::chrono::floor<std::chrono::milliseconds>(Instant::max() - now).count();
-    return now + std::chrono::milliseconds(std::clamp<std::int64_t>(ms, 0, most));
+    auto const maxMs = std::chrono::floor<std::chrono::milliseconds>(Instant::max() - now).count();
+    return now + std::chrono::milliseconds(std::clamp<std::int64_t>(ms, 0, maxMs));
 }
 
 ChildLaunch launchOf(std::string command,

@@ -11,7 +11,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t deepest = 512;
+constexpr std::size_t maxNesting = 512;
 
 /// Builds the value from the parser's events. Numbers are read from their text, so that they are exact.
 class ValueBuilder {
@@ -169,7 +169,7 @@ std::string textOf(Value const& value)
 std::optional<json::value> parseJson(std::string_view text)
 {
     json::parse_options options;
-    options.max_depth = deepest;
+    options.max_depth = maxNesting;
     json::basic_parser<ValueBuilder> parser(options);
     boost::system::error_code error;
     std::size_t const used = parser.write_some(false, text.data(), text.size(), error);

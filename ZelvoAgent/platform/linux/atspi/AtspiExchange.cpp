@@ -88,7 +88,7 @@ bool AtspiExchange::hasRoom(PeerId id) const
 {
     Peer const& peer = *peers[id];
     auto const answered = static_cast<std::size_t>(workInFlight / std::max<Duration>(peer.pace, 1us));
-    return peer.calls.size() < std::clamp<std::size_t>(answered, 1, widestWindow);
+    return peer.calls.size() < std::clamp<std::size_t>(answered, 1, maxCallsInFlight);
 }
 
 void AtspiExchange::process()

@@ -23,7 +23,7 @@ public:
     /// `ask` returns.
     using OnAnswer = std::function<void(sd_bus_message*)>;
 
-    static constexpr std::size_t widestWindow = 128;
+    static constexpr std::size_t maxCallsInFlight = 128;
 
     explicit AtspiExchange(Duration patience) : patience(patience) {}
 

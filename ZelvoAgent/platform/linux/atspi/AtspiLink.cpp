@@ -84,11 +84,11 @@ bool AtspiLink::process()
     return true;
 }
 
-void AtspiLink::wait(Duration longest)
+void AtspiLink::wait(Duration maxTime)
 {
     if (!bus)
         return;
-    auto const time = std::chrono::duration_cast<std::chrono::microseconds>(longest).count();
+    auto const time = std::chrono::duration_cast<std::chrono::microseconds>(maxTime).count();
     sd_bus_wait(bus.get(), static_cast<std::uint64_t>(std::max<std::int64_t>(time, 0)));
 }
 

@@ -39,7 +39,7 @@ public:
     /// Takes what has come, replies in their order, without waiting. False when nothing had.
     bool process();
     /// Waits until something comes, or for that long.
-    void wait(Duration longest);
+    void wait(Duration maxTime);
 
 private:
     void lose() { bus.reset(); }

@@ -123,13 +123,13 @@ bool readProperty(sd_bus_message* message, Properties& properties)
 
 } // namespace
 
-std::string bounded(std::string_view bytes, std::size_t longest)
+std::string bounded(std::string_view bytes, std::size_t maxBytes)
 {
-    if (bytes.size() > longest) {
+    if (bytes.size() > maxBytes) {
         // A character is not cut in two: the first byte that is left out must begin one.
-        while (longest > 0 && (static_cast<unsigned char>(bytes[longest]) & 0xc0) == 0x80)
-            --longest;
-        bytes = bytes.substr(0, longest);
+        while (maxBytes > 0 && (static_cast<unsigned char>(bytes[maxBytes]) & 0xc0) == 0x80)
+            --maxBytes;
+        bytes = bytes.substr(0, maxBytes);
     }
     return text::repaired(bytes);
 }

@@ -103,7 +103,7 @@ std::optional<std::vector<Relation>> readRelations(sd_bus_message* message);
 /// "a{ss}": the entry of that name.
 std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view wanted);
 
-/// The text cut to `longest` bytes of whole characters, ill-formed parts replaced.
-std::string bounded(std::string_view bytes, std::size_t longest);
+/// The text cut to `maxBytes` bytes of whole characters, ill-formed parts replaced.
+std::string bounded(std::string_view bytes, std::size_t maxBytes);
 
 } // namespace zelvo::atspi

@@ -17,7 +17,7 @@ bool ChromiumWaking::wake(std::vector<AtspiNode::Index> const& windows)
 {
     std::size_t const before = count(windows);
     bool const isBuilt = before >= maxCounted;
-    auto const end = steady_clock::now() + longest;
+    auto const end = steady_clock::now() + maxWait;
     bool answered = false;
     for (AtspiNode::Index const window : windows)
         answered |= askForAttributes(window);
@@ -48,7 +48,7 @@ std::size_t ChromiumWaking::count(std::vector<AtspiNode::Index> const& windows)
 {
     inquiry.startAnew();
     auto const outer = exchange.currentDeadline();
-    exchange.setDeadline(steady_clock::now() + longest);
+    exchange.setDeadline(steady_clock::now() + maxWait);
     std::vector<AtspiNode::Index> row = windows;
     std::size_t counted = row.size();
     while (!row.empty() && counted < maxCounted) {

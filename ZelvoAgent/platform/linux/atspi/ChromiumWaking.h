@@ -10,14 +10,14 @@ namespace zelvo {
 /// anything else it is one question without a consequence. Thread: one; blocks.
 class ChromiumWaking {
 public:
-    static constexpr Duration longest = 300ms;
+    static constexpr Duration maxWait = 300ms;
 
     ChromiumWaking(AtspiExchange& exchange, AtspiInquiry& inquiry, AtspiNodes& nodes)
         : exchange(exchange), inquiry(inquiry), nodes(nodes)
     {
     }
 
-    /// Asks each window once, and waits until there are more elements than before, or `longest`. False when
+    /// Asks each window once, and waits until there are more elements than before, or `maxWait`. False when
     /// no window answered.
     bool wake(std::vector<AtspiNode::Index> const& windows);
 

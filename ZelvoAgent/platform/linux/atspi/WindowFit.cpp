@@ -52,13 +52,13 @@ exactFit(ReportedRect const& reported, ProcessWindow const& window, std::vector<
 std::optional<WindowFit>
 borderedFit(ReportedRect const& reported, PixelRect const& inner, std::vector<double> const& scales)
 {
-    constexpr double widestBorder = 32; // units
+    constexpr double maxBorder = 32; // units
     std::optional<WindowFit> best;
     double smallest = 0;
     for (double const scale : scales) {
         double const across = inner.width - reported.width * scale;
         double const down = inner.height - reported.height * scale;
-        if (std::min(across, down) < -scale || std::max(across, down) > 2 * widestBorder * scale)
+        if (std::min(across, down) < -scale || std::max(across, down) > 2 * maxBorder * scale)
             continue;
         if (best && across + down >= smallest)
             continue;

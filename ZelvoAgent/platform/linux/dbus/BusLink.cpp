@@ -9,7 +9,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr int messagesATurn = 64; // Then others of the thread get their turn.
+constexpr int maxMessagesAtOnce = 64; // Then other work of the thread runs.
 
 } // namespace
 
@@ -51,7 +51,7 @@ void BusLink::pump()
 {
     auto const kept = shared_from_this(); // A handler may end the link.
     int handled = 1;
-    for (int turn = 0; turn < messagesATurn && handled > 0 && bus; ++turn) {
+    for (int taken = 0; taken < maxMessagesAtOnce && handled > 0 && bus; ++taken) {
         std::unique_ptr<sd_bus, ReleaseBus<sd_bus_unref>> const inUse(sd_bus_ref(bus.get()));
         handled = sd_bus_process(inUse.get(), nullptr);
         noteReadiness();

@@ -40,12 +40,12 @@ UploadFile::UploadFile(std::filesystem::path const& path, std::int64_t bytes) : 
 
 std::optional<std::size_t> UploadFile::read(char* to, std::size_t room)
 {
-    std::size_t const most = std::min<std::size_t>(room, static_cast<std::size_t>(bytes - given));
-    if (most == 0)
+    std::size_t const wanted = std::min<std::size_t>(room, static_cast<std::size_t>(bytes - given));
+    if (wanted == 0)
         return 0;
     ssize_t count = 0;
     do
-        count = ::read(file.get(), to, most);
+        count = ::read(file.get(), to, wanted);
     while (count < 0 && errno == EINTR);
     if (count < 0) {
         reason = "the file can't be read: " + systemWords();

@@ -90,21 +90,21 @@ private:
         Instant due = parts.clock.now();
         while (co_await isWanted()) {
             co_await parts.clock.sleepUntil(due);
-            if (Turn const turn(*this); turn.isOurs)
+            if (Pass const pass(*this); pass.isOurs)
                 due = co_await step();
         }
         co_await beToldNothing();
     }
 
     /// While it lasts something may be taken and delivered.
-    struct Turn {
-        explicit Turn(Loop& loop) : loop(loop), isOurs(loop.begin()) {}
-        ~Turn()
+    struct Pass {
+        explicit Pass(Loop& loop) : loop(loop), isOurs(loop.begin()) {}
+        ~Pass()
         {
             loop.wake.notifyAll([this] { loop.busy = false; });
         }
-        Turn(Turn const&) = delete;
-        Turn& operator=(Turn const&) = delete;
+        Pass(Pass const&) = delete;
+        Pass& operator=(Pass const&) = delete;
 
         Loop& loop;
         bool const isOurs;

@@ -38,7 +38,7 @@ X11ScreenSource::X11ScreenSource(Contexts given,
                                  X11DisplayLayout& layout,
                                  DesktopEntries& entries)
     : contexts(std::move(given)), clock(clock), connection(std::move(shared)), layout(layout),
-      turns(asio::make_strand(contexts.workers))
+      strand(asio::make_strand(contexts.workers))
 {
     if (!connection || !suffices(*connection))
         return;
@@ -93,7 +93,7 @@ Task<Picture> X11ScreenSource::capture(CaptureRequest request)
                 result.picture = scaled(std::move(result.picture), request.width, request.height);
             return result;
         };
-        CaptureResult result = co_await on(turns, take);
+        CaptureResult result = co_await on(strand, take);
         if (result.wait.count() == 0)
             co_return std::move(result.picture);
         co_await clock.sleep(result.wait);

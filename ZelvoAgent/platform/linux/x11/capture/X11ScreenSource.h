@@ -44,8 +44,8 @@ private:
     Clock& clock;
     std::shared_ptr<X11Connection> connection;
     X11DisplayLayout& layout;
-    std::shared_ptr<X11Capture> pictures; // turns; null when nothing can be captured
-    Executor turns;                       // a strand on the workers
+    std::shared_ptr<X11Capture> pictures; // strand; null when nothing can be captured
+    Executor strand;                      // a strand on the workers
     std::optional<X11Events> events;
 };
 

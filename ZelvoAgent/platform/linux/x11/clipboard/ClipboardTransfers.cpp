@@ -23,7 +23,7 @@ bool ClipboardTransfers::begin(ClipboardPlace place,
                                std::string_view bytes)
 {
     std::erase_if(open, [&](Transfer const& each) { return each.place == place; });
-    if (open.size() >= most)
+    if (open.size() >= maxTransfers)
         return false;
     makeRoomFor(text);
     watch(place.window, true);

@@ -25,7 +25,7 @@ struct ClipboardPlace {
 class ClipboardTransfers {
 public:
     /// More at once are refused.
-    static constexpr std::size_t most = 64;
+    static constexpr std::size_t maxTransfers = 64;
     /// So many texts are kept for those who still take them; for a newer one the oldest is dropped.
     static constexpr std::size_t maxTexts = 4;
 

@@ -21,7 +21,7 @@ constexpr int glancesAtRest = 3;   // It also rests while it waits for an answer
 constexpr Duration maxAnswer = 5s; // A busy application has many keys to handle first.
 constexpr Duration betweenLooks = 2ms;
 constexpr std::size_t maxSilentWindows = 256;
-constexpr int deepestNesting = 32;
+constexpr int maxNesting = 32;
 
 /// Of all of them together; those that have ended count as at rest.
 ProcessActivity activityOf(std::vector<std::int32_t> const& processes)
@@ -156,7 +156,7 @@ std::vector<std::int32_t> DeliveryBarrier::processesAtWork() const
 std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers() const
 {
     std::optional<std::uint32_t> window = windowWithFocus();
-    for (int depth = 0; window && *window != connection.root() && depth < deepestNesting; ++depth) {
+    for (int depth = 0; window && *window != connection.root() && depth < maxNesting; ++depth) {
         if (answersPings(*window))
             return silentWindows.contains(*window) ? std::nullopt : window;
         window = parentOf(*window);
