@@ -14,12 +14,11 @@
 
 namespace zelvo {
 
-/// Callers that wait until somebody wakes them all. Each is resumed on its own executor.
+/// A condition variable for coroutines. wakeAll() resumes every waiter, each on its own executor.
 /// Thread: any.
 class AsyncCondition {
 public:
-    /// Waits for the next notifyAll(), unless `alreadyTrue`, asked under the lock, says that there is nothing
-    /// to wait for.
+    /// Waits for the next notifyAll(). Returns at once if `alreadyTrue`, called under the lock, returns true.
     template <class Condition>
     Task<> wait(Condition alreadyTrue)
     {
@@ -39,7 +38,7 @@ public:
         co_await asio::async_initiate<decltype(asio::use_awaitable), void()>(start, asio::use_awaitable);
     }
 
-    /// Makes a change under the lock, then wakes everybody.
+    /// Calls `change` under the lock, then wakes every waiter.
     template <class Change>
     void notifyAll(Change change)
     {
@@ -53,7 +52,7 @@ public:
             std::move(resume)();
     }
 
-    /// Reads or changes what the condition is about, under the lock.
+    /// Calls `work` under the lock, to read or change the state that the condition depends on.
     template <class Work>
     auto with(Work work) const
     {

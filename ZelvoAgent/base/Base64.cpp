@@ -8,7 +8,7 @@ namespace zelvo::base64 {
 
 namespace {
 
-// OpenSSL counts in int: long inputs go in pieces of whole groups.
+// OpenSSL takes lengths as int, so long inputs are split into pieces of whole base64 groups.
 constexpr std::size_t pieceBytes = 3u << 20;
 constexpr std::size_t pieceText = 4u << 20;
 
@@ -30,7 +30,7 @@ std::size_t paddingOf(std::string_view text)
 std::string encode(std::span<unsigned char const> bytes)
 {
     std::string text(encodedLength(bytes.size()), '\0');
-    encodeTo(text.data(), bytes); // A text has room for a zero byte behind it.
+    encodeTo(text.data(), bytes); // A std::string has room for the terminating zero.
     return text;
 }
 
@@ -56,7 +56,7 @@ std::optional<std::string> decode(std::string_view text)
     if (text.substr(0, text.size() - padding)
             .find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/") !=
         std::string_view::npos)
-        return std::nullopt; // The library would pass over white space and stop at other signs.
+        return std::nullopt; // OpenSSL would skip white space and stop at other characters.
     std::string bytes(text.size() / 4 * 3, '\0');
     std::size_t written = 0;
     for (std::size_t at = 0; at < text.size(); at += pieceText) {

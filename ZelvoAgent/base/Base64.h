@@ -10,10 +10,11 @@
 namespace zelvo::base64 {
 
 std::string encode(std::span<unsigned char const> bytes);
-/// For a text that is kept elsewhere: its length, and its characters with a zero byte behind them.
+/// Length of the encoded text in characters, without a terminating zero.
 std::size_t encodedLength(std::size_t bytes);
+/// Encodes into a buffer of encodedLength() + 1 characters; the last one is the terminating zero.
 void encodeTo(char* text, std::span<unsigned char const> bytes);
-/// The bytes of a text; nothing when it is not base64.
+/// `nullopt` if the text is not base64.
 std::optional<std::string> decode(std::string_view text);
 
 } // namespace zelvo::base64

@@ -10,7 +10,7 @@ namespace zelvo {
 Task<> Clock::sleepUntil(Instant due)
 {
     if (due <= now())
-        co_await asio::post(asio::use_awaitable); // No wait, but others get their turn.
+        co_await asio::post(asio::use_awaitable); // Yield, so that other tasks run.
     else
         co_await sleepers().wait(due, asio::use_awaitable);
 }

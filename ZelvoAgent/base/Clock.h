@@ -13,8 +13,8 @@ using Duration = std::chrono::nanoseconds;
 
 using namespace std::chrono_literals;
 
-/// The time of day, and the continuous time that every wait goes through: it goes on while the machine
-/// sleeps. Thread: any. Made by: platform/linux/LinuxClock, tests/fakes/ManualClock.
+/// The time of day, and the continuous time that every wait uses. Continuous time also advances while the
+/// machine sleeps. Thread: any. Made by: platform/linux/system/LinuxClock, tests/fakes/ManualClock.
 class Clock {
 public:
     virtual ~Clock() = default;
@@ -22,15 +22,15 @@ public:
     virtual Instant now() const = 0;
     virtual Date date() const = 0;
 
-    /// Waits until the continuous time has reached `due`; at once when it has. Throws operation_aborted when
-    /// cancelled.
+    /// Waits until the continuous time reaches `due`; does not wait if it is already past. Throws
+    /// operation_aborted if cancelled.
     Task<> sleepUntil(Instant due);
     Task<> sleep(Duration duration);
-    /// The same, but a cancelled wait simply ends early.
+    /// Like sleep(), but a cancelled wait ends early instead of throwing.
     Task<> sleepThroughCancel(Duration duration);
 
-    /// At the end of the process, once no thread runs tasks any more: takes apart the tasks that wait here,
-    /// while what they use still stands.
+    /// Destroys the sleeping tasks while everything they reference is still alive. Call at the end of the
+    /// process, when no thread runs tasks any more.
     void dropSleepers() { sleepers().drop(); }
 
 protected:

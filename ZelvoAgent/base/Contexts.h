@@ -8,7 +8,7 @@ namespace zelvo {
 struct Contexts {
     Executor main;    ///< the toolkit's event loop; AgentState and all windows
     Executor agent;   ///< one thread with one io_context; sockets, descriptors and every strand
-    Executor workers; ///< a small pool for what blocks or burns
+    Executor workers; ///< a small thread pool for blocking calls and long computations
 };
 
 } // namespace zelvo

@@ -13,7 +13,7 @@ using namespace std::chrono;
 
 constexpr sys_seconds referenceDate = sys_days(year(2001) / January / 1);
 
-/// Reads a text from left to right; each step says whether it fitted.
+/// Parses a text from left to right; each step returns whether it matched.
 class Reader {
 public:
     explicit Reader(std::string_view text) : rest(text) {}
@@ -110,10 +110,10 @@ std::optional<Date> parseIso8601(std::string_view text)
 
 std::tm localParts(Date date)
 {
-    // Not by way of system_clock, whose nanoseconds end in the year 2262.
+    // system_clock::to_time_t takes nanoseconds, which overflow in the year 2262.
     std::time_t const time = floor<seconds>(date).time_since_epoch().count();
     std::tm parts{};
-    ::tzset(); // The machine may have been carried into another zone since the start.
+    ::tzset(); // The time zone may have changed since the start.
     ::localtime_r(&time, &parts);
     return parts;
 }
@@ -133,8 +133,7 @@ double storedSeconds(Date date)
 
 Date fromStoredSeconds(double seconds)
 {
-    // A stored number is foreign: one that no date can hold becomes the nearest that can (about 9000 years
-    // off).
+    // The stored number may hold anything, so it is clamped to the range of Date (about 9000 years).
     double const limit = 3e11;
     double const sane = std::isnan(seconds) ? 0 : std::fmin(std::fmax(seconds, -limit), limit);
     return referenceDate + microseconds(std::llround(sane * 1e6));

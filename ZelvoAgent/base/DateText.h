@@ -7,14 +7,14 @@
 #include <string>
 #include <string_view>
 
-/// Dates as texts.
+/// Conversion between dates and texts.
 namespace zelvo::dates {
 
 /// "2026-11-21T02:38:27.123Z": UTC with milliseconds.
 std::string iso8601(Date date);
-/// Reads an internet date-time with fractional seconds and "Z" or an offset; nothing for any other form.
+/// Parses an RFC 3339 date-time with fractional seconds and "Z" or an offset; `nullopt` for any other form.
 std::optional<Date> parseIso8601(std::string_view text);
-/// The date by the clocks of the zone that the machine is in now.
+/// Local time in the machine's present time zone.
 std::tm localParts(Date date);
 /// Local time as "HH:mm:ss".
 std::string localTime(Date date);

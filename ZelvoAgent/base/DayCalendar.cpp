@@ -52,7 +52,7 @@ std::string formatted(icu::DateFormat& format, Date date, std::string const& zon
 
 } // namespace
 
-// Finding out the machine's zone reads files, so it is done once.
+// Detecting the machine's zone reads files, so it happens once.
 DayCalendar::DayCalendar(std::string zone) : zone(std::move(zone))
 {
     if (!this->zone.empty())

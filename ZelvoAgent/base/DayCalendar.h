@@ -6,10 +6,10 @@
 
 namespace zelvo {
 
-/// Days and times of day as the people of a time zone count them. Thread: any.
+/// Days and times of day in one time zone. Thread: any.
 class DayCalendar {
 public:
-    /// zone  an IANA name; empty: the machine's own, as it is at that moment
+    /// zone  an IANA name; if empty, the machine's zone at the time of construction
     explicit DayCalendar(std::string zone = {});
 
     Date startOfDay(Date date) const;

@@ -5,7 +5,7 @@
 
 namespace zelvo {
 
-/// A file of the source tree that was compiled into the program (cmake/Embed.cmake writes the definition).
+/// A file of the source tree, compiled into the program. cmake/Embed.cmake generates the definition.
 struct EmbeddedFile {
     unsigned char const* data;
     std::size_t size;

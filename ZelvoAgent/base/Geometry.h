@@ -2,7 +2,8 @@
 
 namespace zelvo {
 
-/// A place on the desktop, in points. The origin is the top left of the main display; others may be negative.
+/// A point on the desktop, in points. The origin is the top left corner of the main display; coordinates on
+/// other displays may be negative.
 struct DesktopPoint {
     double x{};
     double y{};
@@ -16,7 +17,7 @@ struct DesktopSize {
     bool operator==(DesktopSize const&) const = default;
 };
 
-/// An area of the desktop, in points. The left and top edges belong to it, the right and bottom ones do not.
+/// A rectangle on the desktop, in points; left and top edges inclusive, right and bottom ones exclusive.
 struct DesktopRect {
     double x{};
     double y{};

@@ -16,9 +16,9 @@
 
 namespace zelvo {
 
-/// Runs a plain function on another executor and resumes the caller on its own with the result or the
-/// failure: `co_await on(contexts.main, [&] { return state.connection(id); })`. The result must be default
-/// constructible.
+/// Runs a plain function on another executor, then resumes the caller on the caller's executor with the
+/// result or the exception: `co_await on(contexts.main, [&] { return state.connection(id); })`. The result
+/// must be default constructible.
 template <class F, class R = std::invoke_result_t<F&>>
 Task<R> on(Executor executor, F work)
 {
@@ -32,7 +32,7 @@ Task<R> on(Executor executor, F work)
                     failure = std::current_exception();
                 }
                 auto home = asio::get_associated_executor(handler);
-                // Moved, so that the failure belongs to one thread at a time.
+                // Moved, so that only one thread at a time owns the exception.
                 asio::dispatch(home, [handler = std::move(handler), failure = std::move(failure)]() mutable {
                     handler(std::move(failure));
                 });
@@ -62,7 +62,7 @@ Task<R> on(Executor executor, F work)
     }
 }
 
-/// Runs a coroutine on another executor, a strand for instance, and resumes the caller on its own.
+/// Runs a coroutine on another executor, such as a strand, then resumes the caller on the caller's executor.
 template <class F, class T = typename std::invoke_result_t<F&>::value_type>
 Task<T> runOn(Executor executor, F body)
 {

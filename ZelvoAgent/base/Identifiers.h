@@ -4,9 +4,9 @@
 
 namespace zelvo {
 
-/// A new random UUID in upper case, "8C5F...-...": unguessable only as far as uniqueness needs.
+/// A new random UUID in upper case, "8C5F...-...". Unique, but not fit for secrets.
 std::string newUuid();
-/// `bytes` random bytes of the system's generator, fit for secrets, as lower-case hexadecimal text.
+/// `bytes` bytes from the system's random generator as lower-case hexadecimal text. Fit for secrets.
 std::string randomHex(std::size_t bytes);
 
 } // namespace zelvo

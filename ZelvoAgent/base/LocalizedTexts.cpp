@@ -40,7 +40,7 @@ std::string supported(std::string_view language)
     return tables().contains(language) ? std::string(language) : "en";
 }
 
-/// The first language of a list like "de:ru_RU.UTF-8" that there are texts in.
+/// The first language of a list like "de:ru_RU.UTF-8" that has texts; "en" if none has.
 std::string firstSupported(std::string_view list)
 {
     while (!list.empty()) {

@@ -5,8 +5,8 @@
 
 namespace zelvo {
 
-/// A value behind a small lock, readable from any thread. The lock is held only while the value is copied or
-/// changed; `change` must not call out.
+/// A value that a mutex guards, readable from any thread. The lock is held only while the value is copied or
+/// changed, so `change` must not call other objects.
 template <class T>
 class LockedBox {
 public:

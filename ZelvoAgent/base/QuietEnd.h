@@ -11,9 +11,9 @@
 
 namespace zelvo {
 
-/// Runs the body of a task that is started on its own, so that a cancellation which finds it ended throws no
-/// more. Asio waits once more between a body's end and the call of its handler; cancelled just then, it would
-/// throw past the handler, which would never be called, and out of the event loop.
+/// Runs the body of a spawned task so that a cancellation after the body's end no longer throws. Asio
+/// suspends once more between the end of the body and the completion handler. A cancellation at that point
+/// would throw out of the event loop, and the handler would never be called.
 template <class F, class T = typename std::invoke_result_t<F&>::value_type>
 Task<T> withQuietEnd(F body)
 {

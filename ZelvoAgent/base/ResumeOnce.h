@@ -4,8 +4,8 @@
 
 namespace zelvo {
 
-/// A one-shot claim: of several parties that race to resume one waiting caller, exactly one finds claim()
-/// true. Thread: any.
+/// A one-shot flag: when several parties race to resume one waiting caller, claim() returns true for exactly
+/// one of them. Thread: any.
 class ResumeOnce {
 public:
     bool claim()

@@ -49,7 +49,7 @@ void SleepQueue::cancel(std::weak_ptr<Shared> const& weak, std::uint64_t id)
     if (!shared)
         return;
     decltype(shared->waiting)::node_type
-        sleeper; // Moved as a node: assigning a handler recurses for ever in Boost 1.81.
+        sleeper; // Extracted as a node: assigning a handler recurses endlessly in Boost 1.81.
     {
         std::scoped_lock guard(shared->lock);
         auto const due = shared->dueById.find(id);
@@ -87,7 +87,7 @@ void SleepQueue::wakeDue(Instant now)
 
 void SleepQueue::drop()
 {
-    std::map<Shared::Key, Handler> dropped; // Goes without the lock: what ends with it may come back here.
+    std::map<Shared::Key, Handler> dropped; // Destroyed after the unlock: destructors may call this queue.
     std::scoped_lock guard(shared->lock);
     dropped.swap(shared->waiting);
     shared->dueById.clear();

@@ -19,7 +19,7 @@
 
 namespace zelvo {
 
-/// A moment of the continuous clock.
+/// The continuous clock's traits for std::chrono.
 struct ContinuousTime {
     using rep = std::int64_t;
     using period = std::nano;
@@ -29,11 +29,11 @@ struct ContinuousTime {
 };
 using Instant = ContinuousTime::time_point;
 
-/// The sleepers of a clock, in the order in which they are due. A clock wakes them with wakeDue(); each is
-/// resumed on its own executor, and a cancelled one with operation_aborted. Thread: any.
+/// The sleepers of a clock, ordered by due time. A clock wakes them with wakeDue(). Each sleeper resumes on
+/// its own executor; a cancelled one resumes with operation_aborted. Thread: any.
 class SleepQueue {
 public:
-    /// earliestChanged is called, without the lock held, when another moment has become the next one.
+    /// earliestChanged  called without the lock when a new sleeper becomes the first one due
     explicit SleepQueue(std::function<void()> earliestChanged = {});
 
     template <class Token>
@@ -43,11 +43,11 @@ public:
             [this, due](auto handler) { this->add(due, std::move(handler)); }, token);
     }
 
-    /// The next moment at which somebody is to be woken.
+    /// When the first sleeper is due; `nullopt` if nobody sleeps.
     std::optional<Instant> earliest() const;
-    /// Wakes all that are due by `now`.
+    /// Wakes all sleepers that are due at `now` or earlier.
     void wakeDue(Instant now);
-    /// Lets go of all sleepers; they are never resumed.
+    /// Destroys all sleepers; they are never resumed.
     void drop();
     std::size_t size() const;
 
@@ -63,7 +63,7 @@ private:
         std::uint64_t const id = nextId();
         if (slot.is_connected())
             slot.assign([weak = weakShared(), id](boost::asio::cancellation_type) { cancel(weak, id); });
-        // Completion hops home first; only there is it safe to let go of the slot.
+        // The slot may only be cleared on the sleeper's executor, so the completion goes there first.
         insert(due, id,
                [executor, slot, handler = std::move(handler)](boost::system::error_code error) mutable {
                    boost::asio::post(executor, [slot, error, handler = std::move(handler)]() mutable {

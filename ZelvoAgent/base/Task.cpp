@@ -32,7 +32,7 @@ void reportFailure(std::exception_ptr const& failure)
     } catch (std::exception const& error) {
         std::fprintf(stderr, "Zelvo: a task failed: %s\n", error.what());
     } catch (...) {
-        // Our own failures are plain values. Thrown on, they would end the process.
+        // Some of our own errors do not derive from std::exception. Rethrown, they would end the process.
         std::fputs("Zelvo: a task failed\n", stderr);
     }
 }

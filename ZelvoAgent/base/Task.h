@@ -10,24 +10,24 @@ namespace zelvo {
 
 namespace asio = boost::asio;
 
-/// Where work runs: the main event loop, the agent thread, a strand on it, or the workers.
+/// Where work runs: the main event loop, the agent thread, a strand on the agent thread, or the workers.
 using Executor = asio::any_io_executor;
 
-/// A coroutine that gives a T. It starts when it is awaited.
+/// A coroutine that returns a T. It starts when it is awaited.
 template <class T = void>
 using Task = asio::awaitable<T>;
 
-/// The handle of a started task. Letting go of it does not stop the task.
+/// The handle of a spawned task. Destroying the handle does not stop the task.
 /// Thread: any.
 class TaskHandle {
 public:
     TaskHandle() = default;
 
-    /// Ends the task at its present or next wait, which then fails with operation_aborted. At once when
-    /// called on the task's own executor, soon otherwise. Harmless when the task has ended.
+    /// Cancels the task: its present or next wait fails with operation_aborted. Immediate if called on the
+    /// task's executor, asynchronous otherwise. No effect if the task has ended.
     void cancel();
 
-    /// True when a task was started under this handle, running or not.
+    /// True if the handle belongs to a task, whether or not it still runs.
     explicit operator bool() const { return state != nullptr; }
 
     struct State;
@@ -37,8 +37,8 @@ private:
     std::shared_ptr<State> state;
 };
 
-/// Starts a task of its own on an executor. What the body captures lives as long as the task. A failure other
-/// than cancellation is a fault of the program: it is said on standard error and goes no further.
+/// Starts a separate task on an executor. The body's captures live as long as the task. An exception other
+/// than a cancellation is a programming error: it is reported on standard error and not rethrown.
 TaskHandle spawn(Executor executor, std::function<Task<>()> body);
 
 } // namespace zelvo

@@ -16,7 +16,7 @@ namespace {
 
 bool isAscii(std::string_view text)
 {
-    // A line end of two characters is one user-perceived character.
+    // CR LF is two bytes but one user-perceived character.
     return std::ranges::all_of(text,
                                [](char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\r'; });
 }
@@ -33,7 +33,7 @@ std::string utf8(icu::UnicodeString const& text)
     return out;
 }
 
-/// Walks the character boundaries of a text, in bytes.
+/// Iterates over the character boundaries of a text, in bytes.
 class Characters {
 public:
     explicit Characters(std::string_view text)
@@ -53,12 +53,12 @@ public:
     Characters& operator=(Characters const&) = delete;
     ~Characters() { utext_close(&access); }
 
-    /// The byte where the next character ends; -1 at the end.
+    /// The byte offset where the next character ends; -1 at the end of the text.
     int32_t next() { return breaks->next(); }
 
 private:
     UText access = UTEXT_INITIALIZER;
-    icu::BreakIterator* breaks = nullptr; // The thread's own; one walk at a time.
+    icu::BreakIterator* breaks = nullptr; // Shared per thread, so only one iteration at a time.
 };
 
 bool isTrimmed(UChar32 c)
@@ -71,7 +71,7 @@ UChar32 firstCodePoint(std::string_view character)
     return unicode(character).char32At(0);
 }
 
-/// Is its first code point upper case?
+/// True if the first code point is upper case.
 bool isUppercase(std::string_view character)
 {
     if (isAscii(character))
@@ -179,7 +179,7 @@ std::string camelCaseSplit(std::string_view text)
 {
     Characters characters(text);
     std::string split;
-    bool mayFollow = false; // Is there a character before that is neither upper case nor white space?
+    bool mayFollow = false; // The previous character is neither upper case nor white space.
     std::size_t start = 0;
     for (int32_t next = characters.next(); next >= 0; next = characters.next()) {
         auto const end = static_cast<std::size_t>(next);

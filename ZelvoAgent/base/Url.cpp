@@ -6,7 +6,7 @@ namespace zelvo {
 
 namespace {
 
-/// The library takes what follows an empty port for a path: "https://host:name/" would be one.
+/// False for "https://host:name/": Boost.URL parses the text after an empty port as a path.
 bool hasSoundPath(boost::urls::url_view const& url)
 {
     auto const path = url.encoded_path();

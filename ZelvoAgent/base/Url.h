@@ -4,10 +4,10 @@
 
 namespace zelvo {
 
-/// Whether a text is a URL by the letter of RFC 3986, with a scheme or relative to another. An empty text is
-/// none, and neither is one with blanks, control characters or letters outside ASCII that are not escaped.
+/// True for a URI reference by RFC 3986: a URL with a scheme, or a relative one. False for an empty text and
+/// for unescaped blanks, control characters and letters outside ASCII.
 bool isUrl(std::string_view text);
-/// Whether it is one with a scheme.
+/// True for a URL with a scheme.
 bool isAbsoluteUrl(std::string_view text);
 
 } // namespace zelvo

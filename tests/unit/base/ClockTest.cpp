@@ -63,12 +63,12 @@ TEST_F(Sleeping, cancelledFailsWithOperationAborted)
     EXPECT_EQ(clock.sleeperCount(), 0u);
 }
 
-TEST_F(Sleeping, throughACancelEndsEarlyAndTheTaskGoesOn)
+TEST_F(Sleeping, throughACancelEndsEarlyAndTheTaskContinues)
 {
     TaskHandle task = start([this]() -> Task<> {
         co_await clock.sleepThroughCancel(10s);
         happened.emplace_back("early");
-        co_await clock.sleep(1s); // The cancel is used up.
+        co_await clock.sleep(1s); // The cancellation no longer applies.
         happened.emplace_back("later");
     });
     settle(io);
@@ -93,7 +93,7 @@ TEST_F(Sleeping, periodicTasksComeInTheOrderOfTime)
     clock.advance(100s);
 
     EXPECT_EQ(happened,
-              (std::vector<std::string>{"2", "3", "2", "3", "2", "3"})); // At 6 s whoever lay down first.
+              (std::vector<std::string>{"2", "3", "2", "3", "2", "3"})); // At 6 s the one that slept first.
 }
 
 } // namespace

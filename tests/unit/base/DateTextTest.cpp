@@ -55,7 +55,7 @@ TEST(DateText, givesLocalTime)
 {
     ::setenv("TZ", "UTC-5", 1);
     EXPECT_EQ(dates::localTime(moment(2026, 11, 21, 20h + 5min + 9s)), "01:05:09");
-    ::setenv("TZ", "UTC0", 1); // Carried elsewhere.
+    ::setenv("TZ", "UTC0", 1); // The time zone changes while the program runs.
     EXPECT_EQ(dates::localTime(moment(2026, 11, 21, 20h + 5min + 9s)), "20:05:09");
     ::unsetenv("TZ");
 }

@@ -13,7 +13,7 @@ namespace zelvo {
 
 namespace {
 
-/// Two places with a thread each, so that it shows where something runs.
+/// Two executors with one thread each, so that tests can check where something runs.
 class Hopping : public testing::Test {
 protected:
     template <class T>
@@ -71,7 +71,7 @@ TEST_F(Hopping, movesResultsThatCannotBeCopied)
     EXPECT_EQ(run(body()), 5);
 }
 
-TEST_F(Hopping, aCoroutineRunsOnTheStrandAndItsCallerGoesOnHere)
+TEST_F(Hopping, aCoroutineRunsOnTheStrandAndItsCallerResumesHere)
 {
     auto const strand = asio::make_strand(away);
     auto body = [&]() -> Task<> {

@@ -9,7 +9,7 @@ namespace zelvo {
 
 namespace {
 
-/// Leaves the language as it was found: English.
+/// Restores the language after each test: English.
 class Texts : public testing::Test {
 protected:
     void TearDown() override

@@ -20,7 +20,7 @@ constexpr Instant at(int moment)
     return Instant(std::chrono::seconds(moment));
 }
 
-TEST(SleepQueue, tellsWhenAnotherMomentIsTheNext)
+TEST(SleepQueue, reportsANewEarliestTime)
 {
     asio::io_context io;
     int changes = 0;
@@ -71,7 +71,7 @@ TEST(SleepQueue, wakesInOrderOnTheSleepersExecutor)
                    }));
 
     queue.wakeDue(at(2));
-    EXPECT_TRUE(woken.empty()); // Not on the thread that wakes.
+    EXPECT_TRUE(woken.empty()); // Sleepers do not run inside wakeDue().
     settle(io);
 
     EXPECT_EQ(woken, (std::vector<int>{1, 2, 2}));
