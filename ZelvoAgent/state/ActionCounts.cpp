@@ -41,7 +41,7 @@ struct Counter {
 
     void clicked(std::int64_t count) const
     {
-        // A count is an agent's number: a sum that would overflow stays at the edge.
+        // The agent chooses the count, so the sum saturates instead of overflowing.
         std::int64_t const room = std::numeric_limits<std::int64_t>::max() - counts.clicks;
         counts.clicks += std::min(std::max<std::int64_t>(count, 1), room);
         saw(Part::click);

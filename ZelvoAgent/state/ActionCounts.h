@@ -8,12 +8,12 @@
 
 namespace zelvo {
 
-/// What a batch of actions held, counted for the activity log.
+/// Counts the actions of a batch for the activity log.
 struct ActionCounts {
     /// One kind of activity.
     enum class Part { click, type, keys, scroll, drag };
 
-    std::vector<Part> parts; ///< each once, in the order of first appearance
+    std::vector<Part> parts; ///< without duplicates, in order of first appearance
     std::int64_t moves = 0;
     std::int64_t clicks = 0;
     std::int64_t drags = 0;

@@ -32,27 +32,27 @@ struct EnumTexts<ActivityKind> {
         "server",  "connection", "recording", "update", "system"};
 };
 
-/// True for what an agent caused.
+/// True if an agent caused entries of this kind.
 constexpr bool isAgent(ActivityKind kind)
 {
     return kind <= ActivityKind::queue;
 }
 
-/// The kind of an entry that was stored without one.
+/// The kind of a stored entry that has none.
 ActivityKind guessActivityKind(std::string_view platformName);
 
-/// One line of the activity log. The texts are in the language that was in use when they were written.
+/// One line of the activity log. The texts stay in the language in which they were logged.
 struct ActivityEntry {
     std::string id; ///< a UUID
     Date at;
-    std::string platformName; ///< who did it: a platform, or the words for this machine, the server, the
-                              ///< system or the program
+    std::string platformName; ///< who did it: a platform's name, or the localized name of this machine, the
+                              ///< server, the system or the program
     std::string summary;
     std::optional<ActivityKind> kind; ///< absent in entries of older versions
     std::optional<std::string> connectionId;
     std::optional<std::string> note;   ///< a second line
-    std::optional<std::string> detail; ///< long text, shown on demand
-    std::optional<std::int64_t> count; ///< how many like events it stands for; absent means one
+    std::optional<std::string> detail; ///< a long text, shown on demand
+    std::optional<std::int64_t> count; ///< number of merged events; absent means one
     std::optional<std::string> agentName;
     bool operator==(ActivityEntry const&) const = default;
 

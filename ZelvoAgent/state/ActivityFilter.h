@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// Which lines of the activity log are shown.
+/// Which entries of the activity log are shown.
 enum class ActivityFilter { all, agents, terminal, mac };
 
 template <>
@@ -12,7 +12,7 @@ struct EnumTexts<ActivityFilter> {
     static constexpr std::array<std::string_view, 4> texts = {"all", "agents", "terminal", "mac"};
 };
 
-/// Its name, in the person's language.
+/// The filter's name in the person's language.
 std::string title(ActivityFilter filter);
 bool matches(ActivityFilter filter, ActivityEntry const& entry);
 

@@ -9,22 +9,22 @@
 
 namespace zelvo {
 
-/// The entries of the activity log, newest first, with their stored form kept beside them: an agent that
-/// looks at the screen five times a second rewrites the list each time.
+/// The entries of the activity log, newest first. Caches the JSON of each entry, because an agent that takes
+/// five screenshots a second rewrites the list each time.
 class ActivityLog {
 public:
     static constexpr std::size_t maxActivityEntries = 500;
 
     std::vector<ActivityEntry> const& entries() const { return list; }
 
-    /// Puts an entry on top and drops the oldest beyond the limit.
+    /// Inserts an entry at the front and drops the oldest ones beyond the limit.
     void add(ActivityEntry entry);
     /// Replaces an entry in place.
     void replace(std::size_t index, ActivityEntry entry);
 
     /// The JSON array of all entries.
     std::string encoded() const;
-    /// Takes over a stored list as it is, also one beyond the limit; a broken one is empty.
+    /// Reads a stored list, even if it exceeds the limit. A broken list gives an empty log.
     static ActivityLog decoded(std::string_view bytes);
 
 private:

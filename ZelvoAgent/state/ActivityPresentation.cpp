@@ -9,7 +9,7 @@ namespace zelvo::ActivityPresentation {
 
 namespace {
 
-// These compare with the words of the language in use; what was written in another one gets the general icon.
+// These compare with texts of the present language. An entry in another language gets the general icon.
 
 std::string_view machineSymbol(std::string const& summary)
 {

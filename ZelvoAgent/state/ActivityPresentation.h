@@ -10,7 +10,7 @@
 
 namespace zelvo {
 
-/// The lines of one day, in the order of the log.
+/// The entries of one day, in the order of the log.
 struct ActivityDay {
     Date id; ///< when the day begins
     std::string title;
@@ -18,20 +18,20 @@ struct ActivityDay {
     bool operator==(ActivityDay const&) const = default;
 };
 
-/// What a list of activity shows of the log. Pure; any thread.
+/// How lists of activity show the log. Pure; any thread.
 namespace ActivityPresentation {
 
 /// The name of an icon.
 std::string_view symbol(ActivityEntry const& entry);
-/// Who, on whose behalf, the note and how often, as far as there is something to say.
+/// Agent, platform, note and count, each only if present.
 std::string subtitle(ActivityEntry const& entry);
 bool hasDetail(ActivityEntry const& entry);
-/// Is the detail to be shown in letters of one width?
+/// True if the detail is shown in a monospaced font.
 bool detailIsCode(ActivityEntry const& entry);
-/// entries  the newest first
+/// entries  newest first
 std::vector<ActivityDay>
 days(std::span<ActivityEntry const> entries, Date now, DayCalendar const& calendar = DayCalendar());
-/// The local time, "09:05".
+/// Local time, "09:05".
 std::string time(Date date);
 
 } // namespace ActivityPresentation

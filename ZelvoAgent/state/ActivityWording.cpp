@@ -67,7 +67,7 @@ std::string joined(std::vector<std::string> const& items, std::size_t count, std
     return text;
 }
 
-/// A name of a key is an agent's word, of any length.
+/// The agent chooses the key name, so it may have any length and any characters.
 std::string shownKey(std::string const& name)
 {
     return text::prefix(text::withoutControlCharacters(name), maxKeyNameLength);

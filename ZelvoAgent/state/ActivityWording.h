@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-/// The words of the activity log, in the person's language.
+/// The texts of the activity log, in the person's language.
 namespace zelvo::ActivityWording {
 
-/// A batch of actions in words. What was typed never enters the log, only its length.
+/// Describes a batch of actions. Typed text never enters the log, only its length.
 struct Actions {
     std::string summary;
     std::string note;
@@ -20,7 +20,7 @@ struct Actions {
 };
 Actions actions(std::vector<InputAction> const& list, std::optional<std::string> const& appName);
 
-/// What happened to the machine when its availability changed.
+/// Describes a change of availability.
 std::string availability(Availability from, Availability to);
 
 /// How a shell command ended and how long it took.
@@ -28,7 +28,7 @@ std::string terminalNote(std::int64_t exitCode, std::int64_t durationMs, bool ti
 /// "850 ms", "12 s", "1 min 30 s".
 std::string duration(std::int64_t ms);
 
-/// A chord in symbols, "⌘⇧K".
+/// A chord as symbols, "⌘⇧K".
 std::string keyName(std::vector<std::string> const& keys);
 /// "a, b and c".
 std::string sentence(std::vector<std::string> const& items);

@@ -21,7 +21,7 @@ constexpr std::string_view activityKey = "zelvo.activity";
 constexpr std::string_view historyKey = "zelvo.availabilityHistory";
 constexpr std::string_view cursorKey = "zelvo.showAgentCursor";
 
-constexpr std::chrono::microseconds lookWindow = 120s; // Of Date's unit: a stored date may be far off.
+constexpr std::chrono::microseconds lookWindow = 120s; // Date's unit: nanoseconds overflow on remote dates.
 constexpr Duration workingAfterglow = 3s;
 constexpr std::size_t maxNameLength = 200;
 
@@ -63,7 +63,7 @@ void AgentState::observeSession()
     services.session.observe([this, weak = std::weak_ptr(alive)](SessionEvent event) {
         if (weak.expired())
             return;
-        // Sleep and lock are believed as told: the session may not show them yet.
+        // These two events set the state directly, because the session may not report the change yet.
         if (event == SessionEvent::willSleep)
             setAvailability(Availability::asleep);
         else if (event == SessionEvent::screenLocked)
@@ -285,7 +285,7 @@ void AgentState::markWorking()
     workingResetTask =
         spawn(services.main, [this, &clock = services.clock, weak = std::weak_ptr(alive)]() -> Task<> {
             co_await clock.sleep(workingAfterglow);
-            // Cancelled after it was woken: the task that has taken over decides.
+            // A cancellation can arrive after the wake-up; the task of the newer call then resets the flag.
             auto const cancelled = (co_await asio::this_coro::cancellation_state).cancelled();
             if (weak.expired() || cancelled != asio::cancellation_type::none)
                 co_return;

@@ -25,9 +25,9 @@
 
 namespace zelvo {
 
-/// The one observable store of what the agent is doing and what the person has decided. Every window draws
-/// from it, and every part that has something to tell the person writes to it. Its lists survive a restart.
-/// Thread: main, except where a member says otherwise.
+/// The one observable store of the agent's activity and the person's decisions. Every window draws from it,
+/// and every part that reports something to the person writes to it. Its lists survive a restart.
+/// Thread: main, unless a member says otherwise.
 class AgentState {
 public:
     struct Services {
@@ -36,7 +36,7 @@ public:
         UserDefaults& defaults;
         SessionEvents& session;
         ScreenSource& screen;
-        std::function<void()> refreshDisplay; ///< called at start and when the screens change
+        std::function<void()> refreshDisplay; ///< called at start and after each change of the screens
     };
 
     static constexpr std::size_t maxAvailabilityChanges = 50;
@@ -45,9 +45,9 @@ public:
     AgentState(AgentState const&) = delete;
     AgentState& operator=(AgentState const&) = delete;
 
-    /// Emitted after every change of what is read below.
+    /// Emitted after every change of the values below.
     boost::signals2::signal<void()> changed;
-    /// Called when `paused` has changed, with its new value.
+    /// Called with the new value when `paused` has changed.
     std::function<void(bool)> onPauseChanged;
 
     ConnectionMap const& connections() const { return granted; }
@@ -59,13 +59,13 @@ public:
     ComputerAgents const& liveAgents() const { return agents; }
     GatewayConnectionState const& gateway() const { return link; }
     bool showAgentCursor() const;
-    /// The person's wish; it takes effect at the next pause or resume.
+    /// The person's choice; it takes effect at the next pause or resume.
     bool keepAwakeWhileWorking = false;
 
-    /// Restores what is stored and begins to follow the session and the screens. Safe to call twice.
+    /// Restores the stored lists and starts to observe the session and the screens. May be called again.
     void startObserving();
     void refreshAvailability();
-    /// What the session shows now; never asleep. Thread: any.
+    /// The availability that the session reports now; never `asleep`. Thread: any.
     Availability currentAvailability() const { return services.session.current(); }
     /// Thread: any.
     StateMirror currentState() const { return mirror.get(); }
@@ -83,7 +83,7 @@ public:
         std::optional<std::string> agentName = {};
     };
     void log(LogLine line);
-    /// Notes that an agent looked at the screen; a burst of looks becomes one line with a count.
+    /// Logs a screenshot by an agent. Successive screenshots are merged into one entry with a count.
     void logLooked(std::string platform,
                    std::optional<std::string> connectionId,
                    std::optional<std::string> agentName,
@@ -93,12 +93,13 @@ public:
     void grant(GrantedConnection connection);
     void revoke(std::string const& id);
     void forgetConnections();
-    /// names  the platforms' present names by connection id; old lines of the log follow
+    /// Renames connections, in earlier log entries too.
+    /// names  the platforms' present names by connection id
     void renameConnections(std::map<std::string, std::string> const& names);
     std::optional<GrantedConnection> connection(std::optional<std::string> const& id) const;
     void setScopes(std::vector<AgentScope> scopes, std::string const& id);
     void setShareRecordings(std::optional<bool> share, std::string const& id);
-    /// Resumes when all that was changed so far is on disk: what takes a right away is answered only then.
+    /// Resumes when all earlier changes are on disk. A command that removes a right replies only after that.
     /// Thread: any.
     Task<> written() { return services.defaults.written(); }
 
@@ -107,7 +108,7 @@ public:
     /// Throws AgentError::machinePaused or machineUnavailable.
     void assertReady() const;
 
-    /// Says that an agent acts; it counts as working until 3 s after the last call.
+    /// Reports an agent's action. The agent counts as working until 3 s after the last call.
     void markWorking();
     void setGatewayState(GatewayConnectionState next);
     void setLiveAgents(ComputerAgents next);
@@ -135,7 +136,7 @@ private:
     GatewayConnectionState link;
     TaskHandle workingResetTask;
     bool isObserving = false;
-    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks that hold the state weakly look at it.
+    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
     LockedBox<StateMirror> mirror;
 };
 

@@ -9,7 +9,7 @@
 
 namespace zelvo {
 
-/// One line of the history of when the machine could be operated.
+/// One entry of the availability history.
 struct AvailabilityChange {
     std::string id; ///< a UUID
     Date at;

@@ -9,17 +9,17 @@
 
 namespace zelvo {
 
-/// A live agent, as the gateway tells of it.
+/// A live agent, as the gateway reports it.
 struct ComputerAgent {
-    std::string ref; ///< the gateway's handle, sent back to pause and resume it
+    std::string ref; ///< the gateway's handle, sent back to pause or resume the agent
     std::string name;
     std::optional<std::string> task;
     std::optional<std::string> connectionId;
-    Date since; ///< when it entered this position
+    Date since; ///< when it became holder, waiting or paused
     bool operator==(ComputerAgent const&) const = default;
 };
 
-/// Who holds control of this machine, who waits for it and whom the person put aside.
+/// Which agent controls this machine, which ones wait and which ones the person has paused.
 struct ComputerAgents {
     std::optional<ComputerAgent> holder;
     std::vector<ComputerAgent> waiting; ///< the first is next
@@ -29,8 +29,7 @@ struct ComputerAgents {
     static ComputerAgents const& none();
     bool isEmpty() const { return !holder && waiting.empty() && paused.empty(); }
 
-    /// Reads "agents.update". What cannot be read as a whole gives none(); an unreadable "since" counts as
-    /// `now`.
+    /// Parses "agents.update". Returns none() if any part is invalid; an invalid "since" becomes `now`.
     static ComputerAgents parse(json::object const& params, Date now);
 };
 

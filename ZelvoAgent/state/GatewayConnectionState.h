@@ -7,13 +7,13 @@
 
 namespace zelvo {
 
-/// The link to the gateway as the rest of the program, and finally the person, sees it.
+/// The state of the gateway link, for the rest of the program and for the person.
 struct GatewayConnectionState {
     enum class Kind { retrying, notLinked, connecting, connected, tokenRejected, updateRequired };
 
     Kind kind = Kind::notLinked;
-    std::string reason; ///< of retrying: why the last session ended
-    Date nextAttempt;   ///< of retrying
+    std::string reason; ///< for `retrying`: why the last session ended
+    Date nextAttempt;   ///< for `retrying`
     bool operator==(GatewayConnectionState const&) const = default;
 
     static GatewayConnectionState retrying(std::string reason, Date nextAttempt);

@@ -28,8 +28,7 @@ struct GrantedConnection {
 
 using ConnectionMap = std::map<std::string, GrantedConnection>;
 
-/// The stored form of all connections: a JSON array. Reading gives nothing when the bytes or one record are
-/// broken.
+/// The stored form of all connections: a JSON array. Decoding returns `nullopt` if any record is invalid.
 std::string encodeConnections(ConnectionMap const& connections);
 std::optional<ConnectionMap> decodeConnections(std::string_view bytes);
 

@@ -62,7 +62,7 @@ void QueueCoordinator::notify(QueuedCommandsOffer const& offer)
     services.notifications.show(QueueWording::title(offer), notice(current));
 }
 
-/// The offer is answered as a whole.
+/// One answer decides the whole offer.
 void QueueCoordinator::ask(QueuedCommandsOffer offer)
 {
     spawn(services.main, [this, offer = std::move(offer)]() -> Task<> {
@@ -75,16 +75,16 @@ void QueueCoordinator::ask(QueuedCommandsOffer offer)
         if (decision == ConfirmationDecision::denied())
             send(offer, {.accepted = {}, .declined = offer.ids()});
         else if (decision == ConfirmationDecision::timedOut())
-            log(offer, localized("activity.queueUnanswered")); // They wait on at the gateway.
+            log(offer, localized("activity.queueUnanswered")); // The commands stay in the gateway's queue.
         else
             send(offer, {.accepted = offer.ids(), .declined = {}});
     });
 }
 
-/// A later answer would be of no use to the command that expires first.
+/// The time until the first command expires: a later answer would not help that command.
 std::int64_t QueueCoordinator::timeoutMs(QueuedCommandsOffer const& offer) const
 {
-    std::chrono::microseconds left = maxQuestion; // A date may lie further away than nanoseconds reach.
+    std::chrono::microseconds left = maxQuestion; // Date's unit: nanoseconds overflow on remote dates.
     Date const now = services.clock.date();
     for (QueuedCommandInfo const& command : offer.commands)
         if (command.expiresAt)

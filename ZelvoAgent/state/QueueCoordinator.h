@@ -17,8 +17,8 @@
 
 namespace zelvo {
 
-/// Decides on commands that waited while this machine was away: by the person's policy, or by asking. The
-/// gateway runs what was accepted; it then comes as ordinary frames. Thread: main.
+/// Decides about commands that the gateway queued while this machine was away: by the person's policy, or by
+/// asking. The gateway then sends the accepted commands as ordinary frames. Thread: main.
 class QueueCoordinator {
 public:
     struct Services {
@@ -31,18 +31,18 @@ public:
         /// ConfirmationPresenter::askChoice.
         std::function<Task<ConfirmationDecision>(ConfirmationPresenter::Choice, std::int64_t timeoutMs)>
             askChoice;
-        /// Tells the gateway; AgentRuntime::sendQueueDecision.
+        /// Sends the decision to the gateway; AgentRuntime::sendQueueDecision.
         std::function<void(std::string connectionId, QueueDecision decision)> sendDecision;
     };
 
     explicit QueueCoordinator(Services services);
 
-    /// Takes offers from here on.
+    /// Starts to take offers from the inbox.
     void start();
     void receive(QueuedCommandsOffer offer);
 
     QueuePolicy policy() const { return current; }
-    /// A panel that stands is not affected.
+    /// A panel that is already open is not affected.
     void setPolicy(QueuePolicy next);
     boost::signals2::signal<void()> policyChanged;
 

@@ -7,13 +7,13 @@
 
 namespace zelvo {
 
-/// Where the router leaves offers without knowing who takes them. Thread: any.
+/// Hands offers from the router to their handler, so that the router need not know it. Thread: any.
 struct QueueOfferInbox {
     using Handler = std::function<void(QueuedCommandsOffer)>;
 
     LockedBox<Handler> handler;
 
-    /// Lost when there is no handler yet.
+    /// The offer is lost if there is no handler yet.
     void deliver(QueuedCommandsOffer offer) const
     {
         if (Handler const take = handler.get())

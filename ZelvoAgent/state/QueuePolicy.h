@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// What happens to commands that the gateway kept while this machine was away.
+/// What happens to commands that the gateway queued while this machine was away.
 enum class QueuePolicy { ask, automatic, never };
 
 template <>
@@ -19,16 +19,16 @@ struct EnumTexts<QueuePolicy> {
     static constexpr std::array<std::string_view, 3> texts = {"ask", "auto", "never"};
 };
 
-/// Which commands of an offer run, by their ids.
+/// Which commands of an offer run, by id.
 struct QueueDecision {
     std::vector<std::string> accepted;
     std::vector<std::string> declined;
     bool operator==(QueueDecision const&) const = default;
 };
 
-/// The name that a person sees.
+/// The policy's name in the person's language.
 std::string title(QueuePolicy policy);
-/// What is decided without the person; nothing when the person is asked.
+/// The decision that the policy makes; `nullopt` if the person is asked.
 std::optional<QueueDecision> immediateDecision(QueuePolicy policy, std::vector<std::string> ids);
 
 /// The stored policy; an absent or unknown one reads as ask.

@@ -5,14 +5,14 @@
 #include <cstddef>
 #include <string>
 
-/// Words about commands that waited.
+/// The texts about queued commands, in the person's language.
 namespace zelvo::QueueWording {
 
-/// How many wait.
+/// How many commands wait.
 std::string waiting(std::size_t count);
-/// Who offers, and how many.
+/// Which platform offers commands, and how many.
 std::string title(QueuedCommandsOffer const& offer);
-/// What the first of them do, a line each, and how many more there are.
+/// One line for each of the first commands, then how many more there are.
 std::string list(QueuedCommandsOffer const& offer);
 
 } // namespace zelvo::QueueWording

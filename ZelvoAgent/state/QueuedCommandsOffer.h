@@ -9,23 +9,23 @@
 
 namespace zelvo {
 
-/// A command that waits at the gateway.
+/// A command in the gateway's queue.
 struct QueuedCommandInfo {
     std::string commandId;
     std::string type;
-    std::string summary; ///< in words; the type when there are none
+    std::string summary; ///< a description for the person; the type if the gateway sent none
     std::optional<Date> expiresAt;
     bool operator==(QueuedCommandInfo const&) const = default;
 };
 
-/// The commands of one connection that waited for this machine.
+/// The queued commands of one connection.
 struct QueuedCommandsOffer {
     std::string connectionId;
     std::string platformName;
     std::vector<QueuedCommandInfo> commands;
     bool operator==(QueuedCommandsOffer const&) const = default;
 
-    /// From a frame's params. Nothing when it names no connection, or any command is not one.
+    /// Parses a frame's params. `nullopt` if the connection is missing or any command is invalid.
     static std::optional<QueuedCommandsOffer> parse(json::object const& params);
     std::vector<std::string> ids() const;
 };

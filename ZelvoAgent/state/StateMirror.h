@@ -5,7 +5,7 @@
 
 namespace zelvo {
 
-/// The part of the agent's state that code off the main thread may read.
+/// A copy of the part of AgentState that other threads may read.
 struct StateMirror {
     bool paused = false;
     std::string availability = "ready";            ///< wire text

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-/// The stored form of lists: a JSON array of records. One broken record spoils its whole list.
+/// The stored form of lists: a JSON array of records. One invalid record makes the whole list invalid.
 namespace zelvo::stored {
 
 template <class Record>
@@ -37,7 +37,7 @@ std::string encodeList(std::vector<Record> const& list)
     return writeJson(array);
 }
 
-/// A key that may be missing or null: the outer optional is empty when it has the wrong type.
+/// A boolean that may be missing or null. The outer optional is empty if the value has the wrong type.
 inline std::optional<std::optional<bool>> optionalTruth(json::object const& object, std::string_view key)
 {
     json::value const* const value = object.if_contains(key);

@@ -24,7 +24,7 @@ ActivityLog logOf(int count)
     return log;
 }
 
-/// What is stored must always be the list that is shown.
+/// The stored form must always match the entries.
 void expectConsistent(ActivityLog const& log)
 {
     EXPECT_EQ(log.encoded(), stored::encodeList(log.entries()));

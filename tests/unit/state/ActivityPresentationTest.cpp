@@ -51,7 +51,7 @@ TEST(ActivityPresentation, hasASymbolForEachKind)
         EXPECT_EQ(symbol(entryOf(kind)), expected);
 }
 
-TEST(ActivityPresentation, tellsTheMachinesEventsApart)
+TEST(ActivityPresentation, distinguishesTheMachinesEvents)
 {
     std::vector<std::pair<std::string_view, std::string_view>> const symbols = {
         {"activity.mac.asleep", "moon"},
@@ -63,7 +63,7 @@ TEST(ActivityPresentation, tellsTheMachinesEventsApart)
         EXPECT_EQ(symbol(entryOf(Kind::mac, localized(key))), expected) << key;
 }
 
-TEST(ActivityPresentation, tellsTheServersEventsApart)
+TEST(ActivityPresentation, distinguishesTheServersEvents)
 {
     std::vector<std::pair<std::string_view, std::string_view>> const symbols = {
         {"activity.connectionLost", "wifi.slash"},

@@ -34,7 +34,7 @@ std::string upper(std::string text)
     return text;
 }
 
-/// Words are compared in English, where the first character is one byte.
+/// Texts are compared in English, where the first character is one byte.
 class ActivityWordingTest : public testing::Test {
 public:
     ActivityWordingTest() { texts::useLanguage("en"); }
@@ -92,7 +92,7 @@ TEST_F(ActivityWordingTest, capitalizesAlsoBeyondAscii)
     std::string const summary = words({click()}).summary;
 
     EXPECT_NE(summary, localized("activity.verb.click"));
-    EXPECT_EQ(summary.substr(2), localized("activity.verb.click").substr(2)); // All but the first character.
+    EXPECT_EQ(summary.substr(2), localized("activity.verb.click").substr(2)); // After the first character.
     texts::useLanguage("en");
 }
 

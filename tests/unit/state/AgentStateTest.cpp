@@ -24,7 +24,7 @@ protected:
     }
     ConnectionMap storedConnections() { return decodeConnections(content("zelvo.connections")).value(); }
 
-    /// Forgets what is stored, so that a test sees whether something is stored again.
+    /// Clears the store, so that a test can check whether something is stored again.
     void clearStored() { platform.settings.contents.clear(); }
     bool isStored(std::string const& key) const { return platform.settings.contents.contains(key); }
 
@@ -61,7 +61,7 @@ std::vector<std::string> summaries(AgentState const& state)
     return texts;
 }
 
-/// What an entry says, without its identity and time.
+/// An entry without its id and time.
 ActivityEntry withoutStamp(ActivityEntry entry)
 {
     entry.id.clear();
@@ -88,7 +88,7 @@ std::string storedEntries(std::size_t count)
     return stored::encodeList(entries);
 }
 
-// The first values.
+// Initial values.
 
 TEST_F(AgentStateTest, beginsUnpausedReadyAndEmpty)
 {
@@ -192,7 +192,7 @@ TEST_F(AgentStateTest, keepsALongerStoredListUntilTheNextEntryTrimsIt)
     EXPECT_EQ(storedActivity().size(), 500u);
 }
 
-// Looks at the screen.
+// Screenshots.
 
 TEST_F(AgentStateTest, logsALookAtItsOwnTime)
 {
@@ -445,7 +445,7 @@ TEST_F(AgentStateTest, storesTheConnectionsAlsoWhenTheChangedOneIsUnknown)
     EXPECT_TRUE(state.connections().empty());
 }
 
-TEST_F(AgentStateTest, tellsWhenItsChangesAreOnDisk)
+TEST_F(AgentStateTest, writtenResumesWhenItsChangesAreOnDisk)
 {
     run(platform.io, state.written());
 
@@ -492,7 +492,7 @@ TEST_F(AgentStateTest, correctsTheLinesOfAConnectionThatHasItsNameAlready)
 
     EXPECT_EQ(state.activity().back().platformName, "Acme");
     EXPECT_TRUE(isStored("zelvo.activity"));
-    EXPECT_FALSE(isStored("zelvo.connections")); // No connection's name has changed.
+    EXPECT_FALSE(isStored("zelvo.connections")); // No connection was renamed.
 }
 
 TEST_F(AgentStateTest, storesNothingWhenNoNameChanges)
@@ -581,7 +581,7 @@ TEST_F(AgentStateTest, isReadyUnlessPausedOrUnavailable)
     }
 }
 
-TEST_F(AgentStateTest, tellsOfThePauseBeforeTheAvailability)
+TEST_F(AgentStateTest, reportsThePauseBeforeTheAvailability)
 {
     platform.sessionEvents.present = Availability::screenLocked;
     state.refreshAvailability();
@@ -592,11 +592,11 @@ TEST_F(AgentStateTest, tellsOfThePauseBeforeTheAvailability)
 
 // Pause and mirror.
 
-TEST_F(AgentStateTest, tellsOfEachChangeOfThePauseOnce)
+TEST_F(AgentStateTest, reportsEachChangeOfThePauseOnce)
 {
     std::vector<bool> told;
     state.onPauseChanged = [&](bool paused) {
-        EXPECT_EQ(state.currentState().paused, paused); // The mirror comes first.
+        EXPECT_EQ(state.currentState().paused, paused); // The mirror is updated first.
         told.push_back(paused);
     };
 
@@ -640,9 +640,9 @@ TEST_F(AgentStateTest, worksUntilThreeSecondsAfterTheLastAction)
     EXPECT_FALSE(state.isAgentWorking());
 }
 
-TEST_F(AgentStateTest, worksOnWhenAnActionComesInTheMomentOfTheReset)
+TEST_F(AgentStateTest, keepsWorkingWhenAnActionArrivesAtTheReset)
 {
-    // Sleeps as long as the reset and is woken before it, as an action that comes in that very moment.
+    // Wakes just before the reset, like an action that arrives at the same time.
     spawn(platform.contexts.main, [this]() -> Task<> {
         co_await platform.time.sleep(3s);
         state.markWorking();
@@ -846,7 +846,7 @@ TEST_F(AgentStateTest, recordsNothingWhenTheAvailabilityStaysAsItIs)
     EXPECT_TRUE(state.activity().empty());
 }
 
-TEST_F(AgentStateTest, believesSleepAndLockAsTheyAreTold)
+TEST_F(AgentStateTest, takesSleepAndLockFromTheirEvents)
 {
     state.startObserving();
     ASSERT_EQ(platform.sessionEvents.present, Availability::ready);
@@ -995,7 +995,7 @@ TEST_F(AgentStateTest, startsOnceOnly)
     EXPECT_EQ(displayRefreshes, 1);
 }
 
-TEST_F(AgentStateTest, tellsWhoWatchesOfEveryChange)
+TEST_F(AgentStateTest, notifiesObserversOfEveryChange)
 {
     state.startObserving();
     int changes = 0;

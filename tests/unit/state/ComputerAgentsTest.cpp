@@ -33,7 +33,7 @@ ComputerAgent bot(std::string const& ref)
     return {ref, "Bot " + ref, {}, {}, *dates::parseIso8601(since)};
 }
 
-TEST(ComputerAgents, isNobodyWithoutAnyAgent)
+TEST(ComputerAgents, isEmptyWithoutAnyAgent)
 {
     EXPECT_TRUE(ComputerAgents::none().isEmpty());
     EXPECT_EQ(parsed(update("", "", "")), ComputerAgents::none());

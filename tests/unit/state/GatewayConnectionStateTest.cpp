@@ -37,7 +37,7 @@ TEST(GatewayConnectionState, hasADetailUnlessTheLinkIsUpOrComing)
     EXPECT_FALSE(State::of(Kind::connected).detail());
 }
 
-TEST(GatewayConnectionState, tellsReasonAndLocalTimeOfTheNextAttempt)
+TEST(GatewayConnectionState, describesReasonAndLocalTimeOfTheNextAttempt)
 {
     EXPECT_EQ(State::retrying("lost", at).detail(),
               localized("gateway.retrying.detail", {"lost", dates::localTime(at)}));
