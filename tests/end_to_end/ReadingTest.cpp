@@ -50,7 +50,7 @@ TEST_F(Reading, anApplicationThatStartedTooEarlyGetsOneLine)
         std::ifstream file(desktop.configHome() / "dev.zelvo.agent/defaults/zelvo.activity.json");
         return std::string{std::istreambuf_iterator<char>(file), {}};
     };
-    std::string const line = "shows its contents to agents only after it is started anew";
+    std::string const line = "shows its contents to agents only after a restart";
 
     EXPECT_THAT(tree(connection).at("elements").as_array(), testing::IsEmpty());
     tree(connection);

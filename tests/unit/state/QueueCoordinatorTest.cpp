@@ -65,7 +65,7 @@ protected:
         coordinator.receive(std::move(offer));
         platform.settle();
     }
-    /// How long a question about one command that expires then stands, in milliseconds.
+    /// The timeout, in milliseconds, of a question about a command that expires `fromNow`.
     std::int64_t timeFor(std::chrono::microseconds fromNow)
     {
         QueuedCommandsOffer offer = offerOf(2);
@@ -98,7 +98,7 @@ TEST_F(QueueCoordinatorTest, asksInWordsAndRunsAllAfterAYes)
     EXPECT_EQ(questions[0].choice.allowTitle, "Run them");
     EXPECT_EQ(questions[0].choice.denyTitle, "Don't run them");
     EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {"1", "2"}, .declined = {}}}));
-    EXPECT_EQ(logged().summary, "Let 2 commands run that had waited");
+    EXPECT_EQ(logged().summary, "Allowed 2 waiting commands to run");
     EXPECT_EQ(logged().kind, ActivityKind::queue);
     EXPECT_EQ(logged().connectionId, "c");
     EXPECT_EQ(logged().platformName, "Acme");
@@ -109,10 +109,10 @@ TEST_F(QueueCoordinatorTest, declinesAllAfterANo)
     answer = Decision::denied();
     receive(offerOf(1));
     EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {}, .declined = {"1"}}}));
-    EXPECT_EQ(logged().summary, "Declined 1 command that had waited");
+    EXPECT_EQ(logged().summary, "Declined 1 waiting command");
 }
 
-TEST_F(QueueCoordinatorTest, tellsTheGatewayNothingWhenNobodyAnswers)
+TEST_F(QueueCoordinatorTest, sendsNoDecisionWithoutAnAnswer)
 {
     answer = Decision::timedOut();
     receive(offerOf(1));
@@ -140,7 +140,7 @@ TEST_F(QueueCoordinatorTest, asksNoLongerThanTheFirstCommandLasts)
     EXPECT_EQ(questions.back().timeoutMs, 600'000);
 }
 
-TEST_F(QueueCoordinatorTest, notifiesInEveryPolicyWithABodyOfItsOwn)
+TEST_F(QueueCoordinatorTest, notifiesInEveryPolicyWithADifferentBody)
 {
     for (QueuePolicy const policy : {QueuePolicy::ask, QueuePolicy::automatic, QueuePolicy::never}) {
         coordinator.setPolicy(policy);
@@ -163,7 +163,7 @@ TEST_F(QueueCoordinatorTest, decidesAtOnceWithoutAPanelWhenThePolicySaysSo)
     EXPECT_THAT(questions, IsEmpty());
 }
 
-TEST_F(QueueCoordinatorTest, aNewPolicyDoesNotTouchAPanelThatStands)
+TEST_F(QueueCoordinatorTest, aNewPolicyDoesNotAffectAnOpenPanel)
 {
     onAsk = [&] { coordinator.setPolicy(QueuePolicy::never); };
     receive(offerOf(1));
@@ -186,7 +186,7 @@ TEST_F(QueueCoordinatorTest, anOfferOfNothingIsLoggedAsDeclined)
     coordinator.setPolicy(QueuePolicy::automatic);
     receive(offerOf(0));
     EXPECT_THAT(sent, ElementsAre(Sent{"c", {}}));
-    EXPECT_EQ(logged().summary, "Declined 0 commands that had waited");
+    EXPECT_EQ(logged().summary, "Declined 0 waiting commands");
 }
 
 TEST_F(QueueCoordinatorTest, eachOfSeveralOffersIsAskedForItself)
