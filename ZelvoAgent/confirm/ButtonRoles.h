@@ -8,7 +8,7 @@
 
 namespace zelvo {
 
-/// The roles of what a person presses.
+/// The roles that count as a button.
 inline constexpr std::array<std::string_view, 6> buttonRoles = {
     "AXButton", "AXLink", "AXMenuItem", "AXMenuButton", "AXCheckBox", "AXRadioButton"};
 
@@ -17,7 +17,7 @@ constexpr bool isButtonRole(std::string_view role)
     return std::ranges::find(buttonRoles, role) != buttonRoles.end();
 }
 
-/// Is it the subrole of a dialog's window?
+/// True for the subrole of a dialog window.
 inline bool isDialogSubrole(std::optional<std::string> const& subrole)
 {
     return subrole == "AXDialog" || subrole == "AXSystemDialog" || subrole == "AXSystemFloatingWindow";

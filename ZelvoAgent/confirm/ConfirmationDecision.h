@@ -2,12 +2,12 @@
 
 namespace zelvo {
 
-/// How a question to the person ended.
+/// The outcome of a question to the person.
 struct ConfirmationDecision {
     enum class Kind { allowed, denied, timedOut };
 
     Kind kind = Kind::timedOut;
-    bool remember = false; ///< allowed for the rest of the session; only ever true with `allowed`
+    bool remember = false; ///< allowed for the rest of the session; true only with `allowed`
     bool operator==(ConfirmationDecision const&) const = default;
 
     static constexpr ConfirmationDecision allowed(bool remember) { return {Kind::allowed, remember}; }

@@ -10,39 +10,39 @@
 
 namespace zelvo {
 
-/// What a panel says. The texts may come from outside, in any length and with any characters; the panel makes
-/// them fit to be shown.
+/// The texts of a panel. They may come from outside, with any length and any characters; the panel sanitizes
+/// them before it shows them.
 struct PanelContents {
     std::string title;
     std::string detail;
     std::string allowTitle;
     std::string denyTitle;
-    bool showsRemember = false; ///< with the check box that asks to remember a yes
-    bool isExact = false;       ///< the detail is a command, a path or an address: every letter counts
+    bool showsRemember = false; ///< shows the check box that remembers a yes
+    bool isExact = false;       ///< the detail is a command, path or URL and is shown character by character
     bool operator==(PanelContents const&) const = default;
 };
 
-/// One small window with a question and two answers, above all others, on every workspace, in no picture that
-/// this program takes. It decides nothing. Made and gone once. Thread: main.
+/// A small window with a question and two answers. It stays above all other windows, on every workspace, and
+/// never appears in this program's pictures. It decides nothing and is shown only once. Thread: main.
 /// Made by: app/QtConfirmationPanel, tests/fakes/FakeConfirmationPanel.
 class ConfirmationPanel {
 public:
-    /// What the person did. The panel is still on the screen then, and may be gone when the call returns.
+    /// Called when the person acts. The panel is still on the screen; the callback may destroy it.
     struct Reports {
-        std::function<void(bool remember)> allow; ///< with the check box's state; false without one
+        std::function<void(bool remember)> allow; ///< with the check box's state; false if there is none
         std::function<void()> deny;
-        std::function<void()> close; ///< by the window's own closing button
+        std::function<void()> close; ///< the window's close button
     };
 
     virtual ~ConfirmationPanel() = default;
-    /// Puts it in the middle of the screen with the keyboard in it. end: when its time is up, which it shows
-    /// and does not act on.
+    /// Shows the panel in the middle of the screen and gives it the keyboard focus.
+    /// end  when the time runs out; the panel only displays it
     virtual void show(Instant end, Reports reports) = 0;
-    /// Takes it off the screen; it reports nothing any more.
+    /// Removes the panel from the screen; no callback is called after that.
     virtual void takeAway() = 0;
-    /// With its title bar, in points from the top left of the main display.
+    /// Includes the title bar; in points from the top left corner of the main display.
     virtual DesktopRect frame() const = 0;
-    /// Its window, as WindowFocus knows it; 0 when it has none.
+    /// The id of its window for WindowFocus; 0 if it has no window.
     virtual std::uint32_t windowId() const = 0;
 };
 

@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-/// Reads the keys of a stored policy and remembers whether one had the wrong type.
+/// Reads the keys of a stored policy and records whether one had the wrong type.
 class StoredPolicy {
 public:
     explicit StoredPolicy(json::object const& stored) : stored(stored) {}
@@ -37,7 +37,7 @@ public:
         return value->get_int64();
     }
 
-    /// A switch that had another name before; the old name counts only when the new one is absent.
+    /// A switch that was renamed; the old name counts only if the new one is absent.
     bool renamed(std::string_view key, std::string_view formerKey)
     {
         if (auto const value = boolean(key))

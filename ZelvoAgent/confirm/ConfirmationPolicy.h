@@ -8,13 +8,13 @@
 
 namespace zelvo {
 
-/// Which kinds of action a connection needs a person's yes for.
+/// Which kinds of action of a connection the person must confirm.
 struct ConfirmationPolicy {
     static constexpr std::int64_t currentVersion = 2;
 
     bool confirmShell = true;
     bool confirmFileDelete = true;
-    bool confirmFileWrite = false; ///< the only switch that starts off
+    bool confirmFileWrite = false; ///< the only one that is off by default
     bool confirmNonHttpUrl = true;
     bool confirmDangerousActions = true; ///< submit-like clicks and dangerous shortcuts
     bool confirmDialogActions = true;
@@ -24,9 +24,9 @@ struct ConfirmationPolicy {
     bool requiresConfirmation(ConfirmationSubject const& subject) const;
 
     json::object toJson() const;
-    /// Reads a stored policy of any version; the result is of the current one. A missing key takes its
-    /// default, a key of the wrong type fails the whole. Policies older than version 2 get both action
-    /// switches on.
+    /// Reads a stored policy of any version and upgrades it to the current one. A missing key gets its
+    /// default; a key of the wrong type gives `nullopt`. In policies older than version 2 both action
+    /// switches become true.
     static std::optional<ConfirmationPolicy> fromJson(json::value const& stored);
 };
 

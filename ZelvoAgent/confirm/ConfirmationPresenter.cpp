@@ -17,11 +17,11 @@ namespace zelvo {
 
 namespace {
 
-constexpr Duration maxSettling = 1s; // For the window manager to do what it was asked.
+constexpr Duration maxSettling = 1s; // Time for the window manager to carry out a request.
 constexpr Duration settlingPoll = 10ms;
 constexpr int maxFrameChecks = 20;
 constexpr std::size_t maxNameLength =
-    80; // Characters. It stands above what is asked, and must not pass for that.
+    80; // Characters. The name is shown above the detail and must not be mistaken for it.
 
 bool isExact(ConfirmationSubject const& subject)
 {
@@ -31,8 +31,7 @@ bool isExact(ConfirmationSubject const& subject)
            std::holds_alternative<ConfirmationSubject::OpenUrl>(subject.value);
 }
 
-// Words of an application and of an agent must not pass for words of ours; a command is shown letter by
-// letter.
+// Texts of applications and agents must not pass for texts of this program. A command is shown exactly.
 std::string shownDetail(ConfirmationSubject const& subject)
 {
     return isExact(subject) ? subject.detail() : text::withoutControlCharacters(subject.detail());
@@ -40,15 +39,15 @@ std::string shownDetail(ConfirmationSubject const& subject)
 
 } // namespace
 
-/// A question from its very start until the screen is as it was.
+/// A question, from ask() until its panel has left the screen.
 struct ConfirmationPresenter::Question {
     std::shared_ptr<ConfirmationWindow> window;
     Kind kind = Kind::action;
     std::optional<ConfirmationDecision> decision;
-    SleepQueue decided;          ///< its caller sleeps here without end
-    bool isWithdrawn = false;    ///< its caller was cancelled
-    bool holdsGate = false;      ///< it has closed the gate and not yet opened it
-    std::uint32_t workplace = 0; ///< the window that had the keyboard before
+    SleepQueue decided;          ///< the caller sleeps here until the decision
+    bool isWithdrawn = false;    ///< the caller was cancelled
+    bool holdsGate = false;      ///< has closed the gate and not yet opened it
+    std::uint32_t workplace = 0; ///< the window that had the keyboard focus before
     std::uint32_t panelId = 0;
 
     bool isOpen() const { return !decision && !isWithdrawn; }
@@ -69,7 +68,7 @@ ConfirmationPresenter::~ConfirmationPresenter()
             services.gate.open();
         if (question->isOpen())
             question->window->complete(ConfirmationDecision::timedOut());
-        if (question->isOpen()) // It was not shown yet.
+        if (question->isOpen()) // Not shown yet, so complete() did nothing.
             question->decide(ConfirmationDecision::timedOut());
     }
 }
@@ -125,7 +124,7 @@ std::vector<std::shared_ptr<ConfirmationWindow>> ConfirmationPresenter::openWind
     return open;
 }
 
-// In a task of its own, so that how it takes a cancellation is not how its caller does.
+// A separate task, because putOnMain() changes how its task reacts to a cancellation.
 Task<ConfirmationDecision>
 ConfirmationPresenter::put(PanelContents contents, Kind kind, std::int64_t timeoutMs)
 {
@@ -138,7 +137,7 @@ ConfirmationPresenter::put(PanelContents contents, Kind kind, std::int64_t timeo
 Task<ConfirmationDecision>
 ConfirmationPresenter::putOnMain(PanelContents contents, Kind kind, std::int64_t timeoutMs)
 {
-    // A cancellation ends the person's time to answer; what follows has to be done all the same.
+    // A cancellation withdraws the question, but the cleanup below must still run.
     co_await asio::this_coro::throw_if_cancelled(false);
     std::weak_ptr const weak = alive;
     ConfirmationDecision const closeMeans =
@@ -147,12 +146,12 @@ ConfirmationPresenter::putOnMain(PanelContents contents, Kind kind, std::int64_t
     question->kind = kind;
     question->window = std::make_shared<ConfirmationWindow>(
         services.main, services.clock, services.makePanel(std::move(contents)), closeMeans);
-    questions.push_back(question); // It counts from here on, though nothing is to be seen yet.
+    questions.push_back(question); // Before it is visible, so that hasOpenQuestion() is true from here on.
 
     co_await closeGate(question);
     bool cancelled =
         (co_await asio::this_coro::cancellation_state).cancelled() != asio::cancellation_type::none;
-    std::exception_ptr failure; // Of a panel that cannot be shown: the gate must not stay closed for it.
+    std::exception_ptr failure; // If the panel cannot be shown, the gate must still open again.
     if (!weak.expired() && !cancelled) {
         try {
             show(question, timeoutMs);
@@ -182,13 +181,13 @@ Task<> ConfirmationPresenter::closeGate(QuestionPtr question)
     try {
         co_await services.gate.close();
     } catch (boost::system::system_error const&) {
-        // Cancelled while it waited. It is closed by then.
+        // Cancelled during the wait; the gate is already closed.
     }
     if (!weak.expired())
         co_await noteWorkplace(question);
 }
 
-// What had the keyboard before one of our panels had it is what the person works in.
+// If one of our panels is active, the workplace is the window that was active before that panel.
 Task<> ConfirmationPresenter::noteWorkplace(QuestionPtr question)
 {
     std::weak_ptr const weak = alive;
@@ -218,7 +217,7 @@ void ConfirmationPresenter::show(QuestionPtr const& question, std::int64_t timeo
     });
 }
 
-// The window manager is told only of a window that is on the screen.
+// The window manager accepts the request only for a window that is on the screen.
 Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
 {
     std::weak_ptr const weak = alive;
@@ -236,7 +235,7 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
             break;
         co_await services.clock.sleep(settlingPoll);
     }
-    // By now it has the window manager's frame around it; the toolkit may learn of that a little later.
+    // The window manager has added its frame by now, but the toolkit may learn of it a little later.
     auto const isCurrent = [&] {
         return !weak.expired() && question->isOpen() && question->kind == Kind::action && lastFrame;
     };
@@ -246,7 +245,7 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
     }
 }
 
-// Resumes when the screen is as it was, or the time for that is over; then the gate opens.
+// Waits until the panel has left the screen, at most maxSettling, then opens the gate.
 Task<> ConfirmationPresenter::leave(QuestionPtr question)
 {
     std::weak_ptr const weak = alive;
@@ -255,7 +254,8 @@ Task<> ConfirmationPresenter::leave(QuestionPtr question)
         question->decision.reset();
     }
     auto const isOther = [&](QuestionPtr const& other) { return other != question && other->isOpen(); };
-    // What was allowed is meant for that window. Another panel has the better claim: a person reads it.
+    // The allowed action is meant for the workplace window. But another open panel keeps the focus, because
+    // the person is reading it.
     bool const givesBack = question->decision && question->decision->isAllowed() &&
                            question->workplace != 0 && std::ranges::none_of(questions, isOther);
     if (givesBack)
@@ -281,8 +281,8 @@ Task<bool> ConfirmationPresenter::isScreenBack(QuestionPtr question, bool givesB
         WindowStanding const left = focus.standing(panel);
         if (left.isOnScreen || left.hasKeyboard)
             return false;
-        // The key that said yes goes up after the panel has gone. While it is down, the same key of ours
-        // would be no press at all.
+        // The person releases the key that answered only after the panel has closed. While that key is down,
+        // an event that presses the same key would have no effect.
         if (focus.isKeyDown())
             return false;
         if (!givesBack)

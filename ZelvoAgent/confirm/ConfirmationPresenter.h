@@ -21,16 +21,16 @@
 
 namespace zelvo {
 
-/// Puts yes-or-no questions to the person, any number at a time, each on a panel of its own, and remembers
-/// for the session what the person allowed with the box ticked.
+/// Asks the person yes-or-no questions, each in a separate panel; several may be open at once. For the rest
+/// of the session it remembers what the person allowed with the check box ticked.
 ///
-/// From before a panel opens until the screen is as it was, no event of ours can answer it: the posting gate
-/// is closed, and what was posted has arrived, when the panel comes up; and the caller goes on, and the gate
-/// opens, only when the display server has taken the panel away and the keyboard is back with the application
-/// that had it. So what was allowed lands where it was meant. Neither holds up a decision: a question's time
-/// runs from its panel's opening.
+/// No event that we post can answer a question. Before a panel opens, the posting gate is closed and all
+/// posted events have arrived. After the decision, the gate opens and the caller resumes only when the panel
+/// has left the screen and the keyboard focus is back where it was. So the confirmed action reaches the
+/// window that it was meant for. The waiting does not shorten the person's time: it starts when the panel
+/// opens.
 ///
-/// Thread: main; confirm() any. A caller that is cancelled takes its question away.
+/// Thread: main; confirm() any. If the caller is cancelled, its question is withdrawn.
 class ConfirmationPresenter final : public Confirming {
 public:
     struct Services {
@@ -41,7 +41,7 @@ public:
         WindowFocus& focus;
         ConfirmationPanelMaker makePanel;
     };
-    /// A question in free words.
+    /// A question with free texts.
     struct Choice {
         std::string title;
         std::string detail;
@@ -55,24 +55,24 @@ public:
     ConfirmationPresenter& operator=(ConfirmationPresenter const&) = delete;
 
     /// Asks about an agent's action, unless its kind is allowed for the session. Closing the panel denies.
-    /// platformName: on whose behalf the agent acts.
+    /// platformName  the platform that the agent acts for
     Task<ConfirmationDecision>
     ask(ConfirmationSubject subject, std::string platformName, std::int64_t timeoutMs);
-    /// Nothing is remembered, and closing the panel is no answer: timedOut.
+    /// Asks a question with free texts. Nothing is remembered; closing the panel gives timedOut.
     Task<ConfirmationDecision> askChoice(Choice choice, std::int64_t timeoutMs);
-    /// Forgets what was allowed for the session.
+    /// Clears the session's allowances.
     void reset() { allowances.clear(); }
 
     Task<> confirm(ConfirmationSubject subject, std::string platformName, std::int64_t timeoutMs) override;
 
-    /// True from before a question's panel opens until the screen is as it was again.
+    /// True from the start of a question until its panel has left the screen and the gate is open again.
     bool hasOpenQuestion() const { return !questions.empty(); }
-    /// The kinds that are allowed for the session, by ConfirmationSubject::allowanceKey.
+    /// The ConfirmationSubject::allowanceKey of each kind that is allowed for the session.
     std::set<std::string, std::less<>> const& sessionAllowances() const { return allowances; }
-    /// The questions that wait for an answer, oldest first.
+    /// The windows of the unanswered questions, oldest first.
     std::vector<std::shared_ptr<ConfirmationWindow>> openWindows() const;
 
-    /// The frame of the panel that ask() showed last, until any panel of ask() is decided.
+    /// The frame of the last panel that ask() showed; `nullopt` once any panel of ask() is decided.
     std::optional<DesktopRect> const& lastPanelFrame() const { return lastFrame; }
     boost::signals2::signal<void()> lastPanelFrameChanged;
 
@@ -93,9 +93,9 @@ private:
 
     Services services;
     std::set<std::string, std::less<>> allowances;
-    std::vector<QuestionPtr> questions; // Also those that are decided and not yet gone from the screen.
+    std::vector<QuestionPtr> questions; // Includes decided ones whose panel has not left the screen yet.
     std::optional<DesktopRect> lastFrame;
-    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks that hold this weakly look at it.
+    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
 };
 
 } // namespace zelvo

@@ -13,7 +13,7 @@ struct Row {
     std::string_view allowanceKey;
 };
 
-// In the order of ConfirmationSubject::Value.
+// Same order as ConfirmationSubject::Value.
 constexpr std::array<Row, 7> rows = {{
     {"confirm.title.shell", "shell"},
     {"confirm.title.fileDelete", "file_delete"},

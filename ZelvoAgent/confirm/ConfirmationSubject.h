@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// What a person is asked about. Two subjects are equal when kind and all texts are.
+/// What the person is asked to confirm. Two subjects are equal if their kind and all texts are.
 struct ConfirmationSubject {
     struct ShellCommand {
         std::string command;
@@ -47,9 +47,9 @@ struct ConfirmationSubject {
 
     /// The question, in the person's language.
     std::string title() const;
-    /// What exactly it is about, never translated.
+    /// The command, path, URL or button in question; never translated.
     std::string detail() const;
-    /// Under which a remembered yes is kept: one key a kind, whatever the texts.
+    /// The key of a remembered yes: one per kind, independent of the texts.
     std::string_view allowanceKey() const;
 };
 

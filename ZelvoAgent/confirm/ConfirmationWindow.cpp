@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-// Bounded so that no number of milliseconds overflows the clock.
+// Clamped, so that no number of milliseconds overflows the clock.
 Duration timeOf(std::int64_t ms)
 {
     constexpr std::int64_t maxMs = std::numeric_limits<std::int32_t>::max();
@@ -44,7 +44,7 @@ ConfirmationPanel::Reports ConfirmationWindow::reports(Instant end)
         if (auto const window = weak.lock())
             window->complete(decision);
     };
-    // After a suspend the press may come before the countdown's end.
+    // After a suspend the button press may be handled before the expired countdown.
     auto const allowing = [completing, end, &clock = clock](bool remember) {
         completing(clock.now() > end ? ConfirmationDecision::timedOut()
                                      : ConfirmationDecision::allowed(remember));

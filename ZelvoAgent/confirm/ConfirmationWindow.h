@@ -12,13 +12,13 @@
 
 namespace zelvo {
 
-/// One question: made, shown, decided once, and not used again. Whatever ends it, a button, the closing of
-/// its window, its time, ends in one place, and only the first end counts. Thread: main.
+/// One question: shown once and decided once. A button, the close button or the timeout ends it; only the
+/// first of them counts. Thread: main.
 class ConfirmationWindow : public std::enable_shared_from_this<ConfirmationWindow> {
 public:
     using OnDecision = std::function<void(ConfirmationDecision)>;
 
-    /// closeMeans: what closing the panel's window counts as.
+    /// closeMeans  the decision when the person closes the panel's window
     ConfirmationWindow(Executor main,
                        Clock& clock,
                        std::unique_ptr<ConfirmationPanel> panel,
@@ -27,11 +27,11 @@ public:
     ConfirmationWindow(ConfirmationWindow const&) = delete;
     ConfirmationWindow& operator=(ConfirmationWindow const&) = delete;
 
-    /// Puts the panel on the screen; its time begins now. Less than none is none.
+    /// Shows the panel and starts its timeout. A negative timeout counts as 0.
     void show(std::int64_t timeoutMs, OnDecision onDecision);
-    /// Ends the question, unless it has ended: takes the panel away, then tells the decision.
+    /// Ends the question unless it has ended: removes the panel, then calls onDecision.
     void complete(ConfirmationDecision decision);
-    /// The panel's frame, in points from the top left of the main display.
+    /// The panel's frame, in points from the top left corner of the main display.
     DesktopRect agentFrame() const { return panel->frame(); }
     std::uint32_t panelId() const { return panel->windowId(); }
 
@@ -43,7 +43,7 @@ private:
     Clock& clock;
     std::unique_ptr<ConfirmationPanel> panel;
     ConfirmationDecision closeMeans;
-    OnDecision decide; // Empty before the panel is shown and from the decision on.
+    OnDecision decide; // Empty before show() and after the decision.
     TaskHandle countdown;
 };
 

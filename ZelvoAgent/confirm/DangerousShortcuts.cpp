@@ -50,7 +50,7 @@ struct Entry {
     std::string_view combination;
     std::string_view meaningKey;
     Apps apps;                       ///< bundle identifiers
-    Apps (*machineApps)() = nullptr; ///< further ones
+    Apps (*machineApps)() = nullptr; ///< this system's additional ones
     bool isBound() const { return machineApps || !apps.empty(); }
 };
 
@@ -112,8 +112,8 @@ std::optional<std::string> lookUp(std::string_view combination, std::optional<st
     return std::nullopt;
 }
 
-/// What a combination comes to, however it is spelt: as it reads, and as the input driver takes it, which
-/// knows fewer names.
+/// What a combination really presses, in two readings: by its canonical spelling, and as the input driver
+/// parses it, because the driver knows fewer names.
 std::array<std::string, 2> normalizedAsPressed(std::vector<std::string> const& keys)
 {
     Chord const chord = Chord::of(keys);

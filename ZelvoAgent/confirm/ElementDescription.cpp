@@ -8,7 +8,7 @@ namespace {
 
 using Attribute = AccessibilityAttribute;
 
-/// Each step up is a question to another process, on the way of every click.
+/// Each step up is a query to another process and delays every click.
 constexpr int maxTestedForButton = 4;
 constexpr int maxTestedForWindow = 12;
 

@@ -8,21 +8,21 @@
 
 namespace zelvo {
 
-/// The button that an element is part of: the first with a button's role among the element and the three
-/// above it. Thread: the reader's; blocks.
+/// The button that an element is part of: the first element with a button role among the element and its
+/// three closest ancestors. Thread: the reader's; blocks.
 std::optional<AccessibilityElement> nearestButton(AccessibilityReader& reader, AccessibilityElement from);
 
-/// Where an element stands.
+/// The window or sheet that contains an element.
 struct WindowContext {
     std::optional<std::string> subrole; ///< of the window or sheet
     bool isInSheet = false;
     bool operator==(WindowContext const&) const = default;
 };
 
-/// Looks for the window or sheet among the element and the eleven above it; nothing known without one.
+/// Searches the element and its eleven closest ancestors for a window or sheet; empty if there is none.
 WindowContext windowContext(AccessibilityReader& reader, AccessibilityElement from);
 
-/// All that is told of an element but the name of its application. Its value is not asked for.
+/// Reads everything of ProbedElement except the application's name. Never asks for the element's value.
 ProbedElement described(AccessibilityReader& reader, AccessibilityElement element);
 
 } // namespace zelvo

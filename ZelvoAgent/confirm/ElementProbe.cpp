@@ -92,7 +92,7 @@ std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden co
 std::optional<ProbedElement> ElementProbe::dialogNow(Hidden const& hidden)
 {
     auto const front = readableFront(hidden);
-    // The program's own panels are never a dialog to ask about.
+    // The person is never asked about this program's own panels.
     if (!front || front->names.identifier(hidden) == ownBundleIdentifier)
         return std::nullopt;
     auto const reader = read(front->pid, [](std::int32_t) { return false; });
@@ -164,7 +164,7 @@ std::unique_ptr<AccessibilityReader> ElementProbe::read(std::int32_t pid, Shows 
     auto reader = platform.accessibility().reader(pid, messagingTimeout);
     AccessibilityPlan plan;
     plan.deadline = deadline;
-    // A process with no window of its own is a part of the application: what draws its pages, for instance.
+    // A process that is no application by itself, such as a page renderer, is part of this one.
     plan.allowsProcess = [this, shows = std::move(shows)](std::int32_t other) {
         return other != platform.facts().ownPid() &&
                (shows(other) || !platform.workspace().application(other));
@@ -176,7 +176,7 @@ std::unique_ptr<AccessibilityReader> ElementProbe::read(std::int32_t pid, Shows 
 std::optional<std::string>
 ElementProbe::applicationOf(std::optional<std::int32_t> pid, std::int32_t known, std::string const& name)
 {
-    // It takes the display server a while to tell.
+    // Asking the display server is slow.
     if (pid == known && !name.empty())
         return name;
     auto const owner = pid ? platform.workspace().application(*pid) : std::nullopt;

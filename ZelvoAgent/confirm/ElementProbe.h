@@ -12,10 +12,10 @@
 
 namespace zelvo {
 
-/// The probe on the real desktop. It reads the application that is asked for, and what that shows of others
-/// embedded in it; never a hidden one, nor this program. An application that is silent for a quarter
-/// of a second is given up, and one that answers slowly after one second. Thread: any; the desktop is asked
-/// on the workers.
+/// The probe on the real desktop. It reads one application and the elements of others that are embedded in
+/// it, but never a hidden application or this program. It gives up on an application that does not answer
+/// for a quarter of a second, and on a slow one after one second in all. Thread: any; queries the desktop on
+/// the workers.
 class ElementProbe final : public ElementProbing {
 public:
     ElementProbe(Executor workers, Platform& platform, HiddenAppsStore& hiddenApps);
@@ -35,16 +35,16 @@ private:
     Probed focusedNow(Hidden const& hidden);
 
     bool isTrusted() { return platform.access().current().accessibility; }
-    /// The window that a press would reach, unless its application may not be read.
+    /// The window that a press would reach; `nullopt` if its application may not be read.
     std::optional<WindowEntry> readableWindow(DesktopPoint at, Hidden const& hidden);
-    /// The application in front, unless it may not be read.
+    /// The frontmost application; `nullopt` if it may not be read.
     std::optional<RunningApplication> readableFront(Hidden const& hidden);
     bool isEmbedded(std::int32_t pid, std::int32_t holder, Hidden const& hidden);
-    /// shows  does the application show that process's elements, so that they may be read? Asked while the
-    ///        reader lives
+    /// shows  true if the application shows that process's elements, so that they may be read; called while
+    ///        the reader exists
     std::unique_ptr<AccessibilityReader> read(std::int32_t pid, Shows shows);
     /// The name of a process's application.
-    /// known, name  a process whose application's name is known already, unless it is empty
+    /// known, name  a process whose application's name is already known; ignored if `name` is empty
     std::optional<std::string>
     applicationOf(std::optional<std::int32_t> pid, std::int32_t known, std::string const& name);
 

@@ -9,25 +9,25 @@
 
 namespace zelvo {
 
-/// The application in front: its identifier and its name.
+/// The frontmost application: its identifier and its name.
 struct FrontmostAppInfo {
     std::string bundleId;
     std::string name;
     bool operator==(FrontmostAppInfo const&) const = default;
 };
 
-/// Looks at what an agent is about to press. Nothing is ever thrown: what cannot be looked at is absent.
-/// Thread: any; resumes the caller on its own executor.
+/// Reads the element that an agent is about to press. Never throws; an element that cannot be read is absent.
+/// Thread: any; resumes the caller on the caller's executor.
 /// Made by: confirm/ElementProbe, tests/fakes/FakeProbe.
 class ElementProbing {
 public:
     virtual ~ElementProbing() = default;
-    /// What a press at this point of the main display's coordinates would press.
+    /// The element that a press at this point would press; coordinates of the main display.
     virtual Task<std::optional<ProbedElement>> element(DesktopPoint at) = 0;
-    /// The focused window of the application in front, when it is a dialog or a sheet.
+    /// The focused window of the frontmost application, if it is a dialog or a sheet.
     virtual Task<std::optional<ProbedElement>> frontmostDialog() = 0;
     virtual Task<std::optional<FrontmostAppInfo>> frontmostApp() = 0;
-    /// The element with the keyboard focus in the application in front.
+    /// The element with the keyboard focus in the frontmost application.
     virtual Task<std::optional<ProbedElement>> focusedElement() = 0;
 };
 

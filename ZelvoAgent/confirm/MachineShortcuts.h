@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-/// What differs from system to system about dangerous shortcuts; one source file a system. Pure; any thread.
+/// The system-specific part of dangerous shortcuts; one source file per system. Pure; any thread.
 namespace zelvo::MachineShortcuts {
 
-/// A combination that does something only here.
+/// A combination that is dangerous only on this system.
 struct Row {
     std::string_view combination; ///< in the form of DangerousShortcuts::normalize
     std::string_view meaningKey;
@@ -16,12 +16,13 @@ struct Row {
 };
 std::span<Row const> rows();
 
-/// Bundle identifiers of this system's applications of a kind.
+/// Bundle identifiers of this system's messengers and mail programs.
 std::span<std::string_view const> messengers();
 std::span<std::string_view const> mailPrograms();
 
-/// A combination, its keys in canonical spelling, as it is really pressed: the modifiers that have a key
-/// here, then the last of the other keys, in which order ever.
+/// The combination that is really pressed on this system: the modifiers that have a key here, then the last
+/// of the other keys. The order of `keys` does not matter otherwise.
+/// keys  in canonical spelling
 std::vector<std::string> pressed(std::vector<std::string> const& keys);
 
 } // namespace zelvo::MachineShortcuts

@@ -116,7 +116,7 @@ std::span<std::string_view const> mailPrograms()
     return mailIds;
 }
 
-// "cmd" and "ctrl" are the one Control key, and "fn" is no key at all.
+// "cmd" and "ctrl" are both the Control key; "fn" has no key.
 std::vector<std::string> pressed(std::vector<std::string> const& keys)
 {
     auto const has = [&](std::string_view name) { return std::ranges::find(keys, name) != keys.end(); };

@@ -21,7 +21,7 @@ constexpr auto cancelTitles =
     std::to_array<std::string_view>({"cancel", "close", "dismiss", "not now", "later", "back", "отмена",
                                      "отменить", "закрыть", "не сейчас", "назад"});
 
-/// Is it the title, or does it begin with the title as a word of its own?
+/// True if the text is the title, or begins with it as a whole word.
 bool beginsWith(std::string_view text, std::string_view title)
 {
     return text.starts_with(title) && (text.size() == title.size() || text[title.size()] == ' ');
@@ -50,7 +50,7 @@ std::string shownTitle(std::vector<std::string> const& labels)
     return label ? *std::move(label) : localized("confirm.unnamedButton");
 }
 
-/// Every way but out of a dialog commits it, whatever the button says.
+/// Every button of a dialog needs a yes, except those that leave the dialog.
 std::optional<ConfirmationSubject> classifyInDialog(ProbedElement const& element,
                                                     std::vector<std::string> const& labels)
 {

@@ -8,19 +8,19 @@
 #include <string_view>
 #include <vector>
 
-/// Tells from the words on an element whether pressing it commits something. Pure; any thread.
+/// Decides from an element's texts whether pressing it commits something. Pure; any thread.
 namespace zelvo::SubmitButtonHeuristic {
 
-/// What a person is to be asked before the element is pressed; nothing when it may be pressed.
+/// What the person must confirm before the element is pressed; `nullopt` if it may be pressed at once.
 std::optional<ConfirmationSubject> classify(ProbedElement const& element);
 
-/// Does one of the words that commit something ("send", "pay") stand alone somewhere in the text?
+/// True if the text contains one of the committing words ("send", "pay") as a whole word.
 bool matches(std::string_view text);
 
-/// The form in which words are compared: lower case, single blanks between words, camel case taken apart.
+/// The form for comparing: lower case, camel case split, words separated by single blanks.
 std::string normalize(std::string_view text);
 
-/// The first label that is meant for people rather than for developers, else the first one.
+/// The first label that is meant for people rather than for developers, or else the first label.
 std::optional<std::string> humanLabel(std::vector<std::string> const& labels);
 
 } // namespace zelvo::SubmitButtonHeuristic

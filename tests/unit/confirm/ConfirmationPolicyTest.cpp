@@ -14,7 +14,7 @@ std::optional<ConfirmationPolicy> decoded(std::string_view text)
     return ConfirmationPolicy::fromJson(*parseJson(text));
 }
 
-/// The kinds of subject that a policy asks for, by allowance key; the address is one outside the web.
+/// The kinds of subject that a policy wants confirmed, by allowance key. The URL is not an HTTP one.
 std::vector<std::string> asksFor(ConfirmationPolicy const& policy)
 {
     std::vector<std::string> kinds;

@@ -24,7 +24,7 @@ ConfirmationSubject button(std::string title)
     return {ConfirmationSubject::SubmitButton{std::move(title)}};
 }
 
-/// A gate before event posting in which an event takes until the test lets it pass.
+/// A posting gate in which an event stays in flight until the test lets it pass.
 class SlowGate final : public EventPosting {
 public:
     explicit SlowGate(Executor workers)
@@ -55,7 +55,7 @@ private:
     bool isMade = false; // event
 };
 
-constexpr std::uint32_t editor = 7; // The application's window that had the keyboard.
+constexpr std::uint32_t editor = 7; // The window that has the keyboard focus at first.
 
 class ConfirmationPresenterTest : public testing::Test {
 protected:
@@ -77,11 +77,11 @@ protected:
                                             .makePanel = panels.maker()});
     }
 
-    // What became of a question that was started.
+    // The state of a question that was started.
     struct Asked {
         std::optional<Decision> decision;
         bool wasCancelled = false;
-        bool gateWasClosed = false; ///< when the caller went on
+        bool gateWasClosed = false; ///< when the caller resumed
         TaskHandle handle;
     };
     using Answer = std::shared_ptr<Asked>;
@@ -190,7 +190,7 @@ TEST_F(ConfirmationPresenterTest, showsAChoiceAsItIsWordedAndWithoutTheBox)
     EXPECT_EQ(panels.last().contents, wanted);
 }
 
-TEST_F(ConfirmationPresenterTest, tellsTheDecision)
+TEST_F(ConfirmationPresenterTest, returnsTheDecision)
 {
     Answer const allowed = ask(shell("a"));
     allow(panels.last());
@@ -220,7 +220,7 @@ TEST_F(ConfirmationPresenterTest, asksNoMoreAboutARememberedKindAndIgnoresTheTim
     EXPECT_EQ(panels.made.size(), 2u); // Another kind is another question.
 }
 
-TEST_F(ConfirmationPresenterTest, rememberingOnOneDoesNotAnswerAnotherThatStandsBesideIt)
+TEST_F(ConfirmationPresenterTest, rememberingOnOneDoesNotAnswerAnotherOpenOne)
 {
     Answer const first = ask(shell("a"));
     Answer const second = ask(shell("b"));
@@ -234,7 +234,7 @@ TEST_F(ConfirmationPresenterTest, rememberingOnOneDoesNotAnswerAnotherThatStands
 
 TEST_F(ConfirmationPresenterTest, remembersNothingOfADenialOrWhenTheTimeRunsOut)
 {
-    ask(shell("a")); // The box is ticked, but then the other button is pressed: only allow() carries it.
+    ask(shell("a")); // A ticked box does not matter here: only allow() passes it on.
     deny(panels.last());
     ask(shell("a"));
     platform.time.advance(60s);
@@ -269,7 +269,7 @@ TEST_F(ConfirmationPresenterTest, closingDeniesAnActionAndLeavesAChoiceUnanswere
 TEST_F(ConfirmationPresenterTest, neitherRemembersNorLooksUpAChoice)
 {
     Answer const choice = choose();
-    allow(panels.last(), true); // A panel without the box does not say this; it changes nothing if it did.
+    allow(panels.last(), true); // A panel without the box never passes true; here it must be ignored.
 
     EXPECT_TRUE(choice->decision->isAllowed());
     EXPECT_THAT(presenter->sessionAllowances(), IsEmpty());
@@ -289,7 +289,7 @@ TEST_F(ConfirmationPresenterTest, lastPanelFrameIsThereWhileAnActionIsAsked)
     EXPECT_FALSE(presenter->lastPanelFrame());
 }
 
-TEST_F(ConfirmationPresenterTest, lastPanelFrameGoesWithTheLaterOfTwoThoughTheEarlierStands)
+TEST_F(ConfirmationPresenterTest, lastPanelFrameEndsWithTheLaterOfTwoWhileTheEarlierIsOpen)
 {
     ask(shell("a"));
     ask(shell("b"));
@@ -329,7 +329,7 @@ TEST_F(ConfirmationPresenterTest, confirmPassesOnAYesAndThrowsTheRest)
     EXPECT_FALSE(remembered);
 }
 
-TEST_F(ConfirmationPresenterTest, anyNumberStandsAtOnceEachWithItsOwnTime)
+TEST_F(ConfirmationPresenterTest, anyNumberIsOpenAtOnceEachWithItsOwnTime)
 {
     Answer const first = ask(shell("a"), 1000);
     Answer const second = choose(3000);
@@ -373,9 +373,9 @@ TEST_F(ConfirmationPresenterTest, countsAsOpenWhileTheGateStillCloses)
     Answer const answer = ask(shell("a"), 1000);
     EXPECT_TRUE(presenter->hasOpenQuestion());
     EXPECT_EQ(presenter->openWindows().size(), 1u);
-    EXPECT_FALSE(panels.last().isShown); // An event is still on its way.
+    EXPECT_FALSE(panels.last().isShown); // An event is still in flight.
     platform.time.advance(10s);
-    EXPECT_FALSE(answer->decision); // Its time runs from the panel's opening.
+    EXPECT_FALSE(answer->decision); // The timeout starts when the panel opens.
 
     slow.letPass();
     platform.settle();
@@ -462,7 +462,7 @@ TEST_F(ConfirmationPresenterTest, waitsForTheServerOneSecondAtMost)
 TEST_F(ConfirmationPresenterTest, givesTheKeyboardBackToTheWindowThatHadIt)
 {
     Answer const answer = ask(shell("a"));
-    focus.open(5); // The person looked at another application meanwhile.
+    focus.open(5); // The person switched to another application in the meantime.
     focus.open(1001);
 
     allow(panels.last());
@@ -487,7 +487,7 @@ TEST_F(ConfirmationPresenterTest, waitsUntilTheKeyboardIsBack)
     EXPECT_TRUE(answer->decision);
 }
 
-TEST_F(ConfirmationPresenterTest, takesWhateverIsInFrontWhenThatWindowHasGone)
+TEST_F(ConfirmationPresenterTest, acceptsAnyActiveWindowWhenThatWindowIsClosed)
 {
     Answer const answer = ask(shell("a"));
     focus.close(editor);
@@ -521,12 +521,12 @@ TEST_F(ConfirmationPresenterTest, twoQuestionsEndInAnyOrderAndTheGateOpensWithTh
         EXPECT_NE(one->decision.has_value(), two->decision.has_value());
         EXPECT_TRUE(gate.isClosed());
         EXPECT_TRUE(presenter->hasOpenQuestion());
-        EXPECT_EQ(focus.activeWindow(), panels.made[1 - firstToGo]->id); // It keeps the keyboard.
+        EXPECT_EQ(focus.activeWindow(), panels.made[1 - firstToGo]->id); // It keeps the keyboard focus.
 
         allow(*panels.made[1 - firstToGo]);
         EXPECT_TRUE(one->decision && two->decision);
         EXPECT_FALSE(gate.isClosed());
-        EXPECT_EQ(focus.activeWindow(), editor); // Not a panel that has gone.
+        EXPECT_EQ(focus.activeWindow(), editor); // Not the closed panel.
     }
 }
 
@@ -611,7 +611,7 @@ TEST_F(ConfirmationPresenterTest, resumesACallerWhosePanelIsStillLeavingWhenItGo
     EXPECT_FALSE(gate.isClosed());
 }
 
-TEST_F(ConfirmationPresenterTest, asksAsToldOfAPanelThatIsDecidedWhileItOpens)
+TEST_F(ConfirmationPresenterTest, reportsAPanelThatIsDecidedWhileItOpens)
 {
     panels.onShow = [](FakePanelRecord& panel) { panel.reports.deny(); };
     Answer const answer = ask(shell("a"));

@@ -36,7 +36,7 @@ TEST(ConfirmationSubject, namesTheMeaningOfAShortcutInItsTitle)
     EXPECT_NE(keyShortcut.title().find("save"), std::string::npos);
 }
 
-TEST(ConfirmationSubject, hasATitleOfItsOwnForEachKind)
+TEST(ConfirmationSubject, hasADifferentTitleForEachKind)
 {
     std::set<std::string> titles;
     for (S const& subject : {shell, fileDelete, fileWrite, openUrl, submitButton, dialogButton, keyShortcut})
@@ -59,7 +59,7 @@ TEST(ConfirmationSubject, quotesTheTitlesOfButtons)
     EXPECT_EQ(dialogButton.detail(), "Finder: \u00ABOK\u00BB");
 }
 
-TEST(ConfirmationSubject, tellsApplicationKeysAndMeaningOfAShortcut)
+TEST(ConfirmationSubject, describesApplicationKeysAndMeaningOfAShortcut)
 {
     EXPECT_EQ(keyShortcut.detail(), "Mail: cmd+s \u2014 save");
 }

@@ -32,7 +32,7 @@ protected:
     std::vector<Decision> decisions;
 };
 
-TEST_F(ConfirmationWindowTest, tellsTheBoxWithTheYes)
+TEST_F(ConfirmationWindowTest, passesTheCheckBoxOnWithTheYes)
 {
     for (bool const ticked : {true, false}) {
         auto const shown = window(Decision::denied());
@@ -71,7 +71,7 @@ TEST_F(ConfirmationWindowTest, takesAClickAtTheMomentInWhichTheTimeRunsOutOnce)
     auto const shown = window(Decision::denied());
     show(shown, 1000);
 
-    clock.jump(1s); // The time is over, and nobody has been woken yet.
+    clock.jump(1s); // The time is over, but the countdown has not woken yet.
     panels.last().reports.allow(false);
     clock.advance(1s);
 
@@ -83,7 +83,7 @@ TEST_F(ConfirmationWindowTest, takesNoYesAfterItsTime)
     auto const shown = window(Decision::denied());
     show(shown, 1000);
 
-    clock.jump(1001ms); // The machine slept, and a key woke it.
+    clock.jump(1001ms); // The machine slept, and a key press woke it.
     panels.last().reports.allow(false);
 
     EXPECT_EQ(decisions, std::vector{Decision::timedOut()});
@@ -103,7 +103,7 @@ TEST_F(ConfirmationWindowTest, endsByItselfWhenItsTimeIsOverAndNotBefore)
     EXPECT_FALSE(panels.last().isShown);
 }
 
-TEST_F(ConfirmationWindowTest, isTakenAwayBeforeTheDecisionIsTold)
+TEST_F(ConfirmationWindowTest, isTakenAwayBeforeTheDecisionIsReported)
 {
     auto const shown = window(Decision::denied());
     bool wasThere = true;
@@ -142,7 +142,7 @@ TEST_F(ConfirmationWindowTest, leavesNoCountdownBehind)
     EXPECT_TRUE(panels.last().isGone);
 }
 
-TEST_F(ConfirmationWindowTest, tellsItsPanelsFrame)
+TEST_F(ConfirmationWindowTest, returnsItsPanelsFrame)
 {
     auto const shown = window(Decision::denied());
     panels.last().frame = {.x = 1, .y = 2, .width = 3, .height = 4};

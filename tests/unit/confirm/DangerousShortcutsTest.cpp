@@ -115,7 +115,8 @@ TEST(DangerousShortcuts, sendAndMoveToTheTrashAnywhere)
     EXPECT_EQ(meaning({"cmd", "delete"}, anyApp), localized("shortcut.moveToTrash"));
 }
 
-// On this system "cmd" and "ctrl" are one key, "fn" is none, and of several keys only the last is pressed.
+// On this system "cmd" and "ctrl" are the same key, "fn" has no key, and only the last of several keys is
+// pressed.
 
 TEST(DangerousShortcuts, areTheSameHoweverControlIsNamed)
 {
@@ -127,7 +128,7 @@ TEST(DangerousShortcuts, areTheSameHoweverControlIsNamed)
     EXPECT_EQ(meaning({"ctrl", "shift", "d"}, "thunderbird"), localized("shortcut.sendMail"));
 }
 
-TEST(DangerousShortcuts, areSeenThroughKeysThatArePressedByNobody)
+TEST(DangerousShortcuts, areSeenThroughKeysThatAreNotPressed)
 {
     EXPECT_EQ(meaning({"cmd", "fn", "s"}, anyApp), localized("shortcut.save"));
     EXPECT_EQ(meaning({"cmd", "x", "s"}, anyApp), localized("shortcut.save"));
@@ -139,7 +140,7 @@ TEST(DangerousShortcuts, areSeenThroughKeysThatArePressedByNobody)
     EXPECT_FALSE(activatesFocusedControl({"fn", "shift", "return"}));
 }
 
-// Names that the input driver does not know are no modifiers to it, and give way to the next key.
+// The input driver ignores an unknown name if another key follows.
 TEST(DangerousShortcuts, areSeenThroughNamesThatPressNothing)
 {
     for (Keys const& keys : {Keys{"cmd", "option", "s"}, Keys{"cmd", " alt ", "s"},

@@ -14,7 +14,7 @@ using testing::IsEmpty;
 constexpr std::int32_t appPid = 100;
 constexpr DesktopPoint point = {15, 25};
 
-/// An application with one window under the point, which is in front.
+/// A frontmost application with one window under the point.
 class ElementProbeTest : public testing::Test {
 public:
     ElementProbeTest()
@@ -40,7 +40,7 @@ public:
     {
         return {.role = "AXButton", .title = std::move(title), .children = std::move(children)};
     }
-    /// The element with that many groups around it.
+    /// The element, nested in that many groups.
     static FakeElement within(int groups, FakeElement element)
     {
         for (int i = 0; i < groups; ++i) {
@@ -64,26 +64,26 @@ public:
     ElementProbe probe{platform.contexts.workers, platform, hiddenApps};
 };
 
-TEST_F(ElementProbeTest, tellsIdentifierAndNameOfTheApplicationInFront)
+TEST_F(ElementProbeTest, returnsIdentifierAndNameOfTheFrontmostApplication)
 {
     EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "Acme Mail"}));
 }
 
-TEST_F(ElementProbeTest, tellsTheHiddenNameOfAnApplicationThatHasOne)
+TEST_F(ElementProbeTest, returnsTheHiddenNameOfAnApplicationThatHasOne)
 {
     run(platform.io, hiddenApps.add("mail"));
 
     EXPECT_EQ(front(), (FrontmostAppInfo{"mail", "Acme Mail"}));
 }
 
-TEST_F(ElementProbeTest, tellsTheIdentifierOfAnApplicationWithoutAName)
+TEST_F(ElementProbeTest, returnsTheIdentifierOfAnApplicationWithoutAName)
 {
     platform.desktop.front->localizedName = "";
 
     EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "org.acme.mail"}));
 }
 
-TEST_F(ElementProbeTest, tellsNothingWhenNothingIsInFrontOrItHasNoIdentifier)
+TEST_F(ElementProbeTest, returnsNothingWithoutAFrontmostApplicationOrIdentifier)
 {
     platform.desktop.front.reset();
     EXPECT_FALSE(front());
@@ -100,7 +100,7 @@ TEST_F(ElementProbeTest, looksAnewAtEachQuestion)
     EXPECT_EQ(platform.desktop.looks, 2);
 }
 
-TEST_F(ElementProbeTest, tellsAllOfAButtonAndNothingOfItsValue)
+TEST_F(ElementProbeTest, returnsAllOfAButtonButItsValue)
 {
     show(window({FakeElement{.role = "AXButton",
                              .subrole = "AXCloseButton",
@@ -133,7 +133,7 @@ TEST_F(ElementProbeTest, countsAnEmptyTextAsAbsent)
     EXPECT_EQ(*probed, (ProbedElement{.role = "AXButton", .appName = "Acme Mail"}));
 }
 
-TEST_F(ElementProbeTest, tellsAnElementWithoutARoleByAnEmptyOne)
+TEST_F(ElementProbeTest, returnsAnEmptyRoleForAnElementWithoutOne)
 {
     show(window({FakeElement{.role = {}, .title = "Odd"}}));
 
@@ -245,7 +245,7 @@ TEST_F(ElementProbeTest, seesNothingWhereNothingIs)
 {
     show(window({button("Send")}));
 
-    EXPECT_FALSE(element({300, 300})); // In the window on the screen, on no element.
+    EXPECT_FALSE(element({300, 300})); // In the window, but on no element.
     EXPECT_FALSE(element({900, 900})); // In no window.
 }
 
@@ -280,7 +280,7 @@ TEST_F(ElementProbeTest, looksThroughTheHolesOfAShapedWindow)
     EXPECT_EQ(element()->title, "Below");
 }
 
-TEST_F(ElementProbeTest, asksNobodyUnderAWindowOfAnUnknownProcess)
+TEST_F(ElementProbeTest, readsNothingUnderAWindowOfAnUnknownProcess)
 {
     show(window({button("Below")}));
     platform.windowList.list->insert(platform.windowList.list->begin(),
@@ -344,7 +344,7 @@ TEST_F(ElementProbeTest, allowsProcessesEmbeddedAtThePointAndThoseWithoutAWindow
 
     EXPECT_EQ(allowed, (std::map<std::int32_t, bool>{{300, true},
                                                      {301, false},
-                                                     {302, false}, // Has windows of its own.
+                                                     {302, false}, // Has its own windows.
                                                      {303, true},
                                                      {platform.machineFacts.pid, false}}));
 }

@@ -71,10 +71,10 @@ TEST(SubmitButtonHeuristic, lowercasesWithTheWholeOfUnicode)
 {
     EXPECT_EQ(normalize("ОПЛАТИТЬ"), "оплатить");
     EXPECT_EQ(normalize("STRASSE ÄÖ"), "strasse äö");
-    EXPECT_EQ(normalize("ΟΔΟΣ"), "οδος"); // The last sigma of a word has a form of its own.
+    EXPECT_EQ(normalize("ΟΔΟΣ"), "οδος"); // Sigma has a special form at the end of a word.
 }
 
-TEST(SubmitButtonHeuristic, findsAWordThatStandsAlone)
+TEST(SubmitButtonHeuristic, findsAWholeWord)
 {
     for (char const* const text : {"Send", "Send now", "message send button", "btn_send", "sendMessage",
                                    "Reply", "Checkout (2)", "Оплатить заказ", "ПЕРЕВЕСТИ"})
@@ -188,7 +188,7 @@ TEST(SubmitButtonHeuristic, takesAStandardWindowForNoDialog)
     ProbedElement pressed = button("Delete");
     pressed.windowSubrole = "AXStandardWindow";
     EXPECT_EQ(classify(pressed), submits("Delete"));
-    pressed.subrole = "AXDialog"; // The element's own subrole says nothing of its window.
+    pressed.subrole = "AXDialog"; // The element's own subrole says nothing about its window.
     EXPECT_EQ(classify(pressed), submits("Delete"));
 }
 
