@@ -15,9 +15,9 @@ using Attribute = AccessibilityAttribute;
 constexpr int maxRetries = 12;
 constexpr Duration retryPause = 300ms;
 constexpr Duration wakingPause = 150ms;
-/// A Chromium that has just been started may still be building its tree.
+/// For this long after its start a Chromium may still be building its tree.
 constexpr Duration youth = 15s;
-/// Of a title bar's buttons, in points.
+/// The maximum side of a title bar's button, in points.
 constexpr double smallButton = 20;
 
 std::vector<AccessibilityElement> rootsOf(AccessibilityReader& reader, TreeScope scope)
@@ -44,7 +44,7 @@ std::string newSnapshotId()
 struct AccessibilityTree::Target {
     RunningApplication application;
     std::optional<std::string> bundleId;
-    std::set<std::string> hidden; ///< the person's list as it is now
+    std::set<std::string> hidden; ///< the hidden list, read for this call
 };
 
 AccessibilityTree::AccessibilityTree(Services services, TreeLimits limits)
@@ -86,7 +86,7 @@ AccessibilityTree::snapshot(TreeScope scope, bool interactiveOnly, std::optional
     co_return snapshot;
 }
 
-/// The application is not touched in any way before it is known not to be hidden.
+/// Checks the hidden list before it touches the application in any way.
 Task<AccessibilityTree::Target> AccessibilityTree::findTarget(std::optional<std::int32_t> targetPid)
 {
     auto application = co_await on(services.contexts.workers, [&] {
@@ -125,13 +125,13 @@ Task<int> AccessibilityTree::retryBudget(Target target)
 AccessibilityTree::Walked
 AccessibilityTree::walkOnce(Target const& target, TreeScope scope, bool interactiveOnly)
 {
-    // A reader keeps what it has read, so each walk has its own.
+    // A reader caches its answers, so each walk needs a new one.
     auto const reader = services.accessibility.reader(target.application.pid, limits.messagingTimeout);
     Instant const deadline = services.clock.now() + limits.totalTimeout;
     reader->plan(planOf(target, interactiveOnly, deadline));
     TreeWalk walk(*reader, services.clock, limits, deadline, interactiveOnly);
     walk.run(rootsOf(*reader, scope));
-    // What an application did not answer in time counts as absent, and nobody knows what hung below it.
+    // An unanswered query counts as absent, so elements below it may be missing.
     return {std::move(walk.collected), walk.truncated || reader->hasFallenSilent()};
 }
 
@@ -147,7 +147,7 @@ AccessibilityPlan AccessibilityTree::planOf(Target const& target, bool interacti
     return plan;
 }
 
-/// A window may hold another application's elements.
+/// Another application's elements may be embedded in a window.
 bool AccessibilityTree::mayRead(std::int32_t pid, std::set<std::string> const& hidden)
 {
     if (pid == services.ownPid)

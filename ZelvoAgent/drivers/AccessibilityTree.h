@@ -15,9 +15,9 @@
 
 namespace zelvo {
 
-/// Turns an application's interface into a flat, bounded list of elements. It wakes Chromium, and walks again
-/// while that has shown nothing yet. Thread: any; holds nothing between calls, and the walk itself blocks a
-/// worker.
+/// Turns an application's interface into a flat, bounded list of elements. It enables accessibility in
+/// Chromium and repeats the walk while Chromium has published nothing yet. Thread: any; keeps no state
+/// between calls. A walk blocks one worker.
 class AccessibilityTree final : public TreeCapturing {
 public:
     struct Services {
@@ -36,7 +36,7 @@ public:
     Task<UiTreeSnapshot>
     snapshot(TreeScope scope, bool interactiveOnly, std::optional<std::int32_t> targetPid) override;
 
-    /// Has a window shown nothing but its title bar's small buttons yet, or nothing at all?
+    /// True if a window has published nothing, or only its title bar's small buttons.
     static bool looksUnbuilt(std::vector<UiElementInfo> const& collected);
 
 private:
@@ -47,7 +47,7 @@ private:
     struct Target;
 
     Task<Target> findTarget(std::optional<std::int32_t> targetPid);
-    /// How often a walk may be repeated. Wakes the application when it is a Chromium that sleeps.
+    /// How often the walk may be repeated. Enables accessibility if the application is a Chromium.
     Task<int> retryBudget(Target target);
     Walked walkOnce(Target const& target, TreeScope scope, bool interactiveOnly);
     AccessibilityPlan planOf(Target const& target, bool interactiveOnly, Instant deadline);

@@ -15,7 +15,7 @@ Chord Chord::of(std::vector<std::string> const& names)
         else if (KeyCodes::code(name))
             chord.key = std::move(name);
         else
-            chord.key.reset(); // Only the last one counts, known or not.
+            chord.key.reset(); // Only the last name counts, even an unknown one.
     }
     return chord;
 }

@@ -8,11 +8,11 @@
 
 namespace zelvo {
 
-/// What a list of key names comes to when it is pressed: the modifiers among them, and the last of the
-/// others. Names are taken as they stand, but for their case.
+/// What a list of key names presses: the modifiers among them, and the last of the other keys. Only the case
+/// of the names is normalized.
 struct Chord {
     ModifierFlags flags;
-    std::optional<std::string> key; ///< nothing for a name that no key has
+    std::optional<std::string> key; ///< `nullopt` if no key has that name
 
     static Chord of(std::vector<std::string> const& names);
 };

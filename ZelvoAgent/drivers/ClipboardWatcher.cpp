@@ -14,7 +14,7 @@ constexpr Duration tick = 500ms;
 
 } // namespace
 
-/// What a look reads and writes. Thread: main.
+/// The state of a poll. Thread: main.
 struct ClipboardWatcher::Poller {
     Poller(Executor workers, Pasteboard& pasteboard, Workspace& workspace)
         : workers(std::move(workers)), pasteboard(pasteboard), workspace(workspace),
@@ -32,7 +32,7 @@ struct ClipboardWatcher::Poller {
         ApplicationNames names;
         try {
             names = co_await on(workers, [this] { return namesInFront(); });
-        } catch (...) { // NOLINT(bugprone-empty-catch): what cannot be told is unknown.
+        } catch (...) { // NOLINT(bugprone-empty-catch): the source is then unknown.
         }
         source = std::move(names);
     }
@@ -47,7 +47,7 @@ struct ClipboardWatcher::Poller {
     Pasteboard& pasteboard;
     Workspace& workspace;
     std::int64_t lastChangeCount;
-    /// All names, since which of them are hidden may change between copying and reading.
+    /// All names, because the hidden list may change between copying and reading.
     ApplicationNames source;
     AsyncMutex polls; ///< one after another
 };

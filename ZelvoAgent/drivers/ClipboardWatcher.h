@@ -13,30 +13,28 @@
 
 namespace zelvo {
 
-/// Notes which application the clipboard's content came from. No system says so; told is the application that
-/// was in front at the first look after a change, which comes within half a second. What was there before the
-/// program started is of an unknown source. Thread: main; the desktop is asked on the workers.
+/// Records which application the clipboard's content comes from. No system reports that, so the source is the
+/// application that is frontmost at the first poll after a change, at most half a second later. Content from
+/// before the program's start has no known source. Thread: main; queries the desktop on the workers.
 class ClipboardWatcher {
 public:
-    /// The content of this moment counts as unchanged.
+    /// The clipboard's present content counts as unchanged.
     ClipboardWatcher(Contexts const& contexts, Clock& clock, Pasteboard& pasteboard, Workspace& workspace);
     ~ClipboardWatcher();
     ClipboardWatcher(ClipboardWatcher const&) = delete;
     ClipboardWatcher& operator=(ClipboardWatcher const&) = delete;
 
-    /// Looks every half second from now on. Starting again begins the half second anew.
+    /// Starts to poll every half second. A second call restarts the interval.
     void start();
-    /// Looks no more. What was noted stays.
+    /// Stops polling. The recorded source stays.
     void stop();
-    /// One look, as at each tick. Resumes when the source of a change is noted, also by a look that was under
-    /// way.
+    /// Polls once. Resumes when the source of a change is recorded; waits for a poll that is already running.
     Task<> poll();
 
-    /// The application that was in front when the clipboard last changed; nothing when there was none, or it
-    /// has no name, or nothing has changed yet.
+    /// The application that was frontmost at the clipboard's last change. `nullopt` if there was none, if it
+    /// has no name, or if nothing has changed yet.
     std::optional<std::string> lastSourceBundleId() const;
-    /// Whether any of the names of that application is on the hidden list, as it is now. False for an unknown
-    /// one.
+    /// True if any name of that application is in `hidden`. False for an unknown application.
     bool isSourceHidden(std::set<std::string> const& hidden) const;
 
 private:

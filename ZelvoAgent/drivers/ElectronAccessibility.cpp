@@ -35,7 +35,7 @@ constexpr auto identifierPrefixes = std::to_array<std::string_view>({
     "notion.id",
     "com.spotify.client",
     "com.electron.",
-    // The same applications by their desktop entries.
+    // The same applications by desktop entry.
     "google-chrome",
     "chromium",
     "org.chromium.Chromium",
@@ -57,7 +57,7 @@ constexpr auto identifierPrefixes = std::to_array<std::string_view>({
 
 using Names = std::vector<std::string>;
 
-/// The names in a folder; none when it cannot be listed.
+/// The names in a folder; empty if it cannot be listed.
 Names listing(std::filesystem::path const& folder)
 {
     Names names;
@@ -77,7 +77,7 @@ bool isChromiumFramework(std::string_view name)
            std::ranges::any_of(words, [&](auto word) { return name.find(word) != std::string_view::npos; });
 }
 
-/// The data that a Chromium keeps beside its program.
+/// True if the names include the data files that Chromium installs beside its program.
 bool holdsChromiumData(Names const& names)
 {
     auto const has = [&](std::string_view name) { return std::ranges::find(names, name) != names.end(); };

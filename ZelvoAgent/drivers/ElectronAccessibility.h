@@ -10,25 +10,25 @@
 
 namespace zelvo {
 
-/// Applications built on Chromium publish no useful elements until they are asked to. This knows them,
-/// switches that on, remembers in which processes it did, and switches it off again.
-/// Thread: any; a strand of its own.
+/// Applications built on Chromium publish no useful elements until accessibility is enabled in them. This
+/// class detects them, enables it, records in which processes it did, and disables it again.
+/// Thread: any; has a dedicated strand.
 class ElectronAccessibility {
 public:
     ElectronAccessibility(Contexts contexts, Accessibility& accessibility);
 
-    /// By identifier first, then by what lies in the application's folder.
+    /// Decides by the identifier first, then by the files in the application's folder.
     static bool looksLikeChromium(std::optional<std::string> const& bundleId,
                                   std::optional<std::string> const& bundlePath);
     static bool looksLikeChromium(std::optional<std::string> const& bundleId);
-    /// Looks once into a folder and keeps the answer for the life of the process.
+    /// Looks into each folder once and caches the answer until the process ends.
     static bool embedsChromium(std::string const& bundlePath);
 
-    /// Is it on now, by whoever's hand?
+    /// Enables accessibility in a process. True if it is on now, whoever enabled it.
     Task<bool> enable(std::int32_t pid);
     Task<> disable(std::int32_t pid);
     Task<> disableAll();
-    /// For a process that has ended.
+    /// Forgets a process that has ended.
     Task<> forget(std::int32_t pid);
     Task<bool> isManagedByUs(std::int32_t pid);
 
@@ -39,7 +39,7 @@ private:
     Contexts contexts;
     Accessibility& accessibility;
     Executor strand;
-    std::set<std::int32_t> enabledByUs; // strand; what was on before is not in it
+    std::set<std::int32_t> enabledByUs; // strand; without processes in which it was already on
 };
 
 } // namespace zelvo

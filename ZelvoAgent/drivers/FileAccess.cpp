@@ -20,7 +20,7 @@ std::string contentOf(OpenFile& file)
 {
     if (auto const size = file.size(); size && *size > std::uint64_t(FileAccess::maxBytes))
         throw AgentError::invalidRequest;
-    // One byte more than is allowed tells a file that has grown meanwhile.
+    // One byte more than the limit, to detect a file that has grown in the meantime.
     std::string content = file.read(std::size_t(FileAccess::maxBytes) + 1);
     if (content.size() > std::size_t(FileAccess::maxBytes))
         throw AgentError::invalidRequest;
@@ -79,7 +79,7 @@ void FileAccess::writeOnStrand(std::string const& path, std::string_view data)
 
 std::string FileAccess::standardize(std::string path)
 {
-    // A name ends at a NUL for the system: it would judge another path than it opens.
+    // System calls end a path at NUL, so the path checked would differ from the path opened.
     if (path.size() > maxPathLength || path.find('\0') != std::string::npos)
         throw AgentError::invalidRequest;
     if (auto const tilde = paths::tildePath(path))
@@ -88,7 +88,8 @@ std::string FileAccess::standardize(std::string path)
     return paths::standardized(path, path.starts_with('/') ? "/" : files.currentFolder());
 }
 
-/// The gate. The order is what makes it hold: whether it exists, where it leads, which folder holds that.
+/// Decides whether a path may be accessed. The order matters: does it exist, where does it lead, which
+/// granted folder contains that.
 FileAccess::Judged FileAccess::resolve(std::string const& standard, Target target)
 {
     FilePlace place = locate(files, standard);

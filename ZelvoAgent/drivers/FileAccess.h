@@ -10,25 +10,26 @@
 
 namespace zelvo {
 
-/// The only gate through which an agent reads or writes a file: whatever path is asked for, with or without
-/// links, nothing outside of the granted folders is touched, and no transfer is larger than maxBytes.
-/// A place is judged by where its links lead, a new file by the folder that will hold it. A hard link counts
-/// as the file that it is, since no file knows its other names; writing leaves those as they were.
-/// Thread: any. A strand on the workers: transfers run one at a time, and each holds a worker for its length.
+/// The only way for an agent to read or write a file. It touches nothing outside the granted folders, with or
+/// without links in the path, and no transfer is larger than maxBytes. It checks a path after following its
+/// links; for a new file it checks the parent folder. A hard link is checked only by the path given, because
+/// a file does not know its other names. Writing replaces that one name and leaves the others as they were.
+/// Thread: any. A strand on the workers runs one transfer at a time; each blocks a worker while it lasts.
 class FileAccess final : public FileGate {
 public:
     static constexpr std::int64_t maxBytes = 104'857'600;
 
-    /// allowedRoots  absolute paths of folders; their links are followed anew at each call. None refuses all.
+    /// allowedRoots  absolute paths of folders; their links are followed again at each call. An empty list
+    ///               refuses every path
     FileAccess(Executor workers, FileSystem& files, std::vector<std::string> allowedRoots);
 
-    /// Replaces the granted folders. Resumes when no transfer by the old ones is under way.
+    /// Replaces the granted folders. Resumes when no transfer under the old ones is still running.
     Task<> setRoots(std::vector<std::string> roots);
-    /// The same by a list that is read inside the strand: of changes that overlap the newest stands.
+    /// Like setRoots(), but calls `read` on the strand, so that the newest list wins when changes overlap.
     Task<> setRootsFrom(std::function<std::vector<std::string>()> read);
 
-    /// A path without a slash or a tilde in front counts from the program's current folder, as it does for a
-    /// shell command.
+    /// A path that begins with neither a slash nor a tilde is relative to the program's working directory, as
+    /// in a shell command.
     Task<std::string> read(std::string path) override;
     Task<> write(std::string path, std::string data) override;
 

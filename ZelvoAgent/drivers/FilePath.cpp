@@ -48,7 +48,7 @@ std::optional<TildePath> tildePath(std::string_view path)
 
 bool isInside(std::string_view place, std::string_view folder)
 {
-    // The slash keeps "Documents2" out of "Documents".
+    // Without the slash, "Documents2" would be inside "Documents".
     return place == folder ||
            (place.size() > folder.size() && place.starts_with(folder) && place[folder.size()] == '/');
 }

@@ -5,35 +5,34 @@
 #include <string_view>
 #include <vector>
 
-/// Paths as text: nothing here looks at a disk. Bytes are compared as they stand, so case counts.
+/// Paths as text, without file system access. Comparison is byte by byte and case-sensitive.
 namespace zelvo::paths {
 
-/// An absolute path without ".", "..", doubled slashes and a slash at its end. ".." takes away the part
-/// before it whatever that is, and stops at "/".
-/// base  what a path without a slash in front counts from; it counts from "/" itself
+/// An absolute path without ".", "..", doubled slashes and a trailing slash. ".." removes the part before it,
+/// without looking whether that is a link, and stops at "/".
+/// base  the folder of a relative path; a relative base is relative to "/"
 std::string standardized(std::string_view path, std::string_view base);
 
-/// A path that begins with a tilde, in its two parts.
+/// A path that begins with a tilde, split in two.
 struct TildePath {
-    std::string user; ///< "alice" of "~alice/notes", empty of "~" and "~/notes"
+    std::string user; ///< "alice" in "~alice/notes", empty in "~" and "~/notes"
     std::string rest; ///< "/notes"
     bool operator==(TildePath const&) const = default;
 };
 std::optional<TildePath> tildePath(std::string_view path);
 
-/// Is a place the folder or below it? Both standardized. Nothing but "/" itself is in "/".
+/// True if `place` is the folder or below it. Both must be standardized. Only "/" itself is inside "/".
 bool isInside(std::string_view place, std::string_view folder);
 
-/// What stands behind the folder in the path of a place in it, without a slash in front; empty for the
-/// folder itself.
+/// The path of `place` relative to a folder that contains it; empty for the folder itself.
 std::string below(std::string_view place, std::string_view folder);
 
-/// Of a standardized path; "/" is its own parent.
+/// path  standardized; "/" is its own parent
 std::string parentOf(std::string_view path);
 std::string nameOf(std::string_view path);
 std::string joined(std::string_view folder, std::string_view name);
 
-/// The parts between the slashes, without empty ones and ".".
+/// The components of a path, without empty ones and ".".
 std::vector<std::string> parts(std::string_view path);
 
 } // namespace zelvo::paths

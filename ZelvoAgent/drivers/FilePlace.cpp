@@ -8,9 +8,9 @@ namespace zelvo {
 
 namespace {
 
-constexpr int maxLinks = 40; // As the system follows.
+constexpr int maxLinks = 40; // The kernel's own limit.
 
-/// Walks down a path part by part. What is done has no link in it, so that ".." is simply its parent.
+/// Resolves a path component by component. `done` contains no links, so ".." is simply its parent.
 class Walk {
 public:
     Walk(FileSystem& files, std::string const& path) : files(files) { push(path); }
@@ -49,7 +49,7 @@ private:
         exists = exists && leadsOn;
         if (!done.ends_with('/'))
             done += '/';
-        done += part; // In place: what doesn't exist can be long.
+        done += part; // Appended in place, because a path that does not exist can be very long.
     }
 
     FileSystem& files;

@@ -6,18 +6,18 @@
 
 namespace zelvo {
 
-/// Where a path leads when all links in it are followed.
+/// Where a path leads after following all links in it.
 struct FilePlace {
-    /// Absolute, without links. Where nothing stands, of the part that exists with its links followed, and
-    /// the rest as it is.
+    /// Absolute, without links. If nothing exists there: the existing part with its links followed, then the
+    /// rest unchanged.
     std::string path;
-    /// A folder or a file of any kind stands there; a link that leads nowhere, or in a circle, doesn't count.
+    /// True if a folder or any kind of file exists there. A dangling or circular link does not count.
     bool exists = false;
     bool isFolder = false;
     bool operator==(FilePlace const&) const = default;
 };
 
-/// Looks at every part of a standardized path.
+/// Resolves a standardized path component by component.
 FilePlace locate(FileSystem& files, std::string const& path);
 
 } // namespace zelvo

@@ -10,25 +10,25 @@
 
 namespace zelvo {
 
-/// The folders that the person has granted to agents, as they are stored: absolute paths in the order in
-/// which they were granted. The stored list is the only copy; a change holds for the next transfer. Thread:
-/// any; a strand of its own on the workers, so that changes cannot lose each other.
+/// The stored list of folders that the person has granted to agents: absolute paths, in the order of
+/// granting. The stored list is the only copy; a change applies to the next transfer. Thread: any; a
+/// dedicated strand on the workers serializes changes.
 class FolderAccessStore {
 public:
     FolderAccessStore(Executor workers, UserDefaults& defaults, FileSystem& files, FileAccess& access);
 
-    /// The stored folders that count, as FileAccess takes them: those that are absolute and there. A list
-    /// that holds anything but texts counts as empty. Looks at the disk.
+    /// The roots for FileAccess: the stored folders that are absolute and exist. A stored list with anything
+    /// but texts counts as empty. Blocks on the disk.
     static std::vector<std::string> roots(UserDefaults& defaults, FileSystem& files);
 
-    /// All that is stored, also what is not there now.
+    /// All stored folders, including those that do not exist now.
     Task<std::vector<std::string>> list();
-    /// Grants a folder, or a link to one. Resumes when it is in force and on disk. False, with nothing
-    /// changed, for what is no absolute path of a folder that is there, for a name that is not UTF-8 and
-    /// can't be stored, and for "/", which would hold nothing.
+    /// Grants a folder, or a link to one. Resumes when the grant is in force and on disk. Changes nothing and
+    /// returns false if the path is not absolute, is not an existing folder, is not UTF-8 (it could not be
+    /// stored), or is "/" (nothing is inside it).
     Task<bool> add(std::string folder);
-    /// Takes a folder back, under whatever spelling of its path. Resumes when no transfer may reach it any
-    /// more and the list is on disk.
+    /// Revokes a folder, by any spelling of its path. Resumes when no transfer can reach the folder any more
+    /// and the list is on disk.
     Task<> remove(std::string folder);
 
 private:

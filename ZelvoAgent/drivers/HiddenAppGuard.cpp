@@ -41,7 +41,7 @@ Task<> HiddenAppGuard::assertNamesAllowed(ApplicationNames names)
 ApplicationNames HiddenAppGuard::ownerOfWindow(DesktopPoint at, WindowList& windows)
 {
     for (WindowEntry const& window : windows.windows().value_or(std::vector<WindowEntry>{}))
-        // A window of an unknown process still counts when its own words name an application.
+        // A window of an unknown process still counts if its own properties name an application.
         if (window.isUnder(at) && (window.ownerPid || !window.owner.names.empty()))
             return window.namesAt(at);
     return {};

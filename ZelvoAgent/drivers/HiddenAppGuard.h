@@ -11,19 +11,18 @@
 
 namespace zelvo {
 
-/// Refuses what would touch an application that the person has hidden, with AgentError::hiddenAppActive.
-/// Thread: any; the desktop is asked on the workers.
+/// Refuses actions on applications that the person has hidden, with AgentError::hiddenAppActive.
+/// Thread: any; queries the desktop on the workers.
 class HiddenAppGuard {
 public:
     HiddenAppGuard(Executor workers, HiddenAppsStore& store, Workspace& workspace, WindowList& windows);
 
     Task<> assertFrontmostAllowed();
-    /// The topmost window under the point decides, whatever its layer. A point with no window under it
-    /// passes.
+    /// Checks the topmost window at the point, whatever its layer. A point without a window passes.
     Task<> assertPointAllowed(DesktopPoint point);
     Task<> assertBundleAllowed(std::optional<std::string> bundleId);
 
-    /// The names of the application whose window is topmost at a point, and of those embedded in it there.
+    /// The names of the application whose window is topmost at a point, and of applications embedded there.
     static ApplicationNames ownerOfWindow(DesktopPoint at, WindowList& windows);
 
 private:

@@ -41,7 +41,7 @@ Task<> HiddenAppsStore::add(std::string bundleId)
         all.insert(bundleId);
         persistOnStrand(all);
     });
-    co_await defaults.written(); // Hiding takes a right away.
+    co_await defaults.written(); // Hiding removes a right, so it must be on disk first.
 }
 
 Task<> HiddenAppsStore::remove(std::string bundleId)

@@ -12,21 +12,21 @@
 namespace zelvo {
 
 /// The applications that the person has hidden from agents. The stored list is the only copy: every operation
-/// reads it anew, so that a change holds from the next check on. Thread: any; a strand of its own, so that
-/// changes cannot lose each other.
+/// reads it again, so a change applies from the next check on. Thread: any; a dedicated strand serializes
+/// changes.
 class HiddenAppsStore {
 public:
     HiddenAppsStore(Executor agent, UserDefaults& defaults);
 
     Task<std::set<std::string>> bundleIds();
     Task<std::size_t> count();
-    /// False without an identifier.
+    /// False if there is no identifier.
     Task<bool> isHidden(std::optional<std::string> bundleId);
     /// Resumes when the new list is on disk.
     Task<> add(std::string bundleId);
     Task<> remove(std::string bundleId);
 
-    /// Candidates that are offered to the person; none is hidden without their choice.
+    /// Suggestions for the person; none is hidden by default.
     static constexpr auto suggestions = std::to_array<std::string_view>({
         "com.apple.Passwords",
         "com.apple.keychainaccess",
@@ -34,7 +34,7 @@ public:
         "com.1password.1password",
         "com.bitwarden.desktop",
         "com.apple.MobileSMS",
-        // The same kinds of application by their desktop entries: passwords and keys, then text messages.
+        // The same kinds of application by desktop entry: password managers, then messengers.
         "org.gnome.seahorse.Application",
         "org.gnome.World.Secrets",
         "org.kde.kwalletmanager5",

@@ -18,7 +18,7 @@ struct DestroyCompressor {
 };
 
 constexpr int fastestCompression = 1;
-constexpr auto noBuffer = static_cast<unsigned long>(-1); // What the library says to a size it cannot encode.
+constexpr auto noBuffer = static_cast<unsigned long>(-1); // libjpeg-turbo's answer to an impossible size.
 
 /// Owns libpng's write structures.
 class PngWriter {
@@ -44,16 +44,16 @@ void append(png_structp writer, png_bytep bytes, png_size_t count)
     out.insert(out.end(), bytes, bytes + count);
 }
 
-/// libpng leaves a failing call by longjmp, so nothing with a destructor may live in this function.
+/// libpng reports errors by longjmp, so this function must not have locals with a destructor.
 bool writePng(PngWriter& png, Picture const& picture, std::vector<std::uint8_t>& out)
 {
-    if (setjmp(png_jmpbuf(png.writer))) // NOLINT(cert-err52-cpp): the library's way to report.
+    if (setjmp(png_jmpbuf(png.writer))) // NOLINT(cert-err52-cpp): libpng's error handling.
         return false;
     png_set_write_fn(png.writer, &out, append, nullptr);
     png_set_IHDR(png.writer, png.info, static_cast<png_uint_32>(picture.width),
                  static_cast<png_uint_32>(picture.height), 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    // On screen contents the filters cost three times as much and save nothing.
+    // Filters triple the time on screen contents and save nothing.
     png_set_filter(png.writer, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     png_set_compression_level(png.writer, fastestCompression);
     png_write_info(png.writer, png.info);
@@ -72,7 +72,7 @@ std::vector<std::uint8_t> jpeg(Picture const& picture, std::int64_t quality)
     // The library's lowest quality is 1.
     int const level = static_cast<int>(std::clamp<std::int64_t>(quality, 1, 100));
     thread_local std::unique_ptr<void, DestroyCompressor> const compressor(tjInitCompress());
-    // The worst case is 20 times the usual one: its pages are only touched when they are needed.
+    // This is the worst case, 20 times the usual size. Unused pages are never touched, so they cost nothing.
     unsigned long size = tjBufSize(picture.width, picture.height, TJSAMP_420);
     if (size == noBuffer)
         throw AgentError::internalError;

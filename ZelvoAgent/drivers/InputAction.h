@@ -26,8 +26,8 @@ struct EnumTexts<Modifier> {
     static constexpr std::array<std::string_view, 5> texts = {"cmd", "shift", "alt", "ctrl", "fn"};
 };
 
-/// One checked entry of "actions.perform". Coordinates are points; numbers are not limited here: a negative
-/// wait or a huge count is for whoever carries the action out.
+/// One parsed entry of "actions.perform". Coordinates are points. Numbers are not limited here; whoever
+/// carries the action out must handle a negative wait or a huge count.
 struct InputAction {
     struct Move {
         DesktopPoint point;
@@ -92,14 +92,13 @@ struct InputAction {
     Value value;
     bool operator==(InputAction const&) const = default;
 
-    /// Reads one entry. Throws AgentError::invalidRequest when "type" is missing or unknown, or when an entry
-    /// that the type needs is missing or of the wrong kind; an optional entry of the wrong kind takes its
-    /// default.
+    /// Parses one entry. Throws AgentError::invalidRequest if "type" is missing or unknown, or if a required
+    /// member is missing or has the wrong type. An optional member of the wrong type gets its default.
     static InputAction parse(json::object const& entry);
 
-    /// Where the action touches the screen: the point, of a drag its start; nothing for the others.
+    /// The action's point; for a drag its start. `nullopt` for actions without a point.
     std::optional<DesktopPoint> targetPoint() const;
-    /// True for what goes to the focused element: type, key and setValue.
+    /// True for actions on the focused element: type, key and setValue.
     bool isTextInput() const;
 };
 

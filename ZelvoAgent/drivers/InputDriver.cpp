@@ -28,7 +28,7 @@ MouseEvent mouse(MouseEvent::Kind kind, DesktopPoint point, MouseButton button)
 
 DragPlan DragPlan::of(std::int64_t durationMs)
 {
-    // So that no number of milliseconds overflows the clock.
+    // Clamped, so that no number of milliseconds overflows the clock.
     std::int64_t const bounded = std::min<std::int64_t>(durationMs, std::numeric_limits<std::int32_t>::max());
     DragPlan plan;
     plan.steps = std::clamp<std::int64_t>(bounded / 16, 2, 60);
@@ -91,8 +91,8 @@ Task<> InputDriver::drag(DesktopPoint from, DesktopPoint to, MouseButton button,
         DesktopPoint const point{from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
         event = mouse(MouseEvent::Kind::dragged, point, button);
         if (!co_await events.post(event))
-            co_return; // The gate has let go of the button.
-        // A cancelled wait does not stop the drag, so that the button is always released.
+            co_return; // The gate has released the button.
+        // A cancellation does not stop the drag, so the button is always released.
         co_await clock.sleepThroughCancel(std::chrono::milliseconds(plan.stepDelayMs));
     }
     event = mouse(MouseEvent::Kind::up, to, button);
@@ -101,7 +101,7 @@ Task<> InputDriver::drag(DesktopPoint from, DesktopPoint to, MouseButton button,
 
 Task<> InputDriver::scroll(DesktopPoint at, double dx, double dy)
 {
-    co_await move(at); // The wheel acts on what lies under the pointer.
+    co_await move(at); // The wheel acts on the element under the pointer.
     ScrollEvent event;
     event.dy = wheelPixels(dy);
     event.dx = wheelPixels(dx);

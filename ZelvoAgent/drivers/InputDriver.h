@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// Makes the events of the input actions. Has no state of its own.
+/// Turns input actions into events. Keeps no state.
 class InputDriver final : public InputDriving {
 public:
     InputDriver(EventPosting& events, Clock& clock);
@@ -27,7 +27,7 @@ private:
     Clock& clock;
 };
 
-/// How a drag of a duration is cut up.
+/// The steps of a drag.
 struct DragPlan {
     std::int64_t steps = 2;
     std::int64_t stepDelayMs = 1;
@@ -36,7 +36,7 @@ struct DragPlan {
     static DragPlan of(std::int64_t durationMs);
 };
 
-/// A wheel distance as the system takes it: cut toward zero, values beyond 32 bits at their edge, NaN as 0.
+/// A wheel distance in whole pixels: truncated toward zero and clamped to 32 bits; NaN becomes 0.
 std::int32_t wheelPixels(double distance);
 
 } // namespace zelvo

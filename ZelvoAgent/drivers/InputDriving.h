@@ -10,9 +10,9 @@
 
 namespace zelvo {
 
-/// Operates mouse and keyboard. Refuses nothing and reports nothing: what cannot be made is left out.
-/// Whole actions must be serialised by the caller.
-/// Thread: any; resumes the caller on its own executor. Made by: drivers/InputDriver, tests/fakes/FakeInput.
+/// Operates mouse and keyboard. It checks nothing and reports no errors: an event that cannot be made is
+/// skipped. The caller must serialise whole actions. Thread: any; resumes the caller on the caller's
+/// executor. Made by: drivers/InputDriver.
 class InputDriving {
 public:
     virtual ~InputDriving() = default;
@@ -25,7 +25,7 @@ public:
     /// Pixels; positive dy is up, positive dx is left.
     virtual Task<> scroll(DesktopPoint at, double dx, double dy) = 0;
     virtual Task<> type(std::string text) = 0;
-    /// One chord: the modifiers among the names, and the last of the others.
+    /// Presses one chord: the modifiers among the names, and the last of the other keys.
     virtual Task<> pressKeys(std::vector<std::string> keys) = 0;
     virtual DesktopPoint cursorPosition() = 0;
 };

@@ -12,7 +12,7 @@ struct Row {
     std::uint16_t code;
 };
 
-// "return" and "enter" are one key, the main Return key; "delete" and "backspace" are the key above it.
+// "return" and "enter" are both the main Return key; "delete" and "backspace" are both the key above it.
 constexpr std::array rows = std::to_array<Row>({
     {"a", 0},
     {"s", 1},

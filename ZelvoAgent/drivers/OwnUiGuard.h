@@ -10,20 +10,20 @@
 
 namespace zelvo {
 
-/// Where this program's own windows are. Thread: any; asks the display server.
+/// Finds this program's own windows. Thread: any; asks the display server.
 class OwnWindowLocating {
 public:
     virtual ~OwnWindowLocating() = default;
     virtual std::vector<DesktopRect> windowFrames() = 0;
 };
 
-/// The own windows as the display server lists them.
+/// This program's own windows, from the display server's window list.
 class ZelvoWindows final : public OwnWindowLocating {
 public:
     ZelvoWindows(WindowList& windows, std::int32_t ownPid);
     std::vector<DesktopRect> windowFrames() override;
 
-    /// The frames of a process's windows up to layer 8; those above do not take input away from others.
+    /// The frames of a process's windows up to layer 8. Windows above that layer do not intercept input.
     static std::vector<DesktopRect> interactiveFrames(std::vector<WindowEntry> const& windows,
                                                       std::int32_t ownPid);
 
@@ -32,13 +32,13 @@ private:
     std::int32_t ownPid;
 };
 
-/// Keeps agents off this program's own windows, with AgentError::zelvoUiProtected. With no window list both
-/// checks pass.
+/// Refuses actions on this program's own windows, with AgentError::zelvoUiProtected. Without a window list
+/// clicks pass.
 class OwnUiGuard {
 public:
     explicit OwnUiGuard(OwnWindowLocating& locator);
 
-    /// Asks the display server: call it on the workers.
+    /// Asks the display server, so call it on the workers.
     void assertClickAllowed(DesktopPoint point) const;
     void assertAppReadable(std::optional<std::string> const& bundleId) const;
 

@@ -22,7 +22,7 @@ bool isKey(PostedEvent const& event)
 
 } // namespace
 
-/// Notes an event from the check to the end of its posting, so that close() can wait for it.
+/// Registers an event from its check until it is posted, so that close() can wait for it.
 class PostingGate::InFlight {
 public:
     explicit InFlight(PostingGate& gate) : gate(gate)
@@ -59,7 +59,7 @@ Task<> PostingGate::close()
 
 Task<> PostingGate::untilIdle()
 {
-    // Not for those that begin meanwhile: they meet the closed gate, and may follow each other without end.
+    // Later events are not waited for: they meet the closed gate, and there may be no end of them.
     auto const areGone = [this, last = idle.with([this] { return lastEvent; })] {
         return inFlight.empty() || *inFlight.begin() > last;
     };
@@ -80,7 +80,7 @@ bool PostingGate::isClosed() const
 Task<bool> PostingGate::post(PostedEvent event)
 {
     InFlight const counted(*this);
-    co_await inner.ready(event); // Before the check: the person may decide while it waits.
+    co_await inner.ready(event); // Before the check, because a panel may open or close during this wait.
     if (co_await mayPass(event) && co_await inner.post(std::move(event)))
         co_return true;
     co_await inner.releaseAll();
@@ -100,7 +100,7 @@ Task<bool> PostingGate::mayPass(PostedEvent event)
     auto const* const mouse = std::get_if<MouseEvent>(&event);
     DesktopPoint const point = mouse ? mouse->point : inner.pointerLocation();
     std::vector<DesktopRect> const frames = co_await on(workers, [this] { return ownWindows(); });
-    // With no window yet, the one that the gate was closed for is just coming up, who knows where.
+    // With no window yet, the one that the gate was closed for is about to open at an unknown place.
     co_return !frames.empty() &&
         std::ranges::none_of(frames, [&](DesktopRect const& f) { return f.contains(point); });
 }

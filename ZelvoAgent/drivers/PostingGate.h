@@ -10,22 +10,23 @@
 
 namespace zelvo {
 
-/// The one gate that every event of ours passes. While the agent is paused no event can be made; while a
-/// window of ours is open that only a person may answer, no key event can be made and no button event inside
-/// a window of ours. An event that is refused, or that the system cannot make, releases what is held: typing,
-/// chords and drags end quietly and leave nothing pressed.
-/// Thread: any, one poster at a time; resumes callers on their own executors.
+/// Every event that we post passes this gate. While the agent is paused, no event passes. While a window of
+/// ours is open that only a person may answer, no key event passes, and no button event inside our windows.
+/// If an event is refused, or the system cannot make it, all held keys and buttons are released: typing,
+/// chords and drags then end without an error and leave nothing pressed. Thread: any, one poster at a time;
+/// resumes callers on their own executors.
 class PostingGate final : public EventPosting {
 public:
-    /// paused      read for every event; any thread
-    /// ownWindows  the frames of this program's windows; read on the workers, only while the gate is closed
+    /// paused      called for every event; any thread
+    /// ownWindows  returns the frames of this program's windows; called on the workers while the gate is
+    /// closed
     PostingGate(EventPosting& inner,
                 Executor workers,
                 std::function<bool()> paused,
                 std::function<std::vector<DesktopRect>()> ownWindows);
 
-    /// Called before such a window opens: closes the gate, releases what is held, and resumes when the system
-    /// has taken what was posted. Calls nest; each needs an open().
+    /// Call before such a window opens. Closes the gate, releases all held keys and buttons, and resumes when
+    /// the system has processed all posted events. Calls nest; each needs an open().
     Task<> close();
     void open();
     bool isClosed() const;
@@ -34,7 +35,7 @@ public:
     Task<bool> post(PostedEvent event) override;
     Task<> beginText(std::string text) override;
     Task<> endText() override;
-    /// Waits for the event in flight, which might press something.
+    /// Waits for the events in flight first, because they might press something.
     Task<> releaseAll() override;
     Task<> drained() override;
     DesktopPoint pointerLocation() override;
@@ -43,7 +44,7 @@ private:
     class InFlight;
 
     Task<bool> mayPass(PostedEvent event);
-    /// Waits for the events that are in flight now.
+    /// Waits for the events that are in flight at the call.
     Task<> untilIdle();
 
     EventPosting& inner;

@@ -22,7 +22,7 @@ std::uint32_t chosenDisplay(std::vector<Display> const& displays, std::uint32_t 
     return found ? wanted : displays.front().id;
 }
 
-/// A size that no number of an agent's can push out of an int; that of a display without an extent is 0.
+/// Clamps to int, because the agent chooses maxWidth. NaN, from a display without an extent, becomes 0.
 int bounded(double size)
 {
     if (std::isnan(size))

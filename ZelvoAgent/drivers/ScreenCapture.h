@@ -13,9 +13,9 @@
 
 namespace zelvo {
 
-/// The display that coordinates and pictures refer to.
+/// The display that coordinates and pictures refer to: the main one.
 struct DisplayGeometry {
-    std::int64_t widthPoints = 0; ///< cut toward zero
+    std::int64_t widthPoints = 0; ///< truncated toward zero
     std::int64_t heightPoints = 0;
     double scaleFactor = 1;
     std::uint32_t displayId = 0;
@@ -27,8 +27,8 @@ struct DisplayGeometry {
 struct ScreenshotOptions {
     enum class ImageFormat { jpeg, png };
     ImageFormat format = ImageFormat::jpeg;
-    std::int64_t quality = 80;            ///< of a JPEG
-    std::optional<std::int64_t> maxWidth; ///< upper limit of the picture's width in pixels
+    std::int64_t quality = 80;            ///< for JPEG
+    std::optional<std::int64_t> maxWidth; ///< limit of the picture's width in pixels
 };
 
 struct CapturedImage {
@@ -38,26 +38,25 @@ struct CapturedImage {
     std::int64_t imageHeight = 0;
     DisplayGeometry geometry;
 
-    /// Picture pixels per display point: agents divide picture coordinates by it.
+    /// Picture pixels per display point. Agents divide picture coordinates by it.
     double scale() const
     {
         return static_cast<double>(imageWidth) / static_cast<double>(geometry.widthPoints);
     }
 };
 
-/// Takes still pictures of the main display, without the applications that the person has hidden and without
-/// this program's own windows: their pixels never exist in the picture. Thread: any; keeps no state.
+/// Takes screenshots of the main display, without hidden applications and this program's own windows: their
+/// pixels are never read. Thread: any; keeps no state.
 class ScreenCapture {
 public:
     ScreenCapture(Contexts contexts, ScreenSource& source, HiddenAppsStore& hiddenApps);
 
-    /// Throws AgentError::machineUnavailable when there is no screen.
+    /// Throws AgentError::machineUnavailable if there is no screen.
     DisplayGeometry displayGeometry();
-    /// Throws AgentError::permissionMissing when there is nothing that may be captured; a failure of the
-    /// system passes on.
+    /// Throws AgentError::permissionMissing if no display may be captured, or the system's failure.
     Task<CapturedImage> capture(ScreenshotOptions options);
 
-    /// The identifiers to leave out: this program's and the hidden ones, read anew.
+    /// The identifiers to leave out: this program's and the hidden ones, read again at each call.
     Task<std::set<std::string>> excludedApplications();
 
 private:
@@ -66,7 +65,7 @@ private:
     HiddenAppsStore& hiddenApps;
 };
 
-/// Size of the picture: never wider than the display's width in points, and `maxWidth` only shrinks it.
+/// The size of a picture: at most as wide as the display in points; `maxWidth` can only shrink it.
 struct PictureSize {
     int width = 0;
     int height = 0;

@@ -17,10 +17,10 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t pieceBytes = 64UL * 1024;
-/// A text up to this length is looked through faster than a worker is asked.
+/// Checking a text up to this length is faster than a hop to a worker.
 constexpr std::size_t shortText = 64UL * 1024;
 
-/// One of the places for commands, given back with this object.
+/// Counts as one running command while it exists.
 class Place {
 public:
     explicit Place(std::shared_ptr<int> taken) : running(std::move(taken)) { ++*running; }
@@ -32,7 +32,7 @@ private:
     std::shared_ptr<int> running;
 };
 
-/// The moment some milliseconds from now; the last moment there is when they are too many.
+/// `now` plus some milliseconds; Instant::max() at most.
 Instant after(Instant now, std::int64_t ms)
 {
     auto const maxMs = std::chrono::floor<std::chrono::milliseconds>(Instant::max() - now).count();
@@ -51,13 +51,13 @@ ChildLaunch launchOf(std::string command,
 
 } // namespace
 
-/// A command under way; shared by those who read it and the one who watches its time. On the strand.
+/// A running command, shared by its readers and its watchdog. Strand.
 struct ShellRunner::Command {
     std::unique_ptr<ChildProcess> child;
     Instant start;
     bool timedOut = false;
 
-    /// What the command left behind with its outputs is still a part of it.
+    /// A background process that holds an output open still counts as the command.
     bool isOver() const { return !child->isRunning() && !child->isOutputHeld(); }
 };
 
@@ -85,7 +85,7 @@ Task<ShellRunResult> ShellRunner::run(std::string command,
 
 Task<ShellRunResult> ShellRunner::runOnStrand(ChildLaunch launch, std::int64_t timeoutMs)
 {
-    // What was started is followed to its end, whether or not somebody still waits for it.
+    // A command is followed to its end even if the caller is cancelled.
     co_await asio::this_coro::reset_cancellation_state(asio::disable_cancellation());
     if (*running >= limits.maxConcurrent)
         throw AgentError::machineBusy;
@@ -126,7 +126,7 @@ Task<ShellRunResult> ShellRunner::collect(std::shared_ptr<Command> command)
                              .timedOut = command->timedOut};
 }
 
-/// Goes on reading beyond the limit: a command that cannot write would wait for ever.
+/// Keeps reading beyond the limit, because a command with a full pipe would block forever.
 Task<ShellRunner::Captured> ShellRunner::read(std::shared_ptr<Command> command, ChildStream stream)
 {
     Captured captured;

@@ -9,18 +9,17 @@
 
 namespace zelvo {
 
-/// Runs commands with bounds on their number, their output and their time. A command that outstays its time
-/// is asked to stop together with all that it started, and forced a while later. The reply waits until both
-/// outputs are closed, so that what a command leaves behind in its group and with its outputs counts as a
-/// part of it; what has left the group is beyond the signals' reach. A caller that goes does not end its
-/// command.
+/// Runs commands with limits on their number, output and time. After its timeout a command's process group
+/// gets SIGTERM, and later SIGKILL. The result waits until both outputs are closed, so a background process
+/// that keeps an output open counts as part of the command. The signals do not reach a process that has left
+/// the group. Cancelling the caller does not end its command.
 class ShellRunner final : public Shell {
 public:
     struct Limits {
         std::size_t maxOutputBytes =
-            1024UL * 1024; ///< of each output; what comes after it is read and dropped
+            1024UL * 1024; ///< for each output; anything after it is read and discarded
         int maxConcurrent = 4;
-        Duration sigtermGrace = 5s; ///< between the polite and the hard signal
+        Duration sigtermGrace = 5s; ///< from SIGTERM to SIGKILL
     };
 
     ShellRunner(Contexts contexts, Clock& clock, ChildProcesses& children)
@@ -48,7 +47,7 @@ private:
     Clock& clock;
     ChildProcesses& children;
     Limits const limits;
-    /// On the strand. Shared with the commands, which may outlive this object at the end of the process.
+    /// Strand. Shared with the commands, because they may outlive this object at the end of the process.
     std::shared_ptr<int> const running = std::make_shared<int>(0);
 };
 

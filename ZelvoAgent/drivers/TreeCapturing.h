@@ -11,14 +11,14 @@
 
 namespace zelvo {
 
-/// Where a reading of an application's elements begins.
+/// The roots of a snapshot.
 enum class TreeScope {
     frontmost,  ///< the focused window
     allWindows, ///< every window
     menuBar,
 };
 
-/// The elements of an application at one moment.
+/// The elements of an application at one point in time.
 struct UiTreeSnapshot {
     struct App {
         std::string bundleId;
@@ -27,21 +27,21 @@ struct UiTreeSnapshot {
     };
 
     std::string snapshotId; ///< "snp_" and twelve random characters
-    std::optional<App> app; ///< nothing when the application has no identifier
+    std::optional<App> app; ///< `nullopt` if the application has no identifier
     std::vector<UiElementInfo> elements;
-    bool truncated = false; ///< a limit ended the reading, or the application fell silent
+    bool truncated = false; ///< a limit ended the walk, or the application stopped answering
     Date createdAt;
 };
 
-/// Reads the elements of an application. Thread: any; resumes the caller on its own executor.
+/// Reads the elements of an application. Thread: any; resumes the caller on the caller's executor.
 /// Made by: drivers/AccessibilityTree, tests/fakes/FakeTree.
 class TreeCapturing {
 public:
     virtual ~TreeCapturing() = default;
-    /// interactiveOnly  keeps only what a person can operate
-    /// targetPid        the application in front when nothing
-    /// Throws AgentError: permissionMissing, machineUnavailable without such an application,
-    /// hiddenAppActive for one that the person has hidden.
+    /// interactiveOnly  keeps only elements that a person can operate
+    /// targetPid        if absent, the frontmost application
+    /// Throws AgentError: permissionMissing, machineUnavailable if there is no such application,
+    /// hiddenAppActive if the person has hidden it.
     virtual Task<UiTreeSnapshot>
     snapshot(TreeScope scope, bool interactiveOnly, std::optional<std::int32_t> targetPid) = 0;
 };

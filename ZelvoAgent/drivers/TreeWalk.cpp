@@ -19,7 +19,7 @@ std::unordered_set<std::string_view> const interactiveRoles = {
     "AXCheckBox", "AXRadioButton", "AXPopUpButton", "AXMenuItem",           "AXMenuButton",
     "AXComboBox", "AXSlider",      "AXTab",         "AXDisclosureTriangle", "AXSegmentedControl"};
 
-/// These mostly only hold others together.
+/// Roles that usually only group other elements.
 std::unordered_set<std::string_view> const containerRoles = {"AXGroup", "AXLayoutArea", "AXLayoutItem",
                                                              "AXSplitGroup", "AXUnknown"};
 
@@ -63,7 +63,7 @@ void TreeWalk::walk(AccessibilityElement element, int depth)
     }
 }
 
-/// The order of the questions is the order of their cost to the application; none is asked in vain.
+/// Asks the cheap attributes first, so that a dropped element costs as few queries as possible.
 std::optional<UiElementInfo> TreeWalk::describe(AccessibilityElement element, std::size_t index)
 {
     auto role = reader.text(element, Attribute::role);
@@ -97,7 +97,7 @@ bool TreeWalk::hasSomethingToSay(UiElementInfo const& info, AccessibilityElement
     return says(info.title) || says(info.elementDescription) || says(reader.text(element, Attribute::value));
 }
 
-/// Nothing for what has no visible extent.
+/// `nullopt` if the element has no visible extent.
 std::optional<UiElementInfo::Frame> TreeWalk::frameOf(AccessibilityElement element)
 {
     auto const position = reader.position(element);

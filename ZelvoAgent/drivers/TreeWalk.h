@@ -9,16 +9,16 @@
 
 namespace zelvo {
 
-/// How far a walk goes.
+/// The limits of a walk.
 struct TreeLimits {
-    int maxDepth = 25; ///< of the deepest level that is read; the roots stand at 0
+    int maxDepth = 25; ///< the deepest level that is read; the roots are at level 0
     int maxElements = 1500;
     Duration totalTimeout = 2s;
     Duration messagingTimeout = 250ms;
 };
 
-/// One walk through the elements of an application, depth first: what is kept, in which order and how far.
-/// Thread: one; blocks until the limits are reached.
+/// One depth-first walk through the elements of an application. Decides which elements are kept, in which
+/// order and how deep. Thread: one; blocks until the walk ends or reaches a limit.
 class TreeWalk {
 public:
     TreeWalk(AccessibilityReader& reader,
@@ -30,14 +30,14 @@ public:
     {
     }
 
-    /// Reads the roots and what is below them, in their order.
+    /// Reads the roots and their descendants, in order.
     void run(std::vector<AccessibilityElement> const& roots);
 
     std::vector<UiElementInfo> collected;
-    /// A limit ended the walk: whatever would have followed is missing.
+    /// True if a limit ended the walk; the elements after that point are missing.
     bool truncated = false;
 
-    /// What a person can operate.
+    /// True for roles that a person can operate.
     static bool isInteractive(std::string_view role);
 
 private:

@@ -10,7 +10,7 @@ namespace zelvo {
 
 namespace {
 
-/// "AXPopUpButton" as "popupbutton".
+/// "AXPopUpButton" becomes "popupbutton".
 std::string shortRole(std::string role)
 {
     for (std::size_t at = role.find("AX"); at != std::string::npos; at = role.find("AX", at))
@@ -18,7 +18,7 @@ std::string shortRole(std::string role)
     return text::lowercased(role);
 }
 
-/// Cut toward zero; what no integer can hold becomes the nearest one.
+/// Truncates toward zero; a number out of range becomes the nearest integer.
 std::string whole(double number)
 {
     constexpr double limit = 9.2e18;

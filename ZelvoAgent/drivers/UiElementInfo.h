@@ -8,9 +8,9 @@
 
 namespace zelvo {
 
-/// An element of an application's interface, as an agent is told of it. Texts are UTF-8.
+/// An element of an application's interface, as agents see it. Texts are UTF-8.
 struct UiElementInfo {
-    /// In points of the main display; width and height are above zero.
+    /// In points of the main display; width and height are positive.
     struct Frame {
         double x = 0;
         double y = 0;
@@ -21,12 +21,12 @@ struct UiElementInfo {
         DesktopPoint center() const { return {x + w * 0.5, y + h * 0.5}; }
     };
 
-    std::string id;   ///< "e" and the place in its snapshot: "e0", "e1" and so on
-    std::string role; ///< for instance "AXButton"
+    std::string id;   ///< "e" and its index in the snapshot: "e0", "e1" and so on
+    std::string role; ///< for example "AXButton"
     std::optional<std::string> subrole;
     std::optional<std::string> title;
     std::optional<std::string> elementDescription;
-    std::optional<std::string> value; ///< its first 200 characters; never of a password field
+    std::optional<std::string> value; ///< the first 200 characters; absent for a password field
     std::optional<std::string> identifier;
     Frame frame;
     bool enabled = true;
@@ -34,7 +34,7 @@ struct UiElementInfo {
     std::vector<std::string> actions;
     bool operator==(UiElementInfo const&) const = default;
 
-    /// The element in one line: [e12] button "Send" (120,44 80x24) focused
+    /// The element as one line: [e12] button "Send" (120,44 80x24) focused
     std::string compactLine() const;
 };
 

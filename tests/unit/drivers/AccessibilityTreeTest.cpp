@@ -76,7 +76,7 @@ protected:
     {
         return run(platform.io, ask(scope, interactiveOnly, target));
     }
-    /// For a snapshot that needs time; it is in `late` when it is there.
+    /// Starts a snapshot that needs time; the result is stored in `late`.
     void start(TreeScope scope = TreeScope::frontmost)
     {
         asio::co_spawn(platform.io, ask(scope),
@@ -92,7 +92,7 @@ protected:
     }
 };
 
-TEST_F(AccessibilityTreeTest, tellsTheApplicationItsElementsAndTheTime)
+TEST_F(AccessibilityTreeTest, returnsTheApplicationItsElementsAndTheTime)
 {
     UiTreeSnapshot const snapshot = take();
     EXPECT_EQ(snapshot.app, (UiTreeSnapshot::App{"org.example.app", "Example"}));
@@ -101,7 +101,7 @@ TEST_F(AccessibilityTreeTest, tellsTheApplicationItsElementsAndTheTime)
     EXPECT_EQ(snapshot.createdAt, platform.time.date());
 }
 
-TEST_F(AccessibilityTreeTest, givesEachSnapshotAnIdOfItsOwn)
+TEST_F(AccessibilityTreeTest, givesEachSnapshotADifferentId)
 {
     std::string const first = take().snapshotId;
     EXPECT_TRUE(std::regex_match(first, std::regex("snp_[0-9A-F]{8}-[0-9A-F]{3}"))) << first;
@@ -191,7 +191,7 @@ TEST_F(AccessibilityTreeTest, readsAllWindowsInTheirOrder)
     application().windows = {windowOf({button("a")}), windowOf({button("b")})};
     UiTreeSnapshot const snapshot = take(TreeScope::allWindows);
     EXPECT_THAT(titles(snapshot), ElementsAre("a", "b"));
-    EXPECT_EQ(snapshot.elements.back().id, "e1"); // Numbered through.
+    EXPECT_EQ(snapshot.elements.back().id, "e1"); // Numbered across all windows.
 }
 
 TEST_F(AccessibilityTreeTest, givesAnEmptyListWithoutWindows)
@@ -263,7 +263,7 @@ TEST_F(AccessibilityTreeTest, walksAFreshlyWokenChromiumAgainUntilItShowsMoreTha
     application().focusedWindow = windowOf(titleBar());
     start();
     platform.time.advance(150ms - 1ms);
-    EXPECT_THAT(system.plans, IsEmpty()); // It is given a moment before the first walk.
+    EXPECT_THAT(system.plans, IsEmpty()); // It waits before the first walk.
     platform.time.advance(1ms);
     EXPECT_THAT(system.plans, SizeIs(1));
     platform.time.advance(3 * 300ms);
@@ -290,7 +290,7 @@ TEST_F(AccessibilityTreeTest, walksThirteenTimesAtMost)
     platform.time.advance(1ms);
     ASSERT_TRUE(late);
     EXPECT_THAT(system.plans, SizeIs(13));
-    EXPECT_THAT(late->elements, SizeIs(3)); // The last walk stands, whatever it is.
+    EXPECT_THAT(late->elements, SizeIs(3)); // The last walk counts, whatever its result.
     EXPECT_EQ(late->createdAt, platform.time.date());
 }
 
@@ -321,7 +321,7 @@ TEST_F(AccessibilityTreeTest, doesNotWaitForAChromiumThatItManagesAlready)
     ASSERT_TRUE(late);
     EXPECT_THAT(titles(take()), ElementsAre("Send"));
     application().focusedWindow = windowOf({});
-    EXPECT_THAT(take().elements, IsEmpty()); // And walks it once only.
+    EXPECT_THAT(take().elements, IsEmpty()); // After only one walk.
 }
 
 TEST_F(AccessibilityTreeTest, countsAChromiumThatAnotherHandHasWokenAsFreshEachTime)
@@ -376,7 +376,7 @@ TEST_F(AccessibilityTreeTest, givesEachWalkItsFullTime)
     platform.time.advance(10s);
 }
 
-TEST_F(AccessibilityTreeTest, tellsTheReaderWhatItWillWant)
+TEST_F(AccessibilityTreeTest, givesTheReaderItsPlan)
 {
     take(TreeScope::frontmost, true);
     take(TreeScope::frontmost, false);
@@ -400,7 +400,7 @@ TEST_F(AccessibilityTreeTest, readsNoElementsOfHiddenApplicationsInsideOfOthers)
     take();
     EXPECT_FALSE(allowed[300]);
     EXPECT_TRUE(allowed[301]);
-    EXPECT_TRUE(allowed[302]); // A helper process without a window of its own.
+    EXPECT_TRUE(allowed[302]); // A helper process without its own window.
     EXPECT_FALSE(allowed[platform.machineFacts.pid]);
 }
 

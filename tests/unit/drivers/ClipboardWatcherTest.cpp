@@ -53,7 +53,7 @@ TEST_F(ClipboardWatching, notesTheApplicationInFrontAtTheFirstTickAfterAChange)
     platform.time.advance(499ms);
     EXPECT_EQ(watcher->lastSourceBundleId(), std::nullopt);
 
-    platform.desktop.front = application({"org.second.App"}); // The person has switched meanwhile.
+    platform.desktop.front = application({"org.second.App"}); // The person switches in the meantime.
     platform.time.advance(1ms);
 
     EXPECT_EQ(watcher->lastSourceBundleId(), "org.second.App");
@@ -191,7 +191,7 @@ TEST_F(ClipboardWatching, ticksOnceAfterTheMachineHasSlept)
     platform.time.jump(1h);
     platform.time.advance(0s);
 
-    EXPECT_LE(platform.clipboard.looks, looks + 2); // Not once for each half second of the hour.
+    EXPECT_LE(platform.clipboard.looks, looks + 2); // Not one poll for each half second of the hour.
 }
 
 TEST_F(ClipboardWatching, judgesAllNamesOfTheSourceByTheListOfTheMoment)

@@ -10,7 +10,7 @@
 
 namespace zelvo {
 
-/// An image file read back: RGB, 8 bits each, rows without gaps.
+/// A decoded image file: RGB, 8 bits each, rows without padding.
 struct DecodedImage {
     int width = 0;
     int height = 0;

@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Attribute = AccessibilityAttribute;
 
-/// An application's folder that ends with the test.
+/// An application's folder, deleted at the end of the test.
 class Bundle {
 public:
     Bundle() : folder(std::filesystem::temp_directory_path() / ("bundle-" + unique()))
@@ -102,7 +102,7 @@ TEST(LooksLikeChromium, matchesByContentAndLooksOnlyOnce)
         path = bundle.path();
         EXPECT_TRUE(ElectronAccessibility::looksLikeChromium("org.example.app", path));
     }
-    EXPECT_TRUE(ElectronAccessibility::looksLikeChromium("org.example.app", path)); // The folder is gone.
+    EXPECT_TRUE(ElectronAccessibility::looksLikeChromium("org.example.app", path)); // From the cache.
 }
 
 TEST(EmbedsChromium, knowsFrameworksByNameAndByWord)

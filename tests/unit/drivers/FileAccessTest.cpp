@@ -34,7 +34,7 @@ public:
     {
         return errorOf([&] { write(std::move(path), "new"); });
     }
-    /// The errno of a failure of the system; 0 when there is none.
+    /// The errno of a FileFailure; 0 if the call succeeds.
     template <class F>
     static int systemError(F call)
     {
@@ -45,7 +45,7 @@ public:
         }
         return 0;
     }
-    /// Neither looked at nor touched by a use.
+    /// True if no file was opened or replaced.
     bool isUntouched() const
     {
         return files.opened.empty() && files.replaced.empty() && files.contentOf("/etc/secret") == "secret";
@@ -127,7 +127,7 @@ TEST_F(FileAccessTest, takesDotsAwayBeforeLinksAreFollowed)
 {
     files.addLink("/home/me/Documents/folder", "/etc");
 
-    // By its text this is Documents/a.txt; by the link it would be "/a.txt".
+    // As text this is Documents/a.txt; through the link it would be "/a.txt".
     EXPECT_EQ(read("/home/me/Documents/folder/../a.txt"), "content of a");
 }
 
@@ -190,7 +190,7 @@ TEST_F(FileAccessTest, refusesANeighbourOfALikeName)
     EXPECT_EQ(writeError("/home/me/Documents2"), AgentError::scopeDenied);
 }
 
-TEST_F(FileAccessTest, tellsCaseApart)
+TEST_F(FileAccessTest, isCaseSensitive)
 {
     files.addFile("/home/me/documents/x", "x");
 
@@ -248,7 +248,7 @@ TEST_F(FileAccessTest, takesTheFirstRootThatHoldsThePlace)
     EXPECT_EQ(files.opened.back(), (PlaceInFolder{"/home/me/Documents", "a.txt"}));
 }
 
-TEST_F(FileAccessTest, makesARootAnewThatIsGone)
+TEST_F(FileAccessTest, recreatesAMissingRoot)
 {
     allow({"/home/me/Gone"});
 
@@ -307,7 +307,7 @@ TEST_F(FileAccessTest, writesExactlyTheMostBytesAndNotOneMore)
     data += 'x';
     EXPECT_EQ(errorOf([&] { write("/home/me/Documents/big2", std::move(data)); }),
               AgentError::invalidRequest);
-    EXPECT_TRUE(files.looked.empty()); // Nor was the path looked at.
+    EXPECT_TRUE(files.looked.empty()); // Refused before the path was resolved.
     EXPECT_FALSE(files.contentOf("/home/me/Documents/big2"));
 }
 
@@ -351,7 +351,7 @@ TEST_F(FileAccessTest, looksAgainWhenAPlaceWasSwappedForALink)
     files.addFile("/etc/x", "outside");
 
     EXPECT_EQ(readError("/home/me/Documents/folder/x"), AgentError::scopeDenied);
-    EXPECT_EQ(files.opened.size(), 1u); // The second look saw the link.
+    EXPECT_EQ(files.opened.size(), 1u); // The second check found the link.
 }
 
 TEST_F(FileAccessTest, findsWhatWasSwappedInsideTheFolder)
@@ -367,7 +367,7 @@ TEST_F(FileAccessTest, refusesAPlaceThatIsSwappedWithoutEnd)
     files.addFile("/home/me/Documents/b.txt", "content of b");
     int uses = 0;
     files.onUse = [&] {
-        // A file when it is judged, a link when it is opened.
+        // A file at the check, a link at the open.
         files.nodes.erase("/home/me/Documents/a" + std::to_string(uses));
         ++uses;
         files.addFile("/home/me/Documents/a" + std::to_string(uses), "");
@@ -396,7 +396,7 @@ TEST_F(FileAccessTest, takesTheNewestListThatIsReadInItsTurn)
     EXPECT_EQ(readError("/home/me/Documents/a.txt"), AgentError::scopeDenied);
 }
 
-TEST_F(FileAccessTest, tellsTheKindsOfFailureOnTheWire)
+TEST_F(FileAccessTest, reportsTheKindsOfFailureOnTheWire)
 {
     EXPECT_EQ(rawValue(*readError("/etc/secret")), "scope_denied");
     EXPECT_EQ(defaultMessage(*readError("/etc/secret")),

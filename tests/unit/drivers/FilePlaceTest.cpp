@@ -12,7 +12,7 @@ class FilePlaceTest : public testing::Test {
 public:
     FilePlaceTest() { files.addFile("/real/file", "content"); }
 
-    /// Where an existing file of any kind stands.
+    /// The place of an existing file of any kind.
     static FilePlace fileAt(std::string path) { return {.path = std::move(path), .exists = true}; }
     static FilePlace folderAt(std::string path)
     {

@@ -64,7 +64,7 @@ TEST_F(FolderAccessStoreTest, skipsWhatIsNotAbsoluteOrNotThere)
     setStored(R"(["a","/gone","","~/x","/a","./b","/b"])");
 
     EXPECT_EQ(roots(), (Folders{"/a", "/b"}));
-    EXPECT_EQ(run(platform.io, store.list()).size(), 7u); // Kept, so that it counts when it is back.
+    EXPECT_EQ(run(platform.io, store.list()).size(), 7u); // A missing folder stays listed until it is back.
 }
 
 TEST_F(FolderAccessStoreTest, skipsAPathThatEndsInTheMiddle)
@@ -125,7 +125,7 @@ TEST_F(FolderAccessStoreTest, removesAFolderUnderAnySpelling)
     EXPECT_EQ(stored(), R"(["/b"])");
 }
 
-TEST_F(FolderAccessStoreTest, removesWhatIsNotAbsoluteOnlyAsItStands)
+TEST_F(FolderAccessStoreTest, removesARelativePathOnlyInTheSameSpelling)
 {
     setStored(R"(["a","/a"])");
 

@@ -59,7 +59,7 @@ TEST_F(FrontmostWait, finishesAtOnceWhenItMatches)
     front = "COM.FOO.APP";
     start(2s);
 
-    EXPECT_EQ(*outcome, found("COM.FOO.APP")); // As it is called, not as it was expected.
+    EXPECT_EQ(*outcome, found("COM.FOO.APP")); // The actual spelling, not the expected one.
     EXPECT_EQ(looks, 1);
 }
 

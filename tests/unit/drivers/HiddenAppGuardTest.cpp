@@ -115,7 +115,7 @@ TEST_F(HiddenAppGuardTest, passesAPointWithNoWindowUnderIt)
     platform.windowList.list = {window("org.keys", small)};
 
     EXPECT_FALSE(ofPoint({5, 5}));
-    EXPECT_FALSE(ofPoint({30, 30})); // The right and bottom edges lie outside.
+    EXPECT_FALSE(ofPoint({30, 30})); // The right and bottom edges are outside.
     EXPECT_EQ(ofPoint({20, 20}), AgentError::hiddenAppActive);
 }
 

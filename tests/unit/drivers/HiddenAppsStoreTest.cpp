@@ -136,7 +136,7 @@ TEST_F(HiddenAppsStoreTest, suggestsPasswordKeepersAndMessagesFirst)
     EXPECT_EQ(first, (std::vector<std::string_view>{"com.apple.Passwords", "com.apple.keychainaccess",
                                                     "com.agilebits.onepassword7", "com.1password.1password",
                                                     "com.bitwarden.desktop", "com.apple.MobileSMS"}));
-    EXPECT_EQ(all.size(), HiddenAppsStore::suggestions.size()); // None is offered twice.
+    EXPECT_EQ(all.size(), HiddenAppsStore::suggestions.size()); // No duplicates.
 }
 
 } // namespace

@@ -19,7 +19,7 @@ void paint(Picture& picture, int x, int y, std::array<int, 3> rgb)
     pixel[2] = static_cast<std::uint8_t>(rgb[0]);
 }
 
-/// A picture whose unused bytes, those of each pixel and those after each row, hold noise that must not show.
+/// A picture whose unused bytes, in each pixel and after each row, contain noise that must not show.
 Picture noisy(int width, int height, int gap = 0)
 {
     Picture picture{.width = width, .height = height, .stride = width * 4 + gap, .pixels = PixelBuffer()};
@@ -29,7 +29,7 @@ Picture noisy(int width, int height, int gap = 0)
     return picture;
 }
 
-/// The colour of a pixel: every one differs from its neighbours, and the channels from each other.
+/// The colour of a pixel. It differs from its neighbours, and its channels differ from each other.
 std::array<int, 3> colourAt(int x, int y)
 {
     return {(x * 7) % 256, (y * 5) % 256, (x * 3 + y * 11) % 256};
@@ -44,7 +44,7 @@ Picture colourful(int width, int height, int gap = 0)
     return picture;
 }
 
-/// Four large fields of one colour each, as a lossy format keeps them.
+/// Four large fields of one colour each, which a lossy format preserves.
 constexpr std::array<std::array<int, 3>, 4> fieldColours = {
     {{230, 30, 40}, {30, 200, 60}, {40, 60, 220}, {240, 240, 240}}};
 
@@ -173,7 +173,7 @@ TEST(ImageEncoder, failsForAPictureWithoutAnExtent)
     }
 }
 
-TEST(ImageEncoder, failsForAPictureBeyondAJpegAndGoesOn)
+TEST(ImageEncoder, failsForATooLargeJpegAndStillEncodesOthers)
 {
     Picture const wide = noisy(70'000, 1);
 

@@ -13,7 +13,7 @@ namespace {
 
 using Kind = MouseEvent::Kind;
 
-/// A driver on a machine in memory, and the moments at which its events came.
+/// A driver on a machine in memory, with the times of its events.
 class InputDriverTest : public testing::Test {
 public:
     InputDriverTest()
@@ -45,7 +45,7 @@ public:
         return begin([=, this] { return driver.type(text); });
     }
 
-    /// Does an action that needs no time.
+    /// Runs an action that needs no time.
     std::vector<PostedEvent> events(Task<> action)
     {
         run(platform.io, std::move(action));
@@ -56,8 +56,8 @@ public:
     InputDriver driver{platform.posting, platform.time};
     std::vector<PostedEvent> const& posted = platform.posting.posted;
     Instant start = platform.time.now();
-    std::vector<Duration> times;      // Of each event, since the start.
-    std::optional<Duration> finished; // When the begun action came to its end.
+    std::vector<Duration> times;      // One per event, since the start.
+    std::optional<Duration> finished; // When the started action ended.
 };
 
 PostedEvent mouse(Kind kind,
@@ -148,7 +148,7 @@ TEST_F(InputDriverTest, dropsTheRemainingClicksWhenAnEventCannotBeMade)
     platform.posting.refusesAfter = 3;
 
     EXPECT_EQ(events(driver.click({1, 2}, MouseButton::left, 5, {})).size(), 3u);
-    EXPECT_EQ(times.size(), 4u); // The refused one was the last that was tried.
+    EXPECT_EQ(times.size(), 4u); // No event follows the refused one.
 }
 
 TEST_F(InputDriverTest, endsAClickOfAnyCountWhenEventsAreRefused)
@@ -242,7 +242,7 @@ TEST_F(InputDriverTest, releasesTheButtonOfACancelledDrag)
 
     ASSERT_EQ(posted.size(), 20u);
     EXPECT_EQ(posted.back(), mouse(Kind::up, {10, 0}));
-    EXPECT_EQ(finished, 17 * 16ms); // Only the wait that was cancelled ended early.
+    EXPECT_EQ(finished, 17 * 16ms); // Only the cancelled wait ended early.
 }
 
 TEST_F(InputDriverTest, endsADragWhenAnEventCannotBeMade)
@@ -333,7 +333,7 @@ TEST_F(InputDriverTest, postsOneEmptyPairForAnEmptyText)
     EXPECT_EQ(finished, 4ms);
 }
 
-TEST_F(InputDriverTest, tellsOfTheWholeTextBeforeTheFirstChunkAndOfItsEnd)
+TEST_F(InputDriverTest, announcesTheWholeTextBeforeTheFirstChunkAndItsEnd)
 {
     std::string const text(50, 'z');
     platform.posting.onPost = [&](PostedEvent const&) {
@@ -432,7 +432,7 @@ TEST_F(InputDriverTest, postsNoKeyUpWhenTheKeyDownCannotBeMade)
     EXPECT_EQ(times.size(), 1u);
 }
 
-TEST_F(InputDriverTest, tellsWhereThePointerStands)
+TEST_F(InputDriverTest, returnsThePointersPosition)
 {
     platform.posting.pointer = {12, -3};
 

@@ -32,7 +32,7 @@ TEST(PixelBuffer, handsItsBytesOnWithoutACopy)
     EXPECT_EQ(third.data(), bytes);
     EXPECT_EQ(third.size(), 10u);
     EXPECT_EQ(third[3], 7);
-    // It is empty, which is promised. NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    // A moved-from buffer is empty. NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
     EXPECT_EQ(second.size(), 0u);
 }
 
@@ -53,7 +53,7 @@ TEST(PixelBuffer, keepsWhatItWasLentUntilItEnds)
     EXPECT_EQ(returned, 1);
 
     PixelBuffer buffer = lend();
-    buffer = PixelBuffer(1); // What it held goes back at once.
+    buffer = PixelBuffer(1); // The old memory is returned at once.
     EXPECT_EQ(returned, 2);
 }
 

@@ -8,7 +8,7 @@
 namespace zelvo {
 namespace {
 
-/// Event posting in which each event takes until the test lets it pass.
+/// Event posting in which each event stays in flight until the test lets it pass.
 class SlowEventPosting final : public EventPosting {
 public:
     std::vector<std::string> log;
@@ -112,7 +112,7 @@ TEST_F(PostingGateTest, passesEveryEventOnWhileItIsOpen)
 
     EXPECT_EQ(inner.posted, all);
     EXPECT_EQ(inner.releases, 0);
-    EXPECT_EQ(windowLooks, 0); // Where the windows are is asked only while the gate is closed.
+    EXPECT_EQ(windowLooks, 0); // The windows' frames are read only while the gate is closed.
 }
 
 TEST_F(PostingGateTest, makesNothingWhilePausedAndReleasesWhatIsHeld)
@@ -260,7 +260,7 @@ TEST_F(PostingGateTest, isNotOpenedInAdvance)
     EXPECT_TRUE(gate.isClosed());
 }
 
-TEST_F(PostingGateTest, tellsOfATextOnlyWhenItMayBeTyped)
+TEST_F(PostingGateTest, announcesATextOnlyWhenItMayBeTyped)
 {
     run(platform.io, gate.beginText("one"));
     paused = true;
@@ -357,7 +357,7 @@ TEST_F(PostingGateTest, endsADragThatComesToAnOwnWindowWhileClosed)
     platform.time.advance(1s);
 
     EXPECT_EQ(inner.posted, (std::vector<PostedEvent>{mouse(Kind::down, {80, 120})}));
-    EXPECT_EQ(inner.releases, 2); // One by closing, one by the step that would have touched the window.
+    EXPECT_EQ(inner.releases, 2); // One by close(), one by the step inside our window.
 }
 
 TEST_F(PostingGateTest, waitsForTheEventInFlightBeforeItIsClosed)
@@ -371,7 +371,7 @@ TEST_F(PostingGateTest, waitsForTheEventInFlightBeforeItIsClosed)
     spawn(platform.contexts.main, [&] { return slowGate.close(); });
     platform.settle();
     EXPECT_EQ(slow.log, std::vector<std::string>{"begun"});
-    EXPECT_TRUE(slowGate.isClosed()); // No further event passes meanwhile.
+    EXPECT_TRUE(slowGate.isClosed()); // No further event passes in the meantime.
     slow.letPass();
     platform.settle();
 

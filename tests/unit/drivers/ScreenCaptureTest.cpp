@@ -66,7 +66,7 @@ TEST(PictureSize, hasNoHeightForADisplayWithoutAWidth)
     EXPECT_EQ(PictureSize::of(geometry(0, 0), std::nullopt), (PictureSize{0, 0}));
 }
 
-TEST_F(ScreenCaptureTest, tellsTheGeometryOfTheFirstScreen)
+TEST_F(ScreenCaptureTest, returnsTheGeometryOfTheFirstScreen)
 {
     platform.screenSource.attached = {{.id = 9, .widthPoints = 800, .heightPoints = 600, .scaleFactor = 2},
                                       {.id = 1, .widthPoints = 5120, .heightPoints = 2880, .scaleFactor = 1}};
@@ -118,7 +118,7 @@ TEST_F(ScreenCaptureTest, fallsBackToTheFirstDisplayAndKeepsTheGeometry)
     EXPECT_EQ(image.geometry, (DisplayGeometry{1512, 982, 1, 7}));
 }
 
-TEST_F(ScreenCaptureTest, tellsTheScaleOfAShrunkPicture)
+TEST_F(ScreenCaptureTest, returnsTheScaleOfAShrunkPicture)
 {
     CapturedImage const image = take({.maxWidth = 1000});
 
@@ -140,7 +140,7 @@ TEST_F(ScreenCaptureTest, passesTheSystemsFailureOn)
 
     platform.screenSource.failsWith.reset();
     EXPECT_THROW(take({.maxWidth = 0}), ScreenFailure);
-    EXPECT_EQ(asked().width, 0); // No check of ours stood in the way.
+    EXPECT_EQ(asked().width, 0); // The request reaches the source unchecked.
 }
 
 TEST_F(ScreenCaptureTest, leavesOutThisProgramAndTheHiddenApplications)
@@ -157,7 +157,7 @@ TEST_F(ScreenCaptureTest, leavesOutThisProgramAndTheHiddenApplications)
     EXPECT_EQ(asked().excluded, std::set<std::string>{"dev.zelvo.agent"});
 }
 
-TEST_F(ScreenCaptureTest, makesAJpegOfQualityEightyUnlessToldOtherwise)
+TEST_F(ScreenCaptureTest, makesAJpegOfQualityEightyByDefault)
 {
     CapturedImage const image = take();
 

@@ -19,7 +19,7 @@ using testing::SizeIs;
 
 constexpr std::size_t limit = 1024UL * 1024;
 
-/// A runner on children in memory. What a command does is played by the test.
+/// A runner on children in memory. The test plays the command.
 class ShellRunnerTest : public testing::Test {
 protected:
     struct Reply {
@@ -31,7 +31,7 @@ protected:
         bool isThere() const { return result || refusal || launchFailure; }
     };
 
-    /// What still runs is ended: a command and those who wait for it hold each other.
+    /// Ends all running commands, because a command and its waiters hold each other.
     void TearDown() override
     {
         for (auto const& each : platform.processes.children)
@@ -65,7 +65,7 @@ protected:
     FakeChild& child() { return platform.processes.last(); }
     void advance(Duration duration) { platform.time.advance(duration); }
 
-    /// Ends a child and gives the reply's result.
+    /// Ends a child and returns the reply's result.
     ShellRunResult resultOf(Reply& reply, std::int32_t code = 0)
     {
         child().end(code);
@@ -96,7 +96,7 @@ TEST_F(ShellRunnerTest, inheritsFolderAndEnvironmentWithoutWordOfThem)
     EXPECT_THAT(child().launch.arguments, ElementsAre("-lc", ""));
 }
 
-TEST_F(ShellRunnerTest, tellsWhatTheCommandSaidAndHowItEnded)
+TEST_F(ShellRunnerTest, returnsOutputAndExitCodeOfTheCommand)
 {
     Reply& reply = begin("make");
     child().write(ChildStream::output, "one ");
@@ -108,7 +108,7 @@ TEST_F(ShellRunnerTest, tellsWhatTheCommandSaidAndHowItEnded)
     EXPECT_EQ(resultOf(reply, 3), (ShellRunResult{.exitCode = 3,
                                                   .standardOutput = "one two",
                                                   .standardError = "wrong",
-                                                  .durationMs = 1234})); // Cut, not rounded.
+                                                  .durationMs = 1234})); // Truncated, not rounded.
     EXPECT_TRUE(child().isLetGo);
     EXPECT_THAT(child().signals, IsEmpty());
 }
@@ -182,7 +182,7 @@ TEST_F(ShellRunnerTest, commandThatIgnoresSigtermIsKilledFiveSecondsLater)
 TEST_F(ShellRunnerTest, commandThatEndsJustWhenTheTimeIsOverDidNotTimeOut)
 {
     Reply& reply = begin("sleep 0.1", 100);
-    // It has ended and its outputs are closed, but nobody has come to read that yet.
+    // The child has ended and closed its outputs, but the runner has not read that yet.
     platform.time.jump(100ms);
     child().isRunning = false;
     child().write(ChildStream::output, "all");
@@ -231,7 +231,7 @@ TEST_F(ShellRunnerTest, backgroundJobHoldsTheReplyUntilTheSignalsReachIt)
     advance(1ms);
     EXPECT_THAT(child().signals, ElementsAre(GroupSignal::terminate));
     EXPECT_EQ(reply.result.value().durationMs, 2000);
-    EXPECT_EQ(reply.result->exitCode, 0); // The shell's own.
+    EXPECT_EQ(reply.result->exitCode, 0); // The shell's own exit code.
     EXPECT_TRUE(reply.result->timedOut);
 }
 

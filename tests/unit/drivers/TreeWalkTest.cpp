@@ -34,7 +34,7 @@ FakeElement button(std::string title)
     return {.role = "AXButton", .title = std::move(title)};
 }
 
-/// Elements that are each the only child of the one before, "0" outermost.
+/// Nested elements, each the only child of the one before; "0" is outermost.
 FakeElement chain(int length)
 {
     FakeElement inner{.role = "AXStaticText", .title = std::to_string(length - 1)};
@@ -194,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(
     ContainerRole,
     testing::Values("AXGroup", "AXLayoutArea", "AXLayoutItem", "AXSplitGroup", "AXUnknown"));
 
-/// Roles of neither set.
+/// Roles that are neither interactive nor containers.
 class PlainRole : public TreeWalkTest, public testing::WithParamInterface<char const*> {};
 
 TEST_P(PlainRole, isKeptWithNothingToSayButNotAmongInteractiveOnes)
@@ -272,7 +272,7 @@ TEST_F(TreeWalkTest, dropsAnElementOfNoWidthAndKeepsItsChildren)
     FakeElement flat{.role = "AXButton", .title = "flat", .size = DesktopSize{0, 10}};
     flat.children = {button("inside")};
     EXPECT_THAT(titlesOf(walk({flat})), ElementsAre("inside"));
-    EXPECT_EQ(system.asked(Attribute::title, "flat"), 0u); // Nothing more than its place.
+    EXPECT_EQ(system.asked(Attribute::title, "flat"), 0u); // Nothing but its frame is read.
 }
 
 TEST_F(TreeWalkTest, dropsElementsWithoutAVisibleExtent)

@@ -12,7 +12,7 @@ UiElementInfo button()
     return {.id = "e12", .role = "AXButton", .frame = {120.9, 44, 80, 24.7}};
 }
 
-TEST(CompactLine, tellsRoleAndFrameCutTowardZero)
+TEST(CompactLine, showsRoleAndFrameTruncatedTowardZero)
 {
     EXPECT_EQ(button().compactLine(), "[e12] button (120,44 80x24)");
 }
@@ -40,7 +40,7 @@ TEST(CompactLine, givesNoPartForAnEmptyTitleOrValue)
     EXPECT_EQ(info.compactLine(), "[e12] button (120,44 80x24)");
 }
 
-TEST(CompactLine, tellsDisabledThenFocused)
+TEST(CompactLine, showsDisabledThenFocused)
 {
     UiElementInfo info = button();
     info.enabled = false;
