@@ -21,12 +21,12 @@ constexpr Duration firstPing = 5s;
 constexpr Duration pingPeriod = 20s;
 constexpr Duration pongTimeout = 15s;
 constexpr int goingAway = 1001;
-/// Parsing and serialising above this size is left to the workers.
+/// In bytes. Larger texts are parsed and serialised on the workers.
 constexpr std::size_t largeText = 64UL * 1024;
 
 using Kind = GatewayConnectionState::Kind;
 
-/// A guess at the text's size that costs nothing: the long texts of a result.
+/// A cheap estimate of the serialised size: only looks for one long string.
 bool isLarge(json::value const& value)
 {
     if (json::object const* const object = value.if_object())
@@ -48,7 +48,7 @@ GatewayClient::create(std::string gatewayUrl, std::string appVersion, Services s
 double GatewayClient::randomJitter()
 {
     static thread_local std::mt19937 generator{std::random_device{}()};
-    // The distribution's upper bound is open; the step above it closes the range.
+    // The distribution excludes its upper bound; nextafter makes 1.3 possible.
     return std::uniform_real_distribution<double>(1.0, std::nextafter(1.3, 2.0))(generator);
 }
 
@@ -159,7 +159,7 @@ Task<> GatewayClient::receiveLoop(SocketPtr socket, std::int64_t number)
             handleFailure(*socket, *failure, number);
             co_return;
         }
-        markConnected(number); // Any message counts, also one that is dropped now.
+        markConnected(number); // Any message proves that the session lives, even one that is ignored below.
         if (message.kind == WebSocketMessage::Kind::text)
             co_await handleText(std::move(message.payload));
     }
@@ -174,7 +174,7 @@ Task<> GatewayClient::handleText(std::string text)
         frame = parseFrame(text);
     if (!frame || !handler)
         co_return;
-    Handler const present = handler; // A new link may replace it while it runs.
+    Handler const present = handler; // connect() may replace the member while the handler runs.
     std::optional<RpcReply> reply = co_await present(*std::move(frame));
     if (reply)
         co_await send(std::move(reply->payload));
@@ -198,7 +198,7 @@ Task<> GatewayClient::send(json::object object)
     if (sent)
         markConnected(number);
     else if (number == generation && task == socket)
-        socket->cancel(); // The receive loop fails of it, and carries on from there.
+        socket->cancel(); // Makes the receive loop fail, and that reconnects.
 }
 
 Task<std::string> GatewayClient::serialised(json::object object)
@@ -277,7 +277,7 @@ Task<GatewayClient::Pong> GatewayClient::ping(std::int64_t number)
         co_await asio::async_initiate<decltype(asio::use_awaitable), void(bool)>(start, asio::use_awaitable);
     if (ok)
         co_return Pong::came;
-    // While a full inbox holds back reading, a pong may wait unread.
+    // While a full inbox blocks reading, the pong may wait in the socket.
     co_return socket->readingWasHeld() ? Pong::unknown : Pong::missed;
 }
 

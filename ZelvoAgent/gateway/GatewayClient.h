@@ -16,11 +16,11 @@
 
 namespace zelvo {
 
-/// Keeps the one WebSocket session to the gateway: opens it, tells live from dead, backs off and tries again,
-/// and gives up on a rejected token and a required update. Frames go to the handler strictly one at a time,
-/// and the next is taken only after the reply to the last was handed to the socket. Thread: any, unless a
-/// member says otherwise; a strand of its own holds the state. Made with create(), since its loops hold it
-/// weakly.
+/// Keeps the one WebSocket session to the gateway. It opens the session, detects a dead one and retries with
+/// backoff. It gives up after a rejected token or a required update. The handler gets one frame at a time;
+/// the next frame is taken only after the reply has been passed to the socket. Thread: any, unless a member
+/// says otherwise; the state lives on a dedicated strand. Create with create(), because its loops hold weak
+/// pointers to it.
 class GatewayClient : public std::enable_shared_from_this<GatewayClient> {
 public:
     using Handler = std::function<Task<std::optional<RpcReply>>(RpcFrame)>;
@@ -38,16 +38,16 @@ public:
 
     static std::shared_ptr<GatewayClient>
     create(std::string gatewayUrl, std::string appVersion, Services services);
-    /// A factor drawn uniformly from 1.0 to 1.3, so that machines that lost the gateway together do not
-    /// return together.
+    /// A factor drawn uniformly from 1.0 to 1.3, so that machines that lost the gateway at the same time do
+    /// not reconnect at the same time.
     static double randomJitter();
 
-    /// Takes a token and a handler and opens a fresh socket, in whatever state the client is.
+    /// Sets token and handler and opens a new socket, whatever the client's state.
     Task<> connect(std::string machineToken, Handler handler);
     Task<> stop();
-    /// Replaces the socket at once, unless the client is stopped, has no token or has given up.
+    /// Replaces the socket at once; does nothing if the client is stopped, has no token or has given up.
     Task<> reconnectNow();
-    /// Sends an event; it is lost when there is no socket.
+    /// Sends an event; the event is lost if there is no socket.
     Task<> sendEvent(std::string name, std::optional<std::string> connectionId, json::object data);
     Task<GatewayConnectionState> currentState();
 
@@ -77,15 +77,15 @@ private:
     Services const services;
     Executor const strand;
 
-    // All below: strand.
+    // All fields below: strand.
     SocketPtr task;
     Handler handler;
     std::optional<std::string> machineToken;
-    std::int64_t generation = 0; ///< numbers the sockets: what was started for an old one does nothing
+    std::int64_t generation = 0; ///< the socket's number; tasks of an older socket do nothing
     TaskHandle heartbeatTask;
     TaskHandle pingTask;
     TaskHandle reconnectTask;
-    std::int64_t reconnectAttempt = 0; ///< failures in a row since the last sign of life
+    std::int64_t reconnectAttempt = 0; ///< consecutive failures since the last message or pong
     bool stopped = true;
     GatewayConnectionState state;
 };

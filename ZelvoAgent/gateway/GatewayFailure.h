@@ -9,11 +9,11 @@
 
 namespace zelvo {
 
-/// What a failed socket means: try again, or one of the two failures that no retry can mend.
+/// What a socket failure means: a transient error, or one of the two that a retry cannot fix.
 struct GatewayFailure {
     enum class Kind { transient, tokenRejected, updateRequired };
     Kind kind = Kind::transient;
-    std::string reason; ///< of a transient one, in the person's language
+    std::string reason; ///< for `transient`; in the person's language
     bool operator==(GatewayFailure const&) const = default;
 
     static GatewayFailure classify(std::optional<int> httpStatus,
@@ -21,10 +21,10 @@ struct GatewayFailure {
                                    std::optional<std::string> const& closeReason,
                                    std::string errorDescription);
 
-    /// The pause before the attempt after `attempt` failures in a row, without jitter: 1, 2, 4, 8, 16, 30 s.
+    /// The delay after `attempt` consecutive failures, without jitter: 1, 2, 4, 8, 16, 30 s.
     static std::chrono::seconds retryDelay(std::int64_t attempt);
 
-    /// A network failure in the person's language.
+    /// Describes a network failure in the person's language.
     static std::string describe(NetworkFailure const& failure);
 };
 

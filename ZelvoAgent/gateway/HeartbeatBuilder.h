@@ -19,8 +19,8 @@
 
 namespace zelvo {
 
-/// Puts together the record that tells the gateway what this machine is and how it stands.
-/// Thread: any, except refreshDisplay(). Never touches the main thread.
+/// Builds the record that reports this machine and its state to the gateway.
+/// Thread: any, except refreshDisplay(). Never waits for the main thread.
 class HeartbeatBuilder {
 public:
     struct Services {
@@ -34,19 +34,19 @@ public:
 
     explicit HeartbeatBuilder(Services services);
 
-    /// The record; at present it is always there.
+    /// The record; at present never `nullopt`.
     Task<std::optional<json::object>> current();
-    /// Reads the first screen anew. Thread: main.
+    /// Reads the first screen again. Thread: main.
     void refreshDisplay();
 
     LockedBox<HiddenAppsStore*> hiddenApps{nullptr};
     LockedBox<AgentMode> mode{AgentMode::connected};
 
-    /// "cloud" under "ZelvoMode" gives cloud, anything else connected.
+    /// `cloud` if "ZelvoMode" is "cloud", otherwise `connected`.
     static AgentMode configuredMode(UserDefaults& defaults);
-    /// "0.0.0" when the program's packaging does not say.
+    /// "0.0.0" if the packaging does not name a version.
     std::string appVersion() const;
-    /// At most 128 characters, without control characters; "Mac" when nothing is left.
+    /// At most 128 characters, without control characters; "Mac" if nothing remains.
     std::string computerName() const;
     /// The operating system's major.minor.patch.
     std::string macosVersion() const;

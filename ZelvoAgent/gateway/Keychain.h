@@ -7,7 +7,7 @@
 
 namespace zelvo {
 
-/// The secrets that the program keeps. There is one: the machine's token for the gateway.
+/// The program's secrets. There is only one: the machine's token for the gateway.
 /// Thread: any.
 class Keychain {
 public:

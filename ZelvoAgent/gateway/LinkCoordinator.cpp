@@ -44,15 +44,14 @@ Task<> LinkCoordinator::takeOffer(json::object answer, std::string token)
     std::optional<std::int32_t> refused;
     if (given) {
         offer.machineToken = *given;
-        // Kept before the person decides: an offer whose token cannot be kept would give a link that cannot
-        // connect.
+        // Stored before the person decides: without a stored token the link could not connect.
         try {
             co_await services.keychain.set(*given, Keychain::Item::machineToken);
         } catch (SecretStoreFailure const& failure) {
             refused = failure.status;
         }
     } else {
-        // Read anew: the person may have dropped the link meanwhile.
+        // Read again: the person may have removed the link in the meantime.
         std::optional<std::string> const kept = co_await services.keychain.get(Keychain::Item::machineToken);
         offer.machineToken = kept.value_or("");
     }

@@ -17,9 +17,9 @@
 
 namespace zelvo {
 
-/// Joins this machine to a platform: asks the gateway what a link token offers, shows the offer, and tells
-/// the gateway what the person granted. Nothing is retried by itself; every failure ends in `error`. Thread:
-/// main.
+/// Links this machine to a platform: asks the gateway for the offer of a link token, shows it, and sends the
+/// gateway the scopes that the person granted. It never retries; every failure is reported in error().
+/// Thread: main.
 class LinkCoordinator {
 public:
     struct Services {
@@ -29,12 +29,12 @@ public:
         AgentState& state;
         HeartbeatBuilder& machine;
         std::string httpBase;                  ///< the HTTP form of the gateway's address
-        std::function<void()> connectIfLinked; ///< called after a finished link
+        std::function<void()> connectIfLinked; ///< called after a successful link
     };
 
     explicit LinkCoordinator(Services services);
 
-    /// Emitted after every change of what is read below.
+    /// Emitted after every change of the values below.
     boost::signals2::signal<void()> changed;
 
     std::optional<LinkOffer> const& offer() const { return shown; }
@@ -45,7 +45,7 @@ public:
 
     void begin(std::string token);
     void present(LinkOffer offer);
-    /// `screen` cannot be taken away from an offer that asks for it.
+    /// `screen` cannot be removed from an offer that asks for it.
     void setGranted(AgentScope scope, bool on);
     Task<> complete(std::vector<AgentScope> grantedScopes);
     void cancel();
@@ -53,7 +53,8 @@ public:
 private:
     Task<> resolve(std::string token);
     Task<> takeOffer(json::object answer, std::string token);
-    /// The gateway's answer when its status is 200 and it is a JSON object; else `error` is set.
+    /// The gateway's answer if its status is 200 and it is a JSON object; otherwise sets the error and
+    /// returns `nullopt`.
     Task<std::optional<json::object>> call(std::string endpoint, json::object body);
     void setBusy(bool value);
     void fail(std::string message);

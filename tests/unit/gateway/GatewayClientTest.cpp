@@ -101,7 +101,7 @@ TEST_F(GatewayClientTest, opensThePathWithTokenAndVersion)
                             std::pair<std::string, std::string>("X-Zelvo-App-Version", "1.2.3")));
 }
 
-TEST_F(GatewayClientTest, firstHeartbeatGoesOutAtOnceAndProvesTheLink)
+TEST_F(GatewayClientTest, firstHeartbeatIsSentAtOnceAndProvesTheLink)
 {
     connect();
 
@@ -322,7 +322,7 @@ TEST_F(GatewayClientTest, missingPongDoesNotCountWhileAFullInboxHoldsReading)
     EXPECT_FALSE(socket().cancelled);
 
     socket().held = false;
-    platform.time.advance(20s); // The next ping goes out, 20 s after the last one was given up.
+    platform.time.advance(20s); // The next ping is sent 20 s after the last one was given up.
     EXPECT_EQ(socket().pings, 2);
     platform.time.advance(15s);
     EXPECT_TRUE(platform.opener.opened.front()->cancelled);
@@ -386,7 +386,7 @@ TEST_F(GatewayClientTest, signOfLifeResetsTheCountOfFailures)
     connect();
     fail();
     platform.time.advance(1s);
-    fail(); // Connected in between: the heartbeat was sent.
+    fail(); // It was connected in between: the heartbeat was sent.
     EXPECT_EQ(states.back().nextAttempt - platform.time.date(), 1s);
 }
 
@@ -486,7 +486,7 @@ TEST_F(GatewayClientTest, reconnectNowDoesNothingWhenStoppedOrWithoutAToken)
     EXPECT_THAT(platform.opener.opened, SizeIs(1));
 }
 
-TEST_F(GatewayClientTest, stopTellsThePeerAndReportsNotLinked)
+TEST_F(GatewayClientTest, stopClosesTheSessionAndReportsNotLinked)
 {
     connect();
     FakeWebSocket& first = socket();
@@ -547,7 +547,7 @@ TEST_F(GatewayClientTest, eventsWithoutASocketAreLost)
     EXPECT_THAT(socket().sent, SizeIs(1));
 }
 
-TEST_F(GatewayClientTest, longRepliesComeWholeAndInOrder)
+TEST_F(GatewayClientTest, longRepliesArriveWholeAndInOrder)
 {
     std::string const large(1 << 20, 'a');
     auto const echo = [&](RpcFrame frame) -> Task<std::optional<RpcReply>> {
@@ -558,7 +558,7 @@ TEST_F(GatewayClientTest, longRepliesComeWholeAndInOrder)
     EXPECT_EQ(socket().sent.back(), R"({"id":"1","result":")" + large + R"("})");
 }
 
-TEST_F(GatewayClientTest, loopsEndWhenTheClientHasGone)
+TEST_F(GatewayClientTest, loopsEndWhenTheClientIsDestroyed)
 {
     connect();
     run(platform.io, client->stop());

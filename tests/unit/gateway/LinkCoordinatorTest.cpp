@@ -287,7 +287,7 @@ TEST_F(LinkCoordinatorTest, tokenThatCannotBeKeptStopsTheFlowBeforeTheOffer)
     EXPECT_EQ(links.offer(), std::nullopt);
     ASSERT_TRUE(links.error());
     EXPECT_NE(links.error()->find("https://gateway.test/machines/link/resolve"), std::string::npos);
-    EXPECT_EQ(links.error()->find("mt_1"), std::string::npos); // A secret is in no error text.
+    EXPECT_EQ(links.error()->find("mt_1"), std::string::npos); // No secret in the error text.
     EXPECT_FALSE(links.isBusy());
 }
 
