@@ -6,10 +6,10 @@
 
 namespace zelvo {
 
-/// A recording that is closed and complete.
+/// A complete recording whose file is closed.
 struct FinishedRecording {
     std::filesystem::path file;
-    std::optional<std::string> connectionId; ///< whose agent was recorded
+    std::optional<std::string> connectionId; ///< the connection whose agent was recorded
     std::string platformName;
     double durationSec = 0;
     bool operator==(FinishedRecording const&) const = default;

@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr int lastNumber = 99; // More recordings of one second are no accident.
+constexpr int lastNumber = 99; // More recordings in one second would be a bug.
 
 } // namespace
 

@@ -7,12 +7,11 @@
 
 namespace zelvo {
 
-/// The folder that recordings are kept in: "Zelvo" in the person's folder of recordings. Blocks.
+/// The folder of the recordings: "Zelvo" in the person's video folder. Blocks.
 std::filesystem::path recordingFolder(VideoFolders& folders);
 
-/// The path of a new recording in a folder. A name that is taken gets a number, so that no recording ever
-/// takes the place of another: two may start in the same second. Blocks. Throws FileFailure when all numbers
-/// are taken.
+/// The path of a new recording in a folder. If the name is taken it gets a number, because two recordings may
+/// start in the same second and must not overwrite each other. Blocks. Throws FileFailure if no name is free.
 std::filesystem::path
 freeRecordingPath(VideoFolders& folders, std::filesystem::path const& folder, std::string_view fileName);
 

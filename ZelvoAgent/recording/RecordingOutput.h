@@ -20,20 +20,21 @@ struct RecordingStart {
     std::set<std::string> excludedBundleIds;
 };
 
-/// One recording in the making, as its recorder sees it. Used once. Thread: any.
+/// One running recording. Used once. Thread: any.
 class RecordingOutput {
 public:
     virtual ~RecordingOutput() = default;
     virtual std::optional<std::string> const& connectionId() const = 0;
-    /// From the next picture on. What fails leaves the old filter.
+    /// Applies from the next picture on. On failure the old filter stays in force.
     virtual Task<> updateFilter(std::set<std::string> excludedBundleIds) = 0;
-    /// Does not wait. at: the moment that the recording stops at, at most now
+    /// Does not wait.
+    /// at  the time at which the recording pauses, not later than now
     virtual void pause(Instant at) = 0;
     /// Does not wait.
     virtual void resume() = 0;
-    /// Without the pauses.
+    /// The recording's length in seconds, without pauses.
     virtual Task<double> recordedSeconds() = 0;
-    /// Closes the recording; nothing when there is none. Never fails.
+    /// Closes the recording; `nullopt` if no file was made. Never throws.
     virtual Task<std::optional<FinishedRecording>> finish() = 0;
 };
 

@@ -15,9 +15,9 @@ namespace {
 constexpr std::string_view extension = ".mp4";
 constexpr std::string_view dash = " — ";
 constexpr std::size_t maxNameLength = 60;      // user-perceived characters
-constexpr std::size_t maxFileNameLength = 255; // bytes, on every file system of Linux
+constexpr std::size_t maxFileNameLength = 255; // bytes, on every Linux file system
 constexpr std::size_t numberRoom = 5;          // for " 9999"
-constexpr double maxSide = 1 << 20;            // No number of a screen system goes beyond an int.
+constexpr double maxSide = 1 << 20;            // Keeps every size within int.
 
 int evenSide(double points, double scale)
 {
@@ -34,9 +34,9 @@ std::string dateText(Date date)
     return text;
 }
 
-/// The length in bytes of a control character that a well-formed text begins with: C0 and C1, line and
-/// paragraph separators, and those that turn the direction of writing, with which a name could hide its end.
-/// 0 for any other character.
+/// The length in bytes of the control character at the start of a valid UTF-8 text, or 0 if there is none.
+/// Control characters are C0 and C1, line and paragraph separators, and bidirectional controls, which could
+/// hide the end of a name.
 std::size_t controlLength(std::string_view text)
 {
     auto const byte = [&](std::size_t at) {
@@ -53,7 +53,7 @@ std::size_t controlLength(std::string_view text)
     return separatesOrTurns || isolates ? 3 : 0;
 }
 
-/// With one blank in the place of each run of control characters.
+/// Replaces each run of control characters with one blank.
 std::string withoutControls(std::string_view text)
 {
     std::string plain;
@@ -78,7 +78,7 @@ std::string nameInFile(std::string_view platformName)
     return text::prefix(text::trimmed(plain), maxNameLength);
 }
 
-/// As many whole characters as fit. One character can be of any length: then none.
+/// As many whole characters as fit. None if the first character alone is too long.
 std::string fitting(std::string_view name, std::size_t bytes)
 {
     std::string kept;

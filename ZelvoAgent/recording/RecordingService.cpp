@@ -44,7 +44,7 @@ Task<RecordingReply> RecordingService::post(std::string path, json::object body)
         co_return RecordingReply{};
     try {
         HttpResponse const response = co_await services.http.load(requestFor(path, *token, body));
-        // It may be long and anything.
+        // The response may be long, so a worker parses it.
         co_return co_await on(services.workers, [&] { return RecordingReply::from(response); });
     } catch (NetworkFailure const& failure) {
         if (failure.kind == NetworkFailure::Kind::cancelled)
@@ -65,8 +65,7 @@ HttpRequest RecordingService::requestFor(std::string const& path,
                        {"X-Zelvo-App-Version", services.appVersion}};
     request.body = writeJson(body);
     request.timeout = patience;
-    request.longest =
-        patience; // A server that sends a byte now and then would hold up every recording behind.
+    request.longest = patience; // Otherwise a server that sends a byte now and then would block the queue.
     return request;
 }
 

@@ -9,27 +9,27 @@
 
 namespace zelvo {
 
-/// What the service answered.
+/// The service's answer.
 struct RecordingReply {
-    int status = 0;                   ///< 0 when there was no answer
-    std::optional<json::object> body; ///< when it is a JSON object
+    int status = 0;                   ///< 0 if there was no answer
+    std::optional<json::object> body; ///< `nullopt` if it is not a JSON object
 
-    /// Reads the body of an answer.
+    /// Parses the body of a response.
     static RecordingReply from(HttpResponse const& response);
-    /// The service's own word for a failure: the text at "error", "code".
+    /// The service's error code: the text at "error", "code".
     std::optional<std::string> code() const;
 };
 
-/// Where a recording is to go.
+/// The upload address of a recording.
 struct RecordingUploadTarget {
     std::string recordingId;
     std::string uploadUrl;
 
-    /// Nothing when a key is missing or the address is none.
+    /// `nullopt` if a key is missing or the address is not a URL.
     static std::optional<RecordingUploadTarget> from(RecordingReply const& reply);
 };
 
-/// Calls of the gateway's service about recordings, each with the machine's token. Thread: any.
+/// Calls the gateway's recording service with the machine's token. Thread: any.
 class RecordingService {
 public:
     struct Services {
@@ -42,9 +42,9 @@ public:
 
     explicit RecordingService(Services services) : services(std::move(services)) {}
 
-    /// path  below the gateway's address
-    /// Gives status 0 without a token and when no complete answer came. Throws NetworkFailure of kind
-    /// `cancelled` when the process ends.
+    /// path    relative to the gateway's address
+    /// Gives   status 0 if there is no token or no complete answer
+    /// Throws  NetworkFailure of kind `cancelled` when the process ends
     Task<RecordingReply> post(std::string path, json::object body);
 
 private:

@@ -9,7 +9,7 @@
 
 namespace zelvo {
 
-/// Whether sessions are recorded, and whether recordings may leave the machine.
+/// Whether sessions are recorded, and whether recordings may be uploaded.
 enum class RecordingMode { off, local, share };
 
 template <>
@@ -17,7 +17,7 @@ struct EnumTexts<RecordingMode> {
     static constexpr std::array<std::string_view, 3> texts = {"off", "local", "share"};
 };
 
-/// The name that a person sees.
+/// The mode's name in the person's language.
 std::string title(RecordingMode mode);
 
 /// The person's choices about recordings. Thread: any.
@@ -28,10 +28,10 @@ public:
 
     explicit RecordingSettings(UserDefaults& defaults);
 
-    /// An absent or unknown stored mode reads as off.
+    /// `off` if the stored mode is absent or unknown.
     RecordingMode mode() const;
     void setMode(RecordingMode mode);
-    /// A stored number that is not among the choices reads as the default.
+    /// The default if the stored number is not one of retentionChoices.
     std::int64_t retentionDays() const;
     void setRetentionDays(std::int64_t days);
 

@@ -8,14 +8,14 @@
 
 namespace zelvo {
 
-/// What becomes of a finished recording.
+/// What happens to a finished recording.
 enum class RecordingShareDecision { keepLocal, ask, upload };
 
-/// Whether a recording may go to the connection that caused it. Three things must line up: the mode, the
-/// connection's scope, and the person's yes for this connection.
+/// Decides whether a recording may be uploaded to the connection that caused it. That needs three things: the
+/// mode, the connection's scope, and the person's yes for this connection.
 namespace RecordingSharePolicy {
 
-/// shareRecordings  the person's answer; empty when there is none yet
+/// shareRecordings  the person's answer; absent if there is none yet
 RecordingShareDecision
 decision(RecordingMode mode, std::vector<AgentScope> const& scopes, std::optional<bool> shareRecordings);
 

@@ -13,7 +13,7 @@ namespace {
 constexpr std::int64_t questionMs = 300'000;
 constexpr std::size_t maxNameLength = 80; // Characters.
 
-/// A connection's place in a set, given back with this object.
+/// Holds a connection in a set while it exists.
 class Place {
 public:
     Place(std::set<std::string>& taken, std::string connectionId) : taken(taken), id(std::move(connectionId))
@@ -55,9 +55,9 @@ Task<bool> RecordingSharing::putQuestion(std::string connectionId, std::string p
     ConfirmationDecision const decision = co_await services.askChoice(question(platformName), questionMs);
     if (decision == ConfirmationDecision::denied()) {
         services.state.setShareRecordings(false, connectionId);
-        co_await services.state.written(); // It takes a right away.
+        co_await services.state.written(); // This removes a right, so it must be on disk first.
     }
-    // The connection may have been revoked under the question.
+    // The connection may have been revoked while the question was open.
     if (!decision.isAllowed() || !services.state.connection(connectionId))
         co_return false;
     bool const isShared = co_await set(connectionId, true);

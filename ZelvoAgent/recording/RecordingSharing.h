@@ -12,8 +12,8 @@
 
 namespace zelvo {
 
-/// The person's word on whether a connection's recordings are shared with it: asks for it, tells the service
-/// and keeps it. Thread: main.
+/// The person's choice whether a connection's recordings are shared with it. Asks for the choice, sends it to
+/// the service and stores it. Thread: main.
 class RecordingSharing {
 public:
     struct Services {
@@ -30,16 +30,17 @@ public:
     RecordingSharing(RecordingSharing const&) = delete;
     RecordingSharing& operator=(RecordingSharing const&) = delete;
 
-    /// Asks whether recordings may go to a connection; true only when sharing is on now. One question a
-    /// connection stands at a time. No answer leaves the connection undecided.
+    /// Asks whether recordings may be shared with a connection; true only if sharing is on now. Returns false
+    /// at once if a question for this connection is already open. Without an answer the connection stays
+    /// undecided.
     Task<bool> ask(std::string connectionId);
-    /// Tells the service, and keeps the choice when it agreed. Gives the new state. Choices go out one after
-    /// another, so that the last one holds here and there.
+    /// Sends the choice to the service and stores it if the service accepts. Returns the new state; false on
+    /// failure. Choices are sent one at a time, so that program and service both end with the last one.
     Task<bool> set(std::string connectionId, bool shared);
-    /// Asks about every connection that may have recordings and was not decided on, all side by side.
+    /// Asks about every connection with the `record` scope and no choice yet, all at the same time.
     void askUndecided();
 
-    /// The connections whose question stands.
+    /// The connections with an open question.
     std::set<std::string> const& asking() const { return open; }
 
 private:

@@ -49,7 +49,7 @@ void RecordingState::showInFinder()
         std::filesystem::path folder = recordingFolder(folders);
         try {
             folders.make(folder);
-        } catch (FileFailure const&) { // The file manager says what is there.
+        } catch (FileFailure const&) { // The file manager reports a missing folder.
         }
         reveal.reveal(std::move(folder));
         co_return;

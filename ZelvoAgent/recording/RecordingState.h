@@ -14,39 +14,40 @@
 
 namespace zelvo {
 
-/// What windows and menus show of recording, and where the person changes it. Thread: main.
+/// The recording state that windows and menus show, and the person's changes to it. Thread: main.
 class RecordingState {
 public:
     struct Services {
         Contexts contexts;
         Clock& clock;
         RecordingSettings& settings;
-        RecordingRetention& retention; ///< these three outlive all tasks on the workers
+        RecordingRetention& retention; ///< this and the next two outlive all tasks on the workers
         VideoFolders& folders;
         FileReveal& reveal;
         std::function<Task<>()>
-            finishRecording;                ///< closes the recording that runs; started on the main executor
-        std::function<void()> askUndecided; ///< puts the question of sharing where it was not answered yet
+            finishRecording;                ///< closes the running recording; started on the main executor
+        std::function<void()> askUndecided; ///< asks about sharing for every undecided connection
     };
 
     explicit RecordingState(Services services);
     RecordingState(RecordingState const&) = delete;
     RecordingState& operator=(RecordingState const&) = delete;
 
-    /// Emitted after every change of what is read below.
+    /// Emitted after every change of the values below.
     boost::signals2::signal<void()> changed;
 
     bool isRecording() const { return recording; }
     RecordingMode mode() const { return chosenMode; }
     std::int64_t retentionDays() const { return days; }
 
-    /// Told by the recorder.
+    /// Called by the recorder.
     void setRecording(bool value);
-    /// Off closes a recording that runs; share puts the questions that are open.
+    /// `off` closes a running recording; `share` asks about the undecided connections.
     void setMode(RecordingMode value);
-    /// Removes at once what is too old by then. value: one of RecordingSettings::retentionChoices
+    /// Stores the retention period and deletes older recordings at once.
+    /// value  one of RecordingSettings::retentionChoices
     void setRetentionDays(std::int64_t value);
-    /// Shows the folder of the recordings in the file manager; makes it where it is missing.
+    /// Shows the folder of the recordings in the file manager; creates it if it is missing.
     void showInFinder();
 
 private:

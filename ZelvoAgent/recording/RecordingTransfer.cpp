@@ -17,14 +17,14 @@ using Outcome = RecordingUploadOutcome;
 constexpr Duration transferTime = 600s;
 constexpr Duration watchInterval = 1s;
 
-/// Bytes; nothing when there is no recording to be read. Blocks.
+/// The file's size in bytes; `nullopt` if it cannot be read. Blocks.
 std::optional<std::int64_t> sizeOfRecording(std::string const& stored)
 {
     std::filesystem::path const path(stored);
     if (stored.find('\0') != std::string::npos || !path.is_absolute())
         return std::nullopt;
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) // Opening a pipe would wait for its writer.
+    if (!std::filesystem::is_regular_file(path, error)) // Opening a named pipe would block.
         return std::nullopt;
     std::uintmax_t const bytes = std::filesystem::file_size(path, error);
     if (error || bytes < 1 || !std::ifstream(path, std::ios::binary))
@@ -34,10 +34,10 @@ std::optional<std::int64_t> sizeOfRecording(std::string const& stored)
 
 } // namespace
 
-/// Looks after the right to send a recording while it goes out.
+/// Whether the right to upload still holds during the upload.
 struct RecordingTransfer::Watch {
     std::atomic<bool> mayGoOn = true; // any thread
-    std::string reason;               // strand; once it may not
+    std::string reason;               // strand; set before mayGoOn becomes false
 };
 
 Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
@@ -55,7 +55,7 @@ Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
     Outcome const sent = co_await put(entry, *bytes, announced.target.uploadUrl);
     if (sent.kind != Outcome::Kind::done)
         co_return sent;
-    // A recording that is not completed is none to the service.
+    // The service ignores a recording until it is completed, so the right is checked once more.
     if (auto reason = co_await refusal(entry.connectionId))
         co_return Outcome::keepLocal(*std::move(reason));
     co_return co_await complete(announced.target.recordingId);
@@ -100,7 +100,7 @@ Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes,
     co_return !failure && isSuccess ? Outcome::done() : Outcome::retry();
 }
 
-/// The machine's token is not for this address.
+/// Carries no machine token: the address may be another server's.
 HttpUpload RecordingTransfer::uploadOf(PendingRecording const& entry,
                                        std::int64_t bytes,
                                        std::string url,
@@ -117,7 +117,7 @@ HttpUpload RecordingTransfer::uploadOf(PendingRecording const& entry,
     upload.onProgress = [box = progressBox, watch = std::move(watch), step](std::int64_t sent) mutable {
         step.sentBytes = sent;
         box->change([&](auto& shown) {
-            if (shown) // Not after the end.
+            if (shown) // A report may arrive after the end of the upload.
                 shown = step;
         });
         return watch->mayGoOn.load();
@@ -144,8 +144,8 @@ Task<Outcome> RecordingTransfer::complete(std::string recordingId)
     co_return Outcome::classify(reply.status, reply.code());
 }
 
-/// Why no recording may go to a connection now; nothing when it may. What the person took away is answered as
-/// the service would answer it.
+/// Why recordings must not be uploaded to a connection now; `nullopt` if they may. Uses the codes that the
+/// service would return.
 Task<std::optional<std::string>> RecordingTransfer::refusal(std::string connectionId)
 {
     auto const connection =

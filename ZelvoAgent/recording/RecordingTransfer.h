@@ -17,7 +17,7 @@
 
 namespace zelvo {
 
-/// The recording that is going out now.
+/// The progress of the running upload.
 struct RecordingUploadProgress {
     std::string path;
     std::string connectionId;
@@ -26,11 +26,11 @@ struct RecordingUploadProgress {
     bool operator==(RecordingUploadProgress const&) const = default;
 };
 
-/// Hands one recording over to the connection that caused it, in three steps: it is announced to the service,
-/// sent to the address that the service names, and said to be complete.
+/// Uploads one recording to the connection that caused it, in three steps: announces it to the service, sends
+/// it to the address that the service returns, and reports it complete.
 ///
-/// The right to do so is asked for before each step, and every second while the recording goes out: a right
-/// that was taken away ends it there. Thread: the strand of its uploader, except progress().
+/// Checks the right to upload before each step and once a second during the upload; a revoked right ends the
+/// upload. Thread: the strand of its uploader, except progress().
 class RecordingTransfer {
 public:
     struct Services {
@@ -49,7 +49,7 @@ public:
 
     /// One recording at a time. Throws NetworkFailure of kind `cancelled` when the process ends.
     Task<RecordingUploadOutcome> upload(PendingRecording entry);
-    /// Thread: any. Nothing while no recording goes out.
+    /// `nullopt` if no upload runs. Thread: any.
     std::optional<RecordingUploadProgress> progress() const { return progressBox->get(); }
 
 private:
@@ -57,7 +57,7 @@ private:
     struct Watch;
     struct Announced {
         RecordingUploadOutcome outcome;
-        RecordingUploadTarget target; ///< when it is done
+        RecordingUploadTarget target; ///< valid if the outcome is `done`
     };
 
     Task<Announced> announce(PendingRecording entry, std::int64_t bytes);

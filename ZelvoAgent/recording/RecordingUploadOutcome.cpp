@@ -14,7 +14,7 @@ constexpr std::string_view noStorage = "recordings_unavailable";
 constexpr std::size_t maxReasonBytes = 2000;
 constexpr std::size_t maxReasonLength = 200; // characters
 
-/// The statuses that the same request would get again.
+/// True for statuses that a retry would get again.
 constexpr bool isFinal(int status)
 {
     switch (status) {
@@ -53,7 +53,7 @@ std::string explain(std::string const& reason)
         return localized("recording.reason.noScope");
     if (reason == "file_missing")
         return localized("recording.reason.fileMissing");
-    // A server may say anything, at any length.
+    // The server's text may be of any length and invalid.
     return text::shownInLine(text::repaired(reason.substr(0, maxReasonBytes)), maxReasonLength);
 }
 

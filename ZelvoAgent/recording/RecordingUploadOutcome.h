@@ -5,16 +5,16 @@
 
 namespace zelvo {
 
-/// How one try to hand over a recording ended.
+/// The outcome of one attempt to upload a recording.
 struct RecordingUploadOutcome {
     enum class Kind {
-        keepLocal, ///< another try would end alike
+        keepLocal, ///< final: a retry would fail in the same way
         done,
         retry,
     };
 
     Kind kind = Kind::retry;
-    std::string reason; ///< of keepLocal: the service's code, or one of ours
+    std::string reason; ///< for `keepLocal`: the service's code, or one of ours
     bool operator==(RecordingUploadOutcome const&) const = default;
 
     static RecordingUploadOutcome keepLocal(std::string reason)
@@ -24,13 +24,13 @@ struct RecordingUploadOutcome {
     static RecordingUploadOutcome done() { return {Kind::done, {}}; }
     static RecordingUploadOutcome retry() { return {Kind::retry, {}}; }
 
-    /// What an answer of the service means.
-    /// status  0 when there was no answer
-    /// code    the service's own word for the failure
+    /// The outcome for an answer of the service.
+    /// status  0 if there was no answer
+    /// code    the service's error code
     static RecordingUploadOutcome classify(int status, std::optional<std::string> const& code);
 };
 
-/// The reason of a keepLocal in words for the person.
+/// Describes the reason of a `keepLocal` in the person's language.
 std::string explain(std::string const& reason);
 
 } // namespace zelvo

@@ -89,7 +89,7 @@ void RecordingUploadQueue::setAttempts(std::string const& path, std::int64_t att
     save(entries);
 }
 
-/// What can't be encoded clears the key.
+/// Clears the stored list if an entry cannot be encoded.
 void RecordingUploadQueue::save(std::vector<PendingRecording> const& entries)
 {
     defaults.setBytes(key, encode(entries).value_or(""));

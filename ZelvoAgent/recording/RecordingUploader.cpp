@@ -16,7 +16,7 @@ using Outcome = RecordingUploadOutcome;
 
 constexpr std::int64_t maxAttempts = 5;
 
-/// True while it exists, so that no way out of a drain leaves it behind.
+/// Sets a flag while it exists, so that every exit of a drain clears it.
 class Flag {
 public:
     explicit Flag(bool& raised) : flag(raised) { flag = true; }
@@ -95,7 +95,7 @@ Task<> RecordingUploader::drain()
 
 Task<> RecordingUploader::drainOnStrand()
 {
-    // What was begun is followed to its end, whether or not somebody still waits for it.
+    // A drain runs to its end even if the caller is cancelled.
     co_await asio::this_coro::reset_cancellation_state(asio::disable_cancellation());
     drainAgain = true;
     if (draining)
@@ -108,8 +108,8 @@ Task<> RecordingUploader::drainOnStrand()
     }
 }
 
-/// False when the end of the process came between. Each outcome is stored at once, into a queue that may have
-/// changed meanwhile: after a crash nothing that is settled is tried again.
+/// False if the process ends in the meantime. Stores each outcome at once, so that after a crash no settled
+/// recording is uploaded again. Other calls may change the queue during an upload.
 Task<bool> RecordingUploader::send(std::vector<Pending> items)
 {
     for (Pending const& item : items) {
@@ -123,13 +123,13 @@ Task<bool> RecordingUploader::send(std::vector<Pending> items)
     co_return true;
 }
 
-/// Nothing when the end of the process came between; that costs no try.
+/// `nullopt` if the process ends in the meantime; that does not count as an attempt.
 Task<std::optional<Outcome>> RecordingUploader::attempt(Pending entry)
 {
     try {
         co_return co_await transfer.upload(std::move(entry));
     } catch (NetworkFailure const&) {
-        // `cancelled`; every other one is an outcome.
+        // Kind `cancelled`; every other failure is an outcome.
     }
     co_return std::nullopt;
 }
@@ -141,7 +141,7 @@ Task<> RecordingUploader::settle(Pending entry, Outcome outcome)
         queue.setAttempts(entry.path, entry.attempts + 1);
     else
         queue.remove(entry.path);
-    co_await services.defaults.written(); // Before anything else can end the process.
+    co_await services.defaults.written(); // On disk before anything else happens.
     if (outcome.kind == Outcome::Kind::done)
         co_await logUploaded(entry.connectionId);
     if (outcome.kind == Outcome::Kind::keepLocal)

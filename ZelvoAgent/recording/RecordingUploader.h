@@ -21,13 +21,13 @@
 
 namespace zelvo {
 
-/// Hands finished recordings over to the connections that caused them, where the person allows it: keeps a
-/// stored queue of them and sends one at a time, each in three steps. A recording stays on the machine
-/// whatever comes of it, and is given up after five tries.
+/// Uploads finished recordings to the connections that caused them, if the person allows it. Keeps a stored
+/// queue and uploads one recording at a time. Gives up after five failed attempts. Every recording also stays
+/// on this machine, whatever the outcome.
 ///
-/// A recording whose right to go was taken away while it waited, or on its way, stays here for good.
+/// If the right to upload is revoked while a recording waits or is being uploaded, it is never uploaded.
 ///
-/// Thread: any; a strand of its own on the agent thread.
+/// Thread: any; has a dedicated strand on the agent thread.
 class RecordingUploader {
 public:
     using Pending = PendingRecording;
@@ -49,16 +49,16 @@ public:
     RecordingUploader(RecordingUploader const&) = delete;
     RecordingUploader& operator=(RecordingUploader const&) = delete;
 
-    /// Takes a recording that has just been closed. Resumes when all that can be done about it now is done.
-    /// quitting  the process ends: nobody is asked and nothing is sent; what may be sent waits
+    /// Takes a recording that has just been closed. Resumes after the question and the upload, if any.
+    /// quitting  the process ends: do not ask or upload; a recording that may be uploaded is only queued
     Task<> handle(FinishedRecording finished, bool quitting);
-    /// Tries each recording of the queue once. One runs at a time; a call that comes meanwhile makes that one
-    /// begin again at its end.
+    /// Tries to upload each queued recording once. If a drain is already running, it starts again at its end
+    /// and this call returns at once.
     Task<> drain();
-    /// Tells the service whether a connection's recordings are shared; true when it agreed.
+    /// Reports to the service whether a connection's recordings are shared; true if the service accepts.
     Task<bool> sendSharing(std::string connectionId, bool shared);
 
-    /// Thread: any. Nothing while no recording goes out.
+    /// `nullopt` if no upload runs. Thread: any.
     std::optional<RecordingUploadProgress> progress() const { return transfer.progress(); }
 
 private:

@@ -76,7 +76,7 @@ Task<> RecordingWriter::open()
     std::rethrow_exception(failure);
 }
 
-/// The main display if it may be captured, else the first that may; nothing when none may.
+/// The main display if it may be captured, or else the first one that may; `nullopt` if there is none.
 Task<std::optional<Display>> RecordingWriter::chosenDisplay()
 {
     std::vector<Display> const displays = co_await services.screen.capturableDisplays();
@@ -89,7 +89,8 @@ Task<std::optional<Display>> RecordingWriter::chosenDisplay()
     co_return displays.front();
 }
 
-/// What the last picture shows it shows until now, and not again before there is one by the new filter.
+/// Extends the last picture to now. It must not be repeated after that, because it was taken with the old
+/// filter.
 Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
 {
     auto const self = shared_from_this();
@@ -97,16 +98,18 @@ Task<> RecordingWriter::updateFilter(std::set<std::string> excludedBundleIds)
     if (!kept)
         co_return;
     try {
-        // The main display may be another by now. Where none is told, what is to be hidden still is.
+        // The main display may have changed. Without any display the stream keeps its own and only the
+        // filter changes.
         std::optional<Display> const display = co_await chosenDisplay();
         std::optional<std::uint32_t> const id = display ? std::optional(display->id) : std::nullopt;
-        // Nothing may come between these two: a picture by the old filter would pass for one by the new.
+        // No wait between the post and updateFilter(): a picture taken with the old filter in between would
+        // clear `outdated`.
         asio::post(queue, [self, now = services.clock.now()] {
             self->standStillUntil(now);
             self->outdated = true;
         });
         co_await kept->updateFilter(id, std::move(excludedBundleIds));
-    } catch (ScreenFailure const&) { // The old filter stands.
+    } catch (ScreenFailure const&) { // The old filter stays in force.
         asio::post(queue, [self] { self->outdated = false; });
     }
 }
@@ -135,7 +138,7 @@ void RecordingWriter::setWanted(bool wanted)
         kept->setWanted(wanted);
 }
 
-/// The length up to the last frame that was written: who asks does not wait for the next one.
+/// The length up to the last written frame. Does not wait for the queue.
 Task<double> RecordingWriter::recordedSeconds()
 {
     co_return recorded.get();
@@ -159,7 +162,7 @@ bool RecordingWriter::isFrame(ScreenFrame const& frame) const
            RecordingPlan::Size{frame.picture->width, frame.picture->height} == size;
 }
 
-/// The first frame after a pause stands one frame after the last one before it.
+/// The first frame after a pause gets the time one frame interval after the last frame before the pause.
 void RecordingWriter::beginOrGoOnAt(Instant time)
 {
     if (!firstTime)
@@ -170,7 +173,7 @@ void RecordingWriter::beginOrGoOnAt(Instant time)
     }
 }
 
-/// Times only ever grow, and a frame that comes while the last one is being written is shed.
+/// Times must increase, and a frame is dropped if the encoder is still busy with the last one.
 bool RecordingWriter::isDue(Instant adjusted) const
 {
     return (!lastTime || adjusted > *lastTime) && video->isReadyForMoreData();
@@ -186,8 +189,8 @@ void RecordingWriter::wroteOrFailed(bool wrote, Instant adjusted)
     recorded.set(seconds(*lastTime - *firstTime));
 }
 
-/// Nothing has changed since the last frame. Right after a resume it is not known yet where the recording
-/// goes on.
+/// Repeats the last picture up to `time`, because nothing has changed since. Not right after a resume, when
+/// the offset of the next frame is still unknown.
 void RecordingWriter::standStillUntil(Instant time)
 {
     if (!video || !capturing || failed || resumed || outdated || !lastTime)
@@ -197,7 +200,7 @@ void RecordingWriter::standStillUntil(Instant time)
         wroteOrFailed(video->repeat(adjusted - *firstTime), adjusted);
 }
 
-/// What was written so far is kept.
+/// The frames written so far are kept.
 void RecordingWriter::streamStopped(ScreenFailure const&)
 {
     failed = true;
@@ -210,7 +213,7 @@ Task<std::optional<FinishedRecording>> RecordingWriter::finish()
     if (StreamPtr const kept = stream.get()) {
         try {
             co_await kept->stop();
-        } catch (...) { // What it still delivers is not taken.
+        } catch (...) { // Frames that still arrive are ignored.
         }
         stream.set(nullptr);
     }

@@ -13,10 +13,10 @@
 
 namespace zelvo {
 
-/// One recording in the making: takes the frames of a screen stream and writes them at times from which the
-/// pauses are cut out. Between two frames nothing moved; so that the recording of a screen that stands still
-/// is as long as what it shows, the last picture is written once more where it stops. Thread: any; a strand
-/// of the workers, the stream's queue, holds the state and encodes. Nobody but finish() waits for that.
+/// One running recording: writes the frames of a screen stream with the pauses cut out of their times. The
+/// stream sends a frame only when something has changed. Therefore the last picture is written again where
+/// the recording stops, so that the recording covers the whole time. Thread: any; the stream's queue, a
+/// strand on the workers, holds the state and encodes. Only finish() waits for that strand.
 class RecordingWriter final : public RecordingOutput,
                               public ScreenStreamOutput,
                               public std::enable_shared_from_this<RecordingWriter> {
@@ -29,10 +29,10 @@ public:
         VideoFiles& videos;
     };
 
-    /// Begins to recording the main display. Throws AgentError::permissionMissing when none may be captured,
-    /// ScreenFailure or VideoFailure; then no file is left behind.
+    /// Starts to record the main display. Throws AgentError::permissionMissing if no display may be captured,
+    /// ScreenFailure or VideoFailure. On failure no file is left behind.
     static Task<std::shared_ptr<RecordingOutput>> start(Services services, RecordingStart start);
-    /// The same as a function that a recorder is given. What the services name must outlive its recordings.
+    /// start() as a function for a recorder. The services must outlive its recordings.
     static StartRecording starter(Services services);
 
     std::optional<std::string> const& connectionId() const override { return subject.connectionId; }
@@ -62,19 +62,19 @@ private:
     Services const services;
     RecordingStart const subject;
     Executor const queue;
-    LockedBox<StreamPtr> stream; ///< absent once it was stopped
+    LockedBox<StreamPtr> stream; ///< null after it was stopped
     LockedBox<double> recorded{0};
 
-    // All below: queue.
+    // All fields below: queue.
     RecordingPlan::Size size;
-    std::unique_ptr<VideoFile> video; ///< absent once it was closed
+    std::unique_ptr<VideoFile> video; ///< null after it was closed
     bool capturing = true;            ///< frames are wanted
-    bool failed = false;              ///< the stream has ended, or nothing more can be written
+    bool failed = false;              ///< the stream has ended, or writing failed
     bool resumed = false;             ///< the next frame is the first after a pause
-    bool outdated = false;            ///< the last picture may show what is hidden by now
-    std::optional<Instant> firstTime; ///< of the stream's first frame; the recording has begun
-    std::optional<Instant> lastTime;  ///< adjusted time of the last frame that was written
-    Duration offset{};                ///< all pauses so far
+    bool outdated = false;            ///< the last picture may show an application that is hidden now
+    std::optional<Instant> firstTime; ///< time of the stream's first frame
+    std::optional<Instant> lastTime;  ///< adjusted time of the last written frame
+    Duration offset{};                ///< sum of all pauses so far
 };
 
 } // namespace zelvo

@@ -18,7 +18,7 @@ namespace zelvo {
 
 namespace {
 
-/// What a recording failed to start with, in the words that it came with.
+/// The text of the failure that prevented a recording.
 std::string reasonOf(std::exception_ptr failure)
 {
     try {
@@ -48,7 +48,7 @@ SessionRecorder::SessionRecorder(Services services)
 {
 }
 
-/// An action that a pause overtook on its way here comes to nothing, and recordings nothing.
+/// Also false during a pause: an action that a pause overtakes has no effect, so there is nothing to record.
 bool SessionRecorder::mayRecord() const
 {
     bool const isPaused = services.isPaused && services.isPaused();
@@ -56,7 +56,7 @@ bool SessionRecorder::mayRecord() const
            services.access.current().screenRecording;
 }
 
-/// The work is a task of its own: it goes on when the caller is cancelled or has waited long enough.
+/// The work is a separate task, so it continues if the caller is cancelled or stops waiting.
 Task<> SessionRecorder::agentActed(std::optional<std::string> connectionId, std::string platformName)
 {
     if (!mayRecord())
@@ -91,7 +91,7 @@ void SessionRecorder::endHold(bool& isOver)
     holds.notifyAll([&] { isOver = true; });
 }
 
-/// A recording that is late for one connection must not show what another does.
+/// A recording that starts late for one connection must not show another connection's actions.
 void SessionRecorder::giveUpFor(std::optional<std::string> const& connectionId)
 {
     if (!isActing || actingFor == connectionId)
@@ -112,7 +112,7 @@ Task<> SessionRecorder::act(std::optional<std::string> connectionId, std::string
     isActing = false;
 }
 
-/// After each wait all may be different: a countdown has ended the recording, or the person has stopped it.
+/// Checks the state again after each wait: a countdown or the person may have ended the recording.
 Task<> SessionRecorder::actAlone(std::optional<std::string> connectionId, std::string platformName)
 {
     if (isQuitting || !mayRecord())
@@ -136,7 +136,7 @@ Task<> SessionRecorder::actAlone(std::optional<std::string> connectionId, std::s
     scheduleIdle();
 }
 
-/// One recording never mixes two connections, and a long session is cut into pieces.
+/// A recording belongs to one connection and has a maximum length.
 Task<bool> SessionRecorder::isToEnd(WriterPtr open, std::optional<std::string> connectionId)
 {
     if (open->connectionId() != connectionId)
@@ -177,7 +177,7 @@ Task<> SessionRecorder::start(std::optional<std::string> connectionId, std::stri
     setCapturing(true);
 }
 
-/// No recording, and a line in the log, when it can't be made.
+/// On failure it logs a line and returns no writer.
 Task<SessionRecorder::Begun> SessionRecorder::begin(RecordingStart request)
 {
     Begun begun;
@@ -242,8 +242,8 @@ void SessionRecorder::scheduleIdle()
         });
 }
 
-/// What was seen after the time was over does not belong to the recording: a countdown that ran out while the
-/// machine slept is late by hours.
+/// Pauses at the time when the pause was due, not now: a countdown that expires while the machine sleeps may
+/// be hours late.
 void SessionRecorder::pauseForIdle()
 {
     if (!writer || !capturing)
@@ -266,7 +266,7 @@ void SessionRecorder::pauseIfOverdue()
         pauseForIdle();
 }
 
-/// A new action starts a recording of its own from here on, while this one is being closed.
+/// From here on a new action starts another recording, while this one is being closed.
 SessionRecorder::WriterPtr SessionRecorder::takeWriter()
 {
     stopCountdowns();
@@ -282,14 +282,14 @@ void SessionRecorder::closeInBackground(WriterPtr closing)
         });
 }
 
-/// Handing a recording on may take minutes: a person is asked, or it is sent. At the end of the process it
-/// does not, and is waited for.
+/// onFinished may take minutes: it asks the person or uploads the recording. So the file counts as closed
+/// before onFinished, except at the end of the process, where onFinished is quick and is waited for.
 Task<> SessionRecorder::close(WriterPtr closing, bool quitting)
 {
     std::optional<FinishedRecording> finished;
     try {
         finished = co_await closing->finish();
-    } catch (...) { // NOLINT(bugprone-empty-catch): then there is no recording.
+    } catch (...) { // NOLINT(bugprone-empty-catch): there is no recording then.
     }
     bool const isLast = quitting || isQuitting;
     if (!isLast)
@@ -297,7 +297,7 @@ Task<> SessionRecorder::close(WriterPtr closing, bool quitting)
     try {
         if (finished && services.onFinished)
             co_await services.onFinished(*std::move(finished), isLast);
-    } catch (...) { // NOLINT(bugprone-empty-catch): the recording stays where it is.
+    } catch (...) { // NOLINT(bugprone-empty-catch): the recording stays in its folder.
     }
     if (isLast)
         closedFile();

@@ -22,10 +22,11 @@
 
 namespace zelvo {
 
-/// Decides when a recording starts, pauses, goes on and ends, by the agents' activity alone: an action starts
-/// or wakes it, a look keeps it awake, 10 s without either pause it and 60 s more end it. Nothing here fails
-/// towards an agent, and a recording is closed in the background. Thread: any; a strand of its own holds the
-/// state. Made with create(), since its countdowns hold it weakly.
+/// Decides from the agents' activity when a recording starts, pauses, resumes and ends. An action starts or
+/// resumes it; an action or a screenshot keeps it running. After 10 s without either it pauses, and after 60
+/// s more it ends. A failure of the recorder never reaches an agent. Recordings are closed in the background.
+/// Thread: any; the state lives on a dedicated strand. Create with create(), because its countdowns hold weak
+/// pointers to it.
 class SessionRecorder final : public SessionRecording, public std::enable_shared_from_this<SessionRecorder> {
 public:
     struct Services {
@@ -35,39 +36,39 @@ public:
         SystemAccess& access;
         VideoFolders& folders;
         StartRecording startWriter;
-        /// The applications that the person has hidden; absent where there is no such list.
+        /// Returns the hidden applications; unset if there is no such list.
         std::function<Task<std::set<std::string>>()> hiddenBundleIds = {};
-        /// Has the person paused the agents? Any thread; true before finishNow() is called for a pause.
+        /// True if the person has paused the agents; already true when a pause calls finishNow(). Any thread.
         std::function<bool()> isPaused = {};
         /// Called after each finished recording, on the recorder's strand.
         std::function<Task<>(FinishedRecording recording, bool quitting)> onFinished = {};
-        /// Called on the main executor, in order, at each change of isRecording().
+        /// Called on the main executor, in order, after each change of isRecording().
         std::function<void(bool)> onCapturingChanged = {};
-        /// Takes a line for the system's log; called on the recorder's strand.
+        /// Writes a line to the system log; called on the recorder's strand.
         std::function<void(std::string line)> log = {};
     };
 
-    /// An agent does not wait longer than this for a recording to begin. The recording begins behind its
-    /// action then, and until it has, no action waits.
+    /// How long an action waits at most for a recording to start. After that the recording starts during the
+    /// action, and until it has started, no further action waits.
     static constexpr Duration maxHold = 2s;
 
     static std::shared_ptr<SessionRecorder> create(Services services);
 
     Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) override;
     Task<> agentLooked() override;
-    /// True from before a recording's file is made until after it is closed.
+    /// True from before a recording's file is created until after it is closed.
     bool hasOpenFile() const override { return openFile.get(); }
-    /// Resumes when the recording is closed and was handed on. With quitting: when all recordings are, those
-    /// too that were about to begin or end by themselves; none begins any more.
+    /// Resumes when the recording is closed and onFinished has returned. With `quitting` it waits for all
+    /// recordings, including those that are just starting or ending, and no new one starts.
     Task<> finishNow(bool quitting) override;
 
-    /// Are frames taken now? Does not wait.
+    /// True while frames are recorded. Does not wait.
     bool isRecording() const { return recording.get(); }
 
 private:
     using WriterPtr = std::shared_ptr<RecordingOutput>;
     struct Begun {
-        WriterPtr writer; ///< null when there is none
+        WriterPtr writer; ///< null if the recording did not start
         std::set<std::string> excluded;
     };
 
@@ -99,18 +100,18 @@ private:
     Executor const strand;
     LockedBox<bool> recording{false};
     LockedBox<bool> openFile{false};
-    AsyncCondition holds;          ///< of actions that wait for the recorder
-    LockedBox<bool> isLate{false}; ///< somebody's patience was over, and the work still goes on
+    AsyncCondition holds;          ///< actions that wait for a recording to start
+    LockedBox<bool> isLate{false}; ///< an action has waited for maxHold and the recording has not started yet
 
-    // All below: strand.
+    // All fields below: strand.
     WriterPtr writer; ///< the open recording
     bool capturing = false;
     TaskHandle idleTask;
     TaskHandle closeTask;
-    std::uint64_t countdown = 0; ///< a countdown that was replaced has another number
-    Instant idleDue;             ///< when the pause is due, while capturing
+    std::uint64_t countdown = 0; ///< number of the current countdown; older ones do nothing
+    Instant idleDue;             ///< when the pause is due; valid while capturing
     std::set<std::string> excludedSnapshot;
-    std::uint64_t finishes = 0; ///< what began before the last of them is no longer wanted
+    std::uint64_t finishes = 0; ///< number of requests to finish; a start from before the last one is dropped
     bool isQuitting = false;
     AsyncMutex actions; ///< one after another, so that two do not start a recording each
     bool isActing = false;

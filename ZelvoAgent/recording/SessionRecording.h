@@ -7,15 +7,16 @@
 
 namespace zelvo {
 
-/// Is told what agents do, so that it can be recorded. Thread: any.
+/// Receives the agents' activity, so that it can be recorded. Thread: any.
 class SessionRecording {
 public:
     virtual ~SessionRecording() = default;
     virtual Task<> agentActed(std::optional<std::string> connectionId, std::string platformName) = 0;
     virtual Task<> agentLooked() = 0;
-    /// Is a recording being written? Does not wait.
+    /// True while a recording's file is open. Does not wait.
     virtual bool hasOpenFile() const = 0;
-    /// Closes the recording. quitting: for the end of the process.
+    /// Closes the recording.
+    /// quitting  true at the end of the process
     virtual Task<> finishNow(bool quitting) = 0;
 };
 

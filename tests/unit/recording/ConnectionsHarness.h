@@ -12,7 +12,7 @@
 
 namespace zelvo {
 
-/// A machine in memory, with the connections that its person granted.
+/// A machine in memory with granted connections.
 class ConnectionsHarness : public StateFixture {
 protected:
     void grant(std::string id, std::string name, std::vector<AgentScope> scopes = {AgentScope::record})
@@ -23,7 +23,7 @@ protected:
                      .policy = {},
                      .shareRecordings = {}});
     }
-    /// What the person is told of recordings, the newest first.
+    /// The log entries about recordings, newest first.
     std::vector<ActivityEntry> lines() const
     {
         std::vector<ActivityEntry> all;

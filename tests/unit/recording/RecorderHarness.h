@@ -19,7 +19,7 @@
 
 namespace zelvo {
 
-/// A recording that keeps what it was told.
+/// A recording that records its calls.
 class FakeWriting final : public RecordingOutput {
 public:
     explicit FakeWriting(RecordingStart start) : start(std::move(start)) {}
@@ -90,7 +90,7 @@ public:
     }
     void look() { run(io, recorder->agentLooked()); }
     void finish(bool quitting = false) { run(io, recorder->finishNow(quitting)); }
-    /// Starts a task that may take its time; gives whether it has ended.
+    /// Starts a task that may take time. The result becomes true at its end.
     std::shared_ptr<bool> begin(std::function<Task<>()> body)
     {
         auto ended = std::make_shared<bool>(false);

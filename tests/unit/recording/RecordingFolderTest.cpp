@@ -7,7 +7,7 @@
 namespace zelvo {
 namespace {
 
-TEST(RecordingFolder, standsAmongThePersonsRecordings)
+TEST(RecordingFolder, isInThePersonsVideoFolder)
 {
     FakeVideoFolders folders;
     EXPECT_EQ(recordingFolder(folders), "/home/me/Videos/Zelvo");

@@ -12,7 +12,7 @@ namespace {
 
 using Size = RecordingPlan::Size;
 
-/// A moment of local time, whatever the zone of the machine is.
+/// A date from local time, in any time zone of the machine.
 Date localDate(int year, int month, int day, int hour, int minute, int second)
 {
     std::tm parts{};
@@ -42,7 +42,7 @@ std::string repeated(std::string_view piece, std::size_t count)
     return all;
 }
 
-/// The platform's part of a name.
+/// The platform's part of a file name.
 std::string nameIn(std::string const& file)
 {
     EXPECT_TRUE(file.starts_with(start)) << file;
@@ -169,7 +169,7 @@ TEST(RecordingName, hasNoControlCharacters)
     EXPECT_EQ(nameIn(named(std::string("a\0b", 3))), "a b");
     EXPECT_EQ(nameIn(named("a\x1b[31mb\x7f")), "a [31mb");
     EXPECT_EQ(nameIn(named("a\u009b31mb")), "a 31mb");
-    // They would let "4pm.exe" be read where ".mp4" stands.
+    // With them a name could look like "4pm.exe" although it ends in ".mp4".
     std::string const rightToLeft = {'\xe2', '\x80', '\xae'};
     std::string const isolated = {'\xe2', '\x81', '\xa6'};
     EXPECT_EQ(nameIn(named("a" + rightToLeft + "gpj" + isolated + "b")), "a gpj b");

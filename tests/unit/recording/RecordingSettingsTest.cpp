@@ -24,7 +24,7 @@ TEST(RecordingMode, hasATitleForEachCase)
     EXPECT_NE(title(RecordingMode::share), "recording.mode.share");
 }
 
-TEST(RecordingSettings, recordsNothingUntilToldTo)
+TEST(RecordingSettings, recordsNothingByDefault)
 {
     FakeUserDefaults defaults;
 
@@ -53,7 +53,7 @@ TEST(RecordingSettings, storesTheModeAsItsRawValue)
     }
 }
 
-TEST(RecordingSettings, keepsRecordingsSevenDaysUnlessToldOtherwise)
+TEST(RecordingSettings, keepsRecordingsSevenDaysByDefault)
 {
     FakeUserDefaults defaults;
 

@@ -18,7 +18,7 @@ using testing::SizeIs;
 using testing::UnorderedElementsAre;
 using Decision = ConfirmationDecision;
 
-/// Gives what a test puts in, to those who wait for it.
+/// A queue of answers from the test, which callers await.
 template <class T>
 class Answers {
 public:
@@ -51,7 +51,7 @@ protected:
         bool operator==(Told const&) const = default;
     };
 
-    /// Ends what still waits, while what it uses stands.
+    /// Ends all waiting tasks while everything they reference is still alive.
     void TearDown() override
     {
         for (int waiting = 0; waiting < 10; ++waiting) {
@@ -62,7 +62,7 @@ protected:
 
     std::optional<bool> stored(std::string const& id) const { return state.connection(id)->shareRecordings; }
     ActivityEntry const& logged() const { return state.activity().front(); }
-    /// Begins to ask; the result comes when the question is decided.
+    /// Starts to ask; the result is set when the question is decided.
     std::shared_ptr<std::optional<bool>> begin(std::string id)
     {
         return beginTask([this, id] { return sharing.ask(id); });
@@ -123,7 +123,7 @@ TEST_F(RecordingSharingTest, asksForAConnectionByItsName)
 
 TEST_F(RecordingSharingTest, asksWithANameOfAnyKindAsOneShortLine)
 {
-    // NOLINTNEXTLINE(misc-misleading-bidirectional): that is what it is to stand.
+    // NOLINTNEXTLINE(misc-misleading-bidirectional): this is the attack under test.
     std::string name = "Acme\n\nNothing is shared.\u202e ";
     while (name.size() < 40'000)
         name += "👩‍👩‍👧/:\n{0}'";
@@ -138,7 +138,7 @@ TEST_F(RecordingSharingTest, asksWithANameOfAnyKindAsOneShortLine)
     EXPECT_EQ(text::withoutControlCharacters(asked.detail), asked.detail);
 }
 
-TEST_F(RecordingSharingTest, tellsTheServiceOfAYesAndKeepsIt)
+TEST_F(RecordingSharingTest, sendsAYesToTheServiceAndStoresIt)
 {
     grant("c1", "Acme");
     auto const result = begin("c1");
@@ -204,7 +204,7 @@ TEST_F(RecordingSharingTest, hasOneQuestionAConnectionOpen)
     EXPECT_EQ(*first, std::nullopt);
 }
 
-TEST_F(RecordingSharingTest, hasTheQuestionOpenUntilTheServiceWasTold)
+TEST_F(RecordingSharingTest, keepsTheQuestionOpenUntilTheServiceAnswered)
 {
     grant("c1", "Acme");
     begin("c1");
@@ -241,7 +241,7 @@ TEST_F(RecordingSharingTest, isNotOnForAConnectionThatWasRevokedUnderTheQuestion
     EXPECT_THAT(told, IsEmpty());
 }
 
-TEST_F(RecordingSharingTest, isNotOnForAConnectionThatWasRevokedWhileTheServiceWasTold)
+TEST_F(RecordingSharingTest, isNotOnForAConnectionThatWasRevokedDuringTheCall)
 {
     grant("c1", "Acme");
     auto const result = begin("c1");
@@ -252,7 +252,7 @@ TEST_F(RecordingSharingTest, isNotOnForAConnectionThatWasRevokedWhileTheServiceW
     EXPECT_EQ(*result, false);
 }
 
-TEST_F(RecordingSharingTest, stopsOnceTheServiceWasTold)
+TEST_F(RecordingSharingTest, stopsOnceTheServiceAnswered)
 {
     grant("c1", "Acme");
     state.setShareRecordings(true, "c1");
@@ -282,7 +282,7 @@ TEST_F(RecordingSharingTest, keepsTheOldChoiceWhenStoppingFails)
     EXPECT_EQ(logged().summary, localized("recording.share.failed"));
 }
 
-TEST_F(RecordingSharingTest, namesAConnectionThatIsGoneAsAnUnnamedPlatform)
+TEST_F(RecordingSharingTest, namesARevokedConnectionAsAnUnnamedPlatform)
 {
     beginSet("c9", false);
     agree(true);
@@ -291,7 +291,7 @@ TEST_F(RecordingSharingTest, namesAConnectionThatIsGoneAsAnUnnamedPlatform)
     EXPECT_EQ(logged().connectionId, "c9");
 }
 
-TEST_F(RecordingSharingTest, tellsOneChoiceAfterAnotherSoThatTheLastOneHolds)
+TEST_F(RecordingSharingTest, sendsOneChoiceAfterAnotherSoThatTheLastOneCounts)
 {
     grant("c1", "Acme");
     grant("c2", "Bolt");
@@ -300,7 +300,7 @@ TEST_F(RecordingSharingTest, tellsOneChoiceAfterAnotherSoThatTheLastOneHolds)
     beginSet("c2", true);
     EXPECT_THAT(told, ElementsAre(Told{"c1", true}));
     agreements.give(true);
-    // One that comes in this very moment stands behind the others.
+    // A call that arrives at this moment queues behind the others.
     beginSet("c1", true);
     EXPECT_THAT(told, ElementsAre(Told{"c1", true}, Told{"c1", false}));
     agree(true);
@@ -353,7 +353,7 @@ TEST_F(RecordingSharingTest, freesTheQuestionOfACancelledCaller)
     TaskHandle caller = spawn(platform.contexts.main, [this]() -> Task<> { co_await sharing.ask("c1"); });
     platform.settle();
     caller.cancel();
-    decide(Decision::allowed(false)); // Nobody hears it.
+    decide(Decision::allowed(false)); // Has no effect.
     agree(true);
 
     EXPECT_THAT(sharing.asking(), IsEmpty());

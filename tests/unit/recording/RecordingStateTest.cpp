@@ -110,7 +110,7 @@ TEST_F(RecordingStateTest, endsARecordingWhenSwitchedOff)
     begin().setMode(RecordingMode::off);
     settle(io);
 
-    EXPECT_THAT(modesAtFinish, ElementsAre(RecordingMode::off)); // Stored before.
+    EXPECT_THAT(modesAtFinish, ElementsAre(RecordingMode::off)); // Stored before the recording is closed.
 }
 
 TEST_F(RecordingStateTest, putsTheOpenQuestionsWhenSharing)

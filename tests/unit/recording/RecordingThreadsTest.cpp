@@ -24,7 +24,7 @@
 namespace zelvo {
 namespace {
 
-/// What the recordings of a test have come to. Thread: any.
+/// Counts the recordings of a test. Thread: any.
 struct Tally {
     std::atomic<int> made = 0;
     std::atomic<int> frames = 0;
@@ -56,7 +56,7 @@ private:
     }
 
     Tally& tally;
-    Duration last = -1ns; // What sanitizers watch: only one thread at a time may come here.
+    Duration last = -1ns; // Unsynchronized: a sanitizer reports it if two threads come here at the same time.
 };
 
 class CountedVideoFiles final : public VideoFiles {
@@ -71,7 +71,7 @@ private:
     Tally& tally;
 };
 
-/// A stream that delivers without end, on its queue.
+/// A stream that delivers frames continuously on its queue.
 class BusyStream final : public ScreenStream {
 public:
     BusyStream(ScreenStreamRequest const& request, Executor queue, std::weak_ptr<ScreenStreamOutput> output)
@@ -128,7 +128,7 @@ public:
     }
 };
 
-/// The recorder on the program's threads. Nothing here waits for a time: the clock stands still.
+/// The recorder on the program's threads. The clock never advances, so nothing waits for a time.
 class RecordingThreads : public testing::Test {
 public:
     RecordingThreads() { settings.setMode(RecordingMode::local); }
@@ -139,7 +139,7 @@ public:
         workers.join();
     }
 
-    /// Runs a task on the agent's thread, or another, and waits for its end.
+    /// Runs a task on an executor and waits for its end.
     void await(Executor executor, std::function<Task<>()> body)
     {
         runBlocking(std::move(executor), body());

@@ -15,7 +15,7 @@ using testing::Pair;
 using testing::SizeIs;
 using Kind = NetworkFailure::Kind;
 
-/// A transfer as its uploader runs it, one recording at a time.
+/// A transfer under its uploader, one recording at a time.
 class RecordingTransferTest : public UploaderHarness {};
 
 // Outcomes of the steps.
@@ -155,7 +155,7 @@ TEST_F(RecordingTransferTest, goesByTheAnswerToTheLastStep)
 TEST_F(RecordingTransferTest, keepsLocalWhatIsNoRecordingAnyMore)
 {
     std::string const path = enqueue("a.mp4");
-    std::filesystem::remove(path); // Its time was over.
+    std::filesystem::remove(path); // As the retention sweep does.
     drain();
     expectKeptLocal("file_missing");
     EXPECT_THAT(calls(), IsEmpty());
@@ -216,7 +216,7 @@ TEST_F(RecordingTransferTest, triesAgainWhenTheTokenGoesMeanwhile)
     EXPECT_THAT(queued(), ElementsAre("a.mp4:1"));
 }
 
-// A right that was taken away holds.
+// A revoked right takes effect.
 
 TEST_F(RecordingTransferTest, keepsLocalARecordingWhoseConnectionWasRevoked)
 {
@@ -293,7 +293,7 @@ TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheRightGoes)
     ASSERT_THAT(platform.loading.uploads, SizeIs(1));
     platform.loading.progress(3);
     platform.time.advance(1s);
-    platform.loading.progress(4); // It may still.
+    platform.loading.progress(4); // The right still holds.
     state.revoke("c1");
     platform.time.advance(1s);
     platform.loading.progress(5);
@@ -314,7 +314,7 @@ TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheModeChanges)
     drain();
     settings.setMode(RecordingMode::off);
     platform.time.advance(1s);
-    settings.setMode(RecordingMode::share); // Too late for this one.
+    settings.setMode(RecordingMode::share); // Too late for this upload.
     platform.loading.progress(5);
     settle();
 
@@ -351,7 +351,7 @@ TEST_F(RecordingTransferTest, namesAConnectionThatGoesAtTheEndAsAnUnnamedPlatfor
 
 // Progress.
 
-TEST_F(RecordingTransferTest, tellsHowFarARecordingIs)
+TEST_F(RecordingTransferTest, reportsProgress)
 {
     EXPECT_EQ(uploader.progress(), std::nullopt);
     std::string const path = enqueue("a.mp4");
@@ -370,7 +370,7 @@ TEST_F(RecordingTransferTest, tellsHowFarARecordingIs)
     EXPECT_EQ(uploader.progress(), std::nullopt) << "a late word changes nothing";
 }
 
-TEST_F(RecordingTransferTest, looksAfterTheRightOnlyWhileARecordingGoesOut)
+TEST_F(RecordingTransferTest, checksTheRightOnlyDuringTheUpload)
 {
     enqueue("a.mp4");
     announced();

@@ -51,7 +51,7 @@ TEST(RecordingUploadOutcome, explainsTheReasonsThatItKnows)
     EXPECT_EQ(explain("file_missing"), localized("recording.reason.fileMissing"));
 }
 
-TEST(RecordingUploadOutcome, showsAnyOtherReasonAsItStands)
+TEST(RecordingUploadOutcome, showsAnyOtherReasonUnchanged)
 {
     for (std::string const reason : {"too_big", "http_413", "{0} 'x'", "Слишком много", ""})
         EXPECT_EQ(explain(reason), reason);

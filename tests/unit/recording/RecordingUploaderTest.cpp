@@ -14,7 +14,7 @@ constexpr char const* key = "zelvo.recording.pendingUploads";
 
 class RecordingUploaderTest : public UploaderHarness {};
 
-// What becomes of a recording that was just closed.
+// Recordings that have just been closed.
 
 TEST_F(RecordingUploaderTest, logsEveryRecording)
 {
@@ -82,7 +82,7 @@ TEST_F(RecordingUploaderTest, keepsTheRecordingHereWithoutAYes)
     EXPECT_EQ(handled, 1);
 }
 
-TEST_F(RecordingUploaderTest, goesOnWithOtherRecordingsWhileAQuestionStands)
+TEST_F(RecordingUploaderTest, continuesWithOtherRecordingsWhileAQuestionIsOpen)
 {
     grant("c2", "Bolt");
     AsyncCondition waiting;
@@ -116,7 +116,7 @@ TEST_F(RecordingUploaderTest, queuesWithoutATransferWhileQuitting)
     EXPECT_THAT(calls(), ElementsAre("recordings", "complete"));
 }
 
-TEST_F(RecordingUploaderTest, asksNobodyWhileQuitting)
+TEST_F(RecordingUploaderTest, asksNoQuestionWhileQuitting)
 {
     state.setShareRecordings(std::nullopt, "c1");
     handle(recording("a.mp4"), true);
@@ -178,7 +178,7 @@ TEST_F(RecordingUploaderTest, keepsWhatFailedBeforeWhatCameMeanwhile)
 {
     enqueue("a.mp4");
     drain();
-    handle(recording("b.mp4"), true); // Queued, with no call for another run.
+    handle(recording("b.mp4"), true); // Queued without another drain.
     platform.loading.answer(500, "");
     settle();
 
@@ -277,13 +277,13 @@ TEST_F(RecordingUploaderTest, keepsTheCountOfARecordingThatTheEndOfTheProcessInt
     EXPECT_THAT(calls(), SizeIs(1)) << "the next one is not begun";
 
     announced();
-    platform.loading.fail(Kind::cancelled); // In the middle of the recording.
+    platform.loading.fail(Kind::cancelled); // During the PUT.
     drain();
     EXPECT_THAT(queued(), ElementsAre("a.mp4:0", "b.mp4:0"));
 
     announced();
     platform.loading.answer(200, "");
-    platform.loading.fail(Kind::cancelled); // Before it is complete.
+    platform.loading.fail(Kind::cancelled); // Before it is completed.
     drain();
     EXPECT_THAT(queued(), ElementsAre("a.mp4:0", "b.mp4:0"));
     EXPECT_EQ(uploader.progress(), std::nullopt);
@@ -323,7 +323,7 @@ TEST_F(RecordingUploaderTest, isOnDiskBeforeAnybodyHearsOfASuccess)
     EXPECT_GT(writtenAtLog, before);
 }
 
-TEST_F(RecordingUploaderTest, leavesAQueueThatGoesOnWhereverTheProcessIsKilled)
+TEST_F(RecordingUploaderTest, leavesAUsableQueueWhereverTheProcessIsKilled)
 {
     enqueue("a.mp4");
     enqueue("b.mp4", 2);
@@ -348,7 +348,7 @@ TEST_F(RecordingUploaderTest, leavesAQueueThatGoesOnWhereverTheProcessIsKilled)
 
 // Sharing.
 
-TEST_F(RecordingUploaderTest, tellsTheServiceOfSharing)
+TEST_F(RecordingUploaderTest, reportsSharingToTheService)
 {
     platform.loading.answer(200, "");
     EXPECT_TRUE(zelvo::run(platform.io, uploader.sendSharing("c1", true)));

@@ -77,7 +77,7 @@ TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeTheStreamStopped)
 
     auto const finished = finishAt(30s);
 
-    EXPECT_THAT(times(), ElementsAre(0s, 1s)); // What stood on the screen since then nobody knows.
+    EXPECT_THAT(times(), ElementsAre(0s, 1s)); // The screen's contents after that are unknown.
     ASSERT_TRUE(finished);
     EXPECT_EQ(finished->durationSec, 1.125);
 }
@@ -105,14 +105,14 @@ TEST_F(RecordingWriterFailuresTest, keepsWhatCameBeforeARepeatThatFailed)
     EXPECT_EQ(finishAt(6s)->durationSec, 1.125);
 }
 
-TEST_F(RecordingWriterFailuresTest, tellsNobodyOfAFileThatCouldNotBeClosed)
+TEST_F(RecordingWriterFailuresTest, reportsNoRecordingThatCouldNotBeClosed)
 {
     begin();
     frameAt(0s);
     videos.closes = false;
 
     EXPECT_EQ(finishAt(1s), std::nullopt);
-    EXPECT_FALSE(recording().cancelled); // It stays for the sweep.
+    EXPECT_FALSE(recording().cancelled); // The file stays until the retention sweep.
     EXPECT_TRUE(recording().released);
 }
 
@@ -125,7 +125,7 @@ TEST_F(RecordingWriterFailuresTest, closesAlsoWhenTheStreamDoesNotStop)
     EXPECT_EQ(finishAt(1s)->durationSec, 1.125);
 }
 
-TEST_F(RecordingWriterFailuresTest, standsStillAsBeforeWhenTheNewFilterFails)
+TEST_F(RecordingWriterFailuresTest, repeatsThePictureAsBeforeWhenTheNewFilterFails)
 {
     begin();
     frameAt(0s, 1);

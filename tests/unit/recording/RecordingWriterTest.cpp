@@ -34,7 +34,7 @@ TEST_F(RecordingWriterTest, recordsTheFirstDisplayWhereTheMainOneMayNotBeCapture
     EXPECT_EQ(recording().settings.width, 100);
 }
 
-TEST_F(RecordingWriterTest, recordsTheFirstDisplayWhereNoScreenIsTold)
+TEST_F(RecordingWriterTest, recordsTheFirstDisplayWithoutAMainScreen)
 {
     screen.capturable = screen.attached;
     screen.attached.clear();
@@ -72,7 +72,7 @@ TEST_F(RecordingWriterTest, asksForAStreamWithoutTheHiddenApplications)
     ScreenStreamRequest const& asked = streams.last().request;
     EXPECT_EQ(asked.minimumFrameInterval, 125ms);
     EXPECT_EQ(asked.picture.excluded, (std::set<std::string>{"dev.zelvo.agent", "org.keys"}));
-    EXPECT_THAT(streams.last().wanted, IsEmpty()); // It delivers from its beginning on.
+    EXPECT_THAT(streams.last().wanted, IsEmpty()); // A new stream delivers at once.
 }
 
 TEST_F(RecordingWriterTest, knowsItsConnection)
@@ -92,7 +92,7 @@ TEST_F(RecordingWriterTest, leavesNothingBehindWithoutAFrame)
     EXPECT_TRUE(streams.last().ended);
 }
 
-TEST_F(RecordingWriterTest, tellsTheStreamWhetherFramesAreWanted)
+TEST_F(RecordingWriterTest, setsWhetherTheStreamsFramesAreWanted)
 {
     begin();
     frameAt(0s);
@@ -157,7 +157,7 @@ TEST_F(RecordingWriterTest, recordsWhatIsTheMainDisplayByNowWithANewFilter)
     EXPECT_EQ(streams.last().request.picture.width, 1512);
 }
 
-TEST_F(RecordingWriterTest, hidesByANewFilterAlsoWhereNoDisplayIsTold)
+TEST_F(RecordingWriterTest, hidesByANewFilterAlsoWithoutADisplay)
 {
     begin();
     screen.attached.clear();

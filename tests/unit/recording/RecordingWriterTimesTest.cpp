@@ -101,9 +101,9 @@ TEST_F(RecordingWriterTimesTest, knowsNoPauseBeforeItsFirstFrame)
     pauseAt(1s);
     resumeAt(5s);
     frameAt(6s);
-    EXPECT_THAT(times(), ElementsAre(0s)); // Nothing was taken out.
+    EXPECT_THAT(times(), ElementsAre(0s)); // The recording starts at its first frame.
 
-    // The resume still stands, so that this frame is the first after it.
+    // The resume is still pending, so this frame counts as the first one after it.
     frameAt(8s);
     frameAt(9s);
     EXPECT_THAT(times(), ElementsAre(0s, 125ms, 1s + 125ms));
@@ -192,7 +192,7 @@ TEST_F(RecordingWriterTimesTest, keepsTheOffsetOfAFrameThatIsShedAfterAPause)
     EXPECT_THAT(times(), ElementsAre(0s, 1s, 2s + 125ms));
 }
 
-TEST_F(RecordingWriterTimesTest, isAsLongAsAScreenThatStandsStill)
+TEST_F(RecordingWriterTimesTest, isAsLongAsAnUnchangedScreenIsShown)
 {
     begin();
     frameAt(1s, 77);
@@ -222,11 +222,11 @@ TEST_F(RecordingWriterTimesTest, showsTheLastPictureUntilAPause)
     EXPECT_EQ(finishAt(45s)->durationSec, 15.25);
 }
 
-TEST_F(RecordingWriterTimesTest, stopsAtTheMomentThatItIsTold)
+TEST_F(RecordingWriterTimesTest, stopsAtTheGivenTime)
 {
     begin();
     frameAt(0s);
-    goTo(8h); // The machine slept before the pause could be made.
+    goTo(8h); // The machine slept before the pause.
     writer->pause(Instant{} + 10s);
     settle(io);
 
@@ -242,7 +242,7 @@ TEST_F(RecordingWriterTimesTest, addsNoPictureWhereItsLastOneIsAsLate)
     EXPECT_THAT(times(), SizeIs(2));
 
     resumeAt(3s);
-    streams.deliver(clock.now() + 1s); // Taken a moment after the order to end.
+    streams.deliver(clock.now() + 1s); // A frame that is later than the pause.
     settle(io);
     writer->pause(clock.now());
     settle(io);
@@ -296,7 +296,7 @@ TEST_F(RecordingWriterTimesTest, showsWhatIsHiddenByNowOnlyUntilThen)
     EXPECT_EQ(finished->durationSec, 5.125);
 }
 
-TEST_F(RecordingWriterTimesTest, standsStillAgainOnceThereIsAPictureByTheNewFilter)
+TEST_F(RecordingWriterTimesTest, repeatsThePictureAgainAfterOneWithTheNewFilter)
 {
     begin();
     frameAt(0s, 1);

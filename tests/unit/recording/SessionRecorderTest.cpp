@@ -12,7 +12,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-/// Where a recorder stands, as the table of its states has them.
+/// The states of a recorder.
 enum class Standing { idle, recording, paused };
 
 class SessionRecorderTest : public RecorderHarness {
@@ -52,7 +52,7 @@ TEST_F(SessionRecorderTest, leavesAnOpenRecordingAloneWhenOff)
     EXPECT_THAT(recordings, SizeIs(1));
     EXPECT_THAT(recording().calls, IsEmpty());
     clock.advance(5s);
-    EXPECT_THAT(recording().calls, ElementsAre("pause")); // The action counted for nothing.
+    EXPECT_THAT(recording().calls, ElementsAre("pause")); // The action had no effect.
 }
 
 TEST_F(SessionRecorderTest, recordsInBothModesThatAreOn)
@@ -166,7 +166,7 @@ TEST_F(SessionRecorderTest, isNotWokenByALook)
 
     EXPECT_EQ(standing(), Standing::paused);
     EXPECT_THAT(recording().calls, ElementsAre("pause"));
-    clock.advance(1s); // The countdown went on.
+    clock.advance(1s); // The countdown continues.
     EXPECT_EQ(standing(), Standing::idle);
 }
 
@@ -180,7 +180,7 @@ TEST_F(SessionRecorderTest, goesOnInTheSameFileAtAnAction)
     EXPECT_EQ(standing(), Standing::recording);
     EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
     EXPECT_THAT(capturing, ElementsAre(true, false, true));
-    for (int i = 0; i < 5; ++i) { // The end that was due is not.
+    for (int i = 0; i < 5; ++i) { // The pending end was cancelled.
         clock.advance(9s);
         act();
     }
@@ -229,7 +229,7 @@ TEST_F(SessionRecorderTest, mixesNoTwoConnections)
     EXPECT_THAT(capturing, ElementsAre(true, false, true, false, true));
 }
 
-TEST_F(SessionRecorderTest, takesNoConnectionForOneOfItsOwn)
+TEST_F(SessionRecorderTest, takesNoConnectionForAConnectionToo)
 {
     act("a");
     act(std::nullopt);
@@ -274,7 +274,7 @@ TEST_F(SessionRecorderTest, cutsALongSessionAtNoLook)
     EXPECT_THAT(recording().calls, IsEmpty());
 }
 
-TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhileRecording)
+TEST_F(SessionRecorderTest, finishNowEndsARunningRecording)
 {
     act();
     finish();
@@ -287,7 +287,7 @@ TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhileRecording)
     EXPECT_THAT(recording().calls, ElementsAre("finish"));
 }
 
-TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhilePaused)
+TEST_F(SessionRecorderTest, finishNowEndsAPausedRecording)
 {
     act();
     clock.advance(10s);
@@ -298,7 +298,7 @@ TEST_F(SessionRecorderTest, endsAtOnceWhenToldToWhilePaused)
     EXPECT_EQ(sleepers(), 0u);
 }
 
-TEST_F(SessionRecorderTest, callsNobodyWithNothingOpen)
+TEST_F(SessionRecorderTest, callsNoHandlerWithNothingOpen)
 {
     finish();
     finish(true);
@@ -307,7 +307,7 @@ TEST_F(SessionRecorderTest, callsNobodyWithNothingOpen)
     EXPECT_THAT(capturing, IsEmpty());
 }
 
-TEST_F(SessionRecorderTest, callsNobodyWithoutAFile)
+TEST_F(SessionRecorderTest, callsNoHandlerWithoutAFile)
 {
     act();
     recording().givesFile = false;
@@ -317,7 +317,7 @@ TEST_F(SessionRecorderTest, callsNobodyWithoutAFile)
     EXPECT_THAT(finished, IsEmpty());
 }
 
-TEST_F(SessionRecorderTest, needsNobodyToTell)
+TEST_F(SessionRecorderTest, needsNoHandlers)
 {
     SessionRecorder::Services alone = services();
     alone.hiddenBundleIds = {};
@@ -431,7 +431,7 @@ TEST_F(SessionRecorderTest, survivesAListOfHiddenApplicationsThatFails)
     EXPECT_NO_THROW(act());
 
     EXPECT_EQ(standing(), Standing::idle);
-    EXPECT_THAT(recordings, IsEmpty()); // It would show what is hidden.
+    EXPECT_THAT(recordings, IsEmpty()); // It might show hidden applications.
 }
 
 TEST_F(SessionRecorderTest, overwritesNoRecordingOfTheSameSecond)
@@ -454,11 +454,11 @@ TEST_F(SessionRecorderTest, stopsRecordingWhereTheCountdownRanOut)
     EXPECT_THAT(recording().pausedAt, ElementsAre(Instant{} + 10s));
 }
 
-TEST_F(SessionRecorderTest, stopsRecordingWhereTheCountdownRanOutBeforeItGoesOn)
+TEST_F(SessionRecorderTest, pausesWhereTheCountdownExpiredBeforeItResumes)
 {
     act();
     clock.jump(8h);
-    act(); // Faster than the countdown.
+    act(); // Runs before the expired countdown.
 
     EXPECT_THAT(recording().calls, ElementsAre("pause", "resume"));
     EXPECT_THAT(recording().pausedAt, ElementsAre(Instant{} + 10s));

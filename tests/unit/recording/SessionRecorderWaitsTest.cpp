@@ -12,7 +12,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-/// What happens while the recorder waits for others.
+/// The recorder while it waits for other parts.
 class SessionRecorderWaitsTest : public RecorderHarness {
 public:
     std::function<Task<>()> taking(Duration time)
@@ -61,7 +61,7 @@ TEST_F(SessionRecorderWaitsTest, hasAnOpenFileUntilItIsClosed)
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
-TEST_F(SessionRecorderWaitsTest, holdsNobodyUpWhileARecordingIsHandedOn)
+TEST_F(SessionRecorderWaitsTest, delaysNoActionWhileARecordingIsHandedOn)
 {
     handingOn = taking(300s);
     act("a");
@@ -163,7 +163,7 @@ TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenARecordingThatIsBeingClosedIsClose
     auto const ended = begin([this] { return recorder->finishNow(true); });
     clock.advance(5s);
     EXPECT_FALSE(*ended);
-    EXPECT_THAT(finished, ElementsAre(Pair(testing::_, true))); // Nobody is asked any more.
+    EXPECT_THAT(finished, ElementsAre(Pair(testing::_, true))); // The person is no longer asked.
     EXPECT_TRUE(recorder->hasOpenFile());
 
     clock.advance(1s);
@@ -199,9 +199,9 @@ TEST_F(SessionRecorderWaitsTest, holdsAnActionUpNoLongerThanItsPatience)
 
     clock.advance(1ms);
     EXPECT_TRUE(*acted);
-    EXPECT_TRUE(*beginAct()); // Nor the next ones at all.
+    EXPECT_TRUE(*beginAct()); // Further actions do not wait at all.
 
-    clock.advance(58s); // The recording begins behind the action.
+    clock.advance(58s); // The recording starts after the action.
     EXPECT_TRUE(recorder->isRecording());
     clock.advance(10s);
     EXPECT_FALSE(recorder->isRecording());
@@ -291,7 +291,7 @@ TEST_F(SessionRecorderWaitsTest, startsAnewWhenTheRecordingEndsWhileItsFilterIsT
     hidden = {"org.keys"};
     recording().beforeFilter = taking(1500ms);
     auto const acted = beginAct();
-    clock.advance(1500ms); // The countdown to the end ran out meanwhile.
+    clock.advance(1500ms); // The countdown to the end expires in the meantime.
 
     EXPECT_TRUE(*acted);
     ASSERT_THAT(recordings, SizeIs(2));
@@ -327,7 +327,7 @@ TEST_F(SessionRecorderWaitsTest, startsNothingWhenItWasStoppedWhileItsFilterIsTa
     EXPECT_EQ(sleepers(), 0u);
 }
 
-TEST_F(SessionRecorderWaitsTest, survivesThoseThatItTells)
+TEST_F(SessionRecorderWaitsTest, survivesAFailingCallback)
 {
     handingOn = []() -> Task<> {
         throw std::runtime_error("no queue");
@@ -338,7 +338,7 @@ TEST_F(SessionRecorderWaitsTest, survivesThoseThatItTells)
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
-/// The recorder with real recordings on a screen and a file in memory.
+/// The recorder with real writers, on a screen and video files in memory.
 class RecordingTest : public RecorderHarness {
 public:
     RecordingTest()

@@ -15,8 +15,7 @@
 
 namespace zelvo {
 
-/// An uploader of recordings on a machine in memory, whose person shares the recordings of the connection
-/// "c1".
+/// An uploader on a machine in memory. The person shares recordings with the connection "c1".
 class UploaderHarness : public ConnectionsHarness {
 protected:
     UploaderHarness()
@@ -27,14 +26,14 @@ protected:
         state.setShareRecordings(true, "c1");
     }
 
-    /// Ends what still waits, while what it uses stands.
+    /// Ends all waiting tasks while everything they reference is still alive.
     void TearDown() override
     {
         platform.loading.fail(NetworkFailure::Kind::cancelled);
         settle();
     }
 
-    /// A recording on disk.
+    /// Creates a recording on disk.
     FinishedRecording recording(std::string name, std::optional<std::string> connectionId = "c1") const
     {
         std::filesystem::path const file = folder.path / name;
@@ -44,7 +43,7 @@ protected:
                 .platformName = "Acme",
                 .durationSec = 12.5};
     }
-    /// Puts a recording into the queue, as an earlier run left it.
+    /// Adds a recording to the stored queue, as an earlier run would have left it.
     std::string enqueue(std::string name, std::int64_t attempts = 0, std::string connectionId = "c1")
     {
         std::string const path = recording(std::move(name)).file;
@@ -86,7 +85,7 @@ protected:
         platform.loading.answer(200, R"({"recordingId":")" + recordingId +
                                          R"(","uploadUrl":"https://store.test/)" + recordingId + R"("})");
     }
-    /// Answers all three steps of one recording.
+    /// Answers all three steps of one upload with success.
     void accepted(std::string recordingId = "r1")
     {
         announced(std::move(recordingId));
@@ -110,7 +109,7 @@ protected:
     {
         return localized("recording.keptLocal", {explain(reason)});
     }
-    /// One line says that the recording stays here, and why.
+    /// Expects one log entry: the recording stays here, and why.
     void expectKeptLocal(std::string const& reason)
     {
         ASSERT_THAT(lines(), testing::SizeIs(1));

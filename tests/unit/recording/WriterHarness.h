@@ -18,7 +18,7 @@
 
 namespace zelvo {
 
-/// A recording in the making, of a screen that changes when a test says so.
+/// A running recording of a screen that changes on the test's command.
 class WriterHarness : public testing::Test {
 public:
     RecordingOutput& begin(std::optional<std::string> connectionId = "c")
@@ -32,7 +32,7 @@ public:
         return *writer;
     }
 
-    /// Moves on to a time from the start.
+    /// Advances the clock to a time since the start.
     void goTo(Duration time) { clock.advance(Instant{} + time - clock.now()); }
     /// The screen changes at that time.
     void frameAt(Duration time, std::uint8_t shade = 128)
