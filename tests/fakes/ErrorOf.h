@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// The kind of failure that a call ends with; nothing when it goes through.
+/// The AgentError that a call throws; `nullopt` if it throws none.
 template <class F>
 std::optional<AgentError> errorOf(F call)
 {

@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// An element of a made-up interface. What is nothing cannot be read.
+/// An element of a fake interface. An absent member cannot be read.
 struct FakeElement {
     std::optional<std::string> role = "AXGroup";
     std::optional<std::string> subrole = {};
@@ -26,7 +26,7 @@ struct FakeElement {
     std::optional<DesktopSize> size = DesktopSize{100, 50};
     std::vector<std::string> actions = {};
     std::optional<std::vector<FakeElement>> children = std::vector<FakeElement>{};
-    std::optional<std::int32_t> pid = {}; ///< of another process than its parent's
+    std::optional<std::int32_t> pid = {}; ///< if it differs from its parent's
     bool hidesParent = false;             ///< its parent cannot be read
 };
 
@@ -36,14 +36,14 @@ struct FakeApplication {
     std::optional<FakeElement> focusedWindow = {};
     std::optional<FakeElement> menuBar = {};
     std::map<AccessibilityAttribute, bool> flags = {};
-    std::map<AccessibilityAttribute, bool> accepts = {}; ///< which flags may be set
+    std::map<AccessibilityAttribute, bool> accepts = {}; ///< whether a flag may be set
     bool isSilent = false;
 };
 
-/// What was asked, in one list: "AXValue Title", "AXPosition", and so on by the enumerator's name.
+/// One query to an element.
 struct FakeQuestion {
     AccessibilityAttribute attribute{};
-    std::string title; ///< of the element, empty without one
+    std::string title; ///< of the element; empty if it has none
     bool operator==(FakeQuestion const&) const = default;
 };
 
@@ -52,12 +52,12 @@ public:
     std::map<std::int32_t, FakeApplication> applications;
     std::vector<FakeQuestion> questions;
     std::vector<std::string> written;  ///< "100 manualAccessibility on"
-    std::vector<std::int32_t> readers; ///< the process of each reader that was made
-    std::vector<Duration> timeouts;    ///< the messaging time-out of each
+    std::vector<std::int32_t> readers; ///< the process of each reader
+    std::vector<Duration> timeouts;    ///< the messaging timeout of each reader
     std::vector<AccessibilityPlan> plans;
-    std::vector<DesktopPoint> hits; ///< where elements were looked for
+    std::vector<DesktopPoint> hits; ///< the points of all hit tests
     std::function<void(FakeQuestion const&)> onQuestion;
-    std::function<void(std::size_t)> onReader; ///< told how many were made, before this one reads
+    std::function<void(std::size_t)> onReader; ///< called with the number of readers before a new one reads
     std::function<void(std::int32_t)> unreadable;
     int switchedOn = 0;
     int switchedOff = 0;
@@ -265,7 +265,7 @@ private:
                     return found;
             return nullptr;
         }
-        /// What is drawn last lies on top.
+        /// The child drawn last is on top.
         static FakeElement const* deepest(FakeElement const& element, DesktopPoint point)
         {
             for (FakeElement const& child : std::views::reverse(below(element)))

@@ -9,7 +9,7 @@
 
 namespace zelvo {
 
-/// A child in memory: a test writes its outputs, closes them and ends it, and sees what it was sent.
+/// A child in memory. A test writes and closes its outputs, ends it, and reads the signals that it got.
 class FakeChild {
 public:
     ChildLaunch launch;
@@ -18,7 +18,7 @@ public:
     std::function<void(GroupSignal)> onSignal;
     bool isRunning = true;
     bool isLetGo = false;
-    std::size_t readBytes = 0; ///< of both outputs together
+    std::size_t readBytes = 0; ///< sum of both outputs
 
     void write(ChildStream stream, std::string text)
     {
@@ -30,13 +30,13 @@ public:
         Pipe& pipe = pipes.at(static_cast<std::size_t>(stream));
         pipe.readers.notifyAll([&] { pipe.isClosed = true; });
     }
-    /// The process ends; its outputs stay open for whoever holds them.
+    /// The process ends; its outputs stay open.
     void exit(std::int32_t code)
     {
         isRunning = false;
         waiting.notifyAll([&] { status = code; });
     }
-    /// The process ends and nobody holds its outputs.
+    /// The process ends and its outputs are closed.
     void end(std::int32_t code)
     {
         close(ChildStream::output);
@@ -71,12 +71,12 @@ private:
     AsyncCondition waiting;
 };
 
-/// Starts children in memory, and keeps them for the test.
+/// Starts children in memory and keeps them for the test.
 class FakeChildProcesses final : public ChildProcesses {
 public:
     std::vector<std::shared_ptr<FakeChild>> children;
-    std::optional<std::string> failure;                       ///< what the next launches fail with
-    std::function<void(std::shared_ptr<FakeChild>)> onLaunch; ///< called when the child is there
+    std::optional<std::string> failure;                       ///< if set, launches fail with it
+    std::function<void(std::shared_ptr<FakeChild>)> onLaunch; ///< called after the launch
     bool areTerminated = false;
 
     FakeChild& last() { return *children.at(children.size() - 1); }

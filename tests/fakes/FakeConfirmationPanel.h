@@ -10,7 +10,7 @@
 
 namespace zelvo {
 
-/// What a fake panel was told, and what a test does to it. Lives on when the panel has gone.
+/// The calls that a fake panel got, and what a test does to it. Outlives the panel.
 struct FakePanelRecord {
     PanelContents contents;
     std::uint32_t id = 0;
@@ -19,16 +19,16 @@ struct FakePanelRecord {
     bool isGone = false;
     Instant end{};
     DesktopRect frame{.x = 430, .y = 250, .width = 420, .height = 180};
-    ConfirmationPanel::Reports reports; ///< kept when the panel is taken away, to try what comes too late
+    ConfirmationPanel::Reports reports; ///< kept after takeAway(), so that tests can call them too late
 };
 
-/// Makes panels that stand in a FakeWindowFocus as windows 1001, 1002 and so on.
+/// Makes panels that are windows 1001, 1002 and so on of a FakeWindowFocus.
 class FakePanels {
 public:
     explicit FakePanels(FakeWindowFocus& focus) : focus(focus) {}
 
     std::vector<std::shared_ptr<FakePanelRecord>> made;
-    bool closesSlowly = false; ///< the server keeps a panel on the screen until close() of the focus
+    bool closesSlowly = false; ///< panels stay on the screen until the test calls FakeWindowFocus::close()
     std::function<void(FakePanelRecord&)> onShow;
 
     FakePanelRecord& last() { return *made.back(); }

@@ -14,7 +14,7 @@
 
 namespace zelvo {
 
-/// Keeps what was asked, and answers as it is told: at once, or, without an answer, when answer() is called.
+/// Records the questions. Answers at once with `decision`; if that is empty, when answer() is called.
 class FakeConfirming final : public Confirming {
 public:
     struct Question {
@@ -26,8 +26,8 @@ public:
 
     std::vector<Question> questions;
     std::optional<ConfirmationDecision> decision = ConfirmationDecision::allowed(false);
-    std::function<void()> onAsk; ///< called with the question kept and not yet answered
-    int open = 0;                ///< questions that wait for an answer
+    std::function<void()> onAsk; ///< called after the question is recorded and before it is answered
+    int open = 0;                ///< unanswered questions
 
     Task<> confirm(ConfirmationSubject subject, std::string platformName, std::int64_t timeoutMs) override
     {
@@ -44,7 +44,7 @@ public:
             throw AgentError::confirmationTimeout;
     }
 
-    /// Answers every question that waits, and those to come.
+    /// Answers all open and all later questions.
     void answer(ConfirmationDecision made)
     {
         decision = made;

@@ -18,7 +18,7 @@
 
 namespace zelvo {
 
-/// The small fakes: each shows what a test set, and keeps what it was told.
+/// The small fakes. Each returns what a test has set and records its calls.
 
 class FakeInformationDictionary final : public InformationDictionary {
 public:
@@ -111,15 +111,15 @@ public:
     std::map<std::int32_t, RunningApplication> running;
     std::vector<std::string> openedUrls;
     int looks = 0;
-    std::function<void(int)> onLook; ///< called with the number of the look
+    std::function<void(int)> onLook; ///< called with `looks`
     std::vector<RunningApplication> applications;
     std::map<std::string, std::string> locations;      ///< by identifier
     std::map<std::string, std::string> namedLocations; ///< by name
     std::map<std::string, ApplicationBundle> bundles;  ///< by location
     std::vector<std::string> opened;                   ///< locations
-    std::optional<bool> mayStart;                      ///< the last one of them, if it does not run
-    std::optional<std::string> openFailure;            ///< what opening fails with
-    std::function<void(std::string const&)> onOpen;    ///< called with the location before opening ends
+    std::optional<bool> mayStart;                      ///< whether the last open may start the application
+    std::optional<std::string> openFailure;            ///< if set, opening fails with it
+    std::function<void(std::string const&)> onOpen;    ///< called with the location before open() returns
 
     std::optional<RunningApplication> frontmostApplication() override
     {

@@ -8,18 +8,18 @@
 
 namespace zelvo {
 
-/// Keeps what was posted.
+/// Records the posted events.
 class FakeEventPosting final : public EventPosting {
 public:
     std::vector<PostedEvent> posted;
-    std::vector<std::string> texts; ///< what beginText was told
+    std::vector<std::string> texts; ///< arguments of beginText()
     int endedTexts = 0;
     int releases = 0;
     int drains = 0;
     DesktopPoint pointer;
-    std::optional<std::size_t> refusesAfter;         ///< events that are made before one is refused
-    std::function<void(PostedEvent const&)> onReady; ///< called while an event keeps apart from earlier ones
-    std::function<void(PostedEvent const&)> onPost;  ///< called before an event is kept
+    std::optional<std::size_t> refusesAfter;         ///< the number of events before one is refused
+    std::function<void(PostedEvent const&)> onReady; ///< called by ready()
+    std::function<void(PostedEvent const&)> onPost;  ///< called before an event is recorded
 
     Task<> ready(PostedEvent event) override
     {

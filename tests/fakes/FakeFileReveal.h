@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// Keeps what it was to show.
+/// Records the paths.
 class FakeFileReveal final : public FileReveal {
 public:
     std::vector<std::filesystem::path> revealed;

@@ -14,24 +14,24 @@
 
 namespace zelvo {
 
-/// Files in memory, by their paths without links.
+/// Files in memory, by path without links.
 class FakeFileSystem final : public FileSystem {
 public:
     struct Node {
         FileNode::Kind kind = FileNode::Kind::other;
-        std::string content; ///< of a file, or where a link leads
+        std::string content; ///< of a file; for a link its target
         bool isRegular = true;
     };
 
     std::map<std::string, Node, std::less<>> nodes{{"/", {.kind = FileNode::Kind::folder, .content = {}}}};
     std::map<std::string, std::string, std::less<>> homes{{"", "/home/me"}};
     std::string current = "/";
-    std::function<void()> onUse;           ///< runs between judging and opening
-    std::optional<std::uint64_t> toldSize; ///< instead of the true one
-    bool tellsSize = true;                 ///< false: as when attributes can't be read
-    int failure = 0;                       ///< errno of every use
-    std::vector<PlaceInFolder> opened;     ///< places that were asked for, also in vain
-    std::vector<PlaceInFolder> replaced;   ///< the same
+    std::function<void()> onUse;           ///< called between check and open
+    std::optional<std::uint64_t> toldSize; ///< reported instead of the true size
+    bool tellsSize = true;                 ///< false simulates unreadable attributes
+    int failure = 0;                       ///< errno of every access
+    std::vector<PlaceInFolder> opened;     ///< including failed calls
+    std::vector<PlaceInFolder> replaced;   ///< including failed calls
     std::vector<std::string> looked;
 
     void addFolder(std::string_view path)

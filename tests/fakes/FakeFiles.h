@@ -10,13 +10,13 @@
 
 namespace zelvo {
 
-/// Granted files in memory, under the paths as they are asked for.
+/// Granted files in memory, by the path that callers use.
 class FakeFiles final : public FileGate {
 public:
     std::map<std::string, std::string> contents;             ///< what a test reads and sets
     std::vector<std::string> readPaths;                      ///< in the order of the calls
-    std::vector<std::pair<std::string, std::string>> writes; ///< path and data, also of those that failed
-    std::exception_ptr failure;                              ///< what every call throws
+    std::vector<std::pair<std::string, std::string>> writes; ///< path and data, including failed calls
+    std::exception_ptr failure;                              ///< if set, every call throws it
 
     Task<std::string> read(std::string path) override
     {

@@ -11,13 +11,13 @@
 
 namespace zelvo {
 
-/// Answers calls with what a test prepared, in order; a call without an answer waits for one. The file of an
-/// upload is not looked at.
+/// Answers calls with the test's prepared answers, in order. A call without an answer waits for one. Never
+/// reads the file of an upload.
 class FakeHttpLoading final : public HttpLoading {
 public:
     std::vector<HttpRequest> requests;
     std::vector<HttpUpload> uploads;
-    int endings = 0; ///< calls of endCalls(), which leaves the answers to the test
+    int endings = 0; ///< calls of endCalls(), which answers nothing by itself
 
     void answer(int status, std::string body)
     {
@@ -28,7 +28,7 @@ public:
         arrivals.notifyAll([&] { answers.emplace_back(NetworkFailure{kind, std::move(description)}); });
     }
 
-    /// Says that so many bytes of the last upload have gone out; it fails when it is not to go on.
+    /// Reports progress of the last upload. The upload fails if its callback returns false.
     void progress(std::int64_t sent)
     {
         if (uploads.empty() || !uploads.back().onProgress)

@@ -13,10 +13,10 @@ class FakePasteboard final : public Pasteboard {
 public:
     std::string content;
     std::int64_t changes = 0;
-    std::function<void()> onText; ///< called before the text is given
-    bool refuses = false;         ///< the system does not take what is set
-    int handedOver = 0;           ///< how often
-    mutable int looks = 0;        ///< at the change counter
+    std::function<void()> onText; ///< called before the text is returned
+    bool refuses = false;         ///< setting a text fails
+    int handedOver = 0;           ///< number of calls
+    mutable int looks = 0;        ///< reads of the change counter
 
     /// Some application copies.
     void copy(std::string text)

@@ -58,15 +58,15 @@ public:
     FakeHttpLoading loading;
     FakeChildProcesses processes;
 
-    /// A reader that waits and its socket hold each other until the socket ends. The reader does not run
-    /// again: it is dropped with the io_context.
+    /// Breaks the cycle between a socket and its waiting reader. The reader does not run again; it is
+    /// destroyed with the io_context.
     ~FakePlatform() override
     {
         for (auto const& socket : opener.opened)
             socket->cancel(std::nullopt);
     }
 
-    /// Runs what is ready until nothing is.
+    /// Runs ready handlers until there are none.
     void settle() { zelvo::settle(io); }
 
     Clock& clock() override { return time; }

@@ -7,7 +7,7 @@
 
 namespace zelvo {
 
-/// Sees the elements that a test sets, and the application in front that another probe sees.
+/// Returns the elements that a test sets, and the frontmost application from another probe.
 class FakeProbe final : public ElementProbing {
 public:
     explicit FakeProbe(ElementProbing& desktop) : desktop(desktop) {}

@@ -7,11 +7,11 @@
 
 namespace zelvo {
 
-/// A screen that gives grey pictures and keeps what it was asked for.
+/// A screen that returns grey pictures and records the requests.
 class FakeScreenSource final : public ScreenSource {
 public:
     std::vector<Display> attached = {{.id = 7, .widthPoints = 1512, .heightPoints = 982, .scaleFactor = 1}};
-    std::optional<std::vector<Display>> capturable; ///< when other than `attached`
+    std::optional<std::vector<Display>> capturable; ///< if it differs from `attached`
     std::vector<CaptureRequest> requests;
     std::optional<ScreenFailure> failsWith;
     std::vector<std::function<void()>> observers;

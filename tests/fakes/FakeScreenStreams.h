@@ -12,25 +12,25 @@
 
 namespace zelvo {
 
-/// Streams that deliver what a test tells them to, on the queue that they were opened with.
+/// Streams that deliver the test's frames on their own queue.
 class FakeScreenStreams final : public ScreenStreams {
 public:
-    /// One stream, for as long as anybody wants to look at it.
+    /// The record of one stream; outlives the stream.
     struct Opened {
-        ScreenStreamRequest request; ///< its display is the newest
+        ScreenStreamRequest request; ///< its display is updated by updateFilter()
         Executor queue;
         std::weak_ptr<ScreenStreamOutput> output;
         std::vector<std::set<std::string>> filters; ///< the first one and each update
-        std::vector<bool> wanted;                   ///< each change
+        std::vector<bool> wanted;                   ///< arguments of setWanted()
         bool stopped = false;
-        bool ended = false; ///< its object has gone
+        bool ended = false; ///< the stream is destroyed
     };
 
     std::vector<std::shared_ptr<Opened>> opened;
     std::optional<ScreenFailure> openFailure;
     std::optional<ScreenFailure> updateFailure;
     std::optional<ScreenFailure> stopFailure;
-    std::function<Task<>()> beforeUpdate; ///< runs before a filter is taken over
+    std::function<Task<>()> beforeUpdate; ///< runs before a filter takes effect
     std::function<void()> onStop;
 
     Task<std::unique_ptr<ScreenStream>>
@@ -49,9 +49,9 @@ public:
 
     Opened& last() { return *opened.back(); }
 
-    /// The screen of the last stream changes to this shade of grey.
+    /// Delivers a frame in this shade of grey to the last stream.
     void deliver(Instant time, std::uint8_t shade = 128) { deliver(ScreenFrame{.time = time}, shade); }
-    /// The same with a status of its own; without a picture for none.
+    /// Delivers a frame with any status to the last stream; without a picture if `shade` is absent.
     void deliver(ScreenFrame frame, std::optional<std::uint8_t> shade)
     {
         CaptureRequest const& size = last().request.picture;
@@ -73,7 +73,7 @@ public:
             output->frameArrived(frame);
         });
     }
-    /// The last stream ends by itself.
+    /// Ends the last stream with a failure.
     void end(std::string reason)
     {
         asio::post(last().queue, [state = opened.back(), reason = std::move(reason)] {

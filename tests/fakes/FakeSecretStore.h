@@ -11,9 +11,9 @@ namespace zelvo {
 class FakeSecretStore final : public SecretStore {
 public:
     std::map<std::pair<std::string, std::string>, std::string> items; ///< by service and account
-    std::optional<std::int32_t> refusesWith;                          ///< the status that set() fails with
-    std::function<void()> becameAvailable;                            ///< what a test calls
-    std::function<Task<>()> delay; ///< waited for between the reading of an item and its answer
+    std::optional<std::int32_t> refusesWith; ///< if set, set() fails with this status
+    std::function<void()> becameAvailable;   ///< called by the test
+    std::function<Task<>()> delay;           ///< awaited after an item is read and before get() returns
 
     Task<std::optional<std::string>> get(std::string service, std::string account) override
     {

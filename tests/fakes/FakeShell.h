@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// A shell that keeps what it was asked to run, and gives the result that a test sets.
+/// Records the commands and returns the test's result.
 class FakeShell final : public Shell {
 public:
     struct Run {
@@ -24,7 +24,7 @@ public:
 
     std::vector<Run> runs;
     ShellRunResult result;
-    std::exception_ptr failure; ///< what every call throws
+    std::exception_ptr failure; ///< if set, every call throws it
 
     Task<ShellRunResult> run(std::string command,
                              std::optional<std::string> cwd,

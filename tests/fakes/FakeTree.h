@@ -5,7 +5,7 @@
 
 namespace zelvo {
 
-/// Gives the elements that a test wants to be seen, and keeps what it was asked for.
+/// Returns the test's elements and records the calls.
 class FakeTree final : public TreeCapturing {
 public:
     struct Asked {

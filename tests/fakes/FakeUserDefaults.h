@@ -9,12 +9,12 @@
 
 namespace zelvo {
 
-/// Settings in memory, each as the content that its file would have.
+/// Settings in memory, each as the content of its file.
 class FakeUserDefaults final : public UserDefaults {
 public:
     std::map<std::string, std::string, std::less<>> contents; ///< what a test reads and sets
     int writtenCalls = 0;
-    int finalWrites = 0; ///< at the normal end
+    int finalWrites = 0; ///< final writes at the normal end
 
     std::optional<std::string> text(std::string_view key) override
     {

@@ -8,7 +8,7 @@
 
 namespace zelvo {
 
-/// Keeps what it was to show: title and body.
+/// Records title and body of each notification.
 class FakeUserNotifications final : public UserNotifications {
 public:
     std::vector<std::pair<std::string, std::string>> shown;

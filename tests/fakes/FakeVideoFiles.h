@@ -9,28 +9,28 @@
 
 namespace zelvo {
 
-/// Videos in memory, which can fail at any call.
+/// Video files in memory. Every call can be made to fail.
 class FakeVideoFiles final : public VideoFiles {
 public:
     struct Frame {
         Duration time{};
-        std::uint8_t shade = 0; ///< of the picture's first byte
+        std::uint8_t shade = 0; ///< the picture's first byte
         bool isRepeated = false;
         bool operator==(Frame const&) const = default;
     };
-    /// One video, for as long as anybody wants to look at it.
+    /// The record of one video file; outlives the VideoFile.
     struct Video {
         VideoSettings settings;
         std::vector<Frame> frames;
-        std::optional<Duration> end; ///< once it was closed
+        std::optional<Duration> end; ///< set by finish()
         bool cancelled = false;
-        bool released = false; ///< its object has gone
+        bool released = false; ///< the VideoFile is destroyed
     };
 
     std::vector<std::shared_ptr<Video>> videos;
     std::optional<VideoFailure> createFailure;
     bool isReady = true;
-    bool writes = true; ///< of append and repeat
+    bool writes = true; ///< result of append() and repeat()
     bool closes = true;
 
     std::unique_ptr<VideoFile> create(VideoSettings settings) override

@@ -8,11 +8,11 @@
 
 namespace zelvo {
 
-/// Folders in memory: those that were made, and the files in them.
+/// Folders and files in memory.
 class FakeVideoFolders final : public VideoFolders {
 public:
     std::filesystem::path videos = "/home/me/Videos";
-    std::map<std::filesystem::path, std::optional<Date>> stored; ///< by path, with the creation date
+    std::map<std::filesystem::path, std::optional<Date>> stored; ///< files with their creation date
     std::set<std::filesystem::path> made;
     std::set<std::filesystem::path> unremovable;
     int makeFailure = 0; ///< errno

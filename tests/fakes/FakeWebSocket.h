@@ -10,28 +10,28 @@
 
 namespace zelvo {
 
-/// A socket whose other end is the test.
+/// A socket whose peer is the test.
 class FakeWebSocket final : public WebSocket {
 public:
     WebSocketRequest request;
-    std::vector<std::string> sent;                       ///< what the client sent, in order
-    std::vector<std::function<void(bool)>> pendingPings; ///< not yet answered
+    std::vector<std::string> sent;                       ///< messages from the client, in order
+    std::vector<std::function<void(bool)>> pendingPings; ///< unanswered pings
     int pings = 0;
     bool refusesToSend = false;
-    bool held = false; ///< what readingWasHeld() says
+    bool held = false; ///< result of readingWasHeld()
     std::optional<int> status;
     std::optional<int> code;
     std::optional<std::string> reason;
     bool cancelled = false;
     std::optional<int> cancelCode;
-    int receives = 0; ///< how many messages were asked for
+    int receives = 0; ///< calls of receive()
 
     /// The peer sends a message.
     void deliver(std::string text, WebSocketMessage::Kind kind = WebSocketMessage::Kind::text)
     {
         arrivals.notifyAll([&] { inbox.push_back({kind, std::move(text)}); });
     }
-    /// The session ends, and with it the hope for pongs.
+    /// The session ends; pending pings fail.
     void fail(NetworkFailure::Kind kind, std::string description = "ended")
     {
         arrivals.notifyAll([&] {
@@ -91,8 +91,8 @@ private:
 
 class FakeWebSocketOpener final : public WebSocketOpener {
 public:
-    std::vector<std::shared_ptr<FakeWebSocket>> opened; ///< the newest last
-    bool refusesToSend = false;                         ///< for the sockets to come
+    std::vector<std::shared_ptr<FakeWebSocket>> opened; ///< newest last
+    bool refusesToSend = false;                         ///< for later sockets
 
     FakeWebSocket& last() { return *opened.back(); }
 

@@ -8,12 +8,12 @@
 
 namespace zelvo {
 
-/// A window manager that does at once what it is asked, unless a test tells it not to.
+/// A window manager that carries out requests at once, unless a test sets isDeaf.
 class FakeWindowFocus final : public WindowFocus {
 public:
-    std::vector<std::uint32_t> onScreen; ///< in the order in which they had the keyboard, the last has it now
+    std::vector<std::uint32_t> onScreen; ///< in focus order; the last one has the keyboard focus
     std::vector<std::string> log;
-    bool isDeaf = false; ///< nothing that is asked for happens
+    bool isDeaf = false; ///< requests have no effect
     bool keyIsDown = false;
 
     void open(std::uint32_t window) { toTheEnd(window); }

@@ -6,8 +6,8 @@
 
 namespace zelvo {
 
-/// A clock that stands still until a test advances it. With an io_context, advance() runs what was woken
-/// before it returns.
+/// A clock that moves only when a test advances it. With an io_context, advance() runs the woken tasks before
+/// it returns.
 class ManualClock final : public Clock {
 public:
     explicit ManualClock(asio::io_context* io = nullptr) : io(io) {}
@@ -18,8 +18,7 @@ public:
         return start + std::chrono::duration_cast<std::chrono::microseconds>(time - Instant{});
     }
 
-    /// Moves time on, stopping at each moment at which somebody is due, so that periodic waits come out in
-    /// order.
+    /// Advances time and stops at each due time on the way, so that periodic sleepers wake in order.
     void advance(Duration duration)
     {
         Instant const target = time + duration;
@@ -35,7 +34,7 @@ public:
         settle();
     }
 
-    /// Moves time on without waking anybody, for a test that stands inside of a task.
+    /// Advances time without waking anybody, for a test that runs inside a task.
     void jump(Duration duration) { time += duration; }
 
     std::size_t sleeperCount() const { return queue.size(); }

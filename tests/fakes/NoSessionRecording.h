@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// Recordings nothing, for tests of other things.
+/// Records nothing, for tests of other parts.
 class NoSessionRecording final : public SessionRecording {
 public:
     Task<> agentActed(std::optional<std::string>, std::string) override { co_return; }

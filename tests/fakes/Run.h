@@ -15,21 +15,20 @@
 
 namespace zelvo {
 
-/// All three contexts on one io_context: a test's whole program runs on the test's thread, in a fixed order.
+/// All three contexts on one io_context, so that everything runs on the test's thread in a fixed order.
 inline Contexts contextsOn(asio::io_context& io)
 {
     return {io.get_executor(), io.get_executor(), io.get_executor()};
 }
 
-/// Runs what is ready until nothing is.
+/// Runs ready handlers until there are none.
 inline void settle(asio::io_context& io)
 {
     io.restart();
     io.poll();
 }
 
-/// Runs what is ready, and what becomes ready, until something has happened. Throws when that takes more than
-/// twenty seconds.
+/// Runs a task that does not sleep, and returns its result or throws its exception.
 inline void runUntil(asio::io_context& io, std::function<bool()> const& happened)
 {
     auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
