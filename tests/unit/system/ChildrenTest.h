@@ -16,7 +16,7 @@
 
 namespace zelvo {
 
-/// The state letter of a process, 'Z' for a zombie; nothing when it is gone.
+/// The state letter of a process, 'Z' for a zombie; `nullopt` if it does not exist.
 inline std::optional<char> stateOf(pid_t pid)
 {
     std::string const text = contentOf("/proc/" + std::to_string(pid) + "/stat");
@@ -24,7 +24,7 @@ inline std::optional<char> stateOf(pid_t pid)
     return behindName == std::string::npos ? std::nullopt : std::optional(text.at(behindName + 2));
 }
 
-/// Real children. The agent's part runs on the test's thread; waits end when what they wait for has happened.
+/// Real child processes; the agent's code runs on the test's thread. Waits end when their event happens.
 class ChildrenTest : public testing::Test {
 protected:
     ~ChildrenTest() override { pool.join(); }
@@ -33,6 +33,7 @@ protected:
 
     void until(std::function<bool()> const& happened) { runUntil(io, happened); }
 
+    /// Runs a task to its end and returns its result or throws its exception.
     template <class T>
     T wait(Task<T> task)
     {

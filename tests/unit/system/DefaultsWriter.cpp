@@ -1,5 +1,4 @@
-// Sets "count" and "list" to ever higher numbers, says a number on standard output once it is on disk, and
-// never ends.
+// Sets "count" and "list" to increasing numbers, and prints each number once it is on disk. Never ends.
 #include "platform/portable/settings/FileUserDefaults.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -17,7 +16,7 @@ zelvo::Task<> writeForever(zelvo::FileUserDefaults* defaults, std::int64_t numbe
 {
     for (;; ++number) {
         defaults->setInteger("count", number);
-        // Long enough that a write in pieces would show.
+        // Long enough that a partial write would be visible.
         defaults->setTextArray("list", std::vector<std::string>(2000, std::to_string(number)));
         co_await defaults->written();
         std::string const line = std::to_string(number) + "\n";

@@ -28,7 +28,7 @@ TEST(FileInformationDictionary, isEmptyWithoutAUsableFile)
     EXPECT_EQ(FileInformationDictionary(folder.path / "list").text("a"), std::nullopt);
     EXPECT_EQ(FileInformationDictionary(folder.path / "broken").text("a"), std::nullopt);
     EXPECT_EQ(FileInformationDictionary(folder.path / "absent").text("a"), std::nullopt);
-    FileInformationDictionary const own; // Of this test's executable, which has none.
+    FileInformationDictionary const own; // For this test's executable, which has no Info.json.
     EXPECT_EQ(own.text("ZelvoGatewayURL"), std::nullopt);
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Settings whose writing happens when a test lets it.
+/// Settings that are written to disk only when the test runs the writer.
 class Defaults : public testing::Test {
 protected:
     std::filesystem::path fileOf(std::string const& key) const
@@ -57,7 +57,7 @@ TEST_F(Defaults, isInForceAtOnceAndOnDiskAsJson)
     EXPECT_EQ(defaults.integer("days"), -9007199254740993);
     EXPECT_EQ(defaults.textArray("list"), (Texts{"b", "a"}));
     EXPECT_EQ(defaults.bytes("zelvo.connections"), "[{\"id\": 1}] \n");
-    EXPECT_FALSE(std::filesystem::exists(fileOf("days"))); // Not on the caller's thread.
+    EXPECT_FALSE(std::filesystem::exists(fileOf("days"))); // Not written on the caller's thread.
 
     run(io, defaults.written());
 
@@ -163,7 +163,7 @@ TEST_F(Defaults, writtenResumesWhenNothingCanBeWritten)
 
     run(io, defaults.written());
 
-    EXPECT_EQ(defaults.integer("a"), 1); // It stays in force.
+    EXPECT_EQ(defaults.integer("a"), 1); // The value stays in force.
     defaults.setInteger("a", 2);
     EXPECT_EQ(defaults.integer("a"), 2);
     defaults.writeNow();
@@ -240,7 +240,7 @@ TEST(FileUserDefaults, isOnDiskWithinAMomentUnderALoadOfManyThreads)
     pool.join();
 }
 
-/// A child that writes without end, and what it says is on disk.
+/// A child process that writes continuously and reports what is on disk.
 class Writer {
 public:
     Writer(std::filesystem::path const& folder, std::int64_t from)
@@ -271,7 +271,7 @@ public:
         return std::fgets(line, sizeof line, said) ? std::stoll(line) : -1;
     }
 
-    /// Kills it and gives the last number that it said.
+    /// Kills the child and returns the last number that it printed.
     std::int64_t kill(std::int64_t last)
     {
         ::kill(pid, SIGKILL);
@@ -296,7 +296,7 @@ TEST(FileUserDefaults, aKilledProcessLeavesEveryFileOldOrNewAndNothingUndone)
         std::int64_t const first = writer.nextSaid();
         ASSERT_EQ(first, number);
         std::this_thread::sleep_for(
-            std::chrono::microseconds(random() % 4000)); // A moment of the child's, not of ours.
+            std::chrono::microseconds(random() % 4000)); // Real time, because the child runs on real time.
         std::int64_t const promised = writer.kill(first);
 
         asio::io_context io;
@@ -316,7 +316,7 @@ TEST(FileUserDefaults, aKilledProcessLeavesEveryFileOldOrNewAndNothingUndone)
     last.setInteger("count", 0);
     last.writeNow();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}),
-              2); // No leftovers stay for good.
+              2); // No temporary files remain.
 }
 
 } // namespace

@@ -47,7 +47,7 @@ TEST(Files, refusesWhatIsTooLongOrNoFile)
 
     EXPECT_FALSE(files::read(folder.path / "long", 10));
     EXPECT_TRUE(files::read(folder.path / "long", 11));
-    EXPECT_FALSE(files::read(folder.path / "pipe", 10)); // And does not wait for a writer.
+    EXPECT_FALSE(files::read(folder.path / "pipe", 10)); // Without waiting for a writer.
     EXPECT_FALSE(files::read(folder.path, 10));
     EXPECT_FALSE(files::read(folder.path / "absent", 10));
 }

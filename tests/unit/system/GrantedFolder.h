@@ -12,7 +12,7 @@
 
 namespace zelvo {
 
-/// The gate on real files: a folder "in" that is granted and a folder "out" that is not, side by side.
+/// FileAccess on real files: a granted folder "in" beside a folder "out" that is not granted.
 class GrantedFolder {
 public:
     explicit GrantedFolder(FolderWalk::Method method = FolderWalk::Method::inOneStep)
@@ -28,7 +28,7 @@ public:
         run(io, access.write(path.native(), std::move(data)));
     }
 
-    /// What a use ended with: "ok", a wire code, or the text of the system's failure.
+    /// The outcome of an access: "ok", an error's wire code, or the text of a FileFailure.
     template <class F>
     static std::string outcome(F use)
     {
@@ -50,7 +50,7 @@ public:
         return outcome([&] { write(path, std::move(data)); });
     }
 
-    /// How many names there are in a folder.
+    /// The number of entries in a folder.
     static std::size_t count(std::filesystem::path const& folder)
     {
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 constexpr int rounds = 5000;
 
-/// Swaps two names without end, each time in one step.
+/// Swaps two names continuously, each time in one step.
 class Swapper {
 public:
     Swapper(fs::path one, fs::path two)
@@ -40,12 +40,12 @@ public:
 
 private:
     std::atomic<bool> isEnding = false;
-    std::thread thread; // The last, so that it finds the rest made.
+    std::thread thread; // Last, so that it starts after the other members exist.
 };
 
 class LinkSwap : public testing::TestWithParam<FolderWalk::Method> {
 public:
-    /// What a read gave: the content, or what it ended with.
+    /// The result of a read: the content, or the outcome of its failure.
     std::string reading(fs::path const& path)
     {
         std::string content;
@@ -126,7 +126,7 @@ TEST_P(LinkSwap, nothingIsWrittenOutsideWhileTheGrantedFolderIsSwappedForALink)
 {
     writeFile(files.in / "x", "inside");
     writeFile(files.out / "x", "outside");
-    // The grant stands for a path, so a link there grants where it leads: here to a folder without "x".
+    // The grant applies to a path, so a link there grants its target: here a folder without "x".
     fs::create_directories(files.top.path / "other");
     fs::create_symlink("other", files.top.path / "link");
     std::map<std::string, int> seen;

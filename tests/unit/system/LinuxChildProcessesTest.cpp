@@ -19,7 +19,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Sets what happens on a signal for a test's length.
+/// Sets a signal handler while it exists.
 class ScopedHandler {
 public:
     ScopedHandler(int signal, void (*handler)(int)) : number(signal)
@@ -37,7 +37,7 @@ private:
     struct sigaction before{};
 };
 
-/// A program that was started without the three standard descriptors, for as long as this lives.
+/// Closes the three standard descriptors while it exists, as in a program that was started without them.
 class ClosedStandardDescriptors {
 public:
     ClosedStandardDescriptors()
@@ -86,7 +86,7 @@ protected:
         return text;
     }
 
-    /// What a command prints, which ends well.
+    /// The output of a command that ends with status 0.
     std::string outputOf(ChildLaunch launch)
     {
         auto const child = start(std::move(launch));
@@ -95,7 +95,7 @@ protected:
         return text;
     }
 
-    /// The words of the failure that a launch ends with.
+    /// The text of the LaunchFailure of a launch.
     std::string failureOf(ChildLaunch launch)
     {
         try {
@@ -109,7 +109,7 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(LinuxChildProcessesTest, readsBothOutputsAndTellsTheExitCode)
+TEST_F(LinuxChildProcessesTest, readsBothOutputsAndTheExitCode)
 {
     auto const child = start(shell("echo out; echo err >&2; exit 42"));
     EXPECT_EQ(read(*child, ChildStream::output), "out\n");
@@ -174,7 +174,7 @@ TEST_F(LinuxChildProcessesTest, outputCountsAsHeldOnlyWhileSomebodyCanWrite)
 {
     auto const child = start(shell("echo text"));
     EXPECT_EQ(wait(child->exit()), 0);
-    EXPECT_FALSE(child->isOutputHeld()); // Though nobody has read it yet.
+    EXPECT_FALSE(child->isOutputHeld()); // Although nobody has read it yet.
     EXPECT_EQ(read(*child, ChildStream::output), "text\n");
 }
 
@@ -193,7 +193,7 @@ TEST_F(LinuxChildProcessesTest, noDescriptorOfOursReachesTheChild)
     std::vector<int> seen;
     for (int number = 0; numbers >> number;)
         seen.push_back(number);
-    EXPECT_THAT(seen, ElementsAre(0, 1, 2, 3)); // The last is the folder that ls reads.
+    EXPECT_THAT(seen, ElementsAre(0, 1, 2, 3)); // The last one is the folder that ls reads.
     other->signal(GroupSignal::kill);
     wait(other->exit());
 }
@@ -207,7 +207,7 @@ TEST_F(LinuxChildProcessesTest, signalMaskAndIgnoredSignalsOfOursDoNotReachTheCh
     sigset_t before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_BLOCK, &all, &before);
-    asio::thread_pool blocked(1); // Its thread has them all blocked.
+    asio::thread_pool blocked(1); // Its thread blocks all signals.
     asio::post(blocked, [] {});
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     LinuxChildProcesses fromThere({io.get_executor(), io.get_executor(), blocked.get_executor()});
@@ -215,7 +215,7 @@ TEST_F(LinuxChildProcessesTest, signalMaskAndIgnoredSignalsOfOursDoNotReachTheCh
     std::string const status = read(*child, ChildStream::output);
     for (char const* field : {"SigPnd", "SigBlk", "SigIgn", "SigCgt"})
         EXPECT_THAT(status, HasSubstr(std::string(field) + ":\t0000000000000000\n"));
-    EXPECT_EQ(wait(child->exit()), 0); // Or it would be left to the tests that follow.
+    EXPECT_EQ(wait(child->exit()), 0); // Otherwise the child would remain for later tests.
     blocked.join();
 }
 
@@ -263,7 +263,7 @@ TEST_F(LinuxChildProcessesTest, whatCannotBeStartedRunsNothing)
     EXPECT_THAT(failureOf(missing), HasSubstr("No such file or directory"));
     EXPECT_FALSE(std::filesystem::exists(trace));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
-    EXPECT_EQ(errno, ECHILD); // No zombie of theirs either.
+    EXPECT_EQ(errno, ECHILD); // Not even a zombie.
 }
 
 TEST_F(LinuxChildProcessesTest, withoutFreeDescriptorsNothingRuns)
@@ -271,7 +271,7 @@ TEST_F(LinuxChildProcessesTest, withoutFreeDescriptorsNothingRuns)
     std::filesystem::path const trace = folder.path / "trace";
     rlimit before{};
     ::getrlimit(RLIMIT_NOFILE, &before);
-    // A sanitizer needs descriptors when it sees the type of an object for the first time.
+    // A sanitizer opens descriptors the first time it checks an object's type, so let it do that now.
     EXPECT_THAT(failureOf({.executable = "/nowhere"}), HasSubstr("No such file"));
     int failures = 0;
     // One descriptor more each time, until there are enough.
@@ -290,7 +290,7 @@ TEST_F(LinuxChildProcessesTest, withoutFreeDescriptorsNothingRuns)
     EXPECT_LT(failures, 20);
 }
 
-TEST_F(LinuxChildProcessesTest, leavesNoZombieAndTakesNobodyElsesChild)
+TEST_F(LinuxChildProcessesTest, leavesNoZombieAndReapsNoOtherChild)
 {
     pid_t const foreign = ::fork();
     if (foreign == 0)

@@ -10,7 +10,7 @@ namespace zelvo {
 
 namespace {
 
-TEST(LinuxClock, tellsTheTimeOfTheMachine)
+TEST(LinuxClock, returnsTheTimeOfTheMachine)
 {
     asio::io_context io;
     LinuxClock const clock(io.get_executor());

@@ -33,7 +33,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// For the calling thread and no other.
+/// Installs a seccomp filter for the calling thread only.
 bool takeRules(std::span<sock_filter> rules)
 {
     sock_fprog const program{.len = static_cast<unsigned short>(rules.size()), .filter = rules.data()};
@@ -41,7 +41,7 @@ bool takeRules(std::span<sock_filter> rules)
            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
-/// Lets the calling thread fail with `reason` in openat2.
+/// Makes openat2 fail with `reason` on the calling thread.
 bool refuseOpenat2(int reason)
 {
     sock_filter rules[] = {
@@ -53,7 +53,7 @@ bool refuseOpenat2(int reason)
     return takeRules(rules);
 }
 
-/// Lets the calling thread make no file without a name, like many file systems.
+/// Makes unnamed files (O_TMPFILE) fail on the calling thread, as many file systems do.
 bool refuseUnnamedFiles()
 {
     constexpr unsigned justUnnamed = O_TMPFILE & ~O_DIRECTORY;
@@ -68,7 +68,7 @@ bool refuseUnnamedFiles()
     return takeRules(rules);
 }
 
-/// What a process without any right of its own writes; it has to be somebody else's file system for that.
+/// Writes a file from a process without privileges, as the user `nobody`; true if that succeeds.
 bool writesAsNobody(LinuxFileSystem& machine, fs::path const& folder, std::string const& name)
 {
     pid_t const child = ::fork();
@@ -91,7 +91,7 @@ struct stat factsOf(fs::path const& file)
     return facts;
 }
 
-TEST(LinuxFileSystem, tellsWhatStandsAtAPath)
+TEST(LinuxFileSystem, reportsTheKindOfFileAtAPath)
 {
     GrantedFolder files;
     writeFile(files.in / "file", "x");
@@ -157,7 +157,7 @@ TEST(LinuxFileSystem, keepsAnOldFilesGroup)
     EXPECT_EQ(modeOf(files.in / "file"), 0660u);
 }
 
-/// Another group may then do no more than everybody.
+/// If the group changes, the new group gets no more rights than everybody.
 TEST(LinuxFileSystem, givesNoRightsOfAGroupToAnotherOne)
 {
     if (::getuid() != 0)
@@ -175,7 +175,8 @@ TEST(LinuxFileSystem, givesNoRightsOfAGroupToAnotherOne)
     EXPECT_EQ(modeOf(files.in / "file"), 0644u);
 }
 
-/// With such a list the group's bits are those of its mask: without it they would be the group's.
+/// With an access list, the group bits of the mode are the list's mask. Without the list they would become
+/// the group's rights.
 TEST(LinuxFileSystem, keepsAnOldFilesAccessList)
 {
     // Version 2; then tag, rights and id of the owner, the user 4711, the group, the mask and the others.
@@ -220,7 +221,7 @@ TEST(LinuxFileSystem, leavesNoTemporaryFile)
     EXPECT_EQ(GrantedFolder::count(files.in), 1u);
 }
 
-/// So nothing is left of it either when the process is killed.
+/// So nothing remains if the process is killed.
 TEST(TemporaryFile, hasNoNameBeforeItIsWhole)
 {
     TemporaryFolder top;
@@ -291,7 +292,7 @@ TEST(LinuxFileSystem, writesANameOfTheGreatestLength)
     EXPECT_EQ(files.read(files.in / name), "new");
 }
 
-/// The same as a full disk, for where nothing may be mounted.
+/// Like a full disk, for machines where nothing may be mounted.
 TEST(LinuxFileSystem, keepsTheOldFileWhenTheNewOneDoesNotFit)
 {
     GrantedFolder files;
@@ -406,7 +407,7 @@ INSTANTIATE_TEST_SUITE_P(Walks,
                          FolderWalkTest,
                          testing::Values(FolderWalk::Method::inOneStep, FolderWalk::Method::partByPart));
 
-TEST_P(FolderWalkTest, tellsLinksFilesAndNothingApart)
+TEST_P(FolderWalkTest, distinguishesLinksFilesAndNothing)
 {
     TemporaryFolder top;
     fs::create_directories(top.path / "folder/deep");

@@ -47,7 +47,7 @@ TEST(LinuxMachineFacts, readsTheSystemsVersion)
     writeFile(root.path / "etc" / "os-release", "VERSION_ID=12.5\n");
     EXPECT_EQ(facts.osVersion(), "12.5.0");
     writeFile(root.path / "etc" / "os-release",
-              "ID=arch\n"); // It has no version; the other file does not count.
+              "ID=arch\n"); // Without a version; the other file is then ignored.
     EXPECT_EQ(facts.osVersion(), "0.0.0");
 }
 

@@ -91,11 +91,11 @@ TEST_F(SecretFiles, saysWithTheSystemsNumberThatItCouldNotWrite)
     }
 }
 
-TEST_F(SecretFiles, tellsOneObserverThatTheRingAppeared)
+TEST_F(SecretFiles, notifiesOneObserverThatTheRingAppeared)
 {
     int first = 0;
     int second = 0;
-    ringAppears(); // Nobody listens yet.
+    ringAppears(); // There is no listener yet.
     store.onBecameAvailable([&] { ++first; });
     settle(io);
     store.onBecameAvailable([&] { ++second; });

@@ -140,7 +140,7 @@ TEST_F(LinuxVideoFoldersTest, tellWhenAFileWasMade)
     auto const now = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
     fs::path const file = root.path / "f" / "Zelvo 1.mp4";
     writeFile(file, "recording");
-    // Changing it, or dating it back, does not make it older.
+    // Neither a change nor an older modification time makes the file older.
     fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(1000));
 
     auto const found = folders.files(root.path / "f");
@@ -158,7 +158,7 @@ TEST_F(LinuxVideoFoldersTest, seeWhatIsTaken)
     fs::create_symlink(root.path / "nowhere", root.path / "dangling");
 
     EXPECT_TRUE(folders.isTaken(root.path / "file"));
-    EXPECT_TRUE(folders.isTaken(root.path / "dangling")); // A recording would be made where it leads.
+    EXPECT_TRUE(folders.isTaken(root.path / "dangling")); // A recording would be created at its target.
     EXPECT_TRUE(folders.isTaken(root.path));
     EXPECT_FALSE(folders.isTaken(root.path / "free"));
     EXPECT_TRUE(folders.isTaken(root.path / std::string(300, 'a')));

@@ -1,4 +1,4 @@
-// The network path against the kernel's real routes, in a network of the test's own.
+// The network path against the kernel's real routes, in a separate network namespace.
 #include "base/Clock.h"
 #include "platform/linux/system/RtnetlinkPath.h"
 
@@ -24,16 +24,16 @@ bool enterOwnNetwork()
     return ::unshare(CLONE_NEWNET) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0;
 }
 
-/// Runs in a process of its own; gives its exit code.
+/// The test's steps; runs in a separate process and returns its exit code.
 class Scene {
 public:
     bool ip(std::string const& words)
     {
         std::string const command = "ip " + words + " 2>/dev/null";
-        return std::system(command.c_str()) == 0; // NOLINT(cert-env33-c): with words of its own only.
+        return std::system(command.c_str()) == 0; // NOLINT(cert-env33-c): only commands of this test.
     }
 
-    /// Runs until so much was told, and a little longer to see that no more is.
+    /// Runs until the expected reports have arrived, and a little longer to check that no more follow.
     bool hasTold(std::vector<bool> const& wanted)
     {
         auto const end = std::chrono::steady_clock::now() + 5s;
@@ -63,7 +63,7 @@ public:
         if (!ip("route add default via 10.1.1.2") || !hasTold({false, true, false, true}))
             return 6;
         if (!ip("link set lo down") || !hasTold({false, true, false, true, false}))
-            return 7; // The kernel says nothing of the IPv4 routes that go with a link.
+            return 7; // The kernel does not report the IPv4 routes that disappear with a link.
         if (!ip("link set lo up") || !ip("route add default via 10.1.1.2") ||
             !hasTold({false, true, false, true, false, true}))
             return 8;

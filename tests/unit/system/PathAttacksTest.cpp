@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Every attack with both ways of walking to a folder.
+/// Every attack with both methods of opening a folder.
 class PathAttacks : public testing::TestWithParam<FolderWalk::Method> {
 public:
     PathAttacks()
@@ -97,7 +97,7 @@ TEST_P(PathAttacks, linksToNowhere)
     EXPECT_EQ(files.readOutcome(files.in / "circle"), "invalid_request");
     EXPECT_EQ(files.writeOutcome(files.in / "folder/x"), "scope_denied");
     EXPECT_EQ(files.writeOutcome(files.in / "circle/x"), "scope_denied");
-    EXPECT_EQ(files.writeOutcome(files.in / "file"), "ok"); // A new file in the folder that holds the link.
+    EXPECT_EQ(files.writeOutcome(files.in / "file"), "ok"); // A new file replaces the link itself.
     EXPECT_FALSE(fs::is_symlink(files.in / "file"));
     EXPECT_EQ(files.read(files.in / "file"), "new");
 }
@@ -114,7 +114,7 @@ TEST_P(PathAttacks, devicesPipesAndSocketsFailAtOnce)
 
     for (std::string const name : {"pipe", "socket", "device"}) {
         if (name == "device" && !hasDevice)
-            continue; // Making one needs root.
+            continue; // Creating a device needs root.
         EXPECT_EQ(files.readOutcome(files.in / name), "No such device or address") << name;
         EXPECT_EQ(files.writeOutcome(files.in / name), "No such device or address") << name;
         EXPECT_FALSE(fs::is_regular_file(files.in / name)) << name;
@@ -153,7 +153,7 @@ TEST_P(PathAttacks, aGrantedProcessFolderLeadsNowhereElse)
 
     EXPECT_EQ(files.readOutcome("/proc/self/fd/" + std::to_string(secret)), "scope_denied");
     EXPECT_EQ(files.readOutcome("/proc/self/root/etc/passwd"), "scope_denied");
-    EXPECT_FALSE(files.read("/proc/self/stat").empty()); // Its size is told as 0.
+    EXPECT_FALSE(files.read("/proc/self/stat").empty()); // Although its reported size is 0.
     ::close(secret);
 }
 
@@ -170,8 +170,8 @@ TEST_P(PathAttacks, namesThatAreNotUtf8)
 {
     writeFile(files.in / "b\xff", "odd");
 
-    EXPECT_EQ(files.read(files.in / "b\xff"), "odd");                            // By its bytes,
-    EXPECT_EQ(files.readOutcome(files.in / "b\xef\xbf\xbd"), "invalid_request"); // and by nothing else.
+    EXPECT_EQ(files.read(files.in / "b\xff"), "odd"); // Names are compared byte by byte.
+    EXPECT_EQ(files.readOutcome(files.in / "b\xef\xbf\xbd"), "invalid_request");
 }
 
 TEST_P(PathAttacks, pathsThatAreNone)
@@ -201,7 +201,7 @@ TEST_P(PathAttacks, pathsThatAreTooLong)
     EXPECT_EQ(GrantedFolder::count(files.in), 1u);
 }
 
-TEST_P(PathAttacks, rootsThatAreLinksNestedOrGone)
+TEST_P(PathAttacks, rootsThatAreLinksNestedOrMissing)
 {
     fs::create_symlink(files.in, files.top.path / "link");
     run(files.io, files.access.setRoots({files.top.path / "gone", files.top.path / "link"}));
@@ -268,7 +268,7 @@ TEST_P(PathAttacks, aMountedFileSystemInsideIsInside)
     EXPECT_EQ(files.writeOutcome(files.in / "mounted/deep/x"), "ok");
     EXPECT_EQ(files.readOutcome(files.in / "mounted/deep/x"), "ok");
 
-    // A full disk: the old file stays whole and nothing is left beside it.
+    // A full disk: the old file stays intact and nothing remains beside it.
     EXPECT_EQ(files.writeOutcome(files.in / "mounted/deep/x", std::string(2u << 20, 'y')),
               "No space left on device");
     EXPECT_EQ(files.read(files.in / "mounted/deep/x"), "new");

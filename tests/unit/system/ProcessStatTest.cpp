@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A child that does this without end.
+/// A child process that runs a function continuously.
 class Child {
 public:
     explicit Child(void (*what)()) : pid(::fork())
@@ -30,7 +30,7 @@ public:
         ::kill(pid, SIGKILL);
         ::waitpid(pid, nullptr, 0);
     }
-    /// Looks again and again for at most ten seconds.
+    /// Polls for at most ten seconds.
     bool becomes(std::function<bool(ProcessActivity const&)> const& condition) const
     {
         for (auto const end = std::chrono::steady_clock::now() + 10s; std::chrono::steady_clock::now() < end;)
@@ -42,14 +42,14 @@ public:
     pid_t const pid;
 };
 
-TEST(ProcessStat, tellsWhoWaits)
+TEST(ProcessStat, knowsAWaitingProcess)
 {
     Child const child([] { ::pause(); });
 
     EXPECT_TRUE(child.becomes([](ProcessActivity const& activity) { return activity.isAtRest; }));
 }
 
-TEST(ProcessStat, tellsWhoWorksAndHowMuch)
+TEST(ProcessStat, knowsABusyProcessAndItsCpuTime)
 {
     Child const child([] {});
 
@@ -57,7 +57,7 @@ TEST(ProcessStat, tellsWhoWorksAndHowMuch)
         [](ProcessActivity const& activity) { return !activity.isAtRest && activity.used >= 30ms; }));
 }
 
-TEST(ProcessStat, tellsWhenAProcessStarted)
+TEST(ProcessStat, knowsWhenAProcessStarted)
 {
     auto const before = sinceBoot();
     Child const child([] { ::pause(); });
@@ -79,7 +79,7 @@ TEST(ProcessStat, givesTheSameStartWheneverItIsAsked)
         ASSERT_EQ(startDateOfProcess(::getpid()), first);
 }
 
-TEST(ProcessStat, knowsNothingOfAProcessThatHasGone)
+TEST(ProcessStat, knowsNothingOfAnEndedProcess)
 {
     Child child([] { ::pause(); });
     child.end();

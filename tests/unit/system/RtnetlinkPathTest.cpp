@@ -64,7 +64,7 @@ TEST(RouteMessages, passesOverRoutesThatLeadNowhere)
     route.rtm_dst_len = 24;
     EXPECT_FALSE(isDefault(route));
     route = defaultRoute(AF_INET6);
-    route.rtm_type = RTN_UNREACHABLE; // Every host has this one.
+    route.rtm_type = RTN_UNREACHABLE; // Every host has such a route.
     EXPECT_FALSE(isDefault(route));
     route = defaultRoute();
     route.rtm_table = RT_TABLE_LOCAL;
@@ -84,7 +84,7 @@ TEST(RouteMessages, readsAnAnswerOfSeveralMessages)
     EXPECT_EQ(routes::parse(bytes, 7), (routes::Packet{.hasDefaultRoute = true, .isEnd = true}));
 }
 
-TEST(RouteMessages, tellsNewsFromAnswers)
+TEST(RouteMessages, distinguishesChangesFromAnswers)
 {
     EXPECT_EQ(routes::parse(message(RTM_NEWROUTE, 0, defaultRoute()), 7), routes::Packet{.isChange = true});
     EXPECT_EQ(routes::parse(message(RTM_DELLINK, 0, ifinfomsg{}), 7), routes::Packet{.isChange = true});
@@ -100,7 +100,7 @@ TEST(RouteMessages, passesOverWhatIsCutShort)
     for (std::size_t size = 0; size < whole.size(); ++size)
         EXPECT_FALSE(routes::parse(std::span(whole).first(size), 7).isEnd) << size;
     Bytes lying = whole;
-    lying[0] = 0; // A message of no length.
+    lying[0] = 0; // A message of length 0.
     EXPECT_EQ(routes::parse(lying, 7), routes::Packet{});
 }
 
@@ -114,7 +114,7 @@ TEST(RtnetlinkPath, knowsLoopbackHosts)
         EXPECT_FALSE(RtnetlinkPath::isLoopback(host)) << host;
 }
 
-TEST(RtnetlinkPath, tellsALoopbackHostOnce)
+TEST(RtnetlinkPath, reportsALoopbackHostOnce)
 {
     asio::io_context io;
     RtnetlinkPath path(io.get_executor());
@@ -127,7 +127,7 @@ TEST(RtnetlinkPath, tellsALoopbackHostOnce)
     EXPECT_EQ(told, std::vector<bool>{true});
 }
 
-TEST(RtnetlinkPath, tellsTheStateOfThisMachineSoon)
+TEST(RtnetlinkPath, reportsTheStateOfThisMachineSoon)
 {
     asio::io_context io;
     RtnetlinkPath path(io.get_executor());

@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// A fresh folder of a test's own, which goes with it.
+/// A new folder for one test, deleted at its end.
 class TemporaryFolder {
 public:
     TemporaryFolder()
@@ -36,7 +36,7 @@ inline std::string contentOf(std::filesystem::path const& file)
 {
     std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;
-    content << stream.rdbuf(); // Iterators throw when it is of a process that ends meanwhile.
+    content << stream.rdbuf(); // Iterators throw on a /proc file if the process ends during the read.
     return content.str();
 }
 

@@ -1,4 +1,4 @@
-// One set of checks for every implementation of the settings.
+// The same checks for every implementation of UserDefaults.
 #include "TemporaryFolder.h"
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/Run.h"

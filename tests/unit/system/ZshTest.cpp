@@ -15,8 +15,7 @@ using testing::StartsWith;
 
 constexpr std::size_t limit = 1024UL * 1024;
 
-/// The runner on the real shell, with a short grace. The shell's home is empty, so that no profile of the
-/// person's runs.
+/// The runner on the real shell, with a short grace period and an empty home, so no personal profile runs.
 class ZshTest : public ChildrenTest {
 protected:
     using Variables = std::map<std::string, std::string>;
@@ -32,7 +31,7 @@ protected:
     }
     std::string file(std::string const& name) const { return (folder.path / name).string(); }
 
-    /// Starts a command beside the test; its result comes into the list.
+    /// Starts a command in the background; its result is added to `results`.
     void begin(std::string command, std::int64_t timeoutMs = 30000)
     {
         spawn(io.get_executor(), [this, timeoutMs, command = std::move(command)]() -> Task<> {
@@ -86,7 +85,7 @@ TEST_F(ZshTest, givenVariablesReplaceAndTheOthersStay)
     ShellRunResult const result = run("print -r -- $VAR $ZELVO_INHERITED; printenv PATH", 30000,
                                       {{"VAR", "x y"}, {"PATH", "/x:/usr/bin"}});
     ::unsetenv("ZELVO_INHERITED");
-    EXPECT_THAT(result.standardOutput, StartsWith("x y ours\n/x:/usr/bin")); // A profile may add to it.
+    EXPECT_THAT(result.standardOutput, StartsWith("x y ours\n/x:/usr/bin")); // A profile may append to PATH.
 }
 
 TEST_F(ZshTest, fifthCommandIsRefusedWhileFourRun)
@@ -141,7 +140,7 @@ TEST_F(ZshTest, backgroundJobWithoutTheOutputsHoldsNothing)
     EXPECT_FALSE(result.timedOut);
     EXPECT_LT(result.durationMs, 10000);
     pid_t const job = std::stoi(result.standardOutput);
-    EXPECT_EQ(::kill(job, 0), 0); // It is a service that the agent has started.
+    EXPECT_EQ(::kill(job, 0), 0); // It still runs, like a service that the agent has started.
     ::kill(job, SIGKILL);
 }
 
