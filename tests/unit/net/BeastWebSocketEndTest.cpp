@@ -15,19 +15,19 @@ using testing::HasSubstr;
 
 class BeastWebSocketEndTest : public SocketTest {
 protected:
-    /// What a socket ends with whose upgrade was answered by these bytes.
+    /// The failure of a socket whose upgrade request gets these bytes as the answer.
     std::optional<NetworkFailure> failureAfter(std::string answer)
     {
         client = openTo(server);
         auto peer = wait(server.accept());
         wait(peer->answer(std::move(answer)));
-        return failureOfTask(client->receive()); // The peer's end stays open meanwhile.
+        return failureOfTask(client->receive()); // While the peer keeps its end open.
     }
 
     std::shared_ptr<WebSocket> client;
 };
 
-TEST_F(BeastWebSocketEndTest, tellsTheStatusOfARefusedUpgrade)
+TEST_F(BeastWebSocketEndTest, reportsTheStatusOfARefusedUpgrade)
 {
     for (int const status : {200, 400, 401, 403, 426, 500, 503}) {
         auto const failure = failureAfter("HTTP/1.1 " + std::to_string(status) +
@@ -92,7 +92,7 @@ TEST_F(BeastWebSocketEndTest, failsOnAnUpgradeWithTheWrongKey)
     EXPECT_EQ(client->httpStatus(), 101);
 }
 
-TEST_F(BeastWebSocketEndTest, tellsThePeersCloseCodeAndReason)
+TEST_F(BeastWebSocketEndTest, reportsThePeersCloseCodeAndReason)
 {
     auto const [socket, peer] = link();
     asio::co_spawn(io, peer->close(4401, "token revoked – widerrufen"), asio::detached);
@@ -219,7 +219,7 @@ TEST_F(BeastWebSocketEndTest, timesOutWhenTheHandshakeNeverEnds)
     EXPECT_EQ(socket->httpStatus(), std::nullopt);
 }
 
-TEST_F(BeastWebSocketEndTest, timesOutWhenTheHandshakeComesInDrops)
+TEST_F(BeastWebSocketEndTest, timesOutWhenTheHandshakeTrickles)
 {
     auto socket = openTo(server, 50ms);
     auto peer = wait(server.accept());
@@ -264,7 +264,7 @@ TEST_F(BeastWebSocketEndTest, failsWhatIsUnsentWhenItEnds)
     EXPECT_EQ(failureOfTask(socket->send("late"))->kind, Kind::other);
 }
 
-TEST_F(BeastWebSocketEndTest, tellsThePeerTheCloseCodeOfACancel)
+TEST_F(BeastWebSocketEndTest, sendsThePeerTheCloseCodeOfACancel)
 {
     auto const [socket, peer] = link();
 
@@ -347,7 +347,7 @@ TEST_F(BeastWebSocketEndTest, closesWithinBoundsWhenThePeerReadsNothing)
         while (!(co_await from->readRaw()).empty()) {
         }
     };
-    runFor(1200ms); // The bound itself is under test.
+    runFor(1200ms); // The time limit itself is under test.
     wait(readToEnd());
 
     EXPECT_TRUE(weak.expired());
@@ -401,7 +401,7 @@ TEST_F(BeastWebSocketEndTest, cancelsWhileTheNameIsBeingResolved)
 
 TEST_F(BeastWebSocketEndTest, cancelsWhileConnecting)
 {
-    // A full backlog leaves further connections without an answer.
+    // With a full backlog, further connections get no answer.
     asio::ip::tcp::acceptor full(io, {asio::ip::address_v4::loopback(), 0});
     full.listen(0);
     std::vector<asio::ip::tcp::socket> fillers;

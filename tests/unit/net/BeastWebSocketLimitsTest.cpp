@@ -14,7 +14,7 @@ namespace {
 using Kind = NetworkFailure::Kind;
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
-/// Resident memory of this process in bytes; 0 where the thread sanitizer's own memory would count.
+/// Resident memory of this process in bytes; 0 under the thread sanitizer, whose own memory would count.
 std::size_t residentBytes()
 {
 #if __has_feature(thread_sanitizer)
@@ -29,7 +29,7 @@ std::size_t residentBytes()
 
 class BeastWebSocketLimitsTest : public SocketTest {
 protected:
-    /// The bytes of a frame as a server writes it, with any first byte and payload length.
+    /// The bytes of a server's frame with any first byte and payload length.
     static std::string frame(unsigned char first, std::string const& payload, bool masked = false)
     {
         std::string bytes(1, static_cast<char>(first));
@@ -39,7 +39,7 @@ protected:
         return bytes + payload;
     }
 
-    /// What a socket ends with when these bytes come; the close code that the peer is told is left in
+    /// The failure of a socket that receives these bytes. Stores the close code that the peer gets in
     /// `toldCode`.
     std::optional<NetworkFailure> failureAfterBytes(std::string bytes)
     {
@@ -57,7 +57,7 @@ protected:
     std::uint16_t toldCode = 0;
 };
 
-TEST_F(BeastWebSocketLimitsTest, stopsReadingAtSixtyFourMessagesAndGoesOnWhenOneIsTaken)
+TEST_F(BeastWebSocketLimitsTest, stopsReadingAtSixtyFourMessagesAndResumesWhenOneIsTaken)
 {
     auto const [client, peer] = link();
     asio::co_spawn(io, peer->read(), asio::detached);
@@ -70,7 +70,7 @@ TEST_F(BeastWebSocketLimitsTest, stopsReadingAtSixtyFourMessagesAndGoesOnWhenOne
     asio::co_spawn(io, writeAll(), asio::detached);
     until([&] { return client->readingWasHeld(); });
     runFor(20ms);
-    EXPECT_TRUE(peer->pongs.empty()); // The ping lies behind the messages, unread.
+    EXPECT_TRUE(peer->pongs.empty()); // The ping is still unread, behind the messages.
 
     for (int i = 0; i < 100; ++i)
         EXPECT_EQ(wait(client->receive()).payload, std::to_string(i));
@@ -88,7 +88,7 @@ TEST_F(BeastWebSocketLimitsTest, forgetsThatReadingWasHeldWithTheNextPing)
     until([&] { return client->readingWasHeld(); });
     client->sendPing([](bool) {});
     runFor(5ms);
-    EXPECT_TRUE(client->readingWasHeld()); // Held still.
+    EXPECT_TRUE(client->readingWasHeld()); // Still held.
 
     for (int i = 0; i < 65; ++i)
         wait(client->receive());
@@ -114,7 +114,7 @@ TEST_F(BeastWebSocketLimitsTest, keepsItsMemoryBoundedWhenNobodyReceives)
     until([&] { return client->readingWasHeld(); });
     runFor(50ms);
 
-    // The inbox, the text that the peer sends, and what the sockets hold.
+    // The inbox, the text that the peer sends, and the sockets' buffers.
     EXPECT_LT(residentBytes() - before, (320 + 3 * 64 + 32) * mebibyte);
     int taken = 0;
     for (; taken < 6; ++taken)
@@ -165,7 +165,7 @@ TEST_F(BeastWebSocketLimitsTest, endsWith1009WhenFragmentsAddUpToMore)
         try {
             co_await peer->writeFragments(std::move(parts));
         } catch (boost::system::system_error const&) {
-            // The client goes before all is written.
+            // The client closes the connection before everything is written.
         }
     };
     asio::co_spawn(io, write(), asio::detached);

@@ -13,8 +13,8 @@ using testing::IsEmpty;
 
 class BeastWebSocketProxyTest : public SocketTest {
 protected:
-    /// Sends one message through and reads it at the server; the server's host name exists only for the
-    /// proxy.
+    /// Sends one message through the proxy and reads it at the server. Only the proxy can resolve the
+    /// server's host name.
     std::string sentThrough(std::string const& url)
     {
         WebSocketRequest request;
@@ -40,7 +40,7 @@ TEST_F(BeastWebSocketProxyTest, tunnelsPlainSocketsByConnect)
     EXPECT_THAT(proxy.heads()[0], Not(HasSubstr("Authorization")));
 }
 
-TEST_F(BeastWebSocketProxyTest, givesTheProxyItsCredentialsAndNobodyElse)
+TEST_F(BeastWebSocketProxyTest, givesOnlyTheProxyItsCredentials)
 {
     ScopedVariable const variable("all_proxy", proxy.url("Aladdin:open%20sesame"));
     WebSocketRequest request;

@@ -141,7 +141,7 @@ TEST_F(BeastWebSocketTest, answersPingsWhileNobodyReceives)
     EXPECT_EQ(wait(client->receive()).payload, "a command that takes its time");
 }
 
-TEST_F(BeastWebSocketTest, hearsPongsInTheOrderOfThePingsWhileNobodyReceives)
+TEST_F(BeastWebSocketTest, reportsPongsInTheOrderOfThePingsWhileNobodyReceives)
 {
     auto const [client, peer] = link();
     asio::co_spawn(io, peer->read(), asio::detached);
@@ -169,7 +169,7 @@ TEST_F(BeastWebSocketTest, sendsAnEarlyPingAfterTheHandshake)
     EXPECT_TRUE(*told);
 }
 
-TEST_F(BeastWebSocketTest, tellsAPingWithoutPongOnceWhenTheSocketEnds)
+TEST_F(BeastWebSocketTest, reportsAPingWithoutPongOnceWhenTheSocketEnds)
 {
     auto const [client, peer] = link();
     int calls = 0;
@@ -179,7 +179,7 @@ TEST_F(BeastWebSocketTest, tellsAPingWithoutPongOnceWhenTheSocketEnds)
         last = ok;
     });
     runFor(20ms);
-    EXPECT_EQ(calls, 0); // The peer reads nothing, so no pong comes.
+    EXPECT_EQ(calls, 0); // The peer does not read, so there is no pong.
 
     client->cancel();
     until([&] { return calls > 0; });
@@ -201,7 +201,7 @@ TEST_F(BeastWebSocketTest, letsPingsThroughInTheMiddleOfALargeMessage)
     };
     asio::co_spawn(io, sendLarge(), asio::detached);
     client->sendPing([](bool) {});
-    runFor(20ms); // The system's buffers are full now, since the peer reads nothing.
+    runFor(20ms); // The system's buffers are full now, because the peer does not read.
     EXPECT_FALSE(sent);
 
     bool pingBeforeEnd = false;

@@ -20,7 +20,8 @@ protected:
         return open(std::move(request));
     }
 
-    /// What becomes of a socket that asks for `host` at a server with a certificate for `name`.
+    /// The failure of a socket that asks for `host` at a server with a certificate for `name`; `nullopt` if
+    /// it connects.
     std::optional<NetworkFailure> outcome(std::string const& name, std::string const& host, bool trusted)
     {
         TestCertificates const certificates(name);
@@ -36,7 +37,7 @@ protected:
                 co_await peer->upgrade();
                 co_await peer->write(textMessage("hello"));
             } catch (boost::system::system_error const&) {
-                // A client that refuses the certificate says so and goes.
+                // A client that rejects the certificate closes the connection.
             }
         };
         asio::co_spawn(io, serve(), asio::detached);
@@ -60,7 +61,7 @@ TEST_F(BeastWebSocketTlsTest, acceptsATrustedCertificateOfThatName)
 TEST_F(BeastWebSocketTlsTest, acceptsATrustedCertificateOfThatAddress)
 {
     EXPECT_FALSE(outcome("127.0.0.1", "127.0.0.1", true));
-    EXPECT_EQ(servedName, ""); // Addresses are not sent as names.
+    EXPECT_EQ(servedName, ""); // IP addresses are not sent as server names.
 }
 
 TEST_F(BeastWebSocketTlsTest, refusesACertificateOfAnotherName)
@@ -139,7 +140,7 @@ TEST_F(BeastWebSocketTlsTest, carriesLargeMessagesAndACloseCode)
     EXPECT_EQ(client->closeReason(), "revoked");
 }
 
-TEST_F(BeastWebSocketTlsTest, tellsThePeerTheCloseCodeOfACancel)
+TEST_F(BeastWebSocketTlsTest, sendsThePeerTheCloseCodeOfACancel)
 {
     TestCertificates const certificates("localhost");
     ScopedVariable const store("SSL_CERT_FILE", certificates.authorityFile);

@@ -27,7 +27,7 @@ protected:
         workers.join();
     }
 
-    /// Loads while the server answers with these bytes and leaves the connection open.
+    /// Loads while the server answers with these bytes and keeps the connection open.
     HttpResponse load(HttpRequest request, std::string answer)
     {
         auto serve = [&]() -> Task<> {
@@ -212,12 +212,12 @@ TEST_F(CurlHttpLoadingTest, endsAfterItsLongestTimeThoughBytesCome)
             co_await peer->writeRaw("x");
         }
     };
-    asio::co_spawn(io, serve(), [](std::exception_ptr const&) {}); // Its end is the client's going.
+    asio::co_spawn(io, serve(), [](std::exception_ptr const&) {}); // Ends when the client disconnects.
 
     EXPECT_EQ(failureOfTask(loading->load(one))->kind, Kind::timedOut);
 }
 
-TEST_F(CurlHttpLoadingTest, tellsWhyNoAnswerCame)
+TEST_F(CurlHttpLoadingTest, reportsWhyThereIsNoAnswer)
 {
     HttpRequest one = request();
     one.url = "http://127.0.0.1:1/";
@@ -317,7 +317,7 @@ TEST_F(CurlHttpLoadingTest, checksTheCertificateAgainstTheStoreAndTheName)
                 co_await one->secure();
                 co_await one->answer("HTTP/1.1 200 OK\r\nContent-Length: 2\r\nConnection: close\r\n\r\nok");
             } catch (boost::system::system_error const&) {
-                // A client that refuses the certificate says so and goes.
+                // A client that rejects the certificate closes the connection.
             }
         }
     };
@@ -351,7 +351,7 @@ TEST_F(CurlHttpLoadingTest, endsItsCallsWhenItGoes)
     EXPECT_EQ(failureOfSilentCall([this] { loading.reset(); }).kind, Kind::cancelled);
 }
 
-TEST_F(CurlHttpLoadingTest, endsItsCallsWhenTold)
+TEST_F(CurlHttpLoadingTest, endCallsEndsItsCalls)
 {
     EXPECT_EQ(failureOfSilentCall([this] { loading->endCalls(); }).kind, Kind::cancelled);
 }

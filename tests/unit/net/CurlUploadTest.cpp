@@ -42,7 +42,7 @@ protected:
         writeFile(recording, content);
         return upload(static_cast<std::int64_t>(content.size()), server);
     }
-    /// A file with nothing in it, on disk too.
+    /// A sparse file, which takes no space on disk.
     HttpUpload uploadOfSparse(std::int64_t bytes, UploadServer const& server)
     {
         writeFile(recording, "");
@@ -63,7 +63,7 @@ protected:
     {
         return failureOfTask(loading->upload(std::move(one)));
     }
-    /// How an upload of 64 MiB ends at a server that does this.
+    /// The failure of an upload of 64 MiB to a server that does `serve`.
     std::optional<NetworkFailure> failureAt(std::function<void(Guest&)> serve)
     {
         UploadServer server(std::move(serve));
@@ -99,7 +99,7 @@ TEST_F(CurlUploadTest, putsTheFileWithItsLengthAndNothingElse)
     EXPECT_EQ(server.firstBytes, "a recording file");
 }
 
-TEST_F(CurlUploadTest, tellsWhatWentOut)
+TEST_F(CurlUploadTest, reportsTheSentBytes)
 {
     UploadServer server([](Guest& guest) {
         guest.readHead();
@@ -257,7 +257,7 @@ TEST_F(CurlUploadTest, givesUpAHeadThatNeverEnds)
 TEST_F(CurlUploadTest, isLostWhenTheConnectionIsClosedAtAnyStage)
 {
     std::vector<std::pair<char const*, std::function<void(Guest&)>>> const stages = {
-        {"in the middle of the head", // No earlier: until bytes came, the client may still be connecting.
+        {"in the middle of the head", // Not earlier: before that the client may still be connecting.
          [](Guest& guest) {
              guest.readByte();
              guest.reset();
@@ -346,7 +346,7 @@ TEST_F(CurlUploadTest, endsAfterItsTimeWithoutAnAnswer)
     EXPECT_EQ(failureOf(std::move(one))->kind, Kind::timedOut);
 }
 
-TEST_F(CurlUploadTest, failsWhenTheFileIsNotOfTheToldSize)
+TEST_F(CurlUploadTest, failsWhenTheFileHasAnotherSize)
 {
     UploadServer server([](Guest& guest) { guest.readHead(); });
     HttpUpload one = uploadOf("recording", server);
@@ -357,7 +357,7 @@ TEST_F(CurlUploadTest, failsWhenTheFileIsNotOfTheToldSize)
         EXPECT_EQ(failure->kind, Kind::other);
         EXPECT_THAT(failure->description, Not(HasSubstr("Acme"))) << "the file's name is nobody's business";
     }
-    one.bytes = 4; // Lets the server go.
+    one.bytes = 4; // Connects, so that the server's thread ends.
     EXPECT_TRUE(failureOf(std::move(one)));
 }
 
@@ -396,7 +396,7 @@ TEST_F(CurlUploadTest, sendsNothingThatIsNoFile)
     other.file = folder.path / "pipe.mp4";
     ASSERT_EQ(::mkfifo(other.file.c_str(), 0600), 0);
     EXPECT_EQ(failureOf(other)->kind, Kind::other);
-    EXPECT_TRUE(failureOf(std::move(one))); // Lets the server go.
+    EXPECT_TRUE(failureOf(std::move(one))); // Connects, so that the server's thread ends.
 }
 
 TEST_F(CurlUploadTest, endsWithTheProcess)
@@ -446,7 +446,7 @@ TEST_F(CurlUploadTest, holdsLittleOfALongRecordingInMemory)
     });
     HttpUpload one = uploadOfSparse(bytes, server);
     one.timeout = 60s;
-    writeFile("/proc/self/clear_refs", "5"); // The peak counts from here.
+    writeFile("/proc/self/clear_refs", "5"); // Resets the peak.
     std::int64_t const before = peakBytes();
 
     EXPECT_EQ(wait(loading->upload(std::move(one))).status, 200);

@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-/// Puts a text through as a reader would, in pieces of at most `piece` bytes.
+/// Passes a text through the assembly as a reader would, in pieces of at most `piece` bytes.
 std::string assembled(MessageAssembly& assembly, std::string const& text, std::size_t piece)
 {
     std::size_t done = 0;

@@ -19,7 +19,7 @@
 
 namespace zelvo {
 
-/// Sets an environment variable for a test's length; nothing unsets it.
+/// Sets an environment variable while it exists, or unsets it if `value` is absent.
 class ScopedVariable {
 public:
     ScopedVariable(std::string variable, std::optional<std::string> value) : name(std::move(variable))
@@ -45,15 +45,15 @@ private:
     std::optional<std::string> saved;
 };
 
-/// Real sockets on the loopback interface, client and server on the test's thread. Waits end when what they
-/// wait for has happened.
+/// Real sockets on the loopback interface, with client and server on the test's thread. Waits end as soon as
+/// their event happens; after `patience` the test fails.
 class NetTest : public testing::Test {
 protected:
     Contexts contexts() { return contextsOn(io); }
 
     void until(std::function<bool()> const& happened) { runUntil(io, happened); }
 
-    /// Runs what is ready, and what becomes ready within the time.
+    /// Runs all handlers that become ready within the time.
     void runFor(std::chrono::milliseconds time)
     {
         io.restart();
@@ -66,7 +66,7 @@ protected:
         return runToEnd(io, std::move(task));
     }
 
-    /// The failure that a task ends with; nothing when it succeeds.
+    /// The NetworkFailure of a task; `nullopt` if it succeeds.
     template <class T>
     std::optional<NetworkFailure> failureOfTask(Task<T> task)
     {
@@ -82,7 +82,7 @@ protected:
     asio::executor_work_guard<asio::io_context::executor_type> work{io.get_executor()};
 
 private:
-    // The tests talk to the loopback interface, whatever the machine's own settings are.
+    // The tests must reach the loopback interface whatever proxy the machine uses.
     ScopedVariable noHttpProxy{"http_proxy", {}};
     ScopedVariable noHttpsProxy{"https_proxy", {}};
     ScopedVariable noUpperHttpsProxy{"HTTPS_PROXY", {}};

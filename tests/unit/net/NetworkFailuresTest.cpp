@@ -14,7 +14,7 @@ namespace {
 using Kind = NetworkFailure::Kind;
 namespace failure = boost::asio::error;
 
-TEST(NetworkFailures, tellsWhatAnErrorMeansForTheLink)
+TEST(NetworkFailures, classifiesErrorsForTheLink)
 {
     EXPECT_EQ(failureOf(failure::network_unreachable).kind, Kind::offline);
     EXPECT_EQ(failureOf(failure::network_down).kind, Kind::offline);

@@ -14,7 +14,7 @@ inline WebSocketMessage textMessage(std::string payload)
     return {WebSocketMessage::Kind::text, std::move(payload)};
 }
 
-/// A test with one plain server and the means to open sockets to it.
+/// A test with one plain server, and functions to open sockets to it.
 class SocketTest : public NetTest {
 protected:
     struct Link {
@@ -31,7 +31,7 @@ protected:
         return open(std::move(request));
     }
 
-    /// A socket that is through with its handshake on both sides.
+    /// A socket whose handshake is complete on both sides.
     Link link()
     {
         auto client = openTo(server);

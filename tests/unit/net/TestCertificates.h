@@ -4,8 +4,8 @@
 
 namespace zelvo {
 
-/// A certification authority of its own and a server certificate by it, as PEM texts and as a file for
-/// SSL_CERT_FILE. The certificate names `name` as a DNS name, or as an IP address when it is one.
+/// A test certification authority and a server certificate from it, as PEM texts and as a file for
+/// SSL_CERT_FILE. The certificate contains `name` as a DNS name, or as an IP address if it is one.
 class TestCertificates {
 public:
     explicit TestCertificates(std::string const& name);

@@ -138,7 +138,7 @@ public:
 private:
     Task<> readHead()
     {
-        // A client sends nothing behind its head before it has the answer.
+        // A client sends nothing after its head before it has the answer.
         co_await asio::async_read_until(socket.next_layer(), asio::dynamic_buffer(requestHead), "\r\n\r\n",
                                         asio::use_awaitable);
     }

@@ -9,8 +9,8 @@
 
 namespace zelvo {
 
-/// A proxy on the loopback interface that knows CONNECT and leads every tunnel to one port of the loopback
-/// interface, whatever host was asked for.
+/// A proxy on the loopback interface that supports CONNECT. Every tunnel leads to one port of the loopback
+/// interface, whatever the requested host.
 class TestProxy {
 public:
     TestProxy(Executor executor, std::uint16_t target);
@@ -19,7 +19,7 @@ public:
     std::string url(std::string const& userInfo = "") const;
     /// The heads of the requests, in order.
     std::vector<std::string> const& heads() const;
-    /// What to answer instead of opening a tunnel; empty for tunnels.
+    /// Sets an answer to send instead of opening a tunnel; empty to open tunnels again.
     void refuseWith(std::string answer);
 
 private:

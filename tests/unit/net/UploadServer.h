@@ -17,18 +17,18 @@
 
 namespace zelvo {
 
-/// A server for one upload, on a thread of its own, with a buffer that does not grow: a test tells it step by
-/// step what to do with the connection.
+/// A server for one upload, on a dedicated thread and with a fixed buffer. A test controls the connection
+/// step by step.
 class UploadServer {
 public:
     using tcp = boost::asio::ip::tcp;
 
-    /// The server's end of the connection. Everything blocks.
+    /// The server's end of the connection. All calls block.
     class Guest {
     public:
         explicit Guest(tcp::socket socket) : socket(std::move(socket)) {}
 
-        /// Reads up to the end of the head; the first bytes of the body may come with it.
+        /// Reads to the end of the head, and maybe the first bytes of the body.
         void readHead()
         {
             while (head.find("\r\n\r\n") == std::string::npos)
@@ -37,19 +37,19 @@ public:
             keep(std::string_view(head).substr(end));
             head.resize(end);
         }
-        /// Reads the first byte, and with it the certainty that the client has connected.
+        /// Reads one byte, after which the client is certainly connected.
         void readByte()
         {
             boost::system::error_code error;
             boost::asio::read(socket, boost::asio::buffer(block, 1), error);
         }
-        /// Reads until the body has so many bytes, or the client has gone.
+        /// Reads until the body has this many bytes, or the client closes the connection.
         void readBody(std::int64_t bytes)
         {
             while (bodyBytes < bytes && !isOver)
                 keep(readSome());
         }
-        /// Reads what comes until the client goes.
+        /// Reads until the client closes the connection.
         void readToEnd() { readBody(INT64_MAX); }
         void write(std::string_view bytes)
         {
@@ -66,7 +66,7 @@ public:
 
         std::string head;
         std::string firstBytes; ///< of the body, at most 64
-        std::string lastBytes;  ///< alike
+        std::string lastBytes;  ///< of the body, at most 64
         std::int64_t bodyBytes = 0;
         bool isOver = false;
 
@@ -94,7 +94,7 @@ public:
         std::array<char, 65536> block{};
     };
 
-    /// serve  what is done with the one connection
+    /// serve  handles the one connection
     explicit UploadServer(std::function<void(Guest&)> serve)
         : acceptor(io, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0)),
           thread([this, serve = std::move(serve)] {
@@ -115,7 +115,7 @@ public:
     {
         return "http://127.0.0.1:" + std::to_string(acceptor.local_endpoint().port()) + "/put/it?here=1";
     }
-    /// Waits until the connection is done with; only then is what follows there.
+    /// Waits until `serve` has returned; the results below are valid only after that.
     void join()
     {
         if (thread.joinable())
