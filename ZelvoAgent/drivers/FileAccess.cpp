@@ -11,9 +11,9 @@ namespace zelvo {
 
 namespace {
 
-/// How often a place is judged that is moved about meanwhile, before it is refused.
+/// How often a path is checked again if it changes between check and use; after that it is refused.
 constexpr int maxAttempts = 8;
-/// Bytes; far more than any system takes.
+/// Bytes; far more than any system accepts.
 constexpr std::size_t maxPathLength = 64u << 10;
 
 std::string contentOf(OpenFile& file)

@@ -29,7 +29,7 @@ private:
     std::string const id;
 };
 
-/// A platform's name must not pass for words of ours, nor push those out of sight.
+/// A platform's name must not pass for a text of this program, nor push that text out of view.
 ConfirmationPresenter::Choice question(std::string const& platformName)
 {
     std::string const name = text::shownInLine(platformName, maxNameLength);

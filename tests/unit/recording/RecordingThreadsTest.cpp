@@ -140,10 +140,7 @@ public:
     }
 
     /// Runs a task on an executor and waits for its end.
-    void await(Executor executor, std::function<Task<>()> body)
-    {
-        runBlocking(std::move(executor), body());
-    }
+    void await(Executor executor, std::function<Task<>()> body) { runBlocking(std::move(executor), body()); }
 
     asio::io_context agent;
     asio::thread_pool workers{2};
