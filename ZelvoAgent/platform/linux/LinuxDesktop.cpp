@@ -15,20 +15,25 @@ std::optional<std::string> variable(char const* name)
     return value && *value ? std::optional<std::string>(value) : std::nullopt;
 }
 
+std::optional<X11Events> readEvents(Contexts const& contexts, std::shared_ptr<X11Connection> const& display)
+{
+    return display ? std::optional<X11Events>(std::in_place, contexts, display) : std::nullopt;
+}
+
 } // namespace
 
 LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& user)
-    : display(X11Connection::open()), layout(contexts, display), survey(display),
-      windows(survey, layout, entries), opener(contexts, clock, display, entries, focus, user),
-      workspace(display, entries, &opener), screen(contexts, clock, display, layout, entries),
-      streams(contexts, clock, screen), events(contexts, clock, [this] { return layout.current(); }),
-      hotKey(contexts), pasteboard(contexts, clock),
-      session(contexts,
-              clock,
-              system,
-              user,
-              variable("DISPLAY").value_or(""),
-              [display = display] { return display && display->isAlive(); }),
+    : display(X11Connection::open()), displayEvents(readEvents(contexts, display)), layout(contexts, display),
+      survey(display), windows(survey, layout, entries), focus(contexts),
+      opener(contexts, clock, display, entries, focus, user), workspace(display, entries, &opener),
+      screen(contexts, clock, display, layout, entries), streams(contexts, clock, screen),
+      events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
+      pasteboard(contexts, clock), session(contexts,
+                                           clock,
+                                           system,
+                                           user,
+                                           variable("DISPLAY").value_or(""),
+                                           [display = display] { return display && display->isAlive(); }),
       access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS")),
       accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"), elementScreen())
 {

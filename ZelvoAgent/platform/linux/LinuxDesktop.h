@@ -8,6 +8,7 @@
 #include "platform/linux/dbus/LinuxSystemAccess.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
+#include "platform/linux/x11/X11Events.h"
 #include "platform/linux/x11/capture/X11ScreenSource.h"
 #include "platform/linux/x11/capture/X11ScreenStreams.h"
 #include "platform/linux/x11/clipboard/X11Pasteboard.h"
@@ -20,6 +21,7 @@
 #include "platform/linux/x11/windows/X11Workspace.h"
 
 #include <memory>
+#include <optional>
 
 namespace zelvo {
 
@@ -32,6 +34,7 @@ struct LinuxDesktop {
     LinuxDesktop& operator=(LinuxDesktop const&) = delete;
 
     std::shared_ptr<X11Connection> display; ///< null when the X server cannot be reached
+    std::optional<X11Events> displayEvents; ///< reads what the server sends unasked
     X11DisplayLayout layout;
     DesktopEntries entries;
     RecentSurvey survey;

@@ -19,7 +19,7 @@ OpeningFixture::OpeningFixture()
     clock = std::make_unique<LinuxClock>(live.contexts().agent);
     bus = std::make_unique<BusConnection>(live.contexts().agent, *clock, openSessionBus);
     entries = std::make_unique<DesktopEntries>();
-    focus = std::make_unique<X11WindowFocus>();
+    focus = std::make_unique<X11WindowFocus>(live.contexts());
     opener = std::make_unique<ApplicationOpener>(live.contexts(), *clock, connection, *entries, *focus, *bus);
     workspace = std::make_unique<X11Workspace>(connection, *entries, opener.get());
 }

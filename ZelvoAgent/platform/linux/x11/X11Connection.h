@@ -28,9 +28,10 @@ struct X11Capabilities {
     bool operator==(X11Capabilities const&) const = default;
 };
 
-/// A connection to the X server, its extensions asked for and its atoms known. Failures of requests without a
-/// reply are nobody's end: they lie among the events until those are taken. Thread: any; waiting for a reply
-/// blocks only the caller.
+/// A connection to the X server, its extensions asked for and its atoms known. The server sends events that
+/// no client asked for: failures of requests without a reply, and a MappingNotify for each change of the
+/// keymap. They pile up here, and in the server, unless an X11Events reads them; a connection that is kept
+/// open needs one. Thread: any; waiting for a reply blocks only the caller.
 class X11Connection {
 public:
     /// Nothing when the display can't be reached. Blocks for a few round trips. display: empty for $DISPLAY.

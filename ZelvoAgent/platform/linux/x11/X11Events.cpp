@@ -41,6 +41,11 @@ X11Events::X11Events(Contexts const& contexts,
     asio::post(contexts.agent, [loop = loop] { loop->step(); });
 }
 
+X11Events::X11Events(Contexts const& contexts, std::shared_ptr<X11Connection> const& connection)
+    : X11Events(contexts, connection, [connection] { connection->drain(); })
+{
+}
+
 X11Events::~X11Events()
 {
     asio::post(loop->descriptor.get_executor(), [loop = std::move(loop)] {

@@ -18,6 +18,8 @@ public:
     X11Events(Contexts const& contexts,
               std::shared_ptr<X11Connection> connection,
               std::function<void()> arrived);
+    /// Drops all events, for a connection that waits for none.
+    X11Events(Contexts const& contexts, std::shared_ptr<X11Connection> const& connection);
     ~X11Events();
     X11Events(X11Events const&) = delete;
     X11Events& operator=(X11Events const&) = delete;

@@ -1,6 +1,7 @@
 #include "platform/linux/x11/windows/X11WindowFocus.h"
 
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Events.h"
 #include "platform/linux/x11/XReply.h"
 #include "platform/linux/x11/windows/FocusQuestions.h"
 
@@ -33,8 +34,10 @@ std::uint32_t atomNamed(xcb_connection_t* x, std::string_view name)
 } // namespace
 
 /// The connection, one caller at a time: what comes in on it is waited for.
-class X11WindowFocus::Requests {
+class X11WindowFocus::Requests : public std::enable_shared_from_this<Requests> {
 public:
+    explicit Requests(Contexts contexts) : contexts(std::move(contexts)) {}
+
     template <class Result, class Work>
     Result with(Work work)
     {
@@ -121,6 +124,10 @@ private:
         connection = X11Connection::open();
         if (!connection)
             return;
+        events.emplace(contexts, connection, [self = weak_from_this()] {
+            if (auto const requests = self.lock())
+                requests->dropEvents();
+        });
         auto* const x = connection->get();
         desktopAtom = atomNamed(x, "_NET_WM_DESKTOP");
         currentDesktopAtom = atomNamed(x, "_NET_CURRENT_DESKTOP");
@@ -133,6 +140,14 @@ private:
         std::uint32_t const values[] = {XCB_EVENT_MASK_PROPERTY_CHANGE};
         xcb_create_window(x, 0, timeWindow, connection->root(), -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                           XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, values);
+    }
+
+    /// Whoever holds the lock reads the events itself.
+    void dropEvents()
+    {
+        std::unique_lock const guard(lock, std::try_to_lock);
+        if (guard)
+            connection->drain();
     }
 
     void tell(std::uint32_t window, std::uint32_t what, std::array<std::uint32_t, 5> numbers)
@@ -165,9 +180,11 @@ private:
         return numberAt(connection->root(), connection->atoms().netSupportingWmCheck).has_value();
     }
 
+    Contexts const contexts;
     std::mutex lock; // All below.
     bool isOpened = false;
-    std::unique_ptr<X11Connection> connection;
+    std::shared_ptr<X11Connection> connection;
+    std::optional<X11Events> events;
     std::uint32_t desktopAtom = 0;
     std::uint32_t currentDesktopAtom = 0;
     std::uint32_t fullScreenAtom = 0;
@@ -178,7 +195,7 @@ private:
     std::uint32_t timeWindow = 0;
 };
 
-X11WindowFocus::X11WindowFocus() : requests(std::make_unique<Requests>()) {}
+X11WindowFocus::X11WindowFocus(Contexts const& contexts) : requests(std::make_shared<Requests>(contexts)) {}
 
 X11WindowFocus::~X11WindowFocus() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Contexts.h"
 #include "platform/WindowFocus.h"
 
 #include <memory>
@@ -12,7 +13,7 @@ namespace zelvo {
 /// is no window.
 class X11WindowFocus final : public WindowFocus {
 public:
-    X11WindowFocus();
+    explicit X11WindowFocus(Contexts const& contexts);
     ~X11WindowFocus() override;
 
     std::uint32_t activeWindow() override;
@@ -26,7 +27,7 @@ public:
 
 private:
     class Requests;
-    std::unique_ptr<Requests> const requests;
+    std::shared_ptr<Requests> const requests;
 };
 
 } // namespace zelvo
