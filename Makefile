@@ -48,6 +48,7 @@ check:
 	@$(CONFIGURE) dev && cmake --build build
 	@scripts/check-headers build
 	@scripts/check-tidy build
+	@scripts/run-soak build
 	@$(CONFIGURE) asan && cmake --build build/asan && scripts/run-tests build/asan
 	@$(CONFIGURE) tsan && cmake --build build/tsan && scripts/run-tests build/tsan 'unit|end_to_end'
 	@scripts/try-fresh trixie --with-tests

@@ -1,0 +1,52 @@
+#include "soak/MemoryTrend.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace zelvo::test {
+
+namespace {
+
+constexpr std::size_t windowCount = 8;
+
+double quantileOf(std::vector<double> values, double quantile)
+{
+    if (values.empty())
+        throw std::runtime_error("a window without a sample");
+    auto const at = static_cast<std::ptrdiff_t>(static_cast<double>(values.size()) * quantile);
+    std::ranges::nth_element(values, values.begin() + at);
+    return values[static_cast<std::size_t>(at)];
+}
+
+double medianSlope(std::vector<double> const& windows)
+{
+    std::vector<double> slopes;
+    for (std::size_t i = 0; i < windows.size(); ++i)
+        for (std::size_t k = i + 1; k < windows.size(); ++k)
+            slopes.push_back((windows[k] - windows[i]) / static_cast<double>(k - i));
+    return quantileOf(std::move(slopes), medianQuantile);
+}
+
+} // namespace
+
+MemoryTrend memoryTrend(std::span<MemorySample const> samples, double from, double until, double quantile)
+{
+    std::vector<std::vector<double>> perWindow(windowCount);
+    for (MemorySample const& sample : samples)
+        if (sample.seconds >= from && sample.seconds < until)
+            perWindow[static_cast<std::size_t>((sample.seconds - from) / (until - from) * windowCount)]
+                .push_back(sample.kib);
+    MemoryTrend trend;
+    for (auto& values : perWindow)
+        trend.windows.push_back(quantileOf(std::move(values), quantile));
+    trend.rise = trend.windows.back() - trend.windows.front();
+    trend.drift = medianSlope(trend.windows) * (windowCount - 1);
+    return trend;
+}
+
+bool isFlat(MemoryTrend const& trend, double limitKib)
+{
+    return trend.rise <= limitKib && trend.drift <= limitKib;
+}
+
+} // namespace zelvo::test
