@@ -93,13 +93,17 @@ Task<> RpcRouter::assertMayAct(InputAction action, std::string expected, std::si
     co_await checkHiddenApps(std::move(action));
 }
 
-/// A pause or a lock ends it: nobody waits for days.
+/// A pause or a lock cuts it short, so that nobody waits for days; the next action meets the check.
 Task<> RpcRouter::wait(std::int64_t ms)
 {
     Instant const end = clock.now() + waitOf(ms);
-    while (clock.now() < end) {
-        co_await clock.sleepThroughCancel(std::min<Duration>(end - clock.now(), waitSlice));
-        co_await on(contexts.main, [this] { state.assertReady(); });
+    try {
+        while (clock.now() < end) {
+            co_await clock.sleepThroughCancel(std::min<Duration>(end - clock.now(), waitSlice));
+            co_await on(contexts.main, [this] { state.assertReady(); });
+        }
+    } catch (AgentError const&) {
+        co_return;
     }
 }
 

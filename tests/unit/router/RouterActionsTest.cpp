@@ -116,6 +116,43 @@ TEST_F(RouterActionsTest, lockStopsTheBatchAtTheNextAction)
     EXPECT_EQ(code(*reply), "machine_unavailable");
 }
 
+TEST_F(RouterActionsTest, aWaitThatAPauseEndsIsDone)
+{
+    std::optional<json::object> reply;
+    start(frame("actions.perform", R"({"actions":[{"type":"wait","ms":10000}]})"), reply);
+    state.setPaused(true);
+    platform.time.advance(100ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->at("result"), (json::object{{"ok", true}}));
+    EXPECT_EQ(state.activity().front().kind, ActivityKind::actions);
+}
+
+TEST_F(RouterActionsTest, aWaitThatALockEndsIsDone)
+{
+    std::optional<json::object> reply;
+    start(frame("actions.perform", R"({"actions":[{"type":"wait","ms":10000}]})"), reply);
+    platform.sessionEvents.present = Availability::screenLocked;
+    state.refreshAvailability();
+    platform.time.advance(100ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "");
+}
+
+TEST_F(RouterActionsTest, theWaitAfterAPauseMeetsTheCheck)
+{
+    std::optional<json::object> reply;
+    start(
+        frame(
+            "actions.perform",
+            R"({"actions":[{"type":"wait","ms":10000},{"type":"wait","ms":200},{"type":"move","x":2,"y":2}]})"),
+        reply);
+    state.setPaused(true);
+    platform.time.advance(100ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "machine_paused");
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
 TEST_F(RouterActionsTest, withdrawnPermissionStopsTheBatchAtTheNextAction)
 {
     std::optional<json::object> reply;
