@@ -125,19 +125,11 @@ RpcReply RpcRouter::failureReply(std::string id, AgentError error) const
 std::optional<std::map<std::string, std::string>> RpcRouter::details(AgentError error) const
 {
     if (error == AgentError::machineUnavailable)
-        return {{{"reason", unavailabilityReason()}}};
+        return {{{"reason", std::string(rawValue(state.currentAvailability()))}}};
     if (error == AgentError::permissionMissing)
         return {
             {{"permission", members.permissions().screenRecording ? "accessibility" : "screenRecording"}}};
     return std::nullopt;
-}
-
-/// What refused the command was told before the session may show it; what was not told yet, the session
-/// shows.
-std::string RpcRouter::unavailabilityReason() const
-{
-    std::string const told = state.currentState().availability;
-    return told == rawValue(Availability::ready) ? std::string(rawValue(state.currentAvailability())) : told;
 }
 
 std::optional<std::string> RpcRouter::loggedAgentName(std::optional<std::string> const& name)

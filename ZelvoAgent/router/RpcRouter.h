@@ -83,7 +83,6 @@ private:
     Task<json::value> dispatch(RpcFrame frame);
     RpcReply failureReply(std::string id, AgentError error) const;
     std::optional<std::map<std::string, std::string>> details(AgentError error) const;
-    std::string unavailabilityReason() const;
     /// The agent's name as the log keeps it: its beginning, since an agent may give a name of any length.
     static std::optional<std::string> loggedAgentName(std::optional<std::string> const& name);
     Task<> logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName);

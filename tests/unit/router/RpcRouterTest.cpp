@@ -32,18 +32,29 @@ TEST_F(RpcRouterTest, displayInfoWithoutAScreenIsUnavailableWithTheReason)
     EXPECT_EQ(details(reply), (json::object{{"reason", "ready"}}));
 }
 
-TEST_F(RpcRouterTest, reasonIsWhatTheSessionShowsNowWhenNothingWasToldYet)
+TEST_F(RpcRouterTest, reasonIsWhatTheSessionShowsAtThatMoment)
 {
     platform.screenSource.attached.clear();
     platform.sessionEvents.present = Availability::noGUISession;
     EXPECT_EQ(details(call("display.info")), (json::object{{"reason", "no_gui_session"}}));
 }
 
-TEST_F(RpcRouterTest, reasonIsTheSleepThatWasTold)
+TEST_F(RpcRouterTest, reasonIsNotTheAvailabilityThatRefused)
 {
     state.startObserving();
     platform.sessionEvents.tell(SessionEvent::willSleep);
-    EXPECT_EQ(details(call("display.info")), (json::object{{"reason", "asleep"}}));
+    platform.sessionEvents.present = Availability::screenLocked;
+    json::object const reply = call("display.info");
+    EXPECT_EQ(code(reply), "machine_unavailable");
+    EXPECT_EQ(details(reply), (json::object{{"reason", "screen_locked"}}));
+}
+
+TEST_F(RpcRouterTest, reasonIsReadyWhenTheMachineHasBecomeSo)
+{
+    platform.sessionEvents.present = Availability::screenLocked;
+    state.refreshAvailability();
+    platform.sessionEvents.present = Availability::ready;
+    EXPECT_EQ(details(call("display.info")), (json::object{{"reason", "ready"}}));
 }
 
 TEST_F(RpcRouterTest, cursorPositionInPoints)
