@@ -88,9 +88,22 @@ Task<json::value> RpcRouter::screenshot(RpcFrame frame)
 
 Task<json::value> RpcRouter::handleScreenshot(RpcFrame frame)
 {
-    CapturedImage const image = co_await members.screen.capture(screenshotOptions(frame.params));
+    CapturedImage const image = co_await capture(screenshotOptions(frame.params));
     std::string base64 = co_await on(contexts.workers, [&] { return base64::encode(image.data); });
     co_return screenshotResult(image, base64);
+}
+
+/// What the system refuses to show needs screen recording, whatever the permissions look like from here.
+Task<CapturedImage> RpcRouter::capture(ScreenshotOptions options)
+{
+    try {
+        co_return co_await members.screen.capture(options);
+    } catch (AgentError const& refusal) {
+        if (refusal != AgentError::permissionMissing)
+            throw;
+        throw DetailedAgentError{
+            refusal, std::string(defaultMessage(refusal)), {{"permission", "screenRecording"}}};
+    }
 }
 
 Task<json::value> RpcRouter::uiTree(RpcFrame frame)

@@ -91,6 +91,7 @@ private:
     // RouterObservation.cpp
     Task<json::value> displayInfo(RpcFrame frame);
     Task<json::value> screenshot(RpcFrame frame);
+    Task<CapturedImage> capture(ScreenshotOptions options);
     Task<json::value> cursorPosition(RpcFrame frame);
     Task<json::value> handleScreenshot(RpcFrame frame);
     Task<json::value> uiTree(RpcFrame frame);

@@ -128,6 +128,26 @@ TEST_F(RpcRouterTest, screenshotWithoutScreenRecording)
     EXPECT_EQ(details(reply), (json::object{{"permission", "screenRecording"}}));
 }
 
+TEST_F(RpcRouterTest, screenshotThatTheSystemRefusesNamesScreenRecording)
+{
+    platform.screenSource.capturable.emplace();
+    for (bool const accessibility : {true, false}) {
+        platform.systemAccess.granted.accessibility = accessibility;
+        json::object const reply = call("screenshot");
+        EXPECT_EQ(code(reply), "permission_missing");
+        EXPECT_EQ(reply.at("error").at("message"), "A macOS permission is missing");
+        EXPECT_EQ(details(reply), (json::object{{"permission", "screenRecording"}}));
+    }
+}
+
+TEST_F(RpcRouterTest, treeThatTheSystemRefusesNamesAccessibility)
+{
+    tree.failsWith = AgentError::permissionMissing;
+    json::object const reply = call("ui.tree");
+    EXPECT_EQ(code(reply), "permission_missing");
+    EXPECT_EQ(details(reply), (json::object{{"permission", "accessibility"}}));
+}
+
 TEST_F(RpcRouterTest, actionsWithoutAccessibility)
 {
     platform.systemAccess.granted = {.accessibility = false, .screenRecording = true};
