@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/Failure.h"
 #include "base/Text.h"
+#include "wire/MethodTable.h"
 #include "wire/ScopePolicy.h"
 
 #include <algorithm>
@@ -16,11 +17,6 @@ constexpr std::size_t longestName = 100;    // characters
 constexpr std::size_t longestTask = 300;    // characters
 constexpr std::size_t longestSummary = 200; // characters
 constexpr char const* confirmationKey = "confirmationTimeoutMs";
-
-/// The gateway's own messages to a machine. A machine answers them whatever the connection may do, and they
-/// name other connections, so they are not for platforms to send.
-constexpr std::array<std::string_view, 5> ownMethods = {"agents.update", "connection.revoke",
-                                                        "connections.names", "heartbeat", "queue.offer"};
 
 constexpr std::array<std::string_view, 3> deliveryKeys = {"whenUnavailable", "ttlSeconds", confirmationKey};
 
@@ -46,7 +42,9 @@ std::string methodOf(json::object const& body)
     auto const method = read::text(body, "method");
     if (!method || method->empty())
         throw invalid("\"method\" must be a text");
-    if (isOneOf(ownMethods, *method))
+    // What gateway and machine say to each other names other connections, whatever this one may do.
+    Method const* const row = methodNamed(*method);
+    if (row && !row->isForPlatforms())
         throw Failure{.code = ErrorCode::forbidden,
                       .message = "\"" + *method + "\" is not for platforms to send"};
     return *method;

@@ -1,43 +1,13 @@
 #include "wire/ScopePolicy.h"
 
-#include <array>
+#include "wire/MethodTable.h"
 
-namespace zelvo::ScopePolicy {
+namespace zelvo {
 
-namespace {
-
-struct Row {
-    std::string_view method;
-    AgentScope scope;
-};
-
-constexpr std::array<Row, 16> rows = {{
-    {"screenshot", AgentScope::screen},
-    {"ui.tree", AgentScope::screen},
-    {"windows.list", AgentScope::screen},
-    {"apps.list", AgentScope::screen},
-    {"cursor.position", AgentScope::screen},
-    {"actions.perform", AgentScope::input},
-    {"apps.open", AgentScope::input},
-    {"apps.activate", AgentScope::input},
-    {"urls.open", AgentScope::input},
-    {"shell.run", AgentScope::shell},
-    {"files.upload.begin", AgentScope::files},
-    {"files.upload.chunk", AgentScope::files},
-    {"files.upload.end", AgentScope::files},
-    {"files.download", AgentScope::files},
-    {"clipboard.get", AgentScope::clipboard},
-    {"clipboard.set", AgentScope::clipboard},
-}};
-
-} // namespace
-
-std::optional<AgentScope> required(std::string_view method)
+std::optional<AgentScope> ScopePolicy::required(std::string_view method)
 {
-    for (Row const& row : rows)
-        if (row.method == method)
-            return row.scope;
-    return std::nullopt;
+    Method const* const row = methodNamed(method);
+    return row ? row->scope : std::nullopt;
 }
 
-} // namespace zelvo::ScopePolicy
+} // namespace zelvo

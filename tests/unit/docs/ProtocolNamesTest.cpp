@@ -3,12 +3,10 @@
 #include "drivers/ShellRunner.h"
 #include "drivers/TreeWalk.h"
 #include "platform/Pasteboard.h"
-#include "router/RpcRouter.h"
 #include "unit/docs/ProtocolDocument.h"
 #include "unit/docs/ProtocolMachine.h"
 #include "wire/ErrorCode.h"
-#include "wire/ScopePolicy.h"
-#include "wire/records/Frames.h"
+#include "wire/MethodTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -38,9 +36,20 @@ std::vector<std::string> spans(std::string const& text)
     return all.empty() && !text.empty() ? std::vector{text} : all;
 }
 
-TEST(ProtocolNames, methodsAreThoseOfTheRouter)
+TEST(ProtocolNames, methodsAreThoseThatAreServed)
 {
-    EXPECT_THAT(document().names("Methods"), UnorderedElementsAreArray(RpcRouter::methodNames()));
+    std::vector<std::string_view> served;
+    for (Method const& method : methods)
+        if (method.isServed())
+            served.push_back(method.name);
+    EXPECT_THAT(document().names("Methods"), UnorderedElementsAreArray(served));
+}
+
+TEST(ProtocolNames, serviceMethodsAreThoseOfTheTable)
+{
+    for (DocumentSection const& section : document().named("Methods"))
+        EXPECT_EQ(section.scope.ends_with("a service method"), methodNamed(section.title)->isService())
+            << section.title;
 }
 
 TEST(ProtocolNames, everyErrorCodeIsToldWithItsSenderAndMessage)
@@ -76,14 +85,13 @@ TEST(ProtocolNames, scopesAreThoseOfThePolicy)
     }
 
     EXPECT_THAT(scopes, testing::ElementsAreArray(EnumTexts<AgentScope>::texts));
-    for (std::string_view const method : EnumTexts<records::RPCMethod>::texts) {
-        auto const scope = ScopePolicy::required(method);
+    for (auto const& [method, scope, use] : methods) {
         EXPECT_EQ(told.contains(std::string(method)), scope.has_value()) << method;
         if (scope)
             EXPECT_EQ(told[std::string(method)], rawValue(*scope)) << method;
     }
     for (DocumentSection const& section : document().named("Methods")) {
-        auto const scope = ScopePolicy::required(section.title);
+        auto const scope = methodNamed(section.title)->scope;
         EXPECT_EQ(section.scope.substr(0, section.scope.find(';')), scope ? rawValue(*scope) : "none")
             << section.title;
     }

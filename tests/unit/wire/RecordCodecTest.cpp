@@ -97,17 +97,6 @@ TEST(RecordCodec, keepsAnyValueAsItIs)
     EXPECT_FALSE(reply->error);
 }
 
-TEST(RecordCodec, readsAnEnvelopeOfTheSchema)
-{
-    auto const request = fromText<RPCRequest>(
-        R"({"id": "1", "method": "ui.tree", "agent": {"name": "Ann", "ref": "r1"}, "params": {}})");
-
-    ASSERT_TRUE(request);
-    EXPECT_EQ(request->method, RPCMethod::uiTree);
-    EXPECT_EQ(request->agent->ref, "r1");
-    EXPECT_FALSE(fromText<RPCRequest>(R"({"id": "1", "method": "no.such"})"));
-}
-
 TEST(RecordCodec, readsATree)
 {
     auto const tree = fromText<UITree>(
@@ -119,14 +108,6 @@ TEST(RecordCodec, readsATree)
     EXPECT_EQ(tree->elements.at(0).frame.h, 2);
     EXPECT_FALSE(tree->compact);
     EXPECT_FALSE(tree->elements.at(0).title);
-}
-
-TEST(RPCMethod, namesEveryMethodOnce)
-{
-    EXPECT_EQ(EnumTexts<RPCMethod>::texts.size(), 28u);
-    EXPECT_EQ(rawValue(RPCMethod::vncClose), "vnc.close");
-    EXPECT_EQ(rawValue(RPCMethod::displayInfo), "display.info");
-    EXPECT_EQ(fromRawValue<RPCMethod>("files.upload.begin"), RPCMethod::filesUploadBegin);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "wire/ScopePolicy.h"
 
-#include "wire/records/Frames.h"
+#include "wire/MethodTable.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ std::map<std::string_view, AgentScope> const table = {
 
 TEST(ScopePolicy, followsTheTableForEveryMethodOfTheSchema)
 {
-    for (std::string_view const method : EnumTexts<records::RPCMethod>::texts) {
+    for (auto const& [method, scope, use] : methods) {
         auto const row = table.find(method);
         auto const expected = row == table.end() ? std::nullopt : std::optional(row->second);
         EXPECT_EQ(ScopePolicy::required(method), expected) << method;
@@ -32,7 +32,7 @@ TEST(ScopePolicy, followsTheTableForEveryMethodOfTheSchema)
 TEST(ScopePolicy, knowsNoMethodOutsideTheSchema)
 {
     for (auto const& [method, scope] : table)
-        EXPECT_TRUE(fromRawValue<records::RPCMethod>(method)) << method;
+        EXPECT_TRUE(methodNamed(method)) << method;
 }
 
 TEST(ScopePolicy, asksNothingForGrantDisplayAndPermissions)
@@ -51,7 +51,7 @@ TEST(ScopePolicy, comparesNamesByCase)
 
 TEST(ScopePolicy, needsRecordForNoMethod)
 {
-    for (std::string_view const method : EnumTexts<records::RPCMethod>::texts)
+    for (auto const& [method, scope, use] : methods)
         EXPECT_NE(ScopePolicy::required(method), AgentScope::record) << method;
 }
 
