@@ -111,7 +111,7 @@ AgentParts::AgentParts(Contexts contexts,
 std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Platform& platform)
 {
     auto hasOpenQuestion = [this] { return confirmations.hasOpenQuestion(); };
-    RpcRouter::Members members{
+    RpcRouter::Services members{
         .screen = screen,
         .tree = tree,
         .input = input,

@@ -1,72 +1,120 @@
 #include "router/RpcRouter.h"
 
 #include "base/Hop.h"
-#include "base/Text.h"
-#include "wire/ScopePolicy.h"
+#include "router/ActionHandlers.h"
+#include "router/ApplicationHandlers.h"
+#include "router/ObservationHandlers.h"
+#include "router/ShellHandlers.h"
+#include "router/SystemHandlers.h"
+#include "router/TransferHandlers.h"
 
 #include <boost/asio/strand.hpp>
 
-#include <algorithm>
-
 namespace zelvo {
 
-namespace {
+static_assert(haveOneHandlerForEachMethod<ObservationHandlers,
+                                          ActionHandlers,
+                                          ApplicationHandlers,
+                                          ShellHandlers,
+                                          TransferHandlers,
+                                          SystemHandlers>());
 
-/// Housekeeping of the gateway itself, answered whatever the state of the machine.
-constexpr std::array<std::string_view, 3> serviceMethods = {"connection.revoke", "connections.names",
-                                                            "agents.update"};
+/// The handlers and what they share, in the order in which one needs another.
+struct RpcRouter::Families {
+    Families(Contexts const& contexts, Clock& clock, AgentState& state, Services const& services);
 
-constexpr std::size_t maxLoggedNameLength = 200; // Characters.
+    SnapshotStore snapshots; // strand
+    FrontmostCheck frontmost;
+    Confirmations confirmations;
+    ShownInput shownInput;
+    ActionGuard guard;
+    ElementHandlers elements;
+    ObservationHandlers observation;
+    ActionHandlers actions;
+    ApplicationHandlers applications;
+    ShellHandlers shell;
+    TransferHandlers transfers;
+    SystemHandlers system;
+};
 
-} // namespace
-
-RpcRouter::RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Members members)
-    : contexts(contexts), clock(clock), state(state), members(std::move(members)),
-      strand(asio::make_strand(contexts.agent)), snapshots(clock)
+RpcRouter::Families::Families(Contexts const& contexts,
+                              Clock& clock,
+                              AgentState& state,
+                              Services const& services)
+    : snapshots(clock), frontmost(clock, services.probe),
+      confirmations(services.confirmations, services.probe, frontmost),
+      shownInput(contexts.workers, services.input, services.cursor),
+      guard({.contexts = contexts,
+             .state = state,
+             .probe = services.probe,
+             .hiddenGuard = services.hiddenGuard,
+             .ownUi = services.ownUi,
+             .permissions = services.permissions,
+             .questionPending = services.questionPending,
+             .frontmost = frontmost}),
+      elements({.workers = contexts.workers,
+                .clock = clock,
+                .snapshots = snapshots,
+                .probe = services.probe,
+                .hiddenGuard = services.hiddenGuard,
+                .ownUi = services.ownUi,
+                .input = services.input,
+                .shown = shownInput}),
+      observation({.contexts = contexts,
+                   .clock = clock,
+                   .state = state,
+                   .screen = services.screen,
+                   .tree = services.tree,
+                   .input = services.input,
+                   .probe = services.probe,
+                   .ownUi = services.ownUi,
+                   .recorder = services.recorder,
+                   .snapshots = snapshots}),
+      actions({.contexts = contexts,
+               .clock = clock,
+               .state = state,
+               .recorder = services.recorder,
+               .workspace = services.workspace,
+               .guard = guard,
+               .confirmations = confirmations,
+               .elements = elements,
+               .input = shownInput}),
+      applications({.workers = contexts.workers,
+                    .workspace = services.workspace,
+                    .windows = services.windows,
+                    .hiddenApps = services.hiddenApps,
+                    .recorder = services.recorder,
+                    .frontmost = frontmost,
+                    .confirmations = confirmations}),
+      shell({.main = contexts.main, .state = state, .shell = services.shell, .confirmations = confirmations}),
+      transfers({.contexts = contexts,
+                 .files = services.files,
+                 .pasteboard = services.pasteboard,
+                 .clipboard = services.clipboard,
+                 .hiddenApps = services.hiddenApps,
+                 .confirmations = confirmations}),
+      system({.main = contexts.main,
+              .clock = clock,
+              .state = state,
+              .offers = services.offers,
+              .permissions = services.permissions})
 {
 }
 
-/// The method table. A name that is not here is an invalid request.
-std::map<std::string_view, RpcRouter::Handler> const& RpcRouter::methods()
+RpcRouter::RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Services services)
+    : contexts(contexts), state(state), permissions(services.permissions), mode(services.mode),
+      strand(asio::make_strand(contexts.agent)),
+      families(std::make_unique<Families>(contexts, clock, state, services))
 {
-    static std::map<std::string_view, Handler> const table = {
-        {"display.info", &RpcRouter::displayInfo},
-        {"permissions.get", &RpcRouter::permissionsGet},
-        {"screenshot", &RpcRouter::screenshot},
-        {"ui.tree", &RpcRouter::uiTree},
-        {"actions.perform", &RpcRouter::handleActions},
-        {"cursor.position", &RpcRouter::cursorPosition},
-        {"shell.run", &RpcRouter::handleShell},
-        {"clipboard.get", &RpcRouter::handleClipboardGet},
-        {"clipboard.set", &RpcRouter::clipboardSet},
-        {"apps.open", &RpcRouter::appsOpen},
-        {"apps.activate", &RpcRouter::appsActivate},
-        {"apps.list", &RpcRouter::handleAppsList},
-        {"windows.list", &RpcRouter::handleWindowsList},
-        {"urls.open", &RpcRouter::handleOpenUrl},
-        {"files.download", &RpcRouter::filesDownload},
-        {"files.upload.begin", &RpcRouter::handleFileUpload},
-        {"connection.grant", &RpcRouter::connectionGrant},
-        {"connection.revoke", &RpcRouter::connectionRevoke},
-        {"agents.update", &RpcRouter::agentsUpdate},
-        {"connections.names", &RpcRouter::connectionsNames},
-        {"queue.offer", &RpcRouter::queueOffer},
-    };
-    return table;
+    addHandlers(handlers, families->observation);
+    addHandlers(handlers, families->actions);
+    addHandlers(handlers, families->applications);
+    addHandlers(handlers, families->shell);
+    addHandlers(handlers, families->transfers);
+    addHandlers(handlers, families->system);
 }
 
-std::vector<std::string_view> RpcRouter::methodNames()
-{
-    std::vector<std::string_view> names;
-    for (auto const& [name, handler] : methods())
-        names.push_back(name);
-    return names;
-}
-
-bool RpcRouter::isServiceMethod(std::string_view method)
-{
-    return std::ranges::find(serviceMethods, method) != serviceMethods.end();
-}
+RpcRouter::~RpcRouter() = default;
 
 Task<RpcReply> RpcRouter::handle(RpcFrame frame)
 {
@@ -78,13 +126,12 @@ Task<RpcReply> RpcRouter::handleOnStrand(RpcFrame frame)
 {
     std::string const id = frame.id;
     try {
-        co_await preflight(frame.method, frame.connectionId);
-        json::value result = co_await dispatch(std::move(frame));
+        json::value result = co_await dispatch(co_await preflight(std::move(frame)));
         co_return RpcReply::result(id, std::move(result));
     } catch (DetailedAgentError const& failure) {
         co_return RpcReply::failure(id, failure.error, failure.details, failure.message);
     } catch (AgentError const& failure) {
-        co_return failureReply(id, failure);
+        co_return RpcReply::failure(id, failure, details(failure));
     } catch (...) {
         // Nothing of a failure of the system reaches an agent.
         co_return RpcReply::failure(id, AgentError::internalError);
@@ -93,33 +140,35 @@ Task<RpcReply> RpcRouter::handleOnStrand(RpcFrame frame)
 
 /// Scope first, then pause and availability, then the system's permission: a connection without the scope
 /// learns of that even when paused.
-Task<> RpcRouter::preflight(std::string method, std::optional<std::string> connectionId)
+Task<Admission> RpcRouter::preflight(RpcFrame frame)
 {
-    if (isServiceMethod(method))
-        co_return;
-    std::optional<AgentScope> const scope = ScopePolicy::required(method);
+    Admission admission{.frame = std::move(frame)};
+    Method const* const method = methodNamed(admission.frame.method);
+    if (method && method->isService())
+        co_return admission;
+    auto const scope = method ? method->scope : std::nullopt;
+    bool const isPersons = mode == AgentMode::connected;
     co_await on(contexts.main, [&] {
-        if (members.mode == AgentMode::connected && scope)
-            state.assertScope(*scope, connectionId);
+        if (isPersons && scope)
+            state.assertScope(*scope, admission.frame.connectionId);
         state.assertReady();
+        admission.connection = state.connection(admission.frame.connectionId);
     });
-    Permissions const permissions = members.permissions();
-    if ((scope == AgentScope::input && !permissions.accessibility) ||
-        (scope == AgentScope::screen && !permissions.screenRecording))
+    if (isPersons && admission.connection)
+        admission.asker = {admission.connection->platformName, admission.connection->policy};
+    Permissions const granted = permissions();
+    if ((scope == AgentScope::input && !granted.accessibility) ||
+        (scope == AgentScope::screen && !granted.screenRecording))
         throw AgentError::permissionMissing;
+    co_return admission;
 }
 
-Task<json::value> RpcRouter::dispatch(RpcFrame frame)
+Task<json::value> RpcRouter::dispatch(Admission admission)
 {
-    auto const method = methods().find(frame.method);
-    if (method == methods().end())
+    auto const handler = handlers.find(admission.frame.method);
+    if (handler == handlers.end())
         throw AgentError::invalidRequest;
-    return (this->*method->second)(std::move(frame));
-}
-
-RpcReply RpcRouter::failureReply(std::string id, AgentError error) const
-{
-    return RpcReply::failure(std::move(id), error, details(error));
+    return handler->second(std::move(admission));
 }
 
 std::optional<std::map<std::string, std::string>> RpcRouter::details(AgentError error) const
@@ -127,30 +176,8 @@ std::optional<std::map<std::string, std::string>> RpcRouter::details(AgentError 
     if (error == AgentError::machineUnavailable)
         return {{{"reason", std::string(rawValue(state.currentAvailability()))}}};
     if (error == AgentError::permissionMissing)
-        return {
-            {{"permission", members.permissions().screenRecording ? "accessibility" : "screenRecording"}}};
+        return {{{"permission", permissions().screenRecording ? "accessibility" : "screenRecording"}}};
     return std::nullopt;
-}
-
-std::optional<std::string> RpcRouter::loggedAgentName(std::optional<std::string> const& name)
-{
-    if (!name)
-        return std::nullopt;
-    return text::prefix(*name, maxLoggedNameLength);
-}
-
-Task<std::optional<GrantedConnection>> RpcRouter::connection(std::optional<std::string> id)
-{
-    return on(contexts.main, [this, id = std::move(id)] { return state.connection(id); });
-}
-
-Task<> RpcRouter::logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName)
-{
-    co_await on(contexts.main, [&] {
-        if (auto const connection = state.connection(connectionId))
-            state.logLooked(connection->platformName, connection->id, loggedAgentName(agentName),
-                            clock.date());
-    });
 }
 
 } // namespace zelvo

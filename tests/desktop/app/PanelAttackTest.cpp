@@ -378,7 +378,7 @@ protected:
     void makeRouter()
     {
         Contexts const contexts = threads->contexts();
-        RpcRouter::Members members{
+        RpcRouter::Services services{
             .screen = *capture,
             .tree = *tree,
             .input = *input,
@@ -401,7 +401,7 @@ protected:
             .cursor = cursor,
             .offers = offers,
         };
-        router.emplace(contexts, platform->clock(), parts->state, std::move(members));
+        router.emplace(contexts, platform->clock(), parts->state, std::move(services));
     }
 
     json::object call(std::string const& method, std::string const& params)

@@ -1,14 +1,23 @@
 #pragma once
 
 #include "confirm/ElementProbe.h"
+#include "drivers/ClipboardWatcher.h"
+#include "drivers/HiddenAppGuard.h"
+#include "drivers/HiddenAppsStore.h"
 #include "drivers/InputDriver.h"
+#include "drivers/OwnUiGuard.h"
 #include "drivers/PostingGate.h"
+#include "drivers/ScreenCapture.h"
 #include "fakes/FakeConfirming.h"
 #include "fakes/FakeFiles.h"
 #include "fakes/FakeProbe.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeTree.h"
+#include "recording/SessionRecording.h"
+#include "router/AgentCursorPresenting.h"
 #include "router/RpcRouter.h"
+#include "state/AgentState.h"
+#include "state/QueueOfferInbox.h"
 #include "unit/docs/JsonSchemas.h"
 #include "unit/state/StateFixture.h"
 
@@ -103,7 +112,7 @@ protected:
 
     void makeRouter(AgentMode newMode)
     {
-        RpcRouter::Members members{
+        RpcRouter::Services services{
             .screen = capture,
             .tree = tree,
             .input = input,
@@ -125,7 +134,7 @@ protected:
             .offers = offers,
             .mode = newMode,
         };
-        router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(members));
+        router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(services));
     }
 
     static RpcFrame

@@ -1,7 +1,9 @@
+#include "router/ApplicationHandlers.h"
+
 #include "base/Hop.h"
 #include "base/Text.h"
 #include "base/Url.h"
-#include "router/RpcRouter.h"
+#include "wire/AgentError.h"
 
 #include <algorithm>
 
@@ -79,73 +81,70 @@ json::array shownEntries(std::vector<Item> const& items, std::set<std::string> c
 
 } // namespace
 
-Task<json::value> RpcRouter::appsOpen(RpcFrame frame)
+Task<json::value> ApplicationHandlers::openApp(Admission admission)
 {
-    return handleOpenApp(std::move(frame), false);
+    return bringToFront(std::move(admission), Workspace::NotRunning::isStarted);
 }
 
 /// Never starts an application.
-Task<json::value> RpcRouter::appsActivate(RpcFrame frame)
+Task<json::value> ApplicationHandlers::activateApp(Admission admission)
 {
-    return handleOpenApp(std::move(frame), true);
+    return bringToFront(std::move(admission), Workspace::NotRunning::isLeft);
 }
 
-Task<json::value> RpcRouter::handleOpenApp(RpcFrame frame, bool activateOnly)
+Task<json::value> ApplicationHandlers::bringToFront(Admission admission, Workspace::NotRunning notRunning)
 {
-    std::string const bundleId = read::text(frame.params, "bundleId").value_or("");
-    std::string const name = read::text(frame.params, "name").value_or("");
+    Workspace& workspace = services.workspace;
+    std::string const bundleId = read::text(admission.frame.params, "bundleId").value_or("");
+    std::string const name = read::text(admission.frame.params, "name").value_or("");
     std::string location;
-    auto const bundle = co_await on(contexts.workers, [&] {
-        location = applicationLocation(members.workspace, bundleId, name).value_or("");
-        return location.empty() ? std::nullopt : members.workspace.bundle(location);
+    auto const bundle = co_await on(services.workers, [&] {
+        location = applicationLocation(workspace, bundleId, name).value_or("");
+        return location.empty() ? std::nullopt : workspace.bundle(location);
     });
     if (!bundle || bundle->identifier.empty())
         throw AgentError::invalidRequest;
-    std::set<std::string> const hidden = co_await members.hiddenApps.bundleIds();
+    std::set<std::string> const hidden = co_await services.hiddenApps.bundleIds();
     if (hidden.contains(bundle->names.identifier(hidden).value_or(bundle->identifier)))
         throw AgentError::hiddenAppActive;
-    auto const caller = co_await connection(frame.connectionId);
-    co_await members.recorder.agentActed(frame.connectionId, caller ? caller->platformName : "");
-    if (activateOnly && !co_await on(contexts.workers, [&] {
-            return isRunning(members.workspace, location, bundle->identifier);
-        }))
+    co_await services.recorder.agentActed(admission.frame.connectionId, admission.platformName());
+    if (notRunning == Workspace::NotRunning::isLeft &&
+        !co_await on(services.workers, [&] { return isRunning(workspace, location, bundle->identifier); }))
         throw AgentError::invalidRequest;
     // What ran a moment ago may have ended, or have no window that could come to the front.
-    auto const notRunning = activateOnly ? Workspace::NotRunning::isLeft : Workspace::NotRunning::isStarted;
-    std::string const openedName = co_await members.workspace.openApplication(location, notRunning);
-    if (!co_await isInFront(bundle->identifier, openWait))
-        throw co_await notFrontmost(bundle->identifier, std::nullopt);
+    std::string const openedName = co_await workspace.openApplication(location, notRunning);
+    co_await services.frontmost.assertInFront(bundle->identifier, openWait);
     co_return json::object{{"ok", true}, {"bundleId", bundle->identifier}, {"name", openedName}};
 }
 
-Task<json::value> RpcRouter::handleAppsList(RpcFrame)
+Task<json::value> ApplicationHandlers::listApps(Admission)
 {
-    std::set<std::string> const hidden = co_await members.hiddenApps.bundleIds();
+    std::set<std::string> const hidden = co_await services.hiddenApps.bundleIds();
     auto const running =
-        co_await on(contexts.workers, [this] { return members.workspace.runningApplications(); });
+        co_await on(services.workers, [this] { return services.workspace.runningApplications(); });
     co_return shownEntries(running, hidden);
 }
 
-Task<json::value> RpcRouter::handleWindowsList(RpcFrame)
+Task<json::value> ApplicationHandlers::listWindows(Admission)
 {
-    std::set<std::string> const hidden = co_await members.hiddenApps.bundleIds();
-    auto const windows = co_await on(contexts.workers, [this] { return members.windows.windows(); });
+    std::set<std::string> const hidden = co_await services.hiddenApps.bundleIds();
+    auto const windows = co_await on(services.workers, [this] { return services.windows.windows(); });
     if (!windows)
         co_return json::array();
     co_return shownEntries(*windows, hidden);
 }
 
-/// Whether something takes the URL is not told: that would tell an agent what is installed.
-Task<json::value> RpcRouter::handleOpenUrl(RpcFrame frame)
+/// Whether something takes the URL is not reported: that would tell an agent what is installed.
+Task<json::value> ApplicationHandlers::openUrl(Admission admission)
 {
-    auto const url = read::text(frame.params, "url");
+    json::object const& params = admission.frame.params;
+    auto const url = read::text(params, "url");
     if (!url || !isUrl(*url))
         throw AgentError::invalidRequest;
-    auto const caller = co_await connection(frame.connectionId);
-    co_await members.recorder.agentActed(frame.connectionId, caller ? caller->platformName : "");
+    co_await services.recorder.agentActed(admission.frame.connectionId, admission.platformName());
     ConfirmationSubject const subject{ConfirmationSubject::OpenUrl{*url}};
-    co_await askFirst(subject, caller, confirmationTimeout(frame.params));
-    co_await on(contexts.workers, [&] { members.workspace.openUrl(*url); });
+    co_await services.confirmations.ask(subject, admission.asker, Confirmations::timeoutMs(params));
+    co_await on(services.workers, [&] { services.workspace.openUrl(*url); });
     co_return json::object{{"ok", true}};
 }
 

@@ -1,8 +1,10 @@
+#include "router/ShellHandlers.h"
+
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
-#include "router/RpcRouter.h"
 #include "state/ActivityWording.h"
+#include "wire/AgentError.h"
 
 namespace zelvo {
 
@@ -35,27 +37,27 @@ json::value shellResult(ShellRunResult const& result)
 
 } // namespace
 
-Task<json::value> RpcRouter::handleShell(RpcFrame frame)
+Task<json::value> ShellHandlers::run(Admission admission)
 {
-    auto const command = read::text(frame.params, "command");
+    json::object const& params = admission.frame.params;
+    auto const command = read::text(params, "command");
     if (!command)
         throw AgentError::invalidRequest;
-    auto const caller = co_await connection(frame.connectionId);
     ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{*command}};
-    co_await askFirst(subject, caller, confirmationTimeout(frame.params));
-    std::int64_t const timeoutMs = read::integer(frame.params, "timeoutMs").value_or(defaultTimeoutMs);
-    ShellRunResult const result = co_await members.shell.run(*command, read::text(frame.params, "cwd"),
-                                                             timeoutMs, environmentFrom(frame.params));
-    if (caller)
-        co_await on(contexts.main, [&] { logShell(*caller, frame.agentName, *command, result); });
+    co_await services.confirmations.ask(subject, admission.asker, Confirmations::timeoutMs(params));
+    std::int64_t const timeoutMs = read::integer(params, "timeoutMs").value_or(defaultTimeoutMs);
+    ShellRunResult const result =
+        co_await services.shell.run(*command, read::text(params, "cwd"), timeoutMs, environmentFrom(params));
+    if (admission.connection)
+        co_await on(services.main,
+                    [&] { log(*admission.connection, admission.loggedAgentName(), *command, result); });
     co_return shellResult(result);
 }
 
-/// On the main thread.
-void RpcRouter::logShell(GrantedConnection const& connection,
-                         std::optional<std::string> const& agentName,
-                         std::string const& command,
-                         ShellRunResult const& result)
+void ShellHandlers::log(GrantedConnection const& connection,
+                        std::optional<std::string> agentName,
+                        std::string const& command,
+                        ShellRunResult const& result)
 {
     AgentState::LogLine line{.platform = connection.platformName,
                              .summary = localized("activity.terminal.ran")};
@@ -63,8 +65,8 @@ void RpcRouter::logShell(GrantedConnection const& connection,
     line.connectionId = connection.id;
     line.note = ActivityWording::terminalNote(result.exitCode, result.durationMs, result.timedOut);
     line.detail = text::prefix(command, maxLoggedCommandLength);
-    line.agentName = loggedAgentName(agentName);
-    state.log(std::move(line));
+    line.agentName = std::move(agentName);
+    services.state.log(std::move(line));
 }
 
 } // namespace zelvo

@@ -1,6 +1,8 @@
+#include "router/TransferHandlers.h"
+
 #include "base/Base64.h"
 #include "base/Hop.h"
-#include "router/RpcRouter.h"
+#include "wire/AgentError.h"
 
 namespace zelvo {
 
@@ -19,33 +21,33 @@ json::value downloadResult(std::string const& content)
 } // namespace
 
 /// The whole file comes in one message.
-Task<json::value> RpcRouter::handleFileUpload(RpcFrame frame)
+Task<json::value> TransferHandlers::uploadFile(Admission admission)
 {
-    auto const path = read::text(frame.params, "path");
-    json::value const* const text = frame.params.if_contains("data");
+    auto const path = read::text(admission.frame.params, "path");
+    json::value const* const text = admission.frame.params.if_contains("data");
     if (!path || !text || !text->is_string())
         throw AgentError::invalidRequest;
-    auto content = co_await on(contexts.workers, [&] {
+    auto content = co_await on(services.contexts.workers, [&] {
         auto decoded = base64::decode(text->get_string());
-        frame.params.erase("data");
+        admission.frame.params.erase("data");
         return decoded;
     });
     if (!content)
         throw AgentError::invalidRequest;
     ConfirmationSubject const subject{ConfirmationSubject::FileWrite{*path}};
-    co_await askFirst(subject, co_await connection(frame.connectionId), confirmationTimeoutMs);
+    co_await services.confirmations.ask(subject, admission.asker);
     std::size_t const size = content->size();
-    co_await members.files.write(*path, *std::move(content));
+    co_await services.files.write(*path, *std::move(content));
     co_return json::object{{"ok", true}, {"sizeBytes", size}};
 }
 
-Task<json::value> RpcRouter::filesDownload(RpcFrame frame)
+Task<json::value> TransferHandlers::downloadFile(Admission admission)
 {
-    auto const path = read::text(frame.params, "path");
+    auto const path = read::text(admission.frame.params, "path");
     if (!path)
         throw AgentError::invalidRequest;
-    std::string content = co_await members.files.read(*path);
-    co_return co_await on(contexts.workers, [&content] {
+    std::string content = co_await services.files.read(*path);
+    co_return co_await on(services.contexts.workers, [&content] {
         json::value result = downloadResult(content);
         content = {};
         return result;
@@ -53,31 +55,31 @@ Task<json::value> RpcRouter::filesDownload(RpcFrame frame)
 }
 
 /// What a hidden application copied is not shown, nor what is copied while the text is fetched.
-Task<json::value> RpcRouter::handleClipboardGet(RpcFrame)
+Task<json::value> TransferHandlers::clipboardText(Admission)
 {
     co_await assertClipboardMayBeSeen();
-    std::string const text = co_await members.pasteboard.text();
+    std::string const text = co_await services.pasteboard.text();
     co_await assertClipboardMayBeSeen();
     co_return json::object{{"text", text}};
 }
 
-Task<> RpcRouter::assertClipboardMayBeSeen()
+Task<> TransferHandlers::assertClipboardMayBeSeen()
 {
-    std::set<std::string> const hidden = co_await members.hiddenApps.bundleIds();
+    std::set<std::string> const hidden = co_await services.hiddenApps.bundleIds();
     auto look = [this, &hidden]() -> Task<bool> {
-        co_await members.clipboard.poll(); // A change of the last half second too.
-        co_return members.clipboard.isSourceHidden(hidden);
+        co_await services.clipboard.poll(); // A change of the last half second too.
+        co_return services.clipboard.isSourceHidden(hidden);
     };
-    if (co_await runOn(contexts.main, std::move(look)))
+    if (co_await runOn(services.contexts.main, std::move(look)))
         throw AgentError::hiddenAppActive;
 }
 
-Task<json::value> RpcRouter::clipboardSet(RpcFrame frame)
+Task<json::value> TransferHandlers::setClipboardText(Admission admission)
 {
-    auto text = read::text(frame.params, "text");
+    auto text = read::text(admission.frame.params, "text");
     if (!text)
         throw AgentError::invalidRequest;
-    if (!co_await members.pasteboard.setText(*std::move(text)))
+    if (!co_await services.pasteboard.setText(*std::move(text)))
         throw AgentError::internalError;
     co_return json::object{{"ok", true}};
 }

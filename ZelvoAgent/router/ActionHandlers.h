@@ -1,0 +1,59 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "platform/Workspace.h"
+#include "recording/SessionRecording.h"
+#include "router/ActionGuard.h"
+#include "router/Confirmations.h"
+#include "router/ElementHandlers.h"
+#include "router/HandlerTable.h"
+#include "router/ShownInput.h"
+#include "state/AgentState.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// "actions.perform": a batch of input actions, each checked just before it runs. Thread: the router's
+/// strand.
+class ActionHandlers {
+    Task<json::value> perform(Admission admission);
+
+public:
+    static constexpr std::array<HandlerRow<ActionHandlers>, 1> rows = {{
+        {"actions.perform", &ActionHandlers::perform},
+    }};
+
+    struct Services {
+        Contexts contexts;
+        Clock& clock;
+        AgentState& state;
+        SessionRecording& recorder;
+        Workspace& workspace;
+        ActionGuard& guard;
+        Confirmations& confirmations;
+        ElementHandlers& elements;
+        ShownInput& input;
+    };
+
+    explicit ActionHandlers(Services services) : services(std::move(services)) {}
+
+private:
+    Task<> performBatch(std::vector<InputAction> actions, std::string expected, std::optional<Asker> asker);
+    /// Returns whether the person was asked.
+    Task<bool> confirm(InputAction action, Asker asker);
+    Task<> execute(InputAction action);
+    Task<> wait(std::int64_t ms);
+    Task<>
+    log(GrantedConnection connection, std::optional<std::string> agentName, std::vector<InputAction> actions);
+
+    Services services;
+    bool isBusy = false; // strand; a batch runs
+};
+
+} // namespace zelvo

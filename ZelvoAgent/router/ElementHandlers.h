@@ -1,0 +1,45 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "confirm/ElementProbing.h"
+#include "drivers/HiddenAppGuard.h"
+#include "drivers/OwnUiGuard.h"
+#include "router/ShownInput.h"
+#include "router/SnapshotStore.h"
+
+#include <string>
+
+namespace zelvo {
+
+/// The actions on elements of a tree that was read, "click_element" and "set_value". They are part of
+/// "actions.perform". Thread: the router's strand.
+class ElementHandlers {
+public:
+    struct Services {
+        Executor workers;
+        Clock& clock;
+        SnapshotStore const& snapshots;
+        ElementProbing& probe;
+        HiddenAppGuard& hiddenGuard;
+        OwnUiGuard& ownUi;
+        InputDriving& input;
+        ShownInput& shown;
+    };
+
+    explicit ElementHandlers(Services services) : services(std::move(services)) {}
+
+    /// Throws AgentError: snapshotExpired, invalidRequest for an unknown element.
+    UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
+    /// Clicks an element if it is still the one that the snapshot shows.
+    Task<> perform(InputAction::ClickElement action);
+    /// Types the text over what the element holds.
+    Task<> perform(InputAction::SetValue action);
+
+private:
+    Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
+
+    Services services;
+};
+
+} // namespace zelvo

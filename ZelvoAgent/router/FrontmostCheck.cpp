@@ -1,0 +1,41 @@
+#include "router/FrontmostCheck.h"
+
+#include "drivers/FrontmostApp.h"
+
+namespace zelvo {
+
+namespace {
+
+constexpr Duration pollInterval = 50ms;
+
+} // namespace
+
+Task<>
+FrontmostCheck::assertInFront(std::string expected, Duration maxWait, std::optional<std::size_t> failedIndex)
+{
+    auto const current = [this]() -> Task<std::optional<std::string>> {
+        auto const front = co_await probe.frontmostApp();
+        co_return front ? std::optional(front->bundleId) : std::nullopt;
+    };
+    auto const outcome =
+        co_await FrontmostApp::waitUntilFrontmost(clock, expected, maxWait, pollInterval, current);
+    if (!outcome.matched)
+        throw co_await refusal(std::move(expected), failedIndex);
+}
+
+Task<DetailedAgentError> FrontmostCheck::refusal(std::string expected, std::optional<std::size_t> failedIndex)
+{
+    auto const front = co_await probe.frontmostApp();
+    DetailedAgentError failure;
+    failure.error = AgentError::appNotFrontmost;
+    failure.message = (front ? front->name : "another app") + " is in front, but " + expected +
+                      " was expected. The action was not performed.";
+    failure.details = {{"expected", expected},
+                       {"actual", front ? front->bundleId : ""},
+                       {"actualName", front ? front->name : ""}};
+    if (failedIndex)
+        failure.details["failedIndex"] = std::to_string(*failedIndex);
+    co_return failure;
+}
+
+} // namespace zelvo

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Contexts.h"
+#include "confirm/ElementProbing.h"
+#include "drivers/InputDriving.h"
+#include "drivers/OwnUiGuard.h"
+#include "drivers/ScreenCapture.h"
+#include "drivers/TreeCapturing.h"
+#include "recording/SessionRecording.h"
+#include "router/HandlerTable.h"
+#include "router/SnapshotStore.h"
+#include "state/AgentState.h"
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace zelvo {
+
+/// How an agent sees: pictures, trees of elements, the display and the pointer. Thread: the router's strand.
+class ObservationHandlers {
+    Task<json::value> displayInfo(Admission admission);
+    Task<json::value> screenshot(Admission admission);
+    Task<json::value> cursorPosition(Admission admission);
+    Task<json::value> uiTree(Admission admission);
+
+public:
+    static constexpr std::array<HandlerRow<ObservationHandlers>, 4> rows = {{
+        {"display.info", &ObservationHandlers::displayInfo},
+        {"screenshot", &ObservationHandlers::screenshot},
+        {"cursor.position", &ObservationHandlers::cursorPosition},
+        {"ui.tree", &ObservationHandlers::uiTree},
+    }};
+
+    struct Services {
+        Contexts contexts;
+        Clock& clock;
+        AgentState& state;
+        ScreenCapture& screen;
+        TreeCapturing& tree;
+        InputDriving& input;
+        ElementProbing& probe;
+        OwnUiGuard& ownUi;
+        SessionRecording& recorder;
+        SnapshotStore& snapshots;
+    };
+
+    explicit ObservationHandlers(Services services) : services(std::move(services)) {}
+
+private:
+    Task<CapturedImage> capture(ScreenshotOptions options);
+    Task<UiTreeSnapshot> readTree(TreeScope scope, bool interactiveOnly);
+    /// Writes nothing if the connection is gone by now.
+    Task<> logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName);
+
+    Services services;
+};
+
+} // namespace zelvo
