@@ -42,7 +42,7 @@ AgentParts::AgentParts(Contexts contexts,
           [this] {
               // Not on a locked screen either: there is a password to type into.
               StateMirror const now = state.currentState();
-              return now.paused || now.availability != rawValue(Availability::ready);
+              return now.paused || now.availability != Availability::ready;
           },
           [this] { return ownWindows.windowFrames(); }),
       confirmations({.main = contexts.main,

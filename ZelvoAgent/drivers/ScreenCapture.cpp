@@ -47,6 +47,14 @@ DisplayGeometry DisplayGeometry::of(Display const& display)
             display.scaleFactor, display.id};
 }
 
+records::DisplayInfo DisplayGeometry::toRecord() const
+{
+    return {.displayId = displayId,
+            .heightPoints = heightPoints,
+            .scaleFactor = scaleFactor,
+            .widthPoints = widthPoints};
+}
+
 PictureSize PictureSize::of(DisplayGeometry const& geometry, std::optional<std::int64_t> maxWidth)
 {
     auto const width =

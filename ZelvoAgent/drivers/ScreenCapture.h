@@ -3,6 +3,7 @@
 #include "base/Contexts.h"
 #include "drivers/HiddenAppsStore.h"
 #include "platform/ScreenSource.h"
+#include "wire/records/Heartbeat.h"
 
 #include <cstdint>
 #include <optional>
@@ -22,6 +23,7 @@ struct DisplayGeometry {
     bool operator==(DisplayGeometry const&) const = default;
 
     static DisplayGeometry of(Display const& display);
+    records::DisplayInfo toRecord() const;
 };
 
 struct ScreenshotOptions {

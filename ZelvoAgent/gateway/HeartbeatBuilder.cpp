@@ -1,6 +1,7 @@
 #include "gateway/HeartbeatBuilder.h"
 
 #include "base/Text.h"
+#include "wire/records/Heartbeat.h"
 
 namespace zelvo {
 
@@ -9,14 +10,6 @@ namespace {
 constexpr std::size_t maxComputerNameLength = 128;
 constexpr double gibibyte = 1024.0 * 1024.0 * 1024.0;
 constexpr int mebibyteBits = 20;
-
-json::array texts(std::vector<std::string> const& list)
-{
-    json::array array;
-    for (std::string const& text : list)
-        array.emplace_back(text);
-    return array;
-}
 
 } // namespace
 
@@ -30,23 +23,23 @@ Task<std::optional<json::object>> HeartbeatBuilder::current()
     double const freeBytes = static_cast<double>(services.facts.freeDiskBytes().value_or(0));
     std::uint64_t const residentBytes = services.facts.residentBytes().value_or(0);
 
-    json::object record;
-    record["appVersion"] = appVersion();
-    record["computerName"] = computerName();
-    record["macosVersion"] = macosVersion();
-    record["mode"] = rawValue(mode.get());
-    record["permissions"] = json::object{{"screenRecording", permissions.screenRecording},
-                                         {"accessibility", permissions.accessibility}};
-    record["paused"] = state.paused;
-    record["availability"] = state.availability;
-    record["hiddenAppCount"] = hiddenCount;
-    record["display"] = display();
-    record["diskFreeGb"] = freeBytes / gibibyte;
-    record["memUsedMb"] = static_cast<std::int64_t>(residentBytes >> mebibyteBits);
-    record["grantedConnectionIds"] = texts(state.grantedConnectionIds);
-    record["recording"] = services.recordingMode();
-    record["features"] = json::array{"connection_names", "agents"};
-    co_return record;
+    records::Heartbeat record;
+    record.appVersion = appVersion();
+    record.computerName = computerName();
+    record.macosVersion = macosVersion();
+    record.mode = mode.get();
+    record.permissions = permissions;
+    record.paused = state.paused;
+    record.availability = state.availability;
+    record.hiddenAppCount = hiddenCount;
+    if (auto const snapshot = displayBox.get())
+        record.display = snapshot->toRecord();
+    record.diskFreeGb = freeBytes / gibibyte;
+    record.memUsedMb = static_cast<std::int64_t>(residentBytes >> mebibyteBits);
+    record.grantedConnectionIds = state.grantedConnectionIds;
+    record.recording = fromRawValue<records::RecordingEnum>(services.recordingMode());
+    record.features = {"connection_names", "agents"};
+    co_return records::toJson(std::move(record));
 }
 
 Task<std::int64_t> HeartbeatBuilder::hiddenAppCount() const
@@ -55,17 +48,6 @@ Task<std::int64_t> HeartbeatBuilder::hiddenAppCount() const
     if (!store)
         co_return 0;
     co_return static_cast<std::int64_t>(co_await store->count());
-}
-
-json::value HeartbeatBuilder::display() const
-{
-    std::optional<DisplayGeometry> const snapshot = displayBox.get();
-    if (!snapshot)
-        return nullptr;
-    return json::object{{"widthPoints", snapshot->widthPoints},
-                        {"heightPoints", snapshot->heightPoints},
-                        {"scaleFactor", snapshot->scaleFactor},
-                        {"displayId", snapshot->displayId}};
 }
 
 void HeartbeatBuilder::refreshDisplay()

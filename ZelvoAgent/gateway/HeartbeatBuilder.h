@@ -53,7 +53,6 @@ public:
 
 private:
     Task<std::int64_t> hiddenAppCount() const;
-    json::value display() const;
 
     Services services;
     LockedBox<std::optional<DisplayGeometry>> displayBox;

@@ -2,6 +2,7 @@
 
 #include "base/Hop.h"
 #include "state/ActivityWording.h"
+#include "wire/records/SystemCommands.h"
 
 #include <algorithm>
 #include <limits>
@@ -61,7 +62,7 @@ Task<json::value> ActionHandlers::perform(Admission admission)
     co_await performBatch(actions, expected, admission.asker);
     if (admission.connection)
         co_await log(*admission.connection, admission.loggedAgentName(), actions);
-    co_return json::object{{"ok", true}};
+    co_return records::toJson(records::Done{});
 }
 
 /// Everything is checked again before each action, and once more after a question: the person may have taken

@@ -4,6 +4,7 @@
 #include "base/Text.h"
 #include "base/Url.h"
 #include "wire/AgentError.h"
+#include "wire/records/SystemCommands.h"
 
 #include <algorithm>
 
@@ -36,37 +37,34 @@ bool isRunning(Workspace& workspace, std::string const& location, std::string co
 }
 
 /// Nothing for what an agent does not get to see.
-std::optional<json::object> entryOf(RunningApplication const& application,
-                                    std::set<std::string> const& hidden)
+std::optional<records::RunningApp> entryOf(RunningApplication const& application,
+                                           std::set<std::string> const& hidden)
 {
     auto const identifier = application.names.identifier(hidden);
     if (!application.isRegular || !identifier || hidden.contains(*identifier))
         return std::nullopt;
-    return json::object{{"bundleId", *identifier},
-                        {"name", application.localizedName},
-                        {"pid", application.pid},
-                        {"active", application.isActive}};
+    return records::RunningApp{.active = application.isActive,
+                               .bundleId = *identifier,
+                               .name = application.localizedName,
+                               .pid = application.pid};
 }
 
-json::object frameOf(std::optional<DesktopRect> const& bounds)
+records::WindowInfoFrame frameOf(std::optional<DesktopRect> const& bounds)
 {
     DesktopRect const rect = bounds.value_or(DesktopRect{});
-    return {{"x", plainNumber(rect.x)},
-            {"y", plainNumber(rect.y)},
-            {"w", plainNumber(rect.width)},
-            {"h", plainNumber(rect.height)}};
+    return {.x = rect.x, .y = rect.y, .w = rect.width, .h = rect.height};
 }
 
 /// Nothing for this program's own windows and what an agent does not get to see.
-std::optional<json::object> entryOf(WindowEntry const& window, std::set<std::string> const& hidden)
+std::optional<records::WindowInfo> entryOf(WindowEntry const& window, std::set<std::string> const& hidden)
 {
     auto const identifier = window.owner.identifier(hidden);
     if (!window.ownerPid || !identifier || *identifier == ownBundleIdentifier || hidden.contains(*identifier))
         return std::nullopt;
-    return json::object{{"title", window.title},
-                        {"bundleId", *identifier},
-                        {"appName", window.ownerName},
-                        {"frame", frameOf(window.bounds)}};
+    return records::WindowInfo{.appName = window.ownerName,
+                               .bundleId = *identifier,
+                               .frame = frameOf(window.bounds),
+                               .title = window.title};
 }
 
 template <class Item>
@@ -75,7 +73,7 @@ json::array shownEntries(std::vector<Item> const& items, std::set<std::string> c
     json::array entries;
     for (Item const& item : items)
         if (auto entry = entryOf(item, hidden))
-            entries.push_back(*std::move(entry));
+            entries.push_back(records::toJson(*std::move(entry)));
     return entries;
 }
 
@@ -114,7 +112,8 @@ Task<json::value> ApplicationHandlers::bringToFront(Admission admission, Workspa
     // What ran a moment ago may have ended, or have no window that could come to the front.
     std::string const openedName = co_await workspace.openApplication(location, notRunning);
     co_await services.frontmost.assertInFront(bundle->identifier, openWait);
-    co_return json::object{{"ok", true}, {"bundleId", bundle->identifier}, {"name", openedName}};
+    records::OpenedApp const opened{.bundleId = bundle->identifier, .name = openedName};
+    co_return records::toJson(opened);
 }
 
 Task<json::value> ApplicationHandlers::listApps(Admission)
@@ -145,7 +144,7 @@ Task<json::value> ApplicationHandlers::openUrl(Admission admission)
     ConfirmationSubject const subject{ConfirmationSubject::OpenUrl{*url}};
     co_await services.confirmations.ask(subject, admission.asker, Confirmations::timeoutMs(params));
     co_await on(services.workers, [&] { services.workspace.openUrl(*url); });
-    co_return json::object{{"ok", true}};
+    co_return records::toJson(records::Done{});
 }
 
 } // namespace zelvo

@@ -3,6 +3,7 @@
 #include "base/Base64.h"
 #include "base/Hop.h"
 #include "wire/AgentError.h"
+#include "wire/records/Commands.h"
 
 namespace zelvo {
 
@@ -20,17 +21,18 @@ ScreenshotOptions screenshotOptions(json::object const& params)
     return options;
 }
 
-json::value screenshotResult(CapturedImage const& image, std::string const& base64)
+/// A text may be long: it is made in its place.
+json::value screenshotResult(CapturedImage const& image)
 {
-    json::object result;
-    result["mime"] = image.mime;
-    result["data"] = base64;
-    result["imageWidth"] = image.imageWidth;
-    result["imageHeight"] = image.imageHeight;
-    result["widthPoints"] = image.geometry.widthPoints;
-    result["heightPoints"] = image.geometry.heightPoints;
-    result["scale"] = plainNumber(image.scale());
-    return result;
+    records::Screenshot result{.heightPoints = image.geometry.heightPoints,
+                               .imageHeight = image.imageHeight,
+                               .imageWidth = image.imageWidth,
+                               .mime = std::string(image.mime),
+                               .scale = image.scale(),
+                               .widthPoints = image.geometry.widthPoints};
+    result.data.resize(base64::encodedLength(image.data.size()));
+    base64::encodeTo(result.data.data(), image.data);
+    return records::toJson(std::move(result));
 }
 
 TreeScope treeScope(std::string_view name)
@@ -53,65 +55,49 @@ std::string compactLines(std::vector<UiElementInfo> const& elements)
     return lines;
 }
 
-json::object encode(UiElementInfo const& element)
+records::UIElement encode(UiElementInfo const& element)
 {
     UiElementInfo::Frame const& frame = element.frame;
-    json::object place{{"x", plainNumber(frame.x)},
-                       {"y", plainNumber(frame.y)},
-                       {"w", plainNumber(frame.w)},
-                       {"h", plainNumber(frame.h)}};
-    json::object object{{"id", element.id},
-                        {"role", element.role},
-                        {"frame", std::move(place)},
-                        {"enabled", element.enabled},
-                        {"focused", element.focused},
-                        {"actions", json::array(element.actions.begin(), element.actions.end())}};
-    auto const add = [&](char const* key, std::optional<std::string> const& text) {
-        if (text)
-            object[key] = *text;
-    };
-    add("title", element.title);
-    add("subrole", element.subrole);
-    add("description", element.elementDescription);
-    add("value", element.value);
-    add("identifier", element.identifier);
-    return object;
+    return {.actions = element.actions,
+            .description = element.elementDescription,
+            .enabled = element.enabled,
+            .focused = element.focused,
+            .frame = {.x = frame.x, .y = frame.y, .w = frame.w, .h = frame.h},
+            .id = element.id,
+            .identifier = element.identifier,
+            .role = element.role,
+            .subrole = element.subrole,
+            .title = element.title,
+            .value = element.value};
 }
 
 json::value treeResult(UiTreeSnapshot const& snapshot, bool compact)
 {
-    json::array elements;
-    elements.reserve(snapshot.elements.size());
+    records::UITree tree{.snapshotId = snapshot.snapshotId, .truncated = snapshot.truncated};
+    tree.elements.reserve(snapshot.elements.size());
     for (UiElementInfo const& element : snapshot.elements)
-        elements.push_back(encode(element));
-    json::object result{{"snapshotId", snapshot.snapshotId}, {"truncated", snapshot.truncated}};
-    result["elements"] = std::move(elements);
+        tree.elements.push_back(encode(element));
     if (snapshot.app)
-        result["app"] = {{"bundleId", snapshot.app->bundleId}, {"name", snapshot.app->name}};
+        tree.app = {.bundleId = snapshot.app->bundleId, .name = snapshot.app->name};
     if (compact)
-        result["compact"] = compactLines(snapshot.elements);
-    return result;
+        tree.compact = compactLines(snapshot.elements);
+    return records::toJson(std::move(tree));
 }
 
 } // namespace
 
 Task<json::value> ObservationHandlers::displayInfo(Admission)
 {
-    DisplayGeometry const geometry = services.screen.displayGeometry();
-    co_return json::object{{"widthPoints", geometry.widthPoints},
-                           {"heightPoints", geometry.heightPoints},
-                           {"scaleFactor", plainNumber(geometry.scaleFactor)},
-                           {"displayId", geometry.displayId}};
+    co_return records::toJson(services.screen.displayGeometry().toRecord());
 }
 
 Task<json::value> ObservationHandlers::screenshot(Admission admission)
 {
     co_await services.recorder.agentLooked();
     CapturedImage const image = co_await capture(screenshotOptions(admission.frame.params));
-    std::string const data =
-        co_await on(services.contexts.workers, [&] { return base64::encode(image.data); });
+    json::value result = co_await on(services.contexts.workers, [&] { return screenshotResult(image); });
     co_await logLooked(admission.frame.connectionId, admission.loggedAgentName());
-    co_return screenshotResult(image, data);
+    co_return result;
 }
 
 /// What the system refuses to show needs screen recording, whatever the permissions look like from here.
@@ -166,7 +152,8 @@ Task<> ObservationHandlers::logLooked(std::optional<std::string> connectionId,
 Task<json::value> ObservationHandlers::cursorPosition(Admission)
 {
     DesktopPoint const point = services.input.cursorPosition();
-    co_return json::object{{"x", plainNumber(point.x)}, {"y", plainNumber(point.y)}};
+    records::Point const position{.x = point.x, .y = point.y};
+    co_return records::toJson(position);
 }
 
 } // namespace zelvo

@@ -5,6 +5,7 @@
 #include "base/Text.h"
 #include "state/ActivityWording.h"
 #include "wire/AgentError.h"
+#include "wire/records/SystemCommands.h"
 
 namespace zelvo {
 
@@ -28,11 +29,15 @@ std::optional<std::map<std::string, std::string>> environmentFrom(json::object c
     return environment;
 }
 
-json::value shellResult(ShellRunResult const& result)
+json::value shellResult(ShellRunResult result)
 {
-    return json::object{{"exitCode", result.exitCode},    {"stdout", result.standardOutput},
-                        {"stderr", result.standardError}, {"durationMs", result.durationMs},
-                        {"truncated", result.truncated},  {"timedOut", result.timedOut}};
+    records::ShellResult record{.durationMs = result.durationMs,
+                                .exitCode = result.exitCode,
+                                .stderr = std::move(result.standardError),
+                                .stdout = std::move(result.standardOutput),
+                                .timedOut = result.timedOut,
+                                .truncated = result.truncated};
+    return records::toJson(std::move(record));
 }
 
 } // namespace
@@ -51,7 +56,7 @@ Task<json::value> ShellHandlers::run(Admission admission)
     if (admission.connection)
         co_await on(services.main,
                     [&] { log(*admission.connection, admission.loggedAgentName(), *command, result); });
-    co_return shellResult(result);
+    co_return shellResult(std::move(result));
 }
 
 void ShellHandlers::log(GrantedConnection const& connection,

@@ -2,6 +2,8 @@
 
 #include "base/Hop.h"
 #include "wire/AgentError.h"
+#include "wire/records/Heartbeat.h"
+#include "wire/records/SystemCommands.h"
 
 namespace zelvo {
 
@@ -9,7 +11,7 @@ namespace {
 
 json::value ok()
 {
-    return json::object{{"ok", true}};
+    return records::toJson(records::Done{});
 }
 
 /// The new names by connection id; of two for one id the later wins.
@@ -32,9 +34,7 @@ std::map<std::string, std::string> namesFrom(json::array const& connections)
 
 Task<json::value> SystemHandlers::permissions(Admission)
 {
-    Permissions const granted = services.permissions();
-    co_return json::object{{"screenRecording", granted.screenRecording},
-                           {"accessibility", granted.accessibility}};
+    co_return records::toJson(services.permissions());
 }
 
 /// No grant arrives over this channel: only the person gives one.

@@ -3,6 +3,7 @@
 #include "base/Base64.h"
 #include "base/Hop.h"
 #include "wire/AgentError.h"
+#include "wire/records/SystemCommands.h"
 
 namespace zelvo {
 
@@ -11,11 +12,11 @@ namespace {
 /// A text may be far over 100 MB: it is made in its place.
 json::value downloadResult(std::string const& content)
 {
-    json::object result{{"mime", "application/octet-stream"}};
-    json::string& text = result["data"].emplace_string();
-    text.resize(base64::encodedLength(content.size()));
-    base64::encodeTo(text.data(), {reinterpret_cast<unsigned char const*>(content.data()), content.size()});
-    return result;
+    records::DownloadedFile file{.mime = "application/octet-stream"};
+    file.data.resize(base64::encodedLength(content.size()));
+    base64::encodeTo(file.data.data(),
+                     {reinterpret_cast<unsigned char const*>(content.data()), content.size()});
+    return records::toJson(std::move(file));
 }
 
 } // namespace
@@ -36,9 +37,10 @@ Task<json::value> TransferHandlers::uploadFile(Admission admission)
         throw AgentError::invalidRequest;
     ConfirmationSubject const subject{ConfirmationSubject::FileWrite{*path}};
     co_await services.confirmations.ask(subject, admission.asker);
-    std::size_t const size = content->size();
+    auto const size = static_cast<std::int64_t>(content->size());
     co_await services.files.write(*path, *std::move(content));
-    co_return json::object{{"ok", true}, {"sizeBytes", size}};
+    records::UploadedFile const uploaded{.sizeBytes = size};
+    co_return records::toJson(uploaded);
 }
 
 Task<json::value> TransferHandlers::downloadFile(Admission admission)
@@ -58,9 +60,10 @@ Task<json::value> TransferHandlers::downloadFile(Admission admission)
 Task<json::value> TransferHandlers::clipboardText(Admission)
 {
     co_await assertClipboardMayBeSeen();
-    std::string const text = co_await services.pasteboard.text();
+    records::ClipboardText clipboard;
+    clipboard.text = co_await services.pasteboard.text();
     co_await assertClipboardMayBeSeen();
-    co_return json::object{{"text", text}};
+    co_return records::toJson(std::move(clipboard));
 }
 
 Task<> TransferHandlers::assertClipboardMayBeSeen()
@@ -81,7 +84,7 @@ Task<json::value> TransferHandlers::setClipboardText(Admission admission)
         throw AgentError::invalidRequest;
     if (!co_await services.pasteboard.setText(*std::move(text)))
         throw AgentError::internalError;
-    co_return json::object{{"ok", true}};
+    co_return records::toJson(records::Done{});
 }
 
 } // namespace zelvo

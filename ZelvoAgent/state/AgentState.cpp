@@ -81,7 +81,7 @@ void AgentState::refreshAvailability()
 void AgentState::setAvailability(Availability next)
 {
     Availability const old = std::exchange(present, next);
-    mirror.change([&](StateMirror& state) { state.availability = rawValue(next); });
+    mirror.change([&](StateMirror& state) { state.availability = next; });
     if (old == next)
         return;
     history.insert(history.begin(), AvailabilityChange{newUuid(), services.clock.date(), old, next});

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "wire/Availability.h"
+
 #include <string>
 #include <vector>
 
@@ -8,7 +10,7 @@ namespace zelvo {
 /// A copy of the part of AgentState that other threads may read.
 struct StateMirror {
     bool paused = false;
-    std::string availability = "ready";            ///< wire text
+    Availability availability = Availability::ready;
     std::vector<std::string> grantedConnectionIds; ///< ascending
     bool operator==(StateMirror const&) const = default;
 };

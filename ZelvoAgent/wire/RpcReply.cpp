@@ -1,13 +1,13 @@
 #include "wire/RpcReply.h"
 
+#include "wire/records/Frames.h"
+
 namespace zelvo {
 
 RpcReply RpcReply::result(std::string id, json::value value)
 {
-    RpcReply reply;
-    reply.payload.emplace("id", std::move(id));
-    reply.payload.emplace("result", std::move(value));
-    return reply;
+    records::RPCResponse response{.id = std::move(id), .result = std::move(value)};
+    return {records::toJson(std::move(response))};
 }
 
 RpcReply RpcReply::failure(std::string id,
@@ -15,19 +15,12 @@ RpcReply RpcReply::failure(std::string id,
                            std::optional<std::map<std::string, std::string>> details,
                            std::optional<std::string> message)
 {
-    json::object body;
-    body["code"] = rawValue(error);
-    body["message"] = message ? *message : std::string(defaultMessage(error));
-    if (details) {
-        json::object texts;
-        for (auto const& [key, text] : *details)
-            texts[key] = text;
-        body["details"] = std::move(texts);
-    }
-    RpcReply reply;
-    reply.payload.emplace("id", std::move(id));
-    reply.payload.emplace("error", std::move(body));
-    return reply;
+    records::RPCResponseError failure{.code = std::string(rawValue(error)),
+                                      .message = message.value_or(std::string(defaultMessage(error)))};
+    if (details)
+        failure.details = std::move(records::toJson(*details).get_object());
+    records::RPCResponse response{.id = std::move(id), .error = std::move(failure)};
+    return {records::toJson(std::move(response))};
 }
 
 } // namespace zelvo

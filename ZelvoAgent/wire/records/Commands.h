@@ -70,13 +70,14 @@ struct EnumTexts<records::UITreeScope> {
 
 namespace zelvo::records {
 
-struct From {
+struct Point {
     double x{};
     double y{};
-    bool operator==(From const&) const = default;
+    bool operator==(Point const&) const = default;
 };
-BOOST_DESCRIBE_STRUCT(From, (), (x, y))
-using To = From;
+BOOST_DESCRIBE_STRUCT(Point, (), (x, y))
+using From = Point;
+using To = Point;
 
 struct Action {
     TypeEnum type{};
@@ -126,7 +127,7 @@ struct ScreenshotRequest {
 BOOST_DESCRIBE_STRUCT(ScreenshotRequest, (), (format, maxWidth, quality, response))
 
 struct Screenshot {
-    std::string data;
+    json::string data; ///< base64; as long as a picture
     std::int64_t heightPoints{};
     std::int64_t imageHeight{};
     std::int64_t imageWidth{};

@@ -10,18 +10,18 @@ namespace zelvo::records {
 
 struct RPCResponseError {
     std::string code;
-    std::optional<json::object> details;
     std::string message;
+    std::optional<json::object> details;
     bool operator==(RPCResponseError const&) const = default;
 };
-BOOST_DESCRIBE_STRUCT(RPCResponseError, (), (code, details, message))
+BOOST_DESCRIBE_STRUCT(RPCResponseError, (), (code, message, details))
 
 struct RPCResponse {
-    std::optional<RPCResponseError> error;
     std::string id;
     std::optional<json::value> result;
+    std::optional<RPCResponseError> error;
     bool operator==(RPCResponse const&) const = default;
 };
-BOOST_DESCRIBE_STRUCT(RPCResponse, (), (error, id, result))
+BOOST_DESCRIBE_STRUCT(RPCResponse, (), (id, result, error))
 
 } // namespace zelvo::records

@@ -55,40 +55,40 @@ using HeartbeatDisplay = DisplayInfo;
 
 struct Heartbeat {
     std::string appVersion;
-    Availability availability{};
     std::optional<std::string> computerName;
-    std::optional<double> cpu;
-    std::optional<double> diskFreeGb;
-    std::optional<HeartbeatDisplay> display;
-    std::optional<std::vector<std::string>> features;
-    std::optional<std::vector<std::string>> grantedConnectionIds;
-    std::int64_t hiddenAppCount{};
     std::string macosVersion;
-    std::optional<std::int64_t> memUsedMb;
     MachineKind mode{};
-    std::optional<MachineOS> os;
-    bool paused{};
     HeartbeatPermissions permissions;
+    bool paused{};
+    Availability availability{};
+    std::int64_t hiddenAppCount{};
+    Nullable<HeartbeatDisplay> display;
+    std::optional<double> diskFreeGb;
+    std::optional<std::int64_t> memUsedMb;
+    std::optional<std::vector<std::string>> grantedConnectionIds;
     std::optional<RecordingEnum> recording;
+    std::optional<std::vector<std::string>> features;
+    std::optional<double> cpu;
+    std::optional<MachineOS> os;
     bool operator==(Heartbeat const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(Heartbeat,
                       (),
                       (appVersion,
-                       availability,
                        computerName,
-                       cpu,
-                       diskFreeGb,
-                       display,
-                       features,
-                       grantedConnectionIds,
-                       hiddenAppCount,
                        macosVersion,
-                       memUsedMb,
                        mode,
-                       os,
-                       paused,
                        permissions,
-                       recording))
+                       paused,
+                       availability,
+                       hiddenAppCount,
+                       display,
+                       diskFreeGb,
+                       memUsedMb,
+                       grantedConnectionIds,
+                       recording,
+                       features,
+                       cpu,
+                       os))
 
 } // namespace zelvo::records

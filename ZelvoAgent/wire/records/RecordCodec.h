@@ -18,7 +18,8 @@
 
 /// Reads and writes the records of the wire. A record is a struct whose fields, made known by
 /// BOOST_DESCRIBE_STRUCT, have the names of the wire keys. A field of type std::optional may be absent or
-/// null and is left out when it is empty; every other key is required. Enumerations go by their wire texts,
+/// null and is left out when it is empty; one of type Nullable is written as null instead. Every other key is
+/// required. Enumerations go by their wire texts,
 /// json::value is any value, json::object a map of text to any value. Keys that a record does not have are
 /// passed over.
 namespace zelvo::records {
@@ -34,6 +35,25 @@ struct IsOptional : std::false_type {};
 template <class T>
 struct IsOptional<std::optional<T>> : std::true_type {};
 
+/// A value that may be absent, whose key is always written.
+template <class T>
+struct Nullable : std::optional<T> {
+    using std::optional<T>::optional;
+    using std::optional<T>::operator=;
+
+    friend bool operator==(Nullable const& left, Nullable const& right)
+    {
+        return static_cast<std::optional<T> const&>(left) == static_cast<std::optional<T> const&>(right);
+    }
+};
+template <class T>
+struct IsOptional<Nullable<T>> : std::true_type {};
+
+template <class T>
+struct IsNullable : std::false_type {};
+template <class T>
+struct IsNullable<Nullable<T>> : std::true_type {};
+
 template <Record R>
 using FieldsOf = boost::describe::describe_members<R, boost::describe::mod_public>;
 
@@ -43,11 +63,15 @@ inline json::value toJson(std::string const& text)
 {
     return json::value(text);
 }
-inline json::value toJson(json::value const& value)
+inline json::value toJson(json::string text)
+{
+    return text;
+}
+inline json::value toJson(json::value value)
 {
     return value;
 }
-inline json::value toJson(json::object const& object)
+inline json::value toJson(json::object object)
 {
     return object;
 }
@@ -55,7 +79,10 @@ template <class N>
     requires std::is_arithmetic_v<N>
 json::value toJson(N number)
 {
-    return number;
+    if constexpr (std::is_floating_point_v<N>)
+        return plainNumber(number);
+    else
+        return number;
 }
 template <WireEnum E>
 json::value toJson(E value)
@@ -63,11 +90,12 @@ json::value toJson(E value)
     return json::value(rawValue(value));
 }
 template <class T>
-json::value toJson(std::vector<T> const& list);
+json::value toJson(std::vector<T> list);
 template <class T>
 json::value toJson(std::map<std::string, T> const& map);
+/// What is handed over is moved, never copied: it may be a picture.
 template <Record R>
-json::object toJson(R const& record);
+json::object toJson(R record);
 
 template <class T>
 struct FromJson;
@@ -103,6 +131,13 @@ struct FromJson<std::string> {
     static std::optional<std::string> read(json::value const& value)
     {
         return value.is_string() ? std::optional(std::string(value.get_string())) : std::nullopt;
+    }
+};
+template <>
+struct FromJson<json::string> {
+    static std::optional<json::string> read(json::value const& value)
+    {
+        return value.is_string() ? std::optional(value.get_string()) : std::nullopt;
     }
 };
 template <>
@@ -205,12 +240,12 @@ struct FromJson<R> {
 };
 
 template <class T>
-json::value toJson(std::vector<T> const& list)
+json::value toJson(std::vector<T> list)
 {
     json::array array;
     array.reserve(list.size());
-    for (T const& item : list)
-        array.push_back(toJson(item));
+    for (T& item : list)
+        array.push_back(toJson(std::move(item)));
     return array;
 }
 
@@ -224,17 +259,18 @@ json::value toJson(std::map<std::string, T> const& map)
 }
 
 template <Record R>
-json::object toJson(R const& record)
+json::object toJson(R record)
 {
     json::object object;
     boost::mp11::mp_for_each<FieldsOf<R>>([&](auto field) {
-        auto const& value = record.*field.pointer;
-        if constexpr (IsOptional<std::remove_cvref_t<decltype(value)>>::value) {
-            if (value)
-                object[field.name] = toJson(*value);
-        } else {
-            object[field.name] = toJson(value);
-        }
+        auto& value = record.*field.pointer;
+        using Field = std::remove_cvref_t<decltype(value)>;
+        if constexpr (!IsOptional<Field>::value)
+            object[field.name] = toJson(std::move(value));
+        else if (value)
+            object[field.name] = toJson(*std::move(value));
+        else if constexpr (IsNullable<Field>::value)
+            object[field.name] = nullptr;
     });
     return object;
 }

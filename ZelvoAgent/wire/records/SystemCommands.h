@@ -68,7 +68,7 @@ struct RunningApp {
 BOOST_DESCRIBE_STRUCT(RunningApp, (), (active, bundleId, name, pid))
 
 struct WindowInfo {
-    bool active{};
+    std::optional<bool> active; ///< no agent for Linux sends it
     std::string appName;
     std::string bundleId;
     WindowInfoFrame frame;
@@ -76,6 +76,35 @@ struct WindowInfo {
     bool operator==(WindowInfo const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(WindowInfo, (), (active, appName, bundleId, frame, title))
+
+/// The result of a method that has nothing to report.
+struct Done {
+    bool ok = true;
+    bool operator==(Done const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(Done, (), (ok))
+
+struct OpenedApp {
+    bool ok = true;
+    std::string bundleId;
+    std::string name;
+    bool operator==(OpenedApp const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(OpenedApp, (), (ok, bundleId, name))
+
+struct UploadedFile {
+    bool ok = true;
+    std::int64_t sizeBytes{};
+    bool operator==(UploadedFile const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(UploadedFile, (), (ok, sizeBytes))
+
+struct DownloadedFile {
+    std::string mime;
+    json::string data; ///< base64; as long as a file
+    bool operator==(DownloadedFile const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(DownloadedFile, (), (mime, data))
 
 struct OpenURLRequest {
     std::string url;

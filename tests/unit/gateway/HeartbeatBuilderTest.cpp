@@ -40,7 +40,7 @@ TEST_F(HeartbeatBuilderTest, valuesComeFromTheirSources)
 {
     platform.info.texts["CFBundleShortVersionString"] = "2.5";
     platform.systemAccess.granted = {.accessibility = true, .screenRecording = false};
-    mirror = {.paused = true, .availability = "screen_locked", .grantedConnectionIds = {"a", "b"}};
+    mirror = {.paused = true, .availability = Availability::screenLocked, .grantedConnectionIds = {"a", "b"}};
     recording = "share";
     builder.mode.set(AgentMode::cloud);
     platform.machineFacts.freeBytes = 3ull << 29;
@@ -61,9 +61,9 @@ TEST_F(HeartbeatBuilderTest, valuesComeFromTheirSources)
     EXPECT_EQ(all.at("grantedConnectionIds"), (json::array{"a", "b"}));
     EXPECT_EQ(all.at("recording"), "share");
     EXPECT_EQ(all.at("features"), (json::array{"connection_names", "agents"}));
-    EXPECT_EQ(all.at("display"),
-              (json::object{
-                  {"widthPoints", 1512}, {"heightPoints", 982}, {"scaleFactor", 1.0}, {"displayId", 7u}}));
+    EXPECT_EQ(
+        all.at("display"),
+        (json::object{{"widthPoints", 1512}, {"heightPoints", 982}, {"scaleFactor", 1}, {"displayId", 7u}}));
 }
 
 TEST_F(HeartbeatBuilderTest, displayIsNullAndStaysInTheRecordWithoutAScreen)
@@ -135,7 +135,7 @@ TEST_F(HeartbeatBuilderTest, factsThatCannotBeHadAreZero)
 {
     platform.machineFacts.freeBytes = std::nullopt;
     platform.machineFacts.memoryBytes = std::nullopt;
-    EXPECT_EQ(record().at("diskFreeGb"), 0.0);
+    EXPECT_EQ(record().at("diskFreeGb"), 0);
     EXPECT_EQ(record().at("memUsedMb"), 0);
 }
 

@@ -102,7 +102,7 @@ TEST_F(AgentStateTest, beginsUnpausedReadyAndEmpty)
     EXPECT_FALSE(state.isAgentWorking());
     EXPECT_EQ(state.liveAgents(), ComputerAgents::none());
     EXPECT_EQ(state.gateway(), GatewayConnectionState::of(Kind::notLinked));
-    EXPECT_EQ(state.currentState(), (StateMirror{false, "ready", {}}));
+    EXPECT_EQ(state.currentState(), (StateMirror{false, Availability::ready, {}}));
 }
 
 TEST_F(AgentStateTest, showsTheAgentCursorUnlessTheStoredValueSaysNo)
@@ -616,7 +616,7 @@ TEST_F(AgentStateTest, mirrorsPauseAvailabilityAndSortedIds)
     state.setPaused(true);
     platform.sessionEvents.tell(SessionEvent::screenLocked);
 
-    EXPECT_EQ(state.currentState(), (StateMirror{true, "screen_locked", {"con_a", "con_b"}}));
+    EXPECT_EQ(state.currentState(), (StateMirror{true, Availability::screenLocked, {"con_a", "con_b"}}));
 
     state.revoke("con_b");
     EXPECT_EQ(state.currentState().grantedConnectionIds, std::vector<std::string>{"con_a"});
@@ -920,7 +920,7 @@ TEST_F(AgentStateTest, restoresItsListsAfterARestart)
     EXPECT_EQ(next.connections(), state.connections());
     EXPECT_EQ(next.activity(), state.activity());
     EXPECT_EQ(next.availabilityHistory(), state.availabilityHistory());
-    EXPECT_EQ(next.currentState(), (StateMirror{false, "ready", {"con_1"}}));
+    EXPECT_EQ(next.currentState(), (StateMirror{false, Availability::ready, {"con_1"}}));
     EXPECT_FALSE(next.isPaused());
     EXPECT_FALSE(next.isAgentWorking());
 }

@@ -1,5 +1,6 @@
 #include "wire/records/Commands.h"
 #include "wire/records/Frames.h"
+#include "wire/records/Heartbeat.h"
 #include "wire/records/SystemCommands.h"
 
 #include <gtest/gtest.h>
@@ -70,7 +71,7 @@ TEST(RecordCodec, readsEnumerationsByTheirTexts)
     EXPECT_EQ(click->button, MouseButton::mouseButtonRight);
     EXPECT_EQ(click->modifiers, std::vector{Modifier::win});
     EXPECT_EQ(writeJson(toJson(*click)),
-              R"({"type":"click","x":1E0,"y":2.5E0,"button":"right","modifiers":["win"]})");
+              R"({"type":"click","x":1,"y":2.5E0,"button":"right","modifiers":["win"]})");
     EXPECT_FALSE(fromText<Action>(R"({"type": "fly"})"));
     EXPECT_FALSE(fromText<Action>(R"({"type": "click", "button": "Left"})"));
 }
@@ -95,6 +96,28 @@ TEST(RecordCodec, keepsAnyValueAsItIs)
     ASSERT_TRUE(reply);
     EXPECT_EQ(writeJson(*reply->result), R"([1,{"a":null}])");
     EXPECT_FALSE(reply->error);
+}
+
+TEST(RecordCodec, writesANullableKeyAlways)
+{
+    Heartbeat heartbeat;
+    EXPECT_TRUE(toJson(heartbeat).at("display").is_null());
+    EXPECT_FALSE(toJson(heartbeat).contains("cpu"));
+    EXPECT_EQ(fromJson<Heartbeat>(toJson(heartbeat)), heartbeat);
+
+    heartbeat.display =
+        DisplayInfo{.displayId = 7, .heightPoints = 600, .scaleFactor = 1, .widthPoints = 800};
+    EXPECT_EQ(toJson(heartbeat).at("display").at("displayId"), 7);
+    EXPECT_EQ(fromJson<Heartbeat>(toJson(heartbeat)), heartbeat);
+}
+
+TEST(RecordCodec, movesALongText)
+{
+    Screenshot screenshot;
+    screenshot.data = json::string(100'000, 'x');
+    char const* const address = screenshot.data.data();
+    json::object const written = toJson(std::move(screenshot));
+    EXPECT_EQ(written.at("data").get_string().data(), address);
 }
 
 TEST(RecordCodec, readsATree)

@@ -20,6 +20,14 @@ TEST(RpcReply, carriesAnyResult)
               *parseJson(R"({"id": "7", "result": [1]})"));
 }
 
+TEST(RpcReply, movesItsResult)
+{
+    json::value picture = json::string(100'000, 'x');
+    char const* const address = picture.get_string().data();
+    RpcReply const reply = RpcReply::result("7", std::move(picture));
+    EXPECT_EQ(reply.payload.at("result").get_string().data(), address);
+}
+
 TEST(RpcReply, sendsAPlainFailureWithoutDetails)
 {
     RpcReply const reply = RpcReply::failure("7", AgentError::machineBusy);
