@@ -152,7 +152,6 @@ struct AppClass {
     bool operator==(AppClass const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(AppClass, (), (bundleId, name))
-using UITreeApp = AppClass;
 
 struct ElementFrame {
     double x{};
@@ -162,9 +161,8 @@ struct ElementFrame {
     bool operator==(ElementFrame const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(ElementFrame, (), (x, y, w, h))
-using UIElementFrame = ElementFrame;
 
-struct ElementElement {
+struct UIElement {
     std::vector<std::string> actions;
     std::optional<std::string> description;
     bool enabled{};
@@ -176,18 +174,17 @@ struct ElementElement {
     std::optional<std::string> subrole;
     std::optional<std::string> title;
     std::optional<std::string> value;
-    bool operator==(ElementElement const&) const = default;
+    bool operator==(UIElement const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(
-    ElementElement,
+    UIElement,
     (),
     (actions, description, enabled, focused, frame, id, identifier, role, subrole, title, value))
-using UIElement = ElementElement;
 
 struct UITree {
     std::optional<AppClass> app;
     std::optional<std::string> compact;
-    std::vector<ElementElement> elements;
+    std::vector<UIElement> elements;
     std::string snapshotId;
     bool truncated{};
     bool operator==(UITree const&) const = default;

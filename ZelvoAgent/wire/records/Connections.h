@@ -40,14 +40,6 @@ struct QueuedCommand {
 };
 BOOST_DESCRIBE_STRUCT(QueuedCommand, (), (commandId, error, expiresAt, result, status))
 
-struct ConnectionGrant {
-    std::string connectionId;
-    std::string platformName;
-    std::vector<Scope> scopes;
-    bool operator==(ConnectionGrant const&) const = default;
-};
-BOOST_DESCRIBE_STRUCT(ConnectionGrant, (), (connectionId, platformName, scopes))
-
 struct ConnectionElement {
     std::string connectionId;
     std::string platformName;
@@ -70,7 +62,6 @@ struct HolderClass {
     bool operator==(HolderClass const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(HolderClass, (), (connectionId, name, ref, since, task))
-using LiveAgent = HolderClass;
 
 struct AgentsUpdate {
     std::optional<HolderClass> holder;

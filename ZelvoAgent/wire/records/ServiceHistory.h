@@ -8,10 +8,9 @@
 #include <string>
 #include <vector>
 
-/// The records of the wire: jobs, recordings, the audit log and webhooks of the service.
+/// The records of the wire: recordings, the audit log and webhooks of the service.
 namespace zelvo::records {
 
-enum class JobStatus { failed, running, succeeded };
 enum class RecordingStatus { deleted, processing, ready };
 enum class Actor { admin, app, endUser, platform, system };
 enum class WebhookEventType {
@@ -36,10 +35,6 @@ enum class WebhookEventType {
 namespace zelvo {
 
 template <>
-struct EnumTexts<records::JobStatus> {
-    static constexpr std::array<std::string_view, 3> texts = {"failed", "running", "succeeded"};
-};
-template <>
 struct EnumTexts<records::RecordingStatus> {
     static constexpr std::array<std::string_view, 3> texts = {"deleted", "processing", "ready"};
 };
@@ -61,23 +56,6 @@ struct EnumTexts<records::WebhookEventType> {
 
 namespace zelvo::records {
 
-struct Artifact {
-    std::string path;
-    std::string type;
-    bool operator==(Artifact const&) const = default;
-};
-BOOST_DESCRIBE_STRUCT(Artifact, (), (path, type))
-
-struct Job {
-    std::vector<Artifact> artifacts;
-    double durationSEC{};
-    std::string id;
-    std::string logTail;
-    JobStatus status{};
-    bool operator==(Job const&) const = default;
-};
-BOOST_DESCRIBE_STRUCT(Job, (), (artifacts, durationSEC, id, logTail, status))
-
 struct Recording {
     std::string createdAt;
     std::string deletesAt;
@@ -98,7 +76,6 @@ struct AuditEventAPIKey {
     bool operator==(AuditEventAPIKey const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(AuditEventAPIKey, (), (id, name, apiKeyPrefix))
-using DatumAPIKey = AuditEventAPIKey;
 
 struct AuditEvent {
     Actor actor{};

@@ -42,8 +42,6 @@ namespace zelvo::records {
 
 using DisplayClass = DisplayInfo;
 using MachineStatusPermissions = Permissions;
-using MachineDisplay = DisplayInfo;
-using MachinePermissions = Permissions;
 
 struct APIErrorError {
     ErrorCode code{};

@@ -34,23 +34,6 @@ struct ShellResult {
 };
 BOOST_DESCRIBE_STRUCT(ShellResult, (), (durationMs, exitCode, stderr, stdout, timedOut, truncated))
 
-struct FileUploadBegin {
-    std::string path;
-    std::string sha256;
-    std::int64_t sizeBytes{};
-    bool operator==(FileUploadBegin const&) const = default;
-};
-BOOST_DESCRIBE_STRUCT(FileUploadBegin, (), (path, sha256, sizeBytes))
-
-struct FileStat {
-    std::string modifiedAt;
-    std::string path;
-    std::string sha256;
-    std::int64_t sizeBytes{};
-    bool operator==(FileStat const&) const = default;
-};
-BOOST_DESCRIBE_STRUCT(FileStat, (), (modifiedAt, path, sha256, sizeBytes))
-
 struct AppRef {
     std::optional<std::string> bundleId;
     std::optional<std::string> name;

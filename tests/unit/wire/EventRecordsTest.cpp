@@ -73,17 +73,6 @@ TEST(AgentsUpdate, readsHolderAndLists)
     EXPECT_FALSE(fromText<AgentsUpdate>(R"({"paused": []})"));
 }
 
-TEST(ConnectionGrant, takesScopesByTheirTexts)
-{
-    auto const grant = fromText<ConnectionGrant>(
-        R"({"connectionId": "c", "platformName": "P", "scopes": ["record", "screen"]})");
-
-    ASSERT_TRUE(grant);
-    EXPECT_EQ(grant->scopes, (std::vector{AgentScope::record, AgentScope::screen}));
-    EXPECT_FALSE(
-        fromText<ConnectionGrant>(R"({"connectionId": "c", "platformName": "P", "scopes": ["vnc"]})"));
-}
-
 TEST(QueuedCommand, mayCarryAnyResult)
 {
     auto const command = fromText<QueuedCommand>(

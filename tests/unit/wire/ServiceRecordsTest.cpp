@@ -1,4 +1,3 @@
-#include "wire/records/ServiceCloud.h"
 #include "wire/records/ServiceHistory.h"
 #include "wire/records/ServiceLinking.h"
 #include "wire/records/ServiceMachines.h"
@@ -42,23 +41,8 @@ TEST(ServiceLinking, readsAndWritesItsRecords)
     expectSameAgain<LinkSession>(R"({"code": "c", "expiresAt": "t", "id": "l", "url": "u"})");
 }
 
-TEST(ServiceCloud, readsAndWritesItsRecords)
-{
-    expectSameAgain<CreateCloudMACRequest>(
-        R"({"developerUseAcknowledged": true, "hardware": "mac_mini_m4_pro", "term": "week",
-            "preinstall": ["claude-code", "xcode-cli"], "ramGb": 16})");
-    expectSameAgain<CloudMACQuote>(
-        R"({"createdAt": "t", "hardware": "mac_pro", "id": "q", "message": "m", "status": "quote_requested",
-            "term": "day", "spec": {"ramGb": 1, "ssdGb": 2}})");
-    expectSameAgain<CloudMAC>(
-        R"({"hardware": "mac_studio_m5_ultra", "id": "c", "status": "ready", "term": "month"})");
-    EXPECT_EQ(EnumTexts<CloudHardware>::texts.size(), 13u);
-}
-
 TEST(ServiceHistory, readsAndWritesItsRecords)
 {
-    expectSameAgain<Job>(
-        R"({"artifacts": [{"path": "p", "type": "t"}], "durationSEC": 1.5, "id": "j", "logTail": "", "status": "failed"})");
     expectSameAgain<Recording>(
         R"({"createdAt": "t", "deletesAt": "t", "durationSEC": 2.5, "id": "r", "status": "processing", "target": "x"})");
     expectSameAgain<AuditEventList>(
