@@ -111,7 +111,7 @@ AgentParts::AgentParts(Contexts contexts,
 std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Platform& platform)
 {
     auto hasOpenQuestion = [this] { return confirmations.hasOpenQuestion(); };
-    RpcRouter::Services members{
+    RpcRouter::Services services{
         .screen = screen,
         .tree = tree,
         .input = input,
@@ -133,7 +133,7 @@ std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Plat
         .offers = offers,
         .mode = heartbeat.mode.get(),
     };
-    return std::make_unique<RpcRouter>(contexts, platform.clock(), state, std::move(members));
+    return std::make_unique<RpcRouter>(contexts, platform.clock(), state, std::move(services));
 }
 
 } // namespace zelvo
