@@ -26,7 +26,7 @@ struct MouseEvent {
     Kind kind = Kind::moved;
     DesktopPoint point;
     MouseButton button = MouseButton::left;
-    int clickState = 0; ///< 1 for the first click of a series, 2 for a double click; 0 when not said
+    int clickState = 0; ///< 1 for the first click of a series, 2 for a double click; 0 if unknown
     ModifierFlags flags;
     bool operator==(MouseEvent const&) const = default;
 };
@@ -54,28 +54,26 @@ struct ScrollEvent {
 
 using PostedEvent = std::variant<MouseEvent, KeyEvent, TextEvent, ScrollEvent>;
 
-/// Makes input events that reach whatever is in front, exactly as hardware does.
+/// Makes input events that reach the frontmost application, exactly as hardware does.
 /// Thread: any, one caller at a time; resumes the caller on its own executor.
-/// Made by: platform/linux/x11/input/X11EventPosting, tests/fakes/FakeEventPosting; drivers/GatedEventPosting
-/// stands before it.
+/// Made by: platform/linux/x11/input/X11EventPosting, tests/fakes/FakeEventPosting.
 class EventPosting {
 public:
     virtual ~EventPosting() = default;
-    /// Waits as long as the event has to keep apart from earlier ones, for instance a first click from the
-    /// click before.
+    /// Waits for the minimum distance to earlier events, for instance between a click and a new first click.
     virtual Task<> ready(PostedEvent event) = 0;
-    /// Makes the event, without waiting for the time that ready() waits for. False when it could not be made.
+    /// Makes the event without that wait. False if it could not be made.
     virtual Task<bool> post(PostedEvent event) = 0;
-    /// Tells of a whole text before its first TextEvent, so that a machine can make ready for all of it at
-    /// once.
+    /// Announces a whole text before its first TextEvent, so that an implementation can prepare for all of it
+    /// at once.
     virtual Task<> beginText(std::string text) = 0;
-    /// Undoes what beginText did; resumes when the text has arrived as far as can be told.
+    /// Undoes beginText; resumes when the text has arrived, as far as the system shows that.
     virtual Task<> endText() = 0;
-    /// Lets go of every button and key that is held by earlier events.
+    /// Releases every button and key that earlier events hold.
     virtual Task<> releaseAll() = 0;
-    /// Resumes when the system has taken all that was posted.
+    /// Resumes when the system has processed every posted event.
     virtual Task<> drained() = 0;
-    /// Where the pointer stands; (0, 0) when that cannot be told.
+    /// The pointer's position; (0, 0) if it is unknown.
     virtual DesktopPoint pointerLocation() = 0;
 };
 

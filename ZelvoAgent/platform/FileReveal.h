@@ -4,8 +4,8 @@
 
 namespace zelvo {
 
-/// Shows where a file or a folder stands, in the desktop's file manager. Best effort: nobody learns whether
-/// it was shown. Thread: any; does not wait.
+/// Shows a file or folder in the desktop's file manager. Best effort: failures are not reported. Thread: any;
+/// does not wait.
 /// Made by: platform/linux/dbus/LinuxFileReveal, tests/fakes/FakeFileReveal.
 class FileReveal {
 public:

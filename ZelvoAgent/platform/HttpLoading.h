@@ -28,34 +28,32 @@ struct HttpResponse {
     std::string body; ///< at most 16 MiB; a longer one is a failure
 };
 
-/// A file that becomes the body of a request, read from disk as it goes.
+/// A file that becomes the body of a request, read from disk while it is sent.
 struct HttpUpload {
     std::string url;
     std::string method = "PUT";
     HttpHeaders headers;
     std::filesystem::path file;
-    std::int64_t bytes = 0;  ///< what the file holds, and the server is told
+    std::int64_t bytes = 0;  ///< the file's size, sent as Content-Length
     Duration timeout = 600s; ///< for the whole call
-    /// Is told how many bytes of the file have gone out, about once a second and often more; false ends the
-    /// call, which fails with `cancelled`. Thread: any. May be empty.
+    /// Reports how many bytes of the file are sent, about once a second and often more. Returning false ends
+    /// the call, which fails with `cancelled`. Thread: any. May be empty.
     std::function<bool(std::int64_t sent)> onProgress;
 };
 
-/// Plain HTTP and HTTPS calls. Redirects are not followed. An answer whose head is longer than 1 MiB is a
-/// failure.
+/// Plain HTTP and HTTPS calls. Redirects are not followed. A response head longer than 1 MiB is a failure.
 /// Thread: any; resumes the caller on its own executor.
 /// Made by: platform/portable/net/CurlHttpLoading, tests/fakes/FakeHttpLoading.
 class HttpLoading {
 public:
     virtual ~HttpLoading() = default;
-    /// Throws NetworkFailure when no complete answer came.
+    /// Throws NetworkFailure if no complete response arrived.
     virtual Task<HttpResponse> load(HttpRequest request) = 0;
-    /// The same with a file as the body. A file that can't be read, or that is not of the told size from the
-    /// first byte to the last, is a failure too, and so is a success that is answered before the whole file
-    /// went out.
+    /// The same with a file as the body. It also fails if the file can't be read or does not have the given
+    /// size throughout, and if the server reports success before the whole file was sent.
     virtual Task<HttpResponse> upload(HttpUpload upload) = 0;
-    /// Ends the calls under way and whatever is called later: they fail with `cancelled`, so that none holds
-    /// up the end of the process.
+    /// Ends all calls, running and future: they fail with `cancelled`, so that none delays the end of the
+    /// process.
     virtual void endCalls() = 0;
 };
 

@@ -6,13 +6,13 @@
 
 namespace zelvo {
 
-/// What the program's packaging says of it: addresses, keys and the version.
+/// The values that the packaging gives the program: addresses, keys and the version.
 /// Thread: any; read once at start.
-/// Made by: platform/linux/FileInformationDictionary, tests/fakes/FakeInformationDictionary.
+/// Made by: platform/portable/settings/FileInformationDictionary, tests/fakes/FakeDesktop.h.
 class InformationDictionary {
 public:
     virtual ~InformationDictionary() = default;
-    /// Nothing when the key is missing or its value is not a text.
+    /// `nullopt` if the key is missing or its value is not a text.
     virtual std::optional<std::string> text(std::string_view key) const = 0;
 };
 

@@ -6,17 +6,17 @@
 
 namespace zelvo {
 
-/// What the machine is. Thread: any; no call waits for more than a system call.
-/// Made by: platform/linux/LinuxMachineFacts, tests/fakes/FakeMachineFacts.
+/// Facts about the machine. Thread: any; blocks for a system call at most.
+/// Made by: platform/linux/system/LinuxMachineFacts, tests/fakes/FakeDesktop.h.
 class MachineFacts {
 public:
     virtual ~MachineFacts() = default;
     virtual std::optional<std::string> computerName() = 0;
     /// "major.minor.patch".
     virtual std::string osVersion() = 0;
-    /// Bytes that the home folder's volume has free for the person.
+    /// Free bytes of the home folder's volume, as far as the user may use them.
     virtual std::optional<std::uint64_t> freeDiskBytes() = 0;
-    /// Bytes of this process that are resident.
+    /// Resident memory of this process, in bytes.
     virtual std::optional<std::uint64_t> residentBytes() = 0;
     virtual std::int32_t ownPid() = 0;
 };

@@ -10,19 +10,19 @@
 
 namespace zelvo {
 
-/// The bytes of a picture: memory of its own, or memory lent by the screen system until the buffer ends.
-/// Thread: one at a time.
+/// The bytes of a picture: owned memory, or memory that the screen system lends until the buffer is
+/// destroyed. Thread: one at a time.
 class PixelBuffer {
 public:
     PixelBuffer() = default;
-    /// Zeroes. The pages come zeroed from the system, so that what is never written costs nothing.
+    /// Zeroes. The system supplies zeroed pages, so pages that are never written cost nothing.
     explicit PixelBuffer(std::size_t size)
         : bytes(static_cast<std::uint8_t*>(std::calloc(size, 1)), size), owner(bytes.data(), std::free)
     {
         if (size && !bytes.data())
             throw std::bad_alloc();
     }
-    /// Lent: `owner` keeps the bytes until it goes.
+    /// Lent memory: `owner` keeps it alive.
     PixelBuffer(std::span<std::uint8_t> bytes, std::shared_ptr<void> owner)
         : bytes(bytes), owner(std::move(owner))
     {

@@ -33,7 +33,7 @@
 
 namespace zelvo {
 
-/// All that the program needs of a machine. What it hands out lives as long as it does.
+/// Everything that the program needs of a machine. The returned objects live as long as the platform.
 /// Made by: platform/linux/LinuxPlatform, tests/fakes/FakePlatform.
 class Platform {
 public:
@@ -68,8 +68,8 @@ public:
     virtual ChildProcesses& children() = 0;
 };
 
-/// The machine that this program was built for. The contexts must outlive it; Contexts::agent must stand on
-/// an io_context.
+/// The machine that this program was built for. The contexts must outlive it; Contexts::agent must run on an
+/// io_context.
 std::unique_ptr<Platform> makePlatform(Contexts contexts);
 
 } // namespace zelvo

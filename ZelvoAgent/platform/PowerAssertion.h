@@ -5,19 +5,18 @@
 
 namespace zelvo {
 
-/// Keeps the machine from going to sleep of idleness as long as it lives, where the system grants it.
+/// While it exists, an idle machine does not go to sleep, if the system grants that.
 class PowerAssertion {
 public:
     virtual ~PowerAssertion() = default;
 };
 
-/// Thread: any; does not wait. Made by: platform/linux/dbus/LinuxPowerAssertions,
-/// tests/fakes/FakePowerAssertions.
+/// Thread: any; does not wait. Made by: platform/linux/dbus/LinuxPowerAssertions, tests/fakes/FakeDesktop.h.
 class PowerAssertions {
 public:
     virtual ~PowerAssertions() = default;
-    /// Always gives a holder; a refusal goes unnoticed. `name` tells a person who asks why the machine stays
-    /// awake.
+    /// Always returns an object; a refusal is not reported. Desktops show `name` as the reason why the
+    /// machine stays awake.
     virtual std::unique_ptr<PowerAssertion> preventIdleSleep(std::string name) = 0;
 };
 

@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// A display as the screen system knows it.
+/// A display as the screen system reports it.
 struct Display {
     std::uint32_t id = 0;
     double widthPoints = 0;
@@ -25,12 +25,11 @@ struct CaptureRequest {
     /// Size of the result in pixels; the whole display is scaled to it.
     int width = 0;
     int height = 0;
-    /// No pixel of an application that goes by one of these identifiers is ever read, nor of a window that
-    /// belongs to one.
+    /// Identifiers of applications. No pixel of their windows is ever read.
     std::set<std::string> excluded;
 };
 
-/// BGRX, 8 bits each, top row first. It may hold memory of the screen system: do not keep it.
+/// BGRX, 8 bits each, top row first. The pixels may be memory of the screen system: do not keep them.
 struct Picture {
     int width = 0;
     int height = 0;
@@ -38,25 +37,25 @@ struct Picture {
     PixelBuffer pixels;
 };
 
-/// The screen system refused or failed. Reaches no agent.
+/// The screen system refused or failed. Agents never see it.
 struct ScreenFailure {
     std::string reason;
 };
 
-/// Takes still pictures of a display, leaving out whole applications before the picture exists.
+/// Takes still pictures of a display. Excluded applications are left out before any pixel is read.
 /// Thread: any; one call at a time, further ones wait.
 /// Made by: platform/linux/x11/capture/X11ScreenSource, tests/fakes/FakeScreenSource.
 class ScreenSource {
 public:
     virtual ~ScreenSource() = default;
-    /// The screens that are attached, the main one first. Does not wait: kept by the screen system's events.
+    /// The attached screens, the main one first. Does not wait: screen events keep the list up to date.
     virtual std::vector<Display> screens() = 0;
-    /// The displays that may be captured; empty when capturing is refused.
+    /// The displays that may be captured; empty if capturing is refused.
     virtual Task<std::vector<Display>> capturableDisplays() = 0;
-    /// One picture, the mouse pointer in it. Throws ScreenFailure, also for a width or height below 1.
+    /// One picture, including the mouse pointer. Throws ScreenFailure, also for a width or height below 1.
     virtual Task<Picture> capture(CaptureRequest request) = 0;
-    /// Called on the main executor when the screens or their sizes have changed. Added at start and never
-    /// removed.
+    /// Adds an observer that is called on the main executor when screens or their sizes change. Added at
+    /// start and never removed.
     virtual void observeScreens(std::function<void()> observer) = 0;
 };
 

@@ -9,19 +9,19 @@
 
 namespace zelvo {
 
-/// A secret that the store refused to keep or change.
+/// The store refused to keep or change a secret.
 struct SecretStoreFailure {
-    std::int32_t status = 0; ///< the system's own number, or -1
+    std::int32_t status = 0; ///< the system's error number, or -1
 };
 
-/// The key ring, and where there is none a file that only the person can read. An item is named by service
-/// and account. Calls run in order, off the caller's thread; a silent service counts as not answering after 2
-/// s. Thread: any; resumes the caller on its own executor. Made by: platform/linux/LinuxSecretStore,
-/// tests/fakes/FakeSecretStore.
+/// The key ring, or without one a file that only the user can read. Service and account identify an item.
+/// Calls run in order, off the caller's thread; a service that is silent for 2 s counts as absent.
+/// Thread: any; resumes the caller on its own executor.
+/// Made by: platform/linux/system/LinuxSecretStore, tests/fakes/FakeSecretStore.
 class SecretStore {
 public:
     virtual ~SecretStore() = default;
-    /// Nothing when there is none or it cannot be read. Bytes that are not UTF-8 are repaired.
+    /// `nullopt` if there is none or it cannot be read. Invalid UTF-8 is repaired.
     virtual Task<std::optional<std::string>> get(std::string service, std::string account) = 0;
     /// Replaces or adds. Throws SecretStoreFailure.
     virtual Task<> set(std::string service, std::string account, std::string secret) = 0;

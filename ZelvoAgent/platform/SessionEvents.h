@@ -15,13 +15,12 @@ enum class SessionEvent {
     screenUnlocked
 };
 
-/// The person's login session: is it on the console, is it locked, does the machine go to sleep.
-/// Thread: any. Made by: platform/linux/dbus/LinuxSessionEvents, tests/fakes/FakeSessionEvents.
+/// The user's login session: whether it is on the console and locked, and when the machine sleeps.
+/// Thread: any. Made by: platform/linux/dbus/LinuxSessionEvents, tests/fakes/FakeDesktop.h.
 class SessionEvents {
 public:
     virtual ~SessionEvents() = default;
-    /// What the session shows at this moment: noGUISession, screenLocked or ready, never asleep. Does not
-    /// wait.
+    /// The present state: noGUISession, screenLocked or ready, never asleep. Does not wait.
     virtual Availability current() const = 0;
     /// Called on the main executor for each event. Observers are added at start and never removed.
     virtual void observe(std::function<void(SessionEvent)> observer) = 0;

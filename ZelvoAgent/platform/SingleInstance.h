@@ -7,7 +7,7 @@
 namespace zelvo {
 
 /// Keeps a second start of the program from running beside the first.
-/// Made by: platform/linux/LinuxSingleInstance, tests/fakes/FakeSingleInstance.
+/// Made by: platform/linux/dbus/LinuxSingleInstance, tests/fakes/FakeDesktop.h.
 class SingleInstance {
 public:
     virtual ~SingleInstance() = default;
@@ -17,9 +17,9 @@ public:
         std::function<void()> activate;                          ///< a second start brought nothing
     };
 
-    /// Becomes the one instance, and calls `requests` on the main executor from then on; or hands `urls` (or,
-    /// with none, the wish to come to the front) to the one that runs, and gives false. Blocks, before
-    /// anything else has started.
+    /// Becomes the one instance and calls `requests` on the main executor from then on. If another instance
+    /// runs, passes `urls` to it (or, without URLs, asks it to come to the front) and returns false. Blocks;
+    /// called before anything else starts.
     virtual bool claim(std::vector<std::string> urls, Requests requests) = 0;
 };
 

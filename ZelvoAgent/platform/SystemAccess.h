@@ -5,7 +5,7 @@
 namespace zelvo {
 
 /// The system permissions that all drivers depend on.
-/// Thread: any. Made by: platform/linux/LinuxSystemAccess, tests/fakes/FakeSystemAccess.
+/// Thread: any. Made by: platform/linux/dbus/LinuxSystemAccess, tests/fakes/FakeDesktop.h.
 class SystemAccess {
 public:
     virtual ~SystemAccess() = default;

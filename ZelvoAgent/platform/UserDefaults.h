@@ -12,11 +12,10 @@
 
 namespace zelvo {
 
-/// The person's stored settings, by key. A new value is in force at once and on disk within 100 ms; only the
-/// newest value of a key is written, in one step, off the caller's thread. A value that another program
-/// changed is taken over at the next read. What cannot be read as the wanted type reads as absent; what
-/// cannot be written stays unwritten. Thread: any. Made by: platform/linux/FileUserDefaults,
-/// tests/fakes/FakeUserDefaults.
+/// The user's stored settings, by key. A new value is valid at once and on disk within 100 ms. Only the
+/// newest value of a key is written, atomically and off the caller's thread. A read sees changes that other
+/// programs made. A value of another type reads as absent; a value that cannot be written stays unwritten.
+/// Thread: any. Made by: platform/portable/settings/FileUserDefaults, tests/fakes/FakeUserDefaults.
 class UserDefaults {
 public:
     virtual ~UserDefaults() = default;
@@ -25,7 +24,7 @@ public:
     virtual std::optional<bool> boolean(std::string_view key) = 0;
     virtual std::optional<std::int64_t> integer(std::string_view key) = 0;
     virtual std::optional<std::vector<std::string>> textArray(std::string_view key) = 0;
-    /// A value that is stored as bytes: its content as it stands.
+    /// The raw content of a value that is stored as bytes.
     virtual std::optional<std::string> bytes(std::string_view key) = 0;
 
     virtual void setText(std::string_view key, std::string value) = 0;
@@ -34,9 +33,9 @@ public:
     virtual void setTextArray(std::string_view key, std::vector<std::string> value) = 0;
     virtual void setBytes(std::string_view key, std::string value) = 0;
 
-    /// Resumes when all that was set before the call is on disk, or could not be written.
+    /// Resumes when every value set before the call is on disk or failed to be written.
     virtual Task<> written() = 0;
-    /// Writes what is left and waits for it, at the normal end. Blocks.
+    /// Writes the remaining values and waits for that, at the normal end. Blocks.
     virtual void writeNow() = 0;
 };
 

@@ -10,28 +10,29 @@
 
 namespace zelvo {
 
-/// A regular file that stands in a folder.
+/// A regular file in a folder.
 struct StoredFile {
     std::filesystem::path path;
-    std::optional<Date> created; ///< nothing where the file system keeps no such date
+    std::optional<Date> created; ///< `nullopt` if the file system keeps no such date
     bool operator==(StoredFile const&) const = default;
 };
 
-/// The person's folder of recordings, and what is done in the folders below it. Thread: any; blocks for as
-/// long as the disk does. Made by: platform/linux/system/LinuxVideoFolders, tests/fakes/FakeVideoFolders.
+/// The user's folder of recordings and the files in its subfolders.
+/// Thread: any; blocks for as long as the disk does.
+/// Made by: platform/linux/system/LinuxVideoFolders, tests/fakes/FakeVideoFolders.
 class VideoFolders {
 public:
     virtual ~VideoFolders() = default;
-    /// Where the person keeps recordings; need not exist.
+    /// The user's folder for recordings; need not exist.
     virtual std::filesystem::path videosFolder() = 0;
-    /// Makes a folder, with those above it, where it is missing. Throws FileFailure.
+    /// Creates a folder and missing folders above it. Throws FileFailure.
     virtual void make(std::filesystem::path const& folder) = 0;
-    /// The regular files in a folder, in no order; no links, no folders and nothing hidden. Empty when the
-    /// folder can't be listed.
+    /// The regular files in a folder, in no order; no links, folders or hidden files. Empty if the folder
+    /// can't be listed.
     virtual std::vector<StoredFile> files(std::filesystem::path const& folder) = 0;
-    /// Is there anything of that name? True also when it can't be told.
+    /// Whether the name exists. True also if that is unknown.
     virtual bool isTaken(std::filesystem::path const& file) = 0;
-    /// Removes a file; a folder never. False when that failed.
+    /// Removes a file, never a folder. False if that failed.
     virtual bool remove(std::filesystem::path const& file) = 0;
 };
 

@@ -23,20 +23,19 @@ struct WebSocketMessage {
     std::string payload;
 };
 
-/// Why a socket came to its end.
+/// Why a socket ended.
 struct NetworkFailure {
     enum class Kind { offline, lost, unreachable, hostNotFound, timedOut, cancelled, tls, other };
     Kind kind = Kind::other;
-    std::string description; ///< the system's words
+    std::string description; ///< the system's text
 };
 
-/// One WebSocket session. Connecting starts when it is made, and what is sent meanwhile waits for the
-/// handshake.
-///
-/// A read is always pending, so that pings and pongs live while the owner is busy; complete messages wait in
-/// an inbox of at most 64 messages and 320 MiB. While the inbox is full reading stops. A text message that is
-/// not UTF-8 ends the socket with close code 1007, one above 192 MiB with 1009. Thread: any; resumes callers
-/// on their own executor. Made by: platform/portable/net/BeastWebSocket, tests/fakes/FakeWebSocket.
+/// One WebSocket session. Connecting starts at construction; messages sent before the handshake wait for it.
+/// A read is always pending, so that pings and pongs work while the owner is busy. Complete messages wait in
+/// an inbox of at most 64 messages and 320 MiB; while it is full, reading stops. A text message that is not
+/// UTF-8 ends the socket with close code 1007, one above 192 MiB with 1009.
+/// Thread: any; resumes callers on their own executor.
+/// Made by: platform/portable/net/BeastWebSocket, tests/fakes/FakeWebSocket.
 class WebSocket {
 public:
     virtual ~WebSocket() = default;
@@ -44,22 +43,22 @@ public:
     /// Takes the next message from the inbox, waiting for one. Throws NetworkFailure once the socket has
     /// ended and the inbox is empty. One caller at a time.
     virtual Task<WebSocketMessage> receive() = 0;
-    /// Completes when the message was handed to the system. Messages go out in the order of the calls. Throws
+    /// Completes when the system has the message. Messages are sent in the order of the calls. Throws
     /// NetworkFailure.
     virtual Task<> send(std::string text) = 0;
-    /// Sends a ping; `onPong` is called once, on any thread, with whether its pong came before the socket
-    /// ended.
+    /// Sends a ping. `onPong` is called once, on any thread; `ok` is true if the pong arrived before the
+    /// socket ended.
     virtual void sendPing(std::function<void(bool ok)> onPong) = 0;
-    /// True when reading was stopped by a full inbox at some moment since the last ping was sent: the pong
-    /// may then wait unread.
+    /// Whether a full inbox stopped reading at some moment since the last ping: the pong may then wait
+    /// unread.
     virtual bool readingWasHeld() const = 0;
-    /// Ends the session: with a close code the peer is told, without one the connection is just dropped. A
-    /// pending receive fails with `cancelled`. Harmless on an ended socket.
+    /// Ends the session: sends the close code if there is one, else drops the connection. A pending receive
+    /// fails with `cancelled`. No effect on an ended socket.
     virtual void cancel(std::optional<int> closeCode = {}) = 0;
 
-    /// What is known after the end. The status of the answer to the upgrade, 101 when it went through.
+    /// Status of the response to the upgrade, 101 if it succeeded. Complete after the end.
     virtual std::optional<int> httpStatus() const = 0;
-    /// The peer's close code and reason, when it sent a close frame.
+    /// The peer's close code and reason, if it sent a close frame.
     virtual std::optional<int> closeCode() const = 0;
     virtual std::optional<std::string> closeReason() const = 0;
 };

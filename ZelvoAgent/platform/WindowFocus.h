@@ -4,28 +4,29 @@
 
 namespace zelvo {
 
-/// How a window stands on the screen.
+/// State of a window on the screen.
 struct WindowStanding {
     bool exists = false;
     bool isOnScreen = false;
-    bool hasKeyboard = false; ///< it, or a part of it
+    bool hasKeyboard = false; ///< it, or a child of it
     bool operator==(WindowStanding const&) const = default;
 };
 
-/// Who has the keyboard, and how a window gets it although the person did not ask for that just now. Windows
-/// go by the display server's numbers.
+/// The keyboard focus, and how a window gets it without a user action. The display server's ids identify
+/// windows.
 /// Thread: any; each call takes a few round trips to the display server.
 /// Made by: platform/linux/x11/windows/X11WindowFocus, tests/fakes/FakeWindowFocus.
 class WindowFocus {
 public:
     virtual ~WindowFocus() = default;
-    /// The application's window that the person works in; 0 when there is none.
+    /// The active application window; 0 if there is none.
     virtual std::uint32_t activeWindow() = 0;
-    /// Puts a window of this program that is on the screen above all others, on every workspace, out of task
-    /// bars, and makes it the active one. over: the window that was active before, 0 for none; if that fills
-    /// the screen, it does not cover the window either when the person goes back to it.
+    /// Puts a visible window of this program above all others, on every workspace, out of task bars, and
+    /// activates it.
+    /// over  the window that was active before, 0 for none; a full-screen one stays below even when it
+    ///       becomes active again
     virtual void putInFront(std::uint32_t window, std::uint32_t over) = 0;
-    /// Makes a window active, wherever it is.
+    /// Activates a window on any workspace.
     virtual void activate(std::uint32_t window) = 0;
     virtual WindowStanding standing(std::uint32_t window) = 0;
     /// Is any key of the keyboard down?

@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// A part of a window that shows another application: a client embedded in it.
+/// A part of a window that shows another application's embedded client.
 struct EmbeddedEntry {
     DesktopRect bounds;
     ApplicationNames owner;
@@ -19,27 +19,27 @@ struct EmbeddedEntry {
     bool operator==(EmbeddedEntry const&) const = default;
 };
 
-/// A window that is on the screen.
+/// A visible window.
 struct WindowEntry {
     std::uint32_t id = 0;
     std::optional<std::int32_t> ownerPid;
-    int layer = 0; ///< 8 for every window of this program; higher lies outside its own-window guard
+    int layer = 0; ///< 8 for every window of this program; higher layers are outside its own-window guard
     std::optional<DesktopRect> bounds; ///< without shadows
-    /// Where it takes the pointer, when that is not all of its bounds.
+    /// The areas that take the pointer, if not all of its bounds do.
     std::optional<std::vector<DesktopRect>> parts = {};
-    ApplicationNames owner; ///< who it belongs to, and whose windows it is transient for
+    ApplicationNames owner; ///< its owner and the owners of the windows that it is transient for
     std::vector<EmbeddedEntry> embedded = {};
-    std::string ownerName = {}; ///< of the process's application, in the desktop's language; empty: not known
-    std::string title = {};     ///< bounded; empty without one
+    std::string ownerName = {}; ///< of the process's application, in the desktop's language; empty if unknown
+    std::string title = {};     ///< bounded; may be empty
     bool operator==(WindowEntry const&) const = default;
 
-    /// Whether the pointer at this point is on this window, as far as no other lies over it.
+    /// Whether the pointer at this point is on this window, windows above it aside.
     bool isUnder(DesktopPoint point) const
     {
         auto const hit = [&](DesktopRect const& rect) { return rect.contains(point); };
         return bounds && hit(*bounds) && (!parts || std::ranges::any_of(*parts, hit));
     }
-    /// The names of the application that it belongs to, and of those embedded in it at this point.
+    /// The names of its application and of those embedded in it at this point.
     ApplicationNames namesAt(DesktopPoint point) const
     {
         ApplicationNames all = owner;
@@ -52,12 +52,12 @@ struct WindowEntry {
 
 /// The windows of the display server.
 /// Thread: any; takes a few milliseconds.
-/// Made by: platform/linux/x11/windows/X11WindowList, tests/fakes/FakeWindowList.
+/// Made by: platform/linux/x11/windows/X11WindowList, tests/fakes/FakeDesktop.h.
 class WindowList {
 public:
     virtual ~WindowList() = default;
-    /// Front to back, without desktops, windows that take no input and the window manager's own. Nothing when
-    /// the list cannot be had.
+    /// Front to back, without desktops, windows that take no input and the window manager's own. `nullopt` if
+    /// the list cannot be read.
     virtual std::optional<std::vector<WindowEntry>> windows() = 0;
 };
 
