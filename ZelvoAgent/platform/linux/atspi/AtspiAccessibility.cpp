@@ -32,7 +32,7 @@ std::unique_ptr<AtspiReader> AtspiAccessibility::atspiReader(std::int32_t pid, D
 {
     auto made = std::make_unique<AtspiReader>(clock, connect(), knowledge, screen, pid, messagingTimeout);
     if (!made->isOnBus()) {
-        // The bus may have been started anew, at another address.
+        // The bus may have restarted at another address.
         knowledge.set({});
         made = std::make_unique<AtspiReader>(clock, connect(), knowledge, screen, pid, messagingTimeout);
     }

@@ -18,10 +18,10 @@ class AtspiReader;
 /// The accessibility bus of the desktop.
 class AtspiAccessibility final : public Accessibility {
 public:
-    /// session  for the switch; must outlive this
-    /// screen   for the places of elements; what its functions use must outlive this
-    /// address  of the accessibility bus, known beforehand (AT_SPI_BUS_ADDRESS); else the session bus is
-    /// asked
+    /// session  the session bus, for switchOn; must outlive this
+    /// screen   windows and displays, to place elements; what its functions use must outlive this
+    /// address  of the accessibility bus if it is known (AT_SPI_BUS_ADDRESS); else the session bus supplies
+    ///          it
     AtspiAccessibility(Contexts contexts,
                        Clock& clock,
                        BusConnection& session,
@@ -29,7 +29,7 @@ public:
                        AtspiScreen screen = {});
 
     std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override;
-    /// The same, by its own type.
+    /// The same, with the concrete type.
     std::unique_ptr<AtspiReader> atspiReader(std::int32_t pid, Duration messagingTimeout);
     void observeUnreadable(std::function<void(std::int32_t pid)> next) override
     {

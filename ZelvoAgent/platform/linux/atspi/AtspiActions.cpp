@@ -27,7 +27,7 @@ std::string axActionOf(std::string const& name)
     return letters == "showmenu" ? "AXShowMenu" : name;
 }
 
-/// Chromium says so of whatever has no action of its own.
+/// Chromium's names for elements that have no action of their own.
 bool saysNothing(std::string const& name)
 {
     return name == "doDefault" || name == "clickAncestor";

@@ -46,8 +46,8 @@ std::optional<AtspiApplication> AtspiApplicationSearch::find(std::int32_t pid)
     return found;
 }
 
-/// Where the process had one application when the registry was last asked, that is asked at once, over its
-/// own socket, which shows that it lives. The registry is asked beside it, for the next time.
+/// If the process had only one application when the registry last answered, asks that one at once over its
+/// own socket; the answer shows that it still runs. The registry is asked in parallel, for the next search.
 std::optional<AtspiApplication> AtspiApplicationSearch::findKnown(std::int32_t pid)
 {
     auto const known = knowledge.get().applications;
@@ -62,7 +62,7 @@ std::optional<AtspiApplication> AtspiApplicationSearch::findKnown(std::int32_t p
     return found;
 }
 
-/// Unless the answer says that nobody has come, the next one waits for it.
+/// Until the answer shows that no application was added, the next search waits for the registry.
 void AtspiApplicationSearch::lookAgainBeside(std::string const& name)
 {
     auto const setAlone = [&box = knowledge, name](bool isAlone) {
@@ -93,7 +93,7 @@ BusMessagePtr AtspiApplicationSearch::rootsQuestion()
 {
     auto call =
         bus.newCall(exchange.nameOf(registry), "/org/a11y/atspi/accessible/root", accessible, "GetChildren");
-    // It is started by the first application that publishes elements, or by who looks for them.
+    // The registry is started by the first application that publishes elements, or by a search for them.
     if (call)
         sd_bus_message_set_auto_start(call.get(), 1);
     return call;
@@ -179,7 +179,7 @@ bool AtspiApplicationSearch::describe(AtspiApplication& found)
     AtspiKnowledge::Application known = knowledge.get().applications[found.name];
     if (!known.toolkit) {
         known.toolkit = askToolkit(found);
-        // Qt offers none, and takes an unknown question amiss.
+        // Qt has none, and may fail on an unknown property.
         known.directAddress = known.toolkit ? askDirectAddress(found) : std::nullopt;
         knowledge.change([&](AtspiKnowledge& all) {
             if (auto const entry = all.applications.find(found.name); entry != all.applications.end()) {
@@ -228,7 +228,7 @@ bool AtspiApplicationSearch::connectDirectly(AtspiApplication const& found, std:
     auto link = AtspiLink::toApplication(address);
     if (!link)
         return false;
-    // Tried with a question, as a socket may be there that nobody answers on any more.
+    // The socket may exist although nobody answers on it any more, so try it with a question.
     auto const trial = exchange.addPeer(found.name, exchange.addLink(std::move(link)));
     AtspiApplication direct = found;
     direct.peer = trial;

@@ -11,24 +11,25 @@
 
 namespace zelvo {
 
-/// What was learnt of the applications on the accessibility bus, for the readers to come. Bus names are never
-/// used twice, so nothing of it goes out of date but by the application's end. Thread: any.
+/// Facts about the applications on the accessibility bus, kept for later readers. The bus never reuses a
+/// name, so an entry is valid until its application ends. Thread: any.
 struct AtspiKnowledge {
     struct Application {
         std::int32_t pid = 0;
         std::optional<std::string> toolkit;
         std::optional<std::string> directAddress; ///< empty: it offers none
         std::string path;                         ///< of its root
-        bool isAlone = false; ///< in its process, as far as the registry has told; then it is asked at once
-        bool isWoken = false; ///< Chromium makes its web tree
+        bool isAlone = false; ///< the only one in its process, as far as the registry has reported; it is
+                              ///< then asked directly
+        bool isWoken = false; ///< Chromium builds its web tree
         bool isBuilt = false; ///< and has had the time to
     };
-    std::string address;                             ///< of the bus; empty: not known yet
+    std::string address;                             ///< of the bus; empty if unknown
     std::map<std::string, Application> applications; ///< by bus name
 };
 using AtspiKnowledgeBox = LockedBox<AtspiKnowledge>;
 
-/// An application on the accessibility bus, ready to be asked.
+/// An application on the accessibility bus that a reader can query.
 struct AtspiApplication {
     std::string name;
     std::string path; ///< of its root
@@ -38,14 +39,14 @@ struct AtspiApplication {
     AtspiExchange::PeerId peer = 0;
 };
 
-/// Looks for the application of a process on the accessibility bus, and connects to its own socket where it
-/// offers one. Blocks, as long as the patience of the exchange allows. Thread: one.
+/// Finds the application of a process on the accessibility bus, and connects to the application's own socket
+/// if it offers one. Blocks, at most for the patience of the exchange. Thread: one.
 class AtspiApplicationSearch {
 public:
     AtspiApplicationSearch(AtspiExchange& exchange, AtspiLink& bus, AtspiKnowledgeBox& knowledge);
 
     std::optional<AtspiApplication> find(std::int32_t pid);
-    /// Did the registry answer, so that an application which was not found is not there?
+    /// Whether the registry answered, so that an application which was not found does not exist.
     bool hasLooked() const { return looked; }
     AtspiExchange::PeerId daemon() const { return daemonPeer; }
 
@@ -63,7 +64,7 @@ private:
     void learnPids(std::vector<Root> const& roots);
     Root firstWithChildren(std::vector<Root> const& roots);
     AtspiApplication begin(Root const& root);
-    /// Is somebody there at a socket of its own?
+    /// Whether something answers on the application's own socket.
     bool describe(AtspiApplication& found);
     bool connectDirectly(AtspiApplication const& found, std::string const& address);
     std::optional<std::string> askToolkit(AtspiApplication const& found);

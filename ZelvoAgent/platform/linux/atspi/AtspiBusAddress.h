@@ -8,8 +8,8 @@
 
 namespace zelvo {
 
-/// The address of the accessibility bus, asked of the session bus, which starts it when it does not run yet.
-/// Nothing when nobody answers within `patience`. Blocks.
+/// Asks the session bus for the address of the accessibility bus; that starts the accessibility bus if
+/// necessary. `nullopt` if there is no answer within `patience`. Blocks.
 std::optional<std::string> askForAccessibilityBus(Duration patience);
 
 } // namespace zelvo

@@ -7,12 +7,12 @@
 
 #include <cstdint>
 
-/// How questions about elements are put to applications over AT-SPI.
+/// D-Bus calls for the questions about elements.
 namespace zelvo::atspi {
 
 inline constexpr char const* accessibleInterface = "org.a11y.atspi.Accessible";
 inline constexpr char const* actionInterface = "org.a11y.atspi.Action";
-/// As much of an element's text as is asked for.
+/// Characters of an element's text that are requested.
 inline constexpr std::int32_t maxCharacters = 1'000;
 
 struct Method {
@@ -21,12 +21,14 @@ struct Method {
 };
 
 Method methodOf(AtspiQuestion question);
-/// Appends the arguments of a question's method. node: whom it is put to; toolkit: that of its peer
+/// Appends the arguments of a question's method.
+/// node     the element in question
+/// toolkit  that of the element's peer
 void appendArguments(sd_bus_message* call,
                      AtspiNode const& node,
                      AtspiQuestion question,
                      AtspiToolkit const& toolkit);
-/// Appends a rule of org.a11y.atspi.Collection: what has this state, whatever else it is.
+/// Appends a rule of org.a11y.atspi.Collection that matches elements with this state.
 void appendRuleOfState(sd_bus_message* call, AtspiState state);
 
 } // namespace zelvo::atspi

@@ -78,14 +78,14 @@ std::optional<bool> AtspiElements::mayHaveValue(Index index) const
 
 bool AtspiElements::mayHaveTitle(Index index) const
 {
-    // Inside a password field a label could be what was typed. Its own name is that of the field.
+    // A label inside a password field could be the typed text. The field's own name is safe.
     return nodes[index].role == AtspiRole::passwordText || !nodes.isSecret(index) ||
            !isTextRole(nodes.axRole(index).role);
 }
 
 bool AtspiElements::mayBeLabelled(Index index) const
 {
-    // Chromium would wake, and has the labels' words.
+    // The question would wake Chromium, which copies the labels' text anyway.
     if (inquiry.toolkitOf(nodes[index].peer).givesAttributes)
         return false;
     std::string_view const ax = nodes.axRole(index).role;

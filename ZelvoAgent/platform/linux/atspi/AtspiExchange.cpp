@@ -9,12 +9,12 @@ namespace {
 
 using std::chrono::steady_clock;
 
-/// A wait inside sd-bus is never longer, so that a moment of ours is not missed.
+/// Longest wait inside sd-bus, so that our own deadlines are kept.
 constexpr Duration maxWait = 20ms;
-/// How much of a peer's time may be in flight.
+/// Work in flight, as the peer's time.
 constexpr Duration workInFlight = 50ms;
 
-/// Does the bus say that there is nobody of that name any more?
+/// Whether the bus reports that the name has no owner any more.
 bool saysGone(sd_bus_error const& error)
 {
     std::string_view const name = error.name ? error.name : "";
@@ -129,7 +129,7 @@ void AtspiExchange::await(PeerId id, std::function<bool()> const& isDone)
 
 void AtspiExchange::dropCalls(Peer& peer)
 {
-    // Each answer may ask something new.
+    // A callback may send new questions.
     auto dropped = std::exchange(peer.calls, {});
     for (OpenCall& call : dropped)
         call.ticket.reset();

@@ -12,15 +12,15 @@
 
 namespace zelvo {
 
-/// Calls to several peers over a few connections, with a patience each: a peer that has been silent for that
-/// long since its last reply, while calls wait for it, is given up. Then nothing of what was in flight will
-/// be answered, and it should be asked one thing at a time. Thread: one.
+/// Calls to several peers over a few connections, each peer with its own patience: a peer that is silent for
+/// that long since its last reply, while calls wait for it, is given up. Its calls in flight then end
+/// unanswered, and callers should ask it one question at a time. Thread: one.
 class AtspiExchange {
 public:
     using PeerId = std::uint32_t;
     using SteadyTime = std::chrono::steady_clock::time_point;
-    /// Sees the reply; null when there is none or it is an error. Called once for each call, possibly before
-    /// `ask` returns.
+    /// Receives the reply; null if there is none or it is an error. Called once for each call, possibly
+    /// before `ask` returns.
     using OnAnswer = std::function<void(sd_bus_message*)>;
 
     static constexpr std::size_t maxCallsInFlight = 128;
@@ -34,23 +34,24 @@ public:
 
     AtspiLink& linkOf(PeerId peer) const { return *peers[peer]->link; }
     std::string const& nameOf(PeerId peer) const { return peers[peer]->name; }
-    /// Has it ended, or its connection?
+    /// Whether the peer or its connection has ended.
     bool isGone(PeerId peer) const { return peers[peer]->isGone; }
-    /// Has it been given up since the last `trustAgain`?
+    /// Whether the peer was given up since the last `trustAgain`.
     bool isSilent(PeerId peer) const { return peers[peer]->isSilent; }
     void trustAgain();
-    /// Has any peer been given up since then, or something else not been told that was there?
+    /// Whether, since `trustAgain`, a peer was given up or `noteMissing` was called.
     bool isMissingAnswers() const { return missesAnswers; }
     void noteMissing() { missesAnswers = true; }
-    /// Lets go of all calls in flight, which are not answered any more.
+    /// Drops all calls in flight; their callbacks are not called.
     void cancelAll();
-    /// Is a peer being given up, so that what is answered with nothing was merely not waited for any longer?
+    /// True while a peer is being given up: its calls then end with null although the peer might still
+    /// answer.
     bool isGivingUp() const { return givingUp; }
     bool hasDeadline() const { return deadline.has_value(); }
     std::optional<SteadyTime> currentDeadline() const { return deadline; }
-    /// Nothing is waited for after that moment.
+    /// Nothing waits beyond this moment.
     void setDeadline(std::optional<SteadyTime> moment) { deadline = moment; }
-    /// Until the deadline.
+    /// Time until the deadline.
     Duration timeLeft() const
     {
         return deadline ? *deadline - std::chrono::steady_clock::now() : Duration::max();
@@ -58,12 +59,12 @@ public:
     bool isOver() const { return deadline && std::chrono::steady_clock::now() >= *deadline; }
 
     void ask(PeerId id, BusMessagePtr call, OnAnswer onAnswer);
-    /// May another call go out now? As many as the peer answers in a twentieth of a second, so that a slow
-    /// one is left with little to do when its reader has gone.
+    /// Whether another call may be sent now. The limit is what the peer answers in 50 ms, so that a slow peer
+    /// has little left to do after its reader has gone.
     bool hasRoom(PeerId id) const;
-    /// Takes replies until it is done, or the peer is given up.
+    /// Processes replies until `isDone`, or until the peer is given up.
     void await(PeerId id, std::function<bool()> const& isDone);
-    /// Takes what has come, without waiting.
+    /// Processes the replies that have arrived, without waiting.
     void process();
 
     std::uint64_t messagesSent() const { return sent; }
@@ -92,7 +93,7 @@ private:
     Duration patience;
     std::optional<SteadyTime> deadline;
     std::vector<std::unique_ptr<AtspiLink>> links;
-    std::vector<std::unique_ptr<Peer>> peers; // Gone before the links are.
+    std::vector<std::unique_ptr<Peer>> peers; // Destroyed before the links.
     bool givingUp = false;
     bool missesAnswers = false;
     std::uint64_t sent = 0;

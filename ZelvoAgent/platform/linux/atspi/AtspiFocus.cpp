@@ -71,7 +71,7 @@ std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
     return focused;
 }
 
-/// Qt calls the current item of each list focused, and the current tab.
+/// Qt reports the current item of every list, and the current tab, as focused.
 bool AtspiFocus::isJustCurrent(Index index) const
 {
     AtspiNode const& node = nodes[index];

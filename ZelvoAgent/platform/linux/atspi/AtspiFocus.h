@@ -22,7 +22,7 @@ public:
     std::optional<Index> findIn(Index window);
 
 private:
-    /// The last, and so the deepest, of those that an application has found itself.
+    /// The last, and therefore the deepest, of the focused elements that the application itself found.
     std::optional<Index> lastOf(std::vector<Index> const& focused, Index window);
     std::optional<Index> lookFor(Index window);
     bool isJustCurrent(Index index) const;

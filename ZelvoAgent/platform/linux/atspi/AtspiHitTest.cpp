@@ -7,9 +7,9 @@ namespace zelvo {
 
 namespace {
 
-/// Levels of a window that are gone through; pages nest deeply.
+/// Levels of a window that are searched; pages nest deeply.
 constexpr std::size_t maxLevels = 100;
-/// Elements from a part of a field up to the field.
+/// Levels from a part of a field up to the field.
 constexpr int maxAroundAPart = 6;
 constexpr int maxGuesses = 3;
 
@@ -25,15 +25,15 @@ bool isAContainer(std::string_view axRole)
     return axRole == "AXGroup" || axRole == "AXUnknown" || axRole == "AXScrollArea" || axRole == "AXImage";
 }
 
-/// May an element of this role lay its children over one another? GTK 3 calls boxes and lists, which do not,
-/// otherwise.
+/// Whether an element of this role may stack its children on top of one another. GTK 3 uses other roles for
+/// boxes and lists, which do not.
 bool mayStack(AtspiRole role)
 {
     return role == AtspiRole::dialog || role == AtspiRole::frame || role == AtspiRole::panel ||
            role == AtspiRole::layeredPane || role == AtspiRole::window;
 }
 
-/// The part of a rectangle that lies in another one, from 0 to 1.
+/// The share of a rectangle that is inside another one, from 0 to 1.
 double partInside(DesktopRect const& rect, DesktopRect const& other)
 {
     auto const overlap = [](double start, double length, double from, double size) {
@@ -56,7 +56,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::find(DesktopPoint point)
             askTexts(whole);
             return whole;
         }
-        // Nothing below a popup that is on the screen takes a press there.
+        // A popup takes the press, so nothing below it can.
         if (front.isPopup)
             return std::nullopt;
     }
@@ -83,7 +83,7 @@ AtspiHitTest::Chain AtspiHitTest::agreedIn(Index window, DesktopPoint point)
     if (!at)
         return agreed({window}, point);
     Chain chain = agreed(asked(window, *at), point);
-    // Chromium tells its window in units of its own, and may take pixels.
+    // Chromium reports its window in scaled units, but may expect pixels.
     if (ReportedPoint const pixel = places.pixelAt(point); chain.size() <= 1 && pixel != *at)
         chain = agreed(asked(window, pixel), point);
     return chain;
@@ -115,7 +115,7 @@ AtspiHitTest::Chain AtspiHitTest::childByChild(Index window, ReportedPoint at)
     Chain chain = {window};
     while (chain.size() < maxLevels) {
         auto const child = inquiry.hitIn(chain.back(), at);
-        // It gives the element itself when none of its children is there.
+        // The toolkit returns the element itself if no child is at the point.
         if (!child || std::ranges::find(chain, *child) != chain.end() || !nodes.hang(*child, chain.back()))
             break;
         askPlace(*child);
@@ -149,7 +149,7 @@ AtspiHitTest::Chain AtspiHitTest::agreed(Chain chain, DesktopPoint point)
 {
     for (Index const index : chain)
         known.identify(index);
-    // What holds an element need not be drawn where that is.
+    // A parent need not be drawn where its child is.
     while (!chain.empty() && !isAt(chain.back(), point))
         chain.pop_back();
     return chain;
@@ -189,7 +189,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::below(Index index, DesktopPoint po
         return std::nullopt;
     Chain const children = childrenOf(index);
     lookedAt += children.size();
-    // What is drawn last lies on top.
+    // The last drawn is on top.
     for (Index const child : children | std::views::reverse) {
         if (isAt(child, point))
             return below(child, point, level + 1).value_or(child);
@@ -244,7 +244,7 @@ std::optional<AtspiNode::Index> AtspiHitTest::findDropped(DesktopRect const& pop
         Chain showing;
         for (Index const index : row) {
             known.identify(index);
-            // GTK 3 does not call the menu showing that a button has opened.
+            // GTK 3 does not mark a menu that a button opened as showing.
             if (!known.isShowing(index) && !(known.exists(index) && nodes[index].role == AtspiRole::menu))
                 continue;
             showing.push_back(index);
@@ -276,10 +276,10 @@ AtspiNode::Index AtspiHitTest::wholeOf(Index index, DesktopPoint point)
     auto above = nodes[index].parent;
     for (int i = 0; above && *above != 0 && i < maxAroundAPart; ++i, above = nodes[*above].parent) {
         std::string_view const around = nodes.axRole(*above).role;
-        // What is written in a text of several lines has elements of its own.
+        // The text of a multi-line field has elements of its own.
         if (isAField(around) && !(isText && around == "AXTextArea"))
             return isAt(*above, point) ? *above : index;
-        // A list that drops down may be made of a button, which is one that stays pressed in GTK 4.18.
+        // A drop-down list may contain a button; in GTK 4.18 that is a toggle button.
         bool const isButton = around == "AXButton" || around == "AXCheckBox" || around == "AXMenuButton";
         if (!isAContainer(around) && !(isButton && isPartOfAList(*above)))
             return index;

@@ -8,15 +8,15 @@
 
 namespace zelvo {
 
-/// Finds the deepest element that an application draws at a point. Toolkits are asked what is there, and
-/// believed as far as the places of the elements agree; where they do not know, those alone decide. Thread:
-/// one; blocks.
+/// Finds the deepest element that an application draws at a point. The toolkit's hit test is used as far as
+/// the elements' places agree with it; where the toolkit has no answer, the places alone decide. Thread: one;
+/// blocks.
 class AtspiHitTest {
 public:
     using Index = AtspiNode::Index;
-    /// Elements, in windows whose application does not say what is there.
+    /// Limit of elements in windows whose application has no hit test.
     static constexpr std::size_t maxLookedAt = 5'000;
-    /// An element with more children than that is not looked through when its application has been asked.
+    /// An element with more children is not searched after the toolkit's hit test gave it.
     static constexpr std::int32_t maxBelowAnAnswer = 64;
 
     AtspiHitTest(AtspiInquiry& inquiry, AtspiNodes& nodes, AtspiElements& known, AtspiPlaces& places)
@@ -30,31 +30,33 @@ private:
     using Chain = std::vector<Index>;
 
     std::optional<Index> findIn(AtspiPlaces::Front const& front, DesktopPoint point);
-    /// From a window down to what its application says is there, each the next one's parent; at least the
+    /// The path from a window down to the toolkit's answer, each element the parent of the next; at least the
     /// window.
     Chain asked(Index window, ReportedPoint at);
     Chain agreedIn(Index window, DesktopPoint point);
     Chain childByChild(Index window, ReportedPoint at);
     Chain upFrom(Index hit, Index window);
-    /// Without what is not there after all.
+    /// Cuts the path at the end, up to an element that is at the point.
     Chain agreed(Chain chain, DesktopPoint point);
-    /// What lies over the element that the application gave first: it is listed after it.
+    /// An element drawn over the toolkit's answer: one that its parent lists later.
     std::optional<Index> overlay(Chain const& chain, DesktopPoint point);
-    /// By the places of all that is below an element.
+    /// The deepest element below this one, by places alone.
     Index deepest(Index index, DesktopPoint point);
     std::optional<Index> below(Index index, DesktopPoint point, std::size_t level);
-    /// Is what it holds drawn somewhere else than itself, or has it no place? A page lies below its tab.
+    /// Whether its children may be drawn outside of it: its role is unknown, or it is a tab, whose child is
+    /// the page below.
     bool isElsewhere(Index index);
-    /// Is it a plain area of Chromium's own window? Such lie over its buttons, and do not take the pointer.
+    /// Whether it is a plain container of Chromium's own window. Those cover its buttons but do not take the
+    /// pointer.
     bool isBlank(Index index);
-    /// What is no plain area, in an element.
+    /// The deepest element at the point that is no plain container.
     std::optional<Index> anythingElse(Index index, DesktopPoint point);
-    /// In what drops down from an element, into a window of its own.
+    /// Searches the content of an element that drops down into a separate window.
     std::optional<Index> findDropped(DesktopRect const& popup, DesktopPoint point);
-    /// The field that an element is nothing but a part of, else the element.
+    /// The field that the element is a mere part of, else the element.
     Index wholeOf(Index index, DesktopPoint point);
     bool isPartOfAList(Index button);
-    /// Asks for what a press is judged by, without waiting for it.
+    /// Sends the questions that a press is judged by, without waiting for answers.
     void askTexts(Index index);
 
     bool isAt(Index index, DesktopPoint point);

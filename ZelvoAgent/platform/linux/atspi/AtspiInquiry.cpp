@@ -57,7 +57,7 @@ void AtspiInquiry::ensure(Index index, AtspiQuestion question)
     ask(index, question);
     auto const isDone = [&] { return node.isAnswered(question); };
     exchange.await(node.peer, isDone);
-    // Children of another process wait for what the bus knows of it.
+    // Children of another process wait until the bus has reported its process id.
     if (!isDone() && childLists.waitsForProcesses(index))
         exchange.await(peers.busDaemon(), isDone);
     questions.awaited.reset();
@@ -95,7 +95,7 @@ bool AtspiInquiry::isStrictAboutText(Index index) const
 {
     AtspiToolkit const toolkit = toolkitOf(nodes[index].peer);
     std::string_view const ax = nodes.axRole(index).role;
-    // What can be edited and is no field of the toolkit's: a paragraph, for instance.
+    // Editable text that is no toolkit field, for instance a paragraph, belongs to LibreOffice.
     bool const isOffices =
         toolkit.mayHoldOffice && ax != "AXTextField" && ax != "AXTextArea" && ax != "AXComboBox";
     return toolkit.isStrictAboutText || isOffices;
@@ -125,7 +125,7 @@ BusMessagePtr AtspiInquiry::hitCall(Index index, ReportedPoint point) const
 {
     auto call = questions.newCall(index, "org.a11y.atspi.Component", "GetAccessibleAtPoint");
     if (call)
-        sd_bus_message_append(call.get(), "iiu", point.x, point.y, 0u); // Of the screen.
+        sd_bus_message_append(call.get(), "iiu", point.x, point.y, 0u); // Relative to the screen.
     return call;
 }
 

@@ -16,8 +16,8 @@
 
 namespace zelvo {
 
-/// Asks applications about elements and keeps the answers; each question once. Children of other processes
-/// are followed where that is allowed. Thread: one.
+/// Asks applications about elements and keeps the answers; each question is sent once. Children of other
+/// processes are followed if that is allowed. Thread: one.
 class AtspiInquiry {
 public:
     using Index = AtspiNode::Index;
@@ -25,12 +25,13 @@ public:
 
     static constexpr std::size_t maxText = 8u << 20; ///< bytes, of all elements together
 
-    /// Both must outlive it. bus: the link to the accessibility bus
+    /// exchange  like `nodes`, must outlive this
+    /// bus       the link to the accessibility bus
     AtspiInquiry(AtspiExchange& exchange, AtspiNodes& nodes, AtspiLink& bus, PeerId daemon);
 
-    /// Told of each answer, also of a missing one.
+    /// Called after each answer, also after a missing one.
     std::function<void(Index, AtspiQuestion)> onAnswered = [](Index, AtspiQuestion) {};
-    /// May elements of another process be read?
+    /// Whether elements of another process may be read.
     std::function<bool(std::int32_t pid)> allowsProcess;
 
     void addApplication(PeerId peer, std::int32_t pid, AtspiToolkit toolkit);
@@ -38,24 +39,25 @@ public:
     /// Forgets all answers, those on their way too, and what was allowed.
     void startAnew();
 
-    /// Sends the question, unless that was done before. Role and states must be answered for `children`.
+    /// Sends the question unless it was sent before. Ask for `children` only after role and states are
+    /// answered.
     void ask(Index index, AtspiQuestion question);
     /// The same, and waits for the answer.
     void ensure(Index index, AtspiQuestion question);
 
-    /// What its application says is drawn at a point inside an element, which waits for the answer. Nothing
-    /// for an element of another process.
+    /// The application's hit test for a point inside an element; waits for the answer. `nullopt` for an
+    /// element of another process.
     std::optional<Index> hitIn(Index index, ReportedPoint point);
-    /// Lets its application find out what is there, without waiting.
+    /// Starts the application's hit test without waiting for the answer.
     void announceHit(Index index, ReportedPoint point);
-    /// The element that calls itself its parent; waits for the answer.
+    /// The element that it reports as its parent; waits for the answer.
     std::optional<Index> parentOf(Index index);
-    /// Those in an element that have the focus, as the application finds them; waits for the answer. Nothing
-    /// when it does not look for them itself.
+    /// The focused elements inside an element, found by the application; waits for the answer. `nullopt` if
+    /// the application offers no such search.
     std::optional<std::vector<Index>> focusedIn(Index index);
     /// The process that an element belongs to.
     std::optional<std::int32_t> processOf(Index index) const;
-    /// The element that another one of the same application refers to.
+    /// The element that another element of the same application refers to.
     std::optional<Index> find(Index from, atspi::Reference const& reference);
 
 private:

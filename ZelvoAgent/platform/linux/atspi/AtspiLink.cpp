@@ -7,12 +7,12 @@ namespace zelvo {
 
 namespace {
 
-/// One that talks without end must not keep its reader from looking at the clock.
+/// A peer that sends without end must not keep its reader from checking the clock.
 constexpr int maxMessagesAtOnce = 256;
 
 int takeReply(sd_bus_message* reply, void* data, sd_bus_error*)
 {
-    // What it belongs to may be let go of while it runs.
+    // The callback may destroy the slot that owns it.
     AtspiLink::OnReply const onReply = std::move(*static_cast<AtspiLink::OnReply*>(data));
     if (onReply)
         onReply(reply);
@@ -62,10 +62,10 @@ AtspiLink::Ticket AtspiLink::send(sd_bus_message* call, OnReply onReply)
         return nullptr;
     auto data = std::make_unique<OnReply>(std::move(onReply));
     sd_bus_slot* slot = nullptr;
-    // No time-out of sd-bus's own: they stop coming when many calls are in flight.
+    // No sd-bus time-outs: they stop firing when many calls are in flight.
     if (sd_bus_call_async(bus.get(), &slot, call, takeReply, data.get(), UINT64_MAX) < 0)
         return nullptr;
-    std::ignore = data.release(); // The slot's from here on.
+    std::ignore = data.release(); // Now the slot's.
     sd_bus_slot_set_destroy_callback(slot, forgetReply);
     return Ticket(slot, [](void* raw) { sd_bus_slot_unref(static_cast<sd_bus_slot*>(raw)); });
 }

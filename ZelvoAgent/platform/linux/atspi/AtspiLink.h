@@ -9,36 +9,36 @@
 
 namespace zelvo {
 
-/// One connection to the accessibility bus, or to the socket of one application, with any number of calls in
-/// flight. It keeps no time: who asks decides how long to wait. Thread: one.
+/// One connection to the accessibility bus or to the socket of one application, with any number of calls in
+/// flight. It has no time-outs: callers decide how long to wait. Thread: one.
 class AtspiLink {
 public:
-    /// Sees the reply, which may be an error; null when there will be none.
+    /// Receives the reply, which may be an error; null if there will be none.
     using OnReply = std::function<void(sd_bus_message*)>;
-    /// Letting go of it makes a late reply go unseen.
+    /// Dropping it discards a late reply.
     using Ticket = std::shared_ptr<void>;
 
-    /// Neither blocks; null when the address is not one.
+    /// Neither blocks; null if the address is invalid.
     static std::unique_ptr<AtspiLink> toBus(std::string const& address);
     static std::unique_ptr<AtspiLink> toApplication(std::string const& address);
 
-    /// direct: an application's own socket, on which messages have no destination
+    /// direct  an application's own socket, where messages have no destination
     AtspiLink(BusPtr bus, bool direct) : bus(std::move(bus)), direct(direct) {}
 
     bool isOpen() const { return bus != nullptr; }
     bool isDirect() const { return direct; }
 
-    /// A call of a method, for its arguments to be appended. Null when a name in it is ill-formed.
+    /// A method call without arguments. Null if one of the names is malformed.
     BusMessagePtr newCall(std::string const& destination,
                           std::string const& path,
                           char const* interface,
                           char const* member) const;
-    /// Null when it cannot be sent; then `onReply` is not called.
+    /// Null if it cannot be sent; `onReply` is then not called.
     Ticket send(sd_bus_message* call, OnReply onReply);
 
-    /// Takes what has come, replies in their order, without waiting. False when nothing had.
+    /// Handles the messages that have arrived, replies in order, without waiting. False if there were none.
     bool process();
-    /// Waits until something comes, or for that long.
+    /// Waits until a message arrives, or for at most `longest`.
     void wait(Duration maxTime);
 
 private:

@@ -30,8 +30,8 @@ bool enter(sd_bus_message* message, char type, char const* contents)
     return sd_bus_message_enter_container(message, type, contents) > 0;
 }
 
-/// Goes through an array until it ends, `take` has had enough or the message is not as it should be. Only one
-/// that was gone through to its end is left.
+/// Iterates over an array until its end, until `take` returns false or the message is malformed. Leaves the
+/// array only after its end.
 template <class F>
 bool forEach(sd_bus_message* message, char const* contents, F take)
 {
@@ -64,7 +64,7 @@ std::optional<std::int32_t> anyNumber(sd_bus_message* message)
                     : std::nullopt;
 }
 
-/// Reads what is inside a variant of that type, and passes over one of another.
+/// Reads the content of a variant of one of these types; skips a variant of another type.
 template <class T, class F>
 std::optional<T> inVariant(sd_bus_message* message, std::string_view types, F read)
 {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-/// Readers of what applications answer over AT-SPI. The content is the application's word: each reader takes
-/// any message, gives nothing for one of another shape, and bounds what it keeps.
+/// Parsers of AT-SPI replies. The content is not trusted: each parser accepts any message, returns `nullopt`
+/// for another type, and bounds what it keeps.
 namespace zelvo::atspi {
 
 inline constexpr std::size_t maxTextLength = 64u << 10; ///< bytes
@@ -20,7 +20,7 @@ inline constexpr std::size_t maxRelations = 32;
 inline constexpr std::size_t maxTargets = 32;
 inline constexpr std::size_t maxActionNameLength = 256; ///< bytes
 
-/// An object of an application. An empty name: of the one who speaks.
+/// An object of an application. An empty name means the sender.
 struct Reference {
     std::string name;
     std::string path;
@@ -35,7 +35,7 @@ struct Extents {
     std::int32_t height = 0;
     bool operator==(Extents const&) const = default;
 
-    /// Have the two a part in common?
+    /// Whether the two rectangles overlap.
     bool meets(Extents const& other) const
     {
         auto const overlap = [](std::int64_t start, std::int64_t length, std::int64_t from,
@@ -44,7 +44,7 @@ struct Extents {
     }
 };
 
-/// What an element can do, one bit each.
+/// Interfaces of an element, one bit each.
 enum Interface : std::uint32_t {
     hasAction = 1,
     hasComponent = 2,
@@ -61,7 +61,7 @@ struct Properties {
     std::optional<std::int32_t> childCount;
 };
 
-/// What an element can be told to do, in the desktop's language where the toolkit translates it.
+/// An action of an element; some toolkits translate it into the desktop's language.
 struct Action {
     std::string name;
     std::string description;
@@ -76,7 +76,7 @@ struct Relation {
 
 /// "a(so)"; null references are left out.
 std::optional<std::vector<Reference>> readReferences(sd_bus_message* message);
-/// "(so)"; nothing for the null reference.
+/// "(so)"; `nullopt` for the null reference.
 std::optional<Reference> readReference(sd_bus_message* message);
 /// "u"
 std::optional<AtspiRole> readRole(sd_bus_message* message);
@@ -86,11 +86,11 @@ std::optional<AtspiStates> readStates(sd_bus_message* message);
 std::optional<std::uint32_t> readInterfaces(sd_bus_message* message);
 /// "a{sv}"
 std::optional<Properties> readProperties(sd_bus_message* message);
-/// "v" of a text.
+/// "v" with a text.
 std::optional<std::string> readTextProperty(sd_bus_message* message);
-/// "v" of a number.
+/// "v" with a number.
 std::optional<std::int32_t> readNumberProperty(sd_bus_message* message);
-/// "v" of a reference; nothing for the null reference.
+/// "v" with a reference; `nullopt` for the null reference.
 std::optional<Reference> readReferenceProperty(sd_bus_message* message);
 /// "s"
 std::optional<std::string> readBoundedText(sd_bus_message* message);
@@ -100,10 +100,10 @@ std::optional<Extents> readExtents(sd_bus_message* message);
 std::optional<std::vector<Action>> readActions(sd_bus_message* message);
 /// "a(ua(so))"
 std::optional<std::vector<Relation>> readRelations(sd_bus_message* message);
-/// "a{ss}": the entry of that name.
+/// "a{ss}": the value of that key.
 std::optional<std::string> readAttribute(sd_bus_message* message, std::string_view wanted);
 
-/// The text cut to `maxBytes` bytes of whole characters, ill-formed parts replaced.
+/// The text cut to `longest` bytes of whole characters, with invalid UTF-8 replaced.
 std::string bounded(std::string_view bytes, std::size_t maxBytes);
 
 } // namespace zelvo::atspi

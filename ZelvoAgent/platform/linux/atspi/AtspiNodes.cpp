@@ -123,7 +123,7 @@ void AtspiNodes::adopt(Index parent, std::vector<Index> const& listed)
     for (Index const child : listed) {
         AtspiNode& node = nodes[child];
         bool const isAnothers = node.parent && (node.isListed || *node.parent != parent);
-        if (isAnothers || child == 0 || isAbove(child, parent)) // The application is nobody's child.
+        if (isAnothers || child == 0 || isAbove(child, parent)) // The application has no parent.
             continue;
         node.parent = parent;
         node.isListed = true;
@@ -174,7 +174,7 @@ bool AtspiNodes::isBefore(Index left, Index right) const
     while (nodes[right].level > nodes[left].level && nodes[right].parent)
         right = *nodes[right].parent;
     if (left == right)
-        return left == first; // One is above the other: it comes first.
+        return left == first; // One is the other's ancestor: it comes first.
     while (nodes[left].parent != nodes[right].parent && nodes[left].parent && nodes[right].parent) {
         left = *nodes[left].parent;
         right = *nodes[right].parent;

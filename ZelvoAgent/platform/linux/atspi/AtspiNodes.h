@@ -14,7 +14,7 @@
 
 namespace zelvo {
 
-/// What an application is asked about an element, one message each (children: sometimes more).
+/// Questions about an element, one message each (children: sometimes more).
 enum class AtspiQuestion : std::uint8_t {
     role,
     states,
@@ -23,28 +23,28 @@ enum class AtspiQuestion : std::uint8_t {
     childCount,
     name,
     description,
-    properties, ///< name, description, identifier and child count in one
-    identifier, ///< of the attributes
+    properties, ///< name, description, identifier and child count in one message
+    identifier, ///< from the attributes
     extents,
     actions,
     textLength, ///< characters
     text,
-    labels, ///< what labels it
-    parent, ///< by its own word
+    labels, ///< the elements that label it
+    parent, ///< as the element reports it
 };
 inline constexpr std::size_t atspiQuestions = static_cast<std::size_t>(AtspiQuestion::parent) + 1;
 
-/// An element as far as it is known.
+/// What is known about an element.
 struct AtspiNode {
     enum class Progress : std::uint8_t { unasked, asked, answered };
     using Index = std::uint32_t;
 
     AtspiExchange::PeerId peer = 0;
-    std::string const* path = nullptr; ///< the store's
-    std::optional<Index> parent;       ///< who listed it first, else by its own word
-    std::uint32_t place = 0;           ///< in that list
+    std::string const* path = nullptr; ///< owned by AtspiNodes
+    std::optional<Index> parent;       ///< the first that listed it, else the one that it reports
+    std::uint32_t place = 0;           ///< index in that list
     bool isListed = false;             ///< its parent has listed it
-    bool isAParent = false;            ///< somebody's, whether or not it was asked for its children
+    bool isAParent = false;            ///< some element's parent, whether or not its children were asked for
     int level = 0;                     ///< below the application
     std::array<Progress, atspiQuestions> progress{};
 
@@ -62,24 +62,24 @@ struct AtspiNode {
     std::optional<std::int32_t> textLength;
     std::optional<std::string> text;
     std::vector<atspi::Reference> labels;
-    std::optional<atspi::Reference> claimed; ///< its parent, by its own word
+    std::optional<atspi::Reference> claimed; ///< its parent, as it reports it
 
     Progress of(AtspiQuestion question) const { return progress[static_cast<std::size_t>(question)]; }
     void set(AtspiQuestion question, Progress next) { progress[static_cast<std::size_t>(question)] = next; }
     bool isAnswered(AtspiQuestion question) const { return of(question) == Progress::answered; }
     bool has(AtspiState state) const { return states && states->has(state); }
 
-    /// Notes the answer to any question but `children` and `actions`; null for none. What is not understood
-    /// is nothing.
+    /// Stores the answer to any question but `children` and `actions`; null for a missing one. Malformed
+    /// answers count as missing.
     void take(AtspiQuestion question, sd_bus_message* reply);
-    /// Back to knowing nothing but where it is.
+    /// Forgets everything but its place in the tree.
     void forget();
     /// Bytes of its texts.
     std::size_t textSize() const;
     void forgetTexts();
 };
 
-/// The elements of one reader, each once. An index is good for ever.
+/// The elements of one reader, each once. An index stays valid for the life of the reader.
 class AtspiNodes {
 public:
     using Index = AtspiNode::Index;
@@ -89,22 +89,22 @@ public:
     AtspiNode const& operator[](Index index) const { return nodes[index]; }
     std::size_t size() const { return nodes.size(); }
 
-    /// The element of that path, made when it is new; nothing when there are too many.
+    /// The element at a path, created if it is new; `nullopt` if there are too many.
     std::optional<Index> find(AtspiExchange::PeerId peer, std::string const& path);
-    /// Makes elements the children of a parent, but for those that somebody has listed already: a tree has
-    /// each once.
+    /// Makes elements the children of a parent, except those that another parent has listed: each element is
+    /// in the tree once.
     void adopt(Index parent, std::vector<Index> const& listed);
-    /// Makes an element that nobody has listed the child of another. False when it has another parent, or
-    /// would be above itself.
+    /// Makes an element without a parent the child of another. False if it has another parent, or would
+    /// become its own ancestor.
     bool hang(Index child, Index parent);
-    /// Forgets all answers, and who listed whom.
+    /// Forgets all answers, and which parent listed which child.
     void forgetAnswers();
 
-    /// Does it come before the other in a walk? Both below the same root.
+    /// Whether `left` comes first in a walk. Both must have the same root.
     bool isBefore(Index left, Index right) const;
     AxRole axRole(Index index) const;
     AtspiPlace placeOf(Index index) const;
-    /// Is it a password field, or inside one?
+    /// Whether it is a password field or inside one.
     bool isSecret(Index index) const;
 
 private:

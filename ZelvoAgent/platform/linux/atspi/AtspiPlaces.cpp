@@ -93,7 +93,7 @@ std::optional<PlacedElement> AtspiPlaces::place(Index index, bool wantsFrame)
     if (auto const around = spaceAround(index))
         placed.placed = mapping->place(*around, nodes[index].role.value_or(AtspiRole::invalid),
                                        wantsExtents ? reportedOf(index) : std::nullopt);
-    // A top-level element is a window, but lies over no other of its own.
+    // A top-level element is a window, but not above another one of its own.
     if (placed.placed && nodes[index].parent == 0u)
         placed.placed->isDropped = placed.placed->inside.isDropped = false;
     known[index] = placed;

@@ -11,11 +11,11 @@
 
 namespace zelvo {
 
-/// What the screen knows of an application. Functions that are left out know nothing: then coordinates are
-/// taken as they are reported. Thread: any.
+/// Screen data about an application. Without these functions reported coordinates are used unchanged. Thread:
+/// any.
 struct AtspiScreen {
     std::function<std::vector<ProcessWindow>(std::int32_t pid)> windowsOf =
-        {};                                                    ///< those on the screen; blocks
+        {};                                                    ///< windows on the screen; blocks
     std::function<std::vector<DisplayLayout>()> displays = {}; ///< the main one first
 };
 
@@ -29,39 +29,39 @@ public:
     {
     }
 
-    /// Lays the application's windows over those on the screen.
-    /// windows  the elements that are windows and are showing
+    /// Matches the application's window elements to its windows on the screen.
+    /// windows  the window elements that are showing
     void begin(AtspiScreen const& screen, std::int32_t pid, std::string toolkit, std::vector<Index> windows);
     bool hasBegun() const { return mapping.has_value(); }
     void forget();
 
-    /// Nothing for an element of which no part is drawn.
+    /// `nullopt` if no part of the element is drawn.
     std::optional<DesktopRect> frameOf(Index index);
-    /// Is it shown in a window of its own, over that of the top-level element that it is in? Asks for the
-    /// extents of what matters to it.
+    /// Whether it is shown in a separate window above that of its top-level element. Asks for the extents
+    /// that this depends on.
     bool isDropped(Index index);
     /// A window of the application under a point.
     struct Front {
-        std::optional<Index> element; ///< that stands for it
+        std::optional<Index> element; ///< its element
         DesktopRect bounds;
         bool isPopup = false;
     };
-    /// The windows at a point, the one on top first. When none of the application's is known: all its
+    /// The windows at a point, topmost first. If none of the application's windows is known: all its
     /// top-level elements.
     std::vector<Front> windowsAt(DesktopPoint point);
-    /// A point in the words of a top-level element.
+    /// The point in the coordinates of a top-level element.
     std::optional<ReportedPoint> reportedAt(Index topLevel, DesktopPoint point) const;
-    /// The same as pixels of the root window.
+    /// The same in pixels of the root window.
     ReportedPoint pixelAt(DesktopPoint point) const;
     std::vector<Index> const& windows() const { return topLevels; }
 
-    /// Does it take the element's extents to place those below it?
+    /// Whether the places of elements below it depend on its extents.
     bool mattersToPlaces(Index index) const;
 
 private:
     struct Known {
-        std::optional<PlacedElement> placed; ///< nothing: it lies in no window on the screen
-        bool hasFrame = false;               ///< its own extents went in
+        std::optional<PlacedElement> placed; ///< `nullopt`: it is in no window on the screen
+        bool hasFrame = false;               ///< its own extents were used
     };
 
     std::optional<PlacedElement> place(Index index, bool wantsFrame);

@@ -46,7 +46,7 @@ void AtspiReadAhead::reach(Index index)
     mark.isReached = true;
     if (mark.stage >= Stage::opened)
         --ahead;
-    // Refilled in strides, so that the application always has work and the heap little.
+    // Refill in strides: the application always has work, and the heap is used rarely.
     if (ahead % 16 == 0)
         fill();
 }
@@ -87,7 +87,7 @@ bool AtspiReadAhead::maySend(Task task) const
 {
     auto const peer = nodes[task.node].peer;
     if (exchange.isSilent(peer))
-        return peer != nodes[0].peer; // Another process's silence must not hold up the application's own.
+        return peer != nodes[0].peer; // A silent other process must not delay the application itself.
     return exchange.hasRoom(peer) && (!task.isOpening || ahead < furthest);
 }
 
@@ -151,7 +151,7 @@ bool AtspiReadAhead::isPlacedFirst(Index index) const
            nodes[index].of(AtspiQuestion::extents) == AtspiNode::Progress::unasked;
 }
 
-/// A guess that costs little when it is wrong: then the walk asks itself.
+/// A cheap guess: if it is wrong, the walk asks by itself.
 bool AtspiReadAhead::isOutOfView(Index index) const
 {
     auto const& own = nodes[index].extents;
@@ -173,7 +173,7 @@ void AtspiReadAhead::askDetails(Index index)
 {
     if (!elements.exists(index) || exchange.isSilent(nodes[index].peer))
         return;
-    bool mayHaveNone = false; // Its properties will tell whether it has children at all.
+    bool mayHaveNone = false; // Its properties will show whether it has children.
     bool const wanted = wantsDetails(index);
     if (wanted && isPlacedFirst(index)) {
         markOf(index).awaitsExtents = true;

@@ -8,12 +8,12 @@
 
 namespace zelvo {
 
-/// Asks ahead of a walk: elements in the order in which the walk will come to them, as many questions at a
-/// time as the application can take, and no further than a bounded number of elements. Thread: one.
+/// Reads ahead of a walk: asks about elements in the order of the walk, with as many questions in flight as
+/// the application can take, up to a bounded number of elements ahead. Thread: one.
 class AtspiReadAhead {
 public:
     using Index = AtspiNode::Index;
-    /// Elements that were asked about and that the walk has not come to.
+    /// Limit of elements that were asked about and that the walk has not reached.
     static constexpr std::size_t furthest = 512;
 
     AtspiReadAhead(AtspiExchange& exchange,
@@ -29,14 +29,14 @@ public:
     bool hasPlan() const { return isPlanned; }
     AccessibilityPlan const& current() const { return accessibilityPlan; }
 
-    /// The walk begins at these, or goes on with them.
+    /// The walk starts at these elements, or continues with them.
     void startAt(std::vector<Index> const& roots);
-    /// The walk has come to an element.
+    /// The walk has reached an element.
     void reach(Index index);
     void noteAnswer(Index index, AtspiQuestion question);
-    /// Is the element one that it has asked about or will?
+    /// Whether the element was or will be asked about.
     bool covers(Index index) const;
-    /// Sends what may be sent.
+    /// Sends the questions that may be sent now.
     void fill();
 
 private:
@@ -44,11 +44,10 @@ private:
     struct Mark {
         Stage stage = Stage::unknown;
         bool isReached = false;
-        bool awaitsExtents = false; ///< what else to ask depends on its place
-        int depth = 0;              ///< of the walk
+        bool awaitsExtents = false; ///< further questions depend on its place
+        int depth = 0;              ///< in the walk
     };
-    /// Something to do, at an element's place in the walk. Siblings are opened one after the other by one
-    /// task.
+    /// A step for one element, ordered by the walk. One task opens siblings one after the other.
     struct Task {
         Index node = 0;
         bool isOpening = false;

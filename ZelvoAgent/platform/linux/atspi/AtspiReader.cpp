@@ -12,7 +12,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t maxSearchedForMenuBar = 300;
-constexpr Duration maxWaking = 3s; // Once a process; a browser that has just started is busy.
+constexpr Duration maxWaking = 3s; // Once per process; a browser that has just started is busy.
 constexpr Duration wakingPause = 20ms;
 
 std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)
@@ -163,7 +163,7 @@ AtspiReader::kept(Index index, AtspiQuestion question, std::optional<std::string
 {
     inquiry->ensure(index, question);
     auto const& text = nodes[index].*answer;
-    // AT-SPI has no absent texts, only empty ones.
+    // AT-SPI reports an absent text as an empty one.
     return text && !text->empty() ? text : std::nullopt;
 }
 
@@ -175,7 +175,7 @@ std::optional<std::string> AtspiReader::identifierOf(Index index)
 
 std::optional<std::string> AtspiReader::helpOf(Index index)
 {
-    // It comes with the name where it comes at all. Qt takes an unknown question amiss.
+    // Only `properties` contains it. Qt may fail on an unknown property.
     if (!known->mayHaveTitle(index) || known->titleQuestion(index) != AtspiQuestion::properties)
         return std::nullopt;
     return kept(index, AtspiQuestion::properties, &AtspiNode::help);
@@ -256,7 +256,7 @@ std::optional<std::vector<AtspiNode::Index>> AtspiReader::windows()
     auto const children = childrenOf(0);
     if (!children)
         return std::nullopt;
-    // Together, as each alone would cost a round trip.
+    // Ask all at once; one at a time each would cost a round trip.
     if (!exchange.isSilent(found.peer))
         for (Index const child : *children)
             known->askIdentity(child);
@@ -264,7 +264,7 @@ std::optional<std::vector<AtspiNode::Index>> AtspiReader::windows()
     for (Index const child : *children) {
         known->identify(child);
         AtspiNode const& node = nodes[child];
-        // Of any role: a plain window of Qt's calls itself a filler.
+        // Any role: a plain Qt window has the role "filler".
         if (known->exists(child) && (node.has(AtspiState::showing) || node.has(AtspiState::visible) ||
                                      node.has(AtspiState::iconified)))
             lastWindows.push_back(child);
@@ -331,7 +331,7 @@ std::optional<AtspiNode::Index> AtspiReader::hitTest(DesktopPoint point)
     return AtspiHitTest(*inquiry, nodes, *known, *places).find(point);
 }
 
-/// Chromium answers with a guess, and asks its pages meanwhile.
+/// Chromium returns a guess and asks its pages meanwhile.
 void AtspiReader::announce(DesktopPoint point)
 {
     auto const displays = screen.displays ? screen.displays() : std::vector<DisplayLayout>();
@@ -360,7 +360,7 @@ bool AtspiReader::isStillEmpty(std::optional<Index> seen)
     return role == "AXWindow" || role == "AXWebArea" || role == "AXGroup" || role == "AXUnknown";
 }
 
-/// False when there is no time left but for telling what was found.
+/// False if the remaining time is needed to read what was found.
 bool AtspiReader::waitForMore()
 {
     if (exchange.timeLeft() < maxWaking / 2)

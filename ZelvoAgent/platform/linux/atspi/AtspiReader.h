@@ -11,10 +11,10 @@
 
 namespace zelvo {
 
-/// Reads one application over AT-SPI, on connections of its own. An answer is kept until the next plan.
+/// Reads one application over AT-SPI, on separate connections. Answers are kept until the next plan.
 class AtspiReader final : public AccessibilityReader {
 public:
-    /// link       to the bus, connected or connecting; null when there is none: then nothing can be read
+    /// link       to the bus, connected or connecting; null if there is none: then nothing can be read
     /// knowledge  shared with other readers; must outlive this, as the clock must
     AtspiReader(Clock& clock,
                 std::unique_ptr<AtspiLink> link,
@@ -23,7 +23,7 @@ public:
                 std::int32_t pid,
                 Duration messagingTimeout);
 
-    /// Is the application on the bus? Nothing when the bus does not tell.
+    /// Whether the application is on the bus. `nullopt` if the bus does not answer.
     std::optional<bool> isOnBus() const;
     /// D-Bus messages sent so far.
     std::uint64_t messagesSent() const { return exchange.messagesSent(); }
@@ -48,11 +48,11 @@ private:
     using Index = AtspiNode::Index;
 
     bool isReadable(AccessibilityElement element) const;
-    /// Learns what it is. False when it is nothing.
+    /// Reads its identity. False if it does not exist.
     bool meet(Index index);
     void follow(Index index);
     std::optional<std::string> valueOf(Index index);
-    /// Its name, else that of what labels it.
+    /// Its name, else the name of its label.
     std::optional<std::string> titleOf(Index index);
     std::optional<std::string> identifierOf(Index index);
     std::optional<std::string>
@@ -67,14 +67,13 @@ private:
     std::optional<Index> focusedElement();
     std::optional<Index> hitTest(DesktopPoint point);
     void announce(DesktopPoint point);
-    /// What look finds. A Chromium whose pages nobody has asked about yet gets the time to make their
-    /// elements.
+    /// Calls `look`, repeatedly if this is a Chromium that has just begun to build its pages' elements.
     std::optional<Index> onceBuilt(std::function<std::optional<Index>()> const& look);
-    /// May the pages lack elements because nobody has asked for them before?
+    /// Whether pages may still lack elements because nobody has asked for them before.
     bool mayStillBuild() const;
-    /// Is it a Chromium that makes no elements for its pages?
+    /// Whether it is a Chromium that has not been woken, so that its pages have no elements.
     bool sleeps() const;
-    /// Is there nothing that a page would show?
+    /// Whether `look` found nothing of a page's content.
     bool isStillEmpty(std::optional<Index> seen);
     bool waitForMore();
     std::optional<std::string> helpOf(Index index);
@@ -91,7 +90,7 @@ private:
     std::unique_ptr<AtspiInquiry> inquiry;
     std::unique_ptr<AtspiElements> known;
     std::unique_ptr<AtspiPlaces> places;
-    std::unique_ptr<AtspiReadAhead> ahead; // All four absent without an application.
+    std::unique_ptr<AtspiReadAhead> ahead; // All four are null without an application.
     AtspiApplication found;
     bool hasLooked = false;
     std::vector<Index> lastWindows;

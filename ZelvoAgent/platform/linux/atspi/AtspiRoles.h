@@ -28,7 +28,7 @@ bool holdsManyChildren(AtspiRole role);
 /// Is nothing drawn in such an element that is not part of it? A label or a paragraph may hold whole fields.
 bool isLeafRole(AtspiRole role);
 
-/// Is it text to read or to write, so that inside a password field it would give away the password?
+/// Whether it is text to read or write, which inside a password field could reveal the password.
 bool isTextRole(std::string_view axRole);
 
 } // namespace zelvo

@@ -4,7 +4,7 @@ namespace zelvo {
 
 namespace {
 
-/// GTK 4 looks for what takes the pointer, which is often nothing that it has told of.
+/// GTK 4 returns the widget that takes the pointer, which is often not in its tree.
 AtspiHitAnswer hitAnswerOf(std::string_view toolkit)
 {
     if (toolkit == "gtk")

@@ -5,31 +5,31 @@
 
 namespace zelvo {
 
-/// What a toolkit answers when it is asked what is at a point of an element.
+/// The result of a toolkit's hit test in an element.
 enum class AtspiHitAnswer : std::uint8_t {
-    none,    ///< nothing to go by
-    child,   ///< the first of its children that lies there
+    none,    ///< unreliable
+    child,   ///< the first child at the point
     deepest, ///< the element that is drawn there
 };
 
-/// What the toolkit of a peer can take and give.
+/// Properties of a peer's toolkit.
 struct AtspiToolkit {
-    bool takesGetAll = false;          ///< Properties.GetAll; Qt ends the application on it
+    bool takesGetAll = false;          ///< Properties.GetAll works; it crashes Qt
     bool givesAttributes = false;      ///< identifiers are attributes
-    bool hidesWhatIsOutOfView = false; ///< calls it not showing
-    bool translatesActions = false;    ///< GetActions gives names in the desktop's language, or none
-    bool hasActionsOfAll = false;      ///< after an element's own come those that every element has
-    bool isStrictAboutText = false;    ///< gives no text when asked for more than there is
-    bool mayHoldOffice = false;        ///< LibreOffice draws elements of its own into it
-    bool isGtk4 = false;               ///< its answers want correcting
-    bool placesInWindow = false;       ///< knows places in its window only, none on the screen
-    bool listsSlowly = false;          ///< a list of children takes it the square of their number
-    bool callsItemsFocused = false;    ///< Qt: the current ones of a list that has not the focus
-    bool collects = false;             ///< looks for elements by their states itself
+    bool hidesWhatIsOutOfView = false; ///< elements out of view are not "showing"
+    bool translatesActions = false;    ///< GetActions returns names in the desktop's language, or none
+    bool hasActionsOfAll = false;      ///< after an element's own actions come those that every element has
+    bool isStrictAboutText = false;    ///< returns no text if asked for more than there is
+    bool mayHoldOffice = false;        ///< LibreOffice may draw its own elements inside
+    bool isGtk4 = false;               ///< needs correctGtk4Answer
+    bool placesInWindow = false;       ///< knows positions in the window only, none on the screen
+    bool listsSlowly = false;       ///< the time for a list of children grows with the square of their number
+    bool callsItemsFocused = false; ///< Qt: the current items of lists without the focus, too
+    bool collects = false;          ///< searches its elements by their states
     AtspiHitAnswer hitAnswer = AtspiHitAnswer::none;
-    bool guessesHits = false; ///< Chromium: finds out after it has answered, for the next time
+    bool guessesHits = false; ///< Chromium: returns a guess and looks up the answer for the next call
 };
-/// name: as the application calls it
+/// name  as the application reports it
 AtspiToolkit atspiToolkitOf(std::string_view name);
 
 } // namespace zelvo

@@ -6,8 +6,8 @@
 
 namespace zelvo {
 
-/// Makes Chromium build its web tree, which it does when somebody asks a window of its for attributes. To
-/// anything else it is one question without a consequence. Thread: one; blocks.
+/// Makes Chromium build its web tree, which it does when somebody asks one of its windows for attributes. To
+/// other applications this is one question without effect. Thread: one; blocks.
 class ChromiumWaking {
 public:
     static constexpr Duration maxWait = 300ms;
@@ -17,13 +17,13 @@ public:
     {
     }
 
-    /// Asks each window once, and waits until there are more elements than before, or `maxWait`. False when
-    /// no window answered.
+    /// Asks each window once, and waits until there are more elements than before, at most `longest`. False
+    /// if no window answered.
     bool wake(std::vector<AtspiNode::Index> const& windows);
 
 private:
     bool askForAttributes(AtspiNode::Index window);
-    /// Elements near the top of the windows, as they are now.
+    /// Number of elements near the top of the windows.
     std::size_t count(std::vector<AtspiNode::Index> const& windows);
 
     AtspiExchange& exchange;

@@ -16,7 +16,7 @@ bool isDocument(AtspiRole role)
     return role == documentWeb || role == documentFrame;
 }
 
-/// Is it shown in a window of its own, wherever its parent is?
+/// Whether it has a separate window, wherever its parent is.
 bool isAWindow(AtspiRole role)
 {
     switch (role) {
@@ -31,19 +31,19 @@ bool isAWindow(AtspiRole role)
     }
 }
 
-/// An item of a menu. A button of GTK 3 lists those of its menu as its own.
+/// A menu item. A GTK 3 button lists its menu's items as its children.
 bool isMenuItem(AtspiRole role)
 {
     return role == checkMenuItem || role == menuItem || role == radioMenuItem;
 }
 
-/// Does what lies in it drop down into a window of its own?
+/// Whether its content drops down into a separate window.
 bool dropsDown(AtspiRole role)
 {
     return role == menu || role == comboBox;
 }
 
-/// An area of the root window, in pixels that need not be whole.
+/// An area of the root window, in fractional pixels.
 struct RootArea {
     double left = 0;
     double top = 0;
@@ -68,14 +68,14 @@ RootArea visiblePart(RootArea const& area, PixelRect const& visible)
 
 PixelRect pixelsIn(RootArea const& area)
 {
-    // Far outside of any screen, so that nothing overflows.
+    // A limit far outside of any screen, so that nothing overflows.
     auto const whole = [](double edge) { return static_cast<int>(std::clamp(edge, -1e6, 1e6)); };
     int const left = whole(std::floor(area.left));
     int const top = whole(std::floor(area.top));
     return {left, top, whole(std::ceil(area.right)) - left, whole(std::ceil(area.bottom)) - top};
 }
 
-/// The smallest area around all displays; nothing when there is none.
+/// The smallest area around all displays; `nullopt` if there is none.
 std::optional<PixelRect> screenOf(std::vector<DisplayLayout> const& displays)
 {
     PixelRegion region;
@@ -84,7 +84,7 @@ std::optional<PixelRect> screenOf(std::vector<DisplayLayout> const& displays)
     return region.isEmpty() ? std::nullopt : std::optional(region.bounds());
 }
 
-/// GTK tells this of what is not on the screen.
+/// GTK's coordinates for elements that are not on the screen.
 bool isNowhere(ReportedRect const& reported)
 {
     constexpr auto nowhere = std::numeric_limits<std::int32_t>::min();
@@ -145,7 +145,7 @@ ReportedPoint FrameMapping::reportedAt(FrameSpace const& space, DesktopPoint poi
 
 FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const
 {
-    // Without a window to look at, the toolkit's habit is all there is to go by.
+    // Without a window to compare with, assume the toolkit's usual scale.
     bool const scalesItself = toolkit == "Qt" || toolkit == "Chromium";
     FrameSpace space{.scale = scalesItself ? layout.scale : 1, .visible = screen};
     if (!window)
@@ -156,8 +156,8 @@ FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<
         space.x = fit->x;
         space.y = fit->y;
     }
-    // GTK 4.18 reports a window's corner as seen from inside of its border, which is where its content
-    // begins, and adds that corner to the places of all that is in the window.
+    // GTK 4.18 reports a window's corner relative to the inner edge of its border, where the content starts,
+    // and adds that corner to the place of every element in the window.
     if (toolkit == "GTK") {
         space.contentX = -space.scale * reported.onScreen.x;
         space.contentY = -space.scale * reported.onScreen.y;
@@ -190,7 +190,7 @@ PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
         }
     if (reported && toolkit == "gtk")
         layOntoContainer(space, role, *reported);
-    // Chromium tells its own window in scaled units, and what is in pages in pixels.
+    // Chromium uses scaled units for its own window and pixels inside pages.
     if (isDocument(role) && toolkit == "Chromium")
         space.scale = 1;
     if (isAWindow(role) || (isMenuItem(role) && toolkit == "gtk")) {
@@ -218,9 +218,9 @@ PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
     return placed;
 }
 
-/// LibreOffice draws a window of its own into one of GTK, below the menu bar, and some of GTK's into that
-/// again; each tells places as if the other were not there. Where one begins, a container fills another one,
-/// but elsewhere.
+/// LibreOffice draws its own window into a GTK window, below the menu bar, and some GTK windows into that
+/// again. Each reports places as if it were the only one. The boundary shows as a container that has the size
+/// of its parent but another place.
 void FrameMapping::layOntoContainer(FrameSpace& space, AtspiRole role, ReportedRect const& reported)
 {
     auto const outside = std::exchange(space.enclosing, std::nullopt);
@@ -239,9 +239,8 @@ PixelRect FrameMapping::onScreen(PixelRect const& area) const
     return screen ? intersection(area, *screen) : area;
 }
 
-/// GTK 4 knows no places on the screen, so that the elements of a popover are told from a corner of nothing
-/// that is there; and Qt moves what lies on another display than its window. Its size gives a popup away: it
-/// is that of the window that it fills.
+/// GTK 4 knows no screen positions, so a popover's coordinates are relative to no real point; and Qt moves
+/// what is on another display than its window. The size identifies the popup: it equals that of its window.
 ProcessWindow const* FrameMapping::popupOf(FrameSpace const& parent, ReportedRect const& reported) const
 {
     RootArea const expected = areaIn(parent, reported);
@@ -290,8 +289,8 @@ bool FrameMapping::clipsItsContent(AtspiRole role) const
     case table:
     case tree:
     case treeTable:
-        // Qt calls what is scrolled out of view showing. Its plain and its scrolled widgets are fillers, and
-        // no widget is drawn outside of its parent.
+        // Qt marks elements that are scrolled out of view as showing. Its plain and scrolled widgets are
+        // fillers, and no widget is drawn outside its parent.
         return toolkit == "Qt";
     default:
         return false;

@@ -14,68 +14,68 @@
 
 namespace zelvo {
 
-/// What the elements below an element share: how their reported coordinates become pixels of the root window,
-/// and the part of it in which any of them is drawn.
+/// The coordinate space of an element's children: how reported coordinates become pixels of the root window,
+/// and the area in which they are visible.
 struct FrameSpace {
     double scale = 1; ///< pixel = scale * reported + offset
     double x = 0;
     double y = 0;
-    double contentX = 0; ///< added to the offset for what is inside of the element
+    double contentX = 0; ///< added to the offset for the element's content
     double contentY = 0;
-    std::optional<PixelRect> visible;      ///< nothing: not known
-    std::optional<ReportedRect> enclosing; ///< what the parent reports, when it is a plain container
-    bool isDropped = false;                ///< shown in a window of its own, over the top-level's
+    std::optional<PixelRect> visible;      ///< `nullopt`: unknown
+    std::optional<ReportedRect> enclosing; ///< the parent's reported rectangle if it is a plain container
+    bool isDropped = false;                ///< shown in a separate window above the top-level's
     bool operator==(FrameSpace const&) const = default;
 };
 
-/// An element's place and that of the elements below it.
+/// The place of an element, and the space of its children.
 struct PlacedElement {
-    std::optional<DesktopRect> frame; ///< nothing when no part of the element is drawn
+    std::optional<DesktopRect> frame; ///< `nullopt` if no part of the element is drawn
     FrameSpace inside;
-    bool isDropped = false; ///< itself in a window of its own, over the top-level's
+    bool isDropped = false; ///< the element itself is in a separate window above the top-level's
 };
 
 /// A window of the application under a point.
 struct FrontWindow {
-    std::optional<std::size_t> topLevel; ///< the element that stands for it; nothing: none does
+    std::optional<std::size_t> topLevel; ///< its element; `nullopt` if there is none
     DesktopRect bounds;
     bool isPopup = false;
 };
 
-/// Finds out where the elements of one application really are. Toolkits tell places in pixels or in units
-/// of their own, from the screen's or from their window's corner, or in both within one window; only sizes
-/// can be trusted. So each top-level element is laid over its X window, and what lies in it goes along.
-/// Holds for one reading: windows move.
+/// Finds the real places of one application's elements. Toolkits report coordinates in pixels or scaled
+/// units, relative to the screen or to their window, sometimes both within one window; only sizes are
+/// reliable. So each top-level element is matched to its X window, and its descendants follow. Valid for one
+/// reading, because windows move.
 /// Thread: any.
 class FrameMapping {
 public:
     /// toolkit    the application's ToolkitName
     /// reported   its children that are windows
-    /// windows    processWindows() of its process; empty when they can't be known
-    /// displays   the main one first; empty when they can't be known
+    /// windows    processWindows() of its process; empty if unknown
+    /// displays   the main one first; empty if unknown
     FrameMapping(std::string toolkit,
                  std::vector<ReportedWindow> const& reported,
                  std::vector<ProcessWindow> windows,
                  std::vector<DisplayLayout> const& displays);
 
-    /// The space in which a top-level element lies: place() it in here. Nothing when the application has
-    /// windows on the screen but none for it.
+    /// The space for place() of a top-level element. `nullopt` if the application has windows on the screen
+    /// but none for this element.
     std::optional<FrameSpace> topLevel(std::size_t index) const;
 
     /// Places an element in the space of its parent.
-    /// role      its AT-SPI role
-    /// reported  its extents as the application gives them; nothing when they were not asked for, which is
-    ///           right for an element whose place nobody wants and whose role does not matter to places
+    /// role      its AT-SPI role number
+    /// reported  the extents that the application reports; may be `nullopt` if nobody wants the element's
+    ///           place and its role does not matter to places
     PlacedElement
     place(FrameSpace const& parent, AtspiRole role, std::optional<ReportedRect> const& reported) const;
 
-    /// The windows that take the pointer at a point of the main display, as far as other applications leave
-    /// them, the one on top first.
+    /// The windows that take the pointer at a point of the main display, topmost first; areas that other
+    /// applications cover are excluded.
     std::vector<FrontWindow> windowsAt(DesktopPoint point) const;
-    /// The point in the words of what lies in a space.
+    /// The point in the coordinates that elements of this space report.
     ReportedPoint reportedAt(FrameSpace const& space, DesktopPoint point) const;
 
-    /// Do elements below one of this role need its extents, to be placed right?
+    /// Whether the places of elements below one of this role depend on its extents.
     bool mattersToPlaces(AtspiRole role) const;
 
 private:

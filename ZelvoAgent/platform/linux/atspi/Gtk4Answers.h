@@ -4,9 +4,9 @@
 
 namespace zelvo {
 
-/// Makes an answer of GTK 4 mean what other toolkits mean by it. It calls nothing but its windows showing,
-/// and nothing enabled: visible and sensitive are what it has, and what is not shown it keeps out of its
-/// trees. And it calls an element that has no name by its class.
+/// Gives a GTK 4 answer the meaning that it has in other toolkits. GTK 4 sets "showing" for its windows only
+/// and "enabled" for nothing, so "visible" and "sensitive" stand in; elements that are not shown are not in
+/// its tree. It also uses the class as the name of an unnamed element.
 void correctGtk4Answer(AtspiNode& node, AtspiQuestion question);
 
 } // namespace zelvo

@@ -8,7 +8,7 @@
 
 namespace zelvo {
 
-/// "IsEnabled" of org.a11y.Status on the session bus, which Qt and Chromium look at when they start.
+/// "IsEnabled" of org.a11y.Status on the session bus, which Qt and Chromium read when they start.
 /// Thread: any.
 class StatusSwitch {
 public:
@@ -16,7 +16,7 @@ public:
     explicit StatusSwitch(BusConnection& session) : session(session) {}
 
     Task<> on();
-    /// Back to what it was, if `on` has changed it.
+    /// Restores the old value if `on` changed it.
     Task<> off();
 
 private:

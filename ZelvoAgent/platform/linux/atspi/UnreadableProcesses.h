@@ -10,13 +10,12 @@
 
 namespace zelvo {
 
-/// The processes that could not be read, each remembered once. Thread: any.
+/// The processes that could not be read, each once. Thread: any.
 class UnreadableProcesses {
 public:
-    /// From now on applications publish their elements when they start: only older ones are helped by a new
-    /// start.
+    /// From now on applications publish their elements when they start, so a restart helps only older ones.
     void noteSwitchedOn();
-    /// Is it a process to be told of, and for the first time?
+    /// Whether to report the process: a restart would help it, and this is the first call for it.
     bool isNew(std::int32_t pid);
 
 private:

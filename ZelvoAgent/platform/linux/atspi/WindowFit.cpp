@@ -9,7 +9,7 @@ namespace zelvo {
 
 namespace {
 
-/// The areas of a window that a top-level element may stand for.
+/// The areas of a window that a top-level element may cover.
 std::array<PixelRect, 3> areasOf(ProcessWindow const& window)
 {
     auto const [left, right, top, bottom] = window.frameExtents;
@@ -19,7 +19,7 @@ std::array<PixelRect, 3> areasOf(ProcessWindow const& window)
     return {inner, bare, window.outer};
 }
 
-/// A reported length is a whole number of units, so it may be off by nearly one on each side.
+/// A reported length is a whole number of units, so each edge may be off by nearly one.
 bool isAlike(double pixels, double reported, double scale)
 {
     return std::abs(pixels - reported * scale) <= 2 * scale;
@@ -48,7 +48,7 @@ exactFit(ReportedRect const& reported, ProcessWindow const& window, std::vector<
     return std::nullopt;
 }
 
-/// The window's own border lies around what the element stands for, alike on all sides.
+/// The window has its own border around the element, equally wide on all sides.
 std::optional<WindowFit>
 borderedFit(ReportedRect const& reported, PixelRect const& inner, std::vector<double> const& scales)
 {
@@ -68,8 +68,7 @@ borderedFit(ReportedRect const& reported, PixelRect const& inner, std::vector<do
     return best;
 }
 
-/// A scale that the toolkit may have been told on its own, in tenths or quarters: finer ones would take a
-/// border for a scale.
+/// A scale set for the toolkit alone, in tenths or quarters: finer steps would mistake a border for a scale.
 void addOddScales(std::vector<double>& scales, double ratio)
 {
     if (ratio < 0.4 || ratio > 10)
@@ -78,7 +77,7 @@ void addOddScales(std::vector<double>& scales, double ratio)
     scales.push_back(std::round(ratio * 10) / 10);
 }
 
-/// How well an element and a window go together; more is better.
+/// How well an element and a window match; more is better.
 struct Likeness {
     int points = 0;
     std::size_t element = 0;
@@ -87,7 +86,7 @@ struct Likeness {
 
 bool isSameTitle(std::string const& one, std::string const& other)
 {
-    // The server's copy may be cut, or go on with the application's name.
+    // The server's copy may be cut, or have the application's name appended.
     return !one.empty() && !other.empty() && (one.starts_with(other) || other.starts_with(one));
 }
 
@@ -99,7 +98,7 @@ int points(ReportedWindow const& element, ProcessWindow const& window, double pr
     int sum = fit->exact ? 4 : 1;
     if (isSameTitle(element.title, window.title))
         sum += 6;
-    // Where the toolkit tells places on the screen, the offset is nothing but rounding.
+    // If the toolkit reports screen positions, the offset is only rounding.
     if (fit->exact && std::max(std::abs(fit->x), std::abs(fit->y)) <= 2 * fit->scale)
         sum += 3;
     if (!fit->exact && (element.title.empty() || window.overrideRedirect))

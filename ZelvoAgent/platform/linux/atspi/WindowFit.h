@@ -10,7 +10,7 @@
 
 namespace zelvo {
 
-/// A rectangle as an application tells it. Unit and origin are the toolkit's affair.
+/// A rectangle as an application reports it. Unit and origin depend on the toolkit.
 struct ReportedRect {
     std::int32_t x = 0;
     std::int32_t y = 0;
@@ -19,17 +19,17 @@ struct ReportedRect {
     bool operator==(ReportedRect const&) const = default;
 };
 
-/// A place in the same terms.
+/// A point in the same coordinates.
 struct ReportedPoint {
     std::int32_t x = 0;
     std::int32_t y = 0;
     bool operator==(ReportedPoint const&) const = default;
 };
 
-/// A top-level element, as its application tells it.
+/// A top-level element as its application reports it.
 struct ReportedWindow {
     std::string title;     ///< the element's name
-    ReportedRect onScreen; ///< its extents, in coordinates of type window if the toolkit has no others
+    ReportedRect onScreen; ///< its extents, relative to the window if the toolkit has no others
     bool operator==(ReportedWindow const&) const = default;
 };
 
@@ -38,20 +38,20 @@ struct WindowFit {
     double scale = 1;
     double x = 0;
     double y = 0;
-    bool exact = false; ///< the sizes agree, with nothing left over
+    bool exact = false; ///< the sizes agree exactly
     bool operator==(WindowFit const&) const = default;
 };
 
-/// Lays a top-level element over a window. The element may stand for the window itself, for the window with
-/// its frame, or for the window without the shadows in it; its unit may be larger than a pixel. Nothing when
-/// no sensible scale makes the sizes alike.
-/// preferred: the scale that is tried first
+/// Maps a top-level element to a window. The element may cover the window, the window with its frame, or the
+/// window without its shadows; its unit may be larger than a pixel. `nullopt` if no sensible scale makes the
+/// sizes match.
+/// preferred  the scale to try first
 std::optional<WindowFit>
 fitWindow(ReportedRect const& reported, ProcessWindow const& window, double preferred);
 
-/// Finds each top-level element's window, by title and size and place, then by either, then in order. No
-/// window stands for two elements.
-/// Gives an index into `windows` for each element, nothing for one without a window
+/// Finds each top-level element's window: by title, size and place, then by either, then in order. A window
+/// belongs to one element at most.
+/// Returns an index into `windows` for each element, `nullopt` for one without a window.
 std::vector<std::optional<std::size_t>> matchWindows(std::vector<ReportedWindow> const& reported,
                                                      std::vector<ProcessWindow> const& windows,
                                                      double preferred);
