@@ -19,8 +19,7 @@ struct AtspiKnowledge {
         std::optional<std::string> toolkit;
         std::optional<std::string> directAddress; ///< empty: it offers none
         std::string path;                         ///< of its root
-        bool isAlone = false; ///< the only one in its process, as far as the registry has reported; it is
-                              ///< then asked directly
+        bool isAlone = false; ///< the only one in its process, by the registry; then asked directly
         bool isWoken = false; ///< Chromium builds its web tree
         bool isBuilt = false; ///< and has had the time to
     };

@@ -23,9 +23,9 @@ struct AtspiToolkit {
     bool mayHoldOffice = false;        ///< LibreOffice may draw its own elements inside
     bool isGtk4 = false;               ///< needs correctGtk4Answer
     bool placesInWindow = false;       ///< knows positions in the window only, none on the screen
-    bool listsSlowly = false;       ///< the time for a list of children grows with the square of their number
-    bool callsItemsFocused = false; ///< Qt: the current items of lists without the focus, too
-    bool collects = false;          ///< searches its elements by their states
+    bool listsSlowly = false;          ///< takes quadratic time to list many children
+    bool callsItemsFocused = false;    ///< Qt: the current items of lists without the focus, too
+    bool collects = false;             ///< searches its elements by their states
     AtspiHitAnswer hitAnswer = AtspiHitAnswer::none;
     bool guessesHits = false; ///< Chromium: returns a guess and looks up the answer for the next call
 };
