@@ -7,24 +7,23 @@
 
 namespace zelvo {
 
-/// A place on the X screen, in pixels of the root window.
+/// A point of the X screen, in pixels of the root window.
 struct PixelPoint {
     int x{};
     int y{};
     bool operator==(PixelPoint const&) const = default;
 };
 
-/// Where the main display lies on the X screen, and how many pixels a point has: what turns points into
-/// pixels and back.
+/// The main display's place on the X screen and its pixels per point: converts between points and pixels.
 struct DisplayLayout {
     std::uint32_t displayId = 1; ///< the XID of the main monitor's first output, else 1
     PixelPoint origin;           ///< the main display's top left
-    int widthPixels = 0;         ///< 0 when there is no display
+    int widthPixels = 0;         ///< 0 if there is no display
     int heightPixels = 0;
     double scale = 1; ///< Xft.dpi / 96, at least 1
     bool operator==(DisplayLayout const&) const = default;
 
-    /// The pixel that a point lies in. The one place that rounds; a point beyond 16 bits stays at their edge.
+    /// The pixel that contains a point. The only place that rounds; coordinates are clamped to 16 bits.
     PixelPoint toPixels(DesktopPoint point) const
     {
         return {pixel(point.x, origin.x), pixel(point.y, origin.y)};

@@ -5,7 +5,7 @@
 
 namespace zelvo {
 
-/// An area of pixels; empty when a side is not positive.
+/// A rectangle of pixels; empty if a side is not positive.
 struct PixelRect {
     int x = 0;
     int y = 0;

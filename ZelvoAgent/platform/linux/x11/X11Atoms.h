@@ -6,7 +6,7 @@ struct xcb_connection_t;
 
 namespace zelvo {
 
-/// The atoms that we ask about; 0 for one that could not be had.
+/// The atoms in use; 0 for one that could not be interned.
 struct X11Atoms {
     std::uint32_t utf8String = 0;
     std::uint32_t wmState = 0;

@@ -36,8 +36,8 @@ xcb_query_extension_cookie_t askFor(xcb_connection_t* x, char const* name)
     return xcb_query_extension(x, static_cast<std::uint16_t>(std::strlen(name)), name);
 }
 
-/// The first event number of an extension; nothing when it is absent. Asking for a version of an absent
-/// extension would end the connection.
+/// The first event number of an extension; `nullopt` if it is absent. Querying the version of an absent
+/// extension would close the connection.
 std::optional<std::uint8_t> present(xcb_connection_t* x, xcb_extension_t* extension)
 {
     auto const* data = xcb_get_extension_data(x, extension);

@@ -10,31 +10,30 @@ struct xcb_connection_t;
 
 namespace zelvo {
 
-/// What an X server can do; read once, when the connection opens.
+/// The server's capabilities, read once when the connection opens.
 struct X11Capabilities {
     bool xtest = false;
     bool xwayland =
         false; ///< the server only shows its windows to a Wayland session, which keeps the screen to itself
     bool shm = false;       ///< shared memory works, so the server runs on this machine
-    bool composite = false; ///< 0.2 at least: windows have named pixmaps
-    bool xfixes = false;    ///< 2 at least: the pointer's picture
-    bool shape = false;     ///< 1.1 at least: input shapes
-    bool damage = false;    ///< the server tells what is drawn
-    bool res = false;       ///< 1.2 at least: process ids of clients
-    bool randr = false;     ///< 1.5 at least: monitors
+    bool composite = false; ///< at least 0.2: windows have named pixmaps
+    bool xfixes = false;    ///< at least 2: the pointer's picture
+    bool shape = false;     ///< at least 1.1: input shapes
+    bool damage = false;    ///< the server reports drawing
+    bool res = false;       ///< at least 1.2: process ids of clients
+    bool randr = false;     ///< at least 1.5: monitors
     std::uint8_t randrFirstEvent = 0;
     std::uint8_t shapeFirstEvent = 0;
     std::uint8_t damageFirstEvent = 0;
     bool operator==(X11Capabilities const&) const = default;
 };
 
-/// A connection to the X server, its extensions asked for and its atoms known. The server sends events that
-/// no client asked for: failures of requests without a reply, and a MappingNotify for each change of the
-/// keymap. They pile up here, and in the server, unless an X11Events reads them; a connection that is kept
-/// open needs one. Thread: any; waiting for a reply blocks only the caller.
+/// A connection to the X server with its extensions and atoms. Errors of requests without a reply end
+/// nothing: they arrive among the events. Thread: any; waiting for a reply blocks only the caller.
 class X11Connection {
 public:
-    /// Nothing when the display can't be reached. Blocks for a few round trips. display: empty for $DISPLAY.
+    /// Null if the display can't be reached. Blocks for a few round trips.
+    /// display  empty for $DISPLAY
     static std::unique_ptr<X11Connection> open(std::string const& display = {});
     ~X11Connection();
     X11Connection(X11Connection const&) = delete;
@@ -46,15 +45,15 @@ public:
     std::uint32_t root() const { return rootWindow; }
     std::uint32_t rootVisual() const { return visual; }
     std::uint8_t rootDepth() const { return depth; }
-    /// The screen's number in the display's name; atoms of screen-wide selections end in it.
+    /// The screen number of the display name; the atoms of screen-wide selections end in it.
     int screenNumber() const { return number; }
-    /// The bits of a resource id that tell whose client it is.
+    /// The bits of a resource id that identify its client.
     std::uint32_t clientOf(std::uint32_t resource) const { return resource & ~resourceMask; }
-    /// False when the server is gone. Does not ask it.
+    /// False once the connection is lost. Sends nothing.
     bool isAlive() const;
-    /// Returns when the server has carried out all that was asked on this connection.
+    /// Returns when the server has processed every request of this connection.
     void sync() const;
-    /// Drops events and errors that nobody waits for.
+    /// Discards events and errors that nobody waits for.
     void drain() const;
 
 private:

@@ -112,7 +112,7 @@ struct X11DisplayLayout::State : std::enable_shared_from_this<State> {
     {
         if (!connection)
             return;
-        // Reading and storing are one step, so that an older reading never replaces a newer one.
+        // Reading and storing are one step, so that an older result never replaces a newer one.
         std::scoped_lock guard(reading);
         auto found = readDisplayLayouts(*connection);
         if (found == layouts.get())
@@ -133,7 +133,7 @@ struct X11DisplayLayout::State : std::enable_shared_from_this<State> {
 
 namespace {
 
-/// A connection that is told of changes of the monitors and of the resources; nothing when it can't be had.
+/// A connection that receives changes of the monitors and resources; null if there is none.
 std::shared_ptr<X11Connection> watchingConnection()
 {
     std::shared_ptr<X11Connection> connection = X11Connection::open();

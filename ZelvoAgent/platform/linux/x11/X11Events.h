@@ -8,13 +8,13 @@
 
 namespace zelvo {
 
-/// Tells when a connection may have events, on the agent's thread; it sleeps while there are none.
-/// Thread: made and dropped anywhere.
+/// Reports on the agent's thread when a connection may have events; it sleeps while there are none. Thread:
+/// created and destroyed anywhere.
 class X11Events {
 public:
-    /// arrived: called on the agent's thread; takes events until there are none and must not wait for the
-    /// server. It may still run once while this object goes away, so what it touches is held by a shared
-    /// pointer of its own.
+    /// arrived  called on the agent's thread; takes events until there are none and must not wait for the
+    ///          server. It may still run once while this object is destroyed, so it must share ownership of
+    ///          what it uses.
     X11Events(Contexts const& contexts,
               std::shared_ptr<X11Connection> connection,
               std::function<void()> arrived);

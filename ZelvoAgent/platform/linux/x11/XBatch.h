@@ -9,14 +9,14 @@
 
 namespace zelvo {
 
-/// Many questions in one round trip: ask() sends, run() takes the answers in the order of asking.
+/// Many requests in one round trip: ask() sends, run() handles the replies in the same order.
 class XBatch {
 public:
     explicit XBatch(xcb_connection_t* connection) : connection(connection) {}
 
     /// batch.ask(xcb_get_geometry(x, window), xcb_get_geometry_reply, [&](xcb_get_geometry_reply_t const&
-    /// reply) {...}); The handler is not called when the server answers with an error; a window may go
-    /// between two questions. It must not ask, since that would grow the list that is gone through.
+    /// reply) {...}); The handler is not called if the server replies with an error, for instance because the
+    /// window is gone. It must not call ask(), because run() iterates over the list.
     template <class Cookie, class Reply, class Handler>
     void ask(Cookie cookie, Reply* (*take)(xcb_connection_t*, Cookie, xcb_generic_error_t**), Handler handler)
     {

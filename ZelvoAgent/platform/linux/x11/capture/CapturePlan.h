@@ -10,34 +10,35 @@
 
 namespace zelvo {
 
-/// What a picture takes from one window.
+/// One window's part of a picture.
 struct CapturePiece {
     std::size_t window = 0; ///< an index into the survey's windows
     PixelRegion visible;    ///< on the root window
-    bool blends = false;    ///< has alpha that counts
-    bool hasHoles = false;  ///< parts of it may not even be read
+    bool blends = false;    ///< has alpha that matters
+    bool hasHoles = false;  ///< some parts must not even be read
 };
 
-/// How a picture without some windows is put together.
+/// How to compose a picture without some windows.
 struct CapturePlan {
     std::vector<CapturePiece> pieces; ///< back to front
-    PixelRegion background;           ///< where no window is left
+    PixelRegion background;           ///< not covered by any window of the picture
 };
 
-/// What is left out of a picture.
+/// What a picture leaves out.
 struct CaptureExclusion {
-    std::vector<bool> windows;                 ///< by index: left out whole
+    std::vector<bool> windows;                 ///< by index: whole windows
     std::vector<std::vector<PixelRect>> holes; ///< by index: parts of windows that stay
     bool isAny() const;
 };
 
-/// Which windows of a survey go by one of the excluded names, and which have clients inside that do.
-/// named: tells whether a client does.
+/// The windows of a survey that belong to an excluded application, and those with an embedded client that
+/// does.
+/// named  whether a client belongs to an excluded application
 CaptureExclusion excludedWindows(WindowSurvey const& survey,
                                  std::function<bool(ClientWindow const&)> const& named);
 
-/// display: on the root window. alphaCounts: a compositing manager is there; without one the server shows
-/// windows with alpha as if they had none.
+/// display      on the root window
+/// alphaCounts  true if a compositing manager runs; without one the server ignores windows' alpha
 CapturePlan planCapture(WindowSurvey const& survey,
                         CaptureExclusion const& exclusion,
                         PixelRect const& display,

@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// The picture in another size, each pixel the mean of those that it stands for. The same size costs nothing.
+/// Resizes a picture; each pixel is the mean of the pixels that it covers. The same size costs nothing.
 Picture scaled(Picture picture, int width, int height);
 
 } // namespace zelvo

@@ -8,15 +8,15 @@
 
 namespace zelvo {
 
-/// Rows of pixels somewhere in memory, 4 bytes each, without gaps between the rows.
+/// Pixels in memory, 4 bytes each, without gaps between the rows.
 struct PixelSource {
     std::uint8_t const* pixels = nullptr;
-    PixelRect area; ///< what they show, in the coordinates of the picture
+    PixelRect area; ///< in the coordinates of the picture
 };
 
-/// Puts a part of the source into the picture; what lies outside of either is left out.
+/// Copies a part of the source into the picture, clipped to both.
 void copyPixels(Picture& picture, PixelSource const& source, PixelRect const& part);
-/// The same, laid over the picture by its alpha, which the colours are multiplied by already.
+/// The same with alpha blending; the source's colours are premultiplied.
 void blendPixels(Picture& picture, PixelSource const& source, PixelRect const& part);
 
 } // namespace zelvo

@@ -12,7 +12,7 @@ namespace zelvo {
 
 namespace {
 
-/// Whether each window has memory of its own already, by a compositing manager for instance.
+/// Whether each window is redirected already, for instance by a compositing manager.
 std::vector<bool> haveOwnMemory(X11Connection const& connection, WindowSurvey const& survey)
 {
     auto* const x = connection.get();
@@ -30,7 +30,7 @@ std::vector<bool> haveOwnMemory(X11Connection const& connection, WindowSurvey co
     return have;
 }
 
-/// The part of a window that others lie over, within its border.
+/// The part of a window that other windows cover, within its border.
 PixelRegion coveredPart(WindowSurvey const& survey, std::size_t i)
 {
     SurveyedWindow const& window = survey.windows[i];

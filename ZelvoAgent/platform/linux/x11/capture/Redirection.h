@@ -5,9 +5,9 @@ namespace zelvo {
 class X11Connection;
 class WindowWatch;
 
-/// Has the server keep every window on the root in memory of its own for as long as the connection lives.
-/// That memory begins as a copy of the screen, with what lay over each window in it: the watch is told of
-/// those parts. Blocks for some round trips, during which the server serves nobody else.
+/// Makes the server keep every child of the root in separate memory while the connection lives. That memory
+/// starts as a copy of the screen, including whatever covered the window; those parts are marked stale in
+/// `watch`. Blocks for some round trips with the server grabbed.
 void redirectWindows(X11Connection const& connection, WindowWatch& watch);
 
 } // namespace zelvo

@@ -12,7 +12,7 @@ RootBackground::RootBackground(std::shared_ptr<X11Connection> server) : connecti
 {
     auto* const x = connection->get();
     id = xcb_generate_id(x);
-    std::uint32_t const values[] = {0, 1}; // Black, and kept from the window manager.
+    std::uint32_t const values[] = {0, 1}; // Black, and unmanaged by the window manager.
     xcb_create_window(x, connection->rootDepth(), id, connection->root(), 0, 0, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, connection->rootVisual(),
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
@@ -20,7 +20,7 @@ RootBackground::RootBackground(std::shared_ptr<X11Connection> server) : connecti
     if (connection->capabilities().shape)
         xcb_shape_rectangles(x, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, id, 0, 0, 0,
                              nullptr);
-    // Refused when a compositing manager has redirected it already, which does as well.
+    // Fails if a compositing manager has redirected it already, which is just as good.
     xcb_composite_redirect_window(x, id, XCB_COMPOSITE_REDIRECT_MANUAL);
 }
 
@@ -40,7 +40,7 @@ std::uint32_t RootBackground::show(PixelRect const& area)
                          XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
                              XCB_CONFIG_WINDOW_HEIGHT | XCB_CONFIG_WINDOW_STACK_MODE,
                          place);
-    // Mapped black first: a root without any background would leave in it what the screen shows there.
+    // Map it black first: if the root has no background, the new window would keep the screen's pixels.
     std::uint32_t const black = 0;
     xcb_change_window_attributes(x, id, XCB_CW_BACK_PIXEL, &black);
     xcb_map_window(x, id);

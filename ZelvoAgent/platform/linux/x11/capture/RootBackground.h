@@ -9,9 +9,9 @@ namespace zelvo {
 
 class X11Connection;
 
-/// What the root window is painted with, also where windows lie over it: a window of ours that takes over its
-/// parent's background is redirected into memory, beneath all others, so that nobody ever sees it. Thread:
-/// one at a time, while the server is grabbed.
+/// Reads the root window's background, also where windows cover it: a window of ours inherits the background
+/// (ParentRelative) and is redirected into memory below all others, so that nobody sees it. Thread: one at a
+/// time, while the server is grabbed.
 class RootBackground {
 public:
     explicit RootBackground(std::shared_ptr<X11Connection> server);
@@ -19,9 +19,9 @@ public:
     RootBackground(RootBackground const&) = delete;
     RootBackground& operator=(RootBackground const&) = delete;
 
-    /// The window; it is on the screen only between show() and hide().
+    /// The window; it is mapped only between show() and hide().
     std::uint32_t window() const { return id; }
-    /// Paints an area and gives the pixmap that holds it. Only sends.
+    /// Paints an area and returns the pixmap that contains it. Sends only, without a round trip.
     std::uint32_t show(PixelRect const& area);
     void hide(std::uint32_t pixmap);
 

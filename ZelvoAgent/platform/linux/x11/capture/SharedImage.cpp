@@ -21,7 +21,7 @@ void SharedImage::release()
     if (!memory)
         return;
     xcb_shm_detach(connection->get(), id);
-    // At once: until the server has let go of it, the memory stays.
+    // Flush now: the memory exists until the server detaches too.
     xcb_flush(connection->get());
     ::shmdt(memory);
     memory = nullptr;
@@ -46,7 +46,7 @@ bool SharedImage::reserve(std::size_t bytes)
         auto const cookie = xcb_shm_attach_checked(x, id, static_cast<std::uint32_t>(handle), 0);
         attached = !XReply<xcb_generic_error_t>(xcb_request_check(x, cookie));
     }
-    // Gone with the last of the two who use it, whatever ends us.
+    // The kernel frees it when both users are gone, however we end.
     ::shmctl(handle, IPC_RMID, nullptr);
     if (attached) {
         memory = static_cast<std::uint8_t*>(mapped);

@@ -8,8 +8,7 @@ namespace zelvo {
 
 class X11Connection;
 
-/// Memory that the X server writes pictures into. It grows with them.
-/// Thread: one at a time.
+/// Shared memory that the X server writes pictures into. It grows as needed.
 class SharedImage {
 public:
     explicit SharedImage(std::shared_ptr<X11Connection> connection);
@@ -17,7 +16,7 @@ public:
     SharedImage(SharedImage const&) = delete;
     SharedImage& operator=(SharedImage const&) = delete;
 
-    /// Makes room for this many bytes. What was in it is lost. False when the server can't share memory with
+    /// Makes room for this many bytes; the old content is lost. False if the server can't share memory with
     /// us.
     bool reserve(std::size_t bytes);
     std::uint32_t segment() const { return id; }

@@ -24,7 +24,7 @@ std::shared_ptr<SharedImage> SharedImagePool::lend(std::size_t bytes)
 
 void SharedImagePool::takeBack(std::shared_ptr<SharedImage> image)
 {
-    // What was kept ends outside of the lock: the server is told.
+    // The old segment is destroyed outside of the lock, because that sends a request.
     kept.change([&](std::shared_ptr<SharedImage>& one) { image.swap(one); });
 }
 

@@ -7,14 +7,13 @@
 
 namespace zelvo {
 
-/// Lends memory that the X server writes pictures into, and keeps one piece of it for the next picture.
-/// Thread: any.
+/// Lends shared memory for pictures, and keeps one segment for the next picture.
 class SharedImagePool : public std::enable_shared_from_this<SharedImagePool> {
 public:
     explicit SharedImagePool(std::shared_ptr<X11Connection> connection);
 
-    /// Comes back when the last copy of the pointer ends, on whichever thread that is. Blocks for a moment
-    /// when it must grow. Null when the server can't share memory with us.
+    /// The memory returns when the last copy of the pointer is destroyed, on any thread. Blocks for a moment
+    /// if it must grow. Null if the server can't share memory with us.
     std::shared_ptr<SharedImage> lend(std::size_t bytes);
 
 private:

@@ -18,8 +18,7 @@ void StalePixelTracker::follow(std::uint32_t window, Entry& entry)
         return;
     entry.damage = xcb_generate_id(x);
     entry.asked = xcb_damage_create(x, entry.damage, window, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES).sequence;
-    // The server begins with all that is in sight, as if it had been drawn. What comes after the next request
-    // is meant.
+    // The server first reports the whole visible window as drawn. Only events after the next request count.
     xcb_no_operation(x);
     xcb_flush(x);
 }

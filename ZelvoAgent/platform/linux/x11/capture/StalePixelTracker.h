@@ -14,16 +14,16 @@ namespace zelvo {
 class X11Connection;
 struct SurveyedWindow;
 
-/// Knows which parts of windows still show what is none of theirs, and asks the server when they are drawn
-/// over. Thread: one at a time.
+/// Tracks the parts of windows that still show pixels of other windows, until the server reports that they
+/// are drawn over. Thread: one at a time.
 class StalePixelTracker {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
     explicit StalePixelTracker(std::shared_ptr<X11Connection> server);
 
-    /// part: within the window's border. until: when it passes for clean though nothing was drawn; never
-    /// without.
+    /// part   within the window's border
+    /// until  when it counts as clean even if nothing was drawn; `nullopt` for never
     void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
     /// The server says that something was drawn. sequence: of the event.
     void noteDrawn(std::uint32_t window, std::uint32_t damage, std::uint32_t sequence, PixelRect const& part);
@@ -39,14 +39,14 @@ public:
 private:
     struct Entry {
         std::uint32_t damage = 0;
-        std::uint32_t asked = 0; ///< the request with which the server began to tell
+        std::uint32_t asked = 0; ///< the request that started the server's reports
         PixelRegion left;
         std::optional<Time> until;
     };
     using Entries = std::map<std::uint32_t, Entry>;
 
     void follow(std::uint32_t window, Entry& entry);
-    /// Ends it where nothing is left of it.
+    /// Removes the entry if nothing of it is left.
     void dropClean(Entries::iterator entry);
     void drop(Entries::iterator entry);
 

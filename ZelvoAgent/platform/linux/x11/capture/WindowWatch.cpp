@@ -14,12 +14,12 @@ namespace zelvo {
 
 namespace {
 
-/// How long a client that has left a window may still be seen in it, when nobody tells of drawing there.
+/// How long a client that has left its host may remain visible there if no drawing is reported.
 constexpr std::chrono::seconds vacating{3};
 
 void select(X11Connection const& connection, std::uint32_t window)
 {
-    // Its own end is told of too: its number may come again for a window that must be selected anew.
+    // Its destruction matters too: a new window with the same id must be selected again.
     std::uint32_t const mask =
         XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection.get(), window, XCB_CW_EVENT_MASK, &mask);
@@ -42,7 +42,8 @@ WindowWatch::WindowWatch(std::shared_ptr<X11Connection> server)
 
 void WindowWatch::takeEvents()
 {
-    // Taking and noting are one step: nobody finds the queue empty before what was in it is noted.
+    // Polling and handling are one step: no other thread may see an empty queue before its events are
+    // handled.
     std::scoped_lock guard(lock);
     while (XReply<xcb_generic_event_t> const event{xcb_poll_for_event(connection->get())})
         take(event.get());
@@ -60,7 +61,7 @@ void WindowWatch::take(void const* event)
 {
     auto const type = as<xcb_generic_event_t>(event).response_type & 0x7f;
     switch (type) {
-    case 0: // An error: a window went before we could select its events.
+    case 0: // An error: the window was destroyed before we could select its events.
         return;
     case XCB_PROPERTY_NOTIFY:
         changed = changed || concernsNames(as<xcb_property_notify_event_t>(event).atom);
@@ -78,8 +79,7 @@ void WindowWatch::take(void const* event)
         changed = takeExtension(type, event) || changed;
         return;
     }
-    // In all of these the window that it is about stands after the one that it was reported to, but for
-    // creation.
+    // Except for creation, all of these have the affected window after the window that reports it.
     auto const& about = as<xcb_destroy_notify_event_t>(event);
     bool const onRoot = about.event == connection->root();
     if (about.window == ignored || about.window == connection->root())
@@ -104,7 +104,7 @@ void WindowWatch::take(void const* event)
     }
 }
 
-/// True when it is about something that a survey rests on.
+/// True if a survey depends on it.
 bool WindowWatch::takeExtension(int type, void const* event)
 {
     X11Capabilities const& can = connection->capabilities();
@@ -139,7 +139,7 @@ void WindowWatch::noteGone(std::uint32_t window)
     stalePixels.noteGone(window);
 }
 
-/// Its number may come again for quite another window.
+/// The server may reuse the id for a different window.
 void WindowWatch::noteEnd(std::uint32_t window)
 {
     selected.erase(window);
@@ -163,7 +163,7 @@ void WindowWatch::reset(WindowSurvey const& survey)
         if (selected.insert(window).second)
             select(*connection, window);
     for (SurveyedWindow const& window : survey.windows) {
-        // Sizes without borders, as events tell them.
+        // Sizes without borders, as in events.
         if (window.client.id != window.id)
             frames.insert(window.id);
         Shown& entry = shown[window.id];
@@ -206,7 +206,7 @@ void WindowWatch::setKept(std::unordered_set<std::uint32_t> windows)
     kept = std::move(windows);
 }
 
-/// A hidden embedded window leaves its place. The server reports this before the host draws there.
+/// A hidden embedded window leaves its place. The server reports that before the host draws there.
 void WindowWatch::noteHiddenEmbedded(int type, void const* event)
 {
     auto const& about = as<xcb_destroy_notify_event_t>(event);
@@ -236,7 +236,7 @@ void WindowWatch::setHiddenEmbedded(std::vector<HiddenEmbeddedWindow> present)
     for (HiddenEmbeddedWindow const& embedded : present)
         hosts.insert(embedded.host);
     for (HiddenEmbeddedWindow const& before : hiddenEmbedded) {
-        // One that went without a word, with a window between it and its host for instance.
+        // One that moved without an event, for instance because another window is between it and its host.
         PixelRegion vacated(before.area);
         if (auto const now = std::ranges::find(present, before.window, &HiddenEmbeddedWindow::window);
             now != present.end() && now->host == before.host)

@@ -16,40 +16,39 @@ namespace zelvo {
 
 class X11Connection;
 
-/// Notices whether anything that a survey rests on has changed, so that a survey need not be taken for every
-/// picture. Thread: any.
+/// Notices changes of whatever a survey depends on, so that not every picture needs a new survey. Thread:
+/// any.
 class WindowWatch {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
     explicit WindowWatch(std::shared_ptr<X11Connection> server);
 
-    /// Takes the events that have come.
+    /// Handles the events that have arrived.
     void takeEvents();
-    /// True when a survey that was taken before the last reset() no longer holds. Call takeEvents() after a
-    /// round trip.
+    /// True if the survey before the last reset() is out of date. Call takeEvents() after a round trip first.
     bool hasChanged() const;
-    /// The survey was taken just now, with the server grabbed: watch what it rests on.
+    /// A survey was just taken, with the server grabbed: watch what it depends on.
     void reset(WindowSurvey const& survey);
 
-    /// Since when a window has been on the screen in its present size. A window's first pixels are the
-    /// server's copy of what was beneath it, until it paints itself.
+    /// When a window appeared in its present size. Until the window paints itself, its pixels are the
+    /// server's copy of what was below it.
     Time shownSince(std::uint32_t window) const;
-    /// Since then no window but these has left the screen; a compositing manager shows what goes for a little
-    /// longer.
+    /// When a window other than the kept ones last left the screen. A compositing manager shows a closed
+    /// window for a little longer.
     Time lastLoss() const;
-    /// Whether a window has been a frame around a client's window.
+    /// Whether a window has ever framed a client's window.
     bool hasHeldClient(std::uint32_t window) const;
     void setKept(std::unordered_set<std::uint32_t> windows);
-    /// Other windows are to be kept from now on than those that have been.
+    /// Forget the kept windows; a new set follows.
     void forgetKept();
-    /// A part of a window shows what is none of its own. part: within the border. until: when it passes for
-    /// clean though nothing was drawn there; never without.
+    /// A part of a window shows pixels of another one.
+    /// part   within the border
+    /// until  when it counts as clean even if nothing was drawn; `nullopt` for never
     void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
-    /// Such a part that is left, on the root window.
+    /// The parts that are still stale, on the root window.
     PixelRegion stale(SurveyedWindow const& window);
-    /// A client inside another's window that is left out of pictures. Where it was, its host's pixels are
-    /// stale.
+    /// An embedded client that pictures leave out. When it moves away, the place in its host is stale.
     struct HiddenEmbeddedWindow {
         std::uint32_t window = 0;
         std::uint32_t host = 0;
@@ -58,7 +57,7 @@ public:
         bool operator==(HiddenEmbeddedWindow const&) const = default;
     };
     void setHiddenEmbedded(std::vector<HiddenEmbeddedWindow> present);
-    /// A window whose coming and going means nothing.
+    /// A window whose mapping and unmapping do not matter.
     void ignore(std::uint32_t window);
 
 private:

@@ -15,26 +15,26 @@ namespace zelvo {
 
 class X11Connection;
 
-/// What came of one look at the screen.
+/// The result of one attempt.
 struct CaptureResult {
     Picture picture;
-    /// When positive there is no picture: a window that stays has only just appeared over one that doesn't,
-    /// and may still show what was beneath it. Try again after this time.
+    /// If positive, there is no picture: a visible window has only just appeared over a hidden one and may
+    /// still show its pixels. Try again after this time.
     std::chrono::milliseconds wait{0};
 };
 
-/// Reads pictures of the screen in one consistent look: from the check of what must be left out until the
-/// last pixel the server serves nobody else, which takes a few milliseconds. With nothing to leave out the
-/// screen itself is read; else the picture is put together from the windows that stay, each read from its own
-/// memory. Thread: one at a time; blocks.
+/// Takes consistent pictures of the screen: the server is grabbed from the check of what to leave out until
+/// the last pixel, which takes a few milliseconds. With nothing to leave out, the screen itself is read; else
+/// the picture is composed from the remaining windows, each read from its own memory. Thread: one at a time;
+/// blocks.
 class X11Capture {
 public:
-    /// server: this object's alone. Redirects all windows into memory of their own, for as long as it
-    /// lives.
+    /// server  used by this object alone; all windows stay redirected into memory while it lives
     X11Capture(std::shared_ptr<X11Connection> server, DesktopEntries& entries);
 
-    /// area: pixels of the root window. lastTry: windows that would call for waiting are left out where they
-    /// overlap what is left out. Throws ScreenFailure.
+    /// area     pixels of the root window
+    /// lastTry  do not ask for a wait: leave out unsettled windows where they overlap hidden ones
+    /// Throws ScreenFailure.
     CaptureResult take(PixelRect area, std::set<std::string> const& excluded, bool lastTry);
 
     WindowWatch& watch() { return scene.watch(); }

@@ -59,7 +59,7 @@ bool X11ChangeDetector::isAlive() const
     return connection->isAlive();
 }
 
-/// One event tells of all that is drawn in a window until the next look.
+/// Asks for one event for all drawing in a window until the next take().
 void X11ChangeDetector::follow(std::uint32_t window)
 {
     auto* const x = connection->get();
@@ -72,7 +72,7 @@ bool X11ChangeDetector::take()
     bool changed = false;
     while (XReply<xcb_generic_event_t> const event{xcb_poll_for_event(connection->get())})
         changed = noteEvent(event.get()) || changed;
-    // Its answer also says that the server counts anew.
+    // The reply also confirms that the server has restarted its reports.
     Pointer const now = askPointer();
     return std::exchange(pointer, now) != now || changed;
 }
@@ -80,7 +80,7 @@ bool X11ChangeDetector::take()
 bool X11ChangeDetector::noteEvent(void const* event)
 {
     auto const type = as<xcb_generic_event_t>(event).response_type & 0x7f;
-    if (type == 0) // An error: a window went before it could be followed.
+    if (type == 0) // An error: the window was destroyed before it could be followed.
         return false;
     if (type == connection->capabilities().damageFirstEvent) {
         xcb_damage_subtract(connection->get(), as<xcb_damage_notify_event_t>(event).damage, XCB_NONE,
@@ -89,7 +89,7 @@ bool X11ChangeDetector::noteEvent(void const* event)
     }
     if (cursorEvent && type == cursorEvent)
         return true;
-    // In all of these it stands at the same place.
+    // All of these have the window in the same field.
     std::uint32_t const about = as<xcb_destroy_notify_event_t>(event).window;
     switch (type) {
     case XCB_CREATE_NOTIFY:

@@ -10,19 +10,20 @@ namespace zelvo {
 
 class X11Connection;
 
-/// The changes of an X screen: something was drawn, in a window that others cover too; windows have come,
-/// gone or moved; the pointer has. Over a connection of its own, on which the server says little however much
-/// is drawn.
+/// Detects changes of an X screen: drawing in any window, covered ones too; windows that appear, disappear or
+/// move; and movement or a new shape of the pointer. Uses a separate connection, on which the server sends
+/// few events however much is drawn.
 class X11ChangeDetector final : public ChangeDetector {
 public:
-    /// Blocks for a few round trips. Null when the server can't be reached or does not tell. ignored: a
-    /// window whose coming and going means nothing. display: empty for $DISPLAY.
+    /// Blocks for a few round trips. Null if the server can't be reached or lacks DAMAGE.
+    /// ignored  a window whose mapping and unmapping do not matter
+    /// display  empty for $DISPLAY
     static std::unique_ptr<ChangeDetector> open(std::uint32_t ignored, std::string const& display = {});
     ~X11ChangeDetector() override;
     X11ChangeDetector(X11ChangeDetector const&) = delete;
     X11ChangeDetector& operator=(X11ChangeDetector const&) = delete;
 
-    /// One round trip.
+    /// Takes one round trip.
     bool take() override;
     bool isAlive() const override;
 

@@ -22,7 +22,7 @@ std::vector<Display> displaysOf(std::vector<DisplayLayout> const& layouts)
     return displays;
 }
 
-/// A picture needs shared memory, windows in memory of their own, and to know whose they are.
+/// Pictures need shared memory, redirected windows, and the owners of windows.
 bool suffices(X11Connection const& connection)
 {
     X11Capabilities const& can = connection.capabilities();
@@ -42,7 +42,7 @@ X11ScreenSource::X11ScreenSource(Contexts given,
 {
     if (!connection || !suffices(*connection))
         return;
-    // Its own, since a grab of the server serves one connection only.
+    // A separate connection, because a server grab blocks all connections but its own.
     std::shared_ptr<X11Connection> const own = X11Connection::open();
     if (!own)
         return;

@@ -19,9 +19,9 @@ class X11Capture;
 /// Pictures of the X screen. Blocking work runs on the workers, one picture at a time.
 class X11ScreenSource final : public ScreenSource {
 public:
-    /// Opens a connection of its own when `shared` stands, which blocks for a moment, and redirects all
-    /// windows into memory for as long as it lives. shared: null when the server can't be reached; then
-    /// nothing can be captured.
+    /// Blocks for a moment to open a separate connection, and keeps all windows redirected into memory while
+    /// it lives.
+    /// shared  null if the server can't be reached; then nothing can be captured
     X11ScreenSource(Contexts given,
                     Clock& clock,
                     std::shared_ptr<X11Connection> shared,
@@ -33,7 +33,7 @@ public:
     Task<std::vector<Display>> capturableDisplays() override;
     Task<Picture> capture(CaptureRequest request) override;
     void observeScreens(std::function<void()> observer) override;
-    /// A window that comes and goes as pictures are taken; 0 when there is none. Nobody sees it.
+    /// A window that is mapped and unmapped while pictures are taken, invisible to users; 0 if there is none.
     std::uint32_t ownWindow() const;
 
 private:

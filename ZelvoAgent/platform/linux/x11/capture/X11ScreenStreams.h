@@ -7,13 +7,12 @@
 
 namespace zelvo {
 
-/// Streams of the X screen. Their pictures are the screen source's, which takes one at a time for videos and
-/// screenshots alike: so both leave out the same, and what one has learnt of windows that still show others'
-/// pixels holds for the other too.
+/// Streams of the X screen. They take their pictures from the screen source, like screenshots do, so both
+/// leave out the same windows and share what is known about stale pixels.
 class X11ScreenStreams final : public ScreenStreams {
 public:
-    /// source, clock: outlive all streams. Making this object costs nothing; a stream opens a connection of
-    /// its own, on which it is told of changes.
+    /// Creating this object costs nothing; each stream opens a separate connection for change events.
+    /// source, clock  must outlive all streams
     X11ScreenStreams(Contexts contexts, Clock& clock, X11ScreenSource& source);
 
     Task<std::unique_ptr<ScreenStream>>
