@@ -23,7 +23,7 @@ constexpr Duration helloPatience = 30s;
 constexpr char const* noReply = "org.freedesktop.DBus.Error.NoReply";
 constexpr char const* disconnected = "org.freedesktop.DBus.Error.Disconnected";
 
-/// A call that waits for its answer.
+/// A call without a reply so far.
 struct OpenCall {
     using Resume = asio::any_completion_handler<void(std::exception_ptr)>;
 
@@ -39,7 +39,7 @@ struct OpenCall {
         deadline.cancel();
         slot.reset();
         onReply = {};
-        std::move(resume)(std::move(failure)); // It belongs to one thread at a time.
+        std::move(resume)(std::move(failure)); // Only one thread uses it at a time.
     }
 
     void fail(char const* name, std::string const& message)
@@ -69,7 +69,7 @@ struct OpenCall {
 
 int takeReply(sd_bus_message* reply, void* data, sd_bus_error*)
 {
-    // What it holds may be let go of while it runs.
+    // The handler may destroy what `data` points to.
     auto const call = *static_cast<std::weak_ptr<OpenCall>*>(data);
     if (auto const kept = call.lock())
         kept->answer(reply);
@@ -91,7 +91,7 @@ BusMessagePtr messageOf(sd_bus* bus, BusCall const& call)
 
 } // namespace
 
-/// All of it on the agent's thread.
+/// Everything here runs on the agent's thread.
 class BusConnection::Bus : public std::enable_shared_from_this<Bus> {
 public:
     Bus(Executor agent, Clock& clock, Open opener)
@@ -222,7 +222,7 @@ private:
         sd_bus_slot* slot = nullptr;
         auto const take = [](sd_bus_message* message, void* data, sd_bus_error*) {
             auto const onSignal =
-                static_cast<Signal*>(data)->onSignal; // It may end the watch that it belongs to.
+                static_cast<Signal*>(data)->onSignal; // It may remove the watch that it belongs to.
             onSignal(message);
             return 0;
         };
@@ -238,7 +238,7 @@ private:
         bool const wasReady = link && link->isReady();
         close();
         if (wasReady)
-            // By index, since an observer may add another.
+            // By index, because an observer may add another.
             for (std::size_t at = 0; at < observers.size(); ++at) // NOLINT(modernize-loop-convert)
                 observers[at](nullptr);
         retryLater();
@@ -259,9 +259,9 @@ private:
     Clock& clock;
     Open const opener;
     std::shared_ptr<BusLink> link;
-    std::list<Signal> signals;                          // A match points into it.
+    std::list<Signal> signals;                          // Matches point into it.
     std::deque<std::function<void(sd_bus*)>> observers; // One may add another while it runs.
-    std::vector<std::shared_ptr<OpenCall>> calls;       // Some of them over: they go with the next call.
+    std::vector<std::shared_ptr<OpenCall>> calls;       // Some have ended: the next call removes them.
     TaskHandle retry;
     TaskHandle hello;
     Duration pause = firstPause;

@@ -20,7 +20,7 @@ BusLink::BusLink(Executor agent, BusPtr bus, Events events)
 
 void BusLink::start()
 {
-    // A descriptor of our own for the same socket: sd-bus closes the other one itself.
+    // A duplicate descriptor of the socket: sd-bus closes the original itself.
     int const socket = ::fcntl(sd_bus_get_fd(bus.get()), F_DUPFD_CLOEXEC, 0);
     if (socket < 0)
         return lose();
@@ -39,7 +39,7 @@ void BusLink::stop()
 
 void BusLink::flush()
 {
-    // Not at once: a loss that shows then must not happen below the one who sends.
+    // Posted: a loss noticed here must not be handled inside the sender's call.
     asio::post(agent, [weak = weak_from_this()] {
         auto const self = weak.lock();
         if (self && self->bus)

@@ -10,13 +10,13 @@
 
 namespace zelvo {
 
-/// One sd-bus connection, driven by the agent's io_context: it is looked at when its descriptor says so and
-/// never else. sd-bus's own time-outs are not used; who calls keeps a deadline. Thread: agent.
+/// One sd-bus connection, driven by the agent's io_context through its descriptor. sd-bus's time-outs are not
+/// used; callers keep their own deadlines. Thread: agent.
 class BusLink : public std::enable_shared_from_this<BusLink> {
 public:
     struct Events {
-        std::function<void()> onReady; ///< the bus has said hello; before any message of its is looked at
-        std::function<void()> onLost;  ///< once; the link is of no use any more
+        std::function<void()> onReady; ///< accepted by the bus; before any of its messages is handled
+        std::function<void()> onLost;  ///< called once; the link is unusable from then on
     };
 
     BusLink(Executor agent, BusPtr bus, Events events);
@@ -25,7 +25,7 @@ public:
     void stop();
     bool isReady() const { return ready; }
     sd_bus* raw() const { return bus.get(); }
-    /// To be called after something was sent: what the socket did not take is sent when it can.
+    /// Call it after sending: what the socket did not accept is sent as soon as it can.
     void flush();
 
 private:

@@ -25,7 +25,7 @@ BusValue number(sd_bus_message* message, char type)
     return static_cast<std::int64_t>(value);
 }
 
-/// The value at the message's place; without one of a simple type the place is passed over.
+/// The value at the message's position if it has a simple type; else skips it.
 BusValue simpleValue(sd_bus_message* message)
 {
     char type = 0;
@@ -113,7 +113,7 @@ std::optional<std::string> readText(sd_bus_message* message)
 
 std::optional<bool> readTruth(sd_bus_message* message)
 {
-    int value = 0; // sd-bus gives a boolean as an int.
+    int value = 0; // sd-bus returns a boolean as an int.
     if (!readBasic(message, SD_BUS_TYPE_BOOLEAN, value))
         return std::nullopt;
     return value != 0;

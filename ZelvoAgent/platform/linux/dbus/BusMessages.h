@@ -20,30 +20,30 @@ struct ReleaseBus {
         release(raw);
     }
 };
-/// Closes the connection, unsent messages and all.
+/// Closes the connection and drops unsent messages.
 using BusPtr = std::unique_ptr<sd_bus, ReleaseBus<sd_bus_close_unref>>;
 using BusMessagePtr = std::unique_ptr<sd_bus_message, ReleaseBus<sd_bus_message_unref>>;
-/// Ends what the slot stands for: a match, an object, a call that waits for its answer.
+/// Ends what the slot represents: a match, an object, a pending call.
 using BusSlotPtr = std::unique_ptr<sd_bus_slot, ReleaseBus<sd_bus_slot_unref>>;
 
-/// The person's bus, the machine's, or the one at an address. Does not wait; nothing when there is none.
+/// The session bus, the system bus, or the bus at an address. Does not block; null if there is none.
 BusPtr openSessionBus();
 BusPtr openSystemBus();
 BusPtr openBusAt(std::string const& address);
 
-/// A property's value, as far as it is of a simple type.
+/// A property's value if it has a simple type.
 using BusValue = std::variant<std::monostate, bool, std::int64_t, double, std::string>;
 using BusDictionary = std::map<std::string, BusValue>;
 
-/// Readers of a message's next argument; nothing, and the message stays where it was, when it is of another
-/// type.
+/// Read a message's next argument. `nullopt` if it has another type; the message's position then stays
+/// unchanged.
 std::optional<std::string> readText(sd_bus_message* message);
 std::optional<bool> readTruth(sd_bus_message* message);
 std::optional<std::uint32_t> readUnsigned(sd_bus_message* message);
 std::vector<std::string> readTexts(sd_bus_message* message);
 BusDictionary readDictionary(sd_bus_message* message);
 
-/// The entry of that name and type; nothing without one.
+/// The entry with that name and type; `nullopt` if there is none.
 template <class T>
 std::optional<T> entryOf(BusDictionary const& dictionary, std::string const& name)
 {

@@ -29,8 +29,8 @@ using Protocol = asio::local::stream_protocol;
 constexpr char const* lockName = "dev.zelvo.agent.lock";
 constexpr char const* socketName = "dev.zelvo.agent.socket";
 
-/// The socket's address by way of an open folder: the path of a socket must be short, that of a folder need
-/// not.
+/// The socket's address through an open folder, because a socket's path must be short and a folder's path may
+/// be long.
 class SocketPlace {
 public:
     explicit SocketPlace(std::filesystem::path const& folder)
@@ -54,7 +54,7 @@ UniqueFd newSocket()
     return UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
-/// A socket that answers only this user; none when it can't be made.
+/// A socket that only this user can connect to; invalid if it can't be created.
 UniqueFd listenIn(std::filesystem::path const& folder)
 {
     ::unlink(
@@ -120,7 +120,7 @@ bool sendAll(int socket, std::string_view text, Deadline const& deadline)
     return ::shutdown(socket, SHUT_WR) == 0;
 }
 
-/// True when the other side said that it has the whole message.
+/// True if the other process confirmed the whole message.
 bool isTaken(int socket, Deadline const& deadline)
 {
     char answer = 0;
@@ -154,7 +154,7 @@ public:
     }
 
 private:
-    /// One visitor after the other: each is gone after `patience` at the latest.
+    /// Serves one client after another, each for `patience` at most.
     Task<> acceptAll()
     {
         while (acceptor.is_open()) {

@@ -11,8 +11,8 @@
 
 namespace zelvo {
 
-/// A lock file and a socket beside it, in one folder: who has the lock is the one instance, and the socket
-/// takes what later starts bring. The lock ends with its process, however that ends.
+/// A lock file and a socket in one folder: the holder of the lock is the one instance, and later starts send
+/// their URLs to the socket. The kernel releases the lock when the process ends, however it ends.
 class InstanceSocket {
 public:
     static constexpr std::size_t maxMessage = 64u << 10;
@@ -23,12 +23,12 @@ public:
     InstanceSocket(InstanceSocket const&) = delete;
     InstanceSocket& operator=(InstanceSocket const&) = delete;
 
-    /// False when another process holds the lock. True also where no lock can be made.
+    /// False if another process has the lock. True also if no lock can be created.
     bool lock();
-    /// Brings URLs to the process that holds the lock; blocks for at most `patience`. False when it did not
-    /// take them.
+    /// Sends URLs to the process that has the lock; blocks for at most `patience`. False if it did not accept
+    /// them.
     bool handOver(std::vector<std::string> const& urls) const;
-    /// Takes messages of the same user, with the lock held, on the agent executor.
+    /// Accepts messages of the same user, on the agent executor. The lock must be held.
     void serve(Executor agent, Clock& clock, std::function<void(std::vector<std::string>)> onUrls);
 
 private:

@@ -10,7 +10,7 @@ namespace zelvo {
 
 namespace {
 
-/// Every byte is escaped that is not plain in a path.
+/// Escapes every byte that is not plain in a URL's path.
 std::string fileUrl(std::filesystem::path const& file)
 {
     constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";

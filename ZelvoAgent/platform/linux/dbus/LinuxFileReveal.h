@@ -8,16 +8,17 @@
 
 namespace zelvo {
 
-/// The desktop's file manager, by org.freedesktop.FileManager1; where none answers, what opens folders.
+/// The desktop's file manager, through org.freedesktop.FileManager1; without one, the default application for
+/// folders.
 class LinuxFileReveal final : public FileReveal {
 public:
     /// Opens a URL with its default application. May block.
     using OpenUrl = std::function<bool(std::string url)>;
 
-    /// session: must outlive this
+    /// session  must outlive this
     LinuxFileReveal(Executor workers, BusConnection& session, OpenUrl openUrl);
 
-    /// Selects the file in the folder that it stands in.
+    /// Selects the file in its folder.
     void reveal(std::filesystem::path file) override;
 
 private:

@@ -15,7 +15,7 @@ BusCall call(char const* member)
     return {.destination = service, .path = path, .interface = service, .member = member};
 }
 
-/// Services that take markup read a body as such.
+/// Services with the "body-markup" capability parse the body as markup.
 std::string escaped(std::string const& plain)
 {
     std::string markup;
@@ -48,7 +48,7 @@ void notify(BusConnection& session, std::string const& title, std::string const&
     BusCall shown = call("Notify");
     shown.arguments = [title, body](sd_bus_message* message) {
         constexpr std::uint32_t replacesNone = 0;
-        constexpr std::int32_t ownTime = -1; // The desktop's own.
+        constexpr std::int32_t ownTime = -1; // The desktop's default.
         sd_bus_message_append(message, "susssasa{sv}i", "Zelvo", replacesNone, "dev.zelvo.agent",
                               title.c_str(), body.c_str(), 0, 2, "desktop-entry", "s", "dev.zelvo.agent",
                               "sound-name", "s", "message-new-instant", ownTime);
@@ -60,7 +60,7 @@ void notify(BusConnection& session, std::string const& title, std::string const&
 
 void LinuxNotifications::show(std::string title, std::string body)
 {
-    // Whoever shows it first says how it reads the words.
+    // The capabilities decide how the service reads the body.
     session.ask(call("GetCapabilities"), [&session = session, title = std::move(title),
                                           body = std::move(body)](sd_bus_message* reply) {
         notify(session, title, takesMarkup(reply) ? escaped(body) : body);

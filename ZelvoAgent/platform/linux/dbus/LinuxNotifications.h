@@ -8,7 +8,7 @@ namespace zelvo {
 /// The notification service of the desktop.
 class LinuxNotifications final : public UserNotifications {
 public:
-    /// session: must outlive this
+    /// session  must outlive this
     explicit LinuxNotifications(BusConnection& session) : session(session) {}
 
     void show(std::string title, std::string body) override;

@@ -16,7 +16,7 @@ constexpr char const* who = "Zelvo";
 constexpr char const* saver = "org.freedesktop.ScreenSaver";
 constexpr char const* saverPath = "/org/freedesktop/ScreenSaver";
 
-/// What was granted, on the agent executor.
+/// What was granted. Runs on the agent executor.
 class Hold : public std::enable_shared_from_this<Hold> {
 public:
     Hold(BusConnection& system, BusConnection& session, std::string name)
@@ -34,7 +34,7 @@ public:
                             sd_bus_message_append(message, "ssss", "idle", who, text.c_str(), "block");
                         }};
         auto keep = [self = shared_from_this()](sd_bus_message* reply) {
-            int raw = -1; // The message's own.
+            int raw = -1; // Owned by the message.
             if (!self->isReleased && sd_bus_message_read(reply, "h", &raw) > 0)
                 self->lock.reset(::fcntl(raw, F_DUPFD_CLOEXEC, 0));
         };
@@ -87,7 +87,7 @@ private:
     BusConnection& system;
     BusConnection& session;
     std::string const name;
-    UniqueFd lock;                       ///< logind holds off as long as this is open
+    UniqueFd lock;                       ///< logind's inhibitor lock, valid while this is open
     std::optional<std::uint32_t> cookie; ///< of the screen saver
     bool isReleased = false;
 };

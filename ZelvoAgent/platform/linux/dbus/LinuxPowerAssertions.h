@@ -5,11 +5,11 @@
 
 namespace zelvo {
 
-/// Asks logind to hold off idleness ("idle", block), else the screen saver service of the session. An answer
-/// that comes after the holder has gone is given back.
+/// Takes an "idle" inhibitor lock (block) from logind, else inhibits the session's screen saver service. A
+/// grant that arrives after its holder was destroyed is returned.
 class LinuxPowerAssertions final : public PowerAssertions {
 public:
-    /// The two buses must outlive it and what it hands out.
+    /// The two buses must outlive this and the objects that it returns.
     LinuxPowerAssertions(Executor agent, BusConnection& system, BusConnection& session)
         : agent(std::move(agent)), system(system), session(session)
     {

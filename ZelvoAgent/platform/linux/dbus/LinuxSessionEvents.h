@@ -11,13 +11,13 @@
 
 namespace zelvo {
 
-/// The logind session of our display, and the screen savers. Without such a session a reachable display is
-/// one on the console. Kept by signals; what is not known yet counts as not so.
+/// The logind session of our display, and the screen savers. Without such a session a reachable display
+/// counts as a session on the console. Signals keep it up to date; unknown states count as false.
 class LinuxSessionEvents final : public SessionEvents {
 public:
     /// display           the text of DISPLAY; may be empty
     /// displayReachable  cheap, and safe on any thread
-    /// The two buses must outlive it.
+    /// The two buses must outlive this.
     LinuxSessionEvents(Contexts const& contexts,
                        Clock& clock,
                        BusConnection& system,
@@ -32,7 +32,7 @@ public:
 private:
     struct State;
     std::shared_ptr<State> state;
-    std::shared_ptr<void> sources; // LoginSession and ScreenSavers; they are let go of on the agent executor.
+    std::shared_ptr<void> sources; // LoginSession and ScreenSavers; destroyed on the agent executor.
     Executor agent;
 };
 

@@ -18,7 +18,7 @@ constexpr std::uint32_t nameIsOurs = 1;
 constexpr std::uint32_t nameIsAnothers = 3;
 constexpr std::uint32_t dontQueue = 4;
 
-/// Before anything runs: waits here for the bus to say hello.
+/// Blocks until the bus has accepted us; nothing else runs yet.
 bool waitUntilReady(sd_bus* bus)
 {
     auto const end = std::chrono::steady_clock::now() + std::chrono::microseconds(patienceUs);
@@ -60,7 +60,7 @@ std::optional<std::uint32_t> requestName(sd_bus* bus)
     return reply ? readUnsigned(reply.get()) : std::nullopt;
 }
 
-/// Brings the URLs, or the wish to come to the front, to the instance that has the name.
+/// Sends the URLs, or an Activate without URLs, to the instance that owns the name.
 void handOver(sd_bus* bus, std::vector<std::string> const& urls)
 {
     sd_bus_message* call = nullptr;
@@ -80,7 +80,7 @@ void handOver(sd_bus* bus, std::vector<std::string> const& urls)
 
 } // namespace
 
-/// What later starts ask for. The object that the bus sees.
+/// The object on the bus that later starts call.
 class LinuxSingleInstance::Application {
 public:
     Application(Executor main, Requests requests) : main(std::move(main)), requests(std::move(requests)) {}
@@ -94,7 +94,7 @@ public:
 
     void activate() { asio::post(main, requests.activate); }
 
-    /// Puts the object on a connection, and takes it off with null.
+    /// Exports the object on a connection; null removes it.
     void show(sd_bus* connection)
     {
         slot.reset();
@@ -184,8 +184,8 @@ LinuxSingleInstance::Claim LinuxSingleInstance::claimOnBus(std::vector<std::stri
     return Claim::mine;
 }
 
-/// Goes on with the connection that has the name; a bus that comes back after a loss is asked for the name
-/// again.
+/// Continues with the connection that owns the name; after a loss, requests the name again on the new
+/// connection.
 void LinuxSingleInstance::serveOnBus(BusPtr made)
 {
     auto const first = std::make_shared<BusPtr>(std::move(made));

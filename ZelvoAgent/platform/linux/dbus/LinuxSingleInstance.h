@@ -13,12 +13,12 @@
 
 namespace zelvo {
 
-/// The bus name "dev.zelvo.agent" with org.freedesktop.Application at /dev/zelvo/agent; where there is no
-/// session bus, or it does not answer for 2 s, a lock and a socket.
+/// Owns the bus name "dev.zelvo.agent" and exports org.freedesktop.Application at /dev/zelvo/agent. Without a
+/// session bus, or if it is silent for 2 s, uses a lock and a socket.
 class LinuxSingleInstance final : public SingleInstance {
 public:
-    /// open    makes the session bus
-    /// folder  of the lock and the socket: lockFolder()
+    /// open    opens the session bus
+    /// folder  for the lock and the socket: lockFolder()
     LinuxSingleInstance(Contexts contexts,
                         Clock& clock,
                         BusConnection::Open open,

@@ -12,7 +12,7 @@ constexpr char const* launcher = "org.a11y.Bus";
 
 }
 
-/// On the agent executor, but for `answers`.
+/// Runs on the agent executor, except `answers`.
 class LinuxSystemAccess::AccessibilityBus : public std::enable_shared_from_this<AccessibilityBus> {
 public:
     AccessibilityBus(Executor agent, Clock& clock, BusConnection& session)
@@ -44,7 +44,7 @@ public:
     std::atomic<bool> answers = false;
 
 private:
-    /// At the beginning too, when nobody owns the name: the call starts the launcher.
+    /// Also at the start, when the name has no owner: the call starts the launcher.
     void ask()
     {
         if (isFixed || std::exchange(isAsking, true))

@@ -19,13 +19,13 @@ struct DisplayFacts {
         isXwayland; ///< the extension XWAYLAND: its pictures and events are not the desktop's
 };
 
-/// Accessibility: the AT-SPI bus answers, and X takes events. Screen recording: X can be read. Both only on
-/// an X server that is the desktop itself. A connection to the AT-SPI bus is held, so that its end shows at
-/// once.
+/// Accessibility: the AT-SPI bus answers, and X accepts input events. Screen recording: X can be read. Both
+/// only on an X server that is the desktop itself. A connection to the AT-SPI bus stays open, so that its end
+/// is noticed at once.
 class LinuxSystemAccess final : public SystemAccess {
 public:
-    /// session  asked for the address of the AT-SPI bus, which starts it; must outlive this
-    /// address  known beforehand (AT_SPI_BUS_ADDRESS); then nobody is asked
+    /// session  supplies the address of the AT-SPI bus and thereby starts it; must outlive this
+    /// address  of the AT-SPI bus if it is known (AT_SPI_BUS_ADDRESS); the session bus is then not asked
     LinuxSystemAccess(Executor agent,
                       Clock& clock,
                       BusConnection& session,

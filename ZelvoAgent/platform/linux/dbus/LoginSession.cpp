@@ -78,7 +78,7 @@ void LoginSession::find()
             self->isStale = false;
             bool const isFound = co_await self->findOnce();
             if (isFound)
-                continue; // And looks again when something changed meanwhile.
+                continue; // Searches again if something changed meanwhile.
             self->isStale = true;
             ++failures;
             co_await self->clock.sleep(searchPause);
@@ -87,7 +87,7 @@ void LoginSession::find()
     });
 }
 
-/// False when logind did not answer.
+/// False if logind did not answer.
 Task<bool> LoginSession::findOnce()
 {
     try {
@@ -135,8 +135,8 @@ Task<std::vector<LoginSession::Candidate>> LoginSession::sessions()
     co_return candidates;
 }
 
-/// Our display's session: one that is not ending before one that is, ours before another user's. Below 0: not
-/// of our display.
+/// Ranks our display's sessions: an open one before a closing one, ours before another user's. Below 0:
+/// another display.
 int LoginSession::rankOf(Candidate const& candidate) const
 {
     auto const theirs = entryOf<std::string>(candidate.properties, "Display");
@@ -163,7 +163,7 @@ void LoginSession::propertiesChanged(sd_bus_message* message)
 {
     char const* const sender = sd_bus_message_get_path(message);
     if (isSearching) {
-        isStale = true; // What was read may be older than this.
+        isStale = true; // The result of the search may be older than this.
         return;
     }
     if (path.empty() || !sender || path != sender || readText(message) != session)

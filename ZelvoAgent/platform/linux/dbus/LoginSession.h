@@ -12,8 +12,8 @@
 
 namespace zelvo {
 
-/// Follows the logind session of one display. A logind that restarts is forgiven for some seconds, so that a
-/// locked screen does not look open meanwhile. Thread: agent.
+/// Follows the logind session of one display. While logind restarts, the last state stays valid for some
+/// seconds, so that a locked screen does not look unlocked. Thread: agent.
 class LoginSession : public std::enable_shared_from_this<LoginSession> {
 public:
     static constexpr Duration restartPatience = 10s;
@@ -23,7 +23,7 @@ public:
         std::function<void(bool goesToSleep)> onSleep;
     };
 
-    /// display  as displayOf() gives it
+    /// display  from displayOf()
     LoginSession(Executor agent, Clock& clock, BusConnection& system, std::string display, Events events);
     void start();
 
@@ -48,7 +48,7 @@ private:
     BusConnection& system;
     std::string const display;
     Events events;
-    std::string path; ///< of the session; empty without one
+    std::string path; ///< of the session; empty if there is none
     std::optional<LoginFacts> facts;
     TaskHandle grace;
     bool isSearching = false;

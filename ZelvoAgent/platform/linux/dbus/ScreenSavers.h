@@ -9,11 +9,11 @@
 
 namespace zelvo {
 
-/// Follows the screen savers of the session bus: freedesktop, GNOME, Xfce, Cinnamon. None of them is started
-/// for it. Thread: agent.
+/// Follows the screen savers of the session bus: freedesktop, GNOME, Xfce, Cinnamon. Never starts one.
+/// Thread: agent.
 class ScreenSavers : public std::enable_shared_from_this<ScreenSavers> {
 public:
-    /// onChange  the bus names of those that are active
+    /// onChange  receives the bus names of the active ones
     ScreenSavers(BusConnection& session, std::function<void(std::set<std::string>)> onChange);
     void start();
 

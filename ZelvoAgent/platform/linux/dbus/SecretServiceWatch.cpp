@@ -14,7 +14,7 @@ void watchSecretService(BusConnection& session, std::function<void()> onAvailabl
         "arg0='org.freedesktop.Secret.Collection'",
         [onAvailable](sd_bus_message* message) {
             readText(message);
-            // Its other properties change with every write, ours too.
+            // The other properties change with every write, including ours.
             if (entryOf<bool>(readDictionary(message), "Locked") == false)
                 onAvailable();
         });

@@ -10,29 +10,29 @@
 
 namespace zelvo {
 
-/// What logind says of the session on our display.
+/// What logind reports about the session of our display.
 struct LoginFacts {
     bool isActive = false;
     bool isLocked = false;
     bool operator==(LoginFacts const&) const = default;
 };
 
-/// All that is known of the person's session.
+/// Everything known about the user's session.
 struct SessionFacts {
-    std::optional<LoginFacts> login;    ///< nothing without logind or without a session of our display
+    std::optional<LoginFacts> login;    ///< `nullopt` without logind or without a session for our display
     std::set<std::string> activeSavers; ///< bus names of the screen savers that hide the screen
     bool operator==(SessionFacts const&) const = default;
 
     bool isLocked() const { return !activeSavers.empty() || (login && login->isLocked); }
 };
 
-/// What the facts come to; `displayReachable` decides where there is no session to ask.
+/// The availability that follows from the facts; `displayReachable` decides if there is no session.
 Availability availabilityOf(SessionFacts const& facts, bool displayReachable);
-/// What an observer is told of a change, in this order.
+/// The events that describe a change, in order.
 std::vector<SessionEvent>
 eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displayReachable);
 
-/// The display of a DISPLAY text without its screen, ":0" for ":0.0" and "unix:0"; empty when it names none.
+/// The display in a DISPLAY text without its screen, ":0" for ":0.0" and "unix:0"; empty if it names none.
 std::string displayOf(std::string_view text);
 
 } // namespace zelvo
