@@ -15,7 +15,7 @@ bool isAscii(std::string_view bytes)
     return std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// The bytes of a sequence in well-formed UTF-8, by its first one.
+/// The length of a UTF-8 sequence, from its first byte.
 std::size_t lengthOfSequence(unsigned char lead)
 {
     if (lead < 0x80)

@@ -8,50 +8,50 @@
 
 namespace zelvo {
 
-/// What the bytes of a text mean.
+/// The encoding of a text's bytes.
 enum class ClipboardEncoding {
     utf8,
     latin1, ///< the type STRING: ISO 8859-1
-    unsaid, ///< UTF-8 where it is well-formed, else ISO 8859-1
+    unsaid, ///< UTF-8 if well-formed, else ISO 8859-1
 };
 
-/// A text as another program gave it.
+/// A text from another program.
 struct ClipboardBytes {
     ClipboardEncoding encoding = ClipboardEncoding::utf8;
     std::string bytes;
     bool operator==(ClipboardBytes const&) const = default;
 
-    /// As well-formed UTF-8: what is ill-formed is replaced by U+FFFD, and a closing NUL, which some programs
-    /// send along, is left out.
+    /// As well-formed UTF-8: invalid sequences are replaced by U+FFFD, and a final NUL, which some programs
+    /// append, is removed.
     std::string text() const;
 };
 
-/// A text as it is given to other programs.
+/// A text for other programs.
 struct OfferedText {
-    /// What is ill-formed in it is replaced by U+FFFD.
+    /// Invalid sequences are replaced by U+FFFD.
     explicit OfferedText(std::string text);
 
     std::string utf8;
-    /// The bytes for the type STRING; what it has no character for is a question mark.
+    /// The bytes for the type STRING; other characters become question marks.
     std::string_view latin1() const { return other ? std::string_view(*other) : std::string_view(utf8); }
 
 private:
-    std::optional<std::string> other; ///< absent when both are the same, as for ASCII
+    std::optional<std::string> other; ///< absent if both are equal, as for ASCII
 };
 
 std::string utf8FromLatin1(std::string_view bytes);
-/// text: well-formed UTF-8.
+/// text  well-formed UTF-8
 std::string latin1FromUtf8(std::string_view text);
 
-/// One of several conversions that are asked for at once.
+/// One conversion of a MULTIPLE request.
 struct AtomPair {
     std::uint32_t target = 0;
-    std::uint32_t property = 0; ///< 0 says that it failed
+    std::uint32_t property = 0; ///< 0 if it failed
     bool operator==(AtomPair const&) const = default;
 };
 
-/// Reads the value of a property, 32-bit numbers in this machine's order. Nothing when it is no list of
-/// whole pairs, or when it is empty.
+/// Parses the value of a property, 32-bit numbers in this machine's byte order. `nullopt` if it is no list of
+/// whole pairs or is empty.
 std::optional<std::vector<AtomPair>> parseAtomPairs(std::string_view value);
 
 } // namespace zelvo

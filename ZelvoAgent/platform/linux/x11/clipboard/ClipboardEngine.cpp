@@ -13,7 +13,7 @@ namespace zelvo {
 
 namespace {
 
-/// The server answers at once, unless another program holds it.
+/// The server answers at once, unless another program has grabbed it.
 constexpr Duration patienceWithServer = 5s;
 constexpr Duration patienceWithManager = 1500ms;
 
@@ -64,7 +64,7 @@ void ClipboardEngine::arrived()
     do {
         while (XReply<xcb_generic_event_t> const event{xcb_poll_for_event(link->x())})
             take(event.get());
-    } while (link->takeReplies()); // Taking a reply reads nothing, so that no event can lie about now.
+    } while (link->takeReplies()); // That reads nothing from the socket, so no event can be pending now.
     xcb_flush(link->x());
     watchTransfers();
 }
@@ -73,7 +73,8 @@ void ClipboardEngine::take(void const* event)
 {
     auto const response = static_cast<xcb_generic_event_t const*>(event)->response_type;
     auto const type = response & 0x7f;
-    // Answers come from the other program. Everything else is the server's word, which others may forge.
+    // Only the answers come from the other program. Everything else comes from the server, and others may
+    // forge it.
     if (type != response && type != XCB_SELECTION_NOTIFY)
         return;
     switch (type) {
@@ -104,7 +105,7 @@ void ClipboardEngine::take(void const* event)
 void ClipboardEngine::takeError(void const* event)
 {
     auto const& error = *static_cast<xcb_generic_error_t const*>(event);
-    if (error.error_code == XCB_WINDOW) // One that we wrote to has gone.
+    if (error.error_code == XCB_WINDOW) // A window that we wrote to was destroyed.
         serving.transfers().noteGone(error.resource_id);
 }
 
@@ -140,7 +141,7 @@ void ClipboardEngine::takeOwner(void const* event)
 
 void ClipboardEngine::countChange(std::uint32_t owner, bool hasEnded)
 {
-    // The end of an owner puts nothing on the clipboard, and neither does he who then keeps its text.
+    // The end of an owner changes no text, and neither does a manager that then keeps it.
     bool const isKept = manager && link->server()->clientOf(owner) == link->server()->clientOf(manager);
     if (!hasEnded && !isKept)
         ++changes;
@@ -172,7 +173,7 @@ void ClipboardEngine::watchTransfers()
 
 Task<ClipboardContent> ClipboardEngine::find()
 {
-    arrived(); // Another program's taking the selection may just have come.
+    arrived(); // Another program may have taken the selection just now.
     if (serving.text())
         co_return ClipboardContent{.own = serving.text(), .foreign = {}};
     auto const reading = std::make_shared<ClipboardReading>(link, clock);
@@ -185,7 +186,7 @@ Task<ClipboardContent> ClipboardEngine::find()
     co_return ClipboardContent{.own = {}, .foreign = reading->take()};
 }
 
-/// Waits for its end, or makes one when its time is over.
+/// Waits for the end of a reading, or ends it when its time is over.
 Task<> ClipboardEngine::finish(std::shared_ptr<ClipboardReading> reading)
 {
     TaskHandle watch = spawn(contexts.agent, [reading, &clock = clock]() -> Task<> {

@@ -15,36 +15,37 @@
 
 namespace zelvo {
 
-/// What a look at the clipboard has found.
+/// The content of the clipboard.
 struct ClipboardContent {
-    std::shared_ptr<OfferedText const> own; ///< ours, which nobody need be asked for
+    std::shared_ptr<OfferedText const> own; ///< ours, so no other program is asked
     std::optional<ClipboardBytes> foreign;
 
     std::size_t size() const;
-    /// Empty when it is longer than what is read.
+    /// Empty if it is longer than the limit.
     std::string text() const;
 };
 
-/// Both sides of the clipboard on one connection: hands what comes from the server to the one whom it
-/// concerns, and counts the changes. Thread: agent, but for what says otherwise.
+/// Both sides of the clipboard on one connection: dispatches events to reading and serving, and counts
+/// changes.
+/// Thread: agent, except where noted.
 class ClipboardEngine : public std::enable_shared_from_this<ClipboardEngine> {
 public:
-    /// Thread: any. The clock outlives this.
+    /// Thread: any. The clock must outlive this.
     ClipboardEngine(Contexts contexts, Clock& clock, std::shared_ptr<ClipboardLink> link);
 
-    /// Takes all that has come, and sends what is to be sent.
+    /// Handles all events that have arrived, and sends what is due.
     void arrived();
-    /// Asks the owner for its text, unless that is this program.
+    /// Asks the owner for its text, unless this program is the owner.
     Task<ClipboardContent> find();
-    /// Takes the clipboard for a text. False when the server does not give it.
+    /// Takes the selection for a text. False if the server refuses.
     Task<bool> own(std::shared_ptr<OfferedText const> text);
-    /// Gives the text to a clipboard manager, if both are there.
+    /// Gives the text to a clipboard manager, if there are both.
     Task<> save();
     /// Thread: any.
     std::int64_t changeCount() const { return changes.load(); }
 
 private:
-    /// A yes or no that is waited for.
+    /// A yes or no that arrives later.
     class Outcome {
     public:
         void set(bool value);
@@ -64,14 +65,14 @@ private:
     void askManager(std::uint32_t time);
     void watchTransfers();
     Task<> finish(std::shared_ptr<ClipboardReading> reading);
-    /// False when there is no answer in time.
+    /// False if there is no answer in time.
     Task<bool> answered(std::shared_ptr<Outcome> outcome, Duration patience);
 
     Contexts contexts;
     Clock& clock;
     std::shared_ptr<ClipboardLink> link;
     ClipboardServing serving;
-    std::map<std::uint32_t, std::shared_ptr<ClipboardReading>> readings; ///< by their windows
+    std::map<std::uint32_t, std::shared_ptr<ClipboardReading>> readings; ///< by window
     std::shared_ptr<Outcome> saving;
     std::uint32_t manager = 0; ///< the clipboard manager's window
     bool isWatching = false;

@@ -33,7 +33,7 @@ ClipboardLink::ClipboardLink(std::unique_ptr<X11Connection> opened) : connection
     internAtoms();
     makeWindow();
     watchOwners();
-    // Asks the server the first time, and waits for it.
+    // The first call asks the server and waits.
     std::uint32_t const maxRequest = xcb_get_maximum_request_length(x()) * 4;
     piece = std::min(maxPiece, maxRequest - roomForTheRequest);
     connection->sync();
@@ -68,7 +68,7 @@ void ClipboardLink::internAtoms()
     batch.run();
 }
 
-/// It is never mapped, so it is in nobody's list of windows and in no picture.
+/// It is never mapped, so it is in no window list and no picture.
 void ClipboardLink::makeWindow()
 {
     ownWindow = xcb_generate_id(x());
@@ -97,7 +97,7 @@ void ClipboardLink::expect(unsigned sequence, Reply handler)
 void ClipboardLink::askTime(Time handler)
 {
     timeAsked.push_back(std::move(handler));
-    // Nothing is added; the server tells when it was.
+    // Appends nothing; the event has the server's time.
     xcb_change_property(x(), XCB_PROP_MODE_APPEND, ownWindow, clock, XCB_ATOM_INTEGER, 32, 0, nullptr);
 }
 

@@ -10,10 +10,10 @@
 
 namespace zelvo {
 
-/// The names that the clipboard is spoken of with.
+/// The atoms of the clipboard protocols.
 struct ClipboardAtoms {
     std::uint32_t clipboard = 0;
-    std::uint32_t manager = 0; ///< the selection of a program that keeps the clipboard of those that end
+    std::uint32_t manager = 0; ///< the selection of a clipboard manager
     std::uint32_t saveTargets = 0;
     std::uint32_t targets = 0;
     std::uint32_t timestamp = 0;
@@ -25,18 +25,19 @@ struct ClipboardAtoms {
     std::uint32_t text = 0;
     std::uint32_t textPlain = 0;
     std::uint32_t textPlainUtf8 = 0;
-    std::uint32_t content = 0; ///< the property of ours that others put their answers in
+    std::uint32_t content = 0; ///< our property that owners store their answers in
 };
 
-/// What both sides of the clipboard stand on: a connection of their own, a window that is never shown, the
-/// server's time, and answers that are taken when they are there. Nothing here waits for the server but
-/// open(). Thread: one at a time; after open() always the agent's.
+/// The X connection of both sides of the clipboard: a separate connection, a window that is never mapped, the
+/// server's time, and asynchronous replies. Only open() waits for the server. Thread: one at a time; after
+/// open() always the agent's.
 class ClipboardLink {
 public:
-    using Reply = std::function<void(void const* reply)>; ///< null when there was an error instead
+    using Reply = std::function<void(void const* reply)>; ///< null if there was an error instead
     using Time = std::function<void(std::uint32_t time)>;
 
-    /// Null when the server cannot be reached. display: empty for $DISPLAY.
+    /// Null if the server cannot be reached.
+    /// display  empty for $DISPLAY
     static std::unique_ptr<ClipboardLink> open(std::string const& display);
     ~ClipboardLink();
     ClipboardLink(ClipboardLink const&) = delete;
@@ -46,18 +47,18 @@ public:
     std::shared_ptr<X11Connection> const& server() const { return connection; }
     ClipboardAtoms const& atoms() const { return names; }
     std::uint32_t window() const { return ownWindow; }
-    /// The event of a changed owner; 0 when the server does not tell.
+    /// The event of a changed owner; 0 without XFIXES.
     std::uint8_t ownerEvent() const { return changeEvent; }
-    /// How many bytes of a text go through the server at once.
+    /// Bytes of a text that are transferred at once.
     std::uint32_t pieceSize() const { return piece; }
 
-    /// Calls back with the reply to a question that was sent.
+    /// Calls `handler` with the reply to a request that was sent.
     void expect(unsigned sequence, Reply handler);
-    /// Calls back with the server's time.
+    /// Calls `handler` with the server's time.
     void askTime(Time handler);
-    /// Hands the replies that have come to those who expect them. False when there was none.
+    /// Passes arrived replies to their handlers. False if there were none.
     bool takeReplies();
-    /// A property of our window has changed.
+    /// Handles a change of a property of our window.
     void noteProperty(void const* event);
 
 private:

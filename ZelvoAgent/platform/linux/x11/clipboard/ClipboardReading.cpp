@@ -14,9 +14,9 @@ namespace zelvo {
 
 namespace {
 
-/// As long as the common toolkits wait for a program that has a selection.
+/// As long as the common toolkits wait for a selection owner.
 constexpr Duration maxSilence = 5s;
-/// One that gives a little now and then is not waited for for ever.
+/// Ends a reading that receives only a little now and then.
 constexpr Duration maxReading = 30s;
 
 std::string_view valueOf(xcb_get_property_reply_t const& reply)
@@ -32,7 +32,7 @@ ClipboardReading::ClipboardReading(std::shared_ptr<ClipboardLink> link, Clock& c
       ownWindow(xcb_generate_id(this->link->x()))
 {
     ClipboardLink const& server = *this->link;
-    // Inside of our other window, so that nobody who watches the screen's windows is told of it.
+    // A child of our other window, so that programs that watch the root's children get no event.
     std::uint32_t const events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(server.x(), 0, ownWindow, server.window(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       0, XCB_CW_EVENT_MASK, &events);
@@ -95,7 +95,7 @@ void ClipboardReading::askNext()
         end(false);
         return;
     }
-    // A time for each: the owner may be another one by now, and would not answer for an earlier time.
+    // A new time for each: by now the owner may be another one, which would refuse an earlier time.
     link->askTime([weak = weak_from_this()](std::uint32_t time) {
         auto const self = weak.lock();
         if (self && !self->over)
@@ -152,7 +152,7 @@ void ClipboardReading::noteOwner(void const* event)
         noteEndOfOwner();
 }
 
-/// The server tells requestors nothing. What the owner has put there before is there still.
+/// The server does not notify requestors. What the owner stored before is still there.
 void ClipboardReading::noteEndOfOwner()
 {
     hasOwnerEnded = true;
@@ -160,7 +160,7 @@ void ClipboardReading::noteEndOfOwner()
         end(false);
 }
 
-/// Asks for the next part of the property, which goes with its last part.
+/// Reads the next part of the property; reading the last part deletes it.
 void ClipboardReading::fetch()
 {
     isFetching = true;
@@ -238,7 +238,7 @@ void ClipboardReading::append(void const* raw)
 
 void ClipboardReading::waitForPiece()
 {
-    // It may have been put there before we knew that the one before was taken.
+    // The owner may have stored it before we knew that the last piece was taken.
     if (isFresh)
         fetch();
     else if (hasOwnerEnded)

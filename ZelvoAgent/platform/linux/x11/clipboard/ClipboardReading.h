@@ -13,8 +13,8 @@ namespace zelvo {
 
 class ClipboardLink;
 
-/// One reading of another program's text, in a window of its own: what comes late for one reading reaches no
-/// other. Asks for one form after the other until one is given. Thread: agent.
+/// One reading of another program's text. It has a separate window, so that a late answer reaches no other
+/// reading. Asks for one target after another until one succeeds. Thread: agent.
 class ClipboardReading : public std::enable_shared_from_this<ClipboardReading> {
 public:
     ClipboardReading(std::shared_ptr<ClipboardLink> link, Clock& clock);
@@ -23,21 +23,21 @@ public:
     ClipboardReading& operator=(ClipboardReading const&) = delete;
 
     void start();
-    /// Resumes when it is over.
+    /// Resumes when the reading is over.
     Task<> finished();
-    /// After it is over: the text; nothing when none was given.
+    /// After the end: the text; `nullopt` if there was none.
     std::optional<ClipboardBytes> take();
 
     std::uint32_t window() const { return ownWindow; }
     void noteAnswer(void const* event);
     void noteProperty(void const* event);
-    /// The clipboard has another owner, or none since its owner has ended.
+    /// The clipboard has a new owner, or none because its owner ended.
     void noteOwner(void const* event);
     bool isOver() const { return over; }
-    /// When it is to be given up, unless something comes.
+    /// When to give up unless something arrives.
     Instant deadline() const;
     void giveUp() { end(false); }
-    /// Takes the window away. What still comes for it reaches nobody.
+    /// Destroys the window. Later answers reach nobody.
     void close();
 
 private:
@@ -58,16 +58,16 @@ private:
     Instant lastSign;
     Instant latest;
     std::uint32_t ownWindow = 0;
-    std::size_t next = 0;         ///< the form that is asked for after this one
-    bool isAsked = false;         ///< that before has not been answered yet
-    std::uint32_t question = 0;   ///< the number of the request that asked
-    bool isOfFormerOwner = false; ///< who was asked has lost the clipboard, and still gives its text
+    std::size_t next = 0;         ///< the target to ask for next
+    bool isAsked = false;         ///< the last request is not answered yet
+    std::uint32_t question = 0;   ///< the sequence number of the request
+    bool isOfFormerOwner = false; ///< the asked program lost the clipboard but still delivers its text
     bool hasOwnerEnded = false;
     std::uint32_t offset = 0; ///< in the property, in units of four bytes
-    std::uint32_t type = 0;   ///< of the first piece
+    std::uint32_t type = 0;   ///< of the first part
     bool inPieces = false;
     bool isFetching = false;
-    bool isFresh = false; ///< the property was set since it was last looked at
+    bool isFresh = false; ///< the property was set since it was last read
     std::optional<ClipboardBytes> taken;
     AsyncCondition ended;
     bool over = false;

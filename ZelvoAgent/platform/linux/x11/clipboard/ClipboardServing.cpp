@@ -10,11 +10,11 @@ namespace zelvo {
 
 namespace {
 
-/// Conversions that are made at once; more are refused.
+/// Limits of MULTIPLE requests: conversions in each, and requests at a time.
 constexpr std::uint32_t maxPairs = 32;
 constexpr std::size_t maxLists = 32;
 
-/// The server's time comes round every 49 days, and so do the numbers of requests in the end.
+/// The server's time wraps around every 49 days, and so do sequence numbers eventually.
 bool isBefore(std::uint32_t time, std::uint32_t other)
 {
     return static_cast<std::int32_t>(time - other) < 0;
@@ -33,7 +33,7 @@ void ClipboardServing::take(std::shared_ptr<OfferedText const> text,
                             std::uint32_t time,
                             std::function<void(bool)> done)
 {
-    // From here on the server may send requests, before it says that it gave the selection.
+    // From now on the server may send requests, even before it confirms the selection.
     offered = std::move(text);
     since = time;
     claim = xcb_set_selection_owner(link.x(), link.window(), link.atoms().clipboard, time).sequence;
@@ -56,8 +56,8 @@ std::vector<std::uint32_t> ClipboardServing::forms() const
 void ClipboardServing::noteClear(void const* event)
 {
     auto const& clear = *static_cast<xcb_selection_clear_event_t const*>(event);
-    // One that was on its way when the selection was taken anew says nothing about now. Times would not tell:
-    // two programs may take it within one millisecond.
+    // An event sent before we took the selection again is out of date. Times do not show that: two programs
+    // may take the selection within one millisecond.
     bool const isOfNow = !isBefore(static_cast<xcb_generic_event_t const*>(event)->full_sequence, claim);
     if (clear.selection == link.atoms().clipboard && clear.owner == link.window() && isOfNow)
         offered.reset();
@@ -127,10 +127,10 @@ void ClipboardServing::giveNumbers(ClipboardPlace place,
                         static_cast<std::uint32_t>(numbers.size()), numbers.data());
 }
 
-/// The list of what is wanted stands in the property.
+/// The property contains the list of conversions.
 void ClipboardServing::convertSeveral(Asked asked)
 {
-    // Where no property was named there is no list either.
+    // A request without a property has no list.
     if (listsAsked >= maxLists || asked.property == link.atoms().multiple) {
         answer(asked, false);
         return;
@@ -149,8 +149,8 @@ void ClipboardServing::convertSeveral(Asked asked)
     });
 }
 
-/// Notes in the list what could not be given: by the convention's letter in the place of the form, by the
-/// toolkits' habit in that of the property.
+/// Marks failed conversions in the list: by convention in place of the target, by the toolkits' habit in
+/// place of the property.
 bool ClipboardServing::convertPairs(Asked const& asked, std::vector<AtomPair> pairs)
 {
     std::vector<std::uint32_t> results;
@@ -166,7 +166,7 @@ bool ClipboardServing::convertPairs(Asked const& asked, std::vector<AtomPair> pa
 
 void ClipboardServing::answer(Asked const& asked, bool given)
 {
-    // The server sends 32 bytes, whatever the event.
+    // The server sends 32 bytes for every event.
     union {
         xcb_selection_notify_event_t notify;
         char whole[32];

@@ -9,17 +9,18 @@
 
 namespace zelvo {
 
-/// The owner's side of the clipboard: takes the selection and gives the text to those who ask.
-/// Thread: agent.
+/// The owner's side of the clipboard: takes the selection and converts the text for requestors. Thread:
+/// agent.
 class ClipboardServing {
 public:
     ClipboardServing(ClipboardLink& link, Clock& clock) : link(link), open(link, clock) {}
 
-    /// Takes the selection for a text. done: whether the server gave it.
+    /// Takes the selection for a text.
+    /// done  whether the server granted it
     void own(std::shared_ptr<OfferedText const> text, std::function<void(bool)> done);
-    /// What is given to those who ask; null when another program has the selection.
+    /// The text that is offered; null if another program has the selection.
     std::shared_ptr<OfferedText const> const& text() const { return offered; }
-    /// The forms that it is given in.
+    /// The targets that it is offered in.
     std::vector<std::uint32_t> forms() const;
 
     void noteRequest(void const* event);
@@ -46,8 +47,8 @@ private:
     ClipboardLink& link;
     ClipboardTransfers open;
     std::shared_ptr<OfferedText const> offered;
-    std::uint32_t since = 0; ///< the server's time when the selection became ours
-    std::uint32_t claim = 0; ///< the number of the request that took it
+    std::uint32_t since = 0; ///< the server's time when we took the selection
+    std::uint32_t claim = 0; ///< the sequence number of the request that took it
     std::size_t listsAsked = 0;
 };
 

@@ -34,7 +34,8 @@ bool ClipboardTransfers::begin(ClipboardPlace place,
     return true;
 }
 
-/// Who takes nothing of it for long, again and again, could else keep every text that was ever there.
+/// Without a limit, a program that takes its text slowly, again and again, could keep every text that was
+/// ever copied.
 void ClipboardTransfers::makeRoomFor(std::shared_ptr<OfferedText const> const& text)
 {
     std::vector<OfferedText const*> others; // the oldest first, as in `open`
@@ -99,7 +100,7 @@ std::optional<Instant> ClipboardTransfers::nextEnd() const
     return std::ranges::min_element(open, {}, &Transfer::ends)->ends;
 }
 
-/// A window that nothing goes to any more need not be watched.
+/// Stops watching a window without transfers.
 void ClipboardTransfers::forget(std::uint32_t window)
 {
     if (std::ranges::none_of(open, [&](Transfer const& each) { return each.place.window == window; }))
@@ -108,7 +109,7 @@ void ClipboardTransfers::forget(std::uint32_t window)
 
 void ClipboardTransfers::watch(std::uint32_t window, bool on)
 {
-    // Whoever asks may name any window. Ours are watched anyway, and for more than this.
+    // A request may name any window. Our own are watched anyway, for more than this.
     if (link.server()->clientOf(window) == link.server()->clientOf(link.window()))
         return;
     std::uint32_t const events =

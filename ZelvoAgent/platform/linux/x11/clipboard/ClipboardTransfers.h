@@ -13,15 +13,16 @@ namespace zelvo {
 
 class ClipboardLink;
 
-/// Where a program wants a text put.
+/// The property that a program wants a text in.
 struct ClipboardPlace {
     std::uint32_t window = 0;
     std::uint32_t property = 0;
     bool operator==(ClipboardPlace const&) const = default;
 };
 
-/// The long texts that are on their way to other programs, a piece at a time: each piece waits until the one
-/// before was taken. One that is not taken for 30 s, or whose window goes, is dropped. Thread: agent.
+/// Long texts that are transferred to other programs in pieces (INCR): each piece waits until the requestor
+/// has taken the one before. A transfer that makes no progress for 30 s, or whose window is destroyed, is
+/// dropped. Thread: agent.
 class ClipboardTransfers {
 public:
     /// More at once are refused.
@@ -31,18 +32,18 @@ public:
 
     ClipboardTransfers(ClipboardLink& link, Clock& clock) : link(link), clock(clock) {}
 
-    /// Begins one; it stands in the place of one to the same property. bytes: a part of `text`, which is kept
-    /// as long as it takes. False when there are too many.
+    /// Starts a transfer; replaces one to the same property. False if there are too many.
+    /// bytes  a part of `text`, which is kept for the transfer
     bool begin(ClipboardPlace place,
                std::uint32_t type,
                std::shared_ptr<OfferedText const> text,
                std::string_view bytes);
-    /// Somebody's window has changed: the next piece goes when the last one was taken.
+    /// A property of another window changed: sends the next piece if the last one was taken.
     void noteProperty(void const* event);
     void noteGone(std::uint32_t window);
-    /// Drops those whose time is over.
+    /// Drops transfers whose time is over.
     void dropSilent();
-    /// When the next one's time is over; nothing without any.
+    /// The next time limit; `nullopt` if there is no transfer.
     std::optional<Instant> nextEnd() const;
     std::size_t count() const { return open.size(); }
 
@@ -59,7 +60,7 @@ private:
     void drop(Condition isOver);
     void watch(std::uint32_t window, bool on);
     void forget(std::uint32_t window);
-    /// True when it was the last piece.
+    /// True if that was the last piece.
     bool sendNext(Transfer& transfer);
 
     ClipboardLink& link;

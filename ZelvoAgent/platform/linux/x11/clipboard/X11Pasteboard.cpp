@@ -10,7 +10,7 @@ namespace zelvo {
 
 namespace {
 
-/// A shorter text is converted where it is; a hop to the workers would take longer.
+/// Shorter texts are converted in place; a hop to the workers would take longer.
 constexpr std::size_t worthAHop = 64 << 10;
 
 } // namespace

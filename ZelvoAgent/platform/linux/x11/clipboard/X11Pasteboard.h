@@ -13,13 +13,14 @@ namespace zelvo {
 
 class ClipboardEngine;
 
-/// The CLIPBOARD selection, as owner and as requestor, on a connection of its own. The change counter counts
-/// what the server tells of new owners; a clipboard manager that takes the selection over is none, since it
-/// keeps what another program has put there. Without an X server there is no text and no change.
+/// The CLIPBOARD selection, as owner and as requestor, on a separate connection. The change counter counts
+/// new owners; a clipboard manager that takes over does not count, since it keeps another program's text.
+/// Without an X server there is no text and no change.
 /// Thread: any; everything runs on the agent's, conversions on the workers.
 class X11Pasteboard final : public Pasteboard {
 public:
-    /// Asks the server a few questions and waits for the answers. display: empty for $DISPLAY.
+    /// Blocks for a few round trips.
+    /// display  empty for $DISPLAY
     X11Pasteboard(Contexts contexts, Clock& clock, std::string const& display = {});
     ~X11Pasteboard() override;
 
