@@ -9,7 +9,7 @@ namespace zelvo::files {
 
 namespace {
 
-/// Bytes of one call; few enough to stay in the cache between being cleared and being filled.
+/// Bytes per call; few enough to stay in the cache between clearing and reading.
 constexpr std::size_t bytesAtOnce = 256u << 10;
 
 } // namespace
@@ -31,7 +31,7 @@ bool readUpTo(int file, std::size_t atMost, std::string& content)
 {
     while (atMost > 0) {
         std::size_t const before = content.size();
-        // What was reserved is used up before more is asked for, which would copy all of it.
+        // Use the reserved capacity before growing, which would copy everything.
         std::size_t const reserved = content.capacity() - before;
         content.resize(before + std::min({atMost, bytesAtOnce, reserved > 0 ? reserved : bytesAtOnce}));
         ssize_t const count = ::read(file, content.data() + before, content.size() - before);

@@ -29,8 +29,8 @@ Identity identityIn(struct stat const& facts)
             .changedNs = std::int64_t(facts.st_mtim.tv_sec) * 1'000'000'000 + facts.st_mtim.tv_nsec};
 }
 
-/// Hidden, so that it is never taken for a file of its own, and with our process id, so that leftovers can be
-/// told.
+/// Hidden, so that it is never mistaken for a stored file, and with our process id, so that leftovers can be
+/// recognised.
 fs::path temporaryBeside(fs::path const& path)
 {
     static std::atomic<unsigned> last{0};
@@ -39,7 +39,7 @@ fs::path temporaryBeside(fs::path const& path)
     return path.parent_path() / name;
 }
 
-/// Writes and syncs a new file; its identity, or nothing with errno set.
+/// Writes and syncs a new file and returns its identity; `nullopt` with errno set on failure.
 std::optional<Identity> writeNew(fs::path const& path, std::string_view content)
 {
     UniqueFd const file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
@@ -50,7 +50,7 @@ std::optional<Identity> writeNew(fs::path const& path, std::string_view content)
     return identityIn(facts);
 }
 
-/// The process id in the name of a temporary file; nothing for any other name.
+/// The process id in the name of a temporary file; `nullopt` for any other name.
 std::optional<pid_t> writerOf(std::string_view name)
 {
     if (!name.starts_with('.') || !name.ends_with(temporarySuffix))
@@ -77,7 +77,7 @@ std::optional<Identity> identityOf(fs::path const& path)
 std::optional<Read> read(fs::path const& path, std::size_t limit)
 {
     if (!identityOf(path))
-        return std::nullopt; // Merely opening a device or a pipe can do things.
+        return std::nullopt; // Opening a device or a pipe may have side effects.
     UniqueFd const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat facts{};
     if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) ||

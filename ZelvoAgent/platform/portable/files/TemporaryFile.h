@@ -10,28 +10,28 @@
 
 namespace zelvo {
 
-/// A file in a folder that is gone with this object, or with the process, unless it took its place. It has no
-/// name until then; where the file system can't do that it has a hidden one, which a killed process leaves
-/// behind. All calls tell failure by false with errno set. Thread: one at a time.
+/// A file in a folder that disappears with this object or the process, unless it replaces another file. It
+/// has no name until then; on file systems without O_TMPFILE it has a hidden name, and a killed process
+/// leaves it behind. Calls return false on failure, with errno set. Thread: one at a time.
 class TemporaryFile {
 public:
     /// folder  a descriptor, of any kind, that outlives this object
-    /// mode    less what the umask takes
+    /// mode    before the umask
     TemporaryFile(int folder, mode_t mode);
     TemporaryFile(TemporaryFile const&) = delete;
     TemporaryFile& operator=(TemporaryFile const&) = delete;
     ~TemporaryFile();
 
-    /// Was it made?
+    /// Whether it was created.
     explicit operator bool() const { return bool(file); }
     bool write(std::string_view content);
-    /// For writing in another way; -1 when it was not made.
+    /// For other kinds of writing; -1 if it was not created.
     int descriptor() const { return file.get(); }
-    /// Takes over what an old file in the folder lets others do: its permission bits, group and access list.
-    /// Where one of the two can't be taken over, the group's bits are at most those of everybody.
+    /// Copies the rights of an old file in the folder: its permission bits, group and access list. If the
+    /// group or the list can't be copied, the group gets at most everybody's bits.
     bool takeRights(std::string const& old, struct stat const& facts);
     bool sync();
-    /// Takes the place of a file or a link of that name in the folder, in one step.
+    /// Atomically replaces a file or link with that name in the folder.
     bool rename(std::string const& next);
 
 private:
@@ -41,7 +41,7 @@ private:
     bool giveRandomName();
 
     int const folder;
-    std::string name; // the hidden one; empty without one
+    std::string name; // the hidden name, if any
     UniqueFd file;
 };
 

@@ -26,13 +26,13 @@ std::string randomName()
     return ".zelvo-" + digits + ".part";
 }
 
-/// Of what is open: by it a file can be given a name.
+/// A path to an open file, for linkat.
 std::string pathOf(int file)
 {
     return "/proc/self/fd/" + std::to_string(file);
 }
 
-/// No descriptor where the file system or a sandbox does not have it.
+/// No descriptor if the file system or a sandbox does not support it.
 UniqueFd openNameless(int folder, mode_t mode)
 {
     UniqueFd file(::openat(folder, ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, mode));
@@ -81,7 +81,7 @@ bool TemporaryFile::takeGroup(gid_t group)
            ::fchown(file.get(), uid_t(-1), group) == 0;
 }
 
-/// With a list the group's bits are those of its mask. True when there is none.
+/// With an access list, the group's permission bits are its mask. True if there is no list.
 bool TemporaryFile::takeAccessList(std::string const& old)
 {
     constexpr char const* key = "system.posix_acl_access";
@@ -103,7 +103,7 @@ bool TemporaryFile::giveName(std::string const& wanted)
     return ::linkat(AT_FDCWD, pathOf(file.get()).c_str(), folder, wanted.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-/// For the moment until it takes another's place: only what has a name can.
+/// For the moment before it replaces another file, because rename() needs a name.
 bool TemporaryFile::giveRandomName()
 {
     std::string random;

@@ -32,7 +32,7 @@ auto atHome(Handler handler)
     };
 }
 
-/// What waits does not hold the session: a loop that ends in the middle then leaves nothing behind.
+/// A pending receive does not own the session, so a loop that ends early leaves nothing behind.
 Task<WebSocketMessage> receiveFrom(std::shared_ptr<BeastSession> session)
 {
     auto start = [session = std::move(session)](auto handler) mutable {

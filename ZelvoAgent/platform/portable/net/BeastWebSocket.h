@@ -5,10 +5,10 @@
 
 namespace zelvo {
 
-/// Opens ws and wss sockets. Certificates are checked against the system's store (SSL_CERT_FILE and
-/// SSL_CERT_DIR count) and the host's name; TLS 1.2 at least. The proxy variables count for both
-/// (ProxyChoice.h). Redirects are not followed. Thread: any. The sockets work on `contexts.agent`, which must
-/// be one thread, and read certificates on the workers.
+/// Opens ws and wss sockets. Certificates are checked against the system's store (or SSL_CERT_FILE and
+/// SSL_CERT_DIR) and the host's name; TLS 1.2 at least. The proxy variables apply to both (ProxyChoice.h).
+/// Redirects are not followed. Thread: any. The sockets run on `contexts.agent`, which must be one thread,
+/// and read certificates on the workers.
 class BeastWebSocketOpener final : public WebSocketOpener {
 public:
     explicit BeastWebSocketOpener(Contexts contexts);

@@ -15,7 +15,7 @@
 
 namespace zelvo {
 
-/// The calls under way, so that all can be stopped; what comes after that is stopped at once.
+/// The running calls, so that all can be stopped; calls added later stop at once.
 /// Thread: any.
 class CurlHttpLoading::Transfers {
 public:
@@ -63,7 +63,7 @@ Task<HttpResponse> performOn(Executor workers, std::shared_ptr<CurlTransfer> tra
                 failure = std::current_exception();
             }
             auto const home = asio::get_associated_executor(handler);
-            // Moved, so that the worker is not the last to let go of it.
+            // Moved, so that the worker is not the last owner.
             asio::post(home, [slot, failure = std::move(failure), response = std::move(response),
                               handler = std::move(handler)]() mutable {
                 if (slot.is_connected())

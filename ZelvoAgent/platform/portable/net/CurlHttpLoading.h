@@ -7,9 +7,9 @@
 
 namespace zelvo {
 
-/// HTTP calls by libcurl; each holds one worker until it is over. The system's certificate store
-/// (SSL_CERT_FILE and SSL_CERT_DIR count) and the proxy variables are honoured. Calls under way fail with
-/// `cancelled` when this goes. Thread: any.
+/// HTTP calls with libcurl; each occupies one worker until it ends. Uses the system's certificate store (or
+/// SSL_CERT_FILE and SSL_CERT_DIR) and the proxy variables. Running calls fail with `cancelled` when this
+/// object is destroyed. Thread: any.
 class CurlHttpLoading final : public HttpLoading {
 public:
     explicit CurlHttpLoading(Contexts contexts);

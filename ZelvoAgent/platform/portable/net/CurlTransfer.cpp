@@ -41,8 +41,8 @@ HeaderList headerList(HttpRequest const& request)
 {
     constexpr std::string_view lineEnds("\r\n\0", 3);
     HeaderList list;
-    addHeader(list, "Expect:");       // No waiting for "100 Continue".
-    addHeader(list, "Content-Type:"); // Only what the caller says.
+    addHeader(list, "Expect:");       // Do not wait for "100 Continue".
+    addHeader(list, "Content-Type:"); // Only if the caller sets it.
     for (auto const& [name, value] : request.headers) {
         if (name.find_first_of(lineEnds) != std::string::npos ||
             value.find_first_of(lineEnds) != std::string::npos)
@@ -80,7 +80,7 @@ Kind kindOf(CURLcode code, long osError)
     }
 }
 
-/// The limits and the head of a request whose body is a file.
+/// The limits and headers of a request whose body is a file.
 HttpRequest requestOf(HttpUpload const& upload)
 {
     HttpRequest request;
@@ -125,14 +125,13 @@ HttpResponse CurlTransfer::perform()
     long status = 0;
     curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
     response.status = static_cast<int>(status);
-    if (!isHeadComplete) // libcurl takes a head that breaks off for a whole one.
+    if (!isHeadComplete) // libcurl accepts a truncated head.
         throw NetworkFailure{Kind::lost, "the answer ended in its head"};
     assertWholeFileWent(easy.get());
     return std::move(response);
 }
 
-/// A server may answer as soon as it likes, and may refuse early. What it calls a success is none without
-/// the whole file.
+/// A server may respond early, and may refuse early. A success without the whole file counts as a failure.
 void CurlTransfer::assertWholeFileWent(CURL* easy) const
 {
     constexpr int successes = 2;
@@ -206,11 +205,11 @@ void CurlTransfer::prepareCertificates(CURL* easy)
         curl_easy_setopt(easy, CURLOPT_CAPATH, folder);
         if (!file || !*file)
             curl_easy_setopt(easy, CURLOPT_CAINFO,
-                             nullptr); // A folder takes the place of libcurl's own bundle.
+                             nullptr); // A folder replaces libcurl's own bundle.
     }
 }
 
-/// Gives CURLE_OPERATION_TIMEDOUT when the time is over, CURLE_ABORTED_BY_CALLBACK when stopped.
+/// Returns CURLE_OPERATION_TIMEDOUT at a time-out, CURLE_ABORTED_BY_CALLBACK if stopped.
 CURLcode CurlTransfer::runToEnd(CURL* easy)
 {
     touch();
@@ -260,7 +259,7 @@ NetworkFailure CurlTransfer::failureOfCode(CURL* easy, CURLcode code) const
         return {Kind::other, excess};
     long osError = 0;
     curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osError);
-    // libcurl's detailed texts name host and port at most, never a header or a body.
+    // libcurl's detailed texts contain host and port at most, never a header or a body.
     bool const hasDetail = errorText[0] != '\0' && code != CURLE_URL_MALFORMAT;
     return {kindOf(code, osError), hasDetail ? errorText : curl_easy_strerror(code)};
 }
@@ -278,8 +277,8 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t one, std::size_t coun
     return bytes;
 }
 
-/// Is given each line, and an empty one at the end of every head: there may be several, interim ones first.
-/// Lines that follow a body in chunks come here too; those libcurl takes without end.
+/// Receives each header line, and an empty one at the end of every head: there may be several, interim ones
+/// first. Trailers of a chunked body arrive here too; libcurl does not limit those.
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t one, std::size_t count, void* self)
 {
     auto& transfer = *static_cast<CurlTransfer*>(self);

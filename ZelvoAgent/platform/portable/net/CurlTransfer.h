@@ -21,7 +21,7 @@ struct ListCleanup {
     void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
 };
 
-/// One HTTP call by libcurl, carried out by the worker that runs it. Used once.
+/// One HTTP call with libcurl, performed on the calling worker. Used once.
 class CurlTransfer {
 public:
     explicit CurlTransfer(HttpRequest request);
@@ -29,7 +29,7 @@ public:
     CurlTransfer(CurlTransfer const&) = delete;
     CurlTransfer& operator=(CurlTransfer const&) = delete;
 
-    /// Blocks until the call is over. Throws NetworkFailure.
+    /// Blocks until the call ends. Throws NetworkFailure.
     HttpResponse perform();
     /// Ends the call soon. Thread: any.
     void stop();
@@ -38,12 +38,12 @@ private:
     using HeaderList = std::unique_ptr<curl_slist, ListCleanup>;
     using SteadyTime = std::chrono::steady_clock::time_point;
 
-    /// What a request with a body in memory does not have.
+    /// The file that is the request's body.
     struct Upload {
         std::filesystem::path path;
         std::int64_t bytes = 0;
         std::function<bool(std::int64_t)> onProgress;
-        std::optional<UploadFile> file; ///< once it is open
+        std::optional<UploadFile> file; ///< set once it is open
     };
 
     void prepare(CURL* easy, HeaderList const& headers);
@@ -71,9 +71,9 @@ private:
     SteadyTime lastByte;
     curl_off_t moved = 0;      ///< bytes of bodies, both ways
     curl_off_t sent = 0;       ///< bytes of our body
-    std::size_t headBytes = 0; ///< of all heads and of the lines behind the body
+    std::size_t headBytes = 0; ///< of all heads and of the trailers
     bool isHeadComplete = false;
-    char const* excess = nullptr; ///< what of the answer was too long
+    char const* excess = nullptr; ///< the part of the response that was too long
     char errorText[CURL_ERROR_SIZE] = {};
 };
 

@@ -10,7 +10,7 @@ std::span<char> MessageAssembly::room(std::size_t announced)
     intoBlock = used == 0 || announced <= blockBytes;
     if (intoBlock)
         return block;
-    // Reserving what was announced spares the copies of growing, and untouched memory costs nothing.
+    // Reserving the announced size avoids copies, and untouched memory costs nothing.
     text.reserve(used + announced);
     text.resize(used + std::min(announced, stepBytes));
     return std::span(text).subspan(used);

@@ -7,17 +7,18 @@
 
 namespace zelvo {
 
-/// The message that is being read. A small one is read into a lasting block and copied out once; a large one
-/// is read straight into the text that is handed on, which takes memory only as bytes really come: a peer
-/// that announces much and sends little costs little.
+/// The message that is being read. A small one is read into a reused block and copied once. A large one is
+/// read directly into the resulting text, which uses memory only as bytes arrive: a peer that announces much
+/// and sends little costs little.
 class MessageAssembly {
 public:
-    /// Where the next bytes go. `announced` is how many the present frame still has, as far as it is known.
+    /// Room for the next bytes. `announced` is the number of bytes left in the current frame, as far as it is
+    /// known.
     std::span<char> room(std::size_t announced);
-    /// `count` bytes of the last room() were filled.
+    /// `count` bytes of the last room() are filled.
     void filled(std::size_t count);
     std::size_t size() const { return used; }
-    /// The message as it stands; the next one starts empty.
+    /// The complete message; the next one starts empty.
     std::string take();
 
 private:

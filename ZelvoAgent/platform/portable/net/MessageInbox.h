@@ -14,11 +14,10 @@ public:
     static constexpr std::size_t maxMessages = 64;
     static constexpr std::size_t maxBytes = std::size_t{320} << 20;
 
-    /// True when a message that has `bytes` so far may go on growing. An empty inbox takes a message of any
-    /// size.
+    /// True if a message with `bytes` so far may grow further. An empty inbox accepts a message of any size.
     bool hasRoomFor(std::size_t bytes) const;
     void put(WebSocketMessage message);
-    /// The oldest message; nothing when there is none.
+    /// The oldest message; `nullopt` if there is none.
     std::optional<WebSocketMessage> take();
 
 private:

@@ -6,11 +6,11 @@
 
 namespace zelvo {
 
-/// What an errno of a socket means for the link.
+/// The kind of failure for a socket's errno.
 NetworkFailure::Kind failureKindOfErrno(int error);
 
-/// What an error of a socket, of the name service or of TLS means for the link. The text is the system's; it
-/// holds nothing that we sent.
+/// The failure for an error of a socket, the name service or TLS. The text is the system's and contains
+/// nothing that we sent.
 NetworkFailure failureOf(boost::system::error_code const& error);
 
 } // namespace zelvo

@@ -10,18 +10,18 @@
 
 namespace zelvo {
 
-/// The pings that wait to be sent or answered. Each carries a number as its payload; a pong answers the ping
-/// of its number and those before it, since a peer may answer only the latest.
+/// The pings that wait to be sent or answered. Each has a number as its payload; a pong answers the ping with
+/// its number and all before it, because a peer may answer only the latest.
 class PendingPings {
 public:
     using OnPong = std::function<void(bool ok)>;
 
     void add(OnPong onPong);
-    /// The payload of the next ping to send; nothing when all are sent.
+    /// The payload of the next ping to send; `nullopt` if all are sent.
     std::optional<std::string> nextToSend();
-    /// Who is to be told of a pong, oldest first. None for a pong that answers no ping of ours.
+    /// The callbacks of the pings that a pong answers, oldest first; empty if it answers none of ours.
     std::vector<OnPong> answeredBy(std::string_view pongPayload);
-    /// All that wait, oldest first; none waits afterwards.
+    /// Removes and returns the callbacks of all pings, oldest first.
     std::vector<OnPong> takeAll();
 
 private:

@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// The port that a text of digits names, 1 to 65535; nothing for any other text.
+/// The port in a text of digits, 1 to 65535; `nullopt` for any other text.
 std::optional<std::uint16_t> parsePort(std::string_view digits);
 
 } // namespace zelvo

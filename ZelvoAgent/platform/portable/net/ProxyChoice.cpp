@@ -75,7 +75,7 @@ bool namesHost(std::string_view entry, std::string const& host)
     return name.size() == domain.size() || name[name.size() - domain.size() - 1] == '.';
 }
 
-/// Takes ":port" off an entry that has one; nothing when it has none. A bare IPv6 address has no port.
+/// Removes ":port" from an entry; `nullopt` if it has none. A bare IPv6 address has no port.
 std::optional<std::uint16_t> takePort(std::string_view& entry)
 {
     auto const colon = entry.rfind(':');
@@ -99,7 +99,7 @@ std::optional<std::string> firstOf(EnvironmentLookup const& lookup, std::initial
 Proxy parseProxy(std::string const& text)
 {
     bool const hasScheme = text.find("://") != std::string::npos;
-    std::string const full = hasScheme ? text : "http://" + text; // Lives as long as the view of it.
+    std::string const full = hasScheme ? text : "http://" + text; // Must outlive the view of it.
     auto const url = boost::urls::parse_uri(full);
     auto const port = url ? parsePort(url->port()) : std::nullopt;
     if (!url || (!port && !url->port().empty()) || url->host_address().empty())

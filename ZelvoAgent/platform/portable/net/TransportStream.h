@@ -22,11 +22,11 @@
 
 namespace zelvo {
 
-/// The bytes below a WebSocket. One type for plain TCP and TLS, so that the WebSocket code exists once.
-///
-/// The head of the answer to the upgrade is read here, and only the head: its status is known even when the
-/// body of a refusal never ends. From then on reads and writes go straight through. Thread: that of the
-/// executor. Included by BeastSession.cpp only.
+/// The byte stream below a WebSocket: TCP, or TLS over it. One type for both, so that the WebSocket code is
+/// compiled once.
+/// The head of the response to the upgrade is read here, and only the head: its status is known even if the
+/// body of a refusal never ends. From then on reads and writes pass through. Thread: the executor's. Included
+/// by BeastWebSocket.cpp only.
 class TransportStream : public Transport {
 public:
     using executor_type = Executor;
@@ -106,8 +106,7 @@ private:
     template <class Buffers>
     std::size_t copyOut(Buffers const& into)
     {
-        // The head is served by itself: what follows it is frames and must not get into the reading of the
-        // head.
+        // Serve the head alone: the bytes after it are frames and must not be parsed as part of the head.
         std::size_t const end = served < *head ? *head : received.size();
         std::size_t const count =
             asio::buffer_copy(into, asio::buffer(received.data() + served, end - served));
@@ -149,8 +148,8 @@ private:
         co_return ErrorCode{};
     }
 
-    /// Says goodbye and drains what the peer still sends: closing over unread bytes would reset the
-    /// connection, and the peer would lose our close frame. Whoever listens to onTearDown bounds its time by
+    /// Closes gracefully and drains what the peer still sends: closing with unread bytes would reset the
+    /// connection, and the peer would lose our close frame. The owner of onTearDown limits the time with
     /// close().
     Task<> tearDown()
     {
@@ -166,8 +165,8 @@ private:
         close();
     }
 
-    std::optional<std::size_t> head; ///< length of the answer's head, once it is there
-    std::string received;            ///< the head and what came with it, until all is served
+    std::optional<std::size_t> head; ///< length of the response head, once it is complete
+    std::string received;            ///< the head and what arrived with it, until all is served
     std::size_t served = 0;
 };
 

@@ -27,7 +27,7 @@ std::string systemWords()
 
 UploadFile::UploadFile(std::filesystem::path const& path, std::int64_t bytes) : bytes(bytes)
 {
-    // A pipe in the file's place would wait for its writer.
+    // O_NONBLOCK: a pipe with that name would block until it has a writer.
     file = UniqueFd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat facts{};
     if (!file || ::fstat(file.get(), &facts) != 0)
@@ -52,7 +52,7 @@ std::optional<std::size_t> UploadFile::read(char* to, std::size_t room)
         return std::nullopt;
     }
     given += count;
-    // The last bytes are held back when the server would take them for the end of another file.
+    // If the file changed, keep its last bytes back, or the server would accept a mixture as complete.
     if (count == 0 || (isAtEnd() && !keepsItsSize())) {
         reason = "the file changed while it went out";
         return std::nullopt;

@@ -10,8 +10,8 @@
 
 namespace zelvo {
 
-/// A file on its way to a server that was told its size: a regular file, which must keep to that size until
-/// its last byte is read. Thread: one at a time; blocks for the disk.
+/// A file that is uploaded with an announced size: a regular file that must keep this size until its last
+/// byte is read. Thread: one at a time; blocks for the disk.
 class UploadFile {
 public:
     /// Throws NetworkFailure.
@@ -19,9 +19,10 @@ public:
 
     std::int64_t size() const { return bytes; }
     bool isAtEnd() const { return given == bytes; }
-    /// Up to `room` of the next bytes; 0 at the end. Nothing when it failed: `failure()` then says why.
+    /// Reads up to `room` of the next bytes; 0 at the end. `nullopt` on failure: `failure()` gives the
+    /// reason.
     std::optional<std::size_t> read(char* to, std::size_t room);
-    /// Without the file's name.
+    /// Does not contain the file's name.
     std::string const& failure() const { return reason; }
 
 private:

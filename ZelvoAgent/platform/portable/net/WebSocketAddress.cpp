@@ -23,8 +23,8 @@ std::string targetOf(boost::urls::url_view const& url)
     return target;
 }
 
-/// True for names and addresses. What else a URL's escapes can bring, a line break for instance, must not get
-/// into the head of a request.
+/// True for names and addresses. Other characters from a URL's escapes, a line break for instance, must not
+/// get into a request head.
 bool isPlainHost(std::string_view host)
 {
     constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_:";
@@ -60,7 +60,7 @@ WebSocketAddress parseWebSocketAddress(std::string_view url)
     address.host = parsed->host_address();
     if (!isPlainHost(address.host))
         throw NetworkFailure{NetworkFailure::Kind::other, "the address names no host"};
-    // Boost 1.81 takes a port modulo 65536, and what stands in a port's place as a path.
+    // Boost 1.81 reads a port modulo 65536, and takes other text in its place as a path.
     bool const hasPort = parsed->has_port() && !parsed->port().empty();
     auto const usual = address.secure ? securePort : plainPort;
     auto const port = hasPort ? parsePort(parsed->port()) : usual;

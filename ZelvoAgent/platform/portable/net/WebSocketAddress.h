@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// Where a WebSocket leads, read from its URL.
+/// The parts of a WebSocket URL.
 struct WebSocketAddress {
     bool secure = false;
     std::string host; ///< a name or an IP address, an IPv6 one without brackets
@@ -14,15 +14,15 @@ struct WebSocketAddress {
     std::string target; ///< path and query, never empty
     bool operator==(WebSocketAddress const&) const = default;
 
-    /// `host` as it stands in front of a port: an IPv6 address in brackets.
+    /// `host` in the form used before a port: an IPv6 address in brackets.
     std::string bracketedHost() const;
-    /// "host:port", the form of a proxy's CONNECT.
+    /// "host:port", as in a CONNECT request.
     std::string authority() const;
-    /// The Host header: the port is left out when it is the scheme's own.
+    /// The Host header: without the port if it is the scheme's default.
     std::string hostHeader() const;
 };
 
-/// Throws NetworkFailure, without the URL in its text, when it is no ws or wss URL with a host.
+/// Throws NetworkFailure, without the URL in its text, if it is not a ws or wss URL with a host.
 WebSocketAddress parseWebSocketAddress(std::string_view url);
 
 } // namespace zelvo

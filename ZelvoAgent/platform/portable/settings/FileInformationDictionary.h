@@ -8,17 +8,17 @@
 
 namespace zelvo {
 
-/// The JSON object in a file, read once. A file that is missing or broken is an empty dictionary.
+/// The JSON object in a file, read once. A missing or malformed file is an empty dictionary.
 class FileInformationDictionary final : public InformationDictionary {
 public:
-    /// The packaging's file: `Info.json` beside the executable, else `../share/zelvo-agent/Info.json` from
-    /// there.
+    /// The packaging's file: `Info.json` beside the executable, else `../share/zelvo-agent/Info.json`
+    /// relative to it.
     FileInformationDictionary();
     explicit FileInformationDictionary(std::filesystem::path const& file);
 
     std::optional<std::string> text(std::string_view key) const override;
 
-    /// Where the packaging's file stands for an executable in a folder.
+    /// The packaging's file for an executable in this folder.
     static std::filesystem::path fileFor(std::filesystem::path const& executableFolder);
 
 private:

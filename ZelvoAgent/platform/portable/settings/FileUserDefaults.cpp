@@ -78,7 +78,7 @@ public:
         std::move(resume)();
     }
 
-    /// Writes what is set and not yet written, on the calling thread.
+    /// Writes all values that are set and not yet written, on the calling thread.
     void writeRound()
     {
         std::scoped_lock guard(disk);
@@ -91,9 +91,9 @@ public:
 private:
     struct Entry {
         std::optional<std::string> content;
-        bool isKnown = false;                // content stands for the file in the state `seen`
-        std::optional<files::Identity> seen; // nothing: there was no file
-        std::uint64_t setNumber = 0;         // of the value that is not on disk yet; 0 when there is none
+        bool isKnown = false;                // content belongs to the state `seen`
+        std::optional<files::Identity> seen; // `nullopt`: there was no file
+        std::uint64_t setNumber = 0;         // of the value that is not on disk yet; 0 if there is none
     };
     struct Change {
         std::string key;
@@ -111,14 +111,14 @@ private:
 
     std::filesystem::path pathOf(std::string_view key) const { return folder / (std::string(key) + ".json"); }
 
-    /// Takes over what stands in the file when it is not what was seen last.
+    /// Reads the file again if its state differs from the last one.
     static void refresh(Entry& entry, std::filesystem::path const& path)
     {
         auto const now = files::identityOf(path);
         if (entry.isKnown && now == entry.seen)
             return;
         auto read = now ? files::read(path, maxFile) : std::nullopt;
-        // What could not be opened may be readable the next time without having changed.
+        // A file that could not be opened may become readable without a change of state.
         entry.isKnown = read || !now;
         entry.seen = read ? std::optional(read->identity) : std::nullopt;
         entry.content = read ? std::optional(std::move(read->content)) : std::nullopt;
@@ -154,7 +154,7 @@ private:
         for (Change const& change : round.changes) {
             auto const path = pathOf(change.key);
             auto written = files::replace(path, change.content);
-            if (!written) // The value stays in force until somebody else changes the file.
+            if (!written) // The value stays valid until another program changes the file.
                 written = files::identityOf(path);
             std::scoped_lock guard(lock);
             Entry& entry = entries[change.key];

@@ -8,15 +8,15 @@
 
 namespace zelvo {
 
-/// One file a key, `KEY.json` in one folder: a value as JSON, or bytes as they stand. Values live in memory;
-/// a read costs one look at the file's date. Writing begins at once on the workers, and what is set meanwhile
-/// goes with the next round, the newest value of each key. A key that is no plain file name is never stored
-/// and reads as absent. Thread: any.
+/// One file per key, `KEY.json` in one folder: a value as JSON, or raw bytes. Values are cached in memory; a
+/// read checks the file's identity. Writing starts at once on the workers; values set meanwhile are written
+/// in the next round, the newest value of each key. A key that is not a plain file name is never stored and
+/// reads as absent. Thread: any.
 class FileUserDefaults final : public UserDefaults {
 public:
-    /// folder  made, with mode 0700, at the first write
+    /// folder  created, with mode 0700, at the first write
     FileUserDefaults(Executor workers, std::filesystem::path folder);
-    /// Leaves what is not written yet to the round that is under way; writeNow() is for the normal end.
+    /// Unwritten values are left to the running round; call writeNow() at the normal end.
     ~FileUserDefaults() override;
 
     std::optional<std::string> text(std::string_view key) override;

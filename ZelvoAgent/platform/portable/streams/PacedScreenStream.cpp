@@ -12,12 +12,12 @@ namespace zelvo {
 
 namespace {
 
-/// How long pictures may fail until the stream does.
+/// How long pictures may fail before the stream ends.
 constexpr Duration patience = 2s;
 
 } // namespace
 
-/// The task that takes pictures, and what is wished of it. It lives until that task has ended.
+/// The task that takes pictures, and its settings. It lives until that task ends.
 class PacedScreenStream::Loop : public std::enable_shared_from_this<Loop> {
 public:
     Loop(PacedStreamParts given,
@@ -67,10 +67,10 @@ private:
         CaptureRequest picture;
         bool wanted = true;
         bool ended = false;
-        unsigned version = 1; ///< another after every change
+        unsigned version = 1; ///< changes with every setting
     };
 
-    /// Makes a change to the wishes, which calls for a new picture.
+    /// Changes the settings; a new picture follows.
     template <class Change>
     void changed(Change change)
     {
@@ -96,7 +96,7 @@ private:
         co_await beToldNothing();
     }
 
-    /// While it lasts something may be taken and delivered.
+    /// While it exists, pictures may be taken and delivered.
     struct Pass {
         explicit Pass(Loop& loop) : loop(loop), isOurs(loop.begin()) {}
         ~Pass()
@@ -110,7 +110,7 @@ private:
         bool const isOurs;
     };
 
-    /// Waits until frames are wanted; false when no more ever are.
+    /// Waits until frames are wanted; false if the stream has ended.
     Task<bool> isWanted()
     {
         if (!current().wanted) {
@@ -131,7 +131,7 @@ private:
         return wake.with([this] { return busy = wishes.wanted && !wishes.ended; });
     }
 
-    /// One look at the screen; gives when the next is due.
+    /// Checks the screen once; returns when to check next.
     Task<Instant> step()
     {
         Wishes const wished = current();
@@ -139,7 +139,7 @@ private:
         if (!co_await looksNew(wished.version))
             co_return started + interval;
         std::optional<Picture> const picture = co_await take(wished.picture);
-        // It may have had to wait until the screen could be read.
+        // Taking it may have waited until the screen could be read.
         if (Instant const now = parts.clock.now(); now - started > interval)
             started = now;
         if (picture) {
@@ -164,7 +164,7 @@ private:
         auto screens = parts.source.screens();
         bool const isSame = screens == lastScreens;
         lastScreens = std::move(screens);
-        // What was seen stays new until it was delivered.
+        // A change stays new until it is delivered.
         isNew = isNew || isChanged || !isSame || version != delivered;
         co_return isNew;
     }
@@ -222,7 +222,7 @@ private:
     }
 
     PacedStreamParts parts;
-    std::unique_ptr<ChangeDetector> changes; // the loop's, used on the workers
+    std::unique_ptr<ChangeDetector> changes; // the loop's; used on the workers
     Duration const interval;
     Executor queue;
     std::weak_ptr<ScreenStreamOutput> output;
@@ -231,7 +231,7 @@ private:
     Wishes wishes;     // wake's lock
     bool busy = false; // wake's lock
 
-    // The loop's alone:
+    // Used by the loop only:
     std::vector<Display> lastScreens;
     std::optional<Instant> failingSince;
     bool isNew = true;
@@ -267,7 +267,7 @@ void PacedScreenStream::setWanted(bool wanted)
 
 Task<> PacedScreenStream::stop()
 {
-    auto const last = loop; // The stream may go before this task has ended.
+    auto const last = loop; // The stream may be destroyed before this task ends.
     last->end();
     co_await last->rest();
 }

@@ -15,20 +15,17 @@ struct PacedStreamParts {
     Contexts contexts;
     Clock& clock;
     ScreenSource& source;
-    /// On the workers. Null when changes can't be noticed.
+    /// Called on the workers. Null if changes can't be detected.
     std::function<std::unique_ptr<ChangeDetector>()> openChanges;
 };
 
-/// A stream of the still pictures of a screen source. Once in every interval it looks whether there is
-/// anything new, and only then takes one; while no frames are wanted it does nothing at all and is told
-/// nothing.
-///
-/// A picture that can't be taken is tried again with the next interval, since windows vanish and displays are
-/// switched over. The stream ends by itself when that has not worked for two seconds, or the screen system is
-/// gone.
+/// A stream made from a screen source's still pictures. Once per interval it checks for changes, and takes a
+/// picture only if there are any. While no frames are wanted it does nothing and has no change detector.
+/// A picture that fails is tried again in the next interval, because windows close and displays are
+/// reconfigured. The stream ends by itself after two seconds of failures, or if the screen system is gone.
 class PacedScreenStream final : public ScreenStream {
 public:
-    /// changes: opened just now.
+    /// changes  just opened
     PacedScreenStream(PacedStreamParts parts,
                       std::unique_ptr<ChangeDetector> changes,
                       ScreenStreamRequest request,
@@ -36,7 +33,7 @@ public:
                       std::weak_ptr<ScreenStreamOutput> output);
     ~PacedScreenStream() override;
 
-    /// Also a picture that is just being taken is not delivered any more.
+    /// A picture that is being taken at this moment is discarded.
     Task<> updateFilter(std::optional<std::uint32_t> display, std::set<std::string> excluded) override;
     void setWanted(bool wanted) override;
     Task<> stop() override;

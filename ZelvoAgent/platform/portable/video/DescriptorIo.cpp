@@ -20,7 +20,7 @@ constexpr int bufferSize = 1 << 16;
 DescriptorIo::DescriptorIo(int file, Use use) : file(file)
 {
     auto* const buffer = static_cast<unsigned char*>(libav().av_malloc(bufferSize));
-    // Older libraries want what is written to be changeable.
+    // Older libraries declare the written bytes as mutable.
 #if LIBAVFORMAT_VERSION_MAJOR < 61
     auto const put = [](void* self, std::uint8_t* from, int size) { return write(self, from, size); };
 #else

@@ -6,23 +6,24 @@ struct AVIOContext;
 
 namespace zelvo {
 
-/// A file of ours as libavformat reads and writes it, whatever its name is by now. The place in it is its
-/// own: the descriptor's is left alone. Thread: one at a time.
+/// A file for libavformat to read and write through a descriptor, independent of the file's name. It has its
+/// own position; the descriptor's is not changed. Thread: one at a time.
 class DescriptorIo {
 public:
     enum class Use { reading, writing };
 
-    /// file: outlives this object. Throws VideoFailure when there is no memory.
+    /// file  outlives this object
+    /// Throws VideoFailure if there is no memory.
     DescriptorIo(int file, Use use);
     ~DescriptorIo();
     DescriptorIo(DescriptorIo const&) = delete;
     DescriptorIo& operator=(DescriptorIo const&) = delete;
 
     AVIOContext* get() const { return context; }
-    /// Writes out what is still in memory. False when this or an earlier write failed.
+    /// Writes buffered bytes. False if this or an earlier write failed.
     bool flush();
     std::int64_t length() const;
-    /// Cuts the file off. False when it can't.
+    /// Truncates the file. False if that failed.
     bool truncate(std::int64_t length) const;
 
 private:

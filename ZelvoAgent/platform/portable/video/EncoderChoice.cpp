@@ -11,7 +11,7 @@ constexpr char const* renderer = "/dev/dri/renderD128";
 std::vector<EncoderCandidate> const& known()
 {
     using Layout = EncoderCandidate::Layout;
-    // Each delivers a frame as soon as it was given: what is still in an encoder is lost when we are killed.
+    // Each returns a frame as soon as it has one: what an encoder buffers is lost if we are killed.
     static std::vector<EncoderCandidate> const all = {
         {.codec = "h264_nvenc",
          .device = "/dev/nvidiactl",
@@ -36,8 +36,8 @@ std::vector<EncoderCandidate> const& known()
          .layout = Layout::nv12,
          .uploads = true,
          .options = {{"profile", "high"}, {"rc_mode", "VBR"}, {"async_depth", "1"}}},
-        // The fastest preset that is still of the High profile. Told of times it would wait for the next one
-        // to know how long a frame lasts.
+        // The fastest preset that still has High profile. With variable frame times it would wait for the
+        // next frame to learn a frame's length.
         {.codec = "libx264",
          .options = {{"preset", "superfast"},
                      {"profile", "high"},

@@ -9,27 +9,27 @@
 
 namespace zelvo {
 
-/// An encoder that could make videos.
+/// An encoder that may be usable.
 struct EncoderCandidate {
-    enum class Layout { i420, nv12 }; ///< how it takes pictures
+    enum class Layout { i420, nv12 }; ///< its input format
 
-    std::string codec;  ///< as libavcodec calls it
-    std::string device; ///< without this file it can't be there; empty for software
+    std::string codec;  ///< libavcodec's name
+    std::string device; ///< the device file that it requires; empty for software
     Layout layout = Layout::i420;
-    bool uploads = false; ///< takes pictures in the device's own memory only
+    bool uploads = false; ///< takes pictures only in the device's memory
     std::vector<std::pair<std::string, std::string>> options = {};
 };
 
-/// All that we know, the best first: hardware, then software that needs little of a processor.
+/// All supported encoders, the best first: hardware, then software that needs little processor time.
 std::span<EncoderCandidate const> encoderCandidates();
 
-/// Whether the device file of a candidate is there. Costs one system call.
+/// Whether the candidate's device file exists. Costs one system call.
 bool isPresent(EncoderCandidate const& candidate);
 
 using EncoderQuestion = std::function<bool(EncoderCandidate const& candidate)>;
 
-/// The first candidate that is both; `fits` is asked only of those that are present, and of none after the
-/// one that is chosen.
+/// The first candidate that is present and fits; `fits` is called only for present ones, and not after the
+/// choice.
 std::optional<EncoderCandidate> chooseEncoder(std::span<EncoderCandidate const> candidates,
                                               EncoderQuestion const& present,
                                               EncoderQuestion const& fits);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int probedFrames = 4;
 
-/// Another grey for each frame, as a cut between scenes would be.
+/// Another grey for each frame, like a scene change.
 void paint(AVFrame& frame, int number)
 {
     for (int plane = 0; plane < 3 && frame.data[plane]; ++plane) {
@@ -39,7 +39,7 @@ bool encodesWell(VideoEncoder& encoder, std::int64_t frameLength)
         if (!frame)
             return false;
         paint(*frame, number);
-        // What it holds back would be lost when we are killed.
+        // A buffered frame would be lost if we are killed.
         if (!encoder.encode(number * frameLength, take) || came != number + 1)
             return false;
     }

@@ -4,8 +4,8 @@
 
 namespace zelvo {
 
-/// Whether an encoder makes what a video needs, found by letting it encode a few frames of that size: the
-/// High profile, each frame at once and in order, the first a key frame and no other. Blocks; never throws.
+/// Whether an encoder suits a video. Encodes a few frames of its size to check: High profile, each frame
+/// returned at once and in order, and only the first a key frame. Blocks; never throws.
 bool isFitEncoder(EncoderCandidate const& candidate, VideoSettings const& settings, OpenEncoder const& open);
 
 } // namespace zelvo

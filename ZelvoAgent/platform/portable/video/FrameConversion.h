@@ -6,8 +6,8 @@ struct AVFrame;
 
 namespace zelvo {
 
-/// Puts a picture into a frame of the same size, laid out as I420 or NV12: BT.601, limited range. False when
-/// the two do not fit.
+/// Converts a picture into an I420 or NV12 frame of the same size: BT.601, limited range. False if the sizes
+/// differ or the format is another.
 bool convertPicture(Picture const& picture, AVFrame& frame);
 
 } // namespace zelvo

@@ -60,13 +60,13 @@ bool GrowingVideo::write(AVPacket& packet)
     return true;
 }
 
-/// Lets the next fragment begin at its own time, not where the guess for the one before ends.
+/// Starts the next fragment at its own time, not at the guessed end of the last one.
 int GrowingVideo::announce(AVPacket const& packet)
 {
     libav().av_opt_set(muxer->priv_data, "movflags", "+frag_discont", 0);
     if (packet.dts >= guessedEnd)
         return 0;
-    // That it may begin earlier is known only from the packet after: here an empty one, which is dropped.
+    // The muxer learns the earlier start only from the following packet: here an empty one, which it drops.
     if (!empty)
         empty.reset(libav().av_packet_alloc());
     if (!empty)
@@ -80,7 +80,7 @@ bool GrowingVideo::close()
     return !failed && settle(libav().av_write_trailer(muxer.get()));
 }
 
-/// Keeps what was just written, or cuts it off when it is not whole.
+/// Keeps the last fragment, or truncates the file if the fragment is incomplete.
 bool GrowingVideo::settle(int code)
 {
     failed = !io.flush() || code < 0;

@@ -10,12 +10,12 @@ extern "C" {
 
 namespace zelvo {
 
-/// A library that is loaded when it is first needed, and stays. Throws VideoFailure when it can't be.
+/// A library that is loaded on first use and never unloaded. Throws VideoFailure if it can't be loaded.
 class LoadedLibrary {
 public:
     explicit LoadedLibrary(char const* name);
 
-    /// Whatever stands there by this name, as what it is put into.
+    /// The address of a symbol, converted to the type of the variable that it initialises.
     struct Symbol {
         void* place;
         template <class Function>
@@ -30,13 +30,12 @@ private:
     void* handle;
 };
 
-// NOLINTBEGIN(readability-identifier-naming,bugprone-macro-parentheses): they are called what they are called
-// there.
+// NOLINTBEGIN(readability-identifier-naming,bugprone-macro-parentheses): the names are libav's.
 #define ZELVO_LOADED(library, function) decltype(&::function) function = library.find(#function)
 
-/// The functions of libav that make videos, of the libraries that the headers belong to. They bring along
-/// some hundred others, which would make each start of the program longer and its memory half as large again;
-/// so they come with the first video. Thread: any.
+/// The functions of libav that videos need, from the library versions of our headers. They load some hundred
+/// other libraries, which would slow down each start and add half to the program's memory; so they load with
+/// the first video. Thread: any.
 struct Libav {
     LoadedLibrary util{"libavutil.so." AV_STRINGIFY(LIBAVUTIL_VERSION_MAJOR)};
     LoadedLibrary codec{"libavcodec.so." AV_STRINGIFY(LIBAVCODEC_VERSION_MAJOR)};
@@ -95,8 +94,8 @@ struct Libav {
 #undef ZELVO_LOADED
 // NOLINTEND(readability-identifier-naming,bugprone-macro-parentheses)
 
-/// Loads them at the first call, which blocks for some hundredths of a second, and silences them: what goes
-/// wrong is told by return values, not on standard error. Throws VideoFailure when they are not installed.
+/// The first call loads the libraries, which blocks for some hundredths of a second, and silences their log:
+/// failures are return values. Throws VideoFailure if they are not installed.
 Libav const& libav();
 
 } // namespace zelvo

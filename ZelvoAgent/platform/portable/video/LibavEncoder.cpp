@@ -8,7 +8,7 @@ namespace zelvo {
 
 namespace {
 
-/// For what C functions answer when there is no memory.
+/// Checks the result of C functions that return null if there is no memory.
 template <class Owned>
 Owned made(Owned object)
 {
@@ -65,10 +65,10 @@ void LibavEncoder::set(EncoderCandidate const& candidate, VideoSettings const& s
     c.bit_rate = settings.averageBitRate;
     c.gop_size = settings.maxKeyFrameInterval;
     c.max_b_frames = 0;
-    // One thread: at this rate it is enough, and further ones would each hold a frame back.
+    // One thread is enough at this rate; each further one would delay by a frame.
     c.thread_count = 1;
     c.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    // What FrameConversion makes.
+    // FrameConversion's output.
     c.color_range = AVCOL_RANGE_MPEG;
     c.colorspace = AVCOL_SPC_SMPTE170M;
     c.color_primaries = AVCOL_PRI_BT709;
@@ -122,7 +122,7 @@ bool LibavEncoder::drain(Taker const& take)
     return send(nullptr, take);
 }
 
-/// given: null at the end.
+/// given  null at the end
 bool LibavEncoder::send(AVFrame const* given, Taker const& take)
 {
     return libav().avcodec_send_frame(context.get(), given) >= 0 && takeReady(take);

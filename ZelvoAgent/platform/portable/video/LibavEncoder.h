@@ -5,7 +5,7 @@
 
 namespace zelvo {
 
-/// An encoder of libavcodec. It keeps no more than the frame that it works on.
+/// An encoder of libavcodec. It buffers no frame but the current one.
 class LibavEncoder final : public VideoEncoder {
 public:
     /// Throws VideoFailure.

@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// Throws VideoFailure when a code of libav tells failure: `what` and its reason.
+/// Throws VideoFailure with `what` and the reason if a libav code is an error.
 void checkLibav(int code, std::string const& what);
 
 } // namespace zelvo

@@ -32,7 +32,7 @@ using AvOutputPtr = std::unique_ptr<AVFormatContext, ReleaseWith<&Libav::avforma
 using AvPacketPtr = std::unique_ptr<AVPacket, ReleaseAt<&Libav::av_packet_free>>;
 using AvParametersPtr = std::unique_ptr<AVCodecParameters, ReleaseAt<&Libav::avcodec_parameters_free>>;
 
-/// Options by name; those that nobody knows are passed over.
+/// Options by name; unknown ones are ignored.
 class AvOptions {
 public:
     AvOptions() = default;

@@ -44,7 +44,7 @@ bool LibavVideoFile::repeat(Duration time)
     return encode(ticksSinceFirst(time));
 }
 
-/// So that no frame is longer than the longest.
+/// Keeps every frame within maxFrame.
 void LibavVideoFile::repeatUntil(Duration time)
 {
     while (!failed && accepted > 0 && ticksSinceFirst(time) - last > maxFrame) {

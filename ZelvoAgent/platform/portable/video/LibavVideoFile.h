@@ -12,24 +12,24 @@
 
 namespace zelvo {
 
-/// A video in the making by libavcodec and libavformat. While it grows it is a file of fragments, each frame
-/// in it as soon as append() has returned: killed at any moment, or with the disk full, it plays up to there.
+/// A video written with libavcodec and libavformat. While it grows it is a fragmented file that contains each
+/// frame once append() has returned: if the program is killed or the disk is full, it plays up to there.
 /// finish() rewrites it as a plain file with the index in front.
 class LibavVideoFile final : public VideoFile {
 public:
-    /// Makes the file. Throws VideoFailure.
+    /// Creates the file. Throws VideoFailure.
     LibavVideoFile(VideoSettings const& settings, std::unique_ptr<VideoEncoder> given);
-    /// What is not finished stays as it is.
+    /// An unfinished file stays as it is.
     ~LibavVideoFile() override;
 
-    /// Every append is done when it returns, so always until one fails.
+    /// append() does all its work before it returns, so this is true until one fails.
     bool isReadyForMoreData() const override { return !failed; }
     bool append(Picture const& picture, Duration time) override;
     bool repeat(Duration time) override;
-    /// True when the file is a plain video on the disk: the index in front, in it every frame for which
-    /// append() or repeat() said true, and as long as from the first frame to `end`. False when there was no
-    /// room or no right to rewrite it, or somebody has moved or removed it: then what grew stays, playable.
-    /// Without a frame the file goes and the answer is false. Takes as long as copying the video.
+    /// True if the file is now a plain video on disk: the index in front, every frame that append() or
+    /// repeat() accepted, and as long as from the first frame to `end`. False if it can't be rewritten for
+    /// lack of space or rights, or was moved or removed: the fragmented file then stays, playable. Without a
+    /// frame, removes the file and returns false. Takes as long as copying the video.
     bool finish(Duration end) override;
     void cancel() override;
 
@@ -41,7 +41,7 @@ private:
     VideoFilePlace place;
     std::unique_ptr<VideoEncoder> encoder;
     VideoEncoder::Taker keep;
-    std::optional<GrowingVideo> video; ///< nothing once it is closed
+    std::optional<GrowingVideo> video; ///< empty once it is closed
     std::optional<Duration> first;
     std::int64_t last = -shortestFrame; ///< video ticks
     std::int64_t accepted = 0;

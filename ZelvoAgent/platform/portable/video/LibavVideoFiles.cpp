@@ -19,7 +19,7 @@ std::unique_ptr<VideoFile> LibavVideoFiles::create(VideoSettings settings)
 {
     if (settings.width < 2 || settings.height < 2 || settings.width % 2 || settings.height % 2)
         throw VideoFailure{"a video needs an even width and height"};
-    libav(); // So that its absence is told as what it is.
+    libav(); // Reports missing libraries as such.
     return std::make_unique<LibavVideoFile>(settings, encoderFor(settings));
 }
 
@@ -29,7 +29,7 @@ std::unique_ptr<VideoEncoder> LibavVideoFiles::encoderFor(VideoSettings const& s
     if (auto const known = chosen.get(); known && known->size == size) {
         try {
             return open(known->encoder, settings);
-        } catch (VideoFailure const&) { // Its device may have gone, or be in use by too many.
+        } catch (VideoFailure const&) { // The device may be gone or in use.
         }
     }
     auto const fits = [&](EncoderCandidate const& candidate) {

@@ -9,16 +9,16 @@
 
 namespace zelvo {
 
-/// The encoder of libavcodec for a candidate. Throws VideoFailure.
+/// The libavcodec encoder for a candidate. Throws VideoFailure.
 std::unique_ptr<VideoEncoder> openLibavEncoder(EncoderCandidate const& candidate,
                                                VideoSettings const& settings);
 
-/// Videos by libavcodec and libavformat: with the first encoder that is present and fit, which is found out
-/// once for each size, and again when it does not open any more. Making this object costs nothing.
+/// Videos written with libavcodec and libavformat. They use the first encoder that is present and fit; that
+/// is determined once per size, and again if the encoder no longer opens. Creating this object costs nothing.
 class LibavVideoFiles final : public VideoFiles {
 public:
     LibavVideoFiles() = default;
-    /// Other encoders than libavcodec's.
+    /// For encoders other than libavcodec's.
     explicit LibavVideoFiles(OpenEncoder open);
 
     std::unique_ptr<VideoFile> create(VideoSettings settings) override;

@@ -6,10 +6,10 @@
 
 namespace zelvo {
 
-constexpr int highProfile = 100; ///< the number that H.264 gives it
+constexpr int highProfile = 100; ///< profile_idc of H.264
 
-/// The number of the profile in an encoder's head, as Annex B (start codes) or as the MPEG-4 container keeps
-/// it; nothing when there is none in it.
+/// The profile_idc in an encoder's parameter sets, in Annex B form (start codes) or in the MPEG-4
+/// container's; `nullopt` if there is none.
 std::optional<int> profileOf(std::span<std::uint8_t const> head);
 
 } // namespace zelvo

@@ -12,23 +12,23 @@ struct AVPacket;
 
 namespace zelvo {
 
-/// Makes H.264 of frames. Thread: one at a time; blocks while it works.
-/// Made by: LibavEncoder, and by tests.
+/// Encodes frames as H.264. Thread: one at a time; blocks while it encodes.
+/// Made by: LibavEncoder and test fakes.
 class VideoEncoder {
 public:
-    /// Takes a packet that is ready, its times in video ticks; false when it could not be kept.
+    /// Receives a finished packet, its times in video ticks; returns false if it could not be stored.
     using Taker = std::function<bool(AVPacket& packet)>;
 
     virtual ~VideoEncoder() = default;
-    /// What a container has to know of the stream.
+    /// The stream parameters for a container.
     virtual AVCodecParameters const& stream() const = 0;
-    /// A frame of the video's size in the layout that the encoder takes, to be filled and given to encode().
-    /// Null when there is no memory. It keeps what was in it.
+    /// A frame of the video's size in the encoder's format, to fill and pass to encode(). Null if there is no
+    /// memory. It keeps its last content.
     virtual AVFrame* frame() = 0;
-    /// Encodes what frame() holds, at a time in video ticks later than all before. False when that or taking
-    /// failed; then no further call makes sense.
+    /// Encodes frame() at a time in video ticks, later than all before. False if encoding or taking failed;
+    /// do not call it again then.
     virtual bool encode(std::int64_t ticks, Taker const& take) = 0;
-    /// Brings out what is still inside. Once, at the end.
+    /// Encodes what is still buffered. Call it once, at the end.
     virtual bool drain(Taker const& take) = 0;
 };
 

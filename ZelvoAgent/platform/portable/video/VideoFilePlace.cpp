@@ -16,7 +16,7 @@ namespace {
 
 constexpr mode_t onlyOurs = 0600;
 
-/// Names no path: in it stand the person's name and the platform's.
+/// Without the path, which contains the user's and the platform's names.
 [[noreturn]] void fail(std::string const& what, int error)
 {
     throw VideoFailure{what + ": " + std::generic_category().message(error)};

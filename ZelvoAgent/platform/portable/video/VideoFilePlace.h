@@ -8,16 +8,16 @@
 
 namespace zelvo {
 
-/// A video's file in its folder. It is followed by what it is, not by its name: what somebody has moved away,
-/// removed or put in its place is never touched. Thread: one at a time.
+/// A video's file in its folder, identified by device and inode rather than by name: if another file has its
+/// name, that file is never touched. Thread: one at a time.
 class VideoFilePlace {
 public:
-    /// Makes the file, of mode 0600; never takes one that is there. Throws VideoFailure.
+    /// Creates the file with mode 0600; never opens an existing one. Throws VideoFailure.
     explicit VideoFilePlace(std::filesystem::path const& path);
 
     int file() const { return video.get(); }
-    /// Lets another file, of mode 0600, take its place in one step: a temporary one beside it, filled by
-    /// `fill`, and on disk before. False when that failed; then the file is as it was.
+    /// Atomically replaces the file with a temporary one of mode 0600, which `fill` writes and which is
+    /// synced first. False on failure; the file is then unchanged.
     bool replace(std::function<bool(int file)> const& fill);
     void remove();
 

@@ -20,7 +20,7 @@ AvInputPtr openDemuxer(DescriptorIo& io)
         throw VideoFailure{"no memory for the video"};
     raw->pb = io.get();
     raw->flags |= AVFMT_FLAG_CUSTOM_IO;
-    // Frees what it was given when it fails.
+    // It frees its argument on failure.
     checkLibav(libav().avformat_open_input(&raw, "", libav().av_find_input_format("mp4"), nullptr),
                "the video can't be read");
     AvInputPtr demuxer(raw);
@@ -29,14 +29,14 @@ AvInputPtr openDemuxer(DescriptorIo& io)
     return demuxer;
 }
 
-/// Room for the index: each packet's size and time, a place for each key packet, one for each chunk of
-/// packets (two that follow each other are larger than a MiB together), and what every video has.
+/// Upper bound of the index: each packet's size and time, an entry for each key packet and for each chunk of
+/// packets (two neighbouring chunks together exceed a MiB), and a constant part.
 std::int64_t indexBound(GrownVideo const& video, std::int64_t bytes)
 {
     return video.packets * 13 + video.keyPackets * 4 + (bytes / (1 << 20) * 2 + 2) * 20 + 4096;
 }
 
-/// Copies packets, each as soon as the next one tells how long it lasts.
+/// Copies packets, each as soon as the next one shows how long it lasts.
 class Copying {
 public:
     Copying(AVFormatContext& from, AVFormatContext& to) : from(from), to(to) {}

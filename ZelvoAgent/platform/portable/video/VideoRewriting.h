@@ -4,15 +4,16 @@
 
 namespace zelvo {
 
-/// What is known of a video of fragments that is complete.
+/// Facts about a complete fragmented video.
 struct GrownVideo {
     std::int64_t packets = 0;
     std::int64_t keyPackets = 0;
-    std::int64_t end = 0; ///< when its last frame ends, in video ticks; its first begins at 0
+    std::int64_t end = 0; ///< end of the last frame in video ticks; the first starts at 0
 };
 
-/// Writes the same video as a plain MPEG-4 file: the index in front, every frame as long as it was on the
-/// screen. from, to: descriptors; `to` is empty. False when it can't be read or written whole. Blocks.
+/// Writes the video as a plain MPEG-4 file: index in front, real frame lengths.
+/// from, to  descriptors; `to` is empty
+/// False if it can't be read or written completely. Blocks.
 bool rewriteVideo(int from, int to, GrownVideo const& video);
 
 } // namespace zelvo
