@@ -14,7 +14,7 @@
 
 namespace zelvo {
 
-/// A condition variable for coroutines. wakeAll() resumes every waiter, each on its own executor.
+/// A condition variable for coroutines. notifyAll() resumes every waiter, each on its own executor.
 /// Thread: any.
 class AsyncCondition {
 public:
