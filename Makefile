@@ -1,4 +1,4 @@
-# The commands of this repository; see README.md. Each installs what it lacks first.
+# The commands of this repository; see README.md. Each first installs missing packages.
 SHELL := /bin/bash
 # Where scripts/install-dependencies unpacks a newer Boost beside an installed older one.
 UNPACKED := $(CURDIR)/build/deps/usr
@@ -7,7 +7,7 @@ CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v cl
 
 .PHONY: run build test bench fuzz check fresh clean
 
-# RECORDINGS=local records what agents do, share also offers recordings to the platform, off does neither; the choice is kept.
+# RECORDINGS=local records what agents do, share also offers recordings to the platform, off does neither. The choice is stored.
 RECORDINGS ?=
 run: build
 	@exec scripts/run build build/run $(RECORDINGS)
@@ -29,7 +29,7 @@ bench:
 	@cmake --build build/release
 	@scripts/run-benchmarks build/release
 
-# FUZZ_SECONDS is the time that each target gets.
+# FUZZ_SECONDS is the time for each target.
 FUZZ_SECONDS ?= 60
 fuzz:
 	@scripts/install-dependencies build check
@@ -37,7 +37,7 @@ fuzz:
 	@cmake --build build/fuzz
 	@scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
 
-# SUITE is the Debian that README.md is tried on: bookworm or trixie.
+# SUITE is the Debian on which README.md is tried: bookworm or trixie.
 SUITE ?= bookworm
 fresh:
 	@scripts/try-fresh $(SUITE)

@@ -1,4 +1,4 @@
-# Sourced first by every bash script: a command that fails ends the script and is named on the error output.
+# Every bash script sources this first: a failed command ends the script, and standard error names the command.
 set -Eeuo pipefail
 shopt -s inherit_errexit
 
