@@ -12,22 +12,22 @@ namespace zelvo::test {
 /// The built agent, installed on a private desktop. Thread: the test's.
 class AgentProgram {
 public:
-    /// port: of the gateway on this machine that it is to connect to
+    /// port  of the gateway on this machine
     AgentProgram(PrivateDesktop& desktop, std::uint16_t port);
 
-    /// Writes another gateway's port into what the agent reads at its start.
+    /// Changes the gateway's port in the agent's settings.
     void pointTo(std::uint16_t port);
-    /// Puts a token and the unattended mode where the agent looks for them.
+    /// Stores a token and the unattended mode for the agent.
     void makeUnattended(std::string const& token);
 
     void start(std::vector<std::string> arguments = {});
-    /// Waits until it is the one that further starts hand over to; needs a session bus.
+    /// Waits until further starts hand over to it; needs a session bus.
     void waitUntilItRuns();
-    /// Starts the program again beside the one that runs; gives its exit code.
+    /// Starts the program again beside the running one; returns its exit code.
     int startAgain(std::vector<std::string> arguments);
-    /// Ends it as a crash does.
+    /// Kills it, like a crash.
     void kill();
-    /// Sends a signal and waits for the end, at most ten seconds; gives the exit code.
+    /// Sends a signal and waits for the end, at most ten seconds; returns the exit code.
     int end(int signal);
     bool isRunning();
     pid_t pid() const { return process; }
@@ -35,7 +35,7 @@ public:
 
     /// Stores a setting before the start.
     void store(std::string const& key, json::value const& value);
-    /// A stored setting; null when there is none.
+    /// A stored setting; null if there is none.
     json::value setting(std::string const& key) const;
     /// The lines of the activity log, newest first.
     std::vector<std::string> activity() const;

@@ -11,7 +11,7 @@
 
 namespace zelvo::test {
 
-/// Commands that reach beyond the windows: shell, files, clipboard, applications, URLs.
+/// Commands for shell, files, clipboard, applications and URLs.
 class Commands : public Confirming {
 protected:
     Answer command(std::string const& method, json::object params = {})
@@ -50,9 +50,9 @@ protected:
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << content;
     }
-    /// A link that may run commands, which the person has to switch on.
+    /// A link with the scope "shell", which the user has to switch on.
     void linkWithShell() { linkSwitchingOnLast({"screen", "shell"}); }
-    /// A link whose last scope is one that the person has to switch on.
+    /// A link whose last scope the user has to switch on.
     void linkSwitchingOnLast(std::vector<std::string> const& scopes)
     {
         agent.start({gateway.newLink(scopes)});
@@ -63,7 +63,7 @@ protected:
         connection = gateway.connections().front();
         EXPECT_TRUE(gateway.comesOnline(connection));
     }
-    /// A folder of the person's that agents may use. Before the start of the agent.
+    /// A folder that agents may use. Call it before the agent starts.
     std::filesystem::path grantFolder()
     {
         std::filesystem::path const folder = desktop.home() / "shared";
@@ -71,7 +71,7 @@ protected:
         agent.store("dev.zelvo.fileRoots", json::array{folder.string()});
         return folder;
     }
-    /// A desktop entry of the person's.
+    /// A desktop entry of the user.
     void entry(std::string const& id, std::string const& lines) const
     {
         write(desktop.dataHome() / "applications" / (id + ".desktop"),

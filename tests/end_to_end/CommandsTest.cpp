@@ -146,7 +146,7 @@ TEST_F(Commands, sharesTheClipboardWithApplications)
                 [&] { return lines(connection).find("value=\"" + text + "\"") != std::string::npos; });
     };
     ASSERT_EQ(codeOf(perform({key({"ctrl", "v"})})), "ok");
-    shows("от агента"); // It asks us for the text, and takes further keys meanwhile.
+    shows("от агента"); // The application asks this process for the text, and accepts further keys meanwhile.
     ASSERT_EQ(codeOf(perform({key({"end"}), json::object{{"type", "type"}, {"text", "!"}}})), "ok");
     shows("от агента!");
     EXPECT_EQ(resultOf("clipboard.get").at("text"), "от агента");
@@ -167,7 +167,7 @@ TEST_F(Commands, keepsTheClipboardOfAHiddenApplicationToItself)
     require("the refusal", [&] { return failureOf("clipboard.get") == "hidden_app_active"; });
     desktop.run({"xdotool", "key", "Escape"});
     require("the end of the dialog", [&] { return !isOpen("Asking"); });
-    EXPECT_EQ(failureOf("clipboard.get"), "hidden_app_active"); // Whatever is in front now.
+    EXPECT_EQ(failureOf("clipboard.get"), "hidden_app_active"); // Whichever application is in front now.
 }
 
 TEST_F(Commands, opensListsAndActivatesApplications)

@@ -8,7 +8,7 @@
 
 namespace zelvo::test {
 
-/// Acts on applications that commit something, with a person at the machine who answers.
+/// Acts on applications with committing actions; the test answers as the user.
 class Confirming : public Reading {
 protected:
     using Answer = GatewayProgram::Answer;
@@ -29,7 +29,7 @@ protected:
         return waitFor([&] { return said().find(words) != std::string::npos; });
     }
 
-    /// How many letters the field of the GTK letter holds.
+    /// Number of letters in the field of the GTK letter.
     std::size_t lettersTyped()
     {
         constexpr std::string_view before = "swapped with ";
@@ -57,15 +57,15 @@ protected:
         return std::string(answer.body.at("error").at("code").as_string());
     }
 
-    /// Waits for the panel to have the keyboard.
+    /// Waits until the panel has the keyboard focus.
     std::uint32_t waitForPanel()
     {
         auto const panel = desktop.waitForWindow({.title = "Zelvo"});
         require("the focus of the panel", [&] { return desktop.activeWindow() == panel; });
         return panel;
     }
-    /// Presses a key on the panel as the person does. A yes has to be meant: it counts only after a moment
-    /// without keys, so it may take more than one.
+    /// Presses a key on the panel like a user. A yes counts only after a moment without keys, so it may take
+    /// several presses.
     void answerPanel(std::string const& key)
     {
         auto const panel = waitForPanel();
@@ -78,7 +78,7 @@ protected:
     void tickRemember()
     {
         waitForPanel();
-        press("Tab"); // From the words to the box.
+        press("Tab"); // From the text to the check box.
         press("space");
     }
     std::string askedAnd(std::string const& key, json::array actions)

@@ -81,9 +81,9 @@ TEST_F(Confirming, remembersAKindForTheSession)
     answerPanel("Return");
     EXPECT_EQ(codeOf(answer.get()), "ok");
 
-    EXPECT_EQ(codeOf(perform({clickOn("AXButton", "Send")})), "ok"); // Nobody answers.
+    EXPECT_EQ(codeOf(perform({clickOn("AXButton", "Send")})), "ok"); // No question this time.
     EXPECT_TRUE(says("pressed Send\npressed Send")) << said();
-    EXPECT_EQ(askedAnd("Escape", {key({"cmd", "s"})}), "denied_by_user"); // Another kind.
+    EXPECT_EQ(askedAnd("Escape", {key({"cmd", "s"})}), "denied_by_user"); // Another kind of action.
 }
 
 TEST_F(Confirming, anElementThatMovedAwayIsNotClicked)
@@ -105,7 +105,7 @@ TEST_F(Confirming, anElementThatMovedAwayIsNotClicked)
         return left("Send") > left("Print");
     });
 
-    EXPECT_EQ(askedAnd("Return", click), "snapshot_expired"); // "Send" is there now, and a person is asked.
+    EXPECT_EQ(askedAnd("Return", click), "snapshot_expired"); // "Send" is there now, which needs a question.
     EXPECT_EQ(said().find("pressed Send"), std::string::npos) << said();
 }
 
@@ -138,15 +138,14 @@ TEST_F(Confirming, thePauseKeyStopsALongTextInItsMiddle)
     press("ctrl+alt+super+p");
 
     ASSERT_EQ(answer.wait_for(10s), std::future_status::ready);
-    EXPECT_EQ(codeOf(answer.get()), "ok"); // It was on its way; the rest of it is not typed.
+    EXPECT_EQ(codeOf(answer.get()), "ok"); // It had already started; the rest of it is not typed.
     std::size_t const arrived = lettersTyped();
     EXPECT_LT(arrived, length);
     press("ctrl+alt+super+p");
     require("the machine at work again",
             [&] { return gateway.command(connection, "cursor.position").status == 200; });
     ASSERT_EQ(codeOf(perform({{{"type", "type"}, {"text", "yz"}}})), "ok");
-    EXPECT_TRUE(waitFor([&] { return lettersTyped() == arrived + 2; }))
-        << arrived; // And no key was left down.
+    EXPECT_TRUE(waitFor([&] { return lettersTyped() == arrived + 2; })) << arrived; // No key is left pressed.
 }
 
 } // namespace

@@ -11,7 +11,7 @@ namespace zelvo::test {
 /// A desktop with the built gateway and the built agent, which is not running yet.
 class EndToEnd : public testing::Test {
 protected:
-    /// Starts the agent as a provisioned, unattended machine and waits until it is online; gives the
+    /// Starts the agent as a provisioned, unattended machine and waits until it is online; returns the
     /// connection.
     std::string startUnattended()
     {
@@ -20,10 +20,10 @@ protected:
         agent.start();
         machine = made.machine;
         EXPECT_TRUE(gateway.comesOnline(made.connection)) << agent.output();
-        waitFor([&] { return mayAct(made.connection); }); // The accessibility bus comes up in its own time.
+        waitFor([&] { return mayAct(made.connection); }); // The accessibility bus starts asynchronously.
         return made.connection;
     }
-    /// Starts the agent with a link, as a browser does, and allows it with the Return key; gives the
+    /// Starts the agent with a link, like a browser, and allows it with the Return key; returns the
     /// connection.
     std::string linkByReturn(std::vector<std::string> const& scopes)
     {
@@ -35,7 +35,7 @@ protected:
         EXPECT_TRUE(gateway.comesOnline(connection));
         return connection;
     }
-    /// Does the agent say that it can operate this desktop?
+    /// Whether the agent reports that it can operate this desktop.
     bool mayAct(std::string const& connection)
     {
         auto const answer = gateway.command(connection, "permissions.get");
@@ -43,7 +43,7 @@ protected:
     }
     void press(std::string const& key) { desktop.run({"xdotool", "key", key}); }
     bool isOpen(std::string const& title) { return desktop.findWindow({.title = title}).has_value(); }
-    /// Waits for the consent window to be there and to have the keyboard.
+    /// Waits until the consent window has the keyboard focus.
     void waitForConsent()
     {
         auto const window = desktop.waitForWindow({.title = "Connection request"});

@@ -9,7 +9,7 @@
 
 namespace zelvo::test {
 
-/// The built gateway, running on a private desktop with a folder of its own. Thread: the test's.
+/// The built gateway, running on a private desktop with a separate folder. Thread: the test's.
 class GatewayProgram {
 public:
     struct Answer {
@@ -22,16 +22,16 @@ public:
         std::string machine;
     };
 
-    /// name   of its folder, so that a test may have several
-    /// flags  beside those for folder and port
+    /// name   of its folder, for tests with several gateways
+    /// flags  in addition to those for folder and port
     explicit GatewayProgram(PrivateDesktop& desktop,
                             std::string const& name = "gateway",
                             std::vector<std::string> flags = {});
 
     std::uint16_t port() const { return listeningPort; }
-    /// Ends it as a crash does.
+    /// Kills it, like a crash.
     void kill();
-    /// Starts it again on the same port and folder, perhaps with other flags.
+    /// Restarts it on the same port and folder, possibly with other flags.
     void restart(std::vector<std::string> newFlags);
 
     Answer ask(std::string const& method, std::string const& path, json::value const& body = nullptr) const;
@@ -39,11 +39,11 @@ public:
     std::string newLink(std::vector<std::string> const& scopes) const;
     std::vector<std::string> connections() const;
     Provisioned provision() const;
-    /// Sends a command and gives the answer, whatever it is.
+    /// Sends a command and returns any response.
     Answer command(std::string const& connection, std::string const& method, json::object params = {}) const;
-    /// True when a command gets an answer.
+    /// True if the machine answers a command.
     bool isOnline(std::string const& connection) const;
-    /// Waits for that, at most `longest`.
+    /// Waits until it is online, at most `longest`.
     bool comesOnline(std::string const& connection, std::chrono::milliseconds longest = 20s) const;
 
 private:

@@ -6,11 +6,11 @@
 namespace zelvo::test {
 
 struct HttpAnswer {
-    long status = 0; ///< 0 when there was none
+    long status = 0; ///< 0 without a response
     std::string body;
 };
 
-/// One HTTP call, which the test's thread waits for, at most 40 s.
+/// One HTTP call; blocks for at most 40 s.
 HttpAnswer httpCall(std::string const& method,
                     std::string const& url,
                     std::vector<std::string> const& headers,

@@ -22,7 +22,7 @@ protected:
             },
             20s);
     }
-    // The processes below the agent's.
+    // The child processes of the agent.
     std::vector<std::string> childrenOfAgent()
     {
         std::vector<std::string> found;
@@ -105,7 +105,7 @@ TEST_F(Life, stopsTryingWhenTheGatewayNeedsANewerVersion_426)
     gateway.restart({"--minimum-app-version", "9.0.0"});
 
     EXPECT_TRUE(logs("The server asks for a newer version of Zelvo"));
-    // Not even once it could: only the person or an update begins anew.
+    // Not even when it could: only the user or an update starts again.
     gateway.restart({});
     EXPECT_FALSE(gateway.comesOnline(connection, 3s));
 }

@@ -131,7 +131,7 @@ TEST_F(Link, endsForAConnectionThatWasRevoked)
     EXPECT_NE(gateway.command(connection, "screenshot").status, 200);
 }
 
-// The question may be answered by the person only, not by an agent that is already connected.
+// Only the user may answer the question, not an agent that is already connected.
 TEST_F(Link, cannotBeAllowedByAnAgent)
 {
     std::string const connection = linkByReturn(most);

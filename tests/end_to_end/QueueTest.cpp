@@ -5,7 +5,7 @@
 namespace zelvo::test {
 namespace {
 
-/// Commands that are sent while the machine is away.
+/// Commands that are sent while the machine is unavailable.
 class Queue : public Commands {
 protected:
     void SetUp() override
@@ -14,7 +14,7 @@ protected:
         ASSERT_EQ(agent.end(SIGTERM), 0);
     }
 
-    /// Submits a command that may wait; gives its id.
+    /// Submits a command that may be queued; returns its id.
     std::string submit(std::string const& command)
     {
         json::object const body{{"method", "shell.run"},

@@ -22,7 +22,7 @@ TEST_F(Reading, wakesChromiumAndReadsAForm)
     EXPECT_EQ(read::text(find(form, "AXTextField", "Name"), "value"), "typed text");
     EXPECT_EQ(find(form, "AXButton", "Grey").at("enabled"), false);
     find(form, "AXSecureTextField", "Password");
-    EXPECT_THAT(writeJson(form), Not(HasSubstr("secret\""))); // What stands in the password field.
+    EXPECT_THAT(writeJson(form), Not(HasSubstr("secret\""))); // The text of the password field.
 }
 
 TEST_F(Reading, clicksInChromiumWhereTheTreeSays)
@@ -38,7 +38,7 @@ TEST_F(Reading, clicksInChromiumWhereTheTreeSays)
     };
     auto const name = [&] { return find(tree(connection), "AXTextField", "Name"); };
     EXPECT_EQ(perform(*parseJson(centerOf(name()))), 200);
-    // A page that has only just appeared may take keys before a click that came earlier.
+    // A new page may receive keys before an earlier click.
     require("the keyboard in the field", [&] { return name().at("focused") == true; }, 20s);
     EXPECT_EQ(perform({{"type", "type"}, {"text", " and more"}}), 200);
 

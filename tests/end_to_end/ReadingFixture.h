@@ -24,7 +24,7 @@ protected:
     {
         return std::string(tree(connection).at("compact").as_string());
     }
-    /// The element of a role and a title, null when it is not there.
+    /// The element with a role and a title; null if there is none.
     static json::object const* findIf(json::object const& tree, std::string_view role, std::string_view title)
     {
         for (json::value const& each : tree.at("elements").as_array()) {
@@ -34,15 +34,14 @@ protected:
         }
         return nullptr;
     }
-    /// The same, which must be there.
+    /// The same, but the element must exist.
     static json::object const& find(json::object const& tree, std::string_view role, std::string_view title)
     {
         if (json::object const* const found = findIf(tree, role, title))
             return *found;
         throw std::runtime_error("no " + std::string(title) + " in " + writeJson(tree));
     }
-    /// A tree with that element. A window is on the screen before its application has published what it
-    /// holds.
+    /// A tree with that element. Applications publish their elements some time after their windows appear.
     json::object treeWith(std::string const& connection, std::string_view role, std::string_view title)
     {
         json::object seen;

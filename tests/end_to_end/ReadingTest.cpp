@@ -22,7 +22,7 @@ TEST_F(Reading, aPersonCouldActFromTheTreeOfAnEditor)
     EXPECT_EQ(editor.at("truncated"), false);
     find(editor, "AXMenuItem", "Edit");
 
-    // Its menu opens where the tree says that it is.
+    // Its menu opens at the place that the tree reports.
     auto const click = parseJson(centerOf(find(editor, "AXMenuItem", "File")));
     ASSERT_EQ(gateway.command(connection, "actions.perform", {{"actions", json::array{*click}}}).status, 200);
     require("the open menu", [&] { return lines(connection).find("Quit") != std::string::npos; });

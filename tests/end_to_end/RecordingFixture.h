@@ -13,9 +13,9 @@
 namespace zelvo::test {
 
 constexpr std::uint32_t ground = 0x336699;
-constexpr std::uint32_t secret = 0xe01fd0; ///< of what must be in no recording
+constexpr std::uint32_t secret = 0xe01fd0; ///< colour that must be in no recording
 
-/// What agents do, on recording.
+/// Agents' actions while a recording runs.
 class Recording : public Commands {
 protected:
     void SetUp() override
@@ -26,13 +26,13 @@ protected:
     }
 
     static json::value clickAt(int x, int y) { return {{"type", "click"}, {"x", x}, {"y", y}}; }
-    /// Recordings run in real time: gives this one the time for a few pictures.
+    /// Recordings run in real time: waits long enough for a few frames.
     static void letItRun()
     {
         waitFor([] { return false; }, 500ms);
     }
 
-    /// Where a window is, without what the window manager puts around it.
+    /// A window's place, without its frame.
     PaintedArea placeOf(std::uint32_t window)
     {
         std::string const said =
@@ -44,7 +44,7 @@ protected:
     }
 
     std::filesystem::path folder() const { return desktop.home() / "Videos" / "Zelvo"; }
-    /// The recordings that are closed, the oldest first.
+    /// The closed recordings, oldest first.
     std::vector<std::filesystem::path> recordings() const
     {
         std::vector<std::filesystem::path> found;
@@ -54,7 +54,7 @@ protected:
         std::ranges::sort(found);
         return found;
     }
-    /// The recording that the agent leaves behind when it ends.
+    /// The one recording after the agent's end.
     PlayedRecording onlyRecording()
     {
         EXPECT_EQ(agent.end(SIGTERM), 0) << agent.output();

@@ -3,7 +3,7 @@
 namespace zelvo::test {
 namespace {
 
-// In real time, which is a minute and a half: the program's own clock, its timers and its recording together.
+// Takes a minute and a half of real time: the program's clock, timers and recording together.
 TEST_F(Recording, goesOnInTheSameRecordingAfterAPauseAndEndsAMinuteLater)
 {
     connection = startUnattended();

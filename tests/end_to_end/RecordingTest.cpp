@@ -8,7 +8,7 @@ namespace {
 
 constexpr PaintedArea pageArea{.x = 200, .y = 200, .width = 400, .height = 300};
 
-/// A pointer is drawn with other colours than the plain window beneath it.
+/// The pointer has other colours than the plain window below it.
 bool hasPointerAt(Pixels const& frame, int x, int y, std::uint32_t beneath)
 {
     for (int dy = 0; dy < 12; ++dy)
@@ -18,7 +18,7 @@ bool hasPointerAt(Pixels const& frame, int x, int y, std::uint32_t beneath)
     return false;
 }
 
-/// How many pixels of an area look different.
+/// Number of different pixels in an area.
 int differencesWithin(Pixels const& first, Pixels const& second, PaintedArea const& area)
 {
     int found = 0;
@@ -28,7 +28,7 @@ int differencesWithin(Pixels const& first, Pixels const& second, PaintedArea con
     return found;
 }
 
-/// The process at the other end.
+/// The server's process id.
 pid_t serverOf(xcb_connection_t* connection)
 {
     ucred peer{};
@@ -49,7 +49,7 @@ TEST_F(Recording, showsTheClickWhereItHappened)
 
     EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
     letItRun();
-    painter.paint(page, 0x40c040); // The page answers.
+    painter.paint(page, 0x40c040); // The page reacts.
     letItRun();
     EXPECT_EQ(codeOf(perform({clickAt(450, 400)})), "ok");
     letItRun();
@@ -133,7 +133,7 @@ TEST_F(Recording, neverShowsOurOwnWindows)
     PlayedRecording const recording = onlyRecording();
 
     int const size = place.width * place.height;
-    EXPECT_GT(differencesWithin(withPanel, without, place), size / 8); // The letter beneath is grey too.
+    EXPECT_GT(differencesWithin(withPanel, without, place), size / 8); // The letter below is grey too.
     ASSERT_GE(recording.frames.size(), 2u);
     for (Pixels const& frame : recording.frames)
         EXPECT_LT(differencesWithin(frame, without, place), size / 50);
@@ -164,7 +164,7 @@ TEST_F(Recording, playsUpToWhereTheDisplayWentAway)
 
     ::kill(serverOf(painter.x()), SIGTERM);
 
-    EXPECT_TRUE(waitFor([&] { return !agent.isRunning(); }, 20s)); // Nobody would see it any more.
+    EXPECT_TRUE(waitFor([&] { return !agent.isRunning(); }, 20s)); // No client could show anything any more.
     ASSERT_EQ(recordings().size(), 1u);
     EXPECT_GE(Recording(desktop, recordings().front()).frames.size(), 1u);
 }
@@ -201,7 +201,7 @@ TEST_F(Recording, goesToThePlatformOnlyAfterAYes)
 
     EXPECT_EQ(codeOf(perform({clickAt(300, 300)})), "ok");
     letItRun();
-    press("ctrl+alt+super+p"); // A pause ends the recording, and the question comes.
+    press("ctrl+alt+super+p"); // A pause ends the recording, and the question appears.
     waitForPanel();
     EXPECT_TRUE(shared().empty());
     answerPanel("Return");

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What `make run` starts, on a machine with and without a graphical session.
+// The processes of `make run`, with and without a graphical session.
 class RunScript : public testing::Test {
 protected:
     void start(std::vector<std::string> const& how = {})
@@ -29,14 +29,14 @@ protected:
         return waitFor([&] { return said().find(text) != std::string::npos; }, 60s);
     }
     std::string said() { return desktop.processes().output(script); }
-    // The line of what it said that stands below another one.
+    // The line of its output below another line.
     std::string lineAfter(std::string const& heading)
     {
         std::string const text = said();
         auto const begin = text.find('\n', text.find(heading)) + 1;
         return text.substr(begin, text.find('\n', begin) - begin);
     }
-    // The processes that were started by the script, by what they inherit from it.
+    // The number of processes that the script started, recognised by an inherited variable.
     int running() const
     {
         int count = 0;
@@ -80,7 +80,7 @@ TEST_F(RunScript, worksOnAVirtualDesktopWithoutAGraphicalSession)
     std::string link = lineAfter("See it and use it");
     link = link.substr(link.find("http"));
     EXPECT_LT(httpCall("GET", link, {}, "").status, 400);
-    EXPECT_GE(httpCall("GET", link, {}, "").status, 400); // It works once.
+    EXPECT_GE(httpCall("GET", link, {}, "").status, 400); // A link works once.
 
     endByCtrlC();
 }

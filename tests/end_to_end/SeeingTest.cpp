@@ -26,7 +26,7 @@ TEST_F(Seeing, aScreenshotShowsWhatIsOnTheDisplay)
     painter.paintRoot(0x336699);
     painter.open({.x = 100, .y = 100, .width = 300, .height = 200, .color = 0xcc2244, .title = "red"});
     painter.open({.x = 250, .y = 180, .width = 300, .height = 200, .color = 0x22cc44, .title = "green"});
-    painter.movePointer(1200, 1000); // The pointer is in our pictures, and not in the server's.
+    painter.movePointer(1200, 1000); // The pointer is in our pictures, but not in the server's.
     std::string const connection = startUnattended();
 
     Pixels const seen = screenshot(connection, {{"format", "png"}});
@@ -47,7 +47,7 @@ TEST_F(Seeing, aJpegLooksTheSame)
     Pixels const seen = screenshot(connection);
     Pixels const shown = pixelsOfRoot(painter.x());
 
-    // Edges between colours are soft in a JPEG.
+    // JPEG blurs edges between colours.
     EXPECT_LT(differences(seen, shown, {.x = 1180, .y = 980, .width = 60, .height = 44}, 24),
               1280 * 1024 / 100);
 }

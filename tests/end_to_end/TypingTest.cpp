@@ -14,7 +14,7 @@ class TypingEndToEnd : public EndToEnd, public testing::WithParamInterface<Field
 
 TEST_P(TypingEndToEnd, arrivesAsItWasSent)
 {
-    std::string const connection = startUnattended(); // First: it is what makes applications readable.
+    std::string const connection = startUnattended(); // First: it makes applications readable.
     TextField const field(desktop, GetParam());
 
     json::array const actions{json::object{{"type", "type"}, {"text", sample}}};

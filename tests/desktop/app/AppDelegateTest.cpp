@@ -100,7 +100,7 @@ TEST_F(AppDelegateTest, takesTwoSecondsToEndAndWritesWhatIsLeft)
     EXPECT_GE(taken, std::chrono::seconds(2));
     EXPECT_LT(taken, std::chrono::seconds(3));
     EXPECT_EQ(platform.settings.finalWrites, 1);
-    EXPECT_EQ(platform.loading.endings, 1); // A silent server does not hold up the end.
+    EXPECT_EQ(platform.loading.endings, 1); // A silent server does not delay the end.
     platform.settle();
     EXPECT_EQ(platform.elements.switchedOff, 1);
     EXPECT_EQ(platform.clipboard.handedOver, 1);

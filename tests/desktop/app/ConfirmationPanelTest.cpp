@@ -158,8 +158,7 @@ TEST_F(ConfirmationPanelTest, standsAboveAFullScreenWindow)
     EXPECT_EQ(image.pixelColor(inside), panel()->palette().window().color());
     EXPECT_EQ(image.pixelColor(QPoint(3, 3)), QColor(0x10, 0x20, 0x30));
 
-    desktop->run(
-        {"xdotool", "mousemove", "20", "20", "click", "1"}); // The person goes back to the recording.
+    desktop->run({"xdotool", "mousemove", "20", "20", "click", "1"}); // Back to the full-screen window.
     pass();
     EXPECT_EQ(picture("fullscreen-left").pixelColor(inside), panel()->palette().window().color());
     EXPECT_FALSE(*answer);
@@ -200,7 +199,7 @@ TEST_F(ConfirmationPanelTest, closingDeniesAnActionAndLeavesAChoiceUnanswered)
     Answer const choice = choose();
     waitForPanel();
     EXPECT_FALSE(panel()->findChild<QCheckBox*>());
-    QRect const frame = panel()->frameGeometry(); // The closing button stands at its right end.
+    QRect const frame = panel()->frameGeometry(); // The close button is at its right end.
     desktop->run({"xdotool", "mousemove", std::to_string(frame.right() - 11),
                   std::to_string(frame.top() + 10), "click", "1"});
     EXPECT_TRUE(until([&] { return choice->has_value(); }));
@@ -300,7 +299,7 @@ TEST_F(ConfirmationPanelTest, isNotAnsweredByAKeyThatIsHeldDown)
 
 TEST_F(ConfirmationPanelTest, isNotAllowedByAClickThatComesAsItOpens)
 {
-    Answer const probe = askAndWait(shell("a")); // To know where it opens.
+    Answer const probe = askAndWait(shell("a")); // Shows where the panel opens.
     DesktopPoint const place = middleOf(*named<QPushButton>("Allow"));
     press("Escape");
     ASSERT_TRUE(until([&] { return probe->has_value(); }));

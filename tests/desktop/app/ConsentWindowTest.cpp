@@ -41,7 +41,7 @@ QPalette darkPalette()
     return palette;
 }
 
-/// A desktop with a window manager, the program's parts on a fake machine, and the real window.
+/// A desktop with a window manager, the program's parts on a fake platform, and the real window.
 class ConsentWindowTest : public testing::Test {
 protected:
     void SetUp() override { bringUp(96); }
@@ -72,7 +72,7 @@ protected:
         application.reset();
     }
 
-    // Runs the toolkit and the program until something is so, at most ten seconds.
+    // Runs the event loop and the program until the condition is true, at most ten seconds.
     bool until(std::function<bool()> condition, std::chrono::milliseconds longest = 10s)
     {
         return test::waitFor(
@@ -83,7 +83,7 @@ protected:
             },
             longest);
     }
-    // Long enough for what must not happen to happen.
+    // Waits long enough for an unwanted event to happen.
     void pass()
     {
         until([] { return false; }, 400ms);
@@ -119,7 +119,7 @@ protected:
                 return child;
         return nullptr;
     }
-    // All that the window says, a line a label.
+    // All texts of the window, one label per line.
     std::string words()
     {
         std::string all;
@@ -128,7 +128,7 @@ protected:
                 all += label->accessibleName().toStdString() + "\n";
         return all;
     }
-    // What is on the screen goes into a picture, for a person to look at.
+    // Saves a picture of the screen for inspection.
     QImage picture(std::string const& name)
     {
         pass();
@@ -245,7 +245,7 @@ TEST_F(ConsentWindowTest, denyAndTheClosingButtonDeny)
     EXPECT_FALSE(parts->links.offer());
 
     present(offerOf(everything));
-    // The window manager takes this key, and on a busy machine may not listen for it yet.
+    // The window manager handles this key, and on a busy machine may not listen yet.
     for (int tries = 0; tries < 5 && window(); ++tries) {
         press("alt+F4");
         until([this] { return !window(); }, 3s);
@@ -385,8 +385,8 @@ TEST_F(ConsentWindowTest, takesTheKeyboardFromAnotherWindowAndStandsAboveIt)
     desktop->waitForWindow({.className = "xterm"});
     present(offerOf({AgentScope::screen}));
 
-    desktop->run({"xdotool", "mousemove", "20", "20", "click",
-                  "1"}); // The terminal comes to the front, but stays below.
+    desktop->run(
+        {"xdotool", "mousemove", "20", "20", "click", "1"}); // The terminal becomes active, but stays below.
     ASSERT_TRUE(until([this] { return !window()->isActiveWindow(); }));
     QImage const image = picture("above");
 
@@ -396,7 +396,7 @@ TEST_F(ConsentWindowTest, takesTheKeyboardFromAnotherWindowAndStandsAboveIt)
 
 TEST_F(ConsentWindowTest, showsWhatOthersWordedAsPlainLetters)
 {
-    std::string const rightToLeft{'\xe2', '\x80', '\xae'}; // U+202E, which turns the letters after it round.
+    std::string const rightToLeft{'\xe2', '\x80', '\xae'}; // U+202E, which reverses the letters after it.
     LinkOffer offer = offerOf({AgentScope::screen});
     offer.platformName = "<b>Acme</b>\n\n" + rightToLeft + "evil" + std::string(500, 'x');
     offer.verifiedDomain = std::string(120, 'a') + ".example";

@@ -26,7 +26,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Everything that an agent can do with mouse and keyboard, against windows that only a person may answer.
+/// Everything that an agent can do with mouse and keyboard, against windows that only a user may answer.
 class PanelAttackTest : public PanelFixture {
 protected:
     void bringUpField(FieldKind kind)
@@ -45,7 +45,7 @@ protected:
         PanelFixture::TearDown();
     }
 
-    // A text in which every line end and every blank would press something.
+    // A text in which every line end and space could press a button.
     static std::string flood()
     {
         std::string text;
@@ -53,7 +53,8 @@ protected:
             text += "y \n\t \n";
         return text;
     }
-    // Nothing has answered, nothing is held down, and the field has what was typed until then and no more.
+    // Checks that nothing was answered, no key is held, and the field has only the text that was typed
+    // before.
     void expectUnanswered(Answer const& answer)
     {
         pass(1s);
@@ -72,7 +73,7 @@ protected:
         ASSERT_TRUE(until([&] { return answer->has_value(); }));
         EXPECT_EQ(*answer, Decision::allowed(false));
     }
-    // Where "Allow" will be, in points.
+    // Position of "Allow", in points.
     DesktopPoint placeOfAllow()
     {
         Answer const answer = askShell("ls");
@@ -206,7 +207,7 @@ TEST_F(PanelAttackTest, clicksOnEveryPartWhileItStands)
     answerAsAPerson(answer);
 }
 
-// Click after click on the place where "Allow" comes up, without a pause, through many openings.
+// Clicks without a pause at the place where "Allow" appears, through many openings.
 TEST_F(PanelAttackTest, clicksAtTheVeryMomentOfOpening)
 {
     DesktopPoint const allow = placeOfAllow();
@@ -276,7 +277,7 @@ TEST_F(PanelAttackTest, keyThatIsHeldWhenItOpensIsReleasedBefore)
     waitForPanel();
     EXPECT_EQ(heldKeys(), 0);
 
-    pass(1500ms); // Auto-repeat would come by now.
+    pass(1500ms); // Auto-repeat would have started by now.
     expectUnanswered(answer);
     answerAsAPerson(answer);
 }
@@ -332,8 +333,7 @@ TEST_F(PanelAttackTest, nothingPassesWhilePausedAndThePersonStillAnswers)
     answerAsAPerson(answer);
 }
 
-// The same events straight after the answer land where they were meant: this shows that the attacks above
-// are real ones.
+// The same events right after the answer reach their target: this shows that the attacks above are real.
 TEST_F(PanelAttackTest, keysAfterTheAnswerReachTheApplication)
 {
     auto const confirmed = begin([this]() -> Task<> {
@@ -349,7 +349,7 @@ TEST_F(PanelAttackTest, keysAfterTheAnswerReachTheApplication)
     EXPECT_TRUE(until([this] { return field->value() == "landed"; })) << field->value();
 }
 
-/// What an agent gets for its commands while a panel stands, by the router.
+/// The results of an agent's commands while a panel is open, from the router.
 class PanelSightTest : public PanelAttackTest {
 protected:
     void SetUp() override
@@ -422,7 +422,7 @@ protected:
         json::object const* const error = read::object(reply, "error");
         return error ? read::text(*error, "code").value_or("?") : "";
     }
-    // How many pixels have the colour of the filled button.
+    // Number of pixels in the filled button's colour.
     static int filled(QImage const& image, QRect const& area)
     {
         int count = 0;
@@ -458,7 +458,7 @@ TEST_F(PanelSightTest, isInNoScreenshot)
     QImage seen;
     seen.loadFromData(QByteArray::fromBase64(QByteArray(result.at("data").as_string().c_str())));
     ASSERT_EQ(seen.width(), 1280) << codeOf(reply);
-    EXPECT_EQ(filled(seen, frame), 0); // and not in what the agent gets.
+    EXPECT_EQ(filled(seen, frame), 0); // but not in the agent's picture.
     seen.save(QString(ZELVO_PICTURES) + "/panel-as-an-agent-sees-it.png");
 }
 

@@ -13,7 +13,7 @@ namespace zelvo::test {
 
 namespace {
 
-// The threads are never taken apart, as in the program; here they stay reachable.
+// Threads are never destroyed, as in the program; this keeps them reachable for leak checks.
 std::vector<ProgramThreads*>& allThreads()
 {
     static auto& all = *new std::vector<ProgramThreads*>;

@@ -18,39 +18,39 @@
 
 namespace zelvo::test {
 
-/// A private desktop with the whole program's parts on it, as the program puts them together: the real
-/// machine, the real threads, the real clock, the real windows. Nothing is linked and no network is used.
+/// A private desktop with the parts of the whole program, connected as in the program: real platform,
+/// threads, clock and windows. Nothing is linked and no network is used.
 class PanelFixture : public testing::Test {
 protected:
     using Decision = ConfirmationDecision;
-    /// The answer to a question, once it is there.
+    /// The answer to a question; empty until there is one.
     using Answer = std::shared_ptr<std::optional<Decision>>;
 
     void SetUp() override { bringUp(96); }
     void bringUp(int dpi);
     void TearDown() override;
 
-    /// Runs the toolkit until something is so.
+    /// Runs the event loop until the condition is true.
     bool until(std::function<bool()> condition, std::chrono::milliseconds longest = 10s);
-    /// Long enough for what must not happen to happen.
+    /// Waits long enough for an unwanted event to happen.
     void pass(std::chrono::milliseconds time = 500ms)
     {
         until([] { return false; }, time);
     }
-    /// Runs a task beside the toolkit, on the agent's thread, to its end.
+    /// Runs a task to its end on the agent's thread, beside the event loop.
     void perform(std::function<Task<>()> body, std::chrono::milliseconds longest = 30s);
-    /// The same without waiting; the flag is set at its end.
+    /// The same without waiting; sets the flag at its end.
     std::shared_ptr<std::atomic<bool>> begin(std::function<Task<>()> body);
 
     Answer ask(ConfirmationSubject subject, std::int64_t timeoutMs = 60000);
     Answer askShell(std::string command, std::int64_t timeoutMs = 60000);
     Answer choose(std::int64_t timeoutMs = 60000);
-    /// Asks and waits until the panel has the keyboard and has been quiet long enough to be answered.
+    /// Asks, and waits until the panel has the keyboard focus and accepts an answer.
     Answer askAndWait(ConfirmationSubject subject);
     void waitForPanel();
     void offerLink();
 
-    /// The panel on the screen that was opened last; null when there is none.
+    /// The visible panel that was opened last; null if there is none.
     ConfirmationDialog* panel();
     std::vector<ConfirmationDialog*> panels();
     template <class T>
@@ -66,7 +66,7 @@ protected:
     static DesktopPoint middleOf(QWidget const& widget);
     void clickOn(QWidget const& widget);
     void press(std::string const& key) { desktop->run({"xdotool", "key", key}); }
-    /// For a key that the window manager takes, which on a busy machine may not listen for it yet.
+    /// For keys that the window manager handles: on a busy machine it may not listen yet.
     bool pressUntil(std::string const& key, std::function<bool()> const& condition)
     {
         for (int tries = 0; tries < 5 && !condition(); ++tries) {
@@ -76,11 +76,11 @@ protected:
         return condition();
     }
 
-    /// What is on the screen, also as a file for a person to look at.
+    /// A picture of the screen, also saved as a file for inspection.
     QImage picture(std::string const& name);
-    /// Buttons and modifiers that are down.
+    /// Pressed buttons and modifiers.
     std::uint16_t heldMask() const;
-    /// Keys that are down.
+    /// Pressed keys.
     int heldKeys() const;
 
     int count = 1;

@@ -23,7 +23,7 @@ namespace {
 static_assert(asio::execution::is_executor<QtExecutor>::value);
 static_assert(std::is_convertible_v<QtExecutor, asio::any_io_executor>);
 
-// A Qt event loop, which needs no display as long as there are no windows.
+// A Qt event loop, which needs no display while there are no windows.
 class QtExecutorTest : public testing::Test {
 protected:
     // Runs the loop until a function calls quit(), at most ten seconds.

@@ -1,4 +1,4 @@
-// A Qt window with an element of each interactive role; with --question a message that asks.
+// A Qt window with an element of each interactive role; with --question, a message box.
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>

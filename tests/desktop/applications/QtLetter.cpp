@@ -1,4 +1,4 @@
-// A Qt dialog that asks whether to delete, and says on its output what it was answered.
+// A Qt dialog that asks whether to delete, and prints the answer.
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>

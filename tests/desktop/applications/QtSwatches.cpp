@@ -1,4 +1,4 @@
-// A Qt window of plain colours. Each element that is called "swatch RRGGBB" is drawn in that colour alone.
+// A Qt window of plain colours. Each element named "swatch RRGGBB" is drawn in that colour alone.
 #include <QApplication>
 #include <QMainWindow>
 #include <QMenu>

@@ -1,4 +1,4 @@
-// What the probe sees of real applications, against what a walk tells of them.
+// Compares the probe with a walk, on real applications.
 #include "desktop/applications/Applications.h"
 #include "desktop/confirm/ProbeFixture.h"
 
@@ -20,7 +20,7 @@ DesktopPoint centerOf(UiElementInfo const& info)
     return DesktopRect{info.frame.x, info.frame.y, info.frame.w, info.frame.h}.center();
 }
 
-/// Is what the probe saw the element of a snapshot? The rule by which a click on it is allowed.
+/// Whether the probed element is an element of a snapshot, by the rule that permits a click on it.
 bool isSame(std::optional<ProbedElement> const& probed, UiElementInfo const& info)
 {
     if (!probed || probed->role != info.role)
@@ -67,7 +67,7 @@ protected:
                      std::to_string(static_cast<int>(at.y)), "click", "1"});
     }
 
-    /// The elements that can be operated and whose centres nothing of another application covers.
+    /// The elements that can be operated and whose centres no other application covers.
     std::vector<UiElementInfo> operable()
     {
         auto all = fixture->snapshot(pid, true);
@@ -75,7 +75,7 @@ protected:
         return all;
     }
 
-    /// The first of them of that title; waits for it.
+    /// The first of them with that title; waits for it.
     UiElementInfo wait(std::string const& title)
     {
         std::optional<UiElementInfo> found;
@@ -88,7 +88,7 @@ protected:
         return *found;
     }
 
-    /// Those at whose centre the probe sees something else, one line each.
+    /// Elements at whose centre the probe finds something else, one line each.
     std::vector<std::string> disagreements(std::set<std::string> const& exceptions)
     {
         std::vector<std::string> found;
@@ -105,7 +105,7 @@ protected:
     {
         std::vector<std::string> found;
         std::size_t count = 0;
-        // A window takes a moment to come to rest.
+        // A new window takes a moment to settle.
         waitFor(
             [&] {
                 count = operable().size();
@@ -117,7 +117,7 @@ protected:
         EXPECT_THAT(found, IsEmpty());
     }
 
-    /// Waits until the probe sees an element of that title there.
+    /// Waits until the probe finds an element with that title there.
     std::optional<ProbedElement> seen(DesktopPoint at, std::string const& title)
     {
         std::optional<ProbedElement> probed;
@@ -128,7 +128,7 @@ protected:
         return probed;
     }
 
-    /// Opens what an element opens and expects the probe to see an item of it.
+    /// Opens a menu or list and expects the probe to find an item of it.
     void expectItem(std::string const& opener, std::string const& item)
     {
         click(centerOf(wait(opener)));
@@ -161,7 +161,7 @@ TEST_F(Probes, agreeWithAWalkOfEveryRoleOfGtk3)
 {
     show(form(desktop, Toolkit::gtk3));
 
-    // The field in an editable list answers for their common centre.
+    // The field of an editable list is at their common centre.
     expectAgreement({"AXPopUpButton one"}, 20);
 }
 
@@ -169,8 +169,8 @@ TEST_F(Probes, agreeWithAWalkOfEveryRoleOfGtk4)
 {
     show(form(desktop, Toolkit::gtk4));
 
-    // A button without a name lies in each of these, and is told as a part of them; since GTK 4.18 it stays
-    // pressed, and lies in the button of a menu too.
+    // Each of these contains a button without a name, which the probe reports as a part of it. Since GTK 4.18
+    // that is a toggle button, and a menu button has one too.
     expectAgreement({"AXButton ", "AXCheckBox ", "AXButton Tool"}, 20);
 }
 
@@ -178,7 +178,7 @@ TEST_F(Probes, agreeWithAWalkOfEveryRoleOfQt)
 {
     show(form(desktop, Toolkit::qt));
 
-    // The field in an editable list, as in GTK 3. Newer versions of Qt call the list editable.
+    // The field of an editable list, as in GTK 3. Newer versions of Qt report the list as editable.
     expectAgreement({"AXPopUpButton one", "AXComboBox one"}, 20);
 }
 
@@ -358,9 +358,9 @@ TEST_F(Probes, agreeWithAWalkOfAPage)
 {
     show(form(desktop, Toolkit::chromium));
     std::set<std::string> exceptions = {
-        "AXMenuItem red", // Of a list that is closed.
+        "AXMenuItem red", // Items of a closed list.
     };
-    // Chromium tells places of what is in columns that are not where it is drawn.
+    // Chromium reports wrong places for elements in columns.
     for (int i = 0; i < 200; ++i)
         exceptions.insert("AXLink Link " + std::to_string(i));
 
@@ -373,7 +373,7 @@ TEST_F(Probes, seePayInAPageOfASleepingChromiumAtTheFirstLook)
               "<button id=pay style='position:fixed;inset:0;width:100%'><img alt='' style='width:90%;"
               "height:90%;background:green' src='data:image/gif;base64,R0lGODlhAQABAAAAACwAAAAAAQABAAA='>Pay"
               "</button>"));
-    // The page must be on the screen; nobody has looked at an element yet.
+    // The page must be on the screen, and nobody may have read an element yet.
     require("the window", [&] { return fixture->isOnTop(pid, {400, 400}); });
 
     std::optional<ProbedElement> const probed = fixture->element({400, 400});

@@ -39,7 +39,7 @@ ProbeFixture::ProbeFixture()
                                       .electron = *electron,
                                       .ownPid = platform->facts().ownPid()}))
 {
-    // It is found out beside the program's start.
+    // Permissions are determined in the background at start.
     waitFor([&] { return platform->access().current().accessibility; });
 }
 

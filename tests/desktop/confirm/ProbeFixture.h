@@ -11,11 +11,11 @@
 
 namespace zelvo::test {
 
-/// One line: role, title and so on, what is there only.
+/// One line with role, title and the other fields that are set.
 std::string textOf(std::optional<ProbedElement> const& probed);
 
-/// The machine that this process is on, and what looks at its elements. The environment must be that of the
-/// desktop before it is made.
+/// The platform of this process and the element probe on it. Set the desktop's environment before
+/// constructing it.
 class ProbeFixture {
 public:
     ProbeFixture();
@@ -24,9 +24,9 @@ public:
     std::optional<ProbedElement> dialog() { return live.run(probe->frontmostDialog()); }
     std::optional<ProbedElement> focused() { return live.run(probe->focusedElement()); }
 
-    /// All that a walk finds of an application, whether or not it can be operated.
+    /// All elements that a walk finds in an application, whether or not they can be operated.
     std::vector<UiElementInfo> snapshot(std::int32_t pid, bool interactiveOnly = false);
-    /// Is a window of that process on top there?
+    /// Whether a window of that process is topmost there.
     bool isOnTop(std::int32_t pid, DesktopPoint at) const;
 
     LiveContexts live;

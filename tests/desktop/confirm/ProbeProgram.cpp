@@ -16,8 +16,8 @@ double millisecondsOf(auto const& work)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// probe_program X Y [TIMES]: what is at that point.  probe_program pid PID: all that can be operated, and
-/// what is found at its centre.
+/// probe_program X Y [TIMES]: the element at that point.  probe_program pid PID: all elements that can be
+///                                                        operated, and the element at the centre of each.
 int probePoint(test::ProbeFixture& fixture, DesktopPoint point, int times)
 {
     std::vector<double> took;

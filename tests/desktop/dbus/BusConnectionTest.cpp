@@ -127,7 +127,7 @@ TEST_F(Connection, manyCallsAtOnceAreAllAnswered)
     buses.start(BusKind::session);
     startThing();
     LockedBox<int> answered;
-    for (int number = 0; number < 100; ++number) { // The bus allows 128 that wait.
+    for (int number = 0; number < 100; ++number) { // The bus allows 128 pending calls.
         BusCall call{.destination = name,
                      .path = path,
                      .interface = name,

@@ -20,7 +20,7 @@ namespace {
 constexpr char const* service = "dev.zelvo.agent";
 constexpr char const* account = "machine_token";
 
-/// The secret store beside a real GNOME key ring.
+/// The secret store with a real GNOME key ring.
 class KeyRing : public testing::Test {
 protected:
     void SetUp() override
@@ -36,7 +36,7 @@ protected:
     std::filesystem::path folder() const { return buses.folder() / "home" / "keychain"; }
     std::filesystem::path file() const { return folder() / "dev.zelvo.agent.machine_token"; }
 
-    /// A key ring whose default collection is open.
+    /// A key ring with an unlocked default collection.
     pid_t startOpenRing()
     {
         pid_t const pid =
@@ -63,7 +63,8 @@ protected:
                    {"ao", "1", "/org/freedesktop/secrets/collection/login"});
     }
 
-    /// Opens it without a prompt, with the password that it was made with. One connection must do both calls.
+    /// Unlocks it without a prompt, with the password that it was created with. One connection must make both
+    /// calls.
     void unlock()
     {
         char const* const script = R"(
@@ -81,7 +82,7 @@ ring.UnlockWithMasterPassword(dbus.ObjectPath('/org/freedesktop/secrets/collecti
     void set(std::string const& secret) { running.await(store->set(service, account, secret)); }
     void remove() { running.await(store->remove(service, account)); }
 
-    /// What another program finds in the key ring.
+    /// What another program reads from the key ring.
     std::string lookup()
     {
         pid_t const pid = buses.run({"secret-tool", "lookup", "service", service, "account", account});

@@ -24,7 +24,7 @@ protected:
         buses.control(BusKind::session, service, path, "AddMethod",
                       {"sssss", service, "Notify", "susssasa{sv}i", "u", "ret = 1"});
     }
-    /// What the service was asked, in the words of its mock.
+    /// The calls that the service received, in the mock's format.
     std::string calls() { return buses.control(BusKind::session, service, path, "GetCalls", {}); }
     std::string callsAfterNotify()
     {
@@ -61,7 +61,7 @@ TEST_F(Notifications, writeTheBodyAsMarkupWhereItIsReadAsSuch)
     notifications.show("<Acme>", "a < b & c");
 
     std::string const asked = callsAfterNotify();
-    EXPECT_THAT(asked, HasSubstr("\"<Acme>\"")); // Titles never are.
+    EXPECT_THAT(asked, HasSubstr("\"<Acme>\"")); // Titles are never markup.
     EXPECT_THAT(asked, HasSubstr("\"a &lt; b &amp; c\""));
 }
 

@@ -21,7 +21,7 @@ protected:
                           "ListInhibitors");
     }
 
-    /// What the screen saver was asked, in the words of its mock.
+    /// The calls that the screen saver received, in the mock's format.
     std::string saverCalls() { return buses.control(BusKind::session, saver, saverPath, "GetCalls", {}); }
 
     void startSaver(std::string const& inhibit)

@@ -128,7 +128,7 @@ TEST_F(Session, logindThatOwnsOnlyARemoteSessionCountsAsNone)
     start();
 
     EXPECT_TRUE(running.staysSo([&] { return session->current() == Availability::ready; }));
-    set("ssh1", "LockedHint", "b", "true"); // Somebody else's business.
+    set("ssh1", "LockedHint", "b", "true"); // Another session.
     EXPECT_TRUE(running.staysSo([&] { return session->current() == Availability::ready; }));
 }
 

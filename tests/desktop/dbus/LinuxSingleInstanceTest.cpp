@@ -35,7 +35,7 @@ protected:
                 .activate = [this] { ++activated; }};
     }
 
-    /// A second start, in a process of its own: whether it may run.
+    /// A second start, in a separate process: whether it may run.
     bool startsBeside(Urls const& urls)
     {
         pid_t const child = ::fork();

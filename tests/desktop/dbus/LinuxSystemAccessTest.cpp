@@ -29,7 +29,7 @@ protected:
         return running.eventually([&] { return access->current() == wanted; });
     }
 
-    /// The real launcher of at-spi2-core, started when it is asked.
+    /// The real launcher of at-spi2-core, started on demand.
     void offerLauncher()
     {
         std::ofstream(buses.folder() / "services" / "org.a11y.Bus.service")
@@ -87,14 +87,14 @@ TEST_F(Access, comesWhenTheLauncherDoes)
 TEST_F(Access, goesWithTheAccessibilityBusAndComesBackWithTheNext)
 {
     buses.start(BusKind::session);
-    buses.start(BusKind::system); // It plays the accessibility bus.
+    buses.start(BusKind::system); // Acts as the accessibility bus.
     char const* const launcher = "org.a11y.Bus";
     buses.mock(BusKind::session, launcher, "/org/a11y/bus", launcher);
     buses.control(
         BusKind::session, launcher, "/org/a11y/bus", "AddMethod",
         {"sssss", launcher, "GetAddress", "", "s", "ret = '" + buses.addressOf(BusKind::system) + "'"});
     start();
-    buses.stop(BusKind::session); // Asked too early, when the mock had no such method yet, it is asked again.
+    buses.stop(BusKind::session); // An earlier call may have failed; now the agent asks again.
     buses.start(BusKind::session);
     buses.mock(BusKind::session, launcher, "/org/a11y/bus", launcher);
     buses.control(
@@ -112,7 +112,7 @@ TEST_F(Access, goesWithTheAccessibilityBusAndComesBackWithTheNext)
 TEST_F(Access, goesByAnAddressThatIsKnownBeforehand)
 {
     buses.start(BusKind::system);
-    start(buses.addressOf(BusKind::system)); // There is no session bus to ask.
+    start(buses.addressOf(BusKind::system)); // There is no session bus.
 
     EXPECT_TRUE(becomes(all));
 }

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char const* python = "/usr/bin/python3"; // The one that the distribution's modules belong to.
+constexpr char const* python = "/usr/bin/python3"; // The one with the distribution's modules.
 
 void writeConfiguration(fs::path const& file, std::string const& address, fs::path const& services)
 {

@@ -22,9 +22,9 @@ namespace zelvo::test {
 
 enum class BusKind { session, system };
 
-/// A session bus and a system bus of a test's own, without any service that starts by itself, and fresh
-/// folders. This process gets an environment that names them. All of it has ended, and is gone, with this
-/// object. Throws std::runtime_error when something does not come up.
+/// A private session bus and system bus without activatable services, and new folders. The environment of
+/// this process points to them. The destructor ends and removes everything. Throws std::runtime_error if
+/// something does not start.
 class PrivateBuses {
 public:
     PrivateBuses();
@@ -40,18 +40,18 @@ public:
     std::string output(pid_t pid) { return children->output(pid); }
     int waitForEnd(pid_t pid) { return children->waitForEnd(pid, 10); }
 
-    /// A python-dbusmock of one object, or of a template of it.
+    /// A python-dbusmock of one object, or of a template.
     pid_t mock(BusKind kind, std::string const& name, std::string const& path, std::string const& interface);
     pid_t mockTemplate(BusKind kind, std::string const& name, std::string const& templateName);
-    /// Calls a method as busctl words it ("sb", "text", "true") and gives what it prints. Throws when it
-    /// fails.
+    /// Calls a method with arguments in busctl's form ("sb", "text", "true") and returns what busctl prints.
+    /// Throws if it fails.
     std::string call(BusKind kind,
                      std::string const& name,
                      std::string const& path,
                      std::string const& interface,
                      std::string const& member,
                      std::vector<std::string> const& arguments = {});
-    /// The same on the mock itself.
+    /// The same on the mock's control interface.
     std::string control(BusKind kind,
                         std::string const& name,
                         std::string const& path,
@@ -70,7 +70,7 @@ private:
     pid_t buses[2] = {0, 0};
 };
 
-/// The program's threads: the agent's runs, the main one runs while a test waits.
+/// The program's threads: the agent's always runs, the main one runs while a test waits.
 class RunningContexts {
 public:
     RunningContexts();
@@ -79,12 +79,12 @@ public:
     RunningContexts& operator=(RunningContexts const&) = delete;
 
     Contexts contexts() { return {main.get_executor(), agent.get_executor(), workers.get_executor()}; }
-    /// Runs the main thread until it is so; false when it does not come to that.
+    /// Runs the main thread until the condition is true; false if it does not become true.
     bool eventually(std::function<bool()> condition);
-    /// Runs a task to its end, wherever it goes, and gives its result.
+    /// Runs a task to its end, on any thread, and returns its result.
     template <class T>
     T await(Task<T> task);
-    /// Runs what is on its way, and looks for a while whether it stays so.
+    /// Runs pending work, and checks for a while that the condition stays true.
     bool staysSo(std::function<bool()> condition);
 
     asio::io_context main;

@@ -24,7 +24,7 @@ std::string contentOf(std::filesystem::path const& file)
 {
     std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;
-    content << stream.rdbuf(); // Not by iterators, which throw when the process ends meanwhile.
+    content << stream.rdbuf(); // Not with iterators, which throw if the process ends meanwhile.
     return content.str();
 }
 
@@ -37,7 +37,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
     return raw;
 }
 
-/// The parent of a process; 0 when it is gone.
+/// The parent of a process; 0 if the process is gone.
 pid_t parentOf(pid_t pid)
 {
     std::string const stat = contentOf("/proc/" + std::to_string(pid) + "/stat");
@@ -59,7 +59,7 @@ std::vector<pid_t> allProcesses()
     return pids;
 }
 
-/// The letter of a process's state; 'Z' when it has ended and nobody has taken its status.
+/// A process's state letter; 'Z' for a zombie.
 char stateOf(pid_t pid)
 {
     std::string const stat = contentOf("/proc/" + std::to_string(pid) + "/stat");
@@ -67,7 +67,7 @@ char stateOf(pid_t pid)
     return name == std::string::npos || name + 2 >= stat.size() ? '?' : stat[name + 2];
 }
 
-/// Takes the status of orphans that came to us and have ended.
+/// Reaps adopted orphans that have ended.
 void reapOrphans()
 {
     for (pid_t const pid : allProcesses())
@@ -128,7 +128,7 @@ pid_t ChildProcesses::start(std::vector<std::string> const& command,
         ::dup2(input, 0);
         ::dup2(written, 1);
         ::dup2(written, 2);
-        // Whatever the test has open, a display connection for instance, is not the child's.
+        // The child must not inherit the test's descriptors, for instance a display connection.
         for (int descriptor = 3; descriptor < 1024; ++descriptor) {
             bool const keep = std::ranges::find(inherited, descriptor) != inherited.end();
             if (descriptor != failure[1])

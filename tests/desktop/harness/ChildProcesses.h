@@ -11,34 +11,32 @@ namespace zelvo::test {
 
 using Environment = std::map<std::string, std::string>;
 
-/// The programs that one test started, and what those started in turn. All of them have ended when this
-/// object is gone: the test's process takes in orphans (subreaper), and those that carry the mark are ended
-/// by their process ids. Thread: the test's main thread, since a child is ended by the kernel when the thread
-/// that started it ends.
+/// The processes that one test started, and their descendants. All of them have ended when this object is
+/// destroyed: the test's process adopts orphans (subreaper), and processes with the mark are ended by process
+/// id. Thread: the test's main thread, because the kernel ends a child when the thread that started it ends.
 class ChildProcesses {
 public:
-    /// mark     an entry "NAME=value" of the environment that every child of this test carries and nobody
-    /// else does outputs  the folder for what the children write
+    /// mark     an entry "NAME=value" of the environment that only this test's children have
+    /// outputs  the folder for the children's output
     ChildProcesses(std::string mark, std::filesystem::path outputs);
     ~ChildProcesses();
     ChildProcesses(ChildProcesses const&) = delete;
     ChildProcesses& operator=(ChildProcesses const&) = delete;
 
-    /// Starts a program in a process group of its own, input from /dev/null, output into a file. inherited:
-    /// descriptors that it gets under the same number. Throws std::runtime_error when the program can't be
-    /// started.
+    /// Starts a program in a separate process group, input from /dev/null, output into a file. Throws
+    /// std::runtime_error if it can't be started.
+    /// inherited  descriptors that the program gets under the same number
     pid_t start(std::vector<std::string> const& command,
                 Environment const& environment,
                 std::vector<int> const& inherited = {});
     bool isRunning(pid_t pid);
-    /// Asks a child to end, and ends it after a second. Gives its wait status; -1 when it is unknown.
+    /// Sends a child the signal, and kills it after a second. Returns its wait status; -1 if unknown.
     int end(pid_t pid, int firstSignal);
-    /// Waits for a child that ends by itself; ends it after `seconds`. Gives its exit code, -signal after a
-    /// signal.
+    /// Waits for a child to end; ends it after `seconds`. Returns its exit code, -signal after a signal.
     int waitForEnd(pid_t pid, int seconds);
-    /// What a child has written so far, to both of its outputs.
+    /// The output of a child so far, standard output and error.
     std::string output(pid_t pid) const;
-    /// Ends everything that is left.
+    /// Ends all remaining processes.
     void endAll();
 
 private:

@@ -6,8 +6,9 @@
 
 namespace zelvo::test {
 
-/// Chromium that asks nothing and looks for nothing on the network. profile: a folder of its own, which it
-/// makes; arguments: the page among them.
+/// A Chromium without questions and without network access.
+/// profile    a separate folder, which Chromium creates
+/// arguments  the page and further options
 std::vector<std::string> chromiumCommand(std::filesystem::path const& profile,
                                          std::vector<std::string> const& arguments);
 

@@ -7,7 +7,7 @@ namespace zelvo::test {
 
 namespace {
 
-/// Goes through the fields that are plain numbers, switches and texts, by name.
+/// Visits the plain number, boolean and text fields by name.
 template <class Window, class F>
 void eachPlainField(Window& window, F visit)
 {

@@ -10,7 +10,7 @@ namespace zelvo::test {
 
 namespace {
 
-/// A visual of depth 32, as alpha needs one.
+/// A visual of depth 32, which alpha requires.
 xcb_visualid_t visualWithAlpha(xcb_screen_t* screen)
 {
     for (auto depth = xcb_screen_allowed_depths_iterator(screen); depth.rem; xcb_depth_next(&depth))
@@ -94,7 +94,7 @@ void Painter::describe(xcb_window_t id, PaintedWindow const& window)
 
 void Painter::describeManaged(xcb_window_t id, PaintedWindow const& window)
 {
-    // WM_NORMAL_HINTS with a position of the user's, which the window manager keeps; gravity static.
+    // WM_NORMAL_HINTS with USPosition, which the window manager respects; gravity static.
     std::vector<std::uint32_t> hints(18, 0);
     hints[0] = 1u | 1u << 9;
     hints[1] = static_cast<std::uint32_t>(window.x);

@@ -20,25 +20,25 @@ struct PaintedArea {
     int height = 0;
 };
 
-/// A window to be made, filled with one colour.
+/// A window to create, filled with one colour.
 struct PaintedWindow {
-    int x = 0; ///< of the parent; a managed window's frame lies around it
+    int x = 0; ///< in the parent; a managed window's frame is around it
     int y = 0;
     int width = 100;
     int height = 100;
     std::uint32_t color = 0x00ff00; ///< RRGGBB; with argb AARRGGBB, premultiplied
     bool argb = false;              ///< depth 32
     bool inputOnly = false;
-    bool overrideRedirect = false; ///< kept from the window manager, like a menu
+    bool overrideRedirect = false; ///< not managed by the window manager, like a menu
     bool mapped = true;
     bool emptyInputShape = false;
     int border = 0;
     std::uint32_t borderColor = 0x000000;
-    std::vector<PaintedArea> shape = {}; ///< the bounding shape; none: the whole window
+    std::vector<PaintedArea> shape = {}; ///< the bounding shape; empty: the whole window
     std::uint32_t parent = 0;            ///< 0: the root
     std::optional<std::uint32_t> transientFor = {};
     std::string title = {};
-    std::string instance = {}; ///< of WM_CLASS, which is absent when both names are empty
+    std::string instance = {}; ///< of WM_CLASS, which is absent if both names are empty
     std::string className = {};
     std::optional<pid_t> claimedPid = {}; ///< _NET_WM_PID
     std::string gtkApplicationId = {};
@@ -48,13 +48,13 @@ struct PaintedWindow {
     std::optional<std::array<std::uint32_t, 4>> gtkFrameExtents = {}; ///< left, right, top, bottom
 };
 
-/// Makes plain coloured windows and moves them about. Each call has reached the screen when it returns.
+/// Creates plain coloured windows and moves them. Each call returns after its effect is on the screen.
 /// Thread: one at a time.
 class Painter {
 public:
     explicit Painter(std::string const& display);
 
-    /// Opens a window, waits until it is on the screen when `mapped`, and gives its id.
+    /// Opens a window, waits until it is on the screen if `mapped`, and returns its id.
     std::uint32_t open(PaintedWindow window);
     void move(std::uint32_t window, int x, int y);
     void resize(std::uint32_t window, int width, int height);
@@ -62,13 +62,13 @@ public:
     void lower(std::uint32_t window);
     void map(std::uint32_t window);
     void unmap(std::uint32_t window);
-    /// Asks the window manager to; map() brings the window back.
+    /// Asks the window manager to minimise it; map() restores the window.
     void minimise(std::uint32_t window);
     void close(std::uint32_t window);
     void paint(std::uint32_t window, std::uint32_t color);
-    /// Paints the root window, beneath everything.
+    /// Paints the root window, below everything.
     void paintRoot(std::uint32_t color);
-    /// Takes a window into another, as a plug into a socket.
+    /// Reparents a window into another, as a plug into a socket.
     void embed(std::uint32_t window, std::uint32_t into, int x, int y);
     void movePointer(int x, int y);
     void setText(std::uint32_t window, std::string const& property, std::string const& text);

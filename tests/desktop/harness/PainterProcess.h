@@ -10,12 +10,11 @@
 
 namespace zelvo::test {
 
-/// A Painter in a program of its own, so that its windows belong to another process than the test's.
-/// Thread: one at a time.
+/// A Painter in a separate program, so that its windows belong to another process than the test. Thread: one
+/// at a time.
 class PainterProcess {
 public:
-    /// executable: a copy of the program with this path is run when it is given, so that the process has that
-    /// name.
+    /// executable  path for a copy of the program, so that the process has that name; empty for the original
     explicit PainterProcess(PrivateDesktop& desktop, std::filesystem::path const& executable = {});
     ~PainterProcess();
 

@@ -1,5 +1,5 @@
-// The program behind PainterProcess: reads one question a packet from the socket whose number is its
-// argument, carries it out on the display and answers with a number.
+// The program behind PainterProcess: reads one request per packet from the socket whose number is its
+// argument, performs it and replies with a number.
 
 #include "desktop/harness/PaintedWindowJson.h"
 

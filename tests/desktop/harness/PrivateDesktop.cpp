@@ -19,7 +19,7 @@ struct PrivateDesktop::Connection {
 
 namespace {
 
-/// The two ends of a pipe, for what a program says when it is ready.
+/// A pipe that a program writes to when it is ready.
 struct ReadyPipe {
     ReadyPipe()
     {
@@ -32,7 +32,7 @@ struct ReadyPipe {
         ::close(ends[1]);
     }
 
-    /// One line, without its end. Throws when it doesn't come.
+    /// One line, without its end. Throws if none arrives.
     std::string line(std::string const& program)
     {
         std::string text;
@@ -80,7 +80,7 @@ std::optional<xcb_window_t> search(xcb_connection_t* x, xcb_window_t window, Win
     return std::nullopt;
 }
 
-/// Asks the window manager to foretell a window's frame.
+/// Asks the window manager to estimate a window's frame.
 void askForFrameExtents(xcb_connection_t* x, xcb_window_t window)
 {
     xcb_client_message_event_t message{};
@@ -115,7 +115,7 @@ PrivateDesktop::PrivateDesktop(DesktopOptions options)
 PrivateDesktop::~PrivateDesktop()
 {
     connection.reset();
-    // The server is asked first: it alone leaves something behind in /tmp when it is killed.
+    // The server is ended first and politely: if killed, it leaves files in /tmp.
     if (server)
         children->end(server, SIGTERM);
     children.reset();
@@ -125,7 +125,7 @@ PrivateDesktop::~PrivateDesktop()
 
 void PrivateDesktop::makeFolders()
 {
-    // Short, since the paths of sockets end at 107 bytes.
+    // Short, because socket paths have at most 107 bytes.
     std::string pattern = "/tmp/zelvo-desktop-XXXXXX";
     if (!::mkdtemp(pattern.data()))
         throw std::runtime_error("cannot make a folder in /tmp");
@@ -136,7 +136,7 @@ void PrivateDesktop::makeFolders()
         std::filesystem::create_directories(folder);
     std::filesystem::permissions(runtimeFolder(), std::filesystem::perms::owner_all);
 
-    // Only these pass from the outside, so that a test behaves alike wherever it runs.
+    // Only these variables are inherited, so that a test behaves the same everywhere.
     for (char const* name : {"PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS"})
         if (char const* value = std::getenv(name))
             settings[name] = value;
@@ -177,8 +177,8 @@ void PrivateDesktop::startWindowManager()
 {
     start({"openbox"});
     auto* x = connection->x.get();
-    // It calls itself the window manager before it takes windows, and loses those that come in between: it is
-    // ready when it answers a question.
+    // It announces itself before it manages windows, and ignores those that appear in between: it is ready
+    // when it answers a request.
     Painter painter(displayName);
     std::uint32_t const probe = painter.open({.mapped = false});
     auto const answers = [&] {
@@ -245,7 +245,7 @@ bool PrivateDesktop::startCompositor()
     auto* x = connection->x.get();
     xcb_atom_t const selection = atomOf(x, "_NET_WM_CM_S0");
     try {
-        // picom 12 leaves most of the screen black when it draws on Xvfb only what has changed.
+        // picom 12 on Xvfb leaves most of the screen black if it draws only what has changed.
         start({"picom", "--backend", "xrender", "--config", "/dev/null", "--fading", "--shadow",
                "--no-use-damage"});
     } catch (std::runtime_error const&) {

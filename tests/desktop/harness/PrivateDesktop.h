@@ -17,22 +17,22 @@ struct DesktopOptions {
     int height = 1080;
     int dpi = 96;
     bool windowManager = true;  ///< openbox
-    bool sessionBus = true;     ///< a dbus-daemon of its own
-    bool accessibility = false; ///< sets IsEnabled of org.a11y.Status, which brings up the AT-SPI bus
-    std::vector<std::string> serverArguments = {}; ///< further ones for Xvfb
-    Environment environment = {};                  ///< over and above the desktop's own
+    bool sessionBus = true;     ///< a private dbus-daemon
+    bool accessibility = false; ///< sets IsEnabled of org.a11y.Status, which starts the AT-SPI bus
+    std::vector<std::string> serverArguments = {}; ///< additional ones for Xvfb
+    Environment environment = {};                  ///< in addition to the desktop's own
 };
 
-/// What a window is looked for by; every part that is given must fit.
+/// A search for a window; every given part must match.
 struct WindowWanted {
     std::string title = {};     ///< a part of the title
     std::string className = {}; ///< the class or instance of WM_CLASS
 };
 
-/// A whole desktop for one test: an X server of its own on a free display, a session bus, a window manager,
-/// fresh folders. It comes up in about half a second. Everything in it has ended, and its folders are gone,
-/// when this object is gone. Throws std::runtime_error when something is missing or doesn't come up. Thread:
-/// the test's main thread.
+/// A complete desktop for one test: an X server on a free display, a session bus, a window manager, new
+/// folders. It starts in about half a second. The destructor ends all of its processes and removes its
+/// folders. Throws std::runtime_error if something is missing or does not start. Thread: the test's main
+/// thread.
 class PrivateDesktop {
 public:
     explicit PrivateDesktop(DesktopOptions options = {});
@@ -46,26 +46,26 @@ public:
     std::filesystem::path configHome() const { return homeFolder / ".config"; }
     std::filesystem::path dataHome() const { return homeFolder / ".local" / "share"; }
     std::filesystem::path runtimeFolder() const { return root / "run"; }
-    /// What a program on this desktop has in its environment.
+    /// The environment of programs on this desktop.
     Environment const& environment() const { return settings; }
-    /// Gives this process that environment too, for code under test that reads it.
+    /// Sets that environment in this process too, for code under test that reads it.
     void adoptEnvironment() const;
 
-    /// Starts a program on the desktop. It is ended with the desktop. extra: joins its environment.
+    /// Starts a program on the desktop. It ends with the desktop.
+    /// extra  added to its environment
     pid_t start(std::vector<std::string> command, Environment extra = {}, std::vector<int> inherited = {});
-    /// Runs a program to its end and gives what it wrote. Throws when it fails or lasts longer than
-    /// `seconds`.
+    /// Runs a program to its end and returns its output. Throws if it fails or takes longer than `seconds`.
     std::string run(std::vector<std::string> command, int seconds = 10);
     ChildProcesses& processes() { return *children; }
 
-    /// The first window on the screen that fits, looked for in the whole tree; nothing when there is none.
+    /// The first matching window on the screen, searched in the whole tree; `nullopt` if there is none.
     std::optional<std::uint32_t> findWindow(WindowWanted wanted) const;
-    /// Waits for such a window to be on the screen. Throws when it doesn't come.
+    /// Waits for such a window. Throws if it doesn't appear.
     std::uint32_t waitForWindow(WindowWanted wanted, std::chrono::milliseconds longest = 20s) const;
-    /// The window that the window manager calls active; 0 when there is none.
+    /// The window manager's active window; 0 if there is none.
     std::uint32_t activeWindow() const;
 
-    /// Starts a compositing manager (picom) and waits until it has taken over. False when the program isn't
+    /// Starts a compositing manager (picom) and waits until it is active. False if the program isn't
     /// installed.
     bool startCompositor();
 

@@ -32,7 +32,7 @@ bool hasProperty(xcb_connection_t* connection, xcb_window_t window, std::string 
 std::uint32_t numberOf(xcb_connection_t* connection, xcb_window_t window, std::string const& name);
 std::vector<xcb_window_t> childrenOf(xcb_connection_t* connection, xcb_window_t window);
 bool isViewable(xcb_connection_t* connection, xcb_window_t window);
-/// Returns when the server has carried out everything that was asked on this connection.
+/// Returns when the server has processed every request of this connection.
 void syncWith(xcb_connection_t* connection);
 
 } // namespace zelvo::test

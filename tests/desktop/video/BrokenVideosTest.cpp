@@ -29,7 +29,7 @@ std::ptrdiff_t openDescriptors()
 
 class BrokenVideos : public testing::Test {
 protected:
-    /// Gives frames until one is refused. Gives how many were taken.
+    /// Appends frames until one is refused. Returns how many were accepted.
     static std::size_t fill(VideoFile& video, int atMost)
     {
         for (int number = 0; number < atMost; ++number)
@@ -148,7 +148,7 @@ TEST_F(BrokenVideos, takeNoPictureOfAnotherSize)
     expectPlays(path, 3);
 }
 
-/// No file of this process may grow beyond this.
+/// Limits the size of every file that this process writes.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes)
@@ -198,7 +198,7 @@ TEST_F(BrokenVideos, cannotBeginWhereNotEvenTheHeadFits)
     EXPECT_FALSE(fs::exists(path));
 }
 
-/// Runs on a thread that sees a disk of its own size at a folder. False when that can't be had.
+/// Runs `body` on a thread that sees a disk of this size at a folder. False if that is not possible.
 bool onASmallDisk(fs::path const& folder, char const* size, std::function<void()> const& body)
 {
     bool ran = false;
@@ -223,7 +223,7 @@ TEST_F(BrokenVideos, playUpToWhereTheDiskWasFull)
         EXPECT_GT(taken, 3u);
         EXPECT_LT(taken, 10'000u);
         expectPlays(path, taken);
-        EXPECT_FALSE(video->finish(taken * eighth)); // No room to rewrite it.
+        EXPECT_FALSE(video->finish(taken * eighth)); // No room for the rewritten file.
         expectPlays(path, taken);
         EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), fs::directory_iterator()), 1);
     };
@@ -244,7 +244,7 @@ TEST_F(BrokenVideos, areFinishedOnAnotherFileSystem)
         GTEST_SKIP() << "no disk of our own can be mounted here";
 }
 
-/// This thread may not write into a folder.
+/// Denies this thread writing into a folder.
 class ReadOnly {
 public:
     explicit ReadOnly(fs::path folder) : folder(std::move(folder))

@@ -36,7 +36,7 @@ TEST_F(EncoderProbe, refusesAnotherProfile)
     EncoderCandidate candidate = encoderCandidates().back();
     for (auto& [name, value] : candidate.options)
         if (name == "preset")
-            value = "ultrafast"; // Which switches off what makes it High.
+            value = "ultrafast"; // Switches off the features of High profile.
     EXPECT_FALSE(isFit({}, candidate));
     EXPECT_FALSE(isFit({.misnames = [](AVCodecParameters& stream) { stream.extradata_size = 0; }}));
 }

@@ -11,12 +11,12 @@
 
 namespace zelvo::test {
 
-/// What a fake encoder does to the work of the real one.
+/// Faults that a fake encoder adds to a real one.
 struct EncoderFaults {
-    int failsAtCall = -1;                                  ///< counted from 0, over all calls but stream()
-    std::function<void(AVPacket&)> spoils = {};            ///< each packet
-    std::function<void(AVCodecParameters&)> misnames = {}; ///< what it says of itself
-    bool holdsBack = false;                                ///< all packets, until it is drained
+    int failsAtCall = -1;                                  ///< counted from 0, over all calls except stream()
+    std::function<void(AVPacket&)> spoils = {};            ///< changes each packet
+    std::function<void(AVCodecParameters&)> misnames = {}; ///< changes the reported parameters
+    bool holdsBack = false;                                ///< keeps all packets until drain()
 };
 
 /// An encoder of libavcodec with faults.

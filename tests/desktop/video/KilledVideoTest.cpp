@@ -17,7 +17,7 @@
 namespace zelvo::test {
 namespace {
 
-/// The program that writes a video, and its end.
+/// The program that writes a video, and its termination.
 class Writer {
 public:
     Writer(std::filesystem::path const& video, std::string const& frames)
@@ -50,7 +50,7 @@ public:
     Writer(Writer const&) = delete;
     Writer& operator=(Writer const&) = delete;
 
-    /// Waits until it has said this.
+    /// Waits for this output.
     void waitFor(std::string const& wanted)
     {
         char line[64];

@@ -51,7 +51,7 @@ TEST_F(LibavVideoFile, isWhatWasAskedFor)
 {
     auto const video = create(640, 360);
     for (int number = 0; number < 100; ++number) {
-        // Every tenth is a cut to quite another scene.
+        // Every tenth frame is a cut to another scene.
         Picture const picture =
             number % 10 == 5 ? busyPicture(640, 360, number) : calmPicture(640, 360, number);
         EXPECT_TRUE(video->isReadyForMoreData());
@@ -128,7 +128,8 @@ TEST_F(LibavVideoFile, playsWhileItGrows)
 
 TEST_F(LibavVideoFile, keepsTimesExactly)
 {
-    // Times count from the first, whatever that is; two fall into one tick, one comes after half an hour.
+    // Times start at the first frame, whatever its time is; two fall into one tick, one follows after half an
+    // hour.
     std::vector<Duration> const times = {
         7s, 7s + 3ms, 7s + 3'001us, 7s + 3'002us, 8s + 123'456us, 8s + 1'000'000us, 8s + 1'001'000us, 1807s};
     auto const video = create();
@@ -181,7 +182,7 @@ TEST_F(LibavVideoFile, isAsLongAsItLastedThoughNothingMovedForTwoDays)
 TEST_F(LibavVideoFile, repeatsThePictureBefore)
 {
     auto const video = create();
-    EXPECT_FALSE(video->repeat(0s)); // There is none.
+    EXPECT_FALSE(video->repeat(0s)); // There is no frame to repeat.
     ASSERT_TRUE(video->append(plainPicture(320, 180, 0x00aa00), 0s));
     ASSERT_TRUE(video->repeat(10s));
     ASSERT_TRUE(video->finish(10'125ms));
@@ -283,7 +284,7 @@ TEST_F(LibavVideoFile, needsNoMoreMemoryTheLongerItIs)
         ASSERT_TRUE(video->append(calmPicture(320, 180, number % 60), number * Duration(125ms)));
     }
 
-    // A sanitizer keeps what was freed.
+    // A sanitizer keeps freed memory.
 #if !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer)
     EXPECT_LT(residentBytes(), before + (1u << 20));
 #else

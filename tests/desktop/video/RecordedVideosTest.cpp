@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A video's times as the writer decides them, in the file that comes of it.
+/// The recorder's frame times, read from the resulting file.
 class RecordedVideos : public testing::Test {
 protected:
     RecordedVideos() { screen.attached = {{.id = 7, .widthPoints = 320, .heightPoints = 180}}; }
@@ -26,7 +26,7 @@ protected:
         start.file = path;
         writer = run(io, RecordingWriter::starter(services)(std::move(start)));
     }
-    /// The screen changes eight times a second, from now on for so long.
+    /// Changes the screen eight times per second for this long.
     void changeFor(Duration length)
     {
         for (Instant const end = clock.now() + length; clock.now() < end;) {

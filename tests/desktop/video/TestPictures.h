@@ -10,7 +10,7 @@ namespace zelvo::test {
 
 using namespace std::chrono_literals;
 
-/// As the agent asks for: 8 frames a second, a key frame every 80.
+/// The agent's settings: 8 frames per second, a key frame every 80.
 inline VideoSettings settingsFor(std::filesystem::path file, int width = 320, int height = 180)
 {
     return {.file = std::move(file),
@@ -36,14 +36,14 @@ inline void fill(Picture& picture, int x, int y, int width, int height, std::uin
 
 inline Picture plainPicture(int width, int height, std::uint32_t color)
 {
-    // Rows are longer than the picture, as those of a screen system may be.
+    // Rows are longer than the picture, as in some screen systems.
     Picture picture{.width = width, .height = height, .stride = width * 4 + 64};
     picture.pixels = PixelBuffer(std::size_t(picture.stride) * std::size_t(height));
     fill(picture, 0, 0, width, height, color);
     return picture;
 }
 
-/// Another picture for each number: noise, which no encoder makes small, with a square that moves.
+/// A different picture for each number: noise, which no encoder compresses, with a moving square.
 inline Picture busyPicture(int width, int height, int number)
 {
     Picture picture = plainPicture(width, height, 0x202020);
@@ -56,7 +56,7 @@ inline Picture busyPicture(int width, int height, int number)
     return picture;
 }
 
-/// Hardly different from the one before, as a screen is.
+/// Almost the same as the previous one, like a screen.
 inline Picture calmPicture(int width, int height, int number)
 {
     Picture picture = plainPicture(width, height, 0x336699);

@@ -36,7 +36,7 @@ Output run(std::string const& command)
     return output;
 }
 
-/// For the shell.
+/// Quoted for the shell.
 std::string quoted(std::filesystem::path const& file)
 {
     std::string text = "'";

@@ -13,7 +13,7 @@ struct VideoPacket {
     bool isKey = false;
 };
 
-/// What other programs (ffprobe) say of a video.
+/// A video's properties as ffprobe reports them.
 struct VideoFacts {
     std::string codec;
     std::string profile;
@@ -25,15 +25,15 @@ struct VideoFacts {
     std::vector<VideoPacket> packets;
 };
 
-/// Throws std::runtime_error when ffprobe can't read it.
+/// Throws std::runtime_error if ffprobe can't read it.
 VideoFacts factsOf(std::filesystem::path const& video);
-/// Decodes all of it. Gives what ffmpeg complains of: nothing.
+/// Decodes the whole video. Returns ffmpeg's complaints; empty for a valid video.
 std::string complaintsAbout(std::filesystem::path const& video);
 /// The number of frames that can be decoded.
 std::size_t decodableFrames(std::filesystem::path const& video);
-/// The frame that is shown at a time, BGRX, rows without gaps.
+/// The frame at a time, BGRX, rows without gaps.
 std::string frameAt(std::filesystem::path const& video, double seconds);
-/// The names of the boxes that a file is made of, in their order.
+/// The names of the file's boxes, in order.
 std::vector<std::string> boxesOf(std::filesystem::path const& video);
 
 } // namespace zelvo::test

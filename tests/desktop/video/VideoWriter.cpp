@@ -1,5 +1,5 @@
-// Writes a video of endless frames into the file of its first argument, and says the number of each once it
-// has been taken; with a number as second argument that many, and then finishes. For tests that kill it.
+// Writes a video of endless frames into the file of its first argument, and prints the number of each
+// accepted frame; with a number as second argument it writes that many and finishes. For tests that kill it.
 
 #include "desktop/video/TestPictures.h"
 #include "platform/portable/video/LibavVideoFiles.h"
