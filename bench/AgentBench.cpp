@@ -1,6 +1,6 @@
 // Workload: commands to the real agent program on a private desktop of 1920 x 1080, one at a time, from the
 // frame's first byte to the reply's last, over the loopback interface; its start, from before the process to
-// its first heartbeat; and its memory after five seconds of rest.
+// its first heartbeat; and its memory after five idle seconds.
 
 #include "AgentStage.h"
 #include "BareScreenshot.h"
@@ -19,7 +19,7 @@ std::string const cursor = commandFrame("cursor.position");
 std::string const display = commandFrame("display.info");
 std::string const screenshot = commandFrame("screenshot", R"({"format":"jpeg","quality":80})");
 
-/// One desktop for all that look at the same screen.
+/// One desktop for all benchmarks of the same screen.
 AgentStage& furnished()
 {
     static std::unique_ptr<AgentStage> const stage = [] {

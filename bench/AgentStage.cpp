@@ -69,7 +69,7 @@ void AgentStage::furnish()
                                  std::to_string(across(900)) + "+" + std::to_string(down(100));
     desktop.start({"xterm", "-geometry", geometry, "-e", "cat " + text.string() + "; sleep 100000"});
     desktop.waitForWindow({.className = "XTerm"});
-    // What a new window shows is complete only when it has painted itself.
+    // A new window's content is complete only after it has painted itself.
     std::this_thread::sleep_for(std::chrono::seconds(2));
 }
 

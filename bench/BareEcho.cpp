@@ -28,7 +28,7 @@ constexpr auto betweenPings = std::chrono::milliseconds(10);
 
 } // namespace
 
-/// One ping after the other, and how long each was unanswered.
+/// Sends one ping after another and measures the time until each pong.
 class Pings {
 public:
     explicit Pings(Stream& socket) : socket(socket), timer(socket.get_executor())
@@ -48,7 +48,7 @@ public:
         sentAt = std::chrono::steady_clock::now();
         socket.async_ping({}, [](ErrorCode) {});
     }
-    /// The last one counts as answered by whatever came instead.
+    /// The message that ended the exchange counts as the last ping's answer.
     double end()
     {
         if (!isAnswered)

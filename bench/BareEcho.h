@@ -15,16 +15,16 @@ public:
     ~EchoDriver();
 
     std::uint16_t port() const;
-    /// Takes the connection of the one that echoes or answers. Throws std::runtime_error when none comes.
+    /// Accepts the peer's connection. Throws std::runtime_error if none arrives.
     void accept();
     /// Waits for a message.
     std::string_view receive();
-    /// The message that came last; good until the next one is waited for.
+    /// The last message; valid until the next one is read.
     std::string_view received() const;
-    /// Sends a text and waits for what comes back; gives its size.
+    /// Sends a text and waits for the reply; returns its size.
     std::size_t roundTrip(std::string const& text);
-    /// Sends a text and pings all the time until a message comes; gives the longest that a ping was
-    /// unanswered, in milliseconds.
+    /// Sends a text and constant pings until a message arrives; returns the longest time without a pong, in
+    /// milliseconds.
     double roundTripUnderPings(std::string const& text);
 
 private:
@@ -32,7 +32,7 @@ private:
     std::unique_ptr<State> state;
 };
 
-/// The baseline: Beast and nothing else, asynchronous on a thread of its own, sending back what it reads.
+/// The baseline: plain asynchronous Beast on a separate thread that echoes what it reads.
 class BareEcho {
 public:
     explicit BareEcho(std::uint16_t port);

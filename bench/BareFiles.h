@@ -6,9 +6,9 @@
 
 namespace zelvo {
 
-/// The baseline of files: the bare calls. A failure ends the benchmark.
+/// The baseline for files: bare system calls. A failure ends the benchmark.
 std::string bareRead(std::filesystem::path const& file);
-/// Written beside the old file, synced and renamed.
+/// Writes a temporary file beside the old one, syncs and renames it.
 void bareWrite(std::filesystem::path const& file, std::string_view data);
 
 } // namespace zelvo

@@ -6,15 +6,15 @@
 
 namespace zelvo {
 
-/// The baseline of a screenshot: one grab of the root window through shared memory and one encode, with
-/// everything made ready beforehand and nothing copied.
+/// The baseline for a screenshot: one grab of the root window through shared memory and one encode, with
+/// everything prepared and nothing copied.
 class BareScreenshot {
 public:
-    /// Throws std::runtime_error when the server shares no memory.
+    /// Throws std::runtime_error if the server lacks shared memory.
     explicit BareScreenshot(std::string const& display);
     ~BareScreenshot();
 
-    /// Gives the size of the JPEG; 0 after a failure.
+    /// Returns the size of the JPEG; 0 after a failure.
     std::size_t take(int quality);
 
 private:

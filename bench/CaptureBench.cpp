@@ -39,7 +39,7 @@ std::string nameOf(Size size, char const* what)
     return textOf(size) + " " + what;
 }
 
-/// The desktop of this size; there is one at a time.
+/// The desktop of this size; only one exists at a time.
 AgentStage& stageOf(Size size)
 {
     static std::unique_ptr<AgentStage> stage;
@@ -79,7 +79,7 @@ void editorHidden(benchmark::State& state, Size size)
     AgentStage& stage = stageOf(size);
     std::size_t const before = stage.ask(screenshot).size();
     stage.hide({"org.xfce.mousepad"});
-    // The editor's text makes a good part of the picture.
+    // The editor's text is a large part of the picture.
     if (stage.ask(screenshot).size() * 100 > before * 97)
         state.SkipWithError("nothing was left out");
     takePictures(state, stage);

@@ -1,8 +1,8 @@
-// Workload: a text of 1 MiB on the clipboard of a private desktop. "get" is our reading of what a bare owner
-// has: one property, no checks, a thread of its own; the baseline is a bare requestor that asks the same
-// owner for one form and takes the property in one look. "set" is our taking of the clipboard until the
-// server has said that it is ours; the baseline is the bare owner's. "set and paste" is that and a bare
-// requestor's taking of the text, in pieces where it comes in pieces.
+// Workload: a text of 1 MiB on the clipboard of a private desktop. "get" is our reading from a bare owner:
+// one property, no checks, a separate thread; the baseline is a bare requestor that asks the same owner for
+// one target and reads the property at once. "set" takes the clipboard until the server confirms it; the
+// baseline is the bare owner's. "set and paste" adds a bare requestor that reads the text, in pieces if it
+// arrives in pieces.
 
 #include "RatioTable.h"
 #include "desktop/harness/PrivateDesktop.h"
@@ -53,7 +53,7 @@ struct Bare {
     xcb_atom_t property;
 };
 
-/// Answers every request with the whole text, on a thread of its own.
+/// Answers every request with the whole text, on a separate thread.
 class BareOwner {
 public:
     BareOwner(std::string const& display, std::string given) : bare(display), text(std::move(given))

@@ -1,7 +1,8 @@
-// Workload: 100 MiB into a file and out of it again, in a temporary folder. Ours goes through the gate of
-// granted folders: judged, walked to, and written beside the old file, synced and renamed. The baseline does
-// the bare calls with the same buffers: open and read into one fresh text; open, write, fsync and rename.
-// The file is in the page cache when it is read. Peak memory is that of a process of its own for each side.
+// Workload: 100 MiB written to a file and read again, in a temporary folder. Ours checks the granted folders:
+// resolves the path, opens it folder by folder, and writes beside the old file, syncs and renames. The
+// baseline makes the bare calls with the same buffers: open and read into one new text; open, write, fsync
+// and rename. The file is in the page cache when it is read. Peak memory is that of a separate process for
+// each side.
 
 #include "BareFiles.h"
 #include "LoopThread.h"
@@ -27,7 +28,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t bytes = 100u << 20;
 
-/// A granted folder of the benchmark's own, with the file in it.
+/// A granted folder for the benchmark, with the file in it.
 class Stage {
 public:
     Stage()
@@ -46,7 +47,7 @@ public:
     fs::path file;
 };
 
-/// Our gate on a thread of workers.
+/// Our file access on a worker thread.
 class Gate {
 public:
     explicit Gate(fs::path const& folder)
@@ -68,7 +69,7 @@ private:
     FileAccess access;
 };
 
-/// Times a write that is given a text of its own each time; making it is not timed.
+/// Times writes, each with a new text; creating the text is not timed.
 template <class Write>
 void measureWrites(benchmark::State& state, Write write)
 {
@@ -110,7 +111,7 @@ void bareReads(benchmark::State& state)
         benchmark::DoNotOptimize(bareRead(stage.file));
 }
 
-/// The most memory that a process needed that does only this, in files of 100 MiB.
+/// Peak memory of a process that only does this, in files of 100 MiB.
 template <class Use>
 double peakIn(Use use)
 {
@@ -145,7 +146,7 @@ int main(int count, char** arguments)
     auto const ms = [](char const* name) {
         return [name](Times const& times) { return times.at(name) / 1000; };
     };
-    printPeaks(); // First, while this process itself is small.
+    printPeaks(); // First, while this process is small.
     benchmark::RegisterBenchmark("bareWrite", bareWrites)->UseRealTime();
     benchmark::RegisterBenchmark("ourWrite", ourWrite)->UseRealTime();
     benchmark::RegisterBenchmark("bareRead", bareReads)->UseRealTime();

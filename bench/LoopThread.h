@@ -7,7 +7,7 @@
 
 namespace zelvo {
 
-/// A thread that runs an io_context until this goes.
+/// A thread that runs an io_context until this object is destroyed.
 class LoopThread {
 public:
     ~LoopThread()

@@ -75,7 +75,7 @@ std::size_t readOneByOne(std::int32_t pid)
         if (!application ||
             static_cast<std::int32_t>(atspi_accessible_get_process_id(application.get(), nullptr)) != pid)
             continue;
-        // Without the states it waits for itself for ever when one changes while it reads.
+        // Without the states it waits forever for itself if one changes while it reads.
         atspi_accessible_set_cache_mask(application.get(), ATSPI_CACHE_STATES);
         int const windows = atspi_accessible_get_child_count(application.get(), nullptr);
         for (int each = 0; each < windows; ++each)

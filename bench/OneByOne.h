@@ -5,8 +5,8 @@
 
 namespace zelvo {
 
-/// The baseline of readings: libatspi, one call after the other. Reads the same attributes
-/// of every element of a process and gives how many there are. Thread: one.
+/// The baseline for readings: libatspi, one call after another. Reads the same attributes of every element of
+/// a process and returns the number of elements. Thread: one.
 std::size_t readOneByOne(std::int32_t pid);
 
 } // namespace zelvo

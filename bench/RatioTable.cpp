@@ -7,7 +7,7 @@ namespace zelvo {
 
 namespace {
 
-/// Prints as always, and keeps the median of each benchmark's repetitions, or its only time.
+/// Prints as usual, and keeps the median of each benchmark's repetitions, or its only time.
 class KeepingReporter final : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(std::vector<Run> const& runs) override
@@ -43,7 +43,7 @@ int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios,
                         measured, baseline, ratio.unit.c_str(), measured / baseline);
             std::printf(ratio.atMost > 0 ? " %7.2f\n" : "       -\n", ratio.atMost);
         } catch (std::out_of_range const&) {
-            // Left out by --benchmark_filter.
+            // Filtered out by --benchmark_filter.
         }
     }
     if (times)

@@ -9,21 +9,21 @@
 
 namespace zelvo {
 
-/// The times of one run by the name of the benchmark, in microseconds an iteration.
+/// The times of one run by benchmark name, in microseconds per iteration.
 using Times = std::map<std::string, double>;
 
-/// One line of the closing table: what was measured, against a baseline of the same run.
+/// A row of the final table: a measurement against a baseline of the same run.
 struct Ratio {
     std::string what;
     std::string against;
-    std::function<double(Times const&)> measured; ///< throws std::out_of_range when it was left out
+    std::function<double(Times const&)> measured; ///< throws std::out_of_range if it was filtered out
     std::function<double(Times const&)> baseline; ///< in the same unit
     double atMost = 0;                            ///< 0 for none
     std::string unit = "us";
 };
 
-/// Runs the registered benchmarks and prints the ratios of the run below them. For main().
-/// times: gets the times of the run.
+/// Runs the registered benchmarks and prints the ratios below them. For main().
+/// times  receives the times of the run
 int runWithRatios(int count, char** arguments, std::vector<Ratio> const& ratios, Times* times = nullptr);
 
 } // namespace zelvo

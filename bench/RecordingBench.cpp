@@ -1,9 +1,9 @@
-// Workload: a private desktop of 1920x1080 is recorded at 8 frames a second, for a minute at rest and for 20
-// seconds with a terminal that fills it with text ten times a second: by our stream and recording in this
-// process, and by ffmpeg grabbing the same screen with the same encoder, preset, rate and bit rate. Measured
-// is processor time, of the program alone and of the X server beside it. Then what half an hour of recording
-// adds to the memory, and the time of a click and of "screenshot" at the real agent program on such a busy
-// screen, without a recording and while one is made.
+// Workload: a private desktop of 1920x1080 is recorded at 8 frames per second, for a minute without changes
+// and for 20 seconds with a terminal that fills it with text ten times per second: by our stream and
+// recording in this process, and by ffmpeg, which grabs the same screen with the same encoder, preset, rate
+// and bit rate. Measures processor time, of the program alone and of the X server. Then the memory that half
+// an hour of recording adds, and the time of a click and of "screenshot" with the real agent program on such
+// a busy screen, with and without a recording.
 
 #include "AgentStage.h"
 #include "RatioTable.h"
@@ -36,7 +36,7 @@ constexpr std::int64_t bitRate = std::int64_t{width} * height * rate / 10;
 constexpr std::chrono::seconds restLength{60};
 constexpr std::chrono::seconds busyLength{20};
 
-/// Fills the screen with other text ten times a second.
+/// Fills the screen with new text ten times per second.
 std::vector<std::string> const flood = {
     "xterm",     "-fn",        "fixed",
     "-geometry", "320x83+0+0", "-e",
@@ -47,7 +47,8 @@ double secondsIn(timeval const& time)
     return double(time.tv_sec) + double(time.tv_usec) / 1e6;
 }
 
-/// Processor time used so far, in seconds. whose: RUSAGE_SELF, or RUSAGE_CHILDREN for those that have ended.
+/// Processor time used so far, in seconds.
+/// whose  RUSAGE_SELF, or RUSAGE_CHILDREN for ended children
 double used(int whose)
 {
     rusage usage{};
@@ -55,7 +56,7 @@ double used(int whose)
     return secondsIn(usage.ru_utime) + secondsIn(usage.ru_stime);
 }
 
-/// Of another process, in seconds.
+/// Processor time of another process, in seconds.
 double usedBy(pid_t pid)
 {
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
@@ -76,7 +77,7 @@ double residentMegabytes()
     return resident * 4096 / 1e6;
 }
 
-/// Puts what a stream delivers into a recording.
+/// Records the frames of a stream.
 class Recording final : public ScreenStreamOutput {
 public:
     explicit Recording(std::filesystem::path const& file)
@@ -160,7 +161,7 @@ public:
         stream = stage->screen.live.run(stage->streams.open(std::move(request), stage->queue, output));
     }
 
-    /// True when all went well.
+    /// True if everything succeeded.
     bool finish(Duration lasted)
     {
         stage->screen.live.run(stream->stop());
@@ -270,7 +271,7 @@ void busyFfmpegOneThread(benchmark::State& state)
     ffmpegs(state, busyLength, {"-threads", "1"});
 }
 
-/// The real agent program on a screen of its own that is as busy, and recordings there or does not.
+/// The real agent program on an equally busy separate screen, with or without recording.
 class Agent {
 public:
     explicit Agent(std::string const& mode)
@@ -278,12 +279,12 @@ public:
         stage.store("zelvo.recording.mode", json::string(mode));
         stage.run(flood);
         stage.start();
-        // The first action starts the recording; its first second is not looked at.
+        // The first action starts the recording; its first second is not measured.
         click();
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
 
-    /// Now on the left, now on the right: at one place a click waits until it can't be taken for a double
+    /// Alternates between two places: a second click at the same place waits until it can't be a double
     /// click.
     void click()
     {
@@ -310,7 +311,7 @@ private:
     bool isLeft = false;
 };
 
-std::unique_ptr<Agent> agent; ///< of the benchmarks that run now
+std::unique_ptr<Agent> agent; ///< of the running benchmarks
 
 void startAgent(std::string const& mode)
 {
@@ -319,14 +320,14 @@ void startAgent(std::string const& mode)
     agent = std::make_unique<Agent>(mode);
 }
 
-/// Commands at times that have nothing to do with those of the recording's pictures.
+/// Commands at times unrelated to the recording's frames.
 void commands(benchmark::State& state, void (Agent::*command)())
 {
     double longest = 0;
     int number = 0;
     for (auto _ : state) {
         if (number % 50 == 0)
-            agent->click(); // A recording pauses when nothing was done for ten seconds.
+            agent->click(); // Ten seconds without an action would pause the recording.
         std::this_thread::sleep_for(std::chrono::milliseconds(17 + number++ * 7 % 31));
         auto const begin = std::chrono::steady_clock::now();
         ((*agent).*command)();
@@ -366,7 +367,7 @@ void screenshotWhileRecording(benchmark::State& state)
 
 double grownMegabytes = 0;
 
-/// Half an hour of a screen in which something moves all the time, as fast as it can be encoded.
+/// Half an hour of a constantly changing screen, as fast as it can be encoded.
 void halfAnHour(benchmark::State& state)
 {
     stage->beBusy();

@@ -19,7 +19,7 @@ namespace {
 
 char const* const shell = "/bin/zsh";
 
-/// The least that it takes: start the same shell with the same command and wait for its end, no output read.
+/// The minimum: start the same shell with the same command and wait for its end, without reading output.
 void bareSpawn(benchmark::State& state)
 {
     char name[] = "/bin/zsh";
@@ -35,7 +35,7 @@ void bareSpawn(benchmark::State& state)
     }
 }
 
-/// The runner on the agent's thread, asked from another.
+/// The runner on the agent's thread, called from another.
 struct RunnerStage {
     LoopThread agent;
     asio::thread_pool workers{3};

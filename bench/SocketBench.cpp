@@ -1,6 +1,6 @@
 // Workload: the gateway's end sends a message and waits for its echo, one at a time, over the loopback
-// interface. "small" has the size of a "cursor.position" frame, "large" is 4 MiB of text, as a big
-// screenshot. The echo is either bare Beast on a thread of its own or our WebSocket, with its inbox and its
+// interface. "small" has the size of a "cursor.position" frame, "large" is 4 MiB of text, like a big
+// screenshot. The echo is either bare Beast on a separate thread or our WebSocket, with its inbox and its
 // hops, on an agent thread. A hop is a task posted from one thread's io_context to another's.
 
 #include "Baselines.h"
@@ -24,7 +24,7 @@ Task<> echo(std::shared_ptr<WebSocket> socket)
             co_await socket->send(std::move(message.payload));
         }
     } catch (NetworkFailure const&) {
-        // The measuring end has gone.
+        // The measuring end has closed.
     }
 }
 

@@ -6,13 +6,13 @@
 
 namespace zelvo {
 
-/// Bars of text, on a logarithmic scale.
+/// A bar chart of text, on a logarithmic scale.
 class TextPlot {
 public:
     TextPlot(std::string title, std::string unit) : title(std::move(title)), unit(std::move(unit)) {}
 
     void add(std::string label, double value) { bars.emplace_back(std::move(label), value); }
-    /// Writes to standard output; nothing without bars.
+    /// Writes to standard output; no output without bars.
     void print() const;
 
 private:

@@ -1,7 +1,7 @@
-// Workload: 100 MiB out of the real agent program and into it, from the frame's first byte to the reply's
-// last, over the loopback interface, under pings all the time. The baselines do the same work bare on one
-// thread: read, base64 and one Beast send; and one Beast read, a search for the text, base64, write, fsync
-// and rename. The file is in the page cache when it is read.
+// Workload: 100 MiB read from the real agent program and written through it, from the frame's first byte to
+// the reply's last, over the loopback interface, with constant pings. The baselines do the same work bare on
+// one thread: read, base64 and one Beast send; and one Beast read, a search for the text, base64, write,
+// fsync and rename. The file is in the page cache when it is read.
 
 #include "AgentStage.h"
 #include "BareFiles.h"
@@ -64,10 +64,10 @@ std::string uploadFrame()
                                                   base64Of(std::string(bytes, 'y')) + R"("})");
 }
 
-/// What was seen of the agent beside its time.
+/// Measurements of the agent other than its time.
 struct Seen {
     double pong = 0;   ///< the longest, ms
-    double memory = 0; ///< the most, in times of the file
+    double memory = 0; ///< the peak, in multiples of the file
 };
 std::map<std::string, Seen> seen;
 
@@ -95,7 +95,7 @@ void upload(benchmark::State& state)
     command(state, "upload", uploadFrame);
 }
 
-/// Connects to the driver and answers each message with what `work` makes of it.
+/// Connects to the driver and answers each message with the result of `work`.
 class BarePeer {
 public:
     BarePeer(EchoDriver& driver, std::function<std::string(std::string_view)> work)
@@ -138,7 +138,7 @@ void bare(benchmark::State& state,
     for (auto _ : state)
         if (driver->roundTripUnderPings(frame) < 0)
             state.SkipWithError("no answer");
-    driver.reset(); // Its end ends the peer.
+    driver.reset(); // Closing it ends the peer.
 }
 
 void bareDownload(benchmark::State& state)

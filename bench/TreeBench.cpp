@@ -1,7 +1,6 @@
-// Workload: one reading of all elements of a real program on a private desktop, with every attribute that an
-// agent is told, as "ui.tree" makes it; the baseline is libatspi, one call after the other. Programs of 100
-// elements and more: GTK 3 with a third of them on the screen and with all to 10,000, Qt and Chromium to
-// 3,000.
+// Workload: one reading of all elements of a real program on a private desktop, with every attribute that
+// agents get, like "ui.tree"; the baseline is libatspi, one call after another. Programs of 100 elements and
+// more: GTK 3 with a third of them on the screen and with all, to 10,000; Qt and Chromium to 3,000.
 
 #include "OneByOne.h"
 #include "RatioTable.h"

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// So high that no tree of ours reaches them: the time of a whole reading is what counts.
+/// High enough for every tree here, so that each reading is complete.
 constexpr TreeLimits limits{.maxElements = 100'000, .totalTimeout = 60s};
 
 void writePage(std::filesystem::path const& file, int count)

@@ -15,7 +15,7 @@
 
 namespace zelvo {
 
-/// What a program with many elements is made with, and how many of them can be seen at once.
+/// The toolkit of a program with many elements, and how many of them are visible at once.
 enum class TreeKind { gtkThirdShowing, gtkAllShowing, qt, chromium };
 
 /// A private desktop with programs that show many elements.
@@ -24,12 +24,12 @@ public:
     TreeStage();
     ~TreeStage();
 
-    /// Starts a program with about `count` elements and waits until all of them can be read. Gives its
-    /// process. The one before it is ended.
+    /// Starts a program with about `count` elements and waits until all can be read; ends the one before.
+    /// Returns its process id.
     std::int32_t show(TreeKind kind, int count);
 
     struct Reading {
-        std::size_t elements = 0; ///< that were kept
+        std::size_t elements = 0; ///< in the snapshot
         std::uint64_t messages = 0;
     };
     /// One walk through all windows of a process, with every attribute of every element.

@@ -1,7 +1,7 @@
-// Workload: 1000 characters typed into a text field of a real program on a private desktop, by our event
-// posting as the input driver uses it, and by xdotool as it comes. Once letters of the layout alone, once a
-// text of many scripts. Told are characters a second, from the first event to the last one, and errors: how
-// many characters have to be changed, put in or taken out to make the text of what the field then held.
+// Workload: 1000 characters typed into a text field of a real program on a private desktop, with our event
+// posting as the input driver uses it, and with plain xdotool. Once letters of the layout only, once a text
+// of many scripts. Reports characters per second, from the first event to the last, and errors: the edit
+// distance between the text and the field's final content.
 
 #include "base/Text.h"
 #include "desktop/input/InputFixture.h"

@@ -18,7 +18,7 @@ void check(bool holds)
         std::abort();
 }
 
-/// What the input says, byte by byte; zeros when it is at its end.
+/// Consumes the input byte by byte; zeros after its end.
 struct Input {
     std::string_view bytes;
 
@@ -158,8 +158,8 @@ void readAsEverything(sd_bus_message* message)
 
 } // namespace
 
-/// What applications answer over AT-SPI: messages of the expected and of other shapes, each read as every
-/// answer that it could be, and texts of any bytes.
+/// AT-SPI replies of applications: messages of the expected and of other types, each parsed as every kind of
+/// reply, and texts of any bytes.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     static test::OfflineBus const bus;

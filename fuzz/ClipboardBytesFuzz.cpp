@@ -27,7 +27,7 @@ void readAsText(std::string_view bytes)
         OfferedText const offered(read);
         check(offered.utf8 == read);
         check(offered.latin1().size() <= read.size());
-        // What is one byte a character can be had back.
+        // Text of one byte per character survives the round trip.
         if (encoding == ClipboardEncoding::latin1)
             check(utf8FromLatin1(offered.latin1()) == read);
     }

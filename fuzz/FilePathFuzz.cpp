@@ -16,7 +16,7 @@ void expect(bool holds)
         std::abort();
 }
 
-/// A standardized path is absolute and has nothing left that could be taken away.
+/// A standardized path is absolute and cannot be shortened.
 void checkText(std::string_view text)
 {
     std::string const standard = paths::standardized(text, "/base/here");
@@ -31,7 +31,7 @@ void checkText(std::string_view text)
     expect(!paths::isInside(standard + "2", standard));
 }
 
-/// Each line is a link, "where it stands>where it leads", or a folder.
+/// Each line is a link, "path>target", or a folder.
 FakeFileSystem linksOf(std::string_view text)
 {
     FakeFileSystem files;
@@ -50,7 +50,7 @@ FakeFileSystem linksOf(std::string_view text)
     return files;
 }
 
-/// Where a path leads has no link left in it, and what is told to be there is there.
+/// A resolved path contains no link, and reported files exist.
 void checkPlace(FakeFileSystem& files, std::string const& path)
 {
     FilePlace const place = locate(files, path);

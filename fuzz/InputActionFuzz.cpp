@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// An entry is an action with a finite place, or refused as an invalid request, and nothing else.
+/// An entry is either an action with finite coordinates or an invalid request, nothing else.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     auto const entry = zelvo::parseJson({reinterpret_cast<char const*>(data), size});
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     try {
         auto const action = zelvo::InputAction::parse(entry->get_object());
         if (!(action == zelvo::InputAction::parse(entry->get_object())))
-            std::abort(); // A NaN got in.
+            std::abort(); // A NaN was accepted.
         auto const point = action.targetPoint();
         if (point && (!std::isfinite(point->x) || !std::isfinite(point->y)))
             std::abort();

@@ -20,7 +20,7 @@ std::string escaped(std::string const& token)
 
 } // namespace
 
-/// A token is UTF-8, and a link that is made with it gives it back.
+/// A token is UTF-8, and a link made with it yields it again.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     auto const token = zelvo::linkTokenOf({reinterpret_cast<char const*>(data), size});

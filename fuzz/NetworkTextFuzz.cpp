@@ -22,7 +22,7 @@ void readAsAddress(std::string_view text)
     try {
         WebSocketAddress const address = parseWebSocketAddress(text);
         check(address.port != 0 && !address.host.empty() && address.target.starts_with('/'));
-        // Neither may end the line of the request that it goes into.
+        // Neither may end the request line that contains it.
         check(address.target.find_first_of("\r\n ") == std::string::npos);
         check(address.authority().find_first_of("\r\n ") == std::string::npos);
     } catch (NetworkFailure const&) {
@@ -45,8 +45,7 @@ void readAsProxy(std::string_view text)
 
 } // namespace
 
-/// The texts that reach the network layer from outside: addresses, proxy variables, the head of an answer,
-/// pongs.
+/// Texts from outside that reach the network layer: addresses, proxy variables, response heads, pongs.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     std::string_view const text(reinterpret_cast<char const*>(data), size);

@@ -30,7 +30,7 @@ void check(bool holds)
 
 } // namespace
 
-/// The bytes as the words on a button, and as a chord of keys with "+" between them.
+/// The input as the text on a button, and as a chord of keys with "+" between them.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     using namespace zelvo;
@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::ranges::replace(other, "cmd", "ctrl");
     for (char const* const app : {"org.gnome.Nautilus", "discord", "org.example"}) {
         check(DangerousShortcuts::meaning(keys, app) == DangerousShortcuts::meaning(other, app));
-        // What really comes of it is asked for whenever it would be asked for by its own name.
+        // A chord needs confirmation whenever the keys that it really presses would need it.
         Chord const chord = Chord::of(keys);
         Keys pressed;
         if (chord.flags.cmd || chord.flags.ctrl)

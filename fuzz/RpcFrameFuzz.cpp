@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// What is accepted can be written and reads back equal; what is no UTF-8 is never accepted.
+/// Accepted input can be written and reads back equal; invalid UTF-8 is never accepted.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     std::string_view const text(reinterpret_cast<char const*>(data), size);

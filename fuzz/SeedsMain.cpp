@@ -1,5 +1,4 @@
-// Runs a fuzz target once over each file of a folder, so that every input that ever found something stays a
-// test.
+// Runs a fuzz target once over each file of a folder, so that every input that ever failed remains a test.
 
 #include <cstdint>
 #include <cstdio>
@@ -8,7 +7,7 @@
 #include <iterator>
 #include <string>
 
-// Each target defines it; the analysis, which reads several sources as one, has seen that before.
+// Each target defines it; clang-tidy reads several sources as one and has already seen the definition.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, // NOLINT(readability-redundant-declaration)
                                       std::size_t size);
 
@@ -23,7 +22,7 @@ int main(int count, char** arguments)
         std::ifstream file(entry.path(), std::ios::binary);
         std::string const bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
         std::printf("%s\n", entry.path().filename().c_str());
-        std::fflush(stdout); // A seed that ends the process is the last one named.
+        std::fflush(stdout); // If a seed ends the process, its name is the last output.
         LLVMFuzzerTestOneInput(reinterpret_cast<std::uint8_t const*>(bytes.data()), bytes.size());
         ++seeds;
     }

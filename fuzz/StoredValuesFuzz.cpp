@@ -25,7 +25,7 @@ void check(bool holds)
         std::abort();
 }
 
-/// What a file of the settings folder may hold: read, it can be written and reads back equal.
+/// Content of a settings file: what can be read can be written and reads back equal.
 void readAsStored(std::string_view bytes)
 {
     if (auto const connections = decodeConnections(bytes))
@@ -40,7 +40,7 @@ void readAsStored(std::string_view bytes)
     check(ActivityLog::decoded(log.encoded()).entries() == log.entries());
 }
 
-/// What the gateway may send about links, policies, live agents and commands that wait.
+/// Gateway messages about links, policies, live agents and queued commands.
 void readAsAnswer(json::value const& value)
 {
     if (auto const policy = ConfirmationPolicy::fromJson(value))
@@ -59,7 +59,7 @@ void readAsAnswer(json::value const& value)
     }
 }
 
-/// What the gateway may answer about recordings.
+/// Gateway responses about recordings.
 void readAsRecordingReply(std::string_view bytes)
 {
     RecordingReply const reply = RecordingReply::from({.status = 503, .body = std::string(bytes)});
