@@ -1,6 +1,6 @@
 """A window of many buttons: gtk_buttons.py COUNT third|all, by how many of them are on the screen.
 
-They stand in groups, as in real windows: a list of children takes GTK the square of their number.
+They are in groups, as in real windows: GTK takes quadratic time to list children.
 """
 import sys
 

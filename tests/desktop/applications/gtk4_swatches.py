@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A GTK 4 window of plain colours. Each element that is called "swatch RRGGBB" is drawn in that colour alone.
+"""A GTK 4 window of plain colours. Each element named "swatch RRGGBB" is drawn in that colour alone.
 
 Usage: gtk4_swatches.py [--decorated]. With --decorated the window draws its own frame.
 """

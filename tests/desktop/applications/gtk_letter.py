@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""A GTK 3 window that sends, saves and deletes, and says on its output what it was made to do. SIGUSR1 lets the
-buttons "Send" and "Print" change places."""
+"""A GTK 3 window that sends, saves and deletes, and prints each action. SIGUSR1 swaps the buttons "Send" and
+"Print"."""
 import signal
 
 import gi

@@ -1,10 +1,9 @@
 #!/usr/bin/python3
-"""Reads the elements of a process one call at a time with pyatspi, for tests to compare others with.
+"""Reads the elements of a process with pyatspi, one call at a time, as a reference for tests.
 
-Usage: read_elements.py PID [--wake] [--shown]. Prints one JSON object a line, an element before its children, the
-application first, with its toolkit. With
---wake the top-level elements are asked for their attributes first, which makes Chromium build the elements of its
-pages. With --shown elements that are not showing are left out, and what is below them.
+Usage: read_elements.py PID [--wake] [--shown]. Prints one JSON object per line, an element before its children, the
+application first, with its toolkit. --wake first asks the top-level elements for their attributes, which makes Chromium
+build the elements of its pages. --shown leaves out elements that are not showing, and their descendants.
 """
 import json
 import sys
@@ -22,7 +21,7 @@ STATES = {
 def attempt(ask, otherwise=None):
     try:
         return ask()
-    except Exception:  # pyatspi raises whatever the bus or the application says.
+    except Exception:  # pyatspi raises whatever error the bus or the application returns.
         return otherwise
 
 
@@ -36,7 +35,7 @@ def actions(element):
 
 
 def text(element, states):
-    """The text of what can be edited."""
+    """The text of an editable element."""
     if element.getRole() == pyatspi.ROLE_PASSWORD_TEXT:
         return None
     if "editable" not in states and not attempt(element.queryEditableText):
@@ -90,7 +89,7 @@ def application(pid):
 
 
 app = None
-for _ in range(100):  # An application comes onto the bus some time after its window.
+for _ in range(100):  # An application appears on the bus some time after its window.
     if (app := application(int(sys.argv[1]))) is not None:
         break
     time.sleep(0.1)
@@ -99,6 +98,6 @@ if app is None:
 if "--wake" in sys.argv:
     for window in app:
         attempt(window.getAttributes)
-    time.sleep(1)  # Pages are built in a moment that nobody tells of.
+    time.sleep(1)  # Chromium does not report when its pages are built.
 sys.stdout.reconfigure(errors="replace")
 walk(app)

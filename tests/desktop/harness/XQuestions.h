@@ -25,7 +25,7 @@ using XConnection = std::unique_ptr<xcb_connection_t, Disconnect>;
 XConnection connectTo(std::string const& display);
 xcb_screen_t* screenOf(xcb_connection_t* connection);
 xcb_atom_t atomOf(xcb_connection_t* connection, std::string const& name);
-/// A property's bytes; empty when it is absent.
+/// A property's bytes; empty if it is absent.
 std::string propertyOf(xcb_connection_t* connection, xcb_window_t window, std::string const& name);
 bool hasProperty(xcb_connection_t* connection, xcb_window_t window, std::string const& name);
 /// The first 32-bit number of a property, else 0.

@@ -24,7 +24,7 @@ struct Output {
 
 Output run(std::string const& command)
 {
-    std::FILE* const pipe = ::popen(command.c_str(), "re"); // NOLINT(cert-env33-c): of a path of our own
+    std::FILE* const pipe = ::popen(command.c_str(), "re"); // NOLINT(cert-env33-c): the path is ours
     if (!pipe)
         throw std::runtime_error("cannot run " + command);
     Output output;

@@ -57,8 +57,7 @@ UniqueFd newSocket()
 /// A socket that only this user can connect to; invalid if it can't be created.
 UniqueFd listenIn(std::filesystem::path const& folder)
 {
-    ::unlink(
-        (folder / socketName).c_str()); // One that a dead process left; the lock says that it is nobody's.
+    ::unlink((folder / socketName).c_str()); // Left by a dead process: we have the lock, so it has no owner.
     UniqueFd socket = newSocket();
     SocketPlace const place(folder);
     if (!socket || ::bind(socket.get(), place.data(), SocketPlace::size()) != 0 ||
