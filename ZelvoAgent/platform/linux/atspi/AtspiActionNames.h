@@ -12,19 +12,19 @@
 
 namespace zelvo {
 
-/// Asks for the actions of elements. Where a toolkit translates their names it asks for the original name of
-/// each, once for all elements of an application. Thread: one.
+/// Asks for the actions of elements. If a toolkit translates their names, asks for the original name of each,
+/// once for all elements of an application. Thread: one.
 class AtspiActionNames {
 public:
     using Index = AtspiNode::Index;
 
-    /// questions: must outlive it
+    /// questions  must outlive it
     explicit AtspiActionNames(AtspiQuestions& questions) : questions(questions) {}
 
     void ask(Index index);
 
 private:
-    /// The names of one element's actions, while some are still missing.
+    /// The names of an element's actions while they are being read.
     struct Naming {
         std::vector<std::string> names;
         std::size_t missing = 0;

@@ -14,10 +14,10 @@ void AtspiChildLists::ask(Index index)
     AtspiRole const role = node.role.value_or(AtspiRole::invalid);
     AtspiToolkit const toolkit = questions.toolkitOf(node.peer);
     bool const mayBeMany = node.has(AtspiState::managesDescendants) && holdsManyChildren(role);
-    // What is in a button out of sight is so too. Of a long page most elements are such.
+    // The parts of a button out of view are out of view too; in a long page that is most elements.
     if (toolkit.hidesWhatIsOutOfView && node.states && !node.has(AtspiState::showing) && isLeafRole(role))
         return finish(index, {});
-    // The count comes first where a long list would keep the application busy for seconds.
+    // Where listing many children would keep the application busy for seconds, ask for their number first.
     if ((mayBeMany || toolkit.listsSlowly) && !node.isAnswered(AtspiQuestion::childCount) && !node.childCount)
         return askCount(index);
     std::int32_t const count = node.childCount.value_or(mayBeMany ? 0 : 1);
@@ -82,7 +82,7 @@ void AtspiChildLists::continueListing(Index index, std::shared_ptr<Listing> cons
         listing->isCut = true;
         exchange.noteMissing();
     }
-    // What has come by the end of its patience is the list.
+    // The list is what has arrived when the patience ends.
     while (listing->next < count && !listing->isCut && !exchange.isGone(peer) && mayAsk())
         askChildAt(index, listing, listing->next++);
     if (listing->inFlight > 0 || questions.nodes[index].isAnswered(AtspiQuestion::children))

@@ -12,8 +12,8 @@
 
 namespace zelvo {
 
-/// Asks for the children of elements: all at once, or one by one where a long list would keep the application
-/// busy for seconds. Children of other processes are listed where AtspiPeers allows it. Thread: one.
+/// Asks for the children of elements: all at once, or one at a time where a long list would keep the
+/// application busy for seconds. Children of other processes are listed if AtspiPeers allows it. Thread: one.
 class AtspiChildLists {
 public:
     using Index = AtspiNode::Index;
@@ -25,34 +25,34 @@ public:
     /// Both must outlive it.
     AtspiChildLists(AtspiQuestions& questions, AtspiPeers& peers) : questions(questions), peers(peers) {}
 
-    /// Role and states must be answered.
+    /// Ask only after role and states are answered.
     void ask(Index index);
-    /// Has the list come, and the bus is still asked whose children they are?
+    /// True while the list has arrived but the process of a child is still unknown.
     bool waitsForProcesses(Index index) const { return waiting.contains(index); }
     void startAnew() { waiting.clear(); }
-    /// Does a reference lead into another process than the element's?
+    /// Whether a reference leads to another process than the element's.
     bool isForeign(Index index, atspi::Reference const& reference) const;
 
 private:
-    /// A list of children that is being put together, one by one.
+    /// A list of children that is read one child at a time.
     struct Listing {
         std::vector<std::optional<atspi::Reference>> references;
         std::int32_t next = 0;
         std::int32_t inFlight = 0;
-        bool isCut = false;                                  ///< nothing more will come
-        std::optional<AtspiExchange::SteadyTime> until = {}; ///< then no more is asked for
+        bool isCut = false;                                  ///< no further child follows
+        std::optional<AtspiExchange::SteadyTime> until = {}; ///< asks for no more after this
     };
 
     void askCount(Index index);
     void askAll(Index index);
     void askOneByOne(Index index, std::int32_t count);
-    /// Half of what is left of the time, so that something of what is listed can be read.
+    /// Half of the remaining time, so that the listed elements can still be read.
     std::optional<AtspiExchange::SteadyTime> endOfListing() const;
     void continueListing(Index index, std::shared_ptr<Listing> const& listing);
     void askChildAt(Index index, std::shared_ptr<Listing> const& listing, std::int32_t at);
     void take(Index index, std::vector<atspi::Reference> references);
     void finish(Index index, std::vector<atspi::Reference> const& references);
-    /// False while the bus is being asked whose children they are.
+    /// False while the process of a child is being asked for.
     bool identify(Index index, std::vector<atspi::Reference> const& references);
 
     AtspiQuestions& questions;

@@ -36,7 +36,7 @@ public:
 
     void addApplication(PeerId peer, std::int32_t pid, AtspiToolkit toolkit);
     AtspiToolkit toolkitOf(PeerId peer) const { return questions.toolkitOf(peer); }
-    /// Forgets all answers, those on their way too, and what was allowed.
+    /// Forgets all answers, including those in flight, and which processes are allowed.
     void startAnew();
 
     /// Sends the question unless it was sent before. Ask for `children` only after role and states are
@@ -64,7 +64,8 @@ private:
     void send(Index index, AtspiQuestion question);
     void askText(Index index);
     bool isStrictAboutText(Index index) const;
-    /// Lets go of an element's texts when they are too much. before: how much of them there was
+    /// Drops an element's texts once all texts exceed the limit.
+    /// before  bytes of the element's texts before the last answer
     void boundText(AtspiNode& node, std::size_t before);
     BusMessagePtr hitCall(Index index, ReportedPoint point) const;
 

@@ -126,7 +126,7 @@ bool readProperty(sd_bus_message* message, Properties& properties)
 std::string bounded(std::string_view bytes, std::size_t maxBytes)
 {
     if (bytes.size() > maxBytes) {
-        // A character is not cut in two: the first byte that is left out must begin one.
+        // Do not cut a character in two: the first byte left out must start a character.
         while (maxBytes > 0 && (static_cast<unsigned char>(bytes[maxBytes]) & 0xc0) == 0x80)
             --maxBytes;
         bytes = bytes.substr(0, maxBytes);

@@ -80,7 +80,7 @@ std::optional<std::vector<Reference>> readReferences(sd_bus_message* message);
 std::optional<Reference> readReference(sd_bus_message* message);
 /// "u"
 std::optional<AtspiRole> readRole(sd_bus_message* message);
-/// "au": 32 states a number.
+/// "au": 32 states per number.
 std::optional<AtspiStates> readStates(sd_bus_message* message);
 /// "as", as bits of Interface.
 std::optional<std::uint32_t> readInterfaces(sd_bus_message* message);

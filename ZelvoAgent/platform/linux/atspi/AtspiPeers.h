@@ -11,18 +11,17 @@
 
 namespace zelvo {
 
-/// The processes whose elements were met, by their names on the bus, and which of them may be read. Thread:
-/// one.
+/// The processes that own elements, by their bus names, and which of them may be read. Thread: one.
 class AtspiPeers {
 public:
     using PeerId = AtspiExchange::PeerId;
     static constexpr std::size_t maxPeers = 64;
 
     /// exchange, bus  must outlive it; bus is the link to the accessibility bus
-    /// daemon         answers for the bus itself
+    /// daemon         the bus daemon as a peer
     AtspiPeers(AtspiExchange& exchange, AtspiLink& bus, PeerId daemon);
 
-    /// May elements of another process be read?
+    /// Whether elements of another process may be read.
     std::function<bool(std::int32_t pid)> allowsProcess;
 
     PeerId busDaemon() const { return daemon; }
@@ -32,8 +31,8 @@ public:
     void startAnew();
 
     std::optional<std::int32_t> processOf(PeerId peer) const;
-    /// Asks the bus for the process of a name, once; `onKnown` runs when it has answered. A name beyond
-    /// maxPeers is not asked for.
+    /// Asks the bus for the process of a name, once; `onKnown` runs after the answer. Names beyond maxPeers
+    /// are ignored.
     void identify(std::string const& name, std::function<void()> onKnown);
     /// False while a name's process is being asked for.
     bool isSettled(std::string const& name) const;
@@ -46,7 +45,7 @@ private:
         std::optional<std::int32_t> pid;
         bool isApplication = false; ///< the one that is being read
         bool isAsked = false;
-        bool isKnown = false; ///< pid was asked for and answered, or not
+        bool isKnown = false; ///< its process id was asked for, answered or not
         std::optional<bool> isAllowed;
     };
 

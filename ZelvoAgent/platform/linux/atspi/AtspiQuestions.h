@@ -11,8 +11,8 @@
 
 namespace zelvo {
 
-/// What every part of an inquiry needs: calls to the application of an element, and the rules for an answer
-/// that does not come. Thread: one.
+/// What every part of an inquiry uses: calls to the application of an element, and the rules for missing
+/// answers. Thread: one.
 class AtspiQuestions {
 public:
     using Index = AtspiNode::Index;
@@ -23,9 +23,9 @@ public:
 
     AtspiExchange& exchange;
     AtspiNodes& nodes;
-    /// Sees each answer, also a missing one.
+    /// Called after each answer, also after a missing one.
     std::function<void(Index, AtspiQuestion)> onAnswered = [](Index, AtspiQuestion) {};
-    /// The question that the reader waits for at present.
+    /// The question that the reader waits for now.
     std::optional<std::pair<Index, AtspiQuestion>> awaited;
     std::map<PeerId, AtspiToolkit> toolkits;
 
@@ -37,11 +37,12 @@ public:
     /// Sends the call of a question to the element's application.
     void send(Index index, AtspiQuestion question, AtspiExchange::OnAnswer onAnswer);
 
-    /// False once the question was forgotten, and perhaps asked anew, since it was sent.
+    /// False if the question was forgotten, and perhaps sent again, since it was sent.
     bool isOpen(Index index, AtspiQuestion question) const;
-    /// Is it one of the calls that a silent application was asked ahead, which can be asked again?
+    /// True if the peer is being given up but the call was read ahead only, so it can be sent again.
     bool isPutOff(Index index, AtspiQuestion question) const;
-    /// There is no answer: for now when it is put off, else for good.
+    /// Handles a missing answer: the question may be asked again if it is put off, else it counts as
+    /// answered.
     void leave(Index index, AtspiQuestion question);
     void finish(Index index, AtspiQuestion question);
 };

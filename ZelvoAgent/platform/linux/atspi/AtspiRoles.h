@@ -7,7 +7,7 @@
 
 namespace zelvo {
 
-/// What an element is a child of, as far as that matters to its role.
+/// The kind of an element's parent, as far as its role depends on it.
 struct AtspiPlace {
     bool isInApplication = false; ///< a child of the application itself
     bool isInMenuBar = false;     ///< a child of a menu bar
@@ -19,13 +19,14 @@ struct AxRole {
     bool operator==(AxRole const&) const = default;
 };
 
-/// The role on the wire. States decide between roles that AT-SPI has only one of.
+/// The role on the wire. States decide where AT-SPI has one role for two of ours.
 AxRole axRoleOf(AtspiRole role, AtspiStates states, AtspiPlace place);
 
-/// May the children of such an element be too many to be listed when its state says managesDescendants?
+/// Whether such an element may have too many children to list if its states contain managesDescendants.
 bool holdsManyChildren(AtspiRole role);
 
-/// Is nothing drawn in such an element that is not part of it? A label or a paragraph may hold whole fields.
+/// Whether such an element contains nothing but its own parts. A label or a paragraph may contain whole
+/// fields.
 bool isLeafRole(AtspiRole role);
 
 /// Whether it is text to read or write, which inside a password field could reveal the password.

@@ -4,7 +4,7 @@
 
 namespace zelvo {
 
-/// States of an element that are of use here, by their number in org.a11y.atspi.Accessible.GetState.
+/// The states used here, by their number in org.a11y.atspi.Accessible.GetState.
 enum class AtspiState {
     active = 1,
     defunct = 6,

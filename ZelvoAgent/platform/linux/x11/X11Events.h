@@ -18,7 +18,7 @@ public:
     X11Events(Contexts const& contexts,
               std::shared_ptr<X11Connection> connection,
               std::function<void()> arrived);
-    /// Drops all events, for a connection that waits for none.
+    /// Discards all events of a connection that needs none.
     X11Events(Contexts const& contexts, std::shared_ptr<X11Connection> const& connection);
     ~X11Events();
     X11Events(X11Events const&) = delete;

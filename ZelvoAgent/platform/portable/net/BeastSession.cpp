@@ -110,7 +110,7 @@ void BeastSession::prepareStream()
             pongArrived({payload.data(), payload.size()});
     });
     socket.read_message_max(maxMessageBytes);
-    // Fragments let pings, pongs and the close frame through in the middle of a large message.
+    // Fragments let pings, pongs and the close frame pass in the middle of a large message.
     socket.auto_fragment(true);
     socket.write_buffer_bytes(fragmentBytes);
     socket.text(true);
@@ -262,7 +262,7 @@ void BeastSession::pingNext()
         return;
     pinging = true;
     stream->pingPayload.assign(payload->data(), payload->size());
-    // Beast keeps a ping that waits for a write inside the stream, so it must not hold the session.
+    // Beast keeps a ping that waits for a write inside the stream, so it must not own the session.
     stream->socket.async_ping(stream->pingPayload, [weak = weak_from_this()](ErrorCode error) {
         auto const self = weak.lock();
         if (!self)
@@ -293,7 +293,7 @@ void BeastSession::peerClosed()
         phase = Phase::closing;
     end({Kind::lost, "the server closed the connection with code " + std::to_string(close.code)});
     setDeadline(goodbyeTime,
-                &BeastSession::drop); // Our close frame may wait behind a message that nobody reads.
+                &BeastSession::drop); // Our close frame may wait behind an unread message.
 }
 
 // The end
@@ -327,7 +327,7 @@ void BeastSession::fail(NetworkFailure problem)
     drop();
 }
 
-/// Ends the session for its owner: all that wait are told. The connection is not touched.
+/// Ends the session for its owner: all pending calls fail. The connection is not touched.
 void BeastSession::end(NetworkFailure problem)
 {
     if (failure)
@@ -338,7 +338,7 @@ void BeastSession::end(NetworkFailure problem)
     for (Outgoing& message : outgoing)
         unsent.push_back(std::move(message.onSent));
     while (outgoing.size() > (writing ? 1U : 0U))
-        outgoing.pop_back(); // What is being written must stay until its write is over.
+        outgoing.pop_back(); // The message that is being written must live until its write ends.
     for (OnSent& onSent : unsent)
         std::move(onSent)(std::make_exception_ptr(*failure));
     deliver();

@@ -26,14 +26,15 @@ namespace zelvo {
 
 class TransportConnector;
 
-/// One WebSocket's whole life. Whatever is under way holds the session; its owner may go at any time.
-/// Thread: the agent's for everything but what is said to be readable from any.
+/// The whole life of one WebSocket. Pending operations keep the session alive; its owner may be destroyed at
+/// any time.
+/// Thread: the agent's, except where members are marked otherwise.
 class BeastSession : public std::enable_shared_from_this<BeastSession> {
 public:
     using OnMessage = asio::any_completion_handler<void(std::exception_ptr, WebSocketMessage)>;
     using OnSent = asio::any_completion_handler<void(std::exception_ptr)>;
 
-    /// What is known of the peer's answers.
+    /// What the peer has answered.
     struct PeerAnswers {
         std::optional<int> httpStatus;
         std::optional<int> closeCode;

@@ -11,7 +11,7 @@
 
 namespace zelvo {
 
-/// The connection below a WebSocket: TCP, or TLS over it. Thread: that of the executor.
+/// The connection below a WebSocket: TCP, or TLS over it. Thread: the executor's.
 struct Transport {
     using Socket = asio::ip::tcp::socket;
 
@@ -19,7 +19,7 @@ struct Transport {
     Transport(Transport const&) = delete;
     Transport& operator=(Transport const&) = delete;
 
-    /// Drops the connection; what is under way fails with operation_aborted.
+    /// Drops the connection; pending operations fail with operation_aborted.
     void close()
     {
         boost::system::error_code ignored;

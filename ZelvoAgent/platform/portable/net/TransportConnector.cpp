@@ -27,7 +27,7 @@ namespace {
 namespace ssl = asio::ssl;
 using Kind = NetworkFailure::Kind;
 
-constexpr Duration addressTime = 10s; ///< for one address of a host while others are left
+constexpr Duration addressTime = 10s; ///< per address while the host has others
 
 std::shared_ptr<ssl::context> makeTlsContext()
 {
@@ -66,7 +66,7 @@ std::string connectRequest(Proxy const& proxy, std::string const& authority)
     return head + "\r\n";
 }
 
-/// Throws NetworkFailure unless a proxy's answer opens the tunnel and nothing follows it.
+/// Throws NetworkFailure unless a proxy's response opens the tunnel and nothing follows it.
 void assertTunnelOpen(std::string const& answer)
 {
     auto const length = headLength(answer);
@@ -78,7 +78,7 @@ void assertTunnelOpen(std::string const& answer)
         throw NetworkFailure{isGateways ? Kind::unreachable : Kind::other,
                              "the proxy answered with HTTP status " + std::to_string(*status)};
     }
-    // The server speaks only after we did, so bytes behind the head are the proxy's and no tunnel's.
+    // The server speaks only after us, so bytes after the head come from the proxy, and this is no tunnel.
     if (*length != answer.size())
         throw NetworkFailure{Kind::other, "the proxy sent more than its answer"};
 }
@@ -120,7 +120,7 @@ Task<> TransportConnector::connectTcp(std::string host, std::uint16_t port)
         throwIfEnded();
         if (!error)
             co_return;
-        // That one kind of address has no route says less than a refusal by another.
+        // "No route" for one kind of address says less than another address's refusal.
         if (!mostSpecific || mostSpecific == asio::error::network_unreachable)
             mostSpecific = error;
     }
@@ -171,7 +171,7 @@ Task<> TransportConnector::startTls(std::string host)
 {
     host = withoutLastDot(std::move(host));
     auto load = [] { return makeTlsContext(); };
-    auto context = co_await on(workers, load); // Reads the store of certificates: milliseconds.
+    auto context = co_await on(workers, load); // Reads the certificate store: milliseconds.
     throwIfEnded();
     auto tls = std::make_unique<ssl::stream<tcp::socket&>>(transport.socket, *context);
     if (!isAddress(host))

@@ -15,17 +15,17 @@
 namespace zelvo {
 
 /// Connects a transport: name lookup, each address of the host in turn, the proxy, TLS.
-/// Thread: that of the transport's executor.
+/// Thread: the transport's executor.
 class TransportConnector {
 public:
     /// transport     must outlive it
     /// workers       where certificates are read
-    /// throwIfEnded  throws when nobody wants the connection any more; asked after each wait
+    /// throwIfEnded  throws once the connection is no longer wanted; called after each wait
     TransportConnector(Transport& transport, Executor workers, std::function<void()> throwIfEnded);
 
     /// Throws NetworkFailure, boost::system::system_error, or what `throwIfEnded` throws.
     Task<> connect(WebSocketAddress address);
-    /// Ends the name lookup. To end what follows, close the transport.
+    /// Ends the name lookup. To end later steps, close the transport.
     void cancel();
 
 private:

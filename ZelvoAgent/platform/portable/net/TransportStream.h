@@ -36,8 +36,8 @@ public:
 
     Executor get_executor() { return socket.get_executor(); }
 
-    std::function<void(int status)> onStatus; ///< the status of the answer to the upgrade
-    std::function<void()> onTearDown;         ///< the session is over, only the goodbye is left
+    std::function<void(int status)> onStatus; ///< receives the status of the response to the upgrade
+    std::function<void()> onTearDown;         ///< the session is over and the connection closes
 
     template <class Buffers, class Token>
     auto async_read_some(Buffers const& buffers, Token&& token)

@@ -10,7 +10,7 @@
 
 namespace zelvo {
 
-/// What a stream of pictures is made from; all of it outlives the stream.
+/// What a stream uses; all of it outlives the stream.
 struct PacedStreamParts {
     Contexts contexts;
     Clock& clock;

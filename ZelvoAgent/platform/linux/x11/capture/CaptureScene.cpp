@@ -20,9 +20,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// How long a new window may show what was beneath it, and a new redirection what was above.
+/// How long a new window may show what was below it, and a newly redirected one what was above.
 constexpr milliseconds settling{250};
-/// How long a compositing manager may go on showing a window that is gone.
+/// How long a compositing manager may show a window after it closed.
 constexpr milliseconds fading{1000};
 
 milliseconds timeLeft(WindowWatch::Time since, milliseconds length)
@@ -60,13 +60,13 @@ void CaptureScene::takeEntries()
 bool CaptureScene::update(std::set<std::string> const& excluded)
 {
     auto* const x = connection->get();
-    // Its answer also brings all events from before the grab.
+    // The reply also delivers all events from before the grab.
     XReply<xcb_get_selection_owner_reply_t> const owner(xcb_get_selection_owner_reply(
         x, xcb_get_selection_owner(x, connection->atoms().compositor), nullptr));
     if (!owner)
         throw ScreenFailure{"the X server is gone"};
     changes.takeEvents();
-    // What has gone may have been one that is hidden only now.
+    // A window that has closed may belong to an application that is hidden only now.
     if (excluded != lastExcluded) {
         changes.forgetKept();
         lastExcluded = excluded;
@@ -95,7 +95,7 @@ void CaptureScene::surveyAnew()
     owners.reset();
 }
 
-/// A frame whose client is gone keeps that client's pixels until the window manager takes it away.
+/// A frame keeps the pixels of a client that is gone until the window manager removes the frame.
 void CaptureScene::leaveOutEmptyFrames()
 {
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
@@ -105,7 +105,7 @@ void CaptureScene::leaveOutEmptyFrames()
     }
 }
 
-/// Leaves out what windows that stay may still show of others.
+/// Leaves out the stale parts of the remaining windows.
 void CaptureScene::leaveOutStalePixels()
 {
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {

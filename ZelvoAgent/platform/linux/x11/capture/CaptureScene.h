@@ -18,38 +18,38 @@ namespace zelvo {
 class X11Connection;
 class WindowOwners;
 
-/// The windows that pictures are made of, and what of them is left out. Surveys the screen only when
-/// something has changed since the last picture. Thread: one at a time.
+/// The windows of a picture, and what is left out of them. Surveys the screen only if something has changed
+/// since the last picture. Thread: one at a time.
 class CaptureScene {
 public:
-    /// entries: must outlive it
+    /// entries  must outlive it
     CaptureScene(std::shared_ptr<X11Connection> server, DesktopEntries& entries);
     ~CaptureScene();
 
     WindowWatch& watch() { return changes; }
-    /// Gives every window memory that belongs to it alone. ownWindow: pictures are made with it; it does not
-    /// count
+    /// Redirects every window into separate memory.
+    /// ownWindow  the window used while taking pictures; changes of it are ignored
     void redirect(std::uint32_t ownWindow);
-    /// Takes the newest desktop entries. Not while the server is grabbed: it may read files.
+    /// Loads the newest desktop entries. Not while the server is grabbed: it may read files.
     void takeEntries();
-    /// Brings the windows up to date and decides what is left out. Call with the server grabbed. True when
-    /// there is a compositing manager.
+    /// Updates the windows and decides what is left out. Call it with the server grabbed. True if a
+    /// compositing manager runs.
     bool update(std::set<std::string> const& excluded);
 
     WindowSurvey const& windows() const { return survey; }
     CaptureExclusion const& exclusion() const { return leftOut; }
-    /// May a compositing manager still show a window that is gone?
+    /// Whether a compositing manager may still show a closed window.
     bool lingers() const;
-    /// How long windows that stay must be given to paint themselves over those that don't.
+    /// How long the remaining windows need to paint over the pixels of hidden ones.
     std::chrono::milliseconds unsettled() const;
-    /// Leaves out the parts in which they have not had that time.
+    /// Leaves out the parts that have not had that time.
     void leaveOutUnsettled();
-    /// A picture was taken of what stays.
+    /// A picture of the remaining windows was taken.
     void noteKept();
 
 private:
     using IsNamed = std::function<bool(ClientWindow const&)>;
-    /// A window that has only just appeared, where it is over one that is left out.
+    /// A new window, at the place where it is over a hidden one.
     struct Unsettled {
         std::size_t window = 0; ///< an index into the survey's windows
         PixelRect overlap;
@@ -69,7 +69,7 @@ private:
     std::set<std::string> lastExcluded;
     CaptureExclusion leftOut;
 
-    // What the last survey found; it holds until the watch says otherwise.
+    // Result of the last survey; valid until the watch reports a change.
     WindowSurvey survey;
     std::shared_ptr<DesktopEntryIndex const> index;
     std::unique_ptr<WindowOwners> owners;

@@ -22,7 +22,7 @@ std::size_t bytesOf(PixelRect const& rect)
     return static_cast<std::size_t>(rect.pixels()) * 4;
 }
 
-/// The rectangles of a piece that are read: one around all of it, unless parts of it may not be read.
+/// The rectangles to read for a piece: its bounds, unless parts of it must not be read.
 std::vector<PixelRect> readsOf(PixelRegion const& region, bool exactly)
 {
     if (region.isEmpty())
@@ -125,7 +125,7 @@ void PictureReader::fetch(std::uint32_t drawable,
 
 void PictureReader::fetchBackground(WindowSurvey const& survey, PixelRegion const& region, bool compositor)
 {
-    // What no window covers can be read where it stands, but for a compositing manager's shadows.
+    // Uncovered areas can be read from the screen, unless a compositing manager draws shadows there.
     PixelRegion covered = region;
     if (!compositor) {
         covered = coveredPart(region, survey);

@@ -15,8 +15,8 @@ class RootBackground;
 class ServerGrab;
 class X11Connection;
 
-/// Reads the pixels of one picture into shared memory and puts them together. Releases the server as soon as
-/// all is asked for. Thread: one.
+/// Reads the pixels of one picture into shared memory and composes them. Releases the server as soon as
+/// everything is requested. Thread: one.
 class PictureReader {
 public:
     struct Services {
@@ -26,16 +26,17 @@ public:
         ServerGrab& grab;
     };
 
-    /// area: of the root window
+    /// area  of the root window
     PictureReader(Services services, PixelRect const& area);
 
     /// The screen itself. Throws ScreenFailure.
     Picture screen();
-    /// The windows that stay, each from its own memory. alphaCounts: a compositing manager is there
+    /// The remaining windows, each from its own memory.
+    /// alphaCounts  true if a compositing manager runs
     Picture composed(WindowSurvey const& survey, CaptureExclusion const& exclusion, bool alphaCounts);
 
 private:
-    /// Pixels on their way into the shared memory.
+    /// A read of pixels into the shared memory.
     struct Read {
         unsigned sequence = 0; ///< of the request
         std::size_t offset = 0;

@@ -4,7 +4,7 @@ struct xcb_connection_t;
 
 namespace zelvo {
 
-/// The X server serves nobody else for as long as it lives.
+/// While it exists, the X server serves no other connection.
 class ServerGrab {
 public:
     explicit ServerGrab(xcb_connection_t* connection);
@@ -12,8 +12,8 @@ public:
     ServerGrab(ServerGrab const&) = delete;
     ServerGrab& operator=(ServerGrab const&) = delete;
 
-    /// Ends it early. Call it after the last question is sent: the server is then free as soon as it has
-    /// answered.
+    /// Ends it early. Call it after the last request is sent: the server is then free as soon as it has
+    /// replied.
     void release();
 
 private:

@@ -25,12 +25,12 @@ public:
     /// part   within the window's border
     /// until  when it counts as clean even if nothing was drawn; `nullopt` for never
     void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
-    /// The server says that something was drawn. sequence: of the event.
+    /// The server reported drawing in a part of a window.
+    /// sequence  of the event
     void noteDrawn(std::uint32_t window, std::uint32_t damage, std::uint32_t sequence, PixelRect const& part);
-    /// A window leaves the screen, or changes its size and with it all that it shows.
+    /// The window left the screen, or was resized, which replaces all its pixels.
     void noteGone(std::uint32_t window);
-    /// Windows that will have stale pixels: the server reports drawing in them from now on, so that nothing
-    /// is missed.
+    /// Windows that will become stale: starts the server's reports now, so that none is missed.
     void expect(std::set<std::uint32_t> windows);
 
     /// On the root window; empty for most.

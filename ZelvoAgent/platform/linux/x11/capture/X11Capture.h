@@ -38,7 +38,7 @@ public:
     CaptureResult take(PixelRect area, std::set<std::string> const& excluded, bool lastTry);
 
     WindowWatch& watch() { return scene.watch(); }
-    /// The window that pictures are made with; it comes and goes with them, and nobody sees it.
+    /// The window used while taking pictures. It is mapped and unmapped with each one, and nobody sees it.
     std::uint32_t ownWindow() const { return background.window(); }
 
 private:

@@ -25,9 +25,9 @@ struct ClipboardPlace {
 /// dropped. Thread: agent.
 class ClipboardTransfers {
 public:
-    /// More at once are refused.
+    /// Further transfers are refused.
     static constexpr std::size_t maxTransfers = 64;
-    /// So many texts are kept for those who still take them; for a newer one the oldest is dropped.
+    /// Texts kept for transfers; a newer text drops the oldest.
     static constexpr std::size_t maxTexts = 4;
 
     ClipboardTransfers(ClipboardLink& link, Clock& clock) : link(link), clock(clock) {}
