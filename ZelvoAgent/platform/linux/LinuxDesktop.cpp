@@ -53,7 +53,8 @@ DisplayFacts LinuxDesktop::displayFacts() const
 {
     return {.isReachable = [display = display] { return display && display->isAlive(); },
             .hasTestExtension = [display = display] { return display && display->capabilities().xtest; },
-            .isXwayland = [display = display] { return display && display->capabilities().xwayland; }};
+            .isXwayland = [display = display] { return display && display->capabilities().xwayland; },
+            .canCapture = [this] { return screen.canCapture(); }};
 }
 
 } // namespace zelvo

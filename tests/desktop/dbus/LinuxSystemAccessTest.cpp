@@ -19,7 +19,8 @@ protected:
             running.agent.get_executor(), running.clock, running.session,
             DisplayFacts{.isReachable = [this] { return isReachable.load(); },
                          .hasTestExtension = [this] { return hasTest.load(); },
-                         .isXwayland = [this] { return isXwayland.load(); }},
+                         .isXwayland = [this] { return isXwayland.load(); },
+                         .canCapture = [this] { return canCapture.load(); }},
             std::move(address));
         running.session.start();
     }
@@ -39,6 +40,7 @@ protected:
     std::atomic<bool> isReachable = true;
     std::atomic<bool> hasTest = true;
     std::atomic<bool> isXwayland = false;
+    std::atomic<bool> canCapture = true;
     PrivateBuses buses;
     RunningContexts running;
     std::unique_ptr<LinuxSystemAccess> access;
@@ -47,6 +49,7 @@ protected:
 constexpr Permissions all{.accessibility = true, .screenRecording = true};
 constexpr Permissions none{};
 constexpr Permissions onlyScreen{.accessibility = false, .screenRecording = true};
+constexpr Permissions onlyElements{.accessibility = true, .screenRecording = false};
 
 TEST_F(Access, isGivenByTheRealAccessibilityBusAndX)
 {
@@ -58,6 +61,9 @@ TEST_F(Access, isGivenByTheRealAccessibilityBusAndX)
     hasTest = false;
     EXPECT_EQ(access->current(), onlyScreen);
     hasTest = true;
+    canCapture = false;
+    EXPECT_EQ(access->current(), onlyElements);
+    canCapture = true;
     isXwayland = true;
     EXPECT_EQ(access->current(), none);
     isXwayland = false;

@@ -100,7 +100,7 @@ Permissions LinuxSystemAccess::current()
 {
     bool const isDesktop = display.isReachable() && !display.isXwayland();
     return {.accessibility = isDesktop && display.hasTestExtension() && accessibility->answers,
-            .screenRecording = isDesktop};
+            .screenRecording = isDesktop && display.canCapture()};
 }
 
 } // namespace zelvo

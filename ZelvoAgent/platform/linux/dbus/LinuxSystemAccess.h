@@ -17,11 +17,12 @@ struct DisplayFacts {
     std::function<bool()> hasTestExtension; ///< XTEST
     std::function<bool()>
         isXwayland; ///< the extension XWAYLAND: its pictures and events are not the desktop's
+    std::function<bool()> canCapture; ///< a screenshot would succeed
 };
 
-/// Accessibility: the AT-SPI bus answers, and X accepts input events. Screen recording: X can be read. Both
-/// only on an X server that is the desktop itself. A connection to the AT-SPI bus stays open, so that its end
-/// is noticed at once.
+/// Accessibility: the AT-SPI bus answers, and X takes events. Screen recording: a screenshot would succeed.
+/// Both only on an X server that is the desktop itself. A connection to the AT-SPI bus is held, so that its
+/// end shows at once.
 class LinuxSystemAccess final : public SystemAccess {
 public:
     /// session  supplies the address of the AT-SPI bus and thereby starts it; must outlive this

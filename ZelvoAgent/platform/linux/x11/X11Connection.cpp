@@ -36,8 +36,14 @@ xcb_query_extension_cookie_t askFor(xcb_connection_t* x, char const* name)
     return xcb_query_extension(x, static_cast<std::uint16_t>(std::strlen(name)), name);
 }
 
-/// The first event number of an extension; `nullopt` if it is absent. Querying the version of an absent
-/// extension would close the connection.
+bool isBgr(xcb_visualtype_t const& visual)
+{
+    return visual._class == XCB_VISUAL_CLASS_TRUE_COLOR && visual.red_mask == 0xff0000 &&
+           visual.green_mask == 0x00ff00 && visual.blue_mask == 0x0000ff;
+}
+
+/// The first event number of an extension; nothing when it is absent. Asking for a version of an absent
+/// extension would end the connection.
 std::optional<std::uint8_t> present(xcb_connection_t* x, xcb_extension_t* extension)
 {
     auto const* data = xcb_get_extension_data(x, extension);
@@ -85,6 +91,21 @@ void X11Connection::readScreen()
     rootWindow = screens.data->root;
     visual = screens.data->root_visual;
     depth = screens.data->root_depth;
+    readPixelFormat(*setup, *screens.data);
+}
+
+void X11Connection::readPixelFormat(xcb_setup_t const& setup, xcb_screen_t const& screen)
+{
+    bool inFourBytes = false;
+    for (auto formats = xcb_setup_pixmap_formats_iterator(&setup); formats.rem > 0; xcb_format_next(&formats))
+        inFourBytes |= formats.data->depth == depth && formats.data->bits_per_pixel == 32;
+    if ((depth != 24 && depth != 32) || !inFourBytes || setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
+        return;
+    for (auto depths = xcb_screen_allowed_depths_iterator(&screen); depths.rem > 0; xcb_depth_next(&depths))
+        for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem > 0;
+             xcb_visualtype_next(&visuals))
+            if (visuals.data->visual_id == visual)
+                plainPixels = isBgr(*visuals.data);
 }
 
 void X11Connection::askExtensions()

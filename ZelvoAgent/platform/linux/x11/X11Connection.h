@@ -7,6 +7,8 @@
 #include <string>
 
 struct xcb_connection_t;
+struct xcb_screen_t;
+struct xcb_setup_t;
 
 namespace zelvo {
 
@@ -45,7 +47,9 @@ public:
     std::uint32_t root() const { return rootWindow; }
     std::uint32_t rootVisual() const { return visual; }
     std::uint8_t rootDepth() const { return depth; }
-    /// The screen number of the display name; the atoms of screen-wide selections end in it.
+    /// Are the screen's pixels BGRX, 8 bits each in 4 bytes?
+    bool hasPlainPixels() const { return plainPixels; }
+    /// The screen's number in the display's name; atoms of screen-wide selections end in it.
     int screenNumber() const { return number; }
     /// The bits of a resource id that identify its client.
     std::uint32_t clientOf(std::uint32_t resource) const { return resource & ~resourceMask; }
@@ -59,6 +63,7 @@ public:
 private:
     X11Connection(xcb_connection_t* connection, int number);
     void readScreen();
+    void readPixelFormat(xcb_setup_t const& setup, xcb_screen_t const& screen);
     void askExtensions();
 
     xcb_connection_t* connection;
@@ -69,6 +74,7 @@ private:
     std::uint32_t visual = 0;
     std::uint32_t resourceMask = 0;
     std::uint8_t depth = 24;
+    bool plainPixels = false;
 };
 
 } // namespace zelvo

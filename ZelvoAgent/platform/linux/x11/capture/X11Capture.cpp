@@ -15,6 +15,11 @@ X11Capture::X11Capture(std::shared_ptr<X11Connection> server, DesktopEntries& en
     scene.redirect(background.window());
 }
 
+bool X11Capture::isAlive() const
+{
+    return connection->isAlive();
+}
+
 CaptureResult X11Capture::take(PixelRect area, std::set<std::string> const& excluded, bool lastTry)
 {
     if (!connection->isAlive())

@@ -37,6 +37,8 @@ public:
     /// Throws ScreenFailure.
     CaptureResult take(PixelRect area, std::set<std::string> const& excluded, bool lastTry);
 
+    /// Whether the server can still be reached. Thread: any.
+    bool isAlive() const;
     WindowWatch& watch() { return scene.watch(); }
     /// The window used while taking pictures. It is mapped and unmapped with each one, and nobody sees it.
     std::uint32_t ownWindow() const { return background.window(); }

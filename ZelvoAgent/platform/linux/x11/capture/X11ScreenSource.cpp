@@ -2,6 +2,7 @@
 
 #include "base/Hop.h"
 #include "platform/linux/x11/capture/PictureScaling.h"
+#include "platform/linux/x11/capture/SharedImage.h"
 #include "platform/linux/x11/capture/X11Capture.h"
 
 #include <boost/asio/strand.hpp>
@@ -26,8 +27,14 @@ std::vector<Display> displaysOf(std::vector<DisplayLayout> const& layouts)
 bool suffices(X11Connection const& connection)
 {
     X11Capabilities const& can = connection.capabilities();
-    bool const depth = connection.rootDepth() == 24 || connection.rootDepth() == 32;
-    return can.shm && can.composite && can.res && depth && !can.xwayland;
+    return can.shm && can.composite && can.res && connection.hasPlainPixels() && !can.xwayland;
+}
+
+/// The server may be unable to attach our memory: it runs in a container of its own, for instance.
+bool sharesMemory(std::shared_ptr<X11Connection> const& connection)
+{
+    constexpr std::size_t onePixel = 4;
+    return SharedImage(connection).reserve(onePixel);
 }
 
 } // namespace
@@ -44,7 +51,7 @@ X11ScreenSource::X11ScreenSource(Contexts given,
         return;
     // A separate connection, because a server grab blocks all connections but its own.
     std::shared_ptr<X11Connection> const own = X11Connection::open();
-    if (!own)
+    if (!own || !sharesMemory(own))
         return;
     pictures = std::make_shared<X11Capture>(own, entries);
     events.emplace(contexts, own, [pictures = pictures] { pictures->watch().takeEvents(); });
@@ -54,7 +61,7 @@ X11ScreenSource::~X11ScreenSource() = default;
 
 bool X11ScreenSource::canCapture() const
 {
-    return pictures && connection->isAlive();
+    return pictures && pictures->isAlive();
 }
 
 std::vector<Display> X11ScreenSource::screens()

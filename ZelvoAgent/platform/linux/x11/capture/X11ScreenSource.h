@@ -19,9 +19,9 @@ class X11Capture;
 /// Pictures of the X screen. Blocking work runs on the workers, one picture at a time.
 class X11ScreenSource final : public ScreenSource {
 public:
-    /// Blocks for a moment to open a separate connection, and keeps all windows redirected into memory while
-    /// it lives.
-    /// shared  null if the server can't be reached; then nothing can be captured
+    /// Opens a connection of its own when `shared` stands, which blocks for a moment, and redirects all
+    /// windows into memory for as long as it lives. shared: null when the server can't be reached. Nothing
+    /// can be captured then, nor from a server that lacks what pictures need.
     X11ScreenSource(Contexts given,
                     Clock& clock,
                     std::shared_ptr<X11Connection> shared,
@@ -33,11 +33,12 @@ public:
     Task<std::vector<Display>> capturableDisplays() override;
     Task<Picture> capture(CaptureRequest request) override;
     void observeScreens(std::function<void()> observer) override;
-    /// A window that is mapped and unmapped while pictures are taken, invisible to users; 0 if there is none.
+    /// Would a picture succeed now? Does not ask the server. Thread: any.
+    bool canCapture() const;
+    /// A window that comes and goes as pictures are taken; 0 when there is none. Nobody sees it.
     std::uint32_t ownWindow() const;
 
 private:
-    bool canCapture() const;
     PixelRect areaOf(std::uint32_t display) const;
 
     Contexts contexts;
