@@ -7,7 +7,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t workerCount = 4; // One of them may upload a recording for ten minutes.
+constexpr std::size_t workerCount = 4; // One of them may be busy with an upload for hours.
 
 } // namespace
 

@@ -1,7 +1,6 @@
 #include "recording/RecordingTransfer.h"
 
 #include "base/Hop.h"
-#include "recording/RecordingSharePolicy.h"
 
 #include <atomic>
 #include <filesystem>
@@ -14,7 +13,7 @@ namespace {
 
 using Outcome = RecordingUploadOutcome;
 
-constexpr Duration transferTime = 600s;
+constexpr Duration maxSilence = 600s; // without a byte that moves
 constexpr Duration watchInterval = 1s;
 
 /// The file's size in bytes; `nullopt` if it cannot be read. Blocks.
@@ -34,30 +33,33 @@ std::optional<std::int64_t> sizeOfRecording(std::string const& stored)
 
 } // namespace
 
-/// Whether the right to upload still holds during the upload.
+/// Whether a recording may still be sent, during its upload.
 struct RecordingTransfer::Watch {
-    std::atomic<bool> mayGoOn = true; // any thread
-    std::string reason;               // strand; set before mayGoOn becomes false
+    std::atomic<bool> mayGoOn = true;       // any thread
+    Outcome outcome = Outcome::postponed(); // strand; once it may not
 };
 
 Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
 {
-    if (auto reason = co_await refusal(entry.connectionId))
-        co_return Outcome::keepLocal(*std::move(reason));
+    auto const first = co_await obstacle(entry.connectionId);
+    if (first && first->kind == Outcome::Kind::keepLocal)
+        co_return *first;
     auto const bytes = co_await on(services.contexts.workers, [&] { return sizeOfRecording(entry.path); });
     if (!bytes)
         co_return Outcome::keepLocal("file_missing");
+    if (first)
+        co_return *first;
     Announced const announced = co_await announce(entry, *bytes);
     if (announced.outcome.kind != Outcome::Kind::done)
         co_return announced.outcome;
-    if (auto reason = co_await refusal(entry.connectionId))
-        co_return Outcome::keepLocal(*std::move(reason));
+    if (auto const found = co_await obstacle(entry.connectionId))
+        co_return *found;
     Outcome const sent = co_await put(entry, *bytes, announced.target.uploadUrl);
     if (sent.kind != Outcome::Kind::done)
         co_return sent;
-    // The service ignores a recording until it is completed, so the right is checked once more.
-    if (auto reason = co_await refusal(entry.connectionId))
-        co_return Outcome::keepLocal(*std::move(reason));
+    // A recording that is not completed is none to the service.
+    if (auto const found = co_await obstacle(entry.connectionId))
+        co_return *found;
     co_return co_await complete(announced.target.recordingId);
 }
 
@@ -93,7 +95,7 @@ Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes,
     watcher.cancel();
     progressBox->set(std::nullopt);
     if (!watch->mayGoOn)
-        co_return Outcome::keepLocal(watch->reason);
+        co_return watch->outcome;
     if (failure && failure->kind == NetworkFailure::Kind::cancelled)
         throw *failure;
     bool const isSuccess = response.status >= 200 && response.status <= 299;
@@ -112,7 +114,7 @@ HttpUpload RecordingTransfer::uploadOf(PendingRecording const& entry,
     upload.headers = {{"Content-Type", "video/mp4"}};
     upload.file = entry.path;
     upload.bytes = bytes;
-    upload.timeout = transferTime;
+    upload.timeout = maxSilence;
     RecordingUploadProgress step{entry.path, entry.connectionId, 0, bytes};
     upload.onProgress = [box = progressBox, watch = std::move(watch), step](std::int64_t sent) mutable {
         step.sentBytes = sent;
@@ -129,8 +131,8 @@ Task<> RecordingTransfer::watchRight(std::string connectionId, std::shared_ptr<W
 {
     while (watch->mayGoOn) {
         co_await services.clock.sleep(watchInterval);
-        if (auto reason = co_await refusal(connectionId)) {
-            watch->reason = *std::move(reason);
+        if (auto found = co_await obstacle(connectionId)) {
+            watch->outcome = *std::move(found);
             watch->mayGoOn = false;
         }
     }
@@ -144,18 +146,18 @@ Task<Outcome> RecordingTransfer::complete(std::string recordingId)
     co_return Outcome::classify(reply.status, reply.code());
 }
 
-/// Why recordings must not be uploaded to a connection now; `nullopt` if they may. Uses the codes that the
-/// service would return.
-Task<std::optional<std::string>> RecordingTransfer::refusal(std::string connectionId)
+/// Why nothing may be sent to a connection now; `nullopt` if it may. A right that the person took away has
+/// the service's own code for that.
+Task<std::optional<Outcome>> RecordingTransfer::obstacle(std::string connectionId)
 {
     auto const connection =
         co_await on(services.contexts.main, [&] { return services.state.connection(connectionId); });
     if (!connection || !connection->holds(AgentScope::record))
-        co_return "scope_denied";
-    auto const decision = RecordingSharePolicy::decision(services.settings.mode(), connection->scopes,
-                                                         connection->shareRecordings);
-    if (decision != RecordingShareDecision::upload)
-        co_return "recording_not_shared";
+        co_return Outcome::keepLocal("scope_denied");
+    if (connection->shareRecordings != true)
+        co_return Outcome::keepLocal("recording_not_shared");
+    if (services.settings.mode() != RecordingMode::share)
+        co_return Outcome::postponed();
     co_return std::nullopt;
 }
 

@@ -29,8 +29,9 @@ struct RecordingUploadProgress {
 /// Uploads one recording to the connection that caused it, in three steps: announces it to the service, sends
 /// it to the address that the service returns, and reports it complete.
 ///
-/// Checks the right to upload before each step and once a second during the upload; a revoked right ends the
-/// upload. Thread: the strand of its uploader, except progress().
+/// The right to do so is checked before each step and every second during the upload: without it the
+/// recording stays on the machine for good. While the mode is not `share` the recording is postponed. Thread:
+/// the strand of its uploader, except progress().
 class RecordingTransfer {
 public:
     struct Services {
@@ -68,7 +69,7 @@ private:
                         std::string url,
                         std::shared_ptr<Watch const> watch) const;
     Task<> watchRight(std::string connectionId, std::shared_ptr<Watch> watch);
-    Task<std::optional<std::string>> refusal(std::string connectionId);
+    Task<std::optional<RecordingUploadOutcome>> obstacle(std::string connectionId);
 
     Services services;
     std::shared_ptr<ProgressBox> progressBox = std::make_shared<ProgressBox>(); // Calls may outlive this.

@@ -11,6 +11,7 @@ struct RecordingUploadOutcome {
         keepLocal, ///< final: a retry would fail in the same way
         done,
         retry,
+        postponed, ///< nothing may be sent now; not a try
     };
 
     Kind kind = Kind::retry;
@@ -23,6 +24,7 @@ struct RecordingUploadOutcome {
     }
     static RecordingUploadOutcome done() { return {Kind::done, {}}; }
     static RecordingUploadOutcome retry() { return {Kind::retry, {}}; }
+    static RecordingUploadOutcome postponed() { return {Kind::postponed, {}}; }
 
     /// The outcome for an answer of the service.
     /// status  0 if there was no answer

@@ -136,6 +136,8 @@ Task<std::optional<Outcome>> RecordingUploader::attempt(Pending entry)
 
 Task<> RecordingUploader::settle(Pending entry, Outcome outcome)
 {
+    if (outcome.kind == Outcome::Kind::postponed)
+        co_return;
     bool const isLastTry = entry.attempts >= maxAttempts - 1;
     if (outcome.kind == Outcome::Kind::retry && !isLastTry)
         queue.setAttempts(entry.path, entry.attempts + 1);

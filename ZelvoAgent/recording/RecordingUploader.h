@@ -25,7 +25,8 @@ namespace zelvo {
 /// queue and uploads one recording at a time. Gives up after five failed attempts. Every recording also stays
 /// on this machine, whatever the outcome.
 ///
-/// If the right to upload is revoked while a recording waits or is being uploaded, it is never uploaded.
+/// A recording leaves the queue for good when its connection loses the right to it. While the mode is not
+/// `share` the queue waits.
 ///
 /// Thread: any; has a dedicated strand on the agent thread.
 class RecordingUploader {

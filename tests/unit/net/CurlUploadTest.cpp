@@ -314,21 +314,41 @@ TEST_F(CurlUploadTest, isUnreachableWhereNobodyListens)
     HttpUpload one;
     one.url = "http://127.0.0.1:1/";
     one.file = recording;
-    one.bytes = 4;
+    one.bytes = 9;
 
     EXPECT_EQ(failureOf(one)->kind, Kind::unreachable);
 }
 
-TEST_F(CurlUploadTest, endsAfterItsTimeThoughBytesFlow)
+TEST_F(CurlUploadTest, takesAsLongAsBytesMove)
+{
+    constexpr auto limit = 1s;
+    UploadServer server([](Guest& guest) {
+        guest.readHead();
+        for (int part = 1; part <= 16; ++part) { // Longer in all than the limit, never that long at a time.
+            guest.readBody(part * bigBytes / 16);
+            std::this_thread::sleep_for(std::chrono::milliseconds(90));
+        }
+        guest.write(ok);
+    });
+    HttpUpload one = uploadOfSparse(bigBytes, server);
+    one.timeout = limit;
+    auto const start = std::chrono::steady_clock::now();
+
+    auto const answer = wait(loading->upload(std::move(one)));
+
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_GT(std::chrono::steady_clock::now() - start, limit);
+}
+
+TEST_F(CurlUploadTest, endsAfterItsTimeWithoutAByte)
 {
     UploadServer server([](Guest& guest) {
         guest.readHead();
-        while (!guest.isOver) {
-            guest.readBody(guest.bodyBytes + 1);
+        guest.readBody(mebibyte);
+        while (!guest.isOver) // Takes no more, and keeps the connection.
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
     });
-    HttpUpload one = uploadOfSparse(bigBytes * 4, server);
+    HttpUpload one = uploadOfSparse(bigBytes, server);
     one.timeout = 300ms;
 
     EXPECT_EQ(failureOf(std::move(one))->kind, Kind::timedOut);
@@ -350,14 +370,14 @@ TEST_F(CurlUploadTest, failsWhenTheFileHasAnotherSize)
 {
     UploadServer server([](Guest& guest) { guest.readHead(); });
     HttpUpload one = uploadOf("recording", server);
-    for (std::int64_t const bytes : {0, 3, 5}) {
+    for (std::int64_t const bytes : {0, 8, 10}) {
         one.bytes = bytes;
         auto const failure = failureOf(one);
         ASSERT_TRUE(failure);
         EXPECT_EQ(failure->kind, Kind::other);
         EXPECT_THAT(failure->description, Not(HasSubstr("Acme"))) << "the file's name is nobody's business";
     }
-    one.bytes = 4; // Connects, so that the server's thread ends.
+    one.bytes = 9; // Lets the server go.
     EXPECT_TRUE(failureOf(std::move(one)));
 }
 

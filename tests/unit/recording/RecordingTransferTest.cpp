@@ -29,7 +29,7 @@ TEST_F(RecordingTransferTest, handsARecordingOverInThreeSteps)
     EXPECT_EQ(handled, 1);
     EXPECT_THAT(calls(), ElementsAre("recordings", "complete"));
     EXPECT_EQ(platform.loading.requests[0].url, "https://gateway.test/machines/recordings");
-    EXPECT_EQ(bodyOf(0), (json::object{{"connectionId", "c1"}, {"durationSec", 12.5}, {"sizeBytes", 10}}));
+    EXPECT_EQ(bodyOf(0), (json::object{{"connectionId", "c1"}, {"durationSec", 12.5}, {"sizeBytes", 15}}));
     EXPECT_EQ(platform.loading.requests[1].url, "https://gateway.test/machines/recordings/complete");
     EXPECT_EQ(bodyOf(1), (json::object{{"recordingId", "r1"}}));
     ASSERT_THAT(platform.loading.uploads, SizeIs(1));
@@ -37,7 +37,7 @@ TEST_F(RecordingTransferTest, handsARecordingOverInThreeSteps)
     EXPECT_EQ(put.url, "https://store.test/r1");
     EXPECT_EQ(put.method, "PUT");
     EXPECT_EQ(put.file, finished.file);
-    EXPECT_EQ(put.bytes, 10);
+    EXPECT_EQ(put.bytes, 15);
     EXPECT_EQ(put.timeout, 600s);
     EXPECT_THAT(put.headers, ElementsAre(Pair("Content-Type", "video/mp4"))) << "and no token";
     EXPECT_THAT(queued(), IsEmpty());
@@ -251,14 +251,56 @@ TEST_F(RecordingTransferTest, keepsLocalARecordingThatIsNoLongerShared)
     EXPECT_THAT(asked, IsEmpty());
 }
 
-TEST_F(RecordingTransferTest, keepsLocalAllRecordingsOnceTheModeIsNotShare)
+TEST_F(RecordingTransferTest, postponesAllRecordingsWhileTheModeIsNotShare)
 {
     enqueue("a.mp4");
-    settings.setMode(RecordingMode::local);
+    enqueue("b.mp4", 4);
+    for (RecordingMode const mode : {RecordingMode::local, RecordingMode::off}) {
+        settings.setMode(mode);
+        for (int tick = 0; tick < 6; ++tick)
+            drain();
+        EXPECT_THAT(queued(), ElementsAre("a.mp4:0", "b.mp4:4")) << "no try is counted";
+    }
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_THAT(lines(), IsEmpty());
+
+    settings.setMode(RecordingMode::share);
+    accepted("r1");
+    accepted("r2");
     drain();
 
-    expectKeptLocal("recording_not_shared");
+    EXPECT_THAT(queued(), IsEmpty());
+    EXPECT_THAT(platform.loading.uploads, SizeIs(2));
+}
+
+TEST_F(RecordingTransferTest, dropsAPostponedRecordingWhoseRightIsGone)
+{
+    struct Case {
+        std::function<void()> takeAway;
+        std::string reason;
+    };
+    settings.setMode(RecordingMode::local);
+    for (Case const& one :
+         {Case{[this] { state.setShareRecordings(false, "c1"); }, "recording_not_shared"},
+          Case{[this] { state.setShareRecordings(std::nullopt, "c1"); }, "recording_not_shared"},
+          Case{[this] { state.setScopes({AgentScope::screen}, "c1"); }, "scope_denied"},
+          Case{[this] { state.revoke("c1"); }, "scope_denied"}}) {
+        enqueue("a.mp4");
+        one.takeAway();
+        drain();
+        EXPECT_THAT(queued(), IsEmpty());
+        EXPECT_EQ(lines()[0].summary, keptLocal(one.reason));
+    }
     EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(RecordingTransferTest, dropsAPostponedRecordingWhoseFileIsGone)
+{
+    settings.setMode(RecordingMode::off);
+    std::filesystem::remove(enqueue("a.mp4"));
+    drain();
+
+    expectKeptLocal("file_missing");
 }
 
 TEST_F(RecordingTransferTest, doesNotSendLaterWhatWasKeptLocal)
@@ -307,9 +349,9 @@ TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheRightGoes)
     EXPECT_EQ(platform.time.sleeperCount(), 0U);
 }
 
-TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheModeChanges)
+TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheModeChangesAndSendsItLater)
 {
-    enqueue("a.mp4");
+    enqueue("a.mp4", 4);
     announced();
     drain();
     settings.setMode(RecordingMode::off);
@@ -318,7 +360,36 @@ TEST_F(RecordingTransferTest, stopsARecordingOnItsWayWhenTheModeChanges)
     platform.loading.progress(5);
     settle();
 
-    expectKeptLocal("recording_not_shared");
+    EXPECT_THAT(calls(), ElementsAre("recordings")) << "not completed";
+    EXPECT_THAT(queued(), ElementsAre("a.mp4:4"));
+    EXPECT_THAT(lines(), IsEmpty());
+
+    accepted("r2");
+    drain();
+    EXPECT_THAT(queued(), IsEmpty());
+    EXPECT_EQ(lines()[0].summary, localized("recording.uploaded"));
+}
+
+TEST_F(RecordingTransferTest, postponesBetweenTheStepsWhenTheModeChanges)
+{
+    enqueue("a.mp4");
+    drain();
+    settings.setMode(RecordingMode::local);
+    announced();
+    settle();
+    EXPECT_THAT(platform.loading.uploads, IsEmpty());
+    EXPECT_THAT(queued(), ElementsAre("a.mp4:0"));
+
+    settings.setMode(RecordingMode::share);
+    announced();
+    drain();
+    ASSERT_THAT(platform.loading.uploads, SizeIs(1));
+    settings.setMode(RecordingMode::local);
+    platform.loading.answer(200, "");
+    settle();
+    EXPECT_THAT(calls(), ElementsAre("recordings", "recordings")) << "not completed";
+    EXPECT_THAT(queued(), ElementsAre("a.mp4:0"));
+    EXPECT_THAT(lines(), IsEmpty());
 }
 
 TEST_F(RecordingTransferTest, completesNothingWhenTheRightGoesWithTheLastByte)
@@ -357,7 +428,7 @@ TEST_F(RecordingTransferTest, reportsProgress)
     std::string const path = enqueue("a.mp4");
     announced();
     drain();
-    RecordingUploadProgress expected{.path = path, .connectionId = "c1", .sentBytes = 0, .totalBytes = 10};
+    RecordingUploadProgress expected{.path = path, .connectionId = "c1", .sentBytes = 0, .totalBytes = 15};
     EXPECT_EQ(uploader.progress(), expected);
     platform.loading.progress(7);
     expected.sentBytes = 7;
@@ -366,7 +437,7 @@ TEST_F(RecordingTransferTest, reportsProgress)
     settle();
     EXPECT_EQ(uploader.progress(), std::nullopt);
     HttpUpload const late = platform.loading.uploads[0];
-    EXPECT_TRUE(late.onProgress(10));
+    EXPECT_TRUE(late.onProgress(15));
     EXPECT_EQ(uploader.progress(), std::nullopt) << "a late word changes nothing";
 }
 

@@ -88,7 +88,6 @@ HttpRequest requestOf(HttpUpload const& upload)
     request.method = upload.method;
     request.headers = upload.headers;
     request.timeout = upload.timeout;
-    request.longest = upload.timeout;
     return request;
 }
 
