@@ -20,10 +20,12 @@ void RecordingState::setRecording(bool value)
 
 void RecordingState::setMode(RecordingMode value)
 {
-    if (chosenMode == value)
-        return;
+    // Another program may have changed the file since; the recorder goes by the file.
+    bool const differs = chosenMode != value || services.settings.mode() != value;
     chosenMode = value;
     services.settings.setMode(value);
+    if (!differs)
+        return;
     if (value == RecordingMode::off && services.finishRecording)
         spawn(services.contexts.main, services.finishRecording);
     if (value == RecordingMode::share && services.askUndecided)

@@ -42,7 +42,8 @@ public:
 
     /// Called by the recorder.
     void setRecording(bool value);
-    /// `off` closes a running recording; `share` asks about the undecided connections.
+    /// Always stores the mode. When it differs from the one shown or stored before, off closes a recording
+    /// that runs, and share puts the questions that are open.
     void setMode(RecordingMode value);
     /// Stores the retention period and deletes older recordings at once.
     /// value  one of RecordingSettings::retentionChoices

@@ -13,6 +13,7 @@ namespace zelvo {
 class FakeUserDefaults final : public UserDefaults {
 public:
     std::map<std::string, std::string, std::less<>> contents; ///< what a test reads and sets
+    int sets = 0; ///< values that were set, also those that stood there already
     int writtenCalls = 0;
     int finalWrites = 0; ///< final writes at the normal end
 
@@ -70,6 +71,7 @@ public:
     void setBytes(std::string_view key, std::string value) override
     {
         std::scoped_lock guard(lock);
+        ++sets;
         contents.insert_or_assign(std::string(key), std::move(value));
     }
 

@@ -91,17 +91,55 @@ TEST_F(RecordingStateTest, storesAModeThatDiffers)
     EXPECT_THAT(modesAtFinish, IsEmpty());
 }
 
-TEST_F(RecordingStateTest, doesNothingForTheModeThatItHas)
+TEST_F(RecordingStateTest, writesTheModeThatItHasWithoutFurtherEffect)
 {
     settings.setMode(RecordingMode::share);
     begin();
-    defaults.contents.clear();
+    int const before = defaults.sets;
 
     state->setMode(RecordingMode::share);
+    settle(io);
 
-    EXPECT_THAT(defaults.contents, IsEmpty());
+    EXPECT_EQ(defaults.sets, before + 1);
+    EXPECT_EQ(settings.mode(), RecordingMode::share);
     EXPECT_EQ(questions, 0);
     EXPECT_EQ(changes, 0);
+}
+
+TEST_F(RecordingStateTest, writesTheChosenModeOverAnotherProgramsChange)
+{
+    settings.setMode(RecordingMode::local);
+    begin();
+    settings.setMode(RecordingMode::share); // Another program; the state still shows "local".
+
+    state->setMode(RecordingMode::local);
+
+    EXPECT_EQ(settings.mode(), RecordingMode::local);
+}
+
+TEST_F(RecordingStateTest, hasItsEffectsAlsoWhenOnlyTheFileDiffers)
+{
+    begin();
+    settings.setMode(RecordingMode::share); // Another program, and a recording began.
+    state->setMode(RecordingMode::off);
+    settle(io);
+    EXPECT_THAT(modesAtFinish, ElementsAre(RecordingMode::off));
+
+    state->setMode(RecordingMode::share);
+    settings.setMode(RecordingMode::off);
+    state->setMode(RecordingMode::share);
+    EXPECT_EQ(questions, 2);
+}
+
+TEST_F(RecordingStateTest, writesTheRetentionThatItHas)
+{
+    begin().setRetentionDays(14);
+    settings.setRetentionDays(1); // Another program.
+
+    state->setRetentionDays(14);
+    settle(io);
+
+    EXPECT_EQ(settings.retentionDays(), 14);
 }
 
 TEST_F(RecordingStateTest, endsARecordingWhenSwitchedOff)

@@ -102,6 +102,18 @@ TEST_F(Defaults, readsAnotherTypeAsAbsent)
     EXPECT_EQ(defaults.textArray("deep"), std::nullopt);
 }
 
+TEST_F(Defaults, writesAValueThatLooksTheSameOverAForeignChange)
+{
+    defaults.setText("mode", "local");
+    defaults.writeNow();
+    writeFile(fileOf("mode"), "\"share\""); // Not read since.
+
+    defaults.setText("mode", "local");
+    defaults.writeNow();
+
+    EXPECT_EQ(contentOf(fileOf("mode")), "\"local\"");
+}
+
 TEST_F(Defaults, takesOverAForeignChangeAtTheNextRead)
 {
     defaults.setText("mode", "ask");
