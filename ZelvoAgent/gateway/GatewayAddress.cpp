@@ -5,6 +5,7 @@
 #include <boost/url/parse.hpp>
 #include <boost/url/url.hpp>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -53,9 +54,12 @@ std::string configuredGateway(InformationDictionary const& information)
 
 std::string appending(std::string_view base, std::string_view path)
 {
+    std::size_t const end = std::min(base.find_first_of("?#"), base.size());
+    std::string_view const rest = base.substr(end);
+    base = base.substr(0, end);
     while (base.ends_with('/'))
         base.remove_suffix(1);
-    return std::string(base) + "/" + std::string(path);
+    return std::string(base) + "/" + std::string(path) + std::string(rest);
 }
 
 std::string host(std::string_view url)

@@ -19,7 +19,7 @@ std::optional<std::string> http(std::string_view gatewayUrl);
 std::string defaultHttpBase(InformationDictionary const& information);
 /// The configured gateway, or else the built-in one.
 std::string configuredGateway(InformationDictionary const& information);
-/// Appends a path component to a base, with one slash between them.
+/// A base with a path component appended to its path, one slash between them; query and fragment follow.
 std::string appending(std::string_view base, std::string_view path);
 /// The host of a URL, without the brackets of an IPv6 literal; empty if it has none.
 std::string host(std::string_view url);

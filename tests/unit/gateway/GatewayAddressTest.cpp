@@ -55,6 +55,18 @@ TEST(GatewayAddress, appendsWithOneSlash)
     EXPECT_EQ(GatewayAddress::appending("wss://g/a/", "machines/connect"), "wss://g/a/machines/connect");
 }
 
+TEST(GatewayAddress, appendsToThePathBeforeQueryAndFragment)
+{
+    EXPECT_EQ(GatewayAddress::appending("wss://g?tenant=a", "machines/connect"),
+              "wss://g/machines/connect?tenant=a");
+    EXPECT_EQ(GatewayAddress::appending("wss://g/base/?path=/x/", "machines/connect"),
+              "wss://g/base/machines/connect?path=/x/");
+    EXPECT_EQ(GatewayAddress::appending("wss://g/base#part/", "machines/connect"),
+              "wss://g/base/machines/connect#part/");
+    EXPECT_EQ(GatewayAddress::appending("wss://g/base?a=b#c?d", "machines/connect"),
+              "wss://g/base/machines/connect?a=b#c?d");
+}
+
 TEST(GatewayAddress, hostWithoutBrackets)
 {
     EXPECT_EQ(GatewayAddress::host("ws://[::1]:80/x"), "::1");
