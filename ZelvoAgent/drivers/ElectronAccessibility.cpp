@@ -35,25 +35,34 @@ constexpr auto identifierPrefixes = std::to_array<std::string_view>({
     "notion.id",
     "com.spotify.client",
     "com.electron.",
-    // The same applications by desktop entry.
+    // The same applications by their desktop entries: packages, Flatpaks and Snaps.
     "google-chrome",
     "chromium",
     "org.chromium.Chromium",
     "microsoft-edge",
     "com.microsoft.Edge",
     "brave-browser",
-    "vivaldi-",
+    "brave_brave",
+    "vivaldi",
     "code-oss",
     "code-insiders",
+    "code-url-handler",
+    "code_code",
     "slack",
     "com.slack.Slack",
     "discord",
     "com.discordapp.Discord",
     "figma-linux",
+    "io.github.Figma_Linux",
     "notion-app",
+    "notion-desktop",
+    "notion-snap",
     "spotify",
     "com.spotify.Client",
 });
+
+/// The entry of VS Code's package. Ids of other applications begin with it too.
+constexpr std::string_view codeIdentifier = "code";
 
 using Names = std::vector<std::string>;
 
@@ -101,8 +110,9 @@ ElectronAccessibility::ElectronAccessibility(Contexts contexts, Accessibility& a
 
 bool ElectronAccessibility::looksLikeChromium(std::optional<std::string> const& bundleId)
 {
-    return bundleId && std::ranges::any_of(identifierPrefixes,
-                                           [&](auto prefix) { return bundleId->starts_with(prefix); });
+    return bundleId && (bundleId == codeIdentifier ||
+                        std::ranges::any_of(identifierPrefixes,
+                                            [&](auto prefix) { return bundleId->starts_with(prefix); }));
 }
 
 bool ElectronAccessibility::looksLikeChromium(std::optional<std::string> const& bundleId,

@@ -76,7 +76,38 @@ INSTANTIATE_TEST_SUITE_P(All,
                                          "google-chrome",
                                          "chromium",
                                          "microsoft-edge",
-                                         "brave-browser"));
+                                         "org.chromium.Chromium",
+                                         "com.microsoft.Edge",
+                                         "brave-browser",
+                                         "brave_brave",
+                                         "vivaldi",
+                                         "vivaldi-stable",
+                                         "vivaldi_vivaldi",
+                                         "com.visualstudio.code.insiders",
+                                         "code-insiders",
+                                         "code-oss",
+                                         "code-url-handler",
+                                         "code_code",
+                                         "slack",
+                                         "slack_slack",
+                                         "com.slack.Slack",
+                                         "discord",
+                                         "com.discordapp.Discord",
+                                         "figma-linux",
+                                         "io.github.Figma_Linux.figma_linux",
+                                         "notion-app",
+                                         "notion-desktop",
+                                         "notion-snap",
+                                         "spotify",
+                                         "com.spotify.Client"));
+
+TEST(ElectronAccessibility, knowsVsCodeByItsWholeId)
+{
+    EXPECT_TRUE(ElectronAccessibility::looksLikeChromium("code"));
+    EXPECT_FALSE(ElectronAccessibility::looksLikeChromium("codeblocks"));
+    EXPECT_FALSE(ElectronAccessibility::looksLikeChromium("codelite"));
+    EXPECT_FALSE(ElectronAccessibility::looksLikeChromium("code.desktop"));
+}
 
 TEST(LooksLikeChromium, matchesByPrefixAndRespectsCase)
 {
