@@ -43,12 +43,28 @@ TEST(WheelClicks, knowsItsDirections)
 
 TEST(WheelClicks, clicksAtMost200Times)
 {
+    EXPECT_EQ(wheelClicks({.dy = 53 * 200}), (Clicks{{4, 200}}));
+    EXPECT_EQ(wheelClicks({.dy = 53 * 201}), (Clicks{{4, 200}}));
+    EXPECT_EQ(wheelClicks({.dx = std::numeric_limits<std::int32_t>::min()}), (Clicks{{7, 200}}));
+}
+
+TEST(WheelClicks, sharesThe200BetweenBothDirections)
+{
     constexpr auto least = std::numeric_limits<std::int32_t>::min();
     constexpr auto most = std::numeric_limits<std::int32_t>::max();
 
-    EXPECT_EQ(wheelClicks({.dy = 53 * 200}), (Clicks{{4, 200}}));
-    EXPECT_EQ(wheelClicks({.dy = 53 * 201}), (Clicks{{4, 200}}));
-    EXPECT_EQ(wheelClicks({.dy = least, .dx = most}), (Clicks{{5, 200}, {6, 200}}));
+    EXPECT_EQ(wheelClicks({.dy = 53 * 100, .dx = 53 * 100}), (Clicks{{4, 100}, {6, 100}}));
+    EXPECT_EQ(wheelClicks({.dy = 53 * 200, .dx = 53 * 200}), (Clicks{{4, 100}, {6, 100}}));
+    EXPECT_EQ(wheelClicks({.dy = 53 * 300, .dx = 53 * 100}), (Clicks{{4, 150}, {6, 50}}));
+    EXPECT_EQ(wheelClicks({.dy = least, .dx = most}), (Clicks{{5, 100}, {6, 100}}));
+}
+
+TEST(WheelClicks, leavesTheSmallerDirectionAtLeastOneClick)
+{
+    constexpr auto most = std::numeric_limits<std::int32_t>::max();
+
+    EXPECT_EQ(wheelClicks({.dy = 1, .dx = most}), (Clicks{{4, 1}, {6, 199}}));
+    EXPECT_EQ(wheelClicks({.dy = most, .dx = -1}), (Clicks{{4, 199}, {7, 1}}));
 }
 
 } // namespace

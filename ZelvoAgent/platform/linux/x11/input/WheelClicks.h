@@ -14,9 +14,9 @@ struct WheelClicks {
     bool operator==(WheelClicks const&) const = default;
 };
 
-/// The wheel clicks that a distance in pixels stands for: 53 to a click, rounded half away from zero, at
-/// least one for any distance, at most 200 in a direction. The vertical ones come first; a direction without
-/// distance is left out.
+/// The wheel clicks for a distance in pixels: 53 to a click, rounded half away from zero, at least one for
+/// any distance. Both directions together have at most 200, shared in proportion to their distances. The
+/// vertical ones come first; a direction without distance is left out.
 std::vector<WheelClicks> wheelClicks(ScrollEvent event);
 
 } // namespace zelvo
