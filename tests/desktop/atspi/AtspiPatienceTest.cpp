@@ -180,6 +180,55 @@ TEST(AtspiPatience, doesNotWaitForAnApplicationThatHasEnded)
     }
 }
 
+TEST(AtspiPatience, looksIntoAChromiumThatStaysEmptyForOneSecondInAll)
+{
+    AtspiFixture fixture;
+    for (int const delay : {0, 20, 60}) {
+        auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
+        auto const began = steady_clock::now();
+        auto const reader = fixture.reader(application);
+        reader->plan({.deadline = fixture.clock->now() + 1s});
+
+        EXPECT_EQ(reader->elementAt({10, 10}), std::nullopt);
+
+        auto const took = steady_clock::now() - began;
+        EXPECT_GT(took, 500ms) << delay;
+        EXPECT_LT(took, 1100ms) << delay;
+    }
+}
+
+TEST(AtspiPatience, waitsForTheFocusInAChromiumThatStaysEmptyForOneSecondInAll)
+{
+    AtspiFixture fixture;
+    for (int const delay : {0, 20, 60}) {
+        auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
+        auto const began = steady_clock::now();
+        auto const reader = fixture.reader(application);
+        reader->plan({.deadline = fixture.clock->now() + 1s});
+
+        EXPECT_EQ(reader->element(reader->application(), AccessibilityAttribute::focusedUiElement),
+                  std::nullopt);
+
+        auto const took = steady_clock::now() - began;
+        EXPECT_GT(took, 500ms) << delay;
+        EXPECT_LT(took, 1100ms) << delay;
+    }
+}
+
+TEST(AtspiPatience, leavesTimeToDescribeWhatAChromiumShows)
+{
+    AtspiFixture fixture;
+    auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}});
+    auto const reader = fixture.reader(application);
+    reader->plan({.deadline = fixture.clock->now() + 1s});
+    reader->elementAt({10, 10});
+
+    auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
+
+    ASSERT_TRUE(windows && windows->size() == 1);
+    EXPECT_EQ(reader->text(windows->front(), AccessibilityAttribute::title), "window");
+}
+
 TEST(AtspiPatience, isNotHeldUpByAFrozenProcessInside)
 {
     AtspiFixture fixture;

@@ -12,7 +12,8 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t maxSearchedForMenuBar = 300;
-constexpr Duration maxWaking = 3s; // Once per process; a browser that has just started is busy.
+constexpr Duration maxWaking = 1s;     // Once a process; reading what was found included.
+constexpr Duration describing = 200ms; // The part of it that is kept for that reading.
 constexpr Duration wakingPause = 20ms;
 
 std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)
@@ -309,10 +310,13 @@ std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)
 
 std::optional<AtspiNode::Index> AtspiReader::onceBuilt(std::function<std::optional<Index>()> const& look)
 {
+    if (!mayStillBuild())
+        return look();
+    auto const end = std::chrono::steady_clock::now() + maxWaking;
+    exchange.setDeadline(std::min(exchange.currentDeadline().value_or(end), end));
     auto seen = look();
-    if (!isStillEmpty(seen) || !mayStillBuild())
+    if (!isStillEmpty(seen))
         return seen;
-    exchange.setDeadline(std::chrono::steady_clock::now() + maxWaking);
     do { // A browser that has just started falls silent while it works.
         if (sleeps())
             setFlag(application(), AccessibilityAttribute::manualAccessibility, true);
@@ -363,7 +367,7 @@ bool AtspiReader::isStillEmpty(std::optional<Index> seen)
 /// False if the remaining time is needed to read what was found.
 bool AtspiReader::waitForMore()
 {
-    if (exchange.timeLeft() < maxWaking / 2)
+    if (exchange.timeLeft() < describing)
         return false;
     exchange.trustAgain();
     exchange.linkOf(found.peer).wait(wakingPause);

@@ -1,5 +1,6 @@
 #include "platform/linux/atspi/ChromiumWaking.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace zelvo {
@@ -17,7 +18,7 @@ bool ChromiumWaking::wake(std::vector<AtspiNode::Index> const& windows)
 {
     std::size_t const before = count(windows);
     bool const isBuilt = before >= maxCounted;
-    auto const end = steady_clock::now() + maxWait;
+    auto const end = endOfWait();
     bool answered = false;
     for (AtspiNode::Index const window : windows)
         answered |= askForAttributes(window);
@@ -26,6 +27,12 @@ bool ChromiumWaking::wake(std::vector<AtspiNode::Index> const& windows)
     while (!isBuilt && steady_clock::now() < end && count(windows) <= before)
         exchange.linkOf(nodes[windows.front()].peer).wait(pause);
     return true;
+}
+
+AtspiExchange::SteadyTime ChromiumWaking::endOfWait() const
+{
+    auto const end = steady_clock::now() + maxWait;
+    return std::min(exchange.currentDeadline().value_or(end), end);
 }
 
 bool ChromiumWaking::askForAttributes(AtspiNode::Index window)
@@ -48,7 +55,7 @@ std::size_t ChromiumWaking::count(std::vector<AtspiNode::Index> const& windows)
 {
     inquiry.startAnew();
     auto const outer = exchange.currentDeadline();
-    exchange.setDeadline(steady_clock::now() + maxWait);
+    exchange.setDeadline(endOfWait());
     std::vector<AtspiNode::Index> row = windows;
     std::size_t counted = row.size();
     while (!row.empty() && counted < maxCounted) {

@@ -17,11 +17,13 @@ public:
     {
     }
 
-    /// Asks each window once, and waits until there are more elements than before, at most `longest`. False
-    /// if no window answered.
+    /// Asks each window once, and waits until there are more elements than before, at most for `maxWait` and
+    /// never beyond the exchange's deadline. False when no window answered.
     bool wake(std::vector<AtspiNode::Index> const& windows);
 
 private:
+    /// `maxWait` from now, or the exchange's deadline when that is earlier.
+    AtspiExchange::SteadyTime endOfWait() const;
     bool askForAttributes(AtspiNode::Index window);
     /// Number of elements near the top of the windows.
     std::size_t count(std::vector<AtspiNode::Index> const& windows);
