@@ -4,6 +4,9 @@
 #include "app/QtConfirmationPanel.h"
 #include "base/Task.h"
 
+#include <QEventLoop>
+#include <QTimer>
+
 #include <chrono>
 #include <memory>
 #include <semaphore>
@@ -14,6 +17,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::chrono::seconds timeToFinish{2};
+constexpr std::chrono::minutes timeToClose{1};
 
 } // namespace
 
@@ -32,6 +36,10 @@ void AppDelegate::start()
     parts.queue.start(); // Before a link exists that can deliver offers.
     parts.runtime.start();
     hasStarted = true;
+    platform.session().observe([this](SessionEvent event) {
+        if (event == SessionEvent::willShutDown)
+            terminate();
+    });
     platform.hotKey().start([this] { parts.state.setPaused(!parts.state.isPaused()); });
     handlePendingLinkIfNeeded();
 }
@@ -67,6 +75,22 @@ void AppDelegate::terminate()
 {
     if (termination.shouldTerminate() == Termination::Reply::terminateNow)
         quit();
+}
+
+void AppDelegate::closeRecording()
+{
+    SessionRecording& recorder = parts.runtime.recording();
+    if (!recorder.hasOpenFile())
+        return;
+    auto const loop = std::make_shared<QEventLoop>();
+    // Not for the end of the process, which may not come; so what follows the closing can take minutes.
+    spawn(contexts.main, [&recorder] { return recorder.finishNow(false); });
+    spawn(contexts.main, [&recorder, loop]() -> Task<> {
+        co_await recorder.untilClosed();
+        loop->quit();
+    });
+    QTimer::singleShot(timeToClose, loop.get(), &QEventLoop::quit);
+    loop->exec(QEventLoop::ExcludeUserInputEvents);
 }
 
 void AppDelegate::willTerminate()

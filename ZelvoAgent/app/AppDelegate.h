@@ -28,6 +28,9 @@ public:
     void bringToFront();
     /// Requests the end of the process: calls `quit` now, or once an open recording is closed.
     void terminate();
+    /// Closes an open recording and returns once it is closed, after a minute at most. The event loop keeps
+    /// running. For a session that asks before it ends; its end may still be cancelled.
+    void closeRecording();
     /// Ends the link, reverts changes in other applications, hands the clipboard over and writes pending
     /// settings. Takes two seconds, in which the main thread does nothing else.
     void willTerminate();

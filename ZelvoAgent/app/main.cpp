@@ -41,6 +41,27 @@ struct ToolkitArguments {
     int count = 1;
 };
 
+/// The session manager's order to end arrives as a Quit event, by which the toolkit would leave its event
+/// loop with a recording open.
+class Application final : public QApplication {
+public:
+    Application(ToolkitArguments& arguments, std::function<void()> end)
+        : QApplication(arguments.count, arguments.values), end(std::move(end))
+    {
+    }
+
+    bool event(QEvent* event) override
+    {
+        if (event->type() != QEvent::Quit)
+            return QApplication::event(event);
+        end();
+        return true;
+    }
+
+private:
+    std::function<void()> end;
+};
+
 void describeToToolkit(QApplication& application)
 {
     QApplication::setApplicationName("zelvo-agent");
@@ -63,7 +84,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         if (delegate)
             delegate->terminate();
         else
-            QCoreApplication::quit();
+            QCoreApplication::exit();
     });
     std::unique_ptr<Platform> platform = makePlatform(contexts);
     SingleInstance::Requests requests{
@@ -72,9 +93,12 @@ int runApplication(char* program, std::vector<std::string> const& urls)
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
         ToolkitArguments arguments{.values = {program, nullptr}};
-        QApplication application(arguments.count, arguments.values);
+        Application application(arguments, [&delegate] { delegate->terminate(); });
         describeToToolkit(application);
-        delegate = std::make_unique<AppDelegate>(contexts, *platform, [] { QCoreApplication::quit(); });
+        delegate = std::make_unique<AppDelegate>(contexts, *platform, [] { QCoreApplication::exit(); });
+        // The session manager waits until this returns.
+        QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
+                         [&delegate] { delegate->closeRecording(); });
         delegate->open(urls);
         delegate->start();
         result = QApplication::exec();

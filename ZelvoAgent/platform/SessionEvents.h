@@ -12,7 +12,8 @@ enum class SessionEvent {
     sessionResignedActive,
     sessionBecameActive,
     screenLocked,
-    screenUnlocked
+    screenUnlocked,
+    willShutDown ///< the machine; it waits some seconds for this program to end
 };
 
 /// The user's login session: whether it is on the console and locked, and when the machine sleeps.

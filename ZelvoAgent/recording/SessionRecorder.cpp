@@ -316,7 +316,19 @@ Task<> SessionRecorder::finish(bool quitting)
     pauseIfOverdue();
     if (WriterPtr closing = takeWriter())
         co_await close(std::move(closing), quitting);
-    while (quitting && openFiles > 0)
+    if (quitting)
+        co_await untilClosedOnStrand();
+}
+
+Task<> SessionRecorder::untilClosed()
+{
+    auto const self = shared_from_this();
+    co_await runOn(strand, [this] { return untilClosedOnStrand(); });
+}
+
+Task<> SessionRecorder::untilClosedOnStrand()
+{
+    while (openFiles > 0)
         co_await filesClosed.wait([this] { return openFiles == 0; });
 }
 

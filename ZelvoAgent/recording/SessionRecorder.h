@@ -61,6 +61,7 @@ public:
     /// Resumes when the recording is closed and onFinished has returned. With `quitting` it waits for all
     /// recordings, including those that are just starting or ending, and no new one starts.
     Task<> finishNow(bool quitting) override;
+    Task<> untilClosed() override;
 
     /// True while frames are recorded. Does not wait.
     bool isRecording() const { return recording.get(); }
@@ -92,6 +93,7 @@ private:
     void closeInBackground(WriterPtr closing);
     Task<> close(WriterPtr closing, bool quitting);
     Task<> finish(bool quitting);
+    Task<> untilClosedOnStrand();
     void setCapturing(bool value);
     void openedFile();
     void closedFile();

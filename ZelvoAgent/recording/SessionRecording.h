@@ -18,6 +18,8 @@ public:
     /// Closes the recording.
     /// quitting  true at the end of the process
     virtual Task<> finishNow(bool quitting) = 0;
+    /// Resumes when no recording is being written.
+    virtual Task<> untilClosed() = 0;
 };
 
 } // namespace zelvo

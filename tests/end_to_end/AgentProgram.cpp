@@ -53,10 +53,10 @@ fs::path AgentProgram::tokenFile() const
     return desktop.dataHome() / "dev.zelvo.agent" / "keychain" / "dev.zelvo.agent.machine_token";
 }
 
-void AgentProgram::start(std::vector<std::string> arguments)
+void AgentProgram::start(std::vector<std::string> arguments, Environment extra)
 {
     arguments.insert(arguments.begin(), program.string());
-    process = desktop.start(std::move(arguments));
+    process = desktop.start(std::move(arguments), std::move(extra));
 }
 
 void AgentProgram::waitUntilItRuns()

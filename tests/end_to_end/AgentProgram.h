@@ -20,8 +20,9 @@ public:
     /// Stores a token and the unattended mode for the agent.
     void makeUnattended(std::string const& token);
 
-    void start(std::vector<std::string> arguments = {});
-    /// Waits until further starts hand over to it; needs a session bus.
+    /// extra: joins its environment
+    void start(std::vector<std::string> arguments = {}, Environment extra = {});
+    /// Waits until it is the one that further starts hand over to; needs a session bus.
     void waitUntilItRuns();
     /// Starts the program again beside the running one; returns its exit code.
     int startAgain(std::vector<std::string> arguments);

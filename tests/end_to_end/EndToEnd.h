@@ -11,13 +11,13 @@ namespace zelvo::test {
 /// A desktop with the built gateway and the built agent, which is not running yet.
 class EndToEnd : public testing::Test {
 protected:
-    /// Starts the agent as a provisioned, unattended machine and waits until it is online; returns the
-    /// connection.
-    std::string startUnattended()
+    /// Starts the agent as a provisioned, unattended machine and waits until it is online; gives the
+    /// connection. extra: joins the agent's environment
+    std::string startUnattended(Environment extra = {})
     {
         auto const made = gateway.provision();
         agent.makeUnattended(made.token);
-        agent.start();
+        agent.start({}, std::move(extra));
         machine = made.machine;
         EXPECT_TRUE(gateway.comesOnline(made.connection)) << agent.output();
         waitFor([&] { return mayAct(made.connection); }); // The accessibility bus starts asynchronously.

@@ -11,6 +11,7 @@ public:
     Task<> agentLooked() override { co_return; }
     bool hasOpenFile() const override { return false; }
     Task<> finishNow(bool) override { co_return; }
+    Task<> untilClosed() override { co_return; }
 };
 
 } // namespace zelvo

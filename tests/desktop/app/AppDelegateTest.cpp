@@ -124,6 +124,24 @@ TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenRecording)
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(AppDelegateTest, endsWithTheMachine)
+{
+    delegate.start();
+    platform.sessionEvents.tell(SessionEvent::willSleep);
+    EXPECT_EQ(quits, 0);
+
+    platform.sessionEvents.tell(SessionEvent::willShutDown);
+
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(AppDelegateTest, hasNothingToCloseWithoutARecording)
+{
+    delegate.start();
+    delegate.closeRecording();
+    EXPECT_EQ(quits, 0);
+}
+
 TEST_F(AppDelegateTest, asksApplicationsToPublishTheirElementsFromTheStart)
 {
     delegate.start();

@@ -58,6 +58,18 @@ protected:
         emit("PrepareForSleep", "b", {"1", "b", goesToSleep ? "true" : "false"});
     }
 
+    void emitShutdown(bool shutsDown)
+    {
+        emit("PrepareForShutdown", "b", {"1", "b", shutsDown ? "true" : "false"});
+    }
+
+    bool isShutdownDelayed()
+    {
+        std::string const locks = buses.call(BusKind::system, login, loginPath, manager, "ListInhibitors");
+        return locks.find("\"shutdown\" \"Zelvo\"") != std::string::npos &&
+               locks.find("\"delay\"") != std::string::npos;
+    }
+
     void start(std::string const& display = ":7")
     {
         session = std::make_unique<LinuxSessionEvents>(running.contexts(), running.clock, running.system,
@@ -95,6 +107,33 @@ TEST_F(Session, ofOurDisplayDecides)
 
     EXPECT_TRUE(becomes(Availability::noGUISession));
     EXPECT_TRUE(hears({sessionResignedActive}));
+}
+
+TEST_F(Session, endsWithTheMachineWhichWaitsForUs)
+{
+    startLogin();
+    start();
+    ASSERT_TRUE(running.eventually([&] { return isShutdownDelayed(); }));
+
+    emitShutdown(true);
+    EXPECT_TRUE(hears({willShutDown}));
+    emitShutdown(false); // Called off.
+    EXPECT_TRUE(running.staysSo([&] { return events == Events({willShutDown}); }));
+
+    session.reset();
+    EXPECT_TRUE(running.eventually([&] { return !isShutdownDelayed(); }));
+}
+
+TEST_F(Session, delaysTheShutdownOfALogindThatRestarted)
+{
+    pid_t const first = startLogin();
+    start();
+    ASSERT_TRUE(running.eventually([&] { return isShutdownDelayed(); }));
+
+    buses.end(first);
+    startLogin();
+
+    EXPECT_TRUE(running.eventually([&] { return isShutdownDelayed(); }));
 }
 
 TEST_F(Session, lockedAtStart)

@@ -25,6 +25,7 @@ public:
         co_await clock.sleep(1s);
         open = false;
     }
+    Task<> untilClosed() override { co_return; }
 
 private:
     Clock& clock;

@@ -171,6 +171,34 @@ TEST_F(SessionRecorderWaitsTest, quitsOnlyWhenARecordingThatIsBeingClosedIsClose
     EXPECT_FALSE(recorder->hasOpenFile());
 }
 
+TEST_F(SessionRecorderWaitsTest, saysWhenARecordingIsClosedThoughItIsStillHandedOn)
+{
+    act();
+    AsyncCondition writing;
+    bool isWritten = false;
+    recording().beforeEnd = [&]() -> Task<> { co_await writing.wait([&] { return isWritten; }); };
+    AsyncCondition answer;
+    bool isAnswered = false;
+    handingOn = [&]() -> Task<> { co_await answer.wait([&] { return isAnswered; }); };
+    auto const finished = begin([this] { return recorder->finishNow(false); });
+    auto const closed = begin([this] { return recorder->untilClosed(); });
+    EXPECT_FALSE(*closed);
+
+    writing.wakeAll([&] { isWritten = true; });
+    settle(io);
+
+    EXPECT_TRUE(*closed);
+    EXPECT_FALSE(*finished);
+    answer.wakeAll([&] { isAnswered = true; });
+    settle(io);
+    EXPECT_TRUE(*finished);
+}
+
+TEST_F(SessionRecorderWaitsTest, isClosedWithoutARecording)
+{
+    EXPECT_TRUE(*begin([this] { return recorder->untilClosed(); }));
+}
+
 TEST_F(SessionRecorderWaitsTest, quitsWithoutWaitingForTheAnswerOfAPerson)
 {
     handingOn = taking(300s);

@@ -69,6 +69,7 @@ public:
     }
     bool hasOpenFile() const override { return false; }
     Task<> finishNow(bool) override { co_return; }
+    Task<> untilClosed() override { co_return; }
 };
 
 /// The router on a machine in memory, with one granted connection "c" of the platform "Acme" that holds every

@@ -57,13 +57,13 @@ LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts,
     auto onSleep = [kept = state](bool goesToSleep) {
         kept->report(goesToSleep ? SessionEvent::willSleep : SessionEvent::didWake);
     };
+    auto onShutdown = [kept = state] { kept->report(SessionEvent::willShutDown); };
     auto onSavers = [kept = state](std::set<std::string> active) {
         kept->change([&](SessionFacts& facts) { facts.activeSavers = std::move(active); });
     };
     auto const both = std::make_shared<Sources>();
-    both->login =
-        std::make_shared<LoginSession>(agent, clock, system, displayOf(display),
-                                       LoginSession::Events{.onFacts = onFacts, .onSleep = onSleep});
+    LoginSession::Events login{.onFacts = onFacts, .onSleep = onSleep, .onShutdown = onShutdown};
+    both->login = std::make_shared<LoginSession>(agent, clock, system, displayOf(display), std::move(login));
     both->savers = std::make_shared<ScreenSavers>(session, onSavers);
     both->login->start();
     both->savers->start();

@@ -1,5 +1,6 @@
 #include "platform/linux/dbus/LoginSession.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,6 +45,10 @@ void LoginSession::start()
         if (auto const goesToSleep = readTruth(message))
             self.events.onSleep(*goesToSleep);
     });
+    watch(fromManager + "'PrepareForShutdown'", [](LoginSession& self, sd_bus_message* message) {
+        if (readTruth(message) == true)
+            self.events.onShutdown();
+    });
     watch("interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',"
           "path_namespace='/org/freedesktop/login1/session'",
           [](LoginSession& self, sd_bus_message* message) { self.propertiesChanged(message); });
@@ -56,8 +61,10 @@ void LoginSession::start()
 void LoginSession::ownerChanged(std::string const& owner)
 {
     grace.cancel();
-    if (!owner.empty())
+    if (!owner.empty()) {
+        delayShutdown();
         return find();
+    }
     path.clear();
     if (!facts)
         return;
@@ -65,6 +72,25 @@ void LoginSession::ownerChanged(std::string const& owner)
         co_await time.sleep(restartPatience);
         if (auto const self = weak.lock())
             self->report(std::nullopt);
+    });
+}
+
+void LoginSession::delayShutdown()
+{
+    BusCall inhibit{.destination = service,
+                    .path = managerPath,
+                    .interface = manager,
+                    .member = "Inhibit",
+                    .arguments = [](sd_bus_message* message) {
+                        sd_bus_message_append(message, "ssss", "shutdown", "Zelvo",
+                                              "Recordings are being closed", "delay");
+                    }};
+    inhibit.mayStart = false;
+    system.ask(std::move(inhibit), [weak = weak_from_this()](sd_bus_message* reply) {
+        auto const self = weak.lock();
+        int raw = -1; // The message's own.
+        if (self && reply && sd_bus_message_read(reply, "h", &raw) > 0)
+            self->shutdownDelay.reset(::fcntl(raw, F_DUPFD_CLOEXEC, 0));
     });
 }
 

@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/dbus/SessionFacts.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <functional>
 #include <memory>
@@ -21,6 +22,7 @@ public:
     struct Events {
         std::function<void(std::optional<LoginFacts>)> onFacts;
         std::function<void(bool goesToSleep)> onSleep;
+        std::function<void()> onShutdown; ///< logind waits for this program to end, for some seconds
     };
 
     /// display  from displayOf()
@@ -35,6 +37,7 @@ private:
     };
 
     void ownerChanged(std::string const& owner);
+    void delayShutdown();
     void find();
     Task<bool> findOnce();
     Task<std::vector<Candidate>> sessions();
@@ -51,6 +54,7 @@ private:
     std::string path; ///< of the session; empty if there is none
     std::optional<LoginFacts> facts;
     TaskHandle grace;
+    UniqueFd shutdownDelay; ///< logind delays a shutdown as long as this is open
     bool isSearching = false;
     bool isStale = false; ///< something changed during the search
 };
