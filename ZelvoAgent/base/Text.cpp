@@ -21,6 +21,11 @@ bool isAscii(std::string_view text)
                                [](char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\r'; });
 }
 
+char asciiLowercased(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 icu::UnicodeString unicode(std::string_view text)
 {
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
@@ -213,6 +218,8 @@ std::string wordsOnly(std::string_view text)
 
 bool equalIgnoringCase(std::string_view left, std::string_view right)
 {
+    if (isAscii(left) && isAscii(right)) // Most names are, and ICU would copy both.
+        return std::ranges::equal(left, right, {}, asciiLowercased, asciiLowercased);
     return unicode(left).caseCompare(unicode(right), U_FOLD_CASE_DEFAULT) == 0;
 }
 

@@ -15,12 +15,6 @@ using Attribute = AccessibilityAttribute;
 constexpr Duration maxProbe = 1s;
 constexpr Duration messagingTimeout = 250ms;
 
-bool isHidden(ApplicationNames const& names, std::set<std::string> const& hidden)
-{
-    auto const bundleId = names.identifier(hidden);
-    return bundleId && hidden.contains(*bundleId);
-}
-
 std::optional<std::string> nonEmpty(std::string text)
 {
     return text.empty() ? std::nullopt : std::optional(std::move(text));
@@ -54,11 +48,12 @@ Task<std::optional<FrontmostAppInfo>> ElementProbe::frontmostApp()
     auto const front = co_await on(workers, [this] { return platform.workspace().frontmostApplication(); });
     if (!front)
         co_return std::nullopt;
-    Hidden const hidden = co_await hiddenApps.bundleIds();
-    std::optional<std::string> const bundleId = front->names.identifier(hidden);
+    std::optional<std::string> const bundleId = front->names.identifier();
     if (!bundleId)
         co_return std::nullopt;
-    co_return FrontmostAppInfo{*bundleId, nonEmpty(front->localizedName).value_or(*bundleId)};
+    FrontmostAppInfo info{*bundleId, nonEmpty(front->localizedName).value_or(*bundleId), front->names};
+    info.isHidden = front->names.isHidden(co_await hiddenApps.bundleIds());
+    co_return info;
 }
 
 Task<std::optional<ProbedElement>> ElementProbe::focusedElement()
@@ -92,8 +87,8 @@ std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden co
 std::optional<ProbedElement> ElementProbe::dialogNow(Hidden const& hidden)
 {
     auto const front = readableFront(hidden);
-    // The person is never asked about this program's own panels.
-    if (!front || front->names.identifier(hidden) == ownBundleIdentifier)
+    // The program's own panels are never a dialog to ask about.
+    if (!front || front->names.identifier() == ownBundleIdentifier)
         return std::nullopt;
     auto const reader = read(front->pid, [](std::int32_t) { return false; });
     auto const window = reader->element(reader->application(), Attribute::focusedWindow);
@@ -134,7 +129,7 @@ std::optional<WindowEntry> ElementProbe::readableWindow(DesktopPoint at, Hidden 
     auto windows = platform.windows().windows().value_or(std::vector<WindowEntry>());
     auto const top = std::ranges::find_if(windows, [&](WindowEntry const& each) { return each.isUnder(at); });
     if (top == windows.end() || !top->ownerPid || *top->ownerPid == platform.facts().ownPid() ||
-        isHidden(top->namesAt(at), hidden))
+        top->namesAt(at).isHidden(hidden))
         return std::nullopt;
     return std::move(*top);
 }
@@ -142,7 +137,7 @@ std::optional<WindowEntry> ElementProbe::readableWindow(DesktopPoint at, Hidden 
 std::optional<RunningApplication> ElementProbe::readableFront(Hidden const& hidden)
 {
     auto front = platform.workspace().frontmostApplication();
-    if (!front || front->pid == platform.facts().ownPid() || isHidden(front->names, hidden))
+    if (!front || front->pid == platform.facts().ownPid() || front->names.isHidden(hidden))
         return std::nullopt;
     return front;
 }
@@ -152,7 +147,7 @@ bool ElementProbe::isEmbedded(std::int32_t pid, std::int32_t holder, Hidden cons
     auto const shows = [&](WindowEntry const& window) {
         return window.ownerPid == holder &&
                std::ranges::any_of(window.embedded, [&](EmbeddedEntry const& inside) {
-                   return inside.ownerPid == pid && !isHidden(inside.owner, hidden);
+                   return inside.ownerPid == pid && !inside.owner.isHidden(hidden);
                });
     };
     return std::ranges::any_of(platform.windows().windows().value_or(std::vector<WindowEntry>()), shows);

@@ -3,16 +3,19 @@
 #include "base/Geometry.h"
 #include "base/Task.h"
 #include "confirm/ProbedElement.h"
+#include "platform/ApplicationNames.h"
 
 #include <optional>
 #include <string>
 
 namespace zelvo {
 
-/// The frontmost application: its identifier and its name.
+/// The application in front: its identifier and its name for a person.
 struct FrontmostAppInfo {
     std::string bundleId;
     std::string name;
+    ApplicationNames names = {}; ///< all that it may be asked for by
+    bool isHidden = false;       ///< agents are not told what it is
     bool operator==(FrontmostAppInfo const&) const = default;
 };
 

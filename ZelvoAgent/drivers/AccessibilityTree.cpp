@@ -98,8 +98,13 @@ Task<AccessibilityTree::Target> AccessibilityTree::findTarget(std::optional<std:
     Target target;
     target.application = *std::move(application);
     target.hidden = co_await services.hiddenApps.bundleIds();
-    target.bundleId = target.application.names.identifier(target.hidden);
-    if (target.bundleId && target.hidden.contains(*target.bundleId))
+    target.bundleId = target.application.names.identifier();
+    // The elements are read by process, which may hold another application that is hidden.
+    bool const isHidden = co_await on(services.contexts.workers, [&] {
+        return target.application.names.isHidden(target.hidden) ||
+               (!target.hidden.empty() && isHiddenProcess(target.application.pid, target.hidden));
+    });
+    if (isHidden)
         throw AgentError::hiddenAppActive;
     co_return target;
 }
@@ -150,13 +155,13 @@ AccessibilityPlan AccessibilityTree::planOf(Target const& target, bool interacti
 /// Another application's elements may be embedded in a window.
 bool AccessibilityTree::mayRead(std::int32_t pid, std::set<std::string> const& hidden)
 {
-    if (pid == services.ownPid)
-        return false;
+    return pid != services.ownPid && !isHiddenProcess(pid, hidden);
+}
+
+bool AccessibilityTree::isHiddenProcess(std::int32_t pid, std::set<std::string> const& hidden)
+{
     auto const application = services.workspace.application(pid);
-    if (!application)
-        return true;
-    auto const bundleId = application->names.identifier(hidden);
-    return !bundleId || !hidden.contains(*bundleId);
+    return application && application->names.isHidden(hidden);
 }
 
 } // namespace zelvo

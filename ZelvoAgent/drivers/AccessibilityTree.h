@@ -51,6 +51,7 @@ private:
     Task<int> retryBudget(Target target);
     Walked walkOnce(Target const& target, TreeScope scope, bool interactiveOnly);
     AccessibilityPlan planOf(Target const& target, bool interactiveOnly, Instant deadline);
+    bool isHiddenProcess(std::int32_t pid, std::set<std::string> const& hidden);
     bool mayRead(std::int32_t pid, std::set<std::string> const& hidden);
 
     Services services;

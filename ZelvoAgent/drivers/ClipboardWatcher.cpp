@@ -94,13 +94,12 @@ Task<> ClipboardWatcher::poll()
 
 std::optional<std::string> ClipboardWatcher::lastSourceBundleId() const
 {
-    return poller->source.identifier({});
+    return poller->source.identifier();
 }
 
 bool ClipboardWatcher::isSourceHidden(std::set<std::string> const& hidden) const
 {
-    auto const bundleId = poller->source.identifier(hidden);
-    return bundleId && hidden.contains(*bundleId);
+    return poller->source.isHidden(hidden);
 }
 
 } // namespace zelvo

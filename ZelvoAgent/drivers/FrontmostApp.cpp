@@ -1,7 +1,5 @@
 #include "drivers/FrontmostApp.h"
 
-#include "base/Text.h"
-
 #include <utility>
 
 namespace zelvo {
@@ -13,8 +11,9 @@ Task<FrontmostApp::Outcome> waitOn(
 {
     Instant const deadline = clock->now() + timeout;
     for (;;) {
-        std::optional<std::string> actual = co_await current();
-        if (FrontmostApp::matches(expected, actual))
+        std::optional<ApplicationNames> const names = co_await current();
+        std::optional<std::string> actual = names ? names->identifier() : std::nullopt;
+        if (FrontmostApp::matches(expected, names))
             co_return FrontmostApp::Outcome{.matched = true, .actual = std::move(actual)};
         if (clock->now() >= deadline)
             co_return FrontmostApp::Outcome{.matched = false, .actual = std::move(actual)};
@@ -24,9 +23,9 @@ Task<FrontmostApp::Outcome> waitOn(
 
 } // namespace
 
-bool FrontmostApp::matches(std::string const& expected, std::optional<std::string> const& actual)
+bool FrontmostApp::matches(std::string const& expected, std::optional<ApplicationNames> const& actual)
 {
-    return actual && text::equalIgnoringCase(*actual, expected);
+    return actual && actual->answersTo(expected);
 }
 
 Task<FrontmostApp::Outcome> FrontmostApp::waitUntilFrontmost(

@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Task.h"
+#include "platform/ApplicationNames.h"
 
 #include <functional>
 #include <optional>
@@ -12,19 +13,21 @@ namespace zelvo {
 /// Decides whether a given application is frontmost. Thread: any.
 class FrontmostApp {
 public:
-    /// The result of a wait. `actual` is the application that was frontmost at the last poll, if any.
+    /// What a wait has found: `actual` is the identifier of what was in front at the last look, if anything
+    /// was.
     struct Outcome {
         bool matched = false;
         std::optional<std::string> actual;
         bool operator==(Outcome const&) const = default;
     };
-    /// Returns the identifier of the frontmost application.
-    using Current = std::function<Task<std::optional<std::string>>()>;
+    /// Gives the names of the application in front.
+    using Current = std::function<Task<std::optional<ApplicationNames>>()>;
 
-    /// Compares without regard to case. An absent `actual` never matches.
-    static bool matches(std::string const& expected, std::optional<std::string> const& actual);
-    /// Polls at once and then every `pollEvery`, until it matches or `timeout` has passed. With a timeout of
-    /// 0 it polls once. A cancellation only ends the present pause early. Throws what `current` throws.
+    /// Compares with the identifier and every other name, without regard to case; nothing in front matches
+    /// nothing.
+    static bool matches(std::string const& expected, std::optional<ApplicationNames> const& actual);
+    /// Looks at once and then every `pollEvery`, until it matches or `timeout` is over; with no time it looks
+    /// once. A cancelled wait only brings the next look forward. Throws what `current` throws.
     static Task<Outcome> waitUntilFrontmost(
         Clock& clock, std::string expected, Duration timeout, Duration pollEvery, Current current);
 };

@@ -34,8 +34,8 @@ Task<> HiddenAppGuard::assertBundleAllowed(std::optional<std::string> bundleId)
 
 Task<> HiddenAppGuard::assertNamesAllowed(ApplicationNames names)
 {
-    std::set<std::string> const hidden = co_await store.bundleIds();
-    co_await assertBundleAllowed(names.identifier(hidden));
+    if (names.isHidden(co_await store.bundleIds()))
+        throw AgentError::hiddenAppActive;
 }
 
 ApplicationNames HiddenAppGuard::ownerOfWindow(DesktopPoint at, WindowList& windows)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Geometry.h"
-#include "platform/RunningApplication.h"
+#include "platform/ApplicationNames.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -27,10 +27,10 @@ struct WindowEntry {
     std::optional<DesktopRect> bounds; ///< without shadows
     /// The areas that take the pointer, if not all of its bounds do.
     std::optional<std::vector<DesktopRect>> parts = {};
-    ApplicationNames owner; ///< its owner and the owners of the windows that it is transient for
+    ApplicationNames owner; ///< of the application that it belongs to
     std::vector<EmbeddedEntry> embedded = {};
-    std::string ownerName = {}; ///< of the process's application, in the desktop's language; empty if unknown
-    std::string title = {};     ///< bounded; may be empty
+    std::string ownerName = {}; ///< of its application, in the desktop's language; empty: not known
+    std::string title = {};     ///< bounded; empty without one
     bool operator==(WindowEntry const&) const = default;
 
     /// Whether the pointer at this point is on this window, windows above it aside.
@@ -39,13 +39,13 @@ struct WindowEntry {
         auto const hit = [&](DesktopRect const& rect) { return rect.contains(point); };
         return bounds && hit(*bounds) && (!parts || std::ranges::any_of(*parts, hit));
     }
-    /// The names of its application and of those embedded in it at this point.
+    /// The names of the application that it belongs to, hidden with those embedded in it at this point.
     ApplicationNames namesAt(DesktopPoint point) const
     {
         ApplicationNames all = owner;
         for (EmbeddedEntry const& inside : embedded)
             if (inside.bounds.contains(point))
-                all.names.insert(all.names.end(), inside.owner.names.begin(), inside.owner.names.end());
+                all.hideWith(inside.owner);
         return all;
     }
 };

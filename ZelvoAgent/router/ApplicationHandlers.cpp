@@ -14,10 +14,30 @@ namespace {
 
 constexpr Duration openWait = 5s;
 
-/// By its identifier, else by the name that it runs under, else by the name of an installed one.
-std::optional<std::string>
-applicationLocation(Workspace& workspace, std::string const& bundleId, std::string const& name)
+/// A running application: by its identifier before any other name, and the frontmost before others.
+std::optional<std::string> runningLocation(Workspace& workspace, std::string const& bundleId)
 {
+    std::vector<RunningApplication> running = workspace.runningApplications();
+    std::erase_if(running, [&](RunningApplication const& each) {
+        return !each.location || !each.names.answersTo(bundleId);
+    });
+    if (running.empty())
+        return std::nullopt;
+    auto const rank = [&](RunningApplication const& each) {
+        return std::pair(text::equalIgnoringCase(each.names.names.front(), bundleId), each.isActive);
+    };
+    return std::ranges::max(running, {}, rank).location;
+}
+
+/// By its identifier, else by the name that it runs under, else by the name of an installed one.
+std::optional<std::string> applicationLocation(Workspace& workspace,
+                                               std::string const& bundleId,
+                                               std::string const& name,
+                                               Workspace::NotRunning notRunning)
+{
+    if (notRunning == Workspace::NotRunning::isLeft && !bundleId.empty())
+        if (auto const running = runningLocation(workspace, bundleId))
+            return running;
     if (!bundleId.empty())
         if (auto const known = workspace.applicationLocation(bundleId))
             return known;
@@ -32,7 +52,7 @@ applicationLocation(Workspace& workspace, std::string const& bundleId, std::stri
 bool isRunning(Workspace& workspace, std::string const& location, std::string const& identifier)
 {
     return std::ranges::any_of(workspace.runningApplications(), [&](RunningApplication const& running) {
-        return running.location == location || running.names.identifier({}) == identifier;
+        return running.location == location || running.names.answersTo(identifier);
     });
 }
 
@@ -40,8 +60,8 @@ bool isRunning(Workspace& workspace, std::string const& location, std::string co
 std::optional<records::RunningApp> entryOf(RunningApplication const& application,
                                            std::set<std::string> const& hidden)
 {
-    auto const identifier = application.names.identifier(hidden);
-    if (!application.isRegular || !identifier || hidden.contains(*identifier))
+    auto const identifier = application.names.identifier();
+    if (!application.isRegular || !identifier || application.names.isHidden(hidden))
         return std::nullopt;
     return records::RunningApp{.active = application.isActive,
                                .bundleId = *identifier,
@@ -58,8 +78,9 @@ records::WindowInfoFrame frameOf(std::optional<DesktopRect> const& bounds)
 /// Nothing for this program's own windows and what an agent does not get to see.
 std::optional<records::WindowInfo> entryOf(WindowEntry const& window, std::set<std::string> const& hidden)
 {
-    auto const identifier = window.owner.identifier(hidden);
-    if (!window.ownerPid || !identifier || *identifier == ownBundleIdentifier || hidden.contains(*identifier))
+    auto const identifier = window.owner.identifier();
+    if (!window.ownerPid || !identifier || *identifier == ownBundleIdentifier ||
+        window.owner.isHidden(hidden))
         return std::nullopt;
     return records::WindowInfo{.appName = window.ownerName,
                                .bundleId = *identifier,
@@ -97,21 +118,22 @@ Task<json::value> ApplicationHandlers::bringToFront(Admission admission, Workspa
     std::string const name = read::text(admission.frame.params, "name").value_or("");
     std::string location;
     auto const bundle = co_await on(services.workers, [&] {
-        location = applicationLocation(workspace, bundleId, name).value_or("");
+        location = applicationLocation(workspace, bundleId, name, notRunning).value_or("");
         return location.empty() ? std::nullopt : workspace.bundle(location);
     });
     if (!bundle || bundle->identifier.empty())
         throw AgentError::invalidRequest;
     std::set<std::string> const hidden = co_await services.hiddenApps.bundleIds();
-    if (hidden.contains(bundle->names.identifier(hidden).value_or(bundle->identifier)))
+    if (hidden.contains(bundle->identifier) || bundle->names.isHidden(hidden))
         throw AgentError::hiddenAppActive;
     co_await services.recorder.agentActed(admission.frame.connectionId, admission.platformName());
     if (notRunning == Workspace::NotRunning::isLeft &&
         !co_await on(services.workers, [&] { return isRunning(workspace, location, bundle->identifier); }))
         throw AgentError::invalidRequest;
     // What ran a moment ago may have ended, or have no window that could come to the front.
-    std::string const openedName = co_await workspace.openApplication(location, notRunning);
-    co_await services.frontmost.assertInFront(bundle->identifier, openWait);
+    Instant const deadline = services.clock.now() + openWait;
+    std::string const openedName = co_await workspace.openApplication(location, notRunning, deadline);
+    co_await services.frontmost.assertInFront(bundle->identifier, deadline - services.clock.now());
     records::OpenedApp const opened{.bundleId = bundle->identifier, .name = openedName};
     co_return records::toJson(opened);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Clock.h"
 #include "base/Contexts.h"
 #include "drivers/HiddenAppsStore.h"
 #include "platform/WindowList.h"
@@ -32,6 +33,7 @@ public:
 
     struct Services {
         Executor workers;
+        Clock& clock;
         Workspace& workspace;
         WindowList& windows;
         HiddenAppsStore& hiddenApps;

@@ -84,9 +84,11 @@ Task<> ElementHandlers::perform(InputAction::ClickElement action)
 
 Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)
 {
-    auto const front = co_await services.probe.frontmostApp();
+    auto front = co_await services.probe.frontmostApp();
     if (front && text::equalIgnoringCase(front->bundleId, app.bundleId))
         co_return;
+    if (front && front->isHidden)
+        front.reset();
     DetailedAgentError failure;
     failure.error = AgentError::appNotFrontmost;
     failure.message = (front ? front->name : "Another app") + " is in front, but the snapshot was taken in " +

@@ -13,9 +13,9 @@ constexpr Duration pollInterval = 50ms;
 Task<>
 FrontmostCheck::assertInFront(std::string expected, Duration maxWait, std::optional<std::size_t> failedIndex)
 {
-    auto const current = [this]() -> Task<std::optional<std::string>> {
+    auto const current = [this]() -> Task<std::optional<ApplicationNames>> {
         auto const front = co_await probe.frontmostApp();
-        co_return front ? std::optional(front->bundleId) : std::nullopt;
+        co_return front ? std::optional(front->names) : std::nullopt;
     };
     auto const outcome =
         co_await FrontmostApp::waitUntilFrontmost(clock, expected, maxWait, pollInterval, current);
@@ -25,7 +25,9 @@ FrontmostCheck::assertInFront(std::string expected, Duration maxWait, std::optio
 
 Task<DetailedAgentError> FrontmostCheck::refusal(std::string expected, std::optional<std::size_t> failedIndex)
 {
-    auto const front = co_await probe.frontmostApp();
+    auto front = co_await probe.frontmostApp();
+    if (front && front->isHidden)
+        front.reset(); // An agent must not learn what the person has hidden.
     DetailedAgentError failure;
     failure.error = AgentError::appNotFrontmost;
     failure.message = (front ? front->name : "another app") + " is in front, but " + expected +

@@ -117,6 +117,7 @@ public:
     std::map<std::string, std::string> namedLocations; ///< by name
     std::map<std::string, ApplicationBundle> bundles;  ///< by location
     std::vector<std::string> opened;                   ///< locations
+    Instant openDeadline{};                            ///< of the last open
     std::optional<bool> mayStart;                      ///< whether the last open may start the application
     std::optional<std::string> openFailure;            ///< if set, opening fails with it
     std::function<void(std::string const&)> onOpen;    ///< called with the location before open() returns
@@ -146,8 +147,9 @@ public:
     {
         return valueOf(bundles, location);
     }
-    Task<std::string> openApplication(std::string location, NotRunning notRunning) override
+    Task<std::string> openApplication(std::string location, NotRunning notRunning, Instant deadline) override
     {
+        openDeadline = deadline;
         if (openFailure)
             throw std::runtime_error(*openFailure);
         opened.push_back(location);

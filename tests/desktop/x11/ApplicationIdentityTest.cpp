@@ -27,25 +27,145 @@ DesktopEntryIndex index()
         {.id = "debian-xterm", .name = "XTerm", .startupWmClass = "XTerm", .executable = "/usr/bin/xterm"},
         {.id = "chromium", .name = "Web", .startupWmClass = "chromium", .executable = "/usr/bin/chromium"},
         {.id = "firefox_firefox", .name = "Firefox"},
-        {.id = "dev.zelvo.agent", .name = "Zelvo", .startupWmClass = "liar"},
+        {.id = "thunar", .name = "Files", .executable = "/usr/bin/thunar"},
+        {.id = "thunar-bulk-rename", .name = "Rename", .executable = "/usr/bin/thunar"},
+        {.id = "office-writer",
+         .name = "Writer",
+         .startupWmClass = "office-writer",
+         .executable = "/opt/office"},
+        {.id = "office-calc", .name = "Calc", .startupWmClass = "office-calc", .executable = "/opt/office"},
+        {.id = "org.example.Two", .name = "Two", .startupWmClass = "Shared"},
+        {.id = "org.example.Three", .name = "Three", .startupWmClass = "Shared", .noDisplay = true},
+        {.id = "python3.11", .name = "Python", .noDisplay = true},
+        {.id = "dev.zelvo.agent", .name = "Zelvo", .startupWmClass = "liar", .executable = "/usr/bin/liar"},
     });
+}
+
+ApplicationIdentity identity(WindowWords words, ProcessFacts process = {})
+{
+    static DesktopEntryIndex const entries = index();
+    return identifyApplication(words, process, entries);
 }
 
 std::vector<std::string> names(WindowWords words, ProcessFacts process = {})
 {
-    return applicationNames({std::move(words)}, process, index()).names;
+    return identity(std::move(words), std::move(process)).names.names;
 }
 
-TEST(ApplicationNames, beginWithTheApplicationsOwnWord)
+using Basis = ApplicationIdentity::Basis;
+
+struct Case {
+    std::string what;
+    WindowWords words;
+    ProcessFacts process;
+    std::string identifier;
+    Basis basis = Basis::entry;
+};
+
+std::vector<Case> const identifiers = {
+    {"an entry whose id is the own word",
+     {.gtkApplicationId = "org.xfce.mousepad", .className = "chromium"},
+     {.executable = "/usr/bin/xterm"},
+     "org.xfce.mousepad"},
+    {"the same of another toolkit, with its end",
+     {.kdeDesktopFile = "chromium.desktop", .className = "x"},
+     {},
+     "chromium"},
+    {"the same with its path",
+     {.kdeDesktopFile = "/usr/share/applications/chromium.desktop"},
+     {},
+     "chromium"},
+    {"the same of a Snap",
+     {.className = "Firefox"},
+     {.confinedIds = {"firefox_firefox", "firefox"}},
+     "firefox_firefox"},
+    {"a word that names no entry never beats an entry",
+     {.gtkApplicationId = "org.xfce.Thunar", .instance = "thunar", .className = "Thunar"},
+     {.executable = "/usr/bin/thunar"},
+     "thunar"},
+    {"StartupWMClass is the class", {.instance = "x", .className = "XTerm"}, {}, "debian-xterm"},
+    {"StartupWMClass is the instance", {.instance = "chromium", .className = "Chromium"}, {}, "chromium"},
+    {"StartupWMClass before an id", {.instance = "thunar", .className = "XTerm"}, {}, "debian-xterm"},
+    {"StartupWMClass minds the case of letters", {.className = "xterm"}, {}, "xterm", Basis::words},
+    {"of one StartupWMClass that which menus show", {.className = "Shared"}, {}, "org.example.Two"},
+    {"an id in another case of letters", {.instance = "Org.Xfce.Mousepad"}, {}, "org.xfce.mousepad"},
+    {"the last part of an id", {.instance = "x", .className = "MOUSEPAD"}, {}, "org.xfce.mousepad"},
+    {"an id that is the own word in another case",
+     {.gtkApplicationId = "Org.Xfce.MousePad"},
+     {},
+     "org.xfce.mousepad"},
+    {"the last part of an id is the own word", {.kdeDesktopFile = "mousepad"}, {}, "org.xfce.mousepad"},
+    {"an id before the program", {.className = "chromium"}, {.executable = "/usr/bin/xterm"}, "chromium"},
+    {"the program, settings that no menu shows left aside",
+     {.className = "Notes"},
+     {.executable = "/usr/bin/mousepad"},
+     "org.xfce.mousepad"},
+    {"a program of several entries",
+     {.className = "Soffice"},
+     {.executable = "/opt/office"},
+     "office-calc",
+     Basis::sharedProgram},
+    {"words before a program of several",
+     {.className = "office-writer"},
+     {.executable = "/opt/office"},
+     "office-writer"},
+    {"no entry: the own word",
+     {.gtkApplicationId = "org.gnome.Maps", .className = "Maps"},
+     {.executable = "/opt/maps"},
+     "org.gnome.Maps",
+     Basis::words},
+    {"no entry: the class",
+     {.instance = "thing", .className = "Thing"},
+     {.executable = "/opt/thing-1.2"},
+     "Thing",
+     Basis::words},
+    {"no entry, no class: the program",
+     {.instance = "thing"},
+     {.executable = "/opt/thing-1.2"},
+     "thing-1.2",
+     Basis::program},
+    {"a program that only has a name", {}, {.executable = "comm-only"}, "comm-only", Basis::program},
+    {"an interpreter is not its own entry",
+     {.className = "Script.py"},
+     {.executable = "/usr/bin/python3.11"},
+     "Script.py",
+     Basis::words},
+    {"a process without windows", {}, {.executable = "/usr/bin/thunar"}, "thunar", Basis::sharedProgram},
+    {"nothing at all", {}, {}, "", Basis::nothing},
+};
+
+TEST(ApplicationIdentity, isDecidedInOneOrder)
 {
-    EXPECT_THAT(names({.gtkApplicationId = "org.gnome.Maps", .className = "Maps"}),
-                ElementsAre("org.gnome.Maps", "Maps"));
-    EXPECT_THAT(names({.kdeDesktopFile = "org.kde.kate.desktop", .className = "kate"}),
-                ElementsAre("org.kde.kate", "kate"));
-    EXPECT_THAT(names({.kdeDesktopFile = "/usr/share/applications/org.kde.kate.desktop"}),
-                ElementsAre("org.kde.kate"));
+    for (Case const& each : identifiers) {
+        ApplicationIdentity const decided = identity(each.words, each.process);
+        EXPECT_EQ(decided.names.identifier().value_or(""), each.identifier) << each.what;
+        EXPECT_EQ(decided.basis, each.basis) << each.what;
+        EXPECT_EQ(decided.entry ? decided.entry->id : "",
+                  each.basis >= Basis::sharedProgram ? each.identifier : "")
+            << each.what;
+    }
+}
+
+TEST(ApplicationNames, areAllThatIsSaidAndTheEntriesThatItFinds)
+{
+    EXPECT_THAT(names({.gtkApplicationId = "org.xfce.Thunar", .instance = "thunar", .className = "Thunar"},
+                      {.executable = "/usr/bin/thunar"}),
+                ElementsAre("thunar", "thunar-bulk-rename", "org.xfce.Thunar", "Thunar"));
+    EXPECT_THAT(names({.instance = "i", .className = "Shared"}, {.executable = "/opt/p"}),
+                ElementsAre("org.example.Two", "org.example.Three", "Shared", "p", "i"));
     EXPECT_THAT(names({.className = "Firefox"}, {.confinedIds = {"firefox_firefox", "firefox"}}),
                 ElementsAre("firefox_firefox", "firefox", "Firefox"));
+    EXPECT_THAT(names({.instance = "thing", .className = "Thing"}, {.executable = "/opt/thing-1.2"}),
+                ElementsAre("Thing", "thing-1.2", "thing"));
+    EXPECT_THAT(names({}), IsEmpty());
+}
+
+/// What hides must not be got rid of by calling oneself something else.
+TEST(ApplicationNames, keepTheProgramsEntryWhateverTheApplicationSays)
+{
+    EXPECT_THAT(
+        names({.gtkApplicationId = "chromium", .className = "thunar"}, {.executable = "/usr/bin/mousepad"}),
+        ElementsAre("chromium", "thunar", "org.xfce.mousepad", "org.xfce.mousepad-settings", "mousepad"));
 }
 
 /// They go into replies, which must be UTF-8 whatever a program calls itself.
@@ -55,70 +175,60 @@ TEST(ApplicationNames, areUtf8)
     ProcessFacts const process{.executable = "/opt/\xFFtool"};
 
     EXPECT_THAT(names(words, process), ElementsAre("org.\uFFFD", "Caf\uFFFD", "\uFFFDtool"));
-    EXPECT_EQ(localizedName({}, {words}, process, index()), "Caf\uFFFD");
-    EXPECT_EQ(localizedName({}, {}, process, index()), "\uFFFDtool");
+    EXPECT_EQ(identity(words, process).localizedName, "Caf\uFFFD");
+    EXPECT_EQ(identity({}, process).localizedName, "\uFFFDtool");
 }
 
-TEST(ApplicationNames, goOnWithStartupWmClass)
-{
-    EXPECT_THAT(names({.instance = "xterm", .className = "XTerm"}, {.executable = "/usr/bin/xterm"}),
-                ElementsAre("debian-xterm", "XTerm", "xterm"));
-    EXPECT_THAT(names({.instance = "chromium", .className = "Chromium"}),
-                ElementsAre("chromium", "Chromium"));
-}
-
-TEST(ApplicationNames, goOnWithTheEntrysIdWithoutRegardToCase)
-{
-    EXPECT_THAT(names({.instance = "x", .className = "MOUSEPAD"}),
-                ElementsAre("org.xfce.mousepad", "MOUSEPAD"));
-    EXPECT_THAT(names({.instance = "Org.Xfce.Mousepad"}), ElementsAre("org.xfce.mousepad"));
-}
-
-TEST(ApplicationNames, goOnWithTheProgramOfAnEntry)
-{
-    EXPECT_THAT(names({.className = "Notes"}, {.executable = "/usr/bin/mousepad"}),
-                ElementsAre("org.xfce.mousepad", "org.xfce.mousepad-settings", "Notes", "mousepad"));
-}
-
-TEST(ApplicationNames, endWithTheClassAndTheExecutablesName)
-{
-    EXPECT_THAT(
-        names({.instance = "thing", .className = "Thing"}, {.executable = "/opt/thing/bin/thing-1.2"}),
-        ElementsAre("Thing", "thing-1.2"));
-    EXPECT_THAT(names({}, {.executable = "/opt/tool"}), ElementsAre("tool"));
-    EXPECT_THAT(names({}, {.executable = "comm-only"}), ElementsAre("comm-only"));
-    EXPECT_THAT(names({}), IsEmpty());
-}
-
-TEST(ApplicationNames, ofOneWindowJoinThoseOfItsProcess)
-{
-    std::vector<WindowWords> const words = {{.className = "Menu"}, {.className = "Mousepad"}};
-
-    EXPECT_THAT(applicationNames(words, {.executable = "/usr/bin/x"}, index()).names,
-                ElementsAre("Menu", "x", "org.xfce.mousepad", "Mousepad"));
-}
-
+/// In no case of letters either, since agents may ask in any.
 TEST(ApplicationNames, ofAnotherProcessAreNeverOurs)
 {
-    EXPECT_THAT(names({.gtkApplicationId = "dev.zelvo.agent",
-                       .kdeDesktopFile = "dev.zelvo.agent.desktop",
-                       .instance = "liar",
-                       .className = "dev.zelvo.agent"},
-                      {.executable = "/tmp/dev.zelvo.agent", .confinedIds = {"dev.zelvo.agent"}}),
-                IsEmpty());
+    for (char const* const claimed : {"dev.zelvo.agent", "DEV.Zelvo.Agent"})
+        EXPECT_THAT(names({.gtkApplicationId = claimed,
+                           .kdeDesktopFile = std::string(claimed) + ".desktop",
+                           .instance = "liar",
+                           .className = claimed},
+                          {.executable = std::string("/tmp/") + claimed, .confinedIds = {claimed}}),
+                    ElementsAre("liar"));
+    EXPECT_THAT(names({}, {.executable = "/usr/bin/liar"}), ElementsAre("liar"));
 }
 
 TEST(LocalizedName, isTheEntrysNameElseTheClassElseTheProgram)
 {
-    auto const name = [](WindowWords words, ProcessFacts process) {
-        auto const all = applicationNames({words}, process, index());
-        return localizedName(all, {words}, process, index());
-    };
+    EXPECT_EQ(identity({.className = "XTerm"}).localizedName, "XTerm");
+    EXPECT_EQ(identity({.className = "Chromium"}, {.executable = "/usr/bin/chromium"}).localizedName, "Web");
+    EXPECT_EQ(identity({.className = "Thing"}, {.executable = "/opt/x"}).localizedName, "Thing");
+    EXPECT_EQ(identity({}, {.executable = "/opt/x"}).localizedName, "x");
+}
 
-    EXPECT_EQ(name({.className = "XTerm"}, {}), "XTerm");
-    EXPECT_EQ(name({.className = "Chromium"}, {.executable = "/usr/bin/chromium"}), "Web");
-    EXPECT_EQ(name({.className = "Thing"}, {.executable = "/opt/x"}), "Thing");
-    EXPECT_EQ(name({}, {.executable = "/opt/x"}), "x");
+TEST(AskedFor, byAnyNameInAnyCaseOfLetters)
+{
+    ApplicationNames const thunar{{"thunar", "org.xfce.Thunar", "Thunar"}, {"portal"}};
+
+    for (char const* const asked : {"thunar", "THUNAR", "ORG.XFCE.THUNAR", "org.xfce.thunar"})
+        EXPECT_TRUE(thunar.answersTo(asked)) << asked;
+    for (char const* const asked : {"", "thuna", "xfce", "portal"})
+        EXPECT_FALSE(thunar.answersTo(asked)) << asked;
+    EXPECT_TRUE((ApplicationNames{{"Ärger"}}.answersTo("äRGER")));
+    EXPECT_FALSE(ApplicationNames{}.answersTo(""));
+}
+
+TEST(Hidden, withAnotherOnlyWhenAllWindowsAre)
+{
+    ApplicationNames joined{{"portal"}, {"keys", "mail"}};
+    joined.join({{"portal", "Chooser"}, {"mail"}});
+
+    EXPECT_EQ(joined, (ApplicationNames{{"portal", "Chooser"}, {"mail"}}));
+}
+
+TEST(Hidden, byAnyNameInAnyCaseOfLettersAndWithOthers)
+{
+    ApplicationNames const thunar{{"thunar", "org.xfce.Thunar"}, {"portal"}};
+
+    for (char const* const hidden : {"thunar", "Thunar", "org.xfce.thunar", "Portal"})
+        EXPECT_TRUE(thunar.isHidden({"a", hidden})) << hidden;
+    EXPECT_FALSE(thunar.isHidden({"a", "", "xfce"}));
+    EXPECT_FALSE(thunar.isHidden({}));
+    EXPECT_EQ(thunar.identifier(), "thunar"); // Hidden or not.
 }
 
 TEST(ConfinedIds, areThoseOfFlatpakAndSnap)
@@ -146,6 +256,15 @@ TEST(ProgramOfAnExecLine, isFoundOnPathAndIsNoInterpreter)
     EXPECT_EQ(programOf("ls %U"), shell);
     EXPECT_EQ(programOf("env A=b LANG=C /bin/ls -l"), shell);
     EXPECT_EQ(programOf("\"/bin/ls\" --x='a b'"), shell);
+    EXPECT_EQ(programOf("env -i -u HOME A=b ls"), shell);
+    EXPECT_EQ(programOf("/usr/bin/env -C / --unset=HOME ls -u x"), shell);
+    EXPECT_EQ(programOf("env"), "");
+    EXPECT_EQ(programOf("env python3 x.py"), "");
+    EXPECT_EQ(programOf("-u ls"), "");
+    EXPECT_TRUE(isInterpreter("/usr/lib/electron25"));
+    EXPECT_TRUE(isInterpreter("/usr/bin/wish8.6"));
+    EXPECT_TRUE(isInterpreter("/usr/bin/java"));
+    EXPECT_FALSE(isInterpreter("/usr/bin/luakit"));
     EXPECT_EQ(programOf("sh -c 'ls'"), "");
     EXPECT_EQ(programOf("python3 /usr/share/x/x.py"), "");
     EXPECT_EQ(programOf("no-such-program-here"), "");

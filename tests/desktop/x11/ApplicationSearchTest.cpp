@@ -104,6 +104,53 @@ TEST(ApplicationSearch, findsByIdentifier)
     }
 }
 
+RunningApplication running(std::vector<std::string> names, std::string location)
+{
+    RunningApplication made{.pid = 1, .names = {std::move(names)}};
+    made.location = std::move(location);
+    return made;
+}
+
+TEST(ApplicationSearch, findsWhatIsAskedForByAnyName)
+{
+    DesktopEntryIndex const entries({
+        {.id = "office-calc",
+         .name = "Calc",
+         .startupWmClass = "office-calc",
+         .executable = "/opt/office",
+         .file = "calc"},
+        {.id = "office-writer", .name = "Writer", .executable = "/opt/office", .file = "writer"},
+        {.id = "thunar", .name = "Files", .executable = "/usr/bin/thunar", .file = "thunar"},
+        {.id = "shut",
+         .name = "Shut",
+         .startupWmClass = "Shut-Class",
+         .executable = "/opt/closed",
+         .file = "shut"},
+    });
+    std::vector<RunningApplication> const windows = {
+        running({"script.py", "python3"}, "running:script.py"),
+        running({"office-writer", "office-calc", "Soffice"}, "writer"),
+        running({"thunar", "org.xfce.Thunar", "script.PY"}, "thunar"),
+    };
+    for (Asked const& asked : std::vector<Asked>{
+             {"office-calc",
+              "calc"}, // It has an entry, though another application that runs has this name too.
+             {"office-calc.desktop", "calc"},
+             {"OFFICE-CALC", "calc"},
+             {"Office-Writer", "writer"},
+             {"soffice", "writer"},
+             {"ORG.XFCE.thunar", "thunar"},
+             {"org.xfce.Thunar.desktop", "thunar"},
+             {"Script.py", "running:script.py"}, // An identifier before another name.
+             {"PYTHON3", "running:script.py"},
+             {"shut-class", "shut"},
+             {"Closed", "shut"},
+             {"nobody", ""},
+             {"", ""},
+         })
+        EXPECT_EQ(locationOf(asked.text, entries, windows).value_or(""), asked.found) << asked.text;
+}
+
 TEST(ApplicationSearch, findsByFile)
 {
     auto const entries = index();
@@ -126,8 +173,8 @@ TEST(ApplicationSearch, tellsAllNamesOfAnEntry)
     ApplicationNames const names = namesOfEntry(*entries.find("web.page"), entries);
     EXPECT_EQ(names.names.front(), "web.page");
     EXPECT_THAT(names.names, IsSupersetOf({"web", "other", "Page-Class"}));
-    EXPECT_EQ(names.identifier({"web"}), "web");
-    EXPECT_EQ(names.identifier({"nobody"}), "web.page");
+    EXPECT_TRUE(names.isHidden({"web"}));
+    EXPECT_FALSE(names.isHidden({"nobody"}));
     EXPECT_EQ(namesOfEntry(*entries.find("dev.zelvo.agent"), entries).names.front(), "dev.zelvo.agent");
 }
 

@@ -286,9 +286,9 @@ TEST_F(GuardsOnADesktop, waitForAnApplicationToComeToTheFront)
     PainterProcess editor(desktop, program("editor"));
     PainterProcess viewer(desktop, program("viewer"));
     bringToFront(editor.open({.x = 100, .y = 100, .className = "Editor"}));
-    auto const current = [&]() -> Task<std::optional<std::string>> {
+    auto const current = [&]() -> Task<std::optional<ApplicationNames>> {
         auto const front = workspace->frontmostApplication();
-        co_return front ? front->names.identifier({}) : std::nullopt;
+        co_return front ? std::optional(front->names) : std::nullopt;
     };
     auto const wait = [&](std::string expected, Duration timeout) {
         return live.run(FrontmostApp::waitUntilFrontmost(clock, std::move(expected), timeout, 10ms, current));
@@ -359,10 +359,13 @@ TEST_F(ApplicationsByProcess, areHiddenByAnyOfTheirWindows)
     PainterProcess portal(desktop, program("portal"));
     auto const main = secret.open({.x = 100, .y = 100, .className = "Keys"});
     portal.open({.x = 500, .y = 100, .className = "Portal"});
-    EXPECT_EQ(workspace->application(portal.pid()).value().names.identifier({"secret"}), "Portal");
+    auto const isHidden = [&] {
+        return workspace->application(portal.pid()).value().names.isHidden({"secret"});
+    };
+    EXPECT_FALSE(isHidden());
     portal.open({.x = 500, .y = 300, .transientFor = main, .className = "Portal"});
 
-    EXPECT_EQ(workspace->application(portal.pid()).value().names.identifier({"secret"}), "secret");
+    EXPECT_TRUE(isHidden());
 }
 
 TEST_F(ApplicationsByProcess, areThisProgramByItsProcessAlone)

@@ -74,13 +74,13 @@ std::string OpeningFixture::failureOf(std::string const& location)
 std::string OpeningFixture::front()
 {
     auto const found = workspace->frontmostApplication();
-    return found ? found->names.identifier({}).value_or("") : "";
+    return found ? found->names.identifier().value_or("") : "";
 }
 
 RunningApplication OpeningFixture::running(std::string const& identifier)
 {
     for (RunningApplication const& application : workspace->runningApplications())
-        if (application.names.identifier({}) == identifier)
+        if (application.names.identifier() == identifier)
             return application;
     return {};
 }

@@ -32,8 +32,9 @@ protected:
 
     std::string open(std::string const& location)
     {
-        return live.run(workspace->openApplication(location, Workspace::NotRunning::isStarted));
+        return live.run(workspace->openApplication(location, Workspace::NotRunning::isStarted, soon()));
     }
+    Instant soon() const { return clock->now() + 5s; }
     /// What opening fails with; empty when it does not.
     std::string failureOf(std::string const& location);
     /// The identifier of the application in front.

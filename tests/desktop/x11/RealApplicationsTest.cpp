@@ -51,11 +51,11 @@ protected:
 TEST_F(RealApplications, areKnownByTheirEntries)
 {
     RunningApplication const editor = frontAfter({"mousepad", "--disable-server"}, {.className = "Mousepad"});
-    EXPECT_EQ(editor.names.identifier({}), "org.xfce.mousepad");
+    EXPECT_EQ(editor.names.identifier(), "org.xfce.mousepad");
     EXPECT_EQ(editor.localizedName, "Mousepad");
 
     RunningApplication const terminal = frontAfter({"xterm"}, {.className = "XTerm"});
-    EXPECT_EQ(terminal.names.identifier({}), "debian-xterm");
+    EXPECT_EQ(terminal.names.identifier(), "debian-xterm");
     EXPECT_THAT(terminal.names.names, IsSupersetOf({"debian-xterm", "XTerm", "xterm"}));
 
     RunningApplication const dialog =

@@ -8,9 +8,7 @@
 namespace zelvo::test {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::Not;
 
 constexpr std::int32_t ownPid = 10;
 
@@ -35,70 +33,285 @@ struct Owners {
     WindowOwners take() const { return WindowOwners(survey, index, ownPid, noFacts); }
 };
 
-TEST(WindowOwners, knowThisProgramByItsProcessIdAlone)
-{
-    Owners owners;
-    owners.survey.windows = {window(1, ownPid, "Somebody"), window(2, 20, "dev.zelvo.agent")};
-    auto const taken = owners.take();
+constexpr std::int32_t office = 20;
+constexpr std::int32_t editor = 30;
+constexpr std::int32_t portal = 40;
 
-    EXPECT_THAT(taken.namesOf(owners.survey.windows[0]).names, ElementsAre("dev.zelvo.agent"));
-    EXPECT_THAT(taken.namesOf(owners.survey.windows[1]).names, Not(Contains("dev.zelvo.agent")));
+DesktopEntryIndex entries()
+{
+    return DesktopEntryIndex({
+        {.id = "writer",
+         .name = "Writer",
+         .startupWmClass = "office-writer",
+         .executable = "/opt/office",
+         .file = "/a/writer.desktop"},
+        {.id = "calc",
+         .name = "Calc",
+         .startupWmClass = "office-calc",
+         .executable = "/opt/office",
+         .file = "/a/calc.desktop"},
+        {.id = "editor", .name = "Editor", .executable = "/usr/bin/editor", .file = "/a/editor.desktop"},
+        {.id = "dev.zelvo.agent", .name = "Z", .file = "/a/zelvo.desktop"},
+    });
 }
 
-TEST(WindowOwners, nameAMenuLikeTheOtherWindowsOfItsProcess)
+ProcessFacts facts(std::int32_t pid)
 {
-    Owners owners;
-    owners.survey.windows = {window(1, 20, "Keeper"), window(2, 20, "")};
-    owners.survey.others = {{.id = 3, .pid = 20, .words = {.className = "Minimised"}}};
-
-    EXPECT_THAT(owners.take().namesOf(owners.survey.windows[1]).names, ElementsAre("Keeper", "Minimised"));
+    char const* const programs[] = {"/opt/office", "/usr/bin/editor", "/usr/bin/python3.11"};
+    return {.pid = pid, .executable = pid >= office && pid <= portal ? programs[pid / 10 - 2] : ""};
 }
 
-TEST(WindowOwners, followTransientsThroughChainsAndCircles)
+/// A desktop whose windows come in front of each other, each named by its client's id.
+struct Desktop {
+    WindowSurvey survey;
+    DesktopEntryIndex index = entries();
+
+    ClientWindow& add(std::int32_t pid, std::string className)
+    {
+        auto const id = static_cast<std::uint32_t>(survey.windows.size() + 1);
+        survey.windows.push_back(window(id, pid, std::move(className)));
+        return survey.windows.back().client;
+    }
+    ClientWindow& leader(std::uint32_t id, std::int32_t pid, std::string className)
+    {
+        return survey.leaders.emplace_back(
+            ClientWindow{.id = id, .pid = pid, .words = {.className = std::move(className)}});
+    }
+    WindowOwners owners() const { return WindowOwners(survey, index, ownPid, facts); }
+    /// Of the windows from the first one on, each with the process if it runs in another one's.
+    std::vector<std::string> identifiers() const
+    {
+        std::vector<std::string> all;
+        WindowOwners const taken = owners();
+        for (SurveyedWindow const& each : survey.windows)
+            all.push_back(taken.namesOf(each.client).identifier().value_or(""));
+        return all;
+    }
+    /// Which of the windows are hidden when this name is.
+    std::vector<std::size_t> hiddenBy(std::string const& name) const
+    {
+        std::vector<std::size_t> all;
+        WindowOwners const taken = owners();
+        for (std::size_t i = 0; i < survey.windows.size(); ++i)
+            if (taken.namesOf(survey.windows[i].client).isHidden({name}))
+                all.push_back(i);
+        return all;
+    }
+};
+
+constexpr std::uint32_t clientOf(std::uint32_t id)
 {
-    Owners owners;
-    owners.survey.windows = {window(1, 20, "Secret"), window(2, 30, "Portal"), window(3, 40, "Helper")};
-    owners.survey.windows[1].client.transientFor = 1001;
-    owners.survey.windows[2].client.transientFor = 1002;
-    owners.survey.windows[0].client.transientFor = 1003;
-
-    auto const taken = owners.take();
-
-    EXPECT_THAT(taken.namesOf(owners.survey.windows[2]).names, ElementsAre("Helper", "Portal", "Secret"));
-    EXPECT_EQ(taken.namesOf(owners.survey.windows[2]).identifier({"Secret"}), "Secret");
-    EXPECT_EQ(taken.namesOf(owners.survey.windows[2]).identifier({}), "Helper");
+    return id + 1000;
 }
 
-TEST(WindowOwners, nameEmbeddedClientsWithTheWindowAroundThem)
+TEST(WindowApplications, knowThisProgramByItsProcessIdAlone)
 {
-    Owners owners;
-    owners.survey.windows = {window(1, 20, "Panel")};
-    owners.survey.windows[0].embedded = {{.client = {.id = 7, .pid = 30, .words = {.className = "Tray"}}}};
+    Desktop desktop;
+    desktop.add(ownPid, "Somebody");
+    desktop.add(portal, "dev.zelvo.agent");
+    desktop.add(portal, "Dialog").transientFor = clientOf(1);
+    desktop.add(portal, "Palette").leader = clientOf(1);
 
-    EXPECT_THAT(owners.take().namesOf(owners.survey.windows[0]).names, ElementsAre("Panel", "Tray"));
-    EXPECT_THAT(owners.take().namesOf(owners.survey.windows[0].client).names, ElementsAre("Panel"));
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("dev.zelvo.agent", "python3.11", "Dialog", "Palette"));
+    EXPECT_FALSE(desktop.owners().namesOf(desktop.survey.windows[2].client).answersTo("dev.zelvo.agent"));
+    // A dialog of another's for a window of ours is left out of pictures like the window.
+    EXPECT_THAT(desktop.hiddenBy("dev.zelvo.agent"), ElementsAre(0, 2));
 }
 
-TEST(WindowOwners, knowAnApplicationsLocation)
+TEST(WindowApplications, areThoseOfTheWindowThatADialogIsFor)
 {
-    Owners owners;
-    owners.index =
-        DesktopEntryIndex({{.id = "org.example.keeper", .name = "Keeper", .file = "/a/keeper.desktop"},
-                           {.id = "program", .name = "P", .file = "/a/program.desktop"},
-                           {.id = "dev.zelvo.agent", .name = "Z", .file = "/a/zelvo.desktop"}});
-    owners.survey.windows = {window(1, ownPid, "Somebody"), window(2, 20, "Keeper"), window(3, 30, "Unknown"),
-                             window(4, 40, "Unknown")};
-    auto const facts = [](std::int32_t pid) {
-        return ProcessFacts{.pid = pid, .executable = pid == 40 ? "/usr/bin/python3.11" : "/usr/bin/program"};
-    };
-    WindowOwners const taken(owners.survey, owners.index, ownPid, facts);
-    auto const locationOf = [&](std::size_t i) { return taken.locationOf(owners.survey.windows[i].client); };
+    Desktop desktop;
+    desktop.add(office, "office-writer");
+    desktop.add(office, "office-calc");
+    desktop.add(office, "Soffice").transientFor = clientOf(1);
+    desktop.add(office, "Soffice").transientFor = clientOf(3); // A dialog of the dialog.
 
-    EXPECT_EQ(locationOf(0), "/a/zelvo.desktop");
-    EXPECT_EQ(locationOf(1), "/a/keeper.desktop");
-    EXPECT_EQ(locationOf(2), "/usr/bin/program"); // The program's name alone is no entry's id.
-    EXPECT_EQ(locationOf(3), std::nullopt);       // It may be anybody's.
-    EXPECT_EQ(owners.take().locationOf(owners.survey.windows[2].client), std::nullopt);
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("writer", "calc", "writer", "writer"));
+    EXPECT_THAT(desktop.hiddenBy("calc"), ElementsAre(0, 1, 2, 3)); // One program runs both.
+    EXPECT_THAT(desktop.hiddenBy("office-calc"), ElementsAre(1));
+    EXPECT_THAT(desktop.hiddenBy("SOFFICE"), ElementsAre(0, 2, 3));
+    EXPECT_EQ(desktop.owners().application(desktop.survey.windows[2].client).localizedName, "Writer");
+    EXPECT_EQ(desktop.owners().application(desktop.survey.windows[2].client).location, "/a/writer.desktop");
+}
+
+TEST(WindowApplications, areThoseOfTheGroupsLeader)
+{
+    Desktop desktop;
+    desktop.add(office, "office-calc");
+    desktop.add(office, "").leader = 77;
+    desktop.add(portal, "Chooser").leader = 78;
+    desktop.leader(77, office, "office-writer");
+    desktop.leader(78, editor, "x"); // In another process.
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "writer", "editor"));
+}
+
+TEST(WindowApplications, areTheirOwnBeforeAnyOther)
+{
+    Desktop desktop;
+    desktop.add(office, "office-calc");
+    ClientWindow& own = desktop.add(editor, "Editor");
+    own.transientFor = clientOf(1);
+    own.leader = clientOf(1);
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "editor"));
+    EXPECT_FALSE(desktop.owners().namesOf(own).answersTo("calc"));
+    EXPECT_THAT(desktop.hiddenBy("calc"), ElementsAre(0, 1));
+}
+
+TEST(WindowApplications, areThatOfTheProcesssLastActiveWindow)
+{
+    Desktop desktop;
+    desktop.add(office, "office-calc");
+    desktop.add(office, "Tip");
+    desktop.add(office, "office-writer");
+    desktop.add(portal, "Other");
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "writer", "writer", "Other"));
+    // Nobody knows which of them it belongs to.
+    EXPECT_THAT(desktop.hiddenBy("office-calc"), ElementsAre(0, 1));
+    EXPECT_THAT(desktop.hiddenBy("office-writer"), ElementsAre(1, 2));
+
+    desktop.survey.windows.pop_back();
+    desktop.survey.windows.pop_back();
+    desktop.survey.others = {{.id = 9, .pid = office, .words = {.className = "office-writer"}}};
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "calc")); // A minimised one was active before.
+}
+
+TEST(WindowApplications, followAProcessIntoAnothersApplication)
+{
+    Desktop desktop;
+    desktop.add(editor, "Editor");
+    desktop.add(portal, "Chooser").transientFor = clientOf(1);
+    desktop.add(portal, ""); // The chooser's list that drops down.
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("editor", "editor", "editor"));
+    EXPECT_THAT(desktop.hiddenBy("editor"), ElementsAre(0, 1, 2));
+    EXPECT_THAT(desktop.hiddenBy("chooser"), ElementsAre(1, 2));
+    EXPECT_EQ(desktop.owners().application(desktop.survey.windows[1].client).pid, portal);
+}
+
+TEST(WindowApplications, areDecidedByProgramLastWhereSeveralShareIt)
+{
+    Desktop desktop;
+    desktop.add(office, "Soffice");
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc")); // The first of the two.
+    EXPECT_THAT(desktop.hiddenBy("writer"), ElementsAre(0));
+}
+
+TEST(WindowApplications, withoutAnEntryAreWhatTheWindowsSay)
+{
+    Desktop desktop;
+    desktop.add(portal, "Script.py");
+    desktop.add(portal, "");                                    // A menu.
+    desktop.add(portal, "Toplevel").transientFor = clientOf(1); // A dialog.
+    desktop.add(portal, "Tool");
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("Script.py", "Tool", "Script.py", "Tool"));
+    EXPECT_THAT(desktop.hiddenBy("toplevel"), ElementsAre(0, 2));
+    EXPECT_THAT(desktop.hiddenBy("python3.11"), ElementsAre(0, 1, 2, 3));
+    EXPECT_EQ(desktop.owners().application(desktop.survey.windows[2].client).location, "running:Script.py");
+}
+
+TEST(WindowApplications, ofALoneWindowWithoutWordsAreItsProgram)
+{
+    Desktop desktop;
+    desktop.add(portal, "");
+    desktop.add(99, "");
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("python3.11", ""));
+    EXPECT_EQ(desktop.owners().application(desktop.survey.windows[1].client).location, std::nullopt);
+}
+
+TEST(WindowApplications, endInCircles)
+{
+    Desktop desktop;
+    desktop.add(portal, "First").transientFor = clientOf(3);
+    desktop.add(portal, "Second").transientFor = clientOf(1);
+    desktop.add(portal, "Third").transientFor = clientOf(2);
+    desktop.add(portal, "Itself").transientFor = clientOf(4);
+    desktop.add(portal, "Gone").transientFor = 4711;
+    desktop.add(portal, "Leads").leader = clientOf(6);
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("First", "Second", "Third", "Itself", "Gone", "Leads"));
+    EXPECT_THAT(desktop.hiddenBy("second"), ElementsAre(0, 1, 2));
+
+    desktop.survey.windows[1].client.words.className = "Editor";
+    EXPECT_THAT(desktop.identifiers(),
+                ElementsAre("editor", "editor", "editor", "editor", "editor", "editor"));
+}
+
+TEST(WindowApplications, areHiddenWithAWindowThatTheyAreForWhoeverOwnsThem)
+{
+    Desktop desktop;
+    desktop.add(office, "office-calc");
+    desktop.add(editor, "Editor").transientFor = clientOf(3);
+    desktop.add(portal, "Middle").transientFor = clientOf(1);
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "editor", "calc"));
+    EXPECT_THAT(desktop.hiddenBy("office-calc"), ElementsAre(0, 1, 2));
+    EXPECT_THAT(desktop.hiddenBy("editor"), ElementsAre(1));
+}
+
+TEST(WindowApplications, areHiddenWhateverElseTheyClaim)
+{
+    Desktop desktop;
+    desktop.add(editor, "office-calc");
+    desktop.survey.windows[0].client.words.gtkApplicationId = "calc";
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc"));
+    EXPECT_THAT(desktop.hiddenBy("editor"), ElementsAre(0));
+}
+
+TEST(WindowApplications, haveTheNamesThatAnyOfTheirWindowsGivesThem)
+{
+    Desktop desktop;
+    desktop.add(editor, "Editor");
+    desktop.add(editor, "Preferences");
+    desktop.survey.others = {{.id = 9, .pid = editor, .words = {.className = "Minimised"}}};
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("editor", "editor"));
+    EXPECT_THAT(desktop.hiddenBy("preferences"), ElementsAre(0, 1));
+    EXPECT_THAT(desktop.hiddenBy("minimised"), ElementsAre(0, 1));
+}
+
+TEST(WindowApplications, ofUnknownProcessesAreTheirWords)
+{
+    Desktop desktop;
+    desktop.add(0, "office-calc").pid.reset();
+    desktop.add(0, "Soffice").pid.reset();
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "Soffice"));
+    EXPECT_THAT(desktop.hiddenBy("soffice"), ElementsAre(1));
+}
+
+TEST(WindowOwners, hideAWindowWithTheClientsEmbeddedInIt)
+{
+    Desktop desktop;
+    desktop.add(editor, "Panel");
+    desktop.survey.windows[0].embedded = {
+        {.client = {.id = 7, .pid = office, .words = {.className = "office-calc"}}}};
+    WindowOwners const owners = desktop.owners();
+
+    EXPECT_EQ(owners.namesOf(desktop.survey.windows[0]).identifier(), "editor");
+    EXPECT_TRUE(owners.namesOf(desktop.survey.windows[0]).isHidden({"calc"}));
+    EXPECT_FALSE(owners.namesOf(desktop.survey.windows[0].client).isHidden({"calc"}));
+}
+
+TEST(WindowOwners, tellWhereAnApplicationIs)
+{
+    Desktop desktop;
+    desktop.add(ownPid, "Somebody");
+    desktop.add(editor, "Editor");
+    desktop.add(portal, "Unknown");
+    WindowOwners const owners = desktop.owners();
+    auto const at = [&](std::size_t i) { return owners.application(desktop.survey.windows[i].client); };
+
+    EXPECT_EQ(at(0).location, "/a/zelvo.desktop");
+    EXPECT_EQ(at(1).location, "/a/editor.desktop");
+    EXPECT_EQ(at(1).bundlePath, "/usr/bin");
+    EXPECT_EQ(at(2).location, "running:Unknown");
 }
 
 TEST(WindowEntries, haveTheirTitles)
@@ -182,7 +395,7 @@ TEST(WindowEntries, haveTheirPartsAndGuestsInPoints)
     ASSERT_EQ(entries[0].embedded.size(), 1u);
     EXPECT_EQ(entries[0].embedded[0].bounds, (DesktopRect{10, 20, 10, 10}));
     EXPECT_THAT(entries[0].embedded[0].owner.names, ElementsAre("Tray"));
-    EXPECT_THAT(entries[0].owner.names, ElementsAre("C", "A", "B"));
+    EXPECT_EQ(entries[0].owner.identifier(), "C");
 }
 
 } // namespace

@@ -169,7 +169,35 @@ TEST_F(WindowsOnADesktop, belongToWhomTheyAreTransientFor)
 
     EXPECT_THAT(entryAt(550, 150).owner.names, IsSupersetOf({"Chooser", "portal", "Secret", "secret"}));
     EXPECT_THAT(entryAt(550, 350).owner.names, IsSupersetOf({"portal", "Secret", "secret"}));
-    EXPECT_EQ(entryAt(550, 150).owner.identifier({}), "Chooser");
+    EXPECT_EQ(entryAt(550, 150).owner.identifier(), "Secret"); // Neither has an entry.
+    EXPECT_EQ(entryAt(550, 350).owner.identifier(), "Secret");
+}
+
+TEST_F(WindowsOnADesktop, belongToTheirGroupsLeader)
+{
+    addEntry("org.example.led", "StartupWMClass=Led\n");
+    addEntry("org.example.hinted", "StartupWMClass=Hinted\n");
+    PainterProcess painter(desktop);
+    auto const leader = painter.open({.mapped = false, .className = "Led"});
+    auto const other = painter.open({.mapped = false, .className = "Hinted"});
+    auto const window = painter.open({.x = 100, .y = 100, .className = "Palette"});
+    EXPECT_EQ(entryAt(150, 150).owner.identifier(), "Palette");
+
+    Painter ours(desktop.display());
+    auto const set = [&](xcb_atom_t atom, std::vector<std::uint32_t> const& numbers) {
+        xcb_change_property(ours.x(), XCB_PROP_MODE_REPLACE, window, atom, XCB_ATOM_WINDOW, 32,
+                            static_cast<std::uint32_t>(numbers.size()), numbers.data());
+        ours.sync();
+    };
+    set(atomOf(ours.x(), "WM_CLIENT_LEADER"), {leader});
+    EXPECT_EQ(entryAt(150, 150).owner.identifier(), "org.example.led");
+    set(XCB_ATOM_WM_HINTS, {64, 0, 0, 0, 0, 0, 0, 0, other}); // The hints go before.
+    EXPECT_EQ(entryAt(150, 150).owner.identifier(), "org.example.hinted");
+    set(XCB_ATOM_WM_HINTS, {0, 0, 0, 0, 0, 0, 0, 0, other}); // They do not say so.
+    EXPECT_EQ(entryAt(150, 150).owner.identifier(), "org.example.led");
+    set(atomOf(ours.x(), "WM_CLIENT_LEADER"), {window});
+    EXPECT_EQ(entryAt(150, 150).owner.identifier(), "Palette");
+    EXPECT_EQ(workspace->runningApplications().size(), 1u); // Leaders are no windows of applications.
 }
 
 TEST_F(WindowsOnADesktop, nameTheClientsEmbeddedInThem)
@@ -239,7 +267,7 @@ TEST_F(WindowsOnADesktop, areInFrontByTheWindowManagersWord)
 
     ASSERT_TRUE(front);
     EXPECT_EQ(front->pid, painter.pid());
-    EXPECT_EQ(front->names.identifier({}), "org.example.Painter");
+    EXPECT_EQ(front->names.identifier(), "org.example.Painter");
     EXPECT_EQ(front->localizedName, "org.example.Painter");
 }
 

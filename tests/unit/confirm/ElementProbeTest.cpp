@@ -66,21 +66,21 @@ public:
 
 TEST_F(ElementProbeTest, returnsIdentifierAndNameOfTheFrontmostApplication)
 {
-    EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "Acme Mail"}));
+    EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "Acme Mail", {{"org.acme.mail", "mail"}}}));
 }
 
-TEST_F(ElementProbeTest, returnsTheHiddenNameOfAnApplicationThatHasOne)
+TEST_F(ElementProbeTest, returnsTheIdentifierOfAnApplicationThatIsHiddenByAnotherName)
 {
-    run(platform.io, hiddenApps.add("mail"));
+    run(platform.io, hiddenApps.add("Mail"));
 
-    EXPECT_EQ(front(), (FrontmostAppInfo{"mail", "Acme Mail"}));
+    EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "Acme Mail", {{"org.acme.mail", "mail"}}, true}));
 }
 
 TEST_F(ElementProbeTest, returnsTheIdentifierOfAnApplicationWithoutAName)
 {
     platform.desktop.front->localizedName = "";
 
-    EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "org.acme.mail"}));
+    EXPECT_EQ(front(), (FrontmostAppInfo{"org.acme.mail", "org.acme.mail", {{"org.acme.mail", "mail"}}}));
 }
 
 TEST_F(ElementProbeTest, returnsNothingWithoutAFrontmostApplicationOrIdentifier)

@@ -161,6 +161,17 @@ TEST_F(AccessibilityTreeTest, doesNotTouchAHiddenApplication)
     EXPECT_THAT(system.readers, IsEmpty());
 }
 
+/// Elements are read by process.
+TEST_F(AccessibilityTreeTest, doesNotTouchAProcessThatHoldsAHiddenApplicationToo)
+{
+    std::int32_t const pid = platform.desktop.front->pid;
+    platform.desktop.running[pid] = {.pid = pid, .names = {{"org.example.app"}, {"org.example.sibling"}}};
+    run(platform.io, hiddenApps.add("org.example.Sibling"));
+    EXPECT_EQ(errorOf([&] { run(platform.io, ask()); }), AgentError::hiddenAppActive);
+    run(platform.io, hiddenApps.remove("org.example.Sibling"));
+    EXPECT_EQ(errorOf([&] { run(platform.io, ask()); }), std::nullopt);
+}
+
 TEST_F(AccessibilityTreeTest, asksTheStoredListEachTime)
 {
     take();

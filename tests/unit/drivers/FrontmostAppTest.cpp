@@ -11,10 +11,21 @@ namespace {
 
 TEST(FrontmostApp, matchesWithoutRegardToCase)
 {
-    EXPECT_TRUE(FrontmostApp::matches("COM.Foo.App", "com.foo.app"));
-    EXPECT_TRUE(FrontmostApp::matches("org.ärger", "ORG.ÄRGER"));
-    EXPECT_FALSE(FrontmostApp::matches("com.foo.app", "com.foo.app2"));
-    EXPECT_FALSE(FrontmostApp::matches("com.foo.app", ""));
+    auto const matches = [](std::string const& expected, std::string actual) {
+        return FrontmostApp::matches(expected, ApplicationNames{{std::move(actual)}});
+    };
+    EXPECT_TRUE(matches("COM.Foo.App", "com.foo.app"));
+    EXPECT_TRUE(matches("org.ärger", "ORG.ÄRGER"));
+    EXPECT_FALSE(matches("com.foo.app", "com.foo.app2"));
+    EXPECT_FALSE(matches("com.foo.app", ""));
+}
+
+TEST(FrontmostApp, matchesByEveryNameButThoseOfOthers)
+{
+    ApplicationNames const front{{"thunar", "org.xfce.Thunar"}, {"org.other"}};
+
+    EXPECT_TRUE(FrontmostApp::matches("ORG.XFCE.THUNAR", front));
+    EXPECT_FALSE(FrontmostApp::matches("org.other", front));
 }
 
 TEST(FrontmostApp, matchesNothingWhenNothingIsInFront)
@@ -33,9 +44,9 @@ protected:
 
     TaskHandle start(Duration timeout, Duration pollEvery = 50ms)
     {
-        auto const current = [this]() -> Task<std::optional<std::string>> {
+        auto const current = [this]() -> Task<std::optional<ApplicationNames>> {
             ++looks;
-            co_return front;
+            co_return front ? std::optional(ApplicationNames{{*front}}) : std::nullopt;
         };
         TaskHandle handle = spawn(platform.io.get_executor(), [=, this, kept = outcome]() -> Task<> {
             *kept = co_await FrontmostApp::waitUntilFrontmost(platform.time, "com.foo.App", timeout,
@@ -141,7 +152,7 @@ TEST_F(FrontmostWait, goesOnAtOnceAfterACancelledWait)
 
 TEST_F(FrontmostWait, passesOnAFailureToLook)
 {
-    auto const current = []() -> Task<std::optional<std::string>> {
+    auto const current = []() -> Task<std::optional<ApplicationNames>> {
         throw std::runtime_error("blind");
         co_return std::nullopt;
     };

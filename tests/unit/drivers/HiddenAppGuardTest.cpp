@@ -74,10 +74,22 @@ TEST_F(HiddenAppGuardTest, passesWhenNothingIsKnownToBeInFront)
 
 TEST_F(HiddenAppGuardTest, refusesAnApplicationThatGoesByAnyHiddenName)
 {
-    hide("keys");
+    hide("KEYS"); // Whatever the case of letters.
     platform.desktop.front = application({"org.keys.Keys", "Keys", "keys"});
     platform.windowList.list = {window("org.other", small)};
     platform.windowList.list->front().owner.names = {"org.keys.Keys", "Keys", "keys"};
+
+    EXPECT_EQ(ofFront(), AgentError::hiddenAppActive);
+    EXPECT_EQ(ofPoint({25, 25}), AgentError::hiddenAppActive);
+}
+
+TEST_F(HiddenAppGuardTest, refusesWhatIsHiddenWithAnother)
+{
+    hide("keys");
+    platform.desktop.front = application({"portal"});
+    platform.desktop.front->names.hiddenWith = {"org.keys", "Keys"};
+    platform.windowList.list = {window("portal", small)};
+    platform.windowList.list->front().owner.hiddenWith = {"keys"};
 
     EXPECT_EQ(ofFront(), AgentError::hiddenAppActive);
     EXPECT_EQ(ofPoint({25, 25}), AgentError::hiddenAppActive);

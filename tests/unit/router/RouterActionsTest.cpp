@@ -212,6 +212,33 @@ TEST_F(RouterActionsTest, wrongApplicationInFrontSaysWhichAndWhere)
                     {"failedIndex", "0"}}}}));
 }
 
+TEST_F(RouterActionsTest, anyNameOfTheApplicationInFrontWillDo)
+{
+    platform.desktop.front = RunningApplication{100, {{"thunar", "org.xfce.Thunar"}}, "Files"};
+    for (char const* const expected : {"thunar", "Thunar", "ORG.XFCE.THUNAR"})
+        EXPECT_EQ(code(call("actions.perform",
+                            writeJson(json::object{
+                                {"actions", json::array{json::object{{"type", "wait"}, {"ms", 1}}}},
+                                {"expectBundleId", expected}}))),
+                  "")
+            << expected;
+}
+
+TEST_F(RouterActionsTest, aHiddenApplicationInFrontIsNotNamed)
+{
+    front("org.secret", "Secret");
+    run(platform.io, hiddenApps.add("org.secret"));
+    std::optional<json::object> reply;
+    start(frame("actions.perform", R"({"actions":[{"type":"move","x":1,"y":1}],"expectBundleId":"com.foo"})"),
+          reply);
+    platform.time.advance(2s);
+    EXPECT_EQ(reply->at("error").at("message"),
+              "another app is in front, but com.foo was expected. The action was not performed.");
+    EXPECT_EQ(
+        details(*reply),
+        (json::object{{"actual", ""}, {"actualName", ""}, {"expected", "com.foo"}, {"failedIndex", "0"}}));
+}
+
 TEST_F(RouterActionsTest, nothingInFrontIsAnotherApp)
 {
     std::optional<json::object> reply;

@@ -161,6 +161,55 @@ TEST_F(RouterApplicationsTest, tellsWhatIsInFrontInsteadAfterFiveSeconds)
               (json::object{{"expected", "org.editor"}, {"actual", "org.other"}, {"actualName", "Other"}}));
 }
 
+TEST_F(RouterApplicationsTest, openingAndWaitingTakeFiveSecondsInAll)
+{
+    Instant const begun = platform.time.now();
+    platform.desktop.onOpen = [this](std::string const&) { platform.time.advance(3s); };
+    std::optional<json::object> reply;
+    start(frame("apps.open", R"({"bundleId": "org.editor"})"), reply);
+    EXPECT_EQ(platform.desktop.openDeadline, begun + 5s);
+    platform.time.advance(1950ms);
+    platform.settle();
+    EXPECT_FALSE(reply);
+    platform.time.advance(50ms);
+    platform.settle();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "app_not_frontmost");
+}
+
+TEST_F(RouterApplicationsTest, activatesByAnyNameInAnyCaseOfLetters)
+{
+    RunningApplication other = application("org.first", "First", 1);
+    other.names.names.emplace_back("org.editor-helper");
+    RunningApplication editor = application("org.editor", "Editor", 2);
+    editor.names.names.emplace_back("Editor-Class");
+    platform.desktop.applications = {other, editor};
+    for (char const* const params : {R"({"bundleId": "ORG.EDITOR"})", R"({"bundleId": "editor-class"})"})
+        EXPECT_EQ(call("apps.activate", params).at("result").at("bundleId"), "org.editor") << params;
+    EXPECT_THAT(platform.desktop.opened, ElementsAre(entry, entry));
+}
+
+TEST_F(RouterApplicationsTest, activatesWhatIsCalledThatBeforeWhatIsAlsoCalledThat)
+{
+    RunningApplication other = application("org.first", "First", 1);
+    other.names.names.emplace_back("org.editor");
+    platform.desktop.applications = {other, application("org.editor", "Editor", 2)};
+    EXPECT_EQ(code(call("apps.activate", R"({"bundleId": "org.editor"})")), "");
+    EXPECT_THAT(platform.desktop.opened, ElementsAre(entry));
+}
+
+TEST_F(RouterApplicationsTest, leavesWhatIsInFrontThereWhenItHasTheName)
+{
+    RunningApplication first = application("org.first", "First", 1);
+    RunningApplication editor = application("org.editor", "Editor", 1);
+    for (RunningApplication* const each : {&first, &editor})
+        each->names.names.emplace_back("org.suite");
+    editor.isActive = true;
+    platform.desktop.applications = {first, editor};
+    EXPECT_EQ(code(call("apps.activate", R"({"bundleId": "org.suite"})")), "");
+    EXPECT_THAT(platform.desktop.opened, ElementsAre(entry));
+}
+
 TEST_F(RouterApplicationsTest, listsWhatRunsInItsOrder)
 {
     RunningApplication active = application("b", "Bee", 2);

@@ -1,25 +1,17 @@
 #include "platform/linux/applications/ApplicationIdentity.h"
 
 #include "base/Text.h"
-#include "platform/linux/system/ProcessStat.h"
 
 #include <algorithm>
-#include <chrono>
-#include <fstream>
-#include <sstream>
+#include <filesystem>
 #include <string_view>
+#include <vector>
 
 namespace zelvo {
 
 namespace {
 
-std::string contentOf(std::string const& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf(); // Not by iterators, which throw when the process ends meanwhile.
-    return content.str();
-}
+using Texts = std::vector<std::string>;
 
 std::string withoutSuffix(std::string text, std::string_view suffix)
 {
@@ -28,165 +20,107 @@ std::string withoutSuffix(std::string text, std::string_view suffix)
     return text;
 }
 
-/// The program of a process, links resolved.
-std::filesystem::path executableOf(std::string const& folder)
-{
-    std::error_code failure;
-    auto const link = std::filesystem::read_symlink(folder + "exe", failure);
-    if (!failure)
-        return withoutSuffix(link, " (deleted)"); // Replaced by an update while it runs.
-    std::string const name = contentOf(folder + "comm");
-    return name.substr(0, name.find('\n'));
-}
-
-std::string flatpakId(std::string const& folder)
-{
-    std::ifstream stream(folder + "root/.flatpak-info");
-    bool inApplication = false;
-    for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with('['))
-            inApplication = line == "[Application]";
-        else if (inApplication && line.starts_with("name="))
-            return line.substr(5);
+/// Names in the order of their weight, each once, without this program's.
+class NameList {
+public:
+    void add(std::string const& said)
+    {
+        std::string const name = text::repaired(said); // They go into replies.
+        // In any case of letters: agents may ask for identifiers in any.
+        if (!name.empty() && !text::equalIgnoringCase(name, ownBundleIdentifier) &&
+            std::ranges::find(all, name) == all.end())
+            all.push_back(name);
     }
-    return {};
+    void add(Texts const& more)
+    {
+        for (std::string const& name : more)
+            add(name);
+    }
+    bool isEmpty() const { return all.empty(); }
+
+    Texts all;
+};
+
+/// The words that a decision rests on.
+struct Said {
+    Said(WindowWords const& window, ProcessFacts const& process)
+        : className(window.className), instance(window.instance), program(process.executable.filename())
+    {
+        ownWords.add(withoutSuffix(window.gtkApplicationId, ".desktop"));
+        ownWords.add(withoutSuffix(std::filesystem::path(window.kdeDesktopFile).filename(), ".desktop"));
+        ownWords.add(process.confinedIds);
+    }
+
+    NameList ownWords;
+    std::string className;
+    std::string instance;
+    std::string program;
+};
+
+/// The ids of the entries that the words find, the surest first.
+NameList entriesByWords(Said const& said, DesktopEntryIndex const& entries)
+{
+    NameList ids;
+    for (std::string const& word : said.ownWords.all)
+        if (entries.find(word))
+            ids.add(word);
+    for (std::string const& part : {said.className, said.instance})
+        ids.add(entries.withWmClass(part));
+    for (std::string const& part : {said.className, said.instance})
+        ids.add(entries.named(part));
+    for (std::string const& word : said.ownWords.all)
+        ids.add(entries.named(word));
+    return ids;
 }
 
-void add(ApplicationNames& names, std::string const& said)
+NameList entriesByProgram(ProcessFacts const& process, DesktopEntryIndex const& entries)
 {
-    std::string const name = text::repaired(said); // They go into replies.
-    if (name.empty() || name == ownBundleIdentifier ||
-        std::ranges::find(names.names, name) != names.names.end())
-        return;
-    names.names.push_back(name);
-}
-
-void add(ApplicationNames& names, std::vector<std::string> const& more)
-{
-    for (std::string const& name : more)
-        add(names, name);
-}
-
-void addOwnWord(ApplicationNames& names, WindowWords const& words)
-{
-    add(names, withoutSuffix(words.gtkApplicationId, ".desktop"));
-    add(names, withoutSuffix(std::filesystem::path(words.kdeDesktopFile).filename(), ".desktop"));
-}
-
-void addEntries(ApplicationNames& names, WindowWords const& words, DesktopEntryIndex const& entries)
-{
-    for (std::string const& part : {words.className, words.instance})
-        add(names, entries.withWmClass(part));
-    for (std::string const& part : {words.className, words.instance})
-        add(names, entries.named(part));
-}
-
-/// What points at a desktop entry, the best first.
-void addPointers(ApplicationNames& names,
-                 WindowWords const& window,
-                 ProcessFacts const& process,
-                 DesktopEntryIndex const& entries)
-{
-    addOwnWord(names, window);
-    add(names, process.confinedIds);
-    addEntries(names, window, entries);
+    NameList ids;
     if (process.executable.is_absolute())
-        add(names, entries.running(process.executable));
+        ids.add(entries.running(process.executable));
+    return ids;
+}
+
+/// Entries that no menu shows, such as an application's settings, do not put the others in doubt.
+bool isShared(NameList const& ids, DesktopEntryIndex const& entries)
+{
+    return std::ranges::count_if(ids.all,
+                                 [&](std::string const& id) { return !entries.find(id)->noDisplay; }) > 1;
 }
 
 } // namespace
 
-std::vector<std::string> confinedIdsIn(std::string const& cgroups)
+ApplicationIdentity
+identifyApplication(WindowWords const& words, ProcessFacts const& process, DesktopEntryIndex const& entries)
 {
-    std::vector<std::string> ids;
-    // ".../app-flatpak-org.gnome.Maps-4242.scope"
-    constexpr std::string_view flatpak = "/app-flatpak-";
-    if (auto const at = cgroups.find(flatpak); at != std::string::npos) {
-        auto const first = at + flatpak.size();
-        std::string const rest = cgroups.substr(first, cgroups.find_first_of("/\n", first) - first);
-        if (auto const end = rest.rfind('-'); end != std::string::npos)
-            ids.push_back(rest.substr(0, end));
+    using Basis = ApplicationIdentity::Basis;
+    Said const said(words, process);
+    NameList const byWords = entriesByWords(said, entries);
+    NameList const byProgram = entriesByProgram(process, entries);
+
+    NameList names = byWords;
+    names.add(byProgram.all);
+    ApplicationIdentity identity;
+    if (!names.isEmpty()) {
+        identity.entry = entries.find(names.all.front());
+        identity.basis =
+            byWords.isEmpty() && isShared(byProgram, entries) ? Basis::sharedProgram : Basis::entry;
     }
-    // ".../snap.firefox.firefox-0b3f.scope"; the entry of a Snap is NAME_APP.
-    constexpr std::string_view snap = "/snap.";
-    if (auto const at = cgroups.find(snap); at != std::string::npos) {
-        auto const first = at + snap.size();
-        std::string const rest = cgroups.substr(first, cgroups.find_first_of("/\n", first) - first);
-        auto const dot = rest.find('.');
-        if (dot != std::string::npos) {
-            std::string const name = rest.substr(0, dot);
-            std::string app = rest.substr(dot + 1);
-            app = app.substr(0, app.find('.'));
-            // A dash and a UUID follow; names may have dashes themselves.
-            constexpr std::size_t uuid = 37;
-            if (app.size() > uuid && app[app.size() - uuid] == '-')
-                app.resize(app.size() - uuid);
-            ids.push_back(name + "_" + app);
-            ids.push_back(name);
-        }
-    }
-    return ids;
-}
+    names.add(said.ownWords.all);
+    names.add(said.className);
+    if (!identity.entry && !names.isEmpty())
+        identity.basis = Basis::words;
+    names.add(said.program);
+    names.add(said.instance);
+    if (identity.basis == Basis::nothing && !names.isEmpty())
+        identity.basis = Basis::program;
 
-ProcessFacts readProcessFacts(std::int32_t pid)
-{
-    ProcessFacts facts{.pid = pid};
-    if (pid <= 0)
-        return facts;
-    std::string const folder = "/proc/" + std::to_string(pid) + "/";
-    facts.executable = executableOf(folder);
-    facts.confinedIds = confinedIdsIn(contentOf(folder + "cgroup"));
-    facts.started = startDateOfProcess(pid);
-    if (std::string const id = flatpakId(folder); !id.empty())
-        facts.confinedIds.insert(facts.confinedIds.begin(), id);
-    return facts;
-}
-
-ApplicationNames applicationNames(std::vector<WindowWords> const& words,
-                                  ProcessFacts const& process,
-                                  DesktopEntryIndex const& entries)
-{
-    ApplicationNames names;
-    std::vector<WindowWords> const none(1);
-    for (WindowWords const& window : words.empty() ? none : words) {
-        addPointers(names, window, process, entries);
-        add(names, window.className);
-        add(names, process.executable.filename());
-    }
-    return names;
-}
-
-DesktopEntry const*
-entryOf(std::vector<WindowWords> const& words, ProcessFacts const& process, DesktopEntryIndex const& entries)
-{
-    ApplicationNames pointers;
-    for (WindowWords const& window : words)
-        addPointers(pointers, window, process, entries);
-    for (std::string const& name : pointers.names)
-        if (DesktopEntry const* const entry = entries.find(name))
-            return entry;
-    return nullptr;
-}
-
-std::string localizedName(ApplicationNames const& names,
-                          std::vector<WindowWords> const& words,
-                          ProcessFacts const& process,
-                          DesktopEntryIndex const& entries)
-{
-    for (std::string const& name : names.names)
-        if (DesktopEntry const* entry = entries.find(name))
-            return entry->name;
-    for (WindowWords const& window : words)
-        if (!window.className.empty())
-            return text::repaired(window.className);
-    return text::repaired(process.executable.filename().native());
-}
-
-void append(ApplicationNames& names, ApplicationNames const& more)
-{
-    for (std::string const& name : more.names)
-        if (std::ranges::find(names.names, name) == names.names.end())
-            names.names.push_back(name);
+    if (identity.entry)
+        identity.localizedName = identity.entry->name;
+    else
+        identity.localizedName = text::repaired(said.className.empty() ? said.program : said.className);
+    identity.names.names = std::move(names.all);
+    return identity;
 }
 
 } // namespace zelvo

@@ -1,5 +1,6 @@
 #include "platform/linux/applications/ApplicationSearch.h"
 
+#include "base/Text.h"
 #include "platform/linux/applications/ApplicationIdentity.h"
 
 #include <algorithm>
@@ -63,6 +64,40 @@ DesktopEntry const* entryNamed(DesktopEntryIndex const& entries, std::string con
     return best;
 }
 
+std::optional<std::string> locationOf(std::string const& asked,
+                                      DesktopEntryIndex const& entries,
+                                      std::vector<RunningApplication> const& running)
+{
+    if (DesktopEntry const* const entry = entryWithId(entries, asked))
+        return entry->file;
+    std::string const name(spellings(asked, {".desktop"}).back());
+    auto const isName = [&](std::string const& other) { return text::equalIgnoringCase(other, name); };
+    auto const ofRunning = [&](auto fits) -> std::optional<std::string> {
+        auto const found = std::ranges::find_if(
+            running, [&](RunningApplication const& each) { return each.location && fits(each.names); });
+        return found == running.end() ? std::nullopt : found->location;
+    };
+    auto const ofInstalled = [&](auto fits) -> std::optional<std::string> {
+        auto const found = std::ranges::find_if(entries.all(), fits);
+        return found == entries.all().end() ? std::nullopt : std::optional(found->file.string());
+    };
+    if (auto known =
+            ofRunning([&](ApplicationNames const& names) { return isName(names.identifier().value_or("")); }))
+        return known;
+    if (auto known = ofInstalled([&](DesktopEntry const& entry) { return isName(entry.id); }))
+        return known;
+    if (auto known = ofRunning([&](ApplicationNames const& names) { return names.answersTo(name); }))
+        return known;
+    return ofInstalled([&](DesktopEntry const& entry) {
+        return isName(entry.startupWmClass) || isName(entry.executable.filename());
+    });
+}
+
+std::string locationOfRunning(std::string const& identifier)
+{
+    return "running:" + identifier;
+}
+
 DesktopEntry const* entryAt(DesktopEntryIndex const& entries, std::string const& file)
 {
     auto const found =
@@ -73,8 +108,9 @@ DesktopEntry const* entryAt(DesktopEntryIndex const& entries, std::string const&
 ApplicationNames namesOfEntry(DesktopEntry const& entry, DesktopEntryIndex const& entries)
 {
     ApplicationNames names{{entry.id}};
-    append(names, applicationNames({{.className = entry.startupWmClass}}, {.executable = entry.executable},
-                                   entries));
+    names.add(
+        identifyApplication({.className = entry.startupWmClass}, {.executable = entry.executable}, entries)
+            .names);
     return names;
 }
 

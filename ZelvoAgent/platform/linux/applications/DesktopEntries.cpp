@@ -37,15 +37,19 @@ std::string textOf(GKeyFile* file, char const* key)
 
 bool isInterpreter(std::filesystem::path const& program)
 {
-    static char const* const names[] = {"sh",   "bash",        "dash",      "zsh",  "busybox", "env",
-                                        "sudo", "pkexec",      "gjs",       "node", "flatpak", "snap",
-                                        "java", "mono",        "perl",      "ruby", "wine",    "xdg-open",
-                                        "gio",  "dbus-launch", "gtk-launch"};
+    static char const* const names[] = {
+        "sh",      "bash", "dash",   "zsh",  "fish", "busybox",     "env",        "sudo",    "pkexec",
+        "gjs",     "node", "nodejs", "deno", "bun",  "dotnet",      "mono",       "ruby",    "qml",
+        "flatpak", "snap", "wine",   "gio",  "love", "dbus-launch", "gtk-launch", "xdg-open"};
+    // A version may follow.
+    static char const* const stems[] = {"python", "perl",  "java", "gjs",   "electron", "lua",
+                                        "php",    "tclsh", "wish", "guile", "wine"};
     std::string const name = program.filename();
-    if (name.starts_with("python") || name.starts_with("perl") || name.starts_with("java") ||
-        name.starts_with("gjs"))
-        return true;
-    return std::ranges::any_of(names, [&](char const* other) { return name == other; });
+    return std::ranges::any_of(names, [&](char const* other) { return name == other; }) ||
+           std::ranges::any_of(stems, [&](std::string_view stem) {
+               return name.starts_with(stem) &&
+                      (name.size() == stem.size() || !g_ascii_isalpha(name[stem.size()]));
+           });
 }
 
 namespace {
@@ -114,9 +118,14 @@ std::filesystem::path programOf(std::string const& commandLine)
     if (!g_shell_parse_argv(commandLine.c_str(), &count, &raw, nullptr))
         return {};
     std::unique_ptr<char*, decltype(&g_strfreev)> const words(raw, g_strfreev);
+    bool afterEnv = false;
     for (int i = 0; i < count; ++i) {
         std::string const word = raw[i];
-        if (word == "env" || word.ends_with("/env") || word.find('=') != std::string::npos)
+        bool const isEnv = word == "env" || word.ends_with("/env");
+        afterEnv = afterEnv || isEnv;
+        if (afterEnv && (word == "-u" || word == "-C"))
+            ++i; // What it is about follows.
+        if (isEnv || (afterEnv && word.starts_with('-')) || word.find('=') != std::string::npos)
             continue;
         std::error_code failure;
         auto const program = std::filesystem::canonical(onPath(word), failure);

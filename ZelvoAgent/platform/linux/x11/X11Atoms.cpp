@@ -15,6 +15,7 @@ X11Atoms X11Atoms::intern(xcb_connection_t* connection, int screenNumber)
     X11Atoms atoms;
     std::vector<std::pair<std::string, std::uint32_t*>> const wanted = {
         {"UTF8_STRING", &atoms.utf8String},
+        {"WM_CLIENT_LEADER", &atoms.wmClientLeader},
         {"WM_STATE", &atoms.wmState},
         {"_GTK_APPLICATION_ID", &atoms.gtkApplicationId},
         {"_KDE_NET_WM_DESKTOP_FILE", &atoms.kdeDesktopFile},

@@ -9,6 +9,7 @@ namespace zelvo {
 /// The atoms in use; 0 for one that could not be interned.
 struct X11Atoms {
     std::uint32_t utf8String = 0;
+    std::uint32_t wmClientLeader = 0;
     std::uint32_t wmState = 0;
     std::uint32_t gtkApplicationId = 0;
     std::uint32_t kdeDesktopFile = 0;

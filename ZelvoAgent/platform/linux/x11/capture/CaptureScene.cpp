@@ -76,8 +76,7 @@ bool CaptureScene::update(std::set<std::string> const& excluded)
     if (!owners)
         owners = std::make_unique<WindowOwners>(survey, *index, ::getpid());
     auto const isNamed = [&](ClientWindow const& client) {
-        auto const names = owners->namesOf(client).names;
-        return std::ranges::any_of(names, [&](auto const& name) { return excluded.contains(name); });
+        return owners->namesOf(client).isHidden(excluded);
     };
     leftOut = excludedWindows(survey, isNamed);
     leaveOutEmptyFrames();

@@ -52,9 +52,10 @@ void WindowWatch::takeEvents()
 bool WindowWatch::concernsNames(std::uint32_t atom) const
 {
     auto const& atoms = connection->atoms();
-    return atom == XCB_ATOM_WM_CLASS || atom == XCB_ATOM_WM_TRANSIENT_FOR || atom == atoms.gtkApplicationId ||
-           atom == atoms.kdeDesktopFile || atom == atoms.netWmPid || atom == atoms.wmState ||
-           atom == atoms.netClientList || atom == atoms.netSupportingWmCheck;
+    return atom == XCB_ATOM_WM_CLASS || atom == XCB_ATOM_WM_TRANSIENT_FOR || atom == XCB_ATOM_WM_HINTS ||
+           atom == atoms.wmClientLeader || atom == atoms.gtkApplicationId || atom == atoms.kdeDesktopFile ||
+           atom == atoms.netWmPid || atom == atoms.wmState || atom == atoms.netClientList ||
+           atom == atoms.netSupportingWmCheck;
 }
 
 void WindowWatch::take(void const* event)

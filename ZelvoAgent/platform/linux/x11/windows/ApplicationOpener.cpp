@@ -14,7 +14,6 @@ namespace zelvo {
 
 namespace {
 
-constexpr Duration patience = 5s; // Until the window is there and in front.
 constexpr Duration lookEvery = 50ms;
 constexpr Duration askAgainAfter = 400ms; // A window manager may be busy with the window's first showing.
 constexpr Duration insistFor = 2s;        // What is not in front by then is kept from it.
@@ -69,7 +68,8 @@ ApplicationOpener::Target ApplicationOpener::lookFor(std::string const& location
     return target;
 }
 
-Task<std::string> ApplicationOpener::open(std::string location, Workspace::NotRunning notRunning)
+Task<std::string>
+ApplicationOpener::open(std::string location, Workspace::NotRunning notRunning, Instant deadline)
 {
     Target const target = co_await on(contexts.workers, [&] { return lookFor(location); });
     bool const isLeft = !target.hasWindow && notRunning == Workspace::NotRunning::isLeft;
@@ -79,23 +79,23 @@ Task<std::string> ApplicationOpener::open(std::string location, Workspace::NotRu
         co_return target.bundle->localizedName;
     StartMarks started;
     if (!target.hasWindow)
-        started = co_await start(location, *target.entryId);
-    co_await bringToFront(location, std::move(started));
+        started = co_await start(location, *target.entryId, deadline);
+    co_await bringToFront(location, std::move(started), deadline);
     co_return target.bundle->localizedName;
 }
 
-Task<StartMarks> ApplicationOpener::start(std::string entryFile, std::string id)
+Task<StartMarks> ApplicationOpener::start(std::string entryFile, std::string id, Instant deadline)
 {
     StartMarks marks{.startupId = newStartupId()};
     bool const byBus = co_await on(contexts.workers, [&] { return isStartedByBus(entryFile); });
-    if (byBus && co_await startByBus(std::move(id), marks.startupId))
+    if (byBus && co_await startByBus(std::move(id), marks.startupId, deadline))
         co_return marks;
     marks.session = co_await on(contexts.workers, [&] { return startEntry(entryFile, marks.startupId); });
     co_return marks;
 }
 
 /// False when the bus knows no such application, whose command may be known all the same.
-Task<bool> ApplicationOpener::startByBus(std::string id, std::string startupId)
+Task<bool> ApplicationOpener::startByBus(std::string id, std::string startupId, Instant deadline)
 {
     if (!sd_bus_service_name_is_valid(id.c_str()))
         co_return false;
@@ -105,7 +105,7 @@ Task<bool> ApplicationOpener::startByBus(std::string id, std::string startupId)
         .interface = "org.freedesktop.Application",
         .member = "Activate",
         .arguments = [startupId](sd_bus_message* message) { appendPlatformData(message, startupId); },
-        .patience = patience};
+        .patience = std::max<Duration>(deadline - clock.now(), lookEvery)};
     try {
         co_await user.call(std::move(call));
     } catch (BusFailure const& failure) {
@@ -119,9 +119,9 @@ Task<bool> ApplicationOpener::startByBus(std::string id, std::string startupId)
     co_return true;
 }
 
-Task<> ApplicationOpener::bringToFront(std::string location, StartMarks started)
+Task<> ApplicationOpener::bringToFront(std::string location, StartMarks started, Instant deadline)
 {
-    Instant end = clock.now() + patience;
+    Instant end = deadline;
     Instant askAgain{};
     std::uint32_t asked = 0;
     for (;;) {

@@ -29,14 +29,14 @@ public:
                       BusConnection& user);
 
     /// See Workspace::openApplication().
-    Task<std::string> open(std::string location, Workspace::NotRunning notRunning);
+    Task<std::string> open(std::string location, Workspace::NotRunning notRunning, Instant deadline);
 
 private:
     struct Target;
     Target lookFor(std::string const& location);
-    Task<StartMarks> start(std::string entryFile, std::string id);
-    Task<bool> startByBus(std::string id, std::string startupId);
-    Task<> bringToFront(std::string location, StartMarks started);
+    Task<StartMarks> start(std::string entryFile, std::string id, Instant deadline);
+    Task<bool> startByBus(std::string id, std::string startupId, Instant deadline);
+    Task<> bringToFront(std::string location, StartMarks started, Instant deadline);
 
     Contexts contexts;
     Clock& clock;

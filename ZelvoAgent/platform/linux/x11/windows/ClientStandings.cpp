@@ -1,5 +1,6 @@
 #include "platform/linux/x11/windows/ClientStandings.h"
 
+#include "platform/linux/x11/PropertyValues.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XBatch.h"
 
@@ -14,14 +15,6 @@ namespace {
 using Property = xcb_get_property_reply_t;
 
 constexpr std::uint32_t withdrawnState = 0; // Of WM_STATE.
-
-std::span<std::uint32_t const> numbersIn(Property const& reply)
-{
-    if (reply.format != 32)
-        return {};
-    return {static_cast<std::uint32_t const*>(xcb_get_property_value(&reply)),
-            static_cast<std::size_t>(xcb_get_property_value_length(&reply)) / 4};
-}
 
 class Questions {
 public:

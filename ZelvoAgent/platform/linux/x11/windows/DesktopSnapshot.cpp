@@ -66,9 +66,12 @@ ApplicationNames DesktopSnapshot::namesAround(ClientWindow const& client) const
     for (SurveyedWindow const& window : survey.windows)
         if (window.client.id == client.id || std::ranges::any_of(window.embedded, [&](auto const& inside) {
                 return inside.client.id == client.id;
-            }))
-            return windowOwners.namesOf(window);
-    return {};
+            })) {
+            ApplicationNames names = windowOwners.namesOf(client);
+            names.hideWith(windowOwners.namesOf(window));
+            return names;
+        }
+    return windowOwners.namesOf(client);
 }
 
 std::vector<ClientWindow const*> DesktopSnapshot::clients() const
@@ -108,17 +111,17 @@ std::vector<RunningApplication> DesktopSnapshot::applications() const
     std::map<std::pair<std::int32_t, std::string>, Collected> found;
     for (ClientWindow const* const client : clients()) {
         RunningApplication application = windowOwners.application(*client);
-        if (application.names.names.empty())
+        auto const identifier = application.names.identifier();
+        if (!identifier)
             continue;
         std::size_t const place = placeOf(places, client->id, places.size() + 1);
-        auto const [known, isNew] = found.try_emplace({application.pid, application.names.names.front()});
+        auto const [known, isNew] = found.try_emplace({application.pid, *identifier});
         auto& [whole, first] = known->second;
         if (isNew) {
             whole = std::move(application);
-            whole.location = windowOwners.locationOf(*client);
             first = place;
         } else {
-            append(whole.names, application.names); // It may be transient for another application's window.
+            whole.names.join(application.names);
             first = std::min(first, place);
         }
         whole.isRegular = whole.isRegular || standing.at(client->id).regular;
@@ -133,6 +136,27 @@ std::vector<RunningApplication> DesktopSnapshot::applications() const
     return applications;
 }
 
+std::optional<RunningApplication> DesktopSnapshot::applicationOf(std::int32_t pid) const
+{
+    auto const places = placesIn(managedWindows(connection).bottomToTop);
+    std::optional<RunningApplication> application;
+    ApplicationNames all;
+    std::size_t best = 0;
+    for (ClientWindow const* const client : clients()) {
+        if (client->pid != pid)
+            continue;
+        all.hideWith(windowOwners.namesOf(*client));
+        std::size_t const place = placeOf(places, client->id, 0);
+        if (!application || place > best) {
+            application = windowOwners.application(*client);
+            best = place;
+        }
+    }
+    if (application)
+        application->names.hideWith(all);
+    return application;
+}
+
 std::optional<ApplicationBundle> DesktopSnapshot::bundle(std::string const& location) const
 {
     std::optional<ApplicationBundle> bundle;
@@ -143,9 +167,9 @@ std::optional<ApplicationBundle> DesktopSnapshot::bundle(std::string const& loca
         if (application.location != location)
             continue;
         if (bundle)
-            append(bundle->names, application.names);
+            bundle->names.add(application.names);
         else
-            bundle = {.identifier = application.names.names.front(),
+            bundle = {.identifier = application.names.identifier().value_or(""),
                       .localizedName = application.localizedName,
                       .names = application.names};
     }
@@ -157,7 +181,7 @@ bool DesktopSnapshot::belongs(ClientWindow const& client,
                               std::string const& location,
                               StartMarks const* started) const
 {
-    if (windowOwners.locationOf(client) == location)
+    if (windowOwners.application(client).location == location)
         return true;
     if (!started)
         return false;

@@ -42,12 +42,14 @@ public:
     ClientWindow const* clientAround(std::uint32_t window) const;
     /// The client in front; none when there is none.
     ClientWindow const* clientInFront() const;
-    /// All who share a window on the screen with a client, itself included: what is typed there may reach any
-    /// of them.
+    /// Those of a client, hidden with those of all who share its window on the screen: what is typed there
+    /// may reach any of them.
     ApplicationNames namesAround(ClientWindow const& client) const;
     /// Every client's window but the window manager's own.
     std::vector<ClientWindow const*> clients() const;
 
+    /// See Workspace::application().
+    std::optional<RunningApplication> applicationOf(std::int32_t pid) const;
     /// See Workspace::runningApplications().
     std::vector<RunningApplication> applications() const;
     /// See Workspace::bundle().

@@ -1,8 +1,6 @@
 #include "platform/linux/x11/windows/WindowOwners.h"
 
-#include "platform/linux/applications/DesktopEntries.h"
-
-#include <algorithm>
+#include "platform/linux/applications/ApplicationSearch.h"
 
 namespace zelvo {
 
@@ -10,22 +8,18 @@ WindowOwners::WindowOwners(WindowSurvey const& survey,
                            DesktopEntryIndex const& entries,
                            std::int32_t own,
                            std::function<ProcessFacts(std::int32_t)> const& facts)
-    : entries(entries), own(own), readFacts(facts)
+    : own(own), readFacts(facts),
+      applications(windowApplications(
+          survey, entries, own, [this](std::int32_t pid) -> ProcessFacts const& { return factsOf(pid); }))
 {
-    auto const note = [&](ClientWindow const& client, std::uint32_t frame) {
-        byWindow.emplace(client.id, &client);
-        byWindow.emplace(frame, &client);
-        auto& words = byProcess[client.pid.value_or(0)];
-        if (client.pid && std::ranges::find(words, client.words) == words.end())
-            words.push_back(client.words);
-    };
     for (SurveyedWindow const& window : survey.windows) {
-        note(window.client, window.id);
+        byWindow.emplace(window.client.id, &window.client);
+        byWindow.emplace(window.id, &window.client);
         for (EmbeddedWindow const& inside : window.embedded)
-            note(inside.client, inside.client.id);
+            byWindow.emplace(inside.client.id, &inside.client);
     }
     for (ClientWindow const& other : survey.others)
-        note(other, other.id);
+        byWindow.emplace(other.id, &other);
 }
 
 ClientWindow const* WindowOwners::find(std::uint32_t window) const
@@ -40,64 +34,41 @@ ProcessFacts const& WindowOwners::factsOf(std::int32_t pid) const
     return found != facts.end() ? found->second : facts.emplace(pid, readFacts(pid)).first->second;
 }
 
-std::vector<WindowWords> WindowOwners::wordsOf(ClientWindow const& client) const
+WindowApplication const& WindowOwners::applicationAt(ClientWindow const& client) const
 {
-    std::vector<WindowWords> words{client.words};
-    auto const process = byProcess.find(client.pid.value_or(0));
-    if (client.pid && process != byProcess.end())
-        for (WindowWords const& other : process->second)
-            if (other != client.words)
-                words.push_back(other);
-    return words;
+    static WindowApplication const unknown;
+    auto const found = applications.find(client.id);
+    return found == applications.end() ? unknown : found->second;
 }
 
-ApplicationNames WindowOwners::ownNames(ClientWindow const& client) const
+ApplicationNames const& WindowOwners::namesOf(ClientWindow const& client) const
 {
-    if (isOwn(client))
-        return {{ownBundleIdentifier}};
-    return applicationNames(wordsOf(client), client.pid ? factsOf(*client.pid) : ProcessFacts{}, entries);
-}
-
-ApplicationNames WindowOwners::namesOf(ClientWindow const& client) const
-{
-    ApplicationNames names = ownNames(client);
-    std::set<std::uint32_t> seen{client.id};
-    ClientWindow const* next = find(client.transientFor);
-    while (next && seen.insert(next->id).second) {
-        append(names, ownNames(*next));
-        next = find(next->transientFor);
-    }
-    return names;
+    return applicationAt(client).names;
 }
 
 ApplicationNames WindowOwners::namesOf(SurveyedWindow const& window) const
 {
     ApplicationNames names = namesOf(window.client);
     for (EmbeddedWindow const& inside : window.embedded)
-        append(names, namesOf(inside.client));
+        names.hideWith(namesOf(inside.client));
     return names;
-}
-
-std::optional<std::string> WindowOwners::locationOf(ClientWindow const& client) const
-{
-    ProcessFacts const process = client.pid ? factsOf(*client.pid) : ProcessFacts{};
-    DesktopEntry const* const entry =
-        isOwn(client) ? entries.find(ownBundleIdentifier) : entryOf(wordsOf(client), process, entries);
-    if (entry)
-        return entry->file;
-    if (!process.executable.is_absolute() || isInterpreter(process.executable))
-        return std::nullopt;
-    return process.executable.string();
 }
 
 RunningApplication WindowOwners::application(ClientWindow const& client) const
 {
-    RunningApplication application{.pid = client.pid.value_or(0), .names = namesOf(client)};
-    ProcessFacts const process = client.pid ? factsOf(*client.pid) : ProcessFacts{};
-    if (process.executable.has_parent_path())
-        application.bundlePath = process.executable.parent_path().string();
-    application.launchDate = process.started;
-    application.localizedName = localizedName(application.names, wordsOf(client), process, entries);
+    WindowApplication const& known = applicationAt(client);
+    RunningApplication application{
+        .pid = client.pid.value_or(0), .names = known.names, .localizedName = known.localizedName};
+    if (client.pid) {
+        ProcessFacts const& process = factsOf(*client.pid);
+        if (process.executable.has_parent_path())
+            application.bundlePath = process.executable.parent_path().string();
+        application.launchDate = process.started;
+    }
+    if (known.entry)
+        application.location = known.entry->file;
+    else if (auto const identifier = known.names.identifier())
+        application.location = locationOfRunning(*identifier);
     return application;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/applications/ApplicationIdentity.h"
+#include "platform/linux/applications/WindowWords.h"
 #include "platform/linux/x11/PixelRegion.h"
 
 #include <array>
@@ -19,6 +19,7 @@ struct ClientWindow {
     std::optional<std::int32_t> pid; ///< by the server, else by its own word
     WindowWords words;
     std::uint32_t transientFor = 0; ///< 0 when for none
+    std::uint32_t leader = 0;       ///< of its group of windows; 0 when none or itself
     std::string title = {};         ///< UTF-8, see WindowTitle
 };
 
@@ -57,6 +58,7 @@ struct WindowSurvey {
     std::vector<SurveyedWindow> windows; ///< the children of the root, bottom to top
     std::vector<ClientWindow>
         others; ///< that are not on the screen: minimised ones, and whom others are transient for
+    std::vector<ClientWindow> leaders; ///< of groups of windows, which are none of the above
     /// Windows whose properties and children the survey rests on.
     std::vector<std::uint32_t> watched;
 };

@@ -5,6 +5,7 @@
 #include "platform/linux/x11/windows/DesktopSnapshot.h"
 #include "platform/linux/x11/windows/FocusQuestions.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace zelvo {
@@ -29,10 +30,10 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication()
     if (!front)
         return std::nullopt;
     RunningApplication application = desktop.owners().application(*front);
-    append(application.names, desktop.namesAround(*front));
+    application.names.hideWith(desktop.namesAround(*front));
     // Keys go where the focus is, which a window without the window manager's care may have taken.
     if (ClientWindow const* const typedInto = desktop.clientAround(focused))
-        append(application.names, desktop.namesAround(*typedInto));
+        application.names.hideWith(desktop.namesAround(*typedInto));
     return application;
 }
 
@@ -40,17 +41,7 @@ std::optional<RunningApplication> X11Workspace::application(std::int32_t pid)
 {
     if (!connection || !connection->isAlive())
         return std::nullopt;
-    DesktopSnapshot const desktop(*connection, entries);
-    std::optional<RunningApplication> application;
-    for (ClientWindow const* const client : desktop.clients()) {
-        if (client->pid != pid)
-            continue;
-        if (application) // One of its windows may be transient for another application's.
-            append(application->names, desktop.owners().namesOf(*client));
-        else
-            application = desktop.owners().application(*client);
-    }
-    return application;
+    return DesktopSnapshot(*connection, entries).applicationOf(pid);
 }
 
 std::vector<RunningApplication> X11Workspace::runningApplications()
@@ -63,12 +54,12 @@ std::vector<RunningApplication> X11Workspace::runningApplications()
 std::optional<std::string> X11Workspace::applicationLocation(std::string identifier)
 {
     auto const index = entries.current();
-    if (DesktopEntry const* const entry = entryWithId(*index, identifier))
-        return entry->file;
-    for (RunningApplication const& application : runningApplications())
-        if (application.location && application.names.names.front() == identifier)
-            return application.location;
-    return std::nullopt;
+    std::vector<RunningApplication> running = runningApplications();
+    // What is in front goes before others of the same name.
+    auto const active = std::ranges::find_if(running, &RunningApplication::isActive);
+    if (active != running.end())
+        std::rotate(running.begin(), active, active + 1);
+    return locationOf(identifier, *index, running);
 }
 
 std::optional<std::string> X11Workspace::applicationLocationNamed(std::string name)
@@ -85,11 +76,11 @@ std::optional<ApplicationBundle> X11Workspace::bundle(std::string location)
     return DesktopSnapshot(*connection, entries).bundle(location);
 }
 
-Task<std::string> X11Workspace::openApplication(std::string location, NotRunning notRunning)
+Task<std::string> X11Workspace::openApplication(std::string location, NotRunning notRunning, Instant deadline)
 {
     if (!opener || !connection || !connection->isAlive())
         throw std::runtime_error("the display cannot be reached");
-    co_return co_await opener->open(std::move(location), notRunning);
+    co_return co_await opener->open(std::move(location), notRunning, deadline);
 }
 
 bool X11Workspace::openUrl(std::string url)

@@ -24,7 +24,7 @@ public:
     std::optional<std::string> applicationLocation(std::string identifier) override;
     std::optional<std::string> applicationLocationNamed(std::string name) override;
     std::optional<ApplicationBundle> bundle(std::string location) override;
-    Task<std::string> openApplication(std::string location, NotRunning notRunning) override;
+    Task<std::string> openApplication(std::string location, NotRunning notRunning, Instant deadline) override;
     bool openUrl(std::string url) override;
 
 private:

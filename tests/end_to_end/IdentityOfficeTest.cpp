@@ -1,0 +1,76 @@
+#include "end_to_end/IdentityFixture.h"
+
+namespace zelvo::test {
+namespace {
+
+/// LibreOffice as a person starts it for the first time, with what it shows then.
+class Office : public Identity {
+protected:
+    void start(std::string const& part, std::string const& title)
+    {
+        auto const profile = "-env:UserInstallation=file://" + (desktop.home() / "office").string();
+        open({"soffice", profile, "--" + part, "--norestore"}, title, {{"SAL_USE_VCLPLUGIN", "gtk3"}});
+    }
+    /// So that windows do not lie over each other.
+    void place(std::string const& title, int x, int y)
+    {
+        std::string const window = std::to_string(desktop.waitForWindow({.title = title}));
+        for (char const* const state : {"MAXIMIZED_VERT", "MAXIMIZED_HORZ"})
+            desktop.run({"xdotool", "windowstate", "--remove", state, window});
+        desktop.run({"xdotool", "windowsize", window, "700", "420"});
+        desktop.run({"xdotool", "windowmove", window, std::to_string(x), std::to_string(y)});
+    }
+    static constexpr char const* writer = "libreoffice-writer";
+    static constexpr char const* calc = "libreoffice-calc";
+};
+
+TEST_F(Office, isOneApplicationWithItsDialogs)
+{
+    start("writer", "LibreOffice Writer");
+    desktop.waitForWindow({.title = "Tip of the Day"}, 60s);
+
+    EXPECT_EQ(identifierOf("Tip of the Day"), writer);
+    bringToFront("Tip of the Day");
+    EXPECT_EQ(inFront(), writer);
+    EXPECT_EQ(rows(writer).size(), 1u);
+    expectKnown({.title = "LibreOffice Writer",
+                 .identifier = writer,
+                 .names = {"org.libreoffice", "libreoffice", "soffice.bin"},
+                 .hides = {"Tip of the Day"}});
+}
+
+TEST_F(Office, isSeveralApplicationsInOneProcess)
+{
+    start("writer", "LibreOffice Writer");
+    start("calc", "LibreOffice Calc");
+    place("LibreOffice Writer", 0, 0);
+    place("LibreOffice Calc", 0, 480);
+
+    expectKnown({.title = "LibreOffice Writer", .identifier = writer, .names = {}, .siblings = {calc}});
+    expectKnown({.title = "LibreOffice Calc", .identifier = calc, .names = {}, .siblings = {writer}});
+    EXPECT_EQ(rows(writer).at(0).at("pid"), rows(calc).at(0).at("pid"));
+    hide({calc});
+    EXPECT_FALSE(listed("LibreOffice Writer").empty());
+    hide({"org.libreoffice"}); // The name of both.
+    EXPECT_TRUE(listed("LibreOffice Writer").empty());
+    EXPECT_TRUE(listed("LibreOffice Calc").empty());
+}
+
+TEST_F(Office, isOpenedByItsEntry)
+{
+    entry(
+        calc,
+        "Name=LibreOffice Calc\nStartupWMClass=libreoffice-calc\nExec=env SAL_USE_VCLPLUGIN=gtk3 libreoffice "
+        "-env:UserInstallation=file://" +
+            (desktop.home() / "office").string() + " --norestore --calc %U\n");
+    start("writer", "LibreOffice Writer"); // The first start takes long.
+
+    // Its first start may take longer than opening waits.
+    require("Calc", [&] { return failureOf("apps.open", {{"bundleId", calc}}) == "ok"; }, 60s);
+    EXPECT_EQ(inFront(), calc);
+    EXPECT_EQ(failureOf("apps.open", {{"bundleId", writer}}), "ok");
+    EXPECT_EQ(inFront(), writer);
+}
+
+} // namespace
+} // namespace zelvo::test
