@@ -1,8 +1,8 @@
 #include "ZelvoGateway/Administration.h"
 
-#include "ZelvoGateway/DataFolder.h"
-#include "ZelvoGateway/LinkService.h"
 #include "ZelvoGateway/Server.h"
+#include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/control/LinkService.h"
 
 #include <sys/resource.h>
 

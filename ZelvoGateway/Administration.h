@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ZelvoGateway/Flags.h"
+#include "ZelvoGateway/base/Flags.h"
 
 #include <iosfwd>
 

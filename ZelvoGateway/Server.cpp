@@ -41,7 +41,7 @@ Server::Server(Settings wanted, Clock* clock)
           this->clock,
           memory,
           workers.get_executor(),
-          std::make_shared<FilmFolder const>(folder.file("recordings"))),
+          std::make_shared<RecordingFolder const>(folder.file("recordings"))),
       parts{.settings = settings,
             .store = store,
             .machines = machines,
@@ -102,7 +102,7 @@ void Server::run()
     // run().
     asio::post(io, [this] {
         if (!parts.stopping)
-            housekeeping = spawn(io.get_executor(), [this] { return api.keepHouse(); });
+            maintenance = spawn(io.get_executor(), [this] { return api.runMaintenance(); });
     });
     while (!parts.stopping && io.run_one() > 0) {
     }
@@ -153,7 +153,7 @@ void Server::stopHere()
     acceptor.close(ignored);
     machines.closeAll();
     api.stop();
-    housekeeping.cancel();
+    maintenance.cancel();
     ownClock.rest();
     for (auto const& session : sessions)
         session->drop();

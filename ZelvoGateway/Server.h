@@ -1,14 +1,14 @@
 #pragma once
 
-#include "ZelvoGateway/Api.h"
-#include "ZelvoGateway/ApiKey.h"
-#include "ZelvoGateway/DataFolder.h"
-#include "ZelvoGateway/HttpSession.h"
-#include "ZelvoGateway/MachineRegistry.h"
-#include "ZelvoGateway/MemoryBudget.h"
-#include "ZelvoGateway/ServerClock.h"
-#include "ZelvoGateway/Settings.h"
-#include "ZelvoGateway/Store.h"
+#include "ZelvoGateway/api/Api.h"
+#include "ZelvoGateway/base/ApiKey.h"
+#include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/ServerClock.h"
+#include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/http/HttpSession.h"
+#include "ZelvoGateway/machines/MachineRegistry.h"
+#include "ZelvoGateway/store/Store.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -60,7 +60,7 @@ private:
     ServerParts parts;
     asio::ip::tcp::acceptor acceptor;
     std::set<std::shared_ptr<HttpSession>> sessions;
-    TaskHandle housekeeping;
+    TaskHandle maintenance;
     std::uint16_t boundPort = 0;
 };
 

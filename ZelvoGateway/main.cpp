@@ -1,5 +1,5 @@
 #include "ZelvoGateway/Administration.h"
-#include "ZelvoGateway/Failure.h"
+#include "ZelvoGateway/base/Failure.h"
 
 #include <exception>
 #include <iostream>

@@ -1,5 +1,5 @@
-#include "gateway/FakeMachine.h"
-#include "gateway/Gateway.h"
+#include "gateway/support/FakeMachine.h"
+#include "gateway/support/Gateway.h"
 
 #include <gtest/gtest.h>
 

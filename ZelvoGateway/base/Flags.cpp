@@ -1,0 +1,207 @@
+#include "ZelvoGateway/base/Flags.h"
+
+#include <boost/url/parse.hpp>
+#include <boost/url/url_view.hpp>
+
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+namespace zelvo::service {
+
+namespace {
+
+struct Flag {
+    std::string_view name;
+    std::string_view value; ///< what its value is called; empty for a flag without one
+    std::string_view help;
+    void (*apply)(Flags& flags, std::string const& value);
+};
+
+std::int64_t number(std::string const& text, std::int64_t least, std::int64_t most)
+{
+    std::int64_t value = 0;
+    auto const read = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value < least || value > most)
+        throw FlagError("a number from " + std::to_string(least) + " to " + std::to_string(most) +
+                        " is needed, not \"" + text + "\"");
+    return value;
+}
+
+/// Of a text that says how many mebibytes.
+std::uint64_t mebibytes(std::string const& text)
+{
+    return static_cast<std::uint64_t>(number(text, 1, 1 << 30)) << 20;
+}
+
+std::string webAddress(std::string const& text)
+{
+    auto const url = boost::urls::parse_uri(text);
+    bool const usable = url && (url->scheme() == "http" || url->scheme() == "https") &&
+                        !url->encoded_host().empty() &&
+                        (url->encoded_path().empty() || url->encoded_path() == "/") && !url->has_query() &&
+                        !url->has_fragment() && !url->has_userinfo();
+    if (!usable)
+        throw FlagError("an address like https://gateway.example.org is needed, not \"" + text + "\"");
+    return text.ends_with('/') ? text.substr(0, text.size() - 1) : text;
+}
+
+constexpr std::array<Flag, 19> flags = {{
+    {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
+     [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
+    {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
+     [](Flags& f, std::string const& v) { f.settings.listen = v; }},
+    {"--port", "N", "port to listen on (default 8737; 0 takes a free one)",
+     [](Flags& f, std::string const& v) {
+         f.settings.port = static_cast<std::uint16_t>(number(v, 0, 65535));
+     }},
+    {"--port-file", "FILE", "writes the port to FILE once it listens",
+     [](Flags& f, std::string const& v) { f.portFile = v; }},
+    {"--public-url", "URL", "where browsers and machines reach it, behind a proxy for instance",
+     [](Flags& f, std::string const& v) { f.settings.publicUrl = webAddress(v); }},
+    {"--platform-name", "NAME", "the name that people are asked to trust (default Zelvo Local)",
+     [](Flags& f, std::string const& v) { f.settings.platformName = v; }},
+    {"--personal", "", "tells people that the platform is their own",
+     [](Flags& f, std::string const&) { f.settings.personal = true; }},
+    {"--minimum-app-version", "V", "refuses machines with an older agent",
+     [](Flags& f, std::string const& v) { f.settings.minimumAppVersion = v; }},
+    {"--command-timeout", "SECONDS", "how long a command may take (default 180)",
+     [](Flags& f, std::string const& v) {
+         f.settings.commandTimeout = std::chrono::seconds(number(v, 1, 3600));
+     }},
+    {"--no-recordings", "", "takes no more films from machines",
+     [](Flags& f, std::string const&) { f.settings.recordings.taken = false; }},
+    {"--recording-days", "N", "how long a film is kept (default 30)",
+     [](Flags& f, std::string const& v) {
+         f.settings.recordings.kept = std::chrono::days(number(v, 1, 3650));
+     }},
+    {"--recording-mib", "N", "the largest film that is taken (default 2048)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.largest = mebibytes(v); }},
+    {"--recordings-mib", "N", "what all films together may take up (default 20480)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.allTogether = mebibytes(v); }},
+    {"--print-console-link", "", "prints a one-time link to the console once it listens",
+     [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
+    {"--token-file", "FILE",
+     "provision: writes the machine token to FILE (mode 0600), not to standard output",
+     [](Flags& f, std::string const& v) { f.tokenFile = v; }},
+    {"--connection-file", "FILE", "provision: writes the connection's id to FILE",
+     [](Flags& f, std::string const& v) { f.connectionFile = v; }},
+    {"--end-user", "ID", "provision: whose machine it is (default local)",
+     [](Flags& f, std::string const& v) { f.endUserId = v; }},
+    {"--help", "", "prints this", [](Flags& f, std::string const&) { f.command = Flags::Command::help; }},
+    {"--version", "", "prints the version",
+     [](Flags& f, std::string const&) { f.command = Flags::Command::version; }},
+}};
+
+/// The arguments, one after the other.
+class Arguments {
+public:
+    explicit Arguments(std::span<char const* const> all) : rest(all) {}
+
+    bool atEnd() const { return rest.empty(); }
+    std::string next()
+    {
+        std::string const text = rest.front();
+        rest = rest.subspan(1);
+        return text;
+    }
+
+private:
+    std::span<char const* const> rest;
+};
+
+Flag const& flagNamed(std::string_view name)
+{
+    for (Flag const& flag : flags)
+        if (flag.name == name)
+            return flag;
+    throw FlagError("unknown flag " + std::string(name));
+}
+
+void readFlag(Flags& result, std::string const& argument, Arguments& arguments)
+{
+    std::size_t const equals = argument.find('=');
+    Flag const& flag = flagNamed(std::string_view(argument).substr(0, equals));
+    std::string const name(flag.name);
+    std::optional<std::string> value;
+    if (equals != std::string::npos)
+        value = argument.substr(equals + 1);
+    if (flag.value.empty() && value)
+        throw FlagError(name + " takes no value");
+    if (!flag.value.empty() && !value) {
+        if (arguments.atEnd())
+            throw FlagError(name + " needs a value: " + std::string(flag.value));
+        value = arguments.next();
+    }
+    if (!flag.value.empty() && value->empty())
+        throw FlagError(name + " needs a value that is not empty");
+    try {
+        flag.apply(result, value.value_or(""));
+    } catch (FlagError const& error) {
+        throw FlagError(name + ": " + error.what());
+    }
+}
+
+Flags::Command commandNamed(std::string const& name)
+{
+    if (name == "serve")
+        return Flags::Command::serve;
+    if (name == "provision")
+        return Flags::Command::provision;
+    if (name == "console-link")
+        return Flags::Command::consoleLink;
+    throw FlagError("unknown command \"" + name + "\"; there are serve, provision and console-link");
+}
+
+} // namespace
+
+Flags readFlags(std::span<char const* const> all)
+{
+    Flags result;
+    Arguments arguments(all);
+    bool named = false;
+    while (!arguments.atEnd()) {
+        std::string const argument = arguments.next();
+        if (argument.starts_with("-")) {
+            readFlag(result, argument, arguments);
+        } else if (!std::exchange(named, true)) {
+            result.command = commandNamed(argument);
+        } else {
+            throw FlagError("\"" + argument + "\" is one argument too many");
+        }
+    }
+    if (result.settings.dataFolder.empty())
+        result.settings.dataFolder = defaultDataFolder();
+    return result;
+}
+
+std::string flagsHelp()
+{
+    std::string text =
+        "zelvo-gateway [serve]         serves machines, platforms and the console\n"
+        "zelvo-gateway provision       makes an unattended machine and prints its token\n"
+        "zelvo-gateway console-link    prints a one-time link to the console of a running gateway\n\n";
+    for (Flag const& flag : flags) {
+        std::string const left =
+            std::string(flag.name) + (flag.value.empty() ? "" : " ") + std::string(flag.value);
+        text += "  " + left + std::string(left.size() < 28 ? 28 - left.size() : 1, ' ') +
+                std::string(flag.help) + "\n";
+    }
+    return text;
+}
+
+std::string defaultDataFolder()
+{
+    char const* const data = std::getenv("XDG_DATA_HOME");
+    if (data && *data == '/')
+        return std::string(data) + "/zelvo-gateway";
+    char const* const home = std::getenv("HOME");
+    if (!home || !*home)
+        throw FlagError("--data is needed, since HOME is not set");
+    return std::string(home) + "/.local/share/zelvo-gateway";
+}
+
+} // namespace zelvo::service

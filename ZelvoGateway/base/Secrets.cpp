@@ -1,0 +1,64 @@
+#include "ZelvoGateway/base/Secrets.h"
+
+#include "base/Identifiers.h"
+
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <openssl/sha.h>
+
+#include <array>
+
+namespace zelvo::service {
+
+namespace {
+
+using Digest = std::array<unsigned char, SHA256_DIGEST_LENGTH>;
+
+std::string hexadecimal(Digest const& digest)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (unsigned char const byte : digest) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+} // namespace
+
+std::string newSecret()
+{
+    return randomHex(32);
+}
+
+std::string newId(std::string_view prefix)
+{
+    return std::string(prefix) + "_" + randomHex(12);
+}
+
+std::string hashOf(std::string_view secret)
+{
+    Digest digest{};
+    SHA256(reinterpret_cast<unsigned char const*>(secret.data()), secret.size(), digest.data());
+    return hexadecimal(digest);
+}
+
+std::string signatureOf(std::string_view text, std::string_view key)
+{
+    Digest digest{};
+    HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()),
+         reinterpret_cast<unsigned char const*>(text.data()), text.size(), digest.data(), nullptr);
+    return hexadecimal(digest);
+}
+
+bool sameSecret(std::string_view left, std::string_view right)
+{
+    // Of hashes, so that the lengths are equal too.
+    std::string const leftHash = hashOf(left);
+    std::string const rightHash = hashOf(right);
+    return CRYPTO_memcmp(leftHash.data(), rightHash.data(), leftHash.size()) == 0;
+}
+
+} // namespace zelvo::service

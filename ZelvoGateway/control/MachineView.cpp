@@ -1,0 +1,69 @@
+#include "ZelvoGateway/control/MachineView.h"
+
+#include <algorithm>
+
+namespace zelvo::service {
+
+namespace {
+
+records::ReportedAvailability reported(Availability availability)
+{
+    return fromRawValue<records::ReportedAvailability>(rawValue(availability))
+        .value_or(records::ReportedAvailability::unknown);
+}
+
+} // namespace
+
+records::Machine machineRecord(StoredMachine const& machine, bool online)
+{
+    records::Machine record;
+    record.availability = records::ReportedAvailability::unknown;
+    record.lastSeenAt = machine.lastSeenAt;
+    record.online = online;
+    record.os = records::MachineOS::linux; // A heartbeat need not say; the agent for Linux does not.
+    record.paused = machine.paused;
+    if (!machine.heartbeat)
+        return record;
+    records::Heartbeat const& heartbeat = *machine.heartbeat;
+    record.appVersion = heartbeat.appVersion;
+    if (online)
+        record.availability = reported(heartbeat.availability);
+    record.display = heartbeat.display;
+    record.hiddenAppCount = heartbeat.hiddenAppCount;
+    record.macosVersion = heartbeat.macosVersion;
+    record.os = heartbeat.os.value_or(record.os);
+    record.permissions = heartbeat.permissions;
+    return record;
+}
+
+records::Connection
+connectionRecord(StoredConnection const& connection, StoredMachine const& machine, bool online)
+{
+    records::Connection record;
+    record.createdAt = connection.createdAt;
+    record.endUserId = connection.endUserId;
+    record.id = connection.id;
+    record.kind = connection.kind;
+    record.machine = machineRecord(machine, online);
+    record.machineId = connection.machineId;
+    record.revokedAt = connection.revokedAt;
+    record.scopes = connection.scopes;
+    record.status =
+        connection.revokedAt ? records::ConnectionStatus::revoked : records::ConnectionStatus::active;
+    if (machine.heartbeat && machine.heartbeat->grantedConnectionIds) {
+        auto const& granted = *machine.heartbeat->grantedConnectionIds;
+        record.grantedOnMac = std::ranges::find(granted, connection.id) != granted.end();
+    }
+    return record;
+}
+
+std::string displayName(StoredMachine const& machine)
+{
+    bool const named =
+        machine.heartbeat && machine.heartbeat->computerName && !machine.heartbeat->computerName->empty();
+    return named ? *machine.heartbeat->computerName
+                 : "Machine " +
+                       machine.id.substr(machine.id.size() - std::min<std::size_t>(machine.id.size(), 6));
+}
+
+} // namespace zelvo::service

@@ -1,0 +1,46 @@
+#include "ZelvoGateway/http/BodyPieces.h"
+
+#include "ZelvoGateway/base/Failure.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/http/read.hpp>
+
+#include <algorithm>
+
+namespace zelvo::service {
+
+namespace {
+
+namespace http = boost::beast::http;
+using Time = std::chrono::steady_clock;
+
+constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
+
+} // namespace
+
+BodyPieces::BodyPieces(boost::beast::tcp_stream& stream,
+                       boost::beast::flat_buffer& buffer,
+                       HeadParser&& head,
+                       Limits const& limits)
+    : stream(stream), buffer(buffer), limits(limits), parser(std::move(head)),
+      end(Time::now() + limits.bodyTime), room(size)
+{
+    parser.body_limit(boost::none); // Judged by the head, and by who takes it.
+}
+
+Task<std::string_view> BodyPieces::next()
+{
+    http::buffer_body::value_type& body = parser.get().body();
+    body.data = room.data();
+    body.size = room.size();
+    while (!parser.is_done() && body.size > 0) {
+        stream.expires_at(std::min(end, Time::now() + limits.bodyIdle));
+        auto const [error, count] = co_await http::async_read_some(stream, buffer, parser, asTuple);
+        if (error && error != http::error::need_buffer)
+            throw Failure{.code = ErrorCode::invalidRequest, .message = "The body could not be read"};
+    }
+    co_return std::string_view(room.data(), room.size() - body.size);
+}
+
+} // namespace zelvo::service

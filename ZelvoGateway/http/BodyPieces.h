@@ -1,0 +1,44 @@
+#pragma once
+
+#include "ZelvoGateway/base/Settings.h"
+#include "base/Task.h"
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+#include <boost/beast/http/buffer_body.hpp>
+#include <boost/beast/http/empty_body.hpp>
+#include <boost/beast/http/parser.hpp>
+
+#include <chrono>
+#include <string_view>
+#include <vector>
+
+namespace zelvo::service {
+
+/// Reads the body of a request, one piece after the other. What it is made with must outlive it.
+class BodyPieces {
+public:
+    using HeadParser = boost::beast::http::request_parser<boost::beast::http::empty_body>;
+    static constexpr std::size_t size = 256_KiB;
+
+    /// head  a parser that has read the head and nothing of the body
+    BodyPieces(boost::beast::tcp_stream& stream,
+               boost::beast::flat_buffer& buffer,
+               HeadParser&& head,
+               Limits const& limits);
+
+    /// The next piece, good until the next call; empty at the end. Throws Failure when the body breaks off or
+    /// is too slow.
+    Task<std::string_view> next();
+    bool keepAlive() const { return parser.get().keep_alive(); }
+
+private:
+    boost::beast::tcp_stream& stream;
+    boost::beast::flat_buffer& buffer;
+    Limits const& limits;
+    boost::beast::http::request_parser<boost::beast::http::buffer_body> parser;
+    std::chrono::steady_clock::time_point end;
+    std::vector<char> room;
+};
+
+} // namespace zelvo::service

@@ -1,0 +1,119 @@
+#include "ZelvoGateway/http/ResponseWriter.h"
+
+#include "base/Hop.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/http/empty_body.hpp>
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/serializer.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/http/write.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <span>
+#include <system_error>
+#include <vector>
+
+namespace zelvo::service {
+
+namespace {
+
+namespace http = boost::beast::http;
+
+constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
+constexpr auto shortest = std::chrono::seconds(60);
+constexpr std::size_t slowestReader = 256_KiB;       // A second; who reads slower is let go.
+constexpr auto pieceTime = std::chrono::seconds(60); // A player that is paused reads nothing and asks again.
+
+constexpr char const* contentPolicy = "default-src 'none'; script-src 'self'; style-src 'self'; img-src "
+                                      "'self' data: blob:; media-src 'self'; connect-src 'self'; "
+                                      "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+
+template <class Message>
+void setFields(Message& message, HttpResponse const& response, bool keepAlive)
+{
+    message.version(11);
+    message.result(static_cast<unsigned>(response.status));
+    message.set(http::field::server, "zelvo-gateway");
+    message.set(http::field::content_type, response.contentType);
+    message.set(http::field::cache_control, "no-store");
+    message.set("X-Content-Type-Options", "nosniff");
+    message.set("X-Frame-Options", "DENY");
+    message.set("Referrer-Policy", "no-referrer");
+    message.set("Cross-Origin-Resource-Policy", "same-origin");
+    message.set("Cross-Origin-Opener-Policy", "same-origin");
+    message.set("Content-Security-Policy", contentPolicy);
+    for (auto const& [name, value] : response.headers)
+        message.insert(name, value);
+    message.keep_alive(keepAlive);
+}
+
+} // namespace
+
+Task<bool> ResponseWriter::write(HttpResponse response, bool keepAlive, bool whole)
+{
+    if (response.file)
+        co_return co_await writeFile(std::move(response), keepAlive, whole);
+    co_return co_await writeText(std::move(response), keepAlive, whole);
+}
+
+Task<bool> ResponseWriter::writeText(HttpResponse response, bool keepAlive, bool whole)
+{
+    http::response<http::string_body> message;
+    setFields(message, response, keepAlive);
+    message.body() = std::move(response.body);
+    message.prepare_payload();
+    if (!whole)
+        message.body().clear(); // The length stays that of the body.
+    stream.expires_after(shortest + std::chrono::seconds(message.body().size() / slowestReader));
+    auto const [error, count] = co_await http::async_write(stream, message, asTuple);
+    co_return !error && message.keep_alive();
+}
+
+Task<bool> ResponseWriter::writeFile(HttpResponse response, bool keepAlive, bool whole)
+{
+    http::response<http::empty_body> message;
+    setFields(message, response, keepAlive);
+    message.content_length(response.file->length);
+    http::response_serializer<http::empty_body> serializer(message);
+    stream.expires_after(shortest);
+    auto const [error, count] = co_await http::async_write_header(stream, serializer, asTuple);
+    if (error)
+        co_return false;
+    FilePart part = *std::move(response.file);
+    if (whole && !co_await send(std::move(part)))
+        co_return false;
+    co_return message.keep_alive();
+}
+
+Task<bool> ResponseWriter::send(FilePart part)
+{
+    std::vector<char> room(filePiece);
+    while (part.length > 0) {
+        std::span<char> const piece(room.data(), std::min<std::uint64_t>(room.size(), part.length));
+        auto const read = [&part, piece] {
+            try {
+                return part.file->read(part.offset, piece);
+            } catch (std::system_error const& error) {
+                std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+                return std::size_t{};
+            }
+        };
+        std::size_t const count = co_await on(workers, read);
+        if (count == 0) // The head has gone out, so all that is left to say is to break off.
+            co_return false;
+        stream.expires_after(pieceTime);
+        auto const [error, sent] =
+            co_await asio::async_write(stream, asio::buffer(room.data(), count), asTuple);
+        if (error)
+            co_return false;
+        part.offset += count;
+        part.length -= count;
+    }
+    co_return true;
+}
+
+} // namespace zelvo::service

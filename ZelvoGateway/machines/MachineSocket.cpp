@@ -1,0 +1,200 @@
+#include "ZelvoGateway/machines/MachineSocket.h"
+
+#include "ZelvoGateway/api/Api.h"
+#include "ZelvoGateway/base/JsonWork.h"
+#include "ZelvoGateway/machines/MachineRegistry.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
+
+namespace zelvo::service {
+
+namespace {
+
+namespace beast = boost::beast;
+namespace websocket = boost::beast::websocket;
+
+constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
+constexpr std::size_t readPiece = 256_KiB;
+constexpr std::size_t writePiece = 64_KiB; // Pings go out between two pieces of a large message.
+constexpr Duration closePatience = 3s;
+
+} // namespace
+
+MachineSocket::MachineSocket(beast::tcp_stream stream, ServerParts& parts)
+    : parts(parts), socket(std::move(stream)), pingTimer(socket.get_executor())
+{
+    // takeRoom() keeps the limit: Beast's own drops the socket with bytes unread, and what it says of the end
+    // with it. It is for those who claim to send what nobody sends.
+    socket.read_message_max(2 * parts.settings.limits.machineMessage);
+    socket.write_buffer_bytes(writePiece);
+    socket.auto_fragment(true);
+}
+
+Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
+{
+    auto const self = shared_from_this();
+    if (!co_await accept(std::move(request)))
+        co_return;
+    if (parts.stopping) { // It comes too late to be told with the others.
+        close(CloseCode::goingAway, CloseReason::stopping);
+        co_return;
+    }
+    auto const session = std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits,
+                                                          parts.api.listener());
+    parts.machines.attach(session);
+    parts.store.setSeen(machineId,
+                        std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now()));
+    spawn(executor(), [self] { return self->keepAlive(); });
+    spawn(executor(), [self, session] { return self->parts.api.tellRevocations(session); });
+
+    co_await readUntilEnd(session);
+
+    session->ended();
+    parts.machines.detach(session);
+    if (!closing)
+        drop();
+}
+
+Task<bool> MachineSocket::accept(UpgradeRequest request)
+{
+    auto& stream = beast::get_lowest_layer(socket);
+    stream.expires_after(parts.settings.limits.handshake);
+    auto const [error] = co_await socket.async_accept(request, asTuple);
+    stream.expires_never();
+    boost::system::error_code ignored;
+    stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+    socket.control_callback([this](websocket::frame_type, beast::string_view) { heard = true; });
+    co_return !error;
+}
+
+Task<> MachineSocket::readUntilEnd(std::shared_ptr<MachineSession> session)
+{
+    for (;;) {
+        auto incoming = co_await readMessage(session);
+        if (!incoming)
+            co_return;
+        if (!socket.got_text())
+            continue;
+        auto parsed = co_await parseOn(parts.workers, incoming->text);
+        if (!parsed)
+            continue;
+        session->received({*std::move(parsed), incoming->text.size(), std::move(incoming->memory)});
+    }
+}
+
+Task<std::optional<MachineSocket::Incoming>>
+MachineSocket::readMessage(std::shared_ptr<MachineSession> session)
+{
+    Incoming incoming;
+    auto buffer = asio::dynamic_buffer(incoming.text);
+    do {
+        auto const [error, count] = co_await socket.async_read_some(buffer, readPiece, asTuple);
+        heard = true;
+        if (error)
+            co_return std::nullopt;
+        if (!takeRoom(*session, incoming))
+            co_return std::nullopt;
+    } while (!socket.is_message_done());
+    co_return incoming;
+}
+
+bool MachineSocket::takeRoom(MachineSession const& session, Incoming& incoming)
+{
+    std::size_t const bytes = incoming.text.size();
+    if (bytes > parts.settings.limits.machineMessage) {
+        close(websocket::close_code::too_big, "this message is too large");
+        return false;
+    }
+    if (bytes <= parts.settings.limits.unaskedMessage)
+        return true;
+    if (!session.owesReply()) {
+        close(websocket::close_code::too_big, "a message this large was not asked for");
+        return false;
+    }
+    if (!parts.memory.grow(incoming.memory, bytes)) {
+        close(websocket::close_code::try_again_later, "the gateway is short of memory");
+        return false;
+    }
+    return true;
+}
+
+void MachineSocket::send(std::string text)
+{
+    if (closing || dropped)
+        return;
+    outgoing.push_back(std::move(text));
+    if (std::exchange(writing, true))
+        return;
+    spawn(executor(), [self = shared_from_this()] { return self->writeQueue(); });
+}
+
+Task<> MachineSocket::writeQueue()
+{
+    while (!outgoing.empty() && !dropped) {
+        std::string const text = std::move(outgoing.front());
+        outgoing.pop_front();
+        socket.text(true);
+        auto const [error, count] = co_await socket.async_write(asio::buffer(text), asTuple);
+        if (error) {
+            drop();
+            break;
+        }
+    }
+    writing = false;
+}
+
+Task<> MachineSocket::keepAlive()
+{
+    while (!dropped) {
+        heard = false;
+        ping();
+        pingTimer.expires_after(parts.settings.pingPeriod);
+        auto const [error] = co_await pingTimer.async_wait(asTuple);
+        if (error)
+            co_return;
+        if (!heard)
+            drop(); // The reading task notices.
+    }
+}
+
+void MachineSocket::ping()
+{
+    if (std::exchange(pinging, true))
+        return; // The last one still waits behind what is being written.
+    socket.async_ping({}, [self = shared_from_this()](boost::system::error_code) { self->pinging = false; });
+}
+
+void MachineSocket::close(int code, std::string reason)
+{
+    if (std::exchange(closing, true))
+        return;
+    outgoing.clear();
+    spawn(executor(), [self = shared_from_this(), code, reason = std::move(reason)] {
+        return self->closeThenDrop(code, reason);
+    });
+}
+
+Task<> MachineSocket::closeThenDrop(int code, std::string reason)
+{
+    asio::steady_timer patience(executor());
+    patience.expires_after(closePatience);
+    patience.async_wait([self = shared_from_this()](boost::system::error_code error) {
+        if (!error)
+            self->drop();
+    });
+    websocket::close_reason const told(static_cast<websocket::close_code>(code), reason);
+    co_await socket.async_close(told, asTuple);
+    drop();
+}
+
+void MachineSocket::drop()
+{
+    if (std::exchange(dropped, true))
+        return;
+    pingTimer.cancel();
+    beast::get_lowest_layer(socket).close();
+}
+
+} // namespace zelvo::service

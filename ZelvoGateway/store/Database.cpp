@@ -1,0 +1,149 @@
+#include "ZelvoGateway/store/Database.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace zelvo::service {
+
+namespace {
+
+[[noreturn]] void fail(sqlite3* database, char const* what)
+{
+    throw std::runtime_error(std::string("database: ") + what + ": " +
+                             (database ? sqlite3_errmsg(database) : "out of memory"));
+}
+
+} // namespace
+
+void CloseDatabase::operator()(sqlite3* database) const noexcept
+{
+    sqlite3_close_v2(database);
+}
+
+void FinalizeStatement::operator()(sqlite3_stmt* statement) const noexcept
+{
+    sqlite3_finalize(statement);
+}
+
+Statement::Statement(sqlite3* database, std::string_view sql)
+{
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &raw, nullptr) != SQLITE_OK)
+        fail(database, "prepare");
+    statement.reset(raw);
+}
+
+Statement& Statement::bind(std::string_view text)
+{
+    sqlite3_bind_text64(statement.get(), ++bound, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    return *this;
+}
+
+Statement& Statement::bind(std::int64_t number)
+{
+    sqlite3_bind_int64(statement.get(), ++bound, number);
+    return *this;
+}
+
+Statement& Statement::bind(double number)
+{
+    sqlite3_bind_double(statement.get(), ++bound, number);
+    return *this;
+}
+
+Statement& Statement::bind(std::optional<std::string> const& text)
+{
+    if (text)
+        return bind(std::string_view(*text));
+    sqlite3_bind_null(statement.get(), ++bound);
+    return *this;
+}
+
+bool Statement::step()
+{
+    int const result = sqlite3_step(statement.get());
+    if (result == SQLITE_ROW)
+        return true;
+    if (result != SQLITE_DONE)
+        fail(sqlite3_db_handle(statement.get()), "step");
+    return false;
+}
+
+std::string Statement::text(int column) const
+{
+    return optionalText(column).value_or("");
+}
+
+std::optional<std::string> Statement::optionalText(int column) const
+{
+    auto const* const text = reinterpret_cast<char const*>(sqlite3_column_text(statement.get(), column));
+    if (!text)
+        return std::nullopt;
+    return std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement.get(), column)));
+}
+
+std::int64_t Statement::integer(int column) const
+{
+    return sqlite3_column_int64(statement.get(), column);
+}
+
+double Statement::real(int column) const
+{
+    return sqlite3_column_double(statement.get(), column);
+}
+
+Database::Database(std::filesystem::path const& file)
+{
+    // Made here first, since SQLite gives its other files the mode of this one.
+    int const number = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (number >= 0) {
+        ::fchmod(number, 0600);
+        ::close(number);
+    }
+    sqlite3* raw = nullptr;
+    int const result = sqlite3_open_v2(file.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+    database.reset(raw);
+    if (result != SQLITE_OK)
+        fail(raw, file.c_str());
+    sqlite3_busy_timeout(raw, 5000);
+    execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON;");
+}
+
+void Database::execute(std::string const& sql)
+{
+    if (sqlite3_exec(database.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        fail(database.get(), "execute");
+}
+
+int Database::changes() const
+{
+    return sqlite3_changes(database.get());
+}
+
+Transaction::Transaction(Database& database) : database(database)
+{
+    database.execute("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction()
+{
+    if (!open)
+        return;
+    try {
+        database.execute("ROLLBACK");
+    } catch (std::runtime_error const&) {
+        // Closing the file undoes it as well.
+    }
+}
+
+void Transaction::commit()
+{
+    database.execute("COMMIT");
+    open = false;
+}
+
+} // namespace zelvo::service

@@ -1,0 +1,98 @@
+#include "ZelvoGateway/base/Flags.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace zelvo::service {
+namespace {
+
+Flags read(std::vector<char const*> const& arguments)
+{
+    return readFlags(arguments);
+}
+
+std::string failureOf(std::vector<char const*> const& arguments)
+{
+    try {
+        readFlags(arguments);
+    } catch (FlagError const& error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+TEST(Flags, haveDefaults)
+{
+    Flags const flags = read({"--data", "/d"});
+
+    EXPECT_EQ(flags.command, Flags::Command::serve);
+    EXPECT_EQ(flags.settings.listen, "127.0.0.1");
+    EXPECT_EQ(flags.settings.port, 8737);
+    EXPECT_EQ(flags.settings.platformName, "Zelvo Local");
+    EXPECT_FALSE(flags.settings.personal);
+    EXPECT_EQ(flags.settings.commandTimeout, 180s);
+    EXPECT_TRUE(flags.settings.recordings.taken);
+    EXPECT_EQ(flags.settings.recordings.kept, 30 * 24h);
+    EXPECT_EQ(flags.settings.recordings.largest, 2048_MiB);
+    EXPECT_EQ(flags.settings.recordings.allTogether, 20480_MiB);
+}
+
+TEST(Flags, tellOfRecordings)
+{
+    Flags const flags = read({"--data=/d", "--no-recordings", "--recording-days", "7", "--recording-mib=100",
+                              "--recordings-mib=1000"});
+
+    EXPECT_FALSE(flags.settings.recordings.taken);
+    EXPECT_EQ(flags.settings.recordings.kept, 7 * 24h);
+    EXPECT_EQ(flags.settings.recordings.largest, 100_MiB);
+    EXPECT_EQ(flags.settings.recordings.allTogether, 1000_MiB);
+    EXPECT_EQ(failureOf({"--recording-days", "0"}),
+              "--recording-days: a number from 1 to 3650 is needed, not \"0\"");
+}
+
+TEST(Flags, areReadInBothForms)
+{
+    Flags const flags =
+        read({"serve", "--data=/d", "--port", "0", "--platform-name=A=B", "--personal", "--command-timeout=5",
+              "--public-url", "https://x.example/", "--listen", "::1"});
+
+    EXPECT_EQ(flags.settings.dataFolder, "/d");
+    EXPECT_EQ(flags.settings.port, 0);
+    EXPECT_EQ(flags.settings.platformName, "A=B");
+    EXPECT_TRUE(flags.settings.personal);
+    EXPECT_EQ(flags.settings.commandTimeout, 5s);
+    EXPECT_EQ(flags.settings.publicUrl, "https://x.example");
+    EXPECT_EQ(flags.settings.listen, "::1");
+}
+
+TEST(Flags, nameTheCommand)
+{
+    EXPECT_EQ(read({"provision", "--data=/d"}).command, Flags::Command::provision);
+    EXPECT_EQ(read({"--data=/d", "console-link"}).command, Flags::Command::consoleLink);
+    EXPECT_EQ(read({"--help", "--data=/d"}).command, Flags::Command::help);
+}
+
+TEST(Flags, areRefusedInPlainWords)
+{
+    EXPECT_EQ(failureOf({"--prot", "1"}), "unknown flag --prot");
+    EXPECT_EQ(failureOf({"--port"}), "--port needs a value: N");
+    EXPECT_EQ(failureOf({"--port="}), "--port needs a value that is not empty");
+    EXPECT_EQ(failureOf({"--port", "70000"}), "--port: a number from 0 to 65535 is needed, not \"70000\"");
+    EXPECT_EQ(failureOf({"--port", "80x"}), "--port: a number from 0 to 65535 is needed, not \"80x\"");
+    EXPECT_EQ(failureOf({"--personal=yes"}), "--personal takes no value");
+    EXPECT_EQ(failureOf({"--public-url", "gateway"}),
+              "--public-url: an address like https://gateway.example.org is needed, not \"gateway\"");
+    EXPECT_EQ(failureOf({"srve"}), "unknown command \"srve\"; there are serve, provision and console-link");
+    EXPECT_EQ(failureOf({"serve", "now"}), "\"now\" is one argument too many");
+}
+
+TEST(Flags, areAllInTheHelp)
+{
+    for (std::string const name :
+         {"--data", "--port-file", "--print-console-link", "--token-file", "--minimum-app-version"})
+        EXPECT_NE(flagsHelp().find(name), std::string::npos) << name;
+}
+
+} // namespace
+} // namespace zelvo::service

@@ -1,0 +1,113 @@
+#include "ZelvoGateway/store/Store.h"
+
+#include "gateway/support/Gateway.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo::service {
+namespace {
+
+Date const someDay = Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 21));
+
+struct Opened {
+    TemporaryFolder folder;
+    Store store{folder.path / "store.sqlite"};
+};
+
+TEST(Store, findsAMachineByItsTokenOnly)
+{
+    Opened on;
+    MachineWithToken const made = on.store.addMachine(AgentMode::cloud, someDay);
+
+    ASSERT_TRUE(on.store.machineOfToken(made.token));
+    EXPECT_EQ(on.store.machineOfToken(made.token)->id, made.machineId);
+    EXPECT_EQ(on.store.machineOfToken(made.token)->kind, AgentMode::cloud);
+    EXPECT_FALSE(on.store.machineOfToken(""));
+    EXPECT_FALSE(on.store.machineOfToken(made.machineId));
+}
+
+TEST(Store, replacesAToken)
+{
+    Opened on;
+    MachineWithToken const made = on.store.addMachine(AgentMode::connected, someDay);
+
+    std::string const next = on.store.replaceToken(made.machineId);
+
+    EXPECT_FALSE(on.store.machineOfToken(made.token));
+    EXPECT_TRUE(on.store.machineOfToken(next));
+}
+
+TEST(Store, finishesALinkSessionOnce)
+{
+    Opened on;
+    MachineWithToken const made = on.store.addMachine(AgentMode::connected, someDay);
+    StoredLinkSession const session =
+        on.store.addLinkSession({.endUserId = "u", .scopes = {AgentScope::screen}}, "code", someDay);
+    StoredConnection connection{.id = "c1", .machineId = made.machineId, .endUserId = "u", .createdAt = "t"};
+
+    EXPECT_TRUE(on.store.finishLinkSession(session.id, connection));
+    connection.id = "c2";
+    EXPECT_FALSE(on.store.finishLinkSession(session.id, connection));
+
+    EXPECT_TRUE(on.store.connection("c1"));
+    EXPECT_FALSE(on.store.connection("c2"));
+}
+
+TEST(Store, takesAConsoleCodeOnceAndInTime)
+{
+    Opened on;
+    on.store.addConsoleCode("code", someDay + std::chrono::seconds(10));
+    on.store.addConsoleCode("old", someDay);
+
+    EXPECT_FALSE(on.store.takeConsoleCode("old", someDay));
+    EXPECT_FALSE(on.store.takeConsoleCode("other", someDay));
+    EXPECT_TRUE(on.store.takeConsoleCode("code", someDay));
+    EXPECT_FALSE(on.store.takeConsoleCode("code", someDay));
+}
+
+TEST(Store, forgetsSessionsADayAfterTheirEnd)
+{
+    Opened on;
+    on.store.addLinkSession({.endUserId = "u", .scopes = {AgentScope::screen}}, "code", someDay);
+
+    on.store.forgetExpired(someDay + std::chrono::hours(23));
+    EXPECT_TRUE(on.store.linkSessionOfCode("code"));
+    on.store.forgetExpired(someDay + std::chrono::hours(25));
+    EXPECT_FALSE(on.store.linkSessionOfCode("code"));
+}
+
+TEST(Store, keepsTextsOfAnyKind)
+{
+    Opened on;
+    MachineWithToken const made = on.store.addMachine(AgentMode::connected, someDay);
+    std::string const user = "'; DROP TABLE machines; --\n\xf0\x9f\x91\x8d";
+
+    on.store.addConnection(
+        {.id = "c", .machineId = made.machineId, .endUserId = user, .platformName = user, .createdAt = "t"});
+
+    EXPECT_EQ(on.store.connection("c")->endUserId, user);
+    EXPECT_EQ(on.store.connection("c")->platformName, user);
+}
+
+TEST(Store, isSharedByProcesses)
+{
+    Opened on;
+    Store other(on.folder.path / "store.sqlite");
+
+    MachineWithToken const made = other.addMachine(AgentMode::cloud, someDay);
+
+    EXPECT_TRUE(on.store.machineOfToken(made.token));
+}
+
+TEST(Store, readsScopesAsItWritesThem)
+{
+    std::vector<AgentScope> const all(allScopes.begin(), allScopes.end());
+
+    EXPECT_EQ(scopesFrom(scopesText(all)), all);
+    EXPECT_EQ(scopesText({}), "");
+    EXPECT_TRUE(scopesFrom("").empty());
+    EXPECT_EQ(scopesFrom("screen  vnc shell "), (std::vector{AgentScope::screen, AgentScope::shell}));
+}
+
+} // namespace
+} // namespace zelvo::service

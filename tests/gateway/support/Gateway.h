@@ -1,0 +1,90 @@
+#pragma once
+
+#include "ZelvoGateway/Server.h"
+#include "gateway/support/HttpClient.h"
+#include "gateway/support/SteppedClock.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <thread>
+
+namespace zelvo::service {
+
+/// A folder that is gone at the end of the test.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    TemporaryFolder(TemporaryFolder const&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+    ~TemporaryFolder();
+    std::filesystem::path path;
+};
+
+/// A machine that has been linked.
+struct LinkedMachine {
+    std::string machineId;
+    std::string token;
+    std::string connectionId;
+};
+
+/// A gateway of a test's own, on a free port, running on a thread of its own until the test's end.
+class Gateway {
+public:
+    explicit Gateway(std::function<void(Settings&)> const& change = [](Settings&) {});
+    Gateway(Gateway const&) = delete;
+    Gateway& operator=(Gateway const&) = delete;
+    ~Gateway();
+
+    std::uint16_t port() const { return server->port(); }
+    std::filesystem::path data() const { return folder.path / "data"; }
+    std::string readFile(std::string const& name) const;
+    std::string apiKey() const;
+    Server& running() { return *server; }
+    /// What the gateway's agents and queues go by; it goes on through stop() and start().
+    SteppedClock clock;
+    void stop();
+    void start();
+    /// Other settings from the next start() on.
+    void change(std::function<void(Settings&)> const& how) { how(settings); }
+
+    /// As a platform, with the API key.
+    Answer platform(std::string const& method,
+                    std::string const& target,
+                    std::string const& body = {},
+                    Headers headers = {}) const;
+    /// As anybody.
+    Answer call(std::string const& method,
+                std::string const& target,
+                std::string const& body = {},
+                Headers headers = {}) const;
+    Answer command(std::string const& connectionId,
+                   std::string const& method,
+                   std::string const& params = "{}") const;
+
+    /// A further connection of a linked machine, made as its person would make it.
+    std::string connect(LinkedMachine const& linked) const;
+    /// The one-time token of a new link.
+    std::string newLink(std::string const& scopes = R"(["screen","input"])") const;
+    Answer resolve(std::string const& link,
+                   std::string const& machineToken = {},
+                   std::string const& version = "0.1.0") const;
+    Answer complete(std::string const& link,
+                    std::string const& machineToken,
+                    std::string const& scopes = R"(["screen"])") const;
+    LinkedMachine link() const;
+    /// The "Cookie" header of a browser that opened a console link.
+    std::pair<std::string, std::string> consoleCookie();
+    std::string origin() const { return "http://127.0.0.1:" + std::to_string(port()); }
+
+private:
+    TemporaryFolder folder;
+    Settings settings;
+    std::unique_ptr<Server> server;
+    std::thread thread;
+};
+
+/// Asks again and again until it is true; false when it is not within ten seconds.
+bool becomes(std::function<bool()> const& condition);
+
+} // namespace zelvo::service
