@@ -2,7 +2,9 @@
 
 #include "ZelvoGateway/Server.h"
 #include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/console/ConsoleLock.h"
 #include "ZelvoGateway/control/LinkService.h"
+#include "ZelvoGateway/store/SqliteStore.h"
 
 #include <sys/resource.h>
 
@@ -14,7 +16,7 @@ namespace zelvo::service {
 
 namespace {
 
-/// A hundred machines and their callers need more descriptors than many systems give at first.
+/// Hundreds of machines and callers need more descriptors than the default of many systems.
 void allowManyDescriptors()
 {
     rlimit limit{};
@@ -24,7 +26,7 @@ void allowManyDescriptors()
     }
 }
 
-/// Blocks the ending signals in this thread and those it starts, and stops the server when one comes.
+/// Blocks the ending signals in this thread and in those that it starts, and stops the server on one.
 class EndBySignal {
 public:
     EndBySignal()
@@ -63,7 +65,7 @@ private:
 void provision(Flags const& flags, std::ostream& out)
 {
     DataFolder const folder(flags.settings.dataFolder);
-    Store store(folder.file("gateway.sqlite"));
+    SqliteStore store(folder.file("gateway.sqlite"));
     LinkService links(store, flags.settings);
     auto const made = links.provision(flags.endUserId);
     out << "machine " << made.machine.machineId << "\nconnection " << made.connectionId << "\n";
@@ -83,7 +85,7 @@ void printConsoleLink(Flags const& flags, std::ostream& out)
         throw std::runtime_error("no gateway is running on " + flags.settings.dataFolder);
     while (!address->empty() && address->back() == '\n')
         address->pop_back();
-    Store store(folder.file("gateway.sqlite"));
+    SqliteStore store(folder.file("gateway.sqlite"));
     out << newConsoleLink(store, *address, flags.settings.consoleLinkLifetime) << "\n";
 }
 

@@ -9,8 +9,8 @@ namespace zelvo::service {
 /// The commands of the command line that work on the data folder, beside a running gateway or without one.
 /// Errors: std::runtime_error, Failure.
 
-/// Makes an unattended machine. Prints "machine", "connection" and "token" lines; with a token file the token
-/// goes there only.
+/// Makes an unattended machine. Prints "machine", "connection" and "token" lines; with a token file, the
+/// token is written only there.
 void provision(Flags const& flags, std::ostream& out);
 /// Prints a one-time link to the console of the gateway that runs on this data folder.
 void printConsoleLink(Flags const& flags, std::ostream& out);

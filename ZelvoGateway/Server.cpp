@@ -1,162 +1,228 @@
 #include "ZelvoGateway/Server.h"
 
-#include <boost/asio/as_tuple.hpp>
-#include <boost/asio/ip/address.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/asio/use_awaitable.hpp>
+#include "ZelvoGateway/api/CommandApi.h"
+#include "ZelvoGateway/api/MachineApi.h"
+#include "ZelvoGateway/api/PlatformApi.h"
+#include "ZelvoGateway/api/RecordingApi.h"
+#include "ZelvoGateway/base/ApiKey.h"
+#include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/ServerClock.h"
+#include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/console/Console.h"
+#include "ZelvoGateway/control/MachineEvents.h"
+#include "ZelvoGateway/http/HttpServer.h"
+#include "ZelvoGateway/machines/LocalMachineDirectory.h"
+#include "ZelvoGateway/recordings/FolderRecordingFiles.h"
+#include "ZelvoGateway/store/SqliteStore.h"
 
-#include <stdexcept>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/thread_pool.hpp>
+
+#include <iostream>
+#include <memory>
+#include <string>
 
 namespace zelvo::service {
 
 namespace {
 
-constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr char const* addressFile = "address";
 constexpr auto patienceAtEnd = std::chrono::seconds(5);
-
-std::string inUrl(asio::ip::address const& address)
-{
-    return address.is_v6() ? "[" + address.to_string() + "]" : address.to_string();
-}
-
-asio::ip::address listenAddress(std::string const& text)
-{
-    boost::system::error_code error;
-    auto const address = asio::ip::make_address(text, error);
-    if (error)
-        throw std::runtime_error("\"" + text + "\" is no address to listen on, such as 127.0.0.1 or ::");
-    return address;
-}
+constexpr Duration maintenancePeriod = 60s;
 
 } // namespace
 
-Server::Server(Settings wanted, Clock* clock)
+/// Everything that a server is made of, from the ground up.
+class Server::Parts {
+public:
+    Parts(Settings wanted, Clock* clock);
+    Parts(Parts const&) = delete;
+    Parts& operator=(Parts const&) = delete;
+    ~Parts();
+
+    std::uint16_t port() const { return http.port(); }
+    std::string address() const;
+    std::string newConsoleLink();
+    void run();
+    void stop();
+
+private:
+    void begin();
+    void addRoutes();
+    Task<> runMaintenance();
+    void stopHere();
+
+    Settings settings;
+    DataFolder folder;
+    ApiKey key;
+    SqliteStore store;
+    MemoryBudget memory;
+    // What still waits on `io` at the end is destroyed with it, after everything below and before the store.
+    asio::io_context io{1};
+    asio::thread_pool workers{2};
+    ServerClock ownClock{io.get_executor()};
+    Clock& clock;
+    std::shared_ptr<RecordingFiles const> files;
+    LocalMachineDirectory machines;
+
+    RecordingIntake intake;
+    RecordingLibrary library;
+    ControlService control;
+    CommandQueue queue;
+    ConnectionService connections;
+    LinkService links;
+    CommandService commands;
+    MachineEvents events;
+
+    AccessControl access;
+    MachineApi machineApi;
+    PlatformApi platformApi;
+    CommandApi commandApi;
+    RecordingApi recordingApi;
+    Console console;
+    Routes routes;
+    HttpServer http;
+    TaskHandle maintenance;
+};
+
+Server::Parts::Parts(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
       store(folder.file("gateway.sqlite")), memory(settings.limits.memory), clock(clock ? *clock : ownClock),
-      api(store,
-          machines,
-          key,
-          settings,
-          this->clock,
-          memory,
-          workers.get_executor(),
-          std::make_shared<RecordingFolder const>(folder.file("recordings"))),
-      parts{.settings = settings,
-            .store = store,
-            .machines = machines,
-            .api = api,
-            .memory = memory,
-            .workers = workers.get_executor()},
-      acceptor(io)
+      files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
+      intake(store, files, settings, this->clock, workers.get_executor()),
+      library(store, files, key, settings, this->clock, workers.get_executor()),
+      control(store, this->clock, settings, io.get_executor()),
+      queue(store, control, this->clock, settings, io.get_executor(), workers.get_executor()),
+      connections(store, machines, control, queue, intake, library, settings, io.get_executor()),
+      links(store, settings),
+      commands(store, machines, control, queue, settings, this->clock, workers.get_executor()),
+      events(machines, control, queue, connections), access(key, settings.publicUrl),
+      machineApi(access,
+                 links,
+                 intake,
+                 {.settings = settings,
+                  .store = store,
+                  .machines = machines,
+                  .listener = events,
+                  .memory = memory,
+                  .workers = workers.get_executor()}),
+      platformApi(access, links, connections, settings.limits),
+      commandApi(access, commands, memory, settings.limits, workers.get_executor()),
+      recordingApi(access, library, settings.limits), console(access, store, connections, settings.limits),
+      routes(access),
+      http(io,
+           {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
 {
-    folder.lock();
-    store.endInterruptedCommands(this->clock.date());
-    api.begin();
-    listen();
-    folder.write(addressFile, address() + "\n");
+    begin();
 }
 
-Server::~Server()
+Server::Parts::~Parts()
 {
     folder.remove(addressFile);
     workers.join();
     clock.dropSleepers();
 }
 
-void Server::listen()
+void Server::Parts::begin()
 {
-    asio::ip::tcp::endpoint const endpoint(listenAddress(settings.listen), settings.port);
-    try {
-        acceptor.open(endpoint.protocol());
-        acceptor.set_option(asio::socket_base::reuse_address(true));
-        acceptor.bind(endpoint);
-        acceptor.listen();
-    } catch (boost::system::system_error const& error) {
-        throw std::runtime_error("cannot listen on " + inUrl(endpoint.address()) + ":" +
-                                 std::to_string(settings.port) + ": " + error.code().message());
-    }
-    boundPort = acceptor.local_endpoint().port();
+    folder.lock();
+    store.endInterruptedCommands(clock.date());
+    library.begin();
+    addRoutes();
+    http.listen(settings.listen, settings.port);
+    folder.write(addressFile, address() + "\n");
 }
 
-std::string Server::address() const
+void Server::Parts::addRoutes()
 {
-    if (!settings.publicUrl.empty())
-        return settings.publicUrl;
-    auto host = listenAddress(settings.listen);
-    if (host.is_unspecified())
-        host = host.is_v6() ? asio::ip::address(asio::ip::address_v6::loopback())
-                            : asio::ip::address(asio::ip::address_v4::loopback());
-    return "http://" + inUrl(host) + ":" + std::to_string(boundPort);
+    routes.add(console.routes());
+    routes.add(machineApi.routes());
+    routes.add(platformApi.routes());
+    routes.add(commandApi.routes());
+    routes.add(recordingApi.routes());
 }
 
-std::string Server::newConsoleLink()
+std::string Server::Parts::address() const
+{
+    return settings.publicUrl.empty() ? http.localAddress() : settings.publicUrl;
+}
+
+std::string Server::Parts::newConsoleLink()
 {
     return service::newConsoleLink(store, address(), settings.consoleLinkLifetime);
 }
 
-void Server::run()
+void Server::Parts::run()
 {
-    spawn(io.get_executor(), [this] { return acceptAll(); });
-    // From inside the loop, where it starts at once: one that is cancelled before its start throws out of
-    // run().
+    http.start();
+    // Spawned from inside the loop, where it starts at once. A task that is cancelled before it starts would
+    // throw out of run().
     asio::post(io, [this] {
-        if (!parts.stopping)
-            maintenance = spawn(io.get_executor(), [this] { return api.runMaintenance(); });
+        if (!http.isStopping())
+            maintenance = spawn(io.get_executor(), [this] { return runMaintenance(); });
     });
-    while (!parts.stopping && io.run_one() > 0) {
+    while (!http.isStopping() && io.run_one() > 0) {
     }
     io.run_for(patienceAtEnd); // Until the last connection has ended.
 }
 
-Task<> Server::acceptAll()
+Task<> Server::Parts::runMaintenance()
 {
-    while (!parts.stopping) {
-        auto [error, socket] = co_await acceptor.async_accept(asTuple);
-        if (parts.stopping)
-            co_return;
-        if (error) { // Out of descriptors, mostly: others end soon.
-            asio::steady_timer pause(io, std::chrono::milliseconds(100));
-            co_await pause.async_wait(asTuple);
-            continue;
+    for (;;) {
+        try {
+            queue.runMaintenance();
+            co_await library.runMaintenance();
+        } catch (std::exception const& error) { // A full disk, for instance. The next round repeats it.
+            std::cerr << "zelvo-gateway: " << error.what() << std::endl;
         }
-        if (sessions.size() >= settings.limits.connections)
-            continue; // Closes it.
-        auto const shared = std::make_shared<asio::ip::tcp::socket>(std::move(socket));
-        spawn(io.get_executor(), [this, shared] { return serveOne(std::move(*shared)); });
+        co_await clock.sleep(maintenancePeriod);
     }
 }
 
-Task<> Server::serveOne(asio::ip::tcp::socket socket)
-{
-    auto const session = HttpSession::create(std::move(socket), parts);
-    sessions.insert(session);
-    try {
-        co_await session->serve();
-    } catch (...) {
-        sessions.erase(session);
-        throw;
-    }
-    sessions.erase(session);
-}
-
-void Server::stop()
+void Server::Parts::stop()
 {
     asio::post(io, [this] { stopHere(); });
 }
 
-void Server::stopHere()
+void Server::Parts::stopHere()
 {
-    if (std::exchange(parts.stopping, true))
+    if (http.isStopping())
         return;
-    boost::system::error_code ignored;
-    acceptor.close(ignored);
     machines.closeAll();
-    api.stop();
+    control.stop();
     maintenance.cancel();
     ownClock.rest();
-    for (auto const& session : sessions)
-        session->drop();
+    http.stop();
+}
+
+Server::Server(Settings wanted, Clock* clock) : parts(std::make_unique<Parts>(std::move(wanted), clock)) {}
+
+Server::~Server() = default;
+
+std::uint16_t Server::port() const
+{
+    return parts->port();
+}
+
+std::string Server::address() const
+{
+    return parts->address();
+}
+
+std::string Server::newConsoleLink()
+{
+    return parts->newConsoleLink();
+}
+
+void Server::run()
+{
+    parts->run();
+}
+
+void Server::stop()
+{
+    parts->stop();
 }
 
 } // namespace zelvo::service

@@ -7,9 +7,9 @@
 
 namespace zelvo::service {
 
-/// The key by which platforms, and the console in its cookie, prove that they may use this gateway. It is
-/// made at the first start and stands in the file "api-key" of the data folder; "authorization.header" beside
-/// it holds the whole HTTP header, so that `curl -H @FILE` keeps the key off the process list.
+/// The key that platforms, and the console in its cookie, need to use this gateway. The first start makes it
+/// and writes it to the file "api-key" in the data folder; "authorization.header" beside it holds the whole
+/// HTTP header, so that `curl -H @FILE` keeps the key out of the process list.
 class ApiKey {
 public:
     static ApiKey loadOrMake(DataFolder const& folder);

@@ -3,26 +3,26 @@
 #include "wire/ErrorCode.h"
 #include "wire/Json.h"
 
-#include <exception>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace zelvo::service {
 
-/// Why a call was refused. It is thrown, and becomes the body of a failed HTTP call in one place,
-/// Api::answer.
+/// Why a service refuses. Services throw it; only api and console say it over HTTP.
 struct Failure {
+    /// What a caller may have to know beyond the code.
+    enum class Kind {
+        usual,
+        tooLarge,   ///< of a body or a file
+        wrongState, ///< what it is asked of has begun, or has ended
+        incomplete, ///< an upload is missing or short
+    };
+
     ErrorCode code = ErrorCode::internalError;
     std::string message;
     std::optional<json::object> details = {};
-    std::string requestId = {};     ///< of the frame to the machine; made when empty
-    std::optional<int> status = {}; ///< instead of the status of the code
+    std::string requestId = {}; ///< of the frame that was sent to the machine; empty if none was
+    Kind kind = Kind::usual;
 };
-
-/// What callers are told of a failure that is nobody's business: it goes to standard error.
-Failure internalFailure(std::exception const& error);
-/// The HTTP status that goes with a code.
-int httpStatus(ErrorCode code);
 
 } // namespace zelvo::service

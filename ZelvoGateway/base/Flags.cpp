@@ -16,22 +16,22 @@ namespace {
 
 struct Flag {
     std::string_view name;
-    std::string_view value; ///< what its value is called; empty for a flag without one
+    std::string_view value; ///< the name of its value; empty for a flag without one
     std::string_view help;
     void (*apply)(Flags& flags, std::string const& value);
 };
 
-std::int64_t number(std::string const& text, std::int64_t least, std::int64_t most)
+std::int64_t number(std::string const& text, std::int64_t min, std::int64_t max)
 {
     std::int64_t value = 0;
     auto const read = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value < least || value > most)
-        throw FlagError("a number from " + std::to_string(least) + " to " + std::to_string(most) +
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value < min || value > max)
+        throw FlagError("a number from " + std::to_string(min) + " to " + std::to_string(max) +
                         " is needed, not \"" + text + "\"");
     return value;
 }
 
-/// Of a text that says how many mebibytes.
+/// Bytes, from a number of mebibytes.
 std::uint64_t mebibytes(std::string const& text)
 {
     return static_cast<std::uint64_t>(number(text, 1, 1 << 30)) << 20;
@@ -72,16 +72,16 @@ constexpr std::array<Flag, 19> flags = {{
      [](Flags& f, std::string const& v) {
          f.settings.commandTimeout = std::chrono::seconds(number(v, 1, 3600));
      }},
-    {"--no-recordings", "", "takes no more films from machines",
+    {"--no-recordings", "", "takes no more recordings from machines",
      [](Flags& f, std::string const&) { f.settings.recordings.taken = false; }},
-    {"--recording-days", "N", "how long a film is kept (default 30)",
+    {"--recording-days", "N", "how long a recording is kept (default 30)",
      [](Flags& f, std::string const& v) {
          f.settings.recordings.kept = std::chrono::days(number(v, 1, 3650));
      }},
-    {"--recording-mib", "N", "the largest film that is taken (default 2048)",
-     [](Flags& f, std::string const& v) { f.settings.recordings.largest = mebibytes(v); }},
-    {"--recordings-mib", "N", "what all films together may take up (default 20480)",
-     [](Flags& f, std::string const& v) { f.settings.recordings.allTogether = mebibytes(v); }},
+    {"--recording-mib", "N", "the largest recording that is taken (default 2048)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.maxBytes = mebibytes(v); }},
+    {"--recordings-mib", "N", "what all recordings together may take up (default 20480)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.maxTotalBytes = mebibytes(v); }},
     {"--print-console-link", "", "prints a one-time link to the console once it listens",
      [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
     {"--token-file", "FILE",
@@ -96,7 +96,7 @@ constexpr std::array<Flag, 19> flags = {{
      [](Flags& f, std::string const&) { f.command = Flags::Command::version; }},
 }};
 
-/// The arguments, one after the other.
+/// The arguments that are left.
 class Arguments {
 public:
     explicit Arguments(std::span<char const* const> all) : rest(all) {}

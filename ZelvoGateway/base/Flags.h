@@ -8,24 +8,24 @@
 
 namespace zelvo::service {
 
-/// What the command line asks for.
+/// The parsed command line.
 struct Flags {
     enum class Command { serve, provision, consoleLink, help, version };
     Command command = Command::serve;
     Settings settings;
-    std::string portFile; ///< where serve writes the port that it took
+    std::string portFile; ///< where serve writes its port
     bool printConsoleLink = false;
     std::string tokenFile;      ///< where provision writes the machine token
     std::string connectionFile; ///< where provision writes the connection's id
     std::string endUserId = "local";
 };
 
-/// A command line that can't be followed; what() tells the person why.
+/// An invalid command line; what() tells the person why.
 struct FlagError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Reads the arguments behind the program's name. Throws FlagError.
+/// Reads the arguments after the program's name. Throws FlagError.
 Flags readFlags(std::span<char const* const> all);
 /// What --help prints.
 std::string flagsHelp();

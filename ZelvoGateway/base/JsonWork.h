@@ -9,10 +9,10 @@
 
 namespace zelvo::service {
 
-/// Reads JSON text: here when it is short, on the workers when it would hold up everybody else. The text must
-/// live until the end.
+/// Parses JSON text: a short one here, a long one on the workers, because it would delay everybody else. The
+/// text must live until this returns.
 Task<std::optional<json::value>> parseOn(Executor workers, std::string_view text);
-/// Writes JSON text the same way; `bytes` is about how long it will be.
+/// Writes JSON text in the same way; `bytes` is about how long it will be.
 Task<std::string> writeOn(Executor workers, json::value value, std::size_t bytes);
 
 } // namespace zelvo::service

@@ -5,7 +5,7 @@
 
 namespace zelvo::service {
 
-/// What all large bodies and messages together may take up. A part is lent until its lease ends.
+/// Bounds the memory of all large bodies and messages together. Each holds its share as a lease.
 /// Thread: one.
 class MemoryBudget {
 public:
@@ -26,8 +26,8 @@ public:
 
     explicit MemoryBudget(std::size_t bytes) : left(std::make_shared<std::size_t>(bytes)) {}
 
-    /// Grows a lease to `bytes`, which may be a new one; false, and nothing changed, when that is more than
-    /// is left.
+    /// Grows a lease to `bytes`; an empty lease is a new one. False, without any change, if the budget has
+    /// not enough left.
     bool grow(Lease& lease, std::size_t bytes);
     std::size_t available() const { return *left; }
 

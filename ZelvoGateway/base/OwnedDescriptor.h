@@ -4,7 +4,7 @@
 
 namespace zelvo::service {
 
-/// A file descriptor that is closed at the end.
+/// A file descriptor; the destructor closes it.
 class OwnedDescriptor {
 public:
     explicit OwnedDescriptor(int number) : number(number) {}

@@ -55,7 +55,7 @@ std::string signatureOf(std::string_view text, std::string_view key)
 
 bool sameSecret(std::string_view left, std::string_view right)
 {
-    // Of hashes, so that the lengths are equal too.
+    // Compares hashes, so that the lengths are equal, too.
     std::string const leftHash = hashOf(left);
     std::string const rightHash = hashOf(right);
     return CRYPTO_memcmp(leftHash.data(), rightHash.data(), leftHash.size()) == 0;

@@ -7,13 +7,13 @@ namespace zelvo::service {
 
 /// 32 random bytes as hexadecimal text: a machine token, a one-time code, the API key.
 std::string newSecret();
-/// "con_1f0e...": an identifier that nobody can guess.
+/// "con_1f0e...": an identifier that can't be guessed.
 std::string newId(std::string_view prefix);
-/// SHA-256 as hexadecimal text; what is stored of a secret.
+/// SHA-256 as hexadecimal text; secrets are stored only as this.
 std::string hashOf(std::string_view secret);
-/// HMAC-SHA-256 as hexadecimal text: a proof that this text was written by somebody with the key.
+/// HMAC-SHA-256 as hexadecimal text: proves that whoever made it has the key.
 std::string signatureOf(std::string_view text, std::string_view key);
-/// Compares in a time that does not depend on where the texts differ.
+/// Compares in constant time.
 bool sameSecret(std::string_view left, std::string_view right);
 
 } // namespace zelvo::service

@@ -1,6 +1,6 @@
 #include "ZelvoGateway/base/ServerClock.h"
 
-#include "ZelvoGateway/base/Today.h"
+#include "ZelvoGateway/base/Dates.h"
 
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/steady_timer.hpp>

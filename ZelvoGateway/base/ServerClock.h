@@ -6,8 +6,8 @@
 
 namespace zelvo::service {
 
-/// The clock of a server: its sleepers are woken on the server's thread. It stands still while the computer
-/// sleeps; so do the machines' sockets, and what must not goes by the date. Thread: any.
+/// The clock of a server; it wakes its sleepers on the server's thread. It stops while the computer sleeps,
+/// as the machines' sockets do; what must go on uses the date. Thread: any.
 class ServerClock final : public Clock {
 public:
     explicit ServerClock(Executor server);
@@ -15,8 +15,8 @@ public:
 
     Instant now() const override;
     Date date() const override;
-    /// Keeps the server's thread no longer than its sleepers do: those that were cancelled leave the timer
-    /// running. Thread: the server's.
+    /// Stops the timer if nobody sleeps any more: a cancelled sleeper leaves it running, which would keep the
+    /// server's loop alive. Thread: the server's.
     void rest();
 
 protected:

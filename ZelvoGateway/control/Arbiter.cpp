@@ -9,7 +9,7 @@ namespace zelvo::service {
 
 namespace {
 
-records::HolderClass told(Agent const& agent, Date since)
+records::HolderClass recordOf(Agent const& agent, Date since)
 {
     return {.connectionId = agent.connectionId,
             .name = agent.name,
@@ -34,42 +34,42 @@ Arbiter::Arbiter(ControlTimes const& times, std::vector<PausedAgent> paused)
 Arbiter::Ticket Arbiter::ask(Agent const& agent, Instant deadline, Moment now)
 {
     tick(now);
-    Wish const wish{.ticket = ++lastTicket, .deadline = deadline};
+    Request const request{.ticket = ++lastTicket, .deadline = deadline};
     if (isPaused(agent.ref)) {
-        decide({wish}, Outcome::paused);
-        return wish.ticket;
+        decide({request}, Outcome::paused);
+        return request.ticket;
     }
     if (!holder)
         holder = Holder{.agent = agent, .since = now.date, .running = {}, .until = now.instant};
     if (holder->agent.ref == agent.ref) {
-        holder->agent = agent; // Its name and task may be others now.
-        holder->running.push_back(wish.ticket);
-        decide({wish}, Outcome::granted);
+        holder->agent = agent; // Its name or task may have changed.
+        holder->running.push_back(request.ticket);
+        decide({request}, Outcome::granted);
     } else {
-        standInLine(agent, wish, now);
-        endPatience(now);
+        queue(agent, request, now);
+        giveUp(now);
     }
-    return wish.ticket;
+    return request.ticket;
 }
 
-void Arbiter::standInLine(Agent const& agent, Wish wish, Moment now)
+void Arbiter::queue(Agent const& agent, Request request, Moment now)
 {
     Waiter* place = waiterOf(agent.ref);
     if (!place && waiting.size() >= times.maxLine) {
-        decide({wish}, Outcome::busy);
+        decide({request}, Outcome::busy);
         return;
     }
     if (!place)
         place = &waiting.emplace_back(
-            Waiter{.agent = agent, .since = now.date, .wishes = {}, .until = now.instant});
+            Waiter{.agent = agent, .since = now.date, .requests = {}, .until = now.instant});
     place->agent = agent;
-    place->wishes.push_back(wish);
+    place->requests.push_back(request);
 }
 
 void Arbiter::finished(Ticket ticket, Moment now)
 {
     if (!holder || std::erase(holder->running, ticket) == 0)
-        return; // Control was taken from it meanwhile.
+        return; // It has lost control meanwhile.
     holder->until = now.instant + times.idle;
     tick(now);
 }
@@ -94,10 +94,10 @@ std::optional<PausedAgent> Arbiter::pause(std::string const& ref, Moment now)
 std::optional<Agent> Arbiter::takeOut(std::string const& ref)
 {
     if (holder && holder->agent.ref == ref)
-        return std::exchange(holder, std::nullopt)->agent; // What it has sent already runs to its end.
+        return std::exchange(holder, std::nullopt)->agent; // Commands that were sent run to their end.
     if (Waiter const* const place = waiterOf(ref)) {
         Agent agent = place->agent;
-        decide(place->wishes, Outcome::paused);
+        decide(place->requests, Outcome::paused);
         std::erase_if(waiting, [&](Waiter const& one) { return one.agent.ref == ref; });
         return agent;
     }
@@ -125,7 +125,7 @@ void Arbiter::removeConnection(std::string const& connectionId, Moment now)
         holder.reset();
     for (Waiter const& one : waiting)
         if (isOf(one))
-            decide(one.wishes, Outcome::gone);
+            decide(one.requests, Outcome::gone);
     std::erase_if(waiting, isOf);
     std::erase_if(paused, isOf);
     std::erase_if(left, [&](Agent const& one) { return one.connectionId == connectionId; });
@@ -150,14 +150,14 @@ void Arbiter::machineGone()
 {
     holder.reset();
     for (Waiter const& one : std::exchange(waiting, {}))
-        decide(one.wishes, Outcome::gone);
+        decide(one.requests, Outcome::gone);
 }
 
 void Arbiter::tick(Moment now)
 {
     endIdleHolder(now);
     passOn(now);
-    endPatience(now); // After it: who gets its turn at its last moment has not waited in vain.
+    giveUp(now); // Last, so that an agent whose turn comes at its deadline still gets it.
 }
 
 void Arbiter::endIdleHolder(Moment now)
@@ -173,24 +173,24 @@ void Arbiter::passOn(Moment now)
     Waiter const next = std::move(waiting.front());
     waiting.erase(waiting.begin());
     holder = Holder{.agent = next.agent, .since = now.date, .running = {}, .until = now.instant + times.turn};
-    for (Wish const& wish : next.wishes)
-        holder->running.push_back(wish.ticket);
-    decide(next.wishes, Outcome::granted);
+    for (Request const& request : next.requests)
+        holder->running.push_back(request.ticket);
+    decide(next.requests, Outcome::granted);
 }
 
-void Arbiter::endPatience(Moment now)
+void Arbiter::giveUp(Moment now)
 {
     for (Waiter& one : waiting) {
-        auto const isOver = [&](Wish const& wish) { return wish.deadline <= now.instant; };
-        std::vector<Wish> over;
-        std::ranges::copy_if(one.wishes, std::back_inserter(over), isOver);
-        std::erase_if(one.wishes, isOver);
+        auto const isOver = [&](Request const& request) { return request.deadline <= now.instant; };
+        std::vector<Request> over;
+        std::ranges::copy_if(one.requests, std::back_inserter(over), isOver);
+        std::erase_if(one.requests, isOver);
         decide(over, Outcome::busy);
         if (!over.empty())
             one.until = now.instant + times.place;
     }
     std::erase_if(waiting, [&](Waiter const& one) {
-        bool const goes = one.wishes.empty() && one.until <= now.instant;
+        bool const goes = one.requests.empty() && one.until <= now.instant;
         if (goes)
             remember(one.agent);
         return goes;
@@ -204,23 +204,23 @@ std::optional<Instant> Arbiter::nextDue() const
     if (holder && holder->running.empty())
         note(holder->until);
     for (Waiter const& one : waiting) {
-        if (one.wishes.empty())
+        if (one.requests.empty())
             note(one.until);
-        for (Wish const& wish : one.wishes)
-            note(wish.deadline);
+        for (Request const& request : one.requests)
+            note(request.deadline);
     }
     return next;
 }
 
-records::AgentsUpdate Arbiter::picture() const
+records::AgentsUpdate Arbiter::snapshot() const
 {
     records::AgentsUpdate update;
     if (holder)
-        update.holder = told(holder->agent, holder->since);
+        update.holder = recordOf(holder->agent, holder->since);
     for (Waiter const& one : waiting)
-        update.waiting.push_back(told(one.agent, one.since));
+        update.waiting.push_back(recordOf(one.agent, one.since));
     for (PausedAgent const& one : paused)
-        update.paused.push_back(told(one.agent, one.since));
+        update.paused.push_back(recordOf(one.agent, one.since));
     return update;
 }
 
@@ -230,10 +230,10 @@ Arbiter::Waiter* Arbiter::waiterOf(std::string const& ref)
     return place == waiting.end() ? nullptr : &*place;
 }
 
-void Arbiter::decide(std::vector<Wish> const& wishes, Outcome outcome)
+void Arbiter::decide(std::vector<Request> const& requests, Outcome outcome)
 {
-    for (Wish const& wish : wishes)
-        decided.push_back({.ticket = wish.ticket, .outcome = outcome});
+    for (Request const& request : requests)
+        decided.push_back({.ticket = request.ticket, .outcome = outcome});
 }
 
 } // namespace zelvo::service

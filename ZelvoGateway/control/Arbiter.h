@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/store/Agent.h"
 #include "base/Clock.h"
 #include "wire/records/Connections.h"
 
@@ -13,34 +14,20 @@
 
 namespace zelvo::service {
 
-/// An agent of a platform, as the person at a machine meets it.
-struct Agent {
-    std::string ref; ///< the gateway's handle; see agentRef()
-    std::string connectionId;
-    std::string name;
-    std::optional<std::string> task; ///< what it is doing, in the platform's words
-    bool operator==(Agent const&) const = default;
-};
-
-/// The handle of an agent: the same for the same connection and the same `platformRef`, and of no other
-/// connection. Platforms choose their own references, so two of them may choose the same.
+/// The handle of an agent, made of the connection and the platform's own reference, because two platforms
+/// may choose the same reference.
 std::string agentRef(std::string_view connectionId, std::string_view platformRef);
 
-/// An agent that the person has put aside, and since when.
-struct PausedAgent {
-    Agent agent;
-    Date since;
-};
-
-/// A moment of both clocks: waits go by the continuous one, what is told by the date.
+/// The same moment on both clocks: waits use the continuous one, reports the date.
 struct Moment {
     Instant instant;
     Date date;
 };
 
-/// Who controls one machine. The first agent that asks holds it; others stand in line in the order in which
-/// they asked. Control passes on when the holder has been idle for ControlTimes::idle, or is put aside.
-/// Nothing here waits: asking gives a ticket, whose outcome comes out of takeDecided(), at once or later.
+/// Decides who controls one machine. The first agent that asks gets control; others queue in the order in
+/// which they asked. Control passes on when the holder has been idle for ControlTimes::idle, or is paused.
+/// Pure: it never waits. Asking returns a ticket, and takeDecided() returns the ticket's outcome, at once or
+/// later.
 /// Thread: the server's.
 class Arbiter {
 public:
@@ -48,9 +35,9 @@ public:
 
     enum class Outcome {
         granted, ///< the command may run; finished() must follow
-        busy,    ///< another agent still has control, or too many wait
-        paused,  ///< the person has put the agent aside
-        gone,    ///< the machine or the connection went away
+        busy,    ///< another agent has control, or too many wait
+        paused,  ///< the person has paused the agent
+        gone,    ///< the machine or the connection is gone
     };
 
     struct Decided {
@@ -60,35 +47,35 @@ public:
 
     explicit Arbiter(ControlTimes const& times, std::vector<PausedAgent> paused = {});
 
-    /// A command of `agent` wants control and waits for it until `deadline`; one that has passed asks only
-    /// whether control is to be had now. Whoever asked keeps its place in line for ControlTimes::place after
-    /// it gave up, so that one that asks again and again gets its turn.
+    /// A command of `agent` wants control and waits for it until `deadline`; with a deadline in the past it
+    /// gets control now or never. An agent that gives up keeps its place in line for ControlTimes::place, so
+    /// that one that asks again and again gets its turn.
     Ticket ask(Agent const& agent, Instant deadline, Moment now);
     /// A command that was granted has ended.
     void finished(Ticket ticket, Moment now);
     bool isPaused(std::string const& ref) const;
-    /// Puts an agent aside: the holder, one in line, or one that has lately been either, since the person may
-    /// say so at the moment in which its time ends. Nothing for others.
+    /// Pauses the holder, an agent in line, or one that has lately been either: the person may choose it at
+    /// the moment at which its time ends. nullopt for others, and for one that is paused.
     std::optional<PausedAgent> pause(std::string const& ref, Moment now);
-    /// False when it was not put aside. It stands in line again when it asks again.
+    /// False if it was not paused. It has to ask again.
     bool resume(std::string const& ref);
     void removeConnection(std::string const& connectionId, Moment now);
-    /// Of all the agents that it knows.
+    /// Of every agent that it knows.
     std::set<std::string> connections() const;
-    /// The machine went away: nobody holds, nobody waits. Who was put aside stays so.
+    /// The machine is offline: nobody holds control, nobody waits. Paused agents stay paused.
     void machineGone();
 
-    /// Lets happen what is due.
+    /// Does what is due.
     void tick(Moment now);
     /// The next moment at which something is due.
     std::optional<Instant> nextDue() const;
-    /// What was decided since the last call.
+    /// The outcomes since the last call.
     std::vector<Decided> takeDecided() { return std::exchange(decided, {}); }
-    /// What the machine is told.
-    records::AgentsUpdate picture() const;
+    /// The present state, as the machine gets it.
+    records::AgentsUpdate snapshot() const;
 
 private:
-    struct Wish {
+    struct Request {
         Ticket ticket;
         Instant deadline;
     };
@@ -96,29 +83,29 @@ private:
         Agent agent;
         Date since;
         std::vector<Ticket> running;
-        Instant until; ///< while nothing runs
+        Instant until; ///< loses control then, unless a command runs
     };
     struct Waiter {
         Agent agent;
         Date since;
-        std::vector<Wish> wishes;
-        Instant until; ///< without wishes
+        std::vector<Request> requests;
+        Instant until; ///< loses its place then, unless a command waits
     };
 
     Waiter* waiterOf(std::string const& ref);
-    void standInLine(Agent const& agent, Wish wish, Moment now);
+    void queue(Agent const& agent, Request request, Moment now);
     std::optional<Agent> takeOut(std::string const& ref);
     void remember(Agent const& agent);
     void endIdleHolder(Moment now);
     void passOn(Moment now);
-    void endPatience(Moment now);
-    void decide(std::vector<Wish> const& wishes, Outcome outcome);
+    void giveUp(Moment now);
+    void decide(std::vector<Request> const& requests, Outcome outcome);
 
     ControlTimes times;
     std::optional<Holder> holder;
     std::vector<Waiter> waiting;
     std::vector<PausedAgent> paused;
-    std::deque<Agent> left; ///< went by themselves, the latest last; at most ControlTimes::maxLine
+    std::deque<Agent> left; ///< lost control or their place, the latest last; at most ControlTimes::maxLine
     std::vector<Decided> decided;
     Ticket lastTicket = 0;
 };

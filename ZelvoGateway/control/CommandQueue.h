@@ -2,98 +2,75 @@
 
 #include "ZelvoGateway/control/ControlService.h"
 #include "ZelvoGateway/control/PlatformCommand.h"
-#include "ZelvoGateway/http/HttpMessage.h"
-#include "ZelvoGateway/machines/MachineSession.h"
+#include "ZelvoGateway/control/QueueRunner.h"
+#include "ZelvoGateway/control/QueueVisits.h"
+#include "wire/records/Events.h"
 
-#include <deque>
-#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
 namespace zelvo::service {
 
-/// Commands that wait for their machines, on disk.
+/// Commands that wait in the store for their machines.
 ///
-/// When a machine is back (connected, and its heartbeat says that it is ready and not paused) it gets one
-/// "queue.offer" for each connection that stands there, with the commands that wait. What the person accepts,
-/// told by the event "queued_commands_ack", runs at once, one after the other in the order in which it was
-/// submitted; what they decline has failed with "denied_by_user". What they leave unanswered stays until its
-/// time is over, and is offered again when the machine is back the next time. So is what was accepted but not
-/// begun when the machine went away or was paused again: the yes was to running it then. What has begun is
-/// never sent again, unless the machine itself said that it did not start it. Thread: the server's. Errors:
-/// Failure.
+/// A machine is back when it is connected and its heartbeat says that it is ready and not paused. It then
+/// gets one "queue.offer" for each connection, with the commands that wait. The person answers with the event
+/// "queued_commands_ack": accepted commands run at once, in the order of the queue; declined ones fail with
+/// denied_by_user. Commands without an answer wait until they expire, and are offered again at the next
+/// visit. So are commands that were accepted but had not begun when the machine went away or was paused,
+/// because the person agreed to run them then. Thread: the server's. Errors: Failure.
 class CommandQueue {
 public:
-    CommandQueue(
-        Store& store, ControlService& control, Clock& clock, Settings const& settings, Executor workers);
+    CommandQueue(Store& store,
+                 ControlService& control,
+                 Clock& clock,
+                 Settings const& settings,
+                 Executor server,
+                 Executor workers);
 
-    /// Keeps a command; `frame` is what the machine will get. Throws Failure: rateLimited when the
-    /// connection or its machine has too many, invalidRequest when it is too large.
-    records::QueuedCommand add(StoredConnection const& connection,
-                               PlatformCommand const& command,
-                               std::string id,
-                               std::string summary,
-                               std::string frame);
-    /// What has become of a command. Throws Failure: notFound, also for another connection's.
+    /// Adds a command.
+    /// frame    what the machine will get
+    /// Throws   Failure: rateLimited if the queue of the connection or of its machine is full,
+    ///          invalidRequest (tooLarge) if the frame is too large
+    StoredCommand add(StoredConnection const& connection,
+                      PlatformCommand const& command,
+                      std::string id,
+                      std::string summary,
+                      std::string frame);
+    /// Throws Failure: notFound, also for a command of another connection.
     StoredCommand state(std::string const& connectionId, std::string const& id);
-    /// Takes a command back that has not begun. Throws Failure: notFound; invalidRequest with status 409 when
-    /// it runs or has ended.
+    /// Cancels a command that has not begun.
+    /// Throws Failure: notFound; invalidRequest (wrongState) if it has begun or ended.
     StoredCommand cancel(std::string const& connectionId, std::string const& id);
 
-    void presenceTold(std::shared_ptr<MachineSession> const& session);
-    /// "queued_commands_ack": what is unknown, expired, another's or was answered before is passed over. A
-    /// yes that comes when the machine is not back any more changes nothing; a no always counts.
-    void acknowledged(std::shared_ptr<MachineSession> const& session, records::MachineEvent const& event);
-    void sessionEnded(std::shared_ptr<MachineSession> const& session);
-    /// The machine refused something since it is not ready, though its last heartbeat says otherwise: it is
-    /// back when a heartbeat says so again.
-    void machineRefused(std::shared_ptr<MachineSession> const& session);
+    void presenceChanged(std::shared_ptr<ConnectedMachine> const& machine);
+    /// "queued_commands_ack". Commands that are unknown, expired, answered already or of another connection
+    /// are ignored. While the machine is not back, a yes is ignored; a no always counts.
+    void acknowledged(std::shared_ptr<ConnectedMachine> const& machine, records::MachineEvent const& event);
+    void sessionEnded(std::shared_ptr<ConnectedMachine> const& machine);
+    /// The machine refused a command because it is not ready, although its last heartbeat says otherwise. It
+    /// is back when a heartbeat says so again.
+    void machineRefused(std::shared_ptr<ConnectedMachine> const& machine);
     /// Forgets the connection's commands.
     void connectionRevoked(std::string const& connectionId) { store.dropCommands(connectionId); }
-    /// Lets what is over end, and forgets what ended long ago.
-    void tidy();
+    /// Once a minute: ends what has expired and forgets old results.
+    void runMaintenance();
 
 private:
-    /// A machine from the moment it is back until it goes away or is not ready any more, and the time before
-    /// that. What was accepted belongs to one visit: its tasks end with it.
-    struct Visit {
-        std::shared_ptr<MachineSession> session;
-        bool back = false;
-        std::map<std::string, std::vector<std::string>> offered; ///< by connection: commands without answer
-        std::map<std::string, std::deque<std::string>> accepted; ///< by connection: commands to run
-        std::set<std::string> running;                           ///< connections
-    };
     using Commands = std::vector<StoredCommand>;
 
     void assertRoom(StoredConnection const& connection, std::size_t bytes);
-    std::shared_ptr<Visit> visitOf(std::shared_ptr<MachineSession> const& session);
-    bool goesOn(std::shared_ptr<Visit> const& visit) const;
-    void endVisit(std::shared_ptr<Visit> const& visit);
-    void offerAll(std::shared_ptr<Visit> const& visit);
-    Task<> offer(std::shared_ptr<Visit> visit, StoredConnection connection, Commands commands);
-    Task<bool> offerOnce(std::shared_ptr<Visit> visit, StoredConnection connection, Commands commands);
-    void accept(std::shared_ptr<Visit> const& visit,
-                std::string const& connectionId,
-                std::vector<std::string> const& ids);
-    Task<> runAccepted(std::shared_ptr<Visit> visit, std::string connectionId);
-    Task<> runOne(std::shared_ptr<Visit> visit, std::string id);
-    Task<> send(std::shared_ptr<Visit> visit, StoredCommand command, Duration patience);
-    Task<> tryLater(std::shared_ptr<Visit> visit, StoredCommand command);
-    Task<CommandEnd> endOf(MachineMessage reply);
-    void deny(std::string const& id);
-    void end(StoredCommand const& command, records::CommandStatus status, CommandEnd const& end);
+    void offerAll(QueueVisits::Visit const& visit);
+    Task<> offer(QueueVisits::Visit visit, StoredConnection connection, Commands commands);
+    Task<bool> offerOnce(QueueVisits::Visit visit, StoredConnection connection, Commands commands);
 
     Store& store;
-    ControlService& control;
     Clock& clock;
     Settings const& settings;
-    Executor workers;
-    std::map<std::string, std::shared_ptr<Visit>> visits; // by machine
+    Executor server;
+    QueueVisits visits;
+    QueueRunner runner;
 };
-
-/// {"commandId", "status", "expiresAt", "result"?, "error"?}, the text of a QueuedCommand.
-std::string recordText(StoredCommand const& command);
 
 } // namespace zelvo::service

@@ -3,18 +3,20 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
 #include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/control/Methods.h"
 #include "ZelvoGateway/machines/MachineReply.h"
 
 namespace zelvo::service {
 
 CommandService::CommandService(Store& store,
-                               MachineRegistry& machines,
+                               MachineDirectory& machines,
+                               ControlService& control,
+                               CommandQueue& queue,
                                Settings const& settings,
                                Clock& clock,
-                               MemoryBudget& memory,
                                Executor workers)
-    : store(store), machines(machines), settings(settings), clock(clock), memory(memory), workers(workers),
-      control(store, clock, settings), queue(store, control, clock, settings, workers)
+    : store(store), machines(machines), control(control), queue(queue), settings(settings), clock(clock),
+      workers(std::move(workers))
 {
 }
 
@@ -26,145 +28,96 @@ StoredConnection CommandService::connectionOf(std::string const& id)
     return *std::move(connection);
 }
 
-Task<HttpResponse> CommandService::run(std::string connectionId, std::string body)
+std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string const& machineId) const
 {
-    // Before the body is looked at: nobody waits for the reading of what can't be sent.
-    StoredConnection connection = connectionOf(connectionId);
-    Way way = co_await read(std::move(connection), std::move(body));
-    control.assertNotPaused(way.connection.machineId, way.agent.ref);
-    auto const session = machines.find(way.connection.machineId);
-    if (way.command.mayBeQueued() && (!session || !session->presence().isUsable()))
-        co_return enqueue(std::move(way));
-    if (!session)
+    auto machine = machines.find(machineId);
+    if (!machine)
         throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
-    co_return co_await send(std::move(way));
+    return machine;
 }
 
-Task<CommandService::Way> CommandService::read(StoredConnection connection, std::string body)
+Task<CommandOutcome> CommandService::run(std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
-    auto parsed = co_await parseOn(workers, body);
-    json::object* const object = parsed ? parsed->if_object() : nullptr;
-    if (!object)
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "The body must be a JSON object"};
-    Way way;
-    way.connection = std::move(connection);
-    way.command = readCommand(std::move(*object));
-    auto const* const params = way.command.params ? &*way.command.params : nullptr;
-    way.agent = agentOf(way.connection, way.command.agent ? &*way.command.agent : nullptr);
-    way.patience = patienceFor(params, settings.commandTimeout);
-    way.summary = summaryOf(way.command.method, params);
-    way.id = newId(way.command.mayBeQueued() ? "cmd" : "req");
-    json::value frame = frameOf(way.id, way.connection.id, way.command);
-    way.text = co_await writeOn(workers, std::move(frame), body.size());
-    co_return way;
+    StoredConnection connection = connectionOf(connectionId);
+    methods::assertForPlatforms(command.method);
+    Submission submission = co_await prepare(std::move(connection), std::move(command), bytes);
+    std::string const& machineId = submission.connection.machineId;
+    control.assertNotPaused(machineId, submission.agent.ref);
+    auto const machine = machines.find(machineId);
+    if (submission.command.mayBeQueued() && (!machine || !machine->presence().isUsable()))
+        co_return enqueue(std::move(submission));
+    onlineMachine(machineId);
+    co_return co_await send(std::move(submission));
 }
 
-Task<HttpResponse> CommandService::send(Way way)
+Task<CommandService::Submission>
+CommandService::prepare(StoredConnection connection, PlatformCommand command, std::size_t bytes)
 {
-    std::string const machineId = way.connection.machineId;
-    Instant const deadline =
-        clock.now() + (way.command.mustNotWait() ? Duration{} : settings.control.patience);
+    applyConfirmationTime(command);
+    Submission submission;
+    submission.agent = agentOf(connection, command.agentIfAny());
+    submission.patience = patienceFor(command.paramsIfAny(), settings.commandTimeout);
+    submission.summary = summaryOf(command.method, command.paramsIfAny());
+    submission.id = newId(command.mayBeQueued() ? "cmd" : "req");
+    json::value frame = frameOf(submission.id, connection.id, command);
+    submission.text = co_await writeOn(workers, std::move(frame), bytes);
+    submission.connection = std::move(connection);
+    submission.command = std::move(command);
+    co_return submission;
+}
+
+Task<CommandOutcome> CommandService::send(Submission submission)
+{
+    std::string const& connectionId = submission.connection.id;
+    std::string const& method = submission.command.method;
+    Duration const patience = submission.command.mustNotWait() ? Duration{} : settings.control.patience;
     std::optional<Failure> refused;
     std::optional<ControlService::Lease> lease;
     try {
-        lease.emplace(co_await control.acquire(way.connection, way.command.method, way.agent, deadline));
+        lease.emplace(co_await control.acquire(submission.connection, method, submission.agent,
+                                               clock.now() + patience));
     } catch (Failure const& failure) {
         refused = failure;
     }
-    // Asked again, since both may have ended meanwhile.
-    connectionOf(way.connection.id);
+    connectionOf(connectionId); // It may have been revoked during the wait.
     if (refused)
         throw *refused;
-    auto const session = machines.find(machineId);
-    if (!session)
-        throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
-    bool const mayBeKept = way.command.mayBeQueued() && way.text.size() <= settings.limits.queuedCommand;
-    std::string const kept = mayBeKept ? way.text : std::string();
-    MachineMessage reply = co_await session->call(way.id, std::move(way.text), way.patience);
-    auto const code = errorCodeOf(reply.value.get_object());
-    if (mayBeKept && code && wasNotStarted(way.command.method, *code)) {
-        // It is less ready than its last heartbeat said.
-        queue.machineRefused(session);
-        connectionOf(way.connection.id);
-        way.text = kept;
-        co_return enqueue(std::move(way));
-    }
-    co_return co_await responseOf(way.id, std::move(reply));
-}
-
-HttpResponse CommandService::enqueue(Way way)
-{
-    auto const queued = queue.add(way.connection, way.command, std::move(way.id), std::move(way.summary),
-                                  std::move(way.text));
-    return jsonResponse(202, records::toJson(queued));
-}
-
-Task<HttpResponse> CommandService::responseOf(std::string requestId, MachineMessage reply)
-{
+    auto const machine = onlineMachine(submission.connection.machineId);
+    bool const mayBeKept =
+        submission.command.mayBeQueued() && submission.text.size() <= settings.limits.queuedCommand;
+    std::string kept = mayBeKept ? submission.text : std::string();
+    MachineMessage reply =
+        co_await machine->call(submission.id, std::move(submission.text), submission.patience);
     json::object& object = reply.value.get_object();
-    if (auto const failure = failureIn(requestId, object))
+    auto const code = errorCodeOf(object);
+    if (mayBeKept && code && methods::wasNotStarted(method, *code)) {
+        queue.machineRefused(machine);
+        connectionOf(connectionId);
+        submission.text = std::move(kept);
+        co_return enqueue(std::move(submission));
+    }
+    if (auto const failure = failureIn(submission.id, object))
         throw *failure;
-    json::object answer;
-    answer.emplace("result", std::move(object.at("result")));
-    json::value value(std::move(answer));
-    HttpResponse response;
-    response.body = co_await writeOn(workers, std::move(value), reply.bytes);
-    response.memory = std::move(reply.memory);
-    co_return response;
+    co_return CommandResult{
+        .value = std::move(object.at("result")), .bytes = reply.bytes, .memory = std::move(reply.memory)};
 }
 
-HttpResponse CommandService::state(std::string const& connectionId, std::string const& commandId)
+CommandOutcome CommandService::enqueue(Submission submission)
 {
-    connectionOf(connectionId);
-    return recordResponse(queue.state(connectionId, commandId));
+    return queue.add(submission.connection, submission.command, std::move(submission.id),
+                     std::move(submission.summary), std::move(submission.text));
 }
 
-HttpResponse CommandService::cancel(std::string const& connectionId, std::string const& commandId)
+StoredCommand CommandService::state(std::string const& connectionId, std::string const& commandId)
 {
-    connectionOf(connectionId);
-    return recordResponse(queue.cancel(connectionId, commandId));
+    assertExists(connectionId);
+    return queue.state(connectionId, commandId);
 }
 
-HttpResponse CommandService::recordResponse(StoredCommand command)
+StoredCommand CommandService::cancel(std::string const& connectionId, std::string const& commandId)
 {
-    HttpResponse response;
-    response.body = recordText(command);
-    if (!memory.grow(response.memory, response.body.size()))
-        throw Failure{.code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
-    return response;
-}
-
-void CommandService::connectionRevoked(std::string const& machineId, std::string const& connectionId)
-{
-    control.connectionRevoked(machineId, connectionId);
-    queue.connectionRevoked(connectionId);
-}
-
-void CommandService::presenceTold(std::shared_ptr<MachineSession> const& session)
-{
-    control.heartbeat(session);
-    queue.presenceTold(session);
-}
-
-void CommandService::eventTold(std::shared_ptr<MachineSession> const& session,
-                               records::MachineEvent const& event)
-{
-    using records::MachineEventType;
-    auto const ref = event.data ? read::text(*event.data, "ref") : std::nullopt;
-    if (event.event == MachineEventType::agentPause && ref)
-        control.pause(session->machineId(), *ref);
-    else if (event.event == MachineEventType::agentResume && ref)
-        control.resume(session->machineId(), *ref);
-    else if (event.event == MachineEventType::queuedCommandsACK)
-        queue.acknowledged(session, event);
-}
-
-void CommandService::sessionEnded(std::shared_ptr<MachineSession> const& session)
-{
-    queue.sessionEnded(session);
-    auto const newer = machines.find(session->machineId());
-    if (!newer || newer == session) // Else it only changed its socket, and who holds goes on.
-        control.machineGone(session->machineId());
+    assertExists(connectionId);
+    return queue.cancel(connectionId, commandId);
 }
 
 } // namespace zelvo::service

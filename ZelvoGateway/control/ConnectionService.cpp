@@ -1,9 +1,8 @@
 #include "ZelvoGateway/control/ConnectionService.h"
 
+#include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/Secrets.h"
-#include "ZelvoGateway/base/Today.h"
-#include "ZelvoGateway/control/MachineView.h"
 
 namespace zelvo::service {
 
@@ -14,89 +13,105 @@ Failure noMachine()
     return {.code = ErrorCode::notFound, .message = "There is no such machine"};
 }
 
-json::object shortConnection(StoredConnection const& connection)
-{
-    return {{"id", connection.id},
-            {"endUserId", connection.endUserId},
-            {"platformName", connection.platformName},
-            {"scopes", records::toJson(connection.scopes)},
-            {"createdAt", connection.createdAt}};
-}
-
 } // namespace
 
-std::vector<records::Connection> ConnectionService::connections()
+ConnectionService::ConnectionService(Store& store,
+                                     MachineDirectory& machines,
+                                     ControlService& control,
+                                     CommandQueue& queue,
+                                     RecordingIntake& intake,
+                                     RecordingLibrary& library,
+                                     Settings const& settings,
+                                     Executor server)
+    : store(store), machines(machines), control(control), queue(queue), intake(intake), library(library),
+      settings(settings), server(std::move(server))
 {
-    std::vector<records::Connection> all;
-    for (StoredConnection const& connection : store.connections())
-        if (auto const machine = store.machine(connection.machineId))
-            all.push_back(connectionRecord(connection, *machine, machines.isOnline(machine->id)));
+}
+
+MachineState ConnectionService::stateOf(StoredMachine machine) const
+{
+    bool const online = machines.isOnline(machine.id);
+    return {.machine = std::move(machine), .online = online};
+}
+
+std::vector<ConnectionState> ConnectionService::connections()
+{
+    std::vector<ConnectionState> all;
+    for (StoredConnection& connection : store.connections())
+        if (auto machine = store.machine(connection.machineId))
+            all.push_back({.connection = std::move(connection), .machine = stateOf(*std::move(machine))});
     return all;
 }
 
-records::Machine ConnectionService::machine(std::string const& id)
+MachineState ConnectionService::machine(std::string const& id)
 {
-    auto const machine = store.machine(id);
+    auto machine = store.machine(id);
     if (!machine)
         throw noMachine();
-    return machineRecord(*machine, machines.isOnline(id));
+    return stateOf(*std::move(machine));
 }
 
-records::Connection ConnectionService::revoke(std::string const& id)
+std::vector<MachineOverview> ConnectionService::overview()
+{
+    std::vector<MachineOverview> all;
+    for (StoredMachine& machine : store.machines()) {
+        auto connections = store.connectionsOf(machine.id);
+        std::erase_if(connections, [](StoredConnection const& one) { return one.revokedAt.has_value(); });
+        all.push_back({.machine = stateOf(std::move(machine)), .connections = std::move(connections)});
+    }
+    return all;
+}
+
+Task<ConnectionState> ConnectionService::revoke(std::string id)
 {
     store.revoke(id, today());
-    auto const connection = store.connection(id);
-    auto const machine = connection ? store.machine(connection->machineId) : std::nullopt;
+    auto connection = store.connection(id);
+    auto machine = connection ? store.machine(connection->machineId) : std::nullopt;
     if (!machine)
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};
     if (auto const session = machines.find(machine->id))
-        spawn(session->executor(), [this, session] { return tellRevocations(session); });
-    return connectionRecord(*connection, *machine, machines.isOnline(machine->id));
+        reportRevocations(session);
+    ConnectionState state{.connection = *std::move(connection), .machine = stateOf(*std::move(machine))};
+    control.connectionRevoked(state.connection.machineId, id);
+    queue.connectionRevoked(id);
+    co_await intake.connectionEnded(id);
+    co_return state;
 }
 
-void ConnectionService::removeMachine(std::string const& id)
+Task<> ConnectionService::removeMachine(std::string id)
 {
+    auto recordings = library.withFilesOf(id);
     if (!store.removeMachine(id))
         throw noMachine();
     machines.reject(id);
+    control.machineRemoved(id);
+    co_await library.removeFiles(std::move(recordings));
 }
 
-Task<> ConnectionService::tellRevocations(std::shared_ptr<MachineSession> session)
+void ConnectionService::reportRevocations(std::shared_ptr<ConnectedMachine> const& machine)
 {
-    for (std::string const& connectionId : store.revocationsToTell(session->machineId()))
-        co_await tellRevocation(session, connectionId);
+    spawn(server, [this, machine] { return sendRevocations(machine); });
 }
 
-Task<> ConnectionService::tellRevocation(std::shared_ptr<MachineSession> session, std::string connectionId)
+Task<> ConnectionService::sendRevocations(std::shared_ptr<ConnectedMachine> machine)
+{
+    for (std::string const& connectionId : store.pendingRevocations(machine->machineId()))
+        co_await sendRevocation(machine, connectionId);
+}
+
+Task<> ConnectionService::sendRevocation(std::shared_ptr<ConnectedMachine> machine, std::string connectionId)
 {
     std::string const requestId = newId("req");
     json::object const frame{
         {"id", requestId}, {"method", "connection.revoke"}, {"params", {{"connectionId", connectionId}}}};
     try {
         MachineMessage const reply =
-            co_await session->call(requestId, writeJson(frame), settings.commandTimeout);
+            co_await machine->call(requestId, writeJson(frame), settings.commandTimeout);
         if (reply.value.get_object().contains("result"))
-            store.setRevocationTold(connectionId);
+            store.setRevocationDelivered(connectionId);
     } catch (Failure const&) {
-        // It is told again when the machine connects next.
+        // The machine hears of it when it connects next.
     }
-}
-
-json::object ConnectionService::overview()
-{
-    json::array list;
-    for (StoredMachine const& machine : store.machines()) {
-        json::array active;
-        for (StoredConnection const& connection : store.connectionsOf(machine.id))
-            if (!connection.revokedAt)
-                active.push_back(shortConnection(connection));
-        list.push_back({{"id", machine.id},
-                        {"name", displayName(machine)},
-                        {"kind", rawValue(machine.kind)},
-                        {"machine", records::toJson(machineRecord(machine, machines.isOnline(machine.id)))},
-                        {"connections", std::move(active)}});
-    }
-    return {{"machines", std::move(list)}};
 }
 
 } // namespace zelvo::service

@@ -1,42 +1,73 @@
 #pragma once
 
-#include "ZelvoGateway/base/Settings.h"
-#include "ZelvoGateway/machines/MachineRegistry.h"
+#include "ZelvoGateway/control/CommandQueue.h"
+#include "ZelvoGateway/control/ControlService.h"
+#include "ZelvoGateway/machines/MachineDirectory.h"
+#include "ZelvoGateway/recordings/RecordingIntake.h"
+#include "ZelvoGateway/recordings/RecordingLibrary.h"
 #include "ZelvoGateway/store/Store.h"
-#include "wire/records/ServiceMachines.h"
 
 #include <string>
 #include <vector>
 
 namespace zelvo::service {
 
-/// What platforms and the console see of machines and connections, and how they end.
+/// A machine, and whether it is connected.
+struct MachineState {
+    StoredMachine machine;
+    bool online = false;
+};
+
+/// A connection and its machine.
+struct ConnectionState {
+    StoredConnection connection;
+    MachineState machine;
+};
+
+/// A machine and its connections that are not revoked.
+struct MachineOverview {
+    MachineState machine;
+    std::vector<StoredConnection> connections = {};
+};
+
+/// Machines and their connections, and how both end.
 /// Thread: the server's. Errors: Failure.
 class ConnectionService {
 public:
-    ConnectionService(Store& store, MachineRegistry& machines, Settings const& settings)
-        : store(store), machines(machines), settings(settings)
-    {
-    }
+    ConnectionService(Store& store,
+                      MachineDirectory& machines,
+                      ControlService& control,
+                      CommandQueue& queue,
+                      RecordingIntake& intake,
+                      RecordingLibrary& library,
+                      Settings const& settings,
+                      Executor server);
 
-    std::vector<records::Connection> connections();
-    records::Machine machine(std::string const& id);
-    /// Ends a connection for good and tells the machine, now or when it connects next.
-    records::Connection revoke(std::string const& id);
-    /// Forgets a machine: its token is refused from here on, and its session ends with 4401.
-    void removeMachine(std::string const& id);
-    /// Tells a machine that has just connected of the connections that ended while it was away.
-    Task<> tellRevocations(std::shared_ptr<MachineSession> session);
-
-    /// The console's list: every machine with its name and its active connections.
-    json::object overview();
+    std::vector<ConnectionState> connections();
+    MachineState machine(std::string const& id);
+    std::vector<MachineOverview> overview();
+    /// Ends a connection for good, with its queue, its agents and its uploads. The machine hears of it now,
+    /// or when it connects next.
+    Task<ConnectionState> revoke(std::string id);
+    /// Forgets a machine and everything that belongs to it. Its session ends, and its token is refused from
+    /// now on.
+    Task<> removeMachine(std::string id);
+    /// Reports to a machine the connections that ended while it was away.
+    void reportRevocations(std::shared_ptr<ConnectedMachine> const& machine);
 
 private:
-    Task<> tellRevocation(std::shared_ptr<MachineSession> session, std::string connectionId);
+    Task<> sendRevocations(std::shared_ptr<ConnectedMachine> machine);
+    Task<> sendRevocation(std::shared_ptr<ConnectedMachine> machine, std::string connectionId);
+    MachineState stateOf(StoredMachine machine) const;
 
     Store& store;
-    MachineRegistry& machines;
+    MachineDirectory& machines;
+    ControlService& control;
+    CommandQueue& queue;
+    RecordingIntake& intake;
+    RecordingLibrary& library;
     Settings const& settings;
+    Executor server;
 };
 
 } // namespace zelvo::service

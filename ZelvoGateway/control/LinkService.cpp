@@ -1,8 +1,8 @@
 #include "ZelvoGateway/control/LinkService.h"
 
+#include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/Secrets.h"
-#include "ZelvoGateway/base/Today.h"
 #include "ZelvoGateway/base/Versions.h"
 #include "base/DateText.h"
 
@@ -14,15 +14,6 @@ namespace zelvo::service {
 namespace {
 
 constexpr std::size_t maxName = 256;
-
-std::string requiredText(json::object const& request, std::string_view key)
-{
-    auto const text = read::text(request, key);
-    if (!text)
-        throw Failure{.code = ErrorCode::invalidRequest,
-                      .message = "\"" + std::string(key) + "\" must be a text"};
-    return *text;
-}
 
 bool contains(std::vector<AgentScope> const& scopes, AgentScope scope)
 {
@@ -36,23 +27,24 @@ std::vector<AgentScope> inOrder(std::vector<AgentScope> const& scopes)
     return {each.begin(), each.end()};
 }
 
-std::vector<AgentScope> grantedScopes(json::object const& request, StoredLinkSession const& session)
+void assertGrantable(std::vector<AgentScope> const& granted, StoredLinkSession const& session)
 {
-    json::value const* const value = request.if_contains("grantedScopes");
-    auto const granted = value ? records::fromJson<std::vector<AgentScope>>(*value) : std::nullopt;
-    if (!granted)
-        throw Failure{.code = ErrorCode::invalidRequest,
-                      .message = "\"grantedScopes\" must be a list of scopes"};
-    for (AgentScope const scope : *granted)
+    for (AgentScope const scope : granted)
         if (!contains(session.scopes, scope))
             throw Failure{.code = ErrorCode::invalidRequest,
                           .message = "The scope \"" + std::string(rawValue(scope)) + "\" was not asked for"};
-    if (contains(session.scopes, AgentScope::screen) && !contains(*granted, AgentScope::screen))
+    if (contains(session.scopes, AgentScope::screen) && !contains(granted, AgentScope::screen))
         throw Failure{.code = ErrorCode::invalidRequest, .message = "A link needs the scope \"screen\""};
-    return inOrder(*granted);
 }
 
 } // namespace
+
+records::EndUser LinkService::addEndUser(records::CreateEndUserRequest const& request)
+{
+    if (request.externalId.empty())
+        throw Failure{.code = ErrorCode::invalidRequest, .message = "\"externalId\" must not be empty"};
+    return store.addEndUser(request, today());
+}
 
 records::LinkSession LinkService::createSession(records::CreateLinkSessionRequest const& request)
 {
@@ -62,21 +54,19 @@ records::LinkSession LinkService::createSession(records::CreateLinkSessionReques
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "\"scopes\" must name at least one scope"};
     store.forgetExpired(today());
-    records::CreateLinkSessionRequest tidy = request;
-    tidy.scopes = inOrder(request.scopes);
     std::string const code = newSecret();
-    Date const expiresAt =
-        today() + std::chrono::duration_cast<std::chrono::microseconds>(settings.linkLifetime);
-    StoredLinkSession const session = store.addLinkSession(tidy, code, expiresAt);
+    Date const expiresAt = today() + dateSpan(settings.linkLifetime);
+    StoredLinkSession const session =
+        store.addLinkSession(request.endUserId, inOrder(request.scopes), code, expiresAt);
     return {.code = code,
             .expiresAt = dates::iso8601(expiresAt),
             .id = session.id,
             .url = "zelvo://link?token=" + code};
 }
 
-StoredLinkSession LinkService::openSession(json::object const& request)
+StoredLinkSession LinkService::openSession(std::string const& code)
 {
-    auto const session = store.linkSessionOfCode(requiredText(request, "token"));
+    auto const session = store.linkSessionOfCode(code);
     if (!session)
         throw Failure{.code = ErrorCode::notFound, .message = "This link is not known"};
     if (session->used)
@@ -86,52 +76,48 @@ StoredLinkSession LinkService::openSession(json::object const& request)
     return *session;
 }
 
-MachineWithToken LinkService::machineFor(StoredLinkSession const& session, json::object const& request)
+MachineWithToken LinkService::machineFor(StoredLinkSession const& session,
+                                         std::optional<std::string> const& machineToken)
 {
-    if (auto const token = read::text(request, "machineToken"))
-        if (auto const known = store.machineOfToken(*token))
+    if (machineToken)
+        if (auto const known = store.machineOfToken(*machineToken))
             return {known->id, ""};
-    // A second try of the same link takes the machine of the first, so that links cannot fill the store.
+    // Resolving a link again reuses its machine, so that one link can't fill the store with machines.
     if (session.machineId && store.connectionsOf(*session.machineId).empty())
         return {*session.machineId, store.replaceToken(*session.machineId)};
     return store.addMachine(AgentMode::connected, today());
 }
 
-json::object LinkService::resolve(json::object const& request)
+LinkOffer LinkService::resolve(LinkResolution const& resolution)
 {
-    StoredLinkSession const session = openSession(request);
-    if (isVersionBelow(read::text(request, "appVersion").value_or(""), settings.minimumAppVersion))
+    StoredLinkSession const session = openSession(resolution.code);
+    if (isVersionBelow(resolution.appVersion, settings.minimumAppVersion))
         throw Failure{.code = ErrorCode::appUpdateRequired,
                       .message = "A newer version of the app is needed"};
-    MachineWithToken const machine = machineFor(session, request);
+    MachineWithToken machine = machineFor(session, resolution.machineToken);
     store.setResolvedMachine(session.id, machine.machineId);
-    json::object answer;
-    answer["platform"] = json::object{{"name", settings.platformName}, {"isPersonal", settings.personal}};
-    answer["requestedScopes"] = records::toJson(session.scopes);
-    answer["machineId"] = machine.machineId;
-    if (!machine.token.empty())
-        answer["machineToken"] = machine.token;
-    return answer;
+    return {.scopes = session.scopes, .machine = std::move(machine)};
 }
 
-json::object LinkService::complete(json::object const& request)
+std::string LinkService::complete(LinkCompletion const& completion)
 {
-    StoredLinkSession const session = openSession(request);
-    auto const machine = store.machineOfToken(requiredText(request, "machineToken"));
+    StoredLinkSession const session = openSession(completion.code);
+    auto const machine = store.machineOfToken(completion.machineToken);
     if (!machine)
         throw Failure{.code = ErrorCode::unauthorized, .message = "The machine token is not known"};
     if (session.machineId != machine->id)
         throw Failure{.code = ErrorCode::forbidden, .message = "This link was opened by another machine"};
+    assertGrantable(completion.grantedScopes, session);
     StoredConnection const connection{.id = newId("con"),
                                       .machineId = machine->id,
                                       .endUserId = session.endUserId,
                                       .kind = machine->kind,
-                                      .scopes = grantedScopes(request, session),
+                                      .scopes = inOrder(completion.grantedScopes),
                                       .platformName = settings.platformName,
                                       .createdAt = dates::iso8601(today())};
     if (!store.finishLinkSession(session.id, connection))
         throw Failure{.code = ErrorCode::linkSessionExpired, .message = "This link was used already"};
-    return {{"connectionId", connection.id}};
+    return connection.id;
 }
 
 LinkService::Provisioned LinkService::provision(std::string const& endUserId)

@@ -2,25 +2,48 @@
 
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/store/Store.h"
-#include "wire/Json.h"
 #include "wire/records/ServiceLinking.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace zelvo::service {
 
-/// Joins machines to this platform: a platform makes a link session, its one-time code reaches a person as a
-/// link, the person's agent resolves the code and, when the person agrees, completes it. Thread: the
-/// server's. Errors: Failure.
+/// What an agent sends to resolve a link.
+struct LinkResolution {
+    std::string code;
+    std::string appVersion = {};
+    std::optional<std::string> machineToken = {}; ///< of an earlier link
+};
+
+/// What a person is asked to agree to.
+struct LinkOffer {
+    std::vector<AgentScope> scopes; ///< that the platform asks for
+    MachineWithToken machine;       ///< an empty token means that the agent's own is still valid
+};
+
+/// What an agent sends once the person has agreed.
+struct LinkCompletion {
+    std::string code;
+    std::string machineToken;
+    std::vector<AgentScope> grantedScopes;
+};
+
+/// Joins machines to this platform: a platform creates a link session, its one-time code reaches a person as
+/// a link, the person's agent resolves the code and, if the person agrees, completes it.
+/// Thread: the server's. Errors: Failure.
 class LinkService {
 public:
     LinkService(Store& store, Settings const& settings) : store(store), settings(settings) {}
 
+    /// Adds an end user, or updates the one with the same external id.
+    records::EndUser addEndUser(records::CreateEndUserRequest const& request);
     records::LinkSession createSession(records::CreateLinkSessionRequest const& request);
-
-    /// The agent's call: {"token", "appVersion", "macosVersion", "machineToken"?}. The answer holds a
-    /// "machineToken" only when the agent's own can't be used.
-    json::object resolve(json::object const& request);
-    /// {"token", "machineToken", "grantedScopes"} gives {"connectionId"}. Works once a session.
-    json::object complete(json::object const& request);
+    /// Can be repeated until the link is completed.
+    LinkOffer resolve(LinkResolution const& resolution);
+    /// Returns the id of the new connection. Works once for each link.
+    std::string complete(LinkCompletion const& completion);
 
     /// A machine without a person, and its connection with all scopes.
     struct Provisioned {
@@ -30,8 +53,9 @@ public:
     Provisioned provision(std::string const& endUserId);
 
 private:
-    StoredLinkSession openSession(json::object const& request);
-    MachineWithToken machineFor(StoredLinkSession const& session, json::object const& request);
+    StoredLinkSession openSession(std::string const& code);
+    MachineWithToken machineFor(StoredLinkSession const& session,
+                                std::optional<std::string> const& machineToken);
 
     Store& store;
     Settings const& settings;

@@ -14,19 +14,20 @@ records::ReportedAvailability reported(Availability availability)
 
 } // namespace
 
-records::Machine machineRecord(StoredMachine const& machine, bool online)
+records::Machine machineRecord(MachineState const& state)
 {
+    StoredMachine const& machine = state.machine;
     records::Machine record;
     record.availability = records::ReportedAvailability::unknown;
     record.lastSeenAt = machine.lastSeenAt;
-    record.online = online;
-    record.os = records::MachineOS::linux; // A heartbeat need not say; the agent for Linux does not.
+    record.online = state.online;
+    record.os = records::MachineOS::linux; // The default: an agent for Linux does not report it.
     record.paused = machine.paused;
     if (!machine.heartbeat)
         return record;
     records::Heartbeat const& heartbeat = *machine.heartbeat;
     record.appVersion = heartbeat.appVersion;
-    if (online)
+    if (state.online)
         record.availability = reported(heartbeat.availability);
     record.display = heartbeat.display;
     record.hiddenAppCount = heartbeat.hiddenAppCount;
@@ -36,15 +37,16 @@ records::Machine machineRecord(StoredMachine const& machine, bool online)
     return record;
 }
 
-records::Connection
-connectionRecord(StoredConnection const& connection, StoredMachine const& machine, bool online)
+records::Connection connectionRecord(ConnectionState const& state)
 {
+    StoredConnection const& connection = state.connection;
+    StoredMachine const& machine = state.machine.machine;
     records::Connection record;
     record.createdAt = connection.createdAt;
     record.endUserId = connection.endUserId;
     record.id = connection.id;
     record.kind = connection.kind;
-    record.machine = machineRecord(machine, online);
+    record.machine = machineRecord(state.machine);
     record.machineId = connection.machineId;
     record.revokedAt = connection.revokedAt;
     record.scopes = connection.scopes;

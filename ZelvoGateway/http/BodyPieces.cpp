@@ -1,6 +1,6 @@
 #include "ZelvoGateway/http/BodyPieces.h"
 
-#include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/http/HttpError.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -26,7 +26,7 @@ BodyPieces::BodyPieces(boost::beast::tcp_stream& stream,
     : stream(stream), buffer(buffer), limits(limits), parser(std::move(head)),
       end(Time::now() + limits.bodyTime), room(size)
 {
-    parser.body_limit(boost::none); // Judged by the head, and by who takes it.
+    parser.body_limit(boost::none); // Checked with the head, and by the sink.
 }
 
 Task<std::string_view> BodyPieces::next()
@@ -38,7 +38,7 @@ Task<std::string_view> BodyPieces::next()
         stream.expires_at(std::min(end, Time::now() + limits.bodyIdle));
         auto const [error, count] = co_await http::async_read_some(stream, buffer, parser, asTuple);
         if (error && error != http::error::need_buffer)
-            throw Failure{.code = ErrorCode::invalidRequest, .message = "The body could not be read"};
+            throw badRequest("The body could not be read");
     }
     co_return std::string_view(room.data(), room.size() - body.size);
 }

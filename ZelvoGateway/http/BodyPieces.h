@@ -15,7 +15,7 @@
 
 namespace zelvo::service {
 
-/// Reads the body of a request, one piece after the other. What it is made with must outlive it.
+/// Reads the body of a request in pieces. What it is made with must outlive it.
 class BodyPieces {
 public:
     using HeadParser = boost::beast::http::request_parser<boost::beast::http::empty_body>;
@@ -27,8 +27,8 @@ public:
                HeadParser&& head,
                Limits const& limits);
 
-    /// The next piece, good until the next call; empty at the end. Throws Failure when the body breaks off or
-    /// is too slow.
+    /// The next piece, valid until the next call; empty at the end. Throws HttpError if the body breaks off
+    /// or is too slow.
     Task<std::string_view> next();
     bool keepAlive() const { return parser.get().keep_alive(); }
 

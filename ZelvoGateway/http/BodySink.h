@@ -7,15 +7,16 @@
 
 namespace zelvo::service {
 
-/// Takes a body piece by piece as it comes, where it is too large for memory. One that goes before finish()
-/// was called leaves nothing behind. Thread: the server's. Errors: Failure.
-/// Made by: RecordingIntake.
+/// Takes a body that is too large for memory, in pieces. Destroying it before finish() must leave nothing
+/// behind.
+/// Thread: the server's. Errors: HttpError.
+/// Made by: api/UploadBody.
 class BodySink {
 public:
     virtual ~BodySink() = default;
-    /// The next piece, which lives until this is done.
+    /// Takes the next piece, which lives until this returns.
     virtual Task<> take(std::string_view piece) = 0;
-    /// The body came whole.
+    /// The body is complete; returns the answer.
     virtual Task<HttpResponse> finish() = 0;
 };
 

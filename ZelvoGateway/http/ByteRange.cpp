@@ -12,7 +12,7 @@ namespace zelvo::service {
 
 namespace {
 
-/// Digits only. A number that is too large is the largest: it lies behind every end.
+/// Digits only. A number that is too large becomes the largest one, which is after every end.
 std::optional<std::uint64_t> number(std::string_view text)
 {
     bool const digits =

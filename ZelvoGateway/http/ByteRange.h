@@ -5,7 +5,7 @@
 
 namespace zelvo::service {
 
-/// What of a body a request asks for.
+/// The part of a body that a request asks for.
 struct ByteRange {
     enum class Kind {
         whole,   ///< all of it, 200
@@ -17,8 +17,8 @@ struct ByteRange {
     std::uint64_t length = 0;
 };
 
-/// Reads a "Range" header for a body of `size` bytes. As the standard has it, a header that can't be read
-/// asks for the whole; so does one with several ranges, which a player never sends.
+/// Reads a "Range" header for a body of `size` bytes. A header that can't be read means the whole body, as
+/// the standard says; so does one with several ranges, which no player sends.
 ByteRange byteRange(std::string_view header, std::uint64_t size);
 
 } // namespace zelvo::service

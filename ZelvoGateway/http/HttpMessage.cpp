@@ -1,6 +1,6 @@
 #include "ZelvoGateway/http/HttpMessage.h"
 
-#include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/http/HttpError.h"
 
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
@@ -36,7 +36,7 @@ json::object objectOf(std::string const& body)
 {
     auto parsed = parseJson(body);
     if (!parsed || !parsed->is_object())
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "The body must be a JSON object"};
+        throw badRequest("The body must be a JSON object");
     return std::move(parsed->get_object());
 }
 

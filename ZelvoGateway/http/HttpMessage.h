@@ -1,7 +1,7 @@
 #pragma once
 
+#include "ZelvoGateway/base/ByteSource.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
-#include "ZelvoGateway/recordings/OpenFile.h"
 #include "wire/Json.h"
 
 #include <map>
@@ -13,7 +13,7 @@
 
 namespace zelvo::service {
 
-/// An HTTP request, free of the library that read it.
+/// An HTTP request, without types of the library that read it.
 struct HttpRequest {
     std::string method;
     std::vector<std::string> path; ///< decoded segments: "/v1/machines/m" is {"v1", "machines", "m"}
@@ -22,7 +22,7 @@ struct HttpRequest {
     std::string localAddress;                        ///< the address that the client reached, without port
     std::string body;
 
-    /// The header's value; empty when it is missing.
+    /// The header's value; empty if it is missing.
     std::string header(std::string const& name) const;
     std::string queryItem(std::string const& name) const;
 };
@@ -32,16 +32,16 @@ struct HttpResponse {
     std::string contentType = "application/json";
     std::string body = {};
     std::vector<std::pair<std::string, std::string>> headers = {};
-    MemoryBudget::Lease memory = {};   ///< held until the body was sent
-    std::optional<FilePart> file = {}; ///< sent instead of the body
+    MemoryBudget::Lease memory = {};           ///< held until the body is sent
+    std::optional<ByteSourcePart> source = {}; ///< sent instead of `body`
 };
 
 HttpResponse jsonResponse(int status, json::value const& value);
 
-/// The body of a request, which must be a JSON object. Throws Failure.
+/// The body of a request, which must be a JSON object. Throws HttpError.
 json::object objectOf(std::string const& body);
 
-/// Takes the target of a request apart; false when it is no path with an optional query.
+/// Splits the target of a request into `path` and `query`; false if it is not a path with an optional query.
 bool readTarget(std::string_view target, HttpRequest& request);
 
 } // namespace zelvo::service

@@ -1,20 +1,15 @@
 #include "ZelvoGateway/http/HttpSession.h"
 
-#include "ZelvoGateway/api/Api.h"
-#include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/http/BodyPieces.h"
 #include "ZelvoGateway/http/BodySink.h"
+#include "ZelvoGateway/http/HttpError.h"
+#include "ZelvoGateway/http/RequestReader.h"
 #include "ZelvoGateway/http/ResponseWriter.h"
-#include "ZelvoGateway/machines/MachineRegistry.h"
-#include "ZelvoGateway/machines/MachineSocket.h"
+#include "ZelvoGateway/http/Upgrade.h"
 #include "base/Text.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/read.hpp>
-#include <boost/beast/http/string_body.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
@@ -24,67 +19,76 @@ namespace {
 
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
-using Time = std::chrono::steady_clock;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr std::size_t readBuffer = 128_KiB;
-constexpr std::size_t lingerBytes = 256_MiB;
-constexpr Duration lingerTime = 15s;
+
+HttpError tooBusy(std::string message)
+{
+    return {.status = 429, .code = ErrorCode::rateLimited, .message = std::move(message)};
+}
+
+HttpError tooLarge()
+{
+    return {.status = 413, .code = ErrorCode::invalidRequest, .message = "The body is too large"};
+}
+
+/// Runs a step that may refuse the request; returns why, or nullopt.
+template <class Step>
+std::optional<HttpError> refusalOf(Step const& step)
+{
+    try {
+        step();
+    } catch (HttpError const& error) {
+        return error;
+    } catch (std::exception const& error) {
+        return internalError(error);
+    }
+    return std::nullopt;
+}
 
 class BeastHttpSession final : public HttpSession {
 public:
-    BeastHttpSession(asio::ip::tcp::socket socket, ServerParts& parts)
-        : parts(parts), stream(std::move(socket))
+    BeastHttpSession(asio::ip::tcp::socket socket, SessionParts& parts)
+        : parts(parts), stream(std::move(socket)), reader(stream, buffer, parts.limits)
     {
     }
 
     Task<> serve() override;
-    void drop() override;
+    void drop() override { stream.close(); }
 
 private:
-    // Each task that reads with one keeps it.
-    using HeadParser = std::shared_ptr<http::request_parser<http::empty_body>>;
-    using BodyParser = std::shared_ptr<http::request_parser<http::string_body>>;
+    using HeadParser = RequestReader::HeadParser;
+    using BodyParser = RequestReader::BodyParser;
 
-    /// A request that was let in.
+    /// A request on its way through the session.
     struct Entry {
-        Api::Admission admission;
+        HttpRequest request;
+        Admission admission;
         MemoryBudget::Lease memory;
-        std::shared_ptr<BodySink> sink; ///< takes the body piece by piece; null when it is read whole
+        std::shared_ptr<BodySink> sink; ///< takes the body in pieces; null if it is read whole
+        Upgrade upgrade;                ///< takes the connection over; empty for other requests
     };
 
     Task<bool> serveOne(bool first);
-    Task<boost::system::error_code> readHead(HeadParser parser, bool first);
     Task<bool> serveBadHead(boost::system::error_code error);
-    Entry letIn(HeadParser const& head, HttpRequest const& request);
-    Task<bool> serveRequest(HeadParser headParser, HttpRequest request);
-    Task<bool> receive(HeadParser headParser, HttpRequest request, std::shared_ptr<BodySink> sink);
-    Task<> goOn(HeadParser headParser, HttpRequest const* request);
-    Task<bool> refuse(Failure failure, HttpRequest head);
-    Task<> serveMachine(HeadParser parser, HttpRequest head);
-    Task<boost::system::error_code> readBody(BodyParser parser);
+    void admit(HeadParser const& head, Entry& entry);
+    void admitBody(HeadParser const& head, Entry& entry);
+    Task<bool> serveRequest(HeadParser headParser, Entry entry);
+    Task<bool> receive(HeadParser headParser, std::shared_ptr<BodySink> sink);
+    Task<> sendContinue(HeadParser headParser, HttpRequest const* request);
+    Task<HttpResponse> answer(Entry entry);
+    Task<bool> refuse(HttpError error);
+    void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
-    Task<> linger();
     std::string localAddress() const;
 
-    ServerParts& parts;
+    SessionParts& parts;
     beast::tcp_stream stream;
     beast::flat_buffer buffer{readBuffer};
-    bool headOnly = false; // The request under way is a HEAD.
+    RequestReader reader;
+    bool headOnly = false; // The present request is a HEAD.
 };
-
-HttpRequest headOf(http::request<http::empty_body> const& message, std::string localAddress)
-{
-    HttpRequest request;
-    request.method = message.method_string();
-    request.localAddress = std::move(localAddress);
-    for (auto const& field : message)
-        request.headers.emplace(text::lowercased(std::string(field.name_string())),
-                                std::string(field.value()));
-    if (!readTarget(message.target(), request))
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "The request's target is no path"};
-    return request;
-}
 
 Task<> BeastHttpSession::serve()
 {
@@ -96,46 +100,21 @@ Task<> BeastHttpSession::serve()
     }
 }
 
-/// False when the connection is over.
+/// False if the connection is over.
 Task<bool> BeastHttpSession::serveOne(bool first)
 {
     auto const parser = std::make_shared<HeadParser::element_type>();
-    if (auto const error = co_await readHead(parser, first))
+    if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
-    std::optional<HttpRequest> head;
-    std::optional<Failure> failure;
-    bool machine = false;
-    try {
-        head = headOf(parser->get(), localAddress());
-        machine = beast::websocket::is_upgrade(parser->get()) &&
-                  head->path == std::vector<std::string>{"machines", "connect"};
-    } catch (Failure const& thrown) {
-        failure = thrown;
-    }
-    if (failure)
-        co_return co_await refuse(*std::move(failure), {});
-    if (machine) {
-        co_await serveMachine(parser, *std::move(head));
+    Entry entry;
+    auto refusal = refusalOf([&] { admit(parser, entry); });
+    if (refusal)
+        co_return co_await refuse(*std::move(refusal));
+    if (entry.upgrade) {
+        handOver(parser, std::move(entry.upgrade));
         co_return false;
     }
-    co_return co_await serveRequest(parser, *std::move(head));
-}
-
-Task<boost::system::error_code> BeastHttpSession::readHead(HeadParser parser, bool first)
-{
-    parser->header_limit(static_cast<std::uint32_t>(parts.settings.limits.requestHeader));
-    parser->body_limit(boost::none); // Judged when it is known whose request this is.
-    if (!first && buffer.size() == 0) {
-        // Only the wait for the next request may be long, not the request.
-        stream.expires_after(parts.settings.limits.idle);
-        auto const [error, count] = co_await stream.async_read_some(buffer.prepare(4_KiB), asTuple);
-        if (error)
-            co_return error;
-        buffer.commit(count);
-    }
-    stream.expires_after(parts.settings.limits.header);
-    auto const [error, count] = co_await http::async_read_header(stream, buffer, *parser, asTuple);
-    co_return error;
+    co_return co_await serveRequest(parser, std::move(entry));
 }
 
 Task<bool> BeastHttpSession::serveBadHead(boost::system::error_code error)
@@ -143,81 +122,90 @@ Task<bool> BeastHttpSession::serveBadHead(boost::system::error_code error)
     static auto const& httpErrors = http::make_error_code(http::error::bad_method).category();
     if (error.category() != httpErrors || error == http::error::end_of_stream ||
         error == http::error::partial_message)
-        co_return false; // Gone, or too slow.
-    bool const tooLong = error == http::error::header_limit || error == http::error::buffer_overflow;
-    Failure failure{.code = ErrorCode::invalidRequest, .message = "This is no HTTP request", .status = 400};
-    if (tooLong) {
-        failure.message = "The head of the request is too long";
-        failure.status = 431;
+        co_return false; // The client has gone, or was too slow.
+    HttpError refusal = badRequest("This is no HTTP request");
+    if (error == http::error::header_limit || error == http::error::buffer_overflow) {
+        refusal.message = "The head of the request is too long";
+        refusal.status = 431;
     }
-    co_return co_await refuse(std::move(failure), {});
+    co_return co_await refuse(std::move(refusal));
 }
 
-Task<bool> BeastHttpSession::refuse(Failure failure, HttpRequest head)
+Task<bool> BeastHttpSession::refuse(HttpError error)
 {
-    // The body was not read, so the connection can't be used for another request.
-    HttpResponse response = parts.api.failed(failure, head);
+    // The body is still unread, so the connection can't be used for another request.
+    HttpResponse response = errorResponse(error);
     co_await write(std::move(response), false);
-    co_await linger();
+    co_await reader.drain(&parts.stopping);
     co_return false;
 }
 
-/// Judges a request by its head. Throws Failure.
-BeastHttpSession::Entry BeastHttpSession::letIn(HeadParser const& head, HttpRequest const& request)
+/// Decides by the head alone, before a byte of the body is read. Throws HttpError.
+void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
 {
-    Entry entry;
-    entry.admission = parts.api.admit(request);
-    bool const inPieces = entry.admission.route->receiver != nullptr;
-    auto const length = head->content_length();
-    if (!inPieces && length && *length > entry.admission.bodyLimit)
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "The body is too large", .status = 413};
-    std::size_t atMost = head->chunked() ? entry.admission.bodyLimit : 0;
-    if (length)
-        atMost = inPieces ? BodyPieces::size : static_cast<std::size_t>(*length);
-    if (!parts.memory.grow(entry.memory, atMost))
-        throw Failure{.code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
-    entry.sink = parts.api.receiverOf(entry.admission, request);
-    return entry;
+    entry.request = headOf(head->get(), localAddress());
+    headOnly = entry.request.method == "HEAD";
+    entry.admission = parts.routes.admit(entry.request);
+    Route const& route = *entry.admission.route;
+    if (!route.upgrade || !beast::websocket::is_upgrade(head->get())) {
+        admitBody(head, entry);
+        return;
+    }
+    entry.upgrade = route.upgrade(entry.request);
+    if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
+        throw badRequest("Frames may only follow the answer");
 }
 
-Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, HttpRequest request)
+void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
 {
-    std::optional<Failure> refused;
-    Entry entry;
-    headOnly = request.method == "HEAD";
-    try {
-        entry = letIn(headParser, request);
-    } catch (Failure const& failure) {
-        refused = failure;
-    } catch (std::exception const& error) {
-        refused = internalFailure(error);
-    }
-    if (refused)
-        co_return co_await refuse(*std::move(refused), std::move(request));
+    Route const& route = *entry.admission.route;
+    auto const length = head->content_length();
+    if (!route.receive && length && *length > route.maxBody)
+        throw tooLarge();
+    std::size_t bytes = head->chunked() ? route.maxBody : 0;
+    if (length)
+        bytes = route.receive ? BodyPieces::size : static_cast<std::size_t>(*length);
+    if (!parts.memory.grow(entry.memory, bytes))
+        throw tooBusy("Too many large bodies at this time");
+    if (route.receive)
+        entry.sink = route.receive(entry.request, entry.admission.ids);
+}
 
-    co_await goOn(headParser, &request);
+Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
+{
+    co_await sendContinue(headParser, &entry.request);
     if (entry.sink)
-        co_return co_await receive(headParser, std::move(request), std::move(entry.sink));
+        co_return co_await receive(headParser, std::move(entry.sink));
     auto const parser = std::make_shared<BodyParser::element_type>(std::move(*headParser));
-    parser->body_limit(entry.admission.bodyLimit);
-    if (auto const error = co_await readBody(parser)) {
-        bool const tooLarge = error == http::error::body_limit;
-        Failure failure{.code = ErrorCode::invalidRequest,
-                        .message = tooLarge ? "The body is too large" : "The body could not be read",
-                        .status = tooLarge ? 413 : 400};
-        co_return co_await refuse(std::move(failure), std::move(request));
+    parser->body_limit(entry.admission.route->maxBody);
+    if (auto const error = co_await reader.readBody(parser)) {
+        HttpError refusal =
+            error == http::error::body_limit ? tooLarge() : badRequest("The body could not be read");
+        co_return co_await refuse(std::move(refusal));
     }
     bool const keepAlive = parser->get().keep_alive();
-    request.body = std::move(parser->get().body());
-    HttpResponse response = co_await parts.api.answer(std::move(entry.admission), std::move(request));
-    if (response.file && !parts.memory.grow(response.memory, ResponseWriter::filePiece)) {
-        Failure const failure{.code = ErrorCode::rateLimited, .message = "Too many films are read"};
-        response = parts.api.failed(failure, {});
-    }
+    entry.request.body = std::move(parser->get().body());
+    // Held until the answer is sent, like the request's memory before.
+    MemoryBudget::Lease const memory = std::move(entry.memory);
+    HttpResponse response = co_await answer(std::move(entry));
+    if (response.source && !parts.memory.grow(response.memory, ResponseWriter::sourcePiece))
+        response = errorResponse(tooBusy("Too many films are read"));
     co_return co_await write(std::move(response), keepAlive);
 }
 
-Task<> BeastHttpSession::goOn(HeadParser headParser, HttpRequest const* request)
+Task<HttpResponse> BeastHttpSession::answer(Entry entry)
+{
+    auto const& answer = entry.admission.route->answer;
+    try {
+        co_return co_await answer(std::move(entry.request), std::move(entry.admission.ids));
+    } catch (HttpError const& error) {
+        co_return errorResponse(error);
+    } catch (std::exception const& error) {
+        co_return errorResponse(internalError(error));
+    }
+}
+
+Task<> BeastHttpSession::sendContinue(HeadParser headParser, HttpRequest const* request)
 {
     if (!text::equalIgnoringCase(request->header("expect"), "100-continue"))
         co_return;
@@ -225,40 +213,24 @@ Task<> BeastHttpSession::goOn(HeadParser headParser, HttpRequest const* request)
     co_await http::async_write(stream, message, asTuple);
 }
 
-/// A body that is taken piece by piece.
-Task<bool>
-BeastHttpSession::receive(HeadParser headParser, HttpRequest request, std::shared_ptr<BodySink> sink)
+Task<bool> BeastHttpSession::receive(HeadParser headParser, std::shared_ptr<BodySink> sink)
 {
-    BodyPieces pieces(stream, buffer, std::move(*headParser), parts.settings.limits);
-    std::optional<Failure> failure;
+    BodyPieces pieces(stream, buffer, std::move(*headParser), parts.limits);
+    std::optional<HttpError> refusal;
     HttpResponse response;
     try {
         for (auto piece = co_await pieces.next(); !piece.empty(); piece = co_await pieces.next())
             co_await sink->take(piece);
         response = co_await sink->finish();
-    } catch (Failure const& thrown) {
-        failure = thrown;
+    } catch (HttpError const& error) {
+        refusal = error;
     } catch (std::exception const& error) {
-        failure = internalFailure(error);
+        refusal = internalError(error);
     }
-    sink.reset(); // What it leaves behind is gone before the sender hears of it.
-    if (failure)
-        co_return co_await refuse(*std::move(failure), std::move(request));
+    sink.reset(); // The sender must not hear of it before everything is cleaned up.
+    if (refusal)
+        co_return co_await refuse(*std::move(refusal));
     co_return co_await write(std::move(response), pieces.keepAlive());
-}
-
-Task<boost::system::error_code> BeastHttpSession::readBody(BodyParser parser)
-{
-    Limits const& limits = parts.settings.limits;
-    bool const small = parser->content_length() && *parser->content_length() <= limits.smallBody;
-    auto const end = Time::now() + (small ? limits.smallBodyTime : limits.bodyTime);
-    while (!parser->is_done()) {
-        stream.expires_at(std::min(end, Time::now() + limits.bodyIdle));
-        auto const [error, count] = co_await http::async_read_some(stream, buffer, *parser, asTuple);
-        if (error)
-            co_return error;
-    }
-    co_return boost::system::error_code();
 }
 
 Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
@@ -268,44 +240,12 @@ Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
     co_return co_await writer.write(std::move(response), keepAlive && !parts.stopping, whole);
 }
 
-/// Takes in what the client still sends, so that it gets to read the answer before the connection breaks.
-Task<> BeastHttpSession::linger()
+/// In a separate task: this session ends now, and makes room for another.
+void BeastHttpSession::handOver(HeadParser const& parser, Upgrade upgrade)
 {
-    boost::system::error_code ignored;
-    stream.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-    stream.expires_after(lingerTime);
-    std::vector<char> waste(64_KiB);
-    for (std::size_t taken = 0; taken < lingerBytes && !parts.stopping;) {
-        auto const [error, count] = co_await stream.async_read_some(asio::buffer(waste), asTuple);
-        if (error)
-            co_return;
-        taken += count;
-    }
-}
-
-Task<> BeastHttpSession::serveMachine(HeadParser parser, HttpRequest head)
-{
-    std::optional<Failure> refused;
-    StoredMachine machine;
-    try {
-        machine = parts.api.admitMachine(head);
-        if (parts.machines.count() >= parts.settings.limits.machines && !parts.machines.isOnline(machine.id))
-            throw Failure{
-                .code = ErrorCode::rateLimited, .message = "Too many machines are connected", .status = 503};
-        if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
-            throw Failure{.code = ErrorCode::invalidRequest, .message = "Frames may only follow the answer"};
-    } catch (Failure const& failure) {
-        refused = failure;
-    }
-    if (refused) {
-        co_await refuse(*std::move(refused), std::move(head));
-        co_return;
-    }
-    auto request = parser->release();
-    auto const socket = std::make_shared<MachineSocket>(std::move(stream), parts);
-    // A task of its own: this session ends here and makes room for another.
-    spawn(socket->executor(),
-          [socket, request = std::move(request), id = machine.id] { return socket->serve(request, id); });
+    auto const connection = std::make_shared<UpgradedConnection>(std::move(stream), parser->release());
+    spawn(connection->stream.get_executor(),
+          [connection, upgrade = std::move(upgrade)] { return upgrade(connection); });
 }
 
 std::string BeastHttpSession::localAddress() const
@@ -315,14 +255,9 @@ std::string BeastHttpSession::localAddress() const
     return endpoint.address().to_string();
 }
 
-void BeastHttpSession::drop()
-{
-    stream.close();
-}
-
 } // namespace
 
-std::shared_ptr<HttpSession> HttpSession::create(asio::ip::tcp::socket socket, ServerParts& parts)
+std::shared_ptr<HttpSession> HttpSession::create(asio::ip::tcp::socket socket, SessionParts& parts)
 {
     return std::make_shared<BeastHttpSession>(std::move(socket), parts);
 }

@@ -2,8 +2,7 @@
 
 #include "ZelvoGateway/base/MemoryBudget.h"
 #include "ZelvoGateway/base/Settings.h"
-#include "ZelvoGateway/http/HttpMessage.h"
-#include "ZelvoGateway/store/Store.h"
+#include "ZelvoGateway/http/Routes.h"
 #include "base/Task.h"
 
 #include <boost/asio/ip/tcp.hpp>
@@ -12,28 +11,23 @@
 
 namespace zelvo::service {
 
-class Api;
-class MachineRegistry;
-
 /// What the sessions of one server share.
-struct ServerParts {
-    Settings const& settings;
-    Store& store;
-    MachineRegistry& machines;
-    Api& api;
+struct SessionParts {
+    Limits const& limits;
+    Routes const& routes;
     MemoryBudget& memory;
     Executor workers;
     bool stopping = false;
 };
 
-/// One HTTP connection: reads requests within the limits, answers them, and hands the socket on when a
-/// machine connects. Thread: the server's.
+/// One HTTP connection: reads requests within the limits, answers them, and hands the socket over if one of
+/// them becomes a WebSocket. Thread: the server's.
 class HttpSession : public std::enable_shared_from_this<HttpSession> {
 public:
-    static std::shared_ptr<HttpSession> create(asio::ip::tcp::socket socket, ServerParts& parts);
+    static std::shared_ptr<HttpSession> create(asio::ip::tcp::socket socket, SessionParts& parts);
     virtual ~HttpSession() = default;
 
-    /// Serves until the end of the connection, or until a machine took it over.
+    /// Serves until the connection ends or is handed over.
     virtual Task<> serve() = 0;
     /// Ends the connection at once.
     virtual void drop() = 0;

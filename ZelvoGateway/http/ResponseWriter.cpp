@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <iostream>
 #include <span>
-#include <system_error>
+#include <stdexcept>
 #include <vector>
 
 namespace zelvo::service {
@@ -24,9 +24,9 @@ namespace {
 namespace http = boost::beast::http;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
-constexpr auto shortest = std::chrono::seconds(60);
-constexpr std::size_t slowestReader = 256_KiB;       // A second; who reads slower is let go.
-constexpr auto pieceTime = std::chrono::seconds(60); // A player that is paused reads nothing and asks again.
+constexpr auto minTime = std::chrono::seconds(60);
+constexpr std::size_t minRate = 256_KiB;             // Bytes a second; a slower reader is dropped.
+constexpr auto pieceTime = std::chrono::seconds(60); // A paused player reads nothing, and asks again later.
 
 constexpr char const* contentPolicy = "default-src 'none'; script-src 'self'; style-src 'self'; img-src "
                                       "'self' data: blob:; media-src 'self'; connect-src 'self'; "
@@ -55,8 +55,8 @@ void setFields(Message& message, HttpResponse const& response, bool keepAlive)
 
 Task<bool> ResponseWriter::write(HttpResponse response, bool keepAlive, bool whole)
 {
-    if (response.file)
-        co_return co_await writeFile(std::move(response), keepAlive, whole);
+    if (response.source)
+        co_return co_await writeSource(std::move(response), keepAlive, whole);
     co_return co_await writeText(std::move(response), keepAlive, whole);
 }
 
@@ -68,42 +68,42 @@ Task<bool> ResponseWriter::writeText(HttpResponse response, bool keepAlive, bool
     message.prepare_payload();
     if (!whole)
         message.body().clear(); // The length stays that of the body.
-    stream.expires_after(shortest + std::chrono::seconds(message.body().size() / slowestReader));
+    stream.expires_after(minTime + std::chrono::seconds(message.body().size() / minRate));
     auto const [error, count] = co_await http::async_write(stream, message, asTuple);
     co_return !error && message.keep_alive();
 }
 
-Task<bool> ResponseWriter::writeFile(HttpResponse response, bool keepAlive, bool whole)
+Task<bool> ResponseWriter::writeSource(HttpResponse response, bool keepAlive, bool whole)
 {
     http::response<http::empty_body> message;
     setFields(message, response, keepAlive);
-    message.content_length(response.file->length);
+    message.content_length(response.source->length);
     http::response_serializer<http::empty_body> serializer(message);
-    stream.expires_after(shortest);
+    stream.expires_after(minTime);
     auto const [error, count] = co_await http::async_write_header(stream, serializer, asTuple);
     if (error)
         co_return false;
-    FilePart part = *std::move(response.file);
+    ByteSourcePart part = *std::move(response.source);
     if (whole && !co_await send(std::move(part)))
         co_return false;
     co_return message.keep_alive();
 }
 
-Task<bool> ResponseWriter::send(FilePart part)
+Task<bool> ResponseWriter::send(ByteSourcePart part)
 {
-    std::vector<char> room(filePiece);
+    std::vector<char> room(sourcePiece);
     while (part.length > 0) {
         std::span<char> const piece(room.data(), std::min<std::uint64_t>(room.size(), part.length));
         auto const read = [&part, piece] {
             try {
-                return part.file->read(part.offset, piece);
-            } catch (std::system_error const& error) {
+                return part.source->read(part.offset, piece);
+            } catch (std::runtime_error const& error) {
                 std::cerr << "zelvo-gateway: " << error.what() << std::endl;
                 return std::size_t{};
             }
         };
         std::size_t const count = co_await on(workers, read);
-        if (count == 0) // The head has gone out, so all that is left to say is to break off.
+        if (count == 0) // The head is sent already, so breaking off is the only way to report it.
             co_return false;
         stream.expires_after(pieceTime);
         auto const [error, sent] =

@@ -8,11 +8,11 @@
 
 namespace zelvo::service {
 
-/// Sends a response: from memory, or a part of a file piece by piece. Files are read on the workers.
+/// Sends a response, from memory or from a source in pieces. Sources are read on the workers.
 /// Thread: the server's.
 class ResponseWriter {
 public:
-    static constexpr std::size_t filePiece = 256_KiB;
+    static constexpr std::size_t sourcePiece = 256_KiB;
 
     ResponseWriter(boost::beast::tcp_stream& stream, Executor workers)
         : stream(stream), workers(std::move(workers))
@@ -20,13 +20,13 @@ public:
     }
 
     /// whole  false sends the head only
-    /// Gives  false when the connection is of no more use
+    /// Gives  false if the connection can't be used for another request
     Task<bool> write(HttpResponse response, bool keepAlive, bool whole);
 
 private:
     Task<bool> writeText(HttpResponse response, bool keepAlive, bool whole);
-    Task<bool> writeFile(HttpResponse response, bool keepAlive, bool whole);
-    Task<bool> send(FilePart part);
+    Task<bool> writeSource(HttpResponse response, bool keepAlive, bool whole);
+    Task<bool> send(ByteSourcePart part);
 
     boost::beast::tcp_stream& stream;
     Executor workers;

@@ -7,12 +7,12 @@
 
 namespace zelvo::service {
 
-/// The code of a machine's reply that is an error; internalError for a code that nobody knows.
+/// The code of an error reply; internalError for an unknown code, nullopt if it is not an error.
 std::optional<ErrorCode> errorCodeOf(json::object const& reply);
-/// A machine's reply as what it becomes for the caller: a failure when it is an error or no answer at all,
-/// else nothing, and "result" is there.
+/// What a machine's reply means for the caller: a failure if it is an error or makes no sense; nullopt if it
+/// has a "result".
 std::optional<Failure> failureIn(std::string const& requestId, json::object const& reply);
-/// True for what a machine that is not ready says to everything.
+/// True for the codes with which a machine that is not ready refuses everything.
 bool isNotReady(std::optional<ErrorCode> code);
 
 } // namespace zelvo::service

@@ -1,9 +1,10 @@
 #include "ZelvoGateway/machines/MachineSession.h"
 
+#include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
-#include "ZelvoGateway/base/Today.h"
 
 #include <boost/asio/as_tuple.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
@@ -11,14 +12,14 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t maxHeartbeat = 64_KiB; // It is stored, so a machine must not choose its size.
+constexpr std::size_t maxHeartbeat = 64_KiB; // It is stored, so its size is bounded.
 
 Presence presenceOf(records::Heartbeat const& heartbeat)
 {
     Presence presence{.paused = heartbeat.paused, .availability = heartbeat.availability, .granted = {}};
     if (auto const& features = heartbeat.features)
         presence.knowsAgents = std::ranges::find(*features, "agents") != features->end();
-    // Machines without a person know of no connections.
+    // A machine without a person reports no connections.
     if (auto const& granted = heartbeat.grantedConnectionIds;
         granted && heartbeat.mode == AgentMode::connected)
         presence.granted.emplace(granted->begin(), granted->end());
@@ -27,7 +28,7 @@ Presence presenceOf(records::Heartbeat const& heartbeat)
 
 } // namespace
 
-/// A caller that waits; its timer is what wakes it.
+/// A call that waits for its reply; cancelling its timer wakes it.
 struct MachineSession::Call {
     explicit Call(Executor executor) : wake(executor) {}
 
@@ -84,6 +85,12 @@ Task<MachineMessage> MachineSession::call(std::string requestId, std::string tex
         .code = ErrorCode::timeout, .message = "The machine did not answer in time", .requestId = requestId};
 }
 
+void MachineSession::began()
+{
+    store.setSeen(id, today());
+    listener.sessionBegan(shared_from_this());
+}
+
 void MachineSession::received(MachineMessage message)
 {
     json::object const* const object = message.value.if_object();
@@ -105,7 +112,7 @@ void MachineSession::receivedHeartbeat(json::object const& message)
         return;
     store.saveHeartbeat(id, *heartbeat, today());
     present = presenceOf(*heartbeat);
-    listener.presenceTold(shared_from_this());
+    listener.presenceChanged(shared_from_this());
 }
 
 void MachineSession::receivedEvent(json::object const& message)
@@ -117,9 +124,9 @@ void MachineSession::receivedEvent(json::object const& message)
     if (paused || event->event == records::MachineEventType::resumed) {
         store.setPaused(id, paused, today());
         present.paused = paused;
-        listener.presenceTold(shared_from_this());
+        listener.presenceChanged(shared_from_this());
     } else {
-        listener.eventTold(shared_from_this(), *event);
+        listener.eventReceived(shared_from_this(), *event);
     }
 }
 
@@ -128,21 +135,21 @@ void MachineSession::receivedReply(MachineMessage message)
     auto const requestId = read::text(message.value.get_object(), "id");
     auto const call = requestId ? calls.find(*requestId) : calls.end();
     if (call == calls.end() || call->second->reply)
-        return; // Too late, or never asked for.
+        return; // Too late, or nobody asked.
     call->second->reply = std::move(message);
     call->second->wake.cancel();
 }
 
 void MachineSession::ended()
 {
-    bool const first = !std::exchange(over, true);
+    if (std::exchange(over, true))
+        return;
     store.setSeen(id, today());
     for (auto const& [requestId, call] : calls) {
         call->ended = true;
         call->wake.cancel();
     }
-    if (first)
-        listener.sessionEnded(shared_from_this());
+    listener.sessionEnded(shared_from_this());
 }
 
 } // namespace zelvo::service

@@ -1,8 +1,6 @@
 #include "ZelvoGateway/machines/MachineSocket.h"
 
-#include "ZelvoGateway/api/Api.h"
 #include "ZelvoGateway/base/JsonWork.h"
-#include "ZelvoGateway/machines/MachineRegistry.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -17,16 +15,16 @@ namespace websocket = boost::beast::websocket;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr std::size_t readPiece = 256_KiB;
-constexpr std::size_t writePiece = 64_KiB; // Pings go out between two pieces of a large message.
+constexpr std::size_t writePiece = 64_KiB; // A ping is sent between two pieces of a large message.
 constexpr Duration closePatience = 3s;
 
 } // namespace
 
-MachineSocket::MachineSocket(beast::tcp_stream stream, ServerParts& parts)
+MachineSocket::MachineSocket(beast::tcp_stream stream, MachineSocketParts& parts)
     : parts(parts), socket(std::move(stream)), pingTimer(socket.get_executor())
 {
-    // takeRoom() keeps the limit: Beast's own drops the socket with bytes unread, and what it says of the end
-    // with it. It is for those who claim to send what nobody sends.
+    // takeRoom() enforces the real limit. At Beast's own the socket is dropped with bytes unread, so that the
+    // machine never sees the close code; it is only for senders that announce an absurd size.
     socket.read_message_max(2 * parts.settings.limits.machineMessage);
     socket.write_buffer_bytes(writePiece);
     socket.auto_fragment(true);
@@ -37,17 +35,13 @@ Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
     auto const self = shared_from_this();
     if (!co_await accept(std::move(request)))
         co_return;
-    if (parts.stopping) { // It comes too late to be told with the others.
-        close(CloseCode::goingAway, CloseReason::stopping);
-        co_return;
-    }
-    auto const session = std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits,
-                                                          parts.api.listener());
+    auto const session =
+        std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits, parts.listener);
     parts.machines.attach(session);
-    parts.store.setSeen(machineId,
-                        std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now()));
+    if (parts.machines.isClosed())
+        co_return;
+    session->began();
     spawn(executor(), [self] { return self->keepAlive(); });
-    spawn(executor(), [self, session] { return self->parts.api.tellRevocations(session); });
 
     co_await readUntilEnd(session);
 
@@ -155,7 +149,7 @@ Task<> MachineSocket::keepAlive()
         if (error)
             co_return;
         if (!heard)
-            drop(); // The reading task notices.
+            drop(); // The reading task then ends.
     }
 }
 

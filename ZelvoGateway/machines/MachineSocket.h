@@ -1,8 +1,13 @@
 #pragma once
 
-#include "ZelvoGateway/http/HttpSession.h"
+#include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/machines/MachineSession.h"
+#include "ZelvoGateway/store/Store.h"
+#include "base/Task.h"
 
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/message.hpp>
@@ -12,25 +17,35 @@
 
 namespace zelvo::service {
 
-/// The WebSocket of a machine. A read is always pending, so that pongs are seen while replies are on their
-/// way. Thread: the server's.
+/// What the sockets of a server's machines share.
+struct MachineSocketParts {
+    Settings const& settings;
+    Store& store;
+    LocalMachineDirectory& machines;
+    MachineListener& listener;
+    MemoryBudget& memory;
+    Executor workers;
+};
+
+/// The WebSocket of a machine. A read is always pending, so that pongs are noticed while replies are sent.
+/// Thread: the server's.
 class MachineSocket final : public MachineLink, public std::enable_shared_from_this<MachineSocket> {
 public:
     using UpgradeRequest = boost::beast::http::request<boost::beast::http::empty_body>;
 
-    MachineSocket(boost::beast::tcp_stream stream, ServerParts& parts);
+    MachineSocket(boost::beast::tcp_stream stream, MachineSocketParts& parts);
 
-    /// Answers the upgrade and serves the machine until the socket's end.
+    /// Answers the upgrade and serves the machine until its socket ends.
     Task<> serve(UpgradeRequest request, std::string machineId);
 
     void send(std::string text) override;
     void close(int code, std::string reason) override;
-    Executor executor() override { return socket.get_executor(); }
+    Executor executor() { return socket.get_executor(); }
 
 private:
     struct Incoming {
         std::string text;
-        MemoryBudget::Lease memory; ///< for a large text
+        MemoryBudget::Lease memory; ///< for a large text only
     };
 
     Task<bool> accept(UpgradeRequest request);
@@ -43,13 +58,13 @@ private:
     void ping();
     void drop();
 
-    ServerParts& parts;
+    MachineSocketParts& parts;
     boost::beast::websocket::stream<boost::beast::tcp_stream> socket;
     asio::steady_timer pingTimer;
     std::deque<std::string> outgoing;
     bool writing = false;
     bool pinging = false;
-    bool heard = false; // Anything came since the last ping.
+    bool heard = false; // Something arrived since the last ping.
     bool closing = false;
     bool dropped = false;
 };

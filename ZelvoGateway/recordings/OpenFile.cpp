@@ -30,7 +30,7 @@ std::size_t OpenFile::read(std::uint64_t offset, std::span<char> room) const
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            throw std::system_error(errno, std::generic_category(), "read a film");
+            throw std::system_error(errno, std::generic_category(), "read a recording");
         if (count == 0)
             break;
         done += static_cast<std::size_t>(count);

@@ -1,57 +1,69 @@
 #pragma once
 
 #include "ZelvoGateway/base/Settings.h"
-#include "ZelvoGateway/http/HttpMessage.h"
-#include "ZelvoGateway/recordings/RecordingAddresses.h"
-#include "ZelvoGateway/recordings/RecordingFolder.h"
+#include "ZelvoGateway/recordings/RecordingFiles.h"
+#include "ZelvoGateway/recordings/RecordingPasses.h"
 #include "ZelvoGateway/store/Store.h"
 #include "base/Task.h"
-#include "wire/records/ServiceHistory.h"
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo::service {
 
-/// What platforms and the console see of films, and how films end.
-/// Thread: the server's; files are removed on the workers. Errors: Failure.
+/// A recording, with a pass to watch it if it is ready.
+struct ListedRecording {
+    StoredRecording recording;
+    std::optional<RecordingPass> pass = {};
+};
+
+/// Part of a list, newest first.
+struct RecordingPage {
+    std::vector<ListedRecording> recordings;
+    std::optional<std::string> nextBefore = {}; ///< RecordingQuery::before of the next page, if there is one
+};
+
+/// The recordings that platforms and the console see, and how recordings end.
+/// Thread: the server's; files are used on the workers. Errors: Failure.
 class RecordingLibrary {
 public:
+    static constexpr std::size_t maxListed = 200;
+
     RecordingLibrary(Store& store,
-                     std::shared_ptr<RecordingFolder const> folder,
+                     std::shared_ptr<RecordingFiles const> files,
                      ApiKey const& key,
                      Settings const& settings,
                      Clock& clock,
                      Executor workers);
 
-    /// {"data", "nextBefore"?}, newest first; the query may hold "connectionId", "before" and "limit".
-    /// address   where the caller reaches this gateway; the films' addresses begin with it
-    json::object list(HttpRequest const& request, std::string const& address);
-    records::Recording recording(std::string const& id, std::string const& address);
-    /// Deletes a film for good; may be said again. Gives what is left to be told of it.
-    Task<records::Recording> remove(std::string id);
-    /// The films of a machine, to be removed when it was forgotten.
-    std::vector<std::string> recordingsOf(std::string const& machineId)
+    /// query.limit   1 to maxListed
+    RecordingPage list(RecordingQuery query);
+    ListedRecording recording(std::string const& id);
+    /// Deletes a recording for good; can be repeated.
+    Task<ListedRecording> remove(std::string id);
+    /// The recordings of a machine that have files.
+    std::vector<std::string> withFilesOf(std::string const& machineId)
     {
-        return store.recordingsOf(machineId);
+        return store.recordingsWithFiles(machineId);
     }
     Task<> removeFiles(std::vector<std::string> ids);
-    /// A film or the part of it that is asked for. The address is the credential.
-    HttpResponse film(HttpRequest const& request, std::string const& id);
+    /// Opens a recording for whoever holds a pass. Throws Failure: forbidden without a valid one.
+    Task<std::shared_ptr<ByteSource const>> open(std::string id, std::string end, std::string proof);
 
-    /// At the start, before anything is served.
+    /// At the start, before anything is served: ends what the last run left unfinished.
     void begin();
-    /// What is to be done once a minute.
-    Task<> tidy();
-
-    records::Recording recordOf(StoredRecording const& recording, std::string const& address) const;
+    /// Once a minute: ends what has expired.
+    Task<> runMaintenance();
 
 private:
+    ListedRecording listed(StoredRecording recording) const;
     StoredRecording found(std::string const& id);
 
     Store& store;
-    std::shared_ptr<RecordingFolder const> folder;
-    RecordingAddresses addresses;
+    std::shared_ptr<RecordingFiles const> files;
+    RecordingPasses passes;
     Settings const& settings;
     Clock& clock;
     Executor workers;

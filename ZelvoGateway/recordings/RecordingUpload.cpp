@@ -4,19 +4,18 @@
 #include "base/Hop.h"
 
 #include <iostream>
-#include <system_error>
 
 namespace zelvo::service {
 
 namespace {
 
-/// Disk work on the workers. What is wrong with the disk is for the person who runs the gateway.
-Task<> onDisk(Executor workers, std::function<void()> work)
+/// Writes on the workers. The reason of a failure is for the person who runs the gateway, not for the caller.
+Task<> writeOnWorkers(Executor workers, std::function<void()> work)
 {
     std::optional<std::string> problem;
     try {
         co_await on(workers, work);
-    } catch (std::system_error const& error) {
+    } catch (RecordingFilesError const& error) {
         problem = error.what();
     }
     if (!problem)
@@ -28,11 +27,11 @@ Task<> onDisk(Executor workers, std::function<void()> work)
 } // namespace
 
 RecordingUpload::RecordingUpload(Store& store,
-                                 std::shared_ptr<RecordingFolder const> folder,
+                                 std::shared_ptr<RecordingFiles const> files,
                                  Clock& clock,
                                  Executor workers,
                                  StoredRecording recording)
-    : store(store), folder(std::move(folder)), clock(clock), workers(std::move(workers)),
+    : store(store), files(std::move(files)), clock(clock), workers(std::move(workers)),
       recording(std::move(recording))
 {
 }
@@ -47,10 +46,10 @@ RecordingUpload::~RecordingUpload()
 void RecordingUpload::endInStore() noexcept
 {
     try {
-        // Its first date: the clock may be gone when a server ends with uploads under way.
+        // With its first date: a server that stops during an upload may have no clock any more.
         store.moveRecording(recording.id, RecordingStage::receiving, RecordingStage::ended,
                             recording.createdAt);
-    } catch (std::exception const& error) { // It is ended at the next start.
+    } catch (std::exception const& error) { // The next start ends it.
         std::cerr << "zelvo-gateway: " << error.what() << std::endl;
     }
 }
@@ -68,34 +67,34 @@ Task<> RecordingUpload::take(std::string_view piece)
     if (piece.size() > recording.sizeBytes - taken)
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "The film is larger than it was announced",
-                      .status = 413};
+                      .kind = Failure::Kind::tooLarge};
     auto const write = [this, piece] {
         if (!draft)
-            draft = folder->draft(recording.id, recording.sizeBytes);
+            draft = files->draft(recording.id, recording.sizeBytes);
         draft->write(piece);
     };
-    co_await onDisk(workers, write);
+    co_await writeOnWorkers(workers, write);
     taken += piece.size();
 }
 
-Task<HttpResponse> RecordingUpload::finish()
+Task<std::string> RecordingUpload::finish()
 {
     assertWanted();
     if (taken != recording.sizeBytes)
         throw Failure{.code = ErrorCode::invalidRequest,
-                      .message = "The film is smaller than it was announced",
-                      .status = 400};
+                      .message = "The film is smaller than it was announced"};
     auto const keep = [this] { draft->keep(); };
-    co_await onDisk(workers, keep);
+    co_await writeOnWorkers(workers, keep);
     ended = true;
-    // Asked again, since the person may have said no meanwhile.
+    // The person may have said no while the file was written.
     if (!store.moveRecording(recording.id, RecordingStage::receiving, RecordingStage::received,
                              clock.date())) {
-        folder->remove(recording.id);
+        auto const remove = [this] { files->remove(recording.id); };
+        co_await on(workers, remove);
         withdraw();
         assertWanted();
     }
-    co_return jsonResponse(200, json::object{{"recordingId", recording.id}});
+    co_return recording.id;
 }
 
 } // namespace zelvo::service

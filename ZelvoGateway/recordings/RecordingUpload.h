@@ -1,31 +1,33 @@
 #pragma once
 
-#include "ZelvoGateway/http/BodySink.h"
-#include "ZelvoGateway/recordings/RecordingFolder.h"
+#include "ZelvoGateway/recordings/RecordingFiles.h"
 #include "ZelvoGateway/store/Store.h"
+#include "base/Task.h"
 
 #include <memory>
-#include <string>
+#include <string_view>
 
 namespace zelvo::service {
 
-/// A film whose body is coming. One that breaks off ends the film and leaves no file.
-/// Thread: the server's; the disk is written on the workers. Errors: Failure.
-class RecordingUpload final : public BodySink {
+/// The upload of one recording. Destroying it before finish() ends the recording and leaves no file.
+/// Thread: the server's; files are written on the workers. Errors: Failure.
+class RecordingUpload {
 public:
-    /// The film's stage must be `receiving`. The store outlives this.
+    /// The recording's stage must be `receiving`. The store outlives this.
     RecordingUpload(Store& store,
-                    std::shared_ptr<RecordingFolder const> folder,
+                    std::shared_ptr<RecordingFiles const> files,
                     Clock& clock,
                     Executor workers,
                     StoredRecording recording);
     RecordingUpload(RecordingUpload const&) = delete;
     RecordingUpload& operator=(RecordingUpload const&) = delete;
-    ~RecordingUpload() override;
+    ~RecordingUpload();
 
-    Task<> take(std::string_view piece) override;
-    Task<HttpResponse> finish() override;
-    /// Takes no more: the person does not share films any more, or the connection ended.
+    /// Takes the next piece, which must live until this returns.
+    Task<> take(std::string_view piece);
+    /// Every piece was taken. Returns the recording's id.
+    Task<std::string> finish();
+    /// Refuses everything from now on: the person no longer shares recordings, or the connection has ended.
     void withdraw() { withdrawn = true; }
 
 private:
@@ -33,14 +35,14 @@ private:
     void endInStore() noexcept;
 
     Store& store;
-    std::shared_ptr<RecordingFolder const> folder;
+    std::shared_ptr<RecordingFiles const> files;
     Clock& clock;
     Executor workers;
     StoredRecording const recording;
     std::unique_ptr<RecordingDraft> draft; // Made with the first piece.
     std::uint64_t taken = 0;
     bool withdrawn = false;
-    bool ended = false; // In the store, one way or the other.
+    bool ended = false; // The store knows, one way or the other.
 };
 
 } // namespace zelvo::service

@@ -1,11 +1,11 @@
 #include "ZelvoGateway/store/Database.h"
 
+#include "ZelvoGateway/store/StoreError.h"
+
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <stdexcept>
 
 namespace zelvo::service {
 
@@ -13,8 +13,8 @@ namespace {
 
 [[noreturn]] void fail(sqlite3* database, char const* what)
 {
-    throw std::runtime_error(std::string("database: ") + what + ": " +
-                             (database ? sqlite3_errmsg(database) : "out of memory"));
+    throw StoreError(std::string("database: ") + what + ": " +
+                     (database ? sqlite3_errmsg(database) : "out of memory"));
 }
 
 } // namespace
@@ -98,7 +98,7 @@ double Statement::real(int column) const
 
 Database::Database(std::filesystem::path const& file)
 {
-    // Made here first, since SQLite gives its other files the mode of this one.
+    // SQLite gives its other files the mode of this one, so it must exist with the right mode first.
     int const number = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (number >= 0) {
         ::fchmod(number, 0600);
@@ -135,8 +135,8 @@ Transaction::~Transaction()
         return;
     try {
         database.execute("ROLLBACK");
-    } catch (std::runtime_error const&) {
-        // Closing the file undoes it as well.
+    } catch (StoreError const&) {
+        // Closing the file rolls back as well.
     }
 }
 

@@ -19,7 +19,7 @@ struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const noexcept;
 };
 
-/// One prepared statement. Parameters are bound in order, counted from 1; columns are read from 0.
+/// One prepared statement. Parameters are bound in order; columns count from 0.
 class Statement {
 public:
     Statement(sqlite3* database, std::string_view sql);
@@ -30,7 +30,7 @@ public:
     Statement& bind(double number);
     Statement& bind(std::optional<std::string> const& text);
 
-    /// The next row; false when there is none.
+    /// Moves to the next row; false if there is none.
     bool step();
     std::string text(int column) const;
     std::optional<std::string> optionalText(int column) const;
@@ -43,7 +43,7 @@ private:
 };
 
 /// An SQLite file, mode 0600, that other processes may use at the same time.
-/// Thread: one at a time. Errors: std::runtime_error.
+/// Thread: one at a time. Throws StoreError.
 class Database {
 public:
     explicit Database(std::filesystem::path const& file);
@@ -51,14 +51,14 @@ public:
     /// Statements without parameters, separated by ";".
     void execute(std::string const& sql);
     Statement prepare(std::string_view sql) { return {database.get(), sql}; }
-    /// Rows that the last statement changed.
+    /// How many rows the last statement changed.
     int changes() const;
 
 private:
     std::unique_ptr<sqlite3, CloseDatabase> database;
 };
 
-/// Undoes what was done since its making unless commit() was called.
+/// Rolls back at the end of its scope unless commit() was called.
 class Transaction {
 public:
     explicit Transaction(Database& database);

@@ -1,25 +1,14 @@
 #pragma once
 
+#include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/store/Database.h"
-#include "base/Clock.h"
 
 #include <optional>
 #include <vector>
 
 namespace zelvo::service {
 
-/// A date as most tables keep it: milliseconds since 1970.
-inline std::int64_t millisecondsOf(Date date)
-{
-    return std::chrono::floor<std::chrono::milliseconds>(date).time_since_epoch().count();
-}
-
-inline Date dateOfMilliseconds(std::int64_t milliseconds)
-{
-    return Date(std::chrono::milliseconds(milliseconds));
-}
-
-/// Every row of a statement, as `read` takes it.
+/// Every row of a statement, converted by `read`.
 template <class F>
 auto allOf(Statement statement, F read)
 {
@@ -29,7 +18,7 @@ auto allOf(Statement statement, F read)
     return all;
 }
 
-/// Its first row; nothing when there is none.
+/// Its first row; nullopt if there is none.
 template <class F>
 auto firstOf(Statement statement, F read)
 {

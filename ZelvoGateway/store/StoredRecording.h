@@ -9,39 +9,39 @@
 
 namespace zelvo::service {
 
-/// How far a film has come.
+/// How far a recording has come.
 enum class RecordingStage {
-    open,      ///< its upload address waits for a body
-    receiving, ///< the body is coming
-    received,  ///< it lies here whole, and its machine has not said that it is complete
+    open,      ///< announced; its upload may begin
+    receiving, ///< its upload is running
+    received,  ///< its file is whole, but its machine has not completed it
     ready,     ///< it can be watched
     deleted,   ///< it was ready once
     ended,     ///< it never became ready
 };
 
-/// A film that a machine announced.
+/// A recording that a machine announced.
 struct StoredRecording {
     std::string id;
-    std::string connectionId; ///< whose agent was filmed
+    std::string connectionId;
     RecordingStage stage = RecordingStage::open;
     std::uint64_t sizeBytes = 0;
     double durationSec = 0;
     Date createdAt;
     Date deletesAt;
-    Date uploadUntil; ///< the body must have begun to come by then
+    Date uploadUntil; ///< the upload must begin before
 };
 
-/// Which films are asked for: the newest first.
+/// Which recordings are asked for, newest first.
 struct RecordingQuery {
     std::optional<std::string> connectionId = {};
-    std::optional<std::string> before = {}; ///< a film; those that came before it
+    std::optional<std::string> before = {}; ///< a recording; only older ones
     std::size_t limit = 100;
 };
 
-/// What films take up.
+/// How much recordings take up.
 struct RecordingUse {
-    std::uint64_t bytes = 0;    ///< of all that are here, come or may come
-    std::uint64_t promised = 0; ///< of those whose body has not begun to come
+    std::uint64_t bytes = 0;    ///< stored, being uploaded, or announced
+    std::uint64_t promised = 0; ///< of those, announced only
 };
 
 } // namespace zelvo::service

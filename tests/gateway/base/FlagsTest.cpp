@@ -34,8 +34,8 @@ TEST(Flags, haveDefaults)
     EXPECT_EQ(flags.settings.commandTimeout, 180s);
     EXPECT_TRUE(flags.settings.recordings.taken);
     EXPECT_EQ(flags.settings.recordings.kept, 30 * 24h);
-    EXPECT_EQ(flags.settings.recordings.largest, 2048_MiB);
-    EXPECT_EQ(flags.settings.recordings.allTogether, 20480_MiB);
+    EXPECT_EQ(flags.settings.recordings.maxBytes, 2048_MiB);
+    EXPECT_EQ(flags.settings.recordings.maxTotalBytes, 20480_MiB);
 }
 
 TEST(Flags, tellOfRecordings)
@@ -45,8 +45,8 @@ TEST(Flags, tellOfRecordings)
 
     EXPECT_FALSE(flags.settings.recordings.taken);
     EXPECT_EQ(flags.settings.recordings.kept, 7 * 24h);
-    EXPECT_EQ(flags.settings.recordings.largest, 100_MiB);
-    EXPECT_EQ(flags.settings.recordings.allTogether, 1000_MiB);
+    EXPECT_EQ(flags.settings.recordings.maxBytes, 100_MiB);
+    EXPECT_EQ(flags.settings.recordings.maxTotalBytes, 1000_MiB);
     EXPECT_EQ(failureOf({"--recording-days", "0"}),
               "--recording-days: a number from 1 to 3650 is needed, not \"0\"");
 }

@@ -3,7 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// The page that plays films, behind the same lock as the console. How it looks and plays is for a browser.
+// The page that plays recordings, behind the same lock as the console. How it looks and plays is for a
+// browser.
 
 namespace zelvo::service {
 namespace {
@@ -23,7 +24,7 @@ TEST(RecordingPage, isLockedWithoutTheCookie)
     EXPECT_THAT(open.body, HasSubstr("/page/recordings.js"));
 }
 
-TEST(RecordingPage, mayPlayFilmsOfThisGatewayOnly)
+TEST(RecordingPage, mayPlayRecordingsOfThisGatewayOnly)
 {
     Gateway gateway;
 

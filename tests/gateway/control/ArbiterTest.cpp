@@ -13,8 +13,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// An arbiter, its clock, and what it has decided.
-struct Desk {
-    explicit Desk(ControlTimes const& given = {}, std::vector<PausedAgent> paused = {})
+struct Fixture {
+    explicit Fixture(ControlTimes const& given = {}, std::vector<PausedAgent> paused = {})
         : times(given), arbiter(times, std::move(paused))
     {
     }
@@ -44,8 +44,8 @@ struct Desk {
     }
     std::string holder() const
     {
-        auto const picture = arbiter.picture();
-        return picture.holder ? picture.holder->name : "";
+        auto const snapshot = arbiter.snapshot();
+        return snapshot.holder ? snapshot.holder->name : "";
     }
     std::vector<std::string> names(std::vector<records::HolderClass> const& list) const
     {
@@ -54,8 +54,8 @@ struct Desk {
             all.push_back(one.name);
         return all;
     }
-    std::vector<std::string> waiting() const { return names(arbiter.picture().waiting); }
-    std::vector<std::string> paused() const { return names(arbiter.picture().paused); }
+    std::vector<std::string> waiting() const { return names(arbiter.snapshot().waiting); }
+    std::vector<std::string> paused() const { return names(arbiter.snapshot().paused); }
 
     ControlTimes times;
     Moment now{.instant = Instant(1h), .date = Date(std::chrono::sys_days(std::chrono::year(2026) / 1 / 2))};
@@ -65,312 +65,312 @@ struct Desk {
 
 TEST(Arbiter, givesControlToWhoAsksFirst)
 {
-    Desk desk;
+    Fixture machine;
 
-    auto const ann = desk.ask("ann");
-    auto const bob = desk.ask("bob");
-    auto const cy = desk.ask("cy");
+    auto const ann = machine.ask("ann");
+    auto const bob = machine.ask("bob");
+    auto const cy = machine.ask("cy");
 
-    EXPECT_EQ(desk.outcome(ann), Outcome::granted);
-    EXPECT_EQ(desk.outcome(bob), std::nullopt);
-    EXPECT_EQ(desk.outcome(cy), std::nullopt);
-    EXPECT_EQ(desk.holder(), "ann");
-    EXPECT_THAT(desk.waiting(), ElementsAre("bob", "cy"));
+    EXPECT_EQ(machine.outcome(ann), Outcome::granted);
+    EXPECT_EQ(machine.outcome(bob), std::nullopt);
+    EXPECT_EQ(machine.outcome(cy), std::nullopt);
+    EXPECT_EQ(machine.holder(), "ann");
+    EXPECT_THAT(machine.waiting(), ElementsAre("bob", "cy"));
 }
 
 TEST(Arbiter, grantsWhateverTheHolderSends)
 {
-    Desk desk;
-    desk.ask("ann");
-    desk.ask("bob");
+    Fixture machine;
+    machine.ask("ann");
+    machine.ask("bob");
 
-    EXPECT_EQ(desk.outcome(desk.ask("ann")), Outcome::granted);
-    EXPECT_EQ(desk.holder(), "ann");
+    EXPECT_EQ(machine.outcome(machine.ask("ann")), Outcome::granted);
+    EXPECT_EQ(machine.holder(), "ann");
 }
 
 TEST(Arbiter, passesControlOnWhenTheHolderHasBeenIdle)
 {
-    Desk desk;
-    auto const ann = desk.ask("ann");
-    auto const bob = desk.ask("bob", 10min);
-    auto const cy = desk.ask("cy", 10min);
-    desk.arbiter.finished(ann, desk.now);
+    Fixture machine;
+    auto const ann = machine.ask("ann");
+    auto const bob = machine.ask("bob", 10min);
+    auto const cy = machine.ask("cy", 10min);
+    machine.arbiter.finished(ann, machine.now);
 
-    desk.pass(desk.times.idle - 1ns);
-    EXPECT_EQ(desk.outcome(bob), std::nullopt);
-    desk.pass(1ns);
+    machine.pass(machine.times.idle - 1ns);
+    EXPECT_EQ(machine.outcome(bob), std::nullopt);
+    machine.pass(1ns);
 
-    EXPECT_EQ(desk.outcome(bob), Outcome::granted);
-    EXPECT_EQ(desk.outcome(cy), std::nullopt);
-    EXPECT_EQ(desk.holder(), "bob");
-    EXPECT_THAT(desk.waiting(), ElementsAre("cy"));
+    EXPECT_EQ(machine.outcome(bob), Outcome::granted);
+    EXPECT_EQ(machine.outcome(cy), std::nullopt);
+    EXPECT_EQ(machine.holder(), "bob");
+    EXPECT_THAT(machine.waiting(), ElementsAre("cy"));
 }
 
 TEST(Arbiter, countsNoIdleTimeWhileACommandRuns)
 {
-    Desk desk;
-    auto const ann = desk.ask("ann");
-    auto const bob = desk.ask("bob", 3h);
+    Fixture machine;
+    auto const ann = machine.ask("ann");
+    auto const bob = machine.ask("bob", 3h);
 
-    desk.pass(1h);
-    EXPECT_EQ(desk.holder(), "ann");
-    EXPECT_EQ(desk.outcome(bob), std::nullopt);
+    machine.pass(1h);
+    EXPECT_EQ(machine.holder(), "ann");
+    EXPECT_EQ(machine.outcome(bob), std::nullopt);
 
-    desk.arbiter.finished(ann, desk.now);
-    desk.pass(desk.times.idle);
-    EXPECT_EQ(desk.outcome(bob), Outcome::granted);
+    machine.arbiter.finished(ann, machine.now);
+    machine.pass(machine.times.idle);
+    EXPECT_EQ(machine.outcome(bob), Outcome::granted);
 }
 
 TEST(Arbiter, showsNobodyOnceAnIdleHolderHasLetGo)
 {
-    Desk desk;
-    desk.arbiter.finished(desk.ask("ann"), desk.now);
-    ASSERT_EQ(desk.arbiter.nextDue(), desk.now.instant + desk.times.idle);
+    Fixture machine;
+    machine.arbiter.finished(machine.ask("ann"), machine.now);
+    ASSERT_EQ(machine.arbiter.nextDue(), machine.now.instant + machine.times.idle);
 
-    desk.pass(desk.times.idle);
+    machine.pass(machine.times.idle);
 
-    EXPECT_EQ(desk.holder(), "");
-    EXPECT_EQ(desk.arbiter.nextDue(), std::nullopt);
+    EXPECT_EQ(machine.holder(), "");
+    EXPECT_EQ(machine.arbiter.nextDue(), std::nullopt);
 }
 
 TEST(Arbiter, endsThePatienceOfACommandAndKeepsItsPlaceForAWhile)
 {
-    Desk desk;
-    desk.ask("ann");
-    auto const bob = desk.ask("bob");
+    Fixture machine;
+    machine.ask("ann");
+    auto const bob = machine.ask("bob");
 
-    desk.pass(desk.times.patience);
-    EXPECT_EQ(desk.outcome(bob), Outcome::busy);
-    EXPECT_THAT(desk.waiting(), ElementsAre("bob"));
+    machine.pass(machine.times.patience);
+    EXPECT_EQ(machine.outcome(bob), Outcome::busy);
+    EXPECT_THAT(machine.waiting(), ElementsAre("bob"));
 
-    desk.pass(desk.times.place);
-    EXPECT_THAT(desk.waiting(), IsEmpty());
+    machine.pass(machine.times.place);
+    EXPECT_THAT(machine.waiting(), IsEmpty());
 }
 
 TEST(Arbiter, answersAtOnceWhenACommandMustNotWait)
 {
-    Desk desk;
+    Fixture machine;
 
-    EXPECT_EQ(desk.outcome(desk.ask("ann", 0s)), Outcome::granted);
-    EXPECT_EQ(desk.outcome(desk.ask("bob", 0s)), Outcome::busy);
-    EXPECT_EQ(desk.outcome(desk.ask("ann", 0s)), Outcome::granted);
+    EXPECT_EQ(machine.outcome(machine.ask("ann", 0s)), Outcome::granted);
+    EXPECT_EQ(machine.outcome(machine.ask("bob", 0s)), Outcome::busy);
+    EXPECT_EQ(machine.outcome(machine.ask("ann", 0s)), Outcome::granted);
 }
 
 TEST(Arbiter, givesATurnToOneThatAsksAgainAndAgain)
 {
-    Desk desk;
-    auto const ann = desk.ask("ann");
-    desk.ask("bob", 0s);
-    desk.ask("cy", 10min);
-    desk.arbiter.finished(ann, desk.now);
+    Fixture machine;
+    auto const ann = machine.ask("ann");
+    machine.ask("bob", 0s);
+    machine.ask("cy", 10min);
+    machine.arbiter.finished(ann, machine.now);
 
     for (int i = 0; i < 3; ++i) {
-        desk.pass(desk.times.idle / 3);
-        desk.ask("bob", 0s);
+        machine.pass(machine.times.idle / 3);
+        machine.ask("bob", 0s);
     }
 
-    EXPECT_EQ(desk.holder(), "bob");
+    EXPECT_EQ(machine.holder(), "bob");
 }
 
 TEST(Arbiter, takesATurnBackThatIsNotUsed)
 {
-    Desk desk;
-    auto const ann = desk.ask("ann");
-    desk.ask("bob", 0s);
-    auto const cy = desk.ask("cy", 10min);
-    desk.arbiter.finished(ann, desk.now);
+    Fixture machine;
+    auto const ann = machine.ask("ann");
+    machine.ask("bob", 0s);
+    auto const cy = machine.ask("cy", 10min);
+    machine.arbiter.finished(ann, machine.now);
 
-    desk.pass(desk.times.idle - 1s);
-    desk.ask("bob", 0s); // Still there, and keeps its place beyond its turn.
-    desk.pass(1s);
-    ASSERT_EQ(desk.holder(), "bob");
-    desk.pass(desk.times.turn);
+    machine.pass(machine.times.idle - 1s);
+    machine.ask("bob", 0s); // Still there, and keeps its place beyond its turn.
+    machine.pass(1s);
+    ASSERT_EQ(machine.holder(), "bob");
+    machine.pass(machine.times.turn);
 
-    EXPECT_EQ(desk.holder(), "cy");
-    EXPECT_EQ(desk.outcome(cy), Outcome::granted);
+    EXPECT_EQ(machine.holder(), "cy");
+    EXPECT_EQ(machine.outcome(cy), Outcome::granted);
 }
 
 TEST(Arbiter, passesControlOnWhenTheHolderIsPutAside)
 {
-    Desk desk;
-    auto const ann = desk.ask("ann");
-    auto const bob = desk.ask("bob");
+    Fixture machine;
+    auto const ann = machine.ask("ann");
+    auto const bob = machine.ask("bob");
 
-    auto const paused = desk.arbiter.pause("agt_ann", desk.now);
+    auto const paused = machine.arbiter.pause("agt_ann", machine.now);
 
     ASSERT_TRUE(paused);
     EXPECT_EQ(paused->agent.name, "ann");
-    EXPECT_EQ(desk.outcome(bob), Outcome::granted);
-    EXPECT_EQ(desk.holder(), "bob");
-    EXPECT_THAT(desk.paused(), ElementsAre("ann"));
-    desk.arbiter.finished(ann, desk.now); // What ran ends later, and changes nothing.
-    EXPECT_EQ(desk.holder(), "bob");
-    EXPECT_EQ(desk.outcome(desk.ask("ann")), Outcome::paused);
+    EXPECT_EQ(machine.outcome(bob), Outcome::granted);
+    EXPECT_EQ(machine.holder(), "bob");
+    EXPECT_THAT(machine.paused(), ElementsAre("ann"));
+    machine.arbiter.finished(ann, machine.now); // What ran ends later, and changes nothing.
+    EXPECT_EQ(machine.holder(), "bob");
+    EXPECT_EQ(machine.outcome(machine.ask("ann")), Outcome::paused);
 }
 
 TEST(Arbiter, putsOneAsideThatHasJustLetGo)
 {
-    Desk desk;
-    desk.arbiter.finished(desk.ask("ann"), desk.now);
-    desk.pass(desk.times.idle);
-    ASSERT_EQ(desk.holder(), "");
+    Fixture machine;
+    machine.arbiter.finished(machine.ask("ann"), machine.now);
+    machine.pass(machine.times.idle);
+    ASSERT_EQ(machine.holder(), "");
 
-    ASSERT_TRUE(desk.arbiter.pause("agt_ann", desk.now));
+    ASSERT_TRUE(machine.arbiter.pause("agt_ann", machine.now));
 
-    EXPECT_THAT(desk.paused(), ElementsAre("ann"));
-    EXPECT_EQ(desk.outcome(desk.ask("ann")), Outcome::paused);
-    EXPECT_FALSE(desk.arbiter.pause("agt_ann", desk.now)); // Once is enough.
-    EXPECT_THAT(desk.paused(), ElementsAre("ann"));
+    EXPECT_THAT(machine.paused(), ElementsAre("ann"));
+    EXPECT_EQ(machine.outcome(machine.ask("ann")), Outcome::paused);
+    EXPECT_FALSE(machine.arbiter.pause("agt_ann", machine.now)); // Once is enough.
+    EXPECT_THAT(machine.paused(), ElementsAre("ann"));
 }
 
 TEST(Arbiter, remembersNoMoreThanALine)
 {
-    Desk desk({.maxLine = 2});
+    Fixture machine({.maxLine = 2});
     for (std::string const name : {"ann", "bob", "ann", "cy"}) {
-        desk.arbiter.finished(desk.ask(name), desk.now);
-        desk.pass(desk.times.idle);
+        machine.arbiter.finished(machine.ask(name), machine.now);
+        machine.pass(machine.times.idle);
     }
 
-    EXPECT_FALSE(desk.arbiter.pause("agt_bob", desk.now));
-    EXPECT_TRUE(desk.arbiter.pause("agt_ann", desk.now));
-    EXPECT_TRUE(desk.arbiter.pause("agt_cy", desk.now));
+    EXPECT_FALSE(machine.arbiter.pause("agt_bob", machine.now));
+    EXPECT_TRUE(machine.arbiter.pause("agt_ann", machine.now));
+    EXPECT_TRUE(machine.arbiter.pause("agt_cy", machine.now));
 }
 
 TEST(Arbiter, forgetsWhoHasLeftWithTheConnection)
 {
-    Desk desk;
-    desk.arbiter.finished(desk.ask("ann"), desk.now);
-    desk.pass(desk.times.idle);
+    Fixture machine;
+    machine.arbiter.finished(machine.ask("ann"), machine.now);
+    machine.pass(machine.times.idle);
 
-    desk.arbiter.removeConnection("con_ann", desk.now);
+    machine.arbiter.removeConnection("con_ann", machine.now);
 
-    EXPECT_FALSE(desk.arbiter.pause("agt_ann", desk.now));
+    EXPECT_FALSE(machine.arbiter.pause("agt_ann", machine.now));
 }
 
 TEST(Arbiter, tellsTheCommandsOfOneInLineThatItWasPutAside)
 {
-    Desk desk;
-    desk.ask("ann");
-    auto const first = desk.ask("bob");
-    auto const second = desk.ask("bob");
+    Fixture machine;
+    machine.ask("ann");
+    auto const first = machine.ask("bob");
+    auto const second = machine.ask("bob");
 
-    desk.arbiter.pause("agt_bob", desk.now);
+    machine.arbiter.pause("agt_bob", machine.now);
 
-    EXPECT_EQ(desk.outcome(first), Outcome::paused);
-    EXPECT_EQ(desk.outcome(second), Outcome::paused);
-    EXPECT_THAT(desk.waiting(), IsEmpty());
+    EXPECT_EQ(machine.outcome(first), Outcome::paused);
+    EXPECT_EQ(machine.outcome(second), Outcome::paused);
+    EXPECT_THAT(machine.waiting(), IsEmpty());
 }
 
 TEST(Arbiter, letsOneThatWasPutAsideStandInLineAgain)
 {
-    Desk desk;
-    desk.ask("ann");
-    desk.arbiter.pause("agt_ann", desk.now);
-    desk.ask("bob");
+    Fixture machine;
+    machine.ask("ann");
+    machine.arbiter.pause("agt_ann", machine.now);
+    machine.ask("bob");
 
-    EXPECT_TRUE(desk.arbiter.resume("agt_ann"));
+    EXPECT_TRUE(machine.arbiter.resume("agt_ann"));
 
-    EXPECT_THAT(desk.paused(), IsEmpty());
-    EXPECT_EQ(desk.holder(), "bob");
-    desk.ask("ann");
-    EXPECT_THAT(desk.waiting(), ElementsAre("ann"));
+    EXPECT_THAT(machine.paused(), IsEmpty());
+    EXPECT_EQ(machine.holder(), "bob");
+    machine.ask("ann");
+    EXPECT_THAT(machine.waiting(), ElementsAre("ann"));
 }
 
 TEST(Arbiter, passesOverWhomItDoesNotKnow)
 {
-    Desk desk;
-    desk.ask("ann");
+    Fixture machine;
+    machine.ask("ann");
 
-    EXPECT_FALSE(desk.arbiter.pause("agt_nobody", desk.now));
-    EXPECT_FALSE(desk.arbiter.resume("agt_nobody"));
-    EXPECT_FALSE(desk.arbiter.resume("agt_ann"));
-    desk.arbiter.finished(999, desk.now);
+    EXPECT_FALSE(machine.arbiter.pause("agt_nobody", machine.now));
+    EXPECT_FALSE(machine.arbiter.resume("agt_nobody"));
+    EXPECT_FALSE(machine.arbiter.resume("agt_ann"));
+    machine.arbiter.finished(999, machine.now);
 
-    EXPECT_EQ(desk.holder(), "ann");
+    EXPECT_EQ(machine.holder(), "ann");
 }
 
 TEST(Arbiter, removesTheAgentsOfAConnection)
 {
-    Desk desk;
-    desk.ask("ann");
-    desk.arbiter.pause("agt_ann", desk.now);
-    desk.ask("bob");
-    auto const cy = desk.ask("cy");
-    auto const dan = desk.ask("dan");
+    Fixture machine;
+    machine.ask("ann");
+    machine.arbiter.pause("agt_ann", machine.now);
+    machine.ask("bob");
+    auto const cy = machine.ask("cy");
+    auto const dan = machine.ask("dan");
 
-    desk.arbiter.removeConnection("con_ann", desk.now);
-    desk.arbiter.removeConnection("con_bob", desk.now);
-    desk.arbiter.removeConnection("con_dan", desk.now);
+    machine.arbiter.removeConnection("con_ann", machine.now);
+    machine.arbiter.removeConnection("con_bob", machine.now);
+    machine.arbiter.removeConnection("con_dan", machine.now);
 
-    EXPECT_EQ(desk.outcome(dan), Outcome::gone);
-    EXPECT_EQ(desk.outcome(cy), Outcome::granted);
-    EXPECT_EQ(desk.holder(), "cy");
-    EXPECT_THAT(desk.paused(), IsEmpty());
-    EXPECT_THAT(desk.waiting(), IsEmpty());
+    EXPECT_EQ(machine.outcome(dan), Outcome::gone);
+    EXPECT_EQ(machine.outcome(cy), Outcome::granted);
+    EXPECT_EQ(machine.holder(), "cy");
+    EXPECT_THAT(machine.paused(), IsEmpty());
+    EXPECT_THAT(machine.waiting(), IsEmpty());
 }
 
 TEST(Arbiter, forgetsAllButWhoWasPutAsideWhenTheMachineGoes)
 {
-    Desk desk;
-    desk.ask("ann");
-    desk.arbiter.pause("agt_ann", desk.now);
-    desk.ask("bob");
-    auto const cy = desk.ask("cy");
+    Fixture machine;
+    machine.ask("ann");
+    machine.arbiter.pause("agt_ann", machine.now);
+    machine.ask("bob");
+    auto const cy = machine.ask("cy");
 
-    desk.arbiter.machineGone();
+    machine.arbiter.machineGone();
 
-    EXPECT_EQ(desk.outcome(cy), Outcome::gone);
-    EXPECT_EQ(desk.holder(), "");
-    EXPECT_THAT(desk.waiting(), IsEmpty());
-    EXPECT_THAT(desk.paused(), ElementsAre("ann"));
+    EXPECT_EQ(machine.outcome(cy), Outcome::gone);
+    EXPECT_EQ(machine.holder(), "");
+    EXPECT_THAT(machine.waiting(), IsEmpty());
+    EXPECT_THAT(machine.paused(), ElementsAre("ann"));
 }
 
 TEST(Arbiter, boundsTheLine)
 {
-    Desk desk({.maxLine = 2});
-    desk.ask("ann");
-    desk.ask("bob");
-    desk.ask("cy");
+    Fixture machine({.maxLine = 2});
+    machine.ask("ann");
+    machine.ask("bob");
+    machine.ask("cy");
 
-    EXPECT_EQ(desk.outcome(desk.ask("dan")), Outcome::busy);
-    EXPECT_EQ(desk.outcome(desk.ask("cy")), std::nullopt); // It has its place.
-    EXPECT_THAT(desk.waiting(), ElementsAre("bob", "cy"));
+    EXPECT_EQ(machine.outcome(machine.ask("dan")), Outcome::busy);
+    EXPECT_EQ(machine.outcome(machine.ask("cy")), std::nullopt); // It has its place.
+    EXPECT_THAT(machine.waiting(), ElementsAre("bob", "cy"));
 }
 
 TEST(Arbiter, tellsSinceWhenWithAFraction)
 {
-    Desk desk;
-    desk.ask("ann");
-    desk.pass(1500ms);
-    desk.ask("bob");
-    desk.arbiter.pause("agt_ann", desk.now);
+    Fixture machine;
+    machine.ask("ann");
+    machine.pass(1500ms);
+    machine.ask("bob");
+    machine.arbiter.pause("agt_ann", machine.now);
 
-    auto const picture = desk.arbiter.picture();
+    auto const snapshot = machine.arbiter.snapshot();
 
-    EXPECT_EQ(picture.holder->since, "2026-01-02T00:00:01.500Z");
-    EXPECT_EQ(picture.holder->connectionId, "con_bob");
-    EXPECT_EQ(picture.holder->ref, "agt_bob");
-    EXPECT_EQ(dates::parseIso8601(picture.paused.at(0).since), desk.now.date);
+    EXPECT_EQ(snapshot.holder->since, "2026-01-02T00:00:01.500Z");
+    EXPECT_EQ(snapshot.holder->connectionId, "con_bob");
+    EXPECT_EQ(snapshot.holder->ref, "agt_bob");
+    EXPECT_EQ(dates::parseIso8601(snapshot.paused.at(0).since), machine.now.date);
 }
 
 TEST(Arbiter, takesOverAnAgentsNewTask)
 {
-    Desk desk;
-    Agent agent = Desk::agent("ann");
-    desk.arbiter.ask(agent, desk.now.instant, desk.now);
+    Fixture machine;
+    Agent agent = Fixture::agent("ann");
+    machine.arbiter.ask(agent, machine.now.instant, machine.now);
     agent.task = "Filling a form";
 
-    desk.arbiter.ask(agent, desk.now.instant, desk.now);
+    machine.arbiter.ask(agent, machine.now.instant, machine.now);
 
-    EXPECT_EQ(desk.arbiter.picture().holder->task, "Filling a form");
+    EXPECT_EQ(machine.arbiter.snapshot().holder->task, "Filling a form");
 }
 
 TEST(Arbiter, startsWithThoseThatWerePutAsideBefore)
 {
-    Desk desk({}, {{.agent = Desk::agent("ann"), .since = {}}});
+    Fixture machine({}, {{.agent = Fixture::agent("ann"), .since = {}}});
 
-    EXPECT_TRUE(desk.arbiter.isPaused("agt_ann"));
-    EXPECT_EQ(desk.outcome(desk.ask("ann")), Outcome::paused);
+    EXPECT_TRUE(machine.arbiter.isPaused("agt_ann"));
+    EXPECT_EQ(machine.outcome(machine.ask("ann")), Outcome::paused);
 }
 
 TEST(Arbiter, givesEachConnectionsAgentsHandlesOfTheirOwn)

@@ -1,5 +1,6 @@
 #include "gateway/support/Connected.h"
 #include "wire/AgentError.h"
+#include "wire/records/ServiceMachines.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,9 @@
 #include "gateway/support/FakeMachine.h"
 #include "gateway/support/Gateway.h"
+#include "wire/AgentMode.h"
+#include "wire/records/Connections.h"
+#include "wire/records/ServiceLinking.h"
+#include "wire/records/ServiceMachines.h"
 
 #include <gtest/gtest.h>
 

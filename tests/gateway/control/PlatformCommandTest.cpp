@@ -1,101 +1,16 @@
 #include "ZelvoGateway/control/PlatformCommand.h"
 
-#include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/control/Arbiter.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
+#include <map>
 
 namespace zelvo::service {
 namespace {
 
-PlatformCommand readText(std::string const& text)
-{
-    return readCommand(parseJson(text)->as_object());
-}
-
-/// The words with which it is refused; empty when it is not.
-std::string refusal(std::string const& delivery)
-{
-    try {
-        readText(R"({"method": "x", "delivery": )" + delivery + "}");
-    } catch (Failure const& failure) {
-        EXPECT_EQ(failure.code, ErrorCode::invalidRequest) << delivery;
-        return failure.message;
-    }
-    return "";
-}
-
 StoredConnection const connection{.id = "con_1", .platformName = "Acme"};
-
-TEST(PlatformCommand, readsDeliveryOptions)
-{
-    auto const command = readText(R"({"method": "shell.run", "delivery":
-        {"whenUnavailable": "queue", "ttlSeconds": 90, "confirmationTimeoutMs": 5000}})");
-
-    EXPECT_TRUE(command.mayBeQueued());
-    EXPECT_FALSE(command.mustNotWait());
-    EXPECT_EQ(command.delivery.ttlSeconds, 90);
-    EXPECT_EQ(writeJson(*command.params), R"({"confirmationTimeoutMs":5000})");
-}
-
-TEST(PlatformCommand, needsNoDeliveryOptions)
-{
-    for (std::string const delivery : {"null", "{}", R"({"whenUnavailable": null, "ttlSeconds": null})"}) {
-        auto const command = readText(R"({"method": "x", "delivery": )" + delivery + "}");
-        EXPECT_FALSE(command.mayBeQueued()) << delivery;
-        EXPECT_FALSE(command.mustNotWait()) << delivery;
-        EXPECT_EQ(command.delivery, records::DeliveryOptions()) << delivery;
-    }
-    EXPECT_FALSE(readText(R"({"method": "x"})").params);
-}
-
-TEST(PlatformCommand, refusesWrongDeliveryOptionsByName)
-{
-    std::string const ttl = R"("ttlSeconds" must be an integer from 1 to 604800)";
-    std::string const confirmation = R"("confirmationTimeoutMs" must be an integer from 1000 to 600000)";
-    std::string const when = R"("whenUnavailable" must be "fail" or "queue")";
-    std::map<std::string, std::string> const table = {
-        {"5", R"("delivery" must be an object)"},
-        {"[]", R"("delivery" must be an object)"},
-        {R"("queue")", R"("delivery" must be an object)"},
-        {R"({"whenUnavailable": "Queue"})", when},
-        {R"({"whenUnavailable": "wait"})", when},
-        {R"({"whenUnavailable": true})", when},
-        {R"({"whenUnavailable": {}})", when},
-        {R"({"ttlSeconds": 0})", ttl},
-        {R"({"ttlSeconds": -1})", ttl},
-        {R"({"ttlSeconds": 604801})", ttl},
-        {R"({"ttlSeconds": 1.5})", ttl},
-        {R"({"ttlSeconds": "60"})", ttl},
-        {R"({"ttlSeconds": 9223372036854775807})", ttl},
-        {R"({"ttlSeconds": 1e300})", ttl},
-        {R"({"confirmationTimeoutMs": 999})", confirmation},
-        {R"({"confirmationTimeoutMs": 600001})", confirmation},
-        {R"({"confirmationTimeoutMs": false})", confirmation},
-        {R"({"ttl": 60})", R"("ttl" is no delivery option)"},
-        {R"({"WhenUnavailable": "queue"})", R"("WhenUnavailable" is no delivery option)"}};
-
-    for (auto const& [delivery, words] : table)
-        EXPECT_EQ(refusal(delivery), words) << delivery;
-}
-
-TEST(PlatformCommand, takesTheBoundsThemselves)
-{
-    EXPECT_EQ(refusal(R"({"ttlSeconds": 1, "confirmationTimeoutMs": 1000})"), "");
-    EXPECT_EQ(refusal(R"({"ttlSeconds": 604800, "confirmationTimeoutMs": 600000})"), "");
-    EXPECT_EQ(refusal(R"({"ttlSeconds": 60.0})"), ""); // The same integer, written otherwise.
-}
-
-TEST(PlatformCommand, saysWhereAMisplacedOptionBelongs)
-{
-    for (std::string const key : {"whenUnavailable", "ttlSeconds", "confirmationTimeoutMs"}) {
-        try {
-            readText(R"({"method": "x", ")" + key + R"(": "queue"})");
-            ADD_FAILURE() << key;
-        } catch (Failure const& failure) {
-            EXPECT_EQ(failure.message, "\"" + key + R"(" belongs into "delivery")");
-        }
-    }
-}
 
 TEST(PlatformCommand, givesTheConfirmationTimeToTheMethodsThatTakeIt)
 {
@@ -103,11 +18,22 @@ TEST(PlatformCommand, givesTheConfirmationTimeToTheMethodsThatTakeIt)
         {"shell.run", true}, {"urls.open", true}, {"files.upload.begin", false}, {"actions.perform", false}};
 
     for (auto const& [method, takes] : table) {
-        auto const command = readText(
-            R"({"method": ")" + method +
-            R"(", "params": {"confirmationTimeoutMs": 7}, "delivery": {"confirmationTimeoutMs": 9000}})");
+        PlatformCommand command{.method = method, .params = json::object{{"confirmationTimeoutMs", 7}}};
+        command.delivery.confirmationTimeoutMs = 9000;
+        applyConfirmationTime(command);
         EXPECT_EQ(command.params->at("confirmationTimeoutMs").as_int64(), takes ? 9000 : 7) << method;
     }
+}
+
+TEST(PlatformCommand, addsTheConfirmationTimeToMissingParams)
+{
+    PlatformCommand command{.method = "shell.run"};
+    command.delivery.confirmationTimeoutMs = 5000;
+
+    applyConfirmationTime(command);
+
+    ASSERT_TRUE(command.params);
+    EXPECT_EQ(writeJson(*command.params), R"({"confirmationTimeoutMs":5000})");
 }
 
 TEST(PlatformCommand, givesTheMachineMoreTimeWhenThePersonHasMore)
@@ -154,24 +80,6 @@ TEST(PlatformCommand, boundsTheWordsOfAnAgent)
 
     EXPECT_EQ(agentOf(connection, &given).name.size(), 100u);
     EXPECT_EQ(agentOf(connection, &given).task->size(), 300u);
-}
-
-TEST(PlatformCommand, needsControlForWhatActsOnTheDesktopOnly)
-{
-    for (std::string const method : {"actions.perform", "apps.open", "apps.activate", "urls.open"})
-        EXPECT_TRUE(needsControl(method)) << method;
-    for (std::string const method : {"screenshot", "ui.tree", "cursor.position", "shell.run",
-                                     "files.download", "clipboard.get", "display.info", "nonsense"})
-        EXPECT_FALSE(needsControl(method)) << method;
-}
-
-TEST(PlatformCommand, isSentAgainOnlyWhenNothingOfItWasDone)
-{
-    EXPECT_TRUE(wasNotStarted("shell.run", ErrorCode::machinePaused));
-    EXPECT_TRUE(wasNotStarted("screenshot", ErrorCode::machineUnavailable));
-    EXPECT_FALSE(wasNotStarted("actions.perform", ErrorCode::machinePaused));
-    EXPECT_FALSE(wasNotStarted("shell.run", ErrorCode::deniedByUser));
-    EXPECT_FALSE(wasNotStarted("shell.run", ErrorCode::internalError));
 }
 
 TEST(PlatformCommand, isSummedUpForThePerson)

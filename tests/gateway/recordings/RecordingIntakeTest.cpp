@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-// What a machine says of its films: that it has one, that it came, and whether it may be shared.
+// What a machine says of its recordings: that it has one, that it came, and whether it may be shared.
 
 namespace zelvo::service {
 namespace {
@@ -108,11 +108,11 @@ TEST(RecordingAnnouncement, needsTheScope)
     Recorded on;
     on.linked = on.linkWith(R"(["screen","input"])");
 
-    Answer const film = on.post("", on.announcement(10));
+    Answer const recording = on.post("", on.announcement(10));
     Answer const share = on.share(true);
 
-    EXPECT_EQ(film.status, 403);
-    EXPECT_EQ(film.errorCode(), "scope_denied");
+    EXPECT_EQ(recording.status, 403);
+    EXPECT_EQ(recording.errorCode(), "scope_denied");
     EXPECT_EQ(share.status, 403);
     EXPECT_EQ(share.errorCode(), "scope_denied");
     EXPECT_EQ(on.share(false).status, 200);
@@ -135,9 +135,9 @@ TEST(RecordingAnnouncement, needsThePersonsYes)
     EXPECT_EQ(after.errorCode(), "recording_not_shared");
 }
 
-TEST(RecordingAnnouncement, isRefusedForAFilmThatIsTooLarge)
+TEST(RecordingAnnouncement, isRefusedForARecordingThatIsTooLarge)
 {
-    Recorded on([](Settings& settings) { settings.recordings.largest = 1000; });
+    Recorded on([](Settings& settings) { settings.recordings.maxBytes = 1000; });
 
     EXPECT_EQ(on.post("", on.announcement(1000)).status, 200);
     EXPECT_EQ(on.post("", on.announcement(1001)).status, 413);
@@ -147,8 +147,8 @@ TEST(RecordingAnnouncement, isRefusedForAFilmThatIsTooLarge)
 TEST(RecordingAnnouncement, isRefusedWithoutAStore)
 {
     Recorded off([](Settings& settings) { settings.recordings.taken = false; });
-    Recorded full([](Settings& settings) { settings.recordings.spareDisk = std::uint64_t{1} << 62; });
-    Recorded crowded([](Settings& settings) { settings.recordings.allTogether = 1000; });
+    Recorded full([](Settings& settings) { settings.recordings.minFreeBytes = std::uint64_t{1} << 62; });
+    Recorded crowded([](Settings& settings) { settings.recordings.maxTotalBytes = 1000; });
     Recorded broken;
     std::filesystem::remove_all(broken.folder());
     std::ofstream(broken.folder()) << "in the way";
@@ -170,9 +170,9 @@ TEST(RecordingAnnouncement, countsWhatWasPromisedAlready)
     std::uint64_t const room = std::filesystem::space(on.gateway.data()).available;
     std::int64_t const half = static_cast<std::int64_t>(room / 2);
     Recorded small([&](Settings& settings) {
-        settings.recordings.spareDisk = 0;
-        settings.recordings.largest = room;
-        settings.recordings.allTogether = room * 4;
+        settings.recordings.minFreeBytes = 0;
+        settings.recordings.maxBytes = room;
+        settings.recordings.maxTotalBytes = room * 4;
     });
 
     EXPECT_EQ(small.post("", small.announcement(half)).status, 200);
@@ -181,7 +181,7 @@ TEST(RecordingAnnouncement, countsWhatWasPromisedAlready)
 
 TEST(RecordingAnnouncement, keepsUpWithAFewAtATimeOnly)
 {
-    Recorded on([](Settings& settings) { settings.recordings.openUploads = 2; });
+    Recorded on([](Settings& settings) { settings.recordings.maxOpenUploads = 2; });
     on.announce(10);
     Recorded::Announced const second = on.announce(4);
 
@@ -233,7 +233,7 @@ TEST(RecordingSharing, endsTheOpenAddressesWhenItStops)
     Recorded::Announced const open = on.announce(4);
     Recorded::Announced const here = on.announce(4);
     on.put(here.path, "film");
-    std::string const ready = on.film();
+    std::string const ready = on.recording();
 
     on.share(false);
 
@@ -252,7 +252,7 @@ TEST(RecordingRevocation, endsTheOpenAddresses)
     Recorded::Announced const open = on.announce(4);
     Recorded::Announced const here = on.announce(4);
     on.put(here.path, "film");
-    std::string const ready = on.film();
+    std::string const ready = on.recording();
 
     on.gateway.platform("DELETE", "/v1/connections/" + on.linked.connectionId);
 
@@ -263,44 +263,44 @@ TEST(RecordingRevocation, endsTheOpenAddresses)
     EXPECT_EQ(on.stateOf(ready), "ready");
 }
 
-TEST(RecordingCompletion, makesAFilmReadyAndMayBeRepeated)
+TEST(RecordingCompletion, makesARecordingReadyAndMayBeRepeated)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
-    on.put(film.path, "film");
-    std::string const before = on.stateOf(film.id);
+    Recorded::Announced const recording = on.announce(4);
+    on.put(recording.path, "film");
+    std::string const before = on.stateOf(recording.id);
 
-    Answer const first = on.complete(film.id);
-    Answer const second = on.complete(film.id);
+    Answer const first = on.complete(recording.id);
+    Answer const second = on.complete(recording.id);
 
     EXPECT_EQ(before, "processing");
     EXPECT_EQ(first.status, 200);
-    EXPECT_EQ(writeJson(first.json()), R"({"recordingId":")" + film.id + R"(","status":"ready"})");
+    EXPECT_EQ(writeJson(first.json()), R"({"recordingId":")" + recording.id + R"(","status":"ready"})");
     EXPECT_EQ(second.status, 200);
     EXPECT_EQ(first.body, second.body);
-    EXPECT_EQ(on.stateOf(film.id), "ready");
+    EXPECT_EQ(on.stateOf(recording.id), "ready");
 }
 
-TEST(RecordingCompletion, isForTheMachinesOwnFilms)
+TEST(RecordingCompletion, isForTheMachinesOwnRecordings)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
-    on.put(film.path, "film");
+    Recorded::Announced const recording = on.announce(4);
+    on.put(recording.path, "film");
     LinkedMachine const other = on.linkWith(R"(["screen","record"])");
 
     Answer const answer =
-        on.post("/complete", {{"recordingId", film.id}}, {{"Authorization", "Bearer " + other.token}});
+        on.post("/complete", {{"recordingId", recording.id}}, {{"Authorization", "Bearer " + other.token}});
 
     EXPECT_EQ(answer.status, 404);
     EXPECT_EQ(on.complete("rec_none").status, 404);
     EXPECT_EQ(on.post("/complete", {{"recordingId", 7}}).status, 400);
     EXPECT_EQ(on.post("/complete", json::object()).status, 400);
-    EXPECT_EQ(on.post("/complete", {{"recordingId", film.id}}, {}).status, 401);
-    EXPECT_EQ(on.stateOf(film.id), "processing");
+    EXPECT_EQ(on.post("/complete", {{"recordingId", recording.id}}, {}).status, 401);
+    EXPECT_EQ(on.stateOf(recording.id), "processing");
 }
 
-// 422 is a status after which an agent announces its film anew.
-TEST(RecordingCompletion, needsTheWholeFilm)
+// 422 is a status after which an agent announces its recording anew.
+TEST(RecordingCompletion, needsTheWholeRecording)
 {
     Recorded on;
     Recorded::Announced const never = on.announce(4);
@@ -320,10 +320,10 @@ TEST(RecordingCompletion, needsTheWholeFilm)
     EXPECT_EQ(on.complete(lost.id).status, 422);
 }
 
-TEST(RecordingCompletion, ofADeletedFilmIsRefused)
+TEST(RecordingCompletion, ofADeletedRecordingIsRefused)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
 
     on.gateway.platform("DELETE", "/v1/recordings/" + id);
 
@@ -333,13 +333,13 @@ TEST(RecordingCompletion, ofADeletedFilmIsRefused)
 TEST(RecordingCompletion, mustFollowWithinADay)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
-    on.put(film.path, "film");
+    Recorded::Announced const recording = on.announce(4);
+    on.put(recording.path, "film");
 
     on.gateway.clock.advance(25h);
 
     EXPECT_TRUE(becomes([&] { return on.files().empty(); }));
-    EXPECT_EQ(on.complete(film.id).status, 422);
+    EXPECT_EQ(on.complete(recording.id).status, 422);
     EXPECT_THAT(on.gateway.platform("GET", "/v1/recordings").json().at("data").as_array(), IsEmpty());
 }
 

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// What platforms see of films: the list, the film itself, and its end.
+// What platforms see of recordings: the list, the recording itself, and its end.
 
 namespace zelvo::service {
 namespace {
@@ -27,10 +27,10 @@ std::vector<std::string> listed(Recorded const& on, std::string const& query = "
     return idsOf(on.gateway.platform("GET", "/v1/recordings" + query).json());
 }
 
-TEST(RecordingList, tellsOfAFilm)
+TEST(RecordingList, tellsOfARecording)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
 
     json::value const list = on.gateway.platform("GET", "/v1/recordings").json();
     auto const record = records::fromJson<records::Recording>(list.at("data").at(0));
@@ -48,49 +48,53 @@ TEST(RecordingList, tellsOfAFilm)
     EXPECT_EQ(on.recordOf(id), list.at("data").at(0));
 }
 
-TEST(RecordingList, tellsOfAFilmThatIsOnItsWayWithoutAnAddress)
+TEST(RecordingList, tellsOfARecordingThatIsOnItsWayWithoutAnAddress)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
 
     for (int step = 0; step < 2; ++step) {
-        auto const record = records::fromJson<records::Recording>(on.recordOf(film.id));
+        auto const record = records::fromJson<records::Recording>(on.recordOf(recording.id));
         ASSERT_TRUE(record);
         EXPECT_EQ(record->status, records::RecordingStatus::processing);
         EXPECT_FALSE(record->url);
         EXPECT_FALSE(record->expiresAt);
-        EXPECT_EQ(listed(on), std::vector{film.id});
-        on.put(film.path, "film");
+        EXPECT_EQ(listed(on), std::vector{recording.id});
+        on.put(recording.path, "film");
     }
 }
 
 TEST(RecordingList, isSortedPagedAndFiltered)
 {
     Recorded on;
-    std::vector<std::string> films;
+    std::vector<std::string> recordings;
     LinkedMachine const first = on.linked;
     LinkedMachine const second = on.linkWith(R"(["screen","record"])");
     for (int i = 0; i < 5; ++i) {
         on.linked = i % 2 == 0 ? first : second;
         on.share(true);
-        films.push_back(on.film());
+        recordings.push_back(on.recording());
         on.gateway.clock.advance(1s);
     }
 
-    EXPECT_THAT(listed(on), ElementsAre(films[4], films[3], films[2], films[1], films[0]));
-    EXPECT_THAT(listed(on, "?connectionId=" + second.connectionId), ElementsAre(films[3], films[1]));
+    EXPECT_THAT(listed(on),
+                ElementsAre(recordings[4], recordings[3], recordings[2], recordings[1], recordings[0]));
+    EXPECT_THAT(listed(on, "?connectionId=" + second.connectionId),
+                ElementsAre(recordings[3], recordings[1]));
     EXPECT_THAT(listed(on, "?connectionId=con_none"), IsEmpty());
     json::value const page = on.gateway.platform("GET", "/v1/recordings?limit=2").json();
-    EXPECT_THAT(idsOf(page), ElementsAre(films[4], films[3]));
-    EXPECT_EQ(page.at("nextBefore").as_string(), films[3]);
-    json::value const next = on.gateway.platform("GET", "/v1/recordings?limit=2&before=" + films[3]).json();
-    EXPECT_THAT(idsOf(next), ElementsAre(films[2], films[1]));
-    EXPECT_EQ(next.at("nextBefore").as_string(), films[1]);
-    json::value const last = on.gateway.platform("GET", "/v1/recordings?limit=1&before=" + films[1]).json();
-    EXPECT_THAT(idsOf(last), ElementsAre(films[0]));
+    EXPECT_THAT(idsOf(page), ElementsAre(recordings[4], recordings[3]));
+    EXPECT_EQ(page.at("nextBefore").as_string(), recordings[3]);
+    json::value const next =
+        on.gateway.platform("GET", "/v1/recordings?limit=2&before=" + recordings[3]).json();
+    EXPECT_THAT(idsOf(next), ElementsAre(recordings[2], recordings[1]));
+    EXPECT_EQ(next.at("nextBefore").as_string(), recordings[1]);
+    json::value const last =
+        on.gateway.platform("GET", "/v1/recordings?limit=1&before=" + recordings[1]).json();
+    EXPECT_THAT(idsOf(last), ElementsAre(recordings[0]));
     EXPECT_FALSE(last.as_object().contains("nextBefore"));
-    EXPECT_THAT(listed(on, "?before=" + films[3] + "&connectionId=" + second.connectionId),
-                ElementsAre(films[1]));
+    EXPECT_THAT(listed(on, "?before=" + recordings[3] + "&connectionId=" + second.connectionId),
+                ElementsAre(recordings[1]));
 }
 
 TEST(RecordingList, refusesAQueryThatMeansNothing)
@@ -106,7 +110,7 @@ TEST(RecordingList, refusesAQueryThatMeansNothing)
 TEST(RecordingList, isForThoseWithTheKeyOrTheCookie)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     auto const cookie = on.gateway.consoleCookie();
     std::string const path = "/v1/recordings/" + id;
 
@@ -130,7 +134,7 @@ TEST(RecordingFile, isSentWholeAndInParts)
     std::string content(1'000'000, '\0');
     for (std::size_t i = 0; i < content.size(); ++i)
         content[i] = static_cast<char>(i * 31 + i / 251);
-    std::string const address = on.addressOf(on.film(content));
+    std::string const address = on.addressOf(on.recording(content));
     auto const part = [&](std::string const& range) {
         return on.gateway.call("GET", address, "", {{"Range", range}});
     };
@@ -158,7 +162,7 @@ TEST(RecordingFile, isSentWholeAndInParts)
 TEST(RecordingFile, hasNothingBehindItsEnd)
 {
     Recorded on;
-    std::string const address = on.addressOf(on.film("a film"));
+    std::string const address = on.addressOf(on.recording("a film"));
 
     Answer const answer = on.gateway.call("GET", address, "", {{"Range", "bytes=6-"}});
 
@@ -170,7 +174,7 @@ TEST(RecordingFile, hasNothingBehindItsEnd)
 TEST(RecordingFile, isDescribedWithoutBeingSent)
 {
     Recorded on;
-    std::string const address = on.addressOf(on.film("a film"));
+    std::string const address = on.addressOf(on.recording("a film"));
 
     Answer const whole = on.gateway.call("HEAD", address);
     Answer const part = on.gateway.call("HEAD", address, "", {{"Range", "bytes=1-2"}});
@@ -184,7 +188,7 @@ TEST(RecordingFile, isDescribedWithoutBeingSent)
 TEST(RecordingFile, isSentWholeToWhoHasThePartsOfAnother)
 {
     Recorded on;
-    std::string const id = on.film("a film");
+    std::string const id = on.recording("a film");
     auto const statusIf = [&](std::string const& tag) {
         return on.gateway.call("GET", on.addressOf(id), "", {{"Range", "bytes=1-2"}, {"If-Range", tag}})
             .status;
@@ -198,7 +202,7 @@ TEST(RecordingFile, isSentWholeToWhoHasThePartsOfAnother)
 TEST(RecordingFile, servesOneRequestAfterTheOtherOnAConnection)
 {
     Recorded on;
-    std::string const address = on.addressOf(on.film("a film"));
+    std::string const address = on.addressOf(on.recording("a film"));
     RawConnection connection(on.gateway.port());
     auto const get = [&](std::string const& more) {
         return "GET " + address + " HTTP/1.1\r\nHost: localhost\r\n" + more + "\r\n";
@@ -216,8 +220,8 @@ TEST(RecordingFile, servesOneRequestAfterTheOtherOnAConnection)
 TEST(RecordingFile, needsTheProofOfItsAddress)
 {
     Recorded on;
-    std::string const address = on.addressOf(on.film());
-    std::string const other = on.addressOf(on.film());
+    std::string const address = on.addressOf(on.recording());
+    std::string const other = on.addressOf(on.recording());
     std::string const query = address.substr(address.find('?'));
     std::string const path = address.substr(0, address.find('?'));
     std::string const proof = address.substr(address.find("&proof="));
@@ -237,7 +241,7 @@ TEST(RecordingFile, needsTheProofOfItsAddress)
 TEST(RecordingFile, isNoPath)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     std::string const address = on.addressOf(id);
     std::string const query = address.substr(address.find('?'));
 
@@ -258,7 +262,7 @@ TEST(RecordingFile, isNoPath)
 TEST(RecordingFile, isNotForThePagesOfOtherSites)
 {
     Recorded on;
-    std::string const address = on.addressOf(on.film());
+    std::string const address = on.addressOf(on.recording());
     Recorded::Announced const next = on.announce(4);
     Headers const foreign = {{"Origin", "http://evil.example"}, {"Content-Type", "video/mp4"}};
 
@@ -272,7 +276,7 @@ TEST(RecordingFile, isNotForThePagesOfOtherSites)
 TEST(RecordingFile, isThereForAnHour)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     std::string const address = on.addressOf(id);
 
     on.gateway.clock.advance(59min + 59s);
@@ -287,7 +291,7 @@ TEST(RecordingFile, isThereForAnHour)
 TEST(RecordingFile, isNotFoundWhenItsFileIsGone)
 {
     Recorded on;
-    std::string const id = on.film("a film");
+    std::string const id = on.recording("a film");
     std::filesystem::remove(on.folder() / (id + ".mp4"));
 
     EXPECT_EQ(on.gateway.call("GET", on.addressOf(id)).status, 404);
@@ -296,7 +300,7 @@ TEST(RecordingFile, isNotFoundWhenItsFileIsGone)
 TEST(RecordingEnd, comesByDeleting)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     std::string const address = on.addressOf(id);
 
     Answer const first = on.gateway.platform("DELETE", "/v1/recordings/" + id);
@@ -314,22 +318,22 @@ TEST(RecordingEnd, comesByDeleting)
     EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/rec_none").status, 404);
 }
 
-TEST(RecordingEnd, waitsForAFilmThatIsOnItsWay)
+TEST(RecordingEnd, waitsForARecordingThatIsOnItsWay)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
 
-    EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + film.id).status, 409);
-    on.put(film.path, "film");
-    EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + film.id).status, 409);
-    EXPECT_EQ(on.complete(film.id).status, 200);
-    EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + film.id).status, 200);
+    EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + recording.id).status, 409);
+    on.put(recording.path, "film");
+    EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + recording.id).status, 409);
+    EXPECT_EQ(on.complete(recording.id).status, 200);
+    EXPECT_EQ(on.gateway.platform("DELETE", "/v1/recordings/" + recording.id).status, 200);
 }
 
 TEST(RecordingEnd, doesNotDisturbWhoWatches)
 {
     Recorded on;
-    std::string const id = on.film(std::string(30'000'000, 'f'));
+    std::string const id = on.recording(std::string(30'000'000, 'f'));
     RawConnection connection(on.gateway.port());
     connection.send("GET " + on.addressOf(id) + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
     std::string const begin = connection.readSome();
@@ -344,9 +348,9 @@ TEST(RecordingEnd, doesNotDisturbWhoWatches)
 TEST(RecordingEnd, comesByItselfAfterThirtyDays)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     on.gateway.clock.advance(29 * 24h);
-    std::string const young = on.film();
+    std::string const young = on.recording();
     EXPECT_EQ(on.stateOf(id), "ready");
     std::string const address = on.addressOf(id);
 
@@ -366,11 +370,11 @@ TEST(RecordingEnd, comesByItselfAfterThirtyDays)
 TEST(RecordingEnd, comesWhenItIsSetTo)
 {
     Recorded on([](Settings& settings) { settings.recordings.kept = 30min; });
-    std::string const id = on.film();
+    std::string const id = on.recording();
     json::value const record = on.recordOf(id);
 
     EXPECT_EQ(record.at("deletesAt").as_string(), "2026-11-21T00:30:00.000Z");
-    EXPECT_EQ(record.at("expiresAt"), record.at("deletesAt")); // No address outlives its film.
+    EXPECT_EQ(record.at("expiresAt"), record.at("deletesAt")); // No address outlives its recording.
     on.gateway.stop();
     on.gateway.clock.advance(30min);
     on.gateway.start();
@@ -380,7 +384,7 @@ TEST(RecordingEnd, comesWhenItIsSetTo)
 TEST(RecordingEnd, comesThoughTheStoreFailedForAWhile)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     Database other(on.gateway.data() / "gateway.sqlite");
 
     other.execute("ALTER TABLE recordings RENAME TO away");
@@ -398,13 +402,13 @@ TEST(RecordingEnd, comesThoughTheStoreFailedForAWhile)
 TEST(RecordingEnd, comesWithItsMachine)
 {
     Recorded on;
-    std::string const id = on.film();
+    std::string const id = on.recording();
     Recorded::Announced const here = on.announce(4);
     on.put(here.path, "film");
     LinkedMachine const gone = on.linked;
     on.linked = on.linkWith(R"(["screen","record"])");
     on.share(true);
-    std::string const other = on.film();
+    std::string const other = on.recording();
 
     EXPECT_EQ(on.gateway.platform("DELETE", "/v1/machines/" + gone.machineId).status, 200);
 

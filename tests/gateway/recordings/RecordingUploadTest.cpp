@@ -1,3 +1,4 @@
+#include "ZelvoGateway/store/SqliteStore.h"
 #include "gateway/support/Recorded.h"
 
 #include <gmock/gmock.h>
@@ -8,7 +9,7 @@
 
 #include <fstream>
 
-// The body of a film on its way to the disk, and every way in which it can break.
+// The body of a recording on its way to the disk, and every way in which it can break.
 
 namespace zelvo::service {
 namespace {
@@ -29,40 +30,40 @@ unsigned modeOf(std::filesystem::path const& path)
     return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
 }
 
-std::string filmOf(std::size_t bytes)
+std::string recordingOf(std::size_t bytes)
 {
-    std::string film(bytes, '\0');
+    std::string recording(bytes, '\0');
     std::uint32_t state = 1;
-    for (char& each : film)
+    for (char& each : recording)
         each = static_cast<char>((state = state * 1664525U + 1013904223U) >> 24);
-    return film;
+    return recording;
 }
 
 /// The gateway took nothing, keeps nothing, and the address is used up.
-void expectNothingLeft(Recorded& on, Recorded::Announced const& film)
+void expectNothingLeft(Recorded& on, Recorded::Announced const& recording)
 {
     auto const listed = [&] {
         return on.gateway.platform("GET", "/v1/recordings").json().at("data").as_array().size();
     };
-    EXPECT_TRUE(becomes([&] { return on.put(film.path, "film").status == 404; }));
+    EXPECT_TRUE(becomes([&] { return on.put(recording.path, "film").status == 404; }));
     EXPECT_TRUE(becomes([&] { return on.files().empty() && listed() == 0; }));
-    EXPECT_EQ(on.put(film.path, "film").status, 404);
-    EXPECT_EQ(on.complete(film.id).status, 422);
+    EXPECT_EQ(on.put(recording.path, "film").status, 404);
+    EXPECT_EQ(on.complete(recording.id).status, 422);
 }
 
-TEST(RecordingUpload, putsTheFilmOnTheDisk)
+TEST(RecordingUpload, putsTheRecordingOnTheDisk)
 {
     Recorded on;
     for (std::size_t const bytes : {std::size_t{1}, 256_KiB - 1, 256_KiB, 256_KiB + 1, 3_MiB + 7}) {
-        std::string const content = filmOf(bytes);
-        Recorded::Announced const film = on.announce(static_cast<std::int64_t>(bytes));
+        std::string const content = recordingOf(bytes);
+        Recorded::Announced const recording = on.announce(static_cast<std::int64_t>(bytes));
 
-        Answer const answer = on.put(film.path, content);
+        Answer const answer = on.put(recording.path, content);
 
         EXPECT_EQ(answer.status, 200);
-        EXPECT_EQ(answer.json().at("recordingId").as_string(), film.id);
-        EXPECT_TRUE(contentOf(on.folder() / (film.id + ".mp4")) == content) << bytes;
-        EXPECT_EQ(modeOf(on.folder() / (film.id + ".mp4")), 0600U);
+        EXPECT_EQ(answer.json().at("recordingId").as_string(), recording.id);
+        EXPECT_TRUE(contentOf(on.folder() / (recording.id + ".mp4")) == content) << bytes;
+        EXPECT_EQ(modeOf(on.folder() / (recording.id + ".mp4")), 0600U);
     }
     EXPECT_EQ(modeOf(on.folder()), 0700U);
 }
@@ -70,80 +71,80 @@ TEST(RecordingUpload, putsTheFilmOnTheDisk)
 TEST(RecordingUpload, worksOnce)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
-    EXPECT_EQ(on.put(film.path, "film").status, 200);
+    Recorded::Announced const recording = on.announce(4);
+    EXPECT_EQ(on.put(recording.path, "film").status, 200);
 
-    Answer const again = on.put(film.path, "FILM");
+    Answer const again = on.put(recording.path, "FILM");
 
     EXPECT_EQ(again.status, 404);
-    EXPECT_EQ(contentOf(on.folder() / (film.id + ".mp4")), "film");
-    on.complete(film.id);
-    EXPECT_EQ(on.put(film.path, "FILM").status, 404);
-    EXPECT_EQ(contentOf(on.folder() / (film.id + ".mp4")), "film");
+    EXPECT_EQ(contentOf(on.folder() / (recording.id + ".mp4")), "film");
+    on.complete(recording.id);
+    EXPECT_EQ(on.put(recording.path, "FILM").status, 404);
+    EXPECT_EQ(contentOf(on.folder() / (recording.id + ".mp4")), "film");
 }
 
 TEST(RecordingUpload, takesOneBodyAtATime)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(300'000);
-    std::string const content = filmOf(300'000);
+    Recorded::Announced const recording = on.announce(300'000);
+    std::string const content = recordingOf(300'000);
     RawConnection first(on.gateway.port());
-    first.send(Recorded::headOf(film.path, content.size()) + content.substr(0, 280'000));
-    ASSERT_TRUE(becomes([&] { return on.files() == std::vector{film.id + ".part"}; }));
-    EXPECT_EQ(modeOf(on.folder() / (film.id + ".part")), 0600U);
+    first.send(Recorded::headOf(recording.path, content.size()) + content.substr(0, 280'000));
+    ASSERT_TRUE(becomes([&] { return on.files() == std::vector{recording.id + ".part"}; }));
+    EXPECT_EQ(modeOf(on.folder() / (recording.id + ".part")), 0600U);
 
-    EXPECT_EQ(on.put(film.path, content).status, 404);
+    EXPECT_EQ(on.put(recording.path, content).status, 404);
     first.send(content.substr(280'000));
 
     EXPECT_THAT(first.readToEnd(5), StartsWith("HTTP/1.1 200"));
-    EXPECT_THAT(on.files(), ElementsAre(film.id + ".mp4"));
+    EXPECT_THAT(on.files(), ElementsAre(recording.id + ".mp4"));
 }
 
 TEST(RecordingUpload, needsItsSecret)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
 
     for (std::string const& path :
-         {std::string("/uploads/"), "/uploads/" + film.id, "/uploads/" + std::string(64, '0'),
-          film.path.substr(0, film.path.size() - 1), film.path + "0"})
+         {std::string("/uploads/"), "/uploads/" + recording.id, "/uploads/" + std::string(64, '0'),
+          recording.path.substr(0, recording.path.size() - 1), recording.path + "0"})
         EXPECT_EQ(on.put(path, "film").status, 404) << path;
-    EXPECT_EQ(on.gateway.call("GET", film.path).status, 405);
-    EXPECT_EQ(on.gateway.call("POST", film.path, "film").status, 405);
-    EXPECT_EQ(on.put(film.path, "film").status, 200);
+    EXPECT_EQ(on.gateway.call("GET", recording.path).status, 405);
+    EXPECT_EQ(on.gateway.call("POST", recording.path, "film").status, 405);
+    EXPECT_EQ(on.put(recording.path, "film").status, 200);
 }
 
 TEST(RecordingUpload, isRefusedByItsHeadWhenItIsNotWhatWasAnnounced)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     auto const statusOf = [&](std::string const& head) {
         RawConnection connection(on.gateway.port());
-        connection.send("PUT " + film.path + " HTTP/1.1\r\nHost: localhost\r\n" + head + "\r\n\r\n");
+        connection.send("PUT " + recording.path + " HTTP/1.1\r\nHost: localhost\r\n" + head + "\r\n\r\n");
         return connection.readToEnd(2).substr(9, 3);
     };
 
-    EXPECT_EQ(on.put(film.path, "film", "video/webm").status, 415);
-    EXPECT_EQ(on.put(film.path, "film", "").status, 415);
+    EXPECT_EQ(on.put(recording.path, "film", "video/webm").status, 415);
+    EXPECT_EQ(on.put(recording.path, "film", "").status, 415);
     EXPECT_EQ(statusOf("Content-Length: 4"), "415");
-    EXPECT_EQ(on.put(film.path, "films").status, 413);
-    EXPECT_EQ(on.put(film.path, "fil").status, 400);
-    EXPECT_EQ(on.put(film.path, "").status, 400);
+    EXPECT_EQ(on.put(recording.path, "films").status, 413);
+    EXPECT_EQ(on.put(recording.path, "fil").status, 400);
+    EXPECT_EQ(on.put(recording.path, "").status, 400);
     EXPECT_EQ(statusOf("Content-Type: video/mp4\r\nContent-Length: 1099511627776"), "413");
     EXPECT_EQ(statusOf("Content-Type: video/mp4"), "411");
     EXPECT_EQ(statusOf("Content-Type: video/mp4\r\nTransfer-Encoding: chunked"), "411");
     EXPECT_EQ(statusOf("Content-Type: video/mp4\r\nContent-Length: 4\r\nTransfer-Encoding: chunked"), "400");
     EXPECT_THAT(on.files(), IsEmpty());
     // Nothing has come yet, so the address is still good.
-    EXPECT_EQ(on.put(film.path, "film", "Video/MP4").status, 200);
+    EXPECT_EQ(on.put(recording.path, "film", "Video/MP4").status, 200);
 }
 
 TEST(RecordingUpload, takesNothingBehindTheAnnouncedBytes)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     RawConnection connection(on.gateway.port());
-    std::string head = Recorded::headOf(film.path, 4);
+    std::string head = Recorded::headOf(recording.path, 4);
     head.replace(head.find("close"), 5, "keep-alive");
 
     connection.send(head + "film and more of it\r\n\r\n");
@@ -151,75 +152,75 @@ TEST(RecordingUpload, takesNothingBehindTheAnnouncedBytes)
 
     EXPECT_THAT(answers, StartsWith("HTTP/1.1 200"));
     EXPECT_NE(answers.find("HTTP/1.1 400"), std::string::npos); // What follows is no request.
-    EXPECT_EQ(contentOf(on.folder() / (film.id + ".mp4")), "film");
+    EXPECT_EQ(contentOf(on.folder() / (recording.id + ".mp4")), "film");
 }
 
 TEST(RecordingUpload, leavesNothingBehindWhenItBreaksOff)
 {
-    std::string const content = filmOf(600'000);
+    std::string const content = recordingOf(600'000);
     for (std::size_t const sent : {0, 1, 200'000, 262'144, 400'000, 599'999}) {
         Recorded on;
-        Recorded::Announced const film = on.announce(static_cast<std::int64_t>(content.size()));
+        Recorded::Announced const recording = on.announce(static_cast<std::int64_t>(content.size()));
         {
             RawConnection connection(on.gateway.port());
-            connection.send(Recorded::headOf(film.path, content.size()) + content.substr(0, sent));
+            connection.send(Recorded::headOf(recording.path, content.size()) + content.substr(0, sent));
             if (sent > 262'144)
                 EXPECT_TRUE(becomes([&] { return !on.files().empty(); }));
         }
         SCOPED_TRACE(sent);
-        expectNothingLeft(on, film);
+        expectNothingLeft(on, recording);
     }
 }
 
 TEST(RecordingUpload, isLetGoWhenItStops)
 {
     Recorded on([](Settings& settings) { settings.limits.bodyIdle = std::chrono::milliseconds(200); });
-    Recorded::Announced const film = on.announce(600'000);
+    Recorded::Announced const recording = on.announce(600'000);
     RawConnection connection(on.gateway.port());
 
-    connection.send(Recorded::headOf(film.path, 600'000) + filmOf(300'000));
+    connection.send(Recorded::headOf(recording.path, 600'000) + recordingOf(300'000));
 
     EXPECT_TRUE(connection.closes(5));
-    expectNothingLeft(on, film);
+    expectNothingLeft(on, recording);
 }
 
 TEST(RecordingUpload, isLetGoWhenItTakesTooLong)
 {
     Recorded on([](Settings& settings) { settings.limits.bodyTime = std::chrono::milliseconds(300); });
-    Recorded::Announced const film = on.announce(600'000);
+    Recorded::Announced const recording = on.announce(600'000);
     RawConnection connection(on.gateway.port());
-    connection.send(Recorded::headOf(film.path, 600'000));
+    connection.send(Recorded::headOf(recording.path, 600'000));
 
     bool const ended = becomes([&] {
         connection.send("x");
-        return on.put(film.path, "film").status == 404 && connection.closes(1);
+        return on.put(recording.path, "film").status == 404 && connection.closes(1);
     });
 
     EXPECT_TRUE(ended);
-    expectNothingLeft(on, film);
+    expectNothingLeft(on, recording);
 }
 
 TEST(RecordingUpload, mustBeginInTime)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     Recorded::Announced const late = on.announce(4);
 
     on.gateway.clock.advance(14min + 59s);
-    EXPECT_EQ(on.put(film.path, "film").status, 200);
+    EXPECT_EQ(on.put(recording.path, "film").status, 200);
     on.gateway.clock.advance(1s);
     EXPECT_EQ(on.put(late.path, "film").status, 404);
-    on.complete(film.id);
-    EXPECT_EQ(on.stateOf(film.id), "ready");
-    EXPECT_THAT(on.files(), ElementsAre(film.id + ".mp4"));
+    on.complete(recording.id);
+    EXPECT_EQ(on.stateOf(recording.id), "ready");
+    EXPECT_THAT(on.files(), ElementsAre(recording.id + ".mp4"));
 }
 
 TEST(RecordingUpload, waitsForAWordWhenItAsksForOne)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     RawConnection connection(on.gateway.port());
-    std::string head = Recorded::headOf(film.path, 4);
+    std::string head = Recorded::headOf(recording.path, 4);
     head.insert(head.size() - 2, "Expect: 100-continue\r\n");
 
     connection.send(head);
@@ -232,10 +233,10 @@ TEST(RecordingUpload, waitsForAWordWhenItAsksForOne)
 TEST(RecordingUpload, endsWhenThePersonSaysNoMeanwhile)
 {
     Recorded on;
-    std::string const content = filmOf(600'000);
-    Recorded::Announced const film = on.announce(600'000);
+    std::string const content = recordingOf(600'000);
+    Recorded::Announced const recording = on.announce(600'000);
     RawConnection connection(on.gateway.port());
-    connection.send(Recorded::headOf(film.path, content.size()) + content.substr(0, 300'000));
+    connection.send(Recorded::headOf(recording.path, content.size()) + content.substr(0, 300'000));
     ASSERT_TRUE(becomes([&] { return !on.files().empty(); }));
 
     on.share(false);
@@ -243,17 +244,17 @@ TEST(RecordingUpload, endsWhenThePersonSaysNoMeanwhile)
 
     EXPECT_THAT(connection.readToEnd(5), StartsWith("HTTP/1.1 403"));
     EXPECT_TRUE(becomes([&] { return on.files().empty(); }));
-    EXPECT_EQ(on.complete(film.id).errorCode(), "recording_not_shared");
+    EXPECT_EQ(on.complete(recording.id).errorCode(), "recording_not_shared");
 }
 
 TEST(RecordingUpload, endsWhenTheConnectionOrTheMachineEndsMeanwhile)
 {
-    std::string const content = filmOf(600'000);
+    std::string const content = recordingOf(600'000);
     for (std::string const what : {"connection", "machine"}) {
         Recorded on;
-        Recorded::Announced const film = on.announce(600'000);
+        Recorded::Announced const recording = on.announce(600'000);
         RawConnection connection(on.gateway.port());
-        connection.send(Recorded::headOf(film.path, content.size()) + content.substr(0, 300'000));
+        connection.send(Recorded::headOf(recording.path, content.size()) + content.substr(0, 300'000));
         ASSERT_TRUE(becomes([&] { return !on.files().empty(); }));
 
         std::string const id = what == "machine" ? on.linked.machineId : on.linked.connectionId;
@@ -268,23 +269,23 @@ TEST(RecordingUpload, endsWhenTheConnectionOrTheMachineEndsMeanwhile)
 TEST(RecordingUpload, saysThatItCannotBeStored)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     std::filesystem::remove_all(on.folder());
     std::ofstream(on.folder()) << "in the way";
 
-    Answer const answer = on.put(film.path, "film");
+    Answer const answer = on.put(recording.path, "film");
 
     EXPECT_EQ(answer.status, 503);
     EXPECT_EQ(answer.errorCode(), "recordings_unavailable");
     EXPECT_EQ(answer.body.find(on.folder().string()), std::string::npos);
     std::filesystem::remove(on.folder());
-    EXPECT_EQ(on.stateOf(on.film()), "ready");
+    EXPECT_EQ(on.stateOf(on.recording()), "ready");
 }
 
 TEST(RecordingUpload, isRefusedWhenRecordingsWereSwitchedOff)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     Recorded::Announced const here = on.announce(4);
     on.put(here.path, "film");
     on.gateway.stop();
@@ -292,33 +293,33 @@ TEST(RecordingUpload, isRefusedWhenRecordingsWereSwitchedOff)
     on.gateway.change([](Settings& settings) { settings.recordings.taken = false; });
     on.gateway.start();
 
-    EXPECT_EQ(on.put(film.path, "film").errorCode(), "recordings_unavailable");
+    EXPECT_EQ(on.put(recording.path, "film").errorCode(), "recordings_unavailable");
     EXPECT_EQ(on.complete(here.id).status, 200); // It is here already.
 }
 
 TEST(RecordingUpload, goesOnAfterARestartBetweenItsSteps)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(4);
+    Recorded::Announced const recording = on.announce(4);
     on.gateway.stop();
     on.gateway.start();
-    EXPECT_EQ(on.put(film.path, "film").status, 200);
+    EXPECT_EQ(on.put(recording.path, "film").status, 200);
     on.gateway.stop();
     on.gateway.start();
-    EXPECT_EQ(on.complete(film.id).status, 200);
+    EXPECT_EQ(on.complete(recording.id).status, 200);
     on.gateway.stop();
     on.gateway.start();
-    EXPECT_EQ(on.complete(film.id).status, 200);
+    EXPECT_EQ(on.complete(recording.id).status, 200);
 
-    EXPECT_EQ(on.gateway.call("GET", on.addressOf(film.id)).body, "film");
+    EXPECT_EQ(on.gateway.call("GET", on.addressOf(recording.id)).body, "film");
 }
 
 TEST(RecordingUpload, isGoneAfterARestartInItsMiddle)
 {
     Recorded on;
-    Recorded::Announced const film = on.announce(600'000);
+    Recorded::Announced const recording = on.announce(600'000);
     RawConnection connection(on.gateway.port());
-    connection.send(Recorded::headOf(film.path, 600'000) + filmOf(300'000));
+    connection.send(Recorded::headOf(recording.path, 600'000) + recordingOf(300'000));
     ASSERT_TRUE(becomes([&] { return !on.files().empty(); }));
 
     on.gateway.stop();
@@ -326,38 +327,41 @@ TEST(RecordingUpload, isGoneAfterARestartInItsMiddle)
     EXPECT_THAT(on.files(), IsEmpty());
     on.gateway.start();
 
-    expectNothingLeft(on, film);
+    expectNothingLeft(on, recording);
 }
 
 TEST(RecordingUpload, isGoneAfterASuddenEndInItsMiddle)
 {
     Recorded on;
-    std::string const ready = on.film();
-    Recorded::Announced const film = on.announce(4);
+    std::string const ready = on.recording();
+    Recorded::Announced const recording = on.announce(4);
     on.gateway.stop();
     {
-        Store store(on.gateway.data() / "gateway.sqlite");
-        ASSERT_TRUE(store.moveRecording(film.id, RecordingStage::open, RecordingStage::receiving, Date()));
+        SqliteStore store(on.gateway.data() / "gateway.sqlite");
+        ASSERT_TRUE(
+            store.moveRecording(recording.id, RecordingStage::open, RecordingStage::receiving, Date()));
     }
-    for (std::string const& name : {film.id + ".part", film.id + ".mp4", std::string("rec_none.mp4")})
+    for (std::string const& name :
+         {recording.id + ".part", recording.id + ".mp4", std::string("rec_none.mp4")})
         std::ofstream(on.folder() / name) << "fi";
     std::ofstream(on.folder() / "notes.txt") << "not ours";
 
     on.gateway.start();
 
     EXPECT_THAT(on.files(), ElementsAre("notes.txt", ready + ".mp4"));
-    EXPECT_EQ(on.complete(film.id).status, 422);
-    EXPECT_EQ(on.put(film.path, "film").status, 404);
+    EXPECT_EQ(on.complete(recording.id).status, 422);
+    EXPECT_EQ(on.put(recording.path, "film").status, 404);
 }
 
-// A sanitizer keeps freed memory, so how much there is says nothing then, and a tenth of the film will do.
+// A sanitizer keeps freed memory, so how much there is says nothing then, and a tenth of the recording will
+// do.
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 constexpr bool measured = false;
 #else
 constexpr bool measured = true;
 #endif
 constexpr int mebibytes = measured ? 200 : 20;
-constexpr std::size_t largeFilm = std::size_t{mebibytes} << 20;
+constexpr std::size_t largeRecording = std::size_t{mebibytes} << 20;
 
 /// What this process has in memory, in bytes.
 std::size_t residentBytes()
@@ -372,21 +376,22 @@ std::size_t residentBytes()
 TEST(RecordingUpload, of200MiBNeedsLittleMemoryBothWays)
 {
     Recorded on([](Settings& settings) { settings.limits.memory = 4_MiB; });
-    std::string const piece = filmOf(1_MiB);
-    Recorded::Announced const film = on.announce(largeFilm);
+    std::string const piece = recordingOf(1_MiB);
+    Recorded::Announced const recording = on.announce(largeRecording);
     std::size_t const before = residentBytes();
     std::size_t most = before;
     RawConnection up(on.gateway.port());
-    up.send(Recorded::headOf(film.path, largeFilm));
+    up.send(Recorded::headOf(recording.path, largeRecording));
 
     for (int i = 0; i < mebibytes; ++i) {
         ASSERT_TRUE(up.send(piece));
         most = std::max(most, residentBytes());
     }
     EXPECT_THAT(up.readToEnd(30), StartsWith("HTTP/1.1 200"));
-    EXPECT_EQ(on.complete(film.id).status, 200);
+    EXPECT_EQ(on.complete(recording.id).status, 200);
     RawConnection down(on.gateway.port());
-    down.send("GET " + on.addressOf(film.id) + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+    down.send("GET " + on.addressOf(recording.id) +
+              " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
     std::size_t taken = 0;
     bool same = true;
     std::string last = down.readSome();
@@ -400,7 +405,7 @@ TEST(RecordingUpload, of200MiBNeedsLittleMemoryBothWays)
         last = down.readSome();
     } while (!last.empty());
 
-    EXPECT_EQ(taken, largeFilm);
+    EXPECT_EQ(taken, largeRecording);
     EXPECT_TRUE(same);
     if (measured)
         EXPECT_LT(most - before, 32_MiB);

@@ -1,4 +1,4 @@
-#include "ZelvoGateway/store/Store.h"
+#include "ZelvoGateway/store/SqliteStore.h"
 #include "gateway/support/Gateway.h"
 
 #include <gmock/gmock.h>
@@ -25,7 +25,7 @@ struct Opened {
     void reopen()
     {
         store.reset();
-        store = std::make_unique<Store>(folder.path / "store.sqlite");
+        store = std::make_unique<SqliteStore>(folder.path / "store.sqlite");
     }
     void add(std::string const& id, std::string const& connection = "con_a", Duration life = 60s) const
     {
@@ -50,7 +50,7 @@ struct Opened {
     CommandStatus status(std::string const& id) const { return store->command(id).value().status; }
 
     TemporaryFolder folder;
-    std::unique_ptr<Store> store = std::make_unique<Store>(folder.path / "store.sqlite");
+    std::unique_ptr<SqliteStore> store = std::make_unique<SqliteStore>(folder.path / "store.sqlite");
     std::string machineId;
 };
 
@@ -84,7 +84,7 @@ TEST(CommandStore, keepsWhatItHasTakenThroughACrash)
     TemporaryFolder left;
     for (std::string const name : {"store.sqlite", "store.sqlite-wal"})
         std::filesystem::copy_file(on.folder.path / name, left.path / name);
-    Store found(left.path / "store.sqlite");
+    SqliteStore found(left.path / "store.sqlite");
 
     EXPECT_EQ(found.command("waits").value().status, CommandStatus::queued);
     EXPECT_EQ(found.command("runs").value().status, CommandStatus::running);

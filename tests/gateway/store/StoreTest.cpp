@@ -1,5 +1,4 @@
-#include "ZelvoGateway/store/Store.h"
-
+#include "ZelvoGateway/store/SqliteStore.h"
 #include "gateway/support/Gateway.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +10,7 @@ Date const someDay = Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 2
 
 struct Opened {
     TemporaryFolder folder;
-    Store store{folder.path / "store.sqlite"};
+    SqliteStore store{folder.path / "store.sqlite"};
 };
 
 TEST(Store, findsAMachineByItsTokenOnly)
@@ -41,8 +40,7 @@ TEST(Store, finishesALinkSessionOnce)
 {
     Opened on;
     MachineWithToken const made = on.store.addMachine(AgentMode::connected, someDay);
-    StoredLinkSession const session =
-        on.store.addLinkSession({.endUserId = "u", .scopes = {AgentScope::screen}}, "code", someDay);
+    StoredLinkSession const session = on.store.addLinkSession("u", {AgentScope::screen}, "code", someDay);
     StoredConnection connection{.id = "c1", .machineId = made.machineId, .endUserId = "u", .createdAt = "t"};
 
     EXPECT_TRUE(on.store.finishLinkSession(session.id, connection));
@@ -68,7 +66,7 @@ TEST(Store, takesAConsoleCodeOnceAndInTime)
 TEST(Store, forgetsSessionsADayAfterTheirEnd)
 {
     Opened on;
-    on.store.addLinkSession({.endUserId = "u", .scopes = {AgentScope::screen}}, "code", someDay);
+    on.store.addLinkSession("u", {AgentScope::screen}, "code", someDay);
 
     on.store.forgetExpired(someDay + std::chrono::hours(23));
     EXPECT_TRUE(on.store.linkSessionOfCode("code"));
@@ -92,7 +90,7 @@ TEST(Store, keepsTextsOfAnyKind)
 TEST(Store, isSharedByProcesses)
 {
     Opened on;
-    Store other(on.folder.path / "store.sqlite");
+    SqliteStore other(on.folder.path / "store.sqlite");
 
     MachineWithToken const made = other.addMachine(AgentMode::cloud, someDay);
 

@@ -16,7 +16,7 @@
 
 namespace zelvo::service {
 
-/// The thread that any number of fake machines live on.
+/// The thread of any number of fake machines.
 class MachineThread {
 public:
     MachineThread();
@@ -39,14 +39,14 @@ json::object errorOf(std::string const& code, std::string const& message);
 /// Thread: any.
 class FakeMachine {
 public:
-    /// The reply's "result" or "error" for a frame; nothing leaves it unanswered.
+    /// The reply's "result" or "error" for a frame; nullopt leaves it unanswered.
     using Handler = std::function<std::optional<json::object>(json::object const& frame)>;
 
     struct Options {
         std::string version = "0.1.0";
         std::vector<std::pair<std::string, std::string>> headers = {};
-        bool reads = true;          ///< false leaves the socket unread, pings too
-        Handler handler = answerOk; ///< from the very first frame, which may come before onFrame()
+        bool reads = true;          ///< false leaves the socket unread, pings included
+        Handler handler = answerOk; ///< for the frames that arrive before onFrame()
     };
 
     FakeMachine(MachineThread& thread, std::uint16_t port, std::string token);
@@ -56,7 +56,7 @@ public:
     /// Drops the socket.
     ~FakeMachine();
 
-    /// Waits for the answer to the upgrade: 101 when the machine is connected.
+    /// Waits for the answer to the upgrade: 101 if the machine is connected.
     int status();
     void onFrame(Handler handler);
     void sendText(std::string text);
@@ -64,13 +64,13 @@ public:
     void heartbeat(std::string const& computerName = "box",
                    bool paused = false,
                    std::string const& availability = "ready");
-    /// A heartbeat of a machine at which these connections stand, and no others.
+    /// A heartbeat that reports these connections and no others.
     void heartbeatWith(std::vector<std::string> const& connections);
     void sendEvent(std::string const& event, json::object data, std::string const& connectionId = {});
     void drop();
-    /// Waits for the end of the socket and gives its close code, 0 when there was none.
+    /// Waits for the end of the socket; returns its close code, 0 if there was none.
     int closeCode();
-    /// All frames that have come.
+    /// Every frame so far.
     std::vector<json::object> frames() const;
     /// Those of one method.
     std::vector<json::object> framesOf(std::string const& method) const;

@@ -11,7 +11,7 @@
 
 namespace zelvo::service {
 
-/// A folder that is gone at the end of the test.
+/// A temporary folder that the destructor removes.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -28,7 +28,7 @@ struct LinkedMachine {
     std::string connectionId;
 };
 
-/// A gateway of a test's own, on a free port, running on a thread of its own until the test's end.
+/// A gateway on a free port that runs on a separate thread until the end of the test.
 class Gateway {
 public:
     explicit Gateway(std::function<void(Settings&)> const& change = [](Settings&) {});
@@ -41,7 +41,7 @@ public:
     std::string readFile(std::string const& name) const;
     std::string apiKey() const;
     Server& running() { return *server; }
-    /// What the gateway's agents and queues go by; it goes on through stop() and start().
+    /// The clock of the gateway's agents and queues; it survives stop() and start().
     SteppedClock clock;
     void stop();
     void start();
@@ -84,7 +84,7 @@ private:
     std::thread thread;
 };
 
-/// Asks again and again until it is true; false when it is not within ten seconds.
+/// Waits until the condition is true; false if that takes more than ten seconds.
 bool becomes(std::function<bool()> const& condition);
 
 } // namespace zelvo::service

@@ -12,25 +12,25 @@ namespace zelvo::service {
 
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
-/// What a gateway answered; status 0 when it closed the connection without an answer.
+/// What a gateway answered; status 0 if it closed the connection without an answer.
 struct Answer {
     int status = 0;
     std::map<std::string, std::string> headers; ///< names in lower case
     std::string body;
 
     json::value json() const;
-    /// "code" of an error body; empty when it is none.
+    /// "code" of an error body; empty if it is not one.
     std::string errorCode() const;
 };
 
-/// One request on a connection of its own. Without a "Host" among the headers it is the right one.
+/// Sends one request on a new connection. Without a "Host" header it adds the right one.
 Answer request(std::uint16_t port,
                std::string const& method,
                std::string const& target,
                std::string const& body = {},
                Headers headers = {});
 
-/// A connection for bytes that no HTTP library would send.
+/// A connection for bytes that no HTTP library sends.
 class RawConnection {
 public:
     explicit RawConnection(std::uint16_t port);
@@ -39,9 +39,9 @@ public:
     ~RawConnection();
     /// False when the peer has closed.
     bool send(std::string const& bytes) const;
-    /// What comes first.
+    /// The first bytes that arrive.
     std::string readSome() const;
-    /// All that comes until the peer closes, or until `patience` seconds without a further byte.
+    /// Everything until the peer closes, or until `patience` seconds pass without a byte.
     std::string readToEnd(int patience = 10);
     /// True when the peer closes within `seconds`.
     bool closes(int seconds);

@@ -11,7 +11,7 @@
 
 namespace zelvo::service {
 
-/// A gateway with a linked machine that is away, and what a platform does with its queue.
+/// A gateway with a linked machine that is offline, and what a platform does with its queue.
 struct Queued {
     explicit Queued(std::function<void(Settings&)> const& change = [](Settings&) {})
         : gateway(change), linked(gateway.link())
@@ -26,7 +26,7 @@ struct Queued {
     {
         return gateway.platform("POST", path(connection.empty() ? linked.connectionId : connection), body);
     }
-    /// Queues a command of this name; gives its id.
+    /// Queues a command; returns its id.
     std::string
     queue(std::string const& method, std::string const& connection = {}, std::int64_t ttl = 3600) const
     {
@@ -57,7 +57,7 @@ struct Queued {
         return becomes([&] { return status(id) == wanted; });
     }
 
-    /// The machine comes, and says that it is ready.
+    /// The machine connects and reports that it is ready.
     FakeMachine& arrive()
     {
         machine = std::make_unique<FakeMachine>(thread, gateway.port(), linked.token);
@@ -65,7 +65,7 @@ struct Queued {
         machine->heartbeat();
         return *machine;
     }
-    /// The machine goes, and the gateway has noticed.
+    /// The machine disconnects; waits until the gateway has noticed.
     void leave() const
     {
         machine->drop();
@@ -79,9 +79,9 @@ struct Queued {
     {
         return gateway.platform("GET", "/v1/machines/" + linked.machineId).json().at("paused").as_bool();
     }
-    /// Waits until the gateway has taken in what the machine sent before: a command's way and back.
+    /// Waits until the gateway has handled what the machine sent before, by one command and its reply.
     void settle() const { EXPECT_EQ(gateway.command(linked.connectionId, "display.info").status, 200); }
-    /// The same where few commands may be under way: waits until there is room for one.
+    /// The same where few commands may be under way at a time: waits until there is room for one.
     bool becomesFree() const
     {
         return becomes([&] { return gateway.command(linked.connectionId, "display.info").status == 200; });
@@ -100,7 +100,7 @@ struct Queued {
         machine->sendEvent("queued_commands_ack", data,
                            connection.empty() ? linked.connectionId : connection);
     }
-    /// The methods that reached the machine, but for the gateway's own and settle()'s.
+    /// The methods that reached the machine, without the gateway's own and that of settle().
     std::vector<std::string> reached() const
     {
         std::vector<std::string> methods;

@@ -67,12 +67,12 @@ std::string Recorded::headOf(std::string const& path, std::size_t bytes)
            std::to_string(bytes) + "\r\n\r\n";
 }
 
-std::string Recorded::film(std::string const& content) const
+std::string Recorded::recording(std::string const& content) const
 {
-    Announced const film = announce(static_cast<std::int64_t>(content.size()));
-    EXPECT_EQ(put(film.path, content).status, 200);
-    EXPECT_EQ(complete(film.id).status, 200);
-    return film.id;
+    Announced const recording = announce(static_cast<std::int64_t>(content.size()));
+    EXPECT_EQ(put(recording.path, content).status, 200);
+    EXPECT_EQ(complete(recording.id).status, 200);
+    return recording.id;
 }
 
 json::value Recorded::recordOf(std::string const& id) const

@@ -9,10 +9,10 @@
 
 namespace zelvo::service {
 
-/// A gateway with a linked machine whose person shares films with its connection.
+/// A gateway with a linked machine whose person shares recordings with its connection.
 class Recorded {
 public:
-    /// What a machine was told of a film that it announced.
+    /// What a machine got for a recording that it announced.
     struct Announced {
         std::string id;
         std::string path; ///< of the upload address
@@ -25,7 +25,7 @@ public:
 
     /// Links a machine with these scopes.
     LinkedMachine linkWith(std::string const& scopes) const;
-    /// As the machine: a POST to "/machines/recordings" with this behind it.
+    /// As the machine: a POST to "/machines/recordings" + path.
     Answer post(std::string const& path, json::value const& body) const;
     Answer post(std::string const& path, json::value const& body, Headers headers) const;
     Answer share(bool shared) const;
@@ -33,16 +33,16 @@ public:
     Announced announce(std::int64_t bytes) const;
     Answer put(std::string const& path, std::string const& body, std::string const& type = "video/mp4") const;
     Answer complete(std::string const& id) const;
-    /// The head of a PUT that a test sends the body of by hand.
+    /// The head of a PUT whose body the test sends itself.
     static std::string headOf(std::string const& path, std::size_t bytes);
 
-    /// A film that is ready; its id.
-    std::string film(std::string const& content = "a film") const;
+    /// Makes a recording that is ready; returns its id.
+    std::string recording(std::string const& content = "a film") const;
     json::value recordOf(std::string const& id) const;
     std::string stateOf(std::string const& id) const;
     /// Path and query of its address.
     std::string addressOf(std::string const& id) const;
-    /// The names of the files that films have made.
+    /// The names of the files in the folder of recordings.
     std::vector<std::string> files() const;
     std::filesystem::path folder() const { return gateway.data() / "recordings"; }
 };

@@ -6,7 +6,7 @@
 
 namespace zelvo::service {
 
-/// A clock that stands still until a test advances it, for a server on a thread of its own. Thread: any.
+/// A clock that stands still until a test advances it, for a server on another thread. Thread: any.
 class SteppedClock final : public Clock {
 public:
     Instant now() const override
@@ -19,7 +19,7 @@ public:
         return start + std::chrono::duration_cast<std::chrono::microseconds>(now() - Instant{});
     }
 
-    /// Moves time on and wakes who is due by then; they run on their own threads.
+    /// Advances the time and wakes the sleepers that are due; they run on their own threads.
     void advance(Duration duration)
     {
         {

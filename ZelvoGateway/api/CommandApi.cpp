@@ -1,0 +1,87 @@
+#include "ZelvoGateway/api/CommandApi.h"
+
+#include "ZelvoGateway/api/CommandBody.h"
+#include "ZelvoGateway/base/JsonWork.h"
+#include "base/DateText.h"
+
+namespace zelvo::service {
+
+namespace {
+
+/// The text of a QueuedCommand. Result and error are JSON already and may be large, so they are copied as
+/// they are.
+std::string recordText(StoredCommand const& command)
+{
+    std::string text = R"({"commandId":")" + command.id + R"(","expiresAt":")" +
+                       dates::iso8601(command.expiresAt) + R"(","status":")" +
+                       std::string(rawValue(command.status)) + "\"";
+    if (command.error)
+        text += ",\"error\":" + *command.error;
+    if (command.result)
+        text += ",\"result\":" + *command.result;
+    return text + "}";
+}
+
+} // namespace
+
+std::vector<Route> CommandApi::routes()
+{
+    std::vector<std::string_view> const all{"v1", "connections", "*", "commands"};
+    std::vector<std::string_view> const one{"v1", "connections", "*", "commands", "*"};
+    return {endpoints.platform("POST", all, limits.commandBody, *this, &CommandApi::handleRun),
+            endpoints.platform("GET", one, limits.smallBody, *this, &CommandApi::handleState),
+            endpoints.platform("DELETE", one, limits.smallBody, *this, &CommandApi::handleCancel)};
+}
+
+Task<HttpResponse> CommandApi::handleRun(HttpRequest request, PathIds ids)
+{
+    std::string const connectionId = std::move(ids.front());
+    commands.assertExists(connectionId); // Before the body is read: a large one takes time.
+    PlatformCommand command = co_await commandIn(&request.body);
+    CommandOutcome outcome = co_await commands.run(connectionId, std::move(command), request.body.size());
+    if (auto const* const queued = std::get_if<StoredCommand>(&outcome))
+        co_return HttpResponse{.status = 202, .body = recordText(*queued)};
+    co_return co_await responseOf(std::get<CommandResult>(std::move(outcome)));
+}
+
+Task<PlatformCommand> CommandApi::commandIn(std::string const* body)
+{
+    auto parsed = co_await parseOn(workers, *body);
+    json::object* const object = parsed ? parsed->if_object() : nullptr;
+    if (!object)
+        throw badRequest("The body must be a JSON object");
+    co_return readCommand(std::move(*object));
+}
+
+Task<HttpResponse> CommandApi::responseOf(CommandResult result)
+{
+    json::object answer;
+    answer.emplace("result", std::move(result.value));
+    json::value value(std::move(answer));
+    HttpResponse response;
+    response.body = co_await writeOn(workers, std::move(value), result.bytes);
+    response.memory = std::move(result.memory);
+    co_return response;
+}
+
+Task<HttpResponse> CommandApi::handleState(HttpRequest, PathIds ids)
+{
+    co_return recordResponse(commands.state(ids.front(), ids.back()));
+}
+
+Task<HttpResponse> CommandApi::handleCancel(HttpRequest, PathIds ids)
+{
+    co_return recordResponse(commands.cancel(ids.front(), ids.back()));
+}
+
+HttpResponse CommandApi::recordResponse(StoredCommand const& command)
+{
+    HttpResponse response;
+    response.body = recordText(command);
+    if (!memory.grow(response.memory, response.body.size()))
+        throw HttpError{
+            .status = 429, .code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
+    return response;
+}
+
+} // namespace zelvo::service

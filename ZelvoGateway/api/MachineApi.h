@@ -1,0 +1,53 @@
+#pragma once
+
+#include "ZelvoGateway/api/Endpoints.h"
+#include "ZelvoGateway/control/LinkService.h"
+#include "ZelvoGateway/machines/MachineSocket.h"
+#include "ZelvoGateway/recordings/RecordingIntake.h"
+
+#include <vector>
+
+namespace zelvo::service {
+
+/// "/machines": what agents call to link their machine, to connect it and to hand over recordings;
+/// "/uploads": the bodies of those. Thread: the server's.
+class MachineApi {
+public:
+    MachineApi(AccessControl const& access,
+               LinkService& links,
+               RecordingIntake& intake,
+               MachineSocketParts const& sockets)
+        : endpoints(access), access(access), links(links), intake(intake), sockets(sockets)
+    {
+    }
+
+    std::vector<Route> routes();
+
+private:
+    /// The machine whose token the head carries. Throws Failure: unauthorized, appUpdateRequired.
+    StoredMachine machineOf(HttpRequest const& head) const;
+    Upgrade admitSocket(HttpRequest const& head);
+    Task<> serveSocket(std::shared_ptr<UpgradedConnection> connection, std::string machineId);
+    std::shared_ptr<BodySink> receiveUpload(std::string const& secret, HttpRequest const& head);
+
+    /// {"token", "appVersion", "macosVersion", "machineToken"?}. The answer has a "machineToken" only if the
+    /// agent's own can't be used.
+    Task<HttpResponse> handleResolve(HttpRequest request, PathIds ids);
+    /// {"token", "machineToken", "grantedScopes"} gives {"connectionId"}.
+    Task<HttpResponse> handleComplete(HttpRequest request, PathIds ids);
+    Task<HttpResponse> handleConnect(HttpRequest request, PathIds ids);
+    /// {"connectionId", "durationSec", "sizeBytes"} gives {"recordingId", "uploadUrl"}.
+    Task<HttpResponse> handleAnnounce(HttpRequest request, PathIds ids);
+    /// {"recordingId"} gives {"recordingId", "status"}.
+    Task<HttpResponse> handleCompleteRecording(HttpRequest request, PathIds ids);
+    /// {"connectionId", "shared"}, which is also the answer.
+    Task<HttpResponse> handleSharing(HttpRequest request, PathIds ids);
+
+    Endpoints endpoints;
+    AccessControl const& access;
+    LinkService& links;
+    RecordingIntake& intake;
+    MachineSocketParts sockets;
+};
+
+} // namespace zelvo::service

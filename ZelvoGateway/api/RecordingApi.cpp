@@ -1,0 +1,108 @@
+#include "ZelvoGateway/api/RecordingApi.h"
+
+#include "ZelvoGateway/http/RangeResponse.h"
+#include "base/DateText.h"
+#include "wire/records/ServiceHistory.h"
+
+#include <charconv>
+
+namespace zelvo::service {
+
+namespace {
+
+records::RecordingStatus statusOf(RecordingStage stage)
+{
+    if (stage == RecordingStage::ready)
+        return records::RecordingStatus::ready;
+    return stage == RecordingStage::deleted ? records::RecordingStatus::deleted
+                                            : records::RecordingStatus::processing;
+}
+
+/// address   where the caller reaches this gateway; the recording's address begins with it
+records::Recording recordOf(ListedRecording const& listed, std::string const& address)
+{
+    StoredRecording const& recording = listed.recording;
+    records::Recording record;
+    record.createdAt = dates::iso8601(recording.createdAt);
+    record.deletesAt = dates::iso8601(recording.deletesAt);
+    record.durationSEC = recording.durationSec;
+    record.id = recording.id;
+    record.status = statusOf(recording.stage);
+    record.target = recording.connectionId;
+    if (auto const& pass = listed.pass) {
+        record.expiresAt = dates::iso8601(pass->until);
+        record.url = address + "/films/" + recording.id + "?until=" + pass->end + "&proof=" + pass->proof;
+    }
+    return record;
+}
+
+std::size_t limitIn(std::string const& text)
+{
+    std::size_t limit = 0;
+    char const* const end = text.data() + text.size();
+    auto const read = std::from_chars(text.data(), end, limit);
+    if (read.ec != std::errc() || read.ptr != end || limit < 1 || limit > RecordingLibrary::maxListed)
+        throw badRequest("\"limit\" must be from 1 to 200");
+    return limit;
+}
+
+RecordingQuery queryIn(HttpRequest const& request)
+{
+    RecordingQuery query;
+    if (request.query.contains("connectionId"))
+        query.connectionId = request.queryItem("connectionId");
+    if (request.query.contains("before"))
+        query.before = request.queryItem("before");
+    if (request.query.contains("limit"))
+        query.limit = limitIn(request.queryItem("limit"));
+    return query;
+}
+
+} // namespace
+
+std::vector<Route> RecordingApi::routes()
+{
+    std::size_t const body = limits.smallBody;
+    std::vector<std::string_view> const one{"v1", "recordings", "*"};
+    std::vector<std::string_view> const bytes{"films", "*"};
+    return {endpoints.platform("GET", {"v1", "recordings"}, body, *this, &RecordingApi::handleList),
+            endpoints.platform("GET", one, body, *this, &RecordingApi::handleRecording),
+            endpoints.platform("DELETE", one, body, *this, &RecordingApi::handleRemove),
+            endpoints.open("GET", bytes, limits.linkBody, *this, &RecordingApi::handleBytes),
+            endpoints.open("HEAD", bytes, limits.linkBody, *this, &RecordingApi::handleBytes)};
+}
+
+Task<HttpResponse> RecordingApi::handleList(HttpRequest request, PathIds)
+{
+    std::string const address = access.addressFor(request);
+    RecordingPage const page = library.list(queryIn(request));
+    json::object answer;
+    if (page.nextBefore)
+        answer["nextBefore"] = *page.nextBefore;
+    json::array data;
+    for (ListedRecording const& each : page.recordings)
+        data.push_back(records::toJson(recordOf(each, address)));
+    answer["data"] = std::move(data);
+    co_return jsonResponse(200, answer);
+}
+
+Task<HttpResponse> RecordingApi::handleRecording(HttpRequest request, PathIds ids)
+{
+    std::string const address = access.addressFor(request);
+    co_return jsonResponse(200, records::toJson(recordOf(library.recording(ids.front()), address)));
+}
+
+Task<HttpResponse> RecordingApi::handleRemove(HttpRequest, PathIds ids)
+{
+    ListedRecording const removed = co_await library.remove(std::move(ids.front()));
+    co_return jsonResponse(200, records::toJson(recordOf(removed, "")));
+}
+
+Task<HttpResponse> RecordingApi::handleBytes(HttpRequest request, PathIds ids)
+{
+    std::string const id = std::move(ids.front());
+    auto source = co_await library.open(id, request.queryItem("until"), request.queryItem("proof"));
+    co_return rangeResponse(request, std::move(source), id, "video/mp4");
+}
+
+} // namespace zelvo::service

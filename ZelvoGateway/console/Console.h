@@ -1,0 +1,33 @@
+#pragma once
+
+#include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/console/ConsoleLock.h"
+#include "ZelvoGateway/control/ConnectionService.h"
+#include "ZelvoGateway/http/Routes.h"
+
+#include <vector>
+
+namespace zelvo::service {
+
+/// The console: its pages, their files, and the list of machines that they show. Thread: the server's.
+class Console {
+public:
+    Console(AccessControl const& access, Store& store, ConnectionService& connections, Limits const& limits)
+        : access(access), lock(store, access), connections(connections), limits(limits)
+    {
+    }
+
+    std::vector<Route> routes();
+
+private:
+    /// Every machine with its name and its connections.
+    HttpResponse machines();
+    HttpResponse pageOrLock(HttpRequest const& request, HttpResponse (*page)()) const;
+
+    AccessControl const& access;
+    ConsoleLock lock;
+    ConnectionService& connections;
+    Limits const& limits;
+};
+
+} // namespace zelvo::service

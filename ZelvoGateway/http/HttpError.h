@@ -1,0 +1,32 @@
+#pragma once
+
+#include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/http/HttpMessage.h"
+
+#include <exception>
+#include <optional>
+#include <string>
+
+namespace zelvo::service {
+
+/// Why a request is refused, in the terms of HTTP. Whoever handles requests throws it; the session answers
+/// with errorResponse().
+struct HttpError {
+    int status = 500;
+    ErrorCode code = ErrorCode::internalError;
+    std::string message;
+    std::optional<json::object> details = {};
+    std::string requestId = {}; ///< made up if empty
+};
+
+/// 400, for a request that makes no sense.
+HttpError badRequest(std::string message);
+/// 500, with a text that gives nothing away; the reason is written to standard error.
+HttpError internalError(std::exception const& error);
+/// What a service's failure is in HTTP. Only api and console use it.
+HttpError httpErrorOf(Failure const& failure);
+
+/// The APIError record.
+HttpResponse errorResponse(HttpError const& error);
+
+} // namespace zelvo::service

@@ -1,0 +1,106 @@
+#include "ZelvoGateway/http/HttpServer.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include <stdexcept>
+
+namespace zelvo::service {
+
+namespace {
+
+constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
+
+std::string inUrl(asio::ip::address const& address)
+{
+    return address.is_v6() ? "[" + address.to_string() + "]" : address.to_string();
+}
+
+asio::ip::address addressFrom(std::string const& text)
+{
+    boost::system::error_code error;
+    auto const address = asio::ip::make_address(text, error);
+    if (error)
+        throw std::runtime_error("\"" + text + "\" is no address to listen on, such as 127.0.0.1 or ::");
+    return address;
+}
+
+} // namespace
+
+HttpServer::HttpServer(asio::io_context& io, SessionParts parts)
+    : io(io), parts(std::move(parts)), acceptor(io)
+{
+}
+
+void HttpServer::listen(std::string const& address, std::uint16_t port)
+{
+    listenAddress = addressFrom(address);
+    asio::ip::tcp::endpoint const endpoint(listenAddress, port);
+    try {
+        acceptor.open(endpoint.protocol());
+        acceptor.set_option(asio::socket_base::reuse_address(true));
+        acceptor.bind(endpoint);
+        acceptor.listen();
+    } catch (boost::system::system_error const& error) {
+        throw std::runtime_error("cannot listen on " + inUrl(listenAddress) + ":" + std::to_string(port) +
+                                 ": " + error.code().message());
+    }
+    boundPort = acceptor.local_endpoint().port();
+}
+
+std::string HttpServer::localAddress() const
+{
+    asio::ip::address host = listenAddress;
+    if (host.is_unspecified())
+        host = host.is_v6() ? asio::ip::address(asio::ip::address_v6::loopback())
+                            : asio::ip::address(asio::ip::address_v4::loopback());
+    return "http://" + inUrl(host) + ":" + std::to_string(boundPort);
+}
+
+void HttpServer::start()
+{
+    spawn(io.get_executor(), [this] { return acceptAll(); });
+}
+
+Task<> HttpServer::acceptAll()
+{
+    while (!parts.stopping) {
+        auto [error, socket] = co_await acceptor.async_accept(asTuple);
+        if (parts.stopping)
+            co_return;
+        if (error) { // Mostly because there are no descriptors left; other connections end soon.
+            asio::steady_timer pause(io, std::chrono::milliseconds(100));
+            co_await pause.async_wait(asTuple);
+            continue;
+        }
+        if (sessions.size() >= parts.limits.connections)
+            continue; // Closes it.
+        auto const shared = std::make_shared<asio::ip::tcp::socket>(std::move(socket));
+        spawn(io.get_executor(), [this, shared] { return serveOne(std::move(*shared)); });
+    }
+}
+
+Task<> HttpServer::serveOne(asio::ip::tcp::socket socket)
+{
+    auto const session = HttpSession::create(std::move(socket), parts);
+    sessions.insert(session);
+    try {
+        co_await session->serve();
+    } catch (...) {
+        sessions.erase(session);
+        throw;
+    }
+    sessions.erase(session);
+}
+
+void HttpServer::stop()
+{
+    parts.stopping = true;
+    boost::system::error_code ignored;
+    acceptor.close(ignored);
+    for (auto const& session : sessions)
+        session->drop();
+}
+
+} // namespace zelvo::service

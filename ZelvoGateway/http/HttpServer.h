@@ -1,0 +1,46 @@
+#pragma once
+
+#include "ZelvoGateway/http/HttpSession.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/address.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
+#include <memory>
+#include <set>
+#include <string>
+
+namespace zelvo::service {
+
+/// Listens, and serves every connection in a session. Thread: the one that runs `io`.
+class HttpServer {
+public:
+    HttpServer(asio::io_context& io, SessionParts parts);
+
+    /// address   an IP address
+    /// port      0 takes a free one
+    /// Throws    std::runtime_error with a text for the person who started the program
+    void listen(std::string const& address, std::uint16_t port);
+    std::uint16_t port() const { return boundPort; }
+    /// "http://127.0.0.1:8737", where this computer reaches the server.
+    std::string localAddress() const;
+
+    /// Accepts connections until stop().
+    void start();
+    /// Closes the listening socket and every connection.
+    void stop();
+    bool isStopping() const { return parts.stopping; }
+
+private:
+    Task<> acceptAll();
+    Task<> serveOne(asio::ip::tcp::socket socket);
+
+    asio::io_context& io;
+    SessionParts parts;
+    asio::ip::tcp::acceptor acceptor;
+    std::set<std::shared_ptr<HttpSession>> sessions;
+    asio::ip::address listenAddress;
+    std::uint16_t boundPort = 0;
+};
+
+} // namespace zelvo::service

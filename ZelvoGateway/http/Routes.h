@@ -1,0 +1,59 @@
+#pragma once
+
+#include "ZelvoGateway/http/AccessControl.h"
+#include "ZelvoGateway/http/BodySink.h"
+#include "ZelvoGateway/http/HttpMessage.h"
+#include "base/Task.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelvo::service {
+
+using PathIds = std::vector<std::string>; ///< the segments that stand for "*" in a pattern
+
+struct UpgradedConnection; // http/Upgrade.h
+
+/// Serves a connection that has left HTTP for a WebSocket, until it ends.
+using Upgrade = std::function<Task<>(std::shared_ptr<UpgradedConnection> connection)>;
+
+/// One path with one method. Its functions throw HttpError.
+struct Route {
+    std::string_view method;
+    std::vector<std::string_view> pattern; ///< segments; "*" stands for any that is not empty
+    std::size_t maxBody;                   ///< bytes; not for `receive`
+    /// Refuses callers that may not call, by the head alone.
+    std::function<void(HttpRequest const& head)> assertAccess;
+    /// Answers a request whose body was read.
+    std::function<Task<HttpResponse>(HttpRequest request, PathIds ids)> answer = {};
+    /// Instead of `answer`: takes the body in pieces, however large it is.
+    std::function<std::shared_ptr<BodySink>(HttpRequest const& head, PathIds const& ids)> receive = {};
+    /// Beside `answer`: admits a WebSocket.
+    std::function<Upgrade(HttpRequest const& head)> upgrade = {};
+};
+
+/// A request that was admitted.
+struct Admission {
+    Route const* route = nullptr;
+    PathIds ids;
+};
+
+/// The paths of the gateway. Thread: the server's.
+class Routes {
+public:
+    explicit Routes(AccessControl const& access) : access(access) {}
+
+    /// Before the server runs.
+    void add(std::vector<Route> const& routes);
+    /// Finds the route of a request, and refuses a caller that may not use it. Throws HttpError.
+    Admission admit(HttpRequest const& head) const;
+
+private:
+    AccessControl const& access;
+    std::vector<Route> all;
+};
+
+} // namespace zelvo::service

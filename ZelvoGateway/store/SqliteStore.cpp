@@ -1,0 +1,266 @@
+#include "ZelvoGateway/store/SqliteStore.h"
+
+#include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/store/Rows.h"
+#include "base/DateText.h"
+
+namespace zelvo::service {
+
+namespace {
+
+constexpr char const* schema = R"sql(
+CREATE TABLE IF NOT EXISTS machines (
+    id TEXT PRIMARY KEY, token_hash TEXT NOT NULL UNIQUE, kind TEXT NOT NULL, created_at TEXT NOT NULL,
+    heartbeat TEXT, paused INTEGER NOT NULL DEFAULT 0, last_seen_at TEXT) STRICT;
+CREATE TABLE IF NOT EXISTS connections (
+    id TEXT PRIMARY KEY, machine_id TEXT NOT NULL REFERENCES machines(id) ON DELETE CASCADE,
+    end_user_id TEXT NOT NULL, kind TEXT NOT NULL, scopes TEXT NOT NULL, platform_name TEXT NOT NULL,
+    created_at TEXT NOT NULL, revoked_at TEXT, revocation_told INTEGER NOT NULL DEFAULT 0) STRICT;
+CREATE INDEX IF NOT EXISTS connections_of_machine ON connections(machine_id);
+CREATE TABLE IF NOT EXISTS link_sessions (
+    id TEXT PRIMARY KEY, code_hash TEXT NOT NULL UNIQUE, end_user_id TEXT NOT NULL, scopes TEXT NOT NULL,
+    expires_at INTEGER NOT NULL, machine_id TEXT REFERENCES machines(id) ON DELETE SET NULL,
+    used INTEGER NOT NULL DEFAULT 0) STRICT;
+CREATE TABLE IF NOT EXISTS end_users (
+    id TEXT PRIMARY KEY, external_id TEXT NOT NULL UNIQUE, email TEXT, name TEXT, created_at TEXT NOT NULL) STRICT;
+CREATE TABLE IF NOT EXISTS console_codes (code_hash TEXT PRIMARY KEY, expires_at INTEGER NOT NULL) STRICT;
+CREATE TABLE IF NOT EXISTS queued_commands (
+    sequence INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE,
+    connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, method TEXT NOT NULL,
+    summary TEXT NOT NULL, frame TEXT NOT NULL, status TEXT NOT NULL, expires_at INTEGER NOT NULL,
+    bytes INTEGER NOT NULL, ended_at INTEGER, result TEXT, error TEXT) STRICT;
+CREATE INDEX IF NOT EXISTS queued_commands_of_connection ON queued_commands(connection_id, status);
+CREATE INDEX IF NOT EXISTS queued_commands_by_status ON queued_commands(status, expires_at);
+CREATE TABLE IF NOT EXISTS paused_agents (
+    machine_id TEXT NOT NULL REFERENCES machines(id) ON DELETE CASCADE, ref TEXT NOT NULL,
+    connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, name TEXT NOT NULL, task TEXT,
+    since INTEGER NOT NULL, PRIMARY KEY (machine_id, ref)) STRICT;
+CREATE TABLE IF NOT EXISTS shared_recordings (
+    connection_id TEXT PRIMARY KEY REFERENCES connections(id) ON DELETE CASCADE) STRICT;
+CREATE TABLE IF NOT EXISTS recordings (
+    sequence INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE,
+    connection_id TEXT NOT NULL REFERENCES connections(id) ON DELETE CASCADE, stage TEXT NOT NULL,
+    size_bytes INTEGER NOT NULL, duration_sec REAL NOT NULL, created_at INTEGER NOT NULL,
+    deletes_at INTEGER NOT NULL, upload_until INTEGER NOT NULL, upload_hash TEXT NOT NULL UNIQUE,
+    changed_at INTEGER NOT NULL DEFAULT 0) STRICT;
+CREATE INDEX IF NOT EXISTS recordings_of_connection ON recordings(connection_id, stage);
+CREATE INDEX IF NOT EXISTS recordings_by_stage ON recordings(stage, deletes_at);
+)sql";
+
+constexpr std::string_view machineColumns =
+    "SELECT id, kind, created_at, heartbeat, paused, last_seen_at FROM machines ";
+constexpr std::string_view connectionColumns = "SELECT id, machine_id, end_user_id, kind, scopes, "
+                                               "platform_name, created_at, revoked_at FROM connections ";
+
+/// For what a machine reports again within 15 seconds: a write that does not wait for the disk.
+class WithoutDiskWait {
+public:
+    explicit WithoutDiskWait(Database& database) : database(database)
+    {
+        database.execute("PRAGMA synchronous = NORMAL");
+    }
+    WithoutDiskWait(WithoutDiskWait const&) = delete;
+    WithoutDiskWait& operator=(WithoutDiskWait const&) = delete;
+    ~WithoutDiskWait() noexcept(false) { database.execute("PRAGMA synchronous = FULL"); }
+
+private:
+    Database& database;
+};
+
+AgentMode kindFrom(std::string const& text)
+{
+    return fromRawValue<AgentMode>(text).value_or(AgentMode::connected);
+}
+
+StoredMachine machineOf(Statement const& row)
+{
+    StoredMachine machine;
+    machine.id = row.text(0);
+    machine.kind = kindFrom(row.text(1));
+    machine.createdAt = row.text(2);
+    if (auto const heartbeat = row.optionalText(3))
+        machine.heartbeat = records::fromText<records::Heartbeat>(*heartbeat);
+    machine.paused = row.integer(4) != 0;
+    machine.lastSeenAt = row.optionalText(5);
+    return machine;
+}
+
+StoredConnection connectionOf(Statement const& row)
+{
+    StoredConnection connection;
+    connection.id = row.text(0);
+    connection.machineId = row.text(1);
+    connection.endUserId = row.text(2);
+    connection.kind = kindFrom(row.text(3));
+    connection.scopes = scopesFrom(row.text(4));
+    connection.platformName = row.text(5);
+    connection.createdAt = row.text(6);
+    connection.revokedAt = row.optionalText(7);
+    return connection;
+}
+
+} // namespace
+
+std::string scopesText(std::vector<AgentScope> const& scopes)
+{
+    std::string text;
+    for (AgentScope const scope : scopes)
+        text += (text.empty() ? "" : " ") + std::string(rawValue(scope));
+    return text;
+}
+
+std::vector<AgentScope> scopesFrom(std::string_view text)
+{
+    std::vector<AgentScope> scopes;
+    while (!text.empty()) {
+        std::size_t const end = std::min(text.find(' '), text.size());
+        if (auto const scope = fromRawValue<AgentScope>(text.substr(0, end)))
+            scopes.push_back(*scope);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return scopes;
+}
+
+SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
+{
+    database.execute(schema);
+}
+
+MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)
+{
+    MachineWithToken const made{newId("mch"), newSecret()};
+    database.prepare("INSERT INTO machines (id, token_hash, kind, created_at) VALUES (?, ?, ?, ?)")
+        .bind(made.machineId)
+        .bind(hashOf(made.token))
+        .bind(rawValue(kind))
+        .bind(dates::iso8601(now))
+        .step();
+    return made;
+}
+
+std::string SqliteStore::replaceToken(std::string const& machineId)
+{
+    std::string token = newSecret();
+    database.prepare("UPDATE machines SET token_hash = ? WHERE id = ?")
+        .bind(hashOf(token))
+        .bind(machineId)
+        .step();
+    return token;
+}
+
+std::optional<StoredMachine> SqliteStore::machineOfToken(std::string_view token)
+{
+    return firstOf(
+        std::move(database.prepare(std::string(machineColumns) + "WHERE token_hash = ?").bind(hashOf(token))),
+        machineOf);
+}
+
+std::optional<StoredMachine> SqliteStore::machine(std::string const& id)
+{
+    return firstOf(std::move(database.prepare(std::string(machineColumns) + "WHERE id = ?").bind(id)),
+                   machineOf);
+}
+
+std::vector<StoredMachine> SqliteStore::machines()
+{
+    return allOf(database.prepare(std::string(machineColumns) + "ORDER BY created_at, id"), machineOf);
+}
+
+bool SqliteStore::removeMachine(std::string const& id)
+{
+    database.prepare("DELETE FROM machines WHERE id = ?").bind(id).step();
+    return database.changes() > 0;
+}
+
+void SqliteStore::saveHeartbeat(std::string const& id, records::Heartbeat const& heartbeat, Date now)
+{
+    WithoutDiskWait const relaxed(database);
+    database.prepare("UPDATE machines SET heartbeat = ?, paused = ?, last_seen_at = ? WHERE id = ?")
+        .bind(writeJson(records::toJson(heartbeat)))
+        .bind(std::int64_t{heartbeat.paused})
+        .bind(dates::iso8601(now))
+        .bind(id)
+        .step();
+}
+
+void SqliteStore::setPaused(std::string const& id, bool paused, Date now)
+{
+    WithoutDiskWait const relaxed(database);
+    database.prepare("UPDATE machines SET paused = ?, last_seen_at = ? WHERE id = ?")
+        .bind(std::int64_t{paused})
+        .bind(dates::iso8601(now))
+        .bind(id)
+        .step();
+}
+
+void SqliteStore::setSeen(std::string const& id, Date now)
+{
+    WithoutDiskWait const relaxed(database);
+    database.prepare("UPDATE machines SET last_seen_at = ? WHERE id = ?")
+        .bind(dates::iso8601(now))
+        .bind(id)
+        .step();
+}
+
+void SqliteStore::addConnection(StoredConnection const& connection)
+{
+    database
+        .prepare(
+            "INSERT INTO connections (id, machine_id, end_user_id, kind, scopes, platform_name, created_at, "
+            "revoked_at) VALUES (?, ?, ?, ?, ?, ?, ?, ?)")
+        .bind(connection.id)
+        .bind(connection.machineId)
+        .bind(connection.endUserId)
+        .bind(rawValue(connection.kind))
+        .bind(scopesText(connection.scopes))
+        .bind(connection.platformName)
+        .bind(connection.createdAt)
+        .bind(connection.revokedAt)
+        .step();
+}
+
+std::optional<StoredConnection> SqliteStore::connection(std::string const& id)
+{
+    return firstOf(std::move(database.prepare(std::string(connectionColumns) + "WHERE id = ?").bind(id)),
+                   connectionOf);
+}
+
+std::vector<StoredConnection> SqliteStore::connections()
+{
+    return allOf(database.prepare(std::string(connectionColumns) + "ORDER BY created_at, id"), connectionOf);
+}
+
+std::vector<StoredConnection> SqliteStore::connectionsOf(std::string const& machineId)
+{
+    return allOf(
+        std::move(
+            database.prepare(std::string(connectionColumns) + "WHERE machine_id = ? ORDER BY created_at, id")
+                .bind(machineId)),
+        connectionOf);
+}
+
+bool SqliteStore::revoke(std::string const& id, Date now)
+{
+    database.prepare("UPDATE connections SET revoked_at = ? WHERE id = ? AND revoked_at IS NULL")
+        .bind(dates::iso8601(now))
+        .bind(id)
+        .step();
+    return database.changes() > 0;
+}
+
+std::vector<std::string> SqliteStore::pendingRevocations(std::string const& machineId)
+{
+    return allOf(
+        std::move(database
+                      .prepare("SELECT id FROM connections WHERE machine_id = ? AND revoked_at IS NOT NULL "
+                               "AND revocation_told = 0 ORDER BY revoked_at")
+                      .bind(machineId)),
+        [](Statement const& row) { return row.text(0); });
+}
+
+void SqliteStore::setRevocationDelivered(std::string const& id)
+{
+    database.prepare("UPDATE connections SET revocation_told = 1 WHERE id = ?").bind(id).step();
+}
+
+} // namespace zelvo::service

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "ZelvoGateway/store/Database.h"
+#include "ZelvoGateway/store/Store.h"
+
+#include <filesystem>
+
+namespace zelvo::service {
+
+/// The store in one SQLite file, mode 0600. A process that finds the file locked waits up to 5 s.
+class SqliteStore final : public Store {
+public:
+    /// Opens the file and creates what is missing.
+    explicit SqliteStore(std::filesystem::path const& file);
+
+    MachineWithToken addMachine(AgentMode kind, Date now) override;
+    std::string replaceToken(std::string const& machineId) override;
+    std::optional<StoredMachine> machineOfToken(std::string_view token) override;
+    std::optional<StoredMachine> machine(std::string const& id) override;
+    std::vector<StoredMachine> machines() override;
+    bool removeMachine(std::string const& id) override;
+    void saveHeartbeat(std::string const& id, records::Heartbeat const& heartbeat, Date now) override;
+    void setPaused(std::string const& id, bool paused, Date now) override;
+    void setSeen(std::string const& id, Date now) override;
+
+    void addConnection(StoredConnection const& connection) override;
+    std::optional<StoredConnection> connection(std::string const& id) override;
+    std::vector<StoredConnection> connections() override;
+    std::vector<StoredConnection> connectionsOf(std::string const& machineId) override;
+    bool revoke(std::string const& id, Date now) override;
+    std::vector<std::string> pendingRevocations(std::string const& machineId) override;
+    void setRevocationDelivered(std::string const& id) override;
+
+    StoredLinkSession addLinkSession(std::string const& endUserId,
+                                     std::vector<AgentScope> const& scopes,
+                                     std::string_view code,
+                                     Date expiresAt) override;
+    std::optional<StoredLinkSession> linkSessionOfCode(std::string_view code) override;
+    void setResolvedMachine(std::string const& sessionId, std::string const& machineId) override;
+    bool finishLinkSession(std::string const& sessionId, StoredConnection const& connection) override;
+    records::EndUser addEndUser(records::CreateEndUserRequest const& request, Date now) override;
+
+    void addConsoleCode(std::string_view code, Date expiresAt) override;
+    bool takeConsoleCode(std::string_view code, Date now) override;
+    void addCommand(StoredCommand const& command) override;
+    std::optional<StoredCommand> command(std::string const& id) override;
+    std::vector<StoredCommand> waitingCommands(std::string const& machineId, Date now) override;
+    QueueUse queueOfConnection(std::string const& connectionId) override;
+    QueueUse queueOfMachine(std::string const& machineId) override;
+    bool startCommand(std::string const& id, Date now) override;
+    void requeueCommand(std::string const& id) override;
+    bool endCommand(std::string const& id,
+                    records::CommandStatus status,
+                    CommandEnd const& end,
+                    Date now) override;
+    void expireCommands(Date now) override;
+    void endInterruptedCommands(Date now) override;
+    void forgetEndedCommands(Date oldest) override;
+    void trimEndedCommands(std::string const& connectionId,
+                           std::size_t maxCommands,
+                           std::size_t maxBytes) override;
+    void dropCommands(std::string const& connectionId) override;
+
+    void addPausedAgent(std::string const& machineId, PausedAgent const& paused) override;
+    void removePausedAgent(std::string const& machineId, std::string const& ref) override;
+    void removePausedAgents(std::string const& connectionId) override;
+    std::vector<PausedAgent> pausedAgents(std::string const& machineId) override;
+    void setShared(std::string const& connectionId, bool shared) override;
+    bool isShared(std::string const& connectionId) override;
+    void addRecording(StoredRecording const& recording, std::string_view uploadSecret) override;
+    std::optional<StoredRecording> recording(std::string const& id) override;
+    std::optional<StoredRecording> recordingOfUpload(std::string_view secret) override;
+    std::vector<StoredRecording> recordings(RecordingQuery const& query) override;
+    bool moveRecording(std::string const& id, RecordingStage from, RecordingStage to, Date now) override;
+    RecordingUse recordingUse() override;
+    std::size_t openUploads(std::string const& connectionId) override;
+    std::vector<std::string> endUploads(std::string const& connectionId, Date now) override;
+    void endInterruptedUploads(Date now) override;
+    std::vector<std::string> endOldRecordings(Date now, Date oldestReceived) override;
+    void forgetEndedRecordings(Date oldest) override;
+    std::vector<std::string> recordingsWithFiles() override;
+    std::vector<std::string> recordingsWithFiles(std::string const& machineId) override;
+    void forgetExpired(Date now) override;
+
+private:
+    Database database;
+};
+
+/// Scopes as the store keeps them: their names, separated by spaces.
+std::string scopesText(std::vector<AgentScope> const& scopes);
+std::vector<AgentScope> scopesFrom(std::string_view text);
+
+} // namespace zelvo::service

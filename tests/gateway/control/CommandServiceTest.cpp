@@ -1,0 +1,158 @@
+#include "ZelvoGateway/control/CommandService.h"
+
+#include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/store/SqliteStore.h"
+#include "gateway/support/FakeConnectedMachine.h"
+#include "gateway/support/FakeMachineDirectory.h"
+#include "gateway/support/Gateway.h"
+#include "gateway/support/RunTask.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo::service {
+namespace {
+
+/// The service without HTTP and without sockets.
+struct Fixture {
+    Fixture()
+    {
+        machineId = store.addMachine(AgentMode::connected, clock.date()).machineId;
+        store.addConnection({.id = "con_1",
+                             .machineId = machineId,
+                             .scopes = {AgentScope::screen, AgentScope::input},
+                             .platformName = "Acme",
+                             .createdAt = "2026-11-21T00:00:00Z"});
+    }
+
+    std::shared_ptr<FakeConnectedMachine> connect()
+    {
+        auto machine = std::make_shared<FakeConnectedMachine>(machineId);
+        directory.online[machineId] = machine;
+        return machine;
+    }
+    CommandOutcome run(PlatformCommand const& command)
+    {
+        return runTask(io, commands.run("con_1", command, 100));
+    }
+    /// The failure of a command that must fail.
+    Failure failureOf(PlatformCommand const& command)
+    {
+        try {
+            run(command);
+        } catch (Failure const& failure) {
+            return failure;
+        }
+        ADD_FAILURE() << command.method << " did not fail";
+        return {};
+    }
+    static PlatformCommand queueable(std::string const& method)
+    {
+        PlatformCommand command{.method = method};
+        command.delivery.whenUnavailable = records::WhenUnavailable::queue;
+        return command;
+    }
+
+    TemporaryFolder folder;
+    asio::io_context io;
+    SteppedClock clock;
+    Settings settings;
+    SqliteStore store{folder.path / "store.sqlite"};
+    FakeMachineDirectory directory;
+    ControlService control{store, clock, settings, io.get_executor()};
+    CommandQueue queue{store, control, clock, settings, io.get_executor(), io.get_executor()};
+    CommandService commands{store, directory, control, queue, settings, clock, io.get_executor()};
+    std::string machineId;
+};
+
+TEST(CommandService, returnsTheMachinesResult)
+{
+    Fixture on;
+    auto const machine = on.connect();
+
+    CommandOutcome const outcome =
+        on.run({.method = "shell.run", .params = json::object{{"command", "make"}}});
+
+    ASSERT_TRUE(std::holds_alternative<CommandResult>(outcome));
+    EXPECT_EQ(writeJson(std::get<CommandResult>(outcome).value), R"({"ok":true})");
+    ASSERT_EQ(machine->calls.size(), 1u);
+    EXPECT_EQ(machine->calls[0].at("connectionId"), "con_1");
+    EXPECT_EQ(machine->calls[0].at("params").at("command"), "make");
+}
+
+TEST(CommandService, throwsTheMachinesError)
+{
+    Fixture on;
+    on.connect()->answer = [](json::object const&) {
+        json::object const error{{"code", "denied_by_user"}, {"message", "No"}};
+        return json::object{{"error", error}};
+    };
+
+    Failure const failure = on.failureOf({.method = "screenshot"});
+
+    EXPECT_EQ(failure.code, ErrorCode::deniedByUser);
+    EXPECT_EQ(failure.message, "No");
+    EXPECT_FALSE(failure.requestId.empty());
+}
+
+TEST(CommandService, failsWithoutAMachineOrQueuesTheCommand)
+{
+    Fixture on;
+
+    EXPECT_EQ(on.failureOf({.method = "screenshot"}).code, ErrorCode::machineOffline);
+    CommandOutcome const outcome = on.run(Fixture::queueable("screenshot"));
+
+    ASSERT_TRUE(std::holds_alternative<StoredCommand>(outcome));
+    EXPECT_EQ(std::get<StoredCommand>(outcome).status, records::CommandStatus::queued);
+    EXPECT_EQ(on.queue.state("con_1", std::get<StoredCommand>(outcome).id).method, "screenshot");
+}
+
+TEST(CommandService, queuesWhatTheMachineDidNotStart)
+{
+    Fixture on;
+    on.connect()->answer = [](json::object const&) {
+        json::object const error{{"code", "machine_paused"}, {"message", "Paused"}};
+        return json::object{{"error", error}};
+    };
+
+    CommandOutcome const outcome = on.run(Fixture::queueable("screenshot"));
+
+    EXPECT_TRUE(std::holds_alternative<StoredCommand>(outcome));
+}
+
+TEST(CommandService, keepsTheGatewaysOwnMessagesFromPlatforms)
+{
+    Fixture on;
+    auto const machine = on.connect();
+
+    EXPECT_EQ(on.failureOf({.method = "connection.revoke"}).code, ErrorCode::forbidden);
+    EXPECT_EQ(on.failureOf(Fixture::queueable("queue.offer")).code, ErrorCode::forbidden);
+    EXPECT_TRUE(machine->calls.empty());
+}
+
+TEST(CommandService, knowsOnlyConnectionsThatAreNotRevoked)
+{
+    Fixture on;
+    auto const machine = on.connect();
+    on.store.revoke("con_1", on.clock.date());
+
+    EXPECT_EQ(on.failureOf({.method = "screenshot"}).code, ErrorCode::notFound);
+    EXPECT_THROW(on.commands.assertExists("con_1"), Failure);
+    EXPECT_TRUE(machine->calls.empty());
+}
+
+TEST(CommandService, tellsApartWhyACommandCannotBeCancelled)
+{
+    Fixture on;
+    std::string const id = std::get<StoredCommand>(on.run(Fixture::queueable("screenshot"))).id;
+    EXPECT_EQ(on.commands.cancel("con_1", id).status, records::CommandStatus::canceled);
+
+    try {
+        on.commands.cancel("con_1", id);
+        ADD_FAILURE();
+    } catch (Failure const& failure) {
+        EXPECT_EQ(failure.kind, Failure::Kind::wrongState);
+    }
+}
+
+} // namespace
+} // namespace zelvo::service
