@@ -3,7 +3,7 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
 #include "ZelvoGateway/base/Secrets.h"
-#include "ZelvoGateway/control/Methods.h"
+#include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/machines/MachineReply.h"
 
 namespace zelvo::service {
@@ -39,7 +39,7 @@ std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string cons
 Task<CommandOutcome> CommandService::run(std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
     StoredConnection connection = connectionOf(connectionId);
-    methods::assertForPlatforms(command.method);
+    MethodRules::assertForPlatforms(command.method);
     Submission submission = co_await prepare(std::move(connection), std::move(command), bytes);
     std::string const& machineId = submission.connection.machineId;
     control.assertNotPaused(machineId, submission.agent.ref);
@@ -90,7 +90,7 @@ Task<CommandOutcome> CommandService::send(Submission submission)
         co_await machine->call(submission.id, std::move(submission.text), submission.patience);
     json::object& object = reply.value.get_object();
     auto const code = errorCodeOf(object);
-    if (mayBeKept && code && methods::wasNotStarted(method, *code)) {
+    if (mayBeKept && code && MethodRules::wasNotStarted(method, *code)) {
         queue.machineRefused(machine);
         connectionOf(connectionId);
         submission.text = std::move(kept);

@@ -1,7 +1,7 @@
 #include "ZelvoGateway/control/ControlService.h"
 
 #include "ZelvoGateway/base/Failure.h"
-#include "ZelvoGateway/control/Methods.h"
+#include "ZelvoGateway/control/MethodRules.h"
 
 #include <algorithm>
 
@@ -40,7 +40,7 @@ ControlService::acquire(StoredConnection connection, std::string method, Agent a
     auto const machine = controlOf(connection.machineId).shared_from_this();
     if (machine->isPaused(agent.ref))
         throw failureOf(Arbiter::Outcome::paused);
-    if (!methods::needsControl(method) || !mayControl(connection))
+    if (!MethodRules::needsControl(method) || !mayControl(connection))
         co_return Lease();
     Arbiter::Ticket const ticket = machine->ask(agent, deadline);
     Arbiter::Outcome const outcome = co_await machine->outcomeOf(ticket);

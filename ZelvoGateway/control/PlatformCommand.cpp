@@ -1,7 +1,7 @@
 #include "ZelvoGateway/control/PlatformCommand.h"
 
 #include "ZelvoGateway/control/Arbiter.h"
-#include "ZelvoGateway/control/Methods.h"
+#include "ZelvoGateway/control/MethodRules.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ std::string actionsSummary(json::object const* params)
 
 void applyConfirmationTime(PlatformCommand& command)
 {
-    if (!command.delivery.confirmationTimeoutMs || !methods::takesConfirmationTime(command.method))
+    if (!command.delivery.confirmationTimeoutMs || !MethodRules::takesConfirmationTime(command.method))
         return;
     if (!command.params)
         command.params.emplace();

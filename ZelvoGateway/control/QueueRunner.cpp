@@ -2,7 +2,7 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
-#include "ZelvoGateway/control/Methods.h"
+#include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/control/PlatformCommand.h"
 #include "ZelvoGateway/machines/MachineReply.h"
 
@@ -118,7 +118,7 @@ Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Durati
         co_return;
     }
     auto const code = errorCodeOf(reply->value.get_object());
-    if (code && methods::wasNotStarted(command.method, *code)) {
+    if (code && MethodRules::wasNotStarted(command.method, *code)) {
         store.requeueCommand(command.id);
         visits.end(visit);
         co_return;

@@ -1,23 +1,17 @@
-#include "ZelvoGateway/control/Methods.h"
+#include "ZelvoGateway/control/MethodRules.h"
 
 #include "ZelvoGateway/base/Failure.h"
+#include "wire/MethodTable.h"
 #include "wire/ScopePolicy.h"
 
-#include <algorithm>
-#include <array>
+#include <string>
 
-namespace zelvo::service::methods {
-
-namespace {
-
-constexpr std::array<std::string_view, 5> ownMethods = {"agents.update", "connection.revoke",
-                                                        "connections.names", "heartbeat", "queue.offer"};
-
-} // namespace
+namespace zelvo::service::MethodRules {
 
 void assertForPlatforms(std::string_view method)
 {
-    if (std::ranges::find(ownMethods, method) != ownMethods.end())
+    Method const* const row = methodNamed(method);
+    if (row && !row->isForPlatforms())
         throw Failure{.code = ErrorCode::forbidden,
                       .message = "\"" + std::string(method) + "\" is not for platforms to send"};
 }
@@ -39,4 +33,4 @@ bool wasNotStarted(std::string_view method, ErrorCode code)
            (code == ErrorCode::machinePaused || code == ErrorCode::machineUnavailable);
 }
 
-} // namespace zelvo::service::methods
+} // namespace zelvo::service::MethodRules
