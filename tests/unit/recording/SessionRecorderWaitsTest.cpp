@@ -184,12 +184,12 @@ TEST_F(SessionRecorderWaitsTest, saysWhenARecordingIsClosedThoughItIsStillHanded
     auto const closed = begin([this] { return recorder->untilClosed(); });
     EXPECT_FALSE(*closed);
 
-    writing.wakeAll([&] { isWritten = true; });
+    writing.notifyAll([&] { isWritten = true; });
     settle(io);
 
     EXPECT_TRUE(*closed);
     EXPECT_FALSE(*finished);
-    answer.wakeAll([&] { isAnswered = true; });
+    answer.notifyAll([&] { isAnswered = true; });
     settle(io);
     EXPECT_TRUE(*finished);
 }

@@ -218,7 +218,7 @@ TEST_F(RouterActionsTest, anyNameOfTheApplicationInFrontWillDo)
     for (char const* const expected : {"thunar", "Thunar", "ORG.XFCE.THUNAR"})
         EXPECT_EQ(code(call("actions.perform",
                             writeJson(json::object{
-                                {"actions", json::array{json::object{{"type", "wait"}, {"ms", 1}}}},
+                                {"actions", json::array{json::object{{"type", "move"}, {"x", 1}, {"y", 1}}}},
                                 {"expectBundleId", expected}}))),
                   "")
             << expected;

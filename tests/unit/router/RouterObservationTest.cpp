@@ -24,8 +24,8 @@ TEST_F(RouterObservationTest, resultHasItsKeys)
     std::vector<std::string> keys;
     for (auto const& [key, value] : result)
         keys.emplace_back(key);
-    EXPECT_THAT(keys, testing::ElementsAre("mime", "data", "imageWidth", "imageHeight", "widthPoints",
-                                           "heightPoints", "scale"));
+    EXPECT_THAT(keys, testing::UnorderedElementsAre("mime", "data", "imageWidth", "imageHeight",
+                                                    "widthPoints", "heightPoints", "scale"));
     EXPECT_EQ(result.at("mime"), "image/jpeg");
     EXPECT_EQ(result.at("imageWidth"), 1512);
     EXPECT_EQ(result.at("imageHeight"), 982);
