@@ -32,7 +32,7 @@ public:
 
 class FakeMachineFacts final : public MachineFacts {
 public:
-    std::optional<std::string> name = "fixture";
+    std::optional<std::string> name = "desk";
     std::string version = "12.0.0";
     std::optional<std::uint64_t> freeBytes = 5ull << 30;
     std::optional<std::uint64_t> memoryBytes = 40ull << 20;

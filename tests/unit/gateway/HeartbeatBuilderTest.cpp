@@ -50,7 +50,7 @@ TEST_F(HeartbeatBuilderTest, valuesComeFromTheirSources)
     json::object const all = record();
 
     EXPECT_EQ(all.at("appVersion"), "2.5");
-    EXPECT_EQ(all.at("computerName"), "fixture");
+    EXPECT_EQ(all.at("computerName"), "desk");
     EXPECT_EQ(all.at("macosVersion"), "12.0.0");
     EXPECT_EQ(all.at("mode"), "cloud");
     EXPECT_EQ(all.at("permissions"), (json::object{{"screenRecording", false}, {"accessibility", true}}));
