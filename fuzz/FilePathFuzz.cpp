@@ -57,9 +57,9 @@ void checkPlace(FakeFileSystem& files, std::string const& path)
     expect(paths::standardized(place.path, "/") == place.path);
     if (!place.exists)
         return;
-    expect(files.look(place.path).kind != FileNode::Kind::missing);
+    expect(files.nodeAt(place.path).kind != FileNode::Kind::missing);
     for (std::string above = place.path; above != "/"; above = paths::parentOf(above)) {
-        FileNode::Kind const kind = files.look(above).kind;
+        FileNode::Kind const kind = files.nodeAt(above).kind;
         expect(kind == FileNode::Kind::folder || (above == place.path && kind == FileNode::Kind::other));
     }
     expect(locate(files, place.path) == place);

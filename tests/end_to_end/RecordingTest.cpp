@@ -166,7 +166,7 @@ TEST_F(Recording, playsUpToWhereTheDisplayWentAway)
 
     EXPECT_TRUE(waitFor([&] { return !agent.isRunning(); }, 20s)); // No client could show anything any more.
     ASSERT_EQ(recordings().size(), 1u);
-    EXPECT_GE(Recording(desktop, recordings().front()).frames.size(), 1u);
+    EXPECT_GE(PlayedRecording(desktop, recordings().front()).frames.size(), 1u);
 }
 
 TEST_F(Recording, isOffUnlessThePersonWantsIt)
