@@ -186,11 +186,13 @@ TEST(AtspiPatience, looksIntoAChromiumThatStaysEmptyForOneSecondInAll)
     for (int const delay : {0, 20, 60}) {
         auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
         auto const began = steady_clock::now();
+        Instant const deadline = fixture.clock->now() + 1s;
         auto const reader = fixture.reader(application);
-        reader->plan({.deadline = fixture.clock->now() + 1s});
+        reader->plan({.deadline = deadline});
 
-        EXPECT_EQ(reader->elementAt({10, 10}), std::nullopt);
+        auto const seen = reader->elementAt({10, 10});
 
+        EXPECT_TRUE(!seen || reader->text(*seen, AccessibilityAttribute::role) == "AXWindow") << delay;
         auto const took = steady_clock::now() - began;
         EXPECT_GT(took, 500ms) << delay;
         EXPECT_LT(took, 1100ms) << delay;
@@ -203,8 +205,9 @@ TEST(AtspiPatience, waitsForTheFocusInAChromiumThatStaysEmptyForOneSecondInAll)
     for (int const delay : {0, 20, 60}) {
         auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
         auto const began = steady_clock::now();
+        Instant const deadline = fixture.clock->now() + 1s;
         auto const reader = fixture.reader(application);
-        reader->plan({.deadline = fixture.clock->now() + 1s});
+        reader->plan({.deadline = deadline});
 
         EXPECT_EQ(reader->element(reader->application(), AccessibilityAttribute::focusedUiElement),
                   std::nullopt);
