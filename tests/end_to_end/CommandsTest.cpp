@@ -182,7 +182,7 @@ TEST_F(Commands, opensListsAndActivatesApplications)
     EXPECT_EQ(inFront(), "org.xfce.mousepad");
     std::string const windows = writeJson(resultOf("windows.list"));
     EXPECT_THAT(windows, HasSubstr(R"("title":"Before")"));
-    EXPECT_THAT(windows, HasSubstr(R"("bundleId":"org.xfce.mousepad","appName":"Mousepad")"));
+    EXPECT_THAT(windows, HasSubstr(R"("appName":"Mousepad","bundleId":"org.xfce.mousepad")"));
 
     desktop.run({"xdotool", "search", "--name", "^Before$", "windowactivate", "--sync"});
     EXPECT_NE(inFront(), "org.xfce.mousepad");
