@@ -49,7 +49,8 @@ void Identity::expectLists(KnownWindow const& window)
     ASSERT_EQ(all.size(), 1u) << writeJson(resultOf("apps.list"));
     EXPECT_EQ(all.front().at("active"), true);
     EXPECT_EQ(all.front().at("name"), listed(window.title).at(0).at("appName"));
-    for (json::value const& row : resultOf("apps.list").as_array())
+    json::value const running = resultOf("apps.list");
+    for (json::value const& row : running.as_array())
         if (row.at("pid") == all.front().at("pid") && row.at("bundleId") != json::string(window.identifier))
             EXPECT_THAT(window.siblings, testing::Contains(std::string(row.at("bundleId").as_string())));
 }
@@ -110,7 +111,7 @@ void Identity::bringToFront(std::string const& title)
 bool Identity::isInFront(std::string const& title)
 {
     auto const active = desktop.activeWindow();
-    return active && propertyOf(painter.x(), active, "_NET_WM_NAME").find(title) != std::string::npos;
+    return active && active == desktop.findWindow({.title = title});
 }
 
 std::vector<json::object> Identity::listed(std::string const& title)

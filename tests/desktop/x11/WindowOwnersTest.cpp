@@ -108,11 +108,11 @@ TEST(WindowApplications, knowThisProgramByItsProcessIdAlone)
 {
     Desktop desktop;
     desktop.add(ownPid, "Somebody");
-    desktop.add(portal, "dev.zelvo.agent");
+    desktop.add(editor, "dev.zelvo.agent");
     desktop.add(portal, "Dialog").transientFor = clientOf(1);
     desktop.add(portal, "Palette").leader = clientOf(1);
 
-    EXPECT_THAT(desktop.identifiers(), ElementsAre("dev.zelvo.agent", "python3.11", "Dialog", "Palette"));
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("dev.zelvo.agent", "editor", "Dialog", "Palette"));
     EXPECT_FALSE(desktop.owners().namesOf(desktop.survey.windows[2].client).answersTo("dev.zelvo.agent"));
     // A dialog of another's for a window of ours is left out of pictures like the window.
     EXPECT_THAT(desktop.hiddenBy("dev.zelvo.agent"), ElementsAre(0, 2));

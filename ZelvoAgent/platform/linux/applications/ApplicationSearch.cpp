@@ -71,6 +71,8 @@ std::optional<std::string> locationOf(std::string const& asked,
     if (DesktopEntry const* const entry = entryWithId(entries, asked))
         return entry->file;
     std::string const name(spellings(asked, {".desktop"}).back());
+    if (name.empty())
+        return std::nullopt;
     auto const isName = [&](std::string const& other) { return text::equalIgnoringCase(other, name); };
     auto const ofRunning = [&](auto fits) -> std::optional<std::string> {
         auto const found = std::ranges::find_if(
