@@ -32,6 +32,8 @@ protected:
 
     /// Everything that is to be checked of a window.
     void expectKnown(KnownWindow const& window);
+    /// With this name on the hidden list, the window is in no picture, list or tree, and takes no click.
+    void expectHiddenBy(KnownWindow const& window, std::string const& name);
 
     void open(std::vector<std::string> command, std::string const& title, Environment extra = {})
     {
@@ -54,12 +56,12 @@ private:
     void expectLists(KnownWindow const& window);
     void expectTree(KnownWindow const& window);
     void expectAskedForBy(KnownWindow const& window, std::string const& name);
-    void expectHiddenBy(KnownWindow const& window, std::string const& name);
     std::string actionWith(std::string const& expected);
     std::string clickAt(json::object const& frame);
     /// How many pixels well inside of the frame are not the background's.
     int pixelsOver(json::object const& frame);
 
+protected:
     Painter painter{desktop.display()};
 };
 

@@ -1,5 +1,10 @@
 #include "end_to_end/IdentityFixture.h"
 
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <string_view>
+
 namespace zelvo::test {
 namespace {
 
@@ -14,11 +19,37 @@ protected:
     /// So that windows do not lie over each other.
     void place(std::string const& title, int x, int y)
     {
-        std::string const window = std::to_string(desktop.waitForWindow({.title = title}));
-        for (char const* const state : {"MAXIMIZED_VERT", "MAXIMIZED_HORZ"})
-            desktop.run({"xdotool", "windowstate", "--remove", state, window});
+        std::uint32_t const id = desktop.waitForWindow({.title = title});
+        unmaximize(id);
+        std::string const window = std::to_string(id);
         desktop.run({"xdotool", "windowsize", window, "700", "420"});
         desktop.run({"xdotool", "windowmove", window, std::to_string(x), std::to_string(y)});
+    }
+    /// Asks the window manager like a pager does.
+    void unmaximize(std::uint32_t window)
+    {
+        xcb_client_message_event_t message{};
+        message.response_type = XCB_CLIENT_MESSAGE;
+        message.format = 32;
+        message.window = window;
+        message.type = atom("_NET_WM_STATE");
+        message.data.data32[0] = 0; // Remove.
+        message.data.data32[1] = atom("_NET_WM_STATE_MAXIMIZED_VERT");
+        message.data.data32[2] = atom("_NET_WM_STATE_MAXIMIZED_HORZ");
+        message.data.data32[3] = 2; // From a pager.
+        auto const root = xcb_setup_roots_iterator(xcb_get_setup(painter.x())).data->root;
+        xcb_send_event(painter.x(), 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                       reinterpret_cast<char const*>(&message));
+        xcb_flush(painter.x());
+    }
+    std::uint32_t atom(std::string_view name)
+    {
+        auto const cookie =
+            xcb_intern_atom(painter.x(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+        auto* const reply = xcb_intern_atom_reply(painter.x(), cookie, nullptr);
+        std::uint32_t const found = reply ? reply->atom : 0;
+        std::free(reply);
+        return found;
     }
     static constexpr char const* writer = "libreoffice-writer";
     static constexpr char const* calc = "libreoffice-calc";
