@@ -9,13 +9,13 @@ namespace {
 
 constexpr std::size_t windowCount = 8;
 
-double quantileOf(std::vector<double> values, double quantile)
+double median(std::vector<double> values)
 {
     if (values.empty())
         throw std::runtime_error("a window without a sample");
-    auto const at = static_cast<std::ptrdiff_t>(static_cast<double>(values.size()) * quantile);
-    std::ranges::nth_element(values, values.begin() + at);
-    return values[static_cast<std::size_t>(at)];
+    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::ranges::nth_element(values, middle);
+    return *middle;
 }
 
 double medianSlope(std::vector<double> const& windows)
@@ -24,12 +24,12 @@ double medianSlope(std::vector<double> const& windows)
     for (std::size_t i = 0; i < windows.size(); ++i)
         for (std::size_t k = i + 1; k < windows.size(); ++k)
             slopes.push_back((windows[k] - windows[i]) / static_cast<double>(k - i));
-    return quantileOf(std::move(slopes), medianQuantile);
+    return median(std::move(slopes));
 }
 
 } // namespace
 
-MemoryTrend memoryTrend(std::span<MemorySample const> samples, double from, double until, double quantile)
+MemoryTrend memoryTrend(std::span<MemorySample const> samples, double from, double until)
 {
     std::vector<std::vector<double>> perWindow(windowCount);
     for (MemorySample const& sample : samples)
@@ -38,7 +38,7 @@ MemoryTrend memoryTrend(std::span<MemorySample const> samples, double from, doub
                 .push_back(sample.kib);
     MemoryTrend trend;
     for (auto& values : perWindow)
-        trend.windows.push_back(quantileOf(std::move(values), quantile));
+        trend.windows.push_back(median(std::move(values)));
     trend.rise = trend.windows.back() - trend.windows.front();
     trend.drift = medianSlope(trend.windows) * (windowCount - 1);
     return trend;

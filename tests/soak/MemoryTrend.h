@@ -10,10 +10,10 @@ struct MemorySample {
     double kib = 0;
 };
 
-/// How the memory of a process develops. The time is cut into equal windows, and each counts by one quantile,
+/// How the memory of a process develops. The time is cut into equal windows, and each counts by its median,
 /// so that a picture or a tree that is being made does not matter.
 struct MemoryTrend {
-    std::vector<double> windows; ///< in KiB, in the order of time
+    std::vector<double> windows; ///< medians in KiB, in the order of time
     /// The last window over the first, in KiB.
     double rise = 0;
     /// The median slope between any two windows, times the length, in KiB. It sees a line that a dip at the
@@ -21,13 +21,8 @@ struct MemoryTrend {
     double drift = 0;
 };
 
-constexpr double medianQuantile = 0.5;
-
 /// Samples between the two times, which are seconds. Throws std::runtime_error if a window has no sample.
-MemoryTrend memoryTrend(std::span<MemorySample const> samples,
-                        double from,
-                        double until,
-                        double quantile = medianQuantile);
+MemoryTrend memoryTrend(std::span<MemorySample const> samples, double from, double until);
 
 /// True if it grows by no more than that, neither from the first window to the last nor by its slope.
 bool isFlat(MemoryTrend const& trend, double limitKib);

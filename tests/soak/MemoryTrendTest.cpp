@@ -67,13 +67,6 @@ TEST(MemoryTrend, seesALineThatADipHides)
     EXPECT_FALSE(isFlat(trend, limit));
 }
 
-TEST(MemoryTrend, readsALowQuantileBelowLongPeaks)
-{
-    auto const samples = samplesOf([](int second) { return second % 4 ? start + 2000 : start; });
-
-    EXPECT_EQ(memoryTrend(samples, 200, 600, 0.1).windows, std::vector<double>(8, start));
-}
-
 TEST(MemoryTrend, toleratesASmallStepButNotThree)
 {
     auto const steps = [](int count) {

@@ -1,6 +1,9 @@
-// Sends mixed commands to the built agent and looks whether it, or the X server because of it, grows.
-// Usage: soak_program SECONDS [KIND...]. Kinds narrow the mix, to find out which commands a growth comes
-// from. Exits with 1 if something grew or a command failed.
+// Sends mixed commands to the built agent and checks that its memory does not grow.
+// Usage: soak_program SECONDS [KIND...]. Kinds restrict the mix, to find the commands that make memory grow.
+// Exits with 1 if the agent has grown or a command failed.
+//
+// The X server is not checked: Xvfb grows by 16 KiB whenever somebody types and then clicks in a GTK window
+// under openbox, also without the agent.
 
 #include "desktop/harness/WaitFor.h"
 #include "soak/MemoryTrend.h"
@@ -12,67 +15,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <stdexcept>
 
 namespace zelvo::test {
 namespace {
 
 constexpr double limitKib = 1024;
-// The server takes a megabyte and returns it again and again while keymaps change, so its low mark counts.
-constexpr double serverQuantile = 0.1;
-
-double secondsSince(std::chrono::steady_clock::time_point start)
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// A process that must not grow, and how its memory went.
-class Watched {
-public:
-    Watched(std::string name, pid_t pid, double quantile)
-        : name(std::move(name)), pid(pid), quantile(quantile)
-    {
-    }
-
-    void sample(double seconds) { samples.push_back({seconds, processUse(pid).privateKib}); }
-    void keepCounts() { before = processUse(pid); }
-
-    void print() const
-    {
-        ProcessUse const use = processUse(pid);
-        std::printf("   %s %6.0f KiB, %d descriptors, %d threads", name.c_str(), use.privateKib,
-                    use.descriptors, use.threads);
-    }
-    bool hasFlatMemory(double seconds) const
-    {
-        MemoryTrend const trend = memoryTrend(samples, seconds / 3, seconds, quantile);
-        std::printf("%s: windows in KiB after the first third", name.c_str());
-        for (double const window : trend.windows)
-            std::printf(" %.0f", window);
-        std::printf("; rise %.0f, drift %.0f\n", trend.rise, trend.drift);
-        return isFlat(trend, limitKib);
-    }
-    /// Pools end their idle threads late, so this waits for them.
-    bool hasNoMoreThanBefore() const
-    {
-        ProcessUse now;
-        bool const isBack = waitFor(
-            [&] {
-                now = processUse(pid);
-                return now.descriptors <= before.descriptors && now.threads <= before.threads;
-            },
-            60s);
-        std::printf("%s: %d descriptors after %d, %d threads after %d\n", name.c_str(), now.descriptors,
-                    before.descriptors, now.threads, before.threads);
-        return isBack;
-    }
-
-private:
-    std::string name;
-    pid_t pid;
-    double quantile;
-    std::vector<MemorySample> samples;
-    ProcessUse before;
-};
+constexpr int lines = 20;
 
 class Soak {
 public:
@@ -88,52 +37,66 @@ public:
 
     bool run()
     {
-        auto const start = std::chrono::steady_clock::now();
-        bool hasCounts = false;
-        double nextLine = 0;
-        for (int turn = 0; secondsSince(start) < seconds; ++turn) {
-            for (SoakCommand const& command : mix)
-                command.run(turn);
-            stage.readEvents();
-            double const now = secondsSince(start);
-            agent.sample(now);
-            server.sample(now);
-            if (!hasCounts && now >= seconds / 3) {
-                hasCounts = true;
-                agent.keepCounts();
-            }
-            if (now >= nextLine) {
-                printLine(now, turn + 1);
-                nextLine += seconds / 20;
-            }
-        }
-        return verdict();
+        int round = 0;
+        sendUntil(seconds / 3, round);
+        ProcessUse const warm = use();
+        sendUntil(seconds, round);
+        bool const isFlat = hasFlatMemory();
+        bool const hasNoMore = hasNoMoreThan(warm);
+        std::printf("%s: at most %.0f KiB are allowed\n", isFlat && hasNoMore ? "flat" : "GROWN", limitKib);
+        return isFlat && hasNoMore;
     }
 
 private:
-    void printLine(double now, int rounds) const
+    ProcessUse use() const { return processUse(stage.agentProcess()); }
+    double elapsed() const
     {
-        std::printf("%5.0f s, %5d rounds:", now, rounds);
-        agent.print();
-        server.print();
-        std::puts("");
-        std::fflush(stdout);
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
-    bool verdict() const
+    void sendUntil(double end, int& round)
     {
-        bool const isFlat = agent.hasFlatMemory(seconds);
-        bool const isServerFlat = server.hasFlatMemory(seconds);
-        bool const isBack = agent.hasNoMoreThanBefore();
-        std::printf("%s, at most %.0f KiB allowed\n", isFlat && isServerFlat && isBack ? "flat" : "GROWN",
-                    limitKib);
-        return isFlat && isServerFlat && isBack;
+        for (; elapsed() < end; ++round) {
+            for (SoakCommand const& command : mix)
+                command.run(round);
+            ProcessUse const now = use();
+            samples.push_back({elapsed(), now.privateKib});
+            if (elapsed() >= nextLine) {
+                std::printf("%5.0f s, %5d rounds: %6.0f KiB, %d descriptors, %d threads\n", elapsed(),
+                            round + 1, now.privateKib, now.descriptors, now.threads);
+                std::fflush(stdout);
+                nextLine += seconds / lines;
+            }
+        }
+    }
+    bool hasFlatMemory() const
+    {
+        MemoryTrend const trend = memoryTrend(samples, seconds / 3, seconds);
+        std::printf("medians in KiB after the first third:");
+        for (double const window : trend.windows)
+            std::printf(" %.0f", window);
+        std::printf("; rise %.0f, drift %.0f\n", trend.rise, trend.drift);
+        return isFlat(trend, limitKib);
+    }
+    /// Pools end their idle threads late, so this waits for them.
+    bool hasNoMoreThan(ProcessUse const& warm) const
+    {
+        ProcessUse now;
+        auto const isBack = [&] {
+            now = use();
+            return now.descriptors <= warm.descriptors && now.threads <= warm.threads;
+        };
+        bool const holds = waitFor(isBack, 60s);
+        std::printf("%d descriptors, %d after the first third; %d threads, %d after the first third\n",
+                    now.descriptors, warm.descriptors, now.threads, warm.threads);
+        return holds;
     }
 
     double seconds;
     SoakStage stage;
     std::vector<SoakCommand> mix;
-    Watched agent{"agent", stage.agentProcess(), medianQuantile};
-    Watched server{"X server", stage.serverProcess(), serverQuantile};
+    std::vector<MemorySample> samples;
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    double nextLine = 0;
 };
 
 } // namespace

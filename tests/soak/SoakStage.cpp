@@ -1,9 +1,5 @@
 #include "soak/SoakStage.h"
 
-#include "desktop/harness/XQuestions.h"
-
-#include <sys/socket.h>
-
 #include <stdexcept>
 
 namespace zelvo::test {
@@ -32,16 +28,6 @@ json::value SoakStage::command(std::string const& method, json::object params) c
 void SoakStage::act(json::object action) const
 {
     command("actions.perform", {{"actions", json::array{std::move(action)}}});
-}
-
-pid_t SoakStage::serverProcess() const
-{
-    XConnection const server = connectTo(desktop.display());
-    ucred owner{};
-    socklen_t size = sizeof owner;
-    if (::getsockopt(xcb_get_file_descriptor(server.get()), SOL_SOCKET, SO_PEERCRED, &owner, &size) != 0)
-        throw std::runtime_error("the X server's process is unknown");
-    return owner.pid;
 }
 
 } // namespace zelvo::test

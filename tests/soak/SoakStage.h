@@ -21,12 +21,7 @@ public:
     /// Performs one input action.
     void act(json::object action) const;
 
-    /// Reads what the X server has sent to this program, which would otherwise pile up in the server: it
-    /// reports changes of the keymap to everybody.
-    void readEvents() const { desktop.activeWindow(); }
-
     pid_t agentProcess() const { return agent.pid(); }
-    pid_t serverProcess() const;
     /// A folder that agents may use.
     std::filesystem::path folder() const { return desktop.home() / "shared"; }
     /// A point of the text field, given from its window's top left.
