@@ -104,7 +104,7 @@ private:
 
 int main(int count, char** arguments)
 {
-    double const seconds = count > 1 ? std::atof(arguments[1]) : 0;
+    double const seconds = count > 1 ? std::strtod(arguments[1], nullptr) : 0;
     if (seconds <= 0) {
         std::fputs("usage: soak_program SECONDS [KIND...]\n", stderr);
         return 2;

@@ -89,7 +89,7 @@ protected:
         return sum;
     }
     /// Returns when the agent's thread has looked at everything that has arrived by now.
-    void letAgentLook()
+    void letAgentLook() const
     {
         constexpr int turns = 3; // Between two turns of its own work it looks at its descriptors.
         for (int i = 0; i < turns; ++i)
