@@ -210,7 +210,7 @@ TEST_F(Recording, goesToThePlatformOnlyAfterAYes)
         waitFor([&] { return shared().size() == 1 && shared().front().at("status") == "ready"; }, 20s))
         << writeJson(shared());
     EXPECT_EQ(recordings().size(), 1u); // It stays here too.
-    EXPECT_TRUE(waitFor([&] { // The gateway is ready before the agent has its answer.
+    EXPECT_TRUE(waitFor([&] {           // The gateway is ready before the agent has its answer.
         auto const lines = agent.activity();
         return std::ranges::find(lines, "Recording shared with the platform") != lines.end();
     }));

@@ -150,8 +150,8 @@ TEST_P(HiddenWindows, areInNoneOf500PicturesWhateverTheyDo)
         }
     }
     EXPECT_EQ(leaks, 0);
-    // A window that may still show what is hidden is left out of a picture rather than waited for, and on a busy
-    // machine it takes its owner a while to be drawn over.
+    // A window that may still show what is hidden is left out of a picture rather than waited for, and on a
+    // busy machine it takes its owner a while to be drawn over.
     EXPECT_GE(shown, 475);
     EXPECT_GE(covers, 475);
 }
