@@ -63,7 +63,7 @@ public:
     bool holdsSleepAssertion() const { return sleepAssertion != nullptr; }
 
     /// Asks running commands to end, lets no recording begin any more and ends the link, at the process's
-    /// end; resumes when the socket was told.
+    /// end; resumes once the close is sent.
     Task<> shutDown();
 
 private:

@@ -20,7 +20,7 @@ struct Flags {
     std::string endUserId = "local";
 };
 
-/// An invalid command line; what() tells the person why.
+/// An invalid command line; what() gives the reason.
 struct FlagError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

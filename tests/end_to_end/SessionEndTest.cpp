@@ -88,7 +88,7 @@ TEST_F(ManagedSession, waitsUntilTheRecordingIsClosed)
 
     saveForTheEnd();
 
-    EXPECT_TRUE(isWhole(recordings().front())); // Before the manager was told to go on.
+    EXPECT_TRUE(isWhole(recordings().front())); // Before the session manager continues.
     EXPECT_TRUE(agent.isRunning());
     auto const before = Clock::now();
     ::kill(manager, SIGUSR2);

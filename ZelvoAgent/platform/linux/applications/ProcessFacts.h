@@ -21,7 +21,7 @@ struct ProcessFacts {
 
 /// Reads /proc. Empty facts for a process that is gone.
 ProcessFacts readProcessFacts(std::int32_t pid);
-/// The ids that the text of /proc/PID/cgroup tells of.
+/// The ids in the text of /proc/PID/cgroup.
 std::vector<std::string> confinedIdsIn(std::string const& cgroups);
 
 } // namespace zelvo
