@@ -22,18 +22,18 @@ struct ScriptedProcess {
     pid_t pid = 0;
     std::filesystem::path record;
 
-    /// The calls that it got so far, "element member property".
+    /// The calls it has received, as "element member property".
     std::vector<std::string> calls() const;
-    /// How many of them begin so.
+    /// The number of calls that begin with this text.
     std::size_t count(std::string const& beginning) const;
-    /// How many of them are of that member.
+    /// The number of calls of this member.
     std::size_t countOf(std::string const& member) const;
 };
 
-/// What the display shows of applications; with null nothing.
+/// The applications on the display; null means none.
 AtspiScreen screenOf(std::shared_ptr<X11Connection> display);
 
-/// A private desktop with an accessibility bus, and what is tested on it.
+/// A private desktop with an accessibility bus and the reader under test.
 class AtspiFixture {
 public:
     enum class Screen { unknown, known };

@@ -53,7 +53,7 @@ TEST(AtspiPatience, readsOnWhenAnApplicationWasSilentForAMoment)
 
     Walk const seen = fixture.walk(*reader, {.budget = 10s});
 
-    // What was being waited for is lost, and what was asked ahead is asked again.
+    // The pending answer is lost, and calls made ahead are made again.
     EXPECT_FALSE(seen.isTruncated);
     EXPECT_GE(seen.elements.size(), 297u);
     EXPECT_LT(seen.took, 5s);
@@ -117,7 +117,7 @@ TEST(AtspiPatience, doesNotGiveUpASlowApplication)
     EXPECT_TRUE(seen.isTruncated);
     EXPECT_LT(seen.took, 5s); // Finding the windows takes some of it.
     EXPECT_GE(seen.elements.size(), 2u);
-    // What it is left with when nobody waits any more is little.
+    // Little is left to do once nobody waits.
     std::size_t const asked = reader->messagesSent();
     EXPECT_LE(asked, application.calls().size() + 10);
 }
@@ -160,7 +160,7 @@ TEST(AtspiPatience, saysThatSomethingIsMissingWhenItWasTooLateToAsk)
 
     reader->plan({.maxDepth = 25, .deadline = fixture.clock->now()});
 
-    // Not even an element that is the last of a walk looks as if it held nothing.
+    // Even the last element of a walk must not look empty.
     EXPECT_EQ(reader->elements(windows->front(), AccessibilityAttribute::children), std::nullopt);
     EXPECT_TRUE(reader->hasFallenSilent());
 }

@@ -40,7 +40,7 @@ std::string told(Walk const& walk)
     return text;
 }
 
-/// A tree of about that many elements with something of everything.
+/// A tree of about `count` elements with every kind of content.
 json::array mixedTree(int elements, unsigned seed)
 {
     json::array top;
@@ -223,7 +223,7 @@ TEST(AtspiReader, givesActionsTheirNamesAndNotTheirTranslations)
         {{{"role", 88}, {"actions", {"jump", "showContextMenu"}}, {"translated", {"", ""}}},
          {{"role", 85}, {"actions", {"doDefault", "showContextMenu"}}, {"translated", {"", ""}}}},
         {{"toolkit", "Chromium"}});
-    // LibreOffice translates none, but means them all.
+    // LibreOffice translates no action's name, and all of its actions count.
     auto const office = fixture.serveWindow(
         {{{"role", 48}, {"actions", {"decrementLine", "incrementLine"}}, {"translated", {"", ""}}}},
         {{"toolkit", "gtk"}});
@@ -493,7 +493,7 @@ TEST(AtspiReader, boundsTheNumberOfChildren)
 {
     AtspiFixture fixture;
     auto const application = fixture.serveWindow({{{"role", 43}, {"name", "b"}, {"repeat", 100'000}}});
-    // A list of so many takes the application its time.
+    // The application needs time for a list this long.
     auto const reader = fixture.reader(application, 5s);
     auto const windows = reader->elements(reader->application(), AccessibilityAttribute::windows);
     ASSERT_TRUE(windows && windows->size() == 1);

@@ -1,4 +1,4 @@
-// Where elements are said to be, against the pixels of the screen.
+// Compares the reported places of elements with the pixels on the screen.
 #include "desktop/applications/Applications.h"
 #include "desktop/atspi/AtspiFixture.h"
 #include "desktop/harness/Painter.h"
@@ -17,7 +17,7 @@ using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Not;
 
-/// How an application is shown.
+/// The display settings for one run of an application.
 struct Showing {
     std::string name;
     Toolkit toolkit;
@@ -53,8 +53,8 @@ protected:
         start();
     }
 
-    /// GTK draws shadows where a compositing manager runs and the window manager knows of them, as larger
-    /// desktops' do.
+    /// GTK draws shadows if a compositing manager runs and the window manager supports them, as on larger
+    /// desktops.
     void promiseShadows()
     {
         if (!desktop.startCompositor())
@@ -70,7 +70,7 @@ protected:
         TestApplication application = swatches(desktop, GetParam().toolkit);
         if (GetParam().decorated)
             application.command.emplace_back("--decorated");
-        // GTK has a scale of its own; the others go by Xft.dpi.
+        // GTK has a separate scale setting; the others follow Xft.dpi.
         bool const isGtk = GetParam().toolkit == Toolkit::gtk3 || GetParam().toolkit == Toolkit::gtk4;
         pid = desktop.start(application.command,
                             {{"GDK_SCALE", isGtk ? std::to_string(GetParam().scale) : "1"}});
@@ -79,7 +79,7 @@ protected:
 
     DisplayLayout layout() const { return readDisplayLayouts(*connection).at(0); }
 
-    /// The places of the elements by their names, those without a place left out.
+    /// The places of the elements by name; elements without a place are omitted.
     std::map<std::string, DesktopRect> places() const
     {
         auto const reader = fixture.accessibility->reader(pid, 250ms);
@@ -105,7 +105,7 @@ protected:
         return {bytes[2], bytes[1], bytes[0]};
     }
 
-    /// Is that what the swatch of this name is drawn in? Chromium rounds a little.
+    /// Is this the colour of the swatch with this name? Chromium rounds a little.
     static bool isDrawnIn(std::string const& name, std::array<int, 3> const& color)
     {
         int const wanted = std::stoi(name.substr(name.size() - 6), nullptr, 16);
@@ -113,7 +113,7 @@ protected:
                std::abs((wanted & 255) - color[2]) <= 1;
     }
 
-    /// The swatches with a place at whose centre something else is drawn.
+    /// The swatches that report a place whose centre shows something else.
     std::vector<std::string> misplaced(std::map<std::string, DesktopRect> const& places)
     {
         std::vector<std::string> names;
@@ -123,8 +123,8 @@ protected:
         return names;
     }
 
-    /// Reads until what is said and what is drawn agree, with all that is wanted and nothing that is not; a
-    /// window takes a moment to come, to move, to scroll and to be painted.
+    /// Reads until reports and pixels agree and show exactly the wanted swatches; a window takes a moment to
+    /// map, move, scroll and paint.
     std::map<std::string, DesktopRect> settled(std::vector<std::string> const& wanted,
                                                std::vector<std::string> const& unwanted = {})
     {

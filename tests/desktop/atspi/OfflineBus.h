@@ -10,7 +10,7 @@
 
 namespace zelvo::test {
 
-/// A bus with nobody at its other end, which messages can be made of to be read again. Thread: one.
+/// A bus without a peer, on which a test creates messages and reads them again. Thread: one.
 class OfflineBus {
 public:
     OfflineBus()
@@ -29,7 +29,7 @@ public:
     OfflineBus(OfflineBus const&) = delete;
     OfflineBus& operator=(OfflineBus const&) = delete;
 
-    /// A message with what `append` puts in, ready to be read.
+    /// A message with the content that `append` adds, ready to read.
     BusMessagePtr message(std::function<void(sd_bus_message*)> const& append) const
     {
         sd_bus_message* raw = nullptr;

@@ -227,7 +227,7 @@ bool ScriptedApplication::reply(std::size_t index,
     return true;
 }
 
-/// What leads from an element to another one, to its text and to the application.
+/// Properties that refer to other elements, to the text and to the application.
 bool ScriptedApplication::replyAboutOthers(ScriptedNode const& node,
                                            std::string const& member,
                                            sd_bus_message* call,
@@ -283,7 +283,7 @@ void ScriptedApplication::appendText(sd_bus_message* call,
     std::int32_t start = 0;
     std::int32_t end = 0;
     sd_bus_message_read(call, "ii", &start, &end);
-    // As Qt does, and LibreOffice of a paragraph.
+    // Qt does this, and LibreOffice does for paragraphs.
     if ((manners.toolkit == "Qt" || node.role == 73) && end > static_cast<std::int32_t>(node.text.size()))
         end = start;
     auto const length = end < 0 ? std::string::npos : static_cast<std::size_t>(end - start);
@@ -336,7 +336,7 @@ void ScriptedApplication::appendChildren(sd_bus_message* reply, ScriptedNode con
     sd_bus_message_close_container(reply);
 }
 
-/// What the toolkits tell of all elements at once: reference, application, parent, place, number of children,
+/// The toolkits' bulk answer for all elements: reference, application, parent, place, number of children,
 /// interfaces, name, role, description, states.
 void ScriptedApplication::appendItems(sd_bus_message* reply) const
 {

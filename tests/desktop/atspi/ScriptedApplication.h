@@ -9,11 +9,11 @@
 
 namespace zelvo::test {
 
-/// An application on the accessibility bus that serves a tree and writes down each call that it gets, one
-/// line a call: the element's number, the member, the name of the property that was asked for. Thread: one.
+/// An application on the accessibility bus that serves a tree and records each call, one line each: the
+/// element's number, the member, and the name of the property if it reads one. Thread: one.
 class ScriptedApplication {
 public:
-    /// Ends what it is in when the accessibility bus is not there.
+    /// Ends the process if there is no accessibility bus.
     ScriptedApplication(std::vector<ScriptedNode> tree,
                         ScriptedManners wanted,
                         std::string const& recordFile);

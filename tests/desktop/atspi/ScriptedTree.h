@@ -29,7 +29,7 @@ struct ScriptedNode {
     std::optional<std::int32_t> claimedChildren; ///< what it says of their number
 };
 
-/// What it does to those who ask.
+/// How it answers callers.
 struct ScriptedManners {
     std::string toolkit = "scripted";
     int delay = 0;        ///< milliseconds before each answer

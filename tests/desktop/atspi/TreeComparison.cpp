@@ -19,7 +19,7 @@ std::string textOf(json::value const& value)
     return value.is_string() ? std::string(value.as_string()) : std::string();
 }
 
-/// What each role of AT-SPI is called on the wire, by its name and not by its number.
+/// The wire's name of each AT-SPI role, by the role's name and not its number.
 std::string axRole(std::string const& role, OtherElement const& element, std::string const& parent)
 {
     static std::map<std::string, std::string> const plain = {
@@ -96,7 +96,7 @@ std::string axRole(std::string const& role, OtherElement const& element, std::st
     return "AXUnknown";
 }
 
-/// What the actions of an element are called on the wire.
+/// The wire's names of an element's actions.
 std::vector<std::string> axActions(json::array const& names, bool isChromium)
 {
     static std::map<std::string, std::string> const wire = {
@@ -109,15 +109,14 @@ std::vector<std::string> axActions(json::array const& names, bool isChromium)
         std::string const action = known == wire.end() ? textOf(name) : known->second;
         if (!action.empty() && std::ranges::find(actions, action) == actions.end())
             actions.push_back(action);
-        // The first is what the element is for; the others are those of all.
+        // The first is the element's own; the others are those that every element has.
         if (isChromium)
             break;
     }
     return actions;
 }
 
-/// Of a button or a text that is scrolled out of view nobody wants to know what is in it. Qt and GTK 4 do not
-/// tell.
+/// A button or text that is scrolled out of view needs no content; Qt and GTK 4 do not report it.
 bool isOutOfSight(json::object const& read, std::string const& toolkit)
 {
     static std::set<std::string> const leaves = {
@@ -181,7 +180,7 @@ void compare(WalkedElement const& ours,
     differs("focused", flag(ours.focused), flag(theirs.has("focused")));
 }
 
-/// Where the two disagree, one line each.
+/// Each difference between the two, one line each.
 std::vector<std::string>
 differences(std::vector<WalkedElement> const& ours, std::vector<OtherElement> const& theirs, bool isGtk4)
 {
@@ -228,7 +227,7 @@ TreeComparison::OtherTree TreeComparison::theirs(Subject const& subject)
         unread = isOutOfSight(read, toolkit) ? depth : SIZE_MAX;
         roles.resize(depth);
         roles.push_back(textOf(read.at("roleName")));
-        // Pages of a stack in GTK 4 have no role, so that they count as nothing.
+        // Pages of a GTK 4 stack have no role and are skipped.
         bool const isNothing = toolkit == "GTK" && !read.at("screen").is_array();
         if (depth > 0 && !isNothing)
             elements.push_back(elementIn(read, roles.back(), roles[depth - 1], toolkit));

@@ -12,14 +12,14 @@
 
 namespace zelvo::test {
 
-/// An application, and how it is to be read.
+/// An application and how to read it.
 struct Subject {
     std::string name;
     TestApplication application;
     bool isChromium = false;
 };
 
-/// An element as the other reader sees it, put into our words.
+/// An element from the other reader, in the wire's terms.
 struct OtherElement {
     std::string role;
     std::string title;
@@ -31,7 +31,7 @@ struct OtherElement {
     bool has(std::string const& state) const { return std::ranges::find(states, state) != states.end(); }
 };
 
-/// A desktop on which one application is read twice: by our reader, and by one that is not ours.
+/// A desktop on which two readers read one application: ours and an independent one.
 class TreeComparison : public testing::Test {
 protected:
     AtspiFixture fixture{{.accessibility = true}, AtspiFixture::Screen::known};
@@ -46,10 +46,10 @@ protected:
         std::string toolkit; ///< as the application calls it
     };
     OtherTree theirs(Subject const& subject);
-    /// Shows it and compares until both readers agree on every element: an application takes a moment to come
-    /// to rest.
+    /// Shows the application and compares until both readers agree on every element; an application needs a
+    /// moment to settle.
     void expectSame(Subject const& subject);
-    /// Compares what is shown already.
+    /// Compares the application as it is shown now.
     void expectSameOfShown(Subject const& subject);
 };
 

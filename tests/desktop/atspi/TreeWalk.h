@@ -8,7 +8,7 @@
 
 namespace zelvo::test {
 
-/// An element as a walk meets it.
+/// An element as a walk finds it.
 struct WalkedElement {
     AccessibilityElement handle;
     int depth = 0;

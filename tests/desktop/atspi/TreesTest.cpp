@@ -1,4 +1,4 @@
-// What our reader sees of real applications, against what another reader sees.
+// Compares our reader with an independent one on real applications.
 #include "desktop/atspi/TreeComparison.h"
 
 #include <gmock/gmock.h>

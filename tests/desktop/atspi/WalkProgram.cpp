@@ -85,9 +85,9 @@ void walkOnce(AtspiAccessibility& accessibility, Clock& clock, Wish const& wish)
 } // namespace
 } // namespace zelvo::test
 
-/// Reads the windows of a process and says what it saw: walk_program PID [runs] [one] [print] [compact]
+/// Reads the windows of a process and prints what it found: walk_program PID [runs] [one] [print] [compact]
 /// [wake] `one`: one call at a time; `print`: each element; `compact`: the lines that an agent gets; `wake`:
-/// as a Chromium.
+/// treats it as a Chromium.
 int main(int count, char** arguments)
 {
     using namespace zelvo;

@@ -1,4 +1,4 @@
-// What our reader sees of a word processor that draws its own elements into those of a toolkit.
+// What our reader sees of a word processor that embeds its own elements in a toolkit's.
 #include "desktop/atspi/TreeComparison.h"
 
 #include <gmock/gmock.h>
@@ -26,7 +26,7 @@ protected:
         pid = std::stoi(desktop.run({"xdotool", "getwindowpid", std::to_string(window)}));
     }
 
-    /// The titles of those elements of a role that are on the screen; of a paragraph its text.
+    /// The titles of the elements with this role that are on the screen; for paragraphs, their text.
     static std::vector<std::string> shown(std::vector<WalkedElement> const& all, std::string const& role)
     {
         std::vector<std::string> titles;
@@ -36,7 +36,7 @@ protected:
         return titles;
     }
 
-    /// Clicks the centre of an element that is called so, as soon as it is there.
+    /// Clicks the centre of the element with this name as soon as it exists.
     void click(std::string const& role, std::string const& called)
     {
         DesktopPoint center;
@@ -52,7 +52,7 @@ protected:
                      std::to_string(static_cast<int>(center.y)), "click", "1"});
     }
 
-    /// Does the other reader see an element of that name or text in that state?
+    /// Does the other reader see an element with this name or text and this state?
     bool isNow(std::string const& state, std::string const& named)
     {
         std::istringstream lines(readShownElements(desktop, pid));

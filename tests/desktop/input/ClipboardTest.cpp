@@ -1,4 +1,4 @@
-// The clipboard between this program and real applications, whose keys a person presses.
+// The clipboard between this program and real applications, operated by key presses.
 #include "desktop/input/InputFixture.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/input/TextField.h"
@@ -11,7 +11,7 @@
 namespace zelvo::test {
 namespace {
 
-// As every X server on Linux numbers them.
+// Key codes that every X server on Linux uses.
 constexpr std::uint8_t control = 37;
 constexpr std::uint8_t shift = 50;
 constexpr std::uint8_t keyA = 38;
@@ -83,7 +83,7 @@ TEST_P(Clipboard, isPastedFromUsAgainWhenItHasChanged)
     EXPECT_EQ(field.valueAfter("one two"), "one two");
 }
 
-/// Fields with keys that copy, which a terminal has not.
+/// Fields with copy shortcuts; a terminal has none.
 class CopyingClipboard : public Clipboard {};
 
 TEST_P(CopyingClipboard, isCopiedToUs)

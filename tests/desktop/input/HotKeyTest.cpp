@@ -32,7 +32,7 @@ protected:
             fixture.personKey(code, down);
     }
 
-    /// Presses the chord once and gives the calls that came of it.
+    /// Presses the chord once and returns the number of calls.
     int pressOnce(std::uint8_t keycode = positionOfP)
     {
         int const before = calls;

@@ -22,9 +22,9 @@ public:
     {
         return live.run(std::move(task));
     }
-    /// Types as the input driver does: told whole, then in pieces.
+    /// Types as the input driver does: announces the whole text, then sends it in chunks.
     void typeText(std::string text);
-    /// Makes an event once it keeps apart from earlier ones, as the gate does.
+    /// Posts an event once the gate's distance to earlier events has passed.
     bool post(PostedEvent event)
     {
         await(posting->ready(event));
@@ -32,7 +32,7 @@ public:
     }
     void chord(std::uint16_t keyCode, ModifierFlags flags);
     void click(DesktopPoint point, int count = 1);
-    /// Lets what was posted arrive, and ends the posting as a normal end of the program does.
+    /// Waits until posted events have arrived, then ends posting as the program does at its normal end.
     void restartPosting();
 
     /// The whole keymap as the core protocol shows it, and the groups and types of every key.
@@ -40,9 +40,9 @@ public:
     /// Switches the layout ("us,ru") and the active group, 0 being the first.
     void useLayout(std::string const& layouts, int group);
     void lockModifiers(std::uint8_t mask, bool on) const;
-    /// A key pressed or released by somebody else than us.
+    /// A key pressed or released by another client.
     void personKey(std::uint8_t keycode, bool down) const;
-    /// The modifiers and buttons that are down, as the core protocol shows them.
+    /// The modifiers and buttons that are down, from the core protocol.
     std::uint16_t heldMask() const;
 
     PrivateDesktop desktop;

@@ -26,7 +26,7 @@ public:
     Field(QString path, QString const& text) : path(std::move(path))
     {
         setPlainText(text);
-        // Reports once all events that are there have been handled.
+        // Reports once all pending events are handled.
         soon.setSingleShot(true);
         QObject::connect(&soon, &QTimer::timeout, this, &Field::report);
         auto const wake = [this] { soon.start(); };

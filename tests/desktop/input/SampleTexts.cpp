@@ -44,8 +44,7 @@ std::string mixedText()
 
 std::string longText()
 {
-    // 58 ASCII characters, then 72 others, each next one further on than the last, so that no stretch is
-    // easy.
+    // 58 ASCII characters, then 72 others, each further on than the last, so that no stretch is easy.
     std::vector<char32_t> characters;
     for (char32_t character = U'A'; character < U'A' + 58; ++character)
         characters.push_back(character);

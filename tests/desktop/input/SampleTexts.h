@@ -7,19 +7,19 @@
 
 namespace zelvo::test {
 
-/// One text a script, and one of everything that keyboards find hard.
+/// One text for each script, and one with everything that is hard for keyboards.
 std::vector<std::string> sampleTexts();
-/// Some of each, short, with small letters and capitals.
+/// A short mix of scripts, with lower and upper case.
 std::string mixedText();
 /// 1000 code points, 130 of them distinct.
 std::string longText();
 
-/// 20 characters of 8 code points each, all different: more than there are keys for one piece of text.
+/// 20 different characters of 8 code points each: more than there are spare keys for one chunk of text.
 std::string crowdedText();
 
 /// The applications that this test program is to type into.
 std::vector<FieldKind> fieldKinds();
-/// Those of them in which words can be clicked and selected.
+/// Those in which words can be clicked and selected.
 std::vector<FieldKind> clickableKinds();
 std::string fieldName(FieldKind kind);
 

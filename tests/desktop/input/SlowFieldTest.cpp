@@ -10,7 +10,8 @@
 namespace zelvo::test {
 namespace {
 
-/// A terminal that two others leave a twentieth of its processor. It answers no pings.
+/// A terminal that gets a twentieth of its processor, because two busy processes share it. It answers no
+/// pings.
 class SlowField : public testing::Test {
 protected:
     SlowField()

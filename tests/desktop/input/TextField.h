@@ -9,21 +9,21 @@ namespace zelvo::test {
 
 enum class FieldKind { gtk, qt, xterm, chromium };
 
-/// A real application with one text field that has the focus and tells what it holds.
+/// A real application with one focused text field whose content the test can read.
 class TextField {
 public:
-    /// Starts it and waits until it can be typed into. Throws when it does not come up. `text` is what it
-    /// begins with; xterm begins empty.
+    /// Starts the application and waits until it accepts typing. Throws if it does not start. text: the
+    /// initial content; xterm always begins empty.
     TextField(PrivateDesktop& desktop, FieldKind kind, std::string text = {});
 
     std::string value() const { return read({}); }
     std::string selection() const { return read(".selection"); }
     pid_t pid() const { return process; }
-    /// How far it is scrolled down, in a unit of its own.
+    /// How far it is scrolled down, in the application's unit.
     int scroll() const;
-    /// Waits for the value; applications show text seconds late. Gives the last value seen.
+    /// Waits for the value, because applications may show text seconds late. Returns the last value seen.
     std::string valueAfter(std::string const& expected) const;
-    /// A point of its window, given from the window's top left.
+    /// A point of its window, relative to the window's top left.
     DesktopPoint pointIn(int x, int y) const;
 
 private:

@@ -160,7 +160,7 @@ TEST(ApplicationNames, areAllThatIsSaidAndTheEntriesThatItFinds)
     EXPECT_THAT(names({}), IsEmpty());
 }
 
-/// What hides must not be got rid of by calling oneself something else.
+/// A program must not escape hiding by changing its own word.
 TEST(ApplicationNames, keepTheProgramsEntryWhateverTheApplicationSays)
 {
     EXPECT_THAT(
@@ -168,7 +168,7 @@ TEST(ApplicationNames, keepTheProgramsEntryWhateverTheApplicationSays)
         ElementsAre("chromium", "thunar", "org.xfce.mousepad", "org.xfce.mousepad-settings", "mousepad"));
 }
 
-/// They go into replies, which must be UTF-8 whatever a program calls itself.
+/// Names go into replies, which must be UTF-8 whatever a program calls itself.
 TEST(ApplicationNames, areUtf8)
 {
     WindowWords const words{.gtkApplicationId = "org.\xC3", .className = "Caf\xE9"};
@@ -179,7 +179,7 @@ TEST(ApplicationNames, areUtf8)
     EXPECT_EQ(identity({}, process).localizedName, "\uFFFDtool");
 }
 
-/// In no case of letters either, since agents may ask in any.
+/// Not in any letter case either, because agents may ask in any.
 TEST(ApplicationNames, ofAnotherProcessAreNeverOurs)
 {
     for (char const* const claimed : {"dev.zelvo.agent", "DEV.Zelvo.Agent"})

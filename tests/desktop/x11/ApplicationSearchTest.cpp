@@ -66,7 +66,7 @@ TEST(ApplicationSearch, findsByName)
              {"Twice", "short"},
              {"tool.app", "tool.app"},
              {"Tool", "tool.app"},
-             // Only what runs is found without regard to case, and that end must be written as it is.
+             // Only running applications are found regardless of case, and the ending must match exactly.
              {"MOUSEPAD", ""},
              {"правка", ""},
              {"Mousepad.APP", ""},

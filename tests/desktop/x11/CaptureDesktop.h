@@ -38,7 +38,7 @@ inline std::size_t countOf(Picture const& picture, std::uint32_t color)
     return count;
 }
 
-/// A private desktop with a screen source on it.
+/// A private desktop with the screen source under test.
 class CaptureDesktop {
 public:
     explicit CaptureDesktop(DesktopOptions options = {.sessionBus = false}, bool withCompositor = false)
@@ -58,7 +58,7 @@ public:
         live.stop();
     }
 
-    /// The main display in its own size.
+    /// The main display in its full size.
     Picture take(std::set<std::string> excluded = {}, int width = 0, int height = 0)
     {
         DisplayLayout const main = layout->current();
@@ -69,8 +69,7 @@ public:
         return live.run(source->capture(std::move(request)));
     }
 
-    /// What the screen shows when nothing moves on it any more: the window manager paints its frames in its
-    /// own time.
+    /// The screen once nothing changes any more; the window manager paints its frames late.
     Picture settledScreen() const
     {
         Painter(desktop.display()).movePointer(desktopCorner.first, desktopCorner.second);
@@ -85,7 +84,7 @@ public:
         return last;
     }
 
-    /// What the screen shows, read by nothing of ours: a plain GetImage of the root window.
+    /// The screen read independently: a plain GetImage of the root window.
     Picture onTheScreen() const
     {
         Painter reader(desktop.display());
@@ -111,7 +110,7 @@ public:
     std::pair<int, int> desktopCorner{1900, 1060}; ///< where the pointer is out of the way
 };
 
-/// The number of pixels in which two pictures differ, a square around the pointer left out.
+/// The number of pixels that differ, except in a square around the pointer.
 inline std::size_t
 differences(Picture const& left, Picture const& right, std::pair<int, int> pointer = {-100, -100})
 {
@@ -125,7 +124,7 @@ differences(Picture const& left, Picture const& right, std::pair<int, int> point
     return count;
 }
 
-/// Writes a picture into the folder of ZELVO_TEST_PICTURES, for a person to look at.
+/// Writes a picture into the folder ZELVO_TEST_PICTURES for inspection.
 inline void keep(Picture const& picture, std::string const& name)
 {
     char const* const folder = std::getenv("ZELVO_TEST_PICTURES");

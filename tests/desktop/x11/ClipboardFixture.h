@@ -15,12 +15,12 @@
 
 namespace zelvo::test {
 
-/// The pasteboard on a real server and the manual clock, and other programs beside it, all on one thread.
+/// The pasteboard on a real X server with the manual clock, and other clients, all on one thread.
 class ClipboardFixture : public testing::Test {
 protected:
     ClipboardPeer& peer() { return peers.emplace_back(desktop.display()); }
 
-    /// Lets everybody do what there is to do, until the condition holds.
+    /// Runs all pending work until the condition holds.
     bool until(std::function<bool()> condition)
     {
         auto const holds = [&] {
@@ -40,7 +40,7 @@ protected:
         }
     }
 
-    /// A task that runs beside the test; its result once it is there.
+    /// A task that runs beside the test, and its result when it is done.
     template <class T>
     std::shared_ptr<std::optional<T>> begin(Task<T> task)
     {
@@ -49,7 +49,7 @@ protected:
                        [result](std::exception_ptr, T value) { *result = std::move(value); });
         return result;
     }
-    /// Runs a task to its end; nothing when it does not come to one.
+    /// Runs a task; `nullopt` if it does not end.
     template <class T>
     std::optional<T> await(Task<T> task)
     {
@@ -57,7 +57,7 @@ protected:
         until([&] { return result->has_value(); });
         return *result;
     }
-    /// What a program is given that asks for a form.
+    /// The answer to a client that requests a target.
     std::optional<ClipboardPeer::Value> given(ClipboardPeer& to, std::string const& form)
     {
         std::size_t const before = to.answers.size();
@@ -77,7 +77,7 @@ protected:
     std::deque<ClipboardPeer> peers;
 };
 
-/// Not the same anywhere, and with characters of every length, so that lost and doubled pieces show.
+/// Non-repeating text with characters of every length, so that lost and doubled pieces show.
 inline std::string longText(std::size_t size)
 {
     std::string text;

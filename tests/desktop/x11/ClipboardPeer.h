@@ -12,8 +12,8 @@
 
 namespace zelvo::test {
 
-/// Another program at the clipboard, on a connection of its own, driven by the test: it does something only
-/// in pump(). As an owner it does what `onRequest` says; as a requestor it keeps what it gets.
+/// Another clipboard client on a separate connection, driven by the test: it acts only in pump(). As an owner
+/// it does what `onRequest` says; as a requestor it keeps what it receives.
 class ClipboardPeer {
 public:
     struct Asked {
@@ -32,26 +32,26 @@ public:
 
     explicit ClipboardPeer(std::string const& display);
 
-    /// Takes what has come. False when there was nothing.
+    /// Handles pending events. False if there were none.
     bool pump();
     xcb_atom_t atom(std::string const& name);
     xcb_connection_t* x() { return connection.get(); }
     xcb_window_t window() const { return own; }
-    /// Ends the connection, as the end of a program does.
+    /// Closes the connection, as when a program ends.
     void vanish() { connection.reset(); }
 
     // Owner.
     void take(std::string const& selection = "CLIPBOARD");
     bool owns(std::string const& selection = "CLIPBOARD");
     std::function<void(Asked const&)> onRequest; ///< refuses everything when it is empty
-    /// Owns the clipboard and gives a text as one form. piece: 0 to give it as a whole, else in pieces of as
-    /// many bytes.
+    /// Owns the clipboard and serves a text as one target. piece: 0 for the whole, else the bytes of each
+    /// increment.
     void serve(std::string text, std::string const& form = "UTF8_STRING", std::size_t piece = 0);
-    /// Sets a property and says that it is the answer.
+    /// Sets a property and announces it as the answer.
     void give(Asked const& asked, std::string const& type, int format, std::string_view bytes);
     void put(Asked const& asked, std::string const& type, int format, std::string_view bytes);
-    /// Answers that it comes in pieces, and gives each when the one before was taken. next: the next piece,
-    /// an empty one at the end; nothing: none comes any more.
+    /// Announces an incremental transfer and sends each piece when the one before was taken. next: the next
+    /// piece, empty at the end; `nullopt` to stop sending.
     void giveInPieces(Asked const& asked,
                       std::string const& type,
                       std::function<std::optional<std::string>()> next,
@@ -61,7 +61,7 @@ public:
     int piecesTaken = 0;
 
     // Requestor.
-    /// Asks for a form of what is on the clipboard. property: empty for none.
+    /// Requests a target of the clipboard. property: empty for none.
     void ask(std::string const& target, std::string const& property = "ANSWER", xcb_timestamp_t time = 0);
     std::vector<xcb_selection_notify_event_t> answers;
     bool collects = true; ///< takes what it asked for, piece by piece

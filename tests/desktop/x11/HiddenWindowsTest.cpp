@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint32_t planted = 0xff00aa; // Nothing else on these desktops has more red than green in it.
 constexpr std::uint32_t behind = 0x123456;
 
-/// The pixels in which something of the planted colour can be seen, however faintly.
+/// The pixels that contain any trace of the planted colour.
 std::size_t tintedIn(Picture const& picture)
 {
     std::size_t count = 0;
@@ -42,7 +42,7 @@ protected:
     }
 };
 
-/// An application that does all that one can do with windows, over and over.
+/// An application that does everything possible with windows, repeatedly.
 class Restless {
 public:
     explicit Restless(PainterProcess& painter) : painter(painter) {}
@@ -150,8 +150,8 @@ TEST_P(HiddenWindows, areInNoneOf500PicturesWhateverTheyDo)
         }
     }
     EXPECT_EQ(leaks, 0);
-    // A window that may still show what is hidden is left out of a picture rather than waited for, and on a
-    // busy machine it takes its owner a while to be drawn over.
+    // A window that may still show hidden pixels is left out of a picture, and on a busy machine its owner
+    // needs a while to repaint.
     EXPECT_GE(shown, 475);
     EXPECT_GE(covers, 475);
 }
@@ -173,10 +173,10 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
                  .color = 0x8000ffff,
                  .argb = true,
                  .overrideRedirect = true});
-    // It fades in where there is a compositing manager.
+    // It fades in if there is a compositing manager.
     require("the first of it", [&] { return colorAt(stage.onTheScreen(), 1250, 450) != 0x336699; });
     stage.settledScreen();
-    // One that begins hidden and stays so, for both pictures are to be put together.
+    // Stays hidden throughout, because both pictures are merged.
     secret.open({.x = 1800, .y = 20, .width = 20, .height = 20, .color = planted, .overrideRedirect = true});
     Picture const before = stage.take({"secret"});
     secret.open({.x = 150, .y = 150, .width = 300, .height = 200, .color = planted, .className = "Secret"});
@@ -236,7 +236,7 @@ class HiddenWindowsAmongOthers : public HiddenWindows {
 protected:
     std::filesystem::path program(std::string const& name) { return HiddenWindows::program(stage, name); }
     std::size_t leak() { return HiddenWindows::leak(stage); }
-    /// Wraps the whole desktop a second time, as another start of the agent does.
+    /// Redirects the whole desktop a second time, as a second start of the agent does.
     void startAgain()
     {
         stage.source.reset();
@@ -245,7 +245,7 @@ protected:
                                                          *stage.layout, *stage.entries);
     }
 
-    /// Whether the windows on the root are kept in memory of their own.
+    /// Are the root's windows redirected to off-screen memory?
     bool isRedirected() const
     {
         Painter probe(stage.desktop.display());
@@ -380,7 +380,7 @@ TEST_F(HiddenWindowsAmongOthers, leaveATrayAsIconsComeAndGo)
     EXPECT_EQ(countOf(stage.take({"secret"}), behind), 1920u * 40 - 1024);
 }
 
-/// A real GTK application that is hidden, all of it in the planted colour.
+/// A real GTK application that is hidden and fills its window with the planted colour.
 class HiddenGtkApplication : public HiddenWindowsAmongOthers {
 protected:
     pid_t start(std::string const& name, std::string const& parent = {})
@@ -399,8 +399,8 @@ protected:
         require("its colour", [&] { return seen() > 50'000; });
     }
     std::size_t seen() { return tintedIn(stage.onTheScreen()); }
-    /// Takes pictures until the screen shows more of the application than before; gives how many had any of
-    /// it.
+    /// Takes pictures until the screen shows more of the application than before; returns how many contained
+    /// any of it.
     int leaksUntilMoreThan(std::size_t before)
     {
         int leaks = 0;

@@ -41,7 +41,7 @@ std::set<int> socketsTo(pid_t server)
     return sockets;
 }
 
-/// Takes the events that a connection has; gives their number.
+/// Reads a connection's pending events; returns their number.
 int takeEvents(xcb_connection_t* connection)
 {
     int taken = 0;
@@ -70,14 +70,14 @@ protected:
             if (!before.contains(socket))
                 sockets.insert(socket);
     }
-    /// Binds keys for a text that the layout lacks, and gives them back. The server reports both to all its
-    /// clients, whether they asked for it or not.
+    /// Binds keys for a text that the layout lacks, then restores them. The server reports both to all
+    /// clients, whether they asked or not.
     void borrowKeys()
     {
         live.run(desktop->events.beginText("Привет, мир"));
         live.run(desktop->events.endText());
     }
-    /// The bytes that the server has sent on these connections and nobody has read.
+    /// The unread bytes that the server has sent on these connections.
     int unreadBytes() const
     {
         int sum = 0;
@@ -88,7 +88,7 @@ protected:
         }
         return sum;
     }
-    /// Returns when the agent's thread has looked at everything that has arrived by now.
+    /// Returns when the agent's thread has handled everything that has arrived.
     void letAgentLook() const
     {
         constexpr int turns = 3; // Between two turns of its own work it looks at its descriptors.

@@ -12,14 +12,14 @@
 
 namespace zelvo::test {
 
-/// The three contexts as in the program: two threads of their own and a pool.
+/// The three contexts as in the program: two threads and a pool.
 class LiveContexts {
 public:
     ~LiveContexts() { stop(); }
 
     Contexts contexts() { return {main.get_executor(), agent.get_executor(), workers.get_executor()}; }
 
-    /// Runs a task to its end on the agent's thread, and gives its result.
+    /// Runs a task on the agent's thread and returns its result.
     template <class T>
     T run(Task<T> task)
     {

@@ -16,7 +16,7 @@
 
 namespace zelvo::test {
 
-/// A desktop whose applications can be opened, with the person's own entries.
+/// A desktop whose applications can be opened, with the user's own entries.
 class OpeningFixture : public testing::Test {
 protected:
     OpeningFixture();
@@ -24,9 +24,9 @@ protected:
 
     /// An executable script on PATH.
     std::filesystem::path script(std::string const& name, std::string const& lines);
-    /// A desktop entry of the person's; gives its location.
+    /// Writes a desktop entry for the user; returns its path.
     std::string entry(std::string const& id, std::string const& lines);
-    /// An entry whose application is an xterm of that class, and writes each of its starts down.
+    /// An entry whose application is an xterm of this class that records each start.
     std::string terminalEntry(std::string const& id);
     std::size_t startsOf(std::string const& id) const;
 
@@ -35,7 +35,7 @@ protected:
         return live.run(workspace->openApplication(location, Workspace::NotRunning::isStarted, soon()));
     }
     Instant soon() const { return clock->now() + 5s; }
-    /// What opening fails with; empty when it does not.
+    /// The error of opening; empty if it succeeds.
     std::string failureOf(std::string const& location);
     /// The identifier of the application in front.
     std::string front();

@@ -144,7 +144,7 @@ TEST_F(Starting, waitsNoLongerThanFiveSecondsForAWindow)
     EXPECT_EQ(name, "Windowless");
 }
 
-/// GIO connects to the bus for every start, and ends the program with it unless it is told not to.
+/// GIO connects to the bus for every start, and by default ends the program with the connection.
 TEST_F(Starting, doesNotTieThisProgramToTheSessionBus)
 {
     std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> const shared(
@@ -333,11 +333,11 @@ TEST_F(Activating, takesTheWindowThatWasActiveLast)
 
     open(*pair);
 
-    // It has the focus; for a moment the window manager may call no window active.
+    // It has the focus; for a moment the window manager may report no active window.
     EXPECT_TRUE(waitFor([&] { return desktop.activeWindow() == first; }, 1s));
 }
 
-/// What the workspace tells of applications.
+/// What the workspace reports about applications.
 class WorkspaceFacts : public OpeningFixture {};
 
 TEST_F(WorkspaceFacts, thePersonsEntriesBeforeTheSystems)
@@ -383,7 +383,7 @@ TEST_F(WorkspaceFacts, allThatAnApplicationMayBeHiddenUnder)
     EXPECT_TRUE(names.isHidden({"Secret-Class"}));
     EXPECT_TRUE(names.isHidden({"xterm"}));
 
-    // One that runs tells more.
+    // A running application has more names.
     desktop.start({"xterm", "-class", "Secret-Class", "-name", "told-by-window"});
     ASSERT_TRUE(waitFor([&] { return running("org.example.secret").pid != 0; }));
     EXPECT_EQ(running("org.example.secret").location, location);
@@ -419,7 +419,7 @@ TEST_F(WorkspaceFacts, whatRuns)
     EXPECT_EQ(workspace->runningApplications(), all);
 }
 
-/// The first type that we know counts; toolkits put their own before it.
+/// The first known type counts; toolkits put their own before it.
 TEST_F(WorkspaceFacts, whichTypesOfWindowsAreRegular)
 {
     struct Typed {

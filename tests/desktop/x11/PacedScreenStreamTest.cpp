@@ -16,7 +16,7 @@ using testing::SizeIs;
 constexpr Duration interval = 125ms;
 using Names = std::set<std::string>;
 
-/// A screen of which a test decides what happens while it is read.
+/// A screen whose changes during a read are controlled by the test.
 class ScriptedSource final : public ScreenSource {
 public:
     std::vector<Display> attached = {{.id = 7, .widthPoints = 64, .heightPoints = 32}};

@@ -23,7 +23,7 @@ public:
     bool isAlive() const override { return true; }
 };
 
-/// Takes frames that come without a pause, each for a while.
+/// Takes frames without a pause for a while.
 class SlowOutput final : public ScreenStreamOutput {
 public:
     void frameArrived(ScreenFrame const&) override
@@ -44,7 +44,7 @@ public:
 
 class PacedStreamThreads : public testing::Test {
 protected:
-    /// Lets every stream's task come to its end.
+    /// Waits until every stream's task has ended.
     ~PacedStreamThreads() override
     {
         work.reset();

@@ -1,5 +1,4 @@
-// The requestor's side of the clipboard: what is read of other programs, good and bad ones; and the counting
-// of changes.
+// The requestor's side of the clipboard: reading from good and bad clients, and counting changes.
 #include "desktop/x11/ClipboardFixture.h"
 #include "platform/linux/x11/windows/X11WindowList.h"
 
@@ -12,7 +11,7 @@ constexpr std::size_t oneMiB = std::size_t{1} << 20;
 
 class PasteboardReading : public ClipboardFixture {
 protected:
-    /// An owner that gives `form` in pieces, and refuses the other forms.
+    /// An owner that serves `form` incrementally and refuses other targets.
     void givePieces(ClipboardPeer& owner,
                     std::function<std::optional<std::string>()> next,
                     std::uint32_t saidSize = 1)
@@ -25,7 +24,7 @@ protected:
         };
         owner.take();
     }
-    /// An owner that answers the first form in a strange way, and gives the text as STRING.
+    /// An owner that answers the first target with odd data, and serves the text as STRING.
     void giveStrange(ClipboardPeer& owner, std::function<void(ClipboardPeer::Asked const&)> strange)
     {
         owner.onRequest = [&owner, strange = std::move(strange)](ClipboardPeer::Asked const& asked) {
@@ -166,7 +165,7 @@ TEST_F(PasteboardReading, isEmptyWhenTheOwnerHangs)
     EXPECT_EQ(**read, "");
     EXPECT_EQ(clock.sleeperCount(), 0u);
 
-    // What it says too late is not taken for what the next one says.
+    // A late answer is not taken for the next owner's.
     ClipboardPeer& good = peer();
     good.serve("good");
     auto const next = begin(pasteboard.text());

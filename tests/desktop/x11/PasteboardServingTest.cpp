@@ -1,4 +1,4 @@
-// The owner's side of the clipboard: what other programs are given.
+// The owner's side of the clipboard: what other clients receive.
 #include "desktop/x11/ClipboardFixture.h"
 #include "platform/linux/x11/clipboard/ClipboardBytes.h"
 
@@ -17,14 +17,14 @@ protected:
         auto const time = given(to, "TIMESTAMP");
         return time && time->format == 32 ? time->numbers().at(0) : 0;
     }
-    /// Begins to read a long text and stops after the first sign of it.
+    /// Begins to read a long text and stops after the first reply.
     void beginReading(ClipboardPeer& to)
     {
         to.collects = false;
         to.ask("UTF8_STRING");
         ASSERT_TRUE(until([&] { return !to.answers.empty(); }));
     }
-    /// Each begins a text that comes in pieces.
+    /// Each begins an incremental transfer.
     void fillAllPlaces(ClipboardPeer& to, int places = 64)
     {
         to.collects = false;

@@ -31,7 +31,7 @@ TEST_F(ProcessWindowsOnADesktop, tellTheWindowInItsFrame)
         painter.open({.x = 100, .y = 100, .width = 300, .height = 200, .title = "Letter – Editor"});
     painter.move(id, 400, 300);
 
-    // The window manager moves it, when it comes to it.
+    // The window manager moves the window asynchronously.
     std::vector<ProcessWindow> found;
     PixelRect const place{400, 300, 300, 200};
     waitFor([&] {

@@ -63,7 +63,7 @@ TEST_F(RealApplications, areKnownByTheirEntries)
     EXPECT_THAT(dialog.names.names, Contains("zenity"));
 }
 
-/// A program that takes URLs of the scheme "tested" and writes down how it was started.
+/// A handler of URLs of the scheme "tested" that records its arguments.
 class UrlTaker : public RealApplications {
 protected:
     std::filesystem::path record() const { return desktop.home() / "record"; }

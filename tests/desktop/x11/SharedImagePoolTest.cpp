@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t screenful = std::size_t{1920} * 1080 * 4;
 
-/// The segments of System V shared memory that this process made and that still exist, and their bytes.
+/// The System V shared memory segments that this process created and that still exist, and their bytes.
 struct Segments {
     std::size_t count = 0;
     std::size_t bytes = 0;

@@ -61,7 +61,7 @@ ProcessFacts facts(std::int32_t pid)
     return {.pid = pid, .executable = pid >= office && pid <= portal ? programs[pid / 10 - 2] : ""};
 }
 
-/// A desktop whose windows come in front of each other, each named by its client's id.
+/// A desktop with stacked windows, each named by its client's id.
 struct Desktop {
     WindowSurvey survey;
     DesktopEntryIndex index = entries();
@@ -78,7 +78,7 @@ struct Desktop {
             ClientWindow{.id = id, .pid = pid, .words = {.className = std::move(className)}});
     }
     WindowOwners owners() const { return WindowOwners(survey, index, ownPid, facts); }
-    /// Of the windows from the first one on, each with the process if it runs in another one's.
+    /// The windows in order, each with its process if it belongs to another client.
     std::vector<std::string> identifiers() const
     {
         std::vector<std::string> all;
@@ -87,7 +87,7 @@ struct Desktop {
             all.push_back(taken.namesOf(each.client).identifier().value_or(""));
         return all;
     }
-    /// Which of the windows are hidden when this name is.
+    /// The windows that are hidden if this name is.
     std::vector<std::size_t> hiddenBy(std::string const& name) const
     {
         std::vector<std::size_t> all;
@@ -114,7 +114,7 @@ TEST(WindowApplications, knowThisProgramByItsProcessIdAlone)
 
     EXPECT_THAT(desktop.identifiers(), ElementsAre("dev.zelvo.agent", "editor", "Dialog", "Palette"));
     EXPECT_FALSE(desktop.owners().namesOf(desktop.survey.windows[2].client).answersTo("dev.zelvo.agent"));
-    // A dialog of another's for a window of ours is left out of pictures like the window.
+    // Another process's dialog for a window of ours is left out of pictures like the window.
     EXPECT_THAT(desktop.hiddenBy("dev.zelvo.agent"), ElementsAre(0, 2));
 }
 
@@ -168,7 +168,7 @@ TEST(WindowApplications, areThatOfTheProcesssLastActiveWindow)
     desktop.add(portal, "Other");
 
     EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "writer", "writer", "Other"));
-    // Nobody knows which of them it belongs to.
+    // It could belong to either of them.
     EXPECT_THAT(desktop.hiddenBy("office-calc"), ElementsAre(0, 1));
     EXPECT_THAT(desktop.hiddenBy("office-writer"), ElementsAre(1, 2));
 

@@ -29,7 +29,8 @@ TEST(X11ScreenSource, givesWhatIsOnTheScreen)
     EXPECT_EQ(differences(picture, screen, stage.desktopCorner), 0u);
 }
 
-/// Everything at once: shaped, with alpha, with a border, off the screen, like menus, on a patterned root.
+/// Every kind of window at once: shaped, with alpha, with a border, partly off the screen, menu-like, on a
+/// patterned root.
 class Crowd {
 public:
     explicit Crowd(CaptureDesktop& stage) : painter(stage.desktop)
@@ -231,7 +232,7 @@ TEST(X11ScreenSource, waitsUntilANewWindowOverAHiddenOneIsItsOwn)
     secret.open(
         {.x = 100, .y = 100, .width = 400, .height = 300, .color = planted, .overrideRedirect = true});
     stage.take({"secret"});
-    // A window without a background begins with what lay beneath it, and paints itself a little later.
+    // A window without a background first shows what was beneath it, and paints itself a little later.
     Painter unpainted(stage.desktop.display());
     auto const bare = unpainted.open(
         {.x = 200, .y = 150, .width = 100, .height = 100, .overrideRedirect = true, .mapped = false});

@@ -24,7 +24,7 @@ std::size_t tintedIn(Picture const& picture)
     return count;
 }
 
-/// What is left of a picture.
+/// What a test keeps of a picture.
 struct Seen {
     Instant time;
     int width = 0;
@@ -106,7 +106,7 @@ protected:
     {
         return waitFor([&] { return frames() >= count; });
     }
-    /// Until a while has passed without one.
+    /// Reads until no frame has come for a while.
     std::size_t framesAtRest()
     {
         std::size_t count = 0;
@@ -264,7 +264,7 @@ TEST_F(X11ScreenStreamsTest, neverShowsAHiddenApplicationWhateverItDoes)
         default:
             secret.move(window, number(0, 1100), number(0, 600));
         }
-        // Not so fast that every picture finds windows that have only just come.
+        // Slow enough that not every picture meets windows that were just mapped.
         waitFor([&] { return frames() > lastCount; }, 60ms);
         lastCount = frames();
     }
@@ -337,8 +337,7 @@ TEST_F(X11ScreenStreamsTest, keepsItsSizeWhenTheScreenChangesItsOwn)
     EXPECT_TRUE(waitForFrames(before + 1));
     framesAtRest();
     PainterProcess painter(stage.desktop);
-    // The right half of the small screen, in the middle of which a recording of 1280x720 has its 960th
-    // column.
+    // The right half of the small screen, whose middle has the 960th column of a recording of 1280x720.
     output->placeX = 960;
     output->placeY = 360;
     painter.open(
@@ -355,7 +354,7 @@ TEST_F(X11ScreenStreamsTest, endsWhenItsDisplayIsSwitchedOff)
 {
     open();
     framesAtRest();
-    // It can't make the screen itself that small, and says so after it has switched off the display.
+    // xrandr can't make the screen itself that small, and fails after it has switched off the display.
     stage.desktop.run({"sh", "-c", "xrandr --output screen --off || true"});
 
     EXPECT_TRUE(waitFor([&] { return output->stops == 1; }));
@@ -368,7 +367,7 @@ TEST_F(X11ScreenStreamsTest, endsWithTheServer)
     stage.desktop.processes().endAll();
 
     EXPECT_TRUE(waitFor([&] { return output->stops == 1; }));
-    // Another server may by now stand where this one stood, and must not be recorded for it.
+    // Another server may now have this display number, and must not be recorded instead.
     EXPECT_TRUE(waitFor([&] { return !opens(); }));
 }
 

@@ -10,7 +10,7 @@ using enum AtspiRole;
 std::vector<DisplayLayout> const unscaled = {{.widthPixels = 1600, .heightPixels = 1200}};
 std::vector<DisplayLayout> const doubled = {{.widthPixels = 1600, .heightPixels = 1200, .scale = 2}};
 
-/// Places an element that lies in others, by what each of them reports from the outermost to the innermost.
+/// Maps an element inside others to the screen, from what each reports, outermost first.
 struct Step {
     AtspiRole role;
     ReportedRect reported;
@@ -81,7 +81,7 @@ TEST(FramesAtAPoint, tellWhatLiesOverTheWindow)
     EXPECT_TRUE(mapping.place(list.inside, filler, ReportedRect{10, 70, 100, 60}).isDropped);
 }
 
-// The sizes and places below are those that the toolkits really told, and the pixels those that they drew.
+// The sizes and positions below are what the toolkits reported, and the pixels what they drew.
 
 TEST(FramesOfGtk3, areUnitsOfTheScreen)
 {
@@ -161,7 +161,7 @@ TEST(FramesOfLibreOffice, areBelowItsMenuBar)
     EXPECT_EQ(placeOf(mapping, {{frame, top}, whole, below, own}), (DesktopRect{0, 48, 1600, 1152}));
     EXPECT_EQ(placeOf(mapping, {{frame, top}, whole, below, own, {pushButton, {4, 23, 44, 35}}}),
               (DesktopRect{4, 50, 44, 35}));
-    // The side bar is GTK's again.
+    // The side bar's extents are GTK's again.
     Step const bar{panel, {1550, 101, 48, 1045}};
     Step const inner{panel, {1550, 128, 48, 1045}};
     EXPECT_EQ(

@@ -31,8 +31,7 @@ TEST(BindingPlan, fillsEmptyKeysBeforeItTouchesOthers)
 
 TEST(BindingPlan, endsWhereTheKeysAreUsedUp)
 {
-    // The third character has no room, so nothing after it counts: the keys are bound anew when it is its
-    // turn.
+    // The third character does not fit, so the plan ends before it; keys are bound again when its turn comes.
     EXPECT_EQ(planBindings(U"éüöä", isAscii, {{8}, {}}), (Bindings{{8, U'é', U'ü'}}));
 }
 
