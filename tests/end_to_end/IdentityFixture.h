@@ -8,7 +8,7 @@
 
 namespace zelvo::test {
 
-/// What must be known of an application's window.
+/// What every command must report about an application's window.
 struct KnownWindow {
     std::string title;                      ///< a part of it, which no other window has
     std::string identifier;                 ///< as answered
@@ -17,7 +17,7 @@ struct KnownWindow {
     std::vector<std::string> siblings = {}; ///< identifiers of other applications in its process
 };
 
-/// Looks at an application from all sides: every command must know it as the same.
+/// Checks that every command reports the same application.
 class Identity : public Commands {
 protected:
     static constexpr std::uint32_t background = 0x336699;
@@ -30,9 +30,10 @@ protected:
         painter.movePointer(1200, 1000); // It is in pictures, and stays within that window.
     }
 
-    /// Everything that is to be checked of a window.
+    /// All checks of one window.
     void expectKnown(KnownWindow const& window);
-    /// With this name on the hidden list, the window is in no picture, list or tree, and takes no click.
+    /// Checks that with this name on the hidden list the window is in no picture, list or tree, and takes no
+    /// click.
     void expectHiddenBy(KnownWindow const& window, std::string const& name);
 
     void open(std::vector<std::string> command, std::string const& title, Environment extra = {})
@@ -42,14 +43,14 @@ protected:
         bringToFront(title);
     }
     void bringToFront(std::string const& title);
-    /// The listed windows whose title has this part.
+    /// The listed windows whose title contains this text.
     std::vector<json::object> listed(std::string const& title);
     std::string identifierOf(std::string const& title);
     /// The rows of apps.list with this identifier.
     std::vector<json::object> rows(std::string const& identifier);
     bool isInFront(std::string const& title);
     void hide(std::vector<std::string> const& names);
-    /// Names the window that another process's one is transient for.
+    /// Sets the window that another process's window is transient for.
     void makeTransient(std::uint32_t window, std::uint32_t target);
 
 private:
@@ -58,7 +59,7 @@ private:
     void expectAskedForBy(KnownWindow const& window, std::string const& name);
     std::string actionWith(std::string const& expected);
     std::string clickAt(json::object const& frame);
-    /// How many pixels well inside of the frame are not the background's.
+    /// The number of pixels well inside the frame that differ from the background.
     int pixelsOver(json::object const& frame);
 
 protected:

@@ -8,7 +8,7 @@
 namespace zelvo::test {
 namespace {
 
-/// LibreOffice as a person starts it for the first time, with what it shows then.
+/// LibreOffice's first start by a user, with its start-up windows.
 class Office : public Identity {
 protected:
     void start(std::string const& part, std::string const& title)

@@ -18,7 +18,7 @@ TEST_F(Identity, ofAPythonProgramWithoutAnEntry)
 {
     TestApplication const program = swatches(desktop, Toolkit::gtk3);
     open(program.command, program.window.title);
-    // Asked for by its interpreter's name, an installed entry of that id would open: Python has one.
+    // "python3" would open an installed entry of that id, and Python has one.
     expectKnown(
         {.title = program.window.title, .identifier = "Gtk_swatches.py", .names = {"gtk_swatches.py"}});
     std::string const interpreter = std::filesystem::canonical("/usr/bin/python3").filename();
@@ -54,7 +54,7 @@ protected:
             process->open({.x = 400, .y = 100, .width = 200, .title = "table", .className = "suite-table"});
         bringToFront("table");
     }
-    /// Which of the windows are listed.
+    /// The windows that are listed.
     std::vector<std::string> seen()
     {
         std::vector<std::string> titles;
@@ -122,7 +122,7 @@ TEST_F(Suite, givesADialogWithoutAParentThatOfTheLastActiveWindow)
     EXPECT_EQ(tree(connection).at("app").at("bundleId"), "org.example.table");
     hide({"org.example.text"});
     EXPECT_EQ(rows("org.example.table").size(), 1u); // Its other window is still there.
-    // Nobody knows whose it is, so it is hidden with either.
+    // It could belong to either, so it is hidden with each of them.
     EXPECT_THAT(seenWithout("org.example.text"), ElementsAre("table"));
     EXPECT_THAT(seenWithout("org.example.table"), ElementsAre("text"));
 }
@@ -156,7 +156,7 @@ TEST_F(Suite, followsWindowsThatChangeTheirWords)
     EXPECT_THAT(seen(), ElementsAre());
 }
 
-/// Applications that say what they are not.
+/// Applications that claim to be another one.
 class Lying : public Identity {};
 
 TEST_F(Lying, nobodyElseIsThisProgram)

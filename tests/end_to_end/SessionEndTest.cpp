@@ -8,7 +8,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The end of a session in which the agent records.
+/// The end of a desktop session while the agent records.
 class SessionEnd : public Recording {
 protected:
     void startRecording(Environment extra)
@@ -24,7 +24,7 @@ protected:
         painter.paintRoot(ground);
         letItRun();
     }
-    /// A recording that is closed, since only then its index is in front.
+    /// A closed recording; only then its index is at the front.
     static bool isWhole(std::filesystem::path const& file)
     {
         std::string const bytes = contentOf(file);
@@ -54,7 +54,7 @@ protected:
         std::size_t const from = output.find("listens ") + 8;
         address = output.substr(from, output.find('\n', from) - from);
     }
-    /// How often the manager has said that.
+    /// How often the manager has printed this line.
     std::size_t times(std::string const& line)
     {
         std::string const output = desktop.processes().output(manager);

@@ -14,7 +14,7 @@ PlatformCommand readText(std::string const& text)
     return readCommand(parseJson(text)->as_object());
 }
 
-/// The words with which it is refused; empty when it is not.
+/// The message of the refusal; empty if the body is accepted.
 std::string refusal(std::string const& delivery)
 {
     try {

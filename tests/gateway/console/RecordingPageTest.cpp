@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// The page that plays recordings, behind the same lock as the console. How it looks and plays is for a
-// browser.
+// The page that plays recordings, behind the console's lock. A browser test would be needed for its looks and
+// playback.
 
 namespace zelvo::service {
 namespace {
@@ -37,7 +37,7 @@ TEST(RecordingPage, mayPlayRecordingsOfThisGatewayOnly)
     EXPECT_EQ(gateway.call("GET", "/recordings", "", {{"Origin", "http://evil.example"}}).status, 403);
 }
 
-// Names of machines and of end users come from outside, and are text wherever they stand.
+// Names of machines and end users come from outside, and must be escaped everywhere.
 TEST(RecordingPage, makesNoMarkupOfNames)
 {
     Gateway gateway;

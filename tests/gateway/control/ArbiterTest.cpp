@@ -12,7 +12,7 @@ using Outcome = Arbiter::Outcome;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// An arbiter, its clock, and what it has decided.
+/// An arbiter, its clock, and its decisions so far.
 struct Fixture {
     explicit Fixture(ControlTimes const& given = {}, std::vector<PausedAgent> paused = {})
         : times(given), arbiter(times, std::move(paused))

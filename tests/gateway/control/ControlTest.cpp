@@ -17,7 +17,7 @@ std::string bodyOf(std::string const& agent, std::string const& method = "action
            R"(","ref":")" + agent + "\"}}";
 }
 
-/// A gateway with a machine that is there.
+/// A gateway with a connected machine.
 struct Controlled : Queued {
     explicit Controlled(std::function<void(Settings&)> const& change = [](Settings&) {}) : Queued(change)
     {
@@ -29,7 +29,7 @@ struct Controlled : Queued {
     {
         return std::async(std::launch::async, [this, body] { return post(body); });
     }
-    /// What the machine was told last.
+    /// The last state that the machine received.
     records::AgentsUpdate picture() const
     {
         return records::fromJson<records::AgentsUpdate>(
@@ -43,7 +43,7 @@ struct Controlled : Queued {
             all.push_back(one.name);
         return all;
     }
-    /// "ann | bob, cy | dan": who holds, waits, was put aside.
+    /// "ann | bob, cy | dan": holder, waiting, set aside.
     std::string told() const
     {
         auto const now = picture();
@@ -71,7 +71,7 @@ struct Controlled : Queued {
                     return one.ref;
         return "";
     }
-    /// The agents whose commands of control reached the machine, in their order.
+    /// The agents whose control commands reached the machine, in order.
     std::vector<std::string> acted() const
     {
         std::vector<std::string> all;

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-// When the commands that wait are offered to the person at the machine.
+// When queued commands are offered to the person at the machine.
 
 namespace zelvo::service {
 namespace {

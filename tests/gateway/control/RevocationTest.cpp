@@ -69,7 +69,7 @@ TEST(Revocation, ofAMachineThatIsAwayIsToldWhenItConnects)
         FakeMachine machine(thread, gateway.port(), linked.token);
         ASSERT_TRUE(becomes([&] { return machine.frames().size() == 1; }));
         EXPECT_EQ(machine.frames().front().at("method").as_string(), "connection.revoke");
-        // What is sent after the answer is seen after it.
+        // Frames that are sent after the answer arrive after it.
         machine.heartbeat();
         EXPECT_TRUE(becomes([&] {
             json::value const status = gateway.platform("GET", "/v1/machines/" + linked.machineId).json();
@@ -77,7 +77,7 @@ TEST(Revocation, ofAMachineThatIsAwayIsToldWhenItConnects)
         }));
     }
 
-    // Told once: the next session hears nothing of it, and it would hear of it first.
+    // Reported once: the next session would report it first, and does not.
     FakeMachine again(thread, gateway.port(), linked.token);
     again.heartbeat();
     ASSERT_TRUE(becomes([&] { return !again.frames().empty(); }));

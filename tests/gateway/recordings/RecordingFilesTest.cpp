@@ -18,7 +18,7 @@ struct InMemory {
     FakeRecordingFiles files;
 };
 
-/// What every implementation has to do.
+/// The contract of every implementation.
 template <class Made>
 struct RecordingFilesContract : testing::Test {
     RecordingFilesContract() { EXPECT_GT(files.freeBytes(), 0u); }

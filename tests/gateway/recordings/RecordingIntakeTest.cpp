@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-// What a machine says of its recordings: that it has one, that it came, and whether it may be shared.
+// The calls that a machine makes for its recordings: announce, upload done, sharing changed.
 
 namespace zelvo::service {
 namespace {

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// What platforms see of recordings: the list, the recording itself, and its end.
+// Recordings as platforms see them: listing, download, deletion.
 
 namespace zelvo::service {
 namespace {

@@ -9,7 +9,7 @@
 
 #include <fstream>
 
-// The body of a recording on its way to the disk, and every way in which it can break.
+// Upload of a recording's body, and every way in which it can fail.
 
 namespace zelvo::service {
 namespace {
@@ -39,7 +39,7 @@ std::string recordingOf(std::size_t bytes)
     return recording;
 }
 
-/// The gateway took nothing, keeps nothing, and the address is used up.
+/// The gateway stores nothing, and the address is used up.
 void expectNothingLeft(Recorded& on, Recorded::Announced const& recording)
 {
     auto const listed = [&] {
@@ -135,7 +135,7 @@ TEST(RecordingUpload, isRefusedByItsHeadWhenItIsNotWhatWasAnnounced)
     EXPECT_EQ(statusOf("Content-Type: video/mp4\r\nTransfer-Encoding: chunked"), "411");
     EXPECT_EQ(statusOf("Content-Type: video/mp4\r\nContent-Length: 4\r\nTransfer-Encoding: chunked"), "400");
     EXPECT_THAT(on.files(), IsEmpty());
-    // Nothing has come yet, so the address is still good.
+    // Nothing has arrived yet, so the address is still valid.
     EXPECT_EQ(on.put(recording.path, "film", "Video/MP4").status, 200);
 }
 
@@ -353,8 +353,7 @@ TEST(RecordingUpload, isGoneAfterASuddenEndInItsMiddle)
     EXPECT_EQ(on.put(recording.path, "film").status, 404);
 }
 
-// A sanitizer keeps freed memory, so how much there is says nothing then, and a tenth of the recording will
-// do.
+// A sanitizer keeps freed memory, so its size says nothing then, and a tenth of the recording suffices.
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 constexpr bool measured = false;
 #else
@@ -363,7 +362,7 @@ constexpr bool measured = true;
 constexpr int mebibytes = measured ? 200 : 20;
 constexpr std::size_t largeRecording = std::size_t{mebibytes} << 20;
 
-/// What this process has in memory, in bytes.
+/// The resident memory of this process in bytes.
 std::size_t residentBytes()
 {
     std::ifstream file("/proc/self/statm");

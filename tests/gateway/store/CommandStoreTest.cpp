@@ -80,7 +80,7 @@ TEST(CommandStore, keepsWhatItHasTakenThroughACrash)
     on.store->startCommand("runs", someDay);
     on.store->endCommand("ended", CommandStatus::queued, {.status = CommandStatus::canceled}, someDay);
 
-    // What a process that was killed at this moment leaves behind.
+    // The state that a process leaves behind if it is killed now.
     TemporaryFolder left;
     for (std::string const name : {"store.sqlite", "store.sqlite-wal"})
         std::filesystem::copy_file(on.folder.path / name, left.path / name);
