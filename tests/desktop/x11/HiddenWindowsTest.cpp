@@ -1,3 +1,4 @@
+#include "desktop/harness/WaitFor.h"
 #include "desktop/x11/CaptureDesktop.h"
 
 #include <gtest/gtest.h>
@@ -220,7 +221,8 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
                  .color = planted,
                  .overrideRedirect = true,
                  .emptyInputShape = true});
-    ASSERT_GT(tintedIn(stage.onTheScreen()), 100'000u);
+    // A compositing manager shows them late.
+    ASSERT_TRUE(waitFor([&] { return tintedIn(stage.onTheScreen()) > 100'000u; }));
 
     Picture const picture = stage.take({"secret"});
 
