@@ -34,10 +34,10 @@ struct HttpUpload {
     std::string method = "PUT";
     HttpHeaders headers;
     std::filesystem::path file;
-    std::int64_t bytes = 0;  ///< what the file holds, and the server is told
+    std::int64_t bytes = 0;  ///< the file's size, sent as Content-Length
     Duration timeout = 600s; ///< without a byte in either direction; the whole call may take longer
-    /// Is told how many bytes of the file have gone out, about once a second and often more; false ends the
-    /// call, which fails with `cancelled`. Thread: any. May be empty.
+    /// Reports how many bytes of the file are sent, about once a second and often more. Returning false ends
+    /// the call, which fails with `cancelled`. Thread: any. May be empty.
     std::function<bool(std::int64_t sent)> onProgress;
 };
 

@@ -42,8 +42,8 @@ public:
 
     /// Called by the recorder.
     void setRecording(bool value);
-    /// Always stores the mode. When it differs from the one shown or stored before, off closes a recording
-    /// that runs, and share puts the questions that are open.
+    /// Always stores the mode. If it differs from the one shown or stored before, `off` closes a running
+    /// recording, and `share` asks about the undecided connections.
     void setMode(RecordingMode value);
     /// Stores the retention period and deletes older recordings at once.
     /// value  one of RecordingSettings::retentionChoices

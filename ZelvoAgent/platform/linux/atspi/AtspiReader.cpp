@@ -12,8 +12,8 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t maxSearchedForMenuBar = 300;
-constexpr Duration maxWaking = 1s;     // Once a process; reading what was found included.
-constexpr Duration describing = 200ms; // The part of it that is kept for that reading.
+constexpr Duration maxWaking = 1s;     // Once per process; includes reading what was found.
+constexpr Duration describing = 200ms; // The part of it reserved for that reading.
 constexpr Duration wakingPause = 20ms;
 
 std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& indices)

@@ -18,11 +18,11 @@ public:
     }
 
     /// Asks each window once, and waits until there are more elements than before, at most for `maxWait` and
-    /// never beyond the exchange's deadline. False when no window answered.
+    /// never beyond the exchange's deadline. False if no window answered.
     bool wake(std::vector<AtspiNode::Index> const& windows);
 
 private:
-    /// `maxWait` from now, or the exchange's deadline when that is earlier.
+    /// `maxWait` from now, or the exchange's deadline if that is earlier.
     AtspiExchange::SteadyTime endOfWait() const;
     bool askForAttributes(AtspiNode::Index window);
     /// Number of elements near the top of the windows.

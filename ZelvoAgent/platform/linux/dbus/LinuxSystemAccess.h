@@ -20,9 +20,9 @@ struct DisplayFacts {
     std::function<bool()> canCapture; ///< a screenshot would succeed
 };
 
-/// Accessibility: the AT-SPI bus answers, and X takes events. Screen recording: a screenshot would succeed.
-/// Both only on an X server that is the desktop itself. A connection to the AT-SPI bus is held, so that its
-/// end shows at once.
+/// Accessibility: the AT-SPI bus answers, and X accepts input events. Screen recording: a screenshot would
+/// succeed. Both only on an X server that is the desktop itself. A connection to the AT-SPI bus stays open,
+/// so that its end is noticed at once.
 class LinuxSystemAccess final : public SystemAccess {
 public:
     /// session  supplies the address of the AT-SPI bus and thereby starts it; must outlive this

@@ -42,8 +42,8 @@ bool isBgr(xcb_visualtype_t const& visual)
            visual.green_mask == 0x00ff00 && visual.blue_mask == 0x0000ff;
 }
 
-/// The first event number of an extension; nothing when it is absent. Asking for a version of an absent
-/// extension would end the connection.
+/// The first event number of an extension; `nullopt` if it is absent. Querying the version of an absent
+/// extension would close the connection.
 std::optional<std::uint8_t> present(xcb_connection_t* x, xcb_extension_t* extension)
 {
     auto const* data = xcb_get_extension_data(x, extension);

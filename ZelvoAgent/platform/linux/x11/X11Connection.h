@@ -47,9 +47,9 @@ public:
     std::uint32_t root() const { return rootWindow; }
     std::uint32_t rootVisual() const { return visual; }
     std::uint8_t rootDepth() const { return depth; }
-    /// Are the screen's pixels BGRX, 8 bits each in 4 bytes?
+    /// True if the screen's pixels are BGRX, 8 bits each in 4 bytes.
     bool hasPlainPixels() const { return plainPixels; }
-    /// The screen's number in the display's name; atoms of screen-wide selections end in it.
+    /// The screen number of the display name; the atoms of screen-wide selections end in it.
     int screenNumber() const { return number; }
     /// The bits of a resource id that identify its client.
     std::uint32_t clientOf(std::uint32_t resource) const { return resource & ~resourceMask; }

@@ -30,7 +30,7 @@ bool suffices(X11Connection const& connection)
     return can.shm && can.composite && can.res && connection.hasPlainPixels() && !can.xwayland;
 }
 
-/// The server may be unable to attach our memory: it runs in a container of its own, for instance.
+/// The server may be unable to attach our memory: it may run in another container, for instance.
 bool sharesMemory(std::shared_ptr<X11Connection> const& connection)
 {
     constexpr std::size_t onePixel = 4;

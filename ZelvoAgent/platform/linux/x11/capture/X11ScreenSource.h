@@ -19,9 +19,9 @@ class X11Capture;
 /// Pictures of the X screen. Blocking work runs on the workers, one picture at a time.
 class X11ScreenSource final : public ScreenSource {
 public:
-    /// Opens a connection of its own when `shared` stands, which blocks for a moment, and redirects all
-    /// windows into memory for as long as it lives. shared: null when the server can't be reached. Nothing
-    /// can be captured then, nor from a server that lacks what pictures need.
+    /// Blocks for a moment to open a separate connection, and keeps all windows redirected into memory while
+    /// it lives. Captures nothing from a server that lacks what pictures need.
+    /// shared  null if the server can't be reached; then nothing can be captured
     X11ScreenSource(Contexts given,
                     Clock& clock,
                     std::shared_ptr<X11Connection> shared,
@@ -33,9 +33,9 @@ public:
     Task<std::vector<Display>> capturableDisplays() override;
     Task<Picture> capture(CaptureRequest request) override;
     void observeScreens(std::function<void()> observer) override;
-    /// Would a picture succeed now? Does not ask the server. Thread: any.
+    /// True if a picture would succeed now. Does not ask the server. Thread: any.
     bool canCapture() const;
-    /// A window that comes and goes as pictures are taken; 0 when there is none. Nobody sees it.
+    /// A window that is mapped and unmapped while pictures are taken, invisible to users; 0 if there is none.
     std::uint32_t ownWindow() const;
 
 private:
