@@ -4,15 +4,26 @@
 
 namespace zelvo {
 
-Task<>
-ActionGuard::assertMayAct(InputAction action, std::string expected, std::size_t index, Duration maxWait)
+Task<> ActionGuard::assertMayAct(InputAction action, Front front, std::size_t index)
 {
     co_await on(services.contexts.main, [this] { services.state.assertReady(); });
     if (!services.permissions().accessibility)
         throw AgentError::permissionMissing;
-    if (!expected.empty())
-        co_await services.frontmost.assertInFront(std::move(expected), maxWait, index);
+    co_await assertInFront(std::move(front), index);
     co_await assertTargetAllowed(std::move(action));
+}
+
+/// Once the one that the yes is for is in front, no other one is waited for.
+Task<> ActionGuard::assertInFront(Front front, std::size_t index)
+{
+    FrontmostCheck& frontmost = services.frontmost;
+    Duration const wait = front.askedFor ? Duration::zero() : front.maxWait;
+    if (front.askedFor && front.askedFor->empty())
+        co_await frontmost.assertNothingInFront(front.maxWait, index);
+    else if (front.askedFor)
+        co_await frontmost.assertInFront(*front.askedFor, front.maxWait, index);
+    if (!front.expected.empty())
+        co_await frontmost.assertInFront(front.expected, wait, index);
 }
 
 Task<> ActionGuard::assertTargetAllowed(InputAction action)

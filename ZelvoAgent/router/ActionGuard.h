@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace zelvo {
@@ -32,13 +33,19 @@ public:
 
     explicit ActionGuard(Services services) : services(std::move(services)) {}
 
-    /// expected  the application that must be in front; empty for any
-    /// index     the action's place in the batch
-    /// maxWait   how long the expected application may take to come to the front
-    /// Throws    AgentError, DetailedAgentError
-    Task<> assertMayAct(InputAction action, std::string expected, std::size_t index, Duration maxWait);
+    /// What has to be in front.
+    struct Front {
+        std::string expected;                ///< by the caller of the batch; empty for any application
+        std::optional<std::string> askedFor; ///< the one that the person's yes is for; empty for none at all
+        Duration maxWait{};                  ///< for it to come there
+    };
+
+    /// index   the action's place in the batch
+    /// Throws  AgentError, DetailedAgentError
+    Task<> assertMayAct(InputAction action, Front front, std::size_t index);
 
 private:
+    Task<> assertInFront(Front front, std::size_t index);
     Task<> assertTargetAllowed(InputAction action);
 
     Services services;

@@ -71,29 +71,58 @@ Task<> ActionHandlers::performBatch(std::vector<InputAction> actions,
                                     std::string expected,
                                     std::optional<Asker> asker)
 {
-    ActionGuard& guard = services.guard;
     for (std::size_t i = 0; i < actions.size(); ++i) {
-        co_await guard.assertMayAct(actions[i], expected, i, i == 0 ? frontmostWait : Duration::zero());
-        if (asker && co_await confirm(actions[i], *asker))
-            co_await guard.assertMayAct(actions[i], expected, i, frontmostWait);
+        ActionGuard::Front front;
+        front.expected = expected;
+        front.maxWait = i == 0 ? frontmostWait : Duration::zero();
+        co_await services.guard.assertMayAct(actions[i], front, i);
+        std::optional<Consent> consent;
+        if (asker)
+            consent = co_await confirm(actions[i], *asker);
+        if (consent) {
+            front.askedFor = std::move(consent->application);
+            front.maxWait = frontmostWait; // The panel was in front.
+            co_await services.guard.assertMayAct(actions[i], front, i);
+        }
         co_await execute(actions[i]);
     }
 }
 
 /// Other buttons than the left, half a click, a drag and typed text commit nothing that is known beforehand.
-Task<bool> ActionHandlers::confirm(InputAction action, Asker asker)
+Task<std::optional<ActionHandlers::Consent>> ActionHandlers::confirm(InputAction action, Asker asker)
 {
-    Confirmations& confirmations = services.confirmations;
-    if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value)) {
-        UiElementInfo const info = services.elements.element(pressed->snapshotId, pressed->elementId);
-        co_return co_await confirmations.askAboutClick(info.frame.center(), std::move(asker));
-    }
+    if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value))
+        co_return co_await confirmElement(*pressed, std::move(asker));
     if (auto const* const chord = std::get_if<InputAction::Key>(&action.value))
-        co_return co_await confirmations.askAboutKeys(chord->keys, std::move(asker));
+        co_return co_await confirmKeys(chord->keys, std::move(asker));
     auto const* const click = std::get_if<InputAction::Click>(&action.value);
-    if (!click || click->button != MouseButton::left)
-        co_return false;
-    co_return co_await confirmations.askAboutClick(click->point, std::move(asker));
+    if (!click || click->button != MouseButton::left ||
+        !co_await services.confirmations.askAboutClick(click->point, std::move(asker)))
+        co_return std::nullopt;
+    co_return Consent();
+}
+
+Task<std::optional<ActionHandlers::Consent>> ActionHandlers::confirmElement(InputAction::ClickElement pressed,
+                                                                            Asker asker)
+{
+    UiElementInfo const info = services.elements.element(pressed.snapshotId, pressed.elementId);
+    Consent consent;
+    consent.application = services.elements.applicationOf(pressed.snapshotId);
+    if (!co_await services.confirmations.askAboutClick(info.frame.center(), std::move(asker)))
+        co_return std::nullopt;
+    co_return consent;
+}
+
+/// A key goes to whatever is in front, so the yes is for that application alone.
+Task<std::optional<ActionHandlers::Consent>> ActionHandlers::confirmKeys(std::vector<std::string> keys,
+                                                                         Asker asker)
+{
+    auto const front = co_await services.probe.frontmostApp();
+    Consent consent;
+    consent.application = front ? front->bundleId : "";
+    if (!co_await services.confirmations.askAboutKeys(std::move(keys), front, std::move(asker)))
+        co_return std::nullopt;
+    co_return consent;
 }
 
 Task<> ActionHandlers::execute(InputAction action)

@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
+#include "confirm/ElementProbing.h"
 #include "platform/Workspace.h"
 #include "recording/SessionRecording.h"
 #include "router/ActionGuard.h"
@@ -35,6 +36,7 @@ public:
         AgentState& state;
         SessionRecording& recorder;
         Workspace& workspace;
+        ElementProbing& probe;
         ActionGuard& guard;
         Confirmations& confirmations;
         ElementHandlers& elements;
@@ -45,8 +47,14 @@ public:
 
 private:
     Task<> performBatch(std::vector<InputAction> actions, std::string expected, std::optional<Asker> asker);
-    /// Returns whether the person was asked.
-    Task<bool> confirm(InputAction action, Asker asker);
+    /// A yes of the person.
+    struct Consent {
+        std::optional<std::string> application; ///< see ActionGuard::Front::askedFor
+    };
+    /// `nullopt` if the person was not asked.
+    Task<std::optional<Consent>> confirm(InputAction action, Asker asker);
+    Task<std::optional<Consent>> confirmElement(InputAction::ClickElement pressed, Asker asker);
+    Task<std::optional<Consent>> confirmKeys(std::vector<std::string> keys, Asker asker);
     Task<> execute(InputAction action);
     Task<> wait(std::int64_t ms);
     Task<>

@@ -34,19 +34,8 @@ Task<bool> Confirmations::askAboutPress(std::optional<ProbedElement> element, As
     co_return co_await ask(*std::move(subject), std::move(asker));
 }
 
-Task<bool> Confirmations::askAboutKeys(std::vector<std::string> keys, Asker asker)
-{
-    auto const before = co_await probe.frontmostApp();
-    if (!co_await askAboutChord(std::move(keys), before, std::move(asker)))
-        co_return false;
-    if (before)
-        co_await frontmost.assertInFront(before->bundleId, Duration::zero());
-    co_return true;
-}
-
-Task<bool> Confirmations::askAboutChord(std::vector<std::string> keys,
-                                        std::optional<FrontmostAppInfo> front,
-                                        Asker asker)
+Task<bool>
+Confirmations::askAboutKeys(std::vector<std::string> keys, std::optional<FrontmostAppInfo> front, Asker asker)
 {
     std::string const frontName = front ? front->name : localized("common.app");
     std::string const combination = DangerousShortcuts::normalize(keys);

@@ -5,7 +5,6 @@
 #include "confirm/Confirming.h"
 #include "confirm/ElementProbing.h"
 #include "router/Admission.h"
-#include "router/FrontmostCheck.h"
 
 #include <cstdint>
 #include <optional>
@@ -21,10 +20,7 @@ class Confirmations {
 public:
     static constexpr std::int64_t defaultTimeoutMs = 60'000;
 
-    Confirmations(Confirming& presenter, ElementProbing& probe, FrontmostCheck& frontmost)
-        : presenter(presenter), probe(probe), frontmost(frontmost)
-    {
-    }
+    Confirmations(Confirming& presenter, ElementProbing& probe) : presenter(presenter), probe(probe) {}
 
     /// How long a caller lets the person think: "confirmationTimeoutMs", or the default.
     static std::int64_t timeoutMs(json::object const& params);
@@ -33,18 +29,15 @@ public:
     ask(ConfirmationSubject subject, std::optional<Asker> asker, std::int64_t timeoutMs = defaultTimeoutMs);
     /// Asks if a left click at this point would commit something.
     Task<bool> askAboutClick(DesktopPoint at, Asker asker);
-    /// Asks if this chord would commit something. Throws also what FrontmostCheck throws, if another
-    /// application is in front after the answer: a key goes to whatever is in front.
-    Task<bool> askAboutKeys(std::vector<std::string> keys, Asker asker);
+    /// Asks if this chord would commit something in the application `front`, which is in front.
+    Task<bool>
+    askAboutKeys(std::vector<std::string> keys, std::optional<FrontmostAppInfo> front, Asker asker);
 
 private:
-    Task<bool>
-    askAboutChord(std::vector<std::string> keys, std::optional<FrontmostAppInfo> front, Asker asker);
     Task<bool> askAboutPress(std::optional<ProbedElement> element, Asker asker);
 
     Confirming& presenter;
     ElementProbing& probe;
-    FrontmostCheck& frontmost;
 };
 
 } // namespace zelvo

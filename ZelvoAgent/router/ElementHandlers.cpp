@@ -68,6 +68,13 @@ UiElementInfo ElementHandlers::element(std::string const& snapshotId, std::strin
     return elementOf(*snapshotOf(services.snapshots, snapshotId), elementId);
 }
 
+OptionalText ElementHandlers::applicationOf(std::string const& snapshotId) const
+{
+    auto const snapshot = snapshotOf(services.snapshots, snapshotId);
+    bool const isKnown = snapshot->app && !snapshot->app->bundleId.empty();
+    return isKnown ? OptionalText(snapshot->app->bundleId) : std::nullopt;
+}
+
 Task<> ElementHandlers::perform(InputAction::ClickElement action)
 {
     auto const snapshot = snapshotOf(services.snapshots, action.snapshotId);

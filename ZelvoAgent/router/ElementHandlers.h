@@ -8,6 +8,7 @@
 #include "router/ShownInput.h"
 #include "router/SnapshotStore.h"
 
+#include <optional>
 #include <string>
 
 namespace zelvo {
@@ -31,6 +32,8 @@ public:
 
     /// Throws AgentError: snapshotExpired, invalidRequest for an unknown element.
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
+    /// The application that a snapshot shows; `nullopt` if it is unknown. Throws AgentError::snapshotExpired.
+    std::optional<std::string> applicationOf(std::string const& snapshotId) const;
     /// Clicks an element if it is still the one that the snapshot shows.
     Task<> perform(InputAction::ClickElement action);
     /// Types the text over what the element holds.

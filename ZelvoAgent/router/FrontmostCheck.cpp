@@ -23,6 +23,16 @@ FrontmostCheck::assertInFront(std::string expected, Duration maxWait, std::optio
         throw co_await refusal(std::move(expected), failedIndex);
 }
 
+Task<> FrontmostCheck::assertNothingInFront(Duration maxWait, std::optional<std::size_t> failedIndex)
+{
+    Instant const deadline = clock.now() + maxWait;
+    while (co_await probe.frontmostApp()) {
+        if (clock.now() >= deadline)
+            throw co_await refusal("", failedIndex);
+        co_await clock.sleepThroughCancel(pollInterval);
+    }
+}
+
 Task<DetailedAgentError> FrontmostCheck::refusal(std::string expected, std::optional<std::size_t> failedIndex)
 {
     auto front = co_await probe.frontmostApp();
@@ -30,7 +40,8 @@ Task<DetailedAgentError> FrontmostCheck::refusal(std::string expected, std::opti
         front.reset(); // An agent must not learn what the person has hidden.
     DetailedAgentError failure;
     failure.error = AgentError::appNotFrontmost;
-    failure.message = (front ? front->name : "another app") + " is in front, but " + expected +
+    failure.message = (front ? front->name : "another app") + " is in front, but " +
+                      (expected.empty() ? "no app" : expected) +
                       " was expected. The action was not performed.";
     failure.details = {{"expected", expected},
                        {"actual", front ? front->bundleId : ""},

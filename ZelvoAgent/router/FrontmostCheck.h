@@ -22,6 +22,8 @@ public:
     Task<> assertInFront(std::string expected,
                          Duration maxWait,
                          std::optional<std::size_t> failedIndex = std::nullopt);
+    /// The same for the case that no application may be in front.
+    Task<> assertNothingInFront(Duration maxWait, std::optional<std::size_t> failedIndex);
 
 private:
     Task<DetailedAgentError> refusal(std::string expected, std::optional<std::size_t> failedIndex);

@@ -2,6 +2,7 @@
 
 #include "confirm/ElementProbing.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -18,6 +19,7 @@ public:
     std::vector<DesktopPoint> points;
     int dialogLooks = 0;
     int focusLooks = 0;
+    std::function<void()> onFrontLook; ///< called before each look at the frontmost application
 
     Task<std::optional<ProbedElement>> element(DesktopPoint at) override
     {
@@ -31,6 +33,8 @@ public:
     }
     Task<std::optional<FrontmostAppInfo>> frontmostApp() override
     {
+        if (onFrontLook)
+            onFrontLook();
         co_return co_await desktop.frontmostApp();
     }
     Task<std::optional<ProbedElement>> focusedElement() override

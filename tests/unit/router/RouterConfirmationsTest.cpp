@@ -20,6 +20,8 @@ ProbedElement seen(std::string role, std::string title)
 
 class RouterConfirmationsTest : public RouterHarness {
 protected:
+    static constexpr char const* save = R"({"actions":[{"type":"key","keys":["cmd","s"]}]})";
+
     void SetUp() override
     {
         RouterHarness::SetUp();
@@ -291,11 +293,95 @@ TEST_F(RouterConfirmationsTest, allIsLookedAtAgainAfterAYes)
 TEST_F(RouterConfirmationsTest, anAllowedKeyIsPressedOnlyWhereItWasAskedFor)
 {
     confirmations.onAsk = [&] { front("org.mail", "Mail"); };
-    json::object const reply = press(R"(["cmd","s"])");
-    EXPECT_EQ(code(reply), "app_not_frontmost");
-    EXPECT_EQ(details(reply),
-              (json::object{{"actual", "org.mail"}, {"actualName", "Mail"}, {"expected", "org.form"}}));
+    std::optional<json::object> reply;
+    start(frame("actions.perform", save), reply);
+    platform.time.advance(1999ms);
+    EXPECT_FALSE(reply);
+    platform.time.advance(1ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "app_not_frontmost");
+    EXPECT_EQ(
+        details(*reply),
+        (json::object{
+            {"actual", "org.mail"}, {"actualName", "Mail"}, {"expected", "org.form"}, {"failedIndex", "0"}}));
     EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, anAllowedKeyWaitsUntilItsApplicationIsBackInFront)
+{
+    confirmations.onAsk = [&] { front("dev.zelvo.agent", "Zelvo"); };
+    std::optional<json::object> reply;
+    start(frame("actions.perform", save), reply);
+    platform.time.advance(1s);
+    EXPECT_FALSE(reply);
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+    front("org.form", "Form");
+    platform.time.advance(50ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "");
+    EXPECT_THAT(platform.posting.posted, SizeIs(2));
+}
+
+TEST_F(RouterConfirmationsTest, aPauseDuringTheQuestionIsSeenBeforeTheApplicationInFront)
+{
+    confirmations.onAsk = [&] {
+        front("org.mail", "Mail");
+        state.setPaused(true);
+    };
+    EXPECT_EQ(code(press(R"(["cmd","s"])")), "machine_paused");
+}
+
+TEST_F(RouterConfirmationsTest, aKeyThatWasAllowedWithNothingInFrontReachesNoApplication)
+{
+    platform.desktop.front.reset();
+    confirmations.onAsk = [&] { front("org.mail", "Mail"); };
+    std::optional<json::object> reply;
+    start(frame("actions.perform", save), reply);
+    platform.time.advance(2s);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "app_not_frontmost");
+    EXPECT_EQ(reply->at("error").at("message"),
+              "Mail is in front, but no app was expected. The action was not performed.");
+    EXPECT_EQ(details(*reply),
+              (json::object{
+                  {"actual", "org.mail"}, {"actualName", "Mail"}, {"expected", ""}, {"failedIndex", "0"}}));
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, anAllowedKeyDoesNotReachTheExpectedApplicationIfAnotherOneWasAskedAbout)
+{
+    int looks = 0;
+    constexpr int looksOfTheFirstCheck = 2;
+    fakeProbe.onFrontLook = [&] {
+        if (++looks == looksOfTheFirstCheck + 1)
+            front("org.mail", "Mail");
+    };
+    std::optional<json::object> reply;
+    start(frame("actions.perform",
+                R"({"actions":[{"type":"key","keys":["cmd","s"]}],"expectBundleId":"org.form"})"),
+          reply);
+    platform.time.advance(100ms);
+    front("org.form", "Form");
+    platform.time.advance(2s);
+    EXPECT_THAT(asked(), ElementsAre(shortcut("cmd+s", "Mail", "shortcut.save")));
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "app_not_frontmost");
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, anAllowedElementWaitsUntilItsApplicationIsBackInFront)
+{
+    std::string const action = elementClick("AXButton", "Pay now");
+    fakeProbe.hit = seen("AXButton", "Pay now");
+    confirmations.onAsk = [&] { front("dev.zelvo.agent", "Zelvo"); };
+    std::optional<json::object> reply;
+    start(frame("actions.perform", R"({"actions":)" + action + "}"), reply);
+    EXPECT_FALSE(reply);
+    front("org.form", "Form");
+    platform.time.advance(50ms);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(code(*reply), "");
+    EXPECT_THAT(platform.posting.posted, SizeIs(2));
 }
 
 TEST_F(RouterConfirmationsTest, eachActionOfABatchIsAskedForItself)
