@@ -6,14 +6,11 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/http/read.hpp>
 
-#include <algorithm>
-
 namespace zelvo::service {
 
 namespace {
 
 namespace http = boost::beast::http;
-using Time = std::chrono::steady_clock;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 
@@ -23,8 +20,7 @@ BodyPieces::BodyPieces(boost::beast::tcp_stream& stream,
                        boost::beast::flat_buffer& buffer,
                        HeadParser&& head,
                        Limits const& limits)
-    : stream(stream), buffer(buffer), limits(limits), parser(std::move(head)),
-      end(Time::now() + limits.bodyTime), room(size)
+    : stream(stream), buffer(buffer), limits(limits), parser(std::move(head)), room(size)
 {
     parser.body_limit(boost::none); // Checked with the head, and by the sink.
 }
@@ -35,7 +31,7 @@ Task<std::string_view> BodyPieces::next()
     body.data = room.data();
     body.size = room.size();
     while (!parser.is_done() && body.size > 0) {
-        stream.expires_at(std::min(end, Time::now() + limits.bodyIdle));
+        stream.expires_after(limits.bodyIdle);
         auto const [error, count] = co_await http::async_read_some(stream, buffer, parser, asTuple);
         if (error && error != http::error::need_buffer)
             throw badRequest("The body could not be read");

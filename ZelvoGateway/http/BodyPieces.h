@@ -9,13 +9,13 @@
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 
-#include <chrono>
 #include <string_view>
 #include <vector>
 
 namespace zelvo::service {
 
-/// Reads the body of a request in pieces. What it is made with must outlive it.
+/// Reads the body of a request in pieces. A large body may take hours; only silence ends it. The
+/// constructor's references must outlive it.
 class BodyPieces {
 public:
     using HeadParser = boost::beast::http::request_parser<boost::beast::http::empty_body>;
@@ -28,7 +28,7 @@ public:
                Limits const& limits);
 
     /// The next piece, valid until the next call; empty at the end. Throws HttpError if the body breaks off
-    /// or is too slow.
+    /// or stops.
     Task<std::string_view> next();
     bool keepAlive() const { return parser.get().keep_alive(); }
 
@@ -37,7 +37,6 @@ private:
     boost::beast::flat_buffer& buffer;
     Limits const& limits;
     boost::beast::http::request_parser<boost::beast::http::buffer_body> parser;
-    std::chrono::steady_clock::time_point end;
     std::vector<char> room;
 };
 
