@@ -3,6 +3,9 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
 #include <string_view>
 
 namespace zelvo::test {
@@ -13,8 +16,29 @@ class Office : public Identity {
 protected:
     void start(std::string const& part, std::string const& title)
     {
-        auto const profile = "-env:UserInstallation=file://" + (desktop.home() / "office").string();
-        open({"soffice", profile, "--" + part, "--norestore"}, title, {{"SAL_USE_VCLPLUGIN", "gtk3"}});
+        auto const setting = "-env:UserInstallation=file://" + profile().string();
+        open({"soffice", setting, "--" + part, "--norestore"}, title, {{"SAL_USE_VCLPLUGIN", "gtk3"}});
+    }
+    std::filesystem::path profile() { return desktop.home() / "office"; }
+    /// Makes the next start show the tip of the day, as any start on a new day does. The first start of a
+    /// version may show what is new instead.
+    void wantTip()
+    {
+        std::string const version =
+            desktop.run({"soffice", "--version"}); // "LibreOffice 7.4.7.2 40(Build:2)"
+        std::smatch found;
+        require("its version", [&] { return std::regex_search(version, found, std::regex(R"(\d+\.\d+)")); });
+        std::filesystem::create_directories(profile() / "user");
+        std::ofstream(profile() / "user/registrymodifications.xcu")
+            << R"(<oor:items xmlns:oor="http://openoffice.org/2001/registry">)"
+            << property("Office.Common/Misc", "ShowTipOfTheDay", "true")
+            << property("Office.Common/Misc", "LastTipOfTheDayShown", "1")
+            << property("Setup/Product", "ooSetupLastVersion", found.str()) << "</oor:items>";
+    }
+    static std::string property(std::string const& path, std::string const& name, std::string const& value)
+    {
+        return "<item oor:path=\"/org.openoffice." + path + "\"><prop oor:name=\"" + name +
+               "\" oor:op=\"fuse\"><value>" + value + "</value></prop></item>";
     }
     /// So that windows do not lie over each other.
     void place(std::string const& title, int x, int y)
@@ -57,6 +81,7 @@ protected:
 
 TEST_F(Office, isOneApplicationWithItsDialogs)
 {
+    wantTip();
     start("writer", "LibreOffice Writer");
     desktop.waitForWindow({.title = "Tip of the Day"}, 60s);
 
@@ -93,7 +118,7 @@ TEST_F(Office, isOpenedByItsEntry)
         calc,
         "Name=LibreOffice Calc\nStartupWMClass=libreoffice-calc\nExec=env SAL_USE_VCLPLUGIN=gtk3 libreoffice "
         "-env:UserInstallation=file://" +
-            (desktop.home() / "office").string() + " --norestore --calc %U\n");
+            profile().string() + " --norestore --calc %U\n");
     start("writer", "LibreOffice Writer"); // The first start takes long.
 
     // Its first start may take longer than opening waits.
