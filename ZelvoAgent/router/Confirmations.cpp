@@ -3,6 +3,7 @@
 #include "base/LocalizedTexts.h"
 #include "confirm/DangerousShortcuts.h"
 #include "confirm/SubmitButtonHeuristic.h"
+#include "wire/AgentError.h"
 
 namespace zelvo {
 
@@ -37,6 +38,9 @@ Task<bool> Confirmations::askAboutPress(std::optional<ProbedElement> element, As
 Task<bool> Confirmations::askAboutKeys(std::vector<std::string> keys, Asker asker)
 {
     auto const before = co_await probe.frontmostApp();
+    // It came to the front after the guard's check; a later refusal would name it.
+    if (before && before->isHidden)
+        throw AgentError::hiddenAppActive;
     if (!co_await askAboutChord(std::move(keys), before, std::move(asker)))
         co_return false;
     if (before)

@@ -85,10 +85,10 @@ Task<> ElementHandlers::perform(InputAction::ClickElement action)
 Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)
 {
     auto front = co_await services.probe.frontmostApp();
-    if (front && text::equalIgnoringCase(front->bundleId, app.bundleId))
-        co_return;
     if (front && front->isHidden)
         front.reset();
+    if (front && text::equalIgnoringCase(front->bundleId, app.bundleId))
+        co_return;
     DetailedAgentError failure;
     failure.error = AgentError::appNotFrontmost;
     failure.message = (front ? front->name : "Another app") + " is in front, but the snapshot was taken in " +
