@@ -2,6 +2,7 @@
 
 #include "confirm/ElementProbing.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -15,6 +16,8 @@ public:
     std::optional<ProbedElement> hit; ///< at every point
     std::optional<ProbedElement> dialog;
     std::optional<ProbedElement> focused;
+    std::optional<ProbedElement> formButton;
+    std::function<std::optional<ProbedElement>(DesktopPoint)> hitAt; ///< instead of `hit`
     std::vector<DesktopPoint> points;
     int dialogLooks = 0;
     int focusLooks = 0;
@@ -22,7 +25,7 @@ public:
     Task<std::optional<ProbedElement>> element(DesktopPoint at) override
     {
         points.push_back(at);
-        co_return hit;
+        co_return hitAt ? hitAt(at) : hit;
     }
     Task<std::optional<ProbedElement>> frontmostDialog() override
     {
@@ -38,6 +41,8 @@ public:
         ++focusLooks;
         co_return focused;
     }
+
+    Task<std::optional<ProbedElement>> defaultButton() override { co_return formButton; }
 
 private:
     ElementProbing& desktop;
