@@ -7,6 +7,9 @@ namespace zelvo {
 Task<>
 ActionGuard::assertMayAct(InputAction action, std::string expected, std::size_t index, Duration maxWait)
 {
+    // First, so that whatever comes to the front during the checks ends the action.
+    if (services.beginAction)
+        co_await services.beginAction();
     co_await on(services.contexts.main, [this] { services.state.assertReady(); });
     if (!services.permissions().accessibility)
         throw AgentError::permissionMissing;

@@ -74,10 +74,24 @@ Task<> ActionHandlers::performBatch(std::vector<InputAction> actions,
     ActionGuard& guard = services.guard;
     for (std::size_t i = 0; i < actions.size(); ++i) {
         co_await guard.assertMayAct(actions[i], expected, i, i == 0 ? frontmostWait : Duration::zero());
-        if (asker && co_await confirm(actions[i], *asker))
-            co_await guard.assertMayAct(actions[i], expected, i, frontmostWait);
-        co_await execute(actions[i]);
+        std::function<Task<>()> const recheck = [&guard, &actions, &expected, i] {
+            return guard.assertMayAct(actions[i], expected, i, frontmostWait);
+        };
+        if (!asker || !co_await performStrictly(actions[i], *asker, recheck)) {
+            if (asker && co_await confirm(actions[i], *asker))
+                co_await recheck();
+            co_await execute(actions[i]);
+        }
+        services.strict.noteInput();
     }
+}
+
+Task<bool> ActionHandlers::performStrictly(InputAction action, Asker asker, std::function<Task<>()> recheck)
+{
+    if (!services.isStrict || !services.isStrict())
+        co_return false;
+    StrictActions::Turn turn{.asker = std::move(asker), .recheck = std::move(recheck)};
+    co_return co_await services.strict.perform(std::move(action), std::move(turn));
 }
 
 /// Other buttons than the left, half a click, a drag and typed text commit nothing that is known beforehand.

@@ -9,10 +9,12 @@
 #include "router/ElementHandlers.h"
 #include "router/HandlerTable.h"
 #include "router/ShownInput.h"
+#include "router/StrictActions.h"
 #include "state/AgentState.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,12 +41,16 @@ public:
         Confirmations& confirmations;
         ElementHandlers& elements;
         ShownInput& input;
+        StrictActions& strict;
+        std::function<bool()> isStrict; ///< may be empty
     };
 
     explicit ActionHandlers(Services services) : services(std::move(services)) {}
 
 private:
     Task<> performBatch(std::vector<InputAction> actions, std::string expected, std::optional<Asker> asker);
+    /// Returns whether the strict guard has carried it out.
+    Task<bool> performStrictly(InputAction action, Asker asker, std::function<Task<>()> recheck);
     /// Returns whether the person was asked.
     Task<bool> confirm(InputAction action, Asker asker);
     Task<> execute(InputAction action);

@@ -353,5 +353,20 @@ TEST_F(RouterConfirmationsTest, aHiddenApplicationThatComesToTheFrontBeforeTheQu
     EXPECT_THAT(platform.posting.posted, IsEmpty());
 }
 
+TEST_F(RouterConfirmationsTest, aShortcutIsFoundByWhatTheLayoutGives)
+{
+    platform.layout.chords = [](KeyEvent event) -> std::vector<std::vector<std::string>> {
+        constexpr int semicolon = 41;
+        EXPECT_TRUE(event.flags.ctrl);
+        if (event.keyCode == semicolon)
+            return {{"cmd", "s"}};
+        return {};
+    };
+
+    EXPECT_EQ(code(press(R"(["ctrl","semicolon"])")), "");
+
+    EXPECT_THAT(asked(), ElementsAre(shortcut("cmd+s", "Form", "shortcut.save")));
+}
+
 } // namespace
 } // namespace zelvo
