@@ -14,6 +14,13 @@ auto askerOf(ConfirmationPresenter& confirmations)
     };
 }
 
+/// Reads the person's switch anew each time, since another program may change it.
+std::function<bool()> strictGuard(Platform& platform)
+{
+    return
+        [&settings = platform.defaults()] { return settings.boolean("zelvo.strictGuard").value_or(false); };
+}
+
 } // namespace
 
 AgentParts::AgentParts(Contexts contexts,
@@ -36,6 +43,7 @@ AgentParts::AgentParts(Contexts contexts,
              .screen = platform.screen(),
              .refreshDisplay = [this] { heartbeat.refreshDisplay(); }}),
       ownWindows(platform.windows(), platform.facts().ownPid()),
+      front(contexts, platform.frontChanges(), platform.workspace(), hiddenApps, platform.facts().ownPid()),
       gate(
           platform.events(),
           contexts.workers,
@@ -76,6 +84,7 @@ AgentParts::AgentParts(Contexts contexts,
       input(gate, platform.clock()), shell(contexts, platform.clock(), platform.children()),
       hiddenGuard(contexts.workers, hiddenApps, platform.workspace(), platform.windows()), ownUi(ownWindows),
       probe(contexts.workers, platform, hiddenApps),
+      releasePlace(platform.clock(), contexts.workers, probe, hiddenGuard, ownUi, strictGuard(platform)),
       runtime({.contexts = contexts,
                .platform = platform,
                .state = state,
@@ -106,6 +115,12 @@ AgentParts::AgentParts(Contexts contexts,
              .connectIfLinked = [this] { runtime.connectIfLinked(); }})
 {
     heartbeat.hiddenApps.set(&hiddenApps);
+    gate.watch(front);
+    gate.setFindRelease([this](DesktopPoint at) { return releasePlace.awayFrom(at); });
+    front.start([this, agent = contexts.agent] {
+        // A key or button that an agent holds must not reach what has come to the front.
+        spawn(agent, [this] { return gate.releaseAll(); });
+    });
 }
 
 std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Platform& platform)
@@ -132,6 +147,9 @@ std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Plat
         .cursor = cursor,
         .offers = offers,
         .mode = heartbeat.mode.get(),
+        .beginAction = [this] { return gate.beginAction(); },
+        .layout = &platform.keyboardLayout(),
+        .isStrict = strictGuard(platform),
     };
     return std::make_unique<RpcRouter>(contexts, platform.clock(), state, std::move(services));
 }

@@ -4,11 +4,13 @@
 #include "app/AgentRuntime.h"
 #include "confirm/ConfirmationPresenter.h"
 #include "confirm/ElementProbe.h"
+#include "confirm/ReleasePlace.h"
 #include "drivers/AccessibilityTree.h"
 #include "drivers/ClipboardWatcher.h"
 #include "drivers/ElectronAccessibility.h"
 #include "drivers/FileAccess.h"
 #include "drivers/FolderAccessStore.h"
+#include "drivers/FrontWatch.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/HiddenAppsStore.h"
 #include "drivers/InputDriver.h"
@@ -45,6 +47,7 @@ struct AgentParts {
     HeartbeatBuilder heartbeat;
     AgentState state;
     ZelvoWindows ownWindows;
+    FrontWatch front;
     PostingGate gate;
     ConfirmationPresenter confirmations;
     QueueOfferInbox offers;
@@ -59,6 +62,7 @@ struct AgentParts {
     HiddenAppGuard hiddenGuard;
     OwnUiGuard ownUi;
     ElementProbe probe;
+    ReleasePlace releasePlace;
     NoAgentCursor cursor;
     AgentRuntime runtime;
     QueueCoordinator queue;

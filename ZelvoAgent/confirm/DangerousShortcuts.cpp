@@ -152,9 +152,37 @@ std::optional<std::string> meaning(std::vector<std::string> const& keys,
     return std::nullopt;
 }
 
-bool activatesFocusedControl(std::vector<std::string> const& keys)
+std::optional<Match>
+match(std::vector<std::string> const& keys, std::optional<std::string> const& app, Chords const& given)
 {
-    return isActivating(normalize(keys)) || std::ranges::any_of(normalizedAsPressed(keys), isActivating);
+    auto const asSent = meaning(keys, app);
+    for (auto const& chord : given) {
+        std::string combination = normalize(chord);
+        auto found = lookUp(combination, app);
+        if (found && found != asSent)
+            return Match{std::move(combination), *std::move(found)};
+        if (found)
+            break;
+    }
+    return asSent ? std::optional<Match>({normalize(keys), *asSent}) : std::nullopt;
+}
+
+bool activatesFocusedControl(std::vector<std::string> const& keys, Chords const& given)
+{
+    return isActivating(normalize(keys)) || std::ranges::any_of(normalizedAsPressed(keys), isActivating) ||
+           std::ranges::any_of(given, isActivating, normalize);
+}
+
+std::optional<std::string> activatingKey(std::vector<std::string> const& keys, Chords const& given)
+{
+    Chords readings = given;
+    readings.push_back(MachineShortcuts::pressed(canonical(keys)));
+    if (auto const key = Chord::of(keys).key)
+        readings.push_back(canonical({*key}));
+    for (auto const& chord : readings)
+        if (!chord.empty() && isActivating(chord.back()))
+            return chord.back();
+    return std::nullopt;
 }
 
 } // namespace zelvo::DangerousShortcuts

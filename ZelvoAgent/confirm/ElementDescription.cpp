@@ -2,6 +2,8 @@
 
 #include "confirm/ButtonRoles.h"
 
+#include <vector>
+
 namespace zelvo {
 
 namespace {
@@ -11,6 +13,8 @@ using Attribute = AccessibilityAttribute;
 /// Each step up is a query to another process and delays every click.
 constexpr int maxTestedForButton = 4;
 constexpr int maxTestedForWindow = 12;
+constexpr int maxTestedForPage = 40;
+constexpr std::size_t maxTestedForForm = 300;
 
 std::optional<std::string>
 filledText(AccessibilityReader& reader, AccessibilityElement element, Attribute attribute)
@@ -19,7 +23,53 @@ filledText(AccessibilityReader& reader, AccessibilityElement element, Attribute 
     return text && !text->empty() ? std::move(text) : std::nullopt;
 }
 
+/// The elements of a page around an element, the closest first; empty outside a web page.
+std::vector<AccessibilityElement> ancestorsInPage(AccessibilityReader& reader, AccessibilityElement from)
+{
+    std::vector<AccessibilityElement> around;
+    auto tested = reader.element(from, Attribute::parent);
+    for (int count = 0; tested && count < maxTestedForPage; ++count) {
+        around.push_back(*tested);
+        if (reader.text(*tested, Attribute::role) == "AXWebArea")
+            return around;
+        tested = reader.element(*tested, Attribute::parent);
+    }
+    return {};
+}
+
+/// The first default button below an element.
+/// left  how many elements may still be looked at
+std::optional<AccessibilityElement>
+defaultButtonIn(AccessibilityReader& reader, AccessibilityElement root, std::size_t& left)
+{
+    std::vector<AccessibilityElement> waiting = {root};
+    for (; !waiting.empty() && left > 0; --left) {
+        AccessibilityElement const element = waiting.back();
+        waiting.pop_back();
+        if (reader.flag(element, Attribute::isDefault) == true)
+            return element;
+        auto const children = reader.elements(element, Attribute::children);
+        if (children)
+            waiting.insert(waiting.end(), children->rbegin(), children->rend());
+    }
+    return std::nullopt;
+}
+
 } // namespace
+
+bool isInPage(AccessibilityReader& reader, AccessibilityElement element)
+{
+    return !ancestorsInPage(reader, element).empty();
+}
+
+std::optional<AccessibilityElement> buttonOfForm(AccessibilityReader& reader, AccessibilityElement field)
+{
+    std::size_t left = maxTestedForForm;
+    for (AccessibilityElement const around : ancestorsInPage(reader, field))
+        if (auto const button = defaultButtonIn(reader, around, left))
+            return button;
+    return std::nullopt;
+}
 
 std::optional<AccessibilityElement> nearestButton(AccessibilityReader& reader, AccessibilityElement from)
 {

@@ -22,6 +22,13 @@ struct WindowContext {
 /// Searches the element and its eleven closest ancestors for a window or sheet; empty if there is none.
 WindowContext windowContext(AccessibilityReader& reader, AccessibilityElement from);
 
+/// Whether an element is in a web page.
+bool isInPage(AccessibilityReader& reader, AccessibilityElement element);
+
+/// The default button of the form of a web page that a field is in: the one in the closest ancestor that has
+/// any. `nullopt` outside a page.
+std::optional<AccessibilityElement> buttonOfForm(AccessibilityReader& reader, AccessibilityElement field);
+
 /// Reads everything of ProbedElement except the application's name. Never asks for the element's value.
 ProbedElement described(AccessibilityReader& reader, AccessibilityElement element);
 

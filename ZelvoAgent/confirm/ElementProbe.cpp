@@ -64,6 +64,14 @@ Task<std::optional<ProbedElement>> ElementProbe::focusedElement()
     co_return co_await on(workers, [&] { return focusedNow(hidden); });
 }
 
+Task<std::optional<ProbedElement>> ElementProbe::defaultButton()
+{
+    if (!isTrusted())
+        co_return std::nullopt;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] { return defaultButtonNow(hidden); });
+}
+
 std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden const& hidden)
 {
     auto const window = readableWindow(at, hidden);
@@ -121,6 +129,24 @@ std::optional<ProbedElement> ElementProbe::focusedNow(Hidden const& hidden)
         return std::nullopt;
     ProbedElement probed = described(*reader, *focused);
     probed.appName = applicationOf(reader->processOf(*focused), front->pid, front->localizedName);
+    return probed;
+}
+
+std::optional<ProbedElement> ElementProbe::defaultButtonNow(Hidden const& hidden)
+{
+    auto const front = readableFront(hidden);
+    if (!front)
+        return std::nullopt;
+    auto const shows = [&](std::int32_t pid) { return isEmbedded(pid, front->pid, hidden); };
+    auto const reader = read(front->pid, shows);
+    auto const focused = reader->element(reader->application(), Attribute::focusedUiElement);
+    auto const button = focused && isInPage(*reader, *focused)
+                            ? buttonOfForm(*reader, *focused)
+                            : reader->element(reader->application(), Attribute::defaultButton);
+    if (!button)
+        return std::nullopt;
+    ProbedElement probed = described(*reader, *button);
+    probed.appName = applicationOf(reader->processOf(*button), front->pid, front->localizedName);
     return probed;
 }
 

@@ -24,6 +24,7 @@ public:
     Task<std::optional<ProbedElement>> frontmostDialog() override;
     Task<std::optional<FrontmostAppInfo>> frontmostApp() override;
     Task<std::optional<ProbedElement>> focusedElement() override;
+    Task<std::optional<ProbedElement>> defaultButton() override;
 
 private:
     using Probed = std::optional<ProbedElement>;
@@ -33,6 +34,7 @@ private:
     Probed elementNow(DesktopPoint at, Hidden const& hidden);
     Probed dialogNow(Hidden const& hidden);
     Probed focusedNow(Hidden const& hidden);
+    Probed defaultButtonNow(Hidden const& hidden);
 
     bool isTrusted() { return platform.access().current().accessibility; }
     /// The window that a press would reach; `nullopt` if its application may not be read.

@@ -32,6 +32,8 @@ public:
     virtual Task<std::optional<FrontmostAppInfo>> frontmostApp() = 0;
     /// The element with the keyboard focus in the frontmost application.
     virtual Task<std::optional<ProbedElement>> focusedElement() = 0;
+    /// The button that Return presses in the form or window of the focused element, if one is known.
+    virtual Task<std::optional<ProbedElement>> defaultButton() = 0;
 };
 
 } // namespace zelvo

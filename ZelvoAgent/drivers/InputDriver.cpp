@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <limits>
 
 namespace zelvo {
@@ -53,13 +54,37 @@ Task<> InputDriver::move(DesktopPoint to)
     co_await events.post(event);
 }
 
+std::vector<std::string> textPieces(std::string const& text)
+{
+    std::vector<std::string> pieces(1);
+    for (char const character : text) {
+        std::string& piece = pieces.back();
+        bool const endsLine = character == '\r' || (character == '\n' && !piece.ends_with('\r'));
+        if ((endsLine || character == ' ') && !(pieces.size() == 1 && piece.empty()))
+            pieces.emplace_back();
+        pieces.back() += character;
+    }
+    return pieces;
+}
+
 Task<>
 InputDriver::click(DesktopPoint at, MouseButton button, std::int64_t count, std::vector<Modifier> modifiers)
+{
+    return click(at, button, count, std::move(modifiers), {});
+}
+
+Task<> InputDriver::click(DesktopPoint at,
+                          MouseButton button,
+                          std::int64_t count,
+                          std::vector<Modifier> modifiers,
+                          Before beforeNext)
 {
     MouseEvent down = mouse(MouseEvent::Kind::down, at, button);
     for (Modifier const modifier : modifiers)
         add(down.flags, modifier);
     for (std::int64_t number = 1; number <= std::max<std::int64_t>(count, 1); ++number) {
+        if (number > 1 && beforeNext)
+            co_await beforeNext();
         down.clickState = static_cast<int>(std::min<std::int64_t>(number, std::numeric_limits<int>::max()));
         MouseEvent up = down;
         up.kind = MouseEvent::Kind::up;
@@ -82,21 +107,27 @@ Task<> InputDriver::mouseUp(DesktopPoint at, MouseButton button)
 
 Task<> InputDriver::drag(DesktopPoint from, DesktopPoint to, MouseButton button, std::int64_t durationMs)
 {
+    if (co_await dragHeld(from, to, button, durationMs))
+        co_await mouseUp(to, button);
+}
+
+Task<bool>
+InputDriver::dragHeld(DesktopPoint from, DesktopPoint to, MouseButton button, std::int64_t durationMs)
+{
     DragPlan const plan = DragPlan::of(durationMs);
     PostedEvent event = mouse(MouseEvent::Kind::down, from, button);
     if (!co_await events.post(event))
-        co_return;
+        co_return false;
     for (std::int64_t i = 1; i <= plan.steps; ++i) {
         double const part = static_cast<double>(i) / static_cast<double>(plan.steps);
         DesktopPoint const point{from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
         event = mouse(MouseEvent::Kind::dragged, point, button);
         if (!co_await events.post(event))
-            co_return; // The gate has released the button.
+            co_return false; // The gate has released the button.
         // A cancellation does not stop the drag, so the button is always released.
         co_await clock.sleepThroughCancel(std::chrono::milliseconds(plan.stepDelayMs));
     }
-    event = mouse(MouseEvent::Kind::up, to, button);
-    co_await events.post(event);
+    co_return true;
 }
 
 Task<> InputDriver::scroll(DesktopPoint at, double dx, double dy)
@@ -111,17 +142,47 @@ Task<> InputDriver::scroll(DesktopPoint at, double dx, double dy)
 Task<> InputDriver::type(std::string text)
 {
     co_await events.beginText(text);
-    for (std::string const& chunk : text::chunks(text, chunkCharacters)) {
+    co_await typePiece(std::move(text));
+    co_await events.endText();
+}
+
+Task<> InputDriver::type(std::string text, BeforePiece before)
+{
+    co_await events.beginText(text);
+    std::exception_ptr failure; // Nothing can be awaited where it is caught.
+    try {
+        co_await typePieces(std::move(text), std::move(before));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    co_await events.endText();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+Task<> InputDriver::typePieces(std::string text, BeforePiece before)
+{
+    for (std::string const& piece : textPieces(text)) {
+        if (piece.starts_with(' ') || piece.starts_with('\n') || piece.starts_with('\r'))
+            co_await before(piece);
+        if (!co_await typePiece(piece))
+            break;
+    }
+}
+
+Task<bool> InputDriver::typePiece(std::string piece)
+{
+    for (std::string const& chunk : text::chunks(piece, chunkCharacters)) {
         TextEvent event;
         event.text = chunk;
         if (!co_await events.post(event))
-            break;
+            co_return false;
         event.kind = KeyEvent::Kind::up;
         if (!co_await events.post(event))
-            break;
+            co_return false;
         co_await clock.sleepThroughCancel(chunkPause);
     }
-    co_await events.endText();
+    co_return true;
 }
 
 Task<> InputDriver::pressKeys(std::vector<std::string> keys)
@@ -137,6 +198,16 @@ Task<> InputDriver::pressKeys(std::vector<std::string> keys)
         co_return;
     event.kind = KeyEvent::Kind::up;
     co_await events.post(event);
+}
+
+Task<> InputDriver::releaseAll()
+{
+    return events.releaseAll();
+}
+
+Task<> InputDriver::delivered()
+{
+    return events.delivered();
 }
 
 DesktopPoint InputDriver::cursorPosition()

@@ -14,15 +14,29 @@ public:
     Task<> move(DesktopPoint to) override;
     Task<>
     click(DesktopPoint at, MouseButton button, std::int64_t count, std::vector<Modifier> modifiers) override;
+    Task<> click(DesktopPoint at,
+                 MouseButton button,
+                 std::int64_t count,
+                 std::vector<Modifier> modifiers,
+                 Before beforeNext) override;
     Task<> mouseDown(DesktopPoint at, MouseButton button) override;
     Task<> mouseUp(DesktopPoint at, MouseButton button) override;
     Task<> drag(DesktopPoint from, DesktopPoint to, MouseButton button, std::int64_t durationMs) override;
+    Task<bool>
+    dragHeld(DesktopPoint from, DesktopPoint to, MouseButton button, std::int64_t durationMs) override;
     Task<> scroll(DesktopPoint at, double dx, double dy) override;
     Task<> type(std::string text) override;
+    Task<> type(std::string text, BeforePiece before) override;
     Task<> pressKeys(std::vector<std::string> keys) override;
+    Task<> releaseAll() override;
+    Task<> delivered() override;
     DesktopPoint cursorPosition() override;
 
 private:
+    /// False if an event could not be made.
+    Task<bool> typePiece(std::string piece);
+    Task<> typePieces(std::string text, BeforePiece before);
+
     EventPosting& events;
     Clock& clock;
 };
@@ -35,6 +49,9 @@ struct DragPlan {
 
     static DragPlan of(std::int64_t durationMs);
 };
+
+/// A text in parts of which each but the first begins with a line end or a blank.
+std::vector<std::string> textPieces(std::string const& text);
 
 /// A wheel distance in whole pixels: truncated toward zero and clamped to 32 bits; NaN becomes 0.
 std::int32_t wheelPixels(double distance);

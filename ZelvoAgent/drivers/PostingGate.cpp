@@ -53,7 +53,7 @@ Task<> PostingGate::close()
 {
     idle.with([this] { ++closings; });
     co_await untilIdle();
-    co_await inner.releaseAll();
+    co_await letGo();
     co_await inner.drained();
 }
 
@@ -81,15 +81,44 @@ Task<bool> PostingGate::post(PostedEvent event)
 {
     InFlight const counted(*this);
     co_await inner.ready(event); // Before the check, because a panel may open or close during this wait.
-    if (co_await mayPass(event) && co_await inner.post(std::move(event)))
+    if (co_await mayPass(event) && co_await inner.post(event)) {
+        note(event);
         co_return true;
-    co_await inner.releaseAll();
+    }
+    co_await letGo();
     co_return false;
+}
+
+void PostingGate::note(PostedEvent const& event)
+{
+    auto const* const mouse = std::get_if<MouseEvent>(&event);
+    if (!mouse)
+        return;
+    pointer.change([mouse](Pointer& known) {
+        known.at = mouse->point;
+        if (mouse->kind == MouseEvent::Kind::down)
+            known.held.insert(mouse->button);
+        else if (mouse->kind == MouseEvent::Kind::up)
+            known.held.erase(mouse->button);
+    });
+}
+
+Task<> PostingGate::letGo()
+{
+    Pointer const known = pointer.get();
+    if (findRelease && !known.held.empty()) {
+        if (auto const point = co_await findRelease(known.at)) {
+            PostedEvent const away = MouseEvent{.kind = MouseEvent::Kind::dragged, .point = *point};
+            co_await inner.post(away);
+        }
+    }
+    co_await inner.releaseAll();
+    pointer.change([](Pointer& now) { now.held.clear(); });
 }
 
 Task<bool> PostingGate::mayPass(PostedEvent event)
 {
-    if (paused())
+    if (paused() || !co_await isForThisFront(event))
         co_return false;
     if (!isClosed())
         co_return true;
@@ -103,6 +132,23 @@ Task<bool> PostingGate::mayPass(PostedEvent event)
     // With no window yet, the one that the gate was closed for is about to open at an unknown place.
     co_return !frames.empty() &&
         std::ranges::none_of(frames, [&](DesktopRect const& f) { return f.contains(point); });
+}
+
+Task<bool> PostingGate::isForThisFront(PostedEvent event)
+{
+    if (!front)
+        co_return true;
+    if (isKey(event) && co_await front->isBarred())
+        co_return false;
+    co_return !(isKey(event) || isButton(event)) || front->barrings() == barringsBefore;
+}
+
+Task<> PostingGate::beginAction()
+{
+    if (!front)
+        co_return;
+    co_await front->isBarred(); // Counts what came to the front before.
+    barringsBefore = front->barrings();
 }
 
 Task<> PostingGate::ready(PostedEvent event)
@@ -125,12 +171,17 @@ Task<> PostingGate::endText()
 Task<> PostingGate::releaseAll()
 {
     co_await untilIdle();
-    co_await inner.releaseAll();
+    co_await letGo();
 }
 
 Task<> PostingGate::drained()
 {
     co_await inner.drained();
+}
+
+Task<> PostingGate::delivered()
+{
+    co_await inner.delivered();
 }
 
 DesktopPoint PostingGate::pointerLocation()

@@ -25,11 +25,13 @@ enum class AccessibilityAttribute {
     identifier,            ///< text
     enabled,               ///< flag
     focused,               ///< flag
+    isDefault,             ///< flag: Return presses it in its form or window
     parent,                ///< element
     children,              ///< elements
     windows,               ///< elements, of an application
     focusedWindow,         ///< element, of an application
     focusedUiElement,      ///< element, of an application: the one with the keyboard focus
+    defaultButton,         ///< element, of an application: what Return presses in its focused window
     menuBar,               ///< element, of an application
     manualAccessibility,   ///< flag, of an application; setting it wakes Chromium
     enhancedUserInterface, ///< flag, of an application

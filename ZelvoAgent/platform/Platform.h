@@ -7,9 +7,11 @@
 #include "platform/EventPosting.h"
 #include "platform/FileReveal.h"
 #include "platform/FileSystem.h"
+#include "platform/FrontChanges.h"
 #include "platform/HotKey.h"
 #include "platform/HttpLoading.h"
 #include "platform/InformationDictionary.h"
+#include "platform/KeyboardLayout.h"
 #include "platform/MachineFacts.h"
 #include "platform/NetworkPath.h"
 #include "platform/Pasteboard.h"
@@ -53,6 +55,7 @@ public:
     virtual Workspace& workspace() = 0;
     virtual WindowList& windows() = 0;
     virtual WindowFocus& focus() = 0;
+    virtual FrontChanges& frontChanges() = 0;
     virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
     virtual ScreenStreams& screenStreams() = 0;
@@ -60,6 +63,7 @@ public:
     virtual VideoFolders& videoFolders() = 0;
     virtual FileReveal& reveal() = 0;
     virtual EventPosting& events() = 0;
+    virtual KeyboardLayout& keyboardLayout() = 0;
     virtual Pasteboard& pasteboard() = 0;
     virtual SystemAccess& access() = 0;
     virtual MachineFacts& facts() = 0;

@@ -6,6 +6,9 @@ namespace zelvo {
 
 Task<> ActionGuard::assertMayAct(InputAction action, Front front, std::size_t index)
 {
+    // First, so that whatever comes to the front during the checks ends the action.
+    if (services.beginAction)
+        co_await services.beginAction();
     co_await on(services.contexts.main, [this] { services.state.assertReady(); });
     if (!services.permissions().accessibility)
         throw AgentError::permissionMissing;

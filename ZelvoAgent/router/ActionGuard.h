@@ -29,6 +29,7 @@ public:
         std::function<Permissions()> permissions;
         std::function<Task<bool>()> questionPending;
         FrontmostCheck& frontmost;
+        std::function<Task<>()> beginAction; ///< may be empty
     };
 
     explicit ActionGuard(Services services) : services(std::move(services)) {}

@@ -71,21 +71,37 @@ Task<> ActionHandlers::performBatch(std::vector<InputAction> actions,
                                     std::string expected,
                                     std::optional<Asker> asker)
 {
+    ActionGuard& guard = services.guard;
     for (std::size_t i = 0; i < actions.size(); ++i) {
         ActionGuard::Front front;
         front.expected = expected;
         front.maxWait = i == 0 ? frontmostWait : Duration::zero();
-        co_await services.guard.assertMayAct(actions[i], front, i);
-        std::optional<Consent> consent;
-        if (asker)
-            consent = co_await confirm(actions[i], *asker);
-        if (consent) {
-            front.askedFor = std::move(consent->application);
-            front.maxWait = frontmostWait; // The panel was in front.
-            co_await services.guard.assertMayAct(actions[i], front, i);
+        co_await guard.assertMayAct(actions[i], front, i);
+        StrictActions::Recheck const recheck = [&guard, &actions, front,
+                                                i](std::optional<std::string> application) {
+            ActionGuard::Front again = front;
+            again.askedFor = std::move(application);
+            again.maxWait = frontmostWait; // The panel was in front.
+            return guard.assertMayAct(actions[i], std::move(again), i);
+        };
+        if (!asker || !co_await performStrictly(actions[i], *asker, recheck)) {
+            std::optional<Consent> consent;
+            if (asker)
+                consent = co_await confirm(actions[i], *asker);
+            if (consent)
+                co_await recheck(std::move(consent->application));
+            co_await execute(actions[i]);
         }
-        co_await execute(actions[i]);
+        services.strict.noteInput();
     }
+}
+
+Task<bool> ActionHandlers::performStrictly(InputAction action, Asker asker, StrictActions::Recheck recheck)
+{
+    if (!services.isStrict || !services.isStrict())
+        co_return false;
+    StrictActions::Turn turn{.asker = std::move(asker), .recheck = std::move(recheck)};
+    co_return co_await services.strict.perform(std::move(action), std::move(turn));
 }
 
 /// Other buttons than the left, half a click, a drag and typed text commit nothing that is known beforehand.

@@ -10,10 +10,12 @@
 #include "router/ElementHandlers.h"
 #include "router/HandlerTable.h"
 #include "router/ShownInput.h"
+#include "router/StrictActions.h"
 #include "state/AgentState.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,12 +43,16 @@ public:
         Confirmations& confirmations;
         ElementHandlers& elements;
         ShownInput& input;
+        StrictActions& strict;
+        std::function<bool()> isStrict; ///< may be empty
     };
 
     explicit ActionHandlers(Services services) : services(std::move(services)) {}
 
 private:
     Task<> performBatch(std::vector<InputAction> actions, std::string expected, std::optional<Asker> asker);
+    /// Returns whether the strict guard has carried it out.
+    Task<bool> performStrictly(InputAction action, Asker asker, StrictActions::Recheck recheck);
     /// A yes of the person.
     struct Consent {
         std::optional<std::string> application; ///< see ActionGuard::Front::askedFor

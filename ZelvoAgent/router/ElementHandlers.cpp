@@ -12,6 +12,8 @@ namespace zelvo {
 namespace {
 
 constexpr Duration settlePause = 60ms;
+constexpr auto textRoles =
+    std::to_array<std::string_view>({"AXTextField", "AXTextArea", "AXSecureTextField", "AXComboBox"});
 
 using OptionalText = std::optional<std::string>;
 
@@ -77,25 +79,41 @@ OptionalText ElementHandlers::applicationOf(std::string const& snapshotId) const
 
 Task<> ElementHandlers::perform(InputAction::ClickElement action)
 {
-    auto const snapshot = snapshotOf(services.snapshots, action.snapshotId);
-    UiElementInfo const info = elementOf(*snapshot, action.elementId);
+    InputAction::Click const click{.point = co_await assertMayBeClicked(action.snapshotId, action.elementId)};
+    co_await services.shown.perform(click);
+}
+
+Task<DesktopPoint> ElementHandlers::assertMayBeClicked(std::string snapshotId, std::string elementId)
+{
+    auto const snapshot = snapshotOf(services.snapshots, snapshotId);
+    UiElementInfo const info = elementOf(*snapshot, elementId);
     if (snapshot->app)
         co_await assertFromFrontmostApp(*snapshot->app);
-    InputAction::Click const click{.point = info.frame.center()};
-    co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(click.point); });
-    auto const probed = co_await services.probe.element(click.point);
+    DesktopPoint const point = info.frame.center();
+    co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(point); });
+    auto const probed = co_await services.probe.element(point);
     if (!probed || !sameElement(*probed, info))
         throw otherElementNow(info, probed);
-    co_await services.shown.perform(click);
+    co_return point;
+}
+
+Task<DesktopPoint> ElementHandlers::assertHoldsText(InputAction::SetValue action)
+{
+    UiElementInfo const info = element(action.snapshotId, action.elementId);
+    if (std::ranges::find(textRoles, info.role) == textRoles.end())
+        throw AgentError::invalidRequest;
+    co_await services.hiddenGuard.assertFrontmostAllowed();
+    co_await services.hiddenGuard.assertPointAllowed(info.frame.center());
+    co_return co_await assertMayBeClicked(std::move(action.snapshotId), std::move(action.elementId));
 }
 
 Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)
 {
     auto front = co_await services.probe.frontmostApp();
-    if (front && text::equalIgnoringCase(front->bundleId, app.bundleId))
-        co_return;
     if (front && front->isHidden)
         front.reset();
+    if (front && text::equalIgnoringCase(front->bundleId, app.bundleId))
+        co_return;
     DetailedAgentError failure;
     failure.error = AgentError::appNotFrontmost;
     failure.message = (front ? front->name : "Another app") + " is in front, but the snapshot was taken in " +
@@ -108,6 +126,13 @@ Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)
 
 Task<> ElementHandlers::perform(InputAction::SetValue action)
 {
+    co_await selectText(action);
+    InputAction::Type typed{.text = std::move(action.text)};
+    co_await services.shown.perform(std::move(typed));
+}
+
+Task<> ElementHandlers::selectText(InputAction::SetValue action)
+{
     UiElementInfo const info = element(action.snapshotId, action.elementId);
     co_await services.hiddenGuard.assertFrontmostAllowed();
     InputAction::Click const click{.point = info.frame.center()};
@@ -115,8 +140,6 @@ Task<> ElementHandlers::perform(InputAction::SetValue action)
     co_await services.clock.sleepThroughCancel(settlePause);
     std::vector<std::string> const selectAll{"cmd", "a"};
     co_await services.input.pressKeys(selectAll);
-    InputAction::Type typed{.text = std::move(action.text)};
-    co_await services.shown.perform(std::move(typed));
 }
 
 } // namespace zelvo

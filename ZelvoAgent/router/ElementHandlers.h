@@ -39,7 +39,15 @@ public:
     /// Types the text over what the element holds.
     Task<> perform(InputAction::SetValue action);
 
+    /// What the strict guard checks before a text is set: the element holds text, and a click on it passes
+    /// the checks of "click_element". Gives its centre. Throws what perform(ClickElement) throws.
+    Task<DesktopPoint> assertHoldsText(InputAction::SetValue action);
+    /// The part of "set_value" before the text: a click on the element and a selection of all its text.
+    Task<> selectText(InputAction::SetValue action);
+
 private:
+    /// Throws unless the element is in front, unchanged and not one of this program; gives its centre.
+    Task<DesktopPoint> assertMayBeClicked(std::string snapshotId, std::string elementId);
     Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
 
     Services services;

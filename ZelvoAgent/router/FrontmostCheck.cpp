@@ -13,9 +13,10 @@ constexpr Duration pollInterval = 50ms;
 Task<>
 FrontmostCheck::assertInFront(std::string expected, Duration maxWait, std::optional<std::size_t> failedIndex)
 {
+    // A hidden application matches nothing, not even its own identifier, so guessing reveals nothing.
     auto const current = [this]() -> Task<std::optional<ApplicationNames>> {
         auto const front = co_await probe.frontmostApp();
-        co_return front ? std::optional(front->names) : std::nullopt;
+        co_return front && !front->isHidden ? std::optional(front->names) : std::nullopt;
     };
     auto const outcome =
         co_await FrontmostApp::waitUntilFrontmost(clock, expected, maxWait, pollInterval, current);

@@ -11,7 +11,8 @@
 
 namespace zelvo {
 
-/// Checks which application is in front, and words the refusal if it is another one. Thread: any.
+/// Checks which application is in front, and words the refusal if it is another one. A hidden application is
+/// always another one, whatever is expected. Thread: any.
 class FrontmostCheck {
 public:
     FrontmostCheck(Clock& clock, ElementProbing& probe) : clock(clock), probe(probe) {}

@@ -25,6 +25,7 @@ class FileGate;
 class HiddenAppGuard;
 class HiddenAppsStore;
 class InputDriving;
+class KeyboardLayout;
 class OwnUiGuard;
 class Pasteboard;
 struct QueueOfferInbox;
@@ -61,6 +62,9 @@ public:
         AgentCursorPresenting& cursor;
         QueueOfferInbox const& offers;
         AgentMode mode = AgentMode::connected;
+        std::function<Task<>()> beginAction = {}; ///< called before the checks of each input action
+        KeyboardLayout* layout = nullptr;         ///< null: keys are judged by their names alone
+        std::function<bool()> isStrict = {};      ///< whether the strict guard is on; empty: never
     };
 
     RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Services services);

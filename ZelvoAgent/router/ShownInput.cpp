@@ -11,10 +11,10 @@ Task<> ShownInput::perform(InputAction::Move action)
     co_await input.move(action.point);
 }
 
-Task<> ShownInput::perform(InputAction::Click action)
+Task<> ShownInput::perform(InputAction::Click action, InputDriving::Before beforeNext)
 {
     co_await cursor.approach(action.point);
-    co_await input.click(action.point, action.button, action.count, action.modifiers);
+    co_await input.click(action.point, action.button, action.count, action.modifiers, std::move(beforeNext));
     cursor.clicked(action.point, action.count);
 }
 
@@ -38,6 +38,13 @@ Task<> ShownInput::perform(InputAction::Drag action)
     co_await input.drag(action.from, action.to, action.button, action.durationMs);
 }
 
+Task<bool> ShownInput::begin(InputAction::Drag action)
+{
+    co_await cursor.approach(action.from);
+    cursor.dragged(action.from, action.to, action.durationMs);
+    co_return co_await input.dragHeld(action.from, action.to, action.button, action.durationMs);
+}
+
 Task<> ShownInput::perform(InputAction::Scroll action)
 {
     co_await cursor.approach(action.point);
@@ -50,6 +57,12 @@ Task<> ShownInput::perform(InputAction::Type action)
     // Counting a long text takes time, and the agent's thread has the socket to look after.
     cursor.typed(co_await on(workers, [&] { return text::characterCount(action.text); }));
     co_await input.type(std::move(action.text));
+}
+
+Task<> ShownInput::perform(InputAction::Type action, InputDriving::BeforePiece before)
+{
+    cursor.typed(co_await on(workers, [&] { return text::characterCount(action.text); }));
+    co_await input.type(std::move(action.text), std::move(before));
 }
 
 Task<> ShownInput::perform(InputAction::Key action)

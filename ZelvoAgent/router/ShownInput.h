@@ -16,12 +16,15 @@ public:
     }
 
     Task<> perform(InputAction::Move action);
-    Task<> perform(InputAction::Click action);
+    Task<> perform(InputAction::Click action, InputDriving::Before beforeNext = {});
     Task<> perform(InputAction::MouseDown action);
     Task<> perform(InputAction::MouseUp action);
     Task<> perform(InputAction::Drag action);
+    /// A drag whose button stays down; false if it could not be made.
+    Task<bool> begin(InputAction::Drag action);
     Task<> perform(InputAction::Scroll action);
     Task<> perform(InputAction::Type action);
+    Task<> perform(InputAction::Type action, InputDriving::BeforePiece before);
     Task<> perform(InputAction::Key action);
 
 private:

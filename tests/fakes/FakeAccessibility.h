@@ -25,9 +25,13 @@ struct FakeElement {
     std::optional<DesktopPoint> position = DesktopPoint{10, 20};
     std::optional<DesktopSize> size = DesktopSize{100, 50};
     std::vector<std::string> actions = {};
+    bool isDefault = false;
     std::optional<std::vector<FakeElement>> children = std::vector<FakeElement>{};
     std::optional<std::int32_t> pid = {}; ///< if it differs from its parent's
     bool hidesParent = false;             ///< its parent cannot be read
+
+    bool isFocused() const { return focused == true; }
+    bool isDefaultButton() const { return isDefault; }
 };
 
 struct FakeApplication {
@@ -135,6 +139,8 @@ private:
                 return read.enabled;
             if (attribute == Attribute::focused)
                 return read.focused;
+            if (attribute == Attribute::isDefault)
+                return read.isDefault;
             auto const found = its.flags.find(attribute);
             return found == its.flags.end() ? std::nullopt : std::optional(found->second);
         }
@@ -144,7 +150,9 @@ private:
             if (attribute == Attribute::parent)
                 return read.hidesParent ? std::nullopt : ancestor(read);
             if (attribute == Attribute::focusedUiElement)
-                return focused();
+                return found(&FakeElement::isFocused);
+            if (attribute == Attribute::defaultButton)
+                return found(&FakeElement::isDefaultButton);
             auto const& wanted = attribute == Attribute::menuBar ? its.menuBar : its.focusedWindow;
             return wanted ? std::optional(handle(*wanted)) : std::nullopt;
         }
@@ -249,20 +257,21 @@ private:
                 return handle(*parent);
             return &of == &its.itself ? std::nullopt : std::optional(application());
         }
-        std::optional<Element> focused()
+        using Test = bool (FakeElement::*)() const;
+        std::optional<Element> found(Test test)
         {
             for (FakeElement const* root : roots())
-                if (FakeElement const* const found = focusedIn(*root))
-                    return handle(*found);
+                if (FakeElement const* const match = firstIn(*root, test))
+                    return handle(*match);
             return std::nullopt;
         }
-        static FakeElement const* focusedIn(FakeElement const& element)
+        static FakeElement const* firstIn(FakeElement const& element, Test test)
         {
-            if (element.focused == true)
+            if ((element.*test)())
                 return &element;
             for (FakeElement const& child : below(element))
-                if (FakeElement const* const found = focusedIn(child))
-                    return found;
+                if (FakeElement const* const match = firstIn(child, test))
+                    return match;
             return nullptr;
         }
         /// The child drawn last is on top.

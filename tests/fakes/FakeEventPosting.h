@@ -16,6 +16,7 @@ public:
     int endedTexts = 0;
     int releases = 0;
     int drains = 0;
+    int deliveries = 0;
     DesktopPoint pointer;
     std::optional<std::size_t> refusesAfter;         ///< the number of events before one is refused
     std::function<void(PostedEvent const&)> onReady; ///< called by ready()
@@ -54,6 +55,11 @@ public:
     Task<> drained() override
     {
         ++drains;
+        co_return;
+    }
+    Task<> delivered() override
+    {
+        ++deliveries;
         co_return;
     }
     DesktopPoint pointerLocation() override { return pointer; }

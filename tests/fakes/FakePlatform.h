@@ -6,7 +6,9 @@
 #include "fakes/FakeEventPosting.h"
 #include "fakes/FakeFileReveal.h"
 #include "fakes/FakeFileSystem.h"
+#include "fakes/FakeFrontChanges.h"
 #include "fakes/FakeHttpLoading.h"
+#include "fakes/FakeKeyboardLayout.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
@@ -44,6 +46,7 @@ public:
     FakeWorkspace desktop;
     FakeWindowList windowList;
     FakeWindowFocus windowFocus;
+    FakeFrontChanges fronts;
     FakeAccessibility elements;
     FakeScreenSource screenSource;
     FakeScreenStreams streams;
@@ -51,6 +54,7 @@ public:
     FakeVideoFolders recordingFolders;
     FakeFileReveal fileReveal;
     FakeEventPosting posting;
+    FakeKeyboardLayout layout;
     FakePasteboard clipboard;
     FakeSystemAccess systemAccess;
     FakeMachineFacts machineFacts;
@@ -83,6 +87,7 @@ public:
     Workspace& workspace() override { return desktop; }
     WindowList& windows() override { return windowList; }
     WindowFocus& focus() override { return windowFocus; }
+    FrontChanges& frontChanges() override { return fronts; }
     Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
     ScreenStreams& screenStreams() override { return streams; }
@@ -90,6 +95,7 @@ public:
     VideoFolders& videoFolders() override { return recordingFolders; }
     FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return posting; }
+    KeyboardLayout& keyboardLayout() override { return layout; }
     Pasteboard& pasteboard() override { return clipboard; }
     SystemAccess& access() override { return systemAccess; }
     MachineFacts& facts() override { return machineFacts; }

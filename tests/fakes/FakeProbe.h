@@ -16,6 +16,8 @@ public:
     std::optional<ProbedElement> hit; ///< at every point
     std::optional<ProbedElement> dialog;
     std::optional<ProbedElement> focused;
+    std::optional<ProbedElement> formButton;
+    std::function<std::optional<ProbedElement>(DesktopPoint)> hitAt; ///< instead of `hit`
     std::vector<DesktopPoint> points;
     int dialogLooks = 0;
     int focusLooks = 0;
@@ -24,7 +26,7 @@ public:
     Task<std::optional<ProbedElement>> element(DesktopPoint at) override
     {
         points.push_back(at);
-        co_return hit;
+        co_return hitAt ? hitAt(at) : hit;
     }
     Task<std::optional<ProbedElement>> frontmostDialog() override
     {
@@ -42,6 +44,8 @@ public:
         ++focusLooks;
         co_return focused;
     }
+
+    Task<std::optional<ProbedElement>> defaultButton() override { co_return formButton; }
 
 private:
     ElementProbing& desktop;

@@ -16,6 +16,7 @@
 #include "platform/linux/x11/input/X11HotKey.h"
 #include "platform/linux/x11/windows/ApplicationOpener.h"
 #include "platform/linux/x11/windows/RecentSurvey.h"
+#include "platform/linux/x11/windows/X11FrontChanges.h"
 #include "platform/linux/x11/windows/X11WindowFocus.h"
 #include "platform/linux/x11/windows/X11WindowList.h"
 #include "platform/linux/x11/windows/X11Workspace.h"
@@ -40,6 +41,7 @@ struct LinuxDesktop {
     RecentSurvey survey;
     X11WindowList windows;
     X11WindowFocus focus;
+    X11FrontChanges frontChanges;
     ApplicationOpener opener;
     X11Workspace workspace;
     X11ScreenSource screen;

@@ -59,6 +59,7 @@ public:
     Workspace& workspace() override { return desktop().workspace; }
     WindowList& windows() override { return desktop().windows; }
     WindowFocus& focus() override { return desktop().focus; }
+    FrontChanges& frontChanges() override { return desktop().frontChanges; }
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
     ScreenStreams& screenStreams() override { return desktop().streams; }
@@ -66,6 +67,7 @@ public:
     VideoFolders& videoFolders() override { return folders; }
     FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return desktop().events; }
+    KeyboardLayout& keyboardLayout() override { return desktop().events; }
     Pasteboard& pasteboard() override { return desktop().pasteboard; }
     SystemAccess& access() override { return desktop().access; }
     MachineFacts& facts() override { return machineFacts; }

@@ -254,5 +254,19 @@ TEST_F(Posting, makesNothingOnceTheServerIsGone)
     EXPECT_EQ(fixture.posting->pointerLocation(), DesktopPoint{});
 }
 
+TEST_F(Posting, readsTheChordsOfTheLayoutOfTheMoment)
+{
+    constexpr std::uint16_t semicolon = 41;
+    KeyEvent const event{KeyEvent::Kind::down, semicolon, {.ctrl = true}};
+    std::vector<std::string> const save{"cmd", "s"};
+    std::vector<std::string> const named{"cmd", "semicolon"};
+
+    EXPECT_THAT(fixture.await(fixture.posting->chordsOf(event)), ElementsAre(named));
+    fixture.desktop.run({"setxkbmap", "-layout", "us", "-variant", "dvorak"});
+    EXPECT_THAT(fixture.await(fixture.posting->chordsOf(event)), ElementsAre(save));
+    fixture.desktop.run({"setxkbmap", "-layout", "us,us", "-variant", ",dvorak"});
+    EXPECT_THAT(fixture.await(fixture.posting->chordsOf(event)), ElementsAre(named, save));
+}
+
 } // namespace
 } // namespace zelvo::test

@@ -1,11 +1,13 @@
 #include "desktop/harness/PainterProcess.h"
 #include "desktop/x11/LiveContexts.h"
+#include "drivers/FrontWatch.h"
 #include "drivers/FrontmostApp.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/OwnUiGuard.h"
 #include "fakes/ErrorOf.h"
 #include "fakes/FakeUserDefaults.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/windows/X11FrontChanges.h"
 #include "platform/linux/x11/windows/X11WindowList.h"
 #include "platform/linux/x11/windows/X11Workspace.h"
 #include "wire/AgentError.h"
@@ -16,6 +18,7 @@
 #include <unistd.h>
 #include <xcb/shape.h>
 
+#include <atomic>
 #include <thread>
 
 namespace zelvo::test {
@@ -378,6 +381,72 @@ TEST_F(ApplicationsByProcess, areThisProgramByItsProcessAlone)
     EXPECT_EQ(workspace->application(1), std::nullopt); // That of another, without a window.
     EXPECT_EQ(workspace->application(-1), std::nullopt);
     EXPECT_EQ(workspace->application(0), std::nullopt);
+}
+
+/// Counts reported changes of the front.
+class ReportedChanges {
+public:
+    ReportedChanges(Contexts const& contexts, std::shared_ptr<X11Connection> const& server)
+        : changes(contexts, server)
+    {
+        changes.observe([this] { ++count; });
+    }
+    bool growBeyond(int before) const
+    {
+        return waitFor([&] { return count > before; }, 5s);
+    }
+
+    std::atomic<int> count = 0;
+    X11FrontChanges changes;
+};
+
+TEST_F(GuardsOnADesktop, hearOfEveryWindowThatComesToTheFront)
+{
+    PainterProcess first(desktop, program("first"));
+    std::uint32_t const one = first.open({.x = 100, .y = 100, .className = "First"});
+    ReportedChanges const reported(live.contexts(), X11Connection::open());
+    PainterProcess second(desktop, program("second"));
+    std::uint32_t const two = second.open({.x = 300, .y = 100, .className = "Second"});
+    EXPECT_TRUE(reported.growBeyond(0));
+    for (std::uint32_t const window : {one, two, one}) {
+        int const before = reported.count;
+        bringToFront(window);
+        EXPECT_TRUE(reported.growBeyond(before));
+    }
+}
+
+TEST_F(GuardsOnADesktop, hearOfAWindowThatTakesTheFocusWithoutTheWindowManager)
+{
+    PainterProcess plain(desktop, program("plain"));
+    bringToFront(plain.open({.x = 100, .y = 100, .className = "Plain"}));
+    ReportedChanges const reported(live.contexts(), X11Connection::open());
+    Painter menu(desktop.display());
+    std::uint32_t const window = menu.open({.x = 300, .y = 300, .overrideRedirect = true});
+    int const before = reported.count;
+
+    xcb_set_input_focus(menu.x(), XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+    menu.sync();
+
+    EXPECT_TRUE(reported.growBeyond(before));
+}
+
+TEST_F(GuardsOnADesktop, watchWhetherAHiddenApplicationIsInFront)
+{
+    X11FrontChanges changes(live.contexts(), X11Connection::open());
+    FrontWatch front(live.contexts(), changes, *workspace, store, ::getpid());
+    std::atomic<int> barrings = 0;
+    front.start([&] { ++barrings; });
+    PainterProcess plain(desktop, program("plain"));
+    std::uint32_t const harmless = plain.open({.x = 300, .y = 100, .className = "Plain"});
+    PainterProcess secret(desktop, program("secret"));
+    std::uint32_t const hidden = secret.open({.x = 100, .y = 100, .className = "Keys"});
+
+    bringToFront(hidden);
+    EXPECT_TRUE(waitFor([&] { return barrings > 0; }, 5s)); // Without being asked.
+    EXPECT_TRUE(live.run(front.isBarred()));
+
+    bringToFront(harmless);
+    EXPECT_FALSE(live.run(front.isBarred()));
 }
 
 } // namespace

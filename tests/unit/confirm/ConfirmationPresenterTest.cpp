@@ -48,6 +48,7 @@ public:
     Task<> endText() override { co_return; }
     Task<> releaseAll() override { co_return; }
     Task<> drained() override { co_return; }
+    Task<> delivered() override { co_return; }
     DesktopPoint pointerLocation() override { return {}; }
 
 private:

@@ -8,6 +8,9 @@ namespace zelvo {
 namespace {
 
 using DangerousShortcuts::activatesFocusedControl;
+using DangerousShortcuts::activatingKey;
+using DangerousShortcuts::Match;
+using DangerousShortcuts::match;
 using DangerousShortcuts::meaning;
 using DangerousShortcuts::normalize;
 
@@ -167,6 +170,54 @@ TEST(DangerousShortcuts, throwFilesAwayInAFileManager)
     EXPECT_EQ(meaning({"forwarddelete"}, anyApp), std::nullopt);
     EXPECT_EQ(meaning({"shift", "forwarddelete"}, std::nullopt), std::nullopt);
     EXPECT_EQ(meaning({"fn", "x", "forwarddelete"}, "ORG.KDE.DOLPHIN"), localized("shortcut.moveToTrash"));
+}
+
+// Key names are positions: on dvorak "semicolon" gives S and "s" gives O.
+
+TEST(DangerousShortcuts, areFoundByWhatTheLayoutGives)
+{
+    EXPECT_EQ(match({"ctrl", "semicolon"}, anyApp, {{"cmd", "s"}}),
+              (Match{"cmd+s", localized("shortcut.save")}));
+    EXPECT_EQ(match({"semicolon"}, "discord", {{"return"}}),
+              (Match{"return", localized("shortcut.sendMessage")}));
+    EXPECT_EQ(match({"ctrl", "semicolon"}, anyApp, {{"cmd", "semicolon"}, {"cmd", "s"}}),
+              (Match{"cmd+s", localized("shortcut.save")}));
+    EXPECT_EQ(match({"ctrl", "semicolon"}, anyApp, {{"cmd", "semicolon"}}), std::nullopt);
+    EXPECT_EQ(match({"ctrl", "semicolon"}, anyApp, {}), std::nullopt);
+}
+
+TEST(DangerousShortcuts, areNamedAsTheyWillBePressed)
+{
+    EXPECT_EQ(match({"ctrl", "s"}, anyApp, {{"cmd", "return"}}),
+              (Match{"cmd+return", localized("shortcut.send")}));
+}
+
+TEST(DangerousShortcuts, areStillFoundAsTheyWereSent)
+{
+    EXPECT_EQ(match({"ctrl", "s"}, anyApp, {{"cmd", "o"}}), (Match{"ctrl+s", localized("shortcut.save")}));
+    EXPECT_EQ(match({"ctrl", "s"}, anyApp, {{"cmd", "s"}}), (Match{"ctrl+s", localized("shortcut.save")}));
+    EXPECT_EQ(match({"cmd", "alt", "s"}, anyApp, {{"cmd", "alt", "s"}}), std::nullopt);
+}
+
+TEST(DangerousShortcuts, activateTheFocusedControlByAnotherKeyOfTheLayout)
+{
+    EXPECT_TRUE(activatesFocusedControl({"semicolon"}, {{"return"}}));
+    EXPECT_TRUE(activatesFocusedControl({"x"}, {{"x"}, {"space"}}));
+    EXPECT_FALSE(activatesFocusedControl({"x"}, {{"x"}, {"shift", "space"}}));
+}
+
+TEST(DangerousShortcuts, knowTheActivatingKeyUnderAnyModifiers)
+{
+    for (Keys const& keys :
+         {Keys{"return"}, Keys{"enter"}, Keys{"cmd", "shift", "Return"}, Keys{"alt", "ENTER"},
+          Keys{"fn", "ctrl", "enter"}, Keys{"command", "return"}, Keys{"x", "return"}})
+        EXPECT_EQ(activatingKey(keys, {}), "return") << normalize(keys);
+    for (Keys const& keys : {Keys{"space"}, Keys{"shift", "space"}, Keys{"alt", "ctrl", "space"}})
+        EXPECT_EQ(activatingKey(keys, {}), "space") << normalize(keys);
+    EXPECT_EQ(activatingKey({"shift", "semicolon"}, {{"shift", "return"}}), "return");
+    EXPECT_EQ(activatingKey({"return", "x"}, {}), std::nullopt);
+    EXPECT_EQ(activatingKey({"shift", "a"}, {{"shift", "a"}}), std::nullopt);
+    EXPECT_EQ(activatingKey({}, {}), std::nullopt);
 }
 
 } // namespace

@@ -472,5 +472,49 @@ TEST_F(ElementProbeTest, takesNoWindowOfAnApplicationCalledLikeThisProgramForADi
     EXPECT_FALSE(dialog());
 }
 
+TEST_F(ElementProbeTest, findsTheDefaultButtonOfTheWindow)
+{
+    FakeElement field{.role = "AXTextField", .focused = true};
+    FakeElement send = button("Send");
+    send.isDefault = true;
+    focusWindow(window({field, button("Print"), within(2, send)}));
+
+    auto const found = run(platform.io, probe.defaultButton());
+
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->title, "Send");
+    EXPECT_EQ(found->windowSubrole, "AXStandardWindow");
+    run(platform.io, hiddenApps.add("mail"));
+    EXPECT_FALSE(run(platform.io, probe.defaultButton()));
+}
+
+TEST_F(ElementProbeTest, findsTheDefaultButtonOfTheFormInAPage)
+{
+    auto const form = [](std::string const& title, bool isFocused) {
+        FakeElement field{.role = "AXTextField", .focused = isFocused};
+        FakeElement submit = button(title);
+        submit.isDefault = true;
+        FakeElement group;
+        group.children = {within(1, field), button("Clear"), submit};
+        return group;
+    };
+    FakeElement page{.role = "AXWebArea"};
+    page.children = {form("Search", false), form("Pay", true)};
+    focusWindow(window({page}));
+
+    auto const found = run(platform.io, probe.defaultButton());
+
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->title, "Pay");
+}
+
+TEST_F(ElementProbeTest, findsNoDefaultButtonWhereNoneIsKnown)
+{
+    FakeElement field{.role = "AXTextField", .focused = true};
+    focusWindow(window({field, button("Send")}));
+
+    EXPECT_FALSE(run(platform.io, probe.defaultButton()));
+}
+
 } // namespace
 } // namespace zelvo

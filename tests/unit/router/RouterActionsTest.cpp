@@ -239,6 +239,33 @@ TEST_F(RouterActionsTest, aHiddenApplicationInFrontIsNotNamed)
         (json::object{{"actual", ""}, {"actualName", ""}, {"expected", "com.foo"}, {"failedIndex", "0"}}));
 }
 
+TEST_F(RouterActionsTest, expectingTheHiddenApplicationInFrontIsAnsweredLikeAnyWrongExpectation)
+{
+    platform.desktop.front = RunningApplication{100, {{"org.secret", "Secret"}}, "Secret"};
+    run(platform.io, hiddenApps.add("org.secret"));
+    for (char const* const action :
+         {R"({"type":"move","x":1,"y":1})", R"({"type":"key","keys":["a"]})", R"({"type":"wait","ms":1})"}) {
+        std::vector<std::string> answers;
+        for (std::string const expected : {"org.secret", "SECRET", "com.foo"}) {
+            std::optional<json::object> reply;
+            start(frame("actions.perform", R"({"actions":[)" + std::string(action) +
+                                               R"(],"expectBundleId":")" + expected + "\"}"),
+                  reply);
+            platform.time.advance(1'999ms);
+            EXPECT_FALSE(reply) << expected << " is answered early";
+            platform.time.advance(1ms);
+            ASSERT_TRUE(reply) << expected;
+            std::string answer = writeJson(reply->at("error"));
+            for (std::size_t at = 0; (at = answer.find(expected)) != std::string::npos;)
+                answer.replace(at, expected.size(), "?");
+            answers.push_back(std::move(answer));
+        }
+        EXPECT_EQ(answers[0], answers[2]) << action;
+        EXPECT_EQ(answers[1], answers[2]) << action;
+    }
+    EXPECT_TRUE(platform.posting.posted.empty());
+}
+
 TEST_F(RouterActionsTest, nothingInFrontIsAnotherApp)
 {
     std::optional<json::object> reply;

@@ -421,5 +421,38 @@ TEST_F(RouterConfirmationsTest, aConnectionThatIsRevokedWhileItsQuestionStandsAc
     EXPECT_EQ(code(clickAt()), "scope_denied");
 }
 
+TEST_F(RouterConfirmationsTest, aHiddenApplicationThatComesToTheFrontBeforeTheQuestionIsNotNamed)
+{
+    run(platform.io, hiddenApps.add("org.secret"));
+    // The checks of the chord look at the front twice; what follows them finds the hidden application.
+    int const checks = platform.desktop.looks + 2;
+    platform.desktop.onLook = [this, checks](int looks) {
+        if (looks > checks)
+            front("org.secret", "Secret", 200);
+    };
+
+    json::object const reply = press(R"(["cmd","s"])");
+
+    EXPECT_EQ(code(reply), "hidden_app_active");
+    EXPECT_EQ(writeJson(reply).find("ecret"), std::string::npos) << writeJson(reply);
+    EXPECT_THAT(confirmations.questions, IsEmpty());
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, aShortcutIsFoundByWhatTheLayoutGives)
+{
+    platform.layout.chords = [](KeyEvent event) -> std::vector<std::vector<std::string>> {
+        constexpr int semicolon = 41;
+        EXPECT_TRUE(event.flags.ctrl);
+        if (event.keyCode == semicolon)
+            return {{"cmd", "s"}};
+        return {};
+    };
+
+    EXPECT_EQ(code(press(R"(["ctrl","semicolon"])")), "");
+
+    EXPECT_THAT(asked(), ElementsAre(shortcut("cmd+s", "Form", "shortcut.save")));
+}
+
 } // namespace
 } // namespace zelvo

@@ -134,6 +134,9 @@ protected:
             .cursor = cursor,
             .offers = offers,
             .mode = newMode,
+            .beginAction = [this] { return gate.beginAction(); },
+            .layout = &platform.layout,
+            .isStrict = [this] { return platform.settings.boolean("zelvo.strictGuard").value_or(false); },
         };
         router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(services));
     }

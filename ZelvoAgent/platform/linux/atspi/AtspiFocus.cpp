@@ -19,13 +19,13 @@ bool isItem(AtspiRole role)
 
 std::optional<AtspiNode::Index> AtspiFocus::findIn(Index window)
 {
-    auto const focused = inquiry.focusedIn(window);
-    return focused ? lastOf(*focused, window) : lookFor(window);
+    auto const matches = inquiry.withState(window, wanted);
+    return matches ? lastOf(*matches, window) : lookFor(window);
 }
 
-std::optional<AtspiNode::Index> AtspiFocus::lastOf(std::vector<Index> const& focused, Index window)
+std::optional<AtspiNode::Index> AtspiFocus::lastOf(std::vector<Index> const& matches, Index window)
 {
-    for (Index const index : std::views::reverse(focused)) {
+    for (Index const index : std::views::reverse(matches)) {
         std::vector<Index> chain = {index};
         while (chain.back() != window && chain.size() < maxLevels) {
             known.askIdentity(chain.back());
@@ -37,7 +37,7 @@ std::optional<AtspiNode::Index> AtspiFocus::lastOf(std::vector<Index> const& foc
         for (std::size_t i = chain.size() - 1; chain.back() == window && i > 0; --i)
             nodes.hang(chain[i - 1], chain[i]);
         known.identify(index);
-        if (nodes[index].parent && known.exists(index) && nodes[index].has(AtspiState::focused))
+        if (nodes[index].parent && known.exists(index) && nodes[index].has(wanted))
             return index;
     }
     return std::nullopt;
@@ -45,7 +45,7 @@ std::optional<AtspiNode::Index> AtspiFocus::lastOf(std::vector<Index> const& foc
 
 std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
 {
-    std::optional<Index> focused;
+    std::optional<Index> found;
     std::vector<Index> row = {window};
     for (std::size_t lookedAt = 0; !row.empty() && lookedAt < maxLookedAt; lookedAt += row.size()) {
         for (Index const index : row)
@@ -55,8 +55,8 @@ std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
             known.identify(index);
             if (!known.isShowing(index))
                 continue;
-            if (nodes[index].has(AtspiState::focused) && !isJustCurrent(index))
-                focused = index;
+            if (nodes[index].has(wanted) && !isJustCurrent(index))
+                found = index;
             inquiry.ask(index, AtspiQuestion::children);
             below.push_back(index);
         }
@@ -68,7 +68,7 @@ std::optional<AtspiNode::Index> AtspiFocus::lookFor(Index window)
                 row.insert(row.end(), children->begin(), children->end());
         }
     }
-    return focused;
+    return found;
 }
 
 /// Qt reports the current item of every list, and the current tab, as focused.

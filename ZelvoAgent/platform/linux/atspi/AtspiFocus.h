@@ -7,29 +7,34 @@
 
 namespace zelvo {
 
-/// Finds the element with the keyboard focus. Thread: one; blocks.
+/// Finds the element with the keyboard focus, or the one with another state that one element of a window has.
+/// Thread: one; blocks.
 class AtspiFocus {
 public:
     using Index = AtspiNode::Index;
     static constexpr std::size_t maxLookedAt = 5'000;
 
-    AtspiFocus(AtspiInquiry& inquiry, AtspiNodes& nodes, AtspiElements& known)
-        : inquiry(inquiry), nodes(nodes), known(known)
+    AtspiFocus(AtspiInquiry& inquiry,
+               AtspiNodes& nodes,
+               AtspiElements& known,
+               AtspiState wanted = AtspiState::focused)
+        : inquiry(inquiry), nodes(nodes), known(known), wanted(wanted)
     {
     }
 
-    /// The deepest focused element in a window.
+    /// The deepest such element in a window.
     std::optional<Index> findIn(Index window);
 
 private:
-    /// The last, and therefore the deepest, of the focused elements that the application itself found.
-    std::optional<Index> lastOf(std::vector<Index> const& focused, Index window);
+    /// The last, and therefore the deepest, of the elements that the application itself found.
+    std::optional<Index> lastOf(std::vector<Index> const& matches, Index window);
     std::optional<Index> lookFor(Index window);
     bool isJustCurrent(Index index) const;
 
     AtspiInquiry& inquiry;
     AtspiNodes& nodes;
     AtspiElements& known;
+    AtspiState wanted;
 };
 
 } // namespace zelvo

@@ -155,27 +155,27 @@ std::optional<AtspiNode::Index> AtspiInquiry::parentOf(Index index)
     return claimed ? find(index, *claimed) : std::nullopt;
 }
 
-std::optional<std::vector<AtspiNode::Index>> AtspiInquiry::focusedIn(Index index)
+std::optional<std::vector<AtspiNode::Index>> AtspiInquiry::withState(Index index, AtspiState state)
 {
     constexpr std::uint32_t inTheirOrder = 1;
     if (!toolkitOf(nodes[index].peer).collects || exchange.isOver())
         return std::nullopt;
     auto call = questions.newCall(index, "org.a11y.atspi.Collection", "GetMatches");
     if (call) {
-        atspi::appendRuleOfState(call.get(), AtspiState::focused);
+        atspi::appendRuleOfState(call.get(), state);
         sd_bus_message_append(call.get(), "uib", inTheirOrder, 0, 1);
     }
-    std::optional<std::vector<atspi::Reference>> focused;
+    std::optional<std::vector<atspi::Reference>> matches;
     bool isAnswered = false;
     exchange.ask(nodes[index].peer, std::move(call), [&](sd_bus_message* reply) {
         isAnswered = true;
-        focused = reply ? atspi::readReferences(reply) : std::nullopt;
+        matches = reply ? atspi::readReferences(reply) : std::nullopt;
     });
     exchange.await(nodes[index].peer, [&] { return isAnswered; });
-    if (!focused)
+    if (!matches)
         return std::nullopt;
     std::vector<Index> found;
-    for (atspi::Reference const& reference : *focused)
+    for (atspi::Reference const& reference : *matches)
         if (auto const element = find(index, reference))
             found.push_back(*element);
     return found;

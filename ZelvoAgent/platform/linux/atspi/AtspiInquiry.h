@@ -52,9 +52,9 @@ public:
     void announceHit(Index index, ReportedPoint point);
     /// The element that it reports as its parent; waits for the answer.
     std::optional<Index> parentOf(Index index);
-    /// The focused elements inside an element, found by the application; waits for the answer. `nullopt` if
-    /// the application offers no such search.
-    std::optional<std::vector<Index>> focusedIn(Index index);
+    /// The elements with a state inside an element, found by the application; waits for the answer. `nullopt`
+    /// if the application offers no such search.
+    std::optional<std::vector<Index>> withState(Index index, AtspiState state);
     /// The process that an element belongs to.
     std::optional<std::int32_t> processOf(Index index) const;
     /// The element that another element of the same application refers to.

@@ -205,6 +205,8 @@ std::optional<bool> AtspiReader::flag(AccessibilityElement element, Accessibilit
         return node.has(AtspiState::enabled) && node.has(AtspiState::sensitive);
     case AccessibilityAttribute::focused:
         return node.has(AtspiState::focused);
+    case AccessibilityAttribute::isDefault:
+        return node.has(AtspiState::isDefault);
     default:
         return std::nullopt;
     }
@@ -224,6 +226,8 @@ std::optional<AccessibilityElement> AtspiReader::element(AccessibilityElement el
         index = focusedElement();
     else if (attribute == AccessibilityAttribute::focusedWindow)
         index = focusedWindow();
+    else if (attribute == AccessibilityAttribute::defaultButton)
+        index = defaultButton();
     else if (attribute == AccessibilityAttribute::menuBar)
         index = menuBar();
     return index ? std::optional(AccessibilityElement{*index}) : std::nullopt;
@@ -298,6 +302,12 @@ std::optional<AtspiNode::Index> AtspiReader::focusedElement()
         auto const window = focusedWindow();
         return window ? AtspiFocus(*inquiry, nodes, *known).findIn(*window) : std::nullopt;
     });
+}
+
+std::optional<AtspiNode::Index> AtspiReader::defaultButton()
+{
+    auto const window = focusedWindow();
+    return window ? AtspiFocus(*inquiry, nodes, *known, AtspiState::isDefault).findIn(*window) : std::nullopt;
 }
 
 std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)

@@ -65,6 +65,7 @@ private:
     std::optional<Index> menuBar();
     std::optional<AccessibilityElement> parentOf(Index index) const;
     std::optional<Index> focusedElement();
+    std::optional<Index> defaultButton();
     std::optional<Index> hitTest(DesktopPoint point);
     void announce(DesktopPoint point);
     /// Calls `look`, repeatedly if this is a Chromium that has just begun to build its pages' elements.

@@ -18,6 +18,7 @@ enum class AtspiState {
     showing = 25,
     visible = 30,
     managesDescendants = 31,
+    isDefault = 39,
     hasPopup = 42,
 };
 

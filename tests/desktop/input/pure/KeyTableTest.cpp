@@ -108,5 +108,29 @@ TEST_F(KeyTables, haveTheCharactersOfTheirPositions)
         EXPECT_EQ(find(us, label), (KeyStroke{keycodeAtPosition(code).value(), {}})) << code;
 }
 
+/// Typed text must begin no compose sequence, whose end could be any text, and press Return only for a line
+/// end.
+TEST_F(KeyTables, typeNothingByDeadKeysOrTheComposeKeyOrReturn)
+{
+    for (char const* const variant : {"intl", "dvorak-intl", "altgr-intl"}) {
+        KeyTable const us = table("us", {}, variant);
+        for (char32_t character = 0x20; character < 0x2100; ++character) {
+            auto const stroke = find(us, character);
+            if (!stroke)
+                continue;
+            EXPECT_NE(stroke->keycode, 36) << std::uint32_t(character);
+            xkb_keysym_t const* symbols = nullptr;
+            int const level =
+                static_cast<int>(stroke->modifiers.size() == 1 && stroke->modifiers[0] == shift);
+            int const count = xkb_keymap_key_get_syms_by_level(
+                keymap.get(), stroke->keycode, 0, static_cast<xkb_level_index_t>(level), &symbols);
+            if (stroke->modifiers.empty() || level == 1) {
+                ASSERT_EQ(count, 1) << std::uint32_t(character);
+                EXPECT_EQ(xkb_keysym_to_utf32(symbols[0]), std::uint32_t(character));
+            }
+        }
+    }
+}
+
 } // namespace
 } // namespace zelvo

@@ -1,5 +1,6 @@
 #include "platform/linux/x11/input/Keyboard.h"
 
+#include "platform/linux/x11/input/KeyReadings.h"
 #include "platform/linux/x11/input/XkbProtocol.h"
 
 namespace zelvo {
@@ -44,6 +45,11 @@ bool Keyboard::readKeymap()
     keymap = std::move(fresh);
     modifiers = ModifierKeys::of(keymap.get());
     return true;
+}
+
+std::vector<std::vector<std::string>> Keyboard::readings(std::uint8_t keycode, ModifierFlags flags) const
+{
+    return readingsOf(keymap.get(), state, modifiers, keycode, flags);
 }
 
 bool Keyboard::holdsCommandModifier() const

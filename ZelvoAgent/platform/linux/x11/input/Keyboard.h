@@ -7,6 +7,7 @@
 #include "platform/linux/x11/input/ServerKeymap.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace zelvo {
@@ -37,6 +38,8 @@ public:
         add(flags.shift, modifiers.shift, modifiers.shiftMask);
         return keys;
     }
+    /// The chords that programs may read from a key; see KeyboardLayout.
+    std::vector<std::vector<std::string>> readings(std::uint8_t keycode, ModifierFlags flags) const;
     /// True while a modifier is down that would turn letters into commands.
     bool holdsCommandModifier() const;
     UsableLevels usableLevels() const;

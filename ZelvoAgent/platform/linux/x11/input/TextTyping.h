@@ -30,6 +30,9 @@ public:
     /// Waits until the text has been read by the application, then gives the bound keys back.
     Task<> end();
 
+    /// Waits until the window with the focus has handled what was sent.
+    Task<> delivered() { return barrier.wait(); }
+
     KeyBorrower& borrower() { return keys; }
 
 private:

@@ -4,6 +4,7 @@
 #include "platform/linux/x11/input/ClickSpacing.h"
 #include "platform/linux/x11/input/DesktopSettings.h"
 #include "platform/linux/x11/input/InputConnection.h"
+#include "platform/linux/x11/input/KeyPositions.h"
 #include "platform/linux/x11/input/Keyboard.h"
 #include "platform/linux/x11/input/SwitchPoster.h"
 #include "platform/linux/x11/input/TextTyping.h"
@@ -98,6 +99,14 @@ public:
     }
 
     bool make(TextEvent const&) { return true; } // Typed when its key went down.
+
+    std::vector<std::vector<std::string>> chordsOf(KeyEvent const& event)
+    {
+        auto const keycode = keycodeAtPosition(event.keyCode);
+        if (!keycode || !keyboard.refresh())
+            return {};
+        return keyboard.readings(*keycode, event.flags);
+    }
 
     DesktopPoint pointer() const
     {
@@ -217,6 +226,19 @@ Task<> X11EventPosting::drained()
 {
     if (machine)
         co_await on(contexts.workers, [this] { machine->connection->roundTrip(); });
+}
+
+Task<> X11EventPosting::delivered()
+{
+    if (machine)
+        co_await machine->typing.delivered();
+}
+
+Task<std::vector<std::vector<std::string>>> X11EventPosting::chordsOf(KeyEvent event)
+{
+    if (!machine)
+        co_return std::vector<std::vector<std::string>>();
+    co_return co_await on(contexts.workers, [this, &event] { return machine->chordsOf(event); });
 }
 
 DesktopPoint X11EventPosting::pointerLocation()

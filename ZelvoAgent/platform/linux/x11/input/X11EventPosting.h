@@ -3,10 +3,13 @@
 #include "base/Clock.h"
 #include "base/Contexts.h"
 #include "platform/EventPosting.h"
+#include "platform/KeyboardLayout.h"
 #include "platform/linux/x11/DisplayLayout.h"
 
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -15,7 +18,7 @@ namespace zelvo {
 /// what a killed process left: bound keys, and keys and buttons held down. Thread: as EventPosting; what
 /// waits for the server runs on the workers, pointerLocation() is one query. Failures: without a server,
 /// XTEST or the keyboard extension every event gives false.
-class X11EventPosting final : public EventPosting {
+class X11EventPosting final : public EventPosting, public KeyboardLayout {
 public:
     /// `layout` tells how points lie on the screen; it is called from any thread.
     X11EventPosting(Contexts contexts, Clock& clock, std::function<DisplayLayout()> layout);
@@ -27,7 +30,9 @@ public:
     Task<> endText() override;
     Task<> releaseAll() override;
     Task<> drained() override;
+    Task<> delivered() override;
     DesktopPoint pointerLocation() override;
+    Task<std::vector<std::vector<std::string>>> chordsOf(KeyEvent event) override;
 
 private:
     class Machine;

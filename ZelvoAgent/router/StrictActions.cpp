@@ -1,0 +1,181 @@
+#include "router/StrictActions.h"
+
+#include "base/Hop.h"
+#include "confirm/ButtonRoles.h"
+#include "confirm/DangerousShortcuts.h"
+#include "drivers/ElectronAccessibility.h"
+
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace zelvo {
+
+namespace {
+
+constexpr std::int64_t secondDragMs = 100;
+/// Chromium handles input in another process than the one that answers us.
+constexpr Duration rendererPause = 100ms;
+
+bool endsLine(std::string const& piece)
+{
+    return piece.starts_with('\n') || piece.starts_with('\r');
+}
+
+} // namespace
+
+Task<bool> StrictActions::perform(InputAction action, Turn turn)
+{
+    auto const carryOut = [this, &turn]<class Kind>(Kind kind) -> Task<bool> {
+        if constexpr (requires { run(std::move(kind), turn); }) {
+            co_await run(std::move(kind), turn);
+            co_return true;
+        } else {
+            co_return false;
+        }
+    };
+    co_return co_await std::visit(carryOut, std::move(action.value));
+}
+
+/// Of a series of clicks each may meet another element.
+Task<> StrictActions::run(InputAction::Click action, Turn turn)
+{
+    co_await askAboutClick(action.point, action.button, turn);
+    InputDriving::Before const beforeNext = [this, action, turn]() -> Task<> {
+        co_await services.input.delivered();
+        co_await askAboutClick(action.point, action.button, turn);
+    };
+    co_await services.shown.perform(action, beforeNext);
+}
+
+Task<> StrictActions::run(InputAction::MouseDown action, Turn)
+{
+    pressedAt[action.button] = action.point;
+    co_await services.shown.perform(std::move(action));
+}
+
+Task<> StrictActions::run(InputAction::MouseUp action, Turn turn)
+{
+    auto const pressed = pressedAt.extract(action.button);
+    Hold const hold{
+        .from = pressed ? pressed.mapped() : action.point, .to = action.point, .button = action.button};
+    // What is there may be shown only while the pointer is over it.
+    co_await services.shown.perform(InputAction::Move{action.point});
+    co_await release(hold, std::move(turn));
+}
+
+Task<> StrictActions::run(InputAction::Drag action, Turn turn)
+{
+    co_await services.hiddenGuard.assertPointAllowed(action.to);
+    co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(action.to); });
+    Hold const hold{.from = action.from, .to = action.to, .button = action.button};
+    if (co_await services.shown.begin(std::move(action)))
+        co_await release(hold, std::move(turn));
+}
+
+/// Lets go of a held button. If that would press something that a left click asks about, the button is first
+/// let go outside of it, and only after a yes the whole press is made again.
+Task<> StrictActions::release(Hold hold, Turn turn)
+{
+    co_await services.input.delivered();
+    auto subject = co_await subjectOf(hold.to, hold.button, turn.asker);
+    while (subject) {
+        co_await services.input.releaseAll();
+        co_await services.confirmations.ask(*subject, turn.asker);
+        co_await turn.recheck(std::nullopt);
+        if (!co_await services.input.dragHeld(hold.from, hold.to, hold.button, secondDragMs))
+            co_return;
+        co_await services.input.delivered();
+        auto now = co_await subjectOf(hold.to, hold.button, turn.asker);
+        if (now == subject)
+            break;
+        subject = std::move(now);
+    }
+    co_await services.input.mouseUp(hold.to, hold.button);
+}
+
+Task<> StrictActions::run(InputAction::Type action, Turn turn)
+{
+    InputDriving::BeforePiece const before = [this, turn](std::string piece) -> Task<> {
+        co_await askAboutPiece(std::move(piece), turn);
+    };
+    co_await services.shown.perform(std::move(action), before);
+}
+
+/// A line end is Return, and a blank presses a button that has the keyboard focus.
+Task<> StrictActions::askAboutPiece(std::string piece, Turn turn)
+{
+    std::vector<std::string> const keys{endsLine(piece) ? "return" : "space"};
+    lastInput = services.clock.now(); // The text before it.
+    if (endsLine(piece)) {
+        co_await askAboutKeys(keys, turn);
+    } else {
+        if (std::exchange(mayHaveMoved, false))
+            co_await settle();
+        auto const focused = co_await services.probe.focusedElement();
+        if (focused && isButtonRole(focused->role))
+            co_await askAboutKeys(keys, turn);
+    }
+    mayHaveMoved = mayHaveMoved || endsLine(piece) || piece.find('\t') != std::string::npos;
+}
+
+Task<> StrictActions::run(InputAction::Key action, Turn turn)
+{
+    co_await askAboutKeys(action.keys, turn);
+    co_await services.shown.perform(std::move(action));
+}
+
+Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
+{
+    if (DangerousShortcuts::activatingKey(keys, {}))
+        co_await settle();
+    auto const front = co_await services.probe.frontmostApp();
+    if (co_await services.confirmations.askAboutKeys(std::move(keys), front, turn.asker, Strictness::strict))
+        co_await turn.recheck(front ? front->bundleId : "");
+}
+
+Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
+{
+    DesktopPoint const point = co_await services.elements.assertHoldsText(action);
+    if (auto const subject = co_await subjectOf(point, MouseButton::left, turn.asker)) {
+        co_await services.confirmations.ask(*subject, turn.asker);
+        co_await turn.recheck(services.elements.applicationOf(action.snapshotId));
+        co_await services.elements.assertHoldsText(action);
+    }
+    co_await services.elements.selectText(action);
+    noteInput();
+    InputAction::Type typed{.text = std::move(action.text)};
+    co_await run(std::move(typed), std::move(turn));
+}
+
+Task<> StrictActions::askAboutClick(DesktopPoint at, MouseButton button, Turn turn)
+{
+    auto const subject = co_await subjectOf(at, button, turn.asker);
+    if (!subject)
+        co_return;
+    co_await services.confirmations.ask(*subject, turn.asker);
+    co_await turn.recheck(std::nullopt);
+}
+
+/// The right button opens a menu on a button, but it presses the items of an open menu like any other.
+Task<std::optional<ConfirmationSubject>>
+StrictActions::subjectOf(DesktopPoint at, MouseButton button, Asker asker)
+{
+    auto const element = co_await services.probe.element(at);
+    if (!element || (button == MouseButton::right && element->role != "AXMenuItem"))
+        co_return std::nullopt;
+    co_return Confirmations::subjectOfPress(*element, asker);
+}
+
+Task<> StrictActions::settle()
+{
+    co_await services.input.delivered();
+    Duration const since = services.clock.now() - lastInput;
+    if (since >= rendererPause)
+        co_return;
+    auto const front = co_await services.probe.frontmostApp();
+    if (front && ElectronAccessibility::looksLikeChromium(front->bundleId))
+        co_await services.clock.sleepThroughCancel(rendererPause - since);
+}
+
+} // namespace zelvo
