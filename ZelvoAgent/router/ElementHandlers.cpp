@@ -15,14 +15,6 @@ constexpr Duration settlePause = 60ms;
 
 using OptionalText = std::optional<std::string>;
 
-std::shared_ptr<UiTreeSnapshot const> snapshotOf(SnapshotStore const& snapshots, std::string const& id)
-{
-    auto snapshot = snapshots.find(id);
-    if (!snapshot)
-        throw AgentError::snapshotExpired;
-    return snapshot;
-}
-
 UiElementInfo elementOf(UiTreeSnapshot const& snapshot, std::string const& elementId)
 {
     auto const found = std::ranges::find(snapshot.elements, elementId, &UiElementInfo::id);
@@ -63,14 +55,22 @@ DetailedAgentError otherElementNow(UiElementInfo const& info, std::optional<Prob
 
 } // namespace
 
+std::shared_ptr<UiTreeSnapshot const> ElementHandlers::snapshotOf(std::string const& id) const
+{
+    auto snapshot = services.snapshots.find(connection, id);
+    if (!snapshot)
+        throw AgentError::snapshotExpired;
+    return snapshot;
+}
+
 UiElementInfo ElementHandlers::element(std::string const& snapshotId, std::string const& elementId) const
 {
-    return elementOf(*snapshotOf(services.snapshots, snapshotId), elementId);
+    return elementOf(*snapshotOf(snapshotId), elementId);
 }
 
 Task<> ElementHandlers::perform(InputAction::ClickElement action)
 {
-    auto const snapshot = snapshotOf(services.snapshots, action.snapshotId);
+    auto const snapshot = snapshotOf(action.snapshotId);
     UiElementInfo const info = elementOf(*snapshot, action.elementId);
     if (snapshot->app)
         co_await assertFromFrontmostApp(*snapshot->app);

@@ -8,7 +8,9 @@
 #include "router/ShownInput.h"
 #include "router/SnapshotStore.h"
 
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace zelvo {
 
@@ -29,6 +31,9 @@ public:
 
     explicit ElementHandlers(Services services) : services(std::move(services)) {}
 
+    /// Says whose batch begins. Until the next call, only that connection's snapshots are known.
+    void serve(SnapshotStore::Connection batchOf) { connection = std::move(batchOf); }
+
     /// Throws AgentError: snapshotExpired, invalidRequest for an unknown element.
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
     /// Clicks an element if it is still the one that the snapshot shows.
@@ -37,9 +42,12 @@ public:
     Task<> perform(InputAction::SetValue action);
 
 private:
+    /// Throws AgentError::snapshotExpired.
+    std::shared_ptr<UiTreeSnapshot const> snapshotOf(std::string const& id) const;
     Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
 
     Services services;
+    SnapshotStore::Connection connection; // strand; batches run one at a time
 };
 
 } // namespace zelvo
