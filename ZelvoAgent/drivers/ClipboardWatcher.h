@@ -13,9 +13,10 @@
 
 namespace zelvo {
 
-/// Records which application the clipboard's content comes from. No system reports that, so the source is the
-/// application that is frontmost at the first poll after a change, at most half a second later. Content from
-/// before the program's start has no known source. Thread: main; queries the desktop on the workers.
+/// Records which applications the clipboard's content comes from: the one that is frontmost at the first poll
+/// after a change, at most half a second later, and the one whose process owns the clipboard. A clipboard
+/// manager, and any other program without a window, may offer what others copied: its content also comes from
+/// all applications that copied since it started. Thread: main; queries the desktop on the workers.
 class ClipboardWatcher {
 public:
     /// The clipboard's present content counts as unchanged.
@@ -32,10 +33,13 @@ public:
     Task<> poll();
 
     /// The application that was frontmost at the clipboard's last change. `nullopt` if there was none, if it
-    /// has no name, or if nothing has changed yet.
+    /// has no name, or if nothing has changed yet. A clipboard manager's change counts as none.
     std::optional<std::string> lastSourceBundleId() const;
-    /// True if any name of that application is in `hidden`. False for an unknown application.
-    bool isSourceHidden(std::set<std::string> const& hidden) const;
+    /// The change counter at the last poll.
+    std::int64_t lastChange() const;
+    /// True if any name of a source is in `hidden`, of the content since that change or of any content after
+    /// it. False for an unknown application.
+    bool isSourceHidden(std::set<std::string> const& hidden, std::int64_t since) const;
 
 private:
     struct Poller;

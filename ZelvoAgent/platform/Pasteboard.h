@@ -1,12 +1,24 @@
 #pragma once
 
 #include "base/Task.h"
+#include "platform/RunningApplication.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace zelvo {
+
+/// A change of the clipboard's content.
+struct ClipboardChange {
+    std::int64_t count = 0; ///< the change counter after it; 0 for the content from before the start
+    /// The application of the process that owns the clipboard since then. It has no names if it is unknown.
+    /// Only the names, `isRegular` and `launchDate` are filled in.
+    RunningApplication owner = {};
+    bool isOurs = false;     ///< made by this program
+    bool isManagers = false; ///< made by a clipboard manager, which offers what others copied
+};
 
 /// The general clipboard, plain text only.
 /// Thread: any; callers are resumed on their own executor.
@@ -20,6 +32,9 @@ public:
     virtual ~Pasteboard() = default;
     /// Grows with each change of the content by any program, this one included. Never waits.
     virtual std::int64_t changeCount() const = 0;
+    /// The latest changes after that count, oldest first. -1 includes the content from before the start. May
+    /// be empty: some systems do not know who changed the clipboard.
+    virtual Task<std::vector<ClipboardChange>> changesAfter(std::int64_t count) = 0;
     /// The plain text as UTF-8. Empty if there is none, if it is longer than maxTextLength, or if its owner
     /// fails to deliver it: is silent for 5 s, needs more than 30 s in all or ends in the middle.
     virtual Task<std::string> text() = 0;

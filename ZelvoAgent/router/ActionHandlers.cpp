@@ -57,6 +57,7 @@ Task<json::value> ActionHandlers::perform(Admission admission)
     if (isBusy)
         throw AgentError::machineBusy;
     ControlLease const lease(isBusy);
+    services.elements.serve(admission.frame.connectionId);
     co_await on(services.contexts.main, [this] { services.state.markWorking(); });
     co_await services.recorder.agentActed(admission.frame.connectionId, admission.platformName());
     co_await performBatch(actions, expected, admission.asker);

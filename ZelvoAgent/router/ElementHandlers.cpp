@@ -17,14 +17,6 @@ constexpr auto textRoles =
 
 using OptionalText = std::optional<std::string>;
 
-std::shared_ptr<UiTreeSnapshot const> snapshotOf(SnapshotStore const& snapshots, std::string const& id)
-{
-    auto snapshot = snapshots.find(id);
-    if (!snapshot)
-        throw AgentError::snapshotExpired;
-    return snapshot;
-}
-
 UiElementInfo elementOf(UiTreeSnapshot const& snapshot, std::string const& elementId)
 {
     auto const found = std::ranges::find(snapshot.elements, elementId, &UiElementInfo::id);
@@ -65,14 +57,22 @@ DetailedAgentError otherElementNow(UiElementInfo const& info, std::optional<Prob
 
 } // namespace
 
+std::shared_ptr<UiTreeSnapshot const> ElementHandlers::snapshotOf(std::string const& id) const
+{
+    auto snapshot = services.snapshots.find(connection, id);
+    if (!snapshot)
+        throw AgentError::snapshotExpired;
+    return snapshot;
+}
+
 UiElementInfo ElementHandlers::element(std::string const& snapshotId, std::string const& elementId) const
 {
-    return elementOf(*snapshotOf(services.snapshots, snapshotId), elementId);
+    return elementOf(*snapshotOf(snapshotId), elementId);
 }
 
 OptionalText ElementHandlers::applicationOf(std::string const& snapshotId) const
 {
-    auto const snapshot = snapshotOf(services.snapshots, snapshotId);
+    auto const snapshot = snapshotOf(snapshotId);
     bool const isKnown = snapshot->app && !snapshot->app->bundleId.empty();
     return isKnown ? OptionalText(snapshot->app->bundleId) : std::nullopt;
 }
@@ -85,7 +85,7 @@ Task<> ElementHandlers::perform(InputAction::ClickElement action)
 
 Task<DesktopPoint> ElementHandlers::assertMayBeClicked(std::string snapshotId, std::string elementId)
 {
-    auto const snapshot = snapshotOf(services.snapshots, snapshotId);
+    auto const snapshot = snapshotOf(snapshotId);
     UiElementInfo const info = elementOf(*snapshot, elementId);
     if (snapshot->app)
         co_await assertFromFrontmostApp(*snapshot->app);

@@ -8,8 +8,10 @@
 #include "router/ShownInput.h"
 #include "router/SnapshotStore.h"
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace zelvo {
 
@@ -30,6 +32,9 @@ public:
 
     explicit ElementHandlers(Services services) : services(std::move(services)) {}
 
+    /// Says whose batch begins. Until the next call, only that connection's snapshots are known.
+    void serve(SnapshotStore::Connection batchOf) { connection = std::move(batchOf); }
+
     /// Throws AgentError: snapshotExpired, invalidRequest for an unknown element.
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
     /// The application that a snapshot shows; `nullopt` if it is unknown. Throws AgentError::snapshotExpired.
@@ -48,9 +53,12 @@ public:
 private:
     /// Throws unless the element is in front, unchanged and not one of this program; gives its centre.
     Task<DesktopPoint> assertMayBeClicked(std::string snapshotId, std::string elementId);
+    /// Throws AgentError::snapshotExpired.
+    std::shared_ptr<UiTreeSnapshot const> snapshotOf(std::string const& id) const;
     Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);
 
     Services services;
+    SnapshotStore::Connection connection; // strand; batches run one at a time
 };
 
 } // namespace zelvo

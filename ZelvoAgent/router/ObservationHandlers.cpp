@@ -122,7 +122,7 @@ Task<json::value> ObservationHandlers::uiTree(Admission admission)
 
     co_await services.recorder.agentLooked();
     auto const snapshot = std::make_shared<UiTreeSnapshot const>(co_await readTree(scope, interactiveOnly));
-    services.snapshots.store(snapshot);
+    services.snapshots.store(admission.frame.connectionId, snapshot);
     json::value result =
         co_await on(services.contexts.workers, [&] { return treeResult(*snapshot, compact); });
     co_await logLooked(admission.frame.connectionId, admission.loggedAgentName());

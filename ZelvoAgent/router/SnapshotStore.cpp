@@ -8,16 +8,17 @@ constexpr Duration lifetime = 30s;
 
 } // namespace
 
-void SnapshotStore::store(std::shared_ptr<UiTreeSnapshot const> snapshot)
+void SnapshotStore::store(Connection connection, std::shared_ptr<UiTreeSnapshot const> snapshot)
 {
     std::string const id = snapshot->snapshotId;
-    snapshots[id] = std::move(snapshot);
+    snapshots[{std::move(connection), id}] = std::move(snapshot);
     pruneSnapshots();
 }
 
-std::shared_ptr<UiTreeSnapshot const> SnapshotStore::find(std::string const& snapshotId) const
+std::shared_ptr<UiTreeSnapshot const> SnapshotStore::find(Connection const& connection,
+                                                          std::string const& snapshotId) const
 {
-    auto const found = snapshots.find(snapshotId);
+    auto const found = snapshots.find({connection, snapshotId});
     if (found == snapshots.end() || isTooOld(*found->second))
         return nullptr;
     return found->second;

@@ -56,25 +56,30 @@ Task<json::value> TransferHandlers::downloadFile(Admission admission)
     });
 }
 
-/// What a hidden application copied is not shown, nor what is copied while the text is fetched.
+/// What a hidden application copied is not shown, nor any text if one copies while it is fetched.
 Task<json::value> TransferHandlers::clipboardText(Admission)
 {
-    co_await assertClipboardMayBeSeen();
+    std::int64_t const before = co_await assertClipboardMayBeSeen(std::nullopt);
     records::ClipboardText clipboard;
     clipboard.text = co_await services.pasteboard.text();
-    co_await assertClipboardMayBeSeen();
+    co_await assertClipboardMayBeSeen(before);
     co_return records::toJson(std::move(clipboard));
 }
 
-Task<> TransferHandlers::assertClipboardMayBeSeen()
+Task<std::int64_t> TransferHandlers::assertClipboardMayBeSeen(std::optional<std::int64_t> since)
 {
     std::set<std::string> const hidden = co_await services.hiddenApps.bundleIds();
-    auto look = [this, &hidden]() -> Task<bool> {
+    auto look = [this, &hidden, since]() -> Task<std::optional<std::int64_t>> {
         co_await services.clipboard.poll(); // A change of the last half second too.
-        co_return services.clipboard.isSourceHidden(hidden);
+        std::int64_t const last = services.clipboard.lastChange();
+        if (services.clipboard.isSourceHidden(hidden, since.value_or(last)))
+            co_return std::nullopt;
+        co_return last;
     };
-    if (co_await runOn(services.contexts.main, std::move(look)))
+    auto const last = co_await runOn(services.contexts.main, std::move(look));
+    if (!last)
         throw AgentError::hiddenAppActive;
+    co_return *last;
 }
 
 Task<json::value> TransferHandlers::setClipboardText(Admission admission)

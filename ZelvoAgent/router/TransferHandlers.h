@@ -9,6 +9,8 @@
 #include "router/HandlerTable.h"
 
 #include <array>
+#include <cstdint>
+#include <optional>
 
 namespace zelvo {
 
@@ -39,7 +41,9 @@ public:
     explicit TransferHandlers(Services services) : services(std::move(services)) {}
 
 private:
-    Task<> assertClipboardMayBeSeen();
+    /// since  the change that the text is of, or an earlier one; `nullopt` for the last one. Returns the
+    /// last.
+    Task<std::int64_t> assertClipboardMayBeSeen(std::optional<std::int64_t> since);
 
     Services services;
 };

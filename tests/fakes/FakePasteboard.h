@@ -2,9 +2,12 @@
 
 #include "platform/Pasteboard.h"
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace zelvo {
 
@@ -13,10 +16,11 @@ class FakePasteboard final : public Pasteboard {
 public:
     std::string content;
     std::int64_t changes = 0;
-    std::function<void()> onText; ///< called before the text is returned
-    bool refuses = false;         ///< setting a text fails
-    int handedOver = 0;           ///< number of calls
-    mutable int looks = 0;        ///< reads of the change counter
+    std::vector<ClipboardChange> known; ///< the changes whose owner is known
+    std::function<void()> onText;       ///< called before the text is returned
+    bool refuses = false;               ///< setting a text fails
+    int handedOver = 0;                 ///< number of calls
+    mutable int looks = 0;              ///< reads of the change counter
 
     /// Some application copies.
     void copy(std::string text)
@@ -25,10 +29,25 @@ public:
         ++changes;
     }
 
+    /// The same, and the owner is known.
+    void copy(std::string text, ClipboardChange by)
+    {
+        copy(std::move(text));
+        by.count = changes;
+        known.push_back(std::move(by));
+    }
+
     std::int64_t changeCount() const override
     {
         ++looks;
         return changes;
+    }
+    Task<std::vector<ClipboardChange>> changesAfter(std::int64_t count) override
+    {
+        std::vector<ClipboardChange> later;
+        std::ranges::copy_if(known, std::back_inserter(later),
+                             [&](ClipboardChange const& change) { return change.count > count; });
+        co_return later;
     }
     Task<std::string> text() override
     {

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <stdexcept>
+#include <string>
 
 namespace zelvo {
 namespace {
@@ -27,6 +29,24 @@ protected:
     }
 
     void make() { watcher.emplace(platform.contexts, platform.time, platform.clipboard, platform.desktop); }
+    /// By what the person's list holds now.
+    bool isHidden(std::set<std::string> const& hidden)
+    {
+        return watcher->isSourceHidden(hidden, watcher->lastChange());
+    }
+    /// A program copies; the watcher's next tick passes.
+    void copies(ClipboardChange by)
+    {
+        platform.clipboard.copy("text", std::move(by));
+        platform.time.advance(500ms);
+    }
+    ClipboardChange by(std::string name, bool isRegular = true)
+    {
+        ClipboardChange change{.owner = application({std::move(name)})};
+        change.owner.isRegular = isRegular;
+        change.owner.launchDate = platform.time.date();
+        return change;
+    }
     void makeAndStart()
     {
         make();
@@ -110,7 +130,7 @@ TEST_F(ClipboardWatching, forgetsTheSourceWhenTheFrontHasNoName)
     platform.time.advance(500ms);
 
     EXPECT_EQ(watcher->lastSourceBundleId(), std::nullopt);
-    EXPECT_FALSE(watcher->isSourceHidden({"org.front.App", ""}));
+    EXPECT_FALSE(isHidden({"org.front.App", ""}));
 }
 
 TEST_F(ClipboardWatching, leavesOneTimerWhenStartedTwice)
@@ -202,10 +222,10 @@ TEST_F(ClipboardWatching, judgesAllNamesOfTheSourceByTheListOfTheMoment)
     platform.time.advance(500ms);
 
     EXPECT_EQ(watcher->lastSourceBundleId(), "org.vault.Vault");
-    EXPECT_FALSE(watcher->isSourceHidden({}));
-    EXPECT_FALSE(watcher->isSourceHidden({"org.other.App"}));
-    EXPECT_TRUE(watcher->isSourceHidden({"vault"}));
-    EXPECT_TRUE(watcher->isSourceHidden({"org.other.App", "org.vault.Vault"}));
+    EXPECT_FALSE(isHidden({}));
+    EXPECT_FALSE(isHidden({"org.other.App"}));
+    EXPECT_TRUE(isHidden({"vault"}));
+    EXPECT_TRUE(isHidden({"org.other.App", "org.vault.Vault"}));
 }
 
 TEST_F(ClipboardWatching, looksOnRequestToo)
@@ -254,6 +274,120 @@ TEST_F(ClipboardWatching, goesOnAfterALookThatFailed)
     platform.time.advance(500ms);
 
     EXPECT_EQ(watcher->lastSourceBundleId(), "org.front.App");
+}
+
+TEST_F(ClipboardWatching, hidesWhatAHiddenOwnerCopiesInTheBackground)
+{
+    makeAndStart();
+    copies(by("org.vault.Vault"));
+
+    EXPECT_EQ(watcher->lastSourceBundleId(), "org.front.App");
+    EXPECT_TRUE(isHidden({"org.vault.Vault"}));
+    EXPECT_TRUE(isHidden({"org.front.App"}));
+    EXPECT_FALSE(isHidden({"org.other.App"}));
+    copies(by("org.other.App"));
+    EXPECT_FALSE(isHidden({"org.vault.Vault"}));
+}
+
+TEST_F(ClipboardWatching, hidesWhatAHiddenOwnerCopiedBeforeTheFrontChanged)
+{
+    platform.desktop.front = application({"org.vault.Vault"});
+    makeAndStart();
+    platform.clipboard.copy("secret", by("org.vault.Vault"));
+    platform.time.advance(200ms);
+    platform.desktop.front = application({"org.front.App"});
+    platform.time.advance(300ms);
+
+    EXPECT_EQ(watcher->lastSourceBundleId(), "org.front.App");
+    EXPECT_TRUE(isHidden({"org.vault.Vault"}));
+}
+
+TEST_F(ClipboardWatching, hidesAllOfAProcessThatHoldsAHiddenApplication)
+{
+    makeAndStart();
+    ClipboardChange office = by("org.office.Writer");
+    office.owner.names.hiddenWith = {"org.office.Calc"};
+    copies(office);
+
+    EXPECT_TRUE(isHidden({"org.office.Calc"}));
+}
+
+TEST_F(ClipboardWatching, hidesWhatAHiddenOwnerHadCopiedBeforeTheStart)
+{
+    ClipboardChange early = by("org.vault.Vault");
+    early.count = 0;
+    platform.clipboard.known = {early};
+    makeAndStart();
+
+    run(platform.io, watcher->poll());
+
+    EXPECT_EQ(watcher->lastSourceBundleId(), std::nullopt);
+    EXPECT_TRUE(isHidden({"org.vault.Vault"}));
+    EXPECT_FALSE(isHidden({"org.front.App"}));
+}
+
+TEST_F(ClipboardWatching, hidesAnythingThatWasOnItSinceAChange)
+{
+    makeAndStart();
+    copies(by("org.one.App"));
+    std::int64_t const since = watcher->lastChange();
+    platform.clipboard.copy("secret", by("org.vault.Vault")); // Both within one tick.
+    copies(by("org.two.App"));
+
+    EXPECT_FALSE(isHidden({"org.vault.Vault"}));
+    EXPECT_TRUE(watcher->isSourceHidden({"org.vault.Vault"}, since));
+}
+
+TEST_F(ClipboardWatching, hidesWhatAProgramWithoutWindowsMayHaveTakenOver)
+{
+    makeAndStart();
+    ClipboardChange const background = by("keeper", false);
+    platform.time.advance(1s);
+    copies(by("org.vault.Vault"));
+    copies(by("org.other.App"));
+    copies(background);
+    EXPECT_TRUE(isHidden({"org.vault.Vault"}));
+    EXPECT_TRUE(isHidden({"org.other.App"}));
+
+    copies(by("org.other.App"));
+    copies(by("tool", false)); // Younger than any of the copies.
+    EXPECT_FALSE(isHidden({"org.vault.Vault"}));
+}
+
+TEST_F(ClipboardWatching, hidesWhatAManagerMayHaveKept)
+{
+    makeAndStart();
+    ClipboardChange manager = by("manager");
+    manager.isManagers = true;
+    copies(by("org.vault.Vault"));
+    copies(by("org.other.App"));
+    platform.desktop.front = application({"org.second.App"});
+    copies(manager);
+
+    EXPECT_TRUE(isHidden({"org.vault.Vault"}));
+    EXPECT_EQ(watcher->lastSourceBundleId(), "org.front.App");
+}
+
+TEST_F(ClipboardWatching, takesNothingOverFromOthersForThisProgramsText)
+{
+    makeAndStart();
+    copies(by("org.vault.Vault"));
+    ClipboardChange const ours{.isOurs = true};
+    copies(ours);
+
+    EXPECT_FALSE(isHidden({"org.vault.Vault"}));
+}
+
+TEST_F(ClipboardWatching, remembersABoundedNumberOfSources)
+{
+    makeAndStart();
+    ClipboardChange const background = by("keeper", false);
+    for (int i = 0; i < 300; ++i)
+        copies(by("app" + std::to_string(i)));
+    copies(background);
+
+    EXPECT_TRUE(isHidden({"app299"}));
+    EXPECT_FALSE(isHidden({"app0"}));
 }
 
 } // namespace

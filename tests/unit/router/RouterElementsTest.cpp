@@ -85,6 +85,26 @@ TEST_F(RouterElementsTest, anUnknownElementIsInvalid)
               "snapshot_expired");
 }
 
+TEST_F(RouterElementsTest, aSnapshotServesOnlyTheConnectionThatTookIt)
+{
+    state.grant({.id = "d", .platformName = "Other", .scopes = {allScopes.begin(), allScopes.end()}});
+    readTree();
+    for (char const* const element : {"e0", "e7"})
+        for (char const* const type : {"click_element", "set_value"}) {
+            auto const performed = [&](char const* snapshot) {
+                json::object action{
+                    {"type", type}, {"snapshotId", snapshot}, {"elementId", element}, {"text", "x"}};
+                std::string const params =
+                    writeJson(json::object{{"actions", json::array{std::move(action)}}});
+                return call("actions.perform", params, "d");
+            };
+            EXPECT_EQ(code(performed("snp_1")), "snapshot_expired") << type << element;
+            EXPECT_EQ(performed("snp_1"), performed("snp_9")) << type << element;
+        }
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+    EXPECT_EQ(code(perform(clickIt)), ""); // It still serves the one that took it.
+}
+
 TEST_F(RouterElementsTest, anotherApplicationInFrontIsTold)
 {
     readTree();

@@ -167,6 +167,32 @@ TEST_F(RouterTransfersTest, whatAHiddenApplicationCopiesWhileTheTextIsFetchedIsN
     EXPECT_EQ(clipboardText(), "hidden_app_active");
 }
 
+TEST_F(RouterTransfersTest, theClipboardOfAHiddenOwnerIsNotShown)
+{
+    hide("org.secret");
+    front("org.editor", "Editor");
+    ClipboardChange by;
+    by.owner.names = {{"org.secret"}};
+    platform.clipboard.copy("password", by);
+    EXPECT_EQ(clipboardText(), "hidden_app_active");
+}
+
+TEST_F(RouterTransfersTest, aHiddenApplicationThatCopiesOnlyWhileTheTextIsFetchedIsNotShown)
+{
+    hide("org.secret");
+    front("org.editor", "Editor");
+    platform.clipboard.onText = [&] {
+        ClipboardChange by{.owner = {.names = {{"org.secret"}}, .localizedName = ""}};
+        platform.clipboard.copy("password", by);
+        by.owner.names = {{"org.editor"}};
+        by.owner.isRegular = true;
+        platform.clipboard.copy("text", by);
+    };
+    EXPECT_EQ(clipboardText(), "hidden_app_active");
+    platform.clipboard.onText = {};
+    EXPECT_EQ(clipboardText(), "text");
+}
+
 TEST_F(RouterTransfersTest, clipboardTakesAText)
 {
     EXPECT_EQ(call("clipboard.set", R"({"text": "от агента"})").at("result"), (json::object{{"ok", true}}));

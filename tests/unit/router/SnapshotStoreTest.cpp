@@ -12,12 +12,12 @@ protected:
     ManualClock clock;
     SnapshotStore snapshots{clock};
 
-    void store(std::string id)
+    void store(std::string id, std::string connection = "con_1")
     {
         auto snapshot = std::make_shared<UiTreeSnapshot>();
         snapshot->snapshotId = std::move(id);
         snapshot->createdAt = clock.date();
-        snapshots.store(std::move(snapshot));
+        snapshots.store(std::move(connection), std::move(snapshot));
     }
 };
 
@@ -26,13 +26,13 @@ TEST_F(SnapshotStoreTest, keepsTheFirstOfTwoUntilItsTimeIsOver)
     store("a");
     clock.advance(20s);
     store("b");
-    EXPECT_TRUE(snapshots.find("a"));
-    EXPECT_TRUE(snapshots.find("b"));
+    EXPECT_TRUE(snapshots.find("con_1", "a"));
+    EXPECT_TRUE(snapshots.find("con_1", "b"));
     clock.advance(10s);
-    EXPECT_TRUE(snapshots.find("a")); // 30 s old exactly.
+    EXPECT_TRUE(snapshots.find("con_1", "a")); // 30 s old exactly.
     clock.advance(1ms);
-    EXPECT_FALSE(snapshots.find("a"));
-    EXPECT_TRUE(snapshots.find("b"));
+    EXPECT_FALSE(snapshots.find("con_1", "a"));
+    EXPECT_TRUE(snapshots.find("con_1", "b"));
 }
 
 TEST_F(SnapshotStoreTest, keepsWhatIsThirtySecondsOldExactly)
@@ -54,7 +54,17 @@ TEST_F(SnapshotStoreTest, dropsWhatIsTooOldOnlyWithTheNextSnapshot)
 
 TEST_F(SnapshotStoreTest, knowsNothingOfOtherIds)
 {
-    EXPECT_FALSE(snapshots.find("snp_"));
+    EXPECT_FALSE(snapshots.find("con_1", "snp_"));
+}
+
+TEST_F(SnapshotStoreTest, givesEachConnectionItsOwnOnly)
+{
+    store("a", "con_1");
+    store("b", "con_2");
+    EXPECT_TRUE(snapshots.find("con_1", "a"));
+    EXPECT_FALSE(snapshots.find("con_1", "b"));
+    EXPECT_FALSE(snapshots.find("con_2", "a"));
+    EXPECT_FALSE(snapshots.find(std::nullopt, "a"));
 }
 
 } // namespace

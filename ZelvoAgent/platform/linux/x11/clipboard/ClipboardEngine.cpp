@@ -48,15 +48,14 @@ Task<bool> ClipboardEngine::Outcome::get()
     co_return list.with([this] { return *known; });
 }
 
-ClipboardEngine::ClipboardEngine(Contexts contexts, Clock& clock, std::shared_ptr<ClipboardLink> link)
-    : contexts(std::move(contexts)), clock(clock), link(std::move(link)), serving(*this->link, clock)
+ClipboardEngine::ClipboardEngine(Contexts contexts,
+                                 Clock& clock,
+                                 std::shared_ptr<ClipboardLink> link,
+                                 ProcessNaming naming)
+    : contexts(std::move(contexts)), clock(clock), link(std::move(link)), serving(*this->link, clock),
+      changes(std::make_shared<ClipboardChanges>(this->contexts, clock, this->link, std::move(naming)))
 {
-    ClipboardLink& opened = *this->link;
-    auto const asked = xcb_get_selection_owner(opened.x(), opened.atoms().manager);
-    opened.expect(asked.sequence, [this](void const* reply) {
-        if (reply && manager == 0)
-            manager = static_cast<xcb_get_selection_owner_reply_t const*>(reply)->owner;
-    });
+    changes->start();
 }
 
 void ClipboardEngine::arrived()
@@ -129,22 +128,17 @@ void ClipboardEngine::takeProperty(void const* event)
 
 void ClipboardEngine::takeOwner(void const* event)
 {
-    auto const& change = *static_cast<xcb_xfixes_selection_notify_event_t const*>(event);
-    if (change.selection == link->atoms().manager) {
-        manager = change.owner;
+    changes->noteOwner(event);
+    if (static_cast<xcb_xfixes_selection_notify_event_t const*>(event)->selection == link->atoms().manager)
         return;
-    }
-    countChange(change.owner, change.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER);
     for (auto const& [window, reading] : readings)
         reading->noteOwner(event);
 }
 
-void ClipboardEngine::countChange(std::uint32_t owner, bool hasEnded)
+Task<std::vector<ClipboardChange>> ClipboardEngine::changesAfter(std::int64_t count)
 {
-    // The end of an owner changes no text, and neither does a manager that then keeps it.
-    bool const isKept = manager && link->server()->clientOf(owner) == link->server()->clientOf(manager);
-    if (!hasEnded && !isKept)
-        ++changes;
+    arrived();
+    co_return co_await changes->after(count);
 }
 
 void ClipboardEngine::watchTransfers()
@@ -211,7 +205,7 @@ Task<bool> ClipboardEngine::own(std::shared_ptr<OfferedText const> text)
 Task<> ClipboardEngine::save()
 {
     arrived();
-    if (!serving.text() || manager == 0)
+    if (!serving.text() || changes->manager() == 0)
         co_return;
     auto const outcome = std::make_shared<Outcome>();
     saving = outcome;
@@ -226,6 +220,7 @@ Task<> ClipboardEngine::save()
 
 void ClipboardEngine::askManager(std::uint32_t time)
 {
+    changes->expectKeeping();
     std::vector<std::uint32_t> const forms = serving.forms();
     xcb_change_property(link->x(), XCB_PROP_MODE_REPLACE, link->window(), link->atoms().content,
                         XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(forms.size()), forms.data());

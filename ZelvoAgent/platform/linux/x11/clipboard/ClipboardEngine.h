@@ -3,15 +3,16 @@
 #include "base/AsyncCondition.h"
 #include "base/Clock.h"
 #include "base/Contexts.h"
+#include "platform/linux/x11/clipboard/ClipboardChanges.h"
 #include "platform/linux/x11/clipboard/ClipboardReading.h"
 #include "platform/linux/x11/clipboard/ClipboardServing.h"
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -25,13 +26,16 @@ struct ClipboardContent {
     std::string text() const;
 };
 
-/// Both sides of the clipboard on one connection: dispatches events to reading and serving, and counts
+/// Both sides of the clipboard on one connection: dispatches events to reading, serving and the count of
 /// changes.
 /// Thread: agent, except where noted.
 class ClipboardEngine : public std::enable_shared_from_this<ClipboardEngine> {
 public:
     /// Thread: any. The clock must outlive this.
-    ClipboardEngine(Contexts contexts, Clock& clock, std::shared_ptr<ClipboardLink> link);
+    ClipboardEngine(Contexts contexts,
+                    Clock& clock,
+                    std::shared_ptr<ClipboardLink> link,
+                    ProcessNaming naming);
 
     /// Handles all events that have arrived, and sends what is due.
     void arrived();
@@ -42,7 +46,9 @@ public:
     /// Gives the text to a clipboard manager, if there are both.
     Task<> save();
     /// Thread: any.
-    std::int64_t changeCount() const { return changes.load(); }
+    std::int64_t changeCount() const { return changes->count(); }
+    /// See Pasteboard::changesAfter().
+    Task<std::vector<ClipboardChange>> changesAfter(std::int64_t count);
 
 private:
     /// A yes or no that arrives later.
@@ -61,7 +67,6 @@ private:
     void takeAnswer(void const* event);
     void takeProperty(void const* event);
     void takeOwner(void const* event);
-    void countChange(std::uint32_t owner, bool hasEnded);
     void askManager(std::uint32_t time);
     void watchTransfers();
     Task<> finish(std::shared_ptr<ClipboardReading> reading);
@@ -74,9 +79,8 @@ private:
     ClipboardServing serving;
     std::map<std::uint32_t, std::shared_ptr<ClipboardReading>> readings; ///< by window
     std::shared_ptr<Outcome> saving;
-    std::uint32_t manager = 0; ///< the clipboard manager's window
+    std::shared_ptr<ClipboardChanges> const changes;
     bool isWatching = false;
-    std::atomic<std::int64_t> changes = 0; // any thread
 };
 
 } // namespace zelvo

@@ -15,13 +15,16 @@ constexpr std::size_t worthAHop = 64 << 10;
 
 } // namespace
 
-X11Pasteboard::X11Pasteboard(Contexts contexts, Clock& clock, std::string const& display)
+X11Pasteboard::X11Pasteboard(Contexts contexts,
+                             Clock& clock,
+                             std::string const& display,
+                             ProcessNaming naming)
     : contexts(std::move(contexts))
 {
     std::shared_ptr<ClipboardLink> const link = ClipboardLink::open(display);
     if (!link)
         return;
-    engine = std::make_shared<ClipboardEngine>(this->contexts, clock, link);
+    engine = std::make_shared<ClipboardEngine>(this->contexts, clock, link, std::move(naming));
     events.emplace(this->contexts, link->server(), [engine = engine] { engine->arrived(); });
 }
 
@@ -30,6 +33,14 @@ X11Pasteboard::~X11Pasteboard() = default;
 std::int64_t X11Pasteboard::changeCount() const
 {
     return engine ? engine->changeCount() : 0;
+}
+
+Task<std::vector<ClipboardChange>> X11Pasteboard::changesAfter(std::int64_t count)
+{
+    if (!engine)
+        co_return std::vector<ClipboardChange>();
+    auto const ask = [engine = engine, count] { return engine->changesAfter(count); };
+    co_return co_await runOn(contexts.agent, ask);
 }
 
 Task<std::string> X11Pasteboard::text()

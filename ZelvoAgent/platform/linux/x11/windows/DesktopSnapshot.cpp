@@ -157,6 +157,35 @@ std::optional<RunningApplication> DesktopSnapshot::applicationOf(std::int32_t pi
     return application;
 }
 
+RunningApplication DesktopSnapshot::processApplication(std::int32_t pid) const
+{
+    RunningApplication application{.pid = pid};
+    if (auto known = applicationOf(pid)) {
+        application = *std::move(known);
+    } else {
+        ProcessFacts const process = readProcessFacts(pid);
+        application.names = identifyApplication({}, process, *index).names;
+        application.launchDate = process.started;
+    }
+    application.isRegular = hasOrdinaryWindow(pid);
+    return application;
+}
+
+/// A window for a person to work in, not only an icon in a tray, a panel or a menu.
+bool DesktopSnapshot::hasOrdinaryWindow(std::int32_t pid) const
+{
+    auto const isOrdinary = [pid](SurveyedWindow const& window) {
+        return window.client.pid == pid && !window.overrideRedirect && !window.inputOnly && !window.dock &&
+               !window.desktop;
+    };
+    if (std::ranges::any_of(survey.windows, isOrdinary))
+        return true;
+    auto const standing = standings();
+    return std::ranges::any_of(survey.others, [&](ClientWindow const& client) {
+        return client.pid == pid && standing.at(client.id).regular;
+    });
+}
+
 std::optional<ApplicationBundle> DesktopSnapshot::bundle(std::string const& location) const
 {
     std::optional<ApplicationBundle> bundle;

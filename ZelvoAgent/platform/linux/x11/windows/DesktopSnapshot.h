@@ -50,6 +50,8 @@ public:
 
     /// See Workspace::application().
     std::optional<RunningApplication> applicationOf(std::int32_t pid) const;
+    /// The same, also for a process without windows, and with `isRegular`.
+    RunningApplication processApplication(std::int32_t pid) const;
     /// See Workspace::runningApplications().
     std::vector<RunningApplication> applications() const;
     /// See Workspace::bundle().
@@ -61,6 +63,7 @@ public:
 
 private:
     bool isWindowManagers(ClientWindow const& client) const;
+    bool hasOrdinaryWindow(std::int32_t pid) const;
     std::map<std::uint32_t, ClientStanding> standings() const;
     bool belongs(ClientWindow const& client,
                  ClientStanding const& standing,

@@ -44,6 +44,13 @@ std::optional<RunningApplication> X11Workspace::application(std::int32_t pid)
     return DesktopSnapshot(*connection, entries).applicationOf(pid);
 }
 
+RunningApplication X11Workspace::process(std::int32_t pid)
+{
+    if (!connection || !connection->isAlive())
+        return {};
+    return DesktopSnapshot(*connection, entries).processApplication(pid);
+}
+
 std::vector<RunningApplication> X11Workspace::runningApplications()
 {
     if (!connection || !connection->isAlive())

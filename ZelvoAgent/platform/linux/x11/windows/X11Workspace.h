@@ -20,6 +20,9 @@ public:
 
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> application(std::int32_t pid) override;
+    /// The application of a process, also of one without windows. It has no names if there is no such
+    /// process.
+    RunningApplication process(std::int32_t pid);
     std::vector<RunningApplication> runningApplications() override;
     std::optional<std::string> applicationLocation(std::string identifier) override;
     std::optional<std::string> applicationLocationNamed(std::string name) override;
