@@ -6,16 +6,20 @@
 
 namespace zelvo {
 
-/// Prevents an unintended yes from a person who is typing or clicking when a panel opens. A key allows only
-/// after 0.4 s in which the panel had the keyboard and no key came, so never while the person types on or
-/// holds the key down. A click counts only 0.4 s after the panel opened, so never as the second click of an
-/// earlier double click. A key that denies counts at once. Thread: main.
+/// Prevents an unintended yes from a person who is typing or clicking when a window opens or changes. A key
+/// allows only after 0.4 s in which the window had the keyboard and no key came, so never while the person
+/// types on or holds the key down. A click counts only 0.4 s after the window opened, so never as the second
+/// click of an earlier double click. After the window's content was replaced both count only after a full
+/// second. A key that denies counts at once. Thread: main.
 class AnswerGuard {
 public:
     static constexpr Duration quiet = 400ms;
+    static constexpr Duration afterChange = 1s;
 
-    void opened(Instant now) { openedAt = lastKey = now; }
-    /// The panel got the keyboard.
+    void opened(Instant now) { begin(now, quiet); }
+    /// The window asks something else from now on.
+    void changed(Instant now) { begin(now, afterChange); }
+    /// The window got the keyboard.
     void activated(Instant now) { lastKey = now; }
     /// Every key except those that only move the focus. pressedAt: the event's own timestamp, because a busy
     /// program receives several keys at once.
@@ -28,12 +32,19 @@ public:
     bool keyMayAllow(Instant now, Duration pressedAt, bool isRepeated) const
     {
         bool const followsAnother = lastPress && pressedAt - *lastPress < quiet;
-        return !isRepeated && !followsAnother && now - lastKey >= quiet;
+        return !isRepeated && !followsAnother && now - lastKey >= quiet && clickMayCount(now);
     }
-    bool clickMayCount(Instant now) const { return now - openedAt >= quiet; }
+    bool clickMayCount(Instant now) const { return now - beganAt >= pause; }
 
 private:
-    Instant openedAt{};
+    void begin(Instant now, Duration first)
+    {
+        beganAt = lastKey = now;
+        pause = first;
+    }
+
+    Instant beganAt{};
+    Duration pause = quiet;
     Instant lastKey{};
     std::optional<Duration> lastPress;
 };

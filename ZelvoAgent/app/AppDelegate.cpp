@@ -24,7 +24,7 @@ constexpr std::chrono::minutes timeToClose{1};
 AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit)
     : contexts(contexts), platform(platform),
       parts(contexts, platform, QtConfirmationPanel::maker(platform.clock())),
-      consent(parts.links, parts.gate, contexts.main), quit(std::move(quit)),
+      consent(parts.links, parts.gate, contexts.main, platform.clock()), quit(std::move(quit)),
       termination(contexts.main, parts.runtime.recording(), this->quit)
 {
 }

@@ -13,14 +13,12 @@
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QVBoxLayout>
-#include <QWindow>
 
 #include <algorithm>
 #include <chrono>
@@ -56,7 +54,7 @@ QString worded(std::string_view key)
 } // namespace
 
 ConfirmationDialog::ConfirmationDialog(PanelContents contents, Clock& clock)
-    : contents(std::move(contents)), clock(clock)
+    : contents(std::move(contents)), clock(clock), filter(clock, [this](int key) { return wouldAllow(key); })
 {
     setWindowTitle("Zelvo");
     setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
@@ -176,15 +174,13 @@ void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports ne
     begin = clock.now();
     end = timeIsUp;
     reports = std::move(next);
-    guard.opened(begin);
     showTimeLeft();
     tick.start();
     detail->setFocus(); // Neither an answer nor the check box, so that a space from a typing person presses
                         // nothing.
     adjustSize();
     placeInTheMiddle();
-    winId(); // Creates the native window.
-    windowHandle()->installEventFilter(this);
+    filter.open(*this);
     show();
     raise();
     activateWindow();
@@ -230,7 +226,7 @@ void ConfirmationDialog::changeEvent(QEvent* event)
     if (event->type() == QEvent::PaletteChange && timeBar)
         paintIn(palette());
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        guard.activated(clock.now());
+        filter.activate();
     if (event->type() == QEvent::WindowStateChange && isMinimized())
         setWindowState(Qt::WindowNoState); // The person must not miss it.
 }
@@ -258,40 +254,6 @@ void ConfirmationDialog::showTimeLeft()
     double const share =
         end > begin ? static_cast<double>(left.count()) / static_cast<double>((end - begin).count()) : 0;
     timeBar->setValue(static_cast<int>(share * barSteps));
-}
-
-bool ConfirmationDialog::eventFilter(QObject* receiver, QEvent* event)
-{
-    return isUnwitting(*event) || QDialog::eventFilter(receiver, event);
-}
-
-// Sees each key and click of a person once, before any part of the window does. Assistive tools press buttons
-// without it.
-bool ConfirmationDialog::isUnwitting(QEvent const& event)
-{
-    Instant const now = clock.now();
-    if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick)
-        return !guard.clickMayCount(now);
-    if (event.type() != QEvent::KeyPress)
-        return false;
-    auto const& press = static_cast<QKeyEvent const&>(event);
-    Duration const pressedAt = std::chrono::milliseconds(press.timestamp());
-    bool const refused = wouldAllow(press.key()) && !guard.keyMayAllow(now, pressedAt, press.isAutoRepeat());
-    switch (press.key()) {
-    case Qt::Key_Tab:
-    case Qt::Key_Backtab:
-    case Qt::Key_Shift:
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-    case Qt::Key_PageUp:
-    case Qt::Key_PageDown:
-        break; // These only move the focus.
-    default:
-        guard.keyPressed(now, pressedAt);
-    }
-    return refused;
 }
 
 bool ConfirmationDialog::wouldAllow(int key) const

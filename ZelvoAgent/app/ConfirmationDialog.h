@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/AnswerGuard.h"
+#include "app/AnswerFilter.h"
 #include "base/Clock.h"
 #include "confirm/ConfirmationPanel.h"
 
@@ -19,8 +19,8 @@ class DetailView;
 
 /// The window of a question: what it is about, how long it stays open, and two answers. Return presses the
 /// filled one, which is "Allow" until the person moves to "Deny" with Tab; Escape denies. A yes must be
-/// deliberate (AnswerGuard): Return and Space allow only after 0.4 s in which the window had the keyboard and
-/// no other key came, a repeated key never does, and a click counts only 0.4 s after the window opened.
+/// deliberate (AnswerFilter): Return and Space allow only after 0.4 s in which the window had the keyboard
+/// and no other key came, a repeated key never does, and a click counts only 0.4 s after the window opened.
 /// Thread: main.
 class ConfirmationDialog final : public QDialog {
 public:
@@ -35,7 +35,6 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    bool eventFilter(QObject* receiver, QEvent* event) override;
 
 private:
     void build();
@@ -47,13 +46,12 @@ private:
     void showMoreBelow();
     void showTimeLeft();
     void placeInTheMiddle();
-    bool isUnwitting(QEvent const& event);
     bool wouldAllow(int key) const;
     void report(std::function<void()> const& callback);
 
     PanelContents const contents;
     Clock& clock;
-    AnswerGuard guard;
+    AnswerFilter filter;
     ConfirmationPanel::Reports reports;
     Instant begin{};
     Instant end{};

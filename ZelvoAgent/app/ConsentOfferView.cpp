@@ -11,6 +11,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <utility>
+
 namespace zelvo {
 
 namespace {
@@ -57,18 +60,30 @@ QWidget* signedLine(Glyph::Shape shape,
 } // namespace
 
 ConsentOfferView::ConsentOfferView(
-    LinkCoordinator& coordinator, LinkOffer shown, int width, Answers answers, QWidget* parent)
-    : QWidget(parent), coordinator(coordinator), offer(std::move(shown)), columnWidth(width)
+    LinkCoordinator& coordinator, Request request, int width, Answers answers, QWidget* parent)
+    : QWidget(parent), coordinator(coordinator), offer(std::move(request.offer)),
+      replacesAnother(request.replacesAnother), columnWidth(width)
 {
+    setFocusPolicy(Qt::ClickFocus); // Without a policy the dialog passes the focus on to "Allow".
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(rowGap);
+    addNotice(*column);
     addHeader(*column);
     addScopes(*column);
     failurePlace = new QVBoxLayout;
     column->addLayout(failurePlace);
     addFooter(*column, std::move(answers));
     refresh();
+}
+
+void ConsentOfferView::addNotice(QVBoxLayout& column)
+{
+    if (!replacesAnother)
+        return;
+    Theme const theme(palette());
+    column.addWidget(signedLine(Glyph::Shape::warning, theme.warning, worded("consent.changed"), font(),
+                                columnWidth, this));
 }
 
 void ConsentOfferView::addHeader(QVBoxLayout& column)
@@ -140,7 +155,6 @@ void ConsentOfferView::addFooter(QVBoxLayout& column, Answers answers)
     row->addStretch();
     row->addWidget(allow);
     column.addLayout(row);
-    allow->setFocus();
 }
 
 void ConsentOfferView::refresh()
@@ -155,14 +169,37 @@ void ConsentOfferView::refresh()
 }
 
 // A disabled button passes the focus on, here to "Deny", where the next Return would deny. So this view takes
-// the focus.
+// the focus, and returns it when the answer did not get through.
 void ConsentOfferView::enableAllow(bool enabled)
 {
-    if (!enabled && allow->hasFocus())
+    if (!enabled && allow->hasFocus()) {
+        allowHadFocus = true;
         setFocus();
+    }
     allow->setEnabled(enabled);
-    if (enabled && hasFocus())
+    if (enabled && std::exchange(allowHadFocus, false) && hasFocus())
         allow->setFocus();
+}
+
+void ConsentOfferView::takeFocus()
+{
+    for (AgentScope const scope : offer.requestedScopes)
+        for (ScopeRow* const row : rows[scope])
+            if (row->takeFocus())
+                return;
+    setFocus();
+}
+
+bool ConsentOfferView::wouldGive(int key) const
+{
+    bool const isReturn = key == Qt::Key_Return || key == Qt::Key_Enter;
+    if (!isReturn && key != Qt::Key_Space && key != Qt::Key_Select)
+        return false;
+    auto const wouldTurnOn = [](ScopeRow const* row) { return row->hasFocusWhileOff(); };
+    for (auto const& [scope, shown] : rows)
+        if (std::ranges::any_of(shown, wouldTurnOn)) // Some desktops press a switch with Return as well.
+            return true;
+    return isReturn ? allow->isDefault() : allow->hasFocus();
 }
 
 // After a failed answer the offer stays, so that the person can try again.

@@ -25,13 +25,23 @@ public:
         std::function<void()> allow;
     };
 
+    struct Request {
+        LinkOffer offer;
+        bool replacesAnother = false; ///< says that another request was shown until now
+    };
+
     ConsentOfferView(
-        LinkCoordinator& coordinator, LinkOffer shown, int width, Answers answers, QWidget* parent);
+        LinkCoordinator& coordinator, Request request, int width, Answers answers, QWidget* parent);
 
     /// Updates from the coordinator: what is ticked, what failed, whether "Allow" is enabled.
     void refresh();
+    /// Gives the keyboard to the first switch that the person can turn, or to no control: never to an answer.
+    void takeFocus();
+    /// Whether this key would allow the request or turn a switch on.
+    bool wouldGive(int key) const;
 
 private:
+    void addNotice(QVBoxLayout& column);
     void addHeader(QVBoxLayout& column);
     void addOrigin(QVBoxLayout& column);
     void addScopes(QVBoxLayout& column);
@@ -41,6 +51,7 @@ private:
 
     LinkCoordinator& coordinator;
     LinkOffer const offer;
+    bool const replacesAnother;
     int const columnWidth; // points
     std::map<AgentScope, std::vector<ScopeRow*>> rows;
     QWidget* bypassWarning = nullptr;
@@ -48,6 +59,7 @@ private:
     QString failureText;
     QVBoxLayout* failurePlace = nullptr;
     QPushButton* allow = nullptr;
+    bool allowHadFocus = false; // When it was disabled.
 };
 
 } // namespace zelvo

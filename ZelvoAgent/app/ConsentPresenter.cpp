@@ -2,8 +2,11 @@
 
 namespace zelvo {
 
-ConsentPresenter::ConsentPresenter(LinkCoordinator& coordinator, PostingGate& gate, Executor main)
-    : coordinator(coordinator), gate(gate), main(std::move(main))
+ConsentPresenter::ConsentPresenter(LinkCoordinator& coordinator,
+                                   PostingGate& gate,
+                                   Executor main,
+                                   Clock& clock)
+    : coordinator(coordinator), gate(gate), main(std::move(main)), clock(clock)
 {
     following = coordinator.changed.connect([this] { follow(); });
 }
@@ -74,7 +77,7 @@ Task<> ConsentPresenter::openWhenQuiet()
         gate.open();
         co_return;
     }
-    window = std::make_unique<ConsentWindow>(coordinator, main);
+    window = std::make_unique<ConsentWindow>(coordinator, main, clock);
     window->onClosed = [this] {
         failureIsOver = true;
         askedFor = false;

@@ -16,7 +16,7 @@ namespace zelvo {
 /// answer it. Thread: main.
 class ConsentPresenter {
 public:
-    ConsentPresenter(LinkCoordinator& coordinator, PostingGate& gate, Executor main);
+    ConsentPresenter(LinkCoordinator& coordinator, PostingGate& gate, Executor main, Clock& clock);
     ~ConsentPresenter();
     ConsentPresenter(ConsentPresenter const&) = delete;
     ConsentPresenter& operator=(ConsentPresenter const&) = delete;
@@ -36,6 +36,7 @@ private:
     LinkCoordinator& coordinator;
     PostingGate& gate;
     Executor main;
+    Clock& clock;
     std::unique_ptr<ConsentWindow> window;
     bool isOpening = false;
     bool askedFor = false;      // Opened by the person, not by an offer.

@@ -4,8 +4,11 @@
 #include "app/WrappedLabel.h"
 #include "base/LocalizedTexts.h"
 
+#include <QAccessible>
 #include <QEvent>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace zelvo {
 
@@ -18,8 +21,9 @@ constexpr std::size_t maxErrorLength = 1000; // Characters.
 
 } // namespace
 
-ConsentWindow::ConsentWindow(LinkCoordinator& coordinator, Executor main)
-    : coordinator(coordinator), main(std::move(main))
+ConsentWindow::ConsentWindow(LinkCoordinator& coordinator, Executor main, Clock& clock)
+    : coordinator(coordinator), main(std::move(main)),
+      filter(clock, [this](int key) { return offerView && offerView->wouldGive(key); })
 {
     setWindowTitle(QString::fromStdString(localized("window.consent")));
     setWindowFlag(Qt::WindowStaysOnTopHint);
@@ -27,12 +31,14 @@ ConsentWindow::ConsentWindow(LinkCoordinator& coordinator, Executor main)
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(margin, margin, margin, margin);
     column->setSizeConstraint(QLayout::SetFixedSize);
-    rebuild();
+    showNew();
     following = coordinator.changed.connect([this] { refresh(); });
 }
 
 void ConsentWindow::bringToFront()
 {
+    if (!isVisible())
+        filter.open(*this);
     show();
     raise();
     activateWindow();
@@ -41,21 +47,36 @@ void ConsentWindow::bringToFront()
 void ConsentWindow::refresh()
 {
     if (coordinator.offer() != shownOffer || (!shownOffer && coordinator.error() != shownError))
-        rebuild();
+        showNew();
     else if (offerView)
         offerView->refresh();
 }
 
-void ConsentWindow::rebuild()
+void ConsentWindow::showNew()
 {
+    bool const isOther = coordinator.offer() != shownOffer;
+    replacesAnother = isOther && shownOffer && coordinator.offer();
     shownOffer = coordinator.offer();
     shownError = coordinator.error();
+    rebuild();
+    if (!isOther || !isVisible())
+        return;
+    filter.change();
+    QAccessibleEvent alert(this, QAccessible::Alert); // A screen reader speaks it at once.
+    QAccessible::updateAccessibility(&alert);
+}
+
+void ConsentWindow::rebuild()
+{
     if (content) {
         content->hide();
         content->deleteLater(); // The call may come from one of its own buttons.
     }
     content = newContent();
     layout()->addWidget(content);
+    content->show();
+    if (offerView)
+        offerView->takeFocus();
 }
 
 QWidget* ConsentWindow::newContent()
@@ -63,8 +84,10 @@ QWidget* ConsentWindow::newContent()
     offerView = nullptr;
     if (!shownOffer)
         return newMessage();
-    ConsentOfferView::Answers answers{.deny = [this] { reject(); }, .allow = [this] { allow(); }};
-    offerView = new ConsentOfferView(coordinator, *shownOffer, contentWidth, std::move(answers), this);
+    ConsentOfferView::Answers answers{.deny = [this] { reject(); },
+                                      .allow = [this, seen = *shownOffer] { allow(seen); }};
+    ConsentOfferView::Request request{.offer = *shownOffer, .replacesAnother = replacesAnother};
+    offerView = new ConsentOfferView(coordinator, std::move(request), contentWidth, std::move(answers), this);
     return offerView;
 }
 
@@ -83,18 +106,18 @@ QWidget* ConsentWindow::newMessage()
     return message;
 }
 
-void ConsentWindow::allow()
+// The window may be gone before the answer arrives. Only what the person saw is allowed, and once: a second
+// press or another offer may come before the task starts.
+void ConsentWindow::allow(LinkOffer seen)
 {
-    if (!coordinator.offer())
-        return;
-    // The window may be gone before the answer arrives. Only what the person saw is allowed, and once: a
-    // second press or another offer may come before the task starts.
-    spawn(main,
-          [&coordinator = coordinator, seen = *coordinator.offer(),
-           granted = coordinator.granted()]() -> Task<> {
-              if (coordinator.offer() == seen && !coordinator.isBusy())
-                  co_await coordinator.complete({granted.begin(), granted.end()});
-          });
+    std::vector<AgentScope> granted;
+    for (AgentScope const scope : coordinator.granted())
+        if (std::ranges::find(seen.requestedScopes, scope) != seen.requestedScopes.end())
+            granted.push_back(scope);
+    spawn(main, [&coordinator = coordinator, seen = std::move(seen), granted]() -> Task<> {
+        if (coordinator.offer() == seen && !coordinator.isBusy())
+            co_await coordinator.complete(granted);
+    });
 }
 
 // "Deny", Escape and the window's close button.
@@ -109,6 +132,8 @@ void ConsentWindow::reject()
 void ConsentWindow::changeEvent(QEvent* event)
 {
     QDialog::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        filter.activate();
     bool const looksDifferent = event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange;
     if (looksDifferent && content)
         rebuild();

@@ -9,6 +9,8 @@
 #include <QMouseEvent>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace zelvo {
 
 namespace {
@@ -63,9 +65,28 @@ void ScopeRow::setOn(bool on)
     button->setChecked(on);
 }
 
+bool ScopeRow::takeFocus()
+{
+    if (!button->isEnabled())
+        return false;
+    button->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
+bool ScopeRow::hasFocusWhileOff() const
+{
+    return button->hasFocus() && !button->isChecked();
+}
+
+void ScopeRow::mousePressEvent(QMouseEvent* event)
+{
+    isPressed = event->button() == Qt::LeftButton;
+}
+
 void ScopeRow::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
+    if (event->button() == Qt::LeftButton && std::exchange(isPressed, false) &&
+        rect().contains(event->position().toPoint()))
         button->click();
 }
 

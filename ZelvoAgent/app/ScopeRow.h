@@ -19,12 +19,18 @@ public:
     ScopeRow(AgentScope scope, int width, std::function<void(bool)> onTurned, QWidget* parent);
 
     void setOn(bool on);
+    /// Gives the keyboard to the switch. False if the person cannot toggle it.
+    bool takeFocus();
+    /// Whether a key that toggles would turn the right on.
+    bool hasFocusWhileOff() const;
 
 protected:
+    void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     SwitchButton* button;
+    bool isPressed = false; // A release counts only after a press in this row.
 };
 
 } // namespace zelvo

@@ -29,7 +29,7 @@ protected:
     {
         agent.start({gateway.newLink(scopes)});
         waitForConsent();
-        press("Return");
+        allowConsent();
         require("the connection", [&] { return !gateway.connections().empty(); });
         std::string const connection = gateway.connections().front();
         EXPECT_TRUE(gateway.comesOnline(connection));
@@ -43,11 +43,20 @@ protected:
     }
     void press(std::string const& key) { desktop.run({"xdotool", "key", key}); }
     bool isOpen(std::string const& title) { return desktop.findWindow({.title = title}).has_value(); }
-    /// Waits until the consent window has the keyboard focus.
-    void waitForConsent()
+    /// Waits until the consent window has the keyboard focus; returns it.
+    std::uint32_t waitForConsent()
     {
         auto const window = desktop.waitForWindow({.title = "Connection request"});
         require("the focus of the consent window", [&] { return desktop.activeWindow() == window; });
+        return window;
+    }
+    /// Presses Return until the consent window has taken it: a yes counts only after a moment without keys.
+    void allowConsent()
+    {
+        for (int tries = 0; tries < 5 && isOpen("Connection request"); ++tries) {
+            press("Return");
+            waitFor([&] { return !isOpen("Connection request"); }, 1200ms);
+        }
     }
 
     PrivateDesktop desktop{{.width = 1280, .height = 1024}};

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <thread>
 
 namespace zelvo::test {
 namespace {
@@ -64,10 +65,45 @@ TEST_F(Link, isBegunByASecondStartWhichHandsOverTheUrlAndEnds)
     EXPECT_EQ(agent.startAgain({gateway.newLink({"screen"})}), 0);
 
     waitForConsent();
-    press("Return");
+    allowConsent();
 
     EXPECT_TRUE(waitFor([&] { return gateway.connections().size() == 1; }));
     EXPECT_TRUE(agent.isRunning());
+}
+
+TEST_F(Link, isNotMadeByAPersonWhoTypesOn)
+{
+    std::vector<std::string> typing = {"xdotool", "key", "--delay", "100"};
+    for (int i = 0; i < 30; ++i)
+        for (char const* const key : {"a", "space", "Return"})
+            typing.emplace_back(key);
+    pid_t const typist = desktop.start(typing);
+
+    agent.start({gateway.newLink(most)});
+    waitForConsent();
+    require("the end of the typing", [&] { return !desktop.processes().isRunning(typist); }, 30s);
+
+    EXPECT_TRUE(gateway.connections().empty());
+    EXPECT_TRUE(isOpen("Connection request"));
+}
+
+// A page opens a second link while the person is about to answer the first.
+TEST_F(Link, anAnswerMeantForTheFirstRequestDoesNotAllowTheSecond)
+{
+    agent.start({gateway.newLink({"screen"})});
+    auto const window = waitForConsent();
+    std::this_thread::sleep_for(500ms); // The person reads.
+    auto const shape = [&] {
+        return desktop.run({"xdotool", "getwindowgeometry", "--shell", std::to_string(window)});
+    };
+    std::string const before = shape();
+
+    EXPECT_EQ(agent.startAgain({gateway.newLink({"screen", "input", "shell", "files"})}), 0);
+    require("the second request", [&] { return shape() != before; });
+    press("Return");
+
+    EXPECT_FALSE(waitFor([&] { return !gateway.connections().empty(); }, 1s));
+    EXPECT_TRUE(isOpen("Connection request"));
 }
 
 TEST_F(Link, aSecondStartWithoutArgumentsComesToTheFront)
@@ -88,7 +124,7 @@ TEST_F(Link, showsWhatTheGatewaySaysOfAUsedLink)
     std::string const link = gateway.newLink({"screen"});
     agent.start({link});
     waitForConsent();
-    press("Return");
+    allowConsent();
     require("the connection", [&] { return gateway.connections().size() == 1; });
     EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 namespace zelvo::test {
 namespace {
@@ -90,6 +91,7 @@ TEST_F(RunScript, asksOnThePersonsDesktopAndKeepsTheLink)
     start();
     auto const window = desktop.waitForWindow({.title = "Connection request"}, 60s);
     require("the focus", [&] { return desktop.activeWindow() == window; });
+    std::this_thread::sleep_for(1s); // A yes counts only after a moment without keys.
     desktop.run({"xdotool", "key", "Return"});
     ASSERT_TRUE(says("Ctrl-C ends all of it")) << said();
     EXPECT_NE(desktop.run({"sh", "-c", lineAfter("Type where the cursor is")}, 30).find("\"ok\":true"),

@@ -1,6 +1,7 @@
 #include "app/ConsentWindow.h"
 
 #include "app/AgentParts.h"
+#include "app/AnswerGuard.h"
 #include "app/ConsentPresenter.h"
 #include "base/LocalizedTexts.h"
 #include "desktop/harness/Painter.h"
@@ -61,7 +62,7 @@ protected:
         platform.emplace();
         panels.emplace(platform->windowFocus);
         parts.emplace(platform->contexts, *platform, panels->maker());
-        presenter.emplace(parts->links, parts->gate, platform->contexts.main);
+        presenter.emplace(parts->links, parts->gate, platform->contexts.main, platform->time);
     }
 
     void TearDown() override
@@ -88,19 +89,49 @@ protected:
     {
         until([] { return false; }, 400ms);
     }
-    void present(LinkOffer offer)
+    void open(LinkOffer offer)
     {
         parts->links.present(std::move(offer));
         ASSERT_TRUE(until([this] { return window() && window()->isActiveWindow(); }));
         ASSERT_TRUE(until([this] { return desktop->activeWindow() == window()->winId(); }));
     }
+    // Opens the window and lets the person look at it before the next key.
+    void present(LinkOffer offer)
+    {
+        open(std::move(offer));
+        platform->time.advance(AnswerGuard::quiet);
+    }
+    void replaceBy(LinkOffer offer)
+    {
+        parts->links.present(std::move(offer));
+        ASSERT_TRUE(
+            until([this] { return words().find(localized("consent.changed")) != std::string::npos; }, 2s));
+    }
+    LinkOffer otherOffer()
+    {
+        LinkOffer other = offerOf({AgentScope::screen, AgentScope::input, AgentScope::shell});
+        other.token = "other";
+        other.platformName = "Evil";
+        return other;
+    }
+    void expectUnanswered()
+    {
+        pass();
+        EXPECT_TRUE(platform->loading.requests.empty());
+        EXPECT_TRUE(parts->links.offer());
+    }
     void press(std::string const& key) { desktop->run({"xdotool", "key", key}); }
-    void clickOn(QWidget& widget)
+    void moveTo(QWidget& widget)
     {
         QPointF const middle =
             widget.mapToGlobal(QPointF(widget.rect().center())) * widget.devicePixelRatio();
-        desktop->run({"xdotool", "mousemove", std::to_string(int(middle.x())),
-                      std::to_string(int(middle.y())), "click", "1"});
+        desktop->run(
+            {"xdotool", "mousemove", std::to_string(int(middle.x())), std::to_string(int(middle.y()))});
+    }
+    void clickOn(QWidget& widget)
+    {
+        moveTo(widget);
+        desktop->run({"xdotool", "click", "1"});
     }
 
     ConsentWindow* window()
@@ -198,6 +229,173 @@ TEST_F(ConsentWindowTest, returnAllowsAndTellsWhatIsTicked)
     EXPECT_TRUE(until([this] { return !window(); }));
     EXPECT_TRUE(parts->state.connection("con_1"));
     EXPECT_FALSE(parts->gate.isClosed());
+}
+
+TEST_F(ConsentWindowTest, isNotAllowedByAPersonWhoTypesOn)
+{
+    open(offerOf(everything));
+
+    desktop->run({"xdotool", "key", "--delay", "60", "a", "space", "Return", "b", "KP_Enter", "space"});
+    expectUnanswered();
+    platform->time.advance(399ms);
+    press("Return");
+
+    expectUnanswered();
+    platform->time.advance(AnswerGuard::quiet);
+    press("Return");
+    EXPECT_TRUE(until([this] { return !platform->loading.requests.empty(); }));
+}
+
+TEST_F(ConsentWindowTest, isNotAllowedByAKeyThatIsHeldDown)
+{
+    desktop->run({"xdotool", "keydown", "Return"});
+    open(offerOf({AgentScope::screen}));
+    platform->time.advance(10s);
+    until([] { return false; }, 2s); // Auto-repeat begins after 0.66 s.
+
+    expectUnanswered();
+    desktop->run({"xdotool", "keyup", "Return"});
+    expectUnanswered();
+}
+
+TEST_F(ConsentWindowTest, aPersonWhoTypesOnTurnsNoSwitchOn)
+{
+    open(offerOf({AgentScope::screen, AgentScope::shell}));
+    named<QCheckBox>("scope.shell")->setFocus();
+
+    press("space");
+
+    pass();
+    EXPECT_FALSE(parts->links.granted().contains(AgentScope::shell));
+}
+
+TEST_F(ConsentWindowTest, isNotAllowedByAClickThatComesAsItOpens)
+{
+    open(offerOf({AgentScope::screen, AgentScope::shell}));
+    platform->time.advance(399ms);
+
+    clickOn(*named<QPushButton>("confirm.allow"));
+    clickOn(*named<QLabel>("scope.shell"));
+    expectUnanswered();
+    EXPECT_FALSE(parts->links.granted().contains(AgentScope::shell));
+
+    platform->time.advance(1ms);
+    clickOn(*named<QPushButton>("confirm.allow"));
+    EXPECT_TRUE(until([this] { return !platform->loading.requests.empty(); }));
+}
+
+TEST_F(ConsentWindowTest, givesTheKeyboardToTheFirstSwitchThatTurns)
+{
+    open(offerOf(everything));
+    EXPECT_TRUE(named<QCheckBox>("scope.input")->hasFocus());
+    EXPECT_FALSE(named<QPushButton>("confirm.allow")->hasFocus());
+    picture("focus");
+}
+
+TEST_F(ConsentWindowTest, givesTheKeyboardToNoAnswerIfNoSwitchTurns)
+{
+    open(offerOf({AgentScope::screen}));
+
+    EXPECT_FALSE(named<QPushButton>("confirm.allow")->hasFocus());
+    EXPECT_FALSE(named<QPushButton>("confirm.deny")->hasFocus());
+}
+
+TEST_F(ConsentWindowTest, saysThatTheRequestChanged)
+{
+    present(offerOf({AgentScope::screen, AgentScope::input}));
+    EXPECT_EQ(words().find(localized("consent.changed")), std::string::npos);
+
+    replaceBy(otherOffer());
+
+    EXPECT_NE(words().find("Evil"), std::string::npos);
+    EXPECT_NE(words().find(localized("consent.changed")), std::string::npos);
+    picture("changed");
+    QApplication::setPalette(darkPalette());
+    ASSERT_TRUE(until([this] { return window()->palette().window().color().lightness() < 128; }));
+    EXPECT_NE(words().find(localized("consent.changed")), std::string::npos);
+    picture("changed-dark");
+}
+
+TEST_F(ConsentWindowTest, aClickMeantForTheFirstRequestDoesNotAllowTheSecond)
+{
+    present(offerOf({AgentScope::screen, AgentScope::input, AgentScope::files}));
+    platform->time.advance(1min);
+
+    parts->links.present(otherOffer());
+    pass();
+    clickOn(*named<QPushButton>("confirm.allow"));
+    press("Return");
+    platform->time.advance(999ms);
+    clickOn(*named<QPushButton>("confirm.allow"));
+    expectUnanswered();
+
+    platform->time.advance(1ms);
+    clickOn(*named<QPushButton>("confirm.allow"));
+    EXPECT_TRUE(until([this] { return !platform->loading.requests.empty(); }));
+}
+
+TEST_F(ConsentWindowTest, aButtonThatWasPressedBeforeTheChangeAllowsNothing)
+{
+    present(offerOf({AgentScope::screen, AgentScope::input, AgentScope::files}));
+    moveTo(*named<QPushButton>("confirm.allow"));
+    desktop->run({"xdotool", "mousedown", "1"});
+    ASSERT_TRUE(until([this] { return named<QPushButton>("confirm.allow")->isDown(); }));
+
+    parts->links.present(otherOffer());
+    pass();
+    platform->time.advance(1min);
+    moveTo(*named<QPushButton>("confirm.allow"));
+    desktop->run({"xdotool", "mouseup", "1"});
+
+    expectUnanswered();
+}
+
+TEST_F(ConsentWindowTest, aSwitchThatWasPressedBeforeTheChangeTurnsNothingOn)
+{
+    present(offerOf({AgentScope::screen, AgentScope::shell}));
+    moveTo(*named<QLabel>("scope.shell"));
+    desktop->run({"xdotool", "mousedown", "1"});
+    pass();
+
+    parts->links.present(otherOffer());
+    pass();
+    platform->time.advance(1min);
+    moveTo(*named<QLabel>("scope.shell"));
+    desktop->run({"xdotool", "mouseup", "1"});
+
+    pass();
+    EXPECT_FALSE(parts->links.granted().contains(AgentScope::shell));
+}
+
+TEST_F(ConsentWindowTest, aKeyThatWasPressedBeforeTheChangeAllowsNothing)
+{
+    present(offerOf({AgentScope::screen}));
+    named<QPushButton>("confirm.allow")->setFocus();
+    desktop->run({"xdotool", "keydown", "space"});
+    ASSERT_TRUE(until([this] { return named<QPushButton>("confirm.allow")->isDown(); }));
+
+    parts->links.present(otherOffer());
+    pass();
+    platform->time.advance(1min);
+    named<QPushButton>("confirm.allow")->setFocus();
+    desktop->run({"xdotool", "keyup", "space"});
+
+    expectUnanswered();
+}
+
+TEST_F(ConsentWindowTest, allowsOnlyWhatItShows)
+{
+    present(offerOf({AgentScope::screen, AgentScope::shell}));
+    parts->links.setGranted(AgentScope::shell, true);
+    parts->links.present(offerOf({AgentScope::screen, AgentScope::input})); // The same token.
+    pass();
+    platform->time.advance(1s);
+
+    press("Return");
+
+    ASSERT_TRUE(until([this] { return !platform->loading.requests.empty(); }));
+    json::value const body = *parseJson(platform->loading.requests[0].body);
+    EXPECT_EQ(writeJson(body.at("grantedScopes")), R"(["screen"])");
 }
 
 TEST_F(ConsentWindowTest, twoPressesInOneTurnAllowOnce)
@@ -328,6 +526,7 @@ TEST_F(ConsentWindowTest, staysOpenAndSaysWhyWhenTheAnswerDidNotGetThrough)
     EXPECT_TRUE(named<QPushButton>("confirm.allow")->isEnabled());
     picture("failed");
 
+    platform->time.advance(AnswerGuard::quiet);
     press("Return");
     platform->loading.answer(200, R"({"connectionId":"con_1"})");
     EXPECT_TRUE(until([this] { return !window(); }));

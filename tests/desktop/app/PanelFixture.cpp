@@ -38,7 +38,7 @@ void PanelFixture::bringUp(int dpi)
     Contexts const contexts = threads->contexts();
     platform = makePlatform(contexts);
     parts = std::make_unique<AgentParts>(contexts, *platform, QtConfirmationPanel::maker(platform->clock()));
-    consent = std::make_unique<ConsentPresenter>(parts->links, parts->gate, contexts.main);
+    consent = std::make_unique<ConsentPresenter>(parts->links, parts->gate, contexts.main, platform->clock());
 }
 
 void PanelFixture::TearDown()

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/AnswerGuard.h"
+
+#include <QObject>
+
+#include <functional>
+
+class QWidget;
+
+namespace zelvo {
+
+/// Applies AnswerGuard to a window that asks something: sees each key and click of a person once, before any
+/// part of the window does, and drops those that must not count. Assistive tools press buttons without it.
+/// Thread: main.
+class AnswerFilter final : public QObject {
+public:
+    /// wouldAllow  whether this key, pressed now, would give something
+    AnswerFilter(Clock& clock, std::function<bool(int key)> wouldAllow);
+
+    /// Begins with a window that is about to be shown.
+    void open(QWidget& window);
+    /// The window asks something else from now on.
+    void change();
+    /// The window got the keyboard.
+    void activate();
+
+protected:
+    bool eventFilter(QObject* receiver, QEvent* event) override;
+
+private:
+    bool isUnwitting(QEvent const& event);
+
+    Clock& clock;
+    std::function<bool(int key)> wouldAllow;
+    AnswerGuard guard;
+};
+
+} // namespace zelvo
