@@ -77,6 +77,7 @@ private:
 
     AccessControl access;
     MachineApi machineApi;
+    ConsoleSessions sessions;
     PlatformApi platformApi;
     CommandApi commandApi;
     RecordingApi recordingApi;
@@ -97,19 +98,19 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       connections(store, machines, control, queue, intake, library, settings, io.get_executor()),
       links(store, settings),
       commands(store, machines, control, queue, settings, this->clock, workers.get_executor()),
-      events(machines, control, queue, connections), access(key, settings.publicUrl),
-      machineApi(access,
-                 links,
-                 intake,
-                 {.settings = settings,
-                  .store = store,
-                  .machines = machines,
-                  .listener = events,
-                  .memory = memory,
-                  .workers = workers.get_executor()}),
+      events(machines, control, queue, connections), sessions(this->clock, settings.console),
+      access(key, settings.publicUrl, sessions), machineApi(access,
+                                                            links,
+                                                            intake,
+                                                            {.settings = settings,
+                                                             .store = store,
+                                                             .machines = machines,
+                                                             .listener = events,
+                                                             .memory = memory,
+                                                             .workers = workers.get_executor()}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
-      recordingApi(access, library, settings.limits), console(access, store, connections, settings.limits),
+      recordingApi(access, library, settings), console(access, store, connections, settings.limits),
       routes(access),
       http(io,
            {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})

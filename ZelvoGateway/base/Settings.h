@@ -72,6 +72,14 @@ struct RecordingRules {
 };
 
 /// What the person who starts the gateway chooses.
+/// How long a browser stays logged in to the console.
+struct ConsoleTimes {
+    Duration idle = 30min; ///< without a request; an open page sends one every few seconds
+    Duration longest = 12h;
+    std::size_t maxSessions = 64;      ///< at one time
+    Duration recordingAddress = 10min; ///< how long an address to watch a recording is valid for the console
+};
+
 struct Settings {
     std::string dataFolder;
     std::string listen = "127.0.0.1"; ///< an address, not a name
@@ -85,6 +93,7 @@ struct Settings {
     Duration linkLifetime = 15min;
     Duration consoleLinkLifetime = 10min;
     ControlTimes control;
+    ConsoleTimes console;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;
     Limits limits;

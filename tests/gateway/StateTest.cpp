@@ -23,7 +23,7 @@ TEST(State, outlivesTheProcess)
     LinkedMachine const linked = gateway.link();
     std::string const key = gateway.apiKey();
     std::string const link = gateway.newLink();
-    auto const cookie = gateway.consoleCookie();
+    auto const session = gateway.consoleSession();
 
     gateway.stop();
     gateway.start();
@@ -33,7 +33,28 @@ TEST(State, outlivesTheProcess)
     EXPECT_EQ(machine.status(), 101);
     EXPECT_EQ(gateway.command(linked.connectionId, "display.info").status, 200);
     EXPECT_EQ(gateway.resolve(link).status, 200);
-    EXPECT_EQ(gateway.call("GET", "/", "", {cookie}).status, 200);
+    EXPECT_EQ(gateway.call("GET", "/console/machines", "", {session}).status, 401); // Browsers log in again.
+}
+
+// Secrets of callers are looked up by their hashes, so neither a copy of the store nor the time of a look-up
+// tells one.
+TEST(State, holdsNoSecretOfACaller)
+{
+    Gateway gateway;
+    LinkedMachine const linked = gateway.link();
+    std::string const code = gateway.newLink();
+    std::string const link = gateway.running().newConsoleLink();
+    auto const session = gateway.consoleSession();
+    gateway.stop();
+
+    for (auto const& entry : std::filesystem::directory_iterator(gateway.data())) {
+        if (!entry.is_regular_file())
+            continue;
+        std::string const content = gateway.readFile(entry.path().filename());
+        for (std::string const& secret :
+             {linked.token, code, link.substr(link.find('#') + 1), session.second})
+            EXPECT_EQ(content.find(secret), std::string::npos) << entry.path();
+    }
 }
 
 TEST(State, isForTheOwnersEyesOnly)
