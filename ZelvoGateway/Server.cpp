@@ -15,6 +15,8 @@
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 #include "ZelvoGateway/store/SqliteStore.h"
+#include "base/Hop.h"
+#include "base/UnusedMemory.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -75,9 +77,9 @@ private:
     CommandService commands;
     MachineEvents events;
 
+    ConsoleSessions sessions;
     AccessControl access;
     MachineApi machineApi;
-    ConsoleSessions sessions;
     PlatformApi platformApi;
     CommandApi commandApi;
     RecordingApi recordingApi;
@@ -89,7 +91,8 @@ private:
 
 Server::Parts::Parts(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
-      store(folder.file("gateway.sqlite")), memory(settings.limits.memory), clock(clock ? *clock : ownClock),
+      store(folder.file("gateway.sqlite")), memory(settings.limits.memory, settings.limits.memoryOfCaller),
+      clock(clock ? *clock : ownClock),
       files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
       intake(store, files, settings, this->clock, workers.get_executor()),
       library(store, files, key, settings, this->clock, workers.get_executor()),
@@ -174,6 +177,8 @@ Task<> Server::Parts::runMaintenance()
         try {
             queue.runMaintenance();
             co_await library.runMaintenance();
+            if (memory.hasRested())
+                co_await on(workers.get_executor(), returnUnusedMemory);
         } catch (std::exception const& error) { // A full disk, for instance. The next round repeats it.
             std::cerr << "zelvo-gateway: " << error.what() << std::endl;
         }
