@@ -1,9 +1,11 @@
 #include "gateway/support/FakeMachine.h"
 #include "gateway/support/Gateway.h"
+#include "wire/PrivateMark.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <fstream>
 
@@ -55,6 +57,18 @@ TEST(State, holdsNoSecretOfACaller)
              {linked.token, code, link.substr(link.find('#') + 1), session.second})
             EXPECT_EQ(content.find(secret), std::string::npos) << entry.path();
     }
+}
+
+TEST(State, marksItsFolderForAgentsOnTheSameMachine)
+{
+    Gateway gateway;
+
+    EXPECT_TRUE(std::filesystem::is_regular_file(gateway.data() / PrivateMark::fileName));
+    std::filesystem::path const key = gateway.data() / "api-key";
+    if (::setxattr(key.c_str(), "user.zelvo.test", "1", 1, 0) != 0)
+        GTEST_SKIP() << "this file system has no extended attributes";
+    for (char const* const name : {"api-key", "authorization.header", "gateway.sqlite", "gateway.sqlite-wal"})
+        EXPECT_GE(::getxattr((gateway.data() / name).c_str(), PrivateMark::attribute, nullptr, 0), 0) << name;
 }
 
 TEST(State, isForTheOwnersEyesOnly)
