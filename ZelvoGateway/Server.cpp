@@ -15,6 +15,8 @@
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 #include "ZelvoGateway/store/SqliteStore.h"
+#include "base/Hop.h"
+#include "base/UnusedMemory.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -75,6 +77,7 @@ private:
     CommandService commands;
     MachineEvents events;
 
+    ConsoleSessions sessions;
     AccessControl access;
     MachineApi machineApi;
     PlatformApi platformApi;
@@ -88,7 +91,8 @@ private:
 
 Server::Parts::Parts(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
-      store(folder.file("gateway.sqlite")), memory(settings.limits.memory), clock(clock ? *clock : ownClock),
+      store(folder.file("gateway.sqlite")), memory(settings.limits.memory, settings.limits.memoryOfCaller),
+      clock(clock ? *clock : ownClock),
       files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
       intake(store, files, settings, this->clock, workers.get_executor()),
       library(store, files, key, settings, this->clock, workers.get_executor()),
@@ -97,19 +101,19 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       connections(store, machines, control, queue, intake, library, settings, io.get_executor()),
       links(store, settings),
       commands(store, machines, control, queue, settings, this->clock, workers.get_executor()),
-      events(machines, control, queue, connections), access(key, settings.publicUrl),
-      machineApi(access,
-                 links,
-                 intake,
-                 {.settings = settings,
-                  .store = store,
-                  .machines = machines,
-                  .listener = events,
-                  .memory = memory,
-                  .workers = workers.get_executor()}),
+      events(machines, control, queue, connections), sessions(this->clock, settings.console),
+      access(key, settings.publicUrl, sessions), machineApi(access,
+                                                            links,
+                                                            intake,
+                                                            {.settings = settings,
+                                                             .store = store,
+                                                             .machines = machines,
+                                                             .listener = events,
+                                                             .memory = memory,
+                                                             .workers = workers.get_executor()}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
-      recordingApi(access, library, settings.limits), console(access, store, connections, settings.limits),
+      recordingApi(access, library, settings), console(access, store, connections, settings.limits),
       routes(access),
       http(io,
            {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
@@ -173,6 +177,8 @@ Task<> Server::Parts::runMaintenance()
         try {
             queue.runMaintenance();
             co_await library.runMaintenance();
+            if (memory.hasRested())
+                co_await on(workers.get_executor(), returnUnusedMemory);
         } catch (std::exception const& error) { // A full disk, for instance. The next round repeats it.
             std::cerr << "zelvo-gateway: " << error.what() << std::endl;
         }

@@ -1,4 +1,5 @@
 #include "platform/WebSocket.h"
+#include "platform/portable/net/ConnectionGuard.h"
 #include "platform/portable/net/HttpHead.h"
 #include "platform/portable/net/PendingPings.h"
 #include "platform/portable/net/ProxyChoice.h"
@@ -43,6 +44,20 @@ void readAsProxy(std::string_view text)
     }
 }
 
+/// What is an address of this machine in any form is never allowed.
+void readAsHost(std::string const& text)
+{
+    ConnectionGuard const guard("93.184.216.34");
+    boost::system::error_code error;
+    auto const address = boost::asio::ip::make_address(text, error);
+    if (!error && (address.is_loopback() || address.is_multicast() || address.is_unspecified()))
+        check(!guard.allowsHost(text));
+    // Read as the gateway's address it allows this machine only if it is a loopback address.
+    ConnectionGuard const other(text);
+    if (error)
+        check(!other.allowsHost("127.0.0.1"));
+}
+
 } // namespace
 
 /// Texts from outside that reach the network layer: addresses, proxy variables, response heads, pongs.
@@ -51,6 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::string_view const text(reinterpret_cast<char const*>(data), size);
     readAsAddress(text);
     readAsProxy(text);
+    readAsHost(std::string(text));
     for (char const* const host : {"www.example.org", "127.0.0.1", "::1", ""})
         isProxyExempt(text, host, 443);
     if (auto const status = statusOfHead(text))

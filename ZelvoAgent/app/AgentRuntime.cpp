@@ -2,6 +2,7 @@
 
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
+#include "base/UnusedMemory.h"
 #include "gateway/GatewayAddress.h"
 
 #include <boost/url/parse.hpp>
@@ -51,6 +52,7 @@ void AgentRuntime::buildClient()
         .heartbeat = [&heartbeat = services.heartbeat] { return heartbeat.current(); },
         .onState = onState,
         .jitter = services.jitter,
+        .onRest = returnUnusedMemory,
     };
     client = GatewayClient::create(gatewayUrl(), services.heartbeat.appVersion(), std::move(parts));
 }

@@ -27,6 +27,17 @@ std::string contentOf(OpenFile& file)
     return content;
 }
 
+/// An agent learns of a private place no more than of one that was not granted.
+template <class Use>
+auto unlessPrivate(Use use)
+{
+    try {
+        return use();
+    } catch (PrivatePlaceFailure const&) {
+        throw AgentError::scopeDenied;
+    }
+}
+
 } // namespace
 
 FileAccess::FileAccess(Executor workers, FileSystem& files, std::vector<std::string> allowedRoots)
@@ -46,14 +57,14 @@ Task<> FileAccess::setRootsFrom(std::function<std::vector<std::string>()> read)
 
 Task<std::string> FileAccess::read(std::string path)
 {
-    co_return co_await on(strand, [&] { return readOnStrand(path); });
+    co_return co_await on(strand, [&] { return unlessPrivate([&] { return readOnStrand(path); }); });
 }
 
 Task<> FileAccess::write(std::string path, std::string data)
 {
     if (data.size() > std::size_t(maxBytes))
         throw AgentError::invalidRequest;
-    co_await on(strand, [&] { writeOnStrand(path, data); });
+    co_await on(strand, [&] { unlessPrivate([&] { writeOnStrand(path, data); }); });
 }
 
 std::string FileAccess::readOnStrand(std::string const& path)

@@ -14,6 +14,7 @@ namespace zelvo {
 /// without links in the path, and no transfer is larger than maxBytes. It checks a path after following its
 /// links; for a new file it checks the parent folder. A hard link is checked only by the path given, because
 /// a file does not know its other names. Writing replaces that one name and leaves the others as they were.
+/// The program's own files and a gateway's data are refused whatever was granted, under every name.
 /// Thread: any. A strand on the workers runs one transfer at a time; each blocks a worker while it lasts.
 class FileAccess final : public FileGate {
 public:

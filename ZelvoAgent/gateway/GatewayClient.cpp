@@ -20,6 +20,7 @@ constexpr Duration heartbeatPeriod = 15s;
 constexpr Duration firstPing = 5s;
 constexpr Duration pingPeriod = 20s;
 constexpr Duration pongTimeout = 15s;
+constexpr Duration restTime = 60s;
 constexpr int goingAway = 1001;
 /// In bytes. Larger texts are parsed and serialised on the workers.
 constexpr std::size_t largeText = 64UL * 1024;
@@ -160,16 +161,49 @@ Task<> GatewayClient::receiveLoop(SocketPtr socket, std::int64_t number)
             co_return;
         }
         markConnected(number); // Any message proves that the session lives, even one that is ignored below.
+        noteWork();
         if (message.kind == WebSocketMessage::Kind::text)
             co_await handleText(std::move(message.payload));
+        noteWork();
     }
+}
+
+/// A message of any kind: also one that is dropped took memory.
+void GatewayClient::noteWork()
+{
+    lastWork = services.clock.now();
+    if (services.onRest && !std::exchange(waitsForRest, true))
+        spawn(services.contexts.agent,
+              [weak = weak_from_this(), &clock = services.clock] { return restLoop(weak, &clock); });
+}
+
+Task<> GatewayClient::restLoop(std::weak_ptr<GatewayClient> weak, Clock* clock)
+{
+    Duration left = restTime;
+    while (left > Duration::zero()) {
+        co_await clock->sleep(left);
+        auto const client = weak.lock();
+        if (!client)
+            co_return;
+        auto const ask = [client] { return client->restLeft(); };
+        left = co_await on(client->strand, ask);
+        if (left <= Duration::zero())
+            co_await on(client->services.contexts.workers, client->services.onRest);
+    }
+}
+
+Duration GatewayClient::restLeft()
+{
+    Duration const left = restTime - (services.clock.now() - lastWork);
+    waitsForRest = left > Duration::zero();
+    return left;
 }
 
 Task<> GatewayClient::handleText(std::string text)
 {
     std::optional<RpcFrame> frame;
     if (text.size() > largeText)
-        frame = co_await on(services.contexts.workers, [&] { return parseFrame(std::exchange(text, {})); });
+        frame = co_await on(services.contexts.workers, [&] { return takeFrame(std::exchange(text, {})); });
     else
         frame = parseFrame(text);
     if (!frame || !handler)

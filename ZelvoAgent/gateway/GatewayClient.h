@@ -18,9 +18,9 @@ namespace zelvo {
 
 /// Keeps the one WebSocket session to the gateway. It opens the session, detects a dead one and retries with
 /// backoff. It gives up after a rejected token or a required update. The handler gets one frame at a time;
-/// the next frame is taken only after the reply has been passed to the socket. Thread: any, unless a member
-/// says otherwise; the state lives on a dedicated strand. Create with create(), because its loops hold weak
-/// pointers to it.
+/// the next frame is taken only after the reply has been passed to the socket. A minute after the last
+/// message it says that memory can be given back. Thread: any, unless a member says otherwise; the state
+/// lives on a dedicated strand. Create with create(), because its loops hold weak pointers to it.
 class GatewayClient : public std::enable_shared_from_this<GatewayClient> {
 public:
     using Handler = std::function<Task<std::optional<RpcReply>>(RpcFrame)>;
@@ -34,6 +34,7 @@ public:
         std::function<void(GatewayConnectionState)>
             onState;                    ///< called on the client's strand at every change
         std::function<double()> jitter; ///< a factor from 1.0 to 1.3
+        std::function<void()> onRest;   ///< called on a worker after a minute without work; may be empty
     };
 
     static std::shared_ptr<GatewayClient>
@@ -67,6 +68,9 @@ private:
     Task<> handleText(std::string text);
     Task<> send(json::object object);
     Task<std::string> serialised(json::object object);
+    void noteWork();
+    static Task<> restLoop(std::weak_ptr<GatewayClient> weak, Clock* clock);
+    Duration restLeft();
     static Task<> heartbeatLoop(std::weak_ptr<GatewayClient> weak, Clock* clock);
     static Task<> pingLoop(std::weak_ptr<GatewayClient> weak, Clock* clock, std::int64_t number);
     enum class Pong { came, missed, unknown };
@@ -86,6 +90,8 @@ private:
     TaskHandle pingTask;
     TaskHandle reconnectTask;
     std::int64_t reconnectAttempt = 0; ///< consecutive failures since the last message or pong
+    Instant lastWork;
+    bool waitsForRest = false;
     bool stopped = true;
     GatewayConnectionState state;
 };

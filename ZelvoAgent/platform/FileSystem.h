@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +15,11 @@ namespace zelvo {
 class FileFailure : public std::system_error {
 public:
     explicit FileFailure(int errorNumber) : std::system_error(errorNumber, std::generic_category()) {}
+};
+
+/// A place is the program's own or a gateway's, and is no agent's business whatever was granted.
+struct PrivatePlaceFailure : std::exception {
+    char const* what() const noexcept override { return "a private place"; }
 };
 
 /// What is at a path. Links are not followed.
@@ -61,7 +67,8 @@ public:
     virtual FileNode nodeAt(std::string const& path) = 0;
 
     /// Opens a regular file. Null if the place changed since the check: a link is in the way, or nothing is
-    /// there. Throws FileFailure also for a folder, device, pipe or socket, without opening it.
+    /// there. Throws FileFailure also for a folder, device, pipe or socket, without opening it;
+    /// PrivatePlaceFailure for a private place, by whatever name or link it was reached.
     virtual std::unique_ptr<OpenFile> open(PlaceInFolder const& place) = 0;
 
     /// How to treat a link at the place itself.
@@ -72,7 +79,7 @@ public:
     /// Replaces or creates a file atomically; creates missing folders above it, the granted folder too. Keeps
     /// an old file's permission bits, group and access list. Returns false, with nothing written, if the
     /// place changed since the check. Throws FileFailure; then the old file is unchanged and at most new
-    /// folders remain.
+    /// folders remain. Throws PrivatePlaceFailure like open(), with nothing made.
     virtual bool replace(PlaceInFolder const& place, std::string_view content, LinkThere link) = 0;
 };
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,7 +26,8 @@ struct HttpRequest {
 
 struct HttpResponse {
     int status = 0;
-    std::string body; ///< at most 16 MiB; a longer one is a failure
+    std::string body;      ///< at most 16 MiB; a longer one is a failure
+    std::string peer = {}; ///< the IP address that answered; empty through a proxy
 };
 
 /// A file that becomes the body of a request, read from disk while it is sent.
@@ -36,6 +38,10 @@ struct HttpUpload {
     std::filesystem::path file;
     std::int64_t bytes = 0;  ///< the file's size, sent as Content-Length
     Duration timeout = 600s; ///< without a byte in either direction; the whole call may take longer
+    /// The `peer` of the gateway that chose `url`. The upload then goes to that address or to a public one of
+    /// another machine, and fails elsewhere, unless the gateway is on this machine. `nullopt` allows
+    /// everything.
+    std::optional<std::string> gatewayPeer = {};
     /// Reports how many bytes of the file are sent, about once a second and often more. Returning false ends
     /// the call, which fails with `cancelled`. Thread: any. May be empty.
     std::function<bool(std::int64_t sent)> onProgress;

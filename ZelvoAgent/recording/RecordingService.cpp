@@ -14,7 +14,7 @@ constexpr Duration patience = 30s;
 
 RecordingReply RecordingReply::from(HttpResponse const& response)
 {
-    RecordingReply reply{.status = response.status, .body = std::nullopt};
+    RecordingReply reply{.status = response.status, .body = std::nullopt, .peer = response.peer};
     if (auto parsed = parseJson(response.body); parsed && parsed->is_object())
         reply.body = std::move(parsed->get_object());
     return reply;

@@ -54,7 +54,7 @@ Task<Outcome> RecordingTransfer::upload(PendingRecording entry)
         co_return announced.outcome;
     if (auto const found = co_await obstacle(entry.connectionId))
         co_return *found;
-    Outcome const sent = co_await put(entry, *bytes, announced.target.uploadUrl);
+    Outcome const sent = co_await put(entry, *bytes, announced);
     if (sent.kind != Outcome::Kind::done)
         co_return sent;
     // A recording that is not completed is none to the service.
@@ -69,7 +69,8 @@ Task<RecordingTransfer::Announced> RecordingTransfer::announce(PendingRecording 
                       {"durationSec", plainNumber(entry.durationSec)},
                       {"sizeBytes", bytes}};
     RecordingReply const reply = co_await services.service.post("machines/recordings", std::move(body));
-    Announced announced{.outcome = Outcome::classify(reply.status, reply.code()), .target = {}};
+    Announced announced{
+        .outcome = Outcome::classify(reply.status, reply.code()), .target = {}, .peer = reply.peer};
     if (announced.outcome.kind != Outcome::Kind::done)
         co_return announced;
     if (auto target = RecordingUploadTarget::from(reply))
@@ -79,7 +80,7 @@ Task<RecordingTransfer::Announced> RecordingTransfer::announce(PendingRecording 
     co_return announced;
 }
 
-Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes, std::string url)
+Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes, Announced announced)
 {
     auto const watch = std::make_shared<Watch>();
     TaskHandle watcher =
@@ -88,7 +89,7 @@ Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes,
     HttpResponse response;
     std::optional<NetworkFailure> failure;
     try {
-        response = co_await services.http.upload(uploadOf(entry, bytes, std::move(url), watch));
+        response = co_await services.http.upload(uploadOf(entry, bytes, std::move(announced), watch));
     } catch (NetworkFailure const& problem) {
         failure = problem;
     }
@@ -105,11 +106,12 @@ Task<Outcome> RecordingTransfer::put(PendingRecording entry, std::int64_t bytes,
 /// Carries no machine token: the address may be another server's.
 HttpUpload RecordingTransfer::uploadOf(PendingRecording const& entry,
                                        std::int64_t bytes,
-                                       std::string url,
+                                       Announced announced,
                                        std::shared_ptr<Watch const> watch) const
 {
     HttpUpload upload;
-    upload.url = std::move(url);
+    upload.url = std::move(announced.target.uploadUrl);
+    upload.gatewayPeer = std::move(announced.peer);
     upload.method = "PUT";
     upload.headers = {{"Content-Type", "video/mp4"}};
     upload.file = entry.path;

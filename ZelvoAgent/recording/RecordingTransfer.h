@@ -59,14 +59,15 @@ private:
     struct Announced {
         RecordingUploadOutcome outcome;
         RecordingUploadTarget target; ///< valid if the outcome is `done`
+        std::string peer = {};        ///< from where the gateway answered
     };
 
     Task<Announced> announce(PendingRecording entry, std::int64_t bytes);
-    Task<RecordingUploadOutcome> put(PendingRecording entry, std::int64_t bytes, std::string url);
+    Task<RecordingUploadOutcome> put(PendingRecording entry, std::int64_t bytes, Announced announced);
     Task<RecordingUploadOutcome> complete(std::string recordingId);
     HttpUpload uploadOf(PendingRecording const& entry,
                         std::int64_t bytes,
-                        std::string url,
+                        Announced announced,
                         std::shared_ptr<Watch const> watch) const;
     Task<> watchRight(std::string connectionId, std::shared_ptr<Watch> watch);
     Task<std::optional<RecordingUploadOutcome>> obstacle(std::string connectionId);

@@ -25,11 +25,13 @@ json::value downloadResult(std::string const& content)
 Task<json::value> TransferHandlers::uploadFile(Admission admission)
 {
     auto const path = read::text(admission.frame.params, "path");
+    std::string encoded = std::exchange(admission.frame.data, {});
     json::value const* const text = admission.frame.params.if_contains("data");
-    if (!path || !text || !text->is_string())
+    if (!path || (encoded.empty() && (!text || !text->is_string())))
         throw AgentError::invalidRequest;
     auto content = co_await on(services.contexts.workers, [&] {
-        auto decoded = base64::decode(text->get_string());
+        auto decoded = base64::decode(encoded.empty() ? std::string_view(text->get_string()) : encoded);
+        encoded = {};
         admission.frame.params.erase("data");
         return decoded;
     });

@@ -1,5 +1,7 @@
 #include "wire/Json.h"
 
+#include "wire/LongText.h"
+
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/serializer.hpp>
 #include <boost/json/value_stack.hpp>
@@ -12,6 +14,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t maxNesting = 512;
+constexpr std::size_t maxValues = 1'000'000; // A value of three bytes of text takes 64 of memory.
 
 /// Builds the value from the parser's events. Numbers are read from their text, so that they are exact.
 class ValueBuilder {
@@ -24,43 +27,62 @@ public:
     static constexpr std::size_t max_key_size = std::size_t(-1);
     static constexpr std::size_t max_string_size = std::size_t(-1);
 
-    ValueBuilder() { stack.reset(); }
+    ValueBuilder(std::string_view document, LongText* wanted) : document(document), wanted(wanted)
+    {
+        stack.reset();
+    }
 
     json::value release() { return stack.release(); }
 
     bool on_document_begin(error_code&) { return true; }
     bool on_document_end(error_code&) { return true; }
-    bool on_object_begin(error_code&) { return true; }
-    bool on_object_end(std::size_t count, error_code&)
+    bool on_object_begin(error_code&) { return begins(); }
+    bool on_object_end(std::size_t count, error_code& error)
     {
+        --depth;
         stack.push_object(count);
-        return true;
+        return counts(error);
     }
-    bool on_array_begin(error_code&) { return true; }
-    bool on_array_end(std::size_t count, error_code&)
+    bool on_array_begin(error_code&) { return begins(); }
+    bool on_array_end(std::size_t count, error_code& error)
     {
+        --depth;
         stack.push_array(count);
-        return true;
+        return counts(error);
     }
     bool on_key_part(string_view part, std::size_t, error_code&)
     {
         stack.push_chars(part);
+        key.append(part);
         return true;
     }
     bool on_key(string_view part, std::size_t, error_code&)
     {
         stack.push_key(part);
+        key.append(part);
+        if (wanted && depth == 1)
+            isOuter = key == wanted->outer;
+        if (wanted && depth == 2)
+            isInner = isOuter && key == wanted->inner;
+        key.clear();
         return true;
     }
     bool on_string_part(string_view part, std::size_t, error_code&)
     {
+        hasParts = true;
         stack.push_chars(part);
         return true;
     }
-    bool on_string(string_view part, std::size_t, error_code&)
+    bool on_string(string_view part, std::size_t, error_code& error)
     {
-        stack.push_string(part);
-        return true;
+        if (!std::exchange(hasParts, false) && isWanted(part)) {
+            wanted->offset = static_cast<std::size_t>(part.data() - document.data());
+            wanted->bytes = part.size();
+            stack.push_uint64(0);
+        } else {
+            stack.push_string(part);
+        }
+        return counts(error);
     }
     bool on_number_part(string_view part, error_code&)
     {
@@ -70,20 +92,44 @@ public:
     bool on_int64(std::int64_t, string_view part, error_code& error) { return number(part, 0, error); }
     bool on_uint64(std::uint64_t, string_view part, error_code& error) { return number(part, 0, error); }
     bool on_double(double near, string_view part, error_code& error) { return number(part, near, error); }
-    bool on_bool(bool value, error_code&)
+    bool on_bool(bool value, error_code& error)
     {
         stack.push_bool(value);
-        return true;
+        return counts(error);
     }
-    bool on_null(error_code&)
+    bool on_null(error_code& error)
     {
         stack.push_null();
-        return true;
+        return counts(error);
     }
     bool on_comment_part(string_view, error_code&) { return true; }
     bool on_comment(string_view, error_code&) { return true; }
 
 private:
+    bool begins()
+    {
+        ++depth;
+        isInner = false;
+        return true;
+    }
+
+    /// Whether a text that was read in one piece is the long one.
+    bool isWanted(string_view part) const
+    {
+        return wanted && wanted->bytes == 0 && depth == 2 && isInner && part.size() >= wanted->minBytes &&
+               part.size() > 0 && part.data() >= document.data() &&
+               part.data() + part.size() <= document.data() + document.size();
+    }
+
+    /// One value more. Ends the parsing when there are too many.
+    bool counts(error_code& error)
+    {
+        if (++values <= maxValues)
+            return true;
+        error = json::error::array_too_large;
+        return false;
+    }
+
     bool number(string_view part, double near, error_code& error)
     {
         digits.append(part);
@@ -93,7 +139,7 @@ private:
         if (auto const read = std::from_chars(text.data(), end, whole);
             read.ec == std::errc() && read.ptr == end) {
             stack.push_int64(whole);
-            return true;
+            return counts(error);
         }
         double value = 0;
         auto const read = std::from_chars(text.data(), end, value);
@@ -102,7 +148,7 @@ private:
             return false;
         }
         pushDouble(read.ec == std::errc() ? value : 0.0);
-        return true;
+        return counts(error);
     }
 
     void pushDouble(double value)
@@ -114,9 +160,29 @@ private:
             stack.push_double(value);
     }
 
+    std::string_view const document;
+    LongText* const wanted; // May be null.
     json::value_stack stack;
+    std::string key; // That is being read.
+    std::size_t depth = 0;
+    bool isOuter = false;  // The last key at depth 1 is the outer one.
+    bool isInner = false;  // The last key at depth 2 is the inner one.
+    bool hasParts = false; // The text that is being read came in parts, so it is not whole in the document.
+    std::size_t values = 0;
     std::string digits; // Of the number that is being read in parts.
 };
+
+std::optional<json::value> parse(std::string_view text, LongText* wanted)
+{
+    json::parse_options options;
+    options.max_depth = maxNesting;
+    json::basic_parser<ValueBuilder> parser(options, text, wanted);
+    boost::system::error_code error;
+    std::size_t const used = parser.write_some(false, text.data(), text.size(), error);
+    if (error || used < text.size() || !parser.done())
+        return std::nullopt;
+    return parser.handler().release();
+}
 
 /// How long a value's text is, as long as nothing in it has to be escaped; numbers count as long ones.
 std::size_t expectedSize(json::value const& value);
@@ -168,14 +234,12 @@ std::string textOf(Value const& value)
 
 std::optional<json::value> parseJson(std::string_view text)
 {
-    json::parse_options options;
-    options.max_depth = maxNesting;
-    json::basic_parser<ValueBuilder> parser(options);
-    boost::system::error_code error;
-    std::size_t const used = parser.write_some(false, text.data(), text.size(), error);
-    if (error || used < text.size() || !parser.done())
-        return std::nullopt;
-    return parser.handler().release();
+    return parse(text, nullptr);
+}
+
+std::optional<json::value> parseJsonAround(std::string_view text, LongText& wanted)
+{
+    return parse(text, &wanted);
 }
 
 std::string writeJson(json::value const& value)

@@ -37,16 +37,18 @@ Task<HttpResponse> CommandApi::handleRun(HttpRequest request, PathIds ids)
 {
     std::string const connectionId = std::move(ids.front());
     commands.assertExists(connectionId); // Before the body is read: a large one takes time.
-    PlatformCommand command = co_await commandIn(&request.body);
-    CommandOutcome outcome = co_await commands.run(connectionId, std::move(command), request.body.size());
+    std::size_t const bytes = request.body.size();
+    PlatformCommand command = co_await commandIn(workers, std::move(request.body));
+    CommandOutcome outcome = co_await commands.run(connectionId, std::move(command), bytes);
     if (auto const* const queued = std::get_if<StoredCommand>(&outcome))
         co_return HttpResponse{.status = 202, .body = recordText(*queued)};
     co_return co_await responseOf(std::get<CommandResult>(std::move(outcome)));
 }
 
-Task<PlatformCommand> CommandApi::commandIn(std::string const* body)
+/// The body ends here: a large one is not kept while the machine works.
+Task<PlatformCommand> CommandApi::commandIn(Executor workers, std::string body)
 {
-    auto parsed = co_await parseOn(workers, *body);
+    auto parsed = co_await parseOn(workers, body);
     json::object* const object = parsed ? parsed->if_object() : nullptr;
     if (!object)
         throw badRequest("The body must be a JSON object");

@@ -29,7 +29,7 @@ private:
     /// A QueuedCommand, with its result or error once it has ended.
     Task<HttpResponse> handleState(HttpRequest request, PathIds ids);
     Task<HttpResponse> handleCancel(HttpRequest request, PathIds ids);
-    Task<PlatformCommand> commandIn(std::string const* body);
+    static Task<PlatformCommand> commandIn(Executor workers, std::string body);
     Task<HttpResponse> responseOf(CommandResult result);
     HttpResponse recordResponse(StoredCommand const& command);
 

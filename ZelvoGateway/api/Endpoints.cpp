@@ -9,14 +9,16 @@ Route Endpoints::route(std::string_view method,
                        Handler handler) const
 {
     auto const kept = std::make_shared<Handler const>(std::move(handler));
-    return {
-        .method = method,
-        .pattern = std::move(pattern),
-        .maxBody = maxBody,
-        .assertAccess = [check = std::move(check)](HttpRequest const& head) { inHttp([&] { check(head); }); },
-        .answer = [this,
-                   kept](HttpRequest request,
-                         PathIds ids) { return answer(kept.get(), std::move(request), std::move(ids)); }};
+    Check inHttpToo;
+    if (check)
+        inHttpToo = [check = std::move(check)](HttpRequest const& head) { inHttp([&] { check(head); }); };
+    return {.method = method,
+            .pattern = std::move(pattern),
+            .maxBody = maxBody,
+            .assertAccess = std::move(inHttpToo),
+            .answer = [this, kept](HttpRequest request, PathIds ids) {
+                return answer(kept.get(), std::move(request), std::move(ids));
+            }};
 }
 
 Task<HttpResponse> Endpoints::answer(Handler const* handler, HttpRequest request, PathIds ids) const

@@ -42,10 +42,10 @@ public:
                Api& api,
                Method<Api> handler) const
     {
-        return route(method, std::move(pattern), maxBody, [](HttpRequest const&) {}, bound(api, handler));
+        return route(method, std::move(pattern), maxBody, Check(), bound(api, handler));
     }
 
-    /// For callers that pass a check. The check and the handler may throw Failure.
+    /// For callers that pass a check, for all if it is empty. The check and the handler may throw Failure.
     Route route(std::string_view method,
                 std::vector<std::string_view> pattern,
                 std::size_t maxBody,

@@ -67,11 +67,10 @@ std::vector<Route> MachineApi::routes()
     Route upload{.method = "PUT",
                  .pattern = {"uploads", "*"},
                  .maxBody = body,
-                 .assertAccess = [](HttpRequest const&) {},
-                 .receive =
-                     [this](HttpRequest const& head, PathIds const& ids) {
-                         return inHttp([&] { return receiveUpload(ids.front(), head); });
-                     }};
+                 .assertAccess = {},
+                 .receive = [this](HttpRequest const& head, PathIds const& ids) {
+                     return inHttp([&] { return receiveUpload(ids.front(), head); });
+                 }};
     return {std::move(connect),
             open("POST", {"machines", "link", "resolve"}, &MachineApi::handleResolve),
             open("POST", {"machines", "link", "complete"}, &MachineApi::handleComplete),

@@ -62,20 +62,27 @@ RecordingQuery queryIn(HttpRequest const& request)
 
 std::vector<Route> RecordingApi::routes()
 {
-    std::size_t const body = limits.smallBody;
+    std::size_t const body = settings.limits.smallBody;
     std::vector<std::string_view> const one{"v1", "recordings", "*"};
     std::vector<std::string_view> const bytes{"films", "*"};
     return {endpoints.platform("GET", {"v1", "recordings"}, body, *this, &RecordingApi::handleList),
             endpoints.platform("GET", one, body, *this, &RecordingApi::handleRecording),
             endpoints.platform("DELETE", one, body, *this, &RecordingApi::handleRemove),
-            endpoints.open("GET", bytes, limits.linkBody, *this, &RecordingApi::handleBytes),
-            endpoints.open("HEAD", bytes, limits.linkBody, *this, &RecordingApi::handleBytes)};
+            endpoints.open("GET", bytes, settings.limits.linkBody, *this, &RecordingApi::handleBytes),
+            endpoints.open("HEAD", bytes, settings.limits.linkBody, *this, &RecordingApi::handleBytes)};
+}
+
+/// A page asks for another address when it needs one, so its own are shorter.
+Duration RecordingApi::addressTime(HttpRequest const& request) const
+{
+    return access.hasApiKey(request) ? settings.recordings.recordingAddress
+                                     : settings.console.recordingAddress;
 }
 
 Task<HttpResponse> RecordingApi::handleList(HttpRequest request, PathIds)
 {
     std::string const address = access.addressFor(request);
-    RecordingPage const page = library.list(queryIn(request));
+    RecordingPage const page = library.list(queryIn(request), addressTime(request));
     json::object answer;
     if (page.nextBefore)
         answer["nextBefore"] = *page.nextBefore;
@@ -89,7 +96,8 @@ Task<HttpResponse> RecordingApi::handleList(HttpRequest request, PathIds)
 Task<HttpResponse> RecordingApi::handleRecording(HttpRequest request, PathIds ids)
 {
     std::string const address = access.addressFor(request);
-    co_return jsonResponse(200, records::toJson(recordOf(library.recording(ids.front()), address)));
+    ListedRecording const listed = library.recording(ids.front(), addressTime(request));
+    co_return jsonResponse(200, records::toJson(recordOf(listed, address)));
 }
 
 Task<HttpResponse> RecordingApi::handleRemove(HttpRequest, PathIds ids)

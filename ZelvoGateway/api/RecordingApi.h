@@ -11,8 +11,8 @@ namespace zelvo::service {
 /// "/v1/recordings": lists and deletes recordings; "/films": sends them. Thread: the server's.
 class RecordingApi {
 public:
-    RecordingApi(AccessControl const& access, RecordingLibrary& library, Limits const& limits)
-        : endpoints(access), access(access), library(library), limits(limits)
+    RecordingApi(AccessControl const& access, RecordingLibrary& library, Settings const& settings)
+        : endpoints(access), access(access), library(library), settings(settings)
     {
     }
 
@@ -26,10 +26,12 @@ private:
     /// The bytes of a recording, or the part that is asked for. The address is the credential.
     Task<HttpResponse> handleBytes(HttpRequest request, PathIds ids);
 
+    Duration addressTime(HttpRequest const& request) const;
+
     Endpoints endpoints;
     AccessControl const& access;
     RecordingLibrary& library;
-    Limits const& limits;
+    Settings const& settings;
 };
 
 } // namespace zelvo::service

@@ -23,7 +23,7 @@ std::string withoutLineEnd(std::string text)
 
 bool canBeAKey(std::string const& text)
 {
-    // It is sent in a header and in a cookie, and a short one could be guessed.
+    // It is sent in a header, and a short one could be guessed.
     return text.size() >= 32 && std::ranges::all_of(text, [](unsigned char sign) {
                return std::isalnum(sign) || sign == '_' || sign == '-';
            });

@@ -7,7 +7,7 @@
 
 namespace zelvo::service {
 
-/// The key that platforms, and the console in its cookie, need to use this gateway. The first start makes it
+/// The key that platforms need to use this gateway. The first start makes it
 /// and writes it to the file "api-key" in the data folder; "authorization.header" beside it holds the whole
 /// HTTP header, so that `curl -H @FILE` keeps the key out of the process list.
 class ApiKey {

@@ -1,7 +1,9 @@
 #include "ZelvoGateway/base/DataFolder.h"
 
 #include "ZelvoGateway/base/OwnedDescriptor.h"
+#include "ZelvoGateway/base/PrivateFiles.h"
 #include "base/Identifiers.h"
+#include "wire/PrivateMark.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -48,6 +50,7 @@ void writePrivateFile(std::filesystem::path const& path, std::string const& text
         fail("write", path, errno);
     try {
         OwnedDescriptor const file(number);
+        markPrivate(file.get());
         writeAll(file.get(), text, path);
     } catch (...) {
         ::unlink(draft.c_str());
@@ -70,6 +73,8 @@ DataFolder::DataFolder(std::filesystem::path path) : path(std::move(path))
         fail("make the folder", this->path, errno);
     if (::chmod(this->path.c_str(), 0700) != 0)
         fail("protect the folder", this->path, errno);
+    if (!std::filesystem::exists(file(PrivateMark::fileName)))
+        write(PrivateMark::fileName, "Agents on this machine may not read or write here.\n");
 }
 
 DataFolder::~DataFolder()

@@ -6,7 +6,8 @@
 
 namespace zelvo::service {
 
-/// The folder in which a gateway keeps its state: mode 0700, its files 0600.
+/// The folder in which a gateway keeps its state: mode 0700, its files 0600. A mark in it keeps agents on the
+/// same machine out.
 /// Throws std::runtime_error with a text for the person who started the program.
 class DataFolder {
 public:

@@ -5,7 +5,7 @@
 namespace zelvo::service {
 
 MemoryBudget::Lease::Lease(Lease&& other) noexcept
-    : left(std::move(other.left)), bytes(std::exchange(other.bytes, 0))
+    : account(std::move(other.account)), bytes(std::exchange(other.bytes, 0))
 {
 }
 
@@ -13,7 +13,7 @@ MemoryBudget::Lease& MemoryBudget::Lease::operator=(Lease&& other) noexcept
 {
     if (this != &other) {
         release();
-        left = std::move(other.left);
+        account = std::move(other.account);
         bytes = std::exchange(other.bytes, 0);
     }
     return *this;
@@ -21,8 +21,27 @@ MemoryBudget::Lease& MemoryBudget::Lease::operator=(Lease&& other) noexcept
 
 void MemoryBudget::Lease::release()
 {
-    if (left)
-        *left += std::exchange(bytes, 0);
+    std::size_t const held = std::exchange(bytes, 0);
+    for (Account* each = account.get(); each; each = each->whole.get())
+        each->left += held;
+    account.reset();
+}
+
+MemoryBudget::MemoryBudget(std::size_t bytes, std::size_t ofCaller)
+    : size(bytes), ofCaller(ofCaller), account(std::make_shared<Account>(Account{.left = bytes}))
+{
+}
+
+MemoryBudget MemoryBudget::partOf(std::string const& caller)
+{
+    std::erase_if(parts, [](auto const& each) { return each.second.expired(); });
+    std::weak_ptr<Account>& known = parts[caller];
+    std::shared_ptr<Account> part = known.lock();
+    if (!part) {
+        part = std::make_shared<Account>(Account{.left = ofCaller, .whole = account});
+        known = part;
+    }
+    return {ofCaller, std::move(part)};
 }
 
 bool MemoryBudget::grow(Lease& lease, std::size_t bytes)
@@ -30,12 +49,21 @@ bool MemoryBudget::grow(Lease& lease, std::size_t bytes)
     if (bytes <= lease.bytes)
         return true;
     std::size_t const more = bytes - lease.bytes;
-    if (more > *left)
-        return false;
-    *left -= more;
-    lease.left = left;
+    for (Account const* each = account.get(); each; each = each->whole.get())
+        if (more > each->left)
+            return false;
+    for (Account* each = account.get(); each; each = each->whole.get()) {
+        each->left -= more;
+        each->wasLent = true;
+    }
+    lease.account = account;
     lease.bytes = bytes;
     return true;
+}
+
+bool MemoryBudget::hasRested()
+{
+    return account->left == size && std::exchange(account->wasLent, false);
 }
 
 } // namespace zelvo::service

@@ -24,8 +24,9 @@ struct Limits {
     std::size_t smallBody = 1_MiB;
     std::size_t commandBody = 160_MiB;
     std::size_t machineMessage = 192_MiB;
-    std::size_t unaskedMessage = 1_MiB; ///< of a machine that owes no reply
-    std::size_t memory = 1024_MiB;      ///< all bodies and messages together
+    std::size_t unaskedMessage = 1_MiB;   ///< of a machine that owes no reply
+    std::size_t memory = 1024_MiB;        ///< all bodies and messages together, with what is made of them
+    std::size_t memoryOfCaller = 512_MiB; ///< of one machine, or of one address that calls
     std::size_t callsOfMachine =
         48; ///< below the 64 of an agent's inbox, so that the agent always goes on reading
     std::size_t callBytesOfMachine = 256_MiB; ///< below its 320 MiB, for the same reason
@@ -71,6 +72,14 @@ struct RecordingRules {
     Duration deletedKept = 7 * 24h;          ///< how long a deleted one is still listed as deleted
 };
 
+/// How long a browser stays logged in to the console.
+struct ConsoleTimes {
+    Duration idle = 30min; ///< without a request; an open page sends one every few seconds
+    Duration longest = 12h;
+    std::size_t maxSessions = 64;      ///< at one time
+    Duration recordingAddress = 10min; ///< how long an address to watch a recording is valid for the console
+};
+
 /// What the person who starts the gateway chooses.
 struct Settings {
     std::string dataFolder;
@@ -84,6 +93,7 @@ struct Settings {
     Duration pingPeriod = 20s;
     Duration linkLifetime = 15min;
     Duration consoleLinkLifetime = 10min;
+    ConsoleTimes console;
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;

@@ -41,33 +41,37 @@ HttpResponse fileNamed(std::string const& name)
 
 std::vector<Route> Console::routes()
 {
-    auto const route = [&](std::vector<std::string_view> pattern, Answer answer) {
+    using Check = std::function<void(HttpRequest const& head)>;
+    auto const route = [&](std::string_view method, std::vector<std::string_view> pattern, Check check,
+                           Answer answer) {
         auto const kept = std::make_shared<Answer const>(std::move(answer));
-        return Route{.method = "GET",
+        return Route{.method = method,
                      .pattern = std::move(pattern),
                      .maxBody = limits.linkBody,
-                     .assertAccess = [](HttpRequest const&) {},
-                     .answer =
-                         [kept](HttpRequest request, PathIds ids) {
-                             return answered(kept.get(), std::move(request), std::move(ids));
-                         }};
+                     .assertAccess = std::move(check),
+                     .answer = [kept](HttpRequest request, PathIds ids) {
+                         return answered(kept.get(), std::move(request), std::move(ids));
+                     }};
     };
-    Route list =
-        route({"console", "machines"}, [this](HttpRequest const&, PathIds const&) { return machines(); });
-    list.assertAccess = [this](HttpRequest const& head) { access.assertConsole(head); };
-    return {
-        route({},
-              [this](HttpRequest const& request, auto const&) { return pageOrLock(request, consolePage); }),
-        route({"recordings"}, [this](HttpRequest const& request,
-                                     auto const&) { return pageOrLock(request, recordingsPage); }),
-        route({"open"}, [this](HttpRequest const& request, auto const&) { return lock.open(request); }),
-        route({"page", "*"}, [](HttpRequest const&, PathIds const& ids) { return fileNamed(ids.front()); }),
-        std::move(list)};
-}
-
-HttpResponse Console::pageOrLock(HttpRequest const& request, HttpResponse (*page)()) const
-{
-    return access.hasCookie(request) ? page() : lockedPage();
+    Check const open;
+    auto const console = [this](HttpRequest const& head) { access.assertConsole(head); };
+    auto const ownPage = [this](HttpRequest const& head) { access.assertOwnPage(head); };
+    auto const page = [&](std::vector<std::string_view> pattern, HttpResponse (*content)()) {
+        return route("GET", std::move(pattern), open,
+                     [content](auto const&, auto const&) { return content(); });
+    };
+    return {page({}, consolePage),
+            page({"recordings"}, recordingsPage),
+            page({"open"}, openPage),
+            page({"locked"}, lockedPage),
+            route("GET", {"page", "*"}, open,
+                  [](auto const&, PathIds const& ids) { return fileNamed(ids.front()); }),
+            route("POST", {"console", "session"}, ownPage,
+                  [this](HttpRequest const& request, auto const&) { return lock.begin(request); }),
+            route("DELETE", {"console", "session"}, console,
+                  [this](HttpRequest const& request, auto const&) { return lock.end(request); }),
+            route("GET", {"console", "machines"}, console,
+                  [this](auto const&, auto const&) { return machines(); })};
 }
 
 HttpResponse Console::machines()

@@ -22,7 +22,6 @@ public:
 private:
     /// Every machine with its name and its connections.
     HttpResponse machines();
-    HttpResponse pageOrLock(HttpRequest const& request, HttpResponse (*page)()) const;
 
     AccessControl const& access;
     ConsoleLock lock;

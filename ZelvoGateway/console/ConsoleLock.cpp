@@ -2,17 +2,24 @@
 
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Secrets.h"
-#include "ZelvoGateway/console/ConsolePages.h"
+#include "ZelvoGateway/http/HttpError.h"
 
 namespace zelvo::service {
 
-HttpResponse ConsoleLock::open(HttpRequest const& request)
+HttpResponse ConsoleLock::begin(HttpRequest const& request)
 {
-    if (!store.takeConsoleCode(request.queryItem("code"), today()))
-        return lockedPage();
-    HttpResponse response = enteredPage();
-    response.headers.emplace_back("Set-Cookie", access.newCookie());
-    return response;
+    auto const code = read::text(objectOf(request.body), "code");
+    if (!code || !store.takeConsoleCode(*code, today()))
+        throw HttpError{.status = 401,
+                        .code = ErrorCode::unauthorized,
+                        .message = "This link is wrong, was used already, or its time is over"};
+    return jsonResponse(201, json::object{{"session", access.beginSession(request)}});
+}
+
+HttpResponse ConsoleLock::end(HttpRequest const& request)
+{
+    access.endSession(request);
+    return jsonResponse(200, json::object{{"ok", true}});
 }
 
 std::string newConsoleLink(Store& store, std::string const& address, Duration lifetime)
@@ -20,7 +27,7 @@ std::string newConsoleLink(Store& store, std::string const& address, Duration li
     store.forgetExpired(today());
     std::string const code = newSecret();
     store.addConsoleCode(code, today() + dateSpan(lifetime));
-    return address + "/open?code=" + code;
+    return address + "/open#" + code;
 }
 
 } // namespace zelvo::service

@@ -8,15 +8,17 @@
 
 namespace zelvo::service {
 
-/// Lets browsers in: a one-time link gives a browser the cookie that the console needs.
-/// Thread: the server's.
+/// Lets browsers in: the page behind a one-time link exchanges the link's code for a session of the console.
+/// The code is in the fragment of the link, which browsers send to nobody.
+/// Thread: the server's. Errors: HttpError.
 class ConsoleLock {
 public:
     ConsoleLock(Store& store, AccessControl const& access) : store(store), access(access) {}
 
-    /// Takes a one-time code. The response sets the cookie and leads on to the console, or explains how to
-    /// get another link.
-    HttpResponse open(HttpRequest const& request);
+    /// Takes a one-time code, {"code"}, and begins a session for the page that sends it: {"session"}.
+    HttpResponse begin(HttpRequest const& request);
+    /// Ends the session of the page that asks for it.
+    HttpResponse end(HttpRequest const& request);
 
 private:
     Store& store;

@@ -8,7 +8,9 @@ namespace zelvo {
 
 extern EmbeddedFile const embedded_console_html;
 extern EmbeddedFile const embedded_console_locked_html;
-extern EmbeddedFile const embedded_console_entered_html;
+extern EmbeddedFile const embedded_console_open_html;
+extern EmbeddedFile const embedded_console_open_js;
+extern EmbeddedFile const embedded_console_session_js;
 extern EmbeddedFile const embedded_console_recordings_html;
 extern EmbeddedFile const embedded_console_recordings_js;
 extern EmbeddedFile const embedded_console_recordings_css;
@@ -32,40 +34,42 @@ struct File {
 constexpr char const* style = "text/css; charset=utf-8";
 constexpr char const* script = "text/javascript; charset=utf-8";
 
-std::array<File, 8> const files = {{{"console.css", embedded_console_css, style},
-                                    {"recordings.css", embedded_console_recordings_css, style},
-                                    {"recordings.js", embedded_console_recordings_js, script},
-                                    {"gateway.js", embedded_console_gateway_js, script},
-                                    {"console.js", embedded_console_js, script},
-                                    {"screen.js", embedded_console_screen_js, script},
-                                    {"input.js", embedded_console_input_js, script},
-                                    {"keys.js", embedded_console_keys_js, script}}};
+std::array<File, 10> const files = {{{"console.css", embedded_console_css, style},
+                                     {"recordings.css", embedded_console_recordings_css, style},
+                                     {"recordings.js", embedded_console_recordings_js, script},
+                                     {"session.js", embedded_console_session_js, script},
+                                     {"open.js", embedded_console_open_js, script},
+                                     {"gateway.js", embedded_console_gateway_js, script},
+                                     {"console.js", embedded_console_js, script},
+                                     {"screen.js", embedded_console_screen_js, script},
+                                     {"input.js", embedded_console_input_js, script},
+                                     {"keys.js", embedded_console_keys_js, script}}};
 
-HttpResponse page(int status, EmbeddedFile const& content)
+HttpResponse page(EmbeddedFile const& content)
 {
-    return {.status = status, .contentType = "text/html; charset=utf-8", .body = std::string(content.text())};
+    return {.contentType = "text/html; charset=utf-8", .body = std::string(content.text())};
 }
 
 } // namespace
 
 HttpResponse consolePage()
 {
-    return page(200, embedded_console_html);
+    return page(embedded_console_html);
 }
 
 HttpResponse recordingsPage()
 {
-    return page(200, embedded_console_recordings_html);
+    return page(embedded_console_recordings_html);
 }
 
 HttpResponse lockedPage()
 {
-    return page(401, embedded_console_locked_html);
+    return page(embedded_console_locked_html);
 }
 
-HttpResponse enteredPage()
+HttpResponse openPage()
 {
-    return page(200, embedded_console_entered_html);
+    return page(embedded_console_open_html);
 }
 
 std::optional<HttpResponse> consoleFile(std::string const& name)

@@ -7,15 +7,16 @@
 
 namespace zelvo::service {
 
-/// The console's page. Needs the cookie.
+// The pages hold nothing secret; what they show they ask for with their session.
+
+/// The console's page.
 HttpResponse consolePage();
-/// The page that plays recordings. Needs the cookie.
+/// The page that plays recordings.
 HttpResponse recordingsPage();
-/// The page that explains how to get in: 401.
+/// The page that explains how to get in.
 HttpResponse lockedPage();
-/// The page behind a one-time link, which leads on to the console. Not a redirect: after a link on another
-/// site, a browser would follow it without the strict cookie.
-HttpResponse enteredPage();
+/// The page behind a one-time link, which begins a session and leads on to the console.
+HttpResponse openPage();
 /// A script or style sheet of the pages, by its file name; nullopt if there is none.
 std::optional<HttpResponse> consoleFile(std::string const& name);
 

@@ -12,7 +12,7 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::string_view cookieName = "zelvo_console";
+constexpr char const* sessionHeader = "x-zelvo-console";
 
 /// The name in "name:port", "[::1]:port" in lower case and without brackets.
 std::string hostName(std::string_view authority)
@@ -29,24 +29,27 @@ bool isLoopbackName(std::string const& name)
     return name == "localhost" || name == "127.0.0.1" || name == "::1";
 }
 
-std::string authorityOf(std::string const& url)
+/// "https://name:port" in lower case, without the scheme's own port; empty if it is no origin of a page.
+std::string originOf(std::string_view url)
 {
     auto const parsed = boost::urls::parse_uri(url);
-    return parsed ? text::lowercased(std::string(parsed->encoded_host_and_port())) : std::string();
+    if (!parsed || parsed->encoded_host().empty() || parsed->has_userinfo())
+        return {};
+    std::string const scheme = text::lowercased(std::string(parsed->scheme()));
+    if (scheme != "http" && scheme != "https")
+        return {};
+    std::string const port(parsed->port());
+    bool const usual = port.empty() || port == (scheme == "http" ? "80" : "443");
+    return scheme + "://" + text::lowercased(std::string(parsed->encoded_host())) +
+           (usual ? std::string() : ":" + port);
 }
 
-std::string cookieValue(std::string_view header)
+bool isPublicHost(std::string const& host, std::string const& publicUrl)
 {
-    while (!header.empty()) {
-        std::size_t const end = std::min(header.find(';'), header.size());
-        std::string_view cookie = header.substr(0, end);
-        while (cookie.starts_with(' '))
-            cookie.remove_prefix(1);
-        if (cookie.starts_with(cookieName) && cookie.substr(cookieName.size()).starts_with('='))
-            return std::string(cookie.substr(cookieName.size() + 1));
-        header.remove_prefix(std::min(end + 1, header.size()));
-    }
-    return {};
+    if (publicUrl.empty())
+        return false;
+    std::string const scheme = publicUrl.substr(0, publicUrl.find(':'));
+    return originOf(scheme + "://" + host) == originOf(publicUrl);
 }
 
 } // namespace
@@ -56,20 +59,33 @@ void AccessControl::assertOwnSite(HttpRequest const& request) const
     std::string const host = text::lowercased(request.header("host"));
     std::string const name = hostName(host);
     bool const ours = isLoopbackName(name) || (!name.empty() && name == request.localAddress) ||
-                      (!publicUrl.empty() && host == authorityOf(publicUrl));
+                      isPublicHost(host, publicUrl);
     if (!ours || request.headers.count("host") != 1)
         throw HttpError{.status = 403,
                         .code = ErrorCode::forbidden,
                         .message = "This gateway does not answer to that host name; see --public-url"};
-    if (request.headers.contains("origin") && authorityOf(request.header("origin")) != host)
-        throw HttpError{
-            .status = 403, .code = ErrorCode::forbidden, .message = "Other sites may not use this gateway"};
+    auto const [first, last] = request.headers.equal_range("origin");
+    for (auto origin = first; origin != last; ++origin)
+        if (!isOwnOrigin(originOf(origin->second), request))
+            throw HttpError{.status = 403,
+                            .code = ErrorCode::forbidden,
+                            .message = "Other sites may not use this gateway"};
+}
+
+/// Whether a page of that origin is one of ours. Under the public name that is the public address alone, with
+/// its scheme: a page that came without TLS may be anybody's. A proxy may also ask by our local name.
+bool AccessControl::isOwnOrigin(std::string const& origin, HttpRequest const& request) const
+{
+    std::string const host = text::lowercased(request.header("host"));
+    bool const isPublic = !publicUrl.empty() && origin == originOf(publicUrl);
+    return !origin.empty() &&
+           (isPublic || (!isPublicHost(host, publicUrl) && origin == originOf("http://" + host)));
 }
 
 std::string AccessControl::addressFor(HttpRequest const& request) const
 {
     std::string const host = text::lowercased(request.header("host"));
-    if (!publicUrl.empty() && host == authorityOf(publicUrl))
+    if (isPublicHost(host, publicUrl))
         return publicUrl;
     std::string const address = "http://" + host;
     auto const parsed = boost::urls::parse_uri(address);
@@ -87,18 +103,10 @@ bool AccessControl::hasApiKey(HttpRequest const& request) const
            key.matches(std::string_view(authorization).substr(scheme.size()));
 }
 
-bool AccessControl::hasCookie(HttpRequest const& request) const
+void AccessControl::assertOwnPage(HttpRequest const& request) const
 {
-    return key.matches(cookieValue(request.header("cookie")));
-}
-
-/// Refuses a request with the cookie that a page of ours did not send.
-void AccessControl::assertSentByOwnPage(HttpRequest const& request) const
-{
-    // Browsers send the cookie to every port of this host and count all of them as the same site, so SameSite
-    // alone is not enough.
     std::string const site = request.header("sec-fetch-site");
-    bool const foreignPage = !site.empty() && site != "same-origin" && site != "none";
+    bool const foreignPage = !site.empty() && site != "same-origin";
     bool const changes = request.method != "GET" && request.method != "HEAD";
     if (foreignPage || (changes && !request.headers.contains("origin")))
         throw HttpError{.status = 403,
@@ -114,17 +122,27 @@ void AccessControl::assertPlatform(HttpRequest const& request) const
 
 void AccessControl::assertConsole(HttpRequest const& request) const
 {
-    if (!hasCookie(request))
+    auto const origin = sessions.originOf(request.header(sessionHeader));
+    if (!origin)
         throw HttpError{
             .status = 401, .code = ErrorCode::unauthorized, .message = "The API key is missing or wrong"};
-    assertSentByOwnPage(request);
+    assertOwnPage(request);
+    // Browsers send no Origin with a GET to the page's own origin.
+    std::string const sent = originOf(request.header("origin"));
+    if (!isOwnOrigin(*origin, request) || (!sent.empty() && sent != *origin))
+        throw HttpError{.status = 403,
+                        .code = ErrorCode::forbidden,
+                        .message = "This session belongs to another address of the gateway"};
 }
 
-std::string AccessControl::newCookie() const
+std::string AccessControl::beginSession(HttpRequest const& request) const
 {
-    bool const secure = publicUrl.starts_with("https://");
-    return std::string(cookieName) + "=" + key.value() + "; Path=/; HttpOnly; SameSite=Strict" +
-           (secure ? "; Secure" : "");
+    return sessions.begin(originOf(request.header("origin")));
+}
+
+void AccessControl::endSession(HttpRequest const& request) const
+{
+    sessions.end(request.header(sessionHeader));
 }
 
 } // namespace zelvo::service

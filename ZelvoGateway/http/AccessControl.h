@@ -1,8 +1,10 @@
 #pragma once
 
 #include "ZelvoGateway/base/ApiKey.h"
+#include "ZelvoGateway/http/ConsoleSessions.h"
 #include "ZelvoGateway/http/HttpMessage.h"
 
+#include <optional>
 #include <string>
 
 namespace zelvo::service {
@@ -10,33 +12,42 @@ namespace zelvo::service {
 /// Decides who may call. The console is a remote control in a browser, so other sites must not be able to use
 /// the gateway through the person's browser: a request for a foreign host name is refused, because any name
 /// can be pointed at this address, and so is a request that another site's page sends. The console's requests
-/// carry the API key in a cookie.
+/// carry the secret of a session in the header "X-Zelvo-Console", which only a page of this very origin can
+/// send: cookies do not tell ports apart, so this gateway uses none. Headers that a proxy adds are ignored,
+/// because every caller can send them.
 /// Thread: the server's. Errors: HttpError.
 class AccessControl {
 public:
     /// publicUrl   where browsers reach the gateway, if that is not where it listens; else empty
-    AccessControl(ApiKey const& key, std::string const& publicUrl) : key(key), publicUrl(publicUrl) {}
+    AccessControl(ApiKey const& key, std::string const& publicUrl, ConsoleSessions& sessions)
+        : key(key), publicUrl(publicUrl), sessions(sessions)
+    {
+    }
 
     /// Refuses a foreign Host and a foreign Origin. For every request.
     void assertOwnSite(HttpRequest const& request) const;
-    /// Refuses all but platforms, with the API key, and the console, with its cookie.
+    /// Refuses all but platforms, with the API key, and the console, with a session.
     void assertPlatform(HttpRequest const& request) const;
     /// Refuses all but the console.
     void assertConsole(HttpRequest const& request) const;
 
     bool hasApiKey(HttpRequest const& request) const;
-    bool hasCookie(HttpRequest const& request) const;
-    /// The "Set-Cookie" value that lets a browser in.
-    std::string newCookie() const;
+    /// Refuses what a page of another origin sends, and changes that no page sends.
+    void assertOwnPage(HttpRequest const& request) const;
+    /// Begins a session of the console for the page that sends this request, and returns its secret.
+    std::string beginSession(HttpRequest const& request) const;
+    /// Ends the session that the request belongs to, if any.
+    void endSession(HttpRequest const& request) const;
     /// The address by which the caller reached this gateway, "http://127.0.0.1:8737". Refuses a Host that is
     /// not a valid one.
     std::string addressFor(HttpRequest const& request) const;
 
 private:
-    void assertSentByOwnPage(HttpRequest const& request) const;
+    bool isOwnOrigin(std::string const& origin, HttpRequest const& request) const;
 
     ApiKey const& key;
     std::string const& publicUrl;
+    ConsoleSessions& sessions;
 };
 
 } // namespace zelvo::service

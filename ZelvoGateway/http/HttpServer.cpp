@@ -74,11 +74,24 @@ Task<> HttpServer::acceptAll()
             co_await pause.async_wait(asTuple);
             continue;
         }
-        if (sessions.size() >= parts.limits.connections)
+        if (sessions.size() >= parts.limits.connections && !makePlace())
             continue; // Closes it.
         auto const shared = std::make_shared<asio::ip::tcp::socket>(std::move(socket));
         spawn(io.get_executor(), [this, shared] { return serveOne(std::move(*shared)); });
     }
+}
+
+/// Ends the connection that has waited for longest. Slow callers, however many, so lock nobody out who sends
+/// a request at once. False if every connection serves a caller that may call.
+bool HttpServer::makePlace()
+{
+    std::shared_ptr<HttpSession> oldest;
+    for (auto const& session : sessions)
+        if (auto const since = session->waitsSince(); since && (!oldest || *since < *oldest->waitsSince()))
+            oldest = session;
+    if (oldest)
+        oldest->drop();
+    return oldest != nullptr;
 }
 
 Task<> HttpServer::serveOne(asio::ip::tcp::socket socket)

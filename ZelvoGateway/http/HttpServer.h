@@ -34,6 +34,7 @@ public:
 private:
     Task<> acceptAll();
     Task<> serveOne(asio::ip::tcp::socket socket);
+    bool makePlace();
 
     asio::io_context& io;
     SessionParts parts;

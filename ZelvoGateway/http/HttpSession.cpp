@@ -22,6 +22,9 @@ namespace http = boost::beast::http;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr std::size_t readBuffer = 128_KiB;
+constexpr std::size_t memoryFactor = 2; // The body, and what is parsed from it or written of that.
+
+using Time = std::chrono::steady_clock;
 
 HttpError tooBusy(std::string message)
 {
@@ -50,12 +53,18 @@ std::optional<HttpError> refusalOf(Step const& step)
 class BeastHttpSession final : public HttpSession {
 public:
     BeastHttpSession(asio::ip::tcp::socket socket, SessionParts& parts)
-        : parts(parts), stream(std::move(socket)), reader(stream, buffer, parts.limits)
+        : parts(parts), stream(std::move(socket)), reader(stream, buffer, parts.limits),
+          memory(parts.memory.partOf("address " + remoteAddress()))
     {
     }
 
     Task<> serve() override;
-    void drop() override { stream.close(); }
+    void drop() override
+    {
+        waiting.reset();
+        stream.close();
+    }
+    std::optional<Time::time_point> waitsSince() const override { return waiting; }
 
 private:
     using HeadParser = RequestReader::HeadParser;
@@ -82,11 +91,14 @@ private:
     void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
     std::string localAddress() const;
+    std::string remoteAddress() const;
 
     SessionParts& parts;
     beast::tcp_stream stream;
     beast::flat_buffer buffer{readBuffer};
     RequestReader reader;
+    MemoryBudget memory; // The caller's part of the budget.
+    std::optional<Time::time_point> waiting = Time::now();
     bool headOnly = false; // The present request is a HEAD.
 };
 
@@ -104,6 +116,7 @@ Task<> BeastHttpSession::serve()
 Task<bool> BeastHttpSession::serveOne(bool first)
 {
     auto const parser = std::make_shared<HeadParser::element_type>();
+    waiting = Time::now();
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
     Entry entry;
@@ -147,6 +160,8 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     Route const& route = *entry.admission.route;
+    if (route.assertAccess)
+        waiting.reset();
     if (!route.upgrade || !beast::websocket::is_upgrade(head->get())) {
         admitBody(head, entry);
         return;
@@ -162,13 +177,15 @@ void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
     auto const length = head->content_length();
     if (!route.receive && length && *length > route.maxBody)
         throw tooLarge();
-    std::size_t bytes = head->chunked() ? route.maxBody : 0;
+    std::size_t bytes = head->chunked() ? memoryFactor * route.maxBody : 0;
     if (length)
-        bytes = route.receive ? BodyPieces::size : static_cast<std::size_t>(*length);
-    if (!parts.memory.grow(entry.memory, bytes))
+        bytes = route.receive ? BodyPieces::size : memoryFactor * static_cast<std::size_t>(*length);
+    if (!memory.grow(entry.memory, bytes))
         throw tooBusy("Too many large bodies at this time");
     if (route.receive)
         entry.sink = route.receive(entry.request, entry.admission.ids);
+    if (entry.sink)
+        waiting.reset(); // Its address is its right.
 }
 
 Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
@@ -186,9 +203,11 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
     bool const keepAlive = parser->get().keep_alive();
     entry.request.body = std::move(parser->get().body());
     // Held until the answer is sent, like the request's memory before.
-    MemoryBudget::Lease const memory = std::move(entry.memory);
+    MemoryBudget::Lease const lease = std::move(entry.memory);
     HttpResponse response = co_await answer(std::move(entry));
-    if (response.source && !parts.memory.grow(response.memory, ResponseWriter::sourcePiece))
+    if (response.source)
+        waiting.reset();
+    if (response.source && !memory.grow(response.memory, ResponseWriter::sourcePiece))
         response = errorResponse(tooBusy("Too many films are read"));
     co_return co_await write(std::move(response), keepAlive);
 }
@@ -246,6 +265,13 @@ void BeastHttpSession::handOver(HeadParser const& parser, Upgrade upgrade)
     auto const connection = std::make_shared<UpgradedConnection>(std::move(stream), parser->release());
     spawn(connection->stream.get_executor(),
           [connection, upgrade = std::move(upgrade)] { return upgrade(connection); });
+}
+
+std::string BeastHttpSession::remoteAddress() const
+{
+    boost::system::error_code ignored;
+    auto const endpoint = stream.socket().remote_endpoint(ignored);
+    return endpoint.address().to_string();
 }
 
 std::string BeastHttpSession::localAddress() const

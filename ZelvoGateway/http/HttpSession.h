@@ -7,7 +7,9 @@
 
 #include <boost/asio/ip/tcp.hpp>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 namespace zelvo::service {
 
@@ -31,6 +33,9 @@ public:
     virtual Task<> serve() = 0;
     /// Ends the connection at once.
     virtual void drop() = 0;
+    /// Since when it has a place without the right to one: it waits for a request, or serves one that
+    /// everybody may send. nullopt while it serves a caller that may call.
+    virtual std::optional<std::chrono::steady_clock::time_point> waitsSince() const = 0;
 };
 
 } // namespace zelvo::service

@@ -25,7 +25,7 @@ struct Route {
     std::string_view method;
     std::vector<std::string_view> pattern; ///< segments; "*" stands for any that is not empty
     std::size_t maxBody;                   ///< bytes; not for `receive`
-    /// Refuses callers that may not call, by the head alone.
+    /// Refuses callers that may not call, by the head alone. Empty if everybody may.
     std::function<void(HttpRequest const& head)> assertAccess;
     /// Answers a request whose body was read.
     std::function<Task<HttpResponse>(HttpRequest request, PathIds ids)> answer = {};

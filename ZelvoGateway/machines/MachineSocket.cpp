@@ -16,6 +16,7 @@ namespace websocket = boost::beast::websocket;
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr std::size_t readPiece = 256_KiB;
 constexpr std::size_t writePiece = 64_KiB; // A ping is sent between two pieces of a large message.
+constexpr std::size_t memoryFactor = 2;    // The text, and what is parsed from it or written of that.
 constexpr Duration closePatience = 3s;
 
 } // namespace
@@ -35,6 +36,7 @@ Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
     auto const self = shared_from_this();
     if (!co_await accept(std::move(request)))
         co_return;
+    memory.emplace(parts.memory.partOf("machine " + machineId));
     auto const session =
         std::make_shared<MachineSession>(machineId, self, parts.store, parts.settings.limits, parts.listener);
     parts.machines.attach(session);
@@ -107,7 +109,7 @@ bool MachineSocket::takeRoom(MachineSession const& session, Incoming& incoming)
         close(websocket::close_code::too_big, "a message this large was not asked for");
         return false;
     }
-    if (!parts.memory.grow(incoming.memory, bytes)) {
+    if (!memory->grow(incoming.memory, memoryFactor * bytes)) {
         close(websocket::close_code::try_again_later, "the gateway is short of memory");
         return false;
     }

@@ -61,6 +61,7 @@ private:
     MachineSocketParts& parts;
     boost::beast::websocket::stream<boost::beast::tcp_stream> socket;
     asio::steady_timer pingTimer;
+    std::optional<MemoryBudget> memory; // The machine's part of the budget; set once the machine is known.
     std::deque<std::string> outgoing;
     bool writing = false;
     bool pinging = false;

@@ -1,6 +1,7 @@
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 
 #include "ZelvoGateway/base/OwnedDescriptor.h"
+#include "ZelvoGateway/base/PrivateFiles.h"
 #include "ZelvoGateway/recordings/OpenFile.h"
 
 #include <fcntl.h>
@@ -25,6 +26,7 @@ int newFile(std::filesystem::path const& path)
     int const number = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (number < 0)
         fail("create a recording");
+    markPrivate(number);
     return number;
 }
 

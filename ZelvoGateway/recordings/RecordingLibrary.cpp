@@ -28,18 +28,17 @@ RecordingLibrary::RecordingLibrary(Store& store,
 {
 }
 
-ListedRecording RecordingLibrary::listed(StoredRecording recording) const
+ListedRecording RecordingLibrary::listed(StoredRecording recording, Duration valid) const
 {
     ListedRecording listed{.recording = std::move(recording)};
     if (listed.recording.stage != RecordingStage::ready)
         return listed;
-    Date const until =
-        std::min(clock.date() + dateSpan(settings.recordings.recordingAddress), listed.recording.deletesAt);
+    Date const until = std::min(clock.date() + dateSpan(valid), listed.recording.deletesAt);
     listed.pass = passes.issue(listed.recording.id, until);
     return listed;
 }
 
-RecordingPage RecordingLibrary::list(RecordingQuery query)
+RecordingPage RecordingLibrary::list(RecordingQuery query, Duration valid)
 {
     if (query.before)
         query.before = found(*query.before).id;
@@ -51,7 +50,7 @@ RecordingPage RecordingLibrary::list(RecordingQuery query)
         page.nextBefore = stored.back().id;
     }
     for (StoredRecording& each : stored)
-        page.recordings.push_back(listed(std::move(each)));
+        page.recordings.push_back(listed(std::move(each), valid));
     return page;
 }
 
@@ -63,9 +62,9 @@ StoredRecording RecordingLibrary::found(std::string const& id)
     return *std::move(recording);
 }
 
-ListedRecording RecordingLibrary::recording(std::string const& id)
+ListedRecording RecordingLibrary::recording(std::string const& id, Duration valid)
 {
-    return listed(found(id));
+    return listed(found(id), valid);
 }
 
 Task<ListedRecording> RecordingLibrary::remove(std::string id)
@@ -80,7 +79,7 @@ Task<ListedRecording> RecordingLibrary::remove(std::string id)
     }
     std::vector<std::string> const ids{id};
     co_await removeFiles(ids);
-    co_return listed(std::move(recording));
+    co_return ListedRecording{.recording = std::move(recording)};
 }
 
 Task<std::shared_ptr<ByteSource const>>

@@ -39,8 +39,9 @@ public:
                      Executor workers);
 
     /// query.limit   1 to maxListed
-    RecordingPage list(RecordingQuery query);
-    ListedRecording recording(std::string const& id);
+    /// valid         how long the passes are valid
+    RecordingPage list(RecordingQuery query, Duration valid);
+    ListedRecording recording(std::string const& id, Duration valid);
     /// Deletes a recording for good; can be repeated.
     Task<ListedRecording> remove(std::string id);
     /// The recordings of a machine that have files.
@@ -58,7 +59,7 @@ public:
     Task<> runMaintenance();
 
 private:
-    ListedRecording listed(StoredRecording recording) const;
+    ListedRecording listed(StoredRecording recording, Duration valid) const;
     StoredRecording found(std::string const& id);
 
     Store& store;

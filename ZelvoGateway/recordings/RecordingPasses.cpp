@@ -7,9 +7,11 @@
 
 namespace zelvo::service {
 
+RecordingPasses::RecordingPasses(ApiKey const& key) : secret(signatureOf("recording passes", key.value())) {}
+
 std::string RecordingPasses::proofOf(std::string const& id, std::string const& end) const
 {
-    return signatureOf("film " + id + " " + end, key.value());
+    return signatureOf("film " + id + " " + end, secret);
 }
 
 RecordingPass RecordingPasses::issue(std::string const& id, Date until) const

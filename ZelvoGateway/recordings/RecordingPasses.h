@@ -14,11 +14,11 @@ struct RecordingPass {
     std::string proof; ///< that this gateway issued it
 };
 
-/// Issues passes and checks them. A pass is signed with the API key, so nothing is stored, and a new key ends
-/// all of them. Thread: any.
+/// Issues passes and checks them. A pass is signed with a secret that is derived from the API key and serves
+/// nothing else, so nothing is stored, and a new key ends all of them. Thread: any.
 class RecordingPasses {
 public:
-    explicit RecordingPasses(ApiKey const& key) : key(key) {}
+    explicit RecordingPasses(ApiKey const& key);
 
     RecordingPass issue(std::string const& id, Date until) const;
     /// end, proof  as a caller gives them
@@ -27,7 +27,7 @@ public:
 private:
     std::string proofOf(std::string const& id, std::string const& end) const;
 
-    ApiKey const& key;
+    std::string const secret;
 };
 
 } // namespace zelvo::service

@@ -1,5 +1,6 @@
 #include "ZelvoGateway/store/Database.h"
 
+#include "ZelvoGateway/base/PrivateFiles.h"
 #include "ZelvoGateway/store/StoreError.h"
 
 #include <fcntl.h>
@@ -110,7 +111,10 @@ Database::Database(std::filesystem::path const& file)
     if (result != SQLITE_OK)
         fail(raw, file.c_str());
     sqlite3_busy_timeout(raw, 5000);
-    execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON;");
+    execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON;"
+            "BEGIN; SELECT 1 FROM sqlite_master; COMMIT;"); // Makes the files beside it, to be marked.
+    for (char const* const end : {"", "-wal", "-shm"})
+        markPrivate(std::filesystem::path(file.string() + end));
 }
 
 void Database::execute(std::string const& sql)

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/xattr.h>
+
 #include <csignal>
 
 namespace zelvo::test {
@@ -111,6 +113,46 @@ TEST_F(Commands, movesFilesOfGrantedFoldersAlone)
               "scope_denied");
     EXPECT_EQ(contentOf(desktop.home() / "secret"), "secret");
     EXPECT_EQ(failureOf("files.download", {{"path", inside + "/none"}}), "invalid_request");
+}
+
+TEST_F(Commands, reachNeitherTheAgentsOwnFilesNorAGateways)
+{
+    agent.store("dev.zelvo.fileRoots", json::array{desktop.home().string()});
+    connection = startUnattended();
+    fs::path const token = agent.tokenFile();
+    fs::path const key = desktop.home() / "gateway" / "api-key";
+    ASSERT_TRUE(fs::exists(token) && fs::exists(key));
+    write(desktop.home() / "own", "mine");
+    fs::create_symlink(token, desktop.home() / "link");
+    fs::create_hard_link(token, desktop.home() / "name");
+    fs::create_directory_symlink(key.parent_path(), desktop.home() / "data");
+    std::vector<fs::path> places = {token,
+                                    key,
+                                    desktop.home() / "link",
+                                    desktop.home() / "name",
+                                    desktop.home() / "data" / "api-key",
+                                    key.parent_path() / "gateway.sqlite",
+                                    desktop.configHome() / "dev.zelvo.agent/defaults/ZelvoMode.json",
+                                    desktop.configHome() /
+                                        "dev.zelvo.agent/defaults/dev.zelvo.fileRoots.json"};
+    if (::getxattr(key.c_str(), "user.zelvo.private", nullptr, 0) >= 0) {
+        fs::create_hard_link(key, desktop.home() / "key");
+        places.push_back(desktop.home() / "key");
+    }
+
+    for (fs::path const& place : places) {
+        std::string const before = contentOf(place);
+        EXPECT_EQ(failureOf("files.download", {{"path", place.string()}}), "scope_denied") << place;
+        EXPECT_EQ(failureOf("files.upload.begin", {{"path", place.string()}, {"data", "YQ=="}}),
+                  "scope_denied")
+            << place;
+        EXPECT_EQ(contentOf(place), before);
+    }
+    EXPECT_EQ(
+        failureOf("files.upload.begin", {{"path", (key.parent_path() / "new").string()}, {"data", "YQ=="}}),
+        "scope_denied");
+    EXPECT_EQ(resultOf("files.download", {{"path", (desktop.home() / "own").string()}}).at("data"),
+              json::string(base64("mine")));
 }
 
 TEST_F(Commands, movesAHundredMebibytesBothWays)

@@ -29,6 +29,7 @@ public:
     std::function<void()> onUse;           ///< called between check and open
     std::optional<std::uint64_t> toldSize; ///< reported instead of the true size
     bool tellsSize = true;                 ///< false simulates unreadable attributes
+    bool isPrivate = false;                ///< every access meets a private place
     int failure = 0;                       ///< errno of every access
     std::vector<PlaceInFolder> opened;     ///< including failed calls
     std::vector<PlaceInFolder> replaced;   ///< including failed calls
@@ -135,6 +136,8 @@ private:
             onUse();
         if (failure != 0)
             throw FileFailure(failure);
+        if (isPrivate)
+            throw PrivatePlaceFailure();
     }
     bool hasFolders(std::string_view path) const
     {

@@ -17,11 +17,12 @@ class FakeHttpLoading final : public HttpLoading {
 public:
     std::vector<HttpRequest> requests;
     std::vector<HttpUpload> uploads;
-    int endings = 0; ///< calls of endCalls(), which answers nothing by itself
+    std::string peer = "192.0.2.1"; ///< of every answer
+    int endings = 0;                ///< calls of endCalls(), which answers nothing by itself
 
     void answer(int status, std::string body)
     {
-        arrivals.notifyAll([&] { answers.emplace_back(HttpResponse{status, std::move(body)}); });
+        arrivals.notifyAll([&] { answers.emplace_back(HttpResponse{status, std::move(body), peer}); });
     }
     void fail(NetworkFailure::Kind kind, std::string description = "failed")
     {

@@ -84,12 +84,19 @@ TEST(Program, endsCleanlyWithEachSignal)
     for (int const signal : {SIGTERM, SIGINT, SIGHUP}) {
         Place place;
         Program gateway(place.out("log"), place.serve());
-        ASSERT_EQ(request(place.port(), "GET", "/").status, 401);
+        ASSERT_EQ(request(place.port(), "GET", "/").status, 200);
 
         gateway.send(signal);
 
         EXPECT_EQ(gateway.wait(), 0);
         EXPECT_NE(gateway.text().find("stopped"), std::string::npos);
+int sessionBegunWith(std::uint16_t port, std::string const& code)
+{
+    return request(port, "POST", "/console/session", R"({"code":")" + code + R"("})",
+                   {{"Origin", "http://127.0.0.1:" + std::to_string(port)}})
+        .status;
+}
+
     }
 }
 
@@ -164,8 +171,8 @@ TEST(Program, printsAConsoleLinkThatWorks)
     std::string text = link.text();
     text.pop_back();
 
-    ASSERT_TRUE(text.starts_with("http://127.0.0.1:" + std::to_string(port) + "/open?code=")) << text;
-    EXPECT_EQ(request(port, "GET", text.substr(text.find("/open"))).status, 200);
+    ASSERT_TRUE(text.starts_with("http://127.0.0.1:" + std::to_string(port) + "/open#")) << text;
+    EXPECT_EQ(sessionBegunWith(port, text.substr(text.find('#') + 1)), 201);
 }
 
 TEST(Program, printsAConsoleLinkAtItsStart)
@@ -180,7 +187,7 @@ TEST(Program, printsAConsoleLinkAtItsStart)
     std::string const text = gateway.text();
     std::string const path = text.substr(text.find("/open"), std::string("/open?code=").size() + 64);
 
-    EXPECT_EQ(request(port, "GET", path).status, 200);
+    EXPECT_EQ(sessionBegunWith(port, text.substr(text.find('#') + 1, 64)), 201);
     EXPECT_EQ(text.find(contentOf(std::filesystem::path(place.data) / "api-key")), std::string::npos);
 }
 

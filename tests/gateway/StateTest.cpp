@@ -1,9 +1,11 @@
 #include "gateway/support/FakeMachine.h"
 #include "gateway/support/Gateway.h"
+#include "wire/PrivateMark.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <fstream>
 
@@ -23,7 +25,7 @@ TEST(State, outlivesTheProcess)
     LinkedMachine const linked = gateway.link();
     std::string const key = gateway.apiKey();
     std::string const link = gateway.newLink();
-    auto const cookie = gateway.consoleCookie();
+    auto const session = gateway.consoleSession();
 
     gateway.stop();
     gateway.start();
@@ -33,7 +35,40 @@ TEST(State, outlivesTheProcess)
     EXPECT_EQ(machine.status(), 101);
     EXPECT_EQ(gateway.command(linked.connectionId, "display.info").status, 200);
     EXPECT_EQ(gateway.resolve(link).status, 200);
-    EXPECT_EQ(gateway.call("GET", "/", "", {cookie}).status, 200);
+    EXPECT_EQ(gateway.call("GET", "/console/machines", "", {session}).status, 401); // Browsers log in again.
+}
+
+// Secrets of callers are looked up by their hashes, so neither a copy of the store nor the time of a look-up
+// tells one.
+TEST(State, holdsNoSecretOfACaller)
+{
+    Gateway gateway;
+    LinkedMachine const linked = gateway.link();
+    std::string const code = gateway.newLink();
+    std::string const link = gateway.running().newConsoleLink();
+    auto const session = gateway.consoleSession();
+    gateway.stop();
+
+    for (auto const& entry : std::filesystem::directory_iterator(gateway.data())) {
+        if (!entry.is_regular_file())
+            continue;
+        std::string const content = gateway.readFile(entry.path().filename());
+        for (std::string const& secret :
+             {linked.token, code, link.substr(link.find('#') + 1), session.second})
+            EXPECT_EQ(content.find(secret), std::string::npos) << entry.path();
+    }
+}
+
+TEST(State, marksItsFolderForAgentsOnTheSameMachine)
+{
+    Gateway gateway;
+
+    EXPECT_TRUE(std::filesystem::is_regular_file(gateway.data() / PrivateMark::fileName));
+    std::filesystem::path const key = gateway.data() / "api-key";
+    if (::setxattr(key.c_str(), "user.zelvo.test", "1", 1, 0) != 0)
+        GTEST_SKIP() << "this file system has no extended attributes";
+    for (char const* const name : {"api-key", "authorization.header", "gateway.sqlite", "gateway.sqlite-wal"})
+        EXPECT_GE(::getxattr((gateway.data() / name).c_str(), PrivateMark::attribute, nullptr, 0), 0) << name;
 }
 
 TEST(State, isForTheOwnersEyesOnly)

@@ -33,8 +33,9 @@ class LinuxPlatform final : public Platform {
 public:
     explicit LinuxPlatform(Contexts const& contexts)
         : contexts(contexts), time(contexts.agent), settings(contexts.workers, xdg::defaultsFolder()),
-          fileSystem(xdg::home()), machineFacts("/", xdg::home()), path(contexts.agent),
-          system(contexts.agent, time, openSystemBus), user(contexts.agent, time, openSessionBus),
+          fileSystem(xdg::home(), FolderWalk(), xdg::privateFolders()), machineFacts("/", xdg::home()),
+          path(contexts.agent), system(contexts.agent, time, openSystemBus),
+          user(contexts.agent, time, openSessionBus),
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),

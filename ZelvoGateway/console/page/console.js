@@ -3,6 +3,7 @@
 import { $, call, element } from "/page/gateway.js";
 import { Input } from "/page/input.js";
 import { Screen } from "/page/screen.js";
+import { requireSession } from "/page/session.js";
 
 const agent = { name: "Console", ref: "console" };
 let machines = [];
@@ -33,7 +34,6 @@ function explain(error) {
         ? "The machine's system does not let Zelvo post input." : "The machine's system does not let Zelvo see the screen."];
     case "scope_denied": return ["Not allowed", "The person has not granted this to the connection."];
     case "not_found": return ["The connection has ended", "It was revoked."];
-    case "unauthorized": return ["This console is locked", "Get a new link with: zelvo-gateway console-link"];
     case "gateway_gone": return ["The gateway does not answer", "Trying again."];
     default: return ["No picture", error.message];
   }
@@ -198,4 +198,5 @@ async function refresh() {
   setTimeout(refresh, document.hidden ? 10000 : 2000);
 }
 
+await requireSession($("logout"));
 refresh();

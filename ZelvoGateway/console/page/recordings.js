@@ -1,6 +1,7 @@
 // The recordings: the list of films, and the one that is watched.
 
 import { $, call, element } from "/page/gateway.js";
+import { requireSession } from "/page/session.js";
 
 const perPage = 100;
 const player = $("player");
@@ -223,8 +224,7 @@ async function load() {
     await loadFilms();
     $("notice").textContent = "";
   } catch (error) {
-    $("notice").textContent = error.code === "unauthorized"
-      ? "This console is locked. Get a new link with: zelvo-gateway console-link" : error.message;
+    $("notice").textContent = error.message;
   }
   draw();
 }
@@ -234,5 +234,6 @@ async function refresh() {
   setTimeout(refresh, document.hidden ? 30000 : 5000);
 }
 
+await requireSession($("logout"));
 $("empty").hidden = true;
 refresh().then(() => { if (chosen) show(chosen, 0); });

@@ -33,6 +33,40 @@ TEST(MemoryBudget, takesBackWhatALeaseHeld)
     EXPECT_EQ(budget.available(), 100u);
 }
 
+TEST(MemoryBudget, lendsACallerItsPartOnly)
+{
+    MemoryBudget budget(100, 60);
+    MemoryBudget::Lease first;
+    MemoryBudget::Lease again;
+    MemoryBudget::Lease other;
+
+    EXPECT_FALSE(budget.partOf("a").grow(first, 61));
+    EXPECT_TRUE(budget.partOf("a").grow(first, 40));
+    EXPECT_FALSE(budget.partOf("a").grow(again, 21));
+    EXPECT_TRUE(budget.partOf("a").grow(again, 20));
+    EXPECT_FALSE(budget.partOf("b").grow(other, 41)); // The whole has 40 left.
+    EXPECT_TRUE(budget.partOf("b").grow(other, 40));
+    again.release();
+    first.release();
+    other.release();
+
+    EXPECT_EQ(budget.available(), 100u);
+    EXPECT_TRUE(budget.partOf("a").grow(first, 60));
+}
+
+TEST(MemoryBudget, hasRestedOnceWhenAllIsBack)
+{
+    MemoryBudget budget(100, 60);
+    EXPECT_FALSE(budget.hasRested());
+    {
+        MemoryBudget::Lease lease;
+        budget.partOf("a").grow(lease, 10);
+        EXPECT_FALSE(budget.hasRested());
+    }
+    EXPECT_TRUE(budget.hasRested());
+    EXPECT_FALSE(budget.hasRested());
+}
+
 TEST(MemoryBudget, mayEndBeforeItsLeases)
 {
     MemoryBudget::Lease lease;

@@ -3,32 +3,30 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// The page that plays recordings, behind the console's lock. A browser test would be needed for its looks and
-// playback.
+// The page that plays recordings, behind the same session as the console. A browser test would be needed for its
+// looks and playback.
 
 namespace zelvo::service {
 namespace {
 
 using testing::HasSubstr;
 
-TEST(RecordingPage, isLockedWithoutTheCookie)
+TEST(RecordingPage, asksForItsSession)
 {
     Gateway gateway;
 
-    Answer const locked = gateway.call("GET", "/recordings");
-    Answer const open = gateway.call("GET", "/recordings", "", {gateway.consoleCookie()});
+    Answer const page = gateway.call("GET", "/recordings");
 
-    EXPECT_EQ(locked.status, 401);
-    EXPECT_THAT(locked.body, HasSubstr("zelvo-gateway console-link"));
-    EXPECT_EQ(open.status, 200);
-    EXPECT_THAT(open.body, HasSubstr("/page/recordings.js"));
+    EXPECT_EQ(page.status, 200);
+    EXPECT_THAT(page.body, HasSubstr("/page/recordings.js"));
+    EXPECT_THAT(gateway.call("GET", "/page/recordings.js").body, HasSubstr("requireSession("));
 }
 
 TEST(RecordingPage, mayPlayRecordingsOfThisGatewayOnly)
 {
     Gateway gateway;
 
-    Answer const page = gateway.call("GET", "/recordings", "", {gateway.consoleCookie()});
+    Answer const page = gateway.call("GET", "/recordings");
 
     EXPECT_THAT(page.headers.at("content-security-policy"), HasSubstr("; media-src 'self';"));
     EXPECT_THAT(page.headers.at("content-security-policy"), HasSubstr("default-src 'none'"));
@@ -42,7 +40,8 @@ TEST(RecordingPage, makesNoMarkupOfNames)
 {
     Gateway gateway;
 
-    for (char const* const script : {"recordings.js", "gateway.js", "console.js", "screen.js", "input.js"}) {
+    for (char const* const script :
+         {"recordings.js", "gateway.js", "session.js", "open.js", "console.js", "screen.js", "input.js"}) {
         Answer const answer = gateway.call("GET", std::string("/page/") + script);
         ASSERT_EQ(answer.status, 200);
         for (char const* const way : {"innerHTML", "outerHTML", "insertAdjacentHTML", "document.write",
@@ -55,8 +54,7 @@ TEST(RecordingPage, isReachedFromTheConsole)
 {
     Gateway gateway;
 
-    EXPECT_THAT(gateway.call("GET", "/", "", {gateway.consoleCookie()}).body,
-                HasSubstr(R"(<a href="/recordings">)"));
+    EXPECT_THAT(gateway.call("GET", "/").body, HasSubstr(R"(<a href="/recordings">)"));
 }
 
 } // namespace

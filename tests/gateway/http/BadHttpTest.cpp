@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 namespace zelvo::service {
 namespace {
 
@@ -181,6 +184,86 @@ TEST(ManyClients, cannotKeepMachinesOut)
         Answer const answer = gateway.platform("GET", "/v1/machines/" + linked.machineId);
         return answer.status == 200 && answer.json().at("paused").as_bool();
     }));
+}
+
+/// Connections that keep their places as long as they can.
+class Crowd {
+public:
+    Crowd(Gateway& gateway, std::string const& bytes, int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            connections.push_back(std::make_unique<RawConnection>(gateway.port()));
+            connections.back()->send(bytes);
+        }
+    }
+
+private:
+    std::vector<std::unique_ptr<RawConnection>> connections;
+};
+
+constexpr int manySlow = 530; // More than there are places.
+
+TEST(ManyClients, withHalfAHeadLockNobodyOut)
+{
+    Gateway gateway;
+    Crowd const crowd(gateway, "GET / HTTP/1.1\r\nHost: loc", manySlow);
+
+    EXPECT_TRUE(stillServes(gateway));
+    EXPECT_EQ(gateway.call("GET", "/").status, 200);
+}
+
+TEST(ManyClients, withHalfABodyLockNobodyOut)
+{
+    Gateway gateway;
+    Crowd const crowd(gateway,
+                      "POST /machines/link/resolve HTTP/1.1\r\nHost: localhost\r\nContent-Length: 9\r\n\r\n{",
+                      manySlow);
+
+    EXPECT_TRUE(stillServes(gateway));
+}
+
+TEST(ManyClients, thatReadNothingLockNobodyOut)
+{
+    Gateway gateway(
+        [](Settings& settings) { settings.limits.connections = 16; }); // Each fills megabytes of buffers.
+    std::string requests;
+    for (int i = 0; i < 500; ++i)
+        requests += "GET /page/input.js HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    Crowd const crowd(gateway, requests, 20);
+
+    EXPECT_TRUE(stillServes(gateway));
+}
+
+TEST(ManyClients, thatRestBetweenRequestsLockNobodyOut)
+{
+    Gateway gateway;
+    Crowd const crowd(gateway, "GET /locked HTTP/1.1\r\nHost: localhost\r\n\r\n", manySlow);
+
+    EXPECT_TRUE(stillServes(gateway));
+}
+
+// A command may take minutes, and a crowd does not end it.
+TEST(ManyClients, endNoRequestOfACallerWithTheKey)
+{
+    Gateway gateway([](Settings& settings) { settings.limits.connections = 8; });
+    MachineThread thread;
+    LinkedMachine const linked = gateway.link();
+    FakeMachine machine(thread, gateway.port(), linked.token);
+    std::atomic<bool> isAsked = false;
+    machine.onFrame([&](json::object const&) {
+        isAsked = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        return resultOf(json::object{{"ok", true}});
+    });
+    ASSERT_EQ(machine.status(), 101);
+    int status = 0;
+    std::thread caller([&] { status = gateway.command(linked.connectionId, "display.info").status; });
+    ASSERT_TRUE(becomes([&] { return isAsked.load(); }));
+
+    Crowd const crowd(gateway, "GET / HTTP/1.1\r\nHost: loc", 50);
+
+    caller.join();
+    EXPECT_EQ(status, 200);
 }
 
 TEST(BadWebSocket, doesNotDisturbTheOthers)

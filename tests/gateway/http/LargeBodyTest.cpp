@@ -85,7 +85,7 @@ TEST(LargeBody, waitsForAWordWhenItAsksForOne)
 
 TEST(LargeBody, isRefusedWhenMemoryIsShort)
 {
-    Connected on([](Settings& settings) { settings.limits.memory = 10_MiB; });
+    Connected on([](Settings& settings) { settings.limits.memory = 20_MiB; }); // Body and values.
 
     Answer const answer = on.post(bodyOf(11_MiB));
 

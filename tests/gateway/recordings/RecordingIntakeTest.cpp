@@ -54,7 +54,7 @@ TEST(RecordingAnnouncement, needsTheTokenOfAMachine)
     EXPECT_EQ(codeWith({}), "unauthorized");
     EXPECT_EQ(codeWith({{"Authorization", "Bearer x"}}), "unauthorized");
     EXPECT_EQ(codeWith({{"Authorization", "Bearer " + on.gateway.apiKey()}}), "unauthorized");
-    EXPECT_EQ(codeWith({on.gateway.consoleCookie(), {"Origin", on.gateway.origin()}}), "unauthorized");
+    EXPECT_EQ(codeWith({on.gateway.consoleSession(), {"Origin", on.gateway.origin()}}), "unauthorized");
     EXPECT_EQ(codeWith({{"Authorization", "Bearer " + on.linked.token}, {"X-Zelvo-App-Version", "0.0.9"}}),
               "app_update_required");
     EXPECT_EQ(codeWith({{"Authorization", "Bearer " + on.linked.token}, {"X-Zelvo-App-Version", "0.1.0"}}),

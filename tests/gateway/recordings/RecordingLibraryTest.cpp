@@ -1,3 +1,4 @@
+#include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/store/Database.h"
 #include "gateway/support/Recorded.h"
 #include "wire/records/ServiceHistory.h"
@@ -107,25 +108,25 @@ TEST(RecordingList, refusesAQueryThatMeansNothing)
     EXPECT_EQ(on.gateway.platform("GET", "/v1/recordings/rec_none").errorCode(), "not_found");
 }
 
-TEST(RecordingList, isForThoseWithTheKeyOrTheCookie)
+TEST(RecordingList, isForThoseWithTheKeyOrASession)
 {
     Recorded on;
     std::string const id = on.recording();
-    auto const cookie = on.gateway.consoleCookie();
+    auto const session = on.gateway.consoleSession();
     std::string const path = "/v1/recordings/" + id;
 
     for (std::string const& target : {std::string("/v1/recordings"), path}) {
         EXPECT_EQ(on.gateway.call("GET", target).status, 401);
         EXPECT_EQ(on.gateway.call("GET", target, "", {{"Authorization", "Bearer " + on.linked.token}}).status,
                   401);
-        EXPECT_EQ(on.gateway.call("GET", target, "", {cookie}).status, 200);
-        EXPECT_EQ(on.gateway.call("GET", target, "", {cookie, {"Sec-Fetch-Site", "same-site"}}).status, 403);
+        EXPECT_EQ(on.gateway.call("GET", target, "", {session}).status, 200);
+        EXPECT_EQ(on.gateway.call("GET", target, "", {session, {"Sec-Fetch-Site", "same-site"}}).status, 403);
     }
     EXPECT_EQ(on.gateway.call("DELETE", path).status, 401);
-    EXPECT_EQ(on.gateway.call("DELETE", path, "", {cookie}).status, 403);
-    EXPECT_EQ(on.gateway.call("DELETE", path, "", {cookie, {"Origin", "http://evil.example"}}).status, 403);
+    EXPECT_EQ(on.gateway.call("DELETE", path, "", {session}).status, 403);
+    EXPECT_EQ(on.gateway.call("DELETE", path, "", {session, {"Origin", "http://evil.example"}}).status, 403);
     EXPECT_EQ(on.stateOf(id), "ready");
-    EXPECT_EQ(on.gateway.call("DELETE", path, "", {cookie, {"Origin", on.gateway.origin()}}).status, 200);
+    EXPECT_EQ(on.gateway.call("DELETE", path, "", {session, {"Origin", on.gateway.origin()}}).status, 200);
 }
 
 TEST(RecordingFile, isSentWholeAndInParts)
@@ -233,9 +234,37 @@ TEST(RecordingFile, needsTheProofOfItsAddress)
           other.substr(0, other.find('?')) + query, "/films/rec_none" + query,
           std::string("/films/x?until=x&proof=x")})
         EXPECT_EQ(codeOf(target), "forbidden") << target;
-    EXPECT_EQ(on.gateway.call("GET", path, "", {on.gateway.consoleCookie()}).status, 403);
+    EXPECT_EQ(on.gateway.call("GET", path, "", {on.gateway.consoleSession()}).status, 403);
     EXPECT_EQ(on.gateway.platform("GET", path).status, 403);
     EXPECT_EQ(on.gateway.call("GET", address).status, 200);
+}
+
+// The console's page asks for another address when it needs one.
+TEST(RecordingFile, hasAShortAddressForTheConsole)
+{
+    Recorded on;
+    std::string const id = on.recording();
+    auto const session = on.gateway.consoleSession();
+    json::value const listed = on.gateway.call("GET", "/v1/recordings/" + id, "", {session}).json();
+    std::string const url(listed.at("url").as_string());
+    std::string const address = url.substr(url.find("/films"));
+
+    EXPECT_EQ(address.find(session.second), std::string::npos);
+    EXPECT_EQ(address.find(on.gateway.apiKey()), std::string::npos);
+    EXPECT_EQ(on.gateway.call("GET", address).status, 200);
+    on.gateway.clock.advance(10min);
+    EXPECT_EQ(on.gateway.call("GET", address).status, 403);
+}
+
+// The API key signs nothing that leaves the gateway.
+TEST(RecordingFile, hasAnAddressThatIsNotSignedWithTheApiKey)
+{
+    Recorded on;
+    std::string const id = on.recording();
+    std::string const address = on.addressOf(id);
+    std::string const until = address.substr(address.find("until=") + 6, 13);
+
+    EXPECT_EQ(address.find(signatureOf("film " + id + " " + until, on.gateway.apiKey())), std::string::npos);
 }
 
 TEST(RecordingFile, isNoPath)

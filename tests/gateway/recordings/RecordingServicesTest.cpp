@@ -73,7 +73,7 @@ TEST(RecordingServices, takeARecordingFromItsAnnouncementToAPass)
 
     runTask(on.io, on.intake.complete(on.machine, id));
 
-    auto const listed = on.library.recording(id);
+    auto const listed = on.library.recording(id, 1h);
     ASSERT_TRUE(listed.pass);
     auto const source = runTask(on.io, on.library.open(id, listed.pass->end, listed.pass->proof));
     EXPECT_EQ(source->size(), 7u);

@@ -135,12 +135,17 @@ std::string Gateway::connect(LinkedMachine const& linked) const
     return std::string(complete(code, linked.token, bothScopes).json().at("connectionId").as_string());
 }
 
-std::pair<std::string, std::string> Gateway::consoleCookie()
+std::pair<std::string, std::string> Gateway::consoleSession()
 {
-    std::string const link = server->newConsoleLink();
-    Answer const answer = call("GET", link.substr(link.find("/open")));
-    std::string const cookie = answer.headers.at("set-cookie");
-    return {"Cookie", cookie.substr(0, cookie.find(';'))};
+    Answer const answer = enter(server->newConsoleLink(), origin());
+    return {"X-Zelvo-Console", std::string(answer.json().at("session").as_string())};
+}
+
+Answer Gateway::enter(std::string const& link, std::string const& origin) const
+{
+    json::object const body{{"code", link.substr(link.find('#') + 1)}};
+    std::string const host = origin.substr(origin.find("//") + 2);
+    return call("POST", "/console/session", writeJson(body), {{"Origin", origin}, {"Host", host}});
 }
 
 bool becomes(std::function<bool()> const& condition)

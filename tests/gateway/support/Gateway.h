@@ -73,8 +73,10 @@ public:
                     std::string const& machineToken,
                     std::string const& scopes = R"(["screen"])") const;
     LinkedMachine link() const;
-    /// The "Cookie" header of a browser that opened a console link.
-    std::pair<std::string, std::string> consoleCookie();
+    /// The header of a page of the console, as a browser that opened a console link has it.
+    std::pair<std::string, std::string> consoleSession();
+    /// Exchanges the code of a console link as the page behind it does. origin: that of the page
+    Answer enter(std::string const& link, std::string const& origin) const;
     std::string origin() const { return "http://127.0.0.1:" + std::to_string(port()); }
 
 private:

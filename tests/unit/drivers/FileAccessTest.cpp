@@ -65,6 +65,14 @@ TEST_F(FileAccessTest, readsAndWritesInAGrantedFolder)
     EXPECT_EQ(files.contentOf("/home/me/Documents/a.txt"), "new");
 }
 
+TEST_F(FileAccessTest, refusesAPrivatePlaceLikeOneThatIsNotGranted)
+{
+    files.isPrivate = true;
+
+    EXPECT_EQ(readError("/home/me/Documents/a.txt"), AgentError::scopeDenied);
+    EXPECT_EQ(writeError("/home/me/Documents/a.txt"), AgentError::scopeDenied);
+}
+
 TEST_F(FileAccessTest, refusesAllWithoutRoots)
 {
     allow(std::vector<std::string>());

@@ -19,6 +19,7 @@ protected:
     std::vector<GatewayConnectionState> states;
     std::vector<RpcFrame> frames;
     double factor = 1.0;
+    int rests = 0;
     AsyncCondition release;
     bool holdsReplies = false;
     std::shared_ptr<GatewayClient> client = makeClient();
@@ -43,7 +44,8 @@ protected:
                  co_return payload;
              },
              .onState = [this](GatewayConnectionState state) { states.push_back(state); },
-             .jitter = [this] { return factor; }});
+             .jitter = [this] { return factor; },
+             .onRest = [this] { ++rests; }});
     }
 
     GatewayClient::Handler handler()
@@ -223,6 +225,41 @@ TEST_F(GatewayClientTest, agentAsTextGivesNoName)
     deliver(R"({"id":"1","method":"m","agent":"x"})");
     ASSERT_THAT(frames, SizeIs(1));
     EXPECT_EQ(frames[0].agentName, std::nullopt);
+}
+
+TEST_F(GatewayClientTest, restsOnceAMinuteAfterTheLastMessage)
+{
+    connect();
+    platform.time.advance(10min);
+    EXPECT_EQ(rests, 0); // Nothing was done yet.
+
+    deliver(frame);
+    platform.time.advance(59s);
+    deliver(std::string(1000, '['), WebSocketMessage::Kind::text); // Dropped, but it took memory.
+    platform.time.advance(59s);
+    EXPECT_EQ(rests, 0);
+    platform.time.advance(61s);
+    EXPECT_EQ(rests, 1);
+    platform.time.advance(10min);
+    EXPECT_EQ(rests, 1);
+
+    deliver(frame, WebSocketMessage::Kind::binary);
+    platform.time.advance(2min);
+    EXPECT_EQ(rests, 2);
+}
+
+TEST_F(GatewayClientTest, restsAMinuteAfterTheLastReply)
+{
+    holdsReplies = true;
+    connect();
+    deliver(frame);
+    platform.time.advance(30s);
+    letGo();
+    platform.time.advance(59s);
+
+    EXPECT_EQ(rests, 0);
+    platform.time.advance(31s);
+    EXPECT_EQ(rests, 1);
 }
 
 TEST_F(GatewayClientTest, binaryMessageIsDiscarded)

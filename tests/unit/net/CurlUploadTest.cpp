@@ -319,6 +319,50 @@ TEST_F(CurlUploadTest, isUnreachableWhereNobodyListens)
     EXPECT_EQ(failureOf(one)->kind, Kind::unreachable);
 }
 
+// A gateway elsewhere must not make the agent knock at this machine's services, however it writes the
+// address.
+TEST_F(CurlUploadTest, goesToNoServiceOfThisMachineForAGatewayElsewhere)
+{
+    UploadServer server([&](Guest& guest) {
+        guest.readHead();
+        guest.readBody(9);
+        guest.write(ok);
+    });
+    std::string const port = server.url().substr(server.url().find(':', 7));
+    writeFile(recording, "recording");
+
+    for (char const* const host : {"127.0.0.1", "127.1", "127.0.0.1.", "2130706433", "0x7f000001",
+                                   "0177.0.0.1", "017700000001", "0.0.0.0", "0", "localhost", "LOCALHOST",
+                                   "localhost.", "[::1]", "[::ffff:127.0.0.1]", "[::ffff:7f00:1]", "[::]"}) {
+        HttpUpload one = upload(9, server);
+        one.url = std::string("http://") + host + port;
+        for (char const* const gateway : {"93.184.216.34", ""}) {
+            one.gatewayPeer = gateway;
+            EXPECT_TRUE(failureOf(one)) << host;
+        }
+    }
+
+    // None of them was the server's one guest.
+    EXPECT_EQ(wait(loading->upload(upload(9, server))).status, 200);
+}
+
+TEST_F(CurlUploadTest, goesToAGatewayOfThisMachine)
+{
+    UploadServer server([](Guest& guest) {
+        guest.readHead();
+        guest.readBody(9);
+        guest.write(ok);
+    });
+    writeFile(recording, "recording");
+    HttpUpload one = upload(9, server);
+    one.gatewayPeer = "127.0.0.1";
+
+    HttpResponse const response = wait(loading->upload(one));
+
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.peer, "127.0.0.1");
+}
+
 TEST_F(CurlUploadTest, takesAsLongAsBytesMove)
 {
     constexpr auto limit = 1s;

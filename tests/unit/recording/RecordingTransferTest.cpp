@@ -34,6 +34,7 @@ TEST_F(RecordingTransferTest, handsARecordingOverInThreeSteps)
     EXPECT_EQ(bodyOf(1), (json::object{{"recordingId", "r1"}}));
     ASSERT_THAT(platform.loading.uploads, SizeIs(1));
     HttpUpload const& put = platform.loading.uploads[0];
+    EXPECT_EQ(put.gatewayPeer, "192.0.2.1");
     EXPECT_EQ(put.url, "https://store.test/r1");
     EXPECT_EQ(put.method, "PUT");
     EXPECT_EQ(put.file, finished.file);

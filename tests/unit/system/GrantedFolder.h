@@ -12,11 +12,12 @@
 
 namespace zelvo {
 
-/// FileAccess on real files: a granted folder "in" beside a folder "out" that is not granted.
+/// FileAccess on real files: a granted folder "in" beside a folder "out" that is not granted. The folders
+/// "own" in and beside the granted one, where a test makes them, are the program's own.
 class GrantedFolder {
 public:
     explicit GrantedFolder(FolderWalk::Method method = FolderWalk::Method::inOneStep)
-        : machine(top.path, FolderWalk(method))
+        : machine(top.path, FolderWalk(method), {top.path / "own", top.path / "in/own"})
     {
         std::filesystem::create_directories(in);
         std::filesystem::create_directories(out);

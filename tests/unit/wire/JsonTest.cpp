@@ -63,6 +63,29 @@ TEST(Json, countsObjectsAsNestingToo)
     EXPECT_FALSE(parseJson(objects(513)));
 }
 
+std::string listOf(std::size_t count, std::string const& value)
+{
+    std::string text = "[";
+    for (std::size_t i = 0; i < count; ++i)
+        text += (i == 0 ? "" : ",") + value;
+    return text + "]";
+}
+
+TEST(Json, readsAMillionValues)
+{
+    EXPECT_TRUE(parseJson(listOf(999'999, "0"))); // The list is one, too.
+    EXPECT_TRUE(parseJson(listOf(499'999, "[0]")));
+}
+
+TEST(Json, dropsMoreThanAMillionValuesOfEachKind)
+{
+    for (char const* const value : {"0", "1.5", "\"\"", "true", "null", "[]", "{}"})
+        EXPECT_FALSE(parseJson(listOf(1'000'000, value))) << value;
+    EXPECT_FALSE(parseJson(listOf(500'000, "[0]")));
+    EXPECT_FALSE(parseJson(listOf(500'000, R"({"a":0})")));
+    EXPECT_FALSE(parseJson(listOf(500'000, "[0]").substr(1) + "x"));
+}
+
 TEST(Json, dropsInvalidUtf8)
 {
     EXPECT_FALSE(parseJson("\"\xff\""));

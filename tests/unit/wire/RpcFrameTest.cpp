@@ -18,6 +18,55 @@ TEST(RpcFrame, readsEveryKey)
     EXPECT_EQ(frame->agentName, "Ann");
 }
 
+std::string upload(std::string const& method, std::string const& params)
+{
+    return R"({"id":"1","method":")" + method + R"(","params":)" + params + "}";
+}
+
+TEST(RpcFrame, keepsTheContentOfAFileInTheMessagesOwnMemory)
+{
+    std::string const content(2 << 20, 'A');
+    std::string text = upload("files.upload.begin", R"({"path":"/a","data":")" + content + R"("})");
+    char const* const memory = text.data();
+
+    auto const frame = takeFrame(std::move(text));
+
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(frame->data, content);
+    EXPECT_EQ(frame->data.data(), memory);
+    EXPECT_EQ(frame->params, (json::object{{"path", "/a"}}));
+    EXPECT_EQ(parseFrame(writeFrame(*frame))->params.at("data").as_string(), content);
+}
+
+TEST(RpcFrame, keepsEveryOtherTextInTheParams)
+{
+    std::string const content(2 << 20, 'A');
+    std::string const quoted = "\"" + content + "\"";
+    std::vector<std::string> const texts = {
+        upload("clipboard.set", R"({"data":)" + quoted + "}"),
+        upload("files.upload.begin", R"({"text":)" + quoted + "}"),
+        upload("files.upload.begin", R"({"data":[)" + quoted + "]}"),
+        upload("files.upload.begin", R"({"data":{"data":)" + quoted + "}}"),
+        upload("files.upload.begin", R"({"x":{"data":1},"y":)" + quoted + "}"),
+        upload("files.upload.begin", "[" + quoted + "]"),
+        upload("files.upload.begin",
+               R"({"data":"\u0041)" + content + "\"}"), // Escaped, so it is not whole anywhere.
+        upload("files.upload.begin", R"({"data":)" + quoted + R"(,"data":"short"})"),
+        upload("files.upload.begin", R"({"data":)" + quoted + R"(,"data":5})"),
+        upload("files.upload.begin", R"({"data":)" + quoted + R"(},"params":{"data":"short"})"),
+        upload("files.upload.begin", R"({"data":"short"})"),
+        upload("files.upload.begin", R"({"data":18446744073709551615})"),
+    };
+
+    for (std::string const& text : texts) {
+        auto const frame = takeFrame(text);
+        ASSERT_TRUE(frame) << text.substr(0, 100);
+        EXPECT_EQ(frame->data, "");
+        EXPECT_TRUE(*frame == *parseFrame(text)) << text.substr(0, 100);
+    }
+    EXPECT_FALSE(takeFrame(texts.front() + "x"));
+}
+
 TEST(RpcFrame, needsOnlyIdAndMethod)
 {
     auto const frame = parseFrame(R"({"id": "", "method": ""})");

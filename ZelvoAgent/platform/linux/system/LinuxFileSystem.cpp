@@ -83,8 +83,10 @@ std::optional<std::string> linkTarget(std::string const& path)
 
 } // namespace
 
-LinuxFileSystem::LinuxFileSystem(std::filesystem::path home, FolderWalk walk)
-    : home(std::move(home)), walk(walk)
+LinuxFileSystem::LinuxFileSystem(std::filesystem::path home,
+                                 FolderWalk walk,
+                                 std::vector<std::filesystem::path> ownFolders)
+    : home(std::move(home)), walk(walk), privatePlaces(std::move(ownFolders))
 {
 }
 
@@ -127,6 +129,22 @@ FileNode LinuxFileSystem::nodeAt(std::string const& path)
     return {};
 }
 
+/// The last folder on the way to a place that exists.
+UniqueFd LinuxFileSystem::nearestFolder(PlaceInFolder const& place) const
+{
+    UniqueFd const top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    std::string path = place.folder.substr(1);
+    if (!path.empty() && !place.path.empty())
+        path += '/';
+    path = folderIn(path + place.path);
+    UniqueFd found = walk.open(top.get(), path);
+    while (!found && errno == ENOENT && !path.empty()) {
+        path = folderIn(path);
+        found = walk.open(top.get(), path);
+    }
+    return found;
+}
+
 UniqueFd LinuxFileSystem::folderOf(PlaceInFolder const& place, Missing missing) const
 {
     auto const go = [&](int from, std::string const& relative) {
@@ -138,10 +156,16 @@ UniqueFd LinuxFileSystem::folderOf(PlaceInFolder const& place, Missing missing) 
     UniqueFd const top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!top)
         throw FileFailure(errno);
+    // Not even a new folder is made in a private place.
+    UniqueFd const nearest = missing == Missing::isMade ? nearestFolder(place) : UniqueFd();
+    if (nearest && privatePlaces.hasFolder(nearest.get()))
+        throw PrivatePlaceFailure();
     UniqueFd const granted = go(top.get(), place.folder.substr(1));
     UniqueFd folder = granted ? go(granted.get(), folderIn(place.path)) : UniqueFd();
     if (!folder)
         throwUnlessChange(errno);
+    else if (privatePlaces.hasFolder(folder.get()))
+        throw PrivatePlaceFailure();
     else if (place.path.empty())
         throw FileFailure(EISDIR);
     return folder;
@@ -168,6 +192,9 @@ std::unique_ptr<OpenFile> LinuxFileSystem::open(PlaceInFolder const& place)
         throwUnlessChange(reason);
         return nullptr;
     }
+    // Once more with the file open: its folder may have been moved meanwhile.
+    if (privatePlaces.hasFile(file.get()) || privatePlaces.hasFolder(folder.get()))
+        throw PrivatePlaceFailure();
     return std::make_unique<LinuxOpenFile>(std::move(file), static_cast<std::uint64_t>(facts.st_size));
 }
 
@@ -185,6 +212,8 @@ bool LinuxFileSystem::replace(PlaceInFolder const& place, std::string_view conte
         return false;
     if (reason != 0 && !isChange(reason))
         throw FileFailure(reason);
+    if (privatePlaces.hasName(folder.get(), name))
+        throw PrivatePlaceFailure();
     bool const replaces = reason == 0;
     // Nobody may read a private file's new content before it has the old file's rights.
     TemporaryFile next(folder.get(), replaces ? 0600 : 0666);

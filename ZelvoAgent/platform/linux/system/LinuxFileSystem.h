@@ -2,6 +2,7 @@
 
 #include "platform/FileSystem.h"
 #include "platform/linux/system/FolderWalk.h"
+#include "platform/linux/system/PrivatePlaces.h"
 
 #include <filesystem>
 
@@ -9,11 +10,15 @@ namespace zelvo {
 
 /// The kernel's files. It walks to a granted folder from "/" and to a place from the granted folder's
 /// descriptor; it opens or replaces the last name in the folder that it reached. So it meets a link that
-/// somebody puts in the way, and never follows it. Mounted file systems are walked into. Thread: any.
+/// somebody puts in the way, and never follows it. Mounted file systems are walked into. What it reached is
+/// checked against the private places before it is used. Thread: any.
 class LinuxFileSystem final : public FileSystem {
 public:
-    /// home  our own home folder
-    explicit LinuxFileSystem(std::filesystem::path home, FolderWalk walk = FolderWalk());
+    /// home       our own home folder
+    /// ownFolders folders that agents may not reach, beside the data folders of gateways
+    explicit LinuxFileSystem(std::filesystem::path home,
+                             FolderWalk walk = FolderWalk(),
+                             std::vector<std::filesystem::path> ownFolders = {});
 
     std::optional<std::string> homeFolder(std::string const& user) override;
     std::string currentFolder() override;
@@ -26,8 +31,11 @@ private:
     /// The folder of a place's last name; no descriptor if the place has changed.
     UniqueFd folderOf(PlaceInFolder const& place, Missing missing) const;
 
+    UniqueFd nearestFolder(PlaceInFolder const& place) const;
+
     std::filesystem::path const home;
     FolderWalk const walk;
+    PrivatePlaces const privatePlaces;
 };
 
 } // namespace zelvo

@@ -69,4 +69,9 @@ fs::path keychainFolder()
     return dataHome() / identifier / "keychain";
 }
 
+std::vector<fs::path> privateFolders()
+{
+    return {settingsFolder(), dataHome() / identifier, dataHome() / "zelvo-gateway"};
+}
+
 } // namespace zelvo::xdg

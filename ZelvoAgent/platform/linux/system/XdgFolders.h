@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 /// The person's folders by the XDG rules. A variable that is not an absolute path counts as unset.
 /// Thread: any, while nobody changes the environment.
@@ -19,5 +20,8 @@ std::optional<std::filesystem::path> runtimeFolder();
 std::filesystem::path settingsFolder();
 std::filesystem::path defaultsFolder();
 std::filesystem::path keychainFolder();
+/// The folders that hold what is only for this program and for a gateway of the same person: settings with
+/// their queues, the key chain, the gateway's usual data folder.
+std::vector<std::filesystem::path> privateFolders();
 
 } // namespace zelvo::xdg

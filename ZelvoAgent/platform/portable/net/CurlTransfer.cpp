@@ -1,6 +1,9 @@
 #include "platform/portable/net/CurlTransfer.h"
 
 #include "platform/portable/net/NetworkFailures.h"
+#include "platform/portable/net/ProxyChoice.h"
+
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -34,6 +37,46 @@ void addHeader(HeaderList& list, std::string const& line)
     if (curl_slist* const longer = curl_slist_append(list.get(), line.c_str())) {
         static_cast<void>(list.release());
         list.reset(longer);
+    }
+}
+
+struct UrlCleanup {
+    void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
+};
+
+/// A URL's scheme, host and port as libcurl reads them: it also knows numbers for addresses.
+struct UrlParts {
+    std::string scheme;
+    std::string host;
+    std::uint16_t port = 0;
+};
+
+std::string partOf(CURLU* url, CURLUPart part)
+{
+    char* raw = nullptr;
+    if (curl_url_get(url, part, &raw, CURLU_DEFAULT_PORT) != CURLUE_OK)
+        return {};
+    std::string text(raw);
+    curl_free(raw);
+    return text;
+}
+
+UrlParts partsOf(std::string const& text)
+{
+    std::unique_ptr<CURLU, UrlCleanup> const url(curl_url());
+    if (!url || curl_url_set(url.get(), CURLUPART_URL, text.c_str(), 0) != CURLUE_OK)
+        return {};
+    return {.scheme = partOf(url.get(), CURLUPART_SCHEME),
+            .host = partOf(url.get(), CURLUPART_HOST),
+            .port = static_cast<std::uint16_t>(std::atoi(partOf(url.get(), CURLUPART_PORT).c_str()))};
+}
+
+bool goesThroughAProxy(UrlParts const& url)
+{
+    try {
+        return proxyFor(url.scheme == "https", url.host, url.port, environmentVariable).has_value();
+    } catch (NetworkFailure const&) {
+        return true; // Of a kind that only libcurl knows.
     }
 }
 
@@ -97,6 +140,8 @@ CurlTransfer::CurlTransfer(HttpRequest request) : request(std::move(request)), m
 
 CurlTransfer::CurlTransfer(HttpUpload upload) : CurlTransfer(requestOf(upload))
 {
+    if (upload.gatewayPeer)
+        guard.emplace(*upload.gatewayPeer);
     this->upload.emplace(std::move(upload.file), upload.bytes, std::move(upload.onProgress), std::nullopt);
 }
 
@@ -124,6 +169,9 @@ HttpResponse CurlTransfer::perform()
     long status = 0;
     curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
     response.status = static_cast<int>(status);
+    char const* peer = nullptr;
+    if (!isProxied && curl_easy_getinfo(easy.get(), CURLINFO_PRIMARY_IP, &peer) == CURLE_OK && peer)
+        response.peer = peer;
     if (!isHeadComplete) // libcurl accepts a truncated head.
         throw NetworkFailure{Kind::lost, "the answer ended in its head"};
     assertWholeFileWent(easy.get());
@@ -162,6 +210,7 @@ void CurlTransfer::prepare(CURL* easy, HeaderList const& headers)
     curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &CurlTransfer::onBytesMoved);
     curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
     prepareBody(easy);
+    prepareGuard(easy);
     prepareCertificates(easy);
 }
 
@@ -181,6 +230,31 @@ void CurlTransfer::prepareBody(CURL* easy)
         curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
     }
     curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+}
+
+void CurlTransfer::prepareGuard(CURL* easy)
+{
+    UrlParts const url = partsOf(request.url);
+    isProxied = goesThroughAProxy(url);
+    if (!guard)
+        return;
+    if (isProxied && !guard->allowsHost(url.host))
+        throw NetworkFailure{Kind::other, "the address is one of this machine or its network"};
+    if (isProxied)
+        return;
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &CurlTransfer::openSocket);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
+}
+
+/// Called with each address that libcurl is about to connect to.
+curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* address)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    if (!transfer.guard->allows(address->addr)) {
+        transfer.isRefused = true;
+        return CURL_SOCKET_BAD;
+    }
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 void CurlTransfer::prepareFile(CURL* easy)
@@ -256,6 +330,8 @@ NetworkFailure CurlTransfer::failureOfCode(CURL* easy, CURLcode code) const
         return {Kind::other, upload->file->failure()};
     if (excess)
         return {Kind::other, excess};
+    if (isRefused)
+        return {Kind::other, "the address is one of this machine or its network"};
     long osError = 0;
     curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osError);
     // libcurl's detailed texts contain host and port at most, never a header or a body.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/HttpLoading.h"
+#include "platform/portable/net/ConnectionGuard.h"
 #include "platform/portable/net/UploadFile.h"
 
 #include <curl/curl.h>
@@ -53,6 +54,7 @@ private:
     CURLcode runToEnd(CURL* easy);
     Duration timeLeft() const;
     void tellProgress();
+    void prepareGuard(CURL* easy);
     void assertWholeFileWent(CURL* easy) const;
     NetworkFailure failureOfCode(CURL* easy, CURLcode code) const;
     void touch() { lastByte = std::chrono::steady_clock::now(); }
@@ -60,12 +62,15 @@ private:
     static std::size_t takeBody(char* data, std::size_t one, std::size_t count, void* self);
     static std::size_t takeHeader(char* data, std::size_t one, std::size_t count, void* self);
     static std::size_t giveFile(char* room, std::size_t one, std::size_t count, void* self);
+    static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
     static int onBytesMoved(void* self, curl_off_t, curl_off_t downloaded, curl_off_t, curl_off_t uploaded);
 
     HttpRequest request;
     std::optional<Upload> upload;
     std::unique_ptr<CURLM, MultiCleanup> multi;
     std::atomic<bool> stopped = false; // any thread
+    std::optional<ConnectionGuard> guard;
+    bool isProxied = false;
     HttpResponse response;
     SteadyTime start;
     SteadyTime lastByte;
@@ -74,6 +79,7 @@ private:
     std::size_t headBytes = 0; ///< of all heads and of the trailers
     bool isHeadComplete = false;
     char const* excess = nullptr; ///< the part of the response that was too long
+    bool isRefused = false;       ///< the guard refused an address
     char errorText[CURL_ERROR_SIZE] = {};
 };
 
