@@ -1,4 +1,4 @@
-// The recordings: the list of films, and the one that is watched.
+// The page of recordings: the list, and the one in the player.
 
 import { $, call, element } from "/page/gateway.js";
 import { requireSession } from "/page/session.js";
@@ -10,11 +10,11 @@ const dayText = shownIn({ weekday: "long", day: "numeric", month: "long", year: 
 const timeText = shownIn({ hour: "2-digit", minute: "2-digit" });
 const dateText = shownIn({ day: "numeric", month: "long", year: "numeric" });
 
-let films = [];
-let connections = new Map();           // What is known of the connections that films are of, by id.
+let recordings = [];
+let connections = new Map();           // What is known of the connections that recordings are of, by id.
 let pages = 1;                         // As many as the person has asked for.
 let more = false;
-let watched = null;                    // The film in the player.
+let watched = null;                    // The recording in the player.
 let chosen = location.hash.slice(1);
 
 function lengthText(seconds) {
@@ -38,7 +38,7 @@ async function loadNames() {
     { name: names.get(one.machineId), who: one.endUserId, ended: one.status !== "active" }]));
 }
 
-async function loadFilms() {
+async function loadRecordings() {
   const wanted = $("filter").value;
   let found = [];
   let before = "";
@@ -52,41 +52,42 @@ async function loadFilms() {
     if (!before) break;
   }
   if (wanted !== $("filter").value) return; // Another choice was made meanwhile.
-  films = found;
+  recordings = found;
   more = Boolean(before);
 }
 
-function entry(film) {
-  const from = origin(film.target);
-  const waits = film.status !== "ready";
-  const made = new Date(film.createdAt);
-  const button = element("button", { type: "button", className: "film", disabled: waits },
-    element("time", { dateTime: film.createdAt, textContent: timeText.format(made) }),
+function entry(recording) {
+  const from = origin(recording.target);
+  const waits = recording.status !== "ready";
+  const made = new Date(recording.createdAt);
+  const button = element("button", { type: "button", className: "recording", disabled: waits },
+    element("time", { dateTime: recording.createdAt, textContent: timeText.format(made) }),
     element("strong", { textContent: from.name }),
-    element("span", { className: "length", textContent: lengthText(film.durationSEC) }),
+    element("span", { className: "length", textContent: lengthText(recording.durationSEC) }),
     element("small", { textContent: waits ? "on its way" : (from.ended ? "revoked · " : "") + from.who }));
-  button.dataset.film = film.id;
-  button.setAttribute("aria-current", String(film.id === chosen));
-  button.addEventListener("click", () => choose(film.id));
+  button.dataset.recording = recording.id;
+  button.setAttribute("aria-current", String(recording.id === chosen));
+  button.addEventListener("click", () => choose(recording.id));
   return button;
 }
 
 let drawn = "";
 function draw() {
-  const key = JSON.stringify([films.map(film => [film.id, film.status]), [...connections], chosen, more]);
+  const states = recordings.map(recording => [recording.id, recording.status]);
+  const key = JSON.stringify([states, [...connections], chosen, more]);
   if (key === drawn) return;
   drawn = key;
-  const focused = document.activeElement?.dataset?.film;
+  const focused = document.activeElement?.dataset?.recording;
   const rows = [];
   let day = "";
-  for (const film of films) {
-    const its = dayText.format(new Date(film.createdAt));
+  for (const recording of recordings) {
+    const its = dayText.format(new Date(recording.createdAt));
     if (its !== day) rows.push(element("h2", { className: "day", textContent: its }));
     day = its;
-    rows.push(entry(film));
+    rows.push(entry(recording));
   }
   $("list").replaceChildren(...rows);
-  if (focused) $("list").querySelector(`[data-film="${CSS.escape(focused)}"]`)?.focus();
+  if (focused) $("list").querySelector(`[data-recording="${CSS.escape(focused)}"]`)?.focus();
   $("older").hidden = !more;
   drawFilter();
   drawStage();
@@ -101,24 +102,24 @@ function drawFilter() {
 }
 
 function drawStage() {
-  const film = watched;
-  for (const id of ["bar", "frame", "kept"]) $(id).hidden = !film;
-  $("empty").hidden = Boolean(film);
-  const none = films.length === 0;
+  const recording = watched;
+  for (const id of ["bar", "frame", "kept"]) $(id).hidden = !recording;
+  $("empty").hidden = Boolean(recording);
+  const none = recordings.length === 0;
   $("emptyTitle").textContent = none ? "No recordings yet" : "Choose a recording";
   $("emptyText").textContent = none
-    ? "A film appears here when an agent has worked on a machine whose person shares its recordings." : "It plays here.";
-  if (!film) return;
-  const from = origin(film.target);
-  const made = new Date(film.createdAt);
+    ? "A recording appears here when an agent has worked on a machine whose person shares its recordings." : "It plays here.";
+  if (!recording) return;
+  const from = origin(recording.target);
+  const made = new Date(recording.createdAt);
   $("name").textContent = `${from.name}, ${timeText.format(made)}`;
-  $("facts").textContent = [dayText.format(made), lengthText(film.durationSEC), from.who].join(" · ");
-  $("kept").textContent = `Kept until ${dateText.format(new Date(film.deletesAt))}, then deleted by itself.`;
+  $("facts").textContent = [dayText.format(made), lengthText(recording.durationSEC), from.who].join(" · ");
+  $("kept").textContent = `Kept until ${dateText.format(new Date(recording.deletesAt))}, then deleted by itself.`;
 }
 
-/// The film's address, on this very site whatever name the gateway gave itself.
-function sourceOf(film) {
-  const url = new URL(film.url);
+/// The recording's address, on this very site whatever name the gateway gave itself.
+function sourceOf(recording) {
+  const url = new URL(recording.url);
   return url.pathname + url.search;
 }
 
@@ -130,24 +131,24 @@ async function choose(id) {
   await show(id, 0);
 }
 
-/// Puts a film into the player, at a place in it.
+/// Puts a recording into the player, at a place in it.
 async function show(id, place) {
-  let film;
+  let recording;
   try {
-    film = await call(`/v1/recordings/${encodeURIComponent(id)}`);
+    recording = await call(`/v1/recordings/${encodeURIComponent(id)}`);
   } catch (error) {
     if (id === chosen) leave(error.status === 404 ? "This recording is gone." : error.message);
     return;
   }
   if (id !== chosen) return;
-  if (film.status !== "ready") {
-    leave(film.status === "deleted" ? "This recording was deleted." : "This recording is still on its way.");
+  if (recording.status !== "ready") {
+    leave(recording.status === "deleted" ? "This recording was deleted." : "This recording is still on its way.");
     return;
   }
-  watched = film;
-  player.src = sourceOf(film);
-  $("save").href = sourceOf(film);
-  $("save").download = `Zelvo ${film.createdAt.slice(0, 19).replace("T", " ").replaceAll(":", "-")}.mp4`;
+  watched = recording;
+  player.src = sourceOf(recording);
+  $("save").href = sourceOf(recording);
+  $("save").download = `Zelvo ${recording.createdAt.slice(0, 19).replace("T", " ").replaceAll(":", "-")}.mp4`;
   if (place > 0) player.currentTime = place;
   draw();
   drawStage();
@@ -169,13 +170,13 @@ function say(text) {
   $("error").hidden = false;
 }
 
-// An address is good for a while only; when the film stops coming, a new one is asked for and it goes on where it stood.
+// An address expires. When the player can no longer load the recording, it asks for a new address and continues there.
 let lastTry = -Infinity;
 player.addEventListener("error", () => {
   if (!watched || !player.hasAttribute("src")) return;
   const now = performance.now();
   if (now - lastTry < 10000) {
-    say("The film can't be played.");
+    say("The recording can't be played.");
     return;
   }
   lastTry = now;
@@ -205,9 +206,9 @@ $("really").addEventListener("click", async () => {
     say(error.message);
     return;
   }
-  films = films.filter(film => film.id !== id);
+  recordings = recordings.filter(recording => recording.id !== id);
   if (id === chosen) leave("");
-  else draw(); // Another film was chosen meanwhile.
+  else draw(); // Another recording was chosen meanwhile.
 });
 $("older").addEventListener("click", () => {
   pages += 1;
@@ -221,7 +222,7 @@ $("filter").addEventListener("change", () => {
 async function load() {
   try {
     await loadNames();
-    await loadFilms();
+    await loadRecordings();
     $("notice").textContent = "";
   } catch (error) {
     $("notice").textContent = error.message;

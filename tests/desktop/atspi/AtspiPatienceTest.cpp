@@ -6,6 +6,7 @@
 #include <signal.h>
 
 #include <chrono>
+#include <functional>
 #include <thread>
 
 namespace zelvo::test {
@@ -20,6 +21,25 @@ using testing::SizeIs;
 json::array buttons(int count)
 {
     return {{{"role", 43}, {"name", "b"}, {"repeat", count}}};
+}
+
+/// Each look waits for something to appear, but not for much longer than a second.
+void lookIntoEmptyChromiums(std::function<void(AccessibilityReader&, int delay)> const& look)
+{
+    AtspiFixture fixture;
+    for (int const delay : {0, 20, 60}) {
+        auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
+        auto const began = steady_clock::now();
+        Instant const deadline = fixture.clock->now() + 1s;
+        auto const reader = fixture.reader(application);
+        reader->plan({.deadline = deadline});
+
+        look(*reader, delay);
+
+        auto const took = steady_clock::now() - began;
+        EXPECT_GT(took, 500ms) << delay;
+        EXPECT_LT(took, 1100ms) << delay;
+    }
 }
 
 } // namespace
@@ -182,40 +202,19 @@ TEST(AtspiPatience, doesNotWaitForAnApplicationThatHasEnded)
 
 TEST(AtspiPatience, looksIntoAChromiumThatStaysEmptyForOneSecondInAll)
 {
-    AtspiFixture fixture;
-    for (int const delay : {0, 20, 60}) {
-        auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
-        auto const began = steady_clock::now();
-        Instant const deadline = fixture.clock->now() + 1s;
-        auto const reader = fixture.reader(application);
-        reader->plan({.deadline = deadline});
-
-        auto const seen = reader->elementAt({10, 10});
-
-        EXPECT_TRUE(!seen || reader->text(*seen, AccessibilityAttribute::role) == "AXWindow") << delay;
-        auto const took = steady_clock::now() - began;
-        EXPECT_GT(took, 500ms) << delay;
-        EXPECT_LT(took, 1100ms) << delay;
-    }
+    lookIntoEmptyChromiums([](AccessibilityReader& reader, int delay) {
+        auto const seen = reader.elementAt({10, 10});
+        EXPECT_TRUE(!seen || reader.text(*seen, AccessibilityAttribute::role) == "AXWindow") << delay;
+    });
 }
 
 TEST(AtspiPatience, waitsForTheFocusInAChromiumThatStaysEmptyForOneSecondInAll)
 {
-    AtspiFixture fixture;
-    for (int const delay : {0, 20, 60}) {
-        auto const application = fixture.serveWindow({}, {{"toolkit", "Chromium"}, {"delay", delay}});
-        auto const began = steady_clock::now();
-        Instant const deadline = fixture.clock->now() + 1s;
-        auto const reader = fixture.reader(application);
-        reader->plan({.deadline = deadline});
-
-        EXPECT_EQ(reader->element(reader->application(), AccessibilityAttribute::focusedUiElement),
-                  std::nullopt);
-
-        auto const took = steady_clock::now() - began;
-        EXPECT_GT(took, 500ms) << delay;
-        EXPECT_LT(took, 1100ms) << delay;
-    }
+    lookIntoEmptyChromiums([](AccessibilityReader& reader, int delay) {
+        EXPECT_EQ(reader.element(reader.application(), AccessibilityAttribute::focusedUiElement),
+                  std::nullopt)
+            << delay;
+    });
 }
 
 TEST(AtspiPatience, leavesTimeToDescribeWhatAChromiumShows)

@@ -4,24 +4,47 @@
 
 #include <future>
 
-// What the person at the machine says to an offer, and what becomes of the commands then.
-
 namespace zelvo::service {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(QueueAnswer, runsWhatWasAcceptedInOrderAndKeepsTheResults)
-{
+constexpr std::size_t maxResult = 1000; // Bytes.
+
+/// What the person at the machine answers to an offer, and what becomes of the commands then.
+class QueueAnswer : public testing::Test {
+protected:
+    explicit QueueAnswer(std::size_t maxCalls = Settings().limits.callsOfMachine)
+        : on([maxCalls](Settings& settings) {
+              settings.limits.queuedResult = maxResult;
+              settings.limits.callsOfMachine = maxCalls;
+          })
+    {
+    }
+    /// The machine arrives and gets the offer. handler: what it replies to commands.
+    void offer(FakeMachine::Handler handler = answerOk)
+    {
+        on.arrive().onFrame(std::move(handler));
+        ASSERT_TRUE(on.offered(1));
+    }
+
     Queued on;
+};
+
+/// Where a machine runs few commands at a time.
+class QueueAnswerInLittleRoom : public QueueAnswer {
+protected:
+    QueueAnswerInLittleRoom() : QueueAnswer(2) {}
+};
+
+TEST_F(QueueAnswer, runsWhatWasAcceptedInOrderAndKeepsTheResults)
+{
     std::vector<std::string> ids;
     for (std::string const method : {"one", "two", "three"})
         ids.push_back(on.queue(method));
-    on.arrive();
-    on.machine->onFrame(
-        [](json::object const& frame) { return resultOf(json::object{{"did", frame.at("method")}}); });
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(
+        offer([](json::object const& frame) { return resultOf(json::object{{"did", frame.at("method")}}); }));
 
     on.answer({ids[2], ids[0], ids[1]}, {});
 
@@ -32,15 +55,13 @@ TEST(QueueAnswer, runsWhatWasAcceptedInOrderAndKeepsTheResults)
     EXPECT_EQ(writeJson(*on.command(ids[1]).result), R"({"did":"two"})");
 }
 
-TEST(QueueAnswer, sendsTheFrameAsItWasSubmitted)
+TEST_F(QueueAnswer, sendsTheFrameAsItWasSubmitted)
 {
-    Queued on;
     Answer const answer = on.post(R"({"method": "shell.run", "params": {"command": "make"},
         "agent": {"name": "Ann", "ref": "r1"},
         "delivery": {"whenUnavailable": "queue", "confirmationTimeoutMs": 90000}})");
     std::string const id(answer.json().at("commandId").as_string());
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
 
     on.answer({id}, {});
 
@@ -51,19 +72,16 @@ TEST(QueueAnswer, sendsTheFrameAsItWasSubmitted)
     EXPECT_EQ(writeJson(frame.at("agent")), R"({"name":"Ann","ref":"r1"})");
 }
 
-TEST(QueueAnswer, keepsTheErrorOfACommandThatFails)
+TEST_F(QueueAnswer, keepsTheErrorOfACommandThatFails)
 {
-    Queued on;
     std::string const first = on.queue("bad");
     std::string const second = on.queue("good");
-    on.arrive();
-    on.machine->onFrame([](json::object const& frame) -> std::optional<json::object> {
+    ASSERT_NO_FATAL_FAILURE(offer([](json::object const& frame) -> std::optional<json::object> {
         if (frame.at("method") == "bad")
             return json::object{
                 {"error", {{"code", "permission_missing"}, {"message", "m"}, {"details", {{"p", "q"}}}}}};
         return answerOk(frame);
-    });
-    ASSERT_TRUE(on.offered(1));
+    }));
 
     on.answer({first, second}, {});
 
@@ -73,13 +91,11 @@ TEST(QueueAnswer, keepsTheErrorOfACommandThatFails)
               R"({"code":"permission_missing","message":"m","details":{"p":"q"}})");
 }
 
-TEST(QueueAnswer, keepsNoResultThatIsTooLarge)
+TEST_F(QueueAnswer, keepsNoResultThatIsTooLarge)
 {
-    Queued on([](Settings& settings) { settings.limits.queuedResult = 1000; });
     std::string const id = on.queue("x");
-    on.arrive();
-    on.machine->onFrame([](json::object const&) { return resultOf(json::string(2000, 'r')); });
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(
+        offer([](json::object const&) { return resultOf(json::string(2 * maxResult, 'r')); }));
 
     on.answer({id}, {});
 
@@ -87,13 +103,11 @@ TEST(QueueAnswer, keepsNoResultThatIsTooLarge)
     EXPECT_NE(on.ask(id).body.find("too large to be kept"), std::string::npos);
 }
 
-TEST(QueueAnswer, endsWhatWasDeclinedAsDenied)
+TEST_F(QueueAnswer, endsWhatWasDeclinedAsDenied)
 {
-    Queued on;
     std::string const no = on.queue("no");
     std::string const yes = on.queue("yes");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
 
     on.answer({yes}, {no});
 
@@ -103,12 +117,10 @@ TEST(QueueAnswer, endsWhatWasDeclinedAsDenied)
     EXPECT_THAT(on.reached(), ElementsAre("yes"));
 }
 
-TEST(QueueAnswer, runsNothingThatIsInBothLists)
+TEST_F(QueueAnswer, runsNothingThatIsInBothLists)
 {
-    Queued on;
     std::string const id = on.queue("x");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
 
     on.answer({id}, {id});
 
@@ -117,15 +129,13 @@ TEST(QueueAnswer, runsNothingThatIsInBothLists)
     EXPECT_THAT(on.reached(), IsEmpty());
 }
 
-TEST(QueueAnswer, isPassedOverWhenItMakesNoSense)
+TEST_F(QueueAnswer, isPassedOverWhenItMakesNoSense)
 {
-    Queued on;
     std::string const other = on.gateway.connect(on.linked);
     LinkedMachine const stranger = on.gateway.link();
     std::string const foreign = on.queue("foreign", stranger.connectionId);
     std::string const id = on.queue("x");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
     std::string const mine = on.linked.connectionId;
     std::string const good = R"("connectionId":")" + mine + "\"";
     std::string const list = "[\"" + id + "\"]";
@@ -155,12 +165,10 @@ TEST(QueueAnswer, isPassedOverWhenItMakesNoSense)
     EXPECT_TRUE(on.becomesStatus(id, "completed"));
 }
 
-TEST(QueueAnswer, countsOnce)
+TEST_F(QueueAnswer, countsOnce)
 {
-    Queued on;
     std::string const id = on.queue("x");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
 
     on.answer({id}, {});
     on.answer({id}, {});
@@ -172,9 +180,8 @@ TEST(QueueAnswer, countsOnce)
     EXPECT_THAT(on.reached(), ElementsAre("x"));
 }
 
-TEST(QueueAnswer, isWorthNothingBeforeTheOffer)
+TEST_F(QueueAnswer, isWorthNothingBeforeTheOffer)
 {
-    Queued on;
     std::string const id = on.queue("x");
     on.machine = std::make_unique<FakeMachine>(on.thread, on.gateway.port(), on.linked.token);
     ASSERT_EQ(on.machine->status(), 101);
@@ -186,14 +193,12 @@ TEST(QueueAnswer, isWorthNothingBeforeTheOffer)
     EXPECT_THAT(on.reached(), IsEmpty());
 }
 
-TEST(QueueAnswer, isWorthNothingForWhatIsOver)
+TEST_F(QueueAnswer, isWorthNothingForWhatIsOver)
 {
-    Queued on;
     std::string const late = on.queue("late", {}, 60);
     std::string const back = on.queue("back");
     std::string const good = on.queue("good");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
     on.gateway.clock.advance(60s);
     on.gateway.platform("DELETE", on.path(on.linked.connectionId) + "/" + back);
 
@@ -205,12 +210,10 @@ TEST(QueueAnswer, isWorthNothingForWhatIsOver)
     EXPECT_THAT(on.reached(), ElementsAre("good"));
 }
 
-TEST(QueueAnswer, isWorthNothingAfterTheConnectionsEnd)
+TEST_F(QueueAnswer, isWorthNothingAfterTheConnectionsEnd)
 {
-    Queued on;
     std::string const id = on.queue("x");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
     on.gateway.platform("DELETE", "/v1/connections/" + on.linked.connectionId);
 
     on.answer({id}, {});
@@ -219,13 +222,11 @@ TEST(QueueAnswer, isWorthNothingAfterTheConnectionsEnd)
     EXPECT_THAT(on.reached(), IsEmpty());
 }
 
-TEST(QueueAnswer, isWorthNothingWhileTheMachineIsPausedUnlessItIsANo)
+TEST_F(QueueAnswer, isWorthNothingWhileTheMachineIsPausedUnlessItIsANo)
 {
-    Queued on;
     std::string const yes = on.queue("yes");
     std::string const no = on.queue("no");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
     on.machine->sendEvent("paused", {});
 
     on.answer({yes}, {no});
@@ -238,16 +239,13 @@ TEST(QueueAnswer, isWorthNothingWhileTheMachineIsPausedUnlessItIsANo)
     EXPECT_EQ(on.offers().back().at("params").at("commands").as_array().size(), 1u);
 }
 
-TEST(QueueAnswer, leavesTheRestWaitingWhenTheMachineGoesAway)
+TEST_F(QueueAnswer, leavesTheRestWaitingWhenTheMachineGoesAway)
 {
-    Queued on;
     std::string const first = on.queue("first");
     std::string const second = on.queue("second");
-    on.arrive();
-    on.machine->onFrame([](json::object const& frame) {
+    ASSERT_NO_FATAL_FAILURE(offer([](json::object const& frame) {
         return frame.at("method") == "first" ? std::nullopt : answerOk(frame);
-    });
-    ASSERT_TRUE(on.offered(1));
+    }));
     on.answer({first, second}, {});
     ASSERT_TRUE(becomes([&] { return on.reached().size() == 1; }));
 
@@ -256,23 +254,19 @@ TEST(QueueAnswer, leavesTheRestWaitingWhenTheMachineGoesAway)
     EXPECT_TRUE(on.becomesStatus(first, "failed"));
     EXPECT_EQ(on.command(first).error->at("code").as_string(), "machine_offline");
     EXPECT_EQ(on.status(second), "queued");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
     EXPECT_EQ(on.offers().front().at("params").at("commands").as_array().size(), 1u);
     on.settle();
     EXPECT_THAT(on.reached(), IsEmpty());
 }
 
-TEST(QueueAnswer, leavesTheRestWaitingWhenTheMachineIsPaused)
+TEST_F(QueueAnswer, leavesTheRestWaitingWhenTheMachineIsPaused)
 {
-    Queued on;
     std::string const first = on.queue("first");
     std::string const second = on.queue("second");
-    on.arrive();
-    on.machine->onFrame([](json::object const& frame) {
+    ASSERT_NO_FATAL_FAILURE(offer([](json::object const& frame) {
         return frame.at("method") == "first" ? errorOf("machine_paused", "m") : answerOk(frame);
-    });
-    ASSERT_TRUE(on.offered(1));
+    }));
 
     on.answer({first, second}, {});
 
@@ -289,16 +283,13 @@ TEST(QueueAnswer, leavesTheRestWaitingWhenTheMachineIsPaused)
     EXPECT_EQ(on.status(first), "completed");
 }
 
-TEST(QueueAnswer, sendsNothingToAMachineThatWasPausedMeanwhile)
+TEST_F(QueueAnswer, sendsNothingToAMachineThatWasPausedMeanwhile)
 {
-    Queued on;
     std::string const first = on.queue("first");
     std::string const second = on.queue("actions.perform");
-    on.arrive();
-    on.machine->onFrame([](json::object const& frame) {
+    ASSERT_NO_FATAL_FAILURE(offer([](json::object const& frame) {
         return frame.at("method") == "first" ? std::nullopt : answerOk(frame);
-    });
-    ASSERT_TRUE(on.offered(1));
+    }));
     on.answer({first, second}, {});
     ASSERT_TRUE(becomes([&] { return on.reached().size() == 1; }));
 
@@ -317,12 +308,10 @@ TEST(QueueAnswer, sendsNothingToAMachineThatWasPausedMeanwhile)
     EXPECT_TRUE(on.becomesStatus(second, "completed"));
 }
 
-TEST(QueueAnswer, triesACommandAgainForWhichThereWasNoRoom)
+TEST_F(QueueAnswerInLittleRoom, triesACommandAgainForWhichThereWasNoRoom)
 {
-    Queued on([](Settings& settings) { settings.limits.callsOfMachine = 2; });
     std::string const id = on.queue("x");
-    on.arrive();
-    ASSERT_TRUE(on.offered(1));
+    ASSERT_NO_FATAL_FAILURE(offer());
     ASSERT_TRUE(on.becomesFree());
     on.machine->onFrame([](json::object const& frame) {
         return frame.at("method") == "slow" ? std::nullopt : answerOk(frame);
