@@ -118,6 +118,18 @@ TEST_F(LinuxDesktopTest, readsWhatTheServerSendsUnasked)
     EXPECT_TRUE(waitFor([&] { return unreadBytes() == 0; })) << unreadBytes();
 }
 
+TEST_F(LinuxDesktopTest, readsKeymapChangesOfOtherProgramsWhileNobodyTypes)
+{
+    start();
+    privateDesktop.run({"setxkbmap", "de"});
+    waitFor([&] { return unreadBytes() == 0; });
+
+    for (int i = 0; i < 30; ++i)
+        privateDesktop.run({"xmodmap", "-e", i % 2 ? "keycode 94 = U0436" : "keycode 94 = U0434"});
+
+    EXPECT_TRUE(waitFor([&] { return unreadBytes() == 0; })) << unreadBytes();
+}
+
 TEST_F(LinuxDesktopTest, keepsNoEventsThatCameWithReplies)
 {
     start();

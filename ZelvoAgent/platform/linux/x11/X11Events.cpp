@@ -9,17 +9,17 @@ namespace zelvo {
 
 struct X11Events::Loop : std::enable_shared_from_this<Loop> {
     // The descriptor is a copy: xcb closes its own.
-    Loop(Executor const& agent, std::shared_ptr<X11Connection> server, std::function<void()> call)
+    Loop(Executor const& agent, std::shared_ptr<xcb_connection_t> server, std::function<void()> call)
         : connection(std::move(server)), arrived(std::move(call)),
-          descriptor(agent, ::fcntl(xcb_get_file_descriptor(connection->get()), F_DUPFD_CLOEXEC, 0))
+          descriptor(agent, ::fcntl(xcb_get_file_descriptor(connection.get()), F_DUPFD_CLOEXEC, 0))
     {
     }
 
     void step()
     {
-        if (!connection->isAlive())
+        if (xcb_connection_has_error(connection.get()))
             return;
-        xcb_flush(connection->get());
+        xcb_flush(connection.get());
         arrived();
         auto const again = [self = shared_from_this()](boost::system::error_code failure) {
             if (!failure)
@@ -28,13 +28,21 @@ struct X11Events::Loop : std::enable_shared_from_this<Loop> {
         descriptor.async_wait(asio::posix::stream_descriptor::wait_read, again);
     }
 
-    std::shared_ptr<X11Connection> connection;
+    std::shared_ptr<xcb_connection_t> connection;
     std::function<void()> arrived;
     asio::posix::stream_descriptor descriptor; // agent
 };
 
 X11Events::X11Events(Contexts const& contexts,
                      std::shared_ptr<X11Connection> connection,
+                     std::function<void()> arrived)
+    : X11Events(
+          contexts, std::shared_ptr<xcb_connection_t>(connection, connection->get()), std::move(arrived))
+{
+}
+
+X11Events::X11Events(Contexts const& contexts,
+                     std::shared_ptr<xcb_connection_t> connection,
                      std::function<void()> arrived)
     : loop(std::make_shared<Loop>(contexts.agent, std::move(connection), std::move(arrived)))
 {

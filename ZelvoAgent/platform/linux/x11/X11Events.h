@@ -18,6 +18,9 @@ public:
     X11Events(Contexts const& contexts,
               std::shared_ptr<X11Connection> connection,
               std::function<void()> arrived);
+    X11Events(Contexts const& contexts,
+              std::shared_ptr<xcb_connection_t> connection,
+              std::function<void()> arrived);
     /// Discards all events of a connection that needs none.
     X11Events(Contexts const& contexts, std::shared_ptr<X11Connection> const& connection);
     ~X11Events();

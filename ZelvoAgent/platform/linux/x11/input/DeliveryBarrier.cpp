@@ -89,10 +89,7 @@ Task<> DeliveryBarrier::waitForRest()
 
 bool DeliveryBarrier::hasAnswered(InputConnection::Pong expected)
 {
-    connection.pump();
-    bool const found = std::ranges::find(connection.pongs, expected) != connection.pongs.end();
-    connection.pongs.clear();
-    return found || !connection.isAlive();
+    return connection.takePong(expected) || !connection.isAlive();
 }
 
 std::optional<InputConnection::Pong> DeliveryBarrier::ping()
@@ -101,8 +98,6 @@ std::optional<InputConnection::Pong> DeliveryBarrier::ping()
     if (!window)
         return std::nullopt;
     listenOnRoot(true); // Clients answer to the root window.
-    connection.pump();
-    connection.pongs.clear();
     InputConnection::Pong const sent{++lastSerial, *window};
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;

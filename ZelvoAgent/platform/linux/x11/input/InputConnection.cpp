@@ -6,6 +6,8 @@
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-x11.h>
 
+#include <algorithm>
+
 namespace zelvo {
 
 std::unique_ptr<InputConnection> InputConnection::open()
@@ -105,6 +107,7 @@ void InputConnection::deleteRootProperty(std::uint32_t name) const
 
 void InputConnection::pump(std::function<void(std::uint8_t type, void const* event)> const& other)
 {
+    std::lock_guard const lock(pumping);
     while (XReply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
         int const type = event->response_type & 0x7F;
         if (type == firstKeyboardEvent) {
@@ -118,6 +121,15 @@ void InputConnection::pump(std::function<void(std::uint8_t type, void const* eve
             other(static_cast<std::uint8_t>(type), event.get());
         }
     }
+}
+
+bool InputConnection::takePong(Pong const& expected)
+{
+    pump();
+    std::lock_guard const lock(pumping);
+    bool const found = std::ranges::find(pongs, expected) != pongs.end();
+    pongs.clear();
+    return found;
 }
 
 } // namespace zelvo

@@ -2,9 +2,11 @@
 
 #include "platform/linux/x11/XReply.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -14,7 +16,7 @@ struct xcb_connection_t;
 namespace zelvo {
 
 /// One connection to the X server for making input, with the keyboard extension switched on.
-/// Thread: requests from any thread; pump() and the fields that it fills from one at a time.
+/// Thread: any; `other` of pump() must not call it again.
 class InputConnection {
 public:
     /// Nothing when there is no server, or it lacks XTEST or the keyboard extension.
@@ -36,8 +38,8 @@ public:
     void setRootProperty(std::uint32_t name, std::span<std::uint32_t const> values) const;
     void deleteRootProperty(std::uint32_t name) const;
 
-    /// Takes in the events that have arrived, without waiting; the ones that are not for the fields below go
-    /// to `other`.
+    /// Handles the events that have arrived, without waiting; those that are neither pongs nor changes of the
+    /// keymap go to `other`.
     void pump(std::function<void(std::uint8_t type, void const* event)> const& other = {});
     /// The answer to a ping: what the client sent back with the serial number.
     struct Pong {
@@ -45,8 +47,9 @@ public:
         std::uint32_t window;
         bool operator==(Pong const&) const = default;
     };
-    std::vector<Pong> pongs;   ///< filled by pump(); emptied by who waits for one
-    bool keymapChanged = true; ///< set by pump(); reset by who has read the keymap
+    /// Whether this pong has arrived. Forgets all pongs that have.
+    bool takePong(Pong const& expected);
+    std::atomic<bool> keymapChanged = true; ///< set by pump(); reset by whoever reads the keymap
 
 private:
     InputConnection(xcb_connection_t* connection, std::uint32_t root);
@@ -58,6 +61,8 @@ private:
     std::uint8_t firstKeyboardEvent = 0;
     std::uint32_t protocolsAtom = 0;
     std::uint32_t pingAtom = 0;
+    std::mutex pumping;
+    std::vector<Pong> pongs; ///< guarded by `pumping`
 };
 
 } // namespace zelvo

@@ -1,6 +1,7 @@
 #include "platform/linux/x11/input/X11EventPosting.h"
 
 #include "base/Hop.h"
+#include "platform/linux/x11/X11Events.h"
 #include "platform/linux/x11/input/ClickSpacing.h"
 #include "platform/linux/x11/input/DesktopSettings.h"
 #include "platform/linux/x11/input/InputConnection.h"
@@ -46,10 +47,14 @@ public:
     Machine(Contexts contexts,
             Clock& clock,
             std::function<DisplayLayout()> layout,
-            std::unique_ptr<InputConnection> opened)
+            std::shared_ptr<InputConnection> opened)
         : connection(std::move(opened)), keyboard(*connection),
           typing(contexts, clock, *connection, keyboard), switches(*connection, keyboard), clock(clock),
-          layout(std::move(layout))
+          layout(std::move(layout)),
+          // Other programs may change the keymap while nothing is typed, as often as they like.
+          events(contexts,
+                 std::shared_ptr<xcb_connection_t>(connection, connection->raw()),
+                 [connection = connection] { connection->pump(); })
     {
         typing.borrower().recover();
         switches.recover();
@@ -139,7 +144,7 @@ public:
                    : usualDoubleClickTime;
     }
 
-    std::unique_ptr<InputConnection> connection;
+    std::shared_ptr<InputConnection> connection;
     Keyboard keyboard;
     TextTyping typing;
 
@@ -149,6 +154,7 @@ private:
     ClickSpacing spacing;  // lock
     Clock& clock;
     std::function<DisplayLayout()> layout;
+    X11Events events;
 };
 
 X11EventPosting::X11EventPosting(Contexts contexts, Clock& clock, std::function<DisplayLayout()> layout)
