@@ -241,6 +241,11 @@ TEST(ConfinedIds, areThoseOfFlatpakAndSnap)
     EXPECT_THAT(confinedIdsIn("0::/system.slice/snap.cups.cupsd.service\n"),
                 ElementsAre("cups_cupsd", "cups"));
     EXPECT_THAT(confinedIdsIn("0::/init.scope\n"), IsEmpty());
+    // Older systems have a line for each controller, some with the name alone.
+    EXPECT_THAT(confinedIdsIn("12:freezer:/snap.firefox\n"
+                              "5:pids:/user.slice/snap.firefox.firefox.0f53ab0e.scope\n"
+                              "1:name=systemd:/user.slice/snap.firefox.firefox.0f53ab0e.scope\n"),
+                ElementsAre("firefox_firefox", "firefox"));
 }
 
 TEST(ProcessFacts, tellTheProgramWithLinksResolved)
