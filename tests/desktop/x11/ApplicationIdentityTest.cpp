@@ -277,6 +277,24 @@ TEST(ProgramOfAnExecLine, isFoundOnPathAndIsNoInterpreter)
     EXPECT_EQ(programOf(""), "");
 }
 
+/// They lead to a program of another name, or have a version in theirs.
+TEST(ProgramOfAnExecLine, isNoInterpreterOrLauncherUnderAnotherName)
+{
+    for (char const* const name :
+         {"ruby3.1", "mono-sgen", "love-11.4", "node-20", "luajit", "pypy3", "gapplication", "steam"})
+        EXPECT_TRUE(isInterpreter(std::filesystem::path("/usr/bin") / name)) << name;
+    for (char const* const name : {"snap-store", "monodevelop", "lovely", "steamtinkerlaunch", "nodes"})
+        EXPECT_FALSE(isInterpreter(std::filesystem::path("/usr/bin") / name)) << name;
+
+    std::string pattern = "/tmp/zelvo-programs-XXXXXX";
+    std::filesystem::path const folder = ::mkdtemp(pattern.data());
+    std::ofstream(folder / "some-terminal") << "#!/bin/sh\n";
+    std::filesystem::create_symlink("some-terminal", folder / "x-terminal-emulator");
+    EXPECT_EQ(programOf((folder / "x-terminal-emulator").string() + " -e mc"), "");
+    EXPECT_EQ(programOf((folder / "some-terminal").string()), folder / "some-terminal");
+    std::filesystem::remove_all(folder);
+}
+
 class EntriesInAFolder : public testing::Test {
 protected:
     std::filesystem::path root;
