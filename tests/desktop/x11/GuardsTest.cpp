@@ -126,6 +126,23 @@ TEST_F(GuardsOnADesktop, countTheFrameOfTheWindowManagerAsTheClients)
     EXPECT_FALSE(isRefused(150, 60));
 }
 
+TEST_F(GuardsOnADesktop, countTheDesktopOfAFileManager)
+{
+    PainterProcess secret(desktop, program("secret"));
+    PainterProcess editor(desktop, program("editor"));
+    auto const icons = secret.open({.width = 1920,
+                                    .height = 1080,
+                                    .mapped = false,
+                                    .className = "Icons",
+                                    .type = "_NET_WM_WINDOW_TYPE_DESKTOP"});
+    EXPECT_FALSE(isRefused(800, 800));
+    secret.map(icons);
+    editor.open({.x = 100, .y = 100, .className = "Editor"});
+
+    EXPECT_TRUE(isRefused(800, 800));
+    EXPECT_FALSE(isRefused(150, 150));
+}
+
 TEST_F(GuardsOnADesktop, countMenusThatNoWindowManagerHasInItsCare)
 {
     PainterProcess secret(desktop, program("secret"));

@@ -377,18 +377,31 @@ TEST(WindowEntries, haveTheirTitles)
 TEST(WindowEntries, leaveOutWhatNobodyCanClick)
 {
     Owners owners;
-    for (std::uint32_t id = 1; id <= 5; ++id)
+    for (std::uint32_t id = 1; id <= 4; ++id)
         owners.survey.windows.push_back(window(id, 20, "A"));
     owners.survey.windows[0].inputOnly = true;
     owners.survey.windows[1].emptyInputShape = true;
     owners.survey.windows[2].windowManagers = true;
-    owners.survey.windows[3].desktop = true;
 
     auto const entries = windowEntries(owners.survey, owners.take(), {});
 
     ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].id, 5u);
+    EXPECT_EQ(entries[0].id, 4u);
     EXPECT_EQ(entries[0].ownerPid, 20);
+}
+
+/// Its icons can be clicked, so the guards must see it.
+TEST(WindowEntries, tellADesktopFromWindows)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "Desktop"), window(2, 20, "A")};
+    owners.survey.windows[0].desktop = true;
+
+    auto const entries = windowEntries(owners.survey, owners.take(), {});
+
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_FALSE(entries[0].isDesktop);
+    EXPECT_TRUE(entries[1].isDesktop);
 }
 
 TEST(WindowEntries, haveTheirLayers)
