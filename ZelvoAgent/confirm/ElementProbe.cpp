@@ -154,8 +154,8 @@ std::optional<WindowEntry> ElementProbe::readableWindow(DesktopPoint at, Hidden 
 {
     auto windows = platform.windows().windows().value_or(std::vector<WindowEntry>());
     auto const top = std::ranges::find_if(windows, [&](WindowEntry const& each) { return each.isUnder(at); });
-    if (top == windows.end() || !top->ownerPid || *top->ownerPid == platform.facts().ownPid() ||
-        top->namesAt(at).isHidden(hidden))
+    if (top == windows.end() || top->isDesktop || !top->ownerPid ||
+        *top->ownerPid == platform.facts().ownPid() || top->namesAt(at).isHidden(hidden))
         return std::nullopt;
     return std::move(*top);
 }

@@ -31,6 +31,7 @@ struct WindowEntry {
     std::vector<EmbeddedEntry> embedded = {};
     std::string ownerName = {}; ///< of its application, in the desktop's language; empty: not known
     std::string title = {};     ///< bounded; empty without one
+    bool isDesktop = false;     ///< the desktop itself, with its icons: no window to people
     bool operator==(WindowEntry const&) const = default;
 
     /// Whether the pointer at this point is on this window, windows above it aside.
@@ -56,8 +57,8 @@ struct WindowEntry {
 class WindowList {
 public:
     virtual ~WindowList() = default;
-    /// Front to back, without desktops, windows that take no input and the window manager's own. `nullopt` if
-    /// the list cannot be read.
+    /// Front to back, without windows that take no input and the window manager's own. `nullopt` if the list
+    /// cannot be read.
     virtual std::optional<std::vector<WindowEntry>> windows() = 0;
 };
 

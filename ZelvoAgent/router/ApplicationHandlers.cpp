@@ -75,11 +75,11 @@ records::WindowInfoFrame frameOf(std::optional<DesktopRect> const& bounds)
     return {.x = rect.x, .y = rect.y, .w = rect.width, .h = rect.height};
 }
 
-/// Nothing for this program's own windows and what an agent does not get to see.
+/// Nothing for desktops, this program's own windows and what an agent does not get to see.
 std::optional<records::WindowInfo> entryOf(WindowEntry const& window, std::set<std::string> const& hidden)
 {
     auto const identifier = window.owner.identifier();
-    if (!window.ownerPid || !identifier || *identifier == ownBundleIdentifier ||
+    if (window.isDesktop || !window.ownerPid || !identifier || *identifier == ownBundleIdentifier ||
         window.owner.isHidden(hidden))
         return std::nullopt;
     return records::WindowInfo{.appName = window.ownerName,

@@ -136,6 +136,7 @@ Task<> ElementHandlers::selectText(InputAction::SetValue action)
     UiElementInfo const info = element(action.snapshotId, action.elementId);
     co_await services.hiddenGuard.assertFrontmostAllowed();
     InputAction::Click const click{.point = info.frame.center()};
+    co_await services.hiddenGuard.assertPointAllowed(click.point);
     co_await services.shown.perform(click);
     co_await services.clock.sleepThroughCancel(settlePause);
     std::vector<std::string> const selectAll{"cmd", "a"};

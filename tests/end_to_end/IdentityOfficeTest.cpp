@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -40,14 +41,30 @@ protected:
         return "<item oor:path=\"/org.openoffice." + path + "\"><prop oor:name=\"" + name +
                "\" oor:op=\"fuse\"><value>" + value + "</value></prop></item>";
     }
-    /// So that windows do not lie over each other.
+    /// So that windows do not lie over each other. Resumes when the window is there.
     void place(std::string const& title, int x, int y)
     {
         std::uint32_t const id = desktop.waitForWindow({.title = title});
-        unmaximize(id);
         std::string const window = std::to_string(id);
-        desktop.run({"xdotool", "windowsize", window, "700", "420"});
-        desktop.run({"xdotool", "windowmove", window, std::to_string(x), std::to_string(y)});
+        require(title + " at its place", [&] {
+            unmaximize(id); // Until it is, the window manager ignores the rest.
+            desktop.run({"xdotool", "windowsize", window, "700", "420"});
+            desktop.run({"xdotool", "windowmove", window, std::to_string(x), std::to_string(y)});
+            return waitFor([&] { return isAt(title, x, y); }, 1s);
+        });
+    }
+    /// With its frame, for which there is some room around the wanted place.
+    bool isAt(std::string const& title, int x, int y)
+    {
+        constexpr double room = 30;
+        auto const found = listed(title);
+        if (found.empty())
+            return false;
+        json::value const& frame = found.front().at("frame");
+        auto const isNear = [&](char const* key, int wanted) {
+            return std::abs(frame.at(key).to_number<double>() - wanted) <= room;
+        };
+        return isNear("x", x) && isNear("y", y) && isNear("w", 700) && isNear("h", 420);
     }
     /// Asks the window manager like a pager does.
     void unmaximize(std::uint32_t window)

@@ -147,6 +147,29 @@ TEST_F(Suite, hidesAnothersChooserWithIt)
     EXPECT_THAT(seenWithout("portal"), ElementsAre("text", "table"));
 }
 
+/// The dialog's application is known by its process alone.
+TEST_F(Suite, givesAnothersChooserThatOfADialogWithoutAParent)
+{
+    auto const dialog = process->open({.x = 100,
+                                       .y = 400,
+                                       .width = 200,
+                                       .title = "helper",
+                                       .className = "Suite",
+                                       .type = "_NET_WM_WINDOW_TYPE_DIALOG"});
+    PainterProcess portal(desktop);
+    portal.open({.x = 400,
+                 .y = 400,
+                 .width = 200,
+                 .transientFor = dialog,
+                 .title = "chooser",
+                 .className = "Portal"});
+
+    EXPECT_EQ(identifierOf("helper"), "org.example.table");
+    EXPECT_EQ(identifierOf("chooser"), "org.example.table");
+    EXPECT_THAT(seenWithout("org.example.text"), ElementsAre("table"));
+    EXPECT_THAT(seenWithout("org.example.table"), ElementsAre("text"));
+}
+
 TEST_F(Suite, followsWindowsThatChangeTheirWords)
 {
     EXPECT_EQ(identifierOf("text"), "org.example.text");

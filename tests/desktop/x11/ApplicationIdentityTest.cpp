@@ -241,6 +241,11 @@ TEST(ConfinedIds, areThoseOfFlatpakAndSnap)
     EXPECT_THAT(confinedIdsIn("0::/system.slice/snap.cups.cupsd.service\n"),
                 ElementsAre("cups_cupsd", "cups"));
     EXPECT_THAT(confinedIdsIn("0::/init.scope\n"), IsEmpty());
+    // Older systems have a line for each controller, some with the name alone.
+    EXPECT_THAT(confinedIdsIn("12:freezer:/snap.firefox\n"
+                              "5:pids:/user.slice/snap.firefox.firefox.0f53ab0e.scope\n"
+                              "1:name=systemd:/user.slice/snap.firefox.firefox.0f53ab0e.scope\n"),
+                ElementsAre("firefox_firefox", "firefox"));
 }
 
 TEST(ProcessFacts, tellTheProgramWithLinksResolved)
@@ -270,6 +275,24 @@ TEST(ProgramOfAnExecLine, isFoundOnPathAndIsNoInterpreter)
     EXPECT_EQ(programOf("no-such-program-here"), "");
     EXPECT_EQ(programOf("\"unclosed"), "");
     EXPECT_EQ(programOf(""), "");
+}
+
+/// They lead to a program of another name, or have a version in theirs.
+TEST(ProgramOfAnExecLine, isNoInterpreterOrLauncherUnderAnotherName)
+{
+    for (char const* const name :
+         {"ruby3.1", "mono-sgen", "love-11.4", "node-20", "luajit", "pypy3", "gapplication", "steam"})
+        EXPECT_TRUE(isInterpreter(std::filesystem::path("/usr/bin") / name)) << name;
+    for (char const* const name : {"snap-store", "monodevelop", "lovely", "steamtinkerlaunch", "nodes"})
+        EXPECT_FALSE(isInterpreter(std::filesystem::path("/usr/bin") / name)) << name;
+
+    std::string pattern = "/tmp/zelvo-programs-XXXXXX";
+    std::filesystem::path const folder = ::mkdtemp(pattern.data());
+    std::ofstream(folder / "some-terminal") << "#!/bin/sh\n";
+    std::filesystem::create_symlink("some-terminal", folder / "x-terminal-emulator");
+    EXPECT_EQ(programOf((folder / "x-terminal-emulator").string() + " -e mc"), "");
+    EXPECT_EQ(programOf((folder / "some-terminal").string()), folder / "some-terminal");
+    std::filesystem::remove_all(folder);
 }
 
 class EntriesInAFolder : public testing::Test {

@@ -174,6 +174,7 @@ TEST(ApplicationSearch, tellsAllNamesOfAnEntry)
     EXPECT_EQ(names.names.front(), "web.page");
     EXPECT_THAT(names.names, IsSupersetOf({"web", "other", "Page-Class"}));
     EXPECT_TRUE(names.isHidden({"web"}));
+    EXPECT_TRUE(names.isHidden({"page"})); // A window that calls itself that would be the entry's.
     EXPECT_FALSE(names.isHidden({"nobody"}));
     EXPECT_EQ(namesOfEntry(*entries.find("dev.zelvo.agent"), entries).names.front(), "dev.zelvo.agent");
 }

@@ -129,6 +129,23 @@ TEST_F(GuardsOnADesktop, countTheFrameOfTheWindowManagerAsTheClients)
     EXPECT_FALSE(isRefused(150, 60));
 }
 
+TEST_F(GuardsOnADesktop, countTheDesktopOfAFileManager)
+{
+    PainterProcess secret(desktop, program("secret"));
+    PainterProcess editor(desktop, program("editor"));
+    auto const icons = secret.open({.width = 1920,
+                                    .height = 1080,
+                                    .mapped = false,
+                                    .className = "Icons",
+                                    .type = "_NET_WM_WINDOW_TYPE_DESKTOP"});
+    EXPECT_FALSE(isRefused(800, 800));
+    secret.map(icons);
+    editor.open({.x = 100, .y = 100, .className = "Editor"});
+
+    EXPECT_TRUE(isRefused(800, 800));
+    EXPECT_FALSE(isRefused(150, 150));
+}
+
 TEST_F(GuardsOnADesktop, countMenusThatNoWindowManagerHasInItsCare)
 {
     PainterProcess secret(desktop, program("secret"));
@@ -262,6 +279,34 @@ TEST_F(GuardsOnADesktop, refuseTypingIntoTheHiddenThatTookTheFocus)
     other.sync();
 
     EXPECT_TRUE(isFrontRefused());
+}
+
+/// Where the focus follows the pointer, and for the moment after the focused window has closed.
+TEST(GuardsWithoutAWindowManager, refuseTypingIntoTheHiddenUnderThePointer)
+{
+    PrivateDesktop desktop({.windowManager = false, .sessionBus = false});
+    desktop.adoptEnvironment();
+    PainterProcess secret(desktop, desktop.home() / "bin" / "secret");
+    secret.open({.x = 100, .y = 100, .className = "Keys"});
+    Painter other(desktop.display());
+    auto const isHidden = [entries = std::make_unique<DesktopEntries>()] {
+        auto const front = X11Workspace(X11Connection::open(), *entries).frontmostApplication();
+        return front && front->names.isHidden({"secret"});
+    };
+    auto const focus = [&](std::uint32_t window, int x) {
+        other.movePointer(x, 150);
+        xcb_set_input_focus(other.x(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+        other.sync();
+    };
+
+    focus(XCB_INPUT_FOCUS_POINTER_ROOT, 150);
+    EXPECT_TRUE(isHidden());
+    focus(XCB_INPUT_FOCUS_POINTER_ROOT, 800);
+    EXPECT_FALSE(isHidden());
+    focus(XCB_INPUT_FOCUS_NONE, 150); // Then keys reach nobody.
+    EXPECT_FALSE(isHidden());
+    focus(other.root(), 150); // Everything in it: the window under the pointer.
+    EXPECT_TRUE(isHidden());
 }
 
 TEST_F(GuardsOnADesktop, protectOurWindowsOfAnyKindButNoOverlays)

@@ -209,7 +209,7 @@ TEST(WindowApplications, withoutAnEntryAreWhatTheWindowsSay)
     desktop.add(portal, "Tool");
 
     EXPECT_THAT(desktop.identifiers(), ElementsAre("Script.py", "Tool", "Script.py", "Tool"));
-    EXPECT_THAT(desktop.hiddenBy("toplevel"), ElementsAre(0, 2));
+    EXPECT_THAT(desktop.hiddenBy("toplevel"), ElementsAre(0, 1, 2)); // The menu may be its.
     EXPECT_THAT(desktop.hiddenBy("python3.11"), ElementsAre(0, 1, 2, 3));
     EXPECT_EQ(desktop.owners().application(desktop.survey.windows[2].client).location, "running:Script.py");
 }
@@ -276,6 +276,57 @@ TEST(WindowApplications, haveTheNamesThatAnyOfTheirWindowsGivesThem)
     EXPECT_THAT(desktop.hiddenBy("minimised"), ElementsAre(0, 1));
 }
 
+TEST(WindowApplications, areHiddenWithAllOfTheProcessThatNobodyKnowsThemIn)
+{
+    Desktop desktop;
+    desktop.add(portal, "Script.py");
+    desktop.add(portal, ""); // A menu, of either.
+    desktop.add(portal, "Tool");
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("Script.py", "Tool", "Tool"));
+    EXPECT_THAT(desktop.hiddenBy("script.py"), ElementsAre(0, 1));
+    EXPECT_THAT(desktop.hiddenBy("tool"), ElementsAre(1, 2));
+}
+
+/// The dialog's application is known by its process alone, and so is that of what it opens.
+TEST(WindowApplications, areThatOfADialogWhateverDecidesIt)
+{
+    Desktop desktop;
+    desktop.add(office, "office-calc");
+    desktop.add(office, "office-writer");
+    desktop.add(office, "Soffice");
+    desktop.add(portal, "Chooser").transientFor = clientOf(3);
+    desktop.add(portal, "List").leader = clientOf(3);
+    desktop.add(editor, "Editor").transientFor = clientOf(3);
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("calc", "writer", "writer", "writer", "writer", "editor"));
+    EXPECT_THAT(desktop.hiddenBy("office-writer"), ElementsAre(1, 2, 3, 4, 5));
+    EXPECT_THAT(desktop.hiddenBy("office-calc"), ElementsAre(0, 2, 3, 4, 5)); // It may be calc's.
+}
+
+TEST(WindowApplications, areHiddenWithWhatTheWindowsOfTheirProcessAreFor)
+{
+    Desktop desktop;
+    desktop.add(editor, "Editor");
+    desktop.add(office, "office-calc");
+    desktop.add(office, "office-writer").transientFor = clientOf(1);
+    desktop.add(office, "Tip"); // Of any of them.
+
+    EXPECT_THAT(desktop.identifiers(), ElementsAre("editor", "calc", "writer", "writer"));
+    EXPECT_THAT(desktop.hiddenBy("editor"), ElementsAre(0, 2, 3));
+}
+
+/// A program may make as many as it likes.
+TEST(WindowApplications, endInAnyLengthOfAChain)
+{
+    Desktop desktop;
+    desktop.add(office, "office-calc");
+    for (std::uint32_t id = 1; id < 1000; ++id)
+        desktop.add(portal, "Link").transientFor = clientOf(id);
+
+    EXPECT_EQ(desktop.hiddenBy("office-calc").size(), 1000u);
+}
+
 TEST(WindowApplications, ofUnknownProcessesAreTheirWords)
 {
     Desktop desktop;
@@ -326,18 +377,31 @@ TEST(WindowEntries, haveTheirTitles)
 TEST(WindowEntries, leaveOutWhatNobodyCanClick)
 {
     Owners owners;
-    for (std::uint32_t id = 1; id <= 5; ++id)
+    for (std::uint32_t id = 1; id <= 4; ++id)
         owners.survey.windows.push_back(window(id, 20, "A"));
     owners.survey.windows[0].inputOnly = true;
     owners.survey.windows[1].emptyInputShape = true;
     owners.survey.windows[2].windowManagers = true;
-    owners.survey.windows[3].desktop = true;
 
     auto const entries = windowEntries(owners.survey, owners.take(), {});
 
     ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].id, 5u);
+    EXPECT_EQ(entries[0].id, 4u);
     EXPECT_EQ(entries[0].ownerPid, 20);
+}
+
+/// Its icons can be clicked, so the guards must see it.
+TEST(WindowEntries, tellADesktopFromWindows)
+{
+    Owners owners;
+    owners.survey.windows = {window(1, 20, "Desktop"), window(2, 20, "A")};
+    owners.survey.windows[0].desktop = true;
+
+    auto const entries = windowEntries(owners.survey, owners.take(), {});
+
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_FALSE(entries[0].isDesktop);
+    EXPECT_TRUE(entries[1].isDesktop);
 }
 
 TEST(WindowEntries, haveTheirLayers)

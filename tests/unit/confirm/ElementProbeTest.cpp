@@ -280,6 +280,15 @@ TEST_F(ElementProbeTest, looksThroughTheHolesOfAShapedWindow)
     EXPECT_EQ(element()->title, "Below");
 }
 
+TEST_F(ElementProbeTest, readsNothingOnADesktop)
+{
+    show(window({button("Icon")}));
+    platform.windowList.list->front().isDesktop = true;
+
+    EXPECT_FALSE(element());
+    EXPECT_THAT(platform.elements.readers, IsEmpty());
+}
+
 TEST_F(ElementProbeTest, readsNothingUnderAWindowOfAnUnknownProcess)
 {
     show(window({button("Below")}));

@@ -278,6 +278,14 @@ TEST_F(RouterApplicationsTest, doesNotListWindowsOfHiddenApplications)
     EXPECT_EQ(listed("windows.list"), json::array());
 }
 
+TEST_F(RouterApplicationsTest, doesNotListDesktops)
+{
+    WindowEntry icons = window("files", "Files", "Desktop", {0, 0, 9, 9});
+    icons.isDesktop = true;
+    platform.windowList.list = {icons};
+    EXPECT_EQ(listed("windows.list"), json::array());
+}
+
 TEST_F(RouterApplicationsTest, opensAWebPageWithoutAQuestion)
 {
     for (char const* const url : {"https://a.example/x?y=1#z", "HTTP://a.example"})

@@ -239,6 +239,21 @@ TEST_F(RouterElementsTest, setValueAndClickElementAreRefusedOverAHiddenApplicati
     EXPECT_EQ(code(perform(clickIt)), "hidden_app_active");
 }
 
+/// A hidden window may lie over the field without being in front.
+TEST_F(RouterElementsTest, setValueDoesNotClickIntoAHiddenApplication)
+{
+    readTree();
+    run(platform.io, hiddenApps.add("org.keys"));
+    WindowEntry above;
+    above.ownerPid = 300;
+    above.bounds = DesktopRect{110, 200, 10, 10};
+    above.owner = {{"org.keys"}};
+    platform.windowList.list = {{above}};
+
+    EXPECT_EQ(code(performIn(100ms, setIt)), "hidden_app_active");
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
 TEST_F(RouterElementsTest, setValueIsRefusedWithThisProgramInFront)
 {
     readTree();

@@ -110,6 +110,7 @@ DesktopEntry const* entryAt(DesktopEntryIndex const& entries, std::string const&
 ApplicationNames namesOfEntry(DesktopEntry const& entry, DesktopEntryIndex const& entries)
 {
     ApplicationNames names{{entry.id}};
+    names.add({{lastComponentOf(entry.id)}});
     names.add(
         identifyApplication({.className = entry.startupWmClass}, {.executable = entry.executable}, entries)
             .names);

@@ -37,13 +37,18 @@ std::string textOf(GKeyFile* file, char const* key)
 
 bool isInterpreter(std::filesystem::path const& program)
 {
-    static char const* const names[] = {
-        "sh",      "bash", "dash",   "zsh",  "fish", "busybox",     "env",        "sudo",    "pkexec",
-        "gjs",     "node", "nodejs", "deno", "bun",  "dotnet",      "mono",       "ruby",    "qml",
-        "flatpak", "snap", "wine",   "gio",  "love", "dbus-launch", "gtk-launch", "xdg-open"};
+    static char const* const names[] = {"sh",          "bash",     "dash",     "zsh",
+                                        "fish",        "busybox",  "env",      "sudo",
+                                        "pkexec",      "deno",     "bun",      "dotnet",
+                                        "flatpak",     "snap",     "gio",      "gapplication",
+                                        "gtk-launch",  "xdg-open", "exo-open", "dbus-launch",
+                                        "setsid",      "nohup",    "nice",     "firejail",
+                                        "systemd-run", "steam",    "lutris",   "x-terminal-emulator"};
     // A version may follow.
-    static char const* const stems[] = {"python", "perl",  "java", "gjs",   "electron", "lua",
-                                        "php",    "tclsh", "wish", "guile", "wine"};
+    static char const* const stems[] = {"python", "pypy",     "perl",      "java",  "gjs",  "electron",
+                                        "lua",    "luajit",   "php",       "tclsh", "wish", "guile",
+                                        "wine",   "ruby",     "mono",      "love",  "node", "nodejs",
+                                        "qml",    "qmlscene", "kioclient", "kstart"};
     std::string const name = program.filename();
     return std::ranges::any_of(names, [&](char const* other) { return name == other; }) ||
            std::ranges::any_of(stems, [&](std::string_view stem) {
@@ -129,7 +134,9 @@ std::filesystem::path programOf(std::string const& commandLine)
             continue;
         std::error_code failure;
         auto const program = std::filesystem::canonical(onPath(word), failure);
-        return failure || isInterpreter(program) ? std::filesystem::path() : program;
+        // A launcher may be a link to a program of any name.
+        bool const isUnknown = failure || isInterpreter(word) || isInterpreter(program);
+        return isUnknown ? std::filesystem::path() : program;
     }
     return {};
 }

@@ -62,23 +62,25 @@ std::vector<std::string> confinedIdsIn(std::string const& cgroups)
         if (auto const end = rest.rfind('-'); end != std::string::npos)
             ids.push_back(rest.substr(0, end));
     }
-    // ".../snap.firefox.firefox-0b3f.scope"; the entry of a Snap is NAME_APP.
+    // ".../snap.firefox.firefox-0b3f.scope"; the entry of a Snap is NAME_APP. Older systems have lines with
+    // the name alone too.
     constexpr std::string_view snap = "/snap.";
-    if (auto const at = cgroups.find(snap); at != std::string::npos) {
+    for (auto at = cgroups.find(snap); at != std::string::npos; at = cgroups.find(snap, at + 1)) {
         auto const first = at + snap.size();
         std::string const rest = cgroups.substr(first, cgroups.find_first_of("/\n", first) - first);
         auto const dot = rest.find('.');
-        if (dot != std::string::npos) {
-            std::string const name = rest.substr(0, dot);
-            std::string app = rest.substr(dot + 1);
-            app = app.substr(0, app.find('.'));
-            // A dash and a UUID follow; names may have dashes themselves.
-            constexpr std::size_t uuid = 37;
-            if (app.size() > uuid && app[app.size() - uuid] == '-')
-                app.resize(app.size() - uuid);
-            ids.push_back(name + "_" + app);
-            ids.push_back(name);
-        }
+        if (dot == std::string::npos)
+            continue;
+        std::string const name = rest.substr(0, dot);
+        std::string app = rest.substr(dot + 1);
+        app = app.substr(0, app.find('.'));
+        // A dash and a UUID follow; names may have dashes themselves.
+        constexpr std::size_t uuid = 37;
+        if (app.size() > uuid && app[app.size() - uuid] == '-')
+            app.resize(app.size() - uuid);
+        ids.push_back(name + "_" + app);
+        ids.push_back(name);
+        break;
     }
     return ids;
 }

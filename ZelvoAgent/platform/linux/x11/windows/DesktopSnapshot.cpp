@@ -58,7 +58,7 @@ ClientWindow const* DesktopSnapshot::clientAround(std::uint32_t window) const
 ClientWindow const* DesktopSnapshot::clientInFront() const
 {
     std::uint32_t const active = activeWindowOf(connection);
-    return clientAround(active ? active : focusedWindowOf(connection));
+    return clientAround(active ? active : keyboardWindowOf(connection));
 }
 
 ApplicationNames DesktopSnapshot::namesAround(ClientWindow const& client) const

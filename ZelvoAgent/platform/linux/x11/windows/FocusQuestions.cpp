@@ -27,6 +27,20 @@ std::uint32_t focusedWindowOf(X11Connection const& connection)
     return reply && reply->focus > XCB_INPUT_FOCUS_POINTER_ROOT ? reply->focus : 0;
 }
 
+std::uint32_t keyboardWindowOf(X11Connection const& connection)
+{
+    auto* const x = connection.get();
+    XReply<xcb_get_input_focus_reply_t> const focus(
+        xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
+    if (!focus || focus->focus == XCB_INPUT_FOCUS_NONE)
+        return 0;
+    if (focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection.root())
+        return focus->focus;
+    XReply<xcb_query_pointer_reply_t> const pointer(
+        xcb_query_pointer_reply(x, xcb_query_pointer(x, connection.root()), nullptr));
+    return pointer ? pointer->child : 0;
+}
+
 std::uint32_t parentOf(X11Connection const& connection, std::uint32_t window)
 {
     auto* const x = connection.get();

@@ -1,8 +1,10 @@
 #include "platform/linux/x11/windows/WindowApplications.h"
 
 #include <map>
+#include <optional>
 #include <ranges>
 #include <set>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -12,14 +14,25 @@ namespace {
 
 using Basis = ApplicationIdentity::Basis;
 
+/// How many windows are asked for the application of one that finds none by itself.
+constexpr std::size_t maxAsked = 64;
+
+struct Candidate;
+
+/// Whose application a window belongs to.
+struct Choice {
+    Candidate const* source = nullptr; ///< itself at most
+    /// The process that alone decided: any application in it may be the window's.
+    std::optional<std::int32_t> guessedIn = {};
+};
+
 /// A window while its application is looked for.
 struct Candidate {
     ClientWindow const* client = nullptr;
     ApplicationIdentity identity; ///< by what it says itself
     bool isOwn = false;
-    bool isLeader = false;             ///< never active, since it is on no screen
-    Candidate const* source = nullptr; ///< whose application it belongs to; itself at most
-    bool isGuessed = false;            ///< by its process alone
+    bool isLeader = false; ///< never active, since it is on no screen
+    Choice choice = {};
 };
 
 class Decision {
@@ -55,11 +68,14 @@ public:
     Applications take()
     {
         for (Candidate& candidate : candidates)
-            candidate.source = withEntry(candidate);
-        chooseByProcess();
+            if (candidate.identity.basis == Basis::entry)
+                candidate.choice.source = &candidate;
+        chooseWithEntry();
+        noteLastActive();
+        chooseWithEntry();
         for (Candidate& candidate : candidates)
-            if (!candidate.source)
-                candidate.source = &withoutEntry(candidate);
+            if (!candidate.choice.source)
+                candidate.choice = withoutEntry(candidate);
         gatherNames();
         Applications applications;
         for (Candidate const& candidate : candidates)
@@ -95,56 +111,51 @@ private:
         return found == byWindow.end() || found->second->isOwn ? nullptr : found->second;
     }
 
-    /// The window that gives it an application with an entry: itself, or one that it names.
-    Candidate const* withEntry(Candidate const& candidate) const
+    void chooseWithEntry()
     {
-        std::set<std::uint32_t> seen;
-        return withEntry(candidate, seen);
-    }
-
-    Candidate const* withEntry(Candidate const& candidate, std::set<std::uint32_t>& seen) const
-    {
-        if (candidate.identity.basis == Basis::entry)
-            return &candidate;
-        seen.insert(candidate.client->id);
-        for (std::uint32_t const window : {candidate.client->transientFor, candidate.client->leader})
-            if (Candidate const* const other = related(window); other && !seen.contains(window))
-                if (Candidate const* const found = withEntry(*other, seen))
-                    return found;
-        return nullptr;
-    }
-
-    /// Gives the windows that are left the application of their process's last active window that has one.
-    void chooseByProcess()
-    {
-        std::map<std::int32_t, Candidate const*> lastActive;
-        for (Candidate const& candidate : candidates)
-            if (candidate.source && candidate.client->pid && !candidate.isLeader)
-                lastActive.emplace(*candidate.client->pid, candidate.source);
         for (Candidate& candidate : candidates) {
-            if (candidate.source || !candidate.client->pid)
-                continue;
-            if (auto const found = lastActive.find(*candidate.client->pid); found != lastActive.end()) {
-                candidate.source = found->second;
-                candidate.isGuessed = true;
-            }
+            std::set<std::uint32_t> asked;
+            candidate.choice = withEntry(candidate, asked);
         }
     }
 
-    /// The same where no window of the process has an entry of its own.
-    Candidate const& withoutEntry(Candidate const& candidate) const
+    /// The application of the window that it is transient for, else of its leader, else of its process's last
+    /// active window, once that is known.
+    Choice withEntry(Candidate const& candidate, std::set<std::uint32_t>& asked) const
+    {
+        if (candidate.choice.source || asked.size() == maxAsked)
+            return candidate.choice;
+        asked.insert(candidate.client->id);
+        for (std::uint32_t const window : {candidate.client->transientFor, candidate.client->leader})
+            if (Candidate const* const other = related(window); other && !asked.contains(window))
+                if (Choice const found = withEntry(*other, asked); found.source)
+                    return found;
+        auto const found = candidate.client->pid ? lastActive.find(*candidate.client->pid) : lastActive.end();
+        return found == lastActive.end() ? Choice{} : Choice{found->second, found->first};
+    }
+
+    /// The last active window of each process that has an application with an entry without a guess.
+    void noteLastActive()
+    {
+        for (Candidate const& candidate : candidates)
+            if (candidate.choice.source && candidate.client->pid && !candidate.isLeader)
+                lastActive.emplace(*candidate.client->pid, candidate.choice.source);
+    }
+
+    /// The same where no window that it has to do with finds an entry.
+    Choice withoutEntry(Candidate const& candidate) const
     {
         Candidate const& root = rootOf(candidate);
         if (root.identity.basis >= Basis::words)
-            return root;
+            return {&root};
         if (Candidate const* const leader = related(root.client->leader);
             leader && leader->identity.basis >= Basis::words)
-            return *leader;
+            return {leader};
         if (root.client->pid)
             for (Candidate const& other : candidates)
                 if (other.client->pid == root.client->pid && other.identity.basis >= Basis::words)
-                    return other;
-        return root;
+                    return {&other, root.client->pid};
+        return {&root};
     }
 
     /// The last of the windows that it is transient for, one after the other; itself where they form a
@@ -164,22 +175,21 @@ private:
     static Key keyOf(Candidate const& candidate)
     {
         return {candidate.client->pid.value_or(0),
-                candidate.source->identity.names.identifier().value_or("")};
+                candidate.choice.source->identity.names.identifier().value_or("")};
     }
 
     void gatherNames()
     {
         for (Candidate const& candidate : candidates) {
-            ApplicationNames names = candidate.source->identity.names;
+            ApplicationNames names = candidate.choice.source->identity.names;
             if (!candidate.isOwn)
                 names.add(candidate.identity.names);
             if (!candidate.client->pid) {
                 namesByWindow[candidate.client->id] = std::move(names);
                 continue;
             }
-            Key const key = keyOf(candidate);
-            namesByKey[key].add(names);
-            keysByProcess[key.first].insert(key);
+            namesByKey[keyOf(candidate)].add(names);
+            windowsByProcess[*candidate.client->pid].push_back(&candidate);
         }
     }
 
@@ -191,26 +201,44 @@ private:
 
     WindowApplication applicationOf(Candidate const& candidate) const
     {
-        WindowApplication application{.names = namesOf(candidate),
-                                      .localizedName = candidate.source->identity.localizedName,
-                                      .entry = candidate.source->identity.entry};
-        application.names.hideWith(namesOf(*candidate.source));
-        std::set<std::uint32_t> seen{candidate.client->id};
-        auto target = byWindow.find(candidate.client->transientFor);
-        while (target != byWindow.end() && seen.insert(target->first).second) {
-            application.names.hideWith(namesOf(*target->second));
-            target = byWindow.find(target->second->client->transientFor);
-        }
-        if (candidate.isGuessed)
-            for (Key const& key : keysByProcess.at(*candidate.client->pid))
-                application.names.hideWith(namesByKey.at(key));
+        ApplicationIdentity const& identity = candidate.choice.source->identity;
+        WindowApplication application{
+            .names = namesOf(candidate), .localizedName = identity.localizedName, .entry = identity.entry};
+        std::unordered_set<ApplicationNames const*> joined; // Many windows share their names.
+        for (Candidate const* const other : hiddenTogether(candidate))
+            if (auto const& names = namesOf(*other); joined.insert(&names).second)
+                application.names.hideWith(names);
         return application;
+    }
+
+    /// The windows that hide this one: that of its application, those that it is transient for, where its
+    /// process alone decided all of that, and so on for each of them.
+    std::vector<Candidate const*> hiddenTogether(Candidate const& candidate) const
+    {
+        std::vector<Candidate const*> all;
+        std::unordered_set<Candidate const*> seen;
+        auto const add = [&](Candidate const* other) {
+            if (seen.insert(other).second)
+                all.push_back(other);
+        };
+        add(&candidate);
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            Candidate const& each = *all[i];
+            add(each.choice.source);
+            if (auto const target = byWindow.find(each.client->transientFor); target != byWindow.end())
+                add(target->second);
+            if (each.choice.guessedIn)
+                for (Candidate const* const other : windowsByProcess.at(*each.choice.guessedIn))
+                    add(other);
+        }
+        return all;
     }
 
     std::vector<Candidate> candidates; // The last active ones first.
     std::unordered_map<std::uint32_t, Candidate const*> byWindow;
     std::map<Key, ApplicationNames> namesByKey;
-    std::map<std::int32_t, std::set<Key>> keysByProcess;
+    std::map<std::int32_t, Candidate const*> lastActive; // by process; whose application that window has
+    std::map<std::int32_t, std::vector<Candidate const*>> windowsByProcess;
     std::unordered_map<std::uint32_t, ApplicationNames> namesByWindow; // of windows of unknown processes
 };
 

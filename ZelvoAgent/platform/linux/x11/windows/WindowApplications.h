@@ -22,8 +22,8 @@ struct WindowApplication {
 /// A window that finds no entry by itself (a dialog, a splash, a palette) belongs to the application of the
 /// window that it is transient for, else of its group's leader, else of its process's last active window that
 /// has one. An application in a process has the names that any of its windows there gives it. A window is
-/// hidden with the windows that it is transient for; one whose application is only guessed, with all
-/// applications of its process.
+/// hidden with the windows that it is transient for; one whose application its process alone decides, with
+/// all applications of that process, and with what the windows there are hidden with.
 ///
 /// own: this program's process id. facts: what the system knows of a process.
 std::unordered_map<std::uint32_t, WindowApplication>

@@ -13,7 +13,7 @@ constexpr int floatingLayer = 3;
 
 bool isListed(SurveyedWindow const& window)
 {
-    return !window.inputOnly && !window.emptyInputShape && !window.windowManagers && !window.desktop;
+    return !window.inputOnly && !window.emptyInputShape && !window.windowManagers;
 }
 
 int layerOf(SurveyedWindow const& window, bool own)
@@ -73,6 +73,7 @@ windowEntries(WindowSurvey const& survey, WindowOwners const& owners, DisplayLay
         entry.owner = owners.namesOf(window.client);
         entry.ownerName = owners.application(window.client).localizedName;
         entry.title = window.client.title;
+        entry.isDesktop = window.desktop;
         for (EmbeddedWindow const& inside : window.embedded)
             entry.embedded.push_back(
                 {inPoints(inside.area, layout), owners.namesOf(inside.client), inside.client.pid});

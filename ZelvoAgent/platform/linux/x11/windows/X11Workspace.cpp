@@ -22,7 +22,7 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication()
     if (!connection || !connection->isAlive())
         return std::nullopt;
     std::uint32_t const active = activeWindowOf(*connection);
-    std::uint32_t const focused = focusedWindowOf(*connection);
+    std::uint32_t const focused = keyboardWindowOf(*connection);
     if (!active && !focused)
         return std::nullopt;
     DesktopSnapshot const desktop(*connection, entries);
