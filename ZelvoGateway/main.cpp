@@ -1,5 +1,6 @@
 #include "ZelvoGateway/Administration.h"
 #include "ZelvoGateway/base/Failure.h"
+#include "base/UnusedMemory.h"
 
 #include <exception>
 #include <iostream>
@@ -36,6 +37,7 @@ int runCommand(std::span<char const* const> arguments)
 
 int main(int count, char** arguments)
 {
+    zelvo::useOneHeap();
     std::vector<char const*> const all(arguments + std::min(count, 1), arguments + count);
     try {
         return runCommand(all);

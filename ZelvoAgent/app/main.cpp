@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/ProgramThreads.h"
 #include "app/WindowIcon.h"
+#include "base/UnusedMemory.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
@@ -118,6 +119,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
 
 int main(int argc, char** argv)
 {
+    zelvo::useOneHeap();
     if (!zelvo::hasDisplay()) {
         std::fputs("Zelvo needs a graphical session: DISPLAY is not set.\n", stderr);
         return EXIT_FAILURE;

@@ -8,6 +8,13 @@
 
 namespace zelvo {
 
+void useOneHeap()
+{
+#ifdef __GLIBC__
+    ::mallopt(M_ARENA_MAX, 1);
+#endif
+}
+
 void returnUnusedMemory()
 {
 #ifdef __GLIBC__

@@ -117,7 +117,7 @@ private:
     bool isWanted(string_view part) const
     {
         return wanted && wanted->bytes == 0 && depth == 2 && isInner && part.size() >= wanted->minBytes &&
-               part.size() > 0 && part.data() >= document.data() &&
+               !part.empty() && part.data() >= document.data() &&
                part.data() + part.size() <= document.data() + document.size();
     }
 

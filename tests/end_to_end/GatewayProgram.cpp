@@ -67,6 +67,13 @@ GatewayProgram::ask(std::string const& method, std::string const& path, json::va
     return {answer.status, parseJson(answer.body).value_or(nullptr)};
 }
 
+std::string GatewayProgram::consoleLink() const
+{
+    std::string link = desktop.run({ZELVO_GATEWAY, "console-link", "--data", folder.string()});
+    link.resize(link.find_last_not_of('\n') + 1);
+    return link;
+}
+
 std::string GatewayProgram::newLink(std::vector<std::string> const& scopes) const
 {
     json::array asked;

@@ -11,6 +11,8 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
+#include <sstream>
+#include <thread>
 
 namespace zelvo::service {
 namespace {
@@ -50,6 +52,15 @@ public:
     }
 
     void send(int signal) const { ::kill(pid, signal); }
+    /// A figure of /proc/PID/status in MiB: "VmHWM" is the largest memory so far, "RssAnon" the heap of now.
+    double memory(std::string const& name) const
+    {
+        std::istringstream lines(contentOf("/proc/" + std::to_string(pid) + "/status"));
+        for (std::string line; std::getline(lines, line);)
+            if (line.starts_with(name + ":"))
+                return std::stod(line.substr(name.size() + 1)) / 1024;
+        return -1;
+    }
     int wait()
     {
         if (pid > 0)
@@ -79,6 +90,13 @@ struct Place {
     }
 };
 
+int sessionBegunWith(std::uint16_t port, std::string const& code)
+{
+    return request(port, "POST", "/console/session", R"({"code":")" + code + R"("})",
+                   {{"Origin", "http://127.0.0.1:" + std::to_string(port)}})
+        .status;
+}
+
 TEST(Program, endsCleanlyWithEachSignal)
 {
     for (int const signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -90,13 +108,6 @@ TEST(Program, endsCleanlyWithEachSignal)
 
         EXPECT_EQ(gateway.wait(), 0);
         EXPECT_NE(gateway.text().find("stopped"), std::string::npos);
-int sessionBegunWith(std::uint16_t port, std::string const& code)
-{
-    return request(port, "POST", "/console/session", R"({"code":")" + code + R"("})",
-                   {{"Origin", "http://127.0.0.1:" + std::to_string(port)}})
-        .status;
-}
-
     }
 }
 
@@ -104,10 +115,10 @@ TEST(Program, endsCleanlyWhileACommandWaits)
 {
     Place place;
     Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
     Program(place.out("made"), {"provision", "--data", place.data, "--token-file", place.out("token"),
                                 "--connection-file", place.out("connection")})
         .wait();
-    std::uint16_t const port = place.port();
     MachineThread thread;
     FakeMachine machine(thread, port, contentOf(place.out("token")));
     machine.onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
@@ -150,6 +161,121 @@ TEST(Program, provisionsAMachineBesideTheRunningGateway)
     EXPECT_EQ(machine.status(), 101);
 }
 
+/// A machine of a gateway, made on the command line.
+struct Provisioned {
+    std::string token;
+    std::string path; ///< for its commands
+};
+
+Provisioned provisioned(Place const& place, std::string const& name)
+{
+    Program(place.out(name), {"provision", "--data", place.data, "--token-file", place.out(name + ".token"),
+                              "--connection-file", place.out(name + ".connection")})
+        .wait();
+    std::string connection = contentOf(place.out(name + ".connection"));
+    connection.pop_back();
+    return {.token = contentOf(place.out(name + ".token")),
+            .path = "/v1/connections/" + connection + "/commands"};
+}
+
+Headers keyOf(Place const& place)
+{
+    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
+    key.pop_back();
+    return {{"Authorization", "Bearer " + key}};
+}
+
+std::string listOf(std::size_t bytes)
+{
+    std::string text = "[0";
+    text.reserve(bytes + 8);
+    while (text.size() < bytes)
+        text += "],[0";
+    return text + "]";
+}
+
+// Each of four machines answers with as much as a message may have, in values of three bytes.
+TEST(Program, livesThroughAFloodOfLargeMessagesInBoundedMemory)
+{
+    constexpr std::size_t most = 191_MiB;
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
+    MachineThread thread;
+    std::vector<Provisioned> made;
+    std::vector<std::unique_ptr<FakeMachine>> machines;
+    for (char const* const name : {"a", "b", "c", "d"}) {
+        made.push_back(provisioned(place, name));
+        machines.push_back(std::make_unique<FakeMachine>(thread, port, made.back().token));
+        ASSERT_EQ(machines.back()->status(), 101);
+    }
+    double const before = gateway.memory("RssAnon");
+    std::string const nested = R"({"id":"x","result":[)" + listOf(most) + "]}";
+    std::string const text = R"({"id":"x","result":")" + std::string(most, 'A') + "\"}";
+    std::vector<std::thread> callers;
+    for (std::size_t i = 0; i < machines.size(); ++i) {
+        machines[i]->onFrame(
+            [machine = machines[i].get(), &sent = i % 2 ? text : nested](json::object const& frame) {
+                machine->sendText(sent); // No reply to any command, but while one is owed.
+                machine->sendBinary(sent);
+                machine->sendText(writeJson(json::object{{"id", frame.at("id")}, {"result", nullptr}}));
+                return std::nullopt;
+            });
+        callers.emplace_back([&, path = made[i].path] {
+            request(port, "POST", path, R"({"method":"files.download"})", keyOf(place));
+        });
+    }
+    for (std::unique_ptr<FakeMachine> const& machine : machines)
+        becomes([&] { return !machine->frames().empty(); });
+
+    EXPECT_EQ(request(port, "GET", "/v1/connections", "", keyOf(place)).status, 200);
+
+    for (std::thread& caller : callers)
+        caller.join();
+    EXPECT_EQ(request(port, "GET", "/v1/connections", "", keyOf(place)).status, 200);
+    EXPECT_LT(gateway.memory("VmHWM"), before + 1100);
+    std::cerr << "PEAK " << gateway.memory("VmHWM") << "\n";
+}
+
+TEST(Program, givesMemoryBackAfterLargeWork)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
+    Provisioned const made = provisioned(place, "a");
+    MachineThread thread;
+    FakeMachine machine(thread, port, made.token);
+    ASSERT_EQ(machine.status(), 101);
+    auto const list = parseJson("[" + listOf(1_MiB) + "]"); // Many small pieces of memory.
+    ASSERT_TRUE(list);
+    machine.onFrame([&](json::object const&) { return resultOf(*list); });
+    double const before = gateway.memory("RssAnon");
+
+    // What begins during the work and stays keeps the allocator from giving back the memory before it.
+    std::vector<std::thread> callers;
+    std::vector<std::unique_ptr<RawConnection>> guests;
+    for (int i = 0; i < 6; ++i)
+        callers.emplace_back([&] {
+            for (int round = 0; round < 3; ++round)
+                request(port, "POST", made.path, R"({"method":"files.download"})", keyOf(place));
+        });
+    for (int i = 0; i < 60; ++i) {
+        guests.push_back(std::make_unique<RawConnection>(port));
+        guests.back()->send("GET /locked HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    for (std::thread& caller : callers)
+        caller.join();
+
+    std::cerr << "NOW " << gateway.memory("RssAnon") << " before " << before << "\n";
+    bool isBack = false;
+    for (int second = 0; second < 90 && !isBack; ++second) { // It looks once a minute.
+        isBack = gateway.memory("RssAnon") < before + 20;
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+    EXPECT_TRUE(isBack) << gateway.memory("RssAnon") << " MiB, " << before << " before";
+}
+
 TEST(Program, printsATokenWhenNoFileIsGiven)
 {
     Place place;
@@ -183,9 +309,8 @@ TEST(Program, printsAConsoleLinkAtItsStart)
     Program gateway(place.out("log"), arguments);
     std::uint16_t const port = place.port();
 
-    ASSERT_TRUE(becomes([&] { return gateway.text().find("/open?code=") != std::string::npos; }));
+    ASSERT_TRUE(becomes([&] { return gateway.text().find("/open#") != std::string::npos; }));
     std::string const text = gateway.text();
-    std::string const path = text.substr(text.find("/open"), std::string("/open?code=").size() + 64);
 
     EXPECT_EQ(sessionBegunWith(port, text.substr(text.find('#') + 1, 64)), 201);
     EXPECT_EQ(text.find(contentOf(std::filesystem::path(place.data) / "api-key")), std::string::npos);

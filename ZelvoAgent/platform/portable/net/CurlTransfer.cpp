@@ -1,6 +1,7 @@
 #include "platform/portable/net/CurlTransfer.h"
 
 #include "platform/portable/net/NetworkFailures.h"
+#include "platform/portable/net/PortText.h"
 #include "platform/portable/net/ProxyChoice.h"
 
 #include <sys/socket.h>
@@ -68,7 +69,7 @@ UrlParts partsOf(std::string const& text)
         return {};
     return {.scheme = partOf(url.get(), CURLUPART_SCHEME),
             .host = partOf(url.get(), CURLUPART_HOST),
-            .port = static_cast<std::uint16_t>(std::atoi(partOf(url.get(), CURLUPART_PORT).c_str()))};
+            .port = parsePort(partOf(url.get(), CURLUPART_PORT)).value_or(0)};
 }
 
 bool goesThroughAProxy(UrlParts const& url)
