@@ -31,16 +31,26 @@ public:
 
     Task<bool>
     ask(ConfirmationSubject subject, std::optional<Asker> asker, std::int64_t timeoutMs = defaultTimeoutMs);
-    /// Asks if a left click at this point would commit something.
+    /// Asks if a left click at this point would commit something. Throws AgentError::snapshotExpired in a
+    /// DetailedAgentError if something else is there after the answer.
     Task<bool> askAboutClick(DesktopPoint at, Asker asker);
-    /// Asks if this chord would commit something. Throws also what FrontmostCheck throws, if another
-    /// application is in front after the answer: a key goes to whatever is in front.
+    /// Asks if this chord would commit something. Throws the same if it would press something else after the
+    /// answer, and what FrontmostCheck throws if another application is in front: a key goes to whatever is
+    /// in front.
     Task<bool> askAboutKeys(std::vector<std::string> keys, Asker asker);
 
 private:
-    Task<bool>
-    askAboutChord(std::vector<std::string> keys, std::optional<FrontmostAppInfo> front, Asker asker);
-    Task<bool> askAboutPress(std::optional<ProbedElement> element, Asker asker);
+    /// A question and the element that it is about.
+    struct Press {
+        ConfirmationSubject subject;
+        std::optional<ProbedElement> element = {};
+        bool operator==(Press const&) const = default;
+    };
+    using PressOrNone = std::optional<Press>;
+
+    static PressOrNone pressOf(std::optional<ProbedElement> element);
+    Task<PressOrNone> pressAt(DesktopPoint at);
+    Task<PressOrNone> pressBy(std::vector<std::string> keys, std::optional<FrontmostAppInfo> front);
 
     Confirming& presenter;
     ElementProbing& probe;
