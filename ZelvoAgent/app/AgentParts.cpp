@@ -102,6 +102,7 @@ AgentParts::AgentParts(Contexts contexts,
              .state = state,
              .inbox = offers,
              .askChoice = askerOf(confirmations),
+             .mode = [this] { return heartbeat.mode.get(); },
              .sendDecision =
                  [this](std::string connectionId, QueueDecision decision) {
                      runtime.sendQueueDecision(std::move(connectionId), decision);

@@ -24,6 +24,7 @@ constexpr std::chrono::minutes timeToClose{1};
 AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit)
     : contexts(contexts), platform(platform),
       parts(contexts, platform, QtConfirmationPanel::maker(platform.clock())),
+      intake(parts.links, parts.state, platform.clock()),
       consent(parts.links, parts.gate, contexts.main, platform.clock()), quit(std::move(quit)),
       termination(contexts.main, parts.runtime.recording(), this->quit)
 {
@@ -51,7 +52,7 @@ void AppDelegate::open(std::vector<std::string> const& urls)
         if (!token)
             continue;
         if (hasStarted)
-            parts.links.begin(*std::move(token));
+            intake.take(*std::move(token));
         else
             pendingLinkToken = std::move(token);
     }
@@ -63,7 +64,7 @@ void AppDelegate::handlePendingLinkIfNeeded()
     if (!token)
         return;
     pendingLinkToken.reset();
-    parts.links.begin(*std::move(token));
+    intake.take(*std::move(token));
 }
 
 void AppDelegate::bringToFront()

@@ -2,6 +2,7 @@
 
 #include "app/AgentParts.h"
 #include "app/ConsentPresenter.h"
+#include "app/LinkIntake.h"
 #include "app/Termination.h"
 #include "base/Contexts.h"
 #include "platform/Platform.h"
@@ -22,7 +23,7 @@ public:
 
     /// Starts the agent. Called once.
     void start();
-    /// Starts linking for each link URL; before start() the last of them is kept until then.
+    /// Starts linking for a link URL, one at a time; before start() the last of them is kept until then.
     void open(std::vector<std::string> const& urls);
     /// Brings the program to the front after a second start.
     void bringToFront();
@@ -41,6 +42,7 @@ private:
     Contexts contexts;
     Platform& platform;
     AgentParts parts;
+    LinkIntake intake;
     ConsentPresenter consent;
     std::function<void()> quit;
     Termination termination;

@@ -17,7 +17,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
-#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -34,7 +33,8 @@ constexpr int gap = 12;
 constexpr int buttonGap = 8;
 constexpr int contentWidth = 420 - 2 * margin;
 constexpr int maxDetailHeight = 220;
-constexpr int cardPadding = 8;
+constexpr int maxSharedDetailHeight = 140; // With other parts beside the detail.
+constexpr int maxSectionHeight = 84;
 constexpr int barHeight = 3;
 
 // Characters.
@@ -51,6 +51,19 @@ QString worded(std::string_view key)
     return QString::fromStdString(localized(key));
 }
 
+// What a screen reader says when the question opens: the warning first.
+std::string spoken(PanelContents const& contents)
+{
+    std::string text;
+    if (contents.warning) {
+        text = contents.warning->caption;
+        for (std::string const& line : contents.warning->lines)
+            text += "\n" + line;
+        text += "\n";
+    }
+    return text + contents.detail;
+}
+
 } // namespace
 
 ConfirmationDialog::ConfirmationDialog(PanelContents contents, Clock& clock)
@@ -62,7 +75,7 @@ ConfirmationDialog::ConfirmationDialog(PanelContents contents, Clock& clock)
     build();
     paintIn(palette());
     setAccessibleName(title->accessibleName());
-    setAccessibleDescription(shownText(this->contents.detail, maxDescriptionLength));
+    setAccessibleDescription(shownText(spoken(this->contents), maxDescriptionLength));
     tick.setInterval(ticking);
     QObject::connect(&tick, &QTimer::timeout, this, [this] { showTimeLeft(); });
 }
@@ -76,33 +89,47 @@ void ConfirmationDialog::build()
     title =
         new WrappedLabel(shownText(contents.title, maxTitleLength), Theme::titleFont(), contentWidth, this);
     column->addWidget(title);
-    addDetail(*column);
+    addCards(*column);
     addRemember(*column);
     column->addStretch();
     addButtons(*column);
     column->addStrut(contentWidth);
 }
 
-void ConfirmationDialog::addDetail(QVBoxLayout& column)
+// Each part scrolls for itself, so that none can push another, or the buttons, out of sight.
+void ConfirmationDialog::addCards(QVBoxLayout& column)
 {
-    card = new QFrame(this);
-    card->setObjectName("card");
-    auto* const inside = new QVBoxLayout(card);
-    inside->setContentsMargins(cardPadding, cardPadding, cardPadding, cardPadding);
+    bool const isAlone = !contents.warning && contents.additions.empty();
+    if (contents.warning)
+        cards.push_back(newCard(*contents.warning, true));
+    DetailCard::Contents main{.lines = exactLines(contents.detail)};
+    detail = newCard(std::move(main), isAlone ? maxDetailHeight : maxSharedDetailHeight);
+    cards.push_back(detail);
+    for (PanelSection const& addition : contents.additions)
+        cards.push_back(newCard(addition, false));
+    for (DetailCard* const card : cards)
+        column.addWidget(card);
+}
+
+DetailCard* ConfirmationDialog::newCard(DetailCard::Contents part, int highest)
+{
     QFont font = this->font();
     if (contents.isExact) {
         font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setPointSizeF(this->font().pointSizeF());
     }
-    detail = new DetailView(exactLines(contents.detail), font, contentWidth - 2 * cardPadding - 2,
-                            maxDetailHeight, card);
-    detail->setAccessibleName(worded("confirm.detail"));
-    detail->onScrolled = [this] { showMoreBelow(); };
-    inside->addWidget(detail);
-    column.addWidget(card);
-    moreBelow = new WrappedLabel(worded("confirm.moreBelow"), Theme::smallFont(), contentWidth, this);
-    moreBelow->hide();
-    column.addWidget(moreBelow);
+    return new DetailCard(std::move(part), font, contentWidth, highest, this);
+}
+
+DetailCard* ConfirmationDialog::newCard(PanelSection const& section, bool isWarning)
+{
+    QStringList lines;
+    for (std::string const& line : section.lines)
+        lines += exactLine(line);
+    DetailCard::Contents part{.caption = QString::fromStdString(section.caption),
+                              .lines = std::move(lines),
+                              .isWarning = isWarning};
+    return newCard(std::move(part), maxSectionHeight);
 }
 
 void ConfirmationDialog::addRemember(QVBoxLayout& column)
@@ -155,18 +182,14 @@ void ConfirmationDialog::paintIn(QPalette const& palette)
     QString const buttons = answerButtonStyle(theme);
     deny->setStyleSheet(buttons);
     allow->setStyleSheet(buttons);
-    card->setStyleSheet(QString("#card { background: %1; border: 1px solid %2; border-radius: 10px; }"
-                                "QPlainTextEdit { background: transparent; }")
-                            .arg(theme.card.name(), theme.line.name()));
+    for (DetailCard* const card : cards)
+        card->paintIn(palette);
     timeBar->setStyleSheet(QString("QProgressBar { background: %1; border: none; border-radius: 1px; }"
                                    "QProgressBar::chunk { background: %2; border-radius: 1px; }")
                                .arg(theme.line.name(), theme.accent.name()));
     QPalette quiet = palette;
     quiet.setColor(QPalette::WindowText, theme.secondary);
     timeLeft->setPalette(quiet);
-    QPalette warning = palette;
-    warning.setColor(QPalette::WindowText, theme.warning);
-    moreBelow->setPalette(warning);
 }
 
 void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports next)
@@ -176,8 +199,8 @@ void ConfirmationDialog::present(Instant timeIsUp, ConfirmationPanel::Reports ne
     reports = std::move(next);
     showTimeLeft();
     tick.start();
-    detail->setFocus(); // Neither an answer nor the check box, so that a space from a typing person presses
-                        // nothing.
+    // Neither an answer nor the check box, so that a space from a typing person presses nothing.
+    detail->detail().setFocus();
     adjustSize();
     placeInTheMiddle();
     filter.open(*this);
@@ -234,14 +257,8 @@ void ConfirmationDialog::changeEvent(QEvent* event)
 void ConfirmationDialog::showEvent(QShowEvent* event)
 {
     QDialog::showEvent(event);
-    showMoreBelow();
     QAccessibleEvent alert(this, QAccessible::Alert); // A screen reader speaks it at once.
     QAccessible::updateAccessibility(&alert);
-}
-
-void ConfirmationDialog::showMoreBelow()
-{
-    moreBelow->setVisible(detail->hasMoreBelow());
 }
 
 void ConfirmationDialog::showTimeLeft()

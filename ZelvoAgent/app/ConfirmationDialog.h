@@ -1,11 +1,14 @@
 #pragma once
 
 #include "app/AnswerFilter.h"
+#include "app/DetailCard.h"
 #include "base/Clock.h"
 #include "confirm/ConfirmationPanel.h"
 
 #include <QDialog>
 #include <QTimer>
+
+#include <vector>
 
 class QCheckBox;
 class QLabel;
@@ -14,8 +17,6 @@ class QPushButton;
 class QVBoxLayout;
 
 namespace zelvo {
-
-class DetailView;
 
 /// The window of a question: what it is about, how long it stays open, and two answers. Return presses the
 /// filled one, which is "Allow" until the person moves to "Deny" with Tab; Escape denies. A yes must be
@@ -38,12 +39,13 @@ protected:
 
 private:
     void build();
-    void addDetail(QVBoxLayout& column);
+    void addCards(QVBoxLayout& column);
+    DetailCard* newCard(DetailCard::Contents part, int highest);
+    DetailCard* newCard(PanelSection const& section, bool isWarning);
     void addRemember(QVBoxLayout& column);
     void addButtons(QVBoxLayout& column);
     QPushButton* newButton(std::string const& words);
     void paintIn(QPalette const& palette);
-    void showMoreBelow();
     void showTimeLeft();
     void placeInTheMiddle();
     bool wouldAllow(int key) const;
@@ -57,9 +59,8 @@ private:
     Instant end{};
     QTimer tick;
     QLabel* title = nullptr;
-    QWidget* card = nullptr;
-    DetailView* detail = nullptr;
-    QLabel* moreBelow = nullptr;
+    std::vector<DetailCard*> cards;
+    DetailCard* detail = nullptr;  // One of the cards.
     QCheckBox* remember = nullptr; // Null without the option to remember.
     QLabel* timeLeft = nullptr;
     QProgressBar* timeBar = nullptr;

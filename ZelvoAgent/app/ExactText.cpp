@@ -54,6 +54,13 @@ bool isMark(char32_t character)
     return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing;
 }
 
+/// The signs that this file writes in the place of something else.
+bool isOurSign(char32_t character)
+{
+    return (character >= controlPictures && character <= deletePicture) || character == U'⟨' ||
+           character == U'␣' || character == U'⏎';
+}
+
 QString visible(char32_t character)
 {
     if (character < 0x20)
@@ -63,9 +70,14 @@ QString visible(char32_t character)
     return numbered(character);
 }
 
+enum class LineEnds { taken, shown };
+
 /// Assembles the lines, character by character.
 class Writer {
 public:
+    /// lineEnds  whether the text may end a line
+    explicit Writer(LineEnds lineEnds) : lineEnds(lineEnds) {}
+
     void add(char32_t character)
     {
         if (character == space) {
@@ -74,11 +86,11 @@ public:
         }
         writeSpaces();
         marks = isMark(character) ? marks + 1 : 0;
-        if (character == U'\n')
+        if (character == U'\n' && lineEnds == LineEnds::taken)
             endLine();
         else if (character == U'\t')
             write("\t");
-        else if (isUnseen(character) || marks > maxMarks)
+        else if (isUnseen(character) || isOurSign(character) || marks > maxMarks)
             write(visible(character));
         else
             write(QString::fromUcs4(&character, 1));
@@ -134,6 +146,7 @@ private:
             lines.insert(lines.end(), count, QString());
     }
 
+    LineEnds const lineEnds;
     QStringList lines;
     QString line;
     int length = 0;             // Of the line, in characters.
@@ -143,23 +156,34 @@ private:
     qsizetype emptyLines = 0; // Not yet written.
 };
 
-} // namespace
-
-QStringList exactLines(std::string_view text)
+QStringList exact(std::string_view text, LineEnds lineEnds)
 {
     QString const whole = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-    Writer writer;
+    Writer writer(lineEnds);
     for (qsizetype at = 0; at < whole.size(); ++at) {
         char32_t character = whole[at].unicode();
         if (whole[at].isHighSurrogate() && at + 1 < whole.size()) {
             character = QChar::surrogateToUcs4(whole[at], whole[at + 1]);
             ++at;
         }
-        bool const isLineEnd = character == U'\r' && at + 1 < whole.size() && whole[at + 1] == u'\n';
+        bool const isLineEnd = lineEnds == LineEnds::taken && character == U'\r' && at + 1 < whole.size() &&
+                               whole[at + 1] == u'\n';
         if (!isLineEnd) // "\r\n" is one end.
             writer.add(character);
     }
     return writer.end();
+}
+
+} // namespace
+
+QStringList exactLines(std::string_view text)
+{
+    return exact(text, LineEnds::taken);
+}
+
+QStringList exactLine(std::string_view text)
+{
+    return exact(text, LineEnds::shown);
 }
 
 } // namespace zelvo

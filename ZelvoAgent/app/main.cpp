@@ -11,9 +11,12 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace zelvo {
 namespace {
@@ -75,6 +78,16 @@ void describeToToolkit(QApplication& application)
                      [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
 }
 
+/// Copies the arguments and overwrites them, because every program of this user can read the list of
+/// processes and a link's token is a secret.
+std::vector<std::string> takeArguments(int count, char** arguments)
+{
+    std::vector<std::string> taken(arguments + 1, arguments + count);
+    for (int i = 1; i < count; ++i)
+        ::explicit_bzero(arguments[i], std::strlen(arguments[i]));
+    return taken;
+}
+
 int runApplication(char* program, std::vector<std::string> const& urls)
 {
     auto& threads = *new ProgramThreads; // Never destroyed; see ProgramThreads.h.
@@ -120,6 +133,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
 int main(int argc, char** argv)
 {
     zelvo::useOneHeap();
+    std::vector<std::string> const urls = zelvo::takeArguments(argc, argv);
     if (!zelvo::hasDisplay()) {
         std::fputs("Zelvo needs a graphical session: DISPLAY is not set.\n", stderr);
         return EXIT_FAILURE;
@@ -127,7 +141,7 @@ int main(int argc, char** argv)
     std::signal(SIGPIPE,
                 SIG_IGN); // A lost peer is an error of the write, not the end of the program.
     try {
-        return zelvo::runApplication(argv[0], {argv + 1, argv + argc});
+        return zelvo::runApplication(argv[0], urls);
     } catch (std::exception const& error) {
         std::fprintf(stderr, "Zelvo cannot run: %s\n", error.what());
         return EXIT_FAILURE;

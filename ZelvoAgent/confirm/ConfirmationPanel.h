@@ -6,9 +6,18 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo {
+
+/// A part of a question with a caption. Each text is one line, whatever characters it has.
+struct PanelSection {
+    std::string caption;
+    std::vector<std::string> lines;
+    bool operator==(PanelSection const&) const = default;
+};
 
 /// The texts of a panel. They may come from outside, with any length and any characters; the panel sanitizes
 /// them before it shows them.
@@ -19,6 +28,8 @@ struct PanelContents {
     std::string denyTitle;
     bool showsRemember = false; ///< shows the check box that remembers a yes
     bool isExact = false;       ///< the detail is a command, path or URL and is shown character by character
+    std::optional<PanelSection> warning = {}; ///< above the detail
+    std::vector<PanelSection> additions = {}; ///< below the detail
     bool operator==(PanelContents const&) const = default;
 };
 

@@ -3,6 +3,7 @@
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
+#include "confirm/ShellEnvironment.h"
 #include "wire/AgentError.h"
 
 #include <boost/asio/this_coro.hpp>
@@ -35,6 +36,22 @@ bool isExact(ConfirmationSubject const& subject)
 std::string shownDetail(ConfirmationSubject const& subject)
 {
     return isExact(subject) ? subject.detail() : text::withoutControlCharacters(subject.detail());
+}
+
+/// Folder and variables of a command can make another program of it. They have their own places in the panel,
+/// which no text of the command can imitate.
+void addCircumstances(PanelContents& contents, ConfirmationSubject const& subject)
+{
+    auto const* const shell = std::get_if<ConfirmationSubject::ShellCommand>(&subject.value);
+    if (!shell)
+        return;
+    ShellEnvironment::Lines variables = ShellEnvironment::lines(shell->env);
+    if (!variables.risky.empty())
+        contents.warning = {localized("confirm.shell.riskyVariables"), std::move(variables.risky)};
+    if (shell->cwd)
+        contents.additions.push_back({localized("confirm.shell.folder"), {*shell->cwd}});
+    if (!variables.others.empty())
+        contents.additions.push_back({localized("confirm.shell.variables"), std::move(variables.others)});
 }
 
 } // namespace
@@ -99,6 +116,7 @@ ConfirmationPresenter::ask(ConfirmationSubject subject, std::string platformName
                            .denyTitle = localized("confirm.deny"),
                            .showsRemember = true,
                            .isExact = isExact(subject)};
+    addCircumstances(contents, subject);
     std::weak_ptr const weak = alive;
     ConfirmationDecision const decision = co_await put(std::move(contents), Kind::action, timeoutMs);
     if (decision == ConfirmationDecision::allowed(true) && !weak.expired())

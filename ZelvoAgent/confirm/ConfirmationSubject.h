@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -10,6 +12,8 @@ namespace zelvo {
 struct ConfirmationSubject {
     struct ShellCommand {
         std::string command;
+        std::optional<std::string> cwd = {};         ///< the folder that it runs in, if the agent names one
+        std::map<std::string, std::string> env = {}; ///< the variables that the agent sets for it
         bool operator==(ShellCommand const&) const = default;
     };
     struct FileDelete {

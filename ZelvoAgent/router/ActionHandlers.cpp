@@ -86,11 +86,8 @@ Task<> ActionHandlers::performBatch(std::vector<InputAction> actions,
             return guard.assertMayAct(actions[i], std::move(again), i);
         };
         if (!asker || !co_await performStrictly(actions[i], *asker, recheck)) {
-            std::optional<Consent> consent;
             if (asker)
-                consent = co_await confirm(actions[i], *asker);
-            if (consent)
-                co_await recheck(std::move(consent->application));
+                co_await confirm(actions[i], *asker, recheck);
             co_await execute(actions[i]);
         }
         services.strict.noteInput();
@@ -106,40 +103,26 @@ Task<bool> ActionHandlers::performStrictly(InputAction action, Asker asker, Stri
 }
 
 /// Other buttons than the left, half a click, a drag and typed text commit nothing that is known beforehand.
-Task<std::optional<ActionHandlers::Consent>> ActionHandlers::confirm(InputAction action, Asker asker)
+Task<> ActionHandlers::confirm(InputAction action, Asker asker, StrictActions::Recheck recheck)
 {
-    if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value))
-        co_return co_await confirmElement(*pressed, std::move(asker));
-    if (auto const* const chord = std::get_if<InputAction::Key>(&action.value))
-        co_return co_await confirmKeys(chord->keys, std::move(asker));
-    auto const* const click = std::get_if<InputAction::Click>(&action.value);
-    if (!click || click->button != MouseButton::left ||
-        !co_await services.confirmations.askAboutClick(click->point, std::move(asker)))
-        co_return std::nullopt;
-    co_return Consent();
-}
-
-Task<std::optional<ActionHandlers::Consent>> ActionHandlers::confirmElement(InputAction::ClickElement pressed,
-                                                                            Asker asker)
-{
-    UiElementInfo const info = services.elements.element(pressed.snapshotId, pressed.elementId);
-    Consent consent;
-    consent.application = services.elements.applicationOf(pressed.snapshotId);
-    if (!co_await services.confirmations.askAboutClick(info.frame.center(), std::move(asker)))
-        co_return std::nullopt;
-    co_return consent;
-}
-
-/// A key goes to whatever is in front, so the yes is for that application alone.
-Task<std::optional<ActionHandlers::Consent>> ActionHandlers::confirmKeys(std::vector<std::string> keys,
-                                                                         Asker asker)
-{
-    auto const front = co_await services.probe.frontmostApp();
-    Consent consent;
-    consent.application = front ? front->bundleId : "";
-    if (!co_await services.confirmations.askAboutKeys(std::move(keys), front, std::move(asker)))
-        co_return std::nullopt;
-    co_return consent;
+    if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value)) {
+        UiElementInfo const info = services.elements.element(pressed->snapshotId, pressed->elementId);
+        auto const application = services.elements.applicationOf(pressed->snapshotId);
+        Confirmations::Recheck const again = [&] { return recheck(application); };
+        co_await services.confirmations.askAboutClick(info.frame.center(), std::move(asker), again);
+    } else if (auto const* const chord = std::get_if<InputAction::Key>(&action.value)) {
+        Confirmations::Keys keys;
+        keys.names = chord->keys;
+        keys.front = co_await services.probe.frontmostApp();
+        // A key goes to whatever is in front, so the yes is for that application alone.
+        std::string const application = keys.front ? keys.front->bundleId : "";
+        Confirmations::Recheck const again = [&] { return recheck(application); };
+        co_await services.confirmations.askAboutKeys(std::move(keys), std::move(asker), again);
+    } else if (auto const* const click = std::get_if<InputAction::Click>(&action.value);
+               click && click->button == MouseButton::left) {
+        Confirmations::Recheck const again = [&] { return recheck(std::nullopt); };
+        co_await services.confirmations.askAboutClick(click->point, std::move(asker), again);
+    }
 }
 
 Task<> ActionHandlers::execute(InputAction action)

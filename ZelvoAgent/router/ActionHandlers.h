@@ -53,14 +53,8 @@ private:
     Task<> performBatch(std::vector<InputAction> actions, std::string expected, std::optional<Asker> asker);
     /// Returns whether the strict guard has carried it out.
     Task<bool> performStrictly(InputAction action, Asker asker, StrictActions::Recheck recheck);
-    /// A yes of the person.
-    struct Consent {
-        std::optional<std::string> application; ///< see ActionGuard::Front::askedFor
-    };
-    /// `nullopt` if the person was not asked.
-    Task<std::optional<Consent>> confirm(InputAction action, Asker asker);
-    Task<std::optional<Consent>> confirmElement(InputAction::ClickElement pressed, Asker asker);
-    Task<std::optional<Consent>> confirmKeys(std::vector<std::string> keys, Asker asker);
+    /// Asks the person if the action would commit something, and then checks everything again.
+    Task<> confirm(InputAction action, Asker asker, StrictActions::Recheck recheck);
     Task<> execute(InputAction action);
     Task<> wait(std::int64_t ms);
     Task<>

@@ -22,15 +22,35 @@ Task<bool> Confirmations::ask(ConfirmationSubject subject, std::optional<Asker> 
     co_return true;
 }
 
-Task<bool> Confirmations::askAboutClick(DesktopPoint at, Asker asker)
+DetailedAgentError Confirmations::changedMeanwhile()
 {
-    co_return co_await askAboutPress(co_await probe.element(at), std::move(asker));
+    DetailedAgentError changed;
+    changed.error = AgentError::snapshotExpired;
+    changed.message = "What was asked about is no longer there. Look at the screen again.";
+    return changed;
 }
 
-Task<bool> Confirmations::askAboutPress(std::optional<ProbedElement> element, Asker asker)
+Task<> Confirmations::askAboutClick(DesktopPoint at, Asker asker, Recheck recheck)
 {
-    auto const subject = element ? subjectOfPress(*element, asker) : std::nullopt;
-    co_return subject&& co_await ask(*subject, std::move(asker));
+    PressOrNone const before = pressOf(co_await probe.element(at));
+    if (!before || !co_await ask(before->subject, std::move(asker)))
+        co_return;
+    co_await recheck();
+    if (pressOf(co_await probe.element(at)) != before)
+        throw changedMeanwhile();
+}
+
+Task<> Confirmations::askAboutKeys(Keys keys, Asker asker, Recheck recheck)
+{
+    // It came to the front after the guard's check; a later refusal would name it.
+    if (keys.front && keys.front->isHidden)
+        throw AgentError::hiddenAppActive;
+    PressOrNone const before = co_await pressBy(keys, asker);
+    if (!before || !co_await ask(before->subject, asker))
+        co_return;
+    co_await recheck();
+    if (co_await pressBy(std::move(keys), std::move(asker)) != before)
+        throw changedMeanwhile();
 }
 
 std::optional<ConfirmationSubject> Confirmations::subjectOfPress(ProbedElement const& element,
@@ -40,17 +60,14 @@ std::optional<ConfirmationSubject> Confirmations::subjectOfPress(ProbedElement c
     return subject && asker.policy.requiresConfirmation(*subject) ? std::move(subject) : std::nullopt;
 }
 
-Task<bool> Confirmations::askAboutKeys(std::vector<std::string> keys,
-                                       std::optional<FrontmostAppInfo> front,
-                                       Asker asker,
-                                       Strictness strictness)
+Confirmations::PressOrNone Confirmations::pressOf(std::optional<ProbedElement> element)
 {
-    // It came to the front after the guard's check; a later refusal would name it.
-    if (front && front->isHidden)
-        throw AgentError::hiddenAppActive;
-    Press press{.keys = keys, .given = {}, .front = std::move(front), .strictness = strictness};
-    press.given = co_await givenBy(std::move(keys));
-    co_return co_await askAboutChord(std::move(press), std::move(asker));
+    std::optional<ConfirmationSubject> subject;
+    if (element)
+        subject = SubmitButtonHeuristic::classify(*element);
+    if (!subject)
+        return std::nullopt;
+    return Press{*std::move(subject), std::move(element)};
 }
 
 Task<DangerousShortcuts::Chords> Confirmations::givenBy(std::vector<std::string> keys)
@@ -65,45 +82,44 @@ Task<DangerousShortcuts::Chords> Confirmations::givenBy(std::vector<std::string>
     co_return co_await layout->chordsOf(event);
 }
 
-Task<bool> Confirmations::askAboutChord(Press press, Asker asker)
+Task<Confirmations::PressOrNone> Confirmations::pressBy(Keys keys, Asker asker)
 {
-    std::string const frontName = press.front ? press.front->name : localized("common.app");
-    auto const bundleId = press.front ? std::optional(press.front->bundleId) : std::nullopt;
-    bool const isStrict = press.strictness == Strictness::strict;
-    if (auto const match = DangerousShortcuts::match(press.keys, bundleId, press.given)) {
-        ConfirmationSubject const subject{
-            ConfirmationSubject::KeyShortcut{match->combination, frontName, match->meaning}};
-        bool const wasAsked = co_await ask(subject, asker);
-        if (wasAsked || !isStrict)
-            co_return wasAsked;
+    auto const given = co_await givenBy(keys.names);
+    bool const isStrict = keys.strictness == Strictness::strict;
+    std::string const frontName = keys.front ? keys.front->name : localized("common.app");
+    auto const bundleId = keys.front ? std::optional(keys.front->bundleId) : std::nullopt;
+    if (auto const match = DangerousShortcuts::match(keys.names, bundleId, given)) {
+        Press shortcut{{ConfirmationSubject::KeyShortcut{match->combination, frontName, match->meaning}}};
+        if (!isStrict || asker.policy.requiresConfirmation(shortcut.subject))
+            co_return shortcut;
     }
-    if (isStrict) {
-        if (auto const key = DangerousShortcuts::activatingKey(press.keys, press.given))
-            co_return co_await askAboutActivation(*key, frontName, press.strictness, std::move(asker));
-        co_return false;
-    }
-    if (!DangerousShortcuts::activatesFocusedControl(press.keys, press.given))
-        co_return false;
-    std::string const combination = DangerousShortcuts::normalize(press.keys);
-    co_return co_await askAboutActivation(combination, frontName, press.strictness, std::move(asker));
+    std::optional<std::string> key;
+    if (isStrict)
+        key = DangerousShortcuts::activatingKey(keys.names, given);
+    else if (DangerousShortcuts::activatesFocusedControl(keys.names, given))
+        key = DangerousShortcuts::normalize(keys.names);
+    if (!key)
+        co_return std::nullopt;
+    co_return co_await activationBy(*std::move(key), frontName, keys.strictness, std::move(asker));
 }
 
-Task<bool>
-Confirmations::askAboutActivation(std::string key, std::string frontName, Strictness strictness, Asker asker)
+Task<Confirmations::PressOrNone>
+Confirmations::activationBy(std::string key, std::string frontName, Strictness strictness, Asker asker)
 {
-    if (auto const dialog = co_await probe.frontmostDialog()) {
+    if (auto dialog = co_await probe.frontmostDialog()) {
         ConfirmationSubject const subject{ConfirmationSubject::DialogButton{
             localized("confirm.defaultButton", {key}), dialog->appName.value_or(frontName)}};
-        co_return co_await ask(subject, std::move(asker));
+        co_return Press{subject, std::move(dialog)};
     }
     auto const focused = co_await probe.focusedElement();
-    if (co_await askAboutPress(focused, asker))
-        co_return true;
+    auto press = pressOf(focused);
+    if (press && asker.policy.requiresConfirmation(press->subject))
+        co_return press;
     // A button takes Return itself, and so does a text of several lines.
     bool const takesReturn = focused && (isButtonRole(focused->role) || focused->role == "AXTextArea");
     if (strictness == Strictness::ordinary || key != "return" || takesReturn)
-        co_return false;
-    co_return co_await askAboutPress(co_await probe.defaultButton(), std::move(asker));
+        co_return std::nullopt;
+    co_return pressOf(co_await probe.defaultButton());
 }
 
 } // namespace zelvo

@@ -7,8 +7,10 @@
 #include "confirm/ElementProbing.h"
 #include "platform/KeyboardLayout.h"
 #include "router/Admission.h"
+#include "wire/AgentError.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,8 +20,7 @@ namespace zelvo {
 /// Whether Return and Space are judged with any modifiers, and a default button is searched for.
 enum class Strictness { ordinary, strict };
 
-/// Asks the person about what the asker's policy wants a yes for. Each question returns whether the person
-/// was asked: then time has passed, and everything may have changed. Thread: any. Throws
+/// Asks the person about what the asker's policy wants a yes for. Thread: any. Throws
 /// AgentError::deniedByUser, AgentError::confirmationTimeout.
 class Confirmations {
 public:
@@ -34,31 +35,44 @@ public:
     /// How long a caller lets the person think: "confirmationTimeoutMs", or the default.
     static std::int64_t timeoutMs(json::object const& params);
 
+    /// Returns whether the person was asked: then time has passed, and everything may have changed.
     Task<bool>
     ask(ConfirmationSubject subject, std::optional<Asker> asker, std::int64_t timeoutMs = defaultTimeoutMs);
-    /// Asks if a left click at this point would commit something.
-    Task<bool> askAboutClick(DesktopPoint at, Asker asker);
-    /// Asks if this chord would commit something in the application `front`, which is in front.
-    /// Throws  AgentError::hiddenAppActive if that application is hidden
-    Task<bool> askAboutKeys(std::vector<std::string> keys,
-                            std::optional<FrontmostAppInfo> front,
-                            Asker asker,
-                            Strictness strictness = Strictness::ordinary);
-    /// What the asker must ask about before this element is pressed.
-    static std::optional<ConfirmationSubject> subjectOfPress(ProbedElement const& element,
-                                                             Asker const& asker);
-
-private:
-    struct Press {
-        std::vector<std::string> keys;
-        DangerousShortcuts::Chords given; ///< by the keyboard layout
+    /// Checks everything else again after a yes: the panel was in front, and time has passed.
+    using Recheck = std::function<Task<>()>;
+    /// Asks if a left click at this point would commit something; then `recheck` is called. Throws
+    /// changedMeanwhile() if something else is there after the answer.
+    Task<> askAboutClick(DesktopPoint at, Asker asker, Recheck recheck);
+    /// A chord, and the application in front that gets it.
+    struct Keys {
+        std::vector<std::string> names;
         std::optional<FrontmostAppInfo> front;
         Strictness strictness = Strictness::ordinary;
     };
+    /// The same for a chord. Throws also AgentError::hiddenAppActive if the application is hidden.
+    Task<> askAboutKeys(Keys keys, Asker asker, Recheck recheck);
+    /// What the asker must ask about before this element is pressed.
+    static std::optional<ConfirmationSubject> subjectOfPress(ProbedElement const& element,
+                                                             Asker const& asker);
+    /// An application put something else in the place of what the person said yes to.
+    static DetailedAgentError changedMeanwhile();
+
+private:
+    /// A question and the element that it is about.
+    struct Press {
+        ConfirmationSubject subject;
+        std::optional<ProbedElement> element = {};
+        bool operator==(Press const&) const = default;
+    };
+    using PressOrNone = std::optional<Press>;
+
+    static PressOrNone pressOf(std::optional<ProbedElement> element);
+    /// What a chord would press, and the asker asks about.
+    Task<PressOrNone> pressBy(Keys keys, Asker asker);
+    Task<PressOrNone>
+    activationBy(std::string key, std::string frontName, Strictness strictness, Asker asker);
+    /// The chords that the keyboard layout gives.
     Task<DangerousShortcuts::Chords> givenBy(std::vector<std::string> keys);
-    Task<bool> askAboutChord(Press press, Asker asker);
-    Task<bool> askAboutActivation(std::string key, std::string frontName, Strictness strictness, Asker asker);
-    Task<bool> askAboutPress(std::optional<ProbedElement> element, Asker asker);
 
     Confirming& presenter;
     ElementProbing& probe;

@@ -3,9 +3,15 @@
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
+#include "confirm/ShellEnvironment.h"
 #include "state/ActivityWording.h"
 #include "wire/AgentError.h"
 #include "wire/records/SystemCommands.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+#include <vector>
 
 namespace zelvo {
 
@@ -13,6 +19,8 @@ namespace {
 
 constexpr std::int64_t defaultTimeoutMs = 60'000;
 constexpr std::size_t maxLoggedCommandLength = 300; // Characters.
+constexpr std::size_t maxLoggedEnvironmentBytes = 16UL * 1024;
+constexpr std::size_t maxCutVariable = 200; // Characters.
 
 /// Nothing unless each value is a text.
 std::optional<std::map<std::string, std::string>> environmentFrom(json::object const& params)
@@ -27,6 +35,28 @@ std::optional<std::map<std::string, std::string>> environmentFrom(json::object c
         environment.emplace(entry.key(), std::string_view(entry.value().get_string()));
     }
     return environment;
+}
+
+/// As it is, but for what is beyond `maxLoggedEnvironmentBytes`: the log must not grow without end. Variables
+/// that change what runs come first; of one that is cut, the length stays.
+std::vector<std::string> loggedEnvironment(std::map<std::string, std::string> const& environment)
+{
+    ShellEnvironment::Lines found = ShellEnvironment::lines(environment);
+    std::vector<std::string> all = std::move(found.risky);
+    std::ranges::move(found.others, std::back_inserter(all));
+    std::vector<std::string> logged;
+    std::size_t left = maxLoggedEnvironmentBytes;
+    for (std::string const& line : all) {
+        if (line.size() > left) {
+            logged.push_back(text::prefix(line, std::min(left, maxCutVariable)) + "… (" +
+                             std::to_string(line.size()) + " bytes)");
+            logged.push_back("… (" + std::to_string(all.size()) + " variables)");
+            break;
+        }
+        left -= line.size();
+        logged.push_back(line);
+    }
+    return logged;
 }
 
 json::value shellResult(ShellRunResult result)
@@ -48,20 +78,23 @@ Task<json::value> ShellHandlers::run(Admission admission)
     auto const command = read::text(params, "command");
     if (!command)
         throw AgentError::invalidRequest;
-    ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{*command}};
+    auto const cwd = read::text(params, "cwd");
+    auto const env = environmentFrom(params);
+    ConfirmationSubject::ShellCommand const asked{*command, cwd,
+                                                  env.value_or(std::map<std::string, std::string>{})};
+    ConfirmationSubject const subject{asked};
     co_await services.confirmations.ask(subject, admission.asker, Confirmations::timeoutMs(params));
     std::int64_t const timeoutMs = read::integer(params, "timeoutMs").value_or(defaultTimeoutMs);
-    ShellRunResult const result =
-        co_await services.shell.run(*command, read::text(params, "cwd"), timeoutMs, environmentFrom(params));
+    ShellRunResult const result = co_await services.shell.run(*command, cwd, timeoutMs, env);
     if (admission.connection)
         co_await on(services.main,
-                    [&] { log(*admission.connection, admission.loggedAgentName(), *command, result); });
+                    [&] { log(*admission.connection, admission.loggedAgentName(), asked, result); });
     co_return shellResult(std::move(result));
 }
 
 void ShellHandlers::log(GrantedConnection const& connection,
                         std::optional<std::string> agentName,
-                        std::string const& command,
+                        ConfirmationSubject::ShellCommand const& command,
                         ShellRunResult const& result)
 {
     AgentState::LogLine line{.platform = connection.platformName,
@@ -69,7 +102,9 @@ void ShellHandlers::log(GrantedConnection const& connection,
     line.kind = ActivityKind::terminal;
     line.connectionId = connection.id;
     line.note = ActivityWording::terminalNote(result.exitCode, result.durationMs, result.timedOut);
-    line.detail = text::prefix(command, maxLoggedCommandLength);
+    line.detail = text::prefix(command.command, maxLoggedCommandLength);
+    line.cwd = command.cwd;
+    line.env = loggedEnvironment(command.env);
     line.agentName = std::move(agentName);
     services.state.log(std::move(line));
 }

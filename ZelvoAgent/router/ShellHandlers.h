@@ -34,7 +34,7 @@ private:
     /// Thread: main.
     void log(GrantedConnection const& connection,
              std::optional<std::string> agentName,
-             std::string const& command,
+             ConfirmationSubject::ShellCommand const& command,
              ShellRunResult const& result);
 
     Services services;

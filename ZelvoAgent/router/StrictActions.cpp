@@ -129,9 +129,13 @@ Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
 {
     if (DangerousShortcuts::activatingKey(keys, {}))
         co_await settle();
-    auto const front = co_await services.probe.frontmostApp();
-    if (co_await services.confirmations.askAboutKeys(std::move(keys), front, turn.asker, Strictness::strict))
-        co_await turn.recheck(front ? front->bundleId : "");
+    Confirmations::Keys pressed;
+    pressed.names = std::move(keys);
+    pressed.front = co_await services.probe.frontmostApp();
+    pressed.strictness = Strictness::strict;
+    std::string const application = pressed.front ? pressed.front->bundleId : "";
+    Confirmations::Recheck const again = [&] { return turn.recheck(application); };
+    co_await services.confirmations.askAboutKeys(std::move(pressed), turn.asker, again);
 }
 
 Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
@@ -155,6 +159,8 @@ Task<> StrictActions::askAboutClick(DesktopPoint at, MouseButton button, Turn tu
         co_return;
     co_await services.confirmations.ask(*subject, turn.asker);
     co_await turn.recheck(std::nullopt);
+    if (co_await subjectOf(at, button, turn.asker) != subject)
+        throw Confirmations::changedMeanwhile();
 }
 
 /// The right button opens a menu on a button, but it presses the items of an open menu like any other.

@@ -15,6 +15,23 @@ void addIfPresent(json::object& object, std::string_view key, std::optional<T> c
         object[key] = *value;
 }
 
+/// Empty if there is none; `nullopt` if it is of another type.
+std::optional<std::vector<std::string>> environmentIn(json::object const& object)
+{
+    std::vector<std::string> lines;
+    json::value const* const stored = object.if_contains("env");
+    if (!stored || stored->is_null())
+        return lines;
+    if (!stored->is_array())
+        return std::nullopt;
+    for (json::value const& line : stored->get_array()) {
+        if (!line.is_string())
+            return std::nullopt;
+        lines.emplace_back(line.get_string());
+    }
+    return lines;
+}
+
 } // namespace
 
 ActivityKind guessActivityKind(std::string_view platformName)
@@ -38,6 +55,9 @@ json::object ActivityEntry::toJson() const
     addIfPresent(object, "detail", detail);
     addIfPresent(object, "count", count);
     addIfPresent(object, "agentName", agentName);
+    addIfPresent(object, "cwd", cwd);
+    if (!env.empty())
+        object["env"] = json::array(env.begin(), env.end());
     return object;
 }
 
@@ -56,8 +76,10 @@ std::optional<ActivityEntry> ActivityEntry::fromJson(json::value const& stored)
     auto const detail = stored::optionalText(*object, "detail");
     auto const count = stored::optionalInteger(*object, "count");
     auto const agentName = stored::optionalText(*object, "agentName");
+    auto const cwd = stored::optionalText(*object, "cwd");
+    auto const env = environmentIn(*object);
     if (!id || !at || !platformName || !summary || !kindText || !connectionId || !note || !detail || !count ||
-        !agentName)
+        !agentName || !cwd || !env)
         return std::nullopt;
     std::optional<ActivityKind> kind;
     if (*kindText) {
@@ -69,7 +91,8 @@ std::optional<ActivityEntry> ActivityEntry::fromJson(json::value const& stored)
                          *platformName, *summary,
                          kind,          *connectionId,
                          *note,         *detail,
-                         *count,        *agentName};
+                         *count,        *agentName,
+                         *cwd,          *env};
 }
 
 } // namespace zelvo

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zelvo {
 
@@ -54,6 +55,8 @@ struct ActivityEntry {
     std::optional<std::string> detail; ///< a long text, shown on demand
     std::optional<std::int64_t> count; ///< number of merged events; absent means one
     std::optional<std::string> agentName;
+    std::optional<std::string> cwd = {}; ///< the folder of a command, if the agent named one
+    std::vector<std::string> env = {};   ///< the variables that the agent set for a command, "NAME=value"
     bool operator==(ActivityEntry const&) const = default;
 
     ActivityKind resolvedKind() const;

@@ -116,6 +116,8 @@ ActivityEntry AgentState::newEntry(LogLine line) const
     entry.note = std::move(line.note);
     entry.detail = std::move(line.detail);
     entry.agentName = std::move(line.agentName);
+    entry.cwd = std::move(line.cwd);
+    entry.env = std::move(line.env);
     return entry;
 }
 

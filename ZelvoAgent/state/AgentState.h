@@ -81,6 +81,8 @@ public:
         std::optional<std::string> note = {};
         std::optional<std::string> detail = {};
         std::optional<std::string> agentName = {};
+        std::optional<std::string> cwd = {};
+        std::vector<std::string> env = {};
     };
     void log(LogLine line);
     /// Logs a screenshot by an agent. Successive screenshots are merged into one entry with a count.

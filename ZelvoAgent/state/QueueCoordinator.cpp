@@ -6,6 +6,8 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace zelvo {
 
@@ -50,11 +52,25 @@ void QueueCoordinator::setPolicy(QueuePolicy next)
 
 void QueueCoordinator::receive(QueuedCommandsOffer offer)
 {
-    notify(offer);
-    if (auto decision = immediateDecision(current, offer.ids()))
+    if (!isFromKnown(offer))
+        return;
+    if (auto decision = immediateDecision(current, offer.ids())) {
+        notify(offer);
         send(offer, *std::move(decision));
-    else
-        ask(std::move(offer));
+    } else {
+        enqueue(std::move(offer));
+    }
+}
+
+/// False for an offer to ignore. The name that the person knows the connection by replaces the offer's: that
+/// one is any text.
+bool QueueCoordinator::isFromKnown(QueuedCommandsOffer& offer) const
+{
+    auto const connection = services.state.connection(offer.connectionId);
+    if (!connection)
+        return services.mode() != AgentMode::connected;
+    offer.nameBy(connection->platformName);
+    return true;
 }
 
 void QueueCoordinator::notify(QueuedCommandsOffer const& offer)
@@ -62,23 +78,53 @@ void QueueCoordinator::notify(QueuedCommandsOffer const& offer)
     services.notifications.show(QueueWording::title(offer), notice(current));
 }
 
-/// One answer decides the whole offer.
-void QueueCoordinator::ask(QueuedCommandsOffer offer)
+void QueueCoordinator::enqueue(QueuedCommandsOffer offer)
 {
-    spawn(services.main, [this, offer = std::move(offer)]() -> Task<> {
-        ConfirmationPresenter::Choice choice{.title = QueueWording::title(offer),
-                                             .detail = QueueWording::list(offer),
-                                             .allowTitle = localized("queue.run"),
-                                             .denyTitle = localized("queue.policy.never")};
-        ConfirmationDecision const decision =
-            co_await services.askChoice(std::move(choice), timeoutMs(offer));
-        if (decision == ConfirmationDecision::denied())
-            send(offer, {.accepted = {}, .declined = offer.ids()});
-        else if (decision == ConfirmationDecision::timedOut())
-            log(offer, localized("activity.queueUnanswered")); // The commands stay in the gateway's queue.
+    auto const earlier = std::ranges::find(waiting, offer.connectionId, &QueuedCommandsOffer::connectionId);
+    if (earlier != waiting.end()) {
+        *earlier = std::move(offer);
+        return;
+    }
+    if (waiting.size() >= maxWaiting)
+        return;
+    if (askedFor != offer.connectionId)
+        notify(offer);
+    waiting.push_back(std::move(offer));
+    if (!askedFor)
+        spawn(services.main, [this] { return askOneByOne(); });
+}
+
+Task<> QueueCoordinator::askOneByOne()
+{
+    while (!askedFor && !waiting.empty()) {
+        QueuedCommandsOffer offer = std::move(waiting.front());
+        waiting.erase(waiting.begin());
+        if (!isFromKnown(offer)) // Revoked while it waited.
+            continue;
+        if (auto decision = immediateDecision(current, offer.ids()))
+            send(offer, *std::move(decision));
         else
-            send(offer, {.accepted = offer.ids(), .declined = {}});
-    });
+            co_await ask(std::move(offer));
+    }
+}
+
+/// One answer decides the whole offer.
+Task<> QueueCoordinator::ask(QueuedCommandsOffer offer)
+{
+    askedFor = offer.connectionId;
+    auto const ended = [](std::optional<std::string>* asked) { asked->reset(); };
+    std::unique_ptr<std::optional<std::string>, decltype(ended)> const open(&askedFor, ended);
+    ConfirmationPresenter::Choice choice{.title = QueueWording::title(offer),
+                                         .detail = QueueWording::list(offer),
+                                         .allowTitle = localized("queue.run"),
+                                         .denyTitle = localized("queue.policy.never")};
+    ConfirmationDecision const decision = co_await services.askChoice(std::move(choice), timeoutMs(offer));
+    if (decision == ConfirmationDecision::denied())
+        send(offer, {.accepted = {}, .declined = offer.ids()});
+    else if (decision == ConfirmationDecision::timedOut())
+        log(offer, localized("activity.queueUnanswered")); // The commands stay in the gateway's queue.
+    else
+        send(offer, {.accepted = offer.ids(), .declined = {}});
 }
 
 /// The time until the first command expires: a later answer would not help that command.

@@ -25,8 +25,10 @@ std::string waiting(std::size_t count)
 
 std::string title(QueuedCommandsOffer const& offer)
 {
-    return localized("queue.title",
-                     {text::shownInLine(offer.platformName, maxNameLength), waiting(offer.commands.size())});
+    std::string name = text::shownInLine(offer.platformName, maxNameLength);
+    if (offer.claimedName)
+        name = localized("queue.claimedName", {name, text::shownInLine(*offer.claimedName, maxNameLength)});
+    return localized("queue.title", {name, waiting(offer.commands.size())});
 }
 
 std::string list(QueuedCommandsOffer const& offer)

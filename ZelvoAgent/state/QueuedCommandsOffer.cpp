@@ -3,6 +3,8 @@
 #include "base/DateText.h"
 #include "base/LocalizedTexts.h"
 
+#include <utility>
+
 namespace zelvo {
 
 namespace {
@@ -51,6 +53,15 @@ std::vector<std::string> QueuedCommandsOffer::ids() const
     for (QueuedCommandInfo const& command : commands)
         all.push_back(command.commandId);
     return all;
+}
+
+void QueuedCommandsOffer::nameBy(std::string const& connectionName)
+{
+    if (platformName == connectionName)
+        return;
+    std::string claimed = std::exchange(platformName, connectionName);
+    if (claimed != localized("common.platform")) // The name of an offer that gives none.
+        claimedName = std::move(claimed);
 }
 
 } // namespace zelvo

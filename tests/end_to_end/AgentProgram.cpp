@@ -71,10 +71,22 @@ void AgentProgram::waitUntilItRuns()
     require("the agent", [&] { return desktop.run(question).find("true") != std::string::npos; });
 }
 
+void AgentProgram::update()
+{
+    fs::path const next = program.string() + ".new";
+    fs::copy_file(ZELVO_AGENT, next);
+    fs::rename(next, program);
+}
+
 int AgentProgram::startAgain(std::vector<std::string> arguments)
 {
+    return desktop.processes().waitForEnd(startBeside(std::move(arguments)), 10);
+}
+
+pid_t AgentProgram::startBeside(std::vector<std::string> arguments)
+{
     arguments.insert(arguments.begin(), program.string());
-    return desktop.processes().waitForEnd(desktop.start(std::move(arguments)), 10);
+    return desktop.start(std::move(arguments));
 }
 
 void AgentProgram::kill()

@@ -24,8 +24,12 @@ public:
     void start(std::vector<std::string> arguments = {}, Environment extra = {});
     /// Waits until it is the one that further starts hand over to; needs a session bus.
     void waitUntilItRuns();
+    /// Replaces the program's file like an update, while it runs.
+    void update();
     /// Starts the program again beside the running one; returns its exit code.
     int startAgain(std::vector<std::string> arguments);
+    /// The same without waiting for its end; returns the process.
+    pid_t startBeside(std::vector<std::string> arguments);
     /// Kills it, like a crash.
     void kill();
     /// Sends a signal and waits for the end, at most ten seconds; returns the exit code.

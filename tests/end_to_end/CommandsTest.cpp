@@ -63,6 +63,27 @@ TEST_F(Commands, runsACommandAfterAYes)
     require("the line in the journal", [&] { return agent.activity().front() == "Ran a command"; });
 }
 
+// A harmless command becomes another program by its variables, and means another file in another folder.
+TEST_F(Commands, keepsFolderAndVariablesOfACommandInTheLog)
+{
+    linkWithShell();
+    json::object const run{{"command", "sleep 1; pwd"},
+                           {"cwd", "/"},
+                           {"env", {{"ZDOTDIR", "/tmp/elsewhere"}, {"A", "secret-value"}}}};
+
+    auto allowed = commanding("shell.run", run);
+    answerPanel("Return");
+    std::string const processes = desktop.run({"ps", "-e", "-ww", "-o", "args="});
+    EXPECT_EQ(allowed.get().body.at("result").at("stdout"), "/\n");
+
+    EXPECT_EQ(processes.find("secret-value"), std::string::npos);
+    require("the line in the journal", [&] { return agent.activity().front() == "Ran a command"; });
+    json::value const line = agent.setting("zelvo.activity").at(0);
+    EXPECT_EQ(line.at("detail"), "sleep 1; pwd");
+    EXPECT_EQ(line.at("cwd"), "/");
+    EXPECT_EQ(writeJson(line.at("env")), R"(["ZDOTDIR=/tmp/elsewhere","A=secret-value"])");
+}
+
 TEST_F(Commands, endsACommandWhoseTimeIsOver)
 {
     connection = startUnattended();

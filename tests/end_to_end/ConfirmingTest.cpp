@@ -109,6 +109,21 @@ TEST_F(Confirming, anElementThatMovedAwayIsNotClicked)
     EXPECT_EQ(said().find("pressed Send"), std::string::npos) << said();
 }
 
+TEST_F(Confirming, aButtonThatChangesWhileItIsAskedAboutIsNotPressed)
+{
+    connection = linkByReturn({"screen", "input"});
+    openLetter(Toolkit::gtk3);
+    auto answer = performing({clickOn("AXButton", "Send")});
+    waitForPanel();
+
+    ::kill(application, SIGUSR1);
+    ASSERT_TRUE(says("swapped")) << said();
+    answerPanel("Return");
+
+    EXPECT_EQ(codeOf(answer.get()), "snapshot_expired");
+    EXPECT_EQ(said().find("pressed"), std::string::npos) << said();
+}
+
 TEST_F(Confirming, thePauseKeyStopsABatchAtTheNextAction)
 {
     connection = linkByReturn({"screen", "input"});

@@ -3,6 +3,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace zelvo::test {
@@ -71,6 +74,45 @@ TEST_F(Link, isBegunByASecondStartWhichHandsOverTheUrlAndEnds)
     EXPECT_TRUE(agent.isRunning());
 }
 
+std::string commandLineOf(pid_t process)
+{
+    std::ifstream stream("/proc/" + std::to_string(process) + "/cmdline", std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST_F(Link, isNotInTheProcessList)
+{
+    agent.start({gateway.newLink({"screen"})});
+    waitForConsent();
+
+    std::string const line = commandLineOf(agent.pid());
+
+    EXPECT_NE(line.find("zelvo-agent"), std::string::npos);
+    EXPECT_EQ(line.find("token"), std::string::npos) << line;
+}
+
+TEST_F(Link, isNotInTheProcessListWhileASecondStartHandsItOver)
+{
+    agent.start();
+    agent.waitUntilItRuns();
+    ::kill(agent.pid(), SIGSTOP); // The second start now waits for an answer, for two seconds.
+
+    pid_t const second = agent.startBeside({gateway.newLink({"screen"})});
+    bool const isClean = waitFor(
+        [&] {
+            std::string const line = commandLineOf(second);
+            return line.find("zelvo-agent") != std::string::npos && line.find("token") == std::string::npos;
+        },
+        1500ms);
+    bool const isWaiting = desktop.processes().isRunning(second);
+    ::kill(agent.pid(), SIGCONT);
+
+    EXPECT_TRUE(isClean) << commandLineOf(second);
+    EXPECT_TRUE(isWaiting);
+    EXPECT_EQ(desktop.processes().waitForEnd(second, 10), 0);
+    waitForConsent();
+}
+
 TEST_F(Link, isNotMadeByAPersonWhoTypesOn)
 {
     std::vector<std::string> typing = {"xdotool", "key", "--delay", "100"};
@@ -104,6 +146,34 @@ TEST_F(Link, anAnswerMeantForTheFirstRequestDoesNotAllowTheSecond)
 
     EXPECT_FALSE(waitFor([&] { return !gateway.connections().empty(); }, 1s));
     EXPECT_TRUE(isOpen("Connection request"));
+}
+
+TEST_F(Link, aFloodOfLinksBeginsOneRequest)
+{
+    agent.start();
+    agent.waitUntilItRuns();
+    std::vector<std::string> links = {gateway.newLink({"screen"})};
+    for (int i = 0; i < 200; ++i)
+        links.push_back("zelvo://link?token=flood" + std::to_string(i));
+
+    EXPECT_EQ(agent.startAgain(links), 0);
+    waitForConsent();
+    allowConsent();
+
+    EXPECT_TRUE(waitFor([&] { return gateway.connections().size() == 1; }));
+    EXPECT_TRUE(waitFor([&] { return contains(agent.activity(), "Ignored more links that came at once"); }));
+}
+
+TEST_F(Link, isHandedOverToTheProgramOfBeforeAnUpdate)
+{
+    agent.start();
+    agent.waitUntilItRuns();
+    agent.update();
+
+    EXPECT_EQ(agent.startAgain({gateway.newLink({"screen"})}), 0);
+
+    waitForConsent();
+    EXPECT_TRUE(agent.isRunning());
 }
 
 TEST_F(Link, aSecondStartWithoutArgumentsComesToTheFront)

@@ -54,13 +54,18 @@ TEST_F(AppDelegateTest, servesTheLastLinkThatCameBeforeTheStart)
     EXPECT_EQ(resolvedTokens(), Tokens({"b"}));
 }
 
-TEST_F(AppDelegateTest, beginsEveryLinkOnceItRuns)
+TEST_F(AppDelegateTest, beginsOneLinkAtATimeOnceItRuns)
 {
     delegate.start();
 
-    delegate.open({"zelvo://link?token=a", "nonsense", "zelvo://link?token=b"});
+    delegate.open({"nonsense", "zelvo://link?token=a", "zelvo://link?token=b"});
+    delegate.open({"zelvo://link?token=c"});
+    EXPECT_EQ(resolvedTokens(), Tokens({"a"}));
 
-    EXPECT_EQ(resolvedTokens(), Tokens({"a", "b"}));
+    platform.loading.answer(400, "{}");
+    platform.settle();
+    delegate.open({"zelvo://link?token=d"});
+    EXPECT_EQ(resolvedTokens(), Tokens({"a", "d"}));
 }
 
 TEST_F(AppDelegateTest, connectsWithTheStoredToken)

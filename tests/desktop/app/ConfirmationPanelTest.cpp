@@ -17,6 +17,7 @@ namespace zelvo::test {
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 using Decision = ConfirmationDecision;
 
 ConfirmationSubject shell(std::string command)
@@ -85,6 +86,19 @@ TEST(ExactText, letsNothingPushTheEndOutOfSight)
     EXPECT_EQ(exactLines("   a"), QStringList({"   a"}));
 }
 
+TEST(ExactText, showsNoTwoTextsAlike)
+{
+    EXPECT_EQ(exactLines("a␛b"), QStringList({"a⟨U+241B⟩b"}));
+    EXPECT_EQ(exactLines("⟨U+202E⟩"), QStringList({"⟨U+27E8⟩U+202E⟩"}));
+    EXPECT_EQ(exactLines("⟨␣ × 50⟩"), QStringList({"⟨U+27E8⟩⟨U+2423⟩ × 50⟩"}));
+}
+
+TEST(ExactText, keepsOneLineOne)
+{
+    EXPECT_EQ(exactLine("A=1\nPATH=/usr/bin\r\n"), QStringList({"A=1␊PATH=/usr/bin␍␊"}));
+    EXPECT_EQ(exactLine(""), QStringList());
+}
+
 TEST(ExactText, losesNothingOfALongText)
 {
     std::string const line(2000, 'x');
@@ -98,6 +112,13 @@ TEST(ExactText, losesNothingOfALongText)
 
 class ConfirmationPanelTest : public PanelFixture {
 protected:
+    std::vector<std::string> shownParts()
+    {
+        std::vector<std::string> texts;
+        for (QPlainTextEdit const* const part : panel()->findChildren<QPlainTextEdit*>())
+            texts.push_back(part->toPlainText().toStdString());
+        return texts;
+    }
     QPlainTextEdit* detail() { return panel()->findChild<QPlainTextEdit*>(); }
     std::string property(std::string const& name)
     {
@@ -424,6 +445,52 @@ TEST_F(ConfirmationPanelTest, opensAtOnceWithAMebibyteAndShowsAllOfIt)
         press("Escape");
         ASSERT_TRUE(until([&] { return answer->has_value(); }));
     }
+}
+
+TEST_F(ConfirmationPanelTest, namesVariablesThatChangeWhatRunsFirst)
+{
+    ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{
+        .command = "make install\n\nIn this folder:\n/home/kim",
+        .cwd = "/tmp/build",
+        .env = {{"BASH_ENV", "/tmp/.evil"}, {"LC_ALL", "C\nPATH=/usr/bin"}, {"PATH", "/tmp/bin:/usr/bin"}}}};
+    askAndWait(subject);
+
+    EXPECT_THAT(shownParts(), ElementsAre("BASH_ENV=/tmp/.evil\nPATH=/tmp/bin:/usr/bin",
+                                          "Acme Assistant\n\nmake install\n\nIn this folder:\n/home/kim",
+                                          "/tmp/build", "LC_ALL=C␊PATH=/usr/bin"));
+    QPlainTextEdit const* const risky = panel()->findChildren<QPlainTextEdit*>()[0];
+    EXPECT_EQ(risky->accessibleName().toStdString(), localized("confirm.shell.riskyVariables"));
+    EXPECT_LT(middleOf(*risky).y, middleOf(*panel()->findChildren<QPlainTextEdit*>()[1]).y);
+    EXPECT_TRUE(panel()->accessibleDescription().contains("BASH_ENV"));
+    EXPECT_TRUE(panel()->findChildren<QPlainTextEdit*>()[1]->hasFocus());
+    picture("environment");
+    QApplication::setPalette(darkPalette());
+    ASSERT_TRUE(until([this] { return panel()->palette().window().color().lightness() < 128; }));
+    picture("environment-dark");
+}
+
+TEST_F(ConfirmationPanelTest, manyLongVariablesPushNothingOutOfSight)
+{
+    std::map<std::string, std::string> env;
+    for (int i = 0; i < 1000; ++i) {
+        env["LD_" + std::to_string(i)] = std::string(300, 'x');
+        env["V" + std::to_string(i)] = std::string(300, 'y') + " end";
+    }
+    env["PATH"] = std::string(100'000, '/') + "the-end";
+    std::string const cwd = "/" + std::string(4000, 'd') + "/end";
+    Answer const answer = askAndWait({ConfirmationSubject::ShellCommand{
+        .command = std::string(20'000, 'c') + "end", .cwd = cwd, .env = env}});
+
+    EXPECT_LT(panel()->height(), 700);
+    EXPECT_TRUE(named<QLabel>(localized("confirm.moreBelow")));
+    ASSERT_TRUE(until([this] { return shownParts()[0].ends_with("the-end"); }));
+    EXPECT_TRUE(until([this] { return shownParts()[3].ends_with(" end"); }));
+    for (QPlainTextEdit* const part : panel()->findChildren<QPlainTextEdit*>())
+        EXPECT_GT(part->verticalScrollBar()->maximum(), 0);
+    picture("environment-long");
+    clickOn(*named<QPushButton>("Deny"));
+    EXPECT_TRUE(until([&] { return answer->has_value(); }));
+    EXPECT_EQ(*answer, Decision::denied());
 }
 
 TEST_F(ConfirmationPanelTest, showsForeignTextsAsLetters)

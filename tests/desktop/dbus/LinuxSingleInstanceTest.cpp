@@ -158,6 +158,62 @@ TEST_F(Instance, thatWasKilledBlocksNobody)
     EXPECT_TRUE(running.eventually([&] { return activated == 1; }));
 }
 
+TEST_F(Instance, givesNoLinkToAnotherProgramWithItsName)
+{
+    buses.start(BusKind::session);
+    char const* const interface = "org.freedesktop.Application";
+    buses.mock(BusKind::session, name, objectPath, interface);
+    for (auto const& [member, signature] : {std::pair("Open", "asa{sv}"), std::pair("Activate", "a{sv}")})
+        buses.control(BusKind::session, name, objectPath, "AddMethod",
+                      {"sssss", interface, member, signature, "", ""});
+    auto const first = instance();
+
+    EXPECT_TRUE(first->claim({"zelvo://link?token=secret"}, requests()));
+    EXPECT_FALSE(startsBeside({"zelvo://link?token=secret"})); // Handed over to the first.
+
+    EXPECT_TRUE(running.eventually([&] { return !opened.empty(); }));
+    EXPECT_EQ(opened, std::vector<Urls>({{"zelvo://link?token=secret"}}));
+    EXPECT_EQ(buses.control(BusKind::session, name, objectPath, "GetCalls", {}).find("secret"),
+              std::string::npos);
+}
+
+TEST_F(Instance, givesNoLinkToAnotherProgramWithItsLock)
+{
+    pid_t const thief = buses.run({"/usr/bin/python3", "-c", R"(
+import fcntl, socket, sys
+folder = sys.argv[1]
+lock = open(folder + "/dev.zelvo.agent.lock", "w")
+fcntl.flock(lock, fcntl.LOCK_EX)
+server = socket.socket(socket.AF_UNIX)
+server.bind(folder + "/dev.zelvo.agent.socket")
+server.listen()
+print("ready", flush=True)
+while True:
+    peer, _ = server.accept()
+    print("got", peer.recv(65536), flush=True)
+    peer.send(b"!")
+)",
+                                   LinuxSingleInstance::lockFolder().string()});
+    require("the thief", [&] { return buses.output(thief).find("ready") != std::string::npos; });
+
+    EXPECT_FALSE(startsBeside({"zelvo://link?token=secret"}));
+
+    EXPECT_EQ(buses.output(thief).find("secret"), std::string::npos) << buses.output(thief);
+}
+
+TEST_F(Instance, servesTheFolderWhenAnotherProgramTookItsNameOverARestartOfTheBus)
+{
+    buses.start(BusKind::session);
+    auto const first = instance();
+    ASSERT_TRUE(first->claim({}, requests()));
+
+    EXPECT_TRUE(std::filesystem::exists(LinuxSingleInstance::lockFolder() / "dev.zelvo.agent.socket"));
+    buses.stop(BusKind::session);
+    EXPECT_FALSE(startsBeside({"zelvo://link?token=a"}));
+
+    EXPECT_TRUE(running.eventually([&] { return opened.size() == 1; }));
+}
+
 TEST_F(Instance, passesOverMessagesThatAreNotUrls)
 {
     auto const first = instance();

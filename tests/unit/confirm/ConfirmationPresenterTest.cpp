@@ -164,6 +164,20 @@ TEST_F(ConfirmationPresenterTest, wordsAPanelFromItsSubject)
     EXPECT_FALSE(panels.last().contents.isExact);
 }
 
+TEST_F(ConfirmationPresenterTest, givesFolderAndVariablesOfACommandTheirOwnPlaces)
+{
+    ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{
+        .command = "make", .cwd = "/tmp/x", .env = {{"A", "1\nPATH=/usr/bin"}, {"PATH", "/tmp/evil"}}}};
+    ask(subject);
+
+    PanelContents const& shown = panels.last().contents;
+    EXPECT_EQ(shown.detail, "Acme\n\nmake");
+    EXPECT_EQ(shown.warning, (PanelSection{localized("confirm.shell.riskyVariables"), {"PATH=/tmp/evil"}}));
+    EXPECT_EQ(shown.additions,
+              (std::vector<PanelSection>{{localized("confirm.shell.folder"), {"/tmp/x"}},
+                                         {localized("confirm.shell.variables"), {"A=1\nPATH=/usr/bin"}}}));
+}
+
 TEST_F(ConfirmationPresenterTest, keepsAPlatformsNameFromPassingForTheCommand)
 {
     std::string const rightToLeftOverride = {'\xE2', '\x80', '\xAE'};

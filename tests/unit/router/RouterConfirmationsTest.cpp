@@ -40,12 +40,13 @@ protected:
         state.grant(std::move(connection));
     }
     /// Reads a tree of one element and gives a click on it.
-    std::string elementClick(std::string role, std::string title)
+    std::string elementClick(std::string role, std::string title, std::optional<std::string> identifier = {})
     {
         UiElementInfo info;
         info.id = "e0";
         info.role = std::move(role);
         info.title = std::move(title);
+        info.identifier = std::move(identifier);
         info.frame = {100, 200, 30, 11};
         tree.elements = {info};
         tree.app = UiTreeSnapshot::App{"org.form", "Form"};
@@ -287,6 +288,57 @@ TEST_F(RouterConfirmationsTest, allIsLookedAtAgainAfterAYes)
     platform.windowList.list.reset();
     confirmations.onAsk = [&] { platform.systemAccess.granted.accessibility = false; };
     EXPECT_EQ(code(clickAt()), "permission_missing");
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, aButtonThatChangedAfterTheQuestionIsNotPressed)
+{
+    std::vector<std::optional<ProbedElement>> const others = {
+        seen("AXButton", "Pay"), seen("AXButton", "Cancel"), seen("AXStaticText", "Send"), std::nullopt};
+    for (auto const& other : others) {
+        fakeProbe.hit = seen("AXButton", "Send");
+        confirmations.onAsk = [&] { fakeProbe.hit = other; };
+        json::object const reply = clickAt();
+        EXPECT_EQ(code(reply), "snapshot_expired");
+        EXPECT_EQ(reply.at("error").at("message").as_string(),
+                  "What was asked about is no longer there. Look at the screen again.");
+    }
+    EXPECT_EQ(asked(), std::vector<ConfirmationSubject>(others.size(), submit("Send")));
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+    EXPECT_THAT(cursor.shown, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, anElementThatChangedAfterTheQuestionIsNotClicked)
+{
+    std::string const click = elementClick("AXButton", "Send", "main-button");
+    ProbedElement send = seen("AXButton", "Send");
+    send.identifier = "main-button";
+    fakeProbe.hit = send;
+    confirmations.onAsk = [&] { fakeProbe.hit->title = "Pay"; };
+
+    EXPECT_EQ(code(perform(click)), "snapshot_expired");
+
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, aFocusedButtonThatChangedAfterTheQuestionIsNotPressedByReturn)
+{
+    fakeProbe.focused = seen("AXButton", "Send");
+    confirmations.onAsk = [&] { fakeProbe.focused = seen("AXButton", "Pay"); };
+
+    EXPECT_EQ(code(press(R"(["return"])")), "snapshot_expired");
+
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, anotherDialogThanThatOfTheQuestionGetsNoReturn)
+{
+    fakeProbe.dialog = seen("AXWindow", "Save the letter?");
+    confirmations.onAsk = [&] { fakeProbe.dialog = seen("AXWindow", "Delete everything?"); };
+
+    EXPECT_EQ(code(press(R"(["return"])")), "snapshot_expired");
+
+    EXPECT_THAT(asked(), SizeIs(1));
     EXPECT_THAT(platform.posting.posted, IsEmpty());
 }
 

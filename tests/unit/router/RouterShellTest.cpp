@@ -116,6 +116,17 @@ TEST_F(RouterShellTest, asksForAMinuteUnlessTold)
     EXPECT_EQ(confirmations.questions.front().timeoutMs, 60'000);
 }
 
+TEST_F(RouterShellTest, asksAboutFolderAndVariablesToo)
+{
+    call("shell.run", R"({"command": "make", "cwd": "/tmp/x", "env": {"BASH_ENV": "/tmp/evil", "A": ""}})");
+
+    ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{
+        .command = "make", .cwd = "/tmp/x", .env = {{"A", ""}, {"BASH_ENV", "/tmp/evil"}}}};
+    EXPECT_THAT(confirmations.questions, ElementsAre(FakeConfirming::Question{subject, "Acme", 60'000}));
+    EXPECT_EQ(onlyRun(),
+              (FakeShell::Run{"make", "/tmp/x", 60'000, {{{"A", ""}, {"BASH_ENV", "/tmp/evil"}}}}));
+}
+
 TEST_F(RouterShellTest, runsNothingAfterANo)
 {
     confirmations.decision = ConfirmationDecision::denied();
@@ -165,6 +176,26 @@ TEST_F(RouterShellTest, logsTheBeginningOfTheCommand)
     EXPECT_EQ(entry.platformName, "Acme");
     EXPECT_EQ(entry.connectionId, "c");
     EXPECT_EQ(entry.agentName, "Scout");
+}
+
+TEST_F(RouterShellTest, logsFolderAndVariablesExactly)
+{
+    call("shell.run", R"({"command": "make", "cwd": "/tmp/\u202ex", "env": {"A": "1\n2", "PATH": "."}})");
+
+    ASSERT_EQ(lines().size(), 1U);
+    EXPECT_EQ(lines()[0].detail, "make");
+    EXPECT_EQ(lines()[0].cwd, "/tmp/\u202ex");
+    EXPECT_THAT(lines()[0].env, ElementsAre("PATH=.", "A=1\n2"));
+}
+
+TEST_F(RouterShellTest, logsNoMoreThanSixteenKibibytesOfVariables)
+{
+    std::string const large(100'000, 'x');
+    call("shell.run", R"({"command": "make", "env": {"PATH": ".", "A": ")" + large + R"(", "B": ""}})");
+
+    ASSERT_EQ(lines().size(), 1U);
+    EXPECT_THAT(lines()[0].env,
+                ElementsAre("PATH=.", "A=" + std::string(198, 'x') + "… (100002 bytes)", "… (3 variables)"));
 }
 
 TEST_F(RouterShellTest, failuresOfTheRunnerPassThrough)

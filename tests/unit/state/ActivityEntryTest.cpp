@@ -35,6 +35,8 @@ ActivityEntry full()
     entry.detail = "ls\n-l";
     entry.count = 3;
     entry.agentName = "Bot";
+    entry.cwd = "/tmp";
+    entry.env = {"PATH=.", "A=1\n2"};
     return entry;
 }
 
@@ -84,7 +86,7 @@ TEST(ActivityEntry, writesItsFieldsByNameAndLeavesOutWhatIsAbsent)
         json::value(full().toJson()),
         *parseJson(
             '{' + std::string(required) +
-            R"(,"kind":"terminal","connectionId":"con_1","note":"","detail":"ls\n-l","count":3,"agentName":"Bot"})"));
+            R"(,"kind":"terminal","connectionId":"con_1","note":"","detail":"ls\n-l","count":3,"agentName":"Bot","cwd":"/tmp","env":["PATH=.","A=1\n2"]})"));
 }
 
 TEST(ActivityEntry, readsWhatItWrote)

@@ -1,8 +1,10 @@
 #include "state/QueueCoordinator.h"
 
 #include "base/LocalizedTexts.h"
+#include "base/SleepQueue.h"
 #include "unit/state/StateFixture.h"
 
+#include <boost/asio/use_awaitable.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,8 +28,16 @@ protected:
         bool operator==(Sent const&) const = default;
     };
 
+    void SetUp() override
+    {
+        state.grant({.id = "c", .platformName = "Acme"});
+        state.grant({.id = "d", .platformName = "Other"});
+    }
+
     QueueOfferInbox inbox;
     std::vector<Question> questions;
+    bool waits = false; // Questions stay open until answerOpen().
+    SleepQueue answered;
     std::function<void()> onAsk = [] {};
     Decision answer = Decision::allowed(false);
     std::vector<Sent> sent;
@@ -45,6 +55,8 @@ protected:
                                     std::int64_t timeoutMs) -> Task<Decision> {
                     questions.push_back({std::move(choice), timeoutMs});
                     onAsk();
+                    if (waits)
+                        co_await answered.wait(Instant::max(), asio::use_awaitable);
                     co_return answer;
                 },
                 .sendDecision =
@@ -63,6 +75,18 @@ protected:
     void receive(QueuedCommandsOffer offer)
     {
         coordinator.receive(std::move(offer));
+        platform.settle();
+    }
+    static QueuedCommandsOffer offerBy(std::string connectionId, std::string platformName)
+    {
+        QueuedCommandsOffer offer = offerOf(1);
+        offer.connectionId = std::move(connectionId);
+        offer.platformName = std::move(platformName);
+        return offer;
+    }
+    void answerOpen()
+    {
+        answered.wakeDue(Instant::max());
         platform.settle();
     }
     /// The timeout, in milliseconds, of a question about a command that expires `fromNow`.
@@ -189,12 +213,72 @@ TEST_F(QueueCoordinatorTest, anOfferOfNothingIsLoggedAsDeclined)
     EXPECT_EQ(logged().summary, "Declined 0 waiting commands");
 }
 
-TEST_F(QueueCoordinatorTest, eachOfSeveralOffersIsAskedForItself)
+TEST_F(QueueCoordinatorTest, oneOfferIsAskedAboutAtATime)
 {
-    coordinator.receive(offerOf(1));
-    coordinator.receive(offerOf(2));
-    platform.settle();
-    EXPECT_THAT(questions, SizeIs(2));
+    waits = true;
+    receive(offerBy("c", "Acme"));
+    receive(offerBy("d", "Other"));
+    EXPECT_THAT(questions, SizeIs(1));
+
+    answerOpen();
+    ASSERT_THAT(questions, SizeIs(2));
+    EXPECT_EQ(questions[1].choice.title, "Other: 1 command waited for you");
+    answerOpen();
+
+    EXPECT_THAT(sent, ElementsAre(Sent{"c", {.accepted = {"1"}, .declined = {}}},
+                                  Sent{"d", {.accepted = {"1"}, .declined = {}}}));
+}
+
+TEST_F(QueueCoordinatorTest, ofAFloodOfOffersOneQuestionStandsAndTheLastOfAConnectionWaits)
+{
+    waits = true;
+    for (std::size_t i = 1; i <= 1000; ++i)
+        receive(offerOf(i));
+    EXPECT_THAT(questions, SizeIs(1));
+    EXPECT_THAT(platform.notices.shown, SizeIs(1));
+
+    answerOpen();
+    answerOpen();
+    answerOpen();
+
+    ASSERT_THAT(questions, SizeIs(2));
+    EXPECT_EQ(questions[1].choice.title, "Acme: 1000 commands waited for you");
+    EXPECT_THAT(sent, SizeIs(2));
+}
+
+TEST_F(QueueCoordinatorTest, anOfferOfAnUnknownConnectionGetsNothing)
+{
+    std::size_t const lines = state.activity().size();
+    for (QueuePolicy const policy : {QueuePolicy::ask, QueuePolicy::automatic, QueuePolicy::never}) {
+        coordinator.setPolicy(policy);
+        receive(offerBy("stranger", "Your bank"));
+    }
+
+    EXPECT_THAT(questions, IsEmpty());
+    EXPECT_THAT(sent, IsEmpty());
+    EXPECT_THAT(platform.notices.shown, IsEmpty());
+    EXPECT_EQ(state.activity().size(), lines);
+}
+
+TEST_F(QueueCoordinatorTest, aConnectionThatIsRevokedWhileItsOfferWaitsIsNotAskedAbout)
+{
+    waits = true;
+    receive(offerBy("c", "Acme"));
+    receive(offerBy("d", "Other"));
+    state.revoke("d");
+
+    answerOpen();
+
+    EXPECT_THAT(questions, SizeIs(1));
+}
+
+TEST_F(QueueCoordinatorTest, theNameThatAnOfferGivesItselfStandsBesideThatOfItsConnection)
+{
+    receive(offerBy("c", "Your bank"));
+
+    EXPECT_EQ(questions.at(0).choice.title, "Acme (“Your bank”): 1 command waited for you");
+    EXPECT_EQ(platform.notices.shown.at(0).first, questions.at(0).choice.title);
+    EXPECT_EQ(logged().platformName, "Acme");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/linux/dbus/InstanceSocket.h"
 
+#include "platform/linux/system/OwnProgram.h"
 #include "platform/portable/files/Files.h"
 #include "wire/Json.h"
 
@@ -66,11 +67,14 @@ UniqueFd listenIn(std::filesystem::path const& folder)
     return socket;
 }
 
-bool isSameUser(int socket)
+/// The process at the other end, if it belongs to this user.
+std::optional<pid_t> peerOf(int socket)
 {
     ucred peer{};
     socklen_t size = sizeof peer;
-    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::geteuid();
+    if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != ::geteuid())
+        return std::nullopt;
+    return peer.pid;
 }
 
 std::optional<std::vector<std::string>> urlsIn(std::string_view message)
@@ -165,7 +169,7 @@ private:
                 co_return;
             if (error)
                 co_await clock.sleep(1s);
-            else if (isSameUser(visitor->native_handle()))
+            else if (peerOf(visitor->native_handle()))
                 co_await receive(visitor);
         }
     }
@@ -222,8 +226,12 @@ bool InstanceSocket::handOver(std::vector<std::string> const& urls) const
     while (!deadline.isOver()) {
         UniqueFd const socket = newSocket();
         SocketPlace const place(folder);
-        if (socket && ::connect(socket.get(), place.data(), SocketPlace::size()) == 0)
+        if (socket && ::connect(socket.get(), place.data(), SocketPlace::size()) == 0) {
+            auto const holder = peerOf(socket.get());
+            if (!holder || !runsOwnProgram(*holder))
+                return false;
             return sendAll(socket.get(), message, deadline) && isTaken(socket.get(), deadline);
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(20)); // It has the lock and is about to listen.
     }
     return false;

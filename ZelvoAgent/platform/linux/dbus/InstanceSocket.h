@@ -26,7 +26,7 @@ public:
     /// False if another process has the lock. True also if no lock can be created.
     bool lock();
     /// Sends URLs to the process that has the lock; blocks for at most `patience`. False if it did not accept
-    /// them.
+    /// them, or is another program: that gets nothing.
     bool handOver(std::vector<std::string> const& urls) const;
     /// Accepts messages of the same user, on the agent executor. The lock must be held.
     void serve(Executor agent, Clock& clock, std::function<void(std::vector<std::string>)> onUrls);

@@ -1,14 +1,18 @@
 #include "platform/linux/dbus/LinuxSingleInstance.h"
 
+#include "platform/linux/system/OwnProgram.h"
 #include "platform/linux/system/XdgFolders.h"
 
 #include <boost/asio/post.hpp>
 
 #include <chrono>
+#include <cstdio>
 
 namespace zelvo {
 
 namespace {
+
+using BusCredentialsPtr = std::unique_ptr<sd_bus_creds, ReleaseBus<sd_bus_creds_unref>>;
 
 constexpr char const* name = "dev.zelvo.agent";
 constexpr char const* objectPath = "/dev/zelvo/agent";
@@ -60,12 +64,29 @@ std::optional<std::uint32_t> requestName(sd_bus* bus)
     return reply ? readUnsigned(reply.get()) : std::nullopt;
 }
 
-/// Sends the URLs, or an Activate without URLs, to the instance that owns the name.
-void handOver(sd_bus* bus, std::vector<std::string> const& urls)
+/// The unique name of the connection that owns our name, if it is another instance of this program.
+std::optional<std::string> otherInstance(sd_bus* bus)
+{
+    sd_bus_set_method_call_timeout(bus, patienceUs);
+    sd_bus_creds* raw = nullptr;
+    if (sd_bus_get_name_creds(bus, name, SD_BUS_CREDS_PID | SD_BUS_CREDS_UNIQUE_NAME, &raw) < 0)
+        return std::nullopt;
+    BusCredentialsPtr const owner(raw);
+    pid_t pid = 0;
+    char const* connection = nullptr;
+    if (sd_bus_creds_get_pid(raw, &pid) < 0 || sd_bus_creds_get_unique_name(raw, &connection) < 0 ||
+        !runsOwnProgram(pid))
+        return std::nullopt;
+    return connection;
+}
+
+/// Sends the URLs, or an Activate without URLs, to another instance.
+void handOver(sd_bus* bus, std::string const& instance, std::vector<std::string> const& urls)
 {
     sd_bus_message* call = nullptr;
     char const* const member = urls.empty() ? "Activate" : "Open";
-    if (sd_bus_message_new_method_call(bus, &call, name, objectPath, applicationInterface, member) < 0)
+    if (sd_bus_message_new_method_call(bus, &call, instance.c_str(), objectPath, applicationInterface,
+                                       member) < 0)
         return;
     sd_bus_message_set_auto_start(call, 0);
     if (!urls.empty()) {
@@ -162,7 +183,7 @@ bool LinuxSingleInstance::claim(std::vector<std::string> urls, Requests requests
         return true;
     case Claim::another:
         return false;
-    case Claim::noBus:
+    case Claim::noName:
         break;
     }
     return claimInFolder(urls);
@@ -172,15 +193,20 @@ LinuxSingleInstance::Claim LinuxSingleInstance::claimOnBus(std::vector<std::stri
 {
     BusPtr made = open();
     if (!made || !waitUntilReady(made.get()))
-        return Claim::noBus;
+        return Claim::noName;
     auto const answer = requestName(made.get());
     if (answer == nameIsAnothers) {
-        handOver(made.get(), urls);
+        auto const instance = otherInstance(made.get());
+        if (!instance)
+            return Claim::noName;
+        handOver(made.get(), *instance, urls);
         return Claim::another;
     }
     if (answer != nameIsOurs)
-        return Claim::noBus;
+        return Claim::noName;
     serveOnBus(std::move(made));
+    if (socket.lock())
+        serveInFolder();
     return Claim::mine;
 }
 
@@ -209,12 +235,20 @@ void LinuxSingleInstance::serveOnBus(BusPtr made)
 bool LinuxSingleInstance::claimInFolder(std::vector<std::string> const& urls)
 {
     if (!socket.lock()) {
-        socket.handOver(urls);
+        if (!socket.handOver(urls))
+            std::fputs("Zelvo runs already, or another program has taken its place. "
+                       "It got no link.\n",
+                       stderr);
         return false;
     }
+    serveInFolder();
+    return true;
+}
+
+void LinuxSingleInstance::serveInFolder()
+{
     socket.serve(contexts.agent, clock,
                  [kept = application](std::vector<std::string> brought) { kept->take(std::move(brought)); });
-    return true;
 }
 
 } // namespace zelvo

@@ -14,7 +14,9 @@
 namespace zelvo {
 
 /// Owns the bus name "dev.zelvo.agent" and exports org.freedesktop.Application at /dev/zelvo/agent. Without a
-/// session bus, or if it is silent for 2 s, uses a lock and a socket.
+/// session bus, if it is silent for 2 s, or if another program has that name, uses a lock and a socket. An
+/// instance on the bus serves that socket too, if the lock is free. URLs go only to a process that runs the
+/// same program: they hold secrets, and any program can take a name.
 class LinuxSingleInstance final : public SingleInstance {
 public:
     /// open    opens the session bus
@@ -32,10 +34,11 @@ public:
 
 private:
     class Application;
-    enum class Claim { mine, another, noBus };
+    enum class Claim { mine, another, noName };
     Claim claimOnBus(std::vector<std::string> const& urls);
     bool claimInFolder(std::vector<std::string> const& urls);
     void serveOnBus(BusPtr made);
+    void serveInFolder();
 
     Contexts contexts;
     Clock& clock;

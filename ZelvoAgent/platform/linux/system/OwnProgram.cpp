@@ -1,0 +1,44 @@
+#include "platform/linux/system/OwnProgram.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+namespace zelvo {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Follows the link.
+bool isSameFile(std::string const& one, std::string const& other)
+{
+    struct stat first{};
+    struct stat second{};
+    return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+std::string targetOf(std::string const& link)
+{
+    std::error_code error;
+    return fs::read_symlink(link, error).string();
+}
+
+} // namespace
+
+bool runsOwnProgram(pid_t pid)
+{
+    std::string const own = "/proc/self/";
+    std::string const others = "/proc/" + std::to_string(pid) + "/";
+    if (isSameFile(own + "exe", others + "exe"))
+        return true;
+    // In another mount namespace the same path is another file.
+    std::string const path = targetOf(own + "exe");
+    return !path.empty() && targetOf(others + "exe") == path + " (deleted)" &&
+           isSameFile(own + "ns/mnt", others + "ns/mnt");
+}
+
+} // namespace zelvo
