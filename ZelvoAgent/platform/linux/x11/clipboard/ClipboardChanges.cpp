@@ -119,10 +119,11 @@ void ClipboardChanges::identify(SharedEntry const& entry, std::uint32_t owner)
         return;
     }
     auto const last = std::ranges::find_if(entries, [&](SharedEntry const& other) {
-        return other->isIdentified && other->client == entry->client && entry->at - other->at < freshness;
+        return other != entry && other->client == entry->client && entry->at - other->at < freshness;
     });
     if (last != entries.end()) {
-        finish(entry, RunningApplication((*last)->change.owner));
+        if ((*last)->isIdentified) // Otherwise it is looked up for both.
+            finish(entry, (*last)->change.owner);
         return;
     }
     xcb_res_client_id_spec_t const spec{owner, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
@@ -146,15 +147,18 @@ void ClipboardChanges::name(SharedEntry const& entry, std::int32_t pid)
             owner = co_await on(self->contexts.workers, [&] { return self->naming(pid); });
         } catch (...) { // NOLINT(bugprone-empty-catch): the owner is then unknown.
         }
-        self->finish(entry, std::move(owner));
+        self->finish(entry, owner);
     });
 }
 
-void ClipboardChanges::finish(SharedEntry const& entry, RunningApplication owner)
+void ClipboardChanges::finish(SharedEntry const& entry, RunningApplication const& owner)
 {
     identified.notifyAll([&] {
-        entry->change.owner = std::move(owner);
-        entry->isIdentified = true;
+        for (SharedEntry const& each : entries)
+            if (each->client == entry->client && !each->isIdentified) {
+                each->change.owner = owner;
+                each->isIdentified = true;
+            }
     });
 }
 

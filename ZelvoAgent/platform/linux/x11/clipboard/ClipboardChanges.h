@@ -59,7 +59,7 @@ private:
     void add(std::int64_t count, std::uint32_t owner);
     void identify(SharedEntry const& entry, std::uint32_t owner);
     void name(SharedEntry const& entry, std::int32_t pid);
-    void finish(SharedEntry const& entry, RunningApplication owner);
+    void finish(SharedEntry const& entry, RunningApplication const& owner);
     bool isManagers(std::uint32_t owner) const;
     bool isKnownAfter(std::int64_t count) const;
 
