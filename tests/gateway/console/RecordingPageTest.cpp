@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// The page that plays recordings, behind the same session as the console. A browser test would be needed for its
-// looks and playback.
+// The page that plays recordings, behind the same session as the console. A browser test would be needed for
+// its looks and playback.
 
 namespace zelvo::service {
 namespace {
