@@ -87,6 +87,7 @@ TEST_F(ConsoleInABrowser, isLockedOnceTheGatewayHasForgottenTheSession)
 {
     open(gateway.consoleLink());
     ASSERT_TRUE(becomesOpen("Zelvo console"));
+    ASSERT_TRUE(staysOpen("Zelvo console")); // Its scripts have come.
 
     gateway.restart({});
 

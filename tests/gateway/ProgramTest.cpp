@@ -234,7 +234,6 @@ TEST(Program, livesThroughAFloodOfLargeMessagesInBoundedMemory)
         caller.join();
     EXPECT_EQ(request(port, "GET", "/v1/connections", "", keyOf(place)).status, 200);
     EXPECT_LT(gateway.memory("VmHWM"), before + 1100);
-    std::cerr << "PEAK " << gateway.memory("VmHWM") << "\n";
 }
 
 TEST(Program, givesMemoryBackAfterLargeWork)
@@ -267,7 +266,6 @@ TEST(Program, givesMemoryBackAfterLargeWork)
     for (std::thread& caller : callers)
         caller.join();
 
-    std::cerr << "NOW " << gateway.memory("RssAnon") << " before " << before << "\n";
     bool isBack = false;
     for (int second = 0; second < 90 && !isBack; ++second) { // It looks once a minute.
         isBack = gateway.memory("RssAnon") < before + 20;
