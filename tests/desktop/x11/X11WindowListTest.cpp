@@ -94,10 +94,22 @@ TEST_F(WindowsOnADesktop, leaveOutWhatCannotBeClicked)
     painter.open({.overrideRedirect = true, .emptyInputShape = true});
     painter.open({.inputOnly = true, .overrideRedirect = true});
     painter.open({.overrideRedirect = true, .mapped = false});
-    painter.open(
-        {.width = 1920, .height = 1080, .className = "Desktop", .type = "_NET_WM_WINDOW_TYPE_DESKTOP"});
 
     EXPECT_THAT(list->windows().value(), IsEmpty());
+}
+
+TEST_F(WindowsOnADesktop, areToldFromTheDesktopItself)
+{
+    PainterProcess painter(desktop);
+    painter.open(
+        {.width = 1920, .height = 1080, .className = "Desktop", .type = "_NET_WM_WINDOW_TYPE_DESKTOP"});
+    painter.open({.x = 100, .y = 100, .className = "Editor"});
+
+    auto const windows = list->windows().value();
+
+    ASSERT_EQ(windows.size(), 2u);
+    EXPECT_FALSE(windows[0].isDesktop);
+    EXPECT_TRUE(windows[1].isDesktop);
 }
 
 TEST_F(WindowsOnADesktop, areOnLayersByTheirStanding)
