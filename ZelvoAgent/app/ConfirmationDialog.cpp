@@ -33,8 +33,8 @@ constexpr int gap = 12;
 constexpr int buttonGap = 8;
 constexpr int contentWidth = 420 - 2 * margin;
 constexpr int maxDetailHeight = 220;
-constexpr int maxSharedDetailHeight = 140; // With other parts beside the detail.
-constexpr int maxSectionHeight = 84;
+constexpr int maxSharedDetailHeight = 110; // With other parts beside the detail.
+constexpr int maxSectionHeight = 50;
 constexpr int barHeight = 3;
 
 // Characters.

@@ -16,8 +16,6 @@ constexpr int maxEmptyLines = 3; // In a row.
 constexpr int maxSpaces = 40;    // In a row.
 constexpr int maxMarks = 4;      // On one letter.
 constexpr char32_t space = U' ';
-constexpr char32_t controlPictures = 0x2400; // Of the characters from 0 to 0x1F, in their order.
-constexpr char32_t deletePicture = 0x2421;
 
 // Letters and marks without a glyph.
 constexpr std::array invisible = {U'\u034F', U'\u115F', U'\u1160', U'\u17B4',
@@ -57,17 +55,7 @@ bool isMark(char32_t character)
 /// The signs that this file writes in the place of something else.
 bool isOurSign(char32_t character)
 {
-    return (character >= controlPictures && character <= deletePicture) || character == U'⟨' ||
-           character == U'␣' || character == U'⏎';
-}
-
-QString visible(char32_t character)
-{
-    if (character < 0x20)
-        return QString(QChar(static_cast<char16_t>(controlPictures + character)));
-    if (character == 0x7F)
-        return QString(QChar(static_cast<char16_t>(deletePicture)));
-    return numbered(character);
+    return character == U'⟨' || character == U'␣' || character == U'⏎';
 }
 
 enum class LineEnds { taken, shown };
@@ -91,7 +79,7 @@ public:
         else if (character == U'\t')
             write("\t");
         else if (isUnseen(character) || isOurSign(character) || marks > maxMarks)
-            write(visible(character));
+            write(numbered(character));
         else
             write(QString::fromUcs4(&character, 1));
     }
