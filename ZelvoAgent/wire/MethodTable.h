@@ -76,7 +76,7 @@ inline constexpr std::array methods = {
 /// The row of exactly this name; null if there is none.
 constexpr Method const* methodNamed(std::string_view name)
 {
-    auto const found = std::ranges::find(methods, name, &Method::name);
+    auto const* const found = std::ranges::find(methods, name, &Method::name);
     return found == methods.end() ? nullptr : &*found;
 }
 
