@@ -23,18 +23,19 @@ filledText(AccessibilityReader& reader, AccessibilityElement element, Attribute 
     return text && !text->empty() ? std::move(text) : std::nullopt;
 }
 
-/// The elements of a page around an element, the closest first; empty outside a web page.
-std::vector<AccessibilityElement> ancestorsInPage(AccessibilityReader& reader, AccessibilityElement from)
+/// The elements around an element inside its web page, the closest first; `nullopt` outside a page.
+std::optional<std::vector<AccessibilityElement>> ancestorsInPage(AccessibilityReader& reader,
+                                                                 AccessibilityElement from)
 {
     std::vector<AccessibilityElement> around;
     auto tested = reader.element(from, Attribute::parent);
     for (int count = 0; tested && count < maxTestedForPage; ++count) {
-        around.push_back(*tested);
         if (reader.text(*tested, Attribute::role) == "AXWebArea")
             return around;
+        around.push_back(*tested);
         tested = reader.element(*tested, Attribute::parent);
     }
-    return {};
+    return std::nullopt;
 }
 
 /// The first default button below an element.
@@ -59,13 +60,14 @@ defaultButtonIn(AccessibilityReader& reader, AccessibilityElement root, std::siz
 
 bool isInPage(AccessibilityReader& reader, AccessibilityElement element)
 {
-    return !ancestorsInPage(reader, element).empty();
+    return ancestorsInPage(reader, element).has_value();
 }
 
 std::optional<AccessibilityElement> buttonOfForm(AccessibilityReader& reader, AccessibilityElement field)
 {
     std::size_t left = maxTestedForForm;
-    for (AccessibilityElement const around : ancestorsInPage(reader, field))
+    auto const ancestors = ancestorsInPage(reader, field);
+    for (AccessibilityElement const around : ancestors.value_or(std::vector<AccessibilityElement>()))
         if (auto const button = defaultButtonIn(reader, around, left))
             return button;
     return std::nullopt;

@@ -517,6 +517,17 @@ TEST_F(ElementProbeTest, findsTheDefaultButtonOfTheFormInAPage)
     EXPECT_EQ(found->title, "Pay");
 }
 
+TEST_F(ElementProbeTest, findsNoDefaultButtonForAFieldOutsideTheFormsOfAPage)
+{
+    FakeElement submit = button("Pay");
+    submit.isDefault = true;
+    FakeElement page{.role = "AXWebArea"};
+    page.children = {within(1, FakeElement{.role = "AXTextField", .focused = true}), within(1, submit)};
+    focusWindow(window({page}));
+
+    EXPECT_FALSE(run(platform.io, probe.defaultButton()));
+}
+
 TEST_F(ElementProbeTest, findsNoDefaultButtonWhereNoneIsKnown)
 {
     FakeElement field{.role = "AXTextField", .focused = true};
