@@ -61,7 +61,7 @@ Task<std::optional<ProbedElement>> ElementProbe::focusedElement()
     if (!isTrusted())
         co_return std::nullopt;
     Hidden const hidden = co_await hiddenApps.bundleIds();
-    co_return co_await on(workers, [&] { return focusedNow(hidden); });
+    co_return co_await on(workers, [&] { return inFront(hidden, focusedIn); });
 }
 
 Task<std::optional<ProbedElement>> ElementProbe::defaultButton()
@@ -69,7 +69,7 @@ Task<std::optional<ProbedElement>> ElementProbe::defaultButton()
     if (!isTrusted())
         co_return std::nullopt;
     Hidden const hidden = co_await hiddenApps.bundleIds();
-    co_return co_await on(workers, [&] { return defaultButtonNow(hidden); });
+    co_return co_await on(workers, [&] { return inFront(hidden, defaultButtonIn); });
 }
 
 std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden const& hidden)
@@ -117,37 +117,33 @@ std::optional<ProbedElement> ElementProbe::dialogNow(Hidden const& hidden)
                          .isInSheet = isSheet};
 }
 
-std::optional<ProbedElement> ElementProbe::focusedNow(Hidden const& hidden)
+std::optional<ProbedElement> ElementProbe::inFront(Hidden const& hidden, Find find)
 {
     auto const front = readableFront(hidden);
     if (!front)
         return std::nullopt;
     auto const shows = [&](std::int32_t pid) { return isEmbedded(pid, front->pid, hidden); };
     auto const reader = read(front->pid, shows);
-    auto const focused = reader->element(reader->application(), Attribute::focusedUiElement);
-    if (!focused)
+    auto const found = find(*reader);
+    if (!found)
         return std::nullopt;
-    ProbedElement probed = described(*reader, *focused);
-    probed.appName = applicationOf(reader->processOf(*focused), front->pid, front->localizedName);
+    ProbedElement probed = described(*reader, *found);
+    probed.appName = applicationOf(reader->processOf(*found), front->pid, front->localizedName);
     return probed;
 }
 
-std::optional<ProbedElement> ElementProbe::defaultButtonNow(Hidden const& hidden)
+std::optional<AccessibilityElement> ElementProbe::focusedIn(AccessibilityReader& reader)
 {
-    auto const front = readableFront(hidden);
-    if (!front)
-        return std::nullopt;
-    auto const shows = [&](std::int32_t pid) { return isEmbedded(pid, front->pid, hidden); };
-    auto const reader = read(front->pid, shows);
-    auto const focused = reader->element(reader->application(), Attribute::focusedUiElement);
-    auto const button = focused && isInPage(*reader, *focused)
-                            ? buttonOfForm(*reader, *focused)
-                            : reader->element(reader->application(), Attribute::defaultButton);
-    if (!button)
-        return std::nullopt;
-    ProbedElement probed = described(*reader, *button);
-    probed.appName = applicationOf(reader->processOf(*button), front->pid, front->localizedName);
-    return probed;
+    return reader.element(reader.application(), Attribute::focusedUiElement);
+}
+
+/// A page has a default button in each of its forms.
+std::optional<AccessibilityElement> ElementProbe::defaultButtonIn(AccessibilityReader& reader)
+{
+    auto const focused = focusedIn(reader);
+    return focused && isInPage(reader, *focused)
+               ? buttonOfForm(reader, *focused)
+               : reader.element(reader.application(), Attribute::defaultButton);
 }
 
 std::optional<WindowEntry> ElementProbe::readableWindow(DesktopPoint at, Hidden const& hidden)

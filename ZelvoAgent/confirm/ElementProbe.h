@@ -33,8 +33,11 @@ private:
 
     Probed elementNow(DesktopPoint at, Hidden const& hidden);
     Probed dialogNow(Hidden const& hidden);
-    Probed focusedNow(Hidden const& hidden);
-    Probed defaultButtonNow(Hidden const& hidden);
+    using Find = std::optional<AccessibilityElement> (*)(AccessibilityReader&);
+    /// An element of the frontmost application.
+    Probed inFront(Hidden const& hidden, Find find);
+    static std::optional<AccessibilityElement> focusedIn(AccessibilityReader& reader);
+    static std::optional<AccessibilityElement> defaultButtonIn(AccessibilityReader& reader);
 
     bool isTrusted() { return platform.access().current().accessibility; }
     /// The window that a press would reach; `nullopt` if its application may not be read.

@@ -60,7 +60,7 @@ std::vector<std::string> textPieces(std::string const& text)
     for (char const character : text) {
         std::string& piece = pieces.back();
         bool const endsLine = character == '\r' || (character == '\n' && !piece.ends_with('\r'));
-        if ((endsLine || character == ' ') && !(pieces.size() == 1 && piece.empty()))
+        if ((endsLine || character == ' ') && (pieces.size() > 1 || !piece.empty()))
             pieces.emplace_back();
         pieces.back() += character;
     }

@@ -51,7 +51,7 @@ Task<> StrictActions::run(InputAction::Click action, Turn turn)
 Task<> StrictActions::run(InputAction::MouseDown action, Turn)
 {
     pressedAt[action.button] = action.point;
-    co_await services.shown.perform(std::move(action));
+    co_await services.shown.perform(action);
 }
 
 Task<> StrictActions::run(InputAction::MouseUp action, Turn turn)
@@ -69,7 +69,7 @@ Task<> StrictActions::run(InputAction::Drag action, Turn turn)
     co_await services.hiddenGuard.assertPointAllowed(action.to);
     co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(action.to); });
     Hold const hold{.from = action.from, .to = action.to, .button = action.button};
-    if (co_await services.shown.begin(std::move(action)))
+    if (co_await services.shown.begin(action))
         co_await release(hold, std::move(turn));
 }
 
