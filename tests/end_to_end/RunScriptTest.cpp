@@ -37,6 +37,16 @@ protected:
         auto const begin = text.find('\n', text.find(heading)) + 1;
         return text.substr(begin, text.find('\n', begin) - begin);
     }
+    // The status of exchanging a console link's code for a session, as its page does.
+    static long exchanged(std::string const& link)
+    {
+        std::string const origin = link.substr(0, link.find("/open#"));
+        std::string const code = link.substr(link.find('#') + 1);
+        return httpCall("POST", origin + "/console/session",
+                        {"Content-Type: application/json", "Origin: " + origin},
+                        R"({"code":")" + code + "\"}")
+            .status;
+    }
     // The number of processes that the script started, recognised by an inherited variable.
     int running() const
     {
@@ -80,8 +90,9 @@ TEST_F(RunScript, worksOnAVirtualDesktopWithoutAGraphicalSession)
     });
     std::string link = lineAfter("See it and use it");
     link = link.substr(link.find("http"));
-    EXPECT_LT(httpCall("GET", link, {}, "").status, 400);
-    EXPECT_GE(httpCall("GET", link, {}, "").status, 400); // A link works once.
+    EXPECT_EQ(httpCall("GET", link, {}, "").status, 200);
+    EXPECT_EQ(exchanged(link), 200);
+    EXPECT_EQ(exchanged(link), 401); // A link works once.
 
     endByCtrlC();
 }

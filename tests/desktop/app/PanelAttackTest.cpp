@@ -215,6 +215,7 @@ TEST_F(PanelAttackTest, clicksAtTheVeryMomentOfOpening)
         std::atomic<bool> stop = false;
         auto const clicking = begin([&]() -> Task<> {
             while (!stop) {
+                co_await parts->gate.beginAction();
                 co_await input->click(allow, MouseButton::left, 1 + round % 3, {});
                 co_await platform->clock().sleep(1ms);
             }
@@ -339,6 +340,7 @@ TEST_F(PanelAttackTest, keysAfterTheAnswerReachTheApplication)
     auto const confirmed = begin([this]() -> Task<> {
         ConfirmationSubject const subject{ConfirmationSubject::ShellCommand{"ls"}};
         co_await parts->confirmations.confirm(subject, "Acme", 60000);
+        co_await parts->gate.beginAction(); // As the checks after a yes do.
         co_await input->type("landed");
     });
     waitForPanel();

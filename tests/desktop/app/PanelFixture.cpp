@@ -66,7 +66,8 @@ bool PanelFixture::until(std::function<bool()> condition, std::chrono::milliseco
 std::shared_ptr<std::atomic<bool>> PanelFixture::begin(std::function<Task<>()> body)
 {
     auto const done = std::make_shared<std::atomic<bool>>(false);
-    spawn(threads->contexts().agent, [body = std::move(body), done]() -> Task<> {
+    spawn(threads->contexts().agent, [this, body = std::move(body), done]() -> Task<> {
+        co_await parts->gate.beginAction();
         co_await body();
         *done = true;
     });

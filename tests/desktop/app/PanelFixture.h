@@ -37,7 +37,8 @@ protected:
     {
         until([] { return false; }, time);
     }
-    /// Runs a task to its end on the agent's thread, beside the event loop.
+    /// Runs a task to its end on the agent's thread, beside the event loop, as an action that passed its
+    /// checks.
     void perform(std::function<Task<>()> body, std::chrono::milliseconds longest = 30s);
     /// The same without waiting; sets the flag at its end.
     std::shared_ptr<std::atomic<bool>> begin(std::function<Task<>()> body);
