@@ -91,7 +91,7 @@ TEST_F(RunScript, worksOnAVirtualDesktopWithoutAGraphicalSession)
     std::string link = lineAfter("See it and use it");
     link = link.substr(link.find("http"));
     EXPECT_EQ(httpCall("GET", link, {}, "").status, 200);
-    EXPECT_EQ(exchanged(link), 200);
+    EXPECT_EQ(exchanged(link), 201);
     EXPECT_EQ(exchanged(link), 401); // A link works once.
 
     endByCtrlC();

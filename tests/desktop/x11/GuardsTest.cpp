@@ -12,6 +12,8 @@
 #include "platform/linux/x11/windows/X11Workspace.h"
 #include "wire/AgentError.h"
 
+#include <boost/asio/post.hpp>
+#include <boost/asio/use_future.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -432,9 +434,14 @@ TEST_F(ApplicationsByProcess, areThisProgramByItsProcessAlone)
 class ReportedChanges {
 public:
     ReportedChanges(Contexts const& contexts, std::shared_ptr<X11Connection> const& server)
-        : changes(contexts, server)
+        : agent(contexts.agent), changes(contexts, server)
     {
         changes.observe([this] { ++count; });
+    }
+    ~ReportedChanges()
+    {
+        changes.observe({});
+        asio::post(agent, asio::use_future).get(); // A report may be under way.
     }
     bool growBeyond(int before) const
     {
@@ -442,6 +449,7 @@ public:
     }
 
     std::atomic<int> count = 0;
+    Executor agent;
     X11FrontChanges changes;
 };
 
@@ -477,9 +485,9 @@ TEST_F(GuardsOnADesktop, hearOfAWindowThatTakesTheFocusWithoutTheWindowManager)
 
 TEST_F(GuardsOnADesktop, watchWhetherAHiddenApplicationIsInFront)
 {
+    std::atomic<int> barrings = 0;
     X11FrontChanges changes(live.contexts(), X11Connection::open());
     FrontWatch front(live.contexts(), changes, *workspace, store, ::getpid());
-    std::atomic<int> barrings = 0;
     front.start([&] { ++barrings; });
     PainterProcess plain(desktop, program("plain"));
     std::uint32_t const harmless = plain.open({.x = 300, .y = 100, .className = "Plain"});
@@ -489,9 +497,14 @@ TEST_F(GuardsOnADesktop, watchWhetherAHiddenApplicationIsInFront)
     bringToFront(hidden);
     EXPECT_TRUE(waitFor([&] { return barrings > 0; }, 5s)); // Without being asked.
     EXPECT_TRUE(live.run(front.isBarred()));
-
     bringToFront(harmless);
     EXPECT_FALSE(live.run(front.isBarred()));
+    bringToFront(hidden);
+
+    // Everything under way ends before what it uses.
+    changes.observe({});
+    EXPECT_TRUE(live.run(front.isBarred())); // Waits for all earlier looks.
+    live.stop();
 }
 
 } // namespace
