@@ -241,6 +241,7 @@ TEST_F(PanelAttackTest, dragThatEndsOverIt)
         auto const dragging = begin([&, milliseconds]() -> Task<> {
             co_await input->drag({5, 600}, allow, MouseButton::left, milliseconds);
         });
+        ASSERT_TRUE(until([&] { return (heldMask() & 0x100) != 0 || dragging->load(); }));
         pass(30ms);
         Answer const answer = askShell("ls");
         ASSERT_TRUE(until([this] { return panel() != nullptr; }));
