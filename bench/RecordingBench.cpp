@@ -78,15 +78,15 @@ double residentMegabytes()
 }
 
 /// Records the frames of a stream.
-class Recording final : public ScreenStreamOutput {
+class RecordingOutput final : public ScreenStreamOutput {
 public:
-    explicit Recording(std::filesystem::path const& file)
-        : recording(LibavVideoFiles().create({.file = file,
-                                              .width = width,
-                                              .height = height,
-                                              .averageBitRate = bitRate,
-                                              .expectedFrameRate = rate,
-                                              .maxKeyFrameInterval = rate * 10}))
+    explicit RecordingOutput(std::filesystem::path const& path)
+        : file(LibavVideoFiles().create({.file = path,
+                                         .width = width,
+                                         .height = height,
+                                         .averageBitRate = bitRate,
+                                         .expectedFrameRate = rate,
+                                         .maxKeyFrameInterval = rate * 10}))
     {
     }
 
@@ -94,12 +94,12 @@ public:
     {
         if (frames++ == 0)
             first = frame.time;
-        if (!recording->append(*frame.picture, frame.time - first))
+        if (!file->append(*frame.picture, frame.time - first))
             isBroken = true;
     }
     void streamStopped(ScreenFailure const&) override { isBroken = true; }
 
-    std::unique_ptr<VideoFile> recording;
+    std::unique_ptr<VideoFile> file;
     Instant first{};
     int frames = 0;
     bool isBroken = false;
@@ -152,7 +152,7 @@ std::unique_ptr<Stage> stage;
 /// A running recording of the whole screen.
 class Recording {
 public:
-    Recording() : output(std::make_shared<Recording>(stage->nextFile()))
+    Recording() : output(std::make_shared<RecordingOutput>(stage->nextFile()))
     {
         ScreenStreamRequest request{.picture = {.display = stage->screen.layout->current().displayId,
                                                 .width = width,
@@ -165,12 +165,12 @@ public:
     bool finish(Duration lasted)
     {
         stage->screen.live.run(stream->stop());
-        return output->recording->finish(lasted) && !output->isBroken && output->frames > 0;
+        return output->file->finish(lasted) && !output->isBroken && output->frames > 0;
     }
     int frames() const { return output->frames; }
 
 private:
-    std::shared_ptr<Recording> output;
+    std::shared_ptr<RecordingOutput> output;
     std::unique_ptr<ScreenStream> stream;
 };
 
@@ -373,18 +373,18 @@ void halfAnHour(benchmark::State& state)
     stage->beBusy();
     constexpr int minute = 60 * rate;
     for (auto _ : state) {
-        Recording recording(stage->nextFile());
+        RecordingOutput recording(stage->nextFile());
         Picture const one = stage->screen.take();
         double before = 0;
         for (int frame = 0; frame < 30 * minute; ++frame) {
             if (frame == minute)
                 before = residentMegabytes();
             Duration const time = frame * Duration(std::chrono::seconds(1)) / rate;
-            if (!(frame % 40 ? recording.recording->repeat(time) : recording.recording->append(one, time)))
+            if (!(frame % 40 ? recording.file->repeat(time) : recording.file->append(one, time)))
                 state.SkipWithError("no recording");
         }
         grownMegabytes = residentMegabytes() - before;
-        if (!recording.recording->finish(std::chrono::minutes(30)))
+        if (!recording.file->finish(std::chrono::minutes(30)))
             state.SkipWithError("no recording");
     }
 }

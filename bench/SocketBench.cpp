@@ -7,6 +7,7 @@
 #include "LoopThread.h"
 #include "platform/portable/net/BeastWebSocket.h"
 
+#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 
 namespace zelvo {
