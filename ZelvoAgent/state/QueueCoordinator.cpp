@@ -6,7 +6,6 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 namespace zelvo {
@@ -28,6 +27,21 @@ std::string notice(QueuePolicy policy)
     }
     return {};
 }
+
+/// Says whose question is open for as long as it is, however it ends.
+class OpenQuestion {
+public:
+    OpenQuestion(std::optional<std::string>& place, std::string connectionId) : askedFor(place)
+    {
+        askedFor = std::move(connectionId);
+    }
+    OpenQuestion(OpenQuestion const&) = delete;
+    OpenQuestion& operator=(OpenQuestion const&) = delete;
+    ~OpenQuestion() { askedFor.reset(); }
+
+private:
+    std::optional<std::string>& askedFor;
+};
 
 } // namespace
 
@@ -111,9 +125,7 @@ Task<> QueueCoordinator::askOneByOne()
 /// One answer decides the whole offer.
 Task<> QueueCoordinator::ask(QueuedCommandsOffer offer)
 {
-    askedFor = offer.connectionId;
-    auto const ended = [](std::optional<std::string>* asked) { asked->reset(); };
-    std::unique_ptr<std::optional<std::string>, decltype(ended)> const open(&askedFor, ended);
+    OpenQuestion const open(askedFor, offer.connectionId);
     ConfirmationPresenter::Choice choice{.title = QueueWording::title(offer),
                                          .detail = QueueWording::list(offer),
                                          .allowTitle = localized("queue.run"),

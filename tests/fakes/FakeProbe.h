@@ -8,6 +8,15 @@
 
 namespace zelvo {
 
+/// An element of which a probe reads no more than this.
+inline ProbedElement seen(std::string role, std::string title)
+{
+    ProbedElement element;
+    element.role = std::move(role);
+    element.title = std::move(title);
+    return element;
+}
+
 /// Returns the elements that a test sets, and the frontmost application from another probe.
 class FakeProbe final : public ElementProbing {
 public:

@@ -1,6 +1,7 @@
 #include "platform/linux/applications/ApplicationIdentity.h"
 
 #include "platform/linux/applications/DesktopEntries.h"
+#include "unit/system/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -286,28 +287,22 @@ TEST(ProgramOfAnExecLine, isNoInterpreterOrLauncherUnderAnotherName)
     for (char const* const name : {"snap-store", "monodevelop", "lovely", "steamtinkerlaunch", "nodes"})
         EXPECT_FALSE(isInterpreter(std::filesystem::path("/usr/bin") / name)) << name;
 
-    std::string pattern = "/tmp/zelvo-programs-XXXXXX";
-    std::filesystem::path const folder = ::mkdtemp(pattern.data());
+    TemporaryFolder const temporary;
+    std::filesystem::path const& folder = temporary.path;
     std::ofstream(folder / "some-terminal") << "#!/bin/sh\n";
     std::filesystem::create_symlink("some-terminal", folder / "x-terminal-emulator");
     EXPECT_EQ(programOf((folder / "x-terminal-emulator").string() + " -e mc"), "");
     EXPECT_EQ(programOf((folder / "some-terminal").string()), folder / "some-terminal");
-    std::filesystem::remove_all(folder);
 }
 
 class EntriesInAFolder : public testing::Test {
 protected:
-    std::filesystem::path root;
+    TemporaryFolder temporary;
+    std::filesystem::path const& root = temporary.path;
     std::filesystem::path own() const { return root / "own"; }
     std::filesystem::path system() const { return root / "system"; }
 
-    void SetUp() override
-    {
-        std::string pattern = "/tmp/zelvo-entries-XXXXXX";
-        root = ::mkdtemp(pattern.data());
-        std::filesystem::create_directories(system());
-    }
-    void TearDown() override { std::filesystem::remove_all(root); }
+    void SetUp() override { std::filesystem::create_directories(system()); }
 
     void write(std::filesystem::path const& file, std::string const& lines)
     {

@@ -12,14 +12,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-ProbedElement seen(std::string role, std::string title)
-{
-    ProbedElement element;
-    element.role = std::move(role);
-    element.title = std::move(title);
-    return element;
-}
-
 class RouterConfirmationsTest : public RouterHarness {
 protected:
     static constexpr char const* save = R"({"actions":[{"type":"key","keys":["cmd","s"]}]})";

@@ -15,14 +15,6 @@ using Kind = MouseEvent::Kind;
 constexpr DesktopPoint onSend{50, 50};
 constexpr DesktopPoint beside{10, 50};
 
-ProbedElement seen(std::string role, std::string title)
-{
-    ProbedElement element;
-    element.role = std::move(role);
-    element.title = std::move(title);
-    return element;
-}
-
 /// A window with the button "Send" at (40, 40) to (60, 60), under the strict guard.
 class RouterStrictTest : public RouterHarness {
 protected:

@@ -1,0 +1,28 @@
+#include "app/AnswerGuard.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo::test {
+namespace {
+
+TEST(AnswerGuard, takesAKeyForAYesOnlyAfterAMomentOfQuiet)
+{
+    AnswerGuard guard;
+    Instant const start{10s};
+    guard.opened(start);
+    EXPECT_FALSE(guard.keyMayAllow(start + 399ms, 1s, false));
+    EXPECT_TRUE(guard.keyMayAllow(start + 400ms, 1s, false));
+    EXPECT_FALSE(guard.keyMayAllow(start + 10s, 1s, true)); // It is held down.
+
+    guard.keyPressed(start + 5s, 1s);
+    EXPECT_FALSE(guard.keyMayAllow(start + 5300ms, 2s, false));
+    EXPECT_FALSE(guard.keyMayAllow(start + 5400ms, 1399ms, false)); // The program was busy meanwhile.
+    EXPECT_TRUE(guard.keyMayAllow(start + 5400ms, 1400ms, false));
+    guard.activated(start + 8s);
+    EXPECT_FALSE(guard.keyMayAllow(start + 8100ms, 4s, false));
+    EXPECT_FALSE(guard.clickMayCount(start + 399ms));
+    EXPECT_TRUE(guard.clickMayCount(start + 400ms));
+}
+
+} // namespace
+} // namespace zelvo::test
