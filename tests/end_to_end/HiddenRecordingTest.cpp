@@ -33,6 +33,16 @@ protected:
             hidden.close(menu);
         }
     }
+    /// A window that shows what was below it.
+    std::uint32_t openBare(int x, int y)
+    {
+        auto const window = painter.open(
+            {.x = x, .y = y, .width = 120, .height = 120, .overrideRedirect = true, .mapped = false});
+        std::uint32_t const none = XCB_BACK_PIXMAP_NONE;
+        xcb_change_window_attributes(painter.x(), window, XCB_CW_BACK_PIXMAP, &none);
+        painter.map(window);
+        return window;
+    }
 };
 
 TEST_F(HiddenRecording, hasAHiddenApplicationInNoFrameWhateverItDoes)
@@ -49,6 +59,31 @@ TEST_F(HiddenRecording, hasAHiddenApplicationInNoFrameWhateverItDoes)
     EXPECT_GE(recording.frames.size(), 10u);
     expectWithout(recording, secret);
     EXPECT_GT(pixelsLike(recording.frames.back(), 0xf0e080), 10000);
+}
+
+TEST_F(HiddenRecording, hasNothingOfItInWindowsThatNeverDrew)
+{
+    agent.store("dev.zelvo.hiddenApps", json::array{"hushhush"});
+    connection = startUnattended();
+    PainterProcess hidden(desktop, desktop.home() / "hushhush");
+    auto const window = hidden.open(
+        {.x = 100, .y = 100, .width = 500, .height = 400, .color = secret, .overrideRedirect = true});
+    EXPECT_EQ(codeOf(perform({clickAt(1000, 800)})), "ok");
+
+    openBare(200, 200);
+    letItRun();
+    auto const second = openBare(300, 250);
+    painter.move(second, 800, 600);
+    letItRun();
+    hidden.move(window, 600, 100);
+    letItRun();
+    hidden.close(window);
+    openBare(650, 150);
+    letItRun();
+
+    PlayedRecording const recording = onlyRecording();
+    EXPECT_GE(recording.frames.size(), 3u);
+    expectWithout(recording, secret);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "platform/ScreenSource.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XReply.h"
+#include "platform/linux/x11/capture/DrawingRequest.h"
 #include "platform/linux/x11/capture/Redirection.h"
 #include "platform/linux/x11/windows/WindowOwners.h"
 
@@ -20,8 +21,10 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// How long a new window may show what was below it, and a newly redirected one what was above.
+/// How long to wait for a new window to draw over what was below it, and for a newly redirected one.
 constexpr milliseconds settling{250};
+/// Between two looks at a window that has to draw.
+constexpr milliseconds lookInterval{80};
 /// How long a compositing manager may show a window after it closed.
 constexpr milliseconds fading{1000};
 
@@ -67,7 +70,8 @@ bool CaptureScene::update(std::set<std::string> const& excluded)
         throw ScreenFailure{"the X server is gone"};
     changes.takeEvents();
     // A window that has closed may belong to an application that is hidden only now.
-    if (excluded != lastExcluded) {
+    bool const isNewList = excluded != lastExcluded;
+    if (isNewList) {
         changes.forgetKept();
         lastExcluded = excluded;
     }
@@ -82,6 +86,9 @@ bool CaptureScene::update(std::set<std::string> const& excluded)
     leaveOutEmptyFrames();
     changes.setHiddenEmbedded(hiddenEmbedded(isNamed));
     bool const hides = excluded.size() > excluded.count(ownBundleIdentifier);
+    if (isNewList && hides)
+        markOverlaps();
+    staleWindows.clear();
     if (hides || leftOut.isAny())
         leaveOutStalePixels();
     return owner->owner != XCB_NONE;
@@ -104,12 +111,38 @@ void CaptureScene::leaveOutEmptyFrames()
     }
 }
 
+/// The remaining windows may have begun with pixels of applications that are hidden only now.
+void CaptureScene::markOverlaps()
+{
+    for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
+        if (leftOut.windows[i] || survey.windows[i].inputOnly)
+            continue;
+        PixelRegion overlap;
+        for (std::size_t other = 0; other < leftOut.windows.size(); ++other)
+            if (leftOut.windows[other])
+                overlap.add(intersection(survey.windows[i].area, survey.windows[other].area));
+        changes.markStale(survey.windows[i], overlap);
+    }
+}
+
 /// Leaves out the stale parts of the remaining windows.
 void CaptureScene::leaveOutStalePixels()
 {
+    std::vector<SurveyedWindow const*> unasked;
+    auto const isStale = [&](std::size_t i) {
+        return !leftOut.windows[i] && !survey.windows[i].inputOnly &&
+               !changes.stale(survey.windows[i]).isEmpty();
+    };
+    for (std::size_t i = 0; i < leftOut.windows.size(); ++i)
+        if (isStale(i) && !changes.isFollowed(survey.windows[i].id))
+            unasked.push_back(&survey.windows[i]);
+    requestDrawing(*connection, changes, unasked);
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
+        if (!isStale(i))
+            continue;
         PixelRegion const stale = changes.stale(survey.windows[i]);
         leftOut.holes[i].insert(leftOut.holes[i].end(), stale.all().begin(), stale.all().end());
+        staleWindows.push_back(survey.windows[i].id);
     }
 }
 
@@ -130,37 +163,13 @@ bool CaptureScene::lingers() const
     return timeLeft(changes.lastLoss(), fading) > milliseconds{0};
 }
 
-std::vector<CaptureScene::Unsettled> CaptureScene::unsettledWindows() const
-{
-    std::vector<Unsettled> found;
-    auto const& windows = survey.windows;
-    for (std::size_t i = 0; i < windows.size(); ++i) {
-        if (leftOut.windows[i] || windows[i].inputOnly)
-            continue;
-        milliseconds const left = timeLeft(changes.shownSince(windows[i].id), settling);
-        if (left == milliseconds{0})
-            continue;
-        for (std::size_t other = 0; other < windows.size(); ++other)
-            if (leftOut.windows[other])
-                if (auto const overlap = intersection(windows[i].area, windows[other].area);
-                    !overlap.isEmpty())
-                    found.push_back({i, overlap, left});
-    }
-    return found;
-}
-
 milliseconds CaptureScene::unsettled() const
 {
     milliseconds left = timeLeft(redirectedAt, settling);
-    for (Unsettled const& one : unsettledWindows())
-        left = std::max(left, one.left);
+    for (std::uint32_t const window : staleWindows)
+        if (auto const asked = changes.askedAt(window))
+            left = std::max(left, std::min(timeLeft(*asked, settling), lookInterval));
     return left;
-}
-
-void CaptureScene::leaveOutUnsettled()
-{
-    for (Unsettled const& one : unsettledWindows())
-        leftOut.holes[one.window].push_back(one.overlap);
 }
 
 void CaptureScene::noteKept()

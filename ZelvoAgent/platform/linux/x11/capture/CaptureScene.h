@@ -40,27 +40,19 @@ public:
     CaptureExclusion const& exclusion() const { return leftOut; }
     /// Whether a compositing manager may still show a closed window.
     bool lingers() const;
-    /// How long the remaining windows need to paint over the pixels of hidden ones.
+    /// How long to wait for the remaining windows, which still have to draw over pixels of hidden ones. What
+    /// is not drawn until then is left out.
     std::chrono::milliseconds unsettled() const;
-    /// Leaves out the parts that have not had that time.
-    void leaveOutUnsettled();
     /// A picture of the remaining windows was taken.
     void noteKept();
 
 private:
     using IsNamed = std::function<bool(ClientWindow const&)>;
-    /// A new window, at the place where it is over a hidden one.
-    struct Unsettled {
-        std::size_t window = 0; ///< an index into the survey's windows
-        PixelRect overlap;
-        std::chrono::milliseconds left;
-    };
-
     void surveyAnew();
     void leaveOutEmptyFrames();
+    void markOverlaps();
     void leaveOutStalePixels();
     std::vector<WindowWatch::HiddenEmbeddedWindow> hiddenEmbedded(IsNamed const& isNamed) const;
-    std::vector<Unsettled> unsettledWindows() const;
 
     std::shared_ptr<X11Connection> connection;
     DesktopEntries& entries;
@@ -68,6 +60,7 @@ private:
     WindowWatch::Time redirectedAt;
     std::set<std::string> lastExcluded;
     CaptureExclusion leftOut;
+    std::vector<std::uint32_t> staleWindows; ///< that the last update() left out parts of
 
     // Result of the last survey; valid until the watch reports a change.
     WindowSurvey survey;

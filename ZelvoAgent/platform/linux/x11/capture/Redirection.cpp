@@ -30,7 +30,7 @@ std::vector<bool> haveOwnMemory(X11Connection const& connection, WindowSurvey co
     return have;
 }
 
-/// The part of a window that other windows cover, within its border.
+/// The part of a window that other windows cover.
 PixelRegion coveredPart(WindowSurvey const& survey, std::size_t i)
 {
     SurveyedWindow const& window = survey.windows[i];
@@ -38,7 +38,7 @@ PixelRegion coveredPart(WindowSurvey const& survey, std::size_t i)
     for (std::size_t above = i + 1; above < survey.windows.size(); ++above) {
         PixelRect const common = intersection(window.area, survey.windows[above].area);
         if (!survey.windows[above].inputOnly)
-            covered.add(common.movedBy(-window.area.x - window.border, -window.area.y - window.border));
+            covered.add(common);
     }
     return covered;
 }
@@ -53,7 +53,7 @@ void redirectWindows(X11Connection const& connection, WindowWatch& watch)
     std::vector<bool> const own = haveOwnMemory(connection, survey);
     for (std::size_t i = 0; i < survey.windows.size(); ++i)
         if (!survey.windows[i].inputOnly && !own[i])
-            watch.markStale(survey.windows[i].id, coveredPart(survey, i), std::nullopt);
+            watch.markStale(survey.windows[i], coveredPart(survey, i));
     xcb_composite_redirect_subwindows(x, connection.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     xcb_ungrab_server(x);
     connection.sync();

@@ -1,62 +1,90 @@
 #include "platform/linux/x11/capture/StalePixelTracker.h"
 
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/windows/WindowSurvey.h"
 
 #include <xcb/damage.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace zelvo {
 
 StalePixelTracker::StalePixelTracker(std::shared_ptr<X11Connection> server) : connection(std::move(server)) {}
 
-void StalePixelTracker::follow(std::uint32_t window, Entry& entry)
+StalePixelTracker::Entry const* StalePixelTracker::find(std::uint32_t window) const
 {
-    auto* const x = connection->get();
-    if (!connection->capabilities().damage)
-        return;
-    entry.damage = xcb_generate_id(x);
-    entry.asked = xcb_damage_create(x, entry.damage, window, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES).sequence;
-    // The server first reports the whole visible window as drawn. Only events after the next request count.
-    xcb_no_operation(x);
-    xcb_flush(x);
+    auto const found = entries.find(window);
+    return found == entries.end() ? nullptr : &found->second;
 }
 
-void StalePixelTracker::drop(Entries::iterator entry)
-{
-    if (entry->second.damage)
-        xcb_damage_destroy(connection->get(), entry->second.damage);
-    entries.erase(entry);
-}
-
-void StalePixelTracker::dropClean(Entries::iterator entry)
-{
-    if (entry->second.left.isEmpty() && !expected.contains(entry->first))
-        drop(entry);
-}
-
-void StalePixelTracker::expect(std::set<std::uint32_t> windows)
-{
-    std::set<std::uint32_t> const before = std::exchange(expected, std::move(windows));
-    for (std::uint32_t const window : expected)
-        if (Entry& entry = entries[window]; !entry.damage)
-            follow(window, entry);
-    for (std::uint32_t const window : before)
-        if (auto const entry = entries.find(window); entry != entries.end())
-            dropClean(entry);
-}
-
-void StalePixelTracker::markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until)
+void StalePixelTracker::markStale(std::uint32_t window, PixelRegion const& part)
 {
     if (part.isEmpty())
         return;
     Entry& entry = entries[window];
+    settle(entry);
+    endReports(entry);
     for (PixelRect const& rect : part.all())
         entry.left.add(rect);
-    entry.until = until;
-    if (!entry.damage)
-        follow(window, entry);
+    entry.firstAsked.reset();
+}
+
+void StalePixelTracker::noteGone(std::uint32_t window)
+{
+    auto const found = entries.find(window);
+    if (found == entries.end())
+        return;
+    endReports(found->second);
+    entries.erase(found);
+}
+
+void StalePixelTracker::noteMove()
+{
+    for (auto& [window, entry] : entries) {
+        settle(entry);
+        endReports(entry);
+    }
+}
+
+void StalePixelTracker::noteShape()
+{
+    for (auto& [window, entry] : entries)
+        endReports(entry);
+}
+
+void StalePixelTracker::settle(Entry& entry)
+{
+    entry.left.subtract(std::exchange(entry.drawn, {}));
+}
+
+void StalePixelTracker::endReports(Entry& entry)
+{
+    entry.drawn = {};
+    if (entry.damage)
+        xcb_damage_destroy(connection->get(), std::exchange(entry.damage, 0));
+}
+
+void StalePixelTracker::follow(std::uint32_t window)
+{
+    auto const found = entries.find(window);
+    if (found == entries.end() || found->second.damage || !connection->capabilities().damage)
+        return;
+    Entry& entry = found->second;
+    auto* const x = connection->get();
+    entry.damage = xcb_generate_id(x);
+    // Each part is reported once, so a window that keeps drawing elsewhere costs nothing.
+    entry.asked =
+        xcb_damage_create(x, entry.damage, window, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES).sequence;
+    // The server first reports the whole visible window as drawn. Only later events count.
+    xcb_damage_subtract(x, entry.damage, XCB_NONE, XCB_NONE);
+    if (!entry.firstAsked)
+        entry.firstAsked = std::chrono::steady_clock::now();
+}
+
+bool StalePixelTracker::isFollowed(std::uint32_t window) const
+{
+    Entry const* const entry = find(window);
+    return entry && entry->damage;
 }
 
 void StalePixelTracker::noteDrawn(std::uint32_t window,
@@ -67,30 +95,43 @@ void StalePixelTracker::noteDrawn(std::uint32_t window,
     auto const found = entries.find(window);
     if (found == entries.end() || found->second.damage != damage || found->second.asked == sequence)
         return;
-    found->second.left.subtract(part);
-    dropClean(found);
-}
-
-void StalePixelTracker::noteGone(std::uint32_t window)
-{
-    if (auto const entry = entries.find(window); entry != entries.end())
-        drop(entry);
-}
-
-PixelRegion StalePixelTracker::stale(SurveyedWindow const& window)
-{
-    PixelRegion region;
-    auto const found = entries.find(window.id);
-    if (found == entries.end())
-        return region;
-    if (found->second.until && *found->second.until < std::chrono::steady_clock::now()) {
-        found->second.left = {};
-        dropClean(found);
-        return region;
+    // The server reports a new colour of the border as the whole window.
+    if (part.x < 0 || part.y < 0) {
+        settle(found->second);
+        endReports(found->second);
+    } else {
+        found->second.drawn.add(part);
     }
-    for (PixelRect const& rect : found->second.left.all())
-        region.add(rect.movedBy(window.area.x + window.border, window.area.y + window.border));
-    return region;
+}
+
+bool StalePixelTracker::isDrawn(std::uint32_t window, int x, int y) const
+{
+    Entry const* const entry = find(window);
+    return entry && !entry->drawn.intersected({x, y, 1, 1}).isEmpty();
+}
+
+void StalePixelTracker::markDrawn(std::uint32_t window, PixelRegion const& part)
+{
+    if (auto const found = entries.find(window); found != entries.end())
+        found->second.left.subtract(part);
+}
+
+PixelRegion StalePixelTracker::stale(std::uint32_t window)
+{
+    auto const found = entries.find(window);
+    if (found == entries.end())
+        return {};
+    settle(found->second);
+    if (!found->second.left.isEmpty())
+        return found->second.left;
+    noteGone(window);
+    return {};
+}
+
+std::optional<StalePixelTracker::Time> StalePixelTracker::askedAt(std::uint32_t window) const
+{
+    Entry const* const entry = find(window);
+    return entry ? entry->firstAsked : std::nullopt;
 }
 
 } // namespace zelvo

@@ -8,14 +8,31 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
-#include <set>
+#include <cstddef>
 
 namespace zelvo {
 
 namespace {
 
-/// How long a client that has left its host may remain visible there if no drawing is reported.
-constexpr std::chrono::seconds vacating{3};
+/// How long the screen may still show a window that has left its place, and how far around a window a
+/// compositing manager may show something of it.
+constexpr std::chrono::seconds fading{1};
+constexpr int halo = 64;
+/// Larger than any window.
+constexpr PixelRect everything{0, 0, 32767, 32767};
+
+PixelRect inflated(PixelRect const& rect, int by)
+{
+    return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
+}
+
+PixelRegion moved(PixelRegion const& region, int dx, int dy)
+{
+    PixelRegion result;
+    for (PixelRect const& rect : region.all())
+        result.add(rect.movedBy(dx, dy));
+    return result;
+}
 
 void select(X11Connection const& connection, std::uint32_t window)
 {
@@ -29,6 +46,13 @@ template <class Event>
 Event const& as(void const* event)
 {
     return *static_cast<Event const*>(event);
+}
+
+/// Of the events of creation and of configuration.
+template <class Event>
+PixelRect outerArea(Event const& event)
+{
+    return {event.x, event.y, event.width + 2 * event.border_width, event.height + 2 * event.border_width};
 }
 
 } // namespace
@@ -86,22 +110,37 @@ void WindowWatch::take(void const* event)
     if (about.window == ignored || about.window == connection->root())
         return;
     changed = true;
+    stalePixels.noteMove();
     noteHiddenEmbedded(type, event);
-    if (onRoot && (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY))
-        noteGone(about.window);
+    if (type == XCB_CREATE_NOTIFY) {
+        auto const& created = as<xcb_create_notify_event_t>(event);
+        if (created.parent == connection->root())
+            noteArea(created.window, outerArea(created), created.border_width);
+    } else if (onRoot) {
+        takeOnRoot(type, event);
+    }
     if (type == XCB_DESTROY_NOTIFY)
         noteEnd(about.window);
-    if (!onRoot)
-        return;
-    if (type == XCB_CONFIGURE_NOTIFY) {
-        auto const& size = as<xcb_configure_notify_event_t>(event);
-        noteSize(size.window, size.width, size.height);
+}
+
+/// A child of the root has changed.
+void WindowWatch::takeOnRoot(int type, void const* event)
+{
+    std::uint32_t const window = as<xcb_destroy_notify_event_t>(event).window;
+    if (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY) {
+        noteGone(window);
+    } else if (type == XCB_CONFIGURE_NOTIFY) {
+        auto const& now = as<xcb_configure_notify_event_t>(event);
+        noteArea(window, outerArea(now), now.border_width);
     } else if (type == XCB_REPARENT_NOTIFY) {
-        auto const& move = as<xcb_reparent_notify_event_t>(event);
-        if (move.parent != connection->root())
-            frames.insert(move.parent);
+        std::uint32_t const parent = as<xcb_reparent_notify_event_t>(event).parent;
+        if (parent == connection->root())
+            shown.try_emplace(window); // Its size is unknown until the next survey.
+        else
+            frames.insert(parent);
     } else if (type == XCB_MAP_NOTIFY) {
-        noteMapped(about.window);
+        shown[window].isMapped = true;
+        noteNewPixels(window);
     }
 }
 
@@ -115,21 +154,76 @@ bool WindowWatch::takeExtension(int type, void const* event)
                               {drawn.area.x, drawn.area.y, drawn.area.width, drawn.area.height});
         return false;
     }
-    return can.shape && type == can.shapeFirstEvent;
+    if (!can.shape || type != can.shapeFirstEvent)
+        return false;
+    stalePixels.noteShape();
+    return true;
 }
 
-void WindowWatch::noteSize(std::uint32_t window, int width, int height)
+/// A new size brings new pixels, as mapping does.
+void WindowWatch::noteArea(std::uint32_t window, PixelRect const& area, int border)
 {
     Shown& entry = shown[window];
-    if (entry.width == width && entry.height == height)
+    if (entry.area == area && entry.border == border)
         return;
-    entry = {width, height, std::chrono::steady_clock::now()};
-    stalePixels.noteGone(window);
+    bool const isResized = entry.area.width != area.width || entry.area.height != area.height;
+    if (entry.isMapped)
+        leaveGhost(window);
+    entry.area = area;
+    entry.border = border;
+    if (entry.isMapped && isResized)
+        noteNewPixels(window);
 }
 
-void WindowWatch::noteMapped(std::uint32_t window)
+/// The server begins a window with a copy of what the screen shows there.
+void WindowWatch::noteNewPixels(std::uint32_t window)
 {
-    shown[window].since = std::chrono::steady_clock::now();
+    Shown const& entry = shown[window];
+    PixelRegion const before = stalePixels.stale(window);
+    if (entry.area.isEmpty() || !before.isEmpty()) { // What was stale before may be anywhere now.
+        stalePixels.markStale(window, PixelRegion(everything));
+        return;
+    }
+    PixelRegion const under = suspectPixels(window).intersected(entry.area);
+    stalePixels.markStale(window, moved(under, -entry.area.x - entry.border, -entry.area.y - entry.border));
+}
+
+/// Where the screen may show pixels that no picture may have: at all windows but those that the last picture
+/// showed whole.
+PixelRegion WindowWatch::suspectPixels(std::uint32_t around)
+{
+    PixelRegion suspects;
+    for (auto const& [window, entry] : shown)
+        if (window != around && window != ignored && entry.isMapped && !kept.contains(window))
+            suspects.add(inflated(entry.area, halo));
+    std::erase_if(ghosts, [](Ghost const& ghost) { return ghost.until < std::chrono::steady_clock::now(); });
+    for (Ghost const& ghost : ghosts)
+        suspects.add(inflated(ghost.area, halo));
+    stalePixels.each([&](std::uint32_t window, PixelRegion const& left) {
+        auto const found = shown.find(window);
+        if (window == around || found == shown.end())
+            return;
+        Shown const& entry = found->second;
+        PixelRegion const onRoot = moved(left, entry.area.x + entry.border, entry.area.y + entry.border);
+        for (PixelRect const& rect : onRoot.intersected(entry.area).all())
+            suspects.add(rect);
+    });
+    return suspects;
+}
+
+void WindowWatch::leaveGhost(std::uint32_t window)
+{
+    auto const found = shown.find(window);
+    if (found != shown.end() && found->second.isMapped && !kept.contains(window))
+        ghosts.push_back({found->second.area, std::chrono::steady_clock::now() + fading});
+    constexpr std::size_t enough = 64;
+    if (ghosts.size() <= enough)
+        return;
+    // One that moves all the time: its places together.
+    PixelRegion places;
+    for (Ghost const& ghost : ghosts)
+        places.add(ghost.area);
+    ghosts = {{places.bounds(), ghosts.back().until}};
 }
 
 void WindowWatch::noteGone(std::uint32_t window)
@@ -137,6 +231,9 @@ void WindowWatch::noteGone(std::uint32_t window)
     anyLoss = std::chrono::steady_clock::now();
     if (!kept.contains(window))
         loss = anyLoss;
+    leaveGhost(window);
+    if (auto const found = shown.find(window); found != shown.end())
+        found->second.isMapped = false;
     stalePixels.noteGone(window);
 }
 
@@ -164,22 +261,12 @@ void WindowWatch::reset(WindowSurvey const& survey)
         if (selected.insert(window).second)
             select(*connection, window);
     for (SurveyedWindow const& window : survey.windows) {
-        // Sizes without borders, as in events.
         if (window.client.id != window.id)
             frames.insert(window.id);
-        Shown& entry = shown[window.id];
-        entry.width = window.area.width - 2 * window.border;
-        entry.height = window.area.height - 2 * window.border;
+        shown[window.id] = {window.area, window.border, true};
         if (connection->capabilities().shape && selectedShapes.insert(window.id).second)
             xcb_shape_select_input(connection->get(), window.id, 1);
     }
-}
-
-WindowWatch::Time WindowWatch::shownSince(std::uint32_t window) const
-{
-    std::scoped_lock guard(lock);
-    auto const found = shown.find(window);
-    return found == shown.end() ? Time{} : found->second.since;
 }
 
 WindowWatch::Time WindowWatch::lastLoss() const
@@ -215,9 +302,8 @@ void WindowWatch::noteHiddenEmbedded(int type, void const* event)
     if (left == hiddenEmbedded.end() || type == XCB_MAP_NOTIFY)
         return;
     PixelRegion vacated(left->area);
-    auto const until = std::chrono::steady_clock::now() + vacating;
     if (type != XCB_CONFIGURE_NOTIFY) {
-        stalePixels.markStale(left->host, vacated, until);
+        stalePixels.markStale(left->host, vacated);
         hiddenEmbedded.erase(left);
         return;
     }
@@ -227,37 +313,67 @@ void WindowWatch::noteHiddenEmbedded(int type, void const* event)
                   place.height};
     left->place = place;
     vacated.subtract(left->area);
-    stalePixels.markStale(left->host, vacated, until);
+    stalePixels.markStale(left->host, vacated);
 }
 
 void WindowWatch::setHiddenEmbedded(std::vector<HiddenEmbeddedWindow> present)
 {
     std::scoped_lock guard(lock);
-    std::set<std::uint32_t> hosts;
-    for (HiddenEmbeddedWindow const& embedded : present)
-        hosts.insert(embedded.host);
     for (HiddenEmbeddedWindow const& before : hiddenEmbedded) {
         // One that moved without an event, for instance because another window is between it and its host.
         PixelRegion vacated(before.area);
         if (auto const now = std::ranges::find(present, before.window, &HiddenEmbeddedWindow::window);
             now != present.end() && now->host == before.host)
             vacated.subtract(now->area);
-        stalePixels.markStale(before.host, vacated, std::chrono::steady_clock::now() + vacating);
+        stalePixels.markStale(before.host, vacated);
     }
-    stalePixels.expect(std::move(hosts));
     hiddenEmbedded = std::move(present);
 }
 
-void WindowWatch::markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until)
+void WindowWatch::markStale(SurveyedWindow const& window, PixelRegion const& part)
 {
     std::scoped_lock guard(lock);
-    stalePixels.markStale(window, part, until);
+    stalePixels.markStale(window.id,
+                          moved(part, -window.area.x - window.border, -window.area.y - window.border));
 }
 
 PixelRegion WindowWatch::stale(SurveyedWindow const& window)
 {
     std::scoped_lock guard(lock);
-    return stalePixels.stale(window);
+    PixelRegion const left =
+        moved(stalePixels.stale(window.id), window.area.x + window.border, window.area.y + window.border);
+    PixelRegion const visible = left.intersected(window.area);
+    return window.shaped ? visible.intersected(window.shape) : visible;
+}
+
+void WindowWatch::follow(std::uint32_t window)
+{
+    std::scoped_lock guard(lock);
+    stalePixels.follow(window);
+}
+
+bool WindowWatch::isFollowed(std::uint32_t window) const
+{
+    std::scoped_lock guard(lock);
+    return stalePixels.isFollowed(window);
+}
+
+bool WindowWatch::isDrawn(std::uint32_t window, int x, int y) const
+{
+    std::scoped_lock guard(lock);
+    return stalePixels.isDrawn(window, x, y);
+}
+
+void WindowWatch::markDrawn(std::uint32_t window, PixelRegion const& part)
+{
+    std::scoped_lock guard(lock);
+    stalePixels.markDrawn(window, part);
+}
+
+std::optional<WindowWatch::Time> WindowWatch::askedAt(std::uint32_t window) const
+{
+    std::scoped_lock guard(lock);
+    return stalePixels.askedAt(window);
 }
 
 void WindowWatch::ignore(std::uint32_t window)

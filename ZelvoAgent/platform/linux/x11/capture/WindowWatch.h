@@ -31,9 +31,6 @@ public:
     /// A survey was just taken, with the server grabbed: watch what it depends on.
     void reset(WindowSurvey const& survey);
 
-    /// When a window appeared in its present size. Until the window paints itself, its pixels are the
-    /// server's copy of what was below it.
-    Time shownSince(std::uint32_t window) const;
     /// When a window other than the kept ones last left the screen. A compositing manager shows a closed
     /// window for a little longer.
     Time lastLoss() const;
@@ -43,11 +40,20 @@ public:
     /// Forget the kept windows; a new set follows.
     void forgetKept();
     /// A part of a window shows pixels of another one.
-    /// part   within the border
-    /// until  when it counts as clean even if nothing was drawn; `nullopt` for never
-    void markStale(std::uint32_t window, PixelRegion const& part, std::optional<Time> until);
-    /// The parts that are still stale, on the root window.
+    /// part  on the root window
+    void markStale(SurveyedWindow const& window, PixelRegion const& part);
+    /// The visible parts that are still stale, on the root window. With the server grabbed and all events
+    /// taken.
     PixelRegion stale(SurveyedWindow const& window);
+    /// Requests reports of drawing in the stale parts of a window. With the server grabbed.
+    void follow(std::uint32_t window);
+    bool isFollowed(std::uint32_t window) const;
+    /// Whether drawing of a pixel was reported. The place is within the border.
+    bool isDrawn(std::uint32_t window, int x, int y) const;
+    /// The part was drawn, although no report said so.
+    void markDrawn(std::uint32_t window, PixelRegion const& part);
+    /// When drawing of the stale parts was first requested.
+    std::optional<Time> askedAt(std::uint32_t window) const;
     /// An embedded client that pictures leave out. When it moves away, the place in its host is stale.
     struct HiddenEmbeddedWindow {
         std::uint32_t window = 0;
@@ -61,15 +67,24 @@ public:
     void ignore(std::uint32_t window);
 
 private:
+    /// A child of the root.
     struct Shown {
-        int width = 0;
-        int height = 0;
-        Time since;
+        PixelRect area; ///< border included, on the root window; empty if unknown
+        int border = 0;
+        bool isMapped = false;
+    };
+    /// The place of a window that has just left it.
+    struct Ghost {
+        PixelRect area;
+        Time until;
     };
     void take(void const* event);
     bool takeExtension(int type, void const* event);
-    void noteSize(std::uint32_t window, int width, int height);
-    void noteMapped(std::uint32_t window);
+    void takeOnRoot(int type, void const* event);
+    void noteArea(std::uint32_t window, PixelRect const& area, int border);
+    void noteNewPixels(std::uint32_t window);
+    PixelRegion suspectPixels(std::uint32_t around);
+    void leaveGhost(std::uint32_t window);
     void noteGone(std::uint32_t window);
     void noteEnd(std::uint32_t window);
     void noteHiddenEmbedded(int type, void const* event);
@@ -83,6 +98,7 @@ private:
     std::unordered_set<std::uint32_t> kept;
     std::unordered_set<std::uint32_t> frames;
     std::map<std::uint32_t, Shown> shown;
+    std::vector<Ghost> ghosts;
     StalePixelTracker stalePixels;
     std::vector<HiddenEmbeddedWindow> hiddenEmbedded;
     Time loss{};

@@ -34,7 +34,6 @@ CaptureResult X11Capture::take(PixelRect area, std::set<std::string> const& excl
     } else if (auto const wait = scene.unsettled(); wait > wait.zero() && !lastTry) {
         result.wait = wait;
     } else {
-        scene.leaveOutUnsettled();
         result.picture = reader.composed(scene.windows(), scene.exclusion(), compositor);
     }
     scene.noteKept();
