@@ -85,7 +85,7 @@ Task<json::value> ShellHandlers::run(Admission admission)
     ConfirmationSubject const subject{asked};
     co_await services.confirmations.ask(subject, admission.asker, Confirmations::timeoutMs(params));
     std::int64_t const timeoutMs = read::integer(params, "timeoutMs").value_or(defaultTimeoutMs);
-    ShellRunResult const result = co_await services.shell.run(*command, cwd, timeoutMs, env);
+    ShellRunResult result = co_await services.shell.run(*command, cwd, timeoutMs, env);
     if (admission.connection)
         co_await on(services.main,
                     [&] { log(*admission.connection, admission.loggedAgentName(), asked, result); });

@@ -69,6 +69,14 @@ PixelRegion PixelRegion::intersected(PixelRegion const& other) const
     return result;
 }
 
+PixelRegion PixelRegion::movedBy(int dx, int dy) const
+{
+    PixelRegion result(*this);
+    for (PixelRect& rect : result.rects)
+        rect = rect.movedBy(dx, dy);
+    return result;
+}
+
 std::int64_t PixelRegion::pixels() const
 {
     std::int64_t sum = 0;

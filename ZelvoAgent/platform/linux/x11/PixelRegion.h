@@ -33,6 +33,7 @@ public:
     void subtract(PixelRegion const& other);
     PixelRegion intersected(PixelRect const& rect) const;
     PixelRegion intersected(PixelRegion const& other) const;
+    PixelRegion movedBy(int dx, int dy) const;
 
     bool isEmpty() const { return rects.empty(); }
     std::int64_t pixels() const;

@@ -7,8 +7,8 @@
 #include <string>
 
 struct xcb_connection_t;
-struct xcb_screen_t;
-struct xcb_setup_t;
+struct xcb_screen_t; // NOLINT(readability-identifier-naming): XCB names it.
+struct xcb_setup_t;  // NOLINT(readability-identifier-naming): XCB names it.
 
 namespace zelvo {
 

@@ -121,7 +121,7 @@ void CaptureScene::markOverlaps()
         for (std::size_t other = 0; other < leftOut.windows.size(); ++other)
             if (leftOut.windows[other])
                 overlap.add(intersection(survey.windows[i].area, survey.windows[other].area));
-        changes.markStale(survey.windows[i], overlap);
+        changes.stale().markStale(survey.windows[i], overlap);
     }
 }
 
@@ -131,16 +131,16 @@ void CaptureScene::leaveOutStalePixels()
     std::vector<SurveyedWindow const*> unasked;
     auto const isStale = [&](std::size_t i) {
         return !leftOut.windows[i] && !survey.windows[i].inputOnly &&
-               !changes.stale(survey.windows[i]).isEmpty();
+               !changes.stale().visible(survey.windows[i]).isEmpty();
     };
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i)
-        if (isStale(i) && !changes.isFollowed(survey.windows[i].id))
+        if (isStale(i) && !changes.stale().isFollowed(survey.windows[i].id))
             unasked.push_back(&survey.windows[i]);
     requestDrawing(*connection, changes, unasked);
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
         if (!isStale(i))
             continue;
-        PixelRegion const stale = changes.stale(survey.windows[i]);
+        PixelRegion const stale = changes.stale().visible(survey.windows[i]);
         leftOut.holes[i].insert(leftOut.holes[i].end(), stale.all().begin(), stale.all().end());
         staleWindows.push_back(survey.windows[i].id);
     }
@@ -167,7 +167,7 @@ milliseconds CaptureScene::unsettled() const
 {
     milliseconds left = timeLeft(redirectedAt, settling);
     for (std::uint32_t const window : staleWindows)
-        if (auto const asked = changes.askedAt(window))
+        if (auto const asked = changes.stale().askedAt(window))
             left = std::max(left, std::min(timeLeft(*asked, settling), lookInterval));
     return left;
 }

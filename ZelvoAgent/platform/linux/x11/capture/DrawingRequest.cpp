@@ -33,14 +33,14 @@ struct Node {
 class Request {
 public:
     Request(X11Connection const& connection, WindowWatch& watch)
-        : connection(connection), x(connection.get()), watch(watch)
+        : connection(connection), x(connection.get()), watch(watch), stale(watch.stale())
     {
     }
 
     void run(std::vector<SurveyedWindow const*> const& windows)
     {
         for (SurveyedWindow const* const window : windows) {
-            watch.follow(window->id);
+            stale.follow(window->id);
             int const border = window->border;
             nodes.push_back({.window = window->id,
                              .top = window,
@@ -107,12 +107,12 @@ private:
     {
         if (!node.isViewable || !node.isDrawable)
             return;
-        PixelRegion const stale = watch.stale(*node.top);
+        PixelRegion const visible = stale.visible(*node.top);
         // The server always paints borders.
-        PixelRegion border = stale.intersected(node.outer);
+        PixelRegion border = visible.intersected(node.outer);
         border.subtract(node.inner);
         markDrawn(node, border);
-        node.own = stale.intersected(node.inner);
+        node.own = visible.intersected(node.inner);
         for (std::size_t const child : node.children)
             if (nodes[child].isViewable && nodes[child].isDrawable)
                 node.own.subtract(nodes[child].outer);
@@ -132,7 +132,7 @@ private:
                 continue;
             PixelRect const& at = node.own.all().front();
             SurveyedWindow const& top = *node.top;
-            if (watch.isDrawn(top.id, at.x - top.area.x - top.border, at.y - top.area.y - top.border))
+            if (stale.isDrawn(top.id, at.x - top.area.x - top.border, at.y - top.area.y - top.border))
                 markDrawn(node, node.own);
             else
                 clear(node, node.own.bounds());
@@ -150,15 +150,13 @@ private:
     void markDrawn(Node const& node, PixelRegion const& part)
     {
         SurveyedWindow const& top = *node.top;
-        PixelRegion within;
-        for (PixelRect const& rect : part.all())
-            within.add(rect.movedBy(-top.area.x - top.border, -top.area.y - top.border));
-        watch.markDrawn(top.id, within);
+        stale.markDrawn(top.id, part.movedBy(-top.area.x - top.border, -top.area.y - top.border));
     }
 
     X11Connection const& connection;
     xcb_connection_t* x;
     WindowWatch& watch;
+    StalePixelTracker& stale;
     std::deque<Node> nodes; ///< parents before children; a deque, since handlers keep references
 };
 

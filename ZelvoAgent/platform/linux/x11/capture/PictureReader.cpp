@@ -158,7 +158,7 @@ void PictureReader::fetchPiece(SurveyedWindow const& window, CapturePiece const&
     xcb_free_pixmap(x, pixmap);
 }
 
-bool PictureReader::arrived(Read const& read)
+bool PictureReader::arrived(Read const& read) const
 {
     xcb_shm_get_image_cookie_t const cookie{read.sequence};
     return XReply<xcb_shm_get_image_reply_t>(
@@ -180,14 +180,14 @@ void PictureReader::put(Picture& picture, Read const& read, PixelRegion const& v
     }
 }
 
-unsigned PictureReader::askCursor()
+unsigned PictureReader::askCursor() const
 {
     if (!services.connection.capabilities().xfixes)
         return 0;
     return xcb_xfixes_get_cursor_image(services.connection.get()).sequence;
 }
 
-void PictureReader::drawCursor(Picture& picture, unsigned asked)
+void PictureReader::drawCursor(Picture& picture, unsigned asked) const
 {
     if (!services.connection.capabilities().xfixes)
         return;

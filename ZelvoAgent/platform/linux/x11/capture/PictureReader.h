@@ -50,11 +50,11 @@ private:
     void fetchBackground(WindowSurvey const& survey, PixelRegion const& region, bool compositor);
     void fetchUncovered(PixelRegion const& region, PixelRegion const& covered);
     void fetchPiece(SurveyedWindow const& window, CapturePiece const& piece, std::size_t number);
-    bool arrived(Read const& read);
+    bool arrived(Read const& read) const;
     Picture emptyPicture() const;
     void put(Picture& picture, Read const& read, PixelRegion const& visible, bool blends);
-    unsigned askCursor();
-    void drawCursor(Picture& picture, unsigned asked);
+    unsigned askCursor() const;
+    void drawCursor(Picture& picture, unsigned asked) const;
 
     Services services;
     PixelRect area;

@@ -53,7 +53,7 @@ void redirectWindows(X11Connection const& connection, WindowWatch& watch)
     std::vector<bool> const own = haveOwnMemory(connection, survey);
     for (std::size_t i = 0; i < survey.windows.size(); ++i)
         if (!survey.windows[i].inputOnly && !own[i])
-            watch.markStale(survey.windows[i], coveredPart(survey, i));
+            watch.stale().markStale(survey.windows[i], coveredPart(survey, i));
     xcb_composite_redirect_subwindows(x, connection.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     xcb_ungrab_server(x);
     connection.sync();

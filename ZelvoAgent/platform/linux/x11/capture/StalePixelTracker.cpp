@@ -1,6 +1,7 @@
 #include "platform/linux/x11/capture/StalePixelTracker.h"
 
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/windows/WindowSurvey.h"
 
 #include <xcb/damage.h>
 
@@ -21,6 +22,7 @@ void StalePixelTracker::markStale(std::uint32_t window, PixelRegion const& part)
 {
     if (part.isEmpty())
         return;
+    std::scoped_lock guard(lock);
     Entry& entry = entries[window];
     settle(entry);
     endReports(entry);
@@ -29,7 +31,18 @@ void StalePixelTracker::markStale(std::uint32_t window, PixelRegion const& part)
     entry.firstAsked.reset();
 }
 
+void StalePixelTracker::markStale(SurveyedWindow const& window, PixelRegion const& part)
+{
+    markStale(window.id, part.movedBy(-window.area.x - window.border, -window.area.y - window.border));
+}
+
 void StalePixelTracker::noteGone(std::uint32_t window)
+{
+    std::scoped_lock guard(lock);
+    drop(window);
+}
+
+void StalePixelTracker::drop(std::uint32_t window)
 {
     auto const found = entries.find(window);
     if (found == entries.end())
@@ -40,6 +53,7 @@ void StalePixelTracker::noteGone(std::uint32_t window)
 
 void StalePixelTracker::noteMove()
 {
+    std::scoped_lock guard(lock);
     for (auto& [window, entry] : entries) {
         settle(entry);
         endReports(entry);
@@ -48,6 +62,7 @@ void StalePixelTracker::noteMove()
 
 void StalePixelTracker::noteShape()
 {
+    std::scoped_lock guard(lock);
     for (auto& [window, entry] : entries)
         endReports(entry);
 }
@@ -66,6 +81,7 @@ void StalePixelTracker::endReports(Entry& entry)
 
 void StalePixelTracker::follow(std::uint32_t window)
 {
+    std::scoped_lock guard(lock);
     auto const found = entries.find(window);
     if (found == entries.end() || found->second.damage || !connection->capabilities().damage)
         return;
@@ -83,6 +99,7 @@ void StalePixelTracker::follow(std::uint32_t window)
 
 bool StalePixelTracker::isFollowed(std::uint32_t window) const
 {
+    std::scoped_lock guard(lock);
     Entry const* const entry = find(window);
     return entry && entry->damage;
 }
@@ -92,6 +109,7 @@ void StalePixelTracker::noteDrawn(std::uint32_t window,
                                   std::uint32_t sequence,
                                   PixelRect const& part)
 {
+    std::scoped_lock guard(lock);
     auto const found = entries.find(window);
     if (found == entries.end() || found->second.damage != damage || found->second.asked == sequence)
         return;
@@ -106,12 +124,14 @@ void StalePixelTracker::noteDrawn(std::uint32_t window,
 
 bool StalePixelTracker::isDrawn(std::uint32_t window, int x, int y) const
 {
+    std::scoped_lock guard(lock);
     Entry const* const entry = find(window);
     return entry && !entry->drawn.intersected({x, y, 1, 1}).isEmpty();
 }
 
 void StalePixelTracker::markDrawn(std::uint32_t window, PixelRegion const& part)
 {
+    std::scoped_lock guard(lock);
     if (auto const found = entries.find(window); found != entries.end())
         found->second.left.subtract(part);
 }
@@ -124,12 +144,37 @@ PixelRegion StalePixelTracker::stale(std::uint32_t window)
     settle(found->second);
     if (!found->second.left.isEmpty())
         return found->second.left;
-    noteGone(window);
+    drop(window);
     return {};
+}
+
+PixelRegion StalePixelTracker::visible(SurveyedWindow const& window)
+{
+    std::scoped_lock guard(lock);
+    PixelRegion const onRoot =
+        stale(window.id).movedBy(window.area.x + window.border, window.area.y + window.border);
+    PixelRegion const inside = onRoot.intersected(window.area);
+    return window.shaped ? inside.intersected(window.shape) : inside;
+}
+
+bool StalePixelTracker::isStale(std::uint32_t window)
+{
+    std::scoped_lock guard(lock);
+    return !stale(window).isEmpty();
+}
+
+std::vector<std::pair<std::uint32_t, PixelRegion>> StalePixelTracker::all() const
+{
+    std::scoped_lock guard(lock);
+    std::vector<std::pair<std::uint32_t, PixelRegion>> found;
+    for (auto const& [window, entry] : entries)
+        found.emplace_back(window, entry.left);
+    return found;
 }
 
 std::optional<StalePixelTracker::Time> StalePixelTracker::askedAt(std::uint32_t window) const
 {
+    std::scoped_lock guard(lock);
     Entry const* const entry = find(window);
     return entry ? entry->firstAsked : std::nullopt;
 }

@@ -6,15 +6,19 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace zelvo {
 
 class X11Connection;
+struct SurveyedWindow;
 
 /// Tracks the parts of windows that still show pixels of other windows, until the server reports that they
 /// are drawn over. The server also reports parts that it only moves or uncovers, right after the event of
-/// what caused that, so reports end at such an event and have to be requested again. Thread: one at a time.
+/// what caused that, so reports end at such an event and have to be requested again. Thread: any.
 class StalePixelTracker {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -23,6 +27,8 @@ public:
 
     /// part  within the window's border
     void markStale(std::uint32_t window, PixelRegion const& part);
+    /// part  on the root window
+    void markStale(SurveyedWindow const& window, PixelRegion const& part);
     /// The window left the screen. When it comes back, the server gives it new pixels.
     void noteGone(std::uint32_t window);
     /// A window appeared, disappeared, moved or changed its size or place in the stack. Ends all reports;
@@ -43,18 +49,14 @@ public:
     /// The part was drawn, although no report said so.
     void markDrawn(std::uint32_t window, PixelRegion const& part);
 
-    /// The stale parts within the border; empty for most windows. What was reported until now counts: not
-    /// before all events of changed shapes have arrived.
-    PixelRegion stale(std::uint32_t window);
+    /// The visible stale parts, on the root window; empty for most windows. What was reported until now
+    /// counts: not before all events of changed shapes have arrived.
+    PixelRegion visible(SurveyedWindow const& window);
+    bool isStale(std::uint32_t window);
     /// When reports were first requested for the window's present stale parts; `nullopt` if never.
     std::optional<Time> askedAt(std::uint32_t window) const;
-    /// The windows with stale parts.
-    template <class Visit>
-    void each(Visit visit) const
-    {
-        for (auto const& [window, entry] : entries)
-            visit(window, entry.left);
-    }
+    /// All windows with stale parts, and these within the border.
+    std::vector<std::pair<std::uint32_t, PixelRegion>> all() const;
 
 private:
     struct Entry {
@@ -69,9 +71,12 @@ private:
     void settle(Entry& entry);
     void endReports(Entry& entry);
     Entry const* find(std::uint32_t window) const;
+    PixelRegion stale(std::uint32_t window);
+    void drop(std::uint32_t window);
 
     std::shared_ptr<X11Connection> connection;
-    Entries entries;
+    mutable std::mutex lock;
+    Entries entries; // lock
 };
 
 } // namespace zelvo

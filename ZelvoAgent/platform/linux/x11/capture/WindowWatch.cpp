@@ -8,31 +8,14 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
-#include <cstddef>
+#include <utility>
 
 namespace zelvo {
 
 namespace {
 
-/// How long the screen may still show a window that has left its place, and how far around a window a
-/// compositing manager may show something of it.
-constexpr std::chrono::seconds fading{1};
-constexpr int halo = 64;
 /// Larger than any window.
 constexpr PixelRect everything{0, 0, 32767, 32767};
-
-PixelRect inflated(PixelRect const& rect, int by)
-{
-    return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
-}
-
-PixelRegion moved(PixelRegion const& region, int dx, int dy)
-{
-    PixelRegion result;
-    for (PixelRect const& rect : region.all())
-        result.add(rect.movedBy(dx, dy));
-    return result;
-}
 
 void select(X11Connection const& connection, std::uint32_t window)
 {
@@ -135,11 +118,11 @@ void WindowWatch::takeOnRoot(int type, void const* event)
     } else if (type == XCB_REPARENT_NOTIFY) {
         std::uint32_t const parent = as<xcb_reparent_notify_event_t>(event).parent;
         if (parent == connection->root())
-            shown.try_emplace(window); // Its size is unknown until the next survey.
+            shown.noteArrival(window);
         else
             frames.insert(parent);
     } else if (type == XCB_MAP_NOTIFY) {
-        shown[window].isMapped = true;
+        shown.noteMapped(window);
         noteNewPixels(window);
     }
 }
@@ -160,80 +143,45 @@ bool WindowWatch::takeExtension(int type, void const* event)
     return true;
 }
 
-/// A new size brings new pixels, as mapping does.
+/// A window has a place. A new size brings new pixels, as mapping does.
 void WindowWatch::noteArea(std::uint32_t window, PixelRect const& area, int border)
 {
-    Shown& entry = shown[window];
-    if (entry.area == area && entry.border == border)
-        return;
-    bool const isResized = entry.area.width != area.width || entry.area.height != area.height;
-    if (entry.isMapped)
-        leaveGhost(window);
-    entry.area = area;
-    entry.border = border;
-    if (entry.isMapped && isResized)
+    if (shown.notePlace(window, area, border))
         noteNewPixels(window);
 }
 
 /// The server begins a window with a copy of what the screen shows there.
 void WindowWatch::noteNewPixels(std::uint32_t window)
 {
-    Shown const& entry = shown[window];
-    PixelRegion const before = stalePixels.stale(window);
-    if (entry.area.isEmpty() || !before.isEmpty()) { // What was stale before may be anywhere now.
+    PixelRect const area = shown.area(window);
+    if (area.isEmpty() || stalePixels.isStale(window)) { // What was stale before may be anywhere now.
         stalePixels.markStale(window, PixelRegion(everything));
         return;
     }
-    PixelRegion const under = suspectPixels(window).intersected(entry.area);
-    stalePixels.markStale(window, moved(under, -entry.area.x - entry.border, -entry.area.y - entry.border));
+    PixelRect const inner = shown.inner(window);
+    stalePixels.markStale(window, suspectPixels(window).intersected(area).movedBy(-inner.x, -inner.y));
 }
 
 /// Where the screen may show pixels that no picture may have: at all windows but those that the last picture
-/// showed whole.
+/// showed whole, and at the stale parts of others.
 PixelRegion WindowWatch::suspectPixels(std::uint32_t around)
 {
-    PixelRegion suspects;
-    for (auto const& [window, entry] : shown)
-        if (window != around && window != ignored && entry.isMapped && !kept.contains(window))
-            suspects.add(inflated(entry.area, halo));
-    std::erase_if(ghosts, [](Ghost const& ghost) { return ghost.until < std::chrono::steady_clock::now(); });
-    for (Ghost const& ghost : ghosts)
-        suspects.add(inflated(ghost.area, halo));
-    stalePixels.each([&](std::uint32_t window, PixelRegion const& left) {
-        auto const found = shown.find(window);
-        if (window == around || found == shown.end())
-            return;
-        Shown const& entry = found->second;
-        PixelRegion const onRoot = moved(left, entry.area.x + entry.border, entry.area.y + entry.border);
-        for (PixelRect const& rect : onRoot.intersected(entry.area).all())
-            suspects.add(rect);
-    });
+    PixelRegion suspects = shown.suspects(around, ignored);
+    for (auto const& [window, part] : stalePixels.all()) {
+        PixelRect const inner = shown.inner(window);
+        if (window != around)
+            for (PixelRect const& rect : part.movedBy(inner.x, inner.y).intersected(shown.area(window)).all())
+                suspects.add(rect);
+    }
     return suspects;
-}
-
-void WindowWatch::leaveGhost(std::uint32_t window)
-{
-    auto const found = shown.find(window);
-    if (found != shown.end() && found->second.isMapped && !kept.contains(window))
-        ghosts.push_back({found->second.area, std::chrono::steady_clock::now() + fading});
-    constexpr std::size_t enough = 64;
-    if (ghosts.size() <= enough)
-        return;
-    // One that moves all the time: its places together.
-    PixelRegion places;
-    for (Ghost const& ghost : ghosts)
-        places.add(ghost.area);
-    ghosts = {{places.bounds(), ghosts.back().until}};
 }
 
 void WindowWatch::noteGone(std::uint32_t window)
 {
     anyLoss = std::chrono::steady_clock::now();
-    if (!kept.contains(window))
+    if (!shown.isKept(window))
         loss = anyLoss;
-    leaveGhost(window);
-    if (auto const found = shown.find(window); found != shown.end())
-        found->second.isMapped = false;
+    shown.noteUnmapped(window);
     stalePixels.noteGone(window);
 }
 
@@ -243,8 +191,7 @@ void WindowWatch::noteEnd(std::uint32_t window)
     selected.erase(window);
     selectedShapes.erase(window);
     frames.erase(window);
-    kept.erase(window);
-    shown.erase(window);
+    shown.noteEnd(window);
 }
 
 bool WindowWatch::hasChanged() const
@@ -263,7 +210,7 @@ void WindowWatch::reset(WindowSurvey const& survey)
     for (SurveyedWindow const& window : survey.windows) {
         if (window.client.id != window.id)
             frames.insert(window.id);
-        shown[window.id] = {window.area, window.border, true};
+        shown.set(window.id, window.area, window.border);
         if (connection->capabilities().shape && selectedShapes.insert(window.id).second)
             xcb_shape_select_input(connection->get(), window.id, 1);
     }
@@ -279,7 +226,7 @@ void WindowWatch::forgetKept()
 {
     std::scoped_lock guard(lock);
     loss = anyLoss;
-    kept.clear();
+    shown.setKept({});
 }
 
 bool WindowWatch::hasHeldClient(std::uint32_t window) const
@@ -291,7 +238,7 @@ bool WindowWatch::hasHeldClient(std::uint32_t window) const
 void WindowWatch::setKept(std::unordered_set<std::uint32_t> windows)
 {
     std::scoped_lock guard(lock);
-    kept = std::move(windows);
+    shown.setKept(std::move(windows));
 }
 
 /// A hidden embedded window leaves its place. The server reports that before the host draws there.
@@ -328,52 +275,6 @@ void WindowWatch::setHiddenEmbedded(std::vector<HiddenEmbeddedWindow> present)
         stalePixels.markStale(before.host, vacated);
     }
     hiddenEmbedded = std::move(present);
-}
-
-void WindowWatch::markStale(SurveyedWindow const& window, PixelRegion const& part)
-{
-    std::scoped_lock guard(lock);
-    stalePixels.markStale(window.id,
-                          moved(part, -window.area.x - window.border, -window.area.y - window.border));
-}
-
-PixelRegion WindowWatch::stale(SurveyedWindow const& window)
-{
-    std::scoped_lock guard(lock);
-    PixelRegion const left =
-        moved(stalePixels.stale(window.id), window.area.x + window.border, window.area.y + window.border);
-    PixelRegion const visible = left.intersected(window.area);
-    return window.shaped ? visible.intersected(window.shape) : visible;
-}
-
-void WindowWatch::follow(std::uint32_t window)
-{
-    std::scoped_lock guard(lock);
-    stalePixels.follow(window);
-}
-
-bool WindowWatch::isFollowed(std::uint32_t window) const
-{
-    std::scoped_lock guard(lock);
-    return stalePixels.isFollowed(window);
-}
-
-bool WindowWatch::isDrawn(std::uint32_t window, int x, int y) const
-{
-    std::scoped_lock guard(lock);
-    return stalePixels.isDrawn(window, x, y);
-}
-
-void WindowWatch::markDrawn(std::uint32_t window, PixelRegion const& part)
-{
-    std::scoped_lock guard(lock);
-    stalePixels.markDrawn(window, part);
-}
-
-std::optional<WindowWatch::Time> WindowWatch::askedAt(std::uint32_t window) const
-{
-    std::scoped_lock guard(lock);
-    return stalePixels.askedAt(window);
 }
 
 void WindowWatch::ignore(std::uint32_t window)

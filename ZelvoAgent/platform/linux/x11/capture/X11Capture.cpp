@@ -31,7 +31,7 @@ CaptureResult X11Capture::take(PixelRect area, std::set<std::string> const& excl
     CaptureResult result;
     if (!scene.exclusion().isAny() && !(compositor && scene.lingers())) {
         result.picture = reader.screen();
-    } else if (auto const wait = scene.unsettled(); wait > wait.zero() && !lastTry) {
+    } else if (auto const wait = scene.unsettled(); wait.count() > 0 && !lastTry) {
         result.wait = wait;
     } else {
         result.picture = reader.composed(scene.windows(), scene.exclusion(), compositor);

@@ -75,12 +75,12 @@ SurveyChildren surveyTopLevels(SurveyQuestions& questions, WindowSurvey& survey)
     SurveyChildren children(survey.windows.size());
     for (std::size_t i = 0; i < survey.windows.size(); ++i) {
         SurveyedWindow& window = survey.windows[i];
+        std::vector<std::uint32_t>& inside = children[i];
         window.client.id = window.id;
         askGeometry(questions, window);
         askShapes(questions, window);
-        questions.children(window.id, [&inside = children[i]](std::vector<std::uint32_t> found) {
-            inside = std::move(found);
-        });
+        questions.children(window.id,
+                           [&inside](std::vector<std::uint32_t> found) { inside = std::move(found); });
         questions.property(window.id, questions.atoms().wmState, 0,
                            [&window](SurveyQuestions::Property const& reply) {
                                window.managed = reply.type != XCB_ATOM_NONE;

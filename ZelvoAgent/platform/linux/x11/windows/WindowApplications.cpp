@@ -145,7 +145,7 @@ private:
     /// The same where no window that it has to do with finds an entry.
     Choice withoutEntry(Candidate const& candidate) const
     {
-        Candidate const& root = rootOf(candidate);
+        Candidate const& root = rootOf(&candidate);
         if (root.identity.basis >= Basis::words)
             return {&root};
         if (Candidate const* const leader = related(root.client->leader);
@@ -160,13 +160,13 @@ private:
 
     /// The last of the windows that it is transient for, one after the other; itself where they form a
     /// circle.
-    Candidate const& rootOf(Candidate const& candidate) const
+    Candidate const& rootOf(Candidate const* candidate) const
     {
         std::set<std::uint32_t> seen;
-        Candidate const* root = &candidate;
+        Candidate const* root = candidate;
         while (Candidate const* const next = related(root->client->transientFor)) {
             if (!seen.insert(root->client->id).second)
-                return candidate;
+                return *candidate;
             root = next;
         }
         return *root;
@@ -222,7 +222,7 @@ private:
                 all.push_back(other);
         };
         add(&candidate);
-        for (std::size_t i = 0; i < all.size(); ++i) {
+        for (std::size_t i = 0; i < all.size(); ++i) { // NOLINT(modernize-loop-convert): The loop adds to it.
             Candidate const& each = *all[i];
             add(each.choice.source);
             if (auto const target = byWindow.find(each.client->transientFor); target != byWindow.end())
