@@ -56,7 +56,7 @@ struct ClipboardWatcher::Poller {
         if (isChanged && !isManagers) {
             try {
                 inFront = co_await on(workers, [this] { return namesInFront(); });
-            } catch (...) { // NOLINT(bugprone-empty-catch): the source is then unknown.
+            } catch (...) { // The source is then unknown.
             }
             front = inFront.identifier();
         }

@@ -107,7 +107,7 @@ Task<> SessionRecorder::act(std::optional<std::string> connectionId, std::string
     actingFor = connectionId;
     try {
         co_await actAlone(std::move(connectionId), std::move(platformName));
-    } catch (...) { // NOLINT(bugprone-empty-catch): an action never fails for the recorder's sake.
+    } catch (...) { // An action never fails for the recorder's sake.
     }
     isActing = false;
 }
@@ -289,7 +289,7 @@ Task<> SessionRecorder::close(WriterPtr closing, bool quitting)
     std::optional<FinishedRecording> finished;
     try {
         finished = co_await closing->finish();
-    } catch (...) { // NOLINT(bugprone-empty-catch): there is no recording then.
+    } catch (...) { // There is no recording then.
     }
     bool const isLast = quitting || isQuitting;
     if (!isLast)
@@ -297,7 +297,7 @@ Task<> SessionRecorder::close(WriterPtr closing, bool quitting)
     try {
         if (finished && services.onFinished)
             co_await services.onFinished(*std::move(finished), isLast);
-    } catch (...) { // NOLINT(bugprone-empty-catch): the recording stays in its folder.
+    } catch (...) { // The recording stays in its folder.
     }
     if (isLast)
         closedFile();

@@ -261,7 +261,7 @@ TEST(Program, givesMemoryBackAfterLargeWork)
     for (int i = 0; i < 60; ++i) {
         guests.push_back(std::make_unique<RawConnection>(port));
         guests.back()->send("GET /locked HTTP/1.1\r\nHost: localhost\r\n\r\n");
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // They arrive all through the work.
     }
     for (std::thread& caller : callers)
         caller.join();

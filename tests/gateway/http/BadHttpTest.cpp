@@ -252,7 +252,7 @@ TEST(ManyClients, endNoRequestOfACallerWithTheKey)
     std::atomic<bool> isAsked = false;
     machine.onFrame([&](json::object const&) {
         isAsked = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        std::this_thread::sleep_for(std::chrono::milliseconds(500)); // The crowd comes meanwhile.
         return resultOf(json::object{{"ok", true}});
     });
     ASSERT_EQ(machine.status(), 101);

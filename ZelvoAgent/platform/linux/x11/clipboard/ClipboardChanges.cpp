@@ -145,7 +145,7 @@ void ClipboardChanges::name(SharedEntry const& entry, std::int32_t pid)
         RunningApplication owner;
         try {
             owner = co_await on(self->contexts.workers, [&] { return self->naming(pid); });
-        } catch (...) { // NOLINT(bugprone-empty-catch): the owner is then unknown.
+        } catch (...) { // The owner is then unknown.
         }
         self->finish(entry, owner);
     });
