@@ -5,6 +5,7 @@
 #include "ZelvoGateway/machines/MachineSocket.h"
 #include "ZelvoGateway/recordings/RecordingIntake.h"
 
+#include <utility>
 #include <vector>
 
 namespace zelvo::service {
@@ -16,8 +17,8 @@ public:
     MachineApi(AccessControl const& access,
                LinkService& links,
                RecordingIntake& intake,
-               MachineSocketParts const& sockets)
-        : endpoints(access), access(access), links(links), intake(intake), sockets(sockets)
+               MachineSocketParts sockets)
+        : endpoints(access), access(access), links(links), intake(intake), sockets(std::move(sockets))
     {
     }
 

@@ -12,7 +12,7 @@ class OpenFile final : public ByteSource {
 public:
     /// Null if there is no such file.
     static std::shared_ptr<OpenFile const> open(std::filesystem::path const& path);
-    explicit OpenFile(int descriptor);
+    explicit OpenFile(int number);
 
     std::uint64_t size() const override { return bytes; }
     std::size_t read(std::uint64_t offset, std::span<char> room) const override;
