@@ -345,7 +345,7 @@ TEST_F(HiddenWindowsAmongOthers, areNotSeenInWhatTheyCoveredAtTheStart)
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(leak(), 0u);
 
-    EXPECT_EQ(countOf(stage.take({"secret"}), 0x00ff00), 5'000u);
+    EXPECT_EQ(countOf(stage.take({"secret"}), 0x00ff00), 0u); // Nothing of it is known to be its own.
     EXPECT_EQ(countOf(stage.take({"secret"}), 0x0000ff), 10'000u);
     others.paint(slow, 0x00ff00);
     EXPECT_EQ(countOf(stage.take({"secret"}), 0x00ff00), 10'000u);

@@ -44,10 +44,34 @@ protected:
         window.mapped = false;
         window.overrideRedirect = true;
         auto const id = hung.open(window);
-        std::uint32_t const none = XCB_BACK_PIXMAP_NONE;
-        xcb_change_window_attributes(hung.x(), id, XCB_CW_BACK_PIXMAP, &none);
+        unpaint(id);
         hung.map(id);
         return id;
+    }
+    void unpaint(std::uint32_t window)
+    {
+        std::uint32_t const none = XCB_BACK_PIXMAP_NONE;
+        xcb_change_window_attributes(hung.x(), window, XCB_CW_BACK_PIXMAP, &none);
+        hung.sync();
+    }
+    /// A window inside another one, with or without a background.
+    std::uint32_t openInside(PaintedWindow window, bool isBare)
+    {
+        window.mapped = false;
+        auto const id = hung.open(window);
+        if (isBare)
+            unpaint(id);
+        xcb_map_window(hung.x(), id);
+        hung.sync();
+        return id;
+    }
+    void fill(std::uint32_t window, std::vector<xcb_rectangle_t> const& areas)
+    {
+        auto const gc = xcb_generate_id(hung.x());
+        xcb_create_gc(hung.x(), gc, window, XCB_GC_FOREGROUND, &drawn);
+        xcb_poly_fill_rectangle(hung.x(), window, gc, static_cast<std::uint32_t>(areas.size()), areas.data());
+        xcb_free_gc(hung.x(), gc);
+        hung.sync();
     }
 
     CaptureDesktop stage{{.sessionBus = false}, GetParam()};
@@ -103,8 +127,7 @@ TEST_P(UndrawnWindows, areNotShownWhereTheyGrow)
 {
     auto const bare = openBare({.x = 10, .y = 150, .width = 60, .height = 100});
     hung.paint(bare, drawn);
-    std::uint32_t const none = XCB_BACK_PIXMAP_NONE;
-    xcb_change_window_attributes(hung.x(), bare, XCB_CW_BACK_PIXMAP, &none);
+    unpaint(bare);
     hung.resize(bare, 300, 100);
 
     expectNoLeak("grown over the hidden one");
@@ -122,12 +145,7 @@ TEST_P(UndrawnWindows, areNotShownByANewShape)
 TEST_P(UndrawnWindows, areNotShownByTheirChildren)
 {
     auto const bare = openBare({.x = 200, .y = 150, .width = 100, .height = 100});
-    auto const child =
-        hung.open({.x = 10, .y = 10, .width = 30, .height = 30, .mapped = false, .parent = bare});
-    std::uint32_t const none = XCB_BACK_PIXMAP_NONE;
-    xcb_change_window_attributes(hung.x(), child, XCB_CW_BACK_PIXMAP, &none);
-    xcb_map_window(hung.x(), child);
-    hung.sync();
+    auto const child = openInside({.x = 10, .y = 10, .width = 30, .height = 30, .parent = bare}, true);
     expectNoLeak("with a child that draws nothing");
 
     hung.paint(child, drawn);
@@ -165,6 +183,104 @@ TEST_P(UndrawnWindows, mayHaveBegunBeforeTheApplicationWasHidden)
 
     EXPECT_EQ(countOf(stage.take({"secret", "other"}), 0xff0055), 0u);
     EXPECT_EQ(countOf(stage.take({"secret", "other"}), 0xff0055), 0u);
+}
+
+TEST_P(UndrawnWindows, areShownOnlyWhereTheyDrew)
+{
+    auto const bare = openBare({.x = 200, .y = 150, .width = 100, .height = 100});
+    EXPECT_EQ(leak(), 0u);
+
+    fill(bare, {{0, 0, 100, 1}, {0, 99, 100, 1}, {0, 0, 1, 100}, {99, 0, 1, 100}});
+
+    EXPECT_EQ(countOf(stage.take({"secret"}), drawn), 396u);
+    expectNoLeak("with a frame that it drew in one request");
+}
+
+TEST_P(UndrawnWindows, areNotShownForABackgroundThatCameLater)
+{
+    auto const bare = openBare({.x = 200, .y = 150, .width = 100, .height = 100});
+    xcb_change_window_attributes(hung.x(), bare, XCB_CW_BACK_PIXEL, &drawn);
+    hung.sync();
+
+    expectNoLeak("with a background that nobody painted");
+}
+
+TEST_P(UndrawnWindows, areNotShownBehindWhatIsInThem)
+{
+    auto const bare = openBare({.x = 200, .y = 150, .width = 200, .height = 100});
+    auto const view = openInside({.x = 10, .y = 10, .width = 60, .height = 60, .parent = bare}, true);
+    openInside({.x = -200, .y = -200, .width = 2000, .height = 2000, .color = drawn, .parent = view}, false);
+    openInside({.x = 100,
+                .y = 10,
+                .width = 60,
+                .height = 60,
+                .color = drawn,
+                .shape = {{0, 0, 10, 10}},
+                .parent = bare},
+               false);
+    openInside({.x = 80, .y = 40, .width = 60, .height = 60, .parent = bare}, true);
+
+    expectNoLeak("with windows inside that cover it in part");
+}
+
+TEST_P(UndrawnWindows, mayMoveWhatTheyNeverDrew)
+{
+    auto const wide = openBare({.x = 300, .y = 150, .width = 500, .height = 100});
+    auto const child = openInside({.x = 10, .y = 10, .width = 80, .height = 80, .parent = wide}, true);
+    hung.move(child, 350, 10);
+    auto const gc = xcb_generate_id(hung.x());
+    xcb_create_gc(hung.x(), gc, wide, 0, nullptr);
+    xcb_copy_area(hung.x(), wide, wide, gc, 100, 0, 250, 0, 100, 100);
+    hung.sync();
+
+    expectNoLeak("moved within the window");
+}
+
+TEST_P(UndrawnWindows, mayHaveBegunOverWhatCameIntoAnother)
+{
+    auto const host = hung.open(
+        {.x = 700, .y = 500, .width = 300, .height = 300, .color = drawn, .overrideRedirect = true});
+    EXPECT_EQ(leak(), 0u); // The host is in a picture.
+
+    secret.embed(hidden, host, 0, 0);
+    openBare({.x = 750, .y = 550, .width = 100, .height = 100});
+    expectNoLeak("over a host");
+
+    secret.unmap(hidden);
+    expectNoLeak("after the hidden one left its host");
+}
+
+TEST_P(UndrawnWindows, showNothingOfWhatCameAndWentBetweenTwoPictures)
+{
+    auto const host = openBare({.x = 700, .y = 500, .width = 300, .height = 300});
+    hung.paint(host, drawn);
+    unpaint(host);
+    EXPECT_EQ(leak(), 0u);
+
+    secret.embed(hidden, host, 0, 0);
+    secret.unmap(hidden);
+
+    expectNoLeak("where it was embedded for a moment");
+}
+
+TEST_P(UndrawnWindows, mayHaveBegunOverOneThatIsHiddenByItsNewName)
+{
+    PainterProcess other(stage.desktop);
+    auto const renamed = other.open({.x = 700,
+                                     .y = 500,
+                                     .width = 300,
+                                     .height = 300,
+                                     .color = 0xff0055,
+                                     .overrideRedirect = true,
+                                     .instance = "innocent",
+                                     .className = "Innocent"});
+    EXPECT_GT(countOf(stage.take({"secret", "Guilty"}), 0xff0055), 89'000u);
+
+    hung.setText(renamed, "WM_CLASS", std::string("guilty\0Guilty\0", 14));
+    openBare({.x = 750, .y = 550, .width = 100, .height = 100});
+
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(countOf(stage.take({"secret", "Guilty"}), 0xff0055), 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Without, UndrawnWindows, testing::Values(false));

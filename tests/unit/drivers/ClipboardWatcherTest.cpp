@@ -40,7 +40,7 @@ protected:
         platform.clipboard.copy("text", std::move(by));
         platform.time.advance(500ms);
     }
-    ClipboardChange by(std::string name, bool isRegular = true)
+    ClipboardChange by(std::string name, bool isRegular = true) const
     {
         ClipboardChange change{.owner = application({std::move(name)})};
         change.owner.isRegular = isRegular;

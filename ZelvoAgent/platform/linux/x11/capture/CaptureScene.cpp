@@ -3,7 +3,7 @@
 #include "platform/ScreenSource.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XReply.h"
-#include "platform/linux/x11/capture/DrawingRequest.h"
+#include "platform/linux/x11/capture/PixelCleaning.h"
 #include "platform/linux/x11/capture/Redirection.h"
 #include "platform/linux/x11/windows/WindowOwners.h"
 
@@ -21,10 +21,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// How long to wait for a new window to draw over what was below it, and for a newly redirected one.
+/// How long to wait for a newly redirected window to draw, and for one that was told to.
 constexpr milliseconds settling{250};
-/// Between two looks at a window that has to draw.
-constexpr milliseconds lookInterval{80};
+constexpr milliseconds drawing{100};
 /// How long a compositing manager may show a window after it closed.
 constexpr milliseconds fading{1000};
 
@@ -83,14 +82,14 @@ bool CaptureScene::update(std::set<std::string> const& excluded)
         return owners->namesOf(client).isHidden(excluded);
     };
     leftOut = excludedWindows(survey, isNamed);
-    leaveOutEmptyFrames();
-    changes.setHiddenEmbedded(hiddenEmbedded(isNamed));
     bool const hides = excluded.size() > excluded.count(ownBundleIdentifier);
-    if (isNewList && hides)
+    if (hides && (isNewList || hidesKept()))
         markOverlaps();
-    staleWindows.clear();
+    leaveOutEmptyFrames();
+    std::vector<WindowWatch::HiddenEmbeddedWindow> const embedded = hiddenEmbedded(isNamed);
+    changes.setHiddenEmbedded(embedded);
     if (hides || leftOut.isAny())
-        leaveOutStalePixels();
+        cleanStaleWindows(embedded);
     return owner->owner != XCB_NONE;
 }
 
@@ -111,39 +110,63 @@ void CaptureScene::leaveOutEmptyFrames()
     }
 }
 
+/// Whether a window that the last picture showed is left out now, for instance because it has a new name.
+bool CaptureScene::hidesKept() const
+{
+    for (std::size_t i = 0; i < leftOut.windows.size(); ++i)
+        if (leftOut.windows[i] && changes.isKept(survey.windows[i].id))
+            return true;
+    return false;
+}
+
 /// The remaining windows may have begun with pixels of applications that are hidden only now.
 void CaptureScene::markOverlaps()
 {
+    changes.forgetKept();
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
-        if (leftOut.windows[i] || survey.windows[i].inputOnly)
-            continue;
-        PixelRegion overlap;
+        std::set<std::uint32_t> sources;
         for (std::size_t other = 0; other < leftOut.windows.size(); ++other)
-            if (leftOut.windows[other])
-                overlap.add(intersection(survey.windows[i].area, survey.windows[other].area));
-        changes.stale().markStale(survey.windows[i], overlap);
+            if (other != i && (leftOut.windows[other] || !leftOut.holes[other].empty()) &&
+                !intersection(survey.windows[i].area, survey.windows[other].area).isEmpty())
+                sources.insert(survey.windows[other].id);
+        if (!leftOut.windows[i])
+            changes.stale().markStale(survey.windows[i].id, sources);
     }
 }
 
-/// Leaves out the stale parts of the remaining windows.
-void CaptureScene::leaveOutStalePixels()
+/// Whether the pixels of a child of the root may be in pictures.
+bool CaptureScene::mayBeSeen(std::uint32_t window) const
 {
-    std::vector<SurveyedWindow const*> unasked;
-    auto const isStale = [&](std::size_t i) {
-        return !leftOut.windows[i] && !survey.windows[i].inputOnly &&
-               !changes.stale().visible(survey.windows[i]).isEmpty();
-    };
+    auto const found = std::ranges::find(survey.windows, window, &SurveyedWindow::id);
+    if (found == survey.windows.end())
+        return false;
+    auto const i = static_cast<std::size_t>(found - survey.windows.begin());
+    return found->inputOnly || (!leftOut.windows[i] && leftOut.holes[i].empty());
+}
+
+void CaptureScene::cleanStaleWindows(std::vector<WindowWatch::HiddenEmbeddedWindow> const& embedded)
+{
+    std::vector<SurveyedWindow const*> stale;
     for (std::size_t i = 0; i < leftOut.windows.size(); ++i)
-        if (isStale(i) && !changes.stale().isFollowed(survey.windows[i].id))
-            unasked.push_back(&survey.windows[i]);
-    requestDrawing(*connection, changes, unasked);
-    for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
-        if (!isStale(i))
-            continue;
-        PixelRegion const stale = changes.stale().visible(survey.windows[i]);
-        leftOut.holes[i].insert(leftOut.holes[i].end(), stale.all().begin(), stale.all().end());
-        staleWindows.push_back(survey.windows[i].id);
-    }
+        if (!leftOut.windows[i] && !survey.windows[i].inputOnly &&
+            changes.stale().isStale(survey.windows[i].id,
+                                    [this](std::uint32_t source) { return mayBeSeen(source); }))
+            stale.push_back(&survey.windows[i]);
+    if (stale.empty())
+        return;
+    std::vector<std::uint32_t> ids;
+    for (SurveyedWindow const* const window : stale)
+        ids.push_back(window->id);
+    std::set<std::uint32_t> hidden;
+    for (WindowWatch::HiddenEmbeddedWindow const& one : embedded)
+        hidden.insert(one.window);
+    std::set<std::uint32_t> const cleaned = cleanPixels(*connection, ids, hidden);
+    for (SurveyedWindow const* const window : stale)
+        if (cleaned.contains(window->id))
+            changes.stale().noteCleaned(window->id, window->shaped);
+        else
+            leftOut.windows[static_cast<std::size_t>(window - survey.windows.data())] = true;
+    cleanedAt = steady_clock::now();
 }
 
 std::vector<WindowWatch::HiddenEmbeddedWindow> CaptureScene::hiddenEmbedded(IsNamed const& isNamed) const
@@ -152,9 +175,7 @@ std::vector<WindowWatch::HiddenEmbeddedWindow> CaptureScene::hiddenEmbedded(IsNa
     for (SurveyedWindow const& host : survey.windows)
         for (EmbeddedWindow const& inside : host.embedded)
             if (isNamed(inside.client))
-                found.push_back(
-                    {inside.client.id, host.id, inside.place,
-                     inside.area.movedBy(-host.area.x - host.border, -host.area.y - host.border)});
+                found.push_back({inside.client.id, host.id, inside.area.movedBy(-host.area.x, -host.area.y)});
     return found;
 }
 
@@ -165,11 +186,8 @@ bool CaptureScene::lingers() const
 
 milliseconds CaptureScene::unsettled() const
 {
-    milliseconds left = timeLeft(redirectedAt, settling);
-    for (std::uint32_t const window : staleWindows)
-        if (auto const asked = changes.stale().askedAt(window))
-            left = std::max(left, std::min(timeLeft(*asked, settling), lookInterval));
-    return left;
+    milliseconds const left = timeLeft(cleanedAt, drawing);
+    return leftOut.isAny() ? std::max(left, timeLeft(redirectedAt, settling)) : left;
 }
 
 void CaptureScene::noteKept()

@@ -40,8 +40,8 @@ public:
     CaptureExclusion const& exclusion() const { return leftOut; }
     /// Whether a compositing manager may still show a closed window.
     bool lingers() const;
-    /// How long to wait for the remaining windows, which still have to draw over pixels of hidden ones. What
-    /// is not drawn until then is left out.
+    /// How long to wait for windows whose pixels are gone: they were cleaned or newly redirected. A picture
+    /// taken earlier shows less of them, but nothing of hidden ones.
     std::chrono::milliseconds unsettled() const;
     /// A picture of the remaining windows was taken.
     void noteKept();
@@ -51,16 +51,18 @@ private:
     void surveyAnew();
     void leaveOutEmptyFrames();
     void markOverlaps();
-    void leaveOutStalePixels();
+    bool hidesKept() const;
+    bool mayBeSeen(std::uint32_t window) const;
+    void cleanStaleWindows(std::vector<WindowWatch::HiddenEmbeddedWindow> const& embedded);
     std::vector<WindowWatch::HiddenEmbeddedWindow> hiddenEmbedded(IsNamed const& isNamed) const;
 
     std::shared_ptr<X11Connection> connection;
     DesktopEntries& entries;
     WindowWatch changes;
     WindowWatch::Time redirectedAt;
+    WindowWatch::Time cleanedAt;
     std::set<std::string> lastExcluded;
     CaptureExclusion leftOut;
-    std::vector<std::uint32_t> staleWindows; ///< that the last update() left out parts of
 
     // Result of the last survey; valid until the watch reports a change.
     WindowSurvey survey;

@@ -8,6 +8,8 @@
 #include <xcb/composite.h>
 #include <xcb/xcb.h>
 
+#include <set>
+
 namespace zelvo {
 
 namespace {
@@ -30,17 +32,15 @@ std::vector<bool> haveOwnMemory(X11Connection const& connection, WindowSurvey co
     return have;
 }
 
-/// The part of a window that other windows cover.
-PixelRegion coveredPart(WindowSurvey const& survey, std::size_t i)
+/// The windows that cover a part of a window.
+std::set<std::uint32_t> covering(WindowSurvey const& survey, std::size_t i)
 {
-    SurveyedWindow const& window = survey.windows[i];
-    PixelRegion covered;
-    for (std::size_t above = i + 1; above < survey.windows.size(); ++above) {
-        PixelRect const common = intersection(window.area, survey.windows[above].area);
-        if (!survey.windows[above].inputOnly)
-            covered.add(common);
-    }
-    return covered;
+    std::set<std::uint32_t> found;
+    for (std::size_t above = i + 1; above < survey.windows.size(); ++above)
+        if (!survey.windows[above].inputOnly &&
+            !intersection(survey.windows[i].area, survey.windows[above].area).isEmpty())
+            found.insert(survey.windows[above].id);
+    return found;
 }
 
 } // namespace
@@ -53,7 +53,7 @@ void redirectWindows(X11Connection const& connection, WindowWatch& watch)
     std::vector<bool> const own = haveOwnMemory(connection, survey);
     for (std::size_t i = 0; i < survey.windows.size(); ++i)
         if (!survey.windows[i].inputOnly && !own[i])
-            watch.stale().markStale(survey.windows[i], coveredPart(survey, i));
+            watch.stale().markStale(survey.windows[i].id, covering(survey, i));
     xcb_composite_redirect_subwindows(x, connection.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     xcb_ungrab_server(x);
     connection.sync();

@@ -1,5 +1,7 @@
 #include "platform/linux/x11/capture/ShownWindows.h"
 
+#include "platform/linux/x11/capture/StalePixelTracker.h"
+
 #include <cstddef>
 
 namespace zelvo {
@@ -19,15 +21,14 @@ PixelRect inflated(PixelRect const& rect)
 
 } // namespace
 
-bool ShownWindows::notePlace(std::uint32_t window, PixelRect const& area, int border)
+bool ShownWindows::notePlace(std::uint32_t window, PixelRect const& area)
 {
     Place& place = places[window];
-    if (place.area == area && place.border == border)
+    if (place.area == area)
         return false;
     bool const isResized = place.area.width != area.width || place.area.height != area.height;
     noteLeft(window, place);
     place.area = area;
-    place.border = border;
     return place.isMapped && isResized;
 }
 
@@ -46,35 +47,32 @@ void ShownWindows::noteEnd(std::uint32_t window)
     kept.erase(window);
 }
 
-void ShownWindows::set(std::uint32_t window, PixelRect const& area, int border)
+std::set<std::uint32_t> ShownWindows::below(std::uint32_t window)
 {
-    places[window] = {area, border, true};
-}
-
-PixelRect ShownWindows::area(std::uint32_t window) const
-{
-    auto const found = places.find(window);
-    return found == places.end() ? PixelRect{} : found->second.area;
-}
-
-PixelRect ShownWindows::inner(std::uint32_t window) const
-{
-    auto const found = places.find(window);
-    if (found == places.end())
-        return {};
-    auto const& [area, border, isMapped] = found->second;
-    return {area.x + border, area.y + border, area.width - 2 * border, area.height - 2 * border};
-}
-
-PixelRegion ShownWindows::suspects(std::uint32_t window, std::uint32_t ignored)
-{
-    PixelRegion found;
-    for (auto const& [other, place] : places)
-        if (other != window && other != ignored && place.isMapped && !isKept(other))
-            found.add(inflated(place.area));
+    PixelRect const area = places[window].area;
     std::erase_if(left, [](Left const& one) { return one.until < std::chrono::steady_clock::now(); });
+    std::set<std::uint32_t> found;
+    if (area.isEmpty())
+        found.insert(StalePixelTracker::unknown);
+    auto const add = [&](std::uint32_t other, PixelRect const& place) {
+        if (!intersection(area, inflated(place)).isEmpty())
+            found.insert(other);
+    };
+    for (auto const& [other, place] : places)
+        if (other != window && place.isMapped && !isKept(other))
+            add(other, place.area);
     for (Left const& one : left)
-        found.add(inflated(one.area));
+        if (one.window != window)
+            add(one.window, one.area);
+    return found;
+}
+
+std::set<std::uint32_t> ShownWindows::mapped() const
+{
+    std::set<std::uint32_t> found;
+    for (auto const& [window, place] : places)
+        if (place.isMapped)
+            found.insert(window);
     return found;
 }
 
@@ -82,14 +80,14 @@ void ShownWindows::noteLeft(std::uint32_t window, Place const& place)
 {
     if (!place.isMapped || isKept(window))
         return;
-    left.push_back({place.area, std::chrono::steady_clock::now() + fading});
+    left.push_back({window, place.area, std::chrono::steady_clock::now() + fading});
     if (left.size() <= maxLeft)
         return;
     // One that moves all the time: its places together.
     PixelRegion areas;
     for (Left const& one : left)
         areas.add(one.area);
-    left = {{areas.bounds(), left.back().until}};
+    left = {{StalePixelTracker::unknown, areas.bounds(), left.back().until}};
 }
 
 } // namespace zelvo

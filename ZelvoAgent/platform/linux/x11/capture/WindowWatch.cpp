@@ -3,7 +3,6 @@
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/XReply.h"
 
-#include <xcb/damage.h>
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
 
@@ -13,9 +12,6 @@
 namespace zelvo {
 
 namespace {
-
-/// Larger than any window.
-constexpr PixelRect everything{0, 0, 32767, 32767};
 
 void select(X11Connection const& connection, std::uint32_t window)
 {
@@ -40,8 +36,7 @@ PixelRect outerArea(Event const& event)
 
 } // namespace
 
-WindowWatch::WindowWatch(std::shared_ptr<X11Connection> server)
-    : connection(std::move(server)), stalePixels(connection)
+WindowWatch::WindowWatch(std::shared_ptr<X11Connection> server) : connection(std::move(server))
 {
     select(*connection, connection->root());
     connection->sync();
@@ -93,12 +88,12 @@ void WindowWatch::take(void const* event)
     if (about.window == ignored || about.window == connection->root())
         return;
     changed = true;
-    stalePixels.noteMove();
-    noteHiddenEmbedded(type, event);
+    if (!onRoot)
+        takeInside(type, event);
     if (type == XCB_CREATE_NOTIFY) {
         auto const& created = as<xcb_create_notify_event_t>(event);
         if (created.parent == connection->root())
-            noteArea(created.window, outerArea(created), created.border_width);
+            noteArea(created.window, outerArea(created));
     } else if (onRoot) {
         takeOnRoot(type, event);
     }
@@ -113,8 +108,7 @@ void WindowWatch::takeOnRoot(int type, void const* event)
     if (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY) {
         noteGone(window);
     } else if (type == XCB_CONFIGURE_NOTIFY) {
-        auto const& now = as<xcb_configure_notify_event_t>(event);
-        noteArea(window, outerArea(now), now.border_width);
+        noteArea(window, outerArea(as<xcb_configure_notify_event_t>(event)));
     } else if (type == XCB_REPARENT_NOTIFY) {
         std::uint32_t const parent = as<xcb_reparent_notify_event_t>(event).parent;
         if (parent == connection->root())
@@ -127,53 +121,54 @@ void WindowWatch::takeOnRoot(int type, void const* event)
     }
 }
 
+/// A window inside a child of the root has changed. If it is another client's, it may be a hidden one's, and
+/// the window that it is in shows its pixels or has them left.
+void WindowWatch::takeInside(int type, void const* event)
+{
+    auto const& about = as<xcb_destroy_notify_event_t>(event);
+    std::uint32_t const ownBits = xcb_get_setup(connection->get())->resource_id_mask;
+    bool const isForeign = ((about.event ^ about.window) & ~ownBits) != 0;
+    auto const host = surveyed.find(about.event);
+    auto const inside = surveyed.find(about.window);
+    bool const isHidden = std::ranges::find(hiddenEmbedded, about.window, &HiddenEmbeddedWindow::window) !=
+                          hiddenEmbedded.end();
+    bool const isKnownThere =
+        host != surveyed.end() && inside != surveyed.end() && inside->second == host->second;
+    if (!isForeign || (isKnownThere && !isHidden))
+        return;
+    std::set<std::uint32_t> const hosts = host == surveyed.end() ? shown.mapped() : std::set{host->second};
+    for (std::uint32_t const one : hosts) {
+        shown.dropKept(one);
+        if (type != XCB_CREATE_NOTIFY && type != XCB_MAP_NOTIFY)
+            stalePixels.markStale(one, {StalePixelTracker::unknown});
+    }
+}
+
 /// True if a survey depends on it.
 bool WindowWatch::takeExtension(int type, void const* event)
 {
     X11Capabilities const& can = connection->capabilities();
-    if (can.damage && type == can.damageFirstEvent) {
-        auto const& drawn = as<xcb_damage_notify_event_t>(event);
-        stalePixels.noteDrawn(drawn.drawable, drawn.damage, as<xcb_generic_event_t>(event).full_sequence,
-                              {drawn.area.x, drawn.area.y, drawn.area.width, drawn.area.height});
-        return false;
-    }
     if (!can.shape || type != can.shapeFirstEvent)
         return false;
-    stalePixels.noteShape();
+    stalePixels.noteShape(as<xcb_shape_notify_event_t>(event).affected_window);
     return true;
 }
 
 /// A window has a place. A new size brings new pixels, as mapping does.
-void WindowWatch::noteArea(std::uint32_t window, PixelRect const& area, int border)
+void WindowWatch::noteArea(std::uint32_t window, PixelRect const& area)
 {
-    if (shown.notePlace(window, area, border))
+    if (shown.notePlace(window, area))
         noteNewPixels(window);
 }
 
 /// The server begins a window with a copy of what the screen shows there.
 void WindowWatch::noteNewPixels(std::uint32_t window)
 {
-    PixelRect const area = shown.area(window);
-    if (area.isEmpty() || stalePixels.isStale(window)) { // What was stale before may be anywhere now.
-        stalePixels.markStale(window, PixelRegion(everything));
-        return;
-    }
-    PixelRect const inner = shown.inner(window);
-    stalePixels.markStale(window, suspectPixels(window).intersected(area).movedBy(-inner.x, -inner.y));
-}
-
-/// Where the screen may show pixels that no picture may have: at all windows but those that the last picture
-/// showed whole, and at the stale parts of others.
-PixelRegion WindowWatch::suspectPixels(std::uint32_t around)
-{
-    PixelRegion suspects = shown.suspects(around, ignored);
-    for (auto const& [window, part] : stalePixels.all()) {
-        PixelRect const inner = shown.inner(window);
-        if (window != around)
-            for (PixelRect const& rect : part.movedBy(inner.x, inner.y).intersected(shown.area(window)).all())
-                suspects.add(rect);
-    }
-    return suspects;
+    std::set<std::uint32_t> sources = shown.below(window);
+    sources.erase(ignored);
+    if (!sources.empty())
+        shown.dropKept(window);
+    stalePixels.markStale(window, sources);
 }
 
 void WindowWatch::noteGone(std::uint32_t window)
@@ -204,13 +199,17 @@ void WindowWatch::reset(WindowSurvey const& survey)
 {
     std::scoped_lock guard(lock);
     changed = false;
+    surveyed.clear();
     for (std::uint32_t const window : survey.watched)
         if (selected.insert(window).second)
             select(*connection, window);
     for (SurveyedWindow const& window : survey.windows) {
         if (window.client.id != window.id)
             frames.insert(window.id);
-        shown.set(window.id, window.area, window.border);
+        shown.set(window.id, window.area);
+        surveyed[window.id] = surveyed[window.client.id] = window.id;
+        for (EmbeddedWindow const& inside : window.embedded)
+            surveyed[inside.client.id] = window.id;
         if (connection->capabilities().shape && selectedShapes.insert(window.id).second)
             xcb_shape_select_input(connection->get(), window.id, 1);
     }
@@ -229,6 +228,12 @@ void WindowWatch::forgetKept()
     shown.setKept({});
 }
 
+bool WindowWatch::isKept(std::uint32_t window) const
+{
+    std::scoped_lock guard(lock);
+    return shown.isKept(window);
+}
+
 bool WindowWatch::hasHeldClient(std::uint32_t window) const
 {
     std::scoped_lock guard(lock);
@@ -238,42 +243,18 @@ bool WindowWatch::hasHeldClient(std::uint32_t window) const
 void WindowWatch::setKept(std::unordered_set<std::uint32_t> windows)
 {
     std::scoped_lock guard(lock);
+    for (std::uint32_t const window : stalePixels.all())
+        windows.erase(window);
     shown.setKept(std::move(windows));
-}
-
-/// A hidden embedded window leaves its place. The server reports that before the host draws there.
-void WindowWatch::noteHiddenEmbedded(int type, void const* event)
-{
-    auto const& about = as<xcb_destroy_notify_event_t>(event);
-    auto const left = std::ranges::find(hiddenEmbedded, about.window, &HiddenEmbeddedWindow::window);
-    if (left == hiddenEmbedded.end() || type == XCB_MAP_NOTIFY)
-        return;
-    PixelRegion vacated(left->area);
-    if (type != XCB_CONFIGURE_NOTIFY) {
-        stalePixels.markStale(left->host, vacated);
-        hiddenEmbedded.erase(left);
-        return;
-    }
-    auto const& now = as<xcb_configure_notify_event_t>(event);
-    PixelRect const place{now.x, now.y, now.width + 2 * now.border_width, now.height + 2 * now.border_width};
-    left->area = {left->area.x + place.x - left->place.x, left->area.y + place.y - left->place.y, place.width,
-                  place.height};
-    left->place = place;
-    vacated.subtract(left->area);
-    stalePixels.markStale(left->host, vacated);
 }
 
 void WindowWatch::setHiddenEmbedded(std::vector<HiddenEmbeddedWindow> present)
 {
     std::scoped_lock guard(lock);
-    for (HiddenEmbeddedWindow const& before : hiddenEmbedded) {
-        // One that moved without an event, for instance because another window is between it and its host.
-        PixelRegion vacated(before.area);
-        if (auto const now = std::ranges::find(present, before.window, &HiddenEmbeddedWindow::window);
-            now != present.end() && now->host == before.host)
-            vacated.subtract(now->area);
-        stalePixels.markStale(before.host, vacated);
-    }
+    // One may move without an event, for instance because another window is between it and its host.
+    for (HiddenEmbeddedWindow const& before : hiddenEmbedded)
+        if (std::ranges::find(present, before) == present.end())
+            stalePixels.markStale(before.host, {StalePixelTracker::unknown});
     hiddenEmbedded = std::move(present);
 }
 

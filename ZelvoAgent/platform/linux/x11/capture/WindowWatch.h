@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <unordered_set>
@@ -38,15 +39,15 @@ public:
     void setKept(std::unordered_set<std::uint32_t> windows);
     /// Forget the kept windows; a new set follows.
     void forgetKept();
-    /// The parts of windows that show pixels of others. Marks new ones while it takes events.
+    /// Whether the last picture showed the window whole, and nothing has been put into it since.
+    bool isKept(std::uint32_t window) const;
+    /// The windows that may show pixels of others. Marks new ones while it takes events.
     StalePixelTracker& stale() { return stalePixels; }
-    StalePixelTracker const& stale() const { return stalePixels; }
     /// An embedded client that pictures leave out. When it moves away, the place in its host is stale.
     struct HiddenEmbeddedWindow {
         std::uint32_t window = 0;
         std::uint32_t host = 0;
-        PixelRect place; ///< in its parent
-        PixelRect area;  ///< in its host, within the border
+        PixelRect area; ///< in its host
         bool operator==(HiddenEmbeddedWindow const&) const = default;
     };
     void setHiddenEmbedded(std::vector<HiddenEmbeddedWindow> present);
@@ -57,12 +58,11 @@ private:
     void take(void const* event);
     bool takeExtension(int type, void const* event);
     void takeOnRoot(int type, void const* event);
-    void noteArea(std::uint32_t window, PixelRect const& area, int border);
+    void takeInside(int type, void const* event);
+    void noteArea(std::uint32_t window, PixelRect const& area);
     void noteNewPixels(std::uint32_t window);
-    PixelRegion suspectPixels(std::uint32_t around);
     void noteGone(std::uint32_t window);
     void noteEnd(std::uint32_t window);
-    void noteHiddenEmbedded(int type, void const* event);
     bool concernsNames(std::uint32_t atom) const;
 
     std::shared_ptr<X11Connection> connection;
@@ -71,6 +71,7 @@ private:
     std::unordered_set<std::uint32_t> selected;
     std::unordered_set<std::uint32_t> selectedShapes;
     std::unordered_set<std::uint32_t> frames;
+    std::map<std::uint32_t, std::uint32_t> surveyed; ///< the child of the root that a client's window is in
     ShownWindows shown;
     StalePixelTracker stalePixels; // with its own lock
     std::vector<HiddenEmbeddedWindow> hiddenEmbedded;

@@ -29,10 +29,11 @@ CaptureResult X11Capture::take(PixelRect area, std::set<std::string> const& excl
     PictureReader reader({*connection, *memory, background, grab}, area);
     bool const compositor = scene.update(excluded);
     CaptureResult result;
-    if (!scene.exclusion().isAny() && !(compositor && scene.lingers())) {
-        result.picture = reader.screen();
-    } else if (auto const wait = scene.unsettled(); wait.count() > 0 && !lastTry) {
+    auto const wait = scene.unsettled();
+    if (wait.count() > 0 && !lastTry) {
         result.wait = wait;
+    } else if (!scene.exclusion().isAny() && !(compositor && (scene.lingers() || wait.count() > 0))) {
+        result.picture = reader.screen();
     } else {
         result.picture = reader.composed(scene.windows(), scene.exclusion(), compositor);
     }
