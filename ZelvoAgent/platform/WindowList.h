@@ -57,8 +57,8 @@ struct WindowEntry {
 class WindowList {
 public:
     virtual ~WindowList() = default;
-    /// Front to back, without windows that take no input and the window manager's own. `nullopt` if the list
-    /// cannot be read.
+    /// Front to back, without windows that take no input, and without those of the window manager's own that
+    /// have no client embedded. `nullopt` if the list cannot be read.
     virtual std::optional<std::vector<WindowEntry>> windows() = 0;
 };
 

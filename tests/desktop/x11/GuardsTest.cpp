@@ -256,6 +256,31 @@ TEST_F(GuardsOnADesktop, countTheHiddenInAnothersWindow)
     EXPECT_FALSE(isFrontRefused());
 }
 
+TEST_F(GuardsOnADesktop, countTheHiddenInTheWindowManagersOwnWindow)
+{
+    Painter manager(desktop.display());
+    PainterProcess host(desktop, program("host"));
+    PainterProcess secret(desktop, program("secret"));
+    auto const bar = host.open({.x = 1000, .y = 100, .width = 300, .height = 300, .overrideRedirect = true});
+    auto const tray = host.open({.x = 50, .y = 50, .width = 200, .height = 200, .parent = bar});
+    auto const icon = secret.open({.overrideRedirect = true, .mapped = false});
+    xcb_change_property(manager.x(), XCB_PROP_MODE_REPLACE, manager.root(),
+                        atomOf(manager.x(), "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 32, 1, &bar);
+    manager.sync();
+    auto const isListed = [&] {
+        return std::ranges::any_of(windows->windows().value(),
+                                   [&](WindowEntry const& each) { return each.id == bar; });
+    };
+    EXPECT_FALSE(isListed());
+
+    secret.embed(icon, tray, 0, 0);
+
+    EXPECT_TRUE(isListed());
+    EXPECT_TRUE(isRefused(1060, 160));
+    EXPECT_FALSE(isRefused(1010, 110));
+    EXPECT_TRUE(workspace->application(secret.pid()));
+}
+
 TEST_F(GuardsOnADesktop, countWhatIsEmbeddedInTheHidden)
 {
     PainterProcess secret(desktop, program("secret"));

@@ -382,6 +382,61 @@ TEST_F(HiddenWindowsAmongOthers, leaveATrayAsIconsComeAndGo)
     EXPECT_EQ(countOf(stage.take({"secret"}), behind), 1920u * 40 - 1024);
 }
 
+/// Makes a window a dock application, which the window manager puts into its own window.
+void makeDockApplication(Painter& painter, std::uint32_t window)
+{
+    std::uint32_t const hints[9] = {2, 0, 0}; // The initial state: withdrawn.
+    xcb_change_property(painter.x(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32,
+                        9, hints);
+    painter.sync();
+}
+
+TEST_F(HiddenWindowsAmongOthers, areLeftOutOfTheWindowManagersDock)
+{
+    PainterProcess secret(stage.desktop, program("secret"));
+    PainterProcess player(stage.desktop, program("player"));
+    Painter other(stage.desktop.display());
+    auto const dock = [&](PainterProcess& painter, std::uint32_t color) {
+        auto const window = painter.open({.width = 64, .height = 64, .color = color, .mapped = false});
+        makeDockApplication(other, window);
+        painter.map(window);
+        require("it in the dock", [&] { return countOf(stage.onTheScreen(), color) == 4096u; });
+        return window;
+    };
+    auto const first = dock(secret, planted);
+    dock(player, 0x00ff00);
+    EXPECT_EQ(leak(), 0u);
+    startAgain();
+    EXPECT_EQ(leak(), 0u);
+    EXPECT_EQ(countOf(stage.take({"secret"}), 0x00ff00), 4096u);
+
+    dock(secret, 0xff00ab);
+    EXPECT_EQ(leak(), 0u);
+    secret.unmap(first);
+    EXPECT_EQ(leak(), 0u);
+}
+
+/// Some window managers have a tray inside their bar.
+TEST_F(HiddenWindowsAmongOthers, areLeftOutOfTheWindowManagersTray)
+{
+    PainterProcess manager(stage.desktop, program("manager"));
+    PainterProcess secret(stage.desktop, program("secret"));
+    Painter other(stage.desktop.display());
+    auto const bar = manager.open(
+        {.x = 100, .y = 100, .width = 300, .height = 300, .color = behind, .overrideRedirect = true});
+    auto const tray = manager.open({.width = 300, .height = 300, .color = behind, .parent = bar});
+    unpaint(other, tray);
+    xcb_change_property(other.x(), XCB_PROP_MODE_REPLACE, other.root(),
+                        atomOf(other.x(), "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 32, 1, &bar);
+    auto const icon = secret.open({.color = planted, .overrideRedirect = true, .mapped = false});
+    secret.embed(icon, tray, 20, 30);
+
+    EXPECT_EQ(leak(), 0u);
+    EXPECT_EQ(countOf(stage.take({"secret"}), behind), 80'000u);
+    secret.unmap(icon); // Nobody paints where it was.
+    EXPECT_EQ(leak(), 0u);
+}
+
 /// A real GTK application that is hidden and fills its window with the planted colour.
 class HiddenGtkApplication : public HiddenWindowsAmongOthers {
 protected:

@@ -377,17 +377,20 @@ TEST(WindowEntries, haveTheirTitles)
 TEST(WindowEntries, leaveOutWhatNobodyCanClick)
 {
     Owners owners;
-    for (std::uint32_t id = 1; id <= 4; ++id)
+    for (std::uint32_t id = 1; id <= 5; ++id)
         owners.survey.windows.push_back(window(id, 20, "A"));
     owners.survey.windows[0].inputOnly = true;
     owners.survey.windows[1].emptyInputShape = true;
     owners.survey.windows[2].windowManagers = true;
+    owners.survey.windows[3].windowManagers = true;
+    owners.survey.windows[3].embedded = {{.client = {.id = 7, .pid = 30}, .area = {0, 0, 64, 64}}};
 
     auto const entries = windowEntries(owners.survey, owners.take(), {});
 
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].id, 4u);
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].id, 5u);
     EXPECT_EQ(entries[0].ownerPid, 20);
+    EXPECT_EQ(entries[1].id, 4u); // A dock.
 }
 
 /// Its icons can be clicked, so the guards must see it.

@@ -18,7 +18,7 @@ EmbeddedSearch::Level EmbeddedSearch::firstLevel(SurveyChildren const& children)
     Level level;
     for (std::size_t i = 0; i < survey.windows.size(); ++i) {
         SurveyedWindow const& window = survey.windows[i];
-        if (window.inputOnly || window.windowManagers)
+        if (window.inputOnly)
             continue;
         bool const framed = window.client.id != window.id;
         if (framed) {

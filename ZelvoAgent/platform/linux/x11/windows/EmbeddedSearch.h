@@ -5,7 +5,8 @@
 
 namespace zelvo {
 
-/// Goes down each client's window and collects other clients' windows in it. Thread: one.
+/// Goes down each client's window, and each of the window manager's own, and collects other clients' windows
+/// in it. Thread: one.
 class EmbeddedSearch {
 public:
     EmbeddedSearch(SurveyQuestions& questions, WindowSurvey& survey) : questions(questions), survey(survey) {}

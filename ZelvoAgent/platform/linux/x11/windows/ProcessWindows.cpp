@@ -14,7 +14,7 @@ std::vector<ProcessWindow> chosen(WindowSurvey const& survey, std::int32_t pid)
 {
     std::vector<ProcessWindow> found;
     for (SurveyedWindow const& window : std::views::reverse(survey.windows)) {
-        if (window.inputOnly || window.windowManagers)
+        if (window.inputOnly)
             continue;
         for (EmbeddedWindow const& inside : window.embedded)
             if (inside.client.pid == pid)
@@ -22,7 +22,7 @@ std::vector<ProcessWindow> chosen(WindowSurvey const& survey, std::int32_t pid)
                                  .title = inside.client.title,
                                  .inner = inside.area,
                                  .outer = inside.area});
-        if (window.client.pid == pid)
+        if (window.client.pid == pid && !window.windowManagers)
             found.push_back({.id = window.client.id,
                              .title = window.client.title,
                              .inner = window.area,

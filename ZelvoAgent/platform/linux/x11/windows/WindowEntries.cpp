@@ -13,7 +13,8 @@ constexpr int floatingLayer = 3;
 
 bool isListed(SurveyedWindow const& window)
 {
-    return !window.inputOnly && !window.emptyInputShape && !window.windowManagers;
+    bool const isDecoration = window.windowManagers && window.embedded.empty();
+    return !window.inputOnly && !window.emptyInputShape && !isDecoration;
 }
 
 int layerOf(SurveyedWindow const& window, bool own)

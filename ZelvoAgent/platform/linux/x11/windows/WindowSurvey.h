@@ -37,7 +37,7 @@ struct SurveyedWindow {
     bool inputOnly = false;
     bool overrideRedirect = false;
     bool managed = false;        ///< a window with WM_STATE is it or inside it
-    bool windowManagers = false; ///< the window manager's own, with no client inside
+    bool windowManagers = false; ///< the window manager's own, no frame; docks may have clients embedded
     bool desktop = false;
     bool dock = false;
     bool above = false;
