@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
+
 namespace zelvo::test {
 namespace {
 
@@ -37,6 +39,47 @@ TEST(PixelRegion, countsOverlapsOnce)
     region.add({5, 5, 0, 10});
 
     EXPECT_EQ(region.pixels(), 175);
+}
+
+/// Random rectangles that do not overlap, in 0..300.
+PixelRegion scattered(std::mt19937& random, int count)
+{
+    PixelRegion region;
+    std::uniform_int_distribution place(0, 280);
+    std::uniform_int_distribution side(1, 20);
+    for (int i = 0; i < count; ++i)
+        region.add({place(random), place(random), side(random), side(random)});
+    return region;
+}
+
+/// By pixel: the number of rectangles that it is in.
+std::vector<int> counts(PixelRegion const& region)
+{
+    std::vector<int> found(300UL * 300);
+    for (PixelRect const& rect : region.all())
+        for (int y = rect.y; y < rect.bottom(); ++y)
+            for (int x = rect.x; x < rect.right(); ++x)
+                ++found[static_cast<std::size_t>(300 * y + x)];
+    return found;
+}
+
+TEST(PixelRegion, combinesManyPartsPixelByPixel)
+{
+    std::mt19937 random{4711};
+    for (int i = 0; i < 20; ++i) {
+        PixelRegion const left = scattered(random, i % 2 ? 500 : 60);
+        PixelRegion const right = scattered(random, i % 2 ? 300 : 60);
+        PixelRegion rest = left;
+        rest.subtract(right);
+        auto const inLeft = counts(left);
+        auto const inRight = counts(right);
+        auto const inRest = counts(rest);
+        auto const inBoth = counts(left.intersected(right));
+        for (std::size_t pixel = 0; pixel < inLeft.size(); ++pixel) {
+            ASSERT_EQ(inRest[pixel], inLeft[pixel] && !inRight[pixel]);
+            ASSERT_EQ(inBoth[pixel], inLeft[pixel] && inRight[pixel]);
+        }
+    }
 }
 
 WindowSurvey surveyOf(std::vector<PixelRect> const& areas)
@@ -125,6 +168,35 @@ TEST(CapturePlan, passesOverWhatHasNoPixels)
 
     EXPECT_FALSE(all.isAny()); // Nothing can be seen of an input-only window.
     EXPECT_THAT(planCapture(survey, all, display, false).pieces, IsEmpty());
+}
+
+/// A shape of as many parts as half its fields.
+PixelRegion checkerboard(int fields)
+{
+    std::vector<PixelRect> black;
+    for (int row = 0; row < fields; ++row)
+        for (int column = row % 2; column < fields; column += 2)
+            black.push_back({column, row, 1, 1});
+    return PixelRegion::fromDisjoint(std::move(black));
+}
+
+TEST(CapturePlan, leavesOutShapesOfTooManyParts)
+{
+    PixelRect const all{0, 0, 100, 100};
+    WindowSurvey survey = surveyOf({all, all, all, all});
+    for (std::size_t const i : {1u, 2u, 3u})
+        survey.windows[i].shaped = true;
+    survey.windows[1].shape = checkerboard(100);
+    survey.windows[2].shape = checkerboard(50);
+    survey.windows[3].shape = checkerboard(50);
+    auto const none = excludedWindows(survey, [](ClientWindow const&) { return false; });
+
+    CapturePlan const plan = planCapture(survey, none, display, false);
+
+    EXPECT_THAT(windowsOf(plan), ElementsAre(0, 3)); // The front ones first.
+    EXPECT_EQ(plan.pieces[1].visible.pixels(), 1'250);
+    EXPECT_EQ(plan.pieces[0].visible.pixels(), 10'000 - 1'250);
+    EXPECT_TRUE(plan.background.isEmpty());
 }
 
 Picture grey(int width, int height)

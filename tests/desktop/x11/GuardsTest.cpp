@@ -281,6 +281,49 @@ TEST_F(GuardsOnADesktop, countTheHiddenInTheWindowManagersOwnWindow)
     EXPECT_TRUE(workspace->application(secret.pid()));
 }
 
+/// A shape of as many rectangles as half its fields.
+std::vector<xcb_rectangle_t> checkerboard(int fields)
+{
+    std::vector<xcb_rectangle_t> black;
+    for (int row = 0; row < fields; ++row)
+        for (int column = row % 2; column < fields; column += 2)
+            black.push_back(
+                {static_cast<std::int16_t>(2 * column), static_cast<std::int16_t>(2 * row), 2, 2});
+    return black;
+}
+
+std::chrono::nanoseconds processorTime()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+TEST_F(GuardsOnADesktop, lookThroughAShapeOfManyPartsQuickly)
+{
+    PainterProcess secret(desktop, program("secret"));
+    PainterProcess lace(desktop, program("lace"));
+    Painter other(desktop.display());
+    secret.open({.x = 100, .y = 100, .width = 400, .height = 400, .overrideRedirect = true});
+    auto const over = lace.open({.x = 100, .y = 100, .width = 400, .height = 400, .overrideRedirect = true});
+    auto const black = checkerboard(200);
+    for (xcb_shape_sk_t const kind : {XCB_SHAPE_SK_BOUNDING, XCB_SHAPE_SK_INPUT})
+        xcb_shape_rectangles(other.x(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, over, 0, 0,
+                             static_cast<std::uint32_t>(black.size()), black.data());
+    other.sync();
+
+    auto const before = processorTime();
+    auto const all = windows->windows();
+    auto const spent = processorTime() - before;
+
+    ASSERT_TRUE(all);
+    EXPECT_LT(spent, 100ms); // In proportion to the parts, not to their square.
+    EXPECT_FALSE(isRefused(101, 101));
+    EXPECT_TRUE(isRefused(103, 101));
+    EXPECT_TRUE(isRefused(101, 103));
+    EXPECT_FALSE(isRefused(103, 103));
+}
+
 TEST_F(GuardsOnADesktop, countWhatIsEmbeddedInTheHidden)
 {
     PainterProcess secret(desktop, program("secret"));

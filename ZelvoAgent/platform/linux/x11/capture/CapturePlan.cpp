@@ -4,6 +4,14 @@
 
 namespace zelvo {
 
+namespace {
+
+/// The rectangles of all shapes in a picture together. Ordinary shapes have tens; each may cost a request
+/// while the server is grabbed.
+constexpr std::size_t maxShapeParts = 2000;
+
+} // namespace
+
 bool CaptureExclusion::isAny() const
 {
     return std::ranges::find(windows, true) != windows.end() ||
@@ -35,14 +43,20 @@ CapturePlan planCapture(WindowSurvey const& survey,
 {
     CapturePlan plan;
     plan.background = PixelRegion(display);
+    std::size_t shapeParts = 0;
     for (std::size_t i = survey.windows.size(); i-- > 0;) {
         SurveyedWindow const& window = survey.windows[i];
         bool const readable = window.depth == 24 || window.depth == 32;
         if (window.inputOnly || exclusion.windows[i] || !readable)
             continue;
         PixelRegion visible = plan.background.intersected(window.area);
-        if (window.shaped)
+        if (window.shaped) {
+            std::size_t const parts = window.shape.all().size();
+            if (shapeParts + parts > maxShapeParts)
+                continue;
+            shapeParts += parts;
             visible = visible.intersected(window.shape);
+        }
         for (PixelRect const& hole : exclusion.holes[i])
             visible.subtract(hole);
         if (visible.isEmpty())

@@ -37,6 +37,7 @@ struct CaptureExclusion {
 CaptureExclusion excludedWindows(WindowSurvey const& survey,
                                  std::function<bool(ClientWindow const&)> const& named);
 
+/// Windows whose shapes have thousands of parts are left out.
 /// display      on the root window
 /// alphaCounts  true if a compositing manager runs; without one the server ignores windows' alpha
 CapturePlan planCapture(WindowSurvey const& survey,

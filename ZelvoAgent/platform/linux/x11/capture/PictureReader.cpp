@@ -30,16 +30,12 @@ std::vector<PixelRect> readsOf(PixelRegion const& region, bool exactly)
     return exactly ? region.all() : std::vector<PixelRect>{region.bounds()};
 }
 
-/// The part of a region that windows cover.
-PixelRegion coveredPart(PixelRegion const& region, WindowSurvey const& survey)
+/// The part of a region that no window covers.
+PixelRegion barePart(PixelRegion region, WindowSurvey const& survey)
 {
-    PixelRegion covered;
-    for (SurveyedWindow const& window : survey.windows) {
-        PixelRegion const under = region.intersected(window.area);
-        for (PixelRect const& part : under.all())
-            covered.add(part);
-    }
-    return covered;
+    for (SurveyedWindow const& window : survey.windows)
+        region.subtract(window.area);
+    return region;
 }
 
 } // namespace
@@ -74,11 +70,12 @@ PictureReader::composed(WindowSurvey const& survey, CaptureExclusion const& excl
 
     Picture picture = emptyPicture();
     picture.pixels = PixelBuffer(bytesOf(area));
+    auto const whole = [this](Read const& read) { return PixelRegion(read.place.movedBy(area.x, area.y)); };
     for (std::size_t i = 0; i < firstPiece; ++i)
-        put(picture, reads[i], plan.background, false);
+        put(picture, reads[i], whole(reads[i]), false);
     for (std::size_t i = firstPiece; i < reads.size(); ++i) {
         CapturePiece const& piece = plan.pieces[reads[i].piece];
-        put(picture, reads[i], piece.visible, piece.blends);
+        put(picture, reads[i], piece.hasHoles ? whole(reads[i]) : piece.visible, piece.blends);
     }
     drawCursor(picture, cursor);
     return picture;
@@ -128,8 +125,10 @@ void PictureReader::fetchBackground(WindowSurvey const& survey, PixelRegion cons
     // Uncovered areas can be read from the screen, unless a compositing manager draws shadows there.
     PixelRegion covered = region;
     if (!compositor) {
-        covered = coveredPart(region, survey);
-        fetchUncovered(region, covered);
+        PixelRegion const bare = barePart(region, survey);
+        for (PixelRect const& rect : bare.all())
+            fetch(services.connection.root(), rect, rect.movedBy(-area.x, -area.y));
+        covered.subtract(bare);
     }
     PixelRect const around = covered.bounds();
     if (around.isEmpty())
@@ -138,14 +137,6 @@ void PictureReader::fetchBackground(WindowSurvey const& survey, PixelRegion cons
     for (PixelRect const& rect : covered.all())
         fetch(pixmap, rect.movedBy(-around.x, -around.y), rect.movedBy(-area.x, -area.y));
     services.background.hide(pixmap);
-}
-
-void PictureReader::fetchUncovered(PixelRegion const& region, PixelRegion const& covered)
-{
-    PixelRegion bare = region;
-    bare.subtract(covered);
-    for (PixelRect const& rect : bare.all())
-        fetch(services.connection.root(), rect, rect.movedBy(-area.x, -area.y));
 }
 
 void PictureReader::fetchPiece(SurveyedWindow const& window, CapturePiece const& piece, std::size_t number)

@@ -48,7 +48,6 @@ private:
     void reserveFor(CapturePlan const& plan);
     void fetch(std::uint32_t drawable, PixelRect const& from, PixelRect const& place, std::size_t piece = 0);
     void fetchBackground(WindowSurvey const& survey, PixelRegion const& region, bool compositor);
-    void fetchUncovered(PixelRegion const& region, PixelRegion const& covered);
     void fetchPiece(SurveyedWindow const& window, CapturePiece const& piece, std::size_t number);
     bool arrived(Read const& read) const;
     Picture emptyPicture() const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 namespace zelvo {
 
@@ -32,16 +33,16 @@ void askGeometry(SurveyQuestions& questions, SurveyedWindow& window)
     });
 }
 
-/// A shape on the root window.
+/// A shape on the root window. The server's rectangles do not overlap.
 PixelRegion regionIn(xcb_shape_get_rectangles_reply_t const& reply, SurveyedWindow const& window)
 {
-    PixelRegion region;
+    std::vector<PixelRect> parts;
     auto const* first = xcb_shape_get_rectangles_rectangles(&reply);
     auto const count = xcb_shape_get_rectangles_rectangles_length(&reply);
     for (auto const& part : std::span(first, static_cast<std::size_t>(count)))
-        region.add({window.area.x + window.border + part.x, window.area.y + window.border + part.y,
-                    part.width, part.height});
-    return region;
+        parts.push_back({window.area.x + window.border + part.x, window.area.y + window.border + part.y,
+                         part.width, part.height});
+    return PixelRegion::fromDisjoint(std::move(parts));
 }
 
 /// After askGeometry(), whose answer these need.
