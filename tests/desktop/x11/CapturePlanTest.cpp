@@ -170,6 +170,39 @@ TEST(CapturePlan, passesOverWhatHasNoPixels)
     EXPECT_THAT(planCapture(survey, all, display, false).pieces, IsEmpty());
 }
 
+TEST(CapturePlan, knowsWhereThePointersImageMayBeAnExcludedOnes)
+{
+    constexpr std::int32_t own = 10;
+    PixelRect const left{0, 0, 50, 50};
+    PixelRect const right{50, 0, 50, 50};
+    WindowSurvey survey = surveyOf({left, left, right});
+    for (std::size_t i = 0; i < 3; ++i)
+        survey.windows[i].id = static_cast<std::uint32_t>(100 + i);
+    survey.windows[2].embedded = {{.client = {.id = 9}, .area = {60, 10, 10, 10}}};
+    auto const excluding = [&](std::uint32_t id) {
+        return excludedWindows(survey, [id](ClientWindow const& client) { return client.id == id; });
+    };
+
+    CaptureExclusion const below = excluding(1);
+    EXPECT_TRUE(isPointerExcluded(survey, below, {.x = 10, .y = 10, .window = 100}, own));
+    EXPECT_FALSE(isPointerExcluded(survey, below, {.x = 10, .y = 10, .window = 101}, own)); // In front of it.
+    EXPECT_FALSE(isPointerExcluded(survey, below, {.x = 10, .y = 90, .window = 0}, own));
+    EXPECT_TRUE(isPointerExcluded(survey, below, {.x = 10, .y = 90, .window = 0, .isPressed = true}, own));
+    EXPECT_FALSE(
+        isPointerExcluded(survey, excluding(7), {.x = 1, .y = 1, .window = 100, .isPressed = true}, own));
+
+    CaptureExclusion const inside = excluding(9);
+    EXPECT_TRUE(isPointerExcluded(survey, inside, {.x = 60, .y = 19, .window = 102}, own));
+    EXPECT_FALSE(isPointerExcluded(survey, inside, {.x = 60, .y = 20, .window = 102}, own));
+
+    survey.windows[0].inputOnly = true;
+    CaptureExclusion const unseen = excluding(1);
+    EXPECT_FALSE(unseen.isAny());
+    EXPECT_TRUE(isPointerExcluded(survey, unseen, {.x = 10, .y = 10, .window = 100}, own));
+    survey.windows[0].client.pid = own;
+    EXPECT_FALSE(isPointerExcluded(survey, unseen, {.x = 10, .y = 90, .window = 0, .isPressed = true}, own));
+}
+
 /// A shape of as many parts as half its fields.
 PixelRegion checkerboard(int fields)
 {

@@ -24,16 +24,38 @@ CaptureExclusion excludedWindows(WindowSurvey const& survey,
     CaptureExclusion exclusion;
     exclusion.windows.resize(survey.windows.size());
     exclusion.holes.resize(survey.windows.size());
+    exclusion.pointers.resize(survey.windows.size());
     for (std::size_t i = 0; i < survey.windows.size(); ++i) {
         SurveyedWindow const& window = survey.windows[i];
-        if (window.inputOnly)
-            continue;
-        exclusion.windows[i] = named(window.client);
         for (EmbeddedWindow const& inside : window.embedded)
             if (named(inside.client))
                 exclusion.holes[i].push_back(inside.area);
+        exclusion.pointers[i] = exclusion.holes[i];
+        if (!named(window.client))
+            continue;
+        exclusion.windows[i] = !window.inputOnly;
+        exclusion.pointers[i].push_back(window.area);
     }
     return exclusion;
+}
+
+bool isPointerExcluded(WindowSurvey const& survey,
+                       CaptureExclusion const& exclusion,
+                       PointerPlace const& pointer,
+                       std::int32_t own)
+{
+    auto const isThere = [&](PixelRect const& area) {
+        return !intersection(area, {pointer.x, pointer.y, 1, 1}).isEmpty();
+    };
+    for (std::size_t i = 0; i < survey.windows.size(); ++i) {
+        SurveyedWindow const& window = survey.windows[i];
+        bool const isUnder = pointer.window && window.id == pointer.window;
+        if (isUnder && (exclusion.windows[i] || std::ranges::any_of(exclusion.pointers[i], isThere)))
+            return true;
+        if (pointer.isPressed && window.client.pid != own && !exclusion.pointers[i].empty())
+            return true;
+    }
+    return false;
 }
 
 CapturePlan planCapture(WindowSurvey const& survey,

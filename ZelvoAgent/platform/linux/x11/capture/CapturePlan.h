@@ -28,7 +28,17 @@ struct CapturePlan {
 struct CaptureExclusion {
     std::vector<bool> windows;                 ///< by index: whole windows
     std::vector<std::vector<PixelRect>> holes; ///< by index: parts of windows that stay
+    /// By index: where excluded applications choose the pointer's image, also in input-only windows.
+    std::vector<std::vector<PixelRect>> pointers;
     bool isAny() const;
+};
+
+/// Where the pointer is.
+struct PointerPlace {
+    int x = 0; ///< on the root window
+    int y = 0;
+    std::uint32_t window = 0; ///< the child of the root under it; 0 if none
+    bool isPressed = false;   ///< a button is held
 };
 
 /// The windows of a survey that belong to an excluded application, and those with an embedded client that
@@ -36,6 +46,14 @@ struct CaptureExclusion {
 /// named  whether a client belongs to an excluded application
 CaptureExclusion excludedWindows(WindowSurvey const& survey,
                                  std::function<bool(ClientWindow const&)> const& named);
+
+/// Whether the pointer's image may be an excluded application's. While a button is held, it may be that of
+/// any application with a window: of the one where the button was pressed. own  this program's process id;
+/// its own windows, although excluded, have no secret image
+bool isPointerExcluded(WindowSurvey const& survey,
+                       CaptureExclusion const& exclusion,
+                       PointerPlace const& pointer,
+                       std::int32_t own);
 
 /// Windows whose shapes have thousands of parts are left out.
 /// display      on the root window

@@ -6,6 +6,7 @@
 #include "platform/linux/x11/capture/RootBackground.h"
 #include "platform/linux/x11/capture/ServerGrab.h"
 
+#include <unistd.h>
 #include <xcb/composite.h>
 #include <xcb/shm.h>
 #include <xcb/xcb.h>
@@ -42,17 +43,18 @@ PixelRegion barePart(PixelRegion region, WindowSurvey const& survey)
 
 PictureReader::PictureReader(Services services, PixelRect const& area) : services(services), area(area) {}
 
-Picture PictureReader::screen()
+Picture PictureReader::screen(WindowSurvey const& survey, CaptureExclusion const& exclusion)
 {
     reserve(bytesOf(area));
     fetch(services.connection.root(), area, area.movedBy(-area.x, -area.y));
-    auto const cursor = askCursor();
+    AskedPointer const asked = askPointer();
     services.grab.release();
     if (!arrived(reads.front()))
         throw ScreenFailure{"the X server does not let the screen be read"};
     Picture picture = emptyPicture();
     picture.pixels = PixelBuffer({shared->data(), bytesOf(area)}, shared);
-    drawCursor(picture, cursor);
+    if (isPointerShown(survey, exclusion, asked))
+        drawPointer(picture, asked);
     return picture;
 }
 
@@ -65,7 +67,7 @@ PictureReader::composed(WindowSurvey const& survey, CaptureExclusion const& excl
     std::size_t const firstPiece = reads.size();
     for (std::size_t i = 0; i < plan.pieces.size(); ++i)
         fetchPiece(survey.windows[plan.pieces[i].window], plan.pieces[i], i);
-    auto const cursor = askCursor();
+    AskedPointer const asked = askPointer();
     services.grab.release();
 
     Picture picture = emptyPicture();
@@ -77,7 +79,8 @@ PictureReader::composed(WindowSurvey const& survey, CaptureExclusion const& excl
         CapturePiece const& piece = plan.pieces[reads[i].piece];
         put(picture, reads[i], piece.hasHoles ? whole(reads[i]) : piece.visible, piece.blends);
     }
-    drawCursor(picture, cursor);
+    if (isPointerShown(survey, exclusion, asked))
+        drawPointer(picture, asked);
     return picture;
 }
 
@@ -171,19 +174,38 @@ void PictureReader::put(Picture& picture, Read const& read, PixelRegion const& v
     }
 }
 
-unsigned PictureReader::askCursor() const
+PictureReader::AskedPointer PictureReader::askPointer() const
 {
     if (!services.connection.capabilities().xfixes)
-        return 0;
-    return xcb_xfixes_get_cursor_image(services.connection.get()).sequence;
+        return {};
+    auto* const x = services.connection.get();
+    return {.place = xcb_query_pointer(x, services.connection.root()).sequence,
+            .image = xcb_xfixes_get_cursor_image(x).sequence};
 }
 
-void PictureReader::drawCursor(Picture& picture, unsigned asked) const
+bool PictureReader::isPointerShown(WindowSurvey const& survey,
+                                   CaptureExclusion const& exclusion,
+                                   AskedPointer const& asked) const
 {
     if (!services.connection.capabilities().xfixes)
-        return;
+        return false;
+    XReply<xcb_query_pointer_reply_t> const place(
+        xcb_query_pointer_reply(services.connection.get(), xcb_query_pointer_cookie_t{asked.place}, nullptr));
+    if (!place)
+        return false;
+    constexpr unsigned anyButton =
+        XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3 | XCB_BUTTON_MASK_4 | XCB_BUTTON_MASK_5;
+    PointerPlace const pointer{.x = place->root_x,
+                               .y = place->root_y,
+                               .window = place->child,
+                               .isPressed = (place->mask & anyButton) != 0};
+    return !isPointerExcluded(survey, exclusion, pointer, ::getpid());
+}
+
+void PictureReader::drawPointer(Picture& picture, AskedPointer const& asked) const
+{
     XReply<xcb_xfixes_get_cursor_image_reply_t> const cursor(xcb_xfixes_get_cursor_image_reply(
-        services.connection.get(), xcb_xfixes_get_cursor_image_cookie_t{asked}, nullptr));
+        services.connection.get(), xcb_xfixes_get_cursor_image_cookie_t{asked.image}, nullptr));
     if (!cursor)
         return;
     PixelRect const place{cursor->x - cursor->xhot - area.x, cursor->y - cursor->yhot - area.y, cursor->width,

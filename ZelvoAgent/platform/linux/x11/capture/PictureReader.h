@@ -29,8 +29,8 @@ public:
     /// area  of the root window
     PictureReader(Services services, PixelRect const& area);
 
-    /// The screen itself. Throws ScreenFailure.
-    Picture screen();
+    /// The screen itself, which shows nothing excluded but perhaps the pointer's image. Throws ScreenFailure.
+    Picture screen(WindowSurvey const& survey, CaptureExclusion const& exclusion);
     /// The remaining windows, each from its own memory.
     /// alphaCounts  true if a compositing manager runs
     Picture composed(WindowSurvey const& survey, CaptureExclusion const& exclusion, bool alphaCounts);
@@ -44,6 +44,12 @@ private:
         std::size_t piece = 0;
     };
 
+    /// The requests about the pointer, by their sequence numbers.
+    struct AskedPointer {
+        unsigned place = 0;
+        unsigned image = 0;
+    };
+
     void reserve(std::size_t bytes);
     void reserveFor(CapturePlan const& plan);
     void fetch(std::uint32_t drawable, PixelRect const& from, PixelRect const& place, std::size_t piece = 0);
@@ -52,8 +58,11 @@ private:
     bool arrived(Read const& read) const;
     Picture emptyPicture() const;
     void put(Picture& picture, Read const& read, PixelRegion const& visible, bool blends);
-    unsigned askCursor() const;
-    void drawCursor(Picture& picture, unsigned asked) const;
+    AskedPointer askPointer() const;
+    bool isPointerShown(WindowSurvey const& survey,
+                        CaptureExclusion const& exclusion,
+                        AskedPointer const& asked) const;
+    void drawPointer(Picture& picture, AskedPointer const& asked) const;
 
     Services services;
     PixelRect area;
