@@ -20,6 +20,8 @@ struct ApplicationNames {
     /// The names of other applications that it is hidden with: those whose windows its windows are transient
     /// for, and those that it is embedded with.
     std::vector<std::string> hiddenWith = {};
+    /// Windows of any other application may be embedded in its window: hidden if anything is.
+    bool isHiddenWithAny = false;
     bool operator==(ApplicationNames const&) const = default;
 
     std::optional<std::string> identifier() const
@@ -34,7 +36,8 @@ struct ApplicationNames {
     bool isHidden(std::set<std::string> const& hidden) const
     {
         return std::ranges::any_of(hidden, [this](std::string const& name) {
-            return isAny(names, name) || isAny(hiddenWith, name);
+            return isAny(names, name) || isAny(hiddenWith, name) ||
+                   (isHiddenWithAny && !text::equalIgnoringCase(name, ownBundleIdentifier));
         });
     }
     /// Hides it together with another application.
@@ -44,6 +47,7 @@ struct ApplicationNames {
             for (std::string const& name : *list)
                 if (std::ranges::find(names, name) == names.end())
                     add(hiddenWith, {name});
+        isHiddenWithAny = isHiddenWithAny || other.isHiddenWithAny;
     }
     /// Joins what two windows of one application are called. It is hidden with another one when both are.
     void join(ApplicationNames const& other)
@@ -52,12 +56,14 @@ struct ApplicationNames {
         std::erase_if(hiddenWith, [&](std::string const& name) {
             return std::ranges::find(other.hiddenWith, name) == other.hiddenWith.end();
         });
+        isHiddenWithAny = isHiddenWithAny && other.isHiddenWithAny;
     }
     /// Joins names without doubles, their order kept.
     void add(ApplicationNames const& more)
     {
         add(names, more.names);
         add(hiddenWith, more.hiddenWith);
+        isHiddenWithAny = isHiddenWithAny || more.isHiddenWithAny;
     }
 
 private:

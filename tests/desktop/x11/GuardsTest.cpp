@@ -281,6 +281,21 @@ TEST_F(GuardsOnADesktop, countTheHiddenInTheWindowManagersOwnWindow)
     EXPECT_TRUE(workspace->application(secret.pid()));
 }
 
+TEST_F(GuardsOnADesktop, countAWindowWithTooManyInsideAsHidden)
+{
+    PainterProcess host(desktop, program("host"));
+    auto const around = host.open({.x = 100, .y = 100, .width = 300, .height = 300, .className = "Host"});
+    for (int i = 0; i < 2'000; ++i)
+        host.open({.mapped = false, .parent = around});
+    EXPECT_FALSE(isRefused(150, 150));
+    for (int i = 0; i < 1'500; ++i)
+        host.open({.mapped = false, .parent = around});
+
+    EXPECT_TRUE(isRefused(150, 150));
+    live.run(store.remove("secret"));
+    EXPECT_FALSE(isRefused(150, 150));
+}
+
 /// A shape of as many rectangles as half its fields.
 std::vector<xcb_rectangle_t> checkerboard(int fields)
 {

@@ -438,6 +438,35 @@ TEST_F(HiddenWindowsAmongOthers, areLeftOutOfTheWindowManagersTray)
     EXPECT_EQ(leak(), 0u);
 }
 
+TEST_F(HiddenWindowsAmongOthers, areLeftOutFarBelowAnothersWindow)
+{
+    PainterProcess host(stage.desktop, program("host"));
+    PainterProcess secret(stage.desktop, program("secret"));
+    std::uint32_t inner = host.open(
+        {.x = 100, .y = 100, .width = 300, .height = 300, .color = behind, .overrideRedirect = true});
+    for (int depth = 0; depth < 40; ++depth)
+        inner = host.open({.width = 300, .height = 300, .color = behind, .parent = inner});
+    auto const icon = secret.open({.color = planted, .overrideRedirect = true, .mapped = false});
+
+    secret.embed(icon, inner, 20, 30);
+
+    EXPECT_EQ(leak(), 0u);
+    EXPECT_EQ(countOf(stage.take({"secret"}), behind), 80'000u);
+}
+
+TEST_F(HiddenWindowsAmongOthers, mayBeInAWindowWithTooManyOthers)
+{
+    PainterProcess host(stage.desktop, program("host"));
+    auto const around = host.open(
+        {.x = 100, .y = 100, .width = 300, .height = 300, .color = behind, .overrideRedirect = true});
+    EXPECT_EQ(countOf(stage.take({"secret"}), behind), 90'000u);
+    for (int i = 0; i < 3'500; ++i)
+        host.open({.mapped = false, .parent = around});
+
+    EXPECT_EQ(countOf(stage.take({"secret", "dev.zelvo.agent"}), behind), 0u);
+    EXPECT_EQ(countOf(stage.take({"dev.zelvo.agent"}), behind), 90'000u);
+}
+
 /// Sets the picture of the pointer in a window: a square of the planted colour.
 void setPointer(Painter& painter, std::uint32_t window)
 {

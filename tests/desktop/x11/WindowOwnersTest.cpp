@@ -350,6 +350,25 @@ TEST(WindowOwners, hideAWindowWithTheClientsEmbeddedInIt)
     EXPECT_FALSE(owners.namesOf(desktop.survey.windows[0].client).isHidden({"calc"}));
 }
 
+TEST(WindowOwners, hideAWindowWithUnknownClientsInsideIfAnythingIs)
+{
+    Desktop desktop;
+    desktop.add(editor, "Editor");
+    desktop.add(portal, "Other");
+    desktop.survey.windows[0].hasUnknownInside = true;
+    WindowOwners const owners = desktop.owners();
+    ApplicationNames const& names = owners.namesOf(desktop.survey.windows[0].client);
+
+    EXPECT_EQ(names.identifier(), "editor");
+    EXPECT_TRUE(names.isHidden({"somebody"}));
+    EXPECT_FALSE(names.isHidden({}));
+    EXPECT_FALSE(names.isHidden({"dev.zelvo.agent"})); // Pictures always leave it out.
+    EXPECT_FALSE(owners.namesOf(desktop.survey.windows[1].client).isHidden({"somebody"}));
+    ApplicationNames around{{"shell"}};
+    around.hideWith(names);
+    EXPECT_TRUE(around.isHidden({"somebody"}));
+}
+
 TEST(WindowOwners, tellWhereAnApplicationIs)
 {
     Desktop desktop;

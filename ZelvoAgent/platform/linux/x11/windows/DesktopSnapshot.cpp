@@ -47,7 +47,8 @@ DesktopSnapshot::DesktopSnapshot(X11Connection const& connection, DesktopEntries
 
 ClientWindow const* DesktopSnapshot::clientAround(std::uint32_t window) const
 {
-    for (int depth = 0; window && window != connection.root() && depth < 32; ++depth) {
+    // The chain may change on the way, so it needs an end.
+    for (int depth = 0; window && window != connection.root() && depth < 4000; ++depth) {
         if (ClientWindow const* const client = windowOwners.find(window))
             return isWindowManagers(*client) ? nullptr : client;
         window = parentOf(connection, window);

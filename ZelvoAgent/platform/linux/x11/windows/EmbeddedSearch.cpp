@@ -6,9 +6,8 @@ namespace zelvo {
 
 void EmbeddedSearch::run(SurveyChildren const& children)
 {
-    Level level = firstLevel(children);
-    // A page or a video is a few windows deep; no window tree of use is deeper than this.
-    for (int depth = 0; depth < 16 && !level.empty(); ++depth)
+    found.assign(survey.windows.size(), 0);
+    for (Level level = firstLevel(children); !level.empty();)
         level = below(level);
     askAreas();
 }
@@ -36,17 +35,25 @@ EmbeddedSearch::Level EmbeddedSearch::firstLevel(SurveyChildren const& children)
 EmbeddedSearch::Level EmbeddedSearch::below(Level const& level)
 {
     Level next;
-    for (SurveyStep const& step : level)
+    for (SurveyStep const& step : level) {
+        if (survey.windows[step.top].hasUnknownInside)
+            continue;
         questions.children(step.window, [this, &next, step](std::vector<std::uint32_t> const& inside) {
             for (std::uint32_t const child : inside)
                 addInside({step.top, child, step.within}, next);
         });
+    }
     questions.run();
     return next;
 }
 
 void EmbeddedSearch::addInside(SurveyStep step, Level& level)
 {
+    if (found[step.top] == maxInside) {
+        survey.windows[step.top].hasUnknownInside = true;
+        return;
+    }
+    ++found[step.top];
     if (questions.areForeign(step.window, step.within)) {
         survey.windows[step.top].embedded.emplace_back().client.id = step.window;
         step.within = step.window;

@@ -3,10 +3,13 @@
 #include "platform/linux/x11/windows/SurveyQuestions.h"
 #include "platform/linux/x11/windows/WindowSurvey.h"
 
+#include <cstddef>
+#include <vector>
+
 namespace zelvo {
 
 /// Goes down each client's window, and each of the window manager's own, and collects other clients' windows
-/// in it. Thread: one.
+/// in it, up to a number of windows. Thread: one.
 class EmbeddedSearch {
 public:
     EmbeddedSearch(SurveyQuestions& questions, WindowSurvey& survey) : questions(questions), survey(survey) {}
@@ -14,6 +17,8 @@ public:
     void run(SurveyChildren const& children);
 
 private:
+    /// Applications with a window for every element have hundreds.
+    static constexpr std::size_t maxInside = 3000;
     using Level = std::vector<SurveyStep>;
     Level firstLevel(SurveyChildren const& children);
     Level below(Level const& level);
@@ -23,6 +28,7 @@ private:
 
     SurveyQuestions& questions;
     WindowSurvey& survey;
+    std::vector<std::size_t> found; // by index: the windows inside
 };
 
 } // namespace zelvo

@@ -13,7 +13,7 @@ constexpr int floatingLayer = 3;
 
 bool isListed(SurveyedWindow const& window)
 {
-    bool const isDecoration = window.windowManagers && window.embedded.empty();
+    bool const isDecoration = window.windowManagers && window.embedded.empty() && !window.hasUnknownInside;
     return !window.inputOnly && !window.emptyInputShape && !isDecoration;
 }
 

@@ -15,6 +15,8 @@ WindowOwners::WindowOwners(WindowSurvey const& survey,
     for (SurveyedWindow const& window : survey.windows) {
         byWindow.emplace(window.client.id, &window.client);
         byWindow.emplace(window.id, &window.client);
+        if (window.hasUnknownInside)
+            applications.at(window.client.id).names.isHiddenWithAny = true;
         for (EmbeddedWindow const& inside : window.embedded)
             byWindow.emplace(inside.client.id, &inside.client);
     }

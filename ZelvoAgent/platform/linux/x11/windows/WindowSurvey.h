@@ -51,6 +51,7 @@ struct SurveyedWindow {
     std::array<int, 4> frameExtents{}; ///< shadows inside the window: left, right, top, bottom
     ClientWindow client;               ///< the window with WM_STATE, else the window itself
     std::vector<EmbeddedWindow> embedded;
+    bool hasUnknownInside = false; ///< too many windows in it to find all that are embedded
 };
 
 /// The windows of the server at one moment.
