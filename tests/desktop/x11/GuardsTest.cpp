@@ -366,6 +366,23 @@ TEST_F(GuardsOnADesktop, refuseTypingIntoTheHiddenThatTookTheFocus)
     EXPECT_TRUE(isFrontRefused());
 }
 
+TEST_F(GuardsOnADesktop, refuseTypingFarBelowAWindowOfTheHidden)
+{
+    PainterProcess editor(desktop, program("editor"));
+    PainterProcess secret(desktop, program("secret"));
+    bringToFront(editor.open({.x = 100, .y = 100, .className = "Editor"}));
+    std::uint32_t field = secret.open({.x = 500, .y = 500, .overrideRedirect = true});
+    for (int depth = 0; depth < 40; ++depth)
+        field = secret.open({.parent = field});
+    EXPECT_FALSE(isFrontRefused());
+
+    Painter other(desktop.display());
+    xcb_set_input_focus(other.x(), XCB_INPUT_FOCUS_PARENT, field, XCB_CURRENT_TIME);
+    other.sync();
+
+    EXPECT_TRUE(isFrontRefused());
+}
+
 /// Where the focus follows the pointer, and for the moment after the focused window has closed.
 TEST(GuardsWithoutAWindowManager, refuseTypingIntoTheHiddenUnderThePointer)
 {
