@@ -2,6 +2,7 @@
 
 #include "confirm/ConfirmationPolicy.h"
 #include "state/GrantedConnection.h"
+#include "wire/AgentScope.h"
 #include "wire/RpcFrame.h"
 
 #include <optional>
@@ -13,6 +14,8 @@ namespace zelvo {
 struct Asker {
     std::string platformName;
     ConfirmationPolicy policy;
+    std::optional<AgentScope> scope = {}; ///< what the command needs; nullopt for none
+    std::optional<std::string> connectionId = {};
 };
 
 /// A command that passed the checks, with what they established. A handler takes these facts as they are and

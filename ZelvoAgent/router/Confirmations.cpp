@@ -1,5 +1,6 @@
 #include "router/Confirmations.h"
 
+#include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "confirm/ButtonRoles.h"
 #include "confirm/SubmitButtonHeuristic.h"
@@ -18,8 +19,18 @@ Task<bool> Confirmations::ask(ConfirmationSubject subject, std::optional<Asker> 
 {
     if (!asker || !asker->policy.requiresConfirmation(subject))
         co_return false;
-    co_await presenter.confirm(std::move(subject), std::move(asker->platformName), timeoutMs);
+    co_await services.presenter.confirm(std::move(subject), asker->platformName, timeoutMs);
+    co_await assertMayStillAct(*std::move(asker));
     co_return true;
+}
+
+Task<> Confirmations::assertMayStillAct(Asker asker)
+{
+    co_await on(services.main, [&] {
+        if (asker.scope)
+            services.state.assertScope(*asker.scope, asker.connectionId);
+        services.state.assertReady();
+    });
 }
 
 DetailedAgentError Confirmations::changedMeanwhile()
@@ -32,11 +43,11 @@ DetailedAgentError Confirmations::changedMeanwhile()
 
 Task<> Confirmations::askAboutClick(DesktopPoint at, Asker asker, Recheck recheck)
 {
-    PressOrNone const before = pressOf(co_await probe.element(at));
+    PressOrNone const before = pressOf(co_await services.probe.element(at));
     if (!before || !co_await ask(before->subject, std::move(asker)))
         co_return;
     co_await recheck();
-    if (pressOf(co_await probe.element(at)) != before)
+    if (pressOf(co_await services.probe.element(at)) != before)
         throw changedMeanwhile();
 }
 
@@ -74,12 +85,12 @@ Task<DangerousShortcuts::Chords> Confirmations::givenBy(std::vector<std::string>
 {
     Chord const chord = Chord::of(keys);
     auto const code = chord.key ? KeyCodes::code(*chord.key) : std::nullopt;
-    if (!layout || !code)
+    if (!services.layout || !code)
         co_return DangerousShortcuts::Chords();
     KeyEvent event;
     event.keyCode = *code;
     event.flags = chord.flags;
-    co_return co_await layout->chordsOf(event);
+    co_return co_await services.layout->chordsOf(event);
 }
 
 Task<Confirmations::PressOrNone> Confirmations::pressBy(Keys keys, Asker asker)
@@ -106,12 +117,12 @@ Task<Confirmations::PressOrNone> Confirmations::pressBy(Keys keys, Asker asker)
 Task<Confirmations::PressOrNone>
 Confirmations::activationBy(std::string key, std::string frontName, Strictness strictness, Asker asker)
 {
-    if (auto dialog = co_await probe.frontmostDialog()) {
+    if (auto dialog = co_await services.probe.frontmostDialog()) {
         ConfirmationSubject const subject{ConfirmationSubject::DialogButton{
             localized("confirm.defaultButton", {key}), dialog->appName.value_or(frontName)}};
         co_return Press{subject, std::move(dialog)};
     }
-    auto const focused = co_await probe.focusedElement();
+    auto const focused = co_await services.probe.focusedElement();
     auto press = pressOf(focused);
     if (press && asker.policy.requiresConfirmation(press->subject))
         co_return press;
@@ -119,7 +130,7 @@ Confirmations::activationBy(std::string key, std::string frontName, Strictness s
     bool const takesReturn = focused && (isButtonRole(focused->role) || focused->role == "AXTextArea");
     if (strictness == Strictness::ordinary || key != "return" || takesReturn)
         co_return std::nullopt;
-    co_return pressOf(co_await probe.defaultButton());
+    co_return pressOf(co_await services.probe.defaultButton());
 }
 
 } // namespace zelvo

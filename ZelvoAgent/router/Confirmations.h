@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Contexts.h"
 #include "base/Geometry.h"
 #include "base/Task.h"
 #include "confirm/Confirming.h"
@@ -7,6 +8,7 @@
 #include "confirm/ElementProbing.h"
 #include "platform/KeyboardLayout.h"
 #include "router/Admission.h"
+#include "state/AgentState.h"
 #include "wire/AgentError.h"
 
 #include <cstdint>
@@ -20,17 +22,22 @@ namespace zelvo {
 /// Whether Return and Space are judged with any modifiers, and a default button is searched for.
 enum class Strictness { ordinary, strict };
 
-/// Asks the person about what the asker's policy wants a yes for. Thread: any. Throws
-/// AgentError::deniedByUser, AgentError::confirmationTimeout.
+/// Asks the person about what the asker's policy wants a yes for, and after the yes whether the asker may
+/// still act. Thread: any. Throws AgentError::deniedByUser, AgentError::confirmationTimeout, and what
+/// AgentState::assertScope and assertReady throw.
 class Confirmations {
 public:
     static constexpr std::int64_t defaultTimeoutMs = 60'000;
 
-    /// layout  null: keys are judged by their names alone
-    Confirmations(Confirming& presenter, ElementProbing& probe, KeyboardLayout* layout)
-        : presenter(presenter), probe(probe), layout(layout)
-    {
-    }
+    struct Services {
+        Executor main;
+        AgentState& state;
+        Confirming& presenter;
+        ElementProbing& probe;
+        KeyboardLayout* layout; ///< null: keys are judged by their names alone
+    };
+
+    explicit Confirmations(Services services) : services(std::move(services)) {}
 
     /// How long a caller lets the person think: "confirmationTimeoutMs", or the default.
     static std::int64_t timeoutMs(json::object const& params);
@@ -66,6 +73,8 @@ private:
     };
     using PressOrNone = std::optional<Press>;
 
+    /// As at the command's admission: the person may have paused, locked or taken the right away meanwhile.
+    Task<> assertMayStillAct(Asker asker);
     static PressOrNone pressOf(std::optional<ProbedElement> element);
     /// What a chord would press, and the asker asks about.
     Task<PressOrNone> pressBy(Keys keys, Asker asker);
@@ -74,9 +83,7 @@ private:
     /// The chords that the keyboard layout gives.
     Task<DangerousShortcuts::Chords> givenBy(std::vector<std::string> keys);
 
-    Confirming& presenter;
-    ElementProbing& probe;
-    KeyboardLayout* layout;
+    Services services;
 };
 
 } // namespace zelvo

@@ -42,8 +42,11 @@ RpcRouter::Families::Families(Contexts const& contexts,
                               Clock& clock,
                               AgentState& state,
                               Services const& services)
-    : snapshots(clock), frontmost(clock, services.probe),
-      confirmations(services.confirmations, services.probe, services.layout),
+    : snapshots(clock), frontmost(clock, services.probe), confirmations({.main = contexts.main,
+                                                                         .state = state,
+                                                                         .presenter = services.confirmations,
+                                                                         .probe = services.probe,
+                                                                         .layout = services.layout}),
       shownInput(contexts.workers, services.input, services.cursor),
       guard({.contexts = contexts,
              .state = state,
@@ -170,7 +173,8 @@ Task<Admission> RpcRouter::preflight(RpcFrame frame)
         admission.connection = state.connection(admission.frame.connectionId);
     });
     if (isPersons && admission.connection)
-        admission.asker = {admission.connection->platformName, admission.connection->policy};
+        admission.asker = {admission.connection->platformName, admission.connection->policy, scope,
+                           admission.frame.connectionId};
     Permissions const granted = permissions();
     if ((scope == AgentScope::input && !granted.accessibility) ||
         (scope == AgentScope::screen && !granted.screenRecording))

@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <utility>
+
 namespace zelvo {
 namespace {
 
@@ -58,6 +61,30 @@ protected:
     static ConfirmationSubject shortcut(std::string keys, std::string app, std::string_view meaning)
     {
         return {ConfirmationSubject::KeyShortcut{std::move(keys), std::move(app), localized(meaning)}};
+    }
+    /// Commands that are no input, each of which the person is asked about with `askAboutEveryCommand`.
+    static constexpr std::array<std::pair<char const*, char const*>, 3> askedCommands = {{
+        {"shell.run", R"({"command":"ls"})"},
+        {"urls.open", R"({"url":"mailto:a@b.example"})"},
+        {"files.upload.begin", R"({"path":"/a","data":""})"},
+    }};
+    void askAboutEveryCommand()
+    {
+        ConfirmationPolicy policy;
+        policy.confirmFileWrite = true;
+        setPolicy(policy);
+    }
+    void expectThatEachWasAskedAboutAndNoneRan()
+    {
+        EXPECT_THAT(confirmations.questions, SizeIs(askedCommands.size()));
+        EXPECT_THAT(shell.runs, IsEmpty());
+        EXPECT_THAT(platform.desktop.openedUrls, IsEmpty());
+        EXPECT_THAT(files.writes, IsEmpty());
+    }
+    void becomes(Availability availability)
+    {
+        platform.sessionEvents.present = availability;
+        state.refreshAvailability();
     }
     std::vector<ConfirmationSubject> asked() const
     {
@@ -459,12 +486,45 @@ TEST_F(RouterConfirmationsTest, aBatchKeepsThePolicyThatItBeganWith)
     EXPECT_THAT(confirmations.questions, SizeIs(2)); // The next one has the new policy.
 }
 
-TEST_F(RouterConfirmationsTest, aConnectionThatIsRevokedWhileItsQuestionStandsActsNoMoreAfterItsBatch)
+TEST_F(RouterConfirmationsTest, aConnectionThatIsRevokedWhileItsQuestionIsOpenActsNoMore)
 {
     fakeProbe.hit = seen("AXButton", "Send");
     confirmations.onAsk = [&] { state.revoke("c"); };
-    EXPECT_EQ(code(clickAt()), "");
     EXPECT_EQ(code(clickAt()), "scope_denied");
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
+TEST_F(RouterConfirmationsTest, noCommandRunsAfterAPauseWhileItsQuestionWasOpen)
+{
+    askAboutEveryCommand();
+    confirmations.onAsk = [&] { state.setPaused(true); };
+    for (auto const& [method, params] : askedCommands) {
+        EXPECT_EQ(code(call(method, params)), "machine_paused") << method;
+        state.setPaused(false);
+    }
+    expectThatEachWasAskedAboutAndNoneRan();
+}
+
+TEST_F(RouterConfirmationsTest, noCommandRunsAfterALockWhileItsQuestionWasOpen)
+{
+    askAboutEveryCommand();
+    confirmations.onAsk = [&] { becomes(Availability::screenLocked); };
+    for (auto const& [method, params] : askedCommands) {
+        EXPECT_EQ(code(call(method, params)), "machine_unavailable") << method;
+        becomes(Availability::ready);
+    }
+    expectThatEachWasAskedAboutAndNoneRan();
+}
+
+TEST_F(RouterConfirmationsTest, noCommandRunsWithoutItsScopeAfterTheQuestion)
+{
+    askAboutEveryCommand();
+    confirmations.onAsk = [&] { state.setScopes({AgentScope::screen}, "c"); };
+    for (auto const& [method, params] : askedCommands) {
+        EXPECT_EQ(code(call(method, params)), "scope_denied") << method;
+        state.setScopes({allScopes.begin(), allScopes.end()}, "c");
+    }
+    expectThatEachWasAskedAboutAndNoneRan();
 }
 
 TEST_F(RouterConfirmationsTest, aHiddenApplicationThatComesToTheFrontBeforeTheQuestionIsNotNamed)
