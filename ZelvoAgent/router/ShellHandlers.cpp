@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -20,7 +21,8 @@ namespace {
 constexpr std::int64_t defaultTimeoutMs = 60'000;
 constexpr std::size_t maxLoggedCommandLength = 300; // Characters.
 constexpr std::size_t maxLoggedEnvironmentBytes = 16UL * 1024;
-constexpr std::size_t maxCutVariable = 200; // Characters.
+constexpr std::size_t maxLoggedNameBytes = 64UL * 1024;
+constexpr std::size_t minLoggedVariable = 200; // Bytes.
 
 /// Nothing unless each value is a text.
 std::optional<std::map<std::string, std::string>> environmentFrom(json::object const& params)
@@ -37,24 +39,51 @@ std::optional<std::map<std::string, std::string>> environmentFrom(json::object c
     return environment;
 }
 
+/// The longest line that is logged whole, so that all of them together fit if they can.
+std::size_t wholeLineLimit(std::vector<std::string> const& lines)
+{
+    std::size_t limit = maxLoggedEnvironmentBytes;
+    auto const total = [&] {
+        return std::accumulate(
+            lines.begin(), lines.end(), std::size_t{0},
+            [&](std::size_t sum, auto const& each) { return sum + std::min(each.size(), limit); });
+    };
+    while (limit > minLoggedVariable && total() > maxLoggedEnvironmentBytes)
+        limit = std::max(limit / 2, minLoggedVariable);
+    return limit;
+}
+
+/// The beginning of a line, and its length.
+std::string cutLine(std::string const& line, std::size_t bytes)
+{
+    while (bytes > 0 && bytes < line.size() && (line[bytes] & 0xC0) == 0x80)
+        --bytes; // Not within a code point.
+    return line.substr(0, bytes) + "… (" + std::to_string(line.size()) + " bytes)";
+}
+
 /// As it is, but for what is beyond `maxLoggedEnvironmentBytes`: the log must not grow without end. Variables
-/// that change what runs come first; of one that is cut, the length stays.
+/// that change what runs come first. Long values are cut first, then all that do not fit; every name stays,
+/// up to `maxLoggedNameBytes` of them.
 std::vector<std::string> loggedEnvironment(std::map<std::string, std::string> const& environment)
 {
     ShellEnvironment::Lines found = ShellEnvironment::lines(environment);
     std::vector<std::string> all = std::move(found.risky);
     std::ranges::move(found.others, std::back_inserter(all));
+    std::size_t const whole = wholeLineLimit(all);
     std::vector<std::string> logged;
     std::size_t left = maxLoggedEnvironmentBytes;
+    std::size_t leftForNames = maxLoggedNameBytes;
     for (std::string const& line : all) {
-        if (line.size() > left) {
-            logged.push_back(text::prefix(line, std::min(left, maxCutVariable)) + "… (" +
-                             std::to_string(line.size()) + " bytes)");
+        std::size_t const name = line.find('=') + 1;
+        if (name > leftForNames) {
             logged.push_back("… (" + std::to_string(all.size()) + " variables)");
             break;
         }
-        left -= line.size();
-        logged.push_back(line);
+        leftForNames -= name;
+        std::size_t const wanted = line.size() <= whole ? line.size() : minLoggedVariable;
+        std::size_t const kept = std::max(name, wanted <= left ? wanted : 0);
+        left -= wanted <= left ? wanted : 0;
+        logged.push_back(kept < line.size() ? cutLine(line, kept) : line);
     }
     return logged;
 }

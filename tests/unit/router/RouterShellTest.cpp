@@ -195,7 +195,53 @@ TEST_F(RouterShellTest, logsNoMoreThanSixteenKibibytesOfVariables)
 
     ASSERT_EQ(lines().size(), 1U);
     EXPECT_THAT(lines()[0].env,
-                ElementsAre("PATH=.", "A=" + std::string(198, 'x') + "… (100002 bytes)", "… (3 variables)"));
+                ElementsAre("PATH=.", "A=" + std::string(198, 'x') + "… (100002 bytes)", "B="));
+}
+
+TEST_F(RouterShellTest, logsTheVariablesThatFollowALongOne)
+{
+    std::string const large(17'000, 'x');
+    call("shell.run",
+         R"({"command": "make", "env": {"AR": ")" + large + R"(", "ZDOTDIR": "/tmp/evil", "B": "1"}})");
+
+    ASSERT_EQ(lines().size(), 1U);
+    EXPECT_THAT(lines()[0].env,
+                ElementsAre("AR=" + std::string(197, 'x') + "… (17003 bytes)", "ZDOTDIR=/tmp/evil", "B=1"));
+}
+
+TEST_F(RouterShellTest, logsTheNameOfEveryVariableBeyondThat)
+{
+    json::object env{{"ZDOTDIR", "/tmp/evil"}};
+    for (int i = 0; i < 300; ++i)
+        env["A" + std::to_string(1000 + i)] = std::string(1000, 'x');
+    env["ZZ"] = "1";
+    call("shell.run", writeJson(json::object{{"command", "make"}, {"env", env}}));
+
+    ASSERT_EQ(lines().size(), 1U);
+    std::vector<std::string> const logged = lines()[0].env;
+    ASSERT_EQ(logged.size(), 302U);
+    EXPECT_EQ(logged[0], "ZDOTDIR=/tmp/evil");
+    EXPECT_EQ(logged[1], "A1000=" + std::string(194, 'x') + "… (1006 bytes)");
+    EXPECT_EQ(logged[300], "A1299=… (1006 bytes)");
+    EXPECT_EQ(logged[301], "ZZ=1");
+}
+
+TEST_F(RouterShellTest, logsNoMoreThanSixtyFourKibibytesOfNames)
+{
+    json::object env{{"PATH", "."}};
+    for (int i = 0; i < 1000; ++i)
+        env["A" + std::to_string(1000 + i) + std::string(995, 'n')] = std::string(1000, 'x');
+    call("shell.run", writeJson(json::object{{"command", "make"}, {"env", env}}));
+
+    ASSERT_EQ(lines().size(), 1U);
+    std::vector<std::string> const logged = lines()[0].env;
+    EXPECT_EQ(logged.front(), "PATH=.");
+    EXPECT_EQ(logged.back(), "… (1001 variables)");
+    std::size_t bytes = 0;
+    for (std::string const& line : logged)
+        bytes += line.size();
+    EXPECT_LT(bytes, 100U * 1024);
+    EXPECT_GT(bytes, 64U * 1024);
 }
 
 TEST_F(RouterShellTest, failuresOfTheRunnerPassThrough)
