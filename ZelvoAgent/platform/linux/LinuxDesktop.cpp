@@ -26,7 +26,7 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
     : display(X11Connection::open()), displayEvents(readEvents(contexts, display)), layout(contexts, display),
       survey(display), windows(survey, layout, entries), focus(contexts),
       frontChanges(contexts, X11Connection::open()), opener(contexts, clock, display, entries, focus, user),
-      workspace(display, entries, &opener), screen(contexts, clock, display, layout, entries),
+      workspace(display, entries, &opener, frontChanges.keyboardGrab()), screen(contexts, clock, display, layout, entries),
       streams(contexts, clock, screen), events(contexts, clock, [this] { return layout.current(); }),
       hotKey(contexts),
       pasteboard(contexts, clock, {}, [this](std::int32_t pid) { return workspace.process(pid); }),

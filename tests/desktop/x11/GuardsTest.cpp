@@ -7,6 +7,7 @@
 #include "fakes/ErrorOf.h"
 #include "fakes/FakeUserDefaults.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/XReply.h"
 #include "platform/linux/x11/windows/X11FrontChanges.h"
 #include "platform/linux/x11/windows/X11WindowList.h"
 #include "platform/linux/x11/windows/X11Workspace.h"
@@ -32,6 +33,8 @@ using testing::Not;
 /// The guards on a real X server. "secret" is hidden, by the name of its executable.
 class GuardsOnADesktop : public testing::Test {
 protected:
+    explicit GuardsOnADesktop(DesktopOptions const& options = {.sessionBus = false}) : desktop(options) {}
+
     void SetUp() override
     {
         desktop.adoptEnvironment();
@@ -86,7 +89,7 @@ protected:
         pager.sync();
     }
 
-    PrivateDesktop desktop{{.sessionBus = false}};
+    PrivateDesktop desktop;
     LiveContexts live;
     FakeUserDefaults settings;
     HiddenAppsStore store{live.contexts().agent, settings};
@@ -605,6 +608,110 @@ TEST_F(GuardsOnADesktop, watchWhetherAHiddenApplicationIsInFront)
     changes.observe({});
     EXPECT_TRUE(live.run(front.isBarred())); // Waits for all earlier looks.
     live.stop();
+}
+
+/// The watch with what tells it, like those of the program.
+class WatchOnADesktop : public GuardsOnADesktop {
+protected:
+    using GuardsOnADesktop::GuardsOnADesktop;
+
+    void SetUp() override
+    {
+        GuardsOnADesktop::SetUp();
+        changes.emplace(live.contexts(), X11Connection::open());
+        watched.emplace(X11Connection::open(), *entries, nullptr, changes->keyboardGrab());
+        front.emplace(live.contexts(), *changes, *watched, store, ::getpid());
+        front->start([this] { ++barrings; });
+    }
+    void TearDown() override
+    {
+        changes->observe({});
+        live.run(front->isBarred()); // Waits for all earlier looks.
+        GuardsOnADesktop::TearDown();
+    }
+    /// Asked as before each key.
+    bool becomes(bool barred)
+    {
+        return waitFor([&] { return live.run(front->isBarred()) == barred; }, 5s);
+    }
+    void grab(Painter& by, std::uint32_t window)
+    {
+        require("a grab of the keyboard", [&] {
+            auto const cookie = xcb_grab_keyboard(by.x(), 0, window, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                                                  XCB_GRAB_MODE_ASYNC);
+            XReply<xcb_grab_keyboard_reply_t> const reply(xcb_grab_keyboard_reply(by.x(), cookie, nullptr));
+            return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+        });
+    }
+    void release(Painter& by)
+    {
+        xcb_ungrab_keyboard(by.x(), XCB_CURRENT_TIME);
+        by.sync();
+    }
+
+    std::optional<X11FrontChanges> changes;
+    std::optional<X11Workspace> watched;
+    std::optional<FrontWatch> front;
+    std::atomic<int> barrings = 0;
+};
+
+TEST_F(WatchOnADesktop, barsKeysWhileAHiddenApplicationHasGrabbedTheKeyboard)
+{
+    PainterProcess secret(desktop, program("secret"));
+    std::uint32_t const hidden = secret.open({.x = 100, .y = 100, .className = "Keys"});
+    PainterProcess plain(desktop, program("plain"));
+    bringToFront(plain.open({.x = 300, .y = 100, .className = "Plain"}));
+    ASSERT_TRUE(becomes(false));
+    HiddenAppGuard checks(live.contexts().workers, store, *watched, *windows);
+    auto const isRefused = [&] {
+        return errorOf([&] { live.run(checks.assertFrontmostAllowed()); }) == AgentError::hiddenAppActive;
+    };
+    EXPECT_FALSE(isRefused());
+    int const before = barrings;
+    Painter grabber(desktop.display());
+
+    grab(grabber, hidden);
+    EXPECT_TRUE(waitFor([&] { return barrings > before; }, 5s)); // Without being asked.
+    EXPECT_TRUE(live.run(front->isBarred()));
+    EXPECT_TRUE(isRefused());
+
+    release(grabber);
+    EXPECT_TRUE(becomes(false));
+    EXPECT_FALSE(isRefused());
+}
+
+TEST_F(WatchOnADesktop, barsKeysUntilAGrabGoesToAnotherWindowOrItsWindowGoes)
+{
+    PainterProcess secret(desktop, program("secret"));
+    std::uint32_t const hidden = secret.open({.x = 100, .y = 100, .overrideRedirect = true});
+    PainterProcess plain(desktop, program("plain"));
+    bringToFront(plain.open({.x = 300, .y = 100, .className = "Plain"}));
+    std::uint32_t const menu = plain.open({.x = 600, .y = 100, .overrideRedirect = true});
+    Painter grabber(desktop.display());
+
+    grab(grabber, menu);
+    EXPECT_TRUE(becomes(false));
+    grab(grabber, hidden);
+    EXPECT_TRUE(becomes(true));
+    grab(grabber, menu);
+    EXPECT_TRUE(becomes(false));
+    grab(grabber, hidden);
+    EXPECT_TRUE(becomes(true));
+    secret.unmap(hidden);
+    EXPECT_TRUE(becomes(false));
+}
+
+TEST_F(WatchOnADesktop, barsKeysWhileAWindowOfOursHasGrabbedTheKeyboard)
+{
+    Painter own(desktop.display());
+    std::uint32_t const ours = own.open({.x = 600, .y = 100, .overrideRedirect = true});
+    PainterProcess plain(desktop, program("plain"));
+    bringToFront(plain.open({.x = 300, .y = 100, .className = "Plain"}));
+    ASSERT_TRUE(becomes(false));
+
+    grab(own, ours);
+
+    EXPECT_TRUE(becomes(true));
 }
 
 } // namespace

@@ -20,7 +20,8 @@ void select(xcb_connection_t* x, xcb_window_t window, std::uint32_t events)
 
 class X11FrontChanges::Listener {
 public:
-    explicit Listener(std::shared_ptr<X11Connection> server) : connection(std::move(server))
+    Listener(std::shared_ptr<X11Connection> server, std::shared_ptr<KeyboardGrab> noted)
+        : connection(std::move(server)), grab(std::move(noted))
     {
         auto* const x = connection->get();
         xcb_window_t const root = connection->root();
@@ -57,7 +58,11 @@ private:
         switch (event.response_type & 0x7F) {
         case XCB_FOCUS_IN:
         case XCB_FOCUS_OUT:
+            noteGrab(*static_cast<xcb_focus_in_event_t const*>(data));
             return true;
+        case XCB_UNMAP_NOTIFY:
+            grab->end(static_cast<xcb_unmap_notify_event_t const*>(data)->window);
+            return false;
         case XCB_PROPERTY_NOTIFY:
             return static_cast<xcb_property_notify_event_t const*>(data)->atom ==
                    connection->atoms().netActiveWindow;
@@ -76,7 +81,23 @@ private:
         }
     }
 
+    /// A grab moves the keyboard to its window, and its end moves it back to the focus. Of a grab for the
+    /// root window nobody learns whose it is.
+    void noteGrab(xcb_focus_in_event_t const& event)
+    {
+        bool const gains = (event.response_type & 0x7F) == XCB_FOCUS_IN;
+        if (event.detail == XCB_NOTIFY_DETAIL_POINTER)
+            return; // The pointer is over this window; the keyboard went to one around it.
+        if (event.mode == XCB_NOTIFY_MODE_UNGRAB)
+            grab->end();
+        else if (event.mode == XCB_NOTIFY_MODE_GRAB && gains)
+            grab->begin(event.event);
+        else if (event.mode == XCB_NOTIFY_MODE_GRAB)
+            grab->end(event.event);
+    }
+
     std::shared_ptr<X11Connection> connection;
+    std::shared_ptr<KeyboardGrab> grab;
     LockedBox<std::function<void()>> changed;
 };
 
@@ -84,7 +105,7 @@ X11FrontChanges::X11FrontChanges(Contexts const& contexts, std::shared_ptr<X11Co
 {
     if (!connection)
         return;
-    listener = std::make_shared<Listener>(connection);
+    listener = std::make_shared<Listener>(connection, grab);
     events.emplace(contexts, connection, [listener = listener] { listener->takeEvents(); });
 }
 

@@ -12,8 +12,9 @@ namespace zelvo {
 
 X11Workspace::X11Workspace(std::shared_ptr<X11Connection> connection,
                            DesktopEntries& entries,
-                           ApplicationOpener* opener)
-    : connection(std::move(connection)), entries(entries), opener(opener)
+                           ApplicationOpener* opener,
+                           std::shared_ptr<KeyboardGrab const> grab)
+    : connection(std::move(connection)), entries(entries), opener(opener), grab(std::move(grab))
 {
 }
 
@@ -23,17 +24,21 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication()
         return std::nullopt;
     std::uint32_t const active = activeWindowOf(*connection);
     std::uint32_t const focused = keyboardWindowOf(*connection);
-    if (!active && !focused)
+    std::uint32_t const grabbing = grab ? grab->window() : 0;
+    if (!active && !focused && !grabbing)
         return std::nullopt;
     DesktopSnapshot const desktop(*connection, entries);
-    ClientWindow const* const front = desktop.clientAround(active ? active : focused);
+    ClientWindow const* front = desktop.clientAround(active ? active : focused);
+    if (!front)
+        front = desktop.clientAround(grabbing);
     if (!front)
         return std::nullopt;
     RunningApplication application = desktop.owners().application(*front);
     application.names.hideWith(desktop.namesAround(*front));
-    // Keys go where the focus is, which a window without the window manager's care may have taken.
-    if (ClientWindow const* const typedInto = desktop.clientAround(focused))
-        application.names.hideWith(desktop.namesAround(*typedInto));
+    // Keys go to a grab, or where the focus is; a window may have either without the window manager's care.
+    for (std::uint32_t const window : {focused, grabbing})
+        if (ClientWindow const* const typedInto = desktop.clientAround(window))
+            application.names.hideWith(desktop.namesAround(*typedInto));
     return application;
 }
 

@@ -4,6 +4,7 @@
 #include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/windows/ApplicationOpener.h"
+#include "platform/linux/x11/windows/KeyboardGrab.h"
 
 #include <memory>
 
@@ -13,10 +14,12 @@ namespace zelvo {
 class X11Workspace final : public Workspace {
 public:
     /// connection: null when the server can't be reached; then nothing is in front.
-    /// opener: null when no application is to be opened. The references must outlive this.
+    /// opener: null when no application is to be opened. grab: null when nothing tells of grabs. The
+    /// references must outlive this.
     X11Workspace(std::shared_ptr<X11Connection> connection,
                  DesktopEntries& entries,
-                 ApplicationOpener* opener = nullptr);
+                 ApplicationOpener* opener = nullptr,
+                 std::shared_ptr<KeyboardGrab const> grab = nullptr);
 
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> application(std::int32_t pid) override;
@@ -34,6 +37,7 @@ private:
     std::shared_ptr<X11Connection> connection;
     DesktopEntries& entries;
     ApplicationOpener* opener;
+    std::shared_ptr<KeyboardGrab const> grab;
 };
 
 } // namespace zelvo

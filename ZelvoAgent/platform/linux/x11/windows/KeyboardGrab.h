@@ -1,0 +1,24 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace zelvo {
+
+/// The window that an application has grabbed the keyboard for, as menus, launchers and password prompts do:
+/// it takes the keys, whatever has the focus. The server tells of grabs, but answers no question about them.
+/// Thread: any.
+class KeyboardGrab {
+public:
+    /// 0 when no window is known to have the keyboard.
+    std::uint32_t window() const { return holder; }
+
+    void begin(std::uint32_t window) { holder = window; }
+    void end() { holder = 0; }
+    void end(std::uint32_t window) { holder.compare_exchange_strong(window, 0); }
+
+private:
+    std::atomic<std::uint32_t> holder = 0;
+};
+
+} // namespace zelvo
