@@ -714,5 +714,48 @@ TEST_F(WatchOnADesktop, barsKeysWhileAWindowOfOursHasGrabbedTheKeyboard)
     EXPECT_TRUE(becomes(true));
 }
 
+/// A desktop where keys go to what the pointer is over.
+class WatchWithoutFocus : public WatchOnADesktop {
+protected:
+    WatchWithoutFocus() : WatchOnADesktop(DesktopOptions{.windowManager = false, .sessionBus = false}) {}
+};
+
+TEST_F(WatchWithoutFocus, barsKeysOnceThePointerIsOverAHiddenApplication)
+{
+    PainterProcess secret(desktop, program("secret"));
+    secret.open({.x = 100, .y = 100, .className = "Keys"});
+    PainterProcess plain(desktop, program("plain"));
+    plain.open({.x = 500, .y = 100, .className = "Plain"});
+    Painter person(desktop.display());
+    for (std::uint32_t const focus : {std::uint32_t{XCB_INPUT_FOCUS_POINTER_ROOT}, person.root()}) {
+        person.movePointer(550, 150);
+        xcb_set_input_focus(person.x(), XCB_INPUT_FOCUS_POINTER_ROOT, focus, XCB_CURRENT_TIME);
+        person.sync();
+        ASSERT_TRUE(becomes(false));
+
+        person.movePointer(150, 150);
+        EXPECT_TRUE(becomes(true));
+        person.movePointer(550, 150);
+        EXPECT_TRUE(becomes(false));
+    }
+}
+
+TEST_F(WatchWithoutFocus, barsKeysOnceAHiddenApplicationOpensUnderThePointer)
+{
+    PainterProcess plain(desktop, program("plain"));
+    plain.open({.x = 100, .y = 100, .className = "Plain"});
+    Painter person(desktop.display());
+    person.movePointer(150, 150);
+    xcb_set_input_focus(person.x(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
+                        XCB_CURRENT_TIME);
+    person.sync();
+    ASSERT_TRUE(becomes(false));
+
+    PainterProcess secret(desktop, program("secret"));
+    secret.open({.x = 100, .y = 100, .className = "Keys"});
+
+    EXPECT_TRUE(becomes(true));
+}
+
 } // namespace
 } // namespace zelvo::test

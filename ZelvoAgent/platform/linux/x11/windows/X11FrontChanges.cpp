@@ -11,6 +11,9 @@ namespace zelvo {
 
 namespace {
 
+/// The pointer's entering counts where the focus follows it.
+constexpr std::uint32_t windowEvents = XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_ENTER_WINDOW;
+
 void select(xcb_connection_t* x, xcb_window_t window, std::uint32_t events)
 {
     xcb_change_window_attributes(x, window, XCB_CW_EVENT_MASK, &events);
@@ -32,7 +35,7 @@ public:
             return;
         auto const count = static_cast<std::size_t>(xcb_query_tree_children_length(tree.get()));
         for (xcb_window_t const window : std::span(xcb_query_tree_children(tree.get()), count))
-            select(x, window, XCB_EVENT_MASK_FOCUS_CHANGE);
+            select(x, window, windowEvents);
         xcb_flush(x);
     }
 
@@ -63,17 +66,21 @@ private:
         case XCB_UNMAP_NOTIFY:
             grab->end(static_cast<xcb_unmap_notify_event_t const*>(data)->window);
             return false;
+        case XCB_ENTER_NOTIFY:
+            return takesKeys(*static_cast<xcb_enter_notify_event_t const*>(data));
+        case XCB_MAP_NOTIFY:
+            return true; // It may have taken the keyboard before its events were selected.
         case XCB_PROPERTY_NOTIFY:
             return static_cast<xcb_property_notify_event_t const*>(data)->atom ==
                    connection->atoms().netActiveWindow;
         case XCB_CREATE_NOTIFY:
             select(connection->get(), static_cast<xcb_create_notify_event_t const*>(data)->window,
-                   XCB_EVENT_MASK_FOCUS_CHANGE);
+                   windowEvents);
             return false;
         case XCB_REPARENT_NOTIFY: {
             auto const* const moved = static_cast<xcb_reparent_notify_event_t const*>(data);
             if (moved->parent == connection->root())
-                select(connection->get(), moved->window, XCB_EVENT_MASK_FOCUS_CHANGE);
+                select(connection->get(), moved->window, windowEvents);
             return false;
         }
         default:
@@ -81,6 +88,13 @@ private:
         }
     }
 
+    /// Whether keys go to the window that the pointer has entered, which nothing else reports if they go to
+    /// whatever the pointer is over.
+    static bool takesKeys(xcb_enter_notify_event_t const& event)
+    {
+        constexpr unsigned focusFlag = 1;
+        return (event.same_screen_focus & focusFlag) != 0;
+    }
     /// A grab moves the keyboard to its window, and its end moves it back to the focus. Of a grab for the
     /// root window nobody learns whose it is.
     void noteGrab(xcb_focus_in_event_t const& event)
