@@ -24,5 +24,22 @@ TEST(AnswerGuard, takesAKeyForAYesOnlyAfterAMomentOfQuiet)
     EXPECT_TRUE(guard.clickMayCount(start + 400ms));
 }
 
+TEST(AnswerGuard, takesAClickOnlyAMomentAfterTheWindowGotTheKeyboardAgain)
+{
+    AnswerGuard guard;
+    Instant const start{10s};
+    guard.opened(start);
+    EXPECT_TRUE(guard.clickMayCount(start + 8s));
+
+    guard.activated(start + 8s); // What was over it is gone.
+
+    EXPECT_FALSE(guard.clickMayCount(start + 8399ms));
+    EXPECT_TRUE(guard.clickMayCount(start + 8400ms));
+    guard.changed(start + 9s);
+    guard.activated(start + 9100ms);
+    EXPECT_FALSE(guard.clickMayCount(start + 9999ms));
+    EXPECT_TRUE(guard.clickMayCount(start + 10s));
+}
+
 } // namespace
 } // namespace zelvo::test
