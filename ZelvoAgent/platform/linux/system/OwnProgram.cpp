@@ -21,6 +21,13 @@ bool isSameFile(std::string const& one, std::string const& other)
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+/// A file may also have a name that only looks like that of a deleted one.
+bool isDeleted(std::string const& file)
+{
+    struct stat found{};
+    return ::stat(file.c_str(), &found) == 0 && found.st_nlink == 0;
+}
+
 std::string targetOf(std::string const& link)
 {
     std::error_code error;
@@ -37,7 +44,7 @@ bool runsOwnProgram(pid_t pid)
         return true;
     // In another mount namespace the same path is another file.
     std::string const path = targetOf(own + "exe");
-    return !path.empty() && targetOf(others + "exe") == path + " (deleted)" &&
+    return !path.empty() && targetOf(others + "exe") == path + " (deleted)" && isDeleted(others + "exe") &&
            isSameFile(own + "ns/mnt", others + "ns/mnt");
 }
 
