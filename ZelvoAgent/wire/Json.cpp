@@ -15,6 +15,10 @@ namespace {
 
 constexpr std::size_t maxNesting = 512;
 constexpr std::size_t maxValues = 1'000'000; // A value of three bytes of text takes 64 of memory.
+// An object's table finds keys by a hash that whoever sends them can work out. With keys that collide it
+// takes quadratic time, so no object may be large. Ours are records; the largest is the environment of a
+// command.
+constexpr std::size_t maxMembers = 1000;
 
 /// Builds the value from the parser's events. Numbers are read from their text, so that they are exact.
 class ValueBuilder {
@@ -39,6 +43,10 @@ public:
     bool on_object_begin(error_code&) { return begins(); }
     bool on_object_end(std::size_t count, error_code& error)
     {
+        if (count > maxMembers) {
+            error = json::error::object_too_large;
+            return false;
+        }
         --depth;
         stack.push_object(count);
         return counts(error);

@@ -15,8 +15,9 @@ namespace json = boost::json;
 
 /// Reads a JSON text (RFC 8259, UTF-8). Nesting to 512 is read. A number without a fraction that fits 64
 /// signed bits is an integer however it is written (80, 80.0, 8e1); other numbers are the nearest double.
-/// Nothing when the text is not JSON, is not UTF-8, nests deeper, holds a number beyond a double, or has more
-/// than a million values: texts, numbers, lists and objects, and all that is in them.
+/// Nothing when the text is not JSON, is not UTF-8, nests deeper, holds a number beyond a double, has an
+/// object of more than 1000 members, or has more than a million values: texts, numbers, lists and objects,
+/// and all that is in them.
 std::optional<json::value> parseJson(std::string_view text);
 
 std::string writeJson(json::value const& value);

@@ -1,5 +1,7 @@
 #include "wire/Json.h"
 
+#include "wire/LongText.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -84,6 +86,36 @@ TEST(Json, dropsMoreThanAMillionValuesOfEachKind)
     EXPECT_FALSE(parseJson(listOf(500'000, "[0]")));
     EXPECT_FALSE(parseJson(listOf(500'000, R"({"a":0})")));
     EXPECT_FALSE(parseJson(listOf(500'000, "[0]").substr(1) + "x"));
+}
+
+std::string objectOf(std::size_t members)
+{
+    std::string text = "{";
+    for (std::size_t i = 0; i < members; ++i)
+        text += (i == 0 ? "\"k" : ",\"k") + std::to_string(i) + "\":0";
+    return text + "}";
+}
+
+TEST(Json, readsAnObjectOfAThousandMembers)
+{
+    auto const value = parseJson(objectOf(1000));
+
+    ASSERT_TRUE(value);
+    EXPECT_EQ(value->as_object().size(), 1000u);
+    EXPECT_TRUE(parseJson("[" + objectOf(1000) + "," + objectOf(1000) + "]"));
+}
+
+// Keys that collide make an object's table quadratic: half a million members take minutes.
+TEST(Json, dropsAnObjectOfMoreMembers)
+{
+    EXPECT_FALSE(parseJson(objectOf(1001)));
+    EXPECT_FALSE(parseJson(R"({"id": "x", "result": [)" + objectOf(1001) + "]}"));
+    std::string same = R"({"a":0)";
+    for (int i = 0; i < 1000; ++i)
+        same += R"(,"a":0)";
+    EXPECT_FALSE(parseJson(same + "}"));
+    LongText content{.outer = "params", .inner = "content", .minBytes = 1};
+    EXPECT_FALSE(parseJsonAround(objectOf(1001), content));
 }
 
 TEST(Json, dropsInvalidUtf8)
