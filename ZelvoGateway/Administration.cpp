@@ -7,8 +7,12 @@
 #include "ZelvoGateway/store/SqliteStore.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <iostream>
 #include <ostream>
 #include <thread>
 
@@ -26,7 +30,11 @@ void allowManyDescriptors()
     }
 }
 
-/// Blocks the ending signals in this thread and in those that it starts, and stops the server on one.
+constexpr time_t patienceForEnd = 10; // Seconds; the server itself waits 5 for its connections.
+
+/// Blocks the ending signals in this thread and in those that it starts, and stops the server on one. If the
+/// server has not gone some time later, for instance because a disk no longer answers, the process ends
+/// without it: the store survives that.
 class EndBySignal {
 public:
     EndBySignal()
@@ -42,6 +50,7 @@ public:
     {
         if (!waiter.joinable())
             return;
+        isOver = true;
         pthread_kill(waiter.native_handle(), SIGUSR1);
         waiter.join();
     }
@@ -51,12 +60,29 @@ public:
         waiter = std::thread([this, &server] {
             int signal = 0;
             sigwait(&signals, &signal);
+            if (isOver)
+                return;
             server.stop();
+            assertEndsSoon();
         });
     }
 
 private:
+    void assertEndsSoon() const
+    {
+        sigset_t woken{};
+        sigemptyset(&woken);
+        sigaddset(&woken, SIGUSR1);
+        timespec const patience{.tv_sec = patienceForEnd, .tv_nsec = 0};
+        while (!isOver && sigtimedwait(&woken, nullptr, &patience) < 0)
+            if (errno == EAGAIN) {
+                std::cerr << "zelvo-gateway: ended in spite of work that hangs" << std::endl;
+                ::_exit(1);
+            }
+    }
+
     sigset_t signals{};
+    std::atomic<bool> isOver = false; // The server is gone.
     std::thread waiter;
 };
 

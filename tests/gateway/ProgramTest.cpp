@@ -67,6 +67,18 @@ public:
             ::waitpid(std::exchange(pid, 0), &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
+    /// False if it still runs after this time.
+    bool endsWithin(std::chrono::seconds patience)
+    {
+        auto const end = std::chrono::steady_clock::now() + patience;
+        while (pid > 0 && std::chrono::steady_clock::now() < end) {
+            if (::waitpid(pid, &status, WNOHANG) == pid)
+                pid = 0;
+            else
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return pid == 0;
+    }
     std::string text() const { return contentOf(output); }
 
 private:
@@ -164,6 +176,7 @@ TEST(Program, provisionsAMachineBesideTheRunningGateway)
 /// A machine of a gateway, made on the command line.
 struct Provisioned {
     std::string token;
+    std::string connectionId;
     std::string path; ///< for its commands
 };
 
@@ -175,6 +188,7 @@ Provisioned provisioned(Place const& place, std::string const& name)
     std::string connection = contentOf(place.out(name + ".connection"));
     connection.pop_back();
     return {.token = contentOf(place.out(name + ".token")),
+            .connectionId = connection,
             .path = "/v1/connections/" + connection + "/commands"};
 }
 
@@ -183,6 +197,45 @@ Headers keyOf(Place const& place)
     std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
     key.pop_back();
     return {{"Authorization", "Bearer " + key}};
+}
+
+/// Uploads a recording as the machine, and returns the path and query of its address.
+std::string recordingOf(std::uint16_t port, Provisioned const& made, Headers const& key)
+{
+    Headers const token{{"Authorization", "Bearer " + made.token}, {"X-Zelvo-App-Version", "0.1.0"}};
+    std::string const connection = R"("connectionId":")" + made.connectionId + "\"";
+    request(port, "POST", "/machines/recordings/sharing", "{" + connection + R"(,"shared":true})", token);
+    json::value const announced = request(port, "POST", "/machines/recordings",
+                                          "{" + connection + R"(,"durationSec":1,"sizeBytes":6})", token)
+                                      .json();
+    std::string const upload(announced.at("uploadUrl").as_string());
+    std::string const id(announced.at("recordingId").as_string());
+    request(port, "PUT", upload.substr(upload.find("/uploads/")), "a film", {{"Content-Type", "video/mp4"}});
+    request(port, "POST", "/machines/recordings/complete", R"({"recordingId":")" + id + "\"}", token);
+    json::value const record = request(port, "GET", "/v1/recordings/" + id, "", key).json();
+    std::string const url(record.at("url").as_string());
+    return url.substr(url.find("/films/"));
+}
+
+// As a disk that no longer answers does.
+TEST(Program, endsAlsoWhileItsWorkHangs)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
+    std::string const path = recordingOf(port, provisioned(place, "a"), keyOf(place));
+    for (auto const& file : std::filesystem::directory_iterator(place.data + "/recordings")) {
+        std::filesystem::remove(file.path());
+        ASSERT_EQ(::mkfifo(file.path().c_str(), 0600), 0); // Opening it waits for a writer.
+    }
+    RawConnection const viewer(port);
+    viewer.send("GET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    ASSERT_EQ(request(port, "GET", "/").status, 200);
+
+    gateway.send(SIGTERM);
+
+    EXPECT_TRUE(gateway.endsWithin(std::chrono::seconds(30)));
+    EXPECT_NE(gateway.text().find("work that hangs"), std::string::npos) << gateway.text();
 }
 
 std::string listOf(std::size_t bytes)
