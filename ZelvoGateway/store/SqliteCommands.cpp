@@ -27,6 +27,11 @@ QueueUse useOf(Statement& row)
             .bytes = static_cast<std::size_t>(row.integer(1))};
 }
 
+std::size_t sizeOf(std::optional<std::string> const& text)
+{
+    return text ? text->size() : 0;
+}
+
 constexpr char const* interruptedError =
     R"({"code":"internal_error","message":"The gateway stopped while the command ran. )"
     R"(Whether it was carried out is not known"})";
@@ -113,7 +118,7 @@ bool SqliteStore::endCommand(std::string const& id, CommandStatus status, Comman
         .bind(end.result)
         .bind(end.error)
         .bind(millisecondsOf(now))
-        .bind(static_cast<std::int64_t>(end.result.value_or("").size()))
+        .bind(static_cast<std::int64_t>(sizeOf(end.result) + sizeOf(end.error)))
         .bind(id)
         .bind(rawValue(status))
         .step();

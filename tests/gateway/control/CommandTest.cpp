@@ -91,6 +91,29 @@ TEST(Command, passesDetailsOn)
     EXPECT_EQ(writeJson(answer.json().at("error").at("details")), R"({"reason":"asleep"})");
 }
 
+// They are kept beyond the memory that the reply may take.
+TEST(Command, leavesLargeDetailsOutAndCutsALongMessage)
+{
+    Connected on;
+    std::string message = "m"; // A cut in the middle of a character would be no JSON.
+    while (message.size() < 1_MiB)
+        message += "\u00e4";
+    json::object const large{{"list", json::array(1000, json::string(100, 'd'))}};
+    for (json::value const& details : {json::value(large), json::value{{"nested", {large}}}}) {
+        on.machine.onFrame([&](json::object const&) -> std::optional<json::object> {
+            return json::object{
+                {"error", {{"code", "machine_unavailable"}, {"message", message}, {"details", details}}}};
+        });
+
+        Answer const answer = on.post(R"({"method": "x"})");
+
+        EXPECT_EQ(answer.status, 503);
+        json::object const error = answer.json().at("error").as_object();
+        EXPECT_FALSE(error.contains("details"));
+        EXPECT_EQ(error.at("message").as_string(), message.substr(0, 4095));
+    }
+}
+
 TEST(Command, takesAnAnswerThatIsNoneForAFailureOfTheMachine)
 {
     Connected on;

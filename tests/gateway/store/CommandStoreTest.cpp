@@ -223,6 +223,24 @@ TEST(CommandStore, keepsTheNewestResults)
     EXPECT_TRUE(on.store->command("other"));
 }
 
+TEST(CommandStore, countsErrorsLikeResults)
+{
+    Opened on;
+    for (int i = 0; i < 3; ++i) {
+        std::string const id = std::to_string(i);
+        on.add(id);
+        on.store->endCommand(id, CommandStatus::queued,
+                             {.status = CommandStatus::failed, .error = std::string(100, 'e')},
+                             Opened::at(std::chrono::seconds(i)));
+    }
+
+    on.store->trimEndedCommands("con_a", 10, 250);
+
+    EXPECT_FALSE(on.store->command("0"));
+    EXPECT_TRUE(on.store->command("1"));
+    EXPECT_TRUE(on.store->command("2"));
+}
+
 TEST(CommandStore, dropsTheCommandsOfAConnection)
 {
     Opened on;
