@@ -60,7 +60,10 @@ std::vector<Route> MachineApi::routes()
     };
     auto const machine = [&](std::vector<std::string_view> pattern, Endpoints::Method<MachineApi> handler) {
         auto const check = [this](HttpRequest const& head) { machineOf(head); };
-        return endpoints.route("POST", std::move(pattern), body, check, Endpoints::bound(*this, handler));
+        Route route =
+            endpoints.route("POST", std::move(pattern), body, check, Endpoints::bound(*this, handler));
+        route.isForMachines = true;
+        return route;
     };
     Route connect = open("GET", {"machines", "connect"}, &MachineApi::handleConnect);
     connect.upgrade = [this](HttpRequest const& head) { return inHttp([&] { return admitSocket(head); }); };

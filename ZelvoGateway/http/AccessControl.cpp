@@ -103,6 +103,11 @@ bool AccessControl::hasApiKey(HttpRequest const& request) const
            key.matches(std::string_view(authorization).substr(scheme.size()));
 }
 
+bool AccessControl::isPlatform(HttpRequest const& request) const
+{
+    return hasApiKey(request) || sessions.originOf(request.header(sessionHeader));
+}
+
 void AccessControl::assertOwnPage(HttpRequest const& request) const
 {
     std::string const site = request.header("sec-fetch-site");

@@ -32,6 +32,8 @@ public:
     void assertConsole(HttpRequest const& request) const;
 
     bool hasApiKey(HttpRequest const& request) const;
+    /// Whether the caller has the API key or a session of the console.
+    bool isPlatform(HttpRequest const& request) const;
     /// Refuses what a page of another origin sends, and changes that no page sends.
     void assertOwnPage(HttpRequest const& request) const;
     /// Begins a session of the console for the page that sends this request, and returns its secret.

@@ -50,6 +50,15 @@ std::optional<HttpError> refusalOf(Step const& step)
     return std::nullopt;
 }
 
+/// "/films/rec_1".
+std::string addressOf(HttpRequest const& request)
+{
+    std::string text;
+    for (std::string const& part : request.path)
+        text += "/" + part;
+    return text;
+}
+
 class BeastHttpSession final : public HttpSession {
 public:
     BeastHttpSession(asio::ip::tcp::socket socket, SessionParts& parts)
@@ -83,6 +92,7 @@ private:
     Task<bool> serveBadHead(boost::system::error_code error);
     void admit(HeadParser const& head, Entry& entry);
     void admitBody(HeadParser const& head, Entry& entry);
+    void keepPlace(std::string const& owner);
     Task<bool> serveRequest(HeadParser headParser, Entry entry);
     Task<bool> receive(HeadParser headParser, std::shared_ptr<BodySink> sink);
     Task<> sendContinue(HeadParser headParser, HttpRequest const* request);
@@ -99,7 +109,8 @@ private:
     RequestReader reader;
     MemoryBudget memory; // The caller's part of the budget.
     std::optional<Time::time_point> waiting = Time::now();
-    bool headOnly = false; // The present request is a HEAD.
+    PlaceShares::Lease place; // For the present request.
+    bool headOnly = false;    // The present request is a HEAD.
 };
 
 Task<> BeastHttpSession::serve()
@@ -117,6 +128,7 @@ Task<bool> BeastHttpSession::serveOne(bool first)
 {
     auto const parser = std::make_shared<HeadParser::element_type>();
     waiting = Time::now();
+    place.reset();
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
     Entry entry;
@@ -160,8 +172,10 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     Route const& route = *entry.admission.route;
-    if (route.assertAccess)
+    if (entry.admission.isPlatform)
         waiting.reset();
+    else if (route.isForMachines)
+        keepPlace(entry.request.header("authorization"));
     if (!route.upgrade || !beast::websocket::is_upgrade(head->get())) {
         admitBody(head, entry);
         return;
@@ -169,6 +183,15 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     entry.upgrade = route.upgrade(entry.request);
     if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
         throw badRequest("Frames may only follow the answer");
+}
+
+/// Keeps the connection's place for the present request, if the owner's share has room.
+void BeastHttpSession::keepPlace(std::string const& owner)
+{
+    if (!place)
+        place = parts.shares.take(owner);
+    if (place)
+        waiting.reset();
 }
 
 void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
@@ -185,7 +208,7 @@ void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
     if (route.receive)
         entry.sink = route.receive(entry.request, entry.admission.ids);
     if (entry.sink)
-        waiting.reset(); // Its address is its right.
+        keepPlace(addressOf(entry.request)); // Its address is its right.
 }
 
 Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
@@ -204,9 +227,10 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
     entry.request.body = std::move(parser->get().body());
     // Held until the answer is sent, like the request's memory before.
     MemoryBudget::Lease const lease = std::move(entry.memory);
+    std::string const address = addressOf(entry.request);
     HttpResponse response = co_await answer(std::move(entry));
     if (response.source)
-        waiting.reset();
+        keepPlace(address);
     if (response.source && !memory.grow(response.memory, ResponseWriter::sourcePiece))
         response = errorResponse(tooBusy("Too many films are read"));
     co_return co_await write(std::move(response), keepAlive);

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/MemoryBudget.h"
 #include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/http/PlaceShares.h"
 #include "ZelvoGateway/http/Routes.h"
 #include "base/Task.h"
 
@@ -19,6 +20,7 @@ struct SessionParts {
     Routes const& routes;
     MemoryBudget& memory;
     Executor workers;
+    PlaceShares shares{limits.connections};
     bool stopping = false;
 };
 
@@ -34,7 +36,7 @@ public:
     /// Ends the connection at once.
     virtual void drop() = 0;
     /// Since when it has a place without the right to one: it waits for a request, or serves one that
-    /// everybody may send. nullopt while it serves a caller that may call.
+    /// everybody may send. nullopt while it serves a platform or the console, or has a share of the places.
     virtual std::optional<std::chrono::steady_clock::time_point> waitsSince() const = 0;
 };
 

@@ -45,7 +45,9 @@ Admission Routes::admit(HttpRequest const& head) const
         }
         if (route.assertAccess)
             route.assertAccess(head);
-        return {.route = &route, .ids = *std::move(ids)};
+        return {.route = &route,
+                .ids = *std::move(ids),
+                .isPlatform = route.assertAccess && access.isPlatform(head)};
     }
     if (!allowed.empty())
         throw HttpError{.status = 405,

@@ -33,12 +33,14 @@ struct Route {
     std::function<std::shared_ptr<BodySink>(HttpRequest const& head, PathIds const& ids)> receive = {};
     /// Beside `answer`: admits a WebSocket.
     std::function<Upgrade(HttpRequest const& head)> upgrade = {};
+    bool isForMachines = false; ///< `assertAccess` has checked the token of a machine
 };
 
 /// A request that was admitted.
 struct Admission {
     Route const* route = nullptr;
     PathIds ids;
+    bool isPlatform = false; ///< or the console: the caller may use the whole gateway
 };
 
 /// The paths of the gateway. Thread: the server's.

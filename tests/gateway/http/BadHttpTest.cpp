@@ -1,5 +1,6 @@
 #include "gateway/support/FakeMachine.h"
 #include "gateway/support/Gateway.h"
+#include "gateway/support/Recorded.h"
 
 #include <gtest/gtest.h>
 
@@ -240,6 +241,48 @@ TEST(ManyClients, thatRestBetweenRequestsLockNobodyOut)
     Crowd const crowd(gateway, "GET /locked HTTP/1.1\r\nHost: localhost\r\n\r\n", manySlow);
 
     EXPECT_TRUE(stillServes(gateway));
+}
+
+// A machine's token belongs to whoever lends the computer, and is no key to all places.
+TEST(ManyClients, withTheTokenOfOneMachineLockNobodyOut)
+{
+    Gateway gateway;
+    std::string const token = gateway.link().token;
+    Crowd const crowd(gateway,
+                      "POST /machines/recordings HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer " +
+                          token + "\r\nContent-Length: 9\r\n\r\n{",
+                      manySlow);
+
+    EXPECT_TRUE(stillServes(gateway));
+}
+
+TEST(ManyClients, withTheAddressOfOneRecordingLockNobodyOut)
+{
+    Recorded on([](Settings& settings) { settings.limits.connections = 16; }); // Each fills megabytes.
+    std::string const path = on.addressOf(on.recording(std::string(16_MiB, 'f')));
+    std::vector<std::unique_ptr<RawConnection>> viewers;
+    for (int i = 0; i < 20; ++i) {
+        viewers.push_back(std::make_unique<RawConnection>(on.gateway.port()));
+        viewers.back()->send("GET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        viewers.back()->readSome(); // It is being served.
+    }
+
+    EXPECT_TRUE(stillServes(on.gateway));
+}
+
+TEST(ManyClients, endNoUpload)
+{
+    Recorded on([](Settings& settings) { settings.limits.connections = 8; });
+    Recorded::Announced const recording = on.announce(4_MiB);
+    RawConnection upload(on.gateway.port());
+    upload.send(Recorded::headOf(recording.path, 4_MiB) + std::string(3_MiB, 'f'));
+    ASSERT_TRUE(becomes([&] { return !on.files().empty(); }));
+
+    Crowd const crowd(on.gateway, "GET / HTTP/1.1\r\nHost: loc", 50);
+    EXPECT_TRUE(stillServes(on.gateway));
+
+    upload.send(std::string(1_MiB, 'f'));
+    EXPECT_EQ(statusLine(upload.readToEnd()), "HTTP/1.1 200 OK");
 }
 
 // A command may take minutes, and a crowd does not end it.
