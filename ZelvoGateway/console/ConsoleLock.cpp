@@ -8,6 +8,7 @@ namespace zelvo::service {
 
 HttpResponse ConsoleLock::begin(HttpRequest const& request)
 {
+    access.assertMayBeginSession(request);
     auto const code = read::text(objectOf(request.body), "code");
     if (!code || !store.takeConsoleCode(*code, today()))
         throw HttpError{.status = 401,

@@ -29,6 +29,21 @@ bool isLoopbackName(std::string const& name)
     return name == "localhost" || name == "127.0.0.1" || name == "::1";
 }
 
+/// A name that browsers look for on the loopback addresses.
+bool isLocalName(std::string const& name)
+{
+    return name == "localhost" || name.ends_with(".localhost");
+}
+
+/// An IP address as a URL has it.
+std::string inUrl(std::string const& address)
+{
+    constexpr std::string_view mapped = "::ffff:";
+    if (address.starts_with(mapped) && address.find('.') != std::string::npos)
+        return address.substr(mapped.size());
+    return address.find(':') == std::string::npos ? address : "[" + address + "]";
+}
+
 /// "https://name:port" in lower case, without the scheme's own port; empty if it is no origin of a page.
 std::string originOf(std::string_view url)
 {
@@ -138,6 +153,24 @@ void AccessControl::assertConsole(HttpRequest const& request) const
         throw HttpError{.status = 403,
                         .code = ErrorCode::forbidden,
                         .message = "This session belongs to another address of the gateway"};
+}
+
+void AccessControl::assertMayBeginSession(HttpRequest const& request) const
+{
+    if (auto const home = homeOfLocalPage(request))
+        throw HttpError{.status = 403,
+                        .code = ErrorCode::forbidden,
+                        .message = "Open the console at " + *home + ", not at localhost"};
+}
+
+std::optional<std::string> AccessControl::homeOfLocalPage(HttpRequest const& request) const
+{
+    std::string const host = text::lowercased(request.header("host"));
+    bool const isSecure = isPublicHost(host, publicUrl) && originOf(publicUrl).starts_with("https:");
+    if (!isLocalName(hostName(host)) || isSecure)
+        return std::nullopt;
+    std::size_t const port = host.find(':');
+    return "http://" + inUrl(request.localAddress) + (port == std::string::npos ? "" : host.substr(port));
 }
 
 std::string AccessControl::beginSession(HttpRequest const& request) const

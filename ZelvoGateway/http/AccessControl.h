@@ -36,6 +36,11 @@ public:
     bool isPlatform(HttpRequest const& request) const;
     /// Refuses what a page of another origin sends, and changes that no page sends.
     void assertOwnPage(HttpRequest const& request) const;
+    /// Refuses a page of "localhost": browsers look for that name at [::1] first, where a server of another
+    /// user may listen on this port, and would get the session's secret.
+    void assertMayBeginSession(HttpRequest const& request) const;
+    /// Where a page that was opened at "localhost" is at home; nullopt if it was not.
+    std::optional<std::string> homeOfLocalPage(HttpRequest const& request) const;
     /// Begins a session of the console for the page that sends this request, and returns its secret.
     std::string beginSession(HttpRequest const& request) const;
     /// Ends the session that the request belongs to, if any.

@@ -50,6 +50,36 @@ TEST(Console, refusesAWrongOrOldLink)
         EXPECT_EQ(gateway.call("POST", "/console/session", body, {{"Origin", gateway.origin()}}).status, 401);
 }
 
+// A browser asks [::1] for "localhost" first, where a server of another user may listen on this port.
+TEST(ConsoleSession, isForNoPageOfLocalhost)
+{
+    Gateway gateway;
+    std::string const link = gateway.running().newConsoleLink();
+    std::string const host = "localhost:" + std::to_string(gateway.port());
+    std::string const body = R"({"code":")" + link.substr(link.find('#') + 1) + "\"}";
+
+    Answer const refused =
+        gateway.call("POST", "/console/session", body, {{"Host", host}, {"Origin", "http://" + host}});
+
+    EXPECT_EQ(refused.status, 403);
+    EXPECT_NE(refused.body.find(gateway.origin()), std::string::npos) << refused.body;
+    EXPECT_EQ(gateway.enter(link, gateway.origin()).status, 201); // Its code is still good.
+}
+
+TEST(ConsoleSession, leadsFromLocalhostToTheAddress)
+{
+    Gateway gateway;
+    std::string const port = std::to_string(gateway.port());
+
+    for (std::string const path : {"/", "/recordings", "/open", "/locked"})
+        for (std::string const& host : {"localhost:" + port, "LocalHost:" + port}) {
+            Answer const answer = gateway.call("GET", path, "", {{"Host", host}});
+            EXPECT_EQ(answer.status, 307) << path;
+            EXPECT_EQ(answer.headers.at("location"), gateway.origin() + path);
+        }
+    EXPECT_EQ(gateway.platform("GET", "/v1/connections", "", {{"Host", "localhost:" + port}}).status, 200);
+}
+
 // Cookies are sent to every port of a host, so a server on another port would get them.
 TEST(ConsoleSession, isInNoCookieAndNotTheApiKey)
 {
@@ -247,9 +277,10 @@ TEST(Console, answersToItsOwnNamesOnly)
     };
 
     for (std::string const& host :
-         {"127.0.0.1:" + port, "localhost:" + port, "LOCALHOST:" + port, "[::1]:" + port,
-          std::string("localhost"), std::string("gateway.example.org:81")})
+         {"127.0.0.1:" + port, "[::1]:" + port, std::string("gateway.example.org:81")})
         EXPECT_EQ(statusFor(host), 200) << host;
+    for (std::string const& host : {"localhost:" + port, "LOCALHOST:" + port, std::string("localhost")})
+        EXPECT_EQ(statusFor(host), 307) << host;
     for (std::string const& host :
          {"evil.example:" + port, std::string("127.0.0.1.evil.example"),
           std::string("localhost.evil.example:") + port, std::string("gateway.example.org"),
