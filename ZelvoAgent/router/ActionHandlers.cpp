@@ -106,10 +106,13 @@ Task<bool> ActionHandlers::performStrictly(InputAction action, Asker asker, Stri
 Task<> ActionHandlers::confirm(InputAction action, Asker asker, StrictActions::Recheck recheck)
 {
     if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value)) {
-        UiElementInfo const info = services.elements.element(pressed->snapshotId, pressed->elementId);
         auto const application = services.elements.applicationOf(pressed->snapshotId);
+        // An element that cannot be read is not clicked, so it is never taken for one that needs no question.
+        Confirmations::Look const look = [&]() -> Task<std::optional<ProbedElement>> {
+            co_return co_await services.elements.assertMayBeClicked(pressed->snapshotId, pressed->elementId);
+        };
         Confirmations::Recheck const again = [&] { return recheck(application); };
-        co_await services.confirmations.askAboutClick(info.frame.center(), std::move(asker), again);
+        co_await services.confirmations.askAboutPress(look, std::move(asker), again);
     } else if (auto const* const chord = std::get_if<InputAction::Key>(&action.value)) {
         Confirmations::Keys keys;
         keys.names = chord->keys;

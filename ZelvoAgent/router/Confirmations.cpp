@@ -43,11 +43,17 @@ DetailedAgentError Confirmations::changedMeanwhile()
 
 Task<> Confirmations::askAboutClick(DesktopPoint at, Asker asker, Recheck recheck)
 {
-    PressOrNone const before = pressOf(co_await services.probe.element(at));
+    Look const look = [this, at] { return services.probe.element(at); };
+    co_await askAboutPress(look, std::move(asker), std::move(recheck));
+}
+
+Task<> Confirmations::askAboutPress(Look look, Asker asker, Recheck recheck)
+{
+    PressOrNone const before = pressOf(co_await look());
     if (!before || !co_await ask(before->subject, std::move(asker)))
         co_return;
     co_await recheck();
-    if (pressOf(co_await services.probe.element(at)) != before)
+    if (pressOf(co_await look()) != before)
         throw changedMeanwhile();
 }
 

@@ -47,8 +47,12 @@ public:
     ask(ConfirmationSubject subject, std::optional<Asker> asker, std::int64_t timeoutMs = defaultTimeoutMs);
     /// Checks everything else again after a yes: the panel was in front, and time has passed.
     using Recheck = std::function<Task<>()>;
-    /// Asks if a left click at this point would commit something; then `recheck` is called. Throws
+    /// What a click would press at this moment.
+    using Look = std::function<Task<std::optional<ProbedElement>>()>;
+    /// Asks if a press of what `look` gives would commit something; then `recheck` is called. Throws
     /// changedMeanwhile() if something else is there after the answer.
+    Task<> askAboutPress(Look look, Asker asker, Recheck recheck);
+    /// The same for a left click at this point.
     Task<> askAboutClick(DesktopPoint at, Asker asker, Recheck recheck);
     /// A chord, and the application in front that gets it.
     struct Keys {

@@ -79,11 +79,12 @@ OptionalText ElementHandlers::applicationOf(std::string const& snapshotId) const
 
 Task<> ElementHandlers::perform(InputAction::ClickElement action)
 {
-    InputAction::Click const click{.point = co_await assertMayBeClicked(action.snapshotId, action.elementId)};
+    co_await assertMayBeClicked(action.snapshotId, action.elementId);
+    InputAction::Click const click{.point = element(action.snapshotId, action.elementId).frame.center()};
     co_await services.shown.perform(click);
 }
 
-Task<DesktopPoint> ElementHandlers::assertMayBeClicked(std::string snapshotId, std::string elementId)
+Task<ProbedElement> ElementHandlers::assertMayBeClicked(std::string snapshotId, std::string elementId)
 {
     auto const snapshot = snapshotOf(snapshotId);
     UiElementInfo const info = elementOf(*snapshot, elementId);
@@ -91,10 +92,10 @@ Task<DesktopPoint> ElementHandlers::assertMayBeClicked(std::string snapshotId, s
         co_await assertFromFrontmostApp(*snapshot->app);
     DesktopPoint const point = info.frame.center();
     co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(point); });
-    auto const probed = co_await services.probe.element(point);
+    auto probed = co_await services.probe.element(point);
     if (!probed || !sameElement(*probed, info))
         throw otherElementNow(info, probed);
-    co_return point;
+    co_return *std::move(probed);
 }
 
 Task<DesktopPoint> ElementHandlers::assertHoldsText(InputAction::SetValue action)
@@ -104,7 +105,8 @@ Task<DesktopPoint> ElementHandlers::assertHoldsText(InputAction::SetValue action
         throw AgentError::invalidRequest;
     co_await services.hiddenGuard.assertFrontmostAllowed();
     co_await services.hiddenGuard.assertPointAllowed(info.frame.center());
-    co_return co_await assertMayBeClicked(std::move(action.snapshotId), std::move(action.elementId));
+    co_await assertMayBeClicked(std::move(action.snapshotId), std::move(action.elementId));
+    co_return info.frame.center();
 }
 
 Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)

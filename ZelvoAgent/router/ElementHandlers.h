@@ -39,6 +39,8 @@ public:
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
     /// The application that a snapshot shows; `nullopt` if it is unknown. Throws AgentError::snapshotExpired.
     std::optional<std::string> applicationOf(std::string const& snapshotId) const;
+    /// Throws unless the element is in front, unchanged and not one of this program; gives what is there now.
+    Task<ProbedElement> assertMayBeClicked(std::string snapshotId, std::string elementId);
     /// Clicks an element if it is still the one that the snapshot shows.
     Task<> perform(InputAction::ClickElement action);
     /// Types the text over what the element holds.
@@ -51,8 +53,6 @@ public:
     Task<> selectText(InputAction::SetValue action);
 
 private:
-    /// Throws unless the element is in front, unchanged and not one of this program; gives its centre.
-    Task<DesktopPoint> assertMayBeClicked(std::string snapshotId, std::string elementId);
     /// Throws AgentError::snapshotExpired.
     std::shared_ptr<UiTreeSnapshot const> snapshotOf(std::string const& id) const;
     Task<> assertFromFrontmostApp(UiTreeSnapshot::App app);

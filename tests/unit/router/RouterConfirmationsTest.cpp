@@ -206,6 +206,17 @@ TEST_F(RouterConfirmationsTest, anUnknownElementIsRefusedBeforeAnybodyIsAsked)
     EXPECT_THAT(confirmations.questions, IsEmpty());
 }
 
+TEST_F(RouterConfirmationsTest, anElementThatTheFirstLookDoesNotFindIsNotClicked)
+{
+    std::string const click = elementClick("AXButton", "Send");
+    fakeProbe.hitAt = [this](DesktopPoint) {
+        return fakeProbe.points.size() == 1 ? std::nullopt : std::optional(seen("AXButton", "Send"));
+    };
+    EXPECT_EQ(code(perform(click)), "snapshot_expired"); // Its application answers only the second.
+    EXPECT_THAT(confirmations.questions, IsEmpty());
+    EXPECT_THAT(platform.posting.posted, IsEmpty());
+}
+
 TEST_F(RouterConfirmationsTest, aShortcutIsAskedForWithItsMeaning)
 {
     EXPECT_EQ(code(press(R"(["Command","S"])")), "");

@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <string>
 
 namespace zelvo {
 namespace {
@@ -25,46 +26,53 @@ TEST(OwnProgram, knowsItselfAndItsChildren)
     EXPECT_FALSE(runsOwnProgram(child));
 }
 
+/// Another program, under any name.
+class StartedProgram {
+public:
+    StartedProgram(std::string const& file, char const* name)
+    {
+        int ends[2];
+        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+        process = ::fork();
+        if (process == 0) {
+            ::execl(file.c_str(), name, "60", nullptr);
+            ::_exit(1);
+        }
+        ::close(ends[1]);
+        char nothing = 0;
+        EXPECT_EQ(::read(ends[0], &nothing, 1), 0); // Its end of the pipe is closed once it runs.
+        ::close(ends[0]);
+    }
+    ~StartedProgram()
+    {
+        ::kill(process, SIGKILL);
+        ::waitpid(process, nullptr, 0);
+    }
+    StartedProgram(StartedProgram const&) = delete;
+    StartedProgram& operator=(StartedProgram const&) = delete;
+
+    pid_t process = 0;
+};
+
 TEST(OwnProgram, knowsAnotherProgramWhateverItCallsItself)
 {
-    int ends[2];
-    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    pid_t const child = ::fork();
-    if (child == 0) {
-        ::execl("/bin/sleep", "zelvo-agent", "60", nullptr);
-        ::_exit(1);
-    }
-    ::close(ends[1]);
-    char nothing = 0;
-    EXPECT_EQ(::read(ends[0], &nothing, 1), 0); // Its end of the pipe is closed once it runs.
-    EXPECT_FALSE(runsOwnProgram(child));
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    ::close(ends[0]);
+    StartedProgram const other("/bin/sleep", "zelvo-agent");
+
+    EXPECT_FALSE(runsOwnProgram(other.process));
 }
 
 TEST(OwnProgram, doesNotKnowAProgramThatIsOnlyCalledAsIfItHadBeenReplaced)
 {
-    std::filesystem::path const posed =
-        std::filesystem::read_symlink("/proc/self/exe").string() + " (deleted)";
-    std::filesystem::copy_file("/bin/sleep", posed, std::filesystem::copy_options::overwrite_existing);
-    int ends[2];
-    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    pid_t const child = ::fork();
-    if (child == 0) {
-        ::execl(posed.c_str(), "sleep", "60", nullptr);
-        ::_exit(1);
+    namespace fs = std::filesystem;
+    std::string const posed = fs::read_symlink("/proc/self/exe").string() + " (deleted)";
+    fs::copy_file("/bin/sleep", posed, fs::copy_options::overwrite_existing);
+    {
+        StartedProgram const other(posed, "sleep");
+
+        EXPECT_EQ(::kill(other.process, 0), 0); // It runs.
+        EXPECT_FALSE(runsOwnProgram(other.process));
     }
-    ::close(ends[1]);
-    char nothing = 0;
-    EXPECT_EQ(::read(ends[0], &nothing, 1), 0); // Its end of the pipe is closed once it runs.
-
-    EXPECT_FALSE(runsOwnProgram(child));
-
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    ::close(ends[0]);
-    std::filesystem::remove(posed);
+    fs::remove(posed);
 }
 
 } // namespace
