@@ -42,10 +42,25 @@ Task<> StrictActions::run(InputAction::Click action, Turn turn)
 {
     co_await askAboutClick(action.point, action.button, turn);
     InputDriving::Before const beforeNext = [this, action, turn]() -> Task<> {
-        co_await services.input.delivered();
         co_await askAboutClick(action.point, action.button, turn);
     };
     co_await services.shown.perform(action, beforeNext);
+}
+
+Task<> StrictActions::run(InputAction::ClickElement action, Turn turn)
+{
+    DesktopPoint const at = services.elements.element(action.snapshotId, action.elementId).frame.center();
+    auto const application = services.elements.applicationOf(action.snapshotId);
+    co_await pointAt(at);
+    Confirmations::Look const look = [&]() -> Task<std::optional<ProbedElement>> {
+        co_return co_await services.elements.assertMayBeClicked(action.snapshotId, action.elementId);
+    };
+    Confirmations::Recheck const again = [&]() -> Task<> {
+        co_await turn.recheck(application);
+        co_await pointAt(at); // The person may have moved it.
+    };
+    co_await services.confirmations.askAboutPress(look, turn.asker, again);
+    co_await services.elements.perform(action);
 }
 
 Task<> StrictActions::run(InputAction::MouseDown action, Turn)
@@ -61,6 +76,7 @@ Task<> StrictActions::run(InputAction::MouseUp action, Turn turn)
         .from = pressed ? pressed.mapped() : action.point, .to = action.point, .button = action.button};
     // What is there may be shown only while the pointer is over it.
     co_await services.shown.perform(InputAction::Move{action.point});
+    noteInput();
     co_await release(hold, std::move(turn));
 }
 
@@ -69,15 +85,17 @@ Task<> StrictActions::run(InputAction::Drag action, Turn turn)
     co_await services.hiddenGuard.assertPointAllowed(action.to);
     co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(action.to); });
     Hold const hold{.from = action.from, .to = action.to, .button = action.button};
-    if (co_await services.shown.begin(action))
-        co_await release(hold, std::move(turn));
+    if (!co_await services.shown.begin(action))
+        co_return;
+    noteInput();
+    co_await release(hold, std::move(turn));
 }
 
 /// Lets go of a held button. If that would press something that a left click asks about, the button is first
 /// let go outside of it, and only after a yes the whole press is made again.
 Task<> StrictActions::release(Hold hold, Turn turn)
 {
-    co_await services.input.delivered();
+    co_await settle();
     auto subject = co_await subjectOf(hold.to, hold.button, turn.asker);
     while (subject) {
         co_await services.input.releaseAll();
@@ -85,7 +103,8 @@ Task<> StrictActions::release(Hold hold, Turn turn)
         co_await turn.recheck(std::nullopt);
         if (!co_await services.input.dragHeld(hold.from, hold.to, hold.button, secondDragMs))
             co_return;
-        co_await services.input.delivered();
+        noteInput();
+        co_await settle();
         auto now = co_await subjectOf(hold.to, hold.button, turn.asker);
         if (now == subject)
             break;
@@ -141,6 +160,7 @@ Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
 Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
 {
     DesktopPoint const point = co_await services.elements.assertHoldsText(action);
+    co_await pointAt(point);
     if (auto const subject = co_await subjectOf(point, MouseButton::left, turn.asker)) {
         co_await services.confirmations.ask(*subject, turn.asker);
         co_await turn.recheck(services.elements.applicationOf(action.snapshotId));
@@ -154,13 +174,22 @@ Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
 
 Task<> StrictActions::askAboutClick(DesktopPoint at, MouseButton button, Turn turn)
 {
+    co_await pointAt(at);
     auto const subject = co_await subjectOf(at, button, turn.asker);
     if (!subject)
         co_return;
     co_await services.confirmations.ask(*subject, turn.asker);
     co_await turn.recheck(std::nullopt);
+    co_await pointAt(at); // The person may have moved it.
     if (co_await subjectOf(at, button, turn.asker) != subject)
         throw Confirmations::changedMeanwhile();
+}
+
+Task<> StrictActions::pointAt(DesktopPoint at)
+{
+    co_await services.shown.perform(InputAction::Move{at});
+    noteInput();
+    co_await settle();
 }
 
 /// The right button opens a menu on a button, but it presses the items of an open menu like any other.

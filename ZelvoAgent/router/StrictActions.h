@@ -51,6 +51,7 @@ public:
 
 private:
     Task<> run(InputAction::Click action, Turn turn);
+    Task<> run(InputAction::ClickElement action, Turn turn);
     Task<> run(InputAction::MouseDown action, Turn turn);
     Task<> run(InputAction::MouseUp action, Turn turn);
     Task<> run(InputAction::Drag action, Turn turn);
@@ -64,7 +65,10 @@ private:
         MouseButton button = MouseButton::left;
     };
     Task<> release(Hold hold, Turn turn);
+    /// Brings the pointer there first: what is there may be shown only while the pointer is over it.
     Task<> askAboutClick(DesktopPoint at, MouseButton button, Turn turn);
+    /// Resumes when the application has handled that the pointer is there.
+    Task<> pointAt(DesktopPoint at);
     Task<std::optional<ConfirmationSubject>> subjectOf(DesktopPoint at, MouseButton button, Asker asker);
     Task<> askAboutPiece(std::string piece, Turn turn);
     Task<> askAboutKeys(std::vector<std::string> keys, Turn turn);

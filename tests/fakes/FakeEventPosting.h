@@ -21,6 +21,7 @@ public:
     std::optional<std::size_t> refusesAfter;         ///< the number of events before one is refused
     std::function<void(PostedEvent const&)> onReady; ///< called by ready()
     std::function<void(PostedEvent const&)> onPost;  ///< called before an event is recorded
+    std::function<void()> onDelivered;               ///< called by delivered()
 
     Task<> ready(PostedEvent event) override
     {
@@ -60,6 +61,8 @@ public:
     Task<> delivered() override
     {
         ++deliveries;
+        if (onDelivered)
+            onDelivered();
         co_return;
     }
     DesktopPoint pointerLocation() override { return pointer; }

@@ -82,7 +82,22 @@ protected:
         return R"("snapshotId":"snp_1","elementId":"e0")";
     }
 
+    /// A button that is there while the pointer is over it, and once the application knows that.
+    void showOnlyUnderThePointer(ProbedElement const& shown)
+    {
+        button = seen("AXGroup", "");
+        platform.posting.onPost = [this](PostedEvent const& event) {
+            if (auto const* const mouse = std::get_if<MouseEvent>(&event);
+                mouse && mouse->kind == Kind::moved)
+                pointer = mouse->point;
+        };
+        platform.posting.onDelivered = [this, shown] {
+            button = pointer == onSend ? shown : seen("AXGroup", "");
+        };
+    }
+
     std::optional<ProbedElement> button = seen("AXButton", "Send");
+    DesktopPoint pointer;
 };
 
 TEST_F(RouterStrictTest, theSwitchIsReadAnewForEachAction)
@@ -174,6 +189,40 @@ TEST_F(RouterStrictTest, theEndOfADragIsCheckedLikeItsBeginning)
 
     platform.settings.setBoolean("zelvo.strictGuard", false);
     EXPECT_EQ(code(perform(R"({"type":"drag","from":{"x":10,"y":10},"to":{"x":120,"y":120}})")), "");
+}
+
+TEST_F(RouterStrictTest, aClickOnWhatIsShownOnlyUnderThePointerIsAskedAbout)
+{
+    showOnlyUnderThePointer(seen("AXButton", "Delete"));
+    denyAll();
+    EXPECT_EQ(code(perform(R"({"type":"click","x":50,"y":50})")), "denied_by_user");
+    EXPECT_THAT(asked(), ElementsAre("«Delete»"));
+    EXPECT_THAT(releases(), IsEmpty());
+}
+
+TEST_F(RouterStrictTest, aYesToWhatIsShownOnlyUnderThePointerHoldsAfterThePersonHasMovedThePointer)
+{
+    showOnlyUnderThePointer(seen("AXButton", "Delete"));
+    confirmations.onAsk = [&] {
+        pointer = beside;
+        button = seen("AXGroup", "");
+    };
+    EXPECT_EQ(code(perform(R"({"type":"click","x":50,"y":50})")), "");
+    EXPECT_THAT(asked(), ElementsAre("«Delete»"));
+    EXPECT_THAT(releases(), ElementsAre(onSend));
+}
+
+TEST_F(RouterStrictTest, aClickOnAnElementIsJudgedWithThePointerOnIt)
+{
+    std::string const press = R"({"type":"click_element",)" + elementOf("AXButton") + "}";
+    showOnlyUnderThePointer(seen("AXButton", "Send"));
+    denyAll();
+    EXPECT_EQ(code(perform(press)), "denied_by_user");
+    EXPECT_THAT(releases(), IsEmpty());
+    confirmations.decision = ConfirmationDecision::allowed(false);
+    EXPECT_EQ(code(perform(press)), "");
+    EXPECT_THAT(asked(), ElementsAre("«Send»", "«Send»"));
+    EXPECT_THAT(releases(), ElementsAre(onSend));
 }
 
 TEST_F(RouterStrictTest, aMiddleClickOnAButtonIsAskedAboutAndARightOneOnAnItemOfAMenu)
