@@ -134,6 +134,9 @@ Task<> StrictActions::askAboutPiece(std::string piece, Turn turn)
         auto const focused = co_await services.probe.focusedElement();
         if (focused && isButtonRole(focused->role))
             co_await askAboutKeys(keys, turn);
+        // Any character may fill a field that then hands the focus on. An application that names no focus,
+        // such as a terminal, is waited for once.
+        mayHaveMoved = focused.has_value();
     }
     mayHaveMoved = mayHaveMoved || endsLine(piece) || piece.find('\t') != std::string::npos;
 }

@@ -306,6 +306,30 @@ TEST_F(RouterStrictTest, aTabBeforeABlankIsDeliveredBeforeTheFocusIsRead)
     EXPECT_GE(platform.posting.deliveries, 1);
 }
 
+TEST_F(RouterStrictTest, lettersBeforeABlankAreDeliveredBeforeTheFocusIsRead)
+{
+    fakeProbe.focused = seen("AXTextField", "Code");
+    platform.posting.onDelivered = [&] {
+        if (typed() == "a bcd")
+            fakeProbe.focused = seen("AXButton", "Send"); // The field was full.
+    };
+    denyAll();
+
+    EXPECT_EQ(code(perform(R"({"type":"type","text":"a bcd "})")), "denied_by_user");
+
+    EXPECT_EQ(typed(), "a bcd");
+}
+
+TEST_F(RouterStrictTest, blanksAreWaitedForOnceWhereNothingHasTheFocus)
+{
+    EXPECT_EQ(code(perform(R"({"type":"type","text":"a b c d    e"})")), "");
+    EXPECT_EQ(platform.posting.deliveries, 1); // A terminal, where a wait takes a third of a second.
+    fakeProbe.focused = seen("AXTextField", "Name");
+    EXPECT_EQ(code(perform(R"({"type":"type","text":"a b    c"})")), "");
+    EXPECT_EQ(platform.posting.deliveries,
+              6); // Any character may have filled a field that goes on to a button.
+}
+
 TEST_F(RouterStrictTest, returnAndSpaceAreJudgedWithAnyModifiers)
 {
     fakeProbe.focused = seen("AXButton", "Send");
