@@ -17,6 +17,12 @@ constexpr bool isButtonRole(std::string_view role)
     return std::ranges::find(buttonRoles, role) != buttonRoles.end();
 }
 
+/// False for a box of a web form: there Return presses the form's default button.
+constexpr bool isPressedByReturn(std::string_view role)
+{
+    return isButtonRole(role) && role != "AXCheckBox" && role != "AXRadioButton";
+}
+
 /// True for the subrole of a dialog window.
 inline bool isDialogSubrole(std::optional<std::string> const& subrole)
 {

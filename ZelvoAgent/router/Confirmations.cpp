@@ -133,7 +133,7 @@ Confirmations::activationBy(std::string key, std::string frontName, Strictness s
     if (press && asker.policy.requiresConfirmation(press->subject))
         co_return press;
     // A button takes Return itself, and so does a text of several lines.
-    bool const takesReturn = focused && (isButtonRole(focused->role) || focused->role == "AXTextArea");
+    bool const takesReturn = focused && (isPressedByReturn(focused->role) || focused->role == "AXTextArea");
     if (strictness == Strictness::ordinary || key != "return" || takesReturn)
         co_return std::nullopt;
     co_return pressOf(co_await services.probe.defaultButton());

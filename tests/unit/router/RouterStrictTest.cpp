@@ -330,6 +330,20 @@ TEST_F(RouterStrictTest, blanksAreWaitedForOnceWhereNothingHasTheFocus)
               6); // Any character may have filled a field that goes on to a button.
 }
 
+TEST_F(RouterStrictTest, returnOnACheckBoxIsJudgedLikeTheDefaultButton)
+{
+    fakeProbe.formButton = seen("AXButton", "Send");
+    denyAll();
+    for (char const* const role : {"AXCheckBox", "AXRadioButton"}) {
+        fakeProbe.focused = seen(role, "Gift");
+        EXPECT_EQ(code(perform(R"({"type":"key","keys":["return"]})")), "denied_by_user") << role;
+        EXPECT_EQ(code(perform(R"({"type":"key","keys":["space"]})")), "") << role;
+    }
+    fakeProbe.focused = seen("AXButton", "Clear");
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["return"]})")), "");
+    EXPECT_THAT(asked(), ElementsAre("«Send»", "«Send»"));
+}
+
 TEST_F(RouterStrictTest, returnAndSpaceAreJudgedWithAnyModifiers)
 {
     fakeProbe.focused = seen("AXButton", "Send");
