@@ -105,14 +105,18 @@ Task<Confirmations::PressOrNone> Confirmations::pressBy(Keys keys, Asker asker)
     bool const isStrict = keys.strictness == Strictness::strict;
     std::string const frontName = keys.front ? keys.front->name : localized("common.app");
     auto const bundleId = keys.front ? std::optional(keys.front->bundleId) : std::nullopt;
-    if (auto const match = DangerousShortcuts::match(keys.names, bundleId, given)) {
+    auto const activating = DangerousShortcuts::activatingKey(keys.names, given);
+    auto match = DangerousShortcuts::match(keys.names, bundleId, given);
+    if (isStrict && !match && activating)
+        match = DangerousShortcuts::match({*activating}, bundleId, {});
+    if (match) {
         Press shortcut{{ConfirmationSubject::KeyShortcut{match->combination, frontName, match->meaning}}};
         if (!isStrict || asker.policy.requiresConfirmation(shortcut.subject))
             co_return shortcut;
     }
     std::optional<std::string> key;
     if (isStrict)
-        key = DangerousShortcuts::activatingKey(keys.names, given);
+        key = activating;
     else if (DangerousShortcuts::activatesFocusedControl(keys.names, given))
         key = DangerousShortcuts::normalize(keys.names);
     if (!key)

@@ -344,6 +344,21 @@ TEST_F(RouterStrictTest, returnOnACheckBoxIsJudgedLikeTheDefaultButton)
     EXPECT_THAT(asked(), ElementsAre("«Send»", "«Send»"));
 }
 
+TEST_F(RouterStrictTest, returnInAMessengerIsAskedAboutWithAnyModifiers)
+{
+    front("org.telegram.desktop", "Telegram");
+    fakeProbe.focused = seen("AXTextArea", "Message");
+    denyAll();
+    for (char const* const keys :
+         {R"(["return"])", R"(["alt","return"])", R"(["shift","enter"])", R"(["ctrl","shift","return"])"})
+        EXPECT_EQ(code(perform(R"({"type":"key","keys":)" + std::string(keys) + "}")), "denied_by_user")
+            << keys;
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["shift","space"]})")), "");
+    platform.settings.setBoolean("zelvo.strictGuard", false);
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["alt","return"]})")), "");
+    EXPECT_THAT(asked(), SizeIs(4));
+}
+
 TEST_F(RouterStrictTest, returnAndSpaceAreJudgedWithAnyModifiers)
 {
     fakeProbe.focused = seen("AXButton", "Send");
