@@ -205,7 +205,7 @@ Task<> InputDriver::releaseAll()
     return events.releaseAll();
 }
 
-Task<> InputDriver::delivered()
+Task<bool> InputDriver::delivered()
 {
     return events.delivered();
 }

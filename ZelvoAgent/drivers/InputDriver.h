@@ -29,7 +29,7 @@ public:
     Task<> type(std::string text, BeforePiece before) override;
     Task<> pressKeys(std::vector<std::string> keys) override;
     Task<> releaseAll() override;
-    Task<> delivered() override;
+    Task<bool> delivered() override;
     DesktopPoint cursorPosition() override;
 
 private:

@@ -45,8 +45,9 @@ public:
     virtual Task<> pressKeys(std::vector<std::string> keys) = 0;
     /// Releases every button and key that is held.
     virtual Task<> releaseAll() = 0;
-    /// Resumes when the window in front has handled everything, as far as the system shows that.
-    virtual Task<> delivered() = 0;
+    /// Resumes when the window in front has handled everything, as far as the system shows that. False if it
+    /// may not have: it is busy for longer.
+    virtual Task<bool> delivered() = 0;
     virtual DesktopPoint cursorPosition() = 0;
 };
 

@@ -179,9 +179,9 @@ Task<> PostingGate::drained()
     co_await inner.drained();
 }
 
-Task<> PostingGate::delivered()
+Task<bool> PostingGate::delivered()
 {
-    co_await inner.delivered();
+    co_return co_await inner.delivered();
 }
 
 DesktopPoint PostingGate::pointerLocation()

@@ -52,7 +52,7 @@ public:
     /// Waits for the events in flight first, because they might press something.
     Task<> releaseAll() override;
     Task<> drained() override;
-    Task<> delivered() override;
+    Task<bool> delivered() override;
     DesktopPoint pointerLocation() override;
 
 private:

@@ -73,8 +73,9 @@ public:
     virtual Task<> releaseAll() = 0;
     /// Resumes when the system has processed every posted event.
     virtual Task<> drained() = 0;
-    /// Resumes when the window in front has handled every posted event, as far as the system shows that.
-    virtual Task<> delivered() = 0;
+    /// Resumes when the window in front has handled every posted event, also in the processes that draw its
+    /// pages, as far as the system shows that. False if it may not have: it is busy for longer.
+    virtual Task<bool> delivered() = 0;
     /// The pointer's position; (0, 0) if it is unknown.
     virtual DesktopPoint pointerLocation() = 0;
 };

@@ -21,6 +21,7 @@ public:
     std::optional<std::size_t> refusesAfter;         ///< the number of events before one is refused
     std::function<void(PostedEvent const&)> onReady; ///< called by ready()
     std::function<void(PostedEvent const&)> onPost;  ///< called before an event is recorded
+    bool handlesAll = true;                          ///< what delivered() gives
     std::function<void()> onDelivered;               ///< called by delivered()
 
     Task<> ready(PostedEvent event) override
@@ -58,12 +59,12 @@ public:
         ++drains;
         co_return;
     }
-    Task<> delivered() override
+    Task<bool> delivered() override
     {
         ++deliveries;
         if (onDelivered)
             onDelivered();
-        co_return;
+        co_return handlesAll;
     }
     DesktopPoint pointerLocation() override { return pointer; }
 };

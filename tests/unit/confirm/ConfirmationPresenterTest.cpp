@@ -48,7 +48,7 @@ public:
     Task<> endText() override { co_return; }
     Task<> releaseAll() override { co_return; }
     Task<> drained() override { co_return; }
-    Task<> delivered() override { co_return; }
+    Task<bool> delivered() override { co_return true; }
     DesktopPoint pointerLocation() override { return {}; }
 
 private:

@@ -48,7 +48,7 @@ public:
         log.emplace_back("drained");
         co_return;
     }
-    Task<> delivered() override { co_return; }
+    Task<bool> delivered() override { co_return true; }
     DesktopPoint pointerLocation() override { return {}; }
 
 private:

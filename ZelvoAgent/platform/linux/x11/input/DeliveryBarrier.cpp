@@ -1,6 +1,7 @@
 #include "platform/linux/x11/input/DeliveryBarrier.h"
 
 #include "base/Hop.h"
+#include "platform/linux/system/PageProcesses.h"
 #include "platform/linux/system/ProcessStat.h"
 
 #include <sys/socket.h>
@@ -15,6 +16,9 @@ namespace {
 
 constexpr Duration timeWithoutAnswer = 300ms;
 constexpr Duration maxUnrest = 10s;
+constexpr Duration maxPages = 3s;
+/// A page learns where the pointer is with its next picture, within two 60ths of a second.
+constexpr int glancesAtPages = 4;
 constexpr Duration maxWork = 1s; // Of processor time: some programs never rest.
 constexpr Duration betweenGlances = 10ms;
 constexpr int glancesAtRest = 3;   // It also rests while it waits for an answer of the X server.
@@ -43,20 +47,42 @@ DeliveryBarrier::DeliveryBarrier(Contexts contexts, Clock& clock, InputConnectio
 {
 }
 
-Task<> DeliveryBarrier::wait()
+Task<bool> DeliveryBarrier::waitForAll()
+{
+    bool const isHandled = co_await waitForWindow();
+    co_return co_await waitForPages() && isHandled;
+}
+
+Task<bool> DeliveryBarrier::waitForWindow()
 {
     auto const sent = co_await on(contexts.workers, [this] { return ping(); });
     if (!sent) {
         co_await clock.sleepThroughCancel(timeWithoutAnswer);
         co_await waitForRest(); // On a busy machine it may not have had a processor yet.
-        co_return;
+        co_return !isSilent;
     }
     bool const answered = co_await waitFor(*sent);
     if (answered)
-        co_return;
+        co_return true;
     if (silentWindows.size() >= maxSilentWindows)
         silentWindows.clear();
     silentWindows.insert(sent->window);
+    co_return false;
+}
+
+/// A browser answers before its pages have handled the input, so they have to be seen at rest.
+Task<bool> DeliveryBarrier::waitForPages()
+{
+    auto const processes = co_await on(contexts.workers, [this] { return processesOfPages(); });
+    Instant const deadline = clock.now() + maxPages;
+    for (int rested = 0; !processes.empty() && rested < glancesAtPages;) {
+        if (clock.now() >= deadline)
+            co_return false;
+        co_await clock.sleepThroughCancel(betweenGlances);
+        auto const now = co_await on(contexts.workers, [&processes] { return activityOf(processes); });
+        rested = now.isAtRest ? rested + 1 : 0;
+    }
+    co_return true;
 }
 
 Task<bool> DeliveryBarrier::waitFor(InputConnection::Pong expected)
@@ -131,29 +157,48 @@ std::vector<std::int32_t> DeliveryBarrier::processesAtWork() const
     socklen_t size = sizeof server;
     if (::getsockopt(xcb_get_file_descriptor(connection.raw()), SOL_SOCKET, SO_PEERCRED, &server, &size) == 0)
         processes.push_back(server.pid);
+    if (auto const process = processWithFocus())
+        processes.push_back(*process);
+    return processes;
+}
+
+std::vector<std::int32_t> DeliveryBarrier::processesOfPages() const
+{
+    auto const process = processWithFocus();
+    auto pages = process ? pageProcessesOf(*process) : std::vector<std::int32_t>();
+    if (!pages.empty())
+        pages.push_back(*process);
+    return pages;
+}
+
+std::optional<std::int32_t> DeliveryBarrier::processWithFocus() const
+{
     auto const* const resources = xcb_get_extension_data(connection.raw(), &xcb_res_id);
     auto const window = windowWithFocus();
     if (!window || !resources || !resources->present)
-        return processes;
+        return std::nullopt;
     xcb_res_client_id_spec_t const asked{*window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
     auto const cookie = xcb_res_query_client_ids(connection.raw(), 1, &asked);
     XReply<xcb_res_query_client_ids_reply_t> const reply(
         xcb_res_query_client_ids_reply(connection.raw(), cookie, nullptr));
     if (!reply)
-        return processes;
+        return std::nullopt;
     auto id = xcb_res_query_client_ids_ids_iterator(reply.get());
     for (; id.rem; xcb_res_client_id_value_next(&id))
         if (xcb_res_client_id_value_value_length(id.data) > 0)
-            processes.push_back(static_cast<std::int32_t>(*xcb_res_client_id_value_value(id.data)));
-    return processes;
+            return static_cast<std::int32_t>(*xcb_res_client_id_value_value(id.data));
+    return std::nullopt;
 }
 
-std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers() const
+std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers()
 {
     std::optional<std::uint32_t> window = windowWithFocus();
+    isSilent = false;
     for (int depth = 0; window && *window != connection.root() && depth < maxNesting; ++depth) {
-        if (answersPings(*window))
-            return silentWindows.contains(*window) ? std::nullopt : window;
+        if (answersPings(*window)) {
+            isSilent = silentWindows.contains(*window);
+            return isSilent ? std::nullopt : window;
+        }
         window = parentOf(*window);
     }
     return std::nullopt;

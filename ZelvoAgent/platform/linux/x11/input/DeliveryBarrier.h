@@ -20,12 +20,17 @@ public:
     DeliveryBarrier(Contexts contexts, Clock& clock, InputConnection& connection);
 
     /// A cancelled wait ends early only where it waits for time alone.
-    Task<> wait();
+    Task<> wait() { co_await waitForWindow(); }
+    /// Waits also for the processes that draw its pages. False if they or the window are busy for longer.
+    Task<bool> waitForAll();
 
 private:
+    /// False if the window has promised to answer, and does not.
+    Task<bool> waitForWindow();
+    Task<bool> waitForPages();
     /// Sends a ping to the window with the focus; nothing when it does not take part.
     std::optional<InputConnection::Pong> ping();
-    std::optional<std::uint32_t> windowThatAnswers() const;
+    std::optional<std::uint32_t> windowThatAnswers();
     bool answersPings(std::uint32_t window) const;
     std::optional<std::uint32_t> parentOf(std::uint32_t window) const;
     bool hasAnswered(InputConnection::Pong expected);
@@ -33,6 +38,9 @@ private:
     /// Waits until the process of the window with the focus, and the X server, have been seen at rest.
     Task<> waitForRest();
     std::vector<std::int32_t> processesAtWork() const;
+    std::optional<std::int32_t> processWithFocus() const;
+    /// The process with the focus and those that draw its pages; empty without pages.
+    std::vector<std::int32_t> processesOfPages() const;
     std::optional<std::uint32_t> windowWithFocus() const;
     void listenOnRoot(bool listen) const;
 
@@ -43,6 +51,7 @@ private:
     std::uint32_t pingAtom;
     std::uint32_t lastSerial = 0;
     std::set<std::uint32_t> silentWindows; ///< promise to answer, and do not
+    bool isSilent = false;                 ///< the window with the focus is one of them
 };
 
 } // namespace zelvo

@@ -30,8 +30,8 @@ public:
     /// Waits until the text has been read by the application, then gives the bound keys back.
     Task<> end();
 
-    /// Waits until the window with the focus has handled what was sent.
-    Task<> delivered() { return barrier.wait(); }
+    /// Waits until the window with the focus has handled what was sent. False if it may not have.
+    Task<bool> delivered() { return barrier.waitForAll(); }
 
     KeyBorrower& borrower() { return keys; }
 

@@ -234,10 +234,9 @@ Task<> X11EventPosting::drained()
         co_await on(contexts.workers, [this] { machine->connection->roundTrip(); });
 }
 
-Task<> X11EventPosting::delivered()
+Task<bool> X11EventPosting::delivered()
 {
-    if (machine)
-        co_await machine->typing.delivered();
+    co_return !machine || co_await machine->typing.delivered();
 }
 
 Task<std::vector<std::vector<std::string>>> X11EventPosting::chordsOf(KeyEvent event)

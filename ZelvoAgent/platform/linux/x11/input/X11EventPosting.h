@@ -30,7 +30,7 @@ public:
     Task<> endText() override;
     Task<> releaseAll() override;
     Task<> drained() override;
-    Task<> delivered() override;
+    Task<bool> delivered() override;
     DesktopPoint pointerLocation() override;
     Task<std::vector<std::vector<std::string>>> chordsOf(KeyEvent event) override;
 
