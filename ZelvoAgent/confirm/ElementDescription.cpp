@@ -2,6 +2,7 @@
 
 #include "confirm/ButtonRoles.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace zelvo {
@@ -38,17 +39,27 @@ std::optional<std::vector<AccessibilityElement>> ancestorsInPage(AccessibilityRe
     return std::nullopt;
 }
 
+/// A list to choose from holds no buttons, but it may be long.
+bool isChoice(AccessibilityReader& reader, AccessibilityElement element)
+{
+    auto const role = reader.text(element, Attribute::role);
+    return role == "AXPopUpButton" || role == "AXComboBox" || role == "AXList" || role == "AXMenu";
+}
+
 /// The first default button below an element.
-/// left  how many elements may still be looked at
-std::optional<AccessibilityElement>
-defaultButtonIn(AccessibilityReader& reader, AccessibilityElement root, std::size_t& left)
+/// passed  a part of it that has been searched
+std::optional<AccessibilityElement> defaultButtonIn(AccessibilityReader& reader,
+                                                    AccessibilityElement root,
+                                                    std::optional<AccessibilityElement> passed)
 {
     std::vector<AccessibilityElement> waiting = {root};
-    for (; !waiting.empty() && left > 0; --left) {
+    for (std::size_t tested = 0; !waiting.empty() && tested < maxTestedForForm; ++tested) {
         AccessibilityElement const element = waiting.back();
         waiting.pop_back();
         if (reader.flag(element, Attribute::isDefault) == true)
             return element;
+        if (element == passed || isChoice(reader, element))
+            continue;
         auto const children = reader.elements(element, Attribute::children);
         if (children)
             waiting.insert(waiting.end(), children->rbegin(), children->rend());
@@ -65,12 +76,25 @@ bool isInPage(AccessibilityReader& reader, AccessibilityElement element)
 
 std::optional<AccessibilityElement> buttonOfForm(AccessibilityReader& reader, AccessibilityElement field)
 {
-    std::size_t left = maxTestedForForm;
     auto const ancestors = ancestorsInPage(reader, field);
-    for (AccessibilityElement const around : ancestors.value_or(std::vector<AccessibilityElement>()))
-        if (auto const button = defaultButtonIn(reader, around, left))
+    std::optional<AccessibilityElement> passed;
+    for (AccessibilityElement const around : ancestors.value_or(std::vector<AccessibilityElement>())) {
+        if (auto const button = defaultButtonIn(reader, around, passed))
             return button;
+        if (reader.flag(around, Attribute::isForm) == true)
+            return std::nullopt;
+        passed = around;
+    }
     return std::nullopt;
+}
+
+std::optional<AccessibilityElement> formOf(AccessibilityReader& reader, AccessibilityElement field)
+{
+    auto const ancestors = ancestorsInPage(reader, field).value_or(std::vector<AccessibilityElement>());
+    auto const form = std::ranges::find_if(ancestors, [&](AccessibilityElement around) {
+        return reader.flag(around, Attribute::isForm) == true;
+    });
+    return form == ancestors.end() ? std::nullopt : std::optional(*form);
 }
 
 std::optional<AccessibilityElement> nearestButton(AccessibilityReader& reader, AccessibilityElement from)

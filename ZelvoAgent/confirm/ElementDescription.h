@@ -25,8 +25,11 @@ WindowContext windowContext(AccessibilityReader& reader, AccessibilityElement fr
 /// Whether an element is in a web page.
 bool isInPage(AccessibilityReader& reader, AccessibilityElement element);
 
+/// The form of a web page that a field is in.
+std::optional<AccessibilityElement> formOf(AccessibilityReader& reader, AccessibilityElement field);
+
 /// The default button of the form of a web page that a field is in: the one in the closest ancestor that has
-/// any. `nullopt` outside a page.
+/// any, but none from beyond the form. `nullopt` outside a page.
 std::optional<AccessibilityElement> buttonOfForm(AccessibilityReader& reader, AccessibilityElement field);
 
 /// Reads everything of ProbedElement except the application's name. Never asks for the element's value.

@@ -64,12 +64,25 @@ Task<std::optional<ProbedElement>> ElementProbe::focusedElement()
     co_return co_await on(workers, [&] { return inFront(hidden, focusedIn); });
 }
 
+Task<std::optional<ProbedElement>> ElementProbe::currentElement()
+{
+    if (!isTrusted())
+        co_return std::nullopt;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] { return inFront(hidden, currentIn); });
+}
+
 Task<std::optional<ProbedElement>> ElementProbe::defaultButton()
 {
     if (!isTrusted())
         co_return std::nullopt;
     Hidden const hidden = co_await hiddenApps.bundleIds();
-    co_return co_await on(workers, [&] { return inFront(hidden, defaultButtonIn); });
+    co_return co_await on(workers, [&] {
+        auto button = inFront(hidden, defaultButtonIn);
+        if (!button && inFront(hidden, focusedFormIn))
+            button = ProbedElement{.role = "AXButton", .isUnknown = true};
+        return button;
+    });
 }
 
 std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden const& hidden)
@@ -135,6 +148,18 @@ std::optional<ProbedElement> ElementProbe::inFront(Hidden const& hidden, Find fi
 std::optional<AccessibilityElement> ElementProbe::focusedIn(AccessibilityReader& reader)
 {
     return reader.element(reader.application(), Attribute::focusedUiElement);
+}
+
+std::optional<AccessibilityElement> ElementProbe::currentIn(AccessibilityReader& reader)
+{
+    auto const item = reader.element(reader.application(), Attribute::currentMenuItem);
+    return item ? item : focusedIn(reader);
+}
+
+std::optional<AccessibilityElement> ElementProbe::focusedFormIn(AccessibilityReader& reader)
+{
+    auto const focused = focusedIn(reader);
+    return focused ? formOf(reader, *focused) : std::nullopt;
 }
 
 /// A page has a default button in each of its forms.

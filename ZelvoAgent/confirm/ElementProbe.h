@@ -24,6 +24,7 @@ public:
     Task<std::optional<ProbedElement>> frontmostDialog() override;
     Task<std::optional<FrontmostAppInfo>> frontmostApp() override;
     Task<std::optional<ProbedElement>> focusedElement() override;
+    Task<std::optional<ProbedElement>> currentElement() override;
     Task<std::optional<ProbedElement>> defaultButton() override;
 
 private:
@@ -37,7 +38,10 @@ private:
     /// An element of the frontmost application.
     Probed inFront(Hidden const& hidden, Find find);
     static std::optional<AccessibilityElement> focusedIn(AccessibilityReader& reader);
+    static std::optional<AccessibilityElement> currentIn(AccessibilityReader& reader);
     static std::optional<AccessibilityElement> defaultButtonIn(AccessibilityReader& reader);
+    /// The form of a page that the focused element is in.
+    static std::optional<AccessibilityElement> focusedFormIn(AccessibilityReader& reader);
 
     bool isTrusted() { return platform.access().current().accessibility; }
     /// The window that a press would reach; `nullopt` if its application may not be read.

@@ -32,7 +32,10 @@ public:
     virtual Task<std::optional<FrontmostAppInfo>> frontmostApp() = 0;
     /// The element with the keyboard focus in the frontmost application.
     virtual Task<std::optional<ProbedElement>> focusedElement() = 0;
-    /// The button that Return presses in the form or window of the focused element, if one is known.
+    /// The same, but the current item of a menu that is open and leaves the focus where it was.
+    virtual Task<std::optional<ProbedElement>> currentElement() = 0;
+    /// The button that Return presses in the form or window of the focused element; `isUnknown` in a form of
+    /// a page whose button is not found.
     virtual Task<std::optional<ProbedElement>> defaultButton() = 0;
 };
 

@@ -16,6 +16,7 @@ struct ProbedElement {
     std::optional<std::string> appName;       ///< name of the application that owns it
     std::optional<std::string> windowSubrole; ///< subrole of its window or sheet
     bool isInSheet = false;
+    bool isUnknown = false; ///< there is one, but which is not known; the texts are absent
     bool operator==(ProbedElement const&) const = default;
 };
 

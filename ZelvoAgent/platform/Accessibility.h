@@ -26,11 +26,13 @@ enum class AccessibilityAttribute {
     enabled,               ///< flag
     focused,               ///< flag
     isDefault,             ///< flag: Return presses it in its form or window
+    isForm,                ///< flag: a form of a page
     parent,                ///< element
     children,              ///< elements
     windows,               ///< elements, of an application
     focusedWindow,         ///< element, of an application
     focusedUiElement,      ///< element, of an application: the one with the keyboard focus
+    currentMenuItem,       ///< element, of an application: of an open menu that leaves the focus where it was
     defaultButton,         ///< element, of an application: what Return presses in its focused window
     menuBar,               ///< element, of an application
     manualAccessibility,   ///< flag, of an application; setting it wakes Chromium

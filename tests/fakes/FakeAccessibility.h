@@ -26,12 +26,15 @@ struct FakeElement {
     std::optional<DesktopSize> size = DesktopSize{100, 50};
     std::vector<std::string> actions = {};
     bool isDefault = false;
+    bool isForm = false;
+    bool isCurrentItem = false; ///< of an open menu
     std::optional<std::vector<FakeElement>> children = std::vector<FakeElement>{};
     std::optional<std::int32_t> pid = {}; ///< if it differs from its parent's
     bool hidesParent = false;             ///< its parent cannot be read
 
     bool isFocused() const { return focused == true; }
     bool isDefaultButton() const { return isDefault; }
+    bool isItemOfMenu() const { return isCurrentItem; }
 };
 
 struct FakeApplication {
@@ -141,6 +144,8 @@ private:
                 return read.focused;
             if (attribute == Attribute::isDefault)
                 return read.isDefault;
+            if (attribute == Attribute::isForm)
+                return read.isForm;
             auto const found = its.flags.find(attribute);
             return found == its.flags.end() ? std::nullopt : std::optional(found->second);
         }
@@ -151,6 +156,8 @@ private:
                 return read.hidesParent ? std::nullopt : ancestor(read);
             if (attribute == Attribute::focusedUiElement)
                 return found(&FakeElement::isFocused);
+            if (attribute == Attribute::currentMenuItem)
+                return found(&FakeElement::isItemOfMenu);
             if (attribute == Attribute::defaultButton)
                 return found(&FakeElement::isDefaultButton);
             auto const& wanted = attribute == Attribute::menuBar ? its.menuBar : its.focusedWindow;

@@ -25,6 +25,7 @@ public:
     std::optional<ProbedElement> hit; ///< at every point
     std::optional<ProbedElement> dialog;
     std::optional<ProbedElement> focused;
+    std::optional<ProbedElement> menuItem; ///< instead of `focused`, for currentElement()
     std::optional<ProbedElement> formButton;
     std::function<std::optional<ProbedElement>(DesktopPoint)> hitAt; ///< instead of `hit`
     std::vector<DesktopPoint> points;
@@ -52,6 +53,12 @@ public:
     {
         ++focusLooks;
         co_return focused;
+    }
+
+    Task<std::optional<ProbedElement>> currentElement() override
+    {
+        ++focusLooks;
+        co_return menuItem ? menuItem : focused;
     }
 
     Task<std::optional<ProbedElement>> defaultButton() override { co_return formButton; }

@@ -517,6 +517,77 @@ TEST_F(ElementProbeTest, findsTheDefaultButtonOfTheFormInAPage)
     EXPECT_EQ(found->title, "Pay");
 }
 
+TEST_F(ElementProbeTest, findsTheDefaultButtonOfAFormWithALongListToChooseFrom)
+{
+    FakeElement countries{.role = "AXPopUpButton"};
+    countries.children = std::vector<FakeElement>(320, FakeElement{.role = "AXMenuItem"});
+    FakeElement submit = button("Pay");
+    submit.isDefault = true;
+    FakeElement row;
+    row.children = {FakeElement{.role = "AXTextField", .focused = true}, countries};
+    FakeElement form{.isForm = true};
+    form.children = {row, within(2, submit)};
+    FakeElement page{.role = "AXWebArea"};
+    page.children = {form};
+    focusWindow(window({page}));
+
+    auto const found = run(platform.io, probe.defaultButton());
+
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->title, "Pay");
+}
+
+TEST_F(ElementProbeTest, aLargePartOfAFormHidesNoDefaultButtonBesideIt)
+{
+    FakeElement large;
+    large.children = std::vector<FakeElement>(310, FakeElement{});
+    large.children->push_back({.role = "AXTextField", .focused = true});
+    FakeElement submit = button("Pay");
+    submit.isDefault = true;
+    FakeElement form{.isForm = true};
+    form.children = {large, submit};
+    FakeElement page{.role = "AXWebArea"};
+    page.children = {form};
+    focusWindow(window({page}));
+
+    auto const found = run(platform.io, probe.defaultButton());
+
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->title, "Pay");
+}
+
+TEST_F(ElementProbeTest, aFormWhoseDefaultButtonIsElsewhereHasAnUnknownOne)
+{
+    FakeElement form{.isForm = true};
+    form.children = {within(1, FakeElement{.role = "AXTextField", .focused = true})};
+    FakeElement submit = button("Search");
+    submit.isDefault = true;
+    FakeElement other{.isForm = true};
+    other.children = {submit};
+    FakeElement around;
+    around.children = {form, other};
+    FakeElement page{.role = "AXWebArea"};
+    page.children = {around};
+    focusWindow(window({page}));
+
+    auto const found = run(platform.io, probe.defaultButton());
+
+    ASSERT_TRUE(found);
+    EXPECT_TRUE(found->isUnknown);
+    EXPECT_FALSE(found->title);
+}
+
+TEST_F(ElementProbeTest, theCurrentItemOfAnOpenMenuGoesBeforeTheFocus)
+{
+    FakeElement item{.role = "AXMenuItem", .title = "Delete", .isCurrentItem = true};
+    focusWindow(window({FakeElement{.role = "AXTextField", .title = "Name", .focused = true}, item}));
+
+    EXPECT_EQ(run(platform.io, probe.currentElement())->title, "Delete");
+    EXPECT_EQ(run(platform.io, probe.focusedElement())->title, "Name");
+    focusWindow(window({FakeElement{.role = "AXTextField", .title = "Name", .focused = true}}));
+    EXPECT_EQ(run(platform.io, probe.currentElement())->title, "Name");
+}
+
 TEST_F(ElementProbeTest, findsNoDefaultButtonForAFieldOutsideTheFormsOfAPage)
 {
     FakeElement submit = button("Pay");

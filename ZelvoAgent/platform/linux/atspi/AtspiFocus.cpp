@@ -15,7 +15,25 @@ bool isItem(AtspiRole role)
            role == AtspiRole::treeItem;
 }
 
+bool isMenuItem(AtspiRole role)
+{
+    return role == AtspiRole::menuItem || role == AtspiRole::checkMenuItem ||
+           role == AtspiRole::radioMenuItem;
+}
+
 } // namespace
+
+std::optional<AtspiNode::Index> AtspiFocus::findMenuItemIn(Index window)
+{
+    auto matches = inquiry.withState(window, wanted).value_or(std::vector<Index>());
+    for (Index const index : matches)
+        known.askIdentity(index);
+    std::erase_if(matches, [this](Index index) {
+        known.identify(index);
+        return !known.isShowing(index) || !isMenuItem(nodes[index].role.value_or(AtspiRole::invalid));
+    });
+    return lastOf(matches, window);
+}
 
 std::optional<AtspiNode::Index> AtspiFocus::findIn(Index window)
 {

@@ -24,6 +24,8 @@ public:
 
     /// The deepest such element in a window.
     std::optional<Index> findIn(Index window);
+    /// The deepest showing item of a menu with that state.
+    std::optional<Index> findMenuItemIn(Index window);
 
 private:
     /// The last, and therefore the deepest, of the elements that the application itself found.

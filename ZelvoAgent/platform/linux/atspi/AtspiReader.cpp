@@ -207,6 +207,8 @@ std::optional<bool> AtspiReader::flag(AccessibilityElement element, Accessibilit
         return node.has(AtspiState::focused);
     case AccessibilityAttribute::isDefault:
         return node.has(AtspiState::isDefault);
+    case AccessibilityAttribute::isForm:
+        return node.role == AtspiRole::form;
     default:
         return std::nullopt;
     }
@@ -226,6 +228,8 @@ std::optional<AccessibilityElement> AtspiReader::element(AccessibilityElement el
         index = focusedElement();
     else if (attribute == AccessibilityAttribute::focusedWindow)
         index = focusedWindow();
+    else if (attribute == AccessibilityAttribute::currentMenuItem)
+        index = currentMenuItem();
     else if (attribute == AccessibilityAttribute::defaultButton)
         index = defaultButton();
     else if (attribute == AccessibilityAttribute::menuBar)
@@ -302,6 +306,18 @@ std::optional<AtspiNode::Index> AtspiReader::focusedElement()
         auto const window = focusedWindow();
         return window ? AtspiFocus(*inquiry, nodes, *known).findIn(*window) : std::nullopt;
     });
+}
+
+std::optional<AtspiNode::Index> AtspiReader::currentMenuItem()
+{
+    if (!inquiry || !inquiry->toolkitOf(found.peer).menusLeaveFocus)
+        return std::nullopt;
+    // A menu of its own, such as that of the right button, is a window.
+    for (Index const window : windows().value_or(std::vector<Index>()))
+        if (auto const item =
+                AtspiFocus(*inquiry, nodes, *known, AtspiState::selected).findMenuItemIn(window))
+            return item;
+    return std::nullopt;
 }
 
 std::optional<AtspiNode::Index> AtspiReader::defaultButton()

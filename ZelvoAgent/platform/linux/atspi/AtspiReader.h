@@ -65,6 +65,7 @@ private:
     std::optional<Index> menuBar();
     std::optional<AccessibilityElement> parentOf(Index index) const;
     std::optional<Index> focusedElement();
+    std::optional<Index> currentMenuItem();
     std::optional<Index> defaultButton();
     std::optional<Index> hitTest(DesktopPoint point);
     void announce(DesktopPoint point);

@@ -14,6 +14,7 @@ enum class AtspiState {
     focused = 12,
     iconified = 15,
     multiLine = 17,
+    selected = 23,
     sensitive = 24,
     showing = 25,
     visible = 30,

@@ -28,6 +28,7 @@ AtspiToolkit atspiToolkitOf(std::string_view name)
             .placesInWindow = name == "GTK",
             .listsSlowly = isChromium || name == "gtk",
             .callsItemsFocused = name == "Qt",
+            .menusLeaveFocus = name == "gtk",
             .collects = isChromium || name == "gtk",
             .hitAnswer = hitAnswerOf(name),
             .guessesHits = isChromium};

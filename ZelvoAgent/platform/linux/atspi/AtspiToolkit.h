@@ -25,6 +25,7 @@ struct AtspiToolkit {
     bool placesInWindow = false;       ///< knows positions in the window only, none on the screen
     bool listsSlowly = false;          ///< takes quadratic time to list many children
     bool callsItemsFocused = false;    ///< Qt: the current items of lists without the focus, too
+    bool menusLeaveFocus = false;      ///< the focus stays where it was while a menu is open
     bool collects = false;             ///< searches its elements by their states
     AtspiHitAnswer hitAnswer = AtspiHitAnswer::none;
     bool guessesHits = false; ///< Chromium: returns a guess and looks up the answer for the next call
