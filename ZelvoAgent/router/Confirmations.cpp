@@ -121,26 +121,37 @@ Task<Confirmations::PressOrNone> Confirmations::pressBy(Keys keys, Asker asker)
         key = DangerousShortcuts::normalize(keys.names);
     if (!key)
         co_return std::nullopt;
-    co_return co_await activationBy(*std::move(key), frontName, keys.strictness, std::move(asker));
+    co_return co_await activationBy(*std::move(key), frontName, std::move(keys), std::move(asker));
+}
+
+ConfirmationSubject Confirmations::unknownButton()
+{
+    return {ConfirmationSubject::SubmitButton{localized("confirm.unnamedButton")}};
 }
 
 Task<Confirmations::PressOrNone>
-Confirmations::activationBy(std::string key, std::string frontName, Strictness strictness, Asker asker)
+Confirmations::activationBy(std::string key, std::string frontName, Keys keys, Asker asker)
 {
+    bool const isStrict = keys.strictness == Strictness::strict;
     if (auto dialog = co_await services.probe.frontmostDialog()) {
         ConfirmationSubject const subject{ConfirmationSubject::DialogButton{
             localized("confirm.defaultButton", {key}), dialog->appName.value_or(frontName)}};
         co_return Press{subject, std::move(dialog)};
     }
-    auto const focused = co_await services.probe.focusedElement();
+    auto const focused = co_await (isStrict ? services.probe.currentElement() : services.probe.focusedElement());
     auto press = pressOf(focused);
     if (press && asker.policy.requiresConfirmation(press->subject))
         co_return press;
+    if (!keys.isFocusKnown)
+        co_return Press{unknownButton()};
     // A button takes Return itself, and so does a text of several lines.
     bool const takesReturn = focused && (isPressedByReturn(focused->role) || focused->role == "AXTextArea");
-    if (strictness == Strictness::ordinary || key != "return" || takesReturn)
+    if (!isStrict || key != "return" || takesReturn)
         co_return std::nullopt;
-    co_return pressOf(co_await services.probe.defaultButton());
+    auto button = co_await services.probe.defaultButton();
+    if (button && button->isUnknown)
+        co_return Press{unknownButton(), std::move(button)};
+    co_return pressOf(std::move(button));
 }
 
 } // namespace zelvo

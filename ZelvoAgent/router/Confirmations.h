@@ -59,12 +59,15 @@ public:
         std::vector<std::string> names;
         std::optional<FrontmostAppInfo> front;
         Strictness strictness = Strictness::ordinary;
+        bool isFocusKnown = true; ///< if not, what is pressed is not known either
     };
     /// The same for a chord. Throws also AgentError::hiddenAppActive if the application is hidden.
     Task<> askAboutKeys(Keys keys, Asker asker, Recheck recheck);
     /// What the asker must ask about before this element is pressed.
     static std::optional<ConfirmationSubject> subjectOfPress(ProbedElement const& element,
                                                              Asker const& asker);
+    /// For a press of which nobody knows what it presses.
+    static ConfirmationSubject unknownButton();
     /// An application put something else in the place of what the person said yes to.
     static DetailedAgentError changedMeanwhile();
 
@@ -82,8 +85,7 @@ private:
     static PressOrNone pressOf(std::optional<ProbedElement> element);
     /// What a chord would press, and the asker asks about.
     Task<PressOrNone> pressBy(Keys keys, Asker asker);
-    Task<PressOrNone>
-    activationBy(std::string key, std::string frontName, Strictness strictness, Asker asker);
+    Task<PressOrNone> activationBy(std::string key, std::string frontName, Keys keys, Asker asker);
     /// The chords that the keyboard layout gives.
     Task<DangerousShortcuts::Chords> givenBy(std::vector<std::string> keys);
 

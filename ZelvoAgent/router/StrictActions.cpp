@@ -3,7 +3,6 @@
 #include "base/Hop.h"
 #include "confirm/ButtonRoles.h"
 #include "confirm/DangerousShortcuts.h"
-#include "drivers/ElectronAccessibility.h"
 
 #include <type_traits>
 #include <utility>
@@ -14,8 +13,6 @@ namespace zelvo {
 namespace {
 
 constexpr std::int64_t secondDragMs = 100;
-/// Chromium handles input in another process than the one that answers us.
-constexpr Duration rendererPause = 100ms;
 
 bool endsLine(std::string const& piece)
 {
@@ -95,8 +92,8 @@ Task<> StrictActions::run(InputAction::Drag action, Turn turn)
 /// let go outside of it, and only after a yes the whole press is made again.
 Task<> StrictActions::release(Hold hold, Turn turn)
 {
-    co_await settle();
-    auto subject = co_await subjectOf(hold.to, hold.button, turn.asker);
+    bool isHandled = co_await settle();
+    auto subject = co_await subjectOf(hold.to, hold.button, isHandled, turn.asker);
     while (subject) {
         co_await services.input.releaseAll();
         co_await services.confirmations.ask(*subject, turn.asker);
@@ -104,8 +101,8 @@ Task<> StrictActions::release(Hold hold, Turn turn)
         if (!co_await services.input.dragHeld(hold.from, hold.to, hold.button, secondDragMs))
             co_return;
         noteInput();
-        co_await settle();
-        auto now = co_await subjectOf(hold.to, hold.button, turn.asker);
+        isHandled = co_await settle();
+        auto now = co_await subjectOf(hold.to, hold.button, isHandled, turn.asker);
         if (now == subject)
             break;
         subject = std::move(now);
@@ -125,14 +122,12 @@ Task<> StrictActions::run(InputAction::Type action, Turn turn)
 Task<> StrictActions::askAboutPiece(std::string piece, Turn turn)
 {
     std::vector<std::string> const keys{endsLine(piece) ? "return" : "space"};
-    lastInput = services.clock.now(); // The text before it.
     if (endsLine(piece)) {
         co_await askAboutKeys(keys, turn);
     } else {
-        if (std::exchange(mayHaveMoved, false))
-            co_await settle();
-        auto const focused = co_await services.probe.focusedElement();
-        if (focused && isButtonRole(focused->role))
+        bool const isHandled = !std::exchange(mayHaveMoved, false) || co_await settle();
+        auto const focused = co_await services.probe.currentElement();
+        if (!isHandled || (focused && isButtonRole(focused->role)))
             co_await askAboutKeys(keys, turn);
         // Any character may fill a field that then hands the focus on. An application that names no focus,
         // such as a terminal, is waited for once.
@@ -149,9 +144,9 @@ Task<> StrictActions::run(InputAction::Key action, Turn turn)
 
 Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
 {
-    if (DangerousShortcuts::activatingKey(keys, {}))
-        co_await settle();
     Confirmations::Keys pressed;
+    if (DangerousShortcuts::activatingKey(keys, {}))
+        pressed.isFocusKnown = co_await settle();
     pressed.names = std::move(keys);
     pressed.front = co_await services.probe.frontmostApp();
     pressed.strictness = Strictness::strict;
@@ -163,8 +158,8 @@ Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
 Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
 {
     DesktopPoint const point = co_await services.elements.assertHoldsText(action);
-    co_await pointAt(point);
-    if (auto const subject = co_await subjectOf(point, MouseButton::left, turn.asker)) {
+    bool const isHandled = co_await pointAt(point);
+    if (auto const subject = co_await subjectOf(point, MouseButton::left, isHandled, turn.asker)) {
         co_await services.confirmations.ask(*subject, turn.asker);
         co_await turn.recheck(services.elements.applicationOf(action.snapshotId));
         co_await services.elements.assertHoldsText(action);
@@ -177,43 +172,40 @@ Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
 
 Task<> StrictActions::askAboutClick(DesktopPoint at, MouseButton button, Turn turn)
 {
-    co_await pointAt(at);
-    auto const subject = co_await subjectOf(at, button, turn.asker);
+    bool isHandled = co_await pointAt(at);
+    auto const subject = co_await subjectOf(at, button, isHandled, turn.asker);
     if (!subject)
         co_return;
     co_await services.confirmations.ask(*subject, turn.asker);
     co_await turn.recheck(std::nullopt);
-    co_await pointAt(at); // The person may have moved it.
-    if (co_await subjectOf(at, button, turn.asker) != subject)
+    isHandled = co_await pointAt(at); // The person may have moved it.
+    if (co_await subjectOf(at, button, isHandled, turn.asker) != subject)
         throw Confirmations::changedMeanwhile();
 }
 
-Task<> StrictActions::pointAt(DesktopPoint at)
+Task<bool> StrictActions::pointAt(DesktopPoint at)
 {
     co_await services.shown.perform(InputAction::Move{at});
     noteInput();
-    co_await settle();
+    co_return co_await settle();
 }
 
 /// The right button opens a menu on a button, but it presses the items of an open menu like any other.
 Task<std::optional<ConfirmationSubject>>
-StrictActions::subjectOf(DesktopPoint at, MouseButton button, Asker asker)
+StrictActions::subjectOf(DesktopPoint at, MouseButton button, bool isHandled, Asker asker)
 {
     auto const element = co_await services.probe.element(at);
+    auto subject = element ? Confirmations::subjectOfPress(*element, asker) : std::nullopt;
+    if (!subject && !isHandled)
+        co_return Confirmations::unknownButton();
     if (!element || (button == MouseButton::right && element->role != "AXMenuItem"))
         co_return std::nullopt;
-    co_return Confirmations::subjectOfPress(*element, asker);
+    co_return subject;
 }
 
-Task<> StrictActions::settle()
+Task<bool> StrictActions::settle()
 {
-    co_await services.input.delivered();
-    Duration const since = services.clock.now() - lastInput;
-    if (since >= rendererPause)
-        co_return;
-    auto const front = co_await services.probe.frontmostApp();
-    if (front && ElectronAccessibility::looksLikeChromium(front->bundleId))
-        co_await services.clock.sleepThroughCancel(rendererPause - since);
+    co_return co_await services.input.delivered();
 }
 
 } // namespace zelvo

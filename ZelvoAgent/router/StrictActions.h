@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/Clock.h"
 #include "drivers/HiddenAppGuard.h"
 #include "drivers/OwnUiGuard.h"
 #include "router/Confirmations.h"
@@ -19,7 +18,6 @@ namespace zelvo {
 class StrictActions {
 public:
     struct Services {
-        Clock& clock;
         Executor workers;
         ElementProbing& probe;
         HiddenAppGuard& hiddenGuard;
@@ -42,12 +40,8 @@ public:
     /// Judges an action and carries it out. False, with nothing done, for the kinds that the strict guard
     /// leaves as they are.
     Task<bool> perform(InputAction action, Turn turn);
-    /// Call after each action: what it changes in the application in front takes a moment.
-    void noteInput()
-    {
-        lastInput = services.clock.now();
-        mayHaveMoved = true;
-    }
+    /// Call after each action: it may have moved the keyboard focus.
+    void noteInput() { mayHaveMoved = true; }
 
 private:
     Task<> run(InputAction::Click action, Turn turn);
@@ -68,16 +62,18 @@ private:
     /// Brings the pointer there first: what is there may be shown only while the pointer is over it.
     Task<> askAboutClick(DesktopPoint at, MouseButton button, Turn turn);
     /// Resumes when the application has handled that the pointer is there.
-    Task<> pointAt(DesktopPoint at);
-    Task<std::optional<ConfirmationSubject>> subjectOf(DesktopPoint at, MouseButton button, Asker asker);
+    Task<bool> pointAt(DesktopPoint at);
+    /// isHandled  whether what is there now can be known; if not, a press needs a yes in any case
+    Task<std::optional<ConfirmationSubject>>
+    subjectOf(DesktopPoint at, MouseButton button, bool isHandled, Asker asker);
     Task<> askAboutPiece(std::string piece, Turn turn);
     Task<> askAboutKeys(std::vector<std::string> keys, Turn turn);
     /// Waits until the application has handled what was posted.
-    Task<> settle();
+    /// Gives whether it has, as far as the system shows that.
+    Task<bool> settle();
 
     Services services;
     std::map<MouseButton, DesktopPoint> pressedAt; // strand; by mouse_down
-    Instant lastInput{};                           // strand
     bool mayHaveMoved = true;                      // strand; the keyboard focus, since it was last looked at
 };
 

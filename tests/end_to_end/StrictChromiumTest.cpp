@@ -11,6 +11,64 @@ constexpr char const* page =
 <p><label>Search <input></label></p>
 <p><button style="width: 200px; height: 80px" onclick="document.title = 'Order: looked'">Look</button></p></html>)";
 
+/// A button that is shown under the pointer alone, fields whose input takes time or hands the focus on, and
+/// forms whose button is far away, outside of them, or pressed from a box.
+std::string shiftingPage()
+{
+    std::string options;
+    for (int number = 0; number < 320; ++number)
+        options += "<option>Country " + std::to_string(number) + "</option>";
+    return R"(<!doctype html><html lang="en"><meta charset="utf-8"><title>Order: open</title>
+<style>button { width: 200px; height: 40px } .row { width: 700px; height: 60px; border: 1px solid }
+.row button { display: none } .row:hover button { display: block; width: 690px; height: 56px }</style>
+<div class="row"><button onclick="pressed()">Delete</button></div>
+<p><label>Code <input id="code"></label> <button id="pay" onclick="pressed()">Pay</button></p>
+<p><label>Slow <input id="slow"></label> <button onclick="pressed()">Buy</button></p>
+<form onsubmit="pressed(); return false"><p><label>Name <input></label>
+<label><input type="checkbox"> Gift</label> <select aria-label="Country">)" +
+           options + R"(</select> <button>Send</button></p></form>
+<form id="far" onsubmit="pressed(); return false"><p><label>Mail <input></label></p></form>
+<p><button form="far">Submit</button></p><script>
+function pressed() { document.title = 'Order: sent'; }
+code.addEventListener('input', () => { if (code.value.length >= 5) { code.value = ''; pay.focus(); } });
+slow.addEventListener('input', () => { const end = performance.now() + 400; while (performance.now() < end); });
+</script></html>)";
+}
+
+TEST_F(Strict, judgesWhatIsThereWhenTheInputArrivesInAPage)
+{
+    connection = linkByReturn({"screen", "input"});
+    auto const file = desktop.home() / "shifting.html";
+    std::ofstream(file) << shiftingPage();
+    desktop.start(
+        chromium(desktop, {"--window-position=0,0", "--window-size=900,800", "file://" + file.string()}));
+    letterWindow = desktop.waitForWindow({.title = "Order: open"}, 60s);
+    require("the page in front", [&] { return desktop.activeWindow() == letterWindow; }, 20s);
+    require(
+        "the elements of the page", [&] { return findIf(tree(connection), "AXButton", "Send") != nullptr; },
+        30s);
+    setStrict(true);
+    json::value const code = clickOn("AXTextField", "Code");
+    json::value const slow = clickOn("AXTextField", "Slow");
+    json::value const name = clickOn("AXTextField", "Name");
+    json::value const mail = clickOn("AXTextField", "Mail");
+    json::value row = clickOn("AXButton", "Pay");
+    row.at("y") = row.at("y").to_number<double>() - 60;
+    json::value const away{{"type", "move"}, {"x", 850}, {"y", 700}};
+    auto const pressed = [&] { return isOpen("Order: sent"); };
+
+    expectHeld({{"click on what is shown under the pointer", {away, row}},
+                {"press and release there", {away, down(row), up(row)}},
+                {"blank after a full field", {code, type("a bcd ")}},
+                {"blank after a slow tab", {slow, type("x\t ")}},
+                {"Space after a slow tab", {slow, type("x"), key({"tab"}), key({"space"})}},
+                {"Return in a form with a long list", {name, key({"return"})}},
+                {"Return on a box of a form", {name, key({"tab"}), key({"return"})}},
+                {"Return in a form with its button outside", {mail, key({"return"})}}},
+               pressed);
+    EXPECT_FALSE(pressed());
+}
+
 TEST_F(Strict, leavesNoWayToPressAButtonOfAPageWithoutAQuestion)
 {
     connection = linkByReturn({"screen", "input"});

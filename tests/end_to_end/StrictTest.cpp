@@ -3,6 +3,92 @@
 namespace zelvo::test {
 namespace {
 
+/// A window with a button that is shown under the pointer alone, a field that hands the focus on to a button
+/// when it is full, one that keeps its application busy for three seconds, and a menu.
+constexpr char const* shifting = R"py(
+import time
+import gi
+gi.require_version("Gtk", "3.0")
+from gi.repository import Gdk, Gtk
+
+def say(words):
+    print(words, flush=True)
+
+def button(label):
+    made = Gtk.Button(label=label)
+    made.connect("clicked", lambda pressed: say("pressed " + pressed.get_label()))
+    return made
+
+def field(name, changed):
+    made = Gtk.Entry()
+    made.get_accessible().set_name(name)
+    made.connect("changed", changed)
+    return made
+
+edit, items = Gtk.MenuItem.new_with_mnemonic("_Edit"), Gtk.Menu()
+for label in ("_Copy", "_Delete"):
+    item = Gtk.MenuItem.new_with_mnemonic(label)
+    item.connect("activate", lambda chosen: say("pressed " + chosen.get_label()))
+    items.append(item)
+edit.set_submenu(items)
+bar = Gtk.MenuBar()
+bar.append(edit)
+order = button("Order")
+code = field("Code", lambda entry: len(entry.get_text()) >= 5 and order.grab_focus())
+slow = field("Slow", lambda entry: time.sleep(3))
+row, shown = Gtk.EventBox(), button("Delete")
+row.set_size_request(-1, 60)
+row.get_accessible().set_name("Row")
+row.add(shown)
+shown.set_no_show_all(True)
+row.add_events(Gdk.EventMask.ENTER_NOTIFY_MASK | Gdk.EventMask.LEAVE_NOTIFY_MASK)
+row.connect("enter-notify-event", lambda *_: shown.show())
+row.connect("leave-notify-event", lambda _, event: event.detail != Gdk.NotifyType.INFERIOR and shown.hide())
+column = Gtk.VBox()
+for part in (bar, code, order, slow, button("Pay"), row):
+    column.pack_start(part, False, False, 6)
+window = Gtk.Window(title="Shifting")
+window.set_default_size(500, 400)
+window.add(column)
+window.connect("destroy", Gtk.main_quit)
+window.show_all()
+code.grab_focus()
+Gtk.main()
+)py";
+
+TEST_F(Strict, judgesWhatIsThereWhenTheInputArrivesInGtk)
+{
+    connection = linkByReturn({"screen", "input"});
+    auto const script = desktop.home() / "shifting.py";
+    std::ofstream(script) << shifting;
+    application = desktop.start({"/usr/bin/python3", script.string()});
+    letterWindow = desktop.waitForWindow({.title = "Shifting"}, 60s);
+    require("the window in front", [&] { return desktop.activeWindow() == letterWindow; }, 20s);
+    setStrict(true);
+    json::value const code = clickOn("AXTextField", "Code");
+    json::value const slow = clickOn("AXTextField", "Slow");
+    json::value const pay = clickOn("AXButton", "Pay");
+    json::value row = pay;
+    row.at("y") = pay.at("y").to_number<double>() + 60;
+    json::value const away{{"type", "move"}, {"x", 900}, {"y", 700}};
+    auto const pressed = [&] { return said().find("pressed") != std::string::npos; };
+    auto const chosen = [&](std::initializer_list<char const*> last) {
+        return json::array{key({"escape"}), key({"escape"}), key({"f10"}),
+                           key({"down"}),   key({"down"}),   key(last)};
+    };
+
+    expectHeld({{"click on what is shown under the pointer", {away, row}},
+                {"press and release there", {away, down(row), up(row)}},
+                {"blank after a full field", {code, type("a bcd ")}},
+                {"item of a menu by Return", chosen({"return"})},
+                {"item of a menu by Space", chosen({"space"})},
+                {"click in a busy application", {slow, type("y"), pay}},
+                {"known element in a busy application", {slow, type("y"), elementClick("AXButton", "Pay")}}},
+               pressed);
+
+    EXPECT_EQ(said(), "");
+}
+
 TEST_F(Strict, leavesNoWayToPressAButtonOfGtkWithoutAQuestion)
 {
     connection = linkByReturn({"screen", "input"});

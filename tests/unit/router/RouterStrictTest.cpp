@@ -330,6 +330,52 @@ TEST_F(RouterStrictTest, blanksAreWaitedForOnceWhereNothingHasTheFocus)
               6); // Any character may have filled a field that goes on to a button.
 }
 
+TEST_F(RouterStrictTest, theCurrentItemOfAMenuIsPressedByReturnAndSpace)
+{
+    fakeProbe.focused = seen("AXTextField", "Name");
+    fakeProbe.menuItem = seen("AXMenuItem", "Delete");
+    denyAll();
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["return"]})")), "denied_by_user");
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["space"]})")), "denied_by_user");
+    EXPECT_EQ(code(perform(R"({"type":"type","text":" "})")), "denied_by_user");
+    fakeProbe.menuItem = seen("AXMenuItem", "Copy");
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["return"]})")), "");
+    fakeProbe.menuItem = seen("AXMenuItem", "Delete");
+    platform.settings.setBoolean("zelvo.strictGuard", false);
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["return"]})")), "");
+    EXPECT_THAT(asked(), ElementsAre("«Delete»", "«Delete»", "«Delete»"));
+}
+
+TEST_F(RouterStrictTest, whatABusyApplicationHasNotHandledIsAskedAbout)
+{
+    platform.posting.handlesAll = false;
+    button = std::nullopt;
+    fakeProbe.focused = seen("AXTextField", "Name");
+    denyAll();
+    for (char const* const press :
+         {R"({"type":"click","x":50,"y":50})", R"({"type":"mouse_up","x":50,"y":50})",
+          R"({"type":"drag","from":{"x":10,"y":10},"to":{"x":50,"y":50}})", R"({"type":"type","text":" "})",
+          R"({"type":"type","text":"
+"})",
+          R"({"type":"key","keys":["return"]})", R"({"type":"key","keys":["space"]})"})
+        EXPECT_EQ(code(perform(press)), "denied_by_user") << press;
+    std::string const unnamed = "«" + localized("confirm.unnamedButton") + "»";
+    EXPECT_EQ(asked(), std::vector<std::string>(7, unnamed));
+    EXPECT_EQ(typed(), "");
+    platform.posting.handlesAll = true;
+    EXPECT_EQ(code(perform(R"({"type":"click","x":50,"y":50})")), "");
+}
+
+TEST_F(RouterStrictTest, aFormWhoseButtonIsNotKnownIsAskedAbout)
+{
+    fakeProbe.focused = seen("AXTextField", "Name");
+    fakeProbe.formButton = seen("AXButton", "");
+    fakeProbe.formButton->isUnknown = true;
+    denyAll();
+    EXPECT_EQ(code(perform(R"({"type":"key","keys":["return"]})")), "denied_by_user");
+    EXPECT_THAT(asked(), SizeIs(1));
+}
+
 TEST_F(RouterStrictTest, returnOnACheckBoxIsJudgedLikeTheDefaultButton)
 {
     fakeProbe.formButton = seen("AXButton", "Send");
