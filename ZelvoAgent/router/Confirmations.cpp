@@ -138,7 +138,8 @@ Confirmations::activationBy(std::string key, std::string frontName, Keys keys, A
             localized("confirm.defaultButton", {key}), dialog->appName.value_or(frontName)}};
         co_return Press{subject, std::move(dialog)};
     }
-    auto const focused = co_await (isStrict ? services.probe.currentElement() : services.probe.focusedElement());
+    auto const focused =
+        co_await (isStrict ? services.probe.currentElement() : services.probe.focusedElement());
     auto press = pressOf(focused);
     if (press && asker.policy.requiresConfirmation(press->subject))
         co_return press;

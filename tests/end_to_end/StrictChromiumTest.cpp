@@ -18,21 +18,21 @@ std::string shiftingPage()
     std::string options;
     for (int number = 0; number < 320; ++number)
         options += "<option>Country " + std::to_string(number) + "</option>";
-    return R"(<!doctype html><html lang="en"><meta charset="utf-8"><title>Order: open</title>
+    return R"html(<!doctype html><html lang="en"><meta charset="utf-8"><title>Order: open</title>
 <style>button { width: 200px; height: 40px } .row { width: 700px; height: 60px; border: 1px solid }
 .row button { display: none } .row:hover button { display: block; width: 690px; height: 56px }</style>
 <div class="row"><button onclick="pressed()">Delete</button></div>
 <p><label>Code <input id="code"></label> <button id="pay" onclick="pressed()">Pay</button></p>
 <p><label>Slow <input id="slow"></label> <button onclick="pressed()">Buy</button></p>
 <form onsubmit="pressed(); return false"><p><label>Name <input></label>
-<label><input type="checkbox"> Gift</label> <select aria-label="Country">)" +
-           options + R"(</select> <button>Send</button></p></form>
+<label><input type="checkbox"> Gift</label> <select aria-label="Country">)html" +
+           options + R"html(</select> <button>Send</button></p></form>
 <form id="far" onsubmit="pressed(); return false"><p><label>Mail <input></label></p></form>
 <p><button form="far">Submit</button></p><script>
 function pressed() { document.title = 'Order: sent'; }
 code.addEventListener('input', () => { if (code.value.length >= 5) { code.value = ''; pay.focus(); } });
 slow.addEventListener('input', () => { const end = performance.now() + 400; while (performance.now() < end); });
-</script></html>)";
+</script></html>)html";
 }
 
 TEST_F(Strict, judgesWhatIsThereWhenTheInputArrivesInAPage)

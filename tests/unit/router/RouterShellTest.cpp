@@ -184,7 +184,8 @@ TEST_F(RouterShellTest, logsFolderAndVariablesExactly)
 
     ASSERT_EQ(lines().size(), 1U);
     EXPECT_EQ(lines()[0].detail, "make");
-    EXPECT_EQ(lines()[0].cwd, "/tmp/\u202ex");
+    std::string const rightToLeftOverride = {'\xE2', '\x80', '\xAE'};
+    EXPECT_EQ(lines()[0].cwd, "/tmp/" + rightToLeftOverride + "x");
     EXPECT_THAT(lines()[0].env, ElementsAre("PATH=.", "A=1\n2"));
 }
 
