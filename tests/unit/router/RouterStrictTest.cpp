@@ -355,9 +355,8 @@ TEST_F(RouterStrictTest, whatABusyApplicationHasNotHandledIsAskedAbout)
     for (char const* const press :
          {R"({"type":"click","x":50,"y":50})", R"({"type":"mouse_up","x":50,"y":50})",
           R"({"type":"drag","from":{"x":10,"y":10},"to":{"x":50,"y":50}})", R"({"type":"type","text":" "})",
-          R"({"type":"type","text":"
-"})",
-          R"({"type":"key","keys":["return"]})", R"({"type":"key","keys":["space"]})"})
+          R"({"type":"type","text":"\n"})", R"({"type":"key","keys":["return"]})",
+          R"({"type":"key","keys":["space"]})"})
         EXPECT_EQ(code(perform(press)), "denied_by_user") << press;
     std::string const unnamed = "«" + localized("confirm.unnamedButton") + "»";
     EXPECT_EQ(asked(), std::vector<std::string>(7, unnamed));
