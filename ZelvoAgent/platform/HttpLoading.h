@@ -38,8 +38,9 @@ struct HttpUpload {
     std::filesystem::path file;
     std::int64_t bytes = 0;  ///< the file's size, sent as Content-Length
     Duration timeout = 600s; ///< without a byte in either direction; the whole call may take longer
-    /// The `peer` of the gateway that chose `url`. The upload then goes to that address or to a public one of
-    /// another machine, and fails elsewhere, unless the gateway is on this machine. `nullopt` allows
+    /// The `peer` of the gateway that chose `url`, or the gateway's host name if it answered through a proxy.
+    /// The upload then goes to that address or to a public one outside of this machine's networks, through a
+    /// proxy to that host only, and fails elsewhere, unless the gateway is on this machine. `nullopt` allows
     /// everything.
     std::optional<std::string> gatewayPeer = {};
     /// Reports how many bytes of the file are sent, about once a second and often more. Returning false ends

@@ -45,7 +45,10 @@ Task<RecordingReply> RecordingService::post(std::string path, json::object body)
     try {
         HttpResponse const response = co_await services.http.load(requestFor(path, *token, body));
         // The response may be long, so a worker parses it.
-        co_return co_await on(services.workers, [&] { return RecordingReply::from(response); });
+        RecordingReply reply = co_await on(services.workers, [&] { return RecordingReply::from(response); });
+        if (reply.peer.empty()) // It answered through a proxy.
+            reply.peer = GatewayAddress::host(services.httpBase);
+        co_return reply;
     } catch (NetworkFailure const& failure) {
         if (failure.kind == NetworkFailure::Kind::cancelled)
             throw;

@@ -13,7 +13,7 @@ namespace zelvo {
 struct RecordingReply {
     int status = 0;                   ///< 0 if there was no answer
     std::optional<json::object> body; ///< `nullopt` if it is not a JSON object
-    std::string peer = {};            ///< the address that answered, as in HttpResponse
+    std::string peer = {};            ///< the address that answered; the gateway's host name through a proxy
 
     /// Parses the body of a response.
     static RecordingReply from(HttpResponse const& response);

@@ -6,6 +6,8 @@
 #include <ifaddrs.h>
 #include <netinet/in.h>
 
+#include <algorithm>
+
 namespace zelvo {
 
 namespace {
@@ -94,15 +96,58 @@ TEST(ConnectionGuard, refusesEveryAddressOfThisMachine)
     EXPECT_GT(seen, 0);
 }
 
-TEST(ConnectionGuard, judgesTheHostForAProxy)
+std::optional<std::vector<OwnNetwork>> publicNetworks()
 {
-    ConnectionGuard const guard(remote);
+    return std::vector<OwnNetwork>{{.address = ip::make_address("93.184.216.10"), .prefix = 26},
+                                   {.address = ip::make_address("2606:2800:220:1::5"), .prefix = 63},
+                                   {.address = ip::make_address("8.8.8.8")}};
+}
 
-    for (char const* const host : {"upload.example.org", "93.184.216.34", "[2606:2800:220:1::1]"})
+// A router or camera beside this machine may have a public address as well.
+TEST(ConnectionGuard, refusesTheNetworksOfThisMachine)
+{
+    ConnectionGuard const guard("93.184.216.20", &publicNetworks);
+
+    for (char const* const near :
+         {"93.184.216.10", "93.184.216.1", "93.184.216.63", "::ffff:93.184.216.1", "64:ff9b::5db8:d801",
+          "2606:2800:220:1::1", "2606:2800:220:0:ffff::1", "8.8.8.8"})
+        EXPECT_FALSE(guard.allows(ip::make_address(near))) << near;
+    for (char const* const far :
+         {"93.184.216.64", "93.184.215.10", "2606:2800:220:2::1", "8.8.8.9", "93.184.216.20"})
+        EXPECT_TRUE(guard.allows(ip::make_address(far))) << far;
+}
+
+TEST(ConnectionGuard, refusesAllWhileTheNetworksAreNotKnown)
+{
+    ConnectionGuard const guard(remote, [] { return std::optional<std::vector<OwnNetwork>>(); });
+
+    EXPECT_FALSE(guard.allows(ip::make_address("8.8.8.8")));
+    EXPECT_TRUE(guard.allows(ip::make_address(remote)));
+}
+
+TEST(ConnectionGuard, knowsTheLoopbackNetworkWithItsPrefix)
+{
+    auto const all = ownNetworks();
+
+    ASSERT_TRUE(all);
+    EXPECT_TRUE(std::ranges::any_of(
+        *all, [](OwnNetwork const& network) { return network.contains(ip::make_address("127.9.9.9")); }));
+}
+
+// A proxy looks names up by itself: "localtest.me" is 127.0.0.1.
+TEST(ConnectionGuard, allowsTheGatewaysOwnHostOnlyThroughAProxy)
+{
+    ConnectionGuard const guard("Gateway.example.org");
+
+    for (char const* const host : {"gateway.example.org", "GATEWAY.example.org."})
         EXPECT_TRUE(guard.allowsHost(host)) << host;
-    for (char const* const host : {"", "localhost", "LOCALHOST", "localhost.", "a.localhost", "127.0.0.1",
-                                   "10.0.0.1", "[::1]", "::1", "[::ffff:127.0.0.1]", "169.254.169.254"})
+    EXPECT_TRUE(ConnectionGuard("2606:2800:220:1::1").allowsHost("[2606:2800:220:1::1]"));
+    for (char const* const host :
+         {"", "upload.example.org", "93.184.216.34", "[2606:2800:220:1::1]", "localhost", "a.localhost",
+          "127.0.0.1", "10.0.0.1", "[::1]", "localtest.me"}) {
         EXPECT_FALSE(guard.allowsHost(host)) << host;
+        EXPECT_FALSE(ConnectionGuard("").allowsHost(host)) << host;
+    }
 }
 
 } // namespace

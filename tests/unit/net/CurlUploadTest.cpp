@@ -346,6 +346,24 @@ TEST_F(CurlUploadTest, goesToNoServiceOfThisMachineForAGatewayElsewhere)
     EXPECT_EQ(wait(loading->upload(upload(9, server))).status, 200);
 }
 
+TEST_F(CurlUploadTest, goesThroughAProxyToTheGatewaysHostOnly)
+{
+    UploadServer proxy([](Guest& guest) {
+        guest.readHead();
+        guest.readBody(9);
+        guest.write(ok);
+    });
+    ScopedVariable const variable("http_proxy", proxy.url());
+    writeFile(recording, "recording");
+    HttpUpload one = upload(9, proxy);
+    one.gatewayPeer = "gateway.invalid";
+
+    one.url = "http://other.invalid/uploads/x"; // May be a name of this machine to the proxy.
+    EXPECT_TRUE(failureOf(one));
+    one.url = "http://gateway.invalid/uploads/x";
+    EXPECT_EQ(wait(loading->upload(one)).status, 200);
+}
+
 TEST_F(CurlUploadTest, goesToAGatewayOfThisMachine)
 {
     UploadServer server([](Guest& guest) {

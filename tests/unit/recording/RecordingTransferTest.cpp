@@ -49,6 +49,16 @@ TEST_F(RecordingTransferTest, handsARecordingOverInThreeSteps)
     EXPECT_TRUE(std::filesystem::exists(finished.file)) << "it stays until its time is over";
 }
 
+TEST_F(RecordingTransferTest, knowsAGatewayBehindAProxyByItsHost)
+{
+    platform.loading.peer = "";
+    accepted();
+    handle(recording("a.mp4"));
+
+    ASSERT_THAT(platform.loading.uploads, SizeIs(1));
+    EXPECT_EQ(platform.loading.uploads[0].gatewayPeer, "gateway.test");
+}
+
 TEST_F(RecordingTransferTest, keepsLocalWhatTheServiceRefusesForGood)
 {
     struct Case {

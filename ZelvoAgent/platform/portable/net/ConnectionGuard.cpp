@@ -6,11 +6,13 @@
 #include <boost/asio/ip/network_v6.hpp>
 
 #include <ifaddrs.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -91,17 +93,33 @@ ip::address plain(ip::address const& address)
     return address;
 }
 
-/// Whether one of this machine's interfaces has the address: it may be a public one.
-bool isOfThisMachine(ip::address const& address)
+std::vector<unsigned char> bytesOf(ip::address const& address)
 {
-    ifaddrs* raw = nullptr;
-    if (::getifaddrs(&raw) != 0)
-        return true;
-    std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> const all(raw, &::freeifaddrs);
-    for (ifaddrs const* each = raw; each; each = each->ifa_next)
-        if (each->ifa_addr && addressOf(*each->ifa_addr) == address)
-            return true;
-    return false;
+    if (address.is_v4()) {
+        auto const bytes = address.to_v4().to_bytes();
+        return {bytes.begin(), bytes.end()};
+    }
+    auto const bytes = address.to_v6().to_bytes();
+    return {bytes.begin(), bytes.end()};
+}
+
+int prefixOf(ip::address const& mask)
+{
+    int bits = 0;
+    for (unsigned char const byte : bytesOf(mask))
+        bits += std::popcount(byte);
+    return bits;
+}
+
+/// A name or address of a URL in one form.
+std::string plainHost(std::string const& host)
+{
+    std::string name = text::lowercased(host);
+    while (name.ends_with('.'))
+        name.pop_back();
+    if (name.starts_with('[') && name.ends_with(']'))
+        name = name.substr(1, name.size() - 2);
+    return name;
 }
 
 } // namespace
@@ -111,7 +129,44 @@ bool isPublicAddress(ip::address const& address)
     return address.is_v4() ? isPublic(address.to_v4()) : isPublic(address.to_v6());
 }
 
-ConnectionGuard::ConnectionGuard(std::string const& gatewayAddress)
+bool OwnNetwork::contains(ip::address const& other) const
+{
+    if (address == other)
+        return true;
+    if (prefix == 0 || address.is_v4() != other.is_v4())
+        return false;
+    std::vector<unsigned char> const ours = bytesOf(address);
+    std::vector<unsigned char> const theirs = bytesOf(other);
+    for (int bit = 0; bit < prefix; ++bit) {
+        auto const at = static_cast<std::size_t>(bit / 8);
+        if (((ours[at] ^ theirs[at]) & (0x80U >> (bit % 8))) != 0)
+            return false;
+    }
+    return true;
+}
+
+std::optional<std::vector<OwnNetwork>> ownNetworks()
+{
+    ifaddrs* raw = nullptr;
+    if (::getifaddrs(&raw) != 0)
+        return std::nullopt;
+    std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> const all(raw, &::freeifaddrs);
+    std::vector<OwnNetwork> networks;
+    for (ifaddrs const* each = raw; each; each = each->ifa_next) {
+        auto const address = each->ifa_addr ? addressOf(*each->ifa_addr) : std::nullopt;
+        if (!address)
+            continue;
+        auto const mask = each->ifa_netmask ? addressOf(*each->ifa_netmask) : std::nullopt;
+        networks.push_back({.address = *address, .prefix = mask ? prefixOf(*mask) : 0});
+        bool const hasPeer = (each->ifa_flags & IFF_POINTOPOINT) != 0 && each->ifa_dstaddr;
+        if (auto const peer = hasPeer ? addressOf(*each->ifa_dstaddr) : std::nullopt)
+            networks.push_back({.address = *peer});
+    }
+    return networks;
+}
+
+ConnectionGuard::ConnectionGuard(std::string const& gatewayAddress, Networks networks)
+    : gatewayHost(plainHost(gatewayAddress)), networks(networks)
 {
     boost::system::error_code error;
     ip::address const address = ip::make_address(gatewayAddress, error);
@@ -124,7 +179,17 @@ bool ConnectionGuard::allows(ip::address const& address) const
     ip::address const wanted = plain(address);
     if (gateway && (gateway->is_loopback() || *gateway == wanted))
         return true;
-    return isPublicAddress(wanted) && !isOfThisMachine(wanted);
+    return isPublicAddress(wanted) && !isNear(wanted);
+}
+
+/// Whether an address is this machine's or one of its networks', which may have public addresses.
+bool ConnectionGuard::isNear(ip::address const& address) const
+{
+    auto const all = networks();
+    auto const inner = address.is_v6() ? innerV4(address.to_v6()) : std::nullopt;
+    return !all || std::ranges::any_of(*all, [&](OwnNetwork const& network) {
+        return network.contains(address) || (inner && network.contains(*inner));
+    });
 }
 
 bool ConnectionGuard::allows(sockaddr const& address) const
@@ -135,16 +200,7 @@ bool ConnectionGuard::allows(sockaddr const& address) const
 
 bool ConnectionGuard::allowsHost(std::string const& host) const
 {
-    std::string name = text::lowercased(host);
-    while (name.ends_with('.'))
-        name.pop_back();
-    if (name.starts_with('[') && name.ends_with(']'))
-        name = name.substr(1, name.size() - 2);
-    boost::system::error_code error;
-    ip::address const address = ip::make_address(name, error);
-    if (!error)
-        return allows(address);
-    return !name.empty() && name != "localhost" && !name.ends_with(".localhost");
+    return !gatewayHost.empty() && plainHost(host) == gatewayHost;
 }
 
 } // namespace zelvo

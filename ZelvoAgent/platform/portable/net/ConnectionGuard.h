@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 struct sockaddr;
 
@@ -13,22 +14,40 @@ namespace zelvo {
 /// reserved. Addresses that carry an IPv4 address in them (mapped, translated, 6to4) count as that.
 bool isPublicAddress(boost::asio::ip::address const& address);
 
+/// A network that one of this machine's interfaces is in.
+struct OwnNetwork {
+    boost::asio::ip::address address; ///< the interface's own, or that of its peer
+    int prefix = 0;                   ///< bits that all addresses of the network share
+
+    bool contains(boost::asio::ip::address const& other) const;
+};
+
+/// The networks of the present moment; nullopt if the system doesn't say.
+std::optional<std::vector<OwnNetwork>> ownNetworks();
+
 /// Decides where a call may go whose URL a gateway chose. A URL of this machine or of its network would make
 /// the agent knock at services that the gateway can't reach itself. What counts is the address that is
 /// connected to, not the name, which may lead elsewhere at each look. Thread: any.
 class ConnectionGuard {
 public:
+    using Networks = std::optional<std::vector<OwnNetwork>> (*)();
+
     /// gatewayAddress  from where the gateway answered, which is allowed, too; a loopback address allows
-    ///                 everything. Empty if it answered through a proxy
-    explicit ConnectionGuard(std::string const& gatewayAddress);
+    ///                 everything. Its host name if it answered through a proxy
+    explicit ConnectionGuard(std::string const& gatewayAddress, Networks networks = &ownNetworks);
 
     bool allows(boost::asio::ip::address const& address) const;
     bool allows(sockaddr const& address) const;
-    /// The host of a URL, for a call through a proxy, which looks names up by itself.
+    /// The host of a URL, for a call through a proxy. Only the gateway's own is allowed: the proxy looks
+    /// names up by itself, and any name may lead to this machine.
     bool allowsHost(std::string const& host) const;
 
 private:
+    bool isNear(boost::asio::ip::address const& address) const;
+
     std::optional<boost::asio::ip::address> gateway;
+    std::string gatewayHost;
+    Networks networks;
 };
 
 } // namespace zelvo
