@@ -1,4 +1,6 @@
 #include "GrantedFolder.h"
+#include "platform/linux/system/XdgFolders.h"
+#include "platform/portable/files/Files.h"
 #include "wire/PrivateMark.h"
 
 #include <gtest/gtest.h>
@@ -121,6 +123,35 @@ TEST_P(PrivatePlacesTest, areRefusedUnderAnotherNameOfTheFile)
     expectRefused(files.in / "other name");
 }
 
+// What the program stored and replaced since keeps its mark.
+TEST_P(PrivatePlacesTest, areRefusedUnderAnOlderNameOfAReplacedFile)
+{
+    fs::path const token = beside / "keychain/token";
+    ASSERT_TRUE(zelvo::files::replace(token, "secret"));
+    if (::getxattr(token.c_str(), PrivateMark::attribute, nullptr, 0) < 0 && errno == EOPNOTSUPP)
+        GTEST_SKIP() << "this file system has no extended attributes";
+    fs::create_hard_link(token, files.in / "other name");
+    ASSERT_TRUE(zelvo::files::replace(token, "secret"));
+
+    expectRefused(files.in / "other name");
+}
+
+// A path to the file would be longer than the system allows.
+TEST_P(PrivatePlacesTest, areRefusedWhenTheyCannotAllBeSeen)
+{
+    UniqueFd deep(::open(beside.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::string const name(200, 'd');
+    for (int depth = 0; depth < 25; ++depth) {
+        ASSERT_EQ(::mkdirat(deep.get(), name.c_str(), 0700), 0);
+        deep = UniqueFd(::openat(deep.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    }
+    UniqueFd const file(::openat(deep.get(), "token", O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(::write(file.get(), "secret", 6), 6);
+    ASSERT_EQ(::linkat(deep.get(), "token", AT_FDCWD, (files.in / "other name").c_str(), 0), 0);
+
+    expectRefused(files.in / "other name");
+}
+
 // Hard links to anything else are the person's business: the granted name decides.
 TEST_P(PrivatePlacesTest, leaveOtherFilesWithTwoNamesAlone)
 {
@@ -227,6 +258,13 @@ TEST_P(PrivatePlacesTest, areNotReadWhileTheyAreSwappedWithAGrantedFolder)
     EXPECT_FALSE(seen.contains("secret"));
     EXPECT_GT(seen["scope_denied"], 0);
     EXPECT_GE(swaps, 2000);
+}
+
+TEST(PrivateFolders, holdTheInstalledProgram)
+{
+    auto const folders = xdg::privateFolders();
+
+    EXPECT_NE(std::ranges::find(folders, xdg::dataHome() / "zelvo-agent"), folders.end());
 }
 
 } // namespace

@@ -36,18 +36,36 @@ bool isMarked(int folder)
     return ::fstatat(folder, PrivateMark::fileName, &facts, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-/// Calls `visit` with what is known of everything below a folder, links followed once.
+/// Calls `visit` with what is known of everything below a folder, links followed once. Returns what kept it
+/// from seeing everything.
 template <class Visit>
-void forAllBelow(fs::path const& folder, Visit visit)
+std::error_code visitAllBelow(fs::path const& folder, Visit visit)
 {
     std::error_code error;
-    auto const options = fs::directory_options::skip_permission_denied;
-    for (fs::recursive_directory_iterator entry(folder, options, error), end; !error && entry != end;
+    if (!fs::exists(folder, error))
+        return error;
+    for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         struct stat facts{};
-        if (::stat(entry->path().c_str(), &facts) == 0)
+        if (::stat(entry->path().c_str(), &facts) == 0 || ::lstat(entry->path().c_str(), &facts) == 0)
             visit(facts);
+        else if (errno != ENOENT) // Else it was removed meanwhile.
+            return {errno, std::generic_category()};
     }
+    return error;
+}
+
+/// False if not everything below the folder can be seen. A folder that is removed meanwhile is tried again.
+template <class Visit>
+bool forAllBelow(fs::path const& folder, Visit visit)
+{
+    constexpr int attempts = 5;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        std::error_code const error = visitAllBelow(folder, visit);
+        if (error != std::errc::no_such_file_or_directory)
+            return !error;
+    }
+    return false;
 }
 
 } // namespace
@@ -60,13 +78,15 @@ PrivatePlaces::PrivatePlaces(std::vector<fs::path> folders) : folders(std::move(
 
 bool PrivatePlaces::hasFolder(int folder) const
 {
-    std::set<Id> const ids = folderIds();
+    auto const ids = folderIds();
+    if (!ids)
+        return true;
     UniqueFd const root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     auto const top = root ? idOfFolder(root.get()) : std::nullopt;
     UniqueFd reached(::openat(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
     for (int depth = 0; reached && depth < maxDepth; ++depth) {
         auto const id = idOfFolder(reached.get());
-        if (!id || ids.contains(*id) || isMarked(reached.get()))
+        if (!id || ids->contains(*id) || isMarked(reached.get()))
             return true;
         UniqueFd parent(::openat(reached.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
         // A folder that is mounted on its own child has its parent's identity, too.
@@ -81,7 +101,7 @@ bool PrivatePlaces::hasFile(int file) const
 {
     struct stat facts{};
     return ::fstat(file, &facts) != 0 || ::fgetxattr(file, PrivateMark::attribute, nullptr, 0) >= 0 ||
-           fileIds().contains(idOf(facts));
+           isPrivateFile(idOf(facts));
 }
 
 bool PrivatePlaces::hasName(int folder, std::string const& name) const
@@ -92,20 +112,22 @@ bool PrivatePlaces::hasName(int folder, std::string const& name) const
     if (::fstatat(folder, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0)
         return errno != ENOENT;
     std::string const path = "/proc/self/fd/" + std::to_string(folder) + "/" + name;
-    return ::lgetxattr(path.c_str(), PrivateMark::attribute, nullptr, 0) >= 0 ||
-           fileIds().contains(idOf(facts));
+    return ::lgetxattr(path.c_str(), PrivateMark::attribute, nullptr, 0) >= 0 || isPrivateFile(idOf(facts));
 }
 
-/// The private folders, and all folders in them: one of those may be mounted elsewhere.
-std::set<PrivatePlaces::Id> PrivatePlaces::folderIds() const
+/// The private folders, and all folders in them: one of those may be mounted elsewhere. `nullopt` if they
+/// can't all be seen.
+std::optional<std::set<PrivatePlaces::Id>> PrivatePlaces::folderIds() const
 {
     std::set<Id> ids;
     for (fs::path const& folder : folders) {
         hold(folder);
-        forAllBelow(folder, [&](struct stat const& facts) {
+        bool const isWhole = forAllBelow(folder, [&](struct stat const& facts) {
             if (S_ISDIR(facts.st_mode))
                 ids.insert(idOf(facts));
         });
+        if (!isWhole)
+            return std::nullopt;
     }
     std::scoped_lock const guard(lock);
     for (auto const& [id, open] : held)
@@ -113,15 +135,18 @@ std::set<PrivatePlaces::Id> PrivatePlaces::folderIds() const
     return ids;
 }
 
-std::set<PrivatePlaces::Id> PrivatePlaces::fileIds() const
+/// Also true if the private files can't all be seen.
+bool PrivatePlaces::isPrivateFile(Id const& id) const
 {
-    std::set<Id> ids;
-    for (fs::path const& folder : folders)
-        forAllBelow(folder, [&](struct stat const& facts) {
-            if (!S_ISDIR(facts.st_mode))
-                ids.insert(idOf(facts));
+    bool isFound = false;
+    for (fs::path const& folder : folders) {
+        bool const isWhole = forAllBelow(folder, [&](struct stat const& facts) {
+            isFound = isFound || (!S_ISDIR(facts.st_mode) && idOf(facts) == id);
         });
-    return ids;
+        if (isFound || !isWhole)
+            return true;
+    }
+    return false;
 }
 
 void PrivatePlaces::hold(fs::path const& folder) const

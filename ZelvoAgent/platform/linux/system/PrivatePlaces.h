@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -33,8 +34,8 @@ public:
 private:
     using Id = std::pair<dev_t, ino_t>;
 
-    std::set<Id> folderIds() const;
-    std::set<Id> fileIds() const;
+    std::optional<std::set<Id>> folderIds() const;
+    bool isPrivateFile(Id const& id) const;
     void hold(std::filesystem::path const& folder) const;
 
     std::vector<std::filesystem::path> const folders;

@@ -71,7 +71,8 @@ fs::path keychainFolder()
 
 std::vector<fs::path> privateFolders()
 {
-    return {settingsFolder(), dataHome() / identifier, dataHome() / "zelvo-gateway"};
+    return {settingsFolder(), dataHome() / identifier, dataHome() / "zelvo-agent",
+            dataHome() / "zelvo-gateway"};
 }
 
 } // namespace zelvo::xdg

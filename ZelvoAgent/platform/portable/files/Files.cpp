@@ -1,6 +1,7 @@
 #include "platform/portable/files/Files.h"
 
 #include "platform/portable/files/FileBytes.h"
+#include "platform/portable/files/FileMarks.h"
 #include "platform/portable/files/UniqueFd.h"
 
 #include <fcntl.h>
@@ -44,6 +45,8 @@ std::optional<Identity> writeNew(fs::path const& path, std::string_view content)
 {
     UniqueFd const file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     struct stat facts{};
+    if (file)
+        markPrivate(file.get());
     if (!file || !writeAll(file.get(), content) || ::fsync(file.get()) != 0 ||
         ::fstat(file.get(), &facts) != 0)
         return std::nullopt;
