@@ -1,5 +1,4 @@
 #include "platform/portable/files/FileMarks.h"
-
 #include "wire/PrivateMark.h"
 
 #include <sys/xattr.h>
