@@ -22,7 +22,7 @@ namespace websocket = boost::beast::websocket;
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 
 struct Outgoing {
-    std::string bytes;
+    std::shared_ptr<std::string const> bytes;
     bool text = true;
 };
 
@@ -118,7 +118,7 @@ void FakeMachine::State::answer(json::object const& frame)
     if (!reply)
         return;
     (*reply)["id"] = frame.at("id");
-    send({writeJson(*reply)});
+    send({std::make_shared<std::string const>(writeJson(*reply))});
 }
 
 void FakeMachine::State::send(Outgoing message)
@@ -139,7 +139,7 @@ Task<> FakeMachine::State::writeAll()
         Outgoing const message = std::move(outgoing.front());
         outgoing.pop_front();
         socket.binary(!message.text);
-        auto const [error, count] = co_await socket.async_write(asio::buffer(message.bytes), asTuple);
+        auto const [error, count] = co_await socket.async_write(asio::buffer(*message.bytes), asTuple);
         if (error)
             outgoing.clear();
     }
@@ -189,14 +189,24 @@ void FakeMachine::onFrame(Handler handler)
 
 void FakeMachine::sendText(std::string text)
 {
-    asio::post(state->socket.get_executor(),
-               [state = state, text = std::move(text)] { state->send({text}); });
+    asio::post(state->socket.get_executor(), [state = state, text = std::make_shared<std::string const>(
+                                                                 std::move(text))] { state->send({text}); });
 }
 
 void FakeMachine::sendBinary(std::string bytes)
 {
     asio::post(state->socket.get_executor(),
-               [state = state, bytes = std::move(bytes)] { state->send({bytes, false}); });
+               [state = state, bytes = std::make_shared<std::string const>(std::move(bytes))] {
+                   state->send({bytes, false});
+               });
+}
+
+void FakeMachine::sendBoth(std::shared_ptr<std::string const> bytes)
+{
+    asio::post(state->socket.get_executor(), [state = state, bytes = std::move(bytes)] {
+        state->send({bytes});
+        state->send({bytes, false});
+    });
 }
 
 void FakeMachine::sendEvent(std::string const& event, json::object data, std::string const& connectionId)

@@ -61,6 +61,8 @@ public:
     void onFrame(Handler handler);
     void sendText(std::string text);
     void sendBinary(std::string bytes);
+    /// Sends these bytes as text, then as bytes, without a copy.
+    void sendBoth(std::shared_ptr<std::string const> bytes);
     void heartbeat(std::string const& computerName = "box",
                    bool paused = false,
                    std::string const& availability = "ready");
