@@ -35,19 +35,28 @@ slow.addEventListener('input', () => { const end = performance.now() + 400; whil
 </script></html>)html";
 }
 
-TEST_F(Strict, judgesWhatIsThereWhenTheInputArrivesInAPage)
+/// A page in Chromium in front, with the strict guard on.
+class StrictInAPage : public Strict {
+protected:
+    void openPage(std::string_view text)
+    {
+        connection = linkByReturn({"screen", "input"});
+        auto const file = desktop.home() / "page.html";
+        std::ofstream(file) << text;
+        desktop.start(
+            chromium(desktop, {"--window-position=0,0", "--window-size=900,800", "file://" + file.string()}));
+        letterWindow = desktop.waitForWindow({.title = "Order: open"}, 60s);
+        require("the page in front", [&] { return desktop.activeWindow() == letterWindow; }, 20s);
+        require(
+            "the elements of the page",
+            [&] { return findIf(tree(connection), "AXButton", "Send") != nullptr; }, 30s);
+        setStrict(true);
+    }
+};
+
+TEST_F(StrictInAPage, judgesWhatIsThereWhenTheInputArrivesInAPage)
 {
-    connection = linkByReturn({"screen", "input"});
-    auto const file = desktop.home() / "shifting.html";
-    std::ofstream(file) << shiftingPage();
-    desktop.start(
-        chromium(desktop, {"--window-position=0,0", "--window-size=900,800", "file://" + file.string()}));
-    letterWindow = desktop.waitForWindow({.title = "Order: open"}, 60s);
-    require("the page in front", [&] { return desktop.activeWindow() == letterWindow; }, 20s);
-    require(
-        "the elements of the page", [&] { return findIf(tree(connection), "AXButton", "Send") != nullptr; },
-        30s);
-    setStrict(true);
+    openPage(shiftingPage());
     json::value const code = clickOn("AXTextField", "Code");
     json::value const slow = clickOn("AXTextField", "Slow");
     json::value const name = clickOn("AXTextField", "Name");
@@ -69,19 +78,9 @@ TEST_F(Strict, judgesWhatIsThereWhenTheInputArrivesInAPage)
     EXPECT_FALSE(pressed());
 }
 
-TEST_F(Strict, leavesNoWayToPressAButtonOfAPageWithoutAQuestion)
+TEST_F(StrictInAPage, leavesNoWayToPressAButtonOfAPageWithoutAQuestion)
 {
-    connection = linkByReturn({"screen", "input"});
-    auto const file = desktop.home() / "order.html";
-    std::ofstream(file) << page;
-    desktop.start(
-        chromium(desktop, {"--window-position=0,0", "--window-size=900,800", "file://" + file.string()}));
-    letterWindow = desktop.waitForWindow({.title = "Order: open"}, 60s);
-    require("the page in front", [&] { return desktop.activeWindow() == letterWindow; }, 20s);
-    require(
-        "the elements of the page", [&] { return findIf(tree(connection), "AXButton", "Send") != nullptr; },
-        30s);
-    setStrict(true);
+    openPage(page);
     json::value const send = clickOn("AXButton", "Send");
     json::value const look = clickOn("AXButton", "Look");
     json::value const name = clickOn("AXTextField", "Name");

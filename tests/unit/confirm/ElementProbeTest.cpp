@@ -32,6 +32,17 @@ public:
     void show(FakeElement window) { app().windows = {std::move(window)}; }
     void focusWindow(FakeElement window) { app().focusedWindow = std::move(window); }
 
+    /// Expects a form in a page to have this default button.
+    void expectDefault(FakeElement form, std::string const& title)
+    {
+        FakeElement page{.role = "AXWebArea"};
+        page.children = {std::move(form)};
+        focusWindow(window({page}));
+        auto const found = run(platform.io, probe.defaultButton());
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->title, title);
+    }
+
     static FakeElement window(std::vector<FakeElement> children, std::string subrole = "AXStandardWindow")
     {
         return {.role = "AXWindow", .subrole = std::move(subrole), .children = std::move(children)};
@@ -527,14 +538,8 @@ TEST_F(ElementProbeTest, findsTheDefaultButtonOfAFormWithALongListToChooseFrom)
     row.children = {FakeElement{.role = "AXTextField", .focused = true}, countries};
     FakeElement form{.isForm = true};
     form.children = {row, within(2, submit)};
-    FakeElement page{.role = "AXWebArea"};
-    page.children = {form};
-    focusWindow(window({page}));
 
-    auto const found = run(platform.io, probe.defaultButton());
-
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found->title, "Pay");
+    expectDefault(form, "Pay");
 }
 
 TEST_F(ElementProbeTest, aLargePartOfAFormHidesNoDefaultButtonBesideIt)
@@ -546,14 +551,8 @@ TEST_F(ElementProbeTest, aLargePartOfAFormHidesNoDefaultButtonBesideIt)
     submit.isDefault = true;
     FakeElement form{.isForm = true};
     form.children = {large, submit};
-    FakeElement page{.role = "AXWebArea"};
-    page.children = {form};
-    focusWindow(window({page}));
 
-    auto const found = run(platform.io, probe.defaultButton());
-
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found->title, "Pay");
+    expectDefault(form, "Pay");
 }
 
 TEST_F(ElementProbeTest, aFormWhoseDefaultButtonIsElsewhereHasAnUnknownOne)
