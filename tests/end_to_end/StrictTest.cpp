@@ -8,6 +8,7 @@ namespace {
 constexpr char const* shifting = R"py(
 import time
 import gi
+gi.require_version("Gdk", "3.0")
 gi.require_version("Gtk", "3.0")
 from gi.repository import Gdk, Gtk
 

@@ -107,7 +107,7 @@ private:
         Reader(FakeAccessibility& system, std::int32_t pid)
             : system(system), pid(pid), its(system.applications[pid])
         {
-            known.push_back(&its.itself);
+            handle(its.itself);
         }
 
         Element application() override { return {0}; }
@@ -220,10 +220,13 @@ private:
                 system.onQuestion(question);
             return read;
         }
+        /// The same for the same element, however it was reached.
         Element handle(FakeElement const& element)
         {
-            known.push_back(&element);
-            return {static_cast<std::uint32_t>(known.size() - 1)};
+            auto const [at, isNew] = indices.try_emplace(&element, static_cast<std::uint32_t>(known.size()));
+            if (isNew)
+                known.push_back(&element);
+            return {at->second};
         }
 
         std::vector<FakeElement const*> roots() const
@@ -297,6 +300,7 @@ private:
         FakeAccessibility& system;
         std::int32_t pid;
         FakeApplication& its;
+        std::map<FakeElement const*, std::uint32_t> indices; ///< in `known`
         std::vector<FakeElement const*> known;
     };
 };

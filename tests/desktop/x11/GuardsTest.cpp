@@ -603,6 +603,7 @@ TEST_F(GuardsOnADesktop, watchWhetherAHiddenApplicationIsInFront)
     bringToFront(harmless);
     EXPECT_FALSE(live.run(front.isBarred()));
     bringToFront(hidden);
+    EXPECT_TRUE(waitFor([&] { return live.run(front.isBarred()); }, 5s));
 
     // Everything under way ends before what it uses.
     changes.observe({});

@@ -164,6 +164,7 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
     if (GetParam() && !stage.hasCompositor)
         GTEST_SKIP() << "picom is not installed";
     Painter(stage.desktop.display()).paintRoot(0x336699);
+    Painter(stage.desktop.display()).movePointer(1500, 50); // Over a hidden window it is not shown.
     PainterProcess others(stage.desktop, program(stage, "others"));
     PainterProcess secret(stage.desktop, program(stage, "secret"));
     others.open(
