@@ -107,12 +107,16 @@ Task<> ActionHandlers::confirm(InputAction action, Asker asker, StrictActions::R
 {
     if (auto const* const pressed = std::get_if<InputAction::ClickElement>(&action.value)) {
         auto const application = services.elements.applicationOf(pressed->snapshotId);
-        // An element that cannot be read is not clicked, so it is never taken for one that needs no question.
+        std::optional<ProbedElement> found;
         Confirmations::Look const look = [&]() -> Task<std::optional<ProbedElement>> {
-            co_return co_await services.elements.assertMayBeClicked(pressed->snapshotId, pressed->elementId);
+            found = co_await services.elements.foundAt(pressed->snapshotId, pressed->elementId);
+            co_return found;
         };
         Confirmations::Recheck const again = [&] { return recheck(application); };
-        co_await services.confirmations.askAboutPress(look, std::move(asker), again);
+        bool const isAllowed = co_await services.confirmations.askAboutPress(look, std::move(asker), again);
+        // What needed no question is not taken for the element, whatever is there a moment later.
+        if (!isAllowed)
+            services.elements.assertSame(pressed->snapshotId, pressed->elementId, *found);
     } else if (auto const* const chord = std::get_if<InputAction::Key>(&action.value)) {
         Confirmations::Keys keys;
         keys.names = chord->keys;

@@ -47,14 +47,15 @@ Task<> Confirmations::askAboutClick(DesktopPoint at, Asker asker, Recheck rechec
     co_await askAboutPress(look, std::move(asker), std::move(recheck));
 }
 
-Task<> Confirmations::askAboutPress(Look look, Asker asker, Recheck recheck)
+Task<bool> Confirmations::askAboutPress(Look look, Asker asker, Recheck recheck)
 {
     PressOrNone const before = pressOf(co_await look());
     if (!before || !co_await ask(before->subject, std::move(asker)))
-        co_return;
+        co_return false;
     co_await recheck();
     if (pressOf(co_await look()) != before)
         throw changedMeanwhile();
+    co_return true;
 }
 
 Task<> Confirmations::askAboutKeys(Keys keys, Asker asker, Recheck recheck)

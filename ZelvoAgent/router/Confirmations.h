@@ -50,8 +50,8 @@ public:
     /// What a click would press at this moment.
     using Look = std::function<Task<std::optional<ProbedElement>>()>;
     /// Asks if a press of what `look` gives would commit something; then `recheck` is called. Throws
-    /// changedMeanwhile() if something else is there after the answer.
-    Task<> askAboutPress(Look look, Asker asker, Recheck recheck);
+    /// changedMeanwhile() if something else is there after the answer. False if nothing had to be asked.
+    Task<bool> askAboutPress(Look look, Asker asker, Recheck recheck);
     /// The same for a left click at this point.
     Task<> askAboutClick(DesktopPoint at, Asker asker, Recheck recheck);
     /// A chord, and the application in front that gets it.

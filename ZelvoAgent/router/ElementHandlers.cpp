@@ -92,10 +92,27 @@ Task<ProbedElement> ElementHandlers::assertMayBeClicked(std::string snapshotId, 
         co_await assertFromFrontmostApp(*snapshot->app);
     DesktopPoint const point = info.frame.center();
     co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(point); });
-    auto probed = co_await services.probe.element(point);
-    if (!probed || !sameElement(*probed, info))
+    ProbedElement found = co_await foundAt(snapshotId, elementId);
+    assertSame(snapshotId, elementId, found);
+    co_return found;
+}
+
+Task<ProbedElement> ElementHandlers::foundAt(std::string snapshotId, std::string elementId)
+{
+    UiElementInfo const info = element(snapshotId, elementId);
+    auto probed = co_await services.probe.element(info.frame.center());
+    if (!probed)
         throw otherElementNow(info, probed);
     co_return *std::move(probed);
+}
+
+void ElementHandlers::assertSame(std::string const& snapshotId,
+                                 std::string const& elementId,
+                                 ProbedElement const& found) const
+{
+    UiElementInfo const info = element(snapshotId, elementId);
+    if (!sameElement(found, info))
+        throw otherElementNow(info, found);
 }
 
 Task<DesktopPoint> ElementHandlers::assertHoldsText(InputAction::SetValue action)

@@ -39,6 +39,12 @@ public:
     UiElementInfo element(std::string const& snapshotId, std::string const& elementId) const;
     /// The application that a snapshot shows; `nullopt` if it is unknown. Throws AgentError::snapshotExpired.
     std::optional<std::string> applicationOf(std::string const& snapshotId) const;
+    /// What is at the place of an element now. Throws AgentError::snapshotExpired if nothing can be read
+    /// there: what cannot be judged is not clicked.
+    Task<ProbedElement> foundAt(std::string snapshotId, std::string elementId);
+    /// Throws AgentError::snapshotExpired unless what was found there is the element.
+    void
+    assertSame(std::string const& snapshotId, std::string const& elementId, ProbedElement const& found) const;
     /// Throws unless the element is in front, unchanged and not one of this program; gives what is there now.
     Task<ProbedElement> assertMayBeClicked(std::string snapshotId, std::string elementId);
     /// Clicks an element if it is still the one that the snapshot shows.

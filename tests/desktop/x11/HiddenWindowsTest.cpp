@@ -164,7 +164,6 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
     if (GetParam() && !stage.hasCompositor)
         GTEST_SKIP() << "picom is not installed";
     Painter(stage.desktop.display()).paintRoot(0x336699);
-    Painter(stage.desktop.display()).movePointer(1500, 50); // Over a hidden window it is not shown.
     PainterProcess others(stage.desktop, program(stage, "others"));
     PainterProcess secret(stage.desktop, program(stage, "secret"));
     others.open(
@@ -179,6 +178,7 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
     // It fades in if there is a compositing manager.
     require("the first of it", [&] { return colorAt(stage.onTheScreen(), 1250, 450) != 0x336699; });
     stage.settledScreen();
+    Painter(stage.desktop.display()).movePointer(1500, 50); // Over a hidden window it is not shown.
     // Stays hidden throughout, because both pictures are merged.
     secret.open({.x = 1800, .y = 20, .width = 20, .height = 20, .color = planted, .overrideRedirect = true});
     Picture const before = stage.take({"secret"});
