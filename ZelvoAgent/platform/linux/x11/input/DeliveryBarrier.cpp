@@ -17,6 +17,9 @@ namespace {
 constexpr Duration timeWithoutAnswer = 300ms;
 constexpr Duration maxUnrest = 10s;
 constexpr Duration maxPages = 3s;
+/// What a toolkit shows under the pointer has its place only with the next picture, within two 60ths of a
+/// second.
+constexpr Duration maxLayout = 35ms;
 /// A page learns where the pointer is with its next picture, within two 60ths of a second.
 constexpr int glancesAtPages = 4;
 constexpr Duration maxWork = 1s; // Of processor time: some programs never rest.
@@ -50,7 +53,19 @@ DeliveryBarrier::DeliveryBarrier(Contexts contexts, Clock& clock, InputConnectio
 Task<bool> DeliveryBarrier::waitForAll()
 {
     bool const isHandled = co_await waitForWindow();
+    if (co_await on(contexts.workers, [this] { return hasPointerMoved(); }))
+        co_await clock.sleepThroughCancel(maxLayout);
     co_return co_await waitForPages() && isHandled;
+}
+
+bool DeliveryBarrier::hasPointerMoved()
+{
+    XReply<xcb_query_pointer_reply_t> const pointer(xcb_query_pointer_reply(
+        connection.raw(), xcb_query_pointer(connection.raw(), connection.root()), nullptr));
+    if (!pointer)
+        return false;
+    std::pair<int, int> const now(pointer->root_x, pointer->root_y);
+    return std::exchange(lastPointer, now) != now;
 }
 
 Task<bool> DeliveryBarrier::waitForWindow()

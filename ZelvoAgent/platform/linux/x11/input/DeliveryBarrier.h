@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace zelvo {
@@ -25,6 +26,8 @@ public:
     Task<bool> waitForAll();
 
 private:
+    /// Whether it has moved since the last time.
+    bool hasPointerMoved();
     /// False if the window has promised to answer, and does not.
     Task<bool> waitForWindow();
     Task<bool> waitForPages();
@@ -50,6 +53,7 @@ private:
     std::uint32_t protocolsAtom;
     std::uint32_t pingAtom;
     std::uint32_t lastSerial = 0;
+    std::pair<int, int> lastPointer;
     std::set<std::uint32_t> silentWindows; ///< promise to answer, and do not
     bool isSilent = false;                 ///< the window with the focus is one of them
 };
