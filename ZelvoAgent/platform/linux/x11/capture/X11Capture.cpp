@@ -32,7 +32,7 @@ CaptureResult X11Capture::take(PixelRect area, std::set<std::string> const& excl
     auto const wait = scene.unsettled();
     if (wait.count() > 0 && !lastTry) {
         result.wait = wait;
-    } else if (!scene.exclusion().isAny() && !(compositor && (scene.lingers() || wait.count() > 0))) {
+    } else if (!scene.exclusion().isAny() && (!compositor || (!scene.lingers() && wait.count() == 0))) {
         result.picture = reader.screen(scene.windows(), scene.exclusion());
     } else {
         result.picture = reader.composed(scene.windows(), scene.exclusion(), compositor);
