@@ -24,7 +24,7 @@ Task<bool> Confirmations::ask(ConfirmationSubject subject, std::optional<Asker> 
     co_return true;
 }
 
-Task<> Confirmations::assertMayStillAct(Asker asker)
+Task<> Confirmations::assertMayStillAct(Asker asker) const
 {
     co_await on(services.main, [&] {
         if (asker.scope)
@@ -88,7 +88,7 @@ Confirmations::PressOrNone Confirmations::pressOf(std::optional<ProbedElement> e
     return Press{*std::move(subject), std::move(element)};
 }
 
-Task<DangerousShortcuts::Chords> Confirmations::givenBy(std::vector<std::string> keys)
+Task<DangerousShortcuts::Chords> Confirmations::givenBy(std::vector<std::string> keys) const
 {
     Chord const chord = Chord::of(keys);
     auto const code = chord.key ? KeyCodes::code(*chord.key) : std::nullopt;

@@ -81,13 +81,13 @@ private:
     using PressOrNone = std::optional<Press>;
 
     /// As at the command's admission: the person may have paused, locked or taken the right away meanwhile.
-    Task<> assertMayStillAct(Asker asker);
+    Task<> assertMayStillAct(Asker asker) const;
     static PressOrNone pressOf(std::optional<ProbedElement> element);
     /// What a chord would press, and the asker asks about.
     Task<PressOrNone> pressBy(Keys keys, Asker asker);
     Task<PressOrNone> activationBy(std::string key, std::string frontName, Keys keys, Asker asker);
     /// The chords that the keyboard layout gives.
-    Task<DangerousShortcuts::Chords> givenBy(std::vector<std::string> keys);
+    Task<DangerousShortcuts::Chords> givenBy(std::vector<std::string> keys) const;
 
     Services services;
 };
