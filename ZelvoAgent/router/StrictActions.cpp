@@ -92,7 +92,7 @@ Task<> StrictActions::run(InputAction::Drag action, Turn turn)
 /// let go outside of it, and only after a yes the whole press is made again.
 Task<> StrictActions::release(Hold hold, Turn turn)
 {
-    bool isHandled = co_await settle();
+    bool isHandled = co_await services.input.delivered();
     auto subject = co_await subjectOf(hold.to, hold.button, isHandled, turn.asker);
     while (subject) {
         co_await services.input.releaseAll();
@@ -101,7 +101,7 @@ Task<> StrictActions::release(Hold hold, Turn turn)
         if (!co_await services.input.dragHeld(hold.from, hold.to, hold.button, secondDragMs))
             co_return;
         noteInput();
-        isHandled = co_await settle();
+        isHandled = co_await services.input.delivered();
         auto now = co_await subjectOf(hold.to, hold.button, isHandled, turn.asker);
         if (now == subject)
             break;
@@ -125,7 +125,7 @@ Task<> StrictActions::askAboutPiece(std::string piece, Turn turn)
     if (endsLine(piece)) {
         co_await askAboutKeys(keys, turn);
     } else {
-        bool const isHandled = !std::exchange(mayHaveMoved, false) || co_await settle();
+        bool const isHandled = !std::exchange(mayHaveMoved, false) || co_await services.input.delivered();
         auto const focused = co_await services.probe.currentElement();
         if (!isHandled || (focused && isButtonRole(focused->role)))
             co_await askAboutKeys(keys, turn);
@@ -146,7 +146,7 @@ Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
 {
     Confirmations::Keys pressed;
     if (DangerousShortcuts::activatingKey(keys, {}))
-        pressed.isFocusKnown = co_await settle();
+        pressed.isFocusKnown = co_await services.input.delivered();
     pressed.names = std::move(keys);
     pressed.front = co_await services.probe.frontmostApp();
     pressed.strictness = Strictness::strict;
@@ -187,7 +187,7 @@ Task<bool> StrictActions::pointAt(DesktopPoint at)
 {
     co_await services.shown.perform(InputAction::Move{at});
     noteInput();
-    co_return co_await settle();
+    co_return co_await services.input.delivered();
 }
 
 /// The right button opens a menu on a button, but it presses the items of an open menu like any other.
@@ -201,11 +201,6 @@ StrictActions::subjectOf(DesktopPoint at, MouseButton button, bool isHandled, As
     if (!element || (button == MouseButton::right && element->role != "AXMenuItem"))
         co_return std::nullopt;
     co_return subject;
-}
-
-Task<bool> StrictActions::settle()
-{
-    co_return co_await services.input.delivered();
 }
 
 } // namespace zelvo

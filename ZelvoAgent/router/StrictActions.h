@@ -61,16 +61,13 @@ private:
     Task<> release(Hold hold, Turn turn);
     /// Brings the pointer there first: what is there may be shown only while the pointer is over it.
     Task<> askAboutClick(DesktopPoint at, MouseButton button, Turn turn);
-    /// Resumes when the application has handled that the pointer is there.
+    /// Resumes when the application has handled that the pointer is there; false if it may not have.
     Task<bool> pointAt(DesktopPoint at);
     /// isHandled  whether what is there now can be known; if not, a press needs a yes in any case
     Task<std::optional<ConfirmationSubject>>
     subjectOf(DesktopPoint at, MouseButton button, bool isHandled, Asker asker);
     Task<> askAboutPiece(std::string piece, Turn turn);
     Task<> askAboutKeys(std::vector<std::string> keys, Turn turn);
-    /// Waits until the application has handled what was posted.
-    /// Gives whether it has, as far as the system shows that.
-    Task<bool> settle();
 
     Services services;
     std::map<MouseButton, DesktopPoint> pressedAt; // strand; by mouse_down

@@ -21,7 +21,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// How long to wait for a newly redirected window to draw, and for one that was told to.
+/// How long a window may take to draw: after it was redirected, and after it was cleaned.
 constexpr milliseconds settling{250};
 constexpr milliseconds drawing{100};
 /// How long a compositing manager may show a window after it closed.

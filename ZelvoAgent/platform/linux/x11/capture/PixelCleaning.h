@@ -8,9 +8,9 @@ namespace zelvo {
 
 class X11Connection;
 
-/// Replaces all pixels of these children of the root, so that they show nothing of what the server began them
-/// with: with their background, where they have one, else with black. Their applications are told to draw
-/// them. Call it with the server grabbed. Blocks for a few round trips.
+/// Fills these children of the root with their background color or, if they have none, with black, so that
+/// nothing remains of the pixels that the server gave them at first. Then asks their applications to draw.
+/// Call it with the server grabbed. Blocks for a few round trips.
 /// others  windows inside them that are left as they are, with all that is inside
 /// Returns those that were cleaned; the rest has too many windows inside.
 std::set<std::uint32_t> cleanPixels(X11Connection const& connection,

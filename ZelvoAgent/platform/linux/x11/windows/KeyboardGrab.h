@@ -6,8 +6,8 @@
 namespace zelvo {
 
 /// The window that an application has grabbed the keyboard for, as menus, launchers and password prompts do:
-/// it takes the keys, whatever has the focus. The server tells of grabs, but answers no question about them.
-/// Thread: any.
+/// it receives the keys, whichever window has the focus. The server reports grabs but can't be asked about
+/// them. Thread: any.
 class KeyboardGrab {
 public:
     /// 0 when no window is known to have the keyboard.

@@ -13,9 +13,10 @@ namespace zelvo {
 /// The desktop's applications as the window manager and the desktop entries tell of them.
 class X11Workspace final : public Workspace {
 public:
-    /// connection: null when the server can't be reached; then nothing is in front.
-    /// opener: null when no application is to be opened. grab: null when nothing tells of grabs. The
-    /// references must outlive this.
+    /// connection  null if the server can't be reached; then nothing is in front
+    /// opener      null if no application is to be opened
+    /// grab        null if nobody reports grabs
+    /// The references must outlive this object.
     X11Workspace(std::shared_ptr<X11Connection> connection,
                  DesktopEntries& entries,
                  ApplicationOpener* opener = nullptr,
