@@ -1,6 +1,7 @@
 #include "app/AnswerFilter.h"
 
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QWidget>
 #include <QWindow>
 
@@ -27,6 +28,18 @@ bool onlyMovesTheFocus(int key)
     default:
         return false;
     }
+}
+
+/// How long the event waited until the program came to it. The window system stamps events with the monotonic
+/// clock; the stamps of a display on another machine mean nothing here and give no wait, like the few
+/// milliseconds that pass in a program that is not held up.
+Duration waitOf(QInputEvent const& event)
+{
+    using std::chrono::milliseconds;
+    auto const now = std::chrono::duration_cast<milliseconds>(
+        std::chrono::steady_clock::now().time_since_epoch());                   // CLOCK_MONOTONIC
+    milliseconds const waited((now.count() - event.timestamp()) & 0xffff'ffff); // A stamp has 32 bits.
+    return waited > 100ms && waited < 1h ? waited : 0ms;
 }
 
 } // namespace
@@ -60,17 +73,22 @@ bool AnswerFilter::eventFilter(QObject* receiver, QEvent* event)
 
 bool AnswerFilter::isUnwitting(QEvent const& event)
 {
-    Instant const now = clock.now();
     if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick)
-        return !guard.clickMayCount(now);
+        return !guard.clickMayCount(madeAt(static_cast<QMouseEvent const&>(event)));
     if (event.type() != QEvent::KeyPress)
         return false;
     auto const& press = static_cast<QKeyEvent const&>(event);
     Duration const pressedAt = std::chrono::milliseconds(press.timestamp());
-    bool const refused = wouldAllow(press.key()) && !guard.keyMayAllow(now, pressedAt, press.isAutoRepeat());
+    bool const refused =
+        wouldAllow(press.key()) && !guard.keyMayAllow(madeAt(press), pressedAt, press.isAutoRepeat());
     if (!onlyMovesTheFocus(press.key()))
-        guard.keyPressed(now, pressedAt);
+        guard.keyPressed(clock.now(), pressedAt);
     return refused;
+}
+
+Instant AnswerFilter::madeAt(QInputEvent const& event) const
+{
+    return clock.now() - waitOf(event);
 }
 
 } // namespace zelvo

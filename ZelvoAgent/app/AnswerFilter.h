@@ -6,13 +6,15 @@
 
 #include <functional>
 
+class QInputEvent;
 class QWidget;
 
 namespace zelvo {
 
 /// Applies AnswerGuard to a window that asks something: sees each key and click of a person once, before any
-/// part of the window does, and drops those that must not count. Assistive tools press buttons without it.
-/// Thread: main.
+/// part of the window does, and drops those that must not count. Each is judged by when the person made it: a
+/// program that was held up receives what was meant for an earlier content of its window. Assistive tools
+/// press buttons without it. Thread: main.
 class AnswerFilter final : public QObject {
 public:
     /// wouldAllow  whether this key, pressed now, would give something
@@ -30,6 +32,7 @@ protected:
 
 private:
     bool isUnwitting(QEvent const& event);
+    Instant madeAt(QInputEvent const& event) const;
 
     Clock& clock;
     std::function<bool(int key)> wouldAllow;

@@ -2,6 +2,8 @@
 // place.
 #include "desktop/app/ConsentWindowFixture.h"
 
+#include <thread>
+
 namespace zelvo {
 namespace {
 
@@ -126,6 +128,24 @@ TEST_F(ConsentAttackTest, aClickMeantForTheFirstRequestDoesNotAllowTheSecond)
 
     platform->time.advance(1ms);
     clickOn(*named<QPushButton>("confirm.allow"));
+    EXPECT_TRUE(until([this] { return !platform->loading.requests.empty(); }));
+}
+
+TEST_F(ConsentAttackTest, whatWasMeantForTheFirstRequestAllowsNothingInAProgramThatWasHeldUp)
+{
+    present(offerOf({AgentScope::screen, AgentScope::input}));
+    replaceBy(otherOffer());
+    named<QPushButton>("confirm.allow")->setFocus();
+
+    desktop->run({"xdotool", "key", "Return"});
+    pressOn(*named<QPushButton>("confirm.allow"));
+    releaseOn(*named<QPushButton>("confirm.allow"));
+    std::this_thread::sleep_for(300ms); // The time for which the program is held up.
+    platform->time.advance(AnswerGuard::afterChange);
+    expectUnanswered();
+
+    platform->time.advance(AnswerGuard::afterChange);
+    press("Return");
     EXPECT_TRUE(until([this] { return !platform->loading.requests.empty(); }));
 }
 
