@@ -112,6 +112,16 @@ std::string prefix(std::string_view text, std::size_t count)
     return std::string(text.substr(0, end));
 }
 
+std::string_view prefixOfBytes(std::string_view text, std::size_t bytes)
+{
+    if (bytes >= text.size())
+        return text;
+    auto const* const start = reinterpret_cast<std::uint8_t const*>(text.data());
+    auto end = static_cast<std::int32_t>(bytes);
+    U8_SET_CP_START(start, 0, end);
+    return text.substr(0, static_cast<std::size_t>(end));
+}
+
 std::vector<std::string> chunks(std::string_view text, std::size_t size)
 {
     std::vector<std::string> pieces;

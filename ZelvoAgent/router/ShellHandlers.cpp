@@ -56,9 +56,7 @@ std::size_t wholeLineLimit(std::vector<std::string> const& lines)
 /// The beginning of a line, and its length.
 std::string cutLine(std::string const& line, std::size_t bytes)
 {
-    while (bytes > 0 && bytes < line.size() && (line[bytes] & 0xC0) == 0x80)
-        --bytes; // Not within a code point.
-    return line.substr(0, bytes) + "… (" + std::to_string(line.size()) + " bytes)";
+    return std::string(text::prefixOfBytes(line, bytes)) + "… (" + std::to_string(line.size()) + " bytes)";
 }
 
 /// As it is, but for what is beyond `maxLoggedEnvironmentBytes`: the log must not grow without end. Variables

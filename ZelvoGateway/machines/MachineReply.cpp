@@ -1,6 +1,7 @@
 #include "ZelvoGateway/machines/MachineReply.h"
 
 #include "ZelvoGateway/base/Settings.h"
+#include "base/Text.h"
 
 #include <algorithm>
 
@@ -40,22 +41,12 @@ bool isSmall(json::value const& details)
     return takes(room, details);
 }
 
-/// Whether a byte of UTF-8 is not the first of its character.
-bool isInsideCharacter(char byte)
-{
-    return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U;
-}
-
 std::string messageOf(json::object const& error)
 {
     json::value const* const message = error.if_contains("message");
     if (!message || !message->is_string())
         return "The machine reported a failure";
-    std::string_view const whole = message->get_string();
-    std::size_t end = std::min(whole.size(), maxMessage);
-    while (end < whole.size() && end > 0 && isInsideCharacter(whole[end]))
-        --end;
-    return std::string(whole.substr(0, end));
+    return std::string(text::prefixOfBytes(message->get_string(), maxMessage));
 }
 
 } // namespace

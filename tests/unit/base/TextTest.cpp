@@ -34,6 +34,18 @@ TEST(Text, cutsBetweenCharacters)
     EXPECT_EQ(text::prefix("a\r\nb", 2), "a\r\n");
 }
 
+TEST(Text, aPrefixOfBytesEndsBetweenCodePoints)
+{
+    EXPECT_EQ(text::prefixOfBytes("abc", 2), "ab");
+    EXPECT_EQ(text::prefixOfBytes("abc", 3), "abc");
+    EXPECT_EQ(text::prefixOfBytes("abc", 9), "abc");
+    EXPECT_EQ(text::prefixOfBytes("aé", 2), "a");
+    EXPECT_EQ(text::prefixOfBytes("a😀b", 4), "a");
+    EXPECT_EQ(text::prefixOfBytes("a😀b", 5), "a😀");
+    EXPECT_EQ(text::prefixOfBytes("é", 1), "");
+    EXPECT_EQ(text::prefixOfBytes("", 0), "");
+}
+
 TEST(Text, piecesOfTwentyNeverSplitACharacter)
 {
     std::string const line = std::string(19, 'a') + family + std::string(19, 'b') + flag + "c";
