@@ -66,7 +66,7 @@ protected:
     bool isShutdownDelayed()
     {
         std::string const locks = buses.call(BusKind::system, login, loginPath, manager, "ListInhibitors");
-        return locks.find("\"shutdown\" \"Zelvo\"") != std::string::npos &&
+        return locks.find(R"("shutdown" "Zelvo")") != std::string::npos &&
                locks.find("\"delay\"") != std::string::npos;
     }
 

@@ -59,7 +59,7 @@ std::vector<int> counts(PixelRegion const& region)
     for (PixelRect const& rect : region.all())
         for (int y = rect.y; y < rect.bottom(); ++y)
             for (int x = rect.x; x < rect.right(); ++x)
-                ++found[static_cast<std::size_t>(300 * y + x)];
+                ++found[300 * static_cast<std::size_t>(y) + static_cast<std::size_t>(x)];
     return found;
 }
 
