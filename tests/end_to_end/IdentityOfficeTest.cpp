@@ -38,8 +38,8 @@ protected:
     }
     static std::string property(std::string const& path, std::string const& name, std::string const& value)
     {
-        return "<item oor:path=\"/org.openoffice." + path + "\"><prop oor:name=\"" + name +
-               "\" oor:op=\"fuse\"><value>" + value + "</value></prop></item>";
+        return R"(<item oor:path="/org.openoffice.)" + path + R"("><prop oor:name=")" + name +
+               R"(" oor:op="fuse"><value>)" + value + "</value></prop></item>";
     }
     /// So that windows do not lie over each other. Resumes when the window is there.
     void place(std::string const& title, int x, int y)

@@ -168,7 +168,7 @@ TEST(RecordingAnnouncement, countsWhatWasPromisedAlready)
 {
     Recorded on;
     std::uint64_t const room = std::filesystem::space(on.gateway.data()).available;
-    std::int64_t const half = static_cast<std::int64_t>(room / 2);
+    auto const half = static_cast<std::int64_t>(room / 2);
     Recorded small([&](Settings& settings) {
         settings.recordings.minFreeBytes = 0;
         settings.recordings.maxBytes = room;
