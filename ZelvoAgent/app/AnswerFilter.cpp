@@ -30,16 +30,16 @@ bool onlyMovesTheFocus(int key)
     }
 }
 
-/// How long the event waited until the program came to it. The window system stamps events with the monotonic
-/// clock; the stamps of a display on another machine mean nothing here and give no wait, like the few
-/// milliseconds that pass in a program that is not held up.
+/// How long the event waited for a program that was held up. The window system stamps events with the
+/// monotonic clock; the stamps of a display on another machine mean nothing here and give no wait. A shorter
+/// wait than the longest pause that the guard makes is that of a busy machine.
 Duration waitOf(QInputEvent const& event)
 {
     using std::chrono::milliseconds;
     auto const now = std::chrono::duration_cast<milliseconds>(
         std::chrono::steady_clock::now().time_since_epoch());                   // CLOCK_MONOTONIC
     milliseconds const waited((now.count() - event.timestamp()) & 0xffff'ffff); // A stamp has 32 bits.
-    return waited > 100ms && waited < 1h ? waited : 0ms;
+    return waited > AnswerGuard::afterChange && waited < 1h ? waited : 0ms;
 }
 
 } // namespace
