@@ -16,7 +16,7 @@ struct Server {
     bool isReadable;
 };
 
-// GoogleTest finds it by this name. NOLINTNEXTLINE(readability-identifier-naming)
+// GoogleTest looks for this name. NOLINTNEXTLINE(readability-identifier-naming)
 void PrintTo(Server const& server, std::ostream* stream)
 {
     *stream << server.name;

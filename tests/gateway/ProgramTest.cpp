@@ -75,7 +75,7 @@ public:
             if (::waitpid(pid, &status, WNOHANG) == pid)
                 pid = 0;
             else
-                std::this_thread::sleep_for(std::chrono::milliseconds(50)); // waitpid() knows no time-out.
+                std::this_thread::sleep_for(std::chrono::milliseconds(50)); // waitpid() has no time-out.
         }
         return pid == 0;
     }

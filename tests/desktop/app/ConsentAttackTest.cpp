@@ -140,7 +140,7 @@ TEST_F(ConsentAttackTest, whatWasMeantForTheFirstRequestAllowsNothingInAProgramT
     desktop->run({"xdotool", "key", "Return"});
     pressOn(*named<QPushButton>("confirm.allow"));
     releaseOn(*named<QPushButton>("confirm.allow"));
-    std::this_thread::sleep_for(1100ms); // The time for which the program is held up.
+    std::this_thread::sleep_for(1100ms); // The X server stamps events with real time.
     platform->time.advance(AnswerGuard::afterChange);
     expectUnanswered();
 

@@ -1,4 +1,4 @@
-// What is told of the front, and whether a hidden application would get the keys.
+// Reports of changes of the front window, and whether a hidden application would get the keys.
 #include "desktop/x11/GuardsFixture.h"
 
 namespace zelvo::test {

@@ -362,7 +362,7 @@ TEST(RecordingEnd, waitsForARecordingThatIsOnItsWay)
 TEST(RecordingEnd, doesNotDisturbWhoWatches)
 {
     Recorded on;
-    // More than the sockets buffer. NOLINTNEXTLINE(bugprone-string-constructor)
+    // Larger than the socket buffers. NOLINTNEXTLINE(bugprone-string-constructor)
     std::string const id = on.recording(std::string(30'000'000, 'f'));
     RawConnection connection(on.gateway.port());
     connection.send("GET " + on.addressOf(id) + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");

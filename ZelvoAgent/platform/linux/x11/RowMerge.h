@@ -4,13 +4,13 @@
 
 #include <vector>
 
-/// Two sets of rectangles, in each of which no two overlap, combined row by row, where a row is as high as
-/// nothing changes: the cost grows with the number of rectangles, not with its square.
+/// Combines two sets of rectangles row by row. A row ends where a rectangle begins or ends, so the cost grows
+/// with the number of rectangles, not with its square. The rectangles of one set must not overlap.
 namespace zelvo::rows {
 
-/// What of the first lies in the second.
+/// The part of the first set that is inside the second.
 std::vector<PixelRect> inside(std::vector<PixelRect> const& own, std::vector<PixelRect> const& other);
-/// What of the first does not lie in the second.
+/// The part of the first set that is outside the second.
 std::vector<PixelRect> outside(std::vector<PixelRect> const& own, std::vector<PixelRect> const& other);
 
 } // namespace zelvo::rows
