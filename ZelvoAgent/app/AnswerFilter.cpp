@@ -31,8 +31,8 @@ bool onlyMovesTheFocus(int key)
 }
 
 /// How long the event waited for a program that was held up. The window system stamps events with the
-/// monotonic clock; the stamps of a display on another machine mean nothing here and give no wait. A shorter
-/// wait than the longest pause that the guard makes is that of a busy machine.
+/// monotonic clock. The stamps of a display on another machine cannot be compared with it and give no wait. A
+/// busy machine also makes events wait, so only a wait longer than the guard's longest pause counts.
 Duration waitOf(QInputEvent const& event)
 {
     using std::chrono::milliseconds;

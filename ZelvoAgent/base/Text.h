@@ -11,7 +11,7 @@ namespace zelvo::text {
 std::size_t characterCount(std::string_view text);
 /// The first `count` characters, or the whole text if it is shorter.
 std::string prefix(std::string_view text, std::size_t count);
-/// As many of its first code points as fit into that many bytes.
+/// The longest prefix of at most `bytes` bytes that ends between two code points.
 std::string_view prefixOfBytes(std::string_view text, std::size_t bytes);
 /// Splits into pieces of `size` characters; the last one may be shorter. An empty text gives one empty piece.
 std::vector<std::string> chunks(std::string_view text, std::size_t size);
