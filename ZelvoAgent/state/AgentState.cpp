@@ -27,7 +27,10 @@ constexpr std::size_t maxNameLength = 200;
 
 } // namespace
 
-AgentState::AgentState(Services services) : services(std::move(services)) {}
+AgentState::AgentState(Services services)
+    : services(std::move(services)), workingEnd(this->services.main, this->services.clock)
+{
+}
 
 bool AgentState::showAgentCursor() const
 {
@@ -283,17 +286,10 @@ void AgentState::assertReady() const
 void AgentState::markWorking()
 {
     working = true;
-    workingResetTask.cancel();
-    workingResetTask =
-        spawn(services.main, [this, &clock = services.clock, weak = std::weak_ptr(alive)]() -> Task<> {
-            co_await clock.sleep(workingAfterglow);
-            // A cancellation can arrive after the wake-up; the task of the newer call then resets the flag.
-            auto const cancelled = (co_await asio::this_coro::cancellation_state).cancelled();
-            if (weak.expired() || cancelled != asio::cancellation_type::none)
-                co_return;
-            working = false;
-            changed();
-        });
+    workingEnd.in(workingAfterglow, [this] {
+        working = false;
+        changed();
+    });
     changed();
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
+#include "base/DelayedCall.h"
 #include "base/LockedBox.h"
 #include "platform/ScreenSource.h"
 #include "platform/SessionEvents.h"
@@ -136,9 +137,9 @@ private:
     bool working = false;
     ComputerAgents agents;
     GatewayConnectionState link;
-    TaskHandle workingResetTask;
+    DelayedCall workingEnd;
     bool isObserving = false;
-    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
+    std::shared_ptr<int> alive = std::make_shared<int>(); // Observers hold it weakly to detect destruction.
     LockedBox<StateMirror> mirror;
 };
 

@@ -1,0 +1,106 @@
+#include "overlays/AgentCursorModel.h"
+
+#include "base/Identifiers.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+constexpr auto activityTime = 1400ms;
+constexpr auto rippleInterval = 120ms;
+constexpr auto rippleGrowth = 500ms;
+constexpr auto rippleLife = 550ms;
+constexpr std::int64_t maxRipples = 3;
+
+} // namespace
+
+AgentCursorModel::AgentCursorModel(Executor main, Clock& clock)
+    : main(main), clock(clock), activityEnd(std::move(main), clock)
+{
+}
+
+void AgentCursorModel::place(std::optional<DesktopPoint> point)
+{
+    target = point;
+    if (target) {
+        x = {.from = target->x, .to = target->x};
+        y = {.from = target->y, .to = target->y};
+    }
+    changed();
+}
+
+void AgentCursorModel::travel(DesktopPoint point, Duration duration, Motion::Curve curve)
+{
+    Instant const now = clock.now();
+    DesktopPoint const from = target ? pointAt(now) : point;
+    target = point;
+    x = {from.x, point.x, now, duration, curve};
+    y = {from.y, point.y, now, duration, curve};
+    changed();
+}
+
+void AgentCursorModel::fade(bool toVisible, Duration duration, Motion::Curve curve)
+{
+    Instant const now = clock.now();
+    visible = toVisible;
+    opacity = {opacity.at(now), toVisible ? 1.0 : 0.0, now, duration, curve};
+    changed();
+}
+
+void AgentCursorModel::setName(std::string name)
+{
+    if (std::exchange(label, std::move(name)) != label)
+        changed();
+}
+
+void AgentCursorModel::ripple(DesktopPoint at, std::int64_t count)
+{
+    for (std::int64_t i = 0; i < std::clamp(count, std::int64_t{1}, maxRipples); ++i)
+        spawn(main, [this, at, i, owner = std::weak_ptr(alive)] {
+            return oneRipple(at, i * rippleInterval, owner);
+        });
+}
+
+Task<> AgentCursorModel::oneRipple(DesktopPoint at, Duration delay, std::weak_ptr<int> owner)
+{
+    Clock& time = clock;
+    if (delay > Duration::zero())
+        co_await time.sleep(delay);
+    if (owner.expired())
+        co_return;
+    std::string const id = newUuid();
+    Motion const growth{0, 1, time.now(), rippleGrowth, Motion::Curve::easeOut};
+    live.push_back({.id = id, .point = at, .growth = growth});
+    live.back().expanded = true;
+    changed();
+    co_await time.sleep(rippleLife);
+    if (owner.expired())
+        co_return;
+    std::erase_if(live, [&](Ripple const& one) { return one.id == id; });
+    changed();
+}
+
+void AgentCursorModel::say(std::string what)
+{
+    saying = std::move(what);
+    activityEnd.in(activityTime, [this] {
+        saying.reset();
+        changed();
+    });
+    changed();
+}
+
+DesktopPoint AgentCursorModel::pointAt(Instant now) const
+{
+    return {x.at(now), y.at(now)};
+}
+
+bool AgentCursorModel::isMoving(Instant now) const
+{
+    return !live.empty() || (target && (!x.hasEnded(now) || !opacity.hasEnded(now)));
+}
+
+} // namespace zelvo

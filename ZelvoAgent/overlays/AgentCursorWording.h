@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zelvo::AgentCursorWording {
+
+/// The keys of a chord as symbols, in the order given: "⌘⇧4".
+std::string chord(std::vector<std::string> const& keys);
+
+} // namespace zelvo::AgentCursorWording
