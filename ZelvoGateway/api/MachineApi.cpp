@@ -1,8 +1,8 @@
 #include "ZelvoGateway/api/MachineApi.h"
 
 #include "ZelvoGateway/api/UploadBody.h"
-#include "ZelvoGateway/base/Versions.h"
 #include "ZelvoGateway/http/Upgrade.h"
+#include "base/Versions.h"
 
 namespace zelvo::service {
 

@@ -3,8 +3,8 @@
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/Secrets.h"
-#include "ZelvoGateway/base/Versions.h"
 #include "base/DateText.h"
+#include "base/Versions.h"
 
 #include <algorithm>
 #include <set>

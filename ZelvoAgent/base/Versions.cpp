@@ -1,11 +1,11 @@
-#include "ZelvoGateway/base/Versions.h"
+#include "base/Versions.h"
 
 #include <array>
 #include <charconv>
 #include <cstdint>
 #include <limits>
 
-namespace zelvo::service {
+namespace zelvo {
 
 namespace {
 
@@ -35,4 +35,4 @@ bool isVersionBelow(std::string_view version, std::string_view minimum)
     return numbersOf(version) < numbersOf(minimum);
 }
 
-} // namespace zelvo::service
+} // namespace zelvo

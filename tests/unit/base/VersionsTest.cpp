@@ -1,8 +1,8 @@
-#include "ZelvoGateway/base/Versions.h"
+#include "base/Versions.h"
 
 #include <gtest/gtest.h>
 
-namespace zelvo::service {
+namespace zelvo {
 namespace {
 
 TEST(Versions, compareNumberByNumber)
@@ -30,4 +30,4 @@ TEST(Versions, passOverWhatFollows)
 }
 
 } // namespace
-} // namespace zelvo::service
+} // namespace zelvo
