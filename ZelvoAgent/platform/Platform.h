@@ -22,6 +22,7 @@
 #include "platform/SessionEvents.h"
 #include "platform/SingleInstance.h"
 #include "platform/SystemAccess.h"
+#include "platform/SystemTray.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotifications.h"
 #include "platform/VideoFile.h"
@@ -52,6 +53,7 @@ public:
     virtual UserNotifications& notifications() = 0;
     virtual NetworkPath& network() = 0;
     virtual HotKey& hotKey() = 0;
+    virtual SystemTray& tray() = 0;
     virtual Workspace& workspace() = 0;
     virtual WindowList& windows() = 0;
     virtual WindowFocus& focus() = 0;

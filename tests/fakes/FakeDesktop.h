@@ -8,6 +8,7 @@
 #include "platform/SessionEvents.h"
 #include "platform/SingleInstance.h"
 #include "platform/SystemAccess.h"
+#include "platform/SystemTray.h"
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 
@@ -102,7 +103,28 @@ public:
 class FakeHotKey final : public HotKey {
 public:
     std::function<void()> press;
-    void start(std::function<void()> onPressed) override { press = std::move(onPressed); }
+    std::function<void()> onStart;
+    void start(std::function<void()> onPressed) override
+    {
+        press = std::move(onPressed);
+        if (onStart)
+            onStart();
+    }
+};
+
+class FakeSystemTray final : public SystemTray {
+public:
+    TrayState state;
+    std::vector<std::function<void()>> observers;
+
+    void become(TrayState next)
+    {
+        state = next;
+        for (auto const& observer : observers)
+            observer();
+    }
+    TrayState current() const override { return state; }
+    void observe(std::function<void()> observer) override { observers.push_back(std::move(observer)); }
 };
 
 class FakeWorkspace final : public Workspace {

@@ -43,6 +43,7 @@ public:
     FakeUserNotifications notices;
     FakeNetworkPath path;
     FakeHotKey key;
+    FakeSystemTray systemTray;
     FakeWorkspace desktop;
     FakeWindowList windowList;
     FakeWindowFocus windowFocus;
@@ -84,6 +85,7 @@ public:
     UserNotifications& notifications() override { return notices; }
     NetworkPath& network() override { return path; }
     HotKey& hotKey() override { return key; }
+    SystemTray& tray() override { return systemTray; }
     Workspace& workspace() override { return desktop; }
     WindowList& windows() override { return windowList; }
     WindowFocus& focus() override { return windowFocus; }

@@ -6,6 +6,7 @@
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/dbus/LinuxSessionEvents.h"
 #include "platform/linux/dbus/LinuxSystemAccess.h"
+#include "platform/linux/tray/LinuxSystemTray.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11Events.h"
@@ -48,6 +49,7 @@ struct LinuxDesktop {
     X11ScreenStreams streams;
     X11EventPosting events;
     X11HotKey hotKey;
+    LinuxSystemTray tray;
     X11Pasteboard pasteboard;
     LinuxSessionEvents session;
     LinuxSystemAccess access;

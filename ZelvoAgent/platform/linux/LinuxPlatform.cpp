@@ -57,6 +57,7 @@ public:
     UserNotifications& notifications() override { return notices; }
     NetworkPath& network() override { return path; }
     HotKey& hotKey() override { return desktop().hotKey; }
+    SystemTray& tray() override { return desktop().tray; }
     Workspace& workspace() override { return desktop().workspace; }
     WindowList& windows() override { return desktop().windows; }
     WindowFocus& focus() override { return desktop().focus; }
