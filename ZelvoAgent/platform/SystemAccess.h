@@ -1,6 +1,11 @@
 #pragma once
 
+#include "platform/PermissionCause.h"
 #include "wire/Permissions.h"
+
+#include <boost/signals2/connection.hpp>
+
+#include <functional>
 
 namespace zelvo {
 
@@ -11,6 +16,11 @@ public:
     virtual ~SystemAccess() = default;
     /// Cheap enough for every frame; never prompts and never waits.
     virtual Permissions current() = 0;
+    /// Why permissions are missing. May wait some milliseconds for the display server, so not on main.
+    virtual PermissionCauses causes() = 0;
+    /// Calls the observer on the main executor when current() or causes() may have changed, until the
+    /// connection ends. Only the end of an application that started too early is not reported. Thread: main.
+    virtual boost::signals2::connection observe(std::function<void()> observer) = 0;
 };
 
 } // namespace zelvo

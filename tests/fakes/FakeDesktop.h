@@ -12,6 +12,8 @@
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 
+#include <boost/signals2/signal.hpp>
+
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -205,12 +207,20 @@ public:
 class FakeSystemAccess final : public SystemAccess {
 public:
     Permissions granted{.accessibility = true, .screenRecording = true};
+    PermissionCauses missing;
     std::function<void()> onRead;
+    boost::signals2::signal<void()> changed; ///< a test emits it
+
     Permissions current() override
     {
         if (onRead)
             onRead();
         return granted;
+    }
+    PermissionCauses causes() override { return missing; }
+    boost::signals2::connection observe(std::function<void()> observer) override
+    {
+        return changed.connect(observer);
     }
 };
 

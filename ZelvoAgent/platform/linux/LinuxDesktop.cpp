@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace zelvo {
@@ -37,8 +38,15 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
               user,
               variable("DISPLAY").value_or(""),
               [display = display] { return display && display->isAlive(); }),
-      access(contexts.agent, clock, user, displayFacts(), variable("AT_SPI_BUS_ADDRESS")),
-      accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"), elementScreen())
+      access(contexts,
+             clock,
+             user,
+             displayFacts(),
+             variable("AT_SPI_BUS_ADDRESS"),
+             [this] { return unreadableApplications(); }),
+      accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"), elementScreen(), [this] {
+          access.noteUnreadable();
+      })
 {
 }
 
@@ -57,7 +65,17 @@ DisplayFacts LinuxDesktop::displayFacts() const
     return {.isReachable = [display = display] { return display && display->isAlive(); },
             .hasTestExtension = [display = display] { return display && display->capabilities().xtest; },
             .isXwayland = [display = display] { return display && display->capabilities().xwayland; },
-            .canCapture = [this] { return screen.canCapture(); }};
+            .canCapture = [this] { return screen.canCapture(); },
+            .missingForCapture = [this] { return screen.missing(); }};
+}
+
+std::vector<std::string> LinuxDesktop::unreadableApplications()
+{
+    std::set<std::string> names;
+    for (std::int32_t const pid : accessibility.unreadableProcesses())
+        if (auto const application = workspace.application(pid))
+            names.insert(application->localizedName);
+    return {names.begin(), names.end()};
 }
 
 } // namespace zelvo

@@ -24,6 +24,8 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -58,6 +60,7 @@ struct LinuxDesktop {
 private:
     DisplayFacts displayFacts() const;
     AtspiScreen elementScreen();
+    std::vector<std::string> unreadableApplications();
 };
 
 } // namespace zelvo

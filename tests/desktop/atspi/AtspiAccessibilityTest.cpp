@@ -67,6 +67,23 @@ TEST(AtspiAccessibility, tellsOnceOfAProcessThatStartedTooEarly)
     EXPECT_TRUE(waitFor([&] { return told > 0; }, 1s));
     EXPECT_FALSE(waitFor([&] { return told > 1; }, 100ms));
     EXPECT_EQ(last, early);
+    EXPECT_EQ(fixture.unreadable, 1);
+    EXPECT_EQ(fixture.accessibility->unreadableProcesses(), std::vector<std::int32_t>{early});
+}
+
+TEST(AtspiAccessibility, namesAnUnreadableProcessOnlyWhileItRuns)
+{
+    AtspiFixture fixture;
+    fixture.accessibility->observeUnreadable([](std::int32_t) {});
+    pid_t const early = fixture.desktop.start({"sleep", "100"});
+    waitFor([] { return false; }, 30ms); // Starts are known in steps of 10 ms.
+    fixture.live.run(fixture.accessibility->switchOn());
+    fixture.accessibility->reader(early, 250ms);
+    ASSERT_EQ(fixture.accessibility->unreadableProcesses().size(), 1U);
+
+    fixture.desktop.processes().end(early, SIGKILL);
+
+    EXPECT_TRUE(fixture.accessibility->unreadableProcesses().empty());
 }
 
 TEST(AtspiAccessibility, wakesAnApplicationByAskingEachWindowOnce)

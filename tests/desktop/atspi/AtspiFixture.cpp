@@ -52,7 +52,7 @@ AtspiFixture::AtspiFixture(DesktopOptions options, Screen screen) : desktop(std:
     session = std::make_unique<BusConnection>(live.contexts().agent, *clock, openSessionBus);
     accessibility = std::make_unique<AtspiAccessibility>(
         live.contexts(), *clock, *session, std::nullopt,
-        screen == Screen::known ? screenOf(X11Connection::open()) : AtspiScreen());
+        screen == Screen::known ? screenOf(X11Connection::open()) : AtspiScreen(), [this] { ++unreadable; });
 }
 
 AtspiFixture::~AtspiFixture()

@@ -10,6 +10,7 @@
 
 #include <boost/json/object.hpp>
 
+#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -52,6 +53,7 @@ public:
     LiveContexts live;
     std::unique_ptr<LinuxClock> clock;
     std::unique_ptr<BusConnection> session;
+    std::atomic<int> unreadable = 0; ///< how often the reader has found another unreadable process
     std::unique_ptr<AtspiAccessibility> accessibility;
 
     std::unique_ptr<AtspiReader> reader(ScriptedProcess const& process, Duration patience = 250ms) const

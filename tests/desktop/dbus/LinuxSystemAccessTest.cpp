@@ -1,5 +1,6 @@
 #include "platform/linux/dbus/LinuxSystemAccess.h"
 
+#include "base/LockedBox.h"
 #include "desktop/dbus/PrivateBuses.h"
 
 #include <gtest/gtest.h>
@@ -11,17 +12,23 @@ namespace zelvo::test {
 
 namespace {
 
+using Names = std::vector<std::string>;
+using Cause = PermissionCause;
+using Kind = PermissionCause::Kind;
+
 class Access : public testing::Test {
 protected:
     void start(std::optional<std::string> address = std::nullopt)
     {
         access = std::make_unique<LinuxSystemAccess>(
-            running.agent.get_executor(), running.clock, running.session,
+            running.contexts(), running.clock, running.session,
             DisplayFacts{.isReachable = [this] { return isReachable.load(); },
                          .hasTestExtension = [this] { return hasTest.load(); },
                          .isXwayland = [this] { return isXwayland.load(); },
-                         .canCapture = [this] { return canCapture.load(); }},
-            std::move(address));
+                         .canCapture = [this] { return canCapture.load(); },
+                         .missingForCapture = [] { return Names{"Composite"}; }},
+            std::move(address), [this] { return unreadable.get(); });
+        access->observe([this] { ++changes; });
         running.session.start();
     }
 
@@ -41,6 +48,8 @@ protected:
     std::atomic<bool> hasTest = true;
     std::atomic<bool> isXwayland = false;
     std::atomic<bool> canCapture = true;
+    LockedBox<Names> unreadable;
+    int changes = 0; // main
     PrivateBuses buses;
     RunningContexts running;
     std::unique_ptr<LinuxSystemAccess> access;
@@ -121,6 +130,108 @@ TEST_F(Access, goesByAnAddressThatIsKnownBeforehand)
     start(buses.addressOf(BusKind::system)); // There is no session bus.
 
     EXPECT_TRUE(becomes(all));
+}
+
+TEST_F(Access, hasNoCausesWhileNothingIsMissing)
+{
+    buses.start(BusKind::system);
+    start(buses.addressOf(BusKind::system));
+    ASSERT_TRUE(becomes(all));
+
+    EXPECT_EQ(access->causes(), PermissionCauses{});
+}
+
+TEST_F(Access, namesWhatTheServerLacks)
+{
+    buses.start(BusKind::system);
+    hasTest = false;
+    canCapture = false;
+    start(buses.addressOf(BusKind::system));
+    ASSERT_TRUE(running.eventually([&] { return changes > 0; }));
+
+    EXPECT_EQ(access->causes(),
+              (PermissionCauses{.accessibility = {Cause{Kind::incompleteServer, {"XTEST"}}},
+                                .screenRecording = {Cause{Kind::incompleteServer, {"Composite"}}}}));
+}
+
+TEST_F(Access, saysThatASessionIsWaylandAndNothingElse)
+{
+    buses.start(BusKind::session);
+    isXwayland = true;
+    hasTest = false;
+    canCapture = false;
+    start();
+
+    PermissionCauses const wayland{.accessibility = {Cause{Kind::waylandSession}},
+                                   .screenRecording = {Cause{Kind::waylandSession}}};
+    EXPECT_EQ(access->causes(), wayland);
+    isReachable = false;
+    PermissionCauses const unreachable{.accessibility = {Cause{Kind::noDisplay}},
+                                       .screenRecording = {Cause{Kind::noDisplay}}};
+    EXPECT_EQ(access->causes(), unreachable);
+}
+
+TEST_F(Access, saysThatTheAccessibilityBusIsMissingAndReportsThatItComes)
+{
+    buses.start(BusKind::session);
+    start();
+    ASSERT_TRUE(running.staysSo([&] { return access->current() == onlyScreen; }));
+    EXPECT_EQ(access->causes().accessibility, (std::vector<Cause>{{Kind::noAccessibilityBus}}));
+    EXPECT_TRUE(access->causes().screenRecording.empty());
+    EXPECT_EQ(changes, 0);
+
+    buses.run({"/usr/libexec/at-spi-bus-launcher"});
+
+    EXPECT_TRUE(running.eventually([&] { return changes == 1; }));
+    EXPECT_EQ(access->current(), all);
+    EXPECT_EQ(access->causes(), PermissionCauses{});
+}
+
+TEST_F(Access, reportsThatTheAccessibilityBusGoes)
+{
+    buses.start(BusKind::system);
+    start(buses.addressOf(BusKind::system));
+    ASSERT_TRUE(becomes(all));
+    ASSERT_TRUE(running.eventually([&] { return changes == 1; }));
+
+    buses.stop(BusKind::system);
+
+    EXPECT_TRUE(running.eventually([&] { return changes == 2; }));
+    EXPECT_EQ(access->current(), onlyScreen);
+}
+
+TEST_F(Access, namesApplicationsThatStartedTooEarlyWhileItIsGiven)
+{
+    buses.start(BusKind::system);
+    start(buses.addressOf(BusKind::system));
+    ASSERT_TRUE(becomes(all));
+    ASSERT_TRUE(running.eventually([&] { return changes == 1; }));
+
+    unreadable.set({"Files", "Mail"});
+    access->noteUnreadable();
+
+    EXPECT_TRUE(running.eventually([&] { return changes == 2; }));
+    EXPECT_EQ(access->current(), all);
+    EXPECT_EQ(access->causes().accessibility,
+              (std::vector<Cause>{{Kind::startedTooEarly, {"Files", "Mail"}}}));
+}
+
+TEST_F(Access, reportsNothingToAnObserverThatHasLeft)
+{
+    buses.start(BusKind::system);
+    start(buses.addressOf(BusKind::system));
+    ASSERT_TRUE(running.eventually([&] { return changes == 1; }));
+    int calls = 0;
+    {
+        boost::signals2::scoped_connection const briefly = access->observe([&] { ++calls; });
+        access->noteUnreadable();
+        ASSERT_TRUE(running.eventually([&] { return calls == 1; }));
+    }
+
+    access->noteUnreadable();
+
+    EXPECT_TRUE(running.eventually([&] { return changes == 3; }));
+    EXPECT_EQ(calls, 1);
 }
 
 } // namespace

@@ -458,5 +458,18 @@ TEST(X11ScreenSource, isQuick)
     EXPECT_LT(composed, 100);
 }
 
+TEST(X11ScreenSource, namesTheExtensionsThatPicturesLack)
+{
+    CaptureDesktop const whole({.windowManager = false, .sessionBus = false});
+    EXPECT_TRUE(whole.source->canCapture());
+    EXPECT_TRUE(whole.source->missing().empty());
+
+    CaptureDesktop const poor({.windowManager = false,
+                               .sessionBus = false,
+                               .serverArguments = {"-extension", "MIT-SHM", "-extension", "Composite"}});
+    EXPECT_FALSE(poor.source->canCapture());
+    EXPECT_EQ(poor.source->missing(), (std::vector<std::string>{"MIT-SHM", "Composite"}));
+}
+
 } // namespace
 } // namespace zelvo::test

@@ -17,9 +17,10 @@ AtspiAccessibility::AtspiAccessibility(Contexts contexts,
                                        Clock& clock,
                                        BusConnection& session,
                                        std::optional<std::string> address,
-                                       AtspiScreen screen)
+                                       AtspiScreen screen,
+                                       std::function<void()> onUnreadable)
     : contexts(std::move(contexts)), clock(clock), fixedAddress(std::move(address)),
-      screen(std::move(screen)), status(session)
+      screen(std::move(screen)), status(session), onUnreadable(std::move(onUnreadable))
 {
 }
 
@@ -53,8 +54,11 @@ std::unique_ptr<AtspiLink> AtspiAccessibility::connect()
 
 void AtspiAccessibility::noteUnreadable(std::int32_t pid)
 {
-    if (observer && unreadable.isNew(pid))
-        asio::post(contexts.main, [report = observer, pid] { report(pid); });
+    if (!observer || !unreadable.isNew(pid))
+        return;
+    asio::post(contexts.main, [report = observer, pid] { report(pid); });
+    if (onUnreadable)
+        onUnreadable();
 }
 
 Task<> AtspiAccessibility::switchOn()

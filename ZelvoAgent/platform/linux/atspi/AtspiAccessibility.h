@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -22,11 +23,13 @@ public:
     /// screen   windows and displays, to place elements; what its functions use must outlive this
     /// address  of the accessibility bus if it is known (AT_SPI_BUS_ADDRESS); else the session bus supplies
     ///          it
+    /// onUnreadable  called on any thread when another process has turned out to be unreadable
     AtspiAccessibility(Contexts contexts,
                        Clock& clock,
                        BusConnection& session,
                        std::optional<std::string> address,
-                       AtspiScreen screen = {});
+                       AtspiScreen screen = {},
+                       std::function<void()> onUnreadable = {});
 
     std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override;
     /// The same, with the concrete type.
@@ -37,6 +40,8 @@ public:
     }
     Task<> switchOn() override;
     Task<> switchOff() override;
+    /// The running processes that cannot be read until they restart. Thread: any.
+    std::vector<std::int32_t> unreadableProcesses() const { return unreadable.running(); }
 
 private:
     std::unique_ptr<AtspiLink> connect();
@@ -50,6 +55,7 @@ private:
     UnreadableProcesses unreadable;
     AtspiKnowledgeBox knowledge;
     std::function<void(std::int32_t pid)> observer;
+    std::function<void()> onUnreadable;
 };
 
 } // namespace zelvo

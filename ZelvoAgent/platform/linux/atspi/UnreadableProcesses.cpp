@@ -20,4 +20,13 @@ bool UnreadableProcesses::isNew(std::int32_t pid)
     return isFirst;
 }
 
+std::vector<std::int32_t> UnreadableProcesses::running() const
+{
+    std::vector<std::int32_t> pids;
+    for (auto const& [pid, start] : reported.get())
+        if (startOfProcess(pid) == start) // Not another process with the same id.
+            pids.push_back(pid);
+    return pids;
+}
+
 } // namespace zelvo

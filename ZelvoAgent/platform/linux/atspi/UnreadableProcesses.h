@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace zelvo {
 
@@ -17,6 +18,8 @@ public:
     void noteSwitchedOn();
     /// Whether to report the process: a restart would help it, and this is the first call for it.
     bool isNew(std::int32_t pid);
+    /// Those that still run, in the order of their ids.
+    std::vector<std::int32_t> running() const;
 
 private:
     using Process = std::pair<std::int32_t, std::chrono::nanoseconds>; // id, start

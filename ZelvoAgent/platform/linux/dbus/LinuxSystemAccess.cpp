@@ -1,6 +1,8 @@
 #include "platform/linux/dbus/LinuxSystemAccess.h"
 
 #include <boost/asio/dispatch.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/signals2/signal.hpp>
 
 #include <atomic>
 
@@ -12,11 +14,12 @@ constexpr char const* launcher = "org.a11y.Bus";
 
 }
 
-/// Runs on the agent executor, except `answers`.
+/// Runs on the agent executor, except `answers` and `changed`.
 class LinuxSystemAccess::AccessibilityBus : public std::enable_shared_from_this<AccessibilityBus> {
 public:
-    AccessibilityBus(Executor agent, Clock& clock, BusConnection& session)
-        : agent(agent), session(session), bus(agent, clock, [this] { return openBusAt(address); })
+    AccessibilityBus(Contexts const& contexts, Clock& clock, BusConnection& session)
+        : agent(contexts.agent), main(contexts.main), session(session),
+          bus(contexts.agent, clock, [this] { return openBusAt(address); })
     {
     }
 
@@ -27,6 +30,7 @@ public:
             if (!self)
                 return;
             self->answers = connected != nullptr;
+            self->reportChange();
             if (!connected)
                 self->ask();
         });
@@ -40,8 +44,17 @@ public:
         });
     }
 
+    /// Thread: any.
+    void reportChange()
+    {
+        asio::post(main, [kept = changed] { (*kept)(); });
+    }
+
     Executor const agent;
     std::atomic<bool> answers = false;
+    // Kept apart, because this must not be destroyed on main.
+    std::shared_ptr<boost::signals2::signal<void()>> const changed =
+        std::make_shared<boost::signals2::signal<void()>>();
 
 private:
     /// Also at the start, when the name has no owner: the call starts the launcher.
@@ -74,6 +87,7 @@ private:
         bus.start();
     }
 
+    Executor const main;
     BusConnection& session;
     std::string address;
     BusConnection bus;
@@ -81,14 +95,17 @@ private:
     bool isAsking = false;
 };
 
-LinuxSystemAccess::LinuxSystemAccess(Executor agent,
+LinuxSystemAccess::LinuxSystemAccess(Contexts const& contexts,
                                      Clock& clock,
                                      BusConnection& session,
                                      DisplayFacts display,
-                                     std::optional<std::string> address)
-    : accessibility(std::make_shared<AccessibilityBus>(agent, clock, session)), display(std::move(display))
+                                     std::optional<std::string> address,
+                                     UnreadableApplications unreadable)
+    : accessibility(std::make_shared<AccessibilityBus>(contexts, clock, session)),
+      display(std::move(display)), unreadable(std::move(unreadable))
 {
-    asio::dispatch(agent, [kept = accessibility, address = std::move(address)] { kept->start(address); });
+    asio::dispatch(contexts.agent,
+                   [kept = accessibility, address = std::move(address)] { kept->start(address); });
 }
 
 LinuxSystemAccess::~LinuxSystemAccess()
@@ -101,6 +118,35 @@ Permissions LinuxSystemAccess::current()
     bool const isDesktop = display.isReachable() && !display.isXwayland();
     return {.accessibility = isDesktop && display.hasTestExtension() && accessibility->answers,
             .screenRecording = isDesktop && display.canCapture()};
+}
+
+PermissionCauses LinuxSystemAccess::causes()
+{
+    using Kind = PermissionCause::Kind;
+    if (!display.isReachable() || display.isXwayland()) {
+        Kind const both = display.isReachable() ? Kind::waylandSession : Kind::noDisplay;
+        return {.accessibility = {{both}}, .screenRecording = {{both}}};
+    }
+    PermissionCauses causes;
+    if (!display.hasTestExtension())
+        causes.accessibility.push_back({Kind::incompleteServer, {"XTEST"}});
+    if (!accessibility->answers)
+        causes.accessibility.push_back({Kind::noAccessibilityBus});
+    if (auto names = unreadable ? unreadable() : std::vector<std::string>(); !names.empty())
+        causes.accessibility.push_back({Kind::startedTooEarly, std::move(names)});
+    if (!display.canCapture())
+        causes.screenRecording.push_back({Kind::incompleteServer, display.missingForCapture()});
+    return causes;
+}
+
+boost::signals2::connection LinuxSystemAccess::observe(std::function<void()> observer)
+{
+    return accessibility->changed->connect(observer);
+}
+
+void LinuxSystemAccess::noteUnreadable()
+{
+    accessibility->reportChange();
 }
 
 } // namespace zelvo

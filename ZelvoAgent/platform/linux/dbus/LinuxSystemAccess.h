@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "base/Contexts.h"
 #include "platform/SystemAccess.h"
 #include "platform/linux/dbus/BusConnection.h"
 
@@ -8,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -17,7 +19,8 @@ struct DisplayFacts {
     std::function<bool()> hasTestExtension; ///< XTEST
     std::function<bool()>
         isXwayland; ///< the extension XWAYLAND: its pictures and events are not the desktop's
-    std::function<bool()> canCapture; ///< a screenshot would succeed
+    std::function<bool()> canCapture;                            ///< a screenshot would succeed
+    std::function<std::vector<std::string>()> missingForCapture; ///< names of extensions, if it would not
 };
 
 /// Accessibility: the AT-SPI bus answers, and X accepts input events. Screen recording: a screenshot would
@@ -25,21 +28,30 @@ struct DisplayFacts {
 /// so that its end is noticed at once.
 class LinuxSystemAccess final : public SystemAccess {
 public:
+    /// The names of running applications that can be read only after a restart. May block.
+    using UnreadableApplications = std::function<std::vector<std::string>()>;
+
     /// session  supplies the address of the AT-SPI bus and thereby starts it; must outlive this
     /// address  of the AT-SPI bus if it is known (AT_SPI_BUS_ADDRESS); the session bus is then not asked
-    LinuxSystemAccess(Executor agent,
+    LinuxSystemAccess(Contexts const& contexts,
                       Clock& clock,
                       BusConnection& session,
                       DisplayFacts display,
-                      std::optional<std::string> address);
+                      std::optional<std::string> address,
+                      UnreadableApplications unreadable = {});
     ~LinuxSystemAccess() override;
 
     Permissions current() override;
+    PermissionCauses causes() override;
+    boost::signals2::connection observe(std::function<void()> observer) override;
+    /// An application has turned out to be unreadable.
+    void noteUnreadable();
 
 private:
     class AccessibilityBus;
     std::shared_ptr<AccessibilityBus> accessibility;
     DisplayFacts display;
+    UnreadableApplications unreadable;
 };
 
 } // namespace zelvo

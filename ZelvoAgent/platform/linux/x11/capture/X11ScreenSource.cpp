@@ -24,10 +24,19 @@ std::vector<Display> displaysOf(std::vector<DisplayLayout> const& layouts)
 }
 
 /// Pictures need shared memory, redirected windows, and the owners of windows.
-bool suffices(X11Connection const& connection)
+std::vector<std::string> lackOf(X11Connection const& connection)
 {
     X11Capabilities const& can = connection.capabilities();
-    return can.shm && can.composite && can.res && connection.hasPlainPixels() && !can.xwayland;
+    std::vector<std::string> names;
+    if (!can.shm)
+        names.emplace_back("MIT-SHM");
+    if (!can.composite)
+        names.emplace_back("Composite");
+    if (!can.res)
+        names.emplace_back("X-Resource");
+    if (!connection.hasPlainPixels())
+        names.emplace_back("24-bit TrueColor");
+    return names;
 }
 
 /// The server may be unable to attach our memory: it may run in another container, for instance.
@@ -47,7 +56,7 @@ X11ScreenSource::X11ScreenSource(Contexts given,
     : contexts(std::move(given)), clock(clock), connection(std::move(shared)), layout(layout),
       strand(asio::make_strand(contexts.workers))
 {
-    if (!connection || !suffices(*connection))
+    if (!connection || connection->capabilities().xwayland || !lackOf(*connection).empty())
         return;
     // A separate connection, because a server grab blocks all connections but its own.
     std::shared_ptr<X11Connection> const own = X11Connection::open();
@@ -62,6 +71,16 @@ X11ScreenSource::~X11ScreenSource() = default;
 bool X11ScreenSource::canCapture() const
 {
     return pictures && pictures->isAlive();
+}
+
+std::vector<std::string> X11ScreenSource::missing() const
+{
+    if (!connection || pictures)
+        return {};
+    auto names = lackOf(*connection);
+    if (names.empty())
+        names.emplace_back("MIT-SHM"); // The server has it, but cannot attach our memory.
+    return names;
 }
 
 std::vector<Display> X11ScreenSource::screens()

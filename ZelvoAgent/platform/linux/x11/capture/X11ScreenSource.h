@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -35,6 +37,8 @@ public:
     void observeScreens(std::function<void()> observer) override;
     /// True if a picture would succeed now. Does not ask the server. Thread: any.
     bool canCapture() const;
+    /// What the server lacks for pictures, by the names of the extensions. Thread: any.
+    std::vector<std::string> missing() const;
     /// A window that is mapped and unmapped while pictures are taken, invisible to users; 0 if there is none.
     std::uint32_t ownWindow() const;
 

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/PermissionCause.h"
+
+#include <string>
+
+namespace zelvo {
+
+/// What a person is told about a missing permission, in their language.
+struct PermissionHelp {
+    std::string cause;
+    std::string cure;
+    bool operator==(PermissionHelp const&) const = default;
+};
+
+/// Names of applications are made fit for one line each and the list is bounded.
+PermissionHelp helpFor(PermissionCause const& cause);
+
+} // namespace zelvo
