@@ -1,8 +1,9 @@
 #include "platform/linux/dbus/LinuxFileReveal.h"
 
+#include "platform/linux/system/FileUrl.h"
+
 #include <boost/asio/post.hpp>
 
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -10,20 +11,9 @@ namespace zelvo {
 
 namespace {
 
-/// Escapes every byte that is not plain in a URL's path.
 std::string fileUrl(std::filesystem::path const& file)
 {
-    constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string url = "file://";
-    for (char const c : file.string()) {
-        auto const byte = static_cast<unsigned char>(c);
-        if (plain.find(c) != std::string_view::npos)
-            url += c;
-        else
-            url.append({'%', digits[byte >> 4], digits[byte & 15]});
-    }
-    return url;
+    return "file://" + urlPathOf(file);
 }
 
 std::filesystem::path folderOf(std::filesystem::path const& file)
