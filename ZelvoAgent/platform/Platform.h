@@ -11,6 +11,7 @@
 #include "platform/HotKey.h"
 #include "platform/HttpLoading.h"
 #include "platform/InformationDictionary.h"
+#include "platform/Installation.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/MachineFacts.h"
 #include "platform/NetworkPath.h"
@@ -48,6 +49,7 @@ public:
     virtual FileSystem& files() = 0;
     virtual SecretStore& secrets() = 0;
     virtual SingleInstance& singleInstance() = 0;
+    virtual Installation& installation() = 0;
     virtual SessionEvents& session() = 0;
     virtual PowerAssertions& power() = 0;
     virtual UserNotifications& notifications() = 0;

@@ -8,6 +8,7 @@
 #include "fakes/FakeFileSystem.h"
 #include "fakes/FakeFrontChanges.h"
 #include "fakes/FakeHttpLoading.h"
+#include "fakes/FakeInstallation.h"
 #include "fakes/FakeKeyboardLayout.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeScreenSource.h"
@@ -38,6 +39,7 @@ public:
     FakeFileSystem fileSystem;
     FakeSecretStore secretStore;
     FakeSingleInstance instance;
+    FakeInstallation installed;
     FakeSessionEvents sessionEvents;
     FakePowerAssertions assertions;
     FakeUserNotifications notices;
@@ -80,6 +82,7 @@ public:
     FileSystem& files() override { return fileSystem; }
     SecretStore& secrets() override { return secretStore; }
     SingleInstance& singleInstance() override { return instance; }
+    Installation& installation() override { return installed; }
     SessionEvents& session() override { return sessionEvents; }
     PowerAssertions& power() override { return assertions; }
     UserNotifications& notifications() override { return notices; }

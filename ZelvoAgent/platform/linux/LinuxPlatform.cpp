@@ -1,5 +1,7 @@
 #include "platform/Platform.h"
 #include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/applications/LinuxInstallation.h"
+#include "platform/linux/applications/UrlHandler.h"
 #include "platform/linux/dbus/BusMessages.h"
 #include "platform/linux/dbus/LinuxFileReveal.h"
 #include "platform/linux/dbus/LinuxNotifications.h"
@@ -37,6 +39,10 @@ public:
           path(contexts.agent), system(contexts.agent, time, openSystemBus),
           user(contexts.agent, time, openSessionBus),
           instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
+          installed(
+              runningProgram(),
+              {.dataHome = xdg::dataHome(), .configHome = xdg::configHome(), .runtime = xdg::runtimeFolder()},
+              [](auto const& entry) { makeDefaultHandler(entry, "x-scheme-handler/zelvo"); }),
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
           processes(contexts), folders(xdg::configHome(), xdg::home()),
@@ -52,6 +58,7 @@ public:
     FileSystem& files() override { return fileSystem; }
     SecretStore& secrets() override { return secretStore; }
     SingleInstance& singleInstance() override { return instance; }
+    Installation& installation() override { return installed; }
     SessionEvents& session() override { return desktop().session; }
     PowerAssertions& power() override { return assertions; }
     UserNotifications& notifications() override { return notices; }
@@ -104,6 +111,7 @@ private:
     BusConnection system;
     BusConnection user;
     LinuxSingleInstance instance;
+    LinuxInstallation installed;
     LinuxSecretStore secretStore;
     LinuxPowerAssertions assertions;
     LinuxNotifications notices;
