@@ -21,16 +21,31 @@ constexpr std::chrono::minutes timeToClose{1};
 
 } // namespace
 
-AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit)
+AppDelegate::AppDelegate(Contexts contexts, Platform& platform, Updates& updates, std::function<void()> quit)
     : contexts(contexts), platform(platform),
       parts(contexts, platform, QtConfirmationPanel::maker(platform.clock())),
       intake(parts.links, parts.state, platform.clock()),
       consent(parts.links, parts.gate, contexts.main, platform.clock()), quit(std::move(quit)),
-      termination(contexts.main, parts.runtime.recording(), this->quit)
+      termination(contexts.main, parts.runtime.recording(), this->quit), updates(updates),
+      mover({.contexts = contexts,
+             .installation = platform.installation(),
+             .information = platform.information(),
+             .state = parts.state,
+             .askChoice =
+                 [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
+                     return parts.confirmations.askChoice(std::move(choice), timeoutMs);
+                 },
+             .terminate = [this] { terminate(); }})
 {
 }
 
 void AppDelegate::start()
+{
+    startAgent();
+    mover.checkOnLaunch();
+}
+
+void AppDelegate::startAgent()
 {
     parts.clipboard.start();
     parts.state.startObserving();
@@ -42,6 +57,7 @@ void AppDelegate::start()
             terminate();
     });
     platform.hotKey().start([this] { parts.state.setPaused(!parts.state.isPaused()); });
+    updates.start();
     handlePendingLinkIfNeeded();
 }
 

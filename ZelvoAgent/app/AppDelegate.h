@@ -4,6 +4,8 @@
 #include "app/ConsentPresenter.h"
 #include "app/LinkIntake.h"
 #include "app/Termination.h"
+#include "app/lifecycle/AppMover.h"
+#include "app/lifecycle/Updates.h"
 #include "base/Contexts.h"
 #include "platform/Platform.h"
 
@@ -18,10 +20,11 @@ namespace zelvo {
 /// before the process may end. Thread: main.
 class AppDelegate {
 public:
+    /// updates: must outlive this.
     /// quit: ends the event loop.
-    AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit);
+    AppDelegate(Contexts contexts, Platform& platform, Updates& updates, std::function<void()> quit);
 
-    /// Starts the agent. Called once.
+    /// Starts the agent, and asks about a program that runs from a wrong place. Called once.
     void start();
     /// Starts linking for a link URL, one at a time; before start() the last of them is kept until then.
     void open(std::vector<std::string> const& urls);
@@ -37,6 +40,7 @@ public:
     void willTerminate();
 
 private:
+    void startAgent();
     void handlePendingLinkIfNeeded();
 
     Contexts contexts;
@@ -46,6 +50,8 @@ private:
     ConsentPresenter consent;
     std::function<void()> quit;
     Termination termination;
+    Updates& updates;
+    AppMover mover;
     std::optional<std::string> pendingLinkToken;
     bool hasStarted = false;
 };

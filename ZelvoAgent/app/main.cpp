@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/ProgramThreads.h"
 #include "app/WindowIcon.h"
+#include "app/lifecycle/NoUpdates.h"
 #include "base/UnusedMemory.h"
 #include "platform/Platform.h"
 
@@ -109,7 +110,9 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         ToolkitArguments arguments{.values = {program, nullptr}};
         Application application(arguments, [&delegate] { delegate->terminate(); });
         describeToToolkit(application);
-        delegate = std::make_unique<AppDelegate>(contexts, *platform, [] { QCoreApplication::exit(); });
+        NoUpdates updates(platform->information());
+        delegate =
+            std::make_unique<AppDelegate>(contexts, *platform, updates, [] { QCoreApplication::exit(); });
         // The session manager waits until this returns.
         QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
                          [&delegate] { delegate->closeRecording(); });

@@ -16,10 +16,14 @@ void write(fs::path const& file, std::string const& content)
     std::ofstream(file, std::ios::binary) << content;
 }
 
+/// Where `make run` starts its copy. The homes of tests are in /tmp, where the program would ask whether to
+/// move.
+constexpr char const* tryingFolder = "build/run/bin";
+
 } // namespace
 
-AgentProgram::AgentProgram(PrivateDesktop& desktop, std::uint16_t port)
-    : desktop(desktop), program(desktop.home() / "bin" / "zelvo-agent")
+AgentProgram::AgentProgram(PrivateDesktop& desktop, std::uint16_t port, fs::path const& folder)
+    : desktop(desktop), program((folder.empty() ? desktop.home() / tryingFolder : folder) / "zelvo-agent")
 {
     fs::create_directories(program.parent_path());
     fs::copy_file(ZELVO_AGENT, program);

@@ -12,8 +12,9 @@ namespace zelvo::test {
 /// The built agent, installed on a private desktop. Thread: the test's.
 class AgentProgram {
 public:
-    /// port  of the gateway on this machine
-    AgentProgram(PrivateDesktop& desktop, std::uint16_t port);
+    /// port    of the gateway on this machine
+    /// folder  of the program; by default one from which it asks nothing about its place
+    AgentProgram(PrivateDesktop& desktop, std::uint16_t port, std::filesystem::path const& folder = {});
 
     /// Changes the gateway's port in the agent's settings.
     void pointTo(std::uint16_t port);
@@ -45,6 +46,7 @@ public:
     /// The lines of the activity log, newest first.
     std::vector<std::string> activity() const;
     std::filesystem::path tokenFile() const;
+    std::filesystem::path const& file() const { return program; }
 
 private:
     std::filesystem::path defaults() const { return desktop.configHome() / "dev.zelvo.agent" / "defaults"; }

@@ -128,8 +128,7 @@ TEST_F(Life, worksWithoutASessionBus)
 
 TEST_F(Life, saysThatItNeedsAGraphicalSession)
 {
-    pid_t const pid =
-        desktop.start({"env", "-u", "DISPLAY", (desktop.home() / "bin" / "zelvo-agent").string()});
+    pid_t const pid = desktop.start({"env", "-u", "DISPLAY", agent.file().string()});
 
     EXPECT_EQ(desktop.processes().waitForEnd(pid, 10), 1);
     EXPECT_NE(desktop.processes().output(pid).find("graphical session"), std::string::npos);

@@ -68,7 +68,7 @@ protected:
     }
 
     PrivateDesktop desktop{{.width = 1280, .height = 1024}};
-    fs::path kept = desktop.home() / "kept";
+    fs::path kept = desktop.home() / "build" / "run";
     pid_t script = 0;
 };
 

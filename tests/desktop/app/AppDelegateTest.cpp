@@ -3,11 +3,13 @@
 #include "app/WindowIcon.h"
 #include "desktop/harness/PrivateDesktop.h"
 #include "fakes/FakePlatform.h"
+#include "fakes/FakeUpdates.h"
 #include "gateway/Keychain.h"
 
 #include <QApplication>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -31,6 +33,14 @@ protected:
         return tokens;
     }
 
+    /// Whether a question is on the screen.
+    static bool isAsked()
+    {
+        return std::ranges::any_of(QApplication::topLevelWidgets(), [](QWidget const* window) {
+            return window->isVisible() && window->windowTitle() == "Zelvo";
+        });
+    }
+
     test::PrivateDesktop desktop;
     int count = 1;
     char program[5] = "test";
@@ -38,7 +48,8 @@ protected:
     std::optional<QApplication> application;
     FakePlatform platform;
     int quits = 0;
-    AppDelegate delegate{platform.contexts, platform, [this] { ++quits; }};
+    FakeUpdates updates;
+    AppDelegate delegate{platform.contexts, platform, updates, [this] { ++quits; }};
 };
 
 using Tokens = std::vector<std::string>;
@@ -66,6 +77,28 @@ TEST_F(AppDelegateTest, beginsOneLinkAtATimeOnceItRuns)
     platform.settle();
     delegate.open({"zelvo://link?token=d"});
     EXPECT_EQ(resolvedTokens(), Tokens({"a", "d"}));
+}
+
+TEST_F(AppDelegateTest, asksAboutAWrongPlaceWhileTheAgentRuns)
+{
+    platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = "secret";
+    platform.installed.where.program = "/tmp/zelvo-agent";
+
+    delegate.start();
+    platform.settle();
+
+    EXPECT_EQ(platform.opener.opened.size(), 1U);
+    EXPECT_TRUE(isAsked());
+    EXPECT_EQ(quits, 0);
+    EXPECT_EQ(platform.installed.installed, 0);
+}
+
+TEST_F(AppDelegateTest, asksNothingAtItsPlace)
+{
+    delegate.start();
+    platform.settle();
+
+    EXPECT_FALSE(isAsked());
 }
 
 TEST_F(AppDelegateTest, connectsWithTheStoredToken)
