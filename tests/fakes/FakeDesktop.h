@@ -52,6 +52,7 @@ class FakeSessionEvents final : public SessionEvents {
 public:
     Availability present = Availability::ready;
     std::vector<std::function<void(SessionEvent)>> observers;
+    std::function<void()> onObserve;
 
     void tell(SessionEvent event)
     {
@@ -62,6 +63,8 @@ public:
     void observe(std::function<void(SessionEvent)> observer) override
     {
         observers.push_back(std::move(observer));
+        if (onObserve)
+            onObserve();
     }
 };
 
@@ -95,10 +98,13 @@ class FakeNetworkPath final : public NetworkPath {
 public:
     std::string host;
     std::function<void(bool)> update;
+    std::function<void()> onStart;
     void start(std::string hostName, std::function<void(bool)> onUpdate) override
     {
         host = std::move(hostName);
         update = std::move(onUpdate);
+        if (onStart)
+            onStart();
     }
 };
 

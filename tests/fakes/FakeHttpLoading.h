@@ -4,6 +4,7 @@
 #include "platform/HttpLoading.h"
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <variant>
@@ -19,6 +20,7 @@ public:
     std::vector<HttpUpload> uploads;
     std::string peer = "192.0.2.1"; ///< of every answer
     int endings = 0;                ///< calls of endCalls(), which answers nothing by itself
+    std::function<void()> onLoad;
 
     void answer(int status, std::string body)
     {
@@ -41,6 +43,8 @@ public:
     Task<HttpResponse> load(HttpRequest request) override
     {
         requests.push_back(std::move(request));
+        if (onLoad)
+            onLoad();
         co_return co_await nextAnswer();
     }
     Task<HttpResponse> upload(HttpUpload upload) override

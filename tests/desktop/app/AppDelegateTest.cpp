@@ -53,6 +53,7 @@ protected:
 };
 
 using Tokens = std::vector<std::string>;
+using Calls = std::vector<std::string>;
 
 TEST_F(AppDelegateTest, servesTheLastLinkThatCameBeforeTheStart)
 {
@@ -77,6 +78,60 @@ TEST_F(AppDelegateTest, beginsOneLinkAtATimeOnceItRuns)
     platform.settle();
     delegate.open({"zelvo://link?token=d"});
     EXPECT_EQ(resolvedTokens(), Tokens({"a", "d"}));
+}
+
+TEST_F(AppDelegateTest, startsItsPartsInTheirOrder)
+{
+    std::vector<std::string> calls;
+    auto const note = [&](std::string const& name) {
+        return [&calls, name] {
+            if (std::ranges::find(calls, name) == calls.end())
+                calls.push_back(name);
+        };
+    };
+    platform.sessionEvents.onObserve = note("state");
+    platform.path.onStart = note("runtime");
+    platform.key.onStart = note("hot key");
+    updates.onStart = note("updates");
+    platform.loading.onLoad = note("link");
+    delegate.open({"zelvo://link?token=a"});
+    platform.settle();
+    EXPECT_EQ(calls, Calls());
+
+    delegate.start();
+    platform.settle();
+
+    EXPECT_EQ(calls, Calls({"state", "runtime", "hot key", "updates", "link"}));
+    EXPECT_EQ(updates.started, 1);
+}
+
+TEST_F(AppDelegateTest, startsTheClipboardFirst)
+{
+    delegate.start();
+
+    platform.io.restart();
+    platform.io.run_one(); // The first task that was started.
+
+    EXPECT_EQ(platform.time.sleeperCount(), 1U);
+    platform.settle();
+    platform.time.advance(500ms);
+    EXPECT_GE(platform.clipboard.looks, 1);
+}
+
+TEST_F(AppDelegateTest, takesOffersFromTheFirstConnectionOn)
+{
+    platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = "secret";
+    platform.settings.setText("ZelvoMode", "cloud");
+    delegate.start();
+    platform.settle();
+    ASSERT_EQ(platform.opener.opened.size(), 1U);
+
+    platform.opener.last().deliver(
+        R"({"id":"1","method":"queue.offer","params":{"connectionId":"c","platformName":"Acme","commands":)"
+        R"([{"commandId":"a","type":"urls.open","summary":"Open it"}]}})");
+    platform.settle();
+
+    EXPECT_EQ(platform.notices.shown.size(), 1U);
 }
 
 TEST_F(AppDelegateTest, asksAboutAWrongPlaceWhileTheAgentRuns)
