@@ -246,8 +246,8 @@ bool PrivateDesktop::startCompositor()
     xcb_atom_t const selection = atomOf(x, "_NET_WM_CM_S0");
     try {
         // picom 12 on Xvfb leaves most of the screen black if it draws only what has changed.
-        start({"picom", "--backend", "xrender", "--config", "/dev/null", "--fading", "--shadow",
-               "--no-use-damage"});
+        compositor = start({"picom", "--backend", "xrender", "--config", "/dev/null", "--fading", "--shadow",
+                            "--no-use-damage"});
     } catch (std::runtime_error const&) {
         return false;
     }
@@ -257,6 +257,11 @@ bool PrivateDesktop::startCompositor()
         return reply && reply->owner != XCB_NONE;
     });
     return true;
+}
+
+void PrivateDesktop::endCompositor()
+{
+    children->end(compositor, SIGTERM);
 }
 
 } // namespace zelvo::test

@@ -68,6 +68,7 @@ public:
     /// Starts a compositing manager (picom) and waits until it is active. False if the program isn't
     /// installed.
     bool startCompositor();
+    void endCompositor();
 
 private:
     struct Connection;
@@ -84,6 +85,7 @@ private:
     Environment settings;
     std::unique_ptr<ChildProcesses> children;
     pid_t server = 0;
+    pid_t compositor = 0;
     std::unique_ptr<Connection> connection;
 };
 

@@ -363,6 +363,25 @@ TEST(X11ScreenSource, scalesByTheMeanOfThePixels)
     EXPECT_EQ(dot.pixels.size(), 4u);
 }
 
+TEST(X11ScreenSource, doesNotKeepACompositingManagerFromStarting)
+{
+    CaptureDesktop stage;
+    Painter painter(stage.desktop.display());
+    painter.paintRoot(0x808080);
+    PainterProcess other(stage.desktop);
+    PainterProcess secret(stage.desktop, stage.desktop.home() / "bin" / "secret");
+    secret.open({.x = 1000, .y = 500, .color = planted, .overrideRedirect = true});
+    other.open({.x = 200, .y = 200, .color = 0x80400000, .argb = true, .overrideRedirect = true});
+    stage.take({"secret"});
+
+    if (!stage.desktop.startCompositor())
+        GTEST_SKIP() << "picom is not installed";
+
+    EXPECT_TRUE(waitFor([&] { return (colorAt(stage.onTheScreen(), 250, 250) & 0xfcfcfc) == 0x804040; }))
+        << std::hex << colorAt(stage.onTheScreen(), 250, 250);
+    EXPECT_EQ(countOf(stage.take({"secret"}), planted), 0u);
+}
+
 TEST(X11ScreenSource, takesTheMainDisplayOnly)
 {
     CaptureDesktop stage;

@@ -20,8 +20,6 @@ RootBackground::RootBackground(std::shared_ptr<X11Connection> server) : connecti
     if (connection->capabilities().shape)
         xcb_shape_rectangles(x, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, id, 0, 0, 0,
                              nullptr);
-    // Fails if a compositing manager has redirected it already, which is just as good.
-    xcb_composite_redirect_window(x, id, XCB_COMPOSITE_REDIRECT_MANUAL);
 }
 
 RootBackground::~RootBackground()
@@ -40,6 +38,9 @@ std::uint32_t RootBackground::show(PixelRect const& area)
                          XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
                              XCB_CONFIG_WINDOW_HEIGHT | XCB_CONFIG_WINDOW_STACK_MODE,
                          place);
+    // Fails if a compositing manager has redirected it already, which is just as good. Only while the server
+    // is grabbed: a compositing manager that starts fails if any window is redirected like this.
+    xcb_composite_redirect_window(x, id, XCB_COMPOSITE_REDIRECT_MANUAL);
     // Map it black first: if the root has no background, the new window would keep the screen's pixels.
     std::uint32_t const black = 0;
     xcb_change_window_attributes(x, id, XCB_CW_BACK_PIXEL, &black);
@@ -58,6 +59,7 @@ void RootBackground::hide(std::uint32_t pixmap)
     auto* const x = connection->get();
     xcb_free_pixmap(x, pixmap);
     xcb_unmap_window(x, id);
+    xcb_composite_unredirect_window(x, id, XCB_COMPOSITE_REDIRECT_MANUAL);
 }
 
 } // namespace zelvo

@@ -10,8 +10,8 @@ namespace zelvo {
 class X11Connection;
 
 /// Reads the root window's background, also where windows cover it: a window of ours inherits the background
-/// (ParentRelative) and is redirected into memory below all others, so that nobody sees it. Thread: one at a
-/// time, while the server is grabbed.
+/// (ParentRelative) and is redirected into memory below all others while it is mapped, so that nobody sees
+/// it. Thread: one at a time, while the server is grabbed.
 class RootBackground {
 public:
     explicit RootBackground(std::shared_ptr<X11Connection> server);
