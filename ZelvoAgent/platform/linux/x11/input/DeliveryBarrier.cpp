@@ -3,9 +3,9 @@
 #include "base/Hop.h"
 #include "platform/linux/system/PageProcesses.h"
 #include "platform/linux/system/ProcessStat.h"
+#include "platform/linux/x11/WindowProcess.h"
 
 #include <sys/socket.h>
-#include <xcb/res.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
@@ -188,21 +188,8 @@ std::vector<std::int32_t> DeliveryBarrier::processesOfPages() const
 
 std::optional<std::int32_t> DeliveryBarrier::processWithFocus() const
 {
-    auto const* const resources = xcb_get_extension_data(connection.raw(), &xcb_res_id);
     auto const window = windowWithFocus();
-    if (!window || !resources || !resources->present)
-        return std::nullopt;
-    xcb_res_client_id_spec_t const asked{*window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-    auto const cookie = xcb_res_query_client_ids(connection.raw(), 1, &asked);
-    XReply<xcb_res_query_client_ids_reply_t> const reply(
-        xcb_res_query_client_ids_reply(connection.raw(), cookie, nullptr));
-    if (!reply)
-        return std::nullopt;
-    auto id = xcb_res_query_client_ids_ids_iterator(reply.get());
-    for (; id.rem; xcb_res_client_id_value_next(&id))
-        if (xcb_res_client_id_value_value_length(id.data) > 0)
-            return static_cast<std::int32_t>(*xcb_res_client_id_value_value(id.data));
-    return std::nullopt;
+    return window ? windowProcess(connection.raw(), *window) : std::nullopt;
 }
 
 std::optional<std::uint32_t> DeliveryBarrier::windowThatAnswers()
