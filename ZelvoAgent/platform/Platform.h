@@ -15,6 +15,7 @@
 #include "platform/KeyboardLayout.h"
 #include "platform/MachineFacts.h"
 #include "platform/NetworkPath.h"
+#include "platform/OverlayWindows.h"
 #include "platform/Pasteboard.h"
 #include "platform/PowerAssertion.h"
 #include "platform/ScreenSource.h"
@@ -69,6 +70,7 @@ public:
     virtual EventPosting& events() = 0;
     virtual KeyboardLayout& keyboardLayout() = 0;
     virtual Pasteboard& pasteboard() = 0;
+    virtual OverlayWindows& overlays() = 0;
     virtual SystemAccess& access() = 0;
     virtual MachineFacts& facts() = 0;
     virtual WebSocketOpener& sockets() = 0;

@@ -10,6 +10,7 @@
 #include "fakes/FakeHttpLoading.h"
 #include "fakes/FakeInstallation.h"
 #include "fakes/FakeKeyboardLayout.h"
+#include "fakes/FakeOverlayWindows.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
@@ -59,6 +60,7 @@ public:
     FakeEventPosting posting;
     FakeKeyboardLayout layout;
     FakePasteboard clipboard;
+    FakeOverlayWindows overlayWindows;
     FakeSystemAccess systemAccess;
     FakeMachineFacts machineFacts;
     FakeWebSocketOpener opener;
@@ -102,6 +104,7 @@ public:
     EventPosting& events() override { return posting; }
     KeyboardLayout& keyboardLayout() override { return layout; }
     Pasteboard& pasteboard() override { return clipboard; }
+    OverlayWindows& overlays() override { return overlayWindows; }
     SystemAccess& access() override { return systemAccess; }
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }

@@ -32,6 +32,7 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
       events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
       tray(contexts, user, X11Connection::open()),
       pasteboard(contexts, clock, {}, [this](std::int32_t pid) { return workspace.process(pid); }),
+      overlays(contexts, clock, layout),
       session(contexts,
               clock,
               system,

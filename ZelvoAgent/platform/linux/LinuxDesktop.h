@@ -15,6 +15,7 @@
 #include "platform/linux/x11/clipboard/X11Pasteboard.h"
 #include "platform/linux/x11/input/X11EventPosting.h"
 #include "platform/linux/x11/input/X11HotKey.h"
+#include "platform/linux/x11/overlays/X11OverlayWindows.h"
 #include "platform/linux/x11/windows/ApplicationOpener.h"
 #include "platform/linux/x11/windows/RecentSurvey.h"
 #include "platform/linux/x11/windows/X11FrontChanges.h"
@@ -53,6 +54,7 @@ struct LinuxDesktop {
     X11HotKey hotKey;
     LinuxSystemTray tray;
     X11Pasteboard pasteboard;
+    X11OverlayWindows overlays;
     LinuxSessionEvents session;
     LinuxSystemAccess access;
     AtspiAccessibility accessibility;

@@ -78,6 +78,7 @@ public:
     EventPosting& events() override { return desktop().events; }
     KeyboardLayout& keyboardLayout() override { return desktop().events; }
     Pasteboard& pasteboard() override { return desktop().pasteboard; }
+    OverlayWindows& overlays() override { return desktop().overlays; }
     SystemAccess& access() override { return desktop().access; }
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }
