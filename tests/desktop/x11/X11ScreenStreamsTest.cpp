@@ -1,6 +1,7 @@
 #include "platform/linux/x11/capture/X11ScreenStreams.h"
 
 #include "desktop/x11/CaptureDesktop.h"
+#include "platform/linux/x11/overlays/X11OverlayWindows.h"
 
 #include <gmock/gmock.h>
 
@@ -195,7 +196,7 @@ TEST_F(X11ScreenStreamsTest, endsWithThePictureOfTheLastChange)
 
 TEST_F(X11ScreenStreamsTest, seesWindowsComeAndGoAndThePointerMove)
 {
-    Painter painter(stage.desktop.display());
+    PainterProcess painter(stage.desktop);
     open();
     std::size_t count = framesAtRest();
     auto const window = painter.open({.x = 300, .y = 300, .overrideRedirect = true, .className = "Any"});
@@ -204,11 +205,109 @@ TEST_F(X11ScreenStreamsTest, seesWindowsComeAndGoAndThePointerMove)
     painter.move(window, 400, 300);
     EXPECT_TRUE(waitForFrames(count + 1));
     count = framesAtRest();
-    painter.movePointer(700, 200);
+    Painter(stage.desktop.display()).movePointer(700, 200);
     EXPECT_TRUE(waitForFrames(count + 1));
     count = framesAtRest();
     painter.close(window);
     EXPECT_TRUE(waitForFrames(count + 1));
+}
+
+/// The agent's cursor, as the program draws it: a window that appears, moves, fades and goes.
+class OwnOverlay {
+public:
+    OwnOverlay(CaptureDesktop& stage, X11OverlayWindows& windows) : stage(stage), windows(windows) {}
+
+    void show(DesktopPoint place, std::uint32_t color)
+    {
+        onMain([&] {
+            if (!window)
+                window = windows.open(OverlayWindows::Layer::pointer);
+            window->show(place, {.width = 120, .height = 40, .pixels = std::vector(120 * 40, color)});
+        });
+    }
+    void move(DesktopPoint place)
+    {
+        onMain([&] { window->move(place); });
+    }
+    void close()
+    {
+        onMain([this] { window.reset(); });
+    }
+
+private:
+    void onMain(std::function<void()> work)
+    {
+        runBlocking(stage.live.contexts().main, [](std::function<void()> what) -> Task<> {
+            what();
+            co_return;
+        }(std::move(work)));
+    }
+
+    CaptureDesktop& stage;
+    X11OverlayWindows& windows;
+    std::unique_ptr<OverlayWindow> window;
+};
+
+class OwnOverlayTest : public X11ScreenStreamsTest, public testing::WithParamInterface<bool> {};
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutCompositor, OwnOverlayTest, testing::Bool());
+
+TEST_P(OwnOverlayTest, isNoChangeOfTheScreen)
+{
+    PainterProcess painter(stage.desktop);
+    auto const window = painter.open({.x = 200, .y = 100, .width = 600, .height = 400, .title = "below"});
+    if (GetParam() && !stage.desktop.startCompositor())
+        GTEST_SKIP() << "picom is not installed";
+    stage.settledScreen();
+    open({"dev.zelvo.agent"});
+    std::size_t const before = framesAtRest();
+    X11OverlayWindows windows(stage.live.contexts(), stage.clock, *stage.layout);
+    OwnOverlay overlay(stage, windows);
+
+    overlay.show({100, 300}, 0xff3350c9);
+    ASSERT_TRUE(waitFor([&] { return colorAt(stage.onTheScreen(), 110, 310) == 0x3350c9; }));
+    for (int x = 100; x < 900; x += 10) {
+        overlay.move({double(x), 300});
+        waitFor([] { return false; }, 16ms);
+    }
+    for (std::uint32_t alpha = 0xff; alpha > 0; alpha -= 0x11)
+        overlay.show({500, 300}, alpha << 24);
+    // Where it moved, something may have been drawn below it. All that takes two seconds, or 16 frames.
+    EXPECT_LE(framesAtRest(), before + 4);
+    std::size_t const still = framesAtRest();
+    for (int i = 0; i < 10; ++i)
+        overlay.show({500, 300}, 0xff000000 + 0x111111u * i);
+    EXPECT_LE(framesAtRest(), still + 1);
+
+    // What others draw is a change, also if an overlay covers all of it.
+    std::size_t const covered = framesAtRest();
+    auto const small =
+        painter.open({.x = 520, .y = 310, .width = 20, .height = 20, .overrideRedirect = true});
+    EXPECT_TRUE(waitForFrames(covered + 1));
+    std::size_t const opened = framesAtRest();
+    painter.paint(small, 0x0000aa);
+    EXPECT_TRUE(waitForFrames(opened + 1));
+    std::size_t const painted = framesAtRest();
+    painter.paint(window, 0x00aa00);
+    EXPECT_TRUE(waitForFrames(painted + 1));
+    std::size_t const drawn = framesAtRest();
+    overlay.close();
+    // A compositing manager fades it out.
+    EXPECT_LE(framesAtRest(), drawn + (GetParam() ? 8 : 1));
+    for (Seen const& one : output->seen())
+        EXPECT_NE(one.color, 0x3350c9u);
+}
+
+TEST_F(X11ScreenStreamsTest, seesANewBackgroundOfTheScreen)
+{
+    open();
+    std::size_t const before = framesAtRest();
+
+    Painter(stage.desktop.display()).paintRoot(0x993366);
+
+    EXPECT_TRUE(waitForFrames(before + 1));
+    framesAtRest();
+    EXPECT_EQ(output->seen().back().color, 0x993366u);
 }
 
 TEST_F(X11ScreenStreamsTest, seesWhatIsDrawnUnderAHiddenWindow)
