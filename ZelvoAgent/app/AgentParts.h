@@ -19,8 +19,8 @@
 #include "drivers/ScreenCapture.h"
 #include "drivers/ShellRunner.h"
 #include "gateway/LinkCoordinator.h"
+#include "overlays/AgentCursorOverlay.h"
 #include "recording/RecordingSettings.h"
-#include "router/AgentCursorPresenting.h"
 #include "router/RpcRouter.h"
 #include "state/QueueCoordinator.h"
 #include "state/QueueOfferInbox.h"
@@ -36,6 +36,7 @@ struct AgentParts {
     AgentParts(Contexts contexts,
                Platform& platform,
                ConfirmationPanelMaker makePanel,
+               CursorPanelMaker makeCursorPanel,
                std::function<double()> jitter = GatewayClient::randomJitter);
     AgentParts(AgentParts const&) = delete;
     AgentParts& operator=(AgentParts const&) = delete;
@@ -63,7 +64,7 @@ struct AgentParts {
     OwnUiGuard ownUi;
     ElementProbe probe;
     ReleasePlace releasePlace;
-    NoAgentCursor cursor;
+    AgentCursorOverlay cursor;
     AgentRuntime runtime;
     QueueCoordinator queue;
     LinkCoordinator links;

@@ -2,6 +2,8 @@
 
 #include "app/LinkUrl.h"
 #include "app/QtConfirmationPanel.h"
+#include "app/overlays/AgentCursorView.h"
+#include "app/overlays/WorkingIndicatorView.h"
 #include "base/Task.h"
 
 #include <QEventLoop>
@@ -23,9 +25,20 @@ constexpr std::chrono::minutes timeToClose{1};
 
 AppDelegate::AppDelegate(Contexts contexts, Platform& platform, Updates& updates, std::function<void()> quit)
     : contexts(contexts), platform(platform),
-      parts(contexts, platform, QtConfirmationPanel::maker(platform.clock())),
+      parts(contexts,
+            platform,
+            QtConfirmationPanel::maker(platform.clock()),
+            [&platform](AgentCursorModel& model) {
+                return AgentCursorView::open(model, platform.overlays(), platform.clock());
+            }),
       intake(parts.links, parts.state, platform.clock()),
-      consent(parts.links, parts.gate, contexts.main, platform.clock()), quit(std::move(quit)),
+      consent(parts.links, parts.gate, contexts.main, platform.clock()),
+      indicator(parts.state,
+                [this] {
+                    return WorkingIndicatorView::open(parts.state, parts.recording.state(),
+                                                      this->platform.overlays());
+                }),
+      quit(std::move(quit)),
       termination(contexts.main, parts.runtime.recording(), this->quit), updates(updates),
       mover({.contexts = contexts,
              .installation = platform.installation(),
@@ -51,6 +64,7 @@ void AppDelegate::startAgent()
     parts.state.startObserving();
     parts.queue.start(); // Before a link exists that can deliver offers.
     parts.runtime.start();
+    indicator.start();
     hasStarted = true;
     platform.session().observe([this](SessionEvent event) {
         if (event == SessionEvent::willShutDown)

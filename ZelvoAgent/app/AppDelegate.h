@@ -7,6 +7,7 @@
 #include "app/lifecycle/AppMover.h"
 #include "app/lifecycle/Updates.h"
 #include "base/Contexts.h"
+#include "overlays/WorkingIndicatorController.h"
 #include "platform/Platform.h"
 
 #include <functional>
@@ -48,6 +49,7 @@ private:
     AgentParts parts;
     LinkIntake intake;
     ConsentPresenter consent;
+    WorkingIndicatorController indicator;
     std::function<void()> quit;
     Termination termination;
     Updates& updates;

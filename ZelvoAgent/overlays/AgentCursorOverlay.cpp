@@ -120,7 +120,7 @@ Duration AgentCursorOverlay::move(DesktopPoint to)
 void AgentCursorOverlay::show()
 {
     if (!panel)
-        panel = services.makePanel();
+        panel = services.makePanel(model);
 }
 
 std::string AgentCursorOverlay::nameInFront() const

@@ -14,6 +14,9 @@ namespace zelvo {
 
 class AgentState;
 
+/// Opens the panel that shows the cursor; null if there is no screen. The model outlives the panel.
+using CursorPanelMaker = std::function<std::unique_ptr<OverlayPanel>(AgentCursorModel&)>;
+
 /// The agent's cursor: it travels to where the agent is about to act, and hides when the agent pauses. Shows
 /// nothing while the person has it switched off. Thread: any for the operations of its interface; else main.
 class AgentCursorOverlay final : public AgentCursorPresenting {
@@ -22,7 +25,7 @@ public:
         Executor main;
         Clock& clock;
         AgentState const& state;
-        OverlayMaker makePanel;
+        CursorPanelMaker makePanel;
     };
 
     explicit AgentCursorOverlay(Services services);

@@ -8,6 +8,7 @@
 #include "desktop/harness/Painter.h"
 #include "desktop/harness/PrivateDesktop.h"
 #include "fakes/FakeConfirmationPanel.h"
+#include "fakes/FakeOverlays.h"
 #include "fakes/FakePlatform.h"
 
 #include <QApplication>
@@ -64,7 +65,7 @@ protected:
         texts::useLanguage("en");
         platform.emplace();
         panels.emplace(platform->windowFocus);
-        parts.emplace(platform->contexts, *platform, panels->maker());
+        parts.emplace(platform->contexts, *platform, panels->maker(), overlays.cursorMaker());
         presenter.emplace(parts->links, parts->gate, platform->contexts.main, platform->time);
     }
 
@@ -179,6 +180,7 @@ protected:
     std::optional<QApplication> application;
     std::optional<FakePlatform> platform;
     std::optional<FakePanels> panels;
+    FakeOverlays overlays;
     std::optional<AgentParts> parts;
     std::optional<ConsentPresenter> presenter;
 };

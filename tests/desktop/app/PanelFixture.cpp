@@ -1,6 +1,7 @@
 #include "desktop/app/PanelFixture.h"
 
 #include "app/QtConfirmationPanel.h"
+#include "app/overlays/AgentCursorView.h"
 #include "base/LocalizedTexts.h"
 #include "desktop/harness/Painter.h"
 
@@ -37,7 +38,11 @@ void PanelFixture::bringUp(int dpi)
     threads = allThreads().emplace_back(new ProgramThreads);
     Contexts const contexts = threads->contexts();
     platform = makePlatform(contexts);
-    parts = std::make_unique<AgentParts>(contexts, *platform, QtConfirmationPanel::maker(platform->clock()));
+    auto const openCursor = [this](AgentCursorModel& model) {
+        return AgentCursorView::open(model, platform->overlays(), platform->clock());
+    };
+    parts = std::make_unique<AgentParts>(contexts, *platform, QtConfirmationPanel::maker(platform->clock()),
+                                         openCursor);
     consent = std::make_unique<ConsentPresenter>(parts->links, parts->gate, contexts.main, platform->clock());
 }
 

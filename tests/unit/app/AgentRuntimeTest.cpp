@@ -359,7 +359,8 @@ TEST(AgentParts, letAgentsReachTheFoldersThatAreStored)
     platform.fileSystem.addFile("/granted/x", "content");
     platform.fileSystem.addFile("/other/x", "content");
     platform.settings.contents["dev.zelvo.fileRoots"] = R"(["/gone","/granted"])";
-    AgentParts parts(platform.contexts, platform, panels.maker());
+    FakeOverlays overlays;
+    AgentParts parts(platform.contexts, platform, panels.maker(), overlays.cursorMaker());
 
     EXPECT_EQ(run(platform.io, parts.files.read("/granted/x")), "content");
     EXPECT_THROW(run(platform.io, parts.files.read("/other/x")), AgentError);

@@ -2,6 +2,7 @@
 
 #include "app/AgentParts.h"
 #include "fakes/FakeConfirmationPanel.h"
+#include "fakes/FakeOverlays.h"
 #include "fakes/FakePlatform.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,8 @@ class RuntimeFixture : public testing::Test {
 protected:
     FakePlatform platform;
     FakePanels panels{platform.windowFocus};
-    AgentParts parts{platform.contexts, platform, panels.maker(), [] { return 1.0; }};
+    FakeOverlays overlays;
+    AgentParts parts{platform.contexts, platform, panels.maker(), overlays.cursorMaker(), [] { return 1.0; }};
 
     // A waiting receive loop and its socket hold each other until the socket ends.
     void TearDown() override

@@ -2,6 +2,7 @@
 
 #include "app/AgentParts.h"
 #include "fakes/FakeConfirmationPanel.h"
+#include "fakes/FakeOverlays.h"
 #include "fakes/FakePlatform.h"
 
 #include <string>
@@ -18,7 +19,8 @@ inline std::vector<json::value> saidUnasked()
     platform.info.texts["CFBundleShortVersionString"] = "0.1.0";
     platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = "mt";
     platform.screenSource.attached = {{.id = 66, .widthPoints = 1600, .heightPoints = 900, .scaleFactor = 1}};
-    AgentParts parts{platform.contexts, platform, panels.maker(), [] { return 1.0; }};
+    FakeOverlays overlays;
+    AgentParts parts{platform.contexts, platform, panels.maker(), overlays.cursorMaker(), [] { return 1.0; }};
     parts.state.startObserving();
     parts.state.grant({.id = "con_7f2a", .platformName = "Acme", .scopes = {}});
     parts.runtime.start();

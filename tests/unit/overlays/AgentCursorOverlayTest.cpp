@@ -1,7 +1,7 @@
 #include "overlays/AgentCursorOverlay.h"
 
 #include "base/LocalizedTexts.h"
-#include "unit/overlays/FakeOverlay.h"
+#include "fakes/FakeOverlays.h"
 #include "unit/state/StateFixture.h"
 
 namespace zelvo {
@@ -28,7 +28,7 @@ protected:
     void settle() { platform.settle(); }
 
     FakeOverlays overlays;
-    AgentCursorOverlay cursor{{platform.contexts.main, platform.time, state, overlays.maker()}};
+    AgentCursorOverlay cursor{{platform.contexts.main, platform.time, state, overlays.cursorMaker()}};
     AgentCursorModel& model = cursor.shown();
 };
 

@@ -1,7 +1,7 @@
 #include "overlays/WorkingIndicatorController.h"
 
 #include "base/LocalizedTexts.h"
-#include "unit/overlays/FakeOverlay.h"
+#include "fakes/FakeOverlays.h"
 #include "unit/state/StateFixture.h"
 
 namespace zelvo {

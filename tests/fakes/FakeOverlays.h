@@ -1,5 +1,6 @@
 #pragma once
 
+#include "overlays/AgentCursorModel.h"
 #include "overlays/OverlayPanel.h"
 
 namespace zelvo {
@@ -21,6 +22,11 @@ struct FakeOverlays {
     int made = 0;
     bool hasScreen = true;
 
+    /// Of the cursor's panel.
+    auto cursorMaker()
+    {
+        return [make = maker()](AgentCursorModel&) { return make(); };
+    }
     OverlayMaker maker()
     {
         return [this]() -> std::unique_ptr<OverlayPanel> {

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "app/Theme.h"
+
+#include <QPainter>
+#include <QRectF>
+#include <QSizeF>
+
+#include <array>
+#include <string>
+
+namespace zelvo {
+
+/// How the working indicator looks: a frame around the main display and a badge at the middle of its top
+/// edge. In points; the display's top left corner is (0, 0). Thread: main.
+namespace FrameDrawing {
+
+struct Figure {
+    QSizeF display;
+    std::string badge;
+    bool isRecording = false;
+    bool operator==(Figure const&) const = default;
+};
+
+/// The parts of the display where something is drawn: along the top, bottom, left and right edge. They do not
+/// overlap.
+std::array<QRectF, 4> partsOf(Figure const& figure);
+void paint(QPainter& painter, Figure const& figure, Theme const& theme);
+
+} // namespace FrameDrawing
+
+} // namespace zelvo
