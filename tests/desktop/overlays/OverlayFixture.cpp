@@ -34,6 +34,7 @@ void OverlayFixture::bringUpOverlays(int dpi)
     backdrop->open({.width = 1280, .height = 1000, .color = 0xa0b4c4, .overrideRedirect = true});
     if (GetParam())
         ASSERT_TRUE(desktop->startCompositor());
+    ASSERT_TRUE(until([this] { return screenAt(640, 700).red == 0xa0; }));
     indicator.emplace(parts->state, [this] {
         return WorkingIndicatorView::open(parts->state, parts->recording.state(), platform->overlays());
     });

@@ -42,6 +42,7 @@ protected:
     bool waitForOverlays(std::size_t count);
     /// A pixel of the real screen.
     Color screenAt(int x, int y) const;
+    static constexpr int backdropTint = 0x24; ///< how much more blue than red the screen has at first
     static bool isBlack(Color color) { return color.red < 40 && color.green < 40 && color.blue < 40; }
     static bool isBlue(Color color) { return color.blue > color.red + 60; }
     /// A pixel inside the pointer, a little below its tip.

@@ -87,8 +87,17 @@ public:
             return;
         server->setWatching(false);
         xcb_flush(server->connection->get());
+        takeArrived();
         restacking.cancel();
         isWaiting = false;
+    }
+
+    /// Handles what arrived while requests were sent: sending may read events, of which the agent's thread
+    /// then hears nothing. To be called after requests.
+    void takeArrived()
+    {
+        if (server)
+            handleSoon(contexts.main, weak_from_this(), takeEvents(*server));
     }
 
     /// Puts the windows above all others, in their order. The server does nothing where they are already.
@@ -112,6 +121,7 @@ public:
             above = window->id();
         }
         xcb_flush(x);
+        takeArrived();
     }
 
     /// The displays have a new layout.
@@ -146,16 +156,21 @@ private:
             return;
         server->setWatching(!windows.empty());
         auto const take = [weak = weak_from_this(), server = server, main = contexts.main] {
-            OverlayEvents const events = takeEvents(*server);
-            if (!events.isAny())
-                return;
-            asio::post(main, [weak, events] {
-                if (auto const self = weak.lock())
-                    self->handle(events);
-            });
+            handleSoon(main, weak, takeEvents(*server));
         };
         events.emplace(contexts, server->connection, take);
         rearrange();
+    }
+
+    /// Thread: any; so it never holds the stack, which ends on main.
+    static void
+    handleSoon(Executor const& main, std::weak_ptr<Stack> const& weak, OverlayEvents const& arrived)
+    {
+        if (arrived.isAny())
+            asio::post(main, [weak, arrived] {
+                if (auto const self = weak.lock())
+                    self->handle(arrived);
+            });
     }
 
     void handle(OverlayEvents const& arrived)
@@ -210,8 +225,14 @@ public:
         window.show(place, std::move(picture));
         if (isNew)
             stack->restack();
+        else
+            stack->takeArrived();
     }
-    void move(DesktopPoint place) override { window.move(place); }
+    void move(DesktopPoint place) override
+    {
+        window.move(place);
+        stack->takeArrived();
+    }
 
 private:
     X11OverlayWindow window;
