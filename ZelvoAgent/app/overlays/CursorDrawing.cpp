@@ -23,7 +23,7 @@ constexpr double labelLeft = pointerSize.width() + spacing;
 constexpr double padding = 7;
 constexpr double lineHeight = 18; ///< the label's height with one line
 constexpr double radius = 9;
-constexpr double shadow = 5; ///< how far it reaches
+constexpr int shadow = 5; ///< how far it reaches
 
 constexpr double firstRadius = 5;
 constexpr double lastRadius = 22;
@@ -86,7 +86,7 @@ void paintShadow(QPainter& painter, QPainterPath const& shape)
     painter.save();
     painter.translate(0, 1);
     painter.setBrush(Qt::NoBrush);
-    for (double reach = shadow; reach >= 1; reach -= 1) {
+    for (int reach = shadow; reach >= 1; --reach) {
         painter.setPen(QPen(QColor(0, 0, 0, 14), 2 * reach, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter.drawPath(shape);
     }

@@ -8,11 +8,9 @@
 #include <optional>
 #include <string>
 
-namespace zelvo {
-
 /// How the agent's cursor looks. Everything is drawn in points around the point that it stands at or that was
 /// clicked, which is (0, 0). Thread: main.
-namespace CursorDrawing {
+namespace zelvo::CursorDrawing {
 
 /// The pointer and the label beside it.
 struct Figure {
@@ -31,6 +29,4 @@ QRectF rippleArea();
 /// growth  from 0 to 1
 void paintRipple(QPainter& painter, double growth, Theme const& theme);
 
-} // namespace CursorDrawing
-
-} // namespace zelvo
+} // namespace zelvo::CursorDrawing

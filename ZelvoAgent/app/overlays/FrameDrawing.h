@@ -9,11 +9,9 @@
 #include <array>
 #include <string>
 
-namespace zelvo {
-
 /// How the working indicator looks: a frame around the main display and a badge at the middle of its top
 /// edge. In points; the display's top left corner is (0, 0). Thread: main.
-namespace FrameDrawing {
+namespace zelvo::FrameDrawing {
 
 struct Figure {
     QSizeF display;
@@ -27,6 +25,4 @@ struct Figure {
 std::array<QRectF, 4> partsOf(Figure const& figure);
 void paint(QPainter& painter, Figure const& figure, Theme const& theme);
 
-} // namespace FrameDrawing
-
-} // namespace zelvo
+} // namespace zelvo::FrameDrawing

@@ -53,6 +53,11 @@ TEST_F(AgentRuntimeTest, commandTravelsFromTheSocketToTheDesktopAndBack)
     platform.opener.last().deliver(
         R"({"id":"1","method":"actions.perform","params":{"actions":[{"type":"move","x":3,"y":4}]}})");
     platform.settle();
+    EXPECT_EQ(overlays.open, 1); // The cursor arrives first.
+    EXPECT_THAT(platform.posting.posted, SizeIs(0));
+
+    platform.time.advance(120ms);
+
     EXPECT_EQ(sent().back(), R"({"id":"1","result":{"ok":true}})");
     EXPECT_THAT(platform.posting.posted, SizeIs(1));
 }
