@@ -143,7 +143,7 @@ void AgentRuntime::onPauseChanged(bool paused)
 void AgentRuntime::updateSleepAssertion()
 {
     std::unique_ptr<PowerAssertion> next;
-    if (services.state.keepAwakeWhileWorking && !services.state.isPaused())
+    if (services.state.keepAwakeWhileWorking() && !services.state.isPaused())
         next = services.platform.power().preventIdleSleep(localized("power.agentWorking"));
     sleepAssertion = std::move(next);
 }

@@ -43,6 +43,12 @@ void AgentState::setShowAgentCursor(bool value)
     changed();
 }
 
+void AgentState::setKeepAwakeWhileWorking(bool value)
+{
+    if (std::exchange(keepsAwake, value) != value)
+        changed();
+}
+
 void AgentState::startObserving()
 {
     if (isObserving)

@@ -61,7 +61,7 @@ public:
     GatewayConnectionState const& gateway() const { return link; }
     bool showAgentCursor() const;
     /// The person's choice; it takes effect at the next pause or resume.
-    bool keepAwakeWhileWorking = false;
+    bool keepAwakeWhileWorking() const { return keepsAwake; }
 
     /// Restores the stored lists and starts to observe the session and the screens. May be called again.
     void startObserving();
@@ -73,6 +73,7 @@ public:
 
     void setPaused(bool value);
     void setShowAgentCursor(bool value);
+    void setKeepAwakeWhileWorking(bool value);
 
     struct LogLine {
         std::string platform;
@@ -132,6 +133,7 @@ private:
     ConnectionMap granted;
     ActivityLog journal;
     bool paused = false;
+    bool keepsAwake = false;
     Availability present = Availability::ready;
     std::vector<AvailabilityChange> history;
     bool working = false;

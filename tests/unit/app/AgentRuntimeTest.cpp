@@ -149,7 +149,7 @@ TEST_F(AgentRuntimeTest, pauseAndResumeAreTold)
 TEST_F(AgentRuntimeTest, wishToStayAwakeTakesEffectAtTheNextPauseOrResume)
 {
     start();
-    parts.state.keepAwakeWhileWorking = true;
+    parts.state.setKeepAwakeWhileWorking(true);
     platform.settle();
     EXPECT_EQ(platform.assertions.held, 0);
     parts.state.setPaused(true);
@@ -157,7 +157,7 @@ TEST_F(AgentRuntimeTest, wishToStayAwakeTakesEffectAtTheNextPauseOrResume)
     parts.state.setPaused(false);
     EXPECT_EQ(platform.assertions.held, 1);
     EXPECT_EQ(platform.assertions.lastName, localized("power.agentWorking"));
-    parts.state.keepAwakeWhileWorking = false;
+    parts.state.setKeepAwakeWhileWorking(false);
     EXPECT_EQ(platform.assertions.held, 1);
     parts.state.setPaused(true);
     EXPECT_EQ(platform.assertions.held, 0);

@@ -16,7 +16,7 @@ TEST_F(AgentStateTest, beginsUnpausedReadyAndEmpty)
     EXPECT_FALSE(state.isPaused());
     EXPECT_EQ(state.availability(), Availability::ready);
     EXPECT_TRUE(state.availabilityHistory().empty());
-    EXPECT_FALSE(state.keepAwakeWhileWorking);
+    EXPECT_FALSE(state.keepAwakeWhileWorking());
     EXPECT_TRUE(state.showAgentCursor());
     EXPECT_FALSE(state.isAgentWorking());
     EXPECT_EQ(state.liveAgents(), ComputerAgents::none());
