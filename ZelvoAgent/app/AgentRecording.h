@@ -48,6 +48,7 @@ public:
 
     SessionRecording& recorder() { return *sessions; }
     RecordingState& state() { return shown; }
+    RecordingSharing& sharing() { return shares; }
 
 private:
     SessionRecorder::Services recorderServices();

@@ -38,17 +38,17 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, Updates& updates
                     return WorkingIndicatorView::open(parts.state, parts.recording.state(),
                                                       this->platform.overlays());
                 }),
-      quit(std::move(quit)),
-      termination(contexts.main, parts.runtime.recording(), this->quit), updates(updates),
-      mover({.contexts = contexts,
-             .installation = platform.installation(),
-             .information = platform.information(),
-             .state = parts.state,
-             .askChoice =
-                 [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
-                     return parts.confirmations.askChoice(std::move(choice), timeoutMs);
-                 },
-             .terminate = [this] { terminate(); }})
+      quit(std::move(quit)), termination(contexts.main, parts.runtime.recording(), this->quit),
+      updates(updates), mover({.contexts = contexts,
+                               .installation = platform.installation(),
+                               .information = platform.information(),
+                               .state = parts.state,
+                               .askChoice =
+                                   [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
+                                       return parts.confirmations.askChoice(std::move(choice), timeoutMs);
+                                   },
+                               .terminate = [this] { terminate(); }}),
+      ui(contexts, platform, parts, updates, consent, [this] { terminate(); })
 {
 }
 
@@ -56,6 +56,7 @@ void AppDelegate::start()
 {
     startAgent();
     mover.checkOnLaunch();
+    ui.start();
 }
 
 void AppDelegate::startAgent()
@@ -99,7 +100,7 @@ void AppDelegate::handlePendingLinkIfNeeded()
 
 void AppDelegate::bringToFront()
 {
-    consent.show();
+    ui.bringToFront();
 }
 
 void AppDelegate::terminate()

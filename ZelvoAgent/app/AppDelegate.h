@@ -4,6 +4,7 @@
 #include "app/ConsentPresenter.h"
 #include "app/LinkIntake.h"
 #include "app/Termination.h"
+#include "app/UserInterface.h"
 #include "app/lifecycle/AppMover.h"
 #include "app/lifecycle/Updates.h"
 #include "base/Contexts.h"
@@ -21,8 +22,8 @@ namespace zelvo {
 /// before the process may end. Thread: main.
 class AppDelegate {
 public:
-    /// updates: must outlive this.
-    /// quit: ends the event loop.
+    /// updates  must outlive this
+    /// quit     ends the event loop
     AppDelegate(Contexts contexts, Platform& platform, Updates& updates, std::function<void()> quit);
 
     /// Starts the agent, and asks about a program that runs from a wrong place. Called once.
@@ -54,6 +55,7 @@ private:
     Termination termination;
     Updates& updates;
     AppMover mover;
+    UserInterface ui;
     std::optional<std::string> pendingLinkToken;
     bool hasStarted = false;
 };

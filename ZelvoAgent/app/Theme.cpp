@@ -1,6 +1,7 @@
 #include "app/Theme.h"
 
 #include <QApplication>
+#include <QFontDatabase>
 
 namespace zelvo {
 
@@ -40,6 +41,20 @@ QFont Theme::titleFont()
 {
     QFont font = scaled(1.4);
     font.setWeight(QFont::DemiBold);
+    return font;
+}
+
+QFont Theme::headingFont()
+{
+    QFont font = scaled(1.1);
+    font.setWeight(QFont::DemiBold);
+    return font;
+}
+
+QFont Theme::codeFont()
+{
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(smallFont().pointSizeF());
     return font;
 }
 

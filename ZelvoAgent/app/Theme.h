@@ -20,7 +20,10 @@ struct Theme {
     QColor line;      ///< borders and separators
 
     static QFont titleFont();
+    static QFont headingFont();
     static QFont smallFont();
+    /// For commands and their output.
+    static QFont codeFont();
 };
 
 } // namespace zelvo

@@ -8,7 +8,8 @@ namespace {
 
 constexpr qsizetype maxWordLength = 24; // In UTF-16 units; fits our narrowest column in the largest letters.
 
-// With zero-width spaces inside long words, because a label breaks lines at spaces only.
+} // namespace
+
 QString breakable(QString const& text)
 {
     QString broken;
@@ -23,8 +24,6 @@ QString breakable(QString const& text)
     }
     return broken;
 }
-
-} // namespace
 
 WrappedLabel::WrappedLabel(QString const& text, QFont const& font, int width, QWidget* parent)
     : QLabel(parent)

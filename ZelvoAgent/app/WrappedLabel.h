@@ -17,6 +17,8 @@ private:
     void fit();
 };
 
+/// With invisible spaces inside long words, because a label breaks lines at spaces only.
+QString breakable(QString const& text);
 /// A foreign text on one line: without control and direction characters, cut after `longest` characters.
 QString shownText(std::string_view text, std::size_t longest);
 

@@ -107,10 +107,10 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         .activate = [&delegate] { delegate->bringToFront(); }};
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
+        NoUpdates updates(platform->information());
         ToolkitArguments arguments{.values = {program, nullptr}};
         Application application(arguments, [&delegate] { delegate->terminate(); });
         describeToToolkit(application);
-        NoUpdates updates(platform->information());
         delegate =
             std::make_unique<AppDelegate>(contexts, *platform, updates, [] { QCoreApplication::exit(); });
         // The session manager waits until this returns.

@@ -28,6 +28,7 @@ AgentProgram::AgentProgram(PrivateDesktop& desktop, std::uint16_t port, fs::path
     fs::create_directories(program.parent_path());
     fs::copy_file(ZELVO_AGENT, program);
     pointTo(port);
+    store("zelvo.welcomeSeen", true); // The welcome window would take the keyboard from the applications.
 }
 
 void AgentProgram::pointTo(std::uint16_t port)

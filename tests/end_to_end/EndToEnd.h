@@ -50,6 +50,13 @@ protected:
         require("the focus of the consent window", [&] { return desktop.activeWindow() == window; });
         return window;
     }
+    /// The window that a second start opens.
+    std::uint32_t waitForMainWindow()
+    {
+        auto const window = desktop.waitForWindow({.title = "Zelvo", .className = "zelvo-agent"});
+        require("the focus of the main window", [&] { return desktop.activeWindow() == window; });
+        return window;
+    }
     /// Presses Return until the consent window has taken it: a yes counts only after a moment without keys.
     void allowConsent()
     {

@@ -183,10 +183,10 @@ TEST_F(Link, aSecondStartWithoutArgumentsComesToTheFront)
 
     EXPECT_EQ(agent.startAgain({}), 0);
 
-    waitForConsent();
+    waitForMainWindow();
     EXPECT_TRUE(agent.isRunning());
     press("Escape");
-    EXPECT_TRUE(waitFor([&] { return !isOpen("Connection request"); }));
+    EXPECT_TRUE(waitFor([&] { return !isOpen("Zelvo"); }));
 }
 
 TEST_F(Link, showsWhatTheGatewaySaysOfAUsedLink)

@@ -63,7 +63,7 @@ TEST_F(Reading, ourOwnWindowsCannotBeRead)
 {
     std::string const connection = startUnattended();
     EXPECT_EQ(agent.startAgain({}), 0);
-    waitForConsent();
+    waitForMainWindow();
 
     auto const answer = gateway.command(connection, "ui.tree");
 

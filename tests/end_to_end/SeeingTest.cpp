@@ -60,7 +60,7 @@ TEST_F(Seeing, ourOwnWindowsAreNotInThePicture)
     Pixels const before = screenshot(connection, {{"format", "png"}});
 
     EXPECT_EQ(agent.startAgain({}), 0);
-    waitForConsent();
+    waitForMainWindow();
     Pixels const with = screenshot(connection, {{"format", "png"}});
 
     EXPECT_EQ(differences(before, with, {}, 0), 0);

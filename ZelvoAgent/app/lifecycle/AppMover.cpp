@@ -38,7 +38,7 @@ Task<AppLocation::Verdict> AppMover::verdict()
     co_return co_await on(services.contexts.workers, judge);
 }
 
-Task<bool> AppMover::isAllowed(Words words)
+Task<bool> AppMover::isAllowed(Words words) const
 {
     ConfirmationPresenter::Choice choice{.title = localized(words.title),
                                          .detail = localized(words.detail),

@@ -46,7 +46,7 @@ private:
 
     Task<> check();
     Task<AppLocation::Verdict> verdict();
-    Task<bool> isAllowed(Words words);
+    Task<bool> isAllowed(Words words) const;
     Task<> offerInstalledCopy();
     Task<> offerMove();
     Task<> relaunch();

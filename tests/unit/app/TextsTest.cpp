@@ -44,7 +44,7 @@ std::map<std::string, std::string> const& literals()
 {
     static std::map<std::string, std::string> const found = [] {
         std::map<std::string, std::string> all;
-        std::regex const dotted("\"([a-z]+(?:\\.[a-zA-Z]+)+)\"");
+        std::regex const dotted("\"([a-z]+(?:\\.[a-zA-Z0-9]+)+)\"");
         for (fs::directory_entry const& entry : fs::recursive_directory_iterator(ZELVO_SOURCES)) {
             if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h")
                 continue;

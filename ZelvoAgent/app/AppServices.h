@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/AgentParts.h"
+#include "app/lifecycle/Updates.h"
+#include "base/Contexts.h"
+#include "platform/Platform.h"
+
+#include <functional>
+
+namespace zelvo {
+
+/// The windows that other windows and the tray open.
+enum class AppWindow { main, welcome, diagnostics, hiddenApps, permissionHelp };
+
+/// What this program's windows show and change. Everything outlives the windows. Thread: main.
+struct AppServices {
+    Contexts contexts;
+    Platform& platform;
+    AgentParts& parts;
+    Updates& updates;
+    std::function<void(AppWindow)> openWindow; ///< brings an open one to the front
+    std::function<void()> quit;
+};
+
+} // namespace zelvo

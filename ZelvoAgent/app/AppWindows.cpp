@@ -1,0 +1,71 @@
+#include "app/AppWindows.h"
+
+#include "app/diagnostics/DiagnosticsWindow.h"
+#include "app/hidden_apps/HiddenAppsWindow.h"
+#include "app/main_window/MainWindow.h"
+#include "app/permissions/PermissionHelpWindow.h"
+#include "app/welcome/WelcomeWindow.h"
+#include "base/UnusedMemory.h"
+
+#include <boost/asio/post.hpp>
+
+#include <utility>
+
+namespace zelvo {
+
+AppWindows::~AppWindows() = default;
+
+void AppWindows::open(AppWindow which)
+{
+    std::unique_ptr<ContentWindow>& window = windows[which];
+    if (!window) {
+        window = make(which);
+        window->onClosed = [this, which] { forget(which); };
+    }
+    bringToFront(*window);
+}
+
+ContentWindow* AppWindows::shown(AppWindow which) const
+{
+    auto const found = windows.find(which);
+    return found == windows.end() ? nullptr : found->second.get();
+}
+
+std::unique_ptr<ContentWindow> AppWindows::make(AppWindow which) const
+{
+    switch (which) {
+    case AppWindow::main:
+        return std::make_unique<MainWindow>(services);
+    case AppWindow::welcome:
+        return std::make_unique<WelcomeWindow>(services);
+    case AppWindow::diagnostics:
+        return std::make_unique<DiagnosticsWindow>(services);
+    case AppWindow::hiddenApps:
+        return std::make_unique<HiddenAppsWindow>(services);
+    case AppWindow::permissionHelp:
+        return std::make_unique<PermissionHelpWindow>(services);
+    }
+    return nullptr;
+}
+
+void AppWindows::bringToFront(ContentWindow& window) const
+{
+    window.bringToFront();
+    // The click may have been on another program's tray, so the window manager needs to be asked.
+    boost::asio::post(services.contexts.workers,
+                      [&focus = services.platform.focus(), id = static_cast<std::uint32_t>(window.winId())] {
+                          focus.activate(id);
+                      });
+}
+
+// The call comes from the window itself.
+void AppWindows::forget(AppWindow which)
+{
+    auto const found = windows.find(which);
+    if (found == windows.end())
+        return;
+    found->second.release()->deleteLater();
+    windows.erase(found);
+}
+
+} // namespace zelvo

@@ -1,0 +1,116 @@
+#include "app/UserInterface.h"
+
+#include "app/widgets/TextLabel.h"
+#include "state/AgentStatus.h"
+
+#include <QApplication>
+#include <QEvent>
+
+namespace zelvo {
+
+namespace {
+
+constexpr auto welcomeDelay = 1s;
+// The click on the icon takes the keyboard from the panel, which closes it, before the click itself arrives.
+constexpr auto reopenPause = 300ms;
+
+ZelvoMark::State markOf(AgentState const& state)
+{
+    if (state.isPaused())
+        return ZelvoMark::State::paused;
+    return state.isAgentWorking() ? ZelvoMark::State::working : ZelvoMark::State::idle;
+}
+
+QColor toQColor(Rgb color)
+{
+    return {color.red, color.green, color.blue};
+}
+
+} // namespace
+
+UserInterface::UserInterface(Contexts contexts,
+                             Platform& platform,
+                             AgentParts& parts,
+                             Updates& updates,
+                             ConsentPresenter& consent,
+                             std::function<void()> quit)
+    : services{.contexts = contexts,
+               .platform = platform,
+               .parts = parts,
+               .updates = updates,
+               .openWindow = [this](AppWindow which) { windows.open(which); },
+               .quit = std::move(quit)},
+      consent(consent), windows(services), icon([this](QRect const& place) { togglePanel(place); }),
+      welcomeTime(contexts.main, platform.clock())
+{
+}
+
+UserInterface::~UserInterface() = default;
+
+void UserInterface::start()
+{
+    following.push_back(services.parts.state.changed.connect([this] { drawSoon(); }));
+    following.push_back(services.parts.recording.state().changed.connect([this] { drawSoon(); }));
+    services.platform.tray().observe([this] { followTray(); });
+    qApp->installEventFilter(this);
+    drawIcon();
+    followTray();
+    welcomeTime.in(welcomeDelay, [this] { welcomeLater(); });
+}
+
+// A request that waits for an answer goes first.
+void UserInterface::welcomeLater()
+{
+    if (services.parts.links.offer() || services.parts.links.isBusy())
+        welcomeTime.in(welcomeDelay, [this] { welcomeLater(); });
+    else
+        welcome.showIfNeeded(services);
+}
+
+void UserInterface::bringToFront()
+{
+    if (services.parts.links.offer())
+        consent.show();
+    else
+        windows.open(AppWindow::main);
+}
+
+void UserInterface::followTray()
+{
+    TrayState const now = services.platform.tray().current();
+    icon.setTray(now.isPresent, now.foreground ? std::optional(toQColor(*now.foreground)) : std::nullopt);
+}
+
+void UserInterface::drawIcon()
+{
+    AgentStatus const status =
+        AgentStatus::current(services.parts.state, services.platform.access().current());
+    icon.setState(markOf(services.parts.state), services.parts.recording.state().isRecording(),
+                  "Zelvo: " + toQString(status.title));
+}
+
+void UserInterface::togglePanel(QRect const& place)
+{
+    Instant const now = services.platform.clock().now();
+    if (panel) {
+        panel->close();
+        return;
+    }
+    if (panelClosedAt != Instant{} && now - panelClosedAt < reopenPause)
+        return;
+    panel = std::make_unique<MenuPanel>(services);
+    panel->onClosed = [this] {
+        panelClosedAt = services.platform.clock().now();
+        panel.release()->deleteLater(); // The call comes from the panel itself.
+    };
+    panel->open(place);
+}
+
+bool UserInterface::eventFilter(QObject* receiver, QEvent* event)
+{
+    if (receiver == qApp && event->type() == QEvent::ApplicationPaletteChange)
+        icon.repaint();
+    return QObject::eventFilter(receiver, event);
+}
+
+} // namespace zelvo

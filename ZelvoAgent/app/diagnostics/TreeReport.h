@@ -1,0 +1,27 @@
+#pragma once
+
+#include "drivers/TreeCapturing.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zelvo {
+
+/// What the tree check of the diagnostics window says. Pure.
+namespace TreeReport {
+
+struct Facts {
+    bool isExpanded = false; ///< a Chromium publishes its tree because this program asked for it
+    bool interactiveOnly = false;
+    std::int64_t milliseconds = 0;
+};
+
+/// The whole report, its lines joined by line feeds.
+std::string of(UiTreeSnapshot const& snapshot, Facts facts);
+/// An element: its role, then its title, description, identifier and actions, as far as it has them.
+std::string lineOf(UiElementInfo const& element);
+
+} // namespace TreeReport
+
+} // namespace zelvo

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "app/AppServices.h"
+#include "app/hidden_apps/HiddenAppsList.h"
+#include "app/widgets/ContentWindow.h"
+
+#include <memory>
+
+class QVBoxLayout;
+
+namespace zelvo {
+
+/// The applications that agents neither see nor operate: what is hidden, what is suggested, what runs.
+/// Thread: main.
+class HiddenAppsWindow final : public ContentWindow {
+public:
+    explicit HiddenAppsWindow(AppServices const& services);
+
+protected:
+    QWidget* newContent() override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void addGroup(QVBoxLayout& column,
+                  std::string_view title,
+                  std::vector<NamedApplication> const& applications,
+                  bool areHidden);
+    void set(std::string identifier, bool hides);
+    void read();
+
+    AppServices const& services;
+    HiddenAppsSnapshot shown;
+    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
+};
+
+} // namespace zelvo

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/main_window/ActivityListModel.h"
+
+#include <QListView>
+
+#include <functional>
+#include <string>
+
+namespace zelvo {
+
+class ActivityRowDelegate;
+
+/// The rows of the activity log. A click, Return or Space expands a row that has a detail; one row at most is
+/// expanded. Thread: main.
+class ActivityList final : public QListView {
+public:
+    explicit ActivityList(QWidget* parent);
+
+    ActivityListModel& rows() { return *listModel; }
+    /// The expanded entry; empty for none. An entry that is not in the list expands nothing.
+    void setExpanded(std::string const& entryId);
+    std::string const& expanded() const;
+    /// Called when the person expanded or closed a row.
+    std::function<void(std::string const& entryId)> onExpanded;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
+
+private:
+    void toggle(QModelIndex const& index);
+
+    ActivityListModel* listModel;
+    ActivityRowDelegate* delegate;
+};
+
+} // namespace zelvo

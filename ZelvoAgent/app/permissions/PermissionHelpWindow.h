@@ -1,0 +1,30 @@
+#pragma once
+
+#include "app/AppServices.h"
+#include "app/permissions/PermissionsWatch.h"
+#include "app/widgets/ContentWindow.h"
+
+class QVBoxLayout;
+
+namespace zelvo {
+
+/// Says why agents cannot see or operate something, and what helps. Thread: main.
+class PermissionHelpWindow final : public ContentWindow {
+public:
+    explicit PermissionHelpWindow(AppServices const& services);
+
+protected:
+    QWidget* newContent() override;
+
+private:
+    void addPermission(QVBoxLayout& column,
+                       QWidget* content,
+                       std::string_view title,
+                       bool granted,
+                       std::vector<PermissionCause> const& causes);
+
+    PermissionsWatch permissions;
+    Soon rebuildSoon{[this] { rebuild(); }};
+};
+
+} // namespace zelvo

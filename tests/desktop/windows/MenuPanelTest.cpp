@@ -1,0 +1,156 @@
+#include "app/menu/MenuPanel.h"
+
+#include "app/SwitchButton.h"
+#include "app/widgets/Button.h"
+#include "desktop/windows/WindowsFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace zelvo::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class MenuPanelTest : public WindowsFixture {
+protected:
+    void SetUp() override
+    {
+        WindowsFixture::SetUp();
+        connect();
+    }
+    void press(std::string const& button)
+    {
+        auto* const found = named<Button>(*ui->shownPanel(), button);
+        ASSERT_TRUE(found) << button << "\n" << words(*ui->shownPanel());
+        found->click();
+        settle();
+    }
+    std::string said() { return words(*ui->shownPanel()); }
+};
+
+TEST_F(MenuPanelTest, pausesAndResumes)
+{
+    openPanel();
+    press(localized("menu.pause"));
+    EXPECT_TRUE(parts->state.isPaused());
+    press(localized("menu.resume"));
+    EXPECT_FALSE(parts->state.isPaused());
+}
+
+TEST_F(MenuPanelTest, showsThreeOfFourEntriesAndTheHeadingOfNone)
+{
+    openPanel();
+    EXPECT_THAT(said(), HasSubstr(localized("menu.recent")));
+    EXPECT_THAT(said(), HasSubstr(localized("activity.empty")));
+
+    for (char const* const name : {"one", "two", "three", "four"})
+        parts->state.log({.platform = "Acme", .summary = name});
+    settle();
+
+    EXPECT_THAT(said(), HasSubstr("four"));
+    EXPECT_THAT(said(), HasSubstr("two"));
+    EXPECT_THAT(said(), Not(HasSubstr("one")));
+}
+
+TEST_F(MenuPanelTest, anAgentThatWaitsWithoutAHolderIsNumberOne)
+{
+    parts->state.setLiveAgents({.holder = {}, .waiting = {ComputerAgent{.ref = "r", .name = "Helper"}}});
+    openPanel();
+    EXPECT_THAT(said(), HasSubstr("Helper"));
+    EXPECT_THAT(said(), HasSubstr(localized("agents.waiting", {std::int64_t{1}}) + "\n"));
+}
+
+TEST_F(MenuPanelTest, joinsStatusTaskAndPlatformOfAnAgent)
+{
+    grant("c", "Acme");
+    parts->state.setLiveAgents(
+        {.holder = ComputerAgent{.ref = "r", .name = "Helper", .task = "Sorts", .connectionId = "c"}});
+    openPanel();
+    std::string const separator = localized("list.separator");
+    EXPECT_THAT(said(), HasSubstr(localized("agents.working") + separator + "Sorts" + separator + "Acme"));
+}
+
+TEST_F(MenuPanelTest, saysThatASessionIsRecorded)
+{
+    openPanel();
+    EXPECT_THAT(said(), Not(HasSubstr(localized("menu.recording.active"))));
+    parts->recording.state().setRecording(true);
+    settle();
+    EXPECT_THAT(said(), HasSubstr(localized("menu.recording.active")));
+}
+
+TEST_F(MenuPanelTest, readsThePermissionsAnewWhenItOpens)
+{
+    platform->systemAccess.granted = {};
+    openPanel();
+    EXPECT_THAT(said(), HasSubstr(localized("status.needsPermissions")));
+    press(localized("status.action.permissions"));
+    EXPECT_TRUE(ui->openWindows().shown(AppWindow::welcome));
+}
+
+TEST_F(MenuPanelTest, itsSwitchAndTheMainWindowsAreOne)
+{
+    ContentWindow& main = open(AppWindow::main);
+    openPanel();
+    named<SwitchButton>(*ui->shownPanel(), localized("menu.keepAwake"))->click();
+    settle();
+    EXPECT_TRUE(named<SwitchButton>(main, localized("menu.keepAwake"))->isChecked());
+}
+
+TEST_F(MenuPanelTest, closesOnEscapeAndWhenAnotherWindowGetsTheKeyboard)
+{
+    openPanel();
+    pressKey(*ui->shownPanel(), Qt::Key_Escape);
+    EXPECT_TRUE(until([this] { return !ui->shownPanel(); }));
+
+    platform->time.advance(1s);
+    MenuPanel& panel = openPanel();
+    ASSERT_TRUE(until([&] { return panel.isActiveWindow(); }));
+    open(AppWindow::main).activateWindow();
+    EXPECT_TRUE(until([this] { return !ui->shownPanel(); }));
+}
+
+TEST_F(MenuPanelTest, opensTheMainWindowAndQuits)
+{
+    openPanel();
+    press(localized("menu.seeAll"));
+    EXPECT_TRUE(ui->openWindows().shown(AppWindow::main));
+    ASSERT_TRUE(until([this] { return !ui->shownPanel(); }));
+
+    platform->time.advance(1s);
+    openPanel();
+    press(localized("menu.quit"));
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(MenuPanelTest, foreignTextsAreShownAsTheyAre)
+{
+    parts->state.setLiveAgents(
+        {.holder = ComputerAgent{.ref = "r", .name = "<b>Bold</b> & co" + std::string(100'000, 'x')}});
+    openPanel();
+    EXPECT_THAT(said(), HasSubstr("<b>Bold</b> & co"));
+    EXPECT_EQ(ui->shownPanel()->width(), MenuPanel::panelWidth);
+}
+
+TEST(PanelPlace, isAtTheEdgeNearestToTheIcon)
+{
+    QRect const screen(0, 0, 1920, 1080);
+    QRect const below(0, 30, 1920, 1050); // A panel at the top.
+    EXPECT_EQ(panelPlace({1800, 4, 22, 22}, {320, 400}, screen, below).topRight(), QPoint(1919, 31));
+    QRect const above(0, 0, 1920, 1040); // A panel at the bottom.
+    EXPECT_EQ(panelPlace({900, 1050, 22, 22}, {320, 400}, screen, above).bottom(), 1039);
+    QRect const beside(60, 0, 1860, 1080); // A panel at the left.
+    EXPECT_EQ(panelPlace({10, 500, 22, 22}, {320, 400}, screen, beside).left(), 60);
+}
+
+TEST(PanelPlace, staysInsideTheWorkAreaOfASmallScreen)
+{
+    QRect const screen(1920, 0, 800, 480);
+    QRect const work(1920, 24, 800, 456);
+    QRect const place = panelPlace({2700, 2, 20, 20}, {320, 456}, screen, work);
+    EXPECT_TRUE(work.contains(place));
+}
+
+} // namespace
+} // namespace zelvo::test

@@ -1,0 +1,127 @@
+#include "app/welcome/WelcomeWindow.h"
+
+#include "app/widgets/Button.h"
+#include "desktop/windows/WindowsFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace zelvo::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class WelcomeWindowTest : public WindowsFixture {
+protected:
+    ContentWindow* window() { return ui->openWindows().shown(AppWindow::welcome); }
+    std::optional<bool> seen() { return platform->settings.boolean(WelcomePresenter::seenKey); }
+    std::string progress(std::int64_t done) { return localized("welcome.progress", {done, std::int64_t{3}}); }
+};
+
+TEST_F(WelcomeWindowTest, opensOneSecondAfterTheStartAndOnce)
+{
+    platform->systemAccess.granted = {};
+    ui->start();
+    platform->time.advance(999ms);
+    settle();
+    EXPECT_FALSE(window());
+
+    platform->time.advance(1ms);
+    EXPECT_TRUE(until([this] { return window() && window()->isVisible(); }));
+    close(AppWindow::welcome);
+    platform->time.advance(1h);
+    settle();
+    EXPECT_FALSE(window());
+}
+
+TEST_F(WelcomeWindowTest, beginsAtTheConnectionWhenBothPermissionsAreGranted)
+{
+    ui->start();
+    platform->time.advance(1s);
+    ASSERT_TRUE(until([this] { return window() && window()->isVisible(); }));
+    EXPECT_THAT(words(*window()), HasSubstr(progress(2)));
+
+    auto* const button = named<Button>(*window(), localized("welcome.connect"));
+    ASSERT_TRUE(button);
+    button->click();
+    EXPECT_TRUE(until([this] { return !platform->desktop.openedUrls.empty(); }));
+}
+
+TEST_F(WelcomeWindowTest, staysAwayFromAPersonWhoIsSetUp)
+{
+    grant("1", "Acme");
+    ui->start();
+    platform->time.advance(1s);
+    settle();
+
+    EXPECT_FALSE(window());
+    EXPECT_EQ(seen(), true);
+}
+
+TEST_F(WelcomeWindowTest, staysAwayOnceItWasSeen)
+{
+    platform->settings.setBoolean(WelcomePresenter::seenKey, true);
+    platform->systemAccess.granted = {};
+    ui->start();
+    platform->time.advance(1s);
+    settle();
+
+    EXPECT_FALSE(window());
+}
+
+TEST_F(WelcomeWindowTest, waitsForARequestThatNeedsAnAnswer)
+{
+    LinkOffer offer;
+    offer.token = "token";
+    offer.platformName = "Acme";
+    offer.requestedScopes = {AgentScope::screen};
+    parts->links.present(offer);
+    ui->start();
+    platform->time.advance(5s);
+    settle();
+    EXPECT_FALSE(window());
+
+    parts->links.cancel();
+    platform->time.advance(1s);
+    EXPECT_TRUE(until([this] { return window() && window()->isVisible(); }));
+}
+
+TEST_F(WelcomeWindowTest, followsTheMachine)
+{
+    grant("1", "Acme");
+    open(AppWindow::welcome);
+    EXPECT_THAT(words(*window()), HasSubstr(localized("welcome.done.title")));
+    EXPECT_THAT(words(*window()), HasSubstr(progress(3)));
+
+    platform->systemAccess.granted = {.accessibility = true};
+    platform->systemAccess.changed();
+
+    EXPECT_TRUE(until([this] { return words(*window()).find(progress(2)) != std::string::npos; }));
+    EXPECT_THAT(words(*window()), HasSubstr(localized("welcome.later")));
+}
+
+TEST_F(WelcomeWindowTest, namesWhatMustBeStartedAgain)
+{
+    platform->systemAccess.missing.accessibility = {
+        {.kind = PermissionCause::Kind::startedTooEarly, .names = {"Writer"}}};
+    open(AppWindow::welcome);
+    EXPECT_TRUE(until([this] {
+        return words(*window()).find(localized("onboarding.restartHint", {"Writer"})) != std::string::npos;
+    }));
+}
+
+TEST_F(WelcomeWindowTest, laterClosesItForGood)
+{
+    platform->systemAccess.granted = {};
+    open(AppWindow::welcome);
+    EXPECT_NE(seen(), true);
+
+    named<Button>(*window(), localized("welcome.later"))->click();
+    settle();
+
+    EXPECT_FALSE(window());
+    EXPECT_EQ(seen(), true);
+}
+
+} // namespace
+} // namespace zelvo::test

@@ -1,0 +1,61 @@
+#include "app/diagnostics/TreeReport.h"
+
+#include "base/LocalizedTexts.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo {
+namespace {
+
+TEST(TreeReport, aLineHasTheRoleAndWhatTheElementHas)
+{
+    UiElementInfo element{.role = "AXButton", .title = "Send", .actions = {"press", "showMenu"}};
+    EXPECT_EQ(TreeReport::lineOf(element), "AXButton title=\"Send\" actions=press,showMenu");
+
+    element = {.role = "AXTextField", .elementDescription = "Subject", .identifier = "subject"};
+    EXPECT_EQ(TreeReport::lineOf(element), "AXTextField desc=\"Subject\" id=\"subject\"");
+}
+
+TEST(TreeReport, aDescriptionOf40CharactersShows30)
+{
+    UiElementInfo const element{.role = "AXImage",
+                                .elementDescription = std::string(30, 'a') + std::string(10, 'b')};
+    EXPECT_EQ(TreeReport::lineOf(element), "AXImage desc=\"" + std::string(30, 'a') + "\"");
+}
+
+TEST(TreeReport, anElementThatSaysNothingIsMarked)
+{
+    EXPECT_EQ(TreeReport::lineOf({.role = "AXGroup"}), "AXGroup " + localized("diag.tree.shouldBeFiltered"));
+    EXPECT_EQ(TreeReport::lineOf({.role = "AXGroup", .title = ""}),
+              "AXGroup " + localized("diag.tree.shouldBeFiltered"));
+}
+
+TEST(TreeReport, beginsWithTheFacts)
+{
+    UiTreeSnapshot snapshot;
+    snapshot.app = {"org.acme.mail", "Acme Mail"};
+    snapshot.elements = {{.role = "AXButton", .title = "Send"}};
+    snapshot.truncated = true;
+
+    std::string const report =
+        TreeReport::of(snapshot, {.isExpanded = true, .interactiveOnly = true, .milliseconds = 42});
+
+    EXPECT_EQ(report, localized("diag.tree.report.app", {"Acme Mail"}) + "\n" +
+                          localized("diag.tree.report.chromium", {localized("diag.tree.report.expanded")}) +
+                          "\n" +
+                          localized("diag.tree.report.mode", {localized("diag.tree.report.interactive")}) +
+                          "\n" + localized("diag.tree.report.count", {std::int64_t{1}}) +
+                          localized("diag.tree.report.truncated") + "\n" +
+                          localized("diag.tree.report.time", {std::int64_t{42}}) + "\n" +
+                          localized("diag.tree.report.why") + "\nAXButton title=\"Send\"");
+}
+
+TEST(TreeReport, namesAnUnknownApplication)
+{
+    std::string const report = TreeReport::of({}, {});
+    EXPECT_TRUE(report.starts_with(localized("diag.tree.report.app", {localized("common.unknown")})))
+        << report;
+}
+
+} // namespace
+} // namespace zelvo
