@@ -2,7 +2,6 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QWidget>
 #include <QWindow>
 
 #include <chrono>
@@ -74,7 +73,7 @@ bool AnswerFilter::eventFilter(QObject* receiver, QEvent* event)
 bool AnswerFilter::isUnwitting(QEvent const& event)
 {
     if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick)
-        return !guard.clickMayCount(madeAt(static_cast<QMouseEvent const&>(event)));
+        return isUnwittingClick(static_cast<QMouseEvent const&>(event));
     if (event.type() != QEvent::KeyPress)
         return false;
     auto const& press = static_cast<QKeyEvent const&>(event);
@@ -84,6 +83,13 @@ bool AnswerFilter::isUnwitting(QEvent const& event)
     if (!onlyMovesTheFocus(press.key()))
         guard.keyPressed(clock.now(), pressedAt);
     return refused;
+}
+
+bool AnswerFilter::isUnwittingClick(QMouseEvent const& click) const
+{
+    QPoint const place = click.globalPosition().toPoint();
+    bool const denies = deny && deny->rect().contains(deny->mapFromGlobal(place));
+    return denies ? !guard.clickMayDeny(madeAt(click)) : !guard.clickMayCount(madeAt(click));
 }
 
 Instant AnswerFilter::madeAt(QInputEvent const& event) const

@@ -3,11 +3,13 @@
 #include "app/AnswerGuard.h"
 
 #include <QObject>
+#include <QPointer>
+#include <QWidget>
 
 #include <functional>
 
 class QInputEvent;
-class QWidget;
+class QMouseEvent;
 
 namespace zelvo {
 
@@ -26,17 +28,21 @@ public:
     void change();
     /// The window got the keyboard.
     void activate();
+    /// The button that denies; null for none.
+    void setDeny(QWidget* button) { deny = button; }
 
 protected:
     bool eventFilter(QObject* receiver, QEvent* event) override;
 
 private:
     bool isUnwitting(QEvent const& event);
+    bool isUnwittingClick(QMouseEvent const& click) const;
     Instant madeAt(QInputEvent const& event) const;
 
     Clock& clock;
     std::function<bool(int key)> wouldAllow;
     AnswerGuard guard;
+    QPointer<QWidget> deny;
 };
 
 } // namespace zelvo

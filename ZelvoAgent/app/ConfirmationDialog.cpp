@@ -5,6 +5,7 @@
 #include "app/ExactText.h"
 #include "app/Theme.h"
 #include "app/WrappedLabel.h"
+#include "app/widgets/KeepOnScreen.h"
 #include "base/LocalizedTexts.h"
 
 #include <QAccessible>
@@ -73,6 +74,7 @@ ConfirmationDialog::ConfirmationDialog(PanelContents contents, Clock& clock)
     setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
                    Qt::WindowStaysOnTopHint);
     build();
+    keepOnScreen(*this);
     paintIn(palette());
     setAccessibleName(title->accessibleName());
     setAccessibleDescription(shownText(spoken(this->contents), maxDescriptionLength));
@@ -145,6 +147,7 @@ void ConfirmationDialog::addButtons(QVBoxLayout& column)
     timeLeft = new QLabel(this);
     timeLeft->setFont(Theme::smallFont());
     deny = newButton(contents.denyTitle);
+    filter.setDeny(deny);
     QObject::connect(deny, &QPushButton::clicked, this, [this] { report(reports.deny); });
     allow = newButton(contents.allowTitle);
     allow->setDefault(true);

@@ -141,7 +141,7 @@ void ConsentOfferView::addFooter(QVBoxLayout& column, Answers answers)
     words->setColor(theme.secondary);
     column.addWidget(words);
 
-    auto* const deny = new QPushButton(worded("confirm.deny"), this);
+    deny = new QPushButton(worded("confirm.deny"), this);
     deny->setStyleSheet(plainButtonStyle(theme));
     QObject::connect(deny, &QPushButton::clicked, this, std::move(answers.deny));
     allow = new QPushButton(worded("confirm.allow"), this);

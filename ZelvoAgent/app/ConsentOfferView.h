@@ -37,6 +37,7 @@ public:
     void refresh();
     /// Gives the keyboard to the first switch that the person can turn, or to no control: never to an answer.
     void takeFocus();
+    QPushButton* denyButton() const { return deny; }
     /// Whether this key would allow the request or turn a switch on.
     bool wouldGive(int key) const;
 
@@ -58,6 +59,7 @@ private:
     QWidget* failure = nullptr;
     QString failureText;
     QVBoxLayout* failurePlace = nullptr;
+    QPushButton* deny = nullptr;
     QPushButton* allow = nullptr;
     bool allowHadFocus = false; // When it was disabled.
 };

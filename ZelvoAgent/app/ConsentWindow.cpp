@@ -2,10 +2,12 @@
 
 #include "app/Theme.h"
 #include "app/WrappedLabel.h"
+#include "app/widgets/KeepOnScreen.h"
 #include "base/LocalizedTexts.h"
 
 #include <QAccessible>
 #include <QEvent>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -32,6 +34,7 @@ ConsentWindow::ConsentWindow(LinkCoordinator& coordinator, Executor main, Clock&
     column->setContentsMargins(margin, margin, margin, margin);
     column->setSizeConstraint(QLayout::SetFixedSize);
     showNew();
+    keepOnScreen(*this);
     following = coordinator.changed.connect([this] { refresh(); });
 }
 
@@ -82,12 +85,14 @@ void ConsentWindow::rebuild()
 QWidget* ConsentWindow::newContent()
 {
     offerView = nullptr;
+    filter.setDeny(nullptr);
     if (!shownOffer)
         return newMessage();
     ConsentOfferView::Answers answers{.deny = [this] { reject(); },
                                       .allow = [this, seen = *shownOffer] { allow(seen); }};
     ConsentOfferView::Request request{.offer = *shownOffer, .replacesAnother = replacesAnother};
     offerView = new ConsentOfferView(coordinator, std::move(request), contentWidth, std::move(answers), this);
+    filter.setDeny(offerView->denyButton());
     return offerView;
 }
 

@@ -61,7 +61,7 @@ void UserInterface::start()
 // A request that waits for an answer goes first.
 void UserInterface::welcomeLater()
 {
-    if (services.parts.links.offer() || services.parts.links.isBusy())
+    if (consent.isShown() || services.parts.links.offer() || services.parts.links.isBusy())
         welcomeTime.in(welcomeDelay, [this] { welcomeLater(); });
     else
         welcome.showIfNeeded(services);
@@ -69,10 +69,9 @@ void UserInterface::welcomeLater()
 
 void UserInterface::bringToFront()
 {
+    windows.open(AppWindow::main);
     if (services.parts.links.offer())
         consent.show();
-    else
-        windows.open(AppWindow::main);
 }
 
 void UserInterface::followTray()

@@ -2,13 +2,18 @@
 #include "app/ProgramThreads.h"
 #include "app/WindowIcon.h"
 #include "app/lifecycle/NoUpdates.h"
+#include "base/LocalizedTexts.h"
 #include "base/UnusedMemory.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QSessionManager>
+#include <QTranslator>
 #include <boost/asio/signal_set.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -67,6 +72,18 @@ private:
     std::function<void()> end;
 };
 
+/// The folder chooser is the toolkit's, with texts that come in a separate package.
+void translateToolkit(QApplication& application)
+{
+    std::string const language = texts::languageOfEnvironment();
+    auto const ours = texts::languages();
+    auto* const translator = new QTranslator(&application);
+    if (std::ranges::find(ours, language) != ours.end() &&
+        translator->load(QLocale(QString::fromStdString(language)), "qtbase", "_",
+                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(translator);
+}
+
 void describeToToolkit(QApplication& application)
 {
     QApplication::setApplicationName("zelvo-agent");
@@ -111,6 +128,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         ToolkitArguments arguments{.values = {program, nullptr}};
         Application application(arguments, [&delegate] { delegate->terminate(); });
         describeToToolkit(application);
+        translateToolkit(application);
         delegate =
             std::make_unique<AppDelegate>(contexts, *platform, updates, [] { QCoreApplication::exit(); });
         // The session manager waits until this returns.

@@ -1,6 +1,7 @@
 #include "state/AgentStatus.h"
 
 #include "base/LocalizedTexts.h"
+#include "base/Text.h"
 #include "state/AgentState.h"
 
 #include <algorithm>
@@ -14,6 +15,8 @@ namespace {
 
 using Action = AgentStatus::Action;
 using Kind = GatewayConnectionState::Kind;
+
+constexpr std::size_t maxPlatformName = 80; // Characters.
 
 AgentStatus quiet(std::string_view title, std::string detail, Action action)
 {
@@ -30,7 +33,8 @@ std::string readyDetail(ConnectionMap const& connections)
     if (connections.empty())
         return localized("status.ready.none");
     if (connections.size() == 1)
-        return localized("status.ready.one", {connections.begin()->second.platformName});
+        return localized("status.ready.one",
+                         {text::shownInLine(connections.begin()->second.platformName, maxPlatformName)});
     return localized("status.ready.many", {static_cast<std::int64_t>(connections.size())});
 }
 

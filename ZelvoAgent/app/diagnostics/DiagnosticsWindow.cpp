@@ -23,7 +23,7 @@ constexpr QSize idealSize(560, 700);
 
 DiagnosticsWindow::DiagnosticsWindow(AppServices const& services)
     : ContentWindow(worded("window.diagnostics")), services(services),
-      permissions(services.platform.access(), services.contexts, [this] { refreshSoon(); })
+      permissions(services.platform.access(), services.contexts, services.platform.clock(), [this] { refreshSoon(); })
 {
     setMinimumSize(leastSize);
     resize(idealSize);

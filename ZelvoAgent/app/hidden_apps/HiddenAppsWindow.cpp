@@ -74,16 +74,22 @@ QWidget* HiddenAppsWindow::newContent()
     column->setSpacing(spacing::medium);
     column->addWidget(
         new TextLabel(worded("hidden.hint"), TextLabel::Size::normal, TextLabel::Tone::secondary, content));
-    addGroup(*column, "hidden.hidden", shown.hidden, true);
-    if (shown.hidden.empty())
-        column->addWidget(
-            new TextLabel(worded("hidden.none"), TextLabel::Size::normal, TextLabel::Tone::primary, content));
-    if (!shown.suggested.empty())
-        addGroup(*column, "hidden.suggested", shown.suggested, false);
-    if (!shown.running.empty())
-        addGroup(*column, "hidden.running", shown.running, false);
+    if (shown)
+        addGroups(*column, *shown);
     column->addStretch();
     return new ScrollColumn(content, this);
+}
+
+void HiddenAppsWindow::addGroups(QVBoxLayout& column, HiddenAppsSnapshot const& all)
+{
+    addGroup(column, "hidden.hidden", all.hidden, true);
+    if (all.hidden.empty())
+        column.addWidget(new TextLabel(worded("hidden.none"), TextLabel::Size::normal,
+                                       TextLabel::Tone::primary, column.parentWidget()));
+    if (!all.suggested.empty())
+        addGroup(column, "hidden.suggested", all.suggested, false);
+    if (!all.running.empty())
+        addGroup(column, "hidden.running", all.running, false);
 }
 
 void HiddenAppsWindow::addGroup(QVBoxLayout& column,

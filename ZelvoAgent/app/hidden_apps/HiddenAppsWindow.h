@@ -21,6 +21,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    void addGroups(QVBoxLayout& column, HiddenAppsSnapshot const& all);
     void addGroup(QVBoxLayout& column,
                   std::string_view title,
                   std::vector<NamedApplication> const& applications,
@@ -29,7 +30,7 @@ private:
     void read();
 
     AppServices const& services;
-    HiddenAppsSnapshot shown;
+    std::optional<HiddenAppsSnapshot> shown;              // `nullopt` until it is read.
     std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
 };
 

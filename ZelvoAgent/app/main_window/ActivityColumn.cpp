@@ -78,7 +78,7 @@ void ActivityColumn::choose(ActivityFilter filter)
 
 void ActivityColumn::refresh()
 {
-    list->rows().show(state.activity(), choice.filter, clock.date());
+    list->setEntries(state.activity(), choice.filter, clock.date());
     pages->setCurrentIndex(list->rows().rowCount() == 0 ? 1 : 0);
     nextMinute.in(1min, [this] { refresh(); });
 }

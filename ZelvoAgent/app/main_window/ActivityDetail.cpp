@@ -37,6 +37,13 @@ public:
     }
 };
 
+QWidget* newCodeView(QString const& text, QString const& name, QWidget* parent)
+{
+    auto* const view = new CodeView(text, parent);
+    view->setAccessibleName(name);
+    return view;
+}
+
 } // namespace
 
 ActivityDetail::ActivityDetail(ActivityEntry const& entry, QWidget* parent) : QWidget(parent)
@@ -55,16 +62,15 @@ ActivityDetail::ActivityDetail(ActivityEntry const& entry, QWidget* parent) : QW
         QStringList variables;
         for (std::string const& line : entry.env)
             variables.append(toQString(line));
-        addLine(worded("confirm.shell.variables") + '\n' + variables.join('\n'));
+        addLine(worded("confirm.shell.variables"));
+        layout()->addWidget(newCodeView(variables.join('\n'), worded("confirm.shell.variables"), this));
     }
 }
 
 void ActivityDetail::addCode(QString const& text)
 {
     code = text;
-    auto* const view = new CodeView(text, this);
-    view->setAccessibleName(worded("main.detail"));
-    layout()->addWidget(view);
+    layout()->addWidget(newCodeView(text, worded("main.detail"), this));
     auto* const copy = new Button(worded("common.copy"), Button::Kind::link, this);
     copy->onPressed([this] { QGuiApplication::clipboard()->setText(code); });
     static_cast<QVBoxLayout*>(layout())->addWidget(copy, 0, Qt::AlignLeading);

@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QScrollBar>
 #include <QToolTip>
 
 namespace zelvo {
@@ -35,6 +36,33 @@ ActivityList::ActivityList(QWidget* parent)
     setMouseTracking(true);
     viewport()->setAutoFillBackground(false);
     QObject::connect(this, &QListView::clicked, this, [this](QModelIndex const& index) { toggle(index); });
+}
+
+void ActivityList::setEntries(std::span<ActivityEntry const> entries, ActivityFilter filter, Date now)
+{
+    ActivityEntry const* const current = listModel->entryAt(currentIndex());
+    std::string const chosen = current ? current->id : std::string();
+    QPersistentModelIndex const first = indexAt(QPoint(1, 1));
+    int const before = visualRect(first).top();
+    listModel->show(entries, filter, now);
+    restore(chosen);
+    // At its top the list follows the newest entry; else the rows that are read stay where they are.
+    if (verticalScrollBar()->value() > 0 && first.isValid())
+        verticalScrollBar()->setValue(verticalScrollBar()->value() + visualRect(first).top() - before);
+}
+
+// A row that moved to another day is a new row to the view.
+void ActivityList::restore(std::string const& chosen)
+{
+    QModelIndex const index = listModel->indexOf(chosen);
+    if (index.isValid() && index != currentIndex()) {
+        setAutoScroll(false);
+        setCurrentIndex(index);
+        setAutoScroll(true);
+    }
+    QModelIndex const open = listModel->indexOf(delegate->expanded);
+    if (open.isValid() && !isPersistentEditorOpen(open))
+        setExpanded(delegate->expanded);
 }
 
 std::string const& ActivityList::expanded() const

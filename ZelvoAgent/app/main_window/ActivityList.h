@@ -5,6 +5,7 @@
 #include <QListView>
 
 #include <functional>
+#include <span>
 #include <string>
 
 namespace zelvo {
@@ -17,7 +18,9 @@ class ActivityList final : public QListView {
 public:
     explicit ActivityList(QWidget* parent);
 
-    ActivityListModel& rows() { return *listModel; }
+    ActivityListModel const& rows() const { return *listModel; }
+    /// Shows the log. What is expanded, chosen and in sight stays.
+    void setEntries(std::span<ActivityEntry const> entries, ActivityFilter filter, Date now);
     /// The expanded entry; empty for none. An entry that is not in the list expands nothing.
     void setExpanded(std::string const& entryId);
     std::string const& expanded() const;
@@ -30,6 +33,7 @@ protected:
     bool viewportEvent(QEvent* event) override;
 
 private:
+    void restore(std::string const& chosen);
     void toggle(QModelIndex const& index);
 
     ActivityListModel* listModel;

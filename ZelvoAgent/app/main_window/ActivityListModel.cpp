@@ -5,6 +5,7 @@
 #include "state/ActivityPresentation.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace zelvo {
 
@@ -29,11 +30,9 @@ rowsOf(std::span<ActivityEntry const> entries, ActivityFilter filter, Date now, 
 
 } // namespace
 
-bool ActivityListModel::Row::isSameAs(Row const& other) const
+std::string ActivityListModel::Row::key() const
 {
-    if (entry && other.entry)
-        return entry->id == other.entry->id;
-    return !entry && !other.entry && day == other.day;
+    return entry ? entry->id : "day " + std::to_string(day.time_since_epoch().count());
 }
 
 void ActivityListModel::show(std::span<ActivityEntry const> entries,
@@ -43,26 +42,14 @@ void ActivityListModel::show(std::span<ActivityEntry const> entries,
 {
     calendar = std::move(zone);
     std::vector<Row> const next = rowsOf(entries, filter, now, calendar);
-    auto const same = [](Row const& left, Row const& right) { return left.isSameAs(right); };
-    // New entries come at the front and old ones go at the end, so the middle stays in one piece.
-    std::size_t bestOld = rows.size();
-    std::size_t bestNew = next.size();
-    std::size_t length = 0;
-    for (std::size_t from = 0; from < next.size() && length == 0; ++from) {
-        auto const found = std::ranges::find_if(
-            rows, [&](Row const& row) { return next[from].entry && same(row, next[from]); });
-        if (found == rows.end())
-            continue;
-        bestOld = static_cast<std::size_t>(found - rows.begin());
-        bestNew = from;
-        while (bestOld + length < rows.size() && bestNew + length < next.size() &&
-               same(rows[bestOld + length], next[bestNew + length]))
-            ++length;
+    std::vector<bool> const isKept = removeAllBut(next);
+    for (std::size_t i = 0; i < next.size(); ++i) {
+        std::size_t end = i;
+        while (end < next.size() && !isKept[end])
+            ++end;
+        insert(i, std::span(next).subspan(i, end - i));
+        i = end;
     }
-    std::span<Row const> const all(next);
-    std::size_t const tailOld = bestOld + length;
-    replace(tailOld, rows.size() - tailOld, all.subspan(bestNew + length));
-    replace(0, bestOld, all.first(bestNew));
     for (std::size_t i = 0; i < rows.size(); ++i)
         if (rows[i] != next[i]) {
             rows[i] = next[i];
@@ -71,27 +58,49 @@ void ActivityListModel::show(std::span<ActivityEntry const> entries,
         }
 }
 
-void ActivityListModel::replace(std::size_t first, std::size_t oldCount, std::span<Row const> next)
+// Rows keep their order, so what moved up is removed here and inserted there.
+std::vector<bool> ActivityListModel::removeAllBut(std::span<Row const> next)
 {
-    auto const place = [&] { return rows.begin() + static_cast<std::ptrdiff_t>(first); };
-    // A title that stays at its end keeps its row.
-    while (oldCount > 0 && !next.empty() && rows[first].isSameAs(next.front())) {
-        rows[first] = next.front();
-        ++first;
-        --oldCount;
-        next = next.subspan(1);
+    std::unordered_map<std::string, std::size_t> places;
+    for (std::size_t i = 0; i < next.size(); ++i)
+        places.emplace(next[i].key(), i);
+    std::vector<bool> isKept(next.size());
+    std::vector<bool> stays(rows.size());
+    std::size_t nextPlace = 0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        auto const found = places.find(rows[i].key());
+        if (found == places.end() || found->second < nextPlace)
+            continue;
+        stays[i] = isKept[found->second] = true;
+        nextPlace = found->second + 1;
     }
-    int const from = static_cast<int>(first);
-    if (oldCount > 0) {
-        beginRemoveRows({}, from, from + static_cast<int>(oldCount) - 1);
-        rows.erase(place(), place() + static_cast<std::ptrdiff_t>(oldCount));
-        endRemoveRows();
+    for (std::size_t end = rows.size(); end > 0;) {
+        std::size_t first = end;
+        while (first > 0 && !stays[first - 1])
+            --first;
+        remove(first, end - first);
+        end = first == end ? end - 1 : first;
     }
-    if (!next.empty()) {
-        beginInsertRows({}, from, from + static_cast<int>(next.size()) - 1);
-        rows.insert(place(), next.begin(), next.end());
-        endInsertRows();
-    }
+    return isKept;
+}
+
+void ActivityListModel::remove(std::size_t first, std::size_t count)
+{
+    if (count == 0)
+        return;
+    beginRemoveRows({}, static_cast<int>(first), static_cast<int>(first + count) - 1);
+    auto const from = rows.begin() + static_cast<std::ptrdiff_t>(first);
+    rows.erase(from, from + static_cast<std::ptrdiff_t>(count));
+    endRemoveRows();
+}
+
+void ActivityListModel::insert(std::size_t place, std::span<Row const> next)
+{
+    if (next.empty())
+        return;
+    beginInsertRows({}, static_cast<int>(place), static_cast<int>(place + next.size()) - 1);
+    rows.insert(rows.begin() + static_cast<std::ptrdiff_t>(place), next.begin(), next.end());
+    endInsertRows();
 }
 
 int ActivityListModel::rowCount(QModelIndex const& parent) const

@@ -43,13 +43,16 @@ public:
         std::string dayTitle;
         std::optional<ActivityEntry> entry; ///< `nullopt` for the day's title
         bool operator==(Row const&) const = default;
-        /// Whether it is the same row, perhaps with another text.
-        bool isSameAs(Row const& other) const;
+        /// Names the row, whatever its text.
+        std::string key() const;
     };
 
 private:
     QString spoken(ActivityEntry const& entry) const;
-    void replace(std::size_t first, std::size_t oldCount, std::span<Row const> next);
+    /// Returns which of the next rows are left.
+    std::vector<bool> removeAllBut(std::span<Row const> next);
+    void remove(std::size_t first, std::size_t count);
+    void insert(std::size_t place, std::span<Row const> next);
 
     std::vector<Row> rows;
     DayCalendar calendar;

@@ -66,7 +66,7 @@ void ActivityRowDelegate::paint(QPainter* painter,
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     if (index.data(ActivityListModel::isDayRole).toBool())
-        paintDay(*painter, option.rect, index.data().toString(), option.palette);
+        paintDay(*painter, option.rect, index.data().toString());
     else
         paintEntry(*painter, option, index);
     painter->restore();
@@ -74,13 +74,12 @@ void ActivityRowDelegate::paint(QPainter* painter,
 
 void ActivityRowDelegate::paintDay(QPainter& painter,
                                    QRect const& place,
-                                   QString const& title,
-                                   QPalette const& palette) const
+                                   QString const& title) const
 {
     QFont font = Theme::smallFont();
     font.setWeight(QFont::DemiBold);
-    drawElided(painter, place.adjusted(sides, dayAbove / 2, -sides, 0), font, Theme(palette).secondary,
-               title);
+    drawElided(painter, place.adjusted(sides, dayAbove / 2, -sides, 0), font,
+               Theme(QApplication::palette()).secondary, title);
 }
 
 void ActivityRowDelegate::paintEntry(QPainter& painter,

@@ -26,9 +26,13 @@ public:
                               QStyleOptionViewItem const& option,
                               QModelIndex const& index) const override;
 
+protected:
+    /// The detail is no editor: Tab, Return and Escape mean there what they mean in the window.
+    bool eventFilter(QObject*, QEvent*) override { return false; }
+
 private:
     bool isExpanded(ActivityEntry const& entry) const { return entry.id == expanded; }
-    void paintDay(QPainter& painter, QRect const& place, QString const& title, QPalette const& palette) const;
+    void paintDay(QPainter& painter, QRect const& place, QString const& title) const;
     void paintEntry(QPainter& painter, QStyleOptionViewItem const& option, QModelIndex const& index) const;
 
     mutable QPointer<QWidget> detail;

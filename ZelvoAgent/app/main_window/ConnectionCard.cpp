@@ -7,6 +7,7 @@
 #include "app/widgets/TextLabel.h"
 #include "base/LocalizedTexts.h"
 #include "base/Task.h"
+#include "base/Text.h"
 
 #include <QHBoxLayout>
 #include <QMenu>
@@ -53,6 +54,7 @@ ConnectionCard::ConnectionCard(GrantedConnection granted, AppServices const& ser
 QMenu* ConnectionCard::newMenu()
 {
     auto* const menu = new QMenu(this);
+    menu->setAccessibleName(worded("main.manage"));
     for (AgentScope const scope : connection.scopes)
         menu->addAction(asMenuText(toQString(title(scope))))->setEnabled(false);
     addSharing(*menu);
@@ -89,11 +91,11 @@ void ConnectionCard::share(bool on)
 // Only the console can bring a connection back, so the person is asked.
 void ConnectionCard::disconnect()
 {
-    ConfirmationPresenter::Choice question{
-        .title = localized("main.disconnect.title", {connection.platformName}),
-        .detail = localized("main.disconnect.detail", {connection.platformName}),
-        .allowTitle = localized("menu.disconnect"),
-        .denyTitle = localized("common.cancel")};
+    std::string const name = text::shownInLine(connection.platformName, maxPlatformName);
+    ConfirmationPresenter::Choice question{.title = localized("main.disconnect.title", {name}),
+                                           .detail = localized("main.disconnect.detail", {name}),
+                                           .allowTitle = localized("menu.disconnect"),
+                                           .denyTitle = localized("common.cancel")};
     spawn(services.contexts.main, [&parts = services.parts, id = connection.id, question]() -> Task<> {
         constexpr std::int64_t timeoutMs = 180'000;
         ConfirmationDecision const decision = co_await parts.confirmations.askChoice(question, timeoutMs);

@@ -96,8 +96,17 @@ void FoldersRow::choose()
     chooser->setOption(QFileDialog::DontUseNativeDialog);
     chooser->setOption(QFileDialog::ShowDirsOnly);
     chooser->setFileMode(QFileDialog::Directory);
-    QObject::connect(chooser, &QFileDialog::fileSelected, this,
-                     [this](QString const& folder) { add(folder.toStdString()); });
+    chooser->setLabelText(QFileDialog::Accept, worded("main.folders.allow"));
+    chooser->setLabelText(QFileDialog::Reject, worded("common.cancel"));
+    chooser->setLabelText(QFileDialog::LookIn, worded("main.folders.in"));
+    chooser->setLabelText(QFileDialog::FileName, worded("main.folders.name"));
+    // The window may have built another row meanwhile.
+    QObject::connect(chooser, &QFileDialog::fileSelected, window(),
+                     [window = window()](QString const& folder) {
+                         for (QWidget* const each : window->findChildren<QWidget*>())
+                             if (auto* const row = dynamic_cast<FoldersRow*>(each); row && row->isVisible())
+                                 row->add(folder.toStdString());
+                     });
     chooser->open();
 }
 

@@ -11,7 +11,9 @@
 #include "app/widgets/Spacing.h"
 #include "app/widgets/TextLabel.h"
 
+#include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -34,7 +36,8 @@ constexpr std::size_t maxFailure = 300; // Characters.
 
 MainWindow::MainWindow(AppServices const& services)
     : ContentWindow(worded("window.main")), services(services),
-      permissions(services.platform.access(), services.contexts, [this] { refreshSoon(); })
+      permissions(
+          services.platform.access(), services.contexts, services.platform.clock(), [this] { refreshSoon(); })
 {
     setMinimumSize(leastSize);
     restoreSize();
@@ -51,8 +54,11 @@ void MainWindow::restoreSize()
         auto const value = services.platform.defaults().integer(key);
         return value && *value >= least && *value <= most ? static_cast<int>(*value) : ideal;
     };
-    resize(stored(widthKey, leastSize.width(), idealSize.width(), maximumStored.width()),
-           stored(heightKey, leastSize.height(), idealSize.height(), maximumStored.height()));
+    QSize const wanted(stored(widthKey, leastSize.width(), idealSize.width(), maximumStored.width()),
+                       stored(heightKey, leastSize.height(), idealSize.height(), maximumStored.height()));
+    QScreen const* const screen = QGuiApplication::primaryScreen();
+    QSize const room = screen ? screen->availableGeometry().size() : wanted;
+    resize(wanted.boundedTo(room).expandedTo(leastSize));
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
@@ -128,6 +134,7 @@ QWidget* MainWindow::newFooter(QWidget* parent)
                    Qt::AlignVCenter);
     updateFailure = new TextLabel(QString(), TextLabel::Size::small, TextLabel::Tone::warning, whole);
     row->addWidget(updateFailure, 1, Qt::AlignVCenter);
+    row->addStretch();
     auto const add = [&](std::string_view key, std::function<void()> pressed) {
         auto* const button = new Button(worded(key), Button::Kind::link, whole);
         button->onPressed(std::move(pressed));
@@ -153,6 +160,7 @@ void MainWindow::refresh()
     thisMac->refresh(permissions.current());
     std::optional<std::string> const failure = services.updates.lastCheckFailed();
     updateFailure->setShownText(failure ? shownText(*failure, maxFailure) : QString());
+    updateFailure->setVisible(failure.has_value());
     checkUpdates->setVisible(services.updates.canCheck());
 }
 

@@ -17,7 +17,9 @@ SettingPicker::SettingPicker(QString const& title,
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(spacing::tight);
-    column->addWidget(new TextLabel(title, TextLabel::Size::small, TextLabel::Tone::secondary, this));
+    auto* const label = new TextLabel(title, TextLabel::Size::small, TextLabel::Tone::secondary, this);
+    label->setBuddy(picker); // A screen reader gets a picker's name from its label alone.
+    column->addWidget(label);
     column->addWidget(picker);
     picker->addItems(choices);
     picker->onChosen(std::move(onChosen));

@@ -20,15 +20,15 @@ constexpr int windowWidth = 480; // Points.
 } // namespace
 
 PermissionHelpWindow::PermissionHelpWindow(AppServices const& services)
-    : ContentWindow(worded("window.permissionHelp")),
-      permissions(services.platform.access(), services.contexts, [this] { rebuildSoon(); })
+    : FittedWindow(worded("window.permissionHelp")),
+      permissions(
+          services.platform.access(), services.contexts, services.platform.clock(), [this] { rebuildSoon(); })
 {
-    layout()->setSizeConstraint(QLayout::SetFixedSize);
 }
 
-QWidget* PermissionHelpWindow::newContent()
+QWidget* PermissionHelpWindow::newColumn()
 {
-    auto* const content = new QWidget(this);
+    auto* const content = new QWidget;
     content->setFixedWidth(windowWidth);
     auto* const column = new QVBoxLayout(content);
     column->setContentsMargins(spacing::margin, spacing::margin, spacing::margin, spacing::margin);

@@ -2,19 +2,19 @@
 
 #include "app/AppServices.h"
 #include "app/permissions/PermissionsWatch.h"
-#include "app/widgets/ContentWindow.h"
+#include "app/widgets/FittedWindow.h"
 
 class QVBoxLayout;
 
 namespace zelvo {
 
 /// Says why agents cannot see or operate something, and what helps. Thread: main.
-class PermissionHelpWindow final : public ContentWindow {
+class PermissionHelpWindow final : public FittedWindow {
 public:
     explicit PermissionHelpWindow(AppServices const& services);
 
 protected:
-    QWidget* newContent() override;
+    QWidget* newColumn() override;
 
 private:
     void addPermission(QVBoxLayout& column,

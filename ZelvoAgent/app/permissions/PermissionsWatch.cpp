@@ -8,9 +8,18 @@
 
 namespace zelvo {
 
-PermissionsWatch::PermissionsWatch(SystemAccess& access, Contexts contexts, std::function<void()> onChange)
+namespace {
+
+constexpr auto lookPeriod = 1s;
+
+} // namespace
+
+PermissionsWatch::PermissionsWatch(SystemAccess& access,
+                                   Contexts contexts,
+                                   Clock& clock,
+                                   std::function<void()> onChange)
     : access(access), contexts(std::move(contexts)), onChange(std::move(onChange)), seen(access.current()),
-      following(access.observe([this] { look(); }))
+      following(access.observe([this] { look(); })), nextLook(this->contexts.main, clock)
 {
     look();
 }
@@ -33,6 +42,8 @@ Task<> PermissionsWatch::findCauses(std::weak_ptr<int> owner)
         co_return;
     bool const isChange = next != found;
     found = std::move(next);
+    if (!startedTooEarly().empty())
+        nextLook.in(lookPeriod, [this] { look(); });
     if (isChange)
         onChange();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "base/DelayedCall.h"
 #include "platform/SystemAccess.h"
 #include "wire/Permissions.h"
 
@@ -16,7 +17,7 @@ namespace zelvo {
 /// Follows the system permissions and what they lack, for a window, as long as it exists. Thread: main.
 class PermissionsWatch {
 public:
-    PermissionsWatch(SystemAccess& access, Contexts contexts, std::function<void()> onChange);
+    PermissionsWatch(SystemAccess& access, Contexts contexts, Clock& clock, std::function<void()> onChange);
 
     Permissions const& current() const { return seen; }
     /// Why something is missing; empty until it was found out.
@@ -35,6 +36,7 @@ private:
     Permissions seen;
     PermissionCauses found;
     boost::signals2::scoped_connection following;
+    DelayedCall nextLook; // The system does not report the end of an application that started too early.
     std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
 };
 

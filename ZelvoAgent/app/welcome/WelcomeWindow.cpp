@@ -35,17 +35,17 @@ int bitsOf(WelcomeSteps::Steps const& steps)
 } // namespace
 
 WelcomeWindow::WelcomeWindow(AppServices const& services)
-    : ContentWindow(worded("window.welcome")), services(services),
-      permissions(services.platform.access(), services.contexts, [this] { followSoon(); })
+    : FittedWindow(worded("window.welcome")), services(services),
+      permissions(
+          services.platform.access(), services.contexts, services.platform.clock(), [this] { followSoon(); })
 {
-    layout()->setSizeConstraint(QLayout::SetFixedSize);
     following.push_back(services.parts.state.changed.connect([this] { followSoon(); }));
 }
 
 void WelcomeWindow::closeEvent(QCloseEvent* event)
 {
     services.platform.defaults().setBoolean(WelcomePresenter::seenKey, true);
-    ContentWindow::closeEvent(event);
+    FittedWindow::closeEvent(event);
 }
 
 WelcomeSteps::Steps WelcomeWindow::steps() const
@@ -59,9 +59,9 @@ void WelcomeWindow::follow()
         rebuild();
 }
 
-QWidget* WelcomeWindow::newContent()
+QWidget* WelcomeWindow::newColumn()
 {
-    auto* const content = new QWidget(this);
+    auto* const content = new QWidget;
     content->setFixedWidth(windowWidth);
     auto* const column = new QVBoxLayout(content);
     column->setContentsMargins(spacing::margin, spacing::margin, spacing::margin, spacing::margin);
@@ -128,6 +128,7 @@ QWidget* WelcomeWindow::newRow(WelcomeSteps::Step const& step, QWidget* parent)
         new TextLabel(worded(step.text), TextLabel::Size::small, TextLabel::Tone::secondary, whole));
     if (!step.done && step.hasSettings) {
         auto* const settings = new Button(worded("onboarding.openSettings"), Button::Kind::link, whole);
+        settings->setAccessibleName(settings->label() + ": " + worded(step.title));
         settings->onPressed([this] { services.openWindow(AppWindow::permissionHelp); });
         words->addWidget(settings, 0, Qt::AlignLeading);
     }
@@ -140,6 +141,7 @@ QWidget* WelcomeWindow::newRow(WelcomeSteps::Step const& step, QWidget* parent)
     } else {
         auto const kind = isCurrent ? Button::Kind::primary : Button::Kind::secondary;
         auto* const button = new Button(worded(step.actionTitle), kind, whole);
+        button->setAccessibleName(button->label() + ": " + worded(step.title));
         button->onPressed([this, id = step.id] { act(id); });
         row->addWidget(button, 0, Qt::AlignVCenter);
     }

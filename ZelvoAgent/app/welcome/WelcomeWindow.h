@@ -3,7 +3,7 @@
 #include "app/AppServices.h"
 #include "app/permissions/PermissionsWatch.h"
 #include "app/welcome/WelcomeSteps.h"
-#include "app/widgets/ContentWindow.h"
+#include "app/widgets/FittedWindow.h"
 
 #include <boost/signals2/connection.hpp>
 
@@ -15,12 +15,12 @@ class QVBoxLayout;
 namespace zelvo {
 
 /// Takes a person through what the program needs, and follows what is done. Thread: main.
-class WelcomeWindow final : public ContentWindow {
+class WelcomeWindow final : public FittedWindow {
 public:
     explicit WelcomeWindow(AppServices const& services);
 
 protected:
-    QWidget* newContent() override;
+    QWidget* newColumn() override;
     void closeEvent(QCloseEvent* event) override;
 
 private:

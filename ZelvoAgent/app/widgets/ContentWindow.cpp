@@ -1,35 +1,38 @@
 #include "app/widgets/ContentWindow.h"
 
-#include "app/widgets/Button.h"
+#include "app/widgets/KeepOnScreen.h"
 #include "app/widgets/Mnemonics.h"
+#include "app/widgets/PlaceInView.h"
 
-#include <QApplication>
+#include <QAccessibleWidget>
 #include <QCloseEvent>
 #include <QKeyEvent>
-#include <QScreen>
+#include <QPushButton>
 #include <QVBoxLayout>
 
-#include <algorithm>
+#include <optional>
 
 namespace zelvo {
 
 namespace {
 
-constexpr int leastVisible = 60; // Points of a window that a person can get hold of.
+// The toolkit takes a plain widget for a pane, even as a window.
+QAccessibleInterface* newWindowInterface(QString const&, QObject* object)
+{
+    auto* const window = dynamic_cast<ContentWindow*>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Window) : nullptr;
+}
 
 } // namespace
 
 ContentWindow::ContentWindow(QString const& title)
 {
+    [[maybe_unused]] static bool const isInstalled = (QAccessible::installFactory(newWindowInterface), true);
     setWindowTitle(title);
     setFocusPolicy(Qt::ClickFocus);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    auto const check = [this] { stayOnScreen(); };
-    QObject::connect(qApp, &QGuiApplication::screenRemoved, this, check, Qt::QueuedConnection);
-    QObject::connect(qApp, &QGuiApplication::primaryScreenChanged, this, check, Qt::QueuedConnection);
-    for (QScreen* const screen : QGuiApplication::screens())
-        QObject::connect(screen, &QScreen::availableGeometryChanged, this, check, Qt::QueuedConnection);
+    keepOnScreen(*this);
 }
 
 void ContentWindow::bringToFront()
@@ -42,14 +45,17 @@ void ContentWindow::bringToFront()
 
 void ContentWindow::rebuild()
 {
+    std::optional<PlaceInView> place;
     if (content) {
+        place.emplace(*content);
         content->hide();
         content->deleteLater(); // The call may come from one of its own buttons.
     }
     content = newContent();
     layout()->addWidget(content);
     content->show();
-    assignMnemonics(*content);
+    if (place)
+        place->restoreIn(*content);
 }
 
 void ContentWindow::changeEvent(QEvent* event)
@@ -67,7 +73,8 @@ void ContentWindow::showEvent(QShowEvent* event)
     if (!content)
         rebuild();
     QWidget::showEvent(event);
-    setFocus(); // No control has the keyboard until the person asks for one by Tab.
+    if (!event->spontaneous())
+        setFocus(); // No control has the keyboard until the person asks for one by Tab.
 }
 
 void ContentWindow::closeEvent(QCloseEvent* event)
@@ -96,26 +103,11 @@ void ContentWindow::keyReleaseEvent(QKeyEvent* event)
 
 void ContentWindow::showMnemonics(bool shows)
 {
+    if (shows && content)
+        assignMnemonics(*content); // Labels change, and buttons come and go.
     setProperty(zelvo::showsMnemonics, shows);
-    for (Button* const button : findChildren<Button*>())
+    for (QPushButton* const button : findChildren<QPushButton*>())
         button->update();
-}
-
-void ContentWindow::stayOnScreen()
-{
-    if (!isVisible() || QGuiApplication::screens().isEmpty())
-        return;
-    QRect const frame = frameGeometry();
-    auto const shows = [&](QScreen const* screen) {
-        QRect const seen = screen->availableGeometry().intersected(frame);
-        return seen.width() >= leastVisible && seen.height() >= leastVisible &&
-               screen->availableGeometry().top() <= frame.top();
-    };
-    if (std::ranges::any_of(QGuiApplication::screens(), shows))
-        return;
-    QRect const room = QGuiApplication::primaryScreen()->availableGeometry();
-    resize(std::min(width(), room.width()), std::min(height(), room.height()));
-    move(room.center() - QPoint(width() / 2, height() / 2));
 }
 
 } // namespace zelvo

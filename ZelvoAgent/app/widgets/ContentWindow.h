@@ -21,7 +21,7 @@ public:
 
 protected:
     /// Builds all that the window shows, as a child of it. What a person chose in it must survive a second
-    /// call.
+    /// call; the keyboard's place and the scrolling do by themselves.
     virtual QWidget* newContent() = 0;
     void rebuild();
     bool isBuilt() const { return content != nullptr; }
@@ -33,7 +33,6 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    void stayOnScreen();
     void showMnemonics(bool shows);
 
     QWidget* content = nullptr;

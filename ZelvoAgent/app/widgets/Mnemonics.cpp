@@ -22,7 +22,10 @@ qsizetype freeLetter(QString const& label, QSet<QChar> const& taken)
 void assignMnemonics(QWidget& view)
 {
     QSet<QChar> taken;
-    for (Button* const button : view.findChildren<Button*>()) {
+    for (QPushButton* const each : view.findChildren<QPushButton*>()) {
+        auto* const button = dynamic_cast<Button*>(each);
+        if (!button || !button->isVisibleTo(&view))
+            continue;
         qsizetype const place = freeLetter(button->label(), taken);
         if (place < 0)
             continue;

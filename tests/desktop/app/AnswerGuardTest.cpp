@@ -41,5 +41,19 @@ TEST(AnswerGuard, takesAClickOnlyAMomentAfterTheWindowGotTheKeyboardAgain)
     EXPECT_TRUE(guard.clickMayCount(start + 10s));
 }
 
+TEST(AnswerGuard, takesTheClickOfADenialThatGivesTheWindowTheKeyboard)
+{
+    AnswerGuard guard;
+    Instant const start{10s};
+    guard.opened(start);
+    EXPECT_FALSE(guard.clickMayDeny(start + 399ms));
+    EXPECT_TRUE(guard.clickMayDeny(start + 400ms));
+
+    guard.activated(start + 8s);
+    EXPECT_TRUE(guard.clickMayDeny(start + 8s));
+    guard.changed(start + 9s);
+    EXPECT_FALSE(guard.clickMayDeny(start + 9999ms)); // It asks something else.
+}
+
 } // namespace
 } // namespace zelvo::test

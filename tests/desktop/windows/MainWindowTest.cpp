@@ -1,16 +1,13 @@
 #include "app/main_window/MainWindow.h"
 
 #include "app/SwitchButton.h"
-#include "app/main_window/ActivityList.h"
 #include "app/main_window/ConnectionsSection.h"
-#include "app/widgets/Button.h"
 #include "app/widgets/Picker.h"
-#include "desktop/windows/WindowsFixture.h"
+#include "desktop/windows/MainWindowFixture.h"
 
-#include <QClipboard>
-#include <QMenu>
+#include <QFileDialog>
 #include <QPointer>
-#include <QScrollBar>
+#include <QScreen>
 #include <gmock/gmock.h>
 
 #include <set>
@@ -22,67 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-class MainWindowTest : public WindowsFixture {
-protected:
-    ContentWindow& openMain() { return open(AppWindow::main); }
-    ContentWindow& shown() { return *ui->openWindows().shown(AppWindow::main); }
-    ActivityList& list() { return *shown().findChild<ActivityList*>(); }
-    ActivityListModel& rows() { return list().rows(); }
-    void press(std::string const& button)
-    {
-        auto* const found = named<Button>(shown(), button);
-        ASSERT_TRUE(found) << button << "\n" << words(shown());
-        found->click();
-        settle();
-    }
-    QModelIndex rowOf(std::string const& summary)
-    {
-        for (int i = 0; i < rows().rowCount(); ++i)
-            if (ActivityEntry const* const entry = rows().entryAt(rows().index(i));
-                entry && entry->summary == summary)
-                return rows().index(i);
-        return {};
-    }
-    void logCommand(std::string summary, std::string detail)
-    {
-        AgentState::LogLine line{.platform = "Acme", .summary = std::move(summary)};
-        line.kind = ActivityKind::terminal;
-        line.detail = std::move(detail);
-        parts->state.log(std::move(line));
-    }
-    void toggle(QModelIndex const& index)
-    {
-        Q_EMIT list().clicked(index);
-        settle();
-    }
-    QMenu* openMenu(std::string const& platform)
-    {
-        named<Button>(shown(), localized("main.manage") + ": " + platform)->click();
-        settle();
-        for (QWidget* const widget : QApplication::topLevelWidgets())
-            if (auto* const menu = qobject_cast<QMenu*>(widget); menu && menu->isVisible())
-                return menu;
-        return nullptr;
-    }
-    std::string textsOf(QMenu const& menu)
-    {
-        std::string all;
-        for (QAction const* const action : menu.actions())
-            all += action->text().toStdString() + (action->isChecked() ? " [x]\n" : "\n");
-        return all;
-    }
-    void trigger(QMenu& menu, std::string const& text)
-    {
-        for (QAction* const action : menu.actions())
-            if (action->text().toStdString() == text) {
-                menu.close();
-                action->trigger();
-                settle();
-                return;
-            }
-        FAIL() << text;
-    }
-};
+class MainWindowTest : public MainWindowFixture {};
 
 TEST_F(MainWindowTest, withoutConnectionsSaysSoAndOffersToConnect)
 {
@@ -209,117 +146,6 @@ TEST_F(MainWindowTest, permissionsFollowTheMachineWhileItIsOpen)
     EXPECT_TRUE(ui->openWindows().shown(AppWindow::permissionHelp));
 }
 
-TEST_F(MainWindowTest, filtersTheLog)
-{
-    fillLog(9);
-    AgentState::LogLine line{.platform = localized("activity.system"), .summary = "An old line"};
-    parts->state.log(line);
-    openMain();
-    int const all = rows().rowCount();
-
-    press(localized("main.filter.terminal"));
-    EXPECT_LT(rows().rowCount(), all);
-    EXPECT_FALSE(rowOf("An old line").isValid());
-    press(localized("main.filter.mac"));
-    EXPECT_TRUE(rowOf("An old line").isValid());
-    press(localized("main.filter.agents"));
-    EXPECT_FALSE(rowOf("An old line").isValid());
-}
-
-TEST_F(MainWindowTest, anEmptyLogSaysWhatWillBeThere)
-{
-    openMain();
-    EXPECT_THAT(words(shown()), HasSubstr(localized("main.empty.hint")));
-}
-
-TEST_F(MainWindowTest, expandingOneRowClosesTheOther)
-{
-    logCommand("first", "one\ntwo");
-    logCommand("second", "three");
-    openMain();
-
-    toggle(rowOf("first"));
-    EXPECT_EQ(list().expanded(), rows().entryAt(rowOf("first"))->id);
-    toggle(rowOf("second"));
-    EXPECT_EQ(list().expanded(), rows().entryAt(rowOf("second"))->id);
-    toggle(rowOf("second"));
-    EXPECT_EQ(list().expanded(), "");
-}
-
-TEST_F(MainWindowTest, aRowWithoutADetailDoesNotExpand)
-{
-    parts->state.log({.platform = "Acme", .summary = "plain"});
-    openMain();
-
-    toggle(rowOf("plain"));
-
-    EXPECT_EQ(list().expanded(), "");
-}
-
-TEST_F(MainWindowTest, newEntriesKeepWhatIsExpandedSelectedAndScrolledTo)
-{
-    fillLog(60);
-    logCommand("mine", "output");
-    openMain();
-    toggle(rowOf("mine"));
-    list().setCurrentIndex(rowOf("mine"));
-    list().verticalScrollBar()->setValue(30);
-    settle();
-    std::string const id = list().expanded();
-
-    fillLog(3);
-    settle();
-
-    EXPECT_EQ(list().expanded(), id);
-    ASSERT_TRUE(rows().entryAt(list().currentIndex()));
-    EXPECT_EQ(rows().entryAt(list().currentIndex())->summary, "mine");
-}
-
-TEST_F(MainWindowTest, aFullLogKeepsTheExpandedRowUntilItFallsOut)
-{
-    logCommand("oldest", "output");
-    openMain();
-    toggle(rowOf("oldest"));
-
-    fillLog(510);
-    settle();
-
-    EXPECT_FALSE(rowOf("oldest").isValid());
-    EXPECT_EQ(parts->state.activity().size(), 500u);
-}
-
-TEST_F(MainWindowTest, copiesTheCommandOfARow)
-{
-    logCommand("mine", "ls -l\n<b>file</b>");
-    openMain();
-    toggle(rowOf("mine"));
-
-    press(localized("common.copy"));
-
-    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "ls -l\n<b>file</b>");
-}
-
-TEST_F(MainWindowTest, dayTitlesChangeAtMidnight)
-{
-    platform->time.start = Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 21)) + 12h;
-    parts->state.log({.platform = "Acme", .summary = "before"});
-    openMain();
-    EXPECT_EQ(rows().index(0).data().toString().toStdString(), localized("main.today"));
-
-    platform->time.advance(24h);
-    settle();
-
-    EXPECT_EQ(rows().index(0).data().toString().toStdString(), localized("main.yesterday"));
-}
-
-TEST_F(MainWindowTest, a500EntryWindowIsBuiltQuickly)
-{
-    fillLog(520);
-    openMain();
-    EXPECT_GT(rows().rowCount(), 500);
-    picture(shown(), "main-500");
-}
-
 TEST_F(MainWindowTest, escapeClosesAndDestroysIt)
 {
     openMain();
@@ -337,6 +163,92 @@ TEST_F(MainWindowTest, nonsenseInTheStoredSizeIsIgnored)
     platform->settings.setInteger("zelvo.mainWindow.height", 1'000'000'000);
     openMain();
     EXPECT_EQ(shown().size(), QSize(880, 620));
+}
+
+TEST_F(MainWindowTest, aStoredSizeThatIsLargerThanTheScreenFitsIt)
+{
+    platform->settings.setInteger("zelvo.mainWindow.width", 9000);
+    platform->settings.setInteger("zelvo.mainWindow.height", 9000);
+
+    openMain();
+
+    EXPECT_EQ(shown().size(), QGuiApplication::primaryScreen()->availableGeometry().size());
+}
+
+TEST_F(MainWindowTest, theFooterFollowsTheUpdates)
+{
+    updates.failure = "The server\nis away";
+    openMain();
+    EXPECT_THAT(words(shown()), HasSubstr("The server is away"));
+    EXPECT_FALSE(named<Button>(shown(), localized("main.checkUpdates")));
+
+    updates.checks = true;
+    updates.failure.reset();
+    updates.changed();
+    settle();
+
+    EXPECT_THAT(words(shown()), Not(HasSubstr("The server is away")));
+    press(localized("main.checkUpdates"));
+    EXPECT_EQ(updates.checked, 1);
+    press(localized("menu.quit"));
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(MainWindowTest, cancelKeepsTheConnection)
+{
+    grant("1", "Acme\nand others");
+    openMain();
+    trigger(*openMenu("Acme and others"), localized("menu.disconnect"));
+    ASSERT_TRUE(until([this] { return !panels->made.empty() && panels->made.back()->isShown; }));
+    EXPECT_THAT(panels->made.back()->contents.title, Not(HasSubstr("\n")));
+
+    panels->made.back()->reports.deny();
+    settle();
+
+    EXPECT_EQ(parts->state.connections().size(), 1U);
+}
+
+TEST_F(MainWindowTest, aLetterPressesEachButtonAlsoAfterItsLabelChanged)
+{
+    connect();
+    openMain();
+    press(localized("menu.pause")); // The label is another one now.
+
+    pressKey(shown(), Qt::Key_Alt);
+
+    for (Button* const button : {named<Button>(shown(), localized("menu.resume")),
+                                 named<Button>(shown(), localized("main.diagnostics"))}) {
+        ASSERT_TRUE(button);
+        EXPECT_TRUE(button->text().contains('&')) << button->text().toStdString();
+    }
+}
+
+TEST_F(MainWindowTest, theChooserSharesAFolder)
+{
+    platform->fileSystem.addFolder("/home/person/Shared");
+    openMain();
+    press(localized("main.folders.add"));
+    auto* const chooser = shown().findChild<QFileDialog*>();
+    ASSERT_TRUE(chooser);
+    setLook({.fontScale = 1.2}); // Builds the window's content anew.
+    settle();
+
+    Q_EMIT chooser->fileSelected("/home/person/Shared");
+    EXPECT_TRUE(until([this] { return words(shown()).find("/home/person/Shared") != std::string::npos; }));
+    Q_EMIT chooser->fileSelected("/home/person/Missing");
+    EXPECT_TRUE(until(
+        [this] { return words(shown()).find(localized("main.folders.refused")) != std::string::npos; }));
+}
+
+TEST_F(MainWindowTest, aWindowThatClosesTakesItsChooserAlong)
+{
+    openMain();
+    press(localized("main.folders.add"));
+    QPointer<QFileDialog> const chooser = shown().findChild<QFileDialog*>();
+
+    close(AppWindow::main);
+
+    EXPECT_TRUE(until([&] { return chooser.isNull(); }));
 }
 
 TEST_F(MainWindowTest, remembersItsSize)

@@ -3,6 +3,8 @@
 #include "app/widgets/Button.h"
 #include "desktop/windows/WindowsFixture.h"
 
+#include <QScreen>
+#include <QScrollArea>
 #include <gmock/gmock.h>
 
 namespace zelvo::test {
@@ -41,7 +43,8 @@ TEST_F(WelcomeWindowTest, beginsAtTheConnectionWhenBothPermissionsAreGranted)
     ASSERT_TRUE(until([this] { return window() && window()->isVisible(); }));
     EXPECT_THAT(words(*window()), HasSubstr(progress(2)));
 
-    auto* const button = named<Button>(*window(), localized("welcome.connect"));
+    auto* const button =
+        named<Button>(*window(), localized("welcome.connect") + ": " + localized("welcome.link.title"));
     ASSERT_TRUE(button);
     button->click();
     EXPECT_TRUE(until([this] { return !platform->desktop.openedUrls.empty(); }));
@@ -108,6 +111,71 @@ TEST_F(WelcomeWindowTest, namesWhatMustBeStartedAgain)
     EXPECT_TRUE(until([this] {
         return words(*window()).find(localized("onboarding.restartHint", {"Writer"})) != std::string::npos;
     }));
+}
+
+TEST_F(WelcomeWindowTest, theHintGoesWhenTheApplicationHasEnded)
+{
+    platform->systemAccess.missing.accessibility = {
+        {.kind = PermissionCause::Kind::startedTooEarly, .names = {"Writer"}}};
+    open(AppWindow::welcome);
+    auto const isHinted = [this] {
+        return words(*window()).find(localized("onboarding.restartHint", {"Writer"})) != std::string::npos;
+    };
+    ASSERT_TRUE(until(isHinted));
+
+    platform->systemAccess.missing.accessibility.clear(); // Nothing reports it.
+    platform->time.advance(1s);
+
+    EXPECT_TRUE(until([&] { return !isHinted(); }));
+}
+
+TEST_F(WelcomeWindowTest, waitsWhileTheConsentWindowShowsAnError)
+{
+    ui->start();
+    consent->show(); // By the person's request, without an offer.
+    platform->time.advance(3s);
+    settle();
+
+    EXPECT_TRUE(consent->isShown());
+    EXPECT_FALSE(window());
+}
+
+TEST_F(WelcomeWindowTest, escapeClosesItForGoodToo)
+{
+    platform->systemAccess.granted = {};
+    open(AppWindow::welcome);
+
+    pressKey(*window(), Qt::Key_Escape);
+    settle();
+
+    EXPECT_FALSE(window());
+    EXPECT_EQ(seen(), true);
+}
+
+class LowScreen : public WelcomeWindowTest {
+protected:
+    void SetUp() override { bringUp({.dpi = 192, .fontScale = 1.5, .width = 1366, .height = 768}); }
+    /// The window fits the screen, and scrolling brings its last button into sight.
+    static void expectReachable(ContentWindow& shown, std::string const& last)
+    {
+        EXPECT_LE(shown.height(), QGuiApplication::primaryScreen()->availableGeometry().height());
+        auto* const area = shown.findChild<QScrollArea*>();
+        ASSERT_TRUE(area);
+        auto* const button = named<Button>(shown, last);
+        ASSERT_TRUE(button);
+        area->ensureWidgetVisible(button);
+        settleEvents();
+        EXPECT_FALSE(button->visibleRegion().isEmpty());
+    }
+    static void settleEvents() { QApplication::processEvents(); }
+};
+
+TEST_F(LowScreen, everythingIsReachable)
+{
+    platform->systemAccess.granted = {};
+    platform->systemAccess.missing.screenRecording = {{.kind = PermissionCause::Kind::waylandSession}};
+    expectReachable(open(AppWindow::welcome), localized("welcome.later"));
+    expectReachable(open(AppWindow::permissionHelp), localized("common.close"));
 }
 
 TEST_F(WelcomeWindowTest, laterClosesItForGood)

@@ -33,6 +33,8 @@ protected:
         double fontScale = 1;
         bool isDark = false;
         char const* language = "en";
+        int width = 2600; ///< of the screen, in pixels
+        int height = 2000;
     };
     /// Starts the display and the toolkit.
     void bringUp(Look look);
@@ -57,7 +59,7 @@ protected:
     void picture(QWidget& window, std::string const& name);
 
     template <class T>
-    T* named(QWidget& window, std::string const& name)
+    static T* named(QWidget& window, std::string const& name)
     {
         for (T* const child : window.findChildren<T*>())
             if (child->isVisible() && child->accessibleName() == QString::fromStdString(name))

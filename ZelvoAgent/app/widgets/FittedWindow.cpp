@@ -1,0 +1,28 @@
+#include "app/widgets/FittedWindow.h"
+
+#include "app/widgets/ScrollColumn.h"
+
+#include <QLayout>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace zelvo {
+
+namespace {
+
+constexpr int titleBar = 40; // Points that a window manager's frame may take.
+
+} // namespace
+
+QWidget* FittedWindow::newContent()
+{
+    QWidget* const column = newColumn();
+    int const width = column->minimumWidth();
+    int const height = column->layout()->totalHeightForWidth(width);
+    QSize const room = screen()->availableGeometry().size();
+    setFixedSize(std::min(width, room.width()), std::min(height, room.height() - titleBar));
+    return new ScrollColumn(column, this);
+}
+
+} // namespace zelvo
