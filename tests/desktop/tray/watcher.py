@@ -1,5 +1,5 @@
 """A watcher of status notifier items. Like most desktops' it reports hosts by signals alone, without PropertiesChanged.
-SIGUSR1 registers a host, SIGUSR2 removes it."""
+SIGUSR1 registers a host, SIGUSR2 removes it. It prints the name of each item."""
 import signal
 
 import dbus
@@ -10,13 +10,27 @@ from gi.repository import GLib
 NAME = "org.kde.StatusNotifierWatcher"
 
 
+PROPERTY = '<property name="IsStatusNotifierHostRegistered" type="b" access="read"/>'
+
+
 class Watcher(dbus.service.Object):
     has_host = False
+
+    # Qt reads only properties that are introspected.
+    @dbus.service.method(dbus.INTROSPECTABLE_IFACE, out_signature="s", path_keyword="path",
+                         connection_keyword="connection")
+    def Introspect(self, path, connection):
+        text = super().Introspect(path, connection)
+        return text.replace(f'<interface name="{NAME}">', f'<interface name="{NAME}">{PROPERTY}')
 
     @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
     def Get(self, interface, name):
         assert (interface, name) == (NAME, "IsStatusNotifierHostRegistered")
         return dbus.Boolean(self.has_host)
+
+    @dbus.service.method(NAME, in_signature="s")
+    def RegisterStatusNotifierItem(self, service):
+        print(service, flush=True)
 
     @dbus.service.signal(NAME)
     def StatusNotifierHostRegistered(self):
