@@ -21,6 +21,8 @@ AgentStage::AgentStage(int width, int height)
     : width(width), height(height), desktop({.width = width, .height = height})
 {
     agent.makeUnattended("token-of-the-benchmark");
+    // It travels on purpose before each click.
+    agent.store("zelvo.showAgentCursor", false);
 }
 
 double AgentStage::start()

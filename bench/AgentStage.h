@@ -34,6 +34,8 @@ public:
     /// Stores a setting before the start.
     void store(std::string const& key, json::value const& value) { agent.store(key, value); }
     std::filesystem::path home() const { return desktop.home(); }
+    test::PrivateDesktop& privateDesktop() { return desktop; }
+    test::AgentProgram& program() { return agent; }
     /// Resets the peak of memory, "VmHWM".
     void forgetPeak() const;
     /// A value in KiB from the agent's /proc status, for instance "VmRSS".
