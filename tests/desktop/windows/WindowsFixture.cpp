@@ -32,7 +32,8 @@ QPalette paletteFor(bool isDark)
 
 void WindowsFixture::bringUp(Look look)
 {
-    desktop.emplace(DesktopOptions{.width = look.width, .height = look.height});
+    desktop.emplace(
+        DesktopOptions{.width = look.width, .height = look.height, .windowManager = look.windowManager});
     desktop->adoptEnvironment();
     Painter(desktop->display()).paintRoot(0x5b7083);
     std::string const resources = "Xft.dpi:\t" + std::to_string(look.dpi) + "\n";

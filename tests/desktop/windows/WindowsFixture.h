@@ -35,6 +35,7 @@ protected:
         char const* language = "en";
         int width = 2600; ///< of the screen, in pixels
         int height = 2000;
+        bool windowManager = true;
     };
     /// Starts the display and the toolkit.
     void bringUp(Look look);
