@@ -12,6 +12,7 @@ namespace zelvo {
 namespace {
 
 constexpr int titleBar = 40; // Points that a window manager's frame may take.
+constexpr int step = 4;      // Points that are whole pixels at 1.25 and 1.5 x too, so that nothing is cut.
 
 } // namespace
 
@@ -19,7 +20,7 @@ QWidget* FittedWindow::newContent()
 {
     QWidget* const column = newColumn();
     int const width = column->minimumWidth();
-    int const height = column->layout()->totalHeightForWidth(width);
+    int const height = (column->layout()->totalHeightForWidth(width) + step - 1) / step * step;
     QSize const room = screen()->availableGeometry().size();
     setFixedSize(std::min(width, room.width()), std::min(height, room.height() - titleBar));
     return new ScrollColumn(column, this);
