@@ -31,8 +31,8 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     target_include_directories(zelvo_libav SYSTEM INTERFACE ${LIBAV_INCLUDE_DIRS})
     target_link_libraries(zelvo_libav INTERFACE ${CMAKE_DL_LIBS})
     add_library(zelvo::libav ALIAS zelvo_libav)
-    zelvo_pkg(x11 xcb xcb-shm xcb-xtest xcb-composite xcb-damage xcb-xfixes xcb-randr xcb-res xcb-shape xcb-xkb
-              xkbcommon xkbcommon-x11)
+    zelvo_pkg(x11 xcb xcb-shm xcb-xtest xcb-composite xcb-damage xcb-xfixes xcb-randr xcb-res xcb-shape xcb-xinput
+              xcb-xkb xkbcommon xkbcommon-x11)
     zelvo_pkg(sdbus libsystemd)
     zelvo_pkg(secret libsecret-1)
     zelvo_pkg(gio gio-2.0 gio-unix-2.0)

@@ -17,6 +17,7 @@
 #include "platform/NetworkPath.h"
 #include "platform/OverlayWindows.h"
 #include "platform/Pasteboard.h"
+#include "platform/PointerPresses.h"
 #include "platform/PowerAssertion.h"
 #include "platform/ScreenSource.h"
 #include "platform/ScreenStream.h"
@@ -68,6 +69,7 @@ public:
     virtual VideoFolders& videoFolders() = 0;
     virtual FileReveal& reveal() = 0;
     virtual EventPosting& events() = 0;
+    virtual PointerPresses& presses() = 0;
     virtual KeyboardLayout& keyboardLayout() = 0;
     virtual Pasteboard& pasteboard() = 0;
     virtual OverlayWindows& overlays() = 0;

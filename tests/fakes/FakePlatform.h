@@ -12,6 +12,7 @@
 #include "fakes/FakeKeyboardLayout.h"
 #include "fakes/FakeOverlayWindows.h"
 #include "fakes/FakePasteboard.h"
+#include "fakes/FakePointerPresses.h"
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
 #include "fakes/FakeSecretStore.h"
@@ -58,6 +59,7 @@ public:
     FakeVideoFolders recordingFolders;
     FakeFileReveal fileReveal;
     FakeEventPosting posting;
+    FakePointerPresses pointerPresses;
     FakeKeyboardLayout layout;
     FakePasteboard clipboard;
     FakeOverlayWindows overlayWindows;
@@ -102,6 +104,7 @@ public:
     VideoFolders& videoFolders() override { return recordingFolders; }
     FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return posting; }
+    PointerPresses& presses() override { return pointerPresses; }
     KeyboardLayout& keyboardLayout() override { return layout; }
     Pasteboard& pasteboard() override { return clipboard; }
     OverlayWindows& overlays() override { return overlayWindows; }

@@ -30,6 +30,7 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
       workspace(display, entries, &opener, frontChanges.keyboardGrab()),
       screen(contexts, clock, display, layout, entries), streams(contexts, clock, screen),
       events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
+      presses(contexts, display, [this] { return layout.current(); }),
       tray(contexts, user, X11Connection::open()),
       pasteboard(contexts, clock, {}, [this](std::int32_t pid) { return workspace.process(pid); }),
       overlays(contexts, clock, layout),

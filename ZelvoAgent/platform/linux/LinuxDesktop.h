@@ -15,6 +15,7 @@
 #include "platform/linux/x11/clipboard/X11Pasteboard.h"
 #include "platform/linux/x11/input/X11EventPosting.h"
 #include "platform/linux/x11/input/X11HotKey.h"
+#include "platform/linux/x11/input/X11PointerPresses.h"
 #include "platform/linux/x11/overlays/X11OverlayWindows.h"
 #include "platform/linux/x11/windows/ApplicationOpener.h"
 #include "platform/linux/x11/windows/RecentSurvey.h"
@@ -52,6 +53,7 @@ struct LinuxDesktop {
     X11ScreenStreams streams;
     X11EventPosting events;
     X11HotKey hotKey;
+    X11PointerPresses presses;
     LinuxSystemTray tray;
     X11Pasteboard pasteboard;
     X11OverlayWindows overlays;

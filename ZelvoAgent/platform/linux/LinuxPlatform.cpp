@@ -76,6 +76,7 @@ public:
     VideoFolders& videoFolders() override { return folders; }
     FileReveal& reveal() override { return fileReveal; }
     EventPosting& events() override { return desktop().events; }
+    PointerPresses& presses() override { return desktop().presses; }
     KeyboardLayout& keyboardLayout() override { return desktop().events; }
     Pasteboard& pasteboard() override { return desktop().pasteboard; }
     OverlayWindows& overlays() override { return desktop().overlays; }
