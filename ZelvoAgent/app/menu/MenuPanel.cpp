@@ -11,7 +11,10 @@
 #include "app/widgets/Spacing.h"
 #include "app/widgets/SwitchRow.h"
 #include "app/widgets/TextLabel.h"
+#include "app/widgets/ToolkitPoint.h"
 
+#include <QApplication>
+#include <QCloseEvent>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -50,6 +53,7 @@ void MenuPanel::open(QRect const& icon)
         rebuild();
     refresh();
     bringToFront();
+    presses = services.platform.presses().observe([this](DesktopPoint point) { pressed(point); });
     // The tray's click may have been another program's event, so the window manager needs to be asked.
     boost::asio::post(services.contexts.workers,
                       [&focus = services.platform.focus(), window = static_cast<std::uint32_t>(winId())] {
@@ -164,6 +168,34 @@ void MenuPanel::changeEvent(QEvent* event)
     // A menu or tool tip of the panel's own takes no activation.
     if (event->type() == QEvent::ActivationChange && isVisible() && !isActiveWindow())
         close();
+}
+
+void MenuPanel::closeEvent(QCloseEvent* event)
+{
+    presses.reset();
+    ContentWindow::closeEvent(event);
+}
+
+void MenuPanel::pressed(DesktopPoint point)
+{
+    auto const display = services.platform.overlays().mainDisplay();
+    QPoint const place = toolkitPoint(point, display ? display->scale : 1, toolkitScreens());
+    // The icon closes the panel itself; it would open again otherwise.
+    if (!anchor.contains(place) && !isOwn(place))
+        close();
+}
+
+// Whether the panel is there, or a menu or tool tip of it.
+bool MenuPanel::isOwn(QPoint place) const
+{
+    auto const covers = [&](QWidget const* window) {
+        if (!window->isVisible() || !window->frameGeometry().contains(place))
+            return false;
+        while (window && window != this)
+            window = window->parentWidget();
+        return window == this;
+    };
+    return std::ranges::any_of(QApplication::topLevelWidgets(), covers);
 }
 
 void MenuPanel::paintEvent(QPaintEvent*)

@@ -6,6 +6,7 @@
 
 #include <boost/signals2/connection.hpp>
 
+#include <memory>
 #include <vector>
 
 namespace zelvo {
@@ -18,7 +19,8 @@ class SwitchRow;
 class TextLabel;
 
 /// What drops from the tray's icon: the status and its action, who uses this computer, what happened last.
-/// Closes when it loses the keyboard. Thread: main.
+/// Closes when it loses the keyboard and on a press elsewhere, which need not take the keyboard. Thread:
+/// main.
 class MenuPanel final : public ContentWindow {
 public:
     static constexpr int panelWidth = 320; ///< points
@@ -31,6 +33,7 @@ public:
 protected:
     QWidget* newContent() override;
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -40,6 +43,8 @@ private:
     void openWindow(AppWindow which);
     void refresh();
     void fit();
+    void pressed(DesktopPoint point);
+    bool isOwn(QPoint place) const;
 
     AppServices const& services;
     Permissions permissions;
@@ -53,6 +58,7 @@ private:
     QWidget* scrolled = nullptr;
     Soon refreshSoon{[this] { refresh(); }};
     std::vector<boost::signals2::scoped_connection> following;
+    std::unique_ptr<PressObservation> presses; // Null while the panel is closed.
 };
 
 /// Where a panel of that size is: at the edge of the screen nearest to the icon, beside the icon, inside the

@@ -2,8 +2,11 @@
 
 #include "app/SwitchButton.h"
 #include "app/widgets/Button.h"
+#include "desktop/harness/Painter.h"
 #include "desktop/windows/WindowsFixture.h"
 
+#include <QMenu>
+#include <QScreen>
 #include <gmock/gmock.h>
 
 namespace zelvo::test {
@@ -27,6 +30,12 @@ protected:
         settle();
     }
     std::string said() { return words(*ui->shownPanel()); }
+    /// A press anywhere on the screen, as the machine reports it.
+    void pressAt(QPoint place)
+    {
+        platform->pointerPresses.press({static_cast<double>(place.x()), static_cast<double>(place.y())});
+        settle();
+    }
 };
 
 TEST_F(MenuPanelTest, pausesAndResumes)
@@ -109,6 +118,107 @@ TEST_F(MenuPanelTest, closesOnEscapeAndWhenAnotherWindowGetsTheKeyboard)
     ASSERT_TRUE(until([&] { return panel.isActiveWindow(); }));
     open(AppWindow::main).activateWindow();
     EXPECT_TRUE(until([this] { return !ui->shownPanel(); }));
+}
+
+TEST_F(MenuPanelTest, closesOnAPressElsewhere)
+{
+    openPanel();
+    pressAt({100, 1500});
+    ASSERT_FALSE(ui->shownPanel());
+    EXPECT_EQ(platform->pointerPresses.observerCount(), 0U);
+
+    platform->time.advance(1s);
+    QRect const frame = openPanel().frameGeometry();
+    pressAt(frame.bottomRight() + QPoint(1, 0));
+    EXPECT_FALSE(ui->shownPanel());
+}
+
+TEST_F(MenuPanelTest, staysOpenOnAPressInside)
+{
+    QRect const frame = openPanel().frameGeometry();
+
+    for (QPoint const place :
+         {frame.topLeft(), frame.topRight(), frame.bottomLeft(), frame.bottomRight(), frame.center()})
+        pressAt(place);
+
+    EXPECT_TRUE(ui->shownPanel());
+    EXPECT_EQ(platform->pointerPresses.observerCount(), 1U);
+}
+
+TEST_F(MenuPanelTest, leavesAPressOnTheIconToTheIcon)
+{
+    openPanel();
+    pressAt({1210, 10});
+    ASSERT_TRUE(ui->shownPanel());
+
+    ui->togglePanel(QRect(1200, 4, 22, 22));
+    settle();
+
+    EXPECT_FALSE(ui->shownPanel());
+    EXPECT_EQ(platform->pointerPresses.observerCount(), 0U);
+}
+
+TEST_F(MenuPanelTest, aClickOnAnIconWhosePlaceIsUnknownClosesIt)
+{
+    platform->time.advance(1s);
+    QRect const pointer(1210, 10, 1, 1);
+    ui->togglePanel(pointer);
+    ASSERT_TRUE(until([this] { return ui->shownPanel() && ui->shownPanel()->isVisible(); }));
+
+    pressAt({1213, 12}); // The press of the click arrives before the click.
+    ui->togglePanel(pointer);
+    settle();
+
+    EXPECT_FALSE(ui->shownPanel());
+}
+
+TEST_F(MenuPanelTest, staysOpenOnAPressInAMenuOfItsOwn)
+{
+    auto* const menu = new QMenu(&openPanel());
+    menu->addAction("One");
+    menu->popup({300, 1500});
+    ASSERT_TRUE(until([&] { return menu->isVisible(); }));
+
+    pressAt(menu->geometry().center());
+    ASSERT_TRUE(ui->shownPanel());
+
+    menu->close();
+    settle();
+    pressAt({310, 1510});
+    EXPECT_FALSE(ui->shownPanel());
+}
+
+TEST_F(MenuPanelTest, observesPressesOnlyWhileItIsOpen)
+{
+    EXPECT_EQ(platform->pointerPresses.opened, 0);
+    openPanel();
+    EXPECT_EQ(platform->pointerPresses.observerCount(), 1U);
+
+    pressKey(*ui->shownPanel(), Qt::Key_Escape);
+
+    EXPECT_TRUE(until([this] { return platform->pointerPresses.observerCount() == 0; }));
+}
+
+TEST_F(MenuPanelTest, higherThanTheScreenStaysInsideTheWorkArea)
+{
+    Painter painter(desktop->display());
+    std::uint32_t const dock =
+        painter.open({.width = 2600, .height = 40, .type = "_NET_WM_WINDOW_TYPE_DOCK"});
+    desktop->run({"xprop", "-id", std::to_string(dock), "-f", "_NET_WM_STRUT", "32c", "-set", "_NET_WM_STRUT",
+                  "0, 0, 40, 0"});
+    QScreen const& screen = *QGuiApplication::primaryScreen();
+    ASSERT_TRUE(until([&] { return screen.availableGeometry().top() == 40; }));
+    ComputerAgents agents;
+    for (int i = 0; i < 80; ++i)
+        agents.waiting.push_back({.ref = std::to_string(i), .name = "Helper " + std::to_string(i)});
+    parts->state.setLiveAgents(agents);
+
+    MenuPanel& panel = openPanel();
+
+    EXPECT_TRUE(until([&] { return panel.frameGeometry().height() == screen.availableGeometry().height(); }))
+        << panel.frameGeometry().height();
+    EXPECT_TRUE(until([&] { return screen.availableGeometry().contains(panel.frameGeometry()); }))
+        << panel.frameGeometry().top();
 }
 
 TEST_F(MenuPanelTest, opensTheMainWindowAndQuits)
