@@ -9,6 +9,9 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <utility>
+
 namespace zelvo {
 
 namespace {
@@ -32,9 +35,10 @@ LiveAgentsSection::LiveAgentsSection(Services services, QWidget* parent)
 
 void LiveAgentsSection::setAgents(ComputerAgents const& agents)
 {
-    if (shown == agents)
+    Content next = contentOf(agents);
+    if (shown == next)
         return;
-    shown = agents;
+    shown = std::move(next);
     // The pressed button's row comes back with the next state; the keyboard stays on the same agent.
     QWidget const* const focus = rows ? rows->focusWidget() : nullptr;
     QString const focused = focus && focus->hasFocus() ? focus->objectName() : QString();
@@ -57,6 +61,19 @@ void LiveAgentsSection::setAgents(ComputerAgents const& agents)
     setVisible(!agents.isEmpty());
     if (auto* const button = focused.isEmpty() ? nullptr : rows->findChild<QWidget*>(focused))
         button->setFocus();
+}
+
+LiveAgentsSection::Content LiveAgentsSection::contentOf(ComputerAgents const& agents) const
+{
+    Content content{.agents = agents};
+    auto const look = [&](ComputerAgent const& agent) {
+        content.platforms.push_back(services.platformName(agent.connectionId));
+    };
+    if (agents.holder)
+        look(*agents.holder);
+    std::ranges::for_each(agents.waiting, look);
+    std::ranges::for_each(agents.paused, look);
+    return content;
 }
 
 void LiveAgentsSection::addRow(ComputerAgent const& agent, QString const& status, bool isPaused)

@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 class QVBoxLayout;
 
@@ -28,11 +29,19 @@ public:
     void setAgents(ComputerAgents const& agents);
 
 private:
+    /// All that the rows depend on.
+    struct Content {
+        ComputerAgents agents;
+        std::vector<std::optional<std::string>> platforms; ///< one for each agent, by its present name
+        bool operator==(Content const&) const = default;
+    };
+
+    Content contentOf(ComputerAgents const& agents) const;
     void addRow(ComputerAgent const& agent, QString const& status, bool isPaused);
     QString lineOf(ComputerAgent const& agent, QString const& status) const;
 
     Services services;
-    std::optional<ComputerAgents> shown;
+    std::optional<Content> shown;
     QVBoxLayout* column;
     QWidget* rows = nullptr;
 };

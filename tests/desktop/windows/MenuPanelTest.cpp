@@ -221,6 +221,24 @@ TEST_F(MenuPanelTest, higherThanTheScreenStaysInsideTheWorkArea)
         << panel.frameGeometry().top();
 }
 
+TEST_F(MenuPanelTest, followsThePlatformOfAnAgentThatIsRenamedOrRevoked)
+{
+    grant("c", "Acme");
+    parts->state.setLiveAgents({.holder = ComputerAgent{.ref = "r", .name = "Helper", .connectionId = "c"}});
+    openPanel();
+    std::string const line = localized("agents.working") + localized("list.separator");
+    EXPECT_THAT(said(), HasSubstr(line + "Acme"));
+
+    parts->state.renameConnections({{"c", "Zeta"}});
+    settle();
+    EXPECT_THAT(said(), HasSubstr(line + "Zeta"));
+    EXPECT_THAT(said(), Not(HasSubstr(line + "Acme")));
+
+    parts->state.revoke("c");
+    settle();
+    EXPECT_THAT(said(), HasSubstr(localized("agents.working") + "\n"));
+}
+
 TEST_F(MenuPanelTest, opensTheMainWindowAndQuits)
 {
     openPanel();
