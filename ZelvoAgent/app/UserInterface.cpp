@@ -51,6 +51,7 @@ void UserInterface::start()
 {
     following.push_back(services.parts.state.changed.connect([this] { drawSoon(); }));
     following.push_back(services.parts.recording.state().changed.connect([this] { drawSoon(); }));
+    following.push_back(services.platform.access().observe([this] { drawSoon(); }));
     services.platform.tray().observe([this] { followTray(); });
     qApp->installEventFilter(this);
     drawIcon();

@@ -35,6 +35,7 @@ public:
     /// Opens the panel at the icon, or closes it.
     void togglePanel(QRect const& icon);
     AppWindows& openWindows() { return windows; }
+    TrayIcon const& trayIcon() const { return icon; }
     MenuPanel* shownPanel() const { return panel.get(); }
 
 protected:

@@ -25,7 +25,8 @@ public:
     /// Whether the desktop has a tray, and the colour that the tray wants for icons of one colour.
     void setTray(bool isPresent, std::optional<QColor> foreground);
     void setState(ZelvoMark::State state, bool isRecording, QString const& toolTip);
-    bool isShown() const { return icon != nullptr; }
+    /// The icon in the tray; null without a tray.
+    QSystemTrayIcon* shown() const { return icon.get(); }
     /// The desktop's palette changed.
     void repaint();
 

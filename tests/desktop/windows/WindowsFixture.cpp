@@ -129,6 +129,31 @@ void WindowsFixture::connect()
     parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::connected));
 }
 
+void WindowsFixture::startAgent()
+{
+    platform->secretStore.items[{"dev.zelvo.agent", "machine_token"}] = "mt";
+    parts->state.startObserving();
+    parts->runtime.start();
+    settle();
+}
+
+void WindowsFixture::startRecording()
+{
+    parts->recording.state().setMode(RecordingMode::local);
+    startAgent();
+    run(platform->io, parts->recording.recorder().agentActed("c", "Acme"));
+    platform->streams.deliver(platform->time.now());
+    settle();
+}
+
+void WindowsFixture::startWithTray()
+{
+    platform->settings.setBoolean("zelvo.welcomeSeen", true);
+    platform->systemTray.state.isPresent = true;
+    ui->start();
+    settle();
+}
+
 GrantedConnection WindowsFixture::grant(std::string id, std::string name, std::vector<AgentScope> scopes)
 {
     GrantedConnection connection;

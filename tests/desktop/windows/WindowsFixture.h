@@ -51,6 +51,12 @@ protected:
     void close(AppWindow which);
     MenuPanel& openPanel();
     void connect();
+    /// Starts the agent, which is linked and connects to the gateway.
+    void startAgent();
+    /// Starts the agent, lets it act for somebody, and its recording has a first picture.
+    void startRecording();
+    /// Starts the user interface on a desktop that has a tray, for a person who knows the program.
+    void startWithTray();
     GrantedConnection
     grant(std::string id, std::string name, std::vector<AgentScope> scopes = {AgentScope::screen});
     void fillLog(int entries);
