@@ -12,6 +12,7 @@
 namespace zelvo::test {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -36,6 +37,7 @@ protected:
         platform->pointerPresses.press({static_cast<double>(place.x()), static_cast<double>(place.y())});
         settle();
     }
+    std::vector<std::string> const& sent() { return platform->opener.last().sent; }
 };
 
 TEST_F(MenuPanelTest, pausesAndResumes)
@@ -221,6 +223,74 @@ TEST_F(MenuPanelTest, higherThanTheScreenStaysInsideTheWorkArea)
         << panel.frameGeometry().top();
 }
 
+TEST_F(MenuPanelTest, reconnectsAtOnceByItsButton)
+{
+    startAgent();
+    platform->opener.last().fail(NetworkFailure::Kind::lost);
+    settle();
+    ASSERT_EQ(parts->state.gateway().kind, GatewayConnectionState::Kind::retrying);
+    ASSERT_EQ(platform->opener.opened.size(), 1U);
+    openPanel();
+
+    press(localized("common.reconnectNow"));
+
+    EXPECT_EQ(platform->opener.opened.size(), 2U);
+}
+
+TEST_F(MenuPanelTest, linksAnewByItsButton)
+{
+    startAgent();
+    grant("c", "Acme");
+    platform->opener.last().status = 401;
+    platform->opener.last().fail(NetworkFailure::Kind::other);
+    settle();
+    ASSERT_EQ(parts->state.gateway().kind, GatewayConnectionState::Kind::tokenRejected);
+    openPanel();
+
+    press(localized("common.relink"));
+
+    EXPECT_EQ(parts->state.gateway().kind, GatewayConnectionState::Kind::notLinked);
+    EXPECT_TRUE(platform->secretStore.items.empty());
+    EXPECT_TRUE(parts->state.connections().empty());
+    EXPECT_THAT(platform->desktop.openedUrls, ElementsAre(parts->runtime.consoleUrl()));
+}
+
+TEST_F(MenuPanelTest, looksForAnUpdateByItsButton)
+{
+    parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::updateRequired));
+    openPanel();
+
+    press(localized("status.action.update"));
+
+    EXPECT_EQ(updates.checked, 1);
+}
+
+TEST_F(MenuPanelTest, opensTheConsoleByItsButton)
+{
+    parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::notLinked));
+    openPanel();
+
+    press(localized("status.action.connect"));
+
+    EXPECT_THAT(platform->desktop.openedUrls, ElementsAre(parts->runtime.consoleUrl()));
+}
+
+TEST_F(MenuPanelTest, pausesAndResumesTheAgentOfTheButton)
+{
+    startAgent();
+    parts->state.setLiveAgents({.holder = ComputerAgent{.ref = "h", .name = "Holder"},
+                                .waiting = {ComputerAgent{.ref = "w", .name = "Waiter"}},
+                                .paused = {ComputerAgent{.ref = "p", .name = "Sleeper"}}});
+    openPanel();
+
+    press(localized("agents.pause") + ": Waiter");
+    EXPECT_EQ(sent().back(), R"({"event":"agent_pause","data":{"ref":"w"}})");
+    press(localized("agents.pause") + ": Holder");
+    EXPECT_EQ(sent().back(), R"({"event":"agent_pause","data":{"ref":"h"}})");
+    press(localized("agents.resume") + ": Sleeper");
+    EXPECT_EQ(sent().back(), R"({"event":"agent_resume","data":{"ref":"p"}})");
+}
+
 TEST_F(MenuPanelTest, followsThePlatformOfAnAgentThatIsRenamedOrRevoked)
 {
     grant("c", "Acme");
@@ -237,6 +307,19 @@ TEST_F(MenuPanelTest, followsThePlatformOfAnAgentThatIsRenamedOrRevoked)
     parts->state.revoke("c");
     settle();
     EXPECT_THAT(said(), HasSubstr(localized("agents.working") + "\n"));
+}
+
+TEST_F(MenuPanelTest, saysNoMoreThatASessionIsRecordedWhenItPausesForIdleness)
+{
+    startRecording();
+    openPanel();
+    EXPECT_THAT(said(), HasSubstr(localized("menu.recording.active")));
+
+    platform->time.advance(10s);
+    settle();
+
+    EXPECT_TRUE(parts->recording.recorder().hasOpenFile());
+    EXPECT_THAT(said(), Not(HasSubstr(localized("menu.recording.active"))));
 }
 
 TEST_F(MenuPanelTest, opensTheMainWindowAndQuits)
