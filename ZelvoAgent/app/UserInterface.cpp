@@ -49,9 +49,9 @@ UserInterface::~UserInterface() = default;
 
 void UserInterface::start()
 {
-    following.push_back(services.parts.state.changed.connect([this] { drawSoon(); }));
-    following.push_back(services.parts.recording.state().changed.connect([this] { drawSoon(); }));
-    following.push_back(services.platform.access().observe([this] { drawSoon(); }));
+    following.emplace_back(services.parts.state.changed.connect([this] { drawSoon(); }));
+    following.emplace_back(services.parts.recording.state().changed.connect([this] { drawSoon(); }));
+    following.emplace_back(services.platform.access().observe([this] { drawSoon(); }));
     services.platform.tray().observe([this] { followTray(); });
     qApp->installEventFilter(this);
     drawIcon();

@@ -32,8 +32,8 @@ public:
     void start();
     /// Opens the main window, or brings a request that waits for an answer to the front.
     void bringToFront();
-    /// Opens the panel at the icon, or closes it.
-    void togglePanel(QRect const& icon);
+    /// Opens the panel at the place of the icon, or closes it.
+    void togglePanel(QRect const& place);
     AppWindows& openWindows() { return windows; }
     TrayIcon const& trayIcon() const { return icon; }
     MenuPanel* shownPanel() const { return panel.get(); }

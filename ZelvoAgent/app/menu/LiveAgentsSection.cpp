@@ -53,7 +53,7 @@ void LiveAgentsSection::setAgents(ComputerAgents const& agents)
     if (agents.holder)
         addRow(*agents.holder, worded("agents.working"), false);
     for (std::size_t i = 0; i < agents.waiting.size(); ++i)
-        addRow(agents.waiting[i], worded("agents.waiting", static_cast<long long>(i + 1)), false);
+        addRow(agents.waiting[i], worded("agents.waiting", static_cast<long long>(i) + 1), false);
     for (ComputerAgent const& agent : agents.paused)
         addRow(agent, worded("agents.paused"), true);
     column->addWidget(rows);

@@ -41,8 +41,8 @@ QVBoxLayout& columnOf(QWidget& content)
 MenuPanel::MenuPanel(AppServices const& services) : ContentWindow("Zelvo"), services(services)
 {
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    following.push_back(services.parts.state.changed.connect([this] { refreshSoon(); }));
-    following.push_back(services.parts.recording.state().changed.connect([this] { refreshSoon(); }));
+    following.emplace_back(services.parts.state.changed.connect([this] { refreshSoon(); }));
+    following.emplace_back(services.parts.recording.state().changed.connect([this] { refreshSoon(); }));
 }
 
 void MenuPanel::open(QRect const& icon)
