@@ -161,7 +161,8 @@ std::string withoutControlCharacters(std::string_view text)
     for (int32_t at = 0; at < all.length(); at = all.moveIndex32(at, 1)) {
         UChar32 const c = all.char32At(at);
         int8_t const type = u_charType(c);
-        if (type != U_CONTROL_CHAR && type != U_FORMAT_CHAR)
+        bool const breaksLine = type == U_LINE_SEPARATOR || type == U_PARAGRAPH_SEPARATOR;
+        if (type != U_CONTROL_CHAR && type != U_FORMAT_CHAR && !breaksLine)
             kept.append(c);
     }
     return utf8(kept);

@@ -18,7 +18,7 @@ std::vector<std::string> chunks(std::string_view text, std::size_t size);
 
 /// Removes white space and line ends at both ends.
 std::string trimmed(std::string_view text);
-/// Removes control and format characters (Unicode categories Cc and Cf).
+/// Removes control and format characters, line and paragraph separators (Unicode categories Cc, Cf, Zl, Zp).
 std::string withoutControlCharacters(std::string_view text);
 /// Makes foreign text fit for one line on screen: removes control characters and cuts after `longest`
 /// characters. An ellipsis follows a cut text.

@@ -86,6 +86,7 @@ TEST(Text, trimsWhiteSpaceAndLineEndsOfEveryKind)
 TEST(Text, removesControlCharacters)
 {
     EXPECT_EQ(text::withoutControlCharacters("a\u0007b\u200e\u009fc\n"), "abc");
+    EXPECT_EQ(text::withoutControlCharacters("a\u2028b\u2029c"), "abc");
     EXPECT_EQ(text::withoutControlCharacters("Größe 😀"), "Größe 😀");
 }
 
