@@ -16,9 +16,9 @@ std::string quoted(std::string_view name, std::string const& text)
     return std::string(name) + "=\"" + text + '"';
 }
 
-bool isFilled(std::optional<std::string> const& text)
+std::string cleaned(std::optional<std::string> const& text)
 {
-    return text && !text->empty();
+    return text ? text::withoutControlCharacters(*text) : "";
 }
 
 std::string joined(std::vector<std::string> const& parts, std::string_view between)
@@ -34,22 +34,26 @@ std::string joined(std::vector<std::string> const& parts, std::string_view betwe
 std::string lineOf(UiElementInfo const& element)
 {
     std::vector<std::string> parts;
-    if (isFilled(element.title))
-        parts.push_back(quoted("title", *element.title));
-    if (isFilled(element.elementDescription))
-        parts.push_back(quoted("desc", text::prefix(*element.elementDescription, maxShown)));
-    if (isFilled(element.identifier))
-        parts.push_back(quoted("id", text::prefix(*element.identifier, maxShown)));
-    if (!element.actions.empty())
-        parts.push_back("actions=" + joined(element.actions, ","));
+    if (std::string const title = cleaned(element.title); !title.empty())
+        parts.push_back(quoted("title", title));
+    if (std::string const description = cleaned(element.elementDescription); !description.empty())
+        parts.push_back(quoted("desc", text::prefix(description, maxShown)));
+    if (std::string const identifier = cleaned(element.identifier); !identifier.empty())
+        parts.push_back(quoted("id", text::prefix(identifier, maxShown)));
+    std::vector<std::string> actions;
+    for (std::string const& action : element.actions)
+        if (std::string const name = cleaned(action); !name.empty())
+            actions.push_back(name);
+    if (!actions.empty())
+        parts.push_back("actions=" + joined(actions, ","));
     if (parts.empty())
         parts.push_back(localized("diag.tree.shouldBeFiltered"));
-    return element.role + ' ' + joined(parts, " ");
+    return cleaned(element.role) + ' ' + joined(parts, " ");
 }
 
 std::string of(UiTreeSnapshot const& snapshot, Facts facts)
 {
-    std::string const name = snapshot.app ? snapshot.app->name : localized("common.unknown");
+    std::string const name = snapshot.app ? cleaned(snapshot.app->name) : localized("common.unknown");
     std::string const kind =
         localized(facts.isExpanded ? "diag.tree.report.expanded" : "diag.tree.report.native");
     std::string const mode =

@@ -6,10 +6,8 @@
 #include <string>
 #include <vector>
 
-namespace zelvo {
-
 /// What the tree check of the diagnostics window says. Pure.
-namespace TreeReport {
+namespace zelvo::TreeReport {
 
 struct Facts {
     bool isExpanded = false; ///< a Chromium publishes its tree because this program asked for it
@@ -20,8 +18,7 @@ struct Facts {
 /// The whole report, its lines joined by line feeds.
 std::string of(UiTreeSnapshot const& snapshot, Facts facts);
 /// An element: its role, then its title, description, identifier and actions, as far as it has them.
+/// Applications choose these texts, so control characters are removed, which could make another line of them.
 std::string lineOf(UiElementInfo const& element);
 
-} // namespace TreeReport
-
-} // namespace zelvo
+} // namespace zelvo::TreeReport

@@ -23,10 +23,57 @@ TEST(TreeReport, aDescriptionOf40CharactersShows30)
     EXPECT_EQ(TreeReport::lineOf(element), "AXImage desc=\"" + std::string(30, 'a') + "\"");
 }
 
+TEST(TreeReport, anIdentifierOf40CharactersShows30)
+{
+    UiElementInfo const element{.role = "AXImage", .identifier = std::string(30, 'a') + std::string(10, 'b')};
+    EXPECT_EQ(TreeReport::lineOf(element), "AXImage id=\"" + std::string(30, 'a') + "\"");
+}
+
+TEST(TreeReport, countsCharactersAndNotBytes)
+{
+    std::string thirty;
+    for (int i = 0; i < 30; ++i)
+        thirty += "😀";
+    UiElementInfo const element{
+        .role = "AXImage", .elementDescription = thirty + "b", .identifier = thirty + "b"};
+    EXPECT_EQ(TreeReport::lineOf(element), "AXImage desc=\"" + thirty + "\" id=\"" + thirty + "\"");
+}
+
+TEST(TreeReport, foreignTextsForgeNoLine)
+{
+    UiElementInfo const element{.role = "AX\nButton",
+                                .title = "Send\nAXButton title=\"Pay\"",
+                                .elementDescription = "a\r\u2028b\u2029c",
+                                .identifier = "\u202Etxt.exe\u202C",
+                                .actions = {"pre\u0085ss", "\n"}};
+    EXPECT_EQ(TreeReport::lineOf(element),
+              "AXButton title=\"SendAXButton title=\"Pay\"\" desc=\"abc\" id=\"txt.exe\" actions=press");
+}
+
+TEST(TreeReport, theApplicationsNameForgesNoLine)
+{
+    UiTreeSnapshot snapshot;
+    snapshot.app = {"org.acme.mail", "Mail\nElements: 0"};
+    std::string const report = TreeReport::of(snapshot, {});
+    EXPECT_TRUE(report.starts_with(localized("diag.tree.report.app", {"MailElements: 0"}) + "\n")) << report;
+}
+
+TEST(TreeReport, removesControlCharactersBeforeItCuts)
+{
+    std::string mixed;
+    for (int i = 0; i < 30; ++i)
+        mixed += "\u202Ea\n";
+    UiElementInfo const element{.role = "AXImage", .elementDescription = mixed, .identifier = mixed};
+    std::string const thirty(30, 'a');
+    EXPECT_EQ(TreeReport::lineOf(element), "AXImage desc=\"" + thirty + "\" id=\"" + thirty + "\"");
+}
+
 TEST(TreeReport, anElementThatSaysNothingIsMarked)
 {
     EXPECT_EQ(TreeReport::lineOf({.role = "AXGroup"}), "AXGroup " + localized("diag.tree.shouldBeFiltered"));
     EXPECT_EQ(TreeReport::lineOf({.role = "AXGroup", .title = ""}),
+              "AXGroup " + localized("diag.tree.shouldBeFiltered"));
+    EXPECT_EQ(TreeReport::lineOf({.role = "AXGroup", .title = "\u202E\n", .actions = {"\n"}}),
               "AXGroup " + localized("diag.tree.shouldBeFiltered"));
 }
 
