@@ -1,0 +1,58 @@
+#include "desktop/windows/DiagnosticsFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace zelvo::test {
+namespace {
+
+using testing::HasSubstr;
+
+class DiagnosticsHiddenTest : public DiagnosticsFixture {
+protected:
+    void store(std::vector<std::string> const& identifiers)
+    {
+        platform->settings.setTextArray("dev.zelvo.hiddenApps", identifiers);
+    }
+    Button* showButton(std::string const& identifier)
+    {
+        return named<Button>(shown(), localized("diag.hidden.unhide") + ": " + identifier);
+    }
+    std::string picked() { return picker("diag.hidden.pick").currentText().toStdString(); }
+    bool canHide() { return button("diag.hidden.hide")->isEnabled(); }
+};
+
+TEST_F(DiagnosticsHiddenTest, hidesAndShowsAnApplication)
+{
+    open(AppWindow::diagnostics);
+    EXPECT_THAT(said(), HasSubstr(localized("diag.hidden.empty")));
+    EXPECT_FALSE(canHide());
+
+    pick("diag.hidden.pick", "Mail");
+    press("diag.hidden.hide");
+    ASSERT_TRUE(until([this] { return showButton("org.acme.mail"); }));
+    EXPECT_THAT(hidden(), testing::ElementsAre("org.acme.mail"));
+    EXPECT_THAT(said(), HasSubstr(localized("diag.hidden.warning")));
+    EXPECT_EQ(picked(), "");
+    EXPECT_FALSE(canHide());
+
+    showButton("org.acme.mail")->click();
+    EXPECT_TRUE(until([this] { return hidden().empty() && says(localized("diag.hidden.empty")); }));
+}
+
+TEST_F(DiagnosticsHiddenTest, tenThousandHiddenApplicationsDoNoHarm)
+{
+    std::vector<std::string> all;
+    for (int i = 0; i < 10'000; ++i)
+        all.push_back("org.acme.app" + std::to_string(i));
+    store(all);
+
+    open(AppWindow::diagnostics);
+    open(AppWindow::hiddenApps);
+
+    EXPECT_EQ(hidden().size(), 10'000u);
+    EXPECT_THAT(said(), HasSubstr("org.acme.app0"));
+    EXPECT_THAT(words(*ui->openWindows().shown(AppWindow::hiddenApps)), HasSubstr("org.acme.app0"));
+}
+
+} // namespace
+} // namespace zelvo::test
