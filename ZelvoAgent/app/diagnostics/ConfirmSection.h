@@ -1,27 +1,25 @@
 #pragma once
 
-#include "app/AppServices.h"
 #include "app/diagnostics/DiagnosticsSection.h"
-#include "base/DelayedCall.h"
 
-#include <memory>
+#include <boost/signals2/connection.hpp>
 
 namespace zelvo {
 
-/// Asks a question for trial, through the same presenter as an agent's. Thread: main.
+class TestQuestion;
+
+/// Asks a question for trial and shows what became of it. Thread: main.
 class ConfirmSection final : public DiagnosticsSection {
 public:
-    ConfirmSection(AppServices const& services, QWidget* parent);
+    ConfirmSection(TestQuestion& question, QWidget* parent);
+
+    void refresh() override;
 
 private:
-    void ask();
-    void showFrame();
-
-    AppServices const& services;
+    TestQuestion const& question;
     TextLabel* result;
     TextLabel* hint;
-    DelayedCall frameLater;
-    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
+    boost::signals2::scoped_connection following;
 };
 
 } // namespace zelvo

@@ -6,8 +6,6 @@
 #include "app/diagnostics/TreeSection.h"
 #include "app/widgets/ScrollColumn.h"
 #include "app/widgets/Spacing.h"
-#include "base/Hop.h"
-#include "base/Task.h"
 
 #include <QVBoxLayout>
 
@@ -22,12 +20,17 @@ constexpr QSize idealSize(560, 700);
 } // namespace
 
 DiagnosticsWindow::DiagnosticsWindow(AppServices const& services)
-    : ContentWindow(worded("window.diagnostics")), services(services),
-      permissions(services.platform.access(), services.contexts, services.platform.clock(), [this] { refreshSoon(); })
+    : ContentWindow(worded("window.diagnostics")), services(services), permissions(services.platform.access(),
+                                                                                   services.contexts,
+                                                                                   services.platform.clock(),
+                                                                                   [this] { refreshSoon(); }),
+      apps(services), tree(services, apps), hidden(services, apps), question(services)
 {
     setMinimumSize(leastSize);
     resize(idealSize);
-    following.push_back(services.parts.state.changed.connect([this] { refreshSoon(); }));
+    following.emplace_back(services.parts.state.changed.connect([this] { refreshSoon(); }));
+    apps.refresh();
+    hidden.refresh();
 }
 
 QWidget* DiagnosticsWindow::newContent()
@@ -40,14 +43,10 @@ QWidget* DiagnosticsWindow::newContent()
              new StateSection(services.parts.state, content)};
     for (DiagnosticsSection* const section : facts)
         column->addWidget(section);
-    tree = new TreeSection(services, content);
-    tree->onRefreshApps = [this] { refreshRunningApps(); };
-    hidden = new HiddenSection(services, content);
-    column->addWidget(tree);
-    column->addWidget(hidden);
-    column->addWidget(new ConfirmSection(services, content));
+    column->addWidget(new TreeSection(tree, apps, content));
+    column->addWidget(new HiddenSection(hidden, apps, content));
+    column->addWidget(new ConfirmSection(question, content));
     column->addStretch();
-    refreshRunningApps();
     return new ScrollColumn(content, this);
 }
 
@@ -55,20 +54,6 @@ void DiagnosticsWindow::refresh()
 {
     for (DiagnosticsSection* const section : facts)
         section->refresh();
-}
-
-void DiagnosticsWindow::refreshRunningApps()
-{
-    spawn(services.contexts.main,
-          [this, weak = std::weak_ptr(alive), &workspace = services.platform.workspace(),
-           ownPid = services.platform.facts().ownPid(), workers = services.contexts.workers]() -> Task<> {
-              auto const all = co_await on(workers, [&workspace] { return workspace.runningApplications(); });
-              if (weak.expired())
-                  co_return;
-              std::vector<RunningApp> const apps = pickableApps(all, ownPid);
-              tree->setApps(apps);
-              hidden->setApps(apps);
-          });
 }
 
 } // namespace zelvo

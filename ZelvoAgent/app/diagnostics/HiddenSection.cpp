@@ -1,13 +1,12 @@
 #include "app/diagnostics/HiddenSection.h"
 
 #include "app/WrappedLabel.h"
-#include "app/hidden_apps/HiddenAppsList.h"
+#include "app/diagnostics/HiddenAppsEditor.h"
 #include "app/widgets/Button.h"
 #include "app/widgets/Card.h"
 #include "app/widgets/ElidedLabel.h"
 #include "app/widgets/Picker.h"
 #include "app/widgets/Spacing.h"
-#include "base/Task.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -23,97 +22,96 @@ constexpr std::size_t maxIdentifier = 200; // Characters.
 
 } // namespace
 
-HiddenSection::HiddenSection(AppServices const& services, QWidget* parent)
-    : DiagnosticsSection("diag.hidden.title", parent), services(services)
+HiddenSection::HiddenSection(HiddenAppsEditor& editor, RunningApps& apps, QWidget* parent)
+    : DiagnosticsSection("diag.hidden.title", parent), editor(editor), apps(apps)
 {
     addHint("diag.hidden.hint");
+    addList();
+    addChoice();
+    following.emplace_back(apps.changed.connect([this] { showApps(); }));
+    following.emplace_back(editor.changed.connect([this] { refresh(); }));
+    showRows();
+    showApps();
+}
+
+void HiddenSection::addList()
+{
     empty = addText(worded("diag.hidden.empty"), TextLabel::Size::normal, TextLabel::Tone::primary);
-    auto* const frame = new Card(this);
-    list = &frame->column();
+    auto* const card = new Card(this);
+    list = &card->column();
     list->setSpacing(spacing::tight);
-    box = frame;
+    box = card;
     column().addWidget(box);
     check = addText(worded("diag.hidden.check"), TextLabel::Size::small, TextLabel::Tone::secondary);
     warning = addText(worded("diag.hidden.warning"), TextLabel::Size::normal, TextLabel::Tone::primary);
+}
+
+void HiddenSection::addChoice()
+{
     addText(worded("diag.hidden.pick"), TextLabel::Size::small, TextLabel::Tone::secondary);
-    auto* const row = new QHBoxLayout;
     picker = new Picker(worded("diag.hidden.pick"), this);
     picker->setPlaceholderText(worded("diag.hidden.choose"));
+    picker->onChosen([this](int index) { editor.pick(apps.pidAt(index)); });
     hideButton = new Button(worded("diag.hidden.hide"), Button::Kind::secondary, this);
-    hideButton->onPressed([this] { hideSelected(); });
-    QObject::connect(picker, &QComboBox::currentIndexChanged, this,
-                     [this](int index) { hideButton->setEnabled(index >= 0); });
+    hideButton->onPressed([this] { this->editor.hidePicked(); });
+    auto* const row = new QHBoxLayout;
     row->addWidget(picker, 1);
     row->addWidget(hideButton);
     column().addLayout(row);
-    show({});
-    setApps({});
-    refreshHidden();
 }
 
-void HiddenSection::setApps(std::vector<RunningApp> next)
+void HiddenSection::refresh()
 {
-    std::erase_if(next, [](RunningApp const& app) { return !app.bundleId; });
-    apps = std::move(next);
+    if (shownIds != editor.bundleIds())
+        showRows();
+    picker->setCurrentIndex(apps.indexOf(editor.pickedToHide()));
+    hideButton->setEnabled(editor.canHide());
+}
+
+void HiddenSection::showApps()
+{
     picker->clear();
-    for (RunningApp const& app : apps)
+    for (RunningApp const& app : apps.all())
         picker->addItem(toQString(app.name));
-    picker->setCurrentIndex(-1);
-    hideButton->setEnabled(false);
+    refresh();
 }
 
-void HiddenSection::refreshHidden()
+void HiddenSection::showRows()
 {
-    spawn(services.contexts.main,
-          [this, weak = std::weak_ptr(alive), &store = services.parts.hiddenApps]() -> Task<> {
-              std::set<std::string> const hidden = co_await store.bundleIds();
-              if (!weak.expired())
-                  show({hidden.begin(), hidden.end()});
-          });
+    shownIds = editor.bundleIds();
+    bool const isEmpty = shownIds.empty();
+    empty->setVisible(isEmpty);
+    for (QWidget* const part : {box, static_cast<QWidget*>(check), static_cast<QWidget*>(warning)})
+        part->setVisible(!isEmpty);
+
+    clearRows();
+    for (std::size_t i = 0; i < std::min(shownIds.size(), maxRows); ++i)
+        addRow(shownIds[i]);
 }
 
-void HiddenSection::show(std::vector<std::string> const& bundleIds)
+void HiddenSection::clearRows()
 {
     while (QLayoutItem* const item = list->takeAt(0)) {
         if (QWidget* const row = item->widget()) {
             row->hide();
-            row->deleteLater();
+            row->deleteLater(); // The call may come from its own button.
         }
         delete item;
     }
-    for (std::size_t i = 0; i < std::min(bundleIds.size(), maxRows); ++i) {
-        auto* const row = new QWidget(box);
-        auto* const line = new QHBoxLayout(row);
-        line->setContentsMargins(0, 0, 0, 0);
-        QString const name = shownText(bundleIds[i], maxIdentifier);
-        line->addWidget(new ElidedLabel(name, TextLabel::Size::normal, TextLabel::Tone::primary, row), 1);
-        auto* const button = new Button(worded("diag.hidden.unhide"), Button::Kind::link, row);
-        button->setAccessibleName(worded("diag.hidden.unhide") + ": " + name);
-        button->onPressed([this, id = bundleIds[i]] { set(id, false); });
-        line->addWidget(button);
-        list->addWidget(row);
-    }
-    bool const isEmpty = bundleIds.empty();
-    empty->setVisible(isEmpty);
-    for (QWidget* const part : {box, static_cast<QWidget*>(check), static_cast<QWidget*>(warning)})
-        part->setVisible(!isEmpty);
 }
 
-void HiddenSection::hideSelected()
+void HiddenSection::addRow(std::string const& bundleId)
 {
-    int const index = picker->currentIndex();
-    if (index < 0)
-        return;
-    set(*apps[static_cast<std::size_t>(index)].bundleId, true);
-    picker->setCurrentIndex(-1);
-}
-
-void HiddenSection::set(std::string bundleId, bool hides)
-{
-    hideFromAgents(services, std::move(bundleId), hides, [this, weak = std::weak_ptr(alive)] {
-        if (!weak.expired())
-            refreshHidden();
-    });
+    auto* const row = new QWidget(box);
+    auto* const line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 0);
+    QString const name = shownText(bundleId, maxIdentifier);
+    line->addWidget(new ElidedLabel(name, TextLabel::Size::normal, TextLabel::Tone::primary, row), 1);
+    auto* const button = new Button(worded("diag.hidden.unhide"), Button::Kind::link, row);
+    button->setAccessibleName(worded("diag.hidden.unhide") + ": " + name);
+    button->onPressed([this, bundleId] { editor.unhide(bundleId); });
+    line->addWidget(button);
+    list->addWidget(row);
 }
 
 } // namespace zelvo

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "app/AppServices.h"
 #include "app/diagnostics/DiagnosticsSection.h"
-#include "app/diagnostics/TreeSection.h"
 
-#include <memory>
+#include <boost/signals2/connection.hpp>
+
 #include <string>
 #include <vector>
 
@@ -13,25 +12,29 @@ class QVBoxLayout;
 namespace zelvo {
 
 class Button;
+class HiddenAppsEditor;
 class Picker;
+class RunningApps;
 
 /// The applications that are hidden from agents, by identifier, and the way to hide one that runs. Thread:
 /// main.
 class HiddenSection final : public DiagnosticsSection {
 public:
-    HiddenSection(AppServices const& services, QWidget* parent);
+    HiddenSection(HiddenAppsEditor& editor, RunningApps& apps, QWidget* parent);
 
-    void setApps(std::vector<RunningApp> apps);
-    /// Reads the stored list again.
-    void refreshHidden();
+    void refresh() override;
 
 private:
-    void show(std::vector<std::string> const& bundleIds);
-    void hideSelected();
-    void set(std::string bundleId, bool hides);
+    void addList();
+    void addChoice();
+    void showApps();
+    void showRows();
+    void clearRows();
+    void addRow(std::string const& bundleId);
 
-    AppServices const& services;
-    std::vector<RunningApp> apps; ///< those with an identifier
+    HiddenAppsEditor& editor;
+    RunningApps& apps;
+    std::vector<std::string> shownIds; ///< what the rows were made of
     QVBoxLayout* list;
     QWidget* box;
     TextLabel* empty;
@@ -39,7 +42,7 @@ private:
     TextLabel* warning;
     Picker* picker;
     Button* hideButton;
-    std::shared_ptr<int> alive = std::make_shared<int>(); // Tasks hold it weakly to detect destruction.
+    std::vector<boost::signals2::scoped_connection> following;
 };
 
 } // namespace zelvo

@@ -6,6 +6,7 @@ namespace zelvo::test {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 class DiagnosticsHiddenTest : public DiagnosticsFixture {
 protected:
@@ -52,6 +53,49 @@ TEST_F(DiagnosticsHiddenTest, tenThousandHiddenApplicationsDoNoHarm)
     EXPECT_EQ(hidden().size(), 10'000u);
     EXPECT_THAT(said(), HasSubstr("org.acme.app0"));
     EXPECT_THAT(words(*ui->openWindows().shown(AppWindow::hiddenApps)), HasSubstr("org.acme.app0"));
+}
+
+TEST_F(DiagnosticsHiddenTest, keepsTheChoiceAndTheListWhenTheLookChanges)
+{
+    store({"org.acme.books"});
+    open(AppWindow::diagnostics);
+    pick("diag.hidden.pick", "Mail");
+
+    changeLook();
+
+    EXPECT_EQ(picked(), "Mail");
+    EXPECT_TRUE(canHide());
+    EXPECT_TRUE(showButton("org.acme.books"));
+}
+
+TEST_F(DiagnosticsHiddenTest, aRefreshKeepsAnApplicationThatStillRuns)
+{
+    open(AppWindow::diagnostics);
+    pick("diag.hidden.pick", "Mail");
+
+    std::erase_if(platform->desktop.applications, [](auto const& one) { return one.pid == books; });
+    press("diag.tree.refreshApps");
+    ASSERT_TRUE(until([this] { return picker("diag.hidden.pick").count() == 2; }));
+    EXPECT_EQ(picked(), "Mail");
+    EXPECT_TRUE(canHide());
+
+    std::erase_if(platform->desktop.applications, [](auto const& one) { return one.pid == mail; });
+    press("diag.tree.refreshApps");
+    ASSERT_TRUE(until([this] { return picker("diag.hidden.pick").count() == 1; }));
+    EXPECT_EQ(picked(), "");
+    EXPECT_FALSE(canHide());
+}
+
+TEST_F(DiagnosticsHiddenTest, anApplicationWithoutAnIdentifierCannotBeHidden)
+{
+    platform->desktop.applications.push_back({.pid = 20, .localizedName = "Nameless", .isRegular = true});
+    open(AppWindow::diagnostics);
+
+    pick("diag.hidden.pick", "Nameless");
+    EXPECT_FALSE(canHide());
+
+    pick("diag.hidden.pick", "Mail");
+    EXPECT_TRUE(canHide());
 }
 
 } // namespace

@@ -89,6 +89,21 @@ TEST_F(DiagnosticsQuestionTest, aRememberedYesAnswersWithoutAPanel)
     EXPECT_EQ(panels->made.size(), 1u);
 }
 
+TEST_F(DiagnosticsQuestionTest, aWaitingQuestionSurvivesAChangeOfTheLook)
+{
+    open(AppWindow::diagnostics);
+    ask();
+    platform->time.advance(150ms);
+    settle();
+
+    changeLook();
+
+    EXPECT_TRUE(says(localized("diag.confirm.waiting"))) << said();
+    EXPECT_TRUE(says(localized("diag.confirm.frame", {"430.0", "250.0", "420.0", "180.0"}))) << said();
+    panels->last().reports.deny();
+    EXPECT_TRUE(answers("diag.confirm.denied")) << said();
+}
+
 TEST_F(DiagnosticsQuestionTest, theWindowMayCloseWhileAQuestionWaits)
 {
     open(AppWindow::diagnostics);

@@ -106,6 +106,73 @@ TEST_F(DiagnosticsTreeTest, countsDownAndIgnoresASecondPress)
     EXPECT_TRUE(until([this] { return report() == failed(AgentError::machineUnavailable); })) << report();
 }
 
+TEST_F(DiagnosticsTreeTest, readNowIsDisabledWhileItCountsAndReads)
+{
+    open(AppWindow::diagnostics);
+    pickSlowApplication();
+    press("diag.tree.captureIn5");
+    EXPECT_FALSE(button("diag.tree.captureNow")->isEnabled());
+
+    platform->time.advance(5s);
+    ASSERT_TRUE(until([this] { return isReading(); })) << report();
+    EXPECT_FALSE(button("diag.tree.captureNow")->isEnabled());
+    press("diag.tree.captureIn5");
+    EXPECT_TRUE(isReading());
+
+    platform->time.advance(10s);
+    ASSERT_TRUE(until([this] { return hasReportOf("Chrome"); })) << report();
+    EXPECT_TRUE(button("diag.tree.captureNow")->isEnabled());
+    EXPECT_THAT(report(),
+                HasSubstr(localized("diag.tree.report.chromium", {localized("diag.tree.report.expanded")})));
+}
+
+TEST_F(DiagnosticsTreeTest, keepsTheChoiceAndTheReportWhenTheLookChanges)
+{
+    open(AppWindow::diagnostics);
+    pick("diag.tree.app", "Mail");
+    turnInteractiveOnly();
+    press("diag.tree.captureNow");
+    ASSERT_TRUE(until([this] { return hasReportOf("Mail"); })) << report();
+
+    changeLook();
+
+    EXPECT_EQ(picked(), "Mail");
+    EXPECT_TRUE(isInteractiveOnly());
+    EXPECT_TRUE(hasReportOf("Mail")) << report();
+}
+
+TEST_F(DiagnosticsTreeTest, countsOnWhenTheLookChanges)
+{
+    open(AppWindow::diagnostics);
+    pick("diag.tree.app", "Mail");
+    press("diag.tree.captureIn5");
+    platform->time.advance(2s);
+    settle();
+
+    changeLook();
+
+    EXPECT_THAT(report(), HasSubstr(secondsLeft(3)));
+    EXPECT_FALSE(button("diag.tree.captureNow")->isEnabled());
+    platform->time.advance(3s);
+    EXPECT_TRUE(until([this] { return hasReportOf("Mail"); })) << report();
+}
+
+TEST_F(DiagnosticsTreeTest, readsOnWhenTheLookChanges)
+{
+    open(AppWindow::diagnostics);
+    pickSlowApplication();
+    press("diag.tree.captureNow");
+    ASSERT_TRUE(isReading()) << report();
+
+    changeLook();
+
+    EXPECT_TRUE(isReading()) << report();
+    EXPECT_FALSE(button("diag.tree.captureNow")->isEnabled());
+    platform->time.advance(10s);
+    EXPECT_TRUE(until([this] { return hasReportOf("Chrome"); })) << report();
+    EXPECT_TRUE(button("diag.tree.captureNow")->isEnabled());
+}
+
 TEST_F(DiagnosticsTreeTest, readsNothingIfTheWindowClosesDuringTheCountdown)
 {
     platform->desktop.front = platform->desktop.running[mail];
