@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -45,15 +46,24 @@ void TestQuestion::ask()
     confirmationHint.clear();
     setResult("diag.confirm.waiting");
     frameLater.in(untilItIsShown, [this] { showFrame(); });
-    spawn(services.contexts.main,
-          [this, weak = std::weak_ptr(alive), &presenter = services.parts.confirmations]() -> Task<> {
-              ConfirmationSubject subject{
-                  ConfirmationSubject::SubmitButton{localized("diag.confirm.subject")}};
-              ConfirmationDecision const decision =
-                  co_await presenter.ask(std::move(subject), localized("diag.confirm.platform"), timeoutMs);
-              if (!weak.expired())
-                  setResult(keyOf(decision));
-          });
+    spawn(
+        services.contexts.main,
+        [this, weak = std::weak_ptr(alive), &presenter = services.parts.confirmations]() -> Task<> {
+            ConfirmationSubject subject{ConfirmationSubject::SubmitButton{localized("diag.confirm.subject")}};
+            std::string_view answer = "diag.confirm.timedOut"; // Also if the question could not be asked.
+            std::exception_ptr failure;
+            try {
+                ConfirmationDecision const decision =
+                    co_await presenter.ask(std::move(subject), localized("diag.confirm.platform"), timeoutMs);
+                answer = keyOf(decision);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+            if (!weak.expired())
+                setResult(answer);
+            if (failure)
+                std::rethrow_exception(failure); // For the log.
+        });
 }
 
 void TestQuestion::showFrame()

@@ -49,6 +49,8 @@ struct Reading {
             text = localized("diag.tree.failed", {std::string(defaultMessage(error))});
         } catch (std::exception const& error) {
             text = localized("diag.tree.failed", {std::string(error.what())});
+        } catch (...) {
+            text = localized("diag.tree.failed", {std::string(defaultMessage(AgentError::internalError))});
         }
         co_return text;
     }

@@ -89,6 +89,17 @@ TEST_F(DiagnosticsQuestionTest, aRememberedYesAnswersWithoutAPanel)
     EXPECT_EQ(panels->made.size(), 1u);
 }
 
+TEST_F(DiagnosticsQuestionTest, aPanelThatCannotBeShownCountsAsNoAnswer)
+{
+    panels->onShow = [](FakePanelRecord&) { throw std::runtime_error("no display"); };
+    open(AppWindow::diagnostics);
+
+    press("diag.confirm.show");
+
+    EXPECT_TRUE(answers("diag.confirm.timedOut")) << said();
+    EXPECT_FALSE(says(localized("diag.confirm.waiting")));
+}
+
 TEST_F(DiagnosticsQuestionTest, aWaitingQuestionSurvivesAChangeOfTheLook)
 {
     open(AppWindow::diagnostics);

@@ -221,5 +221,17 @@ TEST_F(DiagnosticsTreeTest, aRefreshKeepsAnApplicationThatStillRuns)
     EXPECT_TRUE(until([this] { return report() == failed(AgentError::machineUnavailable); })) << report();
 }
 
+TEST_F(DiagnosticsTreeTest, aReadingThatBreaksEndsWithAReport)
+{
+    platform->desktop.onLook = [](int) { throw std::runtime_error("the display is gone"); };
+    open(AppWindow::diagnostics);
+
+    press("diag.tree.captureNow");
+
+    EXPECT_TRUE(until([this] { return !isReading(); }));
+    EXPECT_EQ(report(), localized("diag.tree.failed", {"the display is gone"}));
+    EXPECT_TRUE(button("diag.tree.captureNow")->isEnabled());
+}
+
 } // namespace
 } // namespace zelvo::test
