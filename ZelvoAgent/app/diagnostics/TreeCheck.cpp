@@ -46,11 +46,11 @@ struct Reading {
         try {
             text = co_await take();
         } catch (AgentError const error) {
-            text = localized("diag.tree.failed", {std::string(defaultMessage(error))});
+            text = TreeReport::ofFailure(error);
         } catch (std::exception const& error) {
             text = localized("diag.tree.failed", {std::string(error.what())});
         } catch (...) {
-            text = localized("diag.tree.failed", {std::string(defaultMessage(AgentError::internalError))});
+            text = TreeReport::ofFailure(AgentError::internalError);
         }
         co_return text;
     }

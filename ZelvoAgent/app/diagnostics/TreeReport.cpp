@@ -11,6 +11,20 @@ namespace {
 
 constexpr std::size_t maxShown = 30; // Characters of a description or identifier.
 
+std::string_view reasonKey(AgentError error)
+{
+    switch (error) {
+    case AgentError::permissionMissing:
+        return "diag.tree.error.permission";
+    case AgentError::machineUnavailable:
+        return "diag.tree.error.noApplication";
+    case AgentError::hiddenAppActive:
+        return "diag.tree.error.hidden";
+    default:
+        return "diag.tree.error.other";
+    }
+}
+
 std::string quoted(std::string_view name, std::string const& text)
 {
     return std::string(name) + "=\"" + text + '"';
@@ -49,6 +63,11 @@ std::string lineOf(UiElementInfo const& element)
     if (parts.empty())
         parts.push_back(localized("diag.tree.shouldBeFiltered"));
     return cleaned(element.role) + ' ' + joined(parts, " ");
+}
+
+std::string ofFailure(AgentError error)
+{
+    return localized("diag.tree.failed", {localized(reasonKey(error))});
 }
 
 std::string of(UiTreeSnapshot const& snapshot, Facts facts)

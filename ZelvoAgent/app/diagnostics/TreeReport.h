@@ -1,6 +1,7 @@
 #pragma once
 
 #include "drivers/TreeCapturing.h"
+#include "wire/AgentError.h"
 
 #include <cstdint>
 #include <string>
@@ -17,6 +18,8 @@ struct Facts {
 
 /// The whole report, its lines joined by line feeds.
 std::string of(UiTreeSnapshot const& snapshot, Facts facts);
+/// The report of a reading that failed.
+std::string ofFailure(AgentError error);
 /// An element: its role, then its title, description, identifier and actions, as far as it has them.
 /// Applications choose these texts, so control characters are removed, which could make another line of them.
 std::string lineOf(UiElementInfo const& element);

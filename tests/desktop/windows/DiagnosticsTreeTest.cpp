@@ -21,9 +21,9 @@ protected:
     {
         return localized("diag.tree.countdown", {seconds});
     }
-    static std::string failed(AgentError error)
+    static std::string failed(std::string const& reason)
     {
-        return localized("diag.tree.failed", {std::string(defaultMessage(error))});
+        return localized("diag.tree.failed", {localized(reason)});
     }
     void turnInteractiveOnly()
     {
@@ -103,7 +103,7 @@ TEST_F(DiagnosticsTreeTest, countsDownAndIgnoresASecondPress)
 
     platform->time.advance(4s);
     // Nothing is in front in this machine, so the reading fails; that is said.
-    EXPECT_TRUE(until([this] { return report() == failed(AgentError::machineUnavailable); })) << report();
+    EXPECT_TRUE(until([this] { return report() == failed("diag.tree.error.noApplication"); })) << report();
 }
 
 TEST_F(DiagnosticsTreeTest, readNowIsDisabledWhileItCountsAndReads)
@@ -218,7 +218,20 @@ TEST_F(DiagnosticsTreeTest, aRefreshKeepsAnApplicationThatStillRuns)
     ASSERT_TRUE(until([this] { return picker("diag.tree.app").count() == 2; }));
     EXPECT_EQ(picked(), localized("diag.tree.frontmost"));
     press("diag.tree.captureNow");
-    EXPECT_TRUE(until([this] { return report() == failed(AgentError::machineUnavailable); })) << report();
+    EXPECT_TRUE(until([this] { return report() == failed("diag.tree.error.noApplication"); })) << report();
+}
+
+TEST_F(DiagnosticsTreeTest, saysInThePersonsLanguageWhyAReadingFailed)
+{
+    platform->systemAccess.granted.accessibility = false;
+    texts::useLanguage("ru");
+    open(AppWindow::diagnostics);
+
+    press("diag.tree.captureNow");
+
+    ASSERT_TRUE(until([this] { return !report().empty() && !isReading(); }));
+    EXPECT_EQ(report(), failed("diag.tree.error.permission"));
+    EXPECT_THAT(report(), Not(testing::ContainsRegex("[A-Za-z]")));
 }
 
 TEST_F(DiagnosticsTreeTest, aReadingThatBreaksEndsWithAReport)

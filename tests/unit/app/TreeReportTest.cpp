@@ -104,5 +104,16 @@ TEST(TreeReport, namesAnUnknownApplication)
         << report;
 }
 
+TEST(TreeReport, aFailureSaysWhy)
+{
+    auto const failed = [](std::string const& key) {
+        return localized("diag.tree.failed", {localized("diag.tree.error." + key)});
+    };
+    EXPECT_EQ(TreeReport::ofFailure(AgentError::permissionMissing), failed("permission"));
+    EXPECT_EQ(TreeReport::ofFailure(AgentError::machineUnavailable), failed("noApplication"));
+    EXPECT_EQ(TreeReport::ofFailure(AgentError::hiddenAppActive), failed("hidden"));
+    EXPECT_EQ(TreeReport::ofFailure(AgentError::internalError), failed("other"));
+}
+
 } // namespace
 } // namespace zelvo
