@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::size_t maxRows = 500;
 constexpr std::size_t maxIdentifier = 200; // Characters.
+constexpr int boxRadius = 8;               // Points.
 
 } // namespace
 
@@ -37,7 +38,7 @@ HiddenSection::HiddenSection(HiddenAppsEditor& editor, RunningApps& apps, QWidge
 void HiddenSection::addList()
 {
     empty = addText(worded("diag.hidden.empty"), TextLabel::Size::normal, TextLabel::Tone::primary);
-    auto* const card = new Card(this);
+    auto* const card = new Card(this, boxRadius);
     list = &card->column();
     list->setSpacing(spacing::tight);
     box = card;
@@ -87,6 +88,10 @@ void HiddenSection::showRows()
     clearRows();
     for (std::size_t i = 0; i < std::min(shownIds.size(), maxRows); ++i)
         addRow(shownIds[i]);
+    if (shownIds.size() > maxRows)
+        list->addWidget(
+            new TextLabel(worded("queue.andMore", static_cast<long long>(shownIds.size() - maxRows)),
+                          TextLabel::Size::small, TextLabel::Tone::secondary, box));
 }
 
 void HiddenSection::clearRows()

@@ -1,14 +1,13 @@
 #include "app/widgets/Card.h"
 
 #include "app/Theme.h"
-#include "app/widgets/Spacing.h"
 
 #include <QPainter>
 #include <QVBoxLayout>
 
 namespace zelvo {
 
-Card::Card(QWidget* parent) : QFrame(parent), rows(new QVBoxLayout(this))
+Card::Card(QWidget* parent, int radius) : QFrame(parent), radius(radius), rows(new QVBoxLayout(this))
 {
     rows->setContentsMargins(spacing::medium, spacing::medium, spacing::medium, spacing::medium);
     rows->setSpacing(spacing::small);
@@ -21,8 +20,7 @@ void Card::paintEvent(QPaintEvent*)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(theme.card);
     painter.setPen(theme.line);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), spacing::cardRadius,
-                            spacing::cardRadius);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
 }
 
 Divider::Divider(QWidget* parent) : QWidget(parent)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/widgets/Spacing.h"
+
 #include <QFrame>
 
 class QVBoxLayout;
@@ -9,13 +11,15 @@ namespace zelvo {
 /// A framed group of rows. Thread: main.
 class Card final : public QFrame {
 public:
-    explicit Card(QWidget* parent);
+    /// radius  of its corners, in points
+    explicit Card(QWidget* parent, int radius = spacing::cardRadius);
     QVBoxLayout& column() { return *rows; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    int const radius;
     QVBoxLayout* rows;
 };
 

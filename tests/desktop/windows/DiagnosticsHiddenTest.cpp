@@ -40,7 +40,7 @@ TEST_F(DiagnosticsHiddenTest, hidesAndShowsAnApplication)
     EXPECT_TRUE(until([this] { return hidden().empty() && says(localized("diag.hidden.empty")); }));
 }
 
-TEST_F(DiagnosticsHiddenTest, tenThousandHiddenApplicationsDoNoHarm)
+TEST_F(DiagnosticsHiddenTest, saysHowManyOfTenThousandItDoesNotShow)
 {
     std::vector<std::string> all;
     for (int i = 0; i < 10'000; ++i)
@@ -52,6 +52,7 @@ TEST_F(DiagnosticsHiddenTest, tenThousandHiddenApplicationsDoNoHarm)
 
     EXPECT_EQ(hidden().size(), 10'000u);
     EXPECT_THAT(said(), HasSubstr("org.acme.app0"));
+    EXPECT_THAT(said(), HasSubstr(localized("queue.andMore", {std::int64_t{9'500}})));
     EXPECT_THAT(words(*ui->openWindows().shown(AppWindow::hiddenApps)), HasSubstr("org.acme.app0"));
 }
 
@@ -96,6 +97,18 @@ TEST_F(DiagnosticsHiddenTest, anApplicationWithoutAnIdentifierCannotBeHidden)
 
     pick("diag.hidden.pick", "Mail");
     EXPECT_TRUE(canHide());
+}
+
+TEST_F(DiagnosticsHiddenTest, theBoxIsLessRoundThanACard)
+{
+    store({"org.acme.a"});
+    open(AppWindow::diagnostics);
+    ASSERT_TRUE(until([this] { return showButton("org.acme.a"); }));
+
+    QWidget* const box = showButton("org.acme.a")->parentWidget()->parentWidget();
+    QImage const picture = box->grab().toImage();
+    // A corner of radius 8 covers half of this pixel; one of radius 10, as cards have, leaves it out.
+    EXPECT_NE(picture.pixelColor(2, 2), picture.pixelColor(0, 0));
 }
 
 } // namespace
