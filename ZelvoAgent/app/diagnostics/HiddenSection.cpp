@@ -54,7 +54,7 @@ void HiddenSection::addChoice()
     picker->setPlaceholderText(worded("diag.hidden.choose"));
     picker->onChosen([this](int index) { editor.pick(apps.pidAt(index)); });
     hideButton = new Button(worded("diag.hidden.hide"), Button::Kind::secondary, this);
-    hideButton->onPressed([this] { this->editor.hidePicked(); });
+    hideButton->onPressed([this] { hidePicked(); });
     auto* const row = new QHBoxLayout;
     row->addWidget(picker, 1);
     row->addWidget(hideButton);
@@ -79,6 +79,9 @@ void HiddenSection::showApps()
 
 void HiddenSection::showRows()
 {
+    std::size_t const focused = focusedRow();
+    bool const hadFocus = focused < rows.size();
+    std::string const focusedId = hadFocus ? rows[focused].bundleId : "";
     shownIds = editor.bundleIds();
     bool const isEmpty = shownIds.empty();
     empty->setVisible(isEmpty);
@@ -92,10 +95,14 @@ void HiddenSection::showRows()
         list->addWidget(
             new TextLabel(worded("queue.andMore", static_cast<long long>(shownIds.size() - maxRows)),
                           TextLabel::Size::small, TextLabel::Tone::secondary, box));
+    orderTabs();
+    if (hadFocus)
+        giveFocus(focusedId, focused);
 }
 
 void HiddenSection::clearRows()
 {
+    rows.clear();
     while (QLayoutItem* const item = list->takeAt(0)) {
         if (QWidget* const row = item->widget()) {
             row->hide();
@@ -117,6 +124,45 @@ void HiddenSection::addRow(std::string const& bundleId)
     button->onPressed([this, bundleId] { editor.unhide(bundleId); });
     line->addWidget(button);
     list->addWidget(row);
+    rows.push_back({bundleId, button});
+}
+
+// The toolkit puts new widgets behind all others of the window.
+void HiddenSection::orderTabs()
+{
+    QWidget* before = picker->previousInFocusChain();
+    while (before != picker && !(before->focusPolicy() & Qt::TabFocus))
+        before = before->previousInFocusChain();
+    for (Row const& row : rows) {
+        setTabOrder(before, row.button);
+        before = row.button;
+    }
+}
+
+std::size_t HiddenSection::focusedRow() const
+{
+    QWidget const* const focused = window()->focusWidget();
+    auto const found = std::ranges::find(rows, focused, &Row::button);
+    return static_cast<std::size_t>(found - rows.begin());
+}
+
+void HiddenSection::giveFocus(std::string const& bundleId, std::size_t place)
+{
+    auto const same = std::ranges::find(rows, bundleId, &Row::bundleId);
+    if (same != rows.end())
+        same->button->setFocus();
+    else if (!rows.empty())
+        rows[std::min(place, rows.size() - 1)].button->setFocus();
+    else
+        picker->setFocus();
+}
+
+void HiddenSection::hidePicked()
+{
+    // The button is about to be disabled, which would send the keyboard focus out of this section.
+    if (window()->focusWidget() == hideButton)
+        picker->setFocus();
+    editor.hidePicked();
 }
 
 } // namespace zelvo

@@ -4,6 +4,7 @@
 
 #include <boost/signals2/connection.hpp>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -25,16 +26,29 @@ public:
     void refresh() override;
 
 private:
+    struct Row {
+        std::string bundleId;
+        Button* button;
+    };
+
     void addList();
     void addChoice();
     void showApps();
     void showRows();
     void clearRows();
     void addRow(std::string const& bundleId);
+    /// Lets Tab reach the rows before the choice below them.
+    void orderTabs();
+    /// The place of the row that has the keyboard focus; rows.size() if none has.
+    std::size_t focusedRow() const;
+    /// Gives the keyboard focus to an application's row, or else to the one that took its place.
+    void giveFocus(std::string const& bundleId, std::size_t place);
+    void hidePicked();
 
     HiddenAppsEditor& editor;
     RunningApps& apps;
     std::vector<std::string> shownIds; ///< what the rows were made of
+    std::vector<Row> rows;
     QVBoxLayout* list;
     QWidget* box;
     TextLabel* empty;

@@ -20,6 +20,13 @@ protected:
     }
     std::string picked() { return picker("diag.hidden.pick").currentText().toStdString(); }
     bool canHide() { return button("diag.hidden.hide")->isEnabled(); }
+    void pressWithKeyboard(Button* pressed)
+    {
+        ASSERT_TRUE(pressed);
+        pressed->setFocus();
+        pressKey(shown(), Qt::Key_Space);
+        settle();
+    }
 };
 
 TEST_F(DiagnosticsHiddenTest, hidesAndShowsAnApplication)
@@ -99,6 +106,40 @@ TEST_F(DiagnosticsHiddenTest, anApplicationWithoutAnIdentifierCannotBeHidden)
     EXPECT_TRUE(canHide());
 }
 
+TEST_F(DiagnosticsHiddenTest, afterShowTheKeyboardIsAtTheNeighbour)
+{
+    store({"org.acme.a", "org.acme.b", "org.acme.c"});
+    open(AppWindow::diagnostics);
+    ASSERT_TRUE(until([this] { return showButton("org.acme.b"); }));
+
+    pressWithKeyboard(showButton("org.acme.b"));
+    ASSERT_TRUE(until([this] { return !showButton("org.acme.b"); }));
+    EXPECT_EQ(shown().focusWidget(), showButton("org.acme.c"));
+
+    pressWithKeyboard(showButton("org.acme.c"));
+    ASSERT_TRUE(until([this] { return !showButton("org.acme.c"); }));
+    EXPECT_EQ(shown().focusWidget(), showButton("org.acme.a"));
+
+    pressWithKeyboard(showButton("org.acme.a"));
+    ASSERT_TRUE(until([this] { return says(localized("diag.hidden.empty")); }));
+    EXPECT_EQ(shown().focusWidget(), &picker("diag.hidden.pick"));
+}
+
+TEST_F(DiagnosticsHiddenTest, tabGoesFromRowToRowAndThenToThePicker)
+{
+    store({"org.acme.a", "org.acme.b"});
+    open(AppWindow::diagnostics);
+    ASSERT_TRUE(until([this] { return showButton("org.acme.b"); }));
+    button("diag.tree.captureIn5")->setFocus();
+
+    pressKey(shown(), Qt::Key_Tab);
+    EXPECT_EQ(shown().focusWidget(), showButton("org.acme.a"));
+    pressKey(shown(), Qt::Key_Tab);
+    EXPECT_EQ(shown().focusWidget(), showButton("org.acme.b"));
+    pressKey(shown(), Qt::Key_Tab);
+    EXPECT_EQ(shown().focusWidget(), &picker("diag.hidden.pick"));
+}
+
 TEST_F(DiagnosticsHiddenTest, theBoxIsLessRoundThanACard)
 {
     store({"org.acme.a"});
@@ -109,6 +150,17 @@ TEST_F(DiagnosticsHiddenTest, theBoxIsLessRoundThanACard)
     QImage const picture = box->grab().toImage();
     // A corner of radius 8 covers half of this pixel; one of radius 10, as cards have, leaves it out.
     EXPECT_NE(picture.pixelColor(2, 2), picture.pixelColor(0, 0));
+}
+
+TEST_F(DiagnosticsHiddenTest, afterHideTheKeyboardIsAtTheNeighbour)
+{
+    open(AppWindow::diagnostics);
+    pick("diag.hidden.pick", "Mail");
+
+    pressWithKeyboard(button("diag.hidden.hide"));
+    ASSERT_TRUE(until([this] { return showButton("org.acme.mail"); }));
+
+    EXPECT_EQ(shown().focusWidget(), &picker("diag.hidden.pick"));
 }
 
 } // namespace
