@@ -90,6 +90,13 @@ TEST(Text, removesControlCharacters)
     EXPECT_EQ(text::withoutControlCharacters("Größe 😀"), "Größe 😀");
 }
 
+TEST(Text, fitsForeignTextIntoOneLine)
+{
+    EXPECT_EQ(text::shownInLine("a\nb\u2028c\u2029d\u202E\u202Ce", 5), "abcde");
+    EXPECT_EQ(text::shownInLine("abcdef", 5), "abcde…");
+    EXPECT_EQ(text::shownInLine("", 5), "");
+}
+
 TEST(Text, changesCaseBeyondAscii)
 {
     EXPECT_EQ(text::lowercased("ÄÖI АБ"), "äöi аб");
