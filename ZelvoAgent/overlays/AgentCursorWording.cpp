@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <string_view>
 #include <utility>
 
@@ -18,8 +19,13 @@ constexpr auto symbols = std::to_array<std::pair<std::string_view, std::string_v
     {"left", "←"}, {"right", "→"},   {"esc", "⎋"},   {"escape", "⎋"}, {"backspace", "⌫"},
 });
 
-std::string shown(std::string const& key)
+constexpr std::size_t maxKeys = 8;
+constexpr std::size_t maxKeyLength = 40;
+constexpr std::size_t maxKeyBytes = 1000; // One character may have any number of code points.
+
+std::string shown(std::string_view sent)
 {
+    std::string const key = text::shownInLine(text::prefixOfBytes(sent, maxKeyBytes), maxKeyLength);
     std::string const name = text::lowercased(key);
     auto const* const found = std::ranges::find(symbols, name, [](auto const& row) { return row.first; });
     return found == symbols.end() ? text::uppercased(key) : std::string(found->second);
@@ -30,7 +36,7 @@ std::string shown(std::string const& key)
 std::string chord(std::vector<std::string> const& keys)
 {
     std::string joined;
-    for (std::string const& key : keys)
+    for (std::string const& key : keys | std::views::take(maxKeys))
         joined += shown(key);
     return joined;
 }

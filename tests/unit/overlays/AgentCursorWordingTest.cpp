@@ -31,5 +31,17 @@ TEST(AgentCursorWording, showsOtherKeysInUpperCase)
     EXPECT_EQ(chord({"ж"}), "Ж");
 }
 
+TEST(AgentCursorWording, showsTheBeginningsOfEightKeys)
+{
+    EXPECT_EQ(chord({"ctrl", std::string(1'000'000, 'x')}), "⌃" + std::string(40, 'X') + "…");
+    EXPECT_EQ(chord(std::vector<std::string>(100'000, "a")), "AAAAAAAA");
+    EXPECT_EQ(chord({"\u202E\u202Cc\nm\u2028d"}), "⌘");
+    // One character of a million code points.
+    std::string marks = "a";
+    for (int i = 0; i < 1'000'000; ++i)
+        marks += "\u0301";
+    EXPECT_LT(chord({marks}).size(), 2000u);
+}
+
 } // namespace
 } // namespace zelvo
