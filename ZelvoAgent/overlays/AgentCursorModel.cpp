@@ -42,6 +42,12 @@ void AgentCursorModel::travel(DesktopPoint point, Duration duration, Motion::Cur
     changed();
 }
 
+void AgentCursorModel::stop()
+{
+    if (target)
+        place(pointAt(clock.now()));
+}
+
 void AgentCursorModel::fade(bool toVisible, Duration duration, Motion::Curve curve)
 {
     Instant const now = clock.now();
@@ -59,26 +65,36 @@ void AgentCursorModel::setName(std::string name)
 void AgentCursorModel::ripple(DesktopPoint at, std::int64_t count)
 {
     for (std::int64_t i = 0; i < std::clamp(count, std::int64_t{1}, maxRipples); ++i)
-        spawn(main, [this, at, i, owner = std::weak_ptr(alive)] {
-            return oneRipple(at, i * rippleInterval, owner);
-        });
+        rippleOnce(at, i * rippleInterval);
 }
 
-Task<> AgentCursorModel::oneRipple(DesktopPoint at, Duration delay, std::weak_ptr<int> owner)
+/// The task may begin when the model is gone, so it uses nothing of it before it has looked.
+void AgentCursorModel::rippleOnce(DesktopPoint at, Duration delay)
 {
-    Clock& time = clock;
-    if (delay > Duration::zero())
-        co_await time.sleep(delay);
-    if (owner.expired())
-        co_return;
+    spawn(main, [this, &time = clock, at, delay, owner = std::weak_ptr(alive)]() -> Task<> {
+        if (delay > Duration::zero())
+            co_await time.sleep(delay);
+        if (owner.expired())
+            co_return;
+        std::string const id = beginRipple(at);
+        co_await time.sleep(rippleLife);
+        if (!owner.expired())
+            endRipple(id);
+    });
+}
+
+std::string AgentCursorModel::beginRipple(DesktopPoint at)
+{
     std::string const id = newUuid();
-    Motion const growth{0, 1, time.now(), rippleGrowth, Motion::Curve::easeOut};
+    Motion const growth{0, 1, clock.now(), rippleGrowth, Motion::Curve::easeOut};
     live.push_back({.id = id, .point = at, .growth = growth});
     live.back().expanded = true;
     changed();
-    co_await time.sleep(rippleLife);
-    if (owner.expired())
-        co_return;
+    return id;
+}
+
+void AgentCursorModel::endRipple(std::string const& id)
+{
     std::erase_if(live, [&](Ripple const& one) { return one.id == id; });
     changed();
 }
@@ -100,7 +116,12 @@ DesktopPoint AgentCursorModel::pointAt(Instant now) const
 
 bool AgentCursorModel::isMoving(Instant now) const
 {
-    return !live.empty() || (target && (!x.hasEnded(now) || !opacity.hasEnded(now)));
+    return !live.empty() || isTravelling(now) || (target && !opacity.hasEnded(now));
+}
+
+bool AgentCursorModel::isTravelling(Instant now) const
+{
+    return target && !x.hasEnded(now);
 }
 
 } // namespace zelvo

@@ -41,6 +41,8 @@ public:
     /// Puts the pointer there at once; `nullopt` takes it away.
     void place(std::optional<DesktopPoint> point);
     void travel(DesktopPoint point, Duration duration, Motion::Curve curve);
+    /// Ends a travel where the pointer is seen now.
+    void stop();
     void fade(bool toVisible, Duration duration, Motion::Curve curve);
     void setName(std::string name);
     /// Shows rings that grow from a point.
@@ -52,9 +54,12 @@ public:
     DesktopPoint pointAt(Instant now) const;
     double opacityAt(Instant now) const { return opacity.at(now); }
     bool isMoving(Instant now) const;
+    bool isTravelling(Instant now) const;
 
 private:
-    Task<> oneRipple(DesktopPoint at, Duration delay, std::weak_ptr<int> owner);
+    void rippleOnce(DesktopPoint at, Duration delay);
+    std::string beginRipple(DesktopPoint at);
+    void endRipple(std::string const& id);
 
     Executor main;
     Clock& clock;

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <new>
 #include <set>
 
 namespace zelvo {
@@ -134,6 +138,21 @@ TEST(AgentCursorModelEnd, ripplesOfAModelThatIsGoneTouchNothing)
         platform.settle();
     }
     platform.time.advance(5s);
+    EXPECT_EQ(platform.time.sleeperCount(), 0u);
+}
+
+TEST(AgentCursorModelEnd, ripplesThatHaveNotBegunReadNothingOfAModelThatIsGone)
+{
+    FakePlatform platform;
+    alignas(AgentCursorModel) std::array<std::byte, sizeof(AgentCursorModel)> place{};
+    auto* const model = new (place.data()) AgentCursorModel(platform.contexts.main, platform.time);
+    model->ripple({1, 1}, 3);
+    std::destroy_at(model);
+    place.fill(std::byte{0}); // A pointer that is read from it now is null.
+
+    platform.settle();
+    platform.time.advance(5s);
+
     EXPECT_EQ(platform.time.sleeperCount(), 0u);
 }
 
