@@ -3,10 +3,13 @@
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "overlays/AgentCursorWording.h"
+#include "overlays/NameInControl.h"
 #include "state/AgentState.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace zelvo {
@@ -21,6 +24,8 @@ constexpr auto disappearing = 300ms;
 constexpr auto gone = 350ms; // A little after the last frame.
 constexpr auto idleTime = 3s;
 constexpr auto shortestDrag = 100ms;
+// Beyond it no drag lasts either (DragPlan).
+constexpr std::int64_t maxDragMs = std::numeric_limits<std::int32_t>::max();
 
 Duration travelTime(DesktopPoint from, DesktopPoint to)
 {
@@ -32,13 +37,28 @@ Duration travelTime(DesktopPoint from, DesktopPoint to)
 
 AgentCursorOverlay::AgentCursorOverlay(Services services)
     : services(std::move(services)), model(this->services.main, this->services.clock),
-      hiding(this->services.main, this->services.clock)
+      hiding(this->services.main, this->services.clock),
+      stateChanges(this->services.state.changed.connect([this] { stopUnlessReady(); }))
 {
 }
 
 bool AgentCursorOverlay::isOn() const
 {
     return services.state.showAgentCursor();
+}
+
+bool AgentCursorOverlay::isReady() const
+{
+    return !services.state.isPaused() && services.state.availability() == Availability::ready;
+}
+
+/// A drag that is refused in its middle ends early, and the pointer must not travel on without it.
+void AgentCursorOverlay::stopUnlessReady()
+{
+    if (isReady() || !model.isTravelling(services.clock.now()))
+        return;
+    model.stop();
+    keepVisible(0s);
 }
 
 void AgentCursorOverlay::later(std::function<void()> work)
@@ -66,7 +86,10 @@ void AgentCursorOverlay::clicked(DesktopPoint at, std::int64_t count)
 
 void AgentCursorOverlay::dragged(DesktopPoint, DesktopPoint to, std::int64_t durationMs)
 {
-    later([this, to, duration = std::chrono::milliseconds(std::max<std::int64_t>(durationMs, 0))] {
+    std::chrono::milliseconds const duration(std::clamp<std::int64_t>(durationMs, 0, maxDragMs));
+    later([this, to, duration] {
+        if (!isReady())
+            return;
         show();
         model.travel(to, std::max<Duration>(duration, shortestDrag), Motion::Curve::linear);
         keepVisible(duration);
@@ -88,7 +111,7 @@ void AgentCursorOverlay::typed(std::size_t)
 
 void AgentCursorOverlay::pressed(std::vector<std::string> const& keys)
 {
-    later([this, keys] { sayWhereItStands(AgentCursorWording::chord(keys)); });
+    later([this, chord = AgentCursorWording::chord(keys)] { sayWhereItStands(chord); });
 }
 
 /// Keys alone make no cursor appear.
@@ -104,7 +127,7 @@ void AgentCursorOverlay::sayWhereItStands(std::string what)
 Duration AgentCursorOverlay::move(DesktopPoint to)
 {
     show();
-    model.setName(nameInFront());
+    model.setName(nameInControl(services.state.liveAgents()).value_or(localized("cursor.agent")));
     if (model.position() && model.isVisible()) {
         Duration const duration = travelTime(*model.position(), to);
         model.travel(to, duration, Motion::Curve::easeOut);
@@ -121,12 +144,6 @@ void AgentCursorOverlay::show()
 {
     if (!panel)
         panel = services.makePanel(model);
-}
-
-std::string AgentCursorOverlay::nameInFront() const
-{
-    auto const& holder = services.state.liveAgents().holder;
-    return holder ? holder->name : localized("cursor.agent");
 }
 
 /// The pointer hides by itself when the agent pauses.

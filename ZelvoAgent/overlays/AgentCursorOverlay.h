@@ -5,6 +5,8 @@
 #include "overlays/OverlayPanel.h"
 #include "router/AgentCursorPresenting.h"
 
+#include <boost/signals2/connection.hpp>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,13 +20,14 @@ class AgentState;
 using CursorPanelMaker = std::function<std::unique_ptr<OverlayPanel>(AgentCursorModel&)>;
 
 /// The agent's cursor: it travels to where the agent is about to act, and hides when the agent pauses. Shows
-/// nothing while the person has it switched off. Thread: any for the operations of its interface; else main.
+/// nothing while the person has it switched off, and stops where it is when agents may no longer act. Thread:
+/// any for the operations of its interface; else main.
 class AgentCursorOverlay final : public AgentCursorPresenting {
 public:
     struct Services {
         Executor main;
         Clock& clock;
-        AgentState const& state;
+        AgentState& state;
         CursorPanelMaker makePanel;
     };
 
@@ -42,6 +45,9 @@ public:
 
 private:
     bool isOn() const;
+    /// Whether agents may act on the machine.
+    bool isReady() const;
+    void stopUnlessReady();
     /// Runs on main soon, if the cursor is on.
     void later(std::function<void()> work);
     /// How long the pointer takes to get there.
@@ -49,13 +55,12 @@ private:
     void show();
     void sayWhereItStands(std::string what);
     void keepVisible(Duration extra);
-    std::string nameInFront() const;
-
     Services services;
     AgentCursorModel model;
     std::unique_ptr<OverlayPanel> panel;
     DelayedCall hiding;
     std::shared_ptr<int> alive = std::make_shared<int>(); // Work for main holds it weakly.
+    boost::signals2::scoped_connection stateChanges;
 };
 
 } // namespace zelvo

@@ -4,6 +4,8 @@
 #include "fakes/FakeOverlays.h"
 #include "unit/state/StateFixture.h"
 
+#include <limits>
+
 namespace zelvo {
 namespace {
 
@@ -140,6 +142,73 @@ TEST_F(AgentCursorOverlayTest, aShortDragIsStillSeen)
     EXPECT_TRUE(model.isVisible());
 }
 
+TEST_F(AgentCursorOverlayTest, aDragOfAnyDurationIsFollowed)
+{
+    approach({0, 0});
+    cursor.dragged({0, 0}, {500, 0}, std::numeric_limits<std::int64_t>::max());
+    settle();
+    platform.time.advance(10s);
+
+    EXPECT_TRUE(model.isVisible());
+    EXPECT_NEAR(model.pointAt(platform.time.now()).x, 0, 1);
+    cursor.dragged({0, 0}, {500, 0}, std::numeric_limits<std::int64_t>::min());
+    settle();
+    platform.time.advance(100ms);
+    EXPECT_EQ(model.pointAt(platform.time.now()), (DesktopPoint{500, 0}));
+}
+
+TEST_F(AgentCursorOverlayTest, aPauseStopsItWhereItIs)
+{
+    approach({0, 0});
+    cursor.dragged({0, 0}, {500, 0}, 5000);
+    settle();
+    platform.time.advance(2500ms);
+    state.setPaused(true);
+    DesktopPoint const stopped = model.pointAt(platform.time.now());
+    EXPECT_NEAR(stopped.x, 250, 0.001);
+
+    platform.time.advance(2999ms);
+    EXPECT_EQ(model.pointAt(platform.time.now()), stopped);
+    EXPECT_TRUE(model.isVisible());
+    platform.time.advance(1ms);
+    EXPECT_FALSE(model.isVisible());
+}
+
+TEST_F(AgentCursorOverlayTest, aLockStopsItWhereItIs)
+{
+    state.startObserving();
+    approach({0, 0});
+    cursor.dragged({0, 0}, {500, 0}, 5000);
+    settle();
+    platform.time.advance(2500ms);
+    platform.sessionEvents.tell(SessionEvent::screenLocked);
+    settle();
+
+    platform.time.advance(1s);
+    EXPECT_NEAR(model.pointAt(platform.time.now()).x, 250, 0.001);
+}
+
+TEST_F(AgentCursorOverlayTest, noDragBeginsInAPause)
+{
+    approach({0, 0});
+    cursor.dragged({0, 0}, {500, 0}, 5000);
+    state.setPaused(true);
+    settle();
+    platform.time.advance(1s);
+
+    EXPECT_EQ(model.pointAt(platform.time.now()), (DesktopPoint{0, 0}));
+}
+
+TEST_F(AgentCursorOverlayTest, aPauseDoesNotKeepARestingCursor)
+{
+    approach({10, 10});
+    platform.time.advance(2s);
+    state.setPaused(true);
+    platform.time.advance(1s);
+
+    EXPECT_FALSE(model.isVisible());
+}
+
 TEST_F(AgentCursorOverlayTest, typingAndKeysShowNothingBeforeAPointerAction)
 {
     cursor.typed(5);
@@ -176,6 +245,67 @@ TEST_F(AgentCursorOverlayTest, hasTheNameOfTheAgentInControl)
     approach({20, 20});
 
     EXPECT_EQ(model.name(), "Ann");
+}
+
+TEST_F(AgentCursorOverlayTest, cutsTheNameToOneShortLine)
+{
+    ComputerAgents agents;
+    agents.holder = ComputerAgent{"ref", "A\n\u202E\u202Cnn" + std::string(100'000, 'x'), {}, {}, {}};
+    state.setLiveAgents(agents);
+    approach({10, 10});
+
+    EXPECT_EQ(model.name(), "Ann" + std::string(197, 'x') + "…");
+
+    agents.holder->name = "\n\u202E\u202C";
+    state.setLiveAgents(agents);
+    approach({20, 20});
+    EXPECT_EQ(model.name(), localized("cursor.agent"));
+}
+
+TEST_F(AgentCursorOverlayTest, namesOnlyTheFirstKeysAndTheirBeginnings)
+{
+    approach({10, 10});
+    cursor.pressed({std::string(1'000'000, 'a'), "\n\u202E\u202Cb"});
+    settle();
+    EXPECT_EQ(model.activity(), std::string(40, 'A') + "…B");
+
+    cursor.pressed(std::vector<std::string>(100'000, "shift"));
+    settle();
+    EXPECT_EQ(model.activity(), "⇧⇧⇧⇧⇧⇧⇧⇧");
+}
+
+TEST_F(AgentCursorOverlayTest, typingDoesNotBringBackACursorThatFadesOut)
+{
+    approach({10, 10});
+    platform.time.advance(3100ms);
+    ASSERT_FALSE(model.isVisible());
+    ASSERT_EQ(overlays.open, 1);
+
+    cursor.typed(5);
+    settle();
+    EXPECT_EQ(model.activity(), localized("cursor.typing"));
+    platform.time.advance(1s);
+    EXPECT_FALSE(model.isVisible());
+    EXPECT_EQ(model.opacityAt(platform.time.now()), 0);
+
+    platform.time.advance(3s);
+    EXPECT_EQ(overlays.open, 0);
+    EXPECT_EQ(overlays.made, 1);
+    EXPECT_EQ(model.position(), std::nullopt);
+}
+
+TEST_F(AgentCursorOverlayTest, hidesAlsoIfItIsSwitchedOffWhileItStands)
+{
+    approach({10, 10});
+    state.setShowAgentCursor(false);
+    cursor.clicked({10, 10}, 1); // No longer keeps it.
+    settle();
+
+    platform.time.advance(3s);
+    EXPECT_FALSE(model.isVisible());
+    platform.time.advance(350ms);
+    EXPECT_EQ(overlays.open, 0);
+    EXPECT_EQ(model.position(), std::nullopt);
 }
 
 TEST_F(AgentCursorOverlayTest, isNoPanelWithoutAScreen)
