@@ -1,7 +1,7 @@
 #include "app/overlays/WorkingIndicatorView.h"
 
 #include "app/overlays/OverlayImage.h"
-#include "overlays/WorkingIndicatorController.h"
+#include "overlays/NameInControl.h"
 #include "recording/RecordingState.h"
 #include "state/AgentState.h"
 
@@ -41,10 +41,9 @@ void WorkingIndicatorView::draw()
     auto const display = windows.mainDisplay();
     if (!display)
         return;
-    auto const& holder = state.liveAgents().holder;
     FrameDrawing::Figure const figure{
         .display = QSizeF(display->width, display->height) / display->scale,
-        .badge = indicatorBadge(holder ? std::optional(holder->name) : std::nullopt, recording.isRecording()),
+        .agent = nameInControl(state.liveAgents()),
         .isRecording = recording.isRecording()};
     if (figure == drawn)
         return;

@@ -3,7 +3,11 @@
 #include "desktop/input/EventWindow.h"
 #include "desktop/overlays/OverlayFixture.h"
 
+#include <QApplication>
 #include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
 
 namespace zelvo::test {
 namespace {
@@ -101,6 +105,48 @@ TEST_P(WorkingIndicatorTest, drawsOnlyWhatChanges)
     ASSERT_EQ(after.size(), 4u);
     for (std::size_t i = 0; i < 4; ++i)
         EXPECT_EQ(after[i].id, ids[i].id);
+}
+
+TEST_P(WorkingIndicatorTest, growsWithTheDesktopsFont)
+{
+    QFont const before = QApplication::font();
+    beginWork();
+    ASSERT_TRUE(waitForOverlays(4));
+    auto const tallestTop = [this] {
+        int tallest = 0;
+        for (Shown const& one : overlays())
+            if (one.area.y == 0 && one.area.width == 1280)
+                tallest = std::max(tallest, one.area.height);
+        return tallest;
+    };
+    int const usual = tallestTop();
+    EXPECT_GT(usual, 16);
+
+    QFont large = before;
+    large.setPointSizeF(3 * before.pointSizeF());
+    QApplication::setFont(large);
+
+    EXPECT_TRUE(until([&] {
+        beginWork();
+        return tallestTop() > 2 * usual;
+    }));
+    QApplication::setFont(before);
+}
+
+TEST_P(WorkingIndicatorTest, aHostileNameDelaysNothing)
+{
+    ComputerAgents agents;
+    agents.holder = ComputerAgent{"ref", "A\n\u202E\u202C\u2028" + std::string(1'000'000, 'W'), {}, {}, {}};
+    auto const start = std::chrono::steady_clock::now();
+    parts->state.setLiveAgents(agents);
+    parts->recording.state().setRecording(true);
+    for (int i = 0; i < 100; ++i)
+        beginWork();
+
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+    ASSERT_TRUE(waitForOverlays(4));
+    EXPECT_TRUE(until([&] { return isBlue(screenAt(640, 2)) && !isBlue(screenAt(200, 20)); }));
+    picture("indicator-hostile");
 }
 
 } // namespace
