@@ -33,6 +33,23 @@ protected:
         return tokens;
     }
 
+    /// With one connection, which may act.
+    void makeLinked()
+    {
+        platform.secretStore.items[{"dev.zelvo.agent", "machine_token"}] = "secret";
+        GrantedConnection const connection{.id = "c", .platformName = "Acme", .scopes = {AgentScope::input}};
+        platform.settings.contents["zelvo.connections"] = encodeConnections({{"c", connection}});
+    }
+
+    /// Connects, and has an agent act.
+    void beginWork()
+    {
+        platform.settle();
+        platform.opener.last().deliver(R"({"id":"1","method":"actions.perform","connectionId":"c",)"
+                                       R"("params":{"actions":[{"type":"wait","ms":1}]}})");
+        platform.settle();
+    }
+
     /// Whether a question is on the screen.
     static bool isAsked()
     {
@@ -91,8 +108,14 @@ TEST_F(AppDelegateTest, startsItsPartsInTheirOrder)
     };
     platform.sessionEvents.onObserve = note("state");
     platform.path.onStart = note("runtime");
-    platform.key.onStart = note("hot key");
+    platform.key.onStart = [&] {
+        beginWork(); // The indicator shows it if it follows the state already.
+        if (platform.overlayWindows.opened > 0)
+            note("indicator")();
+        note("hot key")();
+    };
     updates.onStart = note("updates");
+    makeLinked();
     platform.loading.onLoad = note("link");
     delegate.open({"zelvo://link?token=a"});
     platform.settle();
@@ -101,7 +124,7 @@ TEST_F(AppDelegateTest, startsItsPartsInTheirOrder)
     delegate.start();
     platform.settle();
 
-    EXPECT_EQ(calls, Calls({"state", "runtime", "hot key", "updates", "link"}));
+    EXPECT_EQ(calls, Calls({"state", "runtime", "indicator", "hot key", "updates", "link"}));
     EXPECT_EQ(updates.started, 1);
 }
 
