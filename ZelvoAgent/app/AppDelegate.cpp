@@ -6,8 +6,10 @@
 #include "app/overlays/WorkingIndicatorView.h"
 #include "base/Task.h"
 
+#include <QApplication>
 #include <QEventLoop>
 #include <QTimer>
+#include <QWidget>
 
 #include <chrono>
 #include <memory>
@@ -125,8 +127,19 @@ void AppDelegate::closeRecording()
     loop->exec(QEventLoop::ExcludeUserInputEvents);
 }
 
+/// Nothing would be drawn or answer while the main thread waits.
+void AppDelegate::leaveScreen()
+{
+    indicator.stop();
+    parts.cursor.hide();
+    ui.hideIcon();
+    for (QWidget* const window : QApplication::topLevelWidgets())
+        window->hide();
+}
+
 void AppDelegate::willTerminate()
 {
+    leaveScreen();
     spawn(contexts.agent, [this] { return parts.runtime.shutDown(); });
     spawn(contexts.agent, [this] { return platform.accessibility().switchOff(); });
     spawn(contexts.agent, [this] { return platform.pasteboard().handOver(); });

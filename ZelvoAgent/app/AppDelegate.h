@@ -38,12 +38,13 @@ public:
     /// running. For a session that asks before it ends; its end may still be cancelled.
     void closeRecording();
     /// Ends the link, reverts changes in other applications, hands the clipboard over and writes pending
-    /// settings. Takes two seconds, in which the main thread does nothing else.
+    /// settings. Takes two seconds, in which the main thread does nothing else and nothing is on the screen.
     void willTerminate();
 
 private:
     void startAgent();
     void handlePendingLinkIfNeeded();
+    void leaveScreen();
 
     Contexts contexts;
     Platform& platform;

@@ -75,10 +75,17 @@ void UserInterface::bringToFront()
         consent.show();
 }
 
+void UserInterface::hideIcon()
+{
+    isIconHidden = true;
+    followTray();
+}
+
 void UserInterface::followTray()
 {
     TrayState const now = services.platform.tray().current();
-    icon.setTray(now.isPresent, now.foreground ? std::optional(toQColor(*now.foreground)) : std::nullopt);
+    icon.setTray(now.isPresent && !isIconHidden,
+                 now.foreground ? std::optional(toQColor(*now.foreground)) : std::nullopt);
 }
 
 void UserInterface::drawIcon()

@@ -32,6 +32,8 @@ public:
     void start();
     /// Opens the main window, or brings a request that waits for an answer to the front.
     void bringToFront();
+    /// Takes the icon away for good.
+    void hideIcon();
     /// Opens the panel at the place of the icon, or closes it.
     void togglePanel(QRect const& place);
     AppWindows& openWindows() { return windows; }
@@ -52,6 +54,7 @@ private:
     TrayIcon icon;
     std::unique_ptr<MenuPanel> panel; // Null while it is closed.
     Instant panelClosedAt{};
+    bool isIconHidden = false;
     WelcomePresenter welcome;
     DelayedCall welcomeTime;
     Soon drawSoon{[this] { drawIcon(); }};

@@ -146,15 +146,20 @@ void AgentCursorOverlay::show()
         panel = services.makePanel(model);
 }
 
+void AgentCursorOverlay::hide()
+{
+    hiding.cancel();
+    model.fade(false, 0s, Motion::Curve::linear);
+    model.place(std::nullopt);
+    panel.reset();
+}
+
 /// The pointer hides by itself when the agent pauses.
 void AgentCursorOverlay::keepVisible(Duration extra)
 {
     hiding.in(extra + idleTime, [this] {
         model.fade(false, disappearing, Motion::Curve::easeIn);
-        hiding.in(gone, [this] {
-            model.place(std::nullopt);
-            panel.reset();
-        });
+        hiding.in(gone, [this] { hide(); });
     });
 }
 

@@ -35,6 +35,8 @@ public:
 
     AgentCursorModel const& shown() const { return model; }
     AgentCursorModel& shown() { return model; }
+    /// Takes the pointer away at once.
+    void hide();
 
     Task<> approach(DesktopPoint point) override;
     void clicked(DesktopPoint at, std::int64_t count) override;

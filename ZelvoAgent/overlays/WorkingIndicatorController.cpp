@@ -18,6 +18,12 @@ void WorkingIndicatorController::start()
     follow();
 }
 
+void WorkingIndicatorController::stop()
+{
+    cancellable.disconnect();
+    window.reset();
+}
+
 void WorkingIndicatorController::follow()
 {
     bool const isWorking = state.isAgentWorking();

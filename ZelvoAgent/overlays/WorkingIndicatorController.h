@@ -19,6 +19,8 @@ public:
 
     /// Begins to follow the state. Once.
     void start();
+    /// Hides it for good.
+    void stop();
 
 private:
     void follow();

@@ -2,6 +2,7 @@
 #include "end_to_end/ConfirmingFixture.h"
 
 #include <algorithm>
+#include <csignal>
 #include <vector>
 
 namespace zelvo::test {
@@ -121,6 +122,20 @@ TEST_F(Overlays, noneIsMadeWhileThePersonHasTheCursorOff)
     EXPECT_TRUE(waitFor([&] { return isFramed(); })); // The indicator is always shown.
     EXPECT_FALSE(isShown);
     EXPECT_FALSE(isCursorAt(600, 400));
+}
+
+TEST_F(Overlays, leaveTheScreenBeforeTheTwoSecondsOfTheEnd)
+{
+    connection = startUnattended();
+    EXPECT_EQ(agent.startAgain({}), 0);
+    waitForMainWindow();
+    json::array const away{json::object{{"type", "move"}, {"x", 1270}, {"y", 1010}}};
+    EXPECT_EQ(codeOf(perform(away)), "ok");
+    require("the overlays", [&] { return isCursorAt(1270, 1010) && isFramed(); });
+    ::kill(agent.pid(), SIGTERM);
+
+    EXPECT_TRUE(waitFor([&] { return overlays().empty() && !isOpen("Zelvo"); }, 1s));
+    EXPECT_TRUE(agent.isRunning());
 }
 
 } // namespace

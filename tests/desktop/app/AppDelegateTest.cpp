@@ -240,6 +240,21 @@ TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenRecording)
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(AppDelegateTest, hasNoWindowOnTheScreenWhileItEnds)
+{
+    delegate.start();
+    delegate.bringToFront();
+    platform.settle();
+    auto const shown = [] {
+        return std::ranges::count_if(QApplication::topLevelWidgets(), &QWidget::isVisible);
+    };
+    EXPECT_GE(shown(), 1);
+
+    delegate.willTerminate();
+
+    EXPECT_EQ(shown(), 0);
+}
+
 TEST_F(AppDelegateTest, endsWithTheMachine)
 {
     delegate.start();

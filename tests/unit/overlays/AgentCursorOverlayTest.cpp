@@ -308,6 +308,18 @@ TEST_F(AgentCursorOverlayTest, hidesAlsoIfItIsSwitchedOffWhileItStands)
     EXPECT_EQ(model.position(), std::nullopt);
 }
 
+TEST_F(AgentCursorOverlayTest, canBeTakenAwayAtOnce)
+{
+    approach({10, 10});
+    cursor.hide();
+    EXPECT_EQ(overlays.open, 0);
+    EXPECT_EQ(model.position(), std::nullopt);
+
+    approach({20, 20});
+    EXPECT_EQ(overlays.open, 1);
+    EXPECT_TRUE(model.isVisible());
+}
+
 TEST_F(AgentCursorOverlayTest, isNoPanelWithoutAScreen)
 {
     overlays.hasScreen = false;

@@ -38,6 +38,18 @@ TEST_F(WorkingIndicatorControllerTest, isShownAtTheStartIfAnAgentWorksAlready)
     EXPECT_EQ(overlays.open, 1);
 }
 
+TEST_F(WorkingIndicatorControllerTest, isGoneForGoodOnceItIsStopped)
+{
+    controller.start();
+    state.markWorking();
+    controller.stop();
+    EXPECT_EQ(overlays.open, 0);
+
+    platform.time.advance(3s);
+    state.markWorking();
+    EXPECT_EQ(overlays.open, 0);
+}
+
 TEST_F(WorkingIndicatorControllerTest, isNothingWithoutAScreen)
 {
     overlays.hasScreen = false;
