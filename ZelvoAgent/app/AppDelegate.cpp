@@ -78,8 +78,10 @@ void AppDelegate::startAgent()
     handlePendingLinkIfNeeded();
 }
 
-void AppDelegate::open(std::vector<std::string> const& urls)
+bool AppDelegate::open(std::vector<std::string> const& urls)
 {
+    if (isEnding)
+        return false;
     for (std::string const& url : urls) {
         std::optional<std::string> token = linkTokenOf(url);
         if (!token)
@@ -89,6 +91,7 @@ void AppDelegate::open(std::vector<std::string> const& urls)
         else
             pendingLinkToken = std::move(token);
     }
+    return true;
 }
 
 void AppDelegate::handlePendingLinkIfNeeded()
@@ -100,13 +103,16 @@ void AppDelegate::handlePendingLinkIfNeeded()
     intake.take(*std::move(token));
 }
 
-void AppDelegate::bringToFront()
+bool AppDelegate::bringToFront()
 {
-    ui.bringToFront();
+    if (!isEnding)
+        ui.bringToFront();
+    return !isEnding;
 }
 
 void AppDelegate::terminate()
 {
+    isEnding = true;
     if (termination.shouldTerminate() == Termination::Reply::terminateNow)
         quit();
 }
@@ -139,6 +145,7 @@ void AppDelegate::leaveScreen()
 
 void AppDelegate::willTerminate()
 {
+    isEnding = true;
     leaveScreen();
     spawn(contexts.agent, [this] { return parts.runtime.shutDown(); });
     spawn(contexts.agent, [this] { return platform.accessibility().switchOff(); });

@@ -29,9 +29,10 @@ public:
     /// Starts the agent, and asks about a program that runs from a wrong place. Called once.
     void start();
     /// Starts linking for a link URL, one at a time; before start() the last of them is kept until then.
-    void open(std::vector<std::string> const& urls);
-    /// Brings the program to the front after a second start.
-    void bringToFront();
+    /// False, and nothing is started, once the process is about to end.
+    bool open(std::vector<std::string> const& urls);
+    /// Brings the program to the front after a second start. False once the process is about to end.
+    bool bringToFront();
     /// Requests the end of the process: calls `quit` now, or once an open recording is closed.
     void terminate();
     /// Closes an open recording and returns once it is closed, after a minute at most. The event loop keeps
@@ -59,6 +60,7 @@ private:
     UserInterface ui;
     std::optional<std::string> pendingLinkToken;
     bool hasStarted = false;
+    bool isEnding = false;
 };
 
 } // namespace zelvo

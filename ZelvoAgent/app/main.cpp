@@ -120,8 +120,8 @@ int runApplication(char* program, std::vector<std::string> const& urls)
     });
     std::unique_ptr<Platform> platform = makePlatform(contexts);
     SingleInstance::Requests requests{
-        .open = [&delegate](std::vector<std::string> const& opened) { delegate->open(opened); },
-        .activate = [&delegate] { delegate->bringToFront(); }};
+        .open = [&delegate](std::vector<std::string> const& opened) { return delegate->open(opened); },
+        .activate = [&delegate] { return delegate->bringToFront(); }};
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
         NoUpdates updates(platform->information());

@@ -13,13 +13,15 @@ public:
     virtual ~SingleInstance() = default;
 
     struct Requests {
-        std::function<void(std::vector<std::string> urls)> open; ///< a second start brought URLs
-        std::function<void()> activate;                          ///< a second start brought nothing
+        // False if this process is about to end.
+        std::function<bool(std::vector<std::string> urls)> open; ///< a second start brought URLs
+        std::function<bool()> activate;                          ///< a second start brought nothing
     };
 
     /// Becomes the one instance and calls `requests` on the main executor from then on. If another instance
-    /// runs, passes `urls` to it (or, without URLs, asks it to come to the front) and returns false. Blocks;
-    /// called before anything else starts.
+    /// runs, passes `urls` to it (or, without URLs, asks it to come to the front) and returns false. Waits
+    /// for one that is about to end, and then becomes the one instance. Blocks; called before anything else
+    /// starts.
     virtual bool claim(std::vector<std::string> urls, Requests requests) = 0;
 };
 

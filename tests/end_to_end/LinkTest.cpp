@@ -74,6 +74,36 @@ TEST_F(Link, isBegunByASecondStartWhichHandsOverTheUrlAndEnds)
     EXPECT_TRUE(agent.isRunning());
 }
 
+TEST_F(Link, isNotLostWhileTheProgramEnds)
+{
+    agent.start();
+    agent.waitUntilItRuns();
+    ::kill(agent.pid(), SIGTERM);
+
+    pid_t const second = agent.startBeside({gateway.newLink({"screen"})});
+
+    waitForConsent();
+    EXPECT_FALSE(agent.isRunning()); // Two never run at the same time.
+    EXPECT_TRUE(desktop.processes().isRunning(second));
+}
+
+TEST_F(Link, isNotLostWhileTheProgramEndsWithoutASessionBus)
+{
+    PrivateDesktop plain({.width = 1280, .height = 1024, .sessionBus = false});
+    GatewayProgram server(plain);
+    AgentProgram program(plain, server.port());
+    program.start();
+    require("the socket", [&] { return program.startAgain({}) == 0 && program.isRunning(); });
+    plain.waitForWindow({.title = "Zelvo", .className = "zelvo-agent"});
+    ::kill(program.pid(), SIGTERM);
+
+    pid_t const second = program.startBeside({server.newLink({"screen"})});
+
+    plain.waitForWindow({.title = "Connection request"});
+    EXPECT_FALSE(program.isRunning());
+    EXPECT_TRUE(plain.processes().isRunning(second));
+}
+
 std::string commandLineOf(pid_t process)
 {
     std::ifstream stream("/proc/" + std::to_string(process) + "/cmdline", std::ios::binary);

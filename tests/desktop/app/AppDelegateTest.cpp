@@ -240,6 +240,18 @@ TEST_F(AppDelegateTest, endsAtOnceWithoutAnOpenRecording)
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(AppDelegateTest, takesNoRequestOnceItIsAboutToEnd)
+{
+    delegate.start();
+    EXPECT_TRUE(delegate.open({"nonsense"}));
+    EXPECT_TRUE(delegate.bringToFront());
+    delegate.terminate();
+
+    EXPECT_FALSE(delegate.open({"zelvo://link?token=a"}));
+    EXPECT_FALSE(delegate.bringToFront());
+    EXPECT_EQ(resolvedTokens(), Tokens());
+}
+
 TEST_F(AppDelegateTest, hasNoWindowOnTheScreenWhileItEnds)
 {
     delegate.start();

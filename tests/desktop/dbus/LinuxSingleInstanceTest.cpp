@@ -9,8 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
+#include <functional>
+#include <memory>
 #include <stdexcept>
+#include <thread>
 
 namespace zelvo::test {
 
@@ -31,30 +35,64 @@ protected:
 
     SingleInstance::Requests requests()
     {
-        return {.open = [this](Urls urls) { opened.push_back(std::move(urls)); },
-                .activate = [this] { ++activated; }};
+        return {.open =
+                    [this](Urls urls) {
+                        ++asked;
+                        if (!isEnding)
+                            opened.push_back(std::move(urls));
+                        return !isEnding;
+                    },
+                .activate =
+                    [this] {
+                        ++asked;
+                        activated += isEnding ? 0 : 1;
+                        return !isEnding;
+                    }};
+    }
+
+    /// Does something that blocks this thread, while another one runs the main thread's work.
+    template <class Work>
+    void whileMainRuns(Work const& work)
+    {
+        auto guard = asio::make_work_guard(running.main);
+        running.main.restart();
+        std::thread main([this] { running.main.run(); });
+        work();
+        guard.reset();
+        main.join();
     }
 
     /// A second start, in a separate process: whether it may run.
-    bool startsBeside(Urls const& urls)
+    bool startsBeside(Urls const& urls, std::function<void()> const& meanwhile = [] {})
     {
         pid_t const child = ::fork();
         if (child == 0) {
+            ::close_range(3, ~0U, 0); // Copies of the first one's lock and connections.
             asio::io_context io;
             LinuxClock clock(io.get_executor());
             LinuxSingleInstance second({io.get_executor(), io.get_executor(), io.get_executor()}, clock,
                                        openSessionBus, LinuxSingleInstance::lockFolder());
-            ::_exit(second.claim(urls, {.open = [](Urls) {}, .activate = [] {}}) ? 1 : 0);
+            ::_exit(second.claim(urls, {.open = [](Urls) { return true; }, .activate = [] { return true; }})
+                        ? 1
+                        : 0);
         }
         int status = 0;
-        bool const ended = running.eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
-        return !ended || status != 0;
+        bool const ended = running.eventually([&] {
+            meanwhile();
+            return ::waitpid(child, &status, WNOHANG) == child;
+        });
+        EXPECT_TRUE(ended);
+        if (!ended)
+            ::kill(child, SIGKILL);
+        return status != 0;
     }
 
     PrivateBuses buses;
     RunningContexts running;
     std::vector<Urls> opened;
     int activated = 0;
+    int asked = 0;
+    bool isEnding = false;
 };
 
 TEST_F(Instance, onTheBusTakesWhatASecondStartBrings)
@@ -77,15 +115,17 @@ TEST_F(Instance, answersAnyCallerOfTheApplicationInterface)
     ASSERT_TRUE(first->claim({}, requests()));
     char const* const interface = "org.freedesktop.Application";
 
-    buses.call(BusKind::session, name, objectPath, interface, "Open",
-               {"asa{sv}", "1", "zelvo://link?token=x", "1", "desktop-startup-id", "s", "1"});
-    buses.call(BusKind::session, name, objectPath, interface, "Open", {"asa{sv}", "0", "0"});
-    buses.call(BusKind::session, name, objectPath, interface, "Activate", {"a{sv}", "0"});
-    buses.call(BusKind::session, name, objectPath, interface, "ActivateAction",
-               {"sava{sv}", "show", "0", "0"});
-    EXPECT_THROW(buses.call(BusKind::session, name, objectPath, interface, "Open",
-                            {"asa{sv}", "1", std::string(70'000, 'x'), "0"}),
-                 std::runtime_error);
+    whileMainRuns([&] {
+        buses.call(BusKind::session, name, objectPath, interface, "Open",
+                   {"asa{sv}", "1", "zelvo://link?token=x", "1", "desktop-startup-id", "s", "1"});
+        buses.call(BusKind::session, name, objectPath, interface, "Open", {"asa{sv}", "0", "0"});
+        buses.call(BusKind::session, name, objectPath, interface, "Activate", {"a{sv}", "0"});
+        buses.call(BusKind::session, name, objectPath, interface, "ActivateAction",
+                   {"sava{sv}", "show", "0", "0"});
+        EXPECT_THROW(buses.call(BusKind::session, name, objectPath, interface, "Open",
+                                {"asa{sv}", "1", std::string(70'000, 'x'), "0"}),
+                     std::runtime_error);
+    });
 
     EXPECT_TRUE(running.eventually([&] { return activated == 3; }));
     EXPECT_EQ(opened, std::vector<Urls>({{"zelvo://link?token=x"}}));
@@ -139,7 +179,8 @@ TEST_F(Instance, thatWasKilledBlocksNobody)
         LinuxClock clock(io.get_executor());
         LinuxSingleInstance other({io.get_executor(), io.get_executor(), io.get_executor()}, clock,
                                   openSessionBus, LinuxSingleInstance::lockFolder());
-        char const claimed = other.claim({}, {.open = [](Urls) {}, .activate = [] {}}) ? 'y' : 'n';
+        char const claimed =
+            other.claim({}, {.open = [](Urls) { return true; }, .activate = [] { return true; }}) ? 'y' : 'n';
         [[maybe_unused]] auto const written = ::write(ends[1], &claimed, 1);
         for (;;)
             ::pause();
@@ -240,15 +281,92 @@ TEST_F(Instance, passesOverMessagesThatAreNotUrls)
         return isTaken;
     };
 
-    EXPECT_FALSE(visit("nonsense"));
-    EXPECT_FALSE(visit(""));
-    EXPECT_FALSE(visit("{\"a\": 1}"));
-    EXPECT_FALSE(visit("[1]"));
-    EXPECT_FALSE(visit("[\"" + std::string(100'000, 'x') + "\"]"));
-    EXPECT_TRUE(visit("[\"zelvo://link?token=a\"]"));
+    whileMainRuns([&] {
+        EXPECT_FALSE(visit("nonsense"));
+        EXPECT_FALSE(visit(""));
+        EXPECT_FALSE(visit("{\"a\": 1}"));
+        EXPECT_FALSE(visit("[1]"));
+        EXPECT_FALSE(visit("[\"" + std::string(100'000, 'x') + "\"]"));
+        EXPECT_TRUE(visit("[\"zelvo://link?token=a\"]"));
+    });
 
     EXPECT_TRUE(running.eventually([&] { return opened.size() == 1; }));
     EXPECT_EQ(activated, 0);
+}
+
+/// With and without a session bus.
+class EndingInstance : public Instance, public testing::WithParamInterface<bool> {
+protected:
+    EndingInstance()
+    {
+        if (GetParam())
+            buses.start(BusKind::session);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutABus, EndingInstance, testing::Bool());
+
+TEST_P(EndingInstance, isFollowedByTheNextStart)
+{
+    auto first = instance();
+    ASSERT_TRUE(first->claim({}, requests()));
+    isEnding = true;
+    int const attempts = 4;
+
+    EXPECT_TRUE(startsBeside({"zelvo://link?token=a"}, [&] {
+        if (asked >= attempts)
+            first.reset();
+    }));
+
+    EXPECT_GE(asked, attempts);
+    EXPECT_TRUE(opened.empty());
+    isEnding = false;
+    auto const third = instance();
+    EXPECT_TRUE(third->claim({}, requests()));
+}
+
+TEST_P(EndingInstance, thatEndsWithARequestUnansweredIsFollowedByTheNextStart)
+{
+    auto idle = std::make_unique<asio::io_context>(); // The main thread works no more.
+    auto first = std::make_unique<LinuxSingleInstance>(
+        Contexts{idle->get_executor(), running.agent.get_executor(), running.workers.get_executor()},
+        running.clock, openSessionBus, LinuxSingleInstance::lockFolder());
+    ASSERT_TRUE(first->claim({}, requests()));
+    auto const begun = std::chrono::steady_clock::now();
+
+    EXPECT_TRUE(startsBeside({"zelvo://link?token=a"}, [&] {
+        if (std::chrono::steady_clock::now() - begun < std::chrono::seconds(1))
+            return;
+        first.reset();
+        idle.reset();
+    }));
+
+    EXPECT_TRUE(opened.empty());
+}
+
+TEST_P(EndingInstance, thatIsOnlyBusyTakesTheRequestLater)
+{
+    asio::io_context busy;
+    LinuxSingleInstance first(
+        {busy.get_executor(), running.agent.get_executor(), running.workers.get_executor()}, running.clock,
+        openSessionBus, LinuxSingleInstance::lockFolder());
+    ASSERT_TRUE(first.claim({}, requests()));
+
+    EXPECT_FALSE(startsBeside({"zelvo://link?token=a"}));
+    busy.run();
+
+    EXPECT_EQ(opened, std::vector<Urls>({{"zelvo://link?token=a"}}));
+}
+
+TEST_P(EndingInstance, thatServesAfterAllTakesTheRequest)
+{
+    auto const first = instance();
+    ASSERT_TRUE(first->claim({}, requests()));
+    isEnding = true;
+
+    EXPECT_FALSE(startsBeside({"zelvo://link?token=a"}, [&] { isEnding = asked < 2; }));
+
+    EXPECT_EQ(opened, std::vector<Urls>({{"zelvo://link?token=a"}}));
 }
 
 TEST_F(Instance, aBusThatNeverSaysHelloIsNoBus)

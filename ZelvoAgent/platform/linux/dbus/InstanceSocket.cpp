@@ -19,7 +19,6 @@
 #include <array>
 #include <cstring>
 #include <optional>
-#include <thread>
 
 namespace zelvo {
 
@@ -123,22 +122,22 @@ bool sendAll(int socket, std::string_view text, Deadline const& deadline)
     return ::shutdown(socket, SHUT_WR) == 0;
 }
 
-/// True if the other process confirmed the whole message.
-bool isTaken(int socket, Deadline const& deadline)
+/// Waits until the other process confirms the message, or closes the connection.
+InstanceSocket::HandOver answerFrom(int socket, Deadline const& deadline)
 {
+    using enum InstanceSocket::HandOver;
+    if (!deadline.waitFor(socket, POLLIN))
+        return done;
     char answer = 0;
-    return deadline.waitFor(socket, POLLIN) && ::recv(socket, &answer, 1, 0) == 1;
+    return ::recv(socket, &answer, 1, 0) == 1 ? done : unanswered;
 }
 
 } // namespace
 
 class InstanceSocket::Server : public std::enable_shared_from_this<Server> {
 public:
-    Server(Executor agent,
-           Clock& clock,
-           UniqueFd socket,
-           std::function<void(std::vector<std::string>)> onUrls)
-        : agent(agent), clock(clock), acceptor(agent), onUrls(std::move(onUrls))
+    Server(Executor agent, Clock& clock, UniqueFd socket, Take take)
+        : agent(agent), clock(clock), acceptor(agent), take(std::move(take))
     {
         acceptor.assign(Protocol(), socket.release());
     }
@@ -189,14 +188,17 @@ private:
             error == asio::error::eof ? urlsIn(std::string_view(message).substr(0, size)) : std::nullopt;
         if (!urls)
             co_return;
-        char const taken = '!';
-        ::send(visitor->native_handle(), &taken, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
-        onUrls(*urls);
+        // Without an answer the visitor finds its connection closed.
+        take(*urls, [visitor](bool isTaken) {
+            char const taken = '!';
+            if (isTaken)
+                ::send(visitor->native_handle(), &taken, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+        });
     }
 
     Clock& clock;
     Protocol::acceptor acceptor;
-    std::function<void(std::vector<std::string>)> onUrls;
+    Take take;
 };
 
 InstanceSocket::~InstanceSocket()
@@ -219,30 +221,29 @@ bool InstanceSocket::lock()
     return true;
 }
 
-bool InstanceSocket::handOver(std::vector<std::string> const& urls) const
+InstanceSocket::HandOver InstanceSocket::handOver(std::vector<std::string> const& urls) const
 {
     std::string const message = writeJson(json::array(urls.begin(), urls.end()));
-    Deadline const deadline(patience);
-    while (!deadline.isOver()) {
-        UniqueFd const socket = newSocket();
-        SocketPlace const place(folder);
-        if (socket && ::connect(socket.get(), place.data(), SocketPlace::size()) == 0) {
-            auto const holder = peerOf(socket.get());
-            if (!holder || !runsOwnProgram(*holder))
-                return false;
-            return sendAll(socket.get(), message, deadline) && isTaken(socket.get(), deadline);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // It has the lock and is about to listen.
-    }
-    return false;
+    if (message.size() > maxMessage)
+        return HandOver::refused;
+    Deadline const deadline(answerPatience);
+    UniqueFd const socket = newSocket();
+    SocketPlace const place(folder);
+    if (!socket || ::connect(socket.get(), place.data(), SocketPlace::size()) != 0)
+        return HandOver::unanswered;
+    auto const holder = peerOf(socket.get());
+    if (!holder || !runsOwnProgram(*holder))
+        return HandOver::refused;
+    return sendAll(socket.get(), message, deadline) ? answerFrom(socket.get(), deadline)
+                                                    : HandOver::unanswered;
 }
 
-void InstanceSocket::serve(Executor agent, Clock& clock, std::function<void(std::vector<std::string>)> onUrls)
+void InstanceSocket::serve(Executor agent, Clock& clock, Take take)
 {
     UniqueFd socket = lockFile ? listenIn(folder) : UniqueFd();
     if (!socket)
         return;
-    server = std::make_shared<Server>(agent, clock, std::move(socket), std::move(onUrls));
+    server = std::make_shared<Server>(agent, clock, std::move(socket), std::move(take));
     asio::dispatch(agent, [kept = server] { kept->start(); });
 }
 

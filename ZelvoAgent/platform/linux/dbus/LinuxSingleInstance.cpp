@@ -5,8 +5,11 @@
 
 #include <boost/asio/post.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <initializer_list>
+#include <thread>
 
 namespace zelvo {
 
@@ -18,6 +21,10 @@ constexpr char const* name = "dev.zelvo.agent";
 constexpr char const* objectPath = "/dev/zelvo/agent";
 constexpr char const* applicationInterface = "org.freedesktop.Application";
 constexpr std::uint64_t patienceUs = 2'000'000;
+constexpr std::uint64_t answerPatienceUs = 5'000'000; // With an instance that has the call.
+constexpr std::chrono::seconds endPatience{10};        // With an instance that is about to end.
+constexpr std::chrono::milliseconds retryInterval{50};
+constexpr char const* endingError = "dev.zelvo.agent.Error.Ending";
 constexpr std::uint32_t nameIsOurs = 1;
 constexpr std::uint32_t nameIsAnothers = 3;
 constexpr std::uint32_t dontQueue = 4;
@@ -38,14 +45,21 @@ bool waitUntilReady(sd_bus* bus)
     return true;
 }
 
-BusMessagePtr blockingCall(sd_bus* bus, sd_bus_message* raw)
+/// A call's reply, or its error.
+struct Outcome {
+    BusMessagePtr reply;
+    std::string error;
+};
+
+Outcome blockingCall(sd_bus* bus, sd_bus_message* raw, std::uint64_t patience)
 {
     BusMessagePtr const call(raw);
     sd_bus_message* reply = nullptr;
     sd_bus_error error{};
-    sd_bus_call(bus, raw, patienceUs, &error, &reply);
+    sd_bus_call(bus, raw, patience, &error, &reply);
+    Outcome outcome{.reply = BusMessagePtr(reply), .error = error.name ? error.name : ""};
     sd_bus_error_free(&error);
-    return BusMessagePtr(reply);
+    return outcome;
 }
 
 void appendNameRequest(sd_bus_message* message)
@@ -60,7 +74,7 @@ std::optional<std::uint32_t> requestName(sd_bus* bus)
                                        "org.freedesktop.DBus", "RequestName") < 0)
         return std::nullopt;
     appendNameRequest(call);
-    auto const reply = blockingCall(bus, call);
+    auto const reply = blockingCall(bus, call, patienceUs).reply;
     return reply ? readUnsigned(reply.get()) : std::nullopt;
 }
 
@@ -80,14 +94,35 @@ std::optional<std::string> otherInstance(sd_bus* bus)
     return connection;
 }
 
+enum class HandOver {
+    done,    ///< also if the instance is too slow to answer, or has refused the URLs for good
+    refused, ///< the instance is about to serve, or to end
+    gone     ///< the instance is not on the bus
+};
+
+bool isAny(std::string const& error, std::initializer_list<char const*> names)
+{
+    return std::ranges::find(names, error) != names.end();
+}
+
+HandOver judge(Outcome const& outcome)
+{
+    if (outcome.reply || isAny(outcome.error, {SD_BUS_ERROR_TIMEOUT, SD_BUS_ERROR_LIMITS_EXCEEDED}))
+        return HandOver::done;
+    if (isAny(outcome.error, {SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER,
+                              SD_BUS_ERROR_DISCONNECTED}))
+        return HandOver::gone;
+    return HandOver::refused;
+}
+
 /// Sends the URLs, or an Activate without URLs, to another instance.
-void handOver(sd_bus* bus, std::string const& instance, std::vector<std::string> const& urls)
+HandOver handOver(sd_bus* bus, std::string const& instance, std::vector<std::string> const& urls)
 {
     sd_bus_message* call = nullptr;
     char const* const member = urls.empty() ? "Activate" : "Open";
     if (sd_bus_message_new_method_call(bus, &call, instance.c_str(), objectPath, applicationInterface,
                                        member) < 0)
-        return;
+        return HandOver::gone;
     sd_bus_message_set_auto_start(call, 0);
     if (!urls.empty()) {
         sd_bus_message_open_container(call, 'a', "s");
@@ -96,24 +131,62 @@ void handOver(sd_bus* bus, std::string const& instance, std::vector<std::string>
         sd_bus_message_close_container(call);
     }
     sd_bus_message_append(call, "a{sv}", 0);
-    blockingCall(bus, call);
+    return judge(blockingCall(bus, call, answerPatienceUs));
+}
+
+void complain()
+{
+    std::fputs("Zelvo runs already, or another program has taken its place. "
+               "It got no link.\n",
+               stderr);
+}
+
+/// Waits between attempts to reach an instance that is about to serve, or to end.
+class Attempts {
+public:
+    /// False once there was enough time for either.
+    bool waitForNext() const
+    {
+        std::this_thread::sleep_for(retryInterval);
+        return std::chrono::steady_clock::now() < end;
+    }
+
+private:
+    std::chrono::steady_clock::time_point end = std::chrono::steady_clock::now() + endPatience;
+};
+
+/// Hands the URLs over to another instance. False if it has left the bus without having taken them.
+bool isTakenBy(sd_bus* bus, std::string const& instance, std::vector<std::string> const& urls)
+{
+    Attempts const attempts;
+    HandOver result = handOver(bus, instance, urls);
+    while (result == HandOver::refused && attempts.waitForNext())
+        result = handOver(bus, instance, urls);
+    if (result == HandOver::refused)
+        complain();
+    return result != HandOver::gone;
 }
 
 } // namespace
 
 /// The object on the bus that later starts call.
-class LinuxSingleInstance::Application {
+class LinuxSingleInstance::Application : public std::enable_shared_from_this<Application> {
 public:
-    Application(Executor main, Requests requests) : main(std::move(main)), requests(std::move(requests)) {}
-
-    void take(std::vector<std::string> urls)
+    Application(Contexts contexts, Requests requests)
+        : contexts(std::move(contexts)), requests(std::move(requests))
     {
-        if (urls.empty())
-            return activate();
-        asio::post(main, [call = requests.open, urls = std::move(urls)] { call(urls); });
     }
 
-    void activate() { asio::post(main, requests.activate); }
+    /// Answers once the main thread has taken the request. While it ends, it takes nothing any more; whoever
+    /// asked then finds out by the end of this process.
+    void take(std::vector<std::string> urls, InstanceSocket::Answer answer)
+    {
+        asio::post(
+            contexts.main, [self = shared_from_this(), urls = std::move(urls), answer = std::move(answer)] {
+                bool const isTaken = urls.empty() ? self->requests.activate() : self->requests.open(urls);
+                asio::post(self->contexts.agent, [answer, isTaken] { answer(isTaken); });
+            });
+    }
 
     /// Exports the object on a connection; null removes it.
     void show(sd_bus* connection)
@@ -139,8 +212,7 @@ private:
 
     static int onActivate(sd_bus_message* call, void* self, sd_bus_error*)
     {
-        static_cast<Application*>(self)->activate();
-        return sd_bus_reply_method_return(call, "");
+        return static_cast<Application*>(self)->takeCall(call, {});
     }
 
     static int onOpen(sd_bus_message* call, void* self, sd_bus_error*)
@@ -151,11 +223,22 @@ private:
             total += url.size();
         if (total > InstanceSocket::maxMessage || urls.size() > InstanceSocket::maxMessage)
             return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "too long");
-        static_cast<Application*>(self)->take(std::move(urls));
-        return sd_bus_reply_method_return(call, "");
+        return static_cast<Application*>(self)->takeCall(call, std::move(urls));
     }
 
-    Executor const main;
+    int takeCall(sd_bus_message* call, std::vector<std::string> urls)
+    {
+        auto const kept = std::make_shared<BusMessagePtr>(sd_bus_message_ref(call));
+        take(std::move(urls), [kept](bool isTaken) {
+            if (isTaken)
+                sd_bus_reply_method_return(kept->get(), "");
+            else
+                sd_bus_reply_method_errorf(kept->get(), endingError, "Zelvo is about to end");
+        });
+        return 1;
+    }
+
+    Contexts const contexts;
     Requests const requests;
     BusSlotPtr slot; // agent
 };
@@ -177,7 +260,7 @@ std::filesystem::path LinuxSingleInstance::lockFolder()
 
 bool LinuxSingleInstance::claim(std::vector<std::string> urls, Requests requests)
 {
-    application = std::make_shared<Application>(contexts.main, std::move(requests));
+    application = std::make_shared<Application>(contexts, std::move(requests));
     switch (claimOnBus(urls)) {
     case Claim::mine:
         return true;
@@ -194,16 +277,13 @@ LinuxSingleInstance::Claim LinuxSingleInstance::claimOnBus(std::vector<std::stri
     BusPtr made = open();
     if (!made || !waitUntilReady(made.get()))
         return Claim::noName;
-    auto const answer = requestName(made.get());
-    if (answer == nameIsAnothers) {
-        auto const instance = otherInstance(made.get());
+    for (auto answer = requestName(made.get()); answer != nameIsOurs; answer = requestName(made.get())) {
+        auto const instance = answer == nameIsAnothers ? otherInstance(made.get()) : std::nullopt;
         if (!instance)
             return Claim::noName;
-        handOver(made.get(), *instance, urls);
-        return Claim::another;
+        if (isTakenBy(made.get(), *instance, urls))
+            return Claim::another;
     }
-    if (answer != nameIsOurs)
-        return Claim::noName;
     serveOnBus(std::move(made));
     if (socket.lock())
         serveInFolder();
@@ -234,12 +314,15 @@ void LinuxSingleInstance::serveOnBus(BusPtr made)
 
 bool LinuxSingleInstance::claimInFolder(std::vector<std::string> const& urls)
 {
-    if (!socket.lock()) {
-        if (!socket.handOver(urls))
-            std::fputs("Zelvo runs already, or another program has taken its place. "
-                       "It got no link.\n",
-                       stderr);
-        return false;
+    Attempts const attempts;
+    while (!socket.lock()) {
+        auto const result = socket.handOver(urls);
+        if (result == InstanceSocket::HandOver::done)
+            return false;
+        if (result == InstanceSocket::HandOver::refused || !attempts.waitForNext()) {
+            complain();
+            return false;
+        }
     }
     serveInFolder();
     return true;
@@ -247,8 +330,10 @@ bool LinuxSingleInstance::claimInFolder(std::vector<std::string> const& urls)
 
 void LinuxSingleInstance::serveInFolder()
 {
-    socket.serve(contexts.agent, clock,
-                 [kept = application](std::vector<std::string> brought) { kept->take(std::move(brought)); });
+    auto take = [kept = application](std::vector<std::string> brought, InstanceSocket::Answer answer) {
+        kept->take(std::move(brought), std::move(answer));
+    };
+    socket.serve(contexts.agent, clock, std::move(take));
 }
 
 } // namespace zelvo

@@ -16,7 +16,8 @@ namespace zelvo {
 /// Owns the bus name "dev.zelvo.agent" and exports org.freedesktop.Application at /dev/zelvo/agent. Without a
 /// session bus, if it is silent for 2 s, or if another program has that name, uses a lock and a socket. An
 /// instance on the bus serves that socket too, if the lock is free. URLs go only to a process that runs the
-/// same program: they hold secrets, and any program can take a name.
+/// same program: they hold secrets, and any program can take a name. A later start waits up to 10 s for an
+/// instance that is about to end.
 class LinuxSingleInstance final : public SingleInstance {
 public:
     /// open    opens the session bus
