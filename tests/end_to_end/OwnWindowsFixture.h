@@ -21,7 +21,8 @@ protected:
     /// Lines of JSON that screen_reader.py prints.
     std::vector<json::object> read(std::string const& what, std::vector<std::string> const& arguments = {})
     {
-        std::vector<std::string> command{"/usr/bin/python3", ZELVO_SCREEN_READER, what, std::to_string(agent.pid())};
+        std::vector<std::string> command{"/usr/bin/python3", ZELVO_SCREEN_READER, what,
+                                         std::to_string(agent.pid())};
         command.insert(command.end(), arguments.begin(), arguments.end());
         std::istringstream lines(desktop.run(command));
         std::vector<json::object> all;

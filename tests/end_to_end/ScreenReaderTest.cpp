@@ -38,6 +38,16 @@ TEST_F(ScreenReader, everyControlOfTheMainWindowHasARoleAndAName)
         EXPECT_TRUE(roles.contains(expected)) << expected;
 }
 
+TEST_F(ScreenReader, aPickerSaysWhatItIsForAndWhatIsChosen)
+{
+    openMain();
+
+    json::object const picker = named("Ask me", "combo box");
+
+    EXPECT_EQ(text(picker, "label"), "Commands sent while you were away");
+    EXPECT_EQ(text(picker, "description"), "Ask me");
+}
+
 TEST_F(ScreenReader, theLogIsReadWithTimeAndSource)
 {
     openMain();

@@ -72,9 +72,7 @@ void ActivityRowDelegate::paint(QPainter* painter,
     painter->restore();
 }
 
-void ActivityRowDelegate::paintDay(QPainter& painter,
-                                   QRect const& place,
-                                   QString const& title) const
+void ActivityRowDelegate::paintDay(QPainter& painter, QRect const& place, QString const& title) const
 {
     QFont font = Theme::smallFont();
     font.setWeight(QFont::DemiBold);

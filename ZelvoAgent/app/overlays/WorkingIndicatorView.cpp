@@ -41,10 +41,9 @@ void WorkingIndicatorView::draw()
     auto const display = windows.mainDisplay();
     if (!display)
         return;
-    FrameDrawing::Figure const figure{
-        .display = QSizeF(display->width, display->height) / display->scale,
-        .agent = nameInControl(state.liveAgents()),
-        .isRecording = recording.isRecording()};
+    FrameDrawing::Figure const figure{.display = QSizeF(display->width, display->height) / display->scale,
+                                      .agent = nameInControl(state.liveAgents()),
+                                      .isRecording = recording.isRecording()};
     if (figure == drawn)
         return;
     drawn = figure;

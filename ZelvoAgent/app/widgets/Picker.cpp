@@ -30,6 +30,9 @@ Picker::Picker(QString const& accessibleName, QWidget* parent) : QComboBox(paren
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
+    // A screen reader speaks the label and the description, not the name.
+    QObject::connect(this, &QComboBox::currentTextChanged, this,
+                     [this](QString const& text) { setAccessibleDescription(text); });
 }
 
 void Picker::onChosen(std::function<void(int)> call)

@@ -16,7 +16,7 @@ namespace zelvo {
 class InstanceSocket {
 public:
     static constexpr std::size_t maxMessage = 64u << 10;
-    static constexpr Duration patience = 2s;        ///< with a message that arrives
+    static constexpr Duration patience = 2s;       ///< with a message that arrives
     static constexpr Duration answerPatience = 5s; ///< with an instance that has the message
 
     enum class HandOver {

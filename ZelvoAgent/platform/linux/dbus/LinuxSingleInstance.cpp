@@ -22,7 +22,7 @@ constexpr char const* objectPath = "/dev/zelvo/agent";
 constexpr char const* applicationInterface = "org.freedesktop.Application";
 constexpr std::uint64_t patienceUs = 2'000'000;
 constexpr std::uint64_t answerPatienceUs = 5'000'000; // With an instance that has the call.
-constexpr std::chrono::seconds endPatience{10};        // With an instance that is about to end.
+constexpr std::chrono::seconds endPatience{10};       // With an instance that is about to end.
 constexpr std::chrono::milliseconds retryInterval{50};
 constexpr char const* endingError = "dev.zelvo.agent.Error.Ending";
 constexpr std::uint32_t nameIsOurs = 1;
@@ -109,8 +109,8 @@ HandOver judge(Outcome const& outcome)
 {
     if (outcome.reply || isAny(outcome.error, {SD_BUS_ERROR_TIMEOUT, SD_BUS_ERROR_LIMITS_EXCEEDED}))
         return HandOver::done;
-    if (isAny(outcome.error, {SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER,
-                              SD_BUS_ERROR_DISCONNECTED}))
+    if (isAny(outcome.error,
+              {SD_BUS_ERROR_SERVICE_UNKNOWN, SD_BUS_ERROR_NAME_HAS_NO_OWNER, SD_BUS_ERROR_DISCONNECTED}))
         return HandOver::gone;
     return HandOver::refused;
 }
