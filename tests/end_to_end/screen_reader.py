@@ -8,6 +8,7 @@ Usage:
 """
 import json
 import sys
+import time
 
 import gi
 
@@ -15,15 +16,19 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib
 
 MAX_ELEMENTS = 3000
+PATIENCE = 8  # seconds
 STATES = ("checked", "checkable", "enabled", "expanded", "focusable", "selected", "showing", "visible")
 
 
 def application(pid):
-    desktop = Atspi.get_desktop(0)
-    for place in range(desktop.get_child_count()):
-        one = desktop.get_child_at_index(place)
-        if one and one.get_process_id() == pid:
-            return one
+    due = time.monotonic() + PATIENCE
+    while time.monotonic() < due:
+        desktop = Atspi.get_desktop(0)
+        for place in range(desktop.get_child_count()):
+            one = desktop.get_child_at_index(place)
+            if one and one.get_process_id() == pid:
+                return one
+        time.sleep(0.05)  # It joins the bus a moment after its window is there.
     sys.exit(f"no application with the process {pid} is on the accessibility bus")
 
 

@@ -29,9 +29,11 @@ void ThinScrollBar::paintEvent(QPaintEvent*)
 {
     if (maximum() <= minimum())
         return;
-    double const range = maximum() - minimum() + pageStep();
-    double const top = height() * (value() - minimum()) / range;
-    double const length = height() * pageStep() / range;
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    // Where the style lets it be dragged.
+    QRectF const handle =
+        style()->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this);
     Theme const theme(palette());
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -40,7 +42,7 @@ void ThinScrollBar::paintEvent(QPaintEvent*)
     color.setAlphaF(isSliderDown() || underMouse() ? 0.8F : 0.4F);
     painter.setBrush(color);
     double const radius = (barWidth - 2 * inset) / 2.0;
-    painter.drawRoundedRect(QRectF(inset, top + inset, barWidth - 2 * inset, length - 2 * inset), radius,
+    painter.drawRoundedRect(QRectF(inset, handle.top(), barWidth - 2 * inset, handle.height()), radius,
                             radius);
 }
 
