@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,13 @@ namespace zelvo::test {
 /// The program's own windows, read over the accessibility bus and used with the mouse, like a person does.
 class OwnWindowsFixture : public Commands {
 protected:
+    // Says what a screen reader says when it starts; without it the toolkit publishes nothing.
+    void SetUp() override
+    {
+        desktop.run({"dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
+                     "org.freedesktop.DBus.Properties.Set", "string:org.a11y.Status",
+                     "string:ScreenReaderEnabled", "variant:boolean:true"});
+    }
     std::uint32_t openMain()
     {
         connection = startUnattended();
@@ -24,12 +32,31 @@ protected:
         std::vector<std::string> command{"/usr/bin/python3", ZELVO_SCREEN_READER, what,
                                          std::to_string(agent.pid())};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        std::istringstream lines(desktop.run(command));
+        std::istringstream lines(whatItPrints(command));
         std::vector<json::object> all;
         for (std::string line; std::getline(lines, line);)
             if (line.starts_with('{')) // Libraries print warnings.
                 all.push_back(parseJson(line)->as_object());
         return all;
+    }
+    /// A program joins the bus a moment after its window is there, and a reader that came too early does not
+    /// see it any more.
+    std::string whatItPrints(std::vector<std::string> const& command)
+    {
+        std::string printed;
+        std::string failure;
+        bool const worked = waitFor([&] {
+            try {
+                printed = desktop.run(command);
+                return true;
+            } catch (std::runtime_error const& error) {
+                failure = error.what();
+                return false;
+            }
+        });
+        if (!worked)
+            throw std::runtime_error(failure);
+        return printed;
     }
     static std::string text(json::object const& element, char const* key)
     {

@@ -8,7 +8,6 @@ Usage:
 """
 import json
 import sys
-import time
 
 import gi
 
@@ -16,19 +15,15 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib
 
 MAX_ELEMENTS = 3000
-PATIENCE = 8  # seconds
 STATES = ("checked", "checkable", "enabled", "expanded", "focusable", "selected", "showing", "visible")
 
 
 def application(pid):
-    due = time.monotonic() + PATIENCE
-    while time.monotonic() < due:
-        desktop = Atspi.get_desktop(0)
-        for place in range(desktop.get_child_count()):
-            one = desktop.get_child_at_index(place)
-            if one and one.get_process_id() == pid:
-                return one
-        time.sleep(0.05)  # It joins the bus a moment after its window is there.
+    desktop = Atspi.get_desktop(0)
+    for place in range(desktop.get_child_count()):
+        one = desktop.get_child_at_index(place)
+        if one and one.get_process_id() == pid:
+            return one
     sys.exit(f"no application with the process {pid} is on the accessibility bus")
 
 

@@ -126,6 +126,8 @@ TEST_F(AppDelegateTest, startsItsPartsInTheirOrder)
 
     EXPECT_EQ(calls, Calls({"state", "runtime", "indicator", "hot key", "updates", "link"}));
     EXPECT_EQ(updates.started, 1);
+    platform.time.advance(1s); // Ends the agent's wait.
+    platform.settle();
 }
 
 TEST_F(AppDelegateTest, startsTheClipboardFirst)
