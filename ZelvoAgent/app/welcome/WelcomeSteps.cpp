@@ -35,8 +35,10 @@ int doneCount(Steps const& steps)
 
 std::optional<int> currentId(Steps const& steps)
 {
-    auto const next = std::ranges::find_if_not(steps, &Step::done);
-    return next == steps.end() ? std::nullopt : std::optional(next->id);
+    for (Step const& step : steps)
+        if (!step.done)
+            return step.id;
+    return std::nullopt;
 }
 
 } // namespace zelvo::WelcomeSteps

@@ -6,10 +6,8 @@
 #include <optional>
 #include <string_view>
 
-namespace zelvo {
-
 /// The three things that the program needs before an agent can work. Pure.
-namespace WelcomeSteps {
+namespace zelvo::WelcomeSteps {
 
 struct Step {
     int id = 0; ///< from 1
@@ -28,6 +26,4 @@ int doneCount(Steps const& steps);
 /// The first step that is not done.
 std::optional<int> currentId(Steps const& steps);
 
-} // namespace WelcomeSteps
-
-} // namespace zelvo
+} // namespace zelvo::WelcomeSteps
