@@ -36,14 +36,14 @@ FoldersRow::FoldersRow(AppServices const& services, QWidget* parent)
 
 void FoldersRow::refresh()
 {
-    change([](FolderAccessStore&) -> Task<bool> { co_return true; });
+    change([]() -> Task<bool> { co_return true; });
 }
 
-void FoldersRow::change(std::function<Task<bool>(FolderAccessStore&)> work)
+void FoldersRow::change(std::function<Task<bool>()> work)
 {
     spawn(services.contexts.main,
           [this, weak = std::weak_ptr(alive), &store = services.parts.folders, work]() -> Task<> {
-              bool const isDone = co_await work(store);
+              bool const isDone = co_await work();
               std::vector<std::string> const stored = co_await store.list();
               if (weak.expired())
                   co_return; // The window was closed meanwhile.
@@ -112,12 +112,12 @@ void FoldersRow::choose()
 
 void FoldersRow::add(std::string folder)
 {
-    change([folder = std::move(folder)](FolderAccessStore& store) { return store.add(folder); });
+    change([&store = services.parts.folders, folder = std::move(folder)] { return store.add(folder); });
 }
 
 void FoldersRow::remove(std::string folder)
 {
-    change([folder = std::move(folder)](FolderAccessStore& store) -> Task<bool> {
+    change([&store = services.parts.folders, folder = std::move(folder)]() -> Task<bool> {
         co_await store.remove(folder);
         co_return true;
     });

@@ -30,7 +30,7 @@ private:
     void add(std::string folder);
     void remove(std::string folder);
     /// Runs a change, then shows the list that is stored.
-    void change(std::function<Task<bool>(FolderAccessStore&)> work);
+    void change(std::function<Task<bool>()> work);
 
     AppServices const& services;
     std::optional<std::vector<std::string>> shown;

@@ -42,10 +42,10 @@ MainWindow::MainWindow(AppServices const& services)
     setMinimumSize(leastSize);
     restoreSize();
     auto const soon = [this] { refreshSoon(); };
-    following.push_back(services.parts.state.changed.connect(soon));
-    following.push_back(services.parts.recording.state().changed.connect(soon));
-    following.push_back(services.parts.queue.policyChanged.connect(soon));
-    following.push_back(services.updates.changed.connect(soon));
+    following.emplace_back(services.parts.state.changed.connect(soon));
+    following.emplace_back(services.parts.recording.state().changed.connect(soon));
+    following.emplace_back(services.parts.queue.policyChanged.connect(soon));
+    following.emplace_back(services.updates.changed.connect(soon));
 }
 
 void MainWindow::restoreSize()

@@ -8,6 +8,17 @@
 
 namespace zelvo {
 
+namespace {
+
+std::string_view symbolOf(AgentStatus::Action action)
+{
+    if (action == AgentStatus::Action::pause)
+        return "pause.fill";
+    return action == AgentStatus::Action::resume ? "play.fill" : "";
+}
+
+} // namespace
+
 StatusButton::StatusButton(AppServices const& services, bool showsKey, QWidget* parent)
     : QWidget(parent), services(services), showsKey(showsKey),
       button(new Button(QString(), Button::Kind::primary, this))
@@ -27,9 +38,7 @@ void StatusButton::setStatus(AgentStatus const& status)
     if (!label || isSame)
         return;
     button->setLabel(toQString(*label));
-    button->setSymbol(action == AgentStatus::Action::pause    ? "pause.fill"
-                      : action == AgentStatus::Action::resume ? "play.fill"
-                                                              : "");
+    button->setSymbol(symbolOf(action));
     bool const namesKey = showsKey && status.showsPauseShortcut();
     button->setTrailingText(namesKey ? worded("main.pauseShortcut") : QString());
 }

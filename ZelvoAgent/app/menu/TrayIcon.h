@@ -23,8 +23,8 @@ public:
     ~TrayIcon();
 
     /// Whether the desktop has a tray, and the colour that the tray wants for icons of one colour.
-    void setTray(bool isPresent, std::optional<QColor> foreground);
-    void setState(ZelvoMark::State state, bool isRecording, QString const& toolTip);
+    void setTray(bool isPresent, std::optional<QColor> wanted);
+    void setState(ZelvoMark::State next, bool records, QString const& text);
     /// The icon in the tray; null without a tray.
     QSystemTrayIcon* shown() const { return icon.get(); }
     /// The desktop's palette changed.

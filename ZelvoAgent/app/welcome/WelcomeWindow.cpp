@@ -39,7 +39,7 @@ WelcomeWindow::WelcomeWindow(AppServices const& services)
       permissions(
           services.platform.access(), services.contexts, services.platform.clock(), [this] { followSoon(); })
 {
-    following.push_back(services.parts.state.changed.connect([this] { followSoon(); }));
+    following.emplace_back(services.parts.state.changed.connect([this] { followSoon(); }));
 }
 
 void WelcomeWindow::closeEvent(QCloseEvent* event)
