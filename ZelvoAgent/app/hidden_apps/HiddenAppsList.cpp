@@ -49,17 +49,22 @@ namedOnWorkers(Workspace& workspace, std::set<std::string> const& hidden, std::i
     return all;
 }
 
+Task<HiddenAppsSnapshot>
+readAll(HiddenAppsStore* store, Workspace* workspace, Executor workers, std::int32_t ownPid)
+{
+    std::set<std::string> hidden = co_await store->bundleIds();
+    auto const name = [workspace, hidden = std::move(hidden), ownPid] {
+        return namedOnWorkers(*workspace, hidden, ownPid);
+    };
+    co_return co_await on(workers, name);
+}
+
 } // namespace
 
 Task<HiddenAppsSnapshot> readHiddenApps(AppServices const& services)
 {
-    Workspace& workspace = services.platform.workspace();
-    std::int32_t const ownPid = services.platform.facts().ownPid();
-    Executor const workers = services.contexts.workers;
-    std::set<std::string> hidden = co_await services.parts.hiddenApps.bundleIds();
-    co_return co_await on(workers, [&workspace, hidden = std::move(hidden), ownPid] {
-        return namedOnWorkers(workspace, hidden, ownPid);
-    });
+    return readAll(&services.parts.hiddenApps, &services.platform.workspace(), services.contexts.workers,
+                   services.platform.facts().ownPid());
 }
 
 void hideFromAgents(AppServices const& services,

@@ -11,7 +11,7 @@ namespace zelvo {
 /// One platform that may use this computer: its name, what it may do, and a menu. Thread: main.
 class ConnectionCard final : public QWidget {
 public:
-    ConnectionCard(GrantedConnection connection, AppServices const& services, QWidget* parent);
+    ConnectionCard(GrantedConnection granted, AppServices const& services, QWidget* parent);
 
 private:
     QMenu* newMenu();

@@ -82,11 +82,17 @@ void Button::setTrailingText(QString const& text)
     update();
 }
 
+int Button::side() const
+{
+    if (kind == Kind::link)
+        return linkSides;
+    return kind == Kind::chip ? narrowSides : wideSides;
+}
+
 int Button::sides() const
 {
-    int const beside = kind == Kind::link ? linkSides : kind == Kind::chip ? narrowSides : wideSides;
     int const before = symbol.empty() ? 0 : Symbol::size + spacing::small;
-    return 2 * beside + before;
+    return 2 * side() + before;
 }
 
 int Button::widestWord() const
@@ -148,29 +154,37 @@ QColor Button::letterColor() const
     return palette().windowText().color();
 }
 
-void Button::drawFrame(QPainter& painter) const
+QColor Button::groundColor() const
 {
     Theme const theme(palette());
+    bool const isTouched = isEnabled() && (isDown() || underMouse());
+    if (kind == Kind::primary) {
+        if (!isEnabled())
+            return theme.line;
+        int const darkening = isDown() ? 130 : 115; // Percent.
+        return isTouched ? theme.accent.darker(theme.dark ? 90 : darkening) : theme.accent;
+    }
+    if (isTouched && kind != Kind::link)
+        return isDown() ? theme.line.darker(theme.dark ? 85 : 110) : theme.line;
+    return kind == Kind::chip && isChecked() ? theme.line : QColor(Qt::transparent);
+}
+
+QColor Button::lineColor() const
+{
+    Theme const theme(palette());
+    if (hasFocus())
+        return kind == Kind::primary ? palette().windowText().color() : theme.accent;
+    if (kind == Kind::primary)
+        return groundColor();
+    return kind == Kind::secondary ? theme.line : QColor(Qt::transparent);
+}
+
+void Button::drawFrame(QPainter& painter) const
+{
     double const inset = frameWidth / 2;
     QRectF const frame = QRectF(rect()).adjusted(inset, inset, -inset, -inset);
-    QColor ground = Qt::transparent;
-    QColor line = Qt::transparent;
-    if (kind == Kind::primary)
-        ground = line = isEnabled() ? theme.accent : theme.line;
-    else if (kind == Kind::secondary)
-        line = theme.line;
-    else if (kind == Kind::chip && isChecked())
-        ground = theme.line;
-    if (isEnabled() && (isDown() || underMouse())) {
-        if (kind == Kind::primary)
-            ground = line = theme.accent.darker(theme.dark ? 90 : isDown() ? 130 : 115);
-        else if (kind != Kind::link)
-            ground = isDown() ? theme.line.darker(theme.dark ? 85 : 110) : theme.line;
-    }
-    if (hasFocus())
-        line = kind == Kind::primary ? palette().windowText().color() : theme.accent;
-    painter.setBrush(ground);
-    painter.setPen(QPen(line, frameWidth));
+    painter.setBrush(groundColor());
+    painter.setPen(QPen(lineColor(), frameWidth));
     double const radius = kind == Kind::chip ? std::min(frame.height() / 2, 14.0) : spacing::buttonRadius;
     painter.drawRoundedRect(frame, radius, radius);
 }
@@ -181,8 +195,7 @@ void Button::paintEvent(QPaintEvent*)
     painter.setRenderHint(QPainter::Antialiasing);
     drawFrame(painter);
 
-    int const beside = kind == Kind::link ? linkSides : kind == Kind::chip ? narrowSides : wideSides;
-    QRect room = rect().adjusted(beside, 0, -beside, 0);
+    QRect room = rect().adjusted(side(), 0, -side(), 0);
     QColor const letters = letterColor();
     if (!symbol.empty()) {
         QRectF const place(room.left(), room.center().y() - Symbol::size / 2.0 + 0.5, Symbol::size,
@@ -195,9 +208,9 @@ void Button::paintEvent(QPaintEvent*)
         painter.setFont(Theme::smallFont());
         bool const isStacked = stacks(width());
         QRect const place = isStacked ? room.adjusted(0, 0, 0, -above) : room;
-        auto const alignment =
+        Qt::Alignment const alignment =
             isStacked ? Qt::AlignLeading | Qt::AlignBottom : Qt::AlignTrailing | Qt::AlignVCenter;
-        painter.drawText(place, alignment | Qt::TextSingleLine, trailing);
+        painter.drawText(place, static_cast<int>(alignment.toInt()) | Qt::TextSingleLine, trailing);
         if (isStacked)
             room.setBottom(room.bottom() - QFontMetrics(Theme::smallFont()).height());
         else
@@ -207,9 +220,8 @@ void Button::paintEvent(QPaintEvent*)
     bool const underlines = window()->property(showsMnemonics).toBool();
     int const mnemonic = underlines ? Qt::TextShowMnemonic : Qt::TextHideMnemonic;
     bool const leads = !symbol.empty() || !trailing.isEmpty();
-    painter.drawText(
-        room, (leads ? Qt::AlignLeading : Qt::AlignHCenter) | Qt::AlignVCenter | Qt::TextWordWrap | mnemonic,
-        text());
+    Qt::Alignment const alignment = (leads ? Qt::AlignLeading : Qt::AlignHCenter) | Qt::AlignVCenter;
+    painter.drawText(room, static_cast<int>(alignment.toInt()) | Qt::TextWordWrap | mnemonic, text());
 }
 
 void Button::enterEvent(QEnterEvent* event)

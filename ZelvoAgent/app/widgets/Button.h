@@ -44,6 +44,7 @@ protected:
     void leaveEvent(QEvent* event) override;
 
 private:
+    int side() const;
     int sides() const;
     int widestWord() const;
     int trailingWidth() const;
@@ -51,6 +52,8 @@ private:
     bool stacks(int width) const;
     void drawFrame(QPainter& painter) const;
     QColor letterColor() const;
+    QColor groundColor() const;
+    QColor lineColor() const;
 
     Kind const kind;
     QString plain;
