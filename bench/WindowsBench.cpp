@@ -107,9 +107,9 @@ double processorTime(AgentStage& stage)
 /// Milliseconds of processor time in ten seconds without a command.
 double restingTime(AgentStage& stage)
 {
-    std::this_thread::sleep_for(std::chrono::seconds(3));
+    std::this_thread::sleep_for(std::chrono::seconds(3)); // The start, or a window's end, is not measured.
     double const before = processorTime(stage);
-    std::this_thread::sleep_for(std::chrono::seconds(10));
+    std::this_thread::sleep_for(std::chrono::seconds(10)); // The measured time.
     return (processorTime(stage) - before) * 1000;
 }
 

@@ -17,8 +17,8 @@ namespace zelvo {
 namespace {
 
 constexpr double pointsPerSecond = 2400;
-constexpr std::chrono::duration<double> shortestTravel{0.06};
-constexpr std::chrono::duration<double> longestTravel{0.24};
+constexpr std::chrono::duration<double> minTravel{0.06};
+constexpr std::chrono::duration<double> maxTravel{0.24};
 constexpr auto appearing = 120ms;
 constexpr auto disappearing = 300ms;
 constexpr auto gone = 350ms; // A little after the last frame.
@@ -30,7 +30,7 @@ constexpr std::int64_t maxDragMs = std::numeric_limits<std::int32_t>::max();
 Duration travelTime(DesktopPoint from, DesktopPoint to)
 {
     std::chrono::duration<double> const wanted{std::hypot(to.x - from.x, to.y - from.y) / pointsPerSecond};
-    return std::chrono::duration_cast<Duration>(std::clamp(wanted, shortestTravel, longestTravel));
+    return std::chrono::duration_cast<Duration>(std::clamp(wanted, minTravel, maxTravel));
 }
 
 } // namespace

@@ -26,7 +26,7 @@ struct AgentStatus {
 
     /// The label of the button for `action`.
     std::optional<std::string> actionTitle() const;
-    /// Whether the button stands for what the pause key does.
+    /// Whether the button does the same as the pause key.
     bool showsPauseShortcut() const { return action == Action::pause || action == Action::resume; }
 };
 

@@ -6,7 +6,7 @@
 
 namespace zelvo {
 
-/// What a person is told about a missing permission, in their language.
+/// Why a permission is missing and what helps, in the person's language.
 struct PermissionHelp {
     std::string cause;
     std::string cure;

@@ -48,7 +48,7 @@ public:
 bool appears(fs::path const& file)
 {
     for (int i = 0; i < 100 && !fs::exists(file); ++i)
-        std::this_thread::sleep_for(100ms);
+        std::this_thread::sleep_for(100ms); // A process that is not our child writes it.
     return fs::exists(file);
 }
 

@@ -147,6 +147,8 @@ public:
     /// False once there was enough time for either.
     bool waitForNext() const
     {
+        // No event reports that the other instance serves, or has ended, and this start has nothing else to
+        // do.
         std::this_thread::sleep_for(retryInterval);
         return std::chrono::steady_clock::now() < end;
     }

@@ -67,7 +67,7 @@ bool moveToTrash(fs::path const& file, fs::path const& dataHome)
             continue;
         if (!reserved)
             return false;
-        bool const isTaken = isThere(files / name); // By a program that ignores the specification.
+        bool const isTaken = isThere(files / name); // By a file without an information file.
         if (!isTaken && files::writeAll(reserved.get(), content) &&
             ::rename(file.c_str(), (files / name).c_str()) == 0)
             return true;
