@@ -6,10 +6,7 @@
 #include "base/LocalizedTexts.h"
 
 #include <QHBoxLayout>
-#include <QMouseEvent>
 #include <QVBoxLayout>
-
-#include <utility>
 
 namespace zelvo {
 
@@ -32,17 +29,15 @@ QString noteOf(AgentScope scope)
 } // namespace
 
 ScopeRow::ScopeRow(AgentScope scope, int width, std::function<void(bool)> onTurned, QWidget* parent)
-    : QWidget(parent)
+    : ToggleRow(QString::fromStdString(title(scope)), noteOf(scope), parent)
 {
-    QString const name = QString::fromStdString(title(scope));
-    QString const note = noteOf(scope);
-    button = new SwitchButton(name, this);
-    button->setAccessibleDescription(note);
+    QString const name = toggle->accessibleName();
+    QString const note = toggle->accessibleDescription();
     // A link without the right to see the screen is impossible, so that right cannot be refused alone.
-    button->setEnabled(scope != AgentScope::screen);
-    QObject::connect(button, &QCheckBox::clicked, this, std::move(onTurned));
+    toggle->setEnabled(scope != AgentScope::screen);
+    QObject::connect(toggle, &QCheckBox::clicked, this, std::move(onTurned));
 
-    int const textWidth = width - gap - button->sizeHint().width();
+    int const textWidth = width - gap - toggle->sizeHint().width();
     auto* const words = new QVBoxLayout;
     words->setSpacing(2);
     words->addWidget(new WrappedLabel(name, font(), textWidth, this));
@@ -57,37 +52,25 @@ ScopeRow::ScopeRow(AgentScope scope, int width, std::function<void(bool)> onTurn
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(gap);
     row->addLayout(words);
-    row->addWidget(button, 0, Qt::AlignVCenter);
+    row->addWidget(toggle, 0, Qt::AlignVCenter);
 }
 
 void ScopeRow::setOn(bool on)
 {
-    button->setChecked(on);
+    toggle->setChecked(on);
 }
 
 bool ScopeRow::takeFocus()
 {
-    if (!button->isEnabled())
+    if (!toggle->isEnabled())
         return false;
-    button->setFocus(Qt::TabFocusReason);
+    toggle->setFocus(Qt::TabFocusReason);
     return true;
 }
 
 bool ScopeRow::hasFocusWhileOff() const
 {
-    return button->hasFocus() && !button->isChecked();
-}
-
-void ScopeRow::mousePressEvent(QMouseEvent* event)
-{
-    isPressed = event->button() == Qt::LeftButton;
-}
-
-void ScopeRow::mouseReleaseEvent(QMouseEvent* event)
-{
-    if (event->button() == Qt::LeftButton && std::exchange(isPressed, false) &&
-        rect().contains(event->position().toPoint()))
-        button->click();
+    return toggle->hasFocus() && !toggle->isChecked();
 }
 
 } // namespace zelvo

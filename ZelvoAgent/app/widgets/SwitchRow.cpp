@@ -5,7 +5,6 @@
 #include "app/widgets/TextLabel.h"
 
 #include <QHBoxLayout>
-#include <QMouseEvent>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -13,9 +12,8 @@
 namespace zelvo {
 
 SwitchRow::SwitchRow(QString const& name, QString const& note, QWidget* parent)
-    : QWidget(parent), toggle(new SwitchButton(name, this))
+    : ToggleRow(name, note, parent)
 {
-    toggle->setAccessibleDescription(note);
     auto* const words = new QVBoxLayout;
     words->setSpacing(2);
     words->addWidget(new TextLabel(name, TextLabel::Size::normal, TextLabel::Tone::primary, this));
@@ -42,18 +40,6 @@ void SwitchRow::setOn(bool on)
 bool SwitchRow::isOn() const
 {
     return toggle->isChecked();
-}
-
-void SwitchRow::mousePressEvent(QMouseEvent* event)
-{
-    isPressed = event->button() == Qt::LeftButton;
-}
-
-void SwitchRow::mouseReleaseEvent(QMouseEvent* event)
-{
-    if (event->button() == Qt::LeftButton && std::exchange(isPressed, false) &&
-        rect().contains(event->position().toPoint()))
-        toggle->click();
 }
 
 } // namespace zelvo
