@@ -2,6 +2,7 @@
 
 #include "base/Hop.h"
 #include "drivers/ImageEncoder.h"
+#include "drivers/ScreenRegion.h"
 #include "platform/RunningApplication.h"
 #include "wire/AgentError.h"
 
@@ -64,26 +65,45 @@ PictureSize PictureSize::of(DisplayGeometry const& geometry, std::optional<std::
     return {bounded(width), bounded(height)};
 }
 
+PictureSize PictureSize::of(DisplayPart const& part, std::optional<std::int64_t> maxWidth)
+{
+    auto const width = static_cast<double>(std::min<std::int64_t>(part.width, maxWidth.value_or(part.width)));
+    // A flat part keeps a row of pixels.
+    return {bounded(width), std::max(1, bounded(part.height * width / part.width))};
+}
+
 ScreenCapture::ScreenCapture(Contexts contexts, ScreenSource& source, HiddenAppsStore& hiddenApps)
     : contexts(std::move(contexts)), source(source), hiddenApps(hiddenApps)
 {
 }
 
-DisplayGeometry ScreenCapture::displayGeometry()
+Display ScreenCapture::mainDisplay()
 {
     std::vector<Display> const screens = source.screens();
     if (screens.empty())
         throw AgentError::machineUnavailable;
-    return DisplayGeometry::of(screens.front());
+    return screens.front();
+}
+
+DisplayGeometry ScreenCapture::displayGeometry()
+{
+    return DisplayGeometry::of(mainDisplay());
 }
 
 Task<CapturedImage> ScreenCapture::capture(ScreenshotOptions options)
 {
-    DisplayGeometry const geometry = displayGeometry();
+    Display const display = mainDisplay();
+    DisplayGeometry const geometry = DisplayGeometry::of(display);
+    std::optional<ScreenRegion> region;
+    if (options.region)
+        region = ScreenRegion::of(display, *options.region);
     std::vector<Display> const displays = co_await source.capturableDisplays();
-    PictureSize const size = PictureSize::of(geometry, options.maxWidth);
+    PictureSize const size = region ? PictureSize::of(region->pixels, options.maxWidth)
+                                    : PictureSize::of(geometry, options.maxWidth);
     CaptureRequest request;
     request.display = chosenDisplay(displays, geometry.displayId);
+    if (region)
+        request.part = region->pixels;
     request.width = size.width;
     request.height = size.height;
     request.excluded = co_await excludedApplications();
@@ -95,6 +115,8 @@ Task<CapturedImage> ScreenCapture::capture(ScreenshotOptions options)
     image.imageWidth = picture.width;
     image.imageHeight = picture.height;
     image.geometry = geometry;
+    if (region)
+        image.region = region->points;
     co_return image;
 }
 

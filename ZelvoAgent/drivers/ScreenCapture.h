@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "base/Geometry.h"
 #include "drivers/HiddenAppsStore.h"
 #include "platform/ScreenSource.h"
 #include "wire/records/Heartbeat.h"
@@ -31,6 +32,8 @@ struct ScreenshotOptions {
     ImageFormat format = ImageFormat::jpeg;
     std::int64_t quality = 80;            ///< for JPEG
     std::optional<std::int64_t> maxWidth; ///< limit of the picture's width in pixels
+    std::optional<DesktopRect> region =
+        {}; ///< what to show, at full resolution; nullopt for the whole display
 };
 
 struct CapturedImage {
@@ -39,11 +42,13 @@ struct CapturedImage {
     std::int64_t imageWidth = 0; ///< pixels
     std::int64_t imageHeight = 0;
     DisplayGeometry geometry;
+    std::optional<DesktopRect> region = {}; ///< what it shows, if a region was asked for
 
     /// Picture pixels per display point. Agents divide picture coordinates by it.
     double scale() const
     {
-        return static_cast<double>(imageWidth) / static_cast<double>(geometry.widthPoints);
+        return static_cast<double>(imageWidth) /
+               (region ? region->width : static_cast<double>(geometry.widthPoints));
     }
 };
 
@@ -55,25 +60,31 @@ public:
 
     /// Throws AgentError::machineUnavailable if there is no screen.
     DisplayGeometry displayGeometry();
-    /// Throws AgentError::permissionMissing if no display may be captured, or the system's failure.
+    /// Throws AgentError::permissionMissing if no display may be captured, AgentError::invalidRequest if no
+    /// pixel of the display is in the region, or the system's failure.
     Task<CapturedImage> capture(ScreenshotOptions options);
 
     /// The identifiers to leave out: this program's and the hidden ones, read again at each call.
     Task<std::set<std::string>> excludedApplications();
 
 private:
+    Display mainDisplay();
+
     Contexts contexts;
     ScreenSource& source;
     HiddenAppsStore& hiddenApps;
 };
 
-/// The size of a picture: at most as wide as the display in points; `maxWidth` can only shrink it.
+/// The size of a picture: of the whole display, at most as wide as that is in points; `maxWidth` can only
+/// shrink it.
 struct PictureSize {
     int width = 0;
     int height = 0;
     bool operator==(PictureSize const&) const = default;
 
     static PictureSize of(DisplayGeometry const& geometry, std::optional<std::int64_t> maxWidth);
+    /// A pixel for each pixel of the part, unless `maxWidth` shrinks it.
+    static PictureSize of(DisplayPart const& part, std::optional<std::int64_t> maxWidth);
 };
 
 } // namespace zelvo

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,13 +21,24 @@ struct Display {
     bool operator==(Display const&) const = default;
 };
 
+/// A part of a display, in the display's pixels from its top left.
+struct DisplayPart {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    bool operator==(DisplayPart const&) const = default;
+};
+
 struct CaptureRequest {
     std::uint32_t display = 0;
-    /// Size of the result in pixels; the whole display is scaled to it.
+    /// Size of the result in pixels; the display, or its part, is scaled to it.
     int width = 0;
     int height = 0;
     /// Identifiers of applications. No pixel of their windows is ever read.
     std::set<std::string> excluded;
+    /// nullopt for the whole display. Pixels outside of it are not read.
+    std::optional<DisplayPart> part = {};
 };
 
 /// BGRX, 8 bits each, top row first. The pixels may be memory of the screen system: do not keep them.
@@ -52,7 +64,8 @@ public:
     virtual std::vector<Display> screens() = 0;
     /// The displays that may be captured; empty if capturing is refused.
     virtual Task<std::vector<Display>> capturableDisplays() = 0;
-    /// One picture, including the mouse pointer. Throws ScreenFailure, also for a width or height below 1.
+    /// One picture, including the mouse pointer. Throws ScreenFailure, also for a width or height below 1 and
+    /// for a part that is not on the display.
     virtual Task<Picture> capture(CaptureRequest request) = 0;
     /// Adds an observer that is called on the main executor when screens or their sizes change. Added at
     /// start and never removed.

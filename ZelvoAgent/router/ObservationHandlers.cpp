@@ -11,6 +11,21 @@ namespace {
 
 constexpr std::int64_t defaultQuality = 80;
 
+/// Throws AgentError::invalidRequest for an object that is no region.
+std::optional<DesktopRect> regionIn(json::object const& params)
+{
+    json::object const* const region = read::object(params, "region");
+    if (!region)
+        return std::nullopt;
+    auto const side = [&](char const* key) {
+        auto const value = read::number(*region, key);
+        if (!value)
+            throw AgentError::invalidRequest;
+        return *value;
+    };
+    return DesktopRect{.x = side("x"), .y = side("y"), .width = side("w"), .height = side("h")};
+}
+
 ScreenshotOptions screenshotOptions(json::object const& params)
 {
     ScreenshotOptions options;
@@ -18,7 +33,16 @@ ScreenshotOptions screenshotOptions(json::object const& params)
         options.format = ScreenshotOptions::ImageFormat::png;
     options.quality = read::integer(params, "quality").value_or(defaultQuality);
     options.maxWidth = read::integer(params, "maxWidth");
+    options.region = regionIn(params);
     return options;
+}
+
+std::optional<records::ElementFrame> regionOf(CapturedImage const& image)
+{
+    if (!image.region)
+        return std::nullopt;
+    DesktopRect const& shown = *image.region;
+    return records::ElementFrame{.x = shown.x, .y = shown.y, .w = shown.width, .h = shown.height};
 }
 
 /// A text may be long: it is made in its place.
@@ -28,6 +52,7 @@ json::value screenshotResult(CapturedImage const& image)
                                .imageHeight = image.imageHeight,
                                .imageWidth = image.imageWidth,
                                .mime = std::string(image.mime),
+                               .region = regionOf(image),
                                .scale = image.scale(),
                                .widthPoints = image.geometry.widthPoints};
     result.data.resize(base64::encodedLength(image.data.size()));
@@ -93,8 +118,9 @@ Task<json::value> ObservationHandlers::displayInfo(Admission)
 
 Task<json::value> ObservationHandlers::screenshot(Admission admission)
 {
+    ScreenshotOptions const options = screenshotOptions(admission.frame.params);
     co_await services.recorder.agentLooked();
-    CapturedImage const image = co_await capture(screenshotOptions(admission.frame.params));
+    CapturedImage const image = co_await capture(options);
     json::value result = co_await on(services.contexts.workers, [&] { return screenshotResult(image); });
     co_await logLooked(admission.frame.connectionId, admission.loggedAgentName());
     co_return result;

@@ -117,6 +117,15 @@ BOOST_DESCRIBE_STRUCT(Action,
                        elementId,
                        snapshotId))
 
+struct ElementFrame {
+    double x{};
+    double y{};
+    double w{};
+    double h{};
+    bool operator==(ElementFrame const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(ElementFrame, (), (x, y, w, h))
+
 struct ScreenshotRequest {
     ScreenshotRequestFormat format{};
     std::optional<std::int64_t> maxWidth;
@@ -132,11 +141,14 @@ struct Screenshot {
     std::int64_t imageHeight{};
     std::int64_t imageWidth{};
     std::string mime;
+    std::optional<ElementFrame> region; ///< an addition of our own
     double scale{};
     std::int64_t widthPoints{};
     bool operator==(Screenshot const&) const = default;
 };
-BOOST_DESCRIBE_STRUCT(Screenshot, (), (data, heightPoints, imageHeight, imageWidth, mime, scale, widthPoints))
+BOOST_DESCRIBE_STRUCT(Screenshot,
+                      (),
+                      (data, heightPoints, imageHeight, imageWidth, mime, region, scale, widthPoints))
 
 struct UITreeRequest {
     UITreeRequestFormat format{};
@@ -152,15 +164,6 @@ struct AppClass {
     bool operator==(AppClass const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(AppClass, (), (bundleId, name))
-
-struct ElementFrame {
-    double x{};
-    double y{};
-    double w{};
-    double h{};
-    bool operator==(ElementFrame const&) const = default;
-};
-BOOST_DESCRIBE_STRUCT(ElementFrame, (), (x, y, w, h))
 
 struct UIElement {
     std::vector<std::string> actions;

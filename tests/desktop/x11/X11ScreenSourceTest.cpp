@@ -109,6 +109,57 @@ TEST(X11ScreenSource, composesOnASmallerScreenToo)
     EXPECT_EQ(differences(picture, screen, stage.desktopCorner), 0u);
 }
 
+/// The part of a picture, pixel by pixel.
+Picture cutOut(Picture const& whole, DisplayPart const& part)
+{
+    Picture cut{.width = part.width, .height = part.height, .stride = part.width * 4};
+    cut.pixels = PixelBuffer(static_cast<std::size_t>(cut.stride) * static_cast<std::size_t>(cut.height));
+    for (int y = 0; y < part.height; ++y)
+        std::copy_n(whole.pixels.data() + (part.y + y) * whole.stride + part.x * 4, cut.stride,
+                    cut.pixels.data() + y * cut.stride);
+    return cut;
+}
+
+Picture takePart(CaptureDesktop& stage, DisplayPart const& part, std::set<std::string> excluded)
+{
+    CaptureRequest request{.display = stage.layout->current().displayId,
+                           .width = part.width,
+                           .height = part.height,
+                           .excluded = std::move(excluded),
+                           .part = part};
+    return stage.live.run(stage.source->capture(std::move(request)));
+}
+
+TEST(X11ScreenSource, givesAPartAsItIsInTheWhole)
+{
+    CaptureDesktop stage;
+    Crowd crowd(stage);
+    Picture const screen = stage.settledScreen();
+    PainterProcess secret(stage.desktop, stage.desktop.home() / "bin" / "secret");
+
+    for (bool const hides : {false, true}) {
+        if (hides)
+            secret.open(
+                {.x = 50, .y = 50, .width = 1200, .height = 600, .color = planted, .overrideRedirect = true});
+        // The last one is at two edges of the screen, where windows end outside of it.
+        for (DisplayPart const& part : {DisplayPart{90, 80, 700, 500}, DisplayPart{951, 203, 1, 1},
+                                        DisplayPart{0, 400, 50, 400}, DisplayPart{1700, 0, 220, 300}}) {
+            Picture const picture = takePart(stage, part, {"secret"});
+            EXPECT_EQ(countOf(picture, planted), 0u) << part.x;
+            EXPECT_EQ(differences(picture, cutOut(screen, part)), 0u) << part.x << " " << hides;
+        }
+    }
+}
+
+TEST(X11ScreenSource, refusesAPartThatIsNotOnTheDisplay)
+{
+    CaptureDesktop stage;
+    EXPECT_EQ(takePart(stage, {1900, 1070, 20, 10}, {}).width, 20);
+    for (DisplayPart const& part : {DisplayPart{1901, 0, 20, 10}, DisplayPart{0, 1071, 20, 10},
+                                    DisplayPart{-1, 0, 20, 10}, DisplayPart{5000, 0, 20, 10}})
+        EXPECT_THROW(takePart(stage, part, {}), ScreenFailure) << part.x;
+}
+
 TEST(X11ScreenSource, leavesOutThisProgramsOwnWindows)
 {
     CaptureDesktop stage;

@@ -47,7 +47,7 @@ private:
                      std::string const& pointer)
     {
         static std::set<std::string, std::less<>> const optional = {
-            "app", "compact", "title", "subrole", "description", "value", "identifier", "details"};
+            "app", "compact", "title", "subrole", "region", "description", "value", "identifier", "details"};
         if (isSaidByAgent && !optional.contains(key)) {
             json::object without = object;
             without.erase(key);

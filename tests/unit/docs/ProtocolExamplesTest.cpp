@@ -28,6 +28,7 @@ std::map<std::string, Optional> const& optionals()
         {"screenshot format", {{{"maxWidth", 16}}, "png"}},
         {"screenshot quality", {{{"maxWidth", 16}}, 5}},
         {"screenshot maxWidth", {{{"format", "png"}}, 16}},
+        {"screenshot region", {{}, json::object{{"x", 0}, {"y", 0}, {"w", 32}, {"h", 18}}}},
         {"ui.tree scope", {{}, "menu_bar"}},
         {"ui.tree interactiveOnly", {{}, false}},
         {"ui.tree format", {{}, "json"}},

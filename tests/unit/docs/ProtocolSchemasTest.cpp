@@ -70,7 +70,11 @@ void addOthers(std::vector<Instance>& all)
     auto const add = [&](char const* reference, char const* text) {
         all.push_back({reference, *parseJson(text)});
     };
-    add("observation.json#/$defs/screenshot.params", R"({"format": "jpeg", "quality": 80, "maxWidth": 800})");
+    add("observation.json#/$defs/screenshot.params",
+        R"({"format": "jpeg", "quality": 80, "maxWidth": 800, "region": {"x": 0, "y": 1.5, "w": 20, "h": 10}})");
+    add("observation.json#/$defs/screenshot.result",
+        R"({"mime": "image/png", "data": "AAAA", "imageWidth": 20, "imageHeight": 10, "widthPoints": 1600,
+            "heightPoints": 900, "scale": 1, "region": {"x": 0, "y": 1, "w": 20, "h": 10}})");
     add("observation.json#/$defs/element",
         R"({"id": "e1", "role": "AXTextField", "frame": {"x": 1, "y": 2.5, "w": 3, "h": 4}, "enabled": false,
             "focused": true, "actions": [], "title": "Find", "subrole": "AXSearchField", "description": "a",

@@ -157,6 +157,42 @@ TEST_F(ScreenCaptureTest, leavesOutThisProgramAndTheHiddenApplications)
     EXPECT_EQ(asked().excluded, std::set<std::string>{"dev.zelvo.agent"});
 }
 
+TEST(PictureSize, ofAPartHasAllOfItsPixels)
+{
+    EXPECT_EQ(PictureSize::of(DisplayPart{5, 5, 300, 200}, std::nullopt), (PictureSize{300, 200}));
+    EXPECT_EQ(PictureSize::of(DisplayPart{5, 5, 300, 200}, 400), (PictureSize{300, 200}));
+    EXPECT_EQ(PictureSize::of(DisplayPart{5, 5, 300, 200}, 30), (PictureSize{30, 20}));
+    EXPECT_EQ(PictureSize::of(DisplayPart{0, 0, 1000, 1}, 10), (PictureSize{10, 1}));
+}
+
+TEST_F(ScreenCaptureTest, takesARegionAtFullResolution)
+{
+    platform.screenSource.attached = {{.id = 9, .widthPoints = 800, .heightPoints = 600, .scaleFactor = 2}};
+
+    CapturedImage const image = take({.maxWidth = {}, .region = DesktopRect{700, 100, 200, 50}});
+
+    EXPECT_EQ(asked().display, 9u);
+    EXPECT_EQ(asked().part, (DisplayPart{1400, 200, 200, 100}));
+    EXPECT_EQ(asked().width, 200);
+    EXPECT_EQ(asked().height, 100);
+    EXPECT_EQ(image.region, (DesktopRect{700, 100, 100, 50}));
+    EXPECT_EQ(image.scale(), 2.0);
+    EXPECT_EQ(image.geometry, (DisplayGeometry{800, 600, 2, 9}));
+}
+
+TEST_F(ScreenCaptureTest, asksForNoPartWithoutARegion)
+{
+    EXPECT_FALSE(take().region);
+    EXPECT_FALSE(asked().part);
+}
+
+TEST_F(ScreenCaptureTest, refusesARegionWithoutAPixelOfTheDisplay)
+{
+    EXPECT_EQ(errorOf([this] { take({.maxWidth = {}, .region = DesktopRect{2000, 0, 10, 10}}); }),
+              AgentError::invalidRequest);
+    EXPECT_TRUE(platform.screenSource.requests.empty());
+}
+
 TEST_F(ScreenCaptureTest, makesAJpegOfQualityEightyByDefault)
 {
     CapturedImage const image = take();

@@ -71,6 +71,65 @@ TEST_F(RouterObservationTest, lowerQualityIsSmaller)
     EXPECT_EQ(bytes(shot(R"({"quality":900})")).size(), bytes(shot(R"({"quality":100})")).size());
 }
 
+TEST_F(RouterObservationTest, regionIsShownAtFullResolutionAndReported)
+{
+    platform.screenSource.attached.front().scaleFactor = 2;
+
+    json::object const result = shot(R"({"region":{"x":100,"y":50.25,"w":200.5,"h":100}})");
+
+    CaptureRequest const& asked = platform.screenSource.requests.back();
+    EXPECT_EQ(asked.part, (DisplayPart{200, 100, 401, 201}));
+    EXPECT_EQ(asked.excluded, std::set<std::string>{"dev.zelvo.agent"});
+    EXPECT_EQ(result.at("imageWidth"), 401);
+    EXPECT_EQ(result.at("imageHeight"), 201);
+    EXPECT_EQ(result.at("widthPoints"), 1512);
+    EXPECT_EQ(result.at("scale"), 2);
+    EXPECT_EQ(result.at("region"), *parseJson(R"({"x":100,"y":50,"w":200.5,"h":100.5})"));
+}
+
+TEST_F(RouterObservationTest, partOfARegionOutsideOfTheDisplayIsCutOff)
+{
+    json::object const result = shot(R"({"region":{"x":-10,"y":900,"w":110,"h":1e308}})");
+    EXPECT_EQ(result.at("region"), *parseJson(R"({"x":0,"y":900,"w":100,"h":82})"));
+}
+
+TEST_F(RouterObservationTest, regionIsShrunkToTheMaximalWidth)
+{
+    json::object const result = shot(R"({"maxWidth":50,"region":{"x":0,"y":0,"w":100,"h":40}})");
+    EXPECT_EQ(result.at("imageWidth"), 50);
+    EXPECT_EQ(result.at("imageHeight"), 20);
+    EXPECT_EQ(result.at("scale"), 0.5);
+}
+
+TEST_F(RouterObservationTest, regionLeavesOutHiddenApplicationsToo)
+{
+    run(platform.io, hiddenApps.add("com.bank"));
+    shot(R"({"region":{"x":0,"y":0,"w":10,"h":10}})");
+    EXPECT_EQ(platform.screenSource.requests.back().excluded,
+              (std::set<std::string>{"com.bank", "dev.zelvo.agent"}));
+}
+
+TEST_F(RouterObservationTest, badRegionIsInvalidAndNothingIsCaptured)
+{
+    for (char const* const region :
+         {R"({})", R"({"x":0,"y":0,"w":10})", R"({"x":0,"y":0,"w":10,"h":"10"})",
+          R"({"x":0,"y":0,"w":0,"h":10})", R"({"x":50,"y":0,"w":-10,"h":10})",
+          R"({"x":1512,"y":0,"w":10,"h":10})", R"({"x":0,"y":-10,"w":10,"h":10})",
+          R"({"x":1e308,"y":1e308,"w":1e308,"h":1e308})", R"({"x":-1e308,"y":0,"w":1e308,"h":10})"})
+        EXPECT_EQ(code(call("screenshot", std::string(R"({"region":)") + region + "}")), "invalid_request")
+            << region;
+    EXPECT_TRUE(platform.screenSource.requests.empty());
+}
+
+TEST_F(RouterObservationTest, regionOfTheWrongTypeCountsAsMissing)
+{
+    for (char const* const params : {R"({"region":null})", R"({"region":[0,0,10,10]})", R"({"region":10})"}) {
+        json::object const result = shot(params);
+        EXPECT_EQ(result.at("imageWidth"), 1512) << params;
+        EXPECT_FALSE(result.contains("region")) << params;
+    }
+}
+
 TEST_F(RouterObservationTest, hiddenAndOwnApplicationsAreExcludedFromTheRequest)
 {
     run(platform.io, hiddenApps.add("com.bank"));

@@ -93,15 +93,24 @@ Task<std::vector<Display>> X11ScreenSource::capturableDisplays()
     co_return canCapture() ? displaysOf(layout.all()) : std::vector<Display>{};
 }
 
-PixelRect X11ScreenSource::areaOf(std::uint32_t display) const
+/// The place of the request's display, or of its part, on the root window.
+PixelRect X11ScreenSource::areaOf(CaptureRequest const& request) const
 {
     DisplayLayout wanted = layout.current();
     for (DisplayLayout const& one : layout.all())
-        if (one.displayId == display) {
+        if (one.displayId == request.display) {
             wanted = one;
             break;
         }
-    return {wanted.origin.x, wanted.origin.y, wanted.widthPixels, wanted.heightPixels};
+    PixelRect const whole{wanted.origin.x, wanted.origin.y, wanted.widthPixels, wanted.heightPixels};
+    if (!request.part)
+        return whole;
+    DisplayPart const& part = *request.part;
+    PixelRect const area = PixelRect{part.x, part.y, part.width, part.height}.movedBy(whole.x, whole.y);
+    // The display may have become smaller since the caller looked.
+    if (area.isEmpty() || intersection(area, whole) != area)
+        throw ScreenFailure{"the part is not on the display"};
+    return area;
 }
 
 Task<Picture> X11ScreenSource::capture(CaptureRequest request)
@@ -113,8 +122,7 @@ Task<Picture> X11ScreenSource::capture(CaptureRequest request)
     constexpr int tries = 4;
     for (int attempt = 1;; ++attempt) {
         auto const take = [this, &request, attempt] {
-            CaptureResult result =
-                pictures->take(areaOf(request.display), request.excluded, attempt == tries);
+            CaptureResult result = pictures->take(areaOf(request), request.excluded, attempt == tries);
             if (result.wait.count() == 0)
                 result.picture = scaled(std::move(result.picture), request.width, request.height);
             return result;

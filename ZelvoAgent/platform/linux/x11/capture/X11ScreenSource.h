@@ -43,7 +43,7 @@ public:
     std::uint32_t ownWindow() const;
 
 private:
-    PixelRect areaOf(std::uint32_t display) const;
+    PixelRect areaOf(CaptureRequest const& request) const;
 
     Contexts contexts;
     Clock& clock;
