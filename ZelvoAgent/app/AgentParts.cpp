@@ -134,6 +134,7 @@ std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Plat
     auto hasOpenQuestion = [this] { return confirmations.hasOpenQuestion(); };
     RpcRouter::Services services{
         .screen = screen,
+        .drawings = platform.drawings(),
         .tree = tree,
         .input = input,
         .shell = shell,

@@ -59,6 +59,7 @@ public:
     ScreenCapture(Contexts contexts, ScreenSource& source, HiddenAppsStore& hiddenApps);
 
     /// Throws AgentError::machineUnavailable if there is no screen.
+    Display mainDisplay();
     DisplayGeometry displayGeometry();
     /// Throws AgentError::permissionMissing if no display may be captured, AgentError::invalidRequest if no
     /// pixel of the display is in the region, or the system's failure.
@@ -68,8 +69,6 @@ public:
     Task<std::set<std::string>> excludedApplications();
 
 private:
-    Display mainDisplay();
-
     Contexts contexts;
     ScreenSource& source;
     HiddenAppsStore& hiddenApps;

@@ -4,6 +4,7 @@
 #include "base/Contexts.h"
 #include "platform/Accessibility.h"
 #include "platform/ChildProcess.h"
+#include "platform/DrawingWatch.h"
 #include "platform/EventPosting.h"
 #include "platform/FileReveal.h"
 #include "platform/FileSystem.h"
@@ -65,6 +66,7 @@ public:
     virtual Accessibility& accessibility() = 0;
     virtual ScreenSource& screen() = 0;
     virtual ScreenStreams& screenStreams() = 0;
+    virtual DrawingWatches& drawings() = 0;
     virtual VideoFiles& videos() = 0;
     virtual VideoFolders& videoFolders() = 0;
     virtual FileReveal& reveal() = 0;

@@ -5,6 +5,9 @@
 #include "wire/AgentError.h"
 #include "wire/records/Commands.h"
 
+#include <algorithm>
+#include <chrono>
+
 namespace zelvo {
 
 namespace {
@@ -24,6 +27,22 @@ std::optional<DesktopRect> regionIn(json::object const& params)
         return *value;
     };
     return DesktopRect{.x = side("x"), .y = side("y"), .width = side("w"), .height = side("h")};
+}
+
+std::chrono::milliseconds
+milliseconds(json::object const& params, char const* key, std::int64_t otherwise, std::int64_t max)
+{
+    std::int64_t const value = read::integer(params, key).value_or(otherwise);
+    return std::chrono::milliseconds(std::clamp<std::int64_t>(value, 0, max));
+}
+
+ScreenSettling::Request settleRequest(Admission const& admission)
+{
+    json::object const& params = admission.frame.params;
+    return {.quiet = milliseconds(params, "quietMs", 300, 10'000),
+            .timeout = milliseconds(params, "timeoutMs", 3'000, 30'000),
+            .region = regionIn(params),
+            .asker = admission.asker};
 }
 
 ScreenshotOptions screenshotOptions(json::object const& params)
@@ -124,6 +143,17 @@ Task<json::value> ObservationHandlers::screenshot(Admission admission)
     json::value result = co_await on(services.contexts.workers, [&] { return screenshotResult(image); });
     co_await logLooked(admission.frame.connectionId, admission.loggedAgentName());
     co_return result;
+}
+
+/// A look, so that a recording goes on until the screen is at rest.
+Task<json::value> ObservationHandlers::screenSettle(Admission admission)
+{
+    ScreenSettling::Request request = settleRequest(admission);
+    co_await services.recorder.agentLooked();
+    ScreenSettling::Result const result = co_await services.settling.settle(std::move(request));
+    auto const elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(result.elapsed);
+    records::ScreenSettled const settled{.elapsedMs = elapsed.count(), .settled = result.settled};
+    co_return records::toJson(settled);
 }
 
 /// What the system refuses to show needs screen recording, whatever the permissions look like from here.

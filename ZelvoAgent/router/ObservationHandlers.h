@@ -9,6 +9,7 @@
 #include "drivers/TreeCapturing.h"
 #include "recording/SessionRecording.h"
 #include "router/HandlerTable.h"
+#include "router/ScreenSettling.h"
 #include "router/SnapshotStore.h"
 #include "state/AgentState.h"
 
@@ -22,13 +23,15 @@ namespace zelvo {
 class ObservationHandlers {
     Task<json::value> displayInfo(Admission admission);
     Task<json::value> screenshot(Admission admission);
+    Task<json::value> screenSettle(Admission admission);
     Task<json::value> cursorPosition(Admission admission);
     Task<json::value> uiTree(Admission admission);
 
 public:
-    static constexpr std::array<HandlerRow<ObservationHandlers>, 4> rows = {{
+    static constexpr std::array<HandlerRow<ObservationHandlers>, 5> rows = {{
         {"display.info", &ObservationHandlers::displayInfo},
         {"screenshot", &ObservationHandlers::screenshot},
+        {"screen.settle", &ObservationHandlers::screenSettle},
         {"cursor.position", &ObservationHandlers::cursorPosition},
         {"ui.tree", &ObservationHandlers::uiTree},
     }};
@@ -38,6 +41,7 @@ public:
         Clock& clock;
         AgentState& state;
         ScreenCapture& screen;
+        ScreenSettling& settling;
         TreeCapturing& tree;
         InputDriving& input;
         ElementProbing& probe;

@@ -4,6 +4,7 @@
 #include "router/ActionHandlers.h"
 #include "router/ApplicationHandlers.h"
 #include "router/ObservationHandlers.h"
+#include "router/ScreenSettling.h"
 #include "router/ShellHandlers.h"
 #include "router/SystemHandlers.h"
 #include "router/TransferHandlers.h"
@@ -29,6 +30,7 @@ struct RpcRouter::Families {
     ShownInput shownInput;
     ActionGuard guard;
     ElementHandlers elements;
+    ScreenSettling settling;
     ObservationHandlers observation;
     StrictActions strict;
     ActionHandlers actions;
@@ -65,10 +67,16 @@ RpcRouter::Families::Families(Contexts const& contexts,
                 .ownUi = services.ownUi,
                 .input = services.input,
                 .shown = shownInput}),
+      settling({.contexts = contexts,
+                .clock = clock,
+                .state = state,
+                .screen = services.screen,
+                .drawings = services.drawings}),
       observation({.contexts = contexts,
                    .clock = clock,
                    .state = state,
                    .screen = services.screen,
+                   .settling = settling,
                    .tree = services.tree,
                    .input = services.input,
                    .probe = services.probe,

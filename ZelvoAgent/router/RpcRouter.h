@@ -20,6 +20,7 @@ class AgentState;
 class ClipboardWatcher;
 class Clock;
 class Confirming;
+class DrawingWatches;
 class ElementProbing;
 class FileGate;
 class HiddenAppGuard;
@@ -43,6 +44,7 @@ class RpcRouter {
 public:
     struct Services {
         ScreenCapture& screen;
+        DrawingWatches& drawings;
         TreeCapturing& tree;
         InputDriving& input;
         Shell& shell;

@@ -48,6 +48,7 @@ inline constexpr std::array methods = {
     Method{"display.info", noScope, MethodUse::command},
     Method{"permissions.get", noScope, MethodUse::command},
     Method{"screenshot", AgentScope::screen, MethodUse::command},
+    Method{"screen.settle", AgentScope::screen, MethodUse::command},
     Method{"actions.perform", AgentScope::input, MethodUse::command},
     Method{"cursor.position", AgentScope::screen, MethodUse::command},
     Method{"ui.tree", AgentScope::screen, MethodUse::command},

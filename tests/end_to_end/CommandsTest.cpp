@@ -26,6 +26,8 @@ TEST_F(Commands, everyMethodAnswers)
         {"display.info", {}},
         {"permissions.get", {}},
         {"screenshot", {}},
+        {"screenshot", {{"region", {{"x", 0}, {"y", 0}, {"w", 20}, {"h", 10}}}}},
+        {"screen.settle", {}},
         {"actions.perform", {{"actions", wait}}},
         {"cursor.position", {}},
         {"ui.tree", {}},

@@ -3,6 +3,7 @@
 #include "fakes/FakeAccessibility.h"
 #include "fakes/FakeChildProcesses.h"
 #include "fakes/FakeDesktop.h"
+#include "fakes/FakeDrawingWatches.h"
 #include "fakes/FakeEventPosting.h"
 #include "fakes/FakeFileReveal.h"
 #include "fakes/FakeFileSystem.h"
@@ -55,6 +56,7 @@ public:
     FakeAccessibility elements;
     FakeScreenSource screenSource;
     FakeScreenStreams streams;
+    FakeDrawingWatches drawingWatches;
     FakeVideoFiles recordings;
     FakeVideoFolders recordingFolders;
     FakeFileReveal fileReveal;
@@ -100,6 +102,7 @@ public:
     Accessibility& accessibility() override { return elements; }
     ScreenSource& screen() override { return screenSource; }
     ScreenStreams& screenStreams() override { return streams; }
+    DrawingWatches& drawings() override { return drawingWatches; }
     VideoFiles& videos() override { return recordings; }
     VideoFolders& videoFolders() override { return recordingFolders; }
     FileReveal& reveal() override { return fileReveal; }

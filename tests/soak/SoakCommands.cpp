@@ -81,6 +81,7 @@ std::vector<SoakCommand> soakCommands(SoakStage const& stage)
         {"scroll", [at](int turn) { at(turn, {{"type", "scroll"}, {"dy", turn % 2 ? 106 : -106}}); }},
         {"tree", ask("ui.tree")},
         {"screenshot", ask("screenshot")},
+        {"settle", ask("screen.settle")},
         {"apps", ask("apps.list")},
         {"windows", ask("windows.list")},
         {"shell", [&stage](int turn) { runShell(stage, turn); }},

@@ -29,6 +29,7 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
       frontChanges(contexts, X11Connection::open()), opener(contexts, clock, display, entries, focus, user),
       workspace(display, entries, &opener, frontChanges.keyboardGrab()),
       screen(contexts, clock, display, layout, entries), streams(contexts, clock, screen),
+      drawings(contexts, layout, entries, screen),
       events(contexts, clock, [this] { return layout.current(); }), hotKey(contexts),
       presses(contexts, display, [this] { return layout.current(); }),
       tray(contexts, user, X11Connection::open()),

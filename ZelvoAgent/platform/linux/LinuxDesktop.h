@@ -10,6 +10,7 @@
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11Events.h"
+#include "platform/linux/x11/capture/X11DrawingWatches.h"
 #include "platform/linux/x11/capture/X11ScreenSource.h"
 #include "platform/linux/x11/capture/X11ScreenStreams.h"
 #include "platform/linux/x11/clipboard/X11Pasteboard.h"
@@ -51,6 +52,7 @@ struct LinuxDesktop {
     X11Workspace workspace;
     X11ScreenSource screen;
     X11ScreenStreams streams;
+    X11DrawingWatches drawings;
     X11EventPosting events;
     X11HotKey hotKey;
     X11PointerPresses presses;

@@ -72,6 +72,7 @@ public:
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
     ScreenStreams& screenStreams() override { return desktop().streams; }
+    DrawingWatches& drawings() override { return desktop().drawings; }
     VideoFiles& videos() override { return videoFiles; }
     VideoFolders& videoFolders() override { return folders; }
     FileReveal& reveal() override { return fileReveal; }

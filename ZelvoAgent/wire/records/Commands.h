@@ -150,6 +150,14 @@ BOOST_DESCRIBE_STRUCT(Screenshot,
                       (),
                       (data, heightPoints, imageHeight, imageWidth, mime, region, scale, widthPoints))
 
+/// The result of a method of our own.
+struct ScreenSettled {
+    std::int64_t elapsedMs{};
+    bool settled{};
+    bool operator==(ScreenSettled const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(ScreenSettled, (), (elapsedMs, settled))
+
 struct UITreeRequest {
     UITreeRequestFormat format{};
     bool interactiveOnly{};

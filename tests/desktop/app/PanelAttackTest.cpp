@@ -383,6 +383,7 @@ protected:
         Contexts const contexts = threads->contexts();
         RpcRouter::Services services{
             .screen = *capture,
+            .drawings = platform->drawings(),
             .tree = *tree,
             .input = *input,
             .shell = *shell,

@@ -67,6 +67,9 @@ public:
         std::optional<json::object> reply;
         start(*std::move(frame), reply);
         for (int step = 0; step < 2'000 && !reply; ++step) {
+            // The editor draws its text for a moment.
+            if (step < 10)
+                platform.drawingWatches.draw({0, 80, 1600, 820});
             platform.time.advance(10ms);
             platform.settle();
         }

@@ -75,6 +75,8 @@ void addOthers(std::vector<Instance>& all)
     add("observation.json#/$defs/screenshot.result",
         R"({"mime": "image/png", "data": "AAAA", "imageWidth": 20, "imageHeight": 10, "widthPoints": 1600,
             "heightPoints": 900, "scale": 1, "region": {"x": 0, "y": 1, "w": 20, "h": 10}})");
+    add("observation.json#/$defs/screen.settle.params",
+        R"({"quietMs": 300, "timeoutMs": 3000, "region": {"x": 0, "y": 1.5, "w": 20, "h": 10}})");
     add("observation.json#/$defs/element",
         R"({"id": "e1", "role": "AXTextField", "frame": {"x": 1, "y": 2.5, "w": 3, "h": 4}, "enabled": false,
             "focused": true, "actions": [], "title": "Find", "subrole": "AXSearchField", "description": "a",

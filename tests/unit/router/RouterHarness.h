@@ -115,6 +115,7 @@ protected:
     {
         RpcRouter::Services services{
             .screen = capture,
+            .drawings = platform.drawingWatches,
             .tree = tree,
             .input = input,
             .shell = shell,

@@ -66,9 +66,9 @@ TEST_F(RpcRouterTest, cursorPositionInPoints)
 TEST_F(RpcRouterTest, everyScopedMethodIsDeniedWithoutItsScope)
 {
     for (char const* const method :
-         {"screenshot", "ui.tree", "windows.list", "apps.list", "cursor.position", "actions.perform",
-          "apps.open", "apps.activate", "urls.open", "shell.run", "files.upload.begin", "files.upload.chunk",
-          "files.upload.end", "files.download", "clipboard.get", "clipboard.set"}) {
+         {"screenshot", "screen.settle", "ui.tree", "windows.list", "apps.list", "cursor.position",
+          "actions.perform", "apps.open", "apps.activate", "urls.open", "shell.run", "files.upload.begin",
+          "files.upload.chunk", "files.upload.end", "files.download", "clipboard.get", "clipboard.set"}) {
         std::vector<AgentScope> others;
         for (AgentScope const scope : allScopes)
             if (scope != ScopePolicy::required(method))

@@ -39,6 +39,17 @@ CaptureExclusion excludedWindows(WindowSurvey const& survey,
     return exclusion;
 }
 
+void leaveOutEmptyFrames(WindowSurvey const& survey,
+                         CaptureExclusion& exclusion,
+                         std::function<bool(std::uint32_t)> const& hasHeldClient)
+{
+    for (std::size_t i = 0; i < exclusion.windows.size(); ++i) {
+        SurveyedWindow const& window = survey.windows[i];
+        if (window.windowManagers && !window.inputOnly && hasHeldClient(window.id))
+            exclusion.windows[i] = true;
+    }
+}
+
 bool isPointerExcluded(WindowSurvey const& survey,
                        CaptureExclusion const& exclusion,
                        PointerPlace const& pointer,

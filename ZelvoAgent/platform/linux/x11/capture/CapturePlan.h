@@ -47,6 +47,13 @@ struct PointerPlace {
 CaptureExclusion excludedWindows(WindowSurvey const& survey,
                                  std::function<bool(ClientWindow const&)> const& named);
 
+/// Leaves out the frames of clients that are gone: one keeps its client's pixels until the window manager
+/// removes it.
+/// hasHeldClient  whether a window has ever framed a client's
+void leaveOutEmptyFrames(WindowSurvey const& survey,
+                         CaptureExclusion& exclusion,
+                         std::function<bool(std::uint32_t)> const& hasHeldClient);
+
 /// Whether the pointer's image may be an excluded application's. While a button is held, it may be that of
 /// any application with a window: of the one where the button was pressed. own  this program's process id;
 /// its own windows, although excluded, have no secret image

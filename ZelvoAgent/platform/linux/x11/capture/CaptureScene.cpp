@@ -85,7 +85,7 @@ bool CaptureScene::update(std::set<std::string> const& excluded)
     bool const hides = excluded.size() > excluded.count(ownBundleIdentifier);
     if (hides && (isNewList || hidesKept()))
         markOverlaps();
-    leaveOutEmptyFrames();
+    leaveOutEmptyFrames(survey, leftOut, [this](std::uint32_t id) { return changes.hasHeldClient(id); });
     std::vector<WindowWatch::HiddenEmbeddedWindow> const embedded = hiddenEmbedded(isNamed);
     changes.setHiddenEmbedded(embedded);
     if (hides || leftOut.isAny())
@@ -98,16 +98,6 @@ void CaptureScene::surveyAnew()
     survey = surveyWindows(*connection);
     changes.reset(survey);
     owners.reset();
-}
-
-/// A frame keeps the pixels of a client that is gone until the window manager removes the frame.
-void CaptureScene::leaveOutEmptyFrames()
-{
-    for (std::size_t i = 0; i < leftOut.windows.size(); ++i) {
-        SurveyedWindow const& window = survey.windows[i];
-        if (window.windowManagers && !window.inputOnly && changes.hasHeldClient(window.id))
-            leftOut.windows[i] = true;
-    }
 }
 
 /// Whether a window that the last picture showed is left out now, for instance because it has a new name.

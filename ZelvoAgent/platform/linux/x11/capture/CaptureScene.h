@@ -49,7 +49,6 @@ public:
 private:
     using IsNamed = std::function<bool(ClientWindow const&)>;
     void surveyAnew();
-    void leaveOutEmptyFrames();
     void markOverlaps();
     bool hidesKept() const;
     bool mayBeSeen(std::uint32_t window) const;
