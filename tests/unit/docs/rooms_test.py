@@ -23,6 +23,7 @@ ZelvoGateway/  the gateway
   store/       what must not be lost
   http/        sessions
   api/         paths
+  mcp/         tools
   console/     pages
 tests/
 ```
@@ -38,8 +39,8 @@ class Tree(unittest.TestCase):
         for name in ("ZelvoAgent/base/Task.h", "ZelvoAgent/wire/Json.h", "ZelvoAgent/platform/Platform.h",
                      "ZelvoAgent/drivers/Shell.h", "ZelvoAgent/app/Window.h", "ZelvoAgent/platform/portable/Net.h",
                      "ZelvoAgent/platform/linux/x11/Screen.h", "ZelvoGateway/base/Flags.h",
-                     "ZelvoGateway/store/Store.h", "ZelvoGateway/http/Session.h", "ZelvoGateway/api/Api.h", "ZelvoGateway/console/Pages.h",
-                     "ZelvoGateway/Server.h"):
+                     "ZelvoGateway/store/Store.h", "ZelvoGateway/http/Session.h", "ZelvoGateway/api/Api.h", "ZelvoGateway/mcp/Tools.h",
+                     "ZelvoGateway/console/Pages.h", "ZelvoGateway/Server.h"):
             self.write(name)
 
     def write(self, name, *includes):
@@ -76,6 +77,14 @@ class Tree(unittest.TestCase):
     def test_api_and_console_do_not_know_each_other(self):
         self.write("ZelvoGateway/console/Pages.h", "ZelvoGateway/api/Api.h")
         self.assert_refused("console may not know api")
+
+    def test_mcp_does_not_know_api(self):
+        self.write("ZelvoGateway/mcp/Tools.h", "ZelvoGateway/api/Api.h")
+        self.assert_refused("mcp may not know api")
+
+    def test_console_does_not_know_mcp(self):
+        self.write("ZelvoGateway/console/Pages.h", "ZelvoGateway/mcp/Tools.h")
+        self.assert_refused("console may not know mcp")
 
     def test_http_knows_no_service(self):
         self.write("ZelvoGateway/http/Session.h", "ZelvoGateway/base/Flags.h", "ZelvoGateway/store/Store.h")
