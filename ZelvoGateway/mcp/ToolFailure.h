@@ -1,0 +1,27 @@
+#pragma once
+
+#include "ZelvoGateway/mcp/McpTool.h"
+#include "wire/ErrorCode.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zelvo::service {
+
+/// Why a tool failed, in words for a model.
+struct ToolFailure {
+    ErrorCode code = ErrorCode::internalError;
+    std::string what;                            ///< may come from a machine
+    std::optional<std::size_t> actionsDone = {}; ///< before the one that failed, if there were several
+    std::optional<std::string_view> next = {};   ///< what to do; without it what nextStep() gives
+};
+
+/// What a model should do after a failure: a sentence in the imperative, without its full stop.
+std::string_view nextStep(ErrorCode code);
+
+/// "app_not_frontmost: Mousepad is in front. Done: actions 0-1. Next: use app_open."
+McpToolResult failureResult(ToolFailure const& failure);
+
+} // namespace zelvo::service

@@ -1,0 +1,62 @@
+#include "ZelvoGateway/mcp/ToolFailure.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo::service {
+namespace {
+
+std::string textOf(ToolFailure const& failure)
+{
+    McpToolResult const result = failureResult(failure);
+    EXPECT_TRUE(result.isError);
+    EXPECT_EQ(result.content.size(), 1U);
+    return result.content.at(0).text;
+}
+
+TEST(ToolFailure, saysWhatHappenedAndWhatToDo)
+{
+    EXPECT_EQ(textOf({.code = ErrorCode::appNotFrontmost, .what = "Mousepad is in front.", .actionsDone = 2}),
+              "app_not_frontmost: Mousepad is in front. Done: actions 0-1. "
+              "Next: bring the application to the front with app_open.");
+}
+
+TEST(ToolFailure, saysHowManyActionsWereDone)
+{
+    EXPECT_NE(textOf({.what = "x", .actionsDone = 0}).find(" Done: nothing. "), std::string::npos);
+    EXPECT_NE(textOf({.what = "x", .actionsDone = 1}).find(" Done: action 0. "), std::string::npos);
+    EXPECT_EQ(textOf({.what = "x"}).find("Done"), std::string::npos);
+}
+
+TEST(ToolFailure, mayHaveItsOwnNextStep)
+{
+    EXPECT_EQ(textOf({.code = ErrorCode::machineBusy, .what = "Busy", .next = "wait"}),
+              "machine_busy: Busy. Next: wait.");
+}
+
+TEST(ToolFailure, keepsForeignMessagesShortAndInOneLine)
+{
+    std::string const text = textOf({.what = "a\n\u202eb" + std::string(20'000, 'x')});
+
+    EXPECT_EQ(text.find("internal_error: ab"), 0U);
+    EXPECT_EQ(text.find('\n'), std::string::npos);
+    EXPECT_LT(text.size(), 1'200U);
+}
+
+TEST(ToolFailure, hasANextStepForEveryCode)
+{
+    for (std::string_view const code : EnumTexts<ErrorCode>::texts) {
+        std::string_view const next = nextStep(fromRawValue<ErrorCode>(code).value());
+        EXPECT_FALSE(next.empty()) << code;
+        EXPECT_FALSE(next.ends_with('.')) << code;
+    }
+}
+
+TEST(ToolFailure, neverSendsAModelAroundAPersonsNo)
+{
+    EXPECT_EQ(nextStep(ErrorCode::deniedByUser), "do not try again or another way; ask the user in the chat");
+    EXPECT_EQ(nextStep(ErrorCode::hiddenAppActive), "leave it alone");
+    EXPECT_EQ(nextStep(ErrorCode::zelvoUIProtected), "leave it alone");
+}
+
+} // namespace
+} // namespace zelvo::service
