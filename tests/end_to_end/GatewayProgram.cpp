@@ -61,10 +61,14 @@ GatewayProgram::Answer
 GatewayProgram::ask(std::string const& method, std::string const& path, json::value const& body) const
 {
     std::string const url = "http://127.0.0.1:" + std::to_string(listeningPort) + path;
-    std::vector<std::string> const headers = {contentOf(folder / "authorization.header"),
-                                              "Content-Type: application/json"};
+    std::vector<std::string> const headers = {authorization(), "Content-Type: application/json"};
     HttpAnswer const answer = httpCall(method, url, headers, body.is_null() ? "" : writeJson(body));
     return {answer.status, parseJson(answer.body).value_or(nullptr)};
+}
+
+std::string GatewayProgram::authorization() const
+{
+    return contentOf(folder / "authorization.header");
 }
 
 std::string GatewayProgram::consoleLink() const

@@ -35,6 +35,8 @@ public:
     void restart(std::vector<std::string> newFlags);
 
     Answer ask(std::string const& method, std::string const& path, json::value const& body = nullptr) const;
+    /// The HTTP header that carries the API key.
+    std::string authorization() const;
     /// A one-time link to the console.
     std::string consoleLink() const;
     /// A link URL for a session that asks for these scopes.
