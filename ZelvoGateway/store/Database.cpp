@@ -30,12 +30,41 @@ void FinalizeStatement::operator()(sqlite3_stmt* statement) const noexcept
     sqlite3_finalize(statement);
 }
 
-Statement::Statement(sqlite3* database, std::string_view sql)
+IdleStatements::Pointer IdleStatements::take(sqlite3* database, std::string_view sql)
 {
+    if (auto const found = idle.find(sql); found != idle.end())
+        return std::move(idle.extract(found).mapped());
     sqlite3_stmt* raw = nullptr;
-    if (sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &raw, nullptr) != SQLITE_OK)
+    int const result = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
+                                          SQLITE_PREPARE_PERSISTENT, &raw, nullptr);
+    if (result != SQLITE_OK)
         fail(database, "prepare");
-    statement.reset(raw);
+    return Pointer(raw);
+}
+
+void IdleStatements::giveBack(Pointer statement) noexcept
+{
+    // A statement that is not reset keeps its locks and the values that were bound.
+    sqlite3_reset(statement.get());
+    sqlite3_clear_bindings(statement.get());
+    if (idle.size() >= maxIdle)
+        return;
+    try {
+        idle.emplace(sqlite3_sql(statement.get()), std::move(statement));
+    } catch (std::bad_alloc const&) {
+        // Then it is finalized.
+    }
+}
+
+Statement::Statement(std::shared_ptr<IdleStatements> idle, sqlite3* database, std::string_view sql)
+    : idle(std::move(idle)), statement(this->idle->take(database, sql))
+{
+}
+
+Statement::~Statement()
+{
+    if (statement)
+        idle->giveBack(std::move(statement));
 }
 
 Statement& Statement::bind(std::string_view text)

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,10 +20,29 @@ struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const noexcept;
 };
 
+/// Prepared statements that are not in use. To prepare one takes longer than to run it. Thread: one at a
+/// time.
+class IdleStatements {
+public:
+    static constexpr std::size_t maxIdle = 200;
+
+    using Pointer = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+    /// An idle statement of this text, or a new one. Throws StoreError.
+    Pointer take(sqlite3* database, std::string_view sql);
+    void giveBack(Pointer statement) noexcept;
+
+private:
+    std::multimap<std::string, Pointer, std::less<>> idle;
+};
+
 /// One prepared statement. Parameters are bound in order; columns count from 0.
 class Statement {
 public:
-    Statement(sqlite3* database, std::string_view sql);
+    Statement(std::shared_ptr<IdleStatements> idle, sqlite3* database, std::string_view sql);
+    Statement(Statement&&) = default;
+    Statement& operator=(Statement&&) = delete;
+    ~Statement();
 
     Statement& bind(std::string_view text);
     Statement& bind(std::string const& text) { return bind(std::string_view(text)); }
@@ -38,7 +58,8 @@ public:
     double real(int column) const;
 
 private:
-    std::unique_ptr<sqlite3_stmt, FinalizeStatement> statement;
+    std::shared_ptr<IdleStatements> idle;
+    IdleStatements::Pointer statement;
     int bound = 0;
 };
 
@@ -50,12 +71,13 @@ public:
 
     /// Statements without parameters, separated by ";".
     void execute(std::string const& sql);
-    Statement prepare(std::string_view sql) { return {database.get(), sql}; }
+    Statement prepare(std::string_view sql) { return {idle, database.get(), sql}; }
     /// How many rows the last statement changed.
     int changes() const;
 
 private:
     std::unique_ptr<sqlite3, CloseDatabase> database;
+    std::shared_ptr<IdleStatements> idle = std::make_shared<IdleStatements>();
 };
 
 /// Rolls back at the end of its scope unless commit() was called.
