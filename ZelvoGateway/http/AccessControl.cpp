@@ -14,6 +14,11 @@ namespace {
 
 constexpr char const* sessionHeader = "x-zelvo-console";
 
+HttpError noCaller()
+{
+    return {.status = 401, .code = ErrorCode::unauthorized, .message = "The API key is missing or wrong"};
+}
+
 /// The name in "name:port", "[::1]:port" in lower case and without brackets.
 std::string hostName(std::string_view authority)
 {
@@ -118,6 +123,15 @@ bool AccessControl::hasApiKey(HttpRequest const& request) const
            key.matches(std::string_view(authorization).substr(scheme.size()));
 }
 
+Caller AccessControl::callerOf(HttpRequest const& request) const
+{
+    if (hasApiKey(request))
+        return {.keyId = std::string(ApiKey::id), .name = std::string(ApiKey::name), .reach = {.all = true}};
+    if (sessions.originOf(request.header(sessionHeader)))
+        return {.name = "Console", .reach = {.all = true}};
+    throw noCaller();
+}
+
 bool AccessControl::isPlatform(HttpRequest const& request) const
 {
     return hasApiKey(request) || sessions.originOf(request.header(sessionHeader));
@@ -144,8 +158,7 @@ void AccessControl::assertConsole(HttpRequest const& request) const
 {
     auto const origin = sessions.originOf(request.header(sessionHeader));
     if (!origin)
-        throw HttpError{
-            .status = 401, .code = ErrorCode::unauthorized, .message = "The API key is missing or wrong"};
+        throw noCaller();
     assertOwnPage(request);
     // Browsers send no Origin with a GET to the page's own origin.
     std::string const sent = originOf(request.header("origin"));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/ApiKey.h"
+#include "ZelvoGateway/base/Caller.h"
 #include "ZelvoGateway/http/ConsoleSessions.h"
 #include "ZelvoGateway/http/HttpMessage.h"
 
@@ -31,6 +32,8 @@ public:
     /// Refuses all but the console.
     void assertConsole(HttpRequest const& request) const;
 
+    /// Who sends a request that assertPlatform() admits. Throws HttpError: 401 for any other.
+    Caller callerOf(HttpRequest const& request) const;
     bool hasApiKey(HttpRequest const& request) const;
     /// Whether the caller has the API key or a session of the console.
     bool isPlatform(HttpRequest const& request) const;
