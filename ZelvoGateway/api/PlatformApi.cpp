@@ -1,5 +1,7 @@
 #include "ZelvoGateway/api/PlatformApi.h"
 
+#include "ZelvoGateway/api/Lists.h"
+#include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/control/MachineView.h"
 
 namespace zelvo::service {
@@ -11,39 +13,80 @@ std::vector<Route> PlatformApi::routes()
                            Endpoints::Method<PlatformApi> handler) {
         return endpoints.platform(method, std::move(pattern), body, *this, handler);
     };
-    return {route("POST", {"v1", "end-users"}, &PlatformApi::handleEndUsers),
-            route("POST", {"v1", "link-sessions"}, &PlatformApi::handleLinkSessions),
+    return {route("POST", {"v1", "end-users"}, &PlatformApi::handleAddEndUser),
+            route("GET", {"v1", "end-users"}, &PlatformApi::handleEndUsers),
+            route("GET", {"v1", "end-users", "*"}, &PlatformApi::handleEndUser),
+            route("POST", {"v1", "link-sessions"}, &PlatformApi::handleAddLinkSession),
+            route("GET", {"v1", "link-sessions"}, &PlatformApi::handleLinkSessions),
+            route("GET", {"v1", "link-sessions", "*"}, &PlatformApi::handleLinkSession),
             route("GET", {"v1", "connections"}, &PlatformApi::handleConnections),
+            route("GET", {"v1", "connections", "*"}, &PlatformApi::handleConnection),
             route("DELETE", {"v1", "connections", "*"}, &PlatformApi::handleRevoke),
+            route("GET", {"v1", "machines"}, &PlatformApi::handleMachines),
             route("GET", {"v1", "machines", "*"}, &PlatformApi::handleMachine),
             route("DELETE", {"v1", "machines", "*"}, &PlatformApi::handleRemoveMachine),
             route("POST", {"v1", "cloud-machines"}, &PlatformApi::handleCloudMachines)};
 }
 
-Task<HttpResponse> PlatformApi::handleEndUsers(HttpRequest request, PathIds)
+Task<HttpResponse> PlatformApi::handleAddEndUser(HttpRequest request, PathIds)
 {
     auto const user = recordIn<records::CreateEndUserRequest>(request.body);
     co_return jsonResponse(201, records::toJson(links.addEndUser(user)));
 }
 
-Task<HttpResponse> PlatformApi::handleLinkSessions(HttpRequest request, PathIds)
+Task<HttpResponse> PlatformApi::handleEndUsers(HttpRequest request, PathIds)
 {
-    auto const wanted = recordIn<records::CreateLinkSessionRequest>(request.body);
-    co_return jsonResponse(201, records::toJson(links.createSession(wanted)));
+    auto const page = links.endUsers(pageQueryIn(request));
+    co_return listResponse<records::EndUserList>(page, [](records::EndUser const& user) { return user; });
 }
 
-Task<HttpResponse> PlatformApi::handleConnections(HttpRequest, PathIds)
+Task<HttpResponse> PlatformApi::handleEndUser(HttpRequest, PathIds ids)
 {
-    json::array data;
-    for (ConnectionState const& state : connections.connections())
-        data.push_back(records::toJson(connectionRecord(state)));
-    co_return jsonResponse(200, json::object{{"data", std::move(data)}});
+    co_return jsonResponse(200, records::toJson(links.endUser(ids.front())));
+}
+
+Task<HttpResponse> PlatformApi::handleAddLinkSession(HttpRequest request, PathIds)
+{
+    auto const wanted = recordIn<records::CreateLinkSessionRequest>(request.body);
+    // Browsers look for "localhost" at other addresses, too, where the page may be another user's.
+    auto const home = access.homeOfLocalPage(request);
+    auto const made = links.createSession(wanted, home ? *home : access.addressFor(request));
+    co_return jsonResponse(201, records::toJson(made));
+}
+
+Task<HttpResponse> PlatformApi::handleLinkSessions(HttpRequest request, PathIds)
+{
+    auto const page = links.sessions(pageQueryIn(request));
+    co_return listResponse<records::LinkSessionList>(
+        page, [](StoredLinkSession const& session) { return linkSessionRecord(session, today()); });
+}
+
+Task<HttpResponse> PlatformApi::handleLinkSession(HttpRequest, PathIds ids)
+{
+    co_return jsonResponse(200, records::toJson(linkSessionRecord(links.session(ids.front()), today())));
+}
+
+Task<HttpResponse> PlatformApi::handleConnections(HttpRequest request, PathIds)
+{
+    auto const page = connections.connections(pageQueryIn(request));
+    co_return listResponse<records::ConnectionList>(page, connectionRecord);
+}
+
+Task<HttpResponse> PlatformApi::handleConnection(HttpRequest, PathIds ids)
+{
+    co_return jsonResponse(200, records::toJson(connectionRecord(connections.connection(ids.front()))));
 }
 
 Task<HttpResponse> PlatformApi::handleRevoke(HttpRequest, PathIds ids)
 {
     ConnectionState const revoked = co_await connections.revoke(std::move(ids.front()));
     co_return jsonResponse(200, records::toJson(connectionRecord(revoked)));
+}
+
+Task<HttpResponse> PlatformApi::handleMachines(HttpRequest request, PathIds)
+{
+    auto const page = connections.machinePage(pageQueryIn(request));
+    co_return listResponse<records::MachineList>(page, machineEntry);
 }
 
 Task<HttpResponse> PlatformApi::handleMachine(HttpRequest, PathIds ids)

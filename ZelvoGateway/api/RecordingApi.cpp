@@ -1,10 +1,9 @@
 #include "ZelvoGateway/api/RecordingApi.h"
 
+#include "ZelvoGateway/api/Lists.h"
 #include "ZelvoGateway/http/RangeResponse.h"
 #include "base/DateText.h"
 #include "wire/records/ServiceHistory.h"
-
-#include <charconv>
 
 namespace zelvo::service {
 
@@ -36,16 +35,6 @@ records::Recording recordOf(ListedRecording const& listed, std::string const& ad
     return record;
 }
 
-std::size_t limitIn(std::string const& text)
-{
-    std::size_t limit = 0;
-    char const* const end = text.data() + text.size();
-    auto const read = std::from_chars(text.data(), end, limit);
-    if (read.ec != std::errc() || read.ptr != end || limit < 1 || limit > RecordingLibrary::maxListed)
-        throw badRequest("\"limit\" must be from 1 to 200");
-    return limit;
-}
-
 RecordingQuery queryIn(HttpRequest const& request)
 {
     RecordingQuery query;
@@ -53,8 +42,7 @@ RecordingQuery queryIn(HttpRequest const& request)
         query.connectionId = request.queryItem("connectionId");
     if (request.query.contains("before"))
         query.before = request.queryItem("before");
-    if (request.query.contains("limit"))
-        query.limit = limitIn(request.queryItem("limit"));
+    query.limit = limitIn(request);
     return query;
 }
 

@@ -34,13 +34,33 @@ MachineState ConnectionService::stateOf(StoredMachine machine) const
     return {.machine = std::move(machine), .online = online};
 }
 
-std::vector<ConnectionState> ConnectionService::connections()
+Page<ConnectionState> ConnectionService::connections(PageQuery const& query)
 {
-    std::vector<ConnectionState> all;
-    for (StoredConnection& connection : store.connections())
+    auto stored = store.connectionPage(query);
+    Page<ConnectionState> page{.next = std::move(stored.next)};
+    for (StoredConnection& connection : stored.rows)
         if (auto machine = store.machine(connection.machineId))
-            all.push_back({.connection = std::move(connection), .machine = stateOf(*std::move(machine))});
-    return all;
+            page.rows.push_back(
+                {.connection = std::move(connection), .machine = stateOf(*std::move(machine))});
+    return page;
+}
+
+ConnectionState ConnectionService::connection(std::string const& id)
+{
+    auto connection = store.connection(id);
+    auto machine = connection ? store.machine(connection->machineId) : std::nullopt;
+    if (!machine)
+        throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};
+    return {.connection = *std::move(connection), .machine = stateOf(*std::move(machine))};
+}
+
+Page<MachineState> ConnectionService::machinePage(PageQuery const& query)
+{
+    auto stored = store.machinePage(query);
+    Page<MachineState> page{.next = std::move(stored.next)};
+    for (StoredMachine& machine : stored.rows)
+        page.rows.push_back(stateOf(std::move(machine)));
+    return page;
 }
 
 MachineState ConnectionService::machine(std::string const& id)
@@ -65,13 +85,9 @@ std::vector<MachineOverview> ConnectionService::overview()
 Task<ConnectionState> ConnectionService::revoke(std::string id)
 {
     store.revoke(id, today());
-    auto connection = store.connection(id);
-    auto machine = connection ? store.machine(connection->machineId) : std::nullopt;
-    if (!machine)
-        throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};
-    if (auto const session = machines.find(machine->id))
+    ConnectionState state = connection(id);
+    if (auto const session = machines.find(state.connection.machineId))
         reportRevocations(session);
-    ConnectionState state{.connection = *std::move(connection), .machine = stateOf(*std::move(machine))};
     control.connectionRevoked(state.connection.machineId, id);
     queue.connectionRevoked(id);
     co_await intake.connectionEnded(id);

@@ -43,7 +43,10 @@ public:
                       Settings const& settings,
                       Executor server);
 
-    std::vector<ConnectionState> connections();
+    Page<ConnectionState> connections(PageQuery const& query);
+    /// The revoked ones too.
+    ConnectionState connection(std::string const& id);
+    Page<MachineState> machinePage(PageQuery const& query);
     MachineState machine(std::string const& id);
     std::vector<MachineOverview> overview();
     /// Ends a connection for good, with its queue, its agents and its uploads. The machine hears of it now,

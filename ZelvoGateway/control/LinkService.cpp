@@ -3,6 +3,7 @@
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/control/RedirectUrl.h"
 #include "base/DateText.h"
 #include "base/Versions.h"
 
@@ -37,51 +38,127 @@ void assertGrantable(std::vector<AgentScope> const& granted, StoredLinkSession c
         throw Failure{.code = ErrorCode::invalidRequest, .message = "A link needs the scope \"screen\""};
 }
 
+/// By its last heartbeat. Machines without a person report no connections.
+bool hasEndedAtMachine(StoredMachine const& machine, StoredConnection const& connection)
+{
+    if (machine.kind != AgentMode::connected || !machine.heartbeat ||
+        !machine.heartbeat->grantedConnectionIds)
+        return false;
+    auto const& granted = *machine.heartbeat->grantedConnectionIds;
+    return std::ranges::find(granted, connection.id) == granted.end();
+}
+
 } // namespace
+
+records::LinkSessionState linkSessionRecord(StoredLinkSession const& session, Date now)
+{
+    using records::LinkSessionStatus;
+    LinkSessionStatus status = LinkSessionStatus::open;
+    if (session.used)
+        status = LinkSessionStatus::completed;
+    else if (session.expiresAt <= now)
+        status = LinkSessionStatus::expired;
+    return {.connectionId = session.connectionId,
+            .createdAt = session.createdAt,
+            .endUserId = session.endUserId,
+            .expiresAt = dates::iso8601(session.expiresAt),
+            .id = session.id,
+            .redirectUrl = session.redirectUrl,
+            .scopes = session.scopes,
+            .status = status};
+}
 
 records::EndUser LinkService::addEndUser(records::CreateEndUserRequest const& request)
 {
-    if (request.externalId.empty())
-        throw Failure{.code = ErrorCode::invalidRequest, .message = "\"externalId\" must not be empty"};
+    if (request.externalId.empty() || request.externalId.size() > maxName)
+        throw Failure{.code = ErrorCode::invalidRequest,
+                      .message = "\"externalId\" must have 1 to 256 bytes"};
+    if (request.name.value_or("").size() > maxName || request.email.value_or("").size() > maxName)
+        throw Failure{.code = ErrorCode::invalidRequest,
+                      .message = "\"name\" and \"email\" must have at most 256 bytes"};
     return store.addEndUser(request, today());
 }
 
-records::LinkSession LinkService::createSession(records::CreateLinkSessionRequest const& request)
+records::EndUser LinkService::endUser(std::string const& id)
+{
+    auto user = store.endUser(id);
+    if (!user)
+        throw Failure{.code = ErrorCode::notFound, .message = "There is no such end user"};
+    return *std::move(user);
+}
+
+records::LinkSession LinkService::createSession(records::CreateLinkSessionRequest const& request,
+                                                std::string const& address)
 {
     if (request.endUserId.empty() || request.endUserId.size() > maxName)
         throw Failure{.code = ErrorCode::invalidRequest, .message = "\"endUserId\" must have 1 to 256 bytes"};
     if (request.scopes.empty())
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "\"scopes\" must name at least one scope"};
+    if (request.redirectUrl && !isRedirectUrl(*request.redirectUrl))
+        throw Failure{.code = ErrorCode::invalidRequest,
+                      .message = "\"redirectUrl\" must begin with https://, or with http:// and a loopback "
+                                 "address"};
     store.forgetExpired(today());
     std::string const code = newSecret();
-    Date const expiresAt = today() + dateSpan(settings.linkLifetime);
-    StoredLinkSession const session =
-        store.addLinkSession(request.endUserId, inOrder(request.scopes), code, expiresAt);
+    StoredLinkSession wanted{.endUserId = request.endUserId,
+                             .scopes = inOrder(request.scopes),
+                             .expiresAt = today() + dateSpan(settings.linkLifetime),
+                             .createdAt = dates::iso8601(today()),
+                             .redirectUrl = request.redirectUrl};
+    StoredLinkSession const session = store.addLinkSession(std::move(wanted), code);
     return {.code = code,
-            .expiresAt = dates::iso8601(expiresAt),
+            .expiresAt = dates::iso8601(session.expiresAt),
             .id = session.id,
-            .url = "zelvo://link?token=" + code};
+            .url = address + "/link#" + code};
+}
+
+StoredLinkSession LinkService::session(std::string const& id)
+{
+    auto session = store.linkSession(id);
+    if (!session)
+        throw Failure{.code = ErrorCode::notFound, .message = "There is no such link session"};
+    return *std::move(session);
+}
+
+StoredLinkSession LinkService::sessionOfCode(std::string const& code)
+{
+    auto session = store.linkSessionOfCode(code);
+    if (!session)
+        throw Failure{.code = ErrorCode::notFound, .message = "This link is not known"};
+    return *std::move(session);
 }
 
 StoredLinkSession LinkService::openSession(std::string const& code)
 {
-    auto const session = store.linkSessionOfCode(code);
-    if (!session)
-        throw Failure{.code = ErrorCode::notFound, .message = "This link is not known"};
-    if (session->used)
+    StoredLinkSession session = sessionOfCode(code);
+    if (session.used)
         throw Failure{.code = ErrorCode::linkSessionExpired, .message = "This link was used already"};
-    if (session->expiresAt <= today())
+    if (session.expiresAt <= today())
         throw Failure{.code = ErrorCode::linkSessionExpired, .message = "This link has expired"};
-    return *session;
+    return session;
+}
+
+/// Connections that the person removed at the machine do not count, even if nobody revoked them here.
+void LinkService::assertNotOfOtherUser(std::string const& machineId, StoredLinkSession const& session)
+{
+    auto const machine = store.machine(machineId);
+    for (StoredConnection const& connection : store.connectionsOf(machineId))
+        if (!connection.revokedAt && connection.endUserId != session.endUserId &&
+            !(machine && hasEndedAtMachine(*machine, connection)))
+            throw Failure{.code = ErrorCode::machineAlreadyLinkedToOtherUser,
+                          .message = "This computer is linked to another user of " + settings.platformName +
+                                     ". Remove that connection first"};
 }
 
 MachineWithToken LinkService::machineFor(StoredLinkSession const& session,
                                          std::optional<std::string> const& machineToken)
 {
     if (machineToken)
-        if (auto const known = store.machineOfToken(*machineToken))
+        if (auto const known = store.machineOfToken(*machineToken)) {
+            assertNotOfOtherUser(known->id, session);
             return {known->id, ""};
+        }
     // Resolving a link again reuses its machine, so that one link can't fill the store with machines.
     if (session.machineId && store.connectionsOf(*session.machineId).empty())
         return {*session.machineId, store.replaceToken(*session.machineId)};
@@ -107,6 +184,7 @@ std::string LinkService::complete(LinkCompletion const& completion)
         throw Failure{.code = ErrorCode::unauthorized, .message = "The machine token is not known"};
     if (session.machineId != machine->id)
         throw Failure{.code = ErrorCode::forbidden, .message = "This link was opened by another machine"};
+    assertNotOfOtherUser(machine->id, session);
     assertGrantable(completion.grantedScopes, session);
     StoredConnection const connection{.id = newId("con"),
                                       .machineId = machine->id,

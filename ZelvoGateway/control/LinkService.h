@@ -2,7 +2,7 @@
 
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/store/Store.h"
-#include "wire/records/ServiceLinking.h"
+#include "wire/records/ServiceLists.h"
 
 #include <optional>
 #include <string>
@@ -30,6 +30,9 @@ struct LinkCompletion {
     std::vector<AgentScope> grantedScopes;
 };
 
+/// The record of a link session at this date.
+records::LinkSessionState linkSessionRecord(StoredLinkSession const& session, Date now);
+
 /// Joins machines to this platform: a platform creates a link session, its one-time code reaches a person as
 /// a link, the person's agent resolves the code and, if the person agrees, completes it.
 /// Thread: the server's. Errors: Failure.
@@ -39,7 +42,16 @@ public:
 
     /// Adds an end user, or updates the one with the same external id.
     records::EndUser addEndUser(records::CreateEndUserRequest const& request);
-    records::LinkSession createSession(records::CreateLinkSessionRequest const& request);
+    Page<records::EndUser> endUsers(PageQuery const& query) { return store.endUserPage(query); }
+    records::EndUser endUser(std::string const& id);
+    /// address   where people reach this gateway; the link's page is there
+    records::LinkSession createSession(records::CreateLinkSessionRequest const& request,
+                                       std::string const& address);
+    /// Sessions are kept for a day after they expire.
+    Page<StoredLinkSession> sessions(PageQuery const& query) { return store.linkSessionPage(query); }
+    StoredLinkSession session(std::string const& id);
+    /// For whoever has the code. Says what became of a session, also after it was completed.
+    StoredLinkSession sessionOfCode(std::string const& code);
     /// Can be repeated until the link is completed.
     LinkOffer resolve(LinkResolution const& resolution);
     /// Returns the id of the new connection. Works once for each link.
@@ -54,6 +66,7 @@ public:
 
 private:
     StoredLinkSession openSession(std::string const& code);
+    void assertNotOfOtherUser(std::string const& machineId, StoredLinkSession const& session);
     MachineWithToken machineFor(StoredLinkSession const& session,
                                 std::optional<std::string> const& machineToken);
 

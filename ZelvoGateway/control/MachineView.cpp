@@ -37,6 +37,14 @@ records::Machine machineRecord(MachineState const& state)
     return record;
 }
 
+records::MachineEntry machineEntry(MachineState const& state)
+{
+    return {.createdAt = state.machine.createdAt,
+            .id = state.machine.id,
+            .kind = state.machine.kind,
+            .machine = machineRecord(state)};
+}
+
 records::Connection connectionRecord(ConnectionState const& state)
 {
     StoredConnection const& connection = state.connection;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/control/ConnectionService.h"
-#include "wire/records/ServiceMachines.h"
+#include "wire/records/ServiceLists.h"
 
 #include <string>
 
@@ -9,6 +9,7 @@ namespace zelvo::service {
 
 /// The record of a machine. The availability of a machine that is not connected is unknown.
 records::Machine machineRecord(MachineState const& state);
+records::MachineEntry machineEntry(MachineState const& state);
 records::Connection connectionRecord(ConnectionState const& state);
 /// The computer's name, or one made of the machine's id.
 std::string displayName(StoredMachine const& machine);

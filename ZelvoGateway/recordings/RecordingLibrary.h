@@ -29,8 +29,6 @@ struct RecordingPage {
 /// Thread: the server's; files are used on the workers. Errors: Failure.
 class RecordingLibrary {
 public:
-    static constexpr std::size_t maxListed = 200;
-
     RecordingLibrary(Store& store,
                      std::shared_ptr<RecordingFiles const> files,
                      ApiKey const& key,

@@ -1,4 +1,5 @@
 #include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/store/PageRows.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "base/DateText.h"
 
@@ -16,35 +17,12 @@ Date dateOf(std::int64_t seconds)
     return Date(std::chrono::seconds(seconds));
 }
 
-} // namespace
+constexpr std::string_view sessionColumns =
+    "SELECT id, end_user_id, scopes, expires_at, machine_id, used, created_at, redirect_url, connection_id "
+    "FROM link_sessions";
 
-StoredLinkSession SqliteStore::addLinkSession(std::string const& endUserId,
-                                              std::vector<AgentScope> const& scopes,
-                                              std::string_view code,
-                                              Date expiresAt)
+StoredLinkSession sessionOf(Statement const& row)
 {
-    StoredLinkSession session{
-        .id = newId("lks"), .endUserId = endUserId, .scopes = scopes, .expiresAt = expiresAt};
-    database
-        .prepare("INSERT INTO link_sessions (id, code_hash, end_user_id, scopes, expires_at) VALUES (?, ?, "
-                 "?, ?, ?)")
-        .bind(session.id)
-        .bind(hashOf(code))
-        .bind(session.endUserId)
-        .bind(scopesText(session.scopes))
-        .bind(secondsOf(expiresAt))
-        .step();
-    return session;
-}
-
-std::optional<StoredLinkSession> SqliteStore::linkSessionOfCode(std::string_view code)
-{
-    Statement row =
-        database.prepare("SELECT id, end_user_id, scopes, expires_at, machine_id, used FROM link_sessions "
-                         "WHERE code_hash = ?");
-    row.bind(hashOf(code));
-    if (!row.step())
-        return std::nullopt;
     StoredLinkSession session;
     session.id = row.text(0);
     session.endUserId = row.text(1);
@@ -52,7 +30,69 @@ std::optional<StoredLinkSession> SqliteStore::linkSessionOfCode(std::string_view
     session.expiresAt = dateOf(row.integer(3));
     session.machineId = row.optionalText(4);
     session.used = row.integer(5) != 0;
+    session.createdAt = row.text(6);
+    session.redirectUrl = row.optionalText(7);
+    session.connectionId = row.optionalText(8);
     return session;
+}
+
+constexpr std::string_view endUserColumns = "SELECT id, external_id, email, name, created_at FROM end_users";
+
+records::EndUser endUserOf(Statement const& row)
+{
+    return {.createdAt = row.text(4),
+            .email = row.optionalText(2),
+            .externalId = row.text(1),
+            .id = row.text(0),
+            .name = row.optionalText(3)};
+}
+
+} // namespace
+
+void SqliteStore::addLinkColumns()
+{
+    Transaction transaction(database); // Another process may open the same file at this moment.
+    if (!database.prepare("SELECT 1 FROM pragma_table_info('link_sessions') WHERE name = 'created_at'")
+             .step())
+        database.execute("ALTER TABLE link_sessions ADD COLUMN created_at TEXT NOT NULL DEFAULT '';"
+                         "ALTER TABLE link_sessions ADD COLUMN redirect_url TEXT;"
+                         "ALTER TABLE link_sessions ADD COLUMN connection_id TEXT");
+    transaction.commit();
+}
+
+StoredLinkSession SqliteStore::addLinkSession(StoredLinkSession session, std::string_view code)
+{
+    session.id = newId("lks");
+    database
+        .prepare("INSERT INTO link_sessions (id, code_hash, end_user_id, scopes, expires_at, created_at, "
+                 "redirect_url) VALUES (?, ?, ?, ?, ?, ?, ?)")
+        .bind(session.id)
+        .bind(hashOf(code))
+        .bind(session.endUserId)
+        .bind(scopesText(session.scopes))
+        .bind(secondsOf(session.expiresAt))
+        .bind(session.createdAt)
+        .bind(session.redirectUrl)
+        .step();
+    return session;
+}
+
+std::optional<StoredLinkSession> SqliteStore::linkSessionOfCode(std::string_view code)
+{
+    return firstOf(
+        std::move(database.prepare(std::string(sessionColumns) + " WHERE code_hash = ?").bind(hashOf(code))),
+        sessionOf);
+}
+
+std::optional<StoredLinkSession> SqliteStore::linkSession(std::string const& id)
+{
+    return firstOf(std::move(database.prepare(std::string(sessionColumns) + " WHERE id = ?").bind(id)),
+                   sessionOf);
+}
+
+Page<StoredLinkSession> SqliteStore::linkSessionPage(PageQuery const& query)
+{
+    return pageOf(database, sessionColumns, {{"end_user_id", query.endUserId}}, query, sessionOf);
 }
 
 void SqliteStore::setResolvedMachine(std::string const& sessionId, std::string const& machineId)
@@ -66,7 +106,10 @@ void SqliteStore::setResolvedMachine(std::string const& sessionId, std::string c
 bool SqliteStore::finishLinkSession(std::string const& sessionId, StoredConnection const& connection)
 {
     Transaction transaction(database);
-    database.prepare("UPDATE link_sessions SET used = 1 WHERE id = ? AND used = 0").bind(sessionId).step();
+    database.prepare("UPDATE link_sessions SET used = 1, connection_id = ? WHERE id = ? AND used = 0")
+        .bind(connection.id)
+        .bind(sessionId)
+        .step();
     if (database.changes() == 0)
         return false;
     addConnection(connection);
@@ -85,13 +128,19 @@ records::EndUser SqliteStore::addEndUser(records::CreateEndUserRequest const& re
         .bind(request.name)
         .bind(dates::iso8601(now))
         .step();
-    Statement row = database.prepare("SELECT id, created_at FROM end_users WHERE external_id = ?");
-    row.bind(request.externalId).step();
-    return {.createdAt = row.text(1),
-            .email = request.email,
-            .externalId = request.externalId,
-            .id = row.text(0),
-            .name = request.name};
+    Statement row = database.prepare(std::string(endUserColumns) + " WHERE external_id = ?");
+    return firstOf(std::move(row.bind(request.externalId)), endUserOf).value();
+}
+
+Page<records::EndUser> SqliteStore::endUserPage(PageQuery const& query)
+{
+    return pageOf(database, endUserColumns, {{"external_id", query.externalId}}, query, endUserOf);
+}
+
+std::optional<records::EndUser> SqliteStore::endUser(std::string const& id)
+{
+    return firstOf(std::move(database.prepare(std::string(endUserColumns) + " WHERE id = ?").bind(id)),
+                   endUserOf);
 }
 
 void SqliteStore::addConsoleCode(std::string_view code, Date expiresAt)

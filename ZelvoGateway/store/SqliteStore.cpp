@@ -1,6 +1,7 @@
 #include "ZelvoGateway/store/SqliteStore.h"
 
 #include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/store/PageRows.h"
 #include "ZelvoGateway/store/Rows.h"
 #include "base/DateText.h"
 
@@ -124,6 +125,7 @@ std::vector<AgentScope> scopesFrom(std::string_view text)
 SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
 {
     database.execute(schema);
+    addLinkColumns();
 }
 
 MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)
@@ -225,11 +227,6 @@ std::optional<StoredConnection> SqliteStore::connection(std::string const& id)
                    connectionOf);
 }
 
-std::vector<StoredConnection> SqliteStore::connections()
-{
-    return allOf(database.prepare(std::string(connectionColumns) + "ORDER BY created_at, id"), connectionOf);
-}
-
 std::vector<StoredConnection> SqliteStore::connectionsOf(std::string const& machineId)
 {
     return allOf(
@@ -261,6 +258,17 @@ std::vector<std::string> SqliteStore::pendingRevocations(std::string const& mach
 void SqliteStore::setRevocationDelivered(std::string const& id)
 {
     database.prepare("UPDATE connections SET revocation_told = 1 WHERE id = ?").bind(id).step();
+}
+
+Page<StoredMachine> SqliteStore::machinePage(PageQuery const& query)
+{
+    return pageOf(database, machineColumns, {}, query, machineOf);
+}
+
+Page<StoredConnection> SqliteStore::connectionPage(PageQuery const& query)
+{
+    return pageOf(database, connectionColumns,
+                  {{"end_user_id", query.endUserId}, {"machine_id", query.machineId}}, query, connectionOf);
 }
 
 } // namespace zelvo::service

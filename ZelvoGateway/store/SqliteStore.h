@@ -25,16 +25,12 @@ public:
 
     void addConnection(StoredConnection const& connection) override;
     std::optional<StoredConnection> connection(std::string const& id) override;
-    std::vector<StoredConnection> connections() override;
     std::vector<StoredConnection> connectionsOf(std::string const& machineId) override;
     bool revoke(std::string const& id, Date now) override;
     std::vector<std::string> pendingRevocations(std::string const& machineId) override;
     void setRevocationDelivered(std::string const& id) override;
 
-    StoredLinkSession addLinkSession(std::string const& endUserId,
-                                     std::vector<AgentScope> const& scopes,
-                                     std::string_view code,
-                                     Date expiresAt) override;
+    StoredLinkSession addLinkSession(StoredLinkSession session, std::string_view code) override;
     std::optional<StoredLinkSession> linkSessionOfCode(std::string_view code) override;
     void setResolvedMachine(std::string const& sessionId, std::string const& machineId) override;
     bool finishLinkSession(std::string const& sessionId, StoredConnection const& connection) override;
@@ -82,7 +78,16 @@ public:
     std::vector<std::string> recordingsWithFiles(std::string const& machineId) override;
     void forgetExpired(Date now) override;
 
+    Page<StoredMachine> machinePage(PageQuery const& query) override;
+    Page<StoredConnection> connectionPage(PageQuery const& query) override;
+    Page<records::EndUser> endUserPage(PageQuery const& query) override;
+    std::optional<records::EndUser> endUser(std::string const& id) override;
+    Page<StoredLinkSession> linkSessionPage(PageQuery const& query) override;
+    std::optional<StoredLinkSession> linkSession(std::string const& id) override;
+
 private:
+    void addLinkColumns();
+
     Database database;
 };
 

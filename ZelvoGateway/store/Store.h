@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/store/Agent.h"
+#include "ZelvoGateway/store/Page.h"
 #include "ZelvoGateway/store/StoreError.h"
 #include "ZelvoGateway/store/StoredCommand.h"
 #include "ZelvoGateway/store/StoredConnection.h"
@@ -46,7 +47,6 @@ public:
     virtual void addConnection(StoredConnection const& connection) = 0;
     virtual std::optional<StoredConnection> connection(std::string const& id) = 0;
     /// Oldest first, the revoked ones too.
-    virtual std::vector<StoredConnection> connections() = 0;
     virtual std::vector<StoredConnection> connectionsOf(std::string const& machineId) = 0;
     /// False if it was revoked already or does not exist.
     virtual bool revoke(std::string const& id, Date now) = 0;
@@ -54,10 +54,8 @@ public:
     virtual std::vector<std::string> pendingRevocations(std::string const& machineId) = 0;
     virtual void setRevocationDelivered(std::string const& id) = 0;
 
-    virtual StoredLinkSession addLinkSession(std::string const& endUserId,
-                                             std::vector<AgentScope> const& scopes,
-                                             std::string_view code,
-                                             Date expiresAt) = 0;
+    /// Adds a link session, and returns it with its id.
+    virtual StoredLinkSession addLinkSession(StoredLinkSession session, std::string_view code) = 0;
     virtual std::optional<StoredLinkSession> linkSessionOfCode(std::string_view code) = 0;
     virtual void setResolvedMachine(std::string const& sessionId, std::string const& machineId) = 0;
     /// Marks the session as used and adds the connection; false if it was used already.
@@ -134,6 +132,14 @@ public:
 
     /// Forgets codes and link sessions that expired more than a day ago.
     virtual void forgetExpired(Date now) = 0;
+
+    virtual Page<StoredMachine> machinePage(PageQuery const& query) = 0;
+    /// The revoked ones too.
+    virtual Page<StoredConnection> connectionPage(PageQuery const& query) = 0;
+    virtual Page<records::EndUser> endUserPage(PageQuery const& query) = 0;
+    virtual std::optional<records::EndUser> endUser(std::string const& id) = 0;
+    virtual Page<StoredLinkSession> linkSessionPage(PageQuery const& query) = 0;
+    virtual std::optional<StoredLinkSession> linkSession(std::string const& id) = 0;
 };
 
 } // namespace zelvo::service

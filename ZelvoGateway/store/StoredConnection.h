@@ -22,13 +22,16 @@ struct StoredConnection {
     std::optional<std::string> revokedAt; ///< ISO 8601
 };
 
-/// A link that a platform made and that a person has not completed yet.
+/// A link that a platform made.
 struct StoredLinkSession {
     std::string id;
     std::string endUserId;
     std::vector<AgentScope> scopes; ///< that the platform asks for
     Date expiresAt;
-    std::optional<std::string> machineId; ///< once an agent has resolved it
+    std::string createdAt;                   ///< ISO 8601
+    std::optional<std::string> redirectUrl;  ///< where the person goes once the link is completed
+    std::optional<std::string> machineId;    ///< once an agent has resolved it
+    std::optional<std::string> connectionId; ///< once it is completed
     bool used = false;
 };
 

@@ -84,7 +84,8 @@ std::string GatewayProgram::newLink(std::vector<std::string> const& scopes) cons
     for (std::string const& scope : scopes)
         asked.emplace_back(scope);
     json::object wanted{{"endUserId", "test"}, {"scopes", std::move(asked)}};
-    return std::string(ask("POST", "/v1/link-sessions", wanted).body.at("url").as_string());
+    Answer const made = ask("POST", "/v1/link-sessions", wanted);
+    return "zelvo://link?token=" + std::string(made.body.at("code").as_string());
 }
 
 std::vector<std::string> GatewayProgram::connections() const

@@ -39,7 +39,7 @@ TEST(Link, givesASessionWithItsUrl)
     EXPECT_EQ(answer.status, 201);
     auto const session = records::fromText<records::LinkSession>(answer.body);
     ASSERT_TRUE(session);
-    EXPECT_EQ(session->url, "zelvo://link?token=" + session->code);
+    EXPECT_EQ(session->url, gateway.origin() + "/link#" + session->code);
     EXPECT_EQ(session->code.size(), 64u);
 }
 
@@ -211,6 +211,135 @@ TEST(Link, takesNoLargeBodyFromStrangers)
     Gateway gateway;
 
     EXPECT_EQ(gateway.call("POST", "/machines/link/resolve", std::string(65UL * 1024, 'x')).status, 413);
+}
+
+TEST(Link, namesItsPageByAnAddressThatIsOursAlone)
+{
+    Gateway gateway;
+    std::string const port = std::to_string(gateway.port());
+
+    Answer const answer =
+        gateway.platform("POST", "/v1/link-sessions", R"({"endUserId":"ada","scopes":["screen"]})",
+                         {{"Host", "localhost:" + port}});
+
+    EXPECT_TRUE(textAt(answer, "url").starts_with(gateway.origin() + "/link#")) << answer.body;
+}
+
+TEST(Link, takesOnlyWebAddressesToReturnTo)
+{
+    Gateway gateway;
+    auto const statusFor = [&](json::value const& url) {
+        json::object const body{
+            {"endUserId", "ada"}, {"scopes", json::array{"screen"}}, {"redirectUrl", url}};
+        return gateway.platform("POST", "/v1/link-sessions", writeJson(body)).status;
+    };
+
+    for (char const* const url : {"https://acme.example/done?a=b#c", "HTTPS://acme.example",
+                                  "http://127.0.0.1:3000/done", "http://localhost:3000", "http://[::1]/x"})
+        EXPECT_EQ(statusFor(url), 201) << url;
+    for (std::string const& url :
+         {std::string("http://acme.example/"), std::string("javascript:alert(1)"),
+          std::string("//acme.example"), std::string("/done"), std::string(""),
+          std::string("zelvo://link?token=x"), std::string("https://user@acme.example/"),
+          std::string("https:///done"), std::string("https://acme.example/a b"),
+          std::string("http://localhost.acme.example/"), std::string("http://127.0.0.1@acme.example/"),
+          std::string("data:text/html,x"), "https://acme.example/" + std::string(2048, 'a')})
+        EXPECT_EQ(statusFor(url.c_str()), 400) << url;
+    EXPECT_EQ(statusFor(5), 400);
+}
+
+TEST(Link, doesNotGiveAMachineToTwoUsers)
+{
+    Gateway gateway;
+    LinkedMachine const linked = gateway.link();
+    std::string const own = gateway.newLink();
+    std::string const foreign = gateway.newLink(R"(["screen"])", "bob");
+
+    Answer const refused = gateway.resolve(foreign, linked.token);
+
+    EXPECT_EQ(refused.status, 409);
+    EXPECT_EQ(refused.errorCode(), "machine_already_linked_to_other_user");
+    EXPECT_EQ(gateway.resolve(own, linked.token).status, 200);
+}
+
+TEST(Link, doesNotGiveAMachineToTwoUsersAtOnce)
+{
+    Gateway gateway;
+    std::string const first = gateway.newLink();
+    std::string const second = gateway.newLink(R"(["screen"])", "bob");
+    std::string const token = textAt(gateway.resolve(first), "machineToken");
+    ASSERT_EQ(gateway.resolve(second, token).status, 200);
+    ASSERT_EQ(gateway.complete(first, token).status, 200);
+
+    Answer const refused = gateway.complete(second, token);
+
+    EXPECT_EQ(refused.errorCode(), "machine_already_linked_to_other_user");
+}
+
+TEST(Link, givesAMachineToAnotherUserOnceItsConnectionsEnded)
+{
+    Gateway gateway;
+    LinkedMachine const linked = gateway.link();
+    std::string const link = gateway.newLink(R"(["screen"])", "bob");
+    ASSERT_EQ(gateway.resolve(link, linked.token).status, 409);
+
+    gateway.platform("DELETE", "/v1/connections/" + linked.connectionId);
+
+    EXPECT_EQ(gateway.resolve(link, linked.token).status, 200);
+    EXPECT_EQ(gateway.complete(link, linked.token).status, 200);
+}
+
+TEST(Link, givesAMachineToAnotherUserOnceItsPersonEndedTheConnectionsThere)
+{
+    Gateway gateway;
+    MachineThread thread;
+    LinkedMachine const linked = gateway.link();
+    FakeMachine machine(thread, gateway.port(), linked.token);
+    std::string const link = gateway.newLink(R"(["screen"])", "bob");
+    machine.heartbeatWith({linked.connectionId});
+    ASSERT_TRUE(becomes([&] {
+        Answer const answer = gateway.platform("GET", "/v1/connections/" + linked.connectionId);
+        return answer.json().as_object().contains("grantedOnMac");
+    }));
+    ASSERT_EQ(gateway.resolve(link, linked.token).status, 409);
+
+    machine.heartbeatWith({});
+
+    EXPECT_TRUE(becomes([&] { return gateway.resolve(link, linked.token).status == 200; }));
+}
+
+TEST(LinkSession, tellsWhatBecameOfIt)
+{
+    Gateway gateway;
+    Answer const made = gateway.platform(
+        "POST", "/v1/link-sessions",
+        R"({"endUserId":"ada","scopes":["screen"],"redirectUrl":"https://acme.example/done"})");
+    std::string const path = "/v1/link-sessions/" + textAt(made, "id");
+    std::string const code = textAt(made, "code");
+
+    json::value const open = gateway.platform("GET", path).json();
+    std::string const token = textAt(gateway.resolve(code), "machineToken");
+    std::string const connection = textAt(gateway.complete(code, token), "connectionId");
+    json::value const completed = gateway.platform("GET", path).json();
+
+    EXPECT_EQ(open.at("status").as_string(), "open");
+    EXPECT_EQ(open.at("redirectUrl").as_string(), "https://acme.example/done");
+    EXPECT_FALSE(open.as_object().contains("connectionId"));
+    EXPECT_EQ(completed.at("status").as_string(), "completed");
+    EXPECT_EQ(completed.at("connectionId").as_string(), connection);
+    EXPECT_EQ(writeJson(completed).find(code), std::string::npos);
+    EXPECT_EQ(gateway.platform("GET", "/v1/link-sessions/none").errorCode(), "not_found");
+    EXPECT_EQ(gateway.call("GET", path).status, 401);
+}
+
+TEST(LinkSession, expires)
+{
+    Gateway gateway([](Settings& settings) { settings.linkLifetime = -1s; });
+    gateway.newLink();
+
+    json::value const list = gateway.platform("GET", "/v1/link-sessions").json();
+
+    EXPECT_EQ(list.at("data").at(0).at("status").as_string(), "expired");
 }
 
 TEST(EndUsers, areMadeOnce)

@@ -40,7 +40,8 @@ TEST(Store, finishesALinkSessionOnce)
 {
     Opened on;
     MachineWithToken const made = on.store.addMachine(AgentMode::connected, someDay);
-    StoredLinkSession const session = on.store.addLinkSession("u", {AgentScope::screen}, "code", someDay);
+    StoredLinkSession const session =
+        on.store.addLinkSession({.endUserId = "u", .expiresAt = someDay}, "code");
     StoredConnection connection{.id = "c1", .machineId = made.machineId, .endUserId = "u", .createdAt = "t"};
 
     EXPECT_TRUE(on.store.finishLinkSession(session.id, connection));
@@ -66,7 +67,7 @@ TEST(Store, takesAConsoleCodeOnceAndInTime)
 TEST(Store, forgetsSessionsADayAfterTheirEnd)
 {
     Opened on;
-    on.store.addLinkSession("u", {AgentScope::screen}, "code", someDay);
+    on.store.addLinkSession({.endUserId = "u", .expiresAt = someDay}, "code");
 
     on.store.forgetExpired(someDay + std::chrono::hours(23));
     EXPECT_TRUE(on.store.linkSessionOfCode("code"));

@@ -92,10 +92,10 @@ Gateway::command(std::string const& connectionId, std::string const& method, std
                     R"({"method":")" + method + R"(","params":)" + params + "}");
 }
 
-std::string Gateway::newLink(std::string const& scopes) const
+std::string Gateway::newLink(std::string const& scopes, std::string const& endUserId) const
 {
-    Answer const answer =
-        platform("POST", "/v1/link-sessions", R"({"endUserId":"ada","scopes":)" + scopes + "}");
+    Answer const answer = platform("POST", "/v1/link-sessions",
+                                   R"({"endUserId":")" + endUserId + R"(","scopes":)" + scopes + "}");
     return std::string(answer.json().at("code").as_string());
 }
 

@@ -65,7 +65,8 @@ public:
     /// A further connection of a linked machine, made as its person would make it.
     std::string connect(LinkedMachine const& linked) const;
     /// The one-time token of a new link.
-    std::string newLink(std::string const& scopes = R"(["screen","input"])") const;
+    std::string newLink(std::string const& scopes = R"(["screen","input"])",
+                        std::string const& endUserId = "ada") const;
     Answer resolve(std::string const& link,
                    std::string const& machineToken = {},
                    std::string const& version = "0.1.0") const;
