@@ -2,9 +2,11 @@
 
 #include "ZelvoGateway/base/ByteSource.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/http/BodyStream.h"
 #include "wire/Json.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,11 +31,12 @@ struct HttpRequest {
 
 struct HttpResponse {
     int status = 200;
-    std::string contentType = "application/json";
+    std::string contentType = "application/json"; ///< empty for an answer without a body
     std::string body = {};
     std::vector<std::pair<std::string, std::string>> headers = {};
-    MemoryBudget::Lease memory = {};           ///< held until the body is sent
-    std::optional<ByteSourcePart> source = {}; ///< sent instead of `body`
+    MemoryBudget::Lease memory = {};              ///< held until the body is sent
+    std::optional<ByteSourcePart> source = {};    ///< sent instead of `body`
+    std::shared_ptr<BodyStream> stream = nullptr; ///< sent instead of `body`
 };
 
 HttpResponse jsonResponse(int status, json::value const& value);

@@ -3,6 +3,7 @@
 #include "ZelvoGateway/http/BodyPieces.h"
 #include "ZelvoGateway/http/BodySink.h"
 #include "ZelvoGateway/http/HttpError.h"
+#include "ZelvoGateway/http/PeerWatch.h"
 #include "ZelvoGateway/http/RequestReader.h"
 #include "ZelvoGateway/http/ResponseWriter.h"
 #include "ZelvoGateway/http/Upgrade.h"
@@ -100,6 +101,7 @@ private:
     Task<bool> refuse(HttpError error);
     void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
+    Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
     std::string localAddress() const;
     std::string remoteAddress() const;
 
@@ -224,11 +226,14 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
         co_return co_await refuse(std::move(refusal));
     }
     bool const keepAlive = parser->get().keep_alive();
+    BodyEnd const end = parser->get().version() >= 11 ? BodyEnd::chunks : BodyEnd::connection;
     entry.request.body = std::move(parser->get().body());
     // Held until the answer is sent, like the request's memory before.
     MemoryBudget::Lease const lease = std::move(entry.memory);
     std::string const address = addressOf(entry.request);
     HttpResponse response = co_await answer(std::move(entry));
+    if (response.stream)
+        co_return co_await writeStream(std::move(response), keepAlive, end);
     if (response.source)
         keepPlace(address);
     if (response.source && !memory.grow(response.memory, ResponseWriter::sourcePiece))
@@ -281,6 +286,19 @@ Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
     ResponseWriter writer(stream, parts.workers);
     bool const whole = !std::exchange(headOnly, false);
     co_return co_await writer.write(std::move(response), keepAlive && !parts.stopping, whole);
+}
+
+/// The stream learns at once if the client goes.
+Task<bool> BeastHttpSession::writeStream(HttpResponse response, bool keepAlive, BodyEnd end)
+{
+    auto const body = response.stream;
+    PeerWatch watch(stream, buffer, shared_from_this(), [body] { body->abandon(); });
+    ResponseWriter writer(stream, parts.workers);
+    bool const isUsable = co_await writer.writeStream(std::move(response), keepAlive && !parts.stopping, end);
+    co_await watch.end();
+    if (!isUsable)
+        body->abandon();
+    co_return isUsable;
 }
 
 /// In a separate task: this session ends now, and makes room for another.

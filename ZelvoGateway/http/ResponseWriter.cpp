@@ -5,6 +5,7 @@
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
+#include <boost/beast/http/chunk_encode.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/serializer.hpp>
@@ -15,6 +16,7 @@
 #include <iostream>
 #include <span>
 #include <stdexcept>
+#include <tuple>
 #include <vector>
 
 namespace zelvo::service {
@@ -38,7 +40,8 @@ void setFields(Message& message, HttpResponse const& response, bool keepAlive)
     message.version(11);
     message.result(static_cast<unsigned>(response.status));
     message.set(http::field::server, "zelvo-gateway");
-    message.set(http::field::content_type, response.contentType);
+    if (!response.contentType.empty())
+        message.set(http::field::content_type, response.contentType);
     message.set(http::field::cache_control, "no-store");
     message.set("X-Content-Type-Options", "nosniff");
     message.set("X-Frame-Options", "DENY");
@@ -114,6 +117,37 @@ Task<bool> ResponseWriter::send(ByteSourcePart part)
         part.length -= count;
     }
     co_return true;
+}
+
+Task<bool> ResponseWriter::writeStream(HttpResponse response, bool keepAlive, BodyEnd end)
+{
+    http::response<http::empty_body> message;
+    setFields(message, response, keepAlive && end == BodyEnd::chunks);
+    message.chunked(end == BodyEnd::chunks);
+    http::response_serializer<http::empty_body> serializer(message);
+    stream.expires_after(minTime);
+    auto const [error, count] = co_await http::async_write_header(stream, serializer, asTuple);
+    co_return !error && co_await send(std::move(response.stream), end) && message.keep_alive();
+}
+
+Task<bool> ResponseWriter::send(std::shared_ptr<BodyStream> body, BodyEnd end)
+{
+    for (std::string piece = co_await body->next(); !piece.empty(); piece = co_await body->next()) {
+        stream.expires_after(minTime + std::chrono::seconds(piece.size() / minRate));
+        boost::system::error_code error;
+        if (end == BodyEnd::chunks)
+            std::tie(error, std::ignore) =
+                co_await asio::async_write(stream, http::make_chunk(asio::buffer(piece)), asTuple);
+        else
+            std::tie(error, std::ignore) = co_await asio::async_write(stream, asio::buffer(piece), asTuple);
+        if (error)
+            co_return false;
+    }
+    if (end == BodyEnd::connection)
+        co_return true;
+    stream.expires_after(minTime);
+    auto const [error, count] = co_await asio::async_write(stream, http::make_chunk_last(), asTuple);
+    co_return !error;
 }
 
 } // namespace zelvo::service

@@ -8,7 +8,13 @@
 
 namespace zelvo::service {
 
-/// Sends a response, from memory or from a source in pieces. Sources are read on the workers.
+/// How the end of a body is told from the next answer.
+enum class BodyEnd {
+    chunks,     ///< a body of unknown length is sent in chunks
+    connection, ///< the client knows no chunks, so such a body ends with the connection
+};
+
+/// Sends a response, from memory, or in pieces from a source or a stream. Sources are read on the workers.
 /// Thread: the server's.
 class ResponseWriter {
 public:
@@ -22,11 +28,14 @@ public:
     /// whole  false sends the head only
     /// Gives  false if the connection can't be used for another request
     Task<bool> write(HttpResponse response, bool keepAlive, bool whole);
+    /// Sends a response with a stream.
+    Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
 
 private:
     Task<bool> writeText(HttpResponse response, bool keepAlive, bool whole);
     Task<bool> writeSource(HttpResponse response, bool keepAlive, bool whole);
     Task<bool> send(ByteSourcePart part);
+    Task<bool> send(std::shared_ptr<BodyStream> body, BodyEnd end);
 
     boost::beast::tcp_stream& stream;
     Executor workers;
