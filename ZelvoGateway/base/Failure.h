@@ -8,7 +8,7 @@
 
 namespace zelvo::service {
 
-/// Why a service refuses. Services throw it; only api and console say it over HTTP.
+/// Why a service refuses. Services throw it; only api, console and mcp say it over HTTP.
 struct Failure {
     /// What a caller may have to know beyond the code.
     enum class Kind {

@@ -80,6 +80,18 @@ struct ConsoleTimes {
     Duration recordingAddress = 10min; ///< how long an address to watch a recording is valid for the console
 };
 
+/// Clients of the Model Context Protocol.
+struct McpRules {
+    Duration patience = 1s;         ///< within which a call is answered by plain JSON; later it is streamed
+    Duration keepAlive = 15s;       ///< between two signs of life on a stream that has nothing else to send
+    Duration sessionIdle = 12h;     ///< without a request or a stream
+    Duration conversationIdle = 2h; ///< of a client without sessions
+    std::size_t maxSessions = 64;   ///< of one key, the newest
+    std::size_t maxConversations = 64; ///< of one key, the newest
+    std::size_t maxSockets = 64;       ///< of one key
+    std::size_t maxRequests = 256;     ///< of one key at one time
+};
+
 /// What the person who starts the gateway chooses.
 struct Settings {
     std::string dataFolder;
@@ -97,6 +109,7 @@ struct Settings {
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;
+    McpRules mcp;
     Limits limits;
 };
 

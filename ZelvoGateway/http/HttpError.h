@@ -23,7 +23,7 @@ struct HttpError {
 HttpError badRequest(std::string message);
 /// 500, with a text that gives nothing away; the reason is written to standard error.
 HttpError internalError(std::exception const& error);
-/// What a service's failure is in HTTP. Only api and console use it.
+/// What a service's failure is in HTTP. Only api, console and mcp use it.
 HttpError httpErrorOf(Failure const& failure);
 
 /// The APIError record.

@@ -39,8 +39,12 @@ bool isStatelessVersion(std::optional<std::string> const& version)
 std::optional<JsonRpcError> headerProblem(McpHeaders const& headers, JsonRpcRequest const& request)
 {
     constexpr std::string_view versionHeader = "MCP-Protocol-Version";
-    if (!saysItsVersion(request))
-        return isStatelessVersion(headers.version) ? std::optional(mismatch(versionHeader)) : std::nullopt;
+    if (!saysItsVersion(request)) {
+        if (!isStatelessVersion(headers.version))
+            return std::nullopt;
+        return JsonRpcError{.code = JsonRpcCode::invalidParams,
+                            .message = R"("_meta" must say the version that the header says)"};
+    }
     if (!headers.version || headers.version != versionOf(request))
         return mismatch(versionHeader);
     if (headers.method != request.method)

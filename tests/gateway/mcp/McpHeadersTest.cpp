@@ -60,8 +60,14 @@ TEST(McpHeaders, areNotNeededAfterAHandshake)
 {
     EXPECT_EQ(check({}, withoutVersion), "fits");
     EXPECT_EQ(check({.version = "2025-11-25", .method = "other"}, withoutVersion), "fits");
-    EXPECT_EQ(check({.version = "2026-07-28", .method = "tools/list"}, withoutVersion),
-              "MCP-Protocol-Version");
+}
+
+TEST(McpHeaders, sayAVersionThatTheBodyMustSayToo)
+{
+    auto const problem = headerProblem({.version = "2026-07-28", .method = "tools/list"}, withoutVersion);
+
+    ASSERT_TRUE(problem);
+    EXPECT_EQ(problem->code, JsonRpcCode::invalidParams);
 }
 
 } // namespace

@@ -148,15 +148,4 @@ Answer Gateway::enter(std::string const& link, std::string const& origin) const
     return call("POST", "/console/session", writeJson(body), {{"Origin", origin}, {"Host", host}});
 }
 
-bool becomes(std::function<bool()> const& condition)
-{
-    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (std::chrono::steady_clock::now() < end) {
-        if (condition())
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return condition();
-}
-
 } // namespace zelvo::service

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/Server.h"
+#include "gateway/support/Becomes.h"
 #include "gateway/support/HttpClient.h"
 #include "gateway/support/SteppedClock.h"
 
@@ -86,8 +87,5 @@ private:
     std::unique_ptr<Server> server;
     std::thread thread;
 };
-
-/// Waits until the condition is true; false if that takes more than ten seconds.
-bool becomes(std::function<bool()> const& condition);
 
 } // namespace zelvo::service

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/http/PlaceShares.h"
+#include "ZelvoGateway/http/Routes.h"
+#include "ZelvoGateway/mcp/transport/McpConversations.h"
+#include "ZelvoGateway/mcp/transport/McpHost.h"
+#include "ZelvoGateway/mcp/transport/McpHttpSessions.h"
+#include "ZelvoGateway/mcp/transport/McpSocket.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zelvo::service {
+
+/// What the endpoint needs of the server.
+struct McpEndpointParts {
+    std::function<Caller(HttpRequest const& head)> callerOf; ///< throws HttpError
+    McpHost& host;
+    McpRules const& rules;
+    Clock& clock;
+    MemoryBudget& memory;
+    Executor executor;
+    Executor workers;
+};
+
+/// "/mcp" and "/mcp/CONNECTION": the Model Context Protocol over HTTP. A client that begins with a handshake
+/// has a session; requests that say their version themselves need none. A WebSocket at the same paths is one
+/// session.
+/// Thread: the server's.
+class McpEndpoint {
+public:
+    explicit McpEndpoint(McpEndpointParts parts);
+
+    std::vector<Route> routes();
+    /// Ends sessions and conversations that nobody uses any more.
+    void runMaintenance();
+    /// Ends everything that a key began.
+    void endKey(std::string const& key);
+    /// Ends everything.
+    void stop();
+
+private:
+    using Handler = Task<HttpResponse> (McpEndpoint::*)(HttpRequest request);
+
+    /// A document on its way to its connection.
+    struct Arrival {
+        McpTarget target;
+        McpAnswerKinds kinds;
+        JsonRpcDocument document;
+        bool isStateless = false;
+        std::shared_ptr<McpHttpSession> session; ///< null if it belongs to none
+        PlaceShares::Lease place;
+    };
+
+    Route route(std::string_view method, bool namesConnection, Handler handler);
+    McpTarget targetOf(HttpRequest const& request) const;
+    void assertMayCall(HttpRequest const& head);
+
+    Task<HttpResponse> handlePost(HttpRequest request);
+    Task<HttpResponse> handleGet(HttpRequest request);
+    Task<HttpResponse> handleDelete(HttpRequest request);
+    Upgrade admitSocket(HttpRequest const& head);
+    Task<>
+    serveSocket(std::shared_ptr<UpgradedConnection> upgraded, McpTarget target, PlaceShares::Lease place);
+    bool isReached(McpTarget const& target);
+    Task<HttpResponse> answer(Arrival arrival);
+    Task<HttpResponse> begin(Arrival arrival);
+    Task<HttpResponse> answered(std::shared_ptr<McpHttpExchange> exchange, bool stateless);
+    std::shared_ptr<void const> passage(std::shared_ptr<McpConnection> const& connection);
+    std::shared_ptr<McpHttpSession> sessionOf(HttpRequest const& request, McpTarget const& target);
+    std::shared_ptr<McpHttpExchange> newExchange(McpAnswerKinds kinds, McpTarget const& target);
+    std::shared_ptr<McpConnection> newConnection(McpTarget const& target, std::shared_ptr<ToolRunner> runner);
+
+    McpEndpointParts parts;
+    McpHttpSessions sessions;
+    McpConversations conversations;
+    PlaceShares requests;
+    PlaceShares socketPlaces;
+    std::multimap<std::string, std::shared_ptr<McpSocket>> sockets; // By the id of their key.
+    // Of requests without a session. The answers know it weakly, since they may outlive the endpoint.
+    std::shared_ptr<std::set<std::shared_ptr<McpConnection>>> passing =
+        std::make_shared<std::set<std::shared_ptr<McpConnection>>>();
+};
+
+} // namespace zelvo::service

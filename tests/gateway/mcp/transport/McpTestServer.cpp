@@ -1,0 +1,121 @@
+#include "gateway/mcp/transport/McpTestServer.h"
+
+#include "ZelvoGateway/base/ServerClock.h"
+#include "ZelvoGateway/http/HttpError.h"
+#include "ZelvoGateway/http/HttpServer.h"
+#include "ZelvoGateway/mcp/transport/McpEndpoint.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
+
+#include <future>
+#include <thread>
+
+namespace zelvo::service {
+
+struct McpTestServer::Parts {
+    Parts(McpHost& host, McpTestOptions wanted)
+        : options(std::move(wanted)), memory(options.memory, options.memory),
+          clock(options.clock ? *options.clock : ownClock),
+          endpoint({.callerOf = [this](HttpRequest const& head) { return callerOf(head); },
+                    .host = host,
+                    .rules = options.rules,
+                    .clock = clock,
+                    .memory = memory,
+                    .executor = io.get_executor(),
+                    .workers = workers.get_executor()}),
+          http(io, {.limits = limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
+    {
+        routes.add(endpoint.routes());
+        http.listen("127.0.0.1", options.port);
+    }
+
+    Caller callerOf(HttpRequest const& head) const
+    {
+        if (!options.needsKey)
+            return {.keyId = "tester"};
+        std::string const authorization = head.header("authorization");
+        for (std::string const known : {"key-a", "key-b"})
+            if (authorization == "Bearer " + known)
+                return {.keyId = known};
+        throw HttpError{.status = 401, .code = ErrorCode::unauthorized, .message = "wrong key"};
+    }
+
+    void run()
+    {
+        http.start();
+        while (!http.isStopping() && io.run_one() > 0) {
+        }
+        io.run_for(std::chrono::seconds(5));
+    }
+
+    McpTestOptions options;
+    Limits limits;
+    MemoryBudget memory;
+    asio::io_context io{1};
+    asio::thread_pool workers{2};
+    ServerClock ownClock{io.get_executor()};
+    Clock& clock;
+    ApiKey key{"key-a"};
+    std::string publicUrl;
+    ConsoleTimes times;
+    ConsoleSessions sessions{clock, times};
+    AccessControl access{key, publicUrl, sessions};
+    McpEndpoint endpoint;
+    Routes routes{access};
+    HttpServer http;
+    std::thread thread;
+};
+
+McpTestServer::McpTestServer(McpHost& host, McpTestOptions options)
+    : parts(std::make_unique<Parts>(host, std::move(options)))
+{
+    parts->thread = std::thread([this] { parts->run(); });
+}
+
+McpTestServer::~McpTestServer()
+{
+    asio::post(parts->io, [this] {
+        parts->endpoint.stop();
+        parts->ownClock.rest();
+        parts->http.stop();
+    });
+    parts->thread.join();
+    parts->workers.join();
+    parts->clock.dropSleepers();
+}
+
+std::uint16_t McpTestServer::port() const
+{
+    return parts->http.port();
+}
+
+void McpTestServer::onThread(std::function<void()> work)
+{
+    std::promise<void> done;
+    asio::post(parts->io, [&] {
+        work();
+        done.set_value();
+    });
+    done.get_future().get();
+}
+
+void McpTestServer::endKey(std::string const& key)
+{
+    onThread([&] { parts->endpoint.endKey(key); });
+}
+
+void McpTestServer::runMaintenance()
+{
+    onThread([&] { parts->endpoint.runMaintenance(); });
+}
+
+std::size_t McpTestServer::lentMemory()
+{
+    std::size_t lent = 0;
+    onThread([&] { lent = parts->options.memory - parts->memory.available(); });
+    return lent;
+}
+
+} // namespace zelvo::service
