@@ -10,6 +10,7 @@
 #include "ZelvoGateway/base/ServerClock.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/console/Console.h"
+#include "ZelvoGateway/console/LinkPage.h"
 #include "ZelvoGateway/control/MachineEvents.h"
 #include "ZelvoGateway/http/HttpServer.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
@@ -84,6 +85,7 @@ private:
     CommandApi commandApi;
     RecordingApi recordingApi;
     Console console;
+    LinkPage linkPage;
     Routes routes;
     HttpServer http;
     TaskHandle maintenance;
@@ -114,7 +116,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), console(access, store, connections, settings.limits),
-      routes(access),
+      linkPage(access, links, settings), routes(access),
       http(io,
            {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
 {
@@ -141,6 +143,7 @@ void Server::Parts::begin()
 void Server::Parts::addRoutes()
 {
     routes.add(console.routes());
+    routes.add(linkPage.routes());
     routes.add(machineApi.routes());
     routes.add(platformApi.routes());
     routes.add(commandApi.routes());

@@ -49,8 +49,20 @@ std::string webAddress(std::string const& text)
     return text.ends_with('/') ? text.substr(0, text.size() - 1) : text;
 }
 
-constexpr std::array<Flag, 19> flags = {{
-    {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
+/// Any page of the web.
+std::string webPage(std::string const& text)
+{
+    auto const url = boost::urls::parse_uri(text);
+    if (!url || (url->scheme() != "http" && url->scheme() != "https") || url->encoded_host().empty() ||
+        url->has_userinfo())
+        throw FlagError("an address like https://example.org/zelvo is needed, not \"" + text + "\"");
+    return text;
+}
+
+constexpr std::array<Flag, 20> flags = {{
+    {"--data", "DIR",
+     "folder of the state and the API key (default: "
+     "$XDG_DATA_HOME/zelvo-gateway)",
      [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
     {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
      [](Flags& f, std::string const& v) { f.settings.listen = v; }},
@@ -82,10 +94,13 @@ constexpr std::array<Flag, 19> flags = {{
      [](Flags& f, std::string const& v) { f.settings.recordings.maxBytes = mebibytes(v); }},
     {"--recordings-mib", "N", "what all recordings together may take up (default 20480)",
      [](Flags& f, std::string const& v) { f.settings.recordings.maxTotalBytes = mebibytes(v); }},
+    {"--install-url", "URL", "where people get the agent; the page behind a link shows it",
+     [](Flags& f, std::string const& v) { f.settings.installUrl = webPage(v); }},
     {"--print-console-link", "", "prints a one-time link to the console once it listens",
      [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
     {"--token-file", "FILE",
-     "provision: writes the machine token to FILE (mode 0600), not to standard output",
+     "provision: writes the machine token to FILE (mode 0600), not to standard "
+     "output",
      [](Flags& f, std::string const& v) { f.tokenFile = v; }},
     {"--connection-file", "FILE", "provision: writes the connection's id to FILE",
      [](Flags& f, std::string const& v) { f.connectionFile = v; }},
@@ -180,10 +195,12 @@ Flags readFlags(std::span<char const* const> all)
 
 std::string flagsHelp()
 {
-    std::string text =
-        "zelvo-gateway [serve]         serves machines, platforms and the console\n"
-        "zelvo-gateway provision       makes an unattended machine and prints its token\n"
-        "zelvo-gateway console-link    prints a one-time link to the console of a running gateway\n\n";
+    std::string text = "zelvo-gateway [serve]         serves machines, platforms "
+                       "and the console\n"
+                       "zelvo-gateway provision       makes an unattended "
+                       "machine and prints its token\n"
+                       "zelvo-gateway console-link    prints a one-time link to "
+                       "the console of a running gateway\n\n";
     for (Flag const& flag : flags) {
         std::string const left =
             std::string(flag.name) + (flag.value.empty() ? "" : " ") + std::string(flag.value);

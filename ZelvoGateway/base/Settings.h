@@ -110,6 +110,7 @@ struct Settings {
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;
     McpRules mcp;
+    std::string installUrl; ///< where people get the agent; empty if nowhere in particular
     Limits limits;
 };
 

@@ -37,15 +37,6 @@ HttpResponse fileNamed(std::string const& name)
     return *std::move(file);
 }
 
-/// The browser keeps what follows the "#".
-HttpResponse redirect(std::string const& origin, HttpRequest const& request)
-{
-    HttpResponse response{.status = 307, .contentType = "text/plain"};
-    std::string const path = request.path.empty() ? std::string() : request.path.front();
-    response.headers.emplace_back("Location", origin + "/" + path);
-    return response;
-}
-
 } // namespace
 
 std::vector<Route> Console::routes()
@@ -68,9 +59,8 @@ std::vector<Route> Console::routes()
     auto const page = [&](std::vector<std::string_view> pattern, HttpResponse (*content)()) {
         return route("GET", std::move(pattern), open,
                      [this, content](HttpRequest const& request, auto const&) {
-                         if (auto const home = access.homeOfLocalPage(request))
-                             return redirect(*home, request);
-                         return content();
+                         auto redirect = redirectToHome(access, request);
+                         return redirect ? *std::move(redirect) : content();
                      });
     };
     return {page({}, consolePage),

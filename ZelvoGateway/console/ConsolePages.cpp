@@ -8,6 +8,9 @@ namespace zelvo {
 
 extern EmbeddedFile const embedded_console_html;
 extern EmbeddedFile const embedded_console_locked_html;
+extern EmbeddedFile const embedded_console_link_html;
+extern EmbeddedFile const embedded_console_link_css;
+extern EmbeddedFile const embedded_console_link_js;
 extern EmbeddedFile const embedded_console_open_html;
 extern EmbeddedFile const embedded_console_open_js;
 extern EmbeddedFile const embedded_console_session_js;
@@ -34,9 +37,11 @@ struct File {
 constexpr char const* style = "text/css; charset=utf-8";
 constexpr char const* script = "text/javascript; charset=utf-8";
 
-std::array<File, 10> const files = {{{"console.css", embedded_console_css, style},
+std::array<File, 12> const files = {{{"console.css", embedded_console_css, style},
                                      {"recordings.css", embedded_console_recordings_css, style},
                                      {"recordings.js", embedded_console_recordings_js, script},
+                                     {"link.css", embedded_console_link_css, style},
+                                     {"link.js", embedded_console_link_js, script},
                                      {"session.js", embedded_console_session_js, script},
                                      {"open.js", embedded_console_open_js, script},
                                      {"gateway.js", embedded_console_gateway_js, script},
@@ -70,6 +75,23 @@ HttpResponse lockedPage()
 HttpResponse openPage()
 {
     return page(embedded_console_open_html);
+}
+
+std::string_view linkPageTemplate()
+{
+    return embedded_console_link_html.text();
+}
+
+/// The browser keeps what follows the "#".
+std::optional<HttpResponse> redirectToHome(AccessControl const& access, HttpRequest const& request)
+{
+    auto const home = access.homeOfLocalPage(request);
+    if (!home)
+        return std::nullopt;
+    HttpResponse response{.status = 307, .contentType = "text/plain"};
+    std::string const path = request.path.empty() ? std::string() : request.path.front();
+    response.headers.emplace_back("Location", *home + "/" + path);
+    return response;
 }
 
 std::optional<HttpResponse> consoleFile(std::string const& name)

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "ZelvoGateway/http/AccessControl.h"
 #include "ZelvoGateway/http/HttpMessage.h"
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace zelvo::service {
 
@@ -17,6 +19,10 @@ HttpResponse recordingsPage();
 HttpResponse lockedPage();
 /// The page behind a one-time link, which begins a session and leads on to the console.
 HttpResponse openPage();
+/// The page behind a link, before it is filled; see filledPage().
+std::string_view linkPageTemplate();
+/// Where a page that was opened at "localhost" is at home; nullopt if it was not.
+std::optional<HttpResponse> redirectToHome(AccessControl const& access, HttpRequest const& request);
 /// A script or style sheet of the pages, by its file name; nullopt if there is none.
 std::optional<HttpResponse> consoleFile(std::string const& name);
 

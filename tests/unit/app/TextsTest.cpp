@@ -39,19 +39,36 @@ std::string contentOf(fs::path const& file)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-// Every text literal of the program's sources that has the form of a key, with the file that it stands in.
+// Adds what `key` finds in the files of a folder with one of these extensions, with the file that it stands
+// in.
+void collect(std::map<std::string, std::string>& all,
+             fs::path const& folder,
+             std::set<std::string> const& extensions,
+             std::regex const& key)
+{
+    for (fs::directory_entry const& entry : fs::recursive_directory_iterator(folder)) {
+        if (!extensions.contains(entry.path().extension().string()))
+            continue;
+        std::string const code = contentOf(entry.path());
+        for (std::sregex_iterator match(code.begin(), code.end(), key), end; match != end; ++match)
+            all.emplace((*match)[1], entry.path().string());
+    }
+}
+
+// The keys in the gateway's pages, with the file that they stand in.
+std::map<std::string, std::string> keysOfPages()
+{
+    std::map<std::string, std::string> all;
+    collect(all, ZELVO_PAGES, {".html"}, std::regex("\\{\\{([a-z]+(?:\\.[a-zA-Z0-9]+)+)\\}\\}"));
+    return all;
+}
+
+// Every text literal of the program's sources that has the form of a key, and the keys of pages.
 std::map<std::string, std::string> const& literals()
 {
     static std::map<std::string, std::string> const found = [] {
-        std::map<std::string, std::string> all;
-        std::regex const dotted("\"([a-z]+(?:\\.[a-zA-Z0-9]+)+)\"");
-        for (fs::directory_entry const& entry : fs::recursive_directory_iterator(ZELVO_SOURCES)) {
-            if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h")
-                continue;
-            std::string const code = contentOf(entry.path());
-            for (std::sregex_iterator match(code.begin(), code.end(), dotted), end; match != end; ++match)
-                all.emplace((*match)[1], entry.path().string());
-        }
+        std::map<std::string, std::string> all = keysOfPages();
+        collect(all, ZELVO_SOURCES, {".cpp", ".h"}, std::regex("\"([a-z]+(?:\\.[a-zA-Z0-9]+)+)\""));
         return all;
     }();
     return found;
@@ -164,6 +181,15 @@ TEST(Texts, existForEveryKeyThatTheCodeNames)
                 << key << " in " << entry.path();
         }
     }
+}
+
+TEST(Texts, existForEveryKeyOfAPage)
+{
+    std::set<std::string> const known = keysOf("en");
+
+    EXPECT_FALSE(keysOfPages().empty());
+    for (auto const& [key, file] : keysOfPages())
+        EXPECT_TRUE(known.contains(key)) << key << " in " << file;
 }
 
 TEST(Texts, areAllUsed)
