@@ -161,48 +161,6 @@ TEST_F(RouterSettleTest, timesAreClampedAndTextsAreNoTimes)
     EXPECT_EQ(answer(), after(300));
 }
 
-TEST_F(RouterSettleTest, pauseEndsTheWaitAtOnce)
-{
-    settle();
-    pass(100ms);
-    state.setPaused(true);
-    platform.settle();
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(code(*reply), "machine_paused");
-    EXPECT_EQ(drawings.existing, 0);
-}
-
-TEST_F(RouterSettleTest, lockEndsTheWaitAtOnce)
-{
-    settle();
-    pass(100ms);
-    platform.sessionEvents.present = Availability::screenLocked;
-    state.refreshAvailability();
-    platform.settle();
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(code(*reply), "machine_unavailable");
-    EXPECT_EQ(details(*reply), (json::object{{"reason", "screen_locked"}}));
-}
-
-TEST_F(RouterSettleTest, lossOfTheRightEndsTheWaitAtOnce)
-{
-    settle();
-    pass(100ms);
-    state.setScopes({AgentScope::input}, "c");
-    platform.settle();
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(code(*reply), "scope_denied");
-
-    state.setScopes({AgentScope::screen}, "c");
-    settle();
-    reply.reset();
-    pass(100ms);
-    state.revoke("c");
-    platform.settle();
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(code(*reply), "scope_denied");
-}
-
 TEST_F(RouterSettleTest, pauseDuringTheLastLookIsNoResult)
 {
     settle();
