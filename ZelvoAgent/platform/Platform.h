@@ -13,6 +13,7 @@
 #include "platform/HttpLoading.h"
 #include "platform/InformationDictionary.h"
 #include "platform/Installation.h"
+#include "platform/InterfaceWatch.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/MachineFacts.h"
 #include "platform/NetworkPath.h"
@@ -64,6 +65,7 @@ public:
     virtual WindowFocus& focus() = 0;
     virtual FrontChanges& frontChanges() = 0;
     virtual Accessibility& accessibility() = 0;
+    virtual InterfaceWatches& interfaces() = 0;
     virtual ScreenSource& screen() = 0;
     virtual ScreenStreams& screenStreams() = 0;
     virtual DrawingWatches& drawings() = 0;

@@ -10,6 +10,7 @@
 #include "fakes/FakeFrontChanges.h"
 #include "fakes/FakeHttpLoading.h"
 #include "fakes/FakeInstallation.h"
+#include "fakes/FakeInterfaceWatches.h"
 #include "fakes/FakeKeyboardLayout.h"
 #include "fakes/FakeOverlayWindows.h"
 #include "fakes/FakePasteboard.h"
@@ -54,6 +55,7 @@ public:
     FakeWindowFocus windowFocus;
     FakeFrontChanges fronts;
     FakeAccessibility elements;
+    FakeInterfaceWatches interfaceWatches;
     FakeScreenSource screenSource;
     FakeScreenStreams streams;
     FakeDrawingWatches drawingWatches;
@@ -100,6 +102,7 @@ public:
     WindowFocus& focus() override { return windowFocus; }
     FrontChanges& frontChanges() override { return fronts; }
     Accessibility& accessibility() override { return elements; }
+    InterfaceWatches& interfaces() override { return interfaceWatches; }
     ScreenSource& screen() override { return screenSource; }
     ScreenStreams& screenStreams() override { return streams; }
     DrawingWatches& drawings() override { return drawingWatches; }

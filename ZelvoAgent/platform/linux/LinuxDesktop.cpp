@@ -47,9 +47,13 @@ LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection
              displayFacts(),
              variable("AT_SPI_BUS_ADDRESS"),
              [this] { return unreadableApplications(); }),
-      accessibility(contexts, clock, user, variable("AT_SPI_BUS_ADDRESS"), elementScreen(), [this] {
-          access.noteUnreadable();
-      })
+      accessibility(contexts,
+                    clock,
+                    user,
+                    variable("AT_SPI_BUS_ADDRESS"),
+                    elementScreen(),
+                    [this] { access.noteUnreadable(); }),
+      interfaces(contexts, clock, [this] { return accessibility.busAddress(); })
 {
 }
 

@@ -3,6 +3,7 @@
 #include "base/Contexts.h"
 #include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/atspi/AtspiAccessibility.h"
+#include "platform/linux/atspi/AtspiInterfaceWatches.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/dbus/LinuxSessionEvents.h"
 #include "platform/linux/dbus/LinuxSystemAccess.h"
@@ -62,6 +63,7 @@ struct LinuxDesktop {
     LinuxSessionEvents session;
     LinuxSystemAccess access;
     AtspiAccessibility accessibility;
+    AtspiInterfaceWatches interfaces;
 
 private:
     DisplayFacts displayFacts() const;

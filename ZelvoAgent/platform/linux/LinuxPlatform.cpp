@@ -72,6 +72,7 @@ public:
     Accessibility& accessibility() override { return desktop().accessibility; }
     ScreenSource& screen() override { return desktop().screen; }
     ScreenStreams& screenStreams() override { return desktop().streams; }
+    InterfaceWatches& interfaces() override { return desktop().interfaces; }
     DrawingWatches& drawings() override { return desktop().drawings; }
     VideoFiles& videos() override { return videoFiles; }
     VideoFolders& videoFolders() override { return folders; }

@@ -44,12 +44,18 @@ std::unique_ptr<AtspiReader> AtspiAccessibility::atspiReader(std::int32_t pid, D
 
 std::unique_ptr<AtspiLink> AtspiAccessibility::connect()
 {
+    std::string const address = busAddress();
+    return address.empty() ? nullptr : AtspiLink::toBus(address);
+}
+
+std::string AtspiAccessibility::busAddress()
+{
     std::string address = fixedAddress ? *fixedAddress : knowledge.get().address;
     if (address.empty()) {
         address = askForAccessibilityBus(addressPatience).value_or("");
         knowledge.change([&](AtspiKnowledge& all) { all = {.address = address}; });
     }
-    return address.empty() ? nullptr : AtspiLink::toBus(address);
+    return address;
 }
 
 void AtspiAccessibility::noteUnreadable(std::int32_t pid)

@@ -40,6 +40,9 @@ public:
     }
     Task<> switchOn() override;
     Task<> switchOff() override;
+    /// The address of the accessibility bus; empty if there is none. Blocks while it is asked for. Thread:
+    /// any.
+    std::string busAddress();
     /// The running processes that cannot be read until they restart. Thread: any.
     std::vector<std::int32_t> unreadableProcesses() const { return unreadable.running(); }
 
