@@ -136,6 +136,7 @@ std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Plat
         .screen = screen,
         .drawings = platform.drawings(),
         .tree = tree,
+        .interfaces = platform.interfaces(),
         .input = input,
         .shell = shell,
         .files = files,

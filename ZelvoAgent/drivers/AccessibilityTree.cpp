@@ -78,6 +78,7 @@ AccessibilityTree::snapshot(TreeScope scope, bool interactiveOnly, std::optional
 
     UiTreeSnapshot snapshot;
     snapshot.snapshotId = newSnapshotId();
+    snapshot.pid = target.application.pid;
     if (target.bundleId)
         snapshot.app = {*target.bundleId, target.application.localizedName};
     snapshot.elements = std::move(walked.elements);

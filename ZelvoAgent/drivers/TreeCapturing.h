@@ -27,6 +27,7 @@ struct UiTreeSnapshot {
     };
 
     std::string snapshotId; ///< "snp_" and twelve random characters
+    std::int32_t pid = 0;   ///< the application's process
     std::optional<App> app; ///< `nullopt` if the application has no identifier
     std::vector<UiElementInfo> elements;
     bool truncated = false; ///< a limit ended the walk, or the application stopped answering

@@ -11,7 +11,6 @@ namespace {
 
 using Attribute = AccessibilityAttribute;
 
-constexpr std::size_t maxValueLength = 200; // Characters.
 constexpr std::string_view passwordRole = "AXSecureTextField";
 
 std::unordered_set<std::string_view> const interactiveRoles = {

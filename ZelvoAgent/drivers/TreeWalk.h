@@ -3,6 +3,7 @@
 #include "drivers/UiElementInfo.h"
 #include "platform/Accessibility.h"
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,9 @@ public:
     std::vector<UiElementInfo> collected;
     /// True if a limit ended the walk; the elements after that point are missing.
     bool truncated = false;
+
+    /// Longer values are cut after so many characters.
+    static constexpr std::size_t maxValueLength = 200;
 
     /// True for roles that a person can operate.
     static bool isInteractive(std::string_view role);

@@ -2,10 +2,10 @@
 
 #include "base/Base64.h"
 #include "base/Hop.h"
+#include "router/ObservationValues.h"
 #include "wire/AgentError.h"
 #include "wire/records/Commands.h"
 
-#include <algorithm>
 #include <chrono>
 
 namespace zelvo {
@@ -14,33 +14,11 @@ namespace {
 
 constexpr std::int64_t defaultQuality = 80;
 
-/// Throws AgentError::invalidRequest for an object that is no region.
-std::optional<DesktopRect> regionIn(json::object const& params)
-{
-    json::object const* const region = read::object(params, "region");
-    if (!region)
-        return std::nullopt;
-    auto const side = [&](char const* key) {
-        auto const value = read::number(*region, key);
-        if (!value)
-            throw AgentError::invalidRequest;
-        return *value;
-    };
-    return DesktopRect{.x = side("x"), .y = side("y"), .width = side("w"), .height = side("h")};
-}
-
-std::chrono::milliseconds
-milliseconds(json::object const& params, char const* key, std::int64_t otherwise, std::int64_t max)
-{
-    std::int64_t const value = read::integer(params, key).value_or(otherwise);
-    return std::chrono::milliseconds(std::clamp<std::int64_t>(value, 0, max));
-}
-
 ScreenSettling::Request settleRequest(Admission const& admission)
 {
     json::object const& params = admission.frame.params;
     return {.quiet = milliseconds(params, "quietMs", 300, 10'000),
-            .timeout = milliseconds(params, "timeoutMs", 3'000, 30'000),
+            .timeout = waitTimeout(params),
             .region = regionIn(params),
             .asker = admission.asker};
 }
@@ -64,6 +42,15 @@ std::optional<records::ElementFrame> regionOf(CapturedImage const& image)
     return records::ElementFrame{.x = shown.x, .y = shown.y, .w = shown.width, .h = shown.height};
 }
 
+ElementWaiting::Request waitRequest(Admission const& admission)
+{
+    json::object const& params = admission.frame.params;
+    return {.wanted = wantedElement(params),
+            .scope = treeScope(params),
+            .timeout = waitTimeout(params),
+            .asker = admission.asker};
+}
+
 /// A text may be long: it is made in its place.
 json::value screenshotResult(CapturedImage const& image)
 {
@@ -79,15 +66,6 @@ json::value screenshotResult(CapturedImage const& image)
     return records::toJson(std::move(result));
 }
 
-TreeScope treeScope(std::string_view name)
-{
-    if (name == "all_windows")
-        return TreeScope::allWindows;
-    if (name == "menu_bar")
-        return TreeScope::menuBar;
-    return TreeScope::frontmost;
-}
-
 std::string compactLines(std::vector<UiElementInfo> const& elements)
 {
     std::string lines;
@@ -99,33 +77,28 @@ std::string compactLines(std::vector<UiElementInfo> const& elements)
     return lines;
 }
 
-records::UIElement encode(UiElementInfo const& element)
-{
-    UiElementInfo::Frame const& frame = element.frame;
-    return {.actions = element.actions,
-            .description = element.elementDescription,
-            .enabled = element.enabled,
-            .focused = element.focused,
-            .frame = {.x = frame.x, .y = frame.y, .w = frame.w, .h = frame.h},
-            .id = element.id,
-            .identifier = element.identifier,
-            .role = element.role,
-            .subrole = element.subrole,
-            .title = element.title,
-            .value = element.value};
-}
-
 json::value treeResult(UiTreeSnapshot const& snapshot, bool compact)
 {
     records::UITree tree{.snapshotId = snapshot.snapshotId, .truncated = snapshot.truncated};
     tree.elements.reserve(snapshot.elements.size());
     for (UiElementInfo const& element : snapshot.elements)
-        tree.elements.push_back(encode(element));
+        tree.elements.push_back(elementRecord(element));
     if (snapshot.app)
         tree.app = {.bundleId = snapshot.app->bundleId, .name = snapshot.app->name};
     if (compact)
         tree.compact = compactLines(snapshot.elements);
     return records::toJson(std::move(tree));
+}
+
+json::value waitResult(ElementWaiting::Result const& result)
+{
+    auto const elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(result.elapsed);
+    records::UIWaited waited{.elapsedMs = elapsed.count(), .matched = result.isMatched};
+    if (result.element)
+        waited.element = elementRecord(*result.element);
+    if (result.snapshot)
+        waited.snapshotId = result.snapshot->snapshotId;
+    return records::toJson(std::move(waited));
 }
 
 } // namespace
@@ -172,12 +145,13 @@ Task<CapturedImage> ObservationHandlers::capture(ScreenshotOptions options)
 Task<json::value> ObservationHandlers::uiTree(Admission admission)
 {
     json::object const& params = admission.frame.params;
-    TreeScope const scope = treeScope(read::text(params, "scope").value_or("frontmost"));
+    TreeScope const scope = treeScope(params);
     bool const interactiveOnly = read::boolean(params, "interactiveOnly").value_or(true);
     bool const compact = read::text(params, "format").value_or("compact") == "compact";
 
     co_await services.recorder.agentLooked();
-    auto const snapshot = std::make_shared<UiTreeSnapshot const>(co_await readTree(scope, interactiveOnly));
+    auto const snapshot =
+        std::make_shared<UiTreeSnapshot const>(co_await services.tree.read(scope, interactiveOnly));
     services.snapshots.store(admission.frame.connectionId, snapshot);
     json::value result =
         co_await on(services.contexts.workers, [&] { return treeResult(*snapshot, compact); });
@@ -185,14 +159,16 @@ Task<json::value> ObservationHandlers::uiTree(Admission admission)
     co_return result;
 }
 
-/// Looks for this program's own windows twice: another application may come to the front meanwhile.
-Task<UiTreeSnapshot> ObservationHandlers::readTree(TreeScope scope, bool interactiveOnly)
+/// It reads the interface, so the log says that the agent looked.
+Task<json::value> ObservationHandlers::uiWait(Admission admission)
 {
-    auto const front = co_await services.probe.frontmostApp();
-    services.ownUi.assertAppReadable(front ? std::optional(front->bundleId) : std::nullopt);
-    UiTreeSnapshot snapshot = co_await services.tree.snapshot(scope, interactiveOnly, std::nullopt);
-    services.ownUi.assertAppReadable(snapshot.app ? std::optional(snapshot.app->bundleId) : std::nullopt);
-    co_return snapshot;
+    ElementWaiting::Request request = waitRequest(admission);
+    co_await services.recorder.agentLooked();
+    ElementWaiting::Result const result = co_await services.waiting.wait(std::move(request));
+    if (result.snapshot)
+        services.snapshots.store(admission.frame.connectionId, result.snapshot);
+    co_await logLooked(admission.frame.connectionId, admission.loggedAgentName());
+    co_return waitResult(result);
 }
 
 Task<> ObservationHandlers::logLooked(std::optional<std::string> connectionId,

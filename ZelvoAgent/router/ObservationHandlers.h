@@ -2,12 +2,11 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
-#include "confirm/ElementProbing.h"
 #include "drivers/InputDriving.h"
-#include "drivers/OwnUiGuard.h"
 #include "drivers/ScreenCapture.h"
-#include "drivers/TreeCapturing.h"
 #include "recording/SessionRecording.h"
+#include "router/ElementWaiting.h"
+#include "router/FrontTree.h"
 #include "router/HandlerTable.h"
 #include "router/ScreenSettling.h"
 #include "router/SnapshotStore.h"
@@ -26,14 +25,16 @@ class ObservationHandlers {
     Task<json::value> screenSettle(Admission admission);
     Task<json::value> cursorPosition(Admission admission);
     Task<json::value> uiTree(Admission admission);
+    Task<json::value> uiWait(Admission admission);
 
 public:
-    static constexpr std::array<HandlerRow<ObservationHandlers>, 5> rows = {{
+    static constexpr std::array<HandlerRow<ObservationHandlers>, 6> rows = {{
         {"display.info", &ObservationHandlers::displayInfo},
         {"screenshot", &ObservationHandlers::screenshot},
         {"screen.settle", &ObservationHandlers::screenSettle},
         {"cursor.position", &ObservationHandlers::cursorPosition},
         {"ui.tree", &ObservationHandlers::uiTree},
+        {"ui.wait", &ObservationHandlers::uiWait},
     }};
 
     struct Services {
@@ -42,10 +43,9 @@ public:
         AgentState& state;
         ScreenCapture& screen;
         ScreenSettling& settling;
-        TreeCapturing& tree;
+        FrontTree& tree;
+        ElementWaiting& waiting;
         InputDriving& input;
-        ElementProbing& probe;
-        OwnUiGuard& ownUi;
         SessionRecording& recorder;
         SnapshotStore& snapshots;
     };
@@ -54,7 +54,6 @@ public:
 
 private:
     Task<CapturedImage> capture(ScreenshotOptions options);
-    Task<UiTreeSnapshot> readTree(TreeScope scope, bool interactiveOnly);
     /// Writes nothing if the connection is gone by now.
     Task<> logLooked(std::optional<std::string> connectionId, std::optional<std::string> agentName);
 

@@ -3,6 +3,8 @@
 #include "base/Hop.h"
 #include "router/ActionHandlers.h"
 #include "router/ApplicationHandlers.h"
+#include "router/ElementWaiting.h"
+#include "router/FrontTree.h"
 #include "router/ObservationHandlers.h"
 #include "router/ScreenSettling.h"
 #include "router/ShellHandlers.h"
@@ -31,6 +33,8 @@ struct RpcRouter::Families {
     ActionGuard guard;
     ElementHandlers elements;
     ScreenSettling settling;
+    FrontTree frontTree;
+    ElementWaiting elementWaiting;
     ObservationHandlers observation;
     StrictActions strict;
     ActionHandlers actions;
@@ -72,15 +76,20 @@ RpcRouter::Families::Families(Contexts const& contexts,
                 .state = state,
                 .screen = services.screen,
                 .drawings = services.drawings}),
+      frontTree(services.tree, services.probe, services.ownUi),
+      elementWaiting({.contexts = contexts,
+                      .clock = clock,
+                      .state = state,
+                      .tree = frontTree,
+                      .interfaces = services.interfaces}),
       observation({.contexts = contexts,
                    .clock = clock,
                    .state = state,
                    .screen = services.screen,
                    .settling = settling,
-                   .tree = services.tree,
+                   .tree = frontTree,
+                   .waiting = elementWaiting,
                    .input = services.input,
-                   .probe = services.probe,
-                   .ownUi = services.ownUi,
                    .recorder = services.recorder,
                    .snapshots = snapshots}),
       strict({.workers = contexts.workers,

@@ -26,6 +26,7 @@ class FileGate;
 class HiddenAppGuard;
 class HiddenAppsStore;
 class InputDriving;
+class InterfaceWatches;
 class KeyboardLayout;
 class OwnUiGuard;
 class Pasteboard;
@@ -46,6 +47,7 @@ public:
         ScreenCapture& screen;
         DrawingWatches& drawings;
         TreeCapturing& tree;
+        InterfaceWatches& interfaces;
         InputDriving& input;
         Shell& shell;
         FileGate& files;

@@ -52,6 +52,7 @@ inline constexpr std::array methods = {
     Method{"actions.perform", AgentScope::input, MethodUse::command},
     Method{"cursor.position", AgentScope::screen, MethodUse::command},
     Method{"ui.tree", AgentScope::screen, MethodUse::command},
+    Method{"ui.wait", AgentScope::screen, MethodUse::command},
     Method{"shell.run", AgentScope::shell, MethodUse::command},
     Method{"clipboard.get", AgentScope::clipboard, MethodUse::command},
     Method{"clipboard.set", AgentScope::clipboard, MethodUse::command},

@@ -31,6 +31,7 @@ TEST_F(Commands, everyMethodAnswers)
         {"actions.perform", {{"actions", wait}}},
         {"cursor.position", {}},
         {"ui.tree", {}},
+        {"ui.wait", {{"role", "AXButton"}}},
         {"shell.run", {{"command", "true"}}},
         {"clipboard.set", {{"text", "kept"}}},
         {"clipboard.get", {}},

@@ -17,11 +17,13 @@ public:
 
     explicit FakeTree(Clock& clock) : clock(clock) {}
 
+    std::int32_t pid = 100;
     std::optional<UiTreeSnapshot::App> app = UiTreeSnapshot::App{"org.editor", "Editor"};
     std::vector<UiElementInfo> elements;
     bool truncated = false;
     std::optional<AgentError> failsWith;
     std::vector<Asked> asked;
+    Duration takes{}; ///< the time of a walk
 
     Task<UiTreeSnapshot>
     snapshot(TreeScope scope, bool interactiveOnly, std::optional<std::int32_t> targetPid) override
@@ -29,8 +31,12 @@ public:
         asked.push_back({scope, interactiveOnly, targetPid});
         if (failsWith)
             throw *failsWith;
+        std::string const id = "snp_" + std::to_string(asked.size());
+        if (takes > Duration::zero())
+            co_await clock.sleep(takes);
         UiTreeSnapshot taken;
-        taken.snapshotId = "snp_" + std::to_string(asked.size());
+        taken.snapshotId = id;
+        taken.pid = pid;
         taken.app = app;
         taken.elements = elements;
         taken.truncated = truncated;

@@ -82,6 +82,7 @@ std::vector<SoakCommand> soakCommands(SoakStage const& stage)
         {"tree", ask("ui.tree")},
         {"screenshot", ask("screenshot")},
         {"settle", ask("screen.settle")},
+        {"wait", [&stage](int) { stage.command("ui.wait", {{"role", "AXButton"}, {"timeoutMs", 300}}); }},
         {"apps", ask("apps.list")},
         {"windows", ask("windows.list")},
         {"shell", [&stage](int turn) { runShell(stage, turn); }},

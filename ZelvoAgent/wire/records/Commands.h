@@ -202,4 +202,14 @@ struct UITree {
 };
 BOOST_DESCRIBE_STRUCT(UITree, (), (app, compact, elements, snapshotId, truncated))
 
+/// The result of a method of our own.
+struct UIWaited {
+    std::int64_t elapsedMs{};
+    std::optional<UIElement> element;
+    bool matched{};
+    std::optional<std::string> snapshotId;
+    bool operator==(UIWaited const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(UIWaited, (), (elapsedMs, element, matched, snapshotId))
+
 } // namespace zelvo::records

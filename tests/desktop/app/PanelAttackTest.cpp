@@ -385,6 +385,7 @@ protected:
             .screen = *capture,
             .drawings = platform->drawings(),
             .tree = *tree,
+            .interfaces = platform->interfaces(),
             .input = *input,
             .shell = *shell,
             .files = parts->files,

@@ -34,7 +34,10 @@ protected:
         EXPECT_EQ(watches(), 0);
         return reply ? code(*reply) : "none yet";
     }
-    int watches() const { return platform.drawingWatches.existing; }
+    int watches() const
+    {
+        return platform.drawingWatches.existing + static_cast<int>(platform.interfaceWatches.existing());
+    }
 
     std::optional<json::object> reply;
 };
@@ -83,7 +86,8 @@ TEST_P(RouterGuardedWaitTest, endsAtOnceWithACancellation)
 
 INSTANTIATE_TEST_SUITE_P(All,
                          RouterGuardedWaitTest,
-                         testing::Values(Waiting{"screen.settle", R"({"quietMs":300})"}),
+                         testing::Values(Waiting{"screen.settle", R"({"quietMs":300})"},
+                                         Waiting{"ui.wait", R"({"name":"Save"})"}),
                          [](auto const& test) { return test.param.method[0] == 's' ? "screen" : "element"; });
 
 } // namespace

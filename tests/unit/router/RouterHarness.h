@@ -117,6 +117,7 @@ protected:
             .screen = capture,
             .drawings = platform.drawingWatches,
             .tree = tree,
+            .interfaces = platform.interfaceWatches,
             .input = input,
             .shell = shell,
             .files = files,

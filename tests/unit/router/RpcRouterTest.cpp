@@ -66,7 +66,7 @@ TEST_F(RpcRouterTest, cursorPositionInPoints)
 TEST_F(RpcRouterTest, everyScopedMethodIsDeniedWithoutItsScope)
 {
     for (char const* const method :
-         {"screenshot", "screen.settle", "ui.tree", "windows.list", "apps.list", "cursor.position",
+         {"screenshot", "screen.settle", "ui.tree", "ui.wait", "windows.list", "apps.list", "cursor.position",
           "actions.perform", "apps.open", "apps.activate", "urls.open", "shell.run", "files.upload.begin",
           "files.upload.chunk", "files.upload.end", "files.download", "clipboard.get", "clipboard.set"}) {
         std::vector<AgentScope> others;

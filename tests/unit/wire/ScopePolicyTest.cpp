@@ -11,14 +11,14 @@ namespace {
 
 std::map<std::string_view, AgentScope> const table = {
     {"screenshot", AgentScope::screen},        {"ui.tree", AgentScope::screen},
-    {"screen.settle", AgentScope::screen},     {"windows.list", AgentScope::screen},
-    {"apps.list", AgentScope::screen},         {"cursor.position", AgentScope::screen},
-    {"actions.perform", AgentScope::input},    {"apps.open", AgentScope::input},
-    {"apps.activate", AgentScope::input},      {"urls.open", AgentScope::input},
-    {"shell.run", AgentScope::shell},          {"files.upload.begin", AgentScope::files},
-    {"files.upload.chunk", AgentScope::files}, {"files.upload.end", AgentScope::files},
-    {"files.download", AgentScope::files},     {"clipboard.get", AgentScope::clipboard},
-    {"clipboard.set", AgentScope::clipboard},
+    {"screen.settle", AgentScope::screen},     {"ui.wait", AgentScope::screen},
+    {"windows.list", AgentScope::screen},      {"apps.list", AgentScope::screen},
+    {"cursor.position", AgentScope::screen},   {"actions.perform", AgentScope::input},
+    {"apps.open", AgentScope::input},          {"apps.activate", AgentScope::input},
+    {"urls.open", AgentScope::input},          {"shell.run", AgentScope::shell},
+    {"files.upload.begin", AgentScope::files}, {"files.upload.chunk", AgentScope::files},
+    {"files.upload.end", AgentScope::files},   {"files.download", AgentScope::files},
+    {"clipboard.get", AgentScope::clipboard},  {"clipboard.set", AgentScope::clipboard},
 };
 
 TEST(ScopePolicy, followsTheTableForEveryMethodOfTheSchema)
