@@ -4,6 +4,7 @@
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/console/ConsoleLock.h"
 #include "ZelvoGateway/control/LinkService.h"
+#include "ZelvoGateway/mcp/stdio/StdioBridge.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 
 #include <sys/resource.h>
@@ -113,6 +114,17 @@ void printConsoleLink(Flags const& flags, std::ostream& out)
         address->pop_back();
     SqliteStore store(folder.file("gateway.sqlite"));
     out << newConsoleLink(store, *address, flags.settings.consoleLinkLifetime) << "\n";
+}
+
+void serveMcpClient(Flags const& flags)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    GatewayChoice const choice{.dataFolder = flags.settings.dataFolder,
+                               .url = flags.gatewayUrl,
+                               .keyFile = flags.keyFile,
+                               .connection = flags.connections.empty() ? "" : flags.connections.front(),
+                               .switches = flags.mcpSwitches};
+    joinGateway(placeOf(choice), STDIN_FILENO, STDOUT_FILENO);
 }
 
 void serve(Flags const& flags, std::ostream& out)

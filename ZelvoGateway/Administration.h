@@ -14,6 +14,9 @@ namespace zelvo::service {
 void provision(Flags const& flags, std::ostream& out);
 /// Prints a one-time link to the console of the gateway that runs on this data folder.
 void printConsoleLink(Flags const& flags, std::ostream& out);
+/// Serves an MCP client on standard input and output, by the gateway that the flags name, until the input
+/// ends.
+void serveMcpClient(Flags const& flags);
 /// Serves until SIGINT, SIGTERM or SIGHUP.
 void serve(Flags const& flags, std::ostream& out);
 

@@ -31,6 +31,7 @@ namespace zelvo::service {
 namespace {
 
 constexpr char const* addressFile = "address";
+constexpr char const* localAddressFile = "local-address"; // For programs on this computer.
 constexpr auto patienceAtEnd = std::chrono::seconds(5);
 constexpr Duration maintenancePeriod = 60s;
 
@@ -126,6 +127,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
 Server::Parts::~Parts()
 {
     folder.remove(addressFile);
+    folder.remove(localAddressFile);
     workers.join();
     clock.dropSleepers();
 }
@@ -138,6 +140,7 @@ void Server::Parts::begin()
     addRoutes();
     http.listen(settings.listen, settings.port);
     folder.write(addressFile, address() + "\n");
+    folder.write(localAddressFile, http.localAddress() + "\n");
 }
 
 void Server::Parts::addRoutes()

@@ -23,6 +23,9 @@ int runCommand(std::span<char const* const> arguments)
     case Command::consoleLink:
         printConsoleLink(flags, std::cout);
         break;
+    case Command::mcp:
+        serveMcpClient(flags);
+        break;
     case Command::help:
         std::cout << flagsHelp();
         break;

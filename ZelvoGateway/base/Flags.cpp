@@ -59,7 +59,7 @@ std::string webPage(std::string const& text)
     return text;
 }
 
-constexpr std::array<Flag, 20> flags = {{
+constexpr std::array<Flag, 24> flags = {{
     {"--data", "DIR",
      "folder of the state and the API key (default: "
      "$XDG_DATA_HOME/zelvo-gateway)",
@@ -106,6 +106,14 @@ constexpr std::array<Flag, 20> flags = {{
      [](Flags& f, std::string const& v) { f.connectionFile = v; }},
     {"--end-user", "ID", "provision: whose machine it is (default local)",
      [](Flags& f, std::string const& v) { f.endUserId = v; }},
+    {"--gateway", "URL", "mcp: the gateway to join (default: the one that runs on --data)",
+     [](Flags& f, std::string const& v) { f.gatewayUrl = webAddress(v); }},
+    {"--key-file", "FILE", "mcp: the API key (default: $ZELVO_API_KEY, else the key in --data)",
+     [](Flags& f, std::string const& v) { f.keyFile = v; }},
+    {"--connection", "ID", "mcp: serves this connection only",
+     [](Flags& f, std::string const& v) { f.connections.push_back(v); }},
+    {"--switches", "QUERY", "mcp: as in the address of /mcp, such as \"width=1280&tools=computer\"",
+     [](Flags& f, std::string const& v) { f.mcpSwitches = v; }},
     {"--help", "", "prints this", [](Flags& f, std::string const&) { f.command = Flags::Command::help; }},
     {"--version", "", "prints the version",
      [](Flags& f, std::string const&) { f.command = Flags::Command::version; }},
@@ -168,7 +176,9 @@ Flags::Command commandNamed(std::string const& name)
         return Flags::Command::provision;
     if (name == "console-link")
         return Flags::Command::consoleLink;
-    throw FlagError("unknown command \"" + name + "\"; there are serve, provision and console-link");
+    if (name == "mcp")
+        return Flags::Command::mcp;
+    throw FlagError("unknown command \"" + name + "\"; there are serve, provision, console-link and mcp");
 }
 
 } // namespace
@@ -188,6 +198,8 @@ Flags readFlags(std::span<char const* const> all)
             throw FlagError("\"" + argument + "\" is one argument too many");
         }
     }
+    if (result.command == Flags::Command::mcp && result.connections.size() > 1)
+        throw FlagError("mcp takes one --connection");
     if (result.settings.dataFolder.empty())
         result.settings.dataFolder = defaultDataFolder();
     return result;
@@ -195,12 +207,12 @@ Flags readFlags(std::span<char const* const> all)
 
 std::string flagsHelp()
 {
-    std::string text = "zelvo-gateway [serve]         serves machines, platforms "
-                       "and the console\n"
-                       "zelvo-gateway provision       makes an unattended "
-                       "machine and prints its token\n"
-                       "zelvo-gateway console-link    prints a one-time link to "
-                       "the console of a running gateway\n\n";
+    std::string text =
+        "zelvo-gateway [serve]         serves machines, platforms and the console\n"
+        "zelvo-gateway provision       makes an unattended machine and prints its token\n"
+        "zelvo-gateway console-link    prints a one-time link to the console of a running gateway\n"
+        "zelvo-gateway mcp             serves an MCP client on standard input and output, by a running "
+        "gateway\n\n";
     for (Flag const& flag : flags) {
         std::string const left =
             std::string(flag.name) + (flag.value.empty() ? "" : " ") + std::string(flag.value);

@@ -5,12 +5,13 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace zelvo::service {
 
 /// The parsed command line.
 struct Flags {
-    enum class Command { serve, provision, consoleLink, help, version };
+    enum class Command { serve, provision, consoleLink, mcp, help, version };
     Command command = Command::serve;
     Settings settings;
     std::string portFile; ///< where serve writes its port
@@ -18,6 +19,10 @@ struct Flags {
     std::string tokenFile;      ///< where provision writes the machine token
     std::string connectionFile; ///< where provision writes the connection's id
     std::string endUserId = "local";
+    std::string gatewayUrl; ///< of the gateway that mcp joins; empty for that on the data folder
+    std::string keyFile;    ///< of the key with which mcp joins it
+    std::vector<std::string> connections; ///< at most one, which mcp is to serve
+    std::string mcpSwitches;
 };
 
 /// An invalid command line; what() gives the reason.

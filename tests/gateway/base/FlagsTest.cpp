@@ -51,6 +51,19 @@ TEST(Flags, tellOfRecordings)
               "--recording-days: a number from 1 to 3650 is needed, not \"0\"");
 }
 
+TEST(Flags, tellWhichGatewayAnMcpClientJoins)
+{
+    Flags const flags = read({"mcp", "--gateway", "http://127.0.0.1:9000/", "--key-file=/k", "--connection",
+                              "con_1", "--switches=width=800&tools=computer"});
+
+    EXPECT_EQ(flags.command, Flags::Command::mcp);
+    EXPECT_EQ(flags.gatewayUrl, "http://127.0.0.1:9000");
+    EXPECT_EQ(flags.keyFile, "/k");
+    EXPECT_EQ(flags.connections, std::vector<std::string>{"con_1"});
+    EXPECT_EQ(flags.mcpSwitches, "width=800&tools=computer");
+    EXPECT_EQ(failureOf({"mcp", "--connection", "a", "--connection", "b"}), "mcp takes one --connection");
+}
+
 TEST(Flags, areReadInBothForms)
 {
     Flags const flags =
