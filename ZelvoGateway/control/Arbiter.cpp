@@ -74,6 +74,20 @@ void Arbiter::finished(Ticket ticket, Moment now)
     tick(now);
 }
 
+void Arbiter::withdraw(Ticket ticket, Moment now)
+{
+    std::erase_if(decided, [&](Decided const& one) { return one.ticket == ticket; });
+    finished(ticket, now);
+    std::erase_if(waiting, [&](Waiter& one) {
+        bool const asked =
+            std::erase_if(one.requests, [&](Request const& request) { return request.ticket == ticket; }) > 0;
+        bool const goes = asked && one.requests.empty();
+        if (goes)
+            remember(one.agent);
+        return goes;
+    });
+}
+
 bool Arbiter::isPaused(std::string const& ref) const
 {
     return std::ranges::any_of(paused, [&](PausedAgent const& one) { return one.agent.ref == ref; });

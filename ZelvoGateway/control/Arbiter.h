@@ -53,6 +53,8 @@ public:
     Ticket ask(Agent const& agent, Instant deadline, Moment now);
     /// A command that was granted has ended.
     void finished(Ticket ticket, Moment now);
+    /// A command that asked no longer wants control. It gets no outcome, and does not keep its place in line.
+    void withdraw(Ticket ticket, Moment now);
     bool isPaused(std::string const& ref) const;
     /// Pauses the holder, an agent in line, or one that has lately been either: the person may choose it at
     /// the moment at which its time ends. nullopt for others, and for one that is paused.

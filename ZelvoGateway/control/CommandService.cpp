@@ -70,7 +70,9 @@ Task<CommandOutcome> CommandService::send(Submission submission)
 {
     std::string const& connectionId = submission.connection.id;
     std::string const& method = submission.command.method;
-    Duration const patience = submission.command.mustNotWait() ? Duration{} : settings.control.patience;
+    Duration const patience = submission.command.mustNotWait()
+                                  ? Duration{}
+                                  : submission.command.patience.value_or(settings.control.patience);
     std::optional<Failure> refused;
     std::optional<ControlService::Lease> lease;
     try {

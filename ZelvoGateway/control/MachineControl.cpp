@@ -4,7 +4,9 @@
 #include "ZelvoGateway/base/Secrets.h"
 
 #include <boost/asio/as_tuple.hpp>
+#include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <boost/system/system_error.hpp>
 
 #include <algorithm>
 
@@ -44,7 +46,20 @@ Task<Arbiter::Outcome> MachineControl::outcomeOf(Arbiter::Ticket ticket)
     waiting.emplace(ticket, mine);
     co_await mine->wake.async_wait(asio::as_tuple(asio::use_awaitable));
     waiting.erase(ticket);
+    auto const cancellation = co_await asio::this_coro::cancellation_state;
+    if (cancellation.cancelled() != asio::cancellation_type::none) {
+        withdraw(ticket);
+        throw boost::system::system_error(asio::error::operation_aborted);
+    }
     co_return mine->outcome.value_or(Arbiter::Outcome::gone);
+}
+
+void MachineControl::withdraw(Arbiter::Ticket ticket)
+{
+    if (stopped)
+        return;
+    arbiter.withdraw(ticket, moment());
+    settle();
 }
 
 void MachineControl::finished(Arbiter::Ticket ticket)

@@ -27,6 +27,7 @@ public:
     /// Asks for control; see Arbiter::ask(). The outcome has to be awaited, and finished() has to follow if
     /// it is `granted`.
     Arbiter::Ticket ask(Agent const& agent, Instant deadline);
+    /// Cancelling the task takes the command back.
     Task<Arbiter::Outcome> outcomeOf(Arbiter::Ticket ticket);
     void finished(Arbiter::Ticket ticket);
 
@@ -60,6 +61,7 @@ private:
     };
 
     Moment moment() const { return {.instant = clock.now(), .date = clock.date()}; }
+    void withdraw(Arbiter::Ticket ticket);
     void settle();
     void deliverOutcomes();
     void setTimer();

@@ -37,6 +37,8 @@ struct PlatformCommand {
     /// - confirmationTimeoutMs: how long the person has to answer a question about the command. It replaces
     ///   the param of that name for the methods that have it, and means nothing to others.
     records::DeliveryOptions delivery = {};
+    /// How long it waits while another agent is in control; nullopt for the gateway's usual time.
+    std::optional<Duration> patience = {};
 
     bool mayBeQueued() const { return delivery.whenUnavailable == records::WhenUnavailable::queue; }
     bool mustNotWait() const { return delivery.whenUnavailable == records::WhenUnavailable::fail; }

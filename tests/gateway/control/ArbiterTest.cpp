@@ -147,6 +147,34 @@ TEST(Arbiter, endsThePatienceOfACommandAndKeepsItsPlaceForAWhile)
     EXPECT_THAT(machine.waiting(), IsEmpty());
 }
 
+TEST(Arbiter, takesARequestBack)
+{
+    Fixture machine;
+    machine.ask("ann");
+    auto const bob = machine.ask("bob");
+    machine.ask("cy");
+    auto const cysOther = machine.ask("cy");
+
+    machine.arbiter.withdraw(bob, machine.now);
+    machine.arbiter.withdraw(cysOther, machine.now);
+
+    EXPECT_THAT(machine.waiting(), ElementsAre("cy"));
+    EXPECT_EQ(machine.outcome(bob), std::nullopt);
+    EXPECT_EQ(machine.outcome(cysOther), std::nullopt);
+}
+
+TEST(Arbiter, takesBackWhatItHasGranted)
+{
+    Fixture machine;
+    auto const ann = machine.ask("ann");
+    auto const bob = machine.ask("bob");
+    machine.arbiter.withdraw(ann, machine.now);
+    machine.pass(machine.times.idle);
+
+    EXPECT_EQ(machine.outcome(bob), Outcome::granted);
+    EXPECT_EQ(machine.holder(), "bob");
+}
+
 TEST(Arbiter, answersAtOnceWhenACommandMustNotWait)
 {
     Fixture machine;

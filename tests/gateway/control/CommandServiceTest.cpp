@@ -7,6 +7,8 @@
 #include "gateway/support/Gateway.h"
 #include "gateway/support/RunTask.h"
 
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
 #include <gtest/gtest.h>
 
 namespace zelvo::service {
@@ -138,6 +140,81 @@ TEST(CommandService, knowsOnlyConnectionsThatAreNotRevoked)
     EXPECT_EQ(on.failureOf({.method = "screenshot"}).code, ErrorCode::notFound);
     EXPECT_THROW(on.commands.assertExists("con_1"), Failure);
     EXPECT_TRUE(machine->calls.empty());
+}
+
+PlatformCommand actionsOf(std::string const& agent)
+{
+    return {.method = "actions.perform", .agent = json::object{{"ref", agent}}};
+}
+
+/// Runs a command until it waits; cancelling is up to the test.
+struct BegunCommand {
+    BegunCommand(Fixture& on, PlatformCommand const& command)
+    {
+        auto onEnd = [this](std::exception_ptr thrown, CommandOutcome const&) {
+            hasEnded = true;
+            failure = thrown;
+        };
+        asio::co_spawn(on.io, on.commands.run("con_1", command, 100),
+                       asio::bind_cancellation_slot(cancellation.slot(), onEnd));
+        poll(on);
+    }
+    static void poll(Fixture& on)
+    {
+        on.io.restart();
+        on.io.poll();
+    }
+    ErrorCode code() const
+    {
+        try {
+            std::rethrow_exception(failure);
+        } catch (Failure const& thrown) {
+            return thrown.code;
+        }
+    }
+
+    asio::cancellation_signal cancellation;
+    std::exception_ptr failure;
+    bool hasEnded = false;
+};
+
+TEST(CommandService, takesACancelledCommandOutOfTheLine)
+{
+    Fixture on;
+    auto const machine = on.connect();
+    BegunCommand const ann(on, actionsOf("ann"));
+    BegunCommand bob(on, actionsOf("bob"));
+    EXPECT_FALSE(bob.hasEnded);
+
+    bob.cancellation.emit(asio::cancellation_type::terminal);
+    BegunCommand::poll(on);
+    EXPECT_TRUE(bob.hasEnded);
+    on.clock.advance(on.settings.control.idle);
+    BegunCommand::poll(on);
+    BegunCommand const cy(on, actionsOf("cy"));
+
+    EXPECT_TRUE(cy.hasEnded); // Nobody is in control for a command that will never come.
+    EXPECT_EQ(cy.failure, nullptr);
+    EXPECT_EQ(machine->calls.size(), 2u);
+}
+
+TEST(CommandService, waitsForControlAsLongAsACommandHasPatience)
+{
+    Fixture on;
+    on.connect();
+    BegunCommand const ann(on, actionsOf("ann"));
+    PlatformCommand command = actionsOf("bob");
+    command.patience = 10s;
+    BegunCommand const bob(on, command);
+
+    on.clock.advance(9s);
+    BegunCommand::poll(on);
+    EXPECT_FALSE(bob.hasEnded);
+    on.clock.advance(1s);
+    BegunCommand::poll(on);
+
+    ASSERT_TRUE(bob.hasEnded);
+    EXPECT_EQ(bob.code(), ErrorCode::machineBusy);
 }
 
 TEST(CommandService, tellsApartWhyACommandCannotBeCancelled)
