@@ -123,7 +123,20 @@ ReferenceMatch ElementReferences::find(std::string_view reference) const
 
 std::string ElementReferences::newReference(std::string_view role)
 {
-    return letterOf(role) + std::to_string(++lastNumber);
+    lastNumber = nextNumber ? nextNumber() : lastNumber + 1;
+    return letterOf(role) + std::to_string(lastNumber);
+}
+
+std::size_t ElementReferences::bytes() const
+{
+    auto const bytesOf = [](Look const& look) {
+        auto const& [role, identifier, name] = look;
+        return role.size() + identifier.size() + name.size();
+    };
+    std::size_t bytes = 0;
+    for (auto const& [reference, element] : known)
+        bytes += sizeof element + bytesOf(element.look) + bytesOf(element.before);
+    return bytes;
 }
 
 void ElementReferences::forgetOld()

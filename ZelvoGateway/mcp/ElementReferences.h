@@ -3,10 +3,12 @@
 #include "ZelvoGateway/mcp/SeenElement.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace zelvo::service {
@@ -39,11 +41,18 @@ struct ReferenceMatch {
 class ElementReferences {
 public:
     static constexpr std::size_t maxKnown = 5'000; ///< elements, the last ones seen
+    /// Gives the number of a new reference, greater than those before.
+    using NextNumber = std::function<std::uint64_t()>;
+
+    /// Without `nextNumber` it counts from 1.
+    explicit ElementReferences(NextNumber nextNumber = {}) : nextNumber(std::move(nextNumber)) {}
 
     /// Takes a new tree.
     std::vector<ReferencedElement> const& update(std::vector<SeenElement> elements);
     ReferenceMatch find(std::string_view reference) const;
     std::vector<ReferencedElement> const& newestTree() const { return newest; }
+    /// About the memory of what it knows, without the newest tree.
+    std::size_t bytes() const;
 
 private:
     /// Role, identifier and name.
@@ -65,6 +74,7 @@ private:
     std::string newReference(std::string_view role);
     void forgetOld();
 
+    NextNumber nextNumber;
     std::map<std::string, Known, std::less<>> known;
     std::vector<ReferencedElement> newest;
     std::uint64_t lastNumber = 0;

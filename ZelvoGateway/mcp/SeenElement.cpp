@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace zelvo::service {
@@ -9,21 +10,52 @@ namespace zelvo::service {
 namespace {
 
 constexpr std::size_t maxElements = 1'500; // what machines send at most
-constexpr std::size_t maxBytes = 4096;     // that are looked at; a text of megabytes is not worth the time
-constexpr std::size_t maxText = 200;       // characters
-constexpr std::size_t maxRole = 40;        // characters
+constexpr std::size_t maxBytes = 1'000;    // of a text that are looked at: a character may be of any length
+constexpr std::size_t maxTreeBytes = 400'000; // of all texts of a tree
+constexpr std::size_t maxText = 200;          // characters
+constexpr std::size_t maxRole = 40;           // characters
 constexpr double maxCoordinate = 1'000'000'000;
 
-std::string lineOf(json::object const& element, std::string_view key, std::size_t maxCharacters = maxText)
+/// Reads the elements of one tree. Once their texts have used up the room, later ones are empty.
+class ElementReader {
+public:
+    SeenElement elementOf(json::object const& object);
+
+private:
+    std::string
+    lineOf(json::object const& element, std::string_view key, std::size_t maxCharacters = maxText);
+    std::string roleOf(json::object const& element);
+
+    std::size_t room = maxTreeBytes;
+};
+
+bool isPlainAscii(std::string_view text)
+{
+    return std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7f; });
+}
+
+std::string shown(std::string_view text, std::size_t maxCharacters)
+{
+    // Most texts are, and this is the hot path of every look.
+    if (text.size() <= maxCharacters && isPlainAscii(text))
+        return std::string(text);
+    return text::shownInLine(text, maxCharacters);
+}
+
+std::string
+ElementReader::lineOf(json::object const& element, std::string_view key, std::size_t maxCharacters)
 {
     json::value const* const found = element.if_contains(key);
     if (!found || !found->is_string())
         return "";
-    return text::shownInLine(text::prefixOfBytes(found->get_string(), maxBytes), maxCharacters);
+    std::string line =
+        shown(text::prefixOfBytes(found->get_string(), std::min(maxBytes, room)), maxCharacters);
+    room -= std::min(room, line.size());
+    return line;
 }
 
 /// "AXPopUpButton" becomes "popupbutton".
-std::string roleOf(json::object const& element)
+std::string ElementReader::roleOf(json::object const& element)
 {
     std::string role = lineOf(element, "role", maxRole);
     if (role.starts_with("AX"))
@@ -37,7 +69,7 @@ std::int64_t coordinate(json::object const& frame, std::string_view key)
     return std::abs(number) <= maxCoordinate ? std::llround(number) : 0;
 }
 
-SeenElement elementOf(json::object const& object)
+SeenElement ElementReader::elementOf(json::object const& object)
 {
     SeenElement element{.id = lineOf(object, "id"),
                         .role = roleOf(object),
@@ -64,9 +96,10 @@ std::vector<SeenElement> seenElements(json::object const& tree)
     json::array const* const list = read::array(tree, "elements");
     if (!list)
         return elements;
+    ElementReader reader;
     for (json::value const& item : *list)
         if (json::object const* const object = item.if_object(); object && elements.size() < maxElements)
-            elements.push_back(elementOf(*object));
+            elements.push_back(reader.elementOf(*object));
     return elements;
 }
 

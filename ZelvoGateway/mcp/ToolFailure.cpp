@@ -73,13 +73,23 @@ std::string_view nextStep(ErrorCode code)
     return "tell the user";
 }
 
-McpToolResult failureResult(ToolFailure const& failure)
+std::string failureText(ToolFailure const& failure)
 {
     std::string text(rawValue(failure.code));
     text += ": " + sentenceOf(failure.what) + ".";
     if (failure.actionsDone)
         text += " Done: " + doneText(*failure.actionsDone) + ".";
-    text += " Next: " + std::string(failure.next.value_or(nextStep(failure.code))) + ".";
+    text += " Next: " + failure.next.value_or(std::string(nextStep(failure.code))) + ".";
+    for (std::string const& line : failure.lines)
+        text += "\n" + line;
+    return text;
+}
+
+McpToolResult failureResult(ToolFailure const& failure)
+{
+    std::string text = failureText(failure);
+    if (failure.holdsData)
+        text += "\n" + std::string(dataLine);
     return {.content = {{.text = std::move(text)}}, .isError = true};
 }
 

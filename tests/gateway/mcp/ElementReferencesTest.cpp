@@ -34,6 +34,16 @@ TEST(ElementReferences, sayTheKindOfAnElement)
               "b1 t2 l3 c4 m5 e6");
 }
 
+TEST(ElementReferences, mayGetTheirNumbersFromElsewhere)
+{
+    std::uint64_t last = 500;
+    ElementReferences references([&] { return last += 10; });
+
+    EXPECT_EQ(named(references, {element("button", "Save"), element("link", "More")}), "b510 l520");
+    EXPECT_EQ(named(references, {element("link", "More"), element("button", "Save")}), "l520 b510");
+    EXPECT_GT(references.bytes(), 0U);
+}
+
 TEST(ElementReferences, stayInLaterTrees)
 {
     ElementReferences references;

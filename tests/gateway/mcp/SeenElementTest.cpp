@@ -61,6 +61,23 @@ TEST(SeenElement, hasShortTextsHoweverLongTheyCome)
     EXPECT_EQ(text::characterCount(elements.at(0).value), 201U); // with the ellipsis
 }
 
+TEST(SeenElement, sharesABoundedSizeWithTheOthersOfItsTree)
+{
+    json::array many;
+    for (int i = 0; i < 1500; ++i)
+        many.emplace_back(json::object{{"title", std::string(150, 'a')}, {"value", std::string(150, 'b')}});
+
+    std::size_t bytes = 0;
+    auto const elements = seenElements({{"elements", many}});
+    for (SeenElement const& element : elements)
+        bytes += element.name.size() + element.value.size();
+
+    EXPECT_EQ(elements.size(), 1500U);
+    EXPECT_EQ(elements.front().name.size(), 150U);
+    EXPECT_LE(bytes, 400'010U); // with an ellipsis
+    EXPECT_TRUE(elements.back().name.empty());
+}
+
 TEST(SeenElement, toleratesEverything)
 {
     EXPECT_TRUE(seenElements({}).empty());
