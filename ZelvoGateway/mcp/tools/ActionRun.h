@@ -1,0 +1,38 @@
+#pragma once
+
+#include "ZelvoGateway/mcp/tools/ActionRequest.h"
+#include "ZelvoGateway/mcp/tools/ElementSearch.h"
+#include "ZelvoGateway/mcp/tools/MachineCall.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace zelvo::service {
+
+/// Carries out actions in order, each as a command of its own, because machines do not say which action of a
+/// command failed.
+/// Thread: the server's.
+class ActionRun {
+public:
+    /// expectedApp   that has to be in front, by its name or identifier; empty for any
+    ActionRun(MachineCallPtr call, std::vector<ActionRequest> actions, std::string expectedApp);
+
+    /// Throws ToolFailure, which says what was done.
+    Task<> run();
+    std::size_t count() const { return actions.size(); }
+
+private:
+    Task<> perform(std::size_t index);
+    Task<> send(std::size_t index, Freshness freshness);
+    Task<json::array> wireActions(std::size_t index, Freshness freshness);
+    Task<json::array> onElement(ActionRequest action, Freshness freshness);
+    Task<ScreenPoint> placeOf(ActionRequest action);
+    ScreenPoint pointsOf(ScreenPoint shown) const;
+
+    MachineCallPtr call;
+    std::vector<ActionRequest> actions;
+    std::string expected;
+};
+
+} // namespace zelvo::service

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/mcp/ToolFailure.h"
+#include "ZelvoGateway/mcp/tools/DesktopCommands.h"
+#include "ZelvoGateway/mcp/tools/SeenMachine.h"
+
+#include <memory>
+#include <string>
+
+namespace zelvo::service {
+
+/// What the tools work with.
+struct ToolServices {
+    std::shared_ptr<DesktopCommands> commands;
+    Clock& clock;
+    Executor server;
+    Executor workers;
+    PictureLimits pictures = {};
+};
+
+/// One call of a tool on one machine. Its parts are shared, so that a call can outlive its client.
+/// Thread: the server's.
+class MachineCall {
+public:
+    MachineCall(ToolServices services,
+                ReachedMachine machine,
+                std::shared_ptr<SeenMachine> seen,
+                std::string client)
+        : services(std::move(services)), machine(std::move(machine)), seenMachine(std::move(seen)),
+          client(std::move(client))
+    {
+    }
+
+    /// Runs a command. If the machine is busy it tries again, for 10 s in all.
+    /// Throws Failure.
+    Task<CommandResult> run(std::string method, json::object params = {});
+    /// Runs a command with large params, which are not kept for another try.
+    Task<CommandResult> runOnce(std::string method, json::object params);
+    /// The main display's size; `nullopt` if there is none.
+    Task<std::optional<DisplaySize>> displaySize();
+
+    Clock& clock() const { return services.clock; }
+    Executor workers() const { return services.workers; }
+    PictureLimits pictures() const { return services.pictures; }
+    ReachedMachine const& target() const { return machine; }
+    SeenMachine& seen() const { return *seenMachine; }
+    /// What it waits for, for people.
+    std::string const& activity() const { return doing; }
+
+private:
+    DesktopCommand commandOf(std::string method, json::object params);
+
+    ToolServices services;
+    ReachedMachine machine;
+    std::shared_ptr<SeenMachine> seenMachine;
+    std::string client;
+    std::string doing = "waiting for the computer";
+};
+
+using MachineCallPtr = std::shared_ptr<MachineCall>;
+
+/// What a failed command means for a model.
+ToolFailure toolFailure(Failure const& failure);
+
+} // namespace zelvo::service

@@ -1,0 +1,85 @@
+#include "ZelvoGateway/mcp/TreeLines.h"
+#include "ZelvoGateway/mcp/tools/ElementWait.h"
+#include "ZelvoGateway/mcp/tools/Look.h"
+#include "ZelvoGateway/mcp/tools/Observation.h"
+#include "ZelvoGateway/mcp/tools/Tools.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zelvo::service {
+
+namespace {
+
+constexpr std::int64_t usualTimeoutMs = 10'000;
+
+ElementWait waitOf(json::object const& arguments)
+{
+    ElementWait wait{
+        .role = read::text(arguments, "role"),
+        .name = read::text(arguments, "name"),
+        .value = read::text(arguments, "value"),
+        .until = read::text(arguments, "until").value_or("appears"),
+        .timeout = std::chrono::milliseconds(read::integer(arguments, "timeoutMs").value_or(usualTimeoutMs))};
+    if (wait.role && wait.role->empty())
+        wait.role.reset();
+    if (wait.name && wait.name->empty())
+        wait.name.reset();
+    auto const refused = [](std::string what) {
+        return ToolFailure{.code = ErrorCode::invalidRequest, .what = std::move(what)};
+    };
+    if (!wait.role && !wait.name)
+        throw refused(R"(Give "role" or "name" of an element, or "op" of a pending call)");
+    if (wait.until == "value" && !wait.value)
+        throw refused(R"("until" value needs "value")");
+    return wait;
+}
+
+std::string statusOf(ElementWait const& wait, ElementWaitResult const& result)
+{
+    std::string const ms = std::to_string(result.elapsedMs) + " ms";
+    if (!result.isMatched)
+        return "not matched after " + ms;
+    if (wait.until == "disappears")
+        return "gone after " + ms;
+    return "matched after " + ms;
+}
+
+bool isSame(SeenElement const& left, SeenElement const& right)
+{
+    return left.role == right.role && left.name == right.name && left.identifier == right.identifier &&
+           left.frame == right.frame;
+}
+
+/// The element as a line, with its reference if it is in a new tree.
+Task<std::string> lineOf(MachineCallPtr call, SeenElement element)
+{
+    auto tree = call->seen().newest();
+    if (!tree || tree->taken != call->clock().now()) // Else it was read for the wait itself.
+        tree = co_await readTree(call, call->seen().view);
+    ScreenSpace const& space = call->seen().space;
+    auto const found = std::ranges::find_if(
+        tree->elements, [&](ReferencedElement const& one) { return isSame(one.element, element); });
+    ReferencedElement shown{.reference = "?", .element = element};
+    if (found != tree->elements.end())
+        shown = *found;
+    shown.element.frame = space.toShown(shown.element.frame);
+    co_return elementLine(shown);
+}
+
+} // namespace
+
+Task<McpToolResult> desktopWait(MachineCallPtr call, json::object arguments)
+{
+    ElementWait wait = waitOf(arguments);
+    ElementWaitResult result = co_await waitForElement(call, wait);
+    std::string status = statusOf(wait, result);
+    ObservationRequest request{.what = read::text(arguments, "observe").value_or("none"), .settleMs = {}};
+    if (request.what == "none" && result.element) {
+        status += "\n" + co_await lineOf(call, *std::move(result.element)) + "\n";
+        status += dataLine;
+    }
+    co_return co_await observed(call, std::move(status), std::nullopt, std::move(request));
+}
+
+} // namespace zelvo::service
