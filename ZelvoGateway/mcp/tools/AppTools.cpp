@@ -12,7 +12,7 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t maxListed = 200; // applications, and windows
+constexpr std::size_t maxEntries = 200; // applications, and windows
 constexpr std::int64_t usualQuietMs = 300;
 
 /// A running application, in texts for one line.
@@ -33,7 +33,7 @@ Task<std::vector<RunningApp>> runningApps(MachineCallPtr call)
     std::vector<RunningApp> apps;
     if (json::array const* const list = result.value.if_array())
         for (json::value const& item : *list)
-            if (json::object const* const app = item.if_object(); app && apps.size() < maxListed)
+            if (json::object const* const app = item.if_object(); app && apps.size() < maxEntries)
                 apps.push_back({.identifier = shown(*app, "bundleId"),
                                 .name = shown(*app, "name"),
                                 .isActive = read::boolean(*app, "active").value_or(false)});
@@ -148,7 +148,7 @@ Task<McpToolResult> appList(MachineCallPtr call, json::object)
     std::size_t listed = 0;
     if (json::array const* const list = windows.value.if_array())
         for (json::value const& item : *list)
-            if (json::object const* const window = item.if_object(); window && listed++ < maxListed)
+            if (json::object const* const window = item.if_object(); window && listed++ < maxEntries)
                 answer.add(windowLine(*window, call->seen().space));
     answer.holdsData();
     co_return McpToolResult{.content = {{.text = answer.text()}}};

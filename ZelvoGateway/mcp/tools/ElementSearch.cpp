@@ -13,7 +13,7 @@ namespace {
 using Kind = ReferenceMatch::Kind;
 
 constexpr Duration snapshotLifetime = 25s; // A machine keeps one for 30 s.
-constexpr std::size_t maxListed = 10;
+constexpr std::size_t maxEntries = 10;
 
 std::string bracketed(std::string const& reference)
 {
@@ -52,7 +52,7 @@ ToolFailure several(std::string const& reference, SeenReference const& seen, Scr
                         .next = "choose one of these",
                         .holdsData = true};
     for (ReferencedElement one : elements) {
-        if (failure.lines.size() == maxListed)
+        if (failure.lines.size() == maxEntries)
             break;
         one.element.frame = space.toShown(one.element.frame);
         failure.lines.push_back(elementLine(one));

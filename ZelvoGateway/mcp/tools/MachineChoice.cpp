@@ -11,7 +11,7 @@ namespace zelvo::service {
 namespace {
 
 constexpr std::size_t maxChoices = 20;
-constexpr std::size_t maxListed = 500;
+constexpr std::size_t maxEntries = 500;
 
 std::string label(ReachedMachine const& machine)
 {
@@ -133,7 +133,7 @@ McpToolResult machineList(std::vector<ReachedMachine> const& machines)
     json::array records;
     for (ReachedMachine const& machine : machines) {
         answer.add(lineOf(machine));
-        if (records.size() < maxListed)
+        if (records.size() < maxEntries)
             records.emplace_back(recordOf(machine));
     }
     if (machines.empty())
