@@ -14,6 +14,8 @@
 #include "ZelvoGateway/control/MachineEvents.h"
 #include "ZelvoGateway/http/HttpServer.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
+#include "ZelvoGateway/mcp/desktop/DesktopMcpHost.h"
+#include "ZelvoGateway/mcp/transport/McpEndpoint.h"
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "base/Hop.h"
@@ -87,6 +89,8 @@ private:
     RecordingApi recordingApi;
     Console console;
     LinkPage linkPage;
+    DesktopMcpHost mcpHost;
+    McpEndpoint mcp;
     Routes routes;
     HttpServer http;
     TaskHandle maintenance;
@@ -117,7 +121,22 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), console(access, store, connections, settings.limits),
-      linkPage(access, links, settings), routes(access),
+      linkPage(access, links, settings), mcpHost({.connections = connections,
+                                                  .commands = commands,
+                                                  .directory = machines,
+                                                  .memory = memory,
+                                                  .clock = this->clock,
+                                                  .server = io.get_executor(),
+                                                  .workers = workers.get_executor()},
+                                                 ZELVO_VERSION),
+      mcp({.callerOf = [this](HttpRequest const& head) { return access.callerOf(head); },
+           .host = mcpHost,
+           .rules = settings.mcp,
+           .clock = this->clock,
+           .memory = memory,
+           .executor = io.get_executor(),
+           .workers = workers.get_executor()}),
+      routes(access),
       http(io,
            {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
 {
@@ -147,6 +166,7 @@ void Server::Parts::addRoutes()
 {
     routes.add(console.routes());
     routes.add(linkPage.routes());
+    routes.add(mcp.routes());
     routes.add(machineApi.routes());
     routes.add(platformApi.routes());
     routes.add(commandApi.routes());
@@ -182,6 +202,7 @@ Task<> Server::Parts::runMaintenance()
     for (;;) {
         try {
             queue.runMaintenance();
+            mcp.runMaintenance();
             co_await library.runMaintenance();
             if (memory.hasRested())
                 co_await on(workers.get_executor(), returnUnusedMemory);
@@ -201,6 +222,7 @@ void Server::Parts::stopHere()
 {
     if (http.isStopping())
         return;
+    mcp.stop();
     machines.closeAll();
     control.stop();
     maintenance.cancel();

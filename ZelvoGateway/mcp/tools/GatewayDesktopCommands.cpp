@@ -22,15 +22,15 @@ std::size_t bytesOf(json::object const& params)
     return bytes;
 }
 
-ReachedMachine reached(ConnectionState const& state)
+ReachedMachine reached(MachineState const& state, StoredConnection const& connection)
 {
-    StoredMachine const& machine = state.machine.machine;
-    ReachedMachine one{.connection = state.connection.id,
+    StoredMachine const& machine = state.machine;
+    ReachedMachine one{.connection = connection.id,
                        .name = displayName(machine),
-                       .isOnline = state.machine.online,
+                       .isOnline = state.online,
                        .isPaused = machine.paused,
-                       .isUnattended = state.connection.kind != AgentMode::connected,
-                       .scopes = state.connection.scopes};
+                       .isUnattended = connection.kind != AgentMode::connected,
+                       .scopes = connection.scopes};
     if (!machine.heartbeat)
         return one;
     records::Heartbeat const& heartbeat = *machine.heartbeat;
@@ -47,13 +47,14 @@ ReachedMachine reached(ConnectionState const& state)
 std::vector<ReachedMachine> GatewayDesktopCommands::machines()
 {
     std::vector<ReachedMachine> all;
-    for (ConnectionState const& state : services.connections.connections()) {
-        if (state.connection.revokedAt || !caller.reaches(state.connection))
-            continue;
-        all.push_back(reached(state));
-        if (auto const session = services.directory.find(state.connection.machineId))
-            all.back().session = session;
-    }
+    for (MachineOverview const& overview : services.connections.overview())
+        for (StoredConnection const& connection : overview.connections) {
+            if (!caller.reaches(connection))
+                continue;
+            all.push_back(reached(overview.machine, connection));
+            if (auto const session = services.directory.find(connection.machineId))
+                all.back().session = session;
+        }
     return all;
 }
 
