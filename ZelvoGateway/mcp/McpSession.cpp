@@ -92,7 +92,7 @@ void McpSession::answer(JsonRpcRequest request, Exchanges::iterator exchange, Mc
 std::optional<json::object>
 McpSession::resultOf(JsonRpcRequest& request, Exchanges::iterator exchange, McpOutput& output)
 {
-    if (request.method == "initialize")
+    if (request.method == "initialize" && !saysItsVersion(request))
         return initialize(request, exchange->second);
     if (request.method == "ping" && !saysItsVersion(request))
         return json::object();

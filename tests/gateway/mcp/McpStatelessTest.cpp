@@ -24,6 +24,14 @@ TEST_F(McpStateless, needsNoHandshake)
         R"({"name":"zelvo","title":"Zelvo","version":"1.2.3"}}})");
 }
 
+TEST_F(McpStateless, hasNoHandshake)
+{
+    std::string_view const params = R"("protocolVersion":"2025-11-25",)";
+
+    EXPECT_EQ(error(receive(request("1", "initialize", modern(params)))), "-32601 of 1");
+    EXPECT_FALSE(session.handshakeVersion());
+}
+
 TEST_F(McpStateless, listsTools)
 {
     json::object const told = result(receive(request("1", "tools/list", modern())));
