@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/NetworkAddress.h"
+
 #include <boost/asio/ip/address.hpp>
 
 #include <optional>
@@ -9,21 +11,6 @@
 struct sockaddr;
 
 namespace zelvo {
-
-/// Whether an address is one of the public internet: not of this machine, of a local network, of a group, or
-/// reserved. Addresses that carry an IPv4 address in them (mapped, translated, 6to4) count as that.
-bool isPublicAddress(boost::asio::ip::address const& address);
-
-/// A network that one of this machine's interfaces is in.
-struct OwnNetwork {
-    boost::asio::ip::address address; ///< the interface's own, or that of its peer
-    int prefix = 0;                   ///< bits that all addresses of the network share
-
-    bool contains(boost::asio::ip::address const& other) const;
-};
-
-/// The networks of the present moment; nullopt if the system doesn't say.
-std::optional<std::vector<OwnNetwork>> ownNetworks();
 
 /// Decides where a call may go whose URL a gateway chose. A URL of this machine or of its network would make
 /// the agent knock at services that the gateway can't reach itself. What counts is the address that is
@@ -43,8 +30,6 @@ public:
     bool allowsHost(std::string const& host) const;
 
 private:
-    bool isNear(boost::asio::ip::address const& address) const;
-
     std::optional<boost::asio::ip::address> gateway;
     std::string gatewayHost;
     Networks networks;
