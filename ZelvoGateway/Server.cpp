@@ -4,6 +4,7 @@
 #include "ZelvoGateway/api/MachineApi.h"
 #include "ZelvoGateway/api/PlatformApi.h"
 #include "ZelvoGateway/api/RecordingApi.h"
+#include "ZelvoGateway/api/WebhookApi.h"
 #include "ZelvoGateway/base/ApiKey.h"
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
@@ -12,12 +13,15 @@
 #include "ZelvoGateway/console/Console.h"
 #include "ZelvoGateway/console/LinkPage.h"
 #include "ZelvoGateway/control/MachineEvents.h"
+#include "ZelvoGateway/control/OnlineMachines.h"
 #include "ZelvoGateway/http/HttpServer.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/mcp/desktop/DesktopMcpHost.h"
 #include "ZelvoGateway/mcp/transport/McpEndpoint.h"
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 #include "ZelvoGateway/store/SqliteStore.h"
+#include "ZelvoGateway/webhooks/CurlWebhookSender.h"
+#include "ZelvoGateway/webhooks/WebhookService.h"
 #include "base/Hop.h"
 #include "base/UnusedMemory.h"
 
@@ -80,6 +84,10 @@ private:
     LinkService links;
     CommandService commands;
     MachineEvents events;
+    OnlineMachines online;
+    CurlWebhookSender webhookSender;
+    WebhookDispatcher webhookDispatcher;
+    WebhookService webhooks;
 
     ConsoleSessions sessions;
     AccessControl access;
@@ -87,6 +95,7 @@ private:
     PlatformApi platformApi;
     CommandApi commandApi;
     RecordingApi recordingApi;
+    WebhookApi webhookApi;
     Console console;
     LinkPage linkPage;
     DesktopMcpHost mcpHost;
@@ -108,27 +117,31 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       connections(store, machines, control, queue, intake, library, settings, io.get_executor()),
       links(store, settings),
       commands(store, machines, control, queue, settings, this->clock, workers.get_executor()),
-      events(machines, control, queue, connections), sessions(this->clock, settings.console),
+      events(machines, control, queue, connections), online(events, machines, store, this->clock),
+      webhookSender(settings.webhooks),
+      webhookDispatcher(store, webhookSender, settings.webhooks, this->clock, io.get_executor()),
+      webhooks(store, webhookDispatcher, settings, this->clock), sessions(this->clock, settings.console),
       access(key, settings.publicUrl, sessions), machineApi(access,
                                                             links,
                                                             intake,
                                                             {.settings = settings,
                                                              .store = store,
                                                              .machines = machines,
-                                                             .listener = events,
+                                                             .listener = online,
                                                              .memory = memory,
                                                              .workers = workers.get_executor()}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
-      recordingApi(access, library, settings), console(access, store, connections, settings.limits),
-      linkPage(access, links, settings), mcpHost({.connections = connections,
-                                                  .commands = commands,
-                                                  .directory = machines,
-                                                  .memory = memory,
-                                                  .clock = this->clock,
-                                                  .server = io.get_executor(),
-                                                  .workers = workers.get_executor()},
-                                                 ZELVO_VERSION),
+      recordingApi(access, library, settings), webhookApi(access, webhooks, settings.limits),
+      console(access, store, connections, settings.limits), linkPage(access, links, settings),
+      mcpHost({.connections = connections,
+               .commands = commands,
+               .directory = machines,
+               .memory = memory,
+               .clock = this->clock,
+               .server = io.get_executor(),
+               .workers = workers.get_executor()},
+              ZELVO_VERSION),
       mcp({.callerOf = [this](HttpRequest const& head) { return access.callerOf(head); },
            .host = mcpHost,
            .rules = settings.mcp,
@@ -171,6 +184,7 @@ void Server::Parts::addRoutes()
     routes.add(platformApi.routes());
     routes.add(commandApi.routes());
     routes.add(recordingApi.routes());
+    routes.add(webhookApi.routes());
 }
 
 std::string Server::Parts::address() const
@@ -189,8 +203,10 @@ void Server::Parts::run()
     // Spawned from inside the loop, where it starts at once. A task that is cancelled before it starts would
     // throw out of run().
     asio::post(io, [this] {
-        if (!http.isStopping())
-            maintenance = spawn(io.get_executor(), [this] { return runMaintenance(); });
+        if (http.isStopping())
+            return;
+        maintenance = spawn(io.get_executor(), [this] { return runMaintenance(); });
+        webhookDispatcher.begin();
     });
     while (!http.isStopping() && io.run_one() > 0) {
     }
@@ -199,11 +215,15 @@ void Server::Parts::run()
 
 Task<> Server::Parts::runMaintenance()
 {
+    Instant const everybodyIsBack = clock.now() + settings.webhooks.absence;
     for (;;) {
         try {
             queue.runMaintenance();
             mcp.runMaintenance();
             co_await library.runMaintenance();
+            webhookDispatcher.runMaintenance();
+            if (clock.now() >= everybodyIsBack)
+                online.noteAbsent();
             if (memory.hasRested())
                 co_await on(workers.get_executor(), returnUnusedMemory);
         } catch (std::exception const& error) { // A full disk, for instance. The next round repeats it.
@@ -223,8 +243,10 @@ void Server::Parts::stopHere()
     if (http.isStopping())
         return;
     mcp.stop();
+    online.stop();
     machines.closeAll();
     control.stop();
+    webhookDispatcher.stop();
     maintenance.cancel();
     ownClock.rest();
     http.stop();

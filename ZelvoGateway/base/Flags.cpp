@@ -59,10 +59,8 @@ std::string webPage(std::string const& text)
     return text;
 }
 
-constexpr std::array<Flag, 24> flags = {{
-    {"--data", "DIR",
-     "folder of the state and the API key (default: "
-     "$XDG_DATA_HOME/zelvo-gateway)",
+constexpr std::array<Flag, 25> flags = {{
+    {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
      [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
     {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
      [](Flags& f, std::string const& v) { f.settings.listen = v; }},
@@ -96,11 +94,13 @@ constexpr std::array<Flag, 24> flags = {{
      [](Flags& f, std::string const& v) { f.settings.recordings.maxTotalBytes = mebibytes(v); }},
     {"--install-url", "URL", "where people get the agent; the page behind a link shows it",
      [](Flags& f, std::string const& v) { f.settings.installUrl = webPage(v); }},
+    {"--allow-private-webhooks", "",
+     "lets webhooks go to addresses inside the gateway's network, and without TLS",
+     [](Flags& f, std::string const&) { f.settings.webhooks.toOwnNetwork = true; }},
     {"--print-console-link", "", "prints a one-time link to the console once it listens",
      [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
     {"--token-file", "FILE",
-     "provision: writes the machine token to FILE (mode 0600), not to standard "
-     "output",
+     "provision: writes the machine token to FILE (mode 0600), not to standard output",
      [](Flags& f, std::string const& v) { f.tokenFile = v; }},
     {"--connection-file", "FILE", "provision: writes the connection's id to FILE",
      [](Flags& f, std::string const& v) { f.connectionFile = v; }},

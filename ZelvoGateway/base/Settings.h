@@ -72,6 +72,24 @@ struct RecordingRules {
     Duration deletedKept = 7 * 24h;          ///< how long a deleted one is still listed as deleted
 };
 
+/// Webhooks that platforms register.
+struct WebhookRules {
+    bool toOwnNetwork = false; ///< also to addresses inside the gateway's network, and without TLS
+    std::size_t maxWebhooks = 20;
+    std::size_t maxWaiting = 10'000; ///< deliveries of one webhook; beyond that the oldest fail
+    std::size_t maxEnded = 1000;     ///< deliveries of one webhook in its log
+    std::size_t maxParallel = 2;     ///< deliveries of one webhook that are sent at one time
+    std::size_t maxAnswer = 64_KiB;
+    Duration timeout = 10s; ///< of one attempt
+    Duration firstRetry = 10s;
+    Duration maxRetry = 4h;
+    Duration givesUp = 24h;           ///< from the first attempt on
+    Duration disabledAfter = 3 * 24h; ///< without a success
+    Duration logKept = 7 * 24h;
+    Duration oldSecretValid = 24h; ///< after it was replaced
+    Duration absence = 2min;       ///< after a start, until a machine that has not come back is offline
+};
+
 /// How long a browser stays logged in to the console.
 struct ConsoleTimes {
     Duration idle = 30min; ///< without a request; an open page sends one every few seconds
@@ -110,6 +128,7 @@ struct Settings {
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;
     McpRules mcp;
+    WebhookRules webhooks;
     std::string installUrl; ///< where people get the agent; empty if nowhere in particular
     Limits limits;
 };

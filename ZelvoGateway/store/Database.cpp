@@ -93,6 +93,14 @@ Statement& Statement::bind(std::optional<std::string> const& text)
     return *this;
 }
 
+Statement& Statement::bind(std::optional<std::int64_t> number)
+{
+    if (number)
+        return bind(*number);
+    sqlite3_bind_null(statement.get(), ++bound);
+    return *this;
+}
+
 bool Statement::step()
 {
     int const result = sqlite3_step(statement.get());
@@ -119,6 +127,12 @@ std::optional<std::string> Statement::optionalText(int column) const
 std::int64_t Statement::integer(int column) const
 {
     return sqlite3_column_int64(statement.get(), column);
+}
+
+std::optional<std::int64_t> Statement::optionalInteger(int column) const
+{
+    bool const isNull = sqlite3_column_type(statement.get(), column) == SQLITE_NULL;
+    return isNull ? std::nullopt : std::optional(integer(column));
 }
 
 double Statement::real(int column) const
@@ -155,6 +169,23 @@ void Database::execute(std::string const& sql)
 int Database::changes() const
 {
     return sqlite3_changes(database.get());
+}
+
+void Database::onInsert(std::string table, std::function<void()> inserted)
+{
+    if (!inserted) {
+        sqlite3_update_hook(database.get(), nullptr, nullptr);
+        watch.reset();
+        return;
+    }
+    watch = std::make_unique<InsertWatch>(
+        InsertWatch{.table = std::move(table), .inserted = std::move(inserted)});
+    auto const call = [](void* context, int change, char const*, char const* name, sqlite3_int64) {
+        auto const& watch = *static_cast<InsertWatch const*>(context);
+        if (change == SQLITE_INSERT && watch.table == name)
+            watch.inserted();
+    };
+    sqlite3_update_hook(database.get(), call, watch.get());
 }
 
 Transaction::Transaction(Database& database) : database(database)

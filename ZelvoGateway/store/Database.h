@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -49,12 +50,14 @@ public:
     Statement& bind(std::int64_t number);
     Statement& bind(double number);
     Statement& bind(std::optional<std::string> const& text);
+    Statement& bind(std::optional<std::int64_t> number);
 
     /// Moves to the next row; false if there is none.
     bool step();
     std::string text(int column) const;
     std::optional<std::string> optionalText(int column) const;
     std::int64_t integer(int column) const;
+    std::optional<std::int64_t> optionalInteger(int column) const;
     double real(int column) const;
 
 private:
@@ -74,8 +77,17 @@ public:
     Statement prepare(std::string_view sql) { return {idle, database.get(), sql}; }
     /// How many rows the last statement changed.
     int changes() const;
+    /// Calls back after each row that this object adds to a table, also by a trigger; an empty callback ends
+    /// that. The callback must not use the database.
+    void onInsert(std::string table, std::function<void()> inserted);
 
 private:
+    struct InsertWatch {
+        std::string table;
+        std::function<void()> inserted;
+    };
+
+    std::unique_ptr<InsertWatch> watch; // The database keeps its address.
     std::unique_ptr<sqlite3, CloseDatabase> database;
     std::shared_ptr<IdleStatements> idle = std::make_shared<IdleStatements>();
 };

@@ -1,5 +1,6 @@
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/store/PageRows.h"
+#include "ZelvoGateway/store/SpacedTexts.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "base/DateText.h"
 
@@ -26,7 +27,7 @@ StoredLinkSession sessionOf(Statement const& row)
     StoredLinkSession session;
     session.id = row.text(0);
     session.endUserId = row.text(1);
-    session.scopes = scopesFrom(row.text(2));
+    session.scopes = fromSpacedTexts<AgentScope>(row.text(2));
     session.expiresAt = dateOf(row.integer(3));
     session.machineId = row.optionalText(4);
     session.used = row.integer(5) != 0;
@@ -69,7 +70,7 @@ StoredLinkSession SqliteStore::addLinkSession(StoredLinkSession session, std::st
         .bind(session.id)
         .bind(hashOf(code))
         .bind(session.endUserId)
-        .bind(scopesText(session.scopes))
+        .bind(spacedTexts(session.scopes))
         .bind(secondsOf(session.expiresAt))
         .bind(session.createdAt)
         .bind(session.redirectUrl)

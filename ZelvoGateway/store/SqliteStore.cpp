@@ -3,6 +3,7 @@
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/store/PageRows.h"
 #include "ZelvoGateway/store/Rows.h"
+#include "ZelvoGateway/store/SpacedTexts.h"
 #include "base/DateText.h"
 
 namespace zelvo::service {
@@ -93,7 +94,7 @@ StoredConnection connectionOf(Statement const& row)
     connection.machineId = row.text(1);
     connection.endUserId = row.text(2);
     connection.kind = kindFrom(row.text(3));
-    connection.scopes = scopesFrom(row.text(4));
+    connection.scopes = fromSpacedTexts<AgentScope>(row.text(4));
     connection.platformName = row.text(5);
     connection.createdAt = row.text(6);
     connection.revokedAt = row.optionalText(7);
@@ -102,30 +103,11 @@ StoredConnection connectionOf(Statement const& row)
 
 } // namespace
 
-std::string scopesText(std::vector<AgentScope> const& scopes)
-{
-    std::string text;
-    for (AgentScope const scope : scopes)
-        text += (text.empty() ? "" : " ") + std::string(rawValue(scope));
-    return text;
-}
-
-std::vector<AgentScope> scopesFrom(std::string_view text)
-{
-    std::vector<AgentScope> scopes;
-    while (!text.empty()) {
-        std::size_t const end = std::min(text.find(' '), text.size());
-        if (auto const scope = fromRawValue<AgentScope>(text.substr(0, end)))
-            scopes.push_back(*scope);
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return scopes;
-}
-
 SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
 {
     database.execute(schema);
     addLinkColumns();
+    addWebhookTables();
 }
 
 MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)
@@ -214,7 +196,7 @@ void SqliteStore::addConnection(StoredConnection const& connection)
         .bind(connection.machineId)
         .bind(connection.endUserId)
         .bind(rawValue(connection.kind))
-        .bind(scopesText(connection.scopes))
+        .bind(spacedTexts(connection.scopes))
         .bind(connection.platformName)
         .bind(connection.createdAt)
         .bind(connection.revokedAt)

@@ -85,14 +85,35 @@ public:
     Page<StoredLinkSession> linkSessionPage(PageQuery const& query) override;
     std::optional<StoredLinkSession> linkSession(std::string const& id) override;
 
+    StoredWebhook addWebhook(StoredWebhook webhook) override;
+    std::optional<StoredWebhook> webhook(std::string const& id) override;
+    std::vector<StoredWebhook> webhooks() override;
+    Page<StoredWebhook> webhookPage(PageQuery const& query) override;
+    bool removeWebhook(std::string const& id) override;
+    void saveWebhook(StoredWebhook const& webhook) override;
+    std::vector<StoredDelivery>
+    dueDeliveries(std::string const& webhookId, Date now, std::size_t limit) override;
+    std::optional<Date> nextDelivery(std::string const& webhookId, Date after) override;
+    std::optional<StoredDelivery> delivery(std::string const& id) override;
+    Page<StoredDelivery> deliveryPage(std::string const& webhookId, PageQuery const& query) override;
+    void saveDelivery(StoredDelivery const& delivery) override;
+    void failWaiting(std::string const& webhookId, std::string_view error, Date now) override;
+    void trimDeliveries(std::string const& webhookId,
+                        std::size_t maxWaiting,
+                        std::size_t maxEnded,
+                        Date oldest,
+                        Date now) override;
+    void forgetUnusedEvents() override;
+    void setOnline(std::string const& machineId, bool online, Date now) override;
+    std::vector<std::string> onlineMachines() override;
+    void onDelivery(std::function<void()> added) override;
+
 private:
     void addLinkColumns();
+    void addWebhookTables();
+    void addEvent(records::WebhookEventType type, json::object const& data, Date now);
 
     Database database;
 };
-
-/// Scopes as the store keeps them: their names, separated by spaces.
-std::string scopesText(std::vector<AgentScope> const& scopes);
-std::vector<AgentScope> scopesFrom(std::string_view text);
 
 } // namespace zelvo::service

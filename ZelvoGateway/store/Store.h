@@ -7,9 +7,11 @@
 #include "ZelvoGateway/store/StoredConnection.h"
 #include "ZelvoGateway/store/StoredMachine.h"
 #include "ZelvoGateway/store/StoredRecording.h"
+#include "ZelvoGateway/store/StoredWebhook.h"
 #include "base/Clock.h"
 #include "wire/records/ServiceLinking.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -140,6 +142,44 @@ public:
     virtual std::optional<records::EndUser> endUser(std::string const& id) = 0;
     virtual Page<StoredLinkSession> linkSessionPage(PageQuery const& query) = 0;
     virtual std::optional<StoredLinkSession> linkSession(std::string const& id) = 0;
+
+    /// Adds a webhook, and returns it with its id. From now on it gets the events that it asks for, each in
+    /// one step with the change that it is about.
+    virtual StoredWebhook addWebhook(StoredWebhook webhook) = 0;
+    virtual std::optional<StoredWebhook> webhook(std::string const& id) = 0;
+    virtual std::vector<StoredWebhook> webhooks() = 0;
+    virtual Page<StoredWebhook> webhookPage(PageQuery const& query) = 0;
+    /// Removes a webhook and its deliveries; false if there is none.
+    virtual bool removeWebhook(std::string const& id) = 0;
+    /// Stores everything that may change of a webhook: its secrets, and how it fares.
+    virtual void saveWebhook(StoredWebhook const& webhook) = 0;
+    /// Waiting deliveries of a webhook that are due, first due first.
+    virtual std::vector<StoredDelivery>
+    dueDeliveries(std::string const& webhookId, Date now, std::size_t limit) = 0;
+    /// When the next waiting delivery of a webhook is due; nullopt if none waits.
+    virtual std::optional<Date> nextDelivery(std::string const& webhookId, Date after) = 0;
+    virtual std::optional<StoredDelivery> delivery(std::string const& id) = 0;
+    virtual Page<StoredDelivery> deliveryPage(std::string const& webhookId, PageQuery const& query) = 0;
+    /// Stores how a delivery fares.
+    virtual void saveDelivery(StoredDelivery const& delivery) = 0;
+    /// Ends every waiting delivery of a webhook without an attempt.
+    virtual void failWaiting(std::string const& webhookId, std::string_view error, Date now) = 0;
+    /// Ends the oldest waiting deliveries of a webhook beyond `maxWaiting`, and forgets the oldest ended ones
+    /// beyond `maxEnded` and those that ended before `oldest`.
+    virtual void trimDeliveries(std::string const& webhookId,
+                                std::size_t maxWaiting,
+                                std::size_t maxEnded,
+                                Date oldest,
+                                Date now) = 0;
+    /// Forgets events that no delivery is about any more.
+    virtual void forgetUnusedEvents() = 0;
+    /// Notes that a machine is connected or not; an event if that is new.
+    virtual void setOnline(std::string const& machineId, bool online, Date now) = 0;
+    /// Those that setOnline() noted last as connected.
+    virtual std::vector<std::string> onlineMachines() = 0;
+    /// Calls back when a delivery was added by this process, in the middle of another call: the callback must
+    /// not use the store.
+    virtual void onDelivery(std::function<void()> added) = 0;
 };
 
 } // namespace zelvo::service

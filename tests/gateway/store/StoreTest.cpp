@@ -1,3 +1,4 @@
+#include "ZelvoGateway/store/SpacedTexts.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "gateway/support/Gateway.h"
 
@@ -102,10 +103,11 @@ TEST(Store, readsScopesAsItWritesThem)
 {
     std::vector<AgentScope> const all(allScopes.begin(), allScopes.end());
 
-    EXPECT_EQ(scopesFrom(scopesText(all)), all);
-    EXPECT_EQ(scopesText({}), "");
-    EXPECT_TRUE(scopesFrom("").empty());
-    EXPECT_EQ(scopesFrom("screen  vnc shell "), (std::vector{AgentScope::screen, AgentScope::shell}));
+    EXPECT_EQ(fromSpacedTexts<AgentScope>(spacedTexts(all)), all);
+    EXPECT_EQ(spacedTexts(std::vector<AgentScope>()), "");
+    EXPECT_TRUE(fromSpacedTexts<AgentScope>("").empty());
+    EXPECT_EQ(fromSpacedTexts<AgentScope>("screen  vnc shell "),
+              (std::vector{AgentScope::screen, AgentScope::shell}));
 }
 
 } // namespace

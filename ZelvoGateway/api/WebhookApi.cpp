@@ -1,0 +1,119 @@
+#include "ZelvoGateway/api/WebhookApi.h"
+
+#include "ZelvoGateway/api/Lists.h"
+#include "base/DateText.h"
+
+namespace zelvo::service {
+
+namespace {
+
+using records::DeliveryStatus;
+using records::WebhookStatus;
+
+std::optional<std::string> textOf(std::optional<Date> const& date)
+{
+    return date ? std::optional(dates::iso8601(*date)) : std::nullopt;
+}
+
+records::Webhook webhookRecord(StoredWebhook const& webhook)
+{
+    return {.createdAt = webhook.createdAt,
+            .disabledAt = textOf(webhook.disabledAt),
+            .events = webhook.events,
+            .failingSince = textOf(webhook.failingSince),
+            .id = webhook.id,
+            .secret = {},
+            .status = webhook.disabledAt ? WebhookStatus::disabled : WebhookStatus::active,
+            .url = webhook.url};
+}
+
+records::WebhookDelivery deliveryRecord(StoredDelivery const& delivery)
+{
+    records::WebhookDelivery record{.answerStatus = delivery.answerStatus,
+                                    .attempts = delivery.attempts,
+                                    .createdAt = delivery.createdAt,
+                                    .endedAt = textOf(delivery.endedAt),
+                                    .error = delivery.error,
+                                    .event = delivery.event,
+                                    .id = delivery.id,
+                                    .nextAttemptAt = {},
+                                    .status = delivery.status};
+    if (delivery.status == DeliveryStatus::waiting && delivery.attempts > 0)
+        record.nextAttemptAt = dates::iso8601(delivery.due);
+    return record;
+}
+
+} // namespace
+
+std::vector<Route> WebhookApi::routes()
+{
+    std::size_t const body = limits.smallBody;
+    auto const route = [&](std::string_view method, std::vector<std::string_view> pattern,
+                           Endpoints::Method<WebhookApi> handler) {
+        auto const check = [this](HttpRequest const& head) {
+            access.assertPlatform(head);
+            if (!access.callerOf(head).reach.all)
+                throw Failure{.code = ErrorCode::forbidden,
+                              .message = "Webhooks need a key that reaches every connection"};
+        };
+        return endpoints.route(method, std::move(pattern), body, check, Endpoints::bound(*this, handler));
+    };
+    return {route("POST", {"v1", "webhooks"}, &WebhookApi::handleAdd),
+            route("GET", {"v1", "webhooks"}, &WebhookApi::handleList),
+            route("GET", {"v1", "webhooks", "*"}, &WebhookApi::handleWebhook),
+            route("DELETE", {"v1", "webhooks", "*"}, &WebhookApi::handleRemove),
+            route("POST", {"v1", "webhooks", "*", "secret"}, &WebhookApi::handleRotate),
+            route("POST", {"v1", "webhooks", "*", "enable"}, &WebhookApi::handleEnable),
+            route("GET", {"v1", "webhooks", "*", "deliveries"}, &WebhookApi::handleDeliveries),
+            route("POST", {"v1", "webhooks", "*", "deliveries", "*", "send"}, &WebhookApi::handleSendAgain)};
+}
+
+Task<HttpResponse> WebhookApi::handleAdd(HttpRequest request, PathIds)
+{
+    StoredWebhook const made = webhooks.add(recordIn<records::CreateWebhookRequest>(request.body));
+    records::Webhook record = webhookRecord(made);
+    record.secret = made.secret;
+    co_return jsonResponse(201, records::toJson(std::move(record)));
+}
+
+Task<HttpResponse> WebhookApi::handleList(HttpRequest request, PathIds)
+{
+    co_return listResponse<records::WebhookList>(webhooks.webhooks(pageQueryIn(request)), webhookRecord);
+}
+
+Task<HttpResponse> WebhookApi::handleWebhook(HttpRequest, PathIds ids)
+{
+    co_return jsonResponse(200, records::toJson(webhookRecord(webhooks.webhook(ids.front()))));
+}
+
+Task<HttpResponse> WebhookApi::handleRemove(HttpRequest, PathIds ids)
+{
+    webhooks.remove(ids.front());
+    co_return jsonResponse(200, json::object{{"ok", true}});
+}
+
+Task<HttpResponse> WebhookApi::handleRotate(HttpRequest, PathIds ids)
+{
+    StoredWebhook const changed = webhooks.rotateSecret(ids.front());
+    records::WebhookSecret record{.oldSecretUntil = dates::iso8601(changed.oldUntil.value()),
+                                  .secret = changed.secret};
+    co_return jsonResponse(200, records::toJson(std::move(record)));
+}
+
+Task<HttpResponse> WebhookApi::handleEnable(HttpRequest, PathIds ids)
+{
+    co_return jsonResponse(200, records::toJson(webhookRecord(webhooks.enable(ids.front()))));
+}
+
+Task<HttpResponse> WebhookApi::handleDeliveries(HttpRequest request, PathIds ids)
+{
+    auto const page = webhooks.deliveries(ids.front(), pageQueryIn(request));
+    co_return listResponse<records::WebhookDeliveryList>(page, deliveryRecord);
+}
+
+Task<HttpResponse> WebhookApi::handleSendAgain(HttpRequest, PathIds ids)
+{
+    co_return jsonResponse(200, records::toJson(deliveryRecord(webhooks.sendAgain(ids.front(), ids.back()))));
+}
+
+} // namespace zelvo::service
