@@ -40,9 +40,9 @@ endfunction()
 
 # zelvo_test(router SOURCES RpcRouterTest.cpp USES zelvo::fakes LABEL unit): the program router_test, its cases known to
 # CTest one by one. TIMEOUT is in seconds. SERIAL keeps other tests from running beside it. COST, in seconds, starts a
-# long test early.
+# long test early. NEEDS names a test fixture that sets it up.
 function(zelvo_test NAME)
-    cmake_parse_arguments(ARG "SERIAL" "LABEL;TIMEOUT;COST" "SOURCES;USES;DEPENDS" ${ARGN})
+    cmake_parse_arguments(ARG "SERIAL" "LABEL;TIMEOUT;COST;NEEDS" "SOURCES;USES;DEPENDS" ${ARGN})
     add_executable(${NAME}_test ${ARG_SOURCES})
     target_link_libraries(${NAME}_test PRIVATE ${ARG_USES} GTest::gmock GTest::gtest GTest::gtest_main)
     target_include_directories(${NAME}_test PRIVATE ${CMAKE_SOURCE_DIR}/tests)
@@ -63,6 +63,9 @@ function(zelvo_test NAME)
     endif()
     if(ARG_COST)
         list(APPEND PROPERTIES COST ${ARG_COST})
+    endif()
+    if(ARG_NEEDS)
+        list(APPEND PROPERTIES FIXTURES_REQUIRED ${ARG_NEEDS})
     endif()
     if(ARG_LABEL STREQUAL "unit")
         # One CTest entry a program: hundreds of cases that take a millisecond each are not worth a process each.
