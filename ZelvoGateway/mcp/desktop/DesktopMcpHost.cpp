@@ -59,15 +59,13 @@ std::shared_ptr<ToolRunner> DesktopMcpHost::newRunner(McpTarget const& target)
 {
     // The person at the machine pauses an agent by its ref. It comes from the key, so that a client can't get
     // rid of a pause by beginning anew.
-    GatewayDesktopCommands::Caller caller{
-        .reaches = [caller = target.caller](StoredConnection const& one) { return caller.reaches(one); },
-        .ref = "mcp-" + target.caller.keyId};
+    GatewayDesktopCommands::User user{.caller = target.caller,
+                                      .connection = target.address.connection,
+                                      .ref = "mcp-" + target.caller.keyId};
     auto commands = std::make_shared<GatewayDesktopCommands>(
         GatewayDesktopCommands::Services{services.commands, services.connections, services.directory},
-        std::move(caller));
-    std::string const& connection = target.address.connection;
+        std::move(user));
     ConversationOptions options{.key = target.caller.keyId,
-                                .connection = connection.empty() ? std::nullopt : std::optional(connection),
                                 .memory = services.memory.partOf("mcp " + target.caller.keyId),
                                 .turns = turns,
                                 .numbers = numbers};

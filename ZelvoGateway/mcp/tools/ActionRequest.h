@@ -17,6 +17,7 @@ struct ActionRequest {
     ActionKind kind = ActionKind::wait;
     std::optional<std::string> reference = {}; ///< of the element that it is for
     std::optional<ScreenPoint> at = {};
+    bool isAtCursor = false;            ///< where the pointer is
     std::optional<ScreenPoint> to = {}; ///< of a drag
     std::string button = "left";
     std::int64_t count = 1; ///< of clicks

@@ -201,6 +201,8 @@ Task<ScreenPoint> ActionRun::placeOf(ActionRequest action)
     }
     if (action.at)
         co_return pointsOf(*action.at);
+    if (action.isAtCursor)
+        co_return co_await call->cursor();
     DisplaySize const display = (co_await call->displaySize()).value_or(DisplaySize());
     co_return centreOf({.w = display.width, .h = display.height});
 }

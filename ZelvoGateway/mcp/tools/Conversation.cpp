@@ -12,15 +12,6 @@ Conversation::Conversation(ToolServices services, ConversationOptions options)
 {
 }
 
-std::vector<ReachedMachine> Conversation::machines() const
-{
-    auto machines = services.commands->machines();
-    if (options.connection)
-        std::erase_if(machines,
-                      [&](ReachedMachine const& one) { return one.connection != *options.connection; });
-    return machines;
-}
-
 std::shared_ptr<SeenMachine> Conversation::seen(ReachedMachine const& machine)
 {
     auto const known = std::ranges::find(machinesSeen, machine.connection, &Seen::connection);

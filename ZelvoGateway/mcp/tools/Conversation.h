@@ -8,7 +8,6 @@
 
 #include <deque>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -16,11 +15,10 @@ namespace zelvo::service {
 
 /// Who a conversation is with, and what it is given.
 struct ConversationOptions {
-    std::string key;                            ///< the same for all conversations that share turns
-    std::optional<std::string> connection = {}; ///< the only one that it is for
-    MemoryBudget memory;                        ///< of what it keeps
-    std::shared_ptr<CallTurns> turns;           ///< of all conversations
-    std::shared_ptr<ReferenceNumbers> numbers;  ///< of all conversations
+    std::string key;                           ///< the same for all conversations that share turns
+    MemoryBudget memory;                       ///< of what it keeps
+    std::shared_ptr<CallTurns> turns;          ///< of all conversations
+    std::shared_ptr<ReferenceNumbers> numbers; ///< of all conversations
 };
 
 /// What is kept between the calls of one client.
@@ -32,7 +30,7 @@ public:
     Conversation(ToolServices services, ConversationOptions options);
 
     /// The machines that the client reaches.
-    std::vector<ReachedMachine> machines() const;
+    std::vector<ReachedMachine> machines() const { return services.commands->machines(); }
     std::shared_ptr<SeenMachine> seen(ReachedMachine const& machine);
     /// Accounts for the memory of what was seen; forgets old trees if there is too little.
     void weigh();

@@ -22,15 +22,15 @@ std::size_t bytesOf(json::object const& params)
     return bytes;
 }
 
-ReachedMachine reached(MachineState const& state, StoredConnection const& connection)
+ReachedMachine reached(ConnectionState const& state)
 {
-    StoredMachine const& machine = state.machine;
-    ReachedMachine one{.connection = connection.id,
+    StoredMachine const& machine = state.machine.machine;
+    ReachedMachine one{.connection = state.connection.id,
                        .name = displayName(machine),
-                       .isOnline = state.online,
+                       .isOnline = state.machine.online,
                        .isPaused = machine.paused,
-                       .isUnattended = connection.kind != AgentMode::connected,
-                       .scopes = connection.scopes};
+                       .isUnattended = state.connection.kind != AgentMode::connected,
+                       .scopes = state.connection.scopes};
     if (!machine.heartbeat)
         return one;
     records::Heartbeat const& heartbeat = *machine.heartbeat;
@@ -44,24 +44,46 @@ ReachedMachine reached(MachineState const& state, StoredConnection const& connec
 
 } // namespace
 
+void GatewayDesktopCommands::add(std::vector<ReachedMachine>& all, ConnectionState const& state) const
+{
+    if (state.connection.revokedAt || !user.caller.reaches(state.connection))
+        return;
+    all.push_back(reached(state));
+    if (auto const session = services.directory.find(state.connection.machineId))
+        all.back().session = session;
+}
+
+void GatewayDesktopCommands::addListed(std::vector<ReachedMachine>& all, std::string const& connection) const
+{
+    try {
+        add(all, services.connections.connection(connection));
+    } catch (Failure const& failure) {
+        if (failure.code != ErrorCode::notFound) // The key outlives the connection.
+            throw;
+    }
+}
+
 std::vector<ReachedMachine> GatewayDesktopCommands::machines()
 {
     std::vector<ReachedMachine> all;
-    for (MachineOverview const& overview : services.connections.overview())
-        for (StoredConnection const& connection : overview.connections) {
-            if (!caller.reaches(connection))
-                continue;
-            all.push_back(reached(overview.machine, connection));
-            if (auto const session = services.directory.find(connection.machineId))
-                all.back().session = session;
-        }
+    Reach const& reach = user.caller.reach;
+    if (!user.connection.empty()) {
+        addListed(all, user.connection);
+    } else if (!reach.all && reach.endUsers.empty()) {
+        for (std::string const& connection : reach.connections)
+            addListed(all, connection);
+    } else {
+        for (MachineOverview const& machine : services.connections.overview())
+            for (StoredConnection const& connection : machine.connections)
+                add(all, {.connection = connection, .machine = machine.machine});
+    }
     return all;
 }
 
 Task<CommandResult> GatewayDesktopCommands::run(DesktopCommand command)
 {
     std::size_t const bytes = bytesOf(command.params);
-    json::object agent{{"ref", caller.ref}};
+    json::object agent{{"ref", user.ref}};
     if (!command.client.empty())
         agent["name"] = std::move(command.client);
     PlatformCommand platform{.method = std::move(command.method),

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "ZelvoGateway/base/Caller.h"
 #include "ZelvoGateway/control/CommandService.h"
 #include "ZelvoGateway/control/ConnectionService.h"
 #include "ZelvoGateway/mcp/tools/DesktopCommands.h"
 
-#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace zelvo::service {
 
@@ -17,22 +19,24 @@ public:
         ConnectionService& connections;
         MachineDirectory const& directory;
     };
-    /// Which connections a caller may use, and who it is for the machines.
-    struct Caller {
-        std::function<bool(StoredConnection const&)> reaches;
-        std::string ref; ///< the calls with the same one belong to the same agent
+    /// Whose commands they are.
+    struct User {
+        Caller caller;
+        std::string connection = {}; ///< the only one that it uses; empty for all that it reaches
+        std::string ref;             ///< commands with the same one belong to the same agent
     };
 
-    GatewayDesktopCommands(Services services, Caller caller) : services(services), caller(std::move(caller))
-    {
-    }
+    GatewayDesktopCommands(Services services, User user) : services(services), user(std::move(user)) {}
 
     std::vector<ReachedMachine> machines() override;
     Task<CommandResult> run(DesktopCommand command) override;
 
 private:
+    void add(std::vector<ReachedMachine>& all, ConnectionState const& state) const;
+    void addListed(std::vector<ReachedMachine>& all, std::string const& connection) const;
+
     Services services;
-    Caller caller;
+    User user;
 };
 
 } // namespace zelvo::service

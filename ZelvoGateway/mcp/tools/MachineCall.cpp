@@ -84,6 +84,17 @@ Task<std::optional<DisplaySize>> MachineCall::displaySize()
     co_return machine.display;
 }
 
+Task<ScreenPoint> MachineCall::cursor()
+{
+    CommandResult const result = co_await run("cursor.position");
+    json::object const* const position = result.value.if_object();
+    auto const x = position ? read::number(*position, "x") : std::nullopt;
+    auto const y = position ? read::number(*position, "y") : std::nullopt;
+    if (!x || !y)
+        throw Failure{.code = ErrorCode::internalError, .message = "The machine's answer makes no sense"};
+    co_return ScreenPoint{.x = *x, .y = *y};
+}
+
 ToolFailure toolFailure(Failure const& failure)
 {
     ToolFailure told{.code = failure.code, .what = failure.message};

@@ -39,6 +39,8 @@ public:
     Task<CommandResult> runOnce(std::string method, json::object params);
     /// The main display's size; `nullopt` if there is none.
     Task<std::optional<DisplaySize>> displaySize();
+    /// Where the pointer is. Throws Failure.
+    Task<ScreenPoint> cursor();
 
     Clock& clock() const { return services.clock; }
     Executor workers() const { return services.workers; }

@@ -104,19 +104,15 @@ protected:
         return result;
     }
 
-    std::unique_ptr<DesktopToolRunner> newRunner(std::string key = "key_1",
-                                                 std::optional<std::string> connection = std::nullopt)
+    std::unique_ptr<DesktopToolRunner> newRunner(std::string key = "key_1")
     {
-        return std::make_unique<DesktopToolRunner>(ToolServices{.commands = commands,
-                                                                .clock = clock,
-                                                                .server = io.get_executor(),
-                                                                .workers = io.get_executor(),
-                                                                .pictures = pictures},
-                                                   ConversationOptions{.key = std::move(key),
-                                                                       .connection = std::move(connection),
-                                                                       .memory = memory,
-                                                                       .turns = turns,
-                                                                       .numbers = numbers});
+        return std::make_unique<DesktopToolRunner>(
+            ToolServices{.commands = commands,
+                         .clock = clock,
+                         .server = io.get_executor(),
+                         .workers = io.get_executor(),
+                         .pictures = pictures},
+            ConversationOptions{.key = std::move(key), .memory = memory, .turns = turns, .numbers = numbers});
     }
 
     void run()
