@@ -192,7 +192,7 @@ Task<Look> look(MachineCallPtr call, LookRequest request)
         look.pictures.push_back(std::move(picture->content));
     }
     if (tree)
-        seen.lastShown = tree->name;
+        seen.show(tree);
     co_return look;
 }
 

@@ -34,7 +34,7 @@ struct Look {
 /// What a parameter "what" or "observe" asks for.
 void wantWhat(LookRequest& request, std::string_view what);
 
-/// Reads the tree of a machine, which becomes the newest one of the conversation. Throws Failure.
+/// Reads the tree of a machine, whose elements get their references. Throws Failure.
 Task<std::shared_ptr<SeenTree const>> readTree(MachineCallPtr call, TreeView view);
 
 /// Looks, and remembers what was shown. Throws Failure, ToolFailure.

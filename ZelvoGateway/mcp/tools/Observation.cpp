@@ -45,8 +45,8 @@ Task<Seen> observe(MachineCallPtr call, ObservationRequest request)
         if (request.what != "none") {
             LookRequest looking{.view = call->seen().view};
             wantWhat(looking, request.what);
-            if (!call->seen().lastShown.empty())
-                looking.since = call->seen().lastShown;
+            if (auto const last = call->seen().lastShown())
+                looking.since = last->name;
             seen.look = co_await look(call, std::move(looking));
         }
     } catch (ToolFailure const& failure) {

@@ -33,10 +33,14 @@ std::shared_ptr<SeenTree const> SeenMachine::add(SeenTree tree, std::vector<Seen
     tree.bytes = bytesOf(tree.elements);
     auto const kept = std::make_shared<SeenTree const>(std::move(tree));
     application.newest = kept;
-    trees.push_back(kept);
+    return kept;
+}
+
+void SeenMachine::show(std::shared_ptr<SeenTree const> tree)
+{
+    trees.push_back(std::move(tree));
     if (trees.size() > maxTrees)
         trees.pop_front();
-    return kept;
 }
 
 SeenMachine::Application& SeenMachine::applicationOf(std::string const& id, TreeView const& wanted)
@@ -65,7 +69,7 @@ std::shared_ptr<SeenTree const> SeenMachine::find(std::string_view name) const
 
 std::shared_ptr<SeenTree const> SeenMachine::newest() const
 {
-    return trees.empty() ? nullptr : trees.back();
+    return applications.empty() ? nullptr : applications.back().newest;
 }
 
 SeenReference SeenMachine::reference(std::string_view reference) const

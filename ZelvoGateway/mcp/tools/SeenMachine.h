@@ -54,20 +54,23 @@ public:
     /// Takes a new tree; its elements get their references.
     /// tree   without name and elements
     std::shared_ptr<SeenTree const> add(SeenTree tree, std::vector<SeenElement> elements);
-    /// Null if it was never given out, or is forgotten.
+    /// The model gets to see a tree, and may ask what changed since.
+    void show(std::shared_ptr<SeenTree const> tree);
+    /// A tree that was shown; null if it never was, or is forgotten.
     std::shared_ptr<SeenTree const> find(std::string_view name) const;
-    /// Null before the first one.
+    /// The last one that was shown; null before the first.
+    std::shared_ptr<SeenTree const> lastShown() const { return trees.empty() ? nullptr : trees.back(); }
+    /// The last one that was read; null before the first.
     std::shared_ptr<SeenTree const> newest() const;
     SeenReference reference(std::string_view reference) const;
     /// About the memory that it takes.
     std::size_t bytes() const;
-    /// Keeps only the newest tree.
+    /// Keeps only the last tree that was shown, and the application that was seen last.
     void forgetOld();
     /// The machine connected anew: what its agent lacked may be there now.
     void noteSession(std::weak_ptr<void const> const& session);
 
     ScreenSpace space;        ///< of the last answer with coordinates
-    std::string lastShown;    ///< the tree that the model saw last; empty before the first one
     TreeView view;            ///< that the model looks with
     bool lacksSettle = false; ///< the machine's agent does not know "screen.settle"
     bool lacksWait = false;   ///< nor "ui.wait"
