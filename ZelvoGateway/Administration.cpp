@@ -94,7 +94,7 @@ void provision(Flags const& flags, std::ostream& out)
     DataFolder const folder(flags.settings.dataFolder);
     SqliteStore store(folder.file("gateway.sqlite"));
     LinkService links(store, flags.settings);
-    auto const made = links.provision(flags.endUserId);
+    auto const made = links.provision(Caller::console(), flags.endUserId);
     out << "machine " << made.machine.machineId << "\nconnection " << made.connectionId << "\n";
     if (!flags.connectionFile.empty())
         writePrivateFile(flags.connectionFile, made.connectionId + "\n");

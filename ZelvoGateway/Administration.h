@@ -17,6 +17,9 @@ void printConsoleLink(Flags const& flags, std::ostream& out);
 /// Serves an MCP client on standard input and output, by the gateway that the flags name, until the input
 /// ends.
 void serveMcpClient(Flags const& flags);
+/// Lists, makes and revokes API keys. Prints "id" and "key" lines for a new key; with a key file, the key is
+/// written only there.
+void manageKeys(Flags const& flags, std::ostream& out);
 /// Serves until SIGINT, SIGTERM or SIGHUP.
 void serve(Flags const& flags, std::ostream& out);
 

@@ -7,11 +7,13 @@
 #include "ZelvoGateway/api/WebhookApi.h"
 #include "ZelvoGateway/base/ApiKey.h"
 #include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
 #include "ZelvoGateway/base/ServerClock.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/console/Console.h"
 #include "ZelvoGateway/console/LinkPage.h"
+#include "ZelvoGateway/control/KeyService.h"
 #include "ZelvoGateway/control/MachineEvents.h"
 #include "ZelvoGateway/control/OnlineMachines.h"
 #include "ZelvoGateway/http/HttpServer.h"
@@ -40,6 +42,7 @@ constexpr char const* addressFile = "address";
 constexpr char const* localAddressFile = "local-address"; // For programs on this computer.
 constexpr auto patienceAtEnd = std::chrono::seconds(5);
 constexpr Duration maintenancePeriod = 60s;
+constexpr Duration revokedKeysKept = 90 * 24h;
 
 } // namespace
 
@@ -60,6 +63,7 @@ public:
 private:
     void begin();
     void addRoutes();
+    Caller platformOf(HttpRequest const& head) const;
     Task<> runMaintenance();
     void stopHere();
 
@@ -76,6 +80,7 @@ private:
     std::shared_ptr<RecordingFiles const> files;
     LocalMachineDirectory machines;
 
+    KeyService keys;
     RecordingIntake intake;
     RecordingLibrary library;
     ControlService control;
@@ -90,6 +95,7 @@ private:
     WebhookService webhooks;
 
     ConsoleSessions sessions;
+    AttemptLimiter wrongKeys;
     AccessControl access;
     MachineApi machineApi;
     PlatformApi platformApi;
@@ -103,6 +109,7 @@ private:
     Routes routes;
     HttpServer http;
     TaskHandle maintenance;
+    boost::signals2::scoped_connection revocations;
 };
 
 Server::Parts::Parts(Settings wanted, Clock* clock)
@@ -110,26 +117,28 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       store(folder.file("gateway.sqlite")), memory(settings.limits.memory, settings.limits.memoryOfCaller),
       clock(clock ? *clock : ownClock),
       files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
+      keys(store, this->clock, io.get_executor()),
       intake(store, files, settings, this->clock, workers.get_executor()),
-      library(store, files, key, settings, this->clock, workers.get_executor()),
+      library(store, files, key, keys, settings, this->clock, workers.get_executor()),
       control(store, this->clock, settings, io.get_executor()),
       queue(store, control, this->clock, settings, io.get_executor(), workers.get_executor()),
       connections(store, machines, control, queue, intake, library, settings, io.get_executor()),
       links(store, settings),
-      commands(store, machines, control, queue, settings, this->clock, workers.get_executor()),
+      commands(store, machines, control, queue, keys, settings, this->clock, workers.get_executor()),
       events(machines, control, queue, connections), online(events, machines, store, this->clock),
       webhookSender(settings.webhooks),
       webhookDispatcher(store, webhookSender, settings.webhooks, this->clock, io.get_executor()),
       webhooks(store, webhookDispatcher, settings, this->clock), sessions(this->clock, settings.console),
-      access(key, settings.publicUrl, sessions), machineApi(access,
-                                                            links,
-                                                            intake,
-                                                            {.settings = settings,
-                                                             .store = store,
-                                                             .machines = machines,
-                                                             .listener = online,
-                                                             .memory = memory,
-                                                             .workers = workers.get_executor()}),
+      wrongKeys(this->clock, settings.wrongKeys), access(keys, settings.publicUrl, sessions, wrongKeys),
+      machineApi(access,
+                 links,
+                 intake,
+                 {.settings = settings,
+                  .store = store,
+                  .machines = machines,
+                  .listener = online,
+                  .memory = memory,
+                  .workers = workers.get_executor()}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), webhookApi(access, webhooks, settings.limits),
@@ -142,7 +151,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
                .server = io.get_executor(),
                .workers = workers.get_executor()},
               ZELVO_VERSION),
-      mcp({.callerOf = [this](HttpRequest const& head) { return access.callerOf(head); },
+      mcp({.callerOf = [this](HttpRequest const& head) { return platformOf(head); },
            .host = mcpHost,
            .rules = settings.mcp,
            .clock = this->clock,
@@ -167,6 +176,7 @@ Server::Parts::~Parts()
 void Server::Parts::begin()
 {
     folder.lock();
+    keys.setBuiltIn(key);
     store.endInterruptedCommands(clock.date());
     library.begin();
     addRoutes();
@@ -207,10 +217,18 @@ void Server::Parts::run()
             return;
         maintenance = spawn(io.get_executor(), [this] { return runMaintenance(); });
         webhookDispatcher.begin();
+        revocations = keys.observeRevocations([this](std::string const& keyId) { mcp.endKey(keyId); });
     });
     while (!http.isStopping() && io.run_one() > 0) {
     }
     io.run_for(patienceAtEnd); // Until the last connection has ended.
+}
+
+/// Refuses all but platforms and the console.
+Caller Server::Parts::platformOf(HttpRequest const& head) const
+{
+    access.assertPlatform(head);
+    return access.callerOf(head);
 }
 
 Task<> Server::Parts::runMaintenance()
@@ -219,6 +237,7 @@ Task<> Server::Parts::runMaintenance()
     for (;;) {
         try {
             queue.runMaintenance();
+            store.forgetRevokedKeys(clock.date() - dateSpan(revokedKeysKept));
             mcp.runMaintenance();
             co_await library.runMaintenance();
             webhookDispatcher.runMaintenance();
@@ -247,6 +266,7 @@ void Server::Parts::stopHere()
     machines.closeAll();
     control.stop();
     webhookDispatcher.stop();
+    keys.stop();
     maintenance.cancel();
     ownClock.rest();
     http.stop();

@@ -25,6 +25,8 @@ int runCommand(std::span<char const* const> arguments)
         break;
     case Command::mcp:
         serveMcpClient(flags);
+    case Command::keys:
+        manageKeys(flags, std::cout);
         break;
     case Command::help:
         std::cout << flagsHelp();

@@ -36,10 +36,12 @@ std::vector<Route> CommandApi::routes()
 Task<HttpResponse> CommandApi::handleRun(HttpRequest request, PathIds ids)
 {
     std::string const connectionId = std::move(ids.front());
-    commands.assertExists(connectionId); // Before the body is read: a large one takes time.
+    Caller caller = access.callerOf(request);
+    commands.assertExists(caller, connectionId); // Before the body is read: a large one takes time.
     std::size_t const bytes = request.body.size();
     PlatformCommand command = co_await commandIn(workers, std::move(request.body));
-    CommandOutcome outcome = co_await commands.run(connectionId, std::move(command), bytes);
+    CommandOutcome outcome =
+        co_await commands.run(std::move(caller), connectionId, std::move(command), bytes);
     if (auto const* const queued = std::get_if<StoredCommand>(&outcome))
         co_return HttpResponse{.status = 202, .body = recordText(*queued)};
     co_return co_await responseOf(std::get<CommandResult>(std::move(outcome)));
@@ -66,14 +68,14 @@ Task<HttpResponse> CommandApi::responseOf(CommandResult result)
     co_return response;
 }
 
-Task<HttpResponse> CommandApi::handleState(HttpRequest, PathIds ids)
+Task<HttpResponse> CommandApi::handleState(HttpRequest request, PathIds ids)
 {
-    co_return recordResponse(commands.state(ids.front(), ids.back()));
+    co_return recordResponse(commands.state(access.callerOf(request), ids.front(), ids.back()));
 }
 
-Task<HttpResponse> CommandApi::handleCancel(HttpRequest, PathIds ids)
+Task<HttpResponse> CommandApi::handleCancel(HttpRequest request, PathIds ids)
 {
-    co_return recordResponse(commands.cancel(ids.front(), ids.back()));
+    co_return recordResponse(commands.cancel(access.callerOf(request), ids.front(), ids.back()));
 }
 
 HttpResponse CommandApi::recordResponse(StoredCommand const& command)

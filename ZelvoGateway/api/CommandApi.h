@@ -17,7 +17,8 @@ public:
                MemoryBudget& memory,
                Limits const& limits,
                Executor workers)
-        : endpoints(access), commands(commands), memory(memory), limits(limits), workers(std::move(workers))
+        : endpoints(access), access(access), commands(commands), memory(memory), limits(limits),
+          workers(std::move(workers))
     {
     }
 
@@ -34,6 +35,7 @@ private:
     HttpResponse recordResponse(StoredCommand const& command);
 
     Endpoints endpoints;
+    AccessControl const& access;
     CommandService& commands;
     MemoryBudget& memory;
     Limits const& limits;

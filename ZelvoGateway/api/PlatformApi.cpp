@@ -31,18 +31,18 @@ std::vector<Route> PlatformApi::routes()
 Task<HttpResponse> PlatformApi::handleAddEndUser(HttpRequest request, PathIds)
 {
     auto const user = recordIn<records::CreateEndUserRequest>(request.body);
-    co_return jsonResponse(201, records::toJson(links.addEndUser(user)));
+    co_return jsonResponse(201, records::toJson(links.addEndUser(access.callerOf(request), user)));
 }
 
 Task<HttpResponse> PlatformApi::handleEndUsers(HttpRequest request, PathIds)
 {
-    auto const page = links.endUsers(pageQueryIn(request));
+    auto const page = links.endUsers(access.callerOf(request), pageQueryIn(request));
     co_return listResponse<records::EndUserList>(page, [](records::EndUser const& user) { return user; });
 }
 
-Task<HttpResponse> PlatformApi::handleEndUser(HttpRequest, PathIds ids)
+Task<HttpResponse> PlatformApi::handleEndUser(HttpRequest request, PathIds ids)
 {
-    co_return jsonResponse(200, records::toJson(links.endUser(ids.front())));
+    co_return jsonResponse(200, records::toJson(links.endUser(access.callerOf(request), ids.front())));
 }
 
 Task<HttpResponse> PlatformApi::handleAddLinkSession(HttpRequest request, PathIds)
@@ -50,60 +50,67 @@ Task<HttpResponse> PlatformApi::handleAddLinkSession(HttpRequest request, PathId
     auto const wanted = recordIn<records::CreateLinkSessionRequest>(request.body);
     // Browsers look for "localhost" at other addresses, too, where the page may be another user's.
     auto const home = access.homeOfLocalPage(request);
-    auto const made = links.createSession(wanted, home ? *home : access.addressFor(request));
+    auto const made =
+        links.createSession(access.callerOf(request), wanted, home ? *home : access.addressFor(request));
     co_return jsonResponse(201, records::toJson(made));
 }
 
 Task<HttpResponse> PlatformApi::handleLinkSessions(HttpRequest request, PathIds)
 {
-    auto const page = links.sessions(pageQueryIn(request));
+    auto const page = links.sessions(access.callerOf(request), pageQueryIn(request));
     co_return listResponse<records::LinkSessionList>(
         page, [](StoredLinkSession const& session) { return linkSessionRecord(session, today()); });
 }
 
-Task<HttpResponse> PlatformApi::handleLinkSession(HttpRequest, PathIds ids)
+Task<HttpResponse> PlatformApi::handleLinkSession(HttpRequest request, PathIds ids)
 {
-    co_return jsonResponse(200, records::toJson(linkSessionRecord(links.session(ids.front()), today())));
+    StoredLinkSession const session = links.session(access.callerOf(request), ids.front());
+    co_return jsonResponse(200, records::toJson(linkSessionRecord(session, today())));
 }
 
 Task<HttpResponse> PlatformApi::handleConnections(HttpRequest request, PathIds)
 {
-    auto const page = connections.connections(pageQueryIn(request));
+    auto const page = connections.connections(access.callerOf(request), pageQueryIn(request));
     co_return listResponse<records::ConnectionList>(page, connectionRecord);
 }
 
-Task<HttpResponse> PlatformApi::handleConnection(HttpRequest, PathIds ids)
+Task<HttpResponse> PlatformApi::handleConnection(HttpRequest request, PathIds ids)
 {
-    co_return jsonResponse(200, records::toJson(connectionRecord(connections.connection(ids.front()))));
+    ConnectionState const state = connections.connection(access.callerOf(request), ids.front());
+    co_return jsonResponse(200, records::toJson(connectionRecord(state)));
 }
 
-Task<HttpResponse> PlatformApi::handleRevoke(HttpRequest, PathIds ids)
+Task<HttpResponse> PlatformApi::handleRevoke(HttpRequest request, PathIds ids)
 {
-    ConnectionState const revoked = co_await connections.revoke(std::move(ids.front()));
+    Caller caller = access.callerOf(request);
+    ConnectionState const revoked = co_await connections.revoke(std::move(caller), std::move(ids.front()));
     co_return jsonResponse(200, records::toJson(connectionRecord(revoked)));
 }
 
 Task<HttpResponse> PlatformApi::handleMachines(HttpRequest request, PathIds)
 {
-    auto const page = connections.machinePage(pageQueryIn(request));
+    auto const page = connections.machinePage(access.callerOf(request), pageQueryIn(request));
     co_return listResponse<records::MachineList>(page, machineEntry);
 }
 
-Task<HttpResponse> PlatformApi::handleMachine(HttpRequest, PathIds ids)
+Task<HttpResponse> PlatformApi::handleMachine(HttpRequest request, PathIds ids)
 {
-    co_return jsonResponse(200, records::toJson(machineRecord(connections.machine(ids.front()))));
+    MachineState const state = connections.machine(access.callerOf(request), ids.front());
+    co_return jsonResponse(200, records::toJson(machineRecord(state)));
 }
 
-Task<HttpResponse> PlatformApi::handleRemoveMachine(HttpRequest, PathIds ids)
+Task<HttpResponse> PlatformApi::handleRemoveMachine(HttpRequest request, PathIds ids)
 {
-    co_await connections.removeMachine(std::move(ids.front()));
+    Caller caller = access.callerOf(request);
+    co_await connections.removeMachine(std::move(caller), std::move(ids.front()));
     co_return jsonResponse(200, json::object{{"ok", true}});
 }
 
 Task<HttpResponse> PlatformApi::handleCloudMachines(HttpRequest request, PathIds)
 {
     json::object const wanted = request.body.empty() ? json::object() : objectOf(request.body);
-    auto const made = links.provision(read::text(wanted, "endUserId").value_or("local"));
+    auto const made =
+        links.provision(access.callerOf(request), read::text(wanted, "endUserId").value_or("local"));
     co_return jsonResponse(201, json::object{{"machineId", made.machine.machineId},
                                              {"machineToken", made.machine.token},
                                              {"connectionId", made.connectionId}});

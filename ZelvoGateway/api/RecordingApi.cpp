@@ -30,7 +30,9 @@ records::Recording recordOf(ListedRecording const& listed, std::string const& ad
     record.target = recording.connectionId;
     if (auto const& pass = listed.pass) {
         record.expiresAt = dates::iso8601(pass->until);
-        record.url = address + "/films/" + recording.id + "?until=" + pass->end + "&proof=" + pass->proof;
+        PassProof const& proof = pass->proof;
+        record.url = address + "/films/" + recording.id + "?until=" + proof.end + "&key=" + proof.keyId +
+                     "&proof=" + proof.signature;
     }
     return record;
 }
@@ -61,16 +63,16 @@ std::vector<Route> RecordingApi::routes()
 }
 
 /// A page asks for another address when it needs one, so its own are shorter.
-Duration RecordingApi::addressTime(HttpRequest const& request) const
+Duration RecordingApi::addressTime(Caller const& caller) const
 {
-    return access.hasApiKey(request) ? settings.recordings.recordingAddress
-                                     : settings.console.recordingAddress;
+    return caller.isConsole() ? settings.console.recordingAddress : settings.recordings.recordingAddress;
 }
 
 Task<HttpResponse> RecordingApi::handleList(HttpRequest request, PathIds)
 {
     std::string const address = access.addressFor(request);
-    RecordingPage const page = library.list(queryIn(request), addressTime(request));
+    Caller const caller = access.callerOf(request);
+    RecordingPage const page = library.list(caller, queryIn(request), addressTime(caller));
     json::object answer;
     if (page.nextBefore)
         answer["nextBefore"] = *page.nextBefore;
@@ -84,20 +86,25 @@ Task<HttpResponse> RecordingApi::handleList(HttpRequest request, PathIds)
 Task<HttpResponse> RecordingApi::handleRecording(HttpRequest request, PathIds ids)
 {
     std::string const address = access.addressFor(request);
-    ListedRecording const listed = library.recording(ids.front(), addressTime(request));
+    Caller const caller = access.callerOf(request);
+    ListedRecording const listed = library.recording(caller, ids.front(), addressTime(caller));
     co_return jsonResponse(200, records::toJson(recordOf(listed, address)));
 }
 
-Task<HttpResponse> RecordingApi::handleRemove(HttpRequest, PathIds ids)
+Task<HttpResponse> RecordingApi::handleRemove(HttpRequest request, PathIds ids)
 {
-    ListedRecording const removed = co_await library.remove(std::move(ids.front()));
+    Caller caller = access.callerOf(request);
+    ListedRecording const removed = co_await library.remove(std::move(caller), std::move(ids.front()));
     co_return jsonResponse(200, records::toJson(recordOf(removed, "")));
 }
 
 Task<HttpResponse> RecordingApi::handleBytes(HttpRequest request, PathIds ids)
 {
     std::string const id = std::move(ids.front());
-    auto source = co_await library.open(id, request.queryItem("until"), request.queryItem("proof"));
+    PassProof proof{.end = request.queryItem("until"),
+                    .keyId = request.queryItem("key"),
+                    .signature = request.queryItem("proof")};
+    auto source = co_await library.open(id, std::move(proof));
     co_return rangeResponse(request, std::move(source), id, "video/mp4");
 }
 

@@ -26,7 +26,7 @@ private:
     /// The bytes of a recording, or the part that is asked for. The address is the credential.
     Task<HttpResponse> handleBytes(HttpRequest request, PathIds ids);
 
-    Duration addressTime(HttpRequest const& request) const;
+    Duration addressTime(Caller const& caller) const;
 
     Endpoints endpoints;
     AccessControl const& access;

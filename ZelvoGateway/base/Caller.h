@@ -22,11 +22,14 @@ struct Reach {
     bool operator==(Reach const&) const = default;
 };
 
-/// Who sends a request: a platform with an API key, or the person at the console.
+/// Who sends a request: a platform with an API key, or the person who runs the gateway.
 struct Caller {
-    std::string keyId = {}; ///< empty for the console
+    std::string keyId = {}; ///< empty for the person
     std::string name = {};  ///< of the key
     Reach reach = {};
+
+    /// The person at the console or at the command line.
+    static Caller console() { return {.name = "Console", .reach = {.all = true}}; }
 
     bool isConsole() const { return keyId.empty(); }
     /// connection   anything with `id` and `endUserId`

@@ -104,14 +104,22 @@ constexpr std::array<Flag, 25> flags = {{
      [](Flags& f, std::string const& v) { f.tokenFile = v; }},
     {"--connection-file", "FILE", "provision: writes the connection's id to FILE",
      [](Flags& f, std::string const& v) { f.connectionFile = v; }},
-    {"--end-user", "ID", "provision: whose machine it is (default local)",
-     [](Flags& f, std::string const& v) { f.endUserId = v; }},
+    {"--end-user", "ID", "provision: whose machine it is (default local). keys add: reaches theirs only",
+     [](Flags& f, std::string const& v) {
+         f.endUserId = v;
+         f.endUsers.push_back(v);
+     }},
     {"--gateway", "URL", "mcp: the gateway to join (default: the one that runs on --data)",
      [](Flags& f, std::string const& v) { f.gatewayUrl = webAddress(v); }},
-    {"--key-file", "FILE", "mcp: the API key (default: $ZELVO_API_KEY, else the key in --data)",
+    {"--key-file", "FILE",
+     "mcp: the API key (default: $ZELVO_API_KEY, else the key in --data). keys add: writes the key there "
+     "(mode 0600), not to standard output",
      [](Flags& f, std::string const& v) { f.keyFile = v; }},
-    {"--connection", "ID", "mcp: serves this connection only",
+    {"--connection", "ID",
+     "mcp: serves this connection only. keys add: reaches it only; can be repeated, like --end-user",
      [](Flags& f, std::string const& v) { f.connections.push_back(v); }},
+    {"--name", "NAME", "keys add: what the key is called in lists",
+     [](Flags& f, std::string const& v) { f.keyName = v; }},
     {"--switches", "QUERY", "mcp: as in the address of /mcp, such as \"width=1280&tools=computer\"",
      [](Flags& f, std::string const& v) { f.mcpSwitches = v; }},
     {"--help", "", "prints this", [](Flags& f, std::string const&) { f.command = Flags::Command::help; }},
@@ -176,9 +184,49 @@ Flags::Command commandNamed(std::string const& name)
         return Flags::Command::provision;
     if (name == "console-link")
         return Flags::Command::consoleLink;
+    if (name == "keys")
+        return Flags::Command::keys;
     if (name == "mcp")
         return Flags::Command::mcp;
-    throw FlagError("unknown command \"" + name + "\"; there are serve, provision, console-link and mcp");
+    throw FlagError("unknown command \"" + name +
+                    "\"; there are serve, provision, console-link, keys and mcp");
+}
+
+Flags::KeyAction keyActionNamed(std::string const& name)
+{
+    if (name == "list")
+        return Flags::KeyAction::list;
+    if (name == "add")
+        return Flags::KeyAction::add;
+    if (name == "revoke")
+        return Flags::KeyAction::revoke;
+    throw FlagError("\"keys " + name + "\" is no command; there are keys list, keys add and keys revoke");
+}
+
+/// A word after the command.
+void readWord(Flags& result, std::string const& word)
+{
+    bool const ofKeys = result.command == Flags::Command::keys;
+    if (ofKeys && result.keyAction == Flags::KeyAction::none)
+        result.keyAction = keyActionNamed(word);
+    else if (ofKeys && result.keyAction == Flags::KeyAction::revoke && result.keyId.empty())
+        result.keyId = word;
+    else
+        throw FlagError("\"" + word + "\" is one argument too many");
+}
+
+void assertComplete(Flags const& result)
+{
+    if (result.command == Flags::Command::mcp && result.connections.size() > 1)
+        throw FlagError("mcp takes one --connection");
+    if (result.command != Flags::Command::keys)
+        return;
+    if (result.keyAction == Flags::KeyAction::none)
+        throw FlagError("keys needs list, add or revoke");
+    if (result.keyAction == Flags::KeyAction::add && result.keyName.empty())
+        throw FlagError("keys add needs --name NAME");
+    if (result.keyAction == Flags::KeyAction::revoke && result.keyId.empty())
+        throw FlagError("keys revoke needs the ID of a key; keys list shows it");
 }
 
 } // namespace
@@ -195,11 +243,10 @@ Flags readFlags(std::span<char const* const> all)
         } else if (!std::exchange(named, true)) {
             result.command = commandNamed(argument);
         } else {
-            throw FlagError("\"" + argument + "\" is one argument too many");
+            readWord(result, argument);
         }
     }
-    if (result.command == Flags::Command::mcp && result.connections.size() > 1)
-        throw FlagError("mcp takes one --connection");
+    assertComplete(result);
     if (result.settings.dataFolder.empty())
         result.settings.dataFolder = defaultDataFolder();
     return result;
@@ -211,6 +258,9 @@ std::string flagsHelp()
         "zelvo-gateway [serve]         serves machines, platforms and the console\n"
         "zelvo-gateway provision       makes an unattended machine and prints its token\n"
         "zelvo-gateway console-link    prints a one-time link to the console of a running gateway\n"
+        "zelvo-gateway keys list       lists the API keys\n"
+        "zelvo-gateway keys add        makes an API key and prints it, this once\n"
+        "zelvo-gateway keys revoke ID  ends an API key at once\n"
         "zelvo-gateway mcp             serves an MCP client on standard input and output, by a running "
         "gateway\n\n";
     for (Flag const& flag : flags) {

@@ -11,7 +11,8 @@ namespace zelvo::service {
 
 /// The parsed command line.
 struct Flags {
-    enum class Command { serve, provision, consoleLink, mcp, help, version };
+    enum class Command { serve, provision, consoleLink, keys, mcp, help, version };
+    enum class KeyAction { none, list, add, revoke };
     Command command = Command::serve;
     Settings settings;
     std::string portFile; ///< where serve writes its port
@@ -20,9 +21,13 @@ struct Flags {
     std::string connectionFile; ///< where provision writes the connection's id
     std::string endUserId = "local";
     std::string gatewayUrl; ///< of the gateway that mcp joins; empty for that on the data folder
-    std::string keyFile;    ///< of the key with which mcp joins it
-    std::vector<std::string> connections; ///< at most one, which mcp is to serve
+    std::string keyFile;    ///< of the key with which mcp joins it, or that "keys add" writes
     std::string mcpSwitches;
+    KeyAction keyAction = KeyAction::none;
+    std::string keyId;                    ///< that "keys revoke" revokes
+    std::string keyName;                  ///< of the key that "keys add" makes
+    std::vector<std::string> connections; ///< that this key reaches, or at most one, which mcp is to serve
+    std::vector<std::string> endUsers;    ///< whose connections the key reaches
 };
 
 /// An invalid command line; what() gives the reason.

@@ -53,12 +53,15 @@ std::string signatureOf(std::string_view text, std::string_view key)
     return hexadecimal(digest);
 }
 
+bool sameHash(std::string_view left, std::string_view right)
+{
+    return left.size() == right.size() && CRYPTO_memcmp(left.data(), right.data(), left.size()) == 0;
+}
+
 bool sameSecret(std::string_view left, std::string_view right)
 {
     // Compares hashes, so that the lengths are equal, too.
-    std::string const leftHash = hashOf(left);
-    std::string const rightHash = hashOf(right);
-    return CRYPTO_memcmp(leftHash.data(), rightHash.data(), leftHash.size()) == 0;
+    return sameHash(hashOf(left), hashOf(right));
 }
 
 } // namespace zelvo::service

@@ -13,6 +13,8 @@ std::string newId(std::string_view prefix);
 std::string hashOf(std::string_view secret);
 /// HMAC-SHA-256 as hexadecimal text: proves that whoever made it has the key.
 std::string signatureOf(std::string_view text, std::string_view key);
+/// Compares two results of hashOf() in constant time.
+bool sameHash(std::string_view left, std::string_view right);
 /// Compares in constant time.
 bool sameSecret(std::string_view left, std::string_view right);
 

@@ -110,6 +110,13 @@ struct McpRules {
     std::size_t maxRequests = 256;     ///< of one key at one time
 };
 
+/// How many wrong API keys one address may try.
+struct AttemptRules {
+    std::size_t maxAttempts = 30; ///< in a window
+    Duration window = 60s;
+    std::size_t maxAddresses = 4096; ///< that are counted at one time
+};
+
 /// What the person who starts the gateway chooses.
 struct Settings {
     std::string dataFolder;
@@ -124,6 +131,7 @@ struct Settings {
     Duration linkLifetime = 15min;
     Duration consoleLinkLifetime = 10min;
     ConsoleTimes console;
+    AttemptRules wrongKeys;
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;

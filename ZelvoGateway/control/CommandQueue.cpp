@@ -55,21 +55,19 @@ CommandQueue::CommandQueue(Store& store,
 {
 }
 
-StoredCommand CommandQueue::add(StoredConnection const& connection,
-                                PlatformCommand const& command,
-                                std::string id,
-                                std::string summary,
-                                std::string frame)
+StoredCommand
+CommandQueue::add(StoredConnection const& connection, PlatformCommand const& command, Entry entry)
 {
     store.expireCommands(clock.date());
-    assertRoom(connection, frame.size());
+    assertRoom(connection, entry.frame.size());
     auto const ttl = std::chrono::seconds(command.delivery.ttlSeconds.value_or(DeliveryBounds::defaultTtl));
-    StoredCommand kept{.id = std::move(id),
+    StoredCommand kept{.id = std::move(entry.id),
                        .connectionId = connection.id,
                        .method = command.method,
-                       .summary = std::move(summary),
-                       .frame = std::move(frame),
-                       .expiresAt = clock.date() + ttl};
+                       .summary = std::move(entry.summary),
+                       .frame = std::move(entry.frame),
+                       .expiresAt = clock.date() + ttl,
+                       .keyId = std::move(entry.keyId)};
     store.addCommand(kept);
     return kept;
 }

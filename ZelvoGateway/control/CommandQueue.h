@@ -29,15 +29,17 @@ public:
                  Executor server,
                  Executor workers);
 
+    /// A command on its way into the queue.
+    struct Entry {
+        std::string id;
+        std::string summary;
+        std::string frame; ///< what the machine will get
+        std::string keyId = {};
+    };
     /// Adds a command.
-    /// frame    what the machine will get
     /// Throws   Failure: rateLimited if the queue of the connection or of its machine is full,
     ///          invalidRequest (tooLarge) if the frame is too large
-    StoredCommand add(StoredConnection const& connection,
-                      PlatformCommand const& command,
-                      std::string id,
-                      std::string summary,
-                      std::string frame);
+    StoredCommand add(StoredConnection const& connection, PlatformCommand const& command, Entry entry);
     /// Throws Failure: notFound, also for a command of another connection.
     StoredCommand state(std::string const& connectionId, std::string const& id);
     /// Cancels a command that has not begun.

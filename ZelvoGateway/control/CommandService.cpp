@@ -12,20 +12,29 @@ CommandService::CommandService(Store& store,
                                MachineDirectory& machines,
                                ControlService& control,
                                CommandQueue& queue,
+                               KeyRing& keys,
                                Settings const& settings,
                                Clock& clock,
                                Executor workers)
-    : store(store), machines(machines), control(control), queue(queue), settings(settings), clock(clock),
-      workers(std::move(workers))
+    : store(store), machines(machines), control(control), queue(queue), keys(keys), settings(settings),
+      clock(clock), workers(std::move(workers))
 {
 }
 
-StoredConnection CommandService::connectionOf(std::string const& id)
+StoredConnection CommandService::connectionOf(Caller const& caller, std::string const& id)
 {
     auto connection = store.connection(id);
-    if (!connection || connection->revokedAt)
+    if (!connection || connection->revokedAt || !caller.reaches(*connection))
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};
     return *std::move(connection);
+}
+
+/// After a wait, in which the connection or the key may have been revoked.
+void CommandService::assertStillAllowed(Submission const& submission)
+{
+    if (!keys.isCurrent(submission.caller.keyId))
+        throw Failure{.code = ErrorCode::unauthorized, .message = "The API key was revoked"};
+    connectionOf(submission.caller, submission.connection.id);
 }
 
 std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string const& machineId) const
@@ -36,11 +45,14 @@ std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string cons
     return machine;
 }
 
-Task<CommandOutcome> CommandService::run(std::string connectionId, PlatformCommand command, std::size_t bytes)
+Task<CommandOutcome>
+CommandService::run(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
-    StoredConnection connection = connectionOf(connectionId);
+    StoredConnection connection = connectionOf(caller, connectionId);
     MethodRules::assertForPlatforms(command.method);
     Submission submission = co_await prepare(std::move(connection), std::move(command), bytes);
+    submission.caller = std::move(caller);
+    assertStillAllowed(submission);
     std::string const& machineId = submission.connection.machineId;
     control.assertNotPaused(machineId, submission.agent.ref);
     auto const machine = machines.find(machineId);
@@ -68,7 +80,6 @@ CommandService::prepare(StoredConnection connection, PlatformCommand command, st
 
 Task<CommandOutcome> CommandService::send(Submission submission)
 {
-    std::string const& connectionId = submission.connection.id;
     std::string const& method = submission.command.method;
     Duration const patience = submission.command.mustNotWait()
                                   ? Duration{}
@@ -81,7 +92,7 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     } catch (Failure const& failure) {
         refused = failure;
     }
-    connectionOf(connectionId); // It may have been revoked during the wait.
+    assertStillAllowed(submission);
     if (refused)
         throw *refused;
     auto const machine = onlineMachine(submission.connection.machineId);
@@ -94,7 +105,7 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     auto const code = errorCodeOf(object);
     if (mayBeKept && code && MethodRules::wasNotStarted(method, *code)) {
         queue.machineRefused(machine);
-        connectionOf(connectionId);
+        assertStillAllowed(submission);
         submission.text = std::move(kept);
         co_return enqueue(std::move(submission));
     }
@@ -106,19 +117,24 @@ Task<CommandOutcome> CommandService::send(Submission submission)
 
 CommandOutcome CommandService::enqueue(Submission submission)
 {
-    return queue.add(submission.connection, submission.command, std::move(submission.id),
-                     std::move(submission.summary), std::move(submission.text));
+    return queue.add(submission.connection, submission.command,
+                     {.id = std::move(submission.id),
+                      .summary = std::move(submission.summary),
+                      .frame = std::move(submission.text),
+                      .keyId = submission.caller.keyId});
 }
 
-StoredCommand CommandService::state(std::string const& connectionId, std::string const& commandId)
+StoredCommand
+CommandService::state(Caller const& caller, std::string const& connectionId, std::string const& commandId)
 {
-    assertExists(connectionId);
+    assertExists(caller, connectionId);
     return queue.state(connectionId, commandId);
 }
 
-StoredCommand CommandService::cancel(std::string const& connectionId, std::string const& commandId)
+StoredCommand
+CommandService::cancel(Caller const& caller, std::string const& connectionId, std::string const& commandId)
 {
-    assertExists(connectionId);
+    assertExists(caller, connectionId);
     return queue.cancel(connectionId, commandId);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/KeyRing.h"
 #include "ZelvoGateway/control/CommandQueue.h"
 #include "ZelvoGateway/control/ControlService.h"
 #include "ZelvoGateway/control/PlatformCommand.h"
@@ -29,23 +30,30 @@ public:
                    MachineDirectory& machines,
                    ControlService& control,
                    CommandQueue& queue,
+                   KeyRing& keys,
                    Settings const& settings,
                    Clock& clock,
                    Executor workers);
 
-    /// Throws Failure: notFound if the connection does not exist or was revoked.
-    void assertExists(std::string const& connectionId) { connectionOf(connectionId); }
+    /// Throws Failure: notFound if the connection does not exist, was revoked or is not reached by the
+    /// caller.
+    void assertExists(Caller const& caller, std::string const& connectionId)
+    {
+        connectionOf(caller, connectionId);
+    }
     /// bytes    about how long the command's text is
     /// Throws   Failure: the machine's own error, too
-    Task<CommandOutcome> run(std::string connectionId, PlatformCommand command, std::size_t bytes);
+    Task<CommandOutcome>
+    run(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes);
     /// A queued command, with its result or error once it has ended.
-    StoredCommand state(std::string const& connectionId, std::string const& commandId);
+    StoredCommand state(Caller const& caller, std::string const& connectionId, std::string const& commandId);
     /// Cancels a queued command that has not begun.
-    StoredCommand cancel(std::string const& connectionId, std::string const& commandId);
+    StoredCommand cancel(Caller const& caller, std::string const& connectionId, std::string const& commandId);
 
 private:
     /// A command that is ready to be sent or queued.
     struct Submission {
+        Caller caller;
         StoredConnection connection;
         PlatformCommand command; ///< without params and agent, which are in the text
         Agent agent;
@@ -55,7 +63,8 @@ private:
         Duration patience{};
     };
 
-    StoredConnection connectionOf(std::string const& id);
+    StoredConnection connectionOf(Caller const& caller, std::string const& id);
+    void assertStillAllowed(Submission const& submission);
     Task<Submission> prepare(StoredConnection connection, PlatformCommand command, std::size_t bytes);
     Task<CommandOutcome> send(Submission submission);
     std::shared_ptr<ConnectedMachine> onlineMachine(std::string const& machineId) const;
@@ -65,6 +74,7 @@ private:
     MachineDirectory& machines;
     ControlService& control;
     CommandQueue& queue;
+    KeyRing& keys;
     Settings const& settings;
     Clock& clock;
     Executor workers;

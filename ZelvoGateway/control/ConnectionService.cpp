@@ -4,6 +4,8 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/Secrets.h"
 
+#include <algorithm>
+
 namespace zelvo::service {
 
 namespace {
@@ -34,8 +36,9 @@ MachineState ConnectionService::stateOf(StoredMachine machine) const
     return {.machine = std::move(machine), .online = online};
 }
 
-Page<ConnectionState> ConnectionService::connections(PageQuery const& query)
+Page<ConnectionState> ConnectionService::connections(Caller const& caller, PageQuery query)
 {
+    query.reach = caller.reach;
     auto stored = store.connectionPage(query);
     Page<ConnectionState> page{.next = std::move(stored.next)};
     for (StoredConnection& connection : stored.rows)
@@ -45,17 +48,19 @@ Page<ConnectionState> ConnectionService::connections(PageQuery const& query)
     return page;
 }
 
-ConnectionState ConnectionService::connection(std::string const& id)
+ConnectionState ConnectionService::connection(Caller const& caller, std::string const& id)
 {
     auto connection = store.connection(id);
-    auto machine = connection ? store.machine(connection->machineId) : std::nullopt;
+    auto machine =
+        connection && caller.reaches(*connection) ? store.machine(connection->machineId) : std::nullopt;
     if (!machine)
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};
     return {.connection = *std::move(connection), .machine = stateOf(*std::move(machine))};
 }
 
-Page<MachineState> ConnectionService::machinePage(PageQuery const& query)
+Page<MachineState> ConnectionService::machinePage(Caller const& caller, PageQuery query)
 {
+    query.reach = caller.reach;
     auto stored = store.machinePage(query);
     Page<MachineState> page{.next = std::move(stored.next)};
     for (StoredMachine& machine : stored.rows)
@@ -63,10 +68,18 @@ Page<MachineState> ConnectionService::machinePage(PageQuery const& query)
     return page;
 }
 
-MachineState ConnectionService::machine(std::string const& id)
+bool ConnectionService::isReached(Caller const& caller, std::string const& machineId)
+{
+    return caller.reach.all ||
+           std::ranges::any_of(store.connectionsOf(machineId), [&](StoredConnection const& one) {
+               return !one.revokedAt && caller.reaches(one);
+           });
+}
+
+MachineState ConnectionService::machine(Caller const& caller, std::string const& id)
 {
     auto machine = store.machine(id);
-    if (!machine)
+    if (!machine || !isReached(caller, id))
         throw noMachine();
     return stateOf(*std::move(machine));
 }
@@ -82,10 +95,11 @@ std::vector<MachineOverview> ConnectionService::overview()
     return all;
 }
 
-Task<ConnectionState> ConnectionService::revoke(std::string id)
+Task<ConnectionState> ConnectionService::revoke(Caller caller, std::string id)
 {
-    store.revoke(id, today());
-    ConnectionState state = connection(id);
+    ConnectionState state = connection(caller, id);
+    if (store.revoke(id, today()))
+        state = connection(caller, id);
     if (auto const session = machines.find(state.connection.machineId))
         reportRevocations(session);
     control.connectionRevoked(state.connection.machineId, id);
@@ -94,8 +108,14 @@ Task<ConnectionState> ConnectionService::revoke(std::string id)
     co_return state;
 }
 
-Task<> ConnectionService::removeMachine(std::string id)
+Task<> ConnectionService::removeMachine(Caller caller, std::string id)
 {
+    if (!isReached(caller, id))
+        throw noMachine();
+    for (StoredConnection const& one : store.connectionsOf(id))
+        if (!one.revokedAt && !caller.reaches(one))
+            throw Failure{.code = ErrorCode::forbidden,
+                          .message = "This API key does not reach all connections of the machine"};
     auto recordings = library.withFilesOf(id);
     if (!store.removeMachine(id))
         throw noMachine();

@@ -43,18 +43,20 @@ public:
                       Settings const& settings,
                       Executor server);
 
-    Page<ConnectionState> connections(PageQuery const& query);
+    /// What a caller does not reach does not exist for it: neither in a list nor by its id. A machine is
+    /// reached through a connection that is not revoked.
+    Page<ConnectionState> connections(Caller const& caller, PageQuery query);
     /// The revoked ones too.
-    ConnectionState connection(std::string const& id);
-    Page<MachineState> machinePage(PageQuery const& query);
-    MachineState machine(std::string const& id);
+    ConnectionState connection(Caller const& caller, std::string const& id);
+    Page<MachineState> machinePage(Caller const& caller, PageQuery query);
+    MachineState machine(Caller const& caller, std::string const& id);
     std::vector<MachineOverview> overview();
     /// Ends a connection for good, with its queue, its agents and its uploads. The machine hears of it now,
     /// or when it connects next.
-    Task<ConnectionState> revoke(std::string id);
+    Task<ConnectionState> revoke(Caller caller, std::string id);
     /// Forgets a machine and everything that belongs to it. Its session ends, and its token is refused from
-    /// now on.
-    Task<> removeMachine(std::string id);
+    /// now on. Throws Failure: forbidden if the caller does not reach all its connections.
+    Task<> removeMachine(Caller caller, std::string id);
     /// Reports to a machine the connections that ended while it was away.
     void reportRevocations(std::shared_ptr<ConnectedMachine> const& machine);
 
@@ -62,6 +64,7 @@ private:
     Task<> sendRevocations(std::shared_ptr<ConnectedMachine> machine);
     Task<> sendRevocation(std::shared_ptr<ConnectedMachine> machine, std::string connectionId);
     MachineState stateOf(StoredMachine machine) const;
+    bool isReached(Caller const& caller, std::string const& machineId);
 
     Store& store;
     MachineDirectory& machines;

@@ -48,6 +48,11 @@ bool hasEndedAtMachine(StoredMachine const& machine, StoredConnection const& con
     return std::ranges::find(granted, connection.id) == granted.end();
 }
 
+Failure notReached()
+{
+    return {.code = ErrorCode::forbidden, .message = "This API key does not reach that end user"};
+}
+
 } // namespace
 
 records::LinkSessionState linkSessionRecord(StoredLinkSession const& session, Date now)
@@ -68,7 +73,7 @@ records::LinkSessionState linkSessionRecord(StoredLinkSession const& session, Da
             .status = status};
 }
 
-records::EndUser LinkService::addEndUser(records::CreateEndUserRequest const& request)
+records::EndUser LinkService::addEndUser(Caller const& caller, records::CreateEndUserRequest const& request)
 {
     if (request.externalId.empty() || request.externalId.size() > maxName)
         throw Failure{.code = ErrorCode::invalidRequest,
@@ -76,18 +81,28 @@ records::EndUser LinkService::addEndUser(records::CreateEndUserRequest const& re
     if (request.name.value_or("").size() > maxName || request.email.value_or("").size() > maxName)
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "\"name\" and \"email\" must have at most 256 bytes"};
+    if (!caller.reach.coversEndUser(request.externalId) &&
+        endUsers(caller, {.limit = 1, .externalId = request.externalId}).rows.empty())
+        throw notReached();
     return store.addEndUser(request, today());
 }
 
-records::EndUser LinkService::endUser(std::string const& id)
+Page<records::EndUser> LinkService::endUsers(Caller const& caller, PageQuery query)
+{
+    query.reach = caller.reach;
+    return store.endUserPage(query);
+}
+
+records::EndUser LinkService::endUser(Caller const& caller, std::string const& id)
 {
     auto user = store.endUser(id);
-    if (!user)
+    if (!user || !(caller.reach.coversEndUser(user->id) || caller.reach.coversEndUser(user->externalId)))
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such end user"};
     return *std::move(user);
 }
 
-records::LinkSession LinkService::createSession(records::CreateLinkSessionRequest const& request,
+records::LinkSession LinkService::createSession(Caller const& caller,
+                                                records::CreateLinkSessionRequest const& request,
                                                 std::string const& address)
 {
     if (request.endUserId.empty() || request.endUserId.size() > maxName)
@@ -99,6 +114,8 @@ records::LinkSession LinkService::createSession(records::CreateLinkSessionReques
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "\"redirectUrl\" must begin with https://, or with http:// and a loopback "
                                  "address"};
+    if (!caller.reach.coversEndUser(request.endUserId))
+        throw notReached();
     store.forgetExpired(today());
     std::string const code = newSecret();
     StoredLinkSession wanted{.endUserId = request.endUserId,
@@ -113,10 +130,16 @@ records::LinkSession LinkService::createSession(records::CreateLinkSessionReques
             .url = address + "/link#" + code};
 }
 
-StoredLinkSession LinkService::session(std::string const& id)
+Page<StoredLinkSession> LinkService::sessions(Caller const& caller, PageQuery query)
+{
+    query.reach = caller.reach;
+    return store.linkSessionPage(query);
+}
+
+StoredLinkSession LinkService::session(Caller const& caller, std::string const& id)
 {
     auto session = store.linkSession(id);
-    if (!session)
+    if (!session || !caller.reach.coversEndUser(session->endUserId))
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such link session"};
     return *std::move(session);
 }
@@ -198,10 +221,12 @@ std::string LinkService::complete(LinkCompletion const& completion)
     return connection.id;
 }
 
-LinkService::Provisioned LinkService::provision(std::string const& endUserId)
+LinkService::Provisioned LinkService::provision(Caller const& caller, std::string const& endUserId)
 {
     if (endUserId.empty() || endUserId.size() > maxName)
         throw Failure{.code = ErrorCode::invalidRequest, .message = "\"endUserId\" must have 1 to 256 bytes"};
+    if (!caller.reach.coversEndUser(endUserId))
+        throw notReached();
     Provisioned made;
     made.machine = store.addMachine(AgentMode::cloud, today());
     StoredConnection const connection{.id = newId("con"),

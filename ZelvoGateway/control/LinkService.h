@@ -40,16 +40,19 @@ class LinkService {
 public:
     LinkService(Store& store, Settings const& settings) : store(store), settings(settings) {}
 
+    /// A caller that does not reach an end user finds nothing of theirs. Making something for them throws
+    /// Failure: forbidden.
     /// Adds an end user, or updates the one with the same external id.
-    records::EndUser addEndUser(records::CreateEndUserRequest const& request);
-    Page<records::EndUser> endUsers(PageQuery const& query) { return store.endUserPage(query); }
-    records::EndUser endUser(std::string const& id);
+    records::EndUser addEndUser(Caller const& caller, records::CreateEndUserRequest const& request);
+    Page<records::EndUser> endUsers(Caller const& caller, PageQuery query);
+    records::EndUser endUser(Caller const& caller, std::string const& id);
     /// address   where people reach this gateway; the link's page is there
-    records::LinkSession createSession(records::CreateLinkSessionRequest const& request,
+    records::LinkSession createSession(Caller const& caller,
+                                       records::CreateLinkSessionRequest const& request,
                                        std::string const& address);
     /// Sessions are kept for a day after they expire.
-    Page<StoredLinkSession> sessions(PageQuery const& query) { return store.linkSessionPage(query); }
-    StoredLinkSession session(std::string const& id);
+    Page<StoredLinkSession> sessions(Caller const& caller, PageQuery query);
+    StoredLinkSession session(Caller const& caller, std::string const& id);
     /// For whoever has the code. Says what became of a session, also after it was completed.
     StoredLinkSession sessionOfCode(std::string const& code);
     /// Can be repeated until the link is completed.
@@ -62,7 +65,7 @@ public:
         MachineWithToken machine;
         std::string connectionId;
     };
-    Provisioned provision(std::string const& endUserId);
+    Provisioned provision(Caller const& caller, std::string const& endUserId);
 
 private:
     StoredLinkSession openSession(std::string const& code);

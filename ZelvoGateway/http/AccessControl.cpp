@@ -72,6 +72,17 @@ bool isPublicHost(std::string const& host, std::string const& publicUrl)
     return originOf(scheme + "://" + host) == originOf(publicUrl);
 }
 
+/// The key in "Authorization: Bearer KEY"; nullopt without that header.
+std::optional<std::string> keyIn(HttpRequest const& request)
+{
+    constexpr std::string_view scheme = "bearer ";
+    std::string const authorization = request.header("authorization");
+    if (authorization.size() <= scheme.size() ||
+        !text::equalIgnoringCase(authorization.substr(0, scheme.size()), scheme))
+        return std::nullopt;
+    return authorization.substr(scheme.size());
+}
+
 } // namespace
 
 void AccessControl::assertOwnSite(HttpRequest const& request) const
@@ -114,21 +125,23 @@ std::string AccessControl::addressFor(HttpRequest const& request) const
     return address;
 }
 
+std::optional<Caller> AccessControl::platformOf(HttpRequest const& request) const
+{
+    auto const key = keyIn(request);
+    return key ? keys.callerWith(*key) : std::nullopt;
+}
+
 bool AccessControl::hasApiKey(HttpRequest const& request) const
 {
-    std::string const authorization = request.header("authorization");
-    constexpr std::string_view scheme = "bearer ";
-    return authorization.size() > scheme.size() &&
-           text::equalIgnoringCase(authorization.substr(0, scheme.size()), scheme) &&
-           key.matches(std::string_view(authorization).substr(scheme.size()));
+    return platformOf(request).has_value();
 }
 
 Caller AccessControl::callerOf(HttpRequest const& request) const
 {
-    if (hasApiKey(request))
-        return {.keyId = std::string(ApiKey::id), .name = std::string(ApiKey::name), .reach = {.all = true}};
+    if (auto caller = platformOf(request))
+        return *std::move(caller);
     if (sessions.originOf(request.header(sessionHeader)))
-        return {.name = "Console", .reach = {.all = true}};
+        return Caller::console();
     throw noCaller();
 }
 
@@ -150,8 +163,15 @@ void AccessControl::assertOwnPage(HttpRequest const& request) const
 
 void AccessControl::assertPlatform(HttpRequest const& request) const
 {
-    if (!hasApiKey(request))
-        assertConsole(request);
+    if (platformOf(request))
+        return;
+    auto const wait = keyIn(request) ? wrongKeys.count(request.remoteAddress) : std::nullopt;
+    if (wait)
+        throw HttpError{.status = 429,
+                        .code = ErrorCode::rateLimited,
+                        .message = "Too many wrong API keys came from this address",
+                        .retryAfter = *wait};
+    assertConsole(request);
 }
 
 void AccessControl::assertConsole(HttpRequest const& request) const

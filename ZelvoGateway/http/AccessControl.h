@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ZelvoGateway/base/ApiKey.h"
-#include "ZelvoGateway/base/Caller.h"
+#include "ZelvoGateway/base/KeyRing.h"
+#include "ZelvoGateway/http/AttemptLimiter.h"
 #include "ZelvoGateway/http/ConsoleSessions.h"
 #include "ZelvoGateway/http/HttpMessage.h"
 
@@ -20,14 +20,18 @@ namespace zelvo::service {
 class AccessControl {
 public:
     /// publicUrl   where browsers reach the gateway, if that is not where it listens; else empty
-    AccessControl(ApiKey const& key, std::string const& publicUrl, ConsoleSessions& sessions)
-        : key(key), publicUrl(publicUrl), sessions(sessions)
+    AccessControl(KeyRing& keys,
+                  std::string const& publicUrl,
+                  ConsoleSessions& sessions,
+                  AttemptLimiter& wrongKeys)
+        : keys(keys), publicUrl(publicUrl), sessions(sessions), wrongKeys(wrongKeys)
     {
     }
 
     /// Refuses a foreign Host and a foreign Origin. For every request.
     void assertOwnSite(HttpRequest const& request) const;
-    /// Refuses all but platforms, with the API key, and the console, with a session.
+    /// Refuses all but platforms, with an API key, and the console, with a session. Answers 429 to an address
+    /// that has tried too many wrong keys.
     void assertPlatform(HttpRequest const& request) const;
     /// Refuses all but the console.
     void assertConsole(HttpRequest const& request) const;
@@ -35,7 +39,7 @@ public:
     /// Who sends a request that assertPlatform() admits. Throws HttpError: 401 for any other.
     Caller callerOf(HttpRequest const& request) const;
     bool hasApiKey(HttpRequest const& request) const;
-    /// Whether the caller has the API key or a session of the console.
+    /// Whether the caller has an API key or a session of the console.
     bool isPlatform(HttpRequest const& request) const;
     /// Refuses what a page of another origin sends, and changes that no page sends.
     void assertOwnPage(HttpRequest const& request) const;
@@ -54,10 +58,12 @@ public:
 
 private:
     bool isOwnOrigin(std::string const& origin, HttpRequest const& request) const;
+    std::optional<Caller> platformOf(HttpRequest const& request) const;
 
-    ApiKey const& key;
+    KeyRing& keys;
     std::string const& publicUrl;
     ConsoleSessions& sessions;
+    AttemptLimiter& wrongKeys;
 };
 
 } // namespace zelvo::service

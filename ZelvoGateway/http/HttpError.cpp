@@ -72,6 +72,11 @@ int statusOf(Failure const& failure)
     return statusOf(failure.code);
 }
 
+std::int64_t wholeSeconds(Duration time)
+{
+    return std::chrono::ceil<std::chrono::seconds>(time).count();
+}
+
 } // namespace
 
 HttpError badRequest(std::string message)
@@ -104,7 +109,9 @@ HttpResponse errorResponse(HttpError const& error)
     HttpResponse response = jsonResponse(error.status, records::toJson(body));
     if (error.status == 401)
         response.headers.emplace_back("WWW-Authenticate", "Bearer");
-    if (error.status == 429)
+    if (error.retryAfter > Duration())
+        response.headers.emplace_back("Retry-After", std::to_string(wholeSeconds(error.retryAfter)));
+    else if (error.status == 429)
         response.headers.emplace_back("Retry-After", "5");
     return response;
 }

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/http/HttpMessage.h"
+#include "base/Clock.h"
 
 #include <exception>
 #include <optional>
@@ -17,6 +18,7 @@ struct HttpError {
     std::string message;
     std::optional<json::object> details = {};
     std::string requestId = {}; ///< made up if empty
+    Duration retryAfter = {};   ///< when another try makes sense, if that is known
 };
 
 /// 400, for a request that makes no sense.

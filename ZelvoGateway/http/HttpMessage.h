@@ -22,6 +22,7 @@ struct HttpRequest {
     std::multimap<std::string, std::string> query;   ///< decoded
     std::multimap<std::string, std::string> headers; ///< names in lower case
     std::string localAddress;                        ///< the address that the client reached, without port
+    std::string remoteAddress;                       ///< the client's, without port
     std::string body;
 
     /// The header's value; empty if it is missing.

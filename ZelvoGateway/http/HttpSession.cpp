@@ -171,6 +171,7 @@ Task<bool> BeastHttpSession::refuse(HttpError error)
 void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
 {
     entry.request = headOf(head->get(), localAddress());
+    entry.request.remoteAddress = remoteAddress();
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     Route const& route = *entry.admission.route;

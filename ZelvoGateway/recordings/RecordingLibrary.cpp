@@ -20,28 +20,31 @@ Failure noRecording()
 RecordingLibrary::RecordingLibrary(Store& store,
                                    std::shared_ptr<RecordingFiles const> files,
                                    ApiKey const& key,
+                                   KeyRing& keys,
                                    Settings const& settings,
                                    Clock& clock,
                                    Executor workers)
-    : store(store), files(std::move(files)), passes(key), settings(settings), clock(clock),
+    : store(store), files(std::move(files)), passes(key), keys(keys), settings(settings), clock(clock),
       workers(std::move(workers))
 {
 }
 
-ListedRecording RecordingLibrary::listed(StoredRecording recording, Duration valid) const
+ListedRecording
+RecordingLibrary::listed(Caller const& caller, StoredRecording recording, Duration valid) const
 {
     ListedRecording listed{.recording = std::move(recording)};
     if (listed.recording.stage != RecordingStage::ready)
         return listed;
     Date const until = std::min(clock.date() + dateSpan(valid), listed.recording.deletesAt);
-    listed.pass = passes.issue(listed.recording.id, until);
+    listed.pass = passes.issue(listed.recording.id, caller.keyId, until);
     return listed;
 }
 
-RecordingPage RecordingLibrary::list(RecordingQuery query, Duration valid)
+RecordingPage RecordingLibrary::list(Caller const& caller, RecordingQuery query, Duration valid)
 {
+    query.reach = caller.reach;
     if (query.before)
-        query.before = found(*query.before).id;
+        query.before = found(caller, *query.before).id;
     std::size_t const limit = query.limit++; // One more shows whether there is a next page.
     auto stored = store.recordings(query);
     RecordingPage page;
@@ -50,26 +53,29 @@ RecordingPage RecordingLibrary::list(RecordingQuery query, Duration valid)
         page.nextBefore = stored.back().id;
     }
     for (StoredRecording& each : stored)
-        page.recordings.push_back(listed(std::move(each), valid));
+        page.recordings.push_back(listed(caller, std::move(each), valid));
     return page;
 }
 
-StoredRecording RecordingLibrary::found(std::string const& id)
+StoredRecording RecordingLibrary::found(Caller const& caller, std::string const& id)
 {
     auto recording = store.recording(id);
     if (!recording || recording->stage == RecordingStage::ended)
         throw noRecording();
+    auto const connection = store.connection(recording->connectionId);
+    if (!connection || !caller.reaches(*connection))
+        throw noRecording();
     return *std::move(recording);
 }
 
-ListedRecording RecordingLibrary::recording(std::string const& id, Duration valid)
+ListedRecording RecordingLibrary::recording(Caller const& caller, std::string const& id, Duration valid)
 {
-    return listed(found(id), valid);
+    return listed(caller, found(caller, id), valid);
 }
 
-Task<ListedRecording> RecordingLibrary::remove(std::string id)
+Task<ListedRecording> RecordingLibrary::remove(Caller caller, std::string id)
 {
-    StoredRecording recording = found(id);
+    StoredRecording recording = found(caller, id);
     if (recording.stage != RecordingStage::deleted) {
         if (!store.moveRecording(id, RecordingStage::ready, RecordingStage::deleted, clock.date()))
             throw Failure{.code = ErrorCode::invalidRequest,
@@ -82,10 +88,9 @@ Task<ListedRecording> RecordingLibrary::remove(std::string id)
     co_return ListedRecording{.recording = std::move(recording)};
 }
 
-Task<std::shared_ptr<ByteSource const>>
-RecordingLibrary::open(std::string id, std::string end, std::string proof)
+Task<std::shared_ptr<ByteSource const>> RecordingLibrary::open(std::string id, PassProof proof)
 {
-    if (!passes.isValid(id, end, proof, clock.date()))
+    if (!passes.isValid(id, proof, clock.date()) || !keys.isCurrent(proof.keyId))
         throw Failure{.code = ErrorCode::forbidden,
                       .message = "This address is wrong or its time is over; ask for the recording again"};
     auto const recording = store.recording(id);

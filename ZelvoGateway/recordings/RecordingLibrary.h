@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/KeyRing.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/recordings/RecordingFiles.h"
 #include "ZelvoGateway/recordings/RecordingPasses.h"
@@ -32,24 +33,26 @@ public:
     RecordingLibrary(Store& store,
                      std::shared_ptr<RecordingFiles const> files,
                      ApiKey const& key,
+                     KeyRing& keys,
                      Settings const& settings,
                      Clock& clock,
                      Executor workers);
 
     /// query.limit   1 to maxListed
     /// valid         how long the passes are valid
-    RecordingPage list(RecordingQuery query, Duration valid);
-    ListedRecording recording(std::string const& id, Duration valid);
+    RecordingPage list(Caller const& caller, RecordingQuery query, Duration valid);
+    ListedRecording recording(Caller const& caller, std::string const& id, Duration valid);
     /// Deletes a recording for good; can be repeated.
-    Task<ListedRecording> remove(std::string id);
+    Task<ListedRecording> remove(Caller caller, std::string id);
     /// The recordings of a machine that have files.
     std::vector<std::string> withFilesOf(std::string const& machineId)
     {
         return store.recordingsWithFiles(machineId);
     }
     Task<> removeFiles(std::vector<std::string> ids);
-    /// Opens a recording for whoever holds a pass. Throws Failure: forbidden without a valid one.
-    Task<std::shared_ptr<ByteSource const>> open(std::string id, std::string end, std::string proof);
+    /// Opens a recording for whoever holds a pass. Throws Failure: forbidden without a valid one, also if the
+    /// key that it was issued to is revoked.
+    Task<std::shared_ptr<ByteSource const>> open(std::string id, PassProof proof);
 
     /// At the start, before anything is served: ends what the last run left unfinished.
     void begin();
@@ -57,12 +60,13 @@ public:
     Task<> runMaintenance();
 
 private:
-    ListedRecording listed(StoredRecording recording, Duration valid) const;
-    StoredRecording found(std::string const& id);
+    ListedRecording listed(Caller const& caller, StoredRecording recording, Duration valid) const;
+    StoredRecording found(Caller const& caller, std::string const& id);
 
     Store& store;
     std::shared_ptr<RecordingFiles const> files;
     RecordingPasses passes;
+    KeyRing& keys;
     Settings const& settings;
     Clock& clock;
     Executor workers;

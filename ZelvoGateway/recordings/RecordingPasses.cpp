@@ -9,27 +9,25 @@ namespace zelvo::service {
 
 RecordingPasses::RecordingPasses(ApiKey const& key) : secret(signatureOf("recording passes", key.value())) {}
 
-std::string RecordingPasses::proofOf(std::string const& id, std::string const& end) const
+/// The parts are ids and a number, which hold no blanks where this gateway made them.
+std::string
+RecordingPasses::signatureFor(std::string const& id, std::string const& keyId, std::string const& end) const
 {
-    return signatureOf("film " + id + " " + end, secret);
+    return signatureOf("recording " + id + " " + keyId + " " + end, secret);
 }
 
-RecordingPass RecordingPasses::issue(std::string const& id, Date until) const
+RecordingPass RecordingPasses::issue(std::string const& id, std::string const& keyId, Date until) const
 {
-    std::string end = std::to_string(millisecondsOf(until));
-    std::string proof = proofOf(id, end);
-    return {.until = until, .end = std::move(end), .proof = std::move(proof)};
+    std::string const end = std::to_string(millisecondsOf(until));
+    return {.until = until, .proof = {.end = end, .keyId = keyId, .signature = signatureFor(id, keyId, end)}};
 }
 
-bool RecordingPasses::isValid(std::string const& id,
-                              std::string const& end,
-                              std::string const& proof,
-                              Date now) const
+bool RecordingPasses::isValid(std::string const& id, PassProof const& proof, Date now) const
 {
-    if (!sameSecret(proof, proofOf(id, end)))
+    if (!sameSecret(proof.signature, signatureFor(id, proof.keyId, proof.end)))
         return false;
     std::int64_t last = 0;
-    std::from_chars(end.data(), end.data() + end.size(), last);
+    std::from_chars(proof.end.data(), proof.end.data() + proof.end.size(), last);
     return millisecondsOf(now) < last;
 }
 

@@ -7,11 +7,17 @@
 
 namespace zelvo::service {
 
+/// What shows that a pass was issued by this gateway.
+struct PassProof {
+    std::string end;   ///< RecordingPass::until as a number
+    std::string keyId; ///< to which it was issued; empty for the console
+    std::string signature;
+};
+
 /// The right to watch one recording for a while, for whoever has it.
 struct RecordingPass {
     Date until;
-    std::string end;   ///< `until` as a number
-    std::string proof; ///< that this gateway issued it
+    PassProof proof;
 };
 
 /// Issues passes and checks them. A pass is signed with a secret that is derived from the API key and serves
@@ -20,12 +26,12 @@ class RecordingPasses {
 public:
     explicit RecordingPasses(ApiKey const& key);
 
-    RecordingPass issue(std::string const& id, Date until) const;
-    /// end, proof  as a caller gives them
-    bool isValid(std::string const& id, std::string const& end, std::string const& proof, Date now) const;
+    RecordingPass issue(std::string const& id, std::string const& keyId, Date until) const;
+    /// proof   as a caller gives it
+    bool isValid(std::string const& id, PassProof const& proof, Date now) const;
 
 private:
-    std::string proofOf(std::string const& id, std::string const& end) const;
+    std::string signatureFor(std::string const& id, std::string const& keyId, std::string const& end) const;
 
     std::string const secret;
 };

@@ -188,6 +188,16 @@ void Database::onInsert(std::string table, std::function<void()> inserted)
     sqlite3_update_hook(database.get(), call, watch.get());
 }
 
+WithoutDiskWait::WithoutDiskWait(Database& database) : database(database)
+{
+    database.execute("PRAGMA synchronous = NORMAL");
+}
+
+WithoutDiskWait::~WithoutDiskWait() noexcept(false)
+{
+    database.execute("PRAGMA synchronous = FULL");
+}
+
 Transaction::Transaction(Database& database) : database(database)
 {
     database.execute("BEGIN IMMEDIATE");

@@ -92,6 +92,18 @@ private:
     std::shared_ptr<IdleStatements> idle = std::make_shared<IdleStatements>();
 };
 
+/// Writes in its scope do not wait for the disk: a crash may lose them.
+class WithoutDiskWait {
+public:
+    explicit WithoutDiskWait(Database& database);
+    WithoutDiskWait(WithoutDiskWait const&) = delete;
+    WithoutDiskWait& operator=(WithoutDiskWait const&) = delete;
+    ~WithoutDiskWait() noexcept(false);
+
+private:
+    Database& database;
+};
+
 /// Rolls back at the end of its scope unless commit() was called.
 class Transaction {
 public:

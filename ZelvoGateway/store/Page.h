@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ZelvoGateway/base/Caller.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -31,6 +33,7 @@ struct PageQuery {
     std::optional<std::string> endUserId = {};
     std::optional<std::string> machineId = {};
     std::optional<std::string> externalId = {};
+    Reach reach = {.all = true}; ///< only rows that it covers
 };
 
 /// Rows of a list, newest first.

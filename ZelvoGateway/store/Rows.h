@@ -3,7 +3,10 @@
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/store/Database.h"
 
+#include <functional>
 #include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 namespace zelvo::service {
@@ -25,5 +28,8 @@ auto firstOf(Statement statement, F read)
     using Value = decltype(read(statement));
     return statement.step() ? std::optional<Value>(read(statement)) : std::nullopt;
 }
+
+/// Texts as a JSON list, for json_each().
+std::string listText(std::set<std::string, std::less<>> const& texts);
 
 } // namespace zelvo::service

@@ -40,6 +40,7 @@ constexpr char const* interruptedError =
 
 void SqliteStore::addCommand(StoredCommand const& command)
 {
+    Transaction transaction(database);
     database
         .prepare("INSERT INTO queued_commands (id, connection_id, method, summary, frame, status, "
                  "expires_at, bytes) VALUES (?, ?, ?, ?, ?, ?, ?, ?)")
@@ -52,6 +53,12 @@ void SqliteStore::addCommand(StoredCommand const& command)
         .bind(millisecondsOf(command.expiresAt))
         .bind(static_cast<std::int64_t>(command.frame.size()))
         .step();
+    if (!command.keyId.empty())
+        database.prepare("INSERT INTO keys_of_commands (command_id, key_id) VALUES (?, ?)")
+            .bind(command.id)
+            .bind(command.keyId)
+            .step();
+    transaction.commit();
 }
 
 std::optional<StoredCommand> SqliteStore::command(std::string const& id)
@@ -93,9 +100,11 @@ QueueUse SqliteStore::queueOfMachine(std::string const& machineId)
 
 bool SqliteStore::startCommand(std::string const& id, Date now)
 {
+    // A command that ran when its key was revoked may be queued again.
     database
         .prepare("UPDATE queued_commands SET status = 'running' WHERE id = ? AND status = 'queued' AND "
-                 "expires_at > ?")
+                 "expires_at > ? AND NOT EXISTS (SELECT 1 FROM keys_of_commands k JOIN api_keys a ON a.id = "
+                 "k.key_id WHERE k.command_id = queued_commands.id AND a.revoked_at IS NOT NULL)")
         .bind(id)
         .bind(millisecondsOf(now))
         .step();

@@ -93,7 +93,9 @@ std::optional<StoredLinkSession> SqliteStore::linkSession(std::string const& id)
 
 Page<StoredLinkSession> SqliteStore::linkSessionPage(PageQuery const& query)
 {
-    return pageOf(database, sessionColumns, {{"end_user_id", query.endUserId}}, query, sessionOf);
+    PageReach const reach{"end_user_id IN (SELECT value FROM json_each(?))",
+                          {listText(query.reach.endUsers)}};
+    return pageOf(database, sessionColumns, {{"end_user_id", query.endUserId}}, query, sessionOf, reach);
 }
 
 void SqliteStore::setResolvedMachine(std::string const& sessionId, std::string const& machineId)
@@ -135,7 +137,10 @@ records::EndUser SqliteStore::addEndUser(records::CreateEndUserRequest const& re
 
 Page<records::EndUser> SqliteStore::endUserPage(PageQuery const& query)
 {
-    return pageOf(database, endUserColumns, {{"external_id", query.externalId}}, query, endUserOf);
+    PageReach const reach{"(id IN (SELECT value FROM json_each(?)) OR external_id IN (SELECT value FROM "
+                          "json_each(?)))",
+                          {listText(query.reach.endUsers), listText(query.reach.endUsers)}};
+    return pageOf(database, endUserColumns, {{"external_id", query.externalId}}, query, endUserOf, reach);
 }
 
 std::optional<records::EndUser> SqliteStore::endUser(std::string const& id)

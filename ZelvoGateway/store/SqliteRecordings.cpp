@@ -82,11 +82,16 @@ std::vector<StoredRecording> SqliteStore::recordings(RecordingQuery const& query
         sql += " AND connection_id = ?";
     if (query.before)
         sql += " AND sequence < (SELECT sequence FROM recordings WHERE id = ?)";
+    if (!query.reach.all)
+        sql += " AND connection_id IN (SELECT id FROM connections WHERE id IN (SELECT value FROM "
+               "json_each(?)) OR end_user_id IN (SELECT value FROM json_each(?)))";
     Statement rows = database.prepare(sql + " ORDER BY sequence DESC LIMIT ?");
     if (query.connectionId)
         rows.bind(*query.connectionId);
     if (query.before)
         rows.bind(*query.before);
+    if (!query.reach.all)
+        rows.bind(listText(query.reach.connections)).bind(listText(query.reach.endUsers));
     return allOf(std::move(rows.bind(static_cast<std::int64_t>(query.limit))), recordingOf);
 }
 

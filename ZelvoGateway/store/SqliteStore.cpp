@@ -54,21 +54,6 @@ constexpr std::string_view machineColumns =
 constexpr std::string_view connectionColumns = "SELECT id, machine_id, end_user_id, kind, scopes, "
                                                "platform_name, created_at, revoked_at FROM connections ";
 
-/// For what a machine reports again within 15 seconds: a write that does not wait for the disk.
-class WithoutDiskWait {
-public:
-    explicit WithoutDiskWait(Database& database) : database(database)
-    {
-        database.execute("PRAGMA synchronous = NORMAL");
-    }
-    WithoutDiskWait(WithoutDiskWait const&) = delete;
-    WithoutDiskWait& operator=(WithoutDiskWait const&) = delete;
-    ~WithoutDiskWait() noexcept(false) { database.execute("PRAGMA synchronous = FULL"); }
-
-private:
-    Database& database;
-};
-
 AgentMode kindFrom(std::string const& text)
 {
     return fromRawValue<AgentMode>(text).value_or(AgentMode::connected);
@@ -108,6 +93,7 @@ SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
     database.execute(schema);
     addLinkColumns();
     addWebhookTables();
+    createKeyTables();
 }
 
 MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)
@@ -244,13 +230,21 @@ void SqliteStore::setRevocationDelivered(std::string const& id)
 
 Page<StoredMachine> SqliteStore::machinePage(PageQuery const& query)
 {
-    return pageOf(database, machineColumns, {}, query, machineOf);
+    PageReach const reach{"id IN (SELECT machine_id FROM connections WHERE revoked_at IS NULL AND (id IN "
+                          "(SELECT value FROM json_each(?)) OR end_user_id IN (SELECT value FROM "
+                          "json_each(?))))",
+                          {listText(query.reach.connections), listText(query.reach.endUsers)}};
+    return pageOf(database, machineColumns, {}, query, machineOf, reach);
 }
 
 Page<StoredConnection> SqliteStore::connectionPage(PageQuery const& query)
 {
+    PageReach const reach{"(id IN (SELECT value FROM json_each(?)) OR end_user_id IN (SELECT value FROM "
+                          "json_each(?)))",
+                          {listText(query.reach.connections), listText(query.reach.endUsers)}};
     return pageOf(database, connectionColumns,
-                  {{"end_user_id", query.endUserId}, {"machine_id", query.machineId}}, query, connectionOf);
+                  {{"end_user_id", query.endUserId}, {"machine_id", query.machineId}}, query, connectionOf,
+                  reach);
 }
 
 } // namespace zelvo::service

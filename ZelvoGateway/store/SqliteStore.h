@@ -108,8 +108,16 @@ public:
     std::vector<std::string> onlineMachines() override;
     void onDelivery(std::function<void()> added) override;
 
+    void saveKey(StoredKey const& key) override;
+    std::vector<StoredKey> keys() override;
+    bool revokeKey(std::string const& id, Date now) override;
+    void setKeyUsed(std::string const& id, Date now) override;
+    void forgetRevokedKeys(Date oldest) override;
+    std::int64_t foreignChanges() override;
+
 private:
     void addLinkColumns();
+    void createKeyTables();
     void addWebhookTables();
     void addEvent(records::WebhookEventType type, json::object const& data, Date now);
 

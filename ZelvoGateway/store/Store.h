@@ -5,6 +5,7 @@
 #include "ZelvoGateway/store/StoreError.h"
 #include "ZelvoGateway/store/StoredCommand.h"
 #include "ZelvoGateway/store/StoredConnection.h"
+#include "ZelvoGateway/store/StoredKey.h"
 #include "ZelvoGateway/store/StoredMachine.h"
 #include "ZelvoGateway/store/StoredRecording.h"
 #include "ZelvoGateway/store/StoredWebhook.h"
@@ -20,8 +21,8 @@
 namespace zelvo::service {
 
 /// Everything that must not be lost: machines, connections, link sessions, end users, one-time codes of the
-/// console, queued commands, paused agents, and what is known of recordings. Of tokens, codes and upload
-/// secrets it keeps only hashes.
+/// console, queued commands, paused agents, API keys, and what is known of recordings. Of tokens, codes, keys
+/// and upload secrets it keeps only hashes.
 ///
 /// A change is durable when the call returns, except where a comment says otherwise, and each call happens
 /// whole or not at all. Other processes may use the same store at the same time, so a call that returns bool
@@ -180,6 +181,20 @@ public:
     /// Calls back when a delivery was added by this process, in the middle of another call: the callback must
     /// not use the store.
     virtual void onDelivery(std::function<void()> added) = 0;
+
+    /// Adds an API key. One with the same id only gets another prefix and hash.
+    virtual void saveKey(StoredKey const& key) = 0;
+    /// Oldest first, the revoked ones too.
+    virtual std::vector<StoredKey> keys() = 0;
+    /// Revokes a key and cancels the commands that wait in its name; false if it was revoked already or does
+    /// not exist.
+    virtual bool revokeKey(std::string const& id, Date now) = 0;
+    /// May be lost in a crash.
+    virtual void setKeyUsed(std::string const& id, Date now) = 0;
+    /// Forgets keys that were revoked before `oldest`.
+    virtual void forgetRevokedKeys(Date oldest) = 0;
+    /// Another number after another process has changed the store.
+    virtual std::int64_t foreignChanges() = 0;
 };
 
 } // namespace zelvo::service

@@ -20,6 +20,7 @@ struct StoredCommand {
     records::CommandStatus status = records::CommandStatus::queued;
     std::optional<std::string> result; ///< JSON
     std::optional<std::string> error;  ///< JSON, {"code", "message", "details"?}
+    std::string keyId = {};            ///< of the API key that submitted it; empty for the console
 };
 
 /// How a queued command ended.

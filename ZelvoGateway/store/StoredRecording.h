@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/Caller.h"
 #include "base/Clock.h"
 #include "wire/EnumText.h"
 
@@ -36,6 +37,7 @@ struct RecordingQuery {
     std::optional<std::string> connectionId = {};
     std::optional<std::string> before = {}; ///< a recording; only older ones
     std::size_t limit = 100;
+    Reach reach = {.all = true}; ///< only recordings of these connections
 };
 
 /// How much recordings take up.

@@ -173,6 +173,75 @@ TEST(Program, provisionsAMachineBesideTheRunningGateway)
     EXPECT_EQ(machine.status(), 101);
 }
 
+/// What a run of the program for keys printed.
+std::string printedBy(Place const& place, std::vector<std::string> arguments, int expected = 0)
+{
+    arguments.insert(arguments.begin(), "keys");
+    arguments.insert(arguments.end(), {"--data", place.data});
+    Program program(place.out("printed"), std::move(arguments));
+    EXPECT_EQ(program.wait(), expected);
+    return program.text();
+}
+
+/// The rest of the line that begins with `word`.
+std::string lineOf(std::string const& text, std::string const& word)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with(word + " "))
+            return line.substr(word.size() + 1);
+    return {};
+}
+
+int statusWith(std::uint16_t port, std::string const& key)
+{
+    return request(port, "GET", "/v1/connections", "", {{"Authorization", "Bearer " + key}}).status;
+}
+
+TEST(Program, makesListsAndRevokesKeysBesideTheRunningGateway)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
+
+    std::string const made = printedBy(place, {"add", "--name", "Acme", "--end-user", "ada"});
+    std::string const key = lineOf(made, "key");
+    std::string const id = lineOf(made, "id");
+    EXPECT_EQ(statusWith(port, key), 200);
+
+    std::string const listed = printedBy(place, {"list"});
+    EXPECT_NE(listed.find(id + "\t" + key.substr(0, 11) + "\tAcme\tend user ada\t"), std::string::npos)
+        << listed;
+    EXPECT_NE(listed.find("key_builtin\t"), std::string::npos) << listed;
+    EXPECT_EQ(listed.find(key), std::string::npos);
+
+    EXPECT_EQ(printedBy(place, {"revoke", id}), "revoked " + id + "\n");
+    EXPECT_EQ(statusWith(port, key), 401);
+    EXPECT_EQ(printedBy(place, {"revoke", id}, 1), "zelvo-gateway: There is no such key, or it is revoked\n");
+    EXPECT_NE(printedBy(place, {"revoke", "key_builtin"}, 1).find("remove the file"), std::string::npos);
+    EXPECT_NE(
+        printedBy(place, {"add", "--name", "a", "--connection", "con_9"}, 1).find("no connection \"con_9\""),
+        std::string::npos);
+}
+
+TEST(Program, writesAKeyOnlyIntoTheFileThatIsNamed)
+{
+    Place place;
+
+    std::string const made = printedBy(place, {"add", "--name", "Acme", "--key-file", place.out("key")});
+
+    std::string key = contentOf(place.out("key"));
+    ASSERT_EQ(key.size(), 68u);
+    key.pop_back();
+    EXPECT_EQ(lineOf(made, "key"), "");
+    EXPECT_EQ(made.find(key), std::string::npos);
+    struct stat status{};
+    ASSERT_EQ(::stat(place.out("key").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    Program gateway(place.out("log"), place.serve()); // A key that was made before the gateway ran.
+    EXPECT_EQ(statusWith(place.port(), key), 200);
+}
+
 /// A machine of a gateway, made on the command line.
 struct Provisioned {
     std::string token;

@@ -36,8 +36,8 @@ void DesktopMcpHost::assertReaches(McpTarget const& target)
 {
     if (target.address.connection.empty())
         return;
-    ConnectionState const state = services.connections.connection(target.address.connection);
-    if (state.connection.revokedAt || !target.caller.reaches(state.connection))
+    ConnectionState const state = services.connections.connection(target.caller, target.address.connection);
+    if (state.connection.revokedAt)
         refuseConnection();
 }
 

@@ -56,7 +56,7 @@ void GatewayDesktopCommands::add(std::vector<ReachedMachine>& all, ConnectionSta
 void GatewayDesktopCommands::addListed(std::vector<ReachedMachine>& all, std::string const& connection) const
 {
     try {
-        add(all, services.connections.connection(connection));
+        add(all, services.connections.connection(user.caller, connection));
     } catch (Failure const& failure) {
         if (failure.code != ErrorCode::notFound) // The key outlives the connection.
             throw;
@@ -90,8 +90,8 @@ Task<CommandResult> GatewayDesktopCommands::run(DesktopCommand command)
                              .params = std::move(command.params),
                              .agent = std::move(agent),
                              .patience = command.patience};
-    CommandOutcome outcome =
-        co_await services.commands.run(std::move(command.connection), std::move(platform), bytes);
+    CommandOutcome outcome = co_await services.commands.run(user.caller, std::move(command.connection),
+                                                            std::move(platform), bytes);
     if (auto* const result = std::get_if<CommandResult>(&outcome))
         co_return std::move(*result);
     throw Failure{.code = ErrorCode::internalError, .message = "The command was queued"};

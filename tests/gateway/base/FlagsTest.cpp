@@ -86,6 +86,30 @@ TEST(Flags, nameTheCommand)
     EXPECT_EQ(read({"--help", "--data=/d"}).command, Flags::Command::help);
 }
 
+TEST(Flags, nameWhatToDoWithKeys)
+{
+    Flags const added = read({"keys", "add", "--data=/d", "--name", "Acme", "--connection", "con_1",
+                              "--end-user=ada", "--connection=con_2", "--key-file=/k"});
+    EXPECT_EQ(added.command, Flags::Command::keys);
+    EXPECT_EQ(added.keyAction, Flags::KeyAction::add);
+    EXPECT_EQ(added.keyName, "Acme");
+    EXPECT_EQ(added.connections, (std::vector<std::string>{"con_1", "con_2"}));
+    EXPECT_EQ(added.endUsers, std::vector<std::string>{"ada"});
+    EXPECT_EQ(added.keyFile, "/k");
+
+    EXPECT_EQ(read({"keys", "list", "--data=/d"}).keyAction, Flags::KeyAction::list);
+    EXPECT_EQ(read({"keys", "--data=/d", "revoke", "key_1"}).keyId, "key_1");
+    EXPECT_EQ(read({"keys", "revoke", "--help", "--data=/d"}).command, Flags::Command::help);
+
+    EXPECT_EQ(failureOf({"keys"}), "keys needs list, add or revoke");
+    EXPECT_EQ(failureOf({"keys", "make"}),
+              "\"keys make\" is no command; there are keys list, keys add and keys revoke");
+    EXPECT_EQ(failureOf({"keys", "add"}), "keys add needs --name NAME");
+    EXPECT_EQ(failureOf({"keys", "add", "Acme"}), "\"Acme\" is one argument too many");
+    EXPECT_EQ(failureOf({"keys", "revoke"}), "keys revoke needs the ID of a key; keys list shows it");
+    EXPECT_EQ(failureOf({"keys", "revoke", "key_1", "key_2"}), "\"key_2\" is one argument too many");
+}
+
 TEST(Flags, areRefusedInPlainWords)
 {
     EXPECT_EQ(failureOf({"--prot", "1"}), "unknown flag --prot");
@@ -96,14 +120,16 @@ TEST(Flags, areRefusedInPlainWords)
     EXPECT_EQ(failureOf({"--personal=yes"}), "--personal takes no value");
     EXPECT_EQ(failureOf({"--public-url", "gateway"}),
               "--public-url: an address like https://gateway.example.org is needed, not \"gateway\"");
-    EXPECT_EQ(failureOf({"srve"}), "unknown command \"srve\"; there are serve, provision and console-link");
+    EXPECT_EQ(failureOf({"srve"}),
+              "unknown command \"srve\"; there are serve, provision, console-link, keys and mcp");
     EXPECT_EQ(failureOf({"serve", "now"}), "\"now\" is one argument too many");
 }
 
 TEST(Flags, areAllInTheHelp)
 {
     for (std::string const name :
-         {"--data", "--port-file", "--print-console-link", "--token-file", "--minimum-app-version"})
+         {"--data", "--port-file", "--print-console-link", "--token-file", "--minimum-app-version", "--name",
+          "--connection", "--key-file", "keys revoke"})
         EXPECT_NE(flagsHelp().find(name), std::string::npos) << name;
 }
 

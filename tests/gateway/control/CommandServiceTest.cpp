@@ -3,6 +3,7 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "gateway/support/FakeConnectedMachine.h"
+#include "gateway/support/FakeKeyRing.h"
 #include "gateway/support/FakeMachineDirectory.h"
 #include "gateway/support/Gateway.h"
 #include "gateway/support/RunTask.h"
@@ -34,7 +35,7 @@ struct Fixture {
     }
     CommandOutcome run(PlatformCommand const& command)
     {
-        return runTask(io, commands.run("con_1", command, 100));
+        return runTask(io, commands.run(caller, "con_1", command, 100));
     }
     /// The failure of a command that must fail.
     Failure failureOf(PlatformCommand const& command)
@@ -62,7 +63,9 @@ struct Fixture {
     FakeMachineDirectory directory;
     ControlService control{store, clock, settings, io.get_executor()};
     CommandQueue queue{store, control, clock, settings, io.get_executor(), io.get_executor()};
-    CommandService commands{store, directory, control, queue, settings, clock, io.get_executor()};
+    FakeKeyRing keys;
+    CommandService commands{store, directory, control, queue, keys, settings, clock, io.get_executor()};
+    Caller caller{.keyId = "key_1", .name = "Acme", .reach = {.connections = {"con_1"}}};
     std::string machineId;
 };
 
@@ -138,7 +141,7 @@ TEST(CommandService, knowsOnlyConnectionsThatAreNotRevoked)
     on.store.revoke("con_1", on.clock.date());
 
     EXPECT_EQ(on.failureOf({.method = "screenshot"}).code, ErrorCode::notFound);
-    EXPECT_THROW(on.commands.assertExists("con_1"), Failure);
+    EXPECT_THROW(on.commands.assertExists(on.caller, "con_1"), Failure);
     EXPECT_TRUE(machine->calls.empty());
 }
 
@@ -155,7 +158,7 @@ struct BegunCommand {
             hasEnded = true;
             failure = thrown;
         };
-        asio::co_spawn(on.io, on.commands.run("con_1", command, 100),
+        asio::co_spawn(on.io, on.commands.run(on.caller, "con_1", command, 100),
                        asio::bind_cancellation_slot(cancellation.slot(), onEnd));
         poll(on);
     }
@@ -221,14 +224,68 @@ TEST(CommandService, tellsApartWhyACommandCannotBeCancelled)
 {
     Fixture on;
     std::string const id = std::get<StoredCommand>(on.run(Fixture::queueable("screenshot"))).id;
-    EXPECT_EQ(on.commands.cancel("con_1", id).status, records::CommandStatus::canceled);
+    EXPECT_EQ(on.commands.cancel(on.caller, "con_1", id).status, records::CommandStatus::canceled);
 
     try {
-        on.commands.cancel("con_1", id);
+        on.commands.cancel(on.caller, "con_1", id);
         ADD_FAILURE();
     } catch (Failure const& failure) {
         EXPECT_EQ(failure.kind, Failure::Kind::wrongState);
     }
+}
+
+TEST(CommandService, hidesConnectionsThatTheCallerDoesNotReach)
+{
+    Fixture on;
+    auto const machine = on.connect();
+    on.caller.reach = {.connections = {"con_2"}};
+
+    Failure const failure = on.failureOf({.method = "screenshot"});
+    EXPECT_EQ(failure.code, ErrorCode::notFound);
+    EXPECT_EQ(failure.message, "There is no such connection");
+    EXPECT_THROW(on.commands.assertExists(on.caller, "con_1"), Failure);
+    EXPECT_TRUE(machine->calls.empty());
+}
+
+TEST(CommandService, sendsNothingForAKeyThatIsRevokedWhileItWaits)
+{
+    Fixture on;
+    auto const machine = on.connect();
+    ControlService::Lease const other =
+        runTask(on.io, on.control.acquire(*on.store.connection("con_1"), "actions.perform",
+                                          {.ref = "other", .connectionId = "con_1", .name = "Other"},
+                                          on.clock.now()));
+    PlatformCommand const command{.method = "actions.perform"};
+    std::exception_ptr thrown;
+    asio::co_spawn(on.io, on.commands.run(on.caller, "con_1", command, 100),
+                   [&](std::exception_ptr const& failure, CommandOutcome const&) { thrown = failure; });
+    on.io.restart();
+    on.io.poll();
+    ASSERT_FALSE(thrown); // It waits for its turn.
+
+    on.keys.revoke("key_1");
+    on.clock.advance(on.settings.control.patience);
+    on.io.restart();
+    on.io.poll();
+
+    ASSERT_TRUE(thrown);
+    try {
+        std::rethrow_exception(thrown);
+    } catch (Failure const& failure) {
+        EXPECT_EQ(failure.code, ErrorCode::unauthorized);
+    }
+    EXPECT_TRUE(machine->calls.empty());
+}
+
+TEST(CommandService, endsTheWaitingCommandsOfARevokedKey)
+{
+    Fixture on;
+    std::string const id = std::get<StoredCommand>(on.run(Fixture::queueable("screenshot"))).id;
+    on.store.saveKey({.id = "key_1", .createdAt = on.clock.date()});
+
+    on.store.revokeKey("key_1", on.clock.date());
+
+    EXPECT_EQ(on.commands.state(on.caller, "con_1", id).status, records::CommandStatus::canceled);
 }
 
 } // namespace

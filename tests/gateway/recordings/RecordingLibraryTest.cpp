@@ -264,7 +264,8 @@ TEST(RecordingFile, hasAnAddressThatIsNotSignedWithTheApiKey)
     std::string const address = on.addressOf(id);
     std::string const until = address.substr(address.find("until=") + 6, 13);
 
-    EXPECT_EQ(address.find(signatureOf("film " + id + " " + until, on.gateway.apiKey())), std::string::npos);
+    EXPECT_EQ(address.find(signatureOf("recording " + id + " key_builtin " + until, on.gateway.apiKey())),
+              std::string::npos);
 }
 
 TEST(RecordingFile, isNoPath)

@@ -3,6 +3,7 @@
 #include "ZelvoGateway/recordings/RecordingIntake.h"
 #include "ZelvoGateway/recordings/RecordingLibrary.h"
 #include "ZelvoGateway/store/SqliteStore.h"
+#include "gateway/support/FakeKeyRing.h"
 #include "gateway/support/FakeRecordingFiles.h"
 #include "gateway/support/Gateway.h"
 #include "gateway/support/RunTask.h"
@@ -62,7 +63,8 @@ struct Fixture {
     ApiKey key{"zk_0123456789012345678901234567890123456789"};
     std::shared_ptr<FakeRecordingFiles> files = std::make_shared<FakeRecordingFiles>();
     RecordingIntake intake{store, files, settings, clock, io.get_executor()};
-    RecordingLibrary library{store, files, key, settings, clock, io.get_executor()};
+    FakeKeyRing keys;
+    RecordingLibrary library{store, files, key, keys, settings, clock, io.get_executor()};
     StoredMachine machine;
 };
 
@@ -73,10 +75,32 @@ TEST(RecordingServices, takeARecordingFromItsAnnouncementToAPass)
 
     runTask(on.io, on.intake.complete(on.machine, id));
 
-    auto const listed = on.library.recording(id, 1h);
+    auto const listed = on.library.recording(Caller::console(), id, 1h);
     ASSERT_TRUE(listed.pass);
-    auto const source = runTask(on.io, on.library.open(id, listed.pass->end, listed.pass->proof));
+    auto const source = runTask(on.io, on.library.open(id, listed.pass->proof));
     EXPECT_EQ(source->size(), 7u);
+}
+
+TEST(RecordingServices, endThePassesOfARevokedKey)
+{
+    Fixture on;
+    std::string const id = on.uploaded("content");
+    runTask(on.io, on.intake.complete(on.machine, id));
+    Caller const caller{.keyId = "key_1", .reach = {.all = true}};
+    PassProof const proof = on.library.recording(caller, id, 1h).pass->proof;
+    PassProof const ofTheConsole = on.library.recording(Caller::console(), id, 1h).pass->proof;
+    ASSERT_EQ(runTask(on.io, on.library.open(id, proof))->size(), 7u);
+
+    on.keys.revoke("key_1");
+
+    PassProof renamed = proof;
+    renamed.keyId = "";
+    for (PassProof const& ended : {proof, renamed}) {
+        auto const failure = Fixture::failureOf([&] { runTask(on.io, on.library.open(id, ended)); });
+        ASSERT_TRUE(failure);
+        EXPECT_EQ(failure->code, ErrorCode::forbidden);
+    }
+    EXPECT_EQ(runTask(on.io, on.library.open(id, ofTheConsole))->size(), 7u);
 }
 
 TEST(RecordingServices, saveNothingOfAnUploadThatCannotBeWritten)

@@ -29,6 +29,8 @@ public:
         queue.wakeDue(now());
     }
 
+    bool isSleptOn() const { return queue.size() > 0; }
+
     Date const start = Date(std::chrono::sys_days(std::chrono::year(2026) / 11 / 21));
 
 protected:
