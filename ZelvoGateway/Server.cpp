@@ -142,7 +142,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), webhookApi(access, webhooks, settings.limits),
-      console(access, store, connections, settings.limits), linkPage(access, links, settings),
+      console(access, store, connections, keys, settings.limits), linkPage(access, links, settings),
       mcpHost({.connections = connections,
                .commands = commands,
                .directory = machines,

@@ -63,18 +63,25 @@ std::vector<Route> Console::routes()
                          return redirect ? *std::move(redirect) : content();
                      });
     };
-    return {page({}, consolePage),
-            page({"recordings"}, recordingsPage),
-            page({"open"}, openPage),
-            page({"locked"}, lockedPage),
-            route("GET", {"page", "*"}, open,
-                  [](auto const&, PathIds const& ids) { return fileNamed(ids.front()); }),
-            route("POST", {"console", "session"}, ownPage,
-                  [this](HttpRequest const& request, auto const&) { return lock.begin(request); }),
-            route("DELETE", {"console", "session"}, console,
-                  [this](HttpRequest const& request, auto const&) { return lock.end(request); }),
-            route("GET", {"console", "machines"}, console,
-                  [this](auto const&, auto const&) { return machines(); })};
+    return {
+        page({}, consolePage),
+        page({"recordings"}, recordingsPage),
+        page({"api-keys"}, apiKeysPage),
+        page({"open"}, openPage),
+        page({"locked"}, lockedPage),
+        route("GET", {"page", "*"}, open,
+              [](auto const&, PathIds const& ids) { return fileNamed(ids.front()); }),
+        route("POST", {"console", "session"}, ownPage,
+              [this](HttpRequest const& request, auto const&) { return lock.begin(request); }),
+        route("DELETE", {"console", "session"}, console,
+              [this](HttpRequest const& request, auto const&) { return lock.end(request); }),
+        route("GET", {"console", "machines"}, console,
+              [this](auto const&, auto const&) { return machines(); }),
+        route("GET", {"console", "keys"}, console, [this](auto const&, auto const&) { return keys.list(); }),
+        route("POST", {"console", "keys"}, console,
+              [this](HttpRequest const& request, auto const&) { return keys.add(request); }),
+        route("DELETE", {"console", "keys", "*"}, console,
+              [this](auto const&, PathIds const& ids) { return keys.revoke(ids.front()); })};
 }
 
 HttpResponse Console::machines()

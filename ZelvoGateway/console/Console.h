@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/console/ConsoleKeys.h"
 #include "ZelvoGateway/console/ConsoleLock.h"
 #include "ZelvoGateway/control/ConnectionService.h"
 #include "ZelvoGateway/http/Routes.h"
@@ -12,8 +13,12 @@ namespace zelvo::service {
 /// The console: its pages, their files, and the list of machines that they show. Thread: the server's.
 class Console {
 public:
-    Console(AccessControl const& access, Store& store, ConnectionService& connections, Limits const& limits)
-        : access(access), lock(store, access), connections(connections), limits(limits)
+    Console(AccessControl const& access,
+            Store& store,
+            ConnectionService& connections,
+            KeyService& keys,
+            Limits const& limits)
+        : access(access), lock(store, access), connections(connections), keys(keys), limits(limits)
     {
     }
 
@@ -26,6 +31,7 @@ private:
     AccessControl const& access;
     ConsoleLock lock;
     ConnectionService& connections;
+    ConsoleKeys keys;
     Limits const& limits;
 };
 

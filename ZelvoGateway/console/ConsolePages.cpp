@@ -17,6 +17,9 @@ extern EmbeddedFile const embedded_console_session_js;
 extern EmbeddedFile const embedded_console_recordings_html;
 extern EmbeddedFile const embedded_console_recordings_js;
 extern EmbeddedFile const embedded_console_recordings_css;
+extern EmbeddedFile const embedded_console_api_keys_html;
+extern EmbeddedFile const embedded_console_api_keys_js;
+extern EmbeddedFile const embedded_console_api_keys_css;
 extern EmbeddedFile const embedded_console_gateway_js;
 extern EmbeddedFile const embedded_console_css;
 extern EmbeddedFile const embedded_console_js;
@@ -37,11 +40,13 @@ struct File {
 constexpr char const* style = "text/css; charset=utf-8";
 constexpr char const* script = "text/javascript; charset=utf-8";
 
-std::array<File, 12> const files = {{{"console.css", embedded_console_css, style},
+std::array<File, 14> const files = {{{"console.css", embedded_console_css, style},
                                      {"recordings.css", embedded_console_recordings_css, style},
                                      {"recordings.js", embedded_console_recordings_js, script},
                                      {"link.css", embedded_console_link_css, style},
                                      {"link.js", embedded_console_link_js, script},
+                                     {"api-keys.css", embedded_console_api_keys_css, style},
+                                     {"api-keys.js", embedded_console_api_keys_js, script},
                                      {"session.js", embedded_console_session_js, script},
                                      {"open.js", embedded_console_open_js, script},
                                      {"gateway.js", embedded_console_gateway_js, script},
@@ -65,6 +70,11 @@ HttpResponse consolePage()
 HttpResponse recordingsPage()
 {
     return page(embedded_console_recordings_html);
+}
+
+HttpResponse apiKeysPage()
+{
+    return page(embedded_console_api_keys_html);
 }
 
 HttpResponse lockedPage()

@@ -15,6 +15,8 @@ namespace zelvo::service {
 HttpResponse consolePage();
 /// The page that plays recordings.
 HttpResponse recordingsPage();
+/// The page of API keys.
+HttpResponse apiKeysPage();
 /// The page that explains how to get in.
 HttpResponse lockedPage();
 /// The page behind a one-time link, which begins a session and leads on to the console.

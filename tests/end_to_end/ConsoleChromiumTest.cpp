@@ -71,7 +71,7 @@ TEST_F(ConsoleInABrowser, opensByItsLinkAndStaysOpenUntilThePersonLogsOut)
     EXPECT_TRUE(becomesOpen("Zelvo recordings")); // Another tab asks the first for the session.
     EXPECT_TRUE(staysOpen("Zelvo recordings"));
 
-    for (char const* const key : {"Tab", "Tab", "Tab", "Return"}) // The two pages, then "Log out".
+    for (char const* const key : {"Tab", "Tab", "Tab", "Tab", "Return"}) // The three pages, then "Log out".
         desktop.run({"xdotool", "key", key});
     EXPECT_TRUE(becomesOpen("locked"));
     EXPECT_TRUE(waitFor([&] { return !isOpen("Zelvo recordings"); }));

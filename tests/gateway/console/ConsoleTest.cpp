@@ -16,7 +16,7 @@ TEST(Console, hasPagesThatHoldNothingSecret)
     Gateway gateway;
     gateway.link();
 
-    for (std::string const path : {"/", "/recordings", "/open", "/locked"}) {
+    for (std::string const path : {"/", "/recordings", "/api-keys", "/open", "/locked"}) {
         Answer const page = gateway.call("GET", path);
         EXPECT_EQ(page.status, 200) << path;
         EXPECT_NE(page.body.find("<html"), std::string::npos) << path;
