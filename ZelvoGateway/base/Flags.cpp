@@ -59,7 +59,7 @@ std::string webPage(std::string const& text)
     return text;
 }
 
-constexpr std::array<Flag, 25> flags = {{
+constexpr std::array<Flag, 26> flags = {{
     {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
      [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
     {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",

@@ -12,7 +12,9 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr Duration maxMachineWait = 30s; // of one "ui.wait"
+// A machine carries out one command at a time, so a long wait goes to it in pieces: others can act between
+// them, and a cancelled wait holds the machine no longer than this.
+constexpr Duration maxMachineWait = 2s;
 constexpr Duration pollPeriod = 500ms;
 
 std::int64_t msIn(Duration duration)
