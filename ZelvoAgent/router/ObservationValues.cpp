@@ -12,8 +12,10 @@ namespace {
 /// Nothing has an empty role, and every name contains an empty one.
 std::optional<std::string> wordsIn(json::object const& params, char const* key)
 {
-    auto const words = read::text(params, key);
-    return words && !words->empty() ? std::optional<std::string>(*words) : std::nullopt;
+    auto words = read::text(params, key);
+    if (words && words->empty())
+        words.reset();
+    return words;
 }
 
 /// A text that is waited for is a value that the element has when it is found.
@@ -73,10 +75,8 @@ WantedElement wantedElement(json::object const& params)
 {
     WantedElement wanted{.role = wordsIn(params, "role"),
                          .name = wordsIn(params, "name"),
-                         .value = std::nullopt,
+                         .value = read::text(params, "value"),
                          .until = until(params)};
-    if (auto const value = read::text(params, "value"))
-        wanted.value = std::string(*value);
     if (!wanted.role && !wanted.name && !wanted.value)
         throw AgentError::invalidRequest;
     return wanted;

@@ -24,7 +24,7 @@ QuietScreen quietScreen(Display const& display, ScreenSettling::Request const& r
                                    .region = std::nullopt};
     if (request.region)
         settings.region = ScreenRegion::of(display, *request.region).points;
-    return {std::move(settings), start};
+    return {settings, start};
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <thread>
 
 namespace zelvo::test {
@@ -66,10 +67,11 @@ protected:
     }
     static Pixels part(Pixels const& whole, PaintedArea area)
     {
+        constexpr std::ptrdiff_t bytesAPixel = 3;
         Pixels cut{.width = area.width, .height = area.height, .bytes = {}};
         for (int y = area.y; y < area.y + area.height; ++y) {
-            auto const row = whole.bytes.begin() + 3 * (y * whole.width + area.x);
-            cut.bytes.insert(cut.bytes.end(), row, row + 3 * area.width);
+            auto const row = whole.bytes.begin() + bytesAPixel * (std::ptrdiff_t{y} * whole.width + area.x);
+            cut.bytes.insert(cut.bytes.end(), row, row + bytesAPixel * area.width);
         }
         return cut;
     }
