@@ -20,15 +20,15 @@ Task<McpToolResult> desktopAct(MachineCallPtr call, json::object arguments)
     ActionRun run(call, actionRequests(*actions), read::text(arguments, "expectApp").value_or(""));
     ObservationRequest request{.what = read::text(arguments, "observe").value_or("tree"),
                                .settleMs = read::integer(arguments, "settle").value_or(usualQuietMs)};
-    std::optional<ToolFailure> failed;
+    Deed deed;
     try {
         co_await run.run();
+        std::string const count = std::to_string(run.count());
+        deed.status = "ok " + count + "/" + count;
     } catch (ToolFailure const& failure) {
-        failed = failure;
+        deed.failure = failure;
     }
-    std::string const count = std::to_string(run.count());
-    std::string status = failed ? "" : "ok " + count + "/" + count;
-    co_return co_await observed(call, std::move(status), std::move(failed), std::move(request));
+    co_return co_await observed(call, std::move(deed), std::move(request));
 }
 
 } // namespace zelvo::service

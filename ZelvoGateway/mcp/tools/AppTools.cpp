@@ -162,19 +162,18 @@ Task<McpToolResult> appOpen(MachineCallPtr call, json::object arguments)
         throw ToolFailure{.code = ErrorCode::invalidRequest, .what = R"(Give either "app" or "url")"};
     ObservationRequest request{.what = read::text(arguments, "observe").value_or("tree"),
                                .settleMs = usualQuietMs};
-    std::string status;
-    std::optional<ToolFailure> failed;
+    Deed deed{.holdsData = app.has_value()};
     try {
         if (app)
-            status = "ok · opened " + co_await openApp(call, *app);
+            deed.status = "ok · opened " + co_await openApp(call, *app);
         else
-            status = "ok · opened " + co_await openUrl(call, *url);
+            deed.status = "ok · opened " + co_await openUrl(call, *url);
     } catch (ToolFailure const& failure) {
-        failed = failure;
+        deed.failure = failure;
     } catch (Failure const& failure) {
-        failed = toolFailure(failure);
+        deed.failure = toolFailure(failure);
     }
-    co_return co_await observed(call, std::move(status), std::move(failed), std::move(request));
+    co_return co_await observed(call, std::move(deed), std::move(request));
 }
 
 } // namespace zelvo::service

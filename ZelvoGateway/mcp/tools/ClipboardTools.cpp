@@ -20,8 +20,9 @@ Task<McpToolResult> clipboardRead(MachineCallPtr call, json::object)
     if (!text || !text->is_string() || text->get_string().empty()) {
         answer.first("The clipboard has no text.");
     } else {
+        auto const shorten = [text] { return tooltext::headAndTail(text->get_string(), maxClipboard); };
         answer.first("The clipboard's text:");
-        answer.add(tooltext::headAndTail(text->get_string(), maxClipboard));
+        answer.add(co_await readAnswer(call, result.bytes, shorten));
         answer.holdsData();
     }
     co_return McpToolResult{.content = {{.text = answer.text()}}};

@@ -121,7 +121,9 @@ Task<McpToolResult> DesktopToolRunner::run(McpCall call, Report report)
     auto const progress = std::make_shared<Progress>();
     auto const open = std::make_shared<OpenCall>(services.server, services.clock);
     CancelAtEnd cancelAtEnd(open);
-    open->begin([kept, call = std::move(call), progress] { return carryOut(kept, call, progress); },
+    // Its arguments may be as large as a file, and functions are copied.
+    auto const begun = std::make_shared<McpCall>(std::move(call));
+    open->begin([kept, begun, progress] { return carryOut(kept, std::move(*begun), progress); },
                 [progress] { return progress->text(); });
     co_await open->wait(services.clock.now() + patience, std::move(report));
     cancelAtEnd.letGo();

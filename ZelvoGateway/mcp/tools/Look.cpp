@@ -5,7 +5,6 @@
 #include "ZelvoGateway/mcp/tools/ElementRoles.h"
 #include "ZelvoGateway/mcp/tools/ScreenPicture.h"
 #include "ZelvoGateway/mcp/tools/ToolText.h"
-#include "base/Hop.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -15,7 +14,7 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t largeTree = 64 << 10; // bytes; a longer one is read on the workers
+constexpr std::size_t maxIdentifier = 400; // bytes
 
 using Elements = std::vector<ReferencedElement>;
 
@@ -118,11 +117,12 @@ ScreenSpace spaceOf(std::optional<ScreenPicture> const& picture,
     return display ? wholeDisplay(*display, limits) : ScreenSpace();
 }
 
-/// The identifier of the application that a tree is of, or else its name.
-std::string applicationOf(json::object const& tree, std::string_view key)
+std::string identifierIn(json::object const& object, std::string_view key)
 {
-    json::object const* const app = read::object(tree, "app");
-    return app ? read::text(*app, key).value_or("") : "";
+    json::value const* const text = object.if_contains(key);
+    if (!text || !text->is_string())
+        return "";
+    return std::string(text::prefixOfBytes(text->get_string(), maxIdentifier));
 }
 
 std::string pictureNote(ScreenPicture const& picture, bool isPart)
@@ -148,20 +148,19 @@ Task<std::shared_ptr<SeenTree const>> readTree(MachineCallPtr call, TreeView vie
     json::object const* const tree = result.value.if_object();
     if (!tree)
         throw Failure{.code = ErrorCode::internalError, .message = "The machine's tree makes no sense"};
-    SeenTree seen{.application = std::string(text::prefixOfBytes(applicationOf(*tree, "bundleId"), 400)),
-                  .applicationName = tooltext::shownName(applicationOf(*tree, "name")),
+    json::object const nobody;
+    json::object const* const named = read::object(*tree, "app");
+    json::object const& app = named ? *named : nobody;
+    SeenTree seen{.application = identifierIn(app, "bundleId"),
+                  .applicationName = tooltext::shownName(identifierIn(app, "name")),
                   .view = std::move(view),
-                  .snapshot = read::text(*tree, "snapshotId").value_or(""),
+                  .snapshot = identifierIn(*tree, "snapshotId"),
                   .taken = call->clock().now(),
                   .isTruncated = read::boolean(*tree, "truncated").value_or(false)};
     if (seen.application.empty())
         seen.application = seen.applicationName;
-    std::vector<SeenElement> elements;
-    auto const read = [tree] { return seenElements(*tree); };
-    if (result.bytes > largeTree)
-        elements = co_await on(call->workers(), read);
-    else
-        elements = read();
+    auto const readElements = [tree] { return seenElements(*tree); };
+    std::vector<SeenElement> elements = co_await readAnswer(call, result.bytes, readElements);
     co_return call->seen().add(std::move(seen), std::move(elements));
 }
 

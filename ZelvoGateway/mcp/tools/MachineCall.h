@@ -4,9 +4,12 @@
 #include "ZelvoGateway/mcp/ToolFailure.h"
 #include "ZelvoGateway/mcp/tools/DesktopCommands.h"
 #include "ZelvoGateway/mcp/tools/SeenMachine.h"
+#include "base/Hop.h"
 
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 namespace zelvo::service {
 
@@ -61,6 +64,17 @@ private:
 };
 
 using MachineCallPtr = std::shared_ptr<MachineCall>;
+
+/// Reads what a machine answered: a large answer on the workers, because it would delay everybody else.
+/// bytes   of the answer
+template <class F, class R = std::invoke_result_t<F&>>
+Task<R> readAnswer(MachineCallPtr call, std::size_t bytes, F read)
+{
+    constexpr std::size_t large = 64 << 10;
+    if (bytes <= large)
+        co_return read();
+    co_return co_await on(call->workers(), std::move(read));
+}
 
 /// What a failed command means for a model.
 ToolFailure toolFailure(Failure const& failure);

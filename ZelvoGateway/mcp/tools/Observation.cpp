@@ -5,6 +5,8 @@
 #include "ZelvoGateway/mcp/tools/Settling.h"
 #include "ZelvoGateway/mcp/tools/ToolText.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace zelvo::service {
@@ -59,41 +61,33 @@ Task<Seen> observe(MachineCallPtr call, ObservationRequest request)
 
 } // namespace
 
-Task<McpToolResult> observed(MachineCallPtr call,
-                             std::string status,
-                             std::optional<ToolFailure> failure,
-                             ObservationRequest request)
+Task<McpToolResult> observed(MachineCallPtr call, Deed deed, ObservationRequest request)
 {
-    if (failure && isBlinding(failure->code))
-        co_return failureResult(*failure);
+    if (deed.failure && isBlinding(deed.failure->code))
+        co_return failureResult(*deed.failure);
     Seen seen = co_await observe(call, std::move(request));
 
-    tooltext::Answer answer;
+    std::string status = std::move(deed.status);
     if (seen.settling)
         status += (status.empty() ? "" : " · ") + settlingText(*seen.settling);
     if (seen.look && !seen.look->heading.empty())
         status += (status.empty() ? "" : " · ") + seen.look->heading;
-    if (failure) {
-        answer.first(failureText(*failure));
-        if (failure->holdsData)
-            answer.holdsData();
-        if (!status.empty())
-            answer.add(std::move(status));
-    } else {
-        answer.first(std::move(status));
-    }
-    McpToolResult result{.content = {{}}, .isError = failure.has_value()};
+    tooltext::Answer answer;
+    answer.first(deed.failure ? failureText(*deed.failure) : status);
+    if (deed.failure && !status.empty())
+        answer.add(std::move(status));
+    answer.add(std::move(deed.lines));
+    McpToolResult result{.content = {{}}, .isError = deed.failure.has_value()};
     if (seen.look) {
-        answer.holdsData();
         answer.add(std::move(seen.look->lines));
-        for (McpContent& picture : seen.look->pictures)
-            result.content.push_back(std::move(picture));
+        std::ranges::move(seen.look->pictures, std::back_inserter(result.content));
     }
-    if (seen.failure) {
+    if (seen.failure)
         answer.add("What it looks like now cannot be shown: " + failureText(*seen.failure));
-        if (seen.failure->holdsData)
-            answer.holdsData();
-    }
+    bool const hasMachineFailure =
+        (deed.failure && deed.failure->holdsData) || (seen.failure && seen.failure->holdsData);
+    if (deed.holdsData || seen.look || hasMachineFailure)
+        answer.holdsData();
     result.content.front().text = answer.text();
     co_return result;
 }

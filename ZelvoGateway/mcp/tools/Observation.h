@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo::service {
 
@@ -16,13 +17,16 @@ struct ObservationRequest {
         300; ///< how long the screen has to be at rest; not waited for without it
 };
 
-/// The answer to something that was done: its status, how the screen came to rest, and what changed.
-/// status    what was done: "ok 2/2"
-/// failure   why the rest was not done; its text begins the answer instead of the status
-/// Never fails because of the observation: the answer then says why there is none.
-Task<McpToolResult> observed(MachineCallPtr call,
-                             std::string status,
-                             std::optional<ToolFailure> failure,
-                             ObservationRequest request);
+/// What was done.
+struct Deed {
+    std::string status = {};                 ///< "ok 2/2"
+    std::vector<std::string> lines = {};     ///< that follow
+    bool holdsData = false;                  ///< status or lines have texts of the machine
+    std::optional<ToolFailure> failure = {}; ///< why the rest was not done; begins the answer instead
+};
+
+/// The answer to something that was done: its status, how the screen came to rest, and what changed. Never
+/// fails because of the observation: the answer then says why there is none.
+Task<McpToolResult> observed(MachineCallPtr call, Deed deed, ObservationRequest request);
 
 } // namespace zelvo::service

@@ -2,7 +2,6 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/mcp/SeenElement.h"
-#include "base/Hop.h"
 
 #include <algorithm>
 #include <optional>
@@ -28,7 +27,7 @@ Task<std::vector<SeenElement>> elementsInFront(MachineCallPtr call)
     CommandResult const result = co_await call->run("ui.tree", std::move(params));
     json::object const* const tree = result.value.if_object();
     auto const read = [tree] { return tree ? seenElements(*tree) : std::vector<SeenElement>(); };
-    std::vector<SeenElement> elements = co_await on(call->workers(), read);
+    std::vector<SeenElement> elements = co_await readAnswer(call, result.bytes, read);
     for (SeenElement& element : elements)
         element.id.clear();
     co_return elements;

@@ -38,6 +38,24 @@ void addOutput(tooltext::Answer& answer, std::string_view name, std::string_view
     answer.holdsData();
 }
 
+/// room   for both outputs; errors get at least half of it if they need it
+std::string textOf(json::object const& result, std::size_t room)
+{
+    std::string_view const output = textIn(result, "stdout");
+    std::string_view const errors = textIn(result, "stderr");
+    std::size_t const forOutput = std::min(room, tooltext::costOf(output));
+    std::size_t const forErrors = std::min(tooltext::costOf(errors), std::max(room / 2, room - forOutput));
+    tooltext::Answer answer;
+    answer.first(statusOf(result));
+    if (output.empty() && errors.empty())
+        answer.add(std::string("no output"));
+    addOutput(answer, "stdout", output, room - forErrors);
+    addOutput(answer, "stderr", errors, forErrors);
+    if (read::boolean(result, "truncated").value_or(false))
+        answer.add(std::string("The machine cut the output after its first MiB."));
+    return answer.text();
+}
+
 } // namespace
 
 Task<McpToolResult> shellRun(MachineCallPtr call, json::object arguments)
@@ -52,21 +70,10 @@ Task<McpToolResult> shellRun(MachineCallPtr call, json::object arguments)
     if (!result)
         throw ToolFailure{.code = ErrorCode::internalError, .what = "The machine's answer makes no sense"};
 
-    std::string_view const output = textIn(*result, "stdout");
-    std::string_view const errors = textIn(*result, "stderr");
-    std::size_t const room = std::min(static_cast<std::size_t>(maxChars), maxOutput);
-    std::size_t const half = room / 2;
-    std::size_t const forErrors =
-        std::min(tooltext::costOf(errors), std::max(half, room - std::min(room, tooltext::costOf(output))));
-    tooltext::Answer answer;
-    answer.first(statusOf(*result));
-    if (output.empty() && errors.empty())
-        answer.add(std::string("no output"));
-    addOutput(answer, "stdout", output, room - forErrors);
-    addOutput(answer, "stderr", errors, forErrors);
-    if (read::boolean(*result, "truncated").value_or(false))
-        answer.add(std::string("The machine cut the output after its first MiB."));
-    co_return McpToolResult{.content = {{.text = answer.text()}}};
+    auto const room = std::min(static_cast<std::size_t>(maxChars), maxOutput);
+    auto const describe = [result, room] { return textOf(*result, room); };
+    std::string text = co_await readAnswer(call, ran.bytes, describe);
+    co_return McpToolResult{.content = {{.text = std::move(text)}}};
 }
 
 } // namespace zelvo::service

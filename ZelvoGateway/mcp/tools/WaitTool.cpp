@@ -73,13 +73,13 @@ Task<McpToolResult> desktopWait(MachineCallPtr call, json::object arguments)
 {
     ElementWait wait = waitOf(arguments);
     ElementWaitResult result = co_await waitForElement(call, wait);
-    std::string status = statusOf(wait, result);
+    Deed deed{.status = statusOf(wait, result)};
     ObservationRequest request{.what = read::text(arguments, "observe").value_or("none"), .settleMs = {}};
     if (request.what == "none" && result.element) {
-        status += "\n" + co_await lineOf(call, *std::move(result.element)) + "\n";
-        status += dataLine;
+        deed.lines.push_back(co_await lineOf(call, *std::move(result.element)));
+        deed.holdsData = true;
     }
-    co_return co_await observed(call, std::move(status), std::nullopt, std::move(request));
+    co_return co_await observed(call, std::move(deed), std::move(request));
 }
 
 } // namespace zelvo::service
