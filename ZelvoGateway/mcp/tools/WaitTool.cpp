@@ -28,8 +28,8 @@ ElementWait waitOf(json::object const& arguments)
     auto const refused = [](std::string what) {
         return ToolFailure{.code = ErrorCode::invalidRequest, .what = std::move(what)};
     };
-    if (!wait.role && !wait.name)
-        throw refused(R"(Give "role" or "name" of an element, or "op" of a pending call)");
+    if (!wait.role && !wait.name && !wait.value)
+        throw refused(R"(Give "role", "name" or "value" of an element, or "op" of a pending call)");
     if (wait.until == "value" && !wait.value)
         throw refused(R"("until" value needs "value")");
     return wait;

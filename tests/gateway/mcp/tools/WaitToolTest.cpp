@@ -129,7 +129,7 @@ TEST_F(WaitTool, givesUpPollingAtTheTimeout)
 
 TEST_F(WaitTool, refusesToWaitForNothing)
 {
-    EXPECT_THAT(call("desktop_wait"), StartsWith("invalid_request: Give \"role\" or \"name\""));
+    EXPECT_THAT(call("desktop_wait"), StartsWith("invalid_request: Give \"role\", \"name\" or \"value\""));
     EXPECT_THAT(call("desktop_wait", R"({"name":""})"), StartsWith("invalid_request: "));
     EXPECT_THAT(call("desktop_wait", R"({"name":"a","until":"value"})"), HasSubstr("needs \"value\""));
     EXPECT_THAT(call("desktop_wait", R"({"op":"op_1"})"),
