@@ -13,6 +13,7 @@
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/console/Console.h"
 #include "ZelvoGateway/console/LinkPage.h"
+#include "ZelvoGateway/console/McpSetup.h"
 #include "ZelvoGateway/control/KeyService.h"
 #include "ZelvoGateway/control/MachineEvents.h"
 #include "ZelvoGateway/control/OnlineMachines.h"
@@ -30,6 +31,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
 
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -43,6 +45,13 @@ constexpr char const* localAddressFile = "local-address"; // For programs on thi
 constexpr auto patienceAtEnd = std::chrono::seconds(5);
 constexpr Duration maintenancePeriod = 60s;
 constexpr Duration revokedKeysKept = 90 * 24h;
+
+/// The path of the program that runs.
+std::string ownProgram()
+{
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).string();
+}
 
 } // namespace
 
@@ -103,6 +112,7 @@ private:
     RecordingApi recordingApi;
     WebhookApi webhookApi;
     Console console;
+    McpSetup mcpSetup;
     LinkPage linkPage;
     DesktopMcpHost mcpHost;
     McpEndpoint mcp;
@@ -142,15 +152,15 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), webhookApi(access, webhooks, settings.limits),
-      console(access, store, connections, keys, settings.limits), linkPage(access, links, settings),
-      mcpHost({.connections = connections,
-               .commands = commands,
-               .directory = machines,
-               .memory = memory,
-               .clock = this->clock,
-               .server = io.get_executor(),
-               .workers = workers.get_executor()},
-              ZELVO_VERSION),
+      console(access, store, connections, keys, settings.limits), mcpSetup(access, settings, ownProgram()),
+      linkPage(access, links, settings), mcpHost({.connections = connections,
+                                                  .commands = commands,
+                                                  .directory = machines,
+                                                  .memory = memory,
+                                                  .clock = this->clock,
+                                                  .server = io.get_executor(),
+                                                  .workers = workers.get_executor()},
+                                                 ZELVO_VERSION),
       mcp({.callerOf = [this](HttpRequest const& head) { return platformOf(head); },
            .host = mcpHost,
            .rules = settings.mcp,
@@ -188,6 +198,7 @@ void Server::Parts::begin()
 void Server::Parts::addRoutes()
 {
     routes.add(console.routes());
+    routes.add(mcpSetup.routes());
     routes.add(linkPage.routes());
     routes.add(mcp.routes());
     routes.add(machineApi.routes());

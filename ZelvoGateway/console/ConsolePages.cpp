@@ -26,6 +26,7 @@ extern EmbeddedFile const embedded_console_js;
 extern EmbeddedFile const embedded_console_screen_js;
 extern EmbeddedFile const embedded_console_input_js;
 extern EmbeddedFile const embedded_console_keys_js;
+extern EmbeddedFile const embedded_console_mcp_js;
 
 namespace service {
 
@@ -40,7 +41,7 @@ struct File {
 constexpr char const* style = "text/css; charset=utf-8";
 constexpr char const* script = "text/javascript; charset=utf-8";
 
-std::array<File, 14> const files = {{{"console.css", embedded_console_css, style},
+std::array<File, 15> const files = {{{"console.css", embedded_console_css, style},
                                      {"recordings.css", embedded_console_recordings_css, style},
                                      {"recordings.js", embedded_console_recordings_js, script},
                                      {"link.css", embedded_console_link_css, style},
@@ -53,7 +54,8 @@ std::array<File, 14> const files = {{{"console.css", embedded_console_css, style
                                      {"console.js", embedded_console_js, script},
                                      {"screen.js", embedded_console_screen_js, script},
                                      {"input.js", embedded_console_input_js, script},
-                                     {"keys.js", embedded_console_keys_js, script}}};
+                                     {"keys.js", embedded_console_keys_js, script},
+                                     {"mcp.js", embedded_console_mcp_js, script}}};
 
 HttpResponse page(EmbeddedFile const& content)
 {

@@ -30,6 +30,14 @@ pathlib.Path(sys.argv[2]).write_text(str(server.server_port))
 server.serve_forever()
 )";
 
+/// Prints the clipboard's text.
+constexpr char const* clipboard = R"(
+import gi
+gi.require_version("Gtk", "3.0")
+from gi.repository import Gdk, Gtk
+print(Gtk.Clipboard.get(Gdk.SELECTION_CLIPBOARD).wait_for_text() or "")
+)";
+
 std::string contentOf(fs::path const& file)
 {
     std::ifstream stream(file, std::ios::binary);
@@ -75,6 +83,24 @@ TEST_F(ConsoleInABrowser, opensByItsLinkAndStaysOpenUntilThePersonLogsOut)
         desktop.run({"xdotool", "key", key});
     EXPECT_TRUE(becomesOpen("locked"));
     EXPECT_TRUE(waitFor([&] { return !isOpen("Zelvo recordings"); }));
+}
+
+TEST_F(ConsoleInABrowser, copiesTheConfigurationOfAnMcpClient)
+{
+    open(gateway.consoleLink());
+    ASSERT_TRUE(becomesOpen("Zelvo console"));
+    ASSERT_TRUE(staysOpen("Zelvo console"));
+
+    // The two pages, "Log out", then the button that opens the dialog.
+    for (char const* const key : {"Tab", "Tab", "Tab", "Tab", "Return"})
+        desktop.run({"xdotool", "key", key});
+
+    EXPECT_TRUE(waitFor(
+        [&] {
+            desktop.run({"xdotool", "key", "Return"}); // The dialog's first button, once it is open.
+            return desktop.run({"python3", "-c", clipboard}, 30).find("\"mcpServers\"") != std::string::npos;
+        },
+        20s));
 }
 
 TEST_F(ConsoleInABrowser, isLockedWithoutALink)

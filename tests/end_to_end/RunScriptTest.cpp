@@ -1,5 +1,6 @@
 #include "desktop/harness/PrivateDesktop.h"
 #include "end_to_end/HttpCall.h"
+#include "wire/Json.h"
 
 #include <gtest/gtest.h>
 
@@ -36,6 +37,32 @@ protected:
         std::string const text = said();
         auto const begin = text.find('\n', text.find(heading)) + 1;
         return text.substr(begin, text.find('\n', begin) - begin);
+    }
+    // A JSON text of its output below a line.
+    json::object jsonAfter(std::string const& heading)
+    {
+        std::string const text = said();
+        auto const begin = text.find('{', text.find(heading));
+        return parseJson(text.substr(begin, text.find("\n}\n", begin) + 3 - begin)).value().as_object();
+    }
+    // Asks for the tools as an MCP client does that the printed configuration was pasted into.
+    std::string listByMcp()
+    {
+        json::object const server =
+            jsonAfter("Let an MCP client use it").at("mcpServers").at("zelvo").as_object();
+        std::string command = std::string(server.at("command").as_string());
+        for (json::value const& argument : server.at("args").as_array())
+            command += " '" + std::string(argument.as_string()) + "'";
+        return R"(printf '%s\n' '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-11-25"}}' )"
+               R"('{"jsonrpc":"2.0","id":2,"method":"tools/list"}' | )" +
+               command;
+    }
+    std::string apiKey() const
+    {
+        std::ifstream stream(kept / "gateway" / "api-key");
+        std::string key;
+        stream >> key;
+        return key;
     }
     // The status of exchanging a console link's code for a session, as its page does.
     static long exchanged(std::string const& link)
@@ -93,6 +120,9 @@ TEST_F(RunScript, worksOnAVirtualDesktopWithoutAGraphicalSession)
     EXPECT_EQ(httpCall("GET", link, {}, "").status, 200);
     EXPECT_EQ(exchanged(link), 201);
     EXPECT_EQ(exchanged(link), 401); // A link works once.
+    EXPECT_NE(desktop.run({"sh", "-c", listByMcp()}, 30).find("desktop_see"), std::string::npos)
+        << listByMcp();
+    EXPECT_EQ(said().find(apiKey()), std::string::npos);
 
     endByCtrlC();
 }

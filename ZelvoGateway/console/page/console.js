@@ -2,6 +2,7 @@
 
 import { $, call, element } from "/page/gateway.js";
 import { Input } from "/page/input.js";
+import { offerMcp } from "/page/mcp.js";
 import { Screen } from "/page/screen.js";
 import { requireSession } from "/page/session.js";
 
@@ -199,4 +200,5 @@ async function refresh() {
 }
 
 await requireSession($("logout"));
+offerMcp($("mcpOpen"), error => say(error.message));
 refresh();
