@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/api/CommandApi.h"
 #include "ZelvoGateway/api/MachineApi.h"
+#include "ZelvoGateway/api/OpenApi.h"
 #include "ZelvoGateway/api/PlatformApi.h"
 #include "ZelvoGateway/api/RecordingApi.h"
 #include "ZelvoGateway/api/WebhookApi.h"
@@ -117,6 +118,7 @@ private:
     DesktopMcpHost mcpHost;
     McpEndpoint mcp;
     Routes routes;
+    OpenApi openApi;
     HttpServer http;
     TaskHandle maintenance;
     boost::signals2::scoped_connection revocations;
@@ -168,7 +170,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
            .memory = memory,
            .executor = io.get_executor(),
            .workers = workers.get_executor()}),
-      routes(access),
+      routes(access), openApi(access, routes, settings.limits, ZELVO_VERSION),
       http(io,
            {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
 {
@@ -206,6 +208,7 @@ void Server::Parts::addRoutes()
     routes.add(commandApi.routes());
     routes.add(recordingApi.routes());
     routes.add(webhookApi.routes());
+    routes.add(openApi.routes());
 }
 
 std::string Server::Parts::address() const

@@ -1,6 +1,7 @@
 #include "ZelvoGateway/api/CommandApi.h"
 
 #include "ZelvoGateway/api/CommandBody.h"
+#include "ZelvoGateway/api/MethodSchemas.h"
 #include "ZelvoGateway/base/JsonWork.h"
 #include "base/DateText.h"
 
@@ -28,9 +29,30 @@ std::vector<Route> CommandApi::routes()
 {
     std::vector<std::string_view> const all{"v1", "connections", "*", "commands"};
     std::vector<std::string_view> const one{"v1", "connections", "*", "commands", "*"};
-    return {endpoints.platform("POST", all, limits.commandBody, *this, &CommandApi::handleRun),
-            endpoints.platform("GET", one, limits.smallBody, *this, &CommandApi::handleState),
-            endpoints.platform("DELETE", one, limits.smallBody, *this, &CommandApi::handleCancel)};
+    MethodSchemas const methods = methodSchemas();
+    Describe const run =
+        Describe("runCommand", "Runs a command on a machine, or queues it")
+            .at({"connectionId"})
+            .takes(methods.body, methods.schemas)
+            .gives("The command's result", methods.result)
+            .gives<records::QueuedCommand>("The command was queued", 202)
+            .fails({ErrorCode::notFound, ErrorCode::agentPaused, ErrorCode::appNotFrontmost,
+                    ErrorCode::confirmationTimeout, ErrorCode::deniedByUser, ErrorCode::hiddenAppActive,
+                    ErrorCode::machineBusy, ErrorCode::machineOffline, ErrorCode::machinePaused,
+                    ErrorCode::machineUnavailable, ErrorCode::permissionMissing, ErrorCode::scopeDenied,
+                    ErrorCode::snapshotExpired, ErrorCode::timeout, ErrorCode::zelvoUIProtected});
+    Describe const state = Describe("getCommand", "Shows a queued command, with its result once it has ended")
+                               .at({"connectionId", "commandId"})
+                               .gives<records::QueuedCommand>("The command")
+                               .fails({ErrorCode::notFound});
+    Describe const cancel = Describe("cancelCommand", "Cancels a queued command that has not begun")
+                                .at({"connectionId", "commandId"})
+                                .gives<records::QueuedCommand>("The cancelled command")
+                                .fails({ErrorCode::notFound})
+                                .conflicts();
+    return {endpoints.platform("POST", all, limits.commandBody, *this, &CommandApi::handleRun, run),
+            endpoints.platform("GET", one, limits.smallBody, *this, &CommandApi::handleState, state),
+            endpoints.platform("DELETE", one, limits.smallBody, *this, &CommandApi::handleCancel, cancel)};
 }
 
 Task<HttpResponse> CommandApi::handleRun(HttpRequest request, PathIds ids)

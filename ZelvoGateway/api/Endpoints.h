@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/api/Describe.h"
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/http/AccessControl.h"
 #include "ZelvoGateway/http/HttpError.h"
@@ -32,6 +33,20 @@ public:
     {
         Check check = [this](HttpRequest const& head) { access.assertPlatform(head); };
         return route(method, std::move(pattern), maxBody, std::move(check), bound(api, handler));
+    }
+
+    /// The same, with what it does.
+    template <class Api>
+    Route platform(std::string_view method,
+                   std::vector<std::string_view> pattern,
+                   std::size_t maxBody,
+                   Api& api,
+                   Method<Api> handler,
+                   Describe const& description) const
+    {
+        Route route = platform(method, std::move(pattern), maxBody, api, handler);
+        route.operation = description.done();
+        return route;
     }
 
     /// For everybody: the request carries its own credential.

@@ -3,6 +3,7 @@
 #include "ZelvoGateway/api/Lists.h"
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/control/MachineView.h"
+#include "wire/records/SystemCommands.h"
 
 namespace zelvo::service {
 
@@ -10,22 +11,73 @@ std::vector<Route> PlatformApi::routes()
 {
     std::size_t const body = limits.smallBody;
     auto const route = [&](std::string_view method, std::vector<std::string_view> pattern,
-                           Endpoints::Method<PlatformApi> handler) {
-        return endpoints.platform(method, std::move(pattern), body, *this, handler);
+                           Endpoints::Method<PlatformApi> handler, Describe const& description) {
+        return endpoints.platform(method, std::move(pattern), body, *this, handler, description);
     };
-    return {route("POST", {"v1", "end-users"}, &PlatformApi::handleAddEndUser),
-            route("GET", {"v1", "end-users"}, &PlatformApi::handleEndUsers),
-            route("GET", {"v1", "end-users", "*"}, &PlatformApi::handleEndUser),
-            route("POST", {"v1", "link-sessions"}, &PlatformApi::handleAddLinkSession),
-            route("GET", {"v1", "link-sessions"}, &PlatformApi::handleLinkSessions),
-            route("GET", {"v1", "link-sessions", "*"}, &PlatformApi::handleLinkSession),
-            route("GET", {"v1", "connections"}, &PlatformApi::handleConnections),
-            route("GET", {"v1", "connections", "*"}, &PlatformApi::handleConnection),
-            route("DELETE", {"v1", "connections", "*"}, &PlatformApi::handleRevoke),
-            route("GET", {"v1", "machines"}, &PlatformApi::handleMachines),
-            route("GET", {"v1", "machines", "*"}, &PlatformApi::handleMachine),
-            route("DELETE", {"v1", "machines", "*"}, &PlatformApi::handleRemoveMachine),
-            route("POST", {"v1", "cloud-machines"}, &PlatformApi::handleCloudMachines)};
+    std::vector<ErrorCode> const unknown{ErrorCode::notFound};
+    json::object const cloudMachine{
+        {"type", "object"},
+        {"properties", {{"endUserId", {{"type", "string"}, {"description", "\"local\" if it is missing"}}}}}};
+    return {
+        route("POST", {"v1", "end-users"}, &PlatformApi::handleAddEndUser,
+              Describe("addEndUser", "Adds an end user, or updates the one with the same externalId")
+                  .takes<records::CreateEndUserRequest>()
+                  .gives<records::EndUser>("The end user", 201)),
+        route("GET", {"v1", "end-users"}, &PlatformApi::handleEndUsers,
+              Describe("listEndUsers", "Lists end users, newest first")
+                  .listed({{"externalId", "Only the end user with this external id"}})
+                  .gives<records::EndUserList>("A page")),
+        route("GET", {"v1", "end-users", "*"}, &PlatformApi::handleEndUser,
+              Describe("getEndUser", "Shows an end user")
+                  .at({"endUserId"})
+                  .gives<records::EndUser>("The end user")
+                  .fails(unknown)),
+        route("POST", {"v1", "link-sessions"}, &PlatformApi::handleAddLinkSession,
+              Describe("addLinkSession", "Makes a link for a person, which works once")
+                  .takes<records::CreateLinkSessionRequest>()
+                  .gives<records::LinkSession>("The link and its code", 201)),
+        route("GET", {"v1", "link-sessions"}, &PlatformApi::handleLinkSessions,
+              Describe("listLinkSessions", "Lists link sessions, newest first")
+                  .listed({{"endUserId", "Only those of this end user"}})
+                  .gives<records::LinkSessionList>("A page")),
+        route("GET", {"v1", "link-sessions", "*"}, &PlatformApi::handleLinkSession,
+              Describe("getLinkSession", "Shows what became of a link")
+                  .at({"linkSessionId"})
+                  .gives<records::LinkSessionState>("The link session")
+                  .fails(unknown)),
+        route("GET", {"v1", "connections"}, &PlatformApi::handleConnections,
+              Describe("listConnections", "Lists connections, newest first, the revoked ones too")
+                  .listed({{"endUserId", "Only those of this end user"},
+                           {"machineId", "Only those of this machine"}})
+                  .gives<records::ConnectionList>("A page")),
+        route("GET", {"v1", "connections", "*"}, &PlatformApi::handleConnection,
+              Describe("getConnection", "Shows a connection and its machine")
+                  .at({"connectionId"})
+                  .gives<records::Connection>("The connection")
+                  .fails(unknown)),
+        route("DELETE", {"v1", "connections", "*"}, &PlatformApi::handleRevoke,
+              Describe("revokeConnection", "Ends a connection for good")
+                  .at({"connectionId"})
+                  .gives<records::Connection>("The revoked connection")
+                  .fails(unknown)),
+        route("GET", {"v1", "machines"}, &PlatformApi::handleMachines,
+              Describe("listMachines", "Lists machines, newest first")
+                  .listed()
+                  .gives<records::MachineList>("A page")),
+        route("GET", {"v1", "machines", "*"}, &PlatformApi::handleMachine,
+              Describe("getMachine", "Shows a machine")
+                  .at({"machineId"})
+                  .gives<records::Machine>("The machine")
+                  .fails(unknown)),
+        route("DELETE", {"v1", "machines", "*"}, &PlatformApi::handleRemoveMachine,
+              Describe("removeMachine", "Forgets a machine and everything that belongs to it")
+                  .at({"machineId"})
+                  .gives<records::Done>("Done")
+                  .fails(unknown)),
+        route("POST", {"v1", "cloud-machines"}, &PlatformApi::handleCloudMachines,
+              Describe("addCloudMachine", "Makes the token and the connection of an unattended machine")
+                  .takes(cloudMachine, {}, true)
+                  .gives<records::ProvisionedMachine>("The machine; its token is never shown again", 201))};
 }
 
 Task<HttpResponse> PlatformApi::handleAddEndUser(HttpRequest request, PathIds)
@@ -103,7 +155,7 @@ Task<HttpResponse> PlatformApi::handleRemoveMachine(HttpRequest request, PathIds
 {
     Caller caller = access.callerOf(request);
     co_await connections.removeMachine(std::move(caller), std::move(ids.front()));
-    co_return jsonResponse(200, json::object{{"ok", true}});
+    co_return jsonResponse(200, records::toJson(records::Done()));
 }
 
 Task<HttpResponse> PlatformApi::handleCloudMachines(HttpRequest request, PathIds)
@@ -111,9 +163,10 @@ Task<HttpResponse> PlatformApi::handleCloudMachines(HttpRequest request, PathIds
     json::object const wanted = request.body.empty() ? json::object() : objectOf(request.body);
     auto const made =
         links.provision(access.callerOf(request), read::text(wanted, "endUserId").value_or("local"));
-    co_return jsonResponse(201, json::object{{"machineId", made.machine.machineId},
-                                             {"machineToken", made.machine.token},
-                                             {"connectionId", made.connectionId}});
+    records::ProvisionedMachine record{.connectionId = made.connectionId,
+                                       .machineId = made.machine.machineId,
+                                       .machineToken = made.machine.token};
+    co_return jsonResponse(201, records::toJson(std::move(record)));
 }
 
 } // namespace zelvo::service

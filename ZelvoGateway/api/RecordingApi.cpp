@@ -3,7 +3,7 @@
 #include "ZelvoGateway/api/Lists.h"
 #include "ZelvoGateway/http/RangeResponse.h"
 #include "base/DateText.h"
-#include "wire/records/ServiceHistory.h"
+#include "wire/records/ServiceLists.h"
 
 namespace zelvo::service {
 
@@ -55,9 +55,22 @@ std::vector<Route> RecordingApi::routes()
     std::size_t const body = settings.limits.smallBody;
     std::vector<std::string_view> const one{"v1", "recordings", "*"};
     std::vector<std::string_view> const bytes{"films", "*"};
-    return {endpoints.platform("GET", {"v1", "recordings"}, body, *this, &RecordingApi::handleList),
-            endpoints.platform("GET", one, body, *this, &RecordingApi::handleRecording),
-            endpoints.platform("DELETE", one, body, *this, &RecordingApi::handleRemove),
+    Describe const list = Describe("listRecordings", "Lists recordings, newest first")
+                              .listed({{"connectionId", "Only those of this connection"}})
+                              .gives<records::RecordingList>("A page")
+                              .fails({ErrorCode::notFound});
+    Describe const show = Describe("getRecording", "Shows a recording, with a fresh address")
+                              .at({"recordingId"})
+                              .gives<records::Recording>("The recording")
+                              .fails({ErrorCode::notFound});
+    Describe const remove = Describe("removeRecording", "Deletes a recording for good")
+                                .at({"recordingId"})
+                                .gives<records::Recording>("The deleted recording")
+                                .fails({ErrorCode::notFound})
+                                .conflicts();
+    return {endpoints.platform("GET", {"v1", "recordings"}, body, *this, &RecordingApi::handleList, list),
+            endpoints.platform("GET", one, body, *this, &RecordingApi::handleRecording, show),
+            endpoints.platform("DELETE", one, body, *this, &RecordingApi::handleRemove, remove),
             endpoints.open("GET", bytes, settings.limits.linkBody, *this, &RecordingApi::handleBytes),
             endpoints.open("HEAD", bytes, settings.limits.linkBody, *this, &RecordingApi::handleBytes)};
 }
@@ -73,14 +86,10 @@ Task<HttpResponse> RecordingApi::handleList(HttpRequest request, PathIds)
     std::string const address = access.addressFor(request);
     Caller const caller = access.callerOf(request);
     RecordingPage const page = library.list(caller, queryIn(request), addressTime(caller));
-    json::object answer;
-    if (page.nextBefore)
-        answer["nextBefore"] = *page.nextBefore;
-    json::array data;
+    records::RecordingList answer{.nextBefore = page.nextBefore};
     for (ListedRecording const& each : page.recordings)
-        data.push_back(records::toJson(recordOf(each, address)));
-    answer["data"] = std::move(data);
-    co_return jsonResponse(200, answer);
+        answer.data.push_back(recordOf(each, address));
+    co_return jsonResponse(200, records::toJson(std::move(answer)));
 }
 
 Task<HttpResponse> RecordingApi::handleRecording(HttpRequest request, PathIds ids)

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/api/Lists.h"
 #include "base/DateText.h"
+#include "wire/records/SystemCommands.h"
 
 namespace zelvo::service {
 
@@ -49,23 +50,60 @@ std::vector<Route> WebhookApi::routes()
 {
     std::size_t const body = limits.smallBody;
     auto const route = [&](std::string_view method, std::vector<std::string_view> pattern,
-                           Endpoints::Method<WebhookApi> handler) {
+                           Endpoints::Method<WebhookApi> handler, Describe const& description) {
         auto const check = [this](HttpRequest const& head) {
             access.assertPlatform(head);
             if (!access.callerOf(head).reach.all)
                 throw Failure{.code = ErrorCode::forbidden,
                               .message = "Webhooks need a key that reaches every connection"};
         };
-        return endpoints.route(method, std::move(pattern), body, check, Endpoints::bound(*this, handler));
+        Route made =
+            endpoints.route(method, std::move(pattern), body, check, Endpoints::bound(*this, handler));
+        made.operation = description.done();
+        return made;
     };
-    return {route("POST", {"v1", "webhooks"}, &WebhookApi::handleAdd),
-            route("GET", {"v1", "webhooks"}, &WebhookApi::handleList),
-            route("GET", {"v1", "webhooks", "*"}, &WebhookApi::handleWebhook),
-            route("DELETE", {"v1", "webhooks", "*"}, &WebhookApi::handleRemove),
-            route("POST", {"v1", "webhooks", "*", "secret"}, &WebhookApi::handleRotate),
-            route("POST", {"v1", "webhooks", "*", "enable"}, &WebhookApi::handleEnable),
-            route("GET", {"v1", "webhooks", "*", "deliveries"}, &WebhookApi::handleDeliveries),
-            route("POST", {"v1", "webhooks", "*", "deliveries", "*", "send"}, &WebhookApi::handleSendAgain)};
+    std::vector<ErrorCode> const unknown{ErrorCode::notFound};
+    return {route("POST", {"v1", "webhooks"}, &WebhookApi::handleAdd,
+                  Describe("addWebhook", "Makes a webhook")
+                      .takes<records::CreateWebhookRequest>()
+                      .gives<records::Webhook>("The webhook; its secret is never shown again", 201)
+                      .conflicts()),
+            route("GET", {"v1", "webhooks"}, &WebhookApi::handleList,
+                  Describe("listWebhooks", "Lists webhooks, newest first")
+                      .listed()
+                      .gives<records::WebhookList>("A page")),
+            route("GET", {"v1", "webhooks", "*"}, &WebhookApi::handleWebhook,
+                  Describe("getWebhook", "Shows a webhook without its secret")
+                      .at({"webhookId"})
+                      .gives<records::Webhook>("The webhook")
+                      .fails(unknown)),
+            route("DELETE", {"v1", "webhooks", "*"}, &WebhookApi::handleRemove,
+                  Describe("removeWebhook", "Removes a webhook and everything that waits for it")
+                      .at({"webhookId"})
+                      .gives<records::Done>("Done")
+                      .fails(unknown)),
+            route("POST", {"v1", "webhooks", "*", "secret"}, &WebhookApi::handleRotate,
+                  Describe("replaceWebhookSecret", "Replaces the secret; for a day both sign")
+                      .at({"webhookId"})
+                      .gives<records::WebhookSecret>("The new secret")
+                      .fails(unknown)),
+            route("POST", {"v1", "webhooks", "*", "enable"}, &WebhookApi::handleEnable,
+                  Describe("enableWebhook", "Sends to a disabled webhook again")
+                      .at({"webhookId"})
+                      .gives<records::Webhook>("The webhook")
+                      .fails(unknown)),
+            route("GET", {"v1", "webhooks", "*", "deliveries"}, &WebhookApi::handleDeliveries,
+                  Describe("listDeliveries", "Lists what was sent to a webhook, newest first")
+                      .at({"webhookId"})
+                      .listed()
+                      .gives<records::WebhookDeliveryList>("A page")
+                      .fails(unknown)),
+            route("POST", {"v1", "webhooks", "*", "deliveries", "*", "send"}, &WebhookApi::handleSendAgain,
+                  Describe("sendDeliveryAgain", "Sends the event of a delivery once more")
+                      .at({"webhookId", "deliveryId"})
+                      .gives<records::WebhookDelivery>("The delivery")
+                      .fails(unknown)
+                      .conflicts())};
 }
 
 Task<HttpResponse> WebhookApi::handleAdd(HttpRequest request, PathIds)
@@ -89,7 +127,7 @@ Task<HttpResponse> WebhookApi::handleWebhook(HttpRequest, PathIds ids)
 Task<HttpResponse> WebhookApi::handleRemove(HttpRequest, PathIds ids)
 {
     webhooks.remove(ids.front());
-    co_return jsonResponse(200, json::object{{"ok", true}});
+    co_return jsonResponse(200, records::toJson(records::Done()));
 }
 
 Task<HttpResponse> WebhookApi::handleRotate(HttpRequest, PathIds ids)

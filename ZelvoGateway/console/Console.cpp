@@ -67,6 +67,7 @@ std::vector<Route> Console::routes()
         page({}, consolePage),
         page({"recordings"}, recordingsPage),
         page({"api-keys"}, apiKeysPage),
+        page({"docs"}, docsPage),
         page({"open"}, openPage),
         page({"locked"}, lockedPage),
         route("GET", {"page", "*"}, open,

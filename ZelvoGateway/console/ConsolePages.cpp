@@ -8,6 +8,9 @@ namespace zelvo {
 
 extern EmbeddedFile const embedded_console_html;
 extern EmbeddedFile const embedded_console_locked_html;
+extern EmbeddedFile const embedded_console_docs_html;
+extern EmbeddedFile const embedded_console_docs_css;
+extern EmbeddedFile const embedded_console_docs_js;
 extern EmbeddedFile const embedded_console_link_html;
 extern EmbeddedFile const embedded_console_link_css;
 extern EmbeddedFile const embedded_console_link_js;
@@ -41,9 +44,11 @@ struct File {
 constexpr char const* style = "text/css; charset=utf-8";
 constexpr char const* script = "text/javascript; charset=utf-8";
 
-std::array<File, 15> const files = {{{"console.css", embedded_console_css, style},
+std::array<File, 17> const files = {{{"console.css", embedded_console_css, style},
                                      {"recordings.css", embedded_console_recordings_css, style},
                                      {"recordings.js", embedded_console_recordings_js, script},
+                                     {"docs.css", embedded_console_docs_css, style},
+                                     {"docs.js", embedded_console_docs_js, script},
                                      {"link.css", embedded_console_link_css, style},
                                      {"link.js", embedded_console_link_js, script},
                                      {"api-keys.css", embedded_console_api_keys_css, style},
@@ -77,6 +82,11 @@ HttpResponse recordingsPage()
 HttpResponse apiKeysPage()
 {
     return page(embedded_console_api_keys_html);
+}
+
+HttpResponse docsPage()
+{
+    return page(embedded_console_docs_html);
 }
 
 HttpResponse lockedPage()

@@ -17,6 +17,8 @@ HttpResponse consolePage();
 HttpResponse recordingsPage();
 /// The page of API keys.
 HttpResponse apiKeysPage();
+/// The page that shows the API.
+HttpResponse docsPage();
 /// The page that explains how to get in.
 HttpResponse lockedPage();
 /// The page behind a one-time link, which begins a session and leads on to the console.

@@ -7,8 +7,6 @@
 
 namespace zelvo::service {
 
-namespace {
-
 int statusOf(ErrorCode code)
 {
     switch (code) {
@@ -57,7 +55,9 @@ int statusOf(ErrorCode code)
     return 500;
 }
 
-int statusOf(Failure const& failure)
+namespace {
+
+int statusOfFailure(Failure const& failure)
 {
     switch (failure.kind) {
     case Failure::Kind::tooLarge:
@@ -92,7 +92,7 @@ HttpError internalError(std::exception const& error)
 
 HttpError httpErrorOf(Failure const& failure)
 {
-    return {.status = statusOf(failure),
+    return {.status = statusOfFailure(failure),
             .code = failure.code,
             .message = failure.message,
             .details = failure.details,

@@ -28,6 +28,9 @@ HttpError internalError(std::exception const& error);
 /// What a service's failure is in HTTP. Only api, console and mcp use it.
 HttpError httpErrorOf(Failure const& failure);
 
+/// The status of an error that has this code.
+int statusOf(ErrorCode code);
+
 /// The APIError record.
 HttpResponse errorResponse(HttpError const& error);
 

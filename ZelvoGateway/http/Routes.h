@@ -3,6 +3,7 @@
 #include "ZelvoGateway/http/AccessControl.h"
 #include "ZelvoGateway/http/BodySink.h"
 #include "ZelvoGateway/http/HttpMessage.h"
+#include "ZelvoGateway/http/Operation.h"
 #include "base/Task.h"
 
 #include <functional>
@@ -33,6 +34,8 @@ struct Route {
     std::function<std::shared_ptr<BodySink>(HttpRequest const& head, PathIds const& ids)> receive = {};
     /// Beside `answer`: admits a WebSocket.
     std::function<Upgrade(HttpRequest const& head)> upgrade = {};
+    std::shared_ptr<Operation const> operation =
+        {};                     ///< what it does, for callers; null if it is not for them
     bool isForMachines = false; ///< `assertAccess` has checked the token of a machine
 };
 
@@ -50,6 +53,7 @@ public:
 
     /// Before the server runs.
     void add(std::vector<Route> const& routes);
+    std::vector<Route> const& list() const { return all; }
     /// Finds the route of a request, and refuses a caller that may not use it. Throws HttpError.
     Admission admit(HttpRequest const& head) const;
 

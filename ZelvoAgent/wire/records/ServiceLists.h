@@ -1,6 +1,7 @@
 #pragma once
 
 #include "wire/AgentMode.h"
+#include "wire/records/ServiceHistory.h"
 #include "wire/records/ServiceLinking.h"
 #include "wire/records/ServiceMachines.h"
 
@@ -8,8 +9,8 @@
 #include <string>
 #include <vector>
 
-/// The records of the wire: lists of the service, newest first, and what only lists show. "nextBefore" is set
-/// if there are older entries; it is the "before" of the next page.
+/// The records of the wire: lists of the service, newest first, and what only the service shows. "nextBefore"
+/// is set if there are older entries; it is the "before" of the next page.
 namespace zelvo::records {
 
 enum class LinkSessionStatus { completed, expired, open };
@@ -53,6 +54,15 @@ struct MachineEntry {
 };
 BOOST_DESCRIBE_STRUCT(MachineEntry, (), (createdAt, id, kind, machine))
 
+/// An unattended machine. This is the only record that shows its token.
+struct ProvisionedMachine {
+    std::string connectionId;
+    std::string machineId;
+    std::string machineToken;
+    bool operator==(ProvisionedMachine const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(ProvisionedMachine, (), (connectionId, machineId, machineToken))
+
 struct MachineList {
     std::vector<MachineEntry> data;
     std::optional<std::string> nextBefore;
@@ -73,6 +83,13 @@ struct EndUserList {
     bool operator==(EndUserList const&) const = default;
 };
 BOOST_DESCRIBE_STRUCT(EndUserList, (), (data, nextBefore))
+
+struct RecordingList {
+    std::vector<Recording> data;
+    std::optional<std::string> nextBefore;
+    bool operator==(RecordingList const&) const = default;
+};
+BOOST_DESCRIBE_STRUCT(RecordingList, (), (data, nextBefore))
 
 struct LinkSessionList {
     std::vector<LinkSessionState> data;

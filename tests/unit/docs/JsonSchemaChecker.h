@@ -40,8 +40,8 @@ private:
             fault(where, "is not " + writeJson(rule));
         else if (key == "enum" && std::ranges::find(rule.as_array(), value) == rule.as_array().end())
             fault(where, "is none of " + writeJson(rule));
-        else if (key == "oneOf")
-            applyOneOf(rule.as_array(), place, value, where);
+        else if (key == "oneOf" || key == "anyOf")
+            applyChoice(key, rule.as_array(), place, value, where);
         else if (value.is_object())
             applyToObject(key, rule, place, value.get_object(), where);
         else if (value.is_array())
@@ -53,18 +53,20 @@ private:
             fault(where, "is too short");
     }
 
-    void applyOneOf(json::array const& rules,
-                    JsonSchemas::Place const& place,
-                    json::value const& value,
-                    std::string const& where)
+    void applyChoice(std::string_view key,
+                     json::array const& rules,
+                     JsonSchemas::Place const& place,
+                     json::value const& value,
+                     std::string const& where)
     {
         auto const fits = [&](json::value const& rule) {
             JsonSchemaChecker branch(schemas);
             branch.check({place.file, &rule.as_object()}, value, where);
             return branch.faults.empty();
         };
-        if (std::ranges::count_if(rules, fits) != 1)
-            fault(where, "does not fit exactly one of " + std::to_string(rules.size()));
+        auto const count = std::ranges::count_if(rules, fits);
+        if (count == 0 || (key == "oneOf" && count != 1))
+            fault(where, "fits " + std::to_string(count) + " of " + std::to_string(rules.size()));
     }
 
     void applyToObject(std::string_view key,

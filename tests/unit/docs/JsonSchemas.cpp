@@ -23,8 +23,8 @@ public:
         static std::set<std::string, std::less<>> const known = {
             "$schema",     "$id",      "$defs",      "$ref",     "title",
             "description", "type",     "properties", "required", "additionalProperties",
-            "items",       "enum",     "const",      "oneOf",    "minimum",
-            "maximum",     "minItems", "minLength"};
+            "items",       "enum",     "const",      "oneOf",    "anyOf",
+            "minimum",     "maximum",  "minItems",   "minLength"};
         for (auto const& [key, rule] : *place.schema) {
             if (!known.contains(std::string_view(key)))
                 throw std::runtime_error(name + ": unknown keyword " + std::string(key));
@@ -51,7 +51,7 @@ private:
             }
         else if (key == "items" || (key == "additionalProperties" && rule.is_object()))
             audit(name + (key == "items" ? "[]" : ".*"), {file, &rule.as_object()});
-        else if (key == "oneOf")
+        else if (key == "oneOf" || key == "anyOf")
             for (json::value const& schema : rule.as_array())
                 audit(name, {file, &schema.as_object()});
     }
