@@ -5,6 +5,7 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "gateway/support/FakeConnectedMachine.h"
+#include "gateway/support/FakeKeyRing.h"
 #include "gateway/support/FakeMachineDirectory.h"
 #include "gateway/support/FakeRecordingFiles.h"
 #include "gateway/support/Gateway.h"
@@ -71,10 +72,11 @@ protected:
     std::shared_ptr<FakeRecordingFiles> files = std::make_shared<FakeRecordingFiles>();
     ApiKey key = ApiKey::loadOrMake(DataFolder(folder.path / "data"));
     RecordingIntake intake{store, files, settings, clock, io.get_executor()};
-    RecordingLibrary library{store, files, key, settings, clock, io.get_executor()};
+    FakeKeyRing keys;
+    RecordingLibrary library{store, files, key, keys, settings, clock, io.get_executor()};
     ConnectionService connections{store,  directory, control,  queue,
                                   intake, library,   settings, io.get_executor()};
-    CommandService commands{store, directory, control, queue, settings, clock, io.get_executor()};
+    CommandService commands{store, directory, control, queue, keys, settings, clock, io.get_executor()};
     std::map<std::string, std::string> machines; // by connection
 };
 
