@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 namespace zelvo::service {
 
 /// A server on a clock that the test advances, and a client of it.
@@ -34,16 +37,27 @@ protected:
         return connection;
     }
 
-    static std::string holdBody(std::string const& id = "1", std::string const& ms = "5000")
+    static std::string holdBody(std::string const& id = "1", std::string const& ms = "60000")
     {
         return McpHttpClient::message(id, "tools/call",
                                       "{" + McpHttpClient::callParams("hold", R"({"n":)" + ms + "}") + "}");
     }
-    std::string modernHold(std::string const& ms = "5000") const
+    std::string modernHold(std::string const& ms = "60000") const
     {
         std::string const params = McpHttpClient::callParams("hold", R"({"n":)" + ms + "}");
         return client.bytes("POST", McpHttpClient::modernBody("tools/call", params),
                             McpHttpClient::modernHeaders("tools/call", "hold"));
+    }
+
+    /// Waits until the answer to a call that takes long begins; returns its head.
+    std::string headOf(RawConnection const& connection)
+    {
+        return readWhileTimePasses(connection, "\r\n\r\n", std::chrono::milliseconds(50));
+    }
+    /// Lets every call of "hold" end.
+    void endHolding()
+    {
+        EXPECT_TRUE(afterSteps(5s, [&] { return host.open == 0; }));
     }
 
     /// The text of the first content of a result.
@@ -56,6 +70,19 @@ protected:
     {
         return writeJson(answer.json().at("error").at("code"));
     }
+
+    /// Advances the clock in steps until a condition holds.
+    bool afterSteps(Duration step, std::function<bool()> const& condition)
+    {
+        return becomes([&] {
+            clock.advance(step);
+            return condition();
+        });
+    }
+
+    /// Reads until a text is there, on a separate thread, while the clock advances: what the server waits for
+    /// may begin only after the test has looked.
+    std::string readWhileTimePasses(RawConnection const& connection, std::string const& end, Duration step);
 
 private:
     McpTestOptions onClock(McpTestOptions options)
@@ -75,6 +102,20 @@ inline std::string readUntil(RawConnection const& connection, std::string_view e
             return all;
         all += piece;
     }
+    return all;
+}
+
+inline std::string
+McpHttpFixture::readWhileTimePasses(RawConnection const& connection, std::string const& end, Duration step)
+{
+    std::string all;
+    std::atomic<bool> isRead = false;
+    std::thread reader([&] {
+        all = readUntil(connection, end);
+        isRead = true;
+    });
+    EXPECT_TRUE(afterSteps(step, [&] { return isRead.load(); }));
+    reader.join();
     return all;
 }
 
