@@ -25,6 +25,7 @@ int runCommand(std::span<char const* const> arguments)
         break;
     case Command::mcp:
         serveMcpClient(flags);
+        break;
     case Command::keys:
         manageKeys(flags, std::cout);
         break;
