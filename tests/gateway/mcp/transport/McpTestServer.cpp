@@ -1,9 +1,9 @@
 #include "gateway/mcp/transport/McpTestServer.h"
 
 #include "ZelvoGateway/base/ServerClock.h"
-#include "ZelvoGateway/http/HttpError.h"
 #include "ZelvoGateway/http/HttpServer.h"
 #include "ZelvoGateway/mcp/transport/McpEndpoint.h"
+#include "gateway/support/FakeKeyRing.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
@@ -27,19 +27,15 @@ struct McpTestServer::Parts {
                     .workers = workers.get_executor()}),
           http(io, {.limits = limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
     {
+        for (std::string const key : {"key-a", "key-b"})
+            keys.callers[key] = {.keyId = key, .name = key, .reach = {.all = true}};
         routes.add(endpoint.routes());
         http.listen("127.0.0.1", options.port);
     }
 
     Caller callerOf(HttpRequest const& head) const
     {
-        if (!options.needsKey)
-            return {.keyId = "tester"};
-        std::string const authorization = head.header("authorization");
-        for (std::string const known : {"key-a", "key-b"})
-            if (authorization == "Bearer " + known)
-                return {.keyId = known};
-        throw HttpError{.status = 401, .code = ErrorCode::unauthorized, .message = "wrong key"};
+        return options.needsKey ? access.callerOf(head) : Caller{.keyId = "tester"};
     }
 
     void run()
@@ -57,11 +53,13 @@ struct McpTestServer::Parts {
     asio::thread_pool workers{2};
     ServerClock ownClock{io.get_executor()};
     Clock& clock;
-    ApiKey key{"key-a"};
+    FakeKeyRing keys;
     std::string publicUrl;
     ConsoleTimes times;
     ConsoleSessions sessions{clock, times};
-    AccessControl access{key, publicUrl, sessions};
+    AttemptRules attempts;
+    AttemptLimiter wrongKeys{clock, attempts};
+    AccessControl access{keys, publicUrl, sessions, wrongKeys};
     McpEndpoint endpoint;
     Routes routes{access};
     HttpServer http;
