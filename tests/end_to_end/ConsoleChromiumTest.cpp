@@ -33,6 +33,7 @@ server.serve_forever()
 /// Prints the clipboard's text.
 constexpr char const* clipboard = R"(
 import gi
+gi.require_version("Gdk", "3.0")
 gi.require_version("Gtk", "3.0")
 from gi.repository import Gdk, Gtk
 print(Gtk.Clipboard.get(Gdk.SELECTION_CLIPBOARD).wait_for_text() or "")
@@ -91,14 +92,15 @@ TEST_F(ConsoleInABrowser, copiesTheConfigurationOfAnMcpClient)
     ASSERT_TRUE(becomesOpen("Zelvo console"));
     ASSERT_TRUE(staysOpen("Zelvo console"));
 
-    // The two pages, "Log out", then the button that opens the dialog.
-    for (char const* const key : {"Tab", "Tab", "Tab", "Tab", "Return"})
+    // The three pages, "Log out", then the button that opens the dialog.
+    for (char const* const key : {"Tab", "Tab", "Tab", "Tab", "Tab", "Return"})
         desktop.run({"xdotool", "key", key});
 
     EXPECT_TRUE(waitFor(
         [&] {
             desktop.run({"xdotool", "key", "Return"}); // The dialog's first button, once it is open.
-            return desktop.run({"python3", "-c", clipboard}, 30).find("\"mcpServers\"") != std::string::npos;
+            return desktop.run({"/usr/bin/python3", "-c", clipboard}, 30).find("\"mcpServers\"") !=
+                   std::string::npos;
         },
         20s));
 }
