@@ -38,9 +38,10 @@ std::vector<Route> CommandApi::routes()
             .gives<records::QueuedCommand>("The command was queued", 202)
             .fails({ErrorCode::notFound, ErrorCode::agentPaused, ErrorCode::appNotFrontmost,
                     ErrorCode::confirmationTimeout, ErrorCode::deniedByUser, ErrorCode::hiddenAppActive,
-                    ErrorCode::machineBusy, ErrorCode::machineOffline, ErrorCode::machinePaused,
-                    ErrorCode::machineUnavailable, ErrorCode::permissionMissing, ErrorCode::scopeDenied,
-                    ErrorCode::snapshotExpired, ErrorCode::timeout, ErrorCode::zelvoUIProtected});
+                    ErrorCode::internalError, ErrorCode::machineBusy, ErrorCode::machineOffline,
+                    ErrorCode::machinePaused, ErrorCode::machineUnavailable, ErrorCode::permissionMissing,
+                    ErrorCode::scopeDenied, ErrorCode::snapshotExpired, ErrorCode::timeout,
+                    ErrorCode::zelvoUIProtected});
     Describe const state = Describe("getCommand", "Shows a queued command, with its result once it has ended")
                                .at({"connectionId", "commandId"})
                                .gives<records::QueuedCommand>("The command")

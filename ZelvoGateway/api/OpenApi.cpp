@@ -52,23 +52,22 @@ json::array parametersOf(Operation const& operation)
 /// Errors by their status: several codes may share one.
 json::object errorAnswers(Operation const& operation)
 {
-    std::set<ErrorCode> codes(operation.errors.begin(), operation.errors.end());
+    std::map<int, std::set<std::string_view>> byStatus;
+    for (ErrorCode const code : operation.errors)
+        byStatus[statusOf(code)].insert(rawValue(code));
     if (operation.needsKey)
-        codes.insert(errorsOfAll.begin(), errorsOfAll.end());
-    std::map<int, std::string> byStatus;
-    for (ErrorCode const code : codes) {
-        // The machine's own failure is 502; the gateway's own is 500.
-        bool const isOwn = code == ErrorCode::internalError;
-        std::string& text = byStatus[isOwn ? 500 : statusOf(code)];
-        text += (text.empty() ? "" : ", ") + std::string(rawValue(code));
-    }
+        for (ErrorCode const code : errorsOfAll) // internal_error of the gateway is 500, of a machine 502.
+            byStatus[code == ErrorCode::internalError ? 500 : statusOf(code)].insert(rawValue(code));
     if (operation.mayConflict)
-        byStatus[409] +=
-            (byStatus[409].empty() ? "" : ", ") + std::string(rawValue(ErrorCode::invalidRequest));
+        byStatus[409].insert(rawValue(ErrorCode::invalidRequest));
     json::object answers;
-    for (auto const& [status, text] : byStatus)
+    for (auto const& [status, codes] : byStatus) {
+        std::string text;
+        for (std::string_view const code : codes)
+            text += (text.empty() ? "" : ", ") + std::string(code);
         answers[std::to_string(status)] = {{"description", text},
                                            {"content", content(schemaReference("APIError"))}};
+    }
     return answers;
 }
 

@@ -214,6 +214,8 @@ void OpenApiDocument::callCommands()
     EXPECT_EQ(walk.call("runCommand", {connection}, {{"method", "display.info"}}).status, 200);
     machine.onFrame([](json::object const&) { return errorOf("hidden_app_active", "It is hidden"); });
     EXPECT_EQ(walk.call("runCommand", {connection}, {{"method", "ui.tree"}}).status, 403);
+    machine.onFrame([](json::object const&) { return errorOf("internal_error", "It failed"); });
+    EXPECT_EQ(walk.call("runCommand", {connection}, {{"method", "ui.tree"}}).status, 502);
     walk.call("runCommand", {"none"}, {{"method", "display.info"}});
     machine.drop();
     ASSERT_TRUE(becomes(

@@ -182,6 +182,27 @@ TEST(Webhooks, areRefusedWhenTheyMakeNoSense)
     EXPECT_EQ(gateway.call("GET", "/v1/webhooks").status, 401);
 }
 
+// A webhook gets the events of every connection.
+TEST(Webhooks, areNotForKeysThatReachOnlySomeConnections)
+{
+    Gateway gateway;
+    std::string const path = "/v1/webhooks/" + textAt(addWebhook(gateway, "https://acme.example/"), "id");
+    Headers const page{gateway.consoleSession(), {"Origin", gateway.origin()}};
+    Answer const made = gateway.call("POST", "/console/keys", R"({"name":"Acme","endUsers":["ada"]})", page);
+    Headers const limited{{"Authorization", "Bearer " + textAt(made.json(), "text")}};
+
+    for (auto const& [method, target] :
+         {std::pair("POST", std::string("/v1/webhooks")), std::pair("GET", std::string("/v1/webhooks")),
+          std::pair("GET", path), std::pair("DELETE", path), std::pair("POST", path + "/secret"),
+          std::pair("POST", path + "/enable"), std::pair("GET", path + "/deliveries"),
+          std::pair("POST", path + "/deliveries/dlv_1/send")}) {
+        Answer const answer = gateway.call(method, target, R"({"url": "https://acme.example/"})", limited);
+        EXPECT_EQ(answer.status, 403) << method << target;
+        EXPECT_EQ(answer.errorCode(), "forbidden");
+    }
+    EXPECT_EQ(gateway.platform("GET", path).status, 200);
+}
+
 TEST(Webhooks, areNoMoreThanTwenty)
 {
     Gateway gateway;
