@@ -80,7 +80,7 @@ records::EndUser LinkService::addEndUser(Caller const& caller, records::CreateEn
                       .message = "\"externalId\" must have 1 to 256 bytes"};
     if (request.name.value_or("").size() > maxName || request.email.value_or("").size() > maxName)
         throw Failure{.code = ErrorCode::invalidRequest,
-                      .message = "\"name\" and \"email\" must have at most 256 bytes"};
+                      .message = R"("name" and "email" must have at most 256 bytes)"};
     if (!caller.reach.coversEndUser(request.externalId) &&
         endUsers(caller, {.limit = 1, .externalId = request.externalId}).rows.empty())
         throw notReached();
