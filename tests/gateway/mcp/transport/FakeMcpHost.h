@@ -21,11 +21,12 @@ public:
     std::atomic<int> open = 0;      ///< calls of "hold"
     std::atomic<int> cancelled = 0; ///< of them
     std::atomic<int> conversations = 0;
+    std::atomic<bool> isRevoked = false; ///< the connection "con_1"
 
     void assertReaches(McpTarget const& target) override
     {
         std::string const& connection = target.address.connection;
-        bool const isReached = connection.empty() || connection == "con_1" ||
+        bool const isReached = connection.empty() || (connection == "con_1" && !isRevoked) ||
                                (connection == "con_a" && target.caller.keyId == "key-a");
         if (!isReached)
             throw Failure{.code = ErrorCode::notFound, .message = "There is no such connection"};

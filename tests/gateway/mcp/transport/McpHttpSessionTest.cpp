@@ -249,6 +249,17 @@ TEST_F(McpHttpSessionTest, endsWithItsKey)
     EXPECT_EQ(statusIn(session), 404);
 }
 
+TEST_F(McpHttpSessionTest, isNotServedWithoutItsConnection)
+{
+    client.target = "/mcp/con_1";
+    std::string const session = client.initialize();
+    EXPECT_EQ(statusIn(session), 200);
+
+    host.isRevoked = true;
+
+    EXPECT_EQ(statusIn(session), 404);
+}
+
 class McpHttpCrowdTest : public McpHttpFixture {
 protected:
     McpHttpCrowdTest() : McpHttpFixture({.rules = {.maxRequests = 2}}) {}

@@ -149,6 +149,20 @@ TEST_F(McpStdioTest, servesOneConnectionWithSwitches)
     EXPECT_NE(three->errors().find("status 400"), std::string::npos);
 }
 
+TEST_F(McpStdioTest, endsWithItsConnection)
+{
+    auto const one = program({"--connection", "con_1"});
+    one->write(Client::handshake() + "\n" + call("1", "hold", R"({"n":3600000})"));
+    ASSERT_TRUE(isHolding());
+
+    host.isRevoked = true;
+    one->write(Client::message("2", "ping") + "\n");
+
+    EXPECT_EQ(one->wait(), 1);
+    EXPECT_NE(one->errors().find("the connection does not exist any more"), std::string::npos);
+    EXPECT_EQ(host.cancelled, 1);
+}
+
 TEST_F(McpStdioTest, saysWhyItCannotJoin)
 {
     auto const wrong = program({}, "wrong");

@@ -15,6 +15,8 @@ namespace zelvo::service {
 
 namespace {
 
+constexpr int stillRuns = 1000;
+
 struct Pipe {
     Pipe()
     {
@@ -123,7 +125,8 @@ std::string StdioProgram::readToEnd()
 
 std::string StdioProgram::errors()
 {
-    wait();
+    if (wait() == stillRuns)
+        return "It still runs.";
     std::array<char, 4096> room{};
     ssize_t const count = ::read(errorOutput, room.data(), room.size());
     return {room.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
@@ -133,7 +136,7 @@ int StdioProgram::wait()
 {
     int status = 0;
     if (!code && !becomes([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }))
-        return 1000;
+        return stillRuns;
     if (!code)
         code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return *code;
