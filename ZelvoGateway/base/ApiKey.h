@@ -7,9 +7,9 @@
 
 namespace zelvo::service {
 
-/// The built-in key, which reaches everything. The first start makes it and writes it to the file "api-key" in
-/// the data folder; "authorization.header" beside it holds the whole HTTP header, so that `curl -H @FILE` keeps
-/// the key out of the process list.
+/// The built-in key, which reaches everything. The first start makes it and writes it to the file "api-key"
+/// in the data folder; "authorization.header" beside it holds the whole HTTP header, so that `curl -H @FILE`
+/// keeps the key out of the process list.
 class ApiKey {
 public:
     static constexpr std::string_view id = "key_builtin"; ///< by which callers and events name this key

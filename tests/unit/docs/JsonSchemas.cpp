@@ -21,10 +21,10 @@ public:
     void audit(std::string const& name, JsonSchemas::Place const& place)
     {
         static std::set<std::string, std::less<>> const known = {
-            "$schema",     "$id",      "$defs",      "$ref",     "title",
-            "description", "type",     "properties", "required", "additionalProperties",
-            "items",       "enum",     "const",      "oneOf",    "anyOf",
-            "minimum",     "maximum",  "minItems",   "minLength"};
+            "$schema",     "$id",     "$defs",      "$ref",     "title",
+            "description", "type",    "properties", "required", "additionalProperties",
+            "items",       "enum",    "const",      "oneOf",    "anyOf",
+            "minimum",     "maximum", "minItems",   "minLength"};
         for (auto const& [key, rule] : *place.schema) {
             if (!known.contains(std::string_view(key)))
                 throw std::runtime_error(name + ": unknown keyword " + std::string(key));
