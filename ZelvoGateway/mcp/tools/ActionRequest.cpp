@@ -84,7 +84,7 @@ void assertComplete(ActionRequest const& action, json::object const& given, std:
 ActionRequest actionRequest(json::object const& given, std::size_t index)
 {
     auto const type = read::text(given, "type").value_or("");
-    auto const kind = std::ranges::find(kinds, type, [](auto const& row) { return row.first; });
+    auto const* const kind = std::ranges::find(kinds, type, [](auto const& row) { return row.first; });
     if (kind == kinds.end())
         throw refusal(index, "has an unknown type");
     ActionRequest action{.kind = kind->second,

@@ -48,10 +48,10 @@ public:
     ~CallTurns() = default;
 
     /// Waits for a turn.
-    /// place          what is shared, such as a key and a machine
+    /// name           what is shared, such as a key and a machine
     /// conversation   who asks
     /// Throws         ToolFailure: machineBusy if too many wait, or after maxWait
-    Task<Turn> take(std::string place, std::string conversation);
+    Task<Turn> take(std::string name, std::string conversation);
     /// Keys and machines with calls that run or wait.
     std::size_t places() const;
 

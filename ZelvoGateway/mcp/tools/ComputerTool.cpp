@@ -144,8 +144,8 @@ Task<McpToolResult> computer(MachineCallPtr call, json::object arguments)
         ScreenPicture picture = co_await pictureAfter(call, isZoomed ? steps.back().zoom : std::nullopt);
         answer.add("Picture of " + std::to_string(picture.pixels.width) + "x" +
                    std::to_string(picture.pixels.height) + " pixels: " +
-                   (isZoomed ? "only the region. Coordinates stay those of the whole screen."
-                             : "the main display."));
+                   (picture.isPart ? "only the region. Coordinates stay those of the whole screen."
+                                   : "the main display."));
         result.content.push_back(std::move(picture.content));
     } catch (ToolFailure const& failure) {
         blind = failure;

@@ -31,7 +31,7 @@ constexpr Duration waitMargin = 7s; // A wait of 45 s is answered itself, before
 
 Tool toolNamed(std::string_view name)
 {
-    auto const found = std::ranges::find(tools, name, [](auto const& row) { return row.first; });
+    auto const* const found = std::ranges::find(tools, name, [](auto const& row) { return row.first; });
     if (found == tools.end())
         throw ToolFailure{.code = ErrorCode::invalidRequest,
                           .what = "There is no tool " + tooltext::shownName(name),

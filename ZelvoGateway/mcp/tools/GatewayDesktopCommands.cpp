@@ -85,7 +85,7 @@ Task<CommandResult> GatewayDesktopCommands::run(DesktopCommand command)
     std::size_t const bytes = bytesOf(command.params);
     json::object agent{{"ref", user.ref}};
     if (!command.client.empty())
-        agent["name"] = std::move(command.client);
+        agent["name"] = command.client;
     PlatformCommand platform{.method = std::move(command.method),
                              .params = std::move(command.params),
                              .agent = std::move(agent),

@@ -152,7 +152,8 @@ constexpr std::array<std::pair<std::string_view, ComputerTranslation>, 13> trans
 
 ComputerTranslation gridTranslation(std::string_view name)
 {
-    auto const found = std::ranges::find(translations, name, [](auto const& row) { return row.first; });
+    auto const* const found =
+        std::ranges::find(translations, name, [](auto const& row) { return row.first; });
     return found == translations.end() ? nullptr : found->second;
 }
 

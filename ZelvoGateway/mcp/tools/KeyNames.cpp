@@ -180,7 +180,7 @@ std::optional<std::string> numberedKey(std::string_view name)
 
 std::string keyNamed(std::string_view given, records::MachineOS os)
 {
-    std::string const name = text::lowercased(given);
+    std::string name = text::lowercased(given);
     if (isLetterOrDigit(name))
         return name;
     if (auto key = numberedKey(name))
@@ -190,7 +190,7 @@ std::string keyNamed(std::string_view given, records::MachineOS os)
             return "cmd";
         throw refused("This computer has no way to press the key " + quoted(given));
     }
-    auto const row = std::ranges::find(rows, name, &Row::first);
+    auto const* const row = std::ranges::find(rows, name, &Row::first);
     if (row == rows.end())
         throw refused("The key " + quoted(given) + " is unknown");
     return std::string(row->second);

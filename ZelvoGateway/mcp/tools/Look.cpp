@@ -125,11 +125,12 @@ std::string identifierIn(json::object const& object, std::string_view key)
     return std::string(text::prefixOfBytes(text->get_string(), maxIdentifier));
 }
 
-std::string pictureNote(ScreenPicture const& picture, bool isPart)
+std::string pictureNote(ScreenPicture const& picture)
 {
     std::string note = "Picture of " + sizeText(picture.pixels) + " pixels: ";
-    return note + (isPart ? "only the part that you asked for. Coordinates are pixels of this picture."
-                          : "the main display.");
+    return note + (picture.isPart
+                       ? "only the part that you asked for. Coordinates are pixels of this picture."
+                       : "the main display.");
 }
 
 } // namespace
@@ -187,7 +188,7 @@ Task<Look> look(MachineCallPtr call, LookRequest request)
     if (tree && !picture && display)
         look.heading += " · main display " + sizeText(seen.space.shownSize());
     if (picture) {
-        look.lines.push_back(pictureNote(*picture, request.region.has_value()));
+        look.lines.push_back(pictureNote(*picture));
         look.pictures.push_back(std::move(picture->content));
     }
     if (tree)

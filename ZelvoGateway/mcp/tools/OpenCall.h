@@ -24,8 +24,8 @@ public:
     {
     }
 
-    /// activity   what the call waits for, for people; asked for as long as it runs
-    void begin(Body body, std::function<std::string()> activity);
+    /// what   what the call waits for, for people; asked for as long as it runs
+    void begin(Body body, std::function<std::string()> what);
     /// Waits for the result, at most until `until`, and reports every few seconds. Throws operation_aborted
     /// if cancelled.
     Task<> wait(Instant until, ToolRunner::Report report);

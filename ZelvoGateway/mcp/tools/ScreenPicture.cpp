@@ -49,9 +49,10 @@ TakenPicture taken(json::object const& result)
     TakenPicture taken;
     ScreenPicture& picture = taken.picture;
     taken.part = {.width = positive(result, "widthPoints"), .height = positive(result, "heightPoints")};
-    double width = static_cast<double>(taken.part.width);
+    auto width = static_cast<double>(taken.part.width);
     if (json::object const* const region = read::object(result, "region")) {
         width = numberOf(*region, "w");
+        picture.isPart = true;
         picture.space.origin = {.x = numberOf(*region, "x"), .y = numberOf(*region, "y")};
         taken.part = {.width = std::max<std::int64_t>(std::llround(width), 1),
                       .height = std::max<std::int64_t>(std::llround(numberOf(*region, "h")), 1)};

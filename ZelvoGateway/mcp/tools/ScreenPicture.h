@@ -12,6 +12,7 @@ struct ScreenPicture {
     McpContent content;
     ScreenSpace space;
     DisplaySize pixels;
+    bool isPart = false; ///< agents that cannot show a part show the whole
 };
 
 /// Takes a picture within the limits of edges, area and bytes.

@@ -27,7 +27,7 @@ std::int64_t pictureWidth(DisplaySize part, PictureLimits limits)
     double const width = std::max<double>(static_cast<double>(part.width), 1);
     double const height = std::max<double>(static_cast<double>(part.height), 1);
     double const ratio = width / height;
-    double const maxEdge = static_cast<double>(limits.maxEdge);
+    auto const maxEdge = static_cast<double>(limits.maxEdge);
     double const most = std::min({static_cast<double>(limits.maxWidth), maxEdge, maxEdge * ratio,
                                   std::sqrt(static_cast<double>(limits.maxArea) * ratio)});
     return std::max<std::int64_t>(static_cast<std::int64_t>(most), 1);

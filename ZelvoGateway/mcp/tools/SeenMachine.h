@@ -68,7 +68,7 @@ public:
     /// Keeps only the last tree that was shown, and the application that was seen last.
     void forgetOld();
     /// The machine connected anew: what its agent lacked may be there now.
-    void noteSession(std::weak_ptr<void const> const& session);
+    void noteSession(std::weak_ptr<void const> const& now);
 
     ScreenSpace space;        ///< of the last answer with coordinates
     TreeView view;            ///< that the model looks with

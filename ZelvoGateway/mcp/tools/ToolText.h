@@ -22,7 +22,7 @@ std::string_view suffixOfCost(std::string_view text, std::size_t cost);
 
 /// Foreign text of several lines: without escape sequences of terminals, and without control and direction
 /// characters other than line ends and tabs.
-std::string plainLines(std::string_view text);
+std::string plainLines(std::string_view foreign);
 
 /// Start and end of a long text, and between them how much is left out. Made plain after it is cut.
 /// cost   of what is kept
@@ -37,7 +37,7 @@ public:
     /// The line counts, however many others were added before.
     void first(std::string line) { heading = std::move(line); }
     void add(std::string line);
-    void add(std::vector<std::string> lines);
+    void add(std::vector<std::string> more);
     /// The answer holds texts of a machine.
     void holdsData() { hasData = true; }
     std::string text() const;

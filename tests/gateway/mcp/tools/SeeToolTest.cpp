@@ -173,6 +173,19 @@ TEST_F(SeeTool, showsARegionInFullDetail)
     EXPECT_THAT(result.content.at(0).text, HasSubstr("Coordinates are pixels of this picture."));
 }
 
+TEST_F(SeeTool, saysThatAnAgentShowsTheWholeInsteadOfARegion)
+{
+    commands->answers["screenshot"] = [this](DesktopCommand command) {
+        command.params.erase("region");
+        return pictureOf(command);
+    };
+
+    McpToolResult const result =
+        resultOf("desktop_see", R"({"what":"screenshot","region":{"x":150,"y":80,"w":100,"h":50}})");
+
+    EXPECT_THAT(result.content.at(0).text, HasSubstr(": the main display."));
+}
+
 TEST_F(SeeTool, refusesAnEmptyRegion)
 {
     EXPECT_THAT(call("desktop_see", R"({"what":"screenshot","region":{"x":1,"y":1,"w":0,"h":9}})"),
