@@ -20,7 +20,7 @@ public:
         operation.summary = std::move(summary);
     }
 
-    /// The names of what stands for "*" in the path.
+    /// The names of the segments that "*" matches.
     Describe& at(std::vector<std::string> names)
     {
         operation.pathNames = std::move(names);

@@ -18,7 +18,7 @@ public:
     virtual ~KeyRing() = default;
     /// Whose key this is; nullopt for a wrong or revoked one. Both take the same time.
     virtual std::optional<Caller> callerWith(std::string_view key) = 0;
-    /// Whether a key is still valid. An empty id stands for the person who runs the gateway and is always.
+    /// Whether a key is still valid. An empty id means the person who runs the gateway, and is always valid.
     virtual bool isCurrent(std::string const& keyId) = 0;
     /// Calls the observer with the id of each key that is revoked from now on, also by another process, until
     /// the connection ends. For streams and sockets that outlive the request that opened them.

@@ -8,7 +8,7 @@
 
 namespace zelvo::service {
 
-/// How the end of a body is told from the next answer.
+/// How a body marks its end.
 enum class BodyEnd {
     chunks,     ///< a body of unknown length is sent in chunks
     connection, ///< the client knows no chunks, so such a body ends with the connection

@@ -10,7 +10,7 @@
 
 namespace zelvo::service {
 
-/// Carries out actions in order, each as a command of its own, because machines do not say which action of a
+/// Carries out actions in order, each as a separate command, because machines do not say which action of a
 /// command failed.
 /// Thread: the server's.
 class ActionRun {

@@ -29,7 +29,7 @@ struct ComputerScreen {
     records::MachineOS os = records::MachineOS::linux;
 };
 
-/// Translates an action of one of the three vocabularies that models are trained on; its name tells which.
+/// Translates an action of one of the three vocabularies that models are trained on; its name decides which.
 /// Throws ToolFailure for what is unknown, incomplete, or cannot be done.
 ComputerStep computerStep(json::object const& action, ComputerScreen const& screen);
 

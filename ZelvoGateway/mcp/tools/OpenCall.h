@@ -12,7 +12,7 @@
 
 namespace zelvo::service {
 
-/// A call that runs as a task of its own, so that it can go on after its client got an answer. Its result
+/// A call that runs as a separate task, so that it can go on after its client got an answer. Its result
 /// can be waited for any number of times.
 /// Thread: the server's.
 class OpenCall : public std::enable_shared_from_this<OpenCall> {

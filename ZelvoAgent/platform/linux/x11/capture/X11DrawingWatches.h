@@ -8,7 +8,7 @@
 
 namespace zelvo {
 
-/// Watches of the X screen. Each has connections of its own, on which the server reports as little as
+/// Watches of the X screen. Each has dedicated connections, on which the server reports as little as
 /// possible, and which cost nothing while nothing is drawn.
 class X11DrawingWatches final : public DrawingWatches {
 public:
