@@ -25,7 +25,7 @@ public:
         std::function<void()> unread; ///< nobody reads the output any more; on the separate thread
     };
 
-    explicit InputLines(Parts parts);
+    explicit InputLines(Parts wanted);
     InputLines(InputLines const&) = delete;
     InputLines& operator=(InputLines const&) = delete;
     /// Ends the reading, also one that waits. `take` must not block any more.

@@ -11,7 +11,7 @@ std::optional<std::string> McpHttpSessions::add(McpTarget target, std::shared_pt
     forgetIdle();
     if (!makeRoom(target.caller.keyId))
         return std::nullopt;
-    std::string const id = newSecret();
+    std::string id = newSecret();
     auto const session = std::make_shared<McpHttpSession>(
         McpHttpSession{.target = std::move(target), .connection = std::move(connection)});
     session->used = clock.now();

@@ -65,11 +65,10 @@ Task<bool> McpSocket::accept(UpgradeRequest request)
 Task<> McpSocket::readUntilEnd()
 {
     for (;;) {
-        MemoryBudget::Lease lease;
-        auto const text = co_await readMessage(lease);
-        if (!text)
+        auto const incoming = co_await readMessage();
+        if (!incoming)
             co_return;
-        if (text->empty()) {
+        if (incoming->text.empty()) {
             isLast = true;
             closeIfDone();
             continue;
@@ -78,26 +77,27 @@ Task<> McpSocket::readUntilEnd()
             close(websocket::close_code::policy_error, "the connection does not exist any more");
             co_return;
         }
-        JsonRpcDocument document = co_await readJsonRpcOn(parts.workers, *text);
+        JsonRpcDocument document = co_await readJsonRpcOn(parts.workers, incoming->text);
         if (!isClosing)
             connection->receive(std::move(document), shared_from_this());
     }
 }
 
-Task<std::optional<std::string>> McpSocket::readMessage(MemoryBudget::Lease& lease)
+Task<std::optional<McpSocket::Incoming>> McpSocket::readMessage()
 {
-    std::string text;
-    auto buffer = asio::dynamic_buffer(text);
+    Incoming incoming;
+    auto buffer = asio::dynamic_buffer(incoming.text);
     do {
         auto const [error, count] = co_await socket.async_read_some(buffer, readPiece, asTuple);
         if (error)
             co_return std::nullopt;
-        if (text.size() > smallMessage && !parts.memory.grow(lease, memoryFactor * text.size())) {
+        std::size_t const bytes = incoming.text.size();
+        if (bytes > smallMessage && !parts.memory.grow(incoming.memory, memoryFactor * bytes)) {
             close(websocket::close_code::try_again_later, "the gateway is short of memory");
             co_return std::nullopt;
         }
     } while (!socket.is_message_done());
-    co_return text;
+    co_return incoming;
 }
 
 void McpSocket::send(McpMessage message)

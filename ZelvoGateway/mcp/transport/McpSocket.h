@@ -46,9 +46,14 @@ public:
     void finish() override;
 
 private:
+    struct Incoming {
+        std::string text;
+        MemoryBudget::Lease memory; ///< of a long text
+    };
+
     Task<bool> accept(UpgradeRequest request);
     Task<> readUntilEnd();
-    Task<std::optional<std::string>> readMessage(MemoryBudget::Lease& lease);
+    Task<std::optional<Incoming>> readMessage();
     Task<> writeQueue();
     Task<> closeThenDrop(boost::beast::websocket::close_code code, std::string reason);
     void closeIfDone();

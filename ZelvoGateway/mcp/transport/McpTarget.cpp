@@ -37,10 +37,10 @@ McpAddress mcpAddressOf(HttpRequest const& request)
         else if (name == "tools" && value == "computer")
             address.hasComputerTool = true;
         else if (name == "tools")
-            throw badRequest("\"tools\" can only be \"computer\"");
+            throw badRequest(R"("tools" can only be "computer")");
         else
             throw badRequest("Unknown switch \"" + text::shownInLine(name, maxShown) +
-                             "\" in the address; there are \"width\" and \"tools\"");
+                             R"(" in the address; there are "width" and "tools")");
     }
     return address;
 }

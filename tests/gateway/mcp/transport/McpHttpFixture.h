@@ -16,7 +16,7 @@ namespace zelvo::service {
 /// A server on a clock that the test advances, and a client of it.
 class McpHttpFixture : public testing::Test {
 protected:
-    explicit McpHttpFixture(McpTestOptions options = {}) : server(host, onClock(std::move(options))) {}
+    explicit McpHttpFixture(McpTestOptions options = {}) : server(host, onClock(options)) {}
 
     SteppedClock clock;
     FakeMcpHost host{clock};

@@ -16,7 +16,7 @@ namespace zelvo::service {
 
 struct McpTestServer::Parts {
     Parts(McpHost& host, McpTestOptions wanted)
-        : options(std::move(wanted)), memory(options.memory, options.memory),
+        : options(wanted), memory(options.memory, options.memory),
           clock(options.clock ? *options.clock : ownClock),
           endpoint({.callerOf = [this](HttpRequest const& head) { return callerOf(head); },
                     .host = host,
@@ -67,7 +67,7 @@ struct McpTestServer::Parts {
 };
 
 McpTestServer::McpTestServer(McpHost& host, McpTestOptions options)
-    : parts(std::make_unique<Parts>(host, std::move(options)))
+    : parts(std::make_unique<Parts>(host, options))
 {
     parts->thread = std::thread([this] { parts->run(); });
 }
