@@ -2,10 +2,13 @@
 
 #include "ZelvoGateway/Server.h"
 #include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/base/ServerClock.h"
 #include "ZelvoGateway/console/ConsoleLock.h"
 #include "ZelvoGateway/control/LinkService.h"
 #include "ZelvoGateway/mcp/stdio/StdioBridge.h"
 #include "ZelvoGateway/store/SqliteStore.h"
+
+#include <boost/asio/io_context.hpp>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -93,8 +96,12 @@ void provision(Flags const& flags, std::ostream& out)
 {
     DataFolder const folder(flags.settings.dataFolder);
     SqliteStore store(folder.file("gateway.sqlite"));
-    LinkService links(store, flags.settings);
+    asio::io_context io;
+    ServerClock clock(io.get_executor());
+    AuditLog audit(store, clock, flags.settings.audit, io.get_executor());
+    LinkService links(store, audit, flags.settings);
     auto const made = links.provision(Caller::console(), flags.endUserId);
+    audit.flush();
     out << "machine " << made.machine.machineId << "\nconnection " << made.connectionId << "\n";
     if (!flags.connectionFile.empty())
         writePrivateFile(flags.connectionFile, made.connectionId + "\n");

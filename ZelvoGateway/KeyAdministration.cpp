@@ -60,7 +60,8 @@ void manageKeys(Flags const& flags, std::ostream& out)
     SqliteStore store(folder.file("gateway.sqlite"));
     asio::io_context io;
     ServerClock clock(io.get_executor());
-    KeyService keys(store, clock, io.get_executor());
+    AuditLog audit(store, clock, flags.settings.audit, io.get_executor());
+    KeyService keys(store, audit, clock, io.get_executor());
     switch (flags.keyAction) {
     case Flags::KeyAction::add:
         add(keys, flags, out);
@@ -74,6 +75,7 @@ void manageKeys(Flags const& flags, std::ostream& out)
         list(keys, out);
         break;
     }
+    audit.flush();
 }
 
 } // namespace zelvo::service

@@ -1,5 +1,6 @@
 #include "ZelvoGateway/Server.h"
 
+#include "ZelvoGateway/api/AuditApi.h"
 #include "ZelvoGateway/api/CommandApi.h"
 #include "ZelvoGateway/api/MachineApi.h"
 #include "ZelvoGateway/api/OpenApi.h"
@@ -90,6 +91,7 @@ private:
     std::shared_ptr<RecordingFiles const> files;
     LocalMachineDirectory machines;
 
+    AuditLog audit;
     KeyService keys;
     RecordingIntake intake;
     RecordingLibrary library;
@@ -111,6 +113,7 @@ private:
     PlatformApi platformApi;
     CommandApi commandApi;
     RecordingApi recordingApi;
+    AuditApi auditApi;
     WebhookApi webhookApi;
     Console console;
     McpSetup mcpSetup;
@@ -129,14 +132,15 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       store(folder.file("gateway.sqlite")), memory(settings.limits.memory, settings.limits.memoryOfCaller),
       clock(clock ? *clock : ownClock),
       files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
-      keys(store, this->clock, io.get_executor()),
+      audit(store, this->clock, settings.audit, io.get_executor()),
+      keys(store, audit, this->clock, io.get_executor()),
       intake(store, files, settings, this->clock, workers.get_executor()),
-      library(store, files, key, keys, settings, this->clock, workers.get_executor()),
-      control(store, this->clock, settings, io.get_executor()),
+      library(store, files, key, keys, audit, settings, this->clock, workers.get_executor()),
+      control(store, audit, this->clock, settings, io.get_executor()),
       queue(store, control, this->clock, settings, io.get_executor(), workers.get_executor()),
-      connections(store, machines, control, queue, intake, library, settings, io.get_executor()),
-      links(store, settings),
-      commands(store, machines, control, queue, keys, settings, this->clock, workers.get_executor()),
+      connections(store, machines, control, queue, intake, library, audit, settings, io.get_executor()),
+      links(store, audit, settings),
+      commands(store, machines, control, queue, keys, audit, settings, this->clock, workers.get_executor()),
       events(machines, control, queue, connections), online(events, machines, store, this->clock),
       webhookSender(settings.webhooks),
       webhookDispatcher(store, webhookSender, settings.webhooks, this->clock, io.get_executor()),
@@ -153,16 +157,18 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
                   .workers = workers.get_executor()}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
-      recordingApi(access, library, settings), webhookApi(access, webhooks, settings.limits),
-      console(access, store, connections, keys, settings.limits), mcpSetup(access, settings, ownProgram()),
-      linkPage(access, links, settings), mcpHost({.connections = connections,
-                                                  .commands = commands,
-                                                  .directory = machines,
-                                                  .memory = memory,
-                                                  .clock = this->clock,
-                                                  .server = io.get_executor(),
-                                                  .workers = workers.get_executor()},
-                                                 ZELVO_VERSION),
+      recordingApi(access, library, settings), auditApi(access, audit, settings.limits),
+      webhookApi(access, webhooks, settings.limits),
+      console(access, store, connections, keys, audit, settings.limits),
+      mcpSetup(access, settings, ownProgram()), linkPage(access, links, settings),
+      mcpHost({.connections = connections,
+               .commands = commands,
+               .directory = machines,
+               .memory = memory,
+               .clock = this->clock,
+               .server = io.get_executor(),
+               .workers = workers.get_executor()},
+              ZELVO_VERSION),
       mcp({.callerOf = [this](HttpRequest const& head) { return platformOf(head); },
            .host = mcpHost,
            .rules = settings.mcp,
@@ -207,6 +213,7 @@ void Server::Parts::addRoutes()
     routes.add(platformApi.routes());
     routes.add(commandApi.routes());
     routes.add(recordingApi.routes());
+    routes.add(auditApi.routes());
     routes.add(webhookApi.routes());
     routes.add(openApi.routes());
 }
@@ -251,6 +258,7 @@ Task<> Server::Parts::runMaintenance()
     for (;;) {
         try {
             queue.runMaintenance();
+            audit.runMaintenance();
             store.forgetRevokedKeys(clock.date() - dateSpan(revokedKeysKept));
             mcp.runMaintenance();
             co_await library.runMaintenance();
@@ -281,6 +289,7 @@ void Server::Parts::stopHere()
     control.stop();
     webhookDispatcher.stop();
     keys.stop();
+    audit.stop();
     maintenance.cancel();
     ownClock.rest();
     http.stop();

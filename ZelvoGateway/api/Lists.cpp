@@ -33,7 +33,8 @@ PageQuery pageQueryIn(HttpRequest const& request)
     PageQuery query{.limit = limitIn(request),
                     .endUserId = itemIn(request, "endUserId"),
                     .machineId = itemIn(request, "machineId"),
-                    .externalId = itemIn(request, "externalId")};
+                    .externalId = itemIn(request, "externalId"),
+                    .connectionId = itemIn(request, "connectionId")};
     if (auto const before = itemIn(request, "before")) {
         query.before = pageCursorFrom(*before);
         if (!query.before)

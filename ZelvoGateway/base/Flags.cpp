@@ -59,7 +59,7 @@ std::string webPage(std::string const& text)
     return text;
 }
 
-constexpr std::array<Flag, 26> flags = {{
+constexpr std::array<Flag, 28> flags = {{
     {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
      [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
     {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
@@ -97,6 +97,12 @@ constexpr std::array<Flag, 26> flags = {{
     {"--allow-private-webhooks", "",
      "lets webhooks go to addresses inside the gateway's network, and without TLS",
      [](Flags& f, std::string const&) { f.settings.webhooks.toOwnNetwork = true; }},
+    {"--audit-days", "N", "how long an event is kept in the audit log (default 90)",
+     [](Flags& f, std::string const& v) { f.settings.audit.kept = std::chrono::days(number(v, 1, 3650)); }},
+    {"--audit-events", "N", "how many events the audit log keeps at most (default 100000)",
+     [](Flags& f, std::string const& v) {
+         f.settings.audit.maxEvents = static_cast<std::size_t>(number(v, 1, 10'000'000));
+     }},
     {"--print-console-link", "", "prints a one-time link to the console once it listens",
      [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
     {"--token-file", "FILE",

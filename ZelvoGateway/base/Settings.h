@@ -110,6 +110,12 @@ struct McpRules {
     std::size_t maxRequests = 256;     ///< of one key at one time
 };
 
+/// How much of the audit log is kept.
+struct AuditRules {
+    Duration kept = 90 * 24h;
+    std::size_t maxEvents = 100'000; ///< the newest
+};
+
 /// How many wrong API keys one address may try.
 struct AttemptRules {
     std::size_t maxAttempts = 30; ///< in a window
@@ -132,6 +138,7 @@ struct Settings {
     Duration consoleLinkLifetime = 10min;
     ConsoleTimes console;
     AttemptRules wrongKeys;
+    AuditRules audit;
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;

@@ -17,8 +17,9 @@ public:
             Store& store,
             ConnectionService& connections,
             KeyService& keys,
+            AuditLog& audit,
             Limits const& limits)
-        : access(access), lock(store, access), connections(connections), keys(keys), limits(limits)
+        : access(access), lock(store, access, audit), connections(connections), keys(keys), limits(limits)
     {
     }
 

@@ -14,12 +14,15 @@ HttpResponse ConsoleLock::begin(HttpRequest const& request)
         throw HttpError{.status = 401,
                         .code = ErrorCode::unauthorized,
                         .message = "This link is wrong, was used already, or its time is over"};
-    return jsonResponse(201, json::object{{"session", access.beginSession(request)}});
+    std::string const session = access.beginSession(request);
+    audit.add(Caller::console(), {.type = "console.login"});
+    return jsonResponse(201, json::object{{"session", session}});
 }
 
 HttpResponse ConsoleLock::end(HttpRequest const& request)
 {
     access.endSession(request);
+    audit.add(Caller::console(), {.type = "console.logout"});
     return jsonResponse(200, json::object{{"ok", true}});
 }
 

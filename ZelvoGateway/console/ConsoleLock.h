@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/audit/AuditLog.h"
 #include "ZelvoGateway/http/AccessControl.h"
 #include "ZelvoGateway/store/Store.h"
 #include "base/Clock.h"
@@ -13,7 +14,10 @@ namespace zelvo::service {
 /// Thread: the server's. Errors: HttpError.
 class ConsoleLock {
 public:
-    ConsoleLock(Store& store, AccessControl const& access) : store(store), access(access) {}
+    ConsoleLock(Store& store, AccessControl const& access, AuditLog& audit)
+        : store(store), access(access), audit(audit)
+    {
+    }
 
     /// Takes a one-time code, {"code"}, and begins a session for the page that sends it: {"session"}.
     HttpResponse begin(HttpRequest const& request);
@@ -23,6 +27,7 @@ public:
 private:
     Store& store;
     AccessControl const& access;
+    AuditLog& audit;
 };
 
 /// Makes a one-time link to the console of the gateway at `address`, "http://127.0.0.1:8737".

@@ -13,11 +13,12 @@ CommandService::CommandService(Store& store,
                                ControlService& control,
                                CommandQueue& queue,
                                KeyRing& keys,
+                               AuditLog& audit,
                                Settings const& settings,
                                Clock& clock,
                                Executor workers)
-    : store(store), machines(machines), control(control), queue(queue), keys(keys), settings(settings),
-      clock(clock), workers(std::move(workers))
+    : store(store), machines(machines), control(control), queue(queue), keys(keys), audit(audit),
+      settings(settings), clock(clock), workers(std::move(workers))
 {
 }
 
@@ -50,6 +51,7 @@ CommandService::run(Caller caller, std::string connectionId, PlatformCommand com
 {
     StoredConnection connection = connectionOf(caller, connectionId);
     MethodRules::assertForPlatforms(command.method);
+    audit.addCommand(caller, connection, command.method);
     Submission submission = co_await prepare(std::move(connection), std::move(command), bytes);
     submission.caller = std::move(caller);
     assertStillAllowed(submission);
@@ -134,8 +136,11 @@ CommandService::state(Caller const& caller, std::string const& connectionId, std
 StoredCommand
 CommandService::cancel(Caller const& caller, std::string const& connectionId, std::string const& commandId)
 {
-    assertExists(caller, connectionId);
-    return queue.cancel(connectionId, commandId);
+    StoredConnection const connection = connectionOf(caller, connectionId);
+    StoredCommand canceled = queue.cancel(connectionId, commandId);
+    audit.add(caller, AuditEntry::of(connection, "command.canceled",
+                                     {{"commandId", canceled.id}, {"method", canceled.method}}));
+    return canceled;
 }
 
 } // namespace zelvo::service

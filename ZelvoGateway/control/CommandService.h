@@ -31,6 +31,7 @@ public:
                    ControlService& control,
                    CommandQueue& queue,
                    KeyRing& keys,
+                   AuditLog& audit,
                    Settings const& settings,
                    Clock& clock,
                    Executor workers);
@@ -75,6 +76,7 @@ private:
     ControlService& control;
     CommandQueue& queue;
     KeyRing& keys;
+    AuditLog& audit;
     Settings const& settings;
     Clock& clock;
     Executor workers;

@@ -23,10 +23,11 @@ ConnectionService::ConnectionService(Store& store,
                                      CommandQueue& queue,
                                      RecordingIntake& intake,
                                      RecordingLibrary& library,
+                                     AuditLog& audit,
                                      Settings const& settings,
                                      Executor server)
     : store(store), machines(machines), control(control), queue(queue), intake(intake), library(library),
-      settings(settings), server(std::move(server))
+      audit(audit), settings(settings), server(std::move(server))
 {
 }
 
@@ -98,8 +99,10 @@ std::vector<MachineOverview> ConnectionService::overview()
 Task<ConnectionState> ConnectionService::revoke(Caller caller, std::string id)
 {
     ConnectionState state = connection(caller, id);
-    if (store.revoke(id, today()))
+    if (store.revoke(id, today())) {
         state = connection(caller, id);
+        audit.add(caller, AuditEntry::of(state.connection, "connection.revoked"));
+    }
     if (auto const session = machines.find(state.connection.machineId))
         reportRevocations(session);
     control.connectionRevoked(state.connection.machineId, id);
@@ -119,6 +122,7 @@ Task<> ConnectionService::removeMachine(Caller caller, std::string id)
     auto recordings = library.withFilesOf(id);
     if (!store.removeMachine(id))
         throw noMachine();
+    audit.add(caller, {.type = "machine.removed", .machineId = id});
     machines.reject(id);
     control.machineRemoved(id);
     co_await library.removeFiles(std::move(recordings));

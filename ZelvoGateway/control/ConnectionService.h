@@ -40,6 +40,7 @@ public:
                       CommandQueue& queue,
                       RecordingIntake& intake,
                       RecordingLibrary& library,
+                      AuditLog& audit,
                       Settings const& settings,
                       Executor server);
 
@@ -72,6 +73,7 @@ private:
     CommandQueue& queue;
     RecordingIntake& intake;
     RecordingLibrary& library;
+    AuditLog& audit;
     Settings const& settings;
     Executor server;
 };

@@ -78,14 +78,26 @@ void ControlService::presenceChanged(std::shared_ptr<ConnectedMachine> const& ma
 
 void ControlService::pause(std::string const& machineId, std::string const& ref)
 {
-    if (auto const paused = controlOf(machineId).pause(ref))
+    if (auto const paused = controlOf(machineId).pause(ref)) {
         store.addPausedAgent(machineId, *paused);
+        noteByPerson("agent.paused", paused->agent);
+    }
+}
+
+void ControlService::noteByPerson(std::string_view type, Agent const& agent)
+{
+    if (auto const connection = store.connection(agent.connectionId))
+        audit.addFrom(records::Actor::endUser, AuditEntry::of(*connection, type, {{"agentRef", agent.ref}}));
 }
 
 void ControlService::resume(std::string const& machineId, std::string const& ref)
 {
-    if (controlOf(machineId).resume(ref))
-        store.removePausedAgent(machineId, ref);
+    if (!controlOf(machineId).resume(ref))
+        return;
+    for (PausedAgent const& paused : store.pausedAgents(machineId))
+        if (paused.agent.ref == ref)
+            noteByPerson("agent.resumed", paused.agent);
+    store.removePausedAgent(machineId, ref);
 }
 
 void ControlService::machineGone(std::string const& machineId)

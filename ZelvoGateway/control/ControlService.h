@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/audit/AuditLog.h"
 #include "ZelvoGateway/control/MachineControl.h"
 #include "ZelvoGateway/store/Store.h"
 
@@ -34,8 +35,8 @@ public:
         Arbiter::Ticket ticket = 0;
     };
 
-    ControlService(Store& store, Clock& clock, Settings const& settings, Executor server)
-        : store(store), clock(clock), settings(settings), server(std::move(server))
+    ControlService(Store& store, AuditLog& audit, Clock& clock, Settings const& settings, Executor server)
+        : store(store), audit(audit), clock(clock), settings(settings), server(std::move(server))
     {
     }
     ControlService(ControlService const&) = delete;
@@ -64,8 +65,10 @@ public:
 
 private:
     MachineControl& controlOf(std::string const& machineId);
+    void noteByPerson(std::string_view type, Agent const& agent);
 
     Store& store;
+    AuditLog& audit;
     Clock& clock;
     Settings const& settings;
     Executor server;

@@ -24,6 +24,11 @@ bool isOneLine(std::string const& text)
     return text::isUtf8(text) && text::withoutControlCharacters(text) == text;
 }
 
+json::object detailsOf(StoredKey const& key)
+{
+    return {{"keyId", key.id}, {"name", key.name}, {"apiKeyPrefix", key.prefix}};
+}
+
 Reach withDefault(Reach reach)
 {
     reach.all = reach.connections.empty() && reach.endUsers.empty();
@@ -32,8 +37,8 @@ Reach withDefault(Reach reach)
 
 } // namespace
 
-KeyService::KeyService(Store& store, Clock& clock, Executor server)
-    : store(store), clock(clock), server(std::move(server))
+KeyService::KeyService(Store& store, AuditLog& audit, Clock& clock, Executor server)
+    : store(store), audit(audit), clock(clock), server(std::move(server))
 {
     readAgain();
 }
@@ -82,6 +87,7 @@ NewKey KeyService::add(KeyRequest const& request)
                      .createdAt = clock.date()};
     store.saveKey(stored);
     valid.push_back(stored);
+    audit.add(Caller::console(), {.type = "key.created", .details = detailsOf(stored)});
     return {.stored = std::move(stored), .text = std::move(text)};
 }
 
@@ -97,6 +103,7 @@ StoredKey KeyService::revoke(std::string const& id)
     if (found == all.end() || !store.revokeKey(id, now))
         throw Failure{.code = ErrorCode::notFound, .message = "There is no such key, or it is revoked"};
     readAgain();
+    audit.add(Caller::console(), {.type = "key.revoked", .details = detailsOf(*found)});
     StoredKey ended = *found;
     ended.revokedAt = now;
     return ended;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/audit/AuditLog.h"
 #include "ZelvoGateway/base/ApiKey.h"
 #include "ZelvoGateway/base/KeyRing.h"
 #include "ZelvoGateway/store/Store.h"
@@ -35,7 +36,7 @@ public:
     static constexpr Duration watchPeriod = 1s; ///< how often other processes' revocations are looked for
     static constexpr Duration usePeriod = 60s;  ///< how old lastUsedAt may be
 
-    KeyService(Store& store, Clock& clock, Executor server);
+    KeyService(Store& store, AuditLog& audit, Clock& clock, Executor server);
 
     /// Adds the built-in key, or replaces it by the one that the data folder holds now.
     void setBuiltIn(ApiKey const& key);
@@ -62,6 +63,7 @@ private:
     Task<> watch();
 
     Store& store;
+    AuditLog& audit;
     Clock& clock;
     Executor server;
     std::vector<StoredKey> valid;

@@ -124,6 +124,9 @@ records::LinkSession LinkService::createSession(Caller const& caller,
                              .createdAt = dates::iso8601(today()),
                              .redirectUrl = request.redirectUrl};
     StoredLinkSession const session = store.addLinkSession(std::move(wanted), code);
+    audit.add(
+        caller,
+        {.type = "link.created", .endUserId = session.endUserId, .details = {{"linkSessionId", session.id}}});
     return {.code = code,
             .expiresAt = dates::iso8601(session.expiresAt),
             .id = session.id,
@@ -218,6 +221,8 @@ std::string LinkService::complete(LinkCompletion const& completion)
                                       .createdAt = dates::iso8601(today())};
     if (!store.finishLinkSession(session.id, connection))
         throw Failure{.code = ErrorCode::linkSessionExpired, .message = "This link was used already"};
+    audit.addFrom(records::Actor::endUser,
+                  AuditEntry::of(connection, "link.completed", {{"linkSessionId", session.id}}));
     return connection.id;
 }
 
@@ -237,6 +242,7 @@ LinkService::Provisioned LinkService::provision(Caller const& caller, std::strin
                                       .platformName = settings.platformName,
                                       .createdAt = dates::iso8601(today())};
     store.addConnection(connection);
+    audit.add(caller, AuditEntry::of(connection, "machine.provisioned"));
     made.connectionId = connection.id;
     return made;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/audit/AuditLog.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/store/Store.h"
 #include "wire/records/ServiceLists.h"
@@ -38,7 +39,10 @@ records::LinkSessionState linkSessionRecord(StoredLinkSession const& session, Da
 /// Thread: the server's. Errors: Failure.
 class LinkService {
 public:
-    LinkService(Store& store, Settings const& settings) : store(store), settings(settings) {}
+    LinkService(Store& store, AuditLog& audit, Settings const& settings)
+        : store(store), audit(audit), settings(settings)
+    {
+    }
 
     /// A caller that does not reach an end user finds nothing of theirs. Making something for them throws
     /// Failure: forbidden.
@@ -74,6 +78,7 @@ private:
                                 std::optional<std::string> const& machineToken);
 
     Store& store;
+    AuditLog& audit;
     Settings const& settings;
 };
 

@@ -10,6 +10,8 @@ namespace zelvo::service {
 
 namespace {
 
+constexpr std::size_t maxWatched = 10'000; // Passes that are remembered as used.
+
 Failure noRecording()
 {
     return {.code = ErrorCode::notFound, .message = "There is no such recording"};
@@ -21,11 +23,12 @@ RecordingLibrary::RecordingLibrary(Store& store,
                                    std::shared_ptr<RecordingFiles const> files,
                                    ApiKey const& key,
                                    KeyRing& keys,
+                                   AuditLog& audit,
                                    Settings const& settings,
                                    Clock& clock,
                                    Executor workers)
-    : store(store), files(std::move(files)), passes(key), keys(keys), settings(settings), clock(clock),
-      workers(std::move(workers))
+    : store(store), files(std::move(files)), passes(key), keys(keys), audit(audit), settings(settings),
+      clock(clock), workers(std::move(workers))
 {
 }
 
@@ -82,6 +85,8 @@ Task<ListedRecording> RecordingLibrary::remove(Caller caller, std::string id)
                           .message = "The recording is still on its way",
                           .kind = Failure::Kind::wrongState};
         recording.stage = RecordingStage::deleted;
+        if (auto const connection = store.connection(recording.connectionId))
+            audit.add(caller, AuditEntry::of(*connection, "recording.deleted", {{"recordingId", id}}));
     }
     std::vector<std::string> const ids{id};
     co_await removeFiles(ids);
@@ -100,7 +105,19 @@ Task<std::shared_ptr<ByteSource const>> RecordingLibrary::open(std::string id, P
     std::shared_ptr<ByteSource const> file = co_await on(workers, open);
     if (!file)
         throw noRecording();
+    noteWatched(*recording, proof);
     co_return file;
+}
+
+/// Once for each pass: a player asks for many parts.
+void RecordingLibrary::noteWatched(StoredRecording const& recording, PassProof const& proof)
+{
+    std::erase_if(watched, [&](auto const& one) { return one.second <= clock.date(); });
+    if (watched.size() >= maxWatched || !watched.emplace(proof.signature, proof.until()).second)
+        return;
+    if (auto const connection = store.connection(recording.connectionId))
+        audit.add({.keyId = proof.keyId},
+                  AuditEntry::of(*connection, "recording.watched", {{"recordingId", recording.id}}));
 }
 
 void RecordingLibrary::begin()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/audit/AuditLog.h"
 #include "ZelvoGateway/base/KeyRing.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/recordings/RecordingFiles.h"
@@ -7,6 +8,7 @@
 #include "ZelvoGateway/store/Store.h"
 #include "base/Task.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,6 +36,7 @@ public:
                      std::shared_ptr<RecordingFiles const> files,
                      ApiKey const& key,
                      KeyRing& keys,
+                     AuditLog& audit,
                      Settings const& settings,
                      Clock& clock,
                      Executor workers);
@@ -60,6 +63,7 @@ public:
     Task<> runMaintenance();
 
 private:
+    void noteWatched(StoredRecording const& recording, PassProof const& proof);
     ListedRecording listed(Caller const& caller, StoredRecording recording, Duration valid) const;
     StoredRecording found(Caller const& caller, std::string const& id);
 
@@ -67,6 +71,8 @@ private:
     std::shared_ptr<RecordingFiles const> files;
     RecordingPasses passes;
     KeyRing& keys;
+    AuditLog& audit;
+    std::map<std::string, Date> watched; ///< the signatures of passes that were used, until they expire
     Settings const& settings;
     Clock& clock;
     Executor workers;

@@ -7,6 +7,13 @@
 
 namespace zelvo::service {
 
+Date PassProof::until() const
+{
+    std::int64_t last = 0;
+    std::from_chars(end.data(), end.data() + end.size(), last);
+    return dateOfMilliseconds(last);
+}
+
 RecordingPasses::RecordingPasses(ApiKey const& key) : secret(signatureOf("recording passes", key.value())) {}
 
 /// The parts are ids and a number, which hold no blanks where this gateway made them.
@@ -26,9 +33,7 @@ bool RecordingPasses::isValid(std::string const& id, PassProof const& proof, Dat
 {
     if (!sameSecret(proof.signature, signatureFor(id, proof.keyId, proof.end)))
         return false;
-    std::int64_t last = 0;
-    std::from_chars(proof.end.data(), proof.end.data() + proof.end.size(), last);
-    return millisecondsOf(now) < last;
+    return now < proof.until();
 }
 
 } // namespace zelvo::service

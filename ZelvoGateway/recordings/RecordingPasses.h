@@ -12,6 +12,9 @@ struct PassProof {
     std::string end;   ///< RecordingPass::until as a number
     std::string keyId; ///< to which it was issued; empty for the console
     std::string signature;
+
+    /// `end` as a date, which means something only if the signature is valid.
+    Date until() const;
 };
 
 /// The right to watch one recording for a while, for whoever has it.

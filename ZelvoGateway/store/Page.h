@@ -33,6 +33,7 @@ struct PageQuery {
     std::optional<std::string> endUserId = {};
     std::optional<std::string> machineId = {};
     std::optional<std::string> externalId = {};
+    std::optional<std::string> connectionId = {};
     Reach reach = {.all = true}; ///< only rows that it covers
 };
 

@@ -94,6 +94,7 @@ SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
     addLinkColumns();
     addWebhookTables();
     createKeyTables();
+    createAuditTable();
 }
 
 MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)

@@ -115,9 +115,14 @@ public:
     void forgetRevokedKeys(Date oldest) override;
     std::int64_t foreignChanges() override;
 
+    void saveAuditEvents(std::vector<StoredAuditEvent> const& events) override;
+    Page<StoredAuditEvent> auditEventPage(PageQuery const& query) override;
+    void trimAuditEvents(Date oldest, std::size_t maxEvents) override;
+
 private:
     void addLinkColumns();
     void createKeyTables();
+    void createAuditTable();
     void addWebhookTables();
     void addEvent(records::WebhookEventType type, json::object const& data, Date now);
 

@@ -3,6 +3,7 @@
 #include "ZelvoGateway/store/Agent.h"
 #include "ZelvoGateway/store/Page.h"
 #include "ZelvoGateway/store/StoreError.h"
+#include "ZelvoGateway/store/StoredAuditEvent.h"
 #include "ZelvoGateway/store/StoredCommand.h"
 #include "ZelvoGateway/store/StoredConnection.h"
 #include "ZelvoGateway/store/StoredKey.h"
@@ -195,6 +196,12 @@ public:
     virtual void forgetRevokedKeys(Date oldest) = 0;
     /// Another number after another process has changed the store.
     virtual std::int64_t foreignChanges() = 0;
+
+    /// Adds events to the audit log, all or none. One with the same id only gets other details.
+    virtual void saveAuditEvents(std::vector<StoredAuditEvent> const& events) = 0;
+    virtual Page<StoredAuditEvent> auditEventPage(PageQuery const& query) = 0;
+    /// Forgets events before `oldest`, and the oldest ones beyond `maxEvents`.
+    virtual void trimAuditEvents(Date oldest, std::size_t maxEvents) = 0;
 };
 
 } // namespace zelvo::service

@@ -239,6 +239,8 @@ void OpenApiDocument::callRecordings()
     std::string const recording = on.recording();
     walk.call("listRecordings", {}, nullptr, "?limit=1");
     walk.call("listRecordings", {}, nullptr, "?before=none");
+    walk.call("listAuditEvents", {}, nullptr, "?limit=200");
+    walk.call("listAuditEvents", {}, nullptr, "?before=none");
     walk.call("getRecording", {recording});
     walk.call("removeRecording", {recording});
     walk.call("removeRecording", {"none"});

@@ -61,10 +61,13 @@ struct Fixture {
     Settings settings;
     SqliteStore store{folder.path / "store.sqlite"};
     FakeMachineDirectory directory;
-    ControlService control{store, clock, settings, io.get_executor()};
+    asio::io_context background; // Never runs: a task must not wait for the log.
+    AuditLog audit{store, clock, settings.audit, background.get_executor()};
+    ControlService control{store, audit, clock, settings, io.get_executor()};
     CommandQueue queue{store, control, clock, settings, io.get_executor(), io.get_executor()};
     FakeKeyRing keys;
-    CommandService commands{store, directory, control, queue, keys, settings, clock, io.get_executor()};
+    CommandService commands{store,    directory, control,          queue, keys, audit,
+                            settings, clock,     io.get_executor()};
     Caller caller{.keyId = "key_1", .name = "Acme", .reach = {.connections = {"con_1"}}};
     std::string machineId;
 };

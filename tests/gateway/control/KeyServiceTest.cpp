@@ -24,6 +24,7 @@ protected:
     ~KeyServiceTest() override
     {
         keys.stop();
+        audit.stop();
         io.poll();
         clock.dropSleepers();
     }
@@ -63,7 +64,9 @@ protected:
     asio::io_context io;
     SteppedClock clock;
     SqliteStore store{folder.path / "store.sqlite"};
-    KeyService keys{store, clock, io.get_executor()};
+    AuditRules rules;
+    AuditLog audit{store, clock, rules, io.get_executor()};
+    KeyService keys{store, audit, clock, io.get_executor()};
 };
 
 TEST_F(KeyServiceTest, findsTheCallerOfAKey)
@@ -125,7 +128,7 @@ TEST_F(KeyServiceTest, refusesARevokedKeyAtOnce)
 TEST_F(KeyServiceTest, followsWhatAnotherProcessDoes)
 {
     SqliteStore theirStore(folder.path / "store.sqlite");
-    KeyService theirs(theirStore, clock, io.get_executor());
+    KeyService theirs(theirStore, audit, clock, io.get_executor());
 
     NewKey const made = theirs.add({.name = "a"});
     EXPECT_TRUE(keys.callerWith(made.text));

@@ -64,7 +64,9 @@ struct Fixture {
     std::shared_ptr<FakeRecordingFiles> files = std::make_shared<FakeRecordingFiles>();
     RecordingIntake intake{store, files, settings, clock, io.get_executor()};
     FakeKeyRing keys;
-    RecordingLibrary library{store, files, key, keys, settings, clock, io.get_executor()};
+    asio::io_context background; // Never runs: a task must not wait for the log.
+    AuditLog audit{store, clock, settings.audit, background.get_executor()};
+    RecordingLibrary library{store, files, key, keys, audit, settings, clock, io.get_executor()};
     StoredMachine machine;
 };
 

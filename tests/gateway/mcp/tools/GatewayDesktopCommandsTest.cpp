@@ -67,16 +67,19 @@ protected:
     Settings settings;
     SqliteStore store{folder.path / "store.sqlite"};
     FakeMachineDirectory directory;
-    ControlService control{store, clock, settings, io.get_executor()};
+    asio::io_context background; // Never runs: a task must not wait for the log.
+    AuditLog audit{store, clock, settings.audit, background.get_executor()};
+    ControlService control{store, audit, clock, settings, io.get_executor()};
     CommandQueue queue{store, control, clock, settings, io.get_executor(), io.get_executor()};
     std::shared_ptr<FakeRecordingFiles> files = std::make_shared<FakeRecordingFiles>();
     ApiKey key = ApiKey::loadOrMake(DataFolder(folder.path / "data"));
     RecordingIntake intake{store, files, settings, clock, io.get_executor()};
     FakeKeyRing keys;
-    RecordingLibrary library{store, files, key, keys, settings, clock, io.get_executor()};
-    ConnectionService connections{store,  directory, control,  queue,
-                                  intake, library,   settings, io.get_executor()};
-    CommandService commands{store, directory, control, queue, keys, settings, clock, io.get_executor()};
+    RecordingLibrary library{store, files, key, keys, audit, settings, clock, io.get_executor()};
+    ConnectionService connections{store, directory, control,          queue, intake, library,
+                                  audit, settings,  io.get_executor()};
+    CommandService commands{store,    directory, control,          queue, keys, audit,
+                            settings, clock,     io.get_executor()};
     std::map<std::string, std::string> machines; // by connection
 };
 
