@@ -1,9 +1,6 @@
 #include "ZelvoGateway/http/HttpError.h"
 
-#include "ZelvoGateway/base/Secrets.h"
 #include "wire/records/ServiceMachines.h"
-
-#include <iostream>
 
 namespace zelvo::service {
 
@@ -72,6 +69,22 @@ int statusOfFailure(Failure const& failure)
     return statusOf(failure.code);
 }
 
+constexpr Duration waitWhenBusy = 5s;
+constexpr Duration waitForMachine = 30s;    // An agent tries to connect again at least this often.
+constexpr Duration waitForRecordings = 60s; // Room is made once a minute.
+
+/// How long a caller should wait before another try; 0 if nobody knows.
+Duration waitAfter(HttpError const& error)
+{
+    if (error.retryAfter > Duration())
+        return error.retryAfter;
+    if (error.status == 429)
+        return waitWhenBusy;
+    if (error.status != 503)
+        return {};
+    return error.code == ErrorCode::recordingsUnavailable ? waitForRecordings : waitForMachine;
+}
+
 std::int64_t wholeSeconds(Duration time)
 {
     return std::chrono::ceil<std::chrono::seconds>(time).count();
@@ -86,8 +99,7 @@ HttpError badRequest(std::string message)
 
 HttpError internalError(std::exception const& error)
 {
-    std::cerr << "zelvo-gateway: " << error.what() << std::endl;
-    return {.message = "Internal error"};
+    return {.message = "Internal error", .reason = error.what()};
 }
 
 HttpError httpErrorOf(Failure const& failure)
@@ -105,14 +117,13 @@ HttpResponse errorResponse(HttpError const& error)
     body.error.code = error.code;
     body.error.message = error.message;
     body.error.details = error.details;
-    body.error.requestId = error.requestId.empty() ? newId("req") : error.requestId;
+    body.error.requestId = error.requestId;
     HttpResponse response = jsonResponse(error.status, records::toJson(body));
+    response.headers.emplace_back(requestIdHeader, error.requestId);
     if (error.status == 401)
         response.headers.emplace_back("WWW-Authenticate", "Bearer");
-    if (error.retryAfter > Duration())
-        response.headers.emplace_back("Retry-After", std::to_string(wholeSeconds(error.retryAfter)));
-    else if (error.status == 429)
-        response.headers.emplace_back("Retry-After", "5");
+    if (Duration const wait = waitAfter(error); wait > Duration())
+        response.headers.emplace_back("Retry-After", std::to_string(wholeSeconds(wait)));
     return response;
 }
 

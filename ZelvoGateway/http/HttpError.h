@@ -17,13 +17,14 @@ struct HttpError {
     ErrorCode code = ErrorCode::internalError;
     std::string message;
     std::optional<json::object> details = {};
-    std::string requestId = {}; ///< made up if empty
+    std::string requestId = {}; ///< of the frame that a machine got; else the request's own
     Duration retryAfter = {};   ///< when another try makes sense, if that is known
+    std::string reason = {};    ///< for the log of the gateway, never for a caller
 };
 
 /// 400, for a request that makes no sense.
 HttpError badRequest(std::string message);
-/// 500, with a text that gives nothing away; the reason is written to standard error.
+/// 500, with a text that gives nothing away.
 HttpError internalError(std::exception const& error);
 /// What a service's failure is in HTTP. Only api, console and mcp use it.
 HttpError httpErrorOf(Failure const& failure);
@@ -31,7 +32,9 @@ HttpError httpErrorOf(Failure const& failure);
 /// The status of an error that has this code.
 int statusOf(ErrorCode code);
 
-/// The APIError record.
+/// The APIError record. error.requestId must be set; it is also the header "X-Request-Id".
 HttpResponse errorResponse(HttpError const& error);
+
+constexpr char const* requestIdHeader = "X-Request-Id";
 
 } // namespace zelvo::service

@@ -1,5 +1,6 @@
 #include "ZelvoGateway/http/HttpSession.h"
 
+#include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/BodyPieces.h"
 #include "ZelvoGateway/http/BodySink.h"
 #include "ZelvoGateway/http/HttpError.h"
@@ -13,6 +14,9 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
+
+#include <algorithm>
+#include <iostream>
 
 namespace zelvo::service {
 
@@ -60,6 +64,16 @@ std::string addressOf(HttpRequest const& request)
     return text;
 }
 
+/// "POST /v1/connections/*/commands".
+std::string textOf(Route const& route)
+{
+    std::string text(route.method);
+    text += " ";
+    for (std::string_view const part : route.pattern)
+        text += "/" + std::string(part);
+    return text + (route.pattern.empty() ? "/" : "");
+}
+
 class BeastHttpSession final : public HttpSession {
 public:
     BeastHttpSession(asio::ip::tcp::socket socket, SessionParts& parts)
@@ -99,6 +113,8 @@ private:
     Task<> sendContinue(HeadParser headParser, HttpRequest const* request);
     Task<HttpResponse> answer(Entry entry);
     Task<bool> refuse(HttpError error);
+    HttpResponse failed(HttpError error) const;
+    void addRequestId(HttpResponse& response) const;
     void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
     Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
@@ -113,6 +129,8 @@ private:
     std::optional<Time::time_point> waiting = Time::now();
     PlaceShares::Lease place; // For the present request.
     bool headOnly = false;    // The present request is a HEAD.
+    std::string requestId;    // Of the present request.
+    std::string routeText;    // Its method and the pattern of its path.
 };
 
 Task<> BeastHttpSession::serve()
@@ -131,6 +149,8 @@ Task<bool> BeastHttpSession::serveOne(bool first)
     auto const parser = std::make_shared<HeadParser::element_type>();
     waiting = Time::now();
     place.reset();
+    requestId = newId("req");
+    routeText = "a request without a route";
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
     Entry entry;
@@ -161,10 +181,24 @@ Task<bool> BeastHttpSession::serveBadHead(boost::system::error_code error)
 Task<bool> BeastHttpSession::refuse(HttpError error)
 {
     // The body is still unread, so the connection can't be used for another request.
-    HttpResponse response = errorResponse(error);
+    HttpResponse response = failed(std::move(error));
     co_await write(std::move(response), false);
     co_await reader.drain(&parts.stopping);
     co_return false;
+}
+
+/// The answer to a request that failed. What is this gateway's fault, or its machine's, is logged, without
+/// anything that the caller sent.
+HttpResponse BeastHttpSession::failed(HttpError error) const
+{
+    if (error.requestId.empty())
+        error.requestId = requestId;
+    if (error.status >= 500)
+        std::cerr << "zelvo-gateway: " + error.requestId + " " + routeText + " " +
+                         std::to_string(error.status) + " " + std::string(rawValue(error.code)) +
+                         (error.reason.empty() ? "" : ": " + error.reason) + "\n"
+                  << std::flush;
+    return errorResponse(error);
 }
 
 /// Decides by the head alone, before a byte of the body is read. Throws HttpError.
@@ -175,6 +209,7 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     Route const& route = *entry.admission.route;
+    routeText = textOf(route);
     if (entry.admission.isPlatform)
         waiting.reset();
     else if (route.isForMachines)
@@ -238,7 +273,7 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
     if (response.source)
         keepPlace(address);
     if (response.source && !memory.grow(response.memory, ResponseWriter::sourcePiece))
-        response = errorResponse(tooBusy("Too many films are read"));
+        response = failed(tooBusy("Too many recordings are read"));
     co_return co_await write(std::move(response), keepAlive);
 }
 
@@ -248,9 +283,9 @@ Task<HttpResponse> BeastHttpSession::answer(Entry entry)
     try {
         co_return co_await answer(std::move(entry.request), std::move(entry.admission.ids));
     } catch (HttpError const& error) {
-        co_return errorResponse(error);
+        co_return failed(error);
     } catch (std::exception const& error) {
-        co_return errorResponse(internalError(error));
+        co_return failed(internalError(error));
     }
 }
 
@@ -284,14 +319,24 @@ Task<bool> BeastHttpSession::receive(HeadParser headParser, std::shared_ptr<Body
 
 Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
 {
+    addRequestId(response);
     ResponseWriter writer(stream, parts.workers);
     bool const whole = !std::exchange(headOnly, false);
     co_return co_await writer.write(std::move(response), keepAlive && !parts.stopping, whole);
 }
 
+void BeastHttpSession::addRequestId(HttpResponse& response) const
+{
+    auto const& headers = response.headers;
+    if (std::ranges::find(headers, requestIdHeader, [](auto const& one) { return one.first; }) ==
+        headers.end())
+        response.headers.emplace_back(requestIdHeader, requestId);
+}
+
 /// The stream learns at once if the client goes.
 Task<bool> BeastHttpSession::writeStream(HttpResponse response, bool keepAlive, BodyEnd end)
 {
+    addRequestId(response);
     auto const body = response.stream;
     PeerWatch watch(stream, buffer, shared_from_this(), [body] { body->abandon(); });
     ResponseWriter writer(stream, parts.workers);

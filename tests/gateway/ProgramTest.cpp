@@ -152,6 +152,34 @@ TEST(Program, endsCleanlyWhileACommandWaits)
     EXPECT_EQ(machine.closeCode(), 1001);
 }
 
+TEST(Program, logsWhatFailsHereWithoutWhatWasSent)
+{
+    Place place;
+    Program gateway(place.out("log"), place.serve());
+    std::uint16_t const port = place.port();
+    Program(place.out("made"), {"provision", "--data", place.data, "--token-file", place.out("token"),
+                                "--connection-file", place.out("connection")})
+        .wait();
+    std::string connection = contentOf(place.out("connection"));
+    connection.pop_back();
+    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
+    key.pop_back();
+    Headers const who{{"Authorization", "Bearer " + key}};
+
+    Answer const failed = request(port, "POST", "/v1/connections/" + connection + "/commands?a=secret",
+                                  R"({"method":"shell.run","params":{"command":"secret"}})", who);
+    Answer const refused = request(port, "GET", "/v1/machines/secret", "", who);
+
+    ASSERT_EQ(failed.status, 503);
+    ASSERT_EQ(refused.status, 404);
+    std::string const line = "zelvo-gateway: " + failed.headers.at("x-request-id") +
+                             " POST /v1/connections/*/commands 503 machine_offline\n";
+    EXPECT_TRUE(becomes([&] { return gateway.text().find(line) != std::string::npos; })) << gateway.text();
+    for (std::string const& unwanted :
+         {refused.headers.at("x-request-id"), std::string("secret"), key, connection})
+        EXPECT_EQ(gateway.text().find(unwanted), std::string::npos) << unwanted;
+}
+
 TEST(Program, provisionsAMachineBesideTheRunningGateway)
 {
     Place place;
