@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/api/AuditApi.h"
 #include "ZelvoGateway/api/CommandApi.h"
+#include "ZelvoGateway/api/IdempotentRoutes.h"
 #include "ZelvoGateway/api/MachineApi.h"
 #include "ZelvoGateway/api/OpenApi.h"
 #include "ZelvoGateway/api/PlatformApi.h"
@@ -114,6 +115,7 @@ private:
     CommandApi commandApi;
     RecordingApi recordingApi;
     AuditApi auditApi;
+    IdempotentRoutes idempotent;
     WebhookApi webhookApi;
     Console console;
     McpSetup mcpSetup;
@@ -158,6 +160,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), auditApi(access, audit, settings.limits),
+      idempotent(access, store, settings.answers, this->clock, workers.get_executor()),
       webhookApi(access, webhooks, settings.limits),
       console(access, store, connections, keys, audit, settings.limits),
       mcpSetup(access, settings, ownProgram()), linkPage(access, links, settings),
@@ -210,11 +213,11 @@ void Server::Parts::addRoutes()
     routes.add(linkPage.routes());
     routes.add(mcp.routes());
     routes.add(machineApi.routes());
-    routes.add(platformApi.routes());
-    routes.add(commandApi.routes());
+    routes.add(idempotent.over(platformApi.routes()));
+    routes.add(idempotent.over(commandApi.routes()));
     routes.add(recordingApi.routes());
     routes.add(auditApi.routes());
-    routes.add(webhookApi.routes());
+    routes.add(idempotent.over(webhookApi.routes()));
     routes.add(openApi.routes());
 }
 
@@ -259,6 +262,7 @@ Task<> Server::Parts::runMaintenance()
         try {
             queue.runMaintenance();
             audit.runMaintenance();
+            idempotent.runMaintenance();
             store.forgetRevokedKeys(clock.date() - dateSpan(revokedKeysKept));
             mcp.runMaintenance();
             co_await library.runMaintenance();

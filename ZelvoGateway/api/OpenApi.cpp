@@ -46,6 +46,11 @@ json::array parametersOf(Operation const& operation)
                               {"in", "query"},
                               {"description", each.description},
                               {"schema", each.schema}});
+    if (operation.mayRepeat)
+        parameters.push_back({{"name", "Idempotency-Key"},
+                              {"in", "header"},
+                              {"description", "Carries the request out once, however often it is sent"},
+                              {"schema", {{"type", "string"}, {"minLength", 1}, {"maxLength", 255}}}});
     return parameters;
 }
 
@@ -58,7 +63,9 @@ json::object errorAnswers(Operation const& operation)
     if (operation.needsKey)
         for (ErrorCode const code : errorsOfAll) // internal_error of the gateway is 500, of a machine 502.
             byStatus[code == ErrorCode::internalError ? 500 : statusOf(code)].insert(rawValue(code));
-    if (operation.mayConflict)
+    if (operation.mayRepeat)
+        byStatus[422].insert(rawValue(ErrorCode::invalidRequest));
+    if (operation.mayConflict || operation.mayRepeat)
         byStatus[409].insert(rawValue(ErrorCode::invalidRequest));
     json::object answers;
     for (auto const& [status, codes] : byStatus) {

@@ -110,6 +110,13 @@ struct McpRules {
     std::size_t maxRequests = 256;     ///< of one key at one time
 };
 
+/// Answers to requests with an idempotency key.
+struct AnswerRules {
+    Duration kept = 24h;
+    std::size_t maxAnswers = 2'000;
+    std::size_t maxBytes = 64_KiB; ///< of one answer; a larger one is not kept
+};
+
 /// How much of the audit log is kept.
 struct AuditRules {
     Duration kept = 90 * 24h;
@@ -139,6 +146,7 @@ struct Settings {
     ConsoleTimes console;
     AttemptRules wrongKeys;
     AuditRules audit;
+    AnswerRules answers;
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;

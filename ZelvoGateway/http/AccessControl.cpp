@@ -145,6 +145,12 @@ Caller AccessControl::callerOf(HttpRequest const& request) const
     throw noCaller();
 }
 
+std::string AccessControl::credentialOf(HttpRequest const& request)
+{
+    auto const key = keyIn(request);
+    return key ? *key : request.header(sessionHeader);
+}
+
 bool AccessControl::isPlatform(HttpRequest const& request) const
 {
     return hasApiKey(request) || sessions.originOf(request.header(sessionHeader));

@@ -38,6 +38,8 @@ public:
 
     /// Who sends a request that assertPlatform() admits. Throws HttpError: 401 for any other.
     Caller callerOf(HttpRequest const& request) const;
+    /// The secret by which the caller is known: its API key, or that of its session.
+    static std::string credentialOf(HttpRequest const& request);
     bool hasApiKey(HttpRequest const& request) const;
     /// Whether the caller has an API key or a session of the console.
     bool isPlatform(HttpRequest const& request) const;

@@ -32,6 +32,7 @@ struct Operation {
     std::vector<Answer> answers = {};
     std::vector<ErrorCode> errors = {}; ///< beside those of every call with a key
     bool mayConflict = false;           ///< also fails with 409 because of a state
+    bool mayRepeat = false;             ///< takes the header "Idempotency-Key"
     json::object schemas = {};          ///< what the schemas above refer to, by name
 };
 

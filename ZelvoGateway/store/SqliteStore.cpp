@@ -95,6 +95,7 @@ SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
     addWebhookTables();
     createKeyTables();
     createAuditTable();
+    createAnswerTable();
 }
 
 MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)

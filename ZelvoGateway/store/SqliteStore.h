@@ -119,10 +119,16 @@ public:
     Page<StoredAuditEvent> auditEventPage(PageQuery const& query) override;
     void trimAuditEvents(Date oldest, std::size_t maxEvents) override;
 
+    std::optional<StoredAnswer> beginAnswer(StoredAnswer const& begun, Date oldest) override;
+    void endAnswer(StoredAnswer const& ended) override;
+    void dropAnswer(std::string const& caller, std::string const& keyHash) override;
+    void trimAnswers(Date oldest, std::size_t maxAnswers) override;
+
 private:
     void addLinkColumns();
     void createKeyTables();
     void createAuditTable();
+    void createAnswerTable();
     void addWebhookTables();
     void addEvent(records::WebhookEventType type, json::object const& data, Date now);
 

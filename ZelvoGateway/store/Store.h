@@ -3,6 +3,7 @@
 #include "ZelvoGateway/store/Agent.h"
 #include "ZelvoGateway/store/Page.h"
 #include "ZelvoGateway/store/StoreError.h"
+#include "ZelvoGateway/store/StoredAnswer.h"
 #include "ZelvoGateway/store/StoredAuditEvent.h"
 #include "ZelvoGateway/store/StoredCommand.h"
 #include "ZelvoGateway/store/StoredConnection.h"
@@ -202,6 +203,16 @@ public:
     virtual Page<StoredAuditEvent> auditEventPage(PageQuery const& query) = 0;
     /// Forgets events before `oldest`, and the oldest ones beyond `maxEvents`.
     virtual void trimAuditEvents(Date oldest, std::size_t maxEvents) = 0;
+
+    /// Notes that a request with an idempotency key runs, unless the caller has used the key since `oldest`.
+    /// Returns what is known of that use; nullopt if the request is new.
+    virtual std::optional<StoredAnswer> beginAnswer(StoredAnswer const& begun, Date oldest) = 0;
+    /// Keeps the answer to such a request.
+    virtual void endAnswer(StoredAnswer const& ended) = 0;
+    /// Forgets such a request: nothing was done for it.
+    virtual void dropAnswer(std::string const& caller, std::string const& keyHash) = 0;
+    /// Forgets requests that began before `oldest`, and the oldest ones beyond `maxAnswers`.
+    virtual void trimAnswers(Date oldest, std::size_t maxAnswers) = 0;
 };
 
 } // namespace zelvo::service

@@ -1,0 +1,161 @@
+#include "ZelvoGateway/api/IdempotentRoutes.h"
+
+#include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/SealedText.h"
+#include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/http/HttpError.h"
+#include "base/Hop.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace zelvo::service {
+
+namespace {
+
+constexpr char const* header = "idempotency-key";
+constexpr std::size_t maxKey = 255;
+constexpr std::size_t shortBody = 64_KiB; // Hashing it delays nobody.
+
+HttpError conflict(int status, std::string message)
+{
+    return {.status = status, .code = ErrorCode::invalidRequest, .message = std::move(message)};
+}
+
+/// Whether the answer must be kept: the request had, or may have had, an effect. The gateway's own failures
+/// and those of a machine that got a frame leave that open.
+bool mayHaveActed(HttpError const& error)
+{
+    return error.status == 500 || !error.requestId.empty();
+}
+
+} // namespace
+
+std::optional<std::string> idempotencyKeyIn(HttpRequest const& request)
+{
+    auto const [first, last] = request.headers.equal_range(header);
+    if (first == last)
+        return std::nullopt;
+    std::string const& key = first->second;
+    bool const printable = std::ranges::all_of(key, [](char sign) { return sign > ' ' && sign <= '~'; });
+    if (std::next(first) != last || key.empty() || key.size() > maxKey || !printable)
+        throw badRequest("\"Idempotency-Key\" must be one text of 1 to 255 printable ASCII characters");
+    return key;
+}
+
+std::vector<Route> IdempotentRoutes::over(std::vector<Route> routes)
+{
+    for (Route& route : routes) {
+        if (route.method != "POST" || !route.answer)
+            continue;
+        if (route.operation) {
+            Operation operation = *route.operation;
+            operation.mayRepeat = true;
+            route.operation = std::make_shared<Operation const>(std::move(operation));
+        }
+        auto const inner = std::make_shared<Answer const>(std::move(route.answer));
+        route.answer = [this, inner](HttpRequest request, PathIds ids) {
+            return answerOnce(inner.get(), std::move(request), std::move(ids));
+        };
+    }
+    return routes;
+}
+
+Task<std::string> IdempotentRoutes::requestHash(HttpRequest const* request)
+{
+    std::string head = request->method;
+    for (std::string const& part : request->path)
+        head += "/" + hashOf(part); // A part may hold a slash.
+    auto const hash = [request, &head] { return hashOf(head + "\n" + hashOf(request->body)); };
+    if (request->body.size() <= shortBody)
+        co_return hash();
+    co_return co_await on(workers, hash);
+}
+
+Task<HttpResponse> IdempotentRoutes::answerOnce(Answer const* inner, HttpRequest request, PathIds ids)
+{
+    auto const key = idempotencyKeyIn(request);
+    if (!key)
+        co_return co_await (*inner)(std::move(request), std::move(ids));
+    std::string const hash = co_await requestHash(&request);
+    Date const now = clock.date();
+    StoredAnswer begun{.caller = access.callerOf(request).keyId,
+                       .keyHash = hashOf("idempotency key " + *key),
+                       .requestHash = hash,
+                       .createdAt = now};
+    if (auto const earlier = store.beginAnswer(begun, now - dateSpan(rules.kept)))
+        co_return known(begun, *earlier, AccessControl::credentialOf(request) + "\n" + *key);
+    co_return co_await run(inner, std::move(request), std::move(ids), std::move(begun));
+}
+
+/// The answer to a request that came before.
+HttpResponse
+IdempotentRoutes::known(StoredAnswer const& begun, StoredAnswer const& earlier, std::string const& secret)
+{
+    if (earlier.requestHash != begun.requestHash)
+        throw conflict(422, "This Idempotency-Key was used for another request");
+    if (running->contains({begun.caller, begun.keyHash}))
+        throw conflict(409, "The first request with this Idempotency-Key is still running");
+    if (!earlier.status)
+        throw HttpError{.status = 500,
+                        .code = ErrorCode::internalError,
+                        .message = "The gateway stopped while the first request with this Idempotency-Key "
+                                   "ran. Whether it was carried out is not known"};
+    auto body = earlier.sealed ? unsealed(*earlier.sealed, secret) : std::nullopt;
+    if (!body)
+        throw conflict(409, "This request was carried out, with status " + std::to_string(*earlier.status) +
+                                ", but its answer was not kept");
+    HttpResponse response{.status = *earlier.status, .body = *std::move(body)};
+    response.headers.emplace_back("Idempotent-Replayed", "true");
+    return response;
+}
+
+Task<HttpResponse>
+IdempotentRoutes::run(Answer const* inner, HttpRequest request, PathIds ids, StoredAnswer begun)
+{
+    Running const one{begun.caller, begun.keyHash};
+    std::string const secret = AccessControl::credentialOf(request) + "\n" + *idempotencyKeyIn(request);
+    running->insert(one);
+    std::shared_ptr<void> const guard(nullptr, [one, all = running](void*) { all->erase(one); });
+    std::optional<HttpError> refusal;
+    HttpResponse response;
+    try {
+        response = co_await (*inner)(std::move(request), std::move(ids));
+    } catch (HttpError const& error) {
+        refusal = error;
+    } catch (std::exception const& error) {
+        refusal = internalError(error);
+    }
+    if (!refusal) {
+        keep(std::move(begun), response, secret);
+        co_return response;
+    }
+    if (mayHaveActed(*refusal)) {
+        if (refusal->requestId.empty())
+            refusal->requestId = newId("req");
+        keep(std::move(begun), errorResponse(*refusal), secret);
+    } else {
+        store.dropAnswer(begun.caller, begun.keyHash);
+    }
+    throw *std::move(refusal);
+}
+
+/// A failure of the store must not take the answer from its caller. The request then counts as interrupted.
+void IdempotentRoutes::keep(StoredAnswer answer, HttpResponse const& response, std::string const& secret)
+{
+    answer.status = response.status;
+    if (response.body.size() <= rules.maxBytes)
+        answer.sealed = sealed(response.body, secret);
+    try {
+        store.endAnswer(answer);
+    } catch (StoreError const& error) {
+        std::cerr << "zelvo-gateway: an answer was not kept: " << error.what() << std::endl;
+    }
+}
+
+void IdempotentRoutes::runMaintenance()
+{
+    store.trimAnswers(clock.date() - dateSpan(rules.kept), rules.maxAnswers);
+}
+
+} // namespace zelvo::service
