@@ -93,7 +93,9 @@ TEST_F(Link, isNotLostWhileTheProgramEndsWithoutASessionBus)
     GatewayProgram server(plain);
     AgentProgram program(plain, server.port());
     program.start();
-    require("the socket", [&] { return program.startAgain({}) == 0 && program.isRunning(); });
+    // Not by another start: that one could be the first to take the lock.
+    require("the socket", [&] { return exists(plain.runtimeFolder() / "dev.zelvo.agent.socket"); });
+    ASSERT_EQ(program.startAgain({}), 0);
     plain.waitForWindow({.title = "Zelvo", .className = "zelvo-agent"});
     ::kill(program.pid(), SIGTERM);
 
