@@ -23,7 +23,7 @@ Route Endpoints::route(std::string_view method,
 
 Task<HttpResponse> Endpoints::answer(Handler const* handler, HttpRequest request, PathIds ids) const
 {
-    bool const browser = !access.hasApiKey(request);
+    bool const browser = !AccessControl::hasKey(request);
     try {
         co_return co_await (*handler)(std::move(request), std::move(ids));
     } catch (Failure const& failure) {

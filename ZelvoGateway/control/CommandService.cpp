@@ -71,7 +71,8 @@ CommandService::prepare(StoredConnection connection, PlatformCommand command, st
     Submission submission;
     submission.agent = agentOf(connection, command.agentIfAny());
     submission.patience = patienceFor(command.paramsIfAny(), settings.commandTimeout);
-    submission.summary = summaryOf(command.method, command.paramsIfAny());
+    if (command.mayBeQueued())
+        submission.summary = summaryOf(command.method, command.paramsIfAny());
     submission.id = newId(command.mayBeQueued() ? "cmd" : "req");
     json::value frame = frameOf(submission.id, connection.id, command);
     submission.text = co_await writeOn(workers, std::move(frame), bytes);

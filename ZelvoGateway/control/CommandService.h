@@ -59,8 +59,8 @@ private:
         PlatformCommand command; ///< without params and agent, which are in the text
         Agent agent;
         std::string id;
-        std::string summary;
-        std::string text; ///< of the frame
+        std::string summary; ///< empty if it may not be queued
+        std::string text;    ///< of the frame
         Duration patience{};
     };
 

@@ -131,9 +131,9 @@ std::optional<Caller> AccessControl::platformOf(HttpRequest const& request) cons
     return key ? keys.callerWith(*key) : std::nullopt;
 }
 
-bool AccessControl::hasApiKey(HttpRequest const& request) const
+bool AccessControl::hasKey(HttpRequest const& request)
 {
-    return platformOf(request).has_value();
+    return keyIn(request).has_value();
 }
 
 Caller AccessControl::callerOf(HttpRequest const& request) const
@@ -153,7 +153,7 @@ std::string AccessControl::credentialOf(HttpRequest const& request)
 
 bool AccessControl::isPlatform(HttpRequest const& request) const
 {
-    return hasApiKey(request) || sessions.originOf(request.header(sessionHeader));
+    return platformOf(request) || sessions.originOf(request.header(sessionHeader));
 }
 
 void AccessControl::assertOwnPage(HttpRequest const& request) const

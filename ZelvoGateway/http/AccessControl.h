@@ -40,7 +40,8 @@ public:
     Caller callerOf(HttpRequest const& request) const;
     /// The secret by which the caller is known: its API key, or that of its session.
     static std::string credentialOf(HttpRequest const& request);
-    bool hasApiKey(HttpRequest const& request) const;
+    /// Whether the request brings an API key, right or wrong; a browser's brings none.
+    static bool hasKey(HttpRequest const& request);
     /// Whether the caller has an API key or a session of the console.
     bool isPlatform(HttpRequest const& request) const;
     /// Refuses what a page of another origin sends, and changes that no page sends.

@@ -55,8 +55,20 @@ std::optional<HttpError> refusalOf(Step const& step)
     return std::nullopt;
 }
 
+std::string localAddressOf(asio::ip::tcp::socket const& socket)
+{
+    boost::system::error_code ignored;
+    return socket.local_endpoint(ignored).address().to_string();
+}
+
+std::string remoteAddressOf(asio::ip::tcp::socket const& socket)
+{
+    boost::system::error_code ignored;
+    return socket.remote_endpoint(ignored).address().to_string();
+}
+
 /// "/films/rec_1".
-std::string addressOf(HttpRequest const& request)
+std::string pathOf(HttpRequest const& request)
 {
     std::string text;
     for (std::string const& part : request.path)
@@ -65,20 +77,23 @@ std::string addressOf(HttpRequest const& request)
 }
 
 /// "POST /v1/connections/*/commands".
-std::string textOf(Route const& route)
+std::string textOf(Route const* route)
 {
-    std::string text(route.method);
+    if (!route)
+        return "a request without a route";
+    std::string text(route->method);
     text += " ";
-    for (std::string_view const part : route.pattern)
+    for (std::string_view const part : route->pattern)
         text += "/" + std::string(part);
-    return text + (route.pattern.empty() ? "/" : "");
+    return text + (route->pattern.empty() ? "/" : "");
 }
 
 class BeastHttpSession final : public HttpSession {
 public:
     BeastHttpSession(asio::ip::tcp::socket socket, SessionParts& parts)
         : parts(parts), stream(std::move(socket)), reader(stream, buffer, parts.limits),
-          memory(parts.memory.partOf("address " + remoteAddress()))
+          localAddress(localAddressOf(stream.socket())), remoteAddress(remoteAddressOf(stream.socket())),
+          memory(parts.memory.partOf("address " + remoteAddress))
     {
     }
 
@@ -118,19 +133,19 @@ private:
     void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
     Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
-    std::string localAddress() const;
-    std::string remoteAddress() const;
 
     SessionParts& parts;
     beast::tcp_stream stream;
     beast::flat_buffer buffer{readBuffer};
     RequestReader reader;
+    std::string const localAddress;
+    std::string const remoteAddress;
     MemoryBudget memory; // The caller's part of the budget.
     std::optional<Time::time_point> waiting = Time::now();
-    PlaceShares::Lease place; // For the present request.
-    bool headOnly = false;    // The present request is a HEAD.
-    std::string requestId;    // Of the present request.
-    std::string routeText;    // Its method and the pattern of its path.
+    PlaceShares::Lease place;     // For the present request.
+    bool headOnly = false;        // The present request is a HEAD.
+    std::string requestId;        // Of the present request.
+    Route const* route = nullptr; // Null if it has none.
 };
 
 Task<> BeastHttpSession::serve()
@@ -150,7 +165,7 @@ Task<bool> BeastHttpSession::serveOne(bool first)
     waiting = Time::now();
     place.reset();
     requestId = newId("req");
-    routeText = "a request without a route";
+    route = nullptr;
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
     Entry entry;
@@ -194,7 +209,7 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
     if (error.requestId.empty())
         error.requestId = requestId;
     if (error.status >= 500)
-        std::cerr << "zelvo-gateway: " + error.requestId + " " + routeText + " " +
+        std::cerr << "zelvo-gateway: " + error.requestId + " " + textOf(route) + " " +
                          std::to_string(error.status) + " " + std::string(rawValue(error.code)) +
                          (error.reason.empty() ? "" : ": " + error.reason) + "\n"
                   << std::flush;
@@ -204,21 +219,20 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
 /// Decides by the head alone, before a byte of the body is read. Throws HttpError.
 void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
 {
-    entry.request = headOf(head->get(), localAddress());
-    entry.request.remoteAddress = remoteAddress();
+    entry.request = headOf(head->get(), localAddress);
+    entry.request.remoteAddress = remoteAddress;
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
-    Route const& route = *entry.admission.route;
-    routeText = textOf(route);
+    route = entry.admission.route;
     if (entry.admission.isPlatform)
         waiting.reset();
-    else if (route.isForMachines)
+    else if (route->isForMachines)
         keepPlace(entry.request.header("authorization"));
-    if (!route.upgrade || !beast::websocket::is_upgrade(head->get())) {
+    if (!route->upgrade || !beast::websocket::is_upgrade(head->get())) {
         admitBody(head, entry);
         return;
     }
-    entry.upgrade = route.upgrade(entry.request);
+    entry.upgrade = route->upgrade(entry.request);
     if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
         throw badRequest("Frames may only follow the answer");
 }
@@ -234,19 +248,18 @@ void BeastHttpSession::keepPlace(std::string const& owner)
 
 void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
 {
-    Route const& route = *entry.admission.route;
     auto const length = head->content_length();
-    if (!route.receive && length && *length > route.maxBody)
+    if (!route->receive && length && *length > route->maxBody)
         throw tooLarge();
-    std::size_t bytes = head->chunked() ? memoryFactor * route.maxBody : 0;
+    std::size_t bytes = head->chunked() ? memoryFactor * route->maxBody : 0;
     if (length)
-        bytes = route.receive ? BodyPieces::size : memoryFactor * static_cast<std::size_t>(*length);
+        bytes = route->receive ? BodyPieces::size : memoryFactor * static_cast<std::size_t>(*length);
     if (!memory.grow(entry.memory, bytes))
         throw tooBusy("Too many large bodies at this time");
-    if (route.receive)
-        entry.sink = route.receive(entry.request, entry.admission.ids);
+    if (route->receive)
+        entry.sink = route->receive(entry.request, entry.admission.ids);
     if (entry.sink)
-        keepPlace(addressOf(entry.request)); // Its address is its right.
+        keepPlace(pathOf(entry.request)); // Its address is its right.
 }
 
 Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
@@ -266,12 +279,12 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
     entry.request.body = std::move(parser->get().body());
     // Held until the answer is sent, like the request's memory before.
     MemoryBudget::Lease const lease = std::move(entry.memory);
-    std::string const address = addressOf(entry.request);
+    std::string const path = pathOf(entry.request);
     HttpResponse response = co_await answer(std::move(entry));
     if (response.stream)
         co_return co_await writeStream(std::move(response), keepAlive, end);
     if (response.source)
-        keepPlace(address);
+        keepPlace(path);
     if (response.source && !memory.grow(response.memory, ResponseWriter::sourcePiece))
         response = failed(tooBusy("Too many recordings are read"));
     co_return co_await write(std::move(response), keepAlive);
@@ -353,20 +366,6 @@ void BeastHttpSession::handOver(HeadParser const& parser, Upgrade upgrade)
     auto const connection = std::make_shared<UpgradedConnection>(std::move(stream), parser->release());
     spawn(connection->stream.get_executor(),
           [connection, upgrade = std::move(upgrade)] { return upgrade(connection); });
-}
-
-std::string BeastHttpSession::remoteAddress() const
-{
-    boost::system::error_code ignored;
-    auto const endpoint = stream.socket().remote_endpoint(ignored);
-    return endpoint.address().to_string();
-}
-
-std::string BeastHttpSession::localAddress() const
-{
-    boost::system::error_code ignored;
-    auto const endpoint = stream.socket().local_endpoint(ignored);
-    return endpoint.address().to_string();
 }
 
 } // namespace

@@ -171,6 +171,11 @@ int Database::changes() const
     return sqlite3_changes(database.get());
 }
 
+bool Database::isInTransaction() const
+{
+    return sqlite3_get_autocommit(database.get()) == 0;
+}
+
 void Database::onInsert(std::string table, std::function<void()> inserted)
 {
     if (!inserted) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ZelvoGateway/store/ChangeMark.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -77,6 +79,10 @@ public:
     Statement prepare(std::string_view sql) { return {idle, database.get(), sql}; }
     /// How many rows the last statement changed.
     int changes() const;
+    /// What is committed, by all processes.
+    ChangeMark changeMark() const { return ChangeMark(database.get()); }
+    /// Whether a Transaction is open, whose changes are in no mark yet.
+    bool isInTransaction() const;
     /// Calls back after each row that this object adds to a table, also by a trigger; an empty callback ends
     /// that. The callback must not use the database.
     void onInsert(std::string table, std::function<void()> inserted);

@@ -117,9 +117,13 @@ void SqliteStore::forgetRevokedKeys(Date oldest)
 
 std::int64_t SqliteStore::foreignChanges()
 {
-    Statement row = database.prepare("PRAGMA data_version");
-    row.step();
-    return row.integer(0);
+    if (ChangeMark const now = database.changeMark(); now != foreignMark) {
+        Statement row = database.prepare("PRAGMA data_version");
+        row.step();
+        foreignVersion = row.integer(0);
+        foreignMark = now;
+    }
+    return foreignVersion;
 }
 
 } // namespace zelvo::service

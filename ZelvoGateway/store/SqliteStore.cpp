@@ -193,8 +193,26 @@ void SqliteStore::addConnection(StoredConnection const& connection)
 
 std::optional<StoredConnection> SqliteStore::connection(std::string const& id)
 {
-    return firstOf(std::move(database.prepare(std::string(connectionColumns) + "WHERE id = ?").bind(id)),
-                   connectionOf);
+    if (auto const* const kept = knownConnection(id))
+        return *kept;
+    auto read = firstOf(std::move(database.prepare(std::string(connectionColumns) + "WHERE id = ?").bind(id)),
+                        connectionOf);
+    if (read && !database.isInTransaction() && knownConnections.size() < maxKnown)
+        knownConnections.emplace(id, *read);
+    return read;
+}
+
+/// Every command asks for its connection several times, and connections rarely change.
+StoredConnection const* SqliteStore::knownConnection(std::string const& id)
+{
+    if (database.isInTransaction())
+        return nullptr;
+    if (ChangeMark const now = database.changeMark(); now != knownMark) {
+        knownConnections.clear();
+        knownMark = now;
+    }
+    auto const found = knownConnections.find(id);
+    return found == knownConnections.end() ? nullptr : &found->second;
 }
 
 std::vector<StoredConnection> SqliteStore::connectionsOf(std::string const& machineId)

@@ -4,12 +4,15 @@
 #include "ZelvoGateway/store/Store.h"
 
 #include <filesystem>
+#include <map>
 
 namespace zelvo::service {
 
 /// The store in one SQLite file, mode 0600. A process that finds the file locked waits up to 5 s.
 class SqliteStore final : public Store {
 public:
+    static constexpr std::size_t maxKnown = 10'000; ///< connections that are kept in memory
+
     /// Opens the file and creates what is missing.
     explicit SqliteStore(std::filesystem::path const& file);
 
@@ -132,7 +135,13 @@ private:
     void addWebhookTables();
     void addEvent(records::WebhookEventType type, json::object const& data, Date now);
 
+    StoredConnection const* knownConnection(std::string const& id);
+
     Database database;
+    std::map<std::string, StoredConnection> knownConnections; ///< connections, as of knownMark
+    ChangeMark knownMark;
+    std::int64_t foreignVersion = 0; ///< SQLite's number for the changes of others, as of foreignMark
+    ChangeMark foreignMark;
 };
 
 } // namespace zelvo::service
