@@ -7,12 +7,13 @@
 #include "BareRelay.h"
 #include "HttpLine.h"
 #include "RatioTable.h"
+#include "Trips.h"
 #include "desktop/harness/PrivateDesktop.h"
 #include "end_to_end/GatewayProgram.h"
 
-#include <algorithm>
-#include <chrono>
-#include <vector>
+#include <map>
+#include <stdexcept>
+#include <string>
 
 namespace zelvo {
 
@@ -23,24 +24,6 @@ constexpr int warmUp = 50;
 constexpr std::size_t pictureBytes = 300'000;
 
 std::string const smallResult = R"({"x":812,"y":440,"display":66,"app":"org.xfce.mousepad"})";
-
-/// Round trips in microseconds, sorted on demand.
-class Trips {
-public:
-    void add(double microseconds) { all.push_back(microseconds); }
-    double percentile(double part) const
-    {
-        if (all.empty())
-            throw std::out_of_range("not measured"); // As RatioTable expects of what was filtered out.
-        std::vector<double> sorted = all;
-        auto const place = static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1));
-        std::ranges::nth_element(sorted, sorted.begin() + static_cast<std::ptrdiff_t>(place));
-        return sorted[place];
-    }
-
-private:
-    std::vector<double> all;
-};
 
 /// A gateway and its baseline, each with a machine and a caller.
 class Stage {
@@ -65,13 +48,10 @@ public:
 private:
     static void run(HttpLine& line, std::string const& body, int trips, Trips& times)
     {
-        for (int trip = -warmUp; trip < trips; ++trip) {
-            auto const start = std::chrono::steady_clock::now();
-            benchmark::DoNotOptimize(line.post(body));
-            std::chrono::duration<double, std::micro> const taken = std::chrono::steady_clock::now() - start;
-            if (trip >= 0)
-                times.add(taken.count());
-        }
+        for (int trip = 0; trip < warmUp; ++trip)
+            line.post(body);
+        for (int trip = 0; trip < trips; ++trip)
+            times.measure([&] { benchmark::DoNotOptimize(line.post(body)); });
     }
     HttpLine::Headers authorization() const
     {
