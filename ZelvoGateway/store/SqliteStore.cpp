@@ -86,6 +86,20 @@ StoredConnection connectionOf(Statement const& row)
     return connection;
 }
 
+/// What is kept under an id, or else what `read` gives, which is then kept. kept: may be null
+template <class Value, class Read>
+std::optional<Value> keptOr(std::map<std::string, Value>* kept, std::string const& id, Read const& read)
+{
+    if (!kept)
+        return read();
+    if (auto const found = kept->find(id); found != kept->end())
+        return found->second;
+    std::optional<Value> value = read();
+    if (value && kept->size() < SqliteStore::maxKnown)
+        kept->emplace(id, *value);
+    return value;
+}
+
 } // namespace
 
 SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
@@ -129,8 +143,11 @@ std::optional<StoredMachine> SqliteStore::machineOfToken(std::string_view token)
 
 std::optional<StoredMachine> SqliteStore::machine(std::string const& id)
 {
-    return firstOf(std::move(database.prepare(std::string(machineColumns) + "WHERE id = ?").bind(id)),
-                   machineOf);
+    Known* const current = currentKnown();
+    return keptOr(current ? &current->machines : nullptr, id, [&] {
+        return firstOf(std::move(database.prepare(std::string(machineColumns) + "WHERE id = ?").bind(id)),
+                       machineOf);
+    });
 }
 
 std::vector<StoredMachine> SqliteStore::machines()
@@ -193,26 +210,20 @@ void SqliteStore::addConnection(StoredConnection const& connection)
 
 std::optional<StoredConnection> SqliteStore::connection(std::string const& id)
 {
-    if (auto const* const kept = knownConnection(id))
-        return *kept;
-    auto read = firstOf(std::move(database.prepare(std::string(connectionColumns) + "WHERE id = ?").bind(id)),
-                        connectionOf);
-    if (read && !database.isInTransaction() && knownConnections.size() < maxKnown)
-        knownConnections.emplace(id, *read);
-    return read;
+    Known* const current = currentKnown();
+    return keptOr(current ? &current->connections : nullptr, id, [&] {
+        return firstOf(std::move(database.prepare(std::string(connectionColumns) + "WHERE id = ?").bind(id)),
+                       connectionOf);
+    });
 }
 
-/// Every command asks for its connection several times, and connections rarely change.
-StoredConnection const* SqliteStore::knownConnection(std::string const& id)
+SqliteStore::Known* SqliteStore::currentKnown()
 {
     if (database.isInTransaction())
         return nullptr;
-    if (ChangeMark const now = database.changeMark(); now != knownMark) {
-        knownConnections.clear();
-        knownMark = now;
-    }
-    auto const found = knownConnections.find(id);
-    return found == knownConnections.end() ? nullptr : &found->second;
+    if (ChangeMark const now = database.changeMark(); now != knownState.mark)
+        knownState = {.mark = now, .connections = {}, .machines = {}};
+    return &knownState;
 }
 
 std::vector<StoredConnection> SqliteStore::connectionsOf(std::string const& machineId)

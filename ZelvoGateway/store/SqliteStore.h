@@ -11,7 +11,7 @@ namespace zelvo::service {
 /// The store in one SQLite file, mode 0600. A process that finds the file locked waits up to 5 s.
 class SqliteStore final : public Store {
 public:
-    static constexpr std::size_t maxKnown = 10'000; ///< connections that are kept in memory
+    static constexpr std::size_t maxKnown = 10'000; ///< connections, and machines, that are kept in memory
 
     /// Opens the file and creates what is missing.
     explicit SqliteStore(std::filesystem::path const& file);
@@ -135,11 +135,18 @@ private:
     void addWebhookTables();
     void addEvent(records::WebhookEventType type, json::object const& data, Date now);
 
-    StoredConnection const* knownConnection(std::string const& id);
+    /// What was read of the state `mark`, by id. Every command asks for its connection and its machine
+    /// several times, and they rarely change.
+    struct Known {
+        ChangeMark mark;
+        std::map<std::string, StoredConnection> connections;
+        std::map<std::string, StoredMachine> machines;
+    };
+    /// Null while a transaction is open, which reads what is in no state yet.
+    Known* currentKnown();
 
     Database database;
-    std::map<std::string, StoredConnection> knownConnections; ///< connections, as of knownMark
-    ChangeMark knownMark;
+    Known knownState;
     std::int64_t foreignVersion = 0; ///< SQLite's number for the changes of others, as of foreignMark
     ChangeMark foreignMark;
 };
