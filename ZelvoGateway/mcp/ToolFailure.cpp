@@ -73,13 +73,19 @@ std::string_view nextStep(ErrorCode code)
     return "tell the user";
 }
 
-std::string failureText(ToolFailure const& failure)
+std::string failureLine(ToolFailure const& failure)
 {
     std::string text(rawValue(failure.code));
     text += ": " + sentenceOf(failure.what) + ".";
     if (failure.actionsDone)
         text += " Done: " + doneText(*failure.actionsDone) + ".";
     text += " Next: " + failure.next.value_or(std::string(nextStep(failure.code))) + ".";
+    return text;
+}
+
+std::string failureText(ToolFailure const& failure)
+{
+    std::string text = failureLine(failure);
     for (std::string const& line : failure.lines)
         text += "\n" + line;
     return text;

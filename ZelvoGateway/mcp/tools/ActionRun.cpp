@@ -3,6 +3,8 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "base/Text.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -106,6 +108,13 @@ bool hasPlace(ActionKind kind)
     return kind != ActionKind::key && kind != ActionKind::wait && kind != ActionKind::type;
 }
 
+/// The machine may have carried out the command.
+bool isUncertain(ErrorCode code)
+{
+    return code == ErrorCode::timeout || code == ErrorCode::internalError ||
+           code == ErrorCode::machineOffline;
+}
+
 /// An application as the machine identifies it, if the model names the one that it saw.
 std::string identified(std::string name, SeenMachine const& seen)
 {
@@ -119,7 +128,7 @@ std::string identified(std::string name, SeenMachine const& seen)
 
 ActionRun::ActionRun(MachineCallPtr call, std::vector<ActionRequest> actions, std::string expectedApp)
     : call(std::move(call)), actions(std::move(actions)),
-      expected(identified(std::move(expectedApp), this->call->seen()))
+      expected(identified(std::move(expectedApp), this->call->seen())), held(this->call)
 {
 }
 
@@ -136,6 +145,7 @@ Task<> ActionRun::run()
         }
         if (failed) {
             failed->actionsDone = index;
+            std::ranges::move(co_await held.release(), std::back_inserter(failed->lines));
             throw *std::move(failed);
         }
     }
@@ -159,11 +169,22 @@ Task<> ActionRun::perform(std::size_t index)
 
 Task<> ActionRun::send(std::size_t index, Freshness freshness)
 {
+    ActionRequest const& action = actions[index];
+    json::array wire = co_await wireActions(index, freshness);
+    bool const isPress = action.kind == ActionKind::mouseDown && held.press(wire.front().as_object());
     json::object params;
-    params.emplace("actions", co_await wireActions(index, freshness));
+    params.emplace("actions", std::move(wire));
     if (!expected.empty())
         params["expectBundleId"] = expected;
-    co_await call->run("actions.perform", std::move(params));
+    try {
+        co_await call->run("actions.perform", std::move(params));
+    } catch (Failure const& failure) {
+        if (isPress && !isUncertain(failure.code))
+            held.forget(action.button);
+        throw;
+    }
+    if (action.kind == ActionKind::mouseUp)
+        held.forget(action.button);
 }
 
 Task<json::array> ActionRun::wireActions(std::size_t index, Freshness freshness)

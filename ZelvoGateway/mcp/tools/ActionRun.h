@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/mcp/tools/ActionRequest.h"
 #include "ZelvoGateway/mcp/tools/ElementSearch.h"
+#include "ZelvoGateway/mcp/tools/HeldButtons.h"
 #include "ZelvoGateway/mcp/tools/MachineCall.h"
 
 #include <cstddef>
@@ -11,7 +12,8 @@
 namespace zelvo::service {
 
 /// Carries out actions in order, each as a separate command, because machines do not say which action of a
-/// command failed.
+/// command failed. A button that they leave pressed, because one failed or the call was cancelled, is
+/// released.
 /// Thread: the server's.
 class ActionRun {
 public:
@@ -33,6 +35,7 @@ private:
     MachineCallPtr call;
     std::vector<ActionRequest> actions;
     std::string expected;
+    HeldButtons held;
 };
 
 } // namespace zelvo::service

@@ -41,8 +41,12 @@ Tool toolNamed(std::string_view name)
 
 /// What a call is doing, also before it has its turn.
 struct Progress {
-    MachineCallPtr call;
-    std::string text() const { return call ? call->activity() : "waiting for your other calls to end"; }
+    std::weak_ptr<MachineCall> call; // Its turn ends with it, and a result is kept for longer.
+    std::string text() const
+    {
+        auto const running = call.lock();
+        return running ? running->activity() : "waiting for your other calls to end";
+    }
 };
 
 Task<McpToolResult> carryOut(ConversationPtr conversation, McpCall call, std::shared_ptr<Progress> progress)
@@ -50,10 +54,11 @@ Task<McpToolResult> carryOut(ConversationPtr conversation, McpCall call, std::sh
     Tool const tool = toolNamed(call.tool);
     ReachedMachine const machine =
         chosenMachine(conversation->machines(), read::text(call.arguments, "machine"));
-    CallTurns::Turn const turn = co_await conversation->turnOn(machine);
-    progress->call = std::make_shared<MachineCall>(conversation->tools(), machine,
-                                                   conversation->seen(machine), call.client);
-    McpToolResult result = co_await tool(progress->call, std::move(call.arguments));
+    CallTurns::Turn turn = co_await conversation->turnOn(machine);
+    auto const running = std::make_shared<MachineCall>(
+        conversation->tools(), machine, conversation->seen(machine), std::move(call.client), std::move(turn));
+    progress->call = running;
+    McpToolResult result = co_await tool(running, std::move(call.arguments));
     conversation->weigh();
     co_return result;
 }

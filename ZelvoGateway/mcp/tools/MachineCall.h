@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/mcp/ToolFailure.h"
+#include "ZelvoGateway/mcp/tools/CallTurns.h"
 #include "ZelvoGateway/mcp/tools/DesktopCommands.h"
 #include "ZelvoGateway/mcp/tools/SeenMachine.h"
 #include "base/Hop.h"
@@ -22,16 +23,18 @@ struct ToolServices {
     PictureLimits pictures = {};
 };
 
-/// One call of a tool on one machine. Its parts are shared, so that a call can outlive its client.
+/// One call of a tool on one machine. Its parts are shared, so that a call can outlive its client; it has its
+/// turn until its end.
 /// Thread: the server's.
 class MachineCall {
 public:
     MachineCall(ToolServices services,
                 ReachedMachine machine,
                 std::shared_ptr<SeenMachine> seen,
-                std::string client)
+                std::string client,
+                CallTurns::Turn turn)
         : services(std::move(services)), machine(std::move(machine)), seenMachine(std::move(seen)),
-          client(std::move(client))
+          client(std::move(client)), turn(std::move(turn))
     {
     }
 
@@ -46,6 +49,7 @@ public:
     Task<ScreenPoint> cursor();
 
     Clock& clock() const { return services.clock; }
+    Executor server() const { return services.server; }
     Executor workers() const { return services.workers; }
     PictureLimits pictures() const { return services.pictures; }
     ReachedMachine const& target() const { return machine; }
@@ -60,6 +64,7 @@ private:
     ReachedMachine machine;
     std::shared_ptr<SeenMachine> seenMachine;
     std::string client;
+    CallTurns::Turn turn;
     std::string doing = "waiting for the computer";
 };
 
