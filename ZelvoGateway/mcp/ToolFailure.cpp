@@ -19,11 +19,12 @@ std::string sentenceOf(std::string_view message)
     return sentence;
 }
 
-std::string doneText(std::size_t actions)
+std::string doneText(std::size_t actions, bool isNextBegun)
 {
-    if (actions == 0)
-        return "nothing";
-    return actions == 1 ? "action 0" : "actions 0-" + std::to_string(actions - 1);
+    std::string text = "nothing";
+    if (actions > 0)
+        text = actions == 1 ? "action 0" : "actions 0-" + std::to_string(actions - 1);
+    return isNextBegun ? text + "; action " + std::to_string(actions) + " was begun" : text;
 }
 
 } // namespace
@@ -78,7 +79,7 @@ std::string failureLine(ToolFailure const& failure)
     std::string text(rawValue(failure.code));
     text += ": " + sentenceOf(failure.what) + ".";
     if (failure.actionsDone)
-        text += " Done: " + doneText(*failure.actionsDone) + ".";
+        text += " Done: " + doneText(*failure.actionsDone, failure.isBegun) + ".";
     text += " Next: " + failure.next.value_or(std::string(nextStep(failure.code))) + ".";
     return text;
 }

@@ -16,6 +16,7 @@ struct ToolFailure {
     ErrorCode code = ErrorCode::internalError;
     std::string what;                            ///< may come from a machine
     std::optional<std::size_t> actionsDone = {}; ///< before the one that failed, if there were several
+    bool isBegun = false;                        ///< a part of the one that failed was done
     std::optional<std::string> next = {};        ///< what to do; without it what nextStep() gives
     std::vector<std::string> lines = {};         ///< that follow
     bool holdsData = false;                      ///< of a machine, such as names of applications

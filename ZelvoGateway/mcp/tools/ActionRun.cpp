@@ -145,6 +145,7 @@ Task<> ActionRun::run()
         }
         if (failed) {
             failed->actionsDone = index;
+            failed->isBegun = isBegun;
             std::ranges::move(co_await held.release(), std::back_inserter(failed->lines));
             throw *std::move(failed);
         }
@@ -153,13 +154,15 @@ Task<> ActionRun::run()
 
 Task<> ActionRun::perform(std::size_t index)
 {
+    isBegun = false;
     Freshness freshness = Freshness::usual;
     for (int searches = 0;; ++searches) {
         try {
             co_await send(index, freshness);
             co_return;
         } catch (Failure const& failure) {
-            bool const isLost = failure.code == ErrorCode::snapshotExpired && actions[index].reference;
+            bool const isLost =
+                failure.code == ErrorCode::snapshotExpired && actions[index].reference && !isBegun;
             if (!isLost || searches == maxSearches)
                 throw;
         }
@@ -169,11 +172,18 @@ Task<> ActionRun::perform(std::size_t index)
 
 Task<> ActionRun::send(std::size_t index, Freshness freshness)
 {
+    for (json::object& wire : co_await wireActions(index, freshness)) {
+        co_await sendOne(index, std::move(wire));
+        isBegun = true;
+    }
+}
+
+Task<> ActionRun::sendOne(std::size_t index, json::object wire)
+{
     ActionRequest const& action = actions[index];
-    json::array wire = co_await wireActions(index, freshness);
-    bool const isPress = action.kind == ActionKind::mouseDown && held.press(wire.front().as_object());
+    bool const isPress = action.kind == ActionKind::mouseDown && held.press(wire);
     json::object params;
-    params.emplace("actions", std::move(wire));
+    params.emplace("actions", only(std::move(wire)));
     if (!expected.empty())
         params["expectBundleId"] = expected;
     try {
@@ -187,7 +197,7 @@ Task<> ActionRun::send(std::size_t index, Freshness freshness)
         held.forget(action.button);
 }
 
-Task<json::array> ActionRun::wireActions(std::size_t index, Freshness freshness)
+Task<std::vector<json::object>> ActionRun::wireActions(std::size_t index, Freshness freshness)
 {
     ActionRequest action = actions[index];
     if (action.reference && isForElements(action))
@@ -196,20 +206,20 @@ Task<json::array> ActionRun::wireActions(std::size_t index, Freshness freshness)
     if (hasPlace(action.kind))
         place = co_await placeOf(action);
     ScreenPoint const end = action.to ? pointsOf(*action.to) : ScreenPoint();
-    co_return only(wireAction(action, place, end));
+    co_return std::vector{wireAction(action, place, end)};
 }
 
-Task<json::array> ActionRun::onElement(ActionRequest action, Freshness freshness)
+Task<std::vector<json::object>> ActionRun::onElement(ActionRequest action, Freshness freshness)
 {
     FoundElement const found = co_await findElement(call, *action.reference, freshness);
     if (action.kind == ActionKind::setValue) {
         json::object set = onElementOf("set_value", found);
         set["text"] = action.text;
-        co_return only(std::move(set));
+        co_return std::vector{std::move(set)};
     }
-    json::array wire = only(onElementOf("click_element", found));
+    std::vector<json::object> wire{onElementOf("click_element", found)};
     if (action.kind == ActionKind::type)
-        wire.emplace_back(wireAction(action, {}, {}));
+        wire.push_back(wireAction(action, {}, {}));
     co_return wire;
 }
 

@@ -27,8 +27,10 @@ public:
 private:
     Task<> perform(std::size_t index);
     Task<> send(std::size_t index, Freshness freshness);
-    Task<json::array> wireActions(std::size_t index, Freshness freshness);
-    Task<json::array> onElement(ActionRequest action, Freshness freshness);
+    Task<> sendOne(std::size_t index, json::object wire);
+    /// What a machine is to do for one action, command by command.
+    Task<std::vector<json::object>> wireActions(std::size_t index, Freshness freshness);
+    Task<std::vector<json::object>> onElement(ActionRequest action, Freshness freshness);
     Task<ScreenPoint> placeOf(ActionRequest action);
     ScreenPoint pointsOf(ScreenPoint shown) const;
 
@@ -36,6 +38,7 @@ private:
     std::vector<ActionRequest> actions;
     std::string expected;
     HeldButtons held;
+    bool isBegun = false; // A part of the present action was done.
 };
 
 } // namespace zelvo::service

@@ -104,8 +104,11 @@ Task<Performed> performAll(MachineCallPtr call, std::vector<ComputerStep> steps)
         } catch (Failure const& failure) {
             performed.failure = toolFailure(failure);
         }
-        if (performed.failure)
+        if (performed.failure) {
+            bool const isPartOfStep = performed.failure->actionsDone.value_or(0) > 0;
+            performed.failure->isBegun = performed.failure->isBegun || isPartOfStep;
             performed.failure->actionsDone = done;
+        }
     }
     std::string const count = std::to_string(steps.size());
     performed.text.insert(0, "ok " + count + "/" + count);

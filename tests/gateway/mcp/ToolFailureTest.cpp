@@ -27,6 +27,14 @@ TEST(ToolFailure, saysHowManyActionsWereDone)
     EXPECT_EQ(textOf({.what = "x"}).find("Done"), std::string::npos);
 }
 
+TEST(ToolFailure, saysThatTheActionThatFailedWasBegun)
+{
+    EXPECT_EQ(failureText({.what = "x", .actionsDone = 0, .isBegun = true, .next = "y"}),
+              "internal_error: x. Done: nothing; action 0 was begun. Next: y.");
+    EXPECT_EQ(failureText({.what = "x", .actionsDone = 2, .isBegun = true, .next = "y"}),
+              "internal_error: x. Done: actions 0-1; action 2 was begun. Next: y.");
+}
+
 TEST(ToolFailure, mayGoOnInMoreLines)
 {
     ToolFailure const failure{.code = ErrorCode::notFound,

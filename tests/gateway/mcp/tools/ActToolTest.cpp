@@ -57,7 +57,7 @@ TEST_F(ActTool, writesEachActionAsTheMachineTakesIt)
         R"(,"observe":"none")");
 
     auto const actions = performed();
-    ASSERT_EQ(actions.size(), 12U);
+    ASSERT_EQ(actions.size(), 13U);
     EXPECT_EQ(
         actions[0],
         R"({"actions":[{"type":"click","x":10,"y":20,"button":"right","count":2,"modifiers":["shift"]}]})");
@@ -69,14 +69,13 @@ TEST_F(ActTool, writesEachActionAsTheMachineTakesIt)
     EXPECT_EQ(actions[5], R"({"actions":[{"type":"key","keys":["ctrl","s"]}]})");
     EXPECT_EQ(actions[6],
               R"({"actions":[{"type":"set_value","snapshotId":"snp_1","elementId":"e0","text":"Milk"}]})");
-    EXPECT_EQ(
-        actions[7],
-        R"({"actions":[{"type":"click_element","snapshotId":"snp_1","elementId":"e0"},{"type":"type","text":"Bread"}]})");
-    EXPECT_EQ(actions[8], R"({"actions":[{"type":"wait","ms":9}]})");
-    EXPECT_EQ(actions[9], R"({"actions":[{"type":"mouse_down","x":1,"y":1,"button":"left"}]})");
-    EXPECT_EQ(actions[10], R"({"actions":[{"type":"mouse_up","x":2,"y":2,"button":"left"}]})");
+    EXPECT_EQ(actions[7], R"({"actions":[{"type":"click_element","snapshotId":"snp_1","elementId":"e0"}]})");
+    EXPECT_EQ(actions[8], R"({"actions":[{"type":"type","text":"Bread"}]})");
+    EXPECT_EQ(actions[9], R"({"actions":[{"type":"wait","ms":9}]})");
+    EXPECT_EQ(actions[10], R"({"actions":[{"type":"mouse_down","x":1,"y":1,"button":"left"}]})");
+    EXPECT_EQ(actions[11], R"({"actions":[{"type":"mouse_up","x":2,"y":2,"button":"left"}]})");
     // The machine has no such action for an element, so it is looked up anew.
-    EXPECT_EQ(actions[11], R"({"actions":[{"type":"click","x":432,"y":216,"button":"left","count":2}]})");
+    EXPECT_EQ(actions[12], R"({"actions":[{"type":"click","x":432,"y":216,"button":"left","count":2}]})");
     EXPECT_EQ(commands->paramsOf("ui.tree").size(), 2U);
 }
 
@@ -146,6 +145,36 @@ TEST_F(ActTool, saysWhatWasDoneBeforeAFailure)
                    "or another way; ask the user in the chat.\n"
                    "settled 412 ms · Mousepad · s2 · 3 elements · main display 1000x800\n[t3]"));
     EXPECT_EQ(performed().size(), 3U);
+}
+
+TEST_F(ActTool, saysThatAnActionWasBegun)
+{
+    call("desktop_see");
+    commands->answers["actions.perform"] = [](DesktopCommand const& command) {
+        if (writeJson(command.params).find("Bread") != std::string::npos)
+            throw failure(ErrorCode::appNotFrontmost, "Another application is in front");
+        return json::value{{"ok", true}};
+    };
+
+    EXPECT_THAT(act(R"([{"type":"type","ref":"t3","text":"Bread"}])"),
+                StartsWith("app_not_frontmost: Another application is in front. Done: nothing; action 0 was "
+                           "begun. Next: "));
+    EXPECT_THAT(act(R"([{"type":"key","keys":["a"]},{"type":"type","ref":"t3","text":"Bread"}])"),
+                HasSubstr("Done: action 0; action 1 was begun."));
+    EXPECT_THAT(act(R"([{"type":"type","text":"Bread"}])"), HasSubstr("Done: nothing. Next: "));
+}
+
+TEST_F(ActTool, clicksAFieldOnceToTypeIntoIt)
+{
+    call("desktop_see");
+    commands->answers["actions.perform"] = [](DesktopCommand const& command) {
+        if (writeJson(command.params).find("Bread") != std::string::npos)
+            throw failure(ErrorCode::snapshotExpired);
+        return json::value{{"ok", true}};
+    };
+
+    EXPECT_THAT(act(R"([{"type":"type","ref":"t3","text":"Bread"}])"), StartsWith("snapshot_expired: "));
+    EXPECT_EQ(performed().size(), 2U);
 }
 
 TEST_F(ActTool, doesNotLookWhereNothingCanBeSeen)

@@ -53,6 +53,28 @@ TEST_F(ComputerTool, runsSeveralActionsUpToTheFirstFailure)
     EXPECT_EQ(commands->paramsOf("actions.perform").size(), 2U);
 }
 
+TEST_F(ComputerTool, saysThatAnActionOfSeveralStepsWasBegun)
+{
+    std::string failsAt;
+    commands->answers["actions.perform"] = [&](DesktopCommand const& command) {
+        if (writeJson(command.params).find(failsAt) != std::string::npos)
+            throw failure(ErrorCode::deniedByUser, "The user denied the action");
+        return json::value{{"ok", true}};
+    };
+    auto const said = [&](std::string step, std::string_view arguments) {
+        failsAt = std::move(step);
+        return call("computer", arguments);
+    };
+
+    std::string_view const typed = R"({"action":"type_text_at","x":5,"y":5,"text":"Bread"})";
+    EXPECT_THAT(said("click", typed), HasSubstr("Done: nothing. Next: "));
+    EXPECT_THAT(said("Bread", typed), HasSubstr("Done: nothing; action 0 was begun. Next: "));
+    EXPECT_THAT(said("return", typed), HasSubstr("Done: nothing; action 0 was begun. Next: "));
+    EXPECT_THAT(said("forwarddelete",
+                     R"({"actions":[{"action":"key","text":"b"},{"action":"key","text":"ctrl+a Delete"}]})"),
+                HasSubstr("Done: action 0; action 1 was begun. Next: "));
+}
+
 TEST_F(ComputerTool, refusesBeforeAnythingIsDone)
 {
     EXPECT_THAT(call("computer", R"({"actions":[{"type":"type","text":"a"},{"type":"dance"}]})"),
