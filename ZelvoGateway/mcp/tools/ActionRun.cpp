@@ -14,11 +14,6 @@ namespace {
 
 constexpr int maxSearches = 2; // for one action, while the screen changes
 
-std::string sizeText(DisplaySize size)
-{
-    return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
 json::object at(std::string_view type, ScreenPoint point)
 {
     return {{"type", type}, {"x", plainNumber(point.x)}, {"y", plainNumber(point.y)}};

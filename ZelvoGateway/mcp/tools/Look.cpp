@@ -18,11 +18,6 @@ constexpr std::size_t maxIdentifier = 400; // bytes
 
 using Elements = std::vector<ReferencedElement>;
 
-std::string sizeText(DisplaySize size)
-{
-    return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
 bool touches(SeenFrame const& left, SeenFrame const& right)
 {
     return left.x < right.x + right.w && right.x < left.x + left.w && left.y < right.y + right.h &&

@@ -93,8 +93,7 @@ std::string lineOf(ReachedMachine const& machine)
     std::string line = label(machine) + ": " + std::string(stateOf(machine)) + " · " +
                        std::string(rawValue(machine.os)) + " · may use " + joined(scopesOf(machine));
     if (machine.display)
-        line += " · main display " + std::to_string(machine.display->width) + "x" +
-                std::to_string(machine.display->height);
+        line += " · main display " + sizeText(*machine.display);
     return line;
 }
 

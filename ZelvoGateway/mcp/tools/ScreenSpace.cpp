@@ -13,6 +13,11 @@ constexpr std::int64_t maxAskedArea = 2'600'000;
 
 } // namespace
 
+std::string sizeText(DisplaySize size)
+{
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
 PictureLimits PictureLimits::forWidth(std::optional<std::int64_t> width)
 {
     if (!width)

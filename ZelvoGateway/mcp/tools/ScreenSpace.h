@@ -17,6 +17,9 @@ struct DisplaySize {
     bool operator==(DisplaySize const&) const = default;
 };
 
+/// "1000x800".
+std::string sizeText(DisplaySize size);
+
 /// A place in points of the main display.
 struct ScreenPoint {
     double x = 0;
