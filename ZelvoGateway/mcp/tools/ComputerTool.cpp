@@ -93,10 +93,10 @@ Task<Performed> performAll(MachineCallPtr call, std::vector<ComputerStep> steps)
     Performed performed;
     std::size_t done = 0;
     for (; done < steps.size() && !performed.failure; ++done) {
-        ComputerStep const& step = steps[done];
+        ComputerStep& step = steps[done];
         performed.hasActed = performed.hasActed || !step.actions.empty() || step.url;
         try {
-            std::string const said = co_await perform(call, step);
+            std::string const said = co_await perform(call, std::move(step));
             if (!said.empty())
                 performed.text += " · " + said;
         } catch (ToolFailure const& failure) {
@@ -131,8 +131,9 @@ Task<ScreenPicture> pictureAfter(MachineCallPtr call, std::optional<SeenFrame> z
 Task<McpToolResult> computer(MachineCallPtr call, json::object arguments)
 {
     ComputerScreen const screen = co_await screenOf(call);
-    std::vector<ComputerStep> const steps = stepsOf(arguments, screen);
-    Performed performed = co_await performAll(call, steps);
+    std::vector<ComputerStep> steps = stepsOf(arguments, screen);
+    auto const zoom = steps.empty() ? std::nullopt : steps.back().zoom;
+    Performed performed = co_await performAll(call, std::move(steps));
     bool const failed = performed.failure.has_value();
 
     tooltext::Answer answer;
@@ -143,10 +144,8 @@ Task<McpToolResult> computer(MachineCallPtr call, json::object arguments)
     try {
         if (performed.hasActed)
             answer.add(settlingText(co_await settle(call, quietMs)));
-        bool const isZoomed = !failed && !steps.empty() && steps.back().zoom;
-        ScreenPicture picture = co_await pictureAfter(call, isZoomed ? steps.back().zoom : std::nullopt);
-        answer.add("Picture of " + std::to_string(picture.pixels.width) + "x" +
-                   std::to_string(picture.pixels.height) + " pixels: " +
+        ScreenPicture picture = co_await pictureAfter(call, failed ? std::nullopt : zoom);
+        answer.add("Picture of " + sizeText(picture.pixels) + " pixels: " +
                    (picture.isPart ? "only the region. Coordinates stay those of the whole screen."
                                    : "the main display."));
         result.content.push_back(std::move(picture.content));

@@ -143,6 +143,9 @@ constexpr std::array<Row, 127> rows{{{"return", "return"},
                                      {"kp_page_up", "pageup"},
                                      {"kp_page_down", "pagedown"}}};
 
+constexpr std::size_t maxKeys = 8;      // of a chord
+constexpr std::size_t maxKeyName = 100; // bytes; every known name is shorter
+
 constexpr std::array<std::string_view, 5> modifiers{"cmd", "ctrl", "shift", "alt", "fn"};
 constexpr std::array<std::string_view, 9> systemKeys{"super",  "super_l", "super_r", "meta",   "meta_l",
                                                      "meta_r", "win",     "windows", "hyper_l"};
@@ -155,6 +158,12 @@ bool isModifier(std::string_view key)
 ToolFailure refused(std::string what)
 {
     return {.code = ErrorCode::invalidRequest, .what = std::move(what)};
+}
+
+void assertFewKeys(std::size_t keys)
+{
+    if (keys > maxKeys)
+        throw refused("A chord has at most " + std::to_string(maxKeys) + " keys");
 }
 
 std::string quoted(std::string_view name)
@@ -180,7 +189,7 @@ std::optional<std::string> numberedKey(std::string_view name)
 
 std::string keyNamed(std::string_view given, records::MachineOS os)
 {
-    std::string name = text::lowercased(given);
+    std::string name = text::lowercased(text::prefixOfBytes(given, maxKeyName));
     if (isLetterOrDigit(name))
         return name;
     if (auto key = numberedKey(name))
@@ -206,6 +215,7 @@ void add(std::vector<std::string>& keys, std::string key)
 std::vector<std::string> keysOf(std::vector<std::string> const& names, records::MachineOS os)
 {
     constexpr std::string_view shifted = "shift ";
+    assertFewKeys(names.size());
     std::vector<std::string> keys;
     for (std::string const& name : names) {
         std::string key = keyNamed(name, os);
@@ -226,6 +236,7 @@ std::vector<std::string> chordParts(std::string_view chord)
     while (start < chord.size()) {
         // A plus sign that follows another, or begins, is the key.
         std::size_t const end = std::min(chord.find('+', start + 1), chord.size());
+        assertFewKeys(parts.size() + 1);
         parts.emplace_back(chord.substr(start, end - start));
         start = end + 1;
     }

@@ -15,7 +15,7 @@ std::vector<std::string> chordKeys(std::string_view chord, records::MachineOS os
 std::vector<std::string> chordKeys(std::vector<std::string> const& names, records::MachineOS os);
 /// Modifiers alone, that are held during a click. Throws ToolFailure for other keys.
 std::vector<std::string> modifierKeys(std::vector<std::string> const& names, records::MachineOS os);
-/// "ctrl+shift" in its parts.
+/// "ctrl+shift" in its parts. Throws ToolFailure if there are more than a chord can have.
 std::vector<std::string> chordParts(std::string_view chord);
 
 } // namespace zelvo::service

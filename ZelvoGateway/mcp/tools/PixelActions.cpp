@@ -19,6 +19,7 @@ constexpr std::int64_t maxWaitMs = 5'000;
 constexpr std::int64_t usualWaitMs = 1'000;
 constexpr double usualNotches = 3;
 constexpr double maxNotches = 100;
+constexpr std::size_t maxChords = 20; // of one action
 
 std::optional<ScreenPoint> pointIn(json::value const& value)
 {
@@ -160,9 +161,19 @@ ScreenPoint turned(std::string_view direction, double notches)
     throw refusal("scroll_direction must be up, down, left or right");
 }
 
+/// Some clients send every member, so null and an empty text or list mean nothing.
+bool isGiven(json::object const& action, std::string_view key)
+{
+    json::value const* const value = action.if_contains(key);
+    if (!value || value->is_null())
+        return false;
+    bool const isEmptyText = value->is_string() && value->get_string().empty();
+    return !isEmptyText && !(value->is_array() && value->get_array().empty());
+}
+
 ComputerStep scroll(json::object const& action, ComputerScreen const& screen)
 {
-    if (action.contains("text") || action.contains("keys"))
+    if (isGiven(action, "text") || isGiven(action, "keys"))
         throw refusal("The computer has no way to hold keys while it scrolls");
     ActionRequest request = at(ActionKind::scroll, placeIn(action));
     ScreenPoint distance;
@@ -188,6 +199,9 @@ ComputerStep key(json::object const& action, ComputerScreen const& screen)
     std::size_t start = 0;
     while (start < text.size()) {
         std::size_t const end = std::min(text.find(' ', start), text.size());
+        if (end > start && step.actions.size() == maxChords)
+            throw refusal("The text has more than " + std::to_string(maxChords) + " chords",
+                          "use type for a text, or several actions");
         if (end > start)
             step.actions.push_back(chord(std::string_view(text).substr(start, end - start), screen.os));
         start = end + 1;

@@ -154,6 +154,44 @@ TEST(ComputerAction, ofTheVocabularyThatCountsToAThousand)
         {.picture = {.width = 800, .height = 600}, .scale = 0.5, .os = records::MachineOS::macos});
 }
 
+TEST(ComputerAction, hasABoundedNumberOfChordsAndKeys)
+{
+    auto const times = [](std::size_t count, std::string_view text) {
+        std::string all;
+        for (std::size_t i = 0; i < count; ++i)
+            all += text;
+        return all;
+    };
+    auto const keys = [&](std::string const& text) {
+        return meaning(R"({"action":"key","text":")" + text + R"("})");
+    };
+
+    EXPECT_EQ(keys(times(20, "a ")), times(19, "key a; ") + "key a");
+    EXPECT_EQ(keys(times(21, "a ")), "refused: The text has more than 20 chords");
+    EXPECT_EQ(keys(times(1'000'000, "a ")), "refused: The text has more than 20 chords");
+    std::string const tooManyKeys = "refused: A chord has at most 8 keys";
+    EXPECT_EQ(keys(times(1'000'000, "+")), tooManyKeys);
+    EXPECT_EQ(keys(times(1'000, "ctrl+") + "a"), tooManyKeys);
+    EXPECT_EQ(
+        meaning(R"({"action":"left_click","coordinate":[1,2],"text":")" + times(1'000, "shift+") + R"("})"),
+        tooManyKeys);
+    EXPECT_EQ(meaning(R"({"type":"click","x":1,"y":2,"keys":["shift")" + times(1'000, R"(,"shift")") + "]}"),
+              tooManyKeys);
+    EXPECT_EQ(meaning(R"({"type":"keypress","keys":["a")" + times(1'000, R"(,"shift")") + "]}"), tooManyKeys);
+}
+
+TEST(ComputerAction, scrollsIfTheKeysAreEmpty)
+{
+    std::string const start = R"({"type":"scroll","x":1,"y":2,"scroll_y":100)";
+    for (std::string_view const more :
+         {R"(,"keys":null)", R"(,"keys":[])", R"(,"text":"")", R"(,"text":null)"})
+        EXPECT_EQ(meaning(start + std::string(more) + "}"), "scroll 1,2 by 0,-100") << more;
+    for (std::string_view const more : {R"(,"keys":["ctrl"])", R"(,"text":"ctrl")", R"(,"keys":"ctrl")"})
+        EXPECT_EQ(meaning(start + std::string(more) + "}"),
+                  "refused: The computer has no way to hold keys while it scrolls")
+            << more;
+}
+
 TEST(ComputerAction, isRefusedHonestly)
 {
     check({
