@@ -8,12 +8,14 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t maxWhat = 1'000; // characters; large clients cut errors at 11,000
+constexpr std::size_t maxWhat = 1'000;      // characters; large clients cut errors at 11,000
+constexpr std::size_t maxWhatBytes = 3'000; // A character may be of any length.
 
 /// A foreign message as the part of a line, without its full stop.
 std::string sentenceOf(std::string_view message)
 {
-    std::string sentence = text::trimmed(text::shownInLine(message, maxWhat));
+    std::string sentence =
+        text::trimmed(text::shownInLine(text::prefixOfBytes(message, maxWhatBytes), maxWhat));
     while (sentence.ends_with('.'))
         sentence.pop_back();
     return sentence;

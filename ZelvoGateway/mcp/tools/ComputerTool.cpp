@@ -136,9 +136,11 @@ Task<McpToolResult> computer(MachineCallPtr call, json::object arguments)
     Performed performed = co_await performAll(call, std::move(steps));
     bool const failed = performed.failure.has_value();
 
-    tooltext::Answer answer;
+    tooltext::Answer answer(failed ? tooltext::maxFailureCost : tooltext::maxCost);
     answer.holdsData();
-    answer.first(failed ? failureText(*performed.failure) : performed.text);
+    answer.first(failed ? failureLine(*performed.failure) : performed.text);
+    if (failed)
+        answer.add(performed.failure->lines);
     McpToolResult result{.content = {{}}, .isError = failed};
     std::optional<ToolFailure> blind;
     try {

@@ -72,10 +72,13 @@ Task<McpToolResult> observed(MachineCallPtr call, Deed deed, ObservationRequest 
         status += (status.empty() ? "" : " · ") + settlingText(*seen.settling);
     if (seen.look && !seen.look->heading.empty())
         status += (status.empty() ? "" : " · ") + seen.look->heading;
-    tooltext::Answer answer;
-    answer.first(deed.failure ? failureText(*deed.failure) : status);
-    if (deed.failure && !status.empty())
-        answer.add(std::move(status));
+    tooltext::Answer answer(deed.failure ? tooltext::maxFailureCost : tooltext::maxCost);
+    answer.first(deed.failure ? failureLine(*deed.failure) : status);
+    if (deed.failure) {
+        answer.add(deed.failure->lines);
+        if (!status.empty())
+            answer.add(std::move(status));
+    }
     answer.add(std::move(deed.lines));
     McpToolResult result{.content = {{}}, .isError = deed.failure.has_value()};
     if (seen.look) {

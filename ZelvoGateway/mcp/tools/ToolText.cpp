@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t maxName = 80;       // characters
 constexpr std::size_t maxNameBytes = 400; // A character may be of any length.
 constexpr std::size_t maxHeading = 4'000; // of cost
+constexpr std::size_t maxEnding = 200;    // of what follows the lines
 constexpr char escape = '\x1b';
 
 bool isAscii(char c)
@@ -141,10 +142,16 @@ std::string shownName(std::string_view name)
     return text::shownInLine(text::prefixOfBytes(name, maxNameBytes), maxName);
 }
 
+void Answer::first(std::string_view line)
+{
+    heading = prefixOfCost(line, maxHeading);
+    cost += tooltext::costOf(heading);
+}
+
 void Answer::add(std::string line)
 {
     std::size_t const more = tooltext::costOf(line) + 1;
-    if (leftOut > 0 || cost + more > maxCost - maxHeading) {
+    if (leftOut > 0 || cost + more > limit - maxEnding) {
         ++leftOut;
         return;
     }
@@ -160,7 +167,7 @@ void Answer::add(std::vector<std::string> more)
 
 std::string Answer::text() const
 {
-    std::string text(prefixOfCost(heading, maxHeading / 2));
+    std::string text = heading;
     auto const append = [&](std::string_view line) {
         if (!text.empty())
             text += '\n';

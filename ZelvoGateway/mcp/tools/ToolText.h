@@ -14,6 +14,7 @@ namespace zelvo::service::tooltext {
 std::size_t costOf(std::string_view text);
 constexpr std::size_t maxCost =
     48'000; ///< of an answer; large clients cut at 25,000 tokens or 50,000 characters
+constexpr std::size_t maxFailureCost = 10'000; ///< of one that is an error; large clients cut those at 11,000
 
 /// The longest beginning, of whole code points, that costs at most this.
 std::string_view prefixOfCost(std::string_view text, std::size_t cost);
@@ -31,11 +32,13 @@ std::string headAndTail(std::string_view text, std::size_t cost);
 /// A name from a machine as a part of a line.
 std::string shownName(std::string_view name);
 
-/// Collects lines up to maxCost.
+/// Collects lines up to a cost.
 class Answer {
 public:
-    /// The line counts, however many others were added before.
-    void first(std::string line) { heading = std::move(line); }
+    explicit Answer(std::size_t limit = maxCost) : limit(limit) {}
+
+    /// The first line, before others are added. It is kept, however long they are.
+    void first(std::string_view line);
     void add(std::string line);
     void add(std::vector<std::string> more);
     /// The answer holds texts of a machine.
@@ -43,6 +46,7 @@ public:
     std::string text() const;
 
 private:
+    std::size_t limit;
     std::string heading;
     std::vector<std::string> lines;
     std::size_t cost = 0;

@@ -64,6 +64,15 @@ TEST(ToolFailure, keepsForeignMessagesShortAndInOneLine)
     EXPECT_LT(text.size(), 1'200U);
 }
 
+TEST(ToolFailure, boundsMessagesOfManyInvisibleCharacters)
+{
+    EXPECT_EQ(textOf({.what = std::string(5'000'000, '\n') + "Q", .next = "y"}).find("Q"), std::string::npos);
+    std::string clusters = "a";
+    for (int i = 0; i < 100'000; ++i)
+        clusters += "\u0301";
+    EXPECT_LT(textOf({.what = clusters}).size(), 4'000U);
+}
+
 TEST(ToolFailure, hasANextStepForEveryCode)
 {
     for (std::string_view const code : EnumTexts<ErrorCode>::texts) {

@@ -328,6 +328,42 @@ TEST_F(ActTool, listsTheElementsThatLookLikeTheOneThatWasMeant)
     EXPECT_TRUE(performed().empty());
 }
 
+TEST_F(ActTool, listsElementsInWholeLines)
+{
+    std::string const name(300, 'x');
+    elements.clear();
+    for (int i = 0; i < 10; ++i)
+        elements.push_back(element("e" + std::to_string(i), "AXButton", name, 30 * i));
+    call("desktop_see"); // b3 to b12
+    elements.pop_back();
+    clock.advance(26s);
+
+    std::string const text = act(R"([{"type":"click","ref":"b12"}])", R"(,"observe":"none")");
+
+    EXPECT_THAT(text, HasSubstr("9 elements look like it"));
+    EXPECT_THAT(text, HasSubstr("(400,0 64x32)\n"));
+    EXPECT_THAT(text, HasSubstr("(400,240 64x32)\n")); // The last one.
+}
+
+TEST_F(ActTool, keepsAFailureShortEnoughForClients)
+{
+    elements.clear();
+    for (int i = 0; i < 150; ++i)
+        elements.push_back(element("e" + std::to_string(i), "AXButton",
+                                   "Item " + std::to_string(i) + std::string(150, 'x'), 10 * i));
+    commands->answers["actions.perform"] = [](DesktopCommand const&) -> json::value {
+        throw failure(ErrorCode::deniedByUser, std::string(900, 'x'));
+    };
+
+    McpToolResult const result = resultOf("desktop_act", R"({"actions":[{"type":"key","keys":["a"]}]})");
+
+    std::string const& text = result.content.front().text;
+    EXPECT_TRUE(result.isError);
+    EXPECT_LE(tooltextCost(text), 10'000U);
+    EXPECT_GE(tooltextCost(text), 8'000U);
+    EXPECT_THAT(text, HasSubstr("more lines left out: the answer is too long\nTexts from the computer"));
+}
+
 TEST_F(ActTool, saysThatAnElementIsGone)
 {
     call("desktop_see");

@@ -104,6 +104,26 @@ TEST_F(SystemTool, showsWhatIsThereWhenAnApplicationDidNotComeToTheFront)
 
     McpToolResult const result = resultOf("app_open", R"({"app":"mousepad"})");
 
+TEST_F(SystemTool, saysHowManyApplicationsItLeavesOut)
+{
+    commands->answers["apps.open"] = [](DesktopCommand const&) -> json::value {
+        throw failure(ErrorCode::invalidRequest, "Invalid request");
+    };
+    commands->answers["apps.list"] = [](DesktopCommand const&) {
+        json::array apps;
+        for (int i = 0; i < 100; ++i)
+            apps.push_back(json::object{{"bundleId", "id" + std::to_string(i) + std::string(70, 'y')},
+                                        {"name", "App" + std::string(70, 'x')}});
+        return json::value(std::move(apps));
+    };
+
+    std::string const text = call("app_open", R"({"app":"office","observe":"none"})");
+
+    EXPECT_THAT(text, HasSubstr("- Appx"));
+    EXPECT_THAT(text, HasSubstr("yyy)\n… "));
+    EXPECT_THAT(text, HasSubstr("more lines left out: the answer is too long\nTexts from the computer"));
+}
+
     EXPECT_TRUE(result.isError);
     EXPECT_THAT(result.content.at(0).text, StartsWith("app_not_frontmost: XTerm is in front. Next: "));
     EXPECT_THAT(result.content.at(0).text, HasSubstr("[t3] textarea"));
