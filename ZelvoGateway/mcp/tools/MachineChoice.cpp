@@ -10,7 +10,8 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t maxChoices = 20;
+constexpr std::size_t maxChoiceBytes = 700; // A failure's first line has to have room for them.
+constexpr std::size_t maxName = 1'000;      // bytes; one with a longer name is chosen by its id
 constexpr std::size_t maxEntries = 500;
 
 std::string label(ReachedMachine const& machine)
@@ -21,10 +22,15 @@ std::string label(ReachedMachine const& machine)
 std::string choicesOf(std::vector<ReachedMachine const*> const& machines)
 {
     std::string list;
-    for (std::size_t i = 0; i < machines.size() && i < maxChoices; ++i)
-        list += (i > 0 ? ", " : "") + label(*machines[i]);
-    if (machines.size() > maxChoices)
-        list += " and " + std::to_string(machines.size() - maxChoices) + " more, see machine_list";
+    std::size_t listed = 0;
+    for (; listed < machines.size(); ++listed) {
+        std::string const next = (listed > 0 ? ", " : "") + label(*machines[listed]);
+        if (listed > 0 && list.size() + next.size() > maxChoiceBytes)
+            break;
+        list += next;
+    }
+    if (listed < machines.size())
+        list += " and " + std::to_string(machines.size() - listed) + " more, see machine_list";
     return list;
 }
 
@@ -39,6 +45,8 @@ std::vector<ReachedMachine const*> pointersTo(std::vector<ReachedMachine> const&
 std::vector<ReachedMachine const*> named(std::vector<ReachedMachine> const& machines, std::string const& name)
 {
     std::vector<ReachedMachine const*> found;
+    if (name.size() > maxName)
+        return found;
     for (ReachedMachine const& machine : machines)
         if (machine.connection == name)
             return {&machine};
@@ -114,16 +122,19 @@ ReachedMachine chosenMachine(std::vector<ReachedMachine> const& machines,
     if (!name)
         throw ToolFailure{.code = ErrorCode::invalidRequest,
                           .what = R"("machine" is missing; there are )" + choicesOf(found),
-                          .next = "pass machine"};
+                          .next = "pass machine",
+                          .holdsData = true};
     if (found.empty())
         throw ToolFailure{.code = ErrorCode::notFound,
                           .what = "There is no computer " +
                                   writeJson(json::value(tooltext::shownName(*name))) + "; there are " +
                                   choicesOf(pointersTo(machines)),
-                          .next = "pass one of them as machine"};
+                          .next = "pass one of them as machine",
+                          .holdsData = true};
     throw ToolFailure{.code = ErrorCode::invalidRequest,
                       .what = "Several computers have that name: " + choicesOf(found),
-                      .next = "pass the id as machine"};
+                      .next = "pass the id as machine",
+                      .holdsData = true};
 }
 
 McpToolResult machineList(std::vector<ReachedMachine> const& machines)
