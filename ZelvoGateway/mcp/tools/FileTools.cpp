@@ -1,3 +1,4 @@
+#include "ZelvoGateway/mcp/tools/PictureFile.h"
 #include "ZelvoGateway/mcp/tools/ToolText.h"
 #include "ZelvoGateway/mcp/tools/Tools.h"
 #include "base/Base64.h"
@@ -17,7 +18,7 @@ constexpr std::size_t maxPicture = 1'400'000; // bytes of base64
 
 /// What a file is shown as.
 struct FilePage {
-    std::string mimeType; ///< of a picture; else it is a text
+    std::optional<PictureFile> picture;
     bool isText = false;
     std::size_t size = 0;  ///< of the file, in bytes
     std::size_t total = 0; ///< characters of a text
@@ -25,18 +26,6 @@ struct FilePage {
     std::size_t end = 0;
     std::string text;
 };
-
-std::string_view pictureType(std::string_view bytes)
-{
-    if (bytes.starts_with("\x89PNG\r\n\x1a\n"))
-        return "image/png";
-    if (bytes.starts_with("\xff\xd8\xff"))
-        return "image/jpeg";
-    if (bytes.starts_with("GIF87a") || bytes.starts_with("GIF89a"))
-        return "image/gif";
-    bool const isWebp = bytes.starts_with("RIFF") && bytes.size() > 12 && bytes.substr(8, 4) == "WEBP";
-    return isWebp ? "image/webp" : "";
-}
 
 bool startsCodePoint(char c)
 {
@@ -63,8 +52,8 @@ std::size_t codePointsIn(std::string_view text)
 
 FilePage pageOf(std::string_view bytes, std::size_t offset)
 {
-    FilePage page{.mimeType = std::string(pictureType(bytes)), .size = bytes.size()};
-    if (!page.mimeType.empty() || bytes.find('\0') != std::string_view::npos || !text::isUtf8(bytes))
+    FilePage page{.picture = pictureFile(bytes), .size = bytes.size()};
+    if (page.picture || bytes.find('\0') != std::string_view::npos || !text::isUtf8(bytes))
         return page;
     page.isText = true;
     page.total = codePointsIn(bytes);
@@ -98,12 +87,27 @@ McpToolResult pictureResult(FilePage const& page, std::string data)
     tooltext::Answer answer;
     answer.first("A picture of " + std::to_string(page.size) + " bytes:");
     answer.holdsData();
-    return {.content = {{.text = answer.text()}, {.text = std::move(data), .mimeType = page.mimeType}}};
+    return {
+        .content = {{.text = answer.text()}, {.text = std::move(data), .mimeType = page.picture->mimeType}}};
 }
 
 ToolFailure refused(std::string what, std::string next)
 {
     return {.code = ErrorCode::invalidRequest, .what = std::move(what), .next = std::move(next)};
+}
+
+void assertFits(PictureFile const& picture, PictureLimits limits)
+{
+    if (!picture.pixels)
+        throw refused("The picture's size cannot be read", "open it with app_open and look at the screen");
+    if (fits(*picture.pixels, limits))
+        return;
+    DisplaySize allowed = wholeDisplay(*picture.pixels, limits).shownSize();
+    allowed.height = std::min(allowed.height, limits.maxEdge);
+    throw refused("The picture is too large to be shown; it has " + sizeText(*picture.pixels) + " pixels",
+                  "make a copy of at most " + sizeText(allowed) +
+                      " pixels with shell_run and read that, or open it with app_open and look at the "
+                      "screen");
 }
 
 } // namespace
@@ -129,12 +133,13 @@ Task<McpToolResult> fileRead(MachineCallPtr call, json::object arguments)
     if (page->isText)
         co_return textResult(*std::move(page));
     std::string const size = std::to_string(page->size);
-    if (page->mimeType.empty())
+    if (!page->picture)
         throw refused("The file is neither a text nor a picture; it has " + size + " bytes",
                       "read it with shell_run if you may, or leave it");
     if (encoded.size() > maxPicture)
         throw refused("The picture is too large to be shown; it has " + size + " bytes",
                       "open it with app_open and look at the screen");
+    assertFits(*page->picture, call->pictures());
     co_return pictureResult(*page, std::string(encoded));
 }
 

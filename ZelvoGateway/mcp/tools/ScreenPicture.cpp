@@ -100,7 +100,9 @@ Task<ScreenPicture> takePicture(MachineCallPtr call, std::optional<SeenFrame> re
             throw senseless();
         TakenPicture one = taken(*object);
         std::int64_t const allowed = pictureWidth(one.part, call->pictures());
-        bool const isSmall = one.picture.pixels.width <= allowed; // Else the display has changed.
+        // Else the display has changed.
+        bool const isSmall =
+            one.picture.pixels.width <= allowed && fits(one.picture.pixels, call->pictures());
         if (isSmall && !one.picture.content.text.empty())
             co_return std::move(one.picture);
         if (!isSmall)

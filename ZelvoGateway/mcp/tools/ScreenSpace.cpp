@@ -38,6 +38,12 @@ std::int64_t pictureWidth(DisplaySize part, PictureLimits limits)
     return std::max<std::int64_t>(static_cast<std::int64_t>(most), 1);
 }
 
+bool fits(DisplaySize pixels, PictureLimits limits)
+{
+    return pixels.width <= limits.maxWidth && pixels.width <= limits.maxEdge &&
+           pixels.height <= limits.maxEdge + 1 && pixels.width * (pixels.height - 1) <= limits.maxArea;
+}
+
 ScreenPoint ScreenSpace::toPoints(ScreenPoint shown) const
 {
     return {.x = origin.x + shown.x / scale, .y = origin.y + shown.y / scale};

@@ -40,6 +40,9 @@ struct PictureLimits {
 /// How wide a picture of this part of the display may be, in pixels; at least 1.
 std::int64_t pictureWidth(DisplaySize part, PictureLimits limits);
 
+/// A picture of this many pixels is within the limits, or at most a rounded edge beyond.
+bool fits(DisplaySize pixels, PictureLimits limits);
+
 /// What the coordinates of an answer mean: those of its picture, or of the picture that it would have.
 struct ScreenSpace {
     double scale = 1;   ///< pixels per point, more than 0

@@ -151,7 +151,8 @@ TEST_F(PendingCall, keepsResultsUpToABoundedSize)
 {
     commands->answers["files.download"] = [](DesktopCommand const&) {
         // A picture: its base64 is part of the result.
-        std::string const data = "iVBORw0KGgoAAAANSUhEUg" + std::string(1'300'000 - 22, 'A');
+        std::string const start = "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYA";
+        std::string const data = start + std::string(1'300'000 - start.size(), 'A');
         return json::value{{"data", data}};
     };
     std::vector<std::string> handles;

@@ -231,6 +231,39 @@ TEST_F(SeeTool, refusesPicturesThatMakeNoSense)
         };
         EXPECT_THAT(call("desktop_see", R"({"what":"screenshot"})"), HasSubstr("makes no sense")) << key;
     }
+TEST_F(SeeTool, boundsPicturesOfHugeDisplays)
+{
+    commands->reached.front().display = DisplaySize{.width = 7680, .height = 4320};
+
+    McpToolResult const result = resultOf("desktop_see", R"({"what":"screenshot"})");
+
+    EXPECT_THAT(result.content.at(0).text, HasSubstr("Picture of 1429x803 pixels"));
+    EXPECT_EQ(commands->paramsOf("screenshot"),
+              (std::vector<std::string>{R"({"format":"jpeg","quality":80,"maxWidth":1429})"}));
+}
+
+TEST_F(SeeTool, refusesPicturesThatAreLargerThanItAskedFor)
+{
+    DisplaySize answered{.width = 7680, .height = 4320};
+    commands->answers["screenshot"] = [&](DesktopCommand const& command) {
+        json::value picture = pictureOf(command);
+        picture.as_object()["imageWidth"] = answered.width;
+        picture.as_object()["imageHeight"] = answered.height;
+        return picture;
+    };
+    auto const isRefused = [&](DisplaySize size) {
+        answered = size;
+        McpToolResult const result = resultOf("desktop_see", R"({"what":"screenshot"})");
+        return result.isError && result.content.size() == 1 &&
+               result.content.front().text.find("too large") != std::string::npos;
+    };
+
+    EXPECT_TRUE(isRefused({.width = 7680, .height = 4320}));
+    EXPECT_TRUE(isRefused({.width = 1568, .height = 1568}));
+    EXPECT_TRUE(isRefused({.width = 1000, .height = 20'000}));
+    EXPECT_FALSE(isRefused({.width = 1000, .height = 800}));
+}
+
 }
 
 TEST_F(SeeTool, waitsForRestFirstIfAsked)

@@ -37,6 +37,24 @@ protected:
                                {"durationMs", 5}, {"truncated", truncated}, {"timedOut", false}};
         };
     }
+    /// The beginnings of pictures, up to their edges.
+    static std::string png(std::uint32_t width, std::uint32_t height)
+    {
+        return std::string("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR", 16) + bigEndian(width, 4) +
+               bigEndian(height, 4);
+    }
+    static std::string jpeg(std::uint32_t width, std::uint32_t height)
+    {
+        return std::string("\xff\xd8\xff\xe0\x00\x06JFIF\xff\xc0\x00\x0b\x08", 15) + bigEndian(height, 2) +
+               bigEndian(width, 2);
+    }
+    static std::string bigEndian(std::uint32_t number, int bytes)
+    {
+        std::string text;
+        for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+            text += static_cast<char>(number >> static_cast<unsigned>(shift));
+        return text;
+    }
     void fileHas(std::string const& bytes)
     {
         commands->answers["files.download"] = [bytes](DesktopCommand const&) {
@@ -86,24 +104,6 @@ TEST_F(SystemTool, opensTheOneRunningApplicationWithThatPartInItsName)
             "identifier of one that runs or is installed.\n* Mousepad (org.xfce.mousepad)\n- XTerm"));
 }
 
-TEST_F(SystemTool, opensAddresses)
-{
-    commands->answers["urls.open"] = [](DesktopCommand const&) { return json::value{{"ok", true}}; };
-
-    EXPECT_THAT(call("app_open", R"({"url":"https://example.org/"})"),
-                StartsWith("ok · opened the address · settled"));
-    EXPECT_THAT(call("app_open", R"({"url":"a","app":"b"})"), StartsWith("invalid_request: Give either"));
-    EXPECT_THAT(call("app_open"), StartsWith("invalid_request: Give either"));
-}
-
-TEST_F(SystemTool, showsWhatIsThereWhenAnApplicationDidNotComeToTheFront)
-{
-    commands->answers["apps.open"] = [](DesktopCommand const&) -> json::value {
-        throw failure(ErrorCode::appNotFrontmost, "XTerm is in front");
-    };
-
-    McpToolResult const result = resultOf("app_open", R"({"app":"mousepad"})");
-
 TEST_F(SystemTool, saysHowManyApplicationsItLeavesOut)
 {
     commands->answers["apps.open"] = [](DesktopCommand const&) -> json::value {
@@ -123,6 +123,24 @@ TEST_F(SystemTool, saysHowManyApplicationsItLeavesOut)
     EXPECT_THAT(text, HasSubstr("yyy)\n… "));
     EXPECT_THAT(text, HasSubstr("more lines left out: the answer is too long\nTexts from the computer"));
 }
+
+TEST_F(SystemTool, opensAddresses)
+{
+    commands->answers["urls.open"] = [](DesktopCommand const&) { return json::value{{"ok", true}}; };
+
+    EXPECT_THAT(call("app_open", R"({"url":"https://example.org/"})"),
+                StartsWith("ok · opened the address · settled"));
+    EXPECT_THAT(call("app_open", R"({"url":"a","app":"b"})"), StartsWith("invalid_request: Give either"));
+    EXPECT_THAT(call("app_open"), StartsWith("invalid_request: Give either"));
+}
+
+TEST_F(SystemTool, showsWhatIsThereWhenAnApplicationDidNotComeToTheFront)
+{
+    commands->answers["apps.open"] = [](DesktopCommand const&) -> json::value {
+        throw failure(ErrorCode::appNotFrontmost, "XTerm is in front");
+    };
+
+    McpToolResult const result = resultOf("app_open", R"({"app":"mousepad"})");
 
     EXPECT_TRUE(result.isError);
     EXPECT_THAT(result.content.at(0).text, StartsWith("app_not_frontmost: XTerm is in front. Next: "));
@@ -213,15 +231,51 @@ TEST_F(SystemTool, readsTextsPageByPage)
 
 TEST_F(SystemTool, showsPicturesOfFiles)
 {
-    fileHas("\x89PNG\r\n\x1a\nrest");
+    fileHas(png(1200, 900));
     McpToolResult const result = resultOf("file_read", R"({"path":"/a.png"})");
 
     EXPECT_EQ(result.content.at(1).mimeType, "image/png");
-    EXPECT_EQ(base64::decode(result.content.at(1).text), "\x89PNG\r\n\x1a\nrest");
+    EXPECT_EQ(base64::decode(result.content.at(1).text), png(1200, 900));
 
     fileHas("\xff\xd8\xff" + std::string(1'100'000, 'x'));
     EXPECT_THAT(call("file_read", R"({"path":"/a.jpg"})"),
                 HasSubstr("too large to be shown; it has 1100003 bytes"));
+}
+
+TEST_F(SystemTool, refusesPicturesOfFilesWithTooManyPixels)
+{
+    auto const said = [&](std::string const& bytes) {
+        fileHas(bytes);
+        return call("file_read", R"({"path":"/a"})");
+    };
+
+    EXPECT_EQ(said(png(7680, 4320)),
+              "invalid_request: The picture is too large to be shown; it has 7680x4320 pixels. Next: make a "
+              "copy of at most 1429x804 pixels with shell_run and read that, or open it with app_open and "
+              "look at the screen.");
+    std::string const small = "A picture of ";
+    EXPECT_THAT(said(png(1429, 804)), StartsWith(small)); // As it was told.
+    EXPECT_THAT(said(png(20'000, 20'000)), HasSubstr("it has 20000x20000 pixels"));
+    EXPECT_THAT(said(png(0xffffffff, 0xffffffff)), HasSubstr("too large"));
+    EXPECT_THAT(said(png(1, 20'000)), HasSubstr("it has 1x20000 pixels"));
+    EXPECT_THAT(said(png(0, 0)), HasSubstr("The picture's size cannot be read"));
+    EXPECT_THAT(said("\x89PNG\r\n\x1a\nrest"), HasSubstr("The picture's size cannot be read"));
+
+    EXPECT_THAT(said(jpeg(1000, 800)), StartsWith(small));
+    EXPECT_THAT(said(jpeg(7680, 4320)), HasSubstr("it has 7680x4320 pixels"));
+    for (std::size_t length = 3; length < jpeg(9, 9).size(); ++length)
+        EXPECT_THAT(said(jpeg(9, 9).substr(0, length)), HasSubstr("cannot be read")) << length;
+
+    std::string_view const wide("\x00\x1e\x10\x00", 4); // 7680 and 16, from the low byte
+    EXPECT_THAT(said("GIF89a" + std::string(wide)), HasSubstr("it has 7680x16 pixels"));
+    std::string const riff = "RIFF____WEBP";
+    EXPECT_THAT(said(riff + "VP8 ____" + "___\x9d\x01\x2a" + std::string(wide)),
+                HasSubstr("it has 7680x16 pixels"));
+    EXPECT_THAT(said(riff + "VP8X____" + "____" + std::string("\xff\x1d\x00\x0f\x00\x00", 6)),
+                HasSubstr("it has 7680x16 pixels"));
+    // 14 bits for each edge less one: 7679 and 15.
+    EXPECT_THAT(said(riff + "VP8L____" + "\x2f" + std::string("\xff\xdd\x03\x00", 4)),
+                HasSubstr("it has 7680x16 pixels"));
 }
 
 TEST_F(SystemTool, refusesOtherFiles)
@@ -315,8 +369,6 @@ TEST_F(SystemTool, listsTheChoicesIfAMachineIsNotCertain)
     EXPECT_TRUE(commands->sent.empty());
 }
 
-} // namespace
-} // namespace zelvo::service
 TEST_F(SystemTool, saysThatThereAreMoreMachines)
 {
     for (int i = 2; i <= 40; ++i) {
@@ -331,3 +383,5 @@ TEST_F(SystemTool, saysThatThereAreMoreMachines)
                 HasSubstr(" more, see machine_list. Next: "));
 }
 
+} // namespace
+} // namespace zelvo::service
