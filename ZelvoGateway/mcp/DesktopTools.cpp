@@ -130,7 +130,7 @@ McpTool desktopWait()
          {"until", schema::choice({"appears", "disappears", "enabled", "value"}, "Default appears")},
          {"value", schema::text("For until value")},
          {"op", schema::text("Handle of a pending call")},
-         {"timeoutMs", schema::integer(0, maxWaitMs, "Default 10000")},
+         {"timeoutMs", schema::integer(0, maxWaitMs, "Default 10000; 45000 with op")},
          observe("Default none")});
 }
 

@@ -74,6 +74,15 @@ std::string nameOf(SeenTree const& tree)
     return tree.applicationName.empty() ? "The application in front" : tree.applicationName;
 }
 
+std::string emptyTreeText(SeenTree const& tree)
+{
+    if (tree.isTruncated)
+        return nameOf(tree) +
+               " took too long to say what it shows, so here is the picture. Its elements may be "
+               "there in a moment.";
+    return nameOf(tree) + " shows no accessible elements, so here is the picture.";
+}
+
 /// Writes the part of a look that comes from a tree.
 void describe(Look& look, SeenTree const& tree, LookRequest const& request, SeenMachine const& seen)
 {
@@ -179,7 +188,7 @@ Task<Look> look(MachineCallPtr call, LookRequest request)
     if (tree)
         describe(look, *tree, request, seen);
     if (isBlind)
-        look.lines = {nameOf(*tree) + " shows no accessible elements, so here is the picture."};
+        look.lines = {emptyTreeText(*tree)};
     if (tree && !picture && display)
         look.heading += " · main display " + sizeText(seen.space.shownSize());
     if (picture) {

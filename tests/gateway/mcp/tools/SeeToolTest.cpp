@@ -117,6 +117,16 @@ TEST_F(SeeTool, attachesThePictureWhereNothingIsAccessible)
     EXPECT_EQ(result.content.at(1).text, "AAAA");
 }
 
+TEST_F(SeeTool, saysThatItTookTooLongToReadAnything)
+{
+    elements.clear();
+    isTruncated = true;
+
+    EXPECT_THAT(call("desktop_see"),
+                HasSubstr("Mousepad took too long to say what it shows, so here is the picture. Its elements "
+                          "may be there in a moment.\nPicture of 1000x800"));
+}
+
 TEST_F(SeeTool, givesTreeAndPictureInOneSpace)
 {
     commands->reached.front().display = DisplaySize{.width = 3136, .height = 1200};
@@ -221,16 +231,6 @@ TEST_F(SeeTool, refusesAPictureThatStaysTooLarge)
     EXPECT_EQ(result.content.size(), 1U);
 }
 
-TEST_F(SeeTool, refusesPicturesThatMakeNoSense)
-{
-    for (std::string_view const key : {"widthPoints", "imageWidth", "mime", "data"}) {
-        commands->answers["screenshot"] = [&](DesktopCommand const& command) {
-            json::value picture = pictureOf(command);
-            picture.as_object()[key] = -1;
-            return picture;
-        };
-        EXPECT_THAT(call("desktop_see", R"({"what":"screenshot"})"), HasSubstr("makes no sense")) << key;
-    }
 TEST_F(SeeTool, boundsPicturesOfHugeDisplays)
 {
     commands->reached.front().display = DisplaySize{.width = 7680, .height = 4320};
@@ -264,6 +264,16 @@ TEST_F(SeeTool, refusesPicturesThatAreLargerThanItAskedFor)
     EXPECT_FALSE(isRefused({.width = 1000, .height = 800}));
 }
 
+TEST_F(SeeTool, refusesPicturesThatMakeNoSense)
+{
+    for (std::string_view const key : {"widthPoints", "imageWidth", "mime", "data"}) {
+        commands->answers["screenshot"] = [&](DesktopCommand const& command) {
+            json::value picture = pictureOf(command);
+            picture.as_object()[key] = -1;
+            return picture;
+        };
+        EXPECT_THAT(call("desktop_see", R"({"what":"screenshot"})"), HasSubstr("makes no sense")) << key;
+    }
 }
 
 TEST_F(SeeTool, waitsForRestFirstIfAsked)
