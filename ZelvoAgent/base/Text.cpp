@@ -14,6 +14,10 @@ namespace zelvo::text {
 
 namespace {
 
+// Of foreign text for one line, so that a text of many megabytes costs no more than a short one. Even an
+// emoji of a family has fewer.
+constexpr std::size_t maxCharacterBytes = 64;
+
 bool isAscii(std::string_view text)
 {
     // CR LF is two bytes but one user-perceived character.
@@ -170,9 +174,11 @@ std::string withoutControlCharacters(std::string_view text)
 
 std::string shownInLine(std::string_view text, std::size_t longest)
 {
-    std::string const plain = withoutControlCharacters(text);
-    std::string const cut = prefix(plain, longest);
-    return cut.size() < plain.size() ? cut + "…" : cut;
+    std::string_view const start = prefixOfBytes(text, (longest + 1) * maxCharacterBytes);
+    std::string const plain = withoutControlCharacters(start);
+    std::string cut = prefix(plain, longest);
+    bool const isCut = cut.size() < plain.size() || start.size() < text.size();
+    return isCut ? cut + "…" : cut;
 }
 
 std::string lowercased(std::string_view text)

@@ -21,7 +21,7 @@ std::string trimmed(std::string_view text);
 /// Removes control and format characters, line and paragraph separators (Unicode categories Cc, Cf, Zl, Zp).
 std::string withoutControlCharacters(std::string_view text);
 /// Makes foreign text fit for one line on screen: removes control characters and cuts after `longest`
-/// characters. An ellipsis follows a cut text.
+/// characters, or sooner if those are very long. An ellipsis follows a cut text.
 std::string shownInLine(std::string_view text, std::size_t longest);
 
 std::string lowercased(std::string_view text);

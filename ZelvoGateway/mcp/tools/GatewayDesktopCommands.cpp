@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/control/MachineView.h"
+#include "ZelvoGateway/mcp/MessageSize.h"
 
 #include <algorithm>
 #include <utility>
@@ -10,17 +11,7 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t usualBytes = 256; // of a command without a large text
-
-/// About how long the command's text is: only these texts can be large.
-std::size_t bytesOf(json::object const& params)
-{
-    std::size_t bytes = usualBytes;
-    for (std::string_view const key : {"data", "text", "command"})
-        if (json::value const* const value = params.if_contains(key); value && value->is_string())
-            bytes += value->get_string().size();
-    return bytes;
-}
+constexpr std::size_t usualBytes = 256; // of a command beside its params
 
 ReachedMachine reached(ConnectionState const& state)
 {
@@ -82,7 +73,9 @@ std::vector<ReachedMachine> GatewayDesktopCommands::machines()
 
 Task<CommandResult> GatewayDesktopCommands::run(DesktopCommand command)
 {
-    std::size_t const bytes = bytesOf(command.params);
+    std::size_t bytes = usualBytes;
+    for (auto const& [name, value] : command.params)
+        bytes += name.size() + sizeOf(value);
     json::object agent{{"ref", user.ref}};
     if (!command.client.empty())
         agent["name"] = command.client;

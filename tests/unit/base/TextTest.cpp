@@ -95,6 +95,9 @@ TEST(Text, fitsForeignTextIntoOneLine)
     EXPECT_EQ(text::shownInLine("a\nb\u2028c\u2029d\u202E\u202Ce", 5), "abcde");
     EXPECT_EQ(text::shownInLine("abcdef", 5), "abcde…");
     EXPECT_EQ(text::shownInLine("", 5), "");
+    // However long it is, only its beginning is read.
+    EXPECT_EQ(text::shownInLine(std::string(10'000'000, '\n') + "abc", 5), "…");
+    EXPECT_EQ(text::shownInLine(std::string(10'000'000, 'a'), 5), "aaaaa…");
 }
 
 TEST(Text, changesCaseBeyondAscii)
