@@ -94,7 +94,8 @@ removedLine(std::vector<ReferencedElement> const& before, Elements const& after,
 std::string elementLine(ReferencedElement const& referenced)
 {
     SeenElement const& element = referenced.element;
-    std::string line = bracketed(referenced.reference) + " " + element.role;
+    std::string line = referenced.reference.empty() ? "" : bracketed(referenced.reference) + " ";
+    line += element.role;
     if (!element.name.empty())
         line += " " + quoted(element.name);
     if (!element.value.empty())

@@ -9,6 +9,7 @@
 namespace zelvo::service {
 
 /// An element as one line: [b9] button "Save" (400,300 64x32) disabled
+/// Without a reference it begins with the role.
 std::string elementLine(ReferencedElement const& element);
 
 /// A tree as lines. If there are more than `maxLines`, the last line says how many are left out.

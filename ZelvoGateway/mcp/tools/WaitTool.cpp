@@ -1,3 +1,4 @@
+#include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/mcp/TreeLines.h"
 #include "ZelvoGateway/mcp/tools/ElementWait.h"
 #include "ZelvoGateway/mcp/tools/Look.h"
@@ -5,6 +6,7 @@
 #include "ZelvoGateway/mcp/tools/Tools.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace zelvo::service {
@@ -51,19 +53,39 @@ bool isSame(SeenElement const& left, SeenElement const& right)
            left.frame == right.frame;
 }
 
-/// The element as a line, with its reference if it is in a new tree.
+std::optional<ReferencedElement> elementIn(SeenTree const& tree, SeenElement const& element)
+{
+    auto const found = std::ranges::find_if(
+        tree.elements, [&](ReferencedElement const& one) { return isSame(one.element, element); });
+    return found == tree.elements.end() ? std::nullopt : std::optional(*found);
+}
+
+/// The element in a new tree; `nullopt` if it is in none, or if there is none.
+Task<std::optional<ReferencedElement>> lookUp(MachineCallPtr call, SeenElement element)
+{
+    auto const newest = call->seen().newest();
+    if (newest && newest->taken == call->clock().now()) // It was read for the wait itself.
+        co_return elementIn(*newest, element);
+    TreeView view = call->seen().view;
+    try {
+        auto tree = co_await readTree(call, view);
+        auto found = elementIn(*tree, element);
+        if (!found && std::exchange(view.isInteractiveOnly, false)) {
+            tree = co_await readTree(call, view);
+            found = elementIn(*tree, element);
+        }
+        co_return found;
+    } catch (Failure const&) {
+        co_return std::nullopt; // It matched before.
+    }
+}
+
+/// The element as a line, with its reference if it has one.
 Task<std::string> lineOf(MachineCallPtr call, SeenElement element)
 {
-    auto tree = call->seen().newest();
-    if (!tree || tree->taken != call->clock().now()) // Else it was read for the wait itself.
-        tree = co_await readTree(call, call->seen().view);
-    ScreenSpace const& space = call->seen().space;
-    auto const found = std::ranges::find_if(
-        tree->elements, [&](ReferencedElement const& one) { return isSame(one.element, element); });
-    ReferencedElement shown{.reference = "?", .element = element};
-    if (found != tree->elements.end())
-        shown = *found;
-    shown.element.frame = space.toShown(shown.element.frame);
+    auto const found = co_await lookUp(call, element);
+    ReferencedElement shown = found.value_or(ReferencedElement{.reference = "", .element = element});
+    shown.element.frame = call->seen().space.toShown(shown.element.frame);
     co_return elementLine(shown);
 }
 
