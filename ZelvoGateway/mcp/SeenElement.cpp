@@ -42,14 +42,18 @@ std::string shown(std::string_view text, std::size_t maxCharacters)
     return text::shownInLine(text, maxCharacters);
 }
 
+std::string shownPart(std::string_view text, std::size_t bytes, std::size_t maxCharacters)
+{
+    return shown(text::prefixOfBytes(text, std::min(maxBytes, bytes)), maxCharacters);
+}
+
 std::string
 ElementReader::lineOf(json::object const& element, std::string_view key, std::size_t maxCharacters)
 {
     json::value const* const found = element.if_contains(key);
     if (!found || !found->is_string())
         return "";
-    std::string line =
-        shown(text::prefixOfBytes(found->get_string(), std::min(maxBytes, room)), maxCharacters);
+    std::string line = shownPart(found->get_string(), room, maxCharacters);
     room -= std::min(room, line.size());
     return line;
 }
@@ -89,6 +93,11 @@ SeenElement ElementReader::elementOf(json::object const& object)
 }
 
 } // namespace
+
+std::string seenValue(std::string_view value)
+{
+    return shownPart(text::prefix(value, maxText), maxBytes, maxText);
+}
 
 std::vector<SeenElement> seenElements(json::object const& tree)
 {

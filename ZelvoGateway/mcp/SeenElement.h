@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zelvo::service {
@@ -33,5 +34,8 @@ struct SeenElement {
 
 /// The elements of a result of "ui.tree", in its order: at most 1,500. Leaves out what is no element.
 std::vector<SeenElement> seenElements(json::object const& tree);
+
+/// A value that somebody looks for, as `SeenElement::value` has it: agents send the first 200 characters.
+std::string seenValue(std::string_view value);
 
 } // namespace zelvo::service

@@ -69,11 +69,11 @@ class Criteria {
 public:
     explicit Criteria(ElementWait const& wait)
         : role(wait.role ? shownRole(*wait.role) : ""), name(text::lowercased(wait.name.value_or(""))),
-          value(wait.value), until(wait.until)
+          value(wait.value ? std::optional(seenValue(*wait.value)) : std::nullopt), until(wait.until)
     {
     }
 
-    /// The element that ends the wait; null if there is none.
+    /// The element that is waited for; null if there is none.
     SeenElement const* matchIn(SeenTree const& tree) const
     {
         for (ReferencedElement const& one : tree.elements)
@@ -105,10 +105,16 @@ private:
 Task<ElementWaitResult> poll(MachineCallPtr call, ElementWait wait, Instant end)
 {
     Criteria const criteria(wait);
+    TreeView const view{.scope = call->seen().view.scope, .isInteractiveOnly = false};
+    bool wasEmpty = false;
     for (;;) {
-        auto const tree = co_await readTree(call, call->seen().view);
+        auto const tree = co_await readTree(call, view);
         SeenElement const* const match = criteria.matchIn(*tree);
-        if (wait.until == "disappears" ? !match : match != nullptr)
+        // Between two windows there is nothing for a moment.
+        bool const isEmpty = tree->elements.empty();
+        bool const isGone = !match && !tree->isTruncated && (!isEmpty || wasEmpty);
+        wasEmpty = isEmpty;
+        if (wait.until == "disappears" ? isGone : match != nullptr)
             co_return ElementWaitResult{.isMatched = true,
                                         .element = match ? std::optional(*match) : std::nullopt};
         if (call->clock().now() + pollPeriod > end)
