@@ -13,39 +13,57 @@ namespace zelvo::service {
 namespace {
 
 constexpr std::int64_t maxWaitMs = 3'000;
-constexpr Duration betweenTrees = 300ms;
+constexpr Duration minBetweenTrees = 300ms;
 
 std::int64_t msSince(Instant start, Instant now)
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(now - start).count();
 }
 
-/// The elements in front, without the ids that every tree gives anew.
-Task<std::vector<SeenElement>> elementsInFront(MachineCallPtr call)
+using Elements = std::vector<SeenElement>;
+
+/// Whether there is no tree, although there may be a picture.
+bool isTreeless(ErrorCode code)
+{
+    return code == ErrorCode::machineUnavailable || code == ErrorCode::permissionMissing ||
+           code == ErrorCode::hiddenAppActive || code == ErrorCode::zelvoUIProtected;
+}
+
+/// The elements in front, without the ids that every tree gives anew. Empty if they cannot be read.
+Task<Elements> elementsInFront(MachineCallPtr call)
 {
     json::object params{{"scope", "frontmost"}, {"interactiveOnly", true}, {"format", "json"}};
-    CommandResult const result = co_await call->run("ui.tree", std::move(params));
-    json::object const* const tree = result.value.if_object();
-    auto const read = [tree] { return tree ? seenElements(*tree) : std::vector<SeenElement>(); };
-    std::vector<SeenElement> elements = co_await readAnswer(call, result.bytes, read);
+    Elements elements;
+    try {
+        CommandResult const result = co_await call->run("ui.tree", std::move(params));
+        json::object const* const tree = result.value.if_object();
+        auto const read = [tree] { return tree ? seenElements(*tree) : Elements(); };
+        elements = co_await readAnswer(call, result.bytes, read);
+    } catch (Failure const& failure) {
+        if (!isTreeless(failure.code))
+            throw;
+    }
     for (SeenElement& element : elements)
         element.id.clear();
     co_return elements;
 }
 
-Task<Settling> lookTwice(MachineCallPtr call)
+Task<Settling> lookTwice(MachineCallPtr call, Duration quiet)
 {
     Instant const start = call->clock().now();
-    std::vector<SeenElement> before = co_await elementsInFront(call);
-    for (;;) {
-        co_await call->clock().sleep(betweenTrees);
-        std::vector<SeenElement> now = co_await elementsInFront(call);
+    Duration const pause = std::max(quiet, minBetweenTrees);
+    Elements before = co_await elementsInFront(call);
+    while (!before.empty()) {
+        co_await call->clock().sleep(pause);
+        Elements now = co_await elementsInFront(call);
         bool const isAtRest = now == before;
         std::int64_t const elapsed = msSince(start, call->clock().now());
-        if (isAtRest || elapsed >= maxWaitMs)
+        if (isAtRest || (elapsed >= maxWaitMs && !now.empty()))
             co_return Settling{.isAtRest = isAtRest, .elapsedMs = elapsed};
         before = std::move(now);
     }
+    co_await call->clock().sleep(quiet);
+    co_return Settling{.isAtRest = std::nullopt, .elapsedMs = msSince(start, call->clock().now())};
 }
 
 /// `nullopt` if the agent cannot say.
@@ -75,13 +93,15 @@ Task<Settling> settle(MachineCallPtr call, std::int64_t quietMs)
     if (!call->seen().lacksSettle)
         if (auto const settled = co_await askAgent(call, quietMs))
             co_return *settled;
-    co_return co_await lookTwice(call);
+    co_return co_await lookTwice(call, std::chrono::milliseconds(quietMs));
 }
 
 std::string settlingText(Settling settling)
 {
-    return (settling.isAtRest ? "settled " : "not settled after ") + std::to_string(settling.elapsedMs) +
-           " ms";
+    std::string const ms = std::to_string(settling.elapsedMs) + " ms";
+    if (!settling.isAtRest)
+        return "waited " + ms + ", but whether the screen is at rest is not known";
+    return (*settling.isAtRest ? "settled " : "not settled after ") + ms;
 }
 
 } // namespace zelvo::service

@@ -272,6 +272,66 @@ TEST_F(ActTool, doesNotWaitForeverForTwoEqualTrees)
     EXPECT_THAT(begun->text(), HasSubstr("ok 1/1 · not settled after 3000 ms"));
 }
 
+TEST_F(ActTool, asksForTreesAsFarApartAsTheScreenIsToRest)
+{
+    commands->answers.erase("screen.settle");
+    auto const begun = begin("desktop_act", R"({"actions":[{"type":"key","keys":["a"]}],"settle":1000})");
+    clock.advance(999ms);
+    EXPECT_FALSE(begun->result);
+    clock.advance(1ms);
+    EXPECT_THAT(begun->text(), HasSubstr("ok 1/1 · settled 1000 ms · Mousepad"));
+}
+
+TEST_F(ActTool, twoEmptyTreesSayNothingAboutRest)
+{
+    commands->answers.erase("screen.settle");
+    elements.clear();
+    auto const begun = begin("desktop_act", R"({"actions":[{"type":"key","keys":["a"]}],"settle":700})");
+    clock.advance(699ms);
+    EXPECT_FALSE(begun->result);
+    clock.advance(1ms);
+
+    EXPECT_THAT(begun->text(),
+                HasSubstr("ok 1/1 · waited 700 ms, but whether the screen is at rest is not known · "));
+}
+
+TEST_F(ActTool, seesThePictureOfWhatHasNoTree)
+{
+    commands->answers.erase("screen.settle");
+    for (ErrorCode const code : {ErrorCode::machineUnavailable, ErrorCode::permissionMissing,
+                                 ErrorCode::hiddenAppActive, ErrorCode::zelvoUIProtected}) {
+        commands->answers["ui.tree"] = [code](DesktopCommand const&) -> json::value { throw failure(code); };
+        auto const begun =
+            begin("desktop_act", R"({"actions":[{"type":"key","keys":["a"]}],"observe":"screenshot"})");
+        clock.advance(300ms);
+
+        EXPECT_THAT(begun->text(), StartsWith("ok 1/1 · waited 300 ms, but whether the screen is at rest"));
+        ASSERT_TRUE(begun->result);
+        EXPECT_EQ(begun->result->content.size(), 2U);
+    }
+}
+
+TEST_F(ActTool, treeThatIsGoneAtTheSecondLookSaysNothingAboutRest)
+{
+    commands->answers.erase("screen.settle");
+    auto const begun = begin("desktop_act", R"({"actions":[{"type":"key","keys":["a"]}]})");
+    elements.clear();
+    clock.advance(600ms);
+
+    EXPECT_THAT(begun->text(), HasSubstr("ok 1/1 · waited 600 ms, but whether"));
+}
+
+TEST_F(ActTool, failsToSettleWithOtherFailures)
+{
+    commands->answers.erase("screen.settle");
+    commands->answers["ui.tree"] = [](DesktopCommand const&) -> json::value {
+        throw failure(ErrorCode::machinePaused, "The agent is paused");
+    };
+
+    EXPECT_THAT(act(R"([{"type":"key","keys":["a"]}])"),
+                StartsWith("ok 1/1\nWhat it looks like now cannot be shown: machine_paused: "));
+}
+
 // References that heal.
 
 TEST_F(ActTool, looksAnElementUpAgainWhenTheMachineForgotItsTree)
