@@ -49,10 +49,11 @@ Task<> waitFor(MachineCallPtr call, std::int64_t ms)
             co_await call->run("screen.settle", std::move(params));
             co_return;
         } catch (Failure const& failure) {
-            if (failure.code != ErrorCode::invalidRequest)
+            if (failure.code == ErrorCode::invalidRequest)
+                call->seen().lacksSettle = true;
+            else if (failure.code != ErrorCode::internalError) // The system does not report what is drawn.
                 throw;
         }
-        call->seen().lacksSettle = true;
     }
     co_await call->clock().sleep(std::chrono::milliseconds(ms));
 }

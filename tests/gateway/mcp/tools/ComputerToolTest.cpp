@@ -125,6 +125,21 @@ TEST_F(ComputerTool, waitsAtTheMachineOrHere)
     EXPECT_THAT(begun->text(), StartsWith("ok 1/1\nPicture"));
 }
 
+TEST_F(ComputerTool, waitsHereWhileTheScreenSystemDoesNotReportDrawing)
+{
+    commands->answers["screen.settle"] = [](DesktopCommand const&) -> json::value {
+        throw failure(ErrorCode::internalError, "The screen system does not report drawing");
+    };
+    auto const begun = begin("computer", R"({"action":"wait","duration":2})");
+    clock.advance(1999ms);
+    EXPECT_FALSE(begun->result);
+    clock.advance(1ms);
+    EXPECT_THAT(begun->text(), StartsWith("ok 1/1\nPicture"));
+
+    begin("computer", R"({"action":"wait","duration":2})");
+    EXPECT_EQ(commands->paramsOf("screen.settle").size(), 2U); // It may work again.
+}
+
 TEST_F(ComputerTool, opensAddresses)
 {
     commands->answers["urls.open"] = [](DesktopCommand const&) { return json::value{{"ok", true}}; };
