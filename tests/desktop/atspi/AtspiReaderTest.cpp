@@ -407,6 +407,39 @@ TEST(AtspiReader, boundsAllTextsTogether)
     EXPECT_FALSE(seen.isTruncated);
 }
 
+/// Names as long as they may be, of characters that grow most in JSON.
+json::array hostileActions()
+{
+    json::array names;
+    for (int at = 0; at < 64; ++at)
+        names.emplace_back(std::to_string(at) + std::string(254, '\1'));
+    return names;
+}
+
+TEST(AtspiReader, boundsTheNamesOfAllActionsTogether)
+{
+    AtspiFixture fixture;
+    json::object const button = {
+        {"role", 43}, {"name", "b"}, {"repeat", 1'000}, {"actions", hostileActions()}};
+    json::object translated = button;
+    translated["translated"] = hostileActions(); // The original names are asked for one by one.
+    for (auto const& [toolkit, described] : {std::pair("Qt", button), std::pair("gtk", translated)}) {
+        auto const application = fixture.serveWindow({described}, {{"toolkit", toolkit}});
+        auto const reader = fixture.reader(application);
+
+        Walk const seen = fixture.walk(*reader, {.budget = 20s});
+
+        std::size_t told = 0;
+        for (WalkedElement const& one : seen.elements)
+            for (std::string const& action : one.actions)
+                told += action.size();
+        EXPECT_GT(told, 7u << 20) << toolkit;
+        EXPECT_LE(told, 8u << 20) << toolkit;
+        EXPECT_THAT(seen.elements, SizeIs(1'001)) << toolkit;
+        EXPECT_TRUE(reader->hasFallenSilent()) << toolkit;
+    }
+}
+
 TEST(AtspiReader, meetsEachElementOnce)
 {
     AtspiFixture fixture;

@@ -315,9 +315,9 @@ bool ScriptedApplication::replyProperty(std::size_t index, sd_bus_message* call,
 void ScriptedApplication::appendProperties(std::size_t index, sd_bus_message* reply)
 {
     ScriptedNode const& node = nodes[index];
-    sd_bus_message_append(reply, "a{sv}", 4, "Name", "s", node.name.c_str(), "Description", "s",
-                          node.description.c_str(), "AccessibleId", "s", node.identifier.c_str(),
-                          "ChildCount", "i", childCount(index));
+    sd_bus_message_append(reply, "a{sv}", 5, "Name", "s", node.name.c_str(), "Description", "s",
+                          node.description.c_str(), "HelpText", "s", node.help.c_str(), "AccessibleId", "s",
+                          node.identifier.c_str(), "ChildCount", "i", childCount(index));
 }
 
 void ScriptedApplication::appendReference(sd_bus_message* reply, std::size_t index) const

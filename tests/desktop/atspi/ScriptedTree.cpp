@@ -64,6 +64,7 @@ private:
             node.states |= std::uint64_t{1} << state;
         node.name = entry<std::string>(described, "name", "") + number;
         node.description = entry<std::string>(described, "description", "");
+        node.help = entry<std::string>(described, "help", "");
         node.identifier = entry<std::string>(described, "id", "");
         auto const extents = entry<std::vector<std::int32_t>>(described, "extents", {10, 10, 20, 20});
         std::copy_n(extents.begin(), 4, node.extents.begin());

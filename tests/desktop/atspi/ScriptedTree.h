@@ -16,6 +16,7 @@ struct ScriptedNode {
     std::uint64_t states = 0;
     std::string name;
     std::string description;
+    std::string help;
     std::string identifier;
     std::array<std::int32_t, 4> extents{};
     std::vector<std::string> actions;
@@ -38,8 +39,9 @@ struct ScriptedManners {
     bool direct = false;  ///< offers a socket of its own
 };
 
-/// Reads a tree: {"role": 43, "states": [25], "name": "..", "description", "id", "extents": [x, y, w, h],
-/// "actions": ["click"], "translated": ["Klicken"], "labelledBy": "a" (the element of that label), "text":
+/// Reads a tree: {"role": 43, "states": [25], "name": "..", "description", "help", "id", "extents": [x, y, w,
+/// h], "actions": ["click"], "translated": ["Klicken"], "labelledBy": "a" (the element of that label),
+/// "text":
 /// "..", "editable": true, "children": [..], "claims": n, "label": "a", "same": "a" (the element of that
 /// label once more), "repeat": n (that often, its name numbered), "deep": n (that often, each in the one
 /// before), "foreign": ":1.7", "path": "/.."}. The first is the application.

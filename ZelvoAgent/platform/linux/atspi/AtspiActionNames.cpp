@@ -67,7 +67,10 @@ void AtspiActionNames::finish(Index index, std::vector<std::string> const& names
 {
     if (!questions.isOpen(index, AtspiQuestion::actions))
         return;
-    questions.nodes[index].actions = axActionsOf(names);
+    AtspiNode& node = questions.nodes[index];
+    std::size_t const before = node.textSize();
+    node.actions = axActionsOf(names);
+    questions.boundText(node, before);
     questions.finish(index, AtspiQuestion::actions);
 }
 

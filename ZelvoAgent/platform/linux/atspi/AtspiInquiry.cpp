@@ -26,7 +26,7 @@ void AtspiInquiry::startAnew()
     exchange.cancelAll();
     nodes.forgetAnswers();
     childLists.startAnew();
-    textKept = 0;
+    questions.startAnew();
     peers.startAnew();
 }
 
@@ -73,22 +73,11 @@ void AtspiInquiry::send(Index index, AtspiQuestion question)
         AtspiNode& asked = nodes[index];
         std::size_t const before = asked.textSize();
         asked.take(question, reply);
-        boundText(asked, before);
+        questions.boundText(asked, before);
         if (toolkitOf(asked.peer).isGtk4)
             correctGtk4Answer(asked, question);
         onAnswered(index, question);
     });
-}
-
-void AtspiInquiry::boundText(AtspiNode& node, std::size_t before)
-{
-    std::size_t const now = node.textSize();
-    textKept = textKept + now - before;
-    if (textKept <= maxText)
-        return;
-    textKept -= now;
-    node.forgetTexts();
-    exchange.noteMissing();
 }
 
 bool AtspiInquiry::isStrictAboutText(Index index) const

@@ -8,7 +8,6 @@
 #include "platform/linux/atspi/AtspiToolkit.h"
 #include "platform/linux/atspi/WindowFit.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -22,8 +21,6 @@ class AtspiInquiry {
 public:
     using Index = AtspiNode::Index;
     using PeerId = AtspiExchange::PeerId;
-
-    static constexpr std::size_t maxText = 8u << 20; ///< bytes, of all elements together
 
     /// exchange  like `nodes`, must outlive this
     /// bus       the link to the accessibility bus
@@ -64,9 +61,6 @@ private:
     void send(Index index, AtspiQuestion question);
     void askText(Index index);
     bool isStrictAboutText(Index index) const;
-    /// Drops an element's texts once all texts exceed the limit.
-    /// before  bytes of the element's texts before the last answer
-    void boundText(AtspiNode& node, std::size_t before);
     BusMessagePtr hitCall(Index index, ReportedPoint point) const;
 
     AtspiExchange& exchange;
@@ -75,7 +69,6 @@ private:
     AtspiQuestions questions;
     AtspiActionNames actionNames;
     AtspiChildLists childLists;
-    std::size_t textKept = 0; ///< bytes
 };
 
 } // namespace zelvo

@@ -88,15 +88,18 @@ void AtspiNode::forget()
 std::size_t AtspiNode::textSize() const
 {
     std::size_t sum = 0;
-    for (auto const* each : {&name, &description, &identifier, &text})
+    for (auto const* each : {&name, &description, &help, &identifier, &text})
         sum += *each ? (*each)->size() : 0;
+    for (std::string const& action : actions)
+        sum += action.size();
     return sum;
 }
 
 void AtspiNode::forgetTexts()
 {
-    for (auto* each : {&name, &description, &identifier, &text})
+    for (auto* each : {&name, &description, &help, &identifier, &text})
         each->reset();
+    actions.clear();
 }
 
 std::optional<AtspiNodes::Index> AtspiNodes::find(AtspiExchange::PeerId peer, std::string const& path)

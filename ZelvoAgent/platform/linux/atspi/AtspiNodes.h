@@ -74,7 +74,7 @@ struct AtspiNode {
     void take(AtspiQuestion question, sd_bus_message* reply);
     /// Forgets everything but its place in the tree.
     void forget();
-    /// Bytes of its texts.
+    /// Bytes of all its texts, with the names of its actions.
     std::size_t textSize() const;
     void forgetTexts();
 };

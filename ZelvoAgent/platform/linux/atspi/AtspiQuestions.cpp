@@ -54,4 +54,15 @@ void AtspiQuestions::finish(Index index, AtspiQuestion question)
     onAnswered(index, question);
 }
 
+void AtspiQuestions::boundText(AtspiNode& node, std::size_t before)
+{
+    std::size_t const now = node.textSize();
+    textKept = textKept + now - before;
+    if (textKept <= maxText)
+        return;
+    textKept -= now;
+    node.forgetTexts();
+    exchange.noteMissing();
+}
+
 } // namespace zelvo

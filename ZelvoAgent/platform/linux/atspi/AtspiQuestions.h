@@ -4,6 +4,7 @@
 #include "platform/linux/atspi/AtspiNodes.h"
 #include "platform/linux/atspi/AtspiToolkit.h"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -17,6 +18,8 @@ class AtspiQuestions {
 public:
     using Index = AtspiNode::Index;
     using PeerId = AtspiExchange::PeerId;
+
+    static constexpr std::size_t maxText = 8u << 20; ///< bytes, of all elements together
 
     /// Both must outlive it.
     AtspiQuestions(AtspiExchange& exchange, AtspiNodes& nodes) : exchange(exchange), nodes(nodes) {}
@@ -45,6 +48,15 @@ public:
     /// answered.
     void leave(Index index, AtspiQuestion question);
     void finish(Index index, AtspiQuestion question);
+
+    /// Drops an element's texts once all texts exceed the limit.
+    /// before  bytes of the element's texts before the last answer
+    void boundText(AtspiNode& node, std::size_t before);
+    /// All answers are forgotten.
+    void startAnew() { textKept = 0; }
+
+private:
+    std::size_t textKept = 0; ///< bytes
 };
 
 } // namespace zelvo

@@ -32,6 +32,24 @@ TEST_F(AtspiNodesTest, knowsAnElementAgain)
     EXPECT_EQ(nodes.find(0, "/9"), 7u);
 }
 
+TEST_F(AtspiNodesTest, everyTextOfAnElementCounts)
+{
+    AtspiNode& node = nodes[3];
+    node.name = "1";
+    node.description = "22";
+    node.help = "333";
+    node.identifier = "4444";
+    node.text = "55555";
+    node.actions = {"666666", "7777777"};
+    EXPECT_EQ(node.textSize(), 28u);
+
+    node.forgetTexts();
+
+    EXPECT_EQ(node.textSize(), 0u);
+    EXPECT_THAT(node.actions, IsEmpty());
+    EXPECT_EQ(node.help, std::nullopt);
+}
+
 TEST_F(AtspiNodesTest, goesInTheOrderOfAWalk)
 {
     std::vector<AtspiNodes::Index> const order = {0, 1, 3, 4, 5, 2};
