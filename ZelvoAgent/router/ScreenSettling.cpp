@@ -17,14 +17,14 @@ namespace {
 /// From one look at what was drawn to the next. It bounds the work while a video plays.
 constexpr Duration lookInterval = 20ms;
 
-QuietScreen quietScreen(Display const& display, ScreenSettling::Request const& request, Instant start)
+QuietScreen::Settings quietSettings(Display const& display, ScreenSettling::Request const& request)
 {
     QuietScreen::Settings settings{.quiet = request.quiet,
                                    .display = {display.widthPoints, display.heightPoints},
                                    .region = std::nullopt};
     if (request.region)
         settings.region = ScreenRegion::of(display, *request.region).points;
-    return {settings, start};
+    return settings;
 }
 
 } // namespace
@@ -34,7 +34,7 @@ class ScreenSettling::Wait {
 public:
     Wait(Services& services, Executor executor, Request given)
         : services(services), request(std::move(given)), start(services.clock.now()),
-          display(services.screen.mainDisplay()), quiet(quietScreen(display, request, start)),
+          display(services.screen.mainDisplay()), quiet(quietSettings(display, request), start),
           nextLook(start),
           guarded({services.contexts, services.clock, services.state}, std::move(executor), request.asker)
     {
@@ -45,6 +45,8 @@ public:
         co_await guarded.begin();
         std::set<std::string> excluded = co_await services.screen.excludedApplications();
         watch = co_await services.drawings.open(display.id, std::move(excluded), reportDrawing());
+        // What was drawn before this is not known.
+        quiet = QuietScreen(quietSettings(display, request), services.clock.now());
         while (true) {
             Instant const now = services.clock.now();
             bool const isOver = now >= end();

@@ -17,6 +17,7 @@ public:
     int existing = 0;                            ///< watches that exist now
     std::vector<std::set<std::string>> excluded; ///< of each opening and each look
     std::optional<ScreenFailure> failsWith;
+    std::function<Task<>()> beforeOpen; ///< runs before a watch exists
     std::function<void()> onTake = [] {};
 
     /// A visible drawing, reported as the interface says.
@@ -43,6 +44,8 @@ public:
             throw *failsWith;
         opened.push_back(display);
         excluded.push_back(std::move(without));
+        if (beforeOpen)
+            co_await beforeOpen();
         drawings.clear();
         drawn = observer = std::move(call);
         co_return std::make_unique<Watch>(*this);

@@ -52,6 +52,28 @@ TEST_F(RouterSettleTest, looksOnlyOnceAtAScreenAtRest)
     EXPECT_EQ(answer(), after(10'000));
 }
 
+TEST_F(RouterSettleTest, timeInWhichNothingWatchesIsNotQuiet)
+{
+    drawings.beforeOpen = [this]() -> Task<> { co_await platform.time.sleep(250ms); };
+    settle();
+    pass(250ms);
+    EXPECT_EQ(drawings.existing, 1);
+    pass(299ms);
+    EXPECT_FALSE(reply);
+    pass(1ms);
+    EXPECT_EQ(answer(), after(550));
+}
+
+TEST_F(RouterSettleTest, isNotSettledIfNothingWatchedForItsQuietTime)
+{
+    drawings.beforeOpen = [this]() -> Task<> { co_await platform.time.sleep(2'900ms); };
+    settle();
+    pass(2'999ms);
+    EXPECT_FALSE(reply);
+    pass(1ms);
+    EXPECT_EQ(answer(), after(3'000, false));
+}
+
 TEST_F(RouterSettleTest, drawingStartsTheTimeAgain)
 {
     settle();
