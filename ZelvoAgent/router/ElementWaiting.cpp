@@ -85,11 +85,14 @@ private:
         lookedAt = services.clock.now();
     }
 
-    /// Only after the first look, which is often enough. The next one finds what came in between.
+    /// Only after the first look, which is often enough. The next one finds what came in between. There is no
+    /// watch if the wait ends first.
     Task<> openWatch()
     {
         Task<std::unique_ptr<InterfaceWatch>> opening = services.interfaces.open(reportChange());
-        watch = co_await guarded.whileAllowed(std::move(opening));
+        auto opened = co_await guarded.whileAllowed(std::move(opening), end());
+        if (opened)
+            watch = *std::move(opened);
         isChanged = true;
     }
 

@@ -68,6 +68,13 @@ public:
     template <class T>
     Task<T> whileAllowed(Task<T> work)
     {
+        std::optional<T> result = co_await whileAllowed(std::move(work), std::nullopt);
+        co_return *std::move(result);
+    }
+    /// The same, but gives `nullopt` if there is no result at the end.
+    template <class T>
+    Task<std::optional<T>> whileAllowed(Task<T> work, std::optional<Instant> end)
+    {
         struct Outcome {
             std::exception_ptr failure;
             T result{};
@@ -81,7 +88,12 @@ public:
         };
         asio::co_spawn(executor, std::move(work), std::move(onEnd));
         while (!outcome->isThere) {
-            co_await sleep();
+            if (end && services.clock.now() >= *end)
+                co_return std::nullopt;
+            if (end)
+                co_await sleepUntil(*end);
+            else
+                co_await sleep();
             co_await assertAllowed();
         }
         if (outcome->failure)

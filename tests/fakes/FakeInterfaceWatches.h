@@ -12,6 +12,7 @@ class FakeInterfaceWatches final : public InterfaceWatches {
 public:
     int opened = 0;
     std::function<void()> onOpen = [] {};
+    std::function<Task<>()> beforeOpen; ///< runs before a watch exists
 
     std::size_t existing() const { return observers.size(); }
     /// Reports a change to every watch.
@@ -24,6 +25,8 @@ public:
     Task<std::unique_ptr<InterfaceWatch>> open(Changed changed) override
     {
         onOpen();
+        if (beforeOpen)
+            co_await beforeOpen();
         observers[++opened] = std::move(changed);
         co_return std::make_unique<Watch>(*this, opened);
     }

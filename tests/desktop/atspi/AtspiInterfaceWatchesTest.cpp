@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <map>
 #include <mutex>
@@ -60,6 +61,14 @@ protected:
                                     "--dest", "org.a11y.atspi.Registry", "--object-path",
                                     "/org/a11y/atspi/registry", "--method",
                                     "org.a11y.atspi.Registry.GetRegisteredEvents"});
+    }
+    pid_t processOfRegistry()
+    {
+        std::string const reply = fixture.desktop.run(
+            {"gdbus", "call", "--address", fixture.accessibility->busAddress(), "--dest",
+             "org.freedesktop.DBus", "--object-path", "/org/freedesktop/DBus", "--method",
+             "org.freedesktop.DBus.GetConnectionUnixProcessID", "org.a11y.atspi.Registry"});
+        return std::stoi(reply.substr(reply.find(' '))); // "(uint32 42,)"
     }
     /// Starts an application and waits until it is in front and can be read.
     pid_t show(std::vector<std::string> command, WindowWanted const& window)
@@ -154,6 +163,21 @@ TEST_F(AtspiInterfaceWatchesTest, asksApplicationsOnlyWhileItExists)
     int const told = reports.of(pid, InterfaceChange::elements);
     press("c");
     EXPECT_FALSE(waitFor([&] { return reports.of(pid, InterfaceChange::elements) > told; }, 300ms));
+}
+
+TEST_F(AtspiInterfaceWatchesTest, waitsForASilentRegistryOnce)
+{
+    registered(); // It runs.
+    pid_t const registry = processOfRegistry();
+    ::kill(registry, SIGSTOP);
+    auto const began = std::chrono::steady_clock::now();
+
+    EXPECT_TRUE(open());
+
+    auto const took = std::chrono::steady_clock::now() - began;
+    ::kill(registry, SIGCONT);
+    EXPECT_GE(took, 1s);
+    EXPECT_LT(took, 2s);
 }
 
 TEST(AtspiInterfaceWatches, areSilentWithoutABus)

@@ -76,6 +76,27 @@ TEST_F(RouterWaitTest, findsWhatCameWhileItOpenedTheWatch)
     EXPECT_EQ(result().at("elapsedMs"), 100);
 }
 
+TEST_F(RouterWaitTest, aWatchThatIsSlowToOpenDoesNotMakeItLonger)
+{
+    watches.beforeOpen = [this]() -> Task<> { co_await platform.time.sleep(6s); };
+    wait(R"({"name":"Save","timeoutMs":500})");
+    pass(499ms);
+    EXPECT_FALSE(reply);
+    tree.elements = {editor, save};
+    pass(1ms);
+    EXPECT_EQ(result().at("matched"), true); // It looks a last time.
+    EXPECT_EQ(result().at("elapsedMs"), 500);
+
+    tree.elements = {editor};
+    wait(R"({"name":"Save","timeoutMs":500})");
+    pass(500ms);
+    EXPECT_EQ(result(), unmatched(500));
+
+    pass(6s);
+    EXPECT_EQ(watches.existing(), 0u);
+    EXPECT_EQ(platform.time.sleeperCount(), 0u);
+}
+
 TEST_F(RouterWaitTest, looksAtMostTenTimesASecond)
 {
     wait(R"({"name":"Save","timeoutMs":30000})");

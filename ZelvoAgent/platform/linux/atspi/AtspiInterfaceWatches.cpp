@@ -91,8 +91,9 @@ public:
                 if (auto const self = weak.lock())
                     self->note(sd_bus_message_get_sender(message), kindOf(message, change));
             });
-        for (Event const& event : events)
-            co_await askFor(event);
+        for (std::size_t at = 0; at + 1 < events.size(); ++at)
+            bus.ask(registration(events[at]), {});
+        co_await askFor(events.back()); // The registry answers in order.
     }
 
 private:
@@ -101,7 +102,7 @@ private:
         InterfaceChange pending{}; ///< until its process is known
     };
 
-    /// Without a registry there are no applications to ask.
+    /// Waits for the answer. Without a registry there are no applications to ask.
     Task<> askFor(Event event)
     {
         BusCall call = registration(event);
