@@ -27,6 +27,16 @@ bool says(std::optional<std::string> const& text)
     return text && !text::trimmed(*text).empty();
 }
 
+std::size_t bytesOfTexts(UiElementInfo const& info)
+{
+    std::size_t bytes = 0;
+    for (auto const* text : {&info.title, &info.elementDescription, &info.value, &info.identifier})
+        bytes += *text ? (*text)->size() : 0;
+    for (std::string const& action : info.actions)
+        bytes += action.size();
+    return bytes;
+}
+
 } // namespace
 
 bool TreeWalk::isInteractive(std::string_view role)
@@ -51,7 +61,9 @@ void TreeWalk::walk(AccessibilityElement element, int depth)
         return;
     }
     if (auto info = describe(element, collected.size()))
-        collected.push_back(*std::move(info));
+        keep(*std::move(info));
+    if (truncated)
+        return;
     auto const children = reader.elements(element, Attribute::children);
     if (!children)
         return;
@@ -60,6 +72,14 @@ void TreeWalk::walk(AccessibilityElement element, int depth)
         if (truncated)
             return;
     }
+}
+
+void TreeWalk::keep(UiElementInfo info)
+{
+    textBytes += bytesOfTexts(info);
+    truncated = textBytes > limits.maxTextBytes;
+    if (!truncated)
+        collected.push_back(std::move(info));
 }
 
 /// Asks the cheap attributes first, so that a dropped element costs as few queries as possible.

@@ -14,6 +14,9 @@ namespace zelvo {
 struct TreeLimits {
     int maxDepth = 25; ///< the deepest level that is read; the roots are at level 0
     int maxElements = 1500;
+    /// Of all elements together: a reply must not exceed what a gateway takes, although a byte may take six
+    /// in JSON and a text be in it twice.
+    std::size_t maxTextBytes = 8u << 20;
     Duration totalTimeout = 2s;
     Duration messagingTimeout = 250ms;
 };
@@ -46,6 +49,7 @@ public:
 
 private:
     void walk(AccessibilityElement element, int depth);
+    void keep(UiElementInfo info);
     std::optional<UiElementInfo> describe(AccessibilityElement element, std::size_t index);
     std::optional<UiElementInfo::Frame> frameOf(AccessibilityElement element);
     bool hasSomethingToSay(UiElementInfo const& info, AccessibilityElement element);
@@ -55,6 +59,7 @@ private:
     TreeLimits const limits;
     Instant const deadline;
     bool const interactiveOnly;
+    std::size_t textBytes = 0; ///< of what is collected
 };
 
 } // namespace zelvo

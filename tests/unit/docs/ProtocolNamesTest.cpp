@@ -119,6 +119,7 @@ TEST(ProtocolNames, limitsAreThoseOfTheProgram)
     TreeLimits const tree;
     ShellRunner::Limits const shell;
     expectTold("Methods", "ui.tree", "At most 1,500 elements, 25 levels and " + seconds(tree.totalTimeout));
+    expectTold("Methods", "ui.tree", mib(tree.maxTextBytes) + " of texts");
     EXPECT_EQ(tree.maxElements, 1500);
     EXPECT_EQ(tree.maxDepth, 25);
     expectTold("Methods", "shell.run", "SIGKILL " + seconds(shell.sigtermGrace));

@@ -140,6 +140,24 @@ TEST_F(TreeWalkTest, isTruncatedByOneMoreElementThanTheLimit)
     EXPECT_TRUE(truncated);
 }
 
+TEST_F(TreeWalkTest, endsWhereTheTextsOfAllElementsTogetherReachTheLimit)
+{
+    std::string const text(1u << 20, 'x');
+    FakeElement const field{.role = "AXTextField",
+                            .title = text,
+                            .description = text,
+                            .value = text, // Cut to 200 characters.
+                            .identifier = text,
+                            .actions = {text}};
+
+    auto const found = walk({button("a"), field, button("b"), field, button("c")});
+
+    EXPECT_THAT(idsOf(found), ElementsAre("e0", "e1", "e2"));
+    EXPECT_TRUE(truncated);
+    EXPECT_EQ(walk({field, button("d")}).size(), 2u);
+    EXPECT_FALSE(truncated);
+}
+
 TEST_F(TreeWalkTest, keepsOnlyInteractiveElementsWithConsecutiveIds)
 {
     interactiveOnly = true;
