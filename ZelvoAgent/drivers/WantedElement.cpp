@@ -25,9 +25,11 @@ bool WantedElement::isOperable() const
 /// A snapshot that ended at a limit proves no disappearance.
 WantedElement::Finding WantedElement::in(UiTreeSnapshot const& snapshot) const
 {
-    std::string const upperName = text::uppercased(name.value_or(""));
+    Texts texts{.upperName = text::uppercased(name.value_or("")), .value = std::nullopt};
+    if (value)
+        texts.value = text::prefix(*value, TreeWalk::maxValueLength);
     auto const isSuch = [&](UiElementInfo const& element) {
-        return describes(element, upperName) && isReached(element);
+        return describes(element, texts) && isReached(element);
     };
     auto const found = std::ranges::find_if(snapshot.elements, isSuch);
     bool const isThere = found != snapshot.elements.end();
@@ -36,12 +38,11 @@ WantedElement::Finding WantedElement::in(UiTreeSnapshot const& snapshot) const
     return {.isMatched = isThere, .element = isThere ? std::optional(*found) : std::nullopt};
 }
 
-bool WantedElement::describes(UiElementInfo const& element, std::string const& upperName) const
+bool WantedElement::describes(UiElementInfo const& element, Texts const& texts) const
 {
-    return (!role || element.role == *role) &&
-           (!value || element.value == text::prefix(*value, TreeWalk::maxValueLength)) &&
-           (!name || containsUpper(element.title, upperName) ||
-            containsUpper(element.elementDescription, upperName));
+    return (!role || element.role == *role) && (!value || element.value == texts.value) &&
+           (!name || containsUpper(element.title, texts.upperName) ||
+            containsUpper(element.elementDescription, texts.upperName));
 }
 
 bool WantedElement::isReached(UiElementInfo const& element) const

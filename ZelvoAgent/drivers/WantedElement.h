@@ -32,7 +32,13 @@ struct WantedElement {
     bool isOperable() const;
 
 private:
-    bool describes(UiElementInfo const& element, std::string const& upperName) const;
+    /// What a snapshot's texts are compared with. Made once, because the wanted texts may be long.
+    struct Texts {
+        std::string upperName;
+        std::optional<std::string> value;
+    };
+
+    bool describes(UiElementInfo const& element, Texts const& texts) const;
     bool isReached(UiElementInfo const& element) const;
 };
 
