@@ -1,6 +1,7 @@
 #include "drivers/ScreenCapture.h"
 
 #include "DecodedImage.h"
+#include "base/Base64.h"
 #include "fakes/ErrorOf.h"
 #include "fakes/FakePlatform.h"
 
@@ -210,6 +211,46 @@ TEST_F(ScreenCaptureTest, makesAPngWhateverTheQuality)
     EXPECT_EQ(image.mime, "image/png");
     EXPECT_EQ(DecodedImage::png(image.data).height, 982);
     EXPECT_EQ(image.data, take({.format = ImageFormat::png, .quality = 50}).data);
+}
+
+/// An 8K display full of noise, which no format makes smaller.
+class NoisyScreenSource final : public ScreenSource {
+public:
+    std::vector<Display> screens() override
+    {
+        return {{.id = 1, .widthPoints = 7680, .heightPoints = 4320, .scaleFactor = 1}};
+    }
+    Task<std::vector<Display>> capturableDisplays() override { co_return screens(); }
+    Task<Picture> capture(CaptureRequest request) override
+    {
+        Picture picture{.width = request.width,
+                        .height = request.height,
+                        .stride = request.width * 4,
+                        .pixels = PixelBuffer(static_cast<std::size_t>(request.width) * 4 * request.height)};
+        std::uint32_t state = 1;
+        for (std::size_t at = 0; at < picture.pixels.size(); ++at) {
+            state = state * 1664525u + 1013904223u;
+            picture.pixels.data()[at] = static_cast<std::uint8_t>(state >> 24);
+        }
+        co_return picture;
+    }
+    void observeScreens(std::function<void()> /*observer*/) override {}
+};
+
+TEST_F(ScreenCaptureTest, everyPixelOfAnEightKDisplayFitsIntoAMessage)
+{
+    constexpr std::size_t maxMessage = 192u << 20; // what gateways take
+    NoisyScreenSource noisy;
+    ScreenCapture large(platform.contexts, noisy, hiddenApps);
+    ScreenshotOptions const options{
+        .format = ImageFormat::png, .maxWidth = {}, .region = DesktopRect{0, 0, 7680, 4320}};
+
+    CapturedImage const image = run(platform.io, large.capture(options));
+
+    EXPECT_EQ(image.imageWidth, 7680);
+    EXPECT_EQ(image.imageHeight, 4320);
+    EXPECT_GE(image.data.size(), 7680u * 4320 * 3); // It is noise.
+    EXPECT_LT(base64::encodedLength(image.data.size()), maxMessage * 3 / 4);
 }
 
 TEST_F(ScreenCaptureTest, passesAFailureOfTheEncoderOn)
