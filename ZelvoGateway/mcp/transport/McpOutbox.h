@@ -13,7 +13,8 @@ namespace zelvo::service {
 enum class Notifications { sent, leftOut };
 
 /// Messages on their way to one client, within the memory of its key: a notification that would wait behind
-/// too many others is left out, and an answer that is too large becomes an error.
+/// too many others is left out, and an answer that is too large becomes an error. The key's memory does not
+/// count short messages; once the outbox is full of them, its owner takes nothing more from the client.
 /// Thread: the server's.
 class McpOutbox {
 public:
@@ -31,18 +32,22 @@ public:
 
     void put(McpMessage message);
     bool isEmpty() const { return entries.empty(); }
+    bool isFull() const;
     std::size_t size() const { return entries.size(); }
     /// The first one. There must be one.
     Entry take();
-    void clear() { entries.clear(); }
+    void clear();
 
     /// The text of a message; a long one is written on the workers. The message is gone afterwards.
     static Task<std::string> textOf(Entry& entry, Executor workers);
 
 private:
+    static std::size_t uncountedOf(Entry const& entry);
+
     MemoryBudget memory;
     Notifications notifications;
     std::deque<Entry> entries;
+    std::size_t uncounted = 0; ///< bytes of the entries that hold no memory
 };
 
 } // namespace zelvo::service

@@ -64,7 +64,7 @@ Task<bool> McpSocket::accept(UpgradeRequest request)
 
 Task<> McpSocket::readUntilEnd()
 {
-    for (;;) {
+    while (co_await waitForRoom()) {
         auto const incoming = co_await readMessage();
         if (!incoming)
             co_return;
@@ -81,6 +81,16 @@ Task<> McpSocket::readUntilEnd()
         if (!isClosing)
             connection->receive(std::move(document), shared_from_this());
     }
+}
+
+/// Waits while the client does not read what it asked for, so that its requests wait in its buffers and not
+/// in this process. One that never reads is ended by the idle time. False if the socket ends.
+Task<bool> McpSocket::waitForRoom()
+{
+    auto const isOver = [this] { return isClosing || isDropped || !outbox.isFull(); };
+    while (!isOver())
+        co_await room.wait(isOver);
+    co_return !isClosing && !isDropped;
 }
 
 Task<std::optional<McpSocket::Incoming>> McpSocket::readMessage()
@@ -114,6 +124,7 @@ Task<> McpSocket::writeQueue()
 {
     while (!outbox.isEmpty() && !isDropped) {
         McpOutbox::Entry first = outbox.take();
+        room.notifyAll([] {});
         std::string const text = co_await McpOutbox::textOf(first, parts.workers);
         socket.text(true);
         auto const [error, count] = co_await socket.async_write(asio::buffer(text), asTuple);
@@ -142,6 +153,7 @@ void McpSocket::close(websocket::close_code code, std::string reason)
     if (std::exchange(isClosing, true))
         return;
     outbox.clear();
+    room.notifyAll([] {});
     connection->end();
     spawn(socket.get_executor(), [self = shared_from_this(), code, reason = std::move(reason)] {
         return self->closeThenDrop(code, reason);
@@ -165,6 +177,7 @@ void McpSocket::drop()
 {
     if (std::exchange(isDropped, true))
         return;
+    room.notifyAll([] {});
     beast::get_lowest_layer(socket).close();
 }
 

@@ -3,6 +3,7 @@
 #include "ZelvoGateway/base/MemoryBudget.h"
 #include "ZelvoGateway/mcp/McpConnection.h"
 #include "ZelvoGateway/mcp/transport/McpOutbox.h"
+#include "base/AsyncCondition.h"
 #include "base/Task.h"
 
 #include <boost/beast/core/tcp_stream.hpp>
@@ -53,6 +54,7 @@ private:
 
     Task<bool> accept(UpgradeRequest request);
     Task<> readUntilEnd();
+    Task<bool> waitForRoom();
     Task<std::optional<Incoming>> readMessage();
     Task<> writeQueue();
     Task<> closeThenDrop(boost::beast::websocket::close_code code, std::string reason);
@@ -63,6 +65,7 @@ private:
     std::shared_ptr<McpConnection> connection;
     McpSocketParts parts;
     McpOutbox outbox;
+    AsyncCondition room; // In the outbox; also notified when the socket ends.
     bool isWriting = false;
     bool isLast = false; // The client sends no other message.
     bool isClosing = false;
