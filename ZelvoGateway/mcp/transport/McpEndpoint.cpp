@@ -98,6 +98,7 @@ Task<HttpResponse> McpEndpoint::handlePost(HttpRequest request)
         throw tooMany("Too many requests of this key are open");
     arrival.document = co_await readJsonRpcOn(parts.workers, request.body);
     request.body = std::string();
+    arrival.target = targetOf(request); // The key may have been revoked meanwhile.
     if (auto problem = headerProblemOf(request, arrival.document))
         co_return errorAnswer(400, arrival.document, *std::move(problem));
     arrival.isStateless = isStateless(request, arrival.document);
@@ -137,16 +138,17 @@ Task<HttpResponse> McpEndpoint::answer(Arrival arrival)
         connection = arrival.session->connection;
     } else {
         connection = newConnection(arrival.target, conversations.of(arrival.target));
-        exchange->hold(passage(connection));
+        exchange->hold(passage(connection, arrival.target.caller.keyId));
     }
     connection->receive(std::move(arrival.document), exchange);
     co_return co_await answered(exchange, arrival.isStateless);
 }
 
 /// Ends a connection that serves one request as soon as nobody waits for the answer.
-std::shared_ptr<void const> McpEndpoint::passage(std::shared_ptr<McpConnection> const& connection)
+std::shared_ptr<void const> McpEndpoint::passage(std::shared_ptr<McpConnection> const& connection,
+                                                 std::string key)
 {
-    passing->insert(connection);
+    passing->emplace(connection, std::move(key));
     return {connection.get(), [connection, all = std::weak_ptr(passing)](void const*) {
                 if (auto const kept = all.lock())
                     kept->erase(connection);
@@ -268,10 +270,18 @@ void McpEndpoint::runMaintenance()
     conversations.forgetIdle();
 }
 
+void McpEndpoint::endPassing(std::function<bool(std::string const& key)> const& isMeant)
+{
+    for (auto const& [connection, key] : std::map(*passing)) // Ending one changes the list.
+        if (isMeant(key))
+            connection->end();
+}
+
 void McpEndpoint::endKey(std::string const& key)
 {
     sessions.endKey(key);
     conversations.forgetKey(key);
+    endPassing([&](std::string const& owner) { return owner == key; });
     auto const [begin, end] = sockets.equal_range(key);
     for (auto const& [owner, socket] : std::vector(begin, end)) // Closing may change the list.
         socket->close(close_code::policy_error, "the key is revoked");
@@ -280,8 +290,7 @@ void McpEndpoint::endKey(std::string const& key)
 void McpEndpoint::stop()
 {
     sessions.endAll();
-    for (auto const& connection : std::set(*passing)) // Ending one changes the set.
-        connection->end();
+    endPassing([](std::string const&) { return true; });
     for (auto const& [key, socket] : std::vector(sockets.begin(), sockets.end()))
         socket->close(close_code::going_away, "the gateway ends");
 }

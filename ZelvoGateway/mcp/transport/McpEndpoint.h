@@ -11,7 +11,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -71,7 +70,8 @@ private:
     Task<HttpResponse> answer(Arrival arrival);
     Task<HttpResponse> begin(Arrival arrival);
     Task<HttpResponse> answered(std::shared_ptr<McpHttpExchange> exchange, bool stateless);
-    std::shared_ptr<void const> passage(std::shared_ptr<McpConnection> const& connection);
+    std::shared_ptr<void const> passage(std::shared_ptr<McpConnection> const& connection, std::string key);
+    void endPassing(std::function<bool(std::string const& key)> const& isMeant);
     std::shared_ptr<McpHttpSession> sessionOf(HttpRequest const& request, McpTarget const& target);
     std::shared_ptr<McpHttpExchange> newExchange(McpAnswerKinds kinds, McpTarget const& target);
     std::shared_ptr<McpConnection> newConnection(McpTarget const& target, std::shared_ptr<ToolRunner> runner);
@@ -82,9 +82,10 @@ private:
     PlaceShares requests;
     PlaceShares socketPlaces;
     std::multimap<std::string, std::shared_ptr<McpSocket>> sockets; // By the id of their key.
-    // Of requests without a session. The answers know it weakly, since they may outlive the endpoint.
-    std::shared_ptr<std::set<std::shared_ptr<McpConnection>>> passing =
-        std::make_shared<std::set<std::shared_ptr<McpConnection>>>();
+    // Of requests without a session, with the id of their key. The answers know it weakly, since they may
+    // outlive the endpoint.
+    using Passing = std::map<std::shared_ptr<McpConnection>, std::string>;
+    std::shared_ptr<Passing> passing = std::make_shared<Passing>();
 };
 
 } // namespace zelvo::service

@@ -115,6 +115,23 @@ TEST_F(McpHttpStreamTest, cancelsTheCallOfAClientThatGoesEarly)
     EXPECT_TRUE(afterSteps(200ms, [&] { return host.cancelled == 1; })); // Once it begins to stream.
 }
 
+TEST_F(McpHttpStreamTest, cancelsTheCallOfAKeyThatIsRevoked)
+{
+    auto const early = sent(modernHold("3600000"));
+    ASSERT_TRUE(isHolding(1));
+    headOf(*early);
+    auto const late = sent(modernHold("3600000"));
+    ASSERT_TRUE(isHolding(2));
+
+    server.endKey("key-b");
+    EXPECT_EQ(client.call("echo").status, 200);
+    EXPECT_EQ(host.open, 2);
+    server.endKey("key-a");
+
+    EXPECT_TRUE(becomes([&] { return host.cancelled == 2; }));
+    EXPECT_EQ(host.open, 0);
+}
+
 TEST_F(McpHttpStreamTest, cancelsEverythingWhenItEnds)
 {
     auto own = std::make_unique<McpTestServer>(host, McpTestOptions{.clock = &clock});
