@@ -57,4 +57,11 @@ std::optional<JsonRpcError> headerProblem(McpHeaders const& headers, JsonRpcRequ
     return std::nullopt;
 }
 
+std::optional<JsonRpcError> headerProblem(McpHeaders const& headers, JsonRpcNotification const& notification)
+{
+    if (isStatelessVersion(headers.version) && headers.method != notification.method)
+        return mismatch("Mcp-Method");
+    return std::nullopt;
+}
+
 } // namespace zelvo::service

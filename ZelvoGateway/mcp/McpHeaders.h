@@ -18,5 +18,7 @@ struct McpHeaders {
 /// Why the headers contradict the body, or lack what they must repeat. The rules hold for requests that say
 /// their version themselves; headers of other requests are not looked at, unless they claim such a version.
 std::optional<JsonRpcError> headerProblem(McpHeaders const& headers, JsonRpcRequest const& request);
+/// The same for a notification, whose headers claim a version without a handshake.
+std::optional<JsonRpcError> headerProblem(McpHeaders const& headers, JsonRpcNotification const& notification);
 
 } // namespace zelvo::service

@@ -17,6 +17,13 @@ constexpr std::string_view jsonType = "application/json";
 constexpr std::string_view eventType = "text/event-stream";
 constexpr std::size_t longText = 64_KiB;
 
+JsonRpcNotification const* onlyNotificationOf(JsonRpcDocument const& document)
+{
+    if (document.isBatch || document.messages.size() != 1)
+        return nullptr;
+    return std::get_if<JsonRpcNotification>(&document.messages.front());
+}
+
 /// "application/json" of " application/JSON; charset=utf-8".
 std::string mediaType(std::string_view text)
 {
@@ -32,6 +39,16 @@ std::optional<std::string> headerOf(HttpRequest const& request, std::string cons
 {
     auto const found = request.headers.find(name);
     return found == request.headers.end() ? std::nullopt : std::optional(found->second);
+}
+
+/// Whoever routes by a header that is given twice may read the other one.
+std::optional<JsonRpcError> repeatedHeaderOf(HttpRequest const& request)
+{
+    for (std::string const name : {"mcp-protocol-version", "mcp-method", "mcp-name"})
+        if (request.headers.count(name) > 1)
+            return JsonRpcError{.code = JsonRpcCode::headerMismatch,
+                                .message = "Header mismatch: \"" + name + "\" is given more than once"};
+    return std::nullopt;
 }
 
 std::optional<std::string> versionHeaderOf(HttpRequest const& request)
@@ -104,12 +121,17 @@ bool isStateless(HttpRequest const& request, JsonRpcDocument const& document)
 
 std::optional<JsonRpcError> headerProblemOf(HttpRequest const& request, JsonRpcDocument const& document)
 {
+    if (auto problem = repeatedHeaderOf(request))
+        return problem;
     McpHeaders const headers{.version = versionHeaderOf(request),
                              .method = headerOf(request, "mcp-method"),
                              .name = headerOf(request, "mcp-name")};
     JsonRpcRequest const* const only = onlyRequestOf(document);
     if (only)
         if (auto problem = headerProblem(headers, *only))
+            return problem;
+    if (JsonRpcNotification const* const notification = onlyNotificationOf(document))
+        if (auto problem = headerProblem(headers, *notification))
             return problem;
     bool const isSaidTwice = only && saysItsVersion(*only); // The body decides.
     if (!isSaidTwice && headers.version && !fromRawValue<McpVersion>(*headers.version))

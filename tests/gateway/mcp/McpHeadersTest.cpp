@@ -70,5 +70,16 @@ TEST(McpHeaders, sayAVersionThatTheBodyMustSayToo)
     EXPECT_EQ(problem->code, JsonRpcCode::invalidParams);
 }
 
+TEST(McpHeaders, repeatTheMethodOfANotification)
+{
+    JsonRpcNotification const cancelled{.method = "notifications/cancelled", .params = {}};
+    auto const fits = [&](McpHeaders const& headers) { return !headerProblem(headers, cancelled); };
+
+    EXPECT_TRUE(fits({.version = "2026-07-28", .method = "notifications/cancelled"}));
+    EXPECT_FALSE(fits({.version = "2026-07-28", .method = "tools/call"}));
+    EXPECT_FALSE(fits({.version = "2026-07-28"}));
+    EXPECT_TRUE(fits({.version = "2025-11-25", .method = "tools/call"}));
+}
+
 } // namespace
 } // namespace zelvo::service

@@ -175,6 +175,39 @@ TEST_F(McpHttpTest, answersARequestsFaultsWithItsId)
     EXPECT_EQ(errorCodeOf(header), "-32022");
 }
 
+TEST_F(McpHttpTest, refusesAHeaderThatIsGivenTwice)
+{
+    std::string const body = Client::modernBody("tools/call", Client::callParams("count"));
+    auto const answerWith = [&](Headers more) {
+        Headers headers = Client::modernHeaders("tools/call", "count");
+        headers.insert(headers.end(), more.begin(), more.end());
+        auto const connection = sent(client.bytes("POST", body, headers));
+        return readUntil(*connection, "}}");
+    };
+
+    for (auto const& [name, value] : Headers{{"Mcp-Name", "other"},
+                                             {"mcp-name", "count"},
+                                             {"Mcp-Method", "tools/list"},
+                                             {"MCP-Protocol-Version", "2025-11-25"}}) {
+        std::string const answer = answerWith({{name, value}});
+        EXPECT_NE(answer.find("HTTP/1.1 400"), std::string::npos) << name;
+        EXPECT_NE(answer.find("-32020"), std::string::npos) << answer;
+    }
+    EXPECT_EQ(textOf(client.call("count")), "1");
+}
+
+TEST_F(McpHttpTest, comparesTheHeadersOfANotification)
+{
+    std::string const body = Client::notification("notifications/cancelled", R"({"requestId":1})");
+
+    EXPECT_EQ(client.post(body, Client::modernHeaders("notifications/cancelled")).status, 202);
+    for (Headers const& headers : {Client::modernHeaders("tools/call"), Client::modernHeaders("")}) {
+        Answer const answer = client.post(body, headers);
+        EXPECT_EQ(answer.status, 400);
+        EXPECT_EQ(errorCodeOf(answer), "-32020");
+    }
+}
+
 TEST_F(McpHttpTest, takesOnlyJson)
 {
     for (std::string const type :
