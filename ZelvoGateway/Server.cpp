@@ -167,6 +167,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       mcpHost({.connections = connections,
                .commands = commands,
                .directory = machines,
+               .store = store,
                .memory = memory,
                .clock = this->clock,
                .server = io.get_executor(),

@@ -47,6 +47,7 @@ CREATE TABLE IF NOT EXISTS recordings (
     changed_at INTEGER NOT NULL DEFAULT 0) STRICT;
 CREATE INDEX IF NOT EXISTS recordings_of_connection ON recordings(connection_id, stage);
 CREATE INDEX IF NOT EXISTS recordings_by_stage ON recordings(stage, deletes_at);
+CREATE TABLE IF NOT EXISTS reserved_numbers (only_row INTEGER PRIMARY KEY CHECK (only_row = 1), next INTEGER NOT NULL) STRICT;
 )sql";
 
 constexpr std::string_view machineColumns =
@@ -257,6 +258,19 @@ std::vector<std::string> SqliteStore::pendingRevocations(std::string const& mach
 void SqliteStore::setRevocationDelivered(std::string const& id)
 {
     database.prepare("UPDATE connections SET revocation_told = 1 WHERE id = ?").bind(id).step();
+}
+
+std::uint64_t SqliteStore::reserveNumbers(std::uint64_t count)
+{
+    auto const numbers = static_cast<std::int64_t>(count);
+    Statement row =
+        database.prepare("INSERT INTO reserved_numbers VALUES (1, 1 + ?) ON CONFLICT DO UPDATE SET "
+                         "next = next + ? RETURNING next");
+    row.bind(numbers).bind(numbers);
+    row.step();
+    std::int64_t const next = row.integer(0);
+    row.step(); // Commits.
+    return static_cast<std::uint64_t>(next - numbers);
 }
 
 Page<StoredMachine> SqliteStore::machinePage(PageQuery const& query)

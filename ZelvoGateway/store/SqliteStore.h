@@ -127,6 +127,8 @@ public:
     void dropAnswer(std::string const& caller, std::string const& keyHash) override;
     void trimAnswers(Date oldest, std::size_t maxAnswers) override;
 
+    std::uint64_t reserveNumbers(std::uint64_t count) override;
+
 private:
     void addLinkColumns();
     void createKeyTables();

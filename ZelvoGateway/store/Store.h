@@ -14,6 +14,7 @@
 #include "base/Clock.h"
 #include "wire/records/ServiceLinking.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -213,6 +214,9 @@ public:
     virtual void dropAnswer(std::string const& caller, std::string const& keyHash) = 0;
     /// Forgets requests that began before `oldest`, and the oldest ones beyond `maxAnswers`.
     virtual void trimAnswers(Date oldest, std::size_t maxAnswers) = 0;
+
+    /// Reserves so many numbers in a row that no other call ever gets, and returns the first. They grow.
+    virtual std::uint64_t reserveNumbers(std::uint64_t count) = 0;
 };
 
 } // namespace zelvo::service

@@ -5,18 +5,9 @@
 #include "ZelvoGateway/mcp/tools/DesktopToolRunner.h"
 #include "ZelvoGateway/mcp/tools/GatewayDesktopCommands.h"
 
-#include <random>
-
 namespace zelvo::service {
 
 namespace {
-
-/// References of before a restart should not mean anything after it, though models may still hold some.
-std::uint64_t firstNumber()
-{
-    std::random_device source;
-    return std::uniform_int_distribution<std::uint64_t>(100, 9'000)(source);
-}
 
 [[noreturn]] void refuseConnection()
 {
@@ -28,7 +19,9 @@ std::uint64_t firstNumber()
 DesktopMcpHost::DesktopMcpHost(Services services, std::string version)
     : services(std::move(services)), version(std::move(version)),
       turns(std::make_shared<CallTurns>(this->services.server, this->services.clock)),
-      numbers(std::make_shared<ReferenceNumbers>(firstNumber()))
+      // From the store, because models may still hold references of before a restart.
+      numbers(std::make_shared<ReferenceNumbers>(
+          [&store = this->services.store](std::uint64_t count) { return store.reserveNumbers(count); }))
 {
 }
 

@@ -6,6 +6,7 @@
 #include "ZelvoGateway/mcp/tools/CallTurns.h"
 #include "ZelvoGateway/mcp/tools/ReferenceNumbers.h"
 #include "ZelvoGateway/mcp/transport/McpHost.h"
+#include "ZelvoGateway/store/Store.h"
 #include "base/Clock.h"
 
 #include <map>
@@ -23,6 +24,7 @@ public:
         ConnectionService& connections;
         CommandService& commands;
         MachineDirectory const& directory;
+        Store& store;
         MemoryBudget& memory;
         Clock& clock;
         Executor server;

@@ -99,6 +99,18 @@ TEST(Store, isSharedByProcesses)
     EXPECT_TRUE(on.store.machineOfToken(made.token));
 }
 
+TEST(Store, reservesNumbersOnce)
+{
+    Opened on;
+    std::uint64_t const first = on.store.reserveNumbers(1000);
+    EXPECT_EQ(on.store.reserveNumbers(50), first + 1000);
+
+    SqliteStore again(on.folder.path / "store.sqlite");
+
+    EXPECT_EQ(again.reserveNumbers(1000), first + 1050);
+    EXPECT_EQ(on.store.reserveNumbers(1), first + 2050);
+}
+
 TEST(Store, readsScopesAsItWritesThem)
 {
     std::vector<AgentScope> const all(allScopes.begin(), allScopes.end());
