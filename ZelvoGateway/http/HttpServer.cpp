@@ -1,5 +1,10 @@
 #include "ZelvoGateway/http/HttpServer.h"
 
+#include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/http/HttpError.h"
+#include "ZelvoGateway/http/RequestReader.h"
+#include "ZelvoGateway/http/ResponseWriter.h"
+
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -11,6 +16,7 @@ namespace zelvo::service {
 namespace {
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
+constexpr std::size_t maxTurnedAway = 64; // At a time; further ones are closed without an answer.
 
 std::string inUrl(asio::ip::address const& address)
 {
@@ -74,11 +80,32 @@ Task<> HttpServer::acceptAll()
             co_await pause.async_wait(asTuple);
             continue;
         }
-        if (sessions.size() >= parts.limits.connections && !makePlace())
+        bool const hasPlace = sessions.size() < parts.limits.connections || makePlace();
+        if (!hasPlace && turnedAway >= maxTurnedAway)
             continue; // Closes it.
         auto const shared = std::make_shared<asio::ip::tcp::socket>(std::move(socket));
-        spawn(io.get_executor(), [this, shared] { return serveOne(std::move(*shared)); });
+        spawn(io.get_executor(), [this, shared, hasPlace] {
+            return hasPlace ? serveOne(std::move(*shared)) : turnAway(std::move(*shared));
+        });
     }
+}
+
+/// Answers without reading the request, since every place is taken.
+Task<> HttpServer::turnAway(asio::ip::tcp::socket socket)
+{
+    ++turnedAway;
+    std::shared_ptr<void> const end(nullptr, [this](void*) { --turnedAway; });
+    boost::beast::tcp_stream stream(std::move(socket));
+    boost::beast::flat_buffer buffer;
+    HttpResponse response = errorResponse({.status = 503,
+                                           .code = ErrorCode::rateLimited,
+                                           .message = "Too many connections are open",
+                                           .requestId = newId("req"),
+                                           .retryAfter = std::chrono::seconds(5)});
+    ResponseWriter writer(stream, parts.workers);
+    co_await writer.write(std::move(response), false, true);
+    RequestReader reader(stream, buffer, parts.limits);
+    co_await reader.drain(&parts.stopping);
 }
 
 /// Ends the connection that has waited for longest. Slow callers, however many, so lock nobody out who sends

@@ -35,11 +35,13 @@ private:
     Task<> acceptAll();
     Task<> serveOne(asio::ip::tcp::socket socket);
     bool makePlace();
+    Task<> turnAway(asio::ip::tcp::socket socket);
 
     asio::io_context& io;
     SessionParts parts;
     asio::ip::tcp::acceptor acceptor;
     std::set<std::shared_ptr<HttpSession>> sessions;
+    std::size_t turnedAway = 0; // Connections that are being refused now.
     asio::ip::address listenAddress;
     std::uint16_t boundPort = 0;
 };

@@ -340,5 +340,31 @@ TEST(BadWebSocket, doesNotDisturbTheOthers)
     EXPECT_TRUE(stillServes(gateway));
 }
 
+TEST(ManyClients, hearWhenToComeAgainWhileEveryPlaceIsTaken)
+{
+    Gateway gateway([](Settings& settings) { settings.limits.connections = 2; });
+    MachineThread thread;
+    LinkedMachine const linked = gateway.link();
+    FakeMachine machine(thread, gateway.port(), linked.token);
+    ASSERT_EQ(machine.status(), 101);
+    machine.onFrame([](json::object const&) { return std::nullopt; });
+    std::string const body = R"({"method":"display.info"})";
+    Crowd const callers(gateway,
+                        "POST /v1/connections/" + linked.connectionId +
+                            "/commands HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer " +
+                            gateway.apiKey() + "\r\nContent-Type: application/json\r\nContent-Length: " +
+                            std::to_string(body.size()) + "\r\n\r\n" + body,
+                        2);
+    ASSERT_TRUE(becomes([&] { return machine.framesOf("display.info").size() == 2; }));
+
+    Answer const refused = gateway.platform("GET", "/v1/connections");
+
+    EXPECT_EQ(refused.status, 503);
+    EXPECT_EQ(refused.errorCode(), "rate_limited");
+    EXPECT_EQ(refused.headers.at("retry-after"), "5");
+    machine.drop(); // Ends the calls.
+    EXPECT_TRUE(becomes([&] { return stillServes(gateway); }));
+}
+
 } // namespace
 } // namespace zelvo::service
