@@ -1,5 +1,7 @@
 #include "desktop/harness/PrivateDesktop.h"
 #include "end_to_end/HttpCall.h"
+#include "end_to_end/TaskScript.h"
+#include "gateway/mcp/transport/StdioProgram.h"
 #include "wire/Json.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +16,32 @@ namespace zelvo::test {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// Tasks of an MCP client that the printed configuration was pasted into: it starts the program with the
+/// arguments, and nothing else.
+class PastedConfiguration final : public TaskScript {
+public:
+    explicit PastedConfiguration(json::object const& server) : program(commandLineOf(server), "") {}
+
+private:
+    static std::vector<std::string> commandLineOf(json::object const& server)
+    {
+        std::vector<std::string> all{std::string(server.at("command").as_string())};
+        for (json::value const& argument : server.at("args").as_array())
+            all.emplace_back(argument.as_string());
+        return all;
+    }
+    json::object ask(std::string const&, json::object const& request) override
+    {
+        program.write(writeJson(request) + "\n");
+        for (int tries = 0; tries < 6; ++tries)
+            if (auto const answer = parseJson(program.readLine()))
+                return answer->as_object();
+        throw std::runtime_error("no answer: " + program.errors());
+    }
+
+    service::StdioProgram program;
+};
 
 // The processes of `make run`, with and without a graphical session.
 class RunScript : public testing::Test {
@@ -45,17 +73,18 @@ protected:
         auto const begin = text.find('{', text.find(heading));
         return parseJson(text.substr(begin, text.find("\n}\n", begin) + 3 - begin)).value().as_object();
     }
-    // Asks for the tools as an MCP client does that the printed configuration was pasted into.
-    std::string listByMcp()
+    void expectTheTextTaskToRunByThePrintedConfiguration()
     {
-        json::object const server =
-            jsonAfter("Let an MCP client use it").at("mcpServers").at("zelvo").as_object();
-        std::string command = std::string(server.at("command").as_string());
-        for (json::value const& argument : server.at("args").as_array())
-            command += " '" + std::string(argument.as_string()) + "'";
-        return R"(printf '%s\n' '{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-11-25"}}' )"
-               R"('{"jsonrpc":"2.0","id":2,"method":"tools/list"}' | )" +
-               command;
+        PastedConfiguration client(
+            jsonAfter("Let an MCP client use it").at("mcpServers").at("zelvo").as_object());
+        // The command that typed into the editor was another agent's, which loses control after 30 idle
+        // seconds.
+        require(
+            "control of the machine", [&] { return !client.call("app_open", {{"app", "mousepad"}}).isError; },
+            60s);
+        fs::path const file = desktop.home() / "list.txt";
+        EXPECT_NO_THROW(client.writeText("Bread, butter and eggs", file)) << client.transcript;
+        EXPECT_EQ(TaskScript::contentOf(file), "Bread, butter and eggs") << client.transcript;
     }
     std::string apiKey() const
     {
@@ -120,8 +149,7 @@ TEST_F(RunScript, worksOnAVirtualDesktopWithoutAGraphicalSession)
     EXPECT_EQ(httpCall("GET", link, {}, "").status, 200);
     EXPECT_EQ(exchanged(link), 201);
     EXPECT_EQ(exchanged(link), 401); // A link works once.
-    EXPECT_NE(desktop.run({"sh", "-c", listByMcp()}, 30).find("desktop_see"), std::string::npos)
-        << listByMcp();
+    expectTheTextTaskToRunByThePrintedConfiguration();
     EXPECT_EQ(said().find(apiKey()), std::string::npos);
 
     endByCtrlC();

@@ -12,12 +12,7 @@ TEST_F(Tasks, writesATextAndSavesItByTheEditorsDialog)
     repeat([&](int round) {
         std::string const text = "Bread, butter and " + std::to_string(round) + " eggs";
         fs::path const file = folder / ("list" + std::to_string(round) + ".txt");
-        done("app_open", {{"app", "mousepad"}});
-        act({type(text), key({"ctrl", "s"})});
-        std::string const save = ref("button", "Save"); // It is disabled until there is a name.
-        act({key({"ctrl", "a"}), type(file.string())});
-        act({click(save)});
-        act({key({"ctrl", "q"})});
+        writeText(text, file);
         EXPECT_EQ(contentOf(file), text);
     });
 }

@@ -8,6 +8,22 @@ namespace {
 
 using Client = McpHttpClient;
 
+/// `zelvo-gateway mcp` of the built program.
+class JoinedProgram : public StdioProgram {
+public:
+    JoinedProgram(std::vector<std::string> arguments, std::string const& key)
+        : StdioProgram(commandLine(std::move(arguments)), key)
+    {
+    }
+
+private:
+    static std::vector<std::string> commandLine(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), {ZELVO_GATEWAY_PROGRAM, "mcp"});
+        return arguments;
+    }
+};
+
 /// The built program, joined to a server with tools for tests.
 class McpStdioTest : public McpHttpFixture {
 protected:
@@ -18,7 +34,7 @@ protected:
                                           std::string const& key = "key-a") const
     {
         more.insert(more.begin(), {"--gateway", address()});
-        return std::make_unique<StdioProgram>(more, key);
+        return std::make_unique<JoinedProgram>(more, key);
     }
     std::unique_ptr<StdioProgram> initialized() const
     {
@@ -169,12 +185,12 @@ TEST_F(McpStdioTest, saysWhyItCannotJoin)
     EXPECT_EQ(wrong->wait(), 1);
     EXPECT_EQ(wrong->errors(), "zelvo-gateway: the gateway refuses this API key\n");
 
-    StdioProgram absent({"--gateway", "http://127.0.0.1:1"}, "key-a");
+    JoinedProgram absent({"--gateway", "http://127.0.0.1:1"}, "key-a");
     EXPECT_EQ(absent.wait(), 1);
     EXPECT_NE(absent.errors().find("no gateway answers at http://127.0.0.1:1: Connection refused"),
               std::string::npos);
 
-    StdioProgram noData({"--data", "/nonexistent/zelvo"}, "");
+    JoinedProgram noData({"--data", "/nonexistent/zelvo"}, "");
     EXPECT_EQ(noData.wait(), 1);
     EXPECT_NE(noData.errors().find("no gateway is running on /nonexistent/zelvo"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists("/nonexistent"));
@@ -183,7 +199,7 @@ TEST_F(McpStdioTest, saysWhyItCannotJoin)
 TEST_F(McpStdioTest, endsWithTheGateway)
 {
     auto own = std::make_unique<McpTestServer>(host, McpTestOptions{.clock = &clock});
-    StdioProgram one({"--gateway", "http://127.0.0.1:" + std::to_string(own->port())}, "key-a");
+    JoinedProgram one({"--gateway", "http://127.0.0.1:" + std::to_string(own->port())}, "key-a");
     one.write(Client::handshake() + "\n");
     one.readLine();
 

@@ -28,12 +28,11 @@ struct Pipe {
 
 } // namespace
 
-StdioProgram::StdioProgram(std::vector<std::string> arguments, std::string const& key)
+StdioProgram::StdioProgram(std::vector<std::string> commandLine, std::string const& key)
 {
     ::signal(SIGPIPE, SIG_IGN);
-    arguments.insert(arguments.begin(), {ZELVO_GATEWAY_PROGRAM, "mcp"});
     std::vector<char*> raw;
-    for (std::string& argument : arguments)
+    for (std::string& argument : commandLine)
         raw.push_back(argument.data());
     raw.push_back(nullptr);
     std::string variable = "ZELVO_API_KEY=" + key;

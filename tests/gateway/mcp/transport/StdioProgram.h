@@ -9,11 +9,12 @@
 
 namespace zelvo::service {
 
-/// `zelvo-gateway mcp`, with its input and output in the hands of the test.
+/// A program such as `zelvo-gateway mcp`, with its input and output in the hands of the test.
 class StdioProgram {
 public:
-    /// key   is in the environment; empty for none
-    StdioProgram(std::vector<std::string> arguments, std::string const& key);
+    /// commandLine   the program's path and its arguments
+    /// key           is in the environment; empty for none
+    StdioProgram(std::vector<std::string> commandLine, std::string const& key);
     StdioProgram(StdioProgram const&) = delete;
     StdioProgram& operator=(StdioProgram const&) = delete;
     ~StdioProgram();
