@@ -1,5 +1,6 @@
 #include "end_to_end/ConfirmingFixture.h"
 
+#include <fstream>
 #include <tuple>
 
 namespace zelvo::test {
@@ -9,6 +10,13 @@ namespace {
 class SdkDesktop : public Confirming,
                    public testing::WithParamInterface<std::tuple<char const*, char const*>> {
 protected:
+    void SetUp() override
+    {
+        std::ifstream const unreachable(ZELVO_SDK_FOLDER "/unreachable.txt");
+        if (unreachable)
+            GTEST_SKIP() << unreachable.rdbuf();
+        Confirming::SetUp();
+    }
     void startClient()
     {
         std::string const header = gateway.authorization();

@@ -112,6 +112,49 @@ esac
         self.assertEqual((ended.returncode, ended.stderr), (8, ""))
 
 
+class NodePackages(Folder):
+    """With an npm that ends as the test wants."""
+
+    def setUp(self):
+        super().setUp()
+        self.packages = self.folder / "packages"
+        self.packages.mkdir()
+        (self.packages / "package-lock.json").write_text("{}")
+
+    def install(self, npm):
+        self.program("npm", f"#!/bin/sh\n{npm}\n")
+        environment = dict(os.environ, PATH=f"{self.folder}:{os.environ['PATH']}")
+        return run([ROOT / "scripts/install-node-packages", self.packages], env=environment)
+
+    def use(self):
+        return run([ROOT / "scripts/with-node-packages", self.packages, "echo", "used"])
+
+    def test_a_registry_that_cannot_be_reached_is_a_skip_with_its_reason(self):
+        for code in ("ENOTFOUND", "ECONNREFUSED", "ETIMEDOUT", "EAI_AGAIN"):
+            ended = self.install(f"echo 'npm error code {code}' >&2; exit 1")
+            self.assertEqual(ended.returncode, 77, ended.stdout)
+            self.assertIn(f"skipped: the registry of npm cannot be reached ({code})\n", ended.stdout)
+            used = self.use()
+            self.assertEqual((used.returncode, used.stdout),
+                             (77, f"skipped: the registry of npm cannot be reached ({code})\n"))
+
+    def test_any_other_failure_is_one(self):
+        for text in ("npm error code EINTEGRITY", "npm error code E404", "npm error code EUSAGE",
+                     "npm error network ENOTFOUND is no code", ""):
+            self.assertEqual(self.install(f"echo '{text}' >&2; exit 1").returncode, 1, text)
+            self.assertEqual(self.use().stdout, "used\n")
+
+    def test_what_is_installed_needs_no_registry(self):
+        self.assertEqual(self.install("mkdir -p node_modules").returncode, 0)
+        self.assertEqual(self.install("echo 'npm error code ENOTFOUND' >&2; exit 1").returncode, 0)
+        self.assertEqual(self.use().stdout, "used\n")
+
+    def test_tests_run_again_once_the_registry_is_there(self):
+        self.assertEqual(self.install("echo 'npm error code ENOTFOUND' >&2; exit 1").returncode, 77)
+        self.assertEqual(self.install("mkdir -p node_modules").returncode, 0)
+        self.assertEqual(self.use().stdout, "used\n")
+
+
 class TryFresh(Folder):
     def start(self, *arguments):
         """On a machine that permits neither root nor mounts, whoever runs the tests."""
