@@ -2,38 +2,18 @@
 import { Client, StreamableHTTPClientTransport } from '@modelcontextprotocol/client';
 import { StdioClientTransport } from '@modelcontextprotocol/client/stdio';
 import assert from 'node:assert/strict';
-import { execFileSync, spawn } from 'node:child_process';
-import { mkdtemp, readFile, rm } from 'node:fs/promises';
-import { tmpdir } from 'node:os';
-import path from 'node:path';
-import { createInterface } from 'node:readline';
 import { after, before, describe, test } from 'node:test';
-import { gateway, textOf } from './support.mjs';
+import { gateway, startGateway, textOf } from './support.mjs';
 
-let folder, data, child, address, authorization, connection;
+let running, data, address, authorization, connection;
 
 before(async () => {
-    folder = await mkdtemp(path.join(tmpdir(), 'zelvo-sdk-'));
-    data = path.join(folder, 'data');
-    child = spawn(gateway, ['--data', data, '--port', '0'], { stdio: ['ignore', 'pipe', 'inherit'] });
-    const lines = createInterface({ input: child.stdout });
-    const line = await new Promise(resolve => lines.once('line', resolve));
-    address = line.match(/http:\S+/)[0];
-    authorization = `Bearer ${(await readFile(path.join(data, 'api-key'), 'utf8')).trim()}`;
-    connection = provision();
+    running = await startGateway();
+    ({ data, address, authorization } = running);
+    connection = running.provision();
 });
 
-after(async () => {
-    const ended = new Promise(resolve => child.once('exit', resolve));
-    child.kill('SIGTERM');
-    await ended;
-    await rm(folder, { recursive: true });
-});
-
-/** Makes a machine that never connects; returns the id of its connection. */
-function provision() {
-    return execFileSync(gateway, ['provision', '--data', data], { encoding: 'utf8' }).match(/^connection (\S+)$/m)[1];
-}
+after(() => running.stop());
 
 async function open(transport, mode = 'auto') {
     const client = new Client({ name: 'sdk', version: '1' }, { versionNegotiation: { mode } });
@@ -107,7 +87,7 @@ describe('one connection', () => {
     });
 
     test('is not there once it is revoked', async () => {
-        const revoked = provision();
+        const revoked = running.provision();
         const client = await open(http(`/mcp/${revoked}`), 'legacy');
         const answer = await fetch(`${address}/v1/connections/${revoked}`, { method: 'DELETE', headers: { Authorization: authorization } });
         assert.equal(answer.status, 200);

@@ -1,5 +1,8 @@
 // The programs that the tests drive, and clients of them.
-import { spawn } from 'node:child_process';
+import { execFileSync, spawn } from 'node:child_process';
+import { mkdtemp, readFile, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import path from 'node:path';
 import { createInterface } from 'node:readline';
 
 export const gateway = process.env.ZELVO_GATEWAY;
@@ -23,6 +26,30 @@ export async function startFixtureServer(...options) {
         async stop() {
             child.stdin.end();
             await ended;
+        },
+    };
+}
+
+/** Starts the built gateway in a folder of its own. */
+export async function startGateway() {
+    const folder = await mkdtemp(path.join(tmpdir(), 'zelvo-sdk-'));
+    const data = path.join(folder, 'data');
+    const child = spawn(gateway, ['--data', data, '--port', '0'], { stdio: ['ignore', 'pipe', 'inherit'] });
+    const lines = createInterface({ input: child.stdout });
+    const line = await new Promise(resolve => lines.once('line', resolve));
+    return {
+        data,
+        address: line.match(/http:\S+/)[0],
+        authorization: `Bearer ${(await readFile(path.join(data, 'api-key'), 'utf8')).trim()}`,
+        /** Makes a machine that never connects; returns the id of its connection. */
+        provision() {
+            return execFileSync(gateway, ['provision', '--data', data], { encoding: 'utf8' }).match(/^connection (\S+)$/m)[1];
+        },
+        async stop() {
+            const ended = new Promise(resolve => child.once('exit', resolve));
+            child.kill('SIGTERM');
+            await ended;
+            await rm(folder, { recursive: true });
         },
     };
 }
