@@ -9,8 +9,6 @@ namespace zelvo::test {
 
 namespace {
 
-constexpr long maxSeconds = 40;
-
 size_t keep(char* data, size_t size, size_t count, void* into)
 {
     static_cast<std::string*>(into)->append(data, size * count);
@@ -27,7 +25,8 @@ struct Cleanup {
 HttpAnswer httpCall(std::string const& method,
                     std::string const& url,
                     std::vector<std::string> const& headers,
-                    std::string const& body)
+                    std::string const& body,
+                    long maxSeconds)
 {
     std::unique_ptr<CURL, Cleanup> const call(curl_easy_init());
     std::unique_ptr<curl_slist, Cleanup> lines;

@@ -10,10 +10,11 @@ struct HttpAnswer {
     std::string body;
 };
 
-/// One HTTP call; blocks for at most 40 s.
+/// One HTTP call; blocks for at most maxSeconds, and then disconnects.
 HttpAnswer httpCall(std::string const& method,
                     std::string const& url,
                     std::vector<std::string> const& headers,
-                    std::string const& body);
+                    std::string const& body,
+                    long maxSeconds = 40);
 
 } // namespace zelvo::test

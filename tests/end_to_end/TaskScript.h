@@ -7,6 +7,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -33,17 +34,9 @@ public:
     /// Calls a tool. Throws if the answer is not one of the protocol.
     Told call(std::string const& tool, json::object arguments)
     {
-        json::object const meta{
-            {"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
-            {"io.modelcontextprotocol/clientCapabilities", json::object()},
-            {"io.modelcontextprotocol/clientInfo", {{"name", "tasks"}, {"version", "1"}}}};
-        json::object const request{
-            {"jsonrpc", "2.0"},
-            {"id", ++lastRequest},
-            {"method", "tools/call"},
-            {"params", {{"name", tool}, {"arguments", std::move(arguments)}, {"_meta", meta}}}};
-        last = toldIn(ask(tool, request));
-        transcript += "> " + tool + " " + writeJson(request.at("params").at("arguments")) + "\n" + last.text;
+        transcript += "> " + tool + " " + writeJson(arguments) + "\n";
+        last = toldIn(ask(tool, requestFor(tool, std::move(arguments))));
+        transcript += last.text;
         return last;
     }
     /// The same, but the call must succeed.
@@ -71,6 +64,19 @@ public:
         throw std::runtime_error("no " + wanted);
     }
 
+    /// A mouse action in the middle of the element of the last answer with this reference.
+    json::object mouse(char const* type, std::string const& reference) const
+    {
+        std::size_t const line = last.text.find("[" + reference + "]");
+        std::smatch found;
+        std::string const rest =
+            line == last.text.npos ? "" : last.text.substr(line, last.text.find('\n', line) - line);
+        if (!std::regex_search(rest, found, std::regex(R"(\((-?\d+),(-?\d+) (\d+)x(\d+)\))")))
+            throw std::runtime_error("no place of " + reference);
+        return {{"type", type},
+                {"x", std::stoi(found[1]) + std::stoi(found[3]) / 2},
+                {"y", std::stoi(found[2]) + std::stoi(found[4]) / 2}};
+    }
     static json::object click(std::string const& reference)
     {
         return {{"type", "click"}, {"ref", reference}};
@@ -105,6 +111,18 @@ public:
 protected:
     /// Sends a request; returns the message that answers it.
     virtual json::object ask(std::string const& tool, json::object const& request) = 0;
+
+    json::object requestFor(std::string const& tool, json::object arguments)
+    {
+        json::object const meta{
+            {"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
+            {"io.modelcontextprotocol/clientCapabilities", json::object()},
+            {"io.modelcontextprotocol/clientInfo", {{"name", "tasks"}, {"version", "1"}}}};
+        return {{"jsonrpc", "2.0"},
+                {"id", ++lastRequest},
+                {"method", "tools/call"},
+                {"params", {{"name", tool}, {"arguments", std::move(arguments)}, {"_meta", meta}}}};
+    }
 
     static std::vector<std::string_view> linesOf(std::string_view text)
     {

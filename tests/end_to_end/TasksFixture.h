@@ -18,6 +18,12 @@ protected:
 
     void SetUp() override { connection = startUnattended(); }
 
+    /// Calls a tool, and disconnects after this time.
+    void callAndVanish(std::string const& tool, json::object arguments, long seconds)
+    {
+        if (post(tool, requestFor(tool, std::move(arguments)), seconds).status != 0)
+            throw std::runtime_error("answered within " + std::to_string(seconds) + " s");
+    }
     /// Does a task again and again; the first failure ends the test, with what was said in its round.
     void repeat(std::function<void(int round)> const& task)
     {
@@ -33,14 +39,17 @@ protected:
 private:
     json::object ask(std::string const& tool, json::object const& request) override
     {
+        constexpr long seconds = 40;
+        return messageIn(post(tool, request, seconds).body);
+    }
+    HttpAnswer post(std::string const& tool, json::object const& request, long seconds) const
+    {
         std::string const url = "http://127.0.0.1:" + std::to_string(gateway.port()) + "/mcp/" + connection;
-        HttpAnswer const answer =
-            httpCall("POST", url,
-                     {gateway.authorization(), "Content-Type: application/json",
-                      "Accept: application/json, text/event-stream", "MCP-Protocol-Version: 2026-07-28",
-                      "Mcp-Method: tools/call", "Mcp-Name: " + tool},
-                     writeJson(request));
-        return messageIn(answer.body);
+        return httpCall("POST", url,
+                        {gateway.authorization(), "Content-Type: application/json",
+                         "Accept: application/json, text/event-stream", "MCP-Protocol-Version: 2026-07-28",
+                         "Mcp-Method: tools/call", "Mcp-Name: " + tool},
+                        writeJson(request), seconds);
     }
     /// The last message of an answer: its body, or the last event of its stream.
     static json::object messageIn(std::string_view body)

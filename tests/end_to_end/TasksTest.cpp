@@ -35,5 +35,52 @@ TEST_F(Tasks, calculates)
     });
 }
 
+/// A calculator, whose buttons act when the mouse is released over them.
+class HeldButton : public Tasks {
+protected:
+    void SetUp() override
+    {
+        Tasks::SetUp();
+        done("app_open", {{"app", "galculator"}});
+        done("desktop_see", {{"interactiveOnly", false}});
+    }
+    /// Copies what it shows until that is `wanted`.
+    bool shows(std::string const& wanted)
+    {
+        return waitFor([&] {
+            act({key({"ctrl", "c"})});
+            return done("clipboard_read", {}).text.find("\n" + wanted + "\n") != std::string::npos;
+        });
+    }
+};
+
+TEST_F(HeldButton, isReleasedWhenAnActionFails)
+{
+    std::string const seven = ref("checkbox", "7");
+
+    Told const told =
+        call("desktop_act",
+             {{"actions",
+               {mouse("mouse_down", seven), click("nobody"), {{"type", "mouse_up"}, {"x", 1}, {"y", 1}}}}});
+
+    EXPECT_TRUE(told.isError);
+    EXPECT_NE(told.text.find("Done: action 0."), std::string::npos) << told.text;
+    EXPECT_TRUE(shows("7")) << transcript;
+}
+
+TEST_F(HeldButton, isReleasedWhenItsClientVanishes)
+{
+    std::string const eight = ref("checkbox", "8");
+
+    callAndVanish("desktop_act",
+                  {{"actions",
+                    {mouse("mouse_down", eight),
+                     {{"type", "wait"}, {"ms", 5000}},
+                     {{"type", "mouse_up"}, {"x", 1}, {"y", 1}}}}},
+                  3);
+
+    EXPECT_TRUE(shows("8")) << transcript;
+}
+
 } // namespace
 } // namespace zelvo::test
