@@ -62,6 +62,14 @@ TEST(DesktopTools, fitIntoAModelsContext)
     EXPECT_LE(tokensOf(desktopInstructions()), 300U);
 }
 
+TEST(DesktopTools, nameBothTimeOutsOfAWait)
+{
+    McpServer const server{.tools = desktopTools(everything)};
+    json::value const schema = server.find("desktop_wait")->inputSchema;
+
+    EXPECT_EQ(schema.at("properties").at("timeoutMs").at("description"), "Default 10000; 45000 with op");
+}
+
 TEST(DesktopTools, haveAFixedOrder)
 {
     std::vector<std::string> const usual = {
