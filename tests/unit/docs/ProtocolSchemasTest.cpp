@@ -132,6 +132,44 @@ TEST(ProtocolSchemas, fitWhatIsToldAndSaid)
             << instance.reference << " " << writeJson(instance.value);
 }
 
+/// The params, results and their keys that docs/protocol.md marks as additions.
+std::set<std::string> toldAdditions()
+{
+    std::set<std::string> all;
+    for (DocumentSection const& section : ProtocolDocument::present().named("Methods"))
+        for (auto const& [kind, column] : {std::pair("params", "Param"), std::pair("result", "Result")}) {
+            std::string const name = section.title + "." + kind;
+            if (section.text.find("*Addition.*") != std::string::npos)
+                all.insert(name);
+            DocumentTable const* const table = section.table(column);
+            for (auto const& row : table ? table->rows : std::vector<std::vector<std::string>>())
+                if (table->cell(row, "Meaning").starts_with("*addition*"))
+                    all.insert(name + " " + row[0]);
+        }
+    return all;
+}
+
+TEST(ProtocolSchemas, markTheAdditions)
+{
+    auto const isMarked = [](json::object const& schema) {
+        return read::text(schema, "description").value_or("").starts_with("Addition.");
+    };
+    std::set<std::string> marked;
+    for (std::string const& reference : schemas().definitions()) {
+        std::string const name = reference.substr(reference.rfind('/') + 1);
+        json::object const& schema = *schemas().at(reference).schema;
+        if (isMarked(schema))
+            marked.insert(name);
+        if (json::object const* const properties = read::object(schema, "properties"))
+            for (auto const& [key, property] : *properties)
+                if (isMarked(property.as_object()))
+                    marked.insert(name + " " + std::string(key));
+    }
+
+    EXPECT_FALSE(marked.empty());
+    EXPECT_EQ(marked, toldAdditions());
+}
+
 TEST(ProtocolSchemas, refuseEveryBrokenVariantAndEveryPartIsTried)
 {
     std::set<std::string> seen;
