@@ -25,7 +25,10 @@ constexpr std::size_t maxReply = 100u << 20; // Of the 192 MiB that a gateway ta
 /// invisible, and one that takes six bytes in JSON.
 std::string hostileText(std::size_t bytes)
 {
-    std::string const pattern = "a\u0301\u0308\u20dd\u202e\u2066\u200f\u200b\u2028\ufeff\x01\u05d0\U000e0001";
+    std::string const overriding{'\xe2', '\x80', '\xae'}; // U+202E
+    std::string const isolating{'\xe2', '\x81', '\xa6'};  // U+2066
+    std::string const pattern =
+        "a\u0301\u0308\u20dd" + overriding + isolating + "\u200f\u200b\u2028\ufeff\x01\u05d0\U000e0001";
     std::string text;
     text.reserve(bytes + pattern.size());
     for (std::size_t at = 0; at < bytes / 2; at += 2)
