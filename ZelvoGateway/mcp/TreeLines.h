@@ -10,7 +10,7 @@ namespace zelvo::service {
 
 /// An element as one line: [b9] button "Save" (400,300 64x32) disabled
 /// Without a reference it begins with the role.
-std::string elementLine(ReferencedElement const& element);
+std::string elementLine(ReferencedElement const& referenced);
 
 /// A tree as lines. If there are more than `maxLines`, the last line says how many are left out.
 std::vector<std::string> treeLines(std::vector<ReferencedElement> const& tree, std::size_t maxLines);
