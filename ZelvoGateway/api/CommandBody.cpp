@@ -10,6 +10,7 @@ namespace zelvo::service {
 
 namespace {
 
+constexpr std::size_t maxMethod = 100;
 constexpr std::size_t maxName = 100; // characters
 
 constexpr std::array<std::string_view, 3> deliveryKeys = {"whenUnavailable", "ttlSeconds",
@@ -27,6 +28,8 @@ std::string methodOf(json::object const& body)
     auto const method = read::text(body, "method");
     if (!method || method->empty())
         throw badRequest("\"method\" must be a text");
+    if (method->size() > maxMethod)
+        throw badRequest("\"method\" must have at most 100 bytes");
     return *method;
 }
 

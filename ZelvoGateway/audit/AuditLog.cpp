@@ -1,9 +1,9 @@
 #include "ZelvoGateway/audit/AuditLog.h"
 
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/KnownMethod.h"
 #include "base/DateText.h"
 #include "base/Identifiers.h"
-#include "wire/MethodTable.h"
 
 #include <algorithm>
 #include <array>
@@ -75,7 +75,7 @@ void AuditLog::addFrom(Actor actor, AuditEntry entry)
 
 void AuditLog::addCommand(Caller const& caller, StoredConnection const& connection, std::string_view method)
 {
-    std::string const known = methodNamed(method) ? std::string(method) : "unknown";
+    std::string const known(knownMethod(method));
     Counted const which{caller.keyId, connection.id, known};
     auto found = counts.find(which);
     if (found == counts.end() || clock.now() - found->second.began >= countPeriod) {

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
+#include "ZelvoGateway/base/KnownMethod.h"
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/machines/MachineReply.h"
@@ -140,7 +141,7 @@ CommandService::cancel(Caller const& caller, std::string const& connectionId, st
     StoredConnection const connection = connectionOf(caller, connectionId);
     StoredCommand canceled = queue.cancel(connectionId, commandId);
     audit.add(caller, AuditEntry::of(connection, "command.canceled",
-                                     {{"commandId", canceled.id}, {"method", canceled.method}}));
+                                     {{"commandId", canceled.id}, {"method", knownMethod(canceled.method)}}));
     return canceled;
 }
 

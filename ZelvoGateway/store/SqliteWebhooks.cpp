@@ -1,3 +1,4 @@
+#include "ZelvoGateway/base/KnownMethod.h"
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/store/PageRows.h"
 #include "ZelvoGateway/store/SpacedTexts.h"
@@ -46,6 +47,15 @@ StoredWebhook webhookOf(Statement const& row)
             .disabledAt = dateAt(row, 8)};
 }
 
+/// The data of an event, of which no part is a text of a caller's choice.
+json::object dataIn(std::string const& text)
+{
+    json::object data = parseJson(text).value_or(json::object()).as_object();
+    if (auto const method = read::text(data, "method"))
+        data["method"] = knownMethod(*method);
+    return data;
+}
+
 StoredDelivery deliveryOf(Statement const& row)
 {
     StoredDelivery delivery{
@@ -59,7 +69,7 @@ StoredDelivery deliveryOf(Statement const& row)
     delivery.error = row.optionalText(9);
     delivery.event.id = row.text(10);
     delivery.event.type = fromRawValue<WebhookEventType>(row.text(11)).value_or(WebhookEventType{});
-    delivery.event.data = parseJson(row.text(12)).value_or(json::object()).as_object();
+    delivery.event.data = dataIn(row.text(12));
     delivery.event.createdAt = row.text(13);
     return delivery;
 }

@@ -48,6 +48,14 @@ TEST(CommandBody, needsNoDeliveryOptions)
     EXPECT_FALSE(readText(R"({"method": "x"})").params);
 }
 
+TEST(CommandBody, boundsTheMethod)
+{
+    auto const body = [](std::size_t length) { return json::object{{"method", std::string(length, 'm')}}; };
+
+    EXPECT_EQ(readCommand(body(100)).method.size(), 100U);
+    EXPECT_THROW(readCommand(body(101)), HttpError);
+}
+
 TEST(CommandBody, refusesWrongDeliveryOptionsByName)
 {
     std::string const ttl = R"("ttlSeconds" must be an integer from 1 to 604800)";

@@ -127,6 +127,27 @@ TEST(CommandService, queuesWhatTheMachineDidNotStart)
     EXPECT_TRUE(std::holds_alternative<StoredCommand>(outcome));
 }
 
+TEST(CommandService, namesNoUnknownMethodInTheLogOrInEvents)
+{
+    Fixture on;
+    std::string const webhook = on.store
+                                    .addWebhook({.url = "https://acme.example/",
+                                                 .events = {records::WebhookEventType::commandExpired},
+                                                 .createdAt = "2026-11-21T00:00:00Z"})
+                                    .id;
+    auto const queued = [&] { return std::get<StoredCommand>(on.run(Fixture::queueable("my secret"))).id; };
+
+    on.commands.cancel(on.caller, "con_1", queued());
+    queued();
+    on.store.expireCommands(on.clock.date() + 8 * 24h);
+
+    for (StoredAuditEvent const& event : on.audit.list({.reach = {.all = true}}, {.limit = maxListed}).rows)
+        EXPECT_EQ(event.details.at("method"), "unknown") << event.type;
+    auto const sent = on.store.dueDeliveries(webhook, on.clock.date() + 9 * 24h, 10);
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(sent[0].event.data.at("method"), "unknown");
+}
+
 TEST(CommandService, keepsTheGatewaysOwnMessagesFromPlatforms)
 {
     Fixture on;
