@@ -5,6 +5,7 @@
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/HttpError.h"
 #include "base/Hop.h"
+#include "wire/records/ServiceMachines.h"
 
 #include <algorithm>
 #include <iostream>
@@ -23,10 +24,24 @@ HttpError conflict(int status, std::string message)
 }
 
 /// Whether the answer must be kept: the request had, or may have had, an effect. The gateway's own failures
-/// and those of a machine that got a frame leave that open.
+/// and those of a machine that got a frame leave that open, unless it says that it did nothing.
 bool mayHaveActed(HttpError const& error)
 {
-    return error.status == 500 || !error.requestId.empty();
+    return error.status == 500 || (!error.requestId.empty() && !error.wasNotStarted);
+}
+
+/// The error of a kept answer. Whoever writes it adds the headers that go with it.
+HttpError repeatedError(int status, std::string const& body)
+{
+    auto const kept = records::fromText<records::APIError>(body);
+    if (!kept)
+        return {.status = status, .message = "The first request failed", .isReplayed = true};
+    return {.status = status,
+            .code = kept->error.code,
+            .message = kept->error.message,
+            .details = kept->error.details,
+            .requestId = kept->error.requestId,
+            .isReplayed = true};
 }
 
 } // namespace
@@ -105,8 +120,10 @@ IdempotentRoutes::known(StoredAnswer const& begun, StoredAnswer const& earlier, 
     if (!body)
         throw conflict(409, "This request was carried out, with status " + std::to_string(*earlier.status) +
                                 ", but its answer was not kept");
+    if (*earlier.status >= 400)
+        throw repeatedError(*earlier.status, *body);
     HttpResponse response{.status = *earlier.status, .body = *std::move(body)};
-    response.headers.emplace_back("Idempotent-Replayed", "true");
+    response.headers.emplace_back(replayHeader, "true");
     return response;
 }
 

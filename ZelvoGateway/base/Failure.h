@@ -23,6 +23,7 @@ struct Failure {
     std::optional<json::object> details = {};
     std::string requestId = {}; ///< of the frame that was sent to the machine; empty if none was
     Kind kind = Kind::usual;
+    bool wasNotStarted = false; ///< the machine got the frame, but did nothing
 };
 
 } // namespace zelvo::service

@@ -113,8 +113,10 @@ Task<CommandOutcome> CommandService::send(Submission submission)
         submission.text = std::move(kept);
         co_return enqueue(std::move(submission));
     }
-    if (auto const failure = failureIn(submission.id, object))
-        throw *failure;
+    if (auto failure = failureIn(submission.id, object)) {
+        failure->wasNotStarted = code && MethodRules::wasNotStarted(method, *code);
+        throw *std::move(failure);
+    }
     co_return CommandResult{
         .value = std::move(object.at("result")), .bytes = reply.bytes, .memory = std::move(reply.memory)};
 }

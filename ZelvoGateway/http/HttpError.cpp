@@ -108,7 +108,8 @@ HttpError httpErrorOf(Failure const& failure)
             .code = failure.code,
             .message = failure.message,
             .details = failure.details,
-            .requestId = failure.requestId};
+            .requestId = failure.requestId,
+            .wasNotStarted = failure.wasNotStarted};
 }
 
 HttpResponse errorResponse(HttpError const& error)
@@ -124,6 +125,8 @@ HttpResponse errorResponse(HttpError const& error)
         response.headers.emplace_back("WWW-Authenticate", "Bearer");
     if (Duration const wait = waitAfter(error); wait > Duration())
         response.headers.emplace_back("Retry-After", std::to_string(wholeSeconds(wait)));
+    if (error.isReplayed)
+        response.headers.emplace_back(replayHeader, "true");
     return response;
 }
 

@@ -20,6 +20,8 @@ struct HttpError {
     std::string requestId = {}; ///< of the frame that a machine got; else the request's own
     Duration retryAfter = {};   ///< when another try makes sense, if that is known
     std::string reason = {};    ///< for the log of the gateway, never for a caller
+    bool wasNotStarted = false; ///< the machine that got the frame did nothing
+    bool isReplayed = false;    ///< it is the answer to an earlier, equal request
 };
 
 /// 400, for a request that makes no sense.
@@ -36,5 +38,6 @@ int statusOf(ErrorCode code);
 HttpResponse errorResponse(HttpError const& error);
 
 constexpr char const* requestIdHeader = "X-Request-Id";
+constexpr char const* replayHeader = "Idempotent-Replayed"; ///< "true"
 
 } // namespace zelvo::service

@@ -48,23 +48,20 @@ MachineSession::MachineSession(std::string machineId,
         present.paused = machine->paused;
 }
 
-void MachineSession::assertRoomFor(std::size_t bytes, std::string const& requestId) const
+void MachineSession::assertRoomFor(std::size_t bytes) const
 {
     if (over)
-        throw Failure{.code = ErrorCode::machineOffline,
-                      .message = "The machine is not connected",
-                      .requestId = requestId};
+        throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
     if (calls.size() >= limits.callsOfMachine || callBytes + bytes > limits.callBytesOfMachine)
         throw Failure{.code = ErrorCode::rateLimited,
-                      .message = "Too many commands are waiting for this machine",
-                      .requestId = requestId};
+                      .message = "Too many commands are waiting for this machine"};
 }
 
 Task<MachineMessage> MachineSession::call(std::string requestId, std::string text, Duration timeout)
 {
     auto const self = shared_from_this();
     std::size_t const bytes = text.size();
-    assertRoomFor(bytes, requestId);
+    assertRoomFor(bytes);
     auto const call = std::make_shared<Call>(co_await asio::this_coro::executor);
     call->wake.expires_after(timeout);
     calls.emplace(requestId, call);

@@ -42,7 +42,7 @@ private:
     void receivedHeartbeat(json::object const& message);
     void receivedEvent(json::object const& message);
     void receivedReply(MachineMessage message);
-    void assertRoomFor(std::size_t bytes, std::string const& requestId) const;
+    void assertRoomFor(std::size_t bytes) const;
 
     std::string id;
     std::shared_ptr<MachineLink> link;

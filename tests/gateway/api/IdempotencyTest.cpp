@@ -218,6 +218,55 @@ TEST_F(Idempotency, keepsTheErrorOfAMachine)
     EXPECT_EQ(machine->frames().size(), 1u); // The person is not asked again.
 }
 
+TEST_F(Idempotency, leavesAKeyUnusedIfTheMachineDidNotStart)
+{
+    connect().onFrame([](json::object const&) { return errorOf("machine_paused", "Paused"); });
+    std::string const batch = R"({"method":"actions.perform","params":{"actions":[]}})";
+
+    EXPECT_EQ(run("key").errorCode(), "machine_paused");
+    EXPECT_EQ(run("batch", batch).errorCode(), "machine_paused");
+    machine->onFrame(answerOk);
+
+    EXPECT_EQ(run("key").status, 200);
+    EXPECT_EQ(run("batch", batch).errorCode(), "machine_paused"); // A part of it may have run.
+}
+
+TEST_F(Idempotency, repeatsAnErrorWithItsHeaders)
+{
+    connect().onFrame([](json::object const&) { return errorOf("recordings_unavailable", "Full"); });
+
+    Answer const first = run("key");
+    testing::internal::CaptureStderr();
+    Answer const again = run("key");
+    std::string const log = testing::internal::GetCapturedStderr();
+
+    EXPECT_EQ(first.status, 503);
+    EXPECT_EQ(again.status, 503);
+    EXPECT_EQ(again.body, first.body);
+    EXPECT_TRUE(isRepeated(again));
+    for (char const* const name : {"x-request-id", "retry-after"}) {
+        ASSERT_TRUE(again.headers.contains(name)) << name;
+        EXPECT_EQ(again.headers.at(name), first.headers.at(name));
+    }
+    std::string const id(again.json().at("error").at("requestId").as_string());
+    EXPECT_EQ(again.headers.at("x-request-id"), id);
+    EXPECT_NE(log.find(id), std::string::npos) << log;
+    EXPECT_EQ(machine->frames().size(), 1U);
+}
+
+TEST_F(Idempotency, repeatsTheDetailsOfAnError)
+{
+    connect().onFrame([](json::object const&) {
+        json::object const error{{"code", "stale_view"}, {"message", "Old"}, {"details", {{"a", 1}}}};
+        return json::object{{"error", error}};
+    });
+
+    Answer const first = run("key");
+
+    EXPECT_EQ(first.json().at("error").at("details").at("a"), 1);
+    EXPECT_EQ(run("key").body, first.body);
+}
+
 TEST_F(Idempotency, endsAfterADay)
 {
     Answer const first = postLink("key");
@@ -297,6 +346,27 @@ TEST_F(SmallIdempotency, isBoundedInNumber)
 
     EXPECT_TRUE(becomes([&] { return post("/v1/end-users", R"({"externalId":"b"})", "1").status == 201; }));
     EXPECT_EQ(post("/v1/end-users", link, "3").status, 422);
+}
+
+class CrowdedIdempotency : public Idempotency {
+protected:
+    CrowdedIdempotency() : Idempotency([](Settings& settings) { settings.limits.callsOfMachine = 1; }) {}
+};
+
+TEST_F(CrowdedIdempotency, leavesAKeyUnusedIfNothingWasSent)
+{
+    connect().onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
+    std::thread caller([&] { run("first"); });
+    EXPECT_TRUE(becomes([&] { return machine->frames().size() == 1; }));
+
+    Answer const refused = run("key");
+    machine->onFrame(answerOk);
+    machine->sendText(writeJson(json::object{{"id", machine->frames()[0].at("id")}, {"result", {}}}));
+    caller.join();
+
+    EXPECT_EQ(refused.status, 429);
+    EXPECT_EQ(refused.headers.at("x-request-id"), refused.json().at("error").at("requestId").as_string());
+    EXPECT_EQ(run("key").status, 200);
 }
 
 } // namespace
