@@ -17,10 +17,16 @@ namespace {
 constexpr char const* header = "idempotency-key";
 constexpr std::size_t maxKey = 255;
 constexpr std::size_t shortBody = 64_KiB; // Hashing it delays nobody.
+constexpr std::size_t trimShare = 20;     // A twentieth more than the bound is trimmed at once.
 
 HttpError conflict(int status, std::string message)
 {
     return {.status = status, .code = ErrorCode::invalidRequest, .message = std::move(message)};
+}
+
+HttpError otherRequest()
+{
+    return conflict(422, "This Idempotency-Key was used for another request, or with another credential");
 }
 
 /// Whether the answer must be kept: the request had, or may have had, an effect. The gateway's own failures
@@ -76,12 +82,13 @@ std::vector<Route> IdempotentRoutes::over(std::vector<Route> routes)
     return routes;
 }
 
-Task<std::string> IdempotentRoutes::requestHash(HttpRequest const* request)
+/// With the secret, so that nobody who has the file can find a short body by trying.
+Task<std::string> IdempotentRoutes::requestHash(HttpRequest const* request, std::string const* secret)
 {
     std::string head = request->method;
     for (std::string const& part : request->path)
         head += "/" + hashOf(part); // A part may hold a slash.
-    auto const hash = [request, &head] { return hashOf(head + "\n" + hashOf(request->body)); };
+    auto const hash = [&] { return signatureOf(head + "\n" + hashOf(request->body), *secret); };
     if (request->body.size() <= shortBody)
         co_return hash();
     co_return co_await on(workers, hash);
@@ -92,15 +99,28 @@ Task<HttpResponse> IdempotentRoutes::answerOnce(Answer const* inner, HttpRequest
     auto const key = idempotencyKeyIn(request);
     if (!key)
         co_return co_await (*inner)(std::move(request), std::move(ids));
-    std::string const hash = co_await requestHash(&request);
+    std::string secret = AccessControl::credentialOf(request) + "\n" + *key;
+    std::string const hash = co_await requestHash(&request, &secret);
     Date const now = clock.date();
     StoredAnswer begun{.caller = access.callerOf(request).keyId,
                        .keyHash = hashOf("idempotency key " + *key),
                        .requestHash = hash,
                        .createdAt = now};
+    assertNotRunning(begun);
+    dropUnused();
     if (auto const earlier = store.beginAnswer(begun, now - dateSpan(rules.kept)))
-        co_return known(begun, *earlier, AccessControl::credentialOf(request) + "\n" + *key);
-    co_return co_await run(inner, std::move(request), std::move(ids), std::move(begun));
+        co_return known(begun, *earlier, secret);
+    co_return co_await run(inner, std::move(request), std::move(ids), std::move(begun), std::move(secret));
+}
+
+void IdempotentRoutes::assertNotRunning(StoredAnswer const& begun) const
+{
+    auto const first = running->find({begun.caller, begun.keyHash});
+    if (first == running->end())
+        return;
+    if (first->second != begun.requestHash)
+        throw otherRequest();
+    throw conflict(409, "The first request with this Idempotency-Key is still running");
 }
 
 /// The answer to a request that came before.
@@ -108,9 +128,7 @@ HttpResponse
 IdempotentRoutes::known(StoredAnswer const& begun, StoredAnswer const& earlier, std::string const& secret)
 {
     if (earlier.requestHash != begun.requestHash)
-        throw conflict(422, "This Idempotency-Key was used for another request");
-    if (running->contains({begun.caller, begun.keyHash}))
-        throw conflict(409, "The first request with this Idempotency-Key is still running");
+        throw otherRequest();
     if (!earlier.status)
         throw HttpError{.status = 500,
                         .code = ErrorCode::internalError,
@@ -127,12 +145,11 @@ IdempotentRoutes::known(StoredAnswer const& begun, StoredAnswer const& earlier, 
     return response;
 }
 
-Task<HttpResponse>
-IdempotentRoutes::run(Answer const* inner, HttpRequest request, PathIds ids, StoredAnswer begun)
+Task<HttpResponse> IdempotentRoutes::run(
+    Answer const* inner, HttpRequest request, PathIds ids, StoredAnswer begun, std::string secret)
 {
-    Running const one{begun.caller, begun.keyHash};
-    std::string const secret = AccessControl::credentialOf(request) + "\n" + *idempotencyKeyIn(request);
-    running->insert(one);
+    Use const one{begun.caller, begun.keyHash};
+    running->emplace(one, begun.requestHash);
     std::shared_ptr<void> const guard(nullptr, [one, all = running](void*) { all->erase(one); });
     std::optional<HttpError> refusal;
     HttpResponse response;
@@ -152,7 +169,7 @@ IdempotentRoutes::run(Answer const* inner, HttpRequest request, PathIds ids, Sto
             refusal->requestId = newId("req");
         keep(std::move(begun), errorResponse(*refusal), secret);
     } else {
-        store.dropAnswer(begun.caller, begun.keyHash);
+        drop(one);
     }
     throw *std::move(refusal);
 }
@@ -161,17 +178,39 @@ IdempotentRoutes::run(Answer const* inner, HttpRequest request, PathIds ids, Sto
 void IdempotentRoutes::keep(StoredAnswer answer, HttpResponse const& response, std::string const& secret)
 {
     answer.status = response.status;
-    if (response.body.size() <= rules.maxBytes)
-        answer.sealed = sealed(response.body, secret);
     try {
+        if (response.body.size() <= rules.maxBytes)
+            answer.sealed = sealed(response.body, secret);
         store.endAnswer(answer);
-    } catch (StoreError const& error) {
+        if (++keptSinceTrim * trimShare > rules.maxAnswers)
+            runMaintenance();
+    } catch (std::exception const& error) {
         std::cerr << "zelvo-gateway: an answer was not kept: " << error.what() << std::endl;
+    }
+}
+
+/// Nor must it take a refusal from its caller.
+void IdempotentRoutes::drop(Use const& use)
+{
+    unused.push_back(use);
+    try {
+        dropUnused();
+    } catch (StoreError const& error) { // The next request with a key tries again.
+        std::cerr << "zelvo-gateway: an idempotency key is not free yet: " << error.what() << std::endl;
+    }
+}
+
+void IdempotentRoutes::dropUnused()
+{
+    while (!unused.empty()) {
+        store.dropAnswer(unused.back().first, unused.back().second);
+        unused.pop_back();
     }
 }
 
 void IdempotentRoutes::runMaintenance()
 {
+    keptSinceTrim = 0;
     store.trimAnswers(clock.date() - dateSpan(rules.kept), rules.maxAnswers);
 }
 

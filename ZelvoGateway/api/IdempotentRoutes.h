@@ -6,9 +6,9 @@
 #include "ZelvoGateway/store/Store.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,21 +39,27 @@ public:
 
 private:
     using Answer = std::function<Task<HttpResponse>(HttpRequest request, PathIds ids)>;
-    using Running = std::pair<std::string, std::string>; ///< caller, hash of the key
+    using Use = std::pair<std::string, std::string>; ///< caller, hash of the key
 
     Task<HttpResponse> answerOnce(Answer const* inner, HttpRequest request, PathIds ids);
-    Task<HttpResponse> run(Answer const* inner, HttpRequest request, PathIds ids, StoredAnswer begun);
-    Task<std::string> requestHash(HttpRequest const* request);
+    Task<HttpResponse>
+    run(Answer const* inner, HttpRequest request, PathIds ids, StoredAnswer begun, std::string secret);
+    Task<std::string> requestHash(HttpRequest const* request, std::string const* secret);
+    void assertNotRunning(StoredAnswer const& begun) const;
     HttpResponse known(StoredAnswer const& begun, StoredAnswer const& earlier, std::string const& secret);
     void keep(StoredAnswer answer, HttpResponse const& response, std::string const& secret);
+    void drop(Use const& use);
+    void dropUnused();
 
     AccessControl const& access;
     Store& store;
     AnswerRules const& rules;
     Clock& clock;
     Executor workers;
-    // Shared with the tasks, which may outlive this.
-    std::shared_ptr<std::set<Running>> running = std::make_shared<std::set<Running>>();
+    // Hashes of the requests. Shared with the tasks, which may outlive this.
+    std::shared_ptr<std::map<Use, std::string>> running = std::make_shared<std::map<Use, std::string>>();
+    std::vector<Use> unused; ///< keys that the store still has as running
+    std::size_t keptSinceTrim = 0;
 };
 
 } // namespace zelvo::service

@@ -113,8 +113,8 @@ struct McpRules {
 /// Answers to requests with an idempotency key.
 struct AnswerRules {
     Duration kept = 24h;
-    std::size_t maxAnswers = 2'000;
-    std::size_t maxBytes = 64_KiB; ///< of one answer; a larger one is not kept
+    std::size_t maxAnswers = 2'000; ///< of one caller, the newest
+    std::size_t maxBytes = 64_KiB;  ///< of one answer; a larger one is not kept
 };
 
 /// How much of the audit log is kept.

@@ -74,8 +74,9 @@ void SqliteStore::trimAnswers(Date oldest, std::size_t maxAnswers)
 {
     database.prepare("DELETE FROM answers WHERE created_at < ?").bind(millisecondsOf(oldest)).step();
     database
-        .prepare("DELETE FROM answers WHERE rowid IN (SELECT rowid FROM answers ORDER BY created_at DESC, "
-                 "rowid DESC LIMIT -1 OFFSET ?)")
+        .prepare("DELETE FROM answers WHERE rowid IN (SELECT rowid FROM (SELECT rowid, row_number() OVER "
+                 "(PARTITION BY caller ORDER BY created_at DESC, rowid DESC) AS place FROM answers WHERE "
+                 "status IS NOT NULL) WHERE place > ?)")
         .bind(static_cast<std::int64_t>(maxAnswers))
         .step();
 }

@@ -212,7 +212,8 @@ public:
     virtual void endAnswer(StoredAnswer const& ended) = 0;
     /// Forgets such a request: nothing was done for it.
     virtual void dropAnswer(std::string const& caller, std::string const& keyHash) = 0;
-    /// Forgets requests that began before `oldest`, and the oldest ones beyond `maxAnswers`.
+    /// Forgets requests that began before `oldest`, and of each caller the oldest answered ones beyond
+    /// `maxAnswers`.
     virtual void trimAnswers(Date oldest, std::size_t maxAnswers) = 0;
 
     /// Reserves so many numbers in a row that no other call ever gets, and returns the first. They grow.

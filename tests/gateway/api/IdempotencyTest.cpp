@@ -1,7 +1,12 @@
 #include "ZelvoGateway/api/IdempotentRoutes.h"
+#include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/HttpError.h"
+#include "ZelvoGateway/store/Database.h"
+#include "ZelvoGateway/store/SqliteStore.h"
+#include "gateway/support/FakeKeyRing.h"
 #include "gateway/support/FakeMachine.h"
 #include "gateway/support/Gateway.h"
+#include "gateway/support/RunTask.h"
 
 #include <gtest/gtest.h>
 
@@ -310,6 +315,21 @@ TEST_F(Idempotency, storesNoSecretOfAnAnswer)
     EXPECT_EQ(content.find("a-key-that-nobody-guesses"), std::string::npos);
 }
 
+TEST_F(Idempotency, storesNoHashByWhichABodyCouldBeGuessed)
+{
+    postLink("a");
+    postLink("b");
+    gateway.stop();
+
+    SqliteStore store(gateway.data() / "gateway.sqlite");
+    auto const requestHash = [&](std::string const& key) {
+        auto const known =
+            store.beginAnswer({.caller = "key_builtin", .keyHash = hashOf("idempotency key " + key)}, Date());
+        return known.value().requestHash;
+    };
+    EXPECT_NE(requestHash("a"), requestHash("b")); // Of the same request.
+}
+
 class SmallIdempotency : public Idempotency {
 protected:
     SmallIdempotency()
@@ -335,17 +355,124 @@ TEST_F(SmallIdempotency, repeatsNothingWhoseAnswerWasTooLarge)
 
 TEST_F(SmallIdempotency, isBoundedInNumber)
 {
-    std::string const user = R"({"externalId":"a"})";
     for (char const* const key : {"1", "2", "3"}) {
-        EXPECT_EQ(post("/v1/end-users", user, key).status, 201);
+        EXPECT_EQ(post("/v1/end-users", R"({"externalId":"a"})", key).status, 201);
         gateway.clock.advance(1ms);
     }
-    EXPECT_EQ(post("/v1/end-users", link, "1").status, 422); // Still known.
 
+    EXPECT_EQ(post("/v1/end-users", link, "3").status, 422);
+    EXPECT_EQ(post("/v1/end-users", R"({"externalId":"b"})", "1").status, 201); // Forgotten, without a wait.
+}
+
+TEST_F(SmallIdempotency, isBoundedForEachCaller)
+{
+    Headers const page{gateway.consoleSession(), {"Origin", gateway.origin()}};
+    json::value const made = gateway.call("POST", "/console/keys", R"({"name":"Acme"})", page).json();
+    std::string const other = "Bearer " + std::string(made.at("text").as_string());
+    auto const postOther = [&](std::string const& key) {
+        gateway.clock.advance(1ms);
+        return gateway.call("POST", "/v1/end-users", R"({"externalId":"a"})",
+                            {{"Authorization", other}, {"Idempotency-Key", key}});
+    };
+    EXPECT_EQ(post("/v1/end-users", R"({"externalId":"a"})", "key").status, 201);
+
+    for (char const* const key : {"1", "2", "3", "4"})
+        EXPECT_EQ(postOther(key).status, 201);
     gateway.clock.advance(60s);
 
-    EXPECT_TRUE(becomes([&] { return post("/v1/end-users", R"({"externalId":"b"})", "1").status == 201; }));
-    EXPECT_EQ(post("/v1/end-users", link, "3").status, 422);
+    EXPECT_TRUE(becomes([&] { return !isRepeated(postOther("1")); }));
+    EXPECT_TRUE(isRepeated(post("/v1/end-users", R"({"externalId":"a"})", "key")));
+}
+
+TEST_F(SmallIdempotency, forgetsNoRequestThatRuns)
+{
+    connect().onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
+    std::thread caller([&] { run("key"); });
+    EXPECT_TRUE(becomes([&] { return machine->frames().size() == 1; }));
+    for (char const* const key : {"1", "2", "3", "4"}) {
+        gateway.clock.advance(1ms);
+        EXPECT_EQ(post("/v1/end-users", R"({"externalId":"a"})", key).status, 201);
+    }
+    gateway.clock.advance(60s);
+    EXPECT_TRUE(becomes([&] { return post("/v1/end-users", R"({"externalId":"a"})", "1").status == 201; }));
+
+    Answer const meanwhile = run("key");
+    Answer const another = run("key", R"({"method":"ui.tree"})");
+    machine->onFrame(answerOk);
+    machine->sendText(writeJson(json::object{{"id", machine->frames()[0].at("id")}, {"result", {}}}));
+    caller.join();
+
+    EXPECT_EQ(meanwhile.status, 409);
+    EXPECT_EQ(another.status, 422);
+    EXPECT_EQ(machine->frames().size(), 1U);
+}
+
+/// The routes without HTTP.
+class IdempotencyWithoutAStore : public testing::Test {
+protected:
+    IdempotencyWithoutAStore()
+    {
+        keys.callers["zk_1"] = {.keyId = "key_1"};
+        Route route{.method = "POST", .pattern = {"v1", "things"}, .maxBody = 1_KiB, .assertAccess = {}};
+        route.answer = [this](HttpRequest, PathIds) -> Task<HttpResponse> { return made(); };
+        routes = idempotent.over({route});
+    }
+
+    Task<HttpResponse> made()
+    {
+        if (breaks) // From now on the store fails, as it does on a full disk.
+            Database(file).execute("ALTER TABLE answers RENAME TO elsewhere");
+        if (refuses)
+            throw HttpError{.status = 429, .code = ErrorCode::rateLimited, .message = "Later"};
+        co_return HttpResponse{.status = 201, .body = "made"};
+    }
+    /// The status of the answer.
+    int post()
+    {
+        HttpRequest request{.method = "POST", .path = {"v1", "things"}};
+        request.headers = {{"authorization", "Bearer zk_1"}, {"idempotency-key", "key"}};
+        try {
+            return runTask(io, routes.front().answer(request, {})).status;
+        } catch (HttpError const& error) {
+            return error.status;
+        }
+    }
+
+    TemporaryFolder folder;
+    asio::io_context io;
+    SteppedClock clock;
+    std::filesystem::path const file = folder.path / "store.sqlite";
+    SqliteStore store{file};
+    ConsoleTimes times;
+    ConsoleSessions sessions{clock, times};
+    FakeKeyRing keys;
+    AttemptRules attempts;
+    AttemptLimiter wrongKeys{clock, attempts};
+    std::string publicUrl;
+    AccessControl access{keys, publicUrl, sessions, wrongKeys};
+    AnswerRules rules;
+    IdempotentRoutes idempotent{access, store, rules, clock, io.get_executor()};
+    std::vector<Route> routes;
+    bool breaks = false;
+    bool refuses = false;
+};
+
+TEST_F(IdempotencyWithoutAStore, refusesAsOtherwiseAndFreesTheKeyLater)
+{
+    refuses = breaks = true;
+    EXPECT_EQ(post(), 429);
+    Database(file).execute("ALTER TABLE elsewhere RENAME TO answers");
+    refuses = breaks = false;
+
+    EXPECT_EQ(post(), 201);
+    EXPECT_EQ(post(), 201);
+}
+
+TEST_F(IdempotencyWithoutAStore, answersAsOtherwise)
+{
+    breaks = true;
+
+    EXPECT_EQ(post(), 201);
 }
 
 class CrowdedIdempotency : public Idempotency {
