@@ -115,17 +115,34 @@ Task<> ConnectionService::removeMachine(Caller caller, std::string id)
 {
     if (!isReached(caller, id))
         throw noMachine();
-    for (StoredConnection const& one : store.connectionsOf(id))
-        if (!one.revokedAt && !caller.reaches(one))
+    auto const connections = store.connectionsOf(id);
+    for (StoredConnection const& one : connections) // The revoked ones may still have recordings.
+        if (!caller.reaches(one))
             throw Failure{.code = ErrorCode::forbidden,
                           .message = "This API key does not reach all connections of the machine"};
     auto recordings = library.withFilesOf(id);
     if (!store.removeMachine(id))
         throw noMachine();
-    audit.add(caller, {.type = "machine.removed", .machineId = id});
+    noteRemoval(caller, id, connections);
     machines.reject(id);
     control.machineRemoved(id);
     co_await library.removeFiles(std::move(recordings));
+}
+
+/// For each connection, so that a caller that reaches nothing else finds it, too.
+void ConnectionService::noteRemoval(Caller const& caller,
+                                    std::string const& machineId,
+                                    std::vector<StoredConnection> const& connections)
+{
+    bool isNoted = false;
+    for (StoredConnection const& one : connections)
+        if (!one.revokedAt) {
+            audit.add(caller, AuditEntry::of(one, "connection.revoked"));
+            audit.add(caller, AuditEntry::of(one, "machine.removed"));
+            isNoted = true;
+        }
+    if (!isNoted)
+        audit.add(caller, {.type = "machine.removed", .machineId = machineId});
 }
 
 void ConnectionService::reportRevocations(std::shared_ptr<ConnectedMachine> const& machine)

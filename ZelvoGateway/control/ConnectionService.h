@@ -62,6 +62,9 @@ public:
     void reportRevocations(std::shared_ptr<ConnectedMachine> const& machine);
 
 private:
+    void noteRemoval(Caller const& caller,
+                     std::string const& machineId,
+                     std::vector<StoredConnection> const& connections);
     Task<> sendRevocations(std::shared_ptr<ConnectedMachine> machine);
     Task<> sendRevocation(std::shared_ptr<ConnectedMachine> machine, std::string connectionId);
     MachineState stateOf(StoredMachine machine) const;

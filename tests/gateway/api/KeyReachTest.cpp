@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 namespace zelvo::service {
 namespace {
 
@@ -201,6 +203,68 @@ TEST_F(KeyReach, removesNoMachineThatItReachesInPart)
     EXPECT_EQ(call(inPart, "GET", machine).status, 404);
 }
 
+TEST_F(KeyReach, seesWhatARemovedMachineEnded)
+{
+    std::string const second = on.gateway.connect(on.linked);
+    Headers const who = keyForEndUser("ada");
+    ASSERT_EQ(call(who, "DELETE", "/v1/machines/" + on.linked.machineId).status, 200);
+
+    std::vector<std::pair<std::string, std::string>> seen;
+    json::value const events = call(who, "GET", "/v1/audit-events?limit=4").json();
+    for (json::value const& event : events.at("data").as_array()) {
+        seen.emplace_back(textOf(event.at("type")), textOf(event.at("connectionId")));
+        EXPECT_EQ(textOf(event.at("machineId")), on.linked.machineId);
+    }
+
+    using Seen = std::pair<std::string, std::string>;
+    EXPECT_THAT(seen,
+                UnorderedElementsAre(Seen("connection.revoked", adas), Seen("machine.removed", adas),
+                                     Seen("connection.revoked", second), Seen("machine.removed", second)));
+}
+
+TEST_F(KeyReach, removesNoMachineWithARevokedConnectionThatItDoesNotReach)
+{
+    std::string const second = on.gateway.connect(on.linked);
+    Headers const inPart = keyForConnection(second);
+    ASSERT_EQ(call(builtIn(), "DELETE", "/v1/connections/" + adas).status, 200);
+
+    Answer const refused = call(inPart, "DELETE", "/v1/machines/" + on.linked.machineId);
+
+    EXPECT_EQ(refused.status, 403);
+    EXPECT_EQ(refused.errorCode(), "forbidden");
+    EXPECT_EQ(call(builtIn(), "GET", "/v1/recordings/" + recording).status, 200); // Of that connection.
+}
+
+TEST_F(KeyReach, leavesForeignEventsOutOfTheAuditLog)
+{
+    Headers const adasKey = keyForConnection(adas);
+    Headers const bobsKey = keyForEndUser("bob");
+    run(adasKey, adas, R"({"method":"screenshot"})");
+    run(builtIn(), bobs, R"({"method":"screenshot"})");
+    auto const events = [&](Headers const& who, std::string const& query) {
+        json::value const answer = call(who, "GET", "/v1/audit-events" + query).json();
+        return answer.at("data").as_array();
+    };
+    auto const connections = [&](Headers const& who) {
+        std::set<std::string> all;
+        for (json::value const& event : events(who, "?limit=200"))
+            all.insert(read::text(event.as_object(), "connectionId").value_or("none"));
+        return all;
+    };
+
+    EXPECT_THAT(connections(builtIn()), testing::IsSupersetOf({adas, bobs, std::string("none")}));
+    EXPECT_THAT(connections(adasKey), ElementsAre(adas));
+    EXPECT_THAT(connections(bobsKey), ElementsAre(bobs));
+    EXPECT_TRUE(events(bobsKey, "?connectionId=" + adas).empty());
+    EXPECT_TRUE(events(bobsKey, "?machineId=" + on.linked.machineId).empty());
+    json::value const newest = events(adasKey, "?limit=1").at(0);
+    EXPECT_EQ(newest.at("apiKey").at("name"), "Acme");
+    EXPECT_FALSE(events(bobsKey, "?limit=1").at(0).as_object().contains("apiKey")); // Another's name.
+    std::string const foreign = textOf(events(builtIn(), "?connectionId=" + adas).at(0).at("id"));
+    EXPECT_EQ(call(bobsKey, "GET", "/v1/audit-events?before=" + foreign).status,
+              call(bobsKey, "GET", "/v1/audit-events?before=aud_0").status);
+}
+
 TEST_F(KeyReach, reachesNoMachineThroughARevokedConnection)
 {
     Headers const adasKey = keyForConnection(adas);
@@ -229,6 +293,7 @@ TEST_F(KeyReach, isNeededOnEveryRoute)
                                                           {"GET", "/v1/machines/" + bobsMachine},
                                                           {"DELETE", "/v1/machines/" + bobsMachine},
                                                           {"POST", "/v1/cloud-machines"},
+                                                          {"GET", "/v1/audit-events"},
                                                           {"POST", commands},
                                                           {"GET", commands + "/" + command},
                                                           {"DELETE", commands + "/" + command},
