@@ -108,7 +108,8 @@ std::vector<Route> WebhookApi::routes()
 
 Task<HttpResponse> WebhookApi::handleAdd(HttpRequest request, PathIds)
 {
-    StoredWebhook const made = webhooks.add(recordIn<records::CreateWebhookRequest>(request.body));
+    StoredWebhook const made =
+        webhooks.add(access.callerOf(request), recordIn<records::CreateWebhookRequest>(request.body));
     records::Webhook record = webhookRecord(made);
     record.secret = made.secret;
     co_return jsonResponse(201, records::toJson(std::move(record)));
@@ -124,23 +125,24 @@ Task<HttpResponse> WebhookApi::handleWebhook(HttpRequest, PathIds ids)
     co_return jsonResponse(200, records::toJson(webhookRecord(webhooks.webhook(ids.front()))));
 }
 
-Task<HttpResponse> WebhookApi::handleRemove(HttpRequest, PathIds ids)
+Task<HttpResponse> WebhookApi::handleRemove(HttpRequest request, PathIds ids)
 {
-    webhooks.remove(ids.front());
+    webhooks.remove(access.callerOf(request), ids.front());
     co_return jsonResponse(200, records::toJson(records::Done()));
 }
 
-Task<HttpResponse> WebhookApi::handleRotate(HttpRequest, PathIds ids)
+Task<HttpResponse> WebhookApi::handleRotate(HttpRequest request, PathIds ids)
 {
-    StoredWebhook const changed = webhooks.rotateSecret(ids.front());
+    StoredWebhook const changed = webhooks.rotateSecret(access.callerOf(request), ids.front());
     records::WebhookSecret record{.oldSecretUntil = dates::iso8601(changed.oldUntil.value()),
                                   .secret = changed.secret};
     co_return jsonResponse(200, records::toJson(std::move(record)));
 }
 
-Task<HttpResponse> WebhookApi::handleEnable(HttpRequest, PathIds ids)
+Task<HttpResponse> WebhookApi::handleEnable(HttpRequest request, PathIds ids)
 {
-    co_return jsonResponse(200, records::toJson(webhookRecord(webhooks.enable(ids.front()))));
+    StoredWebhook const enabled = webhooks.enable(access.callerOf(request), ids.front());
+    co_return jsonResponse(200, records::toJson(webhookRecord(enabled)));
 }
 
 Task<HttpResponse> WebhookApi::handleDeliveries(HttpRequest request, PathIds ids)
@@ -149,9 +151,10 @@ Task<HttpResponse> WebhookApi::handleDeliveries(HttpRequest request, PathIds ids
     co_return listResponse<records::WebhookDeliveryList>(page, deliveryRecord);
 }
 
-Task<HttpResponse> WebhookApi::handleSendAgain(HttpRequest, PathIds ids)
+Task<HttpResponse> WebhookApi::handleSendAgain(HttpRequest request, PathIds ids)
 {
-    co_return jsonResponse(200, records::toJson(deliveryRecord(webhooks.sendAgain(ids.front(), ids.back()))));
+    StoredDelivery const sent = webhooks.sendAgain(access.callerOf(request), ids.front(), ids.back());
+    co_return jsonResponse(200, records::toJson(deliveryRecord(sent)));
 }
 
 } // namespace zelvo::service

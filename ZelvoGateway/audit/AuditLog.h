@@ -35,7 +35,7 @@ struct AuditEntry {
 /// Who did what, and when. Nobody waits for a disk: entries are collected and written together within a
 /// second. A crash may lose what the last second added; everything older survives it, and power failures,
 /// too. A command that is repeated is one entry a minute with a count. The store itself adds the entries of
-/// machines that are paused. Thread: the server's.
+/// machines that are paused, and of connections that a person removed at the machine. Thread: the server's.
 class AuditLog {
 public:
     static constexpr Duration writePeriod = 1s;

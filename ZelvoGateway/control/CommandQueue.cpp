@@ -46,11 +46,12 @@ json::object offerOf(StoredConnection const& connection, std::vector<StoredComma
 
 CommandQueue::CommandQueue(Store& store,
                            ControlService& control,
+                           AuditLog& audit,
                            Clock& clock,
                            Settings const& settings,
                            Executor server,
                            Executor workers)
-    : store(store), clock(clock), settings(settings), server(server),
+    : store(store), audit(audit), clock(clock), settings(settings), server(server),
       runner(store, control, visits, clock, settings, server, std::move(workers))
 {
 }
@@ -179,10 +180,12 @@ void CommandQueue::acknowledged(std::shared_ptr<ConnectedMachine> const& machine
     auto const accepted = idsOf(*event.data, "accepted");
     auto const declined = idsOf(*event.data, "declined");
     std::vector<std::string> toRun;
+    std::vector<std::string> denied;
     store.expireCommands(clock.date());
     std::erase_if(entry->second, [&](std::string const& id) {
         if (declined.contains(id)) { // A command in both lists counts as declined.
             runner.deny(id);
+            denied.push_back(id);
             return true;
         }
         bool const runs = visit->back && accepted.contains(id);
@@ -190,7 +193,17 @@ void CommandQueue::acknowledged(std::shared_ptr<ConnectedMachine> const& machine
             toRun.push_back(id);
         return runs;
     });
+    noteAnswer(*event.connectionId, "commands.accepted", json::array(toRun.begin(), toRun.end()));
+    noteAnswer(*event.connectionId, "commands.declined", json::array(denied.begin(), denied.end()));
     runner.accept(visit, *event.connectionId, toRun);
+}
+
+void CommandQueue::noteAnswer(std::string const& connectionId, std::string_view type, json::array commandIds)
+{
+    auto const connection = commandIds.empty() ? std::nullopt : store.connection(connectionId);
+    if (connection)
+        audit.addFrom(records::Actor::endUser,
+                      AuditEntry::of(*connection, type, {{"commandIds", std::move(commandIds)}}));
 }
 
 void CommandQueue::sessionEnded(std::shared_ptr<ConnectedMachine> const& machine)

@@ -24,6 +24,7 @@ class CommandQueue {
 public:
     CommandQueue(Store& store,
                  ControlService& control,
+                 AuditLog& audit,
                  Clock& clock,
                  Settings const& settings,
                  Executor server,
@@ -62,12 +63,14 @@ public:
 private:
     using Commands = std::vector<StoredCommand>;
 
+    void noteAnswer(std::string const& connectionId, std::string_view type, json::array commandIds);
     void assertRoom(StoredConnection const& connection, std::size_t bytes);
     void offerAll(QueueVisits::Visit const& visit);
     Task<> offer(QueueVisits::Visit visit, StoredConnection connection, Commands commands);
     Task<bool> offerOnce(QueueVisits::Visit visit, StoredConnection connection, Commands commands);
 
     Store& store;
+    AuditLog& audit;
     Clock& clock;
     Settings const& settings;
     Executor server;

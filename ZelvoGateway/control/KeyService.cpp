@@ -51,8 +51,12 @@ void KeyService::setBuiltIn(ApiKey const& key)
                            .hash = hashOf(key.value()),
                            .reach = {.all = true},
                            .createdAt = clock.date()};
+    auto const known = std::ranges::find(valid, stored.id, &StoredKey::id);
+    bool const isReplaced = known != valid.end() && !sameHash(known->hash, stored.hash);
     store.saveKey(stored);
     readAgain();
+    if (isReplaced)
+        audit.add(Caller::console(), {.type = "key.replaced", .details = detailsOf(stored)});
 }
 
 void KeyService::assertValid(KeyRequest const& request)

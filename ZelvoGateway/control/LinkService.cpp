@@ -84,7 +84,14 @@ records::EndUser LinkService::addEndUser(Caller const& caller, records::CreateEn
     if (!caller.reach.coversEndUser(request.externalId) &&
         endUsers(caller, {.limit = 1, .externalId = request.externalId}).rows.empty())
         throw notReached();
-    return store.addEndUser(request, today());
+    auto const known =
+        store.endUserPage({.limit = 1, .externalId = request.externalId, .reach = {.all = true}}).rows;
+    records::EndUser const user = store.addEndUser(request, today());
+    if (known.empty() || known.front() != user)
+        audit.add(caller, {.type = known.empty() ? "end_user.created" : "end_user.changed",
+                           .endUserId = caller.reach.coversEndUser(user.id) ? user.id : user.externalId,
+                           .details = {{"endUserId", user.id}}});
+    return user;
 }
 
 Page<records::EndUser> LinkService::endUsers(Caller const& caller, PageQuery query)

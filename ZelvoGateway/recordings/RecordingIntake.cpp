@@ -32,10 +32,12 @@ void assertMayShare(StoredConnection const& connection)
 
 RecordingIntake::RecordingIntake(Store& store,
                                  std::shared_ptr<RecordingFiles const> files,
+                                 AuditLog& audit,
                                  Settings const& settings,
                                  Clock& clock,
                                  Executor workers)
-    : store(store), files(std::move(files)), settings(settings), clock(clock), workers(std::move(workers))
+    : store(store), files(std::move(files)), audit(audit), settings(settings), clock(clock),
+      workers(std::move(workers))
 {
 }
 
@@ -151,6 +153,9 @@ Task<> RecordingIntake::share(StoredMachine machine, std::string connectionId, b
     StoredConnection const connection = connectionOf(machine, connectionId);
     if (shared)
         assertMayShare(connection);
+    if (store.isShared(connection.id) != shared)
+        audit.addFrom(records::Actor::endUser,
+                      AuditEntry::of(connection, shared ? "recordings.shared" : "recordings.unshared"));
     store.setShared(connection.id, shared);
     if (!shared)
         co_await connectionEnded(connection.id);

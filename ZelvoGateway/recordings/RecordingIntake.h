@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/audit/AuditLog.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/recordings/RecordingFiles.h"
 #include "ZelvoGateway/recordings/RecordingUpload.h"
@@ -32,6 +33,7 @@ class RecordingIntake {
 public:
     RecordingIntake(Store& store,
                     std::shared_ptr<RecordingFiles const> files,
+                    AuditLog& audit,
                     Settings const& settings,
                     Clock& clock,
                     Executor workers);
@@ -59,6 +61,7 @@ private:
 
     Store& store;
     std::shared_ptr<RecordingFiles const> files;
+    AuditLog& audit;
     Settings const& settings;
     Clock& clock;
     Executor workers;

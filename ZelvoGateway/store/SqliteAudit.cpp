@@ -6,7 +6,8 @@ namespace zelvo::service {
 
 namespace {
 
-// The person at a machine pauses it there; whoever notes that here adds the event in one step with it.
+// The person at a machine pauses it there, or removes a connection; whoever notes that here adds the event in
+// one step with it.
 constexpr char const* schema = R"sql(
 CREATE TABLE IF NOT EXISTS audit_events (
     id TEXT PRIMARY KEY, created_at TEXT NOT NULL, type TEXT NOT NULL, actor TEXT NOT NULL, key_id TEXT,
@@ -20,6 +21,18 @@ CREATE TRIGGER IF NOT EXISTS audit_pause AFTER UPDATE OF paused ON machines WHEN
             lower(hex(randomblob(4))), new.last_seen_at, iif(new.paused, 'machine.paused', 'machine.resumed'),
             'end_user', new.id, c.id, c.end_user_id, '{}'
         FROM (SELECT 1) LEFT JOIN connections c ON c.machine_id = new.id AND c.revoked_at IS NULL;
+END;
+CREATE TRIGGER IF NOT EXISTS audit_removed_at_machine AFTER UPDATE OF heartbeat ON machines
+    WHEN new.kind = 'connected' AND json_type(new.heartbeat, '$.grantedConnectionIds') = 'array'
+        AND json_extract(old.heartbeat, '$.grantedConnectionIds') <> json_extract(new.heartbeat, '$.grantedConnectionIds')
+BEGIN
+    INSERT INTO audit_events (id, created_at, type, actor, machine_id, connection_id, end_user_id, details)
+    SELECT printf('aud_%016x', CAST((julianday(new.last_seen_at) - 2440587.5) * 86400000000 AS INTEGER)) ||
+            lower(hex(randomblob(4))), new.last_seen_at, 'connection.removed', 'end_user', new.id, c.id,
+            c.end_user_id, '{}'
+        FROM connections c WHERE c.machine_id = new.id AND c.revoked_at IS NULL
+            AND c.id IN (SELECT value FROM json_each(old.heartbeat, '$.grantedConnectionIds'))
+            AND c.id NOT IN (SELECT value FROM json_each(new.heartbeat, '$.grantedConnectionIds'));
 END;
 )sql";
 

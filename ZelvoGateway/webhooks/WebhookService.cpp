@@ -24,20 +24,11 @@ bool isSent(WebhookEventType type)
     return std::ranges::find(neverSent, type) == neverSent.end();
 }
 
-std::vector<WebhookEventType> allSent()
-{
-    std::vector<WebhookEventType> all;
-    for (std::string_view const text : EnumTexts<WebhookEventType>::texts)
-        if (auto const type = fromRawValue<WebhookEventType>(text); type && isSent(*type))
-            all.push_back(*type);
-    return all;
-}
-
 /// Each once, in the order of the enumeration.
 std::vector<WebhookEventType> eventsIn(records::CreateWebhookRequest const& request)
 {
     if (!request.events)
-        return allSent();
+        return WebhookService::sentEvents();
     if (request.events->empty())
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "\"events\" must name at least one event"};
@@ -54,9 +45,29 @@ std::string newWebhookSecret()
     return "whsec_" + newSecret();
 }
 
+/// Only its host: a path may hold a secret.
+json::object detailsOf(StoredWebhook const& webhook)
+{
+    return {{"webhookId", webhook.id}, {"host", hostOfWebhook(webhook.url)}};
+}
+
 } // namespace
 
-StoredWebhook WebhookService::add(records::CreateWebhookRequest const& request)
+std::vector<WebhookEventType> WebhookService::sentEvents()
+{
+    std::vector<WebhookEventType> all;
+    for (std::string_view const text : EnumTexts<WebhookEventType>::texts)
+        if (auto const type = fromRawValue<WebhookEventType>(text); type && isSent(*type))
+            all.push_back(*type);
+    return all;
+}
+
+void WebhookService::note(Caller const& caller, std::string_view type, StoredWebhook const& webhook)
+{
+    audit.add(caller, {.type = type, .details = detailsOf(webhook)});
+}
+
+StoredWebhook WebhookService::add(Caller const& caller, records::CreateWebhookRequest const& request)
 {
     assertWebhookUrl(request.url, rules);
     StoredWebhook wanted{.url = request.url, .events = eventsIn(request)};
@@ -66,7 +77,9 @@ StoredWebhook WebhookService::add(records::CreateWebhookRequest const& request)
                       .kind = Failure::Kind::wrongState};
     wanted.secret = newWebhookSecret();
     wanted.createdAt = dates::iso8601(clock.date());
-    return store.addWebhook(std::move(wanted));
+    StoredWebhook made = store.addWebhook(std::move(wanted));
+    note(caller, "webhook.created", made);
+    return made;
 }
 
 StoredWebhook WebhookService::webhook(std::string const& id)
@@ -77,28 +90,31 @@ StoredWebhook WebhookService::webhook(std::string const& id)
     return *std::move(found);
 }
 
-void WebhookService::remove(std::string const& id)
+void WebhookService::remove(Caller const& caller, std::string const& id)
 {
-    webhook(id);
-    store.removeWebhook(id);
+    StoredWebhook const removed = webhook(id);
+    if (store.removeWebhook(id))
+        note(caller, "webhook.removed", removed);
 }
 
-StoredWebhook WebhookService::rotateSecret(std::string const& id)
+StoredWebhook WebhookService::rotateSecret(Caller const& caller, std::string const& id)
 {
     StoredWebhook changed = webhook(id);
     changed.oldSecret = std::move(changed.secret);
     changed.oldUntil = clock.date() + dateSpan(rules.oldSecretValid);
     changed.secret = newWebhookSecret();
     store.saveWebhook(changed);
+    note(caller, "webhook.secret_replaced", changed);
     return changed;
 }
 
-StoredWebhook WebhookService::enable(std::string const& id)
+StoredWebhook WebhookService::enable(Caller const& caller, std::string const& id)
 {
     StoredWebhook changed = webhook(id);
     changed.disabledAt.reset();
     changed.failingSince.reset();
     store.saveWebhook(changed);
+    note(caller, "webhook.enabled", changed);
     dispatcher.wake();
     return changed;
 }
@@ -109,9 +125,11 @@ Page<StoredDelivery> WebhookService::deliveries(std::string const& webhookId, Pa
     return store.deliveryPage(webhookId, query);
 }
 
-StoredDelivery WebhookService::sendAgain(std::string const& webhookId, std::string const& deliveryId)
+StoredDelivery
+WebhookService::sendAgain(Caller const& caller, std::string const& webhookId, std::string const& deliveryId)
 {
-    if (webhook(webhookId).disabledAt)
+    StoredWebhook const target = webhook(webhookId);
+    if (target.disabledAt)
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "This webhook is disabled; enable it first",
                       .kind = Failure::Kind::wrongState};
@@ -126,6 +144,9 @@ StoredDelivery WebhookService::sendAgain(std::string const& webhookId, std::stri
         delivery->endedAt.reset();
     }
     store.saveDelivery(*delivery);
+    json::object details = detailsOf(target);
+    details["deliveryId"] = deliveryId;
+    audit.add(caller, {.type = "webhook.sent_again", .details = std::move(details)});
     dispatcher.wake();
     return *std::move(delivery);
 }

@@ -43,6 +43,12 @@ bool isWebhookAddress(ip::address const& address, WebhookRules const& rules)
     return rules.toOwnNetwork || (isPublicAddress(wanted) && !isNear(wanted, ownNetworks()));
 }
 
+std::string hostOfWebhook(std::string const& url)
+{
+    auto const parsed = boost::urls::parse_uri(url);
+    return parsed ? std::string(parsed->host_address()) : std::string();
+}
+
 void assertWebhookUrl(std::string const& url, WebhookRules const& rules)
 {
     auto const parsed = boost::urls::parse_uri(url);

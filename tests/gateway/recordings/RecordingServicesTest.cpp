@@ -62,10 +62,10 @@ struct Fixture {
     SqliteStore store{folder.path / "store.sqlite"};
     ApiKey key{"zk_0123456789012345678901234567890123456789"};
     std::shared_ptr<FakeRecordingFiles> files = std::make_shared<FakeRecordingFiles>();
-    RecordingIntake intake{store, files, settings, clock, io.get_executor()};
     FakeKeyRing keys;
     asio::io_context background; // Never runs: a task must not wait for the log.
     AuditLog audit{store, clock, settings.audit, background.get_executor()};
+    RecordingIntake intake{store, files, audit, settings, clock, io.get_executor()};
     RecordingLibrary library{store, files, key, keys, audit, settings, clock, io.get_executor()};
     StoredMachine machine;
 };

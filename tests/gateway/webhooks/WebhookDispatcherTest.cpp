@@ -23,7 +23,7 @@ protected:
     {
         machine = store.addMachine(AgentMode::connected, clock.date()).machineId;
         dispatcher.emplace(store, sender, settings.webhooks, clock, io.get_executor());
-        service.emplace(store, *dispatcher, settings, clock);
+        service.emplace(store, *dispatcher, audit, settings, clock);
         dispatcher->begin();
     }
     ~WebhookDispatching() override
@@ -46,7 +46,7 @@ protected:
     StoredWebhook add(std::string const& url = hook)
     {
         records::CreateWebhookRequest const request{.events = {}, .url = url};
-        return service->add(request);
+        return service->add(caller, request);
     }
     /// Makes an event: the machine goes on or off.
     void happen()
@@ -72,6 +72,9 @@ protected:
     SqliteStore store{folder.path / "store.sqlite"};
     FakeWebhookSender sender;
     std::optional<WebhookDispatcher> dispatcher;
+    asio::io_context background; // Never runs: a task must not wait for the log.
+    AuditLog audit{store, clock, settings.audit, background.get_executor()};
+    Caller const caller = Caller::console();
     std::optional<WebhookService> service;
     std::string machine;
     bool isOnline = false;
@@ -83,7 +86,7 @@ TEST_F(WebhookDispatching, sendsAnEventToEachWebhookThatWantsIt)
     add("https://other.example/hook");
     records::CreateWebhookRequest const other{.events = {{records::WebhookEventType::recordingReady}},
                                               .url = "https://films.example/"};
-    service->add(other);
+    service->add(caller, other);
 
     happen();
 
@@ -218,7 +221,7 @@ TEST_F(WebhookDispatching, sendsToAnEnabledWebhookAgain)
     happen();
     ASSERT_TRUE(sender.sent.empty());
 
-    service->enable(webhook.id);
+    service->enable(caller, webhook.id);
     happen();
 
     EXPECT_EQ(sender.sent.size(), 1U);
@@ -273,19 +276,19 @@ TEST_F(WebhookDispatching, sendsAgainWhenAskedTo)
     happen();
     StoredDelivery const first = newest(webhook.id);
 
-    service->sendAgain(webhook.id, first.id);
+    service->sendAgain(caller, webhook.id, first.id);
     run();
 
     ASSERT_EQ(sender.sent.size(), 2U);
     EXPECT_EQ(sender.sent[0].body, sender.sent[1].body);
-    EXPECT_THROW(service->sendAgain(webhook.id, "none"), Failure);
-    EXPECT_THROW(service->sendAgain(add().id, first.id), Failure) << "of another webhook";
+    EXPECT_THROW(service->sendAgain(caller, webhook.id, "none"), Failure);
+    EXPECT_THROW(service->sendAgain(caller, add().id, first.id), Failure) << "of another webhook";
 }
 
 TEST_F(WebhookDispatching, signsWithBothSecretsForADay)
 {
     StoredWebhook const webhook = add();
-    StoredWebhook const rotated = service->rotateSecret(webhook.id);
+    StoredWebhook const rotated = service->rotateSecret(caller, webhook.id);
     auto const signature = [&] { return sender.sent.back().headers.at(3).second; };
 
     happen();
@@ -330,7 +333,7 @@ TEST_F(WebhookDispatching, dropsWhatWaitsForARemovedWebhook)
     failWith(500);
     happen();
 
-    service->remove(webhook.id);
+    service->remove(caller, webhook.id);
     advance(24h);
 
     EXPECT_EQ(sender.sent.size(), 1U);
