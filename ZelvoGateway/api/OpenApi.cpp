@@ -65,6 +65,8 @@ json::object errorAnswers(Operation const& operation)
             byStatus[code == ErrorCode::internalError ? 500 : statusOf(code)].insert(rawValue(code));
     if (operation.mayRepeat)
         byStatus[422].insert(rawValue(ErrorCode::invalidRequest));
+    if (operation.body || operation.mayRepeat)
+        byStatus[413].insert(rawValue(ErrorCode::invalidRequest));
     if (operation.mayConflict || operation.mayRepeat)
         byStatus[409].insert(rawValue(ErrorCode::invalidRequest));
     json::object answers;

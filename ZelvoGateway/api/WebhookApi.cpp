@@ -44,6 +44,18 @@ records::WebhookDelivery deliveryRecord(StoredDelivery const& delivery)
     return record;
 }
 
+/// The body of a new webhook: of all events of the record only those that are sent.
+json::object newWebhookSchema(json::object& schemas)
+{
+    json::object const reference = schemaOf<records::CreateWebhookRequest>(schemas);
+    json::array sent;
+    for (records::WebhookEventType const type : WebhookService::sentEvents())
+        sent.emplace_back(rawValue(type));
+    schemas.at("CreateWebhookRequest").at("properties").at("events").at("items").as_object()["enum"] =
+        std::move(sent);
+    return reference;
+}
+
 } // namespace
 
 std::vector<Route> WebhookApi::routes()
@@ -63,9 +75,11 @@ std::vector<Route> WebhookApi::routes()
         return made;
     };
     std::vector<ErrorCode> const unknown{ErrorCode::notFound};
+    json::object schemas;
+    json::object const newWebhook = newWebhookSchema(schemas);
     return {route("POST", {"v1", "webhooks"}, &WebhookApi::handleAdd,
                   Describe("addWebhook", "Makes a webhook")
-                      .takes<records::CreateWebhookRequest>()
+                      .takes(newWebhook, schemas)
                       .gives<records::Webhook>("The webhook; its secret is never shown again", 201)
                       .conflicts()),
             route("GET", {"v1", "webhooks"}, &WebhookApi::handleList,

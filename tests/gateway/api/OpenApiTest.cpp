@@ -265,6 +265,7 @@ void OpenApiDocument::callWebhooks()
     walk.call("removeWebhook", {webhook});
     walk.call("removeWebhook", {webhook});
     walk.call("addWebhook", {}, {{"url", "ftp://acme.example/"}});
+    EXPECT_EQ(walk.call("addWebhook", {}, {{"url", std::string(2'000'000, 'x')}}).status, 413);
 }
 
 TEST_F(OpenApiDocument, describesEveryCallAndItsAnswers)
@@ -287,6 +288,11 @@ TEST_F(OpenApiDocument, tellsGoodBodiesFromBadOnes)
           R"({"method": "shell.run", "params": {}})", R"({"method": "shell.run", "params": {"command": 5}})",
           R"({"method": "display.info", "delivery": {"whenUnavailable": "never"}})"})
         EXPECT_FALSE(walk.faultsOfBody("runCommand", parseJson(body).value()).empty()) << body;
+    auto const webhook = [](char const* event) {
+        return json::value{{"url", "https://acme.example/"}, {"events", {event}}};
+    };
+    EXPECT_TRUE(walk.faultsOfBody("addWebhook", webhook("machine.online")).empty());
+    EXPECT_FALSE(walk.faultsOfBody("addWebhook", webhook("cloud_mac.ready")).empty()); // Never sent.
     EXPECT_FALSE(walk.faultsOfBody("addLinkSession", parseJson(R"({"scopes": ["screen"]})").value()).empty());
     EXPECT_FALSE(
         walk.faultsOfBody("addLinkSession", parseJson(R"({"endUserId": "a", "scopes": ["vnc"]})").value())
