@@ -14,6 +14,7 @@
 #include <sys/socket.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -66,6 +67,7 @@ public:
 
     CURL* handle() const { return easy.get(); }
     void prepare();
+    void prepareTrust();
     /// Resumes whoever waits. The last call.
     void finish(WebhookAnswer answer)
     {
@@ -100,6 +102,7 @@ void Transfer::prepare()
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L); // Otherwise a slow name server would delay all others.
     curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    prepareTrust();
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(curl, CURLOPT_POST, 1L);
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, request.body.data());
@@ -116,6 +119,15 @@ void Transfer::prepare()
     // A connection that another webhook left open may lead to an address that was allowed then only.
     curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
     curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+}
+
+/// libcurl knows the system's authorities only; OpenSSL's own variables name others.
+void Transfer::prepareTrust()
+{
+    if (char const* const file = std::getenv("SSL_CERT_FILE"); file && *file)
+        curl_easy_setopt(easy.get(), CURLOPT_CAINFO, file);
+    if (char const* const folder = std::getenv("SSL_CERT_DIR"); folder && *folder)
+        curl_easy_setopt(easy.get(), CURLOPT_CAPATH, folder);
 }
 
 /// Called with each address that libcurl is about to connect to.
