@@ -8,13 +8,15 @@ namespace {
 
 using Releases = std::map<std::string, json::object>;
 
+/// Does not wait for control: the call that pressed a button still has it, and one that never got it has
+/// pressed nothing.
 Task<> perform(MachineCallPtr call, json::object action)
 {
     json::array actions;
     actions.emplace_back(std::move(action));
     json::object params;
     params.emplace("actions", std::move(actions));
-    co_await call->run("actions.perform", std::move(params));
+    co_await call->run("actions.perform", std::move(params), Duration{});
 }
 
 Task<std::vector<std::string>> releaseAll(MachineCallPtr call, Releases releases)

@@ -10,7 +10,6 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr Duration maxBusy = 10s;
 constexpr Duration busyPause = 500ms;
 // Longer than a client waits: the call becomes pending meanwhile.
 constexpr std::int64_t confirmationMs = DeliveryBounds::maxConfirmation;
@@ -48,12 +47,12 @@ Task<CommandResult> MachineCall::runOnce(std::string method, json::object params
     co_return co_await services.commands->run(std::move(command));
 }
 
-Task<CommandResult> MachineCall::run(std::string method, json::object params)
+Task<CommandResult> MachineCall::run(std::string method, json::object params, Duration patience)
 {
     Instant const end = services.clock.now() + maxBusy;
     for (;;) {
         DesktopCommand command = commandOf(method, params);
-        command.patience = std::max<Duration>(end - services.clock.now(), Duration{});
+        command.patience = std::clamp<Duration>(end - services.clock.now(), Duration{}, patience);
         try {
             co_return co_await services.commands->run(std::move(command));
         } catch (Failure const& failure) {

@@ -38,9 +38,12 @@ public:
     {
     }
 
-    /// Runs a command. If the machine is busy it tries again, for 10 s in all.
-    /// Throws Failure.
-    Task<CommandResult> run(std::string method, json::object params = {});
+    static constexpr Duration maxBusy = std::chrono::seconds(10);
+
+    /// Runs a command. If the machine is busy it tries again, for maxBusy in all.
+    /// patience   how long it waits at most while another agent is in control
+    /// Throws     Failure
+    Task<CommandResult> run(std::string method, json::object params = {}, Duration patience = maxBusy);
     /// Runs a command with large params, which are not kept for another try.
     Task<CommandResult> runOnce(std::string method, json::object params);
     /// The main display's size; `nullopt` if there is none.

@@ -625,6 +625,8 @@ TEST_F(ActTool, releasesAButtonAlsoWhenItsClientIsGone)
     ASSERT_EQ(performed().size(), 2U);
     EXPECT_EQ(performed()[1], R"({"actions":[{"type":"mouse_up","x":10,"y":20,"button":"left"}]})");
     EXPECT_EQ(commands->sent.back().client, "Tester");
+    // It has control, or has never pressed anything.
+    EXPECT_EQ(commands->sent.back().patience, Duration{});
     EXPECT_EQ(turns->places(), 1U); // The next call waits for it.
     commands->release();
     run();
