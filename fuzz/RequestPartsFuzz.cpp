@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-// What a caller may write into the target and the headers of a request: the first line is the target, the second
-// an idempotency key.
+// What a caller may write into the target and the headers of a request: the first line is the target, the
+// second an idempotency key.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     using namespace zelvo::service;
