@@ -2,7 +2,6 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/read.hpp>
@@ -10,7 +9,12 @@
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
-#include <thread>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <stdexcept>
 
 namespace zelvo {
 
@@ -27,14 +31,25 @@ using ErrorCode = boost::system::error_code;
 struct BareRelay::State {
     State()
     {
-        thread = std::thread([this] { run(); });
+        io.notify_fork(asio::io_context::fork_prepare);
+        process = ::fork();
+        if (process == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            io.notify_fork(asio::io_context::fork_child);
+            run();
+            ::_exit(0);
+        }
+        io.notify_fork(asio::io_context::fork_parent);
+        acceptor.close();
+        if (process < 0)
+            throw std::runtime_error("no process for the relay");
     }
     State(State const&) = delete;
     State& operator=(State const&) = delete;
     ~State()
     {
-        asio::post(io, [this] { io.stop(); });
-        thread.join();
+        ::kill(process, SIGKILL);
+        ::waitpid(process, nullptr, 0);
     }
 
     void run()
@@ -89,13 +104,14 @@ struct BareRelay::State {
 
     asio::io_context io{1};
     tcp::acceptor acceptor{io, {asio::ip::address_v4::loopback(), 0}};
+    std::uint16_t const port = acceptor.local_endpoint().port();
     websocket::stream<tcp::socket, false> machine{io};
     tcp::socket client{io};
     boost::beast::flat_buffer machineBuffer;
     boost::beast::flat_buffer clientBuffer;
     http::request<http::string_body> request;
     http::response<http::string_body> response;
-    std::thread thread;
+    pid_t process = 0;
 };
 
 BareRelay::BareRelay() : state(std::make_unique<State>()) {}
@@ -104,7 +120,7 @@ BareRelay::~BareRelay() = default;
 
 std::uint16_t BareRelay::port() const
 {
-    return state->acceptor.local_endpoint().port();
+    return state->port;
 }
 
 } // namespace zelvo

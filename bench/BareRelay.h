@@ -5,8 +5,9 @@
 
 namespace zelvo {
 
-/// The baseline of a gateway: plain asynchronous Beast on a separate thread. It sends the body of each HTTP
-/// request to the WebSocket that connected first, and answers with the message that comes back.
+/// The baseline of a gateway: plain asynchronous Beast in a separate process, as a gateway is one. It sends
+/// the body of each HTTP request to the WebSocket that connected first, and answers with the message that
+/// comes back.
 class BareRelay {
 public:
     BareRelay();
