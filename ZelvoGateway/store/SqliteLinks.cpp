@@ -52,13 +52,11 @@ records::EndUser endUserOf(Statement const& row)
 
 void SqliteStore::addLinkColumns()
 {
-    Transaction transaction(database); // Another process may open the same file at this moment.
     if (!database.prepare("SELECT 1 FROM pragma_table_info('link_sessions') WHERE name = 'created_at'")
              .step())
         database.execute("ALTER TABLE link_sessions ADD COLUMN created_at TEXT NOT NULL DEFAULT '';"
                          "ALTER TABLE link_sessions ADD COLUMN redirect_url TEXT;"
                          "ALTER TABLE link_sessions ADD COLUMN connection_id TEXT");
-    transaction.commit();
 }
 
 StoredLinkSession SqliteStore::addLinkSession(StoredLinkSession session, std::string_view code)

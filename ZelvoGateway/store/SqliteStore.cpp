@@ -4,6 +4,7 @@
 #include "ZelvoGateway/store/PageRows.h"
 #include "ZelvoGateway/store/Rows.h"
 #include "ZelvoGateway/store/SpacedTexts.h"
+#include "ZelvoGateway/store/StoreVersion.h"
 #include "base/DateText.h"
 
 namespace zelvo::service {
@@ -105,12 +106,30 @@ std::optional<Value> keptOr(std::map<std::string, Value>* kept, std::string cons
 
 SqliteStore::SqliteStore(std::filesystem::path const& file) : database(file)
 {
+    StoreVersion(database, file).bringUpToDate([this](std::int64_t version) {
+        if (version == 0)
+            createTables();
+    });
+}
+
+/// Also for stores of before there were versions, which lack some of it.
+void SqliteStore::createTables()
+{
     database.execute(schema);
     addLinkColumns();
+    dropTriggers(); // Theirs may be older ones.
     addWebhookTables();
     createKeyTables();
     createAuditTable();
     createAnswerTable();
+}
+
+void SqliteStore::dropTriggers()
+{
+    auto const triggers = allOf(database.prepare("SELECT name FROM sqlite_master WHERE type = 'trigger'"),
+                                [](Statement const& row) { return row.text(0); });
+    for (std::string const& trigger : triggers)
+        database.execute("DROP TRIGGER " + trigger);
 }
 
 MachineWithToken SqliteStore::addMachine(AgentMode kind, Date now)

@@ -13,7 +13,7 @@ class SqliteStore final : public Store {
 public:
     static constexpr std::size_t maxKnown = 10'000; ///< connections, and machines, that are kept in memory
 
-    /// Opens the file and creates what is missing.
+    /// Opens the file, creates its tables, and brings those of an older version up to date, after a copy.
     explicit SqliteStore(std::filesystem::path const& file);
 
     MachineWithToken addMachine(AgentMode kind, Date now) override;
@@ -130,6 +130,8 @@ public:
     std::uint64_t reserveNumbers(std::uint64_t count) override;
 
 private:
+    void createTables();
+    void dropTriggers();
     void addLinkColumns();
     void createKeyTables();
     void createAuditTable();
