@@ -31,8 +31,17 @@ void GuardedWait::Inbox::post(std::function<bool()> note) const
 
 GuardedWait::GuardedWait(Services services, Executor executor, std::optional<Asker> asker)
     : services(std::move(services)), executor(std::move(executor)), asker(std::move(asker)),
-      state(std::make_shared<State>()), timer(this->executor, this->services.clock)
+      timer(this->executor, this->services.clock)
 {
+    auto const made = std::make_shared<State>();
+    state = made;
+    keeper = spawn(this->executor,
+                   [made, &clock = this->services.clock] { return clock.sleepUntil(Instant::max()); });
+}
+
+GuardedWait::~GuardedWait()
+{
+    keeper.cancel();
 }
 
 Task<> GuardedWait::begin()
@@ -56,14 +65,15 @@ Task<> GuardedWait::assertAllowed()
 
 Task<> GuardedWait::sleep()
 {
-    if (!state->isWoken)
-        co_await state->sleepers.wait(Instant::max(), asio::use_awaitable);
-    state->isWoken = false;
+    auto const own = [this] { return state.lock().get(); }; // The task must not keep what keeps it.
+    if (!own()->isWoken)
+        co_await own()->sleepers.wait(Instant::max(), asio::use_awaitable);
+    own()->isWoken = false;
 }
 
 Task<> GuardedWait::sleepUntil(Instant due)
 {
-    timer.in(due - services.clock.now(), [weak = std::weak_ptr(state)] {
+    timer.in(due - services.clock.now(), [weak = state] {
         if (auto const kept = weak.lock())
             kept->wake();
     });

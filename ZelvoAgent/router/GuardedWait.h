@@ -51,6 +51,9 @@ public:
     /// executor  a strand, or on one thread
     /// asker     who needs the right; nullopt if no rights are checked
     GuardedWait(Services services, Executor executor, std::optional<Asker> asker);
+    GuardedWait(GuardedWait const&) = delete;
+    GuardedWait& operator=(GuardedWait const&) = delete;
+    ~GuardedWait();
 
     /// Begins to follow the state. Throws what assertAllowed() throws.
     Task<> begin();
@@ -105,7 +108,10 @@ private:
     Services services;
     Executor executor;
     std::optional<Asker> const asker;
-    std::shared_ptr<State> state;
+    // The sleeping task is in it, and holds this: so it belongs to a task that the clock ends, at the
+    // program's end at the latest.
+    std::weak_ptr<State> state;
+    TaskHandle keeper;
     DelayedCall timer;
     boost::signals2::scoped_connection stateChanges;
 };
