@@ -28,11 +28,18 @@ void const* sharedHeader(sqlite3* database)
 
 ChangeMark::ChangeMark(sqlite3* database)
 {
-    static thread_local std::uint64_t last = 0;
     if (void const* const shared = sharedHeader(database))
         std::memcpy(header.data(), shared, header.size()); // Half written, it equals no other.
     else
-        unlike = ++last;
+        *this = unknown();
+}
+
+ChangeMark ChangeMark::unknown()
+{
+    static thread_local std::uint64_t last = 0;
+    ChangeMark mark;
+    mark.unlike = ++last;
+    return mark;
 }
 
 } // namespace zelvo::service

@@ -15,8 +15,10 @@ class ChangeMark {
 public:
     /// Of no state.
     ChangeMark() = default;
-    /// Of the database's state now. A database without that header gives marks that are all different.
+    /// Of the database's state now. The database must have a write-ahead log.
     explicit ChangeMark(sqlite3* database);
+    /// Of a state that is not known: different from every other.
+    static ChangeMark unknown();
 
     bool operator==(ChangeMark const&) const = default;
 

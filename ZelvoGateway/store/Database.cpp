@@ -156,6 +156,8 @@ Database::Database(std::filesystem::path const& file)
     sqlite3_busy_timeout(raw, 5000);
     execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON;"
             "BEGIN; SELECT 1 FROM sqlite_master; COMMIT;"); // Makes the files beside it, to be marked.
+    Statement mode = prepare("PRAGMA journal_mode");
+    hasLog = mode.step() && mode.text(0) == "wal";
     for (char const* const end : {"", "-wal", "-shm"})
         markPrivate(std::filesystem::path(file.string() + end));
 }

@@ -80,7 +80,7 @@ public:
     /// How many rows the last statement changed.
     int changes() const;
     /// What is committed, by all processes.
-    ChangeMark changeMark() const { return ChangeMark(database.get()); }
+    ChangeMark changeMark() const { return hasLog ? ChangeMark(database.get()) : ChangeMark::unknown(); }
     /// Whether a Transaction is open, whose changes are in no mark yet.
     bool isInTransaction() const;
     /// Calls back after each row that this object adds to a table, also by a trigger; an empty callback ends
@@ -96,6 +96,7 @@ private:
     std::unique_ptr<InsertWatch> watch; // The database keeps its address.
     std::unique_ptr<sqlite3, CloseDatabase> database;
     std::shared_ptr<IdleStatements> idle = std::make_shared<IdleStatements>();
+    bool hasLog = false; ///< a write-ahead log; not every file system permits one
 };
 
 /// Writes in its scope do not wait for the disk: a crash may lose them.
