@@ -56,7 +56,7 @@ int FakeNames::lookups(std::string const& name)
 
 } // namespace zelvo::service
 
-/// Stands before the C library's: shared libraries call the program's own.
+/// Takes the place of the C library's, because shared libraries call the program's first.
 extern "C" int getaddrinfo(char const* node, char const* service, addrinfo const* hints, addrinfo** result)
 {
     static auto* const real = reinterpret_cast<decltype(&::getaddrinfo)>(::dlsym(RTLD_NEXT, "getaddrinfo"));

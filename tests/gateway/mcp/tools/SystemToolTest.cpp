@@ -254,7 +254,7 @@ TEST_F(SystemTool, refusesPicturesOfFilesWithTooManyPixels)
               "copy of at most 1429x804 pixels with shell_run and read that, or open it with app_open and "
               "look at the screen.");
     std::string const small = "A picture of ";
-    EXPECT_THAT(said(png(1429, 804)), StartsWith(small)); // As it was told.
+    EXPECT_THAT(said(png(1429, 804)), StartsWith(small)); // As it was asked.
     EXPECT_THAT(said(png(20'000, 20'000)), HasSubstr("it has 20000x20000 pixels"));
     EXPECT_THAT(said(png(0xffffffff, 0xffffffff)), HasSubstr("too large"));
     EXPECT_THAT(said(png(1, 20'000)), HasSubstr("it has 1x20000 pixels"));
