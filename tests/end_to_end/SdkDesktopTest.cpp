@@ -13,6 +13,8 @@ protected:
     void SetUp() override
     {
         std::ifstream const unreachable(ZELVO_SDK_FOLDER "/unreachable.txt");
+        // No package came, since npm's registry could not be reached; any other failure to install them is
+        // one.
         if (unreachable)
             GTEST_SKIP() << unreachable.rdbuf();
         Confirming::SetUp();

@@ -123,26 +123,48 @@ TEST(Program, endsCleanlyWithEachSignal)
     }
 }
 
+/// A machine of a gateway, made on the command line.
+struct Provisioned {
+    std::string token;
+    std::string connectionId;
+    std::string path; ///< for its commands
+};
+
+Provisioned provisioned(Place const& place, std::string const& name)
+{
+    Program(place.out(name), {"provision", "--data", place.data, "--token-file", place.out(name + ".token"),
+                              "--connection-file", place.out(name + ".connection")})
+        .wait();
+    std::string connection = contentOf(place.out(name + ".connection"));
+    connection.pop_back();
+    return {.token = contentOf(place.out(name + ".token")),
+            .connectionId = connection,
+            .path = "/v1/connections/" + connection + "/commands"};
+}
+
+std::string apiKeyOf(Place const& place)
+{
+    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
+    key.pop_back();
+    return key;
+}
+
+Headers keyOf(Place const& place)
+{
+    return {{"Authorization", "Bearer " + apiKeyOf(place)}};
+}
+
 TEST(Program, endsCleanlyWhileACommandWaits)
 {
     Place place;
     Program gateway(place.out("log"), place.serve());
     std::uint16_t const port = place.port();
-    Program(place.out("made"), {"provision", "--data", place.data, "--token-file", place.out("token"),
-                                "--connection-file", place.out("connection")})
-        .wait();
+    Provisioned const made = provisioned(place, "made");
     MachineThread thread;
-    FakeMachine machine(thread, port, contentOf(place.out("token")));
+    FakeMachine machine(thread, port, made.token);
     machine.onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
     ASSERT_EQ(machine.status(), 101);
-    std::string connection = contentOf(place.out("connection"));
-    connection.pop_back();
-    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
-    key.pop_back();
-    std::thread caller([&] {
-        request(port, "POST", "/v1/connections/" + connection + "/commands", R"({"method": "x"})",
-                {{"Authorization", "Bearer " + key}});
-    });
+    std::thread caller([&] { request(port, "POST", made.path, R"({"method": "x"})", keyOf(place)); });
     EXPECT_TRUE(becomes([&] { return machine.frames().size() == 1; }));
 
     gateway.send(SIGTERM);
@@ -157,16 +179,10 @@ TEST(Program, logsWhatFailsHereWithoutWhatWasSent)
     Place place;
     Program gateway(place.out("log"), place.serve());
     std::uint16_t const port = place.port();
-    Program(place.out("made"), {"provision", "--data", place.data, "--token-file", place.out("token"),
-                                "--connection-file", place.out("connection")})
-        .wait();
-    std::string connection = contentOf(place.out("connection"));
-    connection.pop_back();
-    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
-    key.pop_back();
-    Headers const who{{"Authorization", "Bearer " + key}};
+    Provisioned const made = provisioned(place, "made");
+    Headers const who = keyOf(place);
 
-    Answer const failed = request(port, "POST", "/v1/connections/" + connection + "/commands?a=secret",
+    Answer const failed = request(port, "POST", made.path + "?a=secret",
                                   R"({"method":"shell.run","params":{"command":"secret"}})", who);
     Answer const refused = request(port, "GET", "/v1/machines/secret", "", who);
 
@@ -176,7 +192,7 @@ TEST(Program, logsWhatFailsHereWithoutWhatWasSent)
                              " POST /v1/connections/*/commands 503 machine_offline\n";
     EXPECT_TRUE(becomes([&] { return gateway.text().find(line) != std::string::npos; })) << gateway.text();
     for (std::string const& unwanted :
-         {refused.headers.at("x-request-id"), std::string("secret"), key, connection})
+         {refused.headers.at("x-request-id"), std::string("secret"), apiKeyOf(place), made.connectionId})
         EXPECT_EQ(gateway.text().find(unwanted), std::string::npos) << unwanted;
 }
 
@@ -268,32 +284,6 @@ TEST(Program, writesAKeyOnlyIntoTheFileThatIsNamed)
     EXPECT_EQ(status.st_mode & 0777, 0600u);
     Program gateway(place.out("log"), place.serve()); // A key that was made before the gateway ran.
     EXPECT_EQ(statusWith(place.port(), key), 200);
-}
-
-/// A machine of a gateway, made on the command line.
-struct Provisioned {
-    std::string token;
-    std::string connectionId;
-    std::string path; ///< for its commands
-};
-
-Provisioned provisioned(Place const& place, std::string const& name)
-{
-    Program(place.out(name), {"provision", "--data", place.data, "--token-file", place.out(name + ".token"),
-                              "--connection-file", place.out(name + ".connection")})
-        .wait();
-    std::string connection = contentOf(place.out(name + ".connection"));
-    connection.pop_back();
-    return {.token = contentOf(place.out(name + ".token")),
-            .connectionId = connection,
-            .path = "/v1/connections/" + connection + "/commands"};
-}
-
-Headers keyOf(Place const& place)
-{
-    std::string key = contentOf(std::filesystem::path(place.data) / "api-key");
-    key.pop_back();
-    return {{"Authorization", "Bearer " + key}};
 }
 
 /// Uploads a recording as the machine, and returns the path and query of its address.
