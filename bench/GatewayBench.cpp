@@ -31,7 +31,8 @@ public:
     explicit Stage(std::string const& result)
         : relayMachine(relay.port(), "", result), relayCaller(relay.port(), "/", {}),
           machine(gateway.port(), place.token, result),
-          caller(gateway.port(), "/v1/connections/" + place.connection + "/commands", authorization())
+          caller(
+              gateway.port(), "/v1/connections/" + place.connection + "/commands", {gateway.authorization()})
     {
         if (!gateway.comesOnline(place.connection))
             throw std::runtime_error("the machine is not online");
@@ -52,11 +53,6 @@ private:
             line.post(body);
         for (int trip = 0; trip < trips; ++trip)
             times.measure([&] { benchmark::DoNotOptimize(line.post(body)); });
-    }
-    HttpLine::Headers authorization() const
-    {
-        std::string const line = gateway.authorization();
-        return {{"Authorization", line.substr(line.find(' ') + 1)}};
     }
 
     std::string const frame = R"({"id":"0123456789abcdef","method":"cursor.position","params":{}})";

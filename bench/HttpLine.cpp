@@ -32,15 +32,18 @@ struct HttpLine::State {
     std::optional<http::response_parser<http::string_body>> response;
 };
 
-HttpLine::HttpLine(std::uint16_t port, std::string path, Headers headers) : state(std::make_unique<State>())
+HttpLine::HttpLine(std::uint16_t port, std::string path, std::vector<std::string> const& headers)
+    : state(std::make_unique<State>())
 {
     state->socket.connect({asio::ip::address_v4::loopback(), port});
     state->socket.set_option(tcp::no_delay(true));
     state->request = {http::verb::post, path, 11};
     state->request.set(http::field::host, "127.0.0.1:" + std::to_string(port));
     state->request.set(http::field::content_type, "application/json");
-    for (auto const& [name, value] : headers)
-        state->request.set(name, value);
+    for (std::string const& line : headers) {
+        std::size_t const colon = line.find(": ");
+        state->request.set(line.substr(0, colon), line.substr(colon + 2));
+    }
 }
 
 HttpLine::~HttpLine() = default;

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace zelvo {
@@ -11,9 +10,8 @@ namespace zelvo {
 /// One HTTP connection that stays open: blocking Beast on the caller's thread.
 class HttpLine {
 public:
-    using Headers = std::vector<std::pair<std::string, std::string>>;
-
-    HttpLine(std::uint16_t port, std::string path, Headers headers);
+    /// headers   "Name: value"
+    HttpLine(std::uint16_t port, std::string path, std::vector<std::string> const& headers);
     ~HttpLine();
 
     /// Sends a body and returns the answer's. Throws std::runtime_error if its status is not 200.

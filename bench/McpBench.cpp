@@ -67,10 +67,9 @@ class Stage {
 public:
     explicit Stage(Scene const& scene)
         : scene(scene), machine(gateway.port(), place.token, scene.result),
-          plain(gateway.port(),
-                "/v1/connections/" + place.connection + "/commands",
-                {{"Authorization", authorization()}}),
-          tool(gateway.port(), place.connection, authorization(), "desktop_see")
+          plain(
+              gateway.port(), "/v1/connections/" + place.connection + "/commands", {gateway.authorization()}),
+          tool(gateway.port(), place.connection, gateway.authorization(), "desktop_see")
     {
         if (!gateway.comesOnline(place.connection))
             throw std::runtime_error("the machine is not online");
@@ -93,11 +92,6 @@ private:
             trip();
         for (int i = 0; i < scene.trips / turns; ++i)
             times.measure(trip);
-    }
-    std::string authorization() const
-    {
-        std::string const line = gateway.authorization();
-        return line.substr(line.find(' ') + 1);
     }
 
     Scene const& scene;

@@ -27,11 +27,9 @@ McpLine::McpLine(std::uint16_t port,
                  std::string tool)
     : tool(std::move(tool)), line(port,
                                   "/mcp/" + connection,
-                                  {{"Authorization", authorization},
-                                   {"Accept", "application/json, text/event-stream"},
-                                   {"MCP-Protocol-Version", version},
-                                   {"Mcp-Method", "tools/call"},
-                                   {"Mcp-Name", this->tool}})
+                                  {authorization, "Accept: application/json, text/event-stream",
+                                   std::string("MCP-Protocol-Version: ") + version, "Mcp-Method: tools/call",
+                                   "Mcp-Name: " + this->tool})
 {
 }
 

@@ -11,7 +11,7 @@ namespace zelvo {
 /// Calls one tool of the gateway over an HTTP connection that stays open.
 class McpLine {
 public:
-    /// authorization   "Bearer KEY"
+    /// authorization   "Authorization: Bearer KEY"
     McpLine(std::uint16_t port,
             std::string const& connection,
             std::string const& authorization,

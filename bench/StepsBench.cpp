@@ -140,8 +140,7 @@ private:
     }
     McpLine lineTo(std::string const& tool) const
     {
-        std::string const header = gateway.authorization();
-        return {gateway.port(), place.connection, header.substr(header.find(' ') + 1), tool};
+        return {gateway.port(), place.connection, gateway.authorization(), tool};
     }
 
     test::PrivateDesktop desktop{{.width = 1280, .height = 1024}};
