@@ -17,6 +17,7 @@ function(zelvo_pkg NAME)
 endfunction()
 
 zelvo_pkg(pictures libturbojpeg libpng)
+zelvo_pkg(archives libarchive)
 find_library(YUV_LIBRARY yuv REQUIRED)
 find_path(YUV_INCLUDE libyuv.h REQUIRED)
 add_library(zelvo_yuv INTERFACE)

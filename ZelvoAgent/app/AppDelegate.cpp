@@ -25,7 +25,7 @@ constexpr std::chrono::minutes timeToClose{1};
 
 } // namespace
 
-AppDelegate::AppDelegate(Contexts contexts, Platform& platform, Updates& updates, std::function<void()> quit)
+AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit)
     : contexts(contexts), platform(platform),
       parts(contexts,
             platform,
@@ -41,16 +41,17 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, Updates& updates
                                                       this->platform.overlays());
                 }),
       quit(std::move(quit)), termination(contexts.main, parts.runtime.recording(), this->quit),
-      updates(updates), mover({.contexts = contexts,
-                               .installation = platform.installation(),
-                               .information = platform.information(),
-                               .state = parts.state,
-                               .askChoice =
-                                   [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
-                                       return parts.confirmations.askChoice(std::move(choice), timeoutMs);
-                                   },
-                               .terminate = [this] { terminate(); }}),
-      ui(contexts, platform, parts, updates, consent, [this] { terminate(); })
+      updater({.updates = platform.updates(), .information = platform.information(), .state = parts.state}),
+      mover({.contexts = contexts,
+             .installation = platform.installation(),
+             .information = platform.information(),
+             .state = parts.state,
+             .askChoice =
+                 [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
+                     return parts.confirmations.askChoice(std::move(choice), timeoutMs);
+                 },
+             .terminate = [this] { terminate(); }}),
+      ui(contexts, platform, parts, updater, consent, [this] { terminate(); })
 {
 }
 
@@ -74,7 +75,7 @@ void AppDelegate::startAgent()
             terminate();
     });
     platform.hotKey().start([this] { parts.state.setPaused(!parts.state.isPaused()); });
-    updates.start();
+    updater.start();
     handlePendingLinkIfNeeded();
 }
 
@@ -147,6 +148,7 @@ void AppDelegate::willTerminate()
 {
     isEnding = true;
     leaveScreen();
+    updater.installOnQuit();
     spawn(contexts.agent, [this] { return parts.runtime.shutDown(); });
     spawn(contexts.agent, [this] { return platform.accessibility().switchOff(); });
     spawn(contexts.agent, [this] { return platform.pasteboard().handOver(); });

@@ -6,7 +6,7 @@
 #include "app/Termination.h"
 #include "app/UserInterface.h"
 #include "app/lifecycle/AppMover.h"
-#include "app/lifecycle/Updates.h"
+#include "app/lifecycle/Updater.h"
 #include "base/Contexts.h"
 #include "overlays/WorkingIndicatorController.h"
 #include "platform/Platform.h"
@@ -22,9 +22,8 @@ namespace zelvo {
 /// before the process may end. Thread: main.
 class AppDelegate {
 public:
-    /// updates  must outlive this
-    /// quit     ends the event loop
-    AppDelegate(Contexts contexts, Platform& platform, Updates& updates, std::function<void()> quit);
+    /// quit  ends the event loop
+    AppDelegate(Contexts contexts, Platform& platform, std::function<void()> quit);
 
     /// Starts the agent, and asks about a program that runs from a wrong place. Called once.
     void start();
@@ -55,7 +54,7 @@ private:
     WorkingIndicatorController indicator;
     std::function<void()> quit;
     Termination termination;
-    Updates& updates;
+    Updater updater;
     AppMover mover;
     UserInterface ui;
     std::optional<std::string> pendingLinkToken;

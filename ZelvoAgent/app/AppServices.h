@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/AgentParts.h"
-#include "app/lifecycle/Updates.h"
+#include "app/lifecycle/Updater.h"
 #include "base/Contexts.h"
 #include "platform/Platform.h"
 
@@ -17,7 +17,7 @@ struct AppServices {
     Contexts contexts;
     Platform& platform;
     AgentParts& parts;
-    Updates& updates;
+    Updater& updater;
     std::function<void(AppWindow)> openWindow; ///< brings an open one to the front
     std::function<void()> quit;
 };

@@ -23,7 +23,7 @@ public:
     UserInterface(Contexts contexts,
                   Platform& platform,
                   AgentParts& parts,
-                  Updates& updates,
+                  Updater& updater,
                   ConsentPresenter& consent,
                   std::function<void()> quit);
     ~UserInterface() override;

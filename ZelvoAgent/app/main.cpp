@@ -1,7 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/ProgramThreads.h"
 #include "app/WindowIcon.h"
-#include "app/lifecycle/NoUpdates.h"
 #include "base/LocalizedTexts.h"
 #include "base/UnusedMemory.h"
 #include "platform/Platform.h"
@@ -12,6 +11,8 @@
 #include <QSessionManager>
 #include <QTranslator>
 #include <boost/asio/signal_set.hpp>
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -106,6 +107,16 @@ std::vector<std::string> takeArguments(int count, char** arguments)
     return taken;
 }
 
+/// Replaces this process by another version of the program. Returns if that is not possible.
+void runInstead(std::string program, std::vector<std::string> urls)
+{
+    std::vector<char*> arguments{program.data()};
+    for (std::string& url : urls)
+        arguments.push_back(url.data());
+    arguments.push_back(nullptr);
+    ::execv(program.c_str(), arguments.data());
+}
+
 int runApplication(char* program, std::vector<std::string> const& urls)
 {
     auto& threads = *new ProgramThreads; // Never destroyed; see ProgramThreads.h.
@@ -119,18 +130,18 @@ int runApplication(char* program, std::vector<std::string> const& urls)
             QCoreApplication::exit();
     });
     std::unique_ptr<Platform> platform = makePlatform(contexts);
+    if (auto const previous = platform->updates().begin())
+        runInstead(*previous, urls);
     SingleInstance::Requests requests{
         .open = [&delegate](std::vector<std::string> const& opened) { return delegate->open(opened); },
         .activate = [&delegate] { return delegate->bringToFront(); }};
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
-        NoUpdates updates(platform->information());
         ToolkitArguments arguments{.values = {program, nullptr}};
         Application application(arguments, [&delegate] { delegate->terminate(); });
         describeToToolkit(application);
         translateToolkit(application);
-        delegate =
-            std::make_unique<AppDelegate>(contexts, *platform, updates, [] { QCoreApplication::exit(); });
+        delegate = std::make_unique<AppDelegate>(contexts, *platform, [] { QCoreApplication::exit(); });
         // The session manager waits until this returns.
         QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
                          [&delegate] { delegate->closeRecording(); });

@@ -48,6 +48,18 @@ struct HttpUpload {
     std::function<bool(std::int64_t sent)> onProgress;
 };
 
+/// A response's body that is written to a file, continuing what an earlier download left in it.
+struct HttpDownload {
+    std::string url;
+    std::filesystem::path file;         ///< created with mode 0600 if it is missing
+    std::int64_t maxBytes = 0;          ///< of the whole file; a longer one is a failure
+    Duration timeout = 60s;             ///< without a byte
+    Duration longest = Duration::max(); ///< for the whole call
+    /// Reports how many bytes the file has, about once a second and often more. Returning false ends the
+    /// call, which fails with `cancelled`. Thread: any. May be empty.
+    std::function<bool(std::int64_t received)> onProgress;
+};
+
 /// Plain HTTP and HTTPS calls. Redirects are not followed. A response head longer than 1 MiB is a failure.
 /// Thread: any; resumes the caller on its own executor.
 /// Made by: platform/portable/net/CurlHttpLoading, tests/fakes/FakeHttpLoading.
@@ -59,6 +71,10 @@ public:
     /// The same with a file as the body. It also fails if the file can't be read or does not have the given
     /// size throughout, and if the server reports success before the whole file was sent.
     virtual Task<HttpResponse> upload(HttpUpload upload) = 0;
+    /// Receives a file, asking only for the part that is missing. After status 200 or 206 the file is
+    /// complete, as far as the server says; with any other status it is unchanged. After a failure it keeps
+    /// what has arrived. The response has no body.
+    virtual Task<HttpResponse> download(HttpDownload download) = 0;
     /// Ends all calls, running and future: they fail with `cancelled`, so that none delays the end of the
     /// process.
     virtual void endCalls() = 0;

@@ -28,6 +28,7 @@
 #include "platform/SingleInstance.h"
 #include "platform/SystemAccess.h"
 #include "platform/SystemTray.h"
+#include "platform/Updates.h"
 #include "platform/UserDefaults.h"
 #include "platform/UserNotifications.h"
 #include "platform/VideoFile.h"
@@ -54,6 +55,7 @@ public:
     virtual SecretStore& secrets() = 0;
     virtual SingleInstance& singleInstance() = 0;
     virtual Installation& installation() = 0;
+    virtual Updates& updates() = 0;
     virtual SessionEvents& session() = 0;
     virtual PowerAssertions& power() = 0;
     virtual UserNotifications& notifications() = 0;

@@ -4,6 +4,7 @@
 #include "platform/HttpLoading.h"
 
 #include <deque>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -18,6 +19,7 @@ class FakeHttpLoading final : public HttpLoading {
 public:
     std::vector<HttpRequest> requests;
     std::vector<HttpUpload> uploads;
+    std::vector<HttpDownload> downloads;
     std::string peer = "192.0.2.1"; ///< of every answer
     int endings = 0;                ///< calls of endCalls(), which answers nothing by itself
     std::function<void()> onLoad;
@@ -51,6 +53,18 @@ public:
     {
         uploads.push_back(std::move(upload));
         co_return co_await nextAnswer();
+    }
+    /// Appends the answer's body to the file if its status is 200 or 206; the file begins anew with 200.
+    Task<HttpResponse> download(HttpDownload download) override
+    {
+        downloads.push_back(download);
+        HttpResponse response = co_await nextAnswer();
+        if (response.status == 200 || response.status == 206) {
+            auto const mode = response.status == 200 ? std::ios::trunc : std::ios::app;
+            std::ofstream(download.file, std::ios::binary | mode) << response.body;
+        }
+        response.body.clear();
+        co_return response;
     }
 
     void endCalls() override { ++endings; }

@@ -18,6 +18,7 @@
 #include "fakes/FakeScreenSource.h"
 #include "fakes/FakeScreenStreams.h"
 #include "fakes/FakeSecretStore.h"
+#include "fakes/FakeUpdates.h"
 #include "fakes/FakeUserDefaults.h"
 #include "fakes/FakeUserNotifications.h"
 #include "fakes/FakeVideoFiles.h"
@@ -44,6 +45,7 @@ public:
     FakeSecretStore secretStore;
     FakeSingleInstance instance;
     FakeInstallation installed;
+    FakeUpdates programUpdates;
     FakeSessionEvents sessionEvents;
     FakePowerAssertions assertions;
     FakeUserNotifications notices;
@@ -91,6 +93,7 @@ public:
     SecretStore& secrets() override { return secretStore; }
     SingleInstance& singleInstance() override { return instance; }
     Installation& installation() override { return installed; }
+    Updates& updates() override { return programUpdates; }
     SessionEvents& session() override { return sessionEvents; }
     PowerAssertions& power() override { return assertions; }
     UserNotifications& notifications() override { return notices; }

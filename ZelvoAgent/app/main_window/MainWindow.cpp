@@ -45,7 +45,7 @@ MainWindow::MainWindow(AppServices const& services)
     following.emplace_back(services.parts.state.changed.connect(soon));
     following.emplace_back(services.parts.recording.state().changed.connect(soon));
     following.emplace_back(services.parts.queue.policyChanged.connect(soon));
-    following.emplace_back(services.updates.changed.connect(soon));
+    following.emplace_back(services.updater.changed.connect(soon));
 }
 
 void MainWindow::restoreSize()
@@ -142,7 +142,7 @@ QWidget* MainWindow::newFooter(QWidget* parent)
         return button;
     };
     add("main.diagnostics", [this] { services.openWindow(AppWindow::diagnostics); });
-    checkUpdates = add("main.checkUpdates", [this] { services.updates.checkNow(); });
+    checkUpdates = add("main.checkUpdates", [this] { services.updater.checkNow(); });
     add("menu.quit", [this] { services.quit(); }); // The tray's panel may not exist.
     return whole;
 }
@@ -158,10 +158,10 @@ void MainWindow::refresh()
     activity->refresh();
     connections->refresh();
     thisMac->refresh(permissions.current());
-    std::optional<std::string> const failure = services.updates.lastCheckFailed();
+    std::optional<std::string> const failure = services.updater.lastCheckFailed();
     updateFailure->setShownText(failure ? shownText(*failure, maxFailure) : QString());
     updateFailure->setVisible(failure.has_value());
-    checkUpdates->setVisible(services.updates.canCheck());
+    checkUpdates->setVisible(services.updater.canCheck());
 }
 
 } // namespace zelvo

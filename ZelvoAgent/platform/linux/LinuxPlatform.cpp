@@ -20,6 +20,7 @@
 #include "platform/portable/net/CurlHttpLoading.h"
 #include "platform/portable/settings/FileInformationDictionary.h"
 #include "platform/portable/settings/FileUserDefaults.h"
+#include "platform/portable/updates/ArchiveUpdates.h"
 #include "platform/portable/video/LibavVideoFiles.h"
 
 #include <memory>
@@ -46,9 +47,16 @@ public:
           secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
           processes(contexts), folders(xdg::configHome(), xdg::home()),
-          fileReveal(contexts.workers, user, [this](std::string const& url) {
-              return desktop().workspace.openUrl(url);
-          })
+          fileReveal(contexts.workers,
+                     user,
+                     [this](std::string const& url) { return desktop().workspace.openUrl(url); }),
+          programUpdates({.contexts = contexts,
+                          .clock = time,
+                          .http = loading,
+                          .children = processes,
+                          .information = info,
+                          .program = runningProgram(),
+                          .records = xdg::updatesFolder()})
     {
     }
 
@@ -59,6 +67,7 @@ public:
     SecretStore& secrets() override { return secretStore; }
     SingleInstance& singleInstance() override { return instance; }
     Installation& installation() override { return installed; }
+    Updates& updates() override { return programUpdates; }
     SessionEvents& session() override { return desktop().session; }
     PowerAssertions& power() override { return assertions; }
     UserNotifications& notifications() override { return notices; }
@@ -125,6 +134,7 @@ private:
     LibavVideoFiles videoFiles;
     LinuxVideoFolders folders;
     LinuxFileReveal fileReveal;
+    ArchiveUpdates programUpdates;
     std::unique_ptr<LinuxDesktop> madeDesktop; // main
 };
 

@@ -3,7 +3,6 @@
 #include "app/WindowIcon.h"
 #include "desktop/harness/PrivateDesktop.h"
 #include "fakes/FakePlatform.h"
-#include "fakes/FakeUpdates.h"
 #include "gateway/Keychain.h"
 
 #include <QApplication>
@@ -65,8 +64,7 @@ protected:
     std::optional<QApplication> application;
     FakePlatform platform;
     int quits = 0;
-    FakeUpdates updates;
-    AppDelegate delegate{platform.contexts, platform, updates, [this] { ++quits; }};
+    AppDelegate delegate{platform.contexts, platform, [this] { ++quits; }};
 };
 
 using Tokens = std::vector<std::string>;
@@ -114,7 +112,8 @@ TEST_F(AppDelegateTest, startsItsPartsInTheirOrder)
             note("indicator")();
         note("hot key")();
     };
-    updates.onStart = note("updates");
+    platform.info.texts["SUPublicEDKey"] = "key";
+    platform.programUpdates.onStart = note("updates");
     makeLinked();
     platform.loading.onLoad = note("link");
     delegate.open({"zelvo://link?token=a"});
@@ -125,7 +124,7 @@ TEST_F(AppDelegateTest, startsItsPartsInTheirOrder)
     platform.settle();
 
     EXPECT_EQ(calls, Calls({"state", "runtime", "indicator", "hot key", "updates", "link"}));
-    EXPECT_EQ(updates.started, 1);
+    EXPECT_EQ(platform.programUpdates.started, 1);
     platform.time.advance(1s); // Ends the agent's wait.
     platform.settle();
 }

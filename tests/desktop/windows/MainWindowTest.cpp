@@ -177,19 +177,16 @@ TEST_F(MainWindowTest, aStoredSizeThatIsLargerThanTheScreenFitsIt)
 
 TEST_F(MainWindowTest, theFooterFollowsTheUpdates)
 {
-    updates.failure = "The server\nis away";
     openMain();
-    EXPECT_THAT(words(shown()), HasSubstr("The server is away"));
     EXPECT_FALSE(named<Button>(shown(), localized("main.checkUpdates")));
 
-    updates.checks = true;
-    updates.failure.reset();
-    updates.changed();
+    startUpdates();
+    platform->programUpdates.fail("The server\nis away");
     settle();
 
-    EXPECT_THAT(words(shown()), Not(HasSubstr("The server is away")));
+    EXPECT_THAT(words(shown()), HasSubstr("The server is away"));
     press(localized("main.checkUpdates"));
-    EXPECT_EQ(updates.checked, 1);
+    EXPECT_EQ(platform->programUpdates.checked, 1);
     press(localized("menu.quit"));
     EXPECT_EQ(quits, 1);
 }

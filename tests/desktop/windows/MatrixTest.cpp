@@ -59,9 +59,9 @@ protected:
             {.holder = ComputerAgent{.ref = "r1", .name = "Bookkeeper", .task = "Sorts the invoices of May"},
              .waiting = {ComputerAgent{.ref = "r2", .name = hostile, .task = hostile}},
              .paused = {ComputerAgent{.ref = "r3", .name = "Writer"}}});
-        updates.checks = true;
-        updates.failure =
-            "The update server did not answer in time, and this explanation of it is rather long";
+        startUpdates();
+        platform->programUpdates.fail(
+            "The update server did not answer in time, and this explanation of it is rather long");
         platform->settle();
     }
 };

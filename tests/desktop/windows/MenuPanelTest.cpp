@@ -257,12 +257,13 @@ TEST_F(MenuPanelTest, linksAnewByItsButton)
 
 TEST_F(MenuPanelTest, looksForAnUpdateByItsButton)
 {
+    startUpdates();
     parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::updateRequired));
     openPanel();
 
     press(localized("status.action.update"));
 
-    EXPECT_EQ(updates.checked, 1);
+    EXPECT_EQ(platform->programUpdates.checked, 1);
 }
 
 TEST_F(MenuPanelTest, opensTheConsoleByItsButton)

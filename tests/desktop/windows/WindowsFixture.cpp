@@ -46,10 +46,18 @@ void WindowsFixture::bringUp(Look look)
     panels.emplace(platform->windowFocus);
     parts =
         std::make_unique<AgentParts>(platform->contexts, *platform, panels->maker(), overlays.cursorMaker());
+    updater = std::make_unique<Updater>(Updater::Services{
+        .updates = platform->programUpdates, .information = platform->info, .state = parts->state});
     consent = std::make_unique<ConsentPresenter>(parts->links, parts->gate, platform->contexts.main,
                                                  platform->time);
-    ui = std::make_unique<UserInterface>(platform->contexts, *platform, *parts, updates, *consent,
+    ui = std::make_unique<UserInterface>(platform->contexts, *platform, *parts, *updater, *consent,
                                          [this] { ++quits; });
+}
+
+void WindowsFixture::startUpdates()
+{
+    platform->info.texts["SUPublicEDKey"] = "key";
+    updater->start();
 }
 
 void WindowsFixture::setLook(Look look)

@@ -8,7 +8,6 @@
 #include "fakes/FakeConfirmationPanel.h"
 #include "fakes/FakeOverlays.h"
 #include "fakes/FakePlatform.h"
-#include "fakes/FakeUpdates.h"
 
 #include <QApplication>
 #include <gtest/gtest.h>
@@ -59,6 +58,8 @@ protected:
     void startWithTray();
     GrantedConnection
     grant(std::string id, std::string name, std::vector<AgentScope> scopes = {AgentScope::screen});
+    /// Makes this a program that can look for updates.
+    void startUpdates();
     void fillLog(int entries);
     /// Presses a key where the window's keyboard focus is.
     static void pressKey(QWidget& window, int key);
@@ -79,10 +80,10 @@ protected:
     std::optional<PrivateDesktop> desktop;
     std::optional<QApplication> application;
     std::optional<FakePlatform> platform;
-    FakeUpdates updates;
     FakeOverlays overlays;
     std::optional<FakePanels> panels;
     std::unique_ptr<AgentParts> parts;
+    std::unique_ptr<Updater> updater;
     std::unique_ptr<ConsentPresenter> consent;
     std::unique_ptr<UserInterface> ui;
     int quits = 0;

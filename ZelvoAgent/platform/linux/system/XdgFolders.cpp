@@ -69,6 +69,11 @@ fs::path keychainFolder()
     return dataHome() / identifier / "keychain";
 }
 
+fs::path updatesFolder()
+{
+    return dataHome() / identifier / "updates";
+}
+
 std::vector<fs::path> privateFolders()
 {
     return {settingsFolder(), dataHome() / identifier, dataHome() / "zelvo-agent",

@@ -20,6 +20,8 @@ std::optional<std::filesystem::path> runtimeFolder();
 std::filesystem::path settingsFolder();
 std::filesystem::path defaultsFolder();
 std::filesystem::path keychainFolder();
+/// Downloads of new versions, and what is remembered of them.
+std::filesystem::path updatesFolder();
 /// The folders that hold what is only for this program and for a gateway of the same person: settings with
 /// their queues, the key chain, the gateway's usual data folder.
 std::vector<std::filesystem::path> privateFolders();

@@ -94,18 +94,27 @@ void CurlHttpLoading::endCalls()
     transfers->stopAll();
 }
 
-Task<HttpResponse> CurlHttpLoading::load(HttpRequest request)
+template <class Call>
+Task<HttpResponse> CurlHttpLoading::perform(Call call)
 {
-    auto transfer = std::make_shared<CurlTransfer>(std::move(request));
+    auto transfer = std::make_shared<CurlTransfer>(std::move(call));
     transfers->add(transfer);
     return performOn(contexts.workers, std::move(transfer));
 }
 
+Task<HttpResponse> CurlHttpLoading::load(HttpRequest request)
+{
+    return perform(std::move(request));
+}
+
 Task<HttpResponse> CurlHttpLoading::upload(HttpUpload upload)
 {
-    auto transfer = std::make_shared<CurlTransfer>(std::move(upload));
-    transfers->add(transfer);
-    return performOn(contexts.workers, std::move(transfer));
+    return perform(std::move(upload));
+}
+
+Task<HttpResponse> CurlHttpLoading::download(HttpDownload download)
+{
+    return perform(std::move(download));
 }
 
 } // namespace zelvo

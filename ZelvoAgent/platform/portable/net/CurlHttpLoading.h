@@ -19,11 +19,15 @@ public:
 
     Task<HttpResponse> load(HttpRequest request) override;
     Task<HttpResponse> upload(HttpUpload upload) override;
+    Task<HttpResponse> download(HttpDownload download) override;
     void endCalls() override;
 
     class Transfers;
 
 private:
+    template <class Call>
+    Task<HttpResponse> perform(Call call);
+
     Contexts contexts;
     std::shared_ptr<Transfers> transfers;
 };

@@ -1,5 +1,6 @@
 #include "platform/portable/net/CurlTransfer.h"
 
+#include "base/Text.h"
 #include "platform/portable/net/NetworkFailures.h"
 #include "platform/portable/net/PortText.h"
 #include "platform/portable/net/ProxyChoice.h"
@@ -146,6 +147,12 @@ CurlTransfer::CurlTransfer(HttpUpload upload) : CurlTransfer(requestOf(upload))
     this->upload.emplace(std::move(upload.file), upload.bytes, std::move(upload.onProgress), std::nullopt);
 }
 
+CurlTransfer::CurlTransfer(HttpDownload wanted)
+    : CurlTransfer(HttpRequest{.url = wanted.url, .timeout = wanted.timeout, .longest = wanted.longest})
+{
+    download.emplace(std::move(wanted.file), wanted.maxBytes, std::move(wanted.onProgress));
+}
+
 void CurlTransfer::stop()
 {
     stopped = true;
@@ -161,6 +168,9 @@ HttpResponse CurlTransfer::perform()
     HeaderList const headers = headerList(request);
     if (upload)
         upload->file.emplace(upload->path, upload->bytes);
+    if (download)
+        download->file.emplace(download->path, download->maxBytes);
+    call = easy.get();
     prepare(easy.get(), headers);
     curl_multi_add_handle(multi.get(), easy.get());
     CURLcode const code = runToEnd(easy.get());
@@ -176,6 +186,8 @@ HttpResponse CurlTransfer::perform()
     if (!isHeadComplete) // libcurl accepts a truncated head.
         throw NetworkFailure{Kind::lost, "the answer ended in its head"};
     assertWholeFileWent(easy.get());
+    if (download && !beginFile())
+        throw NetworkFailure{Kind::other, download->file->failure()};
     return std::move(response);
 }
 
@@ -221,6 +233,8 @@ void CurlTransfer::prepareBody(CURL* easy)
         prepareFile(easy);
         return;
     }
+    if (download)
+        prepareRest(easy);
     if (request.method == "HEAD") {
         curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
         return;
@@ -267,6 +281,14 @@ void CurlTransfer::prepareFile(CURL* easy)
     curl_easy_setopt(easy, CURLOPT_READFUNCTION, &CurlTransfer::giveFile);
     curl_easy_setopt(easy, CURLOPT_READDATA, this);
     curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request.method.c_str());
+}
+
+/// Bodies are taken as they are: an encoded one would not continue a file.
+void CurlTransfer::prepareRest(CURL* easy)
+{
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 256L * 1024);
+    if (download->file->size() > 0)
+        curl_easy_setopt(easy, CURLOPT_RANGE, (std::to_string(download->file->size()) + "-").c_str());
 }
 
 void CurlTransfer::prepareCertificates(CURL* easy)
@@ -321,6 +343,8 @@ void CurlTransfer::tellProgress()
 {
     if (upload && upload->onProgress && !upload->onProgress(sent))
         stopped = true;
+    if (download && download->onProgress && !download->onProgress(download->file->size()))
+        stopped = true;
 }
 
 NetworkFailure CurlTransfer::failureOfCode(CURL* easy, CURLcode code) const
@@ -329,6 +353,8 @@ NetworkFailure CurlTransfer::failureOfCode(CURL* easy, CURLcode code) const
         return {Kind::cancelled, "cancelled"};
     if (upload && !upload->file->failure().empty())
         return {Kind::other, upload->file->failure()};
+    if (download && !download->file->failure().empty())
+        return {Kind::other, download->file->failure()};
     if (excess)
         return {Kind::other, excess};
     if (isRefused)
@@ -345,12 +371,29 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t one, std::size_t coun
     auto& transfer = *static_cast<CurlTransfer*>(self);
     std::size_t const bytes = one * count;
     transfer.touch();
+    if (transfer.download)
+        return transfer.takeIntoFile({data, bytes}) ? bytes : 0;
     if (transfer.response.body.size() + bytes > maxBodyBytes) {
         transfer.excess = "the answer is longer than 16 MiB";
         return 0;
     }
     transfer.response.body.append(data, bytes);
     return bytes;
+}
+
+bool CurlTransfer::takeIntoFile(std::string_view piece)
+{
+    return beginFile() && download->file->write(piece);
+}
+
+/// At the first byte of the body, or at the end of an empty one.
+bool CurlTransfer::beginFile()
+{
+    if (std::exchange(download->hasBegun, true))
+        return true;
+    long status = 0;
+    curl_easy_getinfo(call, CURLINFO_RESPONSE_CODE, &status);
+    return download->file->begin(static_cast<int>(status), download->range);
 }
 
 /// Receives each header line, and an empty one at the end of every head: there may be several, interim ones
@@ -364,6 +407,9 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t one, std::size_t co
         transfer.excess = "the head of the answer is longer than 1 MiB";
         return 0;
     }
+    constexpr std::string_view rangeName = "content-range:";
+    if (transfer.download && text::lowercased(line.substr(0, rangeName.size())) == rangeName)
+        transfer.download->range = text::trimmed(line.substr(rangeName.size()));
     if (line.starts_with("HTTP/"))
         transfer.isHeadComplete = false;
     else if (line == "\r\n" || line == "\n")

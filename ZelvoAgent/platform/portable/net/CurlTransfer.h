@@ -2,6 +2,7 @@
 
 #include "platform/HttpLoading.h"
 #include "platform/portable/net/ConnectionGuard.h"
+#include "platform/portable/net/DownloadFile.h"
 #include "platform/portable/net/UploadFile.h"
 
 #include <curl/curl.h>
@@ -12,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace zelvo {
 
@@ -27,6 +29,7 @@ class CurlTransfer {
 public:
     explicit CurlTransfer(HttpRequest request);
     explicit CurlTransfer(HttpUpload upload);
+    explicit CurlTransfer(HttpDownload download);
     CurlTransfer(CurlTransfer const&) = delete;
     CurlTransfer& operator=(CurlTransfer const&) = delete;
 
@@ -47,9 +50,22 @@ private:
         std::optional<UploadFile> file; ///< set once it is open
     };
 
+    /// The file that receives the response's body.
+    struct Download {
+        std::filesystem::path path;
+        std::int64_t maxBytes = 0;
+        std::function<bool(std::int64_t)> onProgress;
+        std::optional<DownloadFile> file = {}; ///< set once it is open
+        std::string range = {};                ///< the header Content-Range
+        bool hasBegun = false;
+    };
+
     void prepare(CURL* easy, HeaderList const& headers);
     void prepareBody(CURL* easy);
     void prepareFile(CURL* easy);
+    void prepareRest(CURL* easy);
+    bool takeIntoFile(std::string_view piece);
+    bool beginFile();
     static void prepareCertificates(CURL* easy);
     CURLcode runToEnd(CURL* easy);
     Duration timeLeft() const;
@@ -67,6 +83,8 @@ private:
 
     HttpRequest request;
     std::optional<Upload> upload;
+    std::optional<Download> download;
+    CURL* call = nullptr; ///< while it is performed
     std::unique_ptr<CURLM, MultiCleanup> multi;
     std::atomic<bool> stopped = false; // any thread
     std::optional<ConnectionGuard> guard;

@@ -1,0 +1,89 @@
+#include "platform/portable/updates/ProgramFolder.h"
+
+#include "base/LocalizedTexts.h"
+#include "platform/Updates.h"
+#include "platform/portable/files/Files.h"
+#include "platform/portable/settings/FileInformationDictionary.h"
+#include "platform/portable/updates/ArchiveUnpacking.h"
+#include "platform/portable/updates/FolderExchange.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isOurs(fs::path const& name)
+{
+    return std::ranges::find(archivedFiles(), name.native()) != archivedFiles().end();
+}
+
+} // namespace
+
+ProgramFolder::ProgramFolder(fs::path program)
+    : file(std::move(program)), folder(file.parent_path()),
+      spare(folder.parent_path() / ("." + folder.filename().string() + ".standby"))
+{
+}
+
+std::optional<std::string> ProgramFolder::versionIn(fs::path const& folder)
+{
+    return FileInformationDictionary(folder / "Info.json").text("CFBundleShortVersionString");
+}
+
+void ProgramFolder::assertExchangeable() const
+{
+    fs::path const parent = folder.parent_path();
+    if (folder == parent || ::access(parent.c_str(), W_OK | X_OK) != 0 || ::access(folder.c_str(), W_OK) != 0)
+        throw UpdateAbort{.description = localized("update.error.folder", {parent.string()})};
+    std::error_code error;
+    fs::directory_iterator entry(folder, error);
+    for (fs::directory_iterator const end; !error && entry != end; entry.increment(error))
+        if (!isOurs(entry->path().filename()))
+            throw UpdateAbort{.description = localized("update.error.foreignFiles", {folder.string()})};
+    if (error)
+        throw UpdateAbort{.description = localized("update.error.folder", {folder.string()})};
+}
+
+void ProgramFolder::makeStandby() const
+{
+    removeStandby();
+    if (::mkdir(spare.c_str(), 0755) != 0)
+        throw UpdateAbort{.description =
+                              localized("update.error.disk", {std::generic_category().message(errno)})};
+}
+
+void ProgramFolder::removeStandby() const
+{
+    std::error_code ignored;
+    fs::remove_all(spare, ignored); // Follows no links.
+}
+
+bool ProgramFolder::exchange() const
+{
+    if (!exchangeFolders(folder, spare))
+        return false;
+    files::syncFolder(folder.parent_path());
+    return true;
+}
+
+UniqueFd ProgramFolder::lock() const
+{
+    // The folder above stays where it is, and a lock on it leaves no file behind.
+    UniqueFd parent(::open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (parent && ::flock(parent.get(), LOCK_EX | LOCK_NB) != 0)
+        parent.reset();
+    return parent;
+}
+
+} // namespace zelvo

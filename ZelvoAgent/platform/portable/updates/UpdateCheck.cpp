@@ -1,0 +1,139 @@
+#include "platform/portable/updates/UpdateCheck.h"
+
+#include "base/DelayedCall.h"
+#include "base/Hop.h"
+#include "base/LocalizedTexts.h"
+#include "base/Versions.h"
+#include "platform/portable/updates/ArchiveUnpacking.h"
+#include "platform/portable/updates/UpdateDownload.h"
+#include "platform/portable/updates/UpdateRecord.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+constexpr Duration maxFeedTime = 1min;
+constexpr Duration maxStartTime = 20s;
+
+UpdateAbort failure(std::string_view text)
+{
+    return {.description = localized(text)};
+}
+
+UpdateAbort diskFailure()
+{
+    return {.description = localized("update.error.disk", {std::generic_category().message(errno)})};
+}
+
+UpdateKey keyIn(InformationDictionary const& information)
+{
+    auto key = UpdateKey::fromBase64(information.text("SUPublicEDKey").value_or(""));
+    if (!key)
+        throw failure("update.error.key");
+    return *std::move(key);
+}
+
+} // namespace
+
+UpdateCheck::UpdateCheck(std::shared_ptr<ArchiveUpdates::Parts> given, Report report)
+    : parts(std::move(given)), services(parts->services), folder(parts->folder), report(std::move(report)),
+      address(services.information.text("SUFeedURL").value_or("")),
+      ownVersion(services.information.text("CFBundleShortVersionString").value_or("0")),
+      key(keyIn(services.information))
+{
+    if (!address.starts_with("https://"))
+        throw failure("update.error.address");
+}
+
+Task<UpdateItem> UpdateCheck::run()
+{
+    report({.phase = UpdateProgress::Phase::checking});
+    UpdateFeed const feed = co_await loadFeed();
+    auto const take = [&] {
+        assertNewer(feed);
+        folder.assertExchangeable();
+        return folder.lock();
+    };
+    UniqueFd const lock = co_await on(services.contexts.workers, take);
+    if (!lock)
+        throw failure("update.error.busy");
+    UpdateItem item{.displayVersion = feed.version, .notes = feed.notes};
+    co_await fetch(feed.archive, item);
+    co_await assertStarts(feed.version);
+    co_return item;
+}
+
+Task<UpdateFeed> UpdateCheck::loadFeed()
+{
+    HttpRequest request;
+    request.url = address;
+    request.longest = maxFeedTime;
+    HttpResponse const response = co_await services.http.load(std::move(request));
+    constexpr int success = 200;
+    if (response.status != success)
+        throw UpdateAbort{.description = localized("update.error.status", {std::int64_t(response.status)})};
+    co_return readFeed(response.body, key, services.target);
+}
+
+/// A feed with an older version than an earlier one is a replay: it offers nothing.
+void UpdateCheck::assertNewer(UpdateFeed const& feed)
+{
+    UpdateRecord const record = parts->records.read();
+    bool const isOffered = isVersionBelow(ownVersion, feed.version) &&
+                           !isVersionBelow(feed.version, record.newest) &&
+                           (record.rejected.empty() || isVersionBelow(record.rejected, feed.version));
+    if (!isOffered) {
+        UpdateDownload::removeAll(services.records);
+        throw UpdateAbort{.code = UpdateAbort::nothingFound, .description = localized("update.none")};
+    }
+    if (!parts->records.change([&](UpdateRecord& changed) { changed.newest = feed.version; }))
+        throw diskFailure();
+}
+
+Task<> UpdateCheck::fetch(UpdateArchive archive, UpdateItem item)
+{
+    UpdateProgress progress{
+        .phase = UpdateProgress::Phase::downloading, .item = std::move(item), .totalBytes = archive.bytes};
+    report(progress);
+    UpdateDownload const download(services.records, std::move(archive));
+    auto const count = [report = report, progress](std::int64_t received) mutable {
+        progress.receivedBytes = received;
+        report(progress);
+        return true;
+    };
+    co_await download.receive(services.http, count);
+    auto const unpack = [&] {
+        UniqueFd const file = download.verified(key);
+        folder.makeStandby();
+        unpackArchive(file.get(), folder.standby());
+        if (folder.standbyVersion() != progress.item.displayVersion)
+            throw failure("update.error.archive");
+    };
+    co_await on(services.contexts.workers, unpack);
+}
+
+/// Without a display the program says so and ends with 1. What lacks a library here, or is for another
+/// processor, does not get that far.
+Task<> UpdateCheck::assertStarts(std::string version)
+{
+    ChildLaunch launch{.executable = folder.standbyProgram().string(),
+                       .environment = {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}}};
+    std::optional<std::int32_t> status;
+    try {
+        auto const child = co_await services.children.launch(std::move(launch));
+        DelayedCall limit(services.contexts.agent, services.clock);
+        limit.in(maxStartTime, [&child] { child->signal(GroupSignal::kill); });
+        status = co_await child->exit();
+    } catch (LaunchFailure const&) { // NOLINT(bugprone-empty-catch): the status says it.
+    }
+    if (status != EXIT_FAILURE)
+        throw UpdateAbort{.description = localized("update.error.start", {version})};
+}
+
+} // namespace zelvo
