@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QMessageBox>
 #include <QSessionManager>
 #include <QTranslator>
 #include <boost/asio/signal_set.hpp>
@@ -22,6 +23,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -107,6 +109,19 @@ std::vector<std::string> takeArguments(int count, char** arguments)
     return taken;
 }
 
+/// Says why, if the stored settings can't be used.
+bool hasUsableSettings(Platform& platform)
+{
+    try {
+        platform.defaults().bringUpToDate();
+        return true;
+    } catch (std::runtime_error const& error) {
+        std::fprintf(stderr, "Zelvo cannot run: %s\n", error.what());
+        QMessageBox::critical(nullptr, "Zelvo", QString::fromUtf8(error.what()));
+        return false;
+    }
+}
+
 /// Replaces this process by another version of the program. Returns if that is not possible.
 void runInstead(std::string program, std::vector<std::string> urls)
 {
@@ -141,6 +156,8 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         Application application(arguments, [&delegate] { delegate->terminate(); });
         describeToToolkit(application);
         translateToolkit(application);
+        if (!hasUsableSettings(*platform))
+            std::_Exit(EXIT_FAILURE); // Nothing has started that would have to end.
         delegate = std::make_unique<AppDelegate>(contexts, *platform, [] { QCoreApplication::exit(); });
         // The session manager waits until this returns.
         QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,

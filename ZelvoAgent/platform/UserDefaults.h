@@ -20,6 +20,11 @@ class UserDefaults {
 public:
     virtual ~UserDefaults() = default;
 
+    /// Brings values that an older version stored up to date, after a copy. Called once, by the one running
+    /// program, before it uses the values. Throws std::runtime_error, in the person's language, if that fails
+    /// or if a newer version stored them. Blocks.
+    virtual void bringUpToDate() = 0;
+
     virtual std::optional<std::string> text(std::string_view key) = 0;
     virtual std::optional<bool> boolean(std::string_view key) = 0;
     virtual std::optional<std::int64_t> integer(std::string_view key) = 0;

@@ -17,6 +17,7 @@ public:
     int writtenCalls = 0;
     int finalWrites = 0; ///< final writes at the normal end
 
+    void bringUpToDate() override {}
     std::optional<std::string> text(std::string_view key) override
     {
         auto const value = parsed(key);

@@ -29,13 +29,20 @@ namespace zelvo {
 
 namespace {
 
+/// Whether this version runs in place of a newer one that could not start.
+bool wasPutBack()
+{
+    return !UpdateRecords(xdg::updatesFolder()).read().rejected.empty();
+}
+
 /// The Linux machine: X11, D-Bus and the ordinary files. Members stand in the order in which they need each
 /// other. The desktop is made when it is first asked for, on the main thread: a second start of the program
 /// hands over and ends without touching it.
 class LinuxPlatform final : public Platform {
 public:
     explicit LinuxPlatform(Contexts const& contexts)
-        : contexts(contexts), time(contexts.agent), settings(contexts.workers, xdg::defaultsFolder()),
+        : contexts(contexts), time(contexts.agent),
+          settings(contexts.workers, xdg::defaultsFolder(), wasPutBack),
           fileSystem(xdg::home(), FolderWalk(), xdg::privateFolders()), machineFacts("/", xdg::home()),
           path(contexts.agent), system(contexts.agent, time, openSystemBus),
           user(contexts.agent, time, openSessionBus),

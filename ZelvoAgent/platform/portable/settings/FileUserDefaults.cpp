@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "platform/portable/files/Files.h"
+#include "platform/portable/settings/SettingsVersion.h"
 #include "wire/Json.h"
 
 #include <boost/asio/any_completion_handler.hpp>
@@ -195,9 +196,17 @@ private:
     std::list<Waiter> waiting;            // lock; in the order of their numbers
 };
 
-FileUserDefaults::FileUserDefaults(Executor workers, std::filesystem::path folder)
-    : store(std::make_shared<Store>(std::move(workers), std::move(folder)))
+FileUserDefaults::FileUserDefaults(Executor workers,
+                                   std::filesystem::path folder,
+                                   std::function<bool()> wasPutBack)
+    : folder(folder), wasPutBack(std::move(wasPutBack)),
+      store(std::make_shared<Store>(std::move(workers), std::move(folder)))
 {
+}
+
+void FileUserDefaults::bringUpToDate()
+{
+    SettingsVersion(folder).bringUpToDate(wasPutBack);
 }
 
 FileUserDefaults::~FileUserDefaults() = default;

@@ -4,6 +4,7 @@
 #include "platform/UserDefaults.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace zelvo {
@@ -15,10 +16,12 @@ namespace zelvo {
 class FileUserDefaults final : public UserDefaults {
 public:
     /// folder  created, with mode 0700, at the first write
-    FileUserDefaults(Executor workers, std::filesystem::path folder);
+    /// wasPutBack  whether this version runs in place of a newer one that could not start
+    FileUserDefaults(Executor workers, std::filesystem::path folder, std::function<bool()> wasPutBack = {});
     /// Unwritten values are left to the running round; call writeNow() at the normal end.
     ~FileUserDefaults() override;
 
+    void bringUpToDate() override;
     std::optional<std::string> text(std::string_view key) override;
     std::optional<bool> boolean(std::string_view key) override;
     std::optional<std::int64_t> integer(std::string_view key) override;
@@ -36,6 +39,8 @@ public:
 
 private:
     class Store;
+    std::filesystem::path folder;
+    std::function<bool()> wasPutBack;
     std::shared_ptr<Store> store;
 };
 

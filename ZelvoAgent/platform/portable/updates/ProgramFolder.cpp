@@ -3,9 +3,9 @@
 #include "base/LocalizedTexts.h"
 #include "platform/Updates.h"
 #include "platform/portable/files/Files.h"
+#include "platform/portable/files/FolderExchange.h"
 #include "platform/portable/settings/FileInformationDictionary.h"
 #include "platform/portable/updates/ArchiveUnpacking.h"
-#include "platform/portable/updates/FolderExchange.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -22,6 +22,11 @@ namespace zelvo {
 namespace {
 
 namespace fs = std::filesystem;
+
+bool isWritable(fs::path const& folder)
+{
+    return ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
 
 bool isOurs(fs::path const& name)
 {
@@ -44,7 +49,7 @@ std::optional<std::string> ProgramFolder::versionIn(fs::path const& folder)
 void ProgramFolder::assertExchangeable() const
 {
     fs::path const parent = folder.parent_path();
-    if (folder == parent || ::access(parent.c_str(), W_OK | X_OK) != 0 || ::access(folder.c_str(), W_OK) != 0)
+    if (folder == parent || !isWritable(parent) || !isWritable(folder))
         throw UpdateAbort{.description = localized("update.error.folder", {parent.string()})};
     std::error_code error;
     fs::directory_iterator entry(folder, error);

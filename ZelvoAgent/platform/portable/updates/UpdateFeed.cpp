@@ -119,14 +119,8 @@ UpdateTarget UpdateTarget::ofThisBuild()
             .language = texts::languageOfEnvironment()};
 }
 
-UpdateFeed readFeed(std::string_view document, UpdateKey const& key, UpdateTarget const& target)
+UpdateFeed parseFeed(std::string_view text, UpdateTarget const& target)
 {
-    if (document.size() > maxFeedBytes)
-        throw failure("update.error.feed");
-    json::object const envelope = parsed(document);
-    std::string_view const text = textIn(envelope, "feed");
-    if (!key.verifies(text, textIn(envelope, "signature")))
-        throw failure("update.error.signature");
     json::object const feed = parsed(text);
     if (numberIn(feed, "format") != knownFormat)
         throw failure("update.error.format");
@@ -138,6 +132,17 @@ UpdateFeed readFeed(std::string_view document, UpdateKey const& key, UpdateTarge
     return {.version = std::string(version),
             .notes = notesIn(feed, target.language),
             .archive = archiveFor(feed, target)};
+}
+
+UpdateFeed readFeed(std::string_view document, UpdateKey const& key, UpdateTarget const& target)
+{
+    if (document.size() > maxFeedBytes)
+        throw failure("update.error.feed");
+    json::object const envelope = parsed(document);
+    std::string_view const text = textIn(envelope, "feed");
+    if (!key.verifies(text, textIn(envelope, "signature")))
+        throw failure("update.error.signature");
+    return parseFeed(text, target);
 }
 
 } // namespace zelvo

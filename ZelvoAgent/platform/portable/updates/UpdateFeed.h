@@ -41,4 +41,7 @@ constexpr std::int64_t maxArchiveBytes = std::int64_t{512} << 20;
 /// before its signature is verified. Throws UpdateAbort. docs/releasing.md describes the format.
 UpdateFeed readFeed(std::string_view document, UpdateKey const& key, UpdateTarget const& target);
 
+/// The signed text alone. Throws UpdateAbort.
+UpdateFeed parseFeed(std::string_view text, UpdateTarget const& target);
+
 } // namespace zelvo

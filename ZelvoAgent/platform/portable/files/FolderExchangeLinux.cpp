@@ -1,4 +1,4 @@
-#include "platform/portable/updates/FolderExchange.h"
+#include "platform/portable/files/FolderExchange.h"
 
 #include <fcntl.h>
 #include <stdio.h> // NOLINT(modernize-deprecated-headers): renameat2 is not declared by <cstdio>.
