@@ -465,6 +465,28 @@ TEST_F(ArchiveUpdatesTest, doesNotInstallAStandbyThatChanged)
     EXPECT_TRUE(installing.empty());
 }
 
+TEST_F(ArchiveUpdatesTest, theNewFolderHasTheModeOfTheOld)
+{
+    fs::permissions(installed, fs::perms(0700));
+    start();
+    offer(after);
+    check();
+    ASSERT_TRUE(controller->installOnQuit());
+
+    EXPECT_EQ(fs::status(installed).permissions(), fs::perms(0700));
+}
+
+TEST_F(ArchiveUpdatesTest, theNewFolderIsWritableForNobodyElse)
+{
+    fs::permissions(installed, fs::perms(0777));
+    start();
+    offer(after);
+    check();
+    ASSERT_TRUE(controller->installOnQuit());
+
+    EXPECT_EQ(fs::status(installed).permissions(), fs::perms(0755));
+}
+
 TEST_F(ArchiveUpdatesTest, aStartRemovesAnUnfinishedStandby)
 {
     fs::create_directories(standby);

@@ -60,12 +60,29 @@ void ProgramFolder::assertExchangeable() const
         throw UpdateAbort{.description = localized("update.error.folder", {folder.string()})};
 }
 
+/// With the mode of the program's folder, but never writable for others.
 void ProgramFolder::makeStandby() const
 {
     removeStandby();
-    if (::mkdir(spare.c_str(), 0755) != 0)
+    struct stat facts{};
+    constexpr mode_t maxMode = 0755;
+    if (::stat(folder.c_str(), &facts) != 0 || ::mkdir(spare.c_str(), 0700) != 0 ||
+        ::chmod(spare.c_str(), facts.st_mode & maxMode) != 0)
         throw UpdateAbort{.description =
                               localized("update.error.disk", {std::generic_category().message(errno)})};
+    assertFileSystem();
+}
+
+/// Some network file systems cannot exchange names. At the program's end it would be too late to say so.
+void ProgramFolder::assertFileSystem() const
+{
+    fs::path const probe = spare.string() + ".probe";
+    bool const works = ::mkdir(probe.c_str(), 0700) == 0 && exchangeFolders(probe, spare) &&
+                       exchangeFolders(probe, spare);
+    ::rmdir(probe.c_str());
+    if (!works)
+        throw UpdateAbort{.description =
+                              localized("update.error.fileSystem", {folder.parent_path().string()})};
 }
 
 void ProgramFolder::removeStandby() const

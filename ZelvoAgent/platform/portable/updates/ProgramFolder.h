@@ -35,6 +35,7 @@ public:
     UniqueFd lock() const;
 
 private:
+    void assertFileSystem() const;
     static std::optional<std::string> versionIn(std::filesystem::path const& folder);
 
     std::filesystem::path file;
