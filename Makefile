@@ -5,7 +5,7 @@ UNPACKED := $(CURDIR)/build/deps/usr
 CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v clang++-18 || echo clang++-19) \
             $$([ ! -d $(UNPACKED) ] || echo -DCMAKE_PREFIX_PATH=$(UNPACKED)) --preset
 
-.PHONY: run build test bench fuzz check fresh clean
+.PHONY: run build test bench fuzz package archive check fresh clean
 
 # RECORDINGS=local records what agents do, share also offers recordings to the platform, off does neither. The choice is stored.
 RECORDINGS ?=
@@ -36,6 +36,17 @@ fuzz:
 	@$(CONFIGURE) fuzz
 	@cmake --build build/fuzz
 	@scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+
+# The addresses that the agent of a package or archive uses; the last two only for archives, which update themselves:
+# where their feed is, and base64 of the 32 bytes of the Ed25519 public key that it is signed with.
+export GATEWAY_URL CONSOLE_URL FEED_URL UPDATE_KEY
+package:
+	@scripts/install-dependencies build package
+	@scripts/make-package
+
+archive:
+	@scripts/install-dependencies build package
+	@scripts/make-archive
 
 # SUITE is the Debian on which README.md is tried: bookworm or trixie.
 SUITE ?= bookworm

@@ -7,7 +7,11 @@ set(Boost_USE_STATIC_LIBS ON)   # The program is one file; of Boost only these t
 find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS json url)
 find_package(OpenSSL 3 REQUIRED)
 find_package(CURL REQUIRED)
-find_package(ICU REQUIRED COMPONENTS uc i18n)
+if(ZELVO_STATIC_ICU)
+    include(cmake/StaticIcu.cmake)
+else()
+    find_package(ICU REQUIRED COMPONENTS uc i18n)
+endif()
 find_package(SQLite3 REQUIRED)
 
 # zelvo_pkg(pictures libturbojpeg libpng) gives the target zelvo::pictures.

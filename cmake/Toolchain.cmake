@@ -11,6 +11,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
 endif()
 
+if(ZELVO_DISTRIBUTED)
+    include(cmake/Distributed.cmake)
+endif()
+
 if(ZELVO_SANITIZE)
     add_compile_options(-fsanitize=${ZELVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${ZELVO_SANITIZE})
