@@ -32,6 +32,34 @@ TEST(FileInformationDictionary, isEmptyWithoutAUsableFile)
     EXPECT_EQ(own.text("ZelvoGatewayURL"), std::nullopt);
 }
 
+TEST(FileInformationDictionary, takesOnlyAddressesFromTheAdministratorsFile)
+{
+    TemporaryFolder folder;
+    writeFile(folder.path / "packaged",
+              R"({"ZelvoGatewayURL": "wss://package", "ZelvoConsoleURL": "https://package",
+                  "CFBundleShortVersionString": "2.0"})");
+    writeFile(
+        folder.path / "own",
+        R"({"ZelvoGatewayURL": "wss://own", "CFBundleShortVersionString": "1.0", "SUFeedURL": "https://own"})");
+    FileInformationDictionary const information(folder.path / "packaged", folder.path / "own");
+
+    EXPECT_EQ(information.text("ZelvoGatewayURL"), "wss://own");
+    EXPECT_EQ(information.text("ZelvoConsoleURL"), "https://package");
+    EXPECT_EQ(information.text("CFBundleShortVersionString"), "2.0");
+    EXPECT_EQ(information.text("SUFeedURL"), std::nullopt);
+}
+
+TEST(FileInformationDictionary, needsNoAdministratorsFile)
+{
+    TemporaryFolder folder;
+    writeFile(folder.path / "packaged", R"({"ZelvoGatewayURL": "wss://package"})");
+    writeFile(folder.path / "broken", R"({"ZelvoGatewayURL": )");
+
+    for (auto const& other : {folder.path / "absent", folder.path / "broken", std::filesystem::path()})
+        EXPECT_EQ(FileInformationDictionary(folder.path / "packaged", other).text("ZelvoGatewayURL"),
+                  "wss://package");
+}
+
 TEST(FileInformationDictionary, looksBesideTheExecutableFirst)
 {
     TemporaryFolder folder;

@@ -17,6 +17,19 @@ fs::path executableFolder()
     return fs::read_symlink("/proc/self/exe", error).parent_path();
 }
 
+/// A file of the administrator for all people of the computer. Only a package manager's program has one.
+fs::path administratorsFile(fs::path const& executableFolder)
+{
+    return executableFolder == "/usr/bin" ? "/etc/zelvo-agent/Info.json" : fs::path();
+}
+
+boost::json::object objectIn(fs::path const& file)
+{
+    auto const read = files::read(file, maxFile);
+    auto value = read ? parseJson(read->content) : std::nullopt;
+    return value && value->is_object() ? std::move(value->get_object()) : boost::json::object();
+}
+
 } // namespace
 
 fs::path FileInformationDictionary::fileFor(fs::path const& executableFolder)
@@ -28,16 +41,19 @@ fs::path FileInformationDictionary::fileFor(fs::path const& executableFolder)
 }
 
 FileInformationDictionary::FileInformationDictionary()
-    : FileInformationDictionary(fileFor(executableFolder()))
+    : FileInformationDictionary(fileFor(executableFolder()), administratorsFile(executableFolder()))
 {
 }
 
-FileInformationDictionary::FileInformationDictionary(fs::path const& file)
+FileInformationDictionary::FileInformationDictionary(fs::path const& file) : entries(objectIn(file)) {}
+
+FileInformationDictionary::FileInformationDictionary(fs::path const& file, fs::path const& replacing)
+    : FileInformationDictionary(file)
 {
-    auto const read = files::read(file, maxFile);
-    auto value = read ? parseJson(read->content) : std::nullopt;
-    if (value && value->is_object())
-        entries = std::move(value->get_object());
+    boost::json::object const replaced = objectIn(replacing);
+    for (std::string_view const key : {"ZelvoGatewayURL", "ZelvoConsoleURL"})
+        if (auto const address = read::text(replaced, key))
+            entries[key] = *address;
 }
 
 std::optional<std::string> FileInformationDictionary::text(std::string_view key) const

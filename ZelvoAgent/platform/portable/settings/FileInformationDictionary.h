@@ -12,9 +12,13 @@ namespace zelvo {
 class FileInformationDictionary final : public InformationDictionary {
 public:
     /// The packaging's file: `Info.json` beside the executable, else `../share/zelvo-agent/Info.json`
-    /// relative to it.
+    /// relative to it. For the packaged program in /usr/bin, the addresses of /etc/zelvo-agent/Info.json
+    /// replace those of the package.
     FileInformationDictionary();
     explicit FileInformationDictionary(std::filesystem::path const& file);
+    /// The addresses of the gateway and its console in `replacing`, a file of the same form, replace those in
+    /// `file`. Nothing else does, so an upgrade still brings its own version.
+    FileInformationDictionary(std::filesystem::path const& file, std::filesystem::path const& replacing);
 
     std::optional<std::string> text(std::string_view key) const override;
 
