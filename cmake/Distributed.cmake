@@ -3,7 +3,7 @@ add_compile_options(-fstack-protector-strong -fstack-clash-protection -U_FORTIFY
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     add_compile_options(-fcf-protection)
 endif()
-add_link_options(-pie LINKER:-z,relro,-z,now LINKER:--build-id=sha1)
+add_link_options(-pie LINKER:-z,relro,-z,now,--as-needed,--build-id=sha1)
 
 # The compiler's cache writes paths relative to the build folder, so those need a mapping too.
 file(RELATIVE_PATH SOURCES ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
