@@ -2,7 +2,6 @@
 import contextlib
 import os
 import shlex
-import signal
 import subprocess
 import time
 
@@ -53,7 +52,7 @@ class Booted:
         return self
 
     def __exit__(self, *exception):
-        self.process.send_signal(signal.SIGTERM)
+        self.process.kill()  # The first process of the namespaces ends with it, and so does everything else.
         self.process.wait(MINUTE)
         for folder in sorted(self.group.rglob("*/"), key=lambda one: -len(one.parts)):
             with contextlib.suppress(OSError):
@@ -110,5 +109,6 @@ class Booted:
 
     def programs(self, path):
         """The numbers of the processes that run a program."""
-        found = self.answer(f"for p in /proc/[0-9]*; do [ \"$(readlink $p/exe)\" = {path} ] && echo ${{p#/proc/}}; done; true")
+        # A process in other mounts has a path here that begins with those.
+        found = self.answer(f"for p in /proc/[0-9]*; do case \"$(readlink $p/exe)\" in *{path}) echo ${{p#/proc/}} ;; esac; done")
         return found.split()

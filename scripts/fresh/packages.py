@@ -99,7 +99,7 @@ class PackageTrial:
 
     def install(self, which):
         names = " ".join(f"/srv/{which}/{name}.deb" for name in INSTALLED)
-        self.used.must(f"sudo apt-get install -y --no-install-recommends {names}", 15 * MINUTE, "/")
+        self.used.must(f"sudo apt-get update -q && sudo apt-get install -y --no-install-recommends {names}", 15 * MINUTE, "/")
 
     def files_of_packages(self):
         listed = "".join((self.used.root / f"var/lib/dpkg/info/{name}.list").read_text() for name in INSTALLED)
@@ -131,11 +131,15 @@ class PackageTrial:
     # The agent in sessions
 
     def try_sessions(self, system, used):
+        handler = system.answer(system.as_person("xdg-mime query default x-scheme-handler/zelvo"))
+        if handler != "dev.zelvo.agent.desktop":
+            raise Failed(f"links are opened by \"{handler}\"")
         with Session(system, "entries") as session:
             session.assert_one_agent()
             if session.unit_state() == "active":
                 raise Failed("the unit runs in a session without its target")
             used.take_screenshot()
+            session.assert_second_start_opens_a_window()
         self.used.note("in a session without graphical-session.target the autostart entry starts the agent, once; a screenshot")
         with Session(system, "target") as session:
             session.assert_one_agent()
@@ -145,6 +149,7 @@ class PackageTrial:
             self.try_crash(system, session)
         self.used.note("in a session with it the unit starts the agent, once, and again after a crash")
         self.try_switching_off(system)
+        self.try_own_copy(system)
 
     def try_crash(self, system, session):
         number = session.agents()[0]
@@ -162,6 +167,22 @@ class PackageTrial:
                     session.assert_no_agent(why)
             system.answer(system.as_person(on))
         self.used.note("switched off by the person, it starts in neither way")
+
+    def try_own_copy(self, system):
+        """A copy that the person has moved into their folder, with the entry that this writes, runs instead of the package's."""
+        copy = f"/home/{PERSON}/.local/share/zelvo-agent/zelvo-agent"
+        entry = f"/home/{PERSON}/.config/autostart/dev.zelvo.agent.desktop"
+        system.answer(system.as_person(
+            f"mkdir -p ~/.local/share/zelvo-agent; cp /usr/bin/zelvo-agent {copy}; cp /usr/share/zelvo-agent/Info.json ~/.local/share/"
+            f"zelvo-agent; printf '[Desktop Entry]\nType=Application\nName=Zelvo\nTryExec={copy}\nExec=\"{copy}\"\n' >{entry}; "
+            "systemctl --user daemon-reload"))
+        for kind in ("entries", "target"):
+            with Session(system, kind) as session:
+                session.assert_one_agent(copy)
+                if session.agents():
+                    raise Failed(f"the packaged agent runs beside the person's copy in the session of kind {kind}")
+        system.answer(system.as_person(f"rm -r ~/.local/share/zelvo-agent {entry}; systemctl --user daemon-reload"))
+        self.used.note("a copy in the person's folder runs instead of the packaged agent, once")
 
     # Upgrade, removal, purge
 

@@ -18,11 +18,15 @@ KINDS = {
     # Starts autostart entries itself, and knows nothing of systemd.
     "entries": "exec openbox-session\n",
     # Like desktops whose session is a target: systemd starts what is wanted by it, and the autostart entries.
-    "target": "openbox & systemctl --user start trial-session.target; sleep infinity\n",
+    "target": "openbox & systemctl --user start trial-session.target trial-autostart.target; sleep infinity\n",
 }
 TARGET = """[Unit]
 BindsTo=graphical-session.target
 Before=graphical-session.target
+"""
+AUTOSTART = """[Unit]
+After=graphical-session.target
+PartOf=graphical-session.target
 Wants=xdg-desktop-autostart.target
 """
 PAM = """auth required pam_permit.so
@@ -33,7 +37,8 @@ session required pam_systemd.so
 
 def prepare(system):
     """Writes what sessions need into a booted system."""
-    for path, text in (("/etc/pam.d/desktop", PAM), ("/etc/systemd/user/trial-session.target", TARGET)):
+    for path, text in (("/etc/pam.d/desktop", PAM), ("/etc/systemd/user/trial-session.target", TARGET),
+                       ("/etc/systemd/user/trial-autostart.target", AUTOSTART)):
         system.answer(f"printf %s {shlex.quote(text)} >{path}")
     system.answer(f"loginctl enable-linger {PERSON}")
     for kind, last in KINDS.items():
@@ -56,9 +61,12 @@ class Session:
 
     def __exit__(self, *exception):
         self.system.ran(self.system.as_person("systemctl --user stop trial-session.target graphical-session.target"))
-        self.system.ran("systemctl stop desktop; systemctl reset-failed desktop")
+        for number in self.system.programs("/usr/bin/Xvfb"):  # A display manager ends the X server with the session.
+            self.system.ran(f"kill {number}")
+        self.system.ran("loginctl list-sessions --no-legend | while read -r id rest; do loginctl terminate-session $id; done; "
+                        "systemctl stop desktop; systemctl reset-failed desktop")
         if not exception[0]:
-            self.system.until("the agent ends with the session", lambda: not self.agents())
+            self.system.until("the agent ends with the session", lambda: not self.agents("/zelvo-agent"))
 
     def agents(self, program=AGENT):
         return self.system.programs(program)
@@ -66,16 +74,25 @@ class Session:
     def unit_state(self):
         return self.system.ran(self.system.as_person("systemctl --user is-active zelvo-agent.service")).stdout.strip()
 
-    def assert_one_agent(self):
+    def assert_one_agent(self, program=AGENT):
         """Exactly one runs, and nothing has opened its main window, which a second start does."""
-        self.system.until("the agent runs", self.agents)
+        self.system.until("the agent runs", lambda: self.agents(program))
         # A second start follows within a second or two, or not at all.
         self.system.answer("sleep 4")
-        if len(self.agents()) != 1:
-            raise Failed(f"{len(self.agents())} agents run in the session of kind {self.kind}")
-        windows = self.system.answer(f"DISPLAY={DISPLAY} xwininfo -root -tree")
-        if '"Zelvo"' in windows:
-            raise Failed(f"a window of Zelvo is open:\n{windows}")
+        if len(self.agents(program)) != 1:
+            raise Failed(f"{len(self.agents(program))} agents run in the session of kind {self.kind}")
+        if self.windows():
+            raise Failed(f"a window of the agent is open: {self.windows()}")
+
+    def windows(self):
+        """The agent's windows, without those that have no class and that nobody sees."""
+        tree = self.system.answer(f"DISPLAY={DISPLAY} xwininfo -root -tree")
+        return [line.strip() for line in tree.splitlines() if '("zelvo-agent"' in line]
+
+    def assert_second_start_opens_a_window(self):
+        """What assert_one_agent() relies on."""
+        self.system.answer(self.system.as_person(f"DISPLAY={DISPLAY} zelvo-agent"))
+        self.system.until("a second start opens the main window", self.windows)
 
     def assert_no_agent(self, why):
         self.system.answer("sleep 4")
