@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <iostream>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -29,6 +30,9 @@ int runCommand(std::span<char const* const> arguments)
     case Command::keys:
         manageKeys(flags, std::cout);
         break;
+    case Command::backup:
+    case Command::restore:
+        throw std::runtime_error("not here yet");
     case Command::help:
         std::cout << flagsHelp();
         break;
@@ -37,6 +41,14 @@ int runCommand(std::span<char const* const> arguments)
         break;
     }
     return 0;
+}
+
+/// A line for each problem.
+void report(std::string const& problems)
+{
+    std::istringstream lines(problems);
+    for (std::string line; std::getline(lines, line);)
+        std::cerr << "zelvo-gateway: " << line << "\n";
 }
 
 } // namespace
@@ -48,7 +60,8 @@ int main(int count, char** arguments)
     try {
         return runCommand(all);
     } catch (zelvo::service::FlagError const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << "; --help tells the flags\n";
+        report(error.what());
+        std::cerr << "zelvo-gateway: --help lists the flags\n";
         return 2;
     } catch (zelvo::service::Failure const& failure) {
         std::cerr << "zelvo-gateway: " << failure.message << "\n";

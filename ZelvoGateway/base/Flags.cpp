@@ -1,137 +1,19 @@
 #include "ZelvoGateway/base/Flags.h"
 
-#include <boost/url/parse.hpp>
-#include <boost/url/url_view.hpp>
+#include "ZelvoGateway/base/ConfigFile.h"
+#include "ZelvoGateway/base/FlagTable.h"
 
+#include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdlib>
-#include <functional>
+#include <iterator>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace zelvo::service {
 
 namespace {
-
-struct Flag {
-    std::string_view name;
-    std::string_view value; ///< the name of its value; empty for a flag without one
-    std::string_view help;
-    void (*apply)(Flags& flags, std::string const& value);
-};
-
-std::int64_t number(std::string const& text, std::int64_t min, std::int64_t max)
-{
-    std::int64_t value = 0;
-    auto const read = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value < min || value > max)
-        throw FlagError("a number from " + std::to_string(min) + " to " + std::to_string(max) +
-                        " is needed, not \"" + text + "\"");
-    return value;
-}
-
-/// Bytes, from a number of mebibytes.
-std::uint64_t mebibytes(std::string const& text)
-{
-    return static_cast<std::uint64_t>(number(text, 1, 1 << 30)) << 20;
-}
-
-std::string webAddress(std::string const& text)
-{
-    auto const url = boost::urls::parse_uri(text);
-    bool const usable = url && (url->scheme() == "http" || url->scheme() == "https") &&
-                        !url->encoded_host().empty() &&
-                        (url->encoded_path().empty() || url->encoded_path() == "/") && !url->has_query() &&
-                        !url->has_fragment() && !url->has_userinfo();
-    if (!usable)
-        throw FlagError("an address like https://gateway.example.org is needed, not \"" + text + "\"");
-    return text.ends_with('/') ? text.substr(0, text.size() - 1) : text;
-}
-
-/// Any page of the web.
-std::string webPage(std::string const& text)
-{
-    auto const url = boost::urls::parse_uri(text);
-    if (!url || (url->scheme() != "http" && url->scheme() != "https") || url->encoded_host().empty() ||
-        url->has_userinfo())
-        throw FlagError("an address like https://example.org/zelvo is needed, not \"" + text + "\"");
-    return text;
-}
-
-constexpr std::array<Flag, 28> flags = {{
-    {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
-     [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }},
-    {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
-     [](Flags& f, std::string const& v) { f.settings.listen = v; }},
-    {"--port", "N", "port to listen on (default 8737; 0 takes a free one)",
-     [](Flags& f, std::string const& v) {
-         f.settings.port = static_cast<std::uint16_t>(number(v, 0, 65535));
-     }},
-    {"--port-file", "FILE", "writes the port to FILE once it listens",
-     [](Flags& f, std::string const& v) { f.portFile = v; }},
-    {"--public-url", "URL", "where browsers and machines reach it, behind a proxy for instance",
-     [](Flags& f, std::string const& v) { f.settings.publicUrl = webAddress(v); }},
-    {"--platform-name", "NAME", "the name that people are asked to trust (default Zelvo Local)",
-     [](Flags& f, std::string const& v) { f.settings.platformName = v; }},
-    {"--personal", "", "tells people that the platform is their own",
-     [](Flags& f, std::string const&) { f.settings.personal = true; }},
-    {"--minimum-app-version", "V", "refuses machines with an older agent",
-     [](Flags& f, std::string const& v) { f.settings.minimumAppVersion = v; }},
-    {"--command-timeout", "SECONDS", "how long a command may take (default 180)",
-     [](Flags& f, std::string const& v) {
-         f.settings.commandTimeout = std::chrono::seconds(number(v, 1, 3600));
-     }},
-    {"--no-recordings", "", "takes no more recordings from machines",
-     [](Flags& f, std::string const&) { f.settings.recordings.taken = false; }},
-    {"--recording-days", "N", "how long a recording is kept (default 30)",
-     [](Flags& f, std::string const& v) {
-         f.settings.recordings.kept = std::chrono::days(number(v, 1, 3650));
-     }},
-    {"--recording-mib", "N", "the largest recording that is taken (default 2048)",
-     [](Flags& f, std::string const& v) { f.settings.recordings.maxBytes = mebibytes(v); }},
-    {"--recordings-mib", "N", "what all recordings together may take up (default 20480)",
-     [](Flags& f, std::string const& v) { f.settings.recordings.maxTotalBytes = mebibytes(v); }},
-    {"--install-url", "URL", "where people get the agent; the page behind a link shows it",
-     [](Flags& f, std::string const& v) { f.settings.installUrl = webPage(v); }},
-    {"--allow-private-webhooks", "",
-     "lets webhooks go to addresses inside the gateway's network, and without TLS",
-     [](Flags& f, std::string const&) { f.settings.webhooks.toOwnNetwork = true; }},
-    {"--audit-days", "N", "how long an event is kept in the audit log (default 90)",
-     [](Flags& f, std::string const& v) { f.settings.audit.kept = std::chrono::days(number(v, 1, 3650)); }},
-    {"--audit-events", "N", "how many events the audit log keeps at most (default 100000)",
-     [](Flags& f, std::string const& v) {
-         f.settings.audit.maxEvents = static_cast<std::size_t>(number(v, 1, 10'000'000));
-     }},
-    {"--print-console-link", "", "prints a one-time link to the console once it listens",
-     [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
-    {"--token-file", "FILE",
-     "provision: writes the machine token to FILE (mode 0600), not to standard output",
-     [](Flags& f, std::string const& v) { f.tokenFile = v; }},
-    {"--connection-file", "FILE", "provision: writes the connection's id to FILE",
-     [](Flags& f, std::string const& v) { f.connectionFile = v; }},
-    {"--end-user", "ID", "provision: whose machine it is (default local). keys add: reaches theirs only",
-     [](Flags& f, std::string const& v) {
-         f.endUserId = v;
-         f.endUsers.push_back(v);
-     }},
-    {"--gateway", "URL", "mcp: the gateway to join (default: the one that runs on --data)",
-     [](Flags& f, std::string const& v) { f.gatewayUrl = webAddress(v); }},
-    {"--key-file", "FILE",
-     "mcp: the API key (default: $ZELVO_API_KEY, else the key in --data). keys add: writes the key there "
-     "(mode 0600), not to standard output",
-     [](Flags& f, std::string const& v) { f.keyFile = v; }},
-    {"--connection", "ID",
-     "mcp: serves this connection only. keys add: reaches it only; can be repeated, like --end-user",
-     [](Flags& f, std::string const& v) { f.connections.push_back(v); }},
-    {"--name", "NAME", "keys add: what the key is called in lists",
-     [](Flags& f, std::string const& v) { f.keyName = v; }},
-    {"--switches", "QUERY", "mcp: as in the address of /mcp, such as \"width=1280&tools=computer\"",
-     [](Flags& f, std::string const& v) { f.mcpSwitches = v; }},
-    {"--help", "", "prints this", [](Flags& f, std::string const&) { f.command = Flags::Command::help; }},
-    {"--version", "", "prints the version",
-     [](Flags& f, std::string const&) { f.command = Flags::Command::version; }},
-}};
 
 /// The arguments that are left.
 class Arguments {
@@ -152,7 +34,7 @@ private:
 
 Flag const& flagNamed(std::string_view name)
 {
-    for (Flag const& flag : flags)
+    for (Flag const& flag : allFlags())
         if (flag.name == name)
             return flag;
     throw FlagError("unknown flag " + std::string(name));
@@ -166,36 +48,45 @@ void readFlag(Flags& result, std::string const& argument, Arguments& arguments)
     std::optional<std::string> value;
     if (equals != std::string::npos)
         value = argument.substr(equals + 1);
-    if (flag.value.empty() && value)
+    if (flag.isSwitch() && value)
         throw FlagError(name + " takes no value");
-    if (!flag.value.empty() && !value) {
+    if (flag.isSwitch())
+        value = "yes";
+    if (!value) {
         if (arguments.atEnd())
             throw FlagError(name + " needs a value: " + std::string(flag.value));
         value = arguments.next();
     }
-    if (!flag.value.empty() && value->empty())
+    if (value->empty())
         throw FlagError(name + " needs a value that is not empty");
-    try {
-        flag.apply(result, value.value_or(""));
-    } catch (FlagError const& error) {
-        throw FlagError(name + ": " + error.what());
-    }
+    if (auto const problem = flag.problemWith(*value))
+        throw FlagError(name + ": " + *problem);
+    auto& values = result.commandLine[std::string(flag.settingName())];
+    if (!flag.repeats)
+        values.clear(); // The last one counts.
+    values.push_back(*std::move(value));
 }
+
+struct CommandName {
+    std::string_view name;
+    Flags::Command command;
+};
+
+constexpr auto commands = std::to_array<CommandName>({{"serve", Flags::Command::serve},
+                                                      {"provision", Flags::Command::provision},
+                                                      {"console-link", Flags::Command::consoleLink},
+                                                      {"keys", Flags::Command::keys},
+                                                      {"backup", Flags::Command::backup},
+                                                      {"restore", Flags::Command::restore},
+                                                      {"mcp", Flags::Command::mcp}});
 
 Flags::Command commandNamed(std::string const& name)
 {
-    if (name == "serve")
-        return Flags::Command::serve;
-    if (name == "provision")
-        return Flags::Command::provision;
-    if (name == "console-link")
-        return Flags::Command::consoleLink;
-    if (name == "keys")
-        return Flags::Command::keys;
-    if (name == "mcp")
-        return Flags::Command::mcp;
-    throw FlagError("unknown command \"" + name +
-                    "\"; there are serve, provision, console-link, keys and mcp");
+    auto const found = std::ranges::find(commands, name, &CommandName::name);
+    if (found == commands.end())
+        throw FlagError("unknown command \"" + name +
+                        "\"; there are serve, provision, console-link, keys, backup, restore and mcp");
+    return found->command;
 }
 
 Flags::KeyAction keyActionNamed(std::string const& name)
@@ -213,10 +104,14 @@ Flags::KeyAction keyActionNamed(std::string const& name)
 void readWord(Flags& result, std::string const& word)
 {
     bool const ofKeys = result.command == Flags::Command::keys;
+    bool const ofBackup =
+        result.command == Flags::Command::backup || result.command == Flags::Command::restore;
     if (ofKeys && result.keyAction == Flags::KeyAction::none)
         result.keyAction = keyActionNamed(word);
     else if (ofKeys && result.keyAction == Flags::KeyAction::revoke && result.keyId.empty())
         result.keyId = word;
+    else if (ofBackup && result.backupFolder.empty() && !word.empty())
+        result.backupFolder = word;
     else
         throw FlagError("\"" + word + "\" is one argument too many");
 }
@@ -225,6 +120,10 @@ void assertComplete(Flags const& result)
 {
     if (result.command == Flags::Command::mcp && result.connections.size() > 1)
         throw FlagError("mcp takes one --connection");
+    if (result.command == Flags::Command::backup && result.backupFolder.empty())
+        throw FlagError("backup needs the FOLDER to make");
+    if (result.command == Flags::Command::restore && result.backupFolder.empty())
+        throw FlagError("restore needs the FOLDER of a backup");
     if (result.command != Flags::Command::keys)
         return;
     if (result.keyAction == Flags::KeyAction::none)
@@ -235,11 +134,9 @@ void assertComplete(Flags const& result)
         throw FlagError("keys revoke needs the ID of a key; keys list shows it");
 }
 
-} // namespace
-
-Flags readFlags(std::span<char const* const> all)
+/// The command, its words, and the values of flags as they are given.
+void readCommandLine(Flags& result, std::span<char const* const> all)
 {
-    Flags result;
     Arguments arguments(all);
     bool named = false;
     while (!arguments.atEnd()) {
@@ -252,10 +149,60 @@ Flags readFlags(std::span<char const* const> all)
             readWord(result, argument);
         }
     }
-    assertComplete(result);
-    if (result.settings.dataFolder.empty())
-        result.settings.dataFolder = defaultDataFolder();
-    return result;
+}
+
+/// The values of the file, where the command line gives none.
+void addConfigFile(FlagsReading& reading)
+{
+    Flags& flags = reading.flags;
+    flags.given = flags.commandLine;
+    auto const named = flags.commandLine.find("config");
+    if (named == flags.commandLine.end())
+        return;
+    ConfigReading file = ConfigFile::read(named->second.front());
+    flags.given.merge(file.values);
+    std::ranges::move(file.problems, std::back_inserter(reading.problems));
+}
+
+void applyGiven(Flags& flags)
+{
+    for (Flag const& flag : allFlags())
+        if (auto const found = flags.given.find(flag.settingName()); found != flags.given.end())
+            for (std::string const& value : found->second)
+                flag.apply(flags, value);
+    if (flags.settings.dataFolder.empty())
+        flags.settings.dataFolder = defaultDataFolder();
+}
+
+} // namespace
+
+FlagsReading tryFlags(std::span<char const* const> all)
+{
+    FlagsReading reading;
+    auto const attempt = [&reading](auto const& step) {
+        try {
+            step();
+        } catch (FlagError const& error) {
+            reading.problems.emplace_back(error.what());
+        }
+    };
+    attempt([&] { readCommandLine(reading.flags, all); });
+    addConfigFile(reading);
+    attempt([&] { applyGiven(reading.flags); });
+    if (reading.problems.empty())
+        attempt([&] { assertComplete(reading.flags); });
+    return reading;
+}
+
+Flags readFlags(std::span<char const* const> all)
+{
+    FlagsReading reading = tryFlags(all);
+    std::string text;
+    for (std::string const& problem : reading.problems)
+        text += (text.empty() ? "" : "\n") + problem;
+    if (!text.empty())
+        throw FlagError(text);
+    return std::move(reading.flags);
 }
 
 std::string flagsHelp()
@@ -267,9 +214,11 @@ std::string flagsHelp()
         "zelvo-gateway keys list       lists the API keys\n"
         "zelvo-gateway keys add        makes an API key and prints it, this once\n"
         "zelvo-gateway keys revoke ID  ends an API key at once\n"
+        "zelvo-gateway backup FOLDER   copies the state, also of a running gateway, to a new folder\n"
+        "zelvo-gateway restore FOLDER  makes a backup the state of a gateway that does not run yet\n"
         "zelvo-gateway mcp             serves an MCP client on standard input and output, by a running "
         "gateway\n\n";
-    for (Flag const& flag : flags) {
+    for (Flag const& flag : allFlags()) {
         std::string const left =
             std::string(flag.name) + (flag.value.empty() ? "" : " ") + std::string(flag.value);
         text += "  " + left + std::string(left.size() < 28 ? 28 - left.size() : 1, ' ') +

@@ -1,0 +1,188 @@
+#include "ZelvoGateway/base/FlagTable.h"
+
+#include <boost/asio/ip/address.hpp>
+#include <boost/url/parse.hpp>
+#include <boost/url/url_view.hpp>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace zelvo::service {
+
+namespace {
+
+std::int64_t number(std::string const& text, std::int64_t min, std::int64_t max)
+{
+    std::int64_t value = 0;
+    auto const read = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value < min || value > max)
+        throw FlagError("a number from " + std::to_string(min) + " to " + std::to_string(max) +
+                        " is needed, not \"" + text + "\"");
+    return value;
+}
+
+std::chrono::days days(std::string const& text)
+{
+    return std::chrono::days(number(text, 1, 3650));
+}
+
+/// Bytes, from a number of mebibytes.
+std::uint64_t mebibytes(std::string const& text)
+{
+    return static_cast<std::uint64_t>(number(text, 1, 1 << 30)) << 20;
+}
+
+std::string ipAddress(std::string const& text)
+{
+    boost::system::error_code error;
+    boost::asio::ip::make_address(text, error);
+    if (error)
+        throw FlagError("an address such as 127.0.0.1 or :: is needed, not \"" + text + "\"");
+    return text;
+}
+
+/// example   what a usable address looks like
+[[noreturn]] void refuseAddress(std::string const& text, std::string const& example)
+{
+    if (text.find('@') != std::string::npos) // It may hold a password, which belongs in no log.
+        throw FlagError("an address like " + example + " is needed, without a user name");
+    throw FlagError("an address like " + example + " is needed, not \"" + text + "\"");
+}
+
+bool isOfTheWeb(auto const& url)
+{
+    return url && (url->scheme() == "http" || url->scheme() == "https") && !url->encoded_host().empty() &&
+           !url->has_userinfo();
+}
+
+std::string webAddress(std::string const& text)
+{
+    auto const url = boost::urls::parse_uri(text);
+    bool const usable = isOfTheWeb(url) && (url->encoded_path().empty() || url->encoded_path() == "/") &&
+                        !url->has_query() && !url->has_fragment();
+    if (!usable)
+        refuseAddress(text, "https://gateway.example.org");
+    return text.ends_with('/') ? text.substr(0, text.size() - 1) : text;
+}
+
+/// Any page of the web.
+std::string webPage(std::string const& text)
+{
+    if (!isOfTheWeb(boost::urls::parse_uri(text)))
+        refuseAddress(text, "https://example.org/zelvo");
+    return text;
+}
+
+using Kind = Flag::Kind;
+
+constexpr auto flags = std::to_array<Flag>({
+    {"--config", "FILE", "reads settings from FILE, in lines such as \"port = 8737\"; flags beat them",
+     [](Flags& f, std::string const& v) { f.configFile = v; }},
+    {"--check-config", "", "checks the settings, without serving",
+     [](Flags& f, std::string const&) { f.onlyChecks = true; }},
+    {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
+     [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }, Kind::atStart},
+    {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
+     [](Flags& f, std::string const& v) { f.settings.listen = ipAddress(v); }, Kind::atStart},
+    {"--port", "N", "port to listen on (default 8737; 0 takes a free one)",
+     [](Flags& f, std::string const& v) {
+         f.settings.port = static_cast<std::uint16_t>(number(v, 0, 65535));
+     },
+     Kind::atStart},
+    {"--port-file", "FILE", "writes the port to FILE once it listens",
+     [](Flags& f, std::string const& v) { f.portFile = v; }},
+    {"--public-url", "URL", "where browsers and machines reach it, behind a proxy for instance",
+     [](Flags& f, std::string const& v) { f.settings.publicUrl = webAddress(v); }, Kind::atStart},
+    {"--platform-name", "NAME", "the name that people are asked to trust (default Zelvo Local)",
+     [](Flags& f, std::string const& v) { f.settings.platformName = v; }, Kind::reloadable},
+    {"--personal", "", "tells people that the platform is their own",
+     [](Flags& f, std::string const&) { f.settings.personal = true; }, Kind::reloadable},
+    {"--minimum-app-version", "V", "refuses machines with an older agent",
+     [](Flags& f, std::string const& v) { f.settings.minimumAppVersion = v; }, Kind::reloadable},
+    {"--command-timeout", "SECONDS", "how long a command may take (default 180)",
+     [](Flags& f, std::string const& v) {
+         f.settings.commandTimeout = std::chrono::seconds(number(v, 1, 3600));
+     },
+     Kind::reloadable},
+    {"--no-recordings", "", "takes no more recordings from machines",
+     [](Flags& f, std::string const&) { f.settings.recordings.taken = false; }, Kind::reloadable},
+    {"--recording-days", "N", "how long a recording is kept (default 30)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.kept = days(v); }, Kind::reloadable},
+    {"--recording-mib", "N", "the largest recording that is taken (default 2048)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.maxBytes = mebibytes(v); }, Kind::reloadable},
+    {"--recordings-mib", "N", "what all recordings together may take up (default 20480)",
+     [](Flags& f, std::string const& v) { f.settings.recordings.maxTotalBytes = mebibytes(v); },
+     Kind::reloadable},
+    {"--install-url", "URL", "where people get the agent; the page behind a link shows it",
+     [](Flags& f, std::string const& v) { f.settings.installUrl = webPage(v); }, Kind::reloadable},
+    {"--allow-private-webhooks", "",
+     "lets webhooks go to addresses inside the gateway's network, and without TLS",
+     [](Flags& f, std::string const&) { f.settings.webhooks.toOwnNetwork = true; }, Kind::atStart},
+    {"--audit-days", "N", "how long an event is kept in the audit log (default 90)",
+     [](Flags& f, std::string const& v) { f.settings.audit.kept = days(v); }, Kind::reloadable},
+    {"--audit-events", "N", "how many events the audit log keeps at most (default 100000)",
+     [](Flags& f, std::string const& v) {
+         f.settings.audit.maxEvents = static_cast<std::size_t>(number(v, 1, 10'000'000));
+     },
+     Kind::reloadable},
+    {"--print-console-link", "", "prints a one-time link to the console once it listens",
+     [](Flags& f, std::string const&) { f.printConsoleLink = true; }},
+    {"--token-file", "FILE",
+     "provision: writes the machine token to FILE (mode 0600), not to standard output",
+     [](Flags& f, std::string const& v) { f.tokenFile = v; }},
+    {"--connection-file", "FILE", "provision: writes the connection's id to FILE",
+     [](Flags& f, std::string const& v) { f.connectionFile = v; }},
+    {"--end-user", "ID", "provision: whose machine it is (default local). keys add: reaches theirs only",
+     [](Flags& f, std::string const& v) {
+         f.endUserId = v;
+         f.endUsers.push_back(v);
+     },
+     Kind::argument, true},
+    {"--gateway", "URL", "mcp: the gateway to join (default: the one that runs on --data)",
+     [](Flags& f, std::string const& v) { f.gatewayUrl = webAddress(v); }},
+    {"--key-file", "FILE",
+     "mcp: the API key (default: $ZELVO_API_KEY, else the key in --data). keys add: writes the key there "
+     "(mode 0600), not to standard output",
+     [](Flags& f, std::string const& v) { f.keyFile = v; }},
+    {"--connection", "ID",
+     "mcp: serves this connection only. keys add: reaches it only; can be repeated, like --end-user",
+     [](Flags& f, std::string const& v) { f.connections.push_back(v); }, Kind::argument, true},
+    {"--name", "NAME", "keys add: what the key is called in lists",
+     [](Flags& f, std::string const& v) { f.keyName = v; }},
+    {"--switches", "QUERY", "mcp: as in the address of /mcp, such as \"width=1280&tools=computer\"",
+     [](Flags& f, std::string const& v) { f.mcpSwitches = v; }},
+    {"--with-recordings", "", "backup: copies the files of recordings, too",
+     [](Flags& f, std::string const&) { f.withRecordings = true; }},
+    {"--help", "", "prints this", [](Flags& f, std::string const&) { f.command = Flags::Command::help; }},
+    {"--version", "", "prints the version",
+     [](Flags& f, std::string const&) { f.command = Flags::Command::version; }},
+});
+
+} // namespace
+
+std::optional<std::string> Flag::problemWith(std::string const& given) const
+{
+    if (given.empty())
+        return "a value that is not empty is needed: " + std::string(value);
+    try {
+        Flags ignored;
+        apply(ignored, given);
+        return std::nullopt;
+    } catch (FlagError const& error) {
+        return error.what();
+    }
+}
+
+std::span<Flag const> allFlags()
+{
+    return flags;
+}
+
+Flag const* flagOfSetting(std::string_view settingName)
+{
+    auto const found = std::ranges::find(flags, settingName, &Flag::settingName);
+    return found == flags.end() ? nullptr : &*found;
+}
+
+} // namespace zelvo::service
