@@ -20,7 +20,10 @@ void serveMcpClient(Flags const& flags);
 /// Lists, makes and revokes API keys. Prints "id" and "key" lines for a new key; with a key file, the key is
 /// written only there.
 void manageKeys(Flags const& flags, std::ostream& out);
-/// Serves until SIGINT, SIGTERM or SIGHUP.
+/// Serves until SIGINT or SIGTERM. SIGHUP makes it read its configuration file and its API key again.
 void serve(Flags const& flags, std::ostream& out);
+/// Prints what is wrong with the settings, as far as that shows without serving. Changes nothing.
+/// Gives   whether they are fine
+bool checkSettings(FlagsReading const& reading, std::ostream& out);
 
 } // namespace zelvo::service

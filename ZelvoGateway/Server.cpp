@@ -20,6 +20,7 @@
 #include "ZelvoGateway/control/KeyService.h"
 #include "ZelvoGateway/control/MachineEvents.h"
 #include "ZelvoGateway/control/OnlineMachines.h"
+#include "ZelvoGateway/http/HealthRoutes.h"
 #include "ZelvoGateway/http/HttpServer.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/mcp/desktop/DesktopMcpHost.h"
@@ -32,12 +33,16 @@
 #include "base/UnusedMemory.h"
 
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/thread_pool.hpp>
+#include <boost/asio/use_awaitable.hpp>
 
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo::service {
 
@@ -69,11 +74,16 @@ public:
     std::uint16_t port() const { return http.port(); }
     std::string address() const;
     std::string newConsoleLink();
-    void run();
+    void run(ServingWatch watch);
+    void reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done);
     void stop();
 
 private:
     void begin();
+    void beginServing(ServingWatch const& watch);
+    Task<> beat(ServingWatch watch);
+    void takeKey();
+    bool isReady();
     void addRoutes();
     Caller platformOf(HttpRequest const& head) const;
     Task<> runMaintenance();
@@ -120,12 +130,14 @@ private:
     Console console;
     McpSetup mcpSetup;
     LinkPage linkPage;
+    HealthRoutes health;
     DesktopMcpHost mcpHost;
     McpEndpoint mcp;
     Routes routes;
     OpenApi openApi;
     HttpServer http;
     TaskHandle maintenance;
+    TaskHandle beating;
     boost::signals2::scoped_connection revocations;
 };
 
@@ -164,6 +176,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       webhookApi(access, webhooks, settings.limits),
       console(access, store, connections, keys, audit, settings.limits),
       mcpSetup(access, settings, ownProgram()), linkPage(access, links, settings),
+      health([this] { return isReady(); }, settings.limits.linkBody),
       mcpHost({.connections = connections,
                .commands = commands,
                .directory = machines,
@@ -212,6 +225,7 @@ void Server::Parts::addRoutes()
     routes.add(console.routes());
     routes.add(mcpSetup.routes());
     routes.add(linkPage.routes());
+    routes.add(health.routes());
     routes.add(mcp.routes());
     routes.add(machineApi.routes());
     routes.add(idempotent.over(platformApi.routes()));
@@ -232,21 +246,81 @@ std::string Server::Parts::newConsoleLink()
     return service::newConsoleLink(store, address(), settings.consoleLinkLifetime);
 }
 
-void Server::Parts::run()
+void Server::Parts::run(ServingWatch watch)
 {
     http.start();
     // Spawned from inside the loop, where it starts at once. A task that is cancelled before it starts would
     // throw out of run().
-    asio::post(io, [this] {
-        if (http.isStopping())
-            return;
-        maintenance = spawn(io.get_executor(), [this] { return runMaintenance(); });
-        webhookDispatcher.begin();
-        revocations = keys.observeRevocations([this](std::string const& keyId) { mcp.endKey(keyId); });
+    asio::post(io, [this, watch = std::move(watch)] {
+        if (!http.isStopping())
+            beginServing(watch);
     });
     while (!http.isStopping() && io.run_one() > 0) {
     }
     io.run_for(patienceAtEnd); // Until the last connection has ended.
+}
+
+void Server::Parts::beginServing(ServingWatch const& watch)
+{
+    maintenance = spawn(io.get_executor(), [this] { return runMaintenance(); });
+    webhookDispatcher.begin();
+    revocations = keys.observeRevocations([this](std::string const& keyId) {
+        mcp.endKey(keyId);
+        if (keyId == ApiKey::id)
+            sessions.endAll();
+    });
+    if (watch.begins)
+        watch.begins();
+    if (watch.beats && watch.period > Duration::zero())
+        beating = spawn(io.get_executor(), [this, watch] { return beat(watch); });
+}
+
+/// By real time: it says whether this process runs, which no other clock knows.
+Task<> Server::Parts::beat(ServingWatch watch)
+{
+    asio::steady_timer timer(io);
+    for (;;) {
+        watch.beats();
+        timer.expires_after(watch.period);
+        co_await timer.async_wait(asio::use_awaitable);
+    }
+}
+
+void Server::Parts::reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done)
+{
+    asio::post(io, [this, next = std::move(next), done = std::move(done)] {
+        std::vector<std::string> problems;
+        if (next)
+            settings.takeReloadable(*next);
+        try {
+            takeKey();
+        } catch (std::exception const& error) {
+            problems.emplace_back(error.what());
+        }
+        done(std::move(problems));
+    });
+}
+
+void Server::Parts::takeKey()
+{
+    ApiKey const next = ApiKey::loadOrMake(folder);
+    if (next.matches(key.value()))
+        return;
+    keys.setBuiltIn(next);
+    library.setKey(next);
+    key = next;
+}
+
+bool Server::Parts::isReady()
+{
+    if (http.isStopping())
+        return false;
+    try {
+        store.assertReadable();
+        return true;
+    } catch (StoreError const&) {
+        return false;
+    }
 }
 
 /// Refuses all but platforms and the console.
@@ -296,6 +370,7 @@ void Server::Parts::stopHere()
     keys.stop();
     audit.stop();
     maintenance.cancel();
+    beating.cancel();
     ownClock.rest();
     http.stop();
 }
@@ -319,9 +394,14 @@ std::string Server::newConsoleLink()
     return parts->newConsoleLink();
 }
 
-void Server::run()
+void Server::run(ServingWatch watch)
 {
-    parts->run();
+    parts->run(std::move(watch));
+}
+
+void Server::reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done)
+{
+    parts->reload(std::move(next), std::move(done));
 }
 
 void Server::stop()

@@ -4,10 +4,20 @@
 #include "base/Clock.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo::service {
+
+/// What is called from the serving loop, and so only while that runs. Empty functions are not called.
+struct ServingWatch {
+    std::function<void()> begins = {}; ///< once, when requests are answered
+    std::function<void()> beats = {};  ///< every `period` from then on, by real time
+    Duration period = {};              ///< 0 for no beats
+};
 
 /// The whole gateway: puts its parts together and runs them. Everything runs on the one thread that calls
 /// run(); two workers do what takes long, such as large texts and files.
@@ -25,7 +35,12 @@ public:
     std::string newConsoleLink();
 
     /// Serves until stop(); returns once every connection has ended.
-    void run();
+    void run(ServingWatch watch = {});
+    /// Takes from other settings what a running gateway can take, and the API key that the data folder holds
+    /// now. What can't be taken stays as it is, and `done` gets a line about it, on the serving thread. From
+    /// any thread.
+    /// next   nullopt leaves the settings as they are
+    void reload(std::optional<Settings> next, std::function<void(std::vector<std::string> problems)> done);
     /// Ends every connection, machines with 1001, and lets run() return. From any thread.
     void stop();
 

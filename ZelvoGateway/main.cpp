@@ -13,7 +13,11 @@ int runCommand(std::span<char const* const> arguments)
 {
     using namespace zelvo::service;
     using Command = Flags::Command;
-    Flags const flags = readFlags(arguments);
+    FlagsReading const reading = tryFlags(arguments);
+    Flags const& flags = reading.flags;
+    if (flags.onlyChecks && flags.command != Command::help)
+        return checkSettings(reading, std::cout) ? 0 : 1;
+    assertUsable(reading);
     switch (flags.command) {
     case Command::serve:
         serve(flags, std::cout);

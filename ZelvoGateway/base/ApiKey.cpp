@@ -31,22 +31,31 @@ bool canBeAKey(std::string const& text)
 
 } // namespace
 
+std::optional<ApiKey> ApiKey::stored(std::filesystem::path const& dataFolder)
+{
+    std::filesystem::path const file = dataFolder / keyFile;
+    auto const text = textOfFile(file);
+    if (!text)
+        return std::nullopt;
+    std::string key = withoutLineEnd(*text);
+    if (!canBeAKey(key))
+        throw std::runtime_error(
+            file.string() +
+            " holds no usable key: at least 32 letters, digits, _ or -. Remove it to get a new one");
+    return ApiKey(std::move(key));
+}
+
 ApiKey ApiKey::loadOrMake(DataFolder const& folder)
 {
-    std::string key;
-    if (auto const stored = folder.read(keyFile)) {
-        key = withoutLineEnd(*stored);
-        if (!canBeAKey(key))
-            throw std::runtime_error(
-                folder.file(keyFile).string() +
-                " holds no usable key: at least 32 letters, digits, _ or -. Remove it to get a new one");
+    auto key = stored(folder.file(""));
+    if (key) {
         ::chmod(folder.file(keyFile).c_str(), 0600);
     } else {
-        key = "zk_" + newSecret();
-        folder.write(keyFile, key + "\n");
+        key.emplace("zk_" + newSecret());
+        folder.write(keyFile, key->value() + "\n");
     }
-    folder.write(headerFile, "Authorization: Bearer " + key + "\n");
-    return ApiKey(std::move(key));
+    folder.write(headerFile, "Authorization: Bearer " + key->value() + "\n");
+    return *std::move(key);
 }
 
 bool ApiKey::matches(std::string_view candidate) const

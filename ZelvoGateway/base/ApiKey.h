@@ -2,6 +2,8 @@
 
 #include "ZelvoGateway/base/DataFolder.h"
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,6 +17,8 @@ public:
     static constexpr std::string_view id = "key_builtin"; ///< by which callers and events name this key
     static constexpr std::string_view name = "Built-in key";
 
+    /// The key in a data folder; nullopt if there is none. Throws std::runtime_error if it can't be used.
+    static std::optional<ApiKey> stored(std::filesystem::path const& dataFolder);
     static ApiKey loadOrMake(DataFolder const& folder);
     explicit ApiKey(std::string text) : text(std::move(text)) {}
 

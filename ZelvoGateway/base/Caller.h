@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
@@ -27,6 +28,7 @@ struct Caller {
     std::string keyId = {}; ///< empty for the person
     std::string name = {};  ///< of the key
     Reach reach = {};
+    std::uint64_t keyVersion = 0; ///< another one after the key was replaced under the same id
 
     /// The person at the console or at the command line.
     static Caller console() { return {.name = "Console", .reach = {.all = true}}; }

@@ -42,6 +42,16 @@ void writeAll(int file, std::string const& text, std::filesystem::path const& pa
 
 } // namespace
 
+std::optional<std::string> textOfFile(std::filesystem::path const& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream && errno == ENOENT)
+        return std::nullopt;
+    if (!stream)
+        fail("read", path, errno);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+}
+
 void writePrivateFile(std::filesystem::path const& path, std::string const& text)
 {
     std::filesystem::path const draft = path.string() + "." + randomHex(6);
@@ -85,10 +95,7 @@ DataFolder::~DataFolder()
 
 std::optional<std::string> DataFolder::read(std::string const& name) const
 {
-    std::ifstream stream(file(name), std::ios::binary);
-    if (!stream)
-        return std::nullopt;
-    return std::string(std::istreambuf_iterator<char>(stream), {});
+    return textOfFile(file(name));
 }
 
 void DataFolder::write(std::string const& name, std::string const& text) const

@@ -29,6 +29,8 @@ private:
     int lockFile = -1;
 };
 
+/// Nullopt if there is no such file. Throws std::runtime_error if it can't be read.
+std::optional<std::string> textOfFile(std::filesystem::path const& path);
 /// Writes a file of mode 0600 atomically; others can never read it.
 void writePrivateFile(std::filesystem::path const& path, std::string const& text);
 

@@ -40,7 +40,8 @@ Flag const& flagNamed(std::string_view name)
     throw FlagError("unknown flag " + std::string(name));
 }
 
-void readFlag(Flags& result, std::string const& argument, Arguments& arguments)
+/// Throws FlagError if it is not clear where the next argument begins.
+void readFlag(FlagsReading& reading, std::string const& argument, Arguments& arguments)
 {
     std::size_t const equals = argument.find('=');
     Flag const& flag = flagNamed(std::string_view(argument).substr(0, equals));
@@ -57,11 +58,13 @@ void readFlag(Flags& result, std::string const& argument, Arguments& arguments)
             throw FlagError(name + " needs a value: " + std::string(flag.value));
         value = arguments.next();
     }
-    if (value->empty())
-        throw FlagError(name + " needs a value that is not empty");
-    if (auto const problem = flag.problemWith(*value))
-        throw FlagError(name + ": " + *problem);
-    auto& values = result.commandLine[std::string(flag.settingName())];
+    auto const problem = flag.problemWith(*value);
+    if (problem) {
+        reading.problems.push_back(value->empty() ? name + " needs a value that is not empty"
+                                                  : name + ": " + *problem);
+        return;
+    }
+    auto& values = reading.flags.commandLine[std::string(flag.settingName())];
     if (!flag.repeats)
         values.clear(); // The last one counts.
     values.push_back(*std::move(value));
@@ -135,14 +138,15 @@ void assertComplete(Flags const& result)
 }
 
 /// The command, its words, and the values of flags as they are given.
-void readCommandLine(Flags& result, std::span<char const* const> all)
+void readCommandLine(FlagsReading& reading, std::span<char const* const> all)
 {
+    Flags& result = reading.flags;
     Arguments arguments(all);
     bool named = false;
     while (!arguments.atEnd()) {
         std::string const argument = arguments.next();
         if (argument.starts_with("-")) {
-            readFlag(result, argument, arguments);
+            readFlag(reading, argument, arguments);
         } else if (!std::exchange(named, true)) {
             result.command = commandNamed(argument);
         } else {
@@ -174,34 +178,56 @@ void applyGiven(Flags& flags)
         flags.settings.dataFolder = defaultDataFolder();
 }
 
+template <class Step>
+void attempt(FlagsReading& reading, Step const& step)
+{
+    try {
+        step();
+    } catch (FlagError const& error) {
+        reading.problems.emplace_back(error.what());
+    }
+}
+
+/// What follows the command line.
+void complete(FlagsReading& reading)
+{
+    addConfigFile(reading);
+    attempt(reading, [&] { applyGiven(reading.flags); });
+    if (reading.problems.empty())
+        attempt(reading, [&] { assertComplete(reading.flags); });
+}
+
 } // namespace
 
 FlagsReading tryFlags(std::span<char const* const> all)
 {
     FlagsReading reading;
-    auto const attempt = [&reading](auto const& step) {
-        try {
-            step();
-        } catch (FlagError const& error) {
-            reading.problems.emplace_back(error.what());
-        }
-    };
-    attempt([&] { readCommandLine(reading.flags, all); });
-    addConfigFile(reading);
-    attempt([&] { applyGiven(reading.flags); });
-    if (reading.problems.empty())
-        attempt([&] { assertComplete(reading.flags); });
+    attempt(reading, [&] { readCommandLine(reading, all); });
+    complete(reading);
     return reading;
 }
 
-Flags readFlags(std::span<char const* const> all)
+FlagsReading readAgain(Flags const& flags)
 {
-    FlagsReading reading = tryFlags(all);
+    FlagsReading reading{.flags = {.command = flags.command, .commandLine = flags.commandLine},
+                         .problems = {}};
+    complete(reading);
+    return reading;
+}
+
+void assertUsable(FlagsReading const& reading)
+{
     std::string text;
     for (std::string const& problem : reading.problems)
         text += (text.empty() ? "" : "\n") + problem;
     if (!text.empty())
         throw FlagError(text);
+}
+
+Flags readFlags(std::span<char const* const> all)
+{
+    FlagsReading reading = tryFlags(all);
+    assertUsable(reading);
     return std::move(reading.flags);
 }
 

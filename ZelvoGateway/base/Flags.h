@@ -56,8 +56,12 @@ struct FlagsReading {
 /// Reads the arguments after the program's name, and the configuration file that they name. Flags beat the
 /// file.
 FlagsReading tryFlags(std::span<char const* const> all);
-/// The same. Throws FlagError if anything is wrong.
+/// Throws FlagError if anything is wrong.
+void assertUsable(FlagsReading const& reading);
+/// Both.
 Flags readFlags(std::span<char const* const> all);
+/// Reads the configuration file again, with the same command line.
+FlagsReading readAgain(Flags const& flags);
 /// What --help prints.
 std::string flagsHelp();
 /// $XDG_DATA_HOME/zelvo-gateway, else ~/.local/share/zelvo-gateway.

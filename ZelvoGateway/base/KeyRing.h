@@ -20,8 +20,11 @@ public:
     virtual std::optional<Caller> callerWith(std::string_view key) = 0;
     /// Whether a key is still valid. An empty id means the person who runs the gateway, and is always valid.
     virtual bool isCurrent(std::string const& keyId) = 0;
-    /// Calls the observer with the id of each key that is revoked from now on, also by another process, until
-    /// the connection ends. For streams and sockets that outlive the request that opened them.
+    /// Whether the very key that a caller came with is still valid: neither revoked nor replaced.
+    virtual bool isCurrent(Caller const& caller) = 0;
+    /// Calls the observer with the id of each key that is revoked from now on, also by another process, or
+    /// replaced, until the connection ends. For streams and sockets that outlive the request that opened
+    /// them.
     virtual boost::signals2::connection
     observeRevocations(std::function<void(std::string const& keyId)> observer) = 0;
 };

@@ -47,6 +47,8 @@ struct Limits {
     Duration smallBodyTime = 15s;
     Duration bodyTime = 600s;
     Duration handshake = 15s;
+
+    bool operator==(Limits const&) const = default;
 };
 
 /// How long the agents of one machine wait for each other.
@@ -56,6 +58,8 @@ struct ControlTimes {
     Duration place = 30s;     ///< how long one that gave up waiting keeps its place in line
     Duration patience = 60s;  ///< how long a command waits for control before machine_busy
     std::size_t maxLine = 32; ///< agents in line for one machine
+
+    bool operator==(ControlTimes const&) const = default;
 };
 
 /// Recordings that machines upload.
@@ -70,6 +74,8 @@ struct RecordingRules {
     Duration completion = 24h;               ///< from the end of the upload to its completion
     Duration recordingAddress = 1h;          ///< how long an address to watch it is valid
     Duration deletedKept = 7 * 24h;          ///< how long a deleted one is still listed as deleted
+
+    bool operator==(RecordingRules const&) const = default;
 };
 
 /// Webhooks that platforms register.
@@ -88,6 +94,8 @@ struct WebhookRules {
     Duration logKept = 7 * 24h;
     Duration oldSecretValid = 24h; ///< after it was replaced
     Duration absence = 2min;       ///< after a start, until a machine that has not come back is offline
+
+    bool operator==(WebhookRules const&) const = default;
 };
 
 /// How long a browser stays logged in to the console.
@@ -96,6 +104,8 @@ struct ConsoleTimes {
     Duration longest = 12h;
     std::size_t maxSessions = 64;      ///< at one time
     Duration recordingAddress = 10min; ///< how long an address to watch a recording is valid for the console
+
+    bool operator==(ConsoleTimes const&) const = default;
 };
 
 /// Clients of the Model Context Protocol.
@@ -108,6 +118,8 @@ struct McpRules {
     std::size_t maxConversations = 64; ///< of one key, the newest
     std::size_t maxSockets = 64;       ///< of one key
     std::size_t maxRequests = 256;     ///< of one key at one time
+
+    bool operator==(McpRules const&) const = default;
 };
 
 /// Answers to requests with an idempotency key.
@@ -115,12 +127,16 @@ struct AnswerRules {
     Duration kept = 24h;
     std::size_t maxAnswers = 2'000; ///< of one caller, the newest
     std::size_t maxBytes = 64_KiB;  ///< of one answer; a larger one is not kept
+
+    bool operator==(AnswerRules const&) const = default;
 };
 
 /// How much of the audit log is kept.
 struct AuditRules {
     Duration kept = 90 * 24h;
     std::size_t maxEvents = 100'000; ///< the newest
+
+    bool operator==(AuditRules const&) const = default;
 };
 
 /// How many wrong API keys one address may try.
@@ -128,6 +144,8 @@ struct AttemptRules {
     std::size_t maxAttempts = 30; ///< in a window
     Duration window = 60s;
     std::size_t maxAddresses = 4096; ///< that are counted at one time
+
+    bool operator==(AttemptRules const&) const = default;
 };
 
 /// What the person who starts the gateway chooses.
@@ -154,6 +172,10 @@ struct Settings {
     WebhookRules webhooks;
     std::string installUrl; ///< where people get the agent; empty if nowhere in particular
     Limits limits;
+
+    bool operator==(Settings const&) const = default;
+    /// Takes those of other settings that a running gateway takes: see Flag::Kind::reloadable.
+    void takeReloadable(Settings const& next);
 };
 
 } // namespace zelvo::service

@@ -34,8 +34,8 @@ StoredConnection CommandService::connectionOf(Caller const& caller, std::string 
 /// After a wait, in which the connection or the key may have been revoked.
 void CommandService::assertStillAllowed(Submission const& submission)
 {
-    if (!keys.isCurrent(submission.caller.keyId))
-        throw Failure{.code = ErrorCode::unauthorized, .message = "The API key was revoked"};
+    if (!keys.isCurrent(submission.caller))
+        throw Failure{.code = ErrorCode::unauthorized, .message = "The API key was revoked or replaced"};
     connectionOf(submission.caller, submission.connection.id);
 }
 

@@ -55,8 +55,12 @@ void KeyService::setBuiltIn(ApiKey const& key)
     bool const isReplaced = known != valid.end() && !sameHash(known->hash, stored.hash);
     store.saveKey(stored);
     readAgain();
-    if (isReplaced)
-        audit.add(Caller::console(), {.type = "key.replaced", .details = detailsOf(stored)});
+    if (!isReplaced)
+        return;
+    ++builtInVersion;
+    store.cancelCommandsOfKey(stored.id, stored.createdAt);
+    audit.add(Caller::console(), {.type = "key.replaced", .details = detailsOf(stored)});
+    revoked(stored.id);
 }
 
 void KeyService::assertValid(KeyRequest const& request)
@@ -98,9 +102,8 @@ NewKey KeyService::add(KeyRequest const& request)
 StoredKey KeyService::revoke(std::string const& id)
 {
     if (id == ApiKey::id)
-        throw badKey(
-            "The built-in key can't be revoked. To replace it, remove the file \"api-key\" and start "
-            "the gateway again");
+        throw badKey("The built-in key can't be revoked. To replace it, remove the file \"api-key\" and "
+                     "reload the gateway, or start it again");
     Date const now = clock.date();
     auto const all = store.keys();
     auto const found = std::ranges::find(all, id, &StoredKey::id);
@@ -124,13 +127,19 @@ std::optional<Caller> KeyService::callerWith(std::string_view key)
     if (!found)
         return std::nullopt;
     noteUse(*found);
-    return Caller{.keyId = found->id, .name = found->name, .reach = found->reach};
+    return Caller{
+        .keyId = found->id, .name = found->name, .reach = found->reach, .keyVersion = versionOf(found->id)};
 }
 
 bool KeyService::isCurrent(std::string const& keyId)
 {
     readAgainIfChanged();
     return keyId.empty() || std::ranges::find(valid, keyId, &StoredKey::id) != valid.end();
+}
+
+bool KeyService::isCurrent(Caller const& caller)
+{
+    return isCurrent(caller.keyId) && caller.keyVersion == versionOf(caller.keyId);
 }
 
 void KeyService::noteUse(StoredKey& key)

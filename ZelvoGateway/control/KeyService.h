@@ -38,7 +38,8 @@ public:
 
     KeyService(Store& store, AuditLog& audit, Clock& clock, Executor server);
 
-    /// Adds the built-in key, or replaces it by the one that the data folder holds now.
+    /// Adds the built-in key, or replaces it by the one that the data folder holds now. What was begun with
+    /// the old one ends as if it was revoked.
     void setBuiltIn(ApiKey const& key);
     /// Oldest first, the revoked ones too.
     std::vector<StoredKey> keys() { return store.keys(); }
@@ -50,6 +51,7 @@ public:
 
     std::optional<Caller> callerWith(std::string_view key) override;
     bool isCurrent(std::string const& keyId) override;
+    bool isCurrent(Caller const& caller) override;
     boost::signals2::connection
     observeRevocations(std::function<void(std::string const& keyId)> observer) override;
     /// Looks for other processes' revocations no more, so that the server can end.
@@ -60,6 +62,10 @@ private:
     void readAgainIfChanged();
     void readAgain();
     void noteUse(StoredKey& key);
+    std::uint64_t versionOf(std::string const& keyId) const
+    {
+        return keyId == ApiKey::id ? builtInVersion : 0;
+    }
     Task<> watch();
 
     Store& store;
@@ -67,6 +73,7 @@ private:
     Clock& clock;
     Executor server;
     std::vector<StoredKey> valid;
+    std::uint64_t builtInVersion = 0;
     std::int64_t readAt = 0; ///< Store::foreignChanges() when `valid` was read
     boost::signals2::signal<void(std::string const&)> revoked;
     bool watches = false;

@@ -26,6 +26,7 @@ public:
     /// The origin of a session, whose time without a request begins anew; nullopt if it has ended.
     std::optional<std::string> originOf(std::string_view secret);
     void end(std::string_view secret);
+    void endAll() { sessions.clear(); }
 
 private:
     struct Session {

@@ -57,6 +57,9 @@ public:
     /// key that it was issued to is revoked.
     Task<std::shared_ptr<ByteSource const>> open(std::string id, PassProof proof);
 
+    /// Ends all passes, and signs new ones with another key.
+    void setKey(ApiKey const& key) { passes = RecordingPasses(key); }
+
     /// At the start, before anything is served: ends what the last run left unfinished.
     void begin();
     /// Once a minute: ends what has expired.

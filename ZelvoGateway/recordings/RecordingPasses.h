@@ -36,7 +36,7 @@ public:
 private:
     std::string signatureFor(std::string const& id, std::string const& keyId, std::string const& end) const;
 
-    std::string const secret;
+    std::string secret;
 };
 
 } // namespace zelvo::service

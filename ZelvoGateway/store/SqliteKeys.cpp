@@ -90,6 +90,13 @@ bool SqliteStore::revokeKey(std::string const& id, Date now)
         .step();
     if (database.changes() == 0)
         return false;
+    cancelCommandsOfKey(id, now);
+    transaction.commit();
+    return true;
+}
+
+void SqliteStore::cancelCommandsOfKey(std::string const& id, Date now)
+{
     database
         .prepare("UPDATE queued_commands SET status = 'canceled', ended_at = ?, bytes = 0, frame = '' "
                  "WHERE status = 'queued' AND id IN (SELECT command_id FROM keys_of_commands WHERE key_id = "
@@ -97,8 +104,6 @@ bool SqliteStore::revokeKey(std::string const& id, Date now)
         .bind(millisecondsOf(now))
         .bind(id)
         .step();
-    transaction.commit();
-    return true;
 }
 
 void SqliteStore::setKeyUsed(std::string const& id, Date now)

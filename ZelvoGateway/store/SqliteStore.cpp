@@ -279,6 +279,11 @@ void SqliteStore::setRevocationDelivered(std::string const& id)
     database.prepare("UPDATE connections SET revocation_told = 1 WHERE id = ?").bind(id).step();
 }
 
+void SqliteStore::assertReadable()
+{
+    database.prepare("SELECT 1 FROM reserved_numbers").step();
+}
+
 std::uint64_t SqliteStore::reserveNumbers(std::uint64_t count)
 {
     auto const numbers = static_cast<std::int64_t>(count);

@@ -127,6 +127,9 @@ public:
     void dropAnswer(std::string const& caller, std::string const& keyHash) override;
     void trimAnswers(Date oldest, std::size_t maxAnswers) override;
 
+    void cancelCommandsOfKey(std::string const& id, Date now) override;
+    void assertReadable() override;
+
     std::uint64_t reserveNumbers(std::uint64_t count) override;
 
 private:

@@ -216,6 +216,11 @@ public:
     /// `maxAnswers`.
     virtual void trimAnswers(Date oldest, std::size_t maxAnswers) = 0;
 
+    /// Cancels the commands that wait in the name of a key.
+    virtual void cancelCommandsOfKey(std::string const& id, Date now) = 0;
+    /// Throws StoreError if nothing can be read.
+    virtual void assertReadable() = 0;
+
     /// Reserves so many numbers in a row that no other call ever gets, and returns the first. They grow.
     virtual std::uint64_t reserveNumbers(std::uint64_t count) = 0;
 };

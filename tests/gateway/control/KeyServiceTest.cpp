@@ -238,5 +238,32 @@ TEST_F(KeyServiceTest, followsTheBuiltInKeyThatTheFolderHolds)
     EXPECT_TRUE(keys.callerWith(next.value()));
 }
 
+TEST_F(KeyServiceTest, endsWhatWasBegunWithAReplacedKey)
+{
+    ApiKey const old("zk_0123456789abcdef0123456789abcdef");
+    keys.setBuiltIn(old);
+    NewKey const other = keys.add({.name = "a"});
+    Caller const waiting = *keys.callerWith(old.value());
+    Caller const unaffected = *keys.callerWith(other.text);
+    store.addCommand({.id = "cmd_1",
+                      .connectionId = "con_1",
+                      .method = "urls.open",
+                      .expiresAt = clock.date() + 1h,
+                      .keyId = std::string(ApiKey::id)});
+    std::vector<std::string> ended;
+    boost::signals2::scoped_connection const observed =
+        keys.observeRevocations([&](std::string const& id) { ended.push_back(id); });
+    EXPECT_TRUE(keys.isCurrent(waiting));
+
+    keys.setBuiltIn(ApiKey("zk_fedcba9876543210fedcba9876543210"));
+
+    EXPECT_EQ(ended, std::vector<std::string>{std::string(ApiKey::id)});
+    EXPECT_FALSE(keys.isCurrent(waiting));
+    EXPECT_TRUE(keys.isCurrent(waiting.keyId)); // The id is that of the new one, too.
+    EXPECT_TRUE(keys.isCurrent(unaffected));
+    EXPECT_TRUE(keys.isCurrent(Caller::console()));
+    EXPECT_EQ(store.command("cmd_1")->status, records::CommandStatus::canceled);
+}
+
 } // namespace
 } // namespace zelvo::service

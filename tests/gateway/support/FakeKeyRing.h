@@ -22,6 +22,7 @@ public:
                                                                          : std::optional(found->second);
     }
     bool isCurrent(std::string const& keyId) override { return !revokedKeys.contains(keyId); }
+    bool isCurrent(Caller const& caller) override { return isCurrent(caller.keyId); }
     boost::signals2::connection
     observeRevocations(std::function<void(std::string const& keyId)> observer) override
     {
