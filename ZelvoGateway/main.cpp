@@ -35,8 +35,11 @@ int runCommand(std::span<char const* const> arguments)
         manageKeys(flags, std::cout);
         break;
     case Command::backup:
+        backUp(flags, std::cout);
+        break;
     case Command::restore:
-        throw std::runtime_error("not here yet");
+        restore(flags, std::cout);
+        break;
     case Command::help:
         std::cout << flagsHelp();
         break;

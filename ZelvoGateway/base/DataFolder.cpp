@@ -83,6 +83,9 @@ DataFolder::DataFolder(std::filesystem::path path) : path(std::move(path))
         fail("make the folder", this->path, errno);
     if (::chmod(this->path.c_str(), 0700) != 0)
         fail("protect the folder", this->path, errno);
+    if (std::filesystem::exists(file(unfinishedRestore)))
+        throw std::runtime_error("a backup was not restored to " + this->path.string() +
+                                 " completely; empty the folder and restore it again");
     if (!std::filesystem::exists(file(PrivateMark::fileName)))
         write(PrivateMark::fileName, "Agents on this machine may not read or write here.\n");
 }

@@ -11,7 +11,11 @@ namespace zelvo::service {
 /// Throws std::runtime_error with a text for the person who started the program.
 class DataFolder {
 public:
-    /// Creates the folder if it is missing; removes other people's access if they have any.
+    /// In the folder while a backup is restored to it.
+    static constexpr char const* unfinishedRestore = "restore-unfinished";
+
+    /// Creates the folder if it is missing; removes other people's access if they have any. Refuses one in
+    /// which a restore did not finish.
     explicit DataFolder(std::filesystem::path path);
     DataFolder(DataFolder const&) = delete;
     DataFolder& operator=(DataFolder const&) = delete;

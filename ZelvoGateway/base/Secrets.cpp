@@ -57,6 +57,36 @@ std::string hashOf(std::string_view secret)
     return hexadecimal(digest);
 }
 
+struct TextHash::State {
+    EVP_MD_CTX* const context = EVP_MD_CTX_new();
+};
+
+void TextHash::Release::operator()(State* released) const noexcept
+{
+    EVP_MD_CTX_free(released->context);
+    delete released;
+}
+
+TextHash::TextHash() : state(new State)
+{
+    if (!state->context || EVP_DigestInit_ex(state->context, EVP_sha256(), nullptr) != 1)
+        throw std::runtime_error("no SHA-256");
+}
+
+void TextHash::add(std::string_view piece)
+{
+    if (EVP_DigestUpdate(state->context, piece.data(), piece.size()) != 1)
+        throw std::runtime_error("no SHA-256");
+}
+
+std::string TextHash::end()
+{
+    Digest digest{};
+    if (EVP_DigestFinal_ex(state->context, digest.data(), nullptr) != 1)
+        throw std::runtime_error("no SHA-256");
+    return hexadecimal(digest);
+}
+
 std::string signatureOf(std::string_view text, std::string_view key)
 {
     Digest digest{};

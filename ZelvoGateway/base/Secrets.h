@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,21 @@ std::string newSecret();
 std::string newId(std::string_view prefix);
 /// SHA-256 as hexadecimal text; secrets are stored only as this.
 std::string hashOf(std::string_view secret);
+/// The same for what is too long to be in memory at once. Throws std::runtime_error.
+class TextHash {
+public:
+    TextHash();
+    void add(std::string_view piece);
+    /// The hash of all pieces; nothing can be added any more.
+    std::string end();
+
+private:
+    struct State;
+    struct Release {
+        void operator()(State* released) const noexcept;
+    };
+    std::unique_ptr<State, Release> state;
+};
 /// HMAC-SHA-256 as hexadecimal text: proves that whoever made it has the key.
 std::string signatureOf(std::string_view text, std::string_view key);
 /// Compares two results of hashOf() in constant time.

@@ -19,8 +19,11 @@ public:
     void remove(std::string const& id) const override;
     void removeAllBut(std::set<std::string> const& ids) const override;
 
+    /// The name of a recording's file.
+    static std::string nameOf(std::string const& id) { return id + ".mp4"; }
+
 private:
-    std::filesystem::path file(std::string const& id) const { return path / (id + ".mp4"); }
+    std::filesystem::path file(std::string const& id) const { return path / nameOf(id); }
 
     std::filesystem::path path;
 };

@@ -168,6 +168,26 @@ void Database::execute(std::string const& sql)
         fail(database.get(), "execute");
 }
 
+void Database::copyTo(std::filesystem::path const& target)
+{
+    int const number = ::open(target.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (number < 0)
+        throw StoreError("database: cannot write " + target.string() + ": " +
+                         std::generic_category().message(errno));
+    markPrivate(number);
+    ::close(number);
+    sqlite3* raw = nullptr;
+    int const opened = sqlite3_open_v2(target.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+    std::unique_ptr<sqlite3, CloseDatabase> const copy(raw);
+    sqlite3_backup* const work =
+        opened == SQLITE_OK ? sqlite3_backup_init(raw, "main", database.get(), "main") : nullptr;
+    if (!work)
+        fail(raw, "copy");
+    sqlite3_backup_step(work, -1); // All pages at once: in between, a change would begin it anew.
+    if (sqlite3_backup_finish(work) != SQLITE_OK)
+        fail(raw, "copy");
+}
+
 int Database::changes() const
 {
     return sqlite3_changes(database.get());

@@ -77,6 +77,8 @@ public:
     /// Statements without parameters, separated by ";".
     void execute(std::string const& sql);
     Statement prepare(std::string_view sql) { return {idle, database.get(), sql}; }
+    /// Copies what is committed at one moment to a new database, mode 0600, while others go on writing.
+    void copyTo(std::filesystem::path const& target);
     /// How many rows the last statement changed.
     int changes() const;
     /// What is committed, by all processes.
