@@ -230,6 +230,30 @@ TEST_F(Backup, thatFailsLeavesNothing)
     backUp("backup");
 }
 
+TEST_F(Backup, thatIsKilledIsWholeOrNotThere)
+{
+    provisioned(place, "a");
+    std::ofstream(fs::path(place.data) / "api-key") << std::string(32 << 20, 'k'); // Takes a while to copy.
+    std::vector<std::string> made;
+    for (int round = 0; round < 20; ++round) {
+        std::string const name = place.out("backup" + std::to_string(round));
+        Program const program(place.out("printed"), {"backup", name, "--data", place.data});
+        std::this_thread::sleep_for(std::chrono::milliseconds(20 * round));
+        program.send(SIGKILL);
+        if (fs::exists(name))
+            made.push_back(name);
+    }
+
+    EXPECT_LT(made.size(), 20u);
+    for (std::string const& draft : drafts())
+        if (fs::exists(fs::path(draft) / BackupManifest::fileName)) // Killed just before it was renamed.
+            made.push_back(draft);
+    for (fs::path const backup : made)
+        for (BackupFile const& file :
+             BackupManifest::parse(contentOf(backup / BackupManifest::fileName)).files)
+            EXPECT_EQ(digestOf(backup / file.name), file.digest) << backup;
+}
+
 TEST_F(Backup, isNotRestoredIfAnythingInItWasChanged)
 {
     provisioned(place, "a");
