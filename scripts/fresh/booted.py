@@ -1,5 +1,4 @@
 """An empty Debian that runs its own systemd, in namespaces and a control group that end with it."""
-import contextlib
 import os
 import shlex
 import subprocess
@@ -54,11 +53,9 @@ class Booted:
     def __exit__(self, *exception):
         self.process.kill()  # The first process of the namespaces ends with it, and so does everything else.
         self.process.wait(MINUTE)
-        for folder in sorted(self.group.rglob("*/"), key=lambda one: -len(one.parts)):
-            with contextlib.suppress(OSError):
-                folder.rmdir()
-        with contextlib.suppress(OSError):
-            self.group.rmdir()
+        self.until("everything in it has ended", lambda: "populated 0" in (self.group / "cgroup.events").read_text())
+        for folder, _, _ in os.walk(self.group, topdown=False):
+            os.rmdir(folder)
         self.root.host(["umount", self.groups])
 
     def is_running(self):
