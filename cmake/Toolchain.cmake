@@ -1,9 +1,8 @@
 # Compiler launcher, linker, warnings and sanitizers: what every target is built with.
 find_program(CCACHE ccache)
 if(CCACHE)
-    # Precompiled headers carry no time stamps, so that the cache can be shared by build folders. Nothing reads the
-    # compiler's messages in another language.
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,locale
+    # Precompiled headers carry no time stamps, so that the cache can be shared by build folders.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros
         CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} ${CCACHE})
 endif()
 
