@@ -109,6 +109,10 @@ class PackageTrial:
 
     def try_service(self, system):
         self.assert_service_runs(system)
+        number = system.programs("/usr/bin/zelvo-gateway")
+        system.answer("systemctl reload zelvo-gateway")
+        if system.programs("/usr/bin/zelvo-gateway") != number:
+            raise Failed("a reload has started another gateway")
         exposure = system.ran("systemd-analyze security --no-pager zelvo-gateway").stdout
         self.exposure = exposure.strip().splitlines()[-1].split(":", 1)[-1].strip() if exposure else "unknown"
         journal = system.answer("journalctl --no-pager -u zelvo-gateway")
