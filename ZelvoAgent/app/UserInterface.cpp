@@ -90,8 +90,8 @@ void UserInterface::followTray()
 
 void UserInterface::drawIcon()
 {
-    AgentStatus const status =
-        AgentStatus::current(services.parts.state, services.platform.access().current());
+    AgentStatus const status = AgentStatus::current(
+        services.parts.state, services.platform.access().current(), services.updater.source());
     icon.setState(markOf(services.parts.state), services.parts.recording.state().isRecording(),
                   "Zelvo: " + toQString(status.title));
 }

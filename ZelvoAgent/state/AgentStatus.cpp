@@ -68,10 +68,11 @@ AgentStatus connected(AgentState const& state, Permissions const& permissions)
 
 } // namespace
 
-AgentStatus AgentStatus::current(AgentState const& state, Permissions const& permissions)
+AgentStatus
+AgentStatus::current(AgentState const& state, Permissions const& permissions, UpdateSource updates)
 {
     GatewayConnectionState const& gateway = state.gateway();
-    std::string const detail = gateway.detail().value_or("");
+    std::string const detail = gateway.detail(updates).value_or("");
     switch (gateway.kind) {
     case Kind::retrying:
         return problem("status.offline", detail, Action::reconnectNow);
@@ -82,7 +83,8 @@ AgentStatus AgentStatus::current(AgentState const& state, Permissions const& per
     case Kind::tokenRejected:
         return problem("gateway.tokenRejected", detail, Action::relink);
     case Kind::updateRequired:
-        return problem("gateway.updateRequired", detail, Action::update);
+        return problem("gateway.updateRequired", detail,
+                       updates == UpdateSource::itself ? Action::update : Action::none);
     case Kind::connected:
         break;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "state/UpdateSource.h"
 #include "state/ZelvoMark.h"
 #include "wire/Permissions.h"
 
@@ -21,8 +22,9 @@ struct AgentStatus {
     Action action = Action::none;
     bool operator==(AgentStatus const&) const = default;
 
-    /// A lost link counts more than a pause, and both more than anything else. Thread: main.
-    static AgentStatus current(AgentState const& state, Permissions const& permissions);
+    /// A lost link counts more than a pause, and both more than anything else. An update is offered only by a
+    /// program that installs it itself. Thread: main.
+    static AgentStatus current(AgentState const& state, Permissions const& permissions, UpdateSource updates);
 
     /// The label of the button for `action`.
     std::optional<std::string> actionTitle() const;

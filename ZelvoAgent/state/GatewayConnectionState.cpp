@@ -36,7 +36,7 @@ std::string GatewayConnectionState::title() const
     return {};
 }
 
-std::optional<std::string> GatewayConnectionState::detail() const
+std::optional<std::string> GatewayConnectionState::detail(UpdateSource updates) const
 {
     switch (kind) {
     case Kind::retrying:
@@ -46,7 +46,8 @@ std::optional<std::string> GatewayConnectionState::detail() const
     case Kind::tokenRejected:
         return localized("gateway.tokenRejected.detail");
     case Kind::updateRequired:
-        return localized("gateway.updateRequired.detail");
+        return localized(updates == UpdateSource::itself ? "gateway.updateRequired.detail"
+                                                         : "gateway.updateRequired.packaged");
     case Kind::connecting:
     case Kind::connected:
         return std::nullopt;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "state/UpdateSource.h"
 
 #include <optional>
 #include <string>
@@ -20,7 +21,8 @@ struct GatewayConnectionState {
     static GatewayConnectionState of(Kind kind);
 
     std::string title() const;
-    std::optional<std::string> detail() const;
+    /// What the person can do about it, or why it is so.
+    std::optional<std::string> detail(UpdateSource updates) const;
     bool isConnected() const { return kind == Kind::connected; }
 };
 

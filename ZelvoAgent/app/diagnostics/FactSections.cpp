@@ -22,7 +22,7 @@ QString yesOrNo(bool value)
 }
 
 /// The buttons that fit a link that is not there.
-AgentStatus statusOf(GatewayConnectionState const& gateway)
+AgentStatus statusOf(GatewayConnectionState const& gateway, UpdateSource updates)
 {
     using Kind = GatewayConnectionState::Kind;
     AgentStatus status;
@@ -30,7 +30,7 @@ AgentStatus statusOf(GatewayConnectionState const& gateway)
         status.action = AgentStatus::Action::reconnectNow;
     else if (gateway.kind == Kind::tokenRejected)
         status.action = AgentStatus::Action::relink;
-    else if (gateway.kind == Kind::updateRequired)
+    else if (gateway.kind == Kind::updateRequired && updates == UpdateSource::itself)
         status.action = AgentStatus::Action::update;
     return status;
 }
@@ -53,10 +53,10 @@ void ServerSection::refresh()
 {
     GatewayConnectionState const& gateway = services.parts.state.gateway();
     QString text = toQString(gateway.title());
-    if (auto const detail = gateway.detail(); detail && !detail->empty())
+    if (auto const detail = gateway.detail(services.updater.source()); detail && !detail->empty())
         text += '\n' + shownText(*detail, maxDetail);
     connection->setShownText(text);
-    action->setStatus(statusOf(gateway));
+    action->setStatus(statusOf(gateway, services.updater.source()));
 }
 
 PermissionsSection::PermissionsSection(PermissionsWatch& permissions, QWidget* parent)

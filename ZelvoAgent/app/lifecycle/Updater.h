@@ -3,6 +3,7 @@
 #include "platform/InformationDictionary.h"
 #include "platform/Updates.h"
 #include "state/AgentState.h"
+#include "state/UpdateSource.h"
 
 #include <boost/signals2/signal.hpp>
 
@@ -33,6 +34,10 @@ public:
     /// Whether the packaging gives a key that updates are signed with, "SUPublicEDKey". A package manager's
     /// program has none.
     bool isConfigured() const;
+    UpdateSource source() const
+    {
+        return isConfigured() ? UpdateSource::itself : UpdateSource::packageManager;
+    }
     /// Whether checkNow() does anything. Becomes true once, and stays so.
     bool canCheck() const { return controller != nullptr; }
     /// Why the last failed check failed, in the person's language. A later success leaves it as it is.

@@ -151,7 +151,8 @@ void MainWindow::refresh()
 {
     if (!header)
         return;
-    AgentStatus const status = AgentStatus::current(services.parts.state, permissions.current());
+    AgentStatus const status =
+        AgentStatus::current(services.parts.state, permissions.current(), services.updater.source());
     header->setStatus(status);
     action->setStatus(status);
     pauseKey->setVisible(status.showsPauseShortcut());

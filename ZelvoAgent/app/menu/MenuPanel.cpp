@@ -135,7 +135,7 @@ void MenuPanel::refresh()
     if (!isBuilt())
         return;
     AgentState const& state = services.parts.state;
-    AgentStatus const status = AgentStatus::current(state, permissions);
+    AgentStatus const status = AgentStatus::current(state, permissions, services.updater.source());
     header->setStatus(status);
     action->setStatus(status);
     recording->setVisible(services.parts.recording.state().isRecording());

@@ -29,6 +29,7 @@ protected:
 
 TEST_F(DiagnosticsWindowTest, showsTheServerAndTheButtonThatFits)
 {
+    startUpdates();
     open(AppWindow::diagnostics);
     EXPECT_THAT(said(), HasSubstr(localized("gateway.connected")));
     EXPECT_THAT(said(), HasSubstr(parts->runtime.gatewayUrl()));
@@ -45,6 +46,15 @@ TEST_F(DiagnosticsWindowTest, showsTheServerAndTheButtonThatFits)
     EXPECT_THAT(linkButtons(), testing::ElementsAre("status.action.update"));
 
     become(GatewayConnectionState::of(Kind::connected));
+    EXPECT_THAT(linkButtons(), testing::IsEmpty());
+}
+
+TEST_F(DiagnosticsWindowTest, ofAPackagedProgramHasNoButtonForAnUpdate)
+{
+    become(GatewayConnectionState::of(Kind::updateRequired));
+    open(AppWindow::diagnostics);
+
+    EXPECT_THAT(said(), HasSubstr(localized("gateway.updateRequired.packaged")));
     EXPECT_THAT(linkButtons(), testing::IsEmpty());
 }
 

@@ -191,6 +191,15 @@ TEST_F(MainWindowTest, theFooterFollowsTheUpdates)
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(MainWindowTest, ofAPackagedProgramNamesThePackageManagerInsteadOfAButton)
+{
+    parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::updateRequired));
+    openMain();
+
+    EXPECT_THAT(words(shown()), HasSubstr(localized("gateway.updateRequired.packaged")));
+    EXPECT_FALSE(named<Button>(shown(), localized("status.action.update")));
+}
+
 TEST_F(MainWindowTest, cancelKeepsTheConnection)
 {
     grant("1", "Acme\nand others");

@@ -266,6 +266,15 @@ TEST_F(MenuPanelTest, looksForAnUpdateByItsButton)
     EXPECT_EQ(platform->programUpdates.checked, 1);
 }
 
+TEST_F(MenuPanelTest, ofAPackagedProgramNamesThePackageManagerInsteadOfAButton)
+{
+    parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::updateRequired));
+    openPanel();
+
+    EXPECT_THAT(said(), HasSubstr(localized("gateway.updateRequired.packaged")));
+    EXPECT_FALSE(named<Button>(*ui->shownPanel(), localized("status.action.update")));
+}
+
 TEST_F(MenuPanelTest, opensTheConsoleByItsButton)
 {
     parts->state.setGatewayState(GatewayConnectionState::of(GatewayConnectionState::Kind::notLinked));

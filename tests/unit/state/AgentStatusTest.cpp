@@ -22,7 +22,8 @@ protected:
         state.startObserving();
         enter(Kind::connected);
     }
-    AgentStatus status() const { return AgentStatus::current(state, permissions); }
+    UpdateSource updates = UpdateSource::itself;
+    AgentStatus status() const { return AgentStatus::current(state, permissions, updates); }
     void become(Availability present)
     {
         platform.sessionEvents.present = present;
@@ -36,8 +37,8 @@ TEST_F(AgentStatusTest, saysThatTheLinkIsDown)
 {
     retry("Nobody answers");
 
-    EXPECT_EQ(status(), (AgentStatus{localized("status.offline"), *state.gateway().detail(), Mark::idle, true,
-                                     Action::reconnectNow}));
+    EXPECT_EQ(status(), (AgentStatus{localized("status.offline"), *state.gateway().detail(updates),
+                                     Mark::idle, true, Action::reconnectNow}));
     EXPECT_NE(status().detail.find("Nobody answers"), std::string::npos);
 }
 
@@ -56,6 +57,17 @@ TEST_F(AgentStatusTest, saysWhatTheGatewayWants)
     EXPECT_EQ(status(),
               (AgentStatus{localized("gateway.updateRequired"), localized("gateway.updateRequired.detail"),
                            Mark::idle, true, Action::update}));
+}
+
+TEST_F(AgentStatusTest, aPackagedProgramOffersNoUpdateButNamesThePackageManager)
+{
+    updates = UpdateSource::packageManager;
+    enter(Kind::updateRequired);
+
+    EXPECT_EQ(status(),
+              (AgentStatus{localized("gateway.updateRequired"), localized("gateway.updateRequired.packaged"),
+                           Mark::idle, true, Action::none}));
+    EXPECT_EQ(status().actionTitle(), std::nullopt);
 }
 
 TEST_F(AgentStatusTest, aPauseIsNotSaidWhileTheLinkIsDown)

@@ -30,16 +30,20 @@ TEST(GatewayConnectionState, hasATitleForEachState)
 
 TEST(GatewayConnectionState, hasADetailUnlessTheLinkIsUpOrComing)
 {
-    EXPECT_EQ(State::of(Kind::notLinked).detail(), localized("gateway.notLinked.detail"));
-    EXPECT_EQ(State::of(Kind::tokenRejected).detail(), localized("gateway.tokenRejected.detail"));
-    EXPECT_EQ(State::of(Kind::updateRequired).detail(), localized("gateway.updateRequired.detail"));
-    EXPECT_FALSE(State::of(Kind::connecting).detail());
-    EXPECT_FALSE(State::of(Kind::connected).detail());
+    EXPECT_EQ(State::of(Kind::notLinked).detail(UpdateSource::itself), localized("gateway.notLinked.detail"));
+    EXPECT_EQ(State::of(Kind::tokenRejected).detail(UpdateSource::itself),
+              localized("gateway.tokenRejected.detail"));
+    EXPECT_EQ(State::of(Kind::updateRequired).detail(UpdateSource::itself),
+              localized("gateway.updateRequired.detail"));
+    EXPECT_EQ(State::of(Kind::updateRequired).detail(UpdateSource::packageManager),
+              localized("gateway.updateRequired.packaged"));
+    EXPECT_FALSE(State::of(Kind::connecting).detail(UpdateSource::itself));
+    EXPECT_FALSE(State::of(Kind::connected).detail(UpdateSource::itself));
 }
 
 TEST(GatewayConnectionState, describesReasonAndLocalTimeOfTheNextAttempt)
 {
-    EXPECT_EQ(State::retrying("lost", at).detail(),
+    EXPECT_EQ(State::retrying("lost", at).detail(UpdateSource::itself),
               localized("gateway.retrying.detail", {"lost", dates::localTime(at)}));
 }
 

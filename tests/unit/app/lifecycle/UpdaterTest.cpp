@@ -76,6 +76,13 @@ TEST_F(UpdaterTest, checksOnRequest)
     EXPECT_EQ(updates.checked, 1);
 }
 
+TEST_F(UpdaterTest, aPackagedProgramIsUpdatedByThePackageManager)
+{
+    EXPECT_EQ(updater.source(), UpdateSource::packageManager);
+    configure();
+    EXPECT_EQ(updater.source(), UpdateSource::itself);
+}
+
 TEST_F(UpdaterTest, nothingFoundIsNoFailure)
 {
     begin();
