@@ -11,9 +11,7 @@ namespace zelvo {
 
 namespace {
 
-// Points.
-constexpr int badgeSide = 26;
-constexpr int lineHeight = 6;
+constexpr int badgeSide = 26; // Points.
 
 } // namespace
 
@@ -40,28 +38,6 @@ void StepBadge::paintEvent(QPaintEvent*)
     }
     painter.setPen(current ? theme.accent : theme.secondary);
     painter.drawText(rect(), Qt::AlignCenter, QString::number(number));
-}
-
-ProgressLine::ProgressLine(double fraction, QWidget* parent)
-    : QWidget(parent), share(std::clamp(fraction, 0.0, 1.0))
-{
-    setFixedHeight(lineHeight);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-}
-
-void ProgressLine::paintEvent(QPaintEvent*)
-{
-    Theme const theme(palette());
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    double const radius = lineHeight / 2.0;
-    painter.setBrush(theme.line);
-    painter.drawRoundedRect(QRectF(rect()), radius, radius);
-    if (share <= 0)
-        return;
-    painter.setBrush(theme.accent);
-    painter.drawRoundedRect(QRectF(0, 0, width() * share, lineHeight), radius, radius);
 }
 
 } // namespace zelvo

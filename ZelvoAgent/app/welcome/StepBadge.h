@@ -18,18 +18,4 @@ private:
     bool const current;
 };
 
-/// How far the person is. Thread: main.
-class ProgressLine final : public QWidget {
-public:
-    /// fraction  from 0 to 1; anything else is clamped
-    ProgressLine(double fraction, QWidget* parent);
-    double fraction() const { return share; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    double const share;
-};
-
 } // namespace zelvo

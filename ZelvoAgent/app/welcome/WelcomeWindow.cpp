@@ -8,6 +8,7 @@
 #include "app/welcome/WelcomePresenter.h"
 #include "app/widgets/Button.h"
 #include "app/widgets/Card.h"
+#include "app/widgets/ProgressLine.h"
 #include "app/widgets/Spacing.h"
 #include "app/widgets/TextLabel.h"
 
@@ -84,7 +85,7 @@ void WelcomeWindow::addHead(QVBoxLayout& column, QWidget* content)
     auto* const head = new QHBoxLayout;
     head->setSpacing(spacing::large);
     auto* const icon = new QLabel(content);
-    icon->setPixmap(windowIcon().pixmap(QSize(iconSide, iconSide), devicePixelRatioF()));
+    icon->setPixmap(zelvo::windowIcon().pixmap(QSize(iconSide, iconSide), devicePixelRatioF()));
     icon->setFixedSize(iconSide, iconSide);
     head->addWidget(icon, 0, Qt::AlignTop);
     auto* const words = new QVBoxLayout;
@@ -103,9 +104,10 @@ void WelcomeWindow::addProgress(QVBoxLayout& column, QWidget* content)
     int const done = WelcomeSteps::doneCount(now);
     auto* const row = new QHBoxLayout;
     row->setSpacing(spacing::medium);
-    row->addWidget(new ProgressLine(static_cast<double>(done) / static_cast<double>(now.size()), content), 1,
-                   Qt::AlignVCenter);
     QString const text = worded("welcome.progress", done, static_cast<long long>(now.size()));
+    auto* const line = new ProgressLine(text, content);
+    line->setFraction(static_cast<double>(done) / static_cast<double>(now.size()));
+    row->addWidget(line, 1, Qt::AlignVCenter);
     auto* const words = new TextLabel(text, TextLabel::Size::small, TextLabel::Tone::secondary, content);
     words->setWordWrap(false);
     row->addWidget(words);
