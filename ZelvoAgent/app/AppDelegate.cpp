@@ -42,6 +42,9 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<vo
                 }),
       quit(std::move(quit)), termination(contexts.main, parts.runtime.recording(), this->quit),
       updater({.updates = platform.updates(), .information = platform.information(), .state = parts.state}),
+      relaunch({.contexts = contexts,
+                .installation = platform.installation(),
+                .terminate = [this] { terminate(); }}),
       mover({.contexts = contexts,
              .installation = platform.installation(),
              .information = platform.information(),
@@ -50,6 +53,7 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<vo
                  [this](ConfirmationPresenter::Choice choice, std::int64_t timeoutMs) {
                      return parts.confirmations.askChoice(std::move(choice), timeoutMs);
                  },
+             .relaunch = relaunch,
              .terminate = [this] { terminate(); }}),
       ui(contexts, platform, parts, updater, consent, [this] { terminate(); })
 {

@@ -6,6 +6,7 @@
 #include "app/Termination.h"
 #include "app/UserInterface.h"
 #include "app/lifecycle/AppMover.h"
+#include "app/lifecycle/Relaunch.h"
 #include "app/lifecycle/Updater.h"
 #include "base/Contexts.h"
 #include "overlays/WorkingIndicatorController.h"
@@ -55,6 +56,7 @@ private:
     std::function<void()> quit;
     Termination termination;
     Updater updater;
+    Relaunch relaunch;
     AppMover mover;
     UserInterface ui;
     std::optional<std::string> pendingLinkToken;

@@ -73,13 +73,11 @@ Task<> AppMover::offerMove()
 }
 
 /// The program ends even if its successor cannot be arranged.
-Task<> AppMover::relaunch()
+Task<> AppMover::relaunch() const
 {
-    auto const start = [this] {
-        services.installation.startAfterEnd(services.installation.places().applicationsPath);
-    };
-    co_await on(services.contexts.workers, start);
-    services.terminate();
+    bool const isArranged = co_await services.relaunch.into(Relaunch::Successor::installedCopy);
+    if (!isArranged)
+        services.terminate();
 }
 
 } // namespace zelvo

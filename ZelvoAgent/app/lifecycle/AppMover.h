@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/lifecycle/AppLocation.h"
+#include "app/lifecycle/Relaunch.h"
 #include "base/Contexts.h"
 #include "base/Task.h"
 #include "confirm/ConfirmationPresenter.h"
@@ -25,6 +26,7 @@ public:
         AgentState& state;
         std::function<Task<ConfirmationDecision>(ConfirmationPresenter::Choice, std::int64_t timeoutMs)>
             askChoice;
+        Relaunch& relaunch;
         std::function<void()> terminate; ///< ends the process in the normal way
     };
 
@@ -49,7 +51,7 @@ private:
     Task<bool> isAllowed(Words words) const;
     Task<> offerInstalledCopy();
     Task<> offerMove();
-    Task<> relaunch();
+    Task<> relaunch() const;
 
     Services services;
 };

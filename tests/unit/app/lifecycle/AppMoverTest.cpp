@@ -43,12 +43,15 @@ protected:
     std::int64_t patience = 0;
     ConfirmationDecision answer = ConfirmationDecision::denied();
     int ends = 0;
+    Relaunch relaunch{
+        {.contexts = platform.contexts, .installation = platform.installed, .terminate = [this] { ++ends; }}};
     AppMover mover{{.contexts = platform.contexts,
                     .installation = platform.installed,
                     .information = platform.info,
                     .state = state,
                     .askChoice = [this](Choice choice,
                                         std::int64_t timeoutMs) { return ask(std::move(choice), timeoutMs); },
+                    .relaunch = relaunch,
                     .terminate = [this] { ++ends; }}};
 };
 
