@@ -15,6 +15,7 @@
 #include <memory>
 #include <semaphore>
 #include <tuple>
+#include <utility>
 
 namespace zelvo {
 
@@ -55,7 +56,15 @@ AppDelegate::AppDelegate(Contexts contexts, Platform& platform, std::function<vo
                  },
              .relaunch = relaunch,
              .terminate = [this] { terminate(); }}),
-      ui(contexts, platform, parts, updater, consent, [this] { terminate(); })
+      ui({.contexts = contexts,
+          .platform = platform,
+          .parts = parts,
+          .updater = updater,
+          .openWindow = {},
+          .quit = [this] { terminate(); },
+          .restartIntoUpdate =
+              [this](std::function<void()> failed) { restartIntoUpdate(std::move(failed)); }},
+         consent)
 {
 }
 
@@ -136,6 +145,16 @@ void AppDelegate::closeRecording()
     });
     QTimer::singleShot(timeToClose, loop.get(), &QEventLoop::quit);
     loop->exec(QEventLoop::ExcludeUserInputEvents);
+}
+
+/// The update itself is installed when the process ends.
+void AppDelegate::restartIntoUpdate(std::function<void()> failed)
+{
+    spawn(contexts.main, [this, failed = std::move(failed)]() -> Task<> {
+        bool const isArranged = co_await relaunch.into(Relaunch::Successor::runningProgram);
+        if (!isArranged)
+            failed();
+    });
 }
 
 /// Nothing would be drawn or answer while the main thread waits.

@@ -45,6 +45,7 @@ public:
 private:
     void startAgent();
     void handlePendingLinkIfNeeded();
+    void restartIntoUpdate(std::function<void()> failed);
     void leaveScreen();
 
     Contexts contexts;

@@ -10,7 +10,7 @@
 namespace zelvo {
 
 /// The windows that other windows and the tray open.
-enum class AppWindow { main, welcome, diagnostics, hiddenApps, permissionHelp };
+enum class AppWindow { main, welcome, diagnostics, hiddenApps, permissionHelp, updates };
 
 /// What this program's windows show and change. Everything outlives the windows. Thread: main.
 struct AppServices {
@@ -20,6 +20,9 @@ struct AppServices {
     Updater& updater;
     std::function<void(AppWindow)> openWindow; ///< brings an open one to the front
     std::function<void()> quit;
+    /// Ends the process, which installs the update that is ready, and starts the program anew. If that start
+    /// cannot be arranged, nothing ends and `failed` is called.
+    std::function<void(std::function<void()> failed)> restartIntoUpdate;
 };
 
 } // namespace zelvo

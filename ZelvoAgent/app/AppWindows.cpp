@@ -4,6 +4,7 @@
 #include "app/hidden_apps/HiddenAppsWindow.h"
 #include "app/main_window/MainWindow.h"
 #include "app/permissions/PermissionHelpWindow.h"
+#include "app/updates/UpdateWindow.h"
 #include "app/welcome/WelcomeWindow.h"
 #include "base/UnusedMemory.h"
 
@@ -44,6 +45,8 @@ std::unique_ptr<ContentWindow> AppWindows::make(AppWindow which) const
         return std::make_unique<HiddenAppsWindow>(services);
     case AppWindow::permissionHelp:
         return std::make_unique<PermissionHelpWindow>(services);
+    case AppWindow::updates:
+        return std::make_unique<UpdateWindow>(services);
     }
     return nullptr;
 }

@@ -6,6 +6,8 @@
 #include <QApplication>
 #include <QEvent>
 
+#include <utility>
+
 namespace zelvo {
 
 namespace {
@@ -28,21 +30,12 @@ QColor toQColor(Rgb color)
 
 } // namespace
 
-UserInterface::UserInterface(Contexts contexts,
-                             Platform& platform,
-                             AgentParts& parts,
-                             Updater& updater,
-                             ConsentPresenter& consent,
-                             std::function<void()> quit)
-    : services{.contexts = contexts,
-               .platform = platform,
-               .parts = parts,
-               .updater = updater,
-               .openWindow = [this](AppWindow which) { windows.open(which); },
-               .quit = std::move(quit)},
-      consent(consent), windows(services), icon([this](QRect const& place) { togglePanel(place); }),
-      welcomeTime(contexts.main, platform.clock())
+UserInterface::UserInterface(AppServices given, ConsentPresenter& consent)
+    : services(std::move(given)), consent(consent), windows(services),
+      icon([this](QRect const& place) { togglePanel(place); }),
+      welcomeTime(services.contexts.main, services.platform.clock())
 {
+    services.openWindow = [this](AppWindow which) { windows.open(which); };
 }
 
 UserInterface::~UserInterface() = default;

@@ -20,12 +20,8 @@ namespace zelvo {
 /// Thread: main.
 class UserInterface final : public QObject {
 public:
-    UserInterface(Contexts contexts,
-                  Platform& platform,
-                  AgentParts& parts,
-                  Updater& updater,
-                  ConsentPresenter& consent,
-                  std::function<void()> quit);
+    /// given  all but `openWindow`
+    UserInterface(AppServices given, ConsentPresenter& consent);
     ~UserInterface() override;
 
     /// Shows the icon as soon as the desktop has a tray, and welcomes a new person after a second.

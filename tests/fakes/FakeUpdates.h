@@ -16,6 +16,7 @@ public:
     int started = 0;
     int checked = 0;
     int confirmed = 0;
+    int installed = 0;
     int ended = 0;
     std::optional<UpdateItem> pending;   ///< what installOnQuit() installs
     std::optional<std::string> previous; ///< the answer of begin()
@@ -61,6 +62,7 @@ private:
         {
             if (updates.pending)
                 updates.delegate().willInstallUpdateOnQuit(*updates.pending);
+            updates.installed += updates.pending ? 1 : 0;
             return updates.pending.has_value();
         }
 

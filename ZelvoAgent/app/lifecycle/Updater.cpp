@@ -25,8 +25,11 @@ void Updater::start()
 
 void Updater::checkNow()
 {
-    if (controller)
-        controller->checkForUpdates();
+    if (!controller)
+        return;
+    if (current.phase == UpdateProgress::Phase::idle)
+        progressed({.phase = UpdateProgress::Phase::checking});
+    controller->checkForUpdates();
 }
 
 void Updater::installOnQuit()

@@ -48,6 +48,7 @@ public:
 
     /// Begins to look for updates, if this program is set up for them. Safe to repeat.
     void start();
+    /// progress() reports the check at once, so that nobody takes the end of the last one for its end.
     void checkNow();
     /// Installs an update that is ready, at the end of the process. Blocks for the disk.
     void installOnQuit();

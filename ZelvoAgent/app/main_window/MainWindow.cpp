@@ -3,8 +3,10 @@
 #include "app/WrappedLabel.h"
 #include "app/main_window/ConnectionsSection.h"
 #include "app/main_window/ThisMacSection.h"
+#include "app/menu/StatusActions.h"
 #include "app/menu/StatusButton.h"
 #include "app/menu/StatusHeader.h"
+#include "app/updates/UpdateStatus.h"
 #include "app/widgets/Button.h"
 #include "app/widgets/Card.h"
 #include "app/widgets/ScrollColumn.h"
@@ -142,7 +144,8 @@ QWidget* MainWindow::newFooter(QWidget* parent)
         return button;
     };
     add("main.diagnostics", [this] { services.openWindow(AppWindow::diagnostics); });
-    checkUpdates = add("main.checkUpdates", [this] { services.updater.checkNow(); });
+    updates =
+        add("main.checkUpdates", [this] { StatusActions::perform(AgentStatus::Action::update, services); });
     add("menu.quit", [this] { services.quit(); }); // The tray's panel may not exist.
     return whole;
 }
@@ -159,10 +162,21 @@ void MainWindow::refresh()
     activity->refresh();
     connections->refresh();
     thisMac->refresh(permissions.current());
+    refreshUpdates();
+}
+
+void MainWindow::refreshUpdates()
+{
+    UpdateProgress const& progress = services.updater.progress();
+    bool const isReady = progress.phase == UpdateProgress::Phase::ready;
+    QString const label =
+        isReady ? worded("main.installUpdate", shownVersion(progress.item)) : worded("main.checkUpdates");
+    if (updates->label() != label)
+        updates->setLabel(label);
+    updates->setVisible(services.updater.canCheck());
     std::optional<std::string> const failure = services.updater.lastCheckFailed();
     updateFailure->setShownText(failure ? shownText(*failure, maxFailure) : QString());
-    updateFailure->setVisible(failure.has_value());
-    checkUpdates->setVisible(services.updater.canCheck());
+    updateFailure->setVisible(failure && !isReady);
 }
 
 } // namespace zelvo

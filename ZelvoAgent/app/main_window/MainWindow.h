@@ -33,6 +33,7 @@ private:
     QWidget* newSide(QWidget* parent);
     QWidget* newFooter(QWidget* parent);
     void refresh();
+    void refreshUpdates();
     void restoreSize();
 
     AppServices const& services;
@@ -45,7 +46,7 @@ private:
     ConnectionsSection* connections = nullptr;
     ThisMacSection* thisMac = nullptr;
     TextLabel* updateFailure = nullptr;
-    Button* checkUpdates = nullptr;
+    Button* updates = nullptr;
     Soon refreshSoon{[this] { refresh(); }};
     std::vector<boost::signals2::scoped_connection> following;
 };

@@ -20,6 +20,7 @@ void StatusActions::perform(AgentStatus::Action action, AppServices const& servi
         services.parts.runtime.relink();
         break;
     case AgentStatus::Action::update:
+        services.openWindow(AppWindow::updates);
         services.updater.checkNow();
         break;
     case AgentStatus::Action::connect:

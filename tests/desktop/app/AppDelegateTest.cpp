@@ -1,10 +1,12 @@
 #include "app/AppDelegate.h"
 
 #include "app/WindowIcon.h"
+#include "base/LocalizedTexts.h"
 #include "desktop/harness/PrivateDesktop.h"
 #include "fakes/FakePlatform.h"
 #include "gateway/Keychain.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <gtest/gtest.h>
 
@@ -55,6 +57,43 @@ protected:
         return std::ranges::any_of(QApplication::topLevelWidgets(), [](QWidget const* window) {
             return window->isVisible() && window->windowTitle() == "Zelvo";
         });
+    }
+
+    void settleWindows()
+    {
+        for (int i = 0; i < 4; ++i) {
+            QApplication::processEvents();
+            platform.settle();
+        }
+    }
+
+    static QWidget* shown(std::string const& name)
+    {
+        for (QWidget* const each : QApplication::allWidgets())
+            if (each->isVisible() && each->accessibleName().toStdString() == name)
+                return each;
+        return nullptr;
+    }
+    static bool shows(std::string const& text) { return shown(text) != nullptr; }
+
+    /// Shows the update window with a version that is ready.
+    void beReadyToUpdate()
+    {
+        platform.info.texts["SUPublicEDKey"] = "key";
+        delegate.start();
+        delegate.bringToFront();
+        platform.programUpdates.delegate().progressed(
+            {.phase = UpdateProgress::Phase::ready, .item = {.displayVersion = "2.5"}});
+        settleWindows();
+        press(localized("main.installUpdate", {"2.5"}));
+    }
+
+    void press(std::string const& button)
+    {
+        auto* const found = dynamic_cast<QAbstractButton*>(shown(button));
+        ASSERT_TRUE(found) << button;
+        found->click();
+        settleWindows();
     }
 
     test::PrivateDesktop desktop;
@@ -277,6 +316,31 @@ TEST_F(AppDelegateTest, endsWithTheMachine)
     platform.sessionEvents.tell(SessionEvent::willShutDown);
 
     EXPECT_EQ(quits, 1);
+}
+
+TEST_F(AppDelegateTest, restartsIntoAnUpdate)
+{
+    beReadyToUpdate();
+
+    press(localized("update.install"));
+
+    EXPECT_EQ(platform.installed.startedAfterEnd, Calls{platform.installed.where.program});
+    EXPECT_EQ(quits, 1);
+    EXPECT_EQ(platform.programUpdates.installed, 0); // That is left to the end of the process.
+    platform.programUpdates.pending = UpdateItem{.displayVersion = "2.5"};
+    delegate.willTerminate();
+    EXPECT_EQ(platform.programUpdates.installed, 1);
+}
+
+TEST_F(AppDelegateTest, staysIfTheRestartCannotBeArranged)
+{
+    platform.installed.starts = false;
+    beReadyToUpdate();
+
+    press(localized("update.install"));
+
+    EXPECT_EQ(quits, 0);
+    EXPECT_TRUE(shows(localized("update.restartFailed")));
 }
 
 TEST_F(AppDelegateTest, hasNothingToCloseWithoutARecording)

@@ -67,5 +67,23 @@ TEST_F(DocumentPictures, ofTheMainWindowAndThePanel)
     }
 }
 
+TEST_F(DocumentPictures, ofTheUpdateWindow)
+{
+    startUpdates();
+    platform->programUpdates.delegate().progressed(
+        {.phase = UpdateProgress::Phase::ready,
+         .item = {.displayVersion = "1.1",
+                  .notes = "- Agents see what is in Chromium's windows in a tenth of the time.\n"
+                           "- The main window remembers the filter of its log.\n"
+                           "- A recording of two monitors no longer stops when one of them is unplugged."}});
+    for (bool const isDark : {false, true}) {
+        setLook({.isDark = isDark});
+        ContentWindow& window = open(AppWindow::updates);
+        EXPECT_TRUE(until([&] { return layoutFaults(window).empty(); }, 2s));
+        picture(window, std::string("document-update") + (isDark ? "-dark" : ""));
+        close(AppWindow::updates);
+    }
+}
+
 } // namespace
 } // namespace zelvo::test

@@ -187,8 +187,26 @@ TEST_F(MainWindowTest, theFooterFollowsTheUpdates)
     EXPECT_THAT(words(shown()), HasSubstr("The server is away"));
     press(localized("main.checkUpdates"));
     EXPECT_EQ(platform->programUpdates.checked, 1);
+    EXPECT_TRUE(ui->openWindows().shown(AppWindow::updates));
     press(localized("menu.quit"));
     EXPECT_EQ(quits, 1);
+}
+
+TEST_F(MainWindowTest, theFooterOffersAnUpdateThatIsReady)
+{
+    startUpdates();
+    platform->programUpdates.fail("The server is away");
+    openMain();
+
+    platform->programUpdates.delegate().progressed(
+        {.phase = UpdateProgress::Phase::ready, .item = {.displayVersion = "2.5"}});
+    settle();
+
+    EXPECT_FALSE(named<Button>(shown(), localized("main.checkUpdates")));
+    EXPECT_THAT(words(shown()), Not(HasSubstr("The server is away")));
+    press(localized("main.installUpdate", {"2.5"}));
+    EXPECT_TRUE(ui->openWindows().shown(AppWindow::updates));
+    EXPECT_THAT(platform->notices.shown, testing::IsEmpty());
 }
 
 TEST_F(MainWindowTest, ofAPackagedProgramNamesThePackageManagerInsteadOfAButton)

@@ -1,4 +1,5 @@
 // Every window in every state, language, scale, font and palette: no text is cut, nothing overlaps.
+#include "app/widgets/Button.h"
 #include "desktop/windows/LayoutCheck.h"
 #include "desktop/windows/WindowsFixture.h"
 
@@ -121,6 +122,53 @@ TEST_P(WindowMatrix, permissionHelp)
             {.kind = PermissionCause::Kind::incompleteServer, .names = {"Composite", "MIT-SHM"}},
             {.kind = PermissionCause::Kind::waylandSession}}};
     expectNoFaults(AppWindow::permissionHelp, "permission-help", false);
+}
+
+UpdateItem const foreignUpdate{.displayVersion = "10.20.30",
+                               .notes = "One thing works better.\n\n" + hostile + "\n" + hostile + "\nlast"};
+
+TEST_P(WindowMatrix, updatesThatDoNotArrive)
+{
+    startUpdates();
+    updater->checkNow();
+    expectNoFaults(AppWindow::updates, "update-checking", false);
+    platform->programUpdates.findNothing();
+    expectNoFaults(AppWindow::updates, "update-newest", false);
+    platform->programUpdates.fail(hostile);
+    expectNoFaults(AppWindow::updates, "update-failed", false);
+}
+
+TEST_P(WindowMatrix, updateOnItsWay)
+{
+    startUpdates();
+    UpdateProgress progress{.phase = UpdateProgress::Phase::downloading,
+                            .item = foreignUpdate,
+                            .receivedBytes = 123'456'789,
+                            .totalBytes = 201'456'789};
+    platform->programUpdates.delegate().progressed(progress);
+    expectNoFaults(AppWindow::updates, "update-downloading", false);
+    progress.receivedBytes = progress.totalBytes;
+    platform->programUpdates.delegate().progressed(progress);
+    expectNoFaults(AppWindow::updates, "update-verifying", false);
+}
+
+TEST_P(WindowMatrix, updateThatIsReady)
+{
+    startUpdates();
+    platform->programUpdates.delegate().progressed(
+        {.phase = UpdateProgress::Phase::ready, .item = foreignUpdate});
+    expectNoFaults(AppWindow::updates, "update-ready", false);
+    expectNoFaults(AppWindow::main, "main-update-ready", true);
+    inEveryLook([&](std::string const& look) {
+        SCOPED_TRACE(look);
+        ContentWindow& window = open(AppWindow::updates);
+        named<Button>(window, localized("update.install"))->click();
+        restarts.back()();
+        until([&] { return layoutFaults(window).empty(); }, 2s);
+        picture(window, "update-restart-failed-" + look);
+        EXPECT_THAT(layoutFaults(window), IsEmpty());
+        close(AppWindow::updates);
+    });
 }
 
 TEST_P(WindowMatrix, panel)

@@ -264,6 +264,7 @@ TEST_F(MenuPanelTest, looksForAnUpdateByItsButton)
     press(localized("status.action.update"));
 
     EXPECT_EQ(platform->programUpdates.checked, 1);
+    EXPECT_TRUE(ui->openWindows().shown(AppWindow::updates));
 }
 
 TEST_F(MenuPanelTest, ofAPackagedProgramNamesThePackageManagerInsteadOfAButton)

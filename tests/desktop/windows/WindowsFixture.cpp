@@ -50,8 +50,15 @@ void WindowsFixture::bringUp(Look look)
         .updates = platform->programUpdates, .information = platform->info, .state = parts->state});
     consent = std::make_unique<ConsentPresenter>(parts->links, parts->gate, platform->contexts.main,
                                                  platform->time);
-    ui = std::make_unique<UserInterface>(platform->contexts, *platform, *parts, *updater, *consent,
-                                         [this] { ++quits; });
+    AppServices services{
+        .contexts = platform->contexts,
+        .platform = *platform,
+        .parts = *parts,
+        .updater = *updater,
+        .openWindow = {},
+        .quit = [this] { ++quits; },
+        .restartIntoUpdate = [this](std::function<void()> failed) { restarts.push_back(std::move(failed)); }};
+    ui = std::make_unique<UserInterface>(std::move(services), *consent);
 }
 
 void WindowsFixture::startUpdates()

@@ -16,6 +16,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo::test {
 
@@ -87,6 +88,7 @@ protected:
     std::unique_ptr<ConsentPresenter> consent;
     std::unique_ptr<UserInterface> ui;
     int quits = 0;
+    std::vector<std::function<void()>> restarts; ///< how each asked restart reports its failure
 
 private:
     int count = 1;

@@ -76,6 +76,30 @@ TEST_F(UpdaterTest, checksOnRequest)
     EXPECT_EQ(updates.checked, 1);
 }
 
+TEST_F(UpdaterTest, aRequestedCheckForgetsTheEndOfTheLastOneAtOnce)
+{
+    begin();
+    updates.findNothing();
+    updates.delegate().progressed({});
+
+    updater.checkNow();
+
+    EXPECT_EQ(updater.progress().phase, UpdateProgress::Phase::checking);
+    EXPECT_FALSE(updater.lastAbort());
+}
+
+TEST_F(UpdaterTest, aRequestLeavesAReadyUpdateAsItIs)
+{
+    begin();
+    UpdateProgress const ready{.phase = UpdateProgress::Phase::ready, .item = {.displayVersion = "2.5"}};
+    updates.delegate().progressed(ready);
+
+    updater.checkNow();
+
+    EXPECT_EQ(updater.progress(), ready);
+    EXPECT_EQ(updates.checked, 1);
+}
+
 TEST_F(UpdaterTest, aPackagedProgramIsUpdatedByThePackageManager)
 {
     EXPECT_EQ(updater.source(), UpdateSource::packageManager);
