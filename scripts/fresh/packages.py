@@ -7,6 +7,7 @@ from .reporting import MINUTE, Failed
 from .readme import readme_line
 from .root import CLONE, PERSON, Root
 from .session import Session, prepare
+from .updates import Publisher, UpdatedArchive
 from .used import Used
 
 # What a desktop has, beside the packages that are tried.
@@ -49,7 +50,7 @@ class PackageTrial:
             self.try_upgrade(system, used)
             self.try_removal(system)
             self.try_archive(system, used)
-        return (f"packages run, link, upgrade and leave nothing; the archive runs and links; exposure of the service: "
+        return (f"packages run, link, upgrade and leave nothing; the archive runs, links and updates itself; exposure of the service: "
                 f"{self.exposure}")
 
     # The packages
@@ -220,7 +221,7 @@ class PackageTrial:
     # The archive, with the gateway of the packages
 
     def try_archive(self, system, used):
-        """The archive runs where it is unpacked. How it updates itself to the next one belongs here, after the screenshot."""
+        """The archive runs where it is unpacked, and updates itself to the next one."""
         shutil.copy2(self.archive(), self.used.root / "srv/agent.tar.xz")
         system.answer("apt-get install -y --no-install-recommends /srv/newer/zelvo-gateway.deb", 10 * MINUTE, network=True)
         self.assert_service_runs(system)
@@ -233,10 +234,9 @@ class PackageTrial:
             raise Failed(f"the archive's program lacks {missing}")
         used.address_archive(f"{folder}/Info.json")
         used.link()
-        with Session(system, "entries") as session:
-            system.answer(f"systemd-run --quiet --unit=archive --uid={PERSON} -E HOME=/home/{PERSON} -E DISPLAY=:7 "
-                          f"-E XDG_RUNTIME_DIR=/run/user/1000 {folder}/zelvo-agent")
-            system.until("the archive's agent runs", lambda: session.agents(f"{folder}/zelvo-agent"))
-            used.take_screenshot()
-            system.answer("systemctl stop archive")
-        self.used.note("the archive runs where it is unpacked, and links")
+        publisher = Publisher(system, self.folder)
+        publisher.prepare(f"{folder}/Info.json")
+        publisher.publish(self.used.root / "srv/agent.tar.xz")
+        with Session(system, "entries"):
+            UpdatedArchive(system, used, folder).run()
+        self.used.note("the archive runs where it is unpacked, links, and updates itself when it quits")
