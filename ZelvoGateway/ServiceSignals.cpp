@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include <cerrno>
+#include <chrono>
 #include <iostream>
 #include <utility>
 
@@ -10,7 +10,13 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr time_t patienceForEnd = 10; // Seconds; the server itself waits 5 for its connections.
+constexpr Duration patienceForEnd = 10s; // The server itself waits 5 for its connections.
+
+[[noreturn]] void endInSpite()
+{
+    std::cerr << "zelvo-gateway: ended in spite of work that hangs" << std::endl;
+    ::_exit(1);
+}
 
 } // namespace
 
@@ -31,42 +37,69 @@ ServiceSignals::~ServiceSignals()
     waiter.join();
 }
 
-void ServiceSignals::watch(Handlers handlers)
+void ServiceSignals::watch(Handlers wanted, Duration stopTimeout)
 {
-    waiter = std::thread([this, handlers = std::move(handlers)] { await(handlers); });
+    handlers = std::move(wanted);
+    waiter = std::thread([this, stopTimeout] { await(stopTimeout); });
 }
 
-void ServiceSignals::await(Handlers const& handlers) const
+void ServiceSignals::releaseHandlers()
+{
+    std::lock_guard const lock(mutex);
+    handlers = {};
+}
+
+void ServiceSignals::call(std::function<void()> Handlers::* handler)
+{
+    std::lock_guard const lock(mutex);
+    if (handlers.*handler)
+        (handlers.*handler)();
+}
+
+void ServiceSignals::await(Duration stopTimeout)
 {
     for (int signal = 0; sigwait(&signals, &signal) == 0 && !isOver;) {
         if (signal == SIGUSR1)
             continue;
         if (signal == SIGHUP && !hasLostTerminal()) {
-            handlers.reload();
+            call(&Handlers::reload);
             continue;
         }
-        handlers.stop();
-        assertEndsSoon();
+        end(stopTimeout);
         return;
     }
+}
+
+void ServiceSignals::end(Duration stopTimeout)
+{
+    call(&Handlers::stop);
+    if (!waitForEnd(stopTimeout + patienceForEnd))
+        endInSpite();
+    call(&Handlers::stopNow);
+    while (!isOver)
+        if (!waitForEnd(patienceForEnd))
+            endInSpite();
+}
+
+/// Until the program ends or another signal asks for it; false if neither happens in that time.
+bool ServiceSignals::waitForEnd(Duration patience) const
+{
+    auto const end = std::chrono::steady_clock::now() + patience;
+    while (!isOver) {
+        auto const left = std::chrono::ceil<std::chrono::seconds>(end - std::chrono::steady_clock::now());
+        if (left <= 0s)
+            return false;
+        timespec const limit{.tv_sec = static_cast<time_t>(left.count()), .tv_nsec = 0};
+        int const signal = sigtimedwait(&signals, nullptr, &limit);
+        if (signal == SIGTERM || signal == SIGINT)
+            return true;
+    }
+    return true;
 }
 
 bool ServiceSignals::hasLostTerminal() const
 {
     return hadTerminal && ::isatty(STDIN_FILENO) == 0;
-}
-
-void ServiceSignals::assertEndsSoon() const
-{
-    sigset_t woken{};
-    sigemptyset(&woken);
-    sigaddset(&woken, SIGUSR1);
-    timespec const patience{.tv_sec = patienceForEnd, .tv_nsec = 0};
-    while (!isOver && sigtimedwait(&woken, nullptr, &patience) < 0)
-        if (errno == EAGAIN) {
-            std::cerr << "zelvo-gateway: ended in spite of work that hangs" << std::endl;
-            ::_exit(1);
-        }
 }
 
 } // namespace zelvo::service

@@ -63,7 +63,7 @@ private:
     }
 
     Server& server;
-    GivenValues running; ///< what the server goes by
+    GivenValues running; ///< what the server uses
     Flags const& started;
 };
 
@@ -91,8 +91,11 @@ void serve(Flags const& flags, std::ostream& out)
         ServiceManager::reportStopping();
         server.stop();
     };
-    signals.watch({.stop = stop, .reload = Reload(server, flags)});
+    // The server waits for nothing but its connections yet, so to ask again changes nothing.
+    signals.watch({.stop = stop, .stopNow = [&server] { server.stop(); }, .reload = Reload(server, flags)},
+                  Duration::zero());
     server.run(watchOf(server));
+    signals.releaseHandlers();
     out << "zelvo-gateway: stopped" << std::endl;
 }
 

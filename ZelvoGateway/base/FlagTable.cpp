@@ -42,6 +42,16 @@ std::string ipAddress(std::string const& text)
     return text;
 }
 
+AddressRange proxyIn(std::string const& text)
+{
+    auto const range = addressRangeIn(text);
+    if (!range)
+        throw FlagError("an address like 10.0.0.7, 10.0.0.0/8 or fd00::/8 is needed, not \"" + text + "\"");
+    if (range->prefix == 0)
+        throw FlagError("\"" + text + "\" would trust everybody");
+    return *range;
+}
+
 /// example   what a usable address looks like
 [[noreturn]] void refuseAddress(std::string const& text, std::string const& example)
 {
@@ -83,7 +93,7 @@ constexpr auto flags = std::to_array<Flag>({
      [](Flags& f, std::string const&) { f.onlyChecks = true; }},
     {"--data", "DIR", "folder of the state and the API key (default: $XDG_DATA_HOME/zelvo-gateway)",
      [](Flags& f, std::string const& v) { f.settings.dataFolder = v; }, Kind::atStart},
-    {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1; there is no TLS here)",
+    {"--listen", "ADDRESS", "address to listen on (default 127.0.0.1)",
      [](Flags& f, std::string const& v) { f.settings.listen = ipAddress(v); }, Kind::atStart},
     {"--port", "N", "port to listen on (default 8737; 0 takes a free one)",
      [](Flags& f, std::string const& v) {
@@ -94,6 +104,19 @@ constexpr auto flags = std::to_array<Flag>({
      [](Flags& f, std::string const& v) { f.portFile = v; }},
     {"--public-url", "URL", "where browsers and machines reach it, behind a proxy for instance",
      [](Flags& f, std::string const& v) { f.settings.publicUrl = webAddress(v); }, Kind::atStart},
+    {"--tls-certificate", "FILE", "serves HTTPS with this certificate and its chain (PEM); needs --tls-key",
+     [](Flags& f, std::string const& v) { f.settings.tls.certificate = v; }, Kind::atStart},
+    {"--tls-key", "FILE", "the key of that certificate (PEM, without a passphrase)",
+     [](Flags& f, std::string const& v) { f.settings.tls.key = v; }, Kind::atStart},
+    {"--trusted-proxy", "ADDRESS[/BITS]",
+     "believes this proxy, or all in this range, about who calls; can be repeated",
+     [](Flags& f, std::string const& v) { f.settings.trustedProxies.push_back(proxyIn(v)); }, Kind::atStart,
+     true},
+    {"--stop-timeout", "SECONDS", "how long a stop waits for open requests and commands (default 25)",
+     [](Flags& f, std::string const& v) {
+         f.settings.stopTimeout = std::chrono::seconds(number(v, 0, 3600));
+     },
+     Kind::atStart},
     {"--platform-name", "NAME", "the name that people are asked to trust (default Zelvo Local)",
      [](Flags& f, std::string const& v) { f.settings.platformName = v; }, Kind::reloadable},
     {"--personal", "", "tells people that the platform is their own",

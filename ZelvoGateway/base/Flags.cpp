@@ -123,6 +123,8 @@ void assertComplete(Flags const& result)
 {
     if (result.command == Flags::Command::mcp && result.connections.size() > 1)
         throw FlagError("mcp takes one --connection");
+    if (result.settings.tls.certificate.empty() != result.settings.tls.key.empty())
+        throw FlagError("--tls-certificate and --tls-key need each other");
     if (result.command == Flags::Command::backup && result.backupFolder.empty())
         throw FlagError("backup needs the FOLDER to make");
     if (result.command == Flags::Command::restore && result.backupFolder.empty())

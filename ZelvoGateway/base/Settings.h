@@ -1,10 +1,12 @@
 #pragma once
 
+#include "ZelvoGateway/base/AddressRange.h"
 #include "base/Clock.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace zelvo::service {
 
@@ -148,12 +150,24 @@ struct AttemptRules {
     bool operator==(AttemptRules const&) const = default;
 };
 
+/// The files of the gateway's certificate, in PEM format.
+struct TlsFiles {
+    std::string certificate; ///< the gateway's own, then the chain; empty for plain HTTP
+    std::string key;         ///< without a passphrase
+
+    bool isOn() const { return !certificate.empty(); }
+    bool operator==(TlsFiles const&) const = default;
+};
+
 /// What the person who starts the gateway chooses.
 struct Settings {
     std::string dataFolder;
     std::string listen = "127.0.0.1"; ///< an address, not a name
     std::uint16_t port = 8737;        ///< 0 takes a free one
     std::string publicUrl; ///< where browsers and machines reach it, if that is not where it listens
+    TlsFiles tls;
+    std::vector<AddressRange> trustedProxies; ///< whose word about callers counts
+    Duration stopTimeout = 25s; ///< how long a stop waits for the requests and commands that are open
     std::string platformName = "Zelvo Local";
     bool personal = false;
     std::string minimumAppVersion; ///< empty admits every version

@@ -18,10 +18,10 @@ struct SettingsChange {
     bool operator==(SettingsChange const&) const = default;
 };
 
-/// running   what the running gateway goes by
+/// running   what the running gateway uses
 /// next      what is given now
 SettingsChange changeBetween(GivenValues const& running, GivenValues const& next);
-/// What the gateway goes by once it took the change.
+/// What the gateway uses once it took the change.
 GivenValues takenFrom(GivenValues running, GivenValues const& next);
 
 } // namespace zelvo::service

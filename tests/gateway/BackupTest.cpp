@@ -96,7 +96,7 @@ TEST_F(Backup, ofARunningGatewayIsWholeUnderWrites)
     for (int round = 0; round < 20; ++round) {
         std::string const name = "backup" + std::to_string(round);
         int const before = made;
-        EXPECT_TRUE(becomes([&] { return made > before; })); // It goes on writing.
+        EXPECT_TRUE(becomes([&] { return made > before; })); // It keeps writing.
         backUp(name);
         fs::path const store = fs::path(place.out(name)) / "gateway.sqlite";
         EXPECT_EQ(integrityOf(store), "ok");

@@ -73,6 +73,15 @@ TEST_F(ConfigFileTest, isBeatenByFlags)
     EXPECT_FALSE(flags.commandLine.contains("platform-name"));
 }
 
+TEST_F(ConfigFileTest, mayRepeatWhatMayHaveSeveralValues)
+{
+    written("trusted-proxy = 10.0.0.7\ntrusted-proxy = fd00::/8\n");
+
+    EXPECT_EQ(read({"--config", path}).flags.settings.trustedProxies.size(), 2u);
+    EXPECT_EQ(read({"--config", path, "--trusted-proxy", "127.0.0.1"}).flags.given.at("trusted-proxy"),
+              std::vector<std::string>{"127.0.0.1"}); // Instead of those of the file.
+}
+
 TEST_F(ConfigFileTest, isReadByEveryCommand)
 {
     written("data = /d\n");

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "ZelvoGateway/net/TlsPair.h"
+#include "base/Clock.h"
+#include "base/Task.h"
+
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace zelvo::service {
+
+/// The certificate and key of the gateway. A new pair in the files takes the place of the old without a
+/// restart; one that can't be used leaves the old one in place.
+/// Thread: the server's; files are read on the workers.
+class TlsIdentity {
+public:
+    /// Reads the files. Throws TlsError.
+    /// log      gets a line for the person who runs the gateway if something needs attention
+    TlsIdentity(TlsFiles files, Executor workers, std::ostream& log);
+
+    TlsPair const& pair() const { return present; }
+    /// Takes the new pair if the files have changed, and calls `replaced`. After a failure it tries again
+    /// once the files change again.
+    Task<> refresh(std::function<void()> replaced);
+    /// Logs the end of the certificate if it is near, once for each day.
+    void noteExpiry(Date today);
+
+private:
+    /// What a look at changed files gave.
+    struct Found {
+        TlsStamp stamp;
+        std::optional<TlsPair> pair;
+        std::string problem; ///< if there is no pair
+    };
+
+    static std::optional<Found> look(TlsFiles const& files, TlsStamp const& seen);
+
+    TlsFiles files;
+    Executor workers;
+    std::ostream& log;
+    TlsStamp seen;
+    TlsPair present;
+    std::optional<std::int64_t> notedDays; // For which the end was logged.
+};
+
+} // namespace zelvo::service
