@@ -12,6 +12,7 @@
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/base/ServerClock.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/console/Console.h"
@@ -25,6 +26,8 @@
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/mcp/desktop/DesktopMcpHost.h"
 #include "ZelvoGateway/mcp/transport/McpEndpoint.h"
+#include "ZelvoGateway/net/TlsIdentity.h"
+#include "ZelvoGateway/net/TrustedProxies.h"
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "ZelvoGateway/webhooks/CurlWebhookSender.h"
@@ -49,8 +52,10 @@ namespace zelvo::service {
 namespace {
 
 constexpr char const* addressFile = "address";
-constexpr char const* localAddressFile = "local-address"; // For programs on this computer.
+constexpr char const* localAddressFile = "local-address";      // For programs on this computer.
+constexpr char const* certificateFile = "tls-certificate.pem"; // By which they know the gateway.
 constexpr auto patienceAtEnd = std::chrono::seconds(5);
+constexpr auto patienceInHaste = std::chrono::seconds(1);
 constexpr Duration maintenancePeriod = 60s;
 constexpr Duration revokedKeysKept = 90 * 24h;
 
@@ -77,6 +82,8 @@ public:
     void run(ServingWatch watch);
     void reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done);
     void stop();
+    void stopNow();
+    void reloadCertificate();
 
 private:
     void begin();
@@ -84,16 +91,24 @@ private:
     Task<> beat(ServingWatch watch);
     void takeKey();
     bool isReady();
+    void beginTls();
+    void useCertificate();
     void addRoutes();
     Caller platformOf(HttpRequest const& head) const;
     Task<> runMaintenance();
-    void stopHere();
+    Task<> refreshTls();
+    void finishWork();
+    Task<> limitStop();
+    void stopHere(HttpServer::Answers answers);
+    bool isStopping() const { return work.isClosing(); }
 
     Settings settings;
     DataFolder folder;
     ApiKey key;
     SqliteStore store;
     MemoryBudget memory;
+    OpenWork work;
+    TrustedProxies proxies;
     // What still waits on `io` at the end is destroyed with it, after everything below and before the store.
     asio::io_context io{1};
     asio::thread_pool workers{2};
@@ -136,22 +151,25 @@ private:
     Routes routes;
     OpenApi openApi;
     HttpServer http;
+    std::optional<TlsIdentity> tls; // Empty for plain HTTP.
     TaskHandle maintenance;
     TaskHandle beating;
+    TaskHandle stopLimit;
+    std::chrono::seconds patience = patienceAtEnd; // For the last connections.
     boost::signals2::scoped_connection revocations;
 };
 
 Server::Parts::Parts(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
       store(folder.file("gateway.sqlite")), memory(settings.limits.memory, settings.limits.memoryOfCaller),
-      clock(clock ? *clock : ownClock),
+      proxies(settings.trustedProxies), clock(clock ? *clock : ownClock),
       files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
       audit(store, this->clock, settings.audit, io.get_executor()),
       keys(store, audit, this->clock, io.get_executor()),
       intake(store, files, audit, settings, this->clock, workers.get_executor()),
       library(store, files, key, keys, audit, settings, this->clock, workers.get_executor()),
       control(store, audit, this->clock, settings, io.get_executor()),
-      queue(store, control, audit, this->clock, settings, io.get_executor(), workers.get_executor()),
+      queue(store, control, audit, this->clock, settings, work, io.get_executor(), workers.get_executor()),
       connections(store, machines, control, queue, intake, library, audit, settings, io.get_executor()),
       links(store, audit, settings),
       commands(store, machines, control, queue, keys, audit, settings, this->clock, workers.get_executor()),
@@ -191,11 +209,17 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
            .rules = settings.mcp,
            .clock = this->clock,
            .memory = memory,
+           .work = work,
            .executor = io.get_executor(),
            .workers = workers.get_executor()}),
       routes(access), openApi(access, routes, settings.limits, ZELVO_VERSION),
       http(io,
-           {.limits = settings.limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
+           {.limits = settings.limits,
+            .routes = routes,
+            .proxies = proxies,
+            .memory = memory,
+            .work = work,
+            .workers = workers.get_executor()})
 {
     begin();
 }
@@ -204,6 +228,7 @@ Server::Parts::~Parts()
 {
     folder.remove(addressFile);
     folder.remove(localAddressFile);
+    folder.remove(certificateFile);
     workers.join();
     clock.dropSleepers();
 }
@@ -215,9 +240,33 @@ void Server::Parts::begin()
     store.endInterruptedCommands(clock.date());
     library.begin();
     addRoutes();
+    beginTls();
     http.listen(settings.listen, settings.port);
     folder.write(addressFile, address() + "\n");
     folder.write(localAddressFile, http.localAddress() + "\n");
+}
+
+void Server::Parts::beginTls()
+{
+    if (!settings.tls.isOn())
+        return;
+    tls.emplace(settings.tls, workers.get_executor(), std::cerr);
+    useCertificate();
+}
+
+void Server::Parts::useCertificate()
+{
+    http.setTls(tls->pair().context);
+    folder.write(certificateFile, tls->pair().certificate);
+}
+
+Task<> Server::Parts::refreshTls()
+{
+    if (!tls)
+        co_return;
+    std::function<void()> const replaced = [this] { useCertificate(); };
+    co_await tls->refresh(replaced);
+    tls->noteExpiry(clock.date());
 }
 
 void Server::Parts::addRoutes()
@@ -257,7 +306,7 @@ void Server::Parts::run(ServingWatch watch)
     });
     while (!http.isStopping() && io.run_one() > 0) {
     }
-    io.run_for(patienceAtEnd); // Until the last connection has ended.
+    io.run_for(patience); // Until the last connection has ended.
 }
 
 void Server::Parts::beginServing(ServingWatch const& watch)
@@ -313,7 +362,7 @@ void Server::Parts::takeKey()
 
 bool Server::Parts::isReady()
 {
-    if (http.isStopping())
+    if (isStopping())
         return false;
     try {
         store.assertReadable();
@@ -342,6 +391,7 @@ Task<> Server::Parts::runMaintenance()
             mcp.runMaintenance();
             co_await library.runMaintenance();
             webhookDispatcher.runMaintenance();
+            co_await refreshTls();
             if (clock.now() >= everybodyIsBack)
                 online.noteAbsent();
             if (memory.hasRested())
@@ -355,13 +405,51 @@ Task<> Server::Parts::runMaintenance()
 
 void Server::Parts::stop()
 {
-    asio::post(io, [this] { stopHere(); });
+    asio::post(io, [this] { finishWork(); });
 }
 
-void Server::Parts::stopHere()
+void Server::Parts::stopNow()
+{
+    asio::post(io, [this] {
+        patience = patienceInHaste;
+        stopHere(HttpServer::Answers::dropped);
+    });
+}
+
+void Server::Parts::reloadCertificate()
+{
+    asio::post(io, [this] {
+        if (!isStopping())
+            spawn(io.get_executor(), [this] { return refreshTls(); });
+    });
+}
+
+/// Takes no more work, and stops when what is open has ended.
+void Server::Parts::finishWork()
+{
+    if (isStopping())
+        return;
+    http.stopAccepting();
+    work.close([this] { asio::post(io, [this] { stopHere(HttpServer::Answers::sent); }); });
+    mcp.endListeners();
+    stopLimit = spawn(io.get_executor(), [this] { return limitStop(); });
+}
+
+Task<> Server::Parts::limitStop()
+{
+    co_await clock.sleep(settings.stopTimeout);
+    std::cerr << "zelvo-gateway: stops in spite of open requests or commands (" +
+                     std::to_string(work.open()) + ")\n"
+              << std::flush;
+    stopHere(HttpServer::Answers::sent);
+}
+
+void Server::Parts::stopHere(HttpServer::Answers answers)
 {
     if (http.isStopping())
         return;
+    stopLimit.cancel();
+    work.close([] {}); // Nobody waits for the end of the work any more.
     mcp.stop();
     online.stop();
     machines.closeAll();
@@ -372,7 +460,7 @@ void Server::Parts::stopHere()
     maintenance.cancel();
     beating.cancel();
     ownClock.rest();
-    http.stop();
+    http.stop(answers);
 }
 
 Server::Server(Settings wanted, Clock* clock) : parts(std::make_unique<Parts>(std::move(wanted), clock)) {}
@@ -407,6 +495,16 @@ void Server::reload(std::optional<Settings> next, std::function<void(std::vector
 void Server::stop()
 {
     parts->stop();
+}
+
+void Server::stopNow()
+{
+    parts->stopNow();
+}
+
+void Server::reloadCertificate()
+{
+    parts->reloadCertificate();
 }
 
 } // namespace zelvo::service

@@ -30,7 +30,7 @@ public:
     ~Server();
 
     std::uint16_t port() const;
-    /// Where a browser reaches it: the public URL, or "http://127.0.0.1:8737".
+    /// Where a browser reaches it: the public URL, or "http://127.0.0.1:8737", with "https:" if there is TLS.
     std::string address() const;
     std::string newConsoleLink();
 
@@ -41,8 +41,14 @@ public:
     /// any thread.
     /// next   nullopt leaves the settings as they are
     void reload(std::optional<Settings> next, std::function<void(std::vector<std::string> problems)> done);
-    /// Ends every connection, machines with 1001, and lets run() return. From any thread.
+    /// Lets run() return once everything that was accepted is answered, or after Settings::stopTimeout. New
+    /// requests are refused meanwhile. Then every connection ends, those of machines with close code 1012.
+    /// From any thread.
     void stop();
+    /// The same without waiting for anything. From any thread, also after stop().
+    void stopNow();
+    /// Looks whether the files of the certificate have changed. From any thread.
+    void reloadCertificate();
 
 private:
     class Parts;

@@ -38,6 +38,7 @@ public:
     void operator()()
     {
         ServiceManager::reportReloading();
+        server.reloadCertificate();
         server.reload(nextSettings(), [status = "Serving at " + server.address()](auto const& problems) {
             for (std::string const& problem : problems)
                 logLine("not reloaded: " + problem);
@@ -91,9 +92,8 @@ void serve(Flags const& flags, std::ostream& out)
         ServiceManager::reportStopping();
         server.stop();
     };
-    // The server waits for nothing but its connections yet, so to ask again changes nothing.
-    signals.watch({.stop = stop, .stopNow = [&server] { server.stop(); }, .reload = Reload(server, flags)},
-                  Duration::zero());
+    signals.watch({.stop = stop, .stopNow = [&server] { server.stopNow(); }, .reload = Reload(server, flags)},
+                  flags.settings.stopTimeout);
     server.run(watchOf(server));
     signals.releaseHandlers();
     out << "zelvo-gateway: stopped" << std::endl;

@@ -49,10 +49,11 @@ CommandQueue::CommandQueue(Store& store,
                            AuditLog& audit,
                            Clock& clock,
                            Settings const& settings,
+                           OpenWork& work,
                            Executor server,
                            Executor workers)
     : store(store), audit(audit), clock(clock), settings(settings), server(server),
-      runner(store, control, visits, clock, settings, server, std::move(workers))
+      runner(store, control, visits, clock, settings, work, server, std::move(workers))
 {
 }
 

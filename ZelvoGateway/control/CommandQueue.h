@@ -27,6 +27,7 @@ public:
                  AuditLog& audit,
                  Clock& clock,
                  Settings const& settings,
+                 OpenWork& work,
                  Executor server,
                  Executor workers);
 

@@ -35,9 +35,10 @@ QueueRunner::QueueRunner(Store& store,
                          QueueVisits& visits,
                          Clock& clock,
                          Settings const& settings,
+                         OpenWork& work,
                          Executor server,
                          Executor workers)
-    : store(store), control(control), visits(visits), clock(clock), settings(settings),
+    : store(store), control(control), visits(visits), clock(clock), settings(settings), work(work),
       server(std::move(server)), workers(std::move(workers))
 {
 }
@@ -59,7 +60,7 @@ Task<> QueueRunner::runAccepted(QueueVisits::Visit visit, std::string connection
 {
     auto& queue = visit->accepted[connectionId];
     try {
-        while (visits.isCurrent(visit) && !queue.empty()) {
+        while (visits.isCurrent(visit) && !queue.empty() && !work.isClosing()) {
             std::string const id = std::move(queue.front());
             queue.pop_front();
             co_await runOne(visit, id);
@@ -89,7 +90,7 @@ Task<> QueueRunner::runOne(QueueVisits::Visit visit, std::string id)
     } catch (Failure const& failure) {
         refused = failure;
     }
-    if (!visits.isCurrent(visit))
+    if (!visits.isCurrent(visit) || work.isClosing())
         co_return;
     if (refused && refused->code == ErrorCode::agentPaused)
         end(*command, CommandStatus::queued, failedWith(*refused));
@@ -101,6 +102,7 @@ Task<> QueueRunner::runOne(QueueVisits::Visit visit, std::string id)
 
 Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Duration patience)
 {
+    OpenWork::Lease open = work.begin();
     std::optional<Failure> failure;
     std::optional<MachineMessage> reply;
     try {
@@ -110,6 +112,7 @@ Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Durati
     }
     if (failure && failure->code == ErrorCode::rateLimited) { // Nothing was sent.
         store.requeueCommand(command.id);
+        open.release();
         co_await retryLater(visit, std::move(command));
         co_return;
     }

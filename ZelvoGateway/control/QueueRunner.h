@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/control/ControlService.h"
 #include "ZelvoGateway/control/QueueVisits.h"
 #include "ZelvoGateway/store/Store.h"
@@ -20,6 +21,7 @@ public:
                 QueueVisits& visits,
                 Clock& clock,
                 Settings const& settings,
+                OpenWork& work,
                 Executor server,
                 Executor workers);
 
@@ -44,6 +46,7 @@ private:
     QueueVisits& visits;
     Clock& clock;
     Settings const& settings;
+    OpenWork& work; // Once it closes, no further command runs: each stays queued.
     Executor server;
     Executor workers;
 };

@@ -64,6 +64,11 @@ std::string originOf(std::string_view url)
            (usual ? std::string() : ":" + port);
 }
 
+std::string schemeOf(HttpRequest const& request)
+{
+    return request.isSecure ? "https://" : "http://";
+}
+
 bool isPublicHost(std::string const& host, std::string const& publicUrl)
 {
     if (publicUrl.empty())
@@ -110,7 +115,14 @@ bool AccessControl::isOwnOrigin(std::string const& origin, HttpRequest const& re
     std::string const host = text::lowercased(request.header("host"));
     bool const isPublic = !publicUrl.empty() && origin == originOf(publicUrl);
     return !origin.empty() &&
-           (isPublic || (!isPublicHost(host, publicUrl) && origin == originOf("http://" + host)));
+           (isPublic || (!isPublicHost(host, publicUrl) && origin == originOf(schemeOf(request) + host)));
+}
+
+bool AccessControl::isAtSecureName(HttpRequest const& request) const
+{
+    std::string const host = text::lowercased(request.header("host"));
+    return isPublicHost(host, publicUrl) && originOf(publicUrl).starts_with("https:") &&
+           !isLocalName(hostName(host));
 }
 
 std::string AccessControl::addressFor(HttpRequest const& request) const
@@ -118,7 +130,7 @@ std::string AccessControl::addressFor(HttpRequest const& request) const
     std::string const host = text::lowercased(request.header("host"));
     if (isPublicHost(host, publicUrl))
         return publicUrl;
-    std::string const address = "http://" + host;
+    std::string const address = schemeOf(request) + host;
     auto const parsed = boost::urls::parse_uri(address);
     if (!parsed || parsed->has_userinfo() || parsed->encoded_authority() != host)
         throw HttpError{.status = 403, .code = ErrorCode::forbidden, .message = "This Host is no host"};
@@ -205,8 +217,8 @@ void AccessControl::assertMayBeginSession(HttpRequest const& request) const
 std::optional<std::string> AccessControl::homeOfLocalPage(HttpRequest const& request) const
 {
     std::string const host = text::lowercased(request.header("host"));
-    bool const isSecure = isPublicHost(host, publicUrl) && originOf(publicUrl).starts_with("https:");
-    if (!isLocalName(hostName(host)) || isSecure)
+    bool const isPublic = isPublicHost(host, publicUrl) && originOf(publicUrl).starts_with("https:");
+    if (!isLocalName(hostName(host)) || isPublic || request.isSecure)
         return std::nullopt;
     std::size_t const port = host.find(':');
     return "http://" + inUrl(request.localAddress) + (port == std::string::npos ? "" : host.substr(port));

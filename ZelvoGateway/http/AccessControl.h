@@ -14,9 +14,9 @@ namespace zelvo::service {
 /// the gateway through the person's browser: a request for a foreign host name is refused, because any name
 /// can be pointed at this address, and so is a request that another site's page sends. The console's requests
 /// carry the secret of a session in the header "X-Zelvo-Console", which only a page of this very origin can
-/// send: cookies do not tell ports apart, so this gateway uses none. Headers that a proxy adds are ignored,
-/// because every caller can send them.
-/// Thread: the server's. Errors: HttpError.
+/// send: cookies do not tell ports apart, so this gateway uses none. Which headers of a proxy count is
+/// decided before, by TrustedProxies; those that name a host never do. Thread: the server's. Errors:
+/// HttpError.
 class AccessControl {
 public:
     /// publicUrl   where browsers reach the gateway, if that is not where it listens; else empty
@@ -55,6 +55,9 @@ public:
     std::string beginSession(HttpRequest const& request) const;
     /// Ends the session that the request belongs to, if any.
     void endSession(HttpRequest const& request) const;
+    /// Whether the request asks by the public name, and that is an address with TLS. Names of this computer
+    /// are left out: other servers on other ports share them.
+    bool isAtSecureName(HttpRequest const& request) const;
     /// The address by which the caller reached this gateway, "http://127.0.0.1:8737". Refuses a Host that is
     /// not a valid one.
     std::string addressFor(HttpRequest const& request) const;

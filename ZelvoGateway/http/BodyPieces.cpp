@@ -16,7 +16,7 @@ constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 
 } // namespace
 
-BodyPieces::BodyPieces(boost::beast::tcp_stream& stream,
+BodyPieces::BodyPieces(PeerStream& stream,
                        boost::beast::flat_buffer& buffer,
                        HeadParser&& head,
                        Limits const& limits)

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "ZelvoGateway/base/Settings.h"
+#include "ZelvoGateway/net/PeerStream.h"
 #include "base/Task.h"
 
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/buffer_body.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
@@ -22,7 +22,7 @@ public:
     static constexpr std::size_t size = 256_KiB;
 
     /// head  a parser that has read the head and nothing of the body
-    BodyPieces(boost::beast::tcp_stream& stream,
+    BodyPieces(PeerStream& stream,
                boost::beast::flat_buffer& buffer,
                HeadParser&& head,
                Limits const& limits);
@@ -33,7 +33,7 @@ public:
     bool keepAlive() const { return parser.get().keep_alive(); }
 
 private:
-    boost::beast::tcp_stream& stream;
+    PeerStream& stream;
     boost::beast::flat_buffer& buffer;
     Limits const& limits;
     boost::beast::http::request_parser<boost::beast::http::buffer_body> parser;

@@ -22,7 +22,8 @@ struct HttpRequest {
     std::multimap<std::string, std::string> query;   ///< decoded
     std::multimap<std::string, std::string> headers; ///< names in lower case
     std::string localAddress;                        ///< the address that the client reached, without port
-    std::string remoteAddress;                       ///< the client's, without port
+    std::string remoteAddress;                       ///< the caller's, without port
+    bool isSecure = false;                           ///< the caller used TLS
     std::string body;
 
     /// The header's value; empty if it is missing.

@@ -61,7 +61,7 @@ std::string HttpServer::localAddress() const
     if (host.is_unspecified())
         host = host.is_v6() ? asio::ip::address(asio::ip::address_v6::loopback())
                             : asio::ip::address(asio::ip::address_v4::loopback());
-    return "http://" + inUrl(host) + ":" + std::to_string(boundPort);
+    return (tls ? "https://" : "http://") + inUrl(host) + ":" + std::to_string(boundPort);
 }
 
 void HttpServer::start()
@@ -71,9 +71,9 @@ void HttpServer::start()
 
 Task<> HttpServer::acceptAll()
 {
-    while (!parts.stopping) {
+    while (acceptor.is_open()) {
         auto [error, socket] = co_await acceptor.async_accept(asTuple);
-        if (parts.stopping)
+        if (!acceptor.is_open())
             co_return;
         if (error) { // Mostly because there are no descriptors left; other connections end soon.
             asio::steady_timer pause(io, std::chrono::milliseconds(100));
@@ -83,7 +83,7 @@ Task<> HttpServer::acceptAll()
         bool const hasPlace = sessions.size() < parts.limits.connections || makePlace();
         if (!hasPlace && turnedAway >= maxTurnedAway)
             continue; // Closes it.
-        auto const shared = std::make_shared<asio::ip::tcp::socket>(std::move(socket));
+        auto const shared = std::make_shared<PeerStream>(std::move(socket), tls);
         spawn(io.get_executor(), [this, shared, hasPlace] {
             return hasPlace ? serveOne(std::move(*shared)) : turnAway(std::move(*shared));
         });
@@ -91,11 +91,12 @@ Task<> HttpServer::acceptAll()
 }
 
 /// Answers without reading the request, since every place is taken.
-Task<> HttpServer::turnAway(asio::ip::tcp::socket socket)
+Task<> HttpServer::turnAway(PeerStream stream)
 {
     ++turnedAway;
     std::shared_ptr<void> const end(nullptr, [this](void*) { --turnedAway; });
-    boost::beast::tcp_stream stream(std::move(socket));
+    if (co_await stream.begin(parts.limits.handshake))
+        co_return;
     boost::beast::flat_buffer buffer;
     HttpResponse response = errorResponse({.status = 503,
                                            .code = ErrorCode::rateLimited,
@@ -121,9 +122,9 @@ bool HttpServer::makePlace()
     return oldest != nullptr;
 }
 
-Task<> HttpServer::serveOne(asio::ip::tcp::socket socket)
+Task<> HttpServer::serveOne(PeerStream stream)
 {
-    auto const session = HttpSession::create(std::move(socket), parts);
+    auto const session = HttpSession::create(std::move(stream), parts);
     sessions.insert(session);
     try {
         co_await session->serve();
@@ -134,13 +135,19 @@ Task<> HttpServer::serveOne(asio::ip::tcp::socket socket)
     sessions.erase(session);
 }
 
-void HttpServer::stop()
+void HttpServer::stopAccepting()
 {
-    parts.stopping = true;
     boost::system::error_code ignored;
     acceptor.close(ignored);
+}
+
+void HttpServer::stop(Answers answers)
+{
+    stopAccepting();
+    parts.stopping = true;
     for (auto const& session : sessions)
-        session->drop();
+        if (answers == Answers::dropped || !session->isServing())
+            session->drop();
 }
 
 } // namespace zelvo::service

@@ -12,7 +12,8 @@
 
 namespace zelvo::service {
 
-/// Listens, and serves every connection in a session. Thread: the one that runs `io`.
+/// Listens, and serves every connection in a session: with TLS once it has a certificate, else without.
+/// Thread: the one that runs `io`.
 class HttpServer {
 public:
     HttpServer(asio::io_context& io, SessionParts parts);
@@ -22,24 +23,30 @@ public:
     /// Throws    std::runtime_error with a text for the person who started the program
     void listen(std::string const& address, std::uint16_t port);
     std::uint16_t port() const { return boundPort; }
-    /// "http://127.0.0.1:8737", where this computer reaches the server.
+    /// "http://127.0.0.1:8737", where this computer reaches the server; "https:" with TLS.
     std::string localAddress() const;
+    /// The certificate for the connections that are accepted from now on. Never null.
+    void setTls(std::shared_ptr<TlsContext> context) { tls = std::move(context); }
 
     /// Accepts connections until stop().
     void start();
-    /// Closes the listening socket and every connection.
-    void stop();
+    /// Closes the listening socket. The connections stay.
+    void stopAccepting();
+    /// Ends every connection: at once, or as soon as its request is answered. Also stops accepting.
+    enum class Answers { dropped, sent };
+    void stop(Answers answers = Answers::dropped);
     bool isStopping() const { return parts.stopping; }
 
 private:
     Task<> acceptAll();
-    Task<> serveOne(asio::ip::tcp::socket socket);
+    Task<> serveOne(PeerStream stream);
     bool makePlace();
-    Task<> turnAway(asio::ip::tcp::socket socket);
+    Task<> turnAway(PeerStream stream);
 
     asio::io_context& io;
     SessionParts parts;
     asio::ip::tcp::acceptor acceptor;
+    std::shared_ptr<TlsContext> tls; // Null for plain HTTP.
     std::set<std::shared_ptr<HttpSession>> sessions;
     std::size_t turnedAway = 0; // Connections that are being refused now.
     asio::ip::address listenAddress;

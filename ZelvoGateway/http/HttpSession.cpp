@@ -5,6 +5,7 @@
 #include "ZelvoGateway/http/BodySink.h"
 #include "ZelvoGateway/http/HttpError.h"
 #include "ZelvoGateway/http/PeerWatch.h"
+#include "ZelvoGateway/http/RequestCaller.h"
 #include "ZelvoGateway/http/RequestReader.h"
 #include "ZelvoGateway/http/ResponseWriter.h"
 #include "ZelvoGateway/http/Upgrade.h"
@@ -27,6 +28,7 @@ namespace http = boost::beast::http;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
 constexpr std::size_t readBuffer = 128_KiB;
+constexpr Duration farewellTime = 2s;
 constexpr std::size_t memoryFactor = 2; // The body, and what is parsed from it or written of that.
 
 using Time = std::chrono::steady_clock;
@@ -34,6 +36,14 @@ using Time = std::chrono::steady_clock;
 HttpError tooBusy(std::string message)
 {
     return {.status = 429, .code = ErrorCode::rateLimited, .message = std::move(message)};
+}
+
+HttpError stopping()
+{
+    return {.status = 503,
+            .code = ErrorCode::rateLimited,
+            .message = "The gateway is stopping",
+            .retryAfter = std::chrono::seconds(5)};
 }
 
 HttpError tooLarge()
@@ -53,18 +63,6 @@ std::optional<HttpError> refusalOf(Step const& step)
         return internalError(error);
     }
     return std::nullopt;
-}
-
-std::string localAddressOf(asio::ip::tcp::socket const& socket)
-{
-    boost::system::error_code ignored;
-    return socket.local_endpoint(ignored).address().to_string();
-}
-
-std::string remoteAddressOf(asio::ip::tcp::socket const& socket)
-{
-    boost::system::error_code ignored;
-    return socket.remote_endpoint(ignored).address().to_string();
 }
 
 /// "/films/rec_1".
@@ -90,10 +88,10 @@ std::string textOf(Route const* route)
 
 class BeastHttpSession final : public HttpSession {
 public:
-    BeastHttpSession(asio::ip::tcp::socket socket, SessionParts& parts)
-        : parts(parts), stream(std::move(socket)), reader(stream, buffer, parts.limits),
-          localAddress(localAddressOf(stream.socket())), remoteAddress(remoteAddressOf(stream.socket())),
-          memory(parts.memory.partOf("address " + remoteAddress))
+    BeastHttpSession(PeerStream connection, SessionParts& parts)
+        : parts(parts), stream(std::move(connection)), reader(stream, buffer, parts.limits),
+          localAddress(localAddressOf(stream.socket())), peer(peerAddressOf(stream.socket())),
+          isProxy(parts.proxies.contains(peer)), memory(memoryOf(peer.to_string()))
     {
     }
 
@@ -104,6 +102,7 @@ public:
         stream.close();
     }
     std::optional<Time::time_point> waitsSince() const override { return waiting; }
+    bool isServing() const override { return work || isEnding; }
 
 private:
     using HeadParser = RequestReader::HeadParser;
@@ -118,8 +117,14 @@ private:
         Upgrade upgrade;                ///< takes the connection over; empty for other requests
     };
 
+    Task<bool> begin();
     Task<bool> serveOne(bool first);
     Task<bool> serveBadHead(boost::system::error_code error);
+    MemoryBudget memoryOf(std::string const& address) const
+    {
+        return parts.memory.partOf("address " + address);
+    }
+    void identify(HttpRequest& request);
     void admit(HeadParser const& head, Entry& entry);
     void admitBody(HeadParser const& head, Entry& entry);
     void keepPlace(std::string const& owner);
@@ -129,20 +134,24 @@ private:
     Task<HttpResponse> answer(Entry entry);
     Task<bool> refuse(HttpError error);
     HttpResponse failed(HttpError error) const;
-    void addRequestId(HttpResponse& response) const;
+    void addOwnHeaders(HttpResponse& response) const;
     void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
     Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
 
     SessionParts& parts;
-    beast::tcp_stream stream;
+    PeerStream stream;
     beast::flat_buffer buffer{readBuffer};
     RequestReader reader;
     std::string const localAddress;
-    std::string const remoteAddress;
+    asio::ip::address const peer;
+    bool const isProxy;  // The peer is a trusted proxy.
     MemoryBudget memory; // The caller's part of the budget.
     std::optional<Time::time_point> waiting = Time::now();
     PlaceShares::Lease place;     // For the present request.
+    OpenWork::Lease work;         // The present request.
+    bool isEnding = false;        // The last answer is on its way.
+    bool wantsTlsOnly = false;    // A browser should ask the present request's host with TLS only.
     bool headOnly = false;        // The present request is a HEAD.
     std::string requestId;        // Of the present request.
     Route const* route = nullptr; // Null if it has none.
@@ -153,9 +162,26 @@ Task<> BeastHttpSession::serve()
     auto const self = shared_from_this();
     boost::system::error_code ignored;
     stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+    if (!co_await begin())
+        co_return;
     bool first = true;
     while (!parts.stopping && co_await serveOne(std::exchange(first, false))) {
     }
+    isEnding = true;
+    work.release();
+    co_await stream.finishSending(farewellTime);
+}
+
+/// False if there is nothing to serve, because TLS did not begin.
+Task<bool> BeastHttpSession::begin()
+{
+    auto const error = co_await stream.begin(parts.limits.handshake);
+    if (isPlainHttp(error)) {
+        stream.leaveTls();
+        requestId = newId("req");
+        co_await refuse(badRequest("This port speaks HTTPS"));
+    }
+    co_return !error;
 }
 
 /// False if the connection is over.
@@ -164,10 +190,14 @@ Task<bool> BeastHttpSession::serveOne(bool first)
     auto const parser = std::make_shared<HeadParser::element_type>();
     waiting = Time::now();
     place.reset();
+    work.release();
     requestId = newId("req");
     route = nullptr;
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
+    if (parts.work.isClosing())
+        co_return co_await refuse(stopping());
+    work = parts.work.begin();
     Entry entry;
     auto refusal = refusalOf([&] { admit(parser, entry); });
     if (refusal)
@@ -220,7 +250,8 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
 void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
 {
     entry.request = headOf(head->get(), localAddress);
-    entry.request.remoteAddress = remoteAddress;
+    identify(entry.request);
+    wantsTlsOnly = stream.hasTls() && parts.routes.isAtSecureName(entry.request);
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     route = entry.admission.route;
@@ -235,6 +266,19 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     entry.upgrade = route->upgrade(entry.request);
     if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
         throw badRequest("Frames may only follow the answer");
+}
+
+/// Sets who sends a request: the peer, or the caller that a trusted proxy names. Throws HttpError.
+void BeastHttpSession::identify(HttpRequest& request)
+{
+    request.remoteAddress = peer.to_string();
+    request.isSecure = stream.hasTls();
+    if (!isProxy)
+        return;
+    ForwardedCaller const caller = callerBehind(peer, request, parts.proxies);
+    request.remoteAddress = caller.address.to_string();
+    request.isSecure = caller.isSecure.value_or(request.isSecure);
+    memory = memoryOf(request.remoteAddress);
 }
 
 /// Keeps the connection's place for the present request, if the owner's share has room.
@@ -332,14 +376,16 @@ Task<bool> BeastHttpSession::receive(HeadParser headParser, std::shared_ptr<Body
 
 Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
 {
-    addRequestId(response);
+    addOwnHeaders(response);
     ResponseWriter writer(stream, parts.workers);
     bool const whole = !std::exchange(headOnly, false);
-    co_return co_await writer.write(std::move(response), keepAlive && !parts.stopping, whole);
+    co_return co_await writer.write(std::move(response), keepAlive && !parts.work.isClosing(), whole);
 }
 
-void BeastHttpSession::addRequestId(HttpResponse& response) const
+void BeastHttpSession::addOwnHeaders(HttpResponse& response) const
 {
+    if (wantsTlsOnly)
+        response.headers.emplace_back("Strict-Transport-Security", "max-age=31536000");
     auto const& headers = response.headers;
     if (std::ranges::find(headers, requestIdHeader, [](auto const& one) { return one.first; }) ==
         headers.end())
@@ -349,11 +395,12 @@ void BeastHttpSession::addRequestId(HttpResponse& response) const
 /// The stream learns at once if the client goes.
 Task<bool> BeastHttpSession::writeStream(HttpResponse response, bool keepAlive, BodyEnd end)
 {
-    addRequestId(response);
+    addOwnHeaders(response);
     auto const body = response.stream;
     PeerWatch watch(stream, buffer, shared_from_this(), [body] { body->abandon(); });
     ResponseWriter writer(stream, parts.workers);
-    bool const isUsable = co_await writer.writeStream(std::move(response), keepAlive && !parts.stopping, end);
+    bool const isUsable =
+        co_await writer.writeStream(std::move(response), keepAlive && !parts.work.isClosing(), end);
     co_await watch.end();
     if (!isUsable)
         body->abandon();
@@ -370,9 +417,9 @@ void BeastHttpSession::handOver(HeadParser const& parser, Upgrade upgrade)
 
 } // namespace
 
-std::shared_ptr<HttpSession> HttpSession::create(asio::ip::tcp::socket socket, SessionParts& parts)
+std::shared_ptr<HttpSession> HttpSession::create(PeerStream stream, SessionParts& parts)
 {
-    return std::make_shared<BeastHttpSession>(std::move(socket), parts);
+    return std::make_shared<BeastHttpSession>(std::move(stream), parts);
 }
 
 } // namespace zelvo::service

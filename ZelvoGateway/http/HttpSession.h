@@ -1,12 +1,13 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/http/PlaceShares.h"
 #include "ZelvoGateway/http/Routes.h"
+#include "ZelvoGateway/net/PeerStream.h"
+#include "ZelvoGateway/net/TrustedProxies.h"
 #include "base/Task.h"
-
-#include <boost/asio/ip/tcp.hpp>
 
 #include <chrono>
 #include <memory>
@@ -18,23 +19,27 @@ namespace zelvo::service {
 struct SessionParts {
     Limits const& limits;
     Routes const& routes;
+    TrustedProxies const& proxies;
     MemoryBudget& memory;
+    OpenWork& work; ///< once it closes, requests are refused
     Executor workers;
     PlaceShares shares{limits.connections};
-    bool stopping = false;
+    bool stopping = false; ///< connections end as soon as they serve nothing
 };
 
-/// One HTTP connection: reads requests within the limits, answers them, and hands the socket over if one of
-/// them becomes a WebSocket. Thread: the server's.
+/// One HTTP connection, with or without TLS: reads requests within the limits, answers them, and hands the
+/// socket over if one of them becomes a WebSocket. Thread: the server's.
 class HttpSession : public std::enable_shared_from_this<HttpSession> {
 public:
-    static std::shared_ptr<HttpSession> create(asio::ip::tcp::socket socket, SessionParts& parts);
+    static std::shared_ptr<HttpSession> create(PeerStream stream, SessionParts& parts);
     virtual ~HttpSession() = default;
 
     /// Serves until the connection ends or is handed over.
     virtual Task<> serve() = 0;
     /// Ends the connection at once.
     virtual void drop() = 0;
+    /// Whether it has a request that is not answered yet.
+    virtual bool isServing() const = 0;
     /// Since when it has a place without the right to one: it waits for a request, or serves one that
     /// everybody may send. nullopt while it serves a platform or the console, or has a share of the places.
     virtual std::optional<std::chrono::steady_clock::time_point> waitsSince() const = 0;

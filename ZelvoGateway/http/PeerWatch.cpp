@@ -17,7 +17,7 @@ constexpr std::size_t readPiece = 4_KiB;
 } // namespace
 
 struct PeerWatch::State {
-    boost::beast::tcp_stream& stream;
+    PeerStream& stream;
     boost::beast::flat_buffer& buffer;
     std::shared_ptr<void> owner;
     std::function<void()> gone;
@@ -26,7 +26,7 @@ struct PeerWatch::State {
     bool hasEnded = false;
 };
 
-PeerWatch::PeerWatch(boost::beast::tcp_stream& stream,
+PeerWatch::PeerWatch(PeerStream& stream,
                      boost::beast::flat_buffer& buffer,
                      std::shared_ptr<void> owner,
                      std::function<void()> gone)

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "ZelvoGateway/net/PeerStream.h"
 #include "base/AsyncCondition.h"
 #include "base/Task.h"
 
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 
 #include <functional>
 #include <memory>
@@ -18,7 +18,7 @@ class PeerWatch {
 public:
     /// owner   keeps the stream and the buffer alive
     /// gone    called once, if the peer goes
-    PeerWatch(boost::beast::tcp_stream& stream,
+    PeerWatch(PeerStream& stream,
               boost::beast::flat_buffer& buffer,
               std::shared_ptr<void> owner,
               std::function<void()> gone);

@@ -68,8 +68,7 @@ Task<boost::system::error_code> RequestReader::readBody(BodyParser parser)
 
 Task<> RequestReader::drain(bool const* stopping)
 {
-    boost::system::error_code ignored;
-    stream.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+    co_await stream.finishSending(drainTime);
     stream.expires_after(drainTime);
     std::vector<char> waste(64_KiB);
     for (std::size_t taken = 0; taken < maxDrained && !*stopping;) {

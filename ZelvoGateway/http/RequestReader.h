@@ -2,10 +2,10 @@
 
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/http/HttpMessage.h"
+#include "ZelvoGateway/net/PeerStream.h"
 #include "base/Task.h"
 
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
@@ -24,7 +24,7 @@ public:
     using HeadParser = std::shared_ptr<boost::beast::http::request_parser<boost::beast::http::empty_body>>;
     using BodyParser = std::shared_ptr<boost::beast::http::request_parser<boost::beast::http::string_body>>;
 
-    RequestReader(boost::beast::tcp_stream& stream, boost::beast::flat_buffer& buffer, Limits const& limits)
+    RequestReader(PeerStream& stream, boost::beast::flat_buffer& buffer, Limits const& limits)
         : stream(stream), buffer(buffer), limits(limits)
     {
     }
@@ -37,7 +37,7 @@ public:
     Task<> drain(bool const* stopping);
 
 private:
-    boost::beast::tcp_stream& stream;
+    PeerStream& stream;
     boost::beast::flat_buffer& buffer;
     Limits const& limits;
 };

@@ -2,9 +2,8 @@
 
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/http/HttpMessage.h"
+#include "ZelvoGateway/net/PeerStream.h"
 #include "base/Task.h"
-
-#include <boost/beast/core/tcp_stream.hpp>
 
 namespace zelvo::service {
 
@@ -20,10 +19,7 @@ class ResponseWriter {
 public:
     static constexpr std::size_t sourcePiece = 256_KiB;
 
-    ResponseWriter(boost::beast::tcp_stream& stream, Executor workers)
-        : stream(stream), workers(std::move(workers))
-    {
-    }
+    ResponseWriter(PeerStream& stream, Executor workers) : stream(stream), workers(std::move(workers)) {}
 
     /// whole  false sends the head only
     /// Gives  false if the connection can't be used for another request
@@ -37,7 +33,7 @@ private:
     Task<bool> send(ByteSourcePart part);
     Task<bool> send(std::shared_ptr<BodyStream> body, BodyEnd end);
 
-    boost::beast::tcp_stream& stream;
+    PeerStream& stream;
     Executor workers;
 };
 

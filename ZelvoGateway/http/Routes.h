@@ -54,6 +54,8 @@ public:
     /// Before the server runs.
     void add(std::vector<Route> const& routes);
     std::vector<Route> const& list() const { return all; }
+    /// Whether a request asks by the gateway's public name, which is served with TLS only.
+    bool isAtSecureName(HttpRequest const& head) const { return access.isAtSecureName(head); }
     /// Finds the route of a request, and refuses a caller that may not use it. Throws HttpError.
     Admission admit(HttpRequest const& head) const;
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <boost/beast/core/tcp_stream.hpp>
+#include "ZelvoGateway/net/PeerStream.h"
+
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/message.hpp>
 
@@ -8,7 +9,7 @@ namespace zelvo::service {
 
 /// A connection that leaves HTTP for a WebSocket, and the request that asks for it.
 struct UpgradedConnection {
-    boost::beast::tcp_stream stream;
+    PeerStream stream;
     boost::beast::http::request<boost::beast::http::empty_body> request;
 };
 

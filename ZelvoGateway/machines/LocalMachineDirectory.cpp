@@ -11,7 +11,7 @@ constexpr char const* stopping = "the gateway is stopping";
 void LocalMachineDirectory::attach(std::shared_ptr<MachineSession> session)
 {
     if (closed) {
-        session->close(CloseCode::goingAway, stopping);
+        session->close(CloseCode::serviceRestart, stopping);
         return;
     }
     std::shared_ptr<MachineSession>& place = sessions[session->machineId()];
@@ -49,7 +49,7 @@ void LocalMachineDirectory::closeAll()
     closed = true;
     for (auto const& [machineId, session] : std::exchange(sessions, {})) {
         session->ended();
-        session->close(CloseCode::goingAway, stopping);
+        session->close(CloseCode::serviceRestart, stopping);
     }
 }
 

@@ -21,7 +21,7 @@ public:
     std::shared_ptr<ConnectedMachine> find(std::string const& machineId) const override;
     void reject(std::string const& machineId) override;
 
-    /// Ends every session with close code 1001. What attaches later is closed as well.
+    /// Ends every session with close code 1012. What attaches later is closed as well.
     void closeAll();
     bool isClosed() const { return closed; }
 

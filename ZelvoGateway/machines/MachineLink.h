@@ -6,7 +6,7 @@ namespace zelvo::service {
 
 /// WebSocket close codes for machines.
 namespace CloseCode {
-constexpr int goingAway = 1001;
+constexpr int serviceRestart = 1012;
 constexpr int replaced = 4409;
 constexpr int tokenRejected = 4401;
 } // namespace CloseCode

@@ -21,7 +21,7 @@ constexpr Duration closePatience = 3s;
 
 } // namespace
 
-MachineSocket::MachineSocket(beast::tcp_stream stream, MachineSocketParts& parts)
+MachineSocket::MachineSocket(PeerStream stream, MachineSocketParts& parts)
     : parts(parts), socket(std::move(stream)), pingTimer(socket.get_executor())
 {
     // takeRoom() enforces the real limit. At Beast's own the socket is dropped with bytes unread, so that the

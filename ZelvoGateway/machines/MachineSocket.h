@@ -4,11 +4,11 @@
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/machines/MachineSession.h"
+#include "ZelvoGateway/net/PeerStream.h"
 #include "ZelvoGateway/store/Store.h"
 #include "base/Task.h"
 
 #include <boost/asio/steady_timer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/websocket/stream.hpp>
@@ -33,7 +33,7 @@ class MachineSocket final : public MachineLink, public std::enable_shared_from_t
 public:
     using UpgradeRequest = boost::beast::http::request<boost::beast::http::empty_body>;
 
-    MachineSocket(boost::beast::tcp_stream stream, MachineSocketParts& parts);
+    MachineSocket(PeerStream stream, MachineSocketParts& parts);
 
     /// Answers the upgrade and serves the machine until its socket ends.
     Task<> serve(UpgradeRequest request, std::string machineId);
@@ -59,7 +59,7 @@ private:
     void drop();
 
     MachineSocketParts& parts;
-    boost::beast::websocket::stream<boost::beast::tcp_stream> socket;
+    boost::beast::websocket::stream<PeerStream> socket;
     asio::steady_timer pingTimer;
     std::optional<MemoryBudget> memory; // The machine's part of the budget; set once the machine is known.
     std::deque<std::string> outgoing;

@@ -1,28 +1,17 @@
 #include "ZelvoGateway/net/TlsClient.h"
 
+#include "ZelvoGateway/net/OpenSslPointers.h"
 #include "ZelvoGateway/net/TlsPair.h"
 
 #include <boost/asio/ssl/context.hpp>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <openssl/x509.h>
 
 namespace zelvo::service {
 
 namespace {
 
 namespace ssl = asio::ssl;
-
-template <auto release>
-struct ReleaseWith {
-    template <class T>
-    void operator()(T* raw) const noexcept
-    {
-        release(raw);
-    }
-};
-using BioPtr = std::unique_ptr<BIO, ReleaseWith<BIO_free_all>>;
-using CertificatePtr = std::unique_ptr<X509, ReleaseWith<X509_free>>;
 
 struct Pinned {
     TlsContext context{ssl::context::tls_client};

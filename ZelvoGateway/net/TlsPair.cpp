@@ -1,11 +1,11 @@
 #include "ZelvoGateway/net/TlsPair.h"
 
 #include "ZelvoGateway/base/OwnedDescriptor.h"
+#include "ZelvoGateway/net/OpenSslPointers.h"
 
 #include <boost/asio/ssl/context.hpp>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <openssl/x509.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,17 +24,6 @@ namespace ssl = asio::ssl;
 
 constexpr std::size_t maxFile = 1_MiB;
 constexpr std::string_view httpProtocol = "\x08http/1.1";
-
-template <auto release>
-struct ReleaseWith {
-    template <class T>
-    void operator()(T* raw) const noexcept
-    {
-        release(raw);
-    }
-};
-using BioPtr = std::unique_ptr<BIO, ReleaseWith<BIO_free_all>>;
-using CertificatePtr = std::unique_ptr<X509, ReleaseWith<X509_free>>;
 
 /// A file's text, which leaves no copy in memory.
 class SecretText {

@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <atomic>
 #include <csignal>
 #include <sstream>
 #include <thread>
@@ -34,24 +35,96 @@ TEST(Program, endsCleanlyWithEachSignal)
     }
 }
 
-TEST(Program, endsCleanlyWhileACommandWaits)
+/// Whether nothing listens any more.
+bool isRefused(std::uint16_t port)
 {
-    Place place;
-    Program gateway(place.out("log"), place.serve());
-    std::uint16_t const port = place.port();
-    Provisioned const made = provisioned(place, "made");
-    MachineThread thread;
-    FakeMachine machine(thread, port, made.token);
-    machine.onFrame([](json::object const&) -> std::optional<json::object> { return std::nullopt; });
-    ASSERT_EQ(machine.status(), 101);
-    std::thread caller([&] { request(port, "POST", made.path, R"({"method": "x"})", place.key()); });
-    EXPECT_TRUE(becomes([&] { return machine.frames().size() == 1; }));
+    try {
+        RawConnection const probe(port);
+        return false;
+    } catch (std::runtime_error const&) {
+        return true;
+    }
+}
 
+/// A gateway with a machine that leaves a command unanswered.
+class ProgramWithCommand : public testing::Test {
+protected:
+    explicit ProgramWithCommand(std::string const& stopTimeout = "60")
+        : gateway(place.out("log"), commandLine(stopTimeout)), port(place.port()),
+          made(provisioned(place, "made")), machine(thread, port, made.token)
+    {
+        machine.onFrame([this](json::object const& frame) -> std::optional<json::object> {
+            command = std::string(frame.at("id").as_string());
+            isWaiting = true;
+            return std::nullopt;
+        });
+        EXPECT_EQ(machine.status(), 101);
+        caller = std::thread(
+            [this] { answer = request(port, "POST", made.path, R"({"method": "x"})", place.key()); });
+        EXPECT_TRUE(becomes([this] { return isWaiting.load(); }));
+    }
+    ~ProgramWithCommand() override
+    {
+        gateway.send(SIGKILL);
+        if (caller.joinable())
+            caller.join();
+    }
+    std::vector<std::string> commandLine(std::string const& stopTimeout) const
+    {
+        auto all = place.serve();
+        all.insert(all.end(), {"--stop-timeout", stopTimeout});
+        return all;
+    }
+
+    Place place;
+    Program gateway;
+    std::uint16_t port;
+    Provisioned made;
+    std::atomic<bool> isWaiting = false;
+    std::string command;
+    MachineThread thread;
+    FakeMachine machine;
+    Answer answer;
+    std::thread caller;
+};
+
+TEST_F(ProgramWithCommand, endsCleanlyOnceItIsAnswered)
+{
+    gateway.send(SIGTERM);
+    EXPECT_TRUE(becomes([&] { return isRefused(port); }));
+    machine.sendText(writeJson(json::object{{"id", command}, {"result", 7}}));
+
+    EXPECT_EQ(gateway.wait(), 0);
+    caller.join();
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(machine.closeCode(), 1012);
+}
+
+TEST_F(ProgramWithCommand, endsWithASecondSignalAtOnce)
+{
+    gateway.send(SIGTERM);
+    EXPECT_TRUE(becomes([&] { return isRefused(port); }));
+    gateway.send(SIGTERM);
+
+    EXPECT_TRUE(gateway.endsWithin(std::chrono::seconds(15)));
+    EXPECT_EQ(gateway.wait(), 0);
+}
+
+class ProgramWithLittlePatience : public ProgramWithCommand {
+protected:
+    ProgramWithLittlePatience() : ProgramWithCommand("1") {}
+};
+
+TEST_F(ProgramWithLittlePatience, answersWithAnErrorInTheEnd)
+{
     gateway.send(SIGTERM);
 
     EXPECT_EQ(gateway.wait(), 0);
     caller.join();
-    EXPECT_EQ(machine.closeCode(), 1001);
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_EQ(answer.errorCode(), "machine_offline");
+    EXPECT_EQ(machine.closeCode(), 1012);
+    EXPECT_NE(gateway.text().find("stops in spite of open requests or commands (1)"), std::string::npos);
 }
 
 TEST(Program, logsWhatFailsHereWithoutWhatWasSent)
@@ -170,7 +243,9 @@ TEST(Program, writesAKeyOnlyIntoTheFileThatIsNamed)
 TEST(Program, endsAlsoWhileItsWorkHangs)
 {
     Place place;
-    Program gateway(place.out("log"), place.serve());
+    auto arguments = place.serve();
+    arguments.insert(arguments.end(), {"--stop-timeout", "0"});
+    Program gateway(place.out("log"), arguments);
     std::uint16_t const port = place.port();
     std::string const path = recordingOf(place, provisioned(place, "a"));
     for (auto const& file : std::filesystem::directory_iterator(place.data + "/recordings")) {

@@ -65,6 +65,15 @@ std::string urlOf(GatewayChoice const& choice)
     return *std::move(text);
 }
 
+/// By which a gateway on this computer is known: its names need not include that of a local address.
+std::string certificateOf(GatewayChoice const& choice)
+{
+    auto text = textOf(std::filesystem::path(choice.dataFolder) / "tls-certificate.pem");
+    if (!text)
+        throw std::runtime_error("no gateway is running on " + choice.dataFolder);
+    return *std::move(text);
+}
+
 std::string targetOf(GatewayChoice const& choice)
 {
     std::string target = "/mcp";
@@ -82,20 +91,26 @@ std::string targetOf(GatewayChoice const& choice)
 std::string GatewayPlace::address() const
 {
     bool const isV6 = host.find(':') != std::string::npos;
-    return "http://" + (isV6 ? "[" + host + "]" : host) + ":" + port;
+    return (isSecure ? "https://" : "http://") + (isV6 ? "[" + host + "]" : host) + ":" + port;
 }
 
 GatewayPlace placeOf(GatewayChoice const& choice)
 {
     std::string const text = urlOf(choice);
     auto const url = boost::urls::parse_uri(text);
-    if (!url || url->scheme() != "http" || url->encoded_host().empty() || url->has_userinfo())
+    bool const isWeb = url && (url->scheme() == "http" || url->scheme() == "https");
+    if (!isWeb || url->encoded_host().empty() || url->has_userinfo())
         throw std::runtime_error("the gateway's address must be like http://127.0.0.1:8737, not \"" + text +
-                                 "\"; for https give the client the address of /mcp instead of this command");
+                                 "\"");
     GatewayPlace place;
+    place.isSecure = url->scheme() == "https";
+    if (place.isSecure && choice.url.empty())
+        place.certificate = certificateOf(choice);
     place.host =
         url->host_type() == boost::urls::host_type::ipv6 ? url->host_ipv6_address().to_string() : url->host();
-    place.port = url->has_port() && !url->port().empty() ? std::string(url->port()) : "80";
+    place.port = url->has_port() && !url->port().empty() ? std::string(url->port())
+                 : place.isSecure                        ? "443"
+                                                         : "80";
     place.target = targetOf(choice);
     place.key = keyOf(choice);
     return place;

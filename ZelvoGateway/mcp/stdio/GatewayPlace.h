@@ -17,6 +17,8 @@ struct GatewayChoice {
 
 /// Where a gateway serves "/mcp", and the key to it.
 struct GatewayPlace {
+    bool isSecure = false;   ///< with TLS
+    std::string certificate; ///< PEM, the only one to accept; empty for all that this computer trusts
     std::string host;
     std::string port;
     std::string target; ///< "/mcp/con_1?width=1280"

@@ -2,6 +2,8 @@
 
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/mcp/stdio/InputLines.h"
+#include "ZelvoGateway/net/PeerStream.h"
+#include "ZelvoGateway/net/TlsClient.h"
 #include "base/Task.h"
 
 #include <boost/asio/as_tuple.hpp>
@@ -11,7 +13,6 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
 #include <poll.h>
@@ -50,6 +51,13 @@ std::string refusal(int status, GatewayPlace const& place)
     return "the gateway at " + place.address() + " answers with status " + std::to_string(status);
 }
 
+std::shared_ptr<TlsContext> contextFor(GatewayPlace const& place)
+{
+    if (!place.isSecure)
+        return nullptr;
+    return place.certificate.empty() ? trustingContext() : pinnedContext(place.certificate);
+}
+
 void waitUntilWritable(int file)
 {
     pollfd watched{.fd = file, .events = POLLOUT, .revents = 0};
@@ -59,7 +67,7 @@ void waitUntilWritable(int file)
 class StdioBridge {
 public:
     StdioBridge(GatewayPlace const& place, int input, int output)
-        : place(place), input(input), output(output), socket(io)
+        : place(place), input(input), output(output), tls(contextFor(place)), socket(io.get_executor())
     {
     }
 
@@ -68,6 +76,7 @@ public:
 private:
     Task<> serve();
     Task<> connect();
+    Task<boost::system::error_code> reach();
     Task<> copyAnswers();
     Task<> sendLine(std::string line);
     void take(std::optional<LineSplitter::Line> line);
@@ -81,7 +90,8 @@ private:
     int input;
     int output;
     asio::io_context io{1};
-    websocket::stream<beast::tcp_stream> socket;
+    std::shared_ptr<TlsContext> tls; // Null for plain HTTP.
+    websocket::stream<PeerStream> socket;
     std::string failure;
     bool hasInputEnded = false;
     bool hasEnded = false; // Nobody reads the output, or the gateway has gone.
@@ -112,24 +122,34 @@ Task<> StdioBridge::serve()
     io.stop(); // The WebSocket's timer still waits.
 }
 
+/// Connects, with TLS if the gateway has it.
+Task<boost::system::error_code> StdioBridge::reach()
+{
+    asio::ip::tcp::resolver resolver(io);
+    auto const [unknown, endpoints] = co_await resolver.async_resolve(place.host, place.port, asTuple);
+    if (unknown)
+        co_return unknown;
+    PeerStream& stream = beast::get_lowest_layer(socket);
+    stream.expires_after(times.handshake_timeout);
+    auto const [unreachable, endpoint] = co_await stream.plain().async_connect(endpoints, asTuple);
+    if (unreachable)
+        co_return unreachable;
+    stream.socket().set_option(asio::ip::tcp::no_delay(true));
+    if (tls)
+        if (auto const error =
+                co_await stream.beginAsClient(tls, place.certificate.empty() ? place.host : ""))
+            co_return error;
+    stream.expires_never();
+    co_return boost::system::error_code();
+}
+
 Task<> StdioBridge::connect()
 {
     std::string const absent = "no gateway answers at " + place.address() + ": ";
-    asio::ip::tcp::resolver resolver(io);
-    auto const [unknown, endpoints] = co_await resolver.async_resolve(place.host, place.port, asTuple);
-    if (unknown) {
-        failure = absent + unknown.message();
-        co_return;
-    }
-    beast::get_lowest_layer(socket).expires_after(times.handshake_timeout);
-    auto const [unreachable, endpoint] =
-        co_await beast::get_lowest_layer(socket).async_connect(endpoints, asTuple);
-    if (unreachable) {
+    if (auto const unreachable = co_await reach()) {
         failure = absent + unreachable.message();
         co_return;
     }
-    beast::get_lowest_layer(socket).expires_never();
-    beast::get_lowest_layer(socket).socket().set_option(asio::ip::tcp::no_delay(true));
     socket.set_option(times);
     socket.read_message_max(maxAnswer);
     socket.binary(true); // The gateway says itself what is wrong with bytes that are no text.
@@ -137,12 +157,12 @@ Task<> StdioBridge::connect()
         request.set(beast::http::field::authorization, "Bearer " + place.key);
     }));
     websocket::response_type response;
-    std::string const host = place.address().substr(std::string_view("http://").size());
+    std::string const host = place.address().substr(place.address().find("//") + 2);
     auto const [error] = co_await socket.async_handshake(response, host, place.target, asTuple);
     if (error == websocket::error::upgrade_declined)
         failure = refusal(static_cast<int>(response.result_int()), place);
     else if (error)
-        failure = "no gateway answers at " + place.address() + ": " + error.message();
+        failure = absent + error.message();
 }
 
 Task<> StdioBridge::copyAnswers()

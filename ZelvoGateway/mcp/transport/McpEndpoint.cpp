@@ -188,6 +188,8 @@ Task<HttpResponse> McpEndpoint::handleGet(HttpRequest request)
     // A client that connects again may have lost the earlier stream without the gateway's noticing.
     if (auto const earlier = std::exchange(session->listener, stream))
         earlier->finish();
+    if (parts.work.isClosing())
+        stream->finish();
     co_return stream->eventStream();
 }
 
@@ -216,7 +218,8 @@ Task<> McpEndpoint::serveSocket(std::shared_ptr<UpgradedConnection> upgraded,
                                 McpTarget target,
                                 PlaceShares::Lease place)
 {
-    McpSocketParts socket{.workers = parts.workers,
+    McpSocketParts socket{.work = parts.work,
+                          .workers = parts.workers,
                           .memory = parts.memory.partOf(memoryOwner(target)),
                           .mayGoOn = [this, target] { return isReached(target); },
                           .place = std::move(place)};
@@ -287,12 +290,17 @@ void McpEndpoint::endKey(std::string const& key)
         socket->close(close_code::policy_error, "the key is revoked");
 }
 
+void McpEndpoint::endListeners()
+{
+    sessions.endListeners();
+}
+
 void McpEndpoint::stop()
 {
     sessions.endAll();
     endPassing([](std::string const&) { return true; });
     for (auto const& [key, socket] : std::vector(sockets.begin(), sockets.end()))
-        socket->close(close_code::going_away, "the gateway ends");
+        socket->close(close_code::service_restart, "the gateway is stopping");
 }
 
 } // namespace zelvo::service

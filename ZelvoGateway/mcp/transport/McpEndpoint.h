@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/http/PlaceShares.h"
 #include "ZelvoGateway/http/Routes.h"
 #include "ZelvoGateway/mcp/transport/McpConversations.h"
@@ -23,6 +24,7 @@ struct McpEndpointParts {
     McpRules const& rules;
     Clock& clock;
     MemoryBudget& memory;
+    OpenWork& work; ///< once it closes, sockets take no more requests
     Executor executor;
     Executor workers;
 };
@@ -40,6 +42,8 @@ public:
     void runMaintenance();
     /// Ends everything that a key began.
     void endKey(std::string const& key);
+    /// Ends the streams that wait for nothing, so that no request stays open for their sake.
+    void endListeners();
     /// Ends everything.
     void stop();
 

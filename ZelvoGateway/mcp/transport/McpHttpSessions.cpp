@@ -84,6 +84,13 @@ void McpHttpSessions::endKey(std::string const& key)
         each = each->second->target.caller.keyId == key ? end(each) : std::next(each);
 }
 
+void McpHttpSessions::endListeners()
+{
+    for (auto const& [id, session] : sessions)
+        if (auto const listener = std::exchange(session->listener, nullptr))
+            listener->finish();
+}
+
 void McpHttpSessions::endAll()
 {
     while (!sessions.empty())

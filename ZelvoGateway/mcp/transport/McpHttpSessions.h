@@ -40,6 +40,8 @@ public:
     void forgetIdle();
     void endKey(std::string const& key);
     void endAll();
+    /// Ends the streams that clients opened to listen; their sessions stay.
+    void endListeners();
     std::size_t count() const { return sessions.size(); }
 
 private:

@@ -30,9 +30,7 @@ websocket::stream_base::timeout const times{.handshake_timeout = std::chrono::se
 
 } // namespace
 
-McpSocket::McpSocket(beast::tcp_stream stream,
-                     std::shared_ptr<McpConnection> connection,
-                     McpSocketParts parts)
+McpSocket::McpSocket(PeerStream stream, std::shared_ptr<McpConnection> connection, McpSocketParts parts)
     : socket(std::move(stream)), connection(std::move(connection)), parts(std::move(parts)),
       outbox(this->parts.memory, Notifications::sent)
 {
@@ -78,9 +76,17 @@ Task<> McpSocket::readUntilEnd()
             co_return;
         }
         JsonRpcDocument document = co_await readJsonRpcOn(parts.workers, incoming->text);
-        if (!isClosing)
-            connection->receive(std::move(document), shared_from_this());
+        if (!isClosing && !parts.work.isClosing())
+            receive(std::move(document));
     }
+}
+
+void McpSocket::receive(JsonRpcDocument document)
+{
+    if (!work)
+        work = parts.work.begin();
+    connection->receive(std::move(document), shared_from_this());
+    closeIfDone(); // A notification needs no answer.
 }
 
 /// Waits while the client does not read what it asked for, so that its requests wait in its buffers and not
@@ -142,9 +148,17 @@ void McpSocket::finish()
     closeIfDone();
 }
 
+bool McpSocket::isDone() const
+{
+    return !isWriting && outbox.isEmpty() && connection->openExchanges() == 0;
+}
+
 void McpSocket::closeIfDone()
 {
-    if (isLast && !isWriting && connection->openExchanges() == 0)
+    if (!isDone())
+        return;
+    work.release();
+    if (isLast)
         close(websocket::close_code::normal, "");
 }
 
@@ -155,6 +169,7 @@ void McpSocket::close(websocket::close_code code, std::string reason)
     outbox.clear();
     room.notifyAll([] {});
     connection->end();
+    work.release();
     spawn(socket.get_executor(), [self = shared_from_this(), code, reason = std::move(reason)] {
         return self->closeThenDrop(code, reason);
     });
@@ -178,6 +193,7 @@ void McpSocket::drop()
     if (std::exchange(isDropped, true))
         return;
     room.notifyAll([] {});
+    work.release();
     beast::get_lowest_layer(socket).close();
 }
 

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/mcp/McpConnection.h"
 #include "ZelvoGateway/mcp/transport/McpOutbox.h"
+#include "ZelvoGateway/net/PeerStream.h"
 #include "base/AsyncCondition.h"
 #include "base/Task.h"
 
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/websocket/stream.hpp>
@@ -20,6 +21,7 @@ namespace zelvo::service {
 
 /// What a socket needs of the server.
 struct McpSocketParts {
+    OpenWork& work; ///< once it closes, what arrives is dropped
     Executor workers;
     MemoryBudget memory;               ///< the key's part of the budget
     std::function<bool()> mayGoOn;     ///< asked before each message
@@ -34,9 +36,7 @@ class McpSocket final : public McpReplies, public std::enable_shared_from_this<M
 public:
     using UpgradeRequest = boost::beast::http::request<boost::beast::http::empty_body>;
 
-    McpSocket(boost::beast::tcp_stream stream,
-              std::shared_ptr<McpConnection> connection,
-              McpSocketParts parts);
+    McpSocket(PeerStream stream, std::shared_ptr<McpConnection> connection, McpSocketParts parts);
 
     /// Answers the upgrade and serves the client until the socket ends.
     Task<> serve(UpgradeRequest request);
@@ -54,18 +54,21 @@ private:
 
     Task<bool> accept(UpgradeRequest request);
     Task<> readUntilEnd();
+    void receive(JsonRpcDocument document);
     Task<bool> waitForRoom();
     Task<std::optional<Incoming>> readMessage();
     Task<> writeQueue();
     Task<> closeThenDrop(boost::beast::websocket::close_code code, std::string reason);
+    bool isDone() const;
     void closeIfDone();
     void drop();
 
-    boost::beast::websocket::stream<boost::beast::tcp_stream> socket;
+    boost::beast::websocket::stream<PeerStream> socket;
     std::shared_ptr<McpConnection> connection;
     McpSocketParts parts;
     McpOutbox outbox;
-    AsyncCondition room; // In the outbox; also notified when the socket ends.
+    OpenWork::Lease work; // While something is to be answered.
+    AsyncCondition room;  // In the outbox; also notified when the socket ends.
     bool isWriting = false;
     bool isLast = false; // The client sends no other message.
     bool isClosing = false;

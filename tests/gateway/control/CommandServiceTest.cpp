@@ -64,7 +64,8 @@ struct Fixture {
     asio::io_context background; // Never runs: a task must not wait for the log.
     AuditLog audit{store, clock, settings.audit, background.get_executor()};
     ControlService control{store, audit, clock, settings, io.get_executor()};
-    CommandQueue queue{store, control, audit, clock, settings, io.get_executor(), io.get_executor()};
+    OpenWork work;
+    CommandQueue queue{store, control, audit, clock, settings, work, io.get_executor(), io.get_executor()};
     FakeKeyRing keys;
     CommandService commands{store,    directory, control,          queue, keys, audit,
                             settings, clock,     io.get_executor()};

@@ -104,7 +104,7 @@ TEST(MachineSocket, ofARemovedMachineIsClosedWith4401)
     EXPECT_TRUE(gateway.platform("GET", "/v1/connections").json().at("data").as_array().empty());
 }
 
-TEST(MachineSocket, isClosedWith1001WhenTheGatewayStops)
+TEST(MachineSocket, isClosedWith1012WhenTheGatewayStops)
 {
     Gateway gateway;
     MachineThread thread;
@@ -114,10 +114,10 @@ TEST(MachineSocket, isClosedWith1001WhenTheGatewayStops)
 
     gateway.stop();
 
-    EXPECT_EQ(machine.closeCode(), 1001);
+    EXPECT_EQ(machine.closeCode(), 1012);
 }
 
-TEST(MachineSocket, isClosedWith1001WhenItConnectsWhileTheGatewayStops)
+TEST(MachineSocket, isClosedWith1012WhenItConnectsWhileTheGatewayStops)
 {
     Gateway gateway;
     MachineThread thread;
@@ -133,7 +133,7 @@ TEST(MachineSocket, isClosedWith1001WhenItConnectsWhileTheGatewayStops)
 
     for (FakeMachine& machine : machines)
         if (machine.status() == 101)
-            EXPECT_EQ(machine.closeCode(), 1001);
+            EXPECT_EQ(machine.closeCode(), 1012);
 }
 
 TEST(MachineSocket, isPingedAndStaysWhenItAnswers)

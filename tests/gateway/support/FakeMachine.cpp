@@ -1,5 +1,7 @@
 #include "gateway/support/FakeMachine.h"
 
+#include "ZelvoGateway/net/PeerStream.h"
+#include "ZelvoGateway/net/TlsClient.h"
 #include "gateway/support/Gateway.h"
 
 #include <boost/asio/as_tuple.hpp>
@@ -7,7 +9,6 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/websocket/stream.hpp>
 #include <boost/json/value_from.hpp>
 
@@ -30,7 +31,7 @@ struct Outgoing {
 
 struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
     State(asio::io_context& io, std::uint16_t port, std::string token, Options options)
-        : port(port), token(std::move(token)), options(std::move(options)), socket(io),
+        : port(port), token(std::move(token)), options(std::move(options)), socket(io.get_executor()),
           handler(this->options.handler)
     {
     }
@@ -46,10 +47,10 @@ struct FakeMachine::State : std::enable_shared_from_this<FakeMachine::State> {
     std::uint16_t port;
     std::string token;
     Options options;
-    websocket::stream<beast::tcp_stream> socket; // thread
-    std::deque<Outgoing> outgoing;               // thread
-    bool connected = false;                      // thread
-    bool writing = false;                        // thread
+    websocket::stream<PeerStream> socket; // thread
+    std::deque<Outgoing> outgoing;        // thread
+    bool connected = false;               // thread
+    bool writing = false;                 // thread
 
     mutable std::mutex lock;
     std::optional<int> status;        // lock
@@ -71,7 +72,14 @@ Task<> FakeMachine::State::run()
 Task<bool> FakeMachine::State::connect()
 {
     asio::ip::tcp::endpoint const endpoint(asio::ip::address_v4::loopback(), port);
-    co_await beast::get_lowest_layer(socket).async_connect(endpoint, asTuple);
+    PeerStream& stream = beast::get_lowest_layer(socket);
+    co_await stream.plain().async_connect(endpoint, asTuple);
+    if (!options.tlsName.empty())
+        if (co_await stream.beginAsClient(trustingContext(), options.tlsName)) {
+            std::scoped_lock guard(lock);
+            status = 0;
+            co_return false;
+        }
     socket.read_message_max(0);
     socket.set_option(websocket::stream_base::decorator([this](websocket::request_type& request) {
         request.set("Authorization", "Bearer " + token);

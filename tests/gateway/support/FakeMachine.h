@@ -45,6 +45,7 @@ public:
     struct Options {
         std::string version = "0.1.0";
         std::vector<std::pair<std::string, std::string>> headers = {};
+        std::string tlsName = {};   ///< that the gateway's certificate must have; empty for plain TCP
         bool reads = true;          ///< false leaves the socket unread, pings included
         Handler handler = answerOk; ///< for the frames that arrive before onFrame()
     };
@@ -56,7 +57,7 @@ public:
     /// Drops the socket.
     ~FakeMachine();
 
-    /// Waits for the answer to the upgrade: 101 if the machine is connected.
+    /// Waits for the answer to the upgrade: 101 if the machine is connected, 0 if there is none.
     int status();
     void onFrame(Handler handler);
     void sendText(std::string text);

@@ -37,7 +37,7 @@ Gateway::Gateway(std::function<void(Settings&)> const& change)
 
 Gateway::~Gateway()
 {
-    stop();
+    stopNow(); // A test may leave requests open.
 }
 
 void Gateway::start()
@@ -66,6 +66,13 @@ std::string Gateway::apiKey() const
     std::string key = readFile("api-key");
     key.pop_back();
     return key;
+}
+
+void Gateway::stopNow()
+{
+    if (server)
+        server->stopNow();
+    stop();
 }
 
 Answer Gateway::platform(std::string const& method,

@@ -44,7 +44,10 @@ public:
     Server& running() { return *server; }
     /// The clock of the gateway's agents and queues; it survives stop() and start().
     SteppedClock clock;
+    /// Waits until what is open is answered; the clock stands still meanwhile.
     void stop();
+    /// Without waiting for that.
+    void stopNow();
     void start();
     /// Other settings from the next start() on.
     void change(std::function<void(Settings&)> const& how) { how(settings); }

@@ -88,11 +88,28 @@ TEST_F(GatewayPlaceTest, readsAddresses)
     EXPECT_EQ(placeOf(choice).address(), "http://[::1]:99");
     choice.url = "http://gateway";
     EXPECT_EQ(placeOf(choice).port, "80");
-    for (std::string const url :
-         {"https://gateway.example", "gateway:80", "http://", "http://me:it@gateway"}) {
+    for (std::string const url : {"ftp://gateway.example", "gateway:80", "http://", "http://me:it@gateway"}) {
         choice.url = url;
         EXPECT_NE(failureOf(choice).find("must be like"), std::string::npos) << url;
     }
+}
+
+TEST_F(GatewayPlaceTest, hasTlsWhereTheAddressSaysSo)
+{
+    ::setenv("ZELVO_API_KEY", "k", 1);
+    write("local-address", "https://127.0.0.1:8737\n");
+    write("tls-certificate.pem", "the gateway's own");
+    EXPECT_TRUE(placeOf(choice).isSecure);
+    EXPECT_EQ(placeOf(choice).certificate, "the gateway's own");
+    EXPECT_EQ(placeOf(choice).address(), "https://127.0.0.1:8737");
+
+    choice.url = "https://gateway.example"; // Known by its name, not by a file.
+    EXPECT_EQ(placeOf(choice).port, "443");
+    EXPECT_EQ(placeOf(choice).certificate, "");
+
+    choice.url = "";
+    std::filesystem::remove(folder / "tls-certificate.pem");
+    EXPECT_NE(failureOf(choice).find("no gateway is running on"), std::string::npos);
 }
 
 TEST_F(GatewayPlaceTest, saysWhatIsMissing)

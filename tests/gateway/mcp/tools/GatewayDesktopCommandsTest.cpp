@@ -70,7 +70,8 @@ protected:
     asio::io_context background; // Never runs: a task must not wait for the log.
     AuditLog audit{store, clock, settings.audit, background.get_executor()};
     ControlService control{store, audit, clock, settings, io.get_executor()};
-    CommandQueue queue{store, control, audit, clock, settings, io.get_executor(), io.get_executor()};
+    OpenWork work;
+    CommandQueue queue{store, control, audit, clock, settings, work, io.get_executor(), io.get_executor()};
     std::shared_ptr<FakeRecordingFiles> files = std::make_shared<FakeRecordingFiles>();
     ApiKey key = ApiKey::loadOrMake(DataFolder(folder.path / "data"));
     RecordingIntake intake{store, files, audit, settings, clock, io.get_executor()};

@@ -69,6 +69,9 @@ public:
         return boost::beast::buffers_to_string(buffer.data());
     }
 
+    /// The code with which the peer closed; 0 if it did not.
+    int closeCode() const { return socket.reason().code; }
+
     bool hasEnded = false;
 
 private:

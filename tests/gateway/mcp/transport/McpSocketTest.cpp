@@ -55,5 +55,33 @@ TEST_F(McpSocketTest, endsWithItsKeyWhileItsClientDoesNotRead)
     EXPECT_TRUE(one.hasEnded);
 }
 
+TEST_F(McpSocketTest, answersWhatIsOpenAndTakesNothingElseBeforeAStop)
+{
+    McpSocketClient one(server.port(), "key-a");
+    one.write(Client::handshake());
+    ASSERT_NE(one.read().find("2025-11-25"), std::string::npos);
+    one.write(holdBody("1"));
+    ASSERT_TRUE(isHolding());
+
+    server.closeWork();
+    one.write(echo(2));
+    EXPECT_FALSE(server.isWorkDone());
+    endHolding();
+
+    EXPECT_NE(one.read().find(endOf(1)), std::string::npos);
+    EXPECT_TRUE(becomes([&] { return server.isWorkDone(); }));
+}
+
+TEST_F(McpSocketTest, holdsUpNoStopWhileItIsIdle)
+{
+    McpSocketClient one(server.port(), "key-a");
+    one.write(Client::handshake());
+    ASSERT_NE(one.read().find("2025-11-25"), std::string::npos);
+
+    server.closeWork();
+
+    EXPECT_TRUE(becomes([&] { return server.isWorkDone(); }));
+}
+
 } // namespace
 } // namespace zelvo::service

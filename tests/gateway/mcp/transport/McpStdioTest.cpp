@@ -206,7 +206,7 @@ TEST_F(McpStdioTest, endsWithTheGateway)
     own.reset();
 
     EXPECT_EQ(one.wait(), 1);
-    EXPECT_EQ(one.errors(), "zelvo-gateway: the gateway has gone: the gateway ends\n");
+    EXPECT_EQ(one.errors(), "zelvo-gateway: the gateway has gone: the gateway is stopping\n");
 }
 
 TEST_F(McpStdioTest, endsWithItsKey)

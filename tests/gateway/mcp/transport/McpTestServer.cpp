@@ -23,9 +23,16 @@ struct McpTestServer::Parts {
                     .rules = options.rules,
                     .clock = clock,
                     .memory = memory,
+                    .work = work,
                     .executor = io.get_executor(),
                     .workers = workers.get_executor()}),
-          http(io, {.limits = limits, .routes = routes, .memory = memory, .workers = workers.get_executor()})
+          http(io,
+               {.limits = limits,
+                .routes = routes,
+                .proxies = proxies,
+                .memory = memory,
+                .work = work,
+                .workers = workers.get_executor()})
     {
         for (std::string const key : {"key-a", "key-b"})
             keys.callers[key] = {.keyId = key, .name = key, .reach = {.all = true}};
@@ -49,6 +56,9 @@ struct McpTestServer::Parts {
     McpTestOptions options;
     Limits limits;
     MemoryBudget memory;
+    OpenWork work;
+    bool isWorkDone = false;
+    TrustedProxies proxies{{}};
     asio::io_context io{1};
     asio::thread_pool workers{2};
     ServerClock ownClock{io.get_executor()};
@@ -102,6 +112,21 @@ void McpTestServer::onThread(std::function<void()> work)
 void McpTestServer::endKey(std::string const& key)
 {
     onThread([&] { parts->endpoint.endKey(key); });
+}
+
+void McpTestServer::closeWork()
+{
+    onThread([&] {
+        parts->work.close([this] { parts->isWorkDone = true; });
+        parts->endpoint.endListeners();
+    });
+}
+
+bool McpTestServer::isWorkDone()
+{
+    bool isDone = false;
+    onThread([&] { isDone = parts->isWorkDone; });
+    return isDone;
 }
 
 void McpTestServer::runMaintenance()

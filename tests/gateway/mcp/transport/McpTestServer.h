@@ -32,6 +32,10 @@ public:
     /// Ends everything that a key began.
     void endKey(std::string const& key);
     void runMaintenance();
+    /// Takes no more work, as a gateway does before it stops.
+    void closeWork();
+    /// Whether everything was answered since then.
+    bool isWorkDone();
     /// What is lent of the memory.
     std::size_t lentMemory();
 
