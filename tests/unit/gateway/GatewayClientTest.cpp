@@ -395,6 +395,20 @@ TEST_F(GatewayClientTest, retriesWithTheDelaysOfFailuresInARow)
     EXPECT_THAT(delays, ElementsAre(1, 2, 4, 8, 16, 30, 30));
 }
 
+TEST_F(GatewayClientTest, returnsSoonAfterTheGatewayRestarts)
+{
+    factor = 1.1;
+    connect();
+    deliver(frame);
+    socket().code = 1012;
+    fail();
+    EXPECT_EQ(states.back().kind, Kind::retrying);
+    EXPECT_EQ(states.back().nextAttempt - platform.time.date(), 1100ms);
+
+    platform.time.advance(1100ms);
+    EXPECT_EQ(platform.opener.opened.size(), 2u);
+}
+
 TEST_F(GatewayClientTest, jitterStretchesTheDelay)
 {
     factor = 1.3;

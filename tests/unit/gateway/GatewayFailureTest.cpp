@@ -67,6 +67,15 @@ TEST(GatewayFailure, status101UsesTheDescribedError)
     EXPECT_EQ(GatewayFailure::classify({}, {}, {}, "described").reason, "described");
 }
 
+TEST(GatewayFailure, restartOfTheGatewayIsTransient)
+{
+    GatewayFailure const failure =
+        GatewayFailure::classify(101, 1012, "the gateway is stopping", "described");
+
+    EXPECT_EQ(failure.kind, Kind::transient);
+    EXPECT_EQ(failure.reason, "described");
+}
+
 TEST(GatewayFailure, networkFailuresHaveTheirWords)
 {
     using Network = NetworkFailure::Kind;
