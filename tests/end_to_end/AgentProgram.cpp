@@ -31,11 +31,11 @@ AgentProgram::AgentProgram(PrivateDesktop& desktop, std::uint16_t port, fs::path
     store("zelvo.welcomeSeen", true); // The welcome window would take the keyboard from the applications.
 }
 
-void AgentProgram::pointTo(std::uint16_t port)
+void AgentProgram::pointTo(std::uint16_t port, Scheme scheme)
 {
-    std::string const host = "127.0.0.1:" + std::to_string(port);
-    json::object const information{{"ZelvoGatewayURL", "ws://" + host},
-                                   {"ZelvoConsoleURL", "http://" + host},
+    std::string const rest = (scheme == Scheme::tls ? "s" : "") + ("://127.0.0.1:" + std::to_string(port));
+    json::object const information{{"ZelvoGatewayURL", "ws" + rest},
+                                   {"ZelvoConsoleURL", "http" + rest},
                                    {"CFBundleShortVersionString", "1.2.3"}};
     write(program.parent_path() / "Info.json", writeJson(information));
 }

@@ -16,8 +16,9 @@ public:
     /// folder  of the program; by default one from which it asks nothing about its place
     AgentProgram(PrivateDesktop& desktop, std::uint16_t port, std::filesystem::path const& folder = {});
 
-    /// Changes the gateway's port in the agent's settings.
-    void pointTo(std::uint16_t port);
+    enum class Scheme { plain, tls };
+    /// Changes the gateway's address in the agent's settings.
+    void pointTo(std::uint16_t port, Scheme scheme = Scheme::plain);
     /// Stores a token and the unattended mode for the agent.
     void makeUnattended(std::string const& token);
 

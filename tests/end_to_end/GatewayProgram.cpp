@@ -2,6 +2,7 @@
 
 #include "end_to_end/HttpCall.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iterator>
@@ -50,6 +51,18 @@ void GatewayProgram::kill()
     desktop.processes().end(process, SIGKILL);
 }
 
+int GatewayProgram::stop()
+{
+    return desktop.processes().end(process, SIGTERM);
+}
+
+/// With TLS if it was started so.
+std::string GatewayProgram::url(std::string const& path) const
+{
+    bool const hasTls = std::ranges::find(flags, "--tls-certificate") != flags.end();
+    return (hasTls ? "https" : "http") + ("://127.0.0.1:" + std::to_string(listeningPort)) + path;
+}
+
 void GatewayProgram::restart(std::vector<std::string> newFlags)
 {
     kill();
@@ -60,9 +73,8 @@ void GatewayProgram::restart(std::vector<std::string> newFlags)
 GatewayProgram::Answer
 GatewayProgram::ask(std::string const& method, std::string const& path, json::value const& body) const
 {
-    std::string const url = "http://127.0.0.1:" + std::to_string(listeningPort) + path;
     std::vector<std::string> const headers = {authorization(), "Content-Type: application/json"};
-    HttpAnswer const answer = httpCall(method, url, headers, body.is_null() ? "" : writeJson(body));
+    HttpAnswer const answer = httpCall(method, url(path), headers, body.is_null() ? "" : writeJson(body));
     return {answer.status, parseJson(answer.body).value_or(nullptr)};
 }
 

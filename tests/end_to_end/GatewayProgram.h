@@ -31,6 +31,10 @@ public:
     std::uint16_t port() const { return listeningPort; }
     /// Kills it, like a crash.
     void kill();
+    /// Asks it to end, and waits for that; returns the exit code.
+    int stop();
+    /// Starts it again on the same port and folder, after it has ended.
+    void startAgain() { start(listeningPort); }
     /// Restarts it on the same port and folder, possibly with other flags.
     void restart(std::vector<std::string> newFlags);
 
@@ -52,6 +56,7 @@ public:
 
 private:
     void start(std::uint16_t port);
+    std::string url(std::string const& path) const;
 
     PrivateDesktop& desktop;
     std::filesystem::path folder;

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
@@ -41,6 +42,8 @@ HttpAnswer httpCall(std::string const& method,
     curl_easy_setopt(call.get(), CURLOPT_TIMEOUT, maxSeconds);
     curl_easy_setopt(call.get(), CURLOPT_WRITEFUNCTION, keep);
     curl_easy_setopt(call.get(), CURLOPT_WRITEDATA, &answer.body);
+    if (char const* const authority = std::getenv("SSL_CERT_FILE"))
+        curl_easy_setopt(call.get(), CURLOPT_CAINFO, authority);
     if (!body.empty()) {
         curl_easy_setopt(call.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
         curl_easy_setopt(call.get(), CURLOPT_POSTFIELDS, body.data());

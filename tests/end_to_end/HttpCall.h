@@ -10,7 +10,7 @@ struct HttpAnswer {
     std::string body;
 };
 
-/// One HTTP call; blocks for at most maxSeconds, and then disconnects.
+/// One HTTP call; blocks for at most maxSeconds, and then disconnects. With TLS it trusts SSL_CERT_FILE.
 HttpAnswer httpCall(std::string const& method,
                     std::string const& url,
                     std::vector<std::string> const& headers,
