@@ -179,7 +179,7 @@ TEST_F(Idempotency, saysThatTheEffectOfAnInterruptedRequestIsUnknown)
     std::filesystem::path const copy = gateway.data().parent_path() / "copy";
     std::filesystem::copy(gateway.data(), copy,
                           std::filesystem::copy_options::recursive); // As a crash leaves it.
-    gateway.stop();
+    gateway.stopNow();
     caller.join();
     std::filesystem::remove_all(gateway.data());
     std::filesystem::rename(copy, gateway.data());
