@@ -45,8 +45,8 @@ UpdateServer::UpdateServer(PrivateDesktop& desktop)
                  folder / "tls.key", "-out", folder / "tls.pem"});
     publicKey = makeFeed({"--print-public-key"});
     publicKey.erase(publicKey.find_last_not_of('\n') + 1);
-    process = desktop.start(
-        {"/usr/bin/python3", ZELVO_UPDATE_SERVER, served, folder / "tls.pem", folder / "tls.key", folder / "port"});
+    process = desktop.start({"/usr/bin/python3", ZELVO_UPDATE_SERVER, served, folder / "tls.pem",
+                             folder / "tls.key", folder / "port"});
     require("the server of updates", [&] { return fs::exists(folder / "port"); });
     address = "https://localhost:" + contentOf(folder / "port");
 }

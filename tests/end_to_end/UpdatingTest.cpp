@@ -53,11 +53,13 @@ protected:
     }
     fs::path standby() const
     {
-        return agent.file().parent_path().parent_path() / ("." + agent.file().parent_path().filename().string() + ".standby");
+        return agent.file().parent_path().parent_path() /
+               ("." + agent.file().parent_path().filename().string() + ".standby");
     }
     json::object record() const
     {
-        std::ifstream stream(desktop.dataHome() / "dev.zelvo.agent" / "updates" / "update.json", std::ios::binary);
+        std::ifstream stream(desktop.dataHome() / "dev.zelvo.agent" / "updates" / "update.json",
+                             std::ios::binary);
         std::string const content{std::istreambuf_iterator<char>(stream), {}};
         return parseJson(content)->as_object();
     }
@@ -86,7 +88,8 @@ TEST_F(Updating, byTheWindowsButtonItInstallsAndRestarts)
     EXPECT_EQ(versionBeside(agent.file()), "2.0.0");
     EXPECT_TRUE(waitFor([&] { return !running().empty(); }, 10s));
     EXPECT_TRUE(gateway.comesOnline(connection));
-    EXPECT_TRUE(waitFor([&] { return !fs::exists(standby()); })) << "the first heartbeat removes the old version";
+    EXPECT_TRUE(waitFor([&] { return !fs::exists(standby()); }))
+        << "the first heartbeat removes the old version";
     EXPECT_THAT(agent.activity(), Contains("Installing version 2.0.0"));
 }
 

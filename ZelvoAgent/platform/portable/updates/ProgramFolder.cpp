@@ -77,8 +77,8 @@ void ProgramFolder::makeStandby() const
 void ProgramFolder::assertFileSystem() const
 {
     fs::path const probe = spare.string() + ".probe";
-    bool const works = ::mkdir(probe.c_str(), 0700) == 0 && exchangeFolders(probe, spare) &&
-                       exchangeFolders(probe, spare);
+    bool const works =
+        ::mkdir(probe.c_str(), 0700) == 0 && exchangeFolders(probe, spare) && exchangeFolders(probe, spare);
     ::rmdir(probe.c_str());
     if (!works)
         throw UpdateAbort{.description =
