@@ -190,7 +190,7 @@ TEST(Queue, doesNotRepeatWhatRanWhenTheGatewayStopped)
     ASSERT_TRUE(becomes([&] { return !on.reached().empty(); }));
     EXPECT_EQ(on.status(id), "running");
 
-    on.gateway.stop();
+    on.gateway.stopNow();
     on.gateway.start();
 
     EXPECT_EQ(on.status(id), "failed");
