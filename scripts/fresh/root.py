@@ -2,7 +2,6 @@
 import contextlib
 import os
 import pathlib
-import re
 import shutil
 import signal
 import subprocess

@@ -4,7 +4,6 @@ import json
 import os
 import pathlib
 import shutil
-import stat
 import subprocess
 import sys
 import tempfile
