@@ -145,15 +145,20 @@ int runApplication(char* program, std::vector<std::string> const& urls)
             QCoreApplication::exit();
     });
     std::unique_ptr<Platform> platform = makePlatform(contexts);
-    if (auto const previous = platform->updates().begin())
-        runInstead(*previous, urls);
     SingleInstance::Requests requests{
-        .open = [&delegate](std::vector<std::string> const& opened) { return delegate->open(opened); },
-        .activate = [&delegate] { return delegate->bringToFront(); }};
+        .open = [&delegate](
+                    std::vector<std::string> const& opened) { return delegate && delegate->open(opened); },
+        .activate = [&delegate] { return delegate && delegate->bringToFront(); }};
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
         ToolkitArguments arguments{.values = {program, nullptr}};
-        Application application(arguments, [&delegate] { delegate->terminate(); });
+        Application application(arguments, [&delegate] {
+            if (delegate)
+                delegate->terminate();
+        });
+        // Not before: a display that is gone is no fault of a new version.
+        if (auto const previous = platform->updates().begin())
+            runInstead(*previous, urls);
         describeToToolkit(application);
         translateToolkit(application);
         if (!hasUsableSettings(*platform))

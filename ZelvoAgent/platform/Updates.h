@@ -66,9 +66,9 @@ public:
 class Updates {
 public:
     virtual ~Updates() = default;
-    /// At the start of the process, before anything can fail. If this version was installed by an update and
-    /// could not start twice, the version before it is put back; the result is its program, to be run instead
-    /// of this one.
+    /// At the start of the one running program, before anything of its own can fail. If this version was
+    /// installed by an update and could not start twice, the version before it is put back; the result is its
+    /// program, to be run instead of this one.
     virtual std::optional<std::string> begin() = 0;
     /// Starts to check. The delegate outlives the controller.
     virtual std::unique_ptr<UpdateController> start(UpdateDelegate& delegate) = 0;

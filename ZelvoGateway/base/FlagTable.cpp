@@ -204,7 +204,7 @@ std::span<Flag const> allFlags()
 
 Flag const* flagOfSetting(std::string_view settingName)
 {
-    auto const found = std::ranges::find(flags, settingName, &Flag::settingName);
+    auto const* const found = std::ranges::find(flags, settingName, &Flag::settingName);
     return found == flags.end() ? nullptr : &*found;
 }
 

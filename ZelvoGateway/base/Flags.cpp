@@ -85,7 +85,7 @@ constexpr auto commands = std::to_array<CommandName>({{"serve", Flags::Command::
 
 Flags::Command commandNamed(std::string const& name)
 {
-    auto const found = std::ranges::find(commands, name, &CommandName::name);
+    auto const* const found = std::ranges::find(commands, name, &CommandName::name);
     if (found == commands.end())
         throw FlagError("unknown command \"" + name +
                         "\"; there are serve, provision, console-link, keys, backup, restore and mcp");

@@ -1,3 +1,4 @@
+#include "base/Versions.h"
 #include "platform/Platform.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/applications/LinuxInstallation.h"
@@ -32,7 +33,9 @@ namespace {
 /// Whether this version runs in place of a newer one that could not start.
 bool wasPutBack()
 {
-    return !UpdateRecords(xdg::updatesFolder()).read().rejected.empty();
+    std::string const rejected = UpdateRecords(xdg::updatesFolder()).read().rejected;
+    auto const own = FileInformationDictionary().text("CFBundleShortVersionString");
+    return own && isVersionBelow(*own, rejected);
 }
 
 /// The Linux machine: X11, D-Bus and the ordinary files. Members stand in the order in which they need each

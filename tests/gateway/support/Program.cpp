@@ -60,7 +60,8 @@ Program::~Program()
 
 void Program::send(int signal) const
 {
-    ::kill(pid, signal);
+    if (pid > 0)
+        ::kill(pid, signal);
 }
 
 double Program::memory(std::string const& name) const

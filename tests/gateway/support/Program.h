@@ -33,6 +33,7 @@ public:
     Program& operator=(Program const&) = delete;
     ~Program();
 
+    /// Does nothing once it has ended.
     void send(int signal) const;
     pid_t id() const { return pid; }
     /// A figure of /proc/PID/status in MiB: "VmHWM" is the largest memory so far, "RssAnon" the heap of now.

@@ -115,6 +115,16 @@ TEST_F(SettingsVersionTest, leftoversOfAKilledMigrationDoNoHarm)
     EXPECT_FALSE(fs::exists(folder / "half.json"));
 }
 
+TEST_F(SettingsVersionTest, aVersionThatCannotBeReadIsNoOldOne)
+{
+    store("version", "");
+    store("new.json", "1");
+
+    EXPECT_NE(failureAt(1, {{.from = 0, .apply = rename}}), "none");
+
+    EXPECT_EQ(stored("new.json"), "1");
+}
+
 TEST_F(SettingsVersionTest, newerOnesAreRefusedWithWordsAndStay)
 {
     store("version", "9\n");

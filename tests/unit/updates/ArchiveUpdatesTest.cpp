@@ -451,6 +451,102 @@ TEST_F(ArchiveUpdatesTest, doesNotInstallOverWhatAnotherAgentInstalled)
     EXPECT_TRUE(installing.empty());
 }
 
+TEST_F(ArchiveUpdatesTest, doesNotMoveFilesThatArrivedMeanwhile)
+{
+    start();
+    offer(after);
+    check();
+    ASSERT_TRUE(isReady());
+    writeFile(installed / "diary.txt", "mine");
+
+    EXPECT_FALSE(controller->installOnQuit());
+
+    EXPECT_TRUE(before.isIn(installed));
+    EXPECT_TRUE(installing.empty());
+    controller.reset();
+    platform.settle();
+    start();
+    ASSERT_EQ(aborts.size(), 1U);
+    EXPECT_EQ(aborts.back().description, localized("update.error.notInstalled", {"2.0"}));
+}
+
+TEST_F(ArchiveUpdatesTest, staysWithItsGateway)
+{
+    platform.info.texts["ZelvoGatewayURL"] = "wss://mine.example";
+    start();
+    offer(after);
+    check();
+    ASSERT_TRUE(controller->installOnQuit());
+
+    EXPECT_NE(contentOf(installed / "Info.json").find("wss://mine.example"), std::string::npos);
+    EXPECT_EQ(fs::status(installed / "Info.json").permissions(), fs::perms(0644));
+}
+
+TEST_F(ArchiveUpdatesTest, aStillNewerVersionReplacesWhatIsReady)
+{
+    start();
+    offer(after);
+    check();
+    ASSERT_TRUE(isReady());
+
+    TestVersion const newest{.version = "3.0"};
+    offer(newest);
+    platform.time.advance(24h);
+
+    ASSERT_TRUE(isReady());
+    EXPECT_EQ(reports.back().item.displayVersion, "3.0");
+    ASSERT_TRUE(controller->installOnQuit());
+    EXPECT_TRUE(newest.isIn(installed));
+}
+
+TEST_F(ArchiveUpdatesTest, whatIsReadyStaysReadyWhenTheNextCheckFindsNothing)
+{
+    start();
+    offer(after);
+    check();
+    ASSERT_TRUE(isReady());
+
+    offerFeed({.version = "2.0", .archive = after.archive()});
+    platform.time.advance(24h);
+    platform.loading.fail(NetworkFailure::Kind::offline, "no network");
+    platform.time.advance(24h);
+
+    EXPECT_TRUE(isReady());
+    EXPECT_TRUE(aborts.empty());
+    EXPECT_TRUE(controller->installOnQuit());
+}
+
+TEST_F(ArchiveUpdatesTest, duringATrialNothingIsDownloaded)
+{
+    UpdateRecords(records).change([&](UpdateRecord& record) {
+        record.trial =
+            UpdateTrial{.program = (installed / "zelvo-agent").string(), .from = "0.9", .to = "1.0"};
+    });
+    TestVersion{.version = "0.9"}.writeTo(standby);
+    start();
+
+    check();
+
+    ASSERT_EQ(aborts.size(), 1U);
+    EXPECT_EQ(aborts.back().description, localized("update.error.trial", {"1.0"}));
+    platform.time.advance(25h);
+    EXPECT_TRUE(platform.loading.requests.empty());
+    EXPECT_TRUE(TestVersion{.version = "0.9"}.isIn(standby));
+}
+
+TEST_F(ArchiveUpdatesTest, beginsAnewWhatTheServerDoesNotContinue)
+{
+    TestFeed const feed{.version = "2.0", .archive = after.archive()};
+    start();
+    offerFeed(feed);
+    check();
+    writeFile(platform.loading.downloads.back().file, "some of it");
+    platform.loading.answer(416, "");
+    platform.settle();
+
+    EXPECT_TRUE(downloads().empty());
+}
+
 TEST_F(ArchiveUpdatesTest, doesNotInstallAStandbyThatChanged)
 {
     start();

@@ -24,7 +24,8 @@ protected:
         before.writeTo(installed);
         after.writeTo(folder.standby());
     }
-    VersionTrial trial() { return VersionTrial(folder, records); }
+    /// Of the version that is installed.
+    VersionTrial trial() { return VersionTrial(folder, *folder.version(), records); }
     void install()
     {
         ASSERT_TRUE(trial().announce("1.0", "2.0"));
@@ -102,6 +103,39 @@ TEST_F(VersionTrialTest, aHeartbeatOfTheOldVersionEndsNothing)
     EXPECT_TRUE(fs::exists(folder.standby()));
 }
 
+TEST_F(VersionTrialTest, aHeartbeatOfAnOldProcessEndsNothing)
+{
+    VersionTrial old = trial(); // Runs on, in another session.
+    install();
+
+    old.confirm();
+
+    EXPECT_TRUE(records.read().trial);
+    EXPECT_TRUE(before.isIn(folder.standby()));
+}
+
+TEST_F(VersionTrialTest, aHeartbeatForgetsARejectedVersion)
+{
+    records.change([](UpdateRecord& record) { record.rejected = "1.5"; });
+    install();
+    start();
+
+    trial().confirm();
+
+    EXPECT_EQ(records.read().rejected, "");
+}
+
+TEST_F(VersionTrialTest, whatAPersonPutIntoTheFolderIsNotDeleted)
+{
+    writeFile(installed / "notes.txt", "mine");
+    install();
+    start();
+
+    trial().confirm();
+
+    EXPECT_EQ(contentOf(folder.standby() / "notes.txt"), "mine");
+}
+
 TEST_F(VersionTrialTest, aSecondStartIsNoStart)
 {
     install();
@@ -158,7 +192,7 @@ TEST_F(VersionTrialTest, anotherFoldersTrialIsNotOurs)
     ProgramFolder const elsewhere(temporary.path / "other" / "zelvo-agent");
 
     for (int i = 0; i < 4; ++i)
-        EXPECT_FALSE(VersionTrial(elsewhere, records).begin());
+        EXPECT_FALSE(VersionTrial(elsewhere, "2.0", records).begin());
 
     EXPECT_EQ(records.read().trial->starts, 0);
 }

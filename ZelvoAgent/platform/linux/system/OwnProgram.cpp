@@ -1,5 +1,7 @@
 #include "platform/linux/system/OwnProgram.h"
 
+#include "platform/portable/files/StandbyFolder.h"
+
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -34,6 +36,12 @@ std::string targetOf(std::string const& link)
     return fs::read_symlink(link, error).string();
 }
 
+/// Where an update puts the program that it replaces.
+std::string standbyOf(fs::path const& program)
+{
+    return (standbyFolderOf(program.parent_path()) / program.filename()).string();
+}
+
 } // namespace
 
 bool runsOwnProgram(pid_t pid)
@@ -44,7 +52,9 @@ bool runsOwnProgram(pid_t pid)
         return true;
     // In another mount namespace the same path is another file.
     std::string const path = targetOf(own + "exe");
-    return !path.empty() && targetOf(others + "exe") == path + " (deleted)" && isDeleted(others + "exe") &&
+    std::string const other = targetOf(others + "exe");
+    bool const wasReplaced = other == path + " (deleted)" && isDeleted(others + "exe");
+    return !path.empty() && (wasReplaced || other == standbyOf(path)) &&
            isSameFile(own + "ns/mnt", others + "ns/mnt");
 }
 

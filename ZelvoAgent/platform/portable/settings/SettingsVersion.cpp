@@ -39,8 +39,12 @@ void copyFolder(fs::path const& from, fs::path const& to)
         fail(lastError());
     constexpr auto maxBytes = std::numeric_limits<std::size_t>::max();
     for (fs::directory_iterator entry(from, error), end; !error && entry != end; entry.increment(error)) {
+        if (!entry->is_regular_file())
+            continue;
         auto const found = files::read(entry->path(), maxBytes);
-        if (found && !files::replace(to / entry->path().filename(), found->content))
+        if (!found)
+            fail(std::make_error_code(std::errc::io_error));
+        if (!files::replace(to / entry->path().filename(), found->content))
             fail(lastError());
     }
     if (error)
@@ -81,10 +85,13 @@ int SettingsVersion::stored() const
     std::error_code error;
     if (!fs::exists(folder, error))
         return wanted;
+    if (!fs::exists(folder / versionName, error))
+        return 0;
     auto const found = files::read(folder / versionName, maxVersionBytes);
+    std::string const text = found ? found->content : std::string();
     int version = 0;
-    if (found)
-        std::from_chars(found->content.data(), found->content.data() + found->content.size(), version);
+    if (std::from_chars(text.data(), text.data() + text.size(), version).ec != std::errc())
+        fail(std::make_error_code(std::errc::io_error));
     return version;
 }
 

@@ -29,7 +29,7 @@ public:
     /// For tests of other versions.
     SettingsVersion(std::filesystem::path folder, int wanted, std::span<Step const> steps);
 
-    /// 0 for settings without a version, the present one where there are none yet.
+    /// 0 for settings without a version, the present one where there are none yet. Throws SettingsFailure.
     int stored() const;
     /// The copy that a migration keeps of settings of that version.
     std::filesystem::path copyOf(int version) const;

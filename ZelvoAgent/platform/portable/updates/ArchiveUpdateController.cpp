@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
+#include <string>
 #include <utility>
 
 namespace zelvo {
@@ -46,7 +48,6 @@ public:
 
     void end() { delegate = nullptr; }
     UpdateDelegate* listener() const { return delegate; }
-    std::optional<UpdateItem> readyItem() const { return ready.get(); }
     bool install();
 
     // Thread: any.
@@ -57,12 +58,16 @@ public:
     // Thread: agent.
 
     Task<> begin();
-    void check();
+    /// The person hears of what keeps a check from beginning.
+    void checkByPerson();
     void stop();
 
 private:
+    void check();
+    void checkIn(Duration delay);
     Task<> checkOnce();
     Task<Duration> outcome();
+    Task<> update();
     Duration timeToFirstCheck() const;
     void report(UpdateProgress progress);
     void report(UpdateAbort abort);
@@ -75,7 +80,8 @@ private:
     TaskHandle task;
     bool isChecking = false;
     bool isStopped = false;
-    LockedBox<std::optional<UpdateItem>> ready;
+    std::optional<PreparedUpdate> prepared;     // agent; while a check replaces it, there is none
+    LockedBox<std::optional<UpdateItem>> ready; // what is prepared
 };
 
 template <class Call>
@@ -97,19 +103,23 @@ void ArchiveUpdateController::Run::report(UpdateAbort abort)
     onMain([abort = std::move(abort)](UpdateDelegate& to) { to.didAbort(abort); });
 }
 
-/// Removes what killed processes left, and says if a version was put back.
+/// Removes what killed processes left, and says what became of the last update.
 Task<> ArchiveUpdateController::Run::begin()
 {
     auto const tidy = [this] {
         UpdateRecord const record = parts->records.read();
-        if (!record.trial && parts->folder.lock())
+        UniqueFd const lock = parts->folder.lock();
+        if (!record.trial && lock)
             parts->folder.removeStandby();
+        parts->records.change([](UpdateRecord& changed) { changed.notInstalled.clear(); });
         return record;
     };
     UpdateRecord const record = co_await on(parts->services.contexts.workers, tidy);
-    std::string const own = parts->services.information.text("CFBundleShortVersionString").value_or("0");
-    if (isVersionBelow(own, record.rejected))
-        report(UpdateAbort{.description = localized("update.error.putBack", {record.rejected, own})});
+    if (isVersionBelow(parts->version, record.rejected))
+        report(
+            UpdateAbort{.description = localized("update.error.putBack", {record.rejected, parts->version})});
+    if (isVersionBelow(parts->version, record.notInstalled))
+        report(UpdateAbort{.description = localized("update.error.notInstalled", {record.notInstalled})});
     if (isStopped)
         co_return;
     wellTimer.in(ArchiveUpdates::goodRun, [weak = weak_from_this()] {
@@ -117,10 +127,7 @@ Task<> ArchiveUpdateController::Run::begin()
             asio::post(self->parts->services.contexts.workers,
                        [parts = self->parts] { parts->trial.noteGoodRun(); });
     });
-    timer.in(timeToFirstCheck(), [weak = weak_from_this()] {
-        if (auto const self = weak.lock())
-            self->check();
-    });
+    checkIn(timeToFirstCheck());
 }
 
 /// A date in the future is that of a clock that was wrong.
@@ -134,14 +141,33 @@ Duration ArchiveUpdateController::Run::timeToFirstCheck() const
     return std::max<Duration>(ArchiveUpdates::firstCheckDelay, Seconds(period - age));
 }
 
+void ArchiveUpdateController::Run::checkIn(Duration delay)
+{
+    timer.in(delay, [weak = weak_from_this()] {
+        if (auto const self = weak.lock())
+            self->check();
+    });
+}
+
+void ArchiveUpdateController::Run::checkByPerson()
+{
+    if (isChecking || isStopped)
+        return;
+    if (prepared)
+        report(UpdateProgress{.phase = Phase::ready, .item = prepared->item});
+    else if (parts->trial.isRunning())
+        report(UpdateAbort{.description = localized("update.error.trial", {parts->version})});
+    else
+        check();
+}
+
+/// The version before a new one is kept where the next one would be unpacked, so a trial comes first.
 void ArchiveUpdateController::Run::check()
 {
     if (isChecking || isStopped)
         return;
-    if (auto const item = ready.get()) {
-        report(UpdateProgress{.phase = Phase::ready, .item = *item});
-        return;
-    }
+    if (parts->trial.isRunning())
+        return checkIn(ArchiveUpdates::retryPeriod);
     isChecking = true;
     timer.cancel();
     task = spawn(agent(), [self = shared_from_this()] { return self->checkOnce(); });
@@ -151,13 +177,24 @@ Task<> ArchiveUpdateController::Run::checkOnce()
 {
     Duration const next = co_await outcome();
     isChecking = false;
-    if (isStopped || ready.get())
+    if (isStopped)
         co_return;
-    report(UpdateProgress{});
-    timer.in(next, [weak = weak_from_this()] {
-        if (auto const self = weak.lock())
-            self->check();
+    report(prepared ? UpdateProgress{.phase = Phase::ready, .item = prepared->item} : UpdateProgress());
+    checkIn(next);
+}
+
+/// What is ready stays ready until something newer replaces it.
+Task<> ArchiveUpdateController::Run::update()
+{
+    UpdateCheck check(parts, [self = shared_from_this()](UpdateProgress progress) {
+        if (!self->ready.get()) // A look for something still newer is nobody's concern.
+            self->report(std::move(progress));
     });
+    UpdateFeed feed = co_await check.look(prepared ? prepared->item.displayVersion : parts->version);
+    ready.set(std::nullopt);
+    std::optional<PreparedUpdate> earlier = std::exchange(prepared, std::nullopt);
+    prepared = co_await check.prepare(std::move(feed), std::move(earlier));
+    ready.set(prepared->item);
 }
 
 /// Reports how a check ends, and returns the time until the next one.
@@ -165,18 +202,15 @@ Task<Duration> ArchiveUpdateController::Run::outcome()
 {
     std::optional<UpdateAbort> abort;
     try {
-        UpdateCheck check(parts, [self = shared_from_this()](UpdateProgress progress) {
-            self->report(std::move(progress));
-        });
-        UpdateItem const item = co_await check.run();
-        ready.set(item);
-        report(UpdateProgress{.phase = Phase::ready, .item = item});
+        co_await update();
     } catch (UpdateAbort const& given) {
         abort = given;
     } catch (NetworkFailure const& failure) {
         abort = abortOf(failure);
+    } catch (std::exception const& error) { // A lack of memory or descriptors, for instance.
+        abort = UpdateAbort{.description = localized("update.error.disk", {std::string(error.what())})};
     }
-    if (abort && !isStopped)
+    if (abort && !isStopped && !prepared)
         report(*abort);
     if (abort && abort->code != UpdateAbort::nothingFound)
         co_return ArchiveUpdates::retryPeriod;
@@ -195,20 +229,24 @@ void ArchiveUpdateController::Run::stop()
     task.cancel();
 }
 
-/// Another process may have exchanged the folder meanwhile; then it is not this version that would be kept.
+/// What another process has done to the folder meanwhile, and files that a person has put there, stay.
 bool ArchiveUpdateController::Run::install()
 {
     std::optional<UpdateItem> const item = ready.get();
-    std::string const own = parts->services.information.text("CFBundleShortVersionString").value_or("0");
+    ProgramFolder const& folder = parts->folder;
     if (!item || !delegate)
         return false;
-    ProgramFolder const& folder = parts->folder;
-    UniqueFd const lock = folder.lock();
-    if (!lock || folder.version() != own || folder.standbyVersion() != item->displayVersion)
+    bool const isPossible = folder.version() == parts->version &&
+                            folder.standbyVersion() == item->displayVersion && folder.isExchangeable();
+    if (isPossible)
+        delegate->willInstallUpdateOnQuit(*item);
+    if (!isPossible || !parts->trial.announce(parts->version, item->displayVersion) || !folder.exchange()) {
+        parts->records.change([&](UpdateRecord& record) {
+            record.trial.reset();
+            record.notInstalled = item->displayVersion;
+        });
         return false;
-    delegate->willInstallUpdateOnQuit(*item);
-    if (!parts->trial.announce(own, item->displayVersion) || !folder.exchange())
-        return false;
+    }
     UpdateDownload::removeAll(parts->services.records);
     ready.set(std::nullopt);
     return true;
@@ -229,7 +267,7 @@ ArchiveUpdateController::~ArchiveUpdateController()
 
 void ArchiveUpdateController::checkForUpdates()
 {
-    asio::post(run->agent(), [run = run] { run->check(); });
+    asio::post(run->agent(), [run = run] { run->checkByPerson(); });
 }
 
 void ArchiveUpdateController::confirmVersion()

@@ -7,7 +7,9 @@
 namespace zelvo {
 
 ArchiveUpdates::Parts::Parts(Services given)
-    : services(std::move(given)), folder(services.program), records(services.records), trial(folder, records)
+    : services(std::move(given)),
+      version(services.information.text("CFBundleShortVersionString").value_or("0")),
+      folder(services.program), records(services.records), trial(folder, version, records)
 {
 }
 

@@ -50,6 +50,7 @@ public:
         explicit Parts(Services given);
 
         Services services;
+        std::string version; ///< of the running program
         ProgramFolder folder;
         UpdateRecords records;
         VersionTrial trial;

@@ -4,6 +4,7 @@
 #include "platform/Updates.h"
 #include "platform/portable/files/Files.h"
 #include "platform/portable/files/FolderExchange.h"
+#include "platform/portable/files/StandbyFolder.h"
 #include "platform/portable/settings/FileInformationDictionary.h"
 #include "platform/portable/updates/ArchiveUnpacking.h"
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -36,8 +38,8 @@ bool isOurs(fs::path const& name)
 } // namespace
 
 ProgramFolder::ProgramFolder(fs::path program)
-    : file(std::move(program)), folder(file.parent_path()),
-      spare(folder.parent_path() / ("." + folder.filename().string() + ".standby"))
+    : file(std::move(program)), folder(file.parent_path()), spare(standbyFolderOf(folder)),
+      probe(spare.string() + ".probe")
 {
 }
 
@@ -60,6 +62,16 @@ void ProgramFolder::assertExchangeable() const
         throw UpdateAbort{.description = localized("update.error.folder", {folder.string()})};
 }
 
+bool ProgramFolder::isExchangeable() const
+{
+    try {
+        assertExchangeable();
+        return true;
+    } catch (UpdateAbort const&) {
+        return false;
+    }
+}
+
 /// With the mode of the program's folder, but never writable for others.
 void ProgramFolder::makeStandby() const
 {
@@ -76,7 +88,6 @@ void ProgramFolder::makeStandby() const
 /// Some network file systems cannot exchange names. At the program's end it would be too late to say so.
 void ProgramFolder::assertFileSystem() const
 {
-    fs::path const probe = spare.string() + ".probe";
     bool const works =
         ::mkdir(probe.c_str(), 0700) == 0 && exchangeFolders(probe, spare) && exchangeFolders(probe, spare);
     ::rmdir(probe.c_str());
@@ -85,10 +96,13 @@ void ProgramFolder::assertFileSystem() const
                               localized("update.error.fileSystem", {folder.parent_path().string()})};
 }
 
+/// What a person has put there stays, and the folder with it.
 void ProgramFolder::removeStandby() const
 {
-    std::error_code ignored;
-    fs::remove_all(spare, ignored); // Follows no links.
+    for (std::string_view const name : archivedFiles())
+        ::unlink((spare / name).c_str());
+    ::rmdir(spare.c_str());
+    ::rmdir(probe.c_str());
 }
 
 bool ProgramFolder::exchange() const
@@ -99,13 +113,23 @@ bool ProgramFolder::exchange() const
     return true;
 }
 
+/// The folder above stays where it is, and a lock on it leaves no file behind.
 UniqueFd ProgramFolder::lock() const
 {
-    // The folder above stays where it is, and a lock on it leaves no file behind.
     UniqueFd parent(::open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (parent && ::flock(parent.get(), LOCK_EX | LOCK_NB) != 0)
         parent.reset();
     return parent;
+}
+
+UniqueFd ProgramFolder::assertLocked() const
+{
+    UniqueFd held = lock();
+    if (!held && errno == EWOULDBLOCK)
+        throw UpdateAbort{.description = localized("update.error.busy")};
+    if (!held)
+        throw UpdateAbort{.description = localized("update.error.folder", {folder.parent_path().string()})};
+    return held;
 }
 
 } // namespace zelvo

@@ -25,14 +25,18 @@ public:
 
     /// Throws UpdateAbort if an exchange is not permitted here, or would move files that are not ours.
     void assertExchangeable() const;
-    /// An empty standby folder; an earlier one is removed. Throws UpdateAbort.
+    bool isExchangeable() const;
+    /// An empty standby folder; an earlier version in it is removed. Throws UpdateAbort.
     void makeStandby() const;
+    /// Removes only what an archive holds.
     void removeStandby() const;
     /// Exchanges the two folders in one step. False, with errno set, if that failed; nothing changed then.
     bool exchange() const;
 
     /// Lets one process at a time update this folder, for the life of the result. Empty if another one does.
     UniqueFd lock() const;
+    /// The same; throws UpdateAbort.
+    UniqueFd assertLocked() const;
 
 private:
     void assertFileSystem() const;
@@ -41,6 +45,7 @@ private:
     std::filesystem::path file;
     std::filesystem::path folder;
     std::filesystem::path spare;
+    std::filesystem::path probe; ///< exists for a moment
 };
 
 } // namespace zelvo

@@ -4,12 +4,15 @@
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "base/Versions.h"
+#include "platform/portable/files/Files.h"
 #include "platform/portable/updates/ArchiveUnpacking.h"
 #include "platform/portable/updates/UpdateDownload.h"
 #include "platform/portable/updates/UpdateRecord.h"
+#include "wire/Json.h"
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -43,30 +46,31 @@ UpdateKey keyIn(InformationDictionary const& information)
 
 UpdateCheck::UpdateCheck(std::shared_ptr<ArchiveUpdates::Parts> given, Report report)
     : parts(std::move(given)), services(parts->services), folder(parts->folder), report(std::move(report)),
-      address(services.information.text("SUFeedURL").value_or("")),
-      ownVersion(services.information.text("CFBundleShortVersionString").value_or("0")),
-      key(keyIn(services.information))
+      address(services.information.text("SUFeedURL").value_or("")), key(keyIn(services.information))
 {
     if (!address.starts_with("https://"))
         throw failure("update.error.address");
 }
 
-Task<UpdateItem> UpdateCheck::run()
+Task<UpdateFeed> UpdateCheck::look(std::string newerThan)
 {
     report({.phase = UpdateProgress::Phase::checking});
-    UpdateFeed const feed = co_await loadFeed();
+    UpdateFeed feed = co_await loadFeed();
+    co_await on(services.contexts.workers, [&] { assertOffered(feed, newerThan); });
+    co_return feed;
+}
+
+Task<PreparedUpdate> UpdateCheck::prepare(UpdateFeed feed, std::optional<PreparedUpdate> earlier)
+{
+    PreparedUpdate prepared{.item = {.displayVersion = feed.version, .notes = feed.notes}, .lock = {}};
     auto const take = [&] {
-        assertNewer(feed);
         folder.assertExchangeable();
-        return folder.lock();
+        return earlier ? std::move(earlier->lock) : folder.assertLocked();
     };
-    UniqueFd const lock = co_await on(services.contexts.workers, take);
-    if (!lock)
-        throw failure("update.error.busy");
-    UpdateItem item{.displayVersion = feed.version, .notes = feed.notes};
-    co_await fetch(feed.archive, item);
+    prepared.lock = co_await on(services.contexts.workers, take);
+    co_await fetch(feed.archive, prepared.item);
     co_await assertStarts(feed.version);
-    co_return item;
+    co_return prepared;
 }
 
 Task<UpdateFeed> UpdateCheck::loadFeed()
@@ -82,10 +86,10 @@ Task<UpdateFeed> UpdateCheck::loadFeed()
 }
 
 /// A feed with an older version than an earlier one is a replay: it offers nothing.
-void UpdateCheck::assertNewer(UpdateFeed const& feed)
+void UpdateCheck::assertOffered(UpdateFeed const& feed, std::string const& newerThan)
 {
     UpdateRecord const record = parts->records.read();
-    bool const isOffered = isVersionBelow(ownVersion, feed.version) &&
+    bool const isOffered = isVersionBelow(newerThan, feed.version) &&
                            !isVersionBelow(feed.version, record.newest) &&
                            (record.rejected.empty() || isVersionBelow(record.rejected, feed.version));
     if (!isOffered) {
@@ -114,8 +118,29 @@ Task<> UpdateCheck::fetch(UpdateArchive archive, UpdateItem item)
         unpackArchive(file.get(), folder.standby());
         if (folder.standbyVersion() != progress.item.displayVersion)
             throw failure("update.error.archive");
+        keepAddresses();
     };
     co_await on(services.contexts.workers, unpack);
+}
+
+/// An update never leads the agent, and the token that it shows, to another gateway.
+void UpdateCheck::keepAddresses() const
+{
+    constexpr std::size_t maxInformation = std::size_t{1} << 20;
+    std::filesystem::path const file = folder.standby() / "Info.json";
+    auto const found = files::read(file, maxInformation);
+    auto information = found ? parseJson(found->content) : std::nullopt;
+    if (!information || !information->is_object())
+        throw failure("update.error.archive");
+    for (char const* const name : {"ZelvoGatewayURL", "ZelvoConsoleURL"})
+        if (auto const present = services.information.text(name))
+            information->as_object()[name] = *present;
+    constexpr auto readable = std::filesystem::perms(0644);
+    std::error_code error;
+    if (!files::replace(file, writeJson(*information)))
+        throw diskFailure();
+    std::filesystem::permissions(file, readable, error);
+    files::syncFolder(folder.standby());
 }
 
 /// Without a display the program says so and ends with 1. What lacks a library here, or is for another

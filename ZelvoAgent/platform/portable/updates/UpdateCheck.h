@@ -1,12 +1,20 @@
 #pragma once
 
+#include "platform/portable/files/UniqueFd.h"
 #include "platform/portable/updates/ArchiveUpdates.h"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace zelvo {
+
+/// A version in the standby folder, ready for the exchange. Nobody else updates the folder while it exists.
+struct PreparedUpdate {
+    UpdateItem item;
+    UniqueFd lock;
+};
 
 /// One check: feed, download, signature, standby folder, a first start of the new version.
 /// Thread: agent.
@@ -17,13 +25,17 @@ public:
     /// Throws UpdateAbort if the information dictionary lacks what a check needs.
     UpdateCheck(std::shared_ptr<ArchiveUpdates::Parts> parts, Report report);
 
-    /// Returns the version that is in the standby folder now, ready for the exchange. Throws UpdateAbort.
-    Task<UpdateItem> run();
+    /// The feed, if it offers more than a version. Throws UpdateAbort.
+    Task<UpdateFeed> look(std::string newerThan);
+    /// Puts what the feed offers into the standby folder, in place of an earlier preparation. Throws
+    /// UpdateAbort and NetworkFailure.
+    Task<PreparedUpdate> prepare(UpdateFeed feed, std::optional<PreparedUpdate> earlier);
 
 private:
     Task<UpdateFeed> loadFeed();
-    void assertNewer(UpdateFeed const& feed);
+    void assertOffered(UpdateFeed const& feed, std::string const& newerThan);
     Task<> fetch(UpdateArchive archive, UpdateItem item);
+    void keepAddresses() const;
     Task<> assertStarts(std::string version);
 
     std::shared_ptr<ArchiveUpdates::Parts> parts;
@@ -31,7 +43,6 @@ private:
     ProgramFolder const& folder;
     Report report;
     std::string address;
-    std::string ownVersion;
     UpdateKey key;
 };
 

@@ -122,9 +122,19 @@ Task<> UpdateDownload::receive(HttpLoading& http, std::function<bool(std::int64_
                           .maxBytes = archive.bytes,
                           .longest = 6h,
                           .onProgress = std::move(onProgress)};
-    HttpResponse const response = co_await http.download(std::move(download));
+    HttpResponse response;
+    try {
+        response = co_await http.download(std::move(download));
+    } catch (NetworkFailure const& failure) {
+        if (failure.kind == NetworkFailure::Kind::other)
+            remove(); // What is there may not continue, so the next check begins anew.
+        throw;
+    }
     constexpr int success = 200;
     constexpr int rest = 206;
+    constexpr int unsatisfiable = 416;
+    if (response.status == unsatisfiable)
+        remove();
     if (response.status != success && response.status != rest)
         throw UpdateAbort{.description = localized("update.error.status", {std::int64_t(response.status)})};
 }

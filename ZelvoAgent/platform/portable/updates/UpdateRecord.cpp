@@ -5,6 +5,9 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <algorithm>
 #include <cstddef>
 
@@ -53,14 +56,17 @@ UpdateRecord parseUpdateRecord(std::string_view text)
     json::object const& object = value.get_object();
     return {.newest = textIn(object, "newest"),
             .rejected = textIn(object, "rejected"),
+            .notInstalled = textIn(object, "notInstalled"),
             .lastCheck = numberIn(object, "lastCheck"),
             .trial = trialIn(object)};
 }
 
 std::string writeUpdateRecord(UpdateRecord const& record)
 {
-    json::object object{
-        {"newest", record.newest}, {"rejected", record.rejected}, {"lastCheck", record.lastCheck}};
+    json::object object{{"newest", record.newest},
+                        {"rejected", record.rejected},
+                        {"notInstalled", record.notInstalled},
+                        {"lastCheck", record.lastCheck}};
     if (record.trial)
         object["trial"] = {{"program", record.trial->program},
                            {"from", record.trial->from},
@@ -75,9 +81,21 @@ UpdateRecord UpdateRecords::read() const
     return found ? parseUpdateRecord(found->content) : UpdateRecord();
 }
 
+/// Waits for other processes, for a moment: a change is a small file.
+UniqueFd UpdateRecords::lockOut() const
+{
+    if (!files::makePrivateFolder(path))
+        return {};
+    UniqueFd held(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (held)
+        ::flock(held.get(), LOCK_EX);
+    return held;
+}
+
 bool UpdateRecords::change(std::function<void(UpdateRecord&)> const& changing)
 {
     std::scoped_lock const guard(lock);
+    UniqueFd const others = lockOut();
     UpdateRecord const before = read();
     UpdateRecord after = before;
     changing(after);

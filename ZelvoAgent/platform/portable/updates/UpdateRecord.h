@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/portable/files/UniqueFd.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -22,8 +24,9 @@ struct UpdateTrial {
 
 /// What the updates remember from one run of the program to the next: the file `update.json`.
 struct UpdateRecord {
-    std::string newest;   ///< the highest version that a feed has ever offered; an older feed is a replay
-    std::string rejected; ///< a version that could not start here
+    std::string newest;       ///< the highest version that a feed has ever offered; an older feed is a replay
+    std::string rejected;     ///< a version that could not start here
+    std::string notInstalled; ///< a version that was ready, but could not take its place
     std::int64_t lastCheck = 0; ///< seconds since 1970, of the last check that was completed
     std::optional<UpdateTrial> trial;
     bool operator==(UpdateRecord const&) const = default;
@@ -46,8 +49,10 @@ public:
     bool change(std::function<void(UpdateRecord&)> const& changing);
 
 private:
+    UniqueFd lockOut() const;
+
     std::filesystem::path path;
-    std::mutex lock; // of a change
+    std::mutex lock; // of a change; other processes are kept out by a lock on the folder
 };
 
 } // namespace zelvo

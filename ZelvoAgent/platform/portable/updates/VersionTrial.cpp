@@ -22,8 +22,8 @@ void endTrial(UpdateRecord& record)
 
 } // namespace
 
-VersionTrial::VersionTrial(ProgramFolder folder, UpdateRecords& records)
-    : folder(std::move(folder)), records(records)
+VersionTrial::VersionTrial(ProgramFolder folder, std::string version, UpdateRecords& records)
+    : folder(std::move(folder)), version(std::move(version)), records(records)
 {
 }
 
@@ -49,7 +49,7 @@ std::optional<std::string> VersionTrial::begin()
     UpdateRecord const found = records.read();
     if (!isOwn(found))
         return std::nullopt;
-    bool const isNew = folder.version() == found.trial->to;
+    bool const isNew = version == found.trial->to;
     if (isNew && found.trial->starts >= maxFailedStarts)
         return putBack(*found.trial);
     records.change([&](UpdateRecord& record) {
@@ -61,15 +61,17 @@ std::optional<std::string> VersionTrial::begin()
     return std::nullopt;
 }
 
-/// Exchanges first. After a kill in between, the version that is back finds its own name in the trial.
+/// A new version that is not recorded as rejected is not put back: the version before it would not find its
+/// settings. After a kill in between, whichever version starts next comes here or ends the trial.
 std::optional<std::string> VersionTrial::putBack(UpdateTrial const& trial)
 {
-    bool const isBack = folder.standbyVersion() == trial.from && folder.exchange();
+    bool const canBePutBack = folder.standbyVersion() == trial.from &&
+                              records.change([&](UpdateRecord& record) { record.rejected = trial.to; });
+    bool const isBack = canBePutBack && folder.exchange();
     records.change([&](UpdateRecord& record) {
-        if (isBack)
-            endTrial(record);
-        else
-            record.trial.reset(); // Without the version before it, this one has to do.
+        record.trial.reset();
+        if (!isBack)
+            record.rejected.clear(); // Without the version before it, this one has to do.
     });
     if (!isBack)
         return std::nullopt;
@@ -89,15 +91,15 @@ void VersionTrial::noteGoodRun()
 /// The record first: a standby folder without a trial is a leftover, but a trial needs its standby folder.
 void VersionTrial::confirm()
 {
-    if (!isOwn(records.read()))
+    UpdateRecord const found = records.read();
+    if (!isOwn(found) || found.trial->to != version)
         return;
-    bool isOver = false;
     bool const isStored = records.change([&](UpdateRecord& record) {
-        isOver = isOwn(record) && folder.version() == record.trial->to;
-        if (isOver)
-            record.trial.reset();
+        record.trial.reset();
+        record.rejected.clear();
     });
-    if (isOver && isStored)
+    UniqueFd const held = folder.lock();
+    if (isStored && held && folder.standbyVersion() == found.trial->from)
         folder.removeStandby();
 }
 

@@ -14,11 +14,14 @@ namespace zelvo {
 /// Thread: any, but begin() comes first; blocks for the disk.
 class VersionTrial {
 public:
+    /// version  of the running program
     /// records  must outlive this
-    VersionTrial(ProgramFolder folder, UpdateRecords& records);
+    VersionTrial(ProgramFolder folder, std::string version, UpdateRecords& records);
 
-    /// At the start of the process. Returns the program to run instead of this one, if the version before
-    /// this was put back.
+    /// Whether a new version of this program has not sent a heartbeat yet.
+    bool isRunning() const { return isOwn(records.read()); }
+    /// At the start of the running program. Returns the program to run instead of this one, if the version
+    /// before this was put back.
     std::optional<std::string> begin();
     /// The new version runs well, or ends in the normal way: earlier starts do not count any more.
     void noteGoodRun();
@@ -33,6 +36,7 @@ private:
     std::optional<std::string> putBack(UpdateTrial const& trial);
 
     ProgramFolder folder;
+    std::string version;
     UpdateRecords& records;
     UniqueFd running; ///< locked while this process, the one whose start counts, lives
 };
