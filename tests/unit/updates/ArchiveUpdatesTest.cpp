@@ -623,6 +623,7 @@ TEST_F(ArchiveUpdatesTest, aMinuteOfRunningCountsAsAStart)
     ASSERT_TRUE(controller->installOnQuit());
     controller.reset();
     platform.settle();
+    platform.info.texts["CFBundleShortVersionString"] = "2.0";
     auto updates = makeUpdates();
     updates.begin();
     controller = updates.start(*this);

@@ -224,6 +224,7 @@ Task<Duration> ArchiveUpdateController::Run::outcome()
 void ArchiveUpdateController::Run::stop()
 {
     isStopped = true;
+    prepared.reset(); // Others may update the folder now.
     timer.cancel();
     wellTimer.cancel();
     task.cancel();

@@ -4,11 +4,15 @@
 #include "base/Hop.h"
 #include "base/LocalizedTexts.h"
 #include "base/Versions.h"
+#include "platform/portable/files/FileBytes.h"
 #include "platform/portable/files/Files.h"
 #include "platform/portable/updates/ArchiveUnpacking.h"
 #include "platform/portable/updates/UpdateDownload.h"
 #include "platform/portable/updates/UpdateRecord.h"
 #include "wire/Json.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -135,12 +139,10 @@ void UpdateCheck::keepAddresses() const
     for (char const* const name : {"ZelvoGatewayURL", "ZelvoConsoleURL"})
         if (auto const present = services.information.text(name))
             information->as_object()[name] = *present;
-    constexpr auto readable = std::filesystem::perms(0644);
-    std::error_code error;
-    if (!files::replace(file, writeJson(*information)))
+    // In place: nobody reads the standby folder yet, and a temporary file could stay in it.
+    UniqueFd const written(::open(file.c_str(), O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC));
+    if (!written || !files::writeAll(written.get(), writeJson(*information)) || ::fsync(written.get()) != 0)
         throw diskFailure();
-    std::filesystem::permissions(file, readable, error);
-    files::syncFolder(folder.standby());
 }
 
 /// Without a display the program says so and ends with 1. What lacks a library here, or is for another
