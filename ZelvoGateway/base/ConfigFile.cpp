@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <optional>
@@ -18,7 +19,7 @@ namespace zelvo::service {
 
 namespace {
 
-constexpr std::size_t maxShown = 60; // Characters of what a line says.
+constexpr std::size_t maxShown = 40; // Characters of the name of a setting.
 
 /// A file that can't be used at all; what() says why.
 struct UnusableFile : std::runtime_error {
@@ -31,6 +32,13 @@ std::string_view withoutBlanks(std::string_view text)
     std::size_t const first = text.find_first_not_of(blanks);
     return first == std::string_view::npos ? std::string_view()
                                            : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// Whether a line's name can be that of a setting. Anything else may be a secret that was pasted.
+bool isShown(std::string_view name)
+{
+    return !name.empty() && name.size() <= maxShown &&
+           std::ranges::all_of(name, [](char sign) { return (sign >= 'a' && sign <= 'z') || sign == '-'; });
 }
 
 void assertOnlyOwnerWrites(struct stat const& status)
@@ -89,6 +97,7 @@ public:
 private:
     void readLine(std::string_view line);
     void readSetting(std::string const& setting, std::string const& value);
+    void reportUnknown(std::string const& setting);
     static std::optional<std::string> problemWith(Flag const& flag, std::string const& value);
     void report(std::string const& problem);
 
@@ -131,26 +140,33 @@ void ConfigParser::readLine(std::string_view line)
 void ConfigParser::readSetting(std::string const& setting, std::string const& value)
 {
     Flag const* const flag = flagOfSetting(setting);
-    std::string const shown = text::shownInLine(setting, maxShown);
     if (!flag) {
-        bool const hasDashes = setting.starts_with("--") && flagOfSetting(setting.substr(2));
-        report(hasDashes ? shown + ": names are written without \"--\" here"
-                         : "there is no setting \"" + shown + "\"");
+        reportUnknown(setting);
         return;
     }
     if (flag->kind == Flag::Kind::argument) {
-        report(shown + ": this belongs on the command line");
+        report(setting + ": this belongs on the command line");
         return;
     }
     if (!flag->repeats && seen.contains(setting)) {
-        report(shown + ": it has a value already, in line " + seen.at(setting).front());
+        report(setting + ": it has a value already, in line " + seen.at(setting).front());
         return;
     }
     seen[setting].push_back(std::to_string(number));
     if (auto const problem = problemWith(*flag, value))
-        report(shown + ": " + *problem);
+        report(setting + ": " + *problem);
     else if (!flag->isSwitch() || value == "yes")
         reading.values[setting].push_back(value);
+}
+
+void ConfigParser::reportUnknown(std::string const& setting)
+{
+    bool const hasDashes = setting.starts_with("--") && flagOfSetting(setting.substr(2));
+    if (hasDashes)
+        report(setting + ": names are written without \"--\" here");
+    else
+        report(isShown(setting) ? "there is no setting \"" + setting + "\""
+                                : "what is left of \"=\" is no setting");
 }
 
 std::optional<std::string> ConfigParser::problemWith(Flag const& flag, std::string const& value)
@@ -163,7 +179,7 @@ std::optional<std::string> ConfigParser::problemWith(Flag const& flag, std::stri
         return "the value must be written without quotes";
     if (flag.isPath() && !value.empty() && !value.starts_with('/'))
         return "a path that begins with / is needed";
-    return flag.problemWith(value);
+    return flag.problemWith(value, Flag::Values::hidden);
 }
 
 void ConfigParser::report(std::string const& problem)

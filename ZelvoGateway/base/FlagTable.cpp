@@ -12,13 +12,18 @@ namespace zelvo::service {
 
 namespace {
 
+/// need   what could be used
+[[noreturn]] void refuse(std::string const& text, std::string const& need)
+{
+    throw UnusableValue(need + ", not \"" + text + "\"", need);
+}
+
 std::int64_t number(std::string const& text, std::int64_t min, std::int64_t max)
 {
     std::int64_t value = 0;
     auto const read = std::from_chars(text.data(), text.data() + text.size(), value);
     if (read.ec != std::errc() || read.ptr != text.data() + text.size() || value < min || value > max)
-        throw FlagError("a number from " + std::to_string(min) + " to " + std::to_string(max) +
-                        " is needed, not \"" + text + "\"");
+        refuse(text, "a number from " + std::to_string(min) + " to " + std::to_string(max) + " is needed");
     return value;
 }
 
@@ -38,7 +43,7 @@ std::string ipAddress(std::string const& text)
     boost::system::error_code error;
     boost::asio::ip::make_address(text, error);
     if (error)
-        throw FlagError("an address such as 127.0.0.1 or :: is needed, not \"" + text + "\"");
+        refuse(text, "an address such as 127.0.0.1 or :: is needed");
     return text;
 }
 
@@ -46,9 +51,9 @@ AddressRange proxyIn(std::string const& text)
 {
     auto const range = addressRangeIn(text);
     if (!range)
-        throw FlagError("an address like 10.0.0.7, 10.0.0.0/8 or fd00::/8 is needed, not \"" + text + "\"");
+        refuse(text, "an address like 10.0.0.7, 10.0.0.0/8 or fd00::/8 is needed");
     if (range->prefix == 0)
-        throw FlagError("\"" + text + "\" would trust everybody");
+        throw UnusableValue("\"" + text + "\" would trust everybody", "it would trust everybody");
     return *range;
 }
 
@@ -57,7 +62,7 @@ AddressRange proxyIn(std::string const& text)
 {
     if (text.find('@') != std::string::npos) // It may hold a password, which belongs in no log.
         throw FlagError("an address like " + example + " is needed, without a user name");
-    throw FlagError("an address like " + example + " is needed, not \"" + text + "\"");
+    refuse(text, "an address like " + example + " is needed");
 }
 
 bool isOfTheWeb(auto const& url)
@@ -184,7 +189,7 @@ constexpr auto flags = std::to_array<Flag>({
 
 } // namespace
 
-std::optional<std::string> Flag::problemWith(std::string const& given) const
+std::optional<std::string> Flag::problemWith(std::string const& given, Values values) const
 {
     if (given.empty())
         return "a value that is not empty is needed: " + std::string(value);
@@ -192,6 +197,8 @@ std::optional<std::string> Flag::problemWith(std::string const& given) const
         Flags ignored;
         apply(ignored, given);
         return std::nullopt;
+    } catch (UnusableValue const& error) {
+        return values == Values::shown ? error.what() : error.withoutValue;
     } catch (FlagError const& error) {
         return error.what();
     }

@@ -30,8 +30,9 @@ struct Flag {
     /// Whether its value is a path, which may be relative on the command line only.
     bool isPath() const { return value == "FILE" || value == "DIR"; }
     std::string_view settingName() const { return name.substr(2); }
+    enum class Values { shown, hidden };
     /// Why the value can't be used; nullopt if it can.
-    std::optional<std::string> problemWith(std::string const& given) const;
+    std::optional<std::string> problemWith(std::string const& given, Values values = Values::shown) const;
 };
 
 /// In the order in which --help lists them.

@@ -47,6 +47,15 @@ struct FlagError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// A value that can't be used; `withoutValue` is the reason without the value, which may be a secret.
+struct UnusableValue : FlagError {
+    UnusableValue(std::string const& reason, std::string withoutValue)
+        : FlagError(reason), withoutValue(std::move(withoutValue))
+    {
+    }
+    std::string withoutValue;
+};
+
 /// What was understood, and everything that is wrong.
 struct FlagsReading {
     Flags flags;

@@ -92,21 +92,20 @@ TEST_F(ConfigFileTest, isReadByEveryCommand)
 
 TEST_F(ConfigFileTest, reportsEveryProblemWithItsLine)
 {
-    EXPECT_THAT(problemsOf("prot = 1\nport = 70000\n\n# port = x\nport\ntoken-file = /t\nhelp = yes\n"
-                           "personal = true\n--port = 1\nport =\nlisten = 127.0.0.1\nlisten = ::1\n"
-                           "data = d\nplatform-name = \"A\"\nplatform-name = a\tb"),
-                ElementsAre("f:1: there is no setting \"prot\"",
-                            "f:2: port: a number from 0 to 65535 is needed, not \"70000\"",
-                            "f:5: a line like \"port = 8737\" is needed",
-                            "f:6: token-file: this belongs on the command line",
-                            "f:7: help: this belongs on the command line",
-                            "f:8: personal: yes or no is needed",
-                            "f:9: --port: names are written without \"--\" here",
-                            "f:10: port: it has a value already, in line 2",
-                            "f:12: listen: it has a value already, in line 11",
-                            "f:13: data: a path that begins with / is needed",
-                            "f:14: platform-name: the value must be written without quotes",
-                            "f:15: platform-name: it has a value already, in line 14"));
+    EXPECT_THAT(
+        problemsOf("prot = 1\nport = 70000\n\n# port = x\nport\ntoken-file = /t\nhelp = yes\n"
+                   "personal = true\n--port = 1\nport =\nlisten = 127.0.0.1\nlisten = ::1\n"
+                   "data = d\nplatform-name = \"A\"\nplatform-name = a\tb"),
+        ElementsAre("f:1: there is no setting \"prot\"", "f:2: port: a number from 0 to 65535 is needed",
+                    "f:5: a line like \"port = 8737\" is needed",
+                    "f:6: token-file: this belongs on the command line",
+                    "f:7: help: this belongs on the command line", "f:8: personal: yes or no is needed",
+                    "f:9: --port: names are written without \"--\" here",
+                    "f:10: port: it has a value already, in line 2",
+                    "f:12: listen: it has a value already, in line 11",
+                    "f:13: data: a path that begins with / is needed",
+                    "f:14: platform-name: the value must be written without quotes",
+                    "f:15: platform-name: it has a value already, in line 14"));
     EXPECT_THAT(problemsOf("port ="), ElementsAre("f:1: port: a value that is not empty is needed: N"));
     EXPECT_THAT(problemsOf("platform-name = a\tb"),
                 ElementsAre("f:1: platform-name: the value contains control characters"));
@@ -123,9 +122,17 @@ TEST_F(ConfigFileTest, reportsProblemsOfTheCommandLineToo)
 TEST_F(ConfigFileTest, keepsSecretsOutOfProblems)
 {
     for (std::string const text :
-         {"secret\n", "tls-key-text = secret\n", "public-url = https://a:secret@b\n"})
+         {"secret\n", "tls-key-text = secret\n", "public-url = https://a:secret@b\n", "secret1=\n",
+          "zk_secret = 1\n", "-----BEGIN secret== =\n", "Secret secret = x\n", "port = secret\n",
+          "listen = secret\n", "trusted-proxy = secret\n", "public-url = secret\n", "install-url = secret\n",
+          "recording-days = secret\n", "personal = secret\n", "data = secret\n"}) {
+        EXPECT_FALSE(problemsOf(text).empty()) << text;
         for (std::string const& problem : problemsOf(text))
-            EXPECT_EQ(problem.find("secret"), std::string::npos) << problem;
+            EXPECT_EQ(problem.find("ecret"), std::string::npos) << problem;
+    }
+    EXPECT_THAT(problemsOf(std::string(41, 'a') + " = 1"),
+                ElementsAre("f:1: what is left of \"=\" is no setting"));
+    EXPECT_THAT(problemsOf("= 1"), ElementsAre("f:1: what is left of \"=\" is no setting"));
 }
 
 TEST_F(ConfigFileTest, listsOnlyTheFirstOfManyProblems)
