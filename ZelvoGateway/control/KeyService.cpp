@@ -53,14 +53,15 @@ void KeyService::setBuiltIn(ApiKey const& key)
                            .createdAt = clock.date()};
     auto const known = std::ranges::find(valid, stored.id, &StoredKey::id);
     bool const isReplaced = known != valid.end() && !sameHash(known->hash, stored.hash);
+    if (isReplaced) // First: if it fails, the next call finds the old key again and repeats it.
+        store.cancelCommandsOfKey(stored.id, stored.createdAt);
     store.saveKey(stored);
     readAgain();
     if (!isReplaced)
         return;
     ++builtInVersion;
-    store.cancelCommandsOfKey(stored.id, stored.createdAt);
-    audit.add(Caller::console(), {.type = "key.replaced", .details = detailsOf(stored)});
     revoked(stored.id);
+    audit.add(Caller::console(), {.type = "key.replaced", .details = detailsOf(stored)});
 }
 
 void KeyService::assertValid(KeyRequest const& request)

@@ -265,5 +265,31 @@ TEST_F(KeyServiceTest, endsWhatWasBegunWithAReplacedKey)
     EXPECT_EQ(store.command("cmd_1")->status, records::CommandStatus::canceled);
 }
 
+TEST_F(KeyServiceTest, repeatsWhatFailedWhenAKeyWasReplaced)
+{
+    ApiKey const next("zk_fedcba9876543210fedcba9876543210");
+    keys.setBuiltIn(ApiKey("zk_0123456789abcdef0123456789abcdef"));
+    store.addCommand({.id = "cmd_1",
+                      .connectionId = "con_1",
+                      .method = "urls.open",
+                      .expiresAt = clock.date() + 1h,
+                      .keyId = std::string(ApiKey::id)});
+    std::vector<std::string> ended;
+    boost::signals2::scoped_connection const observed =
+        keys.observeRevocations([&](std::string const& id) { ended.push_back(id); });
+    Database other(folder.path / "store.sqlite");
+    other.execute("CREATE TRIGGER full BEFORE UPDATE ON queued_commands "
+                  "BEGIN SELECT RAISE(ABORT, 'no room'); END");
+    EXPECT_THROW(keys.setBuiltIn(next), StoreError);
+    EXPECT_FALSE(keys.callerWith(next.value())); // Nothing is half done.
+    other.execute("DROP TRIGGER full");
+
+    keys.setBuiltIn(next);
+
+    EXPECT_TRUE(keys.callerWith(next.value()));
+    EXPECT_EQ(ended, std::vector<std::string>{std::string(ApiKey::id)});
+    EXPECT_EQ(store.command("cmd_1")->status, records::CommandStatus::canceled);
+}
+
 } // namespace
 } // namespace zelvo::service
