@@ -1,6 +1,8 @@
 #include "ZelvoGateway/Administration.h"
 #include "ZelvoGateway/base/ApiKey.h"
+#include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/FlagTable.h"
+#include "ZelvoGateway/net/TlsPair.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -51,6 +53,10 @@ void checkDataFolder(fs::path const& folder, Problems& problems)
         problems.push_back("data: " + folder.string() + " belongs to another user");
     else if (!isPermitted(folder, R_OK | W_OK | X_OK))
         problems.push_back("data: " + folder.string() + " can't be written");
+    std::error_code ignored;
+    if (fs::exists(folder / DataFolder::unfinishedRestore, ignored))
+        problems.push_back("data: a backup was not restored to " + folder.string() +
+                           " completely; empty the folder and restore it again");
     try {
         ApiKey::stored(folder);
     } catch (std::runtime_error const& error) {
@@ -72,6 +78,18 @@ void checkFiles(GivenValues const& given, Problems& problems)
     }
 }
 
+/// Call it when the files can be read.
+void checkTls(TlsFiles const& files, Problems& problems)
+{
+    if (!files.isOn())
+        return;
+    try {
+        loadTlsPair(files);
+    } catch (TlsError const& error) {
+        problems.push_back(std::string("tls-certificate, tls-key: ") + error.what());
+    }
+}
+
 } // namespace
 
 bool checkSettings(FlagsReading const& reading, std::ostream& out)
@@ -79,7 +97,10 @@ bool checkSettings(FlagsReading const& reading, std::ostream& out)
     Problems problems = reading.problems;
     if (!reading.flags.settings.dataFolder.empty())
         checkDataFolder(reading.flags.settings.dataFolder, problems);
+    std::size_t const found = problems.size();
     checkFiles(reading.flags.given, problems);
+    if (reading.problems.empty() && problems.size() == found)
+        checkTls(reading.flags.settings.tls, problems);
     for (std::string const& problem : problems)
         out << problem << "\n";
     if (problems.empty())
