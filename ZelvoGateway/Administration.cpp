@@ -5,7 +5,7 @@
 #include "ZelvoGateway/console/ConsoleLock.h"
 #include "ZelvoGateway/control/LinkService.h"
 #include "ZelvoGateway/mcp/stdio/StdioBridge.h"
-#include "ZelvoGateway/store/SqliteStore.h"
+#include "ZelvoGateway/store/OpenStore.h"
 
 #include <boost/asio/io_context.hpp>
 
@@ -18,8 +18,8 @@ namespace zelvo::service {
 
 void provision(Flags const& flags, std::ostream& out)
 {
-    DataFolder const folder(flags.settings.dataFolder);
-    SqliteStore store(folder.file("gateway.sqlite"));
+    DataFolder folder(flags.settings.dataFolder);
+    SqliteStore store = openStore(folder);
     asio::io_context io;
     ServerClock clock(io.get_executor());
     AuditLog audit(store, clock, flags.settings.audit, io.get_executor());
@@ -37,13 +37,14 @@ void provision(Flags const& flags, std::ostream& out)
 
 void printConsoleLink(Flags const& flags, std::ostream& out)
 {
-    DataFolder const folder(flags.settings.dataFolder);
+    DataFolder folder(flags.settings.dataFolder);
     auto address = folder.read("address");
-    if (!address)
+    if (!address ||
+        !DataFolder::isServed(flags.settings.dataFolder)) // One that was killed leaves its address.
         throw std::runtime_error("no gateway is running on " + flags.settings.dataFolder);
     while (!address->empty() && address->back() == '\n')
         address->pop_back();
-    SqliteStore store(folder.file("gateway.sqlite"));
+    SqliteStore store = openStore(folder);
     out << newConsoleLink(store, *address, flags.settings.consoleLinkLifetime) << "\n";
 }
 

@@ -2,7 +2,7 @@
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/ServerClock.h"
 #include "ZelvoGateway/control/KeyService.h"
-#include "ZelvoGateway/store/SqliteStore.h"
+#include "ZelvoGateway/store/OpenStore.h"
 #include "base/DateText.h"
 
 #include <boost/asio/io_context.hpp>
@@ -56,8 +56,8 @@ void add(KeyService& keys, Flags const& flags, std::ostream& out)
 
 void manageKeys(Flags const& flags, std::ostream& out)
 {
-    DataFolder const folder(flags.settings.dataFolder);
-    SqliteStore store(folder.file("gateway.sqlite"));
+    DataFolder folder(flags.settings.dataFolder);
+    SqliteStore store = openStore(folder);
     asio::io_context io;
     ServerClock clock(io.get_executor());
     AuditLog audit(store, clock, flags.settings.audit, io.get_executor());

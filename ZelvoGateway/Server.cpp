@@ -29,7 +29,8 @@
 #include "ZelvoGateway/net/TlsIdentity.h"
 #include "ZelvoGateway/net/TrustedProxies.h"
 #include "ZelvoGateway/recordings/FolderRecordingFiles.h"
-#include "ZelvoGateway/store/SqliteStore.h"
+#include "ZelvoGateway/store/OpenStore.h"
+#include "ZelvoGateway/store/StoreVersion.h"
 #include "ZelvoGateway/webhooks/CurlWebhookSender.h"
 #include "ZelvoGateway/webhooks/WebhookService.h"
 #include "base/Hop.h"
@@ -58,6 +59,23 @@ constexpr auto patienceAtEnd = std::chrono::seconds(5);
 constexpr auto patienceInHaste = std::chrono::seconds(1);
 constexpr Duration maintenancePeriod = 60s;
 constexpr Duration revokedKeysKept = 90 * 24h;
+
+/// By these, programs on this computer find the gateway that runs.
+void removeAddresses(DataFolder const& folder)
+{
+    for (char const* const file : {addressFile, localAddressFile, certificateFile})
+        folder.remove(file);
+}
+
+/// Keeps other gateways out of the folder before anything in it is used, removes what one that was killed
+/// left, and gives the key.
+ApiKey takeFolder(DataFolder& folder)
+{
+    folder.lock();
+    removeAddresses(folder);
+    StoreVersion::removeUnfinishedCopies(folder.file(storeFile));
+    return ApiKey::loadOrMake(folder);
+}
 
 /// The path of the program that runs.
 std::string ownProgram()
@@ -160,8 +178,8 @@ private:
 };
 
 Server::Parts::Parts(Settings wanted, Clock* clock)
-    : settings(std::move(wanted)), folder(settings.dataFolder), key(ApiKey::loadOrMake(folder)),
-      store(folder.file("gateway.sqlite")), memory(settings.limits.memory, settings.limits.memoryOfCaller),
+    : settings(std::move(wanted)), folder(settings.dataFolder), key(takeFolder(folder)),
+      store(folder.file(storeFile)), memory(settings.limits.memory, settings.limits.memoryOfCaller),
       proxies(settings.trustedProxies), clock(clock ? *clock : ownClock),
       files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
       audit(store, this->clock, settings.audit, io.get_executor()),
@@ -226,16 +244,13 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
 
 Server::Parts::~Parts()
 {
-    folder.remove(addressFile);
-    folder.remove(localAddressFile);
-    folder.remove(certificateFile);
+    removeAddresses(folder);
     workers.join();
     clock.dropSleepers();
 }
 
 void Server::Parts::begin()
 {
-    folder.lock();
     keys.setBuiltIn(key);
     store.endInterruptedCommands(clock.date());
     library.begin();
@@ -355,8 +370,8 @@ void Server::Parts::takeKey()
     ApiKey const next = ApiKey::loadOrMake(folder);
     if (next.matches(key.value()))
         return;
+    library.setKey(next); // First: what fails after it must not leave old addresses valid.
     keys.setBuiltIn(next);
-    library.setKey(next);
     key = next;
 }
 
@@ -429,6 +444,7 @@ void Server::Parts::finishWork()
 {
     if (isStopping())
         return;
+    removeAddresses(folder); // Before the port is free for others.
     http.stopAccepting();
     work.close([this] { asio::post(io, [this] { stopHere(HttpServer::Answers::sent); }); });
     mcp.endListeners();
@@ -448,6 +464,7 @@ void Server::Parts::stopHere(HttpServer::Answers answers)
 {
     if (http.isStopping())
         return;
+    removeAddresses(folder);
     stopLimit.cancel();
     work.close([] {}); // Nobody waits for the end of the work any more.
     mcp.stop();

@@ -11,15 +11,31 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
 namespace zelvo::service {
 
 namespace {
+
+constexpr char const* lockName = "lock";
+
+/// Others only look whether the folder is locked, which takes microseconds.
+bool locks(int file)
+{
+    constexpr int attempts = 20;
+    for (int i = 0; i < attempts; ++i) {
+        if (::flock(file, LOCK_EX | LOCK_NB) == 0)
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
 
 [[noreturn]] void fail(std::string const& what, std::filesystem::path const& path, int error)
 {
@@ -114,12 +130,21 @@ void DataFolder::remove(std::string const& name) const
 
 void DataFolder::lock()
 {
-    std::filesystem::path const name = file("lock");
+    std::filesystem::path const name = file(lockName);
     lockFile = ::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lockFile < 0)
         fail("open", name, errno);
-    if (::flock(lockFile, LOCK_EX | LOCK_NB) != 0)
+    if (!locks(lockFile))
         throw std::runtime_error("another gateway is running on " + path.string());
+}
+
+bool DataFolder::isServed(std::filesystem::path const& folder)
+{
+    int const number = ::open((folder / lockName).c_str(), O_RDONLY | O_CLOEXEC);
+    if (number < 0)
+        return false;
+    OwnedDescriptor const lock(number);
+    return ::flock(number, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 } // namespace zelvo::service

@@ -25,8 +25,11 @@ public:
     std::optional<std::string> read(std::string const& name) const;
     void write(std::string const& name, std::string const& text) const;
     void remove(std::string const& name) const;
-    /// Keeps a second server out of this folder until the program ends.
+    /// Keeps a second server out of this folder as long as this object lives.
     void lock();
+    /// Whether a server has locked a folder. What a server that was killed left there says nothing about
+    /// that.
+    static bool isServed(std::filesystem::path const& folder);
 
 private:
     std::filesystem::path path;

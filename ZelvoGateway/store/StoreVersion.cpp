@@ -6,9 +6,18 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <string>
+#include <vector>
+
 namespace zelvo::service {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char const* partMark = ".part."; // Then the process follows.
+
+} // namespace
 
 void StoreVersion::bringUpToDate(std::function<void(std::int64_t version)> const& change)
 {
@@ -35,6 +44,28 @@ fs::path StoreVersion::copyOf(fs::path const& file, std::int64_t version)
     return file.string() + ".v" + std::to_string(version);
 }
 
+bool StoreVersion::isOlder(fs::path const& file)
+{
+    if (!fs::exists(file))
+        return false;
+    Database database(file);
+    StoreVersion version(database, file);
+    return version.read() < current && !version.isEmpty();
+}
+
+void StoreVersion::removeUnfinishedCopies(fs::path const& file)
+{
+    std::vector<fs::path> found;
+    for (fs::path const& each : fs::directory_iterator(fs::absolute(file).parent_path())) {
+        std::string const name = each.filename();
+        if (name.starts_with(file.filename().string() + ".v") && name.find(partMark) != std::string::npos)
+            found.push_back(each);
+    }
+    std::error_code ignored;
+    for (fs::path const& each : found)
+        fs::remove(each, ignored);
+}
+
 std::int64_t StoreVersion::read()
 {
     Statement row = database.prepare("PRAGMA user_version");
@@ -51,7 +82,7 @@ bool StoreVersion::isEmpty()
 void StoreVersion::copy(std::int64_t version)
 {
     fs::path const target = copyOf(file, version);
-    fs::path const part = target.string() + ".part." + std::to_string(::getpid());
+    fs::path const part = target.string() + partMark + std::to_string(::getpid());
     std::error_code ignored;
     fs::remove(part, ignored);
     int const made =

@@ -25,6 +25,10 @@ public:
     /// Throws   StoreError, also for a store of a newer version
     void bringUpToDate(std::function<void(std::int64_t version)> const& change);
 
+    /// Whether opening this file would change a store of an older version.
+    static bool isOlder(std::filesystem::path const& file);
+    /// Removes what is left of copies whose process was killed. No other process may copy this store now.
+    static void removeUnfinishedCopies(std::filesystem::path const& file);
     /// Where the copy of an older store is: beside it, "gateway.sqlite.v0".
     static std::filesystem::path copyOf(std::filesystem::path const& file, std::int64_t version);
 

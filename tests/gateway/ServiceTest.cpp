@@ -1,4 +1,5 @@
 #include "ZelvoGateway/base/ConfigFile.h"
+#include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/FlagTable.h"
 #include "ZelvoGateway/store/Database.h"
 #include "gateway/support/NotifySocket.h"
@@ -71,6 +72,66 @@ TEST_F(Service, checksItsConfigurationWithoutServing)
     std::filesystem::create_directory(place.data);
     std::ofstream(place.data + "/api-key") << "short";
     EXPECT_THAT(check({"--data", place.data}).second, HasSubstr("holds no usable key"));
+}
+
+TEST_F(Service, checksItsCertificateAndItsFolder)
+{
+    std::string const certificate = place.out("certificate.pem");
+    std::string const key = place.out("key.pem");
+    for (std::string const& file : {certificate, key}) {
+        std::ofstream(file) << "no PEM";
+        ::chmod(file.c_str(), 0600);
+    }
+    configure("tls-certificate = " + certificate + "\ntls-key = " + key + "\n");
+    EXPECT_THAT(check({"--config", config}).second,
+                HasSubstr("tls-certificate, tls-key: " + certificate + " holds no certificate"));
+
+    configure("");
+    std::filesystem::create_directory(place.data);
+    std::ofstream(place.data + "/restore-unfinished") << "x";
+    EXPECT_EQ(check({"--config", config}),
+              std::pair(1, "data: a backup was not restored to " + place.data +
+                               " completely; empty the folder and restore it again\n"));
+}
+
+TEST_F(Service, leavesTheStateOfAnotherGatewayAlone)
+{
+    DataFolder other(place.data);
+    other.lock();
+    std::ofstream(place.data + "/local-address") << "theirs";
+    Database(place.data + "/gateway.sqlite").execute("CREATE TABLE older (a)");
+
+    Program gateway(place.out("log"), place.serve());
+
+    EXPECT_EQ(gateway.wait(), 1);
+    EXPECT_THAT(gateway.text(), HasSubstr("another gateway is running on " + place.data));
+    EXPECT_FALSE(std::filesystem::exists(place.data + "/api-key"));
+    EXPECT_FALSE(std::filesystem::exists(place.data + "/gateway.sqlite.v0"));
+    EXPECT_EQ(contentOf(place.data + "/local-address"), "theirs");
+}
+
+// Its port may belong to another user's server by now.
+TEST_F(Service, isNotLookedForWhereItWasKilled)
+{
+    {
+        Program gateway(place.out("log"), place.serve());
+        place.port();
+        gateway.send(SIGKILL);
+        gateway.wait();
+    }
+    ASSERT_TRUE(std::filesystem::exists(place.data + "/local-address"));
+
+    for (std::string const command : {"console-link", "mcp"}) {
+        Program program(place.out("printed"), {command, "--data", place.data});
+        EXPECT_EQ(program.wait(), 1) << command;
+        EXPECT_THAT(program.text(), HasSubstr("no gateway is running on " + place.data)) << command;
+    }
+
+    std::filesystem::remove(place.folder.path / "port");
+    Program const next(place.out("log"), place.serve());
+    place.port();
+    Program link(place.out("printed"), {"console-link", "--data", place.data});
+    EXPECT_EQ(link.wait(), 0) << link.text();
 }
 
 TEST_F(Service, startsWithNoBrokenConfiguration)

@@ -1,5 +1,7 @@
 #include "ZelvoGateway/mcp/stdio/GatewayPlace.h"
 
+#include "ZelvoGateway/base/DataFolder.h"
+
 #include <boost/url/encode.hpp>
 #include <boost/url/parse.hpp>
 #include <boost/url/rfc/unreserved_chars.hpp>
@@ -58,7 +60,8 @@ std::string urlOf(GatewayChoice const& choice)
     if (!choice.url.empty())
         return choice.url;
     auto text = textOf(std::filesystem::path(choice.dataFolder) / "local-address");
-    if (!text)
+    // A gateway that was killed leaves its address, which another user's server can take.
+    if (!text || !DataFolder::isServed(choice.dataFolder))
         throw std::runtime_error("no gateway is running on " + choice.dataFolder);
     while (text->ends_with('\n'))
         text->pop_back();

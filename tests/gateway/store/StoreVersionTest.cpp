@@ -12,6 +12,8 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
+#include <set>
+#include <string>
 
 namespace zelvo::service {
 namespace {
@@ -163,6 +165,23 @@ TEST_F(StoreVersionTest, withoutACopyNothingIsChanged)
     EXPECT_EQ(version(), 0);
     for (fs::path const& each : fs::directory_iterator(folder.path))
         EXPECT_EQ(each.string().find(".part"), std::string::npos) << each;
+}
+
+TEST_F(StoreVersionTest, removesWhatKilledProcessesLeftOfCopies)
+{
+    restore("v0.sql");
+    for (char const* const name : {"gateway.sqlite.v0.part.17", "gateway.sqlite.v1.part.4-journal"})
+        std::ofstream(folder.path / name) << "x";
+    for (char const* const name : {"gateway.sqlite.v0", "api-key.part.1"})
+        std::ofstream(folder.path / name) << "x";
+
+    StoreVersion::removeUnfinishedCopies(file);
+
+    std::set<std::string> left;
+    for (fs::path const& each : fs::directory_iterator(folder.path))
+        if (!each.filename().string().starts_with("gateway.sqlite-"))
+            left.insert(each.filename());
+    EXPECT_EQ(left, (std::set<std::string>{"api-key.part.1", "gateway.sqlite", "gateway.sqlite.v0"}));
 }
 
 TEST_F(StoreVersionTest, severalProcessesMayBringItUpToDateAtOnce)

@@ -1,9 +1,12 @@
 #include "ZelvoGateway/mcp/stdio/GatewayPlace.h"
 
+#include "ZelvoGateway/base/DataFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 
 namespace zelvo::service {
 namespace {
@@ -13,7 +16,7 @@ protected:
     GatewayPlaceTest()
     {
         ::unsetenv("ZELVO_API_KEY");
-        std::filesystem::create_directories(folder);
+        running->lock();
         write("local-address", "http://127.0.0.1:8737\n");
         write("api-key", "zk_folder\n");
     }
@@ -39,6 +42,7 @@ protected:
 
     std::filesystem::path const folder =
         std::filesystem::path(testing::TempDir()) / ("gateway-place-" + std::to_string(::getpid()));
+    std::unique_ptr<DataFolder> running = std::make_unique<DataFolder>(folder);
     GatewayChoice choice{.dataFolder = folder};
 };
 
@@ -49,6 +53,15 @@ TEST_F(GatewayPlaceTest, isThatOfTheDataFolder)
     EXPECT_EQ(place.address(), "http://127.0.0.1:8737");
     EXPECT_EQ(place.target, "/mcp");
     EXPECT_EQ(place.key, "zk_folder");
+}
+
+// Another user's server may have its port by now, and would get the key.
+TEST_F(GatewayPlaceTest, isNotWhereAGatewayWasBeforeItWasKilled)
+{
+    running.reset();
+
+    EXPECT_NE(failureOf(choice).find("no gateway is running on"), std::string::npos);
+    EXPECT_TRUE(std::filesystem::exists(folder / "local-address"));
 }
 
 TEST_F(GatewayPlaceTest, namesAConnectionAndSwitches)
