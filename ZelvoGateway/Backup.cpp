@@ -97,8 +97,11 @@ void Backup::addStore()
 void Backup::addKey()
 {
     std::string const name = BackupManifest::keyName;
-    if (fs::exists(data / name)) // The first start makes it.
+    try {
         add(name, copyToPrivateFile(data / name, target / name));
+    } catch (MissingFile const&) {
+        // The first start makes it.
+    }
 }
 
 void Backup::addRecordings(std::ostream& out)
@@ -109,10 +112,11 @@ void Backup::addRecordings(std::ostream& out)
                                  std::generic_category().message(errno));
     for (std::string const& id : recordings) {
         std::string const name = "recordings/" + FolderRecordingFiles::nameOf(id);
-        if (fs::exists(data / name))
+        try {
             add(name, copyToPrivateFile(data / name, target / name));
-        else
+        } catch (MissingFile const&) {
             out << "recording " << id << " was deleted meanwhile\n";
+        }
     }
     syncFolder(folder);
 }

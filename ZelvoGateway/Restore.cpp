@@ -1,20 +1,18 @@
 #include "ZelvoGateway/Administration.h"
 #include "ZelvoGateway/base/BackupManifest.h"
 #include "ZelvoGateway/base/DataFolder.h"
-#include "ZelvoGateway/base/OwnedDescriptor.h"
 #include "ZelvoGateway/store/SqliteStore.h"
 #include "ZelvoGateway/store/StoreVersion.h"
-#include "wire/PrivateMark.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <memory>
 #include <ostream>
 #include <stdexcept>
+#include <string>
 #include <system_error>
+#include <vector>
 
 namespace zelvo::service {
 
@@ -25,15 +23,6 @@ namespace fs = std::filesystem;
 // What models hold references to may have numbers that were given out after the backup.
 constexpr std::uint64_t skippedNumbers = 1'000'000;
 
-bool isServed(fs::path const& data)
-{
-    int const number = ::open((data / "lock").c_str(), O_RDWR | O_CLOEXEC);
-    if (number < 0)
-        return false;
-    OwnedDescriptor const lock(number);
-    return ::flock(number, LOCK_EX | LOCK_NB) != 0;
-}
-
 /// Throws std::runtime_error unless a gateway's state can be put here without taking another one's place.
 void assertIsFree(fs::path const& data)
 {
@@ -42,7 +31,7 @@ void assertIsFree(fs::path const& data)
         return;
     if (!S_ISDIR(status.st_mode))
         throw std::runtime_error(data.string() + " is no folder");
-    if (isServed(data))
+    if (DataFolder::isServed(data))
         throw std::runtime_error("a gateway is running on " + data.string() +
                                  "; stop it and move the folder away first");
     if (!fs::is_empty(data))
@@ -52,14 +41,27 @@ void assertIsFree(fs::path const& data)
         throw std::runtime_error(data.string() + " belongs to another user; restore as that user");
 }
 
-BackupManifest manifestIn(fs::path const& backup)
+std::string manifestTextIn(fs::path const& backup)
 {
-    fs::path const file = backup / BackupManifest::fileName;
-    auto const text = textOfFile(file);
-    if (!text)
+    try {
+        return textWithin(backup / BackupManifest::fileName, BackupManifest::maxBytes);
+    } catch (MissingFile const&) {
         throw std::runtime_error(backup.string() + " is no backup: it has no " +
                                  std::string(BackupManifest::fileName));
-    BackupManifest manifest = BackupManifest::parse(*text);
+    }
+}
+
+/// A link could bring files of another place into the gateway's folder.
+void assertHasNoLinkedFolder(fs::path const& backup)
+{
+    auto const status = fs::symlink_status(backup / "recordings");
+    if (fs::exists(status) && !fs::is_directory(status))
+        throw std::runtime_error((backup / "recordings").string() + " is no folder");
+}
+
+BackupManifest manifestIn(fs::path const& backup)
+{
+    BackupManifest manifest = BackupManifest::parse(manifestTextIn(backup));
     if (manifest.storeVersion > StoreVersion::current)
         throw std::runtime_error("the backup was made by a newer gateway, " + manifest.version +
                                  "; install that one");
@@ -96,12 +98,13 @@ DataFolderDraft::~DataFolderDraft()
     if (isKept)
         return;
     std::error_code ignored;
-    for (fs::path const name :
-         {BackupManifest::storeName, "gateway.sqlite-wal", "gateway.sqlite-shm", BackupManifest::keyName})
-        fs::remove(path / name, ignored);
-    fs::remove_all(path / "recordings", ignored);
-    for (fs::path const name : {PrivateMark::fileName, "lock", DataFolder::unfinishedRestore})
-        fs::remove(path / name, ignored);
+    std::vector<fs::path> entries;
+    for (fs::path const& entry : fs::directory_iterator(path, ignored)) // It was empty before.
+        if (entry.filename() != DataFolder::unfinishedRestore)
+            entries.push_back(entry);
+    for (fs::path const& entry : entries)
+        fs::remove_all(entry, ignored);
+    fs::remove(path / DataFolder::unfinishedRestore, ignored); // Last: without it, the rest counts as whole.
     if (!existed)
         fs::remove(path, ignored);
 }
@@ -112,9 +115,9 @@ void DataFolderDraft::add(fs::path const& backup, BackupFile const& file)
     if (::mkdir(target.parent_path().c_str(), 0700) != 0 && errno != EEXIST)
         throw std::runtime_error("cannot make " + target.parent_path().string() + ": " +
                                  std::generic_category().message(errno));
-    if (copyToPrivateFile(backup / file.name, target) != file.digest)
+    if (copyToPrivateFile(backup / file.name, target, file.digest.bytes) != file.digest)
         throw std::runtime_error((backup / file.name).string() +
-                                 " is not what the manifest says: it was changed or is not complete");
+                                 " is not what the manifest says: it is damaged or incomplete");
 }
 
 void DataFolderDraft::keep()
@@ -134,6 +137,7 @@ void restore(Flags const& flags, std::ostream& out)
     fs::path const backup = flags.backupFolder;
     fs::path const data = flags.settings.dataFolder;
     BackupManifest const manifest = manifestIn(backup);
+    assertHasNoLinkedFolder(backup);
     assertIsFree(data);
     DataFolderDraft draft(data);
     for (BackupFile const& file : manifest.files)

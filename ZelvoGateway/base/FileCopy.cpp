@@ -5,6 +5,7 @@
 #include "ZelvoGateway/base/Secrets.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -34,9 +35,40 @@ int opened(std::filesystem::path const& path, int flags, std::string const& what
     return number;
 }
 
-FileDigest readAll(std::filesystem::path const& path, std::function<void(std::string_view)> const& take)
+[[noreturn]] void refuseLarger(std::filesystem::path const& path, std::uint64_t maxBytes)
 {
-    OwnedDescriptor const file(opened(path, O_RDONLY | O_NOFOLLOW, "read"));
+    throw std::runtime_error("cannot read " + path.string() + ": it has more than " +
+                             std::to_string(maxBytes) + " bytes");
+}
+
+/// Without waiting for the other end of a pipe.
+int openedToRead(std::filesystem::path const& path)
+{
+    int const number = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (number < 0 && errno == ENOENT)
+        throw MissingFile("cannot read " + path.string() + ": " + std::generic_category().message(ENOENT));
+    if (number < 0)
+        fail("read", path);
+    return number;
+}
+
+void assertPlain(int file, std::filesystem::path const& path, std::uint64_t maxBytes)
+{
+    struct stat status{};
+    if (::fstat(file, &status) != 0)
+        fail("read", path);
+    if (!S_ISREG(status.st_mode))
+        throw std::runtime_error("cannot read " + path.string() + ": it is no plain file");
+    if (static_cast<std::uint64_t>(status.st_size) > maxBytes)
+        refuseLarger(path, maxBytes);
+}
+
+FileDigest readAll(std::filesystem::path const& path,
+                   std::uint64_t maxBytes,
+                   std::function<void(std::string_view)> const& take)
+{
+    OwnedDescriptor const file(openedToRead(path));
+    assertPlain(file.get(), path, maxBytes);
     std::vector<char> room(pieceBytes);
     TextHash hash;
     FileDigest digest;
@@ -49,9 +81,11 @@ FileDigest readAll(std::filesystem::path const& path, std::function<void(std::st
         if (count == 0)
             break;
         std::string_view const piece(room.data(), static_cast<std::size_t>(count));
+        digest.bytes += piece.size();
+        if (digest.bytes > maxBytes) // It grows meanwhile.
+            refuseLarger(path, maxBytes);
         hash.add(piece);
         take(piece);
-        digest.bytes += piece.size();
     }
     digest.sha256 = hash.end();
     return digest;
@@ -71,13 +105,15 @@ void writeAll(int file, std::string_view piece, std::filesystem::path const& pat
 
 } // namespace
 
-FileDigest copyToPrivateFile(std::filesystem::path const& source, std::filesystem::path const& target)
+FileDigest copyToPrivateFile(std::filesystem::path const& source,
+                             std::filesystem::path const& target,
+                             std::uint64_t maxBytes)
 {
     OwnedDescriptor const file(opened(target, O_WRONLY | O_CREAT | O_EXCL, "write"));
     try {
         markPrivate(file.get());
         FileDigest digest =
-            readAll(source, [&](std::string_view piece) { writeAll(file.get(), piece, target); });
+            readAll(source, maxBytes, [&](std::string_view piece) { writeAll(file.get(), piece, target); });
         if (::fsync(file.get()) != 0)
             fail("write", target);
         return digest;
@@ -87,9 +123,16 @@ FileDigest copyToPrivateFile(std::filesystem::path const& source, std::filesyste
     }
 }
 
+std::string textWithin(std::filesystem::path const& file, std::uint64_t maxBytes)
+{
+    std::string text;
+    readAll(file, maxBytes, [&](std::string_view piece) { text += piece; });
+    return text;
+}
+
 FileDigest digestOf(std::filesystem::path const& file)
 {
-    return readAll(file, [](std::string_view) {});
+    return readAll(file, anyBytes, [](std::string_view) {});
 }
 
 void syncFolder(std::filesystem::path const& folder)

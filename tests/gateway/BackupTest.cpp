@@ -281,6 +281,63 @@ TEST_F(Backup, isNotRestoredIfAnythingInItWasChanged)
     EXPECT_TRUE(leavesNothing());
 }
 
+TEST_F(Backup, ofAnOlderVersionThatCannotBeBroughtUpToDateLeavesNothing)
+{
+    fs::path const backup = place.out("backup");
+    fs::create_directory(backup);
+    Database(backup / "gateway.sqlite")
+        .execute("PRAGMA journal_mode = DELETE; CREATE VIEW machines AS SELECT 1");
+    BackupManifest const manifest{
+        .version = "0",
+        .createdAt = "then",
+        .files = {{.name = "gateway.sqlite", .digest = digestOf(backup / "gateway.sqlite")}}};
+    std::ofstream(backup / BackupManifest::fileName) << manifest.text();
+
+    EXPECT_THAT(restore("backup", 1), HasSubstr("database"));
+    EXPECT_FALSE(fs::exists(restored.data));
+
+    fs::create_directory(restored.data);
+    restore("backup", 1);
+    EXPECT_TRUE(fs::is_empty(restored.data));
+}
+
+TEST_F(Backup, consistsOfPlainFilesOfTheirSizes)
+{
+    provisioned(place, "a");
+    backUp("backup");
+    fs::path const backup = place.out("backup");
+    fs::resize_file(backup / "gateway.sqlite", std::uint64_t{1} << 40); // With a hole: it takes up nothing.
+    EXPECT_THAT(restore("backup", 1), HasSubstr("it has more than "));
+
+    fs::remove(backup / "gateway.sqlite");
+    ASSERT_EQ(::mkfifo((backup / "gateway.sqlite").c_str(), 0600), 0);
+    EXPECT_THAT(restore("backup", 1), HasSubstr("it is no plain file"));
+
+    fs::remove_all(backup / "recordings");
+    fs::create_directory_symlink(place.data, backup / "recordings");
+    EXPECT_THAT(restore("backup", 1), HasSubstr("recordings is no folder"));
+
+    fs::remove(backup / "manifest.json");
+    ASSERT_EQ(::mkfifo((backup / "manifest.json").c_str(), 0600), 0);
+    EXPECT_THAT(restore("backup", 1), HasSubstr("it is no plain file"));
+    EXPECT_FALSE(fs::exists(restored.data));
+}
+
+TEST_F(Backup, doesWithoutARecordingThatIsDeletedMeanwhile)
+{
+    {
+        Program const gateway(place.out("log"), place.serve());
+        recordingOf(place, provisioned(place, "a"));
+    }
+    for (auto const& entry : fs::directory_iterator(place.data + "/recordings"))
+        fs::remove(entry);
+
+    std::string const printed = backUp("backup");
+
+    EXPECT_THAT(printed, HasSubstr(" was deleted meanwhile\n"));
+    EXPECT_THAT(printed, HasSubstr("files 2\n"));
+}
+
 TEST_F(Backup, isRestoredToAFreeFolderOnly)
 {
     provisioned(place, "a");
