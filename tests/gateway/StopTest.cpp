@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <thread>
 
 namespace zelvo::service {
@@ -81,6 +82,18 @@ TEST_F(Stop, waitsForTheAnswerOfACommand)
     EXPECT_EQ(answer.headers["connection"], "close");
     on.gateway.stop();
     EXPECT_EQ(on.machine.closeCode(), 1012);
+}
+
+// Another user's server may take the port as soon as it is free.
+TEST_F(Stop, withdrawsItsAddressBeforeItsPortIsFree)
+{
+    beginCommand();
+    EXPECT_TRUE(std::filesystem::exists(on.gateway.data() / "local-address"));
+    on.gateway.running().stop();
+    ASSERT_TRUE(hasBegunToStop());
+
+    EXPECT_FALSE(std::filesystem::exists(on.gateway.data() / "local-address"));
+    EXPECT_FALSE(std::filesystem::exists(on.gateway.data() / "address"));
 }
 
 TEST_F(Stop, refusesNewRequestsOnConnectionsThatStay)
