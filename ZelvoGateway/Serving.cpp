@@ -15,6 +15,9 @@ namespace zelvo::service {
 
 namespace {
 
+/// From the end of the stop's own limit until the program ends for certain.
+constexpr Duration patienceAtEnd = 15s;
+
 /// Hundreds of machines and callers need more descriptors than the default of many systems.
 void allowManyDescriptors()
 {
@@ -88,8 +91,8 @@ void serve(Flags const& flags, std::ostream& out)
     out << "zelvo-gateway: listening on " << server.address() << std::endl;
     if (flags.printConsoleLink)
         out << "zelvo-gateway: console, once: " << server.newConsoleLink() << std::endl;
-    auto const stop = [&server] {
-        ServiceManager::reportStopping();
+    auto const stop = [&server, limit = flags.settings.stopTimeout + patienceAtEnd] {
+        ServiceManager::reportStopping(limit);
         server.stop();
     };
     signals.watch({.stop = stop, .stopNow = [&server] { server.stopNow(); }, .reload = Reload(server, flags)},

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-daemon.h>
 
+#include <chrono>
 #include <ctime>
 
 namespace zelvo::service {
@@ -35,9 +36,10 @@ void ServiceManager::reportReloading()
            "\nSTATUS=Reloading the settings");
 }
 
-void ServiceManager::reportStopping()
+void ServiceManager::reportStopping(Duration limit)
 {
-    notify("STOPPING=1\nSTATUS=Stopping");
+    auto const microseconds = std::chrono::duration_cast<std::chrono::microseconds>(limit).count();
+    notify("STOPPING=1\nSTATUS=Stopping\nEXTEND_TIMEOUT_USEC=" + std::to_string(microseconds));
 }
 
 void ServiceManager::reportAlive()

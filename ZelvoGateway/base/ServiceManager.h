@@ -15,7 +15,8 @@ public:
     /// Requests are answered, or a reload has ended. status: one line for people
     static void reportReady(std::string const& status);
     static void reportReloading();
-    static void reportStopping();
+    /// limit   the longest time until this program ends; replaces a shorter one that the manager has
+    static void reportStopping(Duration limit);
     /// Must be called every watchdogPeriod(), by what would no longer call it if the program hung.
     static void reportAlive();
     /// Half of what the manager allows; 0 if it does not watch this process.

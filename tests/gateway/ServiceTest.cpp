@@ -160,7 +160,7 @@ TEST_F(Service, reportsToItsManager)
     EXPECT_THAT(manager.next(), testing::StartsWith("READY=1\n"));
 
     gateway.send(SIGTERM);
-    EXPECT_THAT(manager.next(), testing::StartsWith("STOPPING=1"));
+    EXPECT_THAT(manager.next(), testing::MatchesRegex("STOPPING=1\n.*\nEXTEND_TIMEOUT_USEC=40000000"));
     EXPECT_EQ(gateway.wait(), 0);
 }
 
