@@ -29,7 +29,7 @@ boost::asio::ip::address peerAddressOf(boost::asio::ip::tcp::socket const& socke
 std::string localAddressOf(boost::asio::ip::tcp::socket const& socket)
 {
     boost::system::error_code ignored;
-    return socket.local_endpoint(ignored).address().to_string();
+    return unmapped(socket.local_endpoint(ignored).address()).to_string();
 }
 
 ForwardedCaller
