@@ -43,10 +43,13 @@ bool isLocalName(std::string const& name)
 /// An IP address as a URL has it.
 std::string inUrl(std::string const& address)
 {
-    constexpr std::string_view mapped = "::ffff:";
-    if (address.starts_with(mapped) && address.find('.') != std::string::npos)
-        return address.substr(mapped.size());
     return address.find(':') == std::string::npos ? address : "[" + address + "]";
+}
+
+/// Whether a URL has no port, or the one that its scheme has anyway.
+bool hasUsualPort(boost::urls::url_view const& url)
+{
+    return url.port().empty() || url.port() == (url.scheme_id() == boost::urls::scheme::http ? "80" : "443");
 }
 
 /// "https://name:port" in lower case, without the scheme's own port; empty if it is no origin of a page.
@@ -58,10 +61,8 @@ std::string originOf(std::string_view url)
     std::string const scheme = text::lowercased(std::string(parsed->scheme()));
     if (scheme != "http" && scheme != "https")
         return {};
-    std::string const port(parsed->port());
-    bool const usual = port.empty() || port == (scheme == "http" ? "80" : "443");
     return scheme + "://" + text::lowercased(std::string(parsed->encoded_host())) +
-           (usual ? std::string() : ":" + port);
+           (hasUsualPort(*parsed) ? std::string() : ":" + std::string(parsed->port()));
 }
 
 std::string schemeOf(HttpRequest const& request)
@@ -122,7 +123,7 @@ bool AccessControl::isAtSecureName(HttpRequest const& request) const
 {
     std::string const host = text::lowercased(request.header("host"));
     return isPublicHost(host, publicUrl) && originOf(publicUrl).starts_with("https:") &&
-           !isLocalName(hostName(host));
+           !isLocalName(hostName(host)) && hasUsualPort(boost::urls::url_view(publicUrl));
 }
 
 std::string AccessControl::addressFor(HttpRequest const& request) const

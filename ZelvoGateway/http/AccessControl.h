@@ -55,8 +55,8 @@ public:
     std::string beginSession(HttpRequest const& request) const;
     /// Ends the session that the request belongs to, if any.
     void endSession(HttpRequest const& request) const;
-    /// Whether the request asks by the public name, and that is an address with TLS. Names of this computer
-    /// are left out: other servers on other ports share them.
+    /// Whether the request asks by the public name, and that is an address with TLS on port 443. With another
+    /// port, and for names of this computer, other servers on other ports may share the name.
     bool isAtSecureName(HttpRequest const& request) const;
     /// The address by which the caller reached this gateway, "http://127.0.0.1:8737". Refuses a Host that is
     /// not a valid one.

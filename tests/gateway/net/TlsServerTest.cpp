@@ -204,9 +204,19 @@ TEST_F(TlsServer, asksBrowsersForTlsAtItsPublicNameOnly)
     };
     EXPECT_EQ(policyAt("gateway.example"), "max-age=31536000");
     EXPECT_EQ(policyAt("gateway.example", "/nothing"), "max-age=31536000");
-    // Other servers on other ports share these names.
+    // Other servers on other ports may share these names.
     EXPECT_EQ(policyAt("localhost:" + std::to_string(gateway->port())), "");
     EXPECT_EQ(policyAt("127.0.0.1:" + std::to_string(gateway->port())), "");
+}
+
+TEST_F(TlsServer, leavesOtherPortsOfItsPublicNameAlone)
+{
+    start([](Settings& settings) { settings.publicUrl = "https://gateway.example:8443"; });
+
+    Answer const answer = connect()->request("GET", "/", {{"Host", "gateway.example:8443"}});
+
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_FALSE(answer.headers.contains("strict-transport-security"));
 }
 
 TEST_F(TlsServer, knowsItsOwnPagesByTheirScheme)
