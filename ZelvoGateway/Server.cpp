@@ -101,7 +101,6 @@ public:
     void reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done);
     void stop();
     void stopNow();
-    void reloadCertificate();
 
 private:
     void begin();
@@ -110,11 +109,13 @@ private:
     void takeKey();
     bool isReady();
     void beginTls();
-    void useCertificate();
+    void useCertificate(TlsPair const& pair);
     void addRoutes();
     Caller platformOf(HttpRequest const& head) const;
     Task<> runMaintenance();
-    Task<> refreshTls();
+    Task<std::string> refreshTls();
+    Task<> noteTls();
+    Task<> reloadAll(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done);
     void finishWork();
     Task<> limitStop();
     void stopHere(HttpServer::Answers answers);
@@ -266,21 +267,30 @@ void Server::Parts::beginTls()
     if (!settings.tls.isOn())
         return;
     tls.emplace(settings.tls, workers.get_executor(), std::cerr);
-    useCertificate();
+    useCertificate(tls->pair());
 }
 
-void Server::Parts::useCertificate()
+/// First the file, whose disk may be full: programs on this computer and the port must agree.
+void Server::Parts::useCertificate(TlsPair const& pair)
 {
-    http.setTls(tls->pair().context);
-    folder.write(certificateFile, tls->pair().certificate);
+    folder.write(certificateFile, pair.certificate);
+    http.setTls(pair.context);
 }
 
-Task<> Server::Parts::refreshTls()
+/// Looks at the files of the certificate, and returns what is newly wrong with them.
+Task<std::string> Server::Parts::refreshTls()
+{
+    std::function<void(TlsPair const&)> const replace = [this](TlsPair const& pair) { useCertificate(pair); };
+    co_return co_await tls->refresh(replace);
+}
+
+Task<> Server::Parts::noteTls()
 {
     if (!tls)
         co_return;
-    std::function<void()> const replaced = [this] { useCertificate(); };
-    co_await tls->refresh(replaced);
+    std::string const problem = co_await refreshTls();
+    if (!problem.empty())
+        std::cerr << "zelvo-gateway: keeps its old certificate: " + problem + "\n" << std::flush;
     tls->noteExpiry(clock.date());
 }
 
@@ -353,16 +363,32 @@ Task<> Server::Parts::beat(ServingWatch watch)
 void Server::Parts::reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done)
 {
     asio::post(io, [this, next = std::move(next), done = std::move(done)] {
-        std::vector<std::string> problems;
-        if (next)
-            settings.takeReloadable(*next);
-        try {
-            takeKey();
-        } catch (std::exception const& error) {
-            problems.emplace_back(error.what());
-        }
-        done(std::move(problems));
+        if (!isStopping())
+            spawn(io.get_executor(), [this, next, done] { return reloadAll(next, done); });
     });
+}
+
+Task<> Server::Parts::reloadAll(std::optional<Settings> next,
+                                std::function<void(std::vector<std::string>)> done)
+{
+    std::vector<std::string> problems;
+    if (next)
+        settings.takeReloadable(*next);
+    try {
+        takeKey();
+    } catch (std::exception const& error) {
+        problems.emplace_back(error.what());
+    }
+    try {
+        if (tls)
+            co_await refreshTls();
+    } catch (std::exception const& error) {
+        problems.emplace_back(error.what());
+    }
+    if (tls && !tls->problem().empty())
+        problems.push_back("the certificate: " + tls->problem());
+    if (!isStopping())
+        done(std::move(problems));
 }
 
 void Server::Parts::takeKey()
@@ -406,7 +432,7 @@ Task<> Server::Parts::runMaintenance()
             mcp.runMaintenance();
             co_await library.runMaintenance();
             webhookDispatcher.runMaintenance();
-            co_await refreshTls();
+            co_await noteTls();
             if (clock.now() >= everybodyIsBack)
                 online.noteAbsent();
             if (memory.hasRested())
@@ -428,14 +454,6 @@ void Server::Parts::stopNow()
     asio::post(io, [this] {
         patience = patienceInHaste;
         stopHere(HttpServer::Answers::dropped);
-    });
-}
-
-void Server::Parts::reloadCertificate()
-{
-    asio::post(io, [this] {
-        if (!isStopping())
-            spawn(io.get_executor(), [this] { return refreshTls(); });
     });
 }
 
@@ -517,11 +535,6 @@ void Server::stop()
 void Server::stopNow()
 {
     parts->stopNow();
-}
-
-void Server::reloadCertificate()
-{
-    parts->reloadCertificate();
 }
 
 } // namespace zelvo::service

@@ -36,9 +36,9 @@ public:
 
     /// Serves until stop(); returns once every connection has ended.
     void run(ServingWatch watch = {});
-    /// Takes from other settings what a running gateway can take, and the API key that the data folder holds
-    /// now. What can't be taken stays as it is, and `done` gets a line about it, on the serving thread. From
-    /// any thread.
+    /// Takes from other settings what a running gateway can take, the API key that the data folder holds now,
+    /// and the certificate and key in their files. What can't be taken stays as it is, and `done` gets a line
+    /// about it, on the serving thread; it is not called any more once the gateway stops. From any thread.
     /// next   nullopt leaves the settings as they are
     void reload(std::optional<Settings> next, std::function<void(std::vector<std::string> problems)> done);
     /// Lets run() return once everything that was accepted is answered, or after Settings::stopTimeout. New
@@ -47,8 +47,6 @@ public:
     void stop();
     /// The same without waiting for anything. From any thread, also after stop().
     void stopNow();
-    /// Looks whether the files of the certificate have changed. From any thread.
-    void reloadCertificate();
 
 private:
     class Parts;

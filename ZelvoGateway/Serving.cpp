@@ -41,7 +41,6 @@ public:
     void operator()()
     {
         ServiceManager::reportReloading();
-        server.reloadCertificate();
         server.reload(nextSettings(), [status = "Serving at " + server.address()](auto const& problems) {
             for (std::string const& problem : problems)
                 logLine("not reloaded: " + problem);

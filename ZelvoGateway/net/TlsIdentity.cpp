@@ -34,21 +34,21 @@ std::optional<TlsIdentity::Found> TlsIdentity::look(TlsFiles const& files, TlsSt
     return found;
 }
 
-Task<> TlsIdentity::refresh(std::function<void()> replaced)
+Task<std::string> TlsIdentity::refresh(std::function<void(TlsPair const&)> replace)
 {
     auto const work = [files = files, seen = seen] { return look(files, seen); };
     std::optional<Found> found = co_await on(workers, work);
     if (!found)
-        co_return;
-    seen = found->stamp; // Of before they were read, so that a change meanwhile is seen next time.
-    if (!found->pair) {
-        log << "zelvo-gateway: keeps its old certificate: " + found->problem + "\n" << std::flush;
-        co_return;
+        co_return std::string();
+    if (found->pair) {
+        replace(*found->pair);
+        present = *std::move(found->pair);
+        notedDays.reset();
+        log << "zelvo-gateway: uses the new certificate in " + files.certificate + "\n" << std::flush;
     }
-    present = *std::move(found->pair);
-    notedDays.reset();
-    log << "zelvo-gateway: uses the new certificate in " + files.certificate + "\n" << std::flush;
-    replaced();
+    seen = found->stamp; // Of before they were read, so that a change meanwhile is seen next time.
+    wrong = found->problem;
+    co_return std::move(found->problem);
 }
 
 void TlsIdentity::noteExpiry(Date today)

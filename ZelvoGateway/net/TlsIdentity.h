@@ -21,9 +21,12 @@ public:
     TlsIdentity(TlsFiles files, Executor workers, std::ostream& log);
 
     TlsPair const& pair() const { return present; }
-    /// Takes the new pair if the files have changed, and calls `replaced`. After a failure it tries again
-    /// once the files change again.
-    Task<> refresh(std::function<void()> replaced);
+    /// Takes the new pair if the files have changed. If they can't be used, it tries again once they change
+    /// again, and returns why not; otherwise an empty text.
+    /// replace   puts the new pair into use; if it throws, so does this, and everything stays as it was
+    Task<std::string> refresh(std::function<void(TlsPair const&)> replace);
+    /// Why the files can't be used as they were last seen; empty if they are in use.
+    std::string const& problem() const { return wrong; }
     /// Logs the end of the certificate if it is near, once for each day.
     void noteExpiry(Date today);
 
@@ -42,6 +45,7 @@ private:
     std::ostream& log;
     TlsStamp seen;
     TlsPair present;
+    std::string wrong;                     // With the files at `seen`.
     std::optional<std::int64_t> notedDays; // For which the end was logged.
 };
 

@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
+#include <vector>
 
 namespace zelvo::service {
 namespace {
@@ -46,10 +48,15 @@ protected:
         }
         return "";
     }
-    void refresh(TlsIdentity& identity)
+    /// Returns what is newly wrong with the files.
+    std::string refresh(TlsIdentity& identity)
     {
-        std::function<void()> const count = [this] { ++replaced; };
-        runTask(io, identity.refresh(count));
+        std::function<void(TlsPair const&)> const replace = [this](TlsPair const& pair) {
+            if (cannotReplace)
+                throw std::runtime_error("the disk is full");
+            used.push_back(pair.certificate);
+        };
+        return runTask(io, identity.refresh(replace));
     }
 
     TestCertificates first{"one.example"};
@@ -58,7 +65,8 @@ protected:
     TlsFiles files;
     asio::io_context io;
     std::ostringstream log;
-    int replaced = 0;
+    bool cannotReplace = false;
+    std::vector<std::string> used;
 };
 
 TEST_F(TlsIdentityTest, holdsTheCertificateOfTheFiles)
@@ -75,11 +83,11 @@ TEST_F(TlsIdentityTest, takesANewPair)
     auto const old = identity.pair().context;
     write(second);
 
-    refresh(identity);
+    EXPECT_EQ(refresh(identity), "");
 
     EXPECT_EQ(identity.pair().certificate, second.certificate);
     EXPECT_NE(identity.pair().context, old);
-    EXPECT_EQ(replaced, 1);
+    EXPECT_EQ(used, std::vector{second.certificate});
     EXPECT_EQ(log.str(), "zelvo-gateway: uses the new certificate in " + files.certificate + "\n");
 }
 
@@ -92,7 +100,24 @@ TEST_F(TlsIdentityTest, readsNothingWhileTheFilesStayAsTheyAre)
     refresh(identity);
 
     EXPECT_EQ(identity.pair().context, old);
-    EXPECT_EQ(replaced, 0);
+    EXPECT_TRUE(used.empty());
+}
+
+TEST_F(TlsIdentityTest, triesAgainIfTheNewPairCouldNotBePutIntoUse)
+{
+    TlsIdentity identity(files, io.get_executor(), log);
+    write(second);
+    cannotReplace = true;
+
+    for (int i = 0; i < 2; ++i)
+        EXPECT_THROW(refresh(identity), std::runtime_error);
+
+    EXPECT_EQ(identity.pair().certificate, first.certificate);
+    EXPECT_EQ(log.str(), "");
+    cannotReplace = false;
+    refresh(identity);
+    EXPECT_EQ(identity.pair().certificate, second.certificate);
+    EXPECT_EQ(used, std::vector{second.certificate});
 }
 
 TEST_F(TlsIdentityTest, keepsTheOldPairUntilBothFilesFitTogether)
@@ -100,20 +125,20 @@ TEST_F(TlsIdentityTest, keepsTheOldPairUntilBothFilesFitTogether)
     TlsIdentity identity(files, io.get_executor(), log);
 
     write(files.certificate, second.certificate, 0644);
-    refresh(identity);
-    refresh(identity);
+    std::string const problem = refresh(identity);
+    EXPECT_EQ(refresh(identity), ""); // It is not new any more.
 
     EXPECT_EQ(identity.pair().certificate, first.certificate);
-    EXPECT_EQ(replaced, 0);
-    EXPECT_EQ(log.str().find("keeps its old certificate"), log.str().rfind("keeps its old certificate"))
-        << log.str();
-    EXPECT_NE(log.str().find("belongs to the certificate"), std::string::npos) << log.str();
+    EXPECT_TRUE(used.empty());
+    EXPECT_NE(problem.find("belongs to the certificate"), std::string::npos) << problem;
+    EXPECT_EQ(identity.problem(), problem);
 
     write(files.key, second.key);
     refresh(identity);
 
     EXPECT_EQ(identity.pair().certificate, second.certificate);
-    EXPECT_EQ(replaced, 1);
+    EXPECT_EQ(identity.problem(), "");
+    EXPECT_EQ(used.size(), 1u);
 }
 
 TEST_F(TlsIdentityTest, keepsTheOldPairWhenAFileGoes)
@@ -121,10 +146,10 @@ TEST_F(TlsIdentityTest, keepsTheOldPairWhenAFileGoes)
     TlsIdentity identity(files, io.get_executor(), log);
     std::filesystem::remove(files.key);
 
-    refresh(identity);
+    std::string const problem = refresh(identity);
 
     EXPECT_EQ(identity.pair().certificate, first.certificate);
-    EXPECT_NE(log.str().find("cannot read " + files.key), std::string::npos) << log.str();
+    EXPECT_NE(problem.find("cannot read " + files.key), std::string::npos) << problem;
 }
 
 TEST_F(TlsIdentityTest, refusesAKeyThatEverybodyCanRead)

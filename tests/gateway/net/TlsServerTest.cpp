@@ -44,6 +44,13 @@ protected:
             change(settings);
         });
     }
+    /// Reloads, and returns what went wrong.
+    std::vector<std::string> reload()
+    {
+        std::promise<std::vector<std::string>> done;
+        gateway->running().reload({}, [&](auto problems) { done.set_value(std::move(problems)); });
+        return done.get_future().get();
+    }
     TlsOptions trusting(TestCertificates const& pair) const { return {.authorityFile = pair.authorityFile}; }
     std::unique_ptr<TlsConnection> connect(TlsOptions const& options) const
     {
@@ -143,18 +150,40 @@ TEST_F(TlsServer, takesANewCertificateForNewConnections)
     TestCertificates const renewed("127.0.0.1");
 
     writePrivate("chain.pem", renewed.certificate); // Not yet the key: nothing changes.
-    gateway->running().reloadCertificate();
+    for (int i = 0; i < 2; ++i) {
+        auto const problems = reload();
+        ASSERT_EQ(problems.size(), 1u);
+        EXPECT_NE(problems.front().find("belongs to the certificate"), std::string::npos);
+    }
     EXPECT_EQ(early->request("GET", "/").status, 200);
     EXPECT_EQ(connect()->certificate(), certificates.certificate);
 
     writePrivate("key.pem", renewed.key);
-    gateway->running().reloadCertificate();
+    EXPECT_TRUE(reload().empty());
 
-    EXPECT_TRUE(becomes([&] { return gateway->readFile("tls-certificate.pem") == renewed.certificate; }));
+    EXPECT_EQ(gateway->readFile("tls-certificate.pem"), renewed.certificate);
     EXPECT_EQ(connect(trusting(renewed))->certificate(), renewed.certificate);
     EXPECT_EQ(early->request("GET", "/").status, 200);
     gateway->stop();
     EXPECT_EQ(gateway->readFile("tls-certificate.pem"), "");
+}
+
+TEST_F(TlsServer, keepsItsCertificateIfProgramsOnThisComputerCannotBeGivenTheNewOne)
+{
+    start();
+    std::filesystem::path const told = gateway->data() / "tls-certificate.pem";
+    std::filesystem::remove(told);
+    std::filesystem::create_directories(told / "in-the-way");
+    TestCertificates const renewed("127.0.0.1");
+    write(renewed);
+
+    EXPECT_EQ(reload().size(), 1u);
+    EXPECT_EQ(connect()->certificate(), certificates.certificate);
+
+    std::filesystem::remove_all(told);
+    EXPECT_TRUE(reload().empty());
+    EXPECT_EQ(connect(trusting(renewed))->certificate(), renewed.certificate);
+    EXPECT_EQ(gateway->readFile("tls-certificate.pem"), renewed.certificate);
 }
 
 TEST_F(TlsServer, looksAtItsCertificateOnceAMinute)
