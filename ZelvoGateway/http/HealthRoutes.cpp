@@ -25,12 +25,14 @@ std::vector<Route> HealthRoutes::routes() const
                        .pattern = {"healthz"},
                        .maxBody = maxBody,
                        .assertAccess = {},
-                       .answer = [](HttpRequest, PathIds) { return answerFor(true); }});
+                       .answer = [](HttpRequest, PathIds) { return answerFor(true); },
+                       .isServedAtTheEnd = true});
         all.push_back({.method = method,
                        .pattern = {"readyz"},
                        .maxBody = maxBody,
                        .assertAccess = {},
-                       .answer = [isReady = isReady](HttpRequest, PathIds) { return answerFor(isReady()); }});
+                       .answer = [isReady = isReady](HttpRequest, PathIds) { return answerFor(isReady()); },
+                       .isServedAtTheEnd = true});
     }
     return all;
 }

@@ -127,6 +127,8 @@ private:
     void identify(HttpRequest& request);
     void admit(HeadParser const& head, Entry& entry);
     void admitBody(HeadParser const& head, Entry& entry);
+    void assertServed() const;
+    void beginWork();
     void keepPlace(std::string const& owner);
     Task<bool> serveRequest(HeadParser headParser, Entry entry);
     Task<bool> receive(HeadParser headParser, std::shared_ptr<BodySink> sink);
@@ -149,7 +151,7 @@ private:
     MemoryBudget memory; // The caller's part of the budget.
     std::optional<Time::time_point> waiting = Time::now();
     PlaceShares::Lease place;     // For the present request.
-    OpenWork::Lease work;         // The present request.
+    OpenWork::Lease work;         // The present request, once a stop waits for its answer.
     bool isEnding = false;        // The last answer is on its way.
     bool wantsTlsOnly = false;    // A browser should ask the present request's host with TLS only.
     bool headOnly = false;        // The present request is a HEAD.
@@ -195,9 +197,6 @@ Task<bool> BeastHttpSession::serveOne(bool first)
     route = nullptr;
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
-    if (parts.work.isClosing())
-        co_return co_await refuse(stopping());
-    work = parts.work.begin();
     Entry entry;
     auto refusal = refusalOf([&] { admit(parser, entry); });
     if (refusal)
@@ -226,8 +225,10 @@ Task<bool> BeastHttpSession::serveBadHead(boost::system::error_code error)
 Task<bool> BeastHttpSession::refuse(HttpError error)
 {
     // The body is still unread, so the connection can't be used for another request.
+    isEnding = true;
     HttpResponse response = failed(std::move(error));
     co_await write(std::move(response), false);
+    work.release(); // What the client still sends holds up no stop.
     co_await reader.drain(&parts.stopping);
     co_return false;
 }
@@ -255,6 +256,9 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     route = entry.admission.route;
+    assertServed();
+    if (entry.admission.isPlatform || route->isForMachines)
+        beginWork();
     if (entry.admission.isPlatform)
         waiting.reset();
     else if (route->isForMachines)
@@ -266,6 +270,21 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     entry.upgrade = route->upgrade(entry.request);
     if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
         throw badRequest("Frames may only follow the answer");
+}
+
+/// Throws HttpError while the gateway stops.
+void BeastHttpSession::assertServed() const
+{
+    if (parts.work.isClosing() && !route->isServedAtTheEnd)
+        throw stopping();
+}
+
+/// A stop waits for the present request from now on. A caller without a right gets this far only with its
+/// whole request: else it could hold up every stop by sending slowly.
+void BeastHttpSession::beginWork()
+{
+    if (!work)
+        work = parts.work.begin();
 }
 
 /// Sets who sends a request: the peer, or the caller that a trusted proxy names. Throws HttpError.
@@ -302,8 +321,10 @@ void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
         throw tooBusy("Too many large bodies at this time");
     if (route->receive)
         entry.sink = route->receive(entry.request, entry.admission.ids);
-    if (entry.sink)
-        keepPlace(pathOf(entry.request)); // Its address is its right.
+    if (entry.sink) { // Its address is its right.
+        beginWork();
+        keepPlace(pathOf(entry.request));
+    }
 }
 
 Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
@@ -313,11 +334,15 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
         co_return co_await receive(headParser, std::move(entry.sink));
     auto const parser = std::make_shared<BodyParser::element_type>(std::move(*headParser));
     parser->body_limit(entry.admission.route->maxBody);
-    if (auto const error = co_await reader.readBody(parser)) {
+    if (auto const error = co_await reader.readBody(parser, entry.admission.route->maxBody)) {
         HttpError refusal =
             error == http::error::body_limit ? tooLarge() : badRequest("The body could not be read");
         co_return co_await refuse(std::move(refusal));
     }
+    if (!work) // A stop may have begun while the body was read.
+        if (auto refusal = refusalOf([&] { assertServed(); }))
+            co_return co_await refuse(*std::move(refusal));
+    beginWork();
     bool const keepAlive = parser->get().keep_alive();
     BodyEnd const end = parser->get().version() >= 11 ? BodyEnd::chunks : BodyEnd::connection;
     entry.request.body = std::move(parser->get().body());

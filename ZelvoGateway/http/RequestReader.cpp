@@ -53,9 +53,10 @@ Task<boost::system::error_code> RequestReader::readHead(HeadParser parser, bool 
     co_return error;
 }
 
-Task<boost::system::error_code> RequestReader::readBody(BodyParser parser)
+Task<boost::system::error_code> RequestReader::readBody(BodyParser parser, std::size_t maxBody)
 {
-    bool const small = parser->content_length() && *parser->content_length() <= limits.smallBody;
+    auto const length = parser->content_length();
+    bool const small = (length ? *length : maxBody) <= limits.smallBody;
     auto const end = Time::now() + (small ? limits.smallBodyTime : limits.bodyTime);
     while (!parser->is_done()) {
         stream.expires_at(std::min(end, Time::now() + limits.bodyIdle));

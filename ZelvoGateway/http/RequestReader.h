@@ -31,7 +31,8 @@ public:
 
     /// first   the first request of its connection
     Task<boost::system::error_code> readHead(HeadParser parser, bool first);
-    Task<boost::system::error_code> readBody(BodyParser parser);
+    /// maxBody   bytes that the request's route takes; a body of unknown size has as much time as that many
+    Task<boost::system::error_code> readBody(BodyParser parser, std::size_t maxBody);
     /// Reads and drops what the client still sends, so that it can read the answer before the connection
     /// closes. Ends early once `stopping` is true.
     Task<> drain(bool const* stopping);

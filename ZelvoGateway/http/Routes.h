@@ -35,8 +35,9 @@ struct Route {
     /// Beside `answer`: admits a WebSocket.
     std::function<Upgrade(HttpRequest const& head)> upgrade = {};
     std::shared_ptr<Operation const> operation =
-        {};                     ///< what it does, for callers; null if it is not for them
-    bool isForMachines = false; ///< `assertAccess` has checked the token of a machine
+        {};                        ///< what it does, for callers; null if it is not for them
+    bool isForMachines = false;    ///< `assertAccess` has checked the token of a machine
+    bool isServedAtTheEnd = false; ///< also while the gateway stops
 };
 
 /// A request that was admitted.

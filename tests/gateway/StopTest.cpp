@@ -25,6 +25,20 @@ bool hasStoppedListening(std::uint16_t port)
     });
 }
 
+/// Sends bytes and returns what arrives up to a text; empty if that does not arrive.
+std::string answered(RawConnection const& connection, std::string const& bytes, std::string const& until)
+{
+    connection.send(bytes);
+    std::string all;
+    while (all.find(until) == std::string::npos) {
+        std::string const piece = connection.readSome();
+        if (piece.empty())
+            return {};
+        all += piece;
+    }
+    return all;
+}
+
 /// A gateway whose machine answers commands only when the test says so.
 class Stop : public testing::Test {
 protected:
@@ -99,13 +113,7 @@ TEST_F(Stop, withdrawsItsAddressBeforeItsPortIsFree)
 TEST_F(Stop, refusesNewRequestsOnConnectionsThatStay)
 {
     RawConnection kept(on.gateway.port());
-    kept.send("GET /locked HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-    std::string earlier;
-    while (earlier.find("</html>") == std::string::npos) {
-        std::string const piece = kept.readSome();
-        ASSERT_FALSE(piece.empty()) << earlier;
-        earlier += piece;
-    }
+    ASSERT_NE(answered(kept, "GET /healthz HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n", "ok\n"), "");
     beginCommand();
     on.gateway.running().stop();
     ASSERT_TRUE(hasBegunToStop());
@@ -120,6 +128,78 @@ TEST_F(Stop, refusesNewRequestsOnConnectionsThatStay)
     endCommand();
     caller.join();
     EXPECT_EQ(answer.status, 200);
+}
+
+TEST_F(Stop, answersOnConnectionsThatStayWhetherItRuns)
+{
+    std::string const head = " HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    RawConnection alive(on.gateway.port());
+    RawConnection ready(on.gateway.port());
+    ASSERT_NE(answered(alive, "GET /healthz" + head, "ok\n"), "");
+    ASSERT_NE(answered(ready, "GET /readyz" + head, "ok\n"), "");
+    beginCommand();
+    on.gateway.running().stop();
+    ASSERT_TRUE(hasBegunToStop());
+
+    alive.send("GET /healthz" + head);
+    ready.send("GET /readyz" + head);
+
+    EXPECT_NE(alive.readToEnd().find("200 OK"), std::string::npos);
+    std::string const refusal = ready.readToEnd();
+    EXPECT_NE(refusal.find("503 "), std::string::npos) << refusal;
+    EXPECT_NE(refusal.find("Retry-After: 5\r\n"), std::string::npos) << refusal;
+    EXPECT_TRUE(refusal.ends_with("not ready\n")) << refusal;
+    endCommand();
+}
+
+TEST_F(Stop, isNotHeldUpByCallersWithoutAKeyWhoSendSlowly)
+{
+    std::string const head = " HTTP/1.1\r\nHost: localhost\r\nExpect: 100-continue\r\n"
+                             "Transfer-Encoding: chunked\r\n\r\n";
+    RawConnection const slow(on.gateway.port());
+    ASSERT_NE(answered(slow, "GET /healthz" + head, "100 Continue\r\n\r\n"), "");
+    slow.send("1\r\na\r\n");
+    RawConnection const refused(on.gateway.port());
+    ASSERT_NE(answered(refused, "POST /v1/cloud-machines" + head, "401 "), "");
+
+    on.gateway.running().stop();
+
+    EXPECT_EQ(on.machine.closeCode(), 1012); // The clock stands still: the stop has not reached its limit.
+}
+
+TEST_F(Stop, refusesWhatAnybodyMaySendButHasNotSentWhole)
+{
+    RawConnection slow(on.gateway.port());
+    ASSERT_NE(answered(slow,
+                       "GET /locked HTTP/1.1\r\nHost: localhost\r\nExpect: 100-continue\r\n"
+                       "Content-Length: 2\r\n\r\n",
+                       "100 Continue\r\n\r\n"),
+              "");
+    beginCommand();
+    on.gateway.running().stop();
+    ASSERT_TRUE(hasBegunToStop());
+
+    slow.send("{}");
+
+    EXPECT_NE(slow.readToEnd().find("503 "), std::string::npos);
+    endCommand();
+}
+
+TEST_F(Stop, waitsForABodyOfACallerWithAKey)
+{
+    RawConnection slow(on.gateway.port());
+    ASSERT_NE(
+        answered(slow,
+                 headOf("POST", "/v1/cloud-machines") + "Expect: 100-continue\r\nContent-Length: 2\r\n\r\n",
+                 "100 Continue\r\n\r\n"),
+        "");
+    on.gateway.running().stop();
+    ASSERT_TRUE(hasBegunToStop());
+
+    slow.send("{}");
+
+    std::string const answer = slow.readToEnd();
+    EXPECT_NE(answer.find("HTTP/1.1 20"), std::string::npos) << answer;
 }
 
 TEST_F(Stop, endsACommandThatTakesTooLong)
