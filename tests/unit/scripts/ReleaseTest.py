@@ -48,8 +48,8 @@ class MakeFeed(Folder):
         self.notes.write_text("What is new.\n")
         self.out = self.folder / "zelvo-agent.json"
 
-    def make(self, key, *more, version="1.2.3", environment=None):
-        return run([ROOT / "scripts/make-feed", "--version", version, "--base", "https://files.example/zelvo/", "--key", key,
+    def make(self, key, *more, version="1.2.3", base="https://files.example/zelvo/", environment=None):
+        return run([ROOT / "scripts/make-feed", "--version", version, "--base", base, "--key", key,
                     "--out", self.out, "--notes", self.notes, *more, self.archive], env=environment)
 
     def assert_signed_by(self, public):
@@ -62,6 +62,13 @@ class MakeFeed(Folder):
         text.write_text(whole["feed"].replace("1.2.3", "1.2.4"))
         self.assertFalse(verifies(public, text, base64.b64decode(whole["signature"])))
         return feed
+
+    def test_refuses_what_the_agent_refuses(self):
+        key = self.make_key()
+        self.assertIn("https", self.make(key, base="http://files.example/zelvo").stderr)
+        for version in ("2.0-beta", "1.2.3.4.5", "../1", ""):
+            self.assertNotEqual(self.make(key, version=version).returncode, 0, version)
+        self.assertFalse(self.out.exists())
 
     def test_has_the_form_that_the_agent_reads(self):
         key = self.make_key()
