@@ -73,6 +73,14 @@ protected:
         EXPECT_FALSE(controller->installOnQuit());
         EXPECT_TRUE(before.isIn(installed));
     }
+    /// The only text of a check that was refused.
+    void expectFailure(std::string const& text)
+    {
+        ASSERT_EQ(aborts.size(), 1U);
+        EXPECT_EQ(aborts.back().code, UpdateAbort::failed);
+        EXPECT_EQ(aborts.back().description, text);
+        expectUntouched();
+    }
     std::vector<std::filesystem::path> downloads() const
     {
         std::vector<std::filesystem::path> found;
