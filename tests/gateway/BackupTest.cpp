@@ -238,6 +238,7 @@ TEST_F(Backup, thatIsKilledIsWholeOrNotThere)
     for (int round = 0; round < 20; ++round) {
         std::string const name = place.out("backup" + std::to_string(round));
         Program const program(place.out("printed"), {"backup", name, "--data", place.data});
+        // The moment of the kill is what the test varies.
         std::this_thread::sleep_for(std::chrono::milliseconds(20 * round));
         program.send(SIGKILL);
         if (fs::exists(name))

@@ -26,7 +26,16 @@ public:
 };
 
 /// The program's folder before, at and after an update.
-class ArchiveInstallTest : public UpdatesFixture {};
+class ArchiveInstallTest : public UpdatesFixture {
+protected:
+    void installAfter()
+    {
+        start();
+        offer(after);
+        check();
+        ASSERT_TRUE(controller->installOnQuit());
+    }
+};
 
 TEST_F(ArchiveInstallTest, leavesAFolderWithOtherFilesAlone)
 {
@@ -102,10 +111,7 @@ TEST_F(ArchiveInstallTest, doesNotMoveFilesThatArrivedMeanwhile)
 TEST_F(ArchiveInstallTest, staysWithItsGateway)
 {
     platform.info.texts["ZelvoGatewayURL"] = "wss://mine.example";
-    start();
-    offer(after);
-    check();
-    ASSERT_TRUE(controller->installOnQuit());
+    installAfter();
 
     EXPECT_NE(contentOf(installed / "Info.json").find("wss://mine.example"), std::string::npos);
     EXPECT_EQ(fs::status(installed / "Info.json").permissions(), fs::perms(0644));
@@ -193,10 +199,7 @@ TEST_F(ArchiveInstallTest, doesNotInstallAStandbyThatChanged)
 TEST_F(ArchiveInstallTest, theNewFolderHasTheModeOfTheOld)
 {
     fs::permissions(installed, fs::perms(0700));
-    start();
-    offer(after);
-    check();
-    ASSERT_TRUE(controller->installOnQuit());
+    installAfter();
 
     EXPECT_EQ(fs::status(installed).permissions(), fs::perms(0700));
 }
@@ -204,10 +207,7 @@ TEST_F(ArchiveInstallTest, theNewFolderHasTheModeOfTheOld)
 TEST_F(ArchiveInstallTest, theNewFolderIsWritableForNobodyElse)
 {
     fs::permissions(installed, fs::perms(0777));
-    start();
-    offer(after);
-    check();
-    ASSERT_TRUE(controller->installOnQuit());
+    installAfter();
 
     EXPECT_EQ(fs::status(installed).permissions(), fs::perms(0755));
 }
@@ -224,10 +224,7 @@ TEST_F(ArchiveInstallTest, aStartRemovesAnUnfinishedStandby)
 
 TEST_F(ArchiveInstallTest, aStartKeepsTheOldVersionDuringATrial)
 {
-    start();
-    offer(after);
-    check();
-    ASSERT_TRUE(controller->installOnQuit());
+    installAfter();
     controller.reset();
     platform.settle();
     platform.info.texts["CFBundleShortVersionString"] = "2.0";
@@ -246,10 +243,7 @@ TEST_F(ArchiveInstallTest, aStartKeepsTheOldVersionDuringATrial)
 
 TEST_F(ArchiveInstallTest, aMinuteOfRunningCountsAsAStart)
 {
-    start();
-    offer(after);
-    check();
-    ASSERT_TRUE(controller->installOnQuit());
+    installAfter();
     controller.reset();
     platform.settle();
     platform.info.texts["CFBundleShortVersionString"] = "2.0";

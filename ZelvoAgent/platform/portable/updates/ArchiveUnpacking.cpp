@@ -1,10 +1,9 @@
 #include "platform/portable/updates/ArchiveUnpacking.h"
 
-#include "base/LocalizedTexts.h"
-#include "platform/Updates.h"
 #include "platform/portable/files/FileBytes.h"
 #include "platform/portable/files/Files.h"
 #include "platform/portable/files/UniqueFd.h"
+#include "platform/portable/updates/UpdateFailures.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -13,11 +12,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <set>
 #include <string>
-#include <system_error>
 
 namespace zelvo {
 
@@ -37,13 +34,12 @@ using ReaderPtr = std::unique_ptr<archive, ReaderCleanup>;
 
 [[noreturn]] void failAsDamaged()
 {
-    throw UpdateAbort{.description = localized("update.error.archive")};
+    throw updateFailure("update.error.archive");
 }
 
 [[noreturn]] void failOnDisk()
 {
-    throw UpdateAbort{.description =
-                          localized("update.error.disk", {std::generic_category().message(errno)})};
+    throw updateDiskFailure();
 }
 
 /// A reader of exactly the formats that releases have: each other one would be more code for hostile bytes.

@@ -1,12 +1,12 @@
 #include "platform/portable/updates/ProgramFolder.h"
 
 #include "base/LocalizedTexts.h"
-#include "platform/Updates.h"
 #include "platform/portable/files/Files.h"
 #include "platform/portable/files/FolderExchange.h"
 #include "platform/portable/files/StandbyFolder.h"
 #include "platform/portable/settings/FileInformationDictionary.h"
 #include "platform/portable/updates/ArchiveUnpacking.h"
+#include "platform/portable/updates/UpdateFailures.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -80,8 +80,7 @@ void ProgramFolder::makeStandby() const
     constexpr mode_t maxMode = 0755;
     if (::stat(folder.c_str(), &facts) != 0 || ::mkdir(spare.c_str(), 0700) != 0 ||
         ::chmod(spare.c_str(), facts.st_mode & maxMode) != 0)
-        throw UpdateAbort{.description =
-                              localized("update.error.disk", {std::generic_category().message(errno)})};
+        throw updateDiskFailure();
     assertFileSystem();
 }
 
@@ -126,7 +125,7 @@ UniqueFd ProgramFolder::assertLocked() const
 {
     UniqueFd held = lock();
     if (!held && errno == EWOULDBLOCK)
-        throw UpdateAbort{.description = localized("update.error.busy")};
+        throw updateFailure("update.error.busy");
     if (!held)
         throw UpdateAbort{.description = localized("update.error.folder", {folder.parent_path().string()})};
     return held;

@@ -8,17 +8,16 @@
 #include "platform/portable/files/Files.h"
 #include "platform/portable/updates/ArchiveUnpacking.h"
 #include "platform/portable/updates/UpdateDownload.h"
+#include "platform/portable/updates/UpdateFailures.h"
 #include "platform/portable/updates/UpdateRecord.h"
 #include "wire/Json.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace zelvo {
@@ -28,21 +27,11 @@ namespace {
 constexpr Duration maxFeedTime = 1min;
 constexpr Duration maxStartTime = 20s;
 
-UpdateAbort failure(std::string_view text)
-{
-    return {.description = localized(text)};
-}
-
-UpdateAbort diskFailure()
-{
-    return {.description = localized("update.error.disk", {std::generic_category().message(errno)})};
-}
-
 UpdateKey keyIn(InformationDictionary const& information)
 {
     auto key = UpdateKey::fromBase64(information.text("SUPublicEDKey").value_or(""));
     if (!key)
-        throw failure("update.error.key");
+        throw updateFailure("update.error.key");
     return *std::move(key);
 }
 
@@ -53,7 +42,7 @@ UpdateCheck::UpdateCheck(std::shared_ptr<ArchiveUpdates::Parts> given, Report re
       address(services.information.text("SUFeedURL").value_or("")), key(keyIn(services.information))
 {
     if (!address.starts_with("https://"))
-        throw failure("update.error.address");
+        throw updateFailure("update.error.address");
 }
 
 Task<UpdateFeed> UpdateCheck::look(std::string newerThan)
@@ -101,7 +90,7 @@ void UpdateCheck::assertOffered(UpdateFeed const& feed, std::string const& newer
         throw UpdateAbort{.code = UpdateAbort::nothingFound, .description = localized("update.none")};
     }
     if (!parts->records.change([&](UpdateRecord& changed) { changed.newest = feed.version; }))
-        throw diskFailure();
+        throw updateDiskFailure();
 }
 
 Task<> UpdateCheck::fetch(UpdateArchive archive, UpdateItem item)
@@ -111,6 +100,9 @@ Task<> UpdateCheck::fetch(UpdateArchive archive, UpdateItem item)
     report(progress);
     UpdateDownload const download(services.records, std::move(archive));
     auto const count = [report = report, progress](std::int64_t received) mutable {
+        // Often: what nobody can see is not worth a turn of the main thread.
+        if (received - progress.receivedBytes < progress.totalBytes / 200 && received != progress.totalBytes)
+            return true;
         progress.receivedBytes = received;
         report(progress);
         return true;
@@ -121,7 +113,7 @@ Task<> UpdateCheck::fetch(UpdateArchive archive, UpdateItem item)
         folder.makeStandby();
         unpackArchive(file.get(), folder.standby());
         if (folder.standbyVersion() != progress.item.displayVersion)
-            throw failure("update.error.archive");
+            throw updateFailure("update.error.archive");
         keepAddresses();
     };
     co_await on(services.contexts.workers, unpack);
@@ -135,14 +127,14 @@ void UpdateCheck::keepAddresses() const
     auto const found = files::read(file, maxInformation);
     auto information = found ? parseJson(found->content) : std::nullopt;
     if (!information || !information->is_object())
-        throw failure("update.error.archive");
+        throw updateFailure("update.error.archive");
     for (char const* const name : {"ZelvoGatewayURL", "ZelvoConsoleURL"})
         if (auto const present = services.information.text(name))
             information->as_object()[name] = *present;
     // In place: nobody reads the standby folder yet, and a temporary file could stay in it.
     UniqueFd const written(::open(file.c_str(), O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC));
     if (!written || !files::writeAll(written.get(), writeJson(*information)) || ::fsync(written.get()) != 0)
-        throw diskFailure();
+        throw updateDiskFailure();
 }
 
 /// Without a display the program says so and ends with 1. What lacks a library here, or is for another
@@ -157,7 +149,7 @@ Task<> UpdateCheck::assertStarts(std::string version)
         DelayedCall limit(services.contexts.agent, services.clock);
         limit.in(maxStartTime, [&child] { child->signal(GroupSignal::kill); });
         status = co_await child->exit();
-    } catch (LaunchFailure const&) { // NOLINT(bugprone-empty-catch): the status says it.
+    } catch (LaunchFailure const&) { // NOLINT(bugprone-empty-catch): `status` stays empty, which fails below.
     }
     if (status != EXIT_FAILURE)
         throw UpdateAbort{.description = localized("update.error.start", {version})};

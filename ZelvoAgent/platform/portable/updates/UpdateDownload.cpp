@@ -3,6 +3,7 @@
 #include "base/LocalizedTexts.h"
 #include "platform/Updates.h"
 #include "platform/portable/files/Files.h"
+#include "platform/portable/updates/UpdateFailures.h"
 
 #include <openssl/sha.h>
 
@@ -10,7 +11,6 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <system_error>
@@ -79,11 +79,6 @@ void removeFile(fs::path const& file)
     fs::remove(file, ignored);
 }
 
-UpdateAbort diskFailure()
-{
-    return {.description = localized("update.error.disk", {std::generic_category().message(errno)})};
-}
-
 } // namespace
 
 UpdateDownload::UpdateDownload(fs::path const& folder, UpdateArchive wanted)
@@ -144,14 +139,14 @@ UniqueFd UpdateDownload::verified(UpdateKey const& key) const
     UniqueFd found(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     struct stat facts{};
     if (!found || ::fstat(found.get(), &facts) != 0)
-        throw diskFailure();
+        throw updateDiskFailure();
     if (!S_ISREG(facts.st_mode) || facts.st_size != archive.bytes) {
         remove();
         throw UpdateAbort{.description = localized("update.error.length")};
     }
     MappedFile const content(found.get(), static_cast<std::size_t>(facts.st_size));
     if (!content)
-        throw diskFailure();
+        throw updateDiskFailure();
     if (!key.verifies(content.text(), archive.signature)) {
         remove();
         throw UpdateAbort{.description = localized("update.error.archiveSignature")};

@@ -2,7 +2,7 @@
 
 #include "base/LocalizedTexts.h"
 #include "base/Text.h"
-#include "platform/Updates.h"
+#include "platform/portable/updates/UpdateFailures.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/url/parse.hpp>
@@ -25,17 +25,12 @@ constexpr std::size_t maxVersionLength = 32;
 constexpr std::size_t maxNotesLength = 4000;
 constexpr std::size_t maxAddressLength = 2000;
 
-UpdateAbort failure(std::string_view text)
-{
-    return {.description = localized(text)};
-}
-
 json::object parsed(std::string_view text)
 {
     boost::system::error_code error;
     json::value value = json::parse(text, error);
     if (error || !value.is_object())
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     return std::move(value.as_object());
 }
 
@@ -43,7 +38,7 @@ std::string_view textIn(json::object const& object, std::string_view key)
 {
     json::value const* const value = object.if_contains(key);
     if (!value || !value->is_string())
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     return value->get_string();
 }
 
@@ -51,7 +46,7 @@ std::int64_t numberIn(json::object const& object, std::string_view key)
 {
     json::value const* const value = object.if_contains(key);
     if (!value || !value->is_int64())
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     return value->get_int64();
 }
 
@@ -85,9 +80,9 @@ UpdateArchive archiveOf(json::object const& entry)
     auto const url = boost::urls::parse_uri(archive.address);
     if (!url || url->scheme() != "https" || url->encoded_host().empty() || url->has_userinfo() ||
         archive.address.size() > maxAddressLength)
-        throw failure("update.error.address");
+        throw updateFailure("update.error.address");
     if (archive.bytes <= 0 || archive.bytes > maxArchiveBytes)
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     return archive;
 }
 
@@ -95,15 +90,15 @@ UpdateArchive archiveFor(json::object const& feed, UpdateTarget const& target)
 {
     json::value const* const archives = feed.if_contains("archives");
     if (!archives || !archives->is_array())
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     for (json::value const& entry : archives->get_array()) {
         if (!entry.is_object())
-            throw failure("update.error.feed");
+            throw updateFailure("update.error.feed");
         json::object const& one = entry.get_object();
         if (textIn(one, "system") == target.system && textIn(one, "architecture") == target.architecture)
             return archiveOf(one);
     }
-    throw failure("update.error.system");
+    throw updateFailure("update.error.system");
 }
 
 } // namespace
@@ -123,12 +118,12 @@ UpdateFeed parseFeed(std::string_view text, UpdateTarget const& target)
 {
     json::object const feed = parsed(text);
     if (numberIn(feed, "format") != knownFormat)
-        throw failure("update.error.format");
+        throw updateFailure("update.error.format");
     if (textIn(feed, "program") != ownProgram)
-        throw failure("update.error.program");
+        throw updateFailure("update.error.program");
     std::string_view const version = textIn(feed, "version");
     if (!isVersion(version))
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     return {.version = std::string(version),
             .notes = notesIn(feed, target.language),
             .archive = archiveFor(feed, target)};
@@ -137,11 +132,11 @@ UpdateFeed parseFeed(std::string_view text, UpdateTarget const& target)
 UpdateFeed readFeed(std::string_view document, UpdateKey const& key, UpdateTarget const& target)
 {
     if (document.size() > maxFeedBytes)
-        throw failure("update.error.feed");
+        throw updateFailure("update.error.feed");
     json::object const envelope = parsed(document);
     std::string_view const text = textIn(envelope, "feed");
     if (!key.verifies(text, textIn(envelope, "signature")))
-        throw failure("update.error.signature");
+        throw updateFailure("update.error.signature");
     return parseFeed(text, target);
 }
 
