@@ -3,8 +3,8 @@
 #include "base/Geometry.h"
 #include "platform/linux/atspi/AtspiRole.h"
 #include "platform/linux/atspi/WindowFit.h"
-#include "platform/linux/x11/DisplayLayout.h"
-#include "platform/linux/x11/windows/ProcessWindows.h"
+#include "platform/linux/screen/DisplayLayout.h"
+#include "platform/linux/screen/ProcessWindow.h"
 
 #include <cstddef>
 #include <cstdint>

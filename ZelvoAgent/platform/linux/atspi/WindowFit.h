@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/x11/windows/ProcessWindows.h"
+#include "platform/linux/screen/ProcessWindow.h"
 
 #include <cstddef>
 #include <cstdint>

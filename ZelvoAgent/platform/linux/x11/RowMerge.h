@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/screen/PixelRegion.h"
 
 #include <vector>
 

@@ -2,7 +2,7 @@
 
 #include "base/Contexts.h"
 #include "base/LockedBox.h"
-#include "platform/linux/x11/DisplayLayout.h"
+#include "platform/linux/screen/DisplayLayout.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Events.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/linux/applications/DesktopEntries.h"
-#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/screen/PixelRegion.h"
 #include "platform/linux/x11/capture/ShownLayout.h"
 #include "platform/linux/x11/capture/WindowWatch.h"
 

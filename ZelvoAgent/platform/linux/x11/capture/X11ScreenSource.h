@@ -4,7 +4,7 @@
 #include "base/Contexts.h"
 #include "platform/ScreenSource.h"
 #include "platform/linux/applications/DesktopEntries.h"
-#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/screen/PixelRegion.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/X11Events.h"
 

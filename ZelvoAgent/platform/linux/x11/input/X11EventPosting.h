@@ -4,7 +4,7 @@
 #include "base/Contexts.h"
 #include "platform/EventPosting.h"
 #include "platform/KeyboardLayout.h"
-#include "platform/linux/x11/DisplayLayout.h"
+#include "platform/linux/screen/DisplayLayout.h"
 
 #include <functional>
 #include <memory>

@@ -2,7 +2,7 @@
 
 #include "base/Contexts.h"
 #include "platform/PointerPresses.h"
-#include "platform/linux/x11/DisplayLayout.h"
+#include "platform/linux/screen/DisplayLayout.h"
 
 #include <functional>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/OverlayWindows.h"
-#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/screen/PixelRegion.h"
 #include "platform/linux/x11/X11DisplayLayout.h"
 #include "platform/linux/x11/overlays/OverlayServer.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/WindowList.h"
-#include "platform/linux/x11/DisplayLayout.h"
+#include "platform/linux/screen/DisplayLayout.h"
 #include "platform/linux/x11/windows/WindowOwners.h"
 
 namespace zelvo {

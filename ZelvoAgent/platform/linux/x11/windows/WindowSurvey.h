@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/linux/applications/WindowWords.h"
-#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/screen/PixelRegion.h"
 
 #include <array>
 #include <cstdint>

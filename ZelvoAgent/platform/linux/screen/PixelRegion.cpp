@@ -1,4 +1,4 @@
-#include "platform/linux/x11/PixelRegion.h"
+#include "platform/linux/screen/PixelRegion.h"
 
 #include "platform/linux/x11/RowMerge.h"
 
