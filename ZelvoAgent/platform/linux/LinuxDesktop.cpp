@@ -26,7 +26,8 @@ std::optional<X11Events> readEvents(Contexts const& contexts, std::shared_ptr<X1
 LinuxDesktop::LinuxDesktop(Contexts const& contexts, Clock& clock, BusConnection& system, BusConnection& user)
     : display(X11Connection::open()), displayEvents(readEvents(contexts, display)), layout(contexts, display),
       survey(display), windows(survey, layout, entries), focus(contexts),
-      frontChanges(contexts, X11Connection::open()), opener(contexts, clock, display, entries, focus, user),
+      frontChanges(contexts, X11Connection::open()), applicationWindows(display, entries, focus),
+      opener(contexts, clock, entries, applicationWindows, user),
       workspace(display, entries, &opener, frontChanges.keyboardGrab()),
       screen(contexts, clock, display, layout, entries), streams(contexts, clock, screen),
       drawings(contexts, layout, entries, screen),

@@ -19,8 +19,8 @@
 #include "platform/linux/x11/input/X11HotKey.h"
 #include "platform/linux/x11/input/X11PointerPresses.h"
 #include "platform/linux/x11/overlays/X11OverlayWindows.h"
-#include "platform/linux/x11/windows/ApplicationOpener.h"
 #include "platform/linux/x11/windows/RecentSurvey.h"
+#include "platform/linux/x11/windows/X11ApplicationWindows.h"
 #include "platform/linux/x11/windows/X11FrontChanges.h"
 #include "platform/linux/x11/windows/X11WindowFocus.h"
 #include "platform/linux/x11/windows/X11WindowList.h"
@@ -49,6 +49,7 @@ struct LinuxDesktop {
     X11WindowList windows;
     X11WindowFocus focus;
     X11FrontChanges frontChanges;
+    X11ApplicationWindows applicationWindows;
     ApplicationOpener opener;
     X11Workspace workspace;
     X11ScreenSource screen;
