@@ -49,7 +49,7 @@ X11Desktop::X11Desktop(DesktopParts const& parts)
       systemAccess(parts.contexts,
                    parts.clock,
                    parts.user,
-                   displayFacts(),
+                   desktopFacts(displayFacts()),
                    variable("AT_SPI_BUS_ADDRESS"),
                    [this] { return unreadableApplications(); }),
       elements(parts.contexts,
@@ -57,7 +57,7 @@ X11Desktop::X11Desktop(DesktopParts const& parts)
                parts.user,
                variable("AT_SPI_BUS_ADDRESS"),
                elementScreen(),
-               [this] { systemAccess.noteUnreadable(); }),
+               [this] { systemAccess.noteChange(); }),
       elementChanges(parts.contexts, parts.clock, [this] { return elements.busAddress(); })
 {
 }
