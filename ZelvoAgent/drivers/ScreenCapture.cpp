@@ -107,7 +107,7 @@ Task<CapturedImage> ScreenCapture::capture(ScreenshotOptions options)
     request.width = size.width;
     request.height = size.height;
     request.excluded = co_await excludedApplications();
-    Picture const picture = co_await source.capture(std::move(request));
+    Picture const picture = co_await take(std::move(request));
 
     CapturedImage image;
     image.data = co_await on(contexts.workers, [&] { return encode(picture, options); });
@@ -118,6 +118,17 @@ Task<CapturedImage> ScreenCapture::capture(ScreenshotOptions options)
     if (region)
         image.region = region->points;
     co_return image;
+}
+
+Task<Picture> ScreenCapture::take(CaptureRequest request)
+{
+    try {
+        co_return co_await source.capture(std::move(request));
+    } catch (ScreenFailure const& failure) {
+        if (failure.mayShowExcluded)
+            throw AgentError::hiddenAppActive;
+        throw;
+    }
 }
 
 Task<std::set<std::string>> ScreenCapture::excludedApplications()

@@ -61,14 +61,17 @@ public:
     /// Throws AgentError::machineUnavailable if there is no screen.
     Display mainDisplay();
     DisplayGeometry displayGeometry();
-    /// Throws AgentError::permissionMissing if no display may be captured, AgentError::invalidRequest if no
-    /// pixel of the display is in the region, or the system's failure.
+    /// Throws AgentError::permissionMissing if no display may be captured, AgentError::hiddenAppActive if a
+    /// hidden application may be on the screen and the system cannot leave it out, AgentError::invalidRequest
+    /// if no pixel of the display is in the region, or the system's failure.
     Task<CapturedImage> capture(ScreenshotOptions options);
 
     /// The identifiers to leave out: this program's and the hidden ones, read again at each call.
     Task<std::set<std::string>> excludedApplications();
 
 private:
+    Task<Picture> take(CaptureRequest request);
+
     Contexts contexts;
     ScreenSource& source;
     HiddenAppsStore& hiddenApps;

@@ -49,9 +49,11 @@ struct Picture {
     PixelBuffer pixels;
 };
 
-/// The screen system refused or failed. Agents never see it.
+/// The screen system refused or failed. Agents never see the reason.
 struct ScreenFailure {
     std::string reason;
+    /// An excluded application may be on the screen, and the screen system gives no picture without it.
+    bool mayShowExcluded = false;
 };
 
 /// Takes still pictures of a display. Excluded applications are left out before any pixel is read.

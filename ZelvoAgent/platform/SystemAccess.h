@@ -18,6 +18,9 @@ public:
     virtual Permissions current() = 0;
     /// Why permissions are missing. May wait some milliseconds for the display server, so not on main.
     virtual PermissionCauses causes() = 0;
+    /// Does what the person asks for with a button beside a cause that canBeRequested(): opens the desktop's
+    /// own dialog, or installs and enables what this program brings along. Returns at once. Thread: main.
+    virtual void request(PermissionCause::Kind kind) = 0;
     /// Calls the observer on the main executor when current() or causes() may have changed, until the
     /// connection ends. Only the end of an application that started too early is not reported. Thread: main.
     virtual boost::signals2::connection observe(std::function<void()> observer) = 0;

@@ -2,6 +2,7 @@
 
 #include "drivers/ScreenRegion.h"
 #include "router/GuardedWait.h"
+#include "wire/AgentError.h"
 
 #include <boost/asio/this_coro.hpp>
 
@@ -92,7 +93,13 @@ private:
 Task<ScreenSettling::Result> ScreenSettling::settle(Request request)
 {
     Wait wait(services, co_await asio::this_coro::executor, std::move(request));
-    co_return co_await wait.result();
+    try {
+        co_return co_await wait.result();
+    } catch (ScreenFailure const& failure) {
+        if (failure.mayShowExcluded)
+            throw AgentError::hiddenAppActive;
+        throw;
+    }
 }
 
 } // namespace zelvo

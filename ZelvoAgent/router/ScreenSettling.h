@@ -39,7 +39,8 @@ public:
     explicit ScreenSettling(Services services) : services(std::move(services)) {}
 
     /// Throws AgentError as an action would, at once if a pause, a lock or the loss of the right ends the
-    /// wait; AgentError::invalidRequest for a region without a pixel of the display; ScreenFailure.
+    /// wait; AgentError::invalidRequest for a region without a pixel of the display;
+    /// AgentError::hiddenAppActive as ScreenCapture does; ScreenFailure.
     Task<Result> settle(Request request);
 
 private:

@@ -10,6 +10,7 @@ namespace zelvo {
 struct PermissionHelp {
     std::string cause;
     std::string cure;
+    std::string action = {}; ///< of a button that calls SystemAccess::request(); empty without one
     bool operator==(PermissionHelp const&) const = default;
 };
 

@@ -214,6 +214,7 @@ class FakeSystemAccess final : public SystemAccess {
 public:
     Permissions granted{.accessibility = true, .screenRecording = true};
     PermissionCauses missing;
+    std::vector<PermissionCause::Kind> requested; ///< what the person asked for
     std::function<void()> onRead;
     boost::signals2::signal<void()> changed; ///< a test emits it
 
@@ -224,6 +225,7 @@ public:
         return granted;
     }
     PermissionCauses causes() override { return missing; }
+    void request(PermissionCause::Kind kind) override { requested.push_back(kind); }
     boost::signals2::connection observe(std::function<void()> observer) override
     {
         return changed.connect(observer);

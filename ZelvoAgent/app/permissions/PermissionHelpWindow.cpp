@@ -20,7 +20,7 @@ constexpr int windowWidth = 480; // Points.
 } // namespace
 
 PermissionHelpWindow::PermissionHelpWindow(AppServices const& services)
-    : FittedWindow(worded("window.permissionHelp")),
+    : FittedWindow(worded("window.permissionHelp")), access(services.platform.access()),
       permissions(
           services.platform.access(), services.contexts, services.platform.clock(), [this] { rebuildSoon(); })
 {
@@ -38,6 +38,7 @@ QWidget* PermissionHelpWindow::newColumn()
     addPermission(*column, content, "permission.screenRecording", now.screenRecording,
                   causes.screenRecording);
     addPermission(*column, content, "permission.accessibility", now.accessibility, causes.accessibility);
+    addLacks(*column, content, causes.lacks);
     auto* const again = new Button(worded("common.refresh"), Button::Kind::secondary, content);
     again->onPressed([this] { permissions.look(); });
     auto* const end = new Button(worded("common.close"), Button::Kind::primary, content);
@@ -69,14 +70,38 @@ void PermissionHelpWindow::addPermission(QVBoxLayout& column,
     state->setWordWrap(false);
     head->addWidget(state);
     card->column().addLayout(head);
+    addCauses(*card, causes);
+    column.addWidget(card);
+}
+
+void PermissionHelpWindow::addLacks(QVBoxLayout& column,
+                                    QWidget* content,
+                                    std::vector<PermissionCause> const& lacks)
+{
+    if (lacks.empty())
+        return;
+    auto* const card = new Card(content);
+    card->column().addWidget(
+        new TextLabel(worded("permission.lacks"), TextLabel::Size::heading, TextLabel::Tone::primary, card));
+    addCauses(*card, lacks);
+    column.addWidget(card);
+}
+
+void PermissionHelpWindow::addCauses(Card& card, std::vector<PermissionCause> const& causes)
+{
     for (PermissionCause const& cause : causes) {
         PermissionHelp const help = helpFor(cause);
-        card->column().addWidget(
-            new TextLabel(toQString(help.cause), TextLabel::Size::normal, TextLabel::Tone::primary, card));
-        card->column().addWidget(
-            new TextLabel(toQString(help.cure), TextLabel::Size::small, TextLabel::Tone::secondary, card));
+        card.column().addWidget(
+            new TextLabel(toQString(help.cause), TextLabel::Size::normal, TextLabel::Tone::primary, &card));
+        card.column().addWidget(
+            new TextLabel(toQString(help.cure), TextLabel::Size::small, TextLabel::Tone::secondary, &card));
+        if (help.action.empty())
+            continue;
+        auto* const button = new Button(toQString(help.action), Button::Kind::secondary, &card);
+        button->setAccessibleName(button->label() + ": " + toQString(help.cause));
+        button->onPressed([this, kind = cause.kind] { access.request(kind); });
+        card.column().addWidget(button, 0, Qt::AlignLeading);
     }
-    column.addWidget(card);
 }
 
 } // namespace zelvo

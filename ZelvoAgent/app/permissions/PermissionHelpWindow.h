@@ -8,6 +8,8 @@ class QVBoxLayout;
 
 namespace zelvo {
 
+class Card;
+
 /// Says why agents cannot see or operate something, and what helps. Thread: main.
 class PermissionHelpWindow final : public FittedWindow {
 public:
@@ -22,7 +24,10 @@ private:
                        std::string_view title,
                        bool granted,
                        std::vector<PermissionCause> const& causes);
+    void addLacks(QVBoxLayout& column, QWidget* content, std::vector<PermissionCause> const& lacks);
+    void addCauses(Card& card, std::vector<PermissionCause> const& causes);
 
+    SystemAccess& access;
     PermissionsWatch permissions;
     Soon rebuildSoon{[this] { rebuild(); }};
 };

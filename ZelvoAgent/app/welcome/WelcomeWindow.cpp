@@ -171,9 +171,12 @@ void WelcomeWindow::addFoot(QVBoxLayout& column, QWidget* content)
 void WelcomeWindow::act(int id)
 {
     if (id == 3)
-        openConsole(services);
-    else
-        services.openWindow(AppWindow::permissionHelp);
+        return openConsole(services);
+    for (PermissionCause const& cause :
+         id == 1 ? permissions.causes().screenRecording : permissions.causes().accessibility)
+        if (canBeRequested(cause.kind))
+            return services.platform.access().request(cause.kind);
+    services.openWindow(AppWindow::permissionHelp);
 }
 
 } // namespace zelvo

@@ -38,9 +38,9 @@ bool wasPutBack()
     return own && isVersionBelow(*own, rejected);
 }
 
-/// The Linux machine: X11, D-Bus and the ordinary files. Members stand in the order in which they need each
-/// other. The desktop is made when it is first asked for, on the main thread: a second start of the program
-/// hands over and ends without touching it.
+/// The Linux machine: its desktop, D-Bus and the ordinary files. Members stand in the order in which they
+/// need each other. The desktop is made when it is first asked for, on the main thread: a second start of the
+/// program hands over and ends without touching it.
 class LinuxPlatform final : public Platform {
 public:
     explicit LinuxPlatform(Contexts const& contexts)
@@ -59,7 +59,7 @@ public:
           processes(contexts), folders(xdg::configHome(), xdg::home()),
           fileReveal(contexts.workers,
                      user,
-                     [this](std::string const& url) { return desktop().workspace.openUrl(url); }),
+                     [this](std::string const& url) { return desktop().workspace().openUrl(url); }),
           programUpdates({.contexts = contexts,
                           .clock = time,
                           .http = loading,
@@ -78,30 +78,30 @@ public:
     SingleInstance& singleInstance() override { return instance; }
     Installation& installation() override { return installed; }
     Updates& updates() override { return programUpdates; }
-    SessionEvents& session() override { return desktop().session; }
+    SessionEvents& session() override { return desktop().session(); }
     PowerAssertions& power() override { return assertions; }
     UserNotifications& notifications() override { return notices; }
     NetworkPath& network() override { return path; }
-    HotKey& hotKey() override { return desktop().hotKey; }
-    SystemTray& tray() override { return desktop().tray; }
-    Workspace& workspace() override { return desktop().workspace; }
-    WindowList& windows() override { return desktop().windows; }
-    WindowFocus& focus() override { return desktop().focus; }
-    FrontChanges& frontChanges() override { return desktop().frontChanges; }
-    Accessibility& accessibility() override { return desktop().accessibility; }
-    ScreenSource& screen() override { return desktop().screen; }
-    ScreenStreams& screenStreams() override { return desktop().streams; }
-    InterfaceWatches& interfaces() override { return desktop().interfaces; }
-    DrawingWatches& drawings() override { return desktop().drawings; }
+    HotKey& hotKey() override { return desktop().hotKey(); }
+    SystemTray& tray() override { return desktop().tray(); }
+    Workspace& workspace() override { return desktop().workspace(); }
+    WindowList& windows() override { return desktop().windows(); }
+    WindowFocus& focus() override { return desktop().focus(); }
+    FrontChanges& frontChanges() override { return desktop().frontChanges(); }
+    Accessibility& accessibility() override { return desktop().accessibility(); }
+    ScreenSource& screen() override { return desktop().screen(); }
+    ScreenStreams& screenStreams() override { return desktop().screenStreams(); }
+    InterfaceWatches& interfaces() override { return desktop().interfaces(); }
+    DrawingWatches& drawings() override { return desktop().drawings(); }
     VideoFiles& videos() override { return videoFiles; }
     VideoFolders& videoFolders() override { return folders; }
     FileReveal& reveal() override { return fileReveal; }
-    EventPosting& events() override { return desktop().events; }
-    PointerPresses& presses() override { return desktop().presses; }
-    KeyboardLayout& keyboardLayout() override { return desktop().events; }
-    Pasteboard& pasteboard() override { return desktop().pasteboard; }
-    OverlayWindows& overlays() override { return desktop().overlays; }
-    SystemAccess& access() override { return desktop().access; }
+    EventPosting& events() override { return desktop().events(); }
+    PointerPresses& presses() override { return desktop().presses(); }
+    KeyboardLayout& keyboardLayout() override { return desktop().keyboardLayout(); }
+    Pasteboard& pasteboard() override { return desktop().pasteboard(); }
+    OverlayWindows& overlays() override { return desktop().overlays(); }
+    SystemAccess& access() override { return desktop().access(); }
     MachineFacts& facts() override { return machineFacts; }
     WebSocketOpener& sockets() override { return opener; }
     HttpLoading& http() override { return loading; }
@@ -111,7 +111,7 @@ private:
     LinuxDesktop& desktop()
     {
         if (!madeDesktop) {
-            madeDesktop = std::make_unique<LinuxDesktop>(contexts, time, system, user);
+            madeDesktop = makeDesktop({contexts, time, system, user, secretStore});
             system.start(); // Only now, so that those who watch miss nothing.
             user.start();
         }

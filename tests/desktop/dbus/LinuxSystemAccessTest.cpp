@@ -22,11 +22,11 @@ protected:
     {
         access = std::make_unique<LinuxSystemAccess>(
             running.contexts(), running.clock, running.session,
-            DisplayFacts{.isReachable = [this] { return isReachable.load(); },
-                         .hasTestExtension = [this] { return hasTest.load(); },
-                         .isXwayland = [this] { return isXwayland.load(); },
-                         .canCapture = [this] { return canCapture.load(); },
-                         .missingForCapture = [] { return Names{"Composite"}; }},
+            desktopFacts({.isReachable = [this] { return isReachable.load(); },
+                          .hasTestExtension = [this] { return hasTest.load(); },
+                          .isXwayland = [this] { return isXwayland.load(); },
+                          .canCapture = [this] { return canCapture.load(); },
+                          .missingForCapture = [] { return Names{"Composite"}; }}),
             std::move(address), [this] { return unreadable.get(); });
         access->observe([this] { ++changes; });
         running.session.start();
@@ -208,7 +208,7 @@ TEST_F(Access, namesApplicationsThatStartedTooEarlyWhileItIsGiven)
     ASSERT_TRUE(running.eventually([&] { return changes == 1; }));
 
     unreadable.set({"Files", "Mail"});
-    access->noteUnreadable();
+    access->noteChange();
 
     EXPECT_TRUE(running.eventually([&] { return changes == 2; }));
     EXPECT_EQ(access->current(), all);
@@ -224,11 +224,11 @@ TEST_F(Access, reportsNothingToAnObserverThatHasLeft)
     int calls = 0;
     {
         boost::signals2::scoped_connection const briefly = access->observe([&] { ++calls; });
-        access->noteUnreadable();
+        access->noteChange();
         ASSERT_TRUE(running.eventually([&] { return calls == 1; }));
     }
 
-    access->noteUnreadable();
+    access->noteChange();
 
     EXPECT_TRUE(running.eventually([&] { return changes == 3; }));
     EXPECT_EQ(calls, 1);

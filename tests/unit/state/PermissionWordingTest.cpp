@@ -14,11 +14,13 @@ using Kind = PermissionCause::Kind;
 
 std::vector<PermissionCause> allCauses()
 {
-    return {{Kind::noDisplay},
-            {Kind::waylandSession},
-            {Kind::incompleteServer, {"XTEST", "MIT-SHM"}},
-            {Kind::noAccessibilityBus},
-            {Kind::startedTooEarly, {"Files", "Mail"}}};
+    std::vector<PermissionCause> all;
+    for (int kind = 0; kind <= static_cast<int>(Kind::noOverlays); ++kind)
+        all.push_back({static_cast<Kind>(kind)});
+    all[static_cast<std::size_t>(Kind::incompleteServer)].names = {"XTEST", "MIT-SHM"};
+    all[static_cast<std::size_t>(Kind::startedTooEarly)].names = {"Files", "Mail"};
+    all[static_cast<std::size_t>(Kind::noGrantService)].names = {"org.freedesktop.portal.RemoteDesktop"};
+    return all;
 }
 
 TEST(PermissionWording, hasACauseAndACureForEach)
@@ -35,6 +37,12 @@ TEST(PermissionWording, hasACauseAndACureForEach)
         EXPECT_EQ(cures.size(), allCauses().size()) << language;
     }
     texts::useLanguage("en");
+}
+
+TEST(PermissionWording, hasAButtonForWhatCanBeRequestedAndForNothingElse)
+{
+    for (PermissionCause const& cause : allCauses())
+        EXPECT_NE(helpFor(cause).action.empty(), canBeRequested(cause.kind)) << helpFor(cause).cause;
 }
 
 TEST(PermissionWording, namesThePackageTheExtensionsAndTheApplications)

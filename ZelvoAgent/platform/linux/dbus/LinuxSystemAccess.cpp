@@ -4,6 +4,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/signals2/signal.hpp>
 
+#include <algorithm>
 #include <atomic>
 
 namespace zelvo {
@@ -12,6 +13,31 @@ namespace {
 
 constexpr char const* launcher = "org.a11y.Bus";
 
+PermissionCauses causesOf(DisplayFacts const& display)
+{
+    using Kind = PermissionCause::Kind;
+    if (!display.isReachable() || display.isXwayland()) {
+        Kind const both = display.isReachable() ? Kind::waylandSession : Kind::noDisplay;
+        return {.accessibility = {{both}}, .screenRecording = {{both}}};
+    }
+    PermissionCauses causes;
+    if (!display.hasTestExtension())
+        causes.accessibility.push_back({Kind::incompleteServer, {"XTEST"}});
+    if (!display.canCapture())
+        causes.screenRecording.push_back({Kind::incompleteServer, display.missingForCapture()});
+    return causes;
+}
+
+} // namespace
+
+DesktopFacts desktopFacts(DisplayFacts display)
+{
+    auto const permissions = [display] {
+        bool const isDesktop = display.isReachable() && !display.isXwayland();
+        return Permissions{.accessibility = isDesktop && display.hasTestExtension(),
+                           .screenRecording = isDesktop && display.canCapture()};
+    };
+    return {.permissions = permissions, .causes = [display] { return causesOf(display); }};
 }
 
 /// Runs on the agent executor, except `answers` and `changed`.
@@ -98,11 +124,11 @@ private:
 LinuxSystemAccess::LinuxSystemAccess(Contexts const& contexts,
                                      Clock& clock,
                                      BusConnection& session,
-                                     DisplayFacts display,
+                                     DesktopFacts desktop,
                                      std::optional<std::string> address,
                                      UnreadableApplications unreadable)
     : accessibility(std::make_shared<AccessibilityBus>(contexts, clock, session)),
-      display(std::move(display)), unreadable(std::move(unreadable))
+      desktop(std::move(desktop)), unreadable(std::move(unreadable))
 {
     asio::dispatch(contexts.agent,
                    [kept = accessibility, address = std::move(address)] { kept->start(address); });
@@ -115,28 +141,31 @@ LinuxSystemAccess::~LinuxSystemAccess()
 
 Permissions LinuxSystemAccess::current()
 {
-    bool const isDesktop = display.isReachable() && !display.isXwayland();
-    return {.accessibility = isDesktop && display.hasTestExtension() && accessibility->answers,
-            .screenRecording = isDesktop && display.canCapture()};
+    Permissions given = desktop.permissions();
+    given.accessibility = given.accessibility && accessibility->answers;
+    return given;
 }
 
 PermissionCauses LinuxSystemAccess::causes()
 {
     using Kind = PermissionCause::Kind;
-    if (!display.isReachable() || display.isXwayland()) {
-        Kind const both = display.isReachable() ? Kind::waylandSession : Kind::noDisplay;
-        return {.accessibility = {{both}}, .screenRecording = {{both}}};
-    }
-    PermissionCauses causes;
-    if (!display.hasTestExtension())
-        causes.accessibility.push_back({Kind::incompleteServer, {"XTEST"}});
+    PermissionCauses causes = desktop.causes();
+    auto const isNoDesktop = [](PermissionCause const& cause) {
+        return cause.kind == Kind::noDisplay || cause.kind == Kind::waylandSession;
+    };
+    if (std::ranges::any_of(causes.accessibility, isNoDesktop))
+        return causes;
     if (!accessibility->answers)
         causes.accessibility.push_back({Kind::noAccessibilityBus});
     if (auto names = unreadable ? unreadable() : std::vector<std::string>(); !names.empty())
         causes.accessibility.push_back({Kind::startedTooEarly, std::move(names)});
-    if (!display.canCapture())
-        causes.screenRecording.push_back({Kind::incompleteServer, display.missingForCapture()});
     return causes;
+}
+
+void LinuxSystemAccess::request(PermissionCause::Kind kind)
+{
+    if (desktop.request)
+        desktop.request(kind);
 }
 
 boost::signals2::connection LinuxSystemAccess::observe(std::function<void()> observer)
@@ -144,7 +173,7 @@ boost::signals2::connection LinuxSystemAccess::observe(std::function<void()> obs
     return accessibility->changed->connect(observer);
 }
 
-void LinuxSystemAccess::noteUnreadable()
+void LinuxSystemAccess::noteChange()
 {
     accessibility->reportChange();
 }

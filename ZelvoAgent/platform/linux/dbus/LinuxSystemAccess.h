@@ -23,9 +23,18 @@ struct DisplayFacts {
     std::function<std::vector<std::string>()> missingForCapture; ///< names of extensions, if it would not
 };
 
-/// Accessibility: the AT-SPI bus answers, and X accepts input events. Screen recording: a screenshot would
-/// succeed. Both only on an X server that is the desktop itself. A connection to the AT-SPI bus stays open,
-/// so that its end is noticed at once.
+/// What the display server gives, the accessibility bus aside; safe on any thread.
+struct DesktopFacts {
+    std::function<Permissions()> permissions; ///< cheap
+    std::function<PermissionCauses()> causes; ///< may block
+    std::function<void(PermissionCause::Kind)> request = {};
+};
+
+DesktopFacts desktopFacts(DisplayFacts display);
+
+/// Accessibility: the AT-SPI bus answers, and the display server accepts input events. Screen recording: a
+/// screenshot would succeed. Both only on an X server that is the desktop itself. A connection to the AT-SPI
+/// bus stays open, so that its end is noticed at once.
 class LinuxSystemAccess final : public SystemAccess {
 public:
     /// The names of running applications that can be read only after a restart. May block.
@@ -36,21 +45,22 @@ public:
     LinuxSystemAccess(Contexts const& contexts,
                       Clock& clock,
                       BusConnection& session,
-                      DisplayFacts display,
+                      DesktopFacts desktop,
                       std::optional<std::string> address,
                       UnreadableApplications unreadable = {});
     ~LinuxSystemAccess() override;
 
     Permissions current() override;
     PermissionCauses causes() override;
+    void request(PermissionCause::Kind kind) override;
     boost::signals2::connection observe(std::function<void()> observer) override;
-    /// An application has turned out to be unreadable.
-    void noteUnreadable();
+    /// An application has turned out to be unreadable, or the display server gives more or less than before.
+    void noteChange();
 
 private:
     class AccessibilityBus;
     std::shared_ptr<AccessibilityBus> accessibility;
-    DisplayFacts display;
+    DesktopFacts desktop;
     UnreadableApplications unreadable;
 };
 

@@ -186,9 +186,11 @@ private:
         } catch (ScreenFailure const& why) {
             failure = why;
         }
-        if (!failingSince)
+        if (failure.mayShowExcluded) // There are pictures again once the excluded application has ended.
+            failingSince.reset();
+        else if (!failingSince)
             failingSince = parts.clock.now();
-        if (parts.clock.now() - *failingSince >= patience)
+        if (failingSince && parts.clock.now() - *failingSince >= patience)
             co_await fail(std::move(failure));
         co_return std::nullopt;
     }

@@ -22,7 +22,8 @@ struct PacedStreamParts {
 /// A stream made from a screen source's still pictures. Once per interval it checks for changes, and takes a
 /// picture only if there are any. While no frames are wanted it does nothing and has no change detector.
 /// A picture that fails is tried again in the next interval, because windows close and displays are
-/// reconfigured. The stream ends by itself after two seconds of failures, or if the screen system is gone.
+/// reconfigured. The stream ends by itself after two seconds of failures, or if the screen system is gone;
+/// while an excluded application keeps all pictures away, it only waits.
 class PacedScreenStream final : public ScreenStream {
 public:
     /// changes  just opened

@@ -1,8 +1,9 @@
-#include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/X11Desktop.h"
 
 #include "desktop/harness/PrivateDesktop.h"
 #include "desktop/harness/XQuestions.h"
 #include "desktop/x11/LiveContexts.h"
+#include "fakes/FakeSecretStore.h"
 #include "platform/linux/system/LinuxClock.h"
 
 #include <gtest/gtest.h>
@@ -50,10 +51,10 @@ int takeEvents(xcb_connection_t* connection)
     return taken;
 }
 
-class LinuxDesktopTest : public testing::Test {
+class X11DesktopTest : public testing::Test {
 protected:
-    LinuxDesktopTest() { privateDesktop.adoptEnvironment(); }
-    ~LinuxDesktopTest() override
+    X11DesktopTest() { privateDesktop.adoptEnvironment(); }
+    ~X11DesktopTest() override
     {
         desktop.reset();
         live.stop();
@@ -64,8 +65,8 @@ protected:
     {
         pid_t const server = peerOf(xcb_get_file_descriptor(observer.get()));
         std::set<int> const before = socketsTo(server);
-        desktop.emplace(contexts, clock, system, user);
-        desktop->focus.activeWindow(); // Opens its connection.
+        desktop.emplace(DesktopParts{contexts, clock, system, user, secrets});
+        desktop->focus().activeWindow(); // Opens its connection.
         for (int const socket : socketsTo(server))
             if (!before.contains(socket))
                 sockets.insert(socket);
@@ -74,8 +75,8 @@ protected:
     /// clients, whether they asked or not.
     void borrowKeys()
     {
-        live.run(desktop->events.beginText("Привет, мир"));
-        live.run(desktop->events.endText());
+        live.run(desktop->events().beginText("Привет, мир"));
+        live.run(desktop->events().endText());
     }
     /// The unread bytes that the server has sent on these connections.
     int unreadBytes() const
@@ -103,11 +104,12 @@ protected:
     LinuxClock clock{contexts.agent};
     BusConnection system{contexts.agent, clock, openSystemBus};
     BusConnection user{contexts.agent, clock, openSessionBus};
-    std::optional<LinuxDesktop> desktop;
+    FakeSecretStore secrets;
+    std::optional<X11Desktop> desktop;
     std::set<int> sockets;
 };
 
-TEST_F(LinuxDesktopTest, readsWhatTheServerSendsUnasked)
+TEST_F(X11DesktopTest, readsWhatTheServerSendsUnasked)
 {
     start();
     ASSERT_GE(sockets.size(), 5U);
@@ -118,7 +120,7 @@ TEST_F(LinuxDesktopTest, readsWhatTheServerSendsUnasked)
     EXPECT_TRUE(waitFor([&] { return unreadBytes() == 0; })) << unreadBytes();
 }
 
-TEST_F(LinuxDesktopTest, readsKeymapChangesOfOtherProgramsWhileNobodyTypes)
+TEST_F(X11DesktopTest, readsKeymapChangesOfOtherProgramsWhileNobodyTypes)
 {
     start();
     privateDesktop.run({"setxkbmap", "de"});
@@ -130,19 +132,20 @@ TEST_F(LinuxDesktopTest, readsKeymapChangesOfOtherProgramsWhileNobodyTypes)
     EXPECT_TRUE(waitFor([&] { return unreadBytes() == 0; })) << unreadBytes();
 }
 
-TEST_F(LinuxDesktopTest, keepsNoEventsThatCameWithReplies)
+TEST_F(X11DesktopTest, keepsNoEventsThatCameWithReplies)
 {
     start();
 
     for (int i = 0; i < texts; ++i) {
         borrowKeys();
-        desktop->display->sync(); // Reads the events along with the reply.
+        desktop->connection()->sync(); // Reads the events along with the reply.
     }
     letAgentLook();
 
     int const sent = takeEvents(observer.get()); // It has read none so far.
     ASSERT_GE(sent, texts);
-    EXPECT_LT(takeEvents(desktop->display->get()), sent / 2); // Those of the last text may still be there.
+    EXPECT_LT(takeEvents(desktop->connection()->get()),
+              sent / 2); // Those of the last text may still be there.
 }
 
 } // namespace
