@@ -45,4 +45,9 @@ std::string windowTitle(std::string bytes, bool isLatin1, bool isCut)
     return text::repaired(whole);
 }
 
+std::string boundedTitle(std::string const& title)
+{
+    return windowTitle(title.substr(0, maxTitleBytes), false, title.size() > maxTitleBytes);
+}
+
 } // namespace zelvo
