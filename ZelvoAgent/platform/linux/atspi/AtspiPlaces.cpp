@@ -24,7 +24,7 @@ void AtspiPlaces::begin(AtspiScreen const& screen,
     auto shown = screen.windowsOf ? screen.windowsOf(pid) : std::vector<ProcessWindow>();
     knowsWindows = !shown.empty();
     mapping.emplace(std::move(toolkit), reported, std::move(shown),
-                    screen.displays ? screen.displays() : std::vector<DisplayLayout>());
+                    screen.displays ? screen.displays() : std::vector<DisplayLayout>(), screen.from);
 }
 
 void AtspiPlaces::forget()

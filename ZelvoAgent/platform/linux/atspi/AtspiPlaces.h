@@ -11,12 +11,13 @@
 
 namespace zelvo {
 
-/// Screen data about an application. Without these functions reported coordinates are used unchanged. Thread:
-/// any.
+/// Screen data about an application. Without these functions reported coordinates are used unchanged, unless
+/// they are relative to windows: then no element has a known place. Thread: any.
 struct AtspiScreen {
     std::function<std::vector<ProcessWindow>(std::int32_t pid)> windowsOf =
         {};                                                    ///< windows on the screen; blocks
     std::function<std::vector<DisplayLayout>()> displays = {}; ///< the main one first
+    ReportedFrom from = ReportedFrom::screen;
 };
 
 /// Where the elements of an application are on the screen. Thread: one.

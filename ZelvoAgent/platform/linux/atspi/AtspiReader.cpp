@@ -25,6 +25,13 @@ std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& i
     return elements;
 }
 
+AtspiToolkit toolkitOf(std::string const& name, AtspiScreen const& screen)
+{
+    AtspiToolkit toolkit = atspiToolkitOf(name);
+    toolkit.placesInWindow = toolkit.placesInWindow || screen.from == ReportedFrom::window;
+    return toolkit;
+}
+
 } // namespace
 
 AtspiReader::AtspiReader(Clock& clock,
@@ -45,7 +52,7 @@ AtspiReader::AtspiReader(Clock& clock,
         return;
     found = std::move(*application);
     inquiry = std::make_unique<AtspiInquiry>(exchange, nodes, *bus, search.daemon());
-    inquiry->addApplication(found.peer, pid, atspiToolkitOf(found.toolkit));
+    inquiry->addApplication(found.peer, pid, toolkitOf(found.toolkit, this->screen));
     known = std::make_unique<AtspiElements>(*inquiry, nodes);
     if (found.isWoken)
         known->noteWoken();

@@ -91,19 +91,26 @@ bool isNowhere(ReportedRect const& reported)
     return reported.x == nowhere || reported.y == nowhere;
 }
 
+/// Without places on the screen, toolkits use the compositor's own units.
+OtherScales othersOf(ReportedFrom from)
+{
+    return from == ReportedFrom::screen ? OtherScales::tried : OtherScales::ruledOut;
+}
+
 } // namespace
 
 FrameMapping::FrameMapping(std::string toolkit,
                            std::vector<ReportedWindow> const& reported,
                            std::vector<ProcessWindow> windows,
-                           std::vector<DisplayLayout> const& displays)
-    : toolkit(std::move(toolkit)), windows(std::move(windows)),
-      layout(displays.empty() ? DisplayLayout() : displays.front()), screen(screenOf(displays))
+                           std::vector<DisplayLayout> const& displays,
+                           ReportedFrom from)
+    : toolkit(std::move(toolkit)), windows(std::move(windows)), displays(displays),
+      layout(displays.empty() ? DisplayLayout() : displays.front()), from(from), screen(screenOf(displays))
 {
-    matches = matchWindows(reported, this->windows, layout.scale);
+    matches = matchWindows(reported, this->windows, layout.scale, othersOf(from));
     for (std::size_t i = 0; i < reported.size(); ++i) {
         bool const isNowhere = !matches[i] && !this->windows.empty();
-        spaces.push_back(isNowhere ? std::nullopt : std::optional(spaceFor(reported[i], matches[i])));
+        spaces.push_back(isNowhere ? std::nullopt : spaceFor(reported[i], matches[i]));
     }
 }
 
@@ -143,15 +150,21 @@ ReportedPoint FrameMapping::reportedAt(FrameSpace const& space, DesktopPoint poi
     return {reported(point.x, layout.origin.x, space.x), reported(point.y, layout.origin.y, space.y)};
 }
 
-FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const
+std::optional<FrameSpace> FrameMapping::spaceFor(ReportedWindow const& reported,
+                                                 std::optional<std::size_t> window) const
 {
     // Without a window to compare with, assume the toolkit's usual scale.
     bool const scalesItself = toolkit == "Qt" || toolkit == "Chromium";
     FrameSpace space{.scale = scalesItself ? layout.scale : 1, .visible = screen};
+    auto const fit =
+        window ? fitWindow(reported.onScreen, windows[*window], layout.scale, othersOf(from)) : std::nullopt;
+    if (from == ReportedFrom::window && !fit)
+        return std::nullopt;
     if (!window)
         return space;
     space.visible = onScreen(windows[*window].inner);
-    if (auto const fit = fitWindow(reported.onScreen, windows[*window], layout.scale)) {
+    space.density = densityAt(windows[*window].inner);
+    if (fit) {
         space.scale = fit->scale;
         space.x = fit->x;
         space.y = fit->y;
@@ -165,6 +178,18 @@ FrameSpace FrameMapping::spaceFor(ReportedWindow const& reported, std::optional<
     return space;
 }
 
+/// That of the display that its centre is on.
+double FrameMapping::densityAt(PixelRect const& window) const
+{
+    PixelRect const centre{window.x + window.width / 2, window.y + window.height / 2, 1, 1};
+    for (DisplayLayout const& display : displays)
+        if (!intersection(centre,
+                          {display.origin.x, display.origin.y, display.widthPixels, display.heightPixels})
+                 .isEmpty())
+            return display.density;
+    return layout.density;
+}
+
 PlacedElement FrameMapping::place(FrameSpace const& parent,
                                   AtspiRole role,
                                   std::optional<ReportedRect> const& reported) const
@@ -172,6 +197,9 @@ PlacedElement FrameMapping::place(FrameSpace const& parent,
     PlacedElement placed = placeItself(parent, role, reported);
     placed.inside.x += std::exchange(placed.inside.contentX, 0);
     placed.inside.y += std::exchange(placed.inside.contentY, 0);
+    placed.inside.owner = role;
+    if (!placed.inside.isKnown)
+        placed.frame.reset();
     return placed;
 }
 
@@ -181,18 +209,15 @@ PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
 {
     PlacedElement placed{.inside = parent};
     FrameSpace& space = placed.inside;
-    if (reported && mayFillAPopup(role))
-        if (ProcessWindow const* popup = popupOf(parent, *reported)) {
-            space.x = popup->inner.x - space.scale * reported->x;
-            space.y = popup->inner.y - space.scale * reported->y;
-            space.visible = onScreen(popup->inner);
-            space.isDropped = true;
-        }
+    ProcessWindow const* const popup = reported && mayFillAPopup(role) ? popupOf(parent, *reported) : nullptr;
+    if (popup)
+        moveOnto(space, *popup, {reported->x, reported->y});
+    else if (from == ReportedFrom::window && leavesWindow(parent, role))
+        leaveWindow(space, role);
     if (reported && toolkit == "gtk")
         layOntoContainer(space, role, *reported);
-    // Chromium uses scaled units for its own window and pixels inside pages.
     if (isDocument(role) && toolkit == "Chromium")
-        space.scale = 1;
+        enterPage(space, reported);
     if (isAWindow(role) || (isMenuItem(role) && toolkit == "gtk")) {
         space.visible = screen;
         space.isDropped = true;
@@ -216,6 +241,55 @@ PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
         DesktopRect{(area.left - layout.origin.x) / layout.scale, (area.top - layout.origin.y) / layout.scale,
                     (area.right - area.left) / layout.scale, (area.bottom - area.top) / layout.scale};
     return placed;
+}
+
+/// corner  what the popup's corner reports
+void FrameMapping::moveOnto(FrameSpace& space, ProcessWindow const& popup, ReportedPoint corner) const
+{
+    space.x = popup.inner.x - space.scale * corner.x;
+    space.y = popup.inner.y - space.scale * corner.y;
+    space.visible = onScreen(popup.inner);
+    space.isDropped = true;
+    space.isKnown = true;
+}
+
+/// Whether an element is drawn in another window than its parent, and its place is relative to that one.
+bool FrameMapping::leavesWindow(FrameSpace const& parent, AtspiRole role) const
+{
+    if (!parent.owner || role == alert) // It is a window itself, or a bar in one.
+        return false;
+    bool const isDropDown = dropsDown(*parent.owner);
+    if (toolkit == "Qt")
+        return isAWindow(role) || (isDropDown && role != entry && role != text && role != pushButton);
+    if (toolkit == "GTK")
+        return isAWindow(role) ||
+               ((isDropDown || parent.owner == pushButton || parent.owner == toggleButton) &&
+                mayFillAPopup(role));
+    if (toolkit == "gtk")
+        return isAWindow(role) || isMenuItem(role) || (isDropDown && role == menu);
+    return false; // Chromium reports what pops up relative to its top-level window.
+}
+
+/// GTK 3 reports the items of a menu relative to the menu's window, which no element fills.
+void FrameMapping::leaveWindow(FrameSpace& space, AtspiRole role) const
+{
+    auto const isPopup = [](ProcessWindow const& window) { return window.overrideRedirect; };
+    auto const popup = std::ranges::find_if(windows, isPopup);
+    space.isKnown = toolkit == "gtk" && (isMenuItem(role) || role == menu) &&
+                    std::ranges::count_if(windows, isPopup) == 1;
+    if (space.isKnown)
+        moveOnto(space, *popup, {});
+}
+
+/// Chromium uses scaled units for its own window and real pixels inside pages. It may draw a window for the
+/// next whole density and let the compositor scale it: then the page's area shows which one it uses.
+void FrameMapping::enterPage(FrameSpace& space, std::optional<ReportedRect> const& reported) const
+{
+    if (std::exchange(space.isPage, true))
+        return;
+    space.scale = 1 / space.density;
+    if (reported && space.visible && reported->width * space.scale > space.visible->width + 2)
+        space.scale = 1 / std::ceil(space.density);
 }
 
 /// LibreOffice draws its own window into a GTK window, below the menu bar, and some GTK windows into that

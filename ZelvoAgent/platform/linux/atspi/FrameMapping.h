@@ -25,6 +25,10 @@ struct FrameSpace {
     std::optional<PixelRect> visible;      ///< `nullopt`: unknown
     std::optional<ReportedRect> enclosing; ///< the parent's reported rectangle if it is a plain container
     bool isDropped = false;                ///< shown in a separate window above the top-level's
+    bool isKnown = true;                   ///< false: nobody says where that window is
+    bool isPage = false;                   ///< inside a web page
+    double density = 1;                    ///< real pixels per pixel of the window's display
+    std::optional<AtspiRole> owner; ///< of the element whose children are in it; `nullopt` for a window
     bool operator==(FrameSpace const&) const = default;
 };
 
@@ -42,6 +46,12 @@ struct FrontWindow {
     bool isPopup = false;
 };
 
+/// What the places that applications report are relative to, as far as they know.
+enum class ReportedFrom {
+    screen, ///< what is not matched to a window is where it says
+    window, ///< what is not matched to a window has no known place
+};
+
 /// Finds the real places of one application's elements. Toolkits report coordinates in pixels or scaled
 /// units, relative to the screen or to their window, sometimes both within one window; only sizes are
 /// reliable. So each top-level element is matched to its X window, and its descendants follow. Valid for one
@@ -56,10 +66,11 @@ public:
     FrameMapping(std::string toolkit,
                  std::vector<ReportedWindow> const& reported,
                  std::vector<ProcessWindow> windows,
-                 std::vector<DisplayLayout> const& displays);
+                 std::vector<DisplayLayout> const& displays,
+                 ReportedFrom from = ReportedFrom::screen);
 
     /// The space for place() of a top-level element. `nullopt` if the application has windows on the screen
-    /// but none for this element.
+    /// but none for this element, or if nothing says where its window is.
     std::optional<FrameSpace> topLevel(std::size_t index) const;
 
     /// Places an element in the space of its parent.
@@ -81,7 +92,13 @@ public:
 private:
     PlacedElement
     placeItself(FrameSpace const& parent, AtspiRole role, std::optional<ReportedRect> const& reported) const;
-    FrameSpace spaceFor(ReportedWindow const& reported, std::optional<std::size_t> window) const;
+    std::optional<FrameSpace> spaceFor(ReportedWindow const& reported,
+                                       std::optional<std::size_t> window) const;
+    void moveOnto(FrameSpace& space, ProcessWindow const& popup, ReportedPoint corner) const;
+    void leaveWindow(FrameSpace& space, AtspiRole role) const;
+    bool leavesWindow(FrameSpace const& parent, AtspiRole role) const;
+    void enterPage(FrameSpace& space, std::optional<ReportedRect> const& reported) const;
+    double densityAt(PixelRect const& window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
     static void layOntoContainer(FrameSpace& space, AtspiRole role, ReportedRect const& reported);
     PixelRect onScreen(PixelRect const& area) const;
@@ -91,7 +108,9 @@ private:
 
     std::string toolkit;
     std::vector<ProcessWindow> windows;
+    std::vector<DisplayLayout> displays;
     DisplayLayout layout; // of the main display
+    ReportedFrom from;
     std::optional<PixelRect> screen;
     std::vector<std::optional<std::size_t>> matches; // windows of the top-level elements
     std::vector<std::optional<FrameSpace>> spaces;   // of the top-level elements

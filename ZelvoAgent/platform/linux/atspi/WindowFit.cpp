@@ -100,9 +100,9 @@ bool isSameTitle(std::string const& one, std::string const& other)
     return !one.empty() && !other.empty() && (one.starts_with(other) || other.starts_with(one));
 }
 
-int points(ReportedWindow const& element, ProcessWindow const& window, double preferred)
+int points(ReportedWindow const& element, ProcessWindow const& window, double preferred, OtherScales others)
 {
-    auto const fit = fitWindow(element.onScreen, window, preferred);
+    auto const fit = fitWindow(element.onScreen, window, preferred, others);
     if (!fit)
         return isSameTitle(element.title, window.title) ? 1 : 0;
     int sum = fit->exact ? 4 : 1;
@@ -119,13 +119,16 @@ int points(ReportedWindow const& element, ProcessWindow const& window, double pr
 } // namespace
 
 std::optional<WindowFit>
-fitWindow(ReportedRect const& reported, ProcessWindow const& window, double preferred)
+fitWindow(ReportedRect const& reported, ProcessWindow const& window, double preferred, OtherScales others)
 {
     if (reported.width <= 0 || reported.height <= 0 || window.inner.isEmpty())
         return std::nullopt;
-    std::vector<double> const usual = {preferred, 1, 2, 3, 4};
+    std::vector<double> usual = {preferred};
+    if (others == OtherScales::tried)
+        usual.insert(usual.end(), {1, 2, 3, 4});
     std::vector<double> all = usual;
-    addOddScales(all, static_cast<double>(window.inner.width) / reported.width);
+    if (others == OtherScales::tried)
+        addOddScales(all, static_cast<double>(window.inner.width) / reported.width);
     if (auto fit = exactFit(reported, window, all))
         return fit;
     return borderedFit(reported, window, usual);
@@ -133,12 +136,13 @@ fitWindow(ReportedRect const& reported, ProcessWindow const& window, double pref
 
 std::vector<std::optional<std::size_t>> matchWindows(std::vector<ReportedWindow> const& reported,
                                                      std::vector<ProcessWindow> const& windows,
-                                                     double preferred)
+                                                     double preferred,
+                                                     OtherScales others)
 {
     std::vector<Likeness> pairs;
     for (std::size_t element = 0; element < reported.size(); ++element)
         for (std::size_t window = 0; window < windows.size(); ++window)
-            if (int const sum = points(reported[element], windows[window], preferred); sum > 0)
+            if (int const sum = points(reported[element], windows[window], preferred, others); sum > 0)
                 pairs.push_back({sum, element, window});
     std::ranges::sort(
         pairs, {}, [](Likeness const& pair) { return std::tuple(-pair.points, pair.element, pair.window); });

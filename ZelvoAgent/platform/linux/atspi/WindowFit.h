@@ -42,18 +42,24 @@ struct WindowFit {
     bool operator==(WindowFit const&) const = default;
 };
 
+/// Whether scales other than the preferred one are tried.
+enum class OtherScales { tried, ruledOut };
+
 /// Maps a top-level element to a window. The element may cover the window, the window with its frame, the
 /// window without its shadows, or that without a title bar and borders that the application draws itself; its
 /// unit may be larger than a pixel. `nullopt` if no sensible scale makes the sizes match. preferred  the
 /// scale to try first
-std::optional<WindowFit>
-fitWindow(ReportedRect const& reported, ProcessWindow const& window, double preferred);
+std::optional<WindowFit> fitWindow(ReportedRect const& reported,
+                                   ProcessWindow const& window,
+                                   double preferred,
+                                   OtherScales others = OtherScales::tried);
 
 /// Finds each top-level element's window: by title, size and place, then by either, then in order. A window
 /// belongs to one element at most.
 /// Returns an index into `windows` for each element, `nullopt` for one without a window.
 std::vector<std::optional<std::size_t>> matchWindows(std::vector<ReportedWindow> const& reported,
                                                      std::vector<ProcessWindow> const& windows,
-                                                     double preferred);
+                                                     double preferred,
+                                                     OtherScales others = OtherScales::tried);
 
 } // namespace zelvo

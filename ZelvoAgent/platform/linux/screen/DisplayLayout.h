@@ -21,6 +21,8 @@ struct DisplayLayout {
     int widthPixels = 0;         ///< 0 if there is no display
     int heightPixels = 0;
     double scale = 1; ///< Xft.dpi / 96, at least 1
+    double density =
+        1; ///< real pixels per pixel of this layout, if its pixels are points of a scaled monitor
     bool operator==(DisplayLayout const&) const = default;
 
     /// The pixel that contains a point. The only place that rounds; coordinates are clamped to 16 bits.

@@ -360,5 +360,105 @@ TEST(FrameMapping, survivesWildNumbers)
     EXPECT_EQ(placeOf(mapping, {{frame, top}, {pushButton, {5, 5, -1, 10}}}), std::nullopt);
 }
 
+/// An application that reports places within its windows. The numbers are those of programs on a compositor.
+class FramesInWindows : public testing::Test {
+protected:
+    static ProcessWindow popup(PixelRect area)
+    {
+        return {.inner = area, .outer = area, .overrideRedirect = true};
+    }
+    FrameMapping
+    mapping(std::string toolkit, ReportedRect reported, std::vector<ProcessWindow> popups = {}) const
+    {
+        popups.push_back(window);
+        return {std::move(toolkit), {{"Lab", reported}}, std::move(popups), displays, ReportedFrom::window};
+    }
+
+    std::vector<DisplayLayout> displays = {{.widthPixels = 1920, .heightPixels = 1080}};
+    ProcessWindow window{.title = "Lab", .inner = {750, 390, 420, 300}, .outer = {748, 365, 424, 327}};
+    ReportedRect const top{0, 0, 420, 300};
+};
+
+TEST_F(FramesInWindows, areUnknownWithoutAWindowOfThatSize)
+{
+    EXPECT_EQ(FrameMapping("gtk", {{"Lab", top}}, {}, displays, ReportedFrom::window).topLevel(0),
+              std::nullopt);
+    EXPECT_EQ(mapping("gtk", {0, 0, 472, 399}).topLevel(0), std::nullopt); // Shadows that nobody reports.
+    EXPECT_EQ(mapping("gtk", {0, 0, 210, 150}).topLevel(0), std::nullopt); // No scale is assumed.
+    EXPECT_NE(mapping("gtk", top).topLevel(0), std::nullopt);
+}
+
+TEST_F(FramesInWindows, areThoseOfADialogsContentToo)
+{
+    EXPECT_EQ(placeOf(mapping("Qt", top), {{dialog, top}, {pushButton, {220, 31, 60, 26}}}),
+              (DesktopRect{970, 421, 60, 26}));
+}
+
+TEST_F(FramesInWindows, followTheOnlyMenuOfAGtk3Application)
+{
+    std::vector<Step> const item = {
+        {frame, top}, {menuBar, {0, 0, 420, 29}}, {menu, {0, 0, 80, 29}}, {menuItem, {6, 37, 102, 32}}};
+    ProcessWindow const shown = popup({744, 414, 114, 106});
+
+    EXPECT_EQ(placeOf(mapping("gtk", top, {shown}), item), (DesktopRect{750, 451, 102, 32}));
+    EXPECT_EQ(placeOf(mapping("gtk", top), item), std::nullopt);
+    EXPECT_EQ(placeOf(mapping("gtk", top, {shown, popup({858, 414, 90, 70})}), item), std::nullopt);
+    EXPECT_EQ(placeOf(mapping("gtk", top), {item[0], item[1], item[2]}), (DesktopRect{750, 390, 80, 29}));
+}
+
+TEST_F(FramesInWindows, followAQtMenuByItsSize)
+{
+    std::vector<Step> const item = {{frame, top},
+                                    {menuBar, {0, 0, 420, 22}},
+                                    {menuItem, {0, 0, 76, 22}},
+                                    {popupMenu, {6, 22, 131, 75}},
+                                    {menuItem, {6, 47, 131, 25}}};
+
+    EXPECT_EQ(placeOf(mapping("Qt", top, {popup({894, 502, 131, 75})}), item),
+              (DesktopRect{894, 527, 131, 25}));
+    EXPECT_EQ(placeOf(mapping("Qt", top), item), std::nullopt);
+    EXPECT_EQ(placeOf(mapping("Qt", top, {popup({894, 502, 200, 75})}), item), std::nullopt);
+    EXPECT_EQ(placeOf(mapping("Qt", top), {item[0], item[1], item[2]}), (DesktopRect{750, 390, 76, 22}));
+}
+
+TEST_F(FramesInWindows, areUnknownInAQtListThatDroppedDownButNotInItsField)
+{
+    Step const box{comboBox, {10, 10, 100, 26}};
+
+    EXPECT_EQ(placeOf(mapping("Qt", top), {{frame, top}, box, {entry, {12, 12, 80, 22}}}),
+              (DesktopRect{762, 402, 80, 22}));
+    EXPECT_EQ(placeOf(mapping("Qt", top),
+                      {{frame, top}, box, {list, {10, 36, 100, 80}}, {listItem, {10, 36, 100, 20}}}),
+              std::nullopt);
+}
+
+TEST_F(FramesInWindows, areUnknownInAGtk4PopoverWhoseWindowIs)
+{
+    std::vector<Step> const item = {{frame, top},
+                                    {pushButton, {0, 0, 90, 34}},
+                                    {filler, {3, 6, 94, 140}},
+                                    {pushButton, {21, 27, 40, 24}}};
+
+    EXPECT_EQ(placeOf(mapping("GTK", top), item), std::nullopt);
+    EXPECT_EQ(placeOf(mapping("GTK", top, {popup({765, 430, 94, 140})}), item),
+              (DesktopRect{783, 451, 40, 24}));
+}
+
+TEST_F(FramesInWindows, countRealPixelsInPagesOfADenseMonitor)
+{
+    window.inner = {10, 10, 940, 520};
+    ReportedRect const whole{0, 0, 940, 520};
+    std::vector<Step> const button = {{frame, whole},
+                                      {panel, {0, 56, 940, 464}},
+                                      {documentWeb, {0, 112, 1880, 928}},
+                                      {pushButton, {446, 152, 120, 60}}};
+
+    for (double const density : {2.0, 1.5}) { // For the latter Chromium draws twice as many too.
+        displays[0].density = density;
+        EXPECT_EQ(placeOf(mapping("Chromium", whole), button), (DesktopRect{233, 86, 60, 30})) << density;
+    }
+    EXPECT_EQ(placeOf(mapping("Chromium", whole), {button[0], button[1]}), (DesktopRect{10, 66, 940, 464}));
+}
+
 } // namespace
 } // namespace zelvo::test

@@ -15,7 +15,8 @@ protected:
     std::optional<DesktopRect>
     placed(std::string const& toolkit, ReportedRect const& window, ReportedRect const& element)
     {
-        FrameMapping const mapping(toolkit, {{"", window}}, windowsOf(editor), elementDisplays(layout));
+        FrameMapping const mapping(toolkit, {{"", window}}, windowsOf(editor), elementDisplays(layout),
+                                   ReportedFrom::window);
         auto const space = mapping.topLevel(0);
         if (!space)
             return std::nullopt;
@@ -23,7 +24,7 @@ protected:
         return mapping.place(inside, AtspiRole::pushButton, element).frame;
     }
 
-    MonitorLayout layout{{{.id = 7, .name = "A", .area = {1000, 50, 1920, 1080}},
+    MonitorLayout layout{{{.id = 7, .name = "A", .area = {1000, 50, 1920, 1080}, .scale = 2},
                           {.id = 8, .name = "B", .area = {0, 0, 1000, 800}}}};
 };
 
@@ -78,7 +79,8 @@ TEST_F(ElementWindowsTest, makeMonitorsOfPoints)
     EXPECT_EQ(
         displays[0],
         (DisplayLayout{
-            .displayId = 7, .origin = {1000, 50}, .widthPixels = 1920, .heightPixels = 1080, .scale = 1}));
+            .displayId = 7, .origin = {1000, 50}, .widthPixels = 1920, .heightPixels = 1080, .density = 2}));
+    EXPECT_EQ(displays[1].density, 1);
 }
 
 // The sizes in these are those of programs on GNOME, whose elements report places within their window.
@@ -108,7 +110,8 @@ TEST_F(ElementWindowsTest, placeElementsBelowATitleBarThatTheToolkitDraws)
     CompositorWindow& window = add("", editor);
     window.frame = window.surface = {1100, 100, 406, 333};
     window.title = "Lab";
-    FrameMapping const mapping("Qt", {{"Lab", {0, 0, 400, 300}}}, windowsOf(editor), elementDisplays(layout));
+    FrameMapping const mapping("Qt", {{"Lab", {0, 0, 400, 300}}}, windowsOf(editor), elementDisplays(layout),
+                               ReportedFrom::window);
 
     ASSERT_TRUE(mapping.topLevel(0));
     EXPECT_EQ(mapping.topLevel(0)->x, 1103);

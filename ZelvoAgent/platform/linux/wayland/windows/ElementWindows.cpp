@@ -58,7 +58,8 @@ std::vector<DisplayLayout> elementDisplays(MonitorLayout const& layout)
         displays.push_back({.displayId = monitor.id,
                             .origin = {area.x, area.y},
                             .widthPixels = area.width,
-                            .heightPixels = area.height});
+                            .heightPixels = area.height,
+                            .density = monitor.scale > 0 ? monitor.scale : 1});
     }
     return displays;
 }
