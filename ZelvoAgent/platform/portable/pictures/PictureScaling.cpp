@@ -1,4 +1,4 @@
-#include "platform/linux/x11/capture/PictureScaling.h"
+#include "platform/portable/pictures/PictureScaling.h"
 
 #include <libyuv.h>
 
