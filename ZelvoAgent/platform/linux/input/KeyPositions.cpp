@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/KeyPositions.h"
+#include "platform/linux/input/KeyPositions.h"
 
 #include <array>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/KeyTable.h"
+#include "platform/linux/input/KeyTable.h"
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/EventPosting.h"
-#include "platform/linux/x11/input/KeyTable.h"
+#include "platform/linux/input/KeyTable.h"
 
 #include <cstdint>
 #include <string>
