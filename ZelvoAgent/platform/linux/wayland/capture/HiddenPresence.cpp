@@ -32,18 +32,6 @@ bool HiddenPresence::hasWindow(std::set<std::string> const& excluded) const
     return !now || !leftOut(*now, excluded).empty();
 }
 
-std::set<std::string> HiddenPresence::leftOut(WindowsNow const& now,
-                                              std::set<std::string> const& excluded) const
-{
-    std::set<std::string> ids;
-    std::vector<ApplicationNames> const names = parts.namesOfWindows(now);
-    for (std::size_t i = 0; i < now.windows.size(); ++i)
-        // A window that nothing is known of could be anyone's.
-        if (i >= names.size() || names[i].isHidden(excluded))
-            ids.insert(now.windows[i].id);
-    return ids;
-}
-
 std::vector<CompositorWindow> HiddenPresence::ownOnScreen() const
 {
     std::vector<CompositorWindow> windows;

@@ -21,8 +21,8 @@ public:
         ClientList& clients;
         WindowSource* windows = nullptr; ///< null if the compositor tells of no windows
         std::function<ApplicationNames(std::int32_t pid)> namesOfProcess;
-        /// The names of each window's application, in the windows' order.
-        std::function<std::vector<ApplicationNames>(WindowsNow const&)> namesOfWindows;
+        /// The ids of the windows that some hidden application's names hide.
+        std::function<std::set<std::string>(WindowsNow const&, std::set<std::string> const& hidden)> hiddenOf;
     };
 
     explicit HiddenPresence(Parts parts);
@@ -32,7 +32,10 @@ public:
     /// clients cannot be read, unless nothing but this program is excluded.
     bool isConnected(std::set<std::string> const& excluded) const;
     /// The windows of excluded applications among these.
-    std::set<std::string> leftOut(WindowsNow const& now, std::set<std::string> const& excluded) const;
+    std::set<std::string> leftOut(WindowsNow const& now, std::set<std::string> const& excluded) const
+    {
+        return parts.hiddenOf(now, excluded);
+    }
     /// The windows of this program that are on the screen; none if the compositor tells of no windows.
     std::vector<CompositorWindow> ownOnScreen() const;
 
