@@ -161,13 +161,13 @@ Task<std::vector<LoginSession::Candidate>> LoginSession::sessions()
 
 int LoginSession::rank(Candidate const& candidate) const
 {
-    auto const text = [&](char const* name) {
+    auto const property = [&](char const* name) {
         return entryOf<std::string>(candidate.properties, name).value_or("");
     };
-    LoginCandidate const facts{.id = text("Id"),
-                               .display = displayOf(text("Display")),
-                               .type = text("Type"),
-                               .isEnding = text("State") == "closing",
+    LoginCandidate const facts{.id = property("Id"),
+                               .display = displayOf(property("Display")),
+                               .type = property("Type"),
+                               .isEnding = property("State") == "closing",
                                .isActive = entryOf<bool>(candidate.properties, "Active").value_or(false),
                                .isOurs = candidate.user == ::geteuid()};
     return rankOf(facts, own);
