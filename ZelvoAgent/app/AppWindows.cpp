@@ -1,5 +1,6 @@
 #include "app/AppWindows.h"
 
+#include "app/OwnWindows.h"
 #include "app/diagnostics/DiagnosticsWindow.h"
 #include "app/hidden_apps/HiddenAppsWindow.h"
 #include "app/main_window/MainWindow.h"
@@ -7,8 +8,6 @@
 #include "app/updates/UpdateWindow.h"
 #include "app/welcome/WelcomeWindow.h"
 #include "base/UnusedMemory.h"
-
-#include <boost/asio/post.hpp>
 
 #include <utility>
 
@@ -54,11 +53,7 @@ std::unique_ptr<ContentWindow> AppWindows::make(AppWindow which) const
 void AppWindows::bringToFront(ContentWindow& window) const
 {
     window.bringToFront();
-    // The click may have been on another program's tray, so the window manager needs to be asked.
-    boost::asio::post(services.contexts.workers,
-                      [&focus = services.platform.focus(), id = static_cast<std::uint32_t>(window.winId())] {
-                          focus.activate(id);
-                      });
+    raiseWindow(services, window, Raising::activated);
 }
 
 // The call comes from the window itself.

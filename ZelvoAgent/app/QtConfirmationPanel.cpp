@@ -1,6 +1,7 @@
 #include "app/QtConfirmationPanel.h"
 
 #include "app/ConfirmationDialog.h"
+#include "app/OwnWindows.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -47,9 +48,9 @@ DesktopRect QtConfirmationPanel::frame() const
             static_cast<double>(frame.width()), static_cast<double>(frame.height())};
 }
 
-std::uint32_t QtConfirmationPanel::windowId() const
+OwnWindow QtConfirmationPanel::ownWindow() const
 {
-    return static_cast<std::uint32_t>(dialog->winId());
+    return ownWindowOf(*dialog);
 }
 
 } // namespace zelvo

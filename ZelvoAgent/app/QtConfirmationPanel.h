@@ -22,7 +22,7 @@ public:
     void show(Instant end, Reports reports) override;
     void takeAway() override;
     DesktopRect frame() const override;
-    std::uint32_t windowId() const override;
+    OwnWindow ownWindow() const override;
 
 private:
     std::unique_ptr<ConfirmationDialog> dialog;

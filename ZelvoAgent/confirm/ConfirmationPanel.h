@@ -2,8 +2,8 @@
 
 #include "base/Geometry.h"
 #include "base/SleepQueue.h"
+#include "platform/WindowFocus.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -53,8 +53,8 @@ public:
     virtual void takeAway() = 0;
     /// Includes the title bar; in points from the top left corner of the main display.
     virtual DesktopRect frame() const = 0;
-    /// The id of its window for WindowFocus; 0 if it has no window.
-    virtual std::uint32_t windowId() const = 0;
+    /// Its window for WindowFocus.
+    virtual OwnWindow ownWindow() const = 0;
 };
 
 using ConfirmationPanelMaker = std::function<std::unique_ptr<ConfirmationPanel>(PanelContents)>;

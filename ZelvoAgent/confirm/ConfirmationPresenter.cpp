@@ -10,6 +10,7 @@
 #include <boost/system/system_error.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <exception>
 #include <utility>
 #include <variant>
@@ -54,6 +55,21 @@ void addCircumstances(PanelContents& contents, ConfirmationSubject const& subjec
         contents.additions.push_back({localized("confirm.shell.variables"), std::move(variables.others)});
 }
 
+/// The window that has the keyboard.
+struct ActiveWindow {
+    std::uint32_t id = 0;
+    std::optional<std::size_t> panel = {}; ///< which of our panels it is
+};
+
+ActiveWindow activeWindow(WindowFocus& focus, std::vector<OwnWindow> const& panels)
+{
+    ActiveWindow active{.id = focus.activeWindow()};
+    auto const isIt = [&](OwnWindow const& panel) { return focus.idOf(panel) == active.id; };
+    if (auto const found = std::ranges::find_if(panels, isIt); active.id && found != panels.end())
+        active.panel = static_cast<std::size_t>(found - panels.begin());
+    return active;
+}
+
 } // namespace
 
 /// A question, from ask() until its panel has left the screen.
@@ -65,7 +81,7 @@ struct ConfirmationPresenter::Question {
     bool isWithdrawn = false;    ///< the caller was cancelled
     bool holdsGate = false;      ///< has closed the gate and not yet opened it
     std::uint32_t workplace = 0; ///< the window that had the keyboard focus before
-    std::uint32_t panelId = 0;
+    OwnWindow panel;             ///< once it is shown
 
     bool isOpen() const { return !decision && !isWithdrawn; }
     void decide(ConfirmationDecision made)
@@ -209,13 +225,15 @@ Task<> ConfirmationPresenter::closeGate(QuestionPtr question)
 Task<> ConfirmationPresenter::noteWorkplace(QuestionPtr question)
 {
     std::weak_ptr const weak = alive;
-    std::uint32_t const active =
-        co_await on(services.workers, [&focus = services.focus] { return focus.activeWindow(); });
+    std::vector<QuestionPtr> const others = questions;
+    std::vector<OwnWindow> panels;
+    for (QuestionPtr const& other : others)
+        panels.push_back(other->panel);
+    ActiveWindow const active = co_await on(
+        services.workers, [&focus = services.focus, &panels] { return activeWindow(focus, panels); });
     if (weak.expired())
         co_return;
-    auto const earlier = std::ranges::find_if(
-        questions, [active](QuestionPtr const& other) { return active && other->panelId == active; });
-    question->workplace = earlier == questions.end() ? active : (*earlier)->workplace;
+    question->workplace = active.panel ? others[*active.panel]->workplace : active.id;
 }
 
 void ConfirmationPresenter::show(QuestionPtr const& question, std::int64_t timeoutMs)
@@ -226,7 +244,7 @@ void ConfirmationPresenter::show(QuestionPtr const& question, std::int64_t timeo
                                if (!weak.expired() && question->kind == Kind::action)
                                    setLastFrame(std::nullopt);
                            });
-    question->panelId = question->window->panelId();
+    question->panel = question->window->panelWindow();
     if (question->kind == Kind::action && question->isOpen())
         setLastFrame(question->window->agentFrame());
     spawn(services.main, [this, weak = std::weak_ptr(alive), question]() -> Task<> {
@@ -243,7 +261,8 @@ Task<> ConfirmationPresenter::bringForward(QuestionPtr question)
     Instant const deadline = services.clock.now() + maxSettling;
     while (!weak.expired() && question->isOpen()) {
         bool const isDone =
-            co_await on(services.workers, [&focus, id = question->panelId, over = question->workplace] {
+            co_await on(services.workers, [&focus, panel = question->panel, over = question->workplace] {
+                std::uint32_t const id = focus.idOf(panel);
                 if (!focus.standing(id).isOnScreen)
                     return false;
                 focus.putInFront(id, over);
@@ -279,7 +298,7 @@ Task<> ConfirmationPresenter::leave(QuestionPtr question)
     if (givesBack)
         co_await on(services.workers,
                     [&focus = services.focus, to = question->workplace] { focus.activate(to); });
-    if (question->panelId != 0) {
+    if (question->panel.nativeId != 0) {
         Clock& clock = services.clock; // It outlives this presenter.
         Instant const deadline = clock.now() + maxSettling;
         while (!weak.expired() && !co_await isScreenBack(question, givesBack) && clock.now() < deadline)
@@ -294,9 +313,9 @@ Task<> ConfirmationPresenter::leave(QuestionPtr question)
 
 Task<bool> ConfirmationPresenter::isScreenBack(QuestionPtr question, bool givesBack)
 {
-    co_return co_await on(services.workers, [&focus = services.focus, panel = question->panelId,
+    co_return co_await on(services.workers, [&focus = services.focus, panel = question->panel,
                                              workplace = question->workplace, givesBack] {
-        WindowStanding const left = focus.standing(panel);
+        WindowStanding const left = focus.standing(focus.idOf(panel));
         if (left.isOnScreen || left.hasKeyboard)
             return false;
         // The person releases the key that answered only after the panel has closed. While that key is down,

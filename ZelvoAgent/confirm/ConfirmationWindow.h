@@ -33,7 +33,7 @@ public:
     void complete(ConfirmationDecision decision);
     /// The panel's frame, in points from the top left corner of the main display.
     DesktopRect agentFrame() const { return panel->frame(); }
-    std::uint32_t panelId() const { return panel->windowId(); }
+    OwnWindow panelWindow() const { return panel->ownWindow(); }
 
 private:
     ConfirmationPanel::Reports reports(Instant end);

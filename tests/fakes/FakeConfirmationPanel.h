@@ -72,7 +72,7 @@ private:
                 owner.focus.close(record->id);
         }
         DesktopRect frame() const override { return record->frame; }
-        std::uint32_t windowId() const override { return record->id; }
+        OwnWindow ownWindow() const override { return {record->id, "Zelvo"}; }
 
     private:
         FakePanels& owner;

@@ -20,6 +20,7 @@ public:
     void close(std::uint32_t window) { std::erase(onScreen, window); }
 
     std::uint32_t activeWindow() override { return onScreen.empty() ? 0 : onScreen.back(); }
+    std::uint32_t idOf(OwnWindow const& window) override { return window.nativeId; }
     void putInFront(std::uint32_t window, std::uint32_t over) override
     {
         log.push_back("front " + std::to_string(window) + " over " + std::to_string(over));

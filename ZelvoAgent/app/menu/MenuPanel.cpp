@@ -1,5 +1,6 @@
 #include "app/menu/MenuPanel.h"
 
+#include "app/OwnWindows.h"
 #include "app/Theme.h"
 #include "app/menu/CompactActivity.h"
 #include "app/menu/LiveAgentsSection.h"
@@ -21,7 +22,6 @@
 #include <QPainter>
 #include <QScreen>
 #include <QVBoxLayout>
-#include <boost/asio/post.hpp>
 
 #include <algorithm>
 
@@ -54,11 +54,7 @@ void MenuPanel::open(QRect const& icon)
     refresh();
     bringToFront();
     presses = services.platform.presses().observe([this](DesktopPoint point) { pressed(point); });
-    // The tray's click may have been another program's event, so the window manager needs to be asked.
-    boost::asio::post(services.contexts.workers,
-                      [&focus = services.platform.focus(), window = static_cast<std::uint32_t>(winId())] {
-                          focus.putInFront(window, 0);
-                      });
+    raiseWindow(services, *this, Raising::keptAbove);
 }
 
 QWidget* MenuPanel::newContent()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/applications/ApplicationOpener.h"
 #include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/atspi/AtspiAccessibility.h"
 #include "platform/linux/atspi/AtspiInterfaceWatches.h"
@@ -19,8 +20,8 @@
 #include "platform/linux/x11/input/X11HotKey.h"
 #include "platform/linux/x11/input/X11PointerPresses.h"
 #include "platform/linux/x11/overlays/X11OverlayWindows.h"
-#include "platform/linux/x11/windows/ApplicationOpener.h"
 #include "platform/linux/x11/windows/RecentSurvey.h"
+#include "platform/linux/x11/windows/X11ApplicationWindows.h"
 #include "platform/linux/x11/windows/X11FrontChanges.h"
 #include "platform/linux/x11/windows/X11WindowFocus.h"
 #include "platform/linux/x11/windows/X11WindowList.h"
@@ -77,6 +78,7 @@ private:
     X11WindowList windowList;
     X11WindowFocus windowFocus;
     X11FrontChanges fronts;
+    X11ApplicationWindows applicationWindows;
     ApplicationOpener opener;
     X11Workspace applications;
     X11ScreenSource pictures;

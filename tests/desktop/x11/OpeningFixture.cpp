@@ -20,7 +20,8 @@ OpeningFixture::OpeningFixture()
     bus = std::make_unique<BusConnection>(live.contexts().agent, *clock, openSessionBus);
     entries = std::make_unique<DesktopEntries>();
     focus = std::make_unique<X11WindowFocus>(live.contexts());
-    opener = std::make_unique<ApplicationOpener>(live.contexts(), *clock, connection, *entries, *focus, *bus);
+    windows = std::make_unique<X11ApplicationWindows>(connection, *entries, *focus);
+    opener = std::make_unique<ApplicationOpener>(live.contexts(), *clock, *entries, *windows, *bus);
     workspace = std::make_unique<X11Workspace>(connection, *entries, opener.get());
 }
 

@@ -4,6 +4,7 @@
 #include "desktop/x11/LiveContexts.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/system/LinuxClock.h"
+#include "platform/linux/x11/windows/X11ApplicationWindows.h"
 #include "platform/linux/x11/windows/X11WindowFocus.h"
 #include "platform/linux/x11/windows/X11Workspace.h"
 
@@ -49,6 +50,7 @@ protected:
     std::shared_ptr<X11Connection> connection;
     std::unique_ptr<DesktopEntries> entries;
     std::unique_ptr<X11WindowFocus> focus;
+    std::unique_ptr<X11ApplicationWindows> windows;
     std::unique_ptr<ApplicationOpener> opener;
     std::unique_ptr<X11Workspace> workspace;
 };

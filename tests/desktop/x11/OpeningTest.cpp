@@ -133,7 +133,7 @@ TEST_F(Starting, waitsNoLongerThanFiveSecondsForAWindow)
     auto const location = entry("windowless", "Name=Windowless\nExec=sleep 60\n");
     asio::io_context io;
     ManualClock manual(&io);
-    ApplicationOpener patient(contextsOn(io), manual, connection, *entries, *focus, *bus);
+    ApplicationOpener patient(contextsOn(io), manual, *entries, *windows, *bus);
     std::optional<std::string> name;
     asio::co_spawn(io, patient.open(location, Workspace::NotRunning::isStarted, manual.now() + 5s),
                    [&](std::exception_ptr, std::string given) { name = std::move(given); });

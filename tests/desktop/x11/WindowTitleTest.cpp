@@ -1,4 +1,4 @@
-#include "platform/linux/x11/windows/WindowTitle.h"
+#include "platform/linux/applications/WindowTitle.h"
 
 #include <gtest/gtest.h>
 

@@ -95,6 +95,16 @@ std::optional<std::string> locationOf(std::string const& asked,
     });
 }
 
+std::optional<std::string> locationAskedFor(std::string const& asked,
+                                            DesktopEntryIndex const& entries,
+                                            std::vector<RunningApplication> running)
+{
+    auto const active = std::ranges::find_if(running, &RunningApplication::isActive);
+    if (active != running.end())
+        std::rotate(running.begin(), active, active + 1);
+    return locationOf(asked, entries, running);
+}
+
 std::string locationOfRunning(std::string const& identifier)
 {
     return "running:" + identifier;

@@ -25,6 +25,11 @@ std::optional<std::string> locationOf(std::string const& asked,
                                       DesktopEntryIndex const& entries,
                                       std::vector<RunningApplication> const& running);
 
+/// The same where of equally good running ones that in front is meant.
+std::optional<std::string> locationAskedFor(std::string const& asked,
+                                            DesktopEntryIndex const& entries,
+                                            std::vector<RunningApplication> running);
+
 /// Where an application without an entry is: nothing but its identifier tells it from others of the same
 /// program.
 std::string locationOfRunning(std::string const& identifier);

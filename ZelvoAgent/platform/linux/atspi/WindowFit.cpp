@@ -9,14 +9,18 @@ namespace zelvo {
 
 namespace {
 
-/// The areas of a window that a top-level element may cover.
-std::array<PixelRect, 3> areasOf(ProcessWindow const& window)
+/// Without the shadows.
+PixelRect bareAreaOf(ProcessWindow const& window)
 {
     auto const [left, right, top, bottom] = window.frameExtents;
     PixelRect const& inner = window.inner;
-    PixelRect const bare = {inner.x + left, inner.y + top, inner.width - left - right,
-                            inner.height - top - bottom};
-    return {inner, bare, window.outer};
+    return {inner.x + left, inner.y + top, inner.width - left - right, inner.height - top - bottom};
+}
+
+/// The areas of a window that a top-level element may cover.
+std::array<PixelRect, 3> areasOf(ProcessWindow const& window)
+{
+    return {window.inner, bareAreaOf(window), window.outer};
 }
 
 /// A reported length is a whole number of units, so each edge may be off by nearly one.
@@ -48,23 +52,29 @@ exactFit(ReportedRect const& reported, ProcessWindow const& window, std::vector<
     return std::nullopt;
 }
 
-/// The window has its own border around the element, equally wide on all sides.
+/// The application draws a border around the element: equally wide on all sides, or wider at the top, where
+/// its title bar is.
 std::optional<WindowFit>
-borderedFit(ReportedRect const& reported, PixelRect const& inner, std::vector<double> const& scales)
+borderedFit(ReportedRect const& reported, ProcessWindow const& window, std::vector<double> const& scales)
 {
-    constexpr double maxBorder = 32; // units
+    constexpr double maxBorder = 32;   // units
+    constexpr double maxTitleBar = 64; // more than the border
     std::optional<WindowFit> best;
     double smallest = 0;
-    for (double const scale : scales) {
-        double const across = inner.width - reported.width * scale;
-        double const down = inner.height - reported.height * scale;
-        if (std::min(across, down) < -scale || std::max(across, down) > 2 * maxBorder * scale)
-            continue;
-        if (best && across + down >= smallest)
-            continue;
-        smallest = across + down;
-        best = fitAt(reported, scale, inner.x + across / 2, inner.y + down / 2);
-    }
+    for (double const scale : scales)
+        for (PixelRect const& area : {bareAreaOf(window), window.inner}) {
+            double const across = area.width - reported.width * scale;
+            double const down = area.height - reported.height * scale;
+            double const titleBar = std::max(0.0, down - across);
+            if (std::min(across, down) < -scale ||
+                std::max(across, down - titleBar) > 2 * maxBorder * scale || titleBar > maxTitleBar * scale)
+                continue;
+            if (best && across + down >= smallest)
+                continue;
+            smallest = across + down;
+            double const left = area.x + across / 2;
+            best = fitAt(reported, scale, left, area.y + titleBar + (down - titleBar) / 2);
+        }
     return best;
 }
 
@@ -118,7 +128,7 @@ fitWindow(ReportedRect const& reported, ProcessWindow const& window, double pref
     addOddScales(all, static_cast<double>(window.inner.width) / reported.width);
     if (auto fit = exactFit(reported, window, all))
         return fit;
-    return borderedFit(reported, window.inner, usual);
+    return borderedFit(reported, window, usual);
 }
 
 std::vector<std::optional<std::size_t>> matchWindows(std::vector<ReportedWindow> const& reported,

@@ -42,10 +42,10 @@ struct WindowFit {
     bool operator==(WindowFit const&) const = default;
 };
 
-/// Maps a top-level element to a window. The element may cover the window, the window with its frame, or the
-/// window without its shadows; its unit may be larger than a pixel. `nullopt` if no sensible scale makes the
-/// sizes match.
-/// preferred  the scale to try first
+/// Maps a top-level element to a window. The element may cover the window, the window with its frame, the
+/// window without its shadows, or that without a title bar and borders that the application draws itself; its
+/// unit may be larger than a pixel. `nullopt` if no sensible scale makes the sizes match. preferred  the
+/// scale to try first
 std::optional<WindowFit>
 fitWindow(ReportedRect const& reported, ProcessWindow const& window, double preferred);
 

@@ -1,6 +1,6 @@
 #include "platform/linux/screen/PixelRegion.h"
 
-#include "platform/linux/x11/RowMerge.h"
+#include "platform/linux/screen/RowMerge.h"
 
 #include <algorithm>
 #include <iterator>

@@ -45,6 +45,28 @@ TEST(WindowFit, dividesABorderThatNobodyTellsOf)
     EXPECT_EQ(fit, (WindowFit{.scale = 2, .x = 311, .y = 211, .exact = false}));
 }
 
+TEST(WindowFit, givesTheTitleBarWhatTheTopHasMoreThanTheOtherSides)
+{
+    auto const fit = fitWindow({0, 0, 400, 300}, plain("", {1100, 100, 406, 333}), 1);
+
+    EXPECT_EQ(fit, (WindowFit{.scale = 1, .x = 1103, .y = 130, .exact = false}));
+}
+
+TEST(WindowFit, findsATitleBarInsideOfShadows)
+{
+    ProcessWindow window = plain("", {1090, 90, 426, 353});
+    window.frameExtents = {10, 10, 5, 15};
+
+    auto const fit = fitWindow({0, 0, 400, 300}, window, 1);
+
+    EXPECT_EQ(fit, (WindowFit{.scale = 1, .x = 1103, .y = 125, .exact = false}));
+}
+
+TEST(WindowFit, takesNoTallRemainderForATitleBar)
+{
+    EXPECT_EQ(fitWindow({0, 0, 400, 300}, plain("", {0, 0, 406, 400}), 1), std::nullopt);
+}
+
 TEST(WindowFit, findsAnOddScale)
 {
     auto const fit = fitWindow({80, 40, 800, 600}, plain("", {100, 50, 1000, 750}), 1);

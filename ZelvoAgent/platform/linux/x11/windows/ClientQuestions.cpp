@@ -1,6 +1,6 @@
 #include "platform/linux/x11/windows/ClientQuestions.h"
 
-#include "platform/linux/x11/windows/WindowTitle.h"
+#include "platform/linux/applications/WindowTitle.h"
 
 #include <xcb/res.h>
 

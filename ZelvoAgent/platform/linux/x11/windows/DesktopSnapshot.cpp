@@ -1,6 +1,5 @@
 #include "platform/linux/x11/windows/DesktopSnapshot.h"
 
-#include "platform/linux/applications/ApplicationSearch.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/windows/ClientStandings.h"
 #include "platform/linux/x11/windows/FocusQuestions.h"
@@ -8,8 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <tuple>
-#include <utility>
 
 namespace zelvo {
 
@@ -30,12 +27,6 @@ placeOf(std::map<std::uint32_t, std::size_t> const& places, std::uint32_t window
     auto const found = places.find(window);
     return found == places.end() ? other : found->second;
 }
-
-/// An application among others while they are collected.
-struct Collected {
-    RunningApplication application;
-    std::size_t place = 0;
-};
 
 } // namespace
 
@@ -96,78 +87,43 @@ bool DesktopSnapshot::isWindowManagers(ClientWindow const& client) const
     });
 }
 
-std::map<std::uint32_t, ClientStanding> DesktopSnapshot::standings() const
+std::map<std::uint32_t, ClientStanding>
+DesktopSnapshot::standings(std::vector<ClientWindow const*> const& clients) const
 {
     std::vector<std::uint32_t> ids;
-    for (ClientWindow const* const client : clients())
+    for (ClientWindow const* const client : clients)
         ids.push_back(client->id);
     return clientStandings(connection, ids);
 }
 
-std::vector<RunningApplication> DesktopSnapshot::applications() const
+std::vector<OpenWindow> DesktopSnapshot::openWindows() const
 {
-    auto const standing = standings();
-    auto const places = placesIn(managedWindows(connection).oldestFirst);
+    std::vector<ClientWindow const*> const all = clients();
+    auto const standing = standings(all);
+    ManagedWindows const managed = managedWindows(connection);
+    auto const ages = placesIn(managed.oldestFirst);
+    auto const heights = placesIn(managed.bottomToTop);
     ClientWindow const* const front = clientInFront();
-    std::map<std::pair<std::int32_t, std::string>, Collected> found;
-    for (ClientWindow const* const client : clients()) {
-        RunningApplication application = windowOwners.application(*client);
-        auto const identifier = application.names.identifier();
-        if (!identifier)
-            continue;
-        std::size_t const place = placeOf(places, client->id, places.size() + 1);
-        auto const [known, isNew] = found.try_emplace({application.pid, *identifier});
-        auto& [whole, first] = known->second;
-        if (isNew) {
-            whole = std::move(application);
-            first = place;
-        } else {
-            whole.names.join(application.names);
-            first = std::min(first, place);
-        }
-        whole.isRegular = whole.isRegular || standing.at(client->id).regular;
-        whole.isActive = whole.isActive || client == front;
+    std::vector<OpenWindow> windows;
+    for (ClientWindow const* const client : all) {
+        ClientStanding const& its = standing.at(client->id);
+        windows.push_back({.id = client->id,
+                           .pid = client->pid,
+                           .application = windowOwners.application(*client),
+                           .isRegular = its.regular,
+                           .isMinimized = its.minimised,
+                           .isShaded = its.shaded,
+                           .isInFront = client == front,
+                           .age = placeOf(ages, client->id, ages.size() + 1),
+                           .height = placeOf(heights, client->id, 0),
+                           .startupId = its.startupId});
     }
-    std::multimap<std::size_t, RunningApplication> ordered; // Equal ones by process id.
-    for (auto& [key, one] : found)
-        ordered.emplace(one.place, std::move(one.application));
-    std::vector<RunningApplication> applications;
-    for (auto& [place, application] : ordered)
-        applications.push_back(std::move(application));
-    return applications;
-}
-
-std::optional<RunningApplication> DesktopSnapshot::applicationOf(std::int32_t pid) const
-{
-    auto const places = placesIn(managedWindows(connection).bottomToTop);
-    std::optional<RunningApplication> application;
-    ApplicationNames all;
-    std::size_t best = 0;
-    for (ClientWindow const* const client : clients()) {
-        if (client->pid != pid)
-            continue;
-        all.hideWith(windowOwners.namesOf(*client));
-        std::size_t const place = placeOf(places, client->id, 0);
-        if (!application || place > best) {
-            application = windowOwners.application(*client);
-            best = place;
-        }
-    }
-    if (application)
-        application->names.hideWith(all);
-    return application;
+    return windows;
 }
 
 RunningApplication DesktopSnapshot::processApplication(std::int32_t pid) const
 {
-    RunningApplication application{.pid = pid};
-    if (auto known = applicationOf(pid)) {
-        application = *std::move(known);
-    } else {
-        ProcessFacts const process = readProcessFacts(pid);
-        application.names = identifyApplication({}, process, *index).names;
-        application.launchDate = process.started;
-    }
+    RunningApplication application = zelvo::processApplication(openWindows(), pid, *index);
     application.isRegular = hasOrdinaryWindow(pid);
     return application;
 }
@@ -181,63 +137,10 @@ bool DesktopSnapshot::hasOrdinaryWindow(std::int32_t pid) const
     };
     if (std::ranges::any_of(survey.windows, isOrdinary))
         return true;
-    auto const standing = standings();
+    auto const standing = standings(clients());
     return std::ranges::any_of(survey.others, [&](ClientWindow const& client) {
         return client.pid == pid && standing.at(client.id).regular;
     });
-}
-
-std::optional<ApplicationBundle> DesktopSnapshot::bundle(std::string const& location) const
-{
-    std::optional<ApplicationBundle> bundle;
-    if (DesktopEntry const* const entry = entryAt(*index, location))
-        bundle = {
-            .identifier = entry->id, .localizedName = entry->name, .names = namesOfEntry(*entry, *index)};
-    for (RunningApplication const& application : applications()) {
-        if (application.location != location)
-            continue;
-        if (bundle)
-            bundle->names.add(application.names);
-        else
-            bundle = {.identifier = application.names.identifier().value_or(""),
-                      .localizedName = application.localizedName,
-                      .names = application.names};
-    }
-    return bundle;
-}
-
-bool DesktopSnapshot::belongs(ClientWindow const& client,
-                              ClientStanding const& standing,
-                              std::string const& location,
-                              StartMarks const* started) const
-{
-    if (windowOwners.application(client).location == location)
-        return true;
-    if (!started)
-        return false;
-    return standing.startupId == started->startupId ||
-           (started->session && client.pid && ::getsid(*client.pid) == *started->session);
-}
-
-ApplicationWindow DesktopSnapshot::windowOf(std::string const& location, StartMarks const* started) const
-{
-    auto const standing = standings();
-    auto const places = placesIn(managedWindows(connection).bottomToTop);
-    ClientWindow const* const front = clientInFront();
-    ApplicationWindow best;
-    std::tuple<bool, std::size_t> bestPlace;
-    for (ClientWindow const* const client : clients()) {
-        ClientStanding const& its = standing.at(client->id);
-        if (!belongs(*client, its, location, started))
-            continue;
-        best.inFront = best.inFront || (client == front && !its.shaded);
-        std::tuple const place(!its.minimised, placeOf(places, client->id, 0));
-        if (its.regular && (!best.id || place > bestPlace)) {
-            best.id = client->id;
-            bestPlace = place;
-        }
-    }
-    return best;
 }
 
 } // namespace zelvo

@@ -1,16 +1,36 @@
 #include "platform/linux/x11/windows/WindowOwners.h"
 
-#include "platform/linux/applications/ApplicationSearch.h"
+#include <ranges>
+#include <utility>
 
 namespace zelvo {
+
+namespace {
+
+ClientWindows clientsOf(WindowSurvey const& survey)
+{
+    ClientWindows clients;
+    // The last active one first, as far as the order of the windows says.
+    for (SurveyedWindow const& window : std::views::reverse(survey.windows)) {
+        clients.lastActiveFirst.push_back(&window.client);
+        for (EmbeddedWindow const& inside : window.embedded)
+            clients.lastActiveFirst.push_back(&inside.client);
+    }
+    for (ClientWindow const& other : std::views::reverse(survey.others))
+        clients.lastActiveFirst.push_back(&other);
+    for (ClientWindow const& leader : survey.leaders)
+        clients.leaders.push_back(&leader);
+    return clients;
+}
+
+} // namespace
 
 WindowOwners::WindowOwners(WindowSurvey const& survey,
                            DesktopEntryIndex const& entries,
                            std::int32_t own,
-                           std::function<ProcessFacts(std::int32_t)> const& facts)
-    : own(own), readFacts(facts),
-      applications(windowApplications(
-          survey, entries, own, [this](std::int32_t pid) -> ProcessFacts const& { return factsOf(pid); }))
+                           KnownProcesses::Read facts)
+    : own(own), processes(std::move(facts)),
+      applications(windowApplications(clientsOf(survey), entries, own, processes))
 {
     for (SurveyedWindow const& window : survey.windows) {
         byWindow.emplace(window.client.id, &window.client);
@@ -28,12 +48,6 @@ ClientWindow const* WindowOwners::find(std::uint32_t window) const
 {
     auto const found = byWindow.find(window);
     return found == byWindow.end() ? nullptr : found->second;
-}
-
-ProcessFacts const& WindowOwners::factsOf(std::int32_t pid) const
-{
-    auto const found = facts.find(pid);
-    return found != facts.end() ? found->second : facts.emplace(pid, readFacts(pid)).first->second;
 }
 
 WindowApplication const& WindowOwners::applicationAt(ClientWindow const& client) const
@@ -58,20 +72,7 @@ ApplicationNames WindowOwners::namesOf(SurveyedWindow const& window) const
 
 RunningApplication WindowOwners::application(ClientWindow const& client) const
 {
-    WindowApplication const& known = applicationAt(client);
-    RunningApplication application{
-        .pid = client.pid.value_or(0), .names = known.names, .localizedName = known.localizedName};
-    if (client.pid) {
-        ProcessFacts const& process = factsOf(*client.pid);
-        if (process.executable.has_parent_path())
-            application.bundlePath = process.executable.parent_path().string();
-        application.launchDate = process.started;
-    }
-    if (known.entry)
-        application.location = known.entry->file;
-    else if (auto const identifier = known.names.identifier())
-        application.location = locationOfRunning(*identifier);
-    return application;
+    return runningApplication(applicationAt(client), client, processes);
 }
 
 } // namespace zelvo

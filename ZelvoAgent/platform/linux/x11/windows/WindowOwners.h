@@ -1,12 +1,9 @@
 #pragma once
 
-#include "platform/RunningApplication.h"
-#include "platform/linux/x11/windows/WindowApplications.h"
+#include "platform/linux/applications/WindowApplications.h"
 #include "platform/linux/x11/windows/WindowSurvey.h"
 
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <unordered_map>
 
 namespace zelvo {
@@ -19,7 +16,7 @@ public:
     WindowOwners(WindowSurvey const& survey,
                  DesktopEntryIndex const& entries,
                  std::int32_t own,
-                 std::function<ProcessFacts(std::int32_t)> const& facts = readProcessFacts);
+                 KnownProcesses::Read facts = readProcessFacts);
 
     ApplicationNames const& namesOf(ClientWindow const& client) const;
     /// Those of the window's client, hidden with those of the clients embedded in it, which get its keys.
@@ -31,11 +28,9 @@ public:
 
 private:
     WindowApplication const& applicationAt(ClientWindow const& client) const;
-    ProcessFacts const& factsOf(std::int32_t pid) const;
 
     std::int32_t own;
-    std::function<ProcessFacts(std::int32_t)> readFacts;
-    mutable std::map<std::int32_t, ProcessFacts> facts;
+    KnownProcesses processes;
     std::unordered_map<std::uint32_t, ClientWindow const*> byWindow; // frames too
     std::unordered_map<std::uint32_t, WindowApplication> applications;
 };

@@ -1,27 +1,16 @@
 #pragma once
 
-#include "platform/linux/applications/WindowWords.h"
+#include "platform/linux/applications/ClientWindow.h"
 #include "platform/linux/screen/PixelRegion.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace zelvo {
 
 class X11Connection;
-
-/// A client's window and whose it is.
-struct ClientWindow {
-    std::uint32_t id = 0;
-    std::optional<std::int32_t> pid; ///< by the server, else by its own word
-    WindowWords words;
-    std::uint32_t transientFor = 0; ///< 0 when for none
-    std::uint32_t leader = 0;       ///< of its group of windows; 0 when none or itself
-    std::string title = {};         ///< UTF-8, see WindowTitle
-};
 
 /// A client's window inside another client's.
 struct EmbeddedWindow {

@@ -17,6 +17,7 @@ public:
     ~X11WindowFocus() override;
 
     std::uint32_t activeWindow() override;
+    std::uint32_t idOf(OwnWindow const& window) override { return window.nativeId; }
     void putInFront(std::uint32_t window, std::uint32_t over) override;
     void activate(std::uint32_t window) override;
     WindowStanding standing(std::uint32_t window) override;

@@ -5,7 +5,6 @@
 #include "platform/linux/x11/windows/DesktopSnapshot.h"
 #include "platform/linux/x11/windows/FocusQuestions.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace zelvo {
@@ -46,7 +45,7 @@ std::optional<RunningApplication> X11Workspace::application(std::int32_t pid)
 {
     if (!connection || !connection->isAlive())
         return std::nullopt;
-    return DesktopSnapshot(*connection, entries).applicationOf(pid);
+    return applicationOf(DesktopSnapshot(*connection, entries).openWindows(), pid);
 }
 
 RunningApplication X11Workspace::process(std::int32_t pid)
@@ -60,18 +59,12 @@ std::vector<RunningApplication> X11Workspace::runningApplications()
 {
     if (!connection || !connection->isAlive())
         return {};
-    return DesktopSnapshot(*connection, entries).applications();
+    return applicationsOf(DesktopSnapshot(*connection, entries).openWindows());
 }
 
 std::optional<std::string> X11Workspace::applicationLocation(std::string identifier)
 {
-    auto const index = entries.current();
-    std::vector<RunningApplication> running = runningApplications();
-    // What is in front goes before others of the same name.
-    auto const active = std::ranges::find_if(running, &RunningApplication::isActive);
-    if (active != running.end())
-        std::rotate(running.begin(), active, active + 1);
-    return locationOf(identifier, *index, running);
+    return locationAskedFor(identifier, *entries.current(), runningApplications());
 }
 
 std::optional<std::string> X11Workspace::applicationLocationNamed(std::string name)
@@ -85,7 +78,8 @@ std::optional<ApplicationBundle> X11Workspace::bundle(std::string location)
 {
     if (!connection || !connection->isAlive())
         return std::nullopt;
-    return DesktopSnapshot(*connection, entries).bundle(location);
+    DesktopSnapshot const desktop(*connection, entries);
+    return bundleAt(location, desktop.openWindows(), desktop.entryIndex());
 }
 
 Task<std::string> X11Workspace::openApplication(std::string location, NotRunning notRunning, Instant deadline)

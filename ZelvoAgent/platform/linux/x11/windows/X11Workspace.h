@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/Workspace.h"
+#include "platform/linux/applications/ApplicationOpener.h"
 #include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/windows/ApplicationOpener.h"
 #include "platform/linux/x11/windows/KeyboardGrab.h"
 
 #include <memory>

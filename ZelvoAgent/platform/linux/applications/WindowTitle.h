@@ -14,4 +14,7 @@ inline constexpr std::size_t maxTitleBytes = 1024;
 /// isCut      there is more: half a character at the end goes
 std::string windowTitle(std::string bytes, bool isLatin1, bool isCut);
 
+/// The same for a whole title that should be UTF-8, cut where it is too long.
+std::string boundedTitle(std::string const& title);
+
 } // namespace zelvo

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/windows/WindowTitle.h"
+#include "platform/linux/applications/WindowTitle.h"
 
 #include "base/Text.h"
 
@@ -43,6 +43,11 @@ std::string windowTitle(std::string bytes, bool isLatin1, bool isCut)
     if (isLatin1 && !text::isUtf8(whole))
         return fromLatin1(bytes);
     return text::repaired(whole);
+}
+
+std::string boundedTitle(std::string const& title)
+{
+    return windowTitle(title.substr(0, maxTitleBytes), false, title.size() > maxTitleBytes);
 }
 
 } // namespace zelvo

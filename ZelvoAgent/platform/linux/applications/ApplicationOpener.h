@@ -2,12 +2,10 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
+#include "platform/linux/applications/ApplicationWindows.h"
 #include "platform/linux/applications/DesktopEntries.h"
-#include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/windows/DesktopSnapshot.h"
-#include "platform/linux/x11/windows/X11WindowFocus.h"
 
-#include <memory>
+#include <optional>
 #include <string>
 
 namespace zelvo {
@@ -19,20 +17,21 @@ class BusConnection;
 /// Thread: any.
 class ApplicationOpener {
 public:
-    /// connection: not used when null; X11Workspace asks for nothing then. user: the session bus. All must
-    /// outlive this.
+    /// user  the session bus. All must outlive this.
     ApplicationOpener(Contexts contexts,
                       Clock& clock,
-                      std::shared_ptr<X11Connection> connection,
                       DesktopEntries& entries,
-                      X11WindowFocus& focus,
+                      ApplicationWindows& windows,
                       BusConnection& user);
 
     /// See Workspace::openApplication().
     Task<std::string> open(std::string location, Workspace::NotRunning notRunning, Instant deadline);
 
 private:
-    struct Target;
+    struct Target {
+        OpenableApplication found;
+        std::optional<std::string> entryId; ///< none: nothing can start it
+    };
     Target lookFor(std::string const& location);
     Task<StartMarks> start(std::string entryFile, std::string id, Instant deadline);
     Task<bool> startByBus(std::string id, std::string startupId, Instant deadline);
@@ -40,9 +39,8 @@ private:
 
     Contexts contexts;
     Clock& clock;
-    std::shared_ptr<X11Connection> connection;
     DesktopEntries& entries;
-    X11WindowFocus& focus;
+    ApplicationWindows& windows;
     BusConnection& user;
 };
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/windows/ApplicationOpener.h"
+#include "platform/linux/applications/ApplicationOpener.h"
 
 #include "base/Hop.h"
 #include "platform/linux/applications/ApplicationSearch.h"
@@ -24,7 +24,7 @@ bool hasNoService(BusFailure const& failure)
            failure.name == "org.freedesktop.DBus.Error.Disconnected";
 }
 
-/// "org.example.Some-App" lies at "/org/example/Some_App".
+/// "org.example.Some-App" is at "/org/example/Some_App".
 std::string objectPathOf(std::string const& id)
 {
     std::string path = "/" + id;
@@ -41,30 +41,21 @@ void appendPlatformData(sd_bus_message* message, std::string const& startupId)
 
 } // namespace
 
-struct ApplicationOpener::Target {
-    std::optional<ApplicationBundle> bundle;
-    std::optional<std::string> entryId; ///< none: nothing can start it
-    bool hasWindow = false;
-};
-
 ApplicationOpener::ApplicationOpener(Contexts contexts,
                                      Clock& clock,
-                                     std::shared_ptr<X11Connection> connection,
                                      DesktopEntries& entries,
-                                     X11WindowFocus& focus,
+                                     ApplicationWindows& windows,
                                      BusConnection& user)
-    : contexts(std::move(contexts)), clock(clock), connection(std::move(connection)), entries(entries),
-      focus(focus), user(user)
+    : contexts(std::move(contexts)), clock(clock), entries(entries), windows(windows), user(user)
 {
 }
 
 ApplicationOpener::Target ApplicationOpener::lookFor(std::string const& location)
 {
-    DesktopSnapshot const desktop(*connection, entries);
-    Target target{.bundle = desktop.bundle(location)};
-    if (DesktopEntry const* const entry = entryAt(desktop.entryIndex(), location))
+    Target target{.found = windows.look(location)};
+    auto const index = entries.current();
+    if (DesktopEntry const* const entry = entryAt(*index, location))
         target.entryId = entry->id;
-    target.hasWindow = desktop.windowOf(location, nullptr).id != 0;
     return target;
 }
 
@@ -72,16 +63,17 @@ Task<std::string>
 ApplicationOpener::open(std::string location, Workspace::NotRunning notRunning, Instant deadline)
 {
     Target const target = co_await on(contexts.workers, [&] { return lookFor(location); });
-    bool const isLeft = !target.hasWindow && notRunning == Workspace::NotRunning::isLeft;
-    if (!target.bundle || (!target.hasWindow && !target.entryId && !isLeft))
+    auto const& [bundle, hasWindow] = target.found;
+    bool const isLeft = !hasWindow && notRunning == Workspace::NotRunning::isLeft;
+    if (!bundle || (!hasWindow && !target.entryId && !isLeft))
         throw std::runtime_error("there is no application any more where it was found");
     if (isLeft)
-        co_return target.bundle->localizedName;
+        co_return bundle->localizedName;
     StartMarks started;
-    if (!target.hasWindow)
+    if (!hasWindow)
         started = co_await start(location, *target.entryId, deadline);
     co_await bringToFront(location, std::move(started), deadline);
-    co_return target.bundle->localizedName;
+    co_return bundle->localizedName;
 }
 
 Task<StartMarks> ApplicationOpener::start(std::string entryFile, std::string id, Instant deadline)
@@ -127,7 +119,7 @@ Task<> ApplicationOpener::bringToFront(std::string location, StartMarks started,
     for (;;) {
         auto const found = co_await on(contexts.workers, [&] {
             StartMarks const* const marks = started.startupId.empty() ? nullptr : &started;
-            return DesktopSnapshot(*connection, entries).windowOf(location, marks);
+            return windows.windowOf(location, marks);
         });
         Instant const now = clock.now();
         if (found.inFront || now >= end)
@@ -137,7 +129,7 @@ Task<> ApplicationOpener::bringToFront(std::string location, StartMarks started,
                 end = std::min(end, now + insistFor);
             asked = found.id;
             askAgain = now + askAgainAfter;
-            co_await on(contexts.workers, [&] { focus.bringBack(found.id); });
+            co_await on(contexts.workers, [&] { windows.bringBack(found.id); });
         }
         co_await clock.sleep(lookEvery);
     }

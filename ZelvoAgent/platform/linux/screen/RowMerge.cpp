@@ -1,4 +1,4 @@
-#include "platform/linux/x11/RowMerge.h"
+#include "platform/linux/screen/RowMerge.h"
 
 #include <algorithm>
 #include <functional>

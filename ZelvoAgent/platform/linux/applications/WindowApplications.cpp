@@ -1,8 +1,9 @@
-#include "platform/linux/x11/windows/WindowApplications.h"
+#include "platform/linux/applications/WindowApplications.h"
+
+#include "platform/linux/applications/ApplicationSearch.h"
 
 #include <map>
 #include <optional>
-#include <ranges>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -37,30 +38,23 @@ struct Candidate {
 
 class Decision {
 public:
-    using Facts = std::function<ProcessFacts const&(std::int32_t)>;
     using Applications = std::unordered_map<std::uint32_t, WindowApplication>;
 
-    Decision(WindowSurvey const& survey,
+    Decision(ClientWindows const& windows,
              DesktopEntryIndex const& entries,
              std::int32_t own,
-             Facts const& facts)
+             KnownProcesses const& processes)
     {
-        auto const note = [&](ClientWindow const& client, bool isLeader = false) {
+        auto const note = [&](ClientWindow const& client, bool isLeader) {
             candidates.push_back({.client = &client,
-                                  .identity = identityOf(client, entries, own, facts),
+                                  .identity = identityOf(client, entries, own, processes),
                                   .isOwn = client.pid == own,
                                   .isLeader = isLeader});
         };
-        // The last active one first, as far as the order of the windows tells.
-        for (SurveyedWindow const& window : std::views::reverse(survey.windows)) {
-            note(window.client);
-            for (EmbeddedWindow const& inside : window.embedded)
-                note(inside.client);
-        }
-        for (ClientWindow const& other : std::views::reverse(survey.others))
-            note(other);
-        for (ClientWindow const& leader : survey.leaders)
-            note(leader, true);
+        for (ClientWindow const* const window : windows.lastActiveFirst)
+            note(*window, false);
+        for (ClientWindow const* const leader : windows.leaders)
+            note(*leader, true);
         for (Candidate& candidate : candidates)
             byWindow.emplace(candidate.client->id, &candidate);
     }
@@ -90,12 +84,15 @@ private:
     static ApplicationIdentity identityOf(ClientWindow const& client,
                                           DesktopEntryIndex const& entries,
                                           std::int32_t own,
-                                          Facts const& facts)
+                                          KnownProcesses const& processes)
     {
-        ApplicationIdentity identity =
-            identifyApplication(client.words, client.pid ? facts(*client.pid) : ProcessFacts{}, entries);
-        if (client.pid != own)
+        ApplicationIdentity identity = identifyApplication(
+            client.words, client.pid ? processes.of(*client.pid) : ProcessFacts{}, entries);
+        if (client.pid != own) {
+            if (client.isPopup && client.words == WindowWords{} && identity.basis == Basis::entry)
+                identity.basis = Basis::sharedProgram;
             return identity;
+        }
         identity.names = {{ownBundleIdentifier}};
         identity.basis = Basis::entry;
         identity.entry = entries.find(ownBundleIdentifier);
@@ -244,13 +241,31 @@ private:
 
 } // namespace
 
-std::unordered_map<std::uint32_t, WindowApplication>
-windowApplications(WindowSurvey const& survey,
-                   DesktopEntryIndex const& entries,
-                   std::int32_t own,
-                   std::function<ProcessFacts const&(std::int32_t)> const& facts)
+std::unordered_map<std::uint32_t, WindowApplication> windowApplications(ClientWindows const& windows,
+                                                                        DesktopEntryIndex const& entries,
+                                                                        std::int32_t own,
+                                                                        KnownProcesses const& processes)
 {
-    return Decision(survey, entries, own, facts).take();
+    return Decision(windows, entries, own, processes).take();
+}
+
+RunningApplication runningApplication(WindowApplication const& known,
+                                      ClientWindow const& window,
+                                      KnownProcesses const& processes)
+{
+    RunningApplication application{
+        .pid = window.pid.value_or(0), .names = known.names, .localizedName = known.localizedName};
+    if (window.pid) {
+        ProcessFacts const& process = processes.of(*window.pid);
+        if (process.executable.has_parent_path())
+            application.bundlePath = process.executable.parent_path().string();
+        application.launchDate = process.started;
+    }
+    if (known.entry)
+        application.location = known.entry->file;
+    else if (auto const identifier = known.names.identifier())
+        application.location = locationOfRunning(*identifier);
+    return application;
 }
 
 } // namespace zelvo
