@@ -164,13 +164,13 @@ int LoginSession::rank(Candidate const& candidate) const
     auto const property = [&](char const* name) {
         return entryOf<std::string>(candidate.properties, name).value_or("");
     };
-    LoginCandidate const facts{.id = property("Id"),
+    LoginCandidate const known{.id = property("Id"),
                                .display = displayOf(property("Display")),
                                .type = property("Type"),
                                .isEnding = property("State") == "closing",
                                .isActive = entryOf<bool>(candidate.properties, "Active").value_or(false),
                                .isOurs = candidate.user == ::geteuid()};
-    return rankOf(facts, own);
+    return rankOf(known, own);
 }
 
 void LoginSession::choose(std::vector<Candidate> const& candidates)

@@ -2,6 +2,7 @@
 
 #include "platform/EventPosting.h"
 #include "platform/linux/input/KeyTable.h"
+#include "platform/linux/wayland/SeatKeymap.h"
 
 #include <cstdint>
 #include <functional>
@@ -13,15 +14,6 @@
 struct xkb_keymap;
 
 namespace zelvo {
-
-/// The keyboard of the compositor's seat.
-struct SeatKeymap {
-    std::string text; ///< of the keymap, in the format of xkbcommon
-    /// The active layout among those of the keymap; `nullopt` if the compositor does not say.
-    std::optional<std::uint32_t> group;
-    bool hasCapsLock = false; ///< it is on
-    bool operator==(SeatKeymap const&) const = default;
-};
 
 /// What the keys of the seat type at the moment. Thread: one at a time.
 class SeatKeyboard {
