@@ -76,7 +76,7 @@ public:
     /// Resumes when the window in front has handled every posted event, also in the processes that draw its
     /// pages, as far as the system shows that. False if it may not have: it is busy for longer.
     virtual Task<bool> delivered() = 0;
-    /// The pointer's position; (0, 0) if it is unknown.
+    /// The pointer's position; (0, 0) if it is unknown. May wait some milliseconds for the display server.
     virtual DesktopPoint pointerLocation() = 0;
     /// False if this program's windows could be anywhere: then nothing at all may be posted while one is open
     /// that only the person may answer.
