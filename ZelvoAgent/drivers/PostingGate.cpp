@@ -122,7 +122,7 @@ Task<bool> PostingGate::mayPass(PostedEvent event)
         co_return false;
     if (!isClosed())
         co_return true;
-    if (isKey(event))
+    if (isKey(event) || !inner.knowsOwnWindows())
         co_return false;
     if (!isButton(event))
         co_return true;

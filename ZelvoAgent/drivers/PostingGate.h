@@ -14,12 +14,12 @@
 namespace zelvo {
 
 /// Every event that we post passes this gate. While the agent is paused, no event passes. While a window of
-/// ours is open that only a person may answer, no key event passes, and no button event inside our windows.
-/// No key event passes while a hidden application or a window of ours is in front, and an action that runs
-/// when one comes to the front makes no further event but moves of the pointer.
-/// If an event is refused, or the system cannot make it, all held keys and buttons are released: typing,
-/// chords and drags then end without an error and leave nothing pressed. Thread: any, one poster at a time;
-/// resumes callers on their own executors.
+/// ours is open that only a person may answer, no key event passes, and no button event inside our windows;
+/// no event at all where the desktop does not say where our windows are. No key event passes while a hidden
+/// application or a window of ours is in front, and an action that runs when one comes to the front makes no
+/// further event but moves of the pointer. If an event is refused, or the system cannot make it, all held
+/// keys and buttons are released: typing, chords and drags then end without an error and leave nothing
+/// pressed. Thread: any, one poster at a time; resumes callers on their own executors.
 class PostingGate final : public EventPosting {
 public:
     /// paused      called for every event; any thread

@@ -65,7 +65,7 @@ public:
     /// Makes the event without that wait. False if it could not be made.
     virtual Task<bool> post(PostedEvent event) = 0;
     /// Announces a whole text before its first TextEvent, so that an implementation can prepare for all of it
-    /// at once.
+    /// at once. Throws DetailedAgentError if the desktop cannot type it; nothing is typed then.
     virtual Task<> beginText(std::string text) = 0;
     /// Undoes beginText; resumes when the text has arrived, as far as the system shows that.
     virtual Task<> endText() = 0;
@@ -76,8 +76,11 @@ public:
     /// Resumes when the window in front has handled every posted event, also in the processes that draw its
     /// pages, as far as the system shows that. False if it may not have: it is busy for longer.
     virtual Task<bool> delivered() = 0;
-    /// The pointer's position; (0, 0) if it is unknown.
+    /// The pointer's position; (0, 0) if it is unknown. May wait some milliseconds for the display server.
     virtual DesktopPoint pointerLocation() = 0;
+    /// False if this program's windows could be anywhere: then nothing at all may be posted while one is open
+    /// that only the person may answer.
+    virtual bool knowsOwnWindows() const { return true; }
 };
 
 } // namespace zelvo

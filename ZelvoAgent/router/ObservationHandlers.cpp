@@ -183,7 +183,8 @@ Task<> ObservationHandlers::logLooked(std::optional<std::string> connectionId,
 
 Task<json::value> ObservationHandlers::cursorPosition(Admission)
 {
-    DesktopPoint const point = services.input.cursorPosition();
+    DesktopPoint const point =
+        co_await on(services.contexts.workers, [this] { return services.input.cursorPosition(); });
     records::Point const position{.x = point.x, .y = point.y};
     co_return records::toJson(position);
 }

@@ -45,7 +45,7 @@ X11Desktop::X11Desktop(DesktopParts const& parts)
                     parts.clock,
                     parts.system,
                     parts.user,
-                    variable("DISPLAY").value_or(""),
+                    OwnSession{.display = displayOf(variable("DISPLAY").value_or(""))},
                     [display = display] { return display && display->isAlive(); }),
       systemAccess(parts.contexts,
                    parts.clock,

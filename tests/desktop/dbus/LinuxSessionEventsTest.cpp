@@ -72,9 +72,9 @@ protected:
 
     void start(std::string const& display = ":7")
     {
-        session = std::make_unique<LinuxSessionEvents>(running.contexts(), running.clock, running.system,
-                                                       running.session, display,
-                                                       [this] { return displayReachable.load(); });
+        session = std::make_unique<LinuxSessionEvents>(
+            running.contexts(), running.clock, running.system, running.session,
+            OwnSession{.display = displayOf(display)}, [this] { return displayReachable.load(); });
         session->observe([this](SessionEvent event) { events.push_back(event); });
         running.system.start();
         running.session.start();

@@ -1,7 +1,7 @@
 #include "platform/linux/x11/capture/CapturePlan.h"
 
-#include "platform/linux/x11/capture/PictureScaling.h"
 #include "platform/linux/x11/capture/PixelCopy.h"
+#include "platform/portable/pictures/PictureScaling.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

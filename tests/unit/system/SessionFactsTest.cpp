@@ -61,6 +61,37 @@ TEST(SessionFacts, readDisplayNames)
         EXPECT_EQ(displayOf(text), "") << text;
 }
 
+TEST(SessionFacts, knowsTheSessionOfAnXServerByItsDisplay)
+{
+    OwnSession const own{.display = ":1"};
+    LoginCandidate const ours{.display = ":1", .type = "x11", .isOurs = true};
+    LoginCandidate ending = ours;
+    ending.isEnding = true;
+    LoginCandidate others = ours;
+    others.isOurs = false;
+
+    EXPECT_GT(rankOf(ours, own), rankOf(others, own));
+    EXPECT_GT(rankOf(others, own), rankOf(ending, own));
+    EXPECT_GE(rankOf(ending, own), 0);
+    EXPECT_LT(rankOf({.display = ":2", .isOurs = true}, own), 0);
+    EXPECT_LT(rankOf({.isOurs = true}, OwnSession{}), 0);
+}
+
+TEST(SessionFacts, knowsAWaylandSessionByItsIdThenByBeingActive)
+{
+    OwnSession const own{.isWayland = true, .id = "5"};
+    LoginCandidate const named{.id = "5", .type = "wayland", .isOurs = true};
+    LoginCandidate active{.id = "6", .type = "wayland", .isActive = true, .isOurs = true};
+    LoginCandidate const idle{.id = "7", .type = "wayland", .isOurs = true};
+
+    EXPECT_GT(rankOf(named, own), rankOf(active, own));
+    EXPECT_GT(rankOf(active, own), rankOf(idle, own));
+    EXPECT_GE(rankOf(idle, own), 0);
+    EXPECT_LT(rankOf({.id = "8", .type = "tty", .isOurs = true}, own), 0);
+    active.isOurs = false;
+    EXPECT_LT(rankOf(active, own), 0);
+}
+
 } // namespace
 
 } // namespace zelvo

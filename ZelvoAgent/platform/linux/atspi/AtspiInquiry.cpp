@@ -137,6 +137,28 @@ std::optional<AtspiNode::Index> AtspiInquiry::hitIn(Index index, ReportedPoint p
     return hit ? find(index, *hit) : std::nullopt;
 }
 
+bool AtspiInquiry::call(Index index,
+                        char const* interface,
+                        char const* member,
+                        Arguments const& arguments,
+                        std::function<void(sd_bus_message*)> const& onReply)
+{
+    auto message = questions.newCall(index, interface, member);
+    bool isDone = exchange.isOver() || !message;
+    bool isAnswered = false;
+    if (isDone)
+        return false;
+    arguments(message.get());
+    exchange.ask(nodes[index].peer, std::move(message), [&](sd_bus_message* reply) {
+        isDone = true;
+        isAnswered = reply != nullptr;
+        if (reply && onReply)
+            onReply(reply);
+    });
+    exchange.await(nodes[index].peer, [&] { return isDone; });
+    return isAnswered;
+}
+
 std::optional<AtspiNode::Index> AtspiInquiry::parentOf(Index index)
 {
     ensure(index, AtspiQuestion::parent);

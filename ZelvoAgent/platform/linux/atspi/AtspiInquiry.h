@@ -47,6 +47,14 @@ public:
     std::optional<Index> hitIn(Index index, ReportedPoint point);
     /// Starts the application's hit test without waiting for the answer.
     void announceHit(Index index, ReportedPoint point);
+    using Arguments = std::function<void(sd_bus_message* call)>;
+    /// Calls a method of an element and waits for the answer, which is given to `onReply`. False if there is
+    /// none.
+    bool call(Index index,
+              char const* interface,
+              char const* member,
+              Arguments const& arguments,
+              std::function<void(sd_bus_message* reply)> const& onReply = {});
     /// The element that it reports as its parent; waits for the answer.
     std::optional<Index> parentOf(Index index);
     /// The elements with a state inside an element, found by the application; waits for the answer. `nullopt`

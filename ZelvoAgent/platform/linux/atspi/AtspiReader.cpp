@@ -57,6 +57,7 @@ AtspiReader::AtspiReader(Clock& clock,
     if (found.isWoken)
         known->noteWoken();
     places = std::make_unique<AtspiPlaces>(*inquiry, nodes, *known);
+    edits = std::make_unique<AtspiEditing>(*inquiry, nodes);
     ahead = std::make_unique<AtspiReadAhead>(exchange, *inquiry, nodes, *known, *places);
     inquiry->onAnswered = [this](Index index, AtspiQuestion question) { ahead->noteAnswer(index, question); };
     nodes.find(found.peer, found.path);

@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "platform/Accessibility.h"
 #include "platform/linux/atspi/AtspiApplication.h"
+#include "platform/linux/atspi/AtspiEditing.h"
 #include "platform/linux/atspi/AtspiPlaces.h"
 #include "platform/linux/atspi/AtspiReadAhead.h"
 
@@ -25,6 +26,8 @@ public:
 
     /// Whether the application is on the bus. `nullopt` if the bus does not answer.
     std::optional<bool> isOnBus() const;
+    /// Changes its elements; null without an application. Valid as long as this reader.
+    AtspiEditing* editing() { return edits.get(); }
     /// D-Bus messages sent so far.
     std::uint64_t messagesSent() const { return exchange.messagesSent(); }
 
@@ -92,7 +95,8 @@ private:
     std::unique_ptr<AtspiInquiry> inquiry;
     std::unique_ptr<AtspiElements> known;
     std::unique_ptr<AtspiPlaces> places;
-    std::unique_ptr<AtspiReadAhead> ahead; // All four are null without an application.
+    std::unique_ptr<AtspiEditing> edits;
+    std::unique_ptr<AtspiReadAhead> ahead; // All five are null without an application.
     AtspiApplication found;
     bool hasLooked = false;
     std::vector<Index> lastWindows;

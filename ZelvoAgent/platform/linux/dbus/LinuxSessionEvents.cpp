@@ -45,7 +45,7 @@ LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts,
                                        Clock& clock,
                                        BusConnection& system,
                                        BusConnection& session,
-                                       std::string const& display,
+                                       OwnSession own,
                                        std::function<bool()> displayReachable)
     : state(std::make_shared<State>()), agent(contexts.agent)
 {
@@ -63,7 +63,7 @@ LinuxSessionEvents::LinuxSessionEvents(Contexts const& contexts,
     };
     auto const both = std::make_shared<Sources>();
     LoginSession::Events login{.onFacts = onFacts, .onSleep = onSleep, .onShutdown = onShutdown};
-    both->login = std::make_shared<LoginSession>(agent, clock, system, displayOf(display), std::move(login));
+    both->login = std::make_shared<LoginSession>(agent, clock, system, std::move(own), std::move(login));
     both->savers = std::make_shared<ScreenSavers>(session, onSavers);
     both->login->start();
     both->savers->start();

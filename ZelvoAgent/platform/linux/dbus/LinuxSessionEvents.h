@@ -4,6 +4,7 @@
 #include "base/Contexts.h"
 #include "platform/SessionEvents.h"
 #include "platform/linux/dbus/BusConnection.h"
+#include "platform/linux/dbus/SessionFacts.h"
 
 #include <functional>
 #include <memory>
@@ -11,18 +12,17 @@
 
 namespace zelvo {
 
-/// The logind session of our display, and the screen savers. Without such a session a reachable display
+/// Our logind session, and the screen savers. Without such a session a reachable display
 /// counts as a session on the console. Signals keep it up to date; unknown states count as false.
 class LinuxSessionEvents final : public SessionEvents {
 public:
-    /// display           the text of DISPLAY; may be empty
     /// displayReachable  cheap, and safe on any thread
     /// The two buses must outlive this.
     LinuxSessionEvents(Contexts const& contexts,
                        Clock& clock,
                        BusConnection& system,
                        BusConnection& session,
-                       std::string const& display,
+                       OwnSession own,
                        std::function<bool()> displayReachable);
     ~LinuxSessionEvents() override;
 

@@ -18,10 +18,8 @@ constexpr int failuresForgiven = 4;
 
 } // namespace
 
-LoginSession::LoginSession(
-    Executor agent, Clock& clock, BusConnection& system, std::string display, Events events)
-    : agent(std::move(agent)), clock(clock), system(system), display(std::move(display)),
-      events(std::move(events))
+LoginSession::LoginSession(Executor agent, Clock& clock, BusConnection& system, OwnSession own, Events events)
+    : agent(std::move(agent)), clock(clock), system(system), own(std::move(own)), events(std::move(events))
 {
 }
 
@@ -161,22 +159,25 @@ Task<std::vector<LoginSession::Candidate>> LoginSession::sessions()
     co_return candidates;
 }
 
-/// Ranks our display's sessions: an open one before a closing one, ours before another user's. Below 0:
-/// another display.
-int LoginSession::rankOf(Candidate const& candidate) const
+int LoginSession::rank(Candidate const& candidate) const
 {
-    auto const theirs = entryOf<std::string>(candidate.properties, "Display");
-    if (display.empty() || !theirs || displayOf(*theirs) != display)
-        return -1;
-    bool const isEnding = entryOf<std::string>(candidate.properties, "State") == "closing";
-    return (isEnding ? 0 : 2) + (candidate.user == ::geteuid() ? 1 : 0);
+    auto const property = [&](char const* name) {
+        return entryOf<std::string>(candidate.properties, name).value_or("");
+    };
+    LoginCandidate const known{.id = property("Id"),
+                               .display = displayOf(property("Display")),
+                               .type = property("Type"),
+                               .isEnding = property("State") == "closing",
+                               .isActive = entryOf<bool>(candidate.properties, "Active").value_or(false),
+                               .isOurs = candidate.user == ::geteuid()};
+    return rankOf(known, own);
 }
 
 void LoginSession::choose(std::vector<Candidate> const& candidates)
 {
     auto const best = std::ranges::max_element(
-        candidates, [this](auto const& left, auto const& right) { return rankOf(left) < rankOf(right); });
-    if (best == candidates.end() || rankOf(*best) < 0) {
+        candidates, [this](auto const& left, auto const& right) { return rank(left) < rank(right); });
+    if (best == candidates.end() || rank(*best) < 0) {
         path.clear();
         return report(std::nullopt);
     }

@@ -13,7 +13,7 @@
 
 namespace zelvo {
 
-/// Follows the logind session of one display. While logind restarts, the last state stays valid for some
+/// Follows the logind session of this program. While logind restarts, the last state stays valid for some
 /// seconds, so that a locked screen does not look unlocked. Thread: agent.
 class LoginSession : public std::enable_shared_from_this<LoginSession> {
 public:
@@ -25,8 +25,7 @@ public:
         std::function<void()> onShutdown; ///< logind waits for this program to end, for some seconds
     };
 
-    /// display  from displayOf()
-    LoginSession(Executor agent, Clock& clock, BusConnection& system, std::string display, Events events);
+    LoginSession(Executor agent, Clock& clock, BusConnection& system, OwnSession own, Events events);
     void start();
 
 private:
@@ -42,14 +41,14 @@ private:
     Task<bool> findOnce();
     Task<std::vector<Candidate>> sessions();
     void choose(std::vector<Candidate> const& candidates);
-    int rankOf(Candidate const& candidate) const;
+    int rank(Candidate const& candidate) const;
     void propertiesChanged(sd_bus_message* message);
     void report(std::optional<LoginFacts> next);
 
     Executor agent;
     Clock& clock;
     BusConnection& system;
-    std::string const display;
+    OwnSession const own;
     Events events;
     std::string path; ///< of the session; empty if there is none
     std::optional<LoginFacts> facts;

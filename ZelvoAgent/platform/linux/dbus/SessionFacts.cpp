@@ -32,6 +32,17 @@ eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displa
     return events;
 }
 
+int rankOf(LoginCandidate const& candidate, OwnSession const& own)
+{
+    int const open = candidate.isEnding ? 0 : 2;
+    if (!own.isWayland)
+        return own.display.empty() || candidate.display != own.display ? -1 : open + candidate.isOurs;
+    if (!candidate.isOurs || candidate.type != "wayland")
+        return -1;
+    bool const isNamed = !own.id.empty() && candidate.id == own.id;
+    return open + candidate.isActive + (isNamed ? 4 : 0);
+}
+
 std::string displayOf(std::string_view text)
 {
     auto const colon = text.rfind(':');

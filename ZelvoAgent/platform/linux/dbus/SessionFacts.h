@@ -32,6 +32,28 @@ Availability availabilityOf(SessionFacts const& facts, bool displayReachable);
 std::vector<SessionEvent>
 eventsBetween(SessionFacts const& before, SessionFacts const& after, bool displayReachable);
 
+/// The login session that this program is looking for.
+struct OwnSession {
+    std::string display = {}; ///< of an X session, by displayOf(); empty if there is none
+    bool isWayland = false;   ///< then the display does not matter
+    std::string id = {};      ///< logind's, if it is known (XDG_SESSION_ID)
+};
+
+/// What logind says of a session.
+struct LoginCandidate {
+    std::string id;
+    std::string display; ///< by displayOf()
+    std::string type;    ///< "x11", "wayland", "tty"
+    bool isEnding = false;
+    bool isActive = false;
+    bool isOurs = false; ///< of this person
+};
+
+/// The higher, the likelier it is ours: an open session before a closing one, ours before another person's.
+/// Below 0: it is another one. Wayland sessions of other people never are, because they have no display to
+/// compare.
+int rankOf(LoginCandidate const& candidate, OwnSession const& own);
+
 /// The display in a DISPLAY text without its screen, ":0" for ":0.0" and "unix:0"; empty if it names none.
 std::string displayOf(std::string_view text);
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/ClickSpacing.h"
+#include "platform/linux/input/ClickSpacing.h"
 
 #include <gtest/gtest.h>
 

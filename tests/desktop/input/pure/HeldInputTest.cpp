@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/HeldInput.h"
+#include "platform/linux/input/HeldInput.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/KeyReadings.h"
+#include "platform/linux/input/KeyReadings.h"
 
 #include "desktop/input/pure/NamedKeymap.h"
 

@@ -1,7 +1,7 @@
-#include "platform/linux/x11/input/KeyTable.h"
+#include "platform/linux/input/KeyTable.h"
 
 #include "desktop/input/pure/NamedKeymap.h"
-#include "platform/linux/x11/input/KeyPositions.h"
+#include "platform/linux/input/KeyPositions.h"
 
 #include <gtest/gtest.h>
 

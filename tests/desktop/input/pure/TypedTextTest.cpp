@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/TypedText.h"
+#include "platform/linux/input/TypedText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/input/WheelClicks.h"
+#include "platform/linux/input/WheelClicks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "platform/linux/x11/capture/X11ScreenSource.h"
 
 #include "base/Hop.h"
-#include "platform/linux/x11/capture/PictureScaling.h"
 #include "platform/linux/x11/capture/SharedImage.h"
 #include "platform/linux/x11/capture/X11Capture.h"
+#include "platform/portable/pictures/PictureScaling.h"
 
 #include <boost/asio/strand.hpp>
 

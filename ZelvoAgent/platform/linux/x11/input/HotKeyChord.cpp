@@ -1,7 +1,7 @@
 #include "platform/linux/x11/input/HotKeyChord.h"
 
-#include "platform/linux/x11/input/KeyPositions.h"
-#include "platform/linux/x11/input/KeyTable.h"
+#include "platform/linux/input/KeyPositions.h"
+#include "platform/linux/input/KeyTable.h"
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon.h>

@@ -1,6 +1,6 @@
 #include "platform/linux/x11/input/Keyboard.h"
 
-#include "platform/linux/x11/input/KeyReadings.h"
+#include "platform/linux/input/KeyReadings.h"
 #include "platform/linux/x11/input/XkbProtocol.h"
 
 namespace zelvo {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/EventPosting.h"
+#include "platform/linux/input/KeyTable.h"
 #include "platform/linux/x11/input/BindingPlan.h"
 #include "platform/linux/x11/input/InputConnection.h"
-#include "platform/linux/x11/input/KeyTable.h"
 #include "platform/linux/x11/input/ServerKeymap.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "platform/linux/x11/input/SwitchPoster.h"
 
-#include "platform/linux/x11/input/KeyPositions.h"
-#include "platform/linux/x11/input/WheelClicks.h"
+#include "platform/linux/input/KeyPositions.h"
+#include "platform/linux/input/WheelClicks.h"
 
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/EventPosting.h"
+#include "platform/linux/input/HeldInput.h"
 #include "platform/linux/screen/DisplayLayout.h"
-#include "platform/linux/x11/input/HeldInput.h"
 #include "platform/linux/x11/input/InputConnection.h"
 #include "platform/linux/x11/input/Keyboard.h"
 

@@ -1,7 +1,7 @@
 #include "platform/linux/x11/input/TextTyping.h"
 
 #include "base/Hop.h"
-#include "platform/linux/x11/input/TypedText.h"
+#include "platform/linux/input/TypedText.h"
 
 #include <boost/asio/this_coro.hpp>
 

@@ -1,11 +1,11 @@
 #include "platform/linux/x11/input/X11EventPosting.h"
 
 #include "base/Hop.h"
+#include "platform/linux/input/ClickSpacing.h"
+#include "platform/linux/input/KeyPositions.h"
 #include "platform/linux/x11/X11Events.h"
-#include "platform/linux/x11/input/ClickSpacing.h"
 #include "platform/linux/x11/input/DesktopSettings.h"
 #include "platform/linux/x11/input/InputConnection.h"
-#include "platform/linux/x11/input/KeyPositions.h"
 #include "platform/linux/x11/input/Keyboard.h"
 #include "platform/linux/x11/input/SwitchPoster.h"
 #include "platform/linux/x11/input/TextTyping.h"

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/HotKey.h"
+#include "platform/OverlayWindows.h"
+#include "platform/Pasteboard.h"
+#include "platform/PermissionCause.h"
+#include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/wayland/Absent.h"
+#include "platform/linux/wayland/DesktopGrant.h"
+#include "platform/linux/wayland/FrameSource.h"
+#include "platform/linux/wayland/InputSink.h"
+#include "platform/linux/wayland/WindowSource.h"
+#include "platform/linux/wayland/client/WaylandClient.h"
+#include "platform/linux/wayland/client/WaylandMonitors.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace zelvo {
+
+/// What one compositor offers, each part by the best of its doors. Made by openDoors(), and by tests.
+struct CompositorDoors {
+    std::unique_ptr<DesktopGrant> grant;
+    std::unique_ptr<WindowSource> windows; ///< null if the compositor tells of no windows
+    std::unique_ptr<FrameSource> frames;
+    std::function<InputSink*()> input = [] { return nullptr; }; ///< null while nothing is granted
+    std::unique_ptr<HotKey> hotKey = std::make_unique<AbsentHotKey>();
+    std::unique_ptr<Pasteboard> clipboard; ///< null if there is none
+    std::unique_ptr<OverlayWindows> overlays = std::make_unique<AbsentOverlays>();
+    /// The active layout among those of the seat's keymap; `nullopt` if nobody says. Blocks.
+    std::function<std::optional<std::uint32_t>()> activeLayout = [] { return std::nullopt; };
+
+    /// What this desktop cannot give, or not yet, with all grants. Blocks.
+    std::function<std::vector<PermissionCause>()> lacks = [] { return std::vector<PermissionCause>(); };
+    /// See SystemAccess::request(); the grant aside.
+    std::function<void(PermissionCause::Kind)> request = [](PermissionCause::Kind) {};
+
+    std::vector<std::shared_ptr<void>> kept; ///< what these use; destroyed after them
+};
+
+/// Looks what the compositor offers, by its globals and the names on the session bus, and opens what is best.
+/// Blocks for a moment. All of it outlives the doors. Thread: main.
+CompositorDoors
+openDoors(DesktopParts const& parts, std::shared_ptr<WaylandClient> const& client, WaylandMonitors& monitors);
+
+} // namespace zelvo

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "platform/EventPosting.h"
+#include "platform/linux/input/KeyTable.h"
+#include "platform/linux/wayland/SeatKeymap.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct xkb_keymap;
+
+namespace zelvo {
+
+/// What the keys of the seat type at the moment. Thread: one at a time.
+class SeatKeyboard {
+public:
+    /// read  blocks for a moment; `nullopt` if the keymap cannot be read
+    explicit SeatKeyboard(std::function<std::optional<SeatKeymap>()> read);
+
+    /// Brings everything up to date; blocks. False if the keymap cannot be read.
+    bool refresh();
+    /// Whether it is certain what keys type: with several layouts, the active one must be known.
+    bool isCertain() const { return isCertainNow; }
+    /// How a character is typed; null if no key types it.
+    KeyStroke const* strokeFor(char32_t character) const { return table.find(character); }
+    /// The keycodes of the modifier keys for an event, in the order of pressing.
+    std::vector<std::uint8_t> modifiersFor(ModifierFlags flags) const;
+    /// The chords that programs may read from a key; see KeyboardLayout.
+    std::vector<std::vector<std::string>> readings(std::uint8_t keycode, ModifierFlags flags) const;
+
+private:
+    struct Release {
+        void operator()(xkb_keymap* keymap) const noexcept;
+    };
+
+    bool take(SeatKeymap now);
+
+    std::function<std::optional<SeatKeymap>()> read;
+    std::optional<SeatKeymap> seen;
+    std::unique_ptr<xkb_keymap, Release> keymap;
+    KeyboardState state;
+    ModifierKeys modifiers;
+    KeyTable table;
+    bool isCertainNow = false;
+};
+
+} // namespace zelvo

@@ -1,0 +1,182 @@
+#include "platform/linux/wayland/input/WaylandEventPosting.h"
+
+#include "base/Hop.h"
+#include "platform/linux/input/KeyPositions.h"
+#include "wire/AgentError.h"
+
+#include <boost/asio/this_coro.hpp>
+
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+// GTK and Qt have 400 ms; Chromium has the longest.
+constexpr Duration doubleClickTime = 500ms;
+
+DetailedAgentError cannotType()
+{
+    return {.error = AgentError::invalidRequest,
+            .message = "This desktop cannot type some characters of the text here",
+            .details = {}};
+}
+
+} // namespace
+
+WaylandEventPosting::WaylandEventPosting(Parts given)
+    : parts(std::move(given)), switches(parts.sink), keyboard(parts.keymap), byKeymap(switches),
+      byKeys(parts.contexts, switches, keyboard), byInsertion(parts.insertion),
+      byPaste(parts.clock, switches, parts.clipboard, parts.insertion),
+      delivery(parts.contexts, parts.clock, parts.front)
+{
+}
+
+Task<> WaylandEventPosting::ready(PostedEvent event)
+{
+    auto const* const mouse = std::get_if<MouseEvent>(&event);
+    if (!mouse || mouse->kind != MouseEvent::Kind::down || mouse->clickState != 1)
+        co_return;
+    auto const due = earliestClick(mouse->point);
+    if (due && *due > parts.clock.now())
+        co_await parts.clock.sleepThroughCancel(*due - parts.clock.now());
+}
+
+std::optional<Instant> WaylandEventPosting::earliestClick(DesktopPoint point)
+{
+    std::scoped_lock const guard(lock);
+    return spacing.earliest(point, doubleClickTime);
+}
+
+Task<bool> WaylandEventPosting::post(PostedEvent event)
+{
+    auto const mine = co_await turn.lock();
+    if (auto* const mouse = std::get_if<MouseEvent>(&event))
+        co_return co_await make(*mouse);
+    if (auto* const key = std::get_if<KeyEvent>(&event))
+        co_return co_await make(*key);
+    if (auto* const wheel = std::get_if<ScrollEvent>(&event))
+        co_return co_await make(*wheel);
+    co_return co_await make(std::get<TextEvent>(std::move(event)));
+}
+
+Task<bool> WaylandEventPosting::make(MouseEvent event)
+{
+    if (!co_await switches.moveTo(parts.monitors().toLogical(event.point)))
+        co_return false;
+    {
+        std::scoped_lock const guard(lock);
+        lastPoint = event.point;
+    }
+    InputSwitch const button = switchOf(event.button);
+    if (event.kind == MouseEvent::Kind::up)
+        co_return co_await switches.release(button);
+    if (event.kind != MouseEvent::Kind::down)
+        co_return true;
+    std::vector<std::uint8_t> modifiers;
+    if (event.flags != ModifierFlags{}) {
+        if (!co_await on(parts.contexts.workers, [this] { return keyboard.refresh(); }))
+            co_return false;
+        modifiers = keyboard.modifiersFor(event.flags);
+    }
+    bool const made = co_await switches.press(button, std::move(modifiers));
+    std::scoped_lock const guard(lock);
+    spacing.pressed(event.point, event.clickState, parts.clock.now());
+    co_return made;
+}
+
+Task<bool> WaylandEventPosting::make(KeyEvent event)
+{
+    auto const keycode = keycodeAtPosition(event.keyCode);
+    if (!keycode)
+        co_return false;
+    InputSwitch const key{InputSwitch::Kind::key, *keycode};
+    if (event.kind == KeyEvent::Kind::up)
+        co_return co_await switches.release(key);
+    std::vector<std::uint8_t> modifiers;
+    if (event.flags != ModifierFlags{}) {
+        if (!co_await on(parts.contexts.workers, [this] { return keyboard.refresh(); }))
+            co_return false;
+        modifiers = keyboard.modifiersFor(event.flags);
+    }
+    co_return co_await switches.press(key, std::move(modifiers));
+}
+
+Task<bool> WaylandEventPosting::make(ScrollEvent event)
+{
+    return switches.scroll(event);
+}
+
+Task<bool> WaylandEventPosting::make(TextEvent event)
+{
+    if (event.kind == KeyEvent::Kind::up)
+        co_return true; // Typed when its key went down.
+    co_return way&& co_await way->type(std::move(event.text));
+}
+
+Task<> WaylandEventPosting::beginText(std::string text)
+{
+    co_await endText(); // The text before may never have been ended.
+    auto const mine = co_await turn.lock();
+    if (!switches.door())
+        co_return;
+    for (TextWay* const one : std::array<TextWay*, 4>{&byKeymap, &byKeys, &byInsertion, &byPaste})
+        if (co_await one->begin(text)) {
+            way = one;
+            co_return;
+        }
+    throw cannotType();
+}
+
+Task<> WaylandEventPosting::endText()
+{
+    // What was changed for the text must be undone even when the task is being cancelled.
+    bool const throwing = co_await asio::this_coro::throw_if_cancelled();
+    co_await asio::this_coro::throw_if_cancelled(false);
+    {
+        auto const mine = co_await turn.lock();
+        if (TextWay* const ended = std::exchange(way, nullptr))
+            co_await ended->end();
+    }
+    co_await asio::this_coro::throw_if_cancelled(throwing);
+}
+
+Task<> WaylandEventPosting::releaseAll()
+{
+    auto const mine = co_await turn.lock();
+    co_await switches.releaseAll();
+}
+
+Task<> WaylandEventPosting::drained()
+{
+    if (InputSink* const door = switches.door())
+        co_await door->drained();
+}
+
+Task<bool> WaylandEventPosting::delivered()
+{
+    co_await drained();
+    co_return co_await delivery.wait();
+}
+
+DesktopPoint WaylandEventPosting::pointerLocation()
+{
+    if (auto const point = parts.pointer())
+        return parts.monitors().toPoints(*point);
+    std::scoped_lock const guard(lock);
+    return lastPoint.value_or(DesktopPoint{});
+}
+
+Task<std::vector<std::vector<std::string>>> WaylandEventPosting::chordsOf(KeyEvent event)
+{
+    auto const mine = co_await turn.lock();
+    auto const read = [&]() -> std::vector<std::vector<std::string>> {
+        auto const keycode = keycodeAtPosition(event.keyCode);
+        if (!keycode || !keyboard.refresh())
+            return {};
+        return keyboard.readings(*keycode, event.flags);
+    };
+    co_return co_await on(parts.contexts.workers, read);
+}
+
+} // namespace zelvo

@@ -1,0 +1,31 @@
+#include "platform/linux/wayland/input/LentPasteboard.h"
+
+#include "fakes/FakePasteboard.h"
+#include "fakes/Run.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvo {
+namespace {
+
+TEST(LentPasteboard, reportsWhatItPutsBackAsSomebodyElses)
+{
+    asio::io_context io;
+    FakePasteboard inner;
+    LentPasteboard lent(inner);
+
+    run(io, lent.setText("pasted"));
+    std::int64_t const pasted = lent.changeCount();
+    run(io, lent.putBack("somebody's"));
+    inner.known = {{.count = pasted, .isOurs = true}, {.count = lent.changeCount(), .isOurs = true}};
+
+    auto const changes = run(io, lent.changesAfter(0));
+
+    ASSERT_EQ(changes.size(), 2U);
+    EXPECT_TRUE(changes[0].isOurs);
+    EXPECT_FALSE(changes[1].isOurs);
+    EXPECT_TRUE(changes[1].isManagers);
+}
+
+} // namespace
+} // namespace zelvo
