@@ -1,6 +1,7 @@
 #include "drivers/FrontWatch.h"
 
 #include "base/Hop.h"
+#include "wire/AgentError.h"
 
 namespace zelvo {
 
@@ -52,7 +53,12 @@ Task<bool> FrontWatch::look()
 
 Task<bool> FrontWatch::isFrontBarred()
 {
-    auto const front = co_await on(contexts.workers, [this] { return workspace.frontmostApplication(); });
+    std::optional<RunningApplication> front;
+    try {
+        front = co_await on(contexts.workers, [this] { return workspace.frontmostApplication(); });
+    } catch (AgentError const&) {
+        co_return true; // Nobody knows what is in front.
+    }
     if (!front)
         co_return false;
     std::set<std::string> barred = co_await hiddenApps.bundleIds();

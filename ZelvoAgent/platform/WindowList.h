@@ -58,7 +58,8 @@ class WindowList {
 public:
     virtual ~WindowList() = default;
     /// Front to back, without windows that take no input, and without those of the window manager's own that
-    /// have no client embedded. `nullopt` if the list cannot be read.
+    /// have no client embedded. `nullopt` if the list cannot be read. Throws AgentError::machineUnavailable
+    /// instead where something may be on the screen all the same.
     virtual std::optional<std::vector<WindowEntry>> windows() = 0;
 };
 

@@ -26,6 +26,8 @@ class Workspace {
 public:
     virtual ~Workspace() = default;
     /// The application whose window is in front, hidden with all that what is typed there may reach.
+    /// `nullopt` if there is none. Throws AgentError::machineUnavailable if that cannot be found out for the
+    /// moment.
     virtual std::optional<RunningApplication> frontmostApplication() = 0;
     /// The application of a process, when that owns a window: of several the one that was active last, hidden
     /// with all of them.

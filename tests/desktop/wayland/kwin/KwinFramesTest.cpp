@@ -55,11 +55,15 @@ protected:
     }
     Picture without(std::set<std::string> const& programs, int monitor = 0)
     {
-        auto const leavesOut = [programs](CompositorWindow const& window) {
-            return programs.contains(window.words.kdeDesktopFile) ||
-                   programs.contains(window.words.className);
+        auto const leftOut = [programs](WindowsNow const& now) {
+            std::set<std::string> ids;
+            for (CompositorWindow const& window : now.windows)
+                if (programs.contains(window.words.kdeDesktopFile) ||
+                    programs.contains(window.words.className))
+                    ids.insert(window.id);
+            return ids;
         };
-        return live.run(frames->without(layout.monitors.at(monitor).id, leavesOut));
+        return live.run(frames->without(layout.monitors.at(monitor).id, leftOut));
     }
 
     static std::uint32_t pixel(Picture const& picture, int x, int y)
@@ -132,7 +136,7 @@ TEST_F(KwinFramesTest, leavesOutDialogsOfWhatIsLeftOut)
     CompositorWindow const secret = waitForWindow("Secret");
     waitForWindow("Secret dialog");
     require("its pixels", [&] { return count(everything(), magenta) > 1000; });
-    auto const onlyMain = [id = secret.id](CompositorWindow const& window) { return window.id == id; };
+    auto const onlyMain = [id = secret.id](WindowsNow const&) { return std::set<std::string>{id}; };
 
     Picture const picture = live.run(frames->without(layout.monitors[0].id, onlyMain));
 

@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/windows/WaylandWindowList.h"
 
 #include "desktop/wayland/windows/WindowsFixture.h"
+#include "wire/AgentError.h"
 
 namespace zelvo::test {
 namespace {
@@ -101,15 +102,15 @@ TEST_F(WaylandWindowListTest, isUnknownWithoutSourceAnswerOrMonitor)
 {
     add("e", editor);
     WaylandWindowList none(blind, [this] { return layout; });
-    EXPECT_EQ(none.windows(), std::nullopt);
+    EXPECT_THROW(none.windows(), AgentError);
 
     source.answers = false;
-    EXPECT_EQ(list.windows(), std::nullopt);
+    EXPECT_THROW(list.windows(), AgentError);
 
     source.answers = true;
     EXPECT_NE(list.windows(), std::nullopt);
     layout.monitors.clear();
-    EXPECT_EQ(list.windows(), std::nullopt);
+    EXPECT_THROW(list.windows(), AgentError);
 }
 
 TEST_F(WaylandWindowListTest, asksOncePerList)

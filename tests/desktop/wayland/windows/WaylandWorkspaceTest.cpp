@@ -5,6 +5,7 @@
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/wayland/windows/WaylandApplicationWindows.h"
 #include "unit/system/TemporaryFolder.h"
+#include "wire/AgentError.h"
 
 #include <csignal>
 #include <fstream>
@@ -134,7 +135,7 @@ TEST_F(WaylandWorkspaceTest, findsApplicationsByTheirEntriesAndByWhatRuns)
 
 TEST_F(WaylandWorkspaceTest, takesTheActiveAccessibleProcessWhereNobodySeesWindows)
 {
-    EXPECT_EQ(unseeing.frontmostApplication(), std::nullopt);
+    EXPECT_THROW(unseeing.frontmostApplication(), AgentError);
     EXPECT_THAT(unseeing.runningApplications(), IsEmpty());
 
     active = editor;
@@ -147,12 +148,12 @@ TEST_F(WaylandWorkspaceTest, takesTheActiveAccessibleProcessWhereNobodySeesWindo
     EXPECT_EQ(source.looks, 0);
 }
 
-TEST_F(WaylandWorkspaceTest, hasNothingInFrontWhenTheCompositorDoesNotAnswer)
+TEST_F(WaylandWorkspaceTest, doesNotGuessWhatIsInFrontWhenTheCompositorDoesNotAnswer)
 {
     add("e", editor).isActive = true;
     source.answers = false;
 
-    EXPECT_EQ(front(), "");
+    EXPECT_THROW(workspace.frontmostApplication(), AgentError);
     EXPECT_EQ(workspace.applicationLocation("writer"), "/a/writer.desktop");
     EXPECT_THROW(
         run(io, workspace.openApplication("/a/writer.desktop", Workspace::NotRunning::isStarted, {})),

@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/desktop/WaylandDesktop.h"
 
 #include "platform/linux/wayland/windows/ElementWindows.h"
+#include "wire/AgentError.h"
 
 #include <cstdlib>
 #include <set>
@@ -204,8 +205,12 @@ std::optional<LogicalPoint> WaylandDesktop::pointerNow() const
 
 std::optional<std::int32_t> WaylandDesktop::processInFront()
 {
-    auto const front = applications.frontmostApplication();
-    return front ? std::optional(front->pid) : std::nullopt;
+    try {
+        auto const front = applications.frontmostApplication();
+        return front ? std::optional(front->pid) : std::nullopt;
+    } catch (AgentError const&) {
+        return std::nullopt;
+    }
 }
 
 std::vector<std::string> WaylandDesktop::unreadableApplications()

@@ -18,12 +18,10 @@ constexpr int maxDepth = 32; // of dialogs of dialogs
 
 class Decisions {
 public:
-    Decisions(WindowsNow const& now, FrameSource::LeavesOut const& leavesOut)
+    Decisions(WindowsNow const& now, FrameSource::LeftOut const& leftOut) : named(leftOut(now))
     {
         for (CompositorWindow const& window : now.windows) {
             byId.emplace(window.id, &window);
-            if (leavesOut(window))
-                named.insert(window.id);
             if (window.pid && (window.kind == Kind::dock || window.kind == Kind::desktop))
                 shells.insert(*window.pid);
         }
@@ -191,9 +189,9 @@ void drawPixelBelow(std::uint8_t* front, std::uint8_t const* back)
 } // namespace
 
 KwinSelection
-selectWindows(WindowsNow const& now, LogicalRect const& area, FrameSource::LeavesOut const& leavesOut)
+selectWindows(WindowsNow const& now, LogicalRect const& area, FrameSource::LeftOut const& leftOut)
 {
-    Decisions const decisions(now, leavesOut);
+    Decisions const decisions(now, leftOut);
     KwinSelection selection{.isAnyLeftOut = decisions.isAny()};
     for (CompositorWindow const& window : now.windows | std::views::reverse) {
         LogicalRect const whole = around(window.frame, window.surface);

@@ -22,7 +22,7 @@ struct KwinSelection {
 /// own. While any window is, tooltips and notifications of the desktop's shell are too: they may show it. The
 /// shell is the program of panels and of the background.
 KwinSelection
-selectWindows(WindowsNow const& now, LogicalRect const& area, FrameSource::LeavesOut const& leavesOut);
+selectWindows(WindowsNow const& now, LogicalRect const& area, FrameSource::LeftOut const& leftOut);
 
 /// Whether the pointer's image may be a left-out application's.
 bool isPointerSecret(KwinSelection const& selection, std::optional<LogicalPoint> pointer);

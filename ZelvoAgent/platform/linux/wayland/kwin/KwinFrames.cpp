@@ -51,7 +51,7 @@ shotsOf(std::vector<CompositorWindow> const& windows, bool hasPointer, bool hasD
 /// A picture that is being composed. Thread: one at a time.
 struct KwinFrames::Scene {
     Monitor monitor;
-    LeavesOut leavesOut;
+    LeftOut leftOut;
     bool hasPointer = false;
     std::vector<CompositorWindow> kept; ///< front to back
     Picture picture;
@@ -89,13 +89,13 @@ Task<Picture> KwinFrames::everything(std::uint32_t monitor)
                       .pixels = std::move(image.pixels)};
 }
 
-Task<Picture> KwinFrames::without(std::uint32_t monitor, LeavesOut leavesOut)
+Task<Picture> KwinFrames::without(std::uint32_t monitor, LeftOut leftOut)
 {
     auto const lock = co_await turn.lock();
     Monitor const wanted = findMonitor(monitor);
-    auto made = co_await compose(wanted, leavesOut, true);
+    auto made = co_await compose(wanted, leftOut, true);
     if (!made)
-        made = co_await compose(wanted, leavesOut, false);
+        made = co_await compose(wanted, leftOut, false);
     if (!made)
         throw ScreenFailure{"the windows change too fast"};
     co_return std::move(*made);
@@ -111,20 +111,20 @@ Task<WindowsNow> KwinFrames::look()
 }
 
 /// `nullopt` if the pointer that was drawn may be a left-out application's.
-Task<std::optional<Picture>> KwinFrames::compose(Monitor monitor, LeavesOut leavesOut, bool wantsPointer)
+Task<std::optional<Picture>> KwinFrames::compose(Monitor monitor, LeftOut leftOut, bool wantsPointer)
 {
     WindowsNow const before = co_await look();
-    KwinSelection selection = selectWindows(before, monitor.area, leavesOut);
+    KwinSelection selection = selectWindows(before, monitor.area, leftOut);
     auto const scene = std::make_shared<Scene>();
     scene->monitor = monitor;
-    scene->leavesOut = leavesOut;
+    scene->leftOut = leftOut;
     scene->hasPointer = wantsPointer && !isPointerSecret(selection, before.pointer);
     scene->kept = std::move(selection.kept);
     scene->picture = emptyPicture(monitor);
     co_await draw(scene);
     if (scene->hasPointer) {
         WindowsNow const after = co_await look();
-        if (isPointerSecret(selectWindows(after, monitor.area, leavesOut), after.pointer))
+        if (isPointerSecret(selectWindows(after, monitor.area, leftOut), after.pointer))
             co_return std::nullopt;
     }
     co_return std::move(scene->picture);
@@ -187,7 +187,7 @@ Task<std::vector<CompositorWindow>> KwinFrames::newPlaces(std::shared_ptr<Scene>
                                                           std::vector<CompositorWindow> some)
 {
     WindowsNow const now = co_await look();
-    KwinSelection const selection = selectWindows(now, scene->monitor.area, scene->leavesOut);
+    KwinSelection const selection = selectWindows(now, scene->monitor.area, scene->leftOut);
     for (CompositorWindow& window : some) {
         auto const found = std::ranges::find(selection.kept, window.id, &CompositorWindow::id);
         window = found == selection.kept.end() ? CompositorWindow() : *found;

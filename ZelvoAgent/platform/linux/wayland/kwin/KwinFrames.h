@@ -27,7 +27,7 @@ public:
 
     Task<Picture> everything(std::uint32_t monitor) override;
     bool canLeaveOut() const override { return true; }
-    Task<Picture> without(std::uint32_t monitor, LeavesOut leavesOut) override;
+    Task<Picture> without(std::uint32_t monitor, LeftOut leftOut) override;
     bool watchDrawing(std::function<void(std::uint32_t monitor)>) override { return false; }
     void setDrawingWanted(bool) override {}
 
@@ -36,7 +36,7 @@ private:
 
     Monitor findMonitor(std::uint32_t id) const;
     Task<WindowsNow> look();
-    Task<std::optional<Picture>> compose(Monitor monitor, LeavesOut leavesOut, bool wantsPointer);
+    Task<std::optional<Picture>> compose(Monitor monitor, LeftOut leftOut, bool wantsPointer);
     Task<> draw(std::shared_ptr<Scene> scene);
     Task<> drawSome(std::shared_ptr<Scene> scene, std::vector<CompositorWindow> windows);
     Task<std::vector<CompositorWindow>> newPlaces(std::shared_ptr<Scene> scene,

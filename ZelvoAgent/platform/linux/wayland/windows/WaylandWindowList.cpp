@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/windows/WaylandWindowList.h"
 
 #include "platform/linux/applications/WindowTitle.h"
+#include "wire/AgentError.h"
 
 #include <ranges>
 #include <utility>
@@ -58,8 +59,9 @@ std::optional<std::vector<WindowEntry>> WaylandWindowList::windows()
 {
     auto const snapshot = desktop.look();
     MonitorLayout const monitors = layout();
+    // Without the windows nobody can say whose a point is, so nothing may be done there.
     if (!snapshot || monitors.monitors.empty())
-        return std::nullopt;
+        throw AgentError::machineUnavailable;
     return windowEntries(*snapshot, monitors);
 }
 

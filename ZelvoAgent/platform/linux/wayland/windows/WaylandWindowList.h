@@ -12,7 +12,8 @@ namespace zelvo {
 /// which take no pointer. Empty bounds are impossible: `layout` has a monitor.
 std::vector<WindowEntry> windowEntries(WindowSnapshot const& snapshot, MonitorLayout const& layout);
 
-/// The windows that the compositor shows. `nullopt` also if no monitor is known, because places depend on it.
+/// The windows that the compositor shows. Throws AgentError::machineUnavailable if they cannot be read, or if
+/// no monitor is known, because places depend on it.
 class WaylandWindowList final : public WindowList {
 public:
     /// layout  the monitors as they are now, from any thread. Both must outlive this.

@@ -2,6 +2,7 @@
 
 #include "platform/linux/applications/ApplicationSearch.h"
 #include "platform/linux/applications/UrlOpening.h"
+#include "wire/AgentError.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -21,7 +22,9 @@ std::optional<RunningApplication> WaylandWorkspace::frontmostApplication()
     if (auto const snapshot = desktop.look())
         return snapshot->frontmost();
     auto const windows = openWindowsOf(nullptr, desktop, activeProcess);
-    return windows.empty() ? std::nullopt : std::optional(windows.front().application);
+    if (windows.empty())
+        throw AgentError::machineUnavailable; // It may be a hidden application.
+    return windows.front().application;
 }
 
 std::optional<RunningApplication> WaylandWorkspace::application(std::int32_t pid)

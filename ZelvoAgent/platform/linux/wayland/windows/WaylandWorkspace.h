@@ -17,6 +17,7 @@ public:
     /// The references must outlive this.
     WaylandWorkspace(CompositorWindows& desktop, ApplicationOpener* opener, ActiveProcess activeProcess = {});
 
+    /// Throws AgentError::machineUnavailable if it cannot be found out.
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> application(std::int32_t pid) override;
     /// The application of a process, also of one without windows, and whether it owns a normal window or a

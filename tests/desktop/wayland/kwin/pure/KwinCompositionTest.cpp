@@ -18,15 +18,21 @@ CompositorWindow window(std::string id, std::int32_t pid, LogicalRect frame = {1
     return {.id = std::move(id), .pid = pid, .frame = frame, .surface = frame, .isOnScreen = true};
 }
 
-FrameSource::LeavesOut process(std::int32_t pid)
+FrameSource::LeftOut process(std::int32_t pid)
 {
-    return [pid](CompositorWindow const& one) { return one.pid == pid; };
+    return [pid](WindowsNow const& now) {
+        std::set<std::string> ids;
+        for (CompositorWindow const& one : now.windows)
+            if (one.pid == pid)
+                ids.insert(one.id);
+        return ids;
+    };
 }
 
-std::vector<std::string> kept(WindowsNow const& now, FrameSource::LeavesOut const& leavesOut)
+std::vector<std::string> kept(WindowsNow const& now, FrameSource::LeftOut const& leftOut)
 {
     std::vector<std::string> ids;
-    for (CompositorWindow const& one : selectWindows(now, screen, leavesOut).kept)
+    for (CompositorWindow const& one : selectWindows(now, screen, leftOut).kept)
         ids.push_back(one.id);
     return ids;
 }
