@@ -7,7 +7,7 @@
 namespace zelvo::test {
 
 struct KwinOptions {
-    int width = 1920; ///< in pixels, as the height
+    int width = 1920; ///< of each output, in points
     int height = 1080;
     double scale = 1;
     int outputs = 1;       ///< "Virtual-0" and so on, from left to right

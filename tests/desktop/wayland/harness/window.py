@@ -19,23 +19,14 @@ wishes = set(sys.argv[3:])
 GLib.set_prgname("zt." + title.split()[0])
 
 
-def colored(window, of=color):
-    def paint(widget, context):
-        rgba = Gdk.RGBA()
-        rgba.parse(of)
-        context.set_source_rgba(rgba.red, rgba.green, rgba.blue, rgba.alpha)
-        context.set_operator(1)  # CAIRO_OPERATOR_SOURCE
-        context.paint()
-        return True
-
-    window.connect("draw", paint)
-    return window
+style = Gtk.CssProvider()
+style.load_from_data(("window { background: %s; }" % color).encode())
+Gtk.StyleContext.add_provider_for_screen(Gdk.Screen.get_default(), style, Gtk.STYLE_PROVIDER_PRIORITY_USER)
 
 
 def window(name, parent=None):
     made = Gtk.Window(title=name)
     made.set_default_size(width, height)
-    made.set_app_paintable(True)
     made.set_decorated(False)
     if "alpha" in wishes:
         made.set_visual(made.get_screen().get_rgba_visual())
@@ -46,14 +37,14 @@ def window(name, parent=None):
     return made
 
 
-main = colored(window(title))
+main = window(title)
 if "button" in wishes:
     button = Gtk.Button(label="press")
     button.connect("clicked", lambda _: print("pressed", flush=True))
     main.add(button)
 main.show_all()
 if "dialog" in wishes:
-    colored(window(title + " dialog", main)).show_all()
+    window(title + " dialog", main).show_all()
 
 def step():
     random.choice([
@@ -66,6 +57,6 @@ def step():
 
 
 if "busy" in wishes:
-    colored(window(title + " dialog", main)).show_all()
+    window(title + " dialog", main).show_all()
     GLib.timeout_add(23, step)
 Gtk.main()

@@ -167,12 +167,24 @@ std::vector<Monitor> WaylandOutputs::monitors() const
     return known;
 }
 
+WaylandOutputs::Output const* WaylandOutputs::outputOf(std::uint32_t monitor) const
+{
+    auto const found = std::ranges::find_if(outputs, [&](Output const& output) {
+        return output.facts && monitorId(output.facts->name) == monitor;
+    });
+    return found == outputs.end() ? nullptr : &*found;
+}
+
 wl_output* WaylandOutputs::find(std::uint32_t monitor) const
 {
-    for (Output const& output : outputs)
-        if (output.facts && monitorId(output.facts->name) == monitor)
-            return output.output;
-    return nullptr;
+    Output const* const output = outputOf(monitor);
+    return output ? output->output : nullptr;
+}
+
+int WaylandOutputs::transform(std::uint32_t monitor) const
+{
+    Output const* const output = outputOf(monitor);
+    return output ? output->facts->transform : 0;
 }
 
 } // namespace zelvo

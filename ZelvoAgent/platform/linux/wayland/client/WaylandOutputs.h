@@ -45,12 +45,15 @@ public:
     std::vector<Monitor> monitors() const;
     /// Null if there is no such monitor now.
     wl_output* find(std::uint32_t monitor) const;
+    /// wl_output.transform of a monitor; 0 if there is no such monitor.
+    int transform(std::uint32_t monitor) const;
 
 private:
     struct Output;
     struct Listener;
     void add(WaylandGlobal const& global);
     void remove(WaylandGlobal const& global);
+    Output const* outputOf(std::uint32_t monitor) const;
 
     std::shared_ptr<WaylandClient> client;
     std::function<void()> changed;
