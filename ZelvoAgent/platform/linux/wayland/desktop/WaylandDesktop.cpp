@@ -120,7 +120,8 @@ AtspiScreen WaylandDesktop::elementScreen()
                     auto const seen = desktopWindows.look();
                     return seen ? elementWindows(*seen, pid) : std::vector<ProcessWindow>();
                 },
-            .displays = [this] { return elementDisplays(monitors->current()); }};
+            .displays = [this] { return elementDisplays(monitors->current()); },
+            .from = ReportedFrom::window};
 }
 
 DesktopFacts WaylandDesktop::facts()
