@@ -76,10 +76,11 @@ bool touches(LogicalRect const& one, LogicalRect const& other)
            other.y < one.y + one.height;
 }
 
-/// Whether so many pixels are a length of points; KWin rounds.
+/// Whether so many pixels are a length of points. KWin rounds both edges if the scale has a fraction.
 bool isLength(int pixels, double points, double scale)
 {
-    return std::abs(pixels - points * scale) < 1;
+    double const most = scale == std::floor(scale) ? 0.5 : 1.5;
+    return std::abs(pixels - points * scale) <= most;
 }
 
 bool hasSize(KwinImage const& image, LogicalRect const& rect)

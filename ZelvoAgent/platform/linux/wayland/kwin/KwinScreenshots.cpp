@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
@@ -17,8 +18,6 @@
 namespace zelvo {
 
 namespace {
-
-using SteadyTime = std::chrono::steady_clock::time_point;
 
 constexpr auto patience = std::chrono::seconds(3);
 constexpr int pipeSize = 1 << 20;
@@ -92,45 +91,74 @@ Task<> ask(BusConnection& session,
     open.writing.reset();
 }
 
-bool waitForBytes(int pipe, SteadyTime end)
-{
-    auto const left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-    pollfd waiting{.fd = pipe, .events = POLLIN, .revents = 0};
-    return left > 0 && ::poll(&waiting, 1, static_cast<int>(left)) == 1;
-}
+/// Pixels that arrive through a pipe.
+struct Incoming {
+    OpenShot* shot = nullptr;
+    KwinImageHeader header;
+    PixelBuffer bytes;
+    std::size_t got = 0;
 
-/// False if the pipe ends early, or if nothing arrives in time.
-bool readBytes(int pipe, std::uint8_t* to, std::size_t size, SteadyTime end)
-{
-    while (size > 0) {
-        auto const got = ::read(pipe, to, size);
-        if (got > 0) {
-            to += got;
-            size -= static_cast<std::size_t>(got);
-        } else if (got == 0 || (errno != EAGAIN && errno != EINTR) || !waitForBytes(pipe, end)) {
-            return false;
-        }
+    bool isComplete() const { return got == bytes.size(); }
+    bool isOver() const { return isComplete() || shot->reading.get() < 0; }
+    /// Reads what is there. The pipe is closed when it ends too early.
+    void read()
+    {
+        auto const count = ::read(shot->reading.get(), bytes.data() + got, bytes.size() - got);
+        if (count > 0)
+            got += static_cast<std::size_t>(count);
+        else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+            shot->reading.reset();
     }
-    return true;
+};
+
+std::vector<Incoming> incomingOf(Batch& batch)
+{
+    std::vector<Incoming> all;
+    for (OpenShot& open : batch.shots)
+        if (auto const header = open.reply ? kwinImageHeader(*open.reply) : std::nullopt)
+            all.push_back({.shot = &open, .header = *header, .bytes = PixelBuffer(header->size())});
+    return all;
 }
 
-KwinShotResult failed(std::string reason)
+/// Reads all pipes at once: KWin's few threads for writing are stuck while a pipe is full, so in any fixed
+/// order one could wait for another.
+void readAll(std::vector<Incoming>& all)
 {
-    return {.failure = {std::move(reason)}};
+    auto const end = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        std::vector<pollfd> waiting;
+        std::vector<Incoming*> open;
+        for (Incoming& one : all)
+            if (!one.isOver()) {
+                waiting.push_back({.fd = one.shot->reading.get(), .events = POLLIN, .revents = 0});
+                open.push_back(&one);
+            }
+        auto const left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (open.empty() || left.count() <= 0 ||
+            ::poll(waiting.data(), waiting.size(), static_cast<int>(left.count())) <= 0)
+            return;
+        for (std::size_t at = 0; at < open.size(); ++at)
+            if (waiting[at].revents)
+                open[at]->read();
+    }
 }
 
-KwinShotResult resultOf(OpenShot& open, SteadyTime end)
+std::vector<KwinShotResult> readResults(Batch& batch)
 {
-    if (!open.reply)
-        return failed(open.failure);
-    auto const header = kwinImageHeader(*open.reply);
-    if (!header)
-        return failed("the picture has an unknown form");
-    PixelBuffer bytes(header->size());
-    if (!readBytes(open.reading.get(), bytes.data(), bytes.size(), end))
-        return failed("the pixels did not arrive");
-    return {.image = kwinImage(*header, std::move(bytes))};
+    std::vector<Incoming> all = incomingOf(batch);
+    readAll(all);
+    std::vector<KwinShotResult> results;
+    for (OpenShot& open : batch.shots) {
+        auto const found = std::ranges::find(all, &open, &Incoming::shot);
+        if (found != all.end() && found->isComplete())
+            results.push_back({.image = kwinImage(found->header, std::move(found->bytes))});
+        else if (!open.reply)
+            results.push_back({.failure = {open.failure}});
+        else
+            results.push_back({.failure = {"the pixels did not arrive, or in an unknown form"}});
+    }
+    return results;
 }
 
 } // namespace
@@ -156,13 +184,7 @@ Task<std::vector<KwinShotResult>> KwinScreenshots::take(std::vector<KwinShot> sh
         });
     while (batch->answered.with([&] { return batch->open; }) > 0)
         co_await batch->answered.wait([&] { return batch->open == 0; });
-    auto const read = [&batch] {
-        auto const end = std::chrono::steady_clock::now() + patience;
-        std::vector<KwinShotResult> results;
-        for (OpenShot& open : batch->shots)
-            results.push_back(resultOf(open, end));
-        return results;
-    };
+    auto const read = [&batch] { return readResults(*batch); };
     co_return co_await on(contexts.workers, read);
 }
 
