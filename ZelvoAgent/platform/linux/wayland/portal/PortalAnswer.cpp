@@ -7,6 +7,7 @@ namespace zelvo {
 
 namespace {
 
+constexpr char const* handlesBegin = "/org/freedesktop/portal/desktop/session/";
 constexpr int maxEntries = 64;
 constexpr std::size_t maxItems = 32;
 constexpr std::size_t maxText = 1024;
@@ -140,6 +141,11 @@ PortalAnswer readPortalAnswer(sd_bus_message* message)
     if (answer.code == PortalAnswer::Code::done && !readEntries(message, take))
         return {.code = PortalAnswer::Code::ended}; // Nothing of an answer that cannot be read counts.
     return answer;
+}
+
+bool isSessionHandle(std::string const& text)
+{
+    return text.starts_with(handlesBegin) && sd_bus_object_path_is_valid(text.c_str()) > 0;
 }
 
 } // namespace zelvo

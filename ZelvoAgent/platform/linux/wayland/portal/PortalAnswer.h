@@ -46,4 +46,7 @@ struct PortalDevice {
 /// 64 entries, 32 streams, 32 shortcuts, texts of 1024 bytes, places within ±2^20, sizes from 1 to 2^16.
 PortalAnswer readPortalAnswer(sd_bus_message* message);
 
+/// Whether a text is the path of a session.
+bool isSessionHandle(std::string const& text);
+
 } // namespace zelvo

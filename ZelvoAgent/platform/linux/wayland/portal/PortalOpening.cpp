@@ -9,7 +9,6 @@ using Outcome = PortalSession::Outcome;
 constexpr std::uint32_t monitors = 1;
 constexpr std::uint32_t cursorInPicture = 2;
 constexpr std::uint32_t untilRevoked = 2;
-constexpr char const* handlesBegin = "/org/freedesktop/portal/desktop/session/";
 
 Outcome outcomeOf(PortalAnswer::Code code)
 {
@@ -85,9 +84,7 @@ Task<Outcome> PortalOpening::create()
         PortalRequests::appendText(message, "session_handle_token", token);
     };
     Outcome outcome = co_await ask(std::move(request));
-    bool const isSane = answer.sessionHandle.starts_with(handlesBegin) &&
-                        sd_bus_object_path_is_valid(answer.sessionHandle.c_str()) > 0;
-    if (outcome == Outcome::opened && !isSane)
+    if (outcome == Outcome::opened && !isSessionHandle(answer.sessionHandle))
         outcome = Outcome::ended;
     if (outcome == Outcome::opened)
         handle = answer.sessionHandle;

@@ -41,7 +41,7 @@ public:
 
     /// Thread: any, also the next four.
     bool isOpen() const { return open_; }
-    bool hasInput() const { return (devices & both) == both; }
+    bool hasInput() const { return version > 0 && (devices & both) == both; }
     std::vector<PortalStream> const& streams() const { return shared; }
     /// The version of RemoteDesktop, 0 if there is none.
     std::uint32_t remoteDesktop() const { return version; }
