@@ -1,0 +1,42 @@
+#pragma once
+
+#include "desktop/harness/PrivateSession.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelvo::test {
+
+/// What every private Wayland desktop needs beside its compositor. Thread: the test's main thread.
+class WaylandSession : public PrivateSession {
+public:
+    using PrivateSession::PrivateSession;
+
+    /// Starts the front end of the portals with one backend, after the compositor.
+    /// backend  the end of the program's name in /usr/libexec ("gnome", "kde", "wlr"), or a program with an
+    ///          absolute path, whose portal file is in XDG_DESKTOP_PORTAL_DIR
+    /// extra    added to the environment of both
+    void startPortal(std::string const& backend, Environment const& extra = {});
+    /// Calls a method of a service on the session bus. Returns the answer as gdbus prints it; throws if it
+    /// fails. arguments  in GVariant's text format
+    std::string call(std::string const& service,
+                     std::string const& path,
+                     std::string const& method,
+                     std::vector<std::string> const& arguments = {});
+    /// Whether a name on the session bus has an owner.
+    bool hasOwner(std::string const& name);
+
+protected:
+    /// A system bus without services, so that nothing reaches that of the machine.
+    void startEmptySystemBus();
+    void startPipewire();
+    /// Programs that the bus starts get the environment of the desktop, too.
+    void publishEnvironment();
+};
+
+/// Why such a desktop cannot run here: the first program that is not installed, and its package. `nullopt` if
+/// all are. programs  pairs of a program and its package
+std::optional<std::string> missingProgram(std::vector<std::pair<std::string, std::string>> const& programs);
+
+} // namespace zelvo::test
