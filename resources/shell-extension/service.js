@@ -1,0 +1,467 @@
+// The object dev.zelvo.Shell on the shell's own connection to the session bus. It answers one program only: the one
+// whose path is in the file "program" beside this one.
+
+const OBJECT_PATH = '/dev/zelvo/Shell';
+const WINDOWS = 'a(sisssss(iiii)(iiii)suu)';
+const INTERFACE = `<node><interface name="dev.zelvo.Shell">
+    <method name="Look">
+        <arg type="${WINDOWS}" direction="out"/>
+        <arg type="(iib)" direction="out"/>
+        <arg type="(iiii)" direction="out"/>
+    </method>
+    <method name="Watch"/>
+    <method name="Activate"><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
+    <method name="PutInFront"><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
+    <method name="Paint">
+        <arg type="s" direction="in"/>
+        <arg type="as" direction="in"/>
+        <arg type="h" direction="in"/>
+        <arg type="(uuuu)" direction="out"/>
+        <arg type="${WINDOWS}" direction="out"/>
+    </method>
+    <signal name="Ready"/>
+    <signal name="Gone"/>
+    <signal name="Changed"/>
+</interface></node>`;
+
+const MAX_WINDOWS = 1000;
+const MAX_NAME = 1000; // characters
+const CHANGE_PAUSE = 10; // ms; changes within it are one
+const PICTURES_BETWEEN_COLLECTIONS = 4;
+
+const FLAG = {active: 1, minimized: 2, onScreen: 4, above: 8, fullScreen: 16, x11: 32};
+
+/// What the person sees as the reason why there is no picture.
+class Refusal extends Error {}
+
+function cut(text) {
+    return (text ?? '').slice(0, MAX_NAME);
+}
+
+function rectangle(r) {
+    return [r.x, r.y, r.width, r.height];
+}
+
+/// Device and inode of a file, symbolic links resolved: a path alone can be imitated by a mount.
+function fileIdentity(path) {
+    const info = Gio.File.new_for_path(path).query_info('unix::device,unix::inode', 0, null);
+    return `${info.get_attribute_uint32('unix::device')}:${info.get_attribute_uint64('unix::inode')}`;
+}
+
+/// Answers the recorded program, and nobody else.
+class Callers {
+    constructor(folder) {
+        const [, bytes] = GLib.file_get_contents(GLib.build_filenamev([folder, 'program']));
+        this._program = new TextDecoder().decode(bytes).trim();
+        this._pids = new Map(); // unique name -> pid of a caller that was checked
+        this._watches = new Map();
+    }
+
+    /// The caller's process id. Throws if it is not our program.
+    async check(sender) {
+        const known = this._pids.get(sender);
+        if (known)
+            return known;
+        const pid = await this._pidOf(sender);
+        if (fileIdentity(`/proc/${pid}/exe`) !== fileIdentity(this._program))
+            throw new Error('another program');
+        this._pids.set(sender, pid);
+        this._watches.set(sender, Gio.bus_watch_name_on_connection(
+            Gio.DBus.session, sender, 0, null, () => this._forget(sender)));
+        return pid;
+    }
+
+    _pidOf(sender) {
+        return new Promise((resolve, reject) => {
+            Gio.DBus.session.call('org.freedesktop.DBus', '/org/freedesktop/DBus', 'org.freedesktop.DBus',
+                'GetConnectionUnixProcessID', new GLib.Variant('(s)', [sender]), new GLib.VariantType('(u)'), 0, 1000,
+                null, (bus, result) => {
+                    try {
+                        resolve(bus.call_finish(result).deepUnpack()[0]);
+                    } catch (e) {
+                        reject(e);
+                    }
+                });
+        });
+    }
+
+    _forget(sender) {
+        this._pids.delete(sender);
+        Gio.bus_unwatch_name(this._watches.get(sender));
+        this._watches.delete(sender);
+        this.onGone?.(sender);
+    }
+
+    destroy() {
+        for (const watch of this._watches.values())
+            Gio.bus_unwatch_name(watch);
+    }
+}
+
+const Kind = {
+    [Meta.WindowType.NORMAL]: 0,
+    [Meta.WindowType.DIALOG]: 1,
+    [Meta.WindowType.MODAL_DIALOG]: 1,
+    [Meta.WindowType.DROPDOWN_MENU]: 2,
+    [Meta.WindowType.POPUP_MENU]: 2,
+    [Meta.WindowType.TOOLTIP]: 2,
+    [Meta.WindowType.COMBO]: 2,
+    [Meta.WindowType.DND]: 2,
+    [Meta.WindowType.OVERRIDE_OTHER]: 2,
+    [Meta.WindowType.DOCK]: 3,
+    [Meta.WindowType.NOTIFICATION]: 4,
+    [Meta.WindowType.DESKTOP]: 5,
+};
+
+function idOf(window) {
+    return String(window.get_stable_sequence());
+}
+
+function isOnScreen(window) {
+    const workspace = global.workspace_manager.get_active_workspace();
+    return !window.minimized && window.located_on_workspace(workspace) && window.showing_on_its_workspace();
+}
+
+/// A window as the signature in WINDOWS has it.
+function describe(window) {
+    const app = Shell.WindowTracker.get_default().get_window_app(window);
+    const parent = window.get_transient_for();
+    const isX11 = window.get_client_type() === Meta.WindowClientType.X11;
+    const flags = (window.has_focus() ? FLAG.active : 0) | (window.minimized ? FLAG.minimized : 0) |
+        (isOnScreen(window) ? FLAG.onScreen : 0) | (window.is_above() ? FLAG.above : 0) |
+        (window.is_fullscreen() ? FLAG.fullScreen : 0) | (isX11 ? FLAG.x11 : 0);
+    const entry = app && !app.is_window_backed() ? app.get_id() : '';
+    return [
+        idOf(window), window.get_pid(), cut(window.get_wm_class()), cut(window.get_wm_class_instance()),
+        cut(entry), cut(window.get_gtk_application_id() ?? window.get_sandboxed_app_id()), cut(window.get_title()),
+        rectangle(window.get_frame_rect()), rectangle(window.get_buffer_rect()), parent ? idOf(parent) : '',
+        Kind[window.get_window_type()] ?? 0, flags,
+    ];
+}
+
+/// The window of an actor; null if it is on its way out.
+function windowOf(actor) {
+    return actor.is_destroyed() ? null : actor.get_meta_window();
+}
+
+/// Everything that draws a window. Those of closed windows fade out and are no longer among the shell's window actors.
+function shownActors() {
+    const groups = [...global.window_group.get_children(), ...global.top_window_group.get_children()];
+    const all = new Set([...global.get_window_actors(), ...groups.filter(a => a instanceof Meta.WindowActor)]);
+    return [...all].filter(a => a.mapped);
+}
+
+function windows() {
+    return global.get_window_actors().map(windowOf).filter(w => w).slice(-MAX_WINDOWS);
+}
+
+function findWindow(id) {
+    return windows().find(w => idOf(w) === id);
+}
+
+function currentTime() {
+    return global.display.get_current_time_roundtrip();
+}
+
+/// Whether the shell's own interface has the keyboard and the pointer.
+function isCovered() {
+    return Main.overview.visible || Main.modalCount > 0 || Main.actionMode !== Shell.ActionMode.NORMAL;
+}
+
+/// Reports changes of windows, several within a moment as one.
+class Changes {
+    constructor(report) {
+        this._report = report;
+        this._connections = [];
+        this._pending = 0;
+        this._perWindow = new Map();
+        const note = () => this._note();
+        this._connect(global.display, note, 'notify::focus-window', 'restacked', 'in-fullscreen-changed');
+        this._connect(global.window_manager, note, 'map', 'destroy', 'minimize', 'unminimize', 'switch-workspace');
+        this._connect(global.stage, note, 'notify::key-focus');
+        this._connect(Main.overview, note, 'showing', 'hidden');
+        this._connect(global.display, (_display, window) => {
+            this._follow(window);
+            note();
+        }, 'window-created');
+        windows().forEach(w => this._follow(w));
+    }
+
+    _connect(object, handler, ...signals) {
+        for (const signal of signals)
+            this._connections.push([object, object.connect(signal, handler)]);
+    }
+
+    _follow(window) {
+        const note = () => this._note();
+        const signals = ['position-changed', 'size-changed', 'workspace-changed', 'notify::title', 'notify::minimized',
+            'notify::wm-class', 'notify::gtk-application-id', 'notify::above', 'notify::fullscreen'];
+        const ids = signals.map(signal => window.connect(signal, note));
+        ids.push(window.connect('unmanaged', () => {
+            this._leave(window);
+            note();
+        }));
+        this._perWindow.set(window, ids);
+    }
+
+    _leave(window) {
+        for (const id of this._perWindow.get(window) ?? [])
+            window.disconnect(id);
+        this._perWindow.delete(window);
+    }
+
+    _note() {
+        if (this._pending)
+            return;
+        this._pending = GLib.timeout_add(GLib.PRIORITY_DEFAULT, CHANGE_PAUSE, () => {
+            this._pending = 0;
+            this._report();
+            return GLib.SOURCE_REMOVE;
+        });
+    }
+
+    destroy() {
+        for (const [object, id] of this._connections)
+            object.disconnect(id);
+        for (const window of [...this._perWindow.keys()])
+            this._leave(window);
+        if (this._pending)
+            GLib.source_remove(this._pending);
+    }
+}
+
+/// Calls a method of the stage whose last parameters are (..., flags), or (..., color state, flags) in newer shells.
+function paintStage(method, ...parameters) {
+    const {stage} = global;
+    if (stage[method].length > parameters.length)
+        parameters.splice(-1, 0, stage.get_color_state());
+    return stage[method](...parameters);
+}
+
+/// Pictures of a monitor without some windows. Nothing on the real screen changes: hiding, painting and showing again
+/// happen before the shell draws its next frame.
+class Painter {
+    constructor() {
+        this._pictures = 0;
+        this._canvases = new Map(); // size -> {texture, framebuffer}
+    }
+
+    /// Gives the texture, and the windows that are in it.
+    paint(connector, leftOut) {
+        const manager = global.backend?.get_monitor_manager?.() ?? Meta.MonitorManager.get();
+        const index = manager.get_monitor_for_connector(connector);
+        if (index < 0)
+            throw new Refusal('no such monitor');
+        const actors = shownActors();
+        const hidden = actors.filter(a => !windowOf(a) || leftOut.has(idOf(windowOf(a))));
+        if (hidden.length)
+            this._assertShownNowhereElse(hidden);
+        const texture = this._paintWithout(hidden, index);
+        const shown = actors.filter(a => !hidden.includes(a)).map(windowOf);
+        return {texture, windows: shown.map(describe)};
+    }
+
+    _paintWithout(hidden, index) {
+        const geometry = global.display.get_monitor_geometry(index);
+        const area = new RectangleInt();
+        [area.x, area.y, area.width, area.height] = rectangle(geometry);
+        const scale = global.display.get_monitor_scale(index);
+        const flags = this._mayShowPointer(hidden)
+            ? Clutter.PaintFlag.FORCE_CURSORS : Clutter.PaintFlag.NO_CURSORS;
+        const opacities = hidden.map(a => a.opacity);
+        try {
+            hidden.forEach(a => a.set_opacity(0));
+            return this._paintArea(area, scale, flags);
+        } finally {
+            hidden.forEach((a, i) => a.set_opacity(opacities[i]));
+        }
+    }
+
+    /// The shell keeps each texture that it made an image of, so the same one is painted again and again.
+    _paintArea(area, scale, flags) {
+        const key = `${area.width}x${area.height}x${scale}`;
+        let canvas = this._canvases.get(key);
+        if (!canvas) {
+            const texture = paintStage('paint_to_content', area, scale, flags).get_texture();
+            canvas = {texture, framebuffer: Cogl.Offscreen.new_with_texture(texture)};
+            this._canvases.set(key, canvas);
+        }
+        paintStage('paint_to_framebuffer', canvas.framebuffer, area, scale, flags | Clutter.PaintFlag.CLEAR);
+        return canvas.texture;
+    }
+
+    /// The pointer may be a picture that the window under it has set, or the one in which a button was pressed.
+    _mayShowPointer(hidden) {
+        if (!hidden.length)
+            return true;
+        const [x, y, modifiers] = global.get_pointer();
+        const buttons = Clutter.ModifierType.BUTTON1_MASK | Clutter.ModifierType.BUTTON2_MASK |
+            Clutter.ModifierType.BUTTON3_MASK | Clutter.ModifierType.BUTTON4_MASK | Clutter.ModifierType.BUTTON5_MASK;
+        const isIn = r => x >= r.x && y >= r.y && x < r.x + r.width && y < r.y + r.height;
+        return !(modifiers & buttons) && !hidden.some(a => {
+            const [left, top] = a.get_transformed_position();
+            const [width, height] = a.get_transformed_size();
+            return isIn({x: left, y: top, width, height});
+        });
+    }
+
+    /// The overview, the switcher, the magnifier and animations show windows a second time, and a dragged picture
+    /// belongs to no window.
+    _assertShownNowhereElse(hidden) {
+        const pending = global.stage.get_children();
+        while (pending.length) {
+            const actor = pending.pop();
+            if (!actor.visible || actor instanceof Meta.WindowActor)
+                continue;
+            const source = actor instanceof Clutter.Clone ? actor.source : null;
+            if (source && hidden.some(a => a.contains(source) || source.contains(a)))
+                throw new Refusal('a window is shown twice');
+            if (actor.content instanceof Clutter.TextureContent)
+                throw new Refusal('a picture of the screen is on the screen');
+            if (this._isOfAClient(actor))
+                throw new Refusal('something is dragged');
+            pending.push(...actor.get_children());
+        }
+    }
+
+    _isOfAClient(actor) {
+        return actor.content instanceof Meta.ShapedTexture;
+    }
+
+    /// The pixels as RGBA. The shell offers them to extensions only after it has compressed them.
+    pixelsOf(texture) {
+        return new Promise((resolve, reject) => {
+            const nowhere = Gio.File.new_for_path('/dev/null').append_to(0, null);
+            Shell.Screenshot.composite_to_stream(texture, 0, 0, texture.get_width(), texture.get_height(), 1, null, 0, 0,
+                1, nowhere, (_object, result) => {
+                    try {
+                        resolve(Shell.Screenshot.composite_to_stream_finish(result));
+                    } catch (e) {
+                        reject(e);
+                    }
+                });
+        });
+    }
+
+    /// Textures and pixels are some megabytes each, which the collector does not know.
+    release() {
+        this._pictures += 1;
+        if (this._pictures % PICTURES_BETWEEN_COLLECTIONS === 0)
+            System.gc();
+    }
+}
+
+/// Writes all bytes to a descriptor, without blocking the shell, and closes it. The size is a parameter because bytes
+/// that are asked for it are never released by the engine of shell 43.
+async function writeAll(descriptor, bytes, size) {
+    const stream = new Gio.UnixOutputStream({fd: descriptor, close_fd: true});
+    try {
+        for (let at = 0; at < size;) {
+            const rest = at === 0 ? bytes : bytes.new_from_bytes(at, size - at);
+            at += await new Promise((resolve, reject) => {
+                stream.write_bytes_async(rest, GLib.PRIORITY_DEFAULT, null, (_stream, result) => {
+                    try {
+                        resolve(stream.write_bytes_finish(result));
+                    } catch (e) {
+                        reject(e);
+                    }
+                });
+            });
+        }
+    } finally {
+        stream.close(null);
+    }
+}
+
+class Service {
+    constructor(folder) {
+        this._callers = new Callers(folder);
+        this._callers.onGone = sender => this._stopListening(sender);
+        this._listeners = new Set();
+        this._painter = new Painter();
+        this._exported = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
+        this._exported.export(Gio.DBus.session, OBJECT_PATH);
+        // Without content, so everybody may see it.
+        this._exported.emit_signal('Ready', null);
+    }
+
+    destroy() {
+        this._exported.emit_signal('Gone', null);
+        this._exported.unexport();
+        this._callers.destroy();
+        this._changes?.destroy();
+    }
+
+    LookAsync(_parameters, invocation) {
+        this._answer(invocation, `(${WINDOWS}(iib)(iiii))`, () => {
+            const [x, y] = global.get_pointer();
+            const main = Main.layoutManager.primaryMonitor;
+            return [windows().map(describe), [x, y, isCovered()], main ? rectangle(main) : [0, 0, 0, 0]];
+        });
+    }
+
+    WatchAsync(_parameters, invocation) {
+        this._answer(invocation, '()', () => {
+            this._listeners.add(invocation.get_sender());
+            this._changes ??= new Changes(() => this._tell(this._listeners, 'Changed'));
+            return [];
+        });
+    }
+
+    ActivateAsync([id], invocation) {
+        this._answer(invocation, '(b)', () => {
+            const window = findWindow(id);
+            if (window)
+                Main.activateWindow(window, currentTime());
+            return [!!window];
+        });
+    }
+
+    PutInFrontAsync([id], invocation) {
+        this._answer(invocation, '(b)', pid => {
+            const window = findWindow(id);
+            if (window?.get_pid() !== pid)
+                return [false];
+            window.make_above();
+            window.stick();
+            window.hide_from_window_list?.();
+            Main.activateWindow(window, currentTime());
+            return [true];
+        });
+    }
+
+    PaintAsync([connector, leftOut], invocation, descriptors) {
+        this._answer(invocation, `((uuuu)${WINDOWS})`, async () => {
+            const [descriptor] = descriptors.steal_fds();
+            const painted = this._painter.paint(connector, new Set(leftOut));
+            const pixels = await this._painter.pixelsOf(painted.texture);
+            await writeAll(descriptor, pixels.read_pixel_bytes(), pixels.get_byte_length());
+            this._painter.release();
+            return [[pixels.width, pixels.height, pixels.rowstride, pixels.n_channels], painted.windows];
+        });
+    }
+
+    /// `work` gets the caller's process id, and gives the values of the reply.
+    async _answer(invocation, type, work) {
+        try {
+            const pid = await this._callers.check(invocation.get_sender());
+            invocation.return_value(new GLib.Variant(type, await work(pid)));
+        } catch (e) {
+            const name = e instanceof Refusal ? 'Refused' : 'Failed';
+            invocation.return_dbus_error(`dev.zelvo.Shell.Error.${name}`, e instanceof Refusal ? e.message : 'failed');
+        }
+    }
+
+    _tell(listeners, signal) {
+        for (const listener of listeners)
+            Gio.DBus.session.emit_signal(listener, OBJECT_PATH, 'dev.zelvo.Shell', signal, null);
+    }
+
+    _stopListening(sender) {
+        this._listeners.delete(sender);
+        if (this._listeners.size)
+            return;
+        this._changes?.destroy();
+        this._changes = null;
+    }
+}

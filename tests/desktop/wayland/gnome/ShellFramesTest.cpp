@@ -1,0 +1,114 @@
+#include "desktop/wayland/gnome/GnomeFixture.h"
+
+namespace zelvo::test {
+
+namespace {
+
+constexpr std::uint32_t hiddenColour = 0xff00ff;
+constexpr std::uint32_t seenColour = 0x00ff00;
+constexpr std::size_t windowArea = 600UL * 400;
+
+bool isHidden(CompositorWindow const& window)
+{
+    return window.words.kdeDesktopFile == "dev.hidden";
+}
+
+class ShellFramesTest : public GnomeFixture {
+protected:
+    Picture everything()
+    {
+        return run<Picture>([&]() -> Task<Picture> { co_return co_await frames->everything(1); });
+    }
+    Picture withoutHidden()
+    {
+        return run<Picture>([&]() -> Task<Picture> { co_return co_await frames->without(1, isHidden); });
+    }
+};
+
+TEST_F(ShellFramesTest, showsWhatIsBelowAWindowThatIsLeftOut)
+{
+    startGnome();
+    startClient("dev.seen", "#00ff00");
+    startClient("dev.hidden", "#ff00ff");
+
+    ASSERT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) == windowArea; }));
+    Picture const picture = withoutHidden();
+
+    EXPECT_EQ(picture.width, 1920);
+    EXPECT_EQ(picture.height, 1080);
+    EXPECT_EQ(pixelsOf(picture, hiddenColour), 0U);
+    EXPECT_EQ(pixelsOf(picture, seenColour), windowArea);
+    EXPECT_EQ(pixelsOf(everything(), hiddenColour), windowArea);
+}
+
+TEST_F(ShellFramesTest, neverShowsARestlessProgram)
+{
+    startGnome({.animations = true});
+    startClient("dev.seen", "#00ff00");
+    startClient("dev.hidden", "#ff00ff", {"2", "restless"});
+    int taken = 0;
+    std::size_t seen = 0;
+
+    for (int attempt = 0; attempt < 50; ++attempt) {
+        try {
+            Picture const picture = withoutHidden();
+            ASSERT_EQ(pixelsOf(picture, hiddenColour), 0U);
+            seen += pixelsOf(picture, seenColour) > 0;
+            ++taken;
+        } catch (ScreenFailure const&) { // A refusal leaks nothing, either.
+        }
+    }
+
+    EXPECT_GT(taken, 25);
+    EXPECT_GT(seen, 0U);
+    EXPECT_GT(pixelsOf(everything(), hiddenColour), 0U);
+}
+
+TEST_F(ShellFramesTest, refusesWhileTheOverviewShowsAWindowASecondTime)
+{
+    startGnome();
+    startClient("dev.hidden", "#ff00ff");
+    gnome->setOverview(true);
+
+    EXPECT_THROW(withoutHidden(), ScreenFailure);
+    gnome->setOverview(false);
+    EXPECT_TRUE(waitFor([&] {
+        try {
+            return pixelsOf(withoutHidden(), hiddenColour) == 0;
+        } catch (ScreenFailure const&) {
+            return false;
+        }
+    }));
+}
+
+TEST_F(ShellFramesTest, hasTheResolutionOfTheMonitor)
+{
+    startGnome({.monitors = {{.width = 1920, .height = 1080, .scale = 1.5},
+                             {.width = 1280, .height = 720, .scale = 2}}});
+    layout.monitors.push_back({.id = 2, .name = "Meta-1"});
+
+    Picture const first = withoutHidden();
+    Picture const second =
+        run<Picture>([&]() -> Task<Picture> { co_return co_await frames->without(2, isHidden); });
+
+    EXPECT_EQ(first.width, 1920);
+    EXPECT_EQ(first.height, 1080);
+    EXPECT_EQ(second.width, 1280);
+    EXPECT_EQ(second.height, 720);
+}
+
+TEST_F(ShellFramesTest, refusesWithoutTheExtensionAndForUnknownMonitors)
+{
+    startGnome();
+    layout.monitors[0].name = "DP-9";
+    EXPECT_THROW(withoutHidden(), ScreenFailure);
+
+    layout.monitors[0].name = "Meta-0";
+    gnome->run({"gnome-extensions", "disable", ShellExtensionInstall::uuid});
+    EXPECT_TRUE(waitFor([&] { return !windows->look(); }));
+    EXPECT_THROW(withoutHidden(), ScreenFailure);
+}
+
+} // namespace
+
+} // namespace zelvo::test
