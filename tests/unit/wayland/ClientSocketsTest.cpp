@@ -76,8 +76,6 @@ class ClientSocketsTest : public testing::Test {
 protected:
     ClientSocketsTest()
     {
-        std::string pattern = "/tmp/zelvo-clients-XXXXXX";
-        folder = ::mkdtemp(pattern.data());
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         path().copy(address.sun_path, sizeof address.sun_path - 1);
@@ -96,7 +94,13 @@ protected:
         return processes && std::ranges::find(*processes, pid) != processes->end();
     }
 
-    fs::path folder;
+    static fs::path newFolder()
+    {
+        std::string pattern = "/tmp/zelvo-clients-XXXXXX";
+        return ::mkdtemp(pattern.data());
+    }
+
+    fs::path const folder = newFolder();
     UniqueFd listener;
     ClientSockets clients{{path()}, std::nullopt};
 };
