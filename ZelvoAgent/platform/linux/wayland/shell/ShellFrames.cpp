@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <span>
 
@@ -78,6 +79,18 @@ std::string connectorOf(MonitorLayout const& layout, std::uint32_t id)
     return monitor->name;
 }
 
+/// What a picture says of a window is newer than what is known.
+void addNew(WindowsNow& known, std::vector<CompositorWindow> const& windows)
+{
+    for (CompositorWindow const& window : windows) {
+        auto const same = std::ranges::find(known.windows, window.id, &CompositorWindow::id);
+        if (same == known.windows.end())
+            known.windows.push_back(window);
+        else
+            *same = window;
+    }
+}
+
 } // namespace
 
 ShellFrames::ShellFrames(Contexts contexts,
@@ -93,46 +106,43 @@ Task<Picture> ShellFrames::everything(std::uint32_t monitor)
 {
     if (whole)
         co_return co_await whole->everything(monitor);
-    co_return co_await without(monitor, [](CompositorWindow const&) { return false; });
+    LeftOut const nothing = [](WindowsNow const&) { return std::set<std::string>(); };
+    co_return co_await without(monitor, nothing);
 }
 
-Task<Picture> ShellFrames::without(std::uint32_t monitor, LeavesOut leavesOut)
+Task<Picture> ShellFrames::without(std::uint32_t monitor, LeftOut leftOut)
 {
     AsyncMutex::Lock const lock = co_await mutex.lock();
     std::string const connector = connectorOf(layout(), monitor);
-    auto work = [this, &connector, &leavesOut] { return paintWithout(connector, leavesOut); };
+    auto work = [this, &connector, &leftOut] { return paintWithout(connector, leftOut); };
     co_return co_await on(contexts.workers, std::move(work));
 }
 
-Picture ShellFrames::paintWithout(std::string const& connector, LeavesOut const& leavesOut)
+Picture ShellFrames::paintWithout(std::string const& connector, LeftOut const& leftOut)
 {
-    std::set<std::string> leftOut = windowsToLeaveOut(leavesOut);
+    WindowsNow known = look();
+    std::set<std::string> ids = leftOut(known);
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         SharedMemory memory;
-        ShellPicture const painted = paint(connector, leftOut, memory.get());
-        bool isClean = true;
-        for (CompositorWindow const& window : painted.windows)
-            if (leavesOut(window)) {
-                isClean = false;
-                leftOut.insert(window.id);
-            }
-        if (isClean)
+        ShellPicture const painted = paint(connector, ids, memory.get());
+        // A window may have appeared since the look. Whose it is may depend on others that are left out.
+        addNew(known, painted.windows);
+        std::set<std::string> const secret = leftOut(known);
+        auto const isSecret = [&](CompositorWindow const& window) { return secret.contains(window.id); };
+        if (std::ranges::none_of(painted.windows, isSecret))
             return pictureOf(painted, memory);
+        ids.insert(secret.begin(), secret.end());
     }
     throw ScreenFailure{"windows appear faster than pictures are taken"};
 }
 
-std::set<std::string> ShellFrames::windowsToLeaveOut(LeavesOut const& leavesOut)
+WindowsNow ShellFrames::look()
 {
     ShellReply const reply = link.call({.member = "Look"});
-    auto const look = reply.message ? readShellLook(reply.message.get()) : std::nullopt;
-    if (!look)
+    auto seen = reply.message ? readShellLook(reply.message.get()) : std::nullopt;
+    if (!seen)
         throw ScreenFailure{"the shell does not list its windows"};
-    std::set<std::string> ids;
-    for (CompositorWindow const& window : look->now.windows)
-        if (leavesOut(window))
-            ids.insert(window.id);
-    return ids;
+    return std::move(seen->now);
 }
 
 ShellPicture

@@ -28,14 +28,14 @@ public:
 
     Task<Picture> everything(std::uint32_t monitor) override;
     bool canLeaveOut() const override { return presence.isPresent(); }
-    Task<Picture> without(std::uint32_t monitor, LeavesOut leavesOut) override;
+    Task<Picture> without(std::uint32_t monitor, LeftOut leftOut) override;
     bool watchDrawing(std::function<void(std::uint32_t monitor)> drawn) override;
     void setDrawingWanted(bool wanted) override;
 
 private:
-    Picture paintWithout(std::string const& connector, LeavesOut const& leavesOut);
+    Picture paintWithout(std::string const& connector, LeftOut const& leftOut);
     ShellPicture paint(std::string const& connector, std::set<std::string> const& leftOut, int memory);
-    std::set<std::string> windowsToLeaveOut(LeavesOut const& leavesOut);
+    WindowsNow look();
 
     Contexts contexts;
     ShellLink& link;

@@ -35,7 +35,7 @@ Task<Picture> ScreencopyFrames::everything(std::uint32_t monitor)
     });
 }
 
-Task<Picture> ScreencopyFrames::without(std::uint32_t, LeavesOut)
+Task<Picture> ScreencopyFrames::without(std::uint32_t, LeftOut)
 {
     throw ScreenFailure{"the compositor shows whole outputs only"};
     co_return Picture{};
