@@ -30,18 +30,35 @@ std::string readElementsBy(PrivateDesktop& desktop, pid_t pid, std::string const
 
 TestApplication swatches(PrivateDesktop const& desktop, Toolkit toolkit)
 {
+    auto const title = [toolkit] {
+        switch (toolkit) {
+        case Toolkit::gtk3:
+            return "GTK swatches";
+        case Toolkit::gtk4:
+            return "GTK 4 swatches";
+        case Toolkit::qt:
+            return "Qt swatches";
+        case Toolkit::chromium:
+            break;
+        }
+        return "Web swatches";
+    };
+    return {swatchesCommand(desktop.home(), toolkit), {.title = title()}};
+}
+
+std::vector<std::string> swatchesCommand(std::filesystem::path const& home, Toolkit toolkit)
+{
     switch (toolkit) {
     case Toolkit::gtk3:
-        return {python("gtk_swatches.py"), {.title = "GTK swatches"}};
+        return python("gtk_swatches.py");
     case Toolkit::gtk4:
-        return {python("gtk4_swatches.py"), {.title = "GTK 4 swatches"}};
+        return python("gtk4_swatches.py");
     case Toolkit::qt:
-        return {{ZELVO_QT_SWATCHES}, {.title = "Qt swatches"}};
+        return {ZELVO_QT_SWATCHES};
     case Toolkit::chromium:
-        return {chromium(desktop, {"--window-size=520,520", "file://" + file("swatches.html")}),
-                {.title = "Web swatches"}};
+        break;
     }
-    return {};
+    return chromiumCommand(home / "chromium", {"--window-size=520,520", "file://" + file("swatches.html")});
 }
 
 TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit)

@@ -19,6 +19,9 @@ struct TestApplication {
 /// A window of plain colours: each element named "swatch RRGGBB" is drawn in that colour alone; some are
 /// scrolled out of view, some are in the popup of the element "Swatches".
 TestApplication swatches(PrivateDesktop const& desktop, Toolkit toolkit);
+/// The same program on any desktop.
+/// home  of the desktop
+std::vector<std::string> swatchesCommand(std::filesystem::path const& home, Toolkit toolkit);
 /// A window with an element of each interactive role.
 TestApplication form(PrivateDesktop const& desktop, Toolkit toolkit);
 /// An application with a committing action: GTK 3 has a form with "Send" and more, Qt a dialog with "Delete",

@@ -1,6 +1,7 @@
 #include "desktop/atspi/AtspiFixture.h"
 
 #include "platform/linux/x11/X11DisplayLayout.h"
+#include "platform/linux/x11/windows/ProcessWindows.h"
 #include "platform/linux/x11/windows/WindowSurvey.h"
 
 #include <boost/json/array.hpp>

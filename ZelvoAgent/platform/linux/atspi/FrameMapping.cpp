@@ -134,7 +134,7 @@ std::vector<FrontWindow> FrameMapping::windowsAt(DesktopPoint point) const
             continue;
         FrontWindow& front = found.emplace_back();
         front.bounds = bounds;
-        front.isPopup = windows[i].overrideRedirect;
+        front.isPopup = isPopup(i);
         if (auto const match = std::ranges::find(matches, i); match != matches.end())
             front.topLevel = static_cast<std::size_t>(match - matches.begin());
     }
@@ -313,6 +313,13 @@ PixelRect FrameMapping::onScreen(PixelRect const& area) const
     return screen ? intersection(area, *screen) : area;
 }
 
+/// Qt opens a menu as an ordinary window of the compositor if no press of the person opens it.
+bool FrameMapping::isPopup(std::size_t window) const
+{
+    return windows[window].overrideRedirect ||
+           (from == ReportedFrom::window && std::ranges::find(matches, window) == matches.end());
+}
+
 /// GTK 4 knows no screen positions, so a popover's coordinates are relative to no real point; and Qt moves
 /// what is on another display than its window. The size identifies the popup: it equals that of its window.
 ProcessWindow const* FrameMapping::popupOf(FrameSpace const& parent, ReportedRect const& reported) const
@@ -320,10 +327,11 @@ ProcessWindow const* FrameMapping::popupOf(FrameSpace const& parent, ReportedRec
     RootArea const expected = areaIn(parent, reported);
     ProcessWindow const* nearest = nullptr;
     double least = 0;
-    for (ProcessWindow const& window : windows) {
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        ProcessWindow const& window = windows[i];
         double const wider = std::abs(window.inner.width - (expected.right - expected.left));
         double const higher = std::abs(window.inner.height - (expected.bottom - expected.top));
-        if (!window.overrideRedirect || std::max(wider, higher) >= parent.scale)
+        if (!isPopup(i) || std::max(wider, higher) >= parent.scale)
             continue;
         double const distance =
             std::abs(window.inner.x - expected.left) + std::abs(window.inner.y - expected.top);

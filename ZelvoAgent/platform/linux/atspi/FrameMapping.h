@@ -101,6 +101,7 @@ private:
     double densityAt(PixelRect const& window) const;
     ProcessWindow const* popupOf(FrameSpace const& parent, ReportedRect const& reported) const;
     static void layOntoContainer(FrameSpace& space, AtspiRole role, ReportedRect const& reported);
+    bool isPopup(std::size_t window) const;
     PixelRect onScreen(PixelRect const& area) const;
     DesktopRect inPoints(PixelRect const& area) const;
     bool mayFillAPopup(AtspiRole role) const;

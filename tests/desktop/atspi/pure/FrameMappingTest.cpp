@@ -418,6 +418,11 @@ TEST_F(FramesInWindows, followAQtMenuByItsSize)
               (DesktopRect{894, 527, 131, 25}));
     EXPECT_EQ(placeOf(mapping("Qt", top), item), std::nullopt);
     EXPECT_EQ(placeOf(mapping("Qt", top, {popup({894, 502, 200, 75})}), item), std::nullopt);
+    // Opened without a press it is a window like others, which no top-level element has.
+    ProcessWindow opened = popup({894, 502, 131, 75});
+    opened.overrideRedirect = false;
+    EXPECT_EQ(placeOf(mapping("Qt", top, {opened}), item), (DesktopRect{894, 527, 131, 25}));
+    EXPECT_TRUE(mapping("Qt", top, {opened}).windowsAt({900, 510}).front().isPopup);
     EXPECT_EQ(placeOf(mapping("Qt", top), {item[0], item[1], item[2]}), (DesktopRect{750, 390, 76, 22}));
 }
 
