@@ -2,6 +2,7 @@
 
 #include "base/Hop.h"
 #include "platform/linux/system/XdgFolders.h"
+#include "platform/linux/wayland/clipboard/DataControlPasteboard.h"
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 #include "platform/linux/wayland/kwin/KwinFrames.h"
 #include "platform/linux/wayland/kwin/KwinPermissionFile.h"
@@ -110,8 +111,15 @@ CompositorDoors openKwinDoors(DesktopParts const& parts,
     doors.windows = std::move(windows);
     PortalDoors const portals = addPortals(doors, parts, monitors);
     addScreen(doors, parts, monitors);
-    doors.lacks = [portals] { return portals.lacks(); };
-    (void)client;
+    if (DataControlPasteboard::isOffered(*client))
+        doors.clipboard =
+            std::make_unique<DataControlPasteboard>(parts.contexts, parts.clock, WaylandClient::open());
+    doors.lacks = [portals, hasClipboard = doors.clipboard != nullptr] {
+        std::vector<PermissionCause> lacks = portals.lacks();
+        if (!hasClipboard)
+            lacks.push_back({PermissionCause::Kind::noClipboard});
+        return lacks;
+    };
     return doors;
 }
 

@@ -1,6 +1,8 @@
 #include "platform/linux/wayland/desktop/WlrDoors.h"
 
+#include "platform/linux/wayland/clipboard/DataControlPasteboard.h"
 #include "platform/linux/wayland/desktop/OpenGrant.h"
+#include "platform/linux/wayland/sway/SwayWindows.h"
 #include "platform/linux/wayland/wlr/ScreencopyFrames.h"
 
 namespace zelvo {
@@ -19,8 +21,23 @@ CompositorDoors openWlrDoors(DesktopParts const& parts,
     CompositorDoors doors;
     doors.grant = std::make_unique<OpenGrant>();
     doors.frames = std::make_unique<ScreencopyFrames>(parts.contexts, parts.clock);
-    doors.lacks = [] { return std::vector<PermissionCause>{{Kind::noHiddenWindows}, {Kind::noHotKey}}; };
-    (void)client;
+    if (SwayWindows::isOffered())
+        doors.windows = std::make_unique<SwayWindows>(parts.contexts);
+    if (DataControlPasteboard::isOffered(*client))
+        doors.clipboard =
+            std::make_unique<DataControlPasteboard>(parts.contexts, parts.clock, WaylandClient::open());
+    bool const hasWindows = doors.windows != nullptr;
+    doors.seesWindows = [hasWindows] { return hasWindows; };
+    doors.missingForWindows = [hasWindows] {
+        return hasWindows ? std::vector<PermissionCause>()
+                          : std::vector<PermissionCause>{{Kind::noWindowPlaces}};
+    };
+    doors.lacks = [hasClipboard = doors.clipboard != nullptr] {
+        std::vector<PermissionCause> lacks{{Kind::noHiddenWindows}, {Kind::noHotKey}};
+        if (!hasClipboard)
+            lacks.push_back({Kind::noClipboard});
+        return lacks;
+    };
     (void)monitors;
     return doors;
 }
