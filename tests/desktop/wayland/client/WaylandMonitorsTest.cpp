@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/client/WaylandMonitors.h"
 
+#include "desktop/wayland/client/ScriptedCompositor.h"
 #include "desktop/wayland/harness/PrivateSway.h"
 #include "desktop/x11/LiveContexts.h"
 #include "platform/linux/wayland/client/WaylandOutputs.h"
@@ -166,6 +167,53 @@ TEST_F(MonitorsOfSway, stayAsTheyWereWhenTheCompositorIsGone)
     live.run([]() -> Task<> { co_return; }());
     EXPECT_EQ(monitors->current(), before);
     EXPECT_EQ(WaylandMonitors(live.contexts(), nullptr).current(), MonitorLayout{});
+}
+
+class MonitorsOfAScript : public testing::Test {
+protected:
+    PrivateSession session;
+    LiveContexts live;
+    std::string const path = session.runtimeFolder() / "wayland";
+    ScriptedCompositor compositor{path};
+    std::unique_ptr<WaylandMonitors> monitors;
+
+    void SetUp() override
+    {
+        compositor.addOutput("A", 0);
+        compositor.addOutput("B", 1000);
+        compositor.addOutput("C", 2000);
+    }
+    void TearDown() override
+    {
+        monitors.reset();
+        live.stop();
+    }
+    void start() { monitors = std::make_unique<WaylandMonitors>(live.contexts(), WaylandClient::open(path)); }
+};
+
+TEST_F(MonitorsOfAScript, losesOutputsThatAreRemoved)
+{
+    start();
+    EXPECT_EQ(namesOf(monitors->current()), (Names{"A", "B", "C"}));
+
+    compositor.removeOutput("A");
+    EXPECT_TRUE(waitFor([&] { return namesOf(monitors->current()) == Names{"B", "C"}; }));
+    compositor.addOutput("D", -1000);
+    EXPECT_TRUE(waitFor([&] { return namesOf(monitors->current()) == (Names{"D", "B", "C"}); }));
+    for (char const* const name : {"B", "C", "D"})
+        compositor.removeOutput(name);
+    EXPECT_TRUE(waitFor([&] { return monitors->current().monitors.empty(); }));
+}
+
+TEST_F(MonitorsOfAScript, haveTheMainOneThatTheCompositorNames)
+{
+    compositor.setPrimary("B");
+    start();
+    EXPECT_EQ(namesOf(monitors->current()), (Names{"B", "A", "C"}));
+
+    compositor.setOrder({"C", "B", "A"});
+    start();
+    EXPECT_EQ(namesOf(monitors->current()), (Names{"C", "A", "B"}));
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "desktop/x11/LiveContexts.h"
 #include "platform/linux/system/LinuxClock.h"
 #include "platform/linux/wayland/client/WaylandMonitors.h"
+#include "platform/linux/wayland/wlr/VirtualInput.h"
 
 #include <gtest/gtest.h>
 
@@ -68,8 +69,9 @@ protected:
 
     void start(std::vector<SwayOutput> outputs)
     {
-        sway = std::make_unique<PrivateSway>(
-            SwayOptions{.outputs = std::move(outputs), .config = "seat * hide_cursor 1"});
+        sway = std::make_unique<PrivateSway>(SwayOptions{
+            .outputs = std::move(outputs),
+        });
         sway->adoptEnvironment();
         clock = std::make_unique<LinuxClock>(live.contexts().agent);
         monitors = std::make_unique<WaylandMonitors>(live.contexts(), WaylandClient::open());
@@ -139,6 +141,27 @@ TEST_F(FramesOfSway, showEachOfTwoOutputs)
     EXPECT_TRUE(shows("HEADLESS-2", others));
     EXPECT_TRUE(shows("HEADLESS-1", colors));
     EXPECT_EQ(take("HEADLESS-2").width, 480);
+}
+
+TEST_F(FramesOfSway, showThePointer)
+{
+    start({{}});
+    paint("HEADLESS-1", colors);
+    ASSERT_TRUE(shows("HEADLESS-1", colors));
+    auto const input = VirtualInput::create(live.contexts());
+    ASSERT_TRUE(input);
+
+    ASSERT_TRUE(live.run(input->moveTo({200, 100})));
+
+    auto const pixelsOfThePointer = [&] {
+        Picture const picture = take("HEADLESS-1");
+        int count = 0;
+        for (int y = 95; y < 125; ++y)
+            for (int x = 195; x < 225; ++x)
+                count += colorAt(picture, x, y) != "ff0000";
+        return count;
+    };
+    EXPECT_TRUE(waitFor([&] { return pixelsOfThePointer() > 20; }));
 }
 
 TEST_F(FramesOfSway, followTheScreen)

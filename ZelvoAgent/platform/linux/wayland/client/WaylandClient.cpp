@@ -14,9 +14,7 @@
 
 namespace zelvo {
 
-namespace {
-
-std::string socketPath(std::string const& wanted)
+std::string waylandSocketPath(std::string const& wanted)
 {
     auto const variable = [](char const* name, char const* otherwise) {
         char const* const value = std::getenv(name);
@@ -28,6 +26,8 @@ std::string socketPath(std::string const& wanted)
     std::string const folder = variable("XDG_RUNTIME_DIR", "");
     return folder.empty() ? std::string() : folder + '/' + socket;
 }
+
+namespace {
 
 /// A connected socket, or -1. wl_display_connect would wait for a compositor that accepts nothing.
 int connectTo(std::string const& path)
@@ -80,7 +80,7 @@ struct WaylandClient::Listener {
 
 std::shared_ptr<WaylandClient> WaylandClient::open(std::string const& socket, Patience patience)
 {
-    int const descriptor = connectTo(socketPath(socket));
+    int const descriptor = connectTo(waylandSocketPath(socket));
     if (descriptor < 0)
         return nullptr;
     wl_display* const display = wl_display_connect_to_fd(descriptor);

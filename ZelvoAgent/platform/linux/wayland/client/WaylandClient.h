@@ -28,6 +28,10 @@ struct ReleaseProxy {
     }
 };
 
+/// The path of a compositor's socket; empty if there is none.
+/// socket  a path, or a name in $XDG_RUNTIME_DIR; empty for $WAYLAND_DISPLAY, else "wayland-0"
+std::string waylandSocketPath(std::string const& socket = {});
+
 /// What a compositor offers.
 struct WaylandGlobal {
     std::uint32_t name = 0; ///< the compositor's number for it
@@ -44,7 +48,7 @@ public:
     using Patience = std::chrono::milliseconds;
 
     /// Null if there is no compositor or it does not list its globals in time. Blocks for some milliseconds.
-    /// socket  a path, or a name in $XDG_RUNTIME_DIR; empty for $WAYLAND_DISPLAY, else "wayland-0"
+    /// socket  as for waylandSocketPath()
     static std::shared_ptr<WaylandClient> open(std::string const& socket = {},
                                                Patience patience = Patience(2000));
     ~WaylandClient();

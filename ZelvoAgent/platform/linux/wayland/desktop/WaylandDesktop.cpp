@@ -1,12 +1,12 @@
 #include "platform/linux/wayland/desktop/WaylandDesktop.h"
 
+#include "platform/linux/system/XdgFolders.h"
 #include "platform/linux/wayland/windows/ElementWindows.h"
 #include "wire/AgentError.h"
 
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
 #include <set>
 #include <utility>
@@ -22,14 +22,11 @@ std::optional<std::string> variable(char const* name)
     return value && *value ? std::optional<std::string>(value) : std::nullopt;
 }
 
-/// The compositor's process.
-std::optional<std::int32_t> compositorOf(WaylandClient const& client)
+/// The path of the compositor's socket.
+std::string socketOfCompositor()
 {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    bool const isKnown =
-        ::getsockopt(wl_display_get_fd(client.get()), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
-    return isKnown && peer.pid > 0 ? std::optional(peer.pid) : std::nullopt;
+    std::filesystem::path const name = variable("WAYLAND_DISPLAY").value_or("");
+    return name.is_absolute() ? name : xdg::runtimeFolder().value_or("") / name;
 }
 
 } // namespace
