@@ -2,6 +2,7 @@
 
 #include "desktop/wayland/harness/PrivateKwin.h"
 #include "desktop/wayland/harness/PrivateSway.h"
+#include "desktop/wayland/harness/TestPointer.h"
 #include "desktop/x11/LiveContexts.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/system/LinuxClock.h"
@@ -89,7 +90,8 @@ protected:
         std::filesystem::create_directories(folder);
         DesktopEntries entries({folder});
         std::ofstream(folder / KwinPermissionFile::fileName)
-            << KwinPermissionFile(entries, std::filesystem::read_symlink("/proc/self/exe")).text();
+            << KwinPermissionFile(entries, std::filesystem::read_symlink("/proc/self/exe")).text()
+            << "X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input\n";
     }
 
     static bool isKwin() { return GetParam().compositor == "kwin"; }
@@ -200,22 +202,20 @@ TEST_P(LayerOverlaysTest, showsEachNewPicture)
 
 TEST_P(LayerOverlaysTest, letsClicksThrough)
 {
-    if (isKwin())
-        GTEST_SKIP() << "no input can be made here";
-    auto& sway = dynamic_cast<PrivateSway&>(*session);
     pid_t const program =
         session->start({"/usr/bin/python3", PrivateKwin::program("window.py"), "Below", "red", "button"});
-    require("the window", [&] { return sway.ask("get_tree").find("Below") != std::string::npos; });
     auto const window = overlays->open(Layer::pointer);
-    window->show({0, 0}, square(scaled(600), green));
+    window->show({0, 0}, square(scaled(500), green));
     ASSERT_TRUE(shows(scaled(200), scaled(200), green));
 
-    EXPECT_TRUE(waitFor([&] {
-        sway.command("seat - cursor set 200 200");
-        sway.command("seat - cursor press BTN_LEFT");
-        sway.command("seat - cursor release BTN_LEFT");
+    TestPointer pointer(800, 600);
+    auto const isPressed = [&] {
+        // The window of KWin is in the middle, that of sway is everywhere.
+        pointer.moveTo(400, 300);
+        pointer.click();
         return session->processes().output(program).find("pressed") != std::string::npos;
-    }));
+    };
+    EXPECT_TRUE(waitFor(isPressed));
     EXPECT_EQ(at(scaled(200), scaled(200)), green);
 }
 
