@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/kwin/KwinFrames.h"
 
+#include "desktop/wayland/harness/TestPointer.h"
 #include "desktop/wayland/kwin/KwinFixture.h"
 #include "platform/linux/wayland/kwin/KwinPermissionFile.h"
 
@@ -46,7 +47,8 @@ protected:
         DesktopEntries entries({applications()});
         std::filesystem::create_directories(applications());
         std::ofstream(applications() / KwinPermissionFile::fileName)
-            << KwinPermissionFile(entries, ourselves()).text();
+            << KwinPermissionFile(entries, ourselves()).text()
+            << "X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input\n";
     }
 
     Picture everything(int monitor = 0)
@@ -126,6 +128,27 @@ TEST_P(KwinScalesTest, aComposedPictureIsTheScreen)
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, KwinScalesTest, testing::Values(1.0, 1.5, 2.0));
+
+TEST_F(KwinFramesTest, showsThePointerUnlessALeftOutWindowIsBelowIt)
+{
+    start({.width = 800, .height = 600, .environment = {{"XCURSOR_THEME", "Adwaita"}}});
+    TestPointer pointer(800, 600);
+    // GTK sets a pointer image; "all" is the whole screen in one color.
+    kwin->startWindow({"All", "red", "800", "600"});
+    waitForWindow("All");
+    pointer.moveTo(700, 500);
+    auto const drawn = [](Picture const& picture) { return 800 * 600 - count(picture, red); };
+    require("the pointer", [&] { return drawn(everything()) > 20 && drawn(everything()) < 5000; });
+
+    EXPECT_EQ(drawn(without({"none"})), drawn(everything()));
+    kwin->startWindow({"Secret", "magenta", "400", "300"}); // In the middle.
+    waitForWindow("Secret");
+    require("its pixels", [&] { return count(everything(), magenta) > 1000; });
+
+    EXPECT_GT(drawn(without({"zt.Secret"})), 20);
+    pointer.moveTo(400, 300);
+    EXPECT_EQ(drawn(without({"zt.Secret"})), 0);
+}
 
 TEST_F(KwinFramesTest, leavesOutDialogsOfWhatIsLeftOut)
 {
