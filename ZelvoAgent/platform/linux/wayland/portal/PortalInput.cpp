@@ -62,6 +62,7 @@ Task<bool> PortalInput::prepare()
         held.clear(); // The compositor released it with the old session.
         isKeyboardWarm = false;
         isPointerWarm = false;
+        lastNode = 0;
     }
     co_return current && current->isOpen() && current->hasInput();
 }
@@ -77,7 +78,8 @@ Task<bool> PortalInput::moveTo(LogicalPoint point)
     if (!co_await prepare())
         co_return false;
     auto const place = streamPointAt(matchStreams(current->streams(), doors.layout()), point);
-    if (!place || (!place->place.isCertain && !doors.pointer) || !co_await moveInStream(*place))
+    if (!place || (!place->place.isCertain && !doors.pointer) || !co_await enterStream(place->place) ||
+        !co_await moveInStream(*place))
         co_return false;
     if (!std::exchange(isPointerWarm, true)) {
         co_await clock.sleep(warmUp);
@@ -85,6 +87,17 @@ Task<bool> PortalInput::moveTo(LogicalPoint point)
             co_return false;
     }
     co_return place->place.isCertain || co_await correct(point);
+}
+
+/// Brings the pointer to another monitor. GNOME has a barrier at the end of its panel, which stops a pointer
+/// that crosses it at the edge of the monitor; from the middle of that edge a second move passes.
+Task<bool> PortalInput::enterStream(StreamPlace place)
+{
+    bool const isThere = std::exchange(lastNode, place.node) == place.node;
+    StreamPoint const middle{.place = place, .x = place.width / 2, .y = place.height / 2};
+    if (isThere || current->streams().size() < 2)
+        co_return true;
+    co_return co_await moveInStream(middle) && co_await moveInStream(middle);
 }
 
 Task<bool> PortalInput::moveInStream(StreamPoint place)

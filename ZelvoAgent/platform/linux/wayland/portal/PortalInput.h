@@ -52,6 +52,7 @@ private:
     Task<bool> prepare();
     Task<bool> post(char const* member, PortalRequest::Append arguments);
     Task<bool> press(char const* member, int code, bool isDown);
+    Task<bool> enterStream(StreamPlace place);
     Task<bool> moveInStream(StreamPoint place);
     Task<bool> correct(LogicalPoint target);
     Task<std::optional<LogicalPoint>> look();
@@ -61,10 +62,11 @@ private:
     Clock& clock;
     Doors doors;
     PortalBarrier barrier;
-    std::shared_ptr<PortalSession> current; ///< what `held` and the two below belong to
+    std::shared_ptr<PortalSession> current; ///< what the fields below belong to
     std::vector<Held> held;                 ///< in the order in which they were pressed
     bool isKeyboardWarm = false;
     bool isPointerWarm = false;
+    std::uint32_t lastNode = 0; ///< the stream in which we left the pointer
 };
 
 } // namespace zelvo
