@@ -230,6 +230,11 @@ class Changes {
     }
 }
 
+/// What to make transparent in place of a window. Its own opacity may be animated, and setting it would end that.
+function layersOf(actor) {
+    return actor.get_transition('opacity') ? actor.get_children() : [actor];
+}
+
 /// Calls a method of the stage whose last parameters are (..., flags), or (..., color state, flags) in newer shells.
 function paintStage(method, ...parameters) {
     const {stage} = global;
@@ -269,12 +274,13 @@ class Painter {
         const scale = global.display.get_monitor_scale(index);
         const flags = this._mayShowPointer(hidden)
             ? Clutter.PaintFlag.FORCE_CURSORS : Clutter.PaintFlag.NO_CURSORS;
-        const opacities = hidden.map(a => a.opacity);
+        const layers = hidden.flatMap(layersOf);
+        const opacities = layers.map(a => a.opacity);
         try {
-            hidden.forEach(a => a.set_opacity(0));
+            layers.forEach(a => a.set_opacity(0));
             return this._paintArea(area, scale, flags);
         } finally {
-            hidden.forEach((a, i) => a.set_opacity(opacities[i]));
+            layers.forEach((a, i) => a.set_opacity(opacities[i]));
         }
     }
 
