@@ -1,8 +1,7 @@
 #include "platform/linux/wayland/client/SeatKeymaps.h"
 
-#include "platform/portable/files/UniqueFd.h"
+#include "platform/linux/wayland/client/SeatLayout.h"
 
-#include <sys/mman.h>
 #include <wayland-client-protocol.h>
 
 #include <filesystem>
@@ -11,72 +10,17 @@
 
 namespace zelvo {
 
-namespace {
-
-constexpr std::uint32_t maxKeymap = 4u << 20; // Bytes; usual ones have 60 KB.
-
-std::string textIn(UniqueFd descriptor, std::uint32_t size)
-{
-    if (size == 0 || size > maxKeymap)
-        return {};
-    void* const memory = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor.get(), 0);
-    if (memory == MAP_FAILED)
-        return {};
-    std::string text(static_cast<char const*>(memory), size);
-    ::munmap(memory, size);
-    text.resize(std::min(text.find('\0'), text.size()));
-    return text;
-}
-
-} // namespace
-
 /// Thread: the one that reads the connection, except for `text`.
 struct SeatKeymaps::State {
-    explicit State(std::shared_ptr<WaylandClient> const& connection)
-        : client(connection), seat(client->bind<wl_seat>(wl_seat_interface, 5))
+    explicit State(std::shared_ptr<WaylandClient> const& connection) : client(connection)
     {
-        if (seat)
-            wl_seat_add_listener(seat.get(), &seatListener, this);
+        if (auto* const seat = client->bind<wl_seat>(wl_seat_interface, 5))
+            layout.emplace(seat, [this](std::string const& keymap) { text.set(keymap); });
     }
-
-    static State& of(void* data) { return *static_cast<State*>(data); }
-    static void capabilities(void* data, wl_seat* seat, std::uint32_t offered)
-    {
-        auto& keyboard = of(data).keyboard;
-        if (!(offered & WL_SEAT_CAPABILITY_KEYBOARD)) {
-            keyboard.reset();
-        } else if (!keyboard) {
-            keyboard.reset(wl_seat_get_keyboard(seat));
-            wl_keyboard_add_listener(keyboard.get(), &keyboardListener, data);
-        }
-    }
-    static void keymap(void* data, wl_keyboard*, std::uint32_t format, int descriptor, std::uint32_t size)
-    {
-        UniqueFd owned(descriptor);
-        if (format == WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1)
-            of(data).text.set(textIn(std::move(owned), size));
-    }
-    static constexpr wl_seat_listener seatListener{.capabilities = capabilities,
-                                                   .name = [](void*, wl_seat*, char const*) {}};
-    // Only windows get the other events, and this connection has none.
-    static constexpr wl_keyboard_listener keyboardListener{
-        .keymap = keymap,
-        .enter = [](void*, wl_keyboard*, std::uint32_t, wl_surface*, wl_array*) {},
-        .leave = [](void*, wl_keyboard*, std::uint32_t, wl_surface*) {},
-        .key = [](void*, wl_keyboard*, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t) {},
-        .modifiers = [](void*,
-                        wl_keyboard*,
-                        std::uint32_t,
-                        std::uint32_t,
-                        std::uint32_t,
-                        std::uint32_t,
-                        std::uint32_t) {},
-        .repeat_info = [](void*, wl_keyboard*, int, int) {}};
 
     std::shared_ptr<WaylandClient> client; // Outlives its objects below.
     LockedBox<std::string> text;
-    std::unique_ptr<wl_seat, ReleaseProxy<wl_seat_release>> seat;
-    std::unique_ptr<wl_keyboard, ReleaseProxy<wl_keyboard_release>> keyboard;
+    std::optional<SeatLayout> layout;
 };
 
 SeatKeymaps::SeatKeymaps(Contexts const& contexts, std::shared_ptr<WaylandClient> client)

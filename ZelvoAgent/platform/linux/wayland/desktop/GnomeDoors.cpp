@@ -2,11 +2,13 @@
 
 #include "platform/linux/system/XdgFolders.h"
 #include "platform/linux/wayland/desktop/PortalDoors.h"
+#include "platform/linux/wayland/pipewire/PipewireFrames.h"
 #include "platform/linux/wayland/shell/ShellExtensionInstall.h"
 #include "platform/linux/wayland/shell/ShellFrames.h"
 #include "platform/linux/wayland/shell/ShellLink.h"
 #include "platform/linux/wayland/shell/ShellPresence.h"
 #include "platform/linux/wayland/shell/ShellWindows.h"
+#include "platform/portable/files/UniqueFd.h"
 
 #include <boost/asio/post.hpp>
 
@@ -59,6 +61,31 @@ struct Shell {
     ShellExtensionInstall install;
 };
 
+/// Hands the streams of each new grant over, and takes them back at its end.
+void followStreams(DesktopParts const& parts,
+                   PortalDoors const& portals,
+                   WaylandMonitors& monitors,
+                   std::shared_ptr<PipewireFrames> const& frames)
+{
+    using State = DesktopGrant::State;
+    auto const open = [grant = portals.grant, &monitors, frames]() -> Task<> {
+        auto const session = grant->session();
+        if (!session)
+            co_return;
+        UniqueFd descriptor = co_await session->openPipeWire();
+        GrantedStreams streams{.descriptor = descriptor.release()};
+        for (StreamPlace const& place : matchStreams(session->streams(), monitors.current()))
+            streams.nodes.emplace(place.monitor, place.node);
+        frames->setStreams(std::move(streams));
+    };
+    portals.grant->observe([frames, open, agent = parts.contexts.agent](State state) {
+        if (state == State::granted || state == State::partly)
+            spawn(agent, open);
+        else
+            frames->setStreams(std::nullopt);
+    });
+}
+
 } // namespace
 
 CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monitors)
@@ -67,10 +94,13 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
     auto const shell = std::make_shared<Shell>(parts.user);
     doors.kept.push_back(shell);
     doors.windows = std::make_unique<ShellWindows>(shell->link, shell->presence);
-    doors.frames = std::make_unique<ShellFrames>(
-        parts.contexts, shell->painting, shell->presence, [&monitors] { return monitors.current(); },
-        nullptr);
+    auto const streams = std::make_shared<PipewireFrames>(parts.contexts, parts.clock);
+    doors.kept.push_back(streams);
+    auto const layout = [&monitors] { return monitors.current(); };
+    doors.frames = std::make_unique<ShellFrames>(parts.contexts, shell->painting, shell->presence, layout,
+                                                 streams.get());
     PortalDoors const portals = addPortals(doors, parts, monitors);
+    followStreams(parts, portals, monitors, streams);
     doors.start = [shell] { shell->presence.start(); };
     doors.seesWindows = [shell] { return shell->presence.isPresent(); };
     doors.seesScreen = doors.seesWindows;

@@ -8,6 +8,7 @@
 #include "platform/linux/wayland/kwin/KwinPermissionFile.h"
 #include "platform/linux/wayland/kwin/KwinScreenshots.h"
 #include "platform/linux/wayland/kwin/KwinWindows.h"
+#include "platform/linux/wayland/overlays/LayerOverlays.h"
 #include "platform/portable/files/Files.h"
 
 #include <boost/asio/post.hpp>
@@ -114,10 +115,15 @@ CompositorDoors openKwinDoors(DesktopParts const& parts,
     if (DataControlPasteboard::isOffered(*client))
         doors.clipboard =
             std::make_unique<DataControlPasteboard>(parts.contexts, parts.clock, WaylandClient::open());
-    doors.lacks = [portals, hasClipboard = doors.clipboard != nullptr] {
+    bool const hasOverlays = LayerOverlays::isOffered(*client);
+    if (hasOverlays)
+        doors.overlays = std::make_unique<LayerOverlays>(parts.contexts, WaylandClient::open(), monitors);
+    doors.lacks = [portals, hasOverlays, hasClipboard = doors.clipboard != nullptr] {
         std::vector<PermissionCause> lacks = portals.lacks();
         if (!hasClipboard)
             lacks.push_back({PermissionCause::Kind::noClipboard});
+        if (!hasOverlays)
+            lacks.push_back({PermissionCause::Kind::noOverlays});
         return lacks;
     };
     return doors;

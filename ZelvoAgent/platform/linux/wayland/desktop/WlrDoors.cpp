@@ -2,15 +2,16 @@
 
 #include "platform/linux/wayland/clipboard/DataControlPasteboard.h"
 #include "platform/linux/wayland/desktop/OpenGrant.h"
+#include "platform/linux/wayland/overlays/LayerOverlays.h"
 #include "platform/linux/wayland/sway/SwayWindows.h"
 #include "platform/linux/wayland/wlr/ScreencopyFrames.h"
+#include "platform/linux/wayland/wlr/VirtualInput.h"
 
 namespace zelvo {
 
 bool isWlrOffered(WaylandClient const& client)
 {
-    return ScreencopyFrames::isOffered(client) && client.find("zwlr_virtual_pointer_manager_v1") &&
-           client.find("zwp_virtual_keyboard_manager_v1");
+    return ScreencopyFrames::isOffered(client) && VirtualInput::isOffered(client);
 }
 
 CompositorDoors openWlrDoors(DesktopParts const& parts,
@@ -32,13 +33,20 @@ CompositorDoors openWlrDoors(DesktopParts const& parts,
         return hasWindows ? std::vector<PermissionCause>()
                           : std::vector<PermissionCause>{{Kind::noWindowPlaces}};
     };
-    doors.lacks = [hasClipboard = doors.clipboard != nullptr] {
+    doors.lacks = [hasClipboard = doors.clipboard != nullptr,
+                   hasOverlays = LayerOverlays::isOffered(*client)] {
         std::vector<PermissionCause> lacks{{Kind::noHiddenWindows}, {Kind::noHotKey}};
         if (!hasClipboard)
             lacks.push_back({Kind::noClipboard});
+        if (!hasOverlays)
+            lacks.push_back({Kind::noOverlays});
         return lacks;
     };
-    (void)monitors;
+    std::shared_ptr<VirtualInput> const input = VirtualInput::create(parts.contexts);
+    doors.input = [input = input.get()] { return input; };
+    doors.kept.push_back(input);
+    if (LayerOverlays::isOffered(*client))
+        doors.overlays = std::make_unique<LayerOverlays>(parts.contexts, WaylandClient::open(), monitors);
     return doors;
 }
 

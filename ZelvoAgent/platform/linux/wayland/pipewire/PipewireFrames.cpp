@@ -178,7 +178,7 @@ Task<Picture> PipewireFrames::everything(std::uint32_t monitor)
     co_return co_await on(contexts.workers, std::move(work));
 }
 
-Task<Picture> PipewireFrames::without(std::uint32_t, LeavesOut)
+Task<Picture> PipewireFrames::without(std::uint32_t, LeftOut)
 {
     throw ScreenFailure{"streams show every window"};
     co_return Picture();

@@ -33,7 +33,7 @@ public:
 
     Task<Picture> everything(std::uint32_t monitor) override;
     bool canLeaveOut() const override { return false; }
-    Task<Picture> without(std::uint32_t monitor, LeavesOut leavesOut) override;
+    Task<Picture> without(std::uint32_t monitor, LeftOut leftOut) override;
     /// The pointer's movements count, too. Frames with the same pixels as the one before do not.
     bool watchDrawing(std::function<void(std::uint32_t monitor)> drawn) override;
     void setDrawingWanted(bool wanted) override;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/wayland/client/SeatLayout.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -15,8 +17,6 @@ struct TextKeymap {
     std::string keymap;    ///< for xkb_keymap_new_from_string
     std::vector<int> keys; ///< the kernel's numbers, one a character
 };
-
-inline constexpr std::string_view textKeymapName = "zelvo_text";
 
 /// Keymaps that type the text one after the other. Line ends are Return and tabs are Tab. `nullopt` if it is
 /// not UTF-8 or has a character that no key makes: another control character, a noncharacter.

@@ -1,8 +1,8 @@
 #include "platform/linux/wayland/wlr/VirtualInput.h"
 
 #include "base/Hop.h"
+#include "platform/linux/wayland/client/SeatLayout.h"
 #include "platform/linux/wayland/client/WaylandOutputs.h"
-#include "platform/linux/wayland/wlr/SeatKeymap.h"
 #include "platform/linux/wayland/wlr/TextKeymap.h"
 #include "platform/linux/wayland/wlr/VirtualKeyboard.h"
 #include "platform/linux/wayland/wlr/VirtualPointer.h"
@@ -147,7 +147,7 @@ private:
     Held<zwp_virtual_keyboard_manager_v1, zwp_virtual_keyboard_manager_v1_destroy> keyboards;
     Held<zwlr_virtual_pointer_manager_v1, zwlr_virtual_pointer_manager_v1_destroy> pointers;
     WaylandOutputs outputs;
-    SeatKeymap layout;
+    SeatLayout layout;
 
 public:
     std::unique_ptr<VirtualPointer> pointer;

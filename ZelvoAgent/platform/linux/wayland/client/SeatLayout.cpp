@@ -1,6 +1,4 @@
-#include "platform/linux/wayland/wlr/SeatKeymap.h"
-
-#include "platform/linux/wayland/wlr/TextKeymap.h"
+#include "platform/linux/wayland/client/SeatLayout.h"
 
 #include <unistd.h>
 #include <wayland-client-protocol.h>
@@ -30,16 +28,16 @@ std::string defaultKeymap()
 
 } // namespace
 
-struct SeatKeymap::Listener {
+struct SeatLayout::Listener {
     static void capabilities(void* data, wl_seat*, std::uint32_t capabilities)
     {
-        static_cast<SeatKeymap*>(data)->setCapabilities(capabilities);
+        static_cast<SeatLayout*>(data)->setCapabilities(capabilities);
     }
     static void name(void*, wl_seat*, char const*) {}
     static void keymap(void* data, wl_keyboard*, std::uint32_t format, std::int32_t file, std::uint32_t size)
     {
         if (format == WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1)
-            static_cast<SeatKeymap*>(data)->take(file, size);
+            static_cast<SeatLayout*>(data)->take(file, size);
         ::close(file);
     }
     static void enter(void*, wl_keyboard*, std::uint32_t, wl_surface*, wl_array*) {}
@@ -60,18 +58,19 @@ struct SeatKeymap::Listener {
                                                      .repeat_info = repeat};
 };
 
-SeatKeymap::SeatKeymap(wl_seat* seat) : object(seat), keymap(defaultKeymap())
+SeatLayout::SeatLayout(wl_seat* seat, std::function<void(std::string const&)> call)
+    : object(seat), changed(std::move(call)), keymap(defaultKeymap())
 {
     wl_seat_add_listener(object, &Listener::ofSeat, this);
 }
 
-SeatKeymap::~SeatKeymap()
+SeatLayout::~SeatLayout()
 {
     setCapabilities(0);
     wl_seat_destroy(object);
 }
 
-void SeatKeymap::setCapabilities(unsigned capabilities)
+void SeatLayout::setCapabilities(unsigned capabilities)
 {
     bool const hasKeyboard = capabilities & WL_SEAT_CAPABILITY_KEYBOARD;
     if (hasKeyboard && !keyboard) {
@@ -82,7 +81,7 @@ void SeatKeymap::setCapabilities(unsigned capabilities)
     }
 }
 
-void SeatKeymap::take(int file, unsigned size)
+void SeatLayout::take(int file, unsigned size)
 {
     if (size == 0 || size > longestKeymap)
         return;
@@ -90,8 +89,11 @@ void SeatKeymap::take(int file, unsigned size)
     if (::pread(file, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()))
         return;
     text.resize(text.find_last_not_of('\0') + 1);
-    if (!text.empty() && text.find(textKeymapName) == std::string::npos)
-        keymap = std::move(text);
+    if (text.empty() || text.find(textKeymapName) != std::string::npos)
+        return;
+    keymap = std::move(text);
+    if (changed)
+        changed(keymap);
 }
 
 } // namespace zelvo
