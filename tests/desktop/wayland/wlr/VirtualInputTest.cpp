@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/wlr/VirtualInput.h"
 
+#include "desktop/harness/Chromium.h"
 #include "desktop/input/SampleTexts.h"
 #include "desktop/wayland/harness/PrivateSway.h"
 #include "desktop/x11/LiveContexts.h"
@@ -8,6 +9,7 @@
 
 #include <linux/input-event-codes.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -114,6 +116,20 @@ TEST_F(InputOnSway, typesIntoATerminal)
     start();
     open({"foot", "sh", "-c", "stty -icanon -echo; exec cat > " + path});
     expectTyped(everything());
+}
+
+TEST_F(InputOnSway, typesIntoChromium)
+{
+    if (::access("/usr/bin/chromium", X_OK) != 0)
+        GTEST_SKIP() << "needs the package chromium";
+    start();
+    auto const port = path + ".port";
+    sway->start({"/usr/bin/python3", ZELVO_INPUT_TEST_FOLDER "/web_field.py", port, path});
+    require("the page's server", [&] { return !contentOf(port).empty(); });
+    open(chromiumCommand(path + ".profile",
+                         {"--ozone-platform=wayland", "--app=http://127.0.0.1:" + contentOf(port) + "/"}));
+
+    expectTyped("aA 1! яЯ éÉ ßẞ 漢字 한국 \n" + longText());
 }
 
 TEST_F(InputOnSway, typesNothingThatNoKeyMakes)
