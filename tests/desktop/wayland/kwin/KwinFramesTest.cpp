@@ -151,6 +151,11 @@ TEST_F(KwinFramesTest, showsThePointerUnlessALeftOutWindowIsBelowIt)
     waitForWindow("Secret");
     require("its pixels", [&] { return count(everything(), magenta) > 1000; });
 
+    // Where a drag may have begun in the secret window, its pointer image would be everywhere.
+    EXPECT_EQ(drawn(without({"zt.Secret"})), 0);
+    windows->activate(find("All")->id);
+    windows->putInFront(find("Secret")->id);
+    windows->activate(find("All")->id);
     EXPECT_GT(drawn(without({"zt.Secret"})), 20);
     pointer.moveTo(400, 300);
     EXPECT_EQ(drawn(without({"zt.Secret"})), 0);
