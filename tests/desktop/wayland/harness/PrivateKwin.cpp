@@ -2,11 +2,40 @@
 
 #include <signal.h>
 
+#include <fstream>
+#include <stdexcept>
+
 namespace zelvo::test {
 
 namespace {
 
 constexpr char const* installed = "/usr/bin/kwin_wayland";
+
+std::vector<std::string> commandLine(std::filesystem::path const& process)
+{
+    std::ifstream in(process / "cmdline");
+    std::vector<std::string> words;
+    for (std::string word; std::getline(in, word, '\0');)
+        words.push_back(word);
+    return words;
+}
+
+/// The words of the Xwayland that uses a runtime folder; empty if there is none.
+std::vector<std::string> xwaylandOf(std::filesystem::path const& runtime)
+{
+    std::string const mark = "XDG_RUNTIME_DIR=" + runtime.string();
+    std::error_code ignored;
+    for (auto const& entry : std::filesystem::directory_iterator("/proc", ignored)) {
+        auto const words = commandLine(entry.path());
+        if (words.empty() || !words[0].ends_with("Xwayland"))
+            continue;
+        std::ifstream in(entry.path() / "environ");
+        for (std::string line; std::getline(in, line, '\0');)
+            if (line == mark)
+                return words;
+    }
+    return {};
+}
 
 } // namespace
 
@@ -65,8 +94,7 @@ void PrivateKwin::startCompositor()
     });
     settings["WAYLAND_DISPLAY"] = "wayland-0";
     if (options.xwayland)
-        require("Xwayland",
-                [&] { return children->output(compositor).find("xkbcomp") != std::string::npos; });
+        require("Xwayland", [&] { return !xwaylandOf(runtimeFolder()).empty(); });
 }
 
 void PrivateKwin::restart()
@@ -81,6 +109,21 @@ pid_t PrivateKwin::startWindow(std::vector<std::string> arguments, Environment e
     std::vector<std::string> command = {"/usr/bin/python3", program("window.py")};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return start(command, std::move(extra));
+}
+
+Environment PrivateKwin::onXwayland()
+{
+    auto const words = xwaylandOf(runtimeFolder());
+    Environment found{{"GDK_BACKEND", "x11"}};
+    for (std::size_t at = 1; at < words.size(); ++at) {
+        if (words[at].starts_with(':'))
+            found["DISPLAY"] = words[at];
+        if (words[at - 1] == "-auth")
+            found["XAUTHORITY"] = words[at];
+    }
+    if (!found.contains("DISPLAY"))
+        throw std::runtime_error("no Xwayland");
+    return found;
 }
 
 std::string PrivateKwin::call(std::string path, std::string method, std::vector<std::string> arguments)

@@ -36,6 +36,8 @@ public:
     /// Starts window.py, a program with plain windows.
     /// arguments  see there
     pid_t startWindow(std::vector<std::string> arguments, Environment extra = {});
+    /// What makes GTK programs use Xwayland. Throws if there is none.
+    Environment onXwayland();
     /// Calls a method of the compositor by gdbus and returns what it prints.
     std::string call(std::string path, std::string method, std::vector<std::string> arguments = {});
 

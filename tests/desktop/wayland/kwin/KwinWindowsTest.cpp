@@ -58,7 +58,7 @@ TEST_F(KwinWindowsTest, describesWindows)
 TEST_F(KwinWindowsTest, describesProgramsOnXwayland)
 {
     start({.xwayland = true});
-    kwin->startWindow({"Old", "red"}, {{"GDK_BACKEND", "x11"}, {"DISPLAY", ":0"}});
+    kwin->startWindow({"Old", "red"}, kwin->onXwayland());
 
     CompositorWindow const window = waitForWindow("Old");
 

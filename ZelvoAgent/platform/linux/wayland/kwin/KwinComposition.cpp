@@ -193,23 +193,26 @@ KwinSelection
 selectWindows(WindowsNow const& now, LogicalRect const& area, FrameSource::LeftOut const& leftOut)
 {
     Decisions const decisions(now, leftOut);
-    KwinSelection selection{.isAnyLeftOut = decisions.isAny()};
+    KwinSelection selection;
     for (CompositorWindow const& window : now.windows | std::views::reverse) {
         LogicalRect const whole = around(window.frame, window.surface);
         if (!window.isOnScreen)
             continue;
-        if (decisions.isLeftOut(window))
+        if (decisions.isLeftOut(window)) {
             selection.leftOut.push_back(whole);
-        else if (touches(whole, area))
+            selection.isLeftOutActive = selection.isLeftOutActive || window.isActive;
+        } else if (touches(whole, area)) {
             selection.kept.push_back(window);
+        }
     }
     return selection;
 }
 
 bool isPointerSecret(KwinSelection const& selection, std::optional<LogicalPoint> pointer)
 {
-    return !pointer || std::ranges::any_of(selection.leftOut,
-                                           [&](LogicalRect const& rect) { return rect.contains(*pointer); });
+    return !pointer || selection.isLeftOutActive ||
+           std::ranges::any_of(selection.leftOut,
+                               [&](LogicalRect const& rect) { return rect.contains(*pointer); });
 }
 
 std::optional<PixelRect>

@@ -15,7 +15,8 @@ namespace zelvo {
 struct KwinSelection {
     std::vector<CompositorWindow> kept; ///< those to draw, front to back
     std::vector<LogicalRect> leftOut;   ///< where windows on the screen are left out
-    bool isAnyLeftOut = false;          ///< also of minimised ones and those on other workspaces
+    /// Whether one of them is active: a drag that began in it keeps its pointer image everywhere.
+    bool isLeftOutActive = false;
 };
 
 /// Left out are the windows for which the decision says so, their dialogs and pop-ups, and the compositor's

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace zelvo {
@@ -25,7 +26,8 @@ constexpr char const* pluginName = "dev.zelvo.windows";
 constexpr Duration pollTime = 10s; // Qt ends a call after 25 s.
 constexpr Duration silence = 2s;
 constexpr Duration changeInterval = 40ms;
-constexpr Duration retryTime = 5s;
+constexpr Duration firstRetry = 250ms; // A KWin that starts has its name before its interfaces.
+constexpr Duration maxRetry = 16s;
 constexpr int maxLoads = 20;
 
 std::string scriptText(std::string const& service, std::string const& token)
@@ -63,8 +65,8 @@ public:
 } // namespace
 
 KwinScript::KwinScript(Executor agent, BusConnection& bus, Clock& clock, std::filesystem::path folder)
-    : agent(agent), bus(bus), clock(clock), folder(std::move(folder)), keepingAlive(agent, clock),
-      missing(agent, clock), pacing(agent, clock)
+    : agent(agent), bus(bus), clock(clock), folder(std::move(folder)), retry(firstRetry),
+      keepingAlive(agent, clock), missing(agent, clock), pacing(agent, clock)
 {
 }
 
@@ -106,6 +108,7 @@ void KwinScript::follow(std::string const& newOwner)
         return;
     forget();
     owner = newOwner;
+    retry = firstRetry;
     if (owner.empty())
         missing.cancel();
     else
@@ -142,6 +145,7 @@ void KwinScript::next(sd_bus_message* message)
     bool const isFirst = !poll && !isGiven && answer.empty();
     poll.reset(sd_bus_message_ref(message));
     missing.cancel();
+    retry = firstRetry;
     keepingAlive.in(pollTime, [this] { reply(R"({"verb":"wait"})"); });
     if (isGiven)
         take(answer);
@@ -184,6 +188,17 @@ void KwinScript::ask(std::string const& verb, std::string const& window, OnAnswe
     json::object const text{{"id", ++lastId}, {"verb", verb}, {"window", window}};
     commands.push_back({.id = lastId, .text = writeJson(text), .onAnswer = std::move(onAnswer)});
     give();
+}
+
+void KwinScript::abandon()
+{
+    // One that KWin has stays in its place for the answer. Without an answer the script is loaded again.
+    std::size_t const given = isGiven ? 1 : 0;
+    while (commands.size() > given) {
+        Command const command = std::move(commands.back());
+        commands.pop_back();
+        command.onAnswer(std::nullopt);
+    }
 }
 
 void KwinScript::reload()
@@ -236,7 +251,9 @@ void KwinScript::load()
         }
         self->isLoading = false;
         // It must ask soon; and a KWin that was replaced meanwhile needs the script too.
-        self->missing.in(isLoaded ? silence : retryTime, [raw = self.get()] { raw->reload(); });
+        Duration const pause = isLoaded ? silence : self->retry;
+        self->retry = std::min(self->retry * 2, maxRetry);
+        self->missing.in(pause, [raw = self.get()] { raw->reload(); });
     });
 }
 

@@ -37,6 +37,8 @@ public:
     /// verb    "look", "activate" or "putInFront"
     /// window  the window's id; empty for "look"
     void ask(std::string const& verb, std::string const& window, OnAnswer onAnswer);
+    /// Nobody waits for the commands any more: those that were not sent yet are dropped.
+    void abandon();
     /// Ends what waits for an answer and loads the script anew, unless that is being done.
     void reload();
     /// `onChange` is called after changes of windows, at most some times a second, and each time the script
@@ -86,6 +88,7 @@ private:
     bool isLoading = false;
     std::atomic<bool> isEnded = false; // any thread
     std::int64_t lastId = 0;
+    Duration retry;           ///< until a load that failed is tried again
     DelayedCall keepingAlive; ///< ends a poll before KWin's time-out does
     DelayedCall missing;      ///< loads a script again that asks no more
     DelayedCall pacing;       ///< answers a report of a change

@@ -115,8 +115,8 @@ std::shared_ptr<KwinWindows::Exchange> KwinWindows::exchange(std::string verb, s
     });
     std::unique_lock guard(going->lock);
     bool const isWhole = going->ended.wait_for(guard, patience, [&] { return going->open == 0; });
-    if (!isWhole) // The script may have been removed from KWin, which reports that to nobody.
-        asio::post(agent, [script = script] { script->reload(); });
+    if (!isWhole)
+        asio::post(agent, [script = script] { script->abandon(); });
     return isWhole ? going : nullptr;
 }
 

@@ -25,6 +25,11 @@
         return /X11Window|XwaylandWindow|Unmanaged/.test(String(window));
     }
 
+    // A window of KWin's own, such as a switcher; it shows others.
+    function isInternal(window) {
+        return /InternalWindow/.test(String(window));
+    }
+
     function isOnDesktop(window) {
         if (window.onAllDesktops)
             return true;
@@ -66,7 +71,7 @@
         var parent = window.transientFor;
         return {
             id: String(window.internalId),
-            pid: window.pid,
+            pid: isInternal(window) ? 0 : window.pid,
             desktopFile: text(window.desktopFileName),
             instance: text(window.resourceName),
             className: text(window.resourceClass),

@@ -128,6 +128,8 @@ TEST(KwinComposition, thePointerIsSecretOverALeftOutWindow)
     EXPECT_TRUE(isPointerSecret(selection, LogicalPoint{50, 50}));
     EXPECT_FALSE(isPointerSecret(selection, LogicalPoint{150, 50}));
     EXPECT_TRUE(isPointerSecret(selection, std::nullopt));
+    now.windows[0].isActive = true; // It may be dragging.
+    EXPECT_TRUE(isPointerSecret(selectWindows(now, screen, process(1)), LogicalPoint{150, 50}));
 }
 
 TEST(KwinComposition, placesAnImageOfTheSurfaceOrTheFrame)
