@@ -14,22 +14,25 @@ GnomeOptions optionsFor(double scale)
     return {.monitors = {{.width = 1280, .height = 800, .scale = scale}, {.width = 1024, .height = 768}}};
 }
 
-Environment portalEnvironment(PrivateSession const& desktop)
+Environment portalEnvironment(PrivateSession const& desktop, std::vector<std::string> const& interfaces)
 {
     auto const folder = desktop.home() / "portals";
     std::filesystem::create_directories(folder);
-    std::ofstream(folder / "zt.portal")
-        << "[portal]\nDBusName=org.freedesktop.impl.portal.desktop.zt\nInterfaces="
-           "org.freedesktop.impl.portal.RemoteDesktop;org.freedesktop.impl.portal.ScreenCast;\nUseIn=zt\n";
+    std::ofstream portal(folder / "zt.portal");
+    portal << "[portal]\nDBusName=org.freedesktop.impl.portal.desktop.zt\nUseIn=zt\nInterfaces=";
+    for (std::string const& name : interfaces)
+        portal << "org.freedesktop.impl.portal." << name << ';';
+    portal << '\n';
     std::ofstream(folder / "zt-portals.conf") << "[preferred]\ndefault=zt\n";
     return {{"XDG_DESKTOP_PORTAL_DIR", folder}, {"XDG_CURRENT_DESKTOP", "zt"}};
 }
 
 } // namespace
 
-GnomePortal::GnomePortal(double scale) : gnome(optionsFor(scale)), scale(scale)
+GnomePortal::GnomePortal(double scale, std::vector<std::string> interfaces)
+    : gnome(optionsFor(scale)), scale(scale)
 {
-    Environment const extra = portalEnvironment(gnome);
+    Environment const extra = portalEnvironment(gnome, interfaces);
     // In this order: a front end that starts before its backend does not offer what it has.
     gnome.start({"/usr/bin/python3", ZELVO_PORTAL_TESTS "/portal_backend.py"}, extra);
     require("the backend", [this] { return gnome.hasOwner(controlName); });
@@ -50,6 +53,13 @@ void GnomePortal::answer(std::string const& how)
 void GnomePortal::withdraw(int milliseconds)
 {
     control("Withdraw", std::to_string(milliseconds));
+}
+
+int GnomePortal::dialogs()
+{
+    std::string const answer =
+        gnome.call(controlName, "/dev/zelvo/test", std::string(controlName) + ".Dialogs");
+    return std::stoi(answer.substr(answer.find_first_of("0123456789", answer.find(' '))));
 }
 
 MonitorLayout GnomePortal::layout() const

@@ -14,10 +14,14 @@ namespace zelvo::test {
 /// (portal_backend.py); two monitors beside each other.
 class GnomePortal {
 public:
-    explicit GnomePortal(double scale = 1);
+    /// interfaces  of the backend
+    explicit GnomePortal(double scale = 1,
+                         std::vector<std::string> interfaces = {"RemoteDesktop", "ScreenCast"});
 
     void answer(std::string const& how);
     void withdraw(int milliseconds);
+    /// How many dialogs were opened so far.
+    int dialogs();
     MonitorLayout layout() const;
 
     PrivateGnome gnome;

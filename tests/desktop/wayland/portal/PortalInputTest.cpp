@@ -224,6 +224,29 @@ TEST_F(PortalInputTest, makesNoEventWithoutThePersonsYes)
     expectNews(client, listener, "down b up b");
 }
 
+TEST_F(PortalInputTest, keepsPicturesByTheTokenOfTheRealFrontEnd)
+{
+    GnomePortal desktop(1, {"ScreenCast"});
+    PortalClient client(desktop.gnome);
+    client.grant->ask();
+    client.reaches(State::partly);
+    EXPECT_EQ(desktop.dialogs(), 1);
+    ASSERT_TRUE(client.token());
+
+    client.restart();
+    client.grant->resume();
+    client.reaches(State::partly);
+    EXPECT_EQ(desktop.dialogs(), 1);
+    EXPECT_EQ(client.grant->session()->streams().size(), 2U);
+
+    client.keep("machine\n01234567-89ab-cdef-0123-456789abcdef");
+    client.restart();
+    client.grant->resume();
+    runUntil(client.io, [&] { return !client.token(); });
+    client.reaches(State::notAsked);
+    EXPECT_EQ(desktop.dialogs(), 1) << "an unknown token must not open a dialog";
+}
+
 TEST_F(PortalInputTest, refusesPlacesThatItCannotBeSureOf)
 {
     GnomePortal desktop(1.25);

@@ -60,6 +60,7 @@ class Session:
     def __init__(self, backend, path):
         self.backend, self.path = backend, path
         self.remote, self.streams = None, {}
+        self.persists, self.is_restored = False, False
         self.object = backend.export(path, "Session", lambda *_: self.close())
 
     def start(self, answer):
@@ -82,7 +83,14 @@ class Session:
         results = {"devices": V("u", 0 if answer == "noInput" else 3)}
         if answer != "noPictures":
             results["streams"] = V("a(ua{sv})", [self.described(node) for node in sorted(self.streams)])
+        if self.persists:
+            results["persist_mode"] = V("u", 2)
+            results["restore_data"] = V("(suv)", ("zt", 1, V("s", "what was granted")))
         return results
+
+    def select(self, options):
+        self.persists |= options.get("persist_mode", 0) == 2
+        self.is_restored |= options.get("restore_data", ("",))[0] == "zt"
 
     def described(self, node):
         parameters = self.backend.property("ScreenCast.Stream", self.streams[node], "Parameters")
@@ -140,13 +148,16 @@ class Backend:
             self.sessions[args[1]] = Session(self, args[1])
             return V("(ua{sv})", (0, {"session_id": V("s", "zt")}))
         elif method == "Start":
-            self.dialogs += 1
+            self.dialogs += not self.sessions[args[1]].is_restored
             return self.answered(self.sessions[args[1]], args[0], call)
         else:
+            self.sessions[args[1]].select(args[-1])
             return V("(ua{sv})", (0, {}))
         return None
 
     def answered(self, session, path, call):
+        if session.is_restored:
+            return V("(ua{sv})", (0, session.start("allow")))
         if self.answer == "never":
             closing = []
 
