@@ -1,0 +1,29 @@
+#!/usr/bin/python3
+"""Presses keys together, then releases them, by the compositor's own interface.
+press.py KEY...   the kernel's numbers"""
+import sys
+import time
+
+from gi.repository import Gio, GLib
+
+NAME = "org.gnome.Mutter.RemoteDesktop"
+bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+(session,) = bus.call_sync(NAME, "/org/gnome/Mutter/RemoteDesktop", NAME, "CreateSession", None, None, 0, -1).unpack()
+
+
+def call(method, arguments=None):
+    bus.call_sync(NAME, session, f"{NAME}.Session", method, arguments, None, 0, -1)
+
+
+def key(code, is_down):
+    call("NotifyKeyboardKeycode", GLib.Variant("(ub)", (code, is_down)))
+
+
+call("Start")
+keys = [int(text) for text in sys.argv[1:]]
+time.sleep(0.2)  # A new session loses its first keys.
+for code in keys:
+    key(code, True)
+for code in reversed(keys):
+    key(code, False)
+call("Stop")
