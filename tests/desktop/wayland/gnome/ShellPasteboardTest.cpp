@@ -2,6 +2,8 @@
 
 #include "desktop/wayland/gnome/GnomeFixture.h"
 
+#include <linux/input-event-codes.h>
+
 namespace zelvo::test {
 
 namespace {
@@ -40,6 +42,10 @@ TEST_F(ShellPasteboardTest, carriesTextsBothWays)
     if (auto const missing = missingProgram({{"wl-copy", "wl-clipboard"}}))
         GTEST_SKIP() << *missing;
     startPasteboard();
+    // Wayland gives the clipboard only to clients with the keyboard, so there must be one.
+    pid_t const keyboard =
+        gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "stay", std::to_string(KEY_LEFTSHIFT)});
+    ASSERT_TRUE(waitFor([&] { return gnome->processes().output(keyboard) == "ready\n"; }));
     EXPECT_EQ(text(), "");
 
     ASSERT_TRUE(setText("Привет, 世界 🎉"));

@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """Presses keys together, then releases them, by the compositor's own interface.
-press.py KEY...   the kernel's numbers"""
+press.py [stay] KEY...
+stay  keeps its keyboard afterwards, and says so by a line
+KEY   the kernel's number"""
 import sys
 import time
 
@@ -20,10 +22,14 @@ def key(code, is_down):
 
 
 call("Start")
-keys = [int(text) for text in sys.argv[1:]]
+stays = sys.argv[1] == "stay"
+keys = [int(text) for text in sys.argv[1 + stays:]]
 time.sleep(0.2)  # A new session loses its first keys.
 for code in keys:
     key(code, True)
 for code in reversed(keys):
     key(code, False)
+if stays:
+    print("ready", flush=True)
+    GLib.MainLoop().run()
 call("Stop")
