@@ -1,8 +1,10 @@
 #!/usr/bin/python3
 """Presses keys together, then releases them, by the compositor's own interface.
 press.py [stay] KEY...
+press.py move X Y
 stay  keeps its keyboard afterwards, and says so by a line
-KEY   the kernel's number"""
+KEY   the kernel's number
+move  moves the pointer by so many points, and keeps it"""
 import sys
 import time
 
@@ -22,6 +24,9 @@ def key(code, is_down):
 
 
 call("Start")
+if sys.argv[1] == "move":
+    call("NotifyPointerMotionRelative", GLib.Variant("(dd)", (float(sys.argv[2]), float(sys.argv[3]))))
+    GLib.MainLoop().run()
 stays = sys.argv[1] == "stay"
 keys = [int(text) for text in sys.argv[1 + stays:]]
 time.sleep(0.2)  # A new session loses its first keys.
