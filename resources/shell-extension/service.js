@@ -19,15 +19,30 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
         <arg type="(uuuu)" direction="out"/>
         <arg type="${WINDOWS}" direction="out"/>
     </method>
+    <method name="GrabKey"><arg type="b" direction="out"/></method>
+    <method name="ReadText"><arg type="h" direction="in"/><arg type="u" direction="out"/></method>
+    <method name="WriteText">
+        <arg type="h" direction="in"/>
+        <arg type="u" direction="in"/>
+        <arg type="b" direction="out"/>
+    </method>
     <signal name="Ready"/>
     <signal name="Gone"/>
     <signal name="Changed"/>
+    <signal name="KeyPressed"/>
+    <signal name="TextChanged"><arg type="b"/></signal>
 </interface></node>`;
 
 const MAX_WINDOWS = 1000;
 const MAX_NAME = 1000; // characters
 const CHANGE_PAUSE = 10; // ms; changes within it are one
 const PICTURES_BETWEEN_COLLECTIONS = 4;
+
+const HOT_KEY = '<Control><Alt><Super>p';
+const MAX_TEXT = 31 * 1024 * 1024; // bytes
+const MAX_SILENCE = 5; // s
+const MAX_READING = 30; // s
+const TEXT_TYPES = ['text/plain;charset=utf-8', 'UTF8_STRING', 'text/plain'];
 
 const FLAG = {active: 1, minimized: 2, onScreen: 4, above: 8, fullScreen: 16, x11: 32};
 
@@ -381,11 +396,112 @@ async function writeAll(descriptor, bytes, size) {
     }
 }
 
+/// The accelerator that pauses agents.
+class HotKey {
+    constructor(onPressed) {
+        this._action = global.display.grab_accelerator(HOT_KEY, Meta.KeyBindingFlags.IGNORE_AUTOREPEAT);
+        if (!this.isGrabbed)
+            return;
+        Main.wm.allowKeybinding(Meta.external_binding_name_for_action(this._action), Shell.ActionMode.ALL);
+        this._signal = global.display.connect('accelerator-activated', (_display, action) => {
+            if (action === this._action)
+                onPressed();
+        });
+    }
+
+    get isGrabbed() {
+        return this._action !== Meta.KeyBindingAction.NONE;
+    }
+
+    destroy() {
+        if (!this.isGrabbed)
+            return;
+        global.display.disconnect(this._signal);
+        global.display.ungrab_accelerator(this._action);
+        Main.wm.allowKeybinding(Meta.external_binding_name_for_action(this._action), Shell.ActionMode.NONE);
+    }
+}
+
+/// The text of the clipboard.
+class Clipboard {
+    constructor(onChanged) {
+        this._selection = global.display.get_selection();
+        this._signal = this._selection.connect('owner-changed', (_selection, type, source) => {
+            if (type === Meta.SelectionType.SELECTION_CLIPBOARD)
+                onChanged(source !== null && source === this._own);
+        });
+    }
+
+    /// No bytes if there is no text, if it is too long, or if its owner does not deliver it.
+    async read() {
+        const offered = this._selection.get_mimetypes(Meta.SelectionType.SELECTION_CLIPBOARD);
+        const type = TEXT_TYPES.find(t => offered.includes(t));
+        if (!type)
+            return [null, 0];
+        const memory = Gio.MemoryOutputStream.new_resizable();
+        const cancellable = new Gio.Cancellable();
+        const watch = this._watchSilence(memory, cancellable);
+        try {
+            await new Promise((resolve, reject) => {
+                this._selection.transfer_async(Meta.SelectionType.SELECTION_CLIPBOARD, type, MAX_TEXT + 1, memory,
+                    cancellable, (selection, result) => {
+                        try {
+                            resolve(selection.transfer_finish(result));
+                        } catch (e) {
+                            reject(e);
+                        }
+                    });
+            });
+        } catch {
+            return [null, 0];
+        } finally {
+            GLib.source_remove(watch);
+        }
+        const size = memory.get_data_size();
+        memory.close(null);
+        return size > MAX_TEXT ? [null, 0] : [memory.steal_as_bytes(), size];
+    }
+
+    _watchSilence(memory, cancellable) {
+        let [before, silent, seconds] = [0, 0, 0];
+        return GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, 1, () => {
+            const now = memory.get_data_size();
+            silent = now === before ? silent + 1 : 0;
+            before = now;
+            seconds += 1;
+            if (silent >= MAX_SILENCE || seconds >= MAX_READING)
+                cancellable.cancel();
+            return GLib.SOURCE_CONTINUE;
+        });
+    }
+
+    /// Owned by the shell, so it outlives our program.
+    write(bytes) {
+        this._own = Meta.SelectionSourceMemory.new(TEXT_TYPES[0], bytes);
+        this._selection.set_owner(Meta.SelectionType.SELECTION_CLIPBOARD, this._own);
+    }
+
+    destroy() {
+        this._selection.disconnect(this._signal);
+    }
+}
+
+/// The first bytes of a descriptor, which it closes.
+function readBytes(descriptor, size) {
+    const stream = new Gio.UnixInputStream({fd: descriptor, close_fd: true});
+    try {
+        return stream.read_bytes(size, null);
+    } finally {
+        stream.close(null);
+    }
+}
+
 class Service {
     constructor(folder) {
         this._callers = new Callers(folder);
         this._callers.onGone = sender => this._stopListening(sender);
         this._listeners = new Set();
+        this._keyListeners = new Set();
         this._painter = new Painter();
         this._exported = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
         this._exported.export(Gio.DBus.session, OBJECT_PATH);
@@ -398,6 +514,8 @@ class Service {
         this._exported.unexport();
         this._callers.destroy();
         this._changes?.destroy();
+        this._clipboard?.destroy();
+        this._hotKey?.destroy();
     }
 
     LookAsync(_parameters, invocation) {
@@ -412,6 +530,9 @@ class Service {
         this._answer(invocation, '()', () => {
             this._listeners.add(invocation.get_sender());
             this._changes ??= new Changes(() => this._tell(this._listeners, 'Changed'));
+            this._clipboard ??= new Clipboard(isOurs => {
+                this._tell(this._listeners, 'TextChanged', new GLib.Variant('(b)', [isOurs]));
+            });
             return [];
         });
     }
@@ -460,16 +581,50 @@ class Service {
         }
     }
 
-    _tell(listeners, signal) {
+    GrabKeyAsync(_parameters, invocation) {
+        this._answer(invocation, '(b)', () => {
+            this._hotKey ??= new HotKey(() => this._tell(this._keyListeners, 'KeyPressed'));
+            this._keyListeners.add(invocation.get_sender());
+            return [this._hotKey.isGrabbed];
+        });
+    }
+
+    ReadTextAsync(_parameters, invocation, descriptors) {
+        this._answer(invocation, '(u)', async () => {
+            const [descriptor] = descriptors.steal_fds();
+            const [bytes, size] = await (this._clipboard?.read() ?? [null, 0]);
+            await writeAll(descriptor, bytes, size);
+            return [size];
+        });
+    }
+
+    WriteTextAsync([, size], invocation, descriptors) {
+        this._answer(invocation, '(b)', () => {
+            const [descriptor] = descriptors.steal_fds();
+            if (!this._clipboard || size > MAX_TEXT)
+                return [false];
+            this._clipboard.write(size ? readBytes(descriptor, size) : new GLib.Bytes([]));
+            return [true];
+        });
+    }
+
+    _tell(listeners, signal, content = null) {
         for (const listener of listeners)
-            Gio.DBus.session.emit_signal(listener, OBJECT_PATH, 'dev.zelvo.Shell', signal, null);
+            Gio.DBus.session.emit_signal(listener, OBJECT_PATH, 'dev.zelvo.Shell', signal, content);
     }
 
     _stopListening(sender) {
         this._listeners.delete(sender);
-        if (this._listeners.size)
-            return;
-        this._changes?.destroy();
-        this._changes = null;
+        this._keyListeners.delete(sender);
+        if (!this._keyListeners.size) {
+            this._hotKey?.destroy();
+            this._hotKey = null;
+        }
+        if (!this._listeners.size) {
+            this._changes?.destroy();
+            this._changes = null;
+            this._clipboard?.destroy();
+            this._clipboard = null;
+        }
     }
 }

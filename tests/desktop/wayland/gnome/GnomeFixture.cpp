@@ -33,7 +33,7 @@ void GnomeFixture::startGnome(GnomeOptions options, std::filesystem::path const&
     clock = std::make_unique<LinuxClock>(contexts.agent);
     bus = std::make_unique<BusConnection>(contexts.agent, *clock, openSessionBus);
     frameLink = std::make_unique<ShellLink>();
-    presence = std::make_unique<ShellPresence>(*bus);
+    presence = std::make_unique<ShellPresence>(contexts.agent, *bus);
     windows = std::make_unique<ShellWindows>(*link, *presence);
     frames =
         std::make_unique<ShellFrames>(contexts, *frameLink, *presence, [this] { return layout; }, nullptr);

@@ -50,7 +50,7 @@ protected:
     std::unique_ptr<BusConnection> bus;
     std::unique_ptr<ShellLink> link;
     std::unique_ptr<ShellLink> frameLink;
-    std::unique_ptr<ShellPresence> presence;
+    std::unique_ptr<ShellPresence> presence; // Started by the tests that need it.
     std::unique_ptr<ShellWindows> windows;
     std::unique_ptr<ShellFrames> frames;
 

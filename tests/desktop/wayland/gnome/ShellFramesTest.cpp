@@ -1,5 +1,8 @@
 #include "desktop/wayland/gnome/GnomeFixture.h"
 
+#include <cstring>
+#include <set>
+
 namespace zelvo::test {
 
 namespace {
@@ -13,11 +16,38 @@ bool isHidden(CompositorWindow const& window)
     return window.words.kdeDesktopFile == "dev.hidden";
 }
 
+/// The number of colours where a pointer would be drawn.
+std::size_t coloursAround(Picture const& picture, LogicalPoint point)
+{
+    std::set<std::uint32_t> colours;
+    for (int y = -16; y < 16; ++y)
+        for (int x = -16; x < 16; ++x) {
+            std::uint32_t pixel = 0;
+            std::memcpy(&pixel,
+                        picture.pixels.data() + (static_cast<int>(point.y) + y) * picture.stride +
+                            (static_cast<int>(point.x) + x) * 4,
+                        sizeof pixel);
+            colours.insert(pixel);
+        }
+    return colours.size();
+}
+
 class ShellFramesTest : public GnomeFixture {
 protected:
     Picture everything()
     {
         return run<Picture>([&]() -> Task<Picture> { co_return co_await frames->everything(1); });
+    }
+    /// Moves the pointer to the middle of a window; the pointer's position then.
+    LogicalPoint pointAt(std::string const& name)
+    {
+        LogicalRect const frame = windowOf(name).frame;
+        LogicalPoint const wanted{frame.x + frame.width / 2, frame.y + frame.height / 2};
+        LogicalPoint const now = windows->look()->pointer.value();
+        gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "move", std::to_string(wanted.x - now.x),
+                      std::to_string(wanted.y - now.y)});
+        EXPECT_TRUE(waitForLook([&](WindowsNow const& look) { return look.pointer == wanted; }));
+        return wanted;
     }
     Picture withoutHidden()
     {
@@ -79,6 +109,20 @@ TEST_F(ShellFramesTest, refusesWhileTheOverviewShowsAWindowASecondTime)
             return false;
         }
     }));
+}
+
+TEST_F(ShellFramesTest, showsThePointerButNotOverAWindowThatIsLeftOut)
+{
+    startGnome();
+    startClient("dev.seen", "#00ff00");
+    startClient("dev.hidden", "#ff00ff");
+
+    LogicalPoint const overSeen = pointAt("dev.seen");
+    EXPECT_TRUE(waitFor([&] { return coloursAround(withoutHidden(), overSeen) > 1; }));
+
+    LogicalPoint const overHidden = pointAt("dev.hidden");
+    EXPECT_TRUE(waitFor([&] { return coloursAround(everything(), overHidden) > 1; }));
+    EXPECT_EQ(coloursAround(withoutHidden(), overHidden), 1U);
 }
 
 TEST_F(ShellFramesTest, hasTheResolutionOfTheMonitor)

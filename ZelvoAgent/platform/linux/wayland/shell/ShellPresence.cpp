@@ -1,6 +1,9 @@
 #include "platform/linux/wayland/shell/ShellPresence.h"
 
+#include <boost/asio/dispatch.hpp>
+
 #include <atomic>
+#include <vector>
 
 namespace zelvo {
 
@@ -18,11 +21,19 @@ std::string signalRule(std::string const& member)
 struct ShellPresence::State {
     std::atomic<bool> isPresent = false;
     std::function<void()> observer;
+    std::vector<std::function<void()>> onPresent; // agent
 
     void set(bool now)
     {
         if (isPresent.exchange(now) != now)
             report();
+    }
+    /// It answered: the extension is a new one, which knows nothing of us yet.
+    void appear()
+    {
+        set(true);
+        for (auto const& act : onPresent)
+            act();
     }
     void report() const
     {
@@ -31,7 +42,10 @@ struct ShellPresence::State {
     }
 };
 
-ShellPresence::ShellPresence(BusConnection& bus) : state(std::make_shared<State>()), bus(bus) {}
+ShellPresence::ShellPresence(Executor agent, BusConnection& bus)
+    : state(std::make_shared<State>()), agent(std::move(agent)), bus(bus)
+{
+}
 
 void ShellPresence::start()
 {
@@ -41,7 +55,7 @@ void ShellPresence::start()
                      .interface = "dev.zelvo.Shell",
                      .member = "Watch",
                      .mayStart = false};
-        bus.ask(std::move(call), [kept](sd_bus_message*) { kept->set(true); }, [kept] { kept->set(false); });
+        bus.ask(std::move(call), [kept](sd_bus_message*) { kept->appear(); }, [kept] { kept->set(false); });
     };
     bus.watchSignal(signalRule("Ready"), [watch](sd_bus_message*) { watch(); });
     bus.watchSignal(signalRule("Gone"), [kept = state](sd_bus_message*) { kept->set(false); });
@@ -54,6 +68,15 @@ void ShellPresence::start()
 bool ShellPresence::isPresent() const
 {
     return state->isPresent;
+}
+
+void ShellPresence::whenPresent(std::function<void()> observer)
+{
+    asio::dispatch(agent, [kept = state, observer = std::move(observer)] {
+        kept->onPresent.push_back(observer);
+        if (kept->isPresent)
+            observer();
+    });
 }
 
 void ShellPresence::observe(std::function<void()> observer)

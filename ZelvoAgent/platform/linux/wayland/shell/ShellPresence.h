@@ -12,12 +12,15 @@ namespace zelvo {
 class ShellPresence {
 public:
     /// bus  must outlive every call of the observer
-    explicit ShellPresence(BusConnection& bus);
+    ShellPresence(Executor agent, BusConnection& bus);
 
     /// Starts to follow it. Called once.
     void start();
     /// Never waits. False until the extension has answered for the first time.
     bool isPresent() const;
+    /// Calls the observer on the agent executor each time the extension has appeared, also if that was
+    /// before.
+    void whenPresent(std::function<void()> observer);
     /// Calls the observer on the agent executor after each change of windows, and when the extension appears
     /// or goes. Set before start() and never changed.
     void observe(std::function<void()> observer);
@@ -25,6 +28,7 @@ public:
 private:
     struct State;
     std::shared_ptr<State> state;
+    Executor agent;
     BusConnection& bus;
 };
 

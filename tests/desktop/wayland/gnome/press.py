@@ -1,0 +1,40 @@
+#!/usr/bin/python3
+"""Presses keys together, then releases them, by the compositor's own interface.
+press.py [stay] KEY...
+press.py move X Y
+stay  keeps its keyboard afterwards, and says so by a line
+KEY   the kernel's number
+move  moves the pointer by so many points, and keeps it"""
+import sys
+import time
+
+from gi.repository import Gio, GLib
+
+NAME = "org.gnome.Mutter.RemoteDesktop"
+bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+(session,) = bus.call_sync(NAME, "/org/gnome/Mutter/RemoteDesktop", NAME, "CreateSession", None, None, 0, -1).unpack()
+
+
+def call(method, arguments=None):
+    bus.call_sync(NAME, session, f"{NAME}.Session", method, arguments, None, 0, -1)
+
+
+def key(code, is_down):
+    call("NotifyKeyboardKeycode", GLib.Variant("(ub)", (code, is_down)))
+
+
+call("Start")
+if sys.argv[1] == "move":
+    call("NotifyPointerMotionRelative", GLib.Variant("(dd)", (float(sys.argv[2]), float(sys.argv[3]))))
+    GLib.MainLoop().run()
+stays = sys.argv[1] == "stay"
+keys = [int(text) for text in sys.argv[1 + stays:]]
+time.sleep(0.2)  # A new session loses its first keys.
+for code in keys:
+    key(code, True)
+for code in reversed(keys):
+    key(code, False)
+if stays:
+    print("ready", flush=True)
+    GLib.MainLoop().run()
+call("Stop")
