@@ -8,9 +8,11 @@ CONFIGURE = cmake -DCMAKE_CXX_COMPILER=$$(command -v clang++-19 || command -v cl
 .PHONY: run build test bench fuzz package archive check fresh clean
 
 # RECORDINGS=local records what agents do, share also offers recordings to the platform, off does neither. The choice is stored.
+# DESKTOP=gnome, kde, sway or x11 starts a private virtual desktop of that kind.
 RECORDINGS ?=
+DESKTOP ?=
 run: build
-	@exec scripts/run build build/run $(RECORDINGS)
+	@exec scripts/run build build/run "$(RECORDINGS)" "$(DESKTOP)"
 
 build:
 	@scripts/install-dependencies build run

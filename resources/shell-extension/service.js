@@ -144,11 +144,11 @@ function windowOf(actor) {
     return actor.is_destroyed() ? null : actor.get_meta_window();
 }
 
-/// Everything that draws a window. Those of closed windows fade out and are no longer among the shell's window actors.
-function shownActors() {
+/// Everything that may draw a window. Those of closed windows fade out and are no longer among the shell's window
+/// actors.
+function allActors() {
     const groups = [...global.window_group.get_children(), ...global.top_window_group.get_children()];
-    const all = new Set([...global.get_window_actors(), ...groups.filter(a => a instanceof Meta.WindowActor)]);
-    return [...all].filter(a => a.mapped);
+    return [...new Set([...global.get_window_actors(), ...groups.filter(a => a instanceof Meta.WindowActor)])];
 }
 
 function windows() {
@@ -246,17 +246,18 @@ class Painter {
         this._canvases = new Map(); // size -> {texture, framebuffer}
     }
 
-    /// Gives the texture, and the windows that are in it.
+    /// Gives the texture, and the windows that may be in it.
     paint(connector, leftOut) {
         const manager = global.backend?.get_monitor_manager?.() ?? Meta.MonitorManager.get();
         const index = manager.get_monitor_for_connector(connector);
         if (index < 0)
             throw new Refusal('no such monitor');
-        const actors = shownActors();
+        const actors = allActors();
         const hidden = actors.filter(a => !windowOf(a) || leftOut.has(idOf(windowOf(a))));
         if (hidden.length)
             this._assertShownNowhereElse(hidden);
         const texture = this._paintWithout(hidden, index);
+        // Also those that are not on the screen themselves: the overview and others may show them.
         const shown = actors.filter(a => !hidden.includes(a)).map(windowOf);
         return {texture, windows: shown.map(describe)};
     }
@@ -287,6 +288,7 @@ class Painter {
             this._canvases.set(key, canvas);
         }
         paintStage('paint_to_framebuffer', canvas.framebuffer, area, scale, flags | Clutter.PaintFlag.CLEAR);
+        canvas.framebuffer.flush(); // Else the texture still has the picture from before.
         return canvas.texture;
     }
 
@@ -301,7 +303,7 @@ class Painter {
         return !(modifiers & buttons) && !hidden.some(a => {
             const [left, top] = a.get_transformed_position();
             const [width, height] = a.get_transformed_size();
-            return isIn({x: left, y: top, width, height});
+            return a.mapped && isIn({x: left, y: top, width, height});
         });
     }
 

@@ -11,6 +11,7 @@
 #include "app/widgets/ProgressLine.h"
 #include "app/widgets/Spacing.h"
 #include "app/widgets/TextLabel.h"
+#include "state/PermissionWording.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -56,7 +57,7 @@ WelcomeSteps::Steps WelcomeWindow::steps() const
 
 void WelcomeWindow::follow()
 {
-    if (isBuilt() && (bitsOf(steps()) != shownDone || permissions.startedTooEarly() != shownTooEarly))
+    if (isBuilt() && (bitsOf(steps()) != shownDone || permissions.causes() != shownCauses))
         rebuild();
 }
 
@@ -142,7 +143,9 @@ QWidget* WelcomeWindow::newRow(WelcomeSteps::Step const& step, QWidget* parent)
         row->addWidget(done, 0, Qt::AlignVCenter);
     } else {
         auto const kind = isCurrent ? Button::Kind::primary : Button::Kind::secondary;
-        auto* const button = new Button(worded(step.actionTitle), kind, whole);
+        auto const cause = requestable(step.id);
+        auto* const button =
+            new Button(cause ? toQString(helpFor(*cause).action) : worded(step.actionTitle), kind, whole);
         button->setAccessibleName(button->label() + ": " + worded(step.title));
         button->onPressed([this, id = step.id] { act(id); });
         row->addWidget(button, 0, Qt::AlignVCenter);
@@ -152,9 +155,10 @@ QWidget* WelcomeWindow::newRow(WelcomeSteps::Step const& step, QWidget* parent)
 
 void WelcomeWindow::addFoot(QVBoxLayout& column, QWidget* content)
 {
-    shownTooEarly = permissions.startedTooEarly();
-    if (!shownTooEarly.empty()) {
-        QString const names = shownText(joinedNames(shownTooEarly), maxNames);
+    shownCauses = permissions.causes();
+    std::vector<std::string> const tooEarly = permissions.startedTooEarly();
+    if (!tooEarly.empty()) {
+        QString const names = shownText(joinedNames(tooEarly), maxNames);
         column.addWidget(new TextLabel(worded("onboarding.restartHint", names.toStdString()),
                                        TextLabel::Size::small, TextLabel::Tone::secondary, content));
     }
@@ -168,15 +172,26 @@ void WelcomeWindow::addFoot(QVBoxLayout& column, QWidget* content)
     column.addLayout(row);
 }
 
+/// What the person can have asked for with the button of a step.
+std::optional<PermissionCause> WelcomeWindow::requestable(int id) const
+{
+    if (id == 3)
+        return std::nullopt;
+    PermissionCauses const& all = permissions.causes();
+    for (PermissionCause const& cause : id == 1 ? all.screenRecording : all.accessibility)
+        if (canBeRequested(cause.kind))
+            return cause;
+    return std::nullopt;
+}
+
 void WelcomeWindow::act(int id)
 {
     if (id == 3)
-        return openConsole(services);
-    for (PermissionCause const& cause :
-         id == 1 ? permissions.causes().screenRecording : permissions.causes().accessibility)
-        if (canBeRequested(cause.kind))
-            return services.platform.access().request(cause.kind);
-    services.openWindow(AppWindow::permissionHelp);
+        openConsole(services);
+    else if (auto const cause = requestable(id))
+        services.platform.access().request(cause->kind);
+    else
+        services.openWindow(AppWindow::permissionHelp);
 }
 
 } // namespace zelvo

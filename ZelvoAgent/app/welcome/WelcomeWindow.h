@@ -29,13 +29,14 @@ private:
     void addProgress(QVBoxLayout& column, QWidget* content);
     void addFoot(QVBoxLayout& column, QWidget* content);
     QWidget* newRow(WelcomeSteps::Step const& step, QWidget* parent);
+    std::optional<PermissionCause> requestable(int id) const;
     void act(int id);
     void follow();
 
     AppServices const& services;
     PermissionsWatch permissions;
     int shownDone = 0; // A bit for each step that is shown as done.
-    std::vector<std::string> shownTooEarly;
+    PermissionCauses shownCauses;
     Soon followSoon{[this] { follow(); }};
     std::vector<boost::signals2::scoped_connection> following;
 };

@@ -61,7 +61,7 @@ TEST_F(ShellFramesTest, neverShowsARestlessProgram)
 
     EXPECT_GT(taken, 25);
     EXPECT_GT(seen, 0U);
-    EXPECT_GT(pixelsOf(everything(), hiddenColour), 0U);
+    EXPECT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) > 0; }));
 }
 
 TEST_F(ShellFramesTest, refusesWhileTheOverviewShowsAWindowASecondTime)
@@ -84,7 +84,7 @@ TEST_F(ShellFramesTest, refusesWhileTheOverviewShowsAWindowASecondTime)
 TEST_F(ShellFramesTest, hasTheResolutionOfTheMonitor)
 {
     startGnome({.monitors = {{.width = 1920, .height = 1080, .scale = 1.5},
-                             {.width = 1280, .height = 720, .scale = 2}}});
+                             {.width = 2560, .height = 1440, .scale = 2}}});
     layout.monitors.push_back({.id = 2, .name = "Meta-1"});
 
     Picture const first = withoutHidden();
@@ -93,8 +93,8 @@ TEST_F(ShellFramesTest, hasTheResolutionOfTheMonitor)
 
     EXPECT_EQ(first.width, 1920);
     EXPECT_EQ(first.height, 1080);
-    EXPECT_EQ(second.width, 1280);
-    EXPECT_EQ(second.height, 720);
+    EXPECT_EQ(second.width, 2560);
+    EXPECT_EQ(second.height, 1440);
 }
 
 TEST_F(ShellFramesTest, refusesWithoutTheExtensionAndForUnknownMonitors)

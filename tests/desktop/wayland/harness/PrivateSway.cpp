@@ -46,13 +46,11 @@ PrivateSway::PrivateSway(SwayOptions const& options)
     settings["XDG_SESSION_TYPE"] = "wayland";
     if (options.sessionBus)
         startBus();
-    std::vector<std::string> start{"sway", "-c", config};
-    if (::geteuid() == 0)
-        start.insert(start.begin(), {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
-    sway = this->start(start, {{"WLR_BACKENDS", "headless"},
-                               {"WLR_RENDERER", "pixman"},
-                               {"WLR_LIBINPUT_NO_DEVICES", "1"},
-                               {"WLR_HEADLESS_OUTPUTS", std::to_string(options.outputs.size())}});
+    sway = start(asUserOfCompositor({"sway", "-c", config}),
+                 {{"WLR_BACKENDS", "headless"},
+                  {"WLR_RENDERER", "pixman"},
+                  {"WLR_LIBINPUT_NO_DEVICES", "1"},
+                  {"WLR_HEADLESS_OUTPUTS", std::to_string(options.outputs.size())}});
     auto const ready = runtimeFolder() / "ready";
     require(
         "sway is ready", [&] { return std::filesystem::exists(ready) || !processes().isRunning(sway); }, 20s);
@@ -61,6 +59,13 @@ PrivateSway::PrivateSway(SwayOptions const& options)
         throw std::runtime_error("sway ended: " + processes().output(sway));
     if (std::ifstream line(ready); options.xwayland && line >> display >> display)
         settings["DISPLAY"] = display;
+}
+
+std::vector<std::string> PrivateSway::asUserOfCompositor(std::vector<std::string> command)
+{
+    if (::geteuid() == 0)
+        command.insert(command.begin(), {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+    return command;
 }
 
 std::filesystem::path PrivateSway::writeConfig(SwayOptions const& options)

@@ -36,6 +36,8 @@ public:
     void command(std::string const& text);
     /// The reply to a question: "get_tree", "get_outputs", as JSON.
     std::string ask(std::string const& question);
+    /// The command as the user that sway runs as: Xwayland accepts no other.
+    static std::vector<std::string> asUserOfCompositor(std::vector<std::string> command);
     std::filesystem::path socket() const { return runtimeFolder() / settings.at("WAYLAND_DISPLAY"); }
     pid_t compositor() const { return sway; }
     /// Ends the compositor, as a crash would.

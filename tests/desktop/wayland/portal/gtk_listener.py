@@ -21,6 +21,19 @@ def place(x, y):
     return f"{x:.1f} {y:.1f}"
 
 
+def say_when_shown(window):
+    """After some frames. The keyboard comes later, where the desktop has none until the first key is made."""
+    ticks = []
+
+    def tick(*_):
+        ticks.append(1)
+        window.queue_draw()
+        if len(ticks) == 5:
+            say("shown")
+        return len(ticks) < 5
+    window.add_tick_callback(tick)
+
+
 def listen3():
     window = Gtk.Window()
     window.fullscreen_on_monitor(Gdk.Screen.get_default(), int(sys.argv[2]))
@@ -37,7 +50,7 @@ def listen3():
     window.connect("scroll-event", scrolled)
     window.connect("key-press-event", lambda _, event: say("down", Gdk.keyval_name(event.keyval)))
     window.connect("key-release-event", lambda _, event: say("up", Gdk.keyval_name(event.keyval)))
-    window.connect("focus-in-event", lambda *_: say("focus"))
+    window.connect("map", say_when_shown)
     window.show_all()
     GLib.MainLoop().run()
 
@@ -52,7 +65,7 @@ def listen4():
     wheel.connect("scroll", lambda _, across, down: say("scroll", number(across), number(down)))
     keys.connect("key-pressed", lambda _, value, *__: say("down", Gdk.keyval_name(value)))
     keys.connect("key-released", lambda _, value, *__: say("up", Gdk.keyval_name(value)))
-    window.connect("notify::is-active", lambda *_: window.is_active() and say("focus"))
+    window.connect("map", say_when_shown)
     for controller in (motion, click, wheel, keys):
         window.add_controller(controller)
     window.fullscreen_on_monitor(Gdk.Display.get_default().get_monitors()[int(sys.argv[2])])

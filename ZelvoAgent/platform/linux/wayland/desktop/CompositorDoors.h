@@ -33,8 +33,23 @@ struct CompositorDoors {
     /// The active layout among those of the seat's keymap; `nullopt` if nobody says. Blocks.
     std::function<std::optional<std::uint32_t>()> activeLayout = [] { return std::nullopt; };
 
-    /// What this desktop cannot give, or not yet, with all grants. Blocks.
+    /// Whether pictures can be taken and windows be seen, the grant aside. Without windows nothing may be
+    /// done: nobody could say whose a point is. Never wait.
+    std::function<bool()> seesScreen = [] { return true; };
+    std::function<bool()> seesWindows = [] { return true; };
+    /// Why not, if they cannot. Block.
+    std::function<std::vector<PermissionCause>()> missingForScreen = [] {
+        return std::vector<PermissionCause>();
+    };
+    std::function<std::vector<PermissionCause>()> missingForWindows = [] {
+        return std::vector<PermissionCause>();
+    };
+    /// Calls the observer when one of these may have changed. Thread: any.
+    std::function<void(std::function<void()>)> observe = [](std::function<void()>) {};
+    /// What this desktop cannot give, with all grants. Blocks.
     std::function<std::vector<PermissionCause>()> lacks = [] { return std::vector<PermissionCause>(); };
+    /// Called once, after everybody who follows the windows does so.
+    std::function<void()> start = [] {};
     /// See SystemAccess::request(); the grant aside.
     std::function<void(PermissionCause::Kind)> request = [](PermissionCause::Kind) {};
 

@@ -3,7 +3,11 @@
 #include "platform/linux/wayland/windows/ElementWindows.h"
 #include "wire/AgentError.h"
 
+#include <sys/socket.h>
+
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -18,11 +22,22 @@ std::optional<std::string> variable(char const* name)
     return value && *value ? std::optional<std::string>(value) : std::nullopt;
 }
 
+/// The compositor's process.
+std::optional<std::int32_t> compositorOf(WaylandClient const& client)
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    bool const isKnown =
+        ::getsockopt(wl_display_get_fd(client.get()), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+    return isKnown && peer.pid > 0 ? std::optional(peer.pid) : std::nullopt;
+}
+
 } // namespace
 
 std::unique_ptr<WaylandDesktop> WaylandDesktop::open(DesktopParts const& parts)
 {
-    auto client = WaylandClient::open();
+    // Without the variable this is another session, even if a compositor of the same person runs.
+    auto client = variable("WAYLAND_DISPLAY") ? WaylandClient::open() : nullptr;
     if (!client)
         return nullptr;
     auto monitors = std::make_unique<WaylandMonitors>(parts.contexts, WaylandClient::open());
@@ -35,7 +50,8 @@ WaylandDesktop::WaylandDesktop(DesktopParts const& parts,
                                std::unique_ptr<WaylandMonitors> known,
                                CompositorDoors offered)
     : contexts(parts.contexts), clock(parts.clock), client(std::move(opened)), monitors(std::move(known)),
-      doors(std::move(offered)), keymaps(parts.contexts, WaylandClient::open()),
+      doors(std::move(offered)), clients(ClientSockets::ofThisSession(compositorOf(*client))),
+      keymaps(parts.contexts, WaylandClient::open()),
       desktopWindows(doors.windows.get(), [this] { return entries.current(); }),
       windowList(desktopWindows, [this] { return monitors->current(); }), windowFocus(desktopWindows),
       fronts(parts.contexts, doors.windows.get()), applicationWindows(desktopWindows),
@@ -70,6 +86,8 @@ WaylandDesktop::WaylandDesktop(DesktopParts const& parts,
       clipboard(doors.clipboard ? *doors.clipboard : noClipboard), posting(postingParts())
 {
     doors.grant->observe([this](DesktopGrant::State) { systemAccess.noteChange(); });
+    doors.observe([this] { systemAccess.noteChange(); });
+    doors.start();
     doors.grant->resume();
 }
 
@@ -136,8 +154,9 @@ Permissions WaylandDesktop::permissions() const
     auto const state = doors.grant->state();
     bool const isThere = client->isAlive();
     bool const isGranted = state == DesktopGrant::State::granted;
-    return {.accessibility = isThere && isGranted,
-            .screenRecording = isThere && (isGranted || state == DesktopGrant::State::partly)};
+    bool const mayLook = isThere && (isGranted || state == DesktopGrant::State::partly);
+    return {.accessibility = isThere && isGranted && doors.seesWindows(),
+            .screenRecording = mayLook && doors.seesScreen()};
 }
 
 std::optional<PermissionCause> WaylandDesktop::missingGrant() const
@@ -173,6 +192,8 @@ PermissionCauses WaylandDesktop::causes() const
         if (missing->kind != Kind::grantWithoutInput)
             all.screenRecording.push_back(*missing);
     }
+    std::ranges::move(doors.missingForWindows(), std::back_inserter(all.accessibility));
+    std::ranges::move(doors.missingForScreen(), std::back_inserter(all.screenRecording));
     all.lacks = doors.lacks();
     return all;
 }

@@ -1,0 +1,126 @@
+#include "platform/linux/wayland/desktop/KwinDoors.h"
+
+#include "base/Hop.h"
+#include "platform/linux/system/XdgFolders.h"
+#include "platform/linux/wayland/clipboard/DataControlPasteboard.h"
+#include "platform/linux/wayland/desktop/PortalDoors.h"
+#include "platform/linux/wayland/kwin/KwinFrames.h"
+#include "platform/linux/wayland/kwin/KwinPermissionFile.h"
+#include "platform/linux/wayland/kwin/KwinScreenshots.h"
+#include "platform/linux/wayland/kwin/KwinWindows.h"
+#include "platform/portable/files/Files.h"
+
+#include <boost/asio/post.hpp>
+
+#include <atomic>
+#include <filesystem>
+#include <mutex>
+#include <system_error>
+#include <utility>
+
+namespace zelvo {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Whether KWin lets this program take pictures, and the file by which it does.
+class ScreenRight : public std::enable_shared_from_this<ScreenRight> {
+public:
+    explicit ScreenRight(DesktopParts const& parts)
+        : contexts(parts.contexts), file(entries, fs::read_symlink("/proc/self/exe")),
+          screenshots(parts.contexts, parts.user)
+    {
+    }
+
+    bool isGiven() const { return given; }
+    void observe(std::function<void()> call)
+    {
+        std::scoped_lock const guard(lock);
+        changed = std::move(call);
+    }
+
+    /// Asks KWin, soon.
+    void check()
+    {
+        spawn(contexts.agent, [self = shared_from_this()]() -> Task<> {
+            bool const now = co_await self->screenshots.isAllowed();
+            if (self->given.exchange(now) != now)
+                self->report();
+        });
+    }
+
+    /// Writes the file, after the person pressed the button for it.
+    void give()
+    {
+        asio::post(contexts.workers, [self = shared_from_this()] {
+            fs::path const folder = xdg::dataHome() / "applications";
+            std::error_code ignored;
+            fs::create_directories(folder, ignored);
+            files::replace(folder / KwinPermissionFile::fileName, self->file.text());
+            self->check(); // If it could not be written, the row stays, and with it the button.
+        });
+    }
+
+private:
+    void report()
+    {
+        std::scoped_lock const guard(lock);
+        if (changed)
+            changed();
+    }
+
+    Contexts const contexts;
+    DesktopEntries entries;
+    KwinPermissionFile file;
+    KwinScreenshots screenshots;
+    std::atomic<bool> given = false;
+    std::mutex lock;
+    std::function<void()> changed; // lock
+};
+
+void addScreen(CompositorDoors& doors, DesktopParts const& parts, WaylandMonitors& monitors)
+{
+    using Kind = PermissionCause::Kind;
+    auto const right = std::make_shared<ScreenRight>(parts);
+    right->check();
+    doors.frames = std::make_unique<KwinFrames>(parts.contexts, parts.user, *doors.windows,
+                                                [&monitors] { return monitors.current(); });
+    doors.seesScreen = [right] { return right->isGiven(); };
+    doors.observe = [right](std::function<void()> changed) { right->observe(std::move(changed)); };
+    doors.missingForScreen = [right] {
+        return right->isGiven() ? std::vector<PermissionCause>()
+                                : std::vector<PermissionCause>{{Kind::programNotRegistered}};
+    };
+    doors.request = [right](Kind kind) {
+        if (kind == Kind::programNotRegistered)
+            right->give();
+    };
+}
+
+} // namespace
+
+CompositorDoors openKwinDoors(DesktopParts const& parts,
+                              std::shared_ptr<WaylandClient> const& client,
+                              WaylandMonitors& monitors)
+{
+    CompositorDoors doors;
+    auto windows = std::make_unique<KwinWindows>(parts.contexts.agent, parts.user, parts.clock,
+                                                 xdg::runtimeFolder().value_or("/tmp"));
+    doors.start = [windows = windows.get()] { windows->start(); };
+    doors.windows = std::move(windows);
+    PortalDoors const portals = addPortals(doors, parts, monitors);
+    addScreen(doors, parts, monitors);
+    if (DataControlPasteboard::isOffered(*client))
+        doors.clipboard =
+            std::make_unique<DataControlPasteboard>(parts.contexts, parts.clock, WaylandClient::open());
+    doors.lacks = [portals, hasClipboard = doors.clipboard != nullptr] {
+        std::vector<PermissionCause> lacks = portals.lacks();
+        if (!hasClipboard)
+            lacks.push_back({PermissionCause::Kind::noClipboard});
+        return lacks;
+    };
+    return doors;
+}
+
+} // namespace zelvo

@@ -1,0 +1,104 @@
+#include "desktop/wayland/portal/GnomePortal.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace zelvo::test {
+
+namespace {
+
+constexpr char const* controlName = "dev.zelvo.test.Backend";
+
+GnomeOptions optionsFor(double scale)
+{
+    return {.monitors = {{.width = 1280, .height = 800, .scale = scale}, {.width = 1024, .height = 768}}};
+}
+
+Environment portalEnvironment(PrivateSession const& desktop)
+{
+    auto const folder = desktop.home() / "portals";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "zt.portal")
+        << "[portal]\nDBusName=org.freedesktop.impl.portal.desktop.zt\nInterfaces="
+           "org.freedesktop.impl.portal.RemoteDesktop;org.freedesktop.impl.portal.ScreenCast;\nUseIn=zt\n";
+    std::ofstream(folder / "zt-portals.conf") << "[preferred]\ndefault=zt\n";
+    return {{"XDG_DESKTOP_PORTAL_DIR", folder}, {"XDG_CURRENT_DESKTOP", "zt"}};
+}
+
+} // namespace
+
+GnomePortal::GnomePortal(double scale) : gnome(optionsFor(scale)), scale(scale)
+{
+    Environment const extra = portalEnvironment(gnome);
+    // In this order: a front end that starts before its backend does not offer what it has.
+    gnome.start({"/usr/bin/python3", ZELVO_PORTAL_TESTS "/portal_backend.py"}, extra);
+    require("the backend", [this] { return gnome.hasOwner(controlName); });
+    gnome.start({"/usr/libexec/xdg-desktop-portal"}, extra);
+    require("the portal", [this] { return gnome.hasOwner(PortalRequests::name); });
+}
+
+void GnomePortal::control(std::string const& method, std::string const& argument)
+{
+    gnome.call(controlName, "/dev/zelvo/test", std::string(controlName) + "." + method, {argument});
+}
+
+void GnomePortal::answer(std::string const& how)
+{
+    control("Answer", how);
+}
+
+void GnomePortal::withdraw(int milliseconds)
+{
+    control("Withdraw", std::to_string(milliseconds));
+}
+
+MonitorLayout GnomePortal::layout() const
+{
+    double const width = 1280 / scale;
+    Monitor const first{.id = monitorId("Meta-0"),
+                        .name = "Meta-0",
+                        .area = {0, 0, width, 800 / scale},
+                        .widthPixels = 1280,
+                        .heightPixels = 800,
+                        .scale = scale};
+    Monitor const second{.id = monitorId("Meta-1"),
+                         .name = "Meta-1",
+                         .area = {width, 0, 1024, 768},
+                         .widthPixels = 1024,
+                         .heightPixels = 768};
+    return {{first, second}};
+}
+
+Listener::Listener(PrivateSession& desktop, int version, int monitor)
+    : desktop(desktop), pid(desktop.start({"/usr/bin/python3", ZELVO_PORTAL_TESTS "/gtk_listener.py",
+                                           std::to_string(version), std::to_string(monitor)}))
+{
+    require("the window", [&] { return all().find("shown") != std::string::npos; }, 15s);
+    seen = all().size();
+}
+
+std::string Listener::news()
+{
+    std::string const text = all();
+    std::stringstream lines(text.substr(seen));
+    seen = text.size();
+    std::string joined;
+    for (std::string line; std::getline(lines, line);)
+        if (!line.starts_with("motion"))
+            joined += (joined.empty() ? "" : " ") + line;
+    return joined;
+}
+
+PortalHands::PortalHands(PortalClient& client,
+                         MonitorLayout layout,
+                         std::function<std::optional<LogicalPoint>()> pointer)
+    : client(client)
+{
+    PortalInput::Doors doors{.session = [&client] { return client.grant->session(); },
+                             .layout = [layout = std::move(layout)] { return layout; },
+                             .pointer = std::move(pointer)};
+    auto const executor = client.io.get_executor();
+    input = std::make_unique<PortalInput>(executor, executor, client.clock, *client.bus, std::move(doors));
+}
+
+} // namespace zelvo::test
