@@ -30,7 +30,7 @@ protected:
         monitor.scale = scale;
         monitor.widthPixels = static_cast<int>(monitor.area.width * scale);
         monitor.heightPixels = static_cast<int>(monitor.area.height * scale);
-        startGnome({.monitors = {{monitor.widthPixels, monitor.heightPixels, scale}}});
+        startGnome({.monitors = {{monitor.widthPixels, monitor.heightPixels, scale}}, .accessibility = true});
         program.emplace(SwatchFrames::Desktop{.session = *gnome,
                                               .contexts = contexts,
                                               .clock = *clock,
