@@ -23,6 +23,7 @@ namespace zelvo {
 
 /// What one compositor offers, each part by the best of its doors. Made by openDoors(), and by tests.
 struct CompositorDoors {
+    std::vector<std::shared_ptr<void>> kept; ///< what the others use; destroyed after them
     std::unique_ptr<DesktopGrant> grant;
     std::unique_ptr<WindowSource> windows; ///< null if the compositor tells of no windows
     std::unique_ptr<FrameSource> frames;
@@ -52,8 +53,6 @@ struct CompositorDoors {
     std::function<void()> start = [] {};
     /// See SystemAccess::request(); the grant aside.
     std::function<void(PermissionCause::Kind)> request = [](PermissionCause::Kind) {};
-
-    std::vector<std::shared_ptr<void>> kept; ///< what these use; destroyed after them
 };
 
 /// Looks what the compositor offers, by its globals and the names on the session bus, and opens what is best.

@@ -5,7 +5,9 @@
 #include "platform/linux/wayland/pipewire/PipewireFrames.h"
 #include "platform/linux/wayland/shell/ShellExtensionInstall.h"
 #include "platform/linux/wayland/shell/ShellFrames.h"
+#include "platform/linux/wayland/shell/ShellHotKey.h"
 #include "platform/linux/wayland/shell/ShellLink.h"
+#include "platform/linux/wayland/shell/ShellPasteboard.h"
 #include "platform/linux/wayland/shell/ShellPresence.h"
 #include "platform/linux/wayland/shell/ShellWindows.h"
 #include "platform/portable/files/UniqueFd.h"
@@ -23,7 +25,10 @@ using Kind = PermissionCause::Kind;
 
 /// What all parts that talk to the extension share.
 struct Shell {
-    explicit Shell(BusConnection& user) : presence(user), install(xdg::dataHome(), link) {}
+    explicit Shell(DesktopParts const& parts)
+        : presence(parts.contexts.agent, parts.user), install(xdg::dataHome(), link)
+    {
+    }
 
     std::optional<PermissionCause> missing()
     {
@@ -91,7 +96,7 @@ void followStreams(DesktopParts const& parts,
 CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monitors)
 {
     CompositorDoors doors;
-    auto const shell = std::make_shared<Shell>(parts.user);
+    auto const shell = std::make_shared<Shell>(parts);
     doors.kept.push_back(shell);
     doors.windows = std::make_unique<ShellWindows>(shell->link, shell->presence);
     auto const streams = std::make_shared<PipewireFrames>(parts.contexts, parts.clock);
@@ -101,7 +106,13 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
                                                  streams.get());
     PortalDoors const portals = addPortals(doors, parts, monitors);
     followStreams(parts, portals, monitors, streams);
-    doors.start = [shell] { shell->presence.start(); };
+    auto clipboard = std::make_unique<ShellPasteboard>(parts.contexts, parts.user, shell->presence);
+    doors.hotKey = std::make_unique<ShellHotKey>(parts.contexts.main, parts.user, shell->presence);
+    doors.start = [shell, clipboard = clipboard.get()] {
+        clipboard->start();
+        shell->presence.start();
+    };
+    doors.clipboard = std::move(clipboard);
     doors.seesWindows = [shell] { return shell->presence.isPresent(); };
     doors.seesScreen = doors.seesWindows;
     doors.missingForWindows = [shell] {
@@ -112,12 +123,7 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
     doors.request = [shell, workers = parts.contexts.workers](Kind kind) {
         asio::post(workers, [shell, kind] { shell->request(kind); });
     };
-    doors.lacks = [portals] {
-        std::vector<PermissionCause> lacks = portals.lacks();
-        lacks.push_back({Kind::noClipboard});
-        lacks.push_back({Kind::noOverlays});
-        return lacks;
-    };
+    doors.lacks = [] { return std::vector<PermissionCause>{{Kind::noOverlays}}; };
     return doors;
 }
 

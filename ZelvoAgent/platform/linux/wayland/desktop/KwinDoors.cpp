@@ -111,6 +111,7 @@ CompositorDoors openKwinDoors(DesktopParts const& parts,
     doors.start = [windows = windows.get()] { windows->start(); };
     doors.windows = std::move(windows);
     PortalDoors const portals = addPortals(doors, parts, monitors);
+    auto const lacksHotKey = addHotKey(doors, parts, portals);
     addScreen(doors, parts, monitors);
     if (DataControlPasteboard::isOffered(*client))
         doors.clipboard =
@@ -118,8 +119,10 @@ CompositorDoors openKwinDoors(DesktopParts const& parts,
     bool const hasOverlays = LayerOverlays::isOffered(*client);
     if (hasOverlays)
         doors.overlays = std::make_unique<LayerOverlays>(parts.contexts, WaylandClient::open(), monitors);
-    doors.lacks = [portals, hasOverlays, hasClipboard = doors.clipboard != nullptr] {
-        std::vector<PermissionCause> lacks = portals.lacks();
+    doors.lacks = [lacksHotKey, hasOverlays, hasClipboard = doors.clipboard != nullptr] {
+        std::vector<PermissionCause> lacks;
+        if (lacksHotKey())
+            lacks.push_back({PermissionCause::Kind::noHotKey});
         if (!hasClipboard)
             lacks.push_back({PermissionCause::Kind::noClipboard});
         if (!hasOverlays)

@@ -26,22 +26,11 @@ std::string machineName()
 
 } // namespace
 
-std::vector<PermissionCause> PortalDoors::lacks() const
-{
-    using State = PortalHotKey::State;
-    State const state = hotKey->state();
-    if (state == State::missing || state == State::refused)
-        return {{PermissionCause::Kind::noHotKey}};
-    return {};
-}
-
 PortalDoors addPortals(CompositorDoors& doors, DesktopParts const& parts, WaylandMonitors& monitors)
 {
     auto const requests = std::make_shared<PortalRequests>(parts.contexts.agent, parts.clock, parts.user);
     auto grant =
         std::make_unique<PortalGrant>(parts.contexts, parts.clock, requests, parts.secrets, machineName());
-    auto hotKey = std::make_unique<PortalHotKey>(parts.contexts, parts.clock, requests,
-                                                 localized("hotKey.description"));
     PortalInput::Doors inputDoors{.session = [grant = grant.get()] { return grant->session(); },
                                   .layout = [&monitors] { return monitors.current(); }};
     if (WindowSource* const windows = doors.windows.get())
@@ -51,16 +40,27 @@ PortalDoors addPortals(CompositorDoors& doors, DesktopParts const& parts, Waylan
         };
     auto const input = std::make_shared<PortalInput>(parts.contexts.agent, parts.contexts.workers,
                                                      parts.clock, parts.user, std::move(inputDoors));
-    grant->observe([key = hotKey.get()](DesktopGrant::State state) {
-        if (state == DesktopGrant::State::granted)
-            key->bind();
-    });
-    PortalDoors made{.grant = grant.get(), .hotKey = hotKey.get(), .input = input};
+    PortalDoors made{.requests = requests, .grant = grant.get()};
     doors.input = [input = input.get()] { return input; };
     doors.kept.push_back(input);
     doors.grant = std::move(grant);
-    doors.hotKey = std::move(hotKey);
     return made;
+}
+
+std::function<bool()> addHotKey(CompositorDoors& doors, DesktopParts const& parts, PortalDoors const& portals)
+{
+    auto key = std::make_unique<PortalHotKey>(parts.contexts, parts.clock, portals.requests,
+                                              localized("hotKey.description"));
+    portals.grant->observe([key = key.get()](DesktopGrant::State state) {
+        if (state == DesktopGrant::State::granted)
+            key->bind();
+    });
+    auto const lacks = [key = key.get()] {
+        auto const state = key->state();
+        return state == PortalHotKey::State::missing || state == PortalHotKey::State::refused;
+    };
+    doors.hotKey = std::move(key);
+    return lacks;
 }
 
 } // namespace zelvo

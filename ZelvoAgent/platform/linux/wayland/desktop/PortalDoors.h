@@ -5,23 +5,23 @@
 #include "platform/linux/wayland/portal/PortalHotKey.h"
 #include "platform/linux/wayland/portal/PortalInput.h"
 
+#include <functional>
 #include <memory>
-#include <vector>
 
 namespace zelvo {
 
 /// What the desktop's portals give on every desktop.
 struct PortalDoors {
-    PortalGrant* grant = nullptr;   ///< owned by the doors that it was put into
-    PortalHotKey* hotKey = nullptr; ///< the same
-    std::shared_ptr<PortalInput> input;
-
-    /// What the portals do not give here. Thread: any.
-    std::vector<PermissionCause> lacks() const;
+    std::shared_ptr<PortalRequests> requests;
+    PortalGrant* grant = nullptr; ///< owned by the doors that it was put into
 };
 
-/// Puts consent, input and the hot key into the doors. After `doors.windows`, which know where the pointer
-/// is.
+/// Puts consent and input into the doors. After `doors.windows`, which know where the pointer is.
 PortalDoors addPortals(CompositorDoors& doors, DesktopParts const& parts, WaylandMonitors& monitors);
+
+/// Puts the portals' hot key into the doors; it is asked for with the grant. Gives a question: does the
+/// desktop lack it?
+std::function<bool()>
+addHotKey(CompositorDoors& doors, DesktopParts const& parts, PortalDoors const& portals);
 
 } // namespace zelvo
