@@ -89,7 +89,7 @@ def start_sway(desktop):
 def start_kde(desktop):
     program = desktop.runtime / "kwin_wayland"  # A file capability that a container may not grant keeps the original from starting.
     shutil.copy(shutil.which("kwin_wayland"), program)
-    desktop.environment.update(XDG_CURRENT_DESKTOP="KDE", LIBGL_ALWAYS_SOFTWARE="1", KWIN_COMPOSE="Q")
+    desktop.environment.update(XDG_CURRENT_DESKTOP="KDE", LIBGL_ALWAYS_SOFTWARE="1", KWIN_COMPOSE="O2")
     desktop.start("kwin", [str(program), "--virtual", "--no-lockscreen", "--socket", "wayland-0", "--width", "1440",
                            "--height", "900"])
     desktop.wait_for_file("kwin_wayland", desktop.runtime / "wayland-0")

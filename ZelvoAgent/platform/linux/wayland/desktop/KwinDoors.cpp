@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 class ScreenRight : public std::enable_shared_from_this<ScreenRight> {
 public:
     explicit ScreenRight(DesktopParts const& parts)
-        : contexts(parts.contexts), file(entries, fs::read_symlink("/proc/self/exe")),
+        : contexts(parts.contexts), clock(parts.clock), file(entries, fs::read_symlink("/proc/self/exe")),
           screenshots(parts.contexts, parts.user)
     {
     }
@@ -41,13 +41,12 @@ public:
         changed = std::move(call);
     }
 
-    /// Asks KWin, soon.
+    /// Asks KWin, soon, and again for a while if it refuses: it notices a new file within some seconds.
     void check()
     {
         spawn(contexts.agent, [self = shared_from_this()]() -> Task<> {
-            bool const now = co_await self->screenshots.isAllowed();
-            if (self->given.exchange(now) != now)
-                self->report();
+            for (int asked = 0; asked < maxChecks && !co_await self->askOnce(); ++asked)
+                co_await self->clock.sleep(betweenChecks);
         });
     }
 
@@ -64,6 +63,17 @@ public:
     }
 
 private:
+    static constexpr int maxChecks = 30;
+    static constexpr Duration betweenChecks = 1s;
+
+    Task<bool> askOnce()
+    {
+        bool const now = co_await screenshots.isAllowed();
+        if (given.exchange(now) != now)
+            report();
+        co_return now;
+    }
+
     void report()
     {
         std::scoped_lock const guard(lock);
@@ -72,6 +82,7 @@ private:
     }
 
     Contexts const contexts;
+    Clock& clock;
     DesktopEntries entries;
     KwinPermissionFile file;
     KwinScreenshots screenshots;
