@@ -1,6 +1,6 @@
 # A program with plain windows. window.py TITLE COLOR [WIDTH HEIGHT] [dialog] [busy] [button] [alpha]
 #   dialog  opens a second window over it, "TITLE dialog"
-#   busy    maps, minimises, covers the screen and goes back, without an end; moves where it can
+#   busy    maps, minimises, fills the screen and shrinks again, without an end; moves where it can
 #   button  writes "pressed" for each press of its button
 #   alpha   the color may be translucent
 import random

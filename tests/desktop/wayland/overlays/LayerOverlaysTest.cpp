@@ -143,6 +143,8 @@ TEST_P(LayerOverlaysTest, coversThePixelOfItsPlaceAndMoves)
     ASSERT_TRUE(display);
     EXPECT_EQ(display->width, scaled(800));
     EXPECT_EQ(display->scale, scale());
+    if (isKwin()) // The name by which KWin takes pictures of it.
+        EXPECT_EQ(monitors->current().monitors.at(0).name, "Virtual-0");
     auto const window = overlays->open(Layer::pointer);
     OverlayPicture picture = square(20, red);
     picture.originX = 5;
