@@ -9,7 +9,6 @@ namespace zelvo::test {
 namespace {
 
 using State = DesktopGrant::State;
-using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 class PortalInputTest : public ::testing::Test {

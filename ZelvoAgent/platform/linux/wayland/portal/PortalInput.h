@@ -14,7 +14,8 @@
 
 namespace zelvo {
 
-/// Events by the methods Notify of the portal RemoteDesktop. What is held down is released at the end of this
+/// Events by the methods Notify of the portal RemoteDesktop. The first event of the pointer must be moveTo():
+/// it also waits until applications know the pointer. What is held down is released at the end of this
 /// object, and by the compositor at the end of the session.
 class PortalInput final : public InputSink {
 public:

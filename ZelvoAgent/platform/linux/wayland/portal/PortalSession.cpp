@@ -46,14 +46,14 @@ void PortalSession::observeEnd(std::function<void()> observer)
 
 void PortalSession::close()
 {
-    if (open_.exchange(false))
+    if (isLive.exchange(false))
         requests->closeSession(path);
     observers.clear();
 }
 
 void PortalSession::end()
 {
-    open_ = false;
+    isLive = false;
     auto const called = std::exchange(observers, {});
     for (auto const& observer : called)
         observer();
@@ -61,7 +61,7 @@ void PortalSession::end()
 
 Task<bool> PortalSession::call(std::string member, PortalRequest::Append arguments)
 {
-    if (!open_)
+    if (!isLive)
         co_return false;
     auto const append = [this, &arguments](sd_bus_message* message) {
         sd_bus_message_append(message, "oa{sv}", path.c_str(), 0);
@@ -72,7 +72,7 @@ Task<bool> PortalSession::call(std::string member, PortalRequest::Append argumen
     } catch (BusFailure const&) {
         co_return false;
     }
-    co_return open_.load();
+    co_return isLive.load();
 }
 
 Task<UniqueFd> PortalSession::openPipeWire()
@@ -97,7 +97,7 @@ Task<UniqueFd> PortalSession::descriptor(std::string interface, std::string memb
             made.reset(::fcntl(raw, F_DUPFD_CLOEXEC, 0));
     };
     try {
-        if (open_)
+        if (isLive)
             co_await requests->call(std::move(interface), std::move(member), append, onReply);
     } catch (BusFailure const&) {
         co_return UniqueFd();

@@ -40,7 +40,7 @@ public:
     PortalSession& operator=(PortalSession const&) = delete;
 
     /// Thread: any, also the next four.
-    bool isOpen() const { return open_; }
+    bool isOpen() const { return isLive; }
     bool hasInput() const { return version > 0 && (devices & both) == both; }
     std::vector<PortalStream> const& streams() const { return shared; }
     /// The version of RemoteDesktop, 0 if there is none.
@@ -76,7 +76,7 @@ private:
     std::uint32_t version = 0;
     bool clipboard = false;
     std::vector<PortalStream> shared;
-    std::atomic<bool> open_ = true;
+    std::atomic<bool> isLive = true;
     std::vector<std::function<void()>> observers;
 
     friend class PortalOpening;
