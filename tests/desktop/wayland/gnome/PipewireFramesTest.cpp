@@ -2,9 +2,14 @@
 
 #include "desktop/wayland/gnome/GnomeFixture.h"
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <atomic>
+#include <cstring>
+#include <ctime>
 
 namespace zelvo::test {
 
@@ -24,8 +29,30 @@ protected:
             node = gnome->processes().output(recorder);
             return node.ends_with('\n');
         });
+        nodes = {{1, static_cast<std::uint32_t>(std::stoul(node))}};
         streams = std::make_unique<PipewireFrames>(contexts, *clock);
-        streams->setStreams(GrantedStreams{.nodes = {{1, static_cast<std::uint32_t>(std::stoul(node))}}});
+        streams->setStreams(GrantedStreams{.nodes = nodes});
+    }
+    bool refuses()
+    {
+        try {
+            picture();
+            return false;
+        } catch (ScreenFailure const&) {
+            return true;
+        }
+    }
+    /// A connection as a desktop hands it over.
+    int connection() const
+    {
+        int const descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::string const path = gnome->runtimeFolder() / "pipewire-0";
+        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+        if (::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+            throw std::runtime_error("no connection to PipeWire");
+        return descriptor;
     }
     Picture picture()
     {
@@ -38,6 +65,7 @@ protected:
     }
 
     pid_t recorder = 0;
+    std::map<std::uint32_t, std::uint32_t> nodes;
     std::unique_ptr<PipewireFrames> streams;
 };
 
@@ -92,16 +120,39 @@ TEST_F(PipewireFramesTest, failsWhenTheStreamEnds)
 
     gnome->processes().end(recorder, SIGTERM);
 
-    EXPECT_TRUE(waitFor([&] {
-        try {
-            picture();
-            return false;
-        } catch (ScreenFailure const&) {
-            return true;
-        }
-    }));
+    EXPECT_TRUE(waitFor([&] { return refuses(); }));
     streams->setStreams(std::nullopt);
-    EXPECT_THROW(picture(), ScreenFailure);
+    EXPECT_TRUE(refuses());
+}
+
+TEST_F(PipewireFramesTest, usesAConnectionOfTheDesktop)
+{
+    record();
+    EXPECT_EQ(picture().width, 1920);
+
+    for (int at = 0; at < 3; ++at) {
+        streams->setStreams(GrantedStreams{.descriptor = connection(), .nodes = nodes});
+        EXPECT_EQ(picture().width, 1920);
+    }
+    streams->setStreams(
+        GrantedStreams{.descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC), .nodes = nodes});
+    EXPECT_TRUE(refuses());
+}
+
+TEST_F(PipewireFramesTest, failsWithoutBurningWhenPipewireEnds)
+{
+    record();
+    picture();
+
+    gnome->processes().end(gnome->pipewire(), SIGKILL);
+
+    EXPECT_TRUE(waitFor([&] { return refuses(); }));
+    std::clock_t const used = std::clock();
+    auto const begin = std::chrono::steady_clock::now();
+    for (int at = 0; at < 10; ++at)
+        gnome->isOverviewOpen(); // Another program's work, in which this one has none.
+    std::chrono::duration<double> const passed = std::chrono::steady_clock::now() - begin;
+    EXPECT_LT(static_cast<double>(std::clock() - used) / CLOCKS_PER_SEC, passed.count() / 2);
 }
 
 } // namespace

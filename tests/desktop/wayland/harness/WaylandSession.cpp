@@ -61,7 +61,7 @@ void WaylandSession::startEmptySystemBus()
 
 void WaylandSession::startPipewire()
 {
-    start({"pipewire"});
+    pipewireProcess = start({"pipewire"});
     require("pipewire", [&] { return std::filesystem::exists(runtimeFolder() / "pipewire-0"); });
     start({"wireplumber"});
 }

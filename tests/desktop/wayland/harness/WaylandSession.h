@@ -26,6 +26,8 @@ public:
                      std::vector<std::string> const& arguments = {});
     /// Whether a name on the session bus has an owner.
     bool hasOwner(std::string const& name);
+    /// 0 if it was not started.
+    pid_t pipewire() const { return pipewireProcess; }
 
 protected:
     /// A system bus without services, so that nothing reaches that of the machine.
@@ -33,6 +35,9 @@ protected:
     void startPipewire();
     /// Programs that the bus starts get the environment of the desktop, too.
     void publishEnvironment();
+
+private:
+    pid_t pipewireProcess = 0;
 };
 
 /// Why such a desktop cannot run here: the first program that is not installed, and its package. `nullopt` if
