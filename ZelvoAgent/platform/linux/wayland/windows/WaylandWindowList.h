@@ -9,7 +9,8 @@
 namespace zelvo {
 
 /// The entries of the window list, front to back: the windows on the screen but this program's overlays,
-/// which take no pointer. Empty bounds are impossible: `layout` has a monitor.
+/// which take no pointer.
+/// layout  has a monitor
 std::vector<WindowEntry> windowEntries(WindowSnapshot const& snapshot, MonitorLayout const& layout);
 
 /// The windows that the compositor shows. Throws AgentError::machineUnavailable if they cannot be read, or if
