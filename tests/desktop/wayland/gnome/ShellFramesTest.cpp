@@ -89,6 +89,7 @@ TEST_F(ShellFramesTest, neverShowsARestlessProgram)
         }
     }
 
+    RecordProperty("pictures", taken);
     EXPECT_GT(taken, 25);
     EXPECT_GT(seen, 0U);
     EXPECT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) > 0; }));
