@@ -71,6 +71,7 @@ protected:
          .hiddenOf = [this](WindowsNow const& now,
                             std::set<std::string> const& hidden) { return hiddenOf(now, hidden); }}};
     WaylandScreenSource source{{.contexts = contextsOn(io),
+                                .clock = clock,
                                 .monitors = [this] { return layout; },
                                 .observeMonitors = [](std::function<void()>) {},
                                 .frames = frames,

@@ -63,6 +63,19 @@ TEST_F(DrawingSignalTest, asksTimeWhereTheSourceDoesNotKnow)
     EXPECT_EQ(clock.sleeperCount(), 0U);
 }
 
+TEST_F(DrawingSignalTest, mayBeFollowedFromTheAgent)
+{
+    frames.reportsDrawing = false;
+    DrawingSignal signal(contextsOn(io), clock, frames);
+    int told = 0;
+    std::shared_ptr<void> following;
+    asio::post(io, [&] { following = signal.observe(1, [&] { ++told; }); });
+
+    clock.advance(1s);
+
+    EXPECT_GE(told, 20);
+}
+
 TEST_F(DrawingSignalTest, mayBeFollowedAgain)
 {
     frames.reportsDrawing = false;

@@ -164,6 +164,36 @@ TEST_F(WaylandScreenSourceTest, givesNothingWithoutTheGrant)
     EXPECT_EQ(source.screens().size(), 1U);
 }
 
+TEST_F(WaylandScreenSourceTest, triesAgainWhileTheCompositorCannotSayWhatWouldBeInAPicture)
+{
+    clients.connected = {12};
+    names[12].names = {"org.example.vault"};
+    frames.fails = true;
+    CaptureRequest request{.display = monitor, .width = 64, .height = 48, .excluded = {"org.example.vault"}};
+    auto picture = asio::co_spawn(io, source.capture(request), asio::use_future);
+    clock.advance(200ms);
+    frames.fails = false;
+
+    clock.advance(200ms);
+
+    EXPECT_EQ(picture.get().width, 64);
+    EXPECT_GE(frames.taken.size(), 3U);
+}
+
+TEST_F(WaylandScreenSourceTest, givesUpAfterSomeAttempts)
+{
+    clients.connected = {12};
+    names[12].names = {"org.example.vault"};
+    frames.fails = true;
+    CaptureRequest request{.display = monitor, .width = 64, .height = 48, .excluded = {"org.example.vault"}};
+    auto picture = asio::co_spawn(io, source.capture(request), asio::use_future);
+
+    clock.advance(2s);
+
+    EXPECT_THROW(picture.get(), ScreenFailure);
+    EXPECT_EQ(frames.taken.size(), 5U);
+}
+
 TEST_F(WaylandScreenSourceTest, failsForAMonitorThatIsGone)
 {
     layout.monitors.clear();

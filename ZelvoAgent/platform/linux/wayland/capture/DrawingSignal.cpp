@@ -59,7 +59,10 @@ struct DrawingSignal::State : std::enable_shared_from_this<DrawingSignal::State>
         if (isExact)
             frames.setDrawingWanted(true);
         else if (!std::exchange(isPolling, true))
-            spawn(contexts.agent, [self = shared_from_this()] { return self->poll(); });
+            // Posted, because on the agent a task begins at once, and this one takes the lock.
+            asio::post(contexts.agent, [self = shared_from_this()] {
+                spawn(self->contexts.agent, [self] { return self->poll(); });
+            });
     }
 
     Task<> poll()

@@ -5,6 +5,7 @@
 #include "platform/portable/pictures/PictureScaling.h"
 
 #include <cmath>
+#include <exception>
 #include <utility>
 
 namespace zelvo {
@@ -12,6 +13,8 @@ namespace zelvo {
 namespace {
 
 constexpr std::uint32_t coverColour = 0x808080;
+constexpr int maxAttempts = 5;
+constexpr Duration betweenAttempts = 120ms;
 
 Display displayOf(Monitor const& monitor)
 {
@@ -99,7 +102,23 @@ Task<Picture> WaylandScreenSource::take(std::uint32_t id, std::set<std::string> 
     auto const leftOut = [presence = &parts.presence, excluded = std::move(excluded)](WindowsNow const& now) {
         return presence->leftOut(now, excluded);
     };
-    co_return co_await parts.frames.without(id, leftOut);
+    co_return co_await takeWithout(id, leftOut);
+}
+
+/// While windows appear, close or are shown twice, some compositors cannot say what would be in a picture.
+Task<Picture> WaylandScreenSource::takeWithout(std::uint32_t id, FrameSource::LeftOut leftOut)
+{
+    for (int attempt = 1;; ++attempt) {
+        std::exception_ptr failure; // Nothing can be awaited where it is caught.
+        try {
+            co_return co_await parts.frames.without(id, leftOut);
+        } catch (ScreenFailure const&) {
+            failure = std::current_exception();
+        }
+        if (attempt == maxAttempts)
+            std::rethrow_exception(failure);
+        co_await parts.clock.sleep(betweenAttempts);
+    }
 }
 
 Task<Picture> WaylandScreenSource::takeEverything(Monitor monitor)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Clock.h"
 #include "base/Contexts.h"
 #include "platform/ScreenSource.h"
 #include "platform/linux/wayland/FrameSource.h"
@@ -21,6 +22,7 @@ public:
     /// All of it outlives this.
     struct Parts {
         Contexts contexts;
+        Clock& clock;
         std::function<MonitorLayout()> monitors;
         std::function<void(std::function<void()>)> observeMonitors;
         FrameSource& frames;
@@ -38,6 +40,7 @@ public:
 private:
     Task<Picture> take(std::uint32_t monitor, std::set<std::string> excluded);
     Task<Picture> takeEverything(Monitor monitor);
+    Task<Picture> takeWithout(std::uint32_t id, FrameSource::LeftOut leftOut);
 
     Parts parts;
 };

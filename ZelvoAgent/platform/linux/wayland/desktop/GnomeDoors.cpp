@@ -120,6 +120,9 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
         return missing ? std::vector<PermissionCause>{*missing} : std::vector<PermissionCause>();
     };
     doors.missingForScreen = doors.missingForWindows;
+    doors.observe = [shell](std::function<void()> changed) {
+        shell->presence.whenPresent(std::move(changed));
+    };
     doors.request = [shell, workers = parts.contexts.workers](Kind kind) {
         asio::post(workers, [shell, kind] { shell->request(kind); });
     };
