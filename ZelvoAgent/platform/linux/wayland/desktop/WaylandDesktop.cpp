@@ -109,6 +109,7 @@ WaylandScreenSource::Parts WaylandDesktop::screenParts()
 {
     return {
         .contexts = contexts,
+        .clock = clock,
         .monitors = [this] { return monitors->current(); },
         .observeMonitors = [this](std::function<void()> observer) { monitors->observe(std::move(observer)); },
         .frames = *doors.frames,
