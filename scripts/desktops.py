@@ -89,6 +89,7 @@ def start_sway(desktop):
 def start_kde(desktop):
     program = desktop.runtime / "kwin_wayland"  # A file capability that a container may not grant keeps the original from starting.
     shutil.copy(shutil.which("kwin_wayland"), program)
+    (desktop.home / ".local/share/applications").mkdir(parents=True, exist_ok=True)  # KWin follows only folders that it saw.
     desktop.environment.update(XDG_CURRENT_DESKTOP="KDE", LIBGL_ALWAYS_SOFTWARE="1", KWIN_COMPOSE="O2")
     desktop.start("kwin", [str(program), "--virtual", "--no-lockscreen", "--socket", "wayland-0", "--width", "1440",
                            "--height", "900"])
@@ -108,6 +109,7 @@ def start_gnome(desktop):
     (settings / "keyfile").write_text("[org/gnome/shell]\nenabled-extensions=['zelvo@zelvo.dev']\nwelcome-dialog-last-shown-version='999'\n"
                                       "[org/gnome/desktop/screensaver]\nlock-enabled=false\n"
                                       "[org/gnome/desktop/session]\nidle-delay=uint32 0\n")
+    start_system_bus(desktop)
     start_pipewire(desktop)
     desktop.start("gnome-shell", ["gnome-shell", "--headless", "--wayland", "--wayland-display", "wayland-0", "--no-x11",
                                   "--virtual-monitor", "1440x900"])
@@ -137,6 +139,27 @@ def start_granting_portal(desktop):
     desktop.wait_for_name("org.freedesktop.impl.portal.desktop.zt")
     desktop.start("portal", [find("/usr/libexec/xdg-desktop-portal")], **chosen)
     desktop.wait_for_name("org.freedesktop.portal.Desktop")
+
+
+SYSTEM_BUS = """<busconfig>
+  <type>custom</type>
+  <listen>unix:path={socket}</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+
+def start_system_bus(desktop):
+    """One with nobody on it: GNOME's shell does not start without, and the machine's own has nothing for this desktop."""
+    socket = desktop.runtime / "system"
+    configuration = desktop.runtime / "system.conf"
+    configuration.write_text(SYSTEM_BUS.format(socket=socket))
+    desktop.start("system-bus", ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}"])
+    desktop.wait_for_file("the system bus", socket)
+    desktop.environment["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={socket}"
 
 
 STARTS = {"sway": start_sway, "kde": start_kde, "gnome": start_gnome}

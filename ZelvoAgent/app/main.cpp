@@ -39,19 +39,27 @@ void endOnSignals(asio::signal_set& signals, Executor main, std::function<void()
     });
 }
 
+bool isSet(char const* variable)
+{
+    char const* const value = std::getenv(variable);
+    return value && *value;
+}
+
 bool hasDisplay()
 {
-    auto const isSet = [](char const* name) {
-        char const* const value = std::getenv(name);
-        return value && *value;
-    };
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY");
 }
 
-// The program takes no toolkit options either, so Qt sees only the program's name.
-struct ToolkitArguments {
-    char* values[2];
-    int count = 1;
+/// The program takes no toolkit options either, so Qt sees only the program's name, and which display server
+/// comes first: on some desktops it prefers the X server even where there is none.
+class ToolkitArguments {
+public:
+    explicit ToolkitArguments(char* program) : values{program, option, choice, nullptr} {}
+
+    int count = isSet("WAYLAND_DISPLAY") ? 3 : 1;
+    char option[10] = "-platform";
+    char choice[12] = "wayland;xcb";
+    char* values[4];
 };
 
 /// The session manager's order to end arrives as a Quit event, by which the toolkit would leave its event
@@ -151,7 +159,7 @@ int runApplication(char* program, std::vector<std::string> const& urls)
         .activate = [&delegate] { return delegate && delegate->bringToFront(); }};
     int result = 0;
     if (platform->singleInstance().claim(urls, std::move(requests))) {
-        ToolkitArguments arguments{.values = {program, nullptr}};
+        ToolkitArguments arguments(program);
         Application application(arguments, [&delegate] {
             if (delegate)
                 delegate->terminate();
