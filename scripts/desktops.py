@@ -1,5 +1,6 @@
 """Private Wayland desktops without a screen, for `make run DESKTOP=...`. Each function starts one in an environment that has
 a home, a runtime folder and a session bus, and puts into the environment what programs on it need."""
+import json
 import os
 import pathlib
 import shutil
@@ -35,9 +36,10 @@ def find(program):
 
 
 class Desktop:
-    """A desktop that is being started. start, wait: of the script that runs it."""
+    """A desktop that is being started. start, wait: of the script that runs it; program: the agent's."""
 
-    def __init__(self, start, wait, environment, runtime):
+    def __init__(self, start, wait, environment, runtime, program):
+        self.program = program
         self.start_program, self.wait, self.environment = start, wait, environment
         self.runtime = pathlib.Path(runtime)
         self.home = pathlib.Path(environment["HOME"])
@@ -102,7 +104,21 @@ def start_kde(desktop):
     desktop.start_portal()
 
 
+def write_extension(desktop):
+    """The extension, as the agent's welcome window installs it: the shell reads it only when it starts."""
+    version = int(subprocess.run(["gnome-shell", "--version"], check=True, capture_output=True, text=True).stdout.split()[-1].split(".")[0])
+    sources = HERE.parent / "resources/shell-extension"
+    folder = desktop.home / ".local/share/gnome-shell/extensions/zelvo@zelvo.dev"
+    folder.mkdir(parents=True, exist_ok=True)
+    imports = sources / ("imports-45.js" if version >= 45 else "imports-43.js")
+    (folder / "extension.js").write_text(imports.read_text() + (sources / "service.js").read_text())
+    (folder / "program").write_text(f"{desktop.program}\n")
+    (folder / "metadata.json").write_text(json.dumps({"uuid": "zelvo@zelvo.dev", "name": "Zelvo", "description": "Zelvo",
+                                                      "shell-version": [str(version)], "version": 1}))
+
+
 def start_gnome(desktop):
+    write_extension(desktop)
     desktop.environment.update(XDG_CURRENT_DESKTOP="GNOME", GSETTINGS_BACKEND="keyfile")
     settings = desktop.home / ".config/glib-2.0/settings"
     settings.mkdir(parents=True, exist_ok=True)
