@@ -141,9 +141,7 @@ Task<> InputDriver::scroll(DesktopPoint at, double dx, double dy)
 
 Task<> InputDriver::type(std::string text)
 {
-    co_await events.beginText(text);
-    co_await typePiece(std::move(text));
-    co_await events.endText();
+    co_await type(std::move(text), {});
 }
 
 Task<> InputDriver::type(std::string text, BeforePiece before)
@@ -162,6 +160,10 @@ Task<> InputDriver::type(std::string text, BeforePiece before)
 
 Task<> InputDriver::typePieces(std::string text, BeforePiece before)
 {
+    if (!before) {
+        co_await typePiece(std::move(text));
+        co_return;
+    }
     for (std::string const& piece : textPieces(text)) {
         if (piece.starts_with(' ') || piece.starts_with('\n') || piece.starts_with('\r'))
             co_await before(piece);

@@ -3,6 +3,7 @@
 #include "base/Hop.h"
 
 #include <algorithm>
+#include <exception>
 
 namespace zelvo {
 
@@ -81,11 +82,18 @@ Task<bool> PostingGate::post(PostedEvent event)
 {
     InFlight const counted(*this);
     co_await inner.ready(event); // Before the check, because a panel may open or close during this wait.
-    if (co_await mayPass(event) && co_await inner.post(event)) {
-        note(event);
-        co_return true;
+    std::exception_ptr failure;  // Nothing can be awaited where it is caught.
+    try {
+        if (co_await mayPass(event) && co_await inner.post(event)) {
+            note(event);
+            co_return true;
+        }
+    } catch (...) {
+        failure = std::current_exception();
     }
     co_await letGo();
+    if (failure)
+        std::rethrow_exception(failure);
     co_return false;
 }
 

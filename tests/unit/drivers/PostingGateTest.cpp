@@ -1,5 +1,6 @@
 #include "drivers/InputDriver.h"
 #include "unit/drivers/PostingGateFixture.h"
+#include "wire/AgentError.h"
 
 namespace zelvo {
 namespace {
@@ -55,7 +56,62 @@ private:
     AsyncCondition list;
 };
 
+/// A desktop that does not say where our windows are.
+class BlindPosting final : public EventPosting {
+public:
+    std::vector<std::string> log;
+    bool fails = false;
+
+    Task<> ready(PostedEvent) override { co_return; }
+    Task<bool> post(PostedEvent) override
+    {
+        if (fails)
+            throw DetailedAgentError{.error = AgentError::invalidRequest, .message = "lost", .details = {}};
+        log.emplace_back("posted");
+        co_return true;
+    }
+    Task<> beginText(std::string) override { co_return; }
+    Task<> endText() override { co_return; }
+    Task<> releaseAll() override
+    {
+        log.emplace_back("released");
+        co_return;
+    }
+    Task<> drained() override { co_return; }
+    Task<bool> delivered() override { co_return true; }
+    DesktopPoint pointerLocation() override { return {}; }
+    bool knowsOwnWindows() const override { return false; }
+};
+
 class PostingGateTest : public PostingGateFixture {};
+
+TEST_F(PostingGateTest, makesNothingAtAllBesideAQuestionWhereOurWindowsMayBeAnywhere)
+{
+    BlindPosting blind;
+    PostingGate closed(
+        blind, platform.contexts.workers, [] { return false; },
+        [] { return std::vector<DesktopRect>{{0, 0, 1, 1}}; });
+    run(platform.io, closed.close());
+    blind.log.clear();
+
+    EXPECT_FALSE(run(platform.io, closed.post(MouseEvent{.kind = MouseEvent::Kind::moved, .point = {500, 500}})));
+    EXPECT_FALSE(run(platform.io, closed.post(ScrollEvent{1, 2})));
+    EXPECT_EQ(std::ranges::count(blind.log, "posted"), 0);
+
+    closed.open();
+    EXPECT_TRUE(run(platform.io, closed.post(ScrollEvent{1, 2})));
+}
+
+TEST_F(PostingGateTest, releasesWhatIsHeldWhenAnEventFails)
+{
+    BlindPosting broken;
+    broken.fails = true;
+    PostingGate open(
+        broken, platform.contexts.workers, [] { return false; }, [] { return std::vector<DesktopRect>(); });
+
+    EXPECT_THROW(run(platform.io, open.post(TextEvent{.text = "a"})), DetailedAgentError);
+    EXPECT_EQ(broken.log, (std::vector<std::string>{"released"}));
+}
 
 TEST_F(PostingGateTest, passesEveryEventOnWhileItIsOpen)
 {

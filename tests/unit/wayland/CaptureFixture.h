@@ -60,6 +60,7 @@ protected:
     ManualClock clock{&io};
     MonitorLayout layout;
     bool isAllowed = true;
+    std::uint32_t shared = monitor;
     std::map<std::int32_t, ApplicationNames> names;
     FakeClientList clients;
     FakeWindowSource windows{io.get_executor()};
@@ -76,7 +77,8 @@ protected:
                                 .observeMonitors = [](std::function<void()>) {},
                                 .frames = frames,
                                 .presence = presence,
-                                .isAllowed = [this] { return isAllowed; }}};
+                                .isAllowed = [this] { return isAllowed; },
+                                .isShared = [this](std::uint32_t id) { return id == shared; }}};
 };
 
 } // namespace zelvo

@@ -27,5 +27,18 @@ TEST(LentPasteboard, reportsWhatItPutsBackAsSomebodyElses)
     EXPECT_TRUE(changes[1].isManagers);
 }
 
+TEST(LentPasteboard, takesItsNextTextForItsOwnAgain)
+{
+    asio::io_context io;
+    FakePasteboard inner;
+    LentPasteboard lent(inner);
+
+    run(io, lent.putBack("somebody's"));
+    run(io, lent.setText("ours"));
+    inner.known = {{.count = lent.changeCount(), .isOurs = true}};
+
+    EXPECT_TRUE(run(io, lent.changesAfter(0)).at(0).isOurs);
+}
+
 } // namespace
 } // namespace zelvo

@@ -241,7 +241,26 @@ TEST_F(WaylandEventPostingTest, saysWhenInsertedTextIsNotThere)
     insertion.place = TextInsertion::Place{.isEditable = true, .isReadable = true};
     insertion.loses = true;
 
-    EXPECT_FALSE(type("漢字"));
+    EXPECT_THROW(type("漢字"), DetailedAgentError);
+}
+
+TEST_F(WaylandEventPostingTest, insertsNothingAnyMoreOnceTheGrantHasEnded)
+{
+    insertion.place = TextInsertion::Place{.isEditable = true, .isReadable = true};
+    run(io, posting.beginText("漢字"));
+    sink.ready = false;
+
+    EXPECT_FALSE(post(TextEvent{.text = "漢"}));
+    EXPECT_EQ(insertion.text, "");
+}
+
+TEST_F(WaylandEventPostingTest, givesLineEndsInOneFormAndNoOtherControlCharacters)
+{
+    sink.hasKeymap = true;
+
+    EXPECT_TRUE(type("a\r\nb\rc\x01\x7F\td"));
+
+    EXPECT_EQ(sink.log, (Strings{"type a\nb\nc\td"}));
 }
 
 TEST_F(WaylandEventPostingTest, pastesWhereTextCannotBeInsertedAndPutsTheClipboardBack)
@@ -278,7 +297,7 @@ TEST_F(WaylandEventPostingTest, saysWhenPastedTextDoesNotArrive)
     insertion.place = TextInsertion::Place{.isReadable = true};
     insertion.text = "something else";
 
-    EXPECT_FALSE(type("漢字"));
+    EXPECT_THROW(type("漢字"), DetailedAgentError);
 }
 
 TEST_F(WaylandEventPostingTest, keepsWhatSomebodyCopiedWhileItPasted)
@@ -315,7 +334,7 @@ TEST_F(WaylandEventPostingTest, stopsAtAKeyThatTheDoorRefuses)
 {
     sink.failsAfter = 4;
 
-    EXPECT_FALSE(type("abc"));
+    EXPECT_THROW(type("abc"), DetailedAgentError);
 
     EXPECT_EQ(sink.log.size(), 4U);
 }

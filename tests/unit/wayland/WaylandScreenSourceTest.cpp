@@ -145,6 +145,23 @@ TEST_F(WaylandScreenSourceTest, coversAWindowOfOursThatOpensDuringThePicture)
     EXPECT_EQ(pixel(capture(), 15, 15), 0x808080U);
 }
 
+TEST_F(WaylandScreenSourceTest, failsIfItCannotSeeWhereOurWindowsAre)
+{
+    frames.leavesOut = false;
+    windows.answers = false;
+
+    EXPECT_THROW(capture(), ScreenFailure);
+}
+
+TEST_F(WaylandScreenSourceTest, composesIfItCannotSeeWhereOurWindowsAre)
+{
+    windows.answers = false;
+
+    capture();
+
+    EXPECT_EQ(frames.taken, (Strings{"without"}));
+}
+
 TEST_F(WaylandScreenSourceTest, cutsAndScales)
 {
     Picture const part = capture({}, DisplayPart{10, 20, 30, 8});
@@ -192,6 +209,21 @@ TEST_F(WaylandScreenSourceTest, givesUpAfterSomeAttempts)
 
     EXPECT_THROW(picture.get(), ScreenFailure);
     EXPECT_EQ(frames.taken.size(), 5U);
+}
+
+TEST_F(WaylandScreenSourceTest, givesOnlyMonitorsThatThePersonShared)
+{
+    shared = monitor + 1;
+
+    EXPECT_TRUE(run(io, source.capturableDisplays()).empty());
+    EXPECT_THROW(capture(), ScreenFailure);
+}
+
+TEST_F(WaylandScreenSourceTest, givesNoPictureIfTheGrantEndsMeanwhile)
+{
+    frames.onTake = [this] { isAllowed = false; };
+
+    EXPECT_THROW(capture(), ScreenFailure);
 }
 
 TEST_F(WaylandScreenSourceTest, failsForAMonitorThatIsGone)

@@ -32,15 +32,17 @@ bool HiddenPresence::hasWindow(std::set<std::string> const& excluded) const
     return !now || !leftOut(*now, excluded).empty();
 }
 
-std::vector<CompositorWindow> HiddenPresence::ownOnScreen() const
+std::optional<std::vector<CompositorWindow>> HiddenPresence::ownOnScreen() const
 {
     std::vector<CompositorWindow> windows;
     if (!parts.windows)
         return windows;
-    if (auto const now = parts.windows->look())
-        for (CompositorWindow const& window : now->windows)
-            if (window.pid == own && window.isOnScreen)
-                windows.push_back(window);
+    auto const now = parts.windows->look();
+    if (!now)
+        return std::nullopt;
+    for (CompositorWindow const& window : now->windows)
+        if (window.pid == own && window.isOnScreen)
+            windows.push_back(window);
     return windows;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -36,8 +37,9 @@ public:
     {
         return parts.hiddenOf(now, excluded);
     }
-    /// The windows of this program that are on the screen; none if the compositor tells of no windows.
-    std::vector<CompositorWindow> ownOnScreen() const;
+    /// The windows of this program that are on the screen; none if the compositor tells nobody of windows.
+    /// `nullopt` if it does not answer.
+    std::optional<std::vector<CompositorWindow>> ownOnScreen() const;
 
 private:
     bool hasWindow(std::set<std::string> const& excluded) const;

@@ -66,26 +66,34 @@ std::vector<Display> WaylandScreenSource::screens()
 
 Task<std::vector<Display>> WaylandScreenSource::capturableDisplays()
 {
-    co_return parts.isAllowed() ? screens() : std::vector<Display>{};
+    std::vector<Display> displays = parts.isAllowed() ? screens() : std::vector<Display>{};
+    std::erase_if(displays, [this](Display const& display) { return !parts.isShared(display.id); });
+    co_return displays;
 }
 
 Task<Picture> WaylandScreenSource::capture(CaptureRequest request)
 {
     if (request.width < 1 || request.height < 1)
         throw ScreenFailure{"a picture needs a width and a height"};
-    if (!parts.isAllowed())
+    if (!parts.isAllowed() || !parts.isShared(request.display))
         throw ScreenFailure{"the screen can't be read"};
     if (!parts.monitors().find(request.display))
         throw ScreenFailure{"the display is gone"};
     Picture picture = co_await take(request.display, request.excluded);
+    if (!parts.isAllowed()) // It may have taken seconds.
+        throw ScreenFailure{"the screen can't be read any more"};
     co_return co_await on(parts.contexts.workers, [&] { return fitted(std::move(picture), request); });
 }
 
 Task<Picture> WaylandScreenSource::take(std::uint32_t id, std::set<std::string> excluded)
 {
     auto const mustLeaveOut = [&] {
-        return parts.presence.isConnected(excluded) ||
-               (parts.frames.canLeaveOut() && !parts.presence.ownOnScreen().empty());
+        if (parts.presence.isConnected(excluded))
+            return true;
+        if (!parts.frames.canLeaveOut())
+            return false; // Our own windows are covered.
+        auto const own = parts.presence.ownOnScreen();
+        return !own || !own->empty();
     };
     if (!co_await on(parts.contexts.workers, mustLeaveOut)) {
         auto const layout = parts.monitors();
@@ -129,8 +137,10 @@ Task<Picture> WaylandScreenSource::takeEverything(Monitor monitor)
     auto const before = co_await on(parts.contexts.workers, look);
     Picture picture = co_await parts.frames.everything(monitor.id);
     auto const after = co_await on(parts.contexts.workers, look);
+    if (!before || !after)
+        throw ScreenFailure{"the compositor does not list its windows"};
     auto const cover = [&] {
-        for (auto const* const windows : {&before, &after})
+        for (auto const* const windows : {&*before, &*after})
             for (CompositorWindow const& window : *windows)
                 fill(picture, pixelsOf(window, monitor), coverColour);
     };

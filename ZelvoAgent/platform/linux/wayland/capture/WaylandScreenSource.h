@@ -28,6 +28,8 @@ public:
         FrameSource& frames;
         HiddenPresence const& presence;
         std::function<bool()> isAllowed; ///< whether the person lets this program see the screen
+        /// Whether the person shared this monitor.
+        std::function<bool(std::uint32_t monitor)> isShared = [](std::uint32_t) { return true; };
     };
 
     explicit WaylandScreenSource(Parts parts);

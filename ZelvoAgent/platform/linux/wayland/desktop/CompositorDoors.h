@@ -38,6 +38,8 @@ struct CompositorDoors {
     /// done: nobody could say whose a point is. Never wait.
     std::function<bool()> seesScreen = [] { return true; };
     std::function<bool()> seesWindows = [] { return true; };
+    /// Whether the person shared this monitor. Never waits.
+    std::function<bool(std::uint32_t monitor)> isShared = [](std::uint32_t) { return true; };
     /// Why not, if they cannot. Block.
     std::function<std::vector<PermissionCause>()> missingForScreen = [] {
         return std::vector<PermissionCause>();

@@ -78,6 +78,8 @@ void followStreams(DesktopParts const& parts,
         if (!session)
             co_return;
         UniqueFd descriptor = co_await session->openPipeWire();
+        if (descriptor.get() < 0 || grant->session() != session)
+            co_return; // It failed, or the grant has ended meanwhile.
         GrantedStreams streams{.descriptor = descriptor.release()};
         for (StreamPlace const& place : matchStreams(session->streams(), monitors.current()))
             streams.nodes.emplace(place.monitor, place.node);

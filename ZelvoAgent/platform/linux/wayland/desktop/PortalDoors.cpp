@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <string>
@@ -40,6 +41,13 @@ PortalDoors addPortals(CompositorDoors& doors, DesktopParts const& parts, Waylan
         };
     auto const input = std::make_shared<PortalInput>(parts.contexts.agent, parts.contexts.workers,
                                                      parts.clock, parts.user, std::move(inputDoors));
+    doors.isShared = [grant = grant.get(), &monitors](std::uint32_t id) {
+        auto const session = grant->session();
+        if (!session)
+            return false;
+        auto const shared = matchStreams(session->streams(), monitors.current());
+        return std::ranges::find(shared, id, &StreamPlace::monitor) != shared.end();
+    };
     PortalDoors made{.requests = requests, .grant = grant.get()};
     doors.input = [input = input.get()] { return input; };
     doors.kept.push_back(input);

@@ -85,6 +85,7 @@ WaylandDesktop::WaylandDesktop(DesktopParts const& parts,
 {
     doors.grant->observe([this](DesktopGrant::State) { systemAccess.noteChange(); });
     doors.observe([this] { systemAccess.noteChange(); });
+    ending.emplace(contexts, client, nullptr, [this] { systemAccess.noteChange(); });
     doors.start();
     doors.grant->resume();
 }
@@ -114,7 +115,8 @@ WaylandScreenSource::Parts WaylandDesktop::screenParts()
         .observeMonitors = [this](std::function<void()> observer) { monitors->observe(std::move(observer)); },
         .frames = *doors.frames,
         .presence = presence,
-        .isAllowed = [this] { return permissions().screenRecording; }};
+        .isAllowed = [this] { return permissions().screenRecording; },
+        .isShared = doors.isShared};
 }
 
 WaylandEventPosting::Parts WaylandDesktop::postingParts()

@@ -84,6 +84,7 @@ private:
     Contexts contexts;
     Clock& clock;
     std::shared_ptr<WaylandClient> client;
+    std::optional<WaylandEvents> ending; ///< notices the compositor's end
     std::unique_ptr<WaylandMonitors> monitors;
     CompositorDoors doors;
     DesktopEntries entries;

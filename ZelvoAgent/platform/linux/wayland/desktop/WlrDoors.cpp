@@ -28,11 +28,14 @@ CompositorDoors openWlrDoors(DesktopParts const& parts,
         doors.clipboard =
             std::make_unique<DataControlPasteboard>(parts.contexts, parts.clock, WaylandClient::open());
     bool const hasWindows = doors.windows != nullptr;
+    // Without them a hidden application that an interpreter runs could not be known, and ours not be covered.
     doors.seesWindows = [hasWindows] { return hasWindows; };
+    doors.seesScreen = doors.seesWindows;
     doors.missingForWindows = [hasWindows] {
         return hasWindows ? std::vector<PermissionCause>()
                           : std::vector<PermissionCause>{{Kind::noWindowPlaces}};
     };
+    doors.missingForScreen = doors.missingForWindows;
     doors.lacks = [hasClipboard = doors.clipboard != nullptr,
                    hasOverlays = LayerOverlays::isOffered(*client)] {
         std::vector<PermissionCause> lacks{{Kind::noHiddenWindows}, {Kind::noHotKey}};

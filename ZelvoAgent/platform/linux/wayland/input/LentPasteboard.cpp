@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/input/LentPasteboard.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace zelvo {
@@ -13,29 +14,38 @@ constexpr std::size_t maxKept = 64; // More changes than anybody asks for at onc
 Task<std::vector<ClipboardChange>> LentPasteboard::changesAfter(std::int64_t count)
 {
     std::vector<ClipboardChange> changes = co_await inner.changesAfter(count);
-    std::set<std::int64_t> const ours = putBackAt.get();
-    for (ClipboardChange& change : changes)
-        if (change.isOurs && ours.contains(change.count)) {
+    std::vector<PutBack> const known = putBacks.get();
+    for (ClipboardChange& change : changes) {
+        bool const isPutBack = std::ranges::any_of(known, [&](PutBack const& one) {
+            return change.count > one.after && (!one.upTo || change.count <= *one.upTo);
+        });
+        if (change.isOurs && isPutBack) {
             change.isOurs = false;
             change.isManagers = true;
         }
+    }
     co_return changes;
+}
+
+Task<bool> LentPasteboard::setText(std::string text)
+{
+    putBacks.change([now = inner.changeCount()](std::vector<PutBack>& known) {
+        for (PutBack& one : known)
+            if (!one.upTo)
+                one.upTo = now;
+    });
+    co_return co_await inner.setText(std::move(text));
 }
 
 Task<bool> LentPasteboard::putBack(std::string text)
 {
-    std::int64_t const before = inner.changeCount();
-    if (!co_await inner.setText(std::move(text)))
-        co_return false;
-    std::int64_t const after = inner.changeCount();
-    putBackAt.change([&](std::set<std::int64_t>& counts) {
-        // Which of these counts is ours is not known; a change of others is not touched by this.
-        for (std::int64_t count = before + 1; count <= after; ++count)
-            counts.insert(count);
-        while (counts.size() > maxKept)
-            counts.erase(counts.begin());
+    // Before it is done: who asks meanwhile must not take it for ours.
+    putBacks.change([now = inner.changeCount()](std::vector<PutBack>& known) {
+        if (known.size() == maxKept)
+            known.erase(known.begin());
+        known.push_back({.after = now, .upTo = std::nullopt});
     });
-    co_return true;
+    co_return co_await inner.setText(std::move(text));
 }
 
 } // namespace zelvo

@@ -4,7 +4,7 @@
 #include "platform/Pasteboard.h"
 
 #include <cstdint>
-#include <set>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +21,7 @@ public:
     std::int64_t changeCount() const override { return inner.changeCount(); }
     Task<std::vector<ClipboardChange>> changesAfter(std::int64_t count) override;
     Task<std::string> text() override { return inner.text(); }
-    Task<bool> setText(std::string text) override { return inner.setText(std::move(text)); }
+    Task<bool> setText(std::string text) override;
     Task<> handOver() override { return inner.handOver(); }
 
     /// Puts a text back that somebody else had copied.
@@ -29,7 +29,13 @@ public:
 
 private:
     Pasteboard& inner;
-    LockedBox<std::set<std::int64_t>> putBackAt; ///< counts; only the latest ones
+    /// The changes after a count that are somebody else's texts: up to another count, or until the next own
+    /// text.
+    struct PutBack {
+        std::int64_t after = 0;
+        std::optional<std::int64_t> upTo;
+    };
+    LockedBox<std::vector<PutBack>> putBacks; ///< only the latest ones
 };
 
 } // namespace zelvo

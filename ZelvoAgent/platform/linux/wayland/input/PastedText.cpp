@@ -15,6 +15,7 @@ constexpr std::uint8_t keyShift = 50;
 
 constexpr Duration longestArrival = 2s;
 constexpr Duration betweenLooks = 15ms;
+constexpr Duration latestReading = 1500ms;
 constexpr Duration blindArrival = 150ms; // Where nothing shows that it has arrived.
 
 } // namespace
@@ -54,7 +55,11 @@ Task<bool> PastedText::paste(std::string part)
     std::vector<std::uint8_t> modifiers{keyControl};
     if (place.isTerminal)
         modifiers.push_back(keyShift);
-    co_return co_await strike(keyV, std::move(modifiers)) && co_await hasArrived(std::move(part));
+    // By what it gives, because shortcuts are read so; a layout without Latin letters has it at its usual
+    // place.
+    KeyStroke const* const v = keyboard.strokeFor(U'v');
+    std::uint8_t const key = v && v->modifiers.empty() ? v->keycode : keyV;
+    co_return co_await strike(key, std::move(modifiers)) && co_await hasArrived(std::move(part));
 }
 
 Task<bool> PastedText::hasArrived(std::string part)
@@ -81,6 +86,9 @@ Task<bool> PastedText::strike(std::uint8_t keycode, std::vector<std::uint8_t> mo
 Task<> PastedText::end()
 {
     std::string const kept = std::exchange(before, {});
+    // A program that is busy asks for the text later, and must not get the one that was there before.
+    if (lastOurs && !place.isReadable)
+        co_await clock.sleepThroughCancel(latestReading);
     // What somebody copied meanwhile is newer than what was there before.
     if (lastOurs && clipboard->changeCount() == *lastOurs)
         co_await clipboard->putBack(kept);

@@ -17,8 +17,12 @@ namespace zelvo {
 class PastedText final : public TextWay {
 public:
     /// clipboard  null if there is none
-    PastedText(Clock& clock, SwitchSink& switches, LentPasteboard* clipboard, TextInsertion& insertion)
-        : clock(clock), switches(switches), clipboard(clipboard), insertion(insertion)
+    PastedText(Clock& clock,
+               SwitchSink& switches,
+               SeatKeyboard& keyboard,
+               LentPasteboard* clipboard,
+               TextInsertion& insertion)
+        : clock(clock), switches(switches), keyboard(keyboard), clipboard(clipboard), insertion(insertion)
     {
     }
 
@@ -33,6 +37,7 @@ private:
 
     Clock& clock;
     SwitchSink& switches;
+    SeatKeyboard& keyboard;
     LentPasteboard* clipboard;
     TextInsertion& insertion;
     TextInsertion::Place place;

@@ -18,8 +18,26 @@ constexpr Duration doubleClickTime = 500ms;
 DetailedAgentError cannotType()
 {
     return {.error = AgentError::invalidRequest,
-            .message = "This desktop cannot type some characters of the text here",
+            .message = "This desktop could not type all of the text here",
             .details = {}};
+}
+
+/// Line ends as '\n' each, tabs, and no other control characters, which no way carries.
+std::string typable(std::string const& text)
+{
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char const byte = text[i];
+        bool const isPair = byte == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+        bool const isControl = static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
+        if (isPair)
+            continue;
+        if (byte == '\r')
+            result += '\n';
+        else if (!isControl || byte == '\n' || byte == '\t')
+            result += byte;
+    }
+    return result;
 }
 
 } // namespace
@@ -27,7 +45,7 @@ DetailedAgentError cannotType()
 WaylandEventPosting::WaylandEventPosting(Parts given)
     : parts(std::move(given)), switches(parts.sink), keyboard(parts.keymap), byKeymap(switches),
       byKeys(parts.contexts, switches, keyboard), byInsertion(parts.insertion),
-      byPaste(parts.clock, switches, parts.clipboard, parts.insertion),
+      byPaste(parts.clock, switches, keyboard, parts.clipboard, parts.insertion),
       delivery(parts.contexts, parts.clock, parts.front)
 {
 }
@@ -121,7 +139,7 @@ Task<> WaylandEventPosting::beginText(std::string text)
     if (!switches.door())
         co_return;
     for (TextWay* const one : std::array<TextWay*, 4>{&byKeymap, &byKeys, &byInsertion, &byPaste})
-        if (co_await one->begin(text)) {
+        if (co_await one->begin(typable(text))) {
             way = one;
             co_return;
         }

@@ -1,5 +1,7 @@
 #include "platform/linux/wayland/kwin/KwinComposition.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -24,10 +26,12 @@ public:
             byId.emplace(window.id, &window);
             if (window.pid && (window.kind == Kind::dock || window.kind == Kind::desktop))
                 shells.insert(*window.pid);
+            // The shell shows our own windows to nobody who may not see them.
+            isAnyOthers = isAnyOthers || (named.contains(window.id) && window.pid != ::getpid());
         }
     }
 
-    bool isAny() const { return !named.empty(); }
+    bool isAny() const { return isAnyOthers; }
 
     bool isLeftOut(CompositorWindow const& window) const
     {
@@ -36,6 +40,8 @@ public:
     }
 
 private:
+    bool isAnyOthers = false;
+
     bool isOfNamed(CompositorWindow const& window) const
     {
         CompositorWindow const* at = &window;

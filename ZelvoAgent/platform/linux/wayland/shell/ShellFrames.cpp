@@ -158,8 +158,10 @@ ShellFrames::paint(std::string const& connector, std::set<std::string> const& le
     };
     ShellReply const reply =
         link.call({.member = "Paint", .arguments = arguments, .patience = paintPatience});
+    // It refuses while something left out is shown in a second way, as in an overview.
     if (!reply.message)
-        throw ScreenFailure{"the shell paints no picture: " + reply.reason};
+        throw ScreenFailure{"the shell paints no picture: " + reply.reason,
+                            reply.error == "dev.zelvo.Shell.Error.Refused"};
     auto picture = readShellPicture(reply.message.get());
     if (!picture)
         throw ScreenFailure{"the shell's picture has another shape"};

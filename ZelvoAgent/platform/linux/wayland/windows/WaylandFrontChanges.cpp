@@ -1,5 +1,7 @@
 #include "platform/linux/wayland/windows/WaylandFrontChanges.h"
 
+#include "base/LockedBox.h"
+
 #include <boost/asio/post.hpp>
 
 #include <optional>
@@ -38,14 +40,15 @@ class WaylandFrontChanges::Watch : public std::enable_shared_from_this<Watch> {
 public:
     Watch(Contexts contexts, WindowSource& source) : contexts(std::move(contexts)), source(source) {}
 
-    void start(std::function<void()> toReport)
+    void start()
     {
-        report = std::move(toReport);
         source.observe([weak = weak_from_this()] {
             if (auto const self = weak.lock())
                 self->changed();
         });
     }
+
+    void setReport(std::function<void()> toReport) { report.set(std::move(toReport)); }
 
 private:
     void changed()
@@ -80,14 +83,15 @@ private:
         last = std::move(seen);
         if (isStale)
             changed();
-        if (isChange)
-            report();
+        auto const call = report.get();
+        if (isChange && call)
+            call();
     }
 
     Contexts const contexts;
     WindowSource& source;
-    std::function<void()> report; // Set before the first change; the rest is the agent's.
-    std::optional<Front> last;
+    LockedBox<std::function<void()>> report;
+    std::optional<Front> last; // The rest is the agent's.
     bool isLooking = false;
     bool isStale = false; ///< something changed during the look
 };
@@ -95,6 +99,9 @@ private:
 WaylandFrontChanges::WaylandFrontChanges(Contexts const& contexts, WindowSource* source)
     : watch(source ? std::make_shared<Watch>(contexts, *source) : nullptr)
 {
+    // Sources are followed before they start.
+    if (watch)
+        watch->start();
 }
 
 WaylandFrontChanges::~WaylandFrontChanges() = default;
@@ -102,7 +109,7 @@ WaylandFrontChanges::~WaylandFrontChanges() = default;
 void WaylandFrontChanges::observe(std::function<void()> observer)
 {
     if (watch)
-        watch->start(std::move(observer));
+        watch->setReport(std::move(observer));
 }
 
 } // namespace zelvo
