@@ -5,6 +5,7 @@
 #include "platform/linux/wayland/clipboard/DataControlPasteboard.h"
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 #include "platform/linux/wayland/kwin/KwinFrames.h"
+#include "platform/linux/wayland/kwin/KwinLayout.h"
 #include "platform/linux/wayland/kwin/KwinPermissionFile.h"
 #include "platform/linux/wayland/kwin/KwinScreenshots.h"
 #include "platform/linux/wayland/kwin/KwinWindows.h"
@@ -121,6 +122,7 @@ CompositorDoors openKwinDoors(DesktopParts const& parts,
                                                  xdg::runtimeFolder().value_or("/tmp"));
     doors.start = [windows = windows.get()] { windows->start(); };
     doors.windows = std::move(windows);
+    doors.activeLayout = activeKwinLayout;
     PortalDoors const portals = addPortals(doors, parts, monitors);
     auto const lacksHotKey = addHotKey(doors, parts, portals);
     addScreen(doors, parts, monitors);

@@ -235,6 +235,8 @@ void KwinScript::forget()
     isGiven = false;
     for (Command const& command : std::exchange(commands, {}))
         command.onAnswer(std::nullopt);
+    if (changed && !isEnded)
+        changed(); // From here on nothing is reported for a while, so what is known may be old.
 }
 
 void KwinScript::load()

@@ -8,6 +8,7 @@
 #include <boost/asio/write.hpp>
 
 #include <array>
+#include <atomic>
 #include <string>
 #include <utility>
 
@@ -27,13 +28,16 @@ struct SwayEvents::Loop : std::enable_shared_from_this<Loop> {
     {
         int const socket = SwayIpc::connect();
         if (socket < 0)
-            return;
+            return end();
+        boost::system::error_code ignored;
+        descriptor.close(ignored);
         descriptor.assign(socket);
         request = SwayHeader::message(SwayHeader::subscribe, subjects);
         asio::async_write(descriptor, asio::buffer(request),
                           [self = shared_from_this()](boost::system::error_code failure, std::size_t) {
-                              if (!failure)
-                                  self->read();
+                              if (failure)
+                                  return self->end();
+                              self->read();
                           });
     }
 
@@ -44,15 +48,26 @@ struct SwayEvents::Loop : std::enable_shared_from_this<Loop> {
             asio::buffer(part), [self = shared_from_this()](boost::system::error_code failure, std::size_t) {
                 // What the events say is asked for anew, so their bytes are not read.
                 if (failure)
-                    return;
+                    return self->end();
+                self->hasReported = true;
                 self->changed();
                 self->read();
             });
     }
 
+    /// What is known may be old from now on.
+    void end()
+    {
+        isFollowing = false;
+        if (std::exchange(hasReported, false))
+            changed();
+    }
+
     std::function<void()> changed;
+    std::atomic<bool> isFollowing = true;
     asio::posix::stream_descriptor descriptor; // agent
     std::string request;
+    bool hasReported = false; // agent
     std::array<char, 65536> part{};
 };
 
@@ -60,6 +75,12 @@ SwayEvents::SwayEvents(Contexts const& contexts, std::function<void()> changed)
     : loop(std::make_shared<Loop>(contexts.agent, std::move(changed)))
 {
     asio::post(contexts.agent, [loop = loop] { loop->start(); });
+}
+
+void SwayEvents::keepFollowing()
+{
+    if (!loop->isFollowing.exchange(true))
+        asio::post(loop->descriptor.get_executor(), [loop = loop] { loop->start(); });
 }
 
 SwayEvents::~SwayEvents()

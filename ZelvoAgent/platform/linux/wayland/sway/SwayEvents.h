@@ -15,6 +15,8 @@ public:
     ///          object is destroyed, so it must share ownership of what it uses.
     SwayEvents(Contexts const& contexts, std::function<void()> changed);
     ~SwayEvents();
+    /// Connects again if sway was lost, which counts as a change. Call it now and then. Thread: any.
+    void keepFollowing();
     SwayEvents(SwayEvents const&) = delete;
     SwayEvents& operator=(SwayEvents const&) = delete;
 

@@ -17,6 +17,8 @@ SwayWindows::SwayWindows(Contexts contexts) : contexts(std::move(contexts)) {}
 
 std::optional<WindowsNow> SwayWindows::look()
 {
+    if (events)
+        events->keepFollowing();
     std::optional<std::string> tree;
     {
         std::scoped_lock const guard(asking);
