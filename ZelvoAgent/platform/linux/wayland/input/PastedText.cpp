@@ -1,5 +1,7 @@
 #include "platform/linux/wayland/input/PastedText.h"
 
+#include <boost/asio/experimental/awaitable_operators.hpp>
+
 #include <utility>
 
 namespace zelvo {
@@ -15,6 +17,7 @@ constexpr std::uint8_t keyShift = 50;
 
 constexpr Duration longestArrival = 2s;
 constexpr Duration betweenLooks = 15ms;
+constexpr Duration longestReading = 1s;
 constexpr Duration latestReading = 1500ms;
 constexpr Duration blindArrival = 150ms; // Where nothing shows that it has arrived.
 
@@ -25,8 +28,13 @@ Task<bool> PastedText::begin(std::string)
     if (!clipboard || !switches.door())
         co_return false;
     place = (co_await insertion.begin()).value_or(TextInsertion::Place());
-    before = co_await clipboard->text();
     lastOurs.reset();
+    // A question of ours waits for what is under way, and so for this.
+    using namespace asio::experimental::awaitable_operators;
+    auto read = co_await (clipboard->text() || clock.sleep(longestReading));
+    if (read.index() != 0)
+        co_return false; // What could not be put back is not replaced.
+    before = std::move(std::get<0>(read));
     co_return true;
 }
 
