@@ -124,6 +124,30 @@ TEST_P(WindowMatrix, permissionHelp)
     expectNoFaults(AppWindow::permissionHelp, "permission-help", false);
 }
 
+TEST_P(WindowMatrix, permissionHelpOnWayland)
+{
+    using Kind = PermissionCause::Kind;
+    platform->systemAccess.granted = {};
+    platform->systemAccess.missing = {
+        .accessibility = {{Kind::grantWithoutInput},
+                          {Kind::extensionNotInstalled},
+                          {Kind::extensionDisabled}},
+        .screenRecording = {{Kind::grantNotAsked},
+                            {Kind::grantWithdrawn},
+                            {Kind::noGrantService, {"org.freedesktop.portal.RemoteDesktop"}},
+                            {Kind::programNotRegistered}},
+        .lacks = {{Kind::noHiddenWindows}, {Kind::noHotKey}, {Kind::noClipboard}, {Kind::noOverlays}}};
+    expectNoFaults(AppWindow::permissionHelp, "permission-help-wayland", false);
+}
+
+TEST_P(WindowMatrix, welcomeOnWayland)
+{
+    platform->systemAccess.granted = {};
+    platform->systemAccess.missing = {.accessibility = {{PermissionCause::Kind::extensionNotInstalled}},
+                                      .screenRecording = {{PermissionCause::Kind::grantNotAsked}}};
+    expectNoFaults(AppWindow::welcome, "welcome-wayland", false);
+}
+
 UpdateItem const foreignUpdate{.displayVersion = "10.20.30",
                                .notes = "One thing works better.\n\n" + hostile + "\n" + hostile + "\nlast"};
 

@@ -47,6 +47,32 @@ TEST_F(PermissionHelpWindowTest, noticesThatAnApplicationHasEnded)
     EXPECT_TRUE(until([&] { return !shows(helpFor(tooEarly).cause); }));
 }
 
+TEST_F(PermissionHelpWindowTest, asksForWhatThePersonPresses)
+{
+    PermissionCause const notAsked{.kind = PermissionCause::Kind::grantNotAsked};
+    platform->systemAccess.granted = {};
+    platform->systemAccess.missing.screenRecording = {notAsked};
+    open(AppWindow::permissionHelp);
+    ASSERT_TRUE(until([&] { return shows(helpFor(notAsked).cause); }));
+    EXPECT_TRUE(platform->systemAccess.requested.empty());
+
+    named<Button>(shown(), helpFor(notAsked).action + ": " + helpFor(notAsked).cause)->click();
+
+    EXPECT_EQ(platform->systemAccess.requested, (std::vector{notAsked.kind}));
+}
+
+TEST_F(PermissionHelpWindowTest, saysWhatThisDesktopLacksWithAllPermissions)
+{
+    PermissionCause const lack{.kind = PermissionCause::Kind::noHotKey};
+    platform->systemAccess.granted = {.accessibility = true, .screenRecording = true};
+    platform->systemAccess.missing.lacks = {lack};
+    open(AppWindow::permissionHelp);
+
+    EXPECT_TRUE(until([&] { return shows(helpFor(lack).cause) && shows(helpFor(lack).cure); }));
+    EXPECT_TRUE(shows(localized("permission.lacks")));
+    EXPECT_FALSE(shows(localized("permission.missing")));
+}
+
 TEST_F(PermissionHelpWindowTest, canBeClosedWhileCausesAreSought)
 {
     ui->openWindows().open(AppWindow::permissionHelp);

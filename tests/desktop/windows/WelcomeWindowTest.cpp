@@ -2,6 +2,7 @@
 
 #include "app/widgets/Button.h"
 #include "desktop/windows/WindowsFixture.h"
+#include "state/PermissionWording.h"
 
 #include <QScreen>
 #include <QScrollArea>
@@ -176,6 +177,22 @@ TEST_F(LowScreen, everythingIsReachable)
     platform->systemAccess.missing.screenRecording = {{.kind = PermissionCause::Kind::waylandSession}};
     expectReachable(open(AppWindow::welcome), localized("welcome.later"));
     expectReachable(open(AppWindow::permissionHelp), localized("common.close"));
+}
+
+TEST_F(WelcomeWindowTest, asksTheDesktopWithTheButtonOfAStepAndNotBefore)
+{
+    PermissionCause const notAsked{.kind = PermissionCause::Kind::grantNotAsked};
+    platform->systemAccess.granted = {};
+    platform->systemAccess.missing.screenRecording = {notAsked};
+    open(AppWindow::welcome);
+    std::string const name = helpFor(notAsked).action + ": " + localized("welcome.screen.title");
+    ASSERT_TRUE(until([&] { return named<Button>(*window(), name) != nullptr; }));
+    EXPECT_TRUE(platform->systemAccess.requested.empty());
+
+    named<Button>(*window(), name)->click();
+
+    EXPECT_EQ(platform->systemAccess.requested, (std::vector{notAsked.kind}));
+    EXPECT_FALSE(ui->openWindows().shown(AppWindow::permissionHelp));
 }
 
 TEST_F(WelcomeWindowTest, laterClosesItForGood)
