@@ -129,14 +129,10 @@ TEST_P(WindowMatrix, permissionHelpOnWayland)
     using Kind = PermissionCause::Kind;
     platform->systemAccess.granted = {};
     platform->systemAccess.missing = {
-        .accessibility = {{Kind::grantWithoutInput},
-                          {Kind::extensionNotInstalled},
-                          {Kind::extensionDisabled}},
-        .screenRecording = {{Kind::grantNotAsked},
-                            {Kind::grantWithdrawn},
-                            {Kind::noGrantService, {"org.freedesktop.portal.RemoteDesktop"}},
-                            {Kind::programNotRegistered}},
-        .lacks = {{Kind::noHiddenWindows}, {Kind::noHotKey}, {Kind::noClipboard}, {Kind::noOverlays}}};
+        .accessibility = {{Kind::extensionNotInstalled}},
+        .screenRecording = {{Kind::grantWithdrawn},
+                            {Kind::noGrantService, {"org.freedesktop.portal.RemoteDesktop"}}},
+        .lacks = {{Kind::noHotKey}, {Kind::noOverlays}}};
     expectNoFaults(AppWindow::permissionHelp, "permission-help-wayland", false);
 }
 

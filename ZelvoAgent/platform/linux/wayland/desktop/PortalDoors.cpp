@@ -58,7 +58,7 @@ PortalDoors addPortals(CompositorDoors& doors, DesktopParts const& parts, Waylan
 std::function<bool()> addHotKey(CompositorDoors& doors, DesktopParts const& parts, PortalDoors const& portals)
 {
     auto key = std::make_unique<PortalHotKey>(parts.contexts, parts.clock, portals.requests,
-                                              localized("hotKey.description"));
+                                              localized("shortcut.description"));
     portals.grant->observe([key = key.get()](DesktopGrant::State state) {
         if (state == DesktopGrant::State::granted)
             key->bind();
