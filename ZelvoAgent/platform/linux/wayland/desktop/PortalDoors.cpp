@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 
 #include "base/LocalizedTexts.h"
+#include "platform/linux/wayland/portal/PortalInputs.h"
 
 #include <unistd.h>
 
@@ -39,8 +40,8 @@ PortalDoors addPortals(CompositorDoors& doors, DesktopParts const& parts, Waylan
             auto const now = windows->look();
             return now ? now->pointer : std::nullopt;
         };
-    auto const input = std::make_shared<PortalInput>(parts.contexts.agent, parts.contexts.workers,
-                                                     parts.clock, parts.user, std::move(inputDoors));
+    auto const input =
+        makePortalInput(parts.contexts.agent, parts.contexts.workers, parts.clock, parts.user, inputDoors);
     doors.isShared = [grant = grant.get(), &monitors](std::uint32_t id) {
         auto const session = grant->session();
         if (!session)

@@ -3,7 +3,6 @@
 #include "platform/linux/wayland/desktop/CompositorDoors.h"
 #include "platform/linux/wayland/portal/PortalGrant.h"
 #include "platform/linux/wayland/portal/PortalHotKey.h"
-#include "platform/linux/wayland/portal/PortalInput.h"
 
 #include <functional>
 #include <memory>
