@@ -51,7 +51,7 @@ void OnWayland::startLinked(std::vector<std::string> const& scopes)
 {
     agent->store("zelvo.welcomeSeen", !machine->asks());
     agent->start({gateway->newLink(scopes)});
-    pressAll("Allow");
+    pressAll({"Allow"});
     require("the connection", [&] { return !gateway->connections().empty(); });
     connection = gateway->connections().front();
     grant();
@@ -60,16 +60,17 @@ void OnWayland::startLinked(std::vector<std::string> const& scopes)
 void OnWayland::grant()
 {
     if (machine->asks()) {
-        pressAll("Ask the desktop");
+        pressAll({"Ask the desktop"});
         require("the grant", [&] { return mayAct(); }, 40s);
-        pressAll("Start");
+        pressAll({"Start", "Later"}); // The welcome window's last button.
     }
     require("the permissions", [&] { return mayAct(); }, 20s);
 }
 
-void OnWayland::pressAll(std::string const& label)
+void OnWayland::pressAll(std::vector<std::string> labels)
 {
-    desktop().run({"/usr/bin/python3", ZELVO_PRESS_ALLOW, label}, 70);
+    labels.insert(labels.begin(), {"/usr/bin/python3", ZELVO_PRESS_ALLOW});
+    desktop().run(std::move(labels), 30);
 }
 
 bool OnWayland::mayAct()

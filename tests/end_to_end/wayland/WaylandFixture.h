@@ -32,9 +32,9 @@ protected:
     void startUnattended();
     /// Starts the agent with a link, allows it, and has the desktop grant everything.
     void startLinked(std::vector<std::string> const& scopes);
-    /// Presses a button of the agent's windows until it is no longer there.
-    /// label  what it is called, without what it is for
-    void pressAll(std::string const& label);
+    /// Presses buttons of the agent's windows until none is there any more.
+    /// labels  what they are called, without what they are for
+    void pressAll(std::vector<std::string> labels);
     bool mayAct();
 
     /// Starts writer.py as a program of that name, and waits for its window.

@@ -61,8 +61,11 @@ void WaylandMachine::startSway()
 
 void WaylandMachine::startKwin()
 {
-    other =
-        std::make_unique<PrivateKwin>(KwinOptions{.width = width, .height = height, .isPainted = false});
+    // Without a store for settings the accessibility service forgets at once that it was switched on.
+    other = std::make_unique<PrivateKwin>(KwinOptions{.width = width,
+                                                      .height = height,
+                                                      .isPainted = false,
+                                                      .environment = {{"GSETTINGS_BACKEND", "memory"}}});
     desktop = other.get();
     DesktopEntries none({});
     fs::path const folder = desktop->dataHome() / "applications";
