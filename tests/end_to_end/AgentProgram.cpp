@@ -22,13 +22,18 @@ constexpr char const* tryingFolder = "build/run/bin";
 
 } // namespace
 
-AgentProgram::AgentProgram(PrivateDesktop& desktop, std::uint16_t port, fs::path const& folder)
-    : desktop(desktop), program((folder.empty() ? desktop.home() / tryingFolder : folder) / "zelvo-agent")
+AgentProgram::AgentProgram(PrivateSession& desktop, std::uint16_t port, fs::path const& folder)
+    : desktop(desktop), program(folder.empty() ? placeOn(desktop) : folder / "zelvo-agent")
 {
     fs::create_directories(program.parent_path());
     fs::copy_file(ZELVO_AGENT, program);
     pointTo(port);
     store("zelvo.welcomeSeen", true); // The welcome window would take the keyboard from the applications.
+}
+
+fs::path AgentProgram::placeOn(PrivateSession const& desktop)
+{
+    return desktop.home() / tryingFolder / "zelvo-agent";
 }
 
 void AgentProgram::pointTo(std::uint16_t port, Scheme scheme)

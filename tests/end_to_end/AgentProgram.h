@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/harness/PrivateDesktop.h"
+#include "desktop/harness/PrivateSession.h"
 #include "wire/Json.h"
 
 #include <filesystem>
@@ -14,7 +14,10 @@ class AgentProgram {
 public:
     /// port    of the gateway on this machine
     /// folder  of the program; by default one from which it asks nothing about its place
-    AgentProgram(PrivateDesktop& desktop, std::uint16_t port, std::filesystem::path const& folder = {});
+    AgentProgram(PrivateSession& desktop, std::uint16_t port, std::filesystem::path const& folder = {});
+
+    /// Where it is installed by default, before it is.
+    static std::filesystem::path placeOn(PrivateSession const& desktop);
 
     enum class Scheme { plain, tls };
     /// Changes the gateway's address in the agent's settings.
@@ -52,7 +55,7 @@ public:
 private:
     std::filesystem::path defaults() const { return desktop.configHome() / "dev.zelvo.agent" / "defaults"; }
 
-    PrivateDesktop& desktop;
+    PrivateSession& desktop;
     std::filesystem::path program;
     pid_t process = 0;
 };

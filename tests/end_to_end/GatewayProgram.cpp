@@ -25,7 +25,7 @@ std::string contentOf(fs::path const& file)
 
 } // namespace
 
-GatewayProgram::GatewayProgram(PrivateDesktop& desktop,
+GatewayProgram::GatewayProgram(PrivateSession& desktop,
                                std::string const& name,
                                std::vector<std::string> flags)
     : desktop(desktop), folder(desktop.home() / name), flags(std::move(flags))

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/harness/PrivateDesktop.h"
+#include "desktop/harness/PrivateSession.h"
 #include "wire/Json.h"
 
 #include <filesystem>
@@ -24,7 +24,7 @@ public:
 
     /// name   of its folder, for tests with several gateways
     /// flags  in addition to those for folder and port
-    explicit GatewayProgram(PrivateDesktop& desktop,
+    explicit GatewayProgram(PrivateSession& desktop,
                             std::string const& name = "gateway",
                             std::vector<std::string> flags = {});
 
@@ -58,7 +58,7 @@ private:
     void start(std::uint16_t port);
     std::string url(std::string const& path) const;
 
-    PrivateDesktop& desktop;
+    PrivateSession& desktop;
     std::filesystem::path folder;
     std::vector<std::string> flags;
     pid_t process = 0;

@@ -46,6 +46,21 @@ TEST_F(DrawingSignalTest, wantsNothingWhileNobodyFollows)
     EXPECT_FALSE(frames.isDrawingWanted);
 }
 
+TEST_F(DrawingSignalTest, asksTimeForThoseWhoBeginOnTheAgent)
+{
+    frames.reportsDrawing = false;
+    DrawingSignal signal(contextsOn(io), clock, frames);
+    int told = 0;
+    std::shared_ptr<void> following;
+    asio::post(io, [&] { following = signal.observe(1, [&] { ++told; }); });
+
+    clock.advance(1s);
+
+    EXPECT_GE(told, 20);
+    following.reset();
+    clock.advance(1s);
+}
+
 TEST_F(DrawingSignalTest, asksTimeWhereTheSourceDoesNotKnow)
 {
     frames.reportsDrawing = false;

@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace zelvo::test {
 
@@ -31,6 +32,16 @@ Environment portalEnvironment(PrivateSession const& desktop, std::vector<std::st
 
 GnomePortal::GnomePortal(double scale, std::vector<std::string> interfaces)
     : gnome(optionsFor(scale)), scale(scale)
+{
+    startPortal(interfaces);
+}
+
+GnomePortal::GnomePortal(GnomeOptions options) : gnome(std::move(options)), scale(1)
+{
+    startPortal({"RemoteDesktop", "ScreenCast"});
+}
+
+void GnomePortal::startPortal(std::vector<std::string> const& interfaces)
 {
     Environment const extra = portalEnvironment(gnome, interfaces);
     // In this order: a front end that starts before its backend does not offer what it has.

@@ -17,6 +17,8 @@ public:
     /// interfaces  of the backend
     explicit GnomePortal(double scale = 1,
                          std::vector<std::string> interfaces = {"RemoteDesktop", "ScreenCast"});
+    /// options  of the desktop; its monitors are not those of `layout` then
+    explicit GnomePortal(GnomeOptions options);
 
     void answer(std::string const& how);
     void withdraw(int milliseconds);
@@ -27,6 +29,7 @@ public:
     PrivateGnome gnome;
 
 private:
+    void startPortal(std::vector<std::string> const& interfaces);
     void control(std::string const& method, std::string const& argument);
     double const scale;
 };

@@ -59,10 +59,15 @@ struct DrawingSignal::State : std::enable_shared_from_this<DrawingSignal::State>
         if (isExact)
             frames.setDrawingWanted(true);
         else if (!std::exchange(isPolling, true))
-            // Posted, because on the agent a task begins at once, and this one takes the lock.
-            asio::post(contexts.agent, [self = shared_from_this()] {
-                spawn(self->contexts.agent, [self] { return self->poll(); });
-            });
+            beginPolling();
+    }
+
+    /// Later: a task that is spawned on its executor begins at once, here with the lock held.
+    void beginPolling()
+    {
+        asio::post(contexts.agent, [self = shared_from_this()] {
+            spawn(self->contexts.agent, [self] { return self->poll(); });
+        });
     }
 
     Task<> poll()

@@ -6,6 +6,8 @@
 
 #include <boost/asio/this_coro.hpp>
 
+#include <linux/input-event-codes.h>
+
 #include <utility>
 
 namespace zelvo {
@@ -14,6 +16,10 @@ namespace {
 
 // GTK and Qt have 400 ms; Chromium has the longest.
 constexpr Duration doubleClickTime = 500ms;
+
+// How often, and after which time, the keymap of a session's first key is looked for.
+constexpr int keymapLooks = 25;
+constexpr Duration keymapPause = 20ms;
 
 DetailedAgentError cannotType()
 {
@@ -93,7 +99,7 @@ Task<bool> WaylandEventPosting::make(MouseEvent event)
         co_return true;
     std::vector<std::uint8_t> modifiers;
     if (event.flags != ModifierFlags{}) {
-        if (!co_await on(parts.contexts.workers, [this] { return keyboard.refresh(); }))
+        if (!co_await knowsKeys())
             co_return false;
         modifiers = keyboard.modifiersFor(event.flags);
     }
@@ -113,11 +119,25 @@ Task<bool> WaylandEventPosting::make(KeyEvent event)
         co_return co_await switches.release(key);
     std::vector<std::uint8_t> modifiers;
     if (event.flags != ModifierFlags{}) {
-        if (!co_await on(parts.contexts.workers, [this] { return keyboard.refresh(); }))
+        if (!co_await knowsKeys())
             co_return false;
         modifiers = keyboard.modifiersFor(event.flags);
     }
     co_return co_await switches.press(key, std::move(modifiers));
+}
+
+Task<bool> WaylandEventPosting::knowsKeys()
+{
+    InputSwitch const nothing{InputSwitch::Kind::key, KEY_UNKNOWN};
+    for (int asked = 0; asked < keymapLooks; ++asked) {
+        auto const refresh = [this] { return keyboard.refresh(); };
+        if (co_await on(parts.contexts.workers, refresh))
+            co_return true;
+        if (asked == 0 && (!co_await switches.press(nothing, {}) || !co_await switches.release(nothing)))
+            co_return false;
+        co_await parts.clock.sleep(keymapPause);
+    }
+    co_return false;
 }
 
 Task<bool> WaylandEventPosting::make(ScrollEvent event)

@@ -61,6 +61,8 @@ private:
     Task<bool> make(KeyEvent event);
     Task<bool> make(ScrollEvent event);
     Task<bool> make(TextEvent event);
+    /// Brings `keyboard` up to date. A session without any keyboard has a keymap only after its first key.
+    Task<bool> knowsKeys();
     std::optional<Instant> earliestClick(DesktopPoint point);
 
     Parts parts;
