@@ -11,6 +11,7 @@
 
 #include <deque>
 #include <list>
+#include <map>
 #include <vector>
 
 namespace zelvo {
@@ -22,6 +23,41 @@ constexpr Duration maxPause = 1h;
 constexpr Duration helloPatience = 30s;
 constexpr char const* noReply = "org.freedesktop.DBus.Error.NoReply";
 constexpr char const* disconnected = "org.freedesktop.DBus.Error.Disconnected";
+constexpr char const* theBus = "org.freedesktop.DBus"; // Its messages have this name as their sender.
+
+/// The sender in a match rule; empty if there is none.
+std::string senderOf(std::string const& rule)
+{
+    std::string const key = "sender='";
+    auto const at = rule.starts_with(key) ? 0 : rule.find(',' + key);
+    if (at == std::string::npos)
+        return {};
+    auto const begin = rule.find('\'', at) + 1;
+    return rule.substr(begin, rule.find('\'', begin) - begin);
+}
+
+std::string ownerChangesOf(std::string const& name)
+{
+    return std::string("type='signal',sender='") + theBus + "',interface='" + theBus +
+           "',member='NameOwnerChanged',arg0='" + name + "'";
+}
+
+BusCall ownerQuestion(std::string const& name)
+{
+    return {
+        .destination = theBus,
+        .path = "/org/freedesktop/DBus",
+        .interface = theBus,
+        .member = "GetNameOwner",
+        .arguments = [name](sd_bus_message* message) { sd_bus_message_append(message, "s", name.c_str()); }};
+}
+
+std::string newOwner(sd_bus_message* ownerChange)
+{
+    readText(ownerChange);
+    readText(ownerChange);
+    return readText(ownerChange).value_or("");
+}
 
 /// A call without a reply so far.
 struct OpenCall {
@@ -165,7 +201,11 @@ public:
 
     void watchSignal(std::string rule, MessageHandler onSignal)
     {
-        signals.push_back({std::move(rule), std::move(onSignal), {}});
+        std::string const sender = senderOf(rule);
+        bool const hasOwner = !sender.empty() && sender != theBus && !sender.starts_with(':');
+        if (hasOwner)
+            followOwner(sender);
+        signals.push_back({std::move(rule), sender, std::move(onSignal), this, {}});
         if (link && link->isReady())
             match(signals.back());
     }
@@ -180,7 +220,9 @@ public:
 private:
     struct Signal {
         std::string rule;
+        std::string sender; ///< in the rule
         MessageHandler onSignal;
+        Bus* self;
         BusSlotPtr slot;
     };
 
@@ -211,6 +253,9 @@ private:
         hello.cancel();
         for (Signal& signal : signals)
             match(signal);
+        for (auto const& [name, owner] : owners)
+            if (link)
+                askOwner(name);
         for (std::size_t at = 0; at < observers.size() && link; ++at)
             observers[at](link->raw());
         if (link)
@@ -221,14 +266,44 @@ private:
     {
         sd_bus_slot* slot = nullptr;
         auto const take = [](sd_bus_message* message, void* data, sd_bus_error*) {
-            auto const onSignal =
-                static_cast<Signal*>(data)->onSignal; // It may remove the watch that it belongs to.
+            Signal const& signal = *static_cast<Signal*>(data);
+            if (!signal.self->isGenuine(signal, message))
+                return 0;
+            auto const onSignal = signal.onSignal; // It may remove the watch that it belongs to.
             onSignal(message);
             return 0;
         };
         if (sd_bus_add_match_async(link->raw(), &slot, signal.rule.c_str(), take, nullptr, &signal) >= 0)
             signal.slot.reset(slot);
         link->flush();
+    }
+
+    /// A signal that is sent to us alone comes past the bus's own check of the sender.
+    bool isGenuine(Signal const& signal, sd_bus_message* message) const
+    {
+        auto const known = owners.find(signal.sender);
+        std::string const& expected = known == owners.end() ? signal.sender : known->second;
+        if (signal.sender.empty())
+            return true;
+        char const* const sender = sd_bus_message_get_sender(message);
+        return sender && !expected.empty() && sender == expected;
+    }
+
+    void followOwner(std::string const& name)
+    {
+        if (!owners.try_emplace(name).second)
+            return;
+        watchSignal(ownerChangesOf(name),
+                    [this, name](sd_bus_message* message) { owners[name] = newOwner(message); });
+        if (link && link->isReady())
+            askOwner(name);
+    }
+
+    /// The answer comes before any signal that follows it, and before the answers to later questions.
+    void askOwner(std::string const& name)
+    {
+        ask(ownerQuestion(name),
+            [this, name](sd_bus_message* reply) { owners[name] = readText(reply).value_or(""); }, {});
     }
 
     void lose()
@@ -249,6 +324,8 @@ private:
         hello.cancel();
         for (Signal& signal : signals)
             signal.slot.reset();
+        for (auto& [name, owner] : owners)
+            owner.clear();
         auto const unanswered = std::exchange(calls, {});
         for (auto const& call : unanswered)
             call->fail(disconnected, "the bus is gone");
@@ -259,7 +336,8 @@ private:
     Clock& clock;
     Open const opener;
     std::shared_ptr<BusLink> link;
-    std::list<Signal> signals;                          // Matches point into it.
+    std::list<Signal> signals;                 // Matches point into it.
+    std::map<std::string, std::string> owners; // Of the names in them; empty while there is none, or unknown.
     std::deque<std::function<void(sd_bus*)>> observers; // One may add another while it runs.
     std::vector<std::shared_ptr<OpenCall>> calls;       // Some have ended: the next call removes them.
     TaskHandle retry;
@@ -325,27 +403,13 @@ void BusConnection::watchConnection(std::function<void(sd_bus*)> onChange)
 void BusConnection::watchName(std::string name, std::function<void(std::string const& owner)> onOwner)
 {
     auto const report = std::make_shared<std::function<void(std::string const&)>>(std::move(onOwner));
-    watchSignal("type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
-                "member='NameOwnerChanged',arg0='" +
-                    name + "'",
-                [report](sd_bus_message* message) {
-                    readText(message);
-                    readText(message);
-                    (*report)(readText(message).value_or(""));
-                });
+    watchSignal(ownerChangesOf(name), [report](sd_bus_message* message) { (*report)(newOwner(message)); });
     watchConnection([weak = std::weak_ptr(bus), report, name](sd_bus* raw) {
         auto const kept = weak.lock();
         if (!raw || !kept)
             return (*report)("");
-        BusCall call{.destination = "org.freedesktop.DBus",
-                     .path = "/org/freedesktop/DBus",
-                     .interface = "org.freedesktop.DBus",
-                     .member = "GetNameOwner",
-                     .arguments = [name](sd_bus_message* message) {
-                         sd_bus_message_append(message, "s", name.c_str());
-                     }};
         auto onReply = [report](sd_bus_message* reply) { (*report)(readText(reply).value_or("")); };
-        kept->ask(call, std::move(onReply), [report] { (*report)(""); });
+        kept->ask(ownerQuestion(name), std::move(onReply), [report] { (*report)(""); });
     });
 }
 

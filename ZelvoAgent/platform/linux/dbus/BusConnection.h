@@ -56,7 +56,9 @@ public:
     /// The same without waiting: `onReply` receives the reply, `onFailure` is called if there is none.
     void ask(BusCall call, MessageHandler onReply, std::function<void()> onFailure = {});
 
-    /// `onSignal` receives every signal that matches the rule.
+    /// `onSignal` receives every signal that matches the rule. A sender in the rule must be in the form
+    /// sender='NAME'; signals of others that claim to match are dropped, and so are those that arrive before
+    /// the owner of NAME is known.
     void watchSignal(std::string rule, MessageHandler onSignal);
     /// `onOwner` receives the owner of a name, with each connection and at each change; empty if there is
     /// none or the bus is lost.
