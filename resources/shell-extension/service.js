@@ -63,6 +63,15 @@ function fileIdentity(path) {
     return `${info.get_attribute_uint32('unix::device')}:${info.get_attribute_uint64('unix::inode')}`;
 }
 
+/// Throws if another program may control the process: as its debugger, or by a library that was loaded into it.
+function assertUntouched(pid) {
+    const read = name => new TextDecoder().decode(GLib.file_get_contents(`/proc/${pid}/${name}`)[1]);
+    if (!/^TracerPid:\s*0$/m.test(read('status')))
+        throw new Error('traced');
+    if (read('environ').split('\0').some(entry => /^LD_(PRELOAD|AUDIT|LIBRARY_PATH)=./s.test(entry)))
+        throw new Error('other libraries');
+}
+
 /// Answers the recorded program, and nobody else.
 class Callers {
     constructor(folder) {
@@ -80,6 +89,7 @@ class Callers {
         const pid = await this._pidOf(sender);
         if (fileIdentity(`/proc/${pid}/exe`) !== fileIdentity(this._program))
             throw new Error('another program');
+        assertUntouched(pid);
         this._pids.set(sender, pid);
         this._watches.set(sender, Gio.bus_watch_name_on_connection(
             Gio.DBus.session, sender, 0, null, () => this._forget(sender)));
