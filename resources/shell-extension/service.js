@@ -384,10 +384,21 @@ class Painter {
     }
 }
 
-/// Writes all bytes to a descriptor, without blocking the shell, and closes it. The size is a parameter because bytes
+/// Lends the first descriptor of a call to `use`, and closes all of them afterwards.
+async function lend(descriptors, use) {
+    const lent = descriptors.steal_fds();
+    try {
+        return await use(lent[0]);
+    } finally {
+        for (const descriptor of lent)
+            GLib.close(descriptor);
+    }
+}
+
+/// Writes all bytes to a descriptor, without blocking the shell. The size is a parameter because bytes
 /// that are asked for it are never released by the engine of shell 43.
 async function writeAll(descriptor, bytes, size) {
-    const stream = new Gio.UnixOutputStream({fd: descriptor, close_fd: true});
+    const stream = new Gio.UnixOutputStream({fd: descriptor, close_fd: false});
     try {
         for (let at = 0; at < size;) {
             const rest = at === 0 ? bytes : bytes.new_from_bytes(at, size - at);
@@ -496,9 +507,9 @@ class Clipboard {
     }
 }
 
-/// The first bytes of a descriptor, which it closes.
+/// The first bytes of a descriptor.
 function readBytes(descriptor, size) {
-    const stream = new Gio.UnixInputStream({fd: descriptor, close_fd: true});
+    const stream = new Gio.UnixInputStream({fd: descriptor, close_fd: false});
     try {
         return stream.read_bytes(size, null);
     } finally {
@@ -570,14 +581,13 @@ class Service {
     }
 
     PaintAsync([connector, leftOut], invocation, descriptors) {
-        this._answer(invocation, `((uuuu)${WINDOWS})`, async () => {
-            const [descriptor] = descriptors.steal_fds();
+        this._answer(invocation, `((uuuu)${WINDOWS})`, () => lend(descriptors, async descriptor => {
             const painted = this._painter.paint(connector, new Set(leftOut));
             const pixels = await this._painter.pixelsOf(painted.texture);
             await writeAll(descriptor, pixels.read_pixel_bytes(), pixels.get_byte_length());
             this._painter.release();
             return [[pixels.width, pixels.height, pixels.rowstride, pixels.n_channels], painted.windows];
-        });
+        }));
     }
 
     /// `work` gets the caller's process id, and gives the values of the reply.
@@ -600,22 +610,20 @@ class Service {
     }
 
     ReadTextAsync(_parameters, invocation, descriptors) {
-        this._answer(invocation, '(u)', async () => {
-            const [descriptor] = descriptors.steal_fds();
+        this._answer(invocation, '(u)', () => lend(descriptors, async descriptor => {
             const [bytes, size] = await (this._clipboard?.read() ?? [null, 0]);
             await writeAll(descriptor, bytes, size);
             return [size];
-        });
+        }));
     }
 
     WriteTextAsync([, size], invocation, descriptors) {
-        this._answer(invocation, '(b)', () => {
-            const [descriptor] = descriptors.steal_fds();
+        this._answer(invocation, '(b)', () => lend(descriptors, descriptor => {
             if (!this._clipboard || size > MAX_TEXT)
                 return [false];
             this._clipboard.write(size ? readBytes(descriptor, size) : new GLib.Bytes([]));
             return [true];
-        });
+        }));
     }
 
     _tell(listeners, signal, content = null) {
