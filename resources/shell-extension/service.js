@@ -63,6 +63,15 @@ function fileIdentity(path) {
     return `${info.get_attribute_uint32('unix::device')}:${info.get_attribute_uint64('unix::inode')}`;
 }
 
+/// Throws if another program may control the process: as its debugger, or by a library that was loaded into it.
+function assertUntouched(pid) {
+    const read = name => new TextDecoder().decode(GLib.file_get_contents(`/proc/${pid}/${name}`)[1]);
+    if (!/^TracerPid:\s*0$/m.test(read('status')))
+        throw new Error('traced');
+    if (read('environ').split('\0').some(entry => /^LD_(PRELOAD|AUDIT|LIBRARY_PATH)=./s.test(entry)))
+        throw new Error('other libraries');
+}
+
 /// Answers the recorded program, and nobody else.
 class Callers {
     constructor(folder) {
@@ -80,6 +89,7 @@ class Callers {
         const pid = await this._pidOf(sender);
         if (fileIdentity(`/proc/${pid}/exe`) !== fileIdentity(this._program))
             throw new Error('another program');
+        assertUntouched(pid);
         this._pids.set(sender, pid);
         this._watches.set(sender, Gio.bus_watch_name_on_connection(
             Gio.DBus.session, sender, 0, null, () => this._forget(sender)));
@@ -374,10 +384,21 @@ class Painter {
     }
 }
 
-/// Writes all bytes to a descriptor, without blocking the shell, and closes it. The size is a parameter because bytes
+/// Lends the first descriptor of a call to `use`, and closes all of them afterwards.
+async function lend(descriptors, use) {
+    const lent = descriptors.steal_fds();
+    try {
+        return await use(lent[0]);
+    } finally {
+        for (const descriptor of lent)
+            GLib.close(descriptor);
+    }
+}
+
+/// Writes all bytes to a descriptor, without blocking the shell. The size is a parameter because bytes
 /// that are asked for it are never released by the engine of shell 43.
 async function writeAll(descriptor, bytes, size) {
-    const stream = new Gio.UnixOutputStream({fd: descriptor, close_fd: true});
+    const stream = new Gio.UnixOutputStream({fd: descriptor, close_fd: false});
     try {
         for (let at = 0; at < size;) {
             const rest = at === 0 ? bytes : bytes.new_from_bytes(at, size - at);
@@ -486,9 +507,9 @@ class Clipboard {
     }
 }
 
-/// The first bytes of a descriptor, which it closes.
+/// The first bytes of a descriptor.
 function readBytes(descriptor, size) {
-    const stream = new Gio.UnixInputStream({fd: descriptor, close_fd: true});
+    const stream = new Gio.UnixInputStream({fd: descriptor, close_fd: false});
     try {
         return stream.read_bytes(size, null);
     } finally {
@@ -560,14 +581,13 @@ class Service {
     }
 
     PaintAsync([connector, leftOut], invocation, descriptors) {
-        this._answer(invocation, `((uuuu)${WINDOWS})`, async () => {
-            const [descriptor] = descriptors.steal_fds();
+        this._answer(invocation, `((uuuu)${WINDOWS})`, () => lend(descriptors, async descriptor => {
             const painted = this._painter.paint(connector, new Set(leftOut));
             const pixels = await this._painter.pixelsOf(painted.texture);
             await writeAll(descriptor, pixels.read_pixel_bytes(), pixels.get_byte_length());
             this._painter.release();
             return [[pixels.width, pixels.height, pixels.rowstride, pixels.n_channels], painted.windows];
-        });
+        }));
     }
 
     /// `work` gets the caller's process id, and gives the values of the reply.
@@ -590,22 +610,20 @@ class Service {
     }
 
     ReadTextAsync(_parameters, invocation, descriptors) {
-        this._answer(invocation, '(u)', async () => {
-            const [descriptor] = descriptors.steal_fds();
+        this._answer(invocation, '(u)', () => lend(descriptors, async descriptor => {
             const [bytes, size] = await (this._clipboard?.read() ?? [null, 0]);
             await writeAll(descriptor, bytes, size);
             return [size];
-        });
+        }));
     }
 
     WriteTextAsync([, size], invocation, descriptors) {
-        this._answer(invocation, '(b)', () => {
-            const [descriptor] = descriptors.steal_fds();
+        this._answer(invocation, '(b)', () => lend(descriptors, descriptor => {
             if (!this._clipboard || size > MAX_TEXT)
                 return [false];
             this._clipboard.write(size ? readBytes(descriptor, size) : new GLib.Bytes([]));
             return [true];
-        });
+        }));
     }
 
     _tell(listeners, signal, content = null) {

@@ -18,6 +18,13 @@ public:
         withdrawn, ///< the person ended it in the desktop's indicator, or the desktop did
     };
 
+    /// What a desktop's end of the grant may come from, other than the person. Called on the agent executor;
+    /// never wait.
+    struct Surroundings {
+        std::function<bool()> isDesktopThere = [] { return true; }; ///< the compositor runs
+        std::function<bool()> isLocked = [] { return false; };      ///< the screen
+    };
+
     virtual ~DesktopGrant() = default;
     /// Never waits.
     virtual State state() const = 0;
@@ -29,6 +36,10 @@ public:
     virtual void resume() = 0;
     /// Calls the observer on the agent executor after each change of state. Added at start and never removed.
     virtual void observe(std::function<void(State)> observer) = 0;
+    /// Called once, at start.
+    virtual void setSurroundings(Surroundings) {}
+    /// The screen is no longer locked: takes up what the lock ended.
+    virtual void noteUnlock() {}
 };
 
 } // namespace zelvo

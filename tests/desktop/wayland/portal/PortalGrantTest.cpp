@@ -134,6 +134,114 @@ TEST(PortalGrant, isWithdrawnAtOnceAndForgetsTheToken)
     EXPECT_EQ(desktop.dialogs(), 2);
 }
 
+constexpr auto withdrawnMark = std::pair(PortalGrant::service, PortalGrant::withdrawnAccount);
+
+TEST(PortalGrant, asksAgainAfterAWithdrawalThatTheProgramsEndCutShort)
+{
+    ManualClock clock;
+    ScriptedPortal desktop({"next=first", "token=first"});
+    PortalClient client(desktop, &clock);
+    client.grant->ask();
+    EXPECT_TRUE(client.reaches(State::granted));
+    desktop.withdraw();
+    EXPECT_TRUE(client.reaches(State::withdrawn));
+    settle(client.io);
+    EXPECT_TRUE(client.secrets.items.contains(withdrawnMark));
+
+    client.restart();
+    client.grant->resume();
+    runUntil(client.io, [&] { return !client.token(); });
+    settle(client.io);
+
+    EXPECT_EQ(client.grant->state(), State::notAsked);
+    EXPECT_TRUE(client.secrets.items.empty());
+    EXPECT_EQ(desktop.dialogs(), 1);
+    client.grant->ask();
+    EXPECT_TRUE(client.reaches(State::granted));
+    EXPECT_EQ(desktop.dialogs(), 2);
+}
+
+TEST(PortalGrant, keepsTheTokenWhenTheWholeDesktopEnds)
+{
+    ManualClock clock;
+    ScriptedPortal desktop({"next=first", "token=first"});
+    PortalClient client(desktop, &clock);
+    bool isThere = true;
+    client.grant->setSurroundings({.isDesktopThere = [&] { return isThere; }});
+    client.grant->ask();
+    EXPECT_TRUE(client.reaches(State::granted));
+    desktop.withdraw();
+    EXPECT_TRUE(client.reaches(State::withdrawn));
+    settle(client.io);
+    ASSERT_TRUE(client.secrets.items.contains(withdrawnMark));
+
+    isThere = false;
+    clock.advance(PortalGrant::proofPace);
+    settle(client.io);
+    EXPECT_FALSE(client.secrets.items.contains(withdrawnMark));
+    clock.advance(PortalGrant::withdrawalProof);
+    settle(client.io);
+    EXPECT_EQ(client.token(), "machine\nfirst");
+
+    client.restart();
+    client.grant->resume();
+    EXPECT_TRUE(client.reaches(State::granted));
+    EXPECT_EQ(desktop.dialogs(), 1);
+}
+
+TEST(PortalGrant, takesUpWhatALockOfTheScreenEnded)
+{
+    for (Duration const later : {Duration(0s), PortalGrant::lockProof}) {
+        ManualClock clock;
+        ScriptedPortal desktop({"next=first", "token=first"});
+        PortalClient client(desktop, &clock);
+        bool isLocked = later == 0s;
+        client.grant->setSurroundings({.isLocked = [&] { return isLocked; }});
+        client.grant->ask();
+        EXPECT_TRUE(client.reaches(State::granted));
+
+        desktop.withdraw();
+        EXPECT_TRUE(client.reaches(isLocked ? State::notAsked : State::withdrawn));
+        settle(client.io);
+        isLocked = true;
+        clock.advance(later);
+        EXPECT_TRUE(client.reaches(State::notAsked));
+        clock.advance(PortalGrant::withdrawalProof);
+        settle(client.io);
+        EXPECT_EQ(client.token(), "machine\nfirst");
+        EXPECT_FALSE(client.secrets.items.contains(withdrawnMark));
+
+        isLocked = false;
+        client.grant->noteUnlock();
+        EXPECT_TRUE(client.reaches(State::granted));
+        EXPECT_EQ(desktop.dialogs(), 1);
+    }
+}
+
+TEST(PortalGrant, isWithdrawnDespiteALaterLock)
+{
+    ManualClock clock;
+    ScriptedPortal desktop({"next=first", "token=first"});
+    PortalClient client(desktop, &clock);
+    bool isLocked = false;
+    client.grant->setSurroundings({.isLocked = [&] { return isLocked; }});
+    client.grant->ask();
+    EXPECT_TRUE(client.reaches(State::granted));
+    desktop.withdraw();
+    EXPECT_TRUE(client.reaches(State::withdrawn));
+
+    clock.advance(PortalGrant::lockProof + 1ms);
+    isLocked = true;
+    settle(client.io);
+    clock.advance(PortalGrant::withdrawalProof);
+    settle(client.io);
+
+    EXPECT_EQ(client.token(), std::nullopt);
+    client.grant->noteUnlock();
+    settle(client.io);
+    EXPECT_EQ(client.grant->state(), State::withdrawn);
+}
+
 TEST(PortalGrant, isWithdrawnWhenThePortalEnds)
 {
     ScriptedPortal desktop;

@@ -5,6 +5,7 @@
 #include "wire/AgentError.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -86,8 +87,25 @@ WaylandDesktop::WaylandDesktop(DesktopParts const& parts,
     doors.grant->observe([this](DesktopGrant::State) { systemAccess.noteChange(); });
     doors.observe([this] { systemAccess.noteChange(); });
     ending.emplace(contexts, client, nullptr, [this] { systemAccess.noteChange(); });
+    followLock();
     doors.start();
     doors.grant->resume();
+}
+
+/// The grant outlives the session's events, and asks on another thread: so it asks a copy.
+void WaylandDesktop::followLock()
+{
+    auto const isLocked = std::make_shared<std::atomic<bool>>(false);
+    doors.grant->setSurroundings({.isDesktopThere = [client = client] { return client->isAlive(); },
+                                  .isLocked = [isLocked] { return isLocked->load(); }});
+    sessionEvents.observe([this, isLocked](SessionEvent event) {
+        if (event == SessionEvent::screenLocked)
+            *isLocked = true;
+        if (event != SessionEvent::screenUnlocked)
+            return;
+        *isLocked = false;
+        doors.grant->noteUnlock();
+    });
 }
 
 Pasteboard& WaylandDesktop::pasteboard()

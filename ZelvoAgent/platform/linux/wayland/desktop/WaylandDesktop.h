@@ -67,6 +67,7 @@ public:
     SystemAccess& access() override { return systemAccess; }
 
 private:
+    void followLock();
     HiddenPresence::Parts presenceParts();
     WaylandScreenSource::Parts screenParts();
     WaylandEventPosting::Parts postingParts();

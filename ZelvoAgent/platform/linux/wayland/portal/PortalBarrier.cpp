@@ -11,11 +11,12 @@ constexpr std::size_t maxBackends = 8;
 
 Task<> PortalBarrier::pass()
 {
-    if (backends.empty())
+    if (backends.get().empty())
         co_await findBackends();
+    auto const asked = backends.get(); // Another call may find them anew meanwhile.
     // Twice, because a backend may write to the compositor only when it waits for its next message.
     for (int round = 0; round < 2; ++round)
-        for (std::string const& name : backends)
+        for (std::string const& name : asked)
             co_await ask(name, "/org/freedesktop/portal/desktop",
                          "org.freedesktop.impl.portal.RemoteDesktop");
     co_await ask("org.gnome.Mutter.RemoteDesktop", "/org/gnome/Mutter/RemoteDesktop",
@@ -37,9 +38,11 @@ Task<> PortalBarrier::findBackends()
     } catch (BusFailure const&) {
         co_return;
     }
+    std::vector<std::string> found;
     for (std::string& name : names)
-        if (name.starts_with(backendsBegin) && backends.size() < maxBackends)
-            backends.push_back(std::move(name));
+        if (name.starts_with(backendsBegin) && found.size() < maxBackends)
+            found.push_back(std::move(name));
+    backends.set(std::move(found));
 }
 
 Task<> PortalBarrier::ask(std::string destination, std::string path, std::string interface)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/LockedBox.h"
 #include "base/Task.h"
 #include "platform/linux/dbus/BusConnection.h"
 
@@ -10,7 +11,7 @@ namespace zelvo {
 
 /// Passes everything that was sent through the portal: the front end hands an event to a backend before it
 /// answers, the backend to the compositor before it answers the next question, and the compositor handles
-/// messages in their order. Thread: any; one call at a time.
+/// messages in their order. Thread: any.
 class PortalBarrier {
 public:
     static constexpr Duration patience = 500ms; ///< with each of them
@@ -25,7 +26,7 @@ private:
     Task<> ask(std::string destination, std::string path, std::string interface);
 
     BusConnection& session;
-    std::vector<std::string> backends; ///< names of the bus
+    LockedBox<std::vector<std::string>> backends; ///< names of the bus
 };
 
 } // namespace zelvo

@@ -43,13 +43,21 @@ public:
            SecretStore& secrets,
            std::string machine)
         : agent(std::move(agent)), requests(std::move(requests)), secrets(secrets),
-          machine(std::move(machine)), withdrawal(this->agent, clock)
+          machine(std::move(machine)), clock(clock), withdrawal(this->agent, clock)
     {
     }
 
     LockedBox<Now> now; // Any thread.
 
     void observe(std::function<void(State)> observer) { observers.push_back(std::move(observer)); }
+
+    void setSurroundings(Surroundings next) { surroundings = std::move(next); }
+
+    void noteUnlock()
+    {
+        if (std::exchange(isEndedByLock, false))
+            resume();
+    }
 
     void ask()
     {
@@ -80,6 +88,7 @@ private:
     void begin(bool asksAnew, Duration longest, bool needsToken = false)
     {
         withdrawal.cancel();
+        isEndedByLock = false;
         State const before = now.get().state;
         // Set at once, so that a second call does nothing; without a token nobody gets to know.
         if (needsToken)
@@ -132,11 +141,43 @@ private:
 
     void lose()
     {
+        if (surroundings.isLocked())
+            return loseByLock();
         finish({.state = State::withdrawn});
-        withdrawal.in(withdrawalProof, [weak = weak_from_this()] {
+        if (isStopped)
+            return;
+        spawn(agent, [self = shared_from_this()] { return self->mark(); });
+        proveLater(clock.now());
+    }
+
+    /// That is no decision of the person, so the token stays good.
+    void loseByLock()
+    {
+        isEndedByLock = true;
+        finish({.state = State::notAsked});
+    }
+
+    void proveLater(Instant lost)
+    {
+        withdrawal.in(proofPace, [weak = weak_from_this(), lost] {
             if (auto const self = weak.lock())
-                spawn(self->agent, [self] { return self->dropToken(); });
+                self->prove(lost);
         });
+    }
+
+    void prove(Instant lost)
+    {
+        if (isMarking)
+            return proveLater(lost); // Else the mark might come after its removal.
+        auto const since = clock.now() - lost;
+        bool const isLock = since <= lockProof && surroundings.isLocked();
+        if (isLock || !surroundings.isDesktopThere()) {
+            spawn(agent, [self = shared_from_this()] { return self->unmark(); });
+            return isLock ? loseByLock() : void();
+        }
+        if (since < withdrawalProof)
+            return proveLater(lost);
+        spawn(agent, [self = shared_from_this()] { return self->dropToken(); });
     }
 
     void finish(Now next)
@@ -164,6 +205,11 @@ private:
         auto const kept = co_await secrets.get(service, account);
         if (!kept)
             co_return std::string();
+        bool const isWithdrawn = (co_await secrets.get(service, withdrawnAccount)).has_value();
+        if (isWithdrawn) {
+            co_await dropToken();
+            co_return std::string();
+        }
         auto const end = kept->find('\n');
         if (end == std::string::npos || kept->substr(0, end) != machine) {
             co_await dropToken();
@@ -172,7 +218,24 @@ private:
         co_return kept->substr(end + 1);
     }
 
-    Task<> dropToken() { co_await secrets.remove(service, account); }
+    Task<> dropToken()
+    {
+        co_await secrets.remove(service, account);
+        co_await unmark();
+    }
+
+    Task<> mark()
+    {
+        isMarking = true;
+        try {
+            co_await secrets.set(service, withdrawnAccount, machine);
+        } catch (SecretStoreFailure const&) {
+            // The proof still drops the token, unless the program ends before.
+        }
+        isMarking = false;
+    }
+
+    Task<> unmark() { co_await secrets.remove(service, withdrawnAccount); }
 
     /// A new token replaces the old one. Where none is given the old one is of no use any more.
     Task<> keepToken(std::string token)
@@ -182,6 +245,7 @@ private:
                 co_await dropToken();
             else
                 co_await secrets.set(service, account, machine + '\n' + token);
+            co_await unmark();
         } catch (SecretStoreFailure const&) {
             // The grant is good for this run, and the person is asked again in the next.
         }
@@ -191,7 +255,11 @@ private:
     std::shared_ptr<PortalRequests> const requests;
     SecretStore& secrets;
     std::string const machine;
+    Clock& clock;
     DelayedCall withdrawal;
+    Surroundings surroundings;
+    bool isEndedByLock = false;
+    bool isMarking = false;
     std::vector<std::function<void(State)>> observers;
     bool isStopped = false;
 };
@@ -236,6 +304,18 @@ void PortalGrant::observe(std::function<void(State)> observer)
     asio::dispatch(agent, [kept = holder, observer = std::move(observer)]() mutable {
         kept->observe(std::move(observer));
     });
+}
+
+void PortalGrant::setSurroundings(Surroundings surroundings)
+{
+    asio::dispatch(agent, [kept = holder, surroundings = std::move(surroundings)]() mutable {
+        kept->setSurroundings(std::move(surroundings));
+    });
+}
+
+void PortalGrant::noteUnlock()
+{
+    asio::dispatch(agent, [kept = holder] { kept->noteUnlock(); });
 }
 
 } // namespace zelvo
