@@ -1,8 +1,10 @@
 #include "platform/linux/wayland/portal/eis/EisConnection.h"
 
 #include "base/DelayedCall.h"
+#include "platform/linux/wayland/portal/EisGreeting.h"
 
 #include <fcntl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <utility>
@@ -18,19 +20,35 @@ std::shared_ptr<EisConnection> EisConnection::open(Executor agent, Clock& clock,
     ei_log_set_handler(context.get(), [](ei*, ei_log_priority, char const*, ei_log_context*) {});
     ei_configure_name(context.get(), "Zelvo");
     ::fcntl(socket.get(), F_SETFL, ::fcntl(socket.get(), F_GETFL) | O_NONBLOCK);
-    if (ei_setup_backend_fd(context.get(), socket.release()) != 0)
+    // libei closes its own ones.
+    UniqueFd ours(::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
+    UniqueFd events(::fcntl(ei_get_fd(context.get()), F_DUPFD_CLOEXEC, 0));
+    if (!ours || !events || ei_setup_backend_fd(context.get(), socket.release()) != 0)
         return nullptr;
-    int const copy = ::fcntl(ei_get_fd(context.get()), F_DUPFD_CLOEXEC, 0); // libei closes the other one.
-    if (copy < 0)
-        return nullptr;
-    std::shared_ptr<EisConnection> made(new EisConnection(std::move(agent), clock, std::move(context), copy));
+    std::shared_ptr<EisConnection> made(
+        new EisConnection(std::move(agent), clock, std::move(context), std::move(ours), std::move(events)));
     made->read();
     return made;
 }
 
-EisConnection::EisConnection(Executor agent, Clock& clock, EiPtr context, int copy)
-    : agent(agent), clock(clock), context(std::move(context)), descriptor(agent, copy)
+EisConnection::EisConnection(Executor agent, Clock& clock, EiPtr context, UniqueFd socket, UniqueFd events)
+    : agent(agent), clock(clock), context(std::move(context)), socket(std::move(socket)),
+      descriptor(agent, events.release())
 {
+}
+
+EisConnection::~EisConnection()
+{
+    if (!isGreeted)
+        abandon();
+}
+
+/// Keeps a context for good, because libei 1.3.901 crashes when one is freed before the greeting is over.
+void EisConnection::abandon()
+{
+    static std::vector<EiPtr>* const abandoned = new std::vector<EiPtr>; // Never freed, for that reason.
+    ::shutdown(socket.get(), SHUT_RDWR);
+    abandoned->push_back(std::move(context));
 }
 
 void EisConnection::read()
@@ -48,7 +66,13 @@ void EisConnection::step()
 {
     if (!isLive)
         return;
-    ei_dispatch(context.get());
+    if (auto const greeting = isGreeted ? EisGreeting::over : peekEisGreeting(socket.get());
+        greeting != EisGreeting::invalid) {
+        ei_dispatch(context.get());
+        isGreeted = greeting == EisGreeting::over;
+    } else {
+        end();
+    }
     while (EiEventPtr const event{isLive ? ei_get_event(context.get()) : nullptr})
         handle(event.get());
     changed.notifyAll([] {});
@@ -116,7 +140,7 @@ Task<std::vector<std::shared_ptr<EisDevice>>> EisConnection::await(ei_device_cap
 Task<bool> EisConnection::pass()
 {
 #ifdef ZELVO_EI_HAS_PING
-    if (!isLive)
+    if (!isLive || !isGreeted)
         co_return false;
     std::unique_ptr<struct ei_ping, EiUnref<ei_ping_unref>> const ping(ei_new_ping(context.get()));
     std::uint64_t const id = ei_ping_get_id(ping.get());

@@ -24,6 +24,7 @@ public:
     static std::shared_ptr<EisConnection> open(Executor agent, Clock& clock, UniqueFd socket);
     EisConnection(EisConnection const&) = delete;
     EisConnection& operator=(EisConnection const&) = delete;
+    ~EisConnection();
 
     /// False for good once the compositor ended it. Thread: any.
     bool isOpen() const { return isLive; }
@@ -40,11 +41,12 @@ public:
     void close();
 
 private:
-    EisConnection(Executor agent, Clock& clock, EiPtr context, int copy);
+    EisConnection(Executor agent, Clock& clock, EiPtr context, UniqueFd socket, UniqueFd events);
     void read();
     void handle(ei_event* event);
     void bind(ei_seat* seat);
     void end();
+    void abandon();
     EisDevice* find(ei_device const* device);
     Task<> until(std::function<bool()> isTrue);
 
@@ -53,8 +55,10 @@ private:
     Executor const agent;
     Clock& clock;
     EiPtr context;
+    UniqueFd socket; ///< a copy
     asio::posix::stream_descriptor descriptor;
     std::vector<std::shared_ptr<EisDevice>> devices; ///< in the order in which they appeared
+    bool isGreeted = false;
     std::uint64_t lastPong = 0;
     AsyncCondition changed;
     std::atomic<bool> isLive = true;

@@ -26,7 +26,7 @@ EisHands::EisHands(EisParts parts, std::shared_ptr<EisConnection> connection)
 {
 }
 
-/// Sends what is still queued, and learns whether the compositor is there.
+/// Learns whether the compositor is still there.
 bool EisHands::finish()
 {
     connection->step();
@@ -50,6 +50,7 @@ std::optional<EisHands::Target> EisHands::targetAt(LogicalPoint point) const
 
 Task<bool> EisHands::moveTo(LogicalPoint point)
 {
+    connection->step(); // A device may have been paused or replaced.
     if ((co_await connection->await(EI_DEVICE_CAP_POINTER_ABSOLUTE)).empty())
         co_return false;
     auto const target = targetAt(point);
@@ -116,6 +117,7 @@ EisHands::Device EisHands::holderOf(EisDevice::Switch what) const
 
 Task<bool> EisHands::press(EisDevice::Switch what, bool isDown)
 {
+    connection->step();
     Device device = holderOf(what);
     if (!isDown && !device)
         co_return connection->isOpen();
@@ -129,6 +131,7 @@ Task<bool> EisHands::press(EisDevice::Switch what, bool isDown)
 
 Task<bool> EisHands::scroll(int clicksDown, int clicksRight)
 {
+    connection->step();
     auto const device = co_await choose(EI_DEVICE_CAP_SCROLL);
     if (!device || std::abs(clicksDown) > mostClicks || std::abs(clicksRight) > mostClicks)
         co_return false;
