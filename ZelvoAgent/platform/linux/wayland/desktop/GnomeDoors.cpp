@@ -3,6 +3,7 @@
 #include "platform/linux/system/XdgFolders.h"
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 #include "platform/linux/wayland/pipewire/PipewireFrames.h"
+#include "platform/linux/wayland/portal/StreamPlaces.h"
 #include "platform/linux/wayland/shell/ShellExtensionInstall.h"
 #include "platform/linux/wayland/shell/ShellFrames.h"
 #include "platform/linux/wayland/shell/ShellHotKey.h"

@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 
 #include "base/LocalizedTexts.h"
+#include "platform/linux/wayland/portal/StreamPlaces.h"
 #include "platform/linux/wayland/portal/PortalInputs.h"
 
 #include <unistd.h>
