@@ -141,13 +141,16 @@ std::string OnWayland::codeOf(Answer const& answer)
 
 Pixels OnWayland::picture()
 {
-    json::value const result = resultOf("screenshot", {{"format", "png"}});
+    return pixelsIn(resultOf("screenshot", {{"format", "png"}}));
+}
+
+Pixels OnWayland::pixelsIn(json::value const& result)
+{
     auto const bytes = base64::decode(std::string(result.at("data").as_string()));
     return pixelsOf(*bytes, std::string(result.at("mime").as_string()));
 }
 
-json::object const*
-OnWayland::find(json::object const& tree, std::string_view role, std::string_view title)
+json::object const* OnWayland::find(json::object const& tree, std::string_view role, std::string_view title)
 {
     for (json::value const& each : tree.at("elements").as_array()) {
         json::object const& element = each.as_object();

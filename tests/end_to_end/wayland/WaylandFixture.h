@@ -53,6 +53,8 @@ protected:
     static std::string codeOf(Answer const& answer);
 
     Pixels picture();
+    /// The picture in what "screenshot" answered.
+    static Pixels pixelsIn(json::value const& result);
     /// A tree with that element of the application in front; throws if it does not appear.
     json::object treeWith(std::string_view role, std::string_view title);
     static json::object const* find(json::object const& tree, std::string_view role, std::string_view title);

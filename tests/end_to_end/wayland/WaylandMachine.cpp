@@ -18,6 +18,9 @@ namespace fs = std::filesystem;
 constexpr char const* frontEndProgram = "/usr/libexec/xdg-desktop-portal";
 constexpr char const* kdeBackend = "/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde";
 
+/// Without a store for settings the accessibility service forgets at once that it was switched on.
+Environment const settingsStore = {{"GSETTINGS_BACKEND", "memory"}};
+
 void requireName(PrivateSession& session, std::string const& name)
 {
     require(name, [&] {
@@ -54,18 +57,15 @@ WaylandMachine::WaylandMachine(Compositor kind) : kind(kind)
 
 void WaylandMachine::startSway()
 {
-    other = std::make_unique<PrivateSway>(
-        SwayOptions{.outputs = {{.width = width, .height = height}}, .sessionBus = true});
+    other = std::make_unique<PrivateSway>(SwayOptions{
+        .outputs = {{.width = width, .height = height}}, .sessionBus = true, .environment = settingsStore});
     desktop = other.get();
 }
 
 void WaylandMachine::startKwin()
 {
-    // Without a store for settings the accessibility service forgets at once that it was switched on.
-    other = std::make_unique<PrivateKwin>(KwinOptions{.width = width,
-                                                      .height = height,
-                                                      .isPainted = false,
-                                                      .environment = {{"GSETTINGS_BACKEND", "memory"}}});
+    other = std::make_unique<PrivateKwin>(
+        KwinOptions{.width = width, .height = height, .isPainted = false, .environment = settingsStore});
     desktop = other.get();
     DesktopEntries none({});
     fs::path const folder = desktop->dataHome() / "applications";
@@ -93,11 +93,10 @@ void WaylandMachine::startGnome()
         if (!ShellExtensionInstall(session.dataHome(), link).write(major, AgentProgram::placeOn(session)))
             throw std::runtime_error("the extension cannot be installed");
     };
-    gnome = std::make_unique<GnomePortal>(
-        GnomeOptions{.monitors = {{.width = width, .height = height}},
-                     .accessibility = true,
-                     .extensions = {ShellExtensionInstall::uuid},
-                     .prepare = install});
+    gnome = std::make_unique<GnomePortal>(GnomeOptions{.monitors = {{.width = width, .height = height}},
+                                                       .accessibility = true,
+                                                       .extensions = {ShellExtensionInstall::uuid},
+                                                       .prepare = install});
     desktop = &gnome->gnome;
     watchPortals();
 }

@@ -25,8 +25,6 @@ public:
     PrivateSession& session() { return *desktop; }
     /// Whether the person has to be asked: by KDE's portal, and by a backend of the tests on GNOME.
     bool asks() const { return kind != Compositor::sway; }
-    /// Whether pictures can leave windows out.
-    bool composes() const { return kind != Compositor::sway; }
     /// Ends what the person granted, as the desktop's indicator does.
     /// milliseconds  from now; only GNOME can wait
     void withdraw(int milliseconds = 0);

@@ -37,7 +37,7 @@ std::string PrivateSway::missing()
     return ::geteuid() == 0 && !isInstalled("setpriv") ? "needs the package util-linux" : "";
 }
 
-PrivateSway::PrivateSway(SwayOptions const& options)
+PrivateSway::PrivateSway(SwayOptions const& options) : PrivateSession(options.environment)
 {
     auto const config = writeConfig(options);
     openFolders();

@@ -22,6 +22,7 @@ struct SwayOptions {
     bool xwayland = false;
     bool sessionBus = false;
     std::string config = {}; ///< further lines of sway's configuration
+    Environment environment = {};
 };
 
 /// A private sway without a screen. Its programs run as the test's user; sway itself, which refuses root, as
