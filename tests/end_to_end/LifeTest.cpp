@@ -1,3 +1,4 @@
+#include "desktop/harness/PrivateDesktop.h"
 #include "end_to_end/EndToEnd.h"
 
 #include <algorithm>

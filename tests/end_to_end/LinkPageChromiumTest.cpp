@@ -1,4 +1,5 @@
 #include "desktop/applications/Applications.h"
+#include "desktop/harness/PrivateDesktop.h"
 #include "end_to_end/GatewayProgram.h"
 
 #include <gtest/gtest.h>
