@@ -94,7 +94,8 @@ TEST_F(PostingGateTest, makesNothingAtAllBesideAQuestionWhereOurWindowsMayBeAnyw
     run(platform.io, closed.close());
     blind.log.clear();
 
-    EXPECT_FALSE(run(platform.io, closed.post(MouseEvent{.kind = MouseEvent::Kind::moved, .point = {500, 500}})));
+    EXPECT_FALSE(
+        run(platform.io, closed.post(MouseEvent{.kind = MouseEvent::Kind::moved, .point = {500, 500}})));
     EXPECT_FALSE(run(platform.io, closed.post(ScrollEvent{1, 2})));
     EXPECT_EQ(std::ranges::count(blind.log, "posted"), 0);
 

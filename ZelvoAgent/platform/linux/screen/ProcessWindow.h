@@ -8,8 +8,8 @@
 
 namespace zelvo {
 
-/// A window that a process has on the screen. Its places are pixels of the X server's root window, or points of
-/// the compositor's own coordinates in a Wayland session.
+/// A window that a process has on the screen. Its places are pixels of the X server's root window, or points
+/// of the compositor's own coordinates in a Wayland session.
 struct ProcessWindow {
     std::uint32_t id = 0;
     std::string title;

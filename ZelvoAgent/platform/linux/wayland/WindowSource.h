@@ -35,7 +35,7 @@ struct CompositorWindow {
     bool isMinimized = false;
     bool isOnScreen = false; ///< drawn on a monitor unless others cover it: mapped, not minimised, on a
                              ///< workspace that shows
-    bool isAbove = false; ///< kept above ordinary windows
+    bool isAbove = false;    ///< kept above ordinary windows
     bool isFullScreen = false;
     bool isX11 = false; ///< shown by Xwayland
     bool operator==(CompositorWindow const&) const = default;

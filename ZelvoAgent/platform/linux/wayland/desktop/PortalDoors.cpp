@@ -1,8 +1,8 @@
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 
 #include "base/LocalizedTexts.h"
-#include "platform/linux/wayland/portal/StreamPlaces.h"
 #include "platform/linux/wayland/portal/PortalInputs.h"
+#include "platform/linux/wayland/portal/StreamPlaces.h"
 
 #include <unistd.h>
 
