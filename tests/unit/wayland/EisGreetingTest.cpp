@@ -36,14 +36,20 @@ TEST(EisGreeting, isOngoingInEachPlaceBeforeItsEnd)
     EXPECT_EQ(greeting({{0, 20, 0}, {0, 32, 2}}, 20 + 32), EisGreeting::over);
 }
 
+TEST(EisGreeting, mayBeginBeforeWhatIsSeen)
+{
+    EXPECT_EQ(greeting({{1, 24, 0}}), EisGreeting::ongoing);
+    EXPECT_EQ(greeting({{1, 24, 77}, {0, 20, 3}}), EisGreeting::ongoing);
+}
+
 TEST(EisGreeting, refusesWhatItIsNot)
 {
-    EXPECT_EQ(greeting({{5, 20, 0}}), EisGreeting::invalid) << "another object";
+    EXPECT_EQ(greeting({{0xFFFFFFFF, 20, 0}}), EisGreeting::invalid) << "an object that cannot be";
     EXPECT_EQ(greeting({{0, 20, 3}}), EisGreeting::invalid) << "another message";
     EXPECT_EQ(greeting({{0, 8, 0}}), EisGreeting::invalid) << "shorter than its beginning";
     EXPECT_EQ(greeting({{0, 1028, 1}}), EisGreeting::invalid);
     EXPECT_EQ(greeting({{0, 0xFFFFFFFF, 0}}), EisGreeting::invalid);
-    EXPECT_EQ(greeting({{0, 20, 0}, {1, 20, 0}}), EisGreeting::invalid) << "not only the first one counts";
+    EXPECT_EQ(greeting({{0, 20, 0}, {0, 20, 3}}), EisGreeting::invalid) << "not only the first one counts";
 }
 
 } // namespace

@@ -133,7 +133,8 @@ TEST_F(EisInputTest, sendsEachEventInAFrameWithItsTime)
     EXPECT_FALSE(passing(input->type("text")));
 
     EXPECT_THAT(news(), ElementsAre("pointer: move 300.5 200", "pointer: press 272", "pointer: let go 272",
-                                    "pointer: scroll -120 360", "keyboard: down 42", "keyboard: up 42"));
+                                    "pointer: scroll 0 360", "pointer: scroll -120 0", "keyboard: down 42",
+                                    "keyboard: up 42"));
     EXPECT_EQ(server.events, server.frames);
 }
 

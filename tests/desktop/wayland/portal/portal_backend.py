@@ -34,6 +34,8 @@ XML = f"""<node>
 {notify("NotifyPointerButton", "iu")}{notify("NotifyPointerAxis", "dd")}
 {notify("NotifyPointerAxisDiscrete", "ui")}{notify("NotifyKeyboardKeycode", "iu")}
 {notify("NotifyKeyboardKeysym", "iu")}
+<method name="ConnectToEIS"><arg type="o" direction="in"/><arg type="s" direction="in"/>
+<arg type="a{{sv}}" direction="in"/><arg type="h" direction="out"/></method>
 {reads("AvailableDeviceTypes")}{reads("version")}
 </interface>
 <interface name="org.freedesktop.impl.portal.ScreenCast">
@@ -95,7 +97,8 @@ class Session:
     def described(self, node):
         parameters = self.backend.property("ScreenCast.Stream", self.streams[node], "Parameters")
         return (node, {"source_type": V("u", 1),
-                       **{name: V("(ii)", parameters[name]) for name in ("position", "size")}})
+                       **{name: V("(ii)", parameters[name]) for name in ("position", "size")},
+                       **{"mapping_id": V("s", parameters[name]) for name in parameters if name == "mapping-id"}})
 
     def notify(self, name, values):
         if name == "NotifyPointerMotionAbsolute":
@@ -105,6 +108,13 @@ class Session:
             "NotifyPointerButton": ("(ib)", values), "NotifyPointerAxis": ("(ddu)", [*values, 0]),
             "NotifyPointerAxisDiscrete": ("(ui)", values), "NotifyKeyboardKeycode": ("(ub)", values),
             "NotifyKeyboardKeysym": ("(ub)", values)}[name]), waits=False)
+
+    def connect(self, call):
+        _, descriptors = self.backend.bus.call_with_unix_fd_list_sync(
+            MUTTER + "RemoteDesktop", self.remote, MUTTER + "RemoteDesktop.Session", "ConnectToEIS",
+            V("(a{sv})", ({},)), None, 0, 5000, None, None)
+        call.return_value_with_unix_fd_list(V("(h)", (0,)), descriptors)
+        return NotImplemented
 
     def close(self):
         if self.path in self.backend.sessions:
@@ -144,6 +154,8 @@ class Backend:
         if method.startswith("Notify"):
             if args[0] in self.sessions:
                 self.sessions[args[0]].notify(method, args[2:])
+        elif method == "ConnectToEIS":
+            return self.sessions[args[0]].connect(call)
         elif method == "CreateSession":
             self.sessions[args[1]] = Session(self, args[1])
             return V("(ua{sv})", (0, {"session_id": V("s", "zt")}))

@@ -22,6 +22,14 @@ struct Header {
 constexpr std::uint64_t greetingObject = 0;
 constexpr std::uint32_t connectionOpcode = 2; ///< the last message of the greeting; 0 and 1 come before it
 constexpr std::uint32_t longestMessage = 1024;
+constexpr std::uint64_t firstServerObject = 0xff00'0000'0000'0000;
+constexpr std::uint64_t mostObjects = 1 << 16; ///< of each side, in the first seconds
+
+bool isPossible(Header const& header)
+{
+    bool const isKnown = header.object < mostObjects || header.object - firstServerObject < mostObjects;
+    return isKnown && header.length >= sizeof header && header.length <= longestMessage;
+}
 
 } // namespace
 
@@ -30,10 +38,9 @@ EisGreeting eisGreetingIn(std::span<std::byte const> bytes)
     Header header{};
     while (bytes.size() >= sizeof header) {
         std::memcpy(&header, bytes.data(), sizeof header);
-        if (header.object != greetingObject || header.opcode > connectionOpcode ||
-            header.length < sizeof header || header.length > longestMessage)
+        if (!isPossible(header) || (header.object == greetingObject && header.opcode > connectionOpcode))
             return EisGreeting::invalid;
-        if (bytes.size() < header.length)
+        if (header.object != greetingObject || bytes.size() < header.length)
             return EisGreeting::ongoing;
         if (header.opcode == connectionOpcode)
             return EisGreeting::over;

@@ -83,6 +83,9 @@ void EisConnection::handle(ei_event* event)
     ei_device* const device = ei_event_get_device(event);
     EisDevice* const known = find(device);
     switch (ei_event_get_type(event)) {
+    case EI_EVENT_CONNECT:
+        isGreeted = true; // Its end may have arrived between a look at the greeting and reading it.
+        return;
     case EI_EVENT_SEAT_ADDED:
         return bind(ei_event_get_seat(event));
     case EI_EVENT_DEVICE_ADDED:

@@ -135,7 +135,11 @@ Task<bool> EisHands::scroll(int clicksDown, int clicksRight)
     auto const device = co_await choose(EI_DEVICE_CAP_SCROLL);
     if (!device || std::abs(clicksDown) > mostClicks || std::abs(clicksRight) > mostClicks)
         co_return false;
-    device->turn(clicksRight * unitsOfClick, clicksDown * unitsOfClick);
+    // In frames of their own: from a common one, the compositor mixes the clicks of the two directions.
+    if (clicksDown != 0)
+        device->turn(0, clicksDown * unitsOfClick);
+    if (clicksRight != 0)
+        device->turn(clicksRight * unitsOfClick, 0);
     co_return finish();
 }
 
