@@ -62,7 +62,6 @@ void OnWayland::grant()
     if (machine->asks()) {
         pressAll({"Ask the desktop"});
         require("the grant", [&] { return mayAct(); }, 40s);
-        pressAll({"Start", "Later"}); // The welcome window's last button.
     }
     require("the permissions", [&] { return mayAct(); }, 20s);
 }
