@@ -4,6 +4,7 @@
 
 #include <QLayout>
 #include <QScreen>
+#include <QScrollBar>
 
 #include <algorithm>
 
@@ -22,8 +23,11 @@ QWidget* FittedWindow::newContent()
     int const width = column->minimumWidth();
     int const height = (column->layout()->totalHeightForWidth(width) + step - 1) / step * step;
     QSize const room = screen()->availableGeometry().size();
-    setFixedSize(std::min(width, room.width()), std::min(height, room.height() - titleBar));
-    return new ScrollColumn(column, this);
+    int const highest = room.height() - titleBar;
+    auto* const scrolled = new ScrollColumn(column, this);
+    int const bar = height > highest ? scrolled->verticalScrollBar()->sizeHint().width() : 0;
+    setFixedSize(std::min(width + bar, room.width()), std::min(height, highest));
+    return scrolled;
 }
 
 } // namespace zelvo

@@ -149,7 +149,13 @@ Task<bool> WaylandEventPosting::make(TextEvent event)
 {
     if (event.kind == KeyEvent::Kind::up)
         co_return true; // Typed when its key went down.
-    co_return way&& co_await way->type(std::move(event.text));
+    if (!way || !switches.door())
+        co_return false;
+    if (co_await way->type(typable(event.text)))
+        co_return true;
+    if (switches.door())
+        throw cannotType();
+    co_return false; // It broke, or the grant ended.
 }
 
 Task<> WaylandEventPosting::beginText(std::string text)
