@@ -1,5 +1,5 @@
 #pragma once
-// What every test includes beside Precompiled.h.
+// What every test includes beside Common.h.
 
 #include <boost/asio/use_future.hpp>
 #include <gmock/gmock.h>

@@ -13,6 +13,7 @@
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
+#include <boost/signals2/signal.hpp>
 
 #include <algorithm>
 #include <chrono>
