@@ -1,12 +1,12 @@
 #include "platform/linux/wayland/pipewire/PipewireStream.h"
 
+#include "platform/linux/wayland/pipewire/BufferMemory.h"
 #include "platform/linux/wayland/pipewire/PipewireCore.h"
+#include "platform/linux/wayland/pipewire/StreamOffers.h"
 
 #include <boost/asio/post.hpp>
 
 #include <spa/param/video/format-utils.h>
-#include <spa/pod/builder.h>
-#include <sys/mman.h>
 
 #include <map>
 
@@ -17,95 +17,8 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::uint32_t maxFramesPerSecond = 30;
 constexpr std::uint32_t maxSide = 32768;
 constexpr std::uint32_t bytesPerPixel = 4;
-
-/// Memory of a buffer. It stays readable after the sender has removed the buffer.
-class Mapping {
-public:
-    explicit Mapping(spa_data const& data)
-        : size(data.maxsize + std::size_t{data.mapoffset}), offset(data.mapoffset)
-    {
-        if (data.type == SPA_DATA_MemFd)
-            start = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, static_cast<int>(data.fd), 0);
-    }
-    ~Mapping()
-    {
-        if (isUsable())
-            ::munmap(start, size);
-    }
-    Mapping(Mapping const&) = delete;
-    Mapping& operator=(Mapping const&) = delete;
-
-    bool isUsable() const { return start != MAP_FAILED; }
-    /// Null if that part is not all inside.
-    std::uint8_t const* at(std::size_t from, std::size_t length) const
-    {
-        if (from > size - offset || length > size - offset - from)
-            return nullptr;
-        return static_cast<std::uint8_t const*>(start) + offset + from;
-    }
-
-private:
-    std::size_t size;
-    std::size_t offset;
-    void* start = MAP_FAILED;
-};
-
-/// What we can receive: four formats, any size, and as many frames as we want at most. The bound is that of
-/// the range: senders ignore its default.
-spa_pod* offeredFormats(spa_pod_builder& builder)
-{
-    spa_pod_frame object;
-    spa_pod_frame choice;
-    spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_mediaType, 0);
-    spa_pod_builder_id(&builder, SPA_MEDIA_TYPE_video);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_mediaSubtype, 0);
-    spa_pod_builder_id(&builder, SPA_MEDIA_SUBTYPE_raw);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_format, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
-    for (std::uint32_t const format : {SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
-                                       SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA})
-        spa_pod_builder_id(&builder, format);
-    spa_pod_builder_pop(&builder, &choice);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_size, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Range, 0);
-    spa_pod_builder_rectangle(&builder, 1920, 1080);
-    spa_pod_builder_rectangle(&builder, 1, 1);
-    spa_pod_builder_rectangle(&builder, maxSide, maxSide);
-    spa_pod_builder_pop(&builder, &choice);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
-    spa_pod_builder_fraction(&builder, 0, 1);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_maxFramerate, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Range, 0);
-    spa_pod_builder_fraction(&builder, maxFramesPerSecond, 1);
-    spa_pod_builder_fraction(&builder, 1, 1);
-    spa_pod_builder_fraction(&builder, maxFramesPerSecond, 1);
-    spa_pod_builder_pop(&builder, &choice);
-    return static_cast<spa_pod*>(spa_pod_builder_pop(&builder, &object));
-}
-
-/// Buffers in shared memory only: reading those of a graphics card is slower than the copy that the sender
-/// makes.
-spa_pod* offeredBuffers(spa_pod_builder& builder)
-{
-    spa_pod_frame object;
-    spa_pod_frame choice;
-    spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
-    spa_pod_builder_prop(&builder, SPA_PARAM_BUFFERS_buffers, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Range, 0);
-    spa_pod_builder_int(&builder, 4);
-    spa_pod_builder_int(&builder, 3);
-    spa_pod_builder_int(&builder, 16);
-    spa_pod_builder_pop(&builder, &choice);
-    spa_pod_builder_prop(&builder, SPA_PARAM_BUFFERS_dataType, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Flags, 0);
-    spa_pod_builder_int(&builder, 1 << SPA_DATA_MemFd);
-    spa_pod_builder_pop(&builder, &choice);
-    return static_cast<spa_pod*>(spa_pod_builder_pop(&builder, &object));
-}
 
 bool isUsable(spa_video_info_raw const& format)
 {
@@ -137,7 +50,7 @@ struct PipewireStream::State : std::enable_shared_from_this<State> {
     pw_stream* stream = nullptr;
     spa_hook hook{};
     spa_video_info_raw format{};
-    std::map<pw_buffer*, std::shared_ptr<Mapping>> buffers;
+    std::map<pw_buffer*, std::shared_ptr<BufferMemory>> buffers;
 };
 
 void PipewireStream::State::connect(std::uint32_t node)
@@ -168,9 +81,12 @@ void PipewireStream::State::connect(std::uint32_t node)
     alignas(8) std::uint8_t memory[1024];
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory, sizeof memory);
-    spa_pod const* parameters[] = {offeredFormats(builder)};
+    // The sender takes the first that it has: reading a graphics card's memory is slower than the copy that
+    // it makes.
+    spa_pod const* parameters[] = {offeredFormats(builder, FrameMemory::shared),
+                                   offeredFormats(builder, FrameMemory::card)};
     auto const flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_INACTIVE);
-    if (library.pw_stream_connect(stream, PW_DIRECTION_INPUT, node, flags, parameters, 1) < 0)
+    if (library.pw_stream_connect(stream, PW_DIRECTION_INPUT, node, flags, parameters, 2) < 0)
         throw ScreenFailure{"PipeWire connects no stream"};
 }
 
@@ -216,7 +132,7 @@ void PipewireStream::State::noteParameter(std::uint32_t id, spa_pod const* param
     alignas(8) std::uint8_t memory[512];
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory, sizeof memory);
-    spa_pod const* parameters[] = {offeredBuffers(builder)};
+    spa_pod const* parameters[] = {offeredBuffers(builder, memoryOf(parameter))};
     pipewire().pw_stream_update_params(stream, parameters, 1);
 }
 
@@ -224,7 +140,7 @@ void PipewireStream::State::noteBuffer(pw_buffer* buffer)
 {
     if (buffer->buffer->n_datas == 0)
         return;
-    auto mapping = std::make_shared<Mapping>(buffer->buffer->datas[0]);
+    auto mapping = std::make_shared<BufferMemory>(buffer->buffer->datas[0]);
     if (mapping->isUsable())
         buffers[buffer] = std::move(mapping);
 }
@@ -248,7 +164,9 @@ VideoFrame PipewireStream::State::frameOf(pw_buffer* buffer)
 {
     auto const known = buffers.find(buffer);
     spa_chunk const* const chunk = known != buffers.end() ? buffer->buffer->datas[0].chunk : nullptr;
-    if (!chunk || chunk->size == 0 || (chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0 || chunk->stride <= 0)
+    // A graphics card's have no size.
+    bool const isEmpty = !chunk || (chunk->size == 0 && known->second->card() < 0);
+    if (isEmpty || (chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0 || chunk->stride <= 0)
         return {};
     std::size_t const stride = static_cast<std::size_t>(chunk->stride);
     std::size_t const row = std::size_t{format.size.width} * bytesPerPixel;
@@ -270,7 +188,8 @@ VideoFrame PipewireStream::State::frameOf(pw_buffer* buffer)
             .width = static_cast<int>(format.size.width),
             .height = static_cast<int>(format.size.height),
             .stride = chunk->stride,
-            .isRedFirst = isRedFirst};
+            .isRedFirst = isRedFirst,
+            .card = known->second->card()};
 }
 
 void PipewireStream::State::giveBack(pw_buffer* buffer)

@@ -1,5 +1,8 @@
 #include "platform/linux/wayland/pipewire/VideoFrame.h"
 
+#include <linux/dma-buf.h>
+#include <sys/ioctl.h>
+
 #include <cstring>
 #include <utility>
 
@@ -8,6 +11,25 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
+
+/// Keeps a graphics card from writing to a frame while it exists, after waiting for what it is writing.
+class Reading {
+public:
+    explicit Reading(VideoFrame const& frame) : card(frame.card) { announce(DMA_BUF_SYNC_START); }
+    ~Reading() { announce(DMA_BUF_SYNC_END); }
+    Reading(Reading const&) = delete;
+    Reading& operator=(Reading const&) = delete;
+
+private:
+    void announce(std::uint64_t what) const
+    {
+        dma_buf_sync sync{.flags = DMA_BUF_SYNC_READ | what};
+        if (card >= 0)
+            ::ioctl(card, DMA_BUF_IOCTL_SYNC, &sync); // Some drivers have nothing to wait for, and refuse.
+    }
+
+    int const card;
+};
 
 std::size_t rowBytes(VideoFrame const& frame)
 {
@@ -23,6 +45,7 @@ std::uint8_t const* rowAt(VideoFrame const& frame, int y)
 
 Picture copyOf(VideoFrame const& frame)
 {
+    Reading const reading(frame);
     std::size_t const row = rowBytes(frame);
     Picture picture{.width = frame.width,
                     .height = frame.height,
@@ -40,6 +63,7 @@ Picture copyOf(VideoFrame const& frame)
 
 std::uint64_t digestOf(VideoFrame const& frame)
 {
+    Reading const reading(frame);
     // Each step is invertible, so a change of one word always changes the result.
     constexpr std::uint64_t odd = 0x9e3779b97f4a7c15;
     std::uint64_t digest =

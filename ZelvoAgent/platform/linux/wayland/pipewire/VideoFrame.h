@@ -17,6 +17,7 @@ struct VideoFrame {
     int height = 0;
     int stride = 0;
     bool isRedFirst = false; ///< bytes in the order RGBX; else BGRX
+    int card = -1;           ///< a descriptor of the memory if it is a graphics card's; valid with `lease`
 };
 
 /// A copy as pictures have it. Blocks for some milliseconds.
