@@ -1,5 +1,7 @@
 #include "AgentStage.h"
 
+#include "Editor.h"
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -59,17 +61,12 @@ void AgentStage::furnish()
                   .height = down(380),
                   .color = 0x22cc44,
                   .title = "green"});
-    std::filesystem::path const text = desktop.home() / "text.txt";
-    std::ofstream stream(text);
-    for (int line = 0; line < 400; ++line)
-        stream << line << ": The quick brown fox jumps over the lazy dog, " << line * line
-               << " times by now.\n";
-    stream.close();
-    desktop.start({"mousepad", "--disable-server", text.string()});
+    openEditor(desktop);
     desktop.waitForWindow({.className = "Mousepad"});
     std::string const geometry = std::to_string(across(120)) + "x" + std::to_string(down(45)) + "+" +
                                  std::to_string(across(900)) + "+" + std::to_string(down(100));
-    desktop.start({"xterm", "-geometry", geometry, "-e", "cat " + text.string() + "; sleep 100000"});
+    desktop.start({"xterm", "-geometry", geometry, "-e",
+                   "cat " + (desktop.home() / "text.txt").string() + "; sleep 100000"});
     desktop.waitForWindow({.className = "XTerm"});
     // A new window's content is complete only after it has painted itself.
     std::this_thread::sleep_for(std::chrono::seconds(2));

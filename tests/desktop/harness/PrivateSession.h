@@ -52,12 +52,12 @@ public:
     pid_t start(std::vector<std::string> command, Environment extra = {}, std::vector<int> inherited = {});
     /// Runs a program to its end and returns its output. Throws if it fails or takes longer than `seconds`.
     std::string run(std::vector<std::string> command, int seconds = 10);
+    /// Sets IsEnabled of org.a11y.Status, which starts the AT-SPI bus.
+    void enableAccessibility();
     ChildProcesses& processes() { return *children; }
 
 protected:
     void startBus();
-    /// Sets IsEnabled of org.a11y.Status, which starts the AT-SPI bus.
-    void enableAccessibility();
 
     Environment settings;
     std::unique_ptr<ChildProcesses> children;

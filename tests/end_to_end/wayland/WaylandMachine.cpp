@@ -45,7 +45,7 @@ std::string WaylandMachine::missing(Compositor kind)
         .value_or("");
 }
 
-WaylandMachine::WaylandMachine(Compositor kind) : kind(kind)
+WaylandMachine::WaylandMachine(Compositor kind, Size size) : kind(kind), size(size)
 {
     if (kind == Compositor::sway)
         startSway();
@@ -57,16 +57,20 @@ WaylandMachine::WaylandMachine(Compositor kind) : kind(kind)
 
 void WaylandMachine::startSway()
 {
-    other = std::make_unique<PrivateSway>(SwayOptions{
-        .outputs = {{.width = width, .height = height}}, .sessionBus = true, .environment = settingsStore});
+    other =
+        std::make_unique<PrivateSway>(SwayOptions{.outputs = {{.width = size.width, .height = size.height}},
+                                                  .sessionBus = true,
+                                                  .environment = settingsStore});
     desktop = other.get();
 }
 
 void WaylandMachine::startKwin()
 {
-    other = std::make_unique<PrivateKwin>(
-        KwinOptions{.width = width, .height = height, .isPainted = false, .environment = settingsStore});
+    other = std::make_unique<PrivateKwin>(KwinOptions{
+        .width = size.width, .height = size.height, .isPainted = false, .environment = settingsStore});
     desktop = other.get();
+    desktop
+        ->enableAccessibility(); // Before the agent, whose windows are pressed: Qt looks only when it starts.
     DesktopEntries none({});
     fs::path const folder = desktop->dataHome() / "applications";
     fs::create_directories(folder);
@@ -93,10 +97,11 @@ void WaylandMachine::startGnome()
         if (!ShellExtensionInstall(session.dataHome(), link).write(major, AgentProgram::placeOn(session)))
             throw std::runtime_error("the extension cannot be installed");
     };
-    gnome = std::make_unique<GnomePortal>(GnomeOptions{.monitors = {{.width = width, .height = height}},
-                                                       .accessibility = true,
-                                                       .extensions = {ShellExtensionInstall::uuid},
-                                                       .prepare = install});
+    gnome =
+        std::make_unique<GnomePortal>(GnomeOptions{.monitors = {{.width = size.width, .height = size.height}},
+                                                   .accessibility = true,
+                                                   .extensions = {ShellExtensionInstall::uuid},
+                                                   .prepare = install});
     desktop = &gnome->gnome;
     watchPortals();
 }

@@ -14,13 +14,17 @@ enum class Compositor { sway, kwin, gnome };
 /// file for pictures. Nothing is granted yet. Thread: the test's main thread.
 class WaylandMachine {
 public:
-    static constexpr int width = 1280; ///< of the only monitor, in points
+    struct Size {
+        int width;
+        int height;
+    };
+    static constexpr int width = 1280; ///< of the only monitor, in points, unless another size is given
     static constexpr int height = 800;
 
     /// Why it cannot run here; empty if it can.
     static std::string missing(Compositor kind);
 
-    explicit WaylandMachine(Compositor kind);
+    explicit WaylandMachine(Compositor kind, Size size = {width, height});
 
     PrivateSession& session() { return *desktop; }
     /// Whether the person has to be asked: by KDE's portal, and by a backend of the tests on GNOME.
@@ -38,6 +42,7 @@ private:
     void watchPortals();
 
     Compositor const kind;
+    Size const size;
     std::unique_ptr<GnomePortal> gnome;
     std::unique_ptr<PrivateSession> other;
     PrivateSession* desktop = nullptr;
