@@ -9,11 +9,11 @@ namespace zelvo::test {
 using namespace std::chrono_literals;
 
 /// Polls until the condition is true; false after `longest`. The only place where a desktop test waits.
-bool waitFor(std::function<bool()> condition, std::chrono::milliseconds longest = 10s);
+bool waitFor(std::function<bool()> condition, std::chrono::milliseconds longest = 20s);
 
 /// The same, but throws std::runtime_error that contains `what`.
 void require(std::string const& what,
              std::function<bool()> condition,
-             std::chrono::milliseconds longest = 10s);
+             std::chrono::milliseconds longest = 20s);
 
 } // namespace zelvo::test

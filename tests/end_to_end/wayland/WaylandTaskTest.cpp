@@ -20,7 +20,7 @@ protected:
     }
     bool becomes(std::string const& text)
     {
-        return waitFor([&] { return letter() == text; }, 5s);
+        return waitFor([&] { return letter() == text; });
     }
 
     pid_t writer = 0;

@@ -125,7 +125,7 @@ protected:
     }
     bool shows(int x, int y, std::uint32_t color)
     {
-        return waitFor([&] { return shot().at(x, y) == color; }, 5s);
+        return waitFor([&] { return shot().at(x, y) == color; });
     }
     std::uint32_t at(int x, int y) { return shot().at(x, y); }
 

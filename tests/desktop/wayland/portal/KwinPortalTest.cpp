@@ -97,7 +97,7 @@ TEST_F(KwinPortalTest, clicksTypesAndScrolls)
         got += (got.empty() || more.empty() ? "" : " ") + more;
         return got.size() >= expected.size();
     };
-    EXPECT_TRUE(waitFor(isThere, 5s)) << got;
+    EXPECT_TRUE(waitFor(isThere)) << got;
     EXPECT_EQ(got, expected);
     EXPECT_THAT(listener.all(), HasSubstr("motion 300.0 200.0"));
     LogicalPoint const pointer = pointerOf(kwin);
