@@ -40,6 +40,9 @@ public:
     }
     Task<> switchOn() override;
     Task<> switchOff() override;
+    /// The process whose accessible window is active; `nullopt` if none is known, or several say so. Blocks
+    /// for some milliseconds. Thread: any.
+    std::optional<std::int32_t> activeProcess();
     /// The address of the accessibility bus; empty if there is none. Blocks while it is asked for. Thread:
     /// any.
     std::string busAddress();
