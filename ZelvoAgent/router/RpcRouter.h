@@ -21,6 +21,7 @@ class ClipboardWatcher;
 class Clock;
 class Confirming;
 class DrawingWatches;
+class ElementOperating;
 class ElementProbing;
 class FileGate;
 class HiddenAppGuard;
@@ -69,6 +70,7 @@ public:
         std::function<Task<>()> beginAction = {}; ///< called before the checks of each input action
         KeyboardLayout* layout = nullptr;         ///< null: keys are judged by their names alone
         std::function<bool()> isStrict = {};      ///< whether the strict guard is on; empty: never
+        ElementOperating* operating = nullptr;    ///< null: elements without places are not operated
     };
 
     RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Services services);
