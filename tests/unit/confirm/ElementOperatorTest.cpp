@@ -19,6 +19,7 @@ public:
         // Nobody knows where windows are.
         platform.windowList.failure = AgentError::machineUnavailable;
         platform.elements.isRelative = true;
+        expected = look("OK").value_or(ProbedElement());
     }
 
     std::optional<ProbedElement> look(std::string const& name, std::int32_t pid = appPid)
@@ -36,7 +37,7 @@ public:
     PostingGate gate{platform.posting, platform.contexts.workers, [this] { return isPaused; },
                      [] { return std::vector<DesktopRect>(); }};
     ElementOperator operating{probe, gate};
-    ProbedElement expected = look("OK").value_or(ProbedElement());
+    ProbedElement expected; ///< the button
 };
 
 TEST_F(ElementOperatorTest, seesWhatAPressPresses)
