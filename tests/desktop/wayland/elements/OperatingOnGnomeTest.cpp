@@ -26,6 +26,11 @@ struct Program {
     std::vector<std::string> command;
 };
 
+void PrintTo(Program const& program, std::ostream* out)
+{
+    *out << program.name;
+}
+
 /// The router over the real elements of GNOME; all else is in memory.
 class OperatingOnGnome : public RouterHarness, public testing::WithParamInterface<Program> {
 protected:
@@ -90,6 +95,9 @@ protected:
         gnome.emplace(GnomeOptions{
             .monitors = {{.width = 1280, .height = 800}}, .accessibility = true, .pipewire = false});
         gnome->adoptEnvironment();
+        // The shell has switched it off again.
+        gnome->call("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
+                    {"org.a11y.Status", "IsEnabled", "<true>"});
         // Without a keyboard no window is active.
         pid_t const keyboard = gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "stay", "42"});
         require("a keyboard", [&] { return said(keyboard).find("ready") != std::string::npos; });
