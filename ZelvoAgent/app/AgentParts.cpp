@@ -159,6 +159,7 @@ std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Plat
         .layout = &platform.keyboardLayout(),
         .isStrict = strictGuard(platform),
         .operating = &elementOperator,
+        .lacksPlaces = [&platform] { return platform.accessibility().isRelative(); },
     };
     return std::make_unique<RpcRouter>(contexts, platform.clock(), state, std::move(services));
 }

@@ -138,6 +138,8 @@ public:
     /// few milliseconds.
     /// messagingTimeout  how long the application may be silent
     virtual std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) = 0;
+    /// Whether readers give relative places at the moment. Never waits.
+    virtual bool isRelative() { return false; }
     /// Calls the observer, on the main executor, when an application was asked for that cannot be read until
     /// it restarts; once per process. Set at start and never changed.
     virtual void observeUnreadable(std::function<void(std::int32_t pid)> observer) = 0;

@@ -140,6 +140,7 @@ protected:
             .layout = &platform.layout,
             .isStrict = [this] { return platform.settings.boolean("zelvo.strictGuard").value_or(false); },
             .operating = operating,
+            .lacksPlaces = [this] { return tree.isRelative; },
         };
         router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(services));
     }

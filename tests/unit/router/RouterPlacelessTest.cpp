@@ -72,6 +72,25 @@ TEST_F(RouterPlacelessTest, aTreeWithPlacesSaysNothing)
     EXPECT_EQ(tree.at("compact"), "[e0] textfield \"Name\" (100,200 30x10)");
 }
 
+TEST_F(RouterPlacelessTest, elementsNeedNoPictures)
+{
+    platform.systemAccess.granted.screenRecording = false;
+    EXPECT_EQ(code(call("ui.tree")), "");
+    EXPECT_EQ(code(call("ui.wait", R"({"name":"Name"})")), "");
+    EXPECT_EQ(code(perform(clickIt)), "");
+    for (char const* const other : {"screenshot", "screen.settle", "windows.list", "cursor.position"})
+        EXPECT_EQ(code(call(other)), "permission_missing") << other;
+
+    platform.systemAccess.granted.accessibility = false;
+    EXPECT_EQ(code(call("ui.tree")), "permission_missing");
+
+    // Where there are places, pictures are the price.
+    platform.systemAccess.granted = {.accessibility = true, .screenRecording = false};
+    tree.isRelative = false;
+    EXPECT_EQ(code(call("ui.tree")), "permission_missing");
+    EXPECT_EQ(code(call("ui.wait", R"({"name":"Name"})")), "permission_missing");
+}
+
 TEST_F(RouterPlacelessTest, pressesByTheElementsOwnAction)
 {
     call("ui.tree");

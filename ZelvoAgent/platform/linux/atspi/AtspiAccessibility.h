@@ -32,7 +32,8 @@ public:
                        std::function<void()> onUnreadable = {});
 
     std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override;
-    /// The same, with the concrete type.
+    bool isRelative() override { return screen.isKnown && !screen.isKnown(); }
+    /// The same as reader(), with the concrete type.
     std::unique_ptr<AtspiReader> atspiReader(std::int32_t pid, Duration messagingTimeout);
     void observeUnreadable(std::function<void(std::int32_t pid)> next) override
     {

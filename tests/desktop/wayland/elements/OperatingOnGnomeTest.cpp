@@ -103,6 +103,7 @@ protected:
         require("a keyboard", [&] { return said(keyboard).find("ready") != std::string::npos; });
         desktop.emplace(*this);
         agent.emplace(*this);
+        platform.systemAccess.granted = {.accessibility = true, .screenRecording = false};
         router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, services());
         pid = open(GetParam());
     }
@@ -135,7 +136,8 @@ protected:
                 .questionPending = [this]() -> Task<bool> { co_return question; },
                 .cursor = cursor,
                 .offers = offers,
-                .operating = &agent->operating};
+                .operating = &agent->operating,
+                .lacksPlaces = [this] { return desktop->elements.isRelative(); }};
     }
 
     /// Starts a program and waits until it is in front.
