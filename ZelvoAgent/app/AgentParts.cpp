@@ -84,7 +84,7 @@ AgentParts::AgentParts(Contexts contexts,
             .ownPid = platform.facts().ownPid()}),
       input(gate, platform.clock()), shell(contexts, platform.clock(), platform.children()),
       hiddenGuard(contexts.workers, hiddenApps, platform.workspace(), platform.windows()), ownUi(ownWindows),
-      probe(contexts.workers, platform, hiddenApps),
+      probe(contexts.workers, platform, hiddenApps), elementOperator(probe, gate),
       releasePlace(platform.clock(), contexts.workers, probe, hiddenGuard, ownUi, strictGuard(platform)),
       cursor({.main = contexts.main,
               .clock = platform.clock(),
@@ -158,6 +158,8 @@ std::unique_ptr<RpcRouter> AgentParts::makeRouter(Contexts const& contexts, Plat
         .beginAction = [this] { return gate.beginAction(); },
         .layout = &platform.keyboardLayout(),
         .isStrict = strictGuard(platform),
+        .operating = &elementOperator,
+        .lacksPlaces = [&platform] { return platform.accessibility().isRelative(); },
     };
     return std::make_unique<RpcRouter>(contexts, platform.clock(), state, std::move(services));
 }

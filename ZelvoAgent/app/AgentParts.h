@@ -3,6 +3,7 @@
 #include "app/AgentRecording.h"
 #include "app/AgentRuntime.h"
 #include "confirm/ConfirmationPresenter.h"
+#include "confirm/ElementOperator.h"
 #include "confirm/ElementProbe.h"
 #include "confirm/ReleasePlace.h"
 #include "drivers/AccessibilityTree.h"
@@ -63,6 +64,7 @@ struct AgentParts {
     HiddenAppGuard hiddenGuard;
     OwnUiGuard ownUi;
     ElementProbe probe;
+    ElementOperator elementOperator;
     ReleasePlace releasePlace;
     AgentCursorOverlay cursor;
     AgentRuntime runtime;

@@ -35,6 +35,26 @@ Task<std::optional<ProbedElement>> ElementProbe::element(DesktopPoint at)
     co_return co_await on(workers, [&] { return elementNow(at, hidden); });
 }
 
+Task<std::optional<ProbedElement>> ElementProbe::element(NamedElement named)
+{
+    if (!isTrusted())
+        co_return std::nullopt;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] {
+        Probed found;
+        visitNamed(named, hidden, [&](auto&, auto, ProbedElement const& seen) { found = seen; });
+        return found;
+    });
+}
+
+Task<ElementOperating::Outcome> ElementProbe::operate(ElementOperation operation)
+{
+    if (!isTrusted())
+        co_return ElementOperating::Outcome::stopped;
+    Hidden const hidden = co_await hiddenApps.bundleIds();
+    co_return co_await on(workers, [&] { return operateNow(operation, hidden); });
+}
+
 Task<std::optional<ProbedElement>> ElementProbe::frontmostDialog()
 {
     if (!isTrusted())
@@ -103,6 +123,43 @@ std::optional<ProbedElement> ElementProbe::elementNow(DesktopPoint at, Hidden co
     ProbedElement probed = described(*reader, pressed);
     probed.appName = applicationOf(reader->processOf(pressed), *window->ownerPid, window->ownerName);
     return probed;
+}
+
+bool ElementProbe::visitNamed(NamedElement const& named, Hidden const& hidden, Visit const& visit)
+{
+    auto const front = readableFront(hidden);
+    if (!front || front->pid != named.pid || named.name.empty())
+        return false;
+    // The process may also hold an application that is hidden.
+    auto const process = platform.workspace().application(named.pid);
+    if (process && process->names.isHidden(hidden))
+        return false;
+    auto const reader = read(named.pid, [](std::int32_t) { return false; });
+    auto const found = reader->find(named.name);
+    if (!found || reader->processOf(*found) != named.pid)
+        return true;
+    AccessibilityElement const pressed = nearestButton(*reader, *found).value_or(*found);
+    ProbedElement seen = described(*reader, pressed);
+    seen.appName = nonEmpty(front->localizedName);
+    // What is not known in full may be anything.
+    if (!reader->hasFallenSilent())
+        visit(*reader, pressed, seen);
+    return true;
+}
+
+ElementOperating::Outcome ElementProbe::operateNow(ElementOperation const& operation, Hidden const& hidden)
+{
+    using enum ElementOperating::Outcome;
+    auto outcome = changed;
+    auto const operate = [&](AccessibilityReader& reader, AccessibilityElement element,
+                             ProbedElement const& seen) {
+        if (seen != operation.expected)
+            return;
+        ElementDeed const deed =
+            operation.text ? reader.replaceText(element, *operation.text) : reader.press(element);
+        outcome = deed == ElementDeed::done ? done : deed == ElementDeed::refused ? refused : impossible;
+    };
+    return visitNamed(operation.element, hidden, operate) ? outcome : stopped;
 }
 
 std::optional<ProbedElement> ElementProbe::dialogNow(Hidden const& hidden)

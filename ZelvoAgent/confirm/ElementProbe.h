@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Contexts.h"
+#include "confirm/ElementOperating.h"
 #include "confirm/ElementProbing.h"
 #include "drivers/HiddenAppsStore.h"
 #include "platform/Platform.h"
@@ -21,11 +22,14 @@ public:
     ElementProbe(Executor workers, Platform& platform, HiddenAppsStore& hiddenApps);
 
     Task<std::optional<ProbedElement>> element(DesktopPoint at) override;
+    Task<std::optional<ProbedElement>> element(NamedElement named) override;
     Task<std::optional<ProbedElement>> frontmostDialog() override;
     Task<std::optional<FrontmostAppInfo>> frontmostApp() override;
     Task<std::optional<ProbedElement>> focusedElement() override;
     Task<std::optional<ProbedElement>> currentElement() override;
     Task<std::optional<ProbedElement>> defaultButton() override;
+    /// Looks at the element once more and, if it is the expected one, operates it at once.
+    Task<ElementOperating::Outcome> operate(ElementOperation operation);
 
 private:
     using Probed = std::optional<ProbedElement>;
@@ -33,6 +37,11 @@ private:
     using Shows = std::function<bool(std::int32_t pid)>;
 
     Probed elementNow(DesktopPoint at, Hidden const& hidden);
+    using Visit = std::function<void(AccessibilityReader&, AccessibilityElement, ProbedElement const&)>;
+    /// Calls `visit` with what a press of the element presses, unless it may not be read. False if the
+    /// application in front is not the element's, or may not be read.
+    bool visitNamed(NamedElement const& named, Hidden const& hidden, Visit const& visit);
+    ElementOperating::Outcome operateNow(ElementOperation const& operation, Hidden const& hidden);
     Probed dialogNow(Hidden const& hidden);
     using Find = std::optional<AccessibilityElement> (*)(AccessibilityReader&);
     /// An element of the frontmost application.

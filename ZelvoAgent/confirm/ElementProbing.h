@@ -3,6 +3,7 @@
 #include "base/Geometry.h"
 #include "base/Task.h"
 #include "confirm/ProbedElement.h"
+#include "platform/Accessibility.h"
 #include "platform/ApplicationNames.h"
 
 #include <optional>
@@ -27,6 +28,8 @@ public:
     virtual ~ElementProbing() = default;
     /// The element that a press at this point would press; coordinates of the main display.
     virtual Task<std::optional<ProbedElement>> element(DesktopPoint at) = 0;
+    /// What a press of this element would press, if it is in the application in front.
+    virtual Task<std::optional<ProbedElement>> element(NamedElement named) = 0;
     /// The focused window of the frontmost application, if it is a dialog or a sheet.
     virtual Task<std::optional<ProbedElement>> frontmostDialog() = 0;
     virtual Task<std::optional<FrontmostAppInfo>> frontmostApp() = 0;

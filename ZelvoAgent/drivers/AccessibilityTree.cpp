@@ -82,6 +82,8 @@ AccessibilityTree::snapshot(TreeScope scope, bool interactiveOnly, std::optional
     if (target.bundleId)
         snapshot.app = {*target.bundleId, target.application.localizedName};
     snapshot.elements = std::move(walked.elements);
+    snapshot.isRelative = walked.isRelative;
+    snapshot.names = std::move(walked.names);
     snapshot.truncated = walked.truncated;
     snapshot.createdAt = services.clock.date();
     co_return snapshot;
@@ -138,7 +140,10 @@ AccessibilityTree::walkOnce(Target const& target, TreeScope scope, bool interact
     TreeWalk walk(*reader, services.clock, limits, deadline, interactiveOnly);
     walk.run(rootsOf(*reader, scope));
     // An unanswered query counts as absent, so elements below it may be missing.
-    return {std::move(walk.collected), walk.truncated || reader->hasFallenSilent()};
+    return {.elements = std::move(walk.collected),
+            .names = std::move(walk.names),
+            .isRelative = reader->isRelative(),
+            .truncated = walk.truncated || reader->hasFallenSilent()};
 }
 
 AccessibilityPlan AccessibilityTree::planOf(Target const& target, bool interactiveOnly, Instant deadline)

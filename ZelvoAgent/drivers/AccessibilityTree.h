@@ -42,6 +42,8 @@ public:
 private:
     struct Walked {
         std::vector<UiElementInfo> elements;
+        std::vector<std::string> names;
+        bool isRelative = false;
         bool truncated = false;
     };
     struct Target;

@@ -97,6 +97,15 @@ Task<bool> PostingGate::post(PostedEvent event)
     co_return false;
 }
 
+Task<bool> PostingGate::run(std::function<Task<>()> deed)
+{
+    InFlight const counted(*this);
+    if (paused() || !co_await isForThisFront(KeyEvent()) || isClosed() || paused())
+        co_return false;
+    co_await deed();
+    co_return true;
+}
+
 void PostingGate::note(PostedEvent const& event)
 {
     auto const* const mouse = std::get_if<MouseEvent>(&event);

@@ -44,6 +44,9 @@ public:
     Task<> close();
     void open();
     bool isClosed() const;
+    /// Runs what acts on the application in front without an event, under the rules of a key event; close()
+    /// waits for its end. False, with nothing run, if a key would not pass.
+    Task<bool> run(std::function<Task<>()> deed);
 
     Task<> ready(PostedEvent event) override;
     Task<bool> post(PostedEvent event) override;

@@ -30,7 +30,10 @@ struct UiTreeSnapshot {
     std::int32_t pid = 0;   ///< the application's process
     std::optional<App> app; ///< `nullopt` if the application has no identifier
     std::vector<UiElementInfo> elements;
-    bool truncated = false; ///< a limit ended the walk, or the application stopped answering
+    /// Frames are relative to windows, because nothing says where those are: no place to point at.
+    bool isRelative = false;
+    std::vector<std::string> names; ///< of the elements then, by which readers find them again
+    bool truncated = false;         ///< a limit ended the walk, or the application stopped answering
     Date createdAt;
 };
 

@@ -61,7 +61,7 @@ void TreeWalk::walk(AccessibilityElement element, int depth)
         return;
     }
     if (auto info = describe(element, collected.size()))
-        keep(*std::move(info));
+        keep(*std::move(info), element);
     if (truncated)
         return;
     auto const children = reader.elements(element, Attribute::children);
@@ -74,12 +74,15 @@ void TreeWalk::walk(AccessibilityElement element, int depth)
     }
 }
 
-void TreeWalk::keep(UiElementInfo info)
+void TreeWalk::keep(UiElementInfo info, AccessibilityElement element)
 {
     textBytes += bytesOfTexts(info);
     truncated = textBytes > limits.maxTextBytes;
-    if (!truncated)
-        collected.push_back(std::move(info));
+    if (truncated)
+        return;
+    collected.push_back(std::move(info));
+    if (reader.isRelative())
+        names.push_back(reader.nameOf(element));
 }
 
 /// Asks the cheap attributes first, so that a dropped element costs as few queries as possible.

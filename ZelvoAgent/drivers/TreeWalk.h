@@ -38,6 +38,7 @@ public:
     void run(std::vector<AccessibilityElement> const& roots);
 
     std::vector<UiElementInfo> collected;
+    std::vector<std::string> names; ///< of these elements, if their frames are relative
     /// True if a limit ended the walk; the elements after that point are missing.
     bool truncated = false;
 
@@ -49,7 +50,7 @@ public:
 
 private:
     void walk(AccessibilityElement element, int depth);
-    void keep(UiElementInfo info);
+    void keep(UiElementInfo info, AccessibilityElement element);
     std::optional<UiElementInfo> describe(AccessibilityElement element, std::size_t index);
     std::optional<UiElementInfo::Frame> frameOf(AccessibilityElement element);
     bool hasSomethingToSay(UiElementInfo const& info, AccessibilityElement element);

@@ -32,14 +32,15 @@ std::string whole(double number)
 
 } // namespace
 
-std::string UiElementInfo::compactLine() const
+std::string UiElementInfo::compactLine(bool isRelative) const
 {
     std::string line = "[" + id + "] " + shortRole(role);
     if (title && !title->empty())
         line += " \"" + *title + "\"";
     if (value && !value->empty())
         line += " value=\"" + *value + "\"";
-    line += " (" + whole(frame.x) + "," + whole(frame.y) + " " + whole(frame.w) + "x" + whole(frame.h) + ")";
+    line += isRelative ? " (in window " : " (";
+    line += whole(frame.x) + "," + whole(frame.y) + " " + whole(frame.w) + "x" + whole(frame.h) + ")";
     if (!enabled)
         line += " disabled";
     if (focused)

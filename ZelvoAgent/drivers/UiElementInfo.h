@@ -10,7 +10,8 @@ namespace zelvo {
 
 /// An element of an application's interface, as agents see it. Texts are UTF-8.
 struct UiElementInfo {
-    /// In points of the main display; width and height are positive.
+    /// In points of the main display, or of the element's window if the snapshot is relative; width and
+    /// height are positive.
     struct Frame {
         double x = 0;
         double y = 0;
@@ -35,7 +36,8 @@ struct UiElementInfo {
     bool operator==(UiElementInfo const&) const = default;
 
     /// The element as one line: [e12] button "Send" (120,44 80x24) focused
-    std::string compactLine() const;
+    /// isRelative  the frame is, and the line says so: (in window 120,44 80x24)
+    std::string compactLine(bool isRelative = false) const;
 };
 
 } // namespace zelvo

@@ -45,6 +45,20 @@ struct AccessibilityElement {
     bool operator==(AccessibilityElement const&) const = default;
 };
 
+/// An element by the name that readers of its process find it by.
+struct NamedElement {
+    std::int32_t pid = 0;
+    std::string name; ///< empty for one that no later reader finds
+    bool operator==(NamedElement const&) const = default;
+};
+
+/// What became of an attempt to operate an element.
+enum class ElementDeed {
+    done,       ///< the application did it, or is still at it: it may have opened a dialog that it waits for
+    impossible, ///< the element has nothing that does this
+    refused,    ///< the application says no
+};
+
 /// Announces what a walk will read, so that a reader can send many questions ahead. It changes only the
 /// speed, never an answer.
 struct AccessibilityPlan {
@@ -93,6 +107,23 @@ public:
     /// time-out or until the plan's deadline, a question came too late, or the text limit was reached.
     virtual bool hasFallenSilent() const = 0;
 
+    /// Whether places are relative to the upper left corner of the element's window, because nothing says
+    /// where windows are. Nobody may point at such a place.
+    virtual bool isRelative() { return false; }
+    /// A name by which later readers of this process find the element. Empty if none will, as for an element
+    /// of another process.
+    virtual std::string nameOf(AccessibilityElement) { return {}; }
+    /// The element of that name, if a click could reach it: it shows, in the application's active window or in
+    /// what pops up.
+    virtual std::optional<AccessibilityElement> find(std::string const&) { return std::nullopt; }
+    /// Performs the action that presses an element.
+    virtual ElementDeed press(AccessibilityElement) { return ElementDeed::impossible; }
+    /// Puts a text in place of all that an element holds. text  UTF-8
+    virtual ElementDeed replaceText(AccessibilityElement, std::string const&)
+    {
+        return ElementDeed::impossible;
+    }
+
     /// False if the application refuses or does not answer.
     virtual bool setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value) = 0;
 };
@@ -107,6 +138,8 @@ public:
     /// few milliseconds.
     /// messagingTimeout  how long the application may be silent
     virtual std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) = 0;
+    /// Whether readers give relative places at the moment. Never waits.
+    virtual bool isRelative() { return false; }
     /// Calls the observer, on the main executor, when an application was asked for that cannot be read until
     /// it restarts; once per process. Set at start and never changed.
     virtual void observeUnreadable(std::function<void(std::int32_t pid)> observer) = 0;

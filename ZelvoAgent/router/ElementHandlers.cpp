@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace zelvo {
 
@@ -55,6 +56,25 @@ DetailedAgentError otherElementNow(UiElementInfo const& info, std::optional<Prob
     return failure;
 }
 
+DetailedAgentError cannotOperate(UiElementInfo const& info, bool isSupported)
+{
+    DetailedAgentError failure;
+    failure.error = AgentError::invalidRequest;
+    failure.message = isSupported ? "The app did not let this element be operated."
+                                  : "This desktop does not say where windows are, and the element offers no "
+                                    "action that does this.";
+    failure.details = {{"elementId", info.id}, {"role", info.role}};
+    return failure;
+}
+
+DetailedAgentError operatingStopped()
+{
+    DetailedAgentError failure;
+    failure.error = AgentError::machineBusy;
+    failure.message = "Another window came to the front. The action was not performed.";
+    return failure;
+}
+
 } // namespace
 
 std::shared_ptr<UiTreeSnapshot const> ElementHandlers::snapshotOf(std::string const& id) const
@@ -77,8 +97,25 @@ OptionalText ElementHandlers::applicationOf(std::string const& snapshotId) const
     return isKnown ? OptionalText(snapshot->app->bundleId) : std::nullopt;
 }
 
+bool ElementHandlers::hasPlaces(std::string const& snapshotId) const
+{
+    return !snapshotOf(snapshotId)->isRelative;
+}
+
+NamedElement ElementHandlers::named(std::string const& snapshotId, std::string const& elementId) const
+{
+    auto const snapshot = snapshotOf(snapshotId);
+    auto const found = std::ranges::find(snapshot->elements, elementId, &UiElementInfo::id);
+    auto const at = static_cast<std::size_t>(found - snapshot->elements.begin());
+    return {.pid = snapshot->pid, .name = at < snapshot->names.size() ? snapshot->names[at] : ""};
+}
+
 Task<> ElementHandlers::perform(InputAction::ClickElement action)
 {
+    if (!hasPlaces(action.snapshotId)) {
+        co_await operate(std::move(action.snapshotId), std::move(action.elementId), std::nullopt);
+        co_return;
+    }
     co_await assertMayBeClicked(action.snapshotId, action.elementId);
     InputAction::Click const click{.point = element(action.snapshotId, action.elementId).frame.center()};
     co_await services.shown.perform(click);
@@ -90,8 +127,12 @@ Task<ProbedElement> ElementHandlers::assertMayBeClicked(std::string snapshotId, 
     UiElementInfo const info = elementOf(*snapshot, elementId);
     if (snapshot->app)
         co_await assertFromFrontmostApp(*snapshot->app);
-    DesktopPoint const point = info.frame.center();
-    co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(point); });
+    if (snapshot->isRelative) {
+        co_await assertMayBeOperated();
+    } else {
+        DesktopPoint const point = info.frame.center();
+        co_await on(services.workers, [&] { services.ownUi.assertClickAllowed(point); });
+    }
     ProbedElement found = co_await foundAt(snapshotId, elementId);
     assertSame(snapshotId, elementId, found);
     co_return found;
@@ -100,10 +141,49 @@ Task<ProbedElement> ElementHandlers::assertMayBeClicked(std::string snapshotId, 
 Task<ProbedElement> ElementHandlers::foundAt(std::string snapshotId, std::string elementId)
 {
     UiElementInfo const info = element(snapshotId, elementId);
-    auto probed = co_await services.probe.element(info.frame.center());
-    if (!probed)
-        throw otherElementNow(info, probed);
-    co_return *std::move(probed);
+    if (hasPlaces(snapshotId)) {
+        auto probed = co_await services.probe.element(info.frame.center());
+        if (!probed)
+            throw otherElementNow(info, probed);
+        co_return *std::move(probed);
+    }
+    NamedElement const wanted = named(snapshotId, elementId);
+    if (wanted.name.empty())
+        throw cannotOperate(info, false);
+    auto seen = co_await services.probe.element(wanted);
+    if (!seen)
+        throw otherElementNow(info, seen);
+    judged = {wanted, *seen};
+    co_return *std::move(seen);
+}
+
+Task<> ElementHandlers::assertMayBeOperated()
+{
+    auto const front = co_await services.probe.frontmostApp();
+    services.ownUi.assertAppReadable(front ? std::optional(front->bundleId) : std::nullopt);
+    co_await services.hiddenGuard.assertFrontmostAllowed();
+}
+
+Task<>
+ElementHandlers::operate(std::string snapshotId, std::string elementId, std::optional<std::string> text)
+{
+    // The application must not have changed it between the judgement and now, not even in part.
+    auto const before = std::exchange(judged, std::nullopt);
+    ElementOperation operation{.element = named(snapshotId, elementId), .text = std::move(text)};
+    operation.expected = co_await assertMayBeClicked(snapshotId, elementId);
+    judged.reset();
+    UiElementInfo const info = element(snapshotId, elementId);
+    if (before && before->element == operation.element && before->seen != operation.expected)
+        throw otherElementNow(info, operation.expected);
+    using enum ElementOperating::Outcome;
+    auto const outcome =
+        services.operating ? co_await services.operating->operate(std::move(operation)) : impossible;
+    if (outcome == changed)
+        throw otherElementNow(info, std::nullopt);
+    if (outcome == stopped)
+        throw operatingStopped();
+    if (outcome != done)
+        throw cannotOperate(info, outcome == refused);
 }
 
 void ElementHandlers::assertSame(std::string const& snapshotId,
@@ -115,15 +195,15 @@ void ElementHandlers::assertSame(std::string const& snapshotId,
         throw otherElementNow(info, found);
 }
 
-Task<DesktopPoint> ElementHandlers::assertHoldsText(InputAction::SetValue action)
+Task<ProbedElement> ElementHandlers::assertHoldsText(InputAction::SetValue action)
 {
     UiElementInfo const info = element(action.snapshotId, action.elementId);
     if (std::ranges::find(textRoles, info.role) == textRoles.end())
         throw AgentError::invalidRequest;
     co_await services.hiddenGuard.assertFrontmostAllowed();
-    co_await services.hiddenGuard.assertPointAllowed(info.frame.center());
-    co_await assertMayBeClicked(std::move(action.snapshotId), std::move(action.elementId));
-    co_return info.frame.center();
+    if (hasPlaces(action.snapshotId))
+        co_await services.hiddenGuard.assertPointAllowed(info.frame.center());
+    co_return co_await assertMayBeClicked(std::move(action.snapshotId), std::move(action.elementId));
 }
 
 Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)
@@ -145,6 +225,10 @@ Task<> ElementHandlers::assertFromFrontmostApp(UiTreeSnapshot::App app)
 
 Task<> ElementHandlers::perform(InputAction::SetValue action)
 {
+    if (!hasPlaces(action.snapshotId)) {
+        co_await operate(std::move(action.snapshotId), std::move(action.elementId), std::move(action.text));
+        co_return;
+    }
     co_await selectText(action);
     InputAction::Type typed{.text = std::move(action.text)};
     co_await services.shown.perform(std::move(typed));

@@ -66,27 +66,35 @@ json::value screenshotResult(CapturedImage const& image)
     return records::toJson(std::move(result));
 }
 
-std::string compactLines(std::vector<UiElementInfo> const& elements)
+/// Only where frames are no places on the screen.
+std::optional<std::string> originOfFrames(UiTreeSnapshot const& snapshot)
+{
+    return snapshot.isRelative ? std::optional<std::string>("window") : std::nullopt;
+}
+
+std::string compactLines(UiTreeSnapshot const& snapshot)
 {
     std::string lines;
-    for (UiElementInfo const& element : elements) {
+    for (UiElementInfo const& element : snapshot.elements) {
         if (!lines.empty())
             lines += '\n';
-        lines += element.compactLine();
+        lines += element.compactLine(snapshot.isRelative);
     }
     return lines;
 }
 
 json::value treeResult(UiTreeSnapshot const& snapshot, bool compact)
 {
-    records::UITree tree{.snapshotId = snapshot.snapshotId, .truncated = snapshot.truncated};
+    records::UITree tree{.framesRelativeTo = originOfFrames(snapshot),
+                         .snapshotId = snapshot.snapshotId,
+                         .truncated = snapshot.truncated};
     tree.elements.reserve(snapshot.elements.size());
     for (UiElementInfo const& element : snapshot.elements)
         tree.elements.push_back(elementRecord(element));
     if (snapshot.app)
         tree.app = {.bundleId = snapshot.app->bundleId, .name = snapshot.app->name};
     if (compact)
-        tree.compact = compactLines(snapshot.elements);
+        tree.compact = compactLines(snapshot);
     return records::toJson(std::move(tree));
 }
 
@@ -96,8 +104,10 @@ json::value waitResult(ElementWaiting::Result const& result)
     records::UIWaited waited{.elapsedMs = elapsed.count(), .matched = result.isMatched};
     if (result.element)
         waited.element = elementRecord(*result.element);
-    if (result.snapshot)
+    if (result.snapshot) {
+        waited.framesRelativeTo = originOfFrames(*result.snapshot);
         waited.snapshotId = result.snapshot->snapshotId;
+    }
     return records::toJson(std::move(waited));
 }
 

@@ -21,6 +21,7 @@ class ClipboardWatcher;
 class Clock;
 class Confirming;
 class DrawingWatches;
+class ElementOperating;
 class ElementProbing;
 class FileGate;
 class HiddenAppGuard;
@@ -69,6 +70,9 @@ public:
         std::function<Task<>()> beginAction = {}; ///< called before the checks of each input action
         KeyboardLayout* layout = nullptr;         ///< null: keys are judged by their names alone
         std::function<bool()> isStrict = {};      ///< whether the strict guard is on; empty: never
+        ElementOperating* operating = nullptr;    ///< null: elements without places are not operated
+        /// Whether elements have no places now: then they may be read without pictures. Empty: never.
+        std::function<bool()> lacksPlaces = {};
     };
 
     RpcRouter(Contexts const& contexts, Clock& clock, AgentState& state, Services services);
@@ -84,12 +88,15 @@ private:
 
     Task<RpcReply> handleOnStrand(RpcFrame frame);
     Task<Admission> preflight(RpcFrame frame);
+    /// Whether the system lets the agent do this.
+    bool isPermitted(std::string_view method, std::optional<AgentScope> scope) const;
     Task<json::value> dispatch(Admission admission);
     std::optional<std::map<std::string, std::string>> details(AgentError error) const;
 
     Contexts contexts;
     AgentState& state;
     std::function<Permissions()> permissions;
+    std::function<bool()> lacksPlaces;
     AgentMode mode;
     Executor strand;
     std::unique_ptr<Families> families;

@@ -48,13 +48,16 @@ Task<> StrictActions::run(InputAction::ClickElement action, Turn turn)
 {
     DesktopPoint const at = services.elements.element(action.snapshotId, action.elementId).frame.center();
     auto const application = services.elements.applicationOf(action.snapshotId);
-    co_await pointAt(at);
+    bool const hasPlace = services.elements.hasPlaces(action.snapshotId);
+    if (hasPlace)
+        co_await pointAt(at);
     Confirmations::Look const look = [&]() -> Task<std::optional<ProbedElement>> {
         co_return co_await services.elements.assertMayBeClicked(action.snapshotId, action.elementId);
     };
     Confirmations::Recheck const again = [&]() -> Task<> {
         co_await turn.recheck(application);
-        co_await pointAt(at); // The person may have moved it.
+        if (hasPlace)
+            co_await pointAt(at); // The person may have moved it.
     };
     co_await services.confirmations.askAboutPress(look, turn.asker, again);
     co_await services.elements.perform(action);
@@ -155,9 +158,26 @@ Task<> StrictActions::askAboutKeys(std::vector<std::string> keys, Turn turn)
     co_await services.confirmations.askAboutKeys(std::move(pressed), turn.asker, again);
 }
 
+/// A text that is given as a whole presses no keys.
+Task<> StrictActions::setText(InputAction::SetValue action, Turn turn)
+{
+    auto const application = services.elements.applicationOf(action.snapshotId);
+    Confirmations::Look const look = [&]() -> Task<std::optional<ProbedElement>> {
+        co_return co_await services.elements.assertHoldsText(action);
+    };
+    Confirmations::Recheck const again = [&] { return turn.recheck(application); };
+    co_await services.confirmations.askAboutPress(look, turn.asker, again);
+    co_await services.elements.perform(action);
+}
+
 Task<> StrictActions::run(InputAction::SetValue action, Turn turn)
 {
-    DesktopPoint const point = co_await services.elements.assertHoldsText(action);
+    if (!services.elements.hasPlaces(action.snapshotId)) {
+        co_await setText(std::move(action), std::move(turn));
+        co_return;
+    }
+    co_await services.elements.assertHoldsText(action);
+    DesktopPoint const point = services.elements.element(action.snapshotId, action.elementId).frame.center();
     bool const isHandled = co_await pointAt(point);
     if (auto const subject = co_await subjectOf(point, MouseButton::left, isHandled, turn.asker)) {
         co_await services.confirmations.ask(*subject, turn.asker);

@@ -52,6 +52,7 @@ private:
     Task<> run(InputAction::Type action, Turn turn);
     Task<> run(InputAction::Key action, Turn turn);
     Task<> run(InputAction::SetValue action, Turn turn);
+    Task<> setText(InputAction::SetValue action, Turn turn);
 
     struct Hold {
         DesktopPoint from;

@@ -106,9 +106,12 @@ std::vector<SeenElement> seenElements(json::object const& tree)
     if (!list)
         return elements;
     ElementReader reader;
+    bool const isRelative = read::text(tree, "framesRelativeTo").has_value();
     for (json::value const& item : *list)
         if (json::object const* const object = item.if_object(); object && elements.size() < maxElements)
             elements.push_back(reader.elementOf(*object));
+    for (SeenElement& element : elements)
+        element.frame.isRelative = isRelative;
     return elements;
 }
 

@@ -9,12 +9,14 @@
 
 namespace zelvo::service {
 
-/// Where an element is, in points of the main display.
+/// Where an element is, in points of the main display. If it is relative, in those of its window: nobody
+/// knows where that is.
 struct SeenFrame {
     std::int64_t x = 0;
     std::int64_t y = 0;
     std::int64_t w = 0;
     std::int64_t h = 0;
+    bool isRelative = false;
     bool operator==(SeenFrame const&) const = default;
 };
 

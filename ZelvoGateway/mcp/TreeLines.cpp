@@ -20,8 +20,8 @@ std::string bracketed(std::string const& reference)
 
 std::string placeOf(SeenFrame const& frame)
 {
-    return " (" + std::to_string(frame.x) + "," + std::to_string(frame.y) + " " + std::to_string(frame.w) +
-           "x" + std::to_string(frame.h) + ")";
+    return (frame.isRelative ? " (in window " : " (") + std::to_string(frame.x) + "," +
+           std::to_string(frame.y) + " " + std::to_string(frame.w) + "x" + std::to_string(frame.h) + ")";
 }
 
 /// What has changed of an element that is still there; empty if nothing has.

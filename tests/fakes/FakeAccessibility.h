@@ -45,6 +45,7 @@ struct FakeApplication {
     std::map<AccessibilityAttribute, bool> flags = {};
     std::map<AccessibilityAttribute, bool> accepts = {}; ///< whether a flag may be set
     bool isSilent = false;
+    ElementDeed answer = ElementDeed::done; ///< to whatever is done to an element
 };
 
 /// One query to an element.
@@ -59,6 +60,8 @@ public:
     std::map<std::int32_t, FakeApplication> applications;
     std::vector<FakeQuestion> questions;
     std::vector<std::string> written;  ///< "100 manualAccessibility on"
+    std::vector<std::string> deeds;    ///< "press OK", "set Name: text", by titles
+    bool isRelative = false;           ///< places are, and titles are names
     std::vector<std::int32_t> readers; ///< the process of each reader
     std::vector<Duration> timeouts;    ///< the messaging timeout of each reader
     std::vector<AccessibilityPlan> plans;
@@ -199,6 +202,25 @@ private:
             return pid;
         }
         bool hasFallenSilent() const override { return its.isSilent; }
+        bool isRelative() override { return system.isRelative; }
+        std::string nameOf(Element element) override { return titleOf(element); }
+        std::optional<Element> find(std::string const& name) override
+        {
+            for (FakeElement const* root : roots())
+                if (FakeElement const* const match = titled(*root, name))
+                    return handle(*match);
+            return std::nullopt;
+        }
+        ElementDeed press(Element element) override
+        {
+            system.deeds.push_back("press " + titleOf(element));
+            return its.answer;
+        }
+        ElementDeed replaceText(Element element, std::string const& text) override
+        {
+            system.deeds.push_back("set " + titleOf(element) + ": " + text);
+            return its.answer;
+        }
         bool setFlag(Element, Attribute attribute, bool value) override
         {
             std::string const name =
@@ -229,6 +251,16 @@ private:
             return {at->second};
         }
 
+        std::string titleOf(Element element) const { return known.at(element.index)->title.value_or(""); }
+        static FakeElement const* titled(FakeElement const& element, std::string const& title)
+        {
+            if (element.title == title)
+                return &element;
+            for (FakeElement const& child : below(element))
+                if (FakeElement const* const match = titled(child, title))
+                    return match;
+            return nullptr;
+        }
         std::vector<FakeElement const*> roots() const
         {
             std::vector<FakeElement const*> all;

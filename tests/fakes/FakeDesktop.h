@@ -11,6 +11,7 @@
 #include "platform/SystemTray.h"
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
+#include "wire/AgentError.h"
 
 #include <boost/signals2/signal.hpp>
 
@@ -207,7 +208,13 @@ private:
 class FakeWindowList final : public WindowList {
 public:
     std::optional<std::vector<WindowEntry>> list = std::vector<WindowEntry>{};
-    std::optional<std::vector<WindowEntry>> windows() override { return list; }
+    std::optional<AgentError> failure;
+    std::optional<std::vector<WindowEntry>> windows() override
+    {
+        if (failure)
+            throw *failure;
+        return list;
+    }
 };
 
 class FakeSystemAccess final : public SystemAccess {

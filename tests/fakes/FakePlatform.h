@@ -74,6 +74,12 @@ public:
     FakeWebSocketOpener opener;
     FakeHttpLoading loading;
     FakeChildProcesses processes;
+    /// What a test has of a real desktop, instead of the fakes.
+    struct Real {
+        Workspace* workspace = nullptr;
+        WindowList* windows = nullptr;
+        Accessibility* elements = nullptr;
+    } real;
 
     /// Breaks the cycle between a socket and its waiting reader. The reader does not run again; it is
     /// destroyed with the io_context.
@@ -100,11 +106,11 @@ public:
     NetworkPath& network() override { return path; }
     HotKey& hotKey() override { return key; }
     SystemTray& tray() override { return systemTray; }
-    Workspace& workspace() override { return desktop; }
-    WindowList& windows() override { return windowList; }
+    Workspace& workspace() override { return real.workspace ? *real.workspace : desktop; }
+    WindowList& windows() override { return real.windows ? *real.windows : windowList; }
     WindowFocus& focus() override { return windowFocus; }
     FrontChanges& frontChanges() override { return fronts; }
-    Accessibility& accessibility() override { return elements; }
+    Accessibility& accessibility() override { return real.elements ? *real.elements : elements; }
     InterfaceWatches& interfaces() override { return interfaceWatches; }
     ScreenSource& screen() override { return screenSource; }
     ScreenStreams& screenStreams() override { return streams; }

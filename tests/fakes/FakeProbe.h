@@ -28,7 +28,9 @@ public:
     std::optional<ProbedElement> menuItem; ///< instead of `focused`, for currentElement()
     std::optional<ProbedElement> formButton;
     std::function<std::optional<ProbedElement>(DesktopPoint)> hitAt; ///< instead of `hit`
+    std::function<std::optional<ProbedElement>()> onNamed; ///< instead of `hit`, for an element by its name
     std::vector<DesktopPoint> points;
+    std::vector<NamedElement> named;
     int dialogLooks = 0;
     int focusLooks = 0;
     std::function<void()> onFrontLook; ///< called before each look at the frontmost application
@@ -37,6 +39,11 @@ public:
     {
         points.push_back(at);
         co_return hitAt ? hitAt(at) : hit;
+    }
+    Task<std::optional<ProbedElement>> element(NamedElement wanted) override
+    {
+        named.push_back(wanted);
+        co_return onNamed ? onNamed() : hit;
     }
     Task<std::optional<ProbedElement>> frontmostDialog() override
     {

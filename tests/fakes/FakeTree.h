@@ -20,6 +20,8 @@ public:
     std::int32_t pid = 100;
     std::optional<UiTreeSnapshot::App> app = UiTreeSnapshot::App{"org.editor", "Editor"};
     std::vector<UiElementInfo> elements;
+    bool isRelative = false;
+    std::vector<std::string> names; ///< of the elements
     bool truncated = false;
     std::optional<AgentError> failsWith;
     std::vector<Asked> asked;
@@ -39,6 +41,8 @@ public:
         taken.pid = pid;
         taken.app = app;
         taken.elements = elements;
+        taken.isRelative = isRelative;
+        taken.names = names;
         taken.truncated = truncated;
         taken.createdAt = clock.date();
         co_return taken;

@@ -196,20 +196,22 @@ struct UITree {
     std::optional<AppClass> app;
     std::optional<std::string> compact;
     std::vector<UIElement> elements;
+    std::optional<std::string> framesRelativeTo;
     std::string snapshotId;
     bool truncated{};
     bool operator==(UITree const&) const = default;
 };
-BOOST_DESCRIBE_STRUCT(UITree, (), (app, compact, elements, snapshotId, truncated))
+BOOST_DESCRIBE_STRUCT(UITree, (), (app, compact, elements, framesRelativeTo, snapshotId, truncated))
 
 /// The result of a method of our own.
 struct UIWaited {
     std::int64_t elapsedMs{};
     std::optional<UIElement> element;
+    std::optional<std::string> framesRelativeTo;
     bool matched{};
     std::optional<std::string> snapshotId;
     bool operator==(UIWaited const&) const = default;
 };
-BOOST_DESCRIBE_STRUCT(UIWaited, (), (elapsedMs, element, matched, snapshotId))
+BOOST_DESCRIBE_STRUCT(UIWaited, (), (elapsedMs, element, framesRelativeTo, matched, snapshotId))
 
 } // namespace zelvo::records

@@ -223,6 +223,11 @@ Task<ScreenPoint> ActionRun::placeOf(ActionRequest action)
 {
     if (action.reference) {
         FoundElement const found = co_await findElement(call, *action.reference, Freshness::now);
+        if (found.element.frame.isRelative)
+            throw ToolFailure{.code = ErrorCode::machineUnavailable,
+                              .what =
+                                  "This desktop does not say where windows are, so nothing can be pointed at",
+                              .next = "click the element with the left button, or set its value"};
         co_return centreOf(found.element.frame);
     }
     if (action.at)

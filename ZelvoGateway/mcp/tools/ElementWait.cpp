@@ -42,6 +42,8 @@ std::optional<SeenElement> elementIn(json::object const& result)
         return std::nullopt;
     json::object tree;
     tree["elements"] = json::array{*element};
+    if (json::value const* const origin = result.if_contains("framesRelativeTo"))
+        tree["framesRelativeTo"] = *origin;
     auto elements = seenElements(tree);
     return elements.empty() ? std::nullopt : std::optional(std::move(elements.front()));
 }

@@ -49,7 +49,7 @@ private:
     {
         if (!role.empty() && element.role != role)
             return false;
-        if (request.region && !touches(element.frame, *request.region))
+        if (request.region && (element.frame.isRelative || !touches(element.frame, *request.region)))
             return false;
         return find.empty() || text::lowercased(element.name).find(find) != std::string::npos ||
                text::lowercased(element.value).find(find) != std::string::npos;

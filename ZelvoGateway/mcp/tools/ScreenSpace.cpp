@@ -51,6 +51,8 @@ ScreenPoint ScreenSpace::toPoints(ScreenPoint shown) const
 
 SeenFrame ScreenSpace::toShown(SeenFrame points) const
 {
+    if (points.isRelative)
+        return points;
     auto const place = [&](std::int64_t point, double start) {
         return std::llround((static_cast<double>(point) - start) * scale);
     };

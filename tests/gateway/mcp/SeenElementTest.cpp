@@ -29,6 +29,16 @@ TEST(SeenElement, isReadFromAMachinesTree)
                                         .isFocused = true}));
 }
 
+/// A machine whose desktop does not say where windows are.
+TEST(SeenElement, knowsThatItsFrameIsNoPlace)
+{
+    json::object tree{{"elements", parseJson(R"([{"id":"e1","frame":{"x":1,"y":2,"w":3,"h":4}}])").value()}};
+    EXPECT_FALSE(seenElements(tree).at(0).frame.isRelative);
+    tree["framesRelativeTo"] = "window";
+    EXPECT_EQ(seenElements(tree).at(0).frame,
+              (SeenFrame{.x = 1, .y = 2, .w = 3, .h = 4, .isRelative = true}));
+}
+
 TEST(SeenElement, isCalledByItsDescriptionIfItHasNoTitle)
 {
     EXPECT_EQ(seen(R"([{"description":"Close"}])").at(0).name, "Close");

@@ -30,6 +30,9 @@ TEST(TreeLines, showAnElement)
     EXPECT_EQ(elementLine(button("b9", "Save")), R"([b9] button "Save" (400,300 64x32))");
     EXPECT_EQ(elementLine(field("Milk", true, false)),
               R"([t2] textfield "Item" value="Milk" (1,2 3x4) disabled focused)");
+    ReferencedElement inWindow = button("b9", "Save");
+    inWindow.element.frame.isRelative = true;
+    EXPECT_EQ(elementLine(inWindow), R"([b9] button "Save" (in window 400,300 64x32))");
     EXPECT_EQ(elementLine({.reference = "e1", .element = {.role = "group"}}), "[e1] group (0,0 0x0)");
 }
 

@@ -111,7 +111,7 @@ protected:
         platform.settle();
     }
 
-    void makeRouter(AgentMode newMode)
+    void makeRouter(AgentMode newMode, ElementOperating* operating = nullptr)
     {
         RpcRouter::Services services{
             .screen = capture,
@@ -139,6 +139,8 @@ protected:
             .beginAction = [this] { return gate.beginAction(); },
             .layout = &platform.layout,
             .isStrict = [this] { return platform.settings.boolean("zelvo.strictGuard").value_or(false); },
+            .operating = operating,
+            .lacksPlaces = [this] { return tree.isRelative; },
         };
         router = std::make_unique<RpcRouter>(platform.contexts, platform.time, state, std::move(services));
     }

@@ -73,6 +73,7 @@ protected:
     MonitorLayout layout;
     FakeInputSink sink;
     InputSink* door = &sink;
+    bool seesWindows = true;
     std::optional<SeatKeymap> keymap = SeatKeymap{.text = keymapText("us"), .group = 0};
     std::optional<LogicalPoint> pointer;
     FakeTextInsertion insertion;
@@ -86,8 +87,32 @@ protected:
                                  .pointer = [this] { return pointer; },
                                  .front = [] { return std::optional<std::int32_t>(::getpid()); },
                                  .insertion = insertion,
-                                 .clipboard = &clipboard}};
+                                 .clipboard = &clipboard,
+                                 .seesWindows = [this] { return seesWindows; }}};
 };
+
+/// Nobody can say whom an event would reach.
+TEST_F(WaylandEventPostingTest, makesNothingWhileNobodySeesTheWindows)
+{
+    KeyEvent key{.kind = KeyEvent::Kind::down, .keyCode = 0};
+    EXPECT_TRUE(post(mouse(MouseEvent::Kind::down, {0, 0})));
+    EXPECT_TRUE(post(key));
+    sink.log.clear();
+
+    seesWindows = false;
+
+    EXPECT_FALSE(post(mouse(MouseEvent::Kind::moved, {1, 1})));
+    EXPECT_FALSE(post(mouse(MouseEvent::Kind::dragged, {1, 1})));
+    EXPECT_THROW(post(mouse(MouseEvent::Kind::down, {1, 1})), AgentError);
+    EXPECT_THROW(post(key), AgentError);
+    EXPECT_THROW(post(ScrollEvent{.dy = 1}), AgentError);
+    EXPECT_THROW(type("a"), AgentError);
+    EXPECT_EQ(sink.log, Strings());
+
+    EXPECT_TRUE(post(mouse(MouseEvent::Kind::up, {1, 1}))); // What is held is let go all the same.
+    run(io, posting.releaseAll());
+    EXPECT_EQ(sink.log, (Strings{"let go 272", "up 30"}));
+}
 
 TEST_F(WaylandEventPostingTest, movesToTheCompositorsCoordinates)
 {

@@ -1,5 +1,6 @@
 #include "platform/linux/atspi/AtspiAccessibility.h"
 
+#include "platform/linux/atspi/AtspiActiveProcess.h"
 #include "platform/linux/atspi/AtspiBusAddress.h"
 #include "platform/linux/atspi/AtspiReader.h"
 
@@ -10,8 +11,9 @@ namespace zelvo {
 namespace {
 
 constexpr Duration addressPatience = 2s;
+constexpr Duration activePatience = 250ms;
 
-}
+} // namespace
 
 AtspiAccessibility::AtspiAccessibility(Contexts contexts,
                                        Clock& clock,
@@ -40,6 +42,12 @@ std::unique_ptr<AtspiReader> AtspiAccessibility::atspiReader(std::int32_t pid, D
     if (made->isOnBus() == false)
         noteUnreadable(pid);
     return made;
+}
+
+std::optional<std::int32_t> AtspiAccessibility::activeProcess()
+{
+    auto link = connect();
+    return link ? AtspiActiveProcess(std::move(link), activePatience).find() : std::nullopt;
 }
 
 std::unique_ptr<AtspiLink> AtspiAccessibility::connect()

@@ -32,7 +32,8 @@ public:
                        std::function<void()> onUnreadable = {});
 
     std::unique_ptr<AccessibilityReader> reader(std::int32_t pid, Duration messagingTimeout) override;
-    /// The same, with the concrete type.
+    bool isRelative() override { return screen.isKnown && !screen.isKnown(); }
+    /// The same as reader(), with the concrete type.
     std::unique_ptr<AtspiReader> atspiReader(std::int32_t pid, Duration messagingTimeout);
     void observeUnreadable(std::function<void(std::int32_t pid)> next) override
     {
@@ -40,6 +41,9 @@ public:
     }
     Task<> switchOn() override;
     Task<> switchOff() override;
+    /// The process whose accessible window is active; `nullopt` if none is known, or several say so. Blocks
+    /// for some milliseconds. Thread: any.
+    std::optional<std::int32_t> activeProcess();
     /// The address of the accessibility bus; empty if there is none. Blocks while it is asked for. Thread:
     /// any.
     std::string busAddress();

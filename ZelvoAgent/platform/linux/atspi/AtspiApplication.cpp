@@ -226,7 +226,8 @@ std::optional<std::string> AtspiApplicationSearch::askDirectAddress(AtspiApplica
 bool AtspiApplicationSearch::connectDirectly(AtspiApplication const& found, std::string const& address)
 {
     auto link = AtspiLink::toApplication(address);
-    if (!link)
+    // An application could name the socket of another one, which may be hidden.
+    if (!link || link->peerProcess() != knowledge.get().applications[found.name].pid)
         return false;
     // The socket may exist although nobody answers on it any more, so try it with a question.
     auto const trial = exchange.addPeer(found.name, exchange.addLink(std::move(link)));

@@ -136,17 +136,43 @@ bool AtspiEditing::insert(Index index, std::string const& text)
     return true;
 }
 
-bool AtspiEditing::replace(Index index, std::string const& text)
+bool AtspiEditing::takesInput(Index index)
 {
-    bool accepted = false;
-    inquiry.call(
-        index, editableText, "SetTextContents",
-        [&](sd_bus_message* call) { sd_bus_message_append(call, "s", text.c_str()); },
-        [&](sd_bus_message* reply) { accepted = readFlag(reply).value_or(false); });
-    if (!accepted || !isReadable(index))
-        return accepted;
-    return textIn(index, {0, charactersOf(text)}) == text &&
-           number(index, "CharacterCount") == charactersOf(text);
+    inquiry.ensure(index, AtspiQuestion::states);
+    return nodes[index].has(AtspiState::enabled) && nodes[index].has(AtspiState::sensitive);
+}
+
+ElementDeed AtspiEditing::perform(Index index,
+                                  char const* interface,
+                                  char const* member,
+                                  AtspiInquiry::Arguments const& arguments)
+{
+    if (!inquiry.isPatient(index))
+        return ElementDeed::refused; // Nothing was sent.
+    bool isDone = false;
+    bool const isAnswered = inquiry.call(index, interface, member, arguments, [&](sd_bus_message* reply) {
+        isDone = readFlag(reply).value_or(false);
+    });
+    // A dialog that the press opens may keep the application from answering until it is closed.
+    if (!isAnswered && !inquiry.isPatient(index))
+        return ElementDeed::done;
+    return isDone ? ElementDeed::done : ElementDeed::refused;
+}
+
+ElementDeed AtspiEditing::replace(Index index, std::string const& text)
+{
+    if (!isEditable(index))
+        return ElementDeed::impossible;
+    if (!takesInput(index))
+        return ElementDeed::refused;
+    ElementDeed const deed = perform(index, editableText, "SetTextContents", [&](sd_bus_message* call) {
+        sd_bus_message_append(call, "s", text.c_str());
+    });
+    if (deed != ElementDeed::done || !isReadable(index) || !inquiry.isPatient(index))
+        return deed;
+    bool const isThere = textIn(index, {0, charactersOf(text)}) == text &&
+                         number(index, "CharacterCount") == charactersOf(text);
+    return isThere ? ElementDeed::done : ElementDeed::refused;
 }
 
 bool AtspiEditing::isBeforeCaret(Index index, std::string const& text)
@@ -156,25 +182,23 @@ bool AtspiEditing::isBeforeCaret(Index index, std::string const& text)
     return caret && *caret >= count && textIn(index, {*caret - count, *caret}) == text;
 }
 
-bool AtspiEditing::press(Index index)
+ElementDeed AtspiEditing::press(Index index)
 {
     if (!has(index, atspi::hasAction))
-        return false;
+        return ElementDeed::impossible;
+    if (!takesInput(index))
+        return ElementDeed::refused;
     for (std::int32_t at = 0; at < maxActions; ++at) {
         std::optional<std::string> name;
         auto const which = [&](sd_bus_message* call) { sd_bus_message_append(call, "i", at); };
         inquiry.call(index, action, "GetName", which,
                      [&](sd_bus_message* reply) { name = atspi::readBoundedText(reply); });
         if (!name || name->empty())
-            return false;
-        if (axActionsOf({*name}) != std::vector<std::string>{"AXPress"})
-            continue;
-        bool done = false;
-        inquiry.call(index, action, "DoAction", which,
-                     [&](sd_bus_message* reply) { done = readFlag(reply).value_or(false); });
-        return done;
+            return ElementDeed::impossible;
+        if (axActionsOf({*name}) == std::vector<std::string>{"AXPress"})
+            return perform(index, action, "DoAction", which);
     }
-    return false;
+    return ElementDeed::impossible;
 }
 
 } // namespace zelvo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Accessibility.h"
 #include "platform/linux/atspi/AtspiInquiry.h"
 
 #include <cstdint>
@@ -26,12 +27,12 @@ public:
     /// is not there afterwards. Where the text cannot be read back, the application's answer counts. text
     /// UTF-8
     bool insert(Index index, std::string const& text);
-    /// Replaces all of its text; false as above.
-    bool replace(Index index, std::string const& text);
+    /// Replaces all of its text; refused if it is not there afterwards, as above.
+    ElementDeed replace(Index index, std::string const& text);
     /// Whether this text is just before the caret.
     bool isBeforeCaret(Index index, std::string const& text);
-    /// Performs the action that presses it. False if it has none, or if the application refuses.
-    bool press(Index index);
+    /// Performs the action that presses it.
+    ElementDeed press(Index index);
 
 private:
     struct Range {
@@ -40,6 +41,10 @@ private:
     };
 
     bool has(Index index, std::uint32_t interface);
+    bool takesInput(Index index);
+    /// Calls a method that answers whether it did it.
+    ElementDeed
+    perform(Index index, char const* interface, char const* member, AtspiInquiry::Arguments const& arguments);
     std::optional<std::int32_t> number(Index index, char const* property);
     std::optional<std::string> textIn(Index index, Range range);
     std::optional<Range> selection(Index index);

@@ -55,6 +55,8 @@ public:
               char const* member,
               Arguments const& arguments,
               std::function<void(sd_bus_message* reply)> const& onReply = {});
+    /// Whether answers of the element's process are still waited for.
+    bool isPatient(Index index) const { return !exchange.isOver() && !exchange.isSilent(nodes[index].peer); }
     /// The element that it reports as its parent; waits for the answer.
     std::optional<Index> parentOf(Index index);
     /// The elements with a state inside an element, found by the application; waits for the answer. `nullopt`

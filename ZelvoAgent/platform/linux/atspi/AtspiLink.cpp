@@ -1,5 +1,7 @@
 #include "platform/linux/atspi/AtspiLink.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <tuple>
 
@@ -41,6 +43,16 @@ std::unique_ptr<AtspiLink> AtspiLink::toApplication(std::string const& address)
     if (sd_bus_set_address(raw, address.c_str()) < 0 || sd_bus_start(raw) < 0)
         return nullptr;
     return std::make_unique<AtspiLink>(std::move(bus), true);
+}
+
+std::optional<std::int32_t> AtspiLink::peerProcess() const
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    int const descriptor = bus ? sd_bus_get_fd(bus.get()) : -1;
+    bool const isKnown =
+        descriptor >= 0 && ::getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+    return isKnown ? std::optional(peer.pid) : std::nullopt;
 }
 
 BusMessagePtr AtspiLink::newCall(std::string const& destination,

@@ -3,8 +3,10 @@
 #include "base/Clock.h"
 #include "platform/linux/dbus/BusMessages.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace zelvo {
@@ -27,6 +29,9 @@ public:
 
     bool isOpen() const { return bus != nullptr; }
     bool isDirect() const { return direct; }
+    /// The process at the other end, which for the bus is the bus itself. `nullopt` if the system does not
+    /// say.
+    std::optional<std::int32_t> peerProcess() const;
 
     /// A method call without arguments. Null if one of the names is malformed.
     BusMessagePtr newCall(std::string const& destination,

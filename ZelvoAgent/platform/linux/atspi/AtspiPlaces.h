@@ -18,6 +18,7 @@ struct AtspiScreen {
         {};                                                    ///< windows on the screen; blocks
     std::function<std::vector<DisplayLayout>()> displays = {}; ///< the main one first
     ReportedFrom from = ReportedFrom::screen;
+    std::function<bool()> isKnown = {}; ///< whether it is known where windows are; always, if empty
 };
 
 /// Where the elements of an application are on the screen. Thread: one.

@@ -12,6 +12,7 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t maxSearchedForMenuBar = 300;
+constexpr std::size_t maxLevels = 100; // Pages nest deeply.
 constexpr Duration maxWaking = 1s;     // Once per process; includes reading what was found.
 constexpr Duration describing = 200ms; // The part of it reserved for that reading.
 constexpr Duration wakingPause = 20ms;
@@ -25,10 +26,23 @@ std::vector<AccessibilityElement> handles(std::vector<AtspiNode::Index> const& i
     return elements;
 }
 
+/// Without places on the screen those in windows are still worth something.
+AtspiScreen usable(AtspiScreen screen)
+{
+    bool const isKnown = !screen.isKnown || screen.isKnown();
+    return isKnown ? std::move(screen) : AtspiScreen{.from = ReportedFrom::corner};
+}
+
+/// What an application shows beside its active window.
+bool popsUp(AtspiRole role)
+{
+    return role == AtspiRole::window || role == AtspiRole::popupMenu || role == AtspiRole::menu;
+}
+
 AtspiToolkit toolkitOf(std::string const& name, AtspiScreen const& screen)
 {
     AtspiToolkit toolkit = atspiToolkitOf(name);
-    toolkit.placesInWindow = toolkit.placesInWindow || screen.from == ReportedFrom::window;
+    toolkit.placesInWindow = toolkit.placesInWindow || screen.from != ReportedFrom::screen;
     return toolkit;
 }
 
@@ -40,7 +54,8 @@ AtspiReader::AtspiReader(Clock& clock,
                          AtspiScreen screen,
                          std::int32_t pid,
                          Duration messagingTimeout)
-    : clock(clock), knowledge(knowledge), screen(std::move(screen)), pid(pid), exchange(messagingTimeout)
+    : clock(clock), knowledge(knowledge), screen(usable(std::move(screen))), pid(pid),
+      exchange(messagingTimeout)
 {
     if (!link)
         return;
@@ -336,7 +351,7 @@ std::optional<AtspiNode::Index> AtspiReader::defaultButton()
 
 std::optional<AccessibilityElement> AtspiReader::elementAt(DesktopPoint point)
 {
-    if (!inquiry)
+    if (!inquiry || isRelative())
         return std::nullopt;
     auto const hit = onceBuilt([&] { return hitTest(point); });
     return hit ? std::optional(AccessibilityElement{*hit}) : std::nullopt;
@@ -414,6 +429,54 @@ bool AtspiReader::waitForMore()
 std::optional<std::int32_t> AtspiReader::processOf(AccessibilityElement element)
 {
     return isReadable(element) ? inquiry->processOf(element.index) : std::nullopt;
+}
+
+std::string AtspiReader::nameOf(AccessibilityElement element)
+{
+    if (!isReadable(element) || nodes[element.index].peer != found.peer)
+        return {};
+    return found.name + *nodes[element.index].path;
+}
+
+std::optional<AccessibilityElement> AtspiReader::find(std::string const& name)
+{
+    if (!inquiry || !name.starts_with(found.name + "/"))
+        return std::nullopt;
+    auto const index = nodes.find(found.peer, name.substr(found.name.size()));
+    return index && reach(*index) ? std::optional(AccessibilityElement{*index}) : std::nullopt;
+}
+
+bool AtspiReader::reach(Index index)
+{
+    std::vector<Index> chain = {index};
+    while (chain.back() != 0) {
+        auto const parent = inquiry->parentOf(chain.back());
+        if (!parent || chain.size() > maxLevels || std::ranges::find(chain, *parent) != chain.end())
+            return false;
+        chain.push_back(*parent);
+    }
+    for (std::size_t i = chain.size() - 1; i > 0; --i)
+        if (!nodes.hang(chain[i - 1], chain[i]))
+            return false;
+    known->identify(index);
+    return chain.size() > 1 && known->isShowing(index) && isInReach(chain[chain.size() - 2]);
+}
+
+bool AtspiReader::isInReach(Index window)
+{
+    known->identify(window);
+    return known->exists(window) &&
+           (nodes[window].has(AtspiState::active) || popsUp(nodes[window].role.value_or(AtspiRole::invalid)));
+}
+
+ElementDeed AtspiReader::press(AccessibilityElement element)
+{
+    return isReadable(element) ? edits->press(element.index) : ElementDeed::impossible;
+}
+
+ElementDeed AtspiReader::replaceText(AccessibilityElement element, std::string const& text)
+{
+    return isReadable(element) ? edits->replace(element.index, text) : ElementDeed::impossible;
 }
 
 std::optional<AtspiNode::Index> AtspiReader::menuBar()

@@ -45,12 +45,21 @@ public:
     std::optional<AccessibilityElement> elementAt(DesktopPoint point) override;
     std::optional<std::int32_t> processOf(AccessibilityElement element) override;
     bool hasFallenSilent() const override { return inquiry && exchange.isMissingAnswers(); }
+    bool isRelative() override { return screen.from == ReportedFrom::corner; }
+    std::string nameOf(AccessibilityElement element) override;
+    std::optional<AccessibilityElement> find(std::string const& name) override;
+    ElementDeed press(AccessibilityElement element) override;
+    ElementDeed replaceText(AccessibilityElement element, std::string const& text) override;
     bool setFlag(AccessibilityElement element, AccessibilityAttribute attribute, bool value) override;
 
 private:
     using Index = AtspiNode::Index;
 
     bool isReadable(AccessibilityElement element) const;
+    /// Hangs an element that was named into the tree. False if it is in no window of the application that a
+    /// click could reach.
+    bool reach(Index index);
+    bool isInReach(Index window);
     /// Reads its identity. False if it does not exist.
     bool meet(Index index);
     void follow(Index index);

@@ -153,6 +153,8 @@ ReportedPoint FrameMapping::reportedAt(FrameSpace const& space, DesktopPoint poi
 std::optional<FrameSpace> FrameMapping::spaceFor(ReportedWindow const& reported,
                                                  std::optional<std::size_t> window) const
 {
+    if (from == ReportedFrom::corner)
+        return fromCornerOf(reported);
     // Without a window to compare with, assume the toolkit's usual scale.
     bool const scalesItself = toolkit == "Qt" || toolkit == "Chromium";
     FrameSpace space{.scale = scalesItself ? layout.scale : 1, .visible = screen};
@@ -174,6 +176,19 @@ std::optional<FrameSpace> FrameMapping::spaceFor(ReportedWindow const& reported,
     if (toolkit == "GTK") {
         space.contentX = -space.scale * reported.onScreen.x;
         space.contentY = -space.scale * reported.onScreen.y;
+    }
+    return space;
+}
+
+FrameSpace FrameMapping::fromCornerOf(ReportedWindow const& reported) const
+{
+    ReportedRect const& whole = reported.onScreen;
+    FrameSpace space{.x = -static_cast<double>(whole.x), .y = -static_cast<double>(whole.y)};
+    if (whole.width > 0 && whole.height > 0)
+        space.visible = PixelRect{0, 0, whole.width, whole.height};
+    if (toolkit == "GTK") { // See spaceFor().
+        space.contentX = space.x;
+        space.contentY = space.y;
     }
     return space;
 }
@@ -212,7 +227,7 @@ PlacedElement FrameMapping::placeItself(FrameSpace const& parent,
     ProcessWindow const* const popup = reported && mayFillAPopup(role) ? popupOf(parent, *reported) : nullptr;
     if (popup)
         moveOnto(space, *popup, {reported->x, reported->y});
-    else if (from == ReportedFrom::window && leavesWindow(parent, role))
+    else if (from != ReportedFrom::screen && leavesWindow(parent, role))
         leaveWindow(space, role);
     if (reported && toolkit == "gtk")
         layOntoContainer(space, role, *reported);
@@ -273,6 +288,12 @@ bool FrameMapping::leavesWindow(FrameSpace const& parent, AtspiRole role) const
 /// GTK 3 reports the items of a menu relative to the menu's window, which no element fills.
 void FrameMapping::leaveWindow(FrameSpace& space, AtspiRole role) const
 {
+    if (from == ReportedFrom::corner) {
+        space.x = space.y = space.contentX = space.contentY = 0;
+        space.visible.reset();
+        space.isDropped = true;
+        return;
+    }
     auto const isPopup = [](ProcessWindow const& window) { return window.overrideRedirect; };
     auto const popup = std::ranges::find_if(windows, isPopup);
     space.isKnown = toolkit == "gtk" && (isMenuItem(role) || role == menu) &&

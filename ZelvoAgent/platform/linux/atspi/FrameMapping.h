@@ -50,6 +50,7 @@ struct FrontWindow {
 enum class ReportedFrom {
     screen, ///< what is not matched to a window is where it says
     window, ///< what is not matched to a window has no known place
+    corner, ///< nobody knows where windows are: places are given from the corner of each
 };
 
 /// Finds the real places of one application's elements. Toolkits report coordinates in pixels or scaled
@@ -94,6 +95,7 @@ private:
     placeItself(FrameSpace const& parent, AtspiRole role, std::optional<ReportedRect> const& reported) const;
     std::optional<FrameSpace> spaceFor(ReportedWindow const& reported,
                                        std::optional<std::size_t> window) const;
+    FrameSpace fromCornerOf(ReportedWindow const& reported) const;
     void moveOnto(FrameSpace& space, ProcessWindow const& popup, ReportedPoint corner) const;
     void leaveWindow(FrameSpace& space, AtspiRole role) const;
     bool leavesWindow(FrameSpace const& parent, AtspiRole role) const;

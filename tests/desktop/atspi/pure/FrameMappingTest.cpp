@@ -346,6 +346,30 @@ TEST(FrameMapping, goesByTheToolkitsHabitWhenNoWindowIsKnown)
               (DesktopRect{75, 50, 254, 250}));
 }
 
+/// Nothing says where windows are.
+TEST(FramesFromTheCorner, beginWhereTheWindowBegins)
+{
+    // GTK 3 with the shadow that it draws itself.
+    FrameMapping const gtk("gtk", {{"Lab", {26, 23, 400, 300}}}, {}, {}, ReportedFrom::corner);
+    EXPECT_EQ(placeOf(gtk, {{frame, {26, 23, 400, 300}}}), (DesktopRect{0, 0, 400, 300}));
+    EXPECT_EQ(placeOf(gtk, {{frame, {26, 23, 400, 300}}, {pushButton, {36, 43, 80, 30}}}),
+              (DesktopRect{10, 20, 80, 30}));
+    // What is scrolled out of the window is not drawn.
+    EXPECT_EQ(placeOf(gtk, {{frame, {26, 23, 400, 300}}, {pushButton, {36, 900, 80, 30}}}), std::nullopt);
+
+    FrameMapping const qt("Qt", {{"Lab", {0, 0, 400, 300}}}, {}, doubled, ReportedFrom::corner);
+    EXPECT_TRUE(qt.windowsAt({10, 10}).empty());
+}
+
+TEST(FramesFromTheCorner, beginWhereAMenuBegins)
+{
+    FrameMapping const mapping("Qt", {{"Lab", {0, 0, 400, 300}}}, {}, {}, ReportedFrom::corner);
+    EXPECT_EQ(
+        placeOf(mapping,
+                {{frame, {0, 0, 400, 300}}, {popupMenu, {0, 0, 200, 600}}, {menuItem, {5, 500, 190, 25}}}),
+        (DesktopRect{5, 500, 190, 25}));
+}
+
 TEST(FrameMapping, survivesWildNumbers)
 {
     ProcessWindow const window{.title = "a", .inner = {0, 0, 400, 300}, .outer = {0, 0, 400, 300}};

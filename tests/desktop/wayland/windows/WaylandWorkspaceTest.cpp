@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/windows/WaylandWorkspace.h"
 
 #include "desktop/wayland/windows/WindowsFixture.h"
+#include "fakes/FakeClientList.h"
 #include "fakes/ManualClock.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/wayland/windows/WaylandApplicationWindows.h"
@@ -158,6 +159,35 @@ TEST_F(WaylandWorkspaceTest, doesNotGuessWhatIsInFrontWhenTheCompositorDoesNotAn
     EXPECT_THROW(
         run(io, workspace.openApplication("/a/writer.desktop", Workspace::NotRunning::isStarted, {})),
         std::runtime_error);
+}
+
+/// Nothing but its program says what the process in front is.
+TEST_F(WaylandWorkspaceTest, hidesAnUnknownProgramWithAnyWhereNobodySeesWindows)
+{
+    auto const isHidden = [this](std::int32_t pid, std::string const& name) {
+        active = pid;
+        return unseeing.frontmostApplication()->names.isHidden({name});
+    };
+    EXPECT_TRUE(isHidden(python, "org.example.Script")); // It may run just that.
+    EXPECT_FALSE(isHidden(editor, "org.example.Script"));
+    EXPECT_TRUE(isHidden(office, "calc"));
+    EXPECT_TRUE(isHidden(office, "writer"));
+    EXPECT_FALSE(isHidden(ownPid, "org.example.Script"));
+}
+
+TEST_F(WaylandWorkspaceTest, believesOnlyClientsOfTheCompositorToBeActive)
+{
+    FakeClientList clients;
+    ActiveProcess const known = amongClients([this] { return active; }, clients);
+    EXPECT_EQ(known(), std::nullopt);
+    EXPECT_EQ(clients.looks, 0);
+
+    active = editor;
+    EXPECT_EQ(known(), std::nullopt);
+    clients.connected = {{office, editor}};
+    EXPECT_EQ(known(), editor);
+    clients.connected.reset();
+    EXPECT_EQ(known(), std::nullopt);
 }
 
 /// Opening, with a real program.

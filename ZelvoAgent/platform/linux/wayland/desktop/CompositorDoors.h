@@ -34,8 +34,8 @@ struct CompositorDoors {
     /// The active layout among those of the seat's keymap; `nullopt` if nobody says. Blocks.
     std::function<std::optional<std::uint32_t>()> activeLayout = [] { return std::nullopt; };
 
-    /// Whether pictures can be taken and windows be seen, the grant aside. Without windows nothing may be
-    /// done: nobody could say whose a point is. Never wait.
+    /// Whether pictures can be taken and windows be seen, the grant aside. Without windows no event may be
+    /// made: nobody could say whose a point is. Elements can then be operated all the same. Never wait.
     std::function<bool()> seesScreen = [] { return true; };
     std::function<bool()> seesWindows = [] { return true; };
     /// Whether the person shared this monitor. Never waits.

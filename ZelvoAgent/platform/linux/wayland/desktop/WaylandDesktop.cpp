@@ -53,10 +53,11 @@ WaylandDesktop::WaylandDesktop(DesktopParts const& parts,
       keymaps(parts.contexts, WaylandClient::open()),
       desktopWindows(doors.windows.get(), [this] { return entries.current(); }),
       windowList(desktopWindows, [this] { return monitors->current(); }), windowFocus(desktopWindows),
-      fronts(parts.contexts, doors.windows.get()), applicationWindows(desktopWindows),
+      fronts(parts.contexts, doors.windows.get()),
+      applicationWindows(desktopWindows, [this] { return activeProcess(); }),
       opener(parts.contexts, parts.clock, entries, applicationWindows, parts.user),
-      applications(desktopWindows, &opener), presence(presenceParts()), pictures(screenParts()),
-      drawing(parts.contexts, parts.clock, *doors.frames),
+      applications(desktopWindows, &opener, [this] { return activeProcess(); }), presence(presenceParts()),
+      pictures(screenParts()), drawing(parts.contexts, parts.clock, *doors.frames),
       streams(parts.contexts, parts.clock, pictures, drawing),
       drawingWatches(parts.contexts, pictures, drawing), systemTray(parts.contexts, parts.user, nullptr),
       sessionEvents(parts.contexts,
@@ -147,7 +148,8 @@ WaylandEventPosting::Parts WaylandDesktop::postingParts()
             .pointer = [this] { return pointerNow(); },
             .front = [this] { return processInFront(); },
             .insertion = insertion,
-            .clipboard = doors.clipboard ? &clipboard : nullptr};
+            .clipboard = doors.clipboard ? &clipboard : nullptr,
+            .seesWindows = [this] { return doors.seesWindows(); }};
 }
 
 AtspiScreen WaylandDesktop::elementScreen()
@@ -158,7 +160,8 @@ AtspiScreen WaylandDesktop::elementScreen()
                     return seen ? elementWindows(*seen, pid) : std::vector<ProcessWindow>();
                 },
             .displays = [this] { return elementDisplays(monitors->current()); },
-            .from = ReportedFrom::window};
+            .from = ReportedFrom::window,
+            .isKnown = [this] { return doors.seesWindows(); }};
 }
 
 DesktopFacts WaylandDesktop::facts()
@@ -174,8 +177,7 @@ Permissions WaylandDesktop::permissions() const
     bool const isThere = client->isAlive();
     bool const isGranted = state == DesktopGrant::State::granted;
     bool const mayLook = isThere && (isGranted || state == DesktopGrant::State::partly);
-    return {.accessibility = isThere && isGranted && doors.seesWindows(),
-            .screenRecording = mayLook && doors.seesScreen()};
+    return {.accessibility = isThere && isGranted, .screenRecording = mayLook && doors.seesScreen()};
 }
 
 std::optional<PermissionCause> WaylandDesktop::missingGrant() const
@@ -211,9 +213,11 @@ PermissionCauses WaylandDesktop::causes() const
         if (missing->kind != Kind::grantWithoutInput)
             all.screenRecording.push_back(*missing);
     }
-    std::ranges::move(doors.missingForWindows(), std::back_inserter(all.accessibility));
     std::ranges::move(doors.missingForScreen(), std::back_inserter(all.screenRecording));
-    all.lacks = doors.lacks();
+    for (PermissionCause& missing : doors.missingForWindows())
+        if (std::ranges::find(all.screenRecording, missing) == all.screenRecording.end())
+            all.lacks.push_back(std::move(missing));
+    std::ranges::move(doors.lacks(), std::back_inserter(all.lacks));
     return all;
 }
 
@@ -242,6 +246,12 @@ std::optional<LogicalPoint> WaylandDesktop::pointerNow() const
         return std::nullopt;
     auto const now = doors.windows->look();
     return now ? now->pointer : std::nullopt;
+}
+
+std::optional<std::int32_t> WaylandDesktop::activeProcess()
+{
+    auto const active = [this] { return elements.activeProcess(); };
+    return doors.seesWindows() ? std::nullopt : amongClients(active, clients)();
 }
 
 std::optional<std::int32_t> WaylandDesktop::processInFront()

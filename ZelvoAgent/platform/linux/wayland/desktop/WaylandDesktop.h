@@ -79,6 +79,8 @@ private:
     void request(PermissionCause::Kind kind);
     std::optional<SeatKeymap> keymapNow() const;
     std::optional<LogicalPoint> pointerNow() const;
+    /// Where nobody sees the windows: the process whose accessible window is active. Blocks.
+    std::optional<std::int32_t> activeProcess();
     std::optional<std::int32_t> processInFront();
     std::vector<std::string> unreadableApplications();
 

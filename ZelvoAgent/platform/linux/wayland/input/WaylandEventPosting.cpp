@@ -28,6 +28,22 @@ DetailedAgentError cannotType()
             .details = {}};
 }
 
+/// Whether an event presses or types something.
+bool isPress(PostedEvent const& event)
+{
+    if (auto const* const mouse = std::get_if<MouseEvent>(&event))
+        return mouse->kind == MouseEvent::Kind::down;
+    if (auto const* const key = std::get_if<KeyEvent>(&event))
+        return key->kind == KeyEvent::Kind::down;
+    return true;
+}
+
+bool isPointing(PostedEvent const& event)
+{
+    auto const* const mouse = std::get_if<MouseEvent>(&event);
+    return mouse && mouse->kind != MouseEvent::Kind::up;
+}
+
 /// Line ends as '\n' each, tabs, and no other control characters, which no way carries.
 std::string typable(std::string const& text)
 {
@@ -75,6 +91,10 @@ std::optional<Instant> WaylandEventPosting::earliestClick(DesktopPoint point)
 Task<bool> WaylandEventPosting::post(PostedEvent event)
 {
     auto const mine = co_await turn.lock();
+    if (!seesWindows() && isPress(event))
+        throw AgentError::machineUnavailable;
+    if (!seesWindows() && isPointing(event))
+        co_return false;
     if (auto* const mouse = std::get_if<MouseEvent>(&event))
         co_return co_await make(*mouse);
     if (auto* const key = std::get_if<KeyEvent>(&event))
@@ -86,7 +106,8 @@ Task<bool> WaylandEventPosting::post(PostedEvent event)
 
 Task<bool> WaylandEventPosting::make(MouseEvent event)
 {
-    if (!co_await switches.moveTo(parts.monitors().toLogical(event.point)))
+    // What is held is released in any case.
+    if (seesWindows() && !co_await switches.moveTo(parts.monitors().toLogical(event.point)))
         co_return false;
     {
         std::scoped_lock const guard(lock);
@@ -162,6 +183,8 @@ Task<> WaylandEventPosting::beginText(std::string text)
 {
     co_await endText(); // The text before may never have been ended.
     auto const mine = co_await turn.lock();
+    if (!seesWindows())
+        throw AgentError::machineUnavailable;
     if (!switches.door())
         co_return;
     for (TextWay* const one : std::array<TextWay*, 4>{&byKeymap, &byKeys, &byInsertion, &byPaste})

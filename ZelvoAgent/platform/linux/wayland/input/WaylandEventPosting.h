@@ -27,7 +27,9 @@ namespace zelvo {
 /// Makes events through the compositor's doors. A text takes the first way that can carry all of it: a keymap
 /// of its own, the keys of the layout, insertion by the accessibility bus, the clipboard. Thread: as
 /// EventPosting. Failures: without an open door every event gives false; beginText() throws
-/// DetailedAgentError for a text that no way can carry.
+/// DetailedAgentError for a text that no way can carry. While nobody sees the windows, whoever is pressed or
+/// typed to is unknown: beginText() and presses then throw AgentError::machineUnavailable, and the pointer
+/// stays where it is.
 class WaylandEventPosting final : public EventPosting, public KeyboardLayout {
 public:
     /// All of it outlives this.
@@ -40,7 +42,8 @@ public:
         std::function<std::optional<LogicalPoint>()> pointer; ///< blocks; `nullopt` if it is unknown
         std::function<std::optional<std::int32_t>()> front;   ///< the process in front; blocks
         TextInsertion& insertion;
-        LentPasteboard* clipboard = nullptr; ///< null if there is none
+        LentPasteboard* clipboard = nullptr;    ///< null if there is none
+        std::function<bool()> seesWindows = {}; ///< always, if empty; never waits
     };
 
     explicit WaylandEventPosting(Parts parts);
@@ -57,6 +60,7 @@ public:
     Task<std::vector<std::vector<std::string>>> chordsOf(KeyEvent event) override;
 
 private:
+    bool seesWindows() const { return !parts.seesWindows || parts.seesWindows(); }
     Task<bool> make(MouseEvent event);
     Task<bool> make(KeyEvent event);
     Task<bool> make(ScrollEvent event);

@@ -46,13 +46,25 @@ bool CompositorWindows::putInFront(std::uint32_t window)
 
 RunningApplication CompositorWindows::program(std::int32_t pid) const
 {
+    return program(pid, false);
+}
+
+RunningApplication CompositorWindows::certainProgram(std::int32_t pid) const
+{
+    return program(pid, true);
+}
+
+RunningApplication CompositorWindows::program(std::int32_t pid, bool mustHaveEntry) const
+{
     // As if it had one window that says nothing.
     ClientWindow const window{.id = 1, .pid = pid};
     ClientWindows const windows{.lastActiveFirst = {&window}};
     KnownProcesses const processes(facts);
     auto const index = readEntries();
     auto const applications = windowApplications(windows, *index, own, processes);
-    return runningApplication(applications.at(window.id), window, processes);
+    WindowApplication known = applications.at(window.id);
+    known.names.isHiddenWithAny |= mustHaveEntry && !known.entry && pid != own;
+    return runningApplication(known, window, processes);
 }
 
 } // namespace zelvo

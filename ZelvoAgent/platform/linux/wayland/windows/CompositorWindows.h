@@ -41,8 +41,13 @@ public:
     std::int32_t ownPid() const { return own; }
     /// The application of a process by its program alone. It has no names if there is no such process.
     RunningApplication program(std::int32_t pid) const;
+    /// The same where nothing else will say which application it is: hidden if anything is, unless a desktop
+    /// entry is of that very program. An interpreter could run a hidden one.
+    RunningApplication certainProgram(std::int32_t pid) const;
 
 private:
+    RunningApplication program(std::int32_t pid, bool mustHaveEntry) const;
+
     WindowSource* source;
     Entries readEntries;
     std::int32_t own;
