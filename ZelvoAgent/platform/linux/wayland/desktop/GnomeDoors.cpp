@@ -24,10 +24,15 @@ namespace {
 
 using Kind = PermissionCause::Kind;
 
+std::filesystem::path ownProgram()
+{
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
+
 /// What all parts that talk to the extension share.
 struct Shell {
     explicit Shell(DesktopParts const& parts)
-        : presence(parts.contexts.agent, parts.user), install(xdg::dataHome(), link)
+        : presence(parts.contexts.agent, parts.user), install(xdg::sessionDataHome(), link)
     {
     }
 
@@ -35,17 +40,22 @@ struct Shell {
     {
         if (presence.isPresent())
             return std::nullopt;
-        switch (install.state()) {
-        case ShellExtensionInstall::State::noShell:
+        using State = ShellExtensionInstall::State;
+        State const state = install.state();
+        if (state == State::needsLogin || state == State::disabled || state == State::enabled)
+            if (auto const other = install.otherProgram(ownProgram()))
+                return PermissionCause{Kind::extensionOfAnother, {other->string()}};
+        switch (state) {
+        case State::noShell:
             return PermissionCause{Kind::noWindowPlaces};
-        case ShellExtensionInstall::State::unsupported:
+        case State::unsupported:
             return PermissionCause{Kind::extensionUnsupported};
-        case ShellExtensionInstall::State::absent:
+        case State::absent:
             return PermissionCause{Kind::extensionNotInstalled};
-        case ShellExtensionInstall::State::disabled:
+        case State::disabled:
             return PermissionCause{Kind::extensionDisabled};
-        case ShellExtensionInstall::State::needsLogin:
-        case ShellExtensionInstall::State::enabled: // It does not answer yet.
+        case State::needsLogin:
+        case State::enabled: // It does not answer yet.
             return PermissionCause{Kind::extensionNeedsSignIn};
         }
         return std::nullopt;
@@ -56,7 +66,7 @@ struct Shell {
     {
         if (kind == Kind::extensionNotInstalled)
             if (auto const version = install.shellVersion())
-                install.write(*version, std::filesystem::read_symlink("/proc/self/exe"));
+                install.write(*version, ownProgram());
         if (kind == Kind::extensionNotInstalled || kind == Kind::extensionDisabled)
             install.enable();
     }
