@@ -37,8 +37,11 @@ protected:
     void startKeyRing()
     {
         desktop().start(
-            {"sh", "-c", "printf '\\n' | gnome-keyring-daemon --unlock --components=secrets --foreground"});
-        require("the key ring", [&] {
+            {"sh", "-c",
+             "printf '\\n' | gnome-keyring-daemon --replace --unlock --components=secrets --foreground"});
+        // A question would start a locked one.
+        require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
+        require("the open key ring", [&] {
             return askBus("org.freedesktop.secrets", "/org/freedesktop/secrets",
                           "org.freedesktop.Secret.Service.ReadAlias", "default")
                        .find("collection") != std::string::npos;

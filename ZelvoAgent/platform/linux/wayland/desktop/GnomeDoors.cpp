@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/desktop/GnomeDoors.h"
 
+#include "base/LockedBox.h"
 #include "platform/linux/system/XdgFolders.h"
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 #include "platform/linux/wayland/pipewire/PipewireFrames.h"
@@ -69,12 +70,15 @@ struct Shell {
                 install.write(*version, ownProgram());
         if (kind == Kind::extensionNotInstalled || kind == Kind::extensionDisabled)
             install.enable();
+        if (auto const report = changed.get())
+            report();
     }
 
     ShellLink link;     // for short questions
     ShellLink painting; // for pictures
     ShellPresence presence;
     ShellExtensionInstall install;
+    LockedBox<std::function<void()>> changed;
 };
 
 /// Hands the streams of each new grant over, and takes them back at its end.
@@ -134,6 +138,7 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
     };
     doors.missingForScreen = doors.missingForWindows;
     doors.observe = [shell](std::function<void()> changed) {
+        shell->changed.set(changed);
         shell->presence.whenPresent(std::move(changed));
     };
     doors.request = [shell, workers = parts.contexts.workers](Kind kind) {
