@@ -1,12 +1,11 @@
 #include "end_to_end/TrialRun.h"
 #include "end_to_end/wayland/WaylandFixture.h"
-#include "platform/linux/wayland/kwin/KwinPermissionFile.h"
 #include "unit/system/TemporaryFolder.h"
 
 #include <algorithm>
-#include <csignal>
-#include <fstream>
+#include <iterator>
 #include <map>
+#include <regex>
 
 namespace zelvo::test {
 namespace {
@@ -69,6 +68,18 @@ protected:
         } catch (std::runtime_error const&) {
             return "";
         }
+    }
+    // The scripts in KWin, at the paths of Plasma 5 and 6.
+    long scriptsInKwin()
+    {
+        std::regex const script("node (Script)?[0-9]+ ");
+        long count = 0;
+        for (char const* const path : {"/", "/Scripting"}) {
+            std::string const nodes = desktop().run(
+                {"gdbus", "introspect", "--session", "--dest", "org.kde.KWin", "--object-path", path});
+            count += std::distance(std::sregex_iterator(nodes.begin(), nodes.end(), script), {});
+        }
+        return count;
     }
     // All files and folders of the home but those of the clone, with their contents; what the desktop itself
     // writes is left out.
@@ -170,6 +181,8 @@ TEST_P(OwnSession, disturbsNoRunningZelvo)
 
     startTrial();
     EXPECT_EQ(failureOf("permissions.get"), "ok");
+    if (GetParam() == Compositor::kwin)
+        EXPECT_TRUE(waitFor([&] { return scriptsInKwin() == 2; }));
     EXPECT_EQ(agent->startAgain({}), 0); // The running one opens its window.
     EXPECT_EQ(trial->end(), 0) << trial->said();
 
