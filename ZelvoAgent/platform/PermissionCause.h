@@ -27,6 +27,7 @@ struct PermissionCause {
         extensionNeedsSignIn, ///< installed; the desktop looks at it when the person signs in
         extensionDisabled,
         extensionUnsupported, ///< not made for this version of the desktop
+        extensionOfAnother,   ///< `names`: the program that the installed extension answers
         programNotRegistered, ///< the desktop does not know the program, so it refuses pictures
 
         // What a desktop cannot give, whatever the person allows.

@@ -64,6 +64,8 @@ Keys keysOf(PermissionCause::Kind kind)
                 "permission.action.enable"};
     case Kind::extensionUnsupported:
         return {"permission.cause.extensionUnsupported", "permission.cure.extensionUnsupported"};
+    case Kind::extensionOfAnother:
+        return {"permission.cause.extensionOfAnother", "permission.cure.extensionOfAnother"};
     case Kind::programNotRegistered:
         return {"permission.cause.programNotRegistered", "permission.cure.programNotRegistered",
                 "permission.action.register"};

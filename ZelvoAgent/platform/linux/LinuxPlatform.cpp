@@ -38,6 +38,20 @@ bool wasPutBack()
     return own && isVersionBelow(*own, rejected);
 }
 
+/// Whether this program keeps apart from a Zelvo of the same person on the same session bus: it leaves the
+/// bus name and the key ring to that one.
+bool isSeparate(InformationDictionary const& info)
+{
+    return info.text("ZelvoInstance") == "separate";
+}
+
+BusConnection::Open openBusOfInstance(InformationDictionary const& info)
+{
+    if (isSeparate(info))
+        return [] { return BusPtr(); };
+    return openSessionBus;
+}
+
 /// The Linux machine: its desktop, D-Bus and the ordinary files. Members stand in the order in which they
 /// need each other. The desktop is made when it is first asked for, on the main thread: a second start of the
 /// program hands over and ends without touching it.
@@ -49,12 +63,17 @@ public:
           fileSystem(xdg::home(), FolderWalk(), xdg::privateFolders()), machineFacts("/", xdg::home()),
           path(contexts.agent), system(contexts.agent, time, openSystemBus),
           user(contexts.agent, time, openSessionBus),
-          instance(contexts, time, openSessionBus, LinuxSingleInstance::lockFolder()),
+          instance(contexts, time, openBusOfInstance(info), LinuxSingleInstance::lockFolder()),
           installed(
               runningProgram(),
               {.dataHome = xdg::dataHome(), .configHome = xdg::configHome(), .runtime = xdg::runtimeFolder()},
               [](auto const& entry) { makeDefaultHandler(entry, "x-scheme-handler/zelvo"); }),
-          secretStore(contexts, time, xdg::keychainFolder(), watchSecrets()),
+          secretStore(contexts,
+                      time,
+                      xdg::keychainFolder(),
+                      watchSecrets(),
+                      isSeparate(info) ? LinuxSecretStore::Places::files
+                                       : LinuxSecretStore::Places::serviceAndFiles),
           assertions(contexts.agent, system, user), notices(user), opener(contexts), loading(contexts),
           processes(contexts), folders(xdg::configHome(), xdg::home()),
           fileReveal(contexts.workers,

@@ -176,6 +176,24 @@ TEST_F(KeyRing, thatIsMissingLeavesTheFile)
     EXPECT_EQ(facts.st_mode & 0777u, 0700u);
 }
 
+TEST_F(KeyRing, isLeftAloneByAStoreOfFiles)
+{
+    startOpenRing();
+    set("another's");
+    store = std::make_unique<LinuxSecretStore>(running.contexts(), running.clock, folder(),
+                                               LinuxSecretStore::Watch(), LinuxSecretStore::Places::files);
+
+    EXPECT_EQ(get(), std::nullopt);
+    set("t0ken");
+    EXPECT_EQ(get(), "t0ken");
+    EXPECT_EQ(contentOfFile(), "t0ken");
+    EXPECT_EQ(lookup(), "another's");
+    remove();
+    EXPECT_EQ(get(), std::nullopt);
+    EXPECT_EQ(lookup(), "another's");
+    EXPECT_TRUE(std::filesystem::is_empty(folder()));
+}
+
 TEST_F(KeyRing, thatIsLockedCountsAsNotAnswering)
 {
     startOpenRing();

@@ -2,12 +2,18 @@
 import os
 import pathlib
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
+import unittest.mock
 
 ROOT = pathlib.Path(sys.argv.pop(1))
+sys.dont_write_bytecode = True
+sys.path.append(str(ROOT / "scripts"))
+import own_session  # noqa: E402
 LISTED = [path for folder in ("scripts", ".ci") for path in sorted((ROOT / folder).iterdir()) if path.is_file()]
 BASH = [path for path in LISTED if path.read_text().startswith("#!/usr/bin/env bash")]
 
@@ -190,6 +196,92 @@ class Run(Folder):
         ended = run([ROOT / "scripts/run", self.folder])
         self.assertEqual(ended.returncode, 1)
         self.assertIn("zelvo-agent is missing", ended.stdout)
+
+
+class OwnSession(Folder):
+    """With programs in place of those that reach the session of whoever runs the tests."""
+
+    def setUp(self):
+        super().setUp()
+        self.data = self.folder / "data"
+        self.calls = self.folder / "calls"
+        self.agent = self.folder / "build/run/bin/zelvo-agent"
+        for name in ("dbus-send", "gsettings"):
+            self.program(name, f"#!/bin/sh\necho {name} \"$@\" >> {self.calls}\necho \"['one@x', 'zelvo@zelvo.dev']\"\n")
+        variables = {"PATH": f"{self.folder}:{os.environ['PATH']}", "XDG_DATA_HOME": str(self.data),
+                     "XDG_RUNTIME_DIR": str(self.folder), "WAYLAND_DISPLAY": "wayland-7"}
+        patched = unittest.mock.patch.dict(os.environ, variables)
+        patched.start()
+        self.addCleanup(patched.stop)
+
+    def write(self, name, text):
+        path = self.data / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text)
+        return path
+
+    def put_traces(self):
+        """What the buttons of a trial's welcome window leave."""
+        self.extension = self.write("gnome-shell/extensions/zelvo@zelvo.dev/program", f"{self.agent}\n").parent
+        self.entry = self.write("applications/dev.zelvo.agent.kwin-2.desktop", f"[Desktop Entry]\nExec={self.agent}\nNoDisplay=true\n")
+
+    def test_ctrl_c_removes_what_names_the_trial(self):
+        traces = own_session.Traces(self.agent)
+        self.put_traces()
+        self.assertEqual(traces.remove(is_session_ending=False), [str(self.entry), str(self.extension)])
+        self.assertEqual(list(self.data.iterdir()), [])
+        self.assertIn("gsettings set org.gnome.shell enabled-extensions ['one@x']\n", self.calls.read_text())
+        self.assertIn("DisableExtension string:zelvo@zelvo.dev\n", self.calls.read_text())
+
+    def test_the_end_of_the_session_leaves_the_extension_for_the_next(self):
+        traces = own_session.Traces(self.agent)
+        self.put_traces()
+        self.assertEqual(traces.remove(is_session_ending=True), [str(self.entry)])
+        self.assertTrue(own_session.Traces(self.agent).has_extension())
+        self.assertFalse(self.calls.exists())
+
+    def test_what_names_another_program_stays(self):
+        self.put_traces()
+        traces = own_session.Traces(self.folder / "usr/bin/zelvo-agent")
+        self.assertEqual(traces.other_program(), str(self.agent))
+        self.assertEqual(traces.remove(is_session_ending=False), [])
+        self.assertTrue(self.entry.exists() and (self.extension / "program").exists())
+        self.assertFalse(self.calls.exists())
+
+    def test_folders_of_the_person_stay(self):
+        (self.data / "applications").mkdir(parents=True)
+        traces = own_session.Traces(self.agent)
+        self.put_traces()
+        traces.remove(is_session_ending=False)
+        self.assertEqual([path.name for path in self.data.iterdir()], ["applications"])
+
+    def test_an_installed_zelvos_lock_is_not_linked(self):
+        (self.folder / "dev.zelvo.agent.lock").touch()
+        (self.folder / "pulse").mkdir()
+        with tempfile.TemporaryDirectory() as runtime:
+            made = own_session.environment(pathlib.Path(runtime))
+            self.assertTrue((pathlib.Path(runtime) / "pulse").is_symlink())
+            self.assertFalse((pathlib.Path(runtime) / "dev.zelvo.agent.lock").exists())
+        self.assertEqual(made["WAYLAND_DISPLAY"], str(self.folder / "wayland-7"))
+        self.assertEqual(made["ZELVO_SESSION_DATA_HOME"], str(self.data))
+
+    def test_only_a_compositor_that_answers_counts(self):
+        path = own_session.compositor()
+        self.assertFalse(own_session.answers(path))
+        with socket.socket(socket.AF_UNIX) as listening:
+            listening.bind(str(path))
+            listening.listen()
+            for answer in (b"\0" * 12, b""):
+                def serve(reply=answer):
+                    connection = listening.accept()[0]
+                    with connection:
+                        self.asked = connection.recv(100)
+                        connection.sendall(reply)
+                server = threading.Thread(target=serve)
+                server.start()
+                self.assertEqual(own_session.answers(path), bool(answer))
+                server.join()
+                self.assertEqual(len(self.asked), 12)
 
 
 unittest.main()

@@ -267,6 +267,23 @@ TEST(PrivateFolders, holdTheInstalledProgram)
     EXPECT_NE(std::ranges::find(folders, xdg::dataHome() / "zelvo-agent"), folders.end());
 }
 
+TEST(PrivateFolders, holdThoseOfAnotherZelvoOfTheSamePerson)
+{
+    ::setenv("HOME", "/home/ann", 1);
+    ::setenv("XDG_CONFIG_HOME", "/trial/config", 1);
+    ::setenv("XDG_DATA_HOME", "/trial/data", 1);
+    ::setenv("ZELVO_SESSION_DATA_HOME", "/ann/data", 1);
+
+    auto const folders = xdg::privateFolders();
+
+    for (char const* const name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "ZELVO_SESSION_DATA_HOME"})
+        ::unsetenv(name);
+    for (char const* const folder :
+         {"/trial/config/dev.zelvo.agent", "/trial/data/dev.zelvo.agent", "/ann/data/dev.zelvo.agent",
+          "/home/ann/.config/dev.zelvo.agent", "/home/ann/.local/share/dev.zelvo.agent"})
+        EXPECT_NE(std::ranges::find(folders, folder), folders.end()) << folder;
+}
+
 } // namespace
 
 } // namespace zelvo

@@ -33,16 +33,17 @@ bool isFileName(SecretName const& name)
 /// The service and the files together, on the strand.
 class LinuxSecretStore::Rings {
 public:
-    Rings(Executor agent, Clock& clock, fs::path folder)
-        : service(std::move(agent), clock), folder(std::move(folder))
+    Rings(Executor agent, Clock& clock, fs::path folder, Places places) : folder(std::move(folder))
     {
+        if (places == Places::serviceAndFiles)
+            service.emplace(std::move(agent), clock);
     }
 
     std::optional<std::string> get(SecretName const& name)
     {
         std::optional<std::string> secret;
-        if (isMadeUp(name))
-            secret = service.get(name).secret;
+        if (service && isMadeUp(name))
+            secret = service->get(name).secret;
         if (!secret)
             if (auto file = files::read(fileOf(name), maxSecret))
                 secret = std::move(file->content);
@@ -51,19 +52,20 @@ public:
 
     void set(SecretName const& name, std::string const& secret)
     {
-        if (service.set(name, secret)) {
+        if (service && service->set(name, secret)) {
             drop(fileOf(name));
             drop(noteOf(name));
             return;
         }
         // The note first: with the file alone, a service that returns would win with its old value.
-        write(noteOf(name), "");
+        if (service)
+            write(noteOf(name), "");
         write(fileOf(name), secret);
     }
 
     void remove(SecretName const& name)
     {
-        bool const isGone = service.remove(name);
+        bool const isGone = !service || service->remove(name);
         if (isGone)
             drop(noteOf(name));
         else if (files::makePrivateFolder(folder))
@@ -86,7 +88,7 @@ private:
         if (!files::identityOf(noteOf(name)))
             return true;
         auto const file = files::read(fileOf(name), maxSecret);
-        if (file ? !service.set(name, file->content) : !service.remove(name))
+        if (file ? !service->set(name, file->content) : !service->remove(name))
             return false;
         drop(fileOf(name));
         drop(noteOf(name));
@@ -102,7 +104,7 @@ private:
 
     static void drop(fs::path const& path) { ::unlink(path.c_str()); }
 
-    SecretServiceCalls service;
+    std::optional<SecretServiceCalls> service;
     fs::path folder;
 };
 
@@ -111,12 +113,13 @@ struct LinuxSecretStore::Observer {
     std::function<void()> call; // lock
 };
 
-LinuxSecretStore::LinuxSecretStore(Contexts const& contexts, Clock& clock, fs::path folder, Watch watch)
+LinuxSecretStore::LinuxSecretStore(
+    Contexts const& contexts, Clock& clock, fs::path folder, Watch watch, Places places)
     : contexts(contexts), strand(asio::make_strand(contexts.workers)),
-      rings(std::make_shared<Rings>(contexts.agent, clock, std::move(folder))),
+      rings(std::make_shared<Rings>(contexts.agent, clock, std::move(folder), places)),
       observer(std::make_shared<Observer>())
 {
-    if (!watch)
+    if (!watch || places == Places::files)
         return;
     watch([main = contexts.main, weak = std::weak_ptr(observer)] {
         asio::post(main, [weak] {

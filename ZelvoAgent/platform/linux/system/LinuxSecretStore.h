@@ -18,9 +18,18 @@ public:
     /// Calls its argument, on any thread, each time the key ring appears or is unlocked.
     using Watch = std::function<void(std::function<void()> onAvailable)>;
 
+    enum class Places {
+        serviceAndFiles,
+        files, ///< the service is never asked
+    };
+
     /// folder  for the files, which are named SERVICE.ACCOUNT; made with mode 0700 at the first write; watch
     /// may be empty: then nobody is notified
-    LinuxSecretStore(Contexts const& contexts, Clock& clock, std::filesystem::path folder, Watch watch);
+    LinuxSecretStore(Contexts const& contexts,
+                     Clock& clock,
+                     std::filesystem::path folder,
+                     Watch watch,
+                     Places places = Places::serviceAndFiles);
     ~LinuxSecretStore() override;
 
     Task<std::optional<std::string>> get(std::string service, std::string account) override;

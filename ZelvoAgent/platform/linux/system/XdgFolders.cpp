@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace zelvo::xdg {
@@ -49,6 +50,11 @@ fs::path dataHome()
     return absoluteIn("XDG_DATA_HOME").value_or(home() / ".local" / "share");
 }
 
+fs::path sessionDataHome()
+{
+    return absoluteIn("ZELVO_SESSION_DATA_HOME").value_or(dataHome());
+}
+
 std::optional<fs::path> runtimeFolder()
 {
     return absoluteIn("XDG_RUNTIME_DIR");
@@ -76,8 +82,14 @@ fs::path updatesFolder()
 
 std::vector<fs::path> privateFolders()
 {
-    return {settingsFolder(), dataHome() / identifier, dataHome() / "zelvo-agent",
-            dataHome() / "zelvo-gateway"};
+    std::vector<fs::path> folders = {settingsFolder(), home() / ".config" / identifier};
+    for (fs::path const& data : {dataHome(), sessionDataHome(), home() / ".local" / "share"})
+        for (char const* const name : {identifier, "zelvo-agent", "zelvo-gateway"})
+            folders.push_back(data / name);
+    std::ranges::sort(folders);
+    auto const repeated = std::ranges::unique(folders); // Usually most of them are the same.
+    folders.erase(repeated.begin(), repeated.end());
+    return folders;
 }
 
 } // namespace zelvo::xdg

@@ -79,7 +79,10 @@ TEST_F(ShellWindowsTest, answersNoOtherProgram)
 {
     startGnome({}, "/usr/bin/env");
 
+    ShellExtensionInstall const install(gnome->dataHome(), *link);
     ASSERT_EQ(ShellExtensionInstall(gnome->dataHome(), *link).state(), State::enabled);
+    EXPECT_EQ(install.otherProgram(ownProgram()), "/usr/bin/env");
+    EXPECT_EQ(install.otherProgram("/usr/bin/env"), std::nullopt);
     ShellReply const reply = link->call({.member = "Look"});
 
     EXPECT_EQ(reply.message, nullptr);

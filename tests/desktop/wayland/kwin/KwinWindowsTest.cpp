@@ -1,4 +1,5 @@
 #include "desktop/wayland/kwin/KwinFixture.h"
+#include "platform/linux/wayland/kwin/KwinScript.h"
 
 #include <gmock/gmock.h>
 
@@ -16,12 +17,12 @@ class KwinWindowsTest : public KwinFixture {
 protected:
     bool isLoaded()
     {
-        return kwin->call("/Scripting", "org.kde.kwin.Scripting.isScriptLoaded", {"dev.zelvo.windows"})
+        return kwin->call("/Scripting", "org.kde.kwin.Scripting.isScriptLoaded", {KwinScript::nameInKwin()})
                    .find("true") != std::string::npos;
     }
     void removeScript()
     {
-        kwin->call("/Scripting", "org.kde.kwin.Scripting.unloadScript", {"dev.zelvo.windows"});
+        kwin->call("/Scripting", "org.kde.kwin.Scripting.unloadScript", {KwinScript::nameInKwin()});
     }
     static std::size_t placeOf(WindowsNow const& now, std::string const& title)
     {

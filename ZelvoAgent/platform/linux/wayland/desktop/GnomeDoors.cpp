@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/desktop/GnomeDoors.h"
 
+#include "base/LockedBox.h"
 #include "platform/linux/system/XdgFolders.h"
 #include "platform/linux/wayland/desktop/PortalDoors.h"
 #include "platform/linux/wayland/pipewire/PipewireFrames.h"
@@ -24,10 +25,15 @@ namespace {
 
 using Kind = PermissionCause::Kind;
 
+std::filesystem::path ownProgram()
+{
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
+
 /// What all parts that talk to the extension share.
 struct Shell {
     explicit Shell(DesktopParts const& parts)
-        : presence(parts.contexts.agent, parts.user), install(xdg::dataHome(), link)
+        : presence(parts.contexts.agent, parts.user), install(xdg::sessionDataHome(), link)
     {
     }
 
@@ -35,17 +41,22 @@ struct Shell {
     {
         if (presence.isPresent())
             return std::nullopt;
-        switch (install.state()) {
-        case ShellExtensionInstall::State::noShell:
+        using State = ShellExtensionInstall::State;
+        State const state = install.state();
+        if (state == State::needsLogin || state == State::disabled || state == State::enabled)
+            if (auto const other = install.otherProgram(ownProgram()))
+                return PermissionCause{Kind::extensionOfAnother, {other->string()}};
+        switch (state) {
+        case State::noShell:
             return PermissionCause{Kind::noWindowPlaces};
-        case ShellExtensionInstall::State::unsupported:
+        case State::unsupported:
             return PermissionCause{Kind::extensionUnsupported};
-        case ShellExtensionInstall::State::absent:
+        case State::absent:
             return PermissionCause{Kind::extensionNotInstalled};
-        case ShellExtensionInstall::State::disabled:
+        case State::disabled:
             return PermissionCause{Kind::extensionDisabled};
-        case ShellExtensionInstall::State::needsLogin:
-        case ShellExtensionInstall::State::enabled: // It does not answer yet.
+        case State::needsLogin:
+        case State::enabled: // It does not answer yet.
             return PermissionCause{Kind::extensionNeedsSignIn};
         }
         return std::nullopt;
@@ -56,15 +67,18 @@ struct Shell {
     {
         if (kind == Kind::extensionNotInstalled)
             if (auto const version = install.shellVersion())
-                install.write(*version, std::filesystem::read_symlink("/proc/self/exe"));
+                install.write(*version, ownProgram());
         if (kind == Kind::extensionNotInstalled || kind == Kind::extensionDisabled)
             install.enable();
+        if (auto const report = changed.get())
+            report();
     }
 
     ShellLink link;     // for short questions
     ShellLink painting; // for pictures
     ShellPresence presence;
     ShellExtensionInstall install;
+    LockedBox<std::function<void()>> changed;
 };
 
 /// Hands the streams of each new grant over, and takes them back at its end.
@@ -124,6 +138,7 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
     };
     doors.missingForScreen = doors.missingForWindows;
     doors.observe = [shell](std::function<void()> changed) {
+        shell->changed.set(changed);
         shell->presence.whenPresent(std::move(changed));
     };
     doors.request = [shell, workers = parts.contexts.workers](Kind kind) {

@@ -55,10 +55,7 @@ public:
     void give()
     {
         asio::post(contexts.workers, [self = shared_from_this()] {
-            fs::path const folder = xdg::dataHome() / "applications";
-            std::error_code ignored;
-            fs::create_directories(folder, ignored);
-            files::replace(folder / KwinPermissionFile::fileName, self->file.text());
+            self->install();
             self->check(); // If it could not be written, the row stays, and with it the button.
         });
     }
@@ -66,6 +63,17 @@ public:
 private:
     static constexpr int maxChecks = 30;
     static constexpr Duration betweenChecks = 1s;
+
+    void install() const
+    {
+        fs::path const folder = xdg::sessionDataHome() / "applications";
+        std::error_code ignored;
+        fs::create_directories(folder, ignored);
+        auto folders = applicationFolders();
+        folders.push_back(folder);
+        if (auto const name = file.nameIn(folders))
+            files::replace(folder / *name, file.text());
+    }
 
     Task<bool> askOnce()
     {

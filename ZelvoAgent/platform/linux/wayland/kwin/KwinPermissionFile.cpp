@@ -1,5 +1,6 @@
 #include "platform/linux/wayland/kwin/KwinPermissionFile.h"
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <utility>
@@ -50,6 +51,25 @@ std::string KwinPermissionFile::text() const
 {
     return "[Desktop Entry]\nType=Application\nName=Zelvo\nExec=" + executable.string() +
            "\nNoDisplay=true\n" + permissionKey + "=" + interface + "\n";
+}
+
+std::optional<std::string> KwinPermissionFile::nameIn(std::vector<std::filesystem::path> const& folders) const
+{
+    constexpr int maxPrograms = 9;
+    auto const isAnothers = [this](std::filesystem::path const& file) {
+        std::error_code ignored;
+        auto const exec = keysOf(file)["Exec"];
+        return exec != executable && std::filesystem::exists(exec, ignored);
+    };
+    std::string const usual = fileName;
+    for (int number = 1; number <= maxPrograms; ++number) {
+        std::string name = usual;
+        if (number > 1)
+            name.insert(usual.rfind('.'), "-" + std::to_string(number));
+        if (std::ranges::none_of(folders, [&](auto const& folder) { return isAnothers(folder / name); }))
+            return name;
+    }
+    return std::nullopt;
 }
 
 KwinPermissionFile::State KwinPermissionFile::state() const

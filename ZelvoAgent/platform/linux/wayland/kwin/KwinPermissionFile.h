@@ -3,7 +3,9 @@
 #include "platform/linux/applications/DesktopEntries.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zelvo {
 
@@ -18,7 +20,7 @@ public:
         shadowed, ///< another entry has the same Exec and does not allow it; KWin may read that one
     };
 
-    /// What the file is called in a folder "applications" of the XDG data path.
+    /// What the file is usually called in a folder "applications" of the XDG data path.
     static constexpr char const* fileName = "dev.zelvo.agent.kwin.desktop";
 
     /// entries     must outlive it
@@ -27,6 +29,10 @@ public:
 
     /// The entry to install, which no menu shows.
     std::string text() const;
+    /// The name to install it under: `fileName`, or a similar one if an entry of that name belongs to another
+    /// program in one of the folders, since it would be hidden or replaced. `nullopt` if none is left.
+    /// folders  those called "applications" of the XDG data path. Reads files.
+    std::optional<std::string> nameIn(std::vector<std::filesystem::path> const& folders) const;
     /// What the installed entries say. Reads files. KwinScreenshots::isAllowed() asks KWin itself.
     State state() const;
 

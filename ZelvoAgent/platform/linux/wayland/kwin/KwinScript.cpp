@@ -21,8 +21,6 @@ namespace {
 constexpr char const* kwin = "org.kde.KWin";
 constexpr char const* objectPath = "/dev/zelvo/KwinScript";
 constexpr char const* interfaceName = "dev.zelvo.KwinScript";
-/// One name in all runs, so that what a crashed run left is found.
-constexpr char const* pluginName = "dev.zelvo.windows";
 constexpr Duration pollTime = 10s; // Qt ends a call after 25 s.
 constexpr Duration silence = 2s;
 constexpr Duration changeInterval = 40ms;
@@ -71,6 +69,17 @@ KwinScript::KwinScript(Executor agent, BusConnection& bus, Clock& clock, std::fi
 }
 
 KwinScript::~KwinScript() = default;
+
+std::string const& KwinScript::nameInKwin()
+{
+    // Once, because an update changes what the link says.
+    static std::string const name = [] {
+        std::error_code ignored;
+        auto const program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+        return "dev.zelvo.windows." + std::to_string(std::hash<std::string>()(program));
+    }();
+    return name;
+}
 
 void KwinScript::start()
 {
@@ -289,13 +298,13 @@ Task<std::int32_t> KwinScript::loadFile(std::string file)
     for (int attempt = 0; attempt < maxLoads; ++attempt) {
         BusCall unloading = call("/Scripting", "unloadScript");
         unloading.arguments = [](sd_bus_message* message) {
-            sd_bus_message_append(message, "s", pluginName);
+            sd_bus_message_append(message, "s", nameInKwin().c_str());
         };
         co_await bus.call(std::move(unloading));
         std::int32_t number = -1;
         BusCall loading = call("/Scripting", "loadScript");
         loading.arguments = [file](sd_bus_message* message) {
-            sd_bus_message_append(message, "ss", file.c_str(), pluginName);
+            sd_bus_message_append(message, "ss", file.c_str(), nameInKwin().c_str());
         };
         auto const readNumber = [&number](sd_bus_message* reply) {
             sd_bus_message_read_basic(reply, 'i', &number);
@@ -336,7 +345,7 @@ void KwinScript::unload()
         return;
     BusMessagePtr const asked(message);
     sd_bus_message_set_auto_start(message, 0);
-    sd_bus_message_append(message, "s", pluginName);
+    sd_bus_message_append(message, "s", nameInKwin().c_str());
     sd_bus_message* reply = nullptr;
     if (sd_bus_call(own.get(), message, 500'000, nullptr, &reply) >= 0)
         sd_bus_message_unref(reply);

@@ -31,6 +31,10 @@ public:
     KwinScript(KwinScript const&) = delete;
     KwinScript& operator=(KwinScript const&) = delete;
 
+    /// What the script is called in KWin. The same in all runs of a program, so that what a crashed run left
+    /// is found; that of another program has another name, and stays. Thread: any.
+    static std::string const& nameInKwin();
+
     /// Begins to follow KWin. Thread: any.
     void start();
     /// Sends a command. `onAnswer` is called once, with `nullopt` if the script is lost.

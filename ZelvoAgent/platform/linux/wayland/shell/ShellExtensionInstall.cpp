@@ -17,7 +17,8 @@ constexpr int oldestShell = 43;
 constexpr int firstWithModules = 45; // Extensions are ES modules since then.
 constexpr int newestShell = 49;
 constexpr char const* extensionsInterface = "org.gnome.Shell.Extensions";
-constexpr double enabledState = 1; // of the shell's own list
+constexpr char const* programName = "program"; // as service.js calls it
+constexpr double enabledState = 1;             // of the shell's own list
 
 bool isSupported(int version)
 {
@@ -105,8 +106,19 @@ bool ShellExtensionInstall::write(int shellVersion, std::filesystem::path const&
     std::string const code = std::string(imports.text()) + std::string(embedded_shell_service.text());
     // The metadata is last: without it the shell ignores the folder.
     return !error && writeFile(folder / "extension.js", code) &&
-           writeFile(folder / "program", program.string() + "\n") &&
+           writeFile(folder / programName, program.string() + "\n") &&
            writeFile(folder / "metadata.json", metadata(shellVersion));
+}
+
+std::optional<std::filesystem::path>
+ShellExtensionInstall::otherProgram(std::filesystem::path const& program) const
+{
+    std::string recorded;
+    std::getline(std::ifstream(folder / programName), recorded);
+    std::error_code ignored;
+    if (recorded.empty() || recorded == program || std::filesystem::equivalent(recorded, program, ignored))
+        return std::nullopt;
+    return recorded;
 }
 
 bool ShellExtensionInstall::enable()

@@ -29,6 +29,8 @@ public:
     /// Writes the extension for a version of the shell, 43 and newer; it will answer only processes that run
     /// the program. False if that version is unsupported, or the folder cannot be written.
     bool write(int shellVersion, std::filesystem::path const& program);
+    /// The program that the installed extension answers, if it is not this one; it stays as it is then.
+    std::optional<std::filesystem::path> otherProgram(std::filesystem::path const& program) const;
     /// Asks the shell to switch it on, after the person pressed our button for it. False if the shell
     /// refuses.
     bool enable();

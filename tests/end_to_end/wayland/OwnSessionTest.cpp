@@ -1,0 +1,197 @@
+#include "end_to_end/TrialRun.h"
+#include "end_to_end/wayland/WaylandFixture.h"
+#include "unit/system/TemporaryFolder.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <regex>
+
+namespace zelvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char const* ownSecret = "not for a trial";
+
+// `make run` in a person's own session. The gateway and the agent of the fixture are the installed Zelvo.
+class OwnSession : public OnWayland {
+protected:
+    void SetUp() override
+    {
+        OnWayland::SetUp();
+        if (IsSkipped())
+            return;
+        trial.emplace(desktop(), desktop().home() / "clone" / "build" / "run");
+    }
+
+    // An installed Zelvo that does not run: its token and its settings.
+    void leaveOwnTraces()
+    {
+        agent->makeUnattended("the installed token");
+        agent->store("zelvo.hiddenApps", json::array{"keep"});
+        startKeyRing();
+    }
+    // An open key ring with the token of the installed Zelvo.
+    void startKeyRing()
+    {
+        desktop().start(
+            {"sh", "-c",
+             "printf '\\n' | gnome-keyring-daemon --replace --unlock --components=secrets --foreground"});
+        // A question would start a locked one.
+        require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
+        require("the open key ring", [&] {
+            return askBus("org.freedesktop.secrets", "/org/freedesktop/secrets",
+                          "org.freedesktop.Secret.Service.ReadAlias", "default")
+                       .find("collection") != std::string::npos;
+        });
+        desktop().run(
+            {"sh", "-c",
+             std::string("printf '") + ownSecret +
+                 "' | secret-tool store --label=Zelvo service dev.zelvo.agent account machine_token"});
+    }
+    std::string secretsInRing()
+    {
+        return desktop().run({"secret-tool", "search", "--all", "--unlock", "service", "dev.zelvo.agent"});
+    }
+    bool hasName(std::string const& name)
+    {
+        return askBus("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner", name) == "(true,)\n";
+    }
+    // Empty if the call fails.
+    std::string
+    askBus(std::string const& name, std::string const& path, std::string const& method, std::string text)
+    {
+        try {
+            return desktop().run({"gdbus", "call", "--session", "--dest", name, "--object-path", path,
+                                  "--method", method, std::move(text)});
+        } catch (std::runtime_error const&) {
+            return "";
+        }
+    }
+    // The scripts in KWin, at the paths of Plasma 5 and 6.
+    long scriptsInKwin()
+    {
+        std::regex const script("node (Script)?[0-9]+ ");
+        long count = 0;
+        for (char const* const path : {"/", "/Scripting"}) {
+            std::string const nodes = desktop().run(
+                {"gdbus", "introspect", "--session", "--dest", "org.kde.KWin", "--object-path", path});
+            count += std::distance(std::sregex_iterator(nodes.begin(), nodes.end(), script), {});
+        }
+        return count;
+    }
+    // All files and folders of the home but those of the clone, with their contents; what the desktop itself
+    // writes is left out.
+    std::map<std::string, std::string> home()
+    {
+        std::vector<fs::path> const others = {"clone",
+                                              "build",
+                                              ".cache",
+                                              ".local/state",
+                                              ".local/share/flatpak",
+                                              ".config/kwinrc",
+                                              ".config/kglobalshortcutsrc"};
+        std::map<std::string, std::string> found;
+        for (auto each = fs::recursive_directory_iterator(desktop().home()); each != fs::end(each); ++each) {
+            fs::path const name = fs::relative(each->path(), desktop().home());
+            if (std::ranges::find(others, name) != others.end())
+                each.disable_recursion_pending();
+            else
+                found[name] = each->is_regular_file() ? contentOf(each->path()) : "";
+        }
+        return found;
+    }
+    pid_t trialAgent() const
+    {
+        for (fs::directory_entry const& entry : fs::directory_iterator("/proc")) {
+            std::error_code ignored;
+            if (fs::read_symlink(entry.path() / "exe", ignored) == trial->agent())
+                return std::stoi(entry.path().filename());
+        }
+        return 0;
+    }
+    // Presses a button of the trial's window, until the trial says a text: a yes counts only after a moment.
+    void pressUntil(std::string const& button, std::string const& text)
+    {
+        require(
+            text,
+            [&] {
+                try {
+                    desktop().run({"/usr/bin/python3", ZELVO_SCREEN_READER, "press",
+                                   std::to_string(trialAgent()), button});
+                } catch (std::runtime_error const&) { // It is not there yet, or not any more.
+                }
+                return trial->said().find(text) != std::string::npos;
+            },
+            60s);
+    }
+    void startTrial()
+    {
+        trial->start();
+        ASSERT_TRUE(trial->says("A window asks")) << trial->said();
+        pressUntil("Allow", "Ctrl-C ends all of it");
+    }
+    void expectAPicture()
+    {
+        fs::path const folder = trial->keptFolder();
+        require(
+            "a picture",
+            [&] {
+                trial->runLineAfter("Take a screenshot", folder);
+                return contentOf(folder / "screen.jpg").starts_with("\xff\xd8\xff");
+            },
+            40s);
+    }
+    fs::path kwinEntry(std::string const& name) { return desktop().dataHome() / "applications" / name; }
+
+    std::optional<TrialRun> trial;
+};
+
+TEST_P(OwnSession, leavesTheInstalledZelvoAndTheHomeAsTheyAre)
+{
+    leaveOwnTraces();
+    auto const before = home();
+    std::string const secrets = secretsInRing();
+    ASSERT_NE(secrets.find(ownSecret), std::string::npos);
+
+    startTrial();
+    if (machine->asks())
+        pressAll({"Ask the desktop", "Register"});
+    expectAPicture();
+
+    EXPECT_FALSE(hasName("dev.zelvo.agent"));
+    EXPECT_NE(contentOf(trial->keptFolder() /
+                        "session/data/dev.zelvo.agent/keychain/dev.zelvo.agent.machine_token"),
+              "");
+    if (GetParam() == Compositor::kwin) {
+        EXPECT_NE(contentOf(kwinEntry("dev.zelvo.agent.kwin-2.desktop")).find(trial->agent()),
+                  std::string::npos);
+    }
+    EXPECT_EQ(trial->end(), 0) << trial->said();
+    EXPECT_EQ(trial->running(), 0);
+    EXPECT_EQ(home(), before);
+    EXPECT_EQ(secretsInRing(), secrets);
+}
+
+TEST_P(OwnSession, disturbsNoRunningZelvo)
+{
+    startUnattended();
+    ASSERT_TRUE(hasName("dev.zelvo.agent"));
+
+    startTrial();
+    EXPECT_EQ(failureOf("permissions.get"), "ok");
+    if (GetParam() == Compositor::kwin)
+        EXPECT_TRUE(waitFor([&] { return scriptsInKwin() == 2; }));
+    EXPECT_EQ(agent->startAgain({}), 0); // The running one opens its window.
+    EXPECT_EQ(trial->end(), 0) << trial->said();
+
+    EXPECT_TRUE(mayAct());
+    EXPECT_TRUE(agent->isRunning());
+    EXPECT_TRUE(hasName("dev.zelvo.agent"));
+}
+
+INSTANTIATE_TEST_SUITE_P(, OwnSession, testing::Values(Compositor::sway, Compositor::kwin), nameOfCompositor);
+
+} // namespace
+} // namespace zelvo::test
