@@ -1,6 +1,7 @@
-const {Clutter, Cogl, Gio, GLib, Meta, Shell} = imports.gi;
+const {Clutter, Cogl, Gio, GLib, Meta, Shell, St} = imports.gi;
 const {RectangleInt} = imports.gi.cairo;
 const Main = imports.ui.main;
+const {SwitcherPopup} = imports.ui.switcherPopup;
 const System = imports.system;
 const ExtensionUtils = imports.misc.extensionUtils;
 

@@ -5,9 +5,11 @@ import GLib from 'gi://GLib';
 import Meta from 'gi://Meta';
 import Mtk from 'gi://Mtk';
 import Shell from 'gi://Shell';
+import St from 'gi://St';
 import System from 'system';
 
 import * as Main from 'resource:///org/gnome/shell/ui/main.js';
+import {SwitcherPopup} from 'resource:///org/gnome/shell/ui/switcherPopup.js';
 import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
 
 const RectangleInt = Mtk.Rectangle;

@@ -1,6 +1,8 @@
 #include "desktop/wayland/gnome/GnomeFixture.h"
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <set>
 
 namespace zelvo::test {
@@ -19,11 +21,29 @@ bool isHidden(CompositorWindow const& window)
 std::set<std::string> hiddenOnes(WindowsNow const& now)
 {
     std::set<std::string> ids;
-    for (CompositorWindow const& window : now.windows)
-        if (isHidden(window))
-            ids.insert(window.id);
+    for (auto const* const all : {&now.windows, &now.chrome})
+        for (CompositorWindow const& each : *all)
+            if (isHidden(each))
+                ids.insert(each.id);
     return ids;
 }
+
+/// How many pixels of an area differ between two pictures.
+std::size_t differences(Picture const& one, Picture const& other, LogicalRect const& area)
+{
+    std::size_t count = 0;
+    for (int y = static_cast<int>(area.y); y < static_cast<int>(area.y + area.height); ++y)
+        for (int x = static_cast<int>(area.x); x < static_cast<int>(area.x + area.width); ++x) {
+            std::ptrdiff_t const at = y * static_cast<std::ptrdiff_t>(one.stride) + x * 4;
+            count += std::memcmp(one.pixels.data() + at, other.pixels.data() + at, 3) != 0;
+        }
+    return count;
+}
+
+/// In the top bar, beside "Activities".
+constexpr LogicalRect titleOfTheFront{110, 0, 400, 30};
+/// In the list of messages, below the clock.
+constexpr LogicalPoint inTheFirstMessage{690, 85};
 
 /// The number of colours where a pointer would be drawn.
 std::size_t coloursAround(Picture const& picture, LogicalPoint point)
@@ -70,6 +90,30 @@ protected:
         EXPECT_TRUE(waitForLook([&](WindowsNow const& look) { return look.pointer == wanted; }));
         return wanted;
     }
+    /// An application that the shell knows by name, which notifications need.
+    void install(std::string const& id)
+    {
+        auto const folder = gnome->dataHome() / "applications";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / (id + ".desktop"))
+            << "[Desktop Entry]\nType=Application\nName=Application " << id << "\nExec=/bin/true " << id
+            << "\nIcon=dialog-password\n";
+    }
+    void notify(std::string const& id)
+    {
+        gnome->call("org.gtk.Notifications", "/org/gtk/Notifications",
+                    "org.gtk.Notifications.AddNotification",
+                    {"'" + id + "'", "'1'", "{'title': <'Hello'>, 'body': <'Something private'>}"});
+    }
+    bool isRefused()
+    {
+        try {
+            withoutHidden();
+        } catch (ScreenFailure const& failure) {
+            return failure.mayShowExcluded;
+        }
+        return false;
+    }
     Picture withoutHidden()
     {
         return run<Picture>([&]() -> Task<Picture> { co_return co_await frames->without(1, hiddenOnes); });
@@ -90,6 +134,65 @@ TEST_F(ShellFramesTest, showsWhatIsBelowAWindowThatIsLeftOut)
     EXPECT_EQ(pixelsOf(picture, hiddenColour), 0U);
     EXPECT_EQ(pixelsOf(picture, seenColour), windowArea);
     EXPECT_EQ(pixelsOf(everything(), hiddenColour), windowArea);
+}
+
+TEST_F(ShellFramesTest, showsTheBackgroundBelowAWindowThatIsLeftOut)
+{
+    startGnome();
+    Picture const before = everything();
+    startClient("dev.hidden", "#ff00ff");
+    ASSERT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) == windowArea; }));
+
+    EXPECT_EQ(differences(before, withoutHidden(), windowOf("dev.hidden").frame), 0U);
+}
+
+TEST_F(ShellFramesTest, namesNoHiddenApplicationInTheTopBar)
+{
+    startGnome();
+    if (gnome->version() >= 45)
+        GTEST_SKIP() << "this shell's top bar has no title";
+    Picture const before = everything();
+    startClient("dev.hidden", "#ff00ff");
+    ASSERT_TRUE(waitFor([&] { return differences(before, everything(), titleOfTheFront) > 0; }));
+
+    EXPECT_EQ(differences(before, withoutHidden(), titleOfTheFront), 0U);
+    startClient("dev.seen", "#00ff00");
+    EXPECT_TRUE(waitFor([&] { return differences(before, withoutHidden(), titleOfTheFront) > 0; }));
+}
+
+TEST_F(ShellFramesTest, showsNoMessageOfAHiddenApplication)
+{
+    startGnome();
+    install("dev.hidden");
+    auto const isListed = [&] { // The shell notices new applications late.
+        try {
+            notify("dev.hidden");
+            return true;
+        } catch (std::exception const&) {
+            return false;
+        }
+    };
+    ASSERT_TRUE(waitFor(isListed));
+    gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "stay", "125", "47"}); // Super and V
+    ASSERT_TRUE(waitForLook([](WindowsNow const& now) { return !now.chrome.empty(); }));
+    ASSERT_TRUE(waitFor([&] { return coloursAround(everything(), inTheFirstMessage) > 1; }));
+
+    EXPECT_EQ(coloursAround(withoutHidden(), inTheFirstMessage), 1U);
+    gnome->call("org.gtk.Notifications", "/org/gtk/Notifications", "org.gtk.Notifications.RemoveNotification",
+                {"'dev.hidden'", "'1'"});
+    EXPECT_TRUE(waitForLook([](WindowsNow const& now) { return now.chrome.empty(); }));
+}
+
+TEST_F(ShellFramesTest, refusesWhileTheOverviewListsAMinimizedWindow)
+{
+    startGnome();
+    startClient("dev.hidden", "#ff00ff", {"1", "minimized"});
+    ASSERT_TRUE(waitFor([&] { return windowOf("dev.hidden").isMinimized; }));
+    EXPECT_FALSE(isRefused());
+
+    gnome->setOverview(true);
+
+    EXPECT_TRUE(isRefused());
 }
 
 TEST_F(ShellFramesTest, neverShowsARestlessProgram)
