@@ -181,6 +181,9 @@ TEST_F(ShellFramesTest, showsNoMessageOfAHiddenApplication)
     gnome->call("org.gtk.Notifications", "/org/gtk/Notifications", "org.gtk.Notifications.RemoveNotification",
                 {"'dev.hidden'", "'1'"});
     EXPECT_TRUE(waitForLook([](WindowsNow const& now) { return now.chrome.empty(); }));
+    // A shell that ends while a menu of its own is open crashes.
+    gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "1"}); // Escape
+    EXPECT_TRUE(waitForLook([](WindowsNow const& now) { return !now.isCovered; }));
 }
 
 TEST_F(ShellFramesTest, refusesWhileTheOverviewListsAMinimizedWindow)
