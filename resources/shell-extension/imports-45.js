@@ -8,7 +8,9 @@ import Shell from 'gi://Shell';
 import St from 'gi://St';
 import System from 'system';
 
+import * as Keyboard from 'resource:///org/gnome/shell/ui/status/keyboard.js';
 import * as Main from 'resource:///org/gnome/shell/ui/main.js';
+import {getKeyboardManager} from 'resource:///org/gnome/shell/misc/keyboardManager.js';
 import {SwitcherPopup} from 'resource:///org/gnome/shell/ui/switcherPopup.js';
 import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
 

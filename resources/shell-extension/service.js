@@ -10,6 +10,7 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
         <arg type="(iiii)" direction="out"/>
     </method>
     <method name="Watch"/>
+    <method name="Layout"><arg type="i" direction="out"/></method>
     <method name="Activate"><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
     <method name="PutInFront"><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
     <method name="Paint">
@@ -296,6 +297,13 @@ function findWindow(id) {
 
 function currentTime() {
     return global.display.get_current_time_roundtrip();
+}
+
+/// The number of the active layout in the keymap of the seat; -1 if it is unknown, as with an input method.
+function activeLayout() {
+    const source = Keyboard.getInputSourceManager().currentSource;
+    const layout = getKeyboardManager().currentLayout;
+    return source?.type === Keyboard.INPUT_SOURCE_TYPE_XKB && layout ? layout.groupIndex : -1;
 }
 
 /// Whether the shell's own interface has the keyboard and the pointer.
@@ -685,6 +693,10 @@ class Service {
             const parts = this._chrome.parts().flatMap(part => part.entries);
             return [[...windows().map(describe), ...parts, ...closedParts()], [x, y, isCovered()], main ? rectangle(main) : [0, 0, 0, 0]];
         });
+    }
+
+    LayoutAsync(_parameters, invocation) {
+        this._answer(invocation, '(i)', () => [activeLayout()]);
     }
 
     WatchAsync(_parameters, invocation) {

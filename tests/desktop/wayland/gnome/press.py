@@ -1,9 +1,11 @@
 #!/usr/bin/python3
 """Presses keys together, then releases them, by the compositor's own interface.
 press.py [stay] KEY...
+press.py type KEY...
 press.py move X Y
 stay  keeps its keyboard afterwards, and says so by a line
 KEY   the kernel's number
+type  presses one key after the other
 move  moves the pointer by so many points, and keeps it"""
 import sys
 import time
@@ -28,8 +30,15 @@ if sys.argv[1] == "move":
     call("NotifyPointerMotionRelative", GLib.Variant("(dd)", (float(sys.argv[2]), float(sys.argv[3]))))
     GLib.MainLoop().run()
 stays = sys.argv[1] == "stay"
-keys = [int(text) for text in sys.argv[1 + stays:]]
+types = sys.argv[1] == "type"
+keys = [int(text) for text in sys.argv[1 + (stays or types):]]
 time.sleep(0.2)  # A new session loses its first keys.
+if types:
+    for code in keys:
+        key(code, True)
+        key(code, False)
+    call("Stop")
+    sys.exit()
 for code in keys:
     key(code, True)
 for code in reversed(keys):
