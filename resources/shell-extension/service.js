@@ -7,7 +7,6 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
     <method name="Look">
         <arg type="${WINDOWS}" direction="out"/>
         <arg type="(iib)" direction="out"/>
-        <arg type="(iiii)" direction="out"/>
     </method>
     <method name="Watch"/>
     <method name="Layout"><arg type="i" direction="out"/></method>
@@ -242,10 +241,13 @@ class Chrome {
         return owners.length ? [this._part('banner', [tray], owners)] : [];
     }
 
-    /// Empty for a source of the shell itself.
+    /// Empty for a source of the shell itself; an unknown owner if a program does not say who it is.
     _ownersOfSource(source) {
         const owners = ownersOf(source.app ?? source._app);
-        return source.pid ? [...owners, {pid: source.pid}] : owners;
+        if (source.pid)
+            owners.push({pid: source.pid});
+        const isOfProgram = /^(Fdo|Gtk)Notification/.test(source.constructor.name);
+        return isOfProgram && !owners.length ? [{}] : owners;
     }
 
     /// The list of notifications and players.
@@ -303,7 +305,7 @@ function currentTime() {
 function activeLayout() {
     const source = Keyboard.getInputSourceManager().currentSource;
     const layout = getKeyboardManager().currentLayout;
-    return source?.type === Keyboard.INPUT_SOURCE_TYPE_XKB && layout ? layout.groupIndex : -1;
+    return source?.type === 'xkb' && layout ? layout.groupIndex : -1;
 }
 
 /// Whether the shell's own interface has the keyboard and the pointer.
@@ -687,11 +689,10 @@ class Service {
     }
 
     LookAsync(_parameters, invocation) {
-        this._answer(invocation, `(${WINDOWS}(iib)(iiii))`, () => {
+        this._answer(invocation, `(${WINDOWS}(iib))`, () => {
             const [x, y] = global.get_pointer();
-            const main = Main.layoutManager.primaryMonitor;
             const parts = this._chrome.parts().flatMap(part => part.entries);
-            return [[...windows().map(describe), ...parts, ...closedParts()], [x, y, isCovered()], main ? rectangle(main) : [0, 0, 0, 0]];
+            return [[...windows().map(describe), ...parts, ...closedParts()], [x, y, isCovered()]];
         });
     }
 

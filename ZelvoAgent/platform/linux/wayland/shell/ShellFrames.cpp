@@ -143,7 +143,7 @@ WindowsNow ShellFrames::look()
     auto seen = reply.message ? readShellLook(reply.message.get()) : std::nullopt;
     if (!seen)
         throw ScreenFailure{"the shell does not list its windows"};
-    return std::move(seen->now);
+    return std::move(*seen);
 }
 
 ShellPicture

@@ -127,21 +127,18 @@ std::optional<ShellEntries> readEntries(sd_bus_message* message)
 
 } // namespace
 
-std::optional<ShellLook> readShellLook(sd_bus_message* message)
+std::optional<WindowsNow> readShellLook(sd_bus_message* message)
 {
     auto entries = readEntries(message);
     std::int32_t x = 0;
     std::int32_t y = 0;
     int isCovered = 0;
-    ShellLook look;
-    if (!entries || sd_bus_message_read(message, "(iib)", &x, &y, &isCovered) <= 0 ||
-        !readRect(message, look.mainMonitor))
+    if (!entries || sd_bus_message_read(message, "(iib)", &x, &y, &isCovered) <= 0)
         return std::nullopt;
-    look.now.windows = std::move(entries->windows);
-    look.now.chrome = std::move(entries->chrome);
-    look.now.pointer = LogicalPoint{static_cast<double>(x), static_cast<double>(y)};
-    look.now.isCovered = isCovered != 0;
-    return look;
+    return WindowsNow{.windows = std::move(entries->windows),
+                      .chrome = std::move(entries->chrome),
+                      .pointer = LogicalPoint{static_cast<double>(x), static_cast<double>(y)},
+                      .isCovered = isCovered != 0};
 }
 
 std::optional<ShellPicture> readShellPicture(sd_bus_message* message)
