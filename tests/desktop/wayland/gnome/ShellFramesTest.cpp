@@ -1,5 +1,7 @@
 #include "desktop/wayland/gnome/GnomeFixture.h"
 
+#include <signal.h>
+
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -42,6 +44,8 @@ std::size_t differences(Picture const& one, Picture const& other, LogicalRect co
 
 /// In the top bar, beside "Activities".
 constexpr LogicalRect titleOfTheFront{110, 0, 400, 30};
+/// Where the text of a notification begins, below the clock.
+constexpr LogicalPoint inTheNotification{800, 62};
 /// In the list of messages, below the clock.
 constexpr LogicalPoint inTheFirstMessage{690, 85};
 
@@ -105,6 +109,29 @@ protected:
                     "org.gtk.Notifications.AddNotification",
                     {"'" + id + "'", "'1'", "{'title': <'Hello'>, 'body': <'Something private'>}"});
     }
+    /// Shows a notification of the hidden application, which the shell comes to know late.
+    void notifyAsHidden()
+    {
+        install("dev.hidden");
+        require("the notification", [&] {
+            try {
+                notify("dev.hidden");
+                return true;
+            } catch (std::exception const&) {
+                return false;
+            }
+        });
+    }
+    pid_t press(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), {"/usr/bin/python3", ZELVO_KEY_PRESSER});
+        return gnome->start(words);
+    }
+    /// Whether the shell's own interface is in front.
+    bool waitUntilCovered(bool isCovered)
+    {
+        return waitForLook([&](WindowsNow const& now) { return now.isCovered == isCovered; });
+    }
     bool isRefused()
     {
         try {
@@ -163,17 +190,8 @@ TEST_F(ShellFramesTest, namesNoHiddenApplicationInTheTopBar)
 TEST_F(ShellFramesTest, showsNoMessageOfAHiddenApplication)
 {
     startGnome();
-    install("dev.hidden");
-    auto const isListed = [&] { // The shell notices new applications late.
-        try {
-            notify("dev.hidden");
-            return true;
-        } catch (std::exception const&) {
-            return false;
-        }
-    };
-    ASSERT_TRUE(waitFor(isListed));
-    gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "stay", "125", "47"}); // Super and V
+    notifyAsHidden();
+    press({"stay", "125", "47"}); // Super and V
     ASSERT_TRUE(waitForLook([](WindowsNow const& now) { return !now.chrome.empty(); }));
     ASSERT_TRUE(waitFor([&] { return coloursAround(everything(), inTheFirstMessage) > 1; }));
 
@@ -182,8 +200,56 @@ TEST_F(ShellFramesTest, showsNoMessageOfAHiddenApplication)
                 {"'dev.hidden'", "'1'"});
     EXPECT_TRUE(waitForLook([](WindowsNow const& now) { return now.chrome.empty(); }));
     // A shell that ends while a menu of its own is open crashes.
-    gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "1"}); // Escape
-    EXPECT_TRUE(waitForLook([](WindowsNow const& now) { return !now.isCovered; }));
+    press({"1"}); // Escape
+    EXPECT_TRUE(waitUntilCovered(false));
+}
+
+TEST_F(ShellFramesTest, showsNoNotificationOfAHiddenApplication)
+{
+    startGnome();
+    notifyAsHidden();
+    auto const isShown = [&] {
+        gnome->run(
+            {"/usr/bin/python3", ZELVO_KEY_PRESSER, "42"}); // A person who is away sees only the first one.
+        auto const now = windows->look();
+        return now && !hiddenOnes(*now).empty();
+    };
+
+    ASSERT_TRUE(waitFor(isShown, 40s));
+
+    ASSERT_TRUE(waitFor([&] { return coloursAround(everything(), inTheNotification) > 1; }));
+    EXPECT_EQ(coloursAround(withoutHidden(), inTheNotification), 1U);
+}
+
+TEST_F(ShellFramesTest, showsNoMenuOfAHiddenWindow)
+{
+    startGnome();
+    startClient("dev.hidden", "#ff00ff");
+    ASSERT_TRUE(waitForLook([](WindowsNow const& now) { return now.windows.back().isActive; }));
+    Picture const before = withoutHidden();
+    press({"stay", "56", "57"}); // Alt and space
+    ASSERT_TRUE(waitUntilCovered(true));
+    LogicalRect const frame = windowOf("dev.hidden").frame;
+    ASSERT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) < windowArea; }));
+
+    EXPECT_EQ(differences(before, withoutHidden(), frame), 0U);
+    press({"1"}); // Escape
+    EXPECT_TRUE(waitUntilCovered(false));
+}
+
+TEST_F(ShellFramesTest, refusesWhileASwitcherShowsApplications)
+{
+    startGnome();
+    startClient("dev.seen", "#00ff00");
+    startClient("dev.hidden", "#ff00ff");
+    EXPECT_FALSE(isRefused());
+
+    pid_t const keys = press({"hold", "56", "15"}); // Alt and Tab
+
+    ASSERT_TRUE(waitUntilCovered(true));
+    EXPECT_TRUE(waitFor([&] { return isRefused(); })); // It appears a little later.
+    gnome->processes().end(keys, SIGTERM);
+    EXPECT_TRUE(waitUntilCovered(false));
 }
 
 TEST_F(ShellFramesTest, refusesWhileTheOverviewListsAMinimizedWindow)

@@ -79,6 +79,7 @@ void PrivateGnome::writeSettings(GnomeOptions const& options)
          << "[org/gnome/mutter]\nexperimental-features=['scale-monitor-framebuffer']\n"
          << "[org/gnome/desktop/interface]\nenable-animations=" << (options.animations ? "true" : "false")
          << "\n[org/gnome/desktop/input-sources]\nsources=" << inputSources(options.layouts)
+         << "\n[org/gnome/desktop/background]\npicture-options='none'\ncolor-shading-type='solid'"
          << "\n[org/gnome/desktop/screensaver]\nlock-enabled=false\n"
          << "[org/gnome/desktop/session]\nidle-delay=uint32 0\n";
 }

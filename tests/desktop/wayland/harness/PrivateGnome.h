@@ -32,8 +32,8 @@ struct GnomeOptions {
 };
 
 /// A GNOME desktop without hardware: its shell, a session bus, an empty system bus, PipeWire. The overview is
-/// closed. It starts in about two seconds. Throws std::runtime_error if something is missing or does not
-/// start. Thread: the test's main thread.
+/// closed, and the background has one colour. It starts in about two seconds. Throws std::runtime_error if
+/// something is missing or does not start. Thread: the test's main thread.
 class PrivateGnome final : public WaylandSession {
 public:
     /// Why it cannot run here; `nullopt` if it can.
