@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""A backend of xdg-desktop-portal whose dialog a test answers. Events and pictures are made by GNOME's compositor.
+"""A backend of xdg-desktop-portal that grants everything at once, or whose dialog a test answers. Events and pictures are
+made by GNOME's compositor.
 
 Control, on the session bus: dev.zelvo.test.Backend at /dev/zelvo/test.
   Answer(s)    what the next dialogs answer: allow, deny, end, noInput, noPictures, never
@@ -34,6 +35,8 @@ XML = f"""<node>
 {notify("NotifyPointerButton", "iu")}{notify("NotifyPointerAxis", "dd")}
 {notify("NotifyPointerAxisDiscrete", "ui")}{notify("NotifyKeyboardKeycode", "iu")}
 {notify("NotifyKeyboardKeysym", "iu")}
+<method name="ConnectToEIS"><arg type="o" direction="in"/><arg type="s" direction="in"/>
+<arg type="a{{sv}}" direction="in"/><arg type="h" direction="out"/></method>
 {reads("AvailableDeviceTypes")}{reads("version")}
 </interface>
 <interface name="org.freedesktop.impl.portal.ScreenCast">
@@ -60,6 +63,7 @@ class Session:
     def __init__(self, backend, path):
         self.backend, self.path = backend, path
         self.remote, self.streams = None, {}
+        self.persists, self.is_restored = False, False
         self.object = backend.export(path, "Session", lambda *_: self.close())
 
     def start(self, answer):
@@ -82,12 +86,20 @@ class Session:
         results = {"devices": V("u", 0 if answer == "noInput" else 3)}
         if answer != "noPictures":
             results["streams"] = V("a(ua{sv})", [self.described(node) for node in sorted(self.streams)])
+        if self.persists:
+            results["persist_mode"] = V("u", 2)
+            results["restore_data"] = V("(suv)", ("zt", 1, V("s", "what was granted")))
         return results
+
+    def select(self, options):
+        self.persists |= options.get("persist_mode", 0) == 2
+        self.is_restored |= options.get("restore_data", ("",))[0] == "zt"
 
     def described(self, node):
         parameters = self.backend.property("ScreenCast.Stream", self.streams[node], "Parameters")
         return (node, {"source_type": V("u", 1),
-                       **{name: V("(ii)", parameters[name]) for name in ("position", "size")}})
+                       **{name: V("(ii)", parameters[name]) for name in ("position", "size")},
+                       **{"mapping_id": V("s", parameters[name]) for name in parameters if name == "mapping-id"}})
 
     def notify(self, name, values):
         if name == "NotifyPointerMotionAbsolute":
@@ -97,6 +109,13 @@ class Session:
             "NotifyPointerButton": ("(ib)", values), "NotifyPointerAxis": ("(ddu)", [*values, 0]),
             "NotifyPointerAxisDiscrete": ("(ui)", values), "NotifyKeyboardKeycode": ("(ub)", values),
             "NotifyKeyboardKeysym": ("(ub)", values)}[name]), waits=False)
+
+    def connect(self, call):
+        _, descriptors = self.backend.bus.call_with_unix_fd_list_sync(
+            MUTTER + "RemoteDesktop", self.remote, MUTTER + "RemoteDesktop.Session", "ConnectToEIS",
+            V("(a{sv})", ({},)), None, 0, 5000, None, None)
+        call.return_value_with_unix_fd_list(V("(h)", (0,)), descriptors)
+        return NotImplemented
 
     def close(self):
         if self.path in self.backend.sessions:
@@ -136,17 +155,22 @@ class Backend:
         if method.startswith("Notify"):
             if args[0] in self.sessions:
                 self.sessions[args[0]].notify(method, args[2:])
+        elif method == "ConnectToEIS":
+            return self.sessions[args[0]].connect(call)
         elif method == "CreateSession":
             self.sessions[args[1]] = Session(self, args[1])
             return V("(ua{sv})", (0, {"session_id": V("s", "zt")}))
         elif method == "Start":
-            self.dialogs += 1
+            self.dialogs += not self.sessions[args[1]].is_restored
             return self.answered(self.sessions[args[1]], args[0], call)
         else:
+            self.sessions[args[1]].select(args[-1])
             return V("(ua{sv})", (0, {}))
         return None
 
     def answered(self, session, path, call):
+        if session.is_restored:
+            return V("(ua{sv})", (0, session.start("allow")))
         if self.answer == "never":
             closing = []
 

@@ -1,6 +1,9 @@
-const {Clutter, Cogl, Gio, GLib, Meta, Shell} = imports.gi;
+const {Clutter, Cogl, Gio, GLib, Meta, Shell, St} = imports.gi;
 const {RectangleInt} = imports.gi.cairo;
+const Keyboard = imports.ui.status.keyboard;
 const Main = imports.ui.main;
+const {getKeyboardManager} = imports.misc.keyboardManager;
+const {SwitcherPopup} = imports.ui.switcherPopup;
 const System = imports.system;
 const ExtensionUtils = imports.misc.extensionUtils;
 

@@ -5,9 +5,13 @@ import GLib from 'gi://GLib';
 import Meta from 'gi://Meta';
 import Mtk from 'gi://Mtk';
 import Shell from 'gi://Shell';
+import St from 'gi://St';
 import System from 'system';
 
+import * as Keyboard from 'resource:///org/gnome/shell/ui/status/keyboard.js';
 import * as Main from 'resource:///org/gnome/shell/ui/main.js';
+import {getKeyboardManager} from 'resource:///org/gnome/shell/misc/keyboardManager.js';
+import {SwitcherPopup} from 'resource:///org/gnome/shell/ui/switcherPopup.js';
 import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
 
 const RectangleInt = Mtk.Rectangle;

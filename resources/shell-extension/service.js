@@ -7,9 +7,9 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
     <method name="Look">
         <arg type="${WINDOWS}" direction="out"/>
         <arg type="(iib)" direction="out"/>
-        <arg type="(iiii)" direction="out"/>
     </method>
     <method name="Watch"/>
+    <method name="Layout"><arg type="i" direction="out"/></method>
     <method name="Activate"><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
     <method name="PutInFront"><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
     <method name="Paint">
@@ -34,6 +34,7 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
 </interface></node>`;
 
 const MAX_WINDOWS = 1000;
+const MAX_OWNERS = 100; // of a part of the shell's interface
 const MAX_NAME = 1000; // characters
 const CHANGE_PAUSE = 10; // ms; changes within it are one
 const PICTURES_BETWEEN_COLLECTIONS = 4;
@@ -43,6 +44,8 @@ const MAX_TEXT = 31 * 1024 * 1024; // bytes
 const MAX_SILENCE = 5; // s
 const MAX_READING = 30; // s
 const TEXT_TYPES = ['text/plain;charset=utf-8', 'UTF8_STRING', 'text/plain'];
+
+const CHROME = 6; // the kind of what names an application but is no window
 
 const FLAG = {active: 1, minimized: 2, onScreen: 4, above: 8, fullScreen: 16, x11: 32};
 
@@ -176,6 +179,116 @@ function allActors() {
     return [...new Set([...global.get_window_actors(), ...groups.filter(a => a instanceof Meta.WindowActor)])];
 }
 
+/// A part of the shell's interface as the signature in WINDOWS has it, with the words of its owner: a window, a desktop
+/// entry or a process.
+function describePart(id, {window = null, entry = '', pid = 0}) {
+    const area = [0, 0, 0, 0];
+    if (!window)
+        return [id, pid, '', '', cut(entry), '', '', area, area, '', CHROME, 0];
+    const [, ...words] = describe(window).slice(0, 6);
+    const flags = window.get_client_type() === Meta.WindowClientType.X11 ? FLAG.x11 : 0;
+    return [id, ...words, '', area, area, idOf(window), CHROME, flags];
+}
+
+/// Whom an application's name gives away: each of its windows may be hidden by other names.
+function ownersOf(app) {
+    if (!app)
+        return [];
+    const entry = app.is_window_backed() ? [] : [{entry: app.get_id()}];
+    return [...app.get_windows().slice(0, MAX_OWNERS).map(window => ({window})), ...entry];
+}
+
+/// The parts of the shell's interface that name applications, windows or not.
+class Chrome {
+    constructor() {
+        this._appMenu = Main.panel.statusArea.appMenu ?? null; // Shells from 45 on have none.
+        this._signal = this._appMenu?.connect('changed', () => this._noteApp());
+        this._noteApp();
+    }
+
+    destroy() {
+        if (this._signal)
+            this._appMenu.disconnect(this._signal);
+    }
+
+    /// The title fades out when its application is gone already.
+    _noteApp() {
+        this._lastApp = this._appMenu?._targetApp ?? this._lastApp;
+    }
+
+    /// What is shown at the moment, as [{actors, entries}].
+    parts() {
+        return [...this._title(), ...this._banner(), ...this._messages()];
+    }
+
+    _part(name, actors, owners) {
+        const known = owners.length ? owners.slice(0, MAX_OWNERS) : [{}];
+        return {actors, entries: known.map((owner, at) => describePart(`${name}/${at}`, owner))};
+    }
+
+    _title() {
+        const menu = this._appMenu;
+        if (!menu?.mapped || !menu.opacity)
+            return [];
+        const owners = [menu._targetApp, this._lastApp].flatMap(ownersOf);
+        return [this._part('title', [menu.container, menu.menu.actor], owners)];
+    }
+
+    _banner() {
+        const tray = Main.messageTray;
+        const source = tray.visible ? tray._notification?.source : null;
+        const owners = source ? this._ownersOfSource(source) : [];
+        return owners.length ? [this._part('banner', [tray], owners)] : [];
+    }
+
+    /// Empty for a source of the shell itself; an unknown owner if a program does not say who it is.
+    _ownersOfSource(source) {
+        const owners = ownersOf(source.app ?? source._app);
+        if (source.pid)
+            owners.push({pid: source.pid});
+        const isOfProgram = /^(Fdo|Gtk)Notification/.test(source.constructor.name);
+        return isOfProgram && !owners.length ? [{}] : owners;
+    }
+
+    /// The list of notifications and players.
+    _messages() {
+        const {dateMenu} = Main.panel.statusArea;
+        if (!dateMenu?.menu.actor.mapped)
+            return [];
+        const list = dateMenu._messageList;
+        const players = list?._mediaSection?._players?.values() ?? list?._messageView?._mediaSource?.players ?? [];
+        const owners = [
+            ...Main.messageTray.getSources().flatMap(source => this._ownersOfSource(source)),
+            ...[...players].map(player => ({entry: player._mprisProxy?.DesktopEntry ?? ''})),
+        ];
+        return owners.length ? [this._part('messages', [list ?? dateMenu.menu.actor], owners)] : [];
+    }
+}
+
+/// Windows that have closed may still fade out, and nobody knows any more whose they were.
+function closedParts() {
+    return allActors().some(a => a.mapped && !windowOf(a)) ? [describePart('closed/0', {})] : [];
+}
+
+/// The names and pictures by which the shell's interface shows some windows.
+class Traces {
+    constructor(windows) {
+        const apps = windows.map(w => Shell.WindowTracker.get_default().get_window_app(w)).filter(a => a);
+        const texts = [...apps.map(a => a.get_name()), ...windows.map(w => w.get_title())];
+        this._texts = [...new Set(texts.map(text => text?.trim()).filter(text => text))];
+        this._icons = apps.map(a => a.get_icon?.()).filter(icon => icon);
+    }
+
+    areIn(actor) {
+        if (actor instanceof Clutter.Text)
+            return this._texts.some(text => actor.text.includes(text));
+        if (actor instanceof St.Icon)
+            return !!actor.gicon && this._icons.some(icon => icon.equal(actor.gicon));
+        // The shell does not record whose menu it is.
+        return actor instanceof St.Widget && actor.has_style_class_name('window-menu');
+    }
+}
+
 function windows() {
     return global.get_window_actors().map(windowOf).filter(w => w).slice(-MAX_WINDOWS);
 }
@@ -186,6 +299,13 @@ function findWindow(id) {
 
 function currentTime() {
     return global.display.get_current_time_roundtrip();
+}
+
+/// The number of the active layout in the keymap of the seat; -1 if it is unknown, as with an input method.
+function activeLayout() {
+    const source = Keyboard.getInputSourceManager().currentSource;
+    const layout = getKeyboardManager().currentLayout;
+    return source?.type === 'xkb' && layout ? layout.groupIndex : -1;
 }
 
 /// Whether the shell's own interface has the keyboard and the pointer.
@@ -255,9 +375,14 @@ class Changes {
     }
 }
 
-/// What to make transparent in place of a window. Its own opacity may be animated, and setting it would end that.
+/// What to make transparent in place of an actor. Its own opacity may be animated, and setting it would end that.
 function layersOf(actor) {
     return actor.get_transition('opacity') ? actor.get_children() : [actor];
+}
+
+/// The same for a window. The shell paints nothing below a surface that is opaque, whatever the opacity of its parents.
+function layersOfWindow(actor) {
+    return [...layersOf(actor), ...actor.get_children().flatMap(layersOfWindow)];
 }
 
 /// Calls a method of the stage whose last parameters are (..., flags), or (..., color state, flags) in newer shells.
@@ -268,38 +393,47 @@ function paintStage(method, ...parameters) {
     return stage[method](...parameters);
 }
 
-/// Pictures of a monitor without some windows. Nothing on the real screen changes: hiding, painting and showing again
-/// happen before the shell draws its next frame.
+/// Pictures of a monitor without some windows and what names them. Nothing on the real screen changes: hiding, painting
+/// and showing again happen before the shell draws its next frame.
 class Painter {
-    constructor() {
+    constructor(chrome) {
+        this._chrome = chrome;
         this._pictures = 0;
         this._canvases = new Map(); // size -> {texture, framebuffer}
     }
 
-    /// Gives the texture, and the windows that may be in it.
-    paint(connector, leftOut) {
+    /// Gives the texture, and descriptions of what may be in it.
+    /// leftOut  the ids of windows and of parts of the shell's interface
+    /// caller   the process whose windows may be named
+    paint(connector, leftOut, caller) {
         const manager = global.backend?.get_monitor_manager?.() ?? Meta.MonitorManager.get();
         const index = manager.get_monitor_for_connector(connector);
         if (index < 0)
             throw new Refusal('no such monitor');
         const actors = allActors();
         const hidden = actors.filter(a => !windowOf(a) || leftOut.has(idOf(windowOf(a))));
-        if (hidden.length)
-            this._assertShownNowhereElse(hidden);
-        const texture = this._paintWithout(hidden, index);
+        const parts = this._chrome.parts();
+        const secret = parts.filter(part => part.entries.some(([id]) => leftOut.has(id)));
+        const others = hidden.map(windowOf).filter(w => w && w.get_pid() !== caller);
+        if (others.length)
+            this._assertNoListOfWindows();
+        const traces = hidden.length ? this._findTraces(hidden, new Traces(others), others.length > 0) : [];
+        const blank = [...secret.flatMap(part => part.actors), ...traces];
+        const texture = this._paintWithout(hidden, blank, index);
         // Also those that are not on the screen themselves: the overview and others may show them.
         const shown = actors.filter(a => !hidden.includes(a)).map(windowOf);
-        return {texture, windows: shown.map(describe)};
+        const named = parts.filter(part => !secret.includes(part)).flatMap(part => part.entries);
+        return {texture, entries: [...shown.map(describe), ...named]};
     }
 
-    _paintWithout(hidden, index) {
+    _paintWithout(hidden, blank, index) {
         const geometry = global.display.get_monitor_geometry(index);
         const area = new RectangleInt();
         [area.x, area.y, area.width, area.height] = rectangle(geometry);
         const scale = global.display.get_monitor_scale(index);
         const flags = this._mayShowPointer(hidden)
             ? Clutter.PaintFlag.FORCE_CURSORS : Clutter.PaintFlag.NO_CURSORS;
-        const layers = hidden.flatMap(layersOf);
+        const layers = [...new Set([...hidden.flatMap(layersOfWindow), ...blank.flatMap(layersOf)])];
         const opacities = layers.map(a => a.opacity);
         try {
             layers.forEach(a => a.set_opacity(0));
@@ -307,6 +441,12 @@ class Painter {
         } finally {
             layers.forEach((a, i) => a.set_opacity(opacities[i]));
         }
+    }
+
+    /// These show applications as running, minimised ones too.
+    _assertNoListOfWindows() {
+        if (Main.overview.visible)
+            throw new Refusal('the overview lists windows');
     }
 
     /// The shell keeps each texture that it made an image of, so the same one is painted again and again.
@@ -338,9 +478,10 @@ class Painter {
         });
     }
 
-    /// The overview, the switcher, the magnifier and animations show windows a second time, and a dragged picture
-    /// belongs to no window.
-    _assertShownNowhereElse(hidden) {
+    /// Gives what names the hidden windows. Throws if something shows them a second time: the overview, the switcher,
+    /// the magnifier and animations do. A dragged picture belongs to no window.
+    _findTraces(hidden, traces, isNamed) {
+        const found = [];
         const pending = global.stage.get_children();
         while (pending.length) {
             const actor = pending.pop();
@@ -353,8 +494,14 @@ class Painter {
                 throw new Refusal('a picture of the screen is on the screen');
             if (this._isOfAClient(actor))
                 throw new Refusal('something is dragged');
-            pending.push(...actor.get_children());
+            if (isNamed && actor instanceof SwitcherPopup)
+                throw new Refusal('a list of windows is shown');
+            if (isNamed && traces.areIn(actor))
+                found.push(actor);
+            else
+                pending.push(...actor.get_children());
         }
+        return found;
     }
 
     _isOfAClient(actor) {
@@ -523,7 +670,8 @@ class Service {
         this._callers.onGone = sender => this._stopListening(sender);
         this._listeners = new Set();
         this._keyListeners = new Set();
-        this._painter = new Painter();
+        this._chrome = new Chrome();
+        this._painter = new Painter(this._chrome);
         this._exported = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
         this._exported.export(Gio.DBus.session, OBJECT_PATH);
         // Without content, so everybody may see it.
@@ -534,17 +682,22 @@ class Service {
         this._exported.emit_signal('Gone', null);
         this._exported.unexport();
         this._callers.destroy();
+        this._chrome.destroy();
         this._changes?.destroy();
         this._clipboard?.destroy();
         this._hotKey?.destroy();
     }
 
     LookAsync(_parameters, invocation) {
-        this._answer(invocation, `(${WINDOWS}(iib)(iiii))`, () => {
+        this._answer(invocation, `(${WINDOWS}(iib))`, () => {
             const [x, y] = global.get_pointer();
-            const main = Main.layoutManager.primaryMonitor;
-            return [windows().map(describe), [x, y, isCovered()], main ? rectangle(main) : [0, 0, 0, 0]];
+            const parts = this._chrome.parts().flatMap(part => part.entries);
+            return [[...windows().map(describe), ...parts, ...closedParts()], [x, y, isCovered()]];
         });
+    }
+
+    LayoutAsync(_parameters, invocation) {
+        this._answer(invocation, '(i)', () => [activeLayout()]);
     }
 
     WatchAsync(_parameters, invocation) {
@@ -581,12 +734,12 @@ class Service {
     }
 
     PaintAsync([connector, leftOut], invocation, descriptors) {
-        this._answer(invocation, `((uuuu)${WINDOWS})`, () => lend(descriptors, async descriptor => {
-            const painted = this._painter.paint(connector, new Set(leftOut));
+        this._answer(invocation, `((uuuu)${WINDOWS})`, pid => lend(descriptors, async descriptor => {
+            const painted = this._painter.paint(connector, new Set(leftOut), pid);
             const pixels = await this._painter.pixelsOf(painted.texture);
             await writeAll(descriptor, pixels.read_pixel_bytes(), pixels.get_byte_length());
             this._painter.release();
-            return [[pixels.width, pixels.height, pixels.rowstride, pixels.n_channels], painted.windows];
+            return [[pixels.width, pixels.height, pixels.rowstride, pixels.n_channels], painted.entries];
         }));
     }
 

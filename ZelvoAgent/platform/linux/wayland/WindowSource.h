@@ -44,7 +44,11 @@ struct CompositorWindow {
 /// The windows of one moment.
 struct WindowsNow {
     std::vector<CompositorWindow> windows; ///< back to front, minimised ones too
-    std::optional<LogicalPoint> pointer;   ///< `nullopt` if the compositor does not say
+    /// Parts of the compositor's own interface that name an application: the title of a panel, a
+    /// notification. Not windows: nothing can be done to them, but they may have to be left out of a picture.
+    /// One without names and process shows an application that nobody knows any more.
+    std::vector<CompositorWindow> chrome;
+    std::optional<LogicalPoint> pointer; ///< `nullopt` if the compositor does not say
     /// The compositor's own interface covers the windows and has the keyboard: an overview, a switcher.
     bool isCovered = false;
     bool operator==(WindowsNow const&) const = default;

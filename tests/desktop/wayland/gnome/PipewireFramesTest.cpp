@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 namespace zelvo::test {
 
@@ -32,6 +33,16 @@ protected:
         nodes = {{1, static_cast<std::uint32_t>(std::stoul(node))}};
         streams = std::make_unique<PipewireFrames>(contexts, *clock);
         streams->setStreams(GrantedStreams{.nodes = nodes});
+    }
+    /// Of a picture; zero if there is none.
+    std::pair<int, int> sizeOrNothing()
+    {
+        try {
+            Picture const now = picture();
+            return {now.width, now.height};
+        } catch (ScreenFailure const&) {
+            return {};
+        }
     }
     bool refuses()
     {
@@ -111,6 +122,19 @@ TEST_F(PipewireFramesTest, reportsWhatIsDrawnWhileThatIsWanted)
     for (int at = 0; at < 5; ++at)
         picture();
     EXPECT_LE(drawn, atRest + 1);
+}
+
+/// GNOME 43 ends the stream then; the desktop reports that as the end of the grant.
+TEST_F(PipewireFramesTest, givesNoPictureOfTheOldShapeWhenTheMonitorTurns)
+{
+    record();
+    streams->setDrawingWanted(true); // As during a recording.
+    ASSERT_EQ(sizeOrNothing(), std::pair(1920, 1080));
+
+    gnome->arrange({{.quarters = 1}});
+
+    EXPECT_TRUE(waitFor([&] { return sizeOrNothing() != std::pair(1920, 1080); }));
+    EXPECT_TRUE(refuses() || sizeOrNothing() == std::pair(1080, 1920));
 }
 
 TEST_F(PipewireFramesTest, failsWhenTheStreamEnds)

@@ -1,6 +1,10 @@
 #include "desktop/wayland/gnome/GnomeFixture.h"
 
+#include <signal.h>
+
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <set>
 
 namespace zelvo::test {
@@ -19,11 +23,31 @@ bool isHidden(CompositorWindow const& window)
 std::set<std::string> hiddenOnes(WindowsNow const& now)
 {
     std::set<std::string> ids;
-    for (CompositorWindow const& window : now.windows)
-        if (isHidden(window))
-            ids.insert(window.id);
+    for (auto const* const all : {&now.windows, &now.chrome})
+        for (CompositorWindow const& each : *all)
+            if (isHidden(each))
+                ids.insert(each.id);
     return ids;
 }
+
+/// How many pixels of an area differ between two pictures.
+std::size_t differences(Picture const& one, Picture const& other, LogicalRect const& area)
+{
+    std::size_t count = 0;
+    for (int y = static_cast<int>(area.y); y < static_cast<int>(area.y + area.height); ++y)
+        for (int x = static_cast<int>(area.x); x < static_cast<int>(area.x + area.width); ++x) {
+            std::ptrdiff_t const at = y * static_cast<std::ptrdiff_t>(one.stride) + x * 4;
+            count += std::memcmp(one.pixels.data() + at, other.pixels.data() + at, 3) != 0;
+        }
+    return count;
+}
+
+/// In the top bar, beside "Activities".
+constexpr LogicalRect titleOfTheFront{110, 0, 400, 30};
+/// Where the text of a notification begins, below the clock.
+constexpr LogicalPoint inTheNotification{800, 62};
+/// In the list of messages, below the clock.
+constexpr LogicalPoint inTheFirstMessage{690, 85};
 
 /// The number of colours where a pointer would be drawn.
 std::size_t coloursAround(Picture const& picture, LogicalPoint point)
@@ -70,6 +94,53 @@ protected:
         EXPECT_TRUE(waitForLook([&](WindowsNow const& look) { return look.pointer == wanted; }));
         return wanted;
     }
+    /// An application that the shell knows by name, which notifications need.
+    void install(std::string const& id)
+    {
+        auto const folder = gnome->dataHome() / "applications";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / (id + ".desktop"))
+            << "[Desktop Entry]\nType=Application\nName=Application " << id << "\nExec=/bin/true " << id
+            << "\nIcon=dialog-password\n";
+    }
+    void notify(std::string const& id)
+    {
+        gnome->call("org.gtk.Notifications", "/org/gtk/Notifications",
+                    "org.gtk.Notifications.AddNotification",
+                    {"'" + id + "'", "'1'", "{'title': <'Hello'>, 'body': <'Something private'>}"});
+    }
+    /// Shows a notification of the hidden application, which the shell comes to know late.
+    void notifyAsHidden()
+    {
+        install("dev.hidden");
+        require("the notification", [&] {
+            try {
+                notify("dev.hidden");
+                return true;
+            } catch (std::exception const&) {
+                return false;
+            }
+        });
+    }
+    pid_t press(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), {"/usr/bin/python3", ZELVO_KEY_PRESSER});
+        return gnome->start(words);
+    }
+    /// Whether the shell's own interface is in front.
+    bool waitUntilCovered(bool isCovered)
+    {
+        return waitForLook([&](WindowsNow const& now) { return now.isCovered == isCovered; });
+    }
+    bool isRefused()
+    {
+        try {
+            withoutHidden();
+        } catch (ScreenFailure const& failure) {
+            return failure.mayShowExcluded;
+        }
+        return false;
+    }
     Picture withoutHidden()
     {
         return run<Picture>([&]() -> Task<Picture> { co_return co_await frames->without(1, hiddenOnes); });
@@ -90,6 +161,108 @@ TEST_F(ShellFramesTest, showsWhatIsBelowAWindowThatIsLeftOut)
     EXPECT_EQ(pixelsOf(picture, hiddenColour), 0U);
     EXPECT_EQ(pixelsOf(picture, seenColour), windowArea);
     EXPECT_EQ(pixelsOf(everything(), hiddenColour), windowArea);
+}
+
+TEST_F(ShellFramesTest, showsTheBackgroundBelowAWindowThatIsLeftOut)
+{
+    startGnome();
+    Picture const before = everything();
+    startClient("dev.hidden", "#ff00ff");
+    ASSERT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) == windowArea; }));
+
+    EXPECT_EQ(differences(before, withoutHidden(), windowOf("dev.hidden").frame), 0U);
+}
+
+TEST_F(ShellFramesTest, namesNoHiddenApplicationInTheTopBar)
+{
+    startGnome();
+    if (gnome->version() >= 45)
+        GTEST_SKIP() << "this shell's top bar has no title";
+    Picture const before = everything();
+    startClient("dev.hidden", "#ff00ff");
+    ASSERT_TRUE(waitFor([&] { return differences(before, everything(), titleOfTheFront) > 0; }));
+
+    EXPECT_EQ(differences(before, withoutHidden(), titleOfTheFront), 0U);
+    startClient("dev.seen", "#00ff00");
+    EXPECT_TRUE(waitFor([&] { return differences(before, withoutHidden(), titleOfTheFront) > 0; }));
+}
+
+TEST_F(ShellFramesTest, showsNoMessageOfAHiddenApplication)
+{
+    startGnome();
+    notifyAsHidden();
+    press({"stay", "125", "47"}); // Super and V
+    ASSERT_TRUE(waitForLook([](WindowsNow const& now) { return !now.chrome.empty(); }));
+    ASSERT_TRUE(waitFor([&] { return coloursAround(everything(), inTheFirstMessage) > 1; }));
+
+    EXPECT_EQ(coloursAround(withoutHidden(), inTheFirstMessage), 1U);
+    gnome->call("org.gtk.Notifications", "/org/gtk/Notifications", "org.gtk.Notifications.RemoveNotification",
+                {"'dev.hidden'", "'1'"});
+    EXPECT_TRUE(waitForLook([](WindowsNow const& now) { return now.chrome.empty(); }));
+    // A shell that ends while a menu of its own is open crashes.
+    press({"1"}); // Escape
+    EXPECT_TRUE(waitUntilCovered(false));
+}
+
+TEST_F(ShellFramesTest, showsNoNotificationOfAHiddenApplication)
+{
+    startGnome();
+    notifyAsHidden();
+    auto const isShown = [&] {
+        gnome->run(
+            {"/usr/bin/python3", ZELVO_KEY_PRESSER, "42"}); // A person who is away sees only the first one.
+        auto const now = windows->look();
+        return now && !hiddenOnes(*now).empty();
+    };
+
+    ASSERT_TRUE(waitFor(isShown, 40s));
+
+    ASSERT_TRUE(waitFor([&] { return coloursAround(everything(), inTheNotification) > 1; }));
+    EXPECT_EQ(coloursAround(withoutHidden(), inTheNotification), 1U);
+}
+
+TEST_F(ShellFramesTest, showsNoMenuOfAHiddenWindow)
+{
+    startGnome();
+    startClient("dev.hidden", "#ff00ff");
+    ASSERT_TRUE(waitForLook([](WindowsNow const& now) { return now.windows.back().isActive; }));
+    Picture const before = withoutHidden();
+    press({"stay", "56", "57"}); // Alt and space
+    ASSERT_TRUE(waitUntilCovered(true));
+    LogicalRect const frame = windowOf("dev.hidden").frame;
+    ASSERT_TRUE(waitFor([&] { return pixelsOf(everything(), hiddenColour) < windowArea; }));
+
+    EXPECT_EQ(differences(before, withoutHidden(), frame), 0U);
+    press({"1"}); // Escape
+    EXPECT_TRUE(waitUntilCovered(false));
+}
+
+TEST_F(ShellFramesTest, refusesWhileASwitcherShowsApplications)
+{
+    startGnome();
+    startClient("dev.seen", "#00ff00");
+    startClient("dev.hidden", "#ff00ff");
+    EXPECT_FALSE(isRefused());
+
+    pid_t const keys = press({"hold", "56", "15"}); // Alt and Tab
+
+    ASSERT_TRUE(waitUntilCovered(true));
+    EXPECT_TRUE(waitFor([&] { return isRefused(); })); // It appears a little later.
+    gnome->processes().end(keys, SIGTERM);
+    EXPECT_TRUE(waitUntilCovered(false));
+}
+
+TEST_F(ShellFramesTest, refusesWhileTheOverviewListsAMinimizedWindow)
+{
+    startGnome();
+    startClient("dev.hidden", "#ff00ff", {"1", "minimized"});
+    ASSERT_TRUE(waitFor([&] { return windowOf("dev.hidden").isMinimized; }));
+    EXPECT_FALSE(isRefused());
+
+    gnome->setOverview(true);
+
+    EXPECT_TRUE(isRefused());
+    gnome->setOverview(false); // A shell that ends while it is open crashes.
 }
 
 TEST_F(ShellFramesTest, neverShowsARestlessProgram)

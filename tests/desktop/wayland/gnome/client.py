@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """A GTK 3 program whose windows have one colour.
-client.py NAME COLOUR [COUNT] [restless]
+client.py NAME COLOUR [COUNT] [minimized | restless]
 COUNT     its windows at the start
+minimized minimises them
 restless  opens, closes, minimises, raises and resizes windows many times a second"""
 import random
 import sys
@@ -50,6 +51,9 @@ def act():
 
 for _ in range(count):
     open_window()
+if "minimized" in sys.argv:
+    for each in windows:
+        each.iconify()
 if "restless" in sys.argv:
     GLib.timeout_add(40, act)
 Gtk.main()

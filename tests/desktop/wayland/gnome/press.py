@@ -1,9 +1,12 @@
 #!/usr/bin/python3
 """Presses keys together, then releases them, by the compositor's own interface.
-press.py [stay] KEY...
+press.py [stay | hold] KEY...
+press.py type KEY...
 press.py move X Y
 stay  keeps its keyboard afterwards, and says so by a line
+hold  holds the keys down
 KEY   the kernel's number
+type  presses one key after the other
 move  moves the pointer by so many points, and keeps it"""
 import sys
 import time
@@ -27,11 +30,19 @@ call("Start")
 if sys.argv[1] == "move":
     call("NotifyPointerMotionRelative", GLib.Variant("(dd)", (float(sys.argv[2]), float(sys.argv[3]))))
     GLib.MainLoop().run()
-stays = sys.argv[1] == "stay"
-keys = [int(text) for text in sys.argv[1 + stays:]]
+stays, types, holds = (sys.argv[1] == word for word in ("stay", "type", "hold"))
+keys = [int(text) for text in sys.argv[1 + (stays or types or holds):]]
 time.sleep(0.2)  # A new session loses its first keys.
+if types:
+    for code in keys:
+        key(code, True)
+        key(code, False)
+    call("Stop")
+    sys.exit()
 for code in keys:
     key(code, True)
+if holds:
+    GLib.MainLoop().run()
 for code in reversed(keys):
     key(code, False)
 if stays:

@@ -24,6 +24,14 @@ std::string quotedList(std::vector<std::string> const& texts)
     return "[" + list + "]";
 }
 
+std::string inputSources(std::vector<std::string> const& layouts)
+{
+    std::string list;
+    for (std::string const& layout : layouts)
+        list += (list.empty() ? "('xkb', '" : ", ('xkb', '") + layout + "')";
+    return list.empty() ? "@a(ss) []" : "[" + list + "]";
+}
+
 } // namespace
 
 std::optional<std::string> PrivateGnome::missing()
@@ -52,7 +60,7 @@ PrivateGnome::PrivateGnome(GnomeOptions options) : WaylandSession(options.enviro
         options.prepare(*this);
     startShell(options);
     if (std::ranges::any_of(options.monitors, [](GnomeMonitor const& one) { return one.scale != 1; }))
-        scaleMonitors(options.monitors);
+        arrange(options.monitors);
 }
 
 PrivateGnome::~PrivateGnome()
@@ -70,6 +78,8 @@ void PrivateGnome::writeSettings(GnomeOptions const& options)
          << "\nwelcome-dialog-last-shown-version='999'\n"
          << "[org/gnome/mutter]\nexperimental-features=['scale-monitor-framebuffer']\n"
          << "[org/gnome/desktop/interface]\nenable-animations=" << (options.animations ? "true" : "false")
+         << "\n[org/gnome/desktop/input-sources]\nsources=" << inputSources(options.layouts)
+         << "\n[org/gnome/desktop/background]\npicture-options='none'\ncolor-shading-type='solid'"
          << "\n[org/gnome/desktop/screensaver]\nlock-enabled=false\n"
          << "[org/gnome/desktop/session]\nidle-delay=uint32 0\n";
 }
@@ -124,7 +134,7 @@ void PrivateGnome::setOverview(bool isOpen)
     require("the overview", isDone, 20s);
 }
 
-void PrivateGnome::scaleMonitors(std::vector<GnomeMonitor> const& monitors)
+void PrivateGnome::arrange(std::vector<GnomeMonitor> const& monitors, std::size_t main)
 {
     std::string const state =
         call(monitorsName, monitorsPath, std::string(monitorsName) + ".GetCurrentState");
@@ -136,10 +146,14 @@ void PrivateGnome::scaleMonitors(std::vector<GnomeMonitor> const& monitors)
     int left = 0;
     auto found = std::sregex_iterator(state.begin(), state.end(), mode);
     for (std::size_t at = 0; at < monitors.size() && found != std::sregex_iterator(); ++at, ++found) {
-        logical += (at ? ", (" : "(") + std::to_string(left) + ", 0, " + std::to_string(monitors[at].scale) +
-                   ", uint32 0, " + (at ? "false" : "true") + ", [('" + (*found)[1].str() + "', '" +
+        if (monitors[at].isOff)
+            continue;
+        logical += (logical.empty() ? "(" : ", (") + std::to_string(left) + ", 0, " +
+                   std::to_string(monitors[at].scale) + ", uint32 " + std::to_string(monitors[at].quarters) +
+                   ", " + (at == main ? "true" : "false") + ", [('" + (*found)[1].str() + "', '" +
                    (*found)[2].str() + "', @a{sv} {})])";
-        left += static_cast<int>(monitors[at].width / monitors[at].scale);
+        int const width = monitors[at].quarters % 2 ? monitors[at].height : monitors[at].width;
+        left += static_cast<int>(width / monitors[at].scale);
     }
     call(monitorsName, monitorsPath, std::string(monitorsName) + ".ApplyMonitorsConfig",
          {serial[1].str(), "1", "[" + logical + "]", "{}"});

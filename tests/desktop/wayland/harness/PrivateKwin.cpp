@@ -56,6 +56,11 @@ PrivateKwin::PrivateKwin(KwinOptions given) : PrivateSession(given.environment),
     settings["XDG_CURRENT_DESKTOP"] = "KDE";
     settings["KWIN_COMPOSE"] = options.isPainted ? "Q" : "O2";
     settings["LIBGL_ALWAYS_SOFTWARE"] = "1";
+    if (!options.layouts.empty()) {
+        std::filesystem::create_directories(configHome());
+        std::ofstream(configHome() / "kxkbrc")
+            << "[Layout]\nUse=true\nLayoutList=" << options.layouts << '\n';
+    }
     startBus();
     startCompositor();
 }

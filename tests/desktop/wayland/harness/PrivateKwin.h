@@ -13,6 +13,7 @@ struct KwinOptions {
     int outputs = 1;       ///< "Virtual-0" and so on, from left to right
     bool isPainted = true; ///< without OpenGL: starts faster, but offers no pictures
     bool xwayland = false;
+    std::string layouts = {}; ///< of the keyboard: "us,ru"; the system's if empty
     Environment environment = {};
 };
 

@@ -45,7 +45,7 @@ void GnomePortal::startPortal(std::vector<std::string> const& interfaces)
 {
     Environment const extra = portalEnvironment(gnome, interfaces);
     // In this order: a front end that starts before its backend does not offer what it has.
-    gnome.start({"/usr/bin/python3", ZELVO_PORTAL_TESTS "/portal_backend.py"}, extra);
+    gnome.start({"/usr/bin/python3", ZELVO_GRANTING_PORTAL}, extra);
     require("the backend", [this] { return gnome.hasOwner(controlName); });
     gnome.start({"/usr/libexec/xdg-desktop-portal"}, extra);
     require("the portal", [this] { return gnome.hasOwner(PortalRequests::name); });

@@ -1,6 +1,9 @@
 #include "desktop/wayland/harness/PrivateKwin.h"
 #include "desktop/wayland/harness/WaylandSession.h"
 #include "desktop/wayland/portal/GnomePortal.h"
+#include "platform/linux/wayland/client/SeatKeymaps.h"
+#include "platform/linux/wayland/input/SeatKeyboard.h"
+#include "platform/linux/wayland/kwin/KwinLayout.h"
 #include "platform/linux/wayland/portal/PortalHotKey.h"
 
 #include <gmock/gmock.h>
@@ -16,6 +19,7 @@ namespace {
 using State = DesktopGrant::State;
 using ::testing::HasSubstr;
 
+constexpr int kernelToX = 8; // An X server's numbers of keys are that much larger.
 constexpr char const* backend = "/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde";
 
 /// KDE's compositor with its real portals, which grant to programs outside of sandboxes without a dialog.
@@ -103,6 +107,43 @@ TEST_F(KwinPortalTest, clicksTypesAndScrolls)
     LogicalPoint const pointer = pointerOf(kwin);
     EXPECT_NEAR(pointer.x, 300, 0.5);
     EXPECT_NEAR(pointer.y, 200, 0.5);
+}
+
+TEST_F(KwinPortalTest, typesInTheLayoutThatThePersonSwitchedTo)
+{
+    KwinOptions chosen = options(1);
+    chosen.layouts = "us,ru";
+    PrivateKwin kwin(std::move(chosen));
+    startPortals(kwin);
+    PortalClient client(kwin);
+    Listener listener(kwin, 4);
+    client.grant->ask();
+    client.reaches(State::granted);
+    PortalHands hands(client, layout(1));
+    EXPECT_TRUE(hands.tap(KEY_LEFTSHIFT)); // The seat has a keyboard from now on.
+    hands.drain();
+    kwin.adoptEnvironment();
+    SeatKeymaps const keymaps(contextsOn(client.io), WaylandClient::open());
+    SeatKeyboard keyboard([&] { return SeatKeymap{keymaps.current(), activeKwinLayout()}; });
+    ASSERT_TRUE(keyboard.refresh());
+    EXPECT_TRUE(keyboard.isCertain());
+    EXPECT_EQ(keyboard.strokeFor(U'м'), nullptr);
+
+    kwin.run({"gdbus", "call", "--session", "--dest", "org.kde.keyboard", "--object-path", "/Layouts",
+              "--method", "org.kde.KeyboardLayouts.setLayout", "1"});
+
+    ASSERT_TRUE(keyboard.refresh());
+    EXPECT_TRUE(keyboard.isCertain());
+    for (char32_t const character : std::u32string(U"мир")) {
+        KeyStroke const* const stroke = keyboard.strokeFor(character);
+        ASSERT_TRUE(stroke);
+        EXPECT_TRUE(hands.tap(stroke->keycode - kernelToX));
+    }
+    hands.drain();
+    std::string const expected = "down Cyrillic_em\nup Cyrillic_em\ndown Cyrillic_i\nup Cyrillic_i\n"
+                                 "down Cyrillic_er\nup Cyrillic_er\n";
+    EXPECT_TRUE(waitFor([&] { return listener.all().find(expected) != std::string::npos; }, 5s))
+        << listener.all();
 }
 
 TEST_F(KwinPortalTest, findsItsWayOnTwoOutputsOnlyBySeeingThePointer)

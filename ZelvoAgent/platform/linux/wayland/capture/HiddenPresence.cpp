@@ -32,6 +32,21 @@ bool HiddenPresence::hasWindow(std::set<std::string> const& excluded) const
     return !now || !leftOut(*now, excluded).empty();
 }
 
+std::set<std::string> HiddenPresence::leftOut(WindowsNow const& now,
+                                              std::set<std::string> const& excluded) const
+{
+    if (now.chrome.empty())
+        return parts.hiddenOf(now, excluded);
+    WindowsNow all = now;
+    all.windows.insert(all.windows.end(), now.chrome.begin(), now.chrome.end());
+    auto ids = parts.hiddenOf(all, excluded);
+    if (std::ranges::any_of(excluded, [](auto const& name) { return name != ownBundleIdentifier; }))
+        for (CompositorWindow const& part : now.chrome)
+            if (!part.pid && part.words == WindowWords{})
+                ids.insert(part.id);
+    return ids;
+}
+
 std::optional<std::vector<CompositorWindow>> HiddenPresence::ownOnScreen() const
 {
     std::vector<CompositorWindow> windows;

@@ -32,11 +32,9 @@ public:
     /// window: one may appear at any moment. This program does not count. True also if the compositor's
     /// clients cannot be read, unless nothing but this program is excluded.
     bool isConnected(std::set<std::string> const& excluded) const;
-    /// The windows of excluded applications among these.
-    std::set<std::string> leftOut(WindowsNow const& now, std::set<std::string> const& excluded) const
-    {
-        return parts.hiddenOf(now, excluded);
-    }
+    /// The windows of excluded applications among these, and the parts of the compositor's interface that
+    /// name one.
+    std::set<std::string> leftOut(WindowsNow const& now, std::set<std::string> const& excluded) const;
     /// The windows of this program that are on the screen; none if the compositor tells nobody of windows.
     /// `nullopt` if it does not answer.
     std::optional<std::vector<CompositorWindow>> ownOnScreen() const;

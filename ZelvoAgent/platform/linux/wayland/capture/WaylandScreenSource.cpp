@@ -5,7 +5,7 @@
 #include "platform/portable/pictures/PictureScaling.h"
 
 #include <cmath>
-#include <exception>
+#include <string>
 #include <utility>
 
 namespace zelvo {
@@ -113,20 +113,23 @@ Task<Picture> WaylandScreenSource::take(std::uint32_t id, std::set<std::string> 
     co_return co_await takeWithout(id, leftOut);
 }
 
-/// While windows appear, close or are shown twice, some compositors cannot say what would be in a picture.
+/// While windows appear, close or are shown twice, some compositors cannot say what would be in a picture. If
+/// that lasts, the caller learns that something hidden is the reason, and may try again.
 Task<Picture> WaylandScreenSource::takeWithout(std::uint32_t id, FrameSource::LeftOut leftOut)
 {
-    for (int attempt = 1;; ++attempt) {
-        std::exception_ptr failure; // Nothing can be awaited where it is caught.
+    std::string reason;
+    for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
+        if (attempt > 1) // Nothing can be awaited where the failure is caught.
+            co_await parts.clock.sleep(betweenAttempts);
+        if (!parts.monitors().find(id))
+            throw ScreenFailure{"the display is gone"};
         try {
             co_return co_await parts.frames.without(id, leftOut);
-        } catch (ScreenFailure const&) {
-            failure = std::current_exception();
+        } catch (ScreenFailure const& failure) {
+            reason = failure.reason;
         }
-        if (attempt == maxAttempts)
-            std::rethrow_exception(failure);
-        co_await parts.clock.sleep(betweenAttempts);
     }
+    throw ScreenFailure{std::move(reason), true};
 }
 
 Task<Picture> WaylandScreenSource::takeEverything(Monitor monitor)

@@ -8,6 +8,7 @@
 #include "platform/linux/wayland/shell/ShellExtensionInstall.h"
 #include "platform/linux/wayland/shell/ShellFrames.h"
 #include "platform/linux/wayland/shell/ShellHotKey.h"
+#include "platform/linux/wayland/shell/ShellLayout.h"
 #include "platform/linux/wayland/shell/ShellLink.h"
 #include "platform/linux/wayland/shell/ShellPasteboard.h"
 #include "platform/linux/wayland/shell/ShellPresence.h"
@@ -124,6 +125,7 @@ CompositorDoors openGnomeDoors(DesktopParts const& parts, WaylandMonitors& monit
     PortalDoors const portals = addPortals(doors, parts, monitors);
     followStreams(parts, portals, monitors, streams);
     auto clipboard = std::make_unique<ShellPasteboard>(parts.contexts, parts.user, shell->presence);
+    doors.activeLayout = [shell] { return activeShellLayout(shell->link); };
     doors.hotKey = std::make_unique<ShellHotKey>(parts.contexts.main, parts.user, shell->presence);
     doors.start = [shell, clipboard = clipboard.get()] {
         clipboard->start();

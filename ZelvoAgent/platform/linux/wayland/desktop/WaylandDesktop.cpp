@@ -1,6 +1,7 @@
 #include "platform/linux/wayland/desktop/WaylandDesktop.h"
 
 #include "platform/linux/system/XdgFolders.h"
+#include "platform/linux/wayland/shell/MainMonitor.h"
 #include "platform/linux/wayland/windows/ElementWindows.h"
 #include "wire/AgentError.h"
 
@@ -38,7 +39,10 @@ std::unique_ptr<WaylandDesktop> WaylandDesktop::open(DesktopParts const& parts)
     auto client = variable("WAYLAND_DISPLAY") ? WaylandClient::open() : nullptr;
     if (!client)
         return nullptr;
-    auto monitors = std::make_unique<WaylandMonitors>(parts.contexts, WaylandClient::open());
+    auto const main = std::make_shared<MainMonitor>(parts.user);
+    auto monitors = std::make_unique<WaylandMonitors>(parts.contexts, WaylandClient::open(),
+                                                      [main] { return main->name(); });
+    main->observe([monitors = monitors.get()] { monitors->refresh(); });
     CompositorDoors doors = openDoors(parts, client, *monitors);
     return std::make_unique<WaylandDesktop>(parts, std::move(client), std::move(monitors), std::move(doors));
 }

@@ -80,12 +80,12 @@ std::string connectorOf(MonitorLayout const& layout, std::uint32_t id)
 }
 
 /// What a picture says of a window is newer than what is known.
-void addNew(WindowsNow& known, std::vector<CompositorWindow> const& windows)
+void addNew(std::vector<CompositorWindow>& known, std::vector<CompositorWindow> const& windows)
 {
     for (CompositorWindow const& window : windows) {
-        auto const same = std::ranges::find(known.windows, window.id, &CompositorWindow::id);
-        if (same == known.windows.end())
-            known.windows.push_back(window);
+        auto const same = std::ranges::find(known, window.id, &CompositorWindow::id);
+        if (same == known.end())
+            known.push_back(window);
         else
             *same = window;
     }
@@ -126,14 +126,15 @@ Picture ShellFrames::paintWithout(std::string const& connector, LeftOut const& l
         SharedMemory memory;
         ShellPicture const painted = paint(connector, ids, memory.get());
         // A window may have appeared since the look. Whose it is may depend on others that are left out.
-        addNew(known, painted.windows);
+        addNew(known.windows, painted.windows);
+        addNew(known.chrome, painted.chrome);
         std::set<std::string> const secret = leftOut(known);
         auto const isSecret = [&](CompositorWindow const& window) { return secret.contains(window.id); };
-        if (std::ranges::none_of(painted.windows, isSecret))
+        if (std::ranges::none_of(painted.windows, isSecret) && std::ranges::none_of(painted.chrome, isSecret))
             return pictureOf(painted, memory);
         ids.insert(secret.begin(), secret.end());
     }
-    throw ScreenFailure{"windows appear faster than pictures are taken"};
+    throw ScreenFailure{"windows appear faster than pictures are taken", true};
 }
 
 WindowsNow ShellFrames::look()
@@ -142,7 +143,7 @@ WindowsNow ShellFrames::look()
     auto seen = reply.message ? readShellLook(reply.message.get()) : std::nullopt;
     if (!seen)
         throw ScreenFailure{"the shell does not list its windows"};
-    return std::move(seen->now);
+    return std::move(*seen);
 }
 
 ShellPicture

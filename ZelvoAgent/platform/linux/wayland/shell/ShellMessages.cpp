@@ -6,7 +6,7 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::size_t maxWindows = 1000;
+constexpr std::size_t maxEntries = 1500;
 constexpr std::size_t maxText = 4096;
 constexpr std::uint32_t maxSide = 32768;
 constexpr std::uint32_t bytesPerPixel = 4;
@@ -72,7 +72,20 @@ void applyNames(CompositorWindow& window, ShellNames names)
     }
 }
 
-std::optional<CompositorWindow> readWindow(sd_bus_message* message)
+/// The kind of what is no window, after those of CompositorWindow.
+constexpr std::uint32_t chromeKind = 6;
+
+struct ShellEntry {
+    CompositorWindow window;
+    bool isChrome = false;
+};
+
+struct ShellEntries {
+    std::vector<CompositorWindow> windows;
+    std::vector<CompositorWindow> chrome;
+};
+
+std::optional<ShellEntry> readEntry(sd_bus_message* message)
 {
     CompositorWindow window;
     ShellNames names;
@@ -85,48 +98,47 @@ std::optional<CompositorWindow> readWindow(sd_bus_message* message)
         !readBounded(message, window.words.gtkApplicationId) || !readBounded(message, window.title) ||
         !readRect(message, window.frame) || !readRect(message, window.surface) ||
         !readBounded(message, window.parent) || sd_bus_message_read(message, "uu", &kind, &flags) <= 0 ||
-        kind > static_cast<std::uint32_t>(CompositorWindow::Kind::desktop))
+        kind > chromeKind)
         return std::nullopt;
+    bool const isChrome = kind == chromeKind;
     if (pid > 0)
         window.pid = pid;
-    window.kind = static_cast<CompositorWindow::Kind>(kind);
+    window.kind = isChrome ? CompositorWindow::Kind::overlay : static_cast<CompositorWindow::Kind>(kind);
     applyFlags(window, flags);
     applyNames(window, std::move(names));
-    return window;
+    return ShellEntry{std::move(window), isChrome};
 }
 
-std::optional<std::vector<CompositorWindow>> readWindows(sd_bus_message* message)
+std::optional<ShellEntries> readEntries(sd_bus_message* message)
 {
-    std::vector<CompositorWindow> windows;
+    ShellEntries entries;
     if (sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "(sisssss(iiii)(iiii)suu)") <= 0)
         return std::nullopt;
     while (sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, windowType) > 0) {
-        auto window = readWindow(message);
-        if (!window || windows.size() == maxWindows)
+        auto entry = readEntry(message);
+        if (!entry || entries.windows.size() + entries.chrome.size() == maxEntries)
             return std::nullopt;
-        windows.push_back(std::move(*window));
+        (entry->isChrome ? entries.chrome : entries.windows).push_back(std::move(entry->window));
         sd_bus_message_exit_container(message);
     }
     sd_bus_message_exit_container(message);
-    return windows;
+    return entries;
 }
 
 } // namespace
 
-std::optional<ShellLook> readShellLook(sd_bus_message* message)
+std::optional<WindowsNow> readShellLook(sd_bus_message* message)
 {
-    auto windows = readWindows(message);
+    auto entries = readEntries(message);
     std::int32_t x = 0;
     std::int32_t y = 0;
     int isCovered = 0;
-    ShellLook look;
-    if (!windows || sd_bus_message_read(message, "(iib)", &x, &y, &isCovered) <= 0 ||
-        !readRect(message, look.mainMonitor))
+    if (!entries || sd_bus_message_read(message, "(iib)", &x, &y, &isCovered) <= 0)
         return std::nullopt;
-    look.now.windows = std::move(*windows);
-    look.now.pointer = LogicalPoint{static_cast<double>(x), static_cast<double>(y)};
-    look.now.isCovered = isCovered != 0;
-    return look;
+    return WindowsNow{.windows = std::move(entries->windows),
+                      .chrome = std::move(entries->chrome),
+                      .pointer = LogicalPoint{static_cast<double>(x), static_cast<double>(y)},
+                      .isCovered = isCovered != 0};
 }
 
 std::optional<ShellPicture> readShellPicture(sd_bus_message* message)
@@ -140,10 +152,11 @@ std::optional<ShellPicture> readShellPicture(sd_bus_message* message)
                       picture.height <= maxSide && channels == bytesPerPixel &&
                       picture.stride >= picture.width * bytesPerPixel &&
                       picture.stride <= maxSide * bytesPerPixel && picture.stride % bytesPerPixel == 0;
-    auto windows = readWindows(message);
-    if (!fits || !windows)
+    auto entries = readEntries(message);
+    if (!fits || !entries)
         return std::nullopt;
-    picture.windows = std::move(*windows);
+    picture.windows = std::move(entries->windows);
+    picture.chrome = std::move(entries->chrome);
     return picture;
 }
 

@@ -9,10 +9,7 @@ ShellWindows::ShellWindows(ShellLink& link, ShellPresence& presence) : link(link
 std::optional<WindowsNow> ShellWindows::look()
 {
     ShellReply const reply = link.call({.member = "Look"});
-    auto look = reply.message ? readShellLook(reply.message.get()) : std::nullopt;
-    if (!look)
-        return std::nullopt;
-    return std::move(look->now);
+    return reply.message ? readShellLook(reply.message.get()) : std::nullopt;
 }
 
 void ShellWindows::observe(std::function<void()> observer)
