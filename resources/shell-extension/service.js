@@ -39,7 +39,6 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
         <arg type="u" direction="in"/>
         <arg type="b" direction="out"/>
     </method>
-    <method name="ClearForms"><arg type="b" direction="out"/></method>
     <signal name="Ready"/>
     <signal name="Gone"/>
     <signal name="Changed"/>
@@ -524,13 +523,6 @@ class Clipboard {
         this._selection.set_owner(Meta.SelectionType.SELECTION_CLIPBOARD, this._own);
     }
 
-    /// Leaves the clipboard empty if it has our content.
-    clear() {
-        if (this._own)
-            this._selection.unset_owner(Meta.SelectionType.SELECTION_CLIPBOARD, this._own);
-        this._own = null;
-    }
-
     destroy() {
         this._selection.disconnect(this._signal);
     }
@@ -670,13 +662,6 @@ class Service {
             this._clipboard.write(size ? readBytes(descriptor, size) : new GLib.Bytes([]), type);
             return [true];
         }));
-    }
-
-    ClearFormsAsync(_parameters, invocation) {
-        this._answer(invocation, '(b)', () => {
-            this._clipboard?.clear();
-            return [!!this._clipboard];
-        });
     }
 
     _tell(listeners, signal, content = null) {

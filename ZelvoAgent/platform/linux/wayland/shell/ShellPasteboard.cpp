@@ -189,8 +189,8 @@ Task<std::optional<ClipboardForms>> ShellPasteboard::keep()
 
 Task<bool> ShellPasteboard::putBack(ClipboardForms forms)
 {
-    if (forms.empty())
-        co_return co_await clear();
+    if (forms.empty()) // The shell brings the last text back when nobody owns the clipboard.
+        forms.push_back({textType, ""});
     co_return co_await writeForm(std::move(forms.front()));
 }
 
@@ -251,17 +251,6 @@ Task<bool> ShellPasteboard::writeForm(ClipboardForm form)
             sd_bus_message_append(message, "s", type.c_str());
         sd_bus_message_append(message, "hu", descriptor, size);
     });
-    co_return co_await askTruth(std::move(call));
-}
-
-Task<bool> ShellPasteboard::clear()
-{
-    BusCall call = shellCall("ClearForms", {});
-    return askTruth(std::move(call));
-}
-
-Task<bool> ShellPasteboard::askTruth(BusCall call)
-{
     auto const isTrue = std::make_shared<bool>(false);
     BusConnection::MessageHandler onReply = [isTrue](sd_bus_message* reply) {
         *isTrue = readTruth(reply).value_or(false);

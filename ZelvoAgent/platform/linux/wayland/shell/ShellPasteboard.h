@@ -35,9 +35,6 @@ private:
     Task<std::optional<std::vector<std::string>>> types();
     Task<std::optional<std::string>> readForm(std::string type);
     Task<bool> writeForm(ClipboardForm form);
-    Task<bool> clear();
-    /// False if the call fails, or the extension says so.
-    Task<bool> askTruth(BusCall call);
 
     Contexts contexts;
     BusConnection& bus;
