@@ -495,6 +495,7 @@ TEST_F(StoppedTextTest, endsWithTheGrantAndGivesTheClipboardBack)
 
     EXPECT_FALSE(type("漢\n字"));
 
+    EXPECT_EQ(copied.lent, (Strings{"漢"}));
     EXPECT_EQ(copied.plain(), "theirs");
 }
 

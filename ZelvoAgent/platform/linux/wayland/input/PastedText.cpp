@@ -64,6 +64,8 @@ Task<bool> PastedText::type(std::string piece)
 
 Task<bool> PastedText::paste(std::string part)
 {
+    if (!switches.door() || !co_await switches.mayContinue())
+        co_return false;
     if (clipboard->changeCount() != known && !co_await keep())
         co_return false;
     isLent = true;
