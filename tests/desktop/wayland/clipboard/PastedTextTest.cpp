@@ -47,12 +47,13 @@ private:
 /// Texts that only the clipboard carries, on a sway whose windows show no text to assistive technology.
 class PastedTextTest : public testing::Test {
 protected:
+    virtual SwayOptions options() { return {}; }
     void SetUp() override
     {
         if (auto const reason = PrivateSway::missing(); !reason.empty())
             GTEST_SKIP() << reason;
         ::signal(SIGPIPE, SIG_IGN);
-        sway = std::make_unique<PrivateSway>();
+        sway = std::make_unique<PrivateSway>(options());
         sway->adoptEnvironment();
         path = sway->home() / "seen";
         input = VirtualInput::create(live.contexts());
@@ -156,6 +157,26 @@ TEST_F(PastedTextTest, arrivesInATerminal)
     EXPECT_TRUE(type("漢字\nЖук\n"));
 
     EXPECT_TRUE(sees("漢字\nЖук\n")) << seen();
+    EXPECT_EQ(picture(), "\x89picture");
+}
+
+class PastedOnXwaylandTest : public PastedTextTest {
+protected:
+    SwayOptions options() override { return {.xwayland = true}; }
+};
+
+TEST_F(PastedOnXwaylandTest, arrivesInAFieldAndGivesThePictureBack)
+{
+    path = sway->runtimeFolder() / "seen";
+    auto const command =
+        PrivateSway::asUserOfCompositor({"/usr/bin/python3", ZELVO_INPUT_TEST_FOLDER "/gtk_field.py", path});
+    pid_t const field = sway->start(command, {{"GDK_BACKEND", "x11"}});
+    ASSERT_TRUE(waitFor([&] { return std::filesystem::exists(path); })) << sway->processes().output(field);
+    copyPicture();
+
+    EXPECT_TRUE(type("漢字\nЖук"));
+
+    EXPECT_TRUE(sees("漢字\nЖук")) << seen();
     EXPECT_EQ(picture(), "\x89picture");
 }
 
