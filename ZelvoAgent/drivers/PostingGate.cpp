@@ -48,6 +48,7 @@ PostingGate::PostingGate(EventPosting& inner,
                          std::function<std::vector<DesktopRect>()> ownWindows)
     : inner(inner), workers(std::move(workers)), paused(std::move(paused)), ownWindows(std::move(ownWindows))
 {
+    inner.setMayContinue([this]() -> Task<bool> { co_return co_await mayPass(TextEvent{}); });
 }
 
 Task<> PostingGate::close()

@@ -4,6 +4,7 @@
 #include "base/Task.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <variant>
 
@@ -81,6 +82,11 @@ public:
     /// False if this program's windows could be anywhere: then nothing at all may be posted while one is open
     /// that only the person may answer.
     virtual bool knowsOwnWindows() const { return true; }
+    /// Gives the question whether the text of an event may go on. An implementation that needs time between
+    /// the keys of one TextEvent asks before each of them; after a no, nothing more of it is typed and post()
+    /// gives false. Set at start and never changed. The question never posts.
+    using MayContinue = std::function<Task<bool>()>;
+    virtual void setMayContinue(MayContinue) {}
 };
 
 } // namespace zelvo

@@ -26,6 +26,19 @@ const INTERFACE = `<node><interface name="dev.zelvo.Shell">
         <arg type="u" direction="in"/>
         <arg type="b" direction="out"/>
     </method>
+    <method name="ListForms"><arg type="as" direction="out"/></method>
+    <method name="ReadForm">
+        <arg type="s" direction="in"/>
+        <arg type="h" direction="in"/>
+        <arg type="b" direction="out"/>
+        <arg type="u" direction="out"/>
+    </method>
+    <method name="WriteForm">
+        <arg type="s" direction="in"/>
+        <arg type="h" direction="in"/>
+        <arg type="u" direction="in"/>
+        <arg type="b" direction="out"/>
+    </method>
     <signal name="Ready"/>
     <signal name="Gone"/>
     <signal name="Changed"/>
@@ -600,12 +613,20 @@ class Clipboard {
         });
     }
 
+    /// The types of the content.
+    types() {
+        return this._selection.get_mimetypes(Meta.SelectionType.SELECTION_CLIPBOARD);
+    }
+
     /// No bytes if there is no text, if it is too long, or if its owner does not deliver it.
     async read() {
-        const offered = this._selection.get_mimetypes(Meta.SelectionType.SELECTION_CLIPBOARD);
+        const offered = this.types();
         const type = TEXT_TYPES.find(t => offered.includes(t));
-        if (!type)
-            return [null, 0];
+        return await (type ? this.readForm(type) : null) ?? [null, 0];
+    }
+
+    /// One form and its size; null if it is too long or its owner does not deliver it.
+    async readForm(type) {
         const memory = Gio.MemoryOutputStream.new_resizable();
         const cancellable = new Gio.Cancellable();
         const watch = this._watchSilence(memory, cancellable);
@@ -621,13 +642,13 @@ class Clipboard {
                     });
             });
         } catch {
-            return [null, 0];
+            return null;
         } finally {
             GLib.source_remove(watch);
         }
         const size = memory.get_data_size();
         memory.close(null);
-        return size > MAX_TEXT ? [null, 0] : [memory.steal_as_bytes(), size];
+        return size > MAX_TEXT ? null : [memory.steal_as_bytes(), size];
     }
 
     _watchSilence(memory, cancellable) {
@@ -644,8 +665,8 @@ class Clipboard {
     }
 
     /// Owned by the shell, so it outlives our program.
-    write(bytes) {
-        this._own = Meta.SelectionSourceMemory.new(TEXT_TYPES[0], bytes);
+    write(bytes, type = TEXT_TYPES[0]) {
+        this._own = Meta.SelectionSourceMemory.new(type, bytes);
         this._selection.set_owner(Meta.SelectionType.SELECTION_CLIPBOARD, this._own);
     }
 
@@ -771,10 +792,27 @@ class Service {
     }
 
     WriteTextAsync([, size], invocation, descriptors) {
+        this.WriteFormAsync([TEXT_TYPES[0], 0, size], invocation, descriptors);
+    }
+
+    ListFormsAsync(_parameters, invocation) {
+        this._answer(invocation, '(as)', () => [this._clipboard?.types() ?? []]);
+    }
+
+    ReadFormAsync([type], invocation, descriptors) {
+        this._answer(invocation, '(bu)', () => lend(descriptors, async descriptor => {
+            const found = await this._clipboard?.readForm(type);
+            if (found)
+                await writeAll(descriptor, ...found);
+            return [!!found, found?.[1] ?? 0];
+        }));
+    }
+
+    WriteFormAsync([type, , size], invocation, descriptors) {
         this._answer(invocation, '(b)', () => lend(descriptors, descriptor => {
             if (!this._clipboard || size > MAX_TEXT)
                 return [false];
-            this._clipboard.write(size ? readBytes(descriptor, size) : new GLib.Bytes([]));
+            this._clipboard.write(size ? readBytes(descriptor, size) : new GLib.Bytes([]), type);
             return [true];
         }));
     }

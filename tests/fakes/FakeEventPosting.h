@@ -23,6 +23,7 @@ public:
     std::function<void(PostedEvent const&)> onPost;  ///< called before an event is recorded
     bool handlesAll = true;                          ///< what delivered() gives
     std::function<void()> onDelivered;               ///< called by delivered()
+    MayContinue mayContinue;                         ///< what setMayContinue() got
 
     Task<> ready(PostedEvent event) override
     {
@@ -67,6 +68,7 @@ public:
         co_return handlesAll;
     }
     DesktopPoint pointerLocation() override { return pointer; }
+    void setMayContinue(MayContinue ask) override { mayContinue = std::move(ask); }
 };
 
 } // namespace zelvo

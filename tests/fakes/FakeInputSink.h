@@ -2,6 +2,7 @@
 
 #include "platform/linux/wayland/InputSink.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +16,7 @@ public:
     bool hasKeymap = false; ///< type() works
     int failsAfter = -1;    ///< events that work; -1 for all
     std::vector<std::string> log;
+    std::function<void(std::string const&)> onEvent; ///< called after each
 
     bool isReady() const override { return ready; }
     Task<bool> moveTo(LogicalPoint point) override
@@ -43,9 +45,7 @@ public:
     {
         if (!hasKeymap)
             co_return false;
-        if (!text.empty())
-            log.push_back("type " + text);
-        co_return true;
+        co_return text.empty() || co_await note("type " + text);
     }
 
 private:
@@ -54,7 +54,9 @@ private:
         if (failsAfter == 0)
             co_return false;
         failsAfter -= failsAfter > 0;
-        log.push_back(std::move(what));
+        log.push_back(what);
+        if (onEvent)
+            onEvent(what);
         co_return true;
     }
 };

@@ -144,6 +144,23 @@ TEST_F(PostingGateTest, makesNothingWhilePausedAndReleasesWhatIsHeld)
     EXPECT_EQ(inner.releases, static_cast<int>(all.size()));
 }
 
+TEST_F(PostingGateTest, letsATextAskBetweenItsKeys)
+{
+    auto const mayContinue = [this] { return run(platform.io, inner.mayContinue()); };
+    ASSERT_TRUE(inner.mayContinue);
+    EXPECT_TRUE(mayContinue());
+
+    paused = true;
+    EXPECT_FALSE(mayContinue());
+
+    paused = false;
+    EXPECT_TRUE(mayContinue());
+    close();
+    EXPECT_FALSE(mayContinue());
+    gate.open();
+    EXPECT_TRUE(mayContinue());
+}
+
 TEST_F(PostingGateTest, decidesAfterAnEventHasWaited)
 {
     inner.onReady = [this](PostedEvent const&) { paused = true; }; // The person pauses while it waits.

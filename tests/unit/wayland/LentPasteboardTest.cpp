@@ -1,6 +1,6 @@
 #include "platform/linux/wayland/input/LentPasteboard.h"
 
-#include "fakes/FakePasteboard.h"
+#include "fakes/FakeLendableClipboard.h"
 #include "fakes/Run.h"
 
 #include <gtest/gtest.h>
@@ -11,12 +11,12 @@ namespace {
 TEST(LentPasteboard, reportsWhatItPutsBackAsSomebodyElses)
 {
     asio::io_context io;
-    FakePasteboard inner;
+    FakeLendableClipboard inner;
     LentPasteboard lent(inner);
 
-    run(io, lent.setText("pasted"));
+    run(io, lent.lend("pasted"));
     std::int64_t const pasted = lent.changeCount();
-    run(io, lent.putBack("somebody's"));
+    run(io, lent.putBack({{"text/html", "somebody's"}}));
     inner.known = {{.count = pasted, .isOurs = true}, {.count = lent.changeCount(), .isOurs = true}};
 
     auto const changes = run(io, lent.changesAfter(0));
@@ -30,10 +30,10 @@ TEST(LentPasteboard, reportsWhatItPutsBackAsSomebodyElses)
 TEST(LentPasteboard, takesItsNextTextForItsOwnAgain)
 {
     asio::io_context io;
-    FakePasteboard inner;
+    FakeLendableClipboard inner;
     LentPasteboard lent(inner);
 
-    run(io, lent.putBack("somebody's"));
+    run(io, lent.putBack({{"text/html", "somebody's"}}));
     run(io, lent.setText("ours"));
     inner.known = {{.count = lent.changeCount(), .isOurs = true}};
 

@@ -1,7 +1,7 @@
 #include "platform/linux/wayland/input/WaylandEventPosting.h"
 
 #include "fakes/FakeInputSink.h"
-#include "fakes/FakePasteboard.h"
+#include "fakes/FakeLendableClipboard.h"
 #include "fakes/FakeTextInsertion.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
@@ -12,7 +12,9 @@
 #include <unistd.h>
 #include <xkbcommon/xkbcommon.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace zelvo {
 namespace {
@@ -45,27 +47,37 @@ protected:
     }
 
     bool post(PostedEvent event) { return run(io, posting.post(std::move(event))); }
-    /// Types a whole text; gives false as soon as a piece does not arrive. Time passes as it is needed.
-    bool type(std::string const& text)
+    /// Runs a task that needs time.
+    template <class T>
+    T take(Task<T> task)
     {
-        bool arrived = false;
-        bool ended = false;
-        auto const body = [&]() -> Task<> {
-            co_await posting.beginText(text);
-            TextEvent event{.text = text};
-            arrived = co_await posting.post(event);
-            co_await posting.endText();
-            ended = true;
-        };
-        auto future = asio::co_spawn(io, body, asio::use_future);
-        for (int turn = 0; turn < 400 && !ended; ++turn) {
+        auto future = asio::co_spawn(io, std::move(task), asio::use_future);
+        for (int turn = 0; turn < 400 && future.wait_for(0s) != std::future_status::ready; ++turn) {
             settle(io);
-            if (future.wait_for(0s) == std::future_status::ready)
-                break;
-            clock.advance(15ms);
+            if (future.wait_for(0s) != std::future_status::ready)
+                clock.advance(15ms);
         }
-        future.get();
-        return arrived;
+        return future.get();
+    }
+    /// The window in front reads what is lent to the clipboard when it gets the keys to paste.
+    void pasteWorks()
+    {
+        sink.onEvent = [this](std::string const& event) {
+            if (event == "down 47")
+                ++*copied.reads;
+        };
+    }
+    /// Types a whole text; gives false as soon as a piece does not arrive. Time passes as it is needed.
+    bool type(std::string text)
+    {
+        auto const body = [this, text]() -> Task<bool> {
+            co_await posting.beginText(text);
+            PostedEvent const event = TextEvent{.text = text};
+            bool const arrived = co_await posting.post(event);
+            co_await posting.endText();
+            co_return arrived;
+        };
+        return take(body());
     }
 
     asio::io_context io;
@@ -77,7 +89,7 @@ protected:
     std::optional<SeatKeymap> keymap = SeatKeymap{.text = keymapText("us"), .group = 0};
     std::optional<LogicalPoint> pointer;
     FakeTextInsertion insertion;
-    FakePasteboard copied;
+    FakeLendableClipboard copied;
     LentPasteboard clipboard{copied};
     WaylandEventPosting posting{{.contexts = contextsOn(io),
                                  .clock = clock,
@@ -285,7 +297,7 @@ TEST_F(WaylandEventPostingTest, givesLineEndsInOneFormAndNoOtherControlCharacter
 
     EXPECT_TRUE(type("a\r\nb\rc\x01\x7F\td"));
 
-    EXPECT_EQ(sink.log, (Strings{"type a\nb\nc\td"}));
+    EXPECT_EQ(sink.log, (Strings{"type a", "type \nb", "type \nc\td"}));
 }
 
 TEST_F(WaylandEventPostingTest, pastesWhereTextCannotBeInsertedAndPutsTheClipboardBack)
@@ -297,12 +309,13 @@ TEST_F(WaylandEventPostingTest, pastesWhereTextCannotBeInsertedAndPutsTheClipboa
     EXPECT_TRUE(type("漢字"));
 
     EXPECT_EQ(sink.log, (Strings{"down 29", "down 47", "up 47", "up 29"}));
-    EXPECT_EQ(copied.content, "theirs");
+    EXPECT_EQ(copied.plain(), "theirs");
 }
 
 TEST_F(WaylandEventPostingTest, pastesIntoTerminalsWithShift)
 {
     insertion.place = TextInsertion::Place{.isTerminal = true};
+    pasteWorks();
 
     EXPECT_TRUE(type("漢字"));
 
@@ -311,6 +324,8 @@ TEST_F(WaylandEventPostingTest, pastesIntoTerminalsWithShift)
 
 TEST_F(WaylandEventPostingTest, strikesLineEndsBetweenPastes)
 {
+    pasteWorks();
+
     EXPECT_TRUE(type("漢\r\n字\t"));
 
     EXPECT_EQ(sink.log, (Strings{"down 29", "down 47", "up 47", "up 29", "down 28", "up 28", "down 29",
@@ -336,7 +351,7 @@ TEST_F(WaylandEventPostingTest, keepsWhatSomebodyCopiedWhileItPasted)
 
     run(io, posting.endText());
 
-    EXPECT_EQ(copied.content, "newer");
+    EXPECT_EQ(copied.plain(), "newer");
 }
 
 TEST_F(WaylandEventPostingTest, refusesATextThatNothingCanCarry)
@@ -362,6 +377,214 @@ TEST_F(WaylandEventPostingTest, stopsAtAKeyThatTheDoorRefuses)
     EXPECT_THROW(type("abc"), DetailedAgentError);
 
     EXPECT_EQ(sink.log.size(), 4U);
+}
+
+TEST_F(WaylandEventPostingTest, givesTheClipboardBackAsSoonAsThePasteWasRead)
+{
+    ClipboardForms const theirs{{"image/png", "picture"}, {"text/html", "<b>"}};
+    copied.copy(theirs);
+    pasteWorks();
+    Instant const start = clock.now();
+
+    EXPECT_TRUE(type("漢字"));
+
+    EXPECT_LT(clock.now() - start, 200ms);
+    EXPECT_EQ(copied.content, theirs);
+    EXPECT_EQ(copied.lent, (Strings{"漢字"}));
+}
+
+TEST_F(WaylandEventPostingTest, saysWhenNobodyReadsThePaste)
+{
+    copied.copy("theirs");
+
+    EXPECT_THROW(type("漢字"), DetailedAgentError);
+    EXPECT_EQ(copied.waits, (std::vector<Duration>{1500ms}));
+    run(io, posting.endText());
+
+    EXPECT_EQ(copied.plain(), "theirs");
+}
+
+TEST_F(WaylandEventPostingTest, trustsAProgramThatReadsBeforeItHasTheKeys)
+{
+    copied.copy("theirs");
+    copied.onLend = [this] { ++*copied.reads; };
+
+    EXPECT_TRUE(type("漢字"));
+
+    EXPECT_EQ(copied.plain(), "theirs");
+}
+
+TEST_F(WaylandEventPostingTest, leavesTimeToReadWhereNobodySaysWhoReads)
+{
+    copied.copy("theirs");
+    copied.reads.reset();
+    Instant const start = clock.now();
+
+    EXPECT_TRUE(type("漢字"));
+
+    EXPECT_GE(clock.now() - start, 1500ms);
+    EXPECT_EQ(copied.plain(), "theirs");
+}
+
+TEST_F(WaylandEventPostingTest, replacesNothingThatItCannotPutBack)
+{
+    copied.copy("theirs");
+    copied.canKeep = false;
+
+    EXPECT_THROW(type("漢字"), DetailedAgentError);
+
+    EXPECT_TRUE(copied.lent.empty());
+    EXPECT_TRUE(sink.log.empty());
+}
+
+TEST_F(WaylandEventPostingTest, keepsWhatSomebodyCopiesBetweenPieces)
+{
+    copied.copy("theirs");
+    pasteWorks();
+    run(io, posting.beginText("漢字"));
+    TextEvent const first{.text = "漢"};
+    EXPECT_TRUE(take(posting.post(first)));
+    copied.copy("newer");
+    TextEvent const second{.text = "字"};
+
+    EXPECT_TRUE(take(posting.post(second)));
+    take(posting.endText());
+
+    EXPECT_EQ(copied.plain(), "newer");
+}
+
+/// Texts that must end in the middle.
+class StoppedTextTest : public WaylandEventPostingTest {
+protected:
+    StoppedTextTest()
+    {
+        posting.setMayContinue([this]() -> Task<bool> { co_return mayContinue; });
+    }
+    /// Calls `happen` after an event of this name.
+    void after(std::string const& name, std::function<void()> happen)
+    {
+        sink.onEvent = [this, name, happen = std::move(happen)](std::string const& event) {
+            if (event == "down 47")
+                ++*copied.reads;
+            if (event == name)
+                happen();
+        };
+    }
+
+    bool mayContinue = true; ///< false as after a lock of the screen, a pause, or a question that opens
+};
+
+TEST_F(StoppedTextTest, strikesNoKeyAfterTheGateHasClosed)
+{
+    after("up 30", [this] { mayContinue = false; });
+
+    EXPECT_FALSE(type("a\nb\n"));
+
+    EXPECT_EQ(sink.log, (Strings{"down 30", "up 30"}));
+}
+
+TEST_F(StoppedTextTest, pastesNothingAfterTheGateHasClosed)
+{
+    copied.copy("theirs");
+    after("up 28", [this] { mayContinue = false; });
+
+    EXPECT_FALSE(type("漢\n字\n"));
+
+    EXPECT_EQ(sink.log, (Strings{"down 29", "down 47", "up 47", "up 29", "down 28", "up 28"}));
+    EXPECT_EQ(copied.plain(), "theirs");
+}
+
+TEST_F(StoppedTextTest, commitsNoLineAfterTheGateHasClosed)
+{
+    sink.hasKeymap = true;
+    after("type a", [this] { mayContinue = false; });
+
+    EXPECT_FALSE(type("a\nb"));
+
+    EXPECT_EQ(sink.log, (Strings{"type a"}));
+}
+
+TEST_F(StoppedTextTest, typesTheNextTextWhenTheGateIsOpenAgain)
+{
+    mayContinue = false;
+    EXPECT_FALSE(type("a"));
+    mayContinue = true;
+
+    EXPECT_TRUE(type("a"));
+}
+
+TEST_F(StoppedTextTest, endsWithTheGrantAndGivesTheClipboardBack)
+{
+    copied.copy("theirs");
+    after("up 28", [this] { sink.ready = false; });
+
+    EXPECT_FALSE(type("漢\n字"));
+
+    EXPECT_EQ(copied.lent, (Strings{"漢"}));
+    EXPECT_EQ(copied.plain(), "theirs");
+}
+
+TEST_F(StoppedTextTest, typesNothingWithTheKeysOfAnotherLayout)
+{
+    keymap = SeatKeymap{.text = keymapText("us,ru"), .group = 0};
+    after("up 30", [this] {
+        keymap->group = 1;
+        clock.jump(11ms);
+    });
+
+    EXPECT_THROW(type("ab"), DetailedAgentError);
+
+    EXPECT_EQ(sink.log, (Strings{"down 30", "up 30"}));
+}
+
+TEST_F(StoppedTextTest, pastesWithTheKeyOfTheLayoutOfTheMoment)
+{
+    keymap->text = keymapText("us");
+    after("up 28", [this] { keymap->text = keymapText("dvorak"); });
+    insertion.place = TextInsertion::Place{.isReadable = true};
+    insertion.text = "漢";
+
+    EXPECT_TRUE(type("漢\n漢"));
+
+    EXPECT_EQ(sink.log, (Strings{"down 29", "down 47", "up 47", "up 29", "down 28", "up 28", "down 29",
+                                 "down 52", "up 52", "up 29"}));
+}
+
+TEST_F(WaylandEventPostingTest, saysAtOnceThatNoChordCanBePressedOnAKeymapThatIsNone)
+{
+    keymap->text = "xkb_keymap { broken";
+    Instant const start = clock.now();
+
+    EXPECT_THROW(post(KeyEvent{.keyCode = 8, .flags = {.cmd = true}}), DetailedAgentError);
+
+    EXPECT_EQ(clock.now(), start);
+    EXPECT_TRUE(sink.log.empty());
+    EXPECT_TRUE(post(KeyEvent{.keyCode = 8}));
+}
+
+TEST_F(WaylandEventPostingTest, saysThatNoChordCanBePressedWithoutAKeymap)
+{
+    keymap.reset();
+    KeyEvent const copy{.keyCode = 8, .flags = {.cmd = true}};
+    MouseEvent click = mouse(MouseEvent::Kind::down, {0, 0});
+    click.flags = {.cmd = true};
+
+    EXPECT_THROW(take(posting.post(copy)), DetailedAgentError);
+    EXPECT_THROW(take(posting.post(click)), DetailedAgentError);
+
+    EXPECT_EQ(std::ranges::count(sink.log, "down 46"), 0);
+    EXPECT_EQ(std::ranges::count(sink.log, "press 272"), 0);
+}
+
+TEST_F(WaylandEventPostingTest, pressesAChordOnceTheFirstKeyBroughtTheKeymap)
+{
+    auto const known = std::exchange(keymap, std::nullopt);
+    sink.onEvent = [&](std::string const&) { keymap = known; };
+    KeyEvent const copy{.keyCode = 8, .flags = {.cmd = true}};
+
+    EXPECT_TRUE(take(posting.post(copy)));
+
+    EXPECT_EQ(sink.log.back(), "down 46");
 }
 
 TEST_F(WaylandEventPostingTest, knowsThePointerFromTheCompositorElseFromItsOwnMoves)

@@ -2,9 +2,9 @@
 
 #include "platform/HotKey.h"
 #include "platform/OverlayWindows.h"
-#include "platform/Pasteboard.h"
 #include "platform/PointerPresses.h"
 #include "platform/linux/wayland/FrameSource.h"
+#include "platform/linux/wayland/LendableClipboard.h"
 
 #include <memory>
 
@@ -18,7 +18,7 @@ public:
 };
 
 /// A clipboard that stays empty.
-class AbsentPasteboard final : public Pasteboard {
+class AbsentPasteboard final : public LendableClipboard {
 public:
     std::int64_t changeCount() const override { return 0; }
     Task<std::vector<ClipboardChange>> changesAfter(std::int64_t) override
@@ -28,6 +28,11 @@ public:
     Task<std::string> text() override { co_return std::string(); }
     Task<bool> setText(std::string) override { co_return false; }
     Task<> handOver() override { co_return; }
+    Task<std::optional<ClipboardForms>> keep() override { co_return std::nullopt; }
+    Task<bool> lend(std::string) override { co_return false; }
+    std::optional<std::uint64_t> readings() const override { return std::nullopt; }
+    Task<bool> waitForReading(std::uint64_t, Duration) override { co_return false; }
+    Task<bool> putBack(ClipboardForms) override { co_return false; }
 };
 
 /// No compositor reports presses in the windows of others.

@@ -226,6 +226,96 @@ TEST_P(DataControlPasteboardTest, reachesAToolkit)
     })) << session->processes().output(reader);
 }
 
+TEST_P(DataControlPasteboardTest, hintsToHistoriesThatALentTextIsNoneOfTheirs)
+{
+    ASSERT_TRUE(live.run(pasteboard->lend("lent")));
+
+    EXPECT_EQ(paste(), "lent");
+    EXPECT_EQ(session->run({"wl-paste", "--no-newline", "--type", "x-kde-passwordManagerHint"}), "secret");
+    ASSERT_TRUE(setText("copied"));
+    EXPECT_EQ(session->run({"wl-paste", "--list-types"}).find("passwordManagerHint"), std::string::npos);
+}
+
+TEST_P(DataControlPasteboardTest, saysWhenALentTextWasRead)
+{
+    ASSERT_TRUE(live.run(pasteboard->lend("lent")));
+    std::uint64_t const before = pasteboard->readings().value();
+    EXPECT_FALSE(live.run(pasteboard->waitForReading(before, 50ms)));
+    // Asking for the hint is no reading.
+    session->run({"wl-paste", "--type", "x-kde-passwordManagerHint"});
+    EXPECT_EQ(pasteboard->readings(), before);
+
+    session->start({"sh", "-c", "sleep 0.1; exec wl-paste"});
+    EXPECT_TRUE(live.run(pasteboard->waitForReading(before, 10s)));
+
+    EXPECT_EQ(pasteboard->readings(), before + 1);
+}
+
+TEST_P(DataControlPasteboardTest, putsBackAPictureThatSomebodyCopied)
+{
+    std::string picture(3 << 20, 'p');
+    picture[1] = '\0';
+    picture[2] = '\xff';
+    copy(picture, "image/png");
+    require("the copy", [&] { return pasteboard->changeCount() > 0; });
+
+    auto const kept = live.run(pasteboard->keep());
+    ASSERT_TRUE(kept);
+    ASSERT_TRUE(live.run(pasteboard->lend("lent")));
+    ASSERT_TRUE(live.run(pasteboard->putBack(*kept)));
+
+    EXPECT_EQ(session->run({"wl-paste", "--type", "image/png"}), picture);
+    EXPECT_EQ(session->run({"wl-paste", "--list-types"}).find("text"), std::string::npos);
+    EXPECT_EQ(text(), "");
+}
+
+TEST_P(DataControlPasteboardTest, putsAllFormsOfAContentBack)
+{
+    if (std::string(GetParam()) == "sway") // It lets a program copy only when it gets a key.
+        session->start({"sh", "-c", "while wtype -s 300 -k a; do :; done"});
+    session->start({"/usr/bin/python3", PrivateKwin::program("clipboard_forms.py")});
+    require("the copy", [&] { return text() == "plain"; });
+
+    auto const kept = live.run(pasteboard->keep());
+    ASSERT_TRUE(kept);
+    ASSERT_TRUE(live.run(pasteboard->lend("lent")));
+    ASSERT_TRUE(live.run(pasteboard->putBack(*kept)));
+
+    EXPECT_EQ(live.run(pasteboard->keep()), kept);
+    EXPECT_EQ(session->run({"wl-paste", "--no-newline", "--type", "text/html"}), "<b>rich</b>");
+    EXPECT_EQ(session->run({"wl-paste", "--no-newline", "--type", "text/uri-list"}), "file:///tmp/a\r\n");
+    EXPECT_EQ(text(), "plain");
+}
+
+TEST_P(DataControlPasteboardTest, leavesAnEmptyClipboardEmptyAgain)
+{
+    auto const kept = live.run(pasteboard->keep());
+    ASSERT_TRUE(kept);
+    EXPECT_TRUE(kept->empty());
+    ASSERT_TRUE(live.run(pasteboard->lend("lent")));
+
+    EXPECT_TRUE(live.run(pasteboard->putBack(*kept)));
+
+    EXPECT_EQ(text(), "");
+    open();
+    EXPECT_EQ(live.run(pasteboard->keep()), ClipboardForms());
+}
+
+TEST_P(DataControlPasteboardTest, keepsNothingThatIsTooLongOrWhoseOwnerIsSilent)
+{
+    copy(std::string(LendableClipboard::maxFormsSize + 1, 'x'), "image/png");
+    require("the copy", [&] { return pasteboard->changeCount() > 0; });
+    EXPECT_EQ(live.run(pasteboard->keep()), std::nullopt);
+
+    pid_t const owner = copy("soon stopped");
+    require("the copy", [&] { return text() == "soon stopped"; });
+    ASSERT_EQ(::kill(owner, SIGSTOP), 0);
+    auto const begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(live.run(pasteboard->keep()), std::nullopt);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
+    ::kill(owner, SIGCONT);
+}
+
 TEST_P(DataControlPasteboardTest, handsOverAtOnceWhenNobodyReads)
 {
     ASSERT_TRUE(setText("kept"));

@@ -49,6 +49,7 @@ public:
     }
 
     std::vector<std::string> const& types() const override { return all; }
+    bool hasAllTypes() const override { return !hasMore; }
     void receive(std::string const& type, int pipe) override
     {
         zwlr_data_control_offer_v1_receive(offer.get(), type.c_str(), pipe);
@@ -61,11 +62,14 @@ private:
     {
         if (all.size() < maxTypes && type.size() <= maxTypeLength)
             all.push_back(std::move(type));
+        else
+            hasMore = true;
     }
 
     std::shared_ptr<WaylandClient> client;
     OfferPtr offer;
     std::vector<std::string> all;
+    bool hasMore = false;
 };
 
 class Source final : public ClipboardSource {
@@ -113,6 +117,11 @@ public:
         zwlr_data_control_device_v1_set_selection(device.get(), raw);
         client->flush();
         return source;
+    }
+    void clear() override
+    {
+        zwlr_data_control_device_v1_set_selection(device.get(), nullptr);
+        client->flush();
     }
 
 private:

@@ -14,6 +14,8 @@ class ClipboardOffer {
 public:
     virtual ~ClipboardOffer() = default;
     virtual std::vector<std::string> const& types() const = 0;
+    /// False if it has more types than are taken: 256, with names of 256 bytes.
+    virtual bool hasAllTypes() const = 0;
     /// Lets the owner write the content into a pipe, whose end the caller closes.
     virtual void receive(std::string const& type, int pipe) = 0;
 };
@@ -49,6 +51,8 @@ public:
     /// Takes the clipboard for a content in these forms. The caller keeps it until `cancelled`.
     virtual std::unique_ptr<ClipboardSource> own(std::vector<std::string> const& types,
                                                  SourceEvents events) = 0;
+    /// Leaves the clipboard empty.
+    virtual void clear() = 0;
 };
 
 } // namespace zelvo

@@ -2,9 +2,10 @@
 
 #include "base/Clock.h"
 #include "base/Contexts.h"
-#include "platform/Pasteboard.h"
+#include "platform/linux/wayland/LendableClipboard.h"
 #include "platform/linux/wayland/client/WaylandClient.h"
 #include "platform/linux/wayland/client/WaylandEvents.h"
+#include "platform/linux/wayland/clipboard/OwnContent.h"
 
 #include <cstdint>
 #include <memory>
@@ -17,7 +18,7 @@ namespace zelvo {
 /// The clipboard of a compositor that lets clipboard managers read it: KDE, sway and others. It does not say
 /// whose a content is; only ours is known exactly. Text that we offer ends with the program, unless a
 /// manager has read it, which those do at once.
-class DataControlPasteboard final : public Pasteboard {
+class DataControlPasteboard final : public LendableClipboard {
 public:
     /// Whether the compositor can do it.
     static bool isOffered(WaylandClient const& client);
@@ -35,9 +36,16 @@ public:
     Task<bool> setText(std::string text) override;
     /// Waits for readers of our text.
     Task<> handOver() override;
+    Task<std::optional<ClipboardForms>> keep() override;
+    Task<bool> lend(std::string text) override;
+    std::optional<std::uint64_t> readings() const override;
+    Task<bool> waitForReading(std::uint64_t after, Duration patience) override;
+    Task<bool> putBack(ClipboardForms forms) override;
 
 private:
     class Engine;
+
+    Task<bool> offer(std::string text, OwnContent::Use use);
 
     Contexts contexts;
     std::shared_ptr<Engine> engine;

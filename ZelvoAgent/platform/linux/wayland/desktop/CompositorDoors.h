@@ -2,13 +2,13 @@
 
 #include "platform/HotKey.h"
 #include "platform/OverlayWindows.h"
-#include "platform/Pasteboard.h"
 #include "platform/PermissionCause.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/wayland/Absent.h"
 #include "platform/linux/wayland/DesktopGrant.h"
 #include "platform/linux/wayland/FrameSource.h"
 #include "platform/linux/wayland/InputSink.h"
+#include "platform/linux/wayland/LendableClipboard.h"
 #include "platform/linux/wayland/WindowSource.h"
 #include "platform/linux/wayland/client/WaylandClient.h"
 #include "platform/linux/wayland/client/WaylandMonitors.h"
@@ -29,7 +29,7 @@ struct CompositorDoors {
     std::unique_ptr<FrameSource> frames;
     std::function<InputSink*()> input = [] { return nullptr; }; ///< null while nothing is granted
     std::unique_ptr<HotKey> hotKey = std::make_unique<AbsentHotKey>();
-    std::unique_ptr<Pasteboard> clipboard; ///< null if there is none
+    std::unique_ptr<LendableClipboard> clipboard; ///< null if there is none
     std::unique_ptr<OverlayWindows> overlays = std::make_unique<AbsentOverlays>();
     /// The active layout among those of the seat's keymap; `nullopt` if nobody says. Blocks.
     std::function<std::optional<std::uint32_t>()> activeLayout = [] { return std::nullopt; };

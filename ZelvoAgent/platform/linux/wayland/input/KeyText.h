@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Clock.h"
 #include "base/Contexts.h"
 #include "platform/linux/wayland/input/SeatKeyboard.h"
 #include "platform/linux/wayland/input/SwitchSink.h"
@@ -11,8 +12,8 @@ namespace zelvo {
 /// without a word.
 class KeyText final : public TextWay {
 public:
-    KeyText(Contexts contexts, SwitchSink& switches, SeatKeyboard& keyboard)
-        : contexts(std::move(contexts)), switches(switches), keyboard(keyboard)
+    KeyText(Contexts contexts, Clock& clock, SwitchSink& switches, SeatKeyboard& keyboard)
+        : contexts(std::move(contexts)), clock(clock), switches(switches), keyboard(keyboard)
     {
     }
 
@@ -21,11 +22,15 @@ public:
     Task<> end() override { co_return; }
 
 private:
-    bool hasAll(std::string const& text);
+    bool hasAll(std::u32string const& characters);
+    /// The same with the keys of this moment.
+    Task<bool> hasAllNow(std::u32string characters);
 
     Contexts contexts;
+    Clock& clock;
     SwitchSink& switches;
     SeatKeyboard& keyboard;
+    Instant refreshed; ///< the keyboard
 };
 
 } // namespace zelvo

@@ -15,6 +15,8 @@ public:
     Task<> end() override { co_return; }
 
 private:
+    Task<bool> typePart(std::string part);
+
     SwitchSink& switches;
 };
 

@@ -27,17 +27,28 @@ Task<std::vector<ClipboardChange>> LentPasteboard::changesAfter(std::int64_t cou
     co_return changes;
 }
 
-Task<bool> LentPasteboard::setText(std::string text)
+void LentPasteboard::beginOwn()
 {
     putBacks.change([now = inner.changeCount()](std::vector<PutBack>& known) {
         for (PutBack& one : known)
             if (!one.upTo)
                 one.upTo = now;
     });
+}
+
+Task<bool> LentPasteboard::setText(std::string text)
+{
+    beginOwn();
     co_return co_await inner.setText(std::move(text));
 }
 
-Task<bool> LentPasteboard::putBack(std::string text)
+Task<bool> LentPasteboard::lend(std::string text)
+{
+    beginOwn();
+    co_return co_await inner.lend(std::move(text));
+}
+
+Task<bool> LentPasteboard::putBack(ClipboardForms forms)
 {
     // Before it is done: who asks meanwhile must not take it for ours.
     putBacks.change([now = inner.changeCount()](std::vector<PutBack>& known) {
@@ -45,7 +56,7 @@ Task<bool> LentPasteboard::putBack(std::string text)
             known.erase(known.begin());
         known.push_back({.after = now, .upTo = std::nullopt});
     });
-    co_return co_await inner.setText(std::move(text));
+    co_return co_await inner.putBack(std::move(forms));
 }
 
 } // namespace zelvo

@@ -1,6 +1,6 @@
 #include "platform/linux/wayland/input/PastedText.h"
 
-#include <boost/asio/experimental/awaitable_operators.hpp>
+#include "base/Hop.h"
 
 #include <utility>
 
@@ -17,9 +17,12 @@ constexpr std::uint8_t keyShift = 50;
 
 constexpr Duration longestArrival = 2s;
 constexpr Duration betweenLooks = 15ms;
-constexpr Duration longestReading = 1s;
+// Clipboard managers read a new text at once, and must not be taken for the program that it is for.
+constexpr Duration managersTurn = 25ms;
+constexpr Duration afterReading = 50ms;
+// Where nothing shows whether the text was read.
+constexpr Duration blindArrival = 150ms;
 constexpr Duration latestReading = 1500ms;
-constexpr Duration blindArrival = 150ms; // Where nothing shows that it has arrived.
 
 } // namespace
 
@@ -28,13 +31,17 @@ Task<bool> PastedText::begin(std::string)
     if (!clipboard || !switches.door())
         co_return false;
     place = (co_await insertion.begin()).value_or(TextInsertion::Place());
-    lastOurs.reset();
-    // A question of ours waits for what is under way, and so for this.
-    using namespace asio::experimental::awaitable_operators;
-    auto read = co_await (clipboard->text() || clock.sleep(longestReading));
-    if (read.index() != 0)
+    isLent = false;
+    co_return co_await keep();
+}
+
+Task<bool> PastedText::keep()
+{
+    known = clipboard->changeCount();
+    auto forms = co_await clipboard->keep();
+    if (!forms)
         co_return false; // What could not be put back is not replaced.
-    before = std::move(std::get<0>(read));
+    kept = std::move(*forms);
     co_return true;
 }
 
@@ -57,9 +64,23 @@ Task<bool> PastedText::type(std::string piece)
 
 Task<bool> PastedText::paste(std::string part)
 {
-    if (!co_await clipboard->setText(part))
+    if (!switches.door() || !co_await switches.mayContinue())
         co_return false;
-    lastOurs = clipboard->changeCount();
+    if (clipboard->changeCount() != known && !co_await keep())
+        co_return false;
+    isLent = true;
+    readingsBeforeLoan = clipboard->readings();
+    bool const isThere = co_await clipboard->lend(part);
+    known = clipboard->changeCount();
+    co_return isThere&& co_await strikePaste() && co_await hasArrived(std::move(part));
+}
+
+Task<bool> PastedText::strikePaste()
+{
+    if (!place.isReadable && readingsBeforeLoan)
+        co_await clock.sleepThroughCancel(managersTurn);
+    readingsBeforeKeys = clipboard->readings();
+    co_await on(contexts.workers, [this] { return keyboard.refresh(); });
     std::vector<std::uint8_t> modifiers{keyControl};
     if (place.isTerminal)
         modifiers.push_back(keyShift);
@@ -67,22 +88,39 @@ Task<bool> PastedText::paste(std::string part)
     // place.
     KeyStroke const* const v = keyboard.strokeFor(U'v');
     std::uint8_t const key = v && v->modifiers.empty() ? v->keycode : keyV;
-    co_return co_await strike(key, std::move(modifiers)) && co_await hasArrived(std::move(part));
+    reprieve = latestReading;
+    bool const isStruck = co_await strike(key, std::move(modifiers));
+    if (switches.wasStopped())
+        reprieve = Duration::zero();
+    co_return isStruck;
 }
 
 Task<bool> PastedText::hasArrived(std::string part)
 {
-    if (!place.isReadable) {
-        co_await clock.sleepThroughCancel(blindArrival);
-        co_return true;
-    }
+    if (!place.isReadable)
+        co_return co_await hasBeenRead();
     Instant const deadline = clock.now() + longestArrival;
     while (!co_await insertion.isBeforeCaret(part)) {
         if (clock.now() >= deadline)
             co_return false;
         co_await clock.sleepThroughCancel(betweenLooks);
     }
+    reprieve = Duration::zero();
     co_return true;
+}
+
+Task<bool> PastedText::hasBeenRead()
+{
+    if (!readingsBeforeKeys) {
+        co_await clock.sleepThroughCancel(blindArrival);
+        co_return true;
+    }
+    bool const isRead = co_await clipboard->waitForReading(*readingsBeforeKeys, latestReading);
+    reprieve = Duration::zero();
+    if (isRead)
+        co_await clock.sleepThroughCancel(afterReading);
+    // A program may also have read the text before it had the keys.
+    co_return isRead || clipboard->readings() != readingsBeforeLoan;
 }
 
 Task<bool> PastedText::strike(std::uint8_t keycode, std::vector<std::uint8_t> modifiers)
@@ -93,14 +131,14 @@ Task<bool> PastedText::strike(std::uint8_t keycode, std::vector<std::uint8_t> mo
 
 Task<> PastedText::end()
 {
-    std::string const kept = std::exchange(before, {});
-    // A program that is busy asks for the text later, and must not get the one that was there before.
-    if (lastOurs && !place.isReadable)
-        co_await clock.sleepThroughCancel(latestReading);
+    ClipboardForms forms = std::exchange(kept, {});
+    if (!std::exchange(isLent, false))
+        co_return;
+    // A program that is busy asks for the text later, and must not get what was there before.
+    co_await clock.sleepThroughCancel(std::exchange(reprieve, {}));
     // What somebody copied meanwhile is newer than what was there before.
-    if (lastOurs && clipboard->changeCount() == *lastOurs)
-        co_await clipboard->putBack(kept);
-    lastOurs.reset();
+    if (clipboard->changeCount() == known)
+        co_await clipboard->putBack(std::move(forms));
 }
 
 } // namespace zelvo

@@ -39,9 +39,12 @@ SeatKeyboard::SeatKeyboard(std::function<std::optional<SeatKeymap>()> read) : re
 bool SeatKeyboard::refresh()
 {
     auto now = read();
+    status = Status::absent;
     if (!now)
         return false;
-    return (keymap && seen == now) || take(std::move(*now));
+    bool const isKnown = (keymap && seen == now) || take(std::move(*now));
+    status = isKnown ? Status::known : Status::unreadable;
+    return isKnown;
 }
 
 bool SeatKeyboard::take(SeatKeymap now)

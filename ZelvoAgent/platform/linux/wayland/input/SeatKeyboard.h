@@ -23,6 +23,9 @@ public:
 
     /// Brings everything up to date; blocks. False if the keymap cannot be read.
     bool refresh();
+    /// What the last refresh() found: a keymap, or one that is no keymap; neither if there is none.
+    bool isKnown() const { return status == Status::known; }
+    bool isUnreadable() const { return status == Status::unreadable; }
     /// Whether it is certain what keys type: with several layouts, the active one must be known.
     bool isCertain() const { return isCertainNow; }
     /// How a character is typed; null if no key types it.
@@ -37,8 +40,11 @@ private:
         void operator()(xkb_keymap* keymap) const noexcept;
     };
 
+    enum class Status { absent, unreadable, known };
+
     bool take(SeatKeymap now);
 
+    Status status = Status::absent;
     std::function<std::optional<SeatKeymap>()> read;
     std::optional<SeatKeymap> seen;
     std::unique_ptr<xkb_keymap, Release> keymap;

@@ -73,8 +73,16 @@ Task<bool> SwitchSink::scroll(ScrollEvent event)
     co_return true;
 }
 
+Task<bool> SwitchSink::mayContinue()
+{
+    isStopped = isStopped || (askToContinue && !co_await askToContinue());
+    co_return !isStopped;
+}
+
 Task<bool> SwitchSink::strike(KeyStroke stroke)
 {
+    if (!co_await mayContinue())
+        co_return false;
     InputSwitch const key{InputSwitch::Kind::key, stroke.keycode};
     bool const isDown = co_await press(key, std::move(stroke.modifiers));
     bool const isUp = co_await release(key);

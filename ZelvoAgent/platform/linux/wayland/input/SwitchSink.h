@@ -23,7 +23,14 @@ public:
     Task<bool> press(InputSwitch what, std::vector<std::uint8_t> modifiers);
     Task<bool> release(InputSwitch what);
     Task<bool> scroll(ScrollEvent event);
-    /// A key and its modifiers, down and up.
+    /// Asked before each key of a text; see EventPosting::setMayContinue(). Set at start.
+    void setMayContinue(std::function<Task<bool>()> ask) { askToContinue = std::move(ask); }
+    /// Whether the text may go on. Once it may not, it may not until beginPiece().
+    Task<bool> mayContinue();
+    void beginPiece() { isStopped = false; }
+    /// Whether the piece had to end before it was typed.
+    bool wasStopped() const { return isStopped; }
+    /// A key of a text and its modifiers, down and up. False also if the text may not go on.
     Task<bool> strike(KeyStroke stroke);
     Task<> releaseAll();
 
@@ -31,6 +38,8 @@ private:
     Task<bool> perform(std::vector<InputStep> steps);
 
     std::function<InputSink*()> sink;
+    std::function<Task<bool>()> askToContinue;
+    bool isStopped = false;
     HeldInput held;
 };
 

@@ -28,6 +28,13 @@ DetailedAgentError cannotType()
             .details = {}};
 }
 
+DetailedAgentError cannotReadKeys()
+{
+    return {.error = AgentError::machineUnavailable,
+            .message = "This desktop does not say which keys its keyboard has, so no modifier can be pressed",
+            .details = {}};
+}
+
 /// Whether an event presses or types something.
 bool isPress(PostedEvent const& event)
 {
@@ -66,8 +73,8 @@ std::string typable(std::string const& text)
 
 WaylandEventPosting::WaylandEventPosting(Parts given)
     : parts(std::move(given)), switches(parts.sink), keyboard(parts.keymap), byKeymap(switches),
-      byKeys(parts.contexts, switches, keyboard), byInsertion(parts.insertion),
-      byPaste(parts.clock, switches, keyboard, parts.clipboard, parts.insertion),
+      byKeys(parts.contexts, parts.clock, switches, keyboard), byInsertion(parts.insertion),
+      byPaste(parts.contexts, parts.clock, switches, keyboard, parts.clipboard, parts.insertion),
       delivery(parts.contexts, parts.clock, parts.front)
 {
 }
@@ -118,12 +125,7 @@ Task<bool> WaylandEventPosting::make(MouseEvent event)
         co_return co_await switches.release(button);
     if (event.kind != MouseEvent::Kind::down)
         co_return true;
-    std::vector<std::uint8_t> modifiers;
-    if (event.flags != ModifierFlags{}) {
-        if (!co_await knowsKeys())
-            co_return false;
-        modifiers = keyboard.modifiersFor(event.flags);
-    }
+    std::vector<std::uint8_t> modifiers = co_await modifiersFor(event.flags);
     bool const made = co_await switches.press(button, std::move(modifiers));
     std::scoped_lock const guard(lock);
     spacing.pressed(event.point, event.clickState, parts.clock.now());
@@ -138,27 +140,31 @@ Task<bool> WaylandEventPosting::make(KeyEvent event)
     InputSwitch const key{InputSwitch::Kind::key, *keycode};
     if (event.kind == KeyEvent::Kind::up)
         co_return co_await switches.release(key);
-    std::vector<std::uint8_t> modifiers;
-    if (event.flags != ModifierFlags{}) {
-        if (!co_await knowsKeys())
-            co_return false;
-        modifiers = keyboard.modifiersFor(event.flags);
-    }
+    std::vector<std::uint8_t> modifiers = co_await modifiersFor(event.flags);
     co_return co_await switches.press(key, std::move(modifiers));
+}
+
+Task<std::vector<std::uint8_t>> WaylandEventPosting::modifiersFor(ModifierFlags flags)
+{
+    if (flags == ModifierFlags{} || !switches.door())
+        co_return std::vector<std::uint8_t>();
+    if (!co_await knowsKeys() && switches.door())
+        throw cannotReadKeys();
+    co_return keyboard.modifiersFor(flags);
 }
 
 Task<bool> WaylandEventPosting::knowsKeys()
 {
     InputSwitch const nothing{InputSwitch::Kind::key, KEY_UNKNOWN};
     for (int asked = 0; asked < keymapLooks; ++asked) {
-        auto const refresh = [this] { return keyboard.refresh(); };
+        auto const refresh = [this] { return keyboard.refresh() || keyboard.isUnreadable(); };
         if (co_await on(parts.contexts.workers, refresh))
-            co_return true;
+            break;
         if (asked == 0 && (!co_await switches.press(nothing, {}) || !co_await switches.release(nothing)))
-            co_return false;
+            break;
         co_await parts.clock.sleep(keymapPause);
     }
-    co_return false;
+    co_return keyboard.isKnown();
 }
 
 Task<bool> WaylandEventPosting::make(ScrollEvent event)
@@ -170,13 +176,14 @@ Task<bool> WaylandEventPosting::make(TextEvent event)
 {
     if (event.kind == KeyEvent::Kind::up)
         co_return true; // Typed when its key went down.
+    switches.beginPiece();
     if (!way || !switches.door())
         co_return false;
     if (co_await way->type(typable(event.text)))
         co_return true;
-    if (switches.door())
+    if (switches.door() && !switches.wasStopped())
         throw cannotType();
-    co_return false; // It broke, or the grant ended.
+    co_return false; // It broke, the grant ended, or the text may not go on.
 }
 
 Task<> WaylandEventPosting::beginText(std::string text)

@@ -27,9 +27,10 @@ namespace zelvo {
 /// Makes events through the compositor's doors. A text takes the first way that can carry all of it: a keymap
 /// of its own, the keys of the layout, insertion by the accessibility bus, the clipboard. Thread: as
 /// EventPosting. Failures: without an open door every event gives false; beginText() throws
-/// DetailedAgentError for a text that no way can carry. While nobody sees the windows, whoever is pressed or
-/// typed to is unknown: beginText() and presses then throw AgentError::machineUnavailable, and the pointer
-/// stays where it is.
+/// DetailedAgentError for a text that no way can carry, and post() for one that did not arrive and for
+/// modifiers while the keymap cannot be read. While nobody sees the windows, whoever is pressed or typed to
+/// is unknown: beginText() and presses then throw AgentError::machineUnavailable, and the pointer stays
+/// where it is.
 class WaylandEventPosting final : public EventPosting, public KeyboardLayout {
 public:
     /// All of it outlives this.
@@ -57,6 +58,7 @@ public:
     Task<bool> delivered() override;
     DesktopPoint pointerLocation() override;
     bool knowsOwnWindows() const override { return false; }
+    void setMayContinue(MayContinue ask) override { switches.setMayContinue(std::move(ask)); }
     Task<std::vector<std::vector<std::string>>> chordsOf(KeyEvent event) override;
 
 private:
@@ -65,6 +67,8 @@ private:
     Task<bool> make(KeyEvent event);
     Task<bool> make(ScrollEvent event);
     Task<bool> make(TextEvent event);
+    /// The keys to hold. Throws DetailedAgentError if the keymap cannot be read.
+    Task<std::vector<std::uint8_t>> modifiersFor(ModifierFlags flags);
     /// Brings `keyboard` up to date. A session without any keyboard has a keymap only after its first key.
     Task<bool> knowsKeys();
     std::optional<Instant> earliestClick(DesktopPoint point);
