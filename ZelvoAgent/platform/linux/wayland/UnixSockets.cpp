@@ -63,7 +63,7 @@ std::optional<UnixSocket> socketOf(std::span<std::uint8_t const> bytes)
     }
     // A path ends with a zero byte; an abstract name begins with one.
     if (!socket.name.empty() && socket.name[0] != '\0')
-        socket.name = socket.name.c_str();
+        socket.name.resize(std::strlen(socket.name.c_str()));
     return socket;
 }
 
@@ -135,7 +135,7 @@ std::optional<std::vector<UnixSocket>> allUnixSockets()
     if (!kernel.ask())
         return std::nullopt;
     std::vector<UnixSocket> sockets;
-    std::vector<std::uint8_t> packet(64 * 1024);
+    std::vector<std::uint8_t> packet(std::size_t{64} * 1024);
     for (bool isEnd = false; !isEnd;) {
         auto const size = kernel.receive(packet);
         if (size <= 0 ||

@@ -26,7 +26,7 @@ public:
         std::function<std::set<std::string>(WindowsNow const&, std::set<std::string> const& hidden)> hiddenOf;
     };
 
-    explicit HiddenPresence(Parts parts);
+    explicit HiddenPresence(Parts given);
 
     /// Whether a process of an excluded application is connected to the compositor. It need not have a
     /// window: one may appear at any moment. This program does not count. True also if the compositor's

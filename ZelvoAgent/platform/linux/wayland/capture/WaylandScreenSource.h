@@ -32,7 +32,7 @@ public:
         std::function<bool(std::uint32_t monitor)> isShared = [](std::uint32_t) { return true; };
     };
 
-    explicit WaylandScreenSource(Parts parts);
+    explicit WaylandScreenSource(Parts given);
 
     std::vector<Display> screens() override;
     Task<std::vector<Display>> capturableDisplays() override;
@@ -40,7 +40,7 @@ public:
     void observeScreens(std::function<void()> observer) override;
 
 private:
-    Task<Picture> take(std::uint32_t monitor, std::set<std::string> excluded);
+    Task<Picture> take(std::uint32_t id, std::set<std::string> excluded);
     Task<Picture> takeEverything(Monitor monitor);
     Task<Picture> takeWithout(std::uint32_t id, FrameSource::LeftOut leftOut);
 

@@ -17,9 +17,9 @@ inline constexpr std::string_view textKeymapName = "zelvo_text";
 /// Thread: the one that reads the connection.
 class SeatLayout {
 public:
-    /// seat     without another listener; owned from here on
-    /// changed  called with each new keymap; may be empty
-    explicit SeatLayout(wl_seat* seat, std::function<void(std::string const&)> changed = {});
+    /// seat  without another listener; owned from here on
+    /// call  called with each new keymap; may be empty
+    explicit SeatLayout(wl_seat* seat, std::function<void(std::string const&)> call = {});
     ~SeatLayout();
     SeatLayout(SeatLayout const&) = delete;
     SeatLayout& operator=(SeatLayout const&) = delete;

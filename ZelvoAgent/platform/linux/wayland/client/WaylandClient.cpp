@@ -20,7 +20,7 @@ std::string waylandSocketPath(std::string const& wanted)
         char const* const value = std::getenv(name);
         return std::string(value && *value ? value : otherwise);
     };
-    std::string const socket = wanted.empty() ? variable("WAYLAND_DISPLAY", "wayland-0") : wanted;
+    std::string socket = wanted.empty() ? variable("WAYLAND_DISPLAY", "wayland-0") : wanted;
     if (socket.starts_with('/'))
         return socket;
     std::string const folder = variable("XDG_RUNTIME_DIR", "");

@@ -29,8 +29,8 @@ struct ReleaseProxy {
 };
 
 /// The path of a compositor's socket; empty if there is none.
-/// socket  a path, or a name in $XDG_RUNTIME_DIR; empty for $WAYLAND_DISPLAY, else "wayland-0"
-std::string waylandSocketPath(std::string const& socket = {});
+/// wanted  a path, or a name in $XDG_RUNTIME_DIR; empty for $WAYLAND_DISPLAY, else "wayland-0"
+std::string waylandSocketPath(std::string const& wanted = {});
 
 /// What a compositor offers.
 struct WaylandGlobal {

@@ -35,8 +35,8 @@ Monitor monitorOf(OutputFacts const& facts);
 class WaylandOutputs {
 public:
     /// Binds the outputs. They are known after two round trips.
-    /// changed  called after each change; may be empty
-    explicit WaylandOutputs(std::shared_ptr<WaylandClient> client, std::function<void()> changed = {});
+    /// call  called after each change; may be empty
+    explicit WaylandOutputs(std::shared_ptr<WaylandClient> connection, std::function<void()> call = {});
     ~WaylandOutputs();
     WaylandOutputs(WaylandOutputs const&) = delete;
     WaylandOutputs& operator=(WaylandOutputs const&) = delete;

@@ -25,7 +25,7 @@ public:
 
     /// The clock must outlive it. SIGPIPE must be ignored.
     /// client  a connection that nothing else reads; null: the clipboard is empty and can't be set
-    DataControlPasteboard(Contexts contexts, Clock& clock, std::shared_ptr<WaylandClient> client);
+    DataControlPasteboard(Contexts given, Clock& clock, std::shared_ptr<WaylandClient> client);
     ~DataControlPasteboard() override;
     DataControlPasteboard(DataControlPasteboard const&) = delete;
     DataControlPasteboard& operator=(DataControlPasteboard const&) = delete;

@@ -54,10 +54,10 @@ private:
 
 Task<std::optional<std::string>>
 readPipe(Executor agent,
-         Clock& clock,
+         Clock& clock, // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
          int pipe,
          std::size_t maxSize,
-         PipePatience patience) // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
+         PipePatience patience)
 {
     TimedPipe timed(agent, clock, pipe, patience);
     timed.limitWhole();

@@ -225,7 +225,7 @@ PermissionCauses WaylandDesktop::causes() const
     return all;
 }
 
-void WaylandDesktop::request(PermissionCause::Kind kind)
+void WaylandDesktop::request(PermissionCause::Kind kind) const
 {
     using Kind = PermissionCause::Kind;
     bool const isGrant = kind == Kind::grantNotAsked || kind == Kind::grantRefused ||

@@ -39,11 +39,11 @@ class WaylandDesktop final : public LinuxDesktop {
 public:
     /// Null if no compositor can be reached.
     static std::unique_ptr<WaylandDesktop> open(DesktopParts const& parts);
-    /// doors    what the compositor offers
+    /// offered  what the compositor offers
     WaylandDesktop(DesktopParts const& parts,
-                   std::shared_ptr<WaylandClient> client,
-                   std::unique_ptr<WaylandMonitors> monitors,
-                   CompositorDoors doors);
+                   std::shared_ptr<WaylandClient> opened,
+                   std::unique_ptr<WaylandMonitors> known,
+                   CompositorDoors offered);
     WaylandDesktop(WaylandDesktop const&) = delete;
     WaylandDesktop& operator=(WaylandDesktop const&) = delete;
 
@@ -76,7 +76,7 @@ private:
     Permissions permissions() const;
     PermissionCauses causes() const;
     std::optional<PermissionCause> missingGrant() const;
-    void request(PermissionCause::Kind kind);
+    void request(PermissionCause::Kind kind) const;
     std::optional<SeatKeymap> keymapNow() const;
     std::optional<LogicalPoint> pointerNow() const;
     /// Where nobody sees the windows: the process whose accessible window is active. Blocks.

@@ -37,7 +37,7 @@ public:
 
 private:
     struct Release {
-        void operator()(xkb_keymap* keymap) const noexcept;
+        void operator()(xkb_keymap* released) const noexcept;
     };
 
     enum class Status { absent, unreadable, known };

@@ -40,7 +40,7 @@ InputSink* SwitchSink::door() const
     return found && found->isReady() ? found : nullptr;
 }
 
-Task<bool> SwitchSink::moveTo(LogicalPoint point)
+Task<bool> SwitchSink::moveTo(LogicalPoint point) const
 {
     InputSink* const open = door();
     co_return open&& co_await open->moveTo(point);
@@ -58,7 +58,7 @@ Task<bool> SwitchSink::release(InputSwitch what)
     co_return co_await perform(held.up(what));
 }
 
-Task<bool> SwitchSink::scroll(ScrollEvent event)
+Task<bool> SwitchSink::scroll(ScrollEvent event) const
 {
     InputSink* const open = door();
     if (!open)
@@ -94,7 +94,7 @@ Task<> SwitchSink::releaseAll()
     co_await perform(held.releaseAll());
 }
 
-Task<bool> SwitchSink::perform(std::vector<InputStep> steps)
+Task<bool> SwitchSink::perform(std::vector<InputStep> steps) const
 {
     bool made = true;
     // What cannot be released now is not held any more: the compositor releases it with the door.

@@ -19,10 +19,10 @@ public:
 
     /// The door, if events can be made now; else null.
     InputSink* door() const;
-    Task<bool> moveTo(LogicalPoint point);
+    Task<bool> moveTo(LogicalPoint point) const;
     Task<bool> press(InputSwitch what, std::vector<std::uint8_t> modifiers);
     Task<bool> release(InputSwitch what);
-    Task<bool> scroll(ScrollEvent event);
+    Task<bool> scroll(ScrollEvent event) const;
     /// Asked before each key of a text; see EventPosting::setMayContinue(). Set at start.
     void setMayContinue(std::function<Task<bool>()> ask) { askToContinue = std::move(ask); }
     /// Whether the text may go on. Once it may not, it may not until beginPiece().
@@ -35,7 +35,7 @@ public:
     Task<> releaseAll();
 
 private:
-    Task<bool> perform(std::vector<InputStep> steps);
+    Task<bool> perform(std::vector<InputStep> steps) const;
 
     std::function<InputSink*()> sink;
     std::function<Task<bool>()> askToContinue;

@@ -47,7 +47,7 @@ public:
         std::function<bool()> seesWindows = {}; ///< always, if empty; never waits
     };
 
-    explicit WaylandEventPosting(Parts parts);
+    explicit WaylandEventPosting(Parts given);
 
     Task<> ready(PostedEvent event) override;
     Task<bool> post(PostedEvent event) override;

@@ -38,9 +38,9 @@ private:
     Task<WindowsNow> look();
     Task<std::optional<Picture>> compose(Monitor monitor, LeftOut leftOut, bool wantsPointer);
     Task<> draw(std::shared_ptr<Scene> scene);
-    Task<> drawSome(std::shared_ptr<Scene> scene, std::vector<CompositorWindow> windows);
+    Task<> drawSome(std::shared_ptr<Scene> scene, std::vector<CompositorWindow> some);
     Task<std::vector<CompositorWindow>> newPlaces(std::shared_ptr<Scene> scene,
-                                                  std::vector<CompositorWindow> windows);
+                                                  std::vector<CompositorWindow> some);
 
     Contexts contexts;
     WindowSource& windows;

@@ -34,8 +34,8 @@ bool readFormat(std::int64_t format, KwinImageHeader& header)
 
 void swapRedAndBlue(std::uint8_t* row, int width)
 {
-    for (int x = 0; x < width; ++x)
-        std::swap(row[4 * x], row[4 * x + 2]);
+    for (int x = 0; x < width; ++x, row += 4)
+        std::swap(row[0], row[2]);
 }
 
 void fillAlpha(std::uint8_t* row, int width)
@@ -54,7 +54,7 @@ std::optional<KwinImageHeader> kwinImageHeader(BusDictionary const& reply)
     double const scale = entryOf<double>(reply, "scale").value_or(1);
     if (entryOf<std::string>(reply, "type") != "raw" || width < 1 || width > maxSide || height < 1 ||
         height > maxSide || stride < width * 4 || stride > maxSide * 8 || stride * height > maxBytes ||
-        !(scale >= 0.1 && scale <= 20))
+        !(scale >= 0.1) || !(scale <= 20))
         return std::nullopt;
     KwinImageHeader header{.width = static_cast<int>(width),
                            .height = static_cast<int>(height),

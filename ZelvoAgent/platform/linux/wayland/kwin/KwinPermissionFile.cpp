@@ -22,7 +22,7 @@ std::map<std::string, std::string> keysOf(std::filesystem::path const& file)
     bool isMain = false;
     std::string line(maxLine, '\0');
     for (int count = 0; count < maxLines && in.getline(line.data(), maxLine); ++count) {
-        std::string const text = line.c_str();
+        std::string const text(line.data());
         if (text.starts_with("["))
             isMain = text == "[Desktop Entry]";
         auto const equals = text.find('=');

@@ -79,8 +79,8 @@ BusCall callFor(OpenShot& open)
             .mayStart = false};
 }
 
-Task<> ask(BusConnection& session,
-           OpenShot& open) // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
+Task<> ask(BusConnection& session, // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
+           OpenShot& open)         // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
 {
     auto const keep = [&open](sd_bus_message* reply) { open.reply = readDictionary(reply); };
     try {

@@ -34,7 +34,10 @@ struct KwinShotResult {
 class KwinScreenshots {
 public:
     /// The bus must outlive it.
-    KwinScreenshots(Contexts contexts, BusConnection& session) : contexts(contexts), session(session) {}
+    KwinScreenshots(Contexts contexts, BusConnection& session)
+        : contexts(std::move(contexts)), session(session)
+    {
+    }
 
     /// Takes several at once: KWin draws those that wait in one frame. In the order of the shots. Takes at
     /// most some seconds.

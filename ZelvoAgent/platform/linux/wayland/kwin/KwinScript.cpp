@@ -14,7 +14,7 @@
 
 namespace zelvo {
 
-extern EmbeddedFile const kwin_windows_script;
+extern EmbeddedFile const kwin_windows_script; // NOLINT(readability-identifier-naming)
 
 namespace {
 

@@ -39,8 +39,8 @@ std::exception_ptr failure(char const* reason)
 struct PipewireFrames::State : std::enable_shared_from_this<State> {
     State(Contexts contexts, Clock& clock) : contexts(std::move(contexts)), clock(clock) {}
 
-    void open(std::optional<GrantedStreams> streams);
-    void openEach(GrantedStreams const& streams);
+    void open(std::optional<GrantedStreams> granted);
+    void openEach(GrantedStreams const& granted);
     void close();
     void want(std::uint32_t monitor, Resume resume);
     void finish(std::exception_ptr reason, VideoFrame frame);

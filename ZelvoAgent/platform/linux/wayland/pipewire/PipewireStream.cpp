@@ -42,7 +42,7 @@ struct PipewireStream::State : std::enable_shared_from_this<State> {
     void noteBuffer(pw_buffer* buffer);
     void takeFrames();
     VideoFrame frameOf(pw_buffer* buffer);
-    void giveBack(pw_buffer* buffer);
+    void giveBack(pw_buffer* buffer) const;
     void lose();
 
     std::shared_ptr<PipewireCore> core;
@@ -168,7 +168,7 @@ VideoFrame PipewireStream::State::frameOf(pw_buffer* buffer)
     bool const isEmpty = !chunk || (chunk->size == 0 && known->second->card() < 0);
     if (isEmpty || (chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0 || chunk->stride <= 0)
         return {};
-    std::size_t const stride = static_cast<std::size_t>(chunk->stride);
+    auto const stride = static_cast<std::size_t>(chunk->stride);
     std::size_t const row = std::size_t{format.size.width} * bytesPerPixel;
     std::size_t const length = stride * (format.size.height - 1) + row;
     std::uint8_t const* const pixels = stride < row ? nullptr : known->second->at(chunk->offset, length);
@@ -192,7 +192,7 @@ VideoFrame PipewireStream::State::frameOf(pw_buffer* buffer)
             .card = known->second->card()};
 }
 
-void PipewireStream::State::giveBack(pw_buffer* buffer)
+void PipewireStream::State::giveBack(pw_buffer* buffer) const
 {
     pipewire().pw_stream_queue_buffer(stream, buffer);
 }

@@ -20,11 +20,12 @@ constexpr char const* shortcut = "pause";
 /// Runs on the agent, except `state`.
 class PortalHotKey::Binding : public std::enable_shared_from_this<Binding> {
 public:
-    Binding(Contexts const& contexts,
+    Binding(Contexts contexts,
             Clock& clock,
             std::shared_ptr<PortalRequests> requests,
             std::string description)
-        : contexts(contexts), clock(clock), requests(std::move(requests)), description(std::move(description))
+        : contexts(std::move(contexts)), clock(clock), requests(std::move(requests)),
+          description(std::move(description))
     {
     }
 

@@ -48,8 +48,8 @@ bool writeFile(std::filesystem::path const& file, std::string const& text)
 
 } // namespace
 
-ShellExtensionInstall::ShellExtensionInstall(std::filesystem::path dataHome, ShellLink& link)
-    : folder(std::move(dataHome) / "gnome-shell" / "extensions" / uuid), link(link)
+ShellExtensionInstall::ShellExtensionInstall(std::filesystem::path const& dataHome, ShellLink& link)
+    : folder(dataHome / "gnome-shell" / "extensions" / uuid), link(link)
 {
 }
 

@@ -23,7 +23,7 @@ public:
     };
 
     /// dataHome  $XDG_DATA_HOME
-    ShellExtensionInstall(std::filesystem::path dataHome, ShellLink& link);
+    ShellExtensionInstall(std::filesystem::path const& dataHome, ShellLink& link);
 
     State state();
     /// Writes the extension for a version of the shell, 43 and newer; it will answer only processes that run

@@ -35,7 +35,7 @@ public:
     int get() const { return descriptor; }
 
     /// The memory, which can't shrink any more. Throws ScreenFailure if it is smaller than `size`.
-    PixelBuffer map(std::size_t size)
+    PixelBuffer map(std::size_t size) const
     {
         struct stat facts{};
         if (::fcntl(descriptor, F_ADD_SEALS, F_SEAL_SHRINK) != 0 || ::fstat(descriptor, &facts) != 0 ||

@@ -11,8 +11,8 @@ ShellHotKey::ShellHotKey(Executor main, BusConnection& bus, ShellPresence& prese
 
 void ShellHotKey::start(std::function<void()> onPressed)
 {
-    auto const rule = "type='signal',sender='org.gnome.Shell',path='/dev/zelvo/Shell',"
-                      "interface='dev.zelvo.Shell',member='KeyPressed'";
+    char const* const rule = "type='signal',sender='org.gnome.Shell',path='/dev/zelvo/Shell',"
+                             "interface='dev.zelvo.Shell',member='KeyPressed'";
     bus.watchSignal(rule, [main = main, onPressed = std::move(onPressed)](sd_bus_message*) {
         asio::post(main, onPressed);
     });

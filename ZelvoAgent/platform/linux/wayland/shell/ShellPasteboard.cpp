@@ -117,8 +117,8 @@ ShellPasteboard::ShellPasteboard(Contexts contexts, BusConnection& bus, ShellPre
 
 void ShellPasteboard::start()
 {
-    auto const rule = "type='signal',sender='org.gnome.Shell',path='/dev/zelvo/Shell',"
-                      "interface='dev.zelvo.Shell',member='TextChanged'";
+    char const* const rule = "type='signal',sender='org.gnome.Shell',path='/dev/zelvo/Shell',"
+                             "interface='dev.zelvo.Shell',member='TextChanged'";
     bus.watchSignal(
         rule, [kept = changes](sd_bus_message* message) { kept->add(readTruth(message).value_or(false)); });
 }

@@ -58,7 +58,7 @@ int SwayIpc::connect()
     address.sun_family = AF_UNIX;
     if (!path || !*path || std::strlen(path) >= sizeof address.sun_path)
         return -1;
-    std::strcpy(address.sun_path, path);
+    std::memcpy(address.sun_path, path, std::strlen(path) + 1);
     int const socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (socket >= 0 && ::connect(socket, reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0) {
         ::close(socket);
@@ -97,7 +97,7 @@ std::optional<std::string> SwayIpc::askOnce(std::uint32_t type, std::string_view
     return std::nullopt;
 }
 
-bool SwayIpc::send(std::string_view bytes, Instant end)
+bool SwayIpc::send(std::string_view bytes, Instant end) const
 {
     while (!bytes.empty()) {
         auto const sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -109,7 +109,7 @@ bool SwayIpc::send(std::string_view bytes, Instant end)
     return true;
 }
 
-bool SwayIpc::receive(char* bytes, std::size_t count, Instant end)
+bool SwayIpc::receive(char* bytes, std::size_t count, Instant end) const
 {
     while (count > 0) {
         auto const got = ::recv(socket, bytes, count, 0);

@@ -43,8 +43,8 @@ public:
 private:
     using Instant = std::chrono::steady_clock::time_point;
     std::optional<std::string> askOnce(std::uint32_t type, std::string_view payload, Instant end);
-    bool send(std::string_view bytes, Instant end);
-    bool receive(char* bytes, std::size_t count, Instant end);
+    bool send(std::string_view bytes, Instant end) const;
+    bool receive(char* bytes, std::size_t count, Instant end) const;
     void close();
 
     int socket = -1;

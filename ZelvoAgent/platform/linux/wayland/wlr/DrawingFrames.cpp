@@ -28,11 +28,11 @@ using SharedMemory = std::unique_ptr<wl_shm, ReleaseProxy<wl_shm_destroy>>;
 /// One connection with a frame for each output. Thread: the agent, except for the constructor.
 class Watch {
 public:
-    Watch(Executor const& agent,
+    Watch(Executor executor,
           Clock& clock,
           std::shared_ptr<WaylandClient> const& connection,
           DrawingFrames::Drawn call)
-        : agent(agent), clock(clock), client(connection), drawn(std::move(call)),
+        : agent(std::move(executor)), clock(clock), client(connection), drawn(std::move(call)),
           manager(client->bind<zwlr_screencopy_manager_v1>(zwlr_screencopy_manager_v1_interface, 3, 2)),
           shm(client->bind<wl_shm>(wl_shm_interface, 1)), outputs(client, [this] { follow(); })
     {

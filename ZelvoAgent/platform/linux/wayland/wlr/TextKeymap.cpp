@@ -52,6 +52,14 @@ xkb_keysym_t symbolOf(char32_t character)
 }
 
 /// The code points of well-formed UTF-8.
+/// Which bits of a sequence's first byte are its character's.
+unsigned bitsOfFirst(unsigned value)
+{
+    if (value < 0xe0)
+        return 0x1f;
+    return value < 0xf0 ? 0x0f : 0x07;
+}
+
 std::vector<char32_t> codePointsOf(std::string_view text)
 {
     std::vector<char32_t> all;
@@ -62,7 +70,7 @@ std::vector<char32_t> codePointsOf(std::string_view text)
         else if (value < 0xc0)
             all.back() = all.back() << 6 | (value & 0x3f);
         else
-            all.push_back(value & (value < 0xe0 ? 0x1f : value < 0xf0 ? 0x0f : 0x07));
+            all.push_back(value & bitsOfFirst(value));
     }
     return all;
 }
