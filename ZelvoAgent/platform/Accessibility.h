@@ -113,8 +113,8 @@ public:
     /// A name by which later readers of this process find the element. Empty if none will, as for an element
     /// of another process.
     virtual std::string nameOf(AccessibilityElement) { return {}; }
-    /// The element of that name, if a click could reach it: it shows, in the application's active window or in
-    /// what pops up.
+    /// The element of that name, if a click could reach it: it shows, in the application's active window or
+    /// in what pops up.
     virtual std::optional<AccessibilityElement> find(std::string const&) { return std::nullopt; }
     /// Performs the action that presses an element.
     virtual ElementDeed press(AccessibilityElement) { return ElementDeed::impossible; }
