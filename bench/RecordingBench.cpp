@@ -6,6 +6,7 @@
 // a busy screen, with and without a recording.
 
 #include "AgentStage.h"
+#include "ProcessorTime.h"
 #include "RatioTable.h"
 #include "desktop/harness/Painter.h"
 #include "desktop/x11/CaptureDesktop.h"
@@ -54,18 +55,6 @@ double used(int whose)
     rusage usage{};
     ::getrusage(whose, &usage);
     return secondsIn(usage.ru_utime) + secondsIn(usage.ru_stime);
-}
-
-/// Processor time of another process, in seconds.
-double usedBy(pid_t pid)
-{
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string word;
-    double ticks = 0;
-    for (int field = 1; file >> word && field <= 15; ++field)
-        if (field >= 14)
-            ticks += std::stod(word);
-    return ticks / double(::sysconf(_SC_CLK_TCK));
 }
 
 double residentMegabytes()
@@ -176,13 +165,13 @@ private:
 
 void reportServer(benchmark::State& state, double before)
 {
-    state.counters["X server, s"] = usedBy(stage->server) - before;
+    state.counters["X server, s"] = processorTime(stage->server) - before;
 }
 
 void ours(benchmark::State& state, std::chrono::seconds length)
 {
     for (auto _ : state) {
-        double const server = usedBy(stage->server);
+        double const server = processorTime(stage->server);
         double const before = used(RUSAGE_SELF);
         Recording recording;
         std::this_thread::sleep_for(length);
@@ -231,7 +220,7 @@ void ffmpegs(benchmark::State& state,
                                         "+faststart"};
     command.insert(command.end(), further.begin(), further.end());
     for (auto _ : state) {
-        double const server = usedBy(stage->server);
+        double const server = processorTime(stage->server);
         double const before = used(RUSAGE_CHILDREN);
         auto whole = command;
         whole.push_back(stage->nextFile().string());

@@ -5,15 +5,11 @@
 #include "AgentStage.h"
 #include "Baselines.h"
 #include "Editor.h"
+#include "ProcessorTime.h"
 #include "RatioTable.h"
 #include "WaylandStage.h"
 
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <thread>
 
 namespace zelvo {
@@ -36,21 +32,6 @@ constexpr std::chrono::seconds rest{5};
 
 Times resting; // processor time in ms, by the desktop's name
 
-/// The processor time of a process so far, in milliseconds.
-double processorTime(pid_t pid)
-{
-    std::ifstream stream("/proc/" + std::to_string(pid) + "/stat");
-    std::string const text((std::istreambuf_iterator<char>(stream)), {});
-    std::istringstream fields(text.substr(text.rfind(')') + 2));
-    std::string skipped;
-    for (int i = 0; i < 11; ++i)
-        fields >> skipped;
-    double user = 0;
-    double kernel = 0;
-    fields >> user >> kernel;
-    return (user + kernel) * 1000 / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
 template <class Stage>
 void measure(benchmark::State& state, Stage& stage, pid_t agent, std::string const& name)
 {
@@ -61,7 +42,7 @@ void measure(benchmark::State& state, Stage& stage, pid_t agent, std::string con
     std::this_thread::sleep_for(rest);
     double const before = processorTime(agent);
     std::this_thread::sleep_for(rest);
-    resting[name] = processorTime(agent) - before;
+    resting[name] = (processorTime(agent) - before) * 1000;
 }
 
 void onX11(benchmark::State& state)

@@ -4,6 +4,7 @@
 
 #include "AgentStage.h"
 #include "Baselines.h"
+#include "ProcessorTime.h"
 #include "desktop/harness/XQuestions.h"
 #include "state/ActivityEntry.h"
 
@@ -12,9 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -88,29 +87,13 @@ private:
     double opening = 0;
 };
 
-/// Seconds that the process has used of processors.
-double processorTime(AgentStage& stage)
-{
-    std::ifstream stream("/proc/" + std::to_string(stage.program().pid()) + "/stat");
-    std::string line;
-    std::getline(stream, line);
-    std::istringstream fields(line.substr(line.rfind(')') + 2));
-    std::string skipped;
-    for (int field = 3; field < 14; ++field)
-        fields >> skipped;
-    double user = 0;
-    double system = 0;
-    fields >> user >> system;
-    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
-}
-
 /// Milliseconds of processor time in ten seconds without a command.
 double restingTime(AgentStage& stage)
 {
     std::this_thread::sleep_for(std::chrono::seconds(3)); // The start, or a window's end, is not measured.
-    double const before = processorTime(stage);
+    double const before = processorTime(stage.program().pid());
     std::this_thread::sleep_for(std::chrono::seconds(10)); // The measured time.
-    return (processorTime(stage) - before) * 1000;
+    return (processorTime(stage.program().pid()) - before) * 1000;
 }
 
 std::map<std::string, double> figures;

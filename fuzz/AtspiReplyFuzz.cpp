@@ -1,3 +1,4 @@
+#include "Check.h"
 #include "FuzzedMessage.h"
 #include "base/Text.h"
 #include "desktop/atspi/OfflineBus.h"
@@ -5,19 +6,12 @@
 #include "platform/linux/atspi/AtspiMessages.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 using namespace zelvo;
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 char const* const signatures[] = {"a(so)",  "(so)",   "u", "au",    "as",    "a{sv}", "v", "s",
                                   "(iiii)", "a(sss)", "i", "a{ss}", "(iii)", "a(ss)", "d", "aau"};

@@ -1,20 +1,14 @@
+#include "Check.h"
 #include "base/Text.h"
 #include "platform/linux/x11/clipboard/ClipboardBytes.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 using namespace zelvo;
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void readAsText(std::string_view bytes)
 {

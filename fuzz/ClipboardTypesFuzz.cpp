@@ -1,20 +1,10 @@
+#include "Check.h"
 #include "platform/linux/wayland/clipboard/OwnContent.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <string_view>
-
-namespace {
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
 
 /// The types that the owner of the clipboard offers, one a line.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)

@@ -1,8 +1,7 @@
+#include "Check.h"
 #include "FuzzedMessage.h"
 #include "desktop/atspi/OfflineBus.h"
 #include "platform/linux/wayland/kwin/KwinImage.h"
-
-#include <cstdlib>
 
 namespace {
 
@@ -10,12 +9,6 @@ using namespace zelvo;
 
 constexpr char const* variants[] = {"u", "s", "i", "d", "b", "as"};
 constexpr char const* words[] = {"type", "raw", "width", "height", "stride", "scale", "format"};
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 } // namespace
 

@@ -1,17 +1,11 @@
+#include "Check.h"
 #include "platform/linux/wayland/kwin/KwinReport.h"
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 namespace {
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void checkRect(zelvo::LogicalRect const& rect)
 {

@@ -1,3 +1,4 @@
+#include "Check.h"
 #include "platform/WebSocket.h"
 #include "platform/portable/net/ConnectionGuard.h"
 #include "platform/portable/net/HttpHead.h"
@@ -6,17 +7,10 @@
 #include "platform/portable/net/WebSocketAddress.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using namespace zelvo;
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void readAsAddress(std::string_view text)
 {

@@ -1,9 +1,8 @@
+#include "Check.h"
 #include "FuzzedMessage.h"
 #include "desktop/atspi/OfflineBus.h"
 #include "platform/linux/wayland/portal/PortalAnswer.h"
 #include "platform/linux/wayland/portal/StreamPlaces.h"
-
-#include <cstdlib>
 
 namespace {
 
@@ -14,12 +13,6 @@ constexpr char const* words[] = {"session_handle", "restore_token", "devices",  
                                  "streams",        "shortcuts",     "position",    "size",
                                  "mapping_id",     "source_type",   "persist_mode"};
 constexpr char const* signatures[] = {"ua{sv}", "u", "a{sv}", "us", "ua(ua{sv})"};
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 MonitorLayout twoMonitors()
 {

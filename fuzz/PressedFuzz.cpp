@@ -1,3 +1,4 @@
+#include "Check.h"
 #include "base/Text.h"
 #include "confirm/DangerousShortcuts.h"
 #include "confirm/SubmitButtonHeuristic.h"
@@ -5,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
@@ -20,12 +20,6 @@ Keys split(std::string const& text)
         else
             keys.back() += c;
     return keys;
-}
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
 }
 
 } // namespace

@@ -1,8 +1,7 @@
+#include "Check.h"
 #include "FuzzedMessage.h"
 #include "desktop/atspi/OfflineBus.h"
 #include "platform/linux/wayland/shell/ShellMessages.h"
-
-#include <cstdlib>
 
 namespace {
 
@@ -12,12 +11,6 @@ constexpr char const* variants[] = {"s"};
 constexpr char const* signatures[] = {"a(sisssss(iiii)(iiii)suu)(iib)(iiii)",
                                       "(uuuu)a(sisssss(iiii)(iiii)suu)", "a(sisssss(iiii)(iiii)suu)", "a(s)",
                                       "(uuuu)"};
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void check(std::vector<CompositorWindow> const& windows)
 {

@@ -1,3 +1,4 @@
+#include "Check.h"
 #include "confirm/ConfirmationPolicy.h"
 #include "gateway/LinkOffer.h"
 #include "recording/RecordingService.h"
@@ -13,17 +14,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using namespace zelvo;
-
-void check(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// Content of a settings file: what can be read can be written and reads back equal.
 void readAsStored(std::string_view bytes)
