@@ -62,6 +62,13 @@ public:
     char* values[4];
 };
 
+/// Qt looks only when it starts whether somebody reads windows. Ours are always there for a screen reader,
+/// and so are those of the programs that we start, which inherit this.
+void keepWindowsReadable()
+{
+    ::setenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1", 1);
+}
+
 /// The session manager's order to end arrives as a Quit event, by which the toolkit would leave its event
 /// loop with a recording open.
 class Application final : public QApplication {
@@ -202,6 +209,7 @@ int main(int argc, char** argv)
     }
     std::signal(SIGPIPE,
                 SIG_IGN); // A lost peer is an error of the write, not the end of the program.
+    zelvo::keepWindowsReadable();
     try {
         return zelvo::runApplication(argv[0], urls);
     } catch (std::exception const& error) {

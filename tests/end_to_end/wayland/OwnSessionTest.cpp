@@ -32,19 +32,25 @@ protected:
         agent->store("zelvo.hiddenApps", json::array{"keep"});
         startKeyRing();
     }
-    // An open key ring with the token of the installed Zelvo.
+    // An open key ring with the token of the installed Zelvo. The desktop may be starting a locked one by
+    // itself, which then has to be replaced again.
     void startKeyRing()
     {
-        desktop().start(
-            {"sh", "-c",
-             "printf '\\n' | gnome-keyring-daemon --replace --unlock --components=secrets --foreground"});
-        // A question would start a locked one.
-        require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
-        require("the open key ring", [&] {
+        auto const isOpen = [this] {
             return askBus("org.freedesktop.secrets", "/org/freedesktop/secrets",
                           "org.freedesktop.Secret.Service.ReadAlias", "default")
                        .find("collection") != std::string::npos;
-        });
+        };
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            desktop().start(
+                {"sh", "-c",
+                 "printf '\\n' | gnome-keyring-daemon --replace --unlock --components=secrets --foreground"});
+            // A question would start a locked one.
+            require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
+            if (waitFor(isOpen, 7s))
+                break;
+        }
+        require("the open key ring", isOpen);
         desktop().run(
             {"sh", "-c",
              std::string("printf '") + ownSecret +
