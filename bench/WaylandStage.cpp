@@ -22,7 +22,8 @@ WaylandStage::WaylandStage(test::Compositor kind)
     start();
     ask(commandFrame("permissions.get")); // The agent is at work, and its windows are there.
     if (machine.asks())
-        machine.session().run({"/usr/bin/python3", ZELVO_PRESS_ALLOW, "Ask the desktop"}, 60);
+        machine.session().run(
+            {"/usr/bin/python3", ZELVO_PRESS_ALLOW, "Ask the desktop", "--then", "Later", "Start"}, 60);
     grant();
     openEditor(machine.session());
 }

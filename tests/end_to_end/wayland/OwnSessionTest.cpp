@@ -163,7 +163,7 @@ TEST_P(OwnSession, leavesTheInstalledZelvoAndTheHomeAsTheyAre)
 
     startTrial();
     if (machine->asks())
-        pressAll({"Ask the desktop", "Register"});
+        pressAll({"Ask the desktop", "Register", "--then", "Later", "Start"});
     expectAPicture();
 
     EXPECT_FALSE(hasName("dev.zelvo.agent"));

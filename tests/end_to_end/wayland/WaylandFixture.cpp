@@ -60,7 +60,7 @@ void OnWayland::startLinked(std::vector<std::string> const& scopes)
 void OnWayland::grant()
 {
     if (machine->asks()) {
-        pressAll({"Ask the desktop"});
+        pressAll({"Ask the desktop", "--then", "Later", "Start"});
         require("the grant", [&] { return mayAct(); }, 40s);
     }
     require("the permissions", [&] { return mayAct(); }, 20s);

@@ -27,7 +27,7 @@ TEST_P(WaylandGrant, isNeededForEverythingAndAskedForByThePersonOnly)
     EXPECT_EQ(machine->portalSessions(), 0u);
     EXPECT_EQ(said(writer), "mapped\n");
 
-    pressAll({"Ask the desktop"});
+    pressAll({"Ask the desktop", "--then", "Later", "Start"});
     require("the grant", [&] { return mayAct(); }, 40s);
     EXPECT_GT(machine->portalSessions(), 0u);
     EXPECT_EQ(failureOf("screenshot"), "ok");

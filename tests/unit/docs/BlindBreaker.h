@@ -47,8 +47,8 @@ private:
                      std::string const& pointer)
     {
         static std::set<std::string, std::less<>> const optional = {
-            "app",         "compact", "title",      "subrole", "region",
-            "description", "value",   "identifier", "details", "element"};
+            "app",   "compact",    "title",   "subrole", "region",          "description",
+            "value", "identifier", "details", "element", "framesRelativeTo"};
         // A tree always has a snapshot, a wait only with an element.
         bool const mayLack = optional.contains(key) || (key == "snapshotId" && object.contains("element"));
         if (isSaidByAgent && !mayLack) {

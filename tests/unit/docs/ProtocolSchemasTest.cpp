@@ -79,7 +79,13 @@ void addOthers(std::vector<Instance>& all)
         R"({"quietMs": 300, "timeoutMs": 3000, "region": {"x": 0, "y": 1.5, "w": 20, "h": 10}})");
     add("observation.json#/$defs/ui.wait.params",
         R"({"role": "AXButton", "name": "find", "value": "", "until": "value", "timeoutMs": 3000, "scope": "menu_bar"})");
+    add("observation.json#/$defs/ui.tree.result",
+        R"({"snapshotId": "s", "truncated": false, "elements": [], "framesRelativeTo": "window"})");
     add("observation.json#/$defs/ui.wait.result", R"({"matched": false, "elapsedMs": 3000})");
+    add("observation.json#/$defs/ui.wait.result",
+        R"({"matched": true, "elapsedMs": 3, "snapshotId": "s", "framesRelativeTo": "window",
+            "element": {"id": "e1", "role": "AXButton", "frame": {"x": 1, "y": 2, "w": 3, "h": 4}, "enabled": true,
+                        "focused": false, "actions": []}})");
     add("observation.json#/$defs/element",
         R"({"id": "e1", "role": "AXTextField", "frame": {"x": 1, "y": 2.5, "w": 3, "h": 4}, "enabled": false,
             "focused": true, "actions": [], "title": "Find", "subrole": "AXSearchField", "description": "a",

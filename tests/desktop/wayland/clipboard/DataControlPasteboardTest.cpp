@@ -271,9 +271,12 @@ TEST_P(DataControlPasteboardTest, putsBackAPictureThatSomebodyCopied)
 
 TEST_P(DataControlPasteboardTest, putsAllFormsOfAContentBack)
 {
-    if (std::string(GetParam()) == "sway") // It lets a program copy only when it gets a key.
+    std::vector<std::string> owner = {"/usr/bin/python3", PrivateKwin::program("clipboard_forms.py")};
+    if (std::string(GetParam()) == "sway") { // It lets a program copy only when it gets a key.
         session->start({"sh", "-c", "while wtype -s 300 -k a; do :; done"});
-    session->start({"/usr/bin/python3", PrivateKwin::program("clipboard_forms.py")});
+        owner.emplace_back("key");
+    }
+    session->start(owner);
     require("the copy", [&] { return text() == "plain"; });
 
     auto const kept = live.run(pasteboard->keep());

@@ -1,5 +1,7 @@
-# A GTK 4 program that owns the clipboard with a text that is also rich, and a file. It copies when it gets the focus
-# and at its first key, which some compositors demand.
+# A GTK 4 program that owns the clipboard with a text that is also rich, and a file. It copies when it gets the focus, or
+# with the argument "key" at its first key, which some compositors demand.
+import sys
+
 import gi
 
 gi.require_version("Gtk", "4.0")
@@ -17,9 +19,11 @@ def copy(*_):
         window.get_clipboard().set_content(Gdk.ContentProvider.new_union(forms))
 
 
-keys = Gtk.EventControllerKey()
-handler = keys.connect("key-pressed", lambda *_: (keys.disconnect(handler), copy()))
-window.add_controller(keys)
-window.connect("notify::is-active", copy)
+if sys.argv[1:] == ["key"]:
+    keys = Gtk.EventControllerKey()
+    handler = keys.connect("key-pressed", lambda *_: (keys.disconnect(handler), copy()))
+    window.add_controller(keys)
+else:
+    window.connect("notify::is-active", copy)
 window.present()
 GLib.MainLoop().run()
