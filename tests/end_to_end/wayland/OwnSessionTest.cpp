@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <csignal>
 #include <regex>
 
 namespace zelvo::test {
@@ -32,29 +33,34 @@ protected:
         agent->store("zelvo.hiddenApps", json::array{"keep"});
         startKeyRing();
     }
-    // An open key ring with the token of the installed Zelvo. The desktop may be starting a locked one by
-    // itself, which then has to be replaced again.
+    // An open key ring with the token of the installed Zelvo.
     void startKeyRing()
     {
-        auto const isOpen = [this] {
-            return askBus("org.freedesktop.secrets", "/org/freedesktop/secrets",
-                          "org.freedesktop.Secret.Service.ReadAlias", "default")
-                       .find("collection") != std::string::npos;
-        };
-        for (int attempt = 0; attempt < 3; ++attempt) {
-            desktop().start(
-                {"sh", "-c",
-                 "printf '\\n' | gnome-keyring-daemon --replace --unlock --components=secrets --foreground"});
-            // A question would start a locked one.
-            require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
-            if (waitFor(isOpen, 7s))
-                break;
-        }
-        require("the open key ring", isOpen);
+        endLockedKeyRing();
+        desktop().start(
+            {"sh", "-c", "printf '\\n' | gnome-keyring-daemon --unlock --components=secrets --foreground"});
+        // A question would start a locked one.
+        require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
+        require("the open key ring", [&] {
+            return askBus("org.freedesktop.secrets", "/org/freedesktop/secrets/aliases/default",
+                          "org.freedesktop.DBus.Properties.Get",
+                          {"org.freedesktop.Secret.Collection", "Locked"}) == "(<false>,)\n";
+        });
         desktop().run(
             {"sh", "-c",
              std::string("printf '") + ownSecret +
                  "' | secret-tool store --label=Zelvo service dev.zelvo.agent account machine_token"});
+    }
+    // KDE's portals may be about to start one, so first it is made sure that there is one.
+    void endLockedKeyRing()
+    {
+        std::string const bus = "org.freedesktop.DBus";
+        askBus(bus, "/", bus + ".StartServiceByName", {"org.freedesktop.secrets", "0"});
+        std::string const owner =
+            askBus(bus, "/", bus + ".GetConnectionUnixProcessID", {"org.freedesktop.secrets"});
+        ASSERT_TRUE(owner.starts_with("(uint32 ")) << owner;
+        ASSERT_EQ(::kill(std::stoi(owner.substr(owner.find(' '))), SIGTERM), 0);
+        require("the end of the locked key ring", [&] { return !hasName("org.freedesktop.secrets"); });
     }
     std::string secretsInRing()
     {
@@ -62,15 +68,20 @@ protected:
     }
     bool hasName(std::string const& name)
     {
-        return askBus("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner", name) == "(true,)\n";
+        return askBus("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner", {name}) ==
+               "(true,)\n";
     }
     // Empty if the call fails.
-    std::string
-    askBus(std::string const& name, std::string const& path, std::string const& method, std::string text)
+    std::string askBus(std::string const& name,
+                       std::string const& path,
+                       std::string const& method,
+                       std::vector<std::string> const& texts)
     {
+        std::vector<std::string> command = {"gdbus",         "call", "--session", "--dest", name,
+                                            "--object-path", path,   "--method",  method};
+        command.insert(command.end(), texts.begin(), texts.end());
         try {
-            return desktop().run({"gdbus", "call", "--session", "--dest", name, "--object-path", path,
-                                  "--method", method, std::move(text)});
+            return desktop().run(command);
         } catch (std::runtime_error const&) {
             return "";
         }
