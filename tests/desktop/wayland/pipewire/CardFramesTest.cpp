@@ -1,5 +1,4 @@
 #include "desktop/wayland/harness/WaylandSession.h"
-#include "desktop/wayland/pipewire/PlayedStream.h"
 #include "fakes/ManualClock.h"
 #include "fakes/Run.h"
 #include "platform/linux/wayland/pipewire/PipewireFrames.h"
@@ -8,11 +7,10 @@
 
 #include <cstring>
 #include <optional>
+#include <sstream>
 
 namespace zelvo::test {
 namespace {
-
-using Memory = PlayedStream::Memory;
 
 constexpr std::uint32_t color = 0x3366cc;
 
@@ -39,14 +37,28 @@ protected:
     {
         frames.reset();
         settle(io);
-        sender.reset();
     }
 
-    void receive(std::vector<Memory> offered, bool isCut = false)
+    /// memories  what the sender offers, "card" or "shared"
+    void receive(std::vector<std::string> const& memories, std::string const& size = "whole")
     {
-        sender.emplace(PlayedStream::Options{.offered = std::move(offered), .color = color, .isCut = isCut});
+        std::vector<std::string> command = {ZELVO_STREAM_SENDER, "3366cc", size};
+        command.insert(command.end(), memories.begin(), memories.end());
+        sender = session->start(command);
+        require("a node", [&] { return said("node ") > 0; });
+        std::string const output = session->processes().output(sender);
+        auto const node = static_cast<std::uint32_t>(std::stoul(output.substr(output.find("node ") + 5)));
         frames.emplace(contextsOn(io), clock);
-        frames->setStreams(GrantedStreams{.nodes = {{1, sender->node()}}});
+        frames->setStreams(GrantedStreams{.nodes = {{1, node}}});
+    }
+    /// How many lines of the sender begin so.
+    long said(std::string const& word)
+    {
+        std::istringstream lines(session->processes().output(sender));
+        long count = 0;
+        for (std::string line; std::getline(lines, line);)
+            count += line.starts_with(word);
+        return count;
     }
     Picture picture() { return runToEnd(io, frames->everything(1)); }
     /// Whether each pixel has the color.
@@ -58,39 +70,39 @@ protected:
             if ((pixel & 0xffffff) != color)
                 return false;
         }
-        return picture.width == PlayedStream::width && picture.height == PlayedStream::height;
+        return picture.width == 640 && picture.height == 480;
     }
 
     asio::io_context io;
     ManualClock clock{&io};
     std::optional<StreamSession> session;
-    std::optional<PlayedStream> sender;
+    pid_t sender = 0;
     std::optional<PipewireFrames> frames;
 };
 
 TEST_F(CardFramesTest, readsTheMemoryOfAGraphicsCardWhereThereIsNoOther)
 {
-    receive({Memory::card});
+    receive({"card"});
 
     EXPECT_TRUE(isPainted(picture()));
     EXPECT_TRUE(isPainted(picture()));
-    EXPECT_GT(sender->buffers(Memory::card), 0);
+    EXPECT_GT(said("card"), 0);
 }
 
 TEST_F(CardFramesTest, prefersSharedMemory)
 {
-    receive({Memory::card, Memory::shared});
+    receive({"card", "shared"});
 
     EXPECT_TRUE(isPainted(picture()));
-    EXPECT_EQ(sender->buffers(Memory::card), 0);
+    EXPECT_EQ(said("card"), 0);
 }
 
 TEST_F(CardFramesTest, takesNothingFromMemoryThatIsSmallerThanAPicture)
 {
-    for (Memory const memory : {Memory::card, Memory::shared}) {
-        receive({memory}, true);
+    for (char const* const memory : {"card", "shared"}) {
+        receive({memory}, "cut");
         std::future<Picture> failing = asio::co_spawn(io, frames->everything(1), asio::use_future);
-        runUntil(io, [this] { return sender->frames() > 3; });
+        runUntil(io, [this] { return said("frame") > 3; });
         clock.advance(3s);
         EXPECT_THROW(failing.get(), ScreenFailure);
         TearDown();
