@@ -3,9 +3,9 @@
 #include "unit/system/TemporaryFolder.h"
 
 #include <algorithm>
+#include <csignal>
 #include <iterator>
 #include <map>
-#include <csignal>
 #include <regex>
 
 namespace zelvo::test {
