@@ -22,6 +22,8 @@ struct PipewireCore::Parts {
             pipewire().pw_core_disconnect(core);
         if (context)
             pipewire().pw_context_destroy(context);
+        if (isEntered)
+            pw_loop_leave(loop);
         if (loop)
             pipewire().pw_loop_destroy(loop);
     }
@@ -32,6 +34,7 @@ struct PipewireCore::Parts {
     pw_loop* loop = nullptr;
     pw_context* context = nullptr;
     pw_core* core = nullptr;
+    bool isEntered = false;
 };
 
 PipewireCore::PipewireCore(Executor agent, int descriptor)
@@ -62,14 +65,15 @@ pw_core* PipewireCore::raw() const
 
 void PipewireCore::start()
 {
+    // For good: while nobody has entered the loop, the library calls streams on its own thread.
+    pw_loop_enter(parts->loop);
+    parts->isEntered = true;
     iterate();
 }
 
 void PipewireCore::iterate()
 {
-    pw_loop_enter(parts->loop);
     pw_loop_iterate(parts->loop, 0);
-    pw_loop_leave(parts->loop);
     wait();
 }
 
