@@ -2,7 +2,7 @@
 find_program(CCACHE ccache)
 if(CCACHE)
     # Precompiled headers carry no time stamps, so that the cache can be shared by build folders.
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,locale
         CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} ${CCACHE})
 endif()
 
