@@ -39,7 +39,7 @@ void measure(benchmark::State& state, Stage& stage, pid_t agent, std::string con
     for (auto _ : state)
         if (stage.ask(screenshot).find("\"result\"") == std::string_view::npos)
             state.SkipWithError("no picture");
-    std::this_thread::sleep_for(rest);
+    std::this_thread::sleep_for(rest); // What a picture leaves to do is not measured.
     double const before = processorTime(agent);
     std::this_thread::sleep_for(rest);
     resting[name] = (processorTime(agent) - before) * 1000;

@@ -5,7 +5,8 @@
 #include <string>
 
 /// The parser of libxkbcommon 1.5 leaks where it gives up.
-extern "C" char const* __lsan_default_suppressions() // NOLINT(bugprone-reserved-identifier)
+extern "C" char const*
+__lsan_default_suppressions() // NOLINT(bugprone-reserved-identifier): the sanitizer's name.
 {
     return "leak:libxkbcommon";
 }

@@ -288,7 +288,8 @@ TEST_P(OperatingOnGnome, pointsNowhere)
     EXPECT_THAT(platform.posting.posted, IsEmpty());
 }
 
-/// The program stands for this one: its own buttons are out of reach, by its name and by its process.
+/// Treats the test program as the agent itself: an agent must not reach its buttons, neither by application
+/// name nor by process.
 TEST_P(OperatingOnGnome, neverPressesItsOwnButtons)
 {
     std::string const name = nameOf("Show");

@@ -52,6 +52,7 @@ private:
 
 } // namespace
 
+// The clock outlives all readings.
 Task<std::optional<std::string>>
 readPipe(Executor agent,
          Clock& clock, // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)

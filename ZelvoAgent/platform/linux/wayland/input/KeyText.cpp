@@ -11,7 +11,7 @@ namespace {
 
 constexpr Duration maxAge = 10ms; // Of what is known of the keyboard; asking takes some milliseconds.
 
-}
+} // namespace
 
 Task<bool> KeyText::begin(std::string text)
 {

@@ -15,14 +15,14 @@ constexpr std::uint8_t keyV = 55;
 constexpr std::uint8_t keyControl = 37;
 constexpr std::uint8_t keyShift = 50;
 
-constexpr Duration longestArrival = 2s;
+constexpr Duration maxArrival = 2s;
 constexpr Duration betweenLooks = 15ms;
-// Clipboard managers read a new text at once, and must not be taken for the program that it is for.
-constexpr Duration managersTurn = 25ms;
+// Clipboard managers read a new text at once. Without a pause one would be taken for the program in front.
+constexpr Duration managerPause = 25ms;
 constexpr Duration afterReading = 50ms;
 // Where nothing shows whether the text was read.
 constexpr Duration blindArrival = 150ms;
-constexpr Duration latestReading = 1500ms;
+constexpr Duration maxReading = 1500ms;
 
 } // namespace
 
@@ -78,7 +78,7 @@ Task<bool> PastedText::paste(std::string part)
 Task<bool> PastedText::strikePaste()
 {
     if (!place.isReadable && readingsBeforeLoan)
-        co_await clock.sleepThroughCancel(managersTurn);
+        co_await clock.sleepThroughCancel(managerPause);
     readingsBeforeKeys = clipboard->readings();
     co_await on(contexts.workers, [this] { return keyboard.refresh(); });
     std::vector<std::uint8_t> modifiers{keyControl};
@@ -88,10 +88,10 @@ Task<bool> PastedText::strikePaste()
     // place.
     KeyStroke const* const v = keyboard.strokeFor(U'v');
     std::uint8_t const key = v && v->modifiers.empty() ? v->keycode : keyV;
-    reprieve = latestReading;
+    putBackDelay = maxReading;
     bool const isStruck = co_await strike(key, std::move(modifiers));
     if (switches.wasStopped())
-        reprieve = Duration::zero();
+        putBackDelay = Duration::zero();
     co_return isStruck;
 }
 
@@ -99,13 +99,13 @@ Task<bool> PastedText::hasArrived(std::string part)
 {
     if (!place.isReadable)
         co_return co_await hasBeenRead();
-    Instant const deadline = clock.now() + longestArrival;
+    Instant const deadline = clock.now() + maxArrival;
     while (!co_await insertion.isBeforeCaret(part)) {
         if (clock.now() >= deadline)
             co_return false;
         co_await clock.sleepThroughCancel(betweenLooks);
     }
-    reprieve = Duration::zero();
+    putBackDelay = Duration::zero();
     co_return true;
 }
 
@@ -115,8 +115,8 @@ Task<bool> PastedText::hasBeenRead()
         co_await clock.sleepThroughCancel(blindArrival);
         co_return true;
     }
-    bool const isRead = co_await clipboard->waitForReading(*readingsBeforeKeys, latestReading);
-    reprieve = Duration::zero();
+    bool const isRead = co_await clipboard->waitForReading(*readingsBeforeKeys, maxReading);
+    putBackDelay = Duration::zero();
     if (isRead)
         co_await clock.sleepThroughCancel(afterReading);
     // A program may also have read the text before it had the keys.
@@ -135,7 +135,7 @@ Task<> PastedText::end()
     if (!std::exchange(isLent, false))
         co_return;
     // A program that is busy asks for the text later, and must not get what was there before.
-    co_await clock.sleepThroughCancel(std::exchange(reprieve, {}));
+    co_await clock.sleepThroughCancel(std::exchange(putBackDelay, {}));
     // What somebody copied meanwhile is newer than what was there before.
     if (clipboard->changeCount() == known)
         co_await clipboard->putBack(std::move(forms));

@@ -56,7 +56,7 @@ private:
     /// See LendableClipboard::readings(): before the clipboard had the part, and before the keys.
     std::optional<std::uint64_t> readingsBeforeLoan;
     std::optional<std::uint64_t> readingsBeforeKeys;
-    Duration reprieve{}; ///< until the clipboard may be put back
+    Duration putBackDelay{}; ///< until the clipboard may be put back
 };
 
 } // namespace zelvo

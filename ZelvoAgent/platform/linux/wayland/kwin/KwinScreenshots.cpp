@@ -79,6 +79,7 @@ BusCall callFor(OpenShot& open)
             .mayStart = false};
 }
 
+// The caller owns both and waits for the end.
 Task<> ask(BusConnection& session, // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
            OpenShot& open)         // NOLINT(cppcoreguidelines-avoid-reference-coroutine-parameters)
 {

@@ -14,7 +14,7 @@
 
 namespace zelvo {
 
-extern EmbeddedFile const kwin_windows_script; // NOLINT(readability-identifier-naming)
+extern EmbeddedFile const embedded_kwin_windows;
 
 namespace {
 
@@ -32,7 +32,7 @@ std::string scriptText(std::string const& service, std::string const& token)
 {
     json::object const desk{
         {"service", service}, {"path", objectPath}, {"interface", interfaceName}, {"token", token}};
-    return "var desk = " + writeJson(desk) + ";\n" + std::string(kwin_windows_script.text());
+    return "var desk = " + writeJson(desk) + ";\n" + std::string(embedded_kwin_windows.text());
 }
 
 bool writeFile(std::string const& path, std::string const& text)

@@ -22,8 +22,8 @@ BufferMemory::BufferMemory(spa_data const& data) : offset(data.mapoffset)
 {
     int const descriptor = static_cast<int>(data.fd);
     if (data.type == SPA_DATA_MemFd) {
-        size = std::min(data.maxsize + offset,
-                        sizeOf(descriptor)); // Reading beyond its end would end the program.
+        // Reading beyond the file's end would end the program.
+        size = std::min(data.maxsize + offset, sizeOf(descriptor));
     } else if (data.type == SPA_DATA_DmaBuf) {
         ofCard = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0); // The library closes its own with the buffer.
         size = sizeOf(ofCard);                            // Senders do not always say it.

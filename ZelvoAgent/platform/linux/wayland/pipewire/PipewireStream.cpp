@@ -17,7 +17,6 @@ namespace zelvo {
 
 namespace {
 
-constexpr std::uint32_t maxSide = 32768;
 constexpr std::uint32_t bytesPerPixel = 4;
 
 bool isUsable(spa_video_info_raw const& format)

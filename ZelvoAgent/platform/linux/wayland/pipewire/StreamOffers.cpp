@@ -14,7 +14,6 @@ namespace zelvo {
 namespace {
 
 constexpr std::uint32_t maxFramesPerSecond = 30;
-constexpr std::uint32_t maxSide = 32768;
 constexpr std::int64_t linear = 0; // Row after row, as shared memory is; the kernel's DRM_FORMAT_MOD_LINEAR.
 
 } // namespace

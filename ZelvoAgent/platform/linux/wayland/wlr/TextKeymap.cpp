@@ -51,7 +51,6 @@ xkb_keysym_t symbolOf(char32_t character)
     return xkb_utf32_to_keysym(character);
 }
 
-/// The code points of well-formed UTF-8.
 /// Which bits of a sequence's first byte are its character's.
 unsigned bitsOfFirst(unsigned value)
 {
@@ -60,6 +59,7 @@ unsigned bitsOfFirst(unsigned value)
     return value < 0xf0 ? 0x0f : 0x07;
 }
 
+/// The code points of well-formed UTF-8.
 std::vector<char32_t> codePointsOf(std::string_view text)
 {
     std::vector<char32_t> all;
