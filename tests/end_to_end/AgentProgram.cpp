@@ -71,14 +71,7 @@ void AgentProgram::start(std::vector<std::string> arguments, Environment extra)
 
 void AgentProgram::waitUntilItRuns()
 {
-    std::vector<std::string> const question = {"dbus-send",
-                                               "--session",
-                                               "--print-reply=literal",
-                                               "--dest=org.freedesktop.DBus",
-                                               "/org/freedesktop/DBus",
-                                               "org.freedesktop.DBus.NameHasOwner",
-                                               "string:dev.zelvo.agent"};
-    require("the agent", [&] { return desktop.run(question).find("true") != std::string::npos; });
+    require("the agent", [&] { return desktop.hasOwner("dev.zelvo.agent"); });
 }
 
 void AgentProgram::update()

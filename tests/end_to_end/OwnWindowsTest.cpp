@@ -155,13 +155,7 @@ TEST_F(OwnWindows, aToolTipIsInNoPicture)
 TEST_F(OwnWindows, theTraysPanelIsProtected)
 {
     pid_t const watcher = desktop.start({"/usr/bin/python3", ZELVO_TRAY_WATCHER});
-    require("the watcher", [&] {
-        return desktop
-                   .run({"dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
-                         "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
-                         "string:org.kde.StatusNotifierWatcher"})
-                   .find("true") != std::string::npos;
-    });
+    require("the watcher", [&] { return desktop.hasOwner("org.kde.StatusNotifierWatcher"); });
     ::kill(watcher, SIGUSR1);
     connection = startUnattended();
     std::string const empty = picture();

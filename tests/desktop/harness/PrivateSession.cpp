@@ -91,8 +91,31 @@ void PrivateSession::startBus()
 
 void PrivateSession::enableAccessibility()
 {
-    run({"gdbus", "call", "--session", "--dest", "org.a11y.Bus", "--object-path", "/org/a11y/bus", "--method",
-         "org.freedesktop.DBus.Properties.Set", "org.a11y.Status", "IsEnabled", "<true>"});
+    call("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
+         {"org.a11y.Status", "IsEnabled", "<true>"});
+}
+
+bool PrivateSession::isAccessibilityEnabled()
+{
+    return call("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties.Get",
+                {"org.a11y.Status", "IsEnabled"}) == "(<true>,)\n";
+}
+
+std::string PrivateSession::call(std::string const& service,
+                                 std::string const& path,
+                                 std::string const& method,
+                                 std::vector<std::string> const& arguments)
+{
+    std::vector<std::string> command = {"gdbus",         "call", "--session", "--dest", service,
+                                        "--object-path", path,   "--method",  method};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return run(command);
+}
+
+bool PrivateSession::hasOwner(std::string const& name)
+{
+    return call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
+                {"'" + name + "'"}) == "(true,)\n";
 }
 
 void PrivateSession::adoptEnvironment() const

@@ -52,8 +52,18 @@ public:
     pid_t start(std::vector<std::string> command, Environment extra = {}, std::vector<int> inherited = {});
     /// Runs a program to its end and returns its output. Throws if it fails or takes longer than `seconds`.
     std::string run(std::vector<std::string> command, int seconds = 10);
+    /// Calls a method of a service on the session bus. Returns the answer as gdbus prints it; throws if it
+    /// fails. arguments  in GVariant's text format
+    std::string call(std::string const& service,
+                     std::string const& path,
+                     std::string const& method,
+                     std::vector<std::string> const& arguments = {});
+    /// Whether a name on the session bus has an owner.
+    bool hasOwner(std::string const& name);
     /// Sets IsEnabled of org.a11y.Status, which starts the AT-SPI bus.
     void enableAccessibility();
+    /// IsEnabled of org.a11y.Status.
+    bool isAccessibilityEnabled();
     ChildProcesses& processes() { return *children; }
 
 protected:

@@ -173,8 +173,7 @@ protected:
         std::filesystem::create_directories(folder);
         std::ofstream(folder / (std::string(id) + ".service"))
             << "[D-BUS Service]\nName=" << id << "\nExec=" << command << "\n";
-        desktop.run({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                     "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.ReloadConfig"});
+        desktop.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.ReloadConfig");
     }
 };
 

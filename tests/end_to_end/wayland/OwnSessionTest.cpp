@@ -40,51 +40,38 @@ protected:
         desktop().start(
             {"sh", "-c", "printf '\\n' | gnome-keyring-daemon --unlock --components=secrets --foreground"});
         // A question would start a locked one.
-        require("the key ring", [&] { return hasName("org.freedesktop.secrets"); });
-        require("the open key ring", [&] {
-            return askBus("org.freedesktop.secrets", "/org/freedesktop/secrets/aliases/default",
-                          "org.freedesktop.DBus.Properties.Get",
-                          {"org.freedesktop.Secret.Collection", "Locked"}) == "(<false>,)\n";
-        });
+        require("the key ring", [&] { return desktop().hasOwner("org.freedesktop.secrets"); });
+        require("the open key ring", [&] { return isKeyRingOpen(); });
         desktop().run(
             {"sh", "-c",
              std::string("printf '") + ownSecret +
                  "' | secret-tool store --label=Zelvo service dev.zelvo.agent account machine_token"});
     }
+    bool isKeyRingOpen()
+    {
+        try {
+            return desktop().call("org.freedesktop.secrets", "/org/freedesktop/secrets/aliases/default",
+                                  "org.freedesktop.DBus.Properties.Get",
+                                  {"org.freedesktop.Secret.Collection", "Locked"}) == "(<false>,)\n";
+        } catch (std::runtime_error const&) {
+            return false; // It has no collection yet.
+        }
+    }
     // KDE's portals may be about to start one, so first it is made sure that there is one.
     void endLockedKeyRing()
     {
         std::string const bus = "org.freedesktop.DBus";
-        askBus(bus, "/", bus + ".StartServiceByName", {"org.freedesktop.secrets", "0"});
+        desktop().call(bus, "/", bus + ".StartServiceByName", {"org.freedesktop.secrets", "0"});
         std::string const owner =
-            askBus(bus, "/", bus + ".GetConnectionUnixProcessID", {"org.freedesktop.secrets"});
+            desktop().call(bus, "/", bus + ".GetConnectionUnixProcessID", {"org.freedesktop.secrets"});
         ASSERT_TRUE(owner.starts_with("(uint32 ")) << owner;
         ASSERT_EQ(::kill(std::stoi(owner.substr(owner.find(' '))), SIGTERM), 0);
-        require("the end of the locked key ring", [&] { return !hasName("org.freedesktop.secrets"); });
+        require("the end of the locked key ring",
+                [&] { return !desktop().hasOwner("org.freedesktop.secrets"); });
     }
     std::string secretsInRing()
     {
         return desktop().run({"secret-tool", "search", "--all", "--unlock", "service", "dev.zelvo.agent"});
-    }
-    bool hasName(std::string const& name)
-    {
-        return askBus("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner", {name}) ==
-               "(true,)\n";
-    }
-    // Empty if the call fails.
-    std::string askBus(std::string const& name,
-                       std::string const& path,
-                       std::string const& method,
-                       std::vector<std::string> const& texts)
-    {
-        std::vector<std::string> command = {"gdbus",         "call", "--session", "--dest", name,
-                                            "--object-path", path,   "--method",  method};
-        command.insert(command.end(), texts.begin(), texts.end());
-        try {
-            return desktop().run(command);
-        } catch (std::runtime_error const&) {
-            return "";
-        }
     }
     // The scripts in KWin, at the paths of Plasma 5 and 6.
     long scriptsInKwin()
@@ -177,7 +164,7 @@ TEST_P(OwnSession, leavesTheInstalledZelvoAndTheHomeAsTheyAre)
         pressAll({"Ask the desktop", "Register", "--then", "Later", "Start"});
     expectAPicture();
 
-    EXPECT_FALSE(hasName("dev.zelvo.agent"));
+    EXPECT_FALSE(desktop().hasOwner("dev.zelvo.agent"));
     EXPECT_NE(contentOf(trial->keptFolder() /
                         "session/data/dev.zelvo.agent/keychain/dev.zelvo.agent.machine_token"),
               "");
@@ -194,7 +181,7 @@ TEST_P(OwnSession, leavesTheInstalledZelvoAndTheHomeAsTheyAre)
 TEST_P(OwnSession, disturbsNoRunningZelvo)
 {
     startUnattended();
-    ASSERT_TRUE(hasName("dev.zelvo.agent"));
+    ASSERT_TRUE(desktop().hasOwner("dev.zelvo.agent"));
 
     startTrial();
     EXPECT_EQ(failureOf("permissions.get"), "ok");
@@ -205,7 +192,7 @@ TEST_P(OwnSession, disturbsNoRunningZelvo)
 
     EXPECT_TRUE(mayAct());
     EXPECT_TRUE(agent->isRunning());
-    EXPECT_TRUE(hasName("dev.zelvo.agent"));
+    EXPECT_TRUE(desktop().hasOwner("dev.zelvo.agent"));
 }
 
 INSTANTIATE_TEST_SUITE_P(, OwnSession, testing::Values(Compositor::sway, Compositor::kwin), nameOfCompositor);

@@ -21,14 +21,6 @@ constexpr char const* kdeBackend = "/usr/lib/x86_64-linux-gnu/libexec/xdg-deskto
 /// Without a store for settings the accessibility service forgets at once that it was switched on.
 Environment const settingsStore = {{"GSETTINGS_BACKEND", "memory"}};
 
-void requireName(PrivateSession& session, std::string const& name)
-{
-    require(name, [&] {
-        return session.run({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                            "/", "--method", "org.freedesktop.DBus.NameHasOwner", name}) == "(true,)\n";
-    });
-}
-
 } // namespace
 
 std::string WaylandMachine::missing(Compositor kind)
@@ -82,9 +74,11 @@ void WaylandMachine::startKwin()
     require("pipewire", [&] { return fs::exists(desktop->runtimeFolder() / "pipewire-0"); });
     desktop->start({"wireplumber"});
     desktop->start({kdeBackend}, extra);
-    requireName(*desktop, "org.freedesktop.impl.portal.desktop.kde");
+    require("org.freedesktop.impl.portal.desktop.kde",
+            [&] { return desktop->hasOwner("org.freedesktop.impl.portal.desktop.kde"); });
     frontEnd = desktop->start({frontEndProgram}, extra);
-    requireName(*desktop, "org.freedesktop.portal.Desktop");
+    require("org.freedesktop.portal.Desktop",
+            [&] { return desktop->hasOwner("org.freedesktop.portal.Desktop"); });
 }
 
 void WaylandMachine::startGnome()

@@ -5,14 +5,12 @@
 #include "platform/linux/atspi/ChromiumWaking.h"
 
 #include <algorithm>
-#include <deque>
 
 namespace zelvo {
 
 namespace {
 
 constexpr std::size_t maxSearchedForMenuBar = 300;
-constexpr std::size_t maxLevels = 100; // Pages nest deeply.
 constexpr Duration maxWaking = 1s;     // Once per process; includes reading what was found.
 constexpr Duration describing = 200ms; // The part of it reserved for that reading.
 constexpr Duration wakingPause = 20ms;
@@ -31,12 +29,6 @@ AtspiScreen usable(AtspiScreen screen)
 {
     bool const isKnown = !screen.isKnown || screen.isKnown();
     return isKnown ? std::move(screen) : AtspiScreen{.from = ReportedFrom::corner};
-}
-
-/// What an application shows beside its active window.
-bool popsUp(AtspiRole role)
-{
-    return role == AtspiRole::window || role == AtspiRole::popupMenu || role == AtspiRole::menu;
 }
 
 AtspiToolkit toolkitOf(std::string const& name, AtspiScreen const& screen)
@@ -71,6 +63,8 @@ AtspiReader::AtspiReader(Clock& clock,
     known = std::make_unique<AtspiElements>(*inquiry, nodes);
     if (found.isWoken)
         known->noteWoken();
+    texts = std::make_unique<AtspiTexts>(*inquiry, nodes, *known);
+    names = std::make_unique<AtspiNames>(*inquiry, nodes, *known, found);
     places = std::make_unique<AtspiPlaces>(*inquiry, nodes, *known);
     edits = std::make_unique<AtspiEditing>(*inquiry, nodes);
     ahead = std::make_unique<AtspiReadAhead>(exchange, *inquiry, nodes, *known, *places);
@@ -145,77 +139,18 @@ std::optional<std::string> AtspiReader::text(AccessibilityElement element, Acces
         return ax.subrole.empty() ? std::nullopt : std::optional<std::string>(ax.subrole);
     }
     case AccessibilityAttribute::title:
-        if (!known->mayHaveTitle(index))
-            return std::nullopt;
-        return titleOf(index);
+        return texts->titleOf(index);
     case AccessibilityAttribute::description:
-        if (!known->mayHaveTitle(index))
-            return std::nullopt;
-        return kept(index, known->descriptionQuestion(index), &AtspiNode::description);
+        return texts->descriptionOf(index);
     case AccessibilityAttribute::help:
-        return helpOf(index);
+        return texts->helpOf(index);
     case AccessibilityAttribute::identifier:
-        return identifierOf(index);
+        return texts->identifierOf(index);
     case AccessibilityAttribute::value:
-        return valueOf(index);
+        return texts->valueOf(index);
     default:
         return std::nullopt;
     }
-}
-
-std::optional<std::string> AtspiReader::titleOf(Index index)
-{
-    auto name = kept(index, known->titleQuestion(index), &AtspiNode::name);
-    if (name || !known->mayBeLabelled(index))
-        return name;
-    inquiry->ensure(index, AtspiQuestion::labels);
-    for (atspi::Reference const& reference : nodes[index].labels) {
-        auto const label = inquiry->find(index, reference);
-        if (!label)
-            continue;
-        known->identify(*label);
-        if (!known->exists(*label) || !known->mayHaveTitle(*label))
-            continue;
-        if (auto words = kept(*label, known->titleQuestion(*label), &AtspiNode::name))
-            return words;
-    }
-    return std::nullopt;
-}
-
-std::optional<std::string>
-AtspiReader::kept(Index index, AtspiQuestion question, std::optional<std::string> AtspiNode::* answer)
-{
-    inquiry->ensure(index, question);
-    auto const& text = nodes[index].*answer;
-    // AT-SPI reports an absent text as an empty one.
-    return text && !text->empty() ? text : std::nullopt;
-}
-
-std::optional<std::string> AtspiReader::identifierOf(Index index)
-{
-    auto const question = known->identifierQuestion(index);
-    return question ? kept(index, *question, &AtspiNode::identifier) : std::nullopt;
-}
-
-std::optional<std::string> AtspiReader::helpOf(Index index)
-{
-    // Only `properties` contains it. Qt may fail on an unknown property.
-    if (!known->mayHaveTitle(index) || known->titleQuestion(index) != AtspiQuestion::properties)
-        return std::nullopt;
-    return kept(index, AtspiQuestion::properties, &AtspiNode::help);
-}
-
-std::optional<std::string> AtspiReader::valueOf(Index index)
-{
-    auto may = known->mayHaveValue(index);
-    if (!may) {
-        inquiry->ensure(index, AtspiQuestion::interfaces);
-        may = known->mayHaveValue(index);
-    }
-    if (may != true)
-        return std::nullopt;
-    inquiry->ensure(index, AtspiQuestion::text);
-    return nodes[index].text;
 }
 
 std::optional<bool> AtspiReader::flag(AccessibilityElement element, AccessibilityAttribute attribute)
@@ -433,40 +368,13 @@ std::optional<std::int32_t> AtspiReader::processOf(AccessibilityElement element)
 
 std::string AtspiReader::nameOf(AccessibilityElement element)
 {
-    if (!isReadable(element) || nodes[element.index].peer != found.peer)
-        return {};
-    return found.name + *nodes[element.index].path;
+    return isReadable(element) ? names->nameOf(element.index) : std::string();
 }
 
 std::optional<AccessibilityElement> AtspiReader::find(std::string const& name)
 {
-    if (!inquiry || !name.starts_with(found.name + "/"))
-        return std::nullopt;
-    auto const index = nodes.find(found.peer, name.substr(found.name.size()));
-    return index && reach(*index) ? std::optional(AccessibilityElement{*index}) : std::nullopt;
-}
-
-bool AtspiReader::reach(Index index)
-{
-    std::vector<Index> chain = {index};
-    while (chain.back() != 0) {
-        auto const parent = inquiry->parentOf(chain.back());
-        if (!parent || chain.size() > maxLevels || std::ranges::find(chain, *parent) != chain.end())
-            return false;
-        chain.push_back(*parent);
-    }
-    for (std::size_t i = chain.size() - 1; i > 0; --i)
-        if (!nodes.hang(chain[i - 1], chain[i]))
-            return false;
-    known->identify(index);
-    return chain.size() > 1 && known->isShowing(index) && isInReach(chain[chain.size() - 2]);
-}
-
-bool AtspiReader::isInReach(Index window)
-{
-    known->identify(window);
-    return known->exists(window) &&
-           (nodes[window].has(AtspiState::active) || popsUp(nodes[window].role.value_or(AtspiRole::invalid)));
+    auto const index = names ? names->find(name) : std::nullopt;
+    return index ? std::optional(AccessibilityElement{*index}) : std::nullopt;
 }
 
 ElementDeed AtspiReader::press(AccessibilityElement element)

@@ -4,8 +4,10 @@
 #include "platform/Accessibility.h"
 #include "platform/linux/atspi/AtspiApplication.h"
 #include "platform/linux/atspi/AtspiEditing.h"
+#include "platform/linux/atspi/AtspiNames.h"
 #include "platform/linux/atspi/AtspiPlaces.h"
 #include "platform/linux/atspi/AtspiReadAhead.h"
+#include "platform/linux/atspi/AtspiTexts.h"
 
 #include <functional>
 #include <memory>
@@ -56,19 +58,9 @@ private:
     using Index = AtspiNode::Index;
 
     bool isReadable(AccessibilityElement element) const;
-    /// Hangs an element that was named into the tree. False if it is in no window of the application that a
-    /// click could reach.
-    bool reach(Index index);
-    bool isInReach(Index window);
     /// Reads its identity. False if it does not exist.
     bool meet(Index index);
     void follow(Index index);
-    std::optional<std::string> valueOf(Index index);
-    /// Its name, else the name of its label.
-    std::optional<std::string> titleOf(Index index);
-    std::optional<std::string> identifierOf(Index index);
-    std::optional<std::string>
-    kept(Index index, AtspiQuestion question, std::optional<std::string> AtspiNode::* answer);
     std::optional<DesktopRect> frameOf(AccessibilityElement element);
     void beginPlaces();
     std::optional<std::vector<Index>> childrenOf(Index index);
@@ -90,7 +82,6 @@ private:
     /// Whether `look` found nothing of a page's content.
     bool isStillEmpty(std::optional<Index> seen);
     bool waitForMore();
-    std::optional<std::string> helpOf(Index index);
     void noteWoken();
     void remember(std::function<void(AtspiKnowledge::Application&)> const& change);
 
@@ -103,9 +94,11 @@ private:
     AtspiLink* bus = nullptr;
     std::unique_ptr<AtspiInquiry> inquiry;
     std::unique_ptr<AtspiElements> known;
+    std::unique_ptr<AtspiTexts> texts;
+    std::unique_ptr<AtspiNames> names;
     std::unique_ptr<AtspiPlaces> places;
     std::unique_ptr<AtspiEditing> edits;
-    std::unique_ptr<AtspiReadAhead> ahead; // All five are null without an application.
+    std::unique_ptr<AtspiReadAhead> ahead; // All seven are null without an application.
     AtspiApplication found;
     bool hasLooked = false;
     std::vector<Index> lastWindows;

@@ -96,8 +96,7 @@ protected:
             .monitors = {{.width = 1280, .height = 800}}, .accessibility = true, .pipewire = false});
         gnome->adoptEnvironment();
         // The shell has switched it off again.
-        gnome->call("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
-                    {"org.a11y.Status", "IsEnabled", "<true>"});
+        gnome->enableAccessibility();
         // Without a keyboard no window is active.
         pid_t const keyboard = gnome->start({"/usr/bin/python3", ZELVO_KEY_PRESSER, "stay", "42"});
         require("a keyboard", [&] { return said(keyboard).find("ready") != std::string::npos; });

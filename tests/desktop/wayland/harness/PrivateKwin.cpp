@@ -92,11 +92,7 @@ void PrivateKwin::startCompositor()
     settings.erase("WAYLAND_DISPLAY");
     compositor = start(command);
     require("kwin_wayland", [&] { return std::filesystem::exists(socket); });
-    require("the compositor's name", [&] {
-        return run({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                    "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.NameHasOwner", "org.kde.KWin"})
-                   .find("true") != std::string::npos;
-    });
+    require("the compositor's name", [&] { return hasOwner(busName); });
     settings["WAYLAND_DISPLAY"] = "wayland-0";
     if (options.xwayland)
         require("Xwayland", [&] { return !xwaylandOf(runtimeFolder()).empty(); });
@@ -129,14 +125,6 @@ Environment PrivateKwin::onXwayland()
     if (!found.contains("DISPLAY"))
         throw std::runtime_error("no Xwayland");
     return found;
-}
-
-std::string PrivateKwin::call(std::string path, std::string method, std::vector<std::string> arguments)
-{
-    std::vector<std::string> command = {"gdbus",         "call", "--session", "--dest", "org.kde.KWin",
-                                        "--object-path", path,   "--method",  method};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return run(command);
 }
 
 } // namespace zelvo::test

@@ -32,6 +32,9 @@ public:
     PrivateKwin(PrivateKwin const&) = delete;
     PrivateKwin& operator=(PrivateKwin const&) = delete;
 
+    /// The compositor's name on the bus.
+    static constexpr char const* busName = "org.kde.KWin";
+
     /// Ends the compositor and starts it again on the same bus.
     void restart();
     /// Starts window.py, a program with plain windows.
@@ -39,8 +42,6 @@ public:
     pid_t startWindow(std::vector<std::string> arguments, Environment extra = {});
     /// What makes GTK programs use Xwayland. Throws if there is none.
     Environment onXwayland();
-    /// Calls a method of the compositor by gdbus and returns what it prints.
-    std::string call(std::string path, std::string method, std::vector<std::string> arguments = {});
 
 private:
     void startCompositor();

@@ -74,23 +74,6 @@ void WaylandSession::publishEnvironment()
     run(command);
 }
 
-std::string WaylandSession::call(std::string const& service,
-                                 std::string const& path,
-                                 std::string const& method,
-                                 std::vector<std::string> const& arguments)
-{
-    std::vector<std::string> command = {"gdbus",         "call", "--session", "--dest", service,
-                                        "--object-path", path,   "--method",  method};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return run(command);
-}
-
-bool WaylandSession::hasOwner(std::string const& name)
-{
-    return call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
-                {"'" + name + "'"}) == "(true,)\n";
-}
-
 void WaylandSession::startPortal(std::string const& backend, Environment const& extra)
 {
     bool const isPath = backend.starts_with('/');

@@ -18,14 +18,6 @@ public:
     ///          absolute path, whose portal file is in XDG_DESKTOP_PORTAL_DIR
     /// extra    added to the environment of both
     void startPortal(std::string const& backend, Environment const& extra = {});
-    /// Calls a method of a service on the session bus. Returns the answer as gdbus prints it; throws if it
-    /// fails. arguments  in GVariant's text format
-    std::string call(std::string const& service,
-                     std::string const& path,
-                     std::string const& method,
-                     std::vector<std::string> const& arguments = {});
-    /// Whether a name on the session bus has an owner.
-    bool hasOwner(std::string const& name);
     /// 0 if it was not started.
     pid_t pipewire() const { return pipewireProcess; }
 

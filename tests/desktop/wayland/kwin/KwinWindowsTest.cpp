@@ -17,12 +17,14 @@ class KwinWindowsTest : public KwinFixture {
 protected:
     bool isLoaded()
     {
-        return kwin->call("/Scripting", "org.kde.kwin.Scripting.isScriptLoaded", {KwinScript::nameInKwin()})
+        return kwin->call(PrivateKwin::busName, "/Scripting", "org.kde.kwin.Scripting.isScriptLoaded",
+                          {KwinScript::nameInKwin()})
                    .find("true") != std::string::npos;
     }
     void removeScript()
     {
-        kwin->call("/Scripting", "org.kde.kwin.Scripting.unloadScript", {KwinScript::nameInKwin()});
+        kwin->call(PrivateKwin::busName, "/Scripting", "org.kde.kwin.Scripting.unloadScript",
+                   {KwinScript::nameInKwin()});
     }
     static std::size_t placeOf(WindowsNow const& now, std::string const& title)
     {
@@ -139,8 +141,9 @@ TEST_F(KwinWindowsTest, otherDesktopsAreOffTheScreen)
     start();
     kwin->startWindow({"One", "red"});
     CompositorWindow const one = waitForWindow("One");
-    kwin->call("/VirtualDesktopManager", "org.kde.KWin.VirtualDesktopManager.createDesktop", {"1", "Two"});
-    kwin->call("/KWin", "org.kde.KWin.setCurrentDesktop", {"2"});
+    kwin->call(PrivateKwin::busName, "/VirtualDesktopManager",
+               "org.kde.KWin.VirtualDesktopManager.createDesktop", {"1", "Two"});
+    kwin->call(PrivateKwin::busName, "/KWin", "org.kde.KWin.setCurrentDesktop", {"2"});
 
     EXPECT_TRUE(waitFor([&] { return !find("One")->isOnScreen; }));
     EXPECT_TRUE(windows->activate(one.id));
@@ -215,8 +218,7 @@ TEST_F(KwinWindowsTest, hearsNobodyButTheScript)
 {
     start();
     std::string const bus =
-        kwin->run({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                   "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.ListNames"});
+        kwin->call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.ListNames");
     int answered = 0;
     int refused = 0;
     for (int number = 0; number < 40; ++number) {

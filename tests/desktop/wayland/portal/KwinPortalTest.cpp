@@ -37,18 +37,14 @@ protected:
 
     static void startPortals(PrivateKwin& kwin)
     {
-        auto const hasOwner = [&](std::string const& name) {
-            return kwin.run({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                             "/", "--method", "org.freedesktop.DBus.NameHasOwner", name}) == "(true,)\n";
-        };
         Environment const extra = {{"XDG_CURRENT_DESKTOP", "KDE"}, {"QT_QPA_PLATFORM", "wayland"}};
         kwin.start({"pipewire"});
         require("pipewire", [&] { return std::filesystem::exists(kwin.runtimeFolder() / "pipewire-0"); });
         kwin.start({"wireplumber"});
         kwin.start({backend}, extra);
-        require("the backend", [&] { return hasOwner("org.freedesktop.impl.portal.desktop.kde"); });
+        require("the backend", [&] { return kwin.hasOwner("org.freedesktop.impl.portal.desktop.kde"); });
         kwin.start({"/usr/libexec/xdg-desktop-portal"}, extra);
-        require("the portal", [&] { return hasOwner(PortalRequests::name); });
+        require("the portal", [&] { return kwin.hasOwner(PortalRequests::name); });
     }
 
     static MonitorLayout layout(int outputs)
@@ -154,8 +150,7 @@ TEST_F(KwinPortalTest, typesInTheLayoutThatThePersonSwitchedTo)
     EXPECT_TRUE(keyboard.isCertain());
     EXPECT_EQ(keyboard.strokeFor(U'м'), nullptr);
 
-    kwin.run({"gdbus", "call", "--session", "--dest", "org.kde.keyboard", "--object-path", "/Layouts",
-              "--method", "org.kde.KeyboardLayouts.setLayout", "1"});
+    kwin.call("org.kde.keyboard", "/Layouts", "org.kde.KeyboardLayouts.setLayout", {"1"});
 
     ASSERT_TRUE(keyboard.refresh());
     EXPECT_TRUE(keyboard.isCertain());

@@ -31,11 +31,7 @@ void ScriptedPortal::startPortal()
     std::vector<std::string> command = {"/usr/bin/python3", ZELVO_PORTAL_TESTS "/scripted_portal.py"};
     command.insert(command.end(), settingsOfPortal.begin(), settingsOfPortal.end());
     portal = start(command);
-    auto const isThere = [this] {
-        return run({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/",
-                    "--method", "org.freedesktop.DBus.NameHasOwner", controlName}) == "(true,)\n";
-    };
-    require("the scripted portal", isThere);
+    require("the scripted portal", [this] { return hasOwner(controlName); });
 }
 
 void ScriptedPortal::endPortal()
@@ -45,11 +41,7 @@ void ScriptedPortal::endPortal()
 
 std::string ScriptedPortal::control(std::string const& method, std::vector<std::string> const& arguments)
 {
-    std::vector<std::string> command = {"gdbus",           "call",      "--session",
-                                        "--dest",          controlName, "--object-path",
-                                        "/dev/zelvo/test", "--method",  controlName + ("." + method)};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return run(command);
+    return call(controlName, "/dev/zelvo/test", controlName + ("." + method), arguments);
 }
 
 void ScriptedPortal::set(std::string const& name, std::string const& value)

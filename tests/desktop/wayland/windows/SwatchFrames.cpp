@@ -59,9 +59,7 @@ SwatchFrames::SwatchFrames(Desktop desktop, SwatchShowing shown)
                              .from = ReportedFrom::window};
     accessibility =
         std::make_unique<AtspiAccessibility>(on.contexts, on.clock, on.bus, std::nullopt, screen, [] {});
-    on.session.run({"gdbus", "call", "--session", "--dest", "org.a11y.Bus", "--object-path", "/org/a11y/bus",
-                    "--method", "org.freedesktop.DBus.Properties.Set", "org.a11y.Status", "IsEnabled",
-                    "<true>"});
+    on.session.enableAccessibility();
     auto command = swatchesCommand(on.session.home(), showing.toolkit);
     if (showing.decorated)
         command.emplace_back("--decorated");
