@@ -38,6 +38,14 @@ void readAsProxy(std::string_view text)
     }
 }
 
+/// Neither dots at the end nor brackets change a host.
+bool isWritten(std::string_view text, std::string_view host)
+{
+    while (text.ends_with('.'))
+        text.remove_suffix(1);
+    return text == host || text == "[" + std::string(host) + "]";
+}
+
 /// What is an address of this machine in any form is never allowed.
 void readAsHost(std::string const& text)
 {
@@ -46,10 +54,10 @@ void readAsHost(std::string const& text)
     auto const address = boost::asio::ip::make_address(text, error);
     if (!error && (address.is_loopback() || address.is_multicast() || address.is_unspecified()))
         check(!guard.allowsHost(text));
-    // Read as the gateway's address it allows this machine only if it is a loopback address.
+    // Read as the gateway's address it allows this machine only if it is this machine's.
     ConnectionGuard const other(text);
     if (error)
-        check(!other.allowsHost("127.0.0.1"));
+        check(!other.allowsHost("127.0.0.1") || isWritten(text, "127.0.0.1"));
 }
 
 } // namespace
