@@ -3,6 +3,7 @@
 #include <atomic>
 #include <random>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace zelvo::test {
@@ -147,7 +148,11 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
     Painter(stage.desktop.display()).movePointer(1500, 50); // Over a hidden window it is not shown.
     // Stays hidden throughout, because both pictures are merged.
     secret.open({.x = 1800, .y = 20, .width = 20, .height = 20, .color = planted, .overrideRedirect = true});
-    Picture const before = stage.take({"secret"});
+    Picture before = stage.take({"secret"});
+    require("a background at rest", [&] {
+        Picture const last = std::exchange(before, stage.take({"secret"}));
+        return differences(before, last) == 0u;
+    });
     secret.open({.x = 150, .y = 150, .width = 300, .height = 200, .color = planted, .className = "Secret"});
     secret.open({.x = 500,
                  .y = 150,
@@ -192,11 +197,16 @@ TEST_P(HiddenWindows, ofEveryKindShowWhatLiesBehindThem)
     // A compositing manager shows them late.
     ASSERT_TRUE(waitFor([&] { return tintedIn(stage.onTheScreen()) > 100'000u; }));
 
-    Picture const picture = stage.take({"secret"});
+    Picture picture = stage.take({"secret"});
 
     keep(picture, GetParam() ? "kinds-compositor" : "kinds");
     EXPECT_EQ(tintedIn(picture), 0u);
-    EXPECT_EQ(differences(picture, before), 0u);
+    EXPECT_TRUE(waitFor([&] { // It may still paint the background.
+        bool const isSame = differences(picture, before) == 0u;
+        picture = stage.take({"secret"});
+        EXPECT_EQ(tintedIn(picture), 0u);
+        return isSame;
+    }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Without, HiddenWindows, testing::Values(false));
