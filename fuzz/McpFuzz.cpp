@@ -29,10 +29,7 @@ public:
 
     bool sawAllEnd() const
     {
-        for (auto const& [number, open] : isOpen)
-            if (open)
-                return false;
-        return true;
+        return std::ranges::none_of(isOpen, [](auto const& exchange) { return exchange.second; });
     }
 
 private:

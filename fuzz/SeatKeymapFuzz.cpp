@@ -8,13 +8,6 @@
 #include <string>
 #include <string_view>
 
-/// The parser of libxkbcommon 1.5 leaks where it gives up.
-extern "C" char const*
-__lsan_default_suppressions() // NOLINT(bugprone-reserved-identifier): the sanitizer's name.
-{
-    return "leak:libxkbcommon";
-}
-
 namespace {
 
 constexpr unsigned firstKeycode = 8;
@@ -143,8 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     KeymapWriter writer({data, size});
     unsigned const group = writer.next() % 5;
     bool const hasCapsLock = writer.next() % 2 == 1;
-    SeatKeymap const given{.text = writer.written(), .group = group, .hasCapsLock = hasCapsLock};
-    SeatKeyboard keyboard([&] { return given; });
+    SeatKeymap given{.text = writer.written(), .group = group, .hasCapsLock = hasCapsLock};
+    SeatKeyboard keyboard([&given] { return given; });
     bool const isKnown = keyboard.refresh();
     check(isKnown == keyboard.isKnown() && isKnown != keyboard.isUnreadable());
     if (!isKnown)

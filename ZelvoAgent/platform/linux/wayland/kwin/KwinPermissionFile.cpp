@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace zelvo {
 
@@ -20,7 +22,7 @@ std::map<std::string, std::string> keysOf(std::filesystem::path const& file)
     std::map<std::string, std::string> keys;
     std::ifstream in(file);
     bool isMain = false;
-    std::string line(maxLine, '\0');
+    std::vector<char> line(maxLine);
     for (int count = 0; count < maxLines && in.getline(line.data(), maxLine); ++count) {
         std::string const text(line.data());
         if (text.starts_with("["))
