@@ -38,12 +38,12 @@ Task<Outcome> outcomeOf(std::shared_ptr<MachineHolder> holder, std::string kind,
 Task<std::string> answerOf(std::shared_ptr<MachineHolder> holder,
                            std::string kind,
                            std::string text,
-                           Clock& clock,
+                           Clock* clock,
                            Duration patience)
 {
     using namespace asio::experimental::awaitable_operators;
     auto first = co_await (outcomeOf(std::move(holder), std::move(kind), std::move(text)) ||
-                           clock.sleepThroughCancel(patience));
+                           clock->sleepThroughCancel(patience));
     co_await throwIfCancelled();
     if (first.index() == 1)
         throw Failure{.code = ErrorCode::timeout, .message = "The machine's node did not answer in time"};

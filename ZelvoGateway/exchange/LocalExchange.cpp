@@ -37,7 +37,7 @@ LocalExchange::ask(std::string machineId, std::string kind, std::string text, Du
     auto holder = state->machines.find(machineId);
     if (!holder)
         throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
-    co_return co_await answerOf(std::move(holder), std::move(kind), std::move(text), clock, patience);
+    co_return co_await answerOf(std::move(holder), std::move(kind), std::move(text), &clock, patience);
 }
 
 void LocalExchange::publish(std::string topic, std::string text)

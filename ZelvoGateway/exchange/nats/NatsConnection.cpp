@@ -1,5 +1,7 @@
 #include "ZelvoGateway/exchange/nats/NatsConnection.h"
 
+#include "ZelvoGateway/base/Settings.h"
+
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 
@@ -22,7 +24,7 @@ constexpr int connectTimeout = 2000; // ms
 constexpr int pingInterval = 2000;   // ms; a dead peer is noticed after two of them.
 constexpr int maxPings = 2;
 constexpr int writeDeadline = 5000; // ms
-constexpr std::size_t maxUnsent = 256 * 1024 * 1024;
+constexpr std::size_t maxUnsent = 256_MiB;
 constexpr int maxPendingMessages = 1'000'000;
 constexpr int maxPendingBytes = 256 * 1024 * 1024;
 
@@ -51,7 +53,7 @@ struct NatsConnection::Library : std::enable_shared_from_this<Library> {
     {
     }
 
-    void connect(Options const& options);
+    void connect(Options const& wanted);
     void end();
     /// What the library keeps as a closure: it calls us no more once each was given back.
     void* lend();

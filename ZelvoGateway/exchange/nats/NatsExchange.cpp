@@ -17,7 +17,7 @@ using Kind = ExchangeMessage::Kind;
 
 constexpr std::size_t minSecret = 32;
 constexpr std::size_t maxToken = 64;
-constexpr std::size_t maxNotice = 256 * 1024; // Fits into one message of NATS.
+constexpr std::size_t maxNotice = 256_KiB; // Fits into one message of NATS.
 
 /// What may be a part of a subject.
 bool isToken(std::string_view text)
@@ -38,7 +38,7 @@ NatsExchange::Options checked(NatsExchange::Options options)
 {
     if (!isToken(options.name))
         throw std::runtime_error(
-            "the gateway's name between nodes may have letters, digits, \"-\" and \"_\" only");
+            R"(the gateway's name between nodes may have letters, digits, "-" and "_" only)");
     if (options.secret.size() < minSecret)
         throw std::runtime_error("the secret of the nodes is too short: it needs at least 32 characters");
     return options;
@@ -86,7 +86,7 @@ NatsExchange::NatsExchange(Options wanted, Clock& clock, Executor server)
       own(connection.subscribe(subjects.prefix + ".node." + post.node() + ".>")),
       ofNodes(connection.subscribe(subjects.nodes())), ofNotices(connection.subscribe(subjects.notices()))
 {
-    reporting = spawn(this->server, [self = self, &clock] { return keepReporting(self, clock); });
+    reporting = spawn(this->server, [self = self, &clock] { return keepReporting(self, &clock); });
 }
 
 NatsExchange::~NatsExchange()
@@ -138,7 +138,7 @@ NatsExchange::ask(std::string machineId, std::string kind, std::string text, Dur
 {
     assertToken(machineId);
     if (auto holder = machines.find(machineId))
-        co_return co_await answerOf(std::move(holder), std::move(kind), std::move(text), clock, patience);
+        co_return co_await answerOf(std::move(holder), std::move(kind), std::move(text), &clock, patience);
     if (!isConnected())
         throw Failure{.code = ErrorCode::machineUnavailable,
                       .message = "This node of the gateway has lost the others; try again"};
@@ -225,11 +225,11 @@ void NatsExchange::reportAndLook()
 }
 
 /// A sleep that has just ended cannot be cancelled any more, so it may find that the exchange is gone.
-Task<> NatsExchange::keepReporting(std::shared_ptr<NatsExchange*> self, Clock& clock)
+Task<> NatsExchange::keepReporting(std::shared_ptr<NatsExchange*> self, Clock* clock)
 {
     while (*self) {
         (*self)->reportAndLook();
-        co_await clock.sleep(NodeTable::reportPeriod);
+        co_await clock->sleep(NodeTable::reportPeriod);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/exchange/HeldMachines.h"
 #include "ZelvoGateway/exchange/Observers.h"
 #include "ZelvoGateway/exchange/nats/NatsConnection.h"
@@ -24,12 +25,12 @@ public:
         std::string name;   ///< of the gateway, the same at each node: letters, digits, "-" and "_"
         std::string secret; ///< the same at each node: random, at least 32 characters
         std::string version;
-        std::size_t maxText = 192UL * 1024 * 1024;       ///< bytes of a question or an answer
-        std::size_t maxQuestions = 1024UL * 1024 * 1024; ///< bytes of all questions that this node answers
+        std::size_t maxText = 192_MiB;       ///< bytes of a question or an answer
+        std::size_t maxQuestions = 1024_MiB; ///< bytes of all questions that this node answers
     };
 
     /// Throws std::runtime_error if the options make no sense. Connects in the background.
-    NatsExchange(Options options, Clock& clock, Executor server);
+    NatsExchange(Options wanted, Clock& clock, Executor server);
     ~NatsExchange() override;
     NatsExchange(NatsExchange const&) = delete;
     NatsExchange& operator=(NatsExchange const&) = delete;
@@ -60,7 +61,7 @@ private:
     void release(std::string const& machineId, std::uint64_t term);
     void nodeLost(std::string const& node);
     void reportAndLook();
-    static Task<> keepReporting(std::shared_ptr<NatsExchange*> self, Clock& clock);
+    static Task<> keepReporting(std::shared_ptr<NatsExchange*> self, Clock* clock);
 
     Options options;
     Clock& clock;

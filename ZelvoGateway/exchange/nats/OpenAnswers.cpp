@@ -103,7 +103,7 @@ Task<> OpenAnswers::run(OpenAnswers* self, Key key, std::shared_ptr<Answer> answ
     std::optional<Failure> failure;
     std::string text;
     try {
-        text = co_await answerOf(answer->holder, answer->kind, answer->question.take(), self->clock,
+        text = co_await answerOf(answer->holder, answer->kind, answer->question.take(), &self->clock,
                                  answer->patience);
     } catch (Failure const& thrown) {
         failure = thrown;

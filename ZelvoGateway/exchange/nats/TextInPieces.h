@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ZelvoGateway/base/Settings.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,7 +10,7 @@
 
 namespace zelvo::service {
 
-constexpr std::size_t maxPiece = 256 * 1024;
+constexpr std::size_t maxPiece = 256_KiB;
 constexpr std::size_t pieceWindow = 8 * maxPiece; ///< that may be on its way before the receiver takes more
 
 /// A text on its way to another node, in pieces, as fast as the receiver takes them.
