@@ -1,0 +1,34 @@
+#pragma once
+
+#include "desktop/harness/ChildProcesses.h"
+#include "gateway/support/Gateway.h"
+
+#include <string>
+
+namespace zelvo::service {
+
+/// A NATS server on a free loopback port, ended with the object.
+/// Thread: the test's main thread.
+class PrivateNats {
+public:
+    PrivateNats();
+    ~PrivateNats();
+    PrivateNats(PrivateNats const&) = delete;
+    PrivateNats& operator=(PrivateNats const&) = delete;
+
+    std::string url() const { return "nats://127.0.0.1:" + port; }
+    /// Kills it.
+    void kill();
+    /// Starts it again on the same port.
+    void restart();
+
+private:
+    void start(std::string const& wantedPort);
+
+    TemporaryFolder folder;
+    test::ChildProcesses processes;
+    pid_t server = 0;
+    std::string port;
+};
+
+} // namespace zelvo::service
