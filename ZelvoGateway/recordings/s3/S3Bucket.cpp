@@ -19,7 +19,7 @@ Date nowAt(S3Reply const& reply)
 
 RecordingFilesError unreadable(std::string const& name)
 {
-    RecordingFilesError error(name + ": the store's list can't be understood");
+    RecordingFilesError error(name + ": the store's answer can't be understood");
     error.isTemporary = true;
     return error;
 }
@@ -63,6 +63,8 @@ std::string S3Bucket::owner()
     S3Reply const reply = client.perform({.key = markKey(), .maxAnswer = 64 << 10});
     if (reply.status == 404)
         return {};
+    if (reply.length != reply.body.size())
+        throw unreadable(name());
     std::string text = reply.body.substr(0, reply.body.find('\n'));
     bool const isId =
         text.starts_with("gwy_") && text.size() <= 80 && std::ranges::all_of(text, [](char sign) {

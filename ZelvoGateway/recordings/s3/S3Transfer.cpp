@@ -93,6 +93,7 @@ private:
     S3Reply reply;
     std::size_t maxAnswer = 0;
     std::size_t headBytes = 0;
+    bool isHeadWhole = false;
     bool isTooLarge = false;
     std::atomic<bool> const* stopping = nullptr;
 };
@@ -106,6 +107,7 @@ S3Reply S3Transfers::Handle::send(S3Message const& message,
         return {.problem = "out of memory"};
     reply = {};
     headBytes = 0;
+    isHeadWhole = false;
     isTooLarge = false;
     maxAnswer = message.maxAnswer;
     stopping = &stop;
@@ -117,6 +119,8 @@ S3Reply S3Transfers::Handle::send(S3Message const& message,
     reply.status = static_cast<int>(status);
     if (code != CURLE_OK)
         reply.problem = problemOf(code);
+    else if (!isHeadWhole) // libcurl takes a head without its end for a whole answer.
+        reply.problem = "its answer is cut off";
     curl_off_t length = -1;
     curl_easy_getinfo(easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     reply.length = length < 0 ? 0 : static_cast<std::uint64_t>(length);
@@ -190,6 +194,7 @@ std::size_t S3Transfers::Handle::takeHead(char* data, std::size_t one, std::size
     std::size_t const size = one * count;
     std::string_view const line(data, size);
     handle.headBytes += size;
+    handle.isHeadWhole = line == "\r\n" || line == "\n";
     if (auto tag = valueOf(line, "etag"))
         handle.reply.tag = *std::move(tag);
     else if (auto range = valueOf(line, "content-range"))
