@@ -6,8 +6,10 @@
 
 #include <iostream>
 #include <optional>
+#include <set>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace zelvo::service {
 
@@ -24,6 +26,21 @@ Task<Result> fileWork(Executor workers, Work work, std::string message)
     }
     std::cerr << "zelvo-gateway: " + *problem + "\n" << std::flush;
     throw Failure{.code = ErrorCode::recordingsUnavailable, .message = message};
+}
+
+/// Removes the files of recordings. Returns those that can't be removed now; the log says why.
+inline std::set<std::string> removeEach(RecordingFiles const& files, std::vector<std::string> const& ids)
+{
+    std::set<std::string> left;
+    for (std::string const& id : ids) {
+        try {
+            files.remove(id);
+        } catch (RecordingFilesError const& error) {
+            std::cerr << std::string("zelvo-gateway: ") + error.what() + "\n" << std::flush;
+            left.insert(id);
+        }
+    }
+    return left;
 }
 
 } // namespace zelvo::service

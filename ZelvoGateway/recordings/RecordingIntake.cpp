@@ -168,11 +168,9 @@ Task<> RecordingIntake::connectionEnded(std::string connectionId)
         if (auto const entry = uploads.find(id); entry != uploads.end())
             if (auto const upload = entry->second.lock())
                 upload->withdraw();
-    auto const remove = [this, &ended] {
-        for (std::string const& id : ended)
-            files->remove(id);
-    };
-    co_await fileWork(workers, remove, "The films of the connection can't be removed now");
+    // What can't be removed now is removed by the next start.
+    auto const remove = [this, &ended] { removeEach(*files, ended); };
+    co_await on(workers, remove);
 }
 
 } // namespace zelvo::service

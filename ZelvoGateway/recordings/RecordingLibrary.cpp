@@ -140,18 +140,7 @@ void RecordingLibrary::begin()
 Task<> RecordingLibrary::removeFiles(std::vector<std::string> ids)
 {
     ids.insert(ids.end(), unremoved.begin(), unremoved.end());
-    auto const remove = [this, &ids] {
-        std::set<std::string> left;
-        for (std::string const& id : ids) {
-            try {
-                files->remove(id);
-            } catch (RecordingFilesError const& error) {
-                std::cerr << std::string("zelvo-gateway: ") + error.what() + "\n" << std::flush;
-                left.insert(id);
-            }
-        }
-        return left;
-    };
+    auto const remove = [this, &ids] { return removeEach(*files, ids); };
     std::set<std::string> const left = co_await on(workers, remove);
     for (std::string const& id : ids)
         unremoved.erase(id);

@@ -115,6 +115,24 @@ TEST(RecordingPlace, isTriedByTheCheck)
                 HasSubstr("s3-credentials: " + works.place().credentials + ": others"));
 }
 
+TEST(RecordingPlace, isNotInABackupIfItIsABucket)
+{
+    TemporaryFolder folder;
+    Flags flags;
+    flags.settings.dataFolder = folder.path / "data";
+    std::filesystem::create_directory(flags.settings.dataFolder);
+    SqliteStore const store(folder.path / "data" / "gateway.sqlite");
+    flags.settings.recordingPlace.kind = RecordingPlace::Kind::s3;
+    flags.backupFolder = folder.path / "backup";
+    flags.withRecordings = true;
+    std::ostringstream out;
+
+    EXPECT_THROW(backUp(flags, out), std::runtime_error);
+    EXPECT_FALSE(std::filesystem::exists(folder.path / "backup"));
+    flags.withRecordings = false;
+    EXPECT_NO_THROW(backUp(flags, out));
+}
+
 TEST(RecordingPlace, isOwnedByTheStore)
 {
     TemporaryFolder folder;

@@ -8,6 +8,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <functional>
 
 // What only a bucket has, against a real store.
@@ -181,6 +182,21 @@ TEST_F(S3Store, saysWhatIsWrongWithTheSettings)
     wrong.bucket = "no-such-bucket";
     EXPECT_THAT(problemOf([&] { S3RecordingFiles::assertReachable(wrong); }), HasSubstr("s3-bucket: "));
     EXPECT_NO_THROW(S3RecordingFiles::assertReachable(place));
+}
+
+TEST_F(S3Store, isReachedByTlsOnlyWithACertificateThatIsTrusted)
+{
+    S3Settings const secure = CephStore::shared()->securePlace();
+    S3RecordingFiles const untrusting(secure, "gwy_1", {.maxAttempts = 1});
+    EXPECT_EQ(untrusting.freeBytes(), 0u);
+    EXPECT_THROW(S3RecordingFiles::assertReachable(secure), RecordingFilesError);
+
+    ::setenv("SSL_CERT_FILE", CephStore::shared()->certificate().c_str(), 1);
+    store(S3RecordingFiles(secure, "gwy_1"), "rec_a");
+    S3Settings byAnotherName = secure;
+    byAnotherName.endpoint.replace(0, std::string("https://127.0.0.1").size(), "https://localhost");
+    EXPECT_THROW(S3RecordingFiles::assertReachable(byAnotherName), RecordingFilesError);
+    ::unsetenv("SSL_CERT_FILE");
 }
 
 TEST_F(S3Store, usesANewKeyWithoutARestart)

@@ -52,7 +52,7 @@ void CephStore::writeConfiguration()
         << "log_file = " << root << "/$name.log\n";
 }
 
-CephStore::CephStore() : monitorPort(freePort()), port(freePort())
+CephStore::CephStore() : monitorPort(freePort()), port(freePort()), securePort(freePort())
 {
     for (char const* const name : {"mon", "osd", "rgw"})
         std::filesystem::create_directory(folder.path / name);
@@ -67,7 +67,12 @@ CephStore::CephStore() : monitorPort(freePort()), port(freePort())
     start({"ceph-osd", "-i", "0", "-f"});
     run({"radosgw-admin", "user", "create", "--uid=zelvo", "--display-name=zelvo", "--access-key=AKIATEST",
          "--secret-key=secret+of/tests"});
-    start({"radosgw", "--no-mon-config", "--rgw-frontends=beast endpoint=127.0.0.1:" + std::to_string(port),
+    std::string const key = folder.path / "key.pem";
+    run({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=127.0.0.1",
+         "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", certificate()});
+    start({"radosgw", "--no-mon-config",
+           "--rgw-frontends=beast endpoint=127.0.0.1:" + std::to_string(port) + " ssl_endpoint=127.0.0.1:" +
+               std::to_string(securePort) + " ssl_certificate=" + certificate() + " ssl_private_key=" + key,
            "-f"});
     S3Client client(place(), {.firstRetry = 50ms, .maxAttempts = 1});
     bool const isReady = becomes([&] {
@@ -90,7 +95,7 @@ void CephStore::start(std::vector<std::string> arguments)
 
 void CephStore::run(std::vector<std::string> arguments)
 {
-    if (arguments.front() != "monmaptool")
+    if (arguments.front() != "monmaptool" && arguments.front() != "openssl")
         arguments.insert(arguments.begin() + 1, {"-c", folder.path / "ceph.conf"});
     std::string const name = arguments.front();
     if (ChildProcess(std::move(arguments), folder.path / "out").wait() != 0)
@@ -112,6 +117,13 @@ S3Settings CephStore::place()
             .prefix = "test/" + std::to_string(++places) + "/",
             .credentials = credentials("AKIATEST", "secret+of/tests"),
             .pathStyle = true};
+}
+
+S3Settings CephStore::securePlace()
+{
+    S3Settings secure = place();
+    secure.endpoint = "https://127.0.0.1:" + std::to_string(securePort);
+    return secure;
 }
 
 } // namespace zelvo::service

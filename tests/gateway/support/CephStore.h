@@ -20,6 +20,9 @@ public:
 
     /// A place below a prefix that no other test has.
     S3Settings place();
+    /// The same by TLS, with a certificate that nobody trusts but who is given certificate().
+    S3Settings securePlace();
+    std::string certificate() const { return folder.path / "certificate.pem"; }
     /// A file with credentials.
     std::string credentials(std::string const& access, std::string const& secret) const;
 
@@ -33,6 +36,7 @@ private:
     TemporaryFolder folder;
     std::uint16_t monitorPort;
     std::uint16_t port;
+    std::uint16_t securePort;
     std::vector<std::unique_ptr<ChildProcess>> daemons; // Ended in the reverse order.
     int places = 0;
 };
