@@ -27,7 +27,7 @@ RecordingFilesError unreadable(std::string const& name)
 } // namespace
 
 S3Bucket::S3Bucket(S3Settings const& place, std::string owner, S3Times const& times)
-    : client(place, times), wantedOwner(std::move(owner)), cleanup(place, times)
+    : cleanup(place, times), client(place, times), wantedOwner(std::move(owner))
 {
 }
 
@@ -91,13 +91,13 @@ void S3Bucket::mark()
 /// Recordings without a mark are somebody's whose mark is lost. Who it was must be decided by a person.
 void S3Bucket::assertNoRecordings()
 {
-    Date ignored;
-    for (S3Object const& object : objectPage({}, ignored).objects)
+    forEachObject([this](S3Object const& object, Date) {
         if (recordingOf(object.key))
-            throw RecordingFilesError(
-                name() + " holds recordings, but not the object " + markKey() +
-                " that says whose they are. Choose another s3-prefix, or write the line " + wantedOwner +
-                " to that object if they are this gateway's");
+            throw RecordingFilesError(name() + " holds recordings, but not the object " + markKey() +
+                                      " that says whose they are. Choose another s3-prefix, or write the "
+                                      "line " +
+                                      wantedOwner + " to that object if they are this gateway's");
+    });
 }
 
 std::string S3Bucket::keyOf(std::string const& id) const

@@ -43,6 +43,7 @@ public:
     void stop() { client.stop(); }
 
     std::atomic<int> openDrafts = 0;
+    S3Cleanup cleanup;
 
 private:
     std::string markKey() const { return settings().prefix + markName; }
@@ -55,9 +56,6 @@ private:
     std::string const wantedOwner;
     std::mutex lock;
     bool isClaimed = false; // lock
-
-public:
-    S3Cleanup cleanup;
 };
 
 } // namespace zelvo::service
