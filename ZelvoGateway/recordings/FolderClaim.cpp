@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <optional>
@@ -35,10 +36,9 @@ std::string ownerOf(fs::path const& folder)
 
 bool hasRecordings(fs::path const& folder)
 {
-    for (fs::path const& each : fs::directory_iterator(folder))
-        if (recordingOfFile(each.filename().string()))
-            return true;
-    return false;
+    return std::ranges::any_of(fs::directory_iterator(folder), [](fs::directory_entry const& each) {
+        return recordingOfFile(each.path().filename().string()).has_value();
+    });
 }
 
 /// A file of this folder that is removed at the end of the scope.

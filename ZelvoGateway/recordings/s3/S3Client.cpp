@@ -80,7 +80,7 @@ S3Reply S3Client::performOnce(S3Request const& request)
 /// Waits longer each time, and not for the same time as other gateways. False once stopped.
 bool S3Client::waitBefore(int attempt)
 {
-    thread_local std::minstd_rand random{std::random_device{}()};
+    static thread_local std::minstd_rand random{std::random_device{}()};
     auto const longest = times.firstRetry * (1 << std::min(attempt - 1, 10));
     auto const part = std::uniform_real_distribution<double>(0.5, 1.0)(random);
     auto const pause = std::chrono::duration_cast<Duration>(longest * part);
