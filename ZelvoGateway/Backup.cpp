@@ -128,6 +128,11 @@ void backUp(Flags const& flags, std::ostream& out)
     fs::path const data = flags.settings.dataFolder;
     if (!fs::exists(data / BackupManifest::storeName))
         throw std::runtime_error("there is no gateway's state in " + data.string());
+    RecordingPlace const& place = flags.settings.recordingPlace;
+    if (flags.withRecordings && (place.kind != RecordingPlace::Kind::folder || !place.folder.empty()))
+        throw std::runtime_error(
+            "the recordings are not in the data folder, so --with-recordings can't copy them; "
+            "back them up where they are");
     FolderDraft draft(flags.backupFolder);
     DataFolder const folder(draft.path());
     Backup backup(data, draft.path());

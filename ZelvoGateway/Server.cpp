@@ -1,5 +1,6 @@
 #include "ZelvoGateway/Server.h"
 
+#include "ZelvoGateway/OpenRecordingFiles.h"
 #include "ZelvoGateway/api/AuditApi.h"
 #include "ZelvoGateway/api/CommandApi.h"
 #include "ZelvoGateway/api/IdempotentRoutes.h"
@@ -28,7 +29,6 @@
 #include "ZelvoGateway/mcp/transport/McpEndpoint.h"
 #include "ZelvoGateway/net/TlsIdentity.h"
 #include "ZelvoGateway/net/TrustedProxies.h"
-#include "ZelvoGateway/recordings/FolderRecordingFiles.h"
 #include "ZelvoGateway/store/OpenStore.h"
 #include "ZelvoGateway/store/StoreVersion.h"
 #include "ZelvoGateway/webhooks/CurlWebhookSender.h"
@@ -131,6 +131,7 @@ private:
     // What still waits on `io` at the end is destroyed with it, after everything below and before the store.
     asio::io_context io{1};
     asio::thread_pool workers{2};
+    asio::thread_pool fileWorkers{4}; // A place of recordings that does not answer delays nothing else.
     ServerClock ownClock{io.get_executor()};
     Clock& clock;
     std::shared_ptr<RecordingFiles const> files;
@@ -182,11 +183,11 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(takeFolder(folder)),
       store(folder.file(storeFile)), memory(settings.limits.memory, settings.limits.memoryOfCaller),
       proxies(settings.trustedProxies), clock(clock ? *clock : ownClock),
-      files(std::make_shared<FolderRecordingFiles const>(folder.file("recordings"))),
+      files(openRecordingFiles(settings.recordingPlace, folder, store)),
       audit(store, this->clock, settings.audit, io.get_executor()),
       keys(store, audit, this->clock, io.get_executor()),
-      intake(store, files, audit, settings, this->clock, workers.get_executor()),
-      library(store, files, key, keys, audit, settings, this->clock, workers.get_executor()),
+      intake(store, files, audit, settings, this->clock, fileWorkers.get_executor()),
+      library(store, files, key, keys, audit, settings, this->clock, fileWorkers.get_executor()),
       control(store, audit, this->clock, settings, io.get_executor()),
       queue(store, control, audit, this->clock, settings, work, io.get_executor(), workers.get_executor()),
       connections(store, machines, control, queue, intake, library, audit, settings, io.get_executor()),
@@ -238,7 +239,7 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
             .proxies = proxies,
             .memory = memory,
             .work = work,
-            .workers = workers.get_executor()})
+            .workers = fileWorkers.get_executor()})
 {
     begin();
 }
@@ -246,7 +247,9 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
 Server::Parts::~Parts()
 {
     removeAddresses(folder);
+    files->stop();
     workers.join();
+    fileWorkers.join();
     clock.dropSleepers();
 }
 

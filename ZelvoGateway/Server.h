@@ -20,7 +20,7 @@ struct ServingWatch {
 };
 
 /// The whole gateway: puts its parts together and runs them. Everything runs on the one thread that calls
-/// run(); two workers do what takes long, such as large texts and files.
+/// run(); workers do what takes long, such as large texts and files.
 class Server {
 public:
     /// Opens the store and listens. Throws std::runtime_error with a text for the person who started the

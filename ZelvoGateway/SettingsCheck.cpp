@@ -3,6 +3,7 @@
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/FlagTable.h"
 #include "ZelvoGateway/net/TlsPair.h"
+#include "ZelvoGateway/recordings/s3/S3RecordingFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -90,6 +91,21 @@ void checkTls(TlsFiles const& files, Problems& problems)
     }
 }
 
+/// Call it when the files can be read. Changes nothing, also not in a bucket.
+void checkRecordings(RecordingPlace const& place, Problems& problems)
+{
+    if (!place.folder.empty() &&
+        (!fs::is_directory(place.folder) || !isPermitted(place.folder, R_OK | W_OK | X_OK)))
+        problems.push_back("recordings-folder: " + place.folder + " is no folder that can be written");
+    if (place.kind != RecordingPlace::Kind::s3)
+        return;
+    try {
+        S3RecordingFiles::assertReachable(place.s3);
+    } catch (RecordingFilesError const& error) {
+        problems.emplace_back(error.what());
+    }
+}
+
 } // namespace
 
 bool checkSettings(FlagsReading const& reading, std::ostream& out)
@@ -99,8 +115,10 @@ bool checkSettings(FlagsReading const& reading, std::ostream& out)
         checkDataFolder(reading.flags.settings.dataFolder, problems);
     std::size_t const found = problems.size();
     checkFiles(reading.flags.given, problems);
-    if (reading.problems.empty() && problems.size() == found)
+    if (reading.problems.empty() && problems.size() == found) {
         checkTls(reading.flags.settings.tls, problems);
+        checkRecordings(reading.flags.settings.recordingPlace, problems);
+    }
     for (std::string const& problem : problems)
         out << problem << "\n";
     if (problems.empty())

@@ -7,6 +7,7 @@ set(Boost_USE_STATIC_LIBS ON)   # The program is one file; of Boost only these t
 find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS json url)
 find_package(OpenSSL 3 REQUIRED)
 find_package(CURL REQUIRED)
+find_package(EXPAT REQUIRED)
 if(ZELVO_STATIC_ICU)
     include(cmake/StaticIcu.cmake)
 else()

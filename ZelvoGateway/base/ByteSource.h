@@ -7,10 +7,10 @@
 
 namespace zelvo::service {
 
-/// Bytes that are read in pieces, because they are too many for memory. They can be read for as long as
-/// somebody holds the source, also when what they come from is removed meanwhile.
+/// Bytes that are read in pieces, because they are too many for memory. When what they come from is removed
+/// meanwhile, a source either continues or throws; it never gives other bytes.
 /// Thread: any, several readers at a time; a read may wait for a disk or a network.
-/// Made by: OpenFile.
+/// Made by: recordings/OpenFile, recordings/s3/S3Source.
 class ByteSource {
 public:
     virtual ~ByteSource() = default;

@@ -27,6 +27,11 @@ std::int64_t number(std::string const& text, std::int64_t min, std::int64_t max)
     return value;
 }
 
+bool isLetterOrDigit(char sign)
+{
+    return (sign >= 'a' && sign <= 'z') || (sign >= 'A' && sign <= 'Z') || (sign >= '0' && sign <= '9');
+}
+
 std::chrono::days days(std::string const& text)
 {
     return std::chrono::days(number(text, 1, 3650));
@@ -89,6 +94,66 @@ std::string webPage(std::string const& text)
     return text;
 }
 
+RecordingPlace::Kind recordingPlace(std::string const& text)
+{
+    if (text != "folder" && text != "s3")
+        refuse(text, "folder or s3 is needed");
+    return text == "s3" ? RecordingPlace::Kind::s3 : RecordingPlace::Kind::folder;
+}
+
+/// Without TLS everybody on the way could watch recordings, so then it must be on this computer.
+std::string storeAddress(std::string const& text)
+{
+    std::string address = webAddress(text);
+    boost::urls::url_view const url(address);
+    std::string_view const host = url.encoded_host();
+    bool const isHere = host == "127.0.0.1" || host == "[::1]" || host == "localhost";
+    if (url.scheme() != "https" && !isHere)
+        throw UnusableValue("\"" + text + "\" needs https", "https is needed");
+    return address;
+}
+
+/// As S3 names them. A name with dots would not match the certificate's wildcard.
+std::string bucketName(std::string const& text)
+{
+    bool const isUsable =
+        text.size() >= 3 && text.size() <= 63 && std::ranges::all_of(text, [](char sign) {
+            return (sign >= 'a' && sign <= 'z') || (sign >= '0' && sign <= '9') || sign == '-' || sign == '.';
+        });
+    if (!isUsable || !isLetterOrDigit(text.front()) || !isLetterOrDigit(text.back()))
+        refuse(text, "the name of a bucket is needed: 3 to 63 of a-z, 0-9, \"-\" and \".\"");
+    return text;
+}
+
+std::string regionName(std::string const& text)
+{
+    if (text.size() > 64 ||
+        !std::ranges::all_of(text, [](char sign) { return isLetterOrDigit(sign) || sign == '-'; }))
+        refuse(text, "a region like eu-central-1 is needed");
+    return text;
+}
+
+/// Ends with "/", so that no other prefix begins with it.
+std::string keyPrefix(std::string const& text)
+{
+    bool const isUsable =
+        text.size() <= 512 && !text.starts_with('/') && text.find("//") == std::string::npos &&
+        std::ranges::all_of(text, [](char sign) {
+            return isLetterOrDigit(sign) || sign == '-' || sign == '_' || sign == '/' || sign == '=';
+        });
+    if (!isUsable)
+        refuse(text, "a prefix of letters, digits, \"-\", \"_\", \"=\" and \"/\" is needed, such as "
+                     "zelvo/recordings/");
+    return text.ends_with('/') ? text : text + "/";
+}
+
+std::string accountNumber(std::string const& text)
+{
+    if (text.size() != 12 || !std::ranges::all_of(text, [](char sign) { return sign >= '0' && sign <= '9'; }))
+        refuse(text, "the 12 digits of an account are needed");
+    return text;
+}
+
 using Kind = Flag::Kind;
 
 constexpr auto flags = std::to_array<Flag>({
@@ -142,6 +207,33 @@ constexpr auto flags = std::to_array<Flag>({
     {"--recordings-mib", "N", "what all recordings together may take up (default 20480)",
      [](Flags& f, std::string const& v) { f.settings.recordings.maxTotalBytes = mebibytes(v); },
      Kind::reloadable},
+    {"--recordings-in", "PLACE", "where files of recordings are: folder (default) or s3",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.kind = recordingPlace(v); },
+     Kind::atStart},
+    {"--recordings-folder", "DIR",
+     "folder of recordings, which gateways of one store may share (default: in --data)",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.folder = v; }, Kind::atStart},
+    {"--s3-endpoint", "URL",
+     "S3-compatible store of recordings, such as https://s3.eu-central-1.amazonaws.com",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.s3.endpoint = storeAddress(v); },
+     Kind::atStart},
+    {"--s3-region", "NAME", "its region (default us-east-1)",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.s3.region = regionName(v); },
+     Kind::atStart},
+    {"--s3-bucket", "NAME", "the bucket there",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.s3.bucket = bucketName(v); },
+     Kind::atStart},
+    {"--s3-prefix", "PREFIX", "what all keys begin with (default recordings/)",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.s3.prefix = keyPrefix(v); },
+     Kind::atStart},
+    {"--s3-path-style", "", "names the bucket in the path of addresses, not in their host",
+     [](Flags& f, std::string const&) { f.settings.recordingPlace.s3.pathStyle = true; }, Kind::atStart},
+    {"--s3-credentials", "FILE",
+     "file (mode 0600) with the lines \"access-key = ...\" and \"secret-key = ...\"",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.s3.credentials = v; }, Kind::atStart},
+    {"--s3-bucket-owner", "ACCOUNT", "refuses a bucket of another account than this",
+     [](Flags& f, std::string const& v) { f.settings.recordingPlace.s3.bucketOwner = accountNumber(v); },
+     Kind::atStart},
     {"--install-url", "URL", "where people get the agent; the page behind a link shows it",
      [](Flags& f, std::string const& v) { f.settings.installUrl = webPage(v); }, Kind::reloadable},
     {"--allow-private-webhooks", "",

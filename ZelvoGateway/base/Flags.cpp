@@ -119,8 +119,29 @@ void readWord(Flags& result, std::string const& word)
         throw FlagError("\"" + word + "\" is one argument too many");
 }
 
+/// Mixed settings are refused: some would be ignored, and recordings would not be where somebody expects
+/// them.
+void assertOnePlace(Flags const& result)
+{
+    RecordingPlace const& place = result.settings.recordingPlace;
+    bool const inBucket = place.kind == RecordingPlace::Kind::s3;
+    for (auto const& [name, values] : result.given)
+        if (!inBucket && name.starts_with("s3-"))
+            throw FlagError("--" + name + " needs --recordings-in s3");
+    if (!inBucket)
+        return;
+    if (!place.folder.empty())
+        throw FlagError("--recordings-folder and --recordings-in s3 exclude each other");
+    for (char const* const needed : {"s3-endpoint", "s3-bucket", "s3-credentials"})
+        if (!result.given.contains(needed))
+            throw FlagError("--recordings-in s3 needs --" + std::string(needed));
+    if (!place.s3.pathStyle && place.s3.bucket.find('.') != std::string::npos)
+        throw FlagError("--s3-bucket has a name with dots, which needs --s3-path-style");
+}
+
 void assertComplete(Flags const& result)
 {
+    assertOnePlace(result);
     if (result.command == Flags::Command::mcp && result.connections.size() > 1)
         throw FlagError("mcp takes one --connection");
     if (result.settings.tls.certificate.empty() != result.settings.tls.key.empty())

@@ -80,6 +80,29 @@ struct RecordingRules {
     bool operator==(RecordingRules const&) const = default;
 };
 
+/// A bucket of an S3-compatible store.
+struct S3Settings {
+    std::string endpoint; ///< "https://s3.example.org", without a path
+    std::string region = "us-east-1";
+    std::string bucket;
+    std::string prefix = "recordings/"; ///< of all keys; ends with "/"
+    std::string credentials;            ///< the file with the access key and its secret
+    std::string bucketOwner;            ///< the account that the bucket must belong to; empty for any
+    bool pathStyle = false;             ///< addresses name the bucket in their path, not in their host
+
+    bool operator==(S3Settings const&) const = default;
+};
+
+/// Where the files of recordings are.
+struct RecordingPlace {
+    enum class Kind { folder, s3 };
+    Kind kind = Kind::folder;
+    std::string folder; ///< which other gateways may share; empty for the one in the data folder
+    S3Settings s3;
+
+    bool operator==(RecordingPlace const&) const = default;
+};
+
 /// Webhooks that platforms register.
 struct WebhookRules {
     bool toOwnNetwork = false; ///< also to addresses inside the gateway's network, and without TLS
@@ -182,6 +205,7 @@ struct Settings {
     ControlTimes control;
     Duration queuedResultKept = 24h; ///< how long the result of a queued command is kept
     RecordingRules recordings;
+    RecordingPlace recordingPlace;
     McpRules mcp;
     WebhookRules webhooks;
     std::string installUrl; ///< where people get the agent; empty if nowhere in particular

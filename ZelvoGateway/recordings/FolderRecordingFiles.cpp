@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/OwnedDescriptor.h"
 #include "ZelvoGateway/base/PrivateFiles.h"
+#include "ZelvoGateway/recordings/FolderClaim.h"
 #include "ZelvoGateway/recordings/OpenFile.h"
 
 #include <fcntl.h>
@@ -96,10 +97,15 @@ void FileDraft::keep()
 
 } // namespace
 
+FolderRecordingFiles::FolderRecordingFiles(std::filesystem::path path, FolderSharing sharing)
+    : path(std::move(path)), sharing(std::move(sharing))
+{
+}
+
 std::uint64_t FolderRecordingFiles::freeBytes() const
 {
     struct stat status{};
-    bool const there = ::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST;
+    bool const there = isShared() || ::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST;
     struct statvfs disk{};
     if (!there || ::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
         ::statvfs(path.c_str(), &disk) != 0)
@@ -109,6 +115,8 @@ std::uint64_t FolderRecordingFiles::freeBytes() const
 
 std::unique_ptr<RecordingDraft> FolderRecordingFiles::draft(std::string const& id, std::uint64_t bytes) const
 {
+    if (isShared())
+        claimFolder(path, sharing.owner);
     return std::make_unique<FileDraft>(path / (id + ".part"), file(id), bytes);
 }
 
@@ -122,17 +130,29 @@ void FolderRecordingFiles::remove(std::string const& id) const
     ::unlink(file(id).c_str());
 }
 
+bool FolderRecordingFiles::isOther(std::filesystem::path const& found, std::set<std::string> const& ids) const
+{
+    if (isShared()) {
+        auto const name = found.filename().string();
+        auto const recording = recordingOfFile(name);
+        return recordingOfFile(name, ".part") || (recording && !ids.contains(*recording));
+    }
+    bool const ours = found.extension() == ".mp4" || found.extension() == ".part";
+    return ours && !ids.contains(found.stem().string());
+}
+
 void FolderRecordingFiles::removeAllBut(std::set<std::string> const& ids) const
 {
+    if (isShared())
+        claimFolder(path, sharing.owner);
     std::error_code error;
     std::vector<std::filesystem::path> others;
     for (std::filesystem::directory_iterator entry(path, error), end; !error && entry != end;
-         entry.increment(error)) {
-        std::filesystem::path const& found = entry->path();
-        bool const ours = found.extension() == ".mp4" || found.extension() == ".part";
-        if (ours && !ids.contains(found.stem().string()))
-            others.push_back(found);
-    }
+         entry.increment(error))
+        if (isOther(entry->path(), ids))
+            others.push_back(entry->path());
+    if (isShared())
+        keepOlder(others, path, sharing.othersWrite);
     for (std::filesystem::path const& other : others)
         ::unlink(other.c_str());
 }

@@ -3,7 +3,7 @@
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/Secrets.h"
-#include "base/Hop.h"
+#include "ZelvoGateway/recordings/FileWork.h"
 
 #include <algorithm>
 
@@ -135,7 +135,7 @@ Task<> RecordingIntake::complete(StoredMachine machine, std::string id)
     auto const open = [this, &id] { return files->open(id); };
     std::shared_ptr<ByteSource const> file;
     if (recording->stage == RecordingStage::received)
-        file = co_await on(workers, open);
+        file = co_await fileWork(workers, open, "The film can't be checked now; try again later");
     bool const whole = file && file->size() == recording->sizeBytes;
     // The recording may have ended while the file was opened, or another call may have made it ready.
     RecordingStage const next = whole ? RecordingStage::ready : RecordingStage::ended;
@@ -168,10 +168,8 @@ Task<> RecordingIntake::connectionEnded(std::string connectionId)
         if (auto const entry = uploads.find(id); entry != uploads.end())
             if (auto const upload = entry->second.lock())
                 upload->withdraw();
-    auto const remove = [this, &ended] {
-        for (std::string const& id : ended)
-            files->remove(id);
-    };
+    // What can't be removed now is removed by the next start.
+    auto const remove = [this, &ended] { removeEach(*files, ended); };
     co_await on(workers, remove);
 }
 

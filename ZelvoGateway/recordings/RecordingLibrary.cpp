@@ -2,9 +2,11 @@
 
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/recordings/FileWork.h"
 #include "base/Hop.h"
 
 #include <algorithm>
+#include <iostream>
 
 namespace zelvo::service {
 
@@ -102,7 +104,7 @@ Task<std::shared_ptr<ByteSource const>> RecordingLibrary::open(std::string id, P
     if (!recording || recording->stage != RecordingStage::ready)
         throw noRecording();
     auto const open = [this, &id] { return files->open(id); };
-    std::shared_ptr<ByteSource const> file = co_await on(workers, open);
+    std::shared_ptr<ByteSource const> file = co_await fileWork(workers, open, "The film can't be read now");
     if (!file)
         throw noRecording();
     noteWatched(*recording, proof);
@@ -124,16 +126,25 @@ void RecordingLibrary::begin()
 {
     store.endInterruptedUploads(clock.date());
     auto const ids = store.recordingsWithFiles();
-    files->removeAllBut({ids.begin(), ids.end()});
+    try {
+        files->removeAllBut({ids.begin(), ids.end()});
+    } catch (RecordingFilesError const& error) {
+        if (!error.isTemporary)
+            throw;
+        // Everything else works without recordings.
+        std::cerr << std::string("zelvo-gateway: starts without recordings: ") + error.what() + "\n"
+                  << std::flush;
+    }
 }
 
 Task<> RecordingLibrary::removeFiles(std::vector<std::string> ids)
 {
-    auto const remove = [this, &ids] {
-        for (std::string const& id : ids)
-            files->remove(id);
-    };
-    co_await on(workers, remove);
+    ids.insert(ids.end(), unremoved.begin(), unremoved.end());
+    auto const remove = [this, &ids] { return removeEach(*files, ids); };
+    std::set<std::string> const left = co_await on(workers, remove);
+    for (std::string const& id : ids)
+        unremoved.erase(id);
+    unremoved.insert(left.begin(), left.end());
 }
 
 Task<> RecordingLibrary::runMaintenance()
@@ -141,7 +152,7 @@ Task<> RecordingLibrary::runMaintenance()
     Date const now = clock.date();
     auto const ended = store.endOldRecordings(now, now - dateSpan(settings.recordings.completion));
     store.forgetEndedRecordings(now - dateSpan(settings.recordings.deletedKept));
-    if (!ended.empty())
+    if (!ended.empty() || !unremoved.empty())
         co_await removeFiles(ended);
 }
 

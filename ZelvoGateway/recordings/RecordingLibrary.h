@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,7 @@ public:
     {
         return store.recordingsWithFiles(machineId);
     }
+    /// What can't be removed now is tried again by runMaintenance().
     Task<> removeFiles(std::vector<std::string> ids);
     /// Opens a recording for whoever holds a pass. Throws Failure: forbidden without a valid one, also if the
     /// key that it was issued to is revoked.
@@ -60,7 +62,8 @@ public:
     /// Ends all passes, and signs new ones with another key.
     void setKey(ApiKey const& key) { passes = RecordingPasses(key); }
 
-    /// At the start, before anything is served: ends what the last run left unfinished.
+    /// At the start, before anything is served: ends what the last run left unfinished. Throws
+    /// RecordingFilesError if the place of the files can't be used without other settings.
     void begin();
     /// Once a minute: ends what has expired.
     Task<> runMaintenance();
@@ -75,6 +78,7 @@ private:
     RecordingPasses passes;
     KeyRing& keys;
     AuditLog& audit;
+    std::set<std::string> unremoved;     ///< recordings whose files could not be removed yet
     std::map<std::string, Date> watched; ///< the signatures of passes that were used, until they expire
     Settings const& settings;
     Clock& clock;

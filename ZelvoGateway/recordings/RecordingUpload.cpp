@@ -1,7 +1,7 @@
 #include "ZelvoGateway/recordings/RecordingUpload.h"
 
 #include "ZelvoGateway/base/Failure.h"
-#include "base/Hop.h"
+#include "ZelvoGateway/recordings/FileWork.h"
 
 #include <iostream>
 
@@ -9,20 +9,7 @@ namespace zelvo::service {
 
 namespace {
 
-/// Writes on the workers. The reason of a failure is for the person who runs the gateway, not for the caller.
-Task<> writeOnWorkers(Executor workers, std::function<void()> work)
-{
-    std::optional<std::string> problem;
-    try {
-        co_await on(workers, work);
-    } catch (RecordingFilesError const& error) {
-        problem = error.what();
-    }
-    if (!problem)
-        co_return;
-    std::cerr << "zelvo-gateway: " << *problem << std::endl;
-    throw Failure{.code = ErrorCode::recordingsUnavailable, .message = "The film can't be stored"};
-}
+constexpr char const* notStored = "The film can't be stored";
 
 } // namespace
 
@@ -73,7 +60,7 @@ Task<> RecordingUpload::take(std::string_view piece)
             draft = files->draft(recording.id, recording.sizeBytes);
         draft->write(piece);
     };
-    co_await writeOnWorkers(workers, write);
+    co_await fileWork(workers, write, notStored);
     taken += piece.size();
 }
 
@@ -84,13 +71,13 @@ Task<std::string> RecordingUpload::finish()
         throw Failure{.code = ErrorCode::invalidRequest,
                       .message = "The film is smaller than it was announced"};
     auto const keep = [this] { draft->keep(); };
-    co_await writeOnWorkers(workers, keep);
+    co_await fileWork(workers, keep, notStored);
     ended = true;
     // The person may have said no while the file was written.
     if (!store.moveRecording(recording.id, RecordingStage::receiving, RecordingStage::received,
                              clock.date())) {
         auto const remove = [this] { files->remove(recording.id); };
-        co_await on(workers, remove);
+        co_await fileWork(workers, remove, notStored);
         withdraw();
         assertWanted();
     }

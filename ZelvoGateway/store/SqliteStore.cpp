@@ -297,6 +297,23 @@ std::uint64_t SqliteStore::reserveNumbers(std::uint64_t count)
     return static_cast<std::uint64_t>(next - numbers);
 }
 
+/// The table is made on demand: most gateways need no id, and older programs ignore it.
+std::string SqliteStore::ownId()
+{
+    Transaction transaction(database);
+    database.execute("CREATE TABLE IF NOT EXISTS own_id (only_row INTEGER PRIMARY KEY CHECK (only_row = 1), "
+                     "id TEXT NOT NULL) STRICT");
+    database.prepare("INSERT INTO own_id VALUES (1, ?) ON CONFLICT DO NOTHING").bind(newId("gwy")).step();
+    std::string id;
+    {
+        Statement row = database.prepare("SELECT id FROM own_id");
+        row.step();
+        id = row.text(0);
+    }
+    transaction.commit();
+    return id;
+}
+
 Page<StoredMachine> SqliteStore::machinePage(PageQuery const& query)
 {
     PageReach const reach{"id IN (SELECT machine_id FROM connections WHERE revoked_at IS NULL AND (id IN "

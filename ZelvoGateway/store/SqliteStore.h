@@ -131,6 +131,7 @@ public:
     void assertReadable() override;
 
     std::uint64_t reserveNumbers(std::uint64_t count) override;
+    std::string ownId() override;
 
 private:
     void createTables();

@@ -223,6 +223,9 @@ public:
 
     /// Reserves so many numbers in a row that no other call ever gets, and returns the first. They grow.
     virtual std::uint64_t reserveNumbers(std::uint64_t count) = 0;
+    /// A random id of this store, "gwy_...", made by the first call. Whoever shares the store gets the same,
+    /// and so does a copy of it.
+    virtual std::string ownId() = 0;
 };
 
 } // namespace zelvo::service

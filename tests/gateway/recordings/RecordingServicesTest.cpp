@@ -195,5 +195,49 @@ TEST(RecordingServices, endARecordingWhoseFileIsShort)
     EXPECT_EQ(on.stageOf(id), RecordingStage::ended);
 }
 
+TEST(RecordingServices, tryAgainToRemoveAFileThatCouldNotBeRemoved)
+{
+    Fixture on;
+    std::string const id = on.uploaded("content");
+    runTask(on.io, on.intake.complete(on.machine, id));
+    on.files->state->isUnreachable = true;
+
+    runTask(on.io, on.library.remove(Caller::console(), id));
+    runTask(on.io, on.library.runMaintenance());
+    EXPECT_EQ(on.stageOf(id), RecordingStage::deleted);
+    EXPECT_EQ(on.files->state->files.size(), 1u);
+
+    on.files->state->isUnreachable = false;
+    runTask(on.io, on.library.runMaintenance());
+    EXPECT_TRUE(on.files->state->files.empty());
+}
+
+TEST(RecordingServices, keepARecordingThatCannotBeCheckedNow)
+{
+    Fixture on;
+    std::string const id = on.uploaded("content");
+    on.files->state->isUnreachable = true;
+
+    auto const failure = Fixture::failureOf([&] { runTask(on.io, on.intake.complete(on.machine, id)); });
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->code, ErrorCode::recordingsUnavailable);
+    EXPECT_EQ(on.stageOf(id), RecordingStage::received);
+
+    on.files->state->isUnreachable = false;
+    runTask(on.io, on.intake.complete(on.machine, id));
+    EXPECT_EQ(on.stageOf(id), RecordingStage::ready);
+}
+
+TEST(RecordingServices, beginWithoutAPlaceThatDoesNotAnswerButNotWithOneThatRefuses)
+{
+    Fixture on;
+    on.files->state->isUnreachable = true;
+    EXPECT_NO_THROW(on.library.begin());
+    on.files->state->isUnreachable = false;
+    on.files->state->isForbidden = true;
+
+    EXPECT_THROW(on.library.begin(), RecordingFilesError);
+}
+
 } // namespace
 } // namespace zelvo::service

@@ -17,6 +17,8 @@ public:
         bool refusesDrafts = false;
         bool refusesWrites = false;
         bool refusesToKeep = false;
+        bool isUnreachable = false; ///< for now
+        bool isForbidden = false;   ///< for good
         std::map<std::string, std::string> files;
         std::map<std::string, std::string> drafts;
     };
@@ -33,18 +35,32 @@ public:
     }
     std::shared_ptr<ByteSource const> open(std::string const& id) const override
     {
+        assertReachable();
         auto const entry = state->files.find(id);
         return entry == state->files.end() ? nullptr : std::make_shared<Text const>(entry->second);
     }
-    void remove(std::string const& id) const override { state->files.erase(id); }
+    void remove(std::string const& id) const override
+    {
+        assertReachable();
+        state->files.erase(id);
+    }
     void removeAllBut(std::set<std::string> const& ids) const override
     {
+        assertReachable();
         auto const isOther = [&](auto const& one) { return !ids.contains(one.first); };
         std::erase_if(state->files, isOther);
         std::erase_if(state->drafts, isOther);
     }
 
 private:
+    void assertReachable() const
+    {
+        RecordingFilesError error("no access");
+        error.isTemporary = state->isUnreachable;
+        if (state->isUnreachable || state->isForbidden)
+            throw error;
+    }
+
     class Draft final : public RecordingDraft {
     public:
         Draft(std::shared_ptr<State> state, std::string id) : state(std::move(state)), id(std::move(id))

@@ -13,20 +13,6 @@ constexpr char const* bothScopes = R"(["screen","input"])";
 
 } // namespace
 
-TemporaryFolder::TemporaryFolder()
-{
-    std::string name = (std::filesystem::temp_directory_path() / "zelvo-gateway-test-XXXXXX").string();
-    if (!::mkdtemp(name.data()))
-        throw std::runtime_error("no temporary folder");
-    path = name;
-}
-
-TemporaryFolder::~TemporaryFolder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-}
-
 Gateway::Gateway(std::function<void(Settings&)> const& change)
 {
     settings.dataFolder = data();

@@ -4,6 +4,7 @@
 #include "gateway/support/Becomes.h"
 #include "gateway/support/HttpClient.h"
 #include "gateway/support/SteppedClock.h"
+#include "gateway/support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <functional>
@@ -11,16 +12,6 @@
 #include <thread>
 
 namespace zelvo::service {
-
-/// A temporary folder that the destructor removes.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    TemporaryFolder(TemporaryFolder const&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
-    ~TemporaryFolder();
-    std::filesystem::path path;
-};
 
 /// A machine that has been linked.
 struct LinkedMachine {
