@@ -22,6 +22,7 @@ endfunction()
 
 zelvo_pkg(pictures libturbojpeg libpng)
 zelvo_pkg(archives libarchive)
+zelvo_pkg(prometheus prometheus-cpp-core)
 find_library(YUV_LIBRARY yuv REQUIRED)
 find_path(YUV_INCLUDE libyuv.h REQUIRED)
 add_library(zelvo_yuv INTERFACE)

@@ -106,8 +106,10 @@ HttpResponse CommandApi::recordResponse(StoredCommand const& command)
     HttpResponse response;
     response.body = recordText(command);
     if (!memory.grow(response.memory, response.body.size()))
-        throw HttpError{
-            .status = 429, .code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
+        throw HttpError{.status = 429,
+                        .code = ErrorCode::rateLimited,
+                        .message = "Too many large bodies at this time",
+                        .limit = Refusal::memory};
     return response;
 }
 

@@ -103,8 +103,10 @@ Upgrade MachineApi::admitSocket(HttpRequest const& head)
     std::string const id = machineOf(head).id;
     bool const full = sockets.machines.count() >= sockets.settings.limits.machines;
     if (full && !sockets.machines.isOnline(id))
-        throw HttpError{
-            .status = 503, .code = ErrorCode::rateLimited, .message = "Too many machines are connected"};
+        throw HttpError{.status = 503,
+                        .code = ErrorCode::rateLimited,
+                        .message = "Too many machines are connected",
+                        .limit = Refusal::machines};
     return [this, id](std::shared_ptr<UpgradedConnection> connection) {
         return serveSocket(std::move(connection), id);
     };

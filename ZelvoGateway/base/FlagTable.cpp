@@ -117,6 +117,15 @@ constexpr auto flags = std::to_array<Flag>({
      "believes this proxy, or all in this range, about who calls; can be repeated",
      [](Flags& f, std::string const& v) { f.settings.trustedProxies.push_back(proxyIn(v)); }, Kind::atStart,
      true},
+    {"--metrics", "", "serves Prometheus metrics at /metrics on a separate port",
+     [](Flags& f, std::string const&) { f.settings.metrics.isOn = true; }, Kind::atStart},
+    {"--metrics-listen", "ADDRESS", "address to serve metrics on (default 127.0.0.1)",
+     [](Flags& f, std::string const& v) { f.settings.metrics.listen = ipAddress(v); }, Kind::atStart},
+    {"--metrics-port", "N", "port to serve metrics on (default 8738; 0 takes a free one)",
+     [](Flags& f, std::string const& v) {
+         f.settings.metrics.port = static_cast<std::uint16_t>(number(v, 0, 65535));
+     },
+     Kind::atStart},
     {"--stop-timeout", "SECONDS", "how long a stop waits for open requests and commands (default 25)",
      [](Flags& f, std::string const& v) {
          f.settings.stopTimeout = std::chrono::seconds(number(v, 0, 3600));

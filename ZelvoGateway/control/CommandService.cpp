@@ -4,6 +4,7 @@
 #include "ZelvoGateway/base/JsonWork.h"
 #include "ZelvoGateway/base/KnownMethod.h"
 #include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/control/CommandMeasure.h"
 #include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/machines/MachineReply.h"
 
@@ -17,9 +18,10 @@ CommandService::CommandService(Store& store,
                                AuditLog& audit,
                                Settings const& settings,
                                Clock& clock,
-                               Executor workers)
+                               Executor workers,
+                               Metrics& metrics)
     : store(store), machines(machines), control(control), queue(queue), keys(keys), audit(audit),
-      settings(settings), clock(clock), workers(std::move(workers))
+      settings(settings), clock(clock), workers(std::move(workers)), metrics(metrics)
 {
 }
 
@@ -49,6 +51,22 @@ std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string cons
 
 Task<CommandOutcome>
 CommandService::run(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
+{
+    CommandMeasure measure(metrics, clock, command.method);
+    try {
+        CommandOutcome outcome =
+            co_await carryOut(std::move(caller), std::move(connectionId), std::move(command), bytes);
+        measure.ended(std::holds_alternative<StoredCommand>(outcome) ? CommandReport::End::queued
+                                                                     : CommandReport::End::done);
+        co_return outcome;
+    } catch (Failure const& failure) {
+        measure.failed(failure);
+        throw;
+    }
+}
+
+Task<CommandOutcome>
+CommandService::carryOut(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
     StoredConnection connection = connectionOf(caller, connectionId);
     MethodRules::assertForPlatforms(command.method);

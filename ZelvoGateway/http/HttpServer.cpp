@@ -81,6 +81,8 @@ Task<> HttpServer::acceptAll()
             continue;
         }
         bool const hasPlace = sessions.size() < parts.limits.connections || makePlace();
+        if (!hasPlace)
+            parts.metrics.refused(Refusal::connections);
         if (!hasPlace && turnedAway >= maxTurnedAway)
             continue; // Closes it.
         auto const shared = std::make_shared<PeerStream>(std::move(socket), tls);
@@ -117,9 +119,11 @@ bool HttpServer::makePlace()
     for (auto const& session : sessions)
         if (auto const since = session->waitsSince(); since && (!oldest || *since < *oldest->waitsSince()))
             oldest = session;
-    if (oldest)
-        oldest->drop();
-    return oldest != nullptr;
+    if (!oldest)
+        return false;
+    parts.metrics.refused(Refusal::idleConnection);
+    oldest->drop();
+    return true;
 }
 
 Task<> HttpServer::serveOne(PeerStream stream)

@@ -35,6 +35,7 @@ public:
     /// Ends every connection: at once, or as soon as its request is answered. Also stops accepting.
     enum class Answers { dropped, sent };
     void stop(Answers answers = Answers::dropped);
+    std::size_t connections() const { return sessions.size(); }
     bool isStopping() const { return parts.stopping; }
 
 private:

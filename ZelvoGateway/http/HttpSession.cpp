@@ -35,7 +35,10 @@ using Time = std::chrono::steady_clock;
 
 HttpError tooBusy(std::string message)
 {
-    return {.status = 429, .code = ErrorCode::rateLimited, .message = std::move(message)};
+    return {.status = 429,
+            .code = ErrorCode::rateLimited,
+            .message = std::move(message),
+            .limit = Refusal::memory};
 }
 
 HttpError stopping()
@@ -48,7 +51,10 @@ HttpError stopping()
 
 HttpError tooLarge()
 {
-    return {.status = 413, .code = ErrorCode::invalidRequest, .message = "The body is too large"};
+    return {.status = 413,
+            .code = ErrorCode::invalidRequest,
+            .message = "The body is too large",
+            .limit = Refusal::bodySize};
 }
 
 /// Runs a step that may refuse the request; returns why, or nullopt.
@@ -212,8 +218,11 @@ Task<bool> BeastHttpSession::serveBadHead(boost::system::error_code error)
 {
     static auto const& httpErrors = http::make_error_code(http::error::bad_method).category();
     if (error.category() != httpErrors || error == http::error::end_of_stream ||
-        error == http::error::partial_message)
+        error == http::error::partial_message) {
+        if (error == beast::error::timeout && buffer.size() > 0)
+            parts.metrics.refused(Refusal::slowRequest);
         co_return false; // The client has gone, or was too slow.
+    }
     HttpError refusal = badRequest("This is no HTTP request");
     if (error == http::error::header_limit || error == http::error::buffer_overflow) {
         refusal.message = "The head of the request is too long";
@@ -239,6 +248,8 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
 {
     if (error.requestId.empty())
         error.requestId = requestId;
+    if (error.limit)
+        parts.metrics.refused(*error.limit);
     if (error.status >= 500)
         std::cerr << "zelvo-gateway: " + error.requestId + " " + textOf(route) + " " +
                          std::to_string(error.status) + " " + std::string(rawValue(error.code)) +
@@ -337,6 +348,8 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
     if (auto const error = co_await reader.readBody(parser, entry.admission.route->maxBody)) {
         HttpError refusal =
             error == http::error::body_limit ? tooLarge() : badRequest("The body could not be read");
+        if (error == beast::error::timeout)
+            refusal.limit = Refusal::slowRequest;
         co_return co_await refuse(std::move(refusal));
     }
     if (!work) // A stop may have begun while the body was read.
@@ -401,6 +414,7 @@ Task<bool> BeastHttpSession::receive(HeadParser headParser, std::shared_ptr<Body
 
 Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
 {
+    parts.metrics.answered(response.status);
     addOwnHeaders(response);
     ResponseWriter writer(stream, parts.workers);
     bool const whole = !std::exchange(headOnly, false);
@@ -420,6 +434,7 @@ void BeastHttpSession::addOwnHeaders(HttpResponse& response) const
 /// The stream learns at once if the client goes.
 Task<bool> BeastHttpSession::writeStream(HttpResponse response, bool keepAlive, BodyEnd end)
 {
+    parts.metrics.answered(response.status);
     addOwnHeaders(response);
     auto const body = response.stream;
     PeerWatch watch(stream, buffer, shared_from_this(), [body] { body->abandon(); });

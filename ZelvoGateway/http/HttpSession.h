@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/Metrics.h"
 #include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/http/PlaceShares.h"
@@ -24,6 +25,7 @@ struct SessionParts {
     OpenWork& work; ///< once it closes, requests are refused
     Executor workers;
     PlaceShares shares{limits.connections};
+    Metrics& metrics = Metrics::none();
     bool stopping = false; ///< connections end as soon as they serve nothing
 };
 

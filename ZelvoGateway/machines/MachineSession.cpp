@@ -54,7 +54,8 @@ void MachineSession::assertRoomFor(std::size_t bytes) const
         throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
     if (calls.size() >= limits.callsOfMachine || callBytes + bytes > limits.callBytesOfMachine)
         throw Failure{.code = ErrorCode::rateLimited,
-                      .message = "Too many commands are waiting for this machine"};
+                      .message = "Too many commands are waiting for this machine",
+                      .limit = Refusal::machineCommands};
 }
 
 Task<MachineMessage> MachineSession::call(std::string requestId, std::string text, Duration timeout)

@@ -100,16 +100,19 @@ bool MachineSocket::takeRoom(MachineSession const& session, Incoming& incoming)
 {
     std::size_t const bytes = incoming.text.size();
     if (bytes > parts.settings.limits.machineMessage) {
+        parts.metrics.refused(Refusal::machineMessageSize);
         close(websocket::close_code::too_big, "this message is too large");
         return false;
     }
     if (bytes <= parts.settings.limits.unaskedMessage)
         return true;
     if (!session.owesReply()) {
+        parts.metrics.refused(Refusal::machineMessageSize);
         close(websocket::close_code::too_big, "a message this large was not asked for");
         return false;
     }
     if (!memory->grow(incoming.memory, memoryFactor * bytes)) {
+        parts.metrics.refused(Refusal::memory);
         close(websocket::close_code::try_again_later, "the gateway is short of memory");
         return false;
     }

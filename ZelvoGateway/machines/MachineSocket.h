@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/Metrics.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/machines/MachineSession.h"
@@ -25,6 +26,7 @@ struct MachineSocketParts {
     MachineListener& listener;
     MemoryBudget& memory;
     Executor workers;
+    Metrics& metrics = Metrics::none();
 };
 
 /// The WebSocket of a machine. A read is always pending, so that pongs are noticed while replies are sent.

@@ -36,9 +36,14 @@ std::string failureText(WebhookAnswer const& answer)
 
 } // namespace
 
-WebhookDispatcher::WebhookDispatcher(
-    Store& store, WebhookSender& sender, WebhookRules const& rules, Clock& clock, Executor server)
-    : store(store), sender(sender), rules(rules), clock(clock), server(server), timer(server, clock)
+WebhookDispatcher::WebhookDispatcher(Store& store,
+                                     WebhookSender& sender,
+                                     WebhookRules const& rules,
+                                     Clock& clock,
+                                     Executor server,
+                                     Metrics& metrics)
+    : store(store), sender(sender), rules(rules), clock(clock), server(server), metrics(metrics),
+      timer(server, clock)
 {
 }
 
@@ -117,12 +122,14 @@ WebhookRequest WebhookDispatcher::requestFor(StoredWebhook const& webhook,
 Task<> WebhookDispatcher::deliver(StoredWebhook webhook, StoredDelivery delivery)
 {
     WebhookRequest request = requestFor(webhook, delivery);
+    Instant const began = clock.now();
     WebhookAnswer const answer = co_await sender.send(std::move(request));
     if (stopped)
         co_return; // It waits in the store as before.
     sending[webhook.id].erase(delivery.id);
     try {
-        conclude(std::move(delivery), answer);
+        if (auto const end = conclude(std::move(delivery), answer))
+            metrics.attempted(*end, clock.now() - began);
     } catch (StoreError const& error) {
         std::cerr << "zelvo-gateway: " << error.what() << std::endl;
         timer.in(pauseAfterTrouble, [this] { dispatch(); });
@@ -131,22 +138,22 @@ Task<> WebhookDispatcher::deliver(StoredWebhook webhook, StoredDelivery delivery
     wake();
 }
 
-void WebhookDispatcher::conclude(StoredDelivery delivery, WebhookAnswer const& answer)
+std::optional<DeliveryEnd> WebhookDispatcher::conclude(StoredDelivery delivery, WebhookAnswer const& answer)
 {
     auto webhook = store.webhook(delivery.webhookId); // Its secrets may have changed meanwhile.
     auto const kept = store.delivery(delivery.id);
     if (!webhook || !kept || kept->status != DeliveryStatus::waiting)
-        return;
+        return std::nullopt;
     ++delivery.attempts;
     delivery.firstAttempt = delivery.firstAttempt.value_or(clock.date());
     delivery.answerStatus = answer.status ? std::optional<std::int64_t>(answer.status) : std::nullopt;
     if (answer.status / 100 == successes) {
         delivery.error.reset();
         succeeded(*std::move(webhook), std::move(delivery));
-    } else {
-        delivery.error = failureText(answer);
-        failed(*std::move(webhook), std::move(delivery));
+        return DeliveryEnd::delivered;
     }
+    delivery.error = failureText(answer);
+    return failed(*std::move(webhook), std::move(delivery));
 }
 
 void WebhookDispatcher::succeeded(StoredWebhook webhook, StoredDelivery delivery)
@@ -160,7 +167,7 @@ void WebhookDispatcher::succeeded(StoredWebhook webhook, StoredDelivery delivery
     store.saveWebhook(webhook);
 }
 
-void WebhookDispatcher::failed(StoredWebhook webhook, StoredDelivery delivery)
+DeliveryEnd WebhookDispatcher::failed(StoredWebhook webhook, StoredDelivery delivery)
 {
     Date const now = clock.date();
     delivery.due = now + dateSpan(retryDelay(rules, delivery.attempts, chance()));
@@ -169,12 +176,15 @@ void WebhookDispatcher::failed(StoredWebhook webhook, StoredDelivery delivery)
         delivery.endedAt = now;
     }
     store.saveDelivery(delivery);
+    DeliveryEnd const end =
+        delivery.status == DeliveryStatus::failed ? DeliveryEnd::failed : DeliveryEnd::repeated;
     if (!webhook.failingSince) {
         webhook.failingSince = now;
         store.saveWebhook(webhook);
     } else if (now - *webhook.failingSince >= rules.disabledAfter) {
         disable(std::move(webhook), now);
     }
+    return end;
 }
 
 void WebhookDispatcher::disable(StoredWebhook webhook, Date now)
