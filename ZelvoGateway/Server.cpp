@@ -11,6 +11,7 @@
 #include "ZelvoGateway/base/ApiKey.h"
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
 #include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/base/ServerClock.h"
@@ -44,7 +45,6 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -166,6 +166,7 @@ private:
     ConsoleSessions sessions;
     AttemptLimiter wrongKeys;
     AccessControl access;
+    RequestLimits requestLimits;
     MachineApi machineApi;
     PlatformApi platformApi;
     CommandApi commandApi;
@@ -231,16 +232,18 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
       webhookDispatcher(store, webhookSender, settings.webhooks, this->clock, io.get_executor(), metrics),
       webhooks(store, webhookDispatcher, audit, settings, this->clock),
       sessions(this->clock, settings.console), wrongKeys(this->clock, settings.wrongKeys),
-      access(keys, settings.publicUrl, sessions, wrongKeys), machineApi(access,
-                                                                        links,
-                                                                        intake,
-                                                                        {.settings = settings,
-                                                                         .store = store,
-                                                                         .machines = machines,
-                                                                         .listener = online,
-                                                                         .memory = memory,
-                                                                         .workers = workers.get_executor(),
-                                                                         .metrics = metrics}),
+      access(keys, settings.publicUrl, sessions, wrongKeys), requestLimits(settings.rates, this->clock),
+      machineApi(access,
+                 links,
+                 intake,
+                 {.settings = settings,
+                  .store = store,
+                  .machines = machines,
+                  .listener = online,
+                  .memory = memory,
+                  .workers = workers.get_executor(),
+                  .clock = this->clock,
+                  .metrics = metrics}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), auditApi(access, audit, settings.limits),
@@ -274,7 +277,9 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
             .memory = memory,
             .work = work,
             .workers = workers.get_executor(),
-            .metrics = metrics})
+            .metrics = metrics,
+            .requestLimits = &requestLimits,
+            .access = &access})
 {
     begin();
 }
@@ -341,7 +346,7 @@ void Server::Parts::beginTls()
 {
     if (!settings.tls.isOn())
         return;
-    tls.emplace(settings.tls, workers.get_executor(), std::cerr);
+    tls.emplace(settings.tls, workers.get_executor(), [](std::string const& text) { Log::warning(text); });
     useCertificate(tls->pair());
 }
 
@@ -365,7 +370,7 @@ Task<> Server::Parts::noteTls()
         co_return;
     std::string const problem = co_await refreshTls();
     if (!problem.empty())
-        std::cerr << "zelvo-gateway: keeps its old certificate: " + problem + "\n" << std::flush;
+        Log::warning("keeps its old certificate: " + problem);
     tls->noteExpiry(clock.date());
 }
 
@@ -451,8 +456,10 @@ Task<> Server::Parts::reloadAll(std::optional<Settings> next,
                                 std::function<void(std::vector<std::string>)> done)
 {
     std::vector<std::string> problems;
-    if (next)
+    if (next) {
         settings.takeReloadable(*next);
+        Log::use(settings.log);
+    }
     try {
         takeKey();
     } catch (std::exception const& error) {
@@ -519,7 +526,7 @@ Task<> Server::Parts::runMaintenance()
             if (memory.hasRested())
                 co_await on(workers.get_executor(), returnUnusedMemory);
         } catch (std::exception const& error) { // A full disk, for instance. The next round repeats it.
-            std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+            Log::error(error.what());
         }
         co_await clock.sleep(maintenancePeriod);
     }
@@ -553,9 +560,7 @@ void Server::Parts::finishWork()
 Task<> Server::Parts::limitStop()
 {
     co_await clock.sleep(settings.stopTimeout);
-    std::cerr << "zelvo-gateway: stops in spite of open requests or commands (" +
-                     std::to_string(work.open()) + ")\n"
-              << std::flush;
+    Log::warning("stops in spite of open requests or commands (" + std::to_string(work.open()) + ")");
     stopHere(HttpServer::Answers::sent);
 }
 

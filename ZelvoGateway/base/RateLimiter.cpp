@@ -10,7 +10,8 @@ constexpr Duration sweepPeriod = 1s; // A sweep looks at every name.
 
 } // namespace
 
-std::optional<Duration> RateLimiter::take(std::string const& name, std::size_t max, Duration period)
+std::optional<Duration>
+RateLimiter::take(std::string const& name, std::size_t max, Duration period, std::size_t amount)
 {
     if (max == 0)
         return std::nullopt;
@@ -21,7 +22,8 @@ std::optional<Duration> RateLimiter::take(std::string const& name, std::size_t m
             return std::nullopt;
         found = freeAt.emplace(name, now).first;
     }
-    Instant const next = std::max(found->second, now) + period / static_cast<Duration::rep>(max);
+    Instant const next = std::max(found->second, now) +
+                         period * static_cast<Duration::rep>(amount) / static_cast<Duration::rep>(max);
     if (next - now > period)
         return next - now - period;
     found->second = next;

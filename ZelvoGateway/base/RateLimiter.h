@@ -17,9 +17,10 @@ public:
     /// maxNames   that are kept at one time
     RateLimiter(Clock const& clock, std::size_t maxNames) : clock(clock), maxNames(maxNames) {}
 
-    /// Counts one. Returns how long the name should wait, if that was one too many; nothing is counted then.
+    /// Counts `amount`. Returns how long the name should wait, if that was too much; nothing is counted then.
     /// max   in `period`; 0 for no limit
-    std::optional<Duration> take(std::string const& name, std::size_t max, Duration period);
+    std::optional<Duration>
+    take(std::string const& name, std::size_t max, Duration period, std::size_t amount = 1);
     std::size_t names() const { return freeAt.size(); }
 
 private:

@@ -8,41 +8,35 @@
 
 namespace zelvo::service {
 
-/// Reports a command when its scope ends. What nobody noted as done, queued or failed counts as an internal
-/// error. Thread: the server's.
+/// Reports a command when its scope ends: to the metrics, and at the level debug to the log. What nobody
+/// noted as done, queued or failed counts as an internal error. Thread: the server's.
 class CommandMeasure {
 public:
-    CommandMeasure(Metrics& metrics, Clock const& clock, std::string method)
-        : CommandMeasure(metrics, clock, std::move(method), clock.now())
+    struct Subject {
+        std::string method;
+        std::string requestId;
+        std::string connectionId;
+    };
+
+    CommandMeasure(Metrics& metrics, Clock const& clock, Subject subject)
+        : CommandMeasure(metrics, clock, std::move(subject), clock.now())
     {
     }
-    CommandMeasure(Metrics& metrics, Clock const& clock, std::string method, Instant began)
-        : metrics(metrics), clock(clock), method(std::move(method)), began(began)
-    {
-        metrics.commandBegan();
-    }
+    CommandMeasure(Metrics& metrics, Clock const& clock, Subject subject, Instant began);
     CommandMeasure(CommandMeasure const&) = delete;
     CommandMeasure& operator=(CommandMeasure const&) = delete;
-    ~CommandMeasure()
-    {
-        report.method = method;
-        report.took = clock.now() - began;
-        metrics.commandEnded(report);
-    }
+    ~CommandMeasure();
 
     void ended(CommandReport::End how) { report.end = how; }
     void failed(ErrorCode code) { report.error = code; }
-    void failed(Failure const& failure)
-    {
-        failed(failure.code);
-        if (failure.limit)
-            metrics.refused(*failure.limit);
-    }
+    void failed(Failure const& failure);
 
 private:
+    void log() const;
+
     Metrics& metrics;
     Clock const& clock;
-    std::string method;
+    Subject subject;
     Instant began;
     CommandReport report{.end = CommandReport::End::failed};
 };

@@ -3,12 +3,29 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
 #include "ZelvoGateway/base/KnownMethod.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/control/CommandMeasure.h"
 #include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/machines/MachineReply.h"
 
 namespace zelvo::service {
+
+namespace {
+
+void logSent(std::string const& id, StoredConnection const& connection, std::string_view method)
+{
+    if (!Log::takes(Log::Level::debug))
+        return;
+    method = knownMethod(method);
+    Log::debug(id + " " + std::string(method) + " sent to " + connection.machineId,
+               {{"requestId", id},
+                {"machine", connection.machineId},
+                {"connection", connection.id},
+                {"method", method}});
+}
+
+} // namespace
 
 CommandService::CommandService(Store& store,
                                MachineDirectory& machines,
@@ -52,7 +69,7 @@ std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string cons
 Task<CommandOutcome>
 CommandService::run(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
-    CommandMeasure measure(metrics, clock, command.method);
+    CommandMeasure measure(metrics, clock, {.method = command.method, .connectionId = connectionId});
     try {
         CommandOutcome outcome =
             co_await carryOut(std::move(caller), std::move(connectionId), std::move(command), bytes);
@@ -121,6 +138,7 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     bool const mayBeKept =
         submission.command.mayBeQueued() && submission.text.size() <= settings.limits.queuedCommand;
     std::string kept = mayBeKept ? submission.text : std::string();
+    logSent(submission.id, submission.connection, method);
     MachineMessage reply =
         co_await machine->call(submission.id, std::move(submission.text), submission.patience);
     json::object& object = reply.value.get_object();

@@ -137,7 +137,9 @@ Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Durati
 
 void QueueRunner::report(StoredCommand const& command, Instant began, std::optional<ErrorCode> error)
 {
-    CommandMeasure measure(metrics, clock, command.method, began);
+    CommandMeasure measure(
+        metrics, clock,
+        {.method = command.method, .requestId = command.id, .connectionId = command.connectionId}, began);
     if (error)
         measure.failed(*error);
     else

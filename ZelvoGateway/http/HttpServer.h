@@ -40,7 +40,8 @@ public:
 
 private:
     Task<> acceptAll();
-    Task<> serveOne(PeerStream stream);
+    Task<> serveOne(PeerStream stream, RequestLimits::Lease ofAddress);
+    bool admits(asio::ip::tcp::socket const& socket, RequestLimits::Lease& ofAddress);
     bool makePlace();
     Task<> turnAway(PeerStream stream);
 

@@ -1,5 +1,6 @@
 #include "ZelvoGateway/metrics/PrometheusMetrics.h"
 
+#include "ZelvoGateway/base/DeliveryNames.h"
 #include "ZelvoGateway/metrics/ProcessFigures.h"
 #include "wire/MethodTable.h"
 
@@ -32,7 +33,6 @@ Buckets const storeTimes = {0.00001, 0.0001, 0.001, 0.005, 0.025, 0.1, 1};
 Buckets const exchangeTimes = {0.0005, 0.001, 0.0025, 0.005, 0.01, 0.05, 0.25, 1, 5};
 Buckets const loopTimes = {0.001, 0.005, 0.01, 0.05, 0.1, 0.5, 1, 5};
 
-constexpr std::array<std::string_view, 3> deliveryEnds = {"delivered", "repeated", "failed"};
 constexpr std::array<std::string_view, 3> exchangeSteps = {"find", "publish", "request"};
 constexpr std::array<std::string_view, 5> statusClasses = {"1xx", "2xx", "3xx", "4xx", "5xx"};
 
@@ -123,10 +123,10 @@ struct PrometheusMetrics::Instruments {
         countersOf(counters("zelvo_http_responses_total", "HTTP responses, by class of status."),
                    "status",
                    statusClasses);
-    std::array<Counter*, deliveryEnds.size()> deliveries =
+    std::array<Counter*, deliveryNames.size()> deliveries =
         countersOf(counters("zelvo_webhook_deliveries_total", "Attempts to deliver webhooks, by outcome."),
                    "outcome",
-                   deliveryEnds);
+                   deliveryNames);
     Histogram& deliverySeconds =
         histograms("zelvo_webhook_delivery_duration_seconds", "From an attempt's beginning to the answer.")
             .Add({}, deliveryTimes);

@@ -1,9 +1,8 @@
 #include "ZelvoGateway/recordings/RecordingUpload.h"
 
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/base/Log.h"
 #include "base/Hop.h"
-
-#include <iostream>
 
 namespace zelvo::service {
 
@@ -20,7 +19,7 @@ Task<> writeOnWorkers(Executor workers, std::function<void()> work)
     }
     if (!problem)
         co_return;
-    std::cerr << "zelvo-gateway: " << *problem << std::endl;
+    Log::error(*problem);
     throw Failure{.code = ErrorCode::recordingsUnavailable, .message = "The film can't be stored"};
 }
 
@@ -50,7 +49,7 @@ void RecordingUpload::endInStore() noexcept
         store.moveRecording(recording.id, RecordingStage::receiving, RecordingStage::ended,
                             recording.createdAt);
     } catch (std::exception const& error) { // The next start ends it.
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        Log::error(error.what());
     }
 }
 

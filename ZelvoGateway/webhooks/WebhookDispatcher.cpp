@@ -1,13 +1,14 @@
 #include "ZelvoGateway/webhooks/WebhookDispatcher.h"
 
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/DeliveryNames.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/webhooks/RetryDelay.h"
 #include "ZelvoGateway/webhooks/WebhookSignature.h"
 
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <random>
 
 namespace zelvo::service {
@@ -88,7 +89,7 @@ void WebhookDispatcher::dispatch()
         if (next)
             timer.in(*next - now, [this] { dispatch(); });
     } catch (StoreError const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        Log::error(error.what());
         timer.in(pauseAfterTrouble, [this] { dispatch(); });
     }
 }
@@ -123,19 +124,38 @@ Task<> WebhookDispatcher::deliver(StoredWebhook webhook, StoredDelivery delivery
 {
     WebhookRequest request = requestFor(webhook, delivery);
     Instant const began = clock.now();
+    std::string const deliveryId = delivery.id;
     WebhookAnswer const answer = co_await sender.send(std::move(request));
     if (stopped)
         co_return; // It waits in the store as before.
     sending[webhook.id].erase(delivery.id);
     try {
         if (auto const end = conclude(std::move(delivery), answer))
-            metrics.attempted(*end, clock.now() - began);
+            noteAttempt(webhook.id, deliveryId, *end, clock.now() - began);
     } catch (StoreError const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        Log::error(error.what());
         timer.in(pauseAfterTrouble, [this] { dispatch(); });
         co_return;
     }
     wake();
+}
+
+void WebhookDispatcher::noteAttempt(std::string const& webhookId,
+                                    std::string const& deliveryId,
+                                    DeliveryEnd end,
+                                    Duration took)
+{
+    metrics.attempted(end, took);
+    if (!Log::takes(Log::Level::debug))
+        return;
+    std::string_view const outcome = deliveryNames.at(static_cast<std::size_t>(end));
+    auto const milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(took).count();
+    Log::debug(deliveryId + " to webhook " + webhookId + ": " + std::string(outcome) + ", " +
+                   std::to_string(milliseconds) + " ms",
+               {{"requestId", deliveryId},
+                {"webhook", webhookId},
+                {"outcome", outcome},
+                {"durationMs", milliseconds}});
 }
 
 std::optional<DeliveryEnd> WebhookDispatcher::conclude(StoredDelivery delivery, WebhookAnswer const& answer)
@@ -194,8 +214,9 @@ void WebhookDispatcher::disable(StoredWebhook webhook, Date now)
     store.saveWebhook(webhook);
     store.failWaiting(webhook.id, "the webhook was disabled", now);
     auto const days = std::chrono::duration_cast<std::chrono::days>(now - *webhook.failingSince).count();
-    std::cerr << "zelvo-gateway: webhook " << webhook.id << " is disabled: no delivery has succeeded for "
-              << days << " days" << std::endl;
+    Log::warning("webhook " + webhook.id + " is disabled: no delivery has succeeded for " +
+                     std::to_string(days) + " days",
+                 {{"webhook", webhook.id}});
 }
 
 void WebhookDispatcher::runMaintenance()

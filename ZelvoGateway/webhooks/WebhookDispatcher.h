@@ -39,6 +39,8 @@ private:
     void dispatch();
     void startDue(StoredWebhook const& webhook, Date now);
     Task<> deliver(StoredWebhook webhook, StoredDelivery delivery);
+    void
+    noteAttempt(std::string const& webhookId, std::string const& deliveryId, DeliveryEnd end, Duration took);
     /// Returns how the attempt ended; nullopt if nobody waits for the delivery any more.
     std::optional<DeliveryEnd> conclude(StoredDelivery delivery, WebhookAnswer const& answer);
     void succeeded(StoredWebhook webhook, StoredDelivery delivery);
