@@ -120,9 +120,13 @@ TEST_F(LogLines, changeTheirFormWithAReload)
     std::ofstream(config) << "log-format = text\n";
     second.send(SIGHUP);
     ASSERT_TRUE(second.becomesText("reloaded: log-format changed"));
-    second.send(SIGHUP);
 
-    EXPECT_TRUE(second.becomesText("\nzelvo-gateway: reloaded: nothing changed in the settings"));
+    // The line about the reload itself may still have the old form.
+    EXPECT_TRUE(becomes([&] {
+        second.send(SIGHUP);
+        return second.text().find("\nzelvo-gateway: reloaded: nothing changed in the settings") !=
+               std::string::npos;
+    }));
 }
 
 } // namespace
