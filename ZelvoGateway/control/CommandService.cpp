@@ -11,22 +11,6 @@
 
 namespace zelvo::service {
 
-namespace {
-
-void logSent(std::string const& id, StoredConnection const& connection, std::string_view method)
-{
-    if (!Log::takes(Log::Level::debug))
-        return;
-    method = knownMethod(method);
-    Log::debug(id + " " + std::string(method) + " sent to " + connection.machineId,
-               {{"requestId", id},
-                {"machine", connection.machineId},
-                {"connection", connection.id},
-                {"method", method}});
-}
-
-} // namespace
-
 CommandService::CommandService(Store& store,
                                MachineDirectory& machines,
                                ControlService& control,
@@ -69,7 +53,9 @@ std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string cons
 Task<CommandOutcome>
 CommandService::run(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
-    CommandMeasure measure(metrics, clock, {.method = command.method, .connectionId = connectionId});
+    CommandMeasure measure(
+        metrics, clock,
+        {.method = command.method, .requestId = command.requestId, .connectionId = connectionId});
     try {
         CommandOutcome outcome =
             co_await carryOut(std::move(caller), std::move(connectionId), std::move(command), bytes);
@@ -138,7 +124,7 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     bool const mayBeKept =
         submission.command.mayBeQueued() && submission.text.size() <= settings.limits.queuedCommand;
     std::string kept = mayBeKept ? submission.text : std::string();
-    logSent(submission.id, submission.connection, method);
+    logSent(submission);
     MachineMessage reply =
         co_await machine->call(submission.id, std::move(submission.text), submission.patience);
     json::object& object = reply.value.get_object();
@@ -155,6 +141,22 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     }
     co_return CommandResult{
         .value = std::move(object.at("result")), .bytes = reply.bytes, .memory = std::move(reply.memory)};
+}
+
+/// With the id that the machine sees, which is also in the answer if the machine refuses.
+void CommandService::logSent(Submission const& submission)
+{
+    if (!Log::takes(Log::Level::debug))
+        return;
+    std::string const& request =
+        submission.command.requestId.empty() ? submission.id : submission.command.requestId;
+    std::string_view const method = knownMethod(submission.command.method);
+    Log::debug(request + " " + std::string(method) + " sent to " + submission.connection.machineId,
+               {{"requestId", request},
+                {"frame", submission.id},
+                {"machine", submission.connection.machineId},
+                {"connection", submission.connection.id},
+                {"method", method}});
 }
 
 CommandOutcome CommandService::enqueue(Submission submission)

@@ -73,6 +73,7 @@ private:
     Task<Submission> prepare(StoredConnection connection, PlatformCommand command, std::size_t bytes);
     Task<CommandOutcome> send(Submission submission);
     std::shared_ptr<ConnectedMachine> onlineMachine(std::string const& machineId) const;
+    static void logSent(Submission const& submission);
     CommandOutcome enqueue(Submission submission);
 
     Store& store;

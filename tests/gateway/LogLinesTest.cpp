@@ -63,20 +63,18 @@ TEST_F(LogLines, followARequestToTheMachineAndBack)
 
     EXPECT_EQ(answer.status, 200) << answer.body;
     EXPECT_EQ(answer.headers.at("x-request-id"), "deploy-2026.11_23");
-    std::string const frame(machine.frames().back().at("id").as_string());
-    ASSERT_TRUE(becomes([&] { return !linesOf("requestId", "deploy-2026.11_23").empty(); }))
+    ASSERT_TRUE(becomes([&] { return linesOf("requestId", "deploy-2026.11_23").size() == 3; }))
         << gateway.text();
-    json::object const asked = linesOf("requestId", "deploy-2026.11_23").front();
-    EXPECT_EQ(asked.at("route"), "POST /v1/connections/*/commands");
-    EXPECT_EQ(asked.at("status"), 200);
-    EXPECT_EQ(asked.at("level"), "debug");
-    json::object const sent = linesOf("requestId", frame).at(0);
-    EXPECT_EQ(sent.at("method"), "cursor.position");
-    EXPECT_EQ(sent.at("connection"), json::value(made.connectionId));
-    EXPECT_TRUE(sent.at("machine").as_string().starts_with("mch_"));
-    json::object const ended = linesOf("outcome", "done").at(0);
-    EXPECT_EQ(ended.at("method"), "cursor.position");
-    EXPECT_TRUE(ended.at("durationMs").is_int64());
+    auto const found = linesOf("requestId", "deploy-2026.11_23");
+    EXPECT_EQ(found[0].at("frame"), machine.frames().back().at("id"));
+    EXPECT_EQ(found[0].at("method"), "cursor.position");
+    EXPECT_EQ(found[0].at("connection"), json::value(made.connectionId));
+    EXPECT_TRUE(found[0].at("machine").as_string().starts_with("mch_"));
+    EXPECT_EQ(found[1].at("outcome"), "done");
+    EXPECT_TRUE(found[1].at("durationMs").is_int64());
+    EXPECT_EQ(found[2].at("route"), "POST /v1/connections/*/commands");
+    EXPECT_EQ(found[2].at("status"), 200);
+    EXPECT_EQ(found[2].at("level"), "debug");
 }
 
 TEST_F(LogLines, replaceRequestIdsThatAreNoIds)
