@@ -170,7 +170,7 @@ struct LogRules {
     bool operator==(LogRules const&) const = default;
 };
 
-/// How often somebody may do what. Rates are averages; short bursts of twice a second's share pass. 0 is no
+/// How often somebody may do what. Rates are averages: as many may come at once. 0 is no
 /// limit.
 struct RateRules {
     std::size_t keyRequests = 1000;           ///< of one API key, a second
