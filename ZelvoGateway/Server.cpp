@@ -12,6 +12,7 @@
 #include "ZelvoGateway/base/ApiKey.h"
 #include "ZelvoGateway/base/DataFolder.h"
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/MemoryBudget.h"
 #include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/base/ServerClock.h"
@@ -27,6 +28,8 @@
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/mcp/desktop/DesktopMcpHost.h"
 #include "ZelvoGateway/mcp/transport/McpEndpoint.h"
+#include "ZelvoGateway/metrics/MeasuredStore.h"
+#include "ZelvoGateway/metrics/MetricsServer.h"
 #include "ZelvoGateway/net/TlsIdentity.h"
 #include "ZelvoGateway/net/TrustedProxies.h"
 #include "ZelvoGateway/store/OpenStore.h"
@@ -42,7 +45,6 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,17 +55,19 @@ namespace zelvo::service {
 namespace {
 
 constexpr char const* addressFile = "address";
-constexpr char const* localAddressFile = "local-address";      // For programs on this computer.
+constexpr char const* localAddressFile = "local-address"; // For programs on this computer.
+constexpr char const* metricsFile = "metrics-address";
 constexpr char const* certificateFile = "tls-certificate.pem"; // By which they know the gateway.
 constexpr auto patienceAtEnd = std::chrono::seconds(5);
 constexpr auto patienceInHaste = std::chrono::seconds(1);
 constexpr Duration maintenancePeriod = 60s;
+constexpr Duration loopPeriod = 1s; // Between two measurements of the loop.
 constexpr Duration revokedKeysKept = 90 * 24h;
 
 /// By these, programs on this computer find the gateway that runs.
 void removeAddresses(DataFolder const& folder)
 {
-    for (char const* const file : {addressFile, localAddressFile, certificateFile})
+    for (char const* const file : {addressFile, localAddressFile, certificateFile, metricsFile})
         folder.remove(file);
 }
 
@@ -97,6 +101,7 @@ public:
     std::uint16_t port() const { return http.port(); }
     std::string address() const;
     std::string newConsoleLink();
+    std::string metricsAddress() const { return metricsServer ? metricsServer->address() : ""; }
     void run(ServingWatch watch);
     void reload(std::optional<Settings> next, std::function<void(std::vector<std::string>)> done);
     void stop();
@@ -108,6 +113,9 @@ private:
     Task<> beat(ServingWatch watch);
     void takeKey();
     bool isReady();
+    void beginMetrics();
+    GatewayReadings readings() const;
+    Task<> measureLoop();
     void beginTls();
     void useCertificate(TlsPair const& pair);
     void addRoutes();
@@ -124,7 +132,11 @@ private:
     Settings settings;
     DataFolder folder;
     ApiKey key;
-    SqliteStore store;
+    SqliteStore stored;
+    std::unique_ptr<PrometheusMetrics> prometheus; // Null while metrics are off.
+    Metrics& metrics;
+    MeasuredStore measured{stored, metrics};
+    Store& store;
     MemoryBudget memory;
     OpenWork work;
     TrustedProxies proxies;
@@ -155,6 +167,7 @@ private:
     ConsoleSessions sessions;
     AttemptLimiter wrongKeys;
     AccessControl access;
+    RequestLimits requestLimits;
     MachineApi machineApi;
     PlatformApi platformApi;
     CommandApi commandApi;
@@ -171,9 +184,12 @@ private:
     Routes routes;
     OpenApi openApi;
     HttpServer http;
-    std::optional<TlsIdentity> tls; // Empty for plain HTTP.
+    std::optional<MetricsServer> metricsServer; // Empty while metrics are off.
+    Backlog backlog;                            // As of the last maintenance.
+    std::optional<TlsIdentity> tls;             // Empty for plain HTTP.
     TaskHandle maintenance;
     TaskHandle beating;
+    TaskHandle measuringLoop;
     TaskHandle stopLimit;
     std::chrono::seconds patience = patienceAtEnd; // For the last connections.
     boost::signals2::scoped_connection revocations;
@@ -181,32 +197,53 @@ private:
 
 Server::Parts::Parts(Settings wanted, Clock* clock)
     : settings(std::move(wanted)), folder(settings.dataFolder), key(takeFolder(folder)),
-      store(folder.file(storeFile)), memory(settings.limits.memory, settings.limits.memoryOfCaller),
-      proxies(settings.trustedProxies), clock(clock ? *clock : ownClock),
-      files(openRecordingFiles(settings.recordingPlace, folder, store)),
+      stored(folder.file(storeFile)),
+      prometheus(settings.metrics.isOn ? std::make_unique<PrometheusMetrics>(ZELVO_VERSION) : nullptr),
+      metrics(prometheus ? *prometheus : Metrics::none()),
+      store(prometheus ? static_cast<Store&>(measured) : stored),
+      memory(settings.limits.memory, settings.limits.memoryOfCaller), proxies(settings.trustedProxies),
+      clock(clock ? *clock : ownClock), files(openRecordingFiles(settings.recordingPlace, folder, store)),
       audit(store, this->clock, settings.audit, io.get_executor()),
       keys(store, audit, this->clock, io.get_executor()),
       intake(store, files, audit, settings, this->clock, fileWorkers.get_executor()),
       library(store, files, key, keys, audit, settings, this->clock, fileWorkers.get_executor()),
-      control(store, audit, this->clock, settings, io.get_executor()),
-      queue(store, control, audit, this->clock, settings, work, io.get_executor(), workers.get_executor()),
+      control(store, audit, this->clock, settings, io.get_executor()), queue(store,
+                                                                             control,
+                                                                             audit,
+                                                                             this->clock,
+                                                                             settings,
+                                                                             work,
+                                                                             io.get_executor(),
+                                                                             workers.get_executor(),
+                                                                             metrics),
       connections(store, machines, control, queue, intake, library, audit, settings, io.get_executor()),
-      links(store, audit, settings),
-      commands(store, machines, control, queue, keys, audit, settings, this->clock, workers.get_executor()),
+      links(store, audit, settings), commands(store,
+                                              machines,
+                                              control,
+                                              queue,
+                                              keys,
+                                              audit,
+                                              settings,
+                                              this->clock,
+                                              workers.get_executor(),
+                                              metrics),
       events(machines, control, queue, connections), online(events, machines, store, this->clock),
       webhookSender(settings.webhooks),
-      webhookDispatcher(store, webhookSender, settings.webhooks, this->clock, io.get_executor()),
+      webhookDispatcher(store, webhookSender, settings.webhooks, this->clock, io.get_executor(), metrics),
       webhooks(store, webhookDispatcher, audit, settings, this->clock),
       sessions(this->clock, settings.console), wrongKeys(this->clock, settings.wrongKeys),
-      access(keys, settings.publicUrl, sessions, wrongKeys), machineApi(access,
-                                                                        links,
-                                                                        intake,
-                                                                        {.settings = settings,
-                                                                         .store = store,
-                                                                         .machines = machines,
-                                                                         .listener = online,
-                                                                         .memory = memory,
-                                                                         .workers = workers.get_executor()}),
+      access(keys, settings.publicUrl, sessions, wrongKeys), requestLimits(settings.rates, this->clock),
+      machineApi(access,
+                 links,
+                 intake,
+                 {.settings = settings,
+                  .store = store,
+                  .machines = machines,
+                  .listener = online,
+                  .memory = memory,
+                  .workers = workers.get_executor(),
+                  .clock = this->clock,
+                  .metrics = metrics}),
       platformApi(access, links, connections, settings.limits),
       commandApi(access, commands, memory, settings.limits, workers.get_executor()),
       recordingApi(access, library, settings), auditApi(access, audit, settings.limits),
@@ -239,7 +276,10 @@ Server::Parts::Parts(Settings wanted, Clock* clock)
             .proxies = proxies,
             .memory = memory,
             .work = work,
-            .workers = fileWorkers.get_executor()})
+            .workers = fileWorkers.get_executor(),
+            .metrics = metrics,
+            .requestLimits = &requestLimits,
+            .access = &access})
 {
     begin();
 }
@@ -260,16 +300,55 @@ void Server::Parts::begin()
     library.begin();
     addRoutes();
     beginTls();
+    beginMetrics();
     http.listen(settings.listen, settings.port);
     folder.write(addressFile, address() + "\n");
     folder.write(localAddressFile, http.localAddress() + "\n");
+}
+
+/// On a separate port, before the public one: a gateway whose metrics can't be served does not start.
+void Server::Parts::beginMetrics()
+{
+    if (!prometheus)
+        return;
+    metricsServer.emplace(settings.metrics, MetricsServer::Parts{.metrics = *prometheus,
+                                                                 .readings = [this] { return readings(); },
+                                                                 .io = io,
+                                                                 .work = work,
+                                                                 .workers = workers.get_executor()});
+    folder.write(metricsFile, metricsServer->address() + "\n");
+}
+
+GatewayReadings Server::Parts::readings() const
+{
+    return {.machines = machines.count(),
+            .maxMachines = settings.limits.machines,
+            .connections = http.connections(),
+            .maxConnections = settings.limits.connections,
+            .openWork = work.open(),
+            .memoryUsed = settings.limits.memory - memory.available(),
+            .memoryLimit = settings.limits.memory,
+            .auditEvents = audit.waitingCount(),
+            .queuedCommands = backlog.commands,
+            .waitingDeliveries = backlog.deliveries};
+}
+
+/// By real time, like the loop itself.
+Task<> Server::Parts::measureLoop()
+{
+    asio::steady_timer timer(io);
+    for (;;) {
+        timer.expires_after(loopPeriod);
+        co_await timer.async_wait(asio::use_awaitable);
+        metrics.loopWasLate(std::chrono::steady_clock::now() - timer.expiry());
+    }
 }
 
 void Server::Parts::beginTls()
 {
     if (!settings.tls.isOn())
         return;
-    tls.emplace(settings.tls, workers.get_executor(), std::cerr);
+    tls.emplace(settings.tls, workers.get_executor(), [](std::string const& text) { Log::warning(text); });
     useCertificate(tls->pair());
 }
 
@@ -293,7 +372,7 @@ Task<> Server::Parts::noteTls()
         co_return;
     std::string const problem = co_await refreshTls();
     if (!problem.empty())
-        std::cerr << "zelvo-gateway: keeps its old certificate: " + problem + "\n" << std::flush;
+        Log::warning("keeps its old certificate: " + problem);
     tls->noteExpiry(clock.date());
 }
 
@@ -326,6 +405,8 @@ std::string Server::Parts::newConsoleLink()
 void Server::Parts::run(ServingWatch watch)
 {
     http.start();
+    if (metricsServer)
+        metricsServer->start();
     // Spawned from inside the loop, where it starts at once. A task that is cancelled before it starts would
     // throw out of run().
     asio::post(io, [this, watch = std::move(watch)] {
@@ -346,6 +427,8 @@ void Server::Parts::beginServing(ServingWatch const& watch)
         if (keyId == ApiKey::id)
             sessions.endAll();
     });
+    if (metricsServer)
+        measuringLoop = spawn(io.get_executor(), [this] { return measureLoop(); });
     if (watch.begins)
         watch.begins();
     if (watch.beats && watch.period > Duration::zero())
@@ -375,8 +458,10 @@ Task<> Server::Parts::reloadAll(std::optional<Settings> next,
                                 std::function<void(std::vector<std::string>)> done)
 {
     std::vector<std::string> problems;
-    if (next)
+    if (next) {
         settings.takeReloadable(*next);
+        Log::use(settings.log);
+    }
     try {
         takeKey();
     } catch (std::exception const& error) {
@@ -435,13 +520,15 @@ Task<> Server::Parts::runMaintenance()
             mcp.runMaintenance();
             co_await library.runMaintenance();
             webhookDispatcher.runMaintenance();
+            if (metricsServer)
+                backlog = store.backlog();
             co_await noteTls();
             if (clock.now() >= everybodyIsBack)
                 online.noteAbsent();
             if (memory.hasRested())
                 co_await on(workers.get_executor(), returnUnusedMemory);
         } catch (std::exception const& error) { // A full disk, for instance. The next round repeats it.
-            std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+            Log::error(error.what());
         }
         co_await clock.sleep(maintenancePeriod);
     }
@@ -475,9 +562,7 @@ void Server::Parts::finishWork()
 Task<> Server::Parts::limitStop()
 {
     co_await clock.sleep(settings.stopTimeout);
-    std::cerr << "zelvo-gateway: stops in spite of open requests or commands (" +
-                     std::to_string(work.open()) + ")\n"
-              << std::flush;
+    Log::warning("stops in spite of open requests or commands (" + std::to_string(work.open()) + ")");
     stopHere(HttpServer::Answers::sent);
 }
 
@@ -497,6 +582,9 @@ void Server::Parts::stopHere(HttpServer::Answers answers)
     audit.stop();
     maintenance.cancel();
     beating.cancel();
+    measuringLoop.cancel();
+    if (metricsServer)
+        metricsServer->stop();
     ownClock.rest();
     http.stop(answers);
 }
@@ -518,6 +606,11 @@ std::string Server::address() const
 std::string Server::newConsoleLink()
 {
     return parts->newConsoleLink();
+}
+
+std::string Server::metricsAddress() const
+{
+    return parts->metricsAddress();
 }
 
 void Server::run(ServingWatch watch)

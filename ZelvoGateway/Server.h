@@ -33,6 +33,8 @@ public:
     /// Where a browser reaches it: the public URL, or "http://127.0.0.1:8737", with "https:" if there is TLS.
     std::string address() const;
     std::string newConsoleLink();
+    /// "http://127.0.0.1:8738/metrics"; empty if metrics are off.
+    std::string metricsAddress() const;
 
     /// Serves until stop(); returns once every connection has ended.
     void run(ServingWatch watch = {});

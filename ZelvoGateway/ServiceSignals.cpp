@@ -1,9 +1,10 @@
 #include "ZelvoGateway/ServiceSignals.h"
 
+#include "ZelvoGateway/base/Log.h"
+
 #include <unistd.h>
 
 #include <chrono>
-#include <iostream>
 #include <utility>
 
 namespace zelvo::service {
@@ -14,7 +15,7 @@ constexpr Duration patienceForEnd = 10s; // The server itself waits 5 for its co
 
 [[noreturn]] void endInSpite()
 {
-    std::cerr << "zelvo-gateway: ended in spite of work that hangs" << std::endl;
+    Log::error("ended in spite of work that hangs");
     ::_exit(1);
 }
 

@@ -2,6 +2,7 @@
 #include "ZelvoGateway/Server.h"
 #include "ZelvoGateway/ServiceSignals.h"
 #include "ZelvoGateway/base/DataFolder.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/ServiceManager.h"
 #include "ZelvoGateway/base/SettingsChange.h"
 
@@ -28,11 +29,6 @@ void allowManyDescriptors()
     }
 }
 
-void logLine(std::string const& text)
-{
-    std::cerr << "zelvo-gateway: " + text + "\n" << std::flush;
-}
-
 /// Gives a running server what its files say now. Thread: one, that of the signals.
 class Reload {
 public:
@@ -43,7 +39,7 @@ public:
         ServiceManager::reportReloading();
         server.reload(nextSettings(), [status = "Serving at " + server.address()](auto const& problems) {
             for (std::string const& problem : problems)
-                logLine("not reloaded: " + problem);
+                Log::warning("not reloaded: " + problem);
             ServiceManager::reportReady(status);
         });
     }
@@ -54,13 +50,14 @@ private:
     {
         FlagsReading const reading = readAgain(started);
         for (std::string const& problem : reading.problems)
-            logLine("not reloaded: " + problem);
+            Log::warning("not reloaded: " + problem);
         if (!reading.problems.empty()) {
-            logLine("the settings stay as they are");
+            Log::warning("the settings stay as they are");
             return std::nullopt;
         }
         SettingsChange const change = changeBetween(running, reading.flags.given);
-        logLine("reloaded" + (change.isEmpty() ? ": nothing changed in the settings" : ": " + change.text()));
+        Log::info("reloaded" +
+                  (change.isEmpty() ? ": nothing changed in the settings" : ": " + change.text()));
         running = takenFrom(std::move(running), reading.flags.given);
         return reading.flags.settings;
     }
@@ -81,6 +78,7 @@ ServingWatch watchOf(Server const& server)
 
 void serve(Flags const& flags, std::ostream& out)
 {
+    Log::use(flags.settings.log);
     allowManyDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
     ServiceSignals signals;

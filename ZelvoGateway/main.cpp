@@ -1,5 +1,6 @@
 #include "ZelvoGateway/Administration.h"
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/base/Log.h"
 #include "base/UnusedMemory.h"
 
 #include <exception>
@@ -71,9 +72,9 @@ int main(int count, char** arguments)
         std::cerr << "zelvo-gateway: --help lists the flags\n";
         return 2;
     } catch (zelvo::service::Failure const& failure) {
-        std::cerr << "zelvo-gateway: " << failure.message << "\n";
+        zelvo::service::Log::error(failure.message);
     } catch (std::exception const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << "\n";
+        zelvo::service::Log::error(error.what());
     }
     return 1;
 }

@@ -63,6 +63,7 @@ Task<HttpResponse> CommandApi::handleRun(HttpRequest request, PathIds ids)
     commands.assertExists(caller, connectionId); // Before the body is read: a large one takes time.
     std::size_t const bytes = request.body.size();
     PlatformCommand command = co_await commandIn(workers, std::move(request.body));
+    command.requestId = request.header("x-request-id");
     CommandOutcome outcome =
         co_await commands.run(std::move(caller), connectionId, std::move(command), bytes);
     if (auto const* const queued = std::get_if<StoredCommand>(&outcome))
@@ -106,8 +107,10 @@ HttpResponse CommandApi::recordResponse(StoredCommand const& command)
     HttpResponse response;
     response.body = recordText(command);
     if (!memory.grow(response.memory, response.body.size()))
-        throw HttpError{
-            .status = 429, .code = ErrorCode::rateLimited, .message = "Too many large bodies at this time"};
+        throw HttpError{.status = 429,
+                        .code = ErrorCode::rateLimited,
+                        .message = "Too many large bodies at this time",
+                        .limit = Refusal::memory};
     return response;
 }
 

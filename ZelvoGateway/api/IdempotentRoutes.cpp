@@ -1,6 +1,7 @@
 #include "ZelvoGateway/api/IdempotentRoutes.h"
 
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/SealedText.h"
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/HttpError.h"
@@ -8,7 +9,6 @@
 #include "wire/records/ServiceMachines.h"
 
 #include <algorithm>
-#include <iostream>
 
 namespace zelvo::service {
 
@@ -185,7 +185,7 @@ void IdempotentRoutes::keep(StoredAnswer answer, HttpResponse const& response, s
         if (++keptSinceTrim * trimShare > rules.maxAnswers)
             runMaintenance();
     } catch (std::exception const& error) {
-        std::cerr << "zelvo-gateway: an answer was not kept: " << error.what() << std::endl;
+        Log::error(std::string("an answer was not kept: ") + error.what());
     }
 }
 
@@ -196,7 +196,7 @@ void IdempotentRoutes::drop(Use const& use)
     try {
         dropUnused();
     } catch (StoreError const& error) { // The next request with a key tries again.
-        std::cerr << "zelvo-gateway: an idempotency key is not free yet: " << error.what() << std::endl;
+        Log::warning(std::string("an idempotency key is not free yet: ") + error.what());
     }
 }
 

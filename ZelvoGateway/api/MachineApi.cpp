@@ -10,6 +10,15 @@ namespace {
 
 constexpr double maxSeconds = 86400; // of one recording
 
+HttpError tooMany(std::string message, Refusal limit, Duration retryAfter)
+{
+    return {.status = 429,
+            .code = ErrorCode::rateLimited,
+            .message = std::move(message),
+            .retryAfter = retryAfter,
+            .limit = limit};
+}
+
 std::string textIn(json::object const& body, std::string_view key)
 {
     auto const text = read::text(body, key);
@@ -83,28 +92,41 @@ std::vector<Route> MachineApi::routes()
             std::move(upload)};
 }
 
-StoredMachine MachineApi::machineOf(HttpRequest const& head) const
+StoredMachine MachineApi::machineOf(HttpRequest const& head)
 {
     std::string const authorization = head.header("authorization");
     constexpr std::string_view scheme = "Bearer ";
     auto machine = authorization.starts_with(scheme)
                        ? sockets.store.machineOfToken(std::string_view(authorization).substr(scheme.size()))
                        : std::nullopt;
-    if (!machine)
+    if (!machine) {
+        if (auto const wait = wrongTokens.count(head.remoteAddress))
+            throw tooMany("Too many wrong machine tokens came from this address", Refusal::wrongTokens,
+                          *wait);
         throw Failure{.code = ErrorCode::unauthorized, .message = "The machine token is not known"};
+    }
     if (isVersionBelow(head.header("x-zelvo-app-version"), sockets.settings.minimumAppVersion))
         throw Failure{.code = ErrorCode::appUpdateRequired,
                       .message = "A newer version of the app is needed"};
     return *std::move(machine);
 }
 
+void MachineApi::assertMayConnect(std::string const& machineId)
+{
+    if (auto const wait = arrivals.take(machineId, sockets.settings.rates.machineConnections, 1min))
+        throw tooMany("This machine connects too often", Refusal::machineRate, *wait);
+}
+
 Upgrade MachineApi::admitSocket(HttpRequest const& head)
 {
     std::string const id = machineOf(head).id;
+    assertMayConnect(id);
     bool const full = sockets.machines.count() >= sockets.settings.limits.machines;
     if (full && !sockets.machines.isOnline(id))
-        throw HttpError{
-            .status = 503, .code = ErrorCode::rateLimited, .message = "Too many machines are connected"};
+        throw HttpError{.status = 503,
+                        .code = ErrorCode::rateLimited,
+                        .message = "Too many machines are connected",
+                        .limit = Refusal::machines};
     return [this, id](std::shared_ptr<UpgradedConnection> connection) {
         return serveSocket(std::move(connection), id);
     };

@@ -18,15 +18,19 @@ public:
                LinkService& links,
                RecordingIntake& intake,
                MachineSocketParts sockets)
-        : endpoints(access), access(access), links(links), intake(intake), sockets(std::move(sockets))
+        : endpoints(access), access(access), links(links), intake(intake), sockets(std::move(sockets)),
+          wrongTokens(this->sockets.clock, this->sockets.settings.wrongTokens),
+          arrivals(this->sockets.clock, this->sockets.settings.rates.maxNames)
     {
     }
 
     std::vector<Route> routes();
 
 private:
-    /// The machine whose token the head carries. Throws Failure: unauthorized, appUpdateRequired.
-    StoredMachine machineOf(HttpRequest const& head) const;
+    /// The machine whose token the head carries. Throws Failure: unauthorized, appUpdateRequired; HttpError
+    /// 429 for an address that has tried too many wrong tokens.
+    StoredMachine machineOf(HttpRequest const& head);
+    void assertMayConnect(std::string const& machineId);
     Upgrade admitSocket(HttpRequest const& head);
     Task<> serveSocket(std::shared_ptr<UpgradedConnection> connection, std::string machineId);
     std::shared_ptr<BodySink> receiveUpload(std::string const& secret, HttpRequest const& head);
@@ -49,6 +53,8 @@ private:
     LinkService& links;
     RecordingIntake& intake;
     MachineSocketParts sockets;
+    AttemptLimiter wrongTokens;
+    RateLimiter arrivals; // Of machines, by id.
 };
 
 } // namespace zelvo::service

@@ -2,13 +2,13 @@
 
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/KnownMethod.h"
+#include "ZelvoGateway/base/Log.h"
 #include "base/DateText.h"
 #include "base/Identifiers.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iostream>
 
 namespace zelvo::service {
 
@@ -126,7 +126,7 @@ void AuditLog::flush()
         store.saveAuditEvents(waiting);
         waiting.clear();
     } catch (StoreError const& error) { // A full disk, for instance. The next entry or minute tries again.
-        std::cerr << "zelvo-gateway: audit events wait: " << error.what() << std::endl;
+        Log::error(std::string("audit events wait: ") + error.what());
     }
 }
 

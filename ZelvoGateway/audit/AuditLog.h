@@ -62,6 +62,7 @@ public:
     void flush();
     /// Once a minute: forgets what is too old or too much.
     void runMaintenance();
+    std::size_t waitingCount() const { return waiting.size(); }
     /// Writes what waits, for the last time.
     void stop();
 

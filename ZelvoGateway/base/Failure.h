@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/Refusal.h"
 #include "wire/ErrorCode.h"
 #include "wire/Json.h"
 
@@ -23,7 +24,8 @@ struct Failure {
     std::optional<json::object> details = {};
     std::string requestId = {}; ///< of the frame that was sent to the machine; empty if none was
     Kind kind = Kind::usual;
-    bool wasNotStarted = false; ///< the machine got the frame, but did nothing
+    bool wasNotStarted = false;        ///< the machine got the frame, but did nothing
+    std::optional<Refusal> limit = {}; ///< that was reached
 };
 
 } // namespace zelvo::service

@@ -32,6 +32,34 @@ bool isLetterOrDigit(char sign)
     return (sign >= 'a' && sign <= 'z') || (sign >= 'A' && sign <= 'Z') || (sign >= '0' && sign <= '9');
 }
 
+/// A name and what it means.
+template <class Value, std::size_t size>
+using Choices = std::array<std::pair<std::string_view, Value>, size>;
+
+constexpr Choices<LogRules::Format, 2> logFormats = {
+    {{"text", LogRules::Format::text}, {"json", LogRules::Format::json}}};
+constexpr Choices<LogRules::Level, 4> logLevels = {{{"debug", LogRules::Level::debug},
+                                                    {"info", LogRules::Level::info},
+                                                    {"warning", LogRules::Level::warning},
+                                                    {"error", LogRules::Level::error}}};
+
+template <class Value, std::size_t size>
+Value oneOf(std::string const& text, Choices<Value, size> const& choices)
+{
+    std::string names;
+    for (auto const& [name, value] : choices) {
+        if (name == text)
+            return value;
+        names += (names.empty() ? "" : ", ") + std::string(name);
+    }
+    refuse(text, "one of " + names + " is needed");
+}
+
+std::size_t count(std::string const& text, std::int64_t min = 0)
+{
+    return static_cast<std::size_t>(number(text, min, 10'000'000));
+}
+
 std::chrono::days days(std::string const& text)
 {
     return std::chrono::days(number(text, 1, 3650));
@@ -182,6 +210,36 @@ constexpr auto flags = std::to_array<Flag>({
      "believes this proxy, or all in this range, about who calls; can be repeated",
      [](Flags& f, std::string const& v) { f.settings.trustedProxies.push_back(proxyIn(v)); }, Kind::atStart,
      true},
+    {"--metrics", "", "serves Prometheus metrics at /metrics on a separate port",
+     [](Flags& f, std::string const&) { f.settings.metrics.isOn = true; }, Kind::atStart},
+    {"--metrics-listen", "ADDRESS", "address to serve metrics on (default 127.0.0.1)",
+     [](Flags& f, std::string const& v) { f.settings.metrics.listen = ipAddress(v); }, Kind::atStart},
+    {"--metrics-port", "N", "port to serve metrics on (default 8738; 0 takes a free one)",
+     [](Flags& f, std::string const& v) {
+         f.settings.metrics.port = static_cast<std::uint16_t>(number(v, 0, 65535));
+     },
+     Kind::atStart},
+    {"--max-machines", "N", "machines that may be connected at one time (default 2048)",
+     [](Flags& f, std::string const& v) { f.settings.limits.machines = count(v, 1); }, Kind::atStart},
+    {"--max-connections", "N", "HTTP connections that may be open at one time (default 512)",
+     [](Flags& f, std::string const& v) { f.settings.limits.connections = count(v, 16); }, Kind::atStart},
+    {"--key-rate", "N", "requests of one API key a second (default 1000; 0 for no limit)",
+     [](Flags& f, std::string const& v) { f.settings.rates.keyRequests = count(v); }, Kind::reloadable},
+    {"--key-requests", "N", "requests of one API key at one time (default 0, no limit)",
+     [](Flags& f, std::string const& v) { f.settings.rates.keyRequestsAtOnce = count(v); }, Kind::reloadable},
+    {"--address-rate", "N", "new connections of one address a minute (default 60000; 0 for no limit)",
+     [](Flags& f, std::string const& v) { f.settings.rates.addressConnections = count(v); },
+     Kind::reloadable},
+    {"--address-connections", "N", "HTTP connections of one address at one time (default 0, no limit)",
+     [](Flags& f, std::string const& v) { f.settings.rates.addressConnectionsAtOnce = count(v); },
+     Kind::reloadable},
+    {"--machine-rate", "N", "connections of one machine a minute (default 30; 0 for no limit)",
+     [](Flags& f, std::string const& v) { f.settings.rates.machineConnections = count(v); },
+     Kind::reloadable},
+    {"--log-format", "FORMAT", "how the log is written: text or json (default text)",
+     [](Flags& f, std::string const& v) { f.settings.log.format = oneOf(v, logFormats); }, Kind::reloadable},
+    {"--log-level", "LEVEL", "what the log leaves out below: debug, info, warning or error (default info)",
+     [](Flags& f, std::string const& v) { f.settings.log.level = oneOf(v, logLevels); }, Kind::reloadable},
     {"--stop-timeout", "SECONDS", "how long a stop waits for open requests and commands (default 25)",
      [](Flags& f, std::string const& v) {
          f.settings.stopTimeout = std::chrono::seconds(number(v, 0, 3600));

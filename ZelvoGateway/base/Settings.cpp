@@ -15,6 +15,8 @@ void Settings::takeReloadable(Settings const& next)
     recordings.maxBytes = next.recordings.maxBytes;
     recordings.maxTotalBytes = next.recordings.maxTotalBytes;
     audit = next.audit;
+    log = next.log;
+    rates = next.rates;
 }
 
 } // namespace zelvo::service

@@ -49,6 +49,7 @@ struct Limits {
     Duration smallBodyTime = 15s;
     Duration bodyTime = 600s;
     Duration handshake = 15s;
+    Duration machineStall = 60s; ///< in which a machine must read something of what is sent to it
 
     bool operator==(Limits const&) const = default;
 };
@@ -164,13 +165,47 @@ struct AuditRules {
     bool operator==(AuditRules const&) const = default;
 };
 
-/// How many wrong API keys one address may try.
+/// How many wrong API keys, or tokens, one address may try.
 struct AttemptRules {
     std::size_t maxAttempts = 30; ///< in a window
     Duration window = 60s;
     std::size_t maxAddresses = 4096; ///< that are counted at one time
 
     bool operator==(AttemptRules const&) const = default;
+};
+
+/// Where the gateway's metrics can be read: a separate port, never the public one.
+struct MetricsPlace {
+    bool isOn = false;
+    std::string listen = "127.0.0.1"; ///< an address, not a name
+    std::uint16_t port = 8738;        ///< 0 takes a free one
+
+    bool operator==(MetricsPlace const&) const = default;
+};
+
+/// What the gateway writes to standard error.
+struct LogRules {
+    enum class Format { text, json };
+    enum class Level { debug, info, warning, error };
+    Format format = Format::text;
+    Level level = Level::info; ///< lines below it are left out
+
+    bool operator==(LogRules const&) const = default;
+};
+
+/// How often somebody may do what. Rates are averages: as many may come at once. 0 is no
+/// limit.
+struct RateRules {
+    std::size_t keyRequests = 1000;           ///< of one API key, a second
+    std::size_t keyRequestsAtOnce = 0;        ///< of one API key
+    std::size_t addressConnections = 60'000;  ///< new ones of one address, a minute
+    std::size_t addressConnectionsAtOnce = 0; ///< of one address
+    std::size_t machineConnections = 30;      ///< of one machine, a minute
+    std::size_t machineMessages = 100;        ///< that one machine sends unasked, a second
+    std::size_t machineBytes = 2_MiB;         ///< in such messages, a second
+    std::size_t maxNames = 65'536;            ///< keys, addresses or machines that are counted at one time
+
+    bool operator==(RateRules const&) const = default;
 };
 
 /// The files of the gateway's certificate, in PEM format.
@@ -200,6 +235,10 @@ struct Settings {
     Duration consoleLinkLifetime = 10min;
     ConsoleTimes console;
     AttemptRules wrongKeys;
+    AttemptRules wrongTokens{.maxAttempts = 600}; ///< of machines; many share an address
+    RateRules rates;
+    MetricsPlace metrics;
+    LogRules log;
     AuditRules audit;
     AnswerRules answers;
     ControlTimes control;

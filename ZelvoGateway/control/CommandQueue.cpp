@@ -51,9 +51,10 @@ CommandQueue::CommandQueue(Store& store,
                            Settings const& settings,
                            OpenWork& work,
                            Executor server,
-                           Executor workers)
+                           Executor workers,
+                           Metrics& metrics)
     : store(store), audit(audit), clock(clock), settings(settings), server(server),
-      runner(store, control, visits, clock, settings, work, server, std::move(workers))
+      runner(store, control, visits, clock, settings, work, server, std::move(workers), metrics)
 {
 }
 
@@ -85,12 +86,14 @@ void CommandQueue::assertRoom(StoredConnection const& connection, std::size_t by
     if (mine.commands >= limits.queuedCommands || mine.bytes + bytes > limits.queuedBytes)
         throw Failure{.code = ErrorCode::rateLimited,
                       .message = "The queue of this connection is full: " + std::to_string(mine.commands) +
-                                 " commands wait"};
+                                 " commands wait",
+                      .limit = Refusal::queue};
     QueueUse const all = store.queueOfMachine(connection.machineId);
     if (all.commands >= limits.queuedCommandsOfMachine || all.bytes + bytes > limits.queuedBytesOfMachine)
         throw Failure{.code = ErrorCode::rateLimited,
                       .message = "The queue of this machine is full: " + std::to_string(all.commands) +
-                                 " commands wait"};
+                                 " commands wait",
+                      .limit = Refusal::queue};
 }
 
 StoredCommand CommandQueue::state(std::string const& connectionId, std::string const& id)

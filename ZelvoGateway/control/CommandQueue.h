@@ -29,7 +29,8 @@ public:
                  Settings const& settings,
                  OpenWork& work,
                  Executor server,
-                 Executor workers);
+                 Executor workers,
+                 Metrics& metrics = Metrics::none());
 
     /// A command on its way into the queue.
     struct Entry {

@@ -3,7 +3,9 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
 #include "ZelvoGateway/base/KnownMethod.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/Secrets.h"
+#include "ZelvoGateway/control/CommandMeasure.h"
 #include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/machines/MachineReply.h"
 
@@ -17,9 +19,10 @@ CommandService::CommandService(Store& store,
                                AuditLog& audit,
                                Settings const& settings,
                                Clock& clock,
-                               Executor workers)
+                               Executor workers,
+                               Metrics& metrics)
     : store(store), machines(machines), control(control), queue(queue), keys(keys), audit(audit),
-      settings(settings), clock(clock), workers(std::move(workers))
+      settings(settings), clock(clock), workers(std::move(workers)), metrics(metrics)
 {
 }
 
@@ -49,6 +52,24 @@ std::shared_ptr<ConnectedMachine> CommandService::onlineMachine(std::string cons
 
 Task<CommandOutcome>
 CommandService::run(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
+{
+    CommandMeasure measure(
+        metrics, clock,
+        {.method = command.method, .requestId = command.requestId, .connectionId = connectionId});
+    try {
+        CommandOutcome outcome =
+            co_await carryOut(std::move(caller), std::move(connectionId), std::move(command), bytes);
+        measure.ended(std::holds_alternative<StoredCommand>(outcome) ? CommandReport::End::queued
+                                                                     : CommandReport::End::done);
+        co_return outcome;
+    } catch (Failure const& failure) {
+        measure.failed(failure);
+        throw;
+    }
+}
+
+Task<CommandOutcome>
+CommandService::carryOut(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes)
 {
     StoredConnection connection = connectionOf(caller, connectionId);
     MethodRules::assertForPlatforms(command.method);
@@ -103,6 +124,7 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     bool const mayBeKept =
         submission.command.mayBeQueued() && submission.text.size() <= settings.limits.queuedCommand;
     std::string kept = mayBeKept ? submission.text : std::string();
+    logSent(submission);
     MachineMessage reply =
         co_await machine->call(submission.id, std::move(submission.text), submission.patience);
     json::object& object = reply.value.get_object();
@@ -119,6 +141,22 @@ Task<CommandOutcome> CommandService::send(Submission submission)
     }
     co_return CommandResult{
         .value = std::move(object.at("result")), .bytes = reply.bytes, .memory = std::move(reply.memory)};
+}
+
+/// With the id that the machine sees, which is also in the answer if the machine refuses.
+void CommandService::logSent(Submission const& submission)
+{
+    if (!Log::takes(Log::Level::debug))
+        return;
+    std::string const& request =
+        submission.command.requestId.empty() ? submission.id : submission.command.requestId;
+    std::string_view const method = knownMethod(submission.command.method);
+    Log::debug(request + " " + std::string(method) + " sent to " + submission.connection.machineId,
+               {{"requestId", request},
+                {"frame", submission.id},
+                {"machine", submission.connection.machineId},
+                {"connection", submission.connection.id},
+                {"method", method}});
 }
 
 CommandOutcome CommandService::enqueue(Submission submission)

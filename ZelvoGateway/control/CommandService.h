@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/KeyRing.h"
+#include "ZelvoGateway/base/Metrics.h"
 #include "ZelvoGateway/control/CommandQueue.h"
 #include "ZelvoGateway/control/ControlService.h"
 #include "ZelvoGateway/control/PlatformCommand.h"
@@ -34,7 +35,8 @@ public:
                    AuditLog& audit,
                    Settings const& settings,
                    Clock& clock,
-                   Executor workers);
+                   Executor workers,
+                   Metrics& metrics = Metrics::none());
 
     /// Throws Failure: notFound if the connection does not exist, was revoked or is not reached by the
     /// caller.
@@ -64,11 +66,14 @@ private:
         Duration patience{};
     };
 
+    Task<CommandOutcome>
+    carryOut(Caller caller, std::string connectionId, PlatformCommand command, std::size_t bytes);
     StoredConnection connectionOf(Caller const& caller, std::string const& id);
     void assertStillAllowed(Submission const& submission);
     Task<Submission> prepare(StoredConnection connection, PlatformCommand command, std::size_t bytes);
     Task<CommandOutcome> send(Submission submission);
     std::shared_ptr<ConnectedMachine> onlineMachine(std::string const& machineId) const;
+    static void logSent(Submission const& submission);
     CommandOutcome enqueue(Submission submission);
 
     Store& store;
@@ -80,6 +85,7 @@ private:
     Settings const& settings;
     Clock& clock;
     Executor workers;
+    Metrics& metrics;
 };
 
 } // namespace zelvo::service

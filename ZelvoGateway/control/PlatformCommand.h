@@ -39,6 +39,7 @@ struct PlatformCommand {
     records::DeliveryOptions delivery = {};
     /// How long it waits while another agent is in control; nullopt for the gateway's usual time.
     std::optional<Duration> patience = {};
+    std::string requestId = {}; ///< of the HTTP request that brought it, for the log; empty if none did
 
     bool mayBeQueued() const { return delivery.whenUnavailable == records::WhenUnavailable::queue; }
     bool mustNotWait() const { return delivery.whenUnavailable == records::WhenUnavailable::fail; }

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/base/JsonWork.h"
+#include "ZelvoGateway/control/CommandMeasure.h"
 #include "ZelvoGateway/control/MethodRules.h"
 #include "ZelvoGateway/control/PlatformCommand.h"
 #include "ZelvoGateway/machines/MachineReply.h"
@@ -37,9 +38,10 @@ QueueRunner::QueueRunner(Store& store,
                          Settings const& settings,
                          OpenWork& work,
                          Executor server,
-                         Executor workers)
+                         Executor workers,
+                         Metrics& metrics)
     : store(store), control(control), visits(visits), clock(clock), settings(settings), work(work),
-      server(std::move(server)), workers(std::move(workers))
+      server(std::move(server)), workers(std::move(workers)), metrics(metrics)
 {
 }
 
@@ -103,6 +105,7 @@ Task<> QueueRunner::runOne(QueueVisits::Visit visit, std::string id)
 Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Duration patience)
 {
     OpenWork::Lease open = work.begin();
+    Instant const began = clock.now();
     std::optional<Failure> failure;
     std::optional<MachineMessage> reply;
     try {
@@ -117,6 +120,7 @@ Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Durati
         co_return;
     }
     if (failure) {
+        report(command, began, failure->code);
         end(command, CommandStatus::running, failedWith(*failure));
         co_return;
     }
@@ -126,8 +130,20 @@ Task<> QueueRunner::send(QueueVisits::Visit visit, StoredCommand command, Durati
         visits.end(visit);
         co_return;
     }
+    report(command, began, code);
     CommandEnd const ended = co_await endOf(*std::move(reply));
     end(command, CommandStatus::running, ended);
+}
+
+void QueueRunner::report(StoredCommand const& command, Instant began, std::optional<ErrorCode> error)
+{
+    CommandMeasure measure(
+        metrics, clock,
+        {.method = command.method, .requestId = command.id, .connectionId = command.connectionId}, began);
+    if (error)
+        measure.failed(*error);
+    else
+        measure.ended(CommandReport::End::done);
 }
 
 /// Puts a command that was not sent back to the front.

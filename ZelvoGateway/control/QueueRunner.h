@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/Metrics.h"
 #include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/control/ControlService.h"
 #include "ZelvoGateway/control/QueueVisits.h"
@@ -23,7 +24,8 @@ public:
                 Settings const& settings,
                 OpenWork& work,
                 Executor server,
-                Executor workers);
+                Executor workers,
+                Metrics& metrics = Metrics::none());
 
     /// Runs these commands after those that were accepted before.
     void accept(QueueVisits::Visit const& visit,
@@ -39,6 +41,7 @@ private:
     Task<> runOne(QueueVisits::Visit visit, std::string id);
     Task<> send(QueueVisits::Visit visit, StoredCommand command, Duration patience);
     Task<> retryLater(QueueVisits::Visit visit, StoredCommand command);
+    void report(StoredCommand const& command, Instant began, std::optional<ErrorCode> error);
     Task<CommandEnd> endOf(MachineMessage reply);
 
     Store& store;
@@ -49,6 +52,7 @@ private:
     OpenWork& work; // Once it closes, no further command runs: each stays queued.
     Executor server;
     Executor workers;
+    Metrics& metrics;
 };
 
 } // namespace zelvo::service

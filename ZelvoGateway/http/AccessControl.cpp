@@ -189,7 +189,8 @@ void AccessControl::assertPlatform(HttpRequest const& request) const
         throw HttpError{.status = 429,
                         .code = ErrorCode::rateLimited,
                         .message = "Too many wrong API keys came from this address",
-                        .retryAfter = *wait};
+                        .retryAfter = *wait,
+                        .limit = Refusal::wrongKeys};
     assertConsole(request);
 }
 

@@ -17,11 +17,12 @@ struct HttpError {
     ErrorCode code = ErrorCode::internalError;
     std::string message;
     std::optional<json::object> details = {};
-    std::string requestId = {}; ///< of the frame that a machine got; else the request's own
-    Duration retryAfter = {};   ///< when another try makes sense, if that is known
-    std::string reason = {};    ///< for the log of the gateway, never for a caller
-    bool wasNotStarted = false; ///< the machine that got the frame did nothing
-    bool isReplayed = false;    ///< it is the answer to an earlier, equal request
+    std::string requestId = {};        ///< of the frame that a machine got; else the request's own
+    Duration retryAfter = {};          ///< when another try makes sense, if that is known
+    std::string reason = {};           ///< for the log of the gateway, never for a caller
+    bool wasNotStarted = false;        ///< the machine that got the frame did nothing
+    bool isReplayed = false;           ///< it is the answer to an earlier, equal request
+    std::optional<Refusal> limit = {}; ///< that was reached
 };
 
 /// 400, for a request that makes no sense.

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/HttpError.h"
+#include "ZelvoGateway/http/RequestCaller.h"
 #include "ZelvoGateway/http/RequestReader.h"
 #include "ZelvoGateway/http/ResponseWriter.h"
 
@@ -80,13 +81,34 @@ Task<> HttpServer::acceptAll()
             co_await pause.async_wait(asTuple);
             continue;
         }
+        RequestLimits::Lease ofAddress;
+        if (!admits(socket, ofAddress))
+            continue; // Closes it.
         bool const hasPlace = sessions.size() < parts.limits.connections || makePlace();
+        if (!hasPlace)
+            parts.metrics.refused(Refusal::connections);
         if (!hasPlace && turnedAway >= maxTurnedAway)
             continue; // Closes it.
         auto const shared = std::make_shared<PeerStream>(std::move(socket), tls);
-        spawn(io.get_executor(), [this, shared, hasPlace] {
-            return hasPlace ? serveOne(std::move(*shared)) : turnAway(std::move(*shared));
+        spawn(io.get_executor(), [this, shared, hasPlace, ofAddress] {
+            return hasPlace ? serveOne(std::move(*shared), ofAddress) : turnAway(std::move(*shared));
         });
+    }
+}
+
+/// A crowd of one address is closed without an answer, which costs almost nothing. Callers behind a trusted
+/// proxy are judged by their requests.
+bool HttpServer::admits(asio::ip::tcp::socket const& socket, RequestLimits::Lease& ofAddress)
+{
+    asio::ip::address const peer = peerAddressOf(socket);
+    if (!parts.requestLimits || parts.proxies.contains(peer))
+        return true;
+    try {
+        ofAddress = parts.requestLimits->admit(peer);
+        return true;
+    } catch (HttpError const& refusal) {
+        parts.metrics.refused(refusal.limit.value_or(Refusal::addressRate));
+        return false;
     }
 }
 
@@ -117,14 +139,16 @@ bool HttpServer::makePlace()
     for (auto const& session : sessions)
         if (auto const since = session->waitsSince(); since && (!oldest || *since < *oldest->waitsSince()))
             oldest = session;
-    if (oldest)
-        oldest->drop();
-    return oldest != nullptr;
+    if (!oldest)
+        return false;
+    parts.metrics.refused(Refusal::idleConnection);
+    oldest->drop();
+    return true;
 }
 
-Task<> HttpServer::serveOne(PeerStream stream)
+Task<> HttpServer::serveOne(PeerStream stream, RequestLimits::Lease ofAddress)
 {
-    auto const session = HttpSession::create(std::move(stream), parts);
+    auto const session = HttpSession::create(std::move(stream), parts, std::move(ofAddress));
     sessions.insert(session);
     try {
         co_await session->serve();

@@ -35,11 +35,13 @@ public:
     /// Ends every connection: at once, or as soon as its request is answered. Also stops accepting.
     enum class Answers { dropped, sent };
     void stop(Answers answers = Answers::dropped);
+    std::size_t connections() const { return sessions.size(); }
     bool isStopping() const { return parts.stopping; }
 
 private:
     Task<> acceptAll();
-    Task<> serveOne(PeerStream stream);
+    Task<> serveOne(PeerStream stream, RequestLimits::Lease ofAddress);
+    bool admits(asio::ip::tcp::socket const& socket, RequestLimits::Lease& ofAddress);
     bool makePlace();
     Task<> turnAway(PeerStream stream);
 

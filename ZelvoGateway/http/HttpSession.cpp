@@ -1,11 +1,13 @@
 #include "ZelvoGateway/http/HttpSession.h"
 
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/BodyPieces.h"
 #include "ZelvoGateway/http/BodySink.h"
 #include "ZelvoGateway/http/HttpError.h"
 #include "ZelvoGateway/http/PeerWatch.h"
 #include "ZelvoGateway/http/RequestCaller.h"
+#include "ZelvoGateway/http/RequestId.h"
 #include "ZelvoGateway/http/RequestReader.h"
 #include "ZelvoGateway/http/ResponseWriter.h"
 #include "ZelvoGateway/http/Upgrade.h"
@@ -17,7 +19,6 @@
 #include <boost/beast/websocket/rfc6455.hpp>
 
 #include <algorithm>
-#include <iostream>
 
 namespace zelvo::service {
 
@@ -35,7 +36,10 @@ using Time = std::chrono::steady_clock;
 
 HttpError tooBusy(std::string message)
 {
-    return {.status = 429, .code = ErrorCode::rateLimited, .message = std::move(message)};
+    return {.status = 429,
+            .code = ErrorCode::rateLimited,
+            .message = std::move(message),
+            .limit = Refusal::memory};
 }
 
 HttpError stopping()
@@ -48,7 +52,10 @@ HttpError stopping()
 
 HttpError tooLarge()
 {
-    return {.status = 413, .code = ErrorCode::invalidRequest, .message = "The body is too large"};
+    return {.status = 413,
+            .code = ErrorCode::invalidRequest,
+            .message = "The body is too large",
+            .limit = Refusal::bodySize};
 }
 
 /// Runs a step that may refuse the request; returns why, or nullopt.
@@ -88,10 +95,11 @@ std::string textOf(Route const* route)
 
 class BeastHttpSession final : public HttpSession {
 public:
-    BeastHttpSession(PeerStream connection, SessionParts& parts)
-        : parts(parts), stream(std::move(connection)), reader(stream, buffer, parts.limits),
-          localAddress(localAddressOf(stream.socket())), peer(peerAddressOf(stream.socket())),
-          isProxy(parts.proxies.contains(peer)), memory(memoryOf(peer.to_string()))
+    BeastHttpSession(PeerStream connection, SessionParts& parts, RequestLimits::Lease ofAddress)
+        : ofAddress(std::move(ofAddress)), parts(parts), stream(std::move(connection)),
+          reader(stream, buffer, parts.limits), localAddress(localAddressOf(stream.socket())),
+          peer(peerAddressOf(stream.socket())), isProxy(parts.proxies.contains(peer)),
+          memory(memoryOf(peer.to_string()))
     {
     }
 
@@ -124,6 +132,7 @@ private:
     {
         return parts.memory.partOf("address " + address);
     }
+    void takeRequestId(HttpRequest& request);
     void identify(HttpRequest& request);
     void admit(HeadParser const& head, Entry& entry);
     void admitBody(HeadParser const& head, Entry& entry);
@@ -136,11 +145,14 @@ private:
     Task<HttpResponse> answer(Entry entry);
     Task<bool> refuse(HttpError error);
     HttpResponse failed(HttpError error) const;
+    void noteAnswer(int status) const;
     void addOwnHeaders(HttpResponse& response) const;
     void handOver(HeadParser const& parser, Upgrade upgrade);
     Task<bool> write(HttpResponse response, bool keepAlive);
     Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
 
+    RequestLimits::Lease ofAddress; // Behind a proxy: of the present request.
+    RequestLimits::Lease ofKey;     // Of the present request.
     SessionParts& parts;
     PeerStream stream;
     beast::flat_buffer buffer{readBuffer};
@@ -150,13 +162,14 @@ private:
     bool const isProxy;  // The peer is a trusted proxy.
     MemoryBudget memory; // The caller's part of the budget.
     std::optional<Time::time_point> waiting = Time::now();
-    PlaceShares::Lease place;     // For the present request.
-    OpenWork::Lease work;         // The present request, once a stop waits for its answer.
-    bool isEnding = false;        // The last answer is on its way.
-    bool wantsTlsOnly = false;    // A browser should ask the present request's host with TLS only.
-    bool headOnly = false;        // The present request is a HEAD.
-    std::string requestId;        // Of the present request.
-    Route const* route = nullptr; // Null if it has none.
+    Time::time_point began = Time::now(); // Of the present request.
+    PlaceShares::Lease place;             // For the present request.
+    OpenWork::Lease work;                 // The present request, once a stop waits for its answer.
+    bool isEnding = false;                // The last answer is on its way.
+    bool wantsTlsOnly = false;            // A browser should ask the present request's host with TLS only.
+    bool headOnly = false;                // The present request is a HEAD.
+    std::string requestId;                // Of the present request.
+    Route const* route = nullptr;         // Null if it has none.
 };
 
 Task<> BeastHttpSession::serve()
@@ -192,11 +205,15 @@ Task<bool> BeastHttpSession::serveOne(bool first)
     auto const parser = std::make_shared<HeadParser::element_type>();
     waiting = Time::now();
     place.reset();
+    ofKey.reset();
+    if (isProxy)
+        ofAddress.reset();
     work.release();
     requestId = newId("req");
     route = nullptr;
     if (auto const error = co_await reader.readHead(parser, first))
         co_return co_await serveBadHead(error);
+    began = Time::now();
     Entry entry;
     auto refusal = refusalOf([&] { admit(parser, entry); });
     if (refusal)
@@ -212,8 +229,11 @@ Task<bool> BeastHttpSession::serveBadHead(boost::system::error_code error)
 {
     static auto const& httpErrors = http::make_error_code(http::error::bad_method).category();
     if (error.category() != httpErrors || error == http::error::end_of_stream ||
-        error == http::error::partial_message)
+        error == http::error::partial_message) {
+        if (error == beast::error::timeout && buffer.size() > 0)
+            parts.metrics.refused(Refusal::slowRequest);
         co_return false; // The client has gone, or was too slow.
+    }
     HttpError refusal = badRequest("This is no HTTP request");
     if (error == http::error::header_limit || error == http::error::buffer_overflow) {
         refusal.message = "The head of the request is too long";
@@ -239,11 +259,15 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
 {
     if (error.requestId.empty())
         error.requestId = requestId;
+    if (error.limit)
+        parts.metrics.refused(*error.limit);
     if (error.status >= 500)
-        std::cerr << "zelvo-gateway: " + error.requestId + " " + textOf(route) + " " +
-                         std::to_string(error.status) + " " + std::string(rawValue(error.code)) +
-                         (error.reason.empty() ? "" : ": " + error.reason) + "\n"
-                  << std::flush;
+        Log::error(error.requestId + " " + textOf(route) + " " + std::to_string(error.status) + " " +
+                       std::string(rawValue(error.code)) + (error.reason.empty() ? "" : ": " + error.reason),
+                   {{"requestId", error.requestId},
+                    {"route", textOf(route)},
+                    {"status", error.status},
+                    {"code", rawValue(error.code)}});
     return errorResponse(error);
 }
 
@@ -251,12 +275,15 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
 void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
 {
     entry.request = headOf(head->get(), localAddress);
+    takeRequestId(entry.request);
     identify(entry.request);
     wantsTlsOnly = stream.hasTls() && parts.routes.isAtSecureName(entry.request);
     headOnly = entry.request.method == "HEAD";
     entry.admission = parts.routes.admit(entry.request);
     route = entry.admission.route;
     assertServed();
+    if (parts.requestLimits && parts.access && entry.admission.isPlatform)
+        ofKey = parts.requestLimits->admitKey(parts.access->callerOf(entry.request).keyId);
     if (entry.admission.isPlatform || route->isForMachines)
         beginWork();
     if (entry.admission.isPlatform)
@@ -270,6 +297,15 @@ void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
     entry.upgrade = route->upgrade(entry.request);
     if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
         throw badRequest("Frames may only follow the answer");
+}
+
+/// From here on the header holds the id of the request in any case, for those who write logs.
+void BeastHttpSession::takeRequestId(HttpRequest& request)
+{
+    if (std::string id = request.header("x-request-id"); isUsableRequestId(id))
+        requestId = std::move(id);
+    request.headers.erase("x-request-id");
+    request.headers.emplace("x-request-id", requestId);
 }
 
 /// Throws HttpError while the gateway stops.
@@ -298,6 +334,8 @@ void BeastHttpSession::identify(HttpRequest& request)
     request.remoteAddress = caller.address.to_string();
     request.isSecure = caller.isSecure.value_or(request.isSecure);
     memory = memoryOf(request.remoteAddress);
+    if (parts.requestLimits)
+        ofAddress = parts.requestLimits->admit(caller.address);
 }
 
 /// Keeps the connection's place for the present request, if the owner's share has room.
@@ -337,6 +375,8 @@ Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
     if (auto const error = co_await reader.readBody(parser, entry.admission.route->maxBody)) {
         HttpError refusal =
             error == http::error::body_limit ? tooLarge() : badRequest("The body could not be read");
+        if (error == beast::error::timeout)
+            refusal.limit = Refusal::slowRequest;
         co_return co_await refuse(std::move(refusal));
     }
     if (!work) // A stop may have begun while the body was read.
@@ -401,10 +441,23 @@ Task<bool> BeastHttpSession::receive(HeadParser headParser, std::shared_ptr<Body
 
 Task<bool> BeastHttpSession::write(HttpResponse response, bool keepAlive)
 {
+    noteAnswer(response.status);
     addOwnHeaders(response);
     ResponseWriter writer(stream, parts.workers);
     bool const whole = !std::exchange(headOnly, false);
     co_return co_await writer.write(std::move(response), keepAlive && !parts.work.isClosing(), whole);
+}
+
+/// For the metrics, and at the level debug for the log: the route, without ids or anything else of a caller.
+void BeastHttpSession::noteAnswer(int status) const
+{
+    parts.metrics.answered(status);
+    if (!Log::takes(Log::Level::debug))
+        return;
+    auto const took = std::chrono::duration_cast<std::chrono::milliseconds>(Time::now() - began).count();
+    Log::debug(
+        requestId + " " + textOf(route) + " " + std::to_string(status) + ", " + std::to_string(took) + " ms",
+        {{"requestId", requestId}, {"route", textOf(route)}, {"status", status}, {"durationMs", took}});
 }
 
 void BeastHttpSession::addOwnHeaders(HttpResponse& response) const
@@ -420,6 +473,7 @@ void BeastHttpSession::addOwnHeaders(HttpResponse& response) const
 /// The stream learns at once if the client goes.
 Task<bool> BeastHttpSession::writeStream(HttpResponse response, bool keepAlive, BodyEnd end)
 {
+    noteAnswer(response.status);
     addOwnHeaders(response);
     auto const body = response.stream;
     PeerWatch watch(stream, buffer, shared_from_this(), [body] { body->abandon(); });
@@ -442,9 +496,10 @@ void BeastHttpSession::handOver(HeadParser const& parser, Upgrade upgrade)
 
 } // namespace
 
-std::shared_ptr<HttpSession> HttpSession::create(PeerStream stream, SessionParts& parts)
+std::shared_ptr<HttpSession>
+HttpSession::create(PeerStream stream, SessionParts& parts, RequestLimits::Lease ofAddress)
 {
-    return std::make_shared<BeastHttpSession>(std::move(stream), parts);
+    return std::make_shared<BeastHttpSession>(std::move(stream), parts, std::move(ofAddress));
 }
 
 } // namespace zelvo::service

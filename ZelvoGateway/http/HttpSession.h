@@ -1,9 +1,11 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/Metrics.h"
 #include "ZelvoGateway/base/OpenWork.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/http/PlaceShares.h"
+#include "ZelvoGateway/http/RequestLimits.h"
 #include "ZelvoGateway/http/Routes.h"
 #include "ZelvoGateway/net/PeerStream.h"
 #include "ZelvoGateway/net/TrustedProxies.h"
@@ -24,14 +26,19 @@ struct SessionParts {
     OpenWork& work; ///< once it closes, requests are refused
     Executor workers;
     PlaceShares shares{limits.connections};
-    bool stopping = false; ///< connections end as soon as they serve nothing
+    Metrics& metrics = Metrics::none();
+    RequestLimits* requestLimits = nullptr; ///< null for none
+    AccessControl const* access = nullptr;  ///< that knows whose key a request has; null without those limits
+    bool stopping = false;                  ///< connections end as soon as they serve nothing
 };
 
 /// One HTTP connection, with or without TLS: reads requests within the limits, answers them, and hands the
 /// socket over if one of them becomes a WebSocket. Thread: the server's.
 class HttpSession : public std::enable_shared_from_this<HttpSession> {
 public:
-    static std::shared_ptr<HttpSession> create(PeerStream stream, SessionParts& parts);
+    /// ofAddress   the connection's place in the limits of its address
+    static std::shared_ptr<HttpSession>
+    create(PeerStream stream, SessionParts& parts, RequestLimits::Lease ofAddress = nullptr);
     virtual ~HttpSession() = default;
 
     /// Serves until the connection ends or is handed over.

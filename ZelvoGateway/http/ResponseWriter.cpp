@@ -1,5 +1,6 @@
 #include "ZelvoGateway/http/ResponseWriter.h"
 
+#include "ZelvoGateway/base/Log.h"
 #include "base/Hop.h"
 
 #include <boost/asio/as_tuple.hpp>
@@ -13,7 +14,6 @@
 #include <boost/beast/http/write.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <span>
 #include <stdexcept>
 #include <tuple>
@@ -101,7 +101,7 @@ Task<bool> ResponseWriter::send(ByteSourcePart part)
             try {
                 return part.source->read(part.offset, piece);
             } catch (std::runtime_error const& error) {
-                std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+                Log::error(error.what());
                 return std::size_t{};
             }
         };

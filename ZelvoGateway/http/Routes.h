@@ -50,18 +50,20 @@ struct Admission {
 /// The paths of the gateway. Thread: the server's.
 class Routes {
 public:
-    explicit Routes(AccessControl const& access) : access(access) {}
+    explicit Routes(AccessControl const& access) : access(&access) {}
+    /// Routes that everybody may use, by any host name.
+    Routes() = default;
 
     /// Before the server runs.
     void add(std::vector<Route> const& routes);
     std::vector<Route> const& list() const { return all; }
     /// Whether a request asks by the gateway's public name, which is served with TLS only.
-    bool isAtSecureName(HttpRequest const& head) const { return access.isAtSecureName(head); }
+    bool isAtSecureName(HttpRequest const& head) const { return access && access->isAtSecureName(head); }
     /// Finds the route of a request, and refuses a caller that may not use it. Throws HttpError.
     Admission admit(HttpRequest const& head) const;
 
 private:
-    AccessControl const& access;
+    AccessControl const* access = nullptr;
     std::vector<Route> all;
 };
 

@@ -54,7 +54,8 @@ void MachineSession::assertRoomFor(std::size_t bytes) const
         throw Failure{.code = ErrorCode::machineOffline, .message = "The machine is not connected"};
     if (calls.size() >= limits.callsOfMachine || callBytes + bytes > limits.callBytesOfMachine)
         throw Failure{.code = ErrorCode::rateLimited,
-                      .message = "Too many commands are waiting for this machine"};
+                      .message = "Too many commands are waiting for this machine",
+                      .limit = Refusal::machineCommands};
 }
 
 Task<MachineMessage> MachineSession::call(std::string requestId, std::string text, Duration timeout)
@@ -88,17 +89,18 @@ void MachineSession::began()
     listener.sessionBegan(shared_from_this());
 }
 
-void MachineSession::received(MachineMessage message)
+bool MachineSession::received(MachineMessage message)
 {
     json::object const* const object = message.value.if_object();
     if (!object || over)
-        return;
+        return false;
     if (object->contains("event"))
         receivedEvent(*object);
     else if (read::text(*object, "method") == "heartbeat" && message.bytes <= maxHeartbeat)
         receivedHeartbeat(*object);
     else
-        receivedReply(std::move(message));
+        return receivedReply(std::move(message));
+    return false;
 }
 
 void MachineSession::receivedHeartbeat(json::object const& message)
@@ -127,14 +129,15 @@ void MachineSession::receivedEvent(json::object const& message)
     }
 }
 
-void MachineSession::receivedReply(MachineMessage message)
+bool MachineSession::receivedReply(MachineMessage message)
 {
     auto const requestId = read::text(message.value.get_object(), "id");
     auto const call = requestId ? calls.find(*requestId) : calls.end();
     if (call == calls.end() || call->second->reply)
-        return; // Too late, or nobody asked.
+        return false; // Too late, or nobody asked.
     call->second->reply = std::move(message);
     call->second->wake.cancel();
+    return true;
 }
 
 void MachineSession::ended()

@@ -31,7 +31,8 @@ public:
     bool owesReply() const { return !calls.empty(); }
     /// The session is in the directory.
     void began();
-    void received(MachineMessage message);
+    /// False if nobody asked for the message.
+    bool received(MachineMessage message);
     /// The link has ended: every call fails, and nothing more is sent. Later calls do nothing.
     void ended();
     void close(int code, std::string reason) { link->close(code, std::move(reason)); }
@@ -41,7 +42,7 @@ private:
 
     void receivedHeartbeat(json::object const& message);
     void receivedEvent(json::object const& message);
-    void receivedReply(MachineMessage message);
+    bool receivedReply(MachineMessage message);
     void assertRoomFor(std::size_t bytes) const;
 
     std::string id;

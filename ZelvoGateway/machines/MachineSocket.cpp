@@ -1,10 +1,14 @@
 #include "ZelvoGateway/machines/MachineSocket.h"
 
 #include "ZelvoGateway/base/JsonWork.h"
+#include "ZelvoGateway/base/Log.h"
+#include "ZelvoGateway/net/SentBytes.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
+
+#include <algorithm>
 
 namespace zelvo::service {
 
@@ -22,7 +26,7 @@ constexpr Duration closePatience = 3s;
 } // namespace
 
 MachineSocket::MachineSocket(PeerStream stream, MachineSocketParts& parts)
-    : parts(parts), socket(std::move(stream)), pingTimer(socket.get_executor())
+    : parts(parts), socket(std::move(stream)), pingTimer(socket.get_executor()), unasked(parts.clock, 2)
 {
     // takeRoom() enforces the real limit. At Beast's own the socket is dropped with bytes unread, so that the
     // machine never sees the close code; it is only for senders that announce an absurd size.
@@ -43,11 +47,13 @@ Task<> MachineSocket::serve(UpgradeRequest request, std::string machineId)
     if (parts.machines.isClosed())
         co_return;
     session->began();
+    Log::debug("machine " + machineId + " connected", {{"machine", machineId}});
     spawn(executor(), [self] { return self->keepAlive(); });
 
     co_await readUntilEnd(session);
 
     session->ended();
+    Log::debug("machine " + machineId + " went", {{"machine", machineId}});
     parts.machines.detach(session);
     if (!closing)
         drop();
@@ -74,9 +80,30 @@ Task<> MachineSocket::readUntilEnd(std::shared_ptr<MachineSession> session)
         if (!socket.got_text())
             continue;
         auto parsed = co_await parseOn(parts.workers, incoming->text);
-        if (!parsed)
-            continue;
-        session->received({*std::move(parsed), incoming->text.size(), std::move(incoming->memory)});
+        std::size_t const bytes = incoming->text.size();
+        bool const wasAsked =
+            parsed && session->received({*std::move(parsed), bytes, std::move(incoming->memory)});
+        if (!wasAsked)
+            co_await slowDown(bytes);
+    }
+}
+
+/// A machine that sends too much is read later. TCP then slows it down, and nothing is lost.
+Task<> MachineSocket::slowDown(std::size_t bytes)
+{
+    RateRules const& rules = parts.settings.rates;
+    auto const self = shared_from_this();
+    bool isFirst = true;
+    auto const next = [&] {
+        auto const wait = unasked.take("messages", rules.machineMessages, 1s);
+        return wait ? wait
+                    : unasked.take("bytes", rules.machineBytes, 1s, std::min(bytes, rules.machineBytes));
+    };
+    for (auto wait = next(); wait; wait = next()) {
+        if (std::exchange(isFirst, false))
+            parts.metrics.refused(Refusal::machineMessages);
+        co_await parts.clock.sleep(*wait);
+        heard = true; // Its pongs wait unread behind the messages.
     }
 }
 
@@ -100,16 +127,19 @@ bool MachineSocket::takeRoom(MachineSession const& session, Incoming& incoming)
 {
     std::size_t const bytes = incoming.text.size();
     if (bytes > parts.settings.limits.machineMessage) {
+        parts.metrics.refused(Refusal::machineMessageSize);
         close(websocket::close_code::too_big, "this message is too large");
         return false;
     }
     if (bytes <= parts.settings.limits.unaskedMessage)
         return true;
     if (!session.owesReply()) {
+        parts.metrics.refused(Refusal::machineMessageSize);
         close(websocket::close_code::too_big, "a message this large was not asked for");
         return false;
     }
     if (!memory->grow(incoming.memory, memoryFactor * bytes)) {
+        parts.metrics.refused(Refusal::memory);
         close(websocket::close_code::try_again_later, "the gateway is short of memory");
         return false;
     }
@@ -152,7 +182,23 @@ Task<> MachineSocket::keepAlive()
             co_return;
         if (!heard)
             drop(); // The reading task then ends.
+        else if (isStalled()) {
+            parts.metrics.refused(Refusal::machineStall);
+            close(websocket::close_code::policy_error, "this machine does not read what it is sent");
+        }
     }
+}
+
+/// Whether a write makes no progress: what is sent to a machine that only sends would stay in memory for
+/// good.
+bool MachineSocket::isStalled()
+{
+    auto const now = std::chrono::steady_clock::now();
+    std::uint64_t const bytes = acknowledgedBytes(beast::get_lowest_layer(socket).socket());
+    if (!writing || bytes == 0 || bytes != acknowledged) // 0: the system does not say.
+        progressed = now;
+    acknowledged = bytes;
+    return now - progressed >= parts.settings.limits.machineStall;
 }
 
 void MachineSocket::ping()

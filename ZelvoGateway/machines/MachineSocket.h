@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ZelvoGateway/base/MemoryBudget.h"
+#include "ZelvoGateway/base/Metrics.h"
+#include "ZelvoGateway/base/RateLimiter.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/machines/LocalMachineDirectory.h"
 #include "ZelvoGateway/machines/MachineSession.h"
@@ -13,6 +15,8 @@
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <chrono>
+#include <cstdint>
 #include <deque>
 
 namespace zelvo::service {
@@ -25,6 +29,8 @@ struct MachineSocketParts {
     MachineListener& listener;
     MemoryBudget& memory;
     Executor workers;
+    Clock& clock;
+    Metrics& metrics = Metrics::none();
 };
 
 /// The WebSocket of a machine. A read is always pending, so that pongs are noticed while replies are sent.
@@ -51,6 +57,8 @@ private:
     Task<bool> accept(UpgradeRequest request);
     Task<> readUntilEnd(std::shared_ptr<MachineSession> session);
     Task<std::optional<Incoming>> readMessage(std::shared_ptr<MachineSession> session);
+    Task<> slowDown(std::size_t bytes);
+    bool isStalled();
     Task<> writeQueue();
     Task<> keepAlive();
     Task<> closeThenDrop(int code, std::string reason);
@@ -62,6 +70,9 @@ private:
     boost::beast::websocket::stream<PeerStream> socket;
     asio::steady_timer pingTimer;
     std::optional<MemoryBudget> memory; // The machine's part of the budget; set once the machine is known.
+    RateLimiter unasked;                // What the machine sends without being asked.
+    std::uint64_t acknowledged = 0;     // Bytes, when it was last looked at.
+    std::chrono::steady_clock::time_point progressed; // When that had grown, or nothing was to be sent.
     std::deque<std::string> outgoing;
     bool writing = false;
     bool pinging = false;

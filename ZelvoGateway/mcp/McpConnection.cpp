@@ -1,12 +1,12 @@
 #include "ZelvoGateway/mcp/McpConnection.h"
 
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/mcp/ToolFailure.h"
 
 #include <boost/asio/error.hpp>
 #include <boost/system/system_error.hpp>
 
-#include <iostream>
 #include <utility>
 
 namespace zelvo::service {
@@ -15,7 +15,7 @@ namespace {
 
 JsonRpcError internalFault(char const* reason)
 {
-    std::cerr << "zelvo-gateway: a tool failed: " << reason << std::endl;
+    Log::error(std::string("a tool failed: ") + reason);
     return {.code = JsonRpcCode::internalError, .message = "Internal error"};
 }
 

@@ -13,8 +13,8 @@ constexpr std::int64_t nearDays = 14;
 
 } // namespace
 
-TlsIdentity::TlsIdentity(TlsFiles wanted, Executor workers, std::ostream& log)
-    : files(std::move(wanted)), workers(std::move(workers)), log(log), seen(stampOf(files)),
+TlsIdentity::TlsIdentity(TlsFiles wanted, Executor workers, std::function<void(std::string const&)> log)
+    : files(std::move(wanted)), workers(std::move(workers)), log(std::move(log)), seen(stampOf(files)),
       present(loadTlsPair(files))
 {
 }
@@ -44,7 +44,7 @@ Task<std::string> TlsIdentity::refresh(std::function<void(TlsPair const&)> repla
         replace(*found->pair);
         present = *std::move(found->pair);
         notedDays.reset();
-        log << "zelvo-gateway: uses the new certificate in " + files.certificate + "\n" << std::flush;
+        log("uses the new certificate in " + files.certificate);
     }
     seen = found->stamp; // Of before they were read, so that a change meanwhile is seen next time.
     wrong = found->problem;
@@ -60,7 +60,7 @@ void TlsIdentity::noteExpiry(Date today)
     std::string const when = days < 0    ? "has expired"
                              : days == 0 ? "expires within a day"
                                          : "expires in " + std::to_string(days) + " days";
-    log << "zelvo-gateway: the certificate in " + files.certificate + " " + when + "\n" << std::flush;
+    log("the certificate in " + files.certificate + " " + when);
 }
 
 } // namespace zelvo::service

@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 
 namespace zelvo::service {
@@ -18,7 +17,7 @@ class TlsIdentity {
 public:
     /// Reads the files. Throws TlsError.
     /// log      gets a line for the person who runs the gateway if something needs attention
-    TlsIdentity(TlsFiles files, Executor workers, std::ostream& log);
+    TlsIdentity(TlsFiles files, Executor workers, std::function<void(std::string const&)> log);
 
     TlsPair const& pair() const { return present; }
     /// Takes the new pair if the files have changed. If they can't be used, it tries again once they change
@@ -42,7 +41,7 @@ private:
 
     TlsFiles files;
     Executor workers;
-    std::ostream& log;
+    std::function<void(std::string const&)> log;
     TlsStamp seen;
     TlsPair present;
     std::string wrong;                     // With the files at `seen`.

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/recordings/RecordingFiles.h"
 #include "base/Hop.h"
 
-#include <iostream>
 #include <optional>
 #include <set>
 #include <string>
@@ -24,7 +24,7 @@ Task<Result> fileWork(Executor workers, Work work, std::string message)
     } catch (RecordingFilesError const& error) {
         problem = error.what();
     }
-    std::cerr << "zelvo-gateway: " + *problem + "\n" << std::flush;
+    Log::error(*problem);
     throw Failure{.code = ErrorCode::recordingsUnavailable, .message = message};
 }
 
@@ -36,7 +36,7 @@ inline std::set<std::string> removeEach(RecordingFiles const& files, std::vector
         try {
             files.remove(id);
         } catch (RecordingFilesError const& error) {
-            std::cerr << std::string("zelvo-gateway: ") + error.what() + "\n" << std::flush;
+            Log::error(error.what());
             left.insert(id);
         }
     }

@@ -2,11 +2,11 @@
 
 #include "ZelvoGateway/base/Dates.h"
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/recordings/FileWork.h"
 #include "base/Hop.h"
 
 #include <algorithm>
-#include <iostream>
 
 namespace zelvo::service {
 
@@ -132,8 +132,7 @@ void RecordingLibrary::begin()
         if (!error.isTemporary)
             throw;
         // Everything else works without recordings.
-        std::cerr << std::string("zelvo-gateway: starts without recordings: ") + error.what() + "\n"
-                  << std::flush;
+        Log::error(std::string("starts without recordings: ") + error.what());
     }
 }
 

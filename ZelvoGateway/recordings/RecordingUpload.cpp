@@ -3,8 +3,6 @@
 #include "ZelvoGateway/base/Failure.h"
 #include "ZelvoGateway/recordings/FileWork.h"
 
-#include <iostream>
-
 namespace zelvo::service {
 
 namespace {
@@ -37,7 +35,7 @@ void RecordingUpload::endInStore() noexcept
         store.moveRecording(recording.id, RecordingStage::receiving, RecordingStage::ended,
                             recording.createdAt);
     } catch (std::exception const& error) { // The next start ends it.
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        Log::error(error.what());
     }
 }
 

@@ -279,6 +279,17 @@ void SqliteStore::setRevocationDelivered(std::string const& id)
     database.prepare("UPDATE connections SET revocation_told = 1 WHERE id = ?").bind(id).step();
 }
 
+Backlog SqliteStore::backlog()
+{
+    Statement commands = database.prepare("SELECT count(*) FROM queued_commands WHERE status = 'queued'");
+    Statement deliveries = database.prepare(
+        "SELECT count(*) FROM webhooks w JOIN webhook_deliveries d ON d.webhook_id = w.id AND "
+        "d.status = 'waiting' WHERE w.disabled_at IS NULL");
+    commands.step();
+    deliveries.step();
+    return {.commands = commands.integer(0), .deliveries = deliveries.integer(0)};
+}
+
 void SqliteStore::assertReadable()
 {
     database.prepare("SELECT 1 FROM reserved_numbers").step();

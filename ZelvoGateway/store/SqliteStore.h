@@ -128,6 +128,7 @@ public:
     void trimAnswers(Date oldest, std::size_t maxAnswers) override;
 
     void cancelCommandsOfKey(std::string const& id, Date now) override;
+    Backlog backlog() override;
     void assertReadable() override;
 
     std::uint64_t reserveNumbers(std::uint64_t count) override;

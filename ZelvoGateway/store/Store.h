@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/store/Agent.h"
+#include "ZelvoGateway/store/Backlog.h"
 #include "ZelvoGateway/store/Page.h"
 #include "ZelvoGateway/store/StoreError.h"
 #include "ZelvoGateway/store/StoredAnswer.h"
@@ -218,6 +219,8 @@ public:
 
     /// Cancels the commands that wait in the name of a key.
     virtual void cancelCommandsOfKey(std::string const& id, Date now) = 0;
+    /// What waits in the store, for whoever watches the gateway.
+    virtual Backlog backlog() = 0;
     /// Throws StoreError if nothing can be read.
     virtual void assertReadable() = 0;
 

@@ -1,13 +1,14 @@
 #include "ZelvoGateway/webhooks/WebhookDispatcher.h"
 
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/DeliveryNames.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/webhooks/RetryDelay.h"
 #include "ZelvoGateway/webhooks/WebhookSignature.h"
 
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <random>
 
 namespace zelvo::service {
@@ -36,9 +37,14 @@ std::string failureText(WebhookAnswer const& answer)
 
 } // namespace
 
-WebhookDispatcher::WebhookDispatcher(
-    Store& store, WebhookSender& sender, WebhookRules const& rules, Clock& clock, Executor server)
-    : store(store), sender(sender), rules(rules), clock(clock), server(server), timer(server, clock)
+WebhookDispatcher::WebhookDispatcher(Store& store,
+                                     WebhookSender& sender,
+                                     WebhookRules const& rules,
+                                     Clock& clock,
+                                     Executor server,
+                                     Metrics& metrics)
+    : store(store), sender(sender), rules(rules), clock(clock), server(server), metrics(metrics),
+      timer(server, clock)
 {
 }
 
@@ -83,7 +89,7 @@ void WebhookDispatcher::dispatch()
         if (next)
             timer.in(*next - now, [this] { dispatch(); });
     } catch (StoreError const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        Log::error(error.what());
         timer.in(pauseAfterTrouble, [this] { dispatch(); });
     }
 }
@@ -117,36 +123,57 @@ WebhookRequest WebhookDispatcher::requestFor(StoredWebhook const& webhook,
 Task<> WebhookDispatcher::deliver(StoredWebhook webhook, StoredDelivery delivery)
 {
     WebhookRequest request = requestFor(webhook, delivery);
+    Instant const began = clock.now();
+    std::string const deliveryId = delivery.id;
     WebhookAnswer const answer = co_await sender.send(std::move(request));
     if (stopped)
         co_return; // It waits in the store as before.
     sending[webhook.id].erase(delivery.id);
     try {
-        conclude(std::move(delivery), answer);
+        if (auto const end = conclude(std::move(delivery), answer))
+            noteAttempt(webhook.id, deliveryId, *end, clock.now() - began);
     } catch (StoreError const& error) {
-        std::cerr << "zelvo-gateway: " << error.what() << std::endl;
+        Log::error(error.what());
         timer.in(pauseAfterTrouble, [this] { dispatch(); });
         co_return;
     }
     wake();
 }
 
-void WebhookDispatcher::conclude(StoredDelivery delivery, WebhookAnswer const& answer)
+void WebhookDispatcher::noteAttempt(std::string const& webhookId,
+                                    std::string const& deliveryId,
+                                    DeliveryEnd end,
+                                    Duration took)
+{
+    metrics.attempted(end, took);
+    if (!Log::takes(Log::Level::debug))
+        return;
+    std::string_view const outcome = deliveryNames.at(static_cast<std::size_t>(end));
+    auto const milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(took).count();
+    Log::debug(deliveryId + " to webhook " + webhookId + ": " + std::string(outcome) + ", " +
+                   std::to_string(milliseconds) + " ms",
+               {{"requestId", deliveryId},
+                {"webhook", webhookId},
+                {"outcome", outcome},
+                {"durationMs", milliseconds}});
+}
+
+std::optional<DeliveryEnd> WebhookDispatcher::conclude(StoredDelivery delivery, WebhookAnswer const& answer)
 {
     auto webhook = store.webhook(delivery.webhookId); // Its secrets may have changed meanwhile.
     auto const kept = store.delivery(delivery.id);
     if (!webhook || !kept || kept->status != DeliveryStatus::waiting)
-        return;
+        return std::nullopt;
     ++delivery.attempts;
     delivery.firstAttempt = delivery.firstAttempt.value_or(clock.date());
     delivery.answerStatus = answer.status ? std::optional<std::int64_t>(answer.status) : std::nullopt;
     if (answer.status / 100 == successes) {
         delivery.error.reset();
         succeeded(*std::move(webhook), std::move(delivery));
-    } else {
-        delivery.error = failureText(answer);
-        failed(*std::move(webhook), std::move(delivery));
+        return DeliveryEnd::delivered;
     }
+    delivery.error = failureText(answer);
+    return failed(*std::move(webhook), std::move(delivery));
 }
 
 void WebhookDispatcher::succeeded(StoredWebhook webhook, StoredDelivery delivery)
@@ -160,7 +187,7 @@ void WebhookDispatcher::succeeded(StoredWebhook webhook, StoredDelivery delivery
     store.saveWebhook(webhook);
 }
 
-void WebhookDispatcher::failed(StoredWebhook webhook, StoredDelivery delivery)
+DeliveryEnd WebhookDispatcher::failed(StoredWebhook webhook, StoredDelivery delivery)
 {
     Date const now = clock.date();
     delivery.due = now + dateSpan(retryDelay(rules, delivery.attempts, chance()));
@@ -169,12 +196,15 @@ void WebhookDispatcher::failed(StoredWebhook webhook, StoredDelivery delivery)
         delivery.endedAt = now;
     }
     store.saveDelivery(delivery);
+    DeliveryEnd const end =
+        delivery.status == DeliveryStatus::failed ? DeliveryEnd::failed : DeliveryEnd::repeated;
     if (!webhook.failingSince) {
         webhook.failingSince = now;
         store.saveWebhook(webhook);
     } else if (now - *webhook.failingSince >= rules.disabledAfter) {
         disable(std::move(webhook), now);
     }
+    return end;
 }
 
 void WebhookDispatcher::disable(StoredWebhook webhook, Date now)
@@ -184,8 +214,9 @@ void WebhookDispatcher::disable(StoredWebhook webhook, Date now)
     store.saveWebhook(webhook);
     store.failWaiting(webhook.id, "the webhook was disabled", now);
     auto const days = std::chrono::duration_cast<std::chrono::days>(now - *webhook.failingSince).count();
-    std::cerr << "zelvo-gateway: webhook " << webhook.id << " is disabled: no delivery has succeeded for "
-              << days << " days" << std::endl;
+    Log::warning("webhook " + webhook.id + " is disabled: no delivery has succeeded for " +
+                     std::to_string(days) + " days",
+                 {{"webhook", webhook.id}});
 }
 
 void WebhookDispatcher::runMaintenance()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZelvoGateway/base/Metrics.h"
 #include "ZelvoGateway/base/Settings.h"
 #include "ZelvoGateway/store/Store.h"
 #include "ZelvoGateway/webhooks/WebhookSender.h"
@@ -18,8 +19,12 @@ namespace zelvo::service {
 /// Thread: the server's.
 class WebhookDispatcher {
 public:
-    WebhookDispatcher(
-        Store& store, WebhookSender& sender, WebhookRules const& rules, Clock& clock, Executor server);
+    WebhookDispatcher(Store& store,
+                      WebhookSender& sender,
+                      WebhookRules const& rules,
+                      Clock& clock,
+                      Executor server,
+                      Metrics& metrics = Metrics::none());
 
     /// Begins with what waits already.
     void begin();
@@ -34,9 +39,12 @@ private:
     void dispatch();
     void startDue(StoredWebhook const& webhook, Date now);
     Task<> deliver(StoredWebhook webhook, StoredDelivery delivery);
-    void conclude(StoredDelivery delivery, WebhookAnswer const& answer);
+    void
+    noteAttempt(std::string const& webhookId, std::string const& deliveryId, DeliveryEnd end, Duration took);
+    /// Returns how the attempt ended; nullopt if nobody waits for the delivery any more.
+    std::optional<DeliveryEnd> conclude(StoredDelivery delivery, WebhookAnswer const& answer);
     void succeeded(StoredWebhook webhook, StoredDelivery delivery);
-    void failed(StoredWebhook webhook, StoredDelivery delivery);
+    DeliveryEnd failed(StoredWebhook webhook, StoredDelivery delivery);
     void disable(StoredWebhook webhook, Date now);
     WebhookRequest requestFor(StoredWebhook const& webhook, StoredDelivery const& delivery) const;
 
@@ -45,6 +53,7 @@ private:
     WebhookRules const& rules;
     Clock& clock;
     Executor server;
+    Metrics& metrics;
     DelayedCall timer;
     std::map<std::string, std::set<std::string>> sending; // webhook -> deliveries
     bool waking = false;

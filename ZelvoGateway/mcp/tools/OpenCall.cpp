@@ -1,12 +1,12 @@
 #include "ZelvoGateway/mcp/tools/OpenCall.h"
 
 #include "ZelvoGateway/base/Failure.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/mcp/tools/MachineCall.h"
 
 #include <boost/system/system_error.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <utility>
 
 namespace zelvo::service {
@@ -37,7 +37,7 @@ Task<> OpenCall::run(Body body)
             throw;
         result = failureResult({.what = "The gateway failed"});
     } catch (std::exception const& error) {
-        std::cerr << "zelvo-gateway: a tool failed: " << error.what() << std::endl;
+        Log::error(std::string("a tool failed: ") + error.what());
         result = failureResult({.what = "The gateway failed"});
     }
     outcome = std::move(result);

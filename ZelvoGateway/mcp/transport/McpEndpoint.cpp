@@ -27,7 +27,8 @@ HttpResponse errorAnswer(int status, JsonRpcDocument const& document, JsonRpcErr
 
 HttpError tooMany(std::string message)
 {
-    return {.status = 429, .code = ErrorCode::rateLimited, .message = std::move(message)};
+    return {
+        .status = 429, .code = ErrorCode::rateLimited, .message = std::move(message), .limit = Refusal::mcp};
 }
 
 std::string memoryOwner(McpTarget const& target)

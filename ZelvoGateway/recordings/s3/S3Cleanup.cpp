@@ -1,6 +1,6 @@
 #include "ZelvoGateway/recordings/s3/S3Cleanup.h"
 
-#include <iostream>
+#include "ZelvoGateway/base/Log.h"
 
 namespace zelvo::service {
 
@@ -61,7 +61,7 @@ void S3Cleanup::perform(S3Request const& request)
     try {
         client.perform(request);
     } catch (std::exception const& error) {
-        std::cerr << std::string("zelvo-gateway: left in the store: ") + error.what() + "\n" << std::flush;
+        Log::warning(std::string("left in the store: ") + error.what());
     }
 }
 

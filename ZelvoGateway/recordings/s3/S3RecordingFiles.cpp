@@ -1,11 +1,11 @@
 #include "ZelvoGateway/recordings/s3/S3RecordingFiles.h"
 
 #include "ZelvoGateway/base/Dates.h"
+#include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/recordings/s3/S3Bucket.h"
 #include "ZelvoGateway/recordings/s3/S3Draft.h"
 #include "ZelvoGateway/recordings/s3/S3Source.h"
 
-#include <iostream>
 #include <limits>
 #include <vector>
 
@@ -28,7 +28,7 @@ std::uint64_t S3RecordingFiles::freeBytes() const
         bucket->claim();
         return std::numeric_limits<std::uint64_t>::max();
     } catch (std::exception const& error) {
-        std::cerr << std::string("zelvo-gateway: ") + error.what() + "\n" << std::flush;
+        Log::error(error.what());
         return 0;
     }
 }

@@ -12,8 +12,8 @@ std::string sampleFor(Flag const& flag)
 {
     if (flag.isSwitch())
         return "yes";
-    for (std::string const value :
-         {"3", "https://x.example/y", "https://x.example", "::1", "/some/place", "text"})
+    for (std::string const value : {"3", "33", "https://x.example/y", "https://x.example", "::1",
+                                    "/some/place", "json", "debug", "s3", "123456789012", "text"})
         if (!flag.problemWith(value))
             return value;
     ADD_FAILURE() << "no sample for " << flag.name;

@@ -71,7 +71,8 @@ protected:
 
 TEST_F(TlsIdentityTest, holdsTheCertificateOfTheFiles)
 {
-    TlsIdentity const identity(files, io.get_executor(), log);
+    TlsIdentity const identity(files, io.get_executor(),
+                               [this](std::string const& line) { log << line << "\n"; });
 
     EXPECT_EQ(identity.pair().certificate, first.certificate);
     EXPECT_EQ(log.str(), "");
@@ -79,7 +80,7 @@ TEST_F(TlsIdentityTest, holdsTheCertificateOfTheFiles)
 
 TEST_F(TlsIdentityTest, takesANewPair)
 {
-    TlsIdentity identity(files, io.get_executor(), log);
+    TlsIdentity identity(files, io.get_executor(), [this](std::string const& line) { log << line << "\n"; });
     auto const old = identity.pair().context;
     write(second);
 
@@ -88,12 +89,12 @@ TEST_F(TlsIdentityTest, takesANewPair)
     EXPECT_EQ(identity.pair().certificate, second.certificate);
     EXPECT_NE(identity.pair().context, old);
     EXPECT_EQ(used, std::vector{second.certificate});
-    EXPECT_EQ(log.str(), "zelvo-gateway: uses the new certificate in " + files.certificate + "\n");
+    EXPECT_EQ(log.str(), "uses the new certificate in " + files.certificate + "\n");
 }
 
 TEST_F(TlsIdentityTest, readsNothingWhileTheFilesStayAsTheyAre)
 {
-    TlsIdentity identity(files, io.get_executor(), log);
+    TlsIdentity identity(files, io.get_executor(), [this](std::string const& line) { log << line << "\n"; });
     auto const old = identity.pair().context;
 
     refresh(identity);
@@ -105,7 +106,7 @@ TEST_F(TlsIdentityTest, readsNothingWhileTheFilesStayAsTheyAre)
 
 TEST_F(TlsIdentityTest, triesAgainIfTheNewPairCouldNotBePutIntoUse)
 {
-    TlsIdentity identity(files, io.get_executor(), log);
+    TlsIdentity identity(files, io.get_executor(), [this](std::string const& line) { log << line << "\n"; });
     write(second);
     cannotReplace = true;
 
@@ -122,7 +123,7 @@ TEST_F(TlsIdentityTest, triesAgainIfTheNewPairCouldNotBePutIntoUse)
 
 TEST_F(TlsIdentityTest, keepsTheOldPairUntilBothFilesFitTogether)
 {
-    TlsIdentity identity(files, io.get_executor(), log);
+    TlsIdentity identity(files, io.get_executor(), [this](std::string const& line) { log << line << "\n"; });
 
     write(files.certificate, second.certificate, 0644);
     std::string const problem = refresh(identity);
@@ -143,7 +144,7 @@ TEST_F(TlsIdentityTest, keepsTheOldPairUntilBothFilesFitTogether)
 
 TEST_F(TlsIdentityTest, keepsTheOldPairWhenAFileGoes)
 {
-    TlsIdentity identity(files, io.get_executor(), log);
+    TlsIdentity identity(files, io.get_executor(), [this](std::string const& line) { log << line << "\n"; });
     std::filesystem::remove(files.key);
 
     std::string const problem = refresh(identity);
@@ -185,14 +186,14 @@ TEST_F(TlsIdentityTest, saysWhatIsWrongWithAFileWithoutItsContent)
 
 TEST_F(TlsIdentityTest, logsEachDayThatTheEndIsNear)
 {
-    TlsIdentity identity(files, io.get_executor(), log);
+    TlsIdentity identity(files, io.get_executor(), [this](std::string const& line) { log << line << "\n"; });
     Date const end = identity.pair().expires;
     auto const notedAt = [&](Date when) {
         log.str("");
         identity.noteExpiry(when);
         return log.str();
     };
-    std::string const line = "zelvo-gateway: the certificate in " + files.certificate + " ";
+    std::string const line = "the certificate in " + files.certificate + " ";
 
     EXPECT_EQ(notedAt(end - std::chrono::days(14)), "");
     EXPECT_EQ(notedAt(end - std::chrono::days(14) + 1s), line + "expires in 13 days\n");
