@@ -10,6 +10,12 @@ namespace {
 
 class NatsExchangeTest : public testing::Test {
 protected:
+    static void SetUpTestSuite()
+    {
+        if (auto const reason = PrivateNats::missing())
+            GTEST_SKIP() << *reason;
+    }
+
     NatsSides sides;
     std::shared_ptr<TestHolder> holder = std::make_shared<TestHolder>();
 

@@ -11,6 +11,25 @@
 
 namespace zelvo::service {
 
+namespace {
+
+/// Installed, or unpacked by scripts/install-dependencies. Empty if there is none.
+std::string program()
+{
+    for (char const* const path :
+         {"/usr/sbin/nats-server", "/usr/bin/nats-server", ZELVO_SERVERS "/usr/sbin/nats-server"})
+        if (std::filesystem::exists(path))
+            return path;
+    return "";
+}
+
+} // namespace
+
+std::optional<std::string> PrivateNats::missing()
+{
+    return program().empty() ? std::optional<std::string>("needs the package nats-server") : std::nullopt;
+}
+
 PrivateNats::PrivateNats() : processes("ZELVO_TEST_NATS=" + folder.path.filename().string(), folder.path)
 {
     start("-1"); // A free one.
@@ -32,9 +51,9 @@ PrivateNats::~PrivateNats() = default;
 
 void PrivateNats::start(std::string const& wantedPort)
 {
-    server = processes.start({"/usr/sbin/nats-server", "--addr", "127.0.0.1", "--port", wantedPort,
-                              "--ports_file_dir", folder.path.string()},
-                             {{"ZELVO_TEST_NATS", folder.path.filename().string()}});
+    server = processes.start(
+        {program(), "--addr", "127.0.0.1", "--port", wantedPort, "--ports_file_dir", folder.path.string()},
+        {{"ZELVO_TEST_NATS", folder.path.filename().string()}});
 }
 
 void PrivateNats::kill()

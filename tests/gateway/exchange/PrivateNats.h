@@ -3,6 +3,7 @@
 #include "desktop/harness/ChildProcesses.h"
 #include "gateway/support/Gateway.h"
 
+#include <optional>
 #include <string>
 
 namespace zelvo::service {
@@ -11,6 +12,10 @@ namespace zelvo::service {
 /// Thread: the test's main thread.
 class PrivateNats {
 public:
+    /// Why there can be none here; `nullopt` if there can.
+    static std::optional<std::string> missing();
+
+    /// Throws std::runtime_error if it does not start.
     PrivateNats();
     ~PrivateNats();
     PrivateNats(PrivateNats const&) = delete;
