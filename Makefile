@@ -64,6 +64,7 @@ check:
 	@scripts/run-soak build
 	@$(CONFIGURE) asan && cmake --build build/asan && scripts/run-tests build/asan
 	@$(CONFIGURE) tsan && cmake --build build/tsan && scripts/run-tests build/tsan 'unit|end_to_end'
+	@$(CONFIGURE) fuzz && cmake --build build/fuzz && scripts/run-fuzzers build/fuzz 10
 	@scripts/try-fresh trixie --with-tests
 
 clean:

@@ -2,6 +2,7 @@
 
 #include "ZelvoGateway/base/FlagTable.h"
 #include "ZelvoGateway/base/OwnedDescriptor.h"
+#include "base/Blanks.h"
 #include "base/Text.h"
 
 #include <fcntl.h>
@@ -25,14 +26,6 @@ constexpr std::size_t maxShown = 40; // Characters of the name of a setting.
 struct UnusableFile : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-
-std::string_view withoutBlanks(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r";
-    std::size_t const first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 /// Whether a line's name can be that of a setting. Anything else may be a secret that was pasted.
 bool isShown(std::string_view name)
@@ -115,7 +108,7 @@ void ConfigParser::read(std::string_view text)
     while (!text.empty()) {
         std::size_t const end = std::min(text.find('\n'), text.size());
         ++number;
-        readLine(withoutBlanks(text.substr(0, end)));
+        readLine(text::withoutBlanks(text.substr(0, end)));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     if (problems > ConfigFile::maxProblems)
@@ -132,8 +125,8 @@ void ConfigParser::readLine(std::string_view line)
         report("a line like \"port = 8737\" is needed");
         return;
     }
-    std::string const setting(withoutBlanks(line.substr(0, equals)));
-    std::string const value(withoutBlanks(line.substr(equals + 1)));
+    std::string const setting(text::withoutBlanks(line.substr(0, equals)));
+    std::string const value(text::withoutBlanks(line.substr(equals + 1)));
     readSetting(setting, value);
 }
 

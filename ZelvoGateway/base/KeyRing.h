@@ -26,7 +26,7 @@ public:
     /// replaced, until the connection ends. For streams and sockets that outlive the request that opened
     /// them.
     virtual boost::signals2::connection
-    observeRevocations(std::function<void(std::string const& keyId)> observer) = 0;
+    observeRevocations(std::function<void(std::string const& keyId)> const& observer) = 0;
 };
 
 } // namespace zelvo::service

@@ -174,9 +174,9 @@ void KeyService::readAgain()
 }
 
 boost::signals2::connection
-KeyService::observeRevocations(std::function<void(std::string const& keyId)> observer)
+KeyService::observeRevocations(std::function<void(std::string const& keyId)> const& observer)
 {
-    auto connection = revoked.connect(std::move(observer));
+    auto connection = revoked.connect(observer);
     if (!std::exchange(watches, true))
         watching = spawn(server, [this] { return watch(); });
     return connection;

@@ -53,7 +53,7 @@ public:
     bool isCurrent(std::string const& keyId) override;
     bool isCurrent(Caller const& caller) override;
     boost::signals2::connection
-    observeRevocations(std::function<void(std::string const& keyId)> observer) override;
+    observeRevocations(std::function<void(std::string const& keyId)> const& observer) override;
     /// Looks for other processes' revocations no more, so that the server can end.
     void stop() { watching.cancel(); }
 

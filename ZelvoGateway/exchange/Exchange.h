@@ -30,8 +30,8 @@ public:
 };
 
 /// Connects the nodes of one gateway: it finds the node that holds a machine, and carries requests, answers
-/// and notices between nodes. Nothing is kept: who is not connected misses a notice. Thread: the server's.
-/// Made by: LocalExchange, NatsExchange.
+/// and notices between nodes. Nothing is kept: a node that is not connected misses notices. Thread: the
+/// server's. Made by: LocalExchange, NatsExchange.
 class Exchange {
 public:
     using Observer = std::function<void(std::string const& text)>;

@@ -104,7 +104,7 @@ private:
     template <class Buffers>
     asio::const_buffer recordOf(Buffers const& buffers)
     {
-        asio::const_buffer const first = firstOf<asio::const_buffer>(buffers);
+        auto const first = firstOf<asio::const_buffer>(buffers);
         std::size_t const all = asio::buffer_size(buffers);
         if (first.size() == all || first.size() >= TlsLayer::maxRecord)
             return first;

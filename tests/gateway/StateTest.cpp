@@ -12,12 +12,6 @@
 namespace zelvo::service {
 namespace {
 
-unsigned modeOf(std::filesystem::path const& path)
-{
-    struct stat status{};
-    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
-}
-
 TEST(State, outlivesTheProcess)
 {
     Gateway gateway;

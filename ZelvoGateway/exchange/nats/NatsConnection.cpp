@@ -1,6 +1,7 @@
 #include "ZelvoGateway/exchange/nats/NatsConnection.h"
 
 #include "ZelvoGateway/base/Settings.h"
+#include "base/ReleaseWith.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -28,14 +29,6 @@ constexpr std::size_t maxUnsent = 256_MiB;
 constexpr int maxPendingMessages = 1'000'000;
 constexpr int maxPendingBytes = 256 * 1024 * 1024;
 
-template <auto release>
-struct ReleaseWith {
-    template <class T>
-    void operator()(T* raw) const noexcept
-    {
-        release(raw);
-    }
-};
 using NatsOptionsPtr = std::unique_ptr<natsOptions, ReleaseWith<natsOptions_Destroy>>;
 using NatsMessagePtr = std::unique_ptr<natsMsg, ReleaseWith<natsMsg_Destroy>>;
 

@@ -215,7 +215,7 @@ void NatsExchange::nodeLost(std::string const& node)
     answers.nodeLost(node);
 }
 
-void NatsExchange::reportAndLook()
+void NatsExchange::reportAndCheck()
 {
     post.send(subjects.nodes(), {.kind = Kind::present, .word = options.version});
     for (std::string const& node : table.takeSilent(clock.now()))
@@ -228,7 +228,7 @@ void NatsExchange::reportAndLook()
 Task<> NatsExchange::keepReporting(std::shared_ptr<NatsExchange*> self, Clock* clock)
 {
     while (*self) {
-        (*self)->reportAndLook();
+        (*self)->reportAndCheck();
         co_await clock->sleep(NodeTable::reportPeriod);
     }
 }

@@ -60,7 +60,7 @@ private:
     void report(std::string const& machineId, std::uint64_t term);
     void release(std::string const& machineId, std::uint64_t term);
     void nodeLost(std::string const& node);
-    void reportAndLook();
+    void reportAndCheck();
     static Task<> keepReporting(std::shared_ptr<NatsExchange*> self, Clock* clock);
 
     Options options;

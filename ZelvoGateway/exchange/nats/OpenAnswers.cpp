@@ -56,7 +56,7 @@ void OpenAnswers::asked(ExchangeMessage message, std::shared_ptr<MachineHolder> 
             key, {.code = ErrorCode::rateLimited, .message = "The machine's node has too much to do"});
     answers[key] = answer;
     // The asking node learns who answers, even if no further piece is needed.
-    tell(key, Kind::credit, message.text.size());
+    sendControl(key, Kind::credit, message.text.size());
     takePiece(key, *answer, 0, message.text);
 }
 
@@ -88,7 +88,7 @@ void OpenAnswers::takePiece(Key const& key, Answer& answer, std::uint64_t at, st
     if (answer.question.isComplete())
         begin(key, answers.at(key));
     else if (auto const limit = answer.question.newLimit())
-        tell(key, Kind::credit, *limit);
+        sendControl(key, Kind::credit, *limit);
 }
 
 void OpenAnswers::begin(Key const& key, std::shared_ptr<Answer> answer)
@@ -149,7 +149,7 @@ void OpenAnswers::sendFailure(Key const& key, Failure const& failure)
     post.send(subjects.asking(key.first), std::move(message));
 }
 
-void OpenAnswers::tell(Key const& key, ExchangeMessage::Kind kind, std::uint64_t number)
+void OpenAnswers::sendControl(Key const& key, ExchangeMessage::Kind kind, std::uint64_t number)
 {
     post.send(subjects.asking(key.first), {.kind = kind, .exchangeId = key.second, .number = number});
 }

@@ -47,7 +47,7 @@ private:
     void send(Key const& key, Answer& answer, std::string text);
     void sendPieces(Key const& key, Answer& answer);
     void sendFailure(Key const& key, Failure const& failure);
-    void tell(Key const& key, ExchangeMessage::Kind kind, std::uint64_t number);
+    void sendControl(Key const& key, ExchangeMessage::Kind kind, std::uint64_t number);
     void end(Key key);
 
     NodePost& post;

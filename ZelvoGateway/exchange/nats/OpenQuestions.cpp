@@ -58,7 +58,7 @@ public:
             return;
         (*all)->questions.erase(question->id);
         if (!question->isOver())
-            (*all)->tell(*question, Kind::cancel, 0);
+            (*all)->sendControl(*question, Kind::cancel, 0);
     }
 
 private:
@@ -112,7 +112,7 @@ void OpenQuestions::sendPieces(Question& question)
                                                         .text = std::string(piece->text)});
 }
 
-void OpenQuestions::tell(Question const& question, ExchangeMessage::Kind kind, std::uint64_t number)
+void OpenQuestions::sendControl(Question const& question, ExchangeMessage::Kind kind, std::uint64_t number)
 {
     if (!question.holder.empty())
         post.send(subjects.answering(question.holder),
@@ -167,11 +167,11 @@ void OpenQuestions::takeFirst(Question& question, ExchangeMessage const& message
 void OpenQuestions::takePiece(Question& question, std::uint64_t at, std::string_view piece)
 {
     if (!question.answer || !question.answer->add(at, piece)) {
-        tell(question, Kind::cancel, 0);
+        sendControl(question, Kind::cancel, 0);
         return fail(question, {.message = "A piece of the answer was lost between two nodes"});
     }
     if (auto const limit = question.answer->newLimit())
-        tell(question, Kind::credit, *limit);
+        sendControl(question, Kind::credit, *limit);
 }
 
 void OpenQuestions::fail(Question& question, Failure failure)

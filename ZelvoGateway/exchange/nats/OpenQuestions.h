@@ -46,7 +46,7 @@ private:
     void takeFirst(Question& question, ExchangeMessage const& message);
     void takePiece(Question& question, std::uint64_t at, std::string_view piece);
     static void fail(Question& question, Failure failure);
-    void tell(Question const& question, ExchangeMessage::Kind kind, std::uint64_t number);
+    void sendControl(Question const& question, ExchangeMessage::Kind kind, std::uint64_t number);
 
     NodePost& post;
     ExchangeSubjects const& subjects;

@@ -1,6 +1,7 @@
 #include "ZelvoGateway/recordings/s3/S3Credentials.h"
 
 #include "ZelvoGateway/base/SecretFile.h"
+#include "base/Blanks.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -11,14 +12,6 @@ namespace {
 
 constexpr std::size_t maxFile = 4096;
 constexpr std::size_t maxValue = 512;
-
-std::string_view withoutBlanks(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r";
-    std::size_t const first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 bool isUsable(std::string_view value)
 {
@@ -38,13 +31,13 @@ S3Credentials S3Credentials::parse(std::string_view text, std::string const& nam
     S3Credentials found;
     while (!text.empty()) {
         std::size_t const end = std::min(text.find('\n'), text.size());
-        std::string_view const line = withoutBlanks(text.substr(0, end));
+        std::string_view const line = text::withoutBlanks(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
         if (line.empty() || line.starts_with('#'))
             continue;
         std::size_t const equals = std::min(line.find('='), line.size());
-        std::string_view const setting = withoutBlanks(line.substr(0, equals));
-        std::string_view const value = withoutBlanks(line.substr(std::min(equals + 1, line.size())));
+        std::string_view const setting = text::withoutBlanks(line.substr(0, equals));
+        std::string_view const value = text::withoutBlanks(line.substr(std::min(equals + 1, line.size())));
         std::string& field = setting == "access-key" ? found.accessKey : found.secretKey;
         if ((setting != "access-key" && setting != "secret-key") || !isUsable(value) || !field.empty())
             throw std::runtime_error(

@@ -8,8 +8,8 @@
 
 namespace zelvo::service {
 
-/// An element that holds text only: "Error/Code" with "NoSuchKey". Where its parent ends there is one with an
-/// empty text, so that repeated parents can be told apart.
+/// An element that holds text only: "Error/Code" with "NoSuchKey". An element with an empty text marks the
+/// end of its parent, which separates repeated parents.
 struct XmlElement {
     std::string path; ///< the names from the root on, with "/" between them, without namespaces
     std::string text;

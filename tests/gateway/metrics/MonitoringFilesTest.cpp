@@ -78,6 +78,9 @@ Ended runCommand(std::string const& command, std::string const& input = {})
     return run;
 }
 
+// Nothing here installs it: its package also starts a server.
+constexpr char const* noPromtool = "promtool is not installed";
+
 bool hasPromtool()
 {
     return runCommand("command -v promtool").status == 0;
@@ -115,7 +118,7 @@ TEST(MonitoringFiles, areValid)
     }
     EXPECT_GE(ids.size(), 8U);
     if (!hasPromtool())
-        GTEST_SKIP() << "promtool is not installed";
+        GTEST_SKIP() << noPromtool;
 
     Ended const rules =
         runCommand("promtool check rules '" ZELVO_SOURCES "/packaging/monitoring/zelvo-alerts.yml'");
@@ -127,7 +130,7 @@ TEST(MonitoringFiles, areValid)
 TEST(MonitoringFiles, haveRulesThatFire)
 {
     if (!hasPromtool())
-        GTEST_SKIP() << "promtool is not installed";
+        GTEST_SKIP() << noPromtool;
 
     Ended const tests =
         runCommand("promtool test rules '" ZELVO_SOURCES "/tests/gateway/metrics/alerts-test.yml'");
@@ -138,7 +141,7 @@ TEST(MonitoringFiles, haveRulesThatFire)
 TEST(MonitoringFiles, haveAQueryLanguageThatPrometheusReads)
 {
     if (!hasPromtool())
-        GTEST_SKIP() << "promtool is not installed";
+        GTEST_SKIP() << noPromtool;
     auto const dashboard = json::parse(contentOf("packaging/monitoring/zelvo-dashboard.json"));
     std::string rules = "groups:\n- name: dashboard\n  rules:\n";
     for (json::value const& panel : dashboard.at("panels").as_array())
@@ -158,7 +161,7 @@ TEST(MonitoringFiles, haveAQueryLanguageThatPrometheusReads)
 TEST(Scrape, isReadByPrometheusWithoutAComplaint)
 {
     if (!hasPromtool())
-        GTEST_SKIP() << "promtool is not installed";
+        GTEST_SKIP() << noPromtool;
 
     Ended const checked = runCommand("promtool check metrics", everything().answer.body);
 

@@ -4,7 +4,7 @@
 #include "ZelvoGateway/recordings/s3/S3RecordingFiles.h"
 #include "gateway/support/CephStore.h"
 #include "gateway/support/FakeRecordingFiles.h"
-#include "gateway/support/TemporaryFolder.h"
+#include "unit/system/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ struct RecordingFilesContract : testing::Test {
     {
         if constexpr (std::is_same_v<Made, InBucket>)
             if (!made.store)
-                GTEST_SKIP() << "Ceph is not installed";
+                GTEST_SKIP() << CephStore::whyAbsent;
         ASSERT_GT(files.freeBytes(), 0u);
     }
 

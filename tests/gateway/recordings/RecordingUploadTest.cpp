@@ -18,18 +18,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-std::string contentOf(std::filesystem::path const& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-unsigned modeOf(std::filesystem::path const& path)
-{
-    struct stat status{};
-    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
-}
-
 std::string recordingOf(std::size_t bytes)
 {
     std::string recording(bytes, '\0');

@@ -17,7 +17,7 @@ protected:
     void SetUp() override
     {
         if (!CephStore::shared())
-            GTEST_SKIP() << "Ceph is not installed";
+            GTEST_SKIP() << CephStore::whyAbsent;
         place = {.kind = RecordingPlace::Kind::s3, .folder = {}, .s3 = CephStore::shared()->place()};
     }
     std::function<void(Settings&)> inBucket() const

@@ -4,7 +4,7 @@
 #include "ZelvoGateway/recordings/s3/S3Answers.h"
 #include "ZelvoGateway/recordings/s3/S3Credentials.h"
 #include "ZelvoGateway/recordings/s3/XmlElements.h"
-#include "gateway/support/TemporaryFolder.h"
+#include "unit/system/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -23,7 +23,7 @@ protected:
     void SetUp() override
     {
         if (!CephStore::shared())
-            GTEST_SKIP() << "Ceph is not installed";
+            GTEST_SKIP() << CephStore::whyAbsent;
         place = CephStore::shared()->place();
     }
     static std::string problemOf(std::function<void()> const& work)

@@ -2,7 +2,7 @@
 
 #include "ZelvoGateway/base/Settings.h"
 #include "gateway/support/ChildProcess.h"
-#include "gateway/support/TemporaryFolder.h"
+#include "unit/system/TemporaryFolder.h"
 
 #include <memory>
 #include <string>
@@ -13,6 +13,9 @@ namespace zelvo::service {
 /// daemon that keeps objects in memory. It has the bucket "films".
 class CephStore {
 public:
+    /// `make test` installs Ceph where the system offers it; not every Linux does.
+    static constexpr char const* whyAbsent = "Ceph is not installed";
+
     /// Started by the first call. Null if Ceph is not installed.
     static CephStore* shared();
     CephStore(CephStore const&) = delete;

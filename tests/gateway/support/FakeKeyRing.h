@@ -24,7 +24,7 @@ public:
     bool isCurrent(std::string const& keyId) override { return !revokedKeys.contains(keyId); }
     bool isCurrent(Caller const& caller) override { return isCurrent(caller.keyId); }
     boost::signals2::connection
-    observeRevocations(std::function<void(std::string const& keyId)> observer) override
+    observeRevocations(std::function<void(std::string const& keyId)> const& observer) override
     {
         return revoked.connect(std::move(observer));
     }

@@ -4,7 +4,7 @@
 #include "gateway/support/Becomes.h"
 #include "gateway/support/HttpClient.h"
 #include "gateway/support/SteppedClock.h"
-#include "gateway/support/TemporaryFolder.h"
+#include "unit/system/TemporaryFolder.h"
 
 #include <filesystem>
 #include <functional>

@@ -25,12 +25,6 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts)
 
 } // namespace
 
-std::string contentOf(std::filesystem::path const& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 Program::Program(std::filesystem::path output, std::vector<std::string> arguments, Options options)
     : output(std::move(output))
 {

@@ -13,9 +13,6 @@
 
 namespace zelvo::service {
 
-/// Empty if there is no such file.
-std::string contentOf(std::filesystem::path const& path);
-
 /// The built program with its output in a file. It is killed at the end of the scope.
 class Program {
 public:

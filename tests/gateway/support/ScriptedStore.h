@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ZelvoGateway/base/Settings.h"
-#include "gateway/support/TemporaryFolder.h"
+#include "unit/system/TemporaryFolder.h"
 
 #include <cstdint>
 #include <functional>

@@ -10,12 +10,6 @@
 namespace zelvo::service {
 namespace {
 
-std::string contentOf(std::filesystem::path const& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /// The example of docs/platforms.md for receivers.
 std::string example()
 {

@@ -1,5 +1,7 @@
 #include "unit/net/TestCertificates.h"
 
+#include "base/ReleaseWith.h"
+
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
@@ -14,14 +16,6 @@ namespace zelvo {
 
 namespace {
 
-template <auto release>
-struct ReleaseWith {
-    template <class T>
-    void operator()(T* raw) const noexcept
-    {
-        release(raw);
-    }
-};
 using KeyPtr = std::unique_ptr<EVP_PKEY, ReleaseWith<EVP_PKEY_free>>;
 using CertificatePtr = std::unique_ptr<X509, ReleaseWith<X509_free>>;
 using BioPtr = std::unique_ptr<BIO, ReleaseWith<BIO_free_all>>;

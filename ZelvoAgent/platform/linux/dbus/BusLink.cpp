@@ -52,7 +52,7 @@ void BusLink::pump()
     auto const kept = shared_from_this(); // A handler may end the link.
     int handled = 1;
     for (int taken = 0; taken < maxMessagesAtOnce && handled > 0 && bus; ++taken) {
-        std::unique_ptr<sd_bus, ReleaseBus<sd_bus_unref>> const inUse(sd_bus_ref(bus.get()));
+        std::unique_ptr<sd_bus, ReleaseWith<sd_bus_unref>> const inUse(sd_bus_ref(bus.get()));
         handled = sd_bus_process(inUse.get(), nullptr);
         noteReadiness();
     }

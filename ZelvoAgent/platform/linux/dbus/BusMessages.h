@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/ReleaseWith.h"
+
 #include <systemd/sd-bus.h>
 
 #include <cstdint>
@@ -12,19 +14,11 @@
 
 namespace zelvo {
 
-template <auto release>
-struct ReleaseBus {
-    template <class T>
-    void operator()(T* raw) const noexcept
-    {
-        release(raw);
-    }
-};
 /// Closes the connection and drops unsent messages.
-using BusPtr = std::unique_ptr<sd_bus, ReleaseBus<sd_bus_close_unref>>;
-using BusMessagePtr = std::unique_ptr<sd_bus_message, ReleaseBus<sd_bus_message_unref>>;
+using BusPtr = std::unique_ptr<sd_bus, ReleaseWith<sd_bus_close_unref>>;
+using BusMessagePtr = std::unique_ptr<sd_bus_message, ReleaseWith<sd_bus_message_unref>>;
 /// Ends what the slot represents: a match, an object, a pending call.
-using BusSlotPtr = std::unique_ptr<sd_bus_slot, ReleaseBus<sd_bus_slot_unref>>;
+using BusSlotPtr = std::unique_ptr<sd_bus_slot, ReleaseWith<sd_bus_slot_unref>>;
 
 /// The session bus, the system bus, or the bus at an address. Does not block; null if there is none.
 BusPtr openSessionBus();

@@ -15,7 +15,7 @@ namespace zelvo {
 
 namespace {
 
-using BusCredentialsPtr = std::unique_ptr<sd_bus_creds, ReleaseBus<sd_bus_creds_unref>>;
+using BusCredentialsPtr = std::unique_ptr<sd_bus_creds, ReleaseWith<sd_bus_creds_unref>>;
 
 constexpr char const* name = "dev.zelvo.agent";
 constexpr char const* objectPath = "/dev/zelvo/agent";

@@ -1,5 +1,6 @@
 #include "platform/linux/system/AssignmentFile.h"
 
+#include "base/Blanks.h"
 #include "platform/portable/files/Files.h"
 
 namespace zelvo {
@@ -7,15 +8,6 @@ namespace zelvo {
 namespace {
 
 constexpr std::size_t maxFile = 64u << 10;
-constexpr std::string_view blank = " \t\r";
-
-std::string_view withoutBlanks(std::string_view text)
-{
-    auto const first = text.find_first_not_of(blank);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blank) - first + 1);
-}
 
 /// The value of a quoted or plain word, as a shell reads it.
 std::optional<std::string> unquoted(std::string_view word)
@@ -44,7 +36,7 @@ std::optional<std::string> assignedValue(std::string_view text, std::string_view
 {
     std::optional<std::string> value;
     while (!text.empty()) {
-        std::string_view const line = withoutBlanks(text.substr(0, text.find('\n')));
+        std::string_view const line = text::withoutBlanks(text.substr(0, text.find('\n')));
         text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
         if (line.starts_with(name) && line.substr(name.size()).starts_with('='))
             value = unquoted(line.substr(name.size() + 1));

@@ -145,7 +145,7 @@ Task<bool> EisConnection::pass()
 #ifdef ZELVO_EI_HAS_PING
     if (!isLive || !isGreeted)
         co_return false;
-    std::unique_ptr<struct ei_ping, EiUnref<ei_ping_unref>> const ping(ei_new_ping(context.get()));
+    std::unique_ptr<struct ei_ping, ReleaseWith<ei_ping_unref>> const ping(ei_new_ping(context.get()));
     std::uint64_t const id = ei_ping_get_id(ping.get());
     ei_ping(ping.get());
     step();

@@ -1,22 +1,15 @@
-#include "ZelvoGateway/http/HttpSession.h"
+#include "ZelvoGateway/http/BeastHttpSession.h"
 
 #include "ZelvoGateway/base/Log.h"
 #include "ZelvoGateway/base/Secrets.h"
 #include "ZelvoGateway/http/BodyPieces.h"
-#include "ZelvoGateway/http/BodySink.h"
-#include "ZelvoGateway/http/HttpError.h"
 #include "ZelvoGateway/http/PeerWatch.h"
-#include "ZelvoGateway/http/RequestCaller.h"
-#include "ZelvoGateway/http/RequestId.h"
-#include "ZelvoGateway/http/RequestReader.h"
-#include "ZelvoGateway/http/ResponseWriter.h"
-#include "ZelvoGateway/http/Upgrade.h"
+#include "ZelvoGateway/http/RequestRefusals.h"
 #include "base/Text.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/http/write.hpp>
-#include <boost/beast/websocket/rfc6455.hpp>
 
 #include <algorithm>
 
@@ -28,35 +21,7 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 
 constexpr auto asTuple = asio::as_tuple(asio::use_awaitable);
-constexpr std::size_t readBuffer = 128_KiB;
 constexpr Duration farewellTime = 2s;
-constexpr std::size_t memoryFactor = 2; // The body, and what is parsed from it or written of that.
-
-using Time = std::chrono::steady_clock;
-
-HttpError tooBusy(std::string message)
-{
-    return {.status = 429,
-            .code = ErrorCode::rateLimited,
-            .message = std::move(message),
-            .limit = Refusal::memory};
-}
-
-HttpError stopping()
-{
-    return {.status = 503,
-            .code = ErrorCode::rateLimited,
-            .message = "The gateway is stopping",
-            .retryAfter = std::chrono::seconds(5)};
-}
-
-HttpError tooLarge()
-{
-    return {.status = 413,
-            .code = ErrorCode::invalidRequest,
-            .message = "The body is too large",
-            .limit = Refusal::bodySize};
-}
 
 /// Runs a step that may refuse the request; returns why, or nullopt.
 template <class Step>
@@ -72,15 +37,6 @@ std::optional<HttpError> refusalOf(Step const& step)
     return std::nullopt;
 }
 
-/// "/films/rec_1".
-std::string pathOf(HttpRequest const& request)
-{
-    std::string text;
-    for (std::string const& part : request.path)
-        text += "/" + part;
-    return text;
-}
-
 /// "POST /v1/connections/*/commands".
 std::string textOf(Route const* route)
 {
@@ -93,84 +49,7 @@ std::string textOf(Route const* route)
     return text + (route->pattern.empty() ? "/" : "");
 }
 
-class BeastHttpSession final : public HttpSession {
-public:
-    BeastHttpSession(PeerStream connection, SessionParts& parts, RequestLimits::Lease ofAddress)
-        : ofAddress(std::move(ofAddress)), parts(parts), stream(std::move(connection)),
-          reader(stream, buffer, parts.limits), localAddress(localAddressOf(stream.socket())),
-          peer(peerAddressOf(stream.socket())), isProxy(parts.proxies.contains(peer)),
-          memory(memoryOf(peer.to_string()))
-    {
-    }
-
-    Task<> serve() override;
-    void drop() override
-    {
-        waiting.reset();
-        stream.close();
-    }
-    std::optional<Time::time_point> waitsSince() const override { return waiting; }
-    bool isServing() const override { return work || isEnding; }
-
-private:
-    using HeadParser = RequestReader::HeadParser;
-    using BodyParser = RequestReader::BodyParser;
-
-    /// A request on its way through the session.
-    struct Entry {
-        HttpRequest request;
-        Admission admission;
-        MemoryBudget::Lease memory;
-        std::shared_ptr<BodySink> sink; ///< takes the body in pieces; null if it is read whole
-        Upgrade upgrade;                ///< takes the connection over; empty for other requests
-    };
-
-    Task<bool> begin();
-    Task<bool> serveOne(bool first);
-    Task<bool> serveBadHead(boost::system::error_code error);
-    MemoryBudget memoryOf(std::string const& address) const
-    {
-        return parts.memory.partOf("address " + address);
-    }
-    void takeRequestId(HttpRequest& request);
-    void identify(HttpRequest& request);
-    void admit(HeadParser const& head, Entry& entry);
-    void admitBody(HeadParser const& head, Entry& entry);
-    void assertServed() const;
-    void beginWork();
-    void keepPlace(std::string const& owner);
-    Task<bool> serveRequest(HeadParser headParser, Entry entry);
-    Task<bool> receive(HeadParser headParser, std::shared_ptr<BodySink> sink);
-    Task<> sendContinue(HeadParser headParser, HttpRequest const* request);
-    Task<HttpResponse> answer(Entry entry);
-    Task<bool> refuse(HttpError error);
-    HttpResponse failed(HttpError error) const;
-    void noteAnswer(int status) const;
-    void addOwnHeaders(HttpResponse& response) const;
-    void handOver(HeadParser const& parser, Upgrade upgrade);
-    Task<bool> write(HttpResponse response, bool keepAlive);
-    Task<bool> writeStream(HttpResponse response, bool keepAlive, BodyEnd end);
-
-    RequestLimits::Lease ofAddress; // Behind a proxy: of the present request.
-    RequestLimits::Lease ofKey;     // Of the present request.
-    SessionParts& parts;
-    PeerStream stream;
-    beast::flat_buffer buffer{readBuffer};
-    RequestReader reader;
-    std::string const localAddress;
-    asio::ip::address const peer;
-    bool const isProxy;  // The peer is a trusted proxy.
-    MemoryBudget memory; // The caller's part of the budget.
-    std::optional<Time::time_point> waiting = Time::now();
-    Time::time_point began = Time::now(); // Of the present request.
-    PlaceShares::Lease place;             // For the present request.
-    OpenWork::Lease work;                 // The present request, once a stop waits for its answer.
-    bool isEnding = false;                // The last answer is on its way.
-    bool wantsTlsOnly = false;            // A browser should ask the present request's host with TLS only.
-    bool headOnly = false;                // The present request is a HEAD.
-    std::string requestId;                // Of the present request.
-    Route const* route = nullptr;         // Null if it has none.
-};
+} // namespace
 
 Task<> BeastHttpSession::serve()
 {
@@ -269,100 +148,6 @@ HttpResponse BeastHttpSession::failed(HttpError error) const
                     {"status", error.status},
                     {"code", rawValue(error.code)}});
     return errorResponse(error);
-}
-
-/// Decides by the head alone, before a byte of the body is read. Throws HttpError.
-void BeastHttpSession::admit(HeadParser const& head, Entry& entry)
-{
-    entry.request = headOf(head->get(), localAddress);
-    takeRequestId(entry.request);
-    identify(entry.request);
-    wantsTlsOnly = stream.hasTls() && parts.routes.isAtSecureName(entry.request);
-    headOnly = entry.request.method == "HEAD";
-    entry.admission = parts.routes.admit(entry.request);
-    route = entry.admission.route;
-    assertServed();
-    if (parts.requestLimits && parts.access && entry.admission.isPlatform)
-        ofKey = parts.requestLimits->admitKey(parts.access->callerOf(entry.request).keyId);
-    if (entry.admission.isPlatform || route->isForMachines)
-        beginWork();
-    if (entry.admission.isPlatform)
-        waiting.reset();
-    else if (route->isForMachines)
-        keepPlace(entry.request.header("authorization"));
-    if (!route->upgrade || !beast::websocket::is_upgrade(head->get())) {
-        admitBody(head, entry);
-        return;
-    }
-    entry.upgrade = route->upgrade(entry.request);
-    if (buffer.size() > 0) // They would be lost on the way to the WebSocket.
-        throw badRequest("Frames may only follow the answer");
-}
-
-/// From here on the header holds the id of the request in any case, for those who write logs.
-void BeastHttpSession::takeRequestId(HttpRequest& request)
-{
-    if (std::string id = request.header("x-request-id"); isUsableRequestId(id))
-        requestId = std::move(id);
-    request.headers.erase("x-request-id");
-    request.headers.emplace("x-request-id", requestId);
-}
-
-/// Throws HttpError while the gateway stops.
-void BeastHttpSession::assertServed() const
-{
-    if (parts.work.isClosing() && !route->isServedAtTheEnd)
-        throw stopping();
-}
-
-/// A stop waits for the present request from now on. A caller without a right gets this far only with its
-/// whole request: else it could hold up every stop by sending slowly.
-void BeastHttpSession::beginWork()
-{
-    if (!work)
-        work = parts.work.begin();
-}
-
-/// Sets who sends a request: the peer, or the caller that a trusted proxy names. Throws HttpError.
-void BeastHttpSession::identify(HttpRequest& request)
-{
-    request.remoteAddress = peer.to_string();
-    request.isSecure = stream.hasTls();
-    if (!isProxy)
-        return;
-    ForwardedCaller const caller = callerBehind(peer, request, parts.proxies);
-    request.remoteAddress = caller.address.to_string();
-    request.isSecure = caller.isSecure.value_or(request.isSecure);
-    memory = memoryOf(request.remoteAddress);
-    if (parts.requestLimits)
-        ofAddress = parts.requestLimits->admit(caller.address);
-}
-
-/// Keeps the connection's place for the present request, if the owner's share has room.
-void BeastHttpSession::keepPlace(std::string const& owner)
-{
-    if (!place)
-        place = parts.shares.take(owner);
-    if (place)
-        waiting.reset();
-}
-
-void BeastHttpSession::admitBody(HeadParser const& head, Entry& entry)
-{
-    auto const length = head->content_length();
-    if (!route->receive && length && *length > route->maxBody)
-        throw tooLarge();
-    std::size_t bytes = head->chunked() ? memoryFactor * route->maxBody : 0;
-    if (length)
-        bytes = route->receive ? BodyPieces::size : memoryFactor * static_cast<std::size_t>(*length);
-    if (!memory.grow(entry.memory, bytes))
-        throw tooBusy("Too many large bodies at this time");
-    if (route->receive)
-        entry.sink = route->receive(entry.request, entry.admission.ids);
-    if (entry.sink) { // Its address is its right.
-        beginWork();
-        keepPlace(pathOf(entry.request));
-    }
 }
 
 Task<bool> BeastHttpSession::serveRequest(HeadParser headParser, Entry entry)
@@ -493,8 +278,6 @@ void BeastHttpSession::handOver(HeadParser const& parser, Upgrade upgrade)
     spawn(connection->stream.get_executor(),
           [connection, upgrade = std::move(upgrade)] { return upgrade(connection); });
 }
-
-} // namespace
 
 std::shared_ptr<HttpSession>
 HttpSession::create(PeerStream stream, SessionParts& parts, RequestLimits::Lease ofAddress)
