@@ -4,7 +4,7 @@
 Its window has three buttons, of which "Paint" is nothing but the colour, "Print" and "Send", and a text field "Letter".
 NAME      what the compositor knows it as, and its title
 restless  maps, minimises, raises and resizes windows many times a second
-Lines: mapped, motion, press N, release N, key NAME, clicked LABEL, text JSON."""
+Lines: mapped, motion X Y (also where the pointer comes in), press N, release N, key NAME, clicked LABEL, text JSON."""
 import json
 import random
 import sys
@@ -34,7 +34,10 @@ def handle(event, *_):
     """Sees each event before the widgets do."""
     kinds = Gdk.EventType
     if event.type == kinds.MOTION_NOTIFY:
-        say("motion")
+        say("motion", round(event.motion.x_root), round(event.motion.y_root))
+    elif event.type == kinds.ENTER_NOTIFY:
+        # Some compositors send no motion to the place where the pointer entered.
+        say("motion", round(event.crossing.x_root), round(event.crossing.y_root))
     elif event.type in (kinds.BUTTON_PRESS, kinds.BUTTON_RELEASE):
         say("press" if event.type == kinds.BUTTON_PRESS else "release", event.button.button)
     elif event.type == kinds.KEY_PRESS:

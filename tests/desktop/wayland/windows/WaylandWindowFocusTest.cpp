@@ -118,8 +118,22 @@ TEST_F(WaylandWindowFocusTest, looksHowAWindowIs)
     EXPECT_EQ(focus.standing(window), (WindowStanding{.exists = true}));
     popup("menu", editor, "e").isActive = true;
     EXPECT_TRUE(focus.standing(window).hasKeyboard);
+}
+
+TEST_F(WaylandWindowFocusTest, takesNoWindowForGoneWhileTheCompositorDoesNotAnswer)
+{
+    own("panel", "Zelvo").isActive = true;
+    std::uint32_t const panel = focus.idOf({1, "Zelvo"});
     source.answers = false;
-    EXPECT_EQ(focus.standing(window), WindowStanding{});
+
+    EXPECT_EQ(focus.idOf({1, "Zelvo"}), panel);
+    EXPECT_EQ(focus.idOf({2, "Zelvo"}), 0u);
+    EXPECT_EQ(focus.standing(panel), (WindowStanding{.exists = true, .isOnScreen = true}));
+    EXPECT_EQ(focus.standing(999), WindowStanding{});
+
+    source.answers = true;
+    source.remove("panel");
+    EXPECT_EQ(focus.standing(panel), WindowStanding{});
 }
 
 TEST_F(WaylandWindowFocusTest, knowsNoWindowWithoutASource)

@@ -32,6 +32,8 @@ public:
     std::shared_ptr<WindowSnapshot const> look();
     /// The ids of those windows of a moment that some hidden application's names hide.
     std::set<std::string> hiddenOf(WindowsNow const& now, std::set<std::string> const& hidden) const;
+    /// Did the compositor ever show a window of this id? It may be gone.
+    bool hasSeen(std::uint32_t window) const { return ids.windowOf(window).has_value(); }
     /// Make a window active, or also put it above all others. False if there is no such window or the
     /// compositor refuses.
     bool activate(std::uint32_t window);

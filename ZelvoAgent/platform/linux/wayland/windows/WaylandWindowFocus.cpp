@@ -34,10 +34,14 @@ std::uint32_t WaylandWindowFocus::activeWindow()
 
 std::uint32_t WaylandWindowFocus::idOf(OwnWindow const& window)
 {
-    auto const snapshot = window.nativeId ? desktop.look() : nullptr;
-    if (!snapshot)
+    if (!window.nativeId)
         return 0;
+    auto const snapshot = desktop.look();
     std::scoped_lock const guard(lock);
+    if (!snapshot) {
+        auto const known = found.find(window.nativeId);
+        return known != found.end() ? known->second : 0;
+    }
     std::erase_if(found, [&](auto const& known) { return !snapshot->find(known.second); });
     if (auto const known = found.find(window.nativeId); known != found.end())
         return known->second;
@@ -73,6 +77,8 @@ void WaylandWindowFocus::activate(std::uint32_t window)
 WindowStanding WaylandWindowFocus::standing(std::uint32_t window)
 {
     auto const snapshot = desktop.look();
+    if (!snapshot && desktop.hasSeen(window))
+        return {.exists = true, .isOnScreen = true};
     CompositorWindow const* const wanted = snapshot ? snapshot->find(window) : nullptr;
     if (!wanted)
         return {};

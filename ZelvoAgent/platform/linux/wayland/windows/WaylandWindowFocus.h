@@ -10,7 +10,8 @@
 namespace zelvo {
 
 /// The keyboard's place as the compositor says it, and its own ways to bring a window to the front. Which
-/// keys are down nobody may know here, so none is. Without a source there is no window.
+/// keys are down nobody may know here, so none is. Without a source there is no window. While the compositor
+/// gives no answer, a window that it once showed counts as being on the screen without the keyboard.
 class WaylandWindowFocus final : public WindowFocus {
 public:
     /// desktop  must outlive this
